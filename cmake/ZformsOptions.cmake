@@ -1,0 +1,73 @@
+# The options of the build, and the flags that follow from them.
+
+option(BUILD_TESTING "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(ZFORMS_BUILD_TOOL "Build the command line tool" ${PROJECT_IS_TOP_LEVEL})
+option(ZFORMS_BUILD_BENCH "Build the benchmarks where Google Benchmark is found" OFF)
+option(ZFORMS_WERROR "Warnings are errors" OFF)
+option(ZFORMS_FUZZ "Build fuzz/ with libFuzzer (needs clang)" OFF)
+option(ZFORMS_COVERAGE "Count the lines that run (gcov)" OFF)
+option(ZFORMS_CCACHE "Compile through ccache where it is found" ON)
+set(ZFORMS_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them: address,undefined or thread")
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(ZFORMS_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  find_program(ZFORMS_CCACHE_PROGRAM ccache)
+  if(ZFORMS_CCACHE_PROGRAM)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${ZFORMS_CCACHE_PROGRAM}")
+  endif()
+endif()
+
+# Instrumentation goes on everything that is compiled, so that all of it fits together. The package
+# test hands the same flags to the program that it builds against the installed library.
+set(ZFORMS_INSTRUMENTATION "")
+if(ZFORMS_SANITIZE)
+  list(APPEND ZFORMS_INSTRUMENTATION -fsanitize=${ZFORMS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+endif()
+if(ZFORMS_COVERAGE)
+  list(APPEND ZFORMS_INSTRUMENTATION --coverage)
+endif()
+if(ZFORMS_INSTRUMENTATION)
+  add_compile_options(${ZFORMS_INSTRUMENTATION})
+  add_link_options(${ZFORMS_INSTRUMENTATION})
+endif()
+if(ZFORMS_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "ZFORMS_FUZZ needs clang: cmake --preset fuzz")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# Warnings and code generation of every target of ours.
+function(zforms_target_defaults target)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /permissive- /utf-8 $<$<BOOL:${ZFORMS_WERROR}>:/WX>)
+    return()
+  endif()
+  target_compile_options(
+    ${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+                      -fno-semantic-interposition $<$<BOOL:${ZFORMS_WERROR}>:-Werror>)
+endfunction()
+
+# A shared library that lacks a symbol fails when it is linked, not when it is loaded. Under a
+# sanitizer the runtime's symbols are found only in the program.
+function(zforms_refuse_undefined_symbols target)
+  if(NOT WIN32 AND NOT APPLE AND NOT ZFORMS_INSTRUMENTATION)
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
+endfunction()
+
+# The sources of the named folders, without those of other operating systems: that seam is by file.
+function(zforms_glob_sources variable)
+  list(TRANSFORM ARGN REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/\\1/*.cpp" OUTPUT_VARIABLE globs)
+  file(GLOB sources CONFIGURE_DEPENDS ${globs})
+  if(WIN32)
+    list(FILTER sources EXCLUDE REGEX "_posix\\.cpp$")
+  else()
+    list(FILTER sources EXCLUDE REGEX "_win32\\.cpp$")
+  endif()
+  set(${variable} ${sources} PARENT_SCOPE)
+endfunction()
