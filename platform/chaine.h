@@ -1,0 +1,158 @@
+#pragma once
+
+#include <atomic>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "platform/export.h"
+
+namespace zforms {
+
+// Chaine is the byte string of every interface: 8-bit, length-counted, free to
+// hold any byte. It never converts between character sets.
+//
+// Up to 16 bytes live inside the object. Longer text lives in a reference
+// counted buffer, and a Chaine is a window onto it: copies and substrings
+// share the bytes, so cutting an object out of a 100 MB file copies nothing.
+// The bytes inside a window never change. Appending to the window that ends
+// where its buffer ends extends the buffer in place; the other windows onto
+// it do not notice. Every other append moves to a buffer of its own.
+//
+// Distinct Chaine objects may be used from distinct threads even when they
+// share a buffer; one object belongs to one thread at a time.
+class ZFORMS_API Chaine {
+ public:
+  static constexpr size_t kInlineCapacity = 16;
+
+  Chaine() noexcept : rep_(0) {}
+  Chaine(std::string_view bytes) : rep_(0) { Init(bytes); }
+  Chaine(const char* text) : Chaine(std::string_view(text)) {}
+  Chaine(const std::string& text) : Chaine(std::string_view(text)) {}
+  Chaine(const char* bytes, size_t length) : Chaine(std::string_view(bytes, length)) {}
+  Chaine(size_t count, char c);
+  Chaine(const Chaine& other) noexcept { CopyFrom(other); }
+  Chaine(Chaine&& other) noexcept { StealFrom(other); }
+  ~Chaine() { Release(); }
+  Chaine& operator=(const Chaine& other) noexcept;
+  Chaine& operator=(Chaine&& other) noexcept;
+
+  // A Chaine over text that lives as long as the process; copies no byte.
+  static Chaine Literal(std::string_view text) noexcept;
+
+  size_t GetLength() const { return rep_ >> 1; }
+  size_t size() const { return rep_ >> 1; }
+  bool IsEmpty() const { return rep_ < 2; }
+  // The bytes, without a terminating zero.
+  const char* data() const { return IsHeap() ? heap_.data : inline_; }
+  const char* begin() const { return data(); }
+  const char* end() const { return data() + size(); }
+  // Precondition: index < size().
+  char operator[](size_t index) const { return data()[index]; }
+  // Precondition: not empty.
+  char Last() const { return data()[size() - 1]; }
+
+  operator std::string_view() const { return {data(), size()}; }
+  std::string_view View() const { return {data(), size()}; }
+  std::string ToString() const { return std::string(View()); }
+
+  // The part that starts at `start`; shares the bytes. Positions past the end
+  // are cut to the end.
+  Chaine Mid(size_t start, size_t length = SIZE_MAX) const;
+
+  void Append(std::string_view bytes);
+  void Append(char c);
+  Chaine& operator+=(std::string_view bytes) {
+    Append(bytes);
+    return *this;
+  }
+  Chaine& operator+=(char c) {
+    Append(c);
+    return *this;
+  }
+  // Lengthens the text by `count` bytes and returns where the caller writes them.
+  char* AppendUninitialized(size_t count);
+  // Keeps the first `length` bytes; does nothing when there are no more.
+  void Truncate(size_t length);
+  // Makes room for a total of `capacity` bytes, so that appending up to there
+  // moves nothing.
+  void Reserve(size_t capacity);
+  void Clear() {
+    Release();
+    rep_ = 0;
+  }
+
+  // True when both windows show the same memory (so no byte was copied between them).
+  bool SharesBytesWith(const Chaine& other) const {
+    return IsHeap() && other.IsHeap() && heap_.buffer == other.heap_.buffer && heap_.buffer != nullptr;
+  }
+
+  friend bool operator==(const Chaine& a, const Chaine& b) { return a.View() == b.View(); }
+  friend bool operator==(const Chaine& a, std::string_view b) { return a.View() == b; }
+  friend bool operator==(const Chaine& a, const char* b) { return a.View() == b; }
+  friend bool operator==(const Chaine& a, const std::string& b) { return a.View() == b; }
+  // Bytes compare as unsigned values; a prefix is less than the longer text.
+  friend std::strong_ordering operator<=>(const Chaine& a, const Chaine& b) { return a.View() <=> b.View(); }
+  friend std::strong_ordering operator<=>(const Chaine& a, std::string_view b) { return a.View() <=> b; }
+  friend Chaine operator+(const Chaine& a, std::string_view b) { return Concat(a.View(), b); }
+  friend Chaine operator+(const Chaine& a, char b) { return Concat(a.View(), {&b, 1}); }
+  friend Chaine operator+(std::string_view a, const Chaine& b) { return Concat(a, b.View()); }
+  friend Chaine operator+(const char* a, const Chaine& b) { return Concat(a, b.View()); }
+  friend Chaine operator+(const Chaine& a, const Chaine& b) { return Concat(a.View(), b.View()); }
+  friend Chaine operator+(const Chaine& a, const char* b) { return Concat(a.View(), b); }
+
+  static Chaine Concat(std::string_view a, std::string_view b);
+
+ private:
+  struct Buffer;
+  struct Window {
+    const char* data;
+    Buffer* buffer;  // null for a literal
+  };
+
+  bool IsHeap() const { return (rep_ & 1) != 0; }
+  void SetInline(size_t length) { rep_ = length << 1; }
+  void SetHeap(const char* data, Buffer* buffer, size_t length) {
+    heap_ = {data, buffer};
+    rep_ = (length << 1) | 1;
+  }
+  void Init(std::string_view bytes) {
+    if (bytes.size() <= kInlineCapacity) {
+      if (!bytes.empty()) std::memcpy(inline_, bytes.data(), bytes.size());
+      SetInline(bytes.size());
+    } else {
+      InitHeap(bytes);
+    }
+  }
+  void CopyFrom(const Chaine& other) noexcept {
+    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Chaine));
+    if (IsHeap()) Retain();
+  }
+  void StealFrom(Chaine& other) noexcept {
+    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Chaine));
+    other.rep_ = 0;
+  }
+  void Release() noexcept {
+    if (IsHeap()) ReleaseHeap();
+  }
+  void InitHeap(std::string_view bytes);
+  void Retain() const noexcept;
+  void ReleaseHeap() noexcept;
+  bool ExtendInPlace(size_t count);
+  void MoveToRoomFor(size_t capacity);
+
+  union {
+    char inline_[kInlineCapacity];
+    Window heap_;
+  };
+  // The length times two, plus one when the bytes are in a buffer.
+  size_t rep_;
+};
+
+// The blanks that trimming removes: "\r\n\t\f " at both ends.
+ZFORMS_API std::string_view TrimBlanks(std::string_view text);
+
+}  // namespace zforms

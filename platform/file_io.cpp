@@ -1,0 +1,95 @@
+#include "platform/file_io.h"
+
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+
+#include "platform/os_file.h"
+
+namespace zforms {
+
+namespace {
+
+constexpr uint64_t kSpareBytes = 64 * 1024;
+constexpr uint64_t kLargestRead = SIZE_MAX / 4;
+constexpr int kNameAttempts = 64;
+
+bool Fail(std::string* error, std::string reason) {
+  if (error != nullptr) *error = std::move(reason);
+  return false;
+}
+
+// Opens a file of a name that nobody uses, beside the target.
+bool OpenBeside(const Chaine& target, OsFile::Mode mode, OsFile* file, Chaine* path, std::string* error) {
+  const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
+  uint64_t number = static_cast<uint64_t>(ticks) ^ (ProcessNumber() << 40);
+  for (int attempt = 0; attempt < kNameAttempts; attempt++, number++) {
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number, 16);
+    *path = FolderOf(target) + ".zforms-" + std::string_view(digits, static_cast<size_t>(end.ptr - digits)) + ".tmp";
+    if (file->Open(*path, mode, error)) return true;
+    if (KindOfFile(*path) == OsFileKind::kAbsent) return false;
+  }
+  return false;
+}
+
+bool FillNewFile(OsFile* file, const Chaine& bytes, const Chaine& model, std::string* error) {
+  if (!model.IsEmpty() && !file->CopyPermissions(model)) return Fail(error, LastSystemError());
+  if (!file->Write(bytes.data(), bytes.size()) || !file->Sync()) return Fail(error, LastSystemError());
+  return file->Close() || Fail(error, LastSystemError());
+}
+
+}  // namespace
+
+bool ReadFile(const Chaine& path, Chaine* out, std::string* error) {
+  OsFile file;
+  if (KindOfFile(path) == OsFileKind::kFolder) return Fail(error, "is a folder");
+  if (!file.Open(path, OsFile::Mode::kRead, error)) return false;
+  const uint64_t size = file.Size();
+  if (size > kLargestRead) return Fail(error, "the file is too large");
+  Chaine bytes;
+  bytes.Reserve(static_cast<size_t>(size + size / 8 + kSpareBytes));
+  // One byte more than the size, so that a file that has not grown ends with the next read.
+  size_t wanted = static_cast<size_t>(size) + 1;
+  bool failed = false;
+  while (true) {
+    const size_t before = bytes.size();
+    const size_t got = file.Read(bytes.AppendUninitialized(wanted), wanted, &failed);
+    bytes.Truncate(before + got);
+    if (failed) return Fail(error, LastSystemError());
+    if (got == 0) break;
+    wanted = got < wanted ? wanted - got : static_cast<size_t>(kSpareBytes);
+  }
+  *out = std::move(bytes);
+  return true;
+}
+
+bool StoreFile(const Chaine& path, const Chaine& bytes, std::string* error) {
+  if (path.IsEmpty()) return Fail(error, "the path is empty");
+  const Chaine folder = FolderOf(path);
+  if (!folder.IsEmpty() && KindOfFile(folder) != OsFileKind::kFolder) return Fail(error, "the folder does not exist");
+  OsFile file;
+  if (!file.Open(path, OsFile::Mode::kOverwrite, error)) return false;
+  if (!file.Write(bytes.data(), bytes.size()) || !file.Cut(bytes.size())) return Fail(error, LastSystemError());
+  return file.Close() || Fail(error, LastSystemError());
+}
+
+bool ReplaceFile(const Chaine& path, const Chaine& bytes, std::string* error) {
+  const Chaine target = ResolveLinks(path);
+  const OsFileKind kind = KindOfFile(target);
+  if (kind == OsFileKind::kFolder) return Fail(error, "is a folder");
+  if (kind == OsFileKind::kOther || path.IsEmpty()) return StoreFile(path, bytes, error);
+  const bool there = kind == OsFileKind::kRegular;
+  if (there && !IsWritableFile(target)) return Fail(error, "the file is write-protected");
+
+  OsFile file;
+  Chaine beside;
+  const OsFile::Mode mode = there ? OsFile::Mode::kNew : OsFile::Mode::kNewShared;
+  if (!OpenBeside(target, mode, &file, &beside, error)) return false;
+  if (FillNewFile(&file, bytes, there ? target : Chaine(), error) && MoveFileOver(beside, target, error)) return true;
+  file.Close();
+  DeleteFileQuietly(beside);
+  return false;
+}
+
+}  // namespace zforms
