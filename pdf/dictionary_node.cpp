@@ -1,0 +1,248 @@
+#include "pdf/dictionary_node.h"
+
+#include "pdf/crypt/encrypter.h"
+#include "pdf/identifier_node.h"
+#include "pdf/nesting.h"
+#include "pdf/node_stack.h"
+#include "pdf/numeric_node.h"
+#include "pdf/parser/tokenized_string.h"
+#include "pdf/string_node.h"
+#include "pdf/writer/out_stream.h"
+
+namespace zforms {
+namespace {
+
+// Above this many entries a dictionary is searched through an index.
+constexpr size_t kSearchedInOrder = 24;
+
+// A name proper: null and booleans are identifiers of another kind.
+bool IsSameKind(const ZPDFNodeIdentifier* node) {
+  return NodeCast<ZPDFNodeNull>(node) == nullptr && NodeCast<ZPDFNodeBoolean>(node) == nullptr;
+}
+bool IsSameKind(const ZPDFNode*) { return true; }
+
+template <class Node>
+Node* MatchingKind(ZPDFNode* node) {
+  auto* match = NodeCast<Node>(node);
+  return match != nullptr && IsSameKind(match) ? match : nullptr;
+}
+
+// What is made where no node of the kind stands: strings are written literal.
+template <class Node>
+struct NewNode {
+  using Type = Node;
+};
+template <>
+struct NewNode<ZPDFNodeString> {
+  using Type = ZPDFNodeLiteralString;
+};
+
+bool Enciphers(const ZPDFEncrypter* encrypter) {
+  return encrypter != nullptr && dynamic_cast<const ZPDFEncrypterNeutral*>(encrypter) == nullptr;
+}
+
+void Change(ZPDFNodeIdentifier& node, const Chaine& identifier) { node.SetIdentifier(identifier); }
+void Change(ZPDFNodeBoolean& node, bool value) { node.SetValue(value); }
+template <class Node, class Value>
+void Change(Node& node, const Value& value) {
+  node.SetValue(value);
+}
+
+}  // namespace
+
+ZPDFNodeDictionary::ZPDFNodeDictionary(IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kDictionary) {}
+
+ZPDFNodeDictionary::ZPDFNodeDictionary(const ZPDFNodeDictionary& other) : ZPDFNode(other) {}
+
+ZPDFNodeDictionary& ZPDFNodeDictionary::operator=(const ZPDFNodeDictionary& other) {
+  ZPDFNode::operator=(other);
+  ForgetIndex();
+  return *this;
+}
+
+ZPDFNodeDictionary::~ZPDFNodeDictionary() = default;
+
+ZPDFNodeDictionary* ZPDFNodeDictionary::Clone() const { return new ZPDFNodeDictionary(*this); }
+
+ZPDFNodeDictionaryEntry* ZPDFNodeDictionary::FindEntry(std::string_view key) const {
+  if (Size() > kSearchedInOrder) return FindIndexed(key);
+  for (size_t i = 0; i < Size(); i++) {
+    const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i));
+    if (entry != nullptr && entry->Key() == key && !key.empty()) return const_cast<ZPDFNodeDictionaryEntry*>(entry);
+  }
+  return nullptr;
+}
+
+ZPDFNodeDictionaryEntry* ZPDFNodeDictionary::FindIndexed(std::string_view key) const {
+  if (index_ == nullptr) {
+    index_ = std::make_unique<Index>();
+    for (size_t i = 0; i < Size(); i++) {
+      const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i));
+      if (entry != nullptr && !entry->Key().empty()) {
+        index_->emplace(entry->Key(), const_cast<ZPDFNodeDictionaryEntry*>(entry));
+      }
+    }
+  }
+  const auto found = index_->find(std::string(key));
+  return found == index_->end() ? nullptr : found->second;
+}
+
+ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) {
+  ZPDFNodeDictionaryEntry* entry = FindEntry(key);
+  return entry == nullptr ? nullptr : entry->Value();
+}
+
+const ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) const {
+  const ZPDFNodeDictionaryEntry* entry = FindEntry(key);
+  return entry == nullptr ? nullptr : entry->Value();
+}
+
+ZPDFNode* ZPDFNodeDictionary::GetTarget(std::string_view key) {
+  ZPDFNode* direct = GetDirect(key);
+  return direct == nullptr ? nullptr : direct->GetTarget();
+}
+
+const ZPDFNode* ZPDFNodeDictionary::GetTarget(std::string_view key) const {
+  const ZPDFNode* direct = GetDirect(key);
+  return direct == nullptr ? nullptr : direct->GetTarget();
+}
+
+const Chaine& ZPDFNodeDictionary::GetStringValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  // The dictionary itself, asked for a text, gives the empty one.
+  return target == nullptr ? ZPDFNode::GetStringValue() : target->GetStringValue();
+}
+
+const Chaine& ZPDFNodeDictionary::GetIdentifier(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  // The dictionary itself, asked for a name, gives the empty text.
+  return target == nullptr ? ZPDFNode::GetIdentifier() : target->GetIdentifier();
+}
+
+int32_t ZPDFNodeDictionary::GetIntValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target == nullptr ? 0 : target->GetIntValue();
+}
+
+uint32_t ZPDFNodeDictionary::GetUIntValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target == nullptr ? 0 : target->GetUIntValue();
+}
+
+double ZPDFNodeDictionary::GetDoubleValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target == nullptr ? 0 : target->GetDoubleValue();
+}
+
+bool ZPDFNodeDictionary::GetBoolValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target != nullptr && target->GetBoolValue();
+}
+
+template <class Node, class Value, class Getter>
+void ZPDFNodeDictionary::SetScalar(std::string_view key, const Value& value, Getter getter) {
+  if (ZPDFNode* direct = GetDirect(key)) {
+    if (Node* target = MatchingKind<Node>(direct->GetTarget()); target != nullptr && getter(target) == value) return;
+    if (Node* own = MatchingKind<Node>(direct)) {
+      Change(*own, value);
+      return;
+    }
+  }
+  SetValue(key, static_cast<ZPDFNode*>(new typename NewNode<Node>::Type(value, ObjectProvider())));
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, const Chaine& value) {
+  SetScalar<ZPDFNodeString>(key, value, [](const ZPDFNode* node) -> const Chaine& { return node->GetStringValue(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, const char* value) { SetValue(key, Chaine(value)); }
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, int32_t value) {
+  SetScalar<ZPDFNodeNumeric>(key, value, [](const ZPDFNode* node) { return node->GetIntValue(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, uint32_t value) {
+  SetScalar<ZPDFNodeNumeric>(key, value, [](const ZPDFNode* node) { return node->GetUIntValue(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, double value) {
+  SetScalar<ZPDFNodeNumeric>(key, value, [](const ZPDFNode* node) { return node->GetDoubleValue(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, bool value) {
+  SetScalar<ZPDFNodeBoolean>(key, value, [](const ZPDFNode* node) { return node->GetBoolValue(); });
+}
+
+void ZPDFNodeDictionary::SetIdentifier(std::string_view key, const Chaine& identifier) {
+  SetScalar<ZPDFNodeIdentifier>(key, identifier,
+                                [](const ZPDFNode* node) -> const Chaine& { return node->GetIdentifier(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
+  if (node == nullptr) {
+    RemoveValue(key);
+    return;
+  }
+  if (ZPDFNodeDictionaryEntry* entry = FindEntry(key)) {
+    if (entry->Value() != node) entry->SetValue(node);
+    return;
+  }
+  auto* entry = new ZPDFNodeDictionaryEntry(key, node, ObjectProvider());
+  AppendChild(entry);
+  if (index_ != nullptr) index_->emplace(key, entry);
+  SetModified(true, false);
+}
+
+void ZPDFNodeDictionary::RemoveValue(std::string_view key) {
+  if (!Exist(key)) return;
+  for (size_t i = Size(); i > 0; i--) {
+    const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i - 1));
+    if (entry != nullptr && entry->Key() == key) ReplaceChild(i - 1, nullptr);
+  }
+  ForgetIndex();
+  SetModified(true, false);
+}
+
+const ZPDFNodeDictionaryEntry* ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) const {
+  return Enciphers(encrypter) && Exist("/ByteRange") ? FindEntry("/Contents") : nullptr;
+}
+
+void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  const ZPDFNodeDictionaryEntry* in_clear = SignatureContents(encrypter);
+  out.WriteToken("<<");
+  for (size_t i = 0; i < Size(); i++) {
+    const ZPDFNode* entry = GetDirectAt(i);
+    if (entry == nullptr) continue;
+    out.NewLine();
+    entry->SendTo(out, entry == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter);
+  }
+  if (Size() > 0) out.NewLine();
+  out.WriteToken(">>");
+}
+
+ZPDFNodeDictionary* ZPDFNodeDictionary::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                                  const ZPDFEncrypter* encrypter) {
+  auto* dictionary = new ZPDFNodeDictionary(provider);
+  const NestingGuard nesting(text);
+  if (!nesting.Allowed()) {
+    SkipLastBracketed(text);
+    return dictionary;
+  }
+  text.TakeLastToken();
+  ZPDFNodeStack entries;
+  while (!text.IsEmpty() && !text.EndWith("<<")) {
+    entries.Push(ZPDFNodeDictionaryEntry::BuildFrom(text, provider, encrypter));
+  }
+  text.TakeLastToken();
+  dictionary->AdoptReversed(entries.Data(), entries.Size());
+  if (auto* entry = const_cast<ZPDFNodeDictionaryEntry*>(dictionary->SignatureContents(encrypter))) {
+    // It was deciphered like any other string: enciphering takes that back.
+    if (auto* contents = NodeCast<ZPDFNodeString>(entry->Value())) {
+      contents->SetValue(encrypter->Encrypt(contents->GetStringValue()));
+      contents->SetModified(false, false);
+    }
+  }
+  return dictionary;
+}
+
+}  // namespace zforms

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "pdf/dictionary_entry.h"
+#include "pdf/node.h"
+
+namespace zforms {
+
+// A dictionary; its children are the entries in document order, new keys at the
+// end (ISO 32000-1 7.3.7). Keys are exact byte strings that include the "/". Where
+// a damaged file repeats a key, the leftmost entry is the one found.
+class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
+ public:
+  using ZPDFNodeDictionaryEntry = zforms::ZPDFNodeDictionaryEntry;
+
+  explicit ZPDFNodeDictionary(IPDFObjectProvider* provider = nullptr);
+  ZPDFNodeDictionary(const ZPDFNodeDictionary& other);
+  ZPDFNodeDictionary& operator=(const ZPDFNodeDictionary& other);
+  ~ZPDFNodeDictionary() override;
+  ZPDFNodeDictionary* Clone() const override;
+  void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
+
+  bool Exist(std::string_view key) const { return FindEntry(key) != nullptr; }
+  // The value as stored, null when the key is absent.
+  ZPDFNode* GetDirect(std::string_view key);
+  const ZPDFNode* GetDirect(std::string_view key) const;
+  // The value with references followed, null when the key is absent.
+  ZPDFNode* GetTarget(std::string_view key);
+  const ZPDFNode* GetTarget(std::string_view key) const;
+  using ZPDFNode::GetTarget;
+
+  // The value's text, number or boolean; empty, 0 or false when the key is absent
+  // or its value of another kind.
+  const Chaine& GetStringValue(std::string_view key) const;
+  const Chaine& GetIdentifier(std::string_view key) const;
+  int32_t GetIntValue(std::string_view key) const;
+  uint32_t GetUIntValue(std::string_view key) const;
+  double GetDoubleValue(std::string_view key) const;
+  bool GetBoolValue(std::string_view key) const;
+  using ZPDFNode::GetBoolValue;
+  using ZPDFNode::GetDoubleValue;
+  using ZPDFNode::GetIdentifier;
+  using ZPDFNode::GetIntValue;
+  using ZPDFNode::GetStringValue;
+  using ZPDFNode::GetUIntValue;
+
+  // Set a scalar. Nothing is written or marked when the value, with references
+  // followed, is equal already; a value of the same kind changes in place; an
+  // object that a reference leads to is never changed.
+  void SetValue(std::string_view key, const Chaine& value);
+  void SetValue(std::string_view key, const char* value);
+  void SetValue(std::string_view key, int32_t value);
+  void SetValue(std::string_view key, uint32_t value);
+  void SetValue(std::string_view key, double value);
+  void SetValue(std::string_view key, bool value);
+  void SetIdentifier(std::string_view key, const Chaine& identifier);
+  // Takes ownership of the node; null removes the key.
+  void SetValue(std::string_view key, ZPDFNode* node);
+  // Removes every entry of that key and marks the dictionary; nothing when absent.
+  void RemoveValue(std::string_view key);
+
+  static ZPDFNodeDictionary* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                       const ZPDFEncrypter* encrypter);
+  static bool Matches(Kind kind) { return kind == Kind::kDictionary; }
+
+ private:
+  template <class Node, class Value, class Getter>
+  void SetScalar(std::string_view key, const Value& value, Getter getter);
+  // The entry "/Contents" of a signature, which stays in clear in an encrypted file
+  // (ISO 32000-1 7.6.1); null when this is no signature or nothing is encrypted.
+  const ZPDFNodeDictionaryEntry* SignatureContents(const ZPDFEncrypter* encrypter) const;
+  ZPDFNodeDictionaryEntry* FindEntry(std::string_view key) const;
+  ZPDFNodeDictionaryEntry* FindIndexed(std::string_view key) const;
+  void ForgetIndex() const { index_.reset(); }
+
+  // Built on the first search of a large dictionary; small ones are searched in order.
+  using Index = std::unordered_map<std::string, ZPDFNodeDictionaryEntry*>;
+  mutable std::unique_ptr<Index> index_;
+};
+
+}  // namespace zforms

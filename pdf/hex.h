@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string_view>
+
+namespace zforms {
+
+inline constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+
+// The value of a hexadecimal digit of either case, -1 for any other character.
+constexpr int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+// Up to two characters read as a byte, up to the first that is no digit.
+constexpr unsigned char HexByte(std::string_view pair) {
+  int value = 0;
+  for (const char c : pair.substr(0, 2)) {
+    const int digit = HexDigit(c);
+    if (digit < 0) break;
+    value = value * 16 + digit;
+  }
+  return static_cast<unsigned char>(value);
+}
+
+}  // namespace zforms

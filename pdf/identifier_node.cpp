@@ -1,0 +1,173 @@
+#include "pdf/identifier_node.h"
+
+#include <array>
+
+#include "pdf/hex.h"
+#include "pdf/parser/tokenized_string.h"
+#include "pdf/writer/out_stream.h"
+#include "platform/number.h"
+
+namespace zforms {
+namespace {
+
+const Chaine& NullText() {
+  static const Chaine text("null");
+  return text;
+}
+
+bool NeedsEscape(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 33 || byte >= 127 || c == '#';
+}
+
+// Delimiters that would end the name early for whoever reads it. They are
+// escaped only on writing; Encode leaves them.
+bool BreaksName(char c) { return std::string_view("()<>[]{}%\\").find(c) != std::string_view::npos; }
+
+void AppendEscaped(Chaine& out, char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  const std::array<char, 3> text{'#', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+  out.Append({text.data(), text.size()});
+}
+
+// The text as it is written: what Encode gives, and besides every character that
+// would cut the name in two.
+Chaine WrittenText(const Chaine& identifier) {
+  Chaine result;
+  for (size_t i = 0; i < identifier.size(); i++) {
+    const char c = identifier[i];
+    if (NeedsEscape(c) || BreaksName(c) || (c == '/' && i > 0)) {
+      AppendEscaped(result, c);
+    } else {
+      result.Append(c);
+    }
+  }
+  return result;
+}
+
+bool IsPlain(std::string_view identifier) {
+  for (size_t i = 0; i < identifier.size(); i++) {
+    const char c = identifier[i];
+    if (NeedsEscape(c) || BreaksName(c) || (c == '/' && i > 0)) return false;
+  }
+  return true;
+}
+
+Chaine ReplaceAll(std::string_view text, std::string_view what, char byte) {
+  Chaine result;
+  for (size_t at = 0;;) {
+    const size_t found = text.find(what, at);
+    result.Append(text.substr(at, found == std::string_view::npos ? found : found - at));
+    if (found == std::string_view::npos) return result;
+    result.Append(byte);
+    at = found + what.size();
+  }
+}
+
+}  // namespace
+
+ZPDFNodeIdentifier::ZPDFNodeIdentifier(IPDFObjectProvider* provider) : ZPDFNodeLeaf(provider, Kind::kIdentifier) {}
+
+ZPDFNodeIdentifier::ZPDFNodeIdentifier(const Chaine& identifier, IPDFObjectProvider* provider)
+    : ZPDFNodeIdentifier(provider) {
+  Store(identifier);
+  SetModified(true, false);
+}
+
+ZPDFNodeIdentifier* ZPDFNodeIdentifier::Clone() const { return new ZPDFNodeIdentifier(*this); }
+
+uint32_t ZPDFNodeIdentifier::GetUIntValue() const { return ParseUInt(identifier_); }
+
+int32_t ZPDFNodeIdentifier::GetIntValue() const { return ParseInt(identifier_); }
+
+double ZPDFNodeIdentifier::GetDoubleValue() const { return ParseDouble(identifier_); }
+
+void ZPDFNodeIdentifier::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const {
+  const Chaine& identifier = GetIdentifier();
+  out.WriteToken(IsPlain(identifier) ? identifier : WrittenText(identifier));
+}
+
+void ZPDFNodeIdentifier::SetIdentifier(const Chaine& identifier) {
+  if (GetIdentifier() == identifier || this == ZPDFNodeNull::Default()) return;
+  identifier_ = identifier;
+  SetModified(true, false);
+}
+
+Chaine ZPDFNodeIdentifier::Encode(const Chaine& identifier) {
+  Chaine result;
+  for (const char c : identifier.View()) {
+    if (NeedsEscape(c)) {
+      AppendEscaped(result, c);
+    } else {
+      result.Append(c);
+    }
+  }
+  return result;
+}
+
+Chaine ZPDFNodeIdentifier::Decode(const Chaine& text) {
+  Chaine result = text;
+  for (;;) {
+    const size_t found = result.View().find('#');
+    if (found == std::string_view::npos) return result;
+    // Every round shortens the text or removes a lone "#" at its end, so they end.
+    const Chaine escape(result.View().substr(found, 3));
+    result = ReplaceAll(result, escape, static_cast<char>(HexByte(escape.View().substr(1))));
+  }
+}
+
+ZPDFNodeIdentifier* ZPDFNodeIdentifier::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                                  const ZPDFEncrypter* encrypter) {
+  const std::string_view token = text.PeekLastToken();
+  if (token == "true" || token == "false") return ZPDFNodeBoolean::BuildFrom(text, provider, encrypter);
+  if (token == "null") return ZPDFNodeNull::BuildFrom(text, provider, encrypter);
+  auto* node = new ZPDFNodeIdentifier(provider);
+  node->Store(Decode(text.Share(text.TakeLastToken())));
+  return node;
+}
+
+ZPDFNodeNull::ZPDFNodeNull(IPDFObjectProvider* provider) : ZPDFNodeIdentifier(provider, Kind::kNull) {}
+
+ZPDFNodeNull* ZPDFNodeNull::Clone() const { return this == Default() ? Default() : new ZPDFNodeNull(*this); }
+
+void ZPDFNodeNull::SetObjectProvider(IPDFObjectProvider*) {}
+
+const Chaine& ZPDFNodeNull::GetIdentifier() const { return NullText(); }
+
+ZPDFNodeNull* ZPDFNodeNull::Default() {
+  static ZPDFNodeNull* const shared = [] {
+    auto* node = new ZPDFNodeNull(static_cast<IPDFObjectProvider*>(nullptr));
+    node->MakeImmutable();
+    return node;
+  }();
+  return shared;
+}
+
+ZPDFNodeIdentifier* ZPDFNodeNull::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider*, const ZPDFEncrypter*) {
+  text.TakeLastToken();
+  return Default();
+}
+
+ZPDFNodeBoolean::ZPDFNodeBoolean(IPDFObjectProvider* provider) : ZPDFNodeIdentifier(provider, Kind::kBoolean) {}
+
+ZPDFNodeBoolean::ZPDFNodeBoolean(bool value, IPDFObjectProvider* provider) : ZPDFNodeBoolean(provider) {
+  Store(value ? "true" : "false");
+  SetModified(true, false);
+}
+
+ZPDFNodeBoolean* ZPDFNodeBoolean::Clone() const { return new ZPDFNodeBoolean(*this); }
+
+bool ZPDFNodeBoolean::GetBoolValue() const { return GetIdentifier() == "true"; }
+
+void ZPDFNodeBoolean::SetValue(bool value) {
+  if (GetBoolValue() != value) SetIdentifier(value ? "true" : "false");
+}
+
+ZPDFNodeBoolean* ZPDFNodeBoolean::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                            const ZPDFEncrypter*) {
+  auto* node = new ZPDFNodeBoolean(provider);
+  node->Store(text.TakeLastToken() == "true" ? "true" : "false");
+  return node;
+}
+
+}  // namespace zforms

@@ -1,0 +1,113 @@
+#include "pdf/indirect_object.h"
+
+#include "pdf/crypt/encrypter.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/object_encrypter.h"
+#include "pdf/parser/element_scan.h"
+#include "pdf/parser/tokenized_string.h"
+#include "pdf/reference_node.h"
+#include "pdf/stream_node.h"
+#include "pdf/writer/out_stream.h"
+#include "platform/number.h"
+
+namespace zforms {
+namespace {
+
+// The value's text, cut from the front. When the next object begins before
+// "endobj", the number and generation of its header are not part of it.
+ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
+  ZPDFTokenizedString value = text.TakeFirstElement(ScanStop::kEndobjOrObj);
+  text.TrimLeftComments();
+  if (text.StartWith("obj")) {
+    value.TrimComments();
+    value.TakeLastToken();
+    value.TakeLastToken();
+  }
+  return value;
+}
+
+}  // namespace
+
+ZPDFNodeIndirectObject::ZPDFNodeIndirectObject(const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
+                                               IPDFObjectProvider* provider)
+    : ZPDFNode(provider, Kind::kIndirectObject), id_(id), encrypter_(MakeObjectEncrypter(encryption, id)) {}
+
+ZPDFNodeIndirectObject::ZPDFNodeIndirectObject(const ZPDFNodeIndirectObject& other)
+    : ZPDFNode(other), id_(other.id_), encrypter_(other.encrypter_->Clone()) {}
+
+ZPDFNodeIndirectObject& ZPDFNodeIndirectObject::operator=(const ZPDFNodeIndirectObject& other) {
+  if (this == &other) return *this;
+  ZPDFNode::operator=(other);
+  id_ = other.id_;
+  encrypter_.reset(other.encrypter_->Clone());
+  return *this;
+}
+
+ZPDFNodeIndirectObject::~ZPDFNodeIndirectObject() = default;
+
+ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::Clone() const { return new ZPDFNodeIndirectObject(*this); }
+
+void ZPDFNodeIndirectObject::SetEncryption(const ZPDFEncryption* encryption) {
+  encrypter_ = MakeObjectEncrypter(encryption, id_);
+}
+
+void ZPDFNodeIndirectObject::SetChild(ZPDFNode* value) {
+  if (Size() > 0) {
+    ReplaceChild(0, value);
+  } else if (value != nullptr) {
+    AppendChild(value);
+  }
+  SetModified(true, false);
+}
+
+ZPDFNodeIndirectReference* ZPDFNodeIndirectObject::AllocReference() const {
+  return new ZPDFNodeIndirectReference(id_, ObjectProvider());
+}
+
+void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  out.WriteToken(FormatUInt(id_.Number()));
+  out.Separate();
+  out.WriteToken(FormatUInt(id_.Generation()));
+  out.Separate();
+  out.WriteToken("obj");
+  out.NewLine();
+  const ZPDFNode* value = GetDirectAt(0);
+  if (value != nullptr) value->SendTo(out, encrypter != nullptr ? encrypter : encrypter_.get());
+  out.NewLine();
+  out.WriteToken("endobj");
+}
+
+ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                                          const ZPDFEncryption* encryption) {
+  bool complete = false;
+  return BuildFrom(text, provider, encryption, &complete);
+}
+
+ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                                          const ZPDFEncryption* encryption, bool* complete) {
+  // Only the front is trimmed: the text may reach to the end of the file, which no
+  // object should have to look at.
+  text.TrimLeftComments();
+  const uint32_t number = ParseUInt(text.TakeFirstToken());
+  const uint32_t generation = ParseUInt(text.TakeFirstToken());
+  text.TakeFirstToken();
+  text.SetObject(number, generation);
+  auto* object = new ZPDFNodeIndirectObject(encryption, {number, generation}, provider);
+
+  ZPDFTokenizedString value_text = TakeValue(text);
+  ZPDFNode* value = ZPDFNode::BuildFrom(value_text, provider, object->Encrypter());
+  auto* dictionary = NodeCast<ZPDFNodeDictionary>(value);
+  if (dictionary != nullptr && text.StartWith("stream")) {
+    value = ZPDFNodeStream::BuildFrom(text, dictionary, provider, object->Encrypter());
+  }
+  if (value != nullptr) object->AppendChild(value);
+  *complete = text.StartWith("endobj");
+  if (*complete) {
+    text.TakeFirstToken();
+  } else {
+    text.Warn("\"endobj\" is missing");
+  }
+  return object;
+}
+
+}  // namespace zforms

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+
+#include "pdf/node.h"
+
+namespace zforms {
+
+class ZPDFEncryption;
+class ZPDFNodeIndirectReference;
+
+// An indirect object (ISO 32000-1 7.3.10): the unit that the parser loads and the
+// writers write. Child 0 is its value, absent until one is set. It owns the
+// encrypter that enciphers the strings and streams of this very object.
+class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
+ public:
+  // A null encryption gives a neutral encrypter.
+  ZPDFNodeIndirectObject(const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
+                         IPDFObjectProvider* provider);
+  ZPDFNodeIndirectObject(const ZPDFNodeIndirectObject& other);
+  ZPDFNodeIndirectObject& operator=(const ZPDFNodeIndirectObject& other);
+  ~ZPDFNodeIndirectObject() override;
+  ZPDFNodeIndirectObject* Clone() const override;
+  // Writes with the given encrypter, or with the object's own when it is null.
+  void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
+
+  const ZPDFObjectIdentifier& GetID() const { return id_; }
+  const ZPDFEncrypter* Encrypter() const { return encrypter_.get(); }
+  // From now on the object belongs to a document with that security handler.
+  void SetEncryption(const ZPDFEncryption* encryption);
+
+  // Takes ownership of the value, destroys the former one and marks the object.
+  void SetChild(ZPDFNode* value);
+  // A new reference to this object; the caller owns it.
+  ZPDFNodeIndirectReference* AllocReference() const;
+
+  // From the front: number, generation, "obj", the value, "endobj". Never null.
+  static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                           const ZPDFEncryption* encryption);
+  // The same; `complete` becomes whether "endobj" stood where it belongs.
+  static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                           const ZPDFEncryption* encryption, bool* complete);
+  static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }
+
+ private:
+  ZPDFObjectIdentifier id_;
+  std::unique_ptr<ZPDFEncrypter> encrypter_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,235 @@
+#include "pdf/node.h"
+
+#include <cstdlib>
+
+#include "pdf/array_node.h"
+#include "pdf/child_list.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/identifier_node.h"
+#include "pdf/indirect_object.h"
+#include "pdf/numeric_node.h"
+#include "pdf/object_provider.h"
+#include "pdf/parser/char_class.h"
+#include "pdf/parser/tokenized_string.h"
+#include "pdf/reference_node.h"
+#include "pdf/stream_node.h"
+#include "pdf/string_node.h"
+
+namespace zforms {
+namespace {
+
+const Chaine& EmptyText() {
+  static const Chaine empty;
+  return empty;
+}
+
+}  // namespace
+
+IPDFObjectProvider::~IPDFObjectProvider() = default;
+
+ZPDFNode::ZPDFNode(IPDFObjectProvider* provider) : provider_(provider) {}
+
+ZPDFNode::ZPDFNode(const ZPDFNode& other)
+    : provider_(other.provider_), kind_(other.kind_), modified_(other.modified_) {
+  if (other.children_ == nullptr) return;
+  children_ = ZPDFChildList::Make(other.children_->size);
+  for (uint32_t i = 0; i < other.children_->size; i++) {
+    const ZPDFNode* child = other.children_->items[i];
+    children_->Append(child == nullptr ? nullptr : child->Clone());
+  }
+}
+
+ZPDFNode& ZPDFNode::operator=(const ZPDFNode& other) {
+  if (this == &other || immutable_) return *this;
+  ZPDFChildList* given_up = children_;
+  children_ = other.children_;
+  if (children_ != nullptr && children_ != given_up) {
+    children_->refs++;
+    if (given_up != nullptr) {
+      given_up->retired = children_->retired;
+      children_->retired = given_up;
+    }
+  } else if (children_ == nullptr && given_up != nullptr) {
+    ReleaseChildren(given_up);
+  }
+  provider_ = other.provider_;
+  modified_ = other.modified_;
+  return *this;
+}
+
+ZPDFNode::~ZPDFNode() { ReleaseChildren(children_); }
+
+void ZPDFNode::ReleaseChildren(ZPDFChildList* list) {
+  while (list != nullptr) {
+    if (--list->refs != 0) return;
+    for (uint32_t i = 0; i < list->size; i++) Destroy(list->items[i]);
+    ZPDFChildList* retired = list->retired;
+    ZPDFChildList::Free(list);
+    list = retired;
+  }
+}
+
+void ZPDFNode::Destroy(ZPDFNode* node) {
+  if (node != nullptr && !node->immutable_) delete node;
+}
+
+void ZPDFNode::SetObjectProvider(IPDFObjectProvider* provider) {
+  if (immutable_) return;
+  provider_ = provider;
+  for (size_t i = 0; i < Size(); i++) {
+    if (children_->items[i] != nullptr) children_->items[i]->SetObjectProvider(provider);
+  }
+}
+
+ZPDFNode* ZPDFNode::GetTarget() { return this; }
+const ZPDFNode* ZPDFNode::GetTarget() const { return this; }
+
+void ZPDFNode::AddReferences(std::vector<const ZPDFNodeIndirectReference*>& found) const {
+  if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(this)) found.push_back(reference);
+  for (size_t i = 0; i < Size(); i++) {
+    const ZPDFNode* child = children_->items[i];
+    if (child == nullptr) continue;
+    if (child->kind_ == Kind::kReference) {
+      found.push_back(static_cast<const ZPDFNodeIndirectReference*>(child));
+    } else if (child->children_ != nullptr) {
+      child->AddReferences(found);
+    }
+  }
+}
+
+void ZPDFNode::GetReferencedObjects(ZPDFObjectMap& map) const {
+  std::vector<const ZPDFNodeIndirectReference*> pending;
+  AddReferences(pending);
+  while (!pending.empty()) {
+    const ZPDFNodeIndirectReference* reference = pending.back();
+    pending.pop_back();
+    if (map.contains(reference->GetID())) continue;
+    const ZPDFNodeIndirectObject* object = reference->GetObject();
+    if (object == nullptr) continue;
+    map.emplace(reference->GetID(), object);
+    object->AddReferences(pending);
+  }
+}
+
+// The target of a node is never a reference, so these do not recurse further.
+const Chaine& ZPDFNode::GetStringValue() const {
+  const ZPDFNode* target = GetTarget();
+  return target == this ? EmptyText() : target->GetStringValue();
+}
+
+uint32_t ZPDFNode::GetUIntValue() const {
+  const ZPDFNode* target = GetTarget();
+  return target == this ? 0 : target->GetUIntValue();
+}
+
+int32_t ZPDFNode::GetIntValue() const {
+  const ZPDFNode* target = GetTarget();
+  return target == this ? 0 : target->GetIntValue();
+}
+
+bool ZPDFNode::GetBoolValue() const {
+  const ZPDFNode* target = GetTarget();
+  return target != this && target->GetBoolValue();
+}
+
+double ZPDFNode::GetDoubleValue() const {
+  const ZPDFNode* target = GetTarget();
+  return target == this ? 0 : target->GetDoubleValue();
+}
+
+const Chaine& ZPDFNode::GetIdentifier() const {
+  const ZPDFNode* target = GetTarget();
+  return target == this ? EmptyText() : target->GetIdentifier();
+}
+
+ZPDFChildList* ZPDFNode::EnsureChildren() {
+  if (children_ == nullptr) children_ = ZPDFChildList::Make(2);
+  return children_;
+}
+
+void ZPDFNode::AppendChild(ZPDFNode* node) { EnsureChildren()->Append(node); }
+
+void ZPDFNode::PrependChild(ZPDFNode* node) { EnsureChildren()->Insert(0, node); }
+
+void ZPDFNode::AdoptReversed(ZPDFNode* const* nodes, size_t count) {
+  if (count == 0) return;
+  if (children_ == nullptr) children_ = ZPDFChildList::Make(count);
+  for (size_t i = count; i > 0; i--) children_->Append(nodes[i - 1]);
+}
+
+void ZPDFNode::ReplaceChild(size_t index, ZPDFNode* node) {
+  ZPDFChildList* children = EnsureChildren();
+  children->GrowTo(index + 1);
+  if (children->items[index] == node && node != nullptr) return;
+  Destroy(children->items[index]);
+  if (node == nullptr) {
+    children->Remove(index);
+  } else {
+    children->items[index] = node;
+  }
+}
+
+size_t ZPDFNode::Size() const { return children_ == nullptr ? 0 : children_->size; }
+
+ZPDFNode* ZPDFNode::GetDirectAt(size_t index) {
+  if (index >= Size() && !immutable_) EnsureChildren()->GrowTo(index + 1);
+  return index < Size() ? children_->items[index] : nullptr;
+}
+
+const ZPDFNode* ZPDFNode::GetDirectAt(size_t index) const { return index < Size() ? children_->items[index] : nullptr; }
+
+ZPDFNode* ZPDFNode::GetTargetAt(size_t index) {
+  ZPDFNode* child = GetDirectAt(index);
+  return child == nullptr ? nullptr : child->GetTarget();
+}
+
+const ZPDFNode* ZPDFNode::GetTargetAt(size_t index) const {
+  const ZPDFNode* child = GetDirectAt(index);
+  return child == nullptr ? nullptr : child->GetTarget();
+}
+
+void ZPDFNode::SetModified(bool modified, bool recursive) {
+  if (immutable_) return;
+  modified_ = modified;
+  if (!recursive) return;
+  for (size_t i = 0; i < Size(); i++) {
+    if (children_->items[i] != nullptr) children_->items[i]->SetModified(modified, recursive);
+  }
+}
+
+bool ZPDFNode::IsModified() const {
+  if (modified_) return true;
+  for (size_t i = 0; i < Size(); i++) {
+    if (children_->items[i] != nullptr && children_->items[i]->IsModified()) return true;
+  }
+  return false;
+}
+
+ZPDFNode* ZPDFNode::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                              const ZPDFEncrypter* encrypter) {
+  text.TrimComments();
+  if (text.IsEmpty()) return nullptr;
+  const char last = text.LastChar();
+  switch (last) {
+    case '>':
+      if (text.EndWith(">>")) return ZPDFNodeDictionary::BuildFrom(text, provider, encrypter);
+      return ZPDFNodeHexaString::BuildFrom(text, provider, encrypter);
+    case ']': return ZPDFNodeArray::BuildFrom(text, provider, encrypter);
+    case ')': return ZPDFNodeLiteralString::BuildFrom(text, provider, encrypter);
+    default: break;
+  }
+  const std::string_view token = text.PeekLastToken();
+  if (token.starts_with('/')) return ZPDFNodeIdentifier::BuildFrom(text, provider, encrypter);
+  if (Is(last, kDigit)) return ZPDFNodeNumeric::BuildFrom(text, provider, encrypter);
+  if (token == "R") return ZPDFNodeIndirectReference::BuildFrom(text, provider, encrypter);
+  if (text.EndWith("endstream")) return ZPDFNodeStream::BuildFrom(text, provider, encrypter);
+  return ZPDFNodeIdentifier::BuildFrom(text, provider, encrypter);
+}
+
+void ZPDFNodeLeaf::GetReferencedObjects(ZPDFObjectMap&) const {}
+
+void ZPDFNodeLeaf::AppendChild(ZPDFNode*) { std::abort(); }
+
+void ZPDFNodeLeaf::PrependChild(ZPDFNode*) { std::abort(); }
+
+}  // namespace zforms
