@@ -1,0 +1,305 @@
+#include "pdf/parser/parser.h"
+
+#include <algorithm>
+#include <set>
+
+#include "pdf/array_node.h"
+#include "pdf/crypt/encryption.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/identifier_node.h"
+#include "pdf/indirect_object.h"
+#include "pdf/parser/char_class.h"
+#include "pdf/parser/element_scan.h"
+#include "pdf/parser/xref_reader.h"
+#include "platform/file_io.h"
+#include "platform/number.h"
+
+namespace zforms {
+namespace {
+
+constexpr uint32_t kFirstNumberOfEmptyDocument = 1000;
+// Damaged objects may make the parser look at so many times the file's bytes.
+constexpr uint64_t kSearchesOfWholeFile = 8;
+// Beyond that, a damaged object is looked at no further than this.
+constexpr size_t kShortSearch = 4096;
+
+// Skips the line at `at` with its line-end bytes.
+size_t SkipLine(std::string_view text, size_t at) {
+  while (at < text.size() && !Is(text[at], kLineEnd)) at++;
+  while (at < text.size() && Is(text[at], kLineEnd)) at++;
+  return at;
+}
+
+ZPDFNodeDictionary* TargetDictionary(ZPDFNodeDictionary* owner, std::string_view key) {
+  return owner == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(owner->GetTarget(key));
+}
+
+}  // namespace
+
+ZPDFParser::ZPDFParser() = default;
+
+ZPDFParser::ZPDFParser(const ZPDFParser& other) : IPDFObjectProvider(other) { CopyFrom(other); }
+
+ZPDFParser& ZPDFParser::operator=(const ZPDFParser& other) {
+  if (this == &other) return *this;
+  Clean();
+  CopyFrom(other);
+  return *this;
+}
+
+ZPDFParser::~ZPDFParser() { Clean(); }
+
+void ZPDFParser::CopyFrom(const ZPDFParser& other) {
+  raw_data_ = other.raw_data_;
+  path_name_ = other.path_name_;
+  user_password_ = other.user_password_;
+  xref_offset_ = other.xref_offset_;
+  locations_ = other.locations_;
+  diagnostics_ = other.diagnostics_;
+  section_count_ = other.section_count_;
+  linearized_ = other.linearized_;
+  search_budget_ = other.search_budget_;
+  for (ZPDFObjectLocation& location : locations_) {
+    if (location.object == nullptr) continue;
+    location.object = location.object->Clone();
+    location.object->SetObjectProvider(this);
+  }
+  if (other.trailer_ != nullptr) {
+    trailer_.reset(other.trailer_->Clone());
+    trailer_->SetObjectProvider(this);
+  }
+  if (other.encryption_ != nullptr) encryption_ = std::make_unique<ZPDFEncryption>(*other.encryption_);
+}
+
+void ZPDFParser::Clean() {
+  for (const ZPDFObjectLocation& location : locations_) ZPDFNode::Destroy(location.object);
+  locations_.Clear();
+  trailer_.reset();
+  encryption_.reset();
+  section_count_ = 0;
+  linearized_ = false;
+}
+
+bool ZPDFParser::Fail(std::string_view reason) {
+  diagnostics_.SetFailure(reason);
+  return false;
+}
+
+bool ZPDFParser::Read(const Chaine& path_name, const Chaine& user_password) {
+  Chaine bytes;
+  std::string error;
+  const bool found = ReadFile(path_name, &bytes, &error);
+  path_name_ = path_name;
+  if (found) return ReadFromRaw(bytes, user_password);
+  Clean();
+  raw_data_.Clear();
+  diagnostics_.Clear();
+  return Fail(error);
+}
+
+bool ZPDFParser::ReadFromRaw(const Chaine& raw_data, const Chaine& user_password) {
+  Clean();
+  raw_data_ = raw_data;
+  user_password_ = user_password;
+  xref_offset_ = 0;
+  diagnostics_.Clear();
+  search_budget_ = kSearchesOfWholeFile * raw_data.size();
+  if (Analyze()) return true;
+  Clean();
+  return false;
+}
+
+bool ZPDFParser::Analyze() {
+  const std::string_view file = raw_data_;
+  if (file.size() > UINT32_MAX) return Fail("the file is larger than 4 GB");
+  if (!file.starts_with("%PDF-")) return Fail("not a PDF file: it does not begin with \"%PDF-\"");
+  const size_t eof = file.rfind("%%EOF");
+  if (file.find_first_of("\r\n", 1) == std::string_view::npos || eof == std::string_view::npos) {
+    return Fail("the file is cut short: \"%%EOF\" is missing");
+  }
+  const size_t body = SkipLine(file, SkipLine(file, 0));
+  if (body >= file.size()) return Fail("the file ends after its header");
+  xref_offset_ = FindLinearizedXref(body);
+  linearized_ = xref_offset_ != 0;
+  if (!linearized_) {
+    const size_t startxref = file.rfind("startxref", eof);
+    if (startxref == std::string_view::npos) return Fail("\"startxref\" is missing");
+    xref_offset_ = ParseUInt(TrimBlanks(file.substr(startxref + 9, eof - startxref - 9)));
+  }
+  if (!FillLocations(xref_offset_)) return false;
+  if (ZPDFNodeDictionary* dictionary = EncryptionDico()) {
+    encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
+  }
+  return true;
+}
+
+// The first object is looked at aside, on a parser's terms but without recording
+// it: in an encrypted or updated file it may be any object.
+uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
+  ZPDFTokenizedString text(SousChaine(raw_data_, start, raw_data_.size() - start));
+  text.TrimLeftComments();
+  ZPDFTokenizedString header = text;
+  for (int i = 0; i < 2; i++) {
+    const std::string_view number = header.TakeFirstToken();
+    if (number.empty() || number.find_first_not_of("0123456789") != std::string_view::npos) return 0;
+  }
+  if (header.TakeFirstToken() != "obj" || !header.StartWith("<<")) return 0;
+  ZPDFTokenizedString element = header.TakeFirstElement(ScanStop::kEndobj);
+  const size_t end = header.Offset();
+  ZPDFNode* node = ZPDFNode::BuildFrom(element, nullptr, nullptr);
+  const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node);
+  const bool linearized = dictionary != nullptr && dictionary->GetUIntValue("/Linearized") == 1 &&
+                          dictionary->GetUIntValue("/L") == raw_data_.size();
+  ZPDFNode::Destroy(node);
+  if (!linearized) return 0;
+  const std::string_view file = raw_data_;
+  size_t xref = file.find("xref", end);
+  while (xref != std::string_view::npos && xref >= 5 && file.substr(xref - 5, 5) == "start") {
+    xref = file.find("xref", xref + 4);
+  }
+  return xref == std::string_view::npos ? 0 : static_cast<uint32_t>(xref);
+}
+
+bool ZPDFParser::FillLocations(uint32_t offset) {
+  ZPDFTokenizedString file{SousChaine(raw_data_)};
+  file.SetDiagnostics(&diagnostics_);
+  std::set<uint32_t> visited;
+  while (true) {
+    ZPDFXrefReader reader(file);
+    std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
+    if (trailer == nullptr && trailer_ == nullptr) return Fail(reader.Reason());
+    if (trailer == nullptr) {
+      diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + Chaine(reader.Reason()));
+      break;
+    }
+    section_count_++;
+    visited.insert(offset);
+    offset = trailer->GetUIntValue("/Prev");
+    if (trailer_ == nullptr) trailer_ = std::move(trailer);
+    if (offset == 0) break;
+    search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
+    if (visited.contains(offset) || search_budget_ == 0) {
+      diagnostics_.WarnAt(offset, "the chain of cross-reference sections leads back to what was already read");
+      break;
+    }
+  }
+  locations_.Settle();
+  return true;
+}
+
+ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
+  ZPDFObjectLocation* location = locations_.Find(id.Number());
+  if (location == nullptr || location->id != id) return nullptr;
+  if (location->requested || !location->in_use) return location->object;
+  location->requested = true;
+  // Loading follows references, but adds no location: the record stays in place.
+  location->object = LoadObject(id, location->offset);
+  return location->object;
+}
+
+ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
+  if (offset >= raw_data_.size()) {
+    diagnostics_.WarnObject(id.Number(), id.Generation(), "its offset lies past the end of the file", offset);
+    return nullptr;
+  }
+  const size_t reach = search_budget_ == 0 ? kShortSearch : raw_data_.size() - offset;
+  ZPDFTokenizedString text(SousChaine(raw_data_, offset, reach));
+  text.SetDiagnostics(&diagnostics_);
+  text.SetObject(id.Number(), id.Generation());
+  text.TrimLeftComments();
+  ZPDFTokenizedString header = text;
+  const std::string_view number = header.TakeFirstToken();
+  const std::string_view generation = header.TakeFirstToken();
+  if (!header.StartWith("obj") || ParseUInt(number) != id.Number() || ParseUInt(generation) != id.Generation()) {
+    text.Warn("the cross-reference table does not lead to it");
+    return nullptr;
+  }
+  bool complete = false;
+  ZPDFNodeIndirectObject* object = ZPDFNodeIndirectObject::BuildFrom(text, this, encryption_.get(), &complete);
+  if (!complete) search_budget_ -= std::min<uint64_t>(search_budget_, reach);
+  return object;
+}
+
+ZPDFNodeIndirectObject* ZPDFParser::AddIndirectObject() {
+  const uint32_t number = locations_.IsEmpty() ? kFirstNumberOfEmptyDocument : locations_.HighestNumber() + 1;
+  const ZPDFObjectIdentifier id(number, 0);
+  auto* object = new ZPDFNodeIndirectObject(encryption_.get(), id, this);
+  object->SetModified(true, false);
+  locations_.Append(id)->object = object;
+  if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>(this);
+  const uint32_t size = trailer_->GetUIntValue("/Size");
+  trailer_->SetValue("/Size", std::max(size + 1, number + 1));
+  return object;
+}
+
+ZPDFNodeDictionary* ZPDFParser::Root() { return TargetDictionary(trailer_.get(), "/Root"); }
+ZPDFNodeDictionary* ZPDFParser::AcroForm() { return TargetDictionary(Root(), "/AcroForm"); }
+ZPDFNodeDictionary* ZPDFParser::ViewerPreferences() { return TargetDictionary(Root(), "/ViewerPreferences"); }
+ZPDFNodeDictionary* ZPDFParser::EncryptionDico() { return TargetDictionary(trailer_.get(), "/Encrypt"); }
+
+const ZPDFNodeDictionary* ZPDFParser::Root() const { return const_cast<ZPDFParser*>(this)->Root(); }
+const ZPDFNodeDictionary* ZPDFParser::AcroForm() const { return const_cast<ZPDFParser*>(this)->AcroForm(); }
+const ZPDFNodeDictionary* ZPDFParser::ViewerPreferences() const {
+  return const_cast<ZPDFParser*>(this)->ViewerPreferences();
+}
+const ZPDFNodeDictionary* ZPDFParser::EncryptionDico() const { return const_cast<ZPDFParser*>(this)->EncryptionDico(); }
+
+const ZPDFNodeArray* ZPDFParser::TrailerDicoIDS() const {
+  return trailer_ == nullptr ? nullptr : NodeCast<ZPDFNodeArray>(std::as_const(*trailer_).GetTarget("/ID"));
+}
+
+Chaine ZPDFParser::IDString(size_t index) const {
+  const ZPDFNodeArray* ids = TrailerDicoIDS();
+  const ZPDFNode* id = ids == nullptr ? nullptr : ids->GetTargetAt(index);
+  return id == nullptr ? Chaine() : id->GetStringValue();
+}
+
+Chaine ZPDFParser::IDOriginal() const { return IDString(0); }
+
+Chaine ZPDFParser::IDModified() const { return IDString(1); }
+
+bool ZPDFParser::CanBeDecrypted() const { return encryption_ == nullptr || encryption_->CanBeDecrypted(); }
+
+PTableau<const ZPDFNodeIndirectObject*> ZPDFParser::ModifiedObjects() const {
+  PTableau<const ZPDFNodeIndirectObject*> modified;
+  for (const ZPDFObjectLocation& location : locations_) {
+    if (location.object != nullptr && location.object->IsModified()) modified.push_back(location.object);
+  }
+  return modified;
+}
+
+void ZPDFParser::ResetModifiedObjects() {
+  for (const ZPDFObjectLocation& location : locations_) {
+    if (location.object != nullptr) location.object->SetModified(false, true);
+  }
+}
+
+void ZPDFParser::GetUsedObjects(ZPDFObjectMap& map) const {
+  if (trailer_ != nullptr) trailer_->GetReferencedObjects(map);
+}
+
+Chaine ZPDFParser::PDFVersion() const { return raw_data_.Mid(0, raw_data_.View().find_first_of("\r\n")); }
+
+void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
+                        const FSortedMap<ZPDFObjectIdentifier, uint32_t>& offsets, const ZPDFEncryption* encryption) {
+  raw_data_ = raw_data;
+  xref_offset_ = xref_offset;
+  section_count_ = 1;
+  linearized_ = false;
+  search_budget_ = kSearchesOfWholeFile * raw_data.size();
+  encryption_ = encryption == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*encryption);
+  for (ZPDFObjectLocation& location : locations_) {
+    const auto found = offsets.find(location.id);
+    location.in_use = found != offsets.end();
+    location.offset = location.in_use ? found->second : 0;
+    if (location.object != nullptr) location.object->SetEncryption(encryption_.get());
+  }
+  trailer_->RemoveValue("/Prev");
+  trailer_->RemoveValue("/XRefStm");
+  trailer_->SetValue("/Size", offsets.empty() ? 1U : offsets.rbegin()->first.Number() + 1);
+  ZPDFNode* encrypt = encryption_ == nullptr ? nullptr : encryption_->Dictionary()->Clone();
+  trailer_->SetValue("/Encrypt", encrypt);
+  trailer_->SetModified(false, true);
+}
+
+}  // namespace zforms

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <memory>
+
+#include "pdf/node.h"
+#include "pdf/object_provider.h"
+#include "pdf/parser/locations.h"
+#include "pdf/parser/tokenized_string.h"
+#include "platform/diagnostics.h"
+
+namespace zforms {
+
+class ZPDFEncryption;
+class ZPDFNodeArray;
+class ZPDFNodeDictionary;
+
+// ZPDFParser opens a PDF file that is held in memory once and loads its objects
+// when they are first asked for. It owns every object that it loaded or added;
+// nodes handed out become invalid when it reads again or is destroyed. Copies
+// share the bytes of the file and own clones of the loaded objects, edits
+// included. One parser, with all its nodes, belongs to one thread at a time.
+//
+// Reads files with classic cross-reference sections (ISO 32000-1 7.5.4).
+class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
+ public:
+  using TokenizedString = ZPDFTokenizedString;
+  using ObjectLocation = ZPDFObjectLocation;
+
+  ZPDFParser();
+  ZPDFParser(const ZPDFParser& other);
+  ZPDFParser& operator=(const ZPDFParser& other);
+  ~ZPDFParser() override;
+
+  // The object with that identifier, loaded on first request; null when no
+  // section lists it, it is free, or no such object stands at its offset.
+  ZPDFNodeIndirectObject* GetObject(const ZPDFObjectIdentifier& id) override;
+
+  // Read a file, or its bytes. False, with a reason in Diagnostics(), when it
+  // cannot be read or its frame is damaged; the parser is then empty. A document
+  // whose password is wrong is read all the same: see CanBeDecrypted.
+  bool Read(const Chaine& path_name, const Chaine& user_password);
+  bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
+
+  // A new empty object, numbered above all others (1000 in an empty document) and
+  // marked modified; "/Size" of the trailer is kept above it. Set its value with
+  // SetChild. Owned by the parser.
+  ZPDFNodeIndirectObject* AddIndirectObject();
+
+  // The newest trailer; null before a successful read.
+  ZPDFNodeDictionary* TrailerDico() { return trailer_.get(); }
+  const ZPDFNodeDictionary* TrailerDico() const { return trailer_.get(); }
+  // "/Root" of the trailer, "/AcroForm" and "/ViewerPreferences" of the root,
+  // "/Encrypt" of the trailer, as dictionaries; null when absent.
+  ZPDFNodeDictionary* Root();
+  const ZPDFNodeDictionary* Root() const;
+  ZPDFNodeDictionary* AcroForm();
+  const ZPDFNodeDictionary* AcroForm() const;
+  ZPDFNodeDictionary* ViewerPreferences();
+  const ZPDFNodeDictionary* ViewerPreferences() const;
+  ZPDFNodeDictionary* EncryptionDico();
+  const ZPDFNodeDictionary* EncryptionDico() const;
+  // The bytes of the two strings of "/ID"; empty when absent.
+  Chaine IDOriginal() const;
+  Chaine IDModified() const;
+
+  bool IsEncrypted() const { return EncryptionDico() != nullptr; }
+  // Whether the password opens the document; true for one that is not encrypted.
+  bool CanBeDecrypted() const;
+  // The document's security handler, null when it is not encrypted. Owned here.
+  const ZPDFEncryption* Encryption() const { return encryption_.get(); }
+  const Chaine& UserPassword() const { return user_password_; }
+
+  // The loaded objects that are marked anywhere in their tree, in identifier order.
+  PTableau<const ZPDFNodeIndirectObject*> ModifiedObjects() const;
+  void ResetModifiedObjects();
+  // Adds every object that can be reached from the trailer.
+  void GetUsedObjects(ZPDFObjectMap& map) const;
+
+  // The header line, such as "%PDF-1.4".
+  Chaine PDFVersion() const;
+  // The byte offset of the cross-reference section in use, 0 when unknown.
+  uint32_t XRefOffset() const { return xref_offset_; }
+  const Chaine& RawData() const { return raw_data_; }
+  const Chaine& PathName() const { return path_name_; }
+  // Why the last read failed, and what was odd; grows while objects are loaded.
+  const ZDiagnostics& Diagnostics() const { return diagnostics_; }
+
+  // How the file was found to be built, for tools that report on it.
+  size_t SectionCount() const { return section_count_; }
+  bool IsLinearized() const { return linearized_; }
+  const ZPDFLocations& ObjectLocations() const { return locations_; }
+
+  // After the document was saved anew as `raw_data`: from now on objects stand at
+  // `offsets` (others are gone), are enciphered by a copy of `encryption` (none
+  // when null) and the trailer speaks of the new file. Loaded objects stay.
+  void Rebase(const Chaine& raw_data, uint32_t xref_offset, const FSortedMap<ZPDFObjectIdentifier, uint32_t>& offsets,
+              const ZPDFEncryption* encryption);
+
+ private:
+  void Clean();
+  void CopyFrom(const ZPDFParser& other);
+  bool Analyze();
+  bool Fail(std::string_view reason);
+  uint32_t FindLinearizedXref(size_t start);
+  bool FillLocations(uint32_t offset);
+  ZPDFNodeIndirectObject* LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset);
+  const ZPDFNodeArray* TrailerDicoIDS() const;
+  Chaine IDString(size_t index) const;
+
+  Chaine raw_data_;
+  Chaine path_name_;
+  Chaine user_password_;
+  uint32_t xref_offset_ = 0;
+  ZPDFLocations locations_;
+  std::unique_ptr<ZPDFNodeDictionary> trailer_;
+  std::unique_ptr<ZPDFEncryption> encryption_;
+  ZDiagnostics diagnostics_;
+  size_t section_count_ = 0;
+  bool linearized_ = false;
+  // How many bytes may still be looked at in vain, so that a file made of damaged
+  // objects costs no more than a few times its size.
+  uint64_t search_budget_ = 0;
+};
+
+}  // namespace zforms
