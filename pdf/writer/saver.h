@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+
+#include "pdf/node.h"
+#include "pdf/writer/writer.h"
+
+namespace zforms {
+
+class ZPDFEncryption;
+class ZPDFNodeDictionary;
+
+// ZPDFSaver writes a complete new file from a set of objects and a trailer. Every
+// object is written under its own number and with the saver's encryption, or in
+// clear without one. The objects and the encryption are not owned.
+class ZFORMS_API ZPDFSaver : public ZPDFWriter {
+ public:
+  explicit ZPDFSaver(const ZPDFEncryption* encryption);
+  ~ZPDFSaver() override;
+
+  Chaine RawData() const override { return raw_data_; }
+  uint32_t XRefOffset() const override { return xref_offset_; }
+  bool Write(ZInetOStream& out) override;
+  bool Write(const Chaine& path) override;
+
+  void SetObjects(const ZPDFObjectMap& objects) { objects_ = objects; }
+  // The whole header line, such as "%PDF-1.4"; it must be set before writing.
+  void SetPDFVersion(const Chaine& version) { version_ = version; }
+  // Keeps a clone. Its "/Encrypt" becomes the encryption's dictionary, inline, or
+  // is removed without one.
+  void SetTrailer(const ZPDFNodeDictionary* trailer);
+  // Where the last run wrote each object.
+  const ZPDFXrefManager::OffsetMap& Offsets() const { return xref_.Offsets(); }
+
+ protected:
+  // Builds the raw data.
+  virtual void PrepareData();
+  void AppendNode(ZPDFOutStream& out, const ZPDFNode* node);
+  void AppendNode(ZPDFOutStream& out, const ZPDFNodeIndirectObject* object, bool encrypt);
+
+ private:
+  const ZPDFEncryption* encryption_;
+  std::unique_ptr<ZPDFNodeDictionary> trailer_;
+  ZPDFObjectMap objects_;
+  Chaine version_;
+  Chaine raw_data_;
+  uint32_t xref_offset_ = 0;
+  ZPDFXrefManager xref_;
+};
+
+}  // namespace zforms
