@@ -1,0 +1,352 @@
+#!/usr/bin/env python3
+"""Runs the zforms tool over a folder of PDF files that other programs made, and compares with what other readers say.
+
+The folder (ZFORMS_CORPUS, else ../shared/corpus beside the repository) holds INDEX.tsv, one line a file, and
+truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file that a reader of classic files
+should read: `fields` agrees with the truth; `fill` leaves the bytes read as a prefix and qpdf reads every value back;
+`rewrite` and `permissions` give files that hold the same objects and that qpdf, MuPDF and poppler open. Damaged and
+newer files end in one clear line.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import csv
+import json
+import os
+import pathlib
+import sys
+import tempfile
+from xml.sax.saxutils import escape, quoteattr
+
+sys.dont_write_bytecode = True
+import peers
+
+# Differences that are right as they are: file -> [(how the difference begins, why), ...].
+ALLOWED = {}
+
+FLAGS = 0xFFFFF0C4  # printing only
+SKIPPED = 77
+MAX_REPORTED = 20
+
+
+class Check:
+    """The checks of one file; `problems` holds one line for each difference."""
+
+    def __init__(self, options, row, truth, folder):
+        self.options, self.row, self.truth = options, row, truth
+        self.path = options.corpus / row["file"]
+        self.folder = folder
+        self.password = "" if row["password"] == "?" else row["password"]
+        self.problems, self.steps, self.seconds = [], [], 0.0
+
+    def problem(self, step, text):
+        self.problems.append(f"{step}: {text}")
+
+    def tool(self, step, *arguments):
+        """Runs the tool and reports what no run may do: crash, dawdle, or speak in another voice."""
+        for _ in range(3):  # the time counts when it is the best of three: the machine has other things to do
+            done = peers.run(self.options.tool, *arguments)
+            if done.seconds < self.options.time_limit:
+                break
+        self.seconds = max(self.seconds, done.seconds)
+        message = done.err.decode("utf-8", "replace")
+        if done.status not in (0, 2, 3):
+            self.problem(step, f"exit {done.status}: {message[-300:].strip()!r}")
+        if "Sanitizer" in message or "runtime error:" in message:
+            self.problem(step, f"sanitizer: {message[:300]!r}")
+        if done.seconds >= self.options.time_limit:
+            self.problem(step, f"took {done.seconds:.2f} s")
+        if any(not line.startswith("zforms: ") for line in message.splitlines()):
+            self.problem(step, f"message does not begin with 'zforms: ': {message[:200]!r}")
+        return done
+
+    def run(self):
+        if self.row["modern"] or self.row["class"] == "modern":
+            self.refuse("modern", may_succeed=False)
+        elif self.row["class"] == "reject":
+            self.refuse("reject", may_succeed=True)
+        elif self.row["password"] == "?":
+            self.refuse("password", may_succeed=False)
+        else:
+            self.steps = ["fields"] + (["fill"] if self.truth else []) + ["rewrite", "permissions"]
+            self.fields()
+            self.read_original()
+            if self.truth:
+                self.fill()
+            self.copy("rewrite")
+            self.copy("permissions", "--set", f"0x{FLAGS:X}")
+        return {"file": self.row["file"], "class": self.row["class"], "steps": self.steps,
+                "problems": self.problems, "seconds": round(self.seconds, 3)}
+
+    def refuse(self, step, may_succeed):
+        self.steps = [step]
+        done = self.tool(step, "fields", self.path, "--json")
+        lines = done.err.decode("utf-8", "replace").splitlines()
+        if done.status in (0, 3):
+            if not may_succeed:
+                self.problem(step, f"exit {done.status} where reading must fail")
+        elif len(lines) != 1 or not lines[0].startswith("zforms: ") or self.path.name not in lines[0]:
+            self.problem(step, f"the message is not one line that names the file: {lines[:3]}")
+
+    # fields ------------------------------------------------------------------------------------------------------
+
+    def fields(self):
+        done = self.tool("fields", "fields", self.path, "--json", "--password", self.password)
+        if done.status not in (0, 3):
+            return self.problem("fields", f"exit {done.status}: {done.err.decode('utf-8', 'replace').strip()[:200]}")
+        try:
+            answer = json.loads(done.out.decode("utf-8"))
+            said = answer["fields"]
+        except (ValueError, KeyError, TypeError) as error:
+            return self.problem("fields", f"no JSON: {error}")
+        if answer.get("encrypted") != bool(self.row["enc"]):
+            self.problem("fields", f"encrypted is {answer.get('encrypted')}")
+        if not str(answer.get("version", "")).endswith(self.row["version"]):
+            self.problem("fields", f"version is {answer.get('version')}, not {self.row['version']}")
+        expected = self.truth["fields"] if self.truth else []
+        names = [f.get("name") for f in said], [f["name"] for f in expected]
+        if names[0] != names[1]:
+            first = next((i for i, (a, b) in enumerate(zip(*names)) if a != b), min(map(len, names)))
+            return self.problem("fields", f"names differ from number {first} on: {names[0][first:first + 2]} instead "
+                                f"of {names[1][first:first + 2]} ({len(names[0])} instead of {len(names[1])})")
+        for field, truth in zip(said, expected):
+            for what, value, right in compared(field, truth):
+                if value != right:
+                    self.problem("fields", f"{field['name']!r}: {what} is {value!r}, not {right!r}")
+
+    # fill --------------------------------------------------------------------------------------------------------
+
+    def read_original(self):
+        self.original = peers.Objects(self.path, self.password)
+        self.original_fields = self.original.fields()
+        self.soundness = peers.qpdf_check(self.path, self.password)
+        self.pages = peers.poppler_pages(self.path, self.password)
+        self.mutool = peers.mutool_values(self.path, self.password)
+
+    def fill(self):
+        values = fill_values(self.original_fields)
+        data, out = self.folder / "data.xfdf", self.folder / "fill.pdf"
+        data.write_bytes(xfdf(values))
+        done = self.tool("fill", "fill", self.path, data, "-o", out, "--password", self.password)
+        if done.status not in (0, 3) or not out.is_file():
+            return self.problem("fill", f"exit {done.status}: {done.err.decode('utf-8', 'replace').strip()[:200]}")
+        if not out.read_bytes().startswith(self.path.read_bytes()):
+            self.problem("fill", "the file read is not a prefix of the file written")
+        try:
+            fields = peers.Objects(out, self.password).fields()
+        except ValueError as error:
+            return self.problem("fill", str(error))
+        self.compare_filled(fields, values)
+        self.no_worse("fill", out)
+
+    def compare_filled(self, fields, values):
+        if [f["name"] for f in fields] != [f["name"] for f in self.original_fields]:
+            return self.problem("fill", "the filled form has other fields")
+        found = peers.by_name(fields)
+        for name, value in values.items():
+            if value not in found[name]:
+                self.problem("fill", f"{name!r} reads {found[name]!r}, not {value!r}")
+        for before, after in zip(self.original_fields, fields):
+            if after["name"] not in values and (after["value"], after["shown"]) != (before["value"], before["shown"]):
+                self.problem("fill", f"{after['name']!r} changed to {after['value']!r} {after['shown']}")
+            if after["name"] in values and after["type"] in ("check", "radio"):
+                for states, shown in zip(after["widget_states"], after["shown"]):
+                    right = after["value"] if after["value"] in states else "Off"
+                    if states and shown != right:
+                        self.problem("fill", f"{after['name']!r} shows {shown!r}, not {right!r}")
+
+    # rewrite and permissions -------------------------------------------------------------------------------------
+
+    def copy(self, step, *arguments):
+        out = self.folder / f"{step}.pdf"
+        done = self.tool(step, step, self.path, *arguments, "-o", out, "--password", self.password)
+        if done.status not in (0, 3) or not out.is_file():
+            return self.problem(step, f"exit {done.status}: {done.err.decode('utf-8', 'replace').strip()[:200]}")
+        try:
+            copy = peers.Objects(out, self.password)
+        except ValueError as error:
+            return self.problem(step, str(error))
+        if copy.fields() != self.original_fields:
+            self.problem(step, "qpdf reads other fields")
+        for text in peers.object_differences(self.original, copy):
+            self.problem(step, text)
+        self.no_worse(step, out)
+        if self.pages is not None and peers.poppler_pages(out, self.password) != self.pages:
+            self.problem(step, f"poppler reads {peers.poppler_pages(out, self.password)} pages, not {self.pages}")
+        try:
+            if peers.mutool_values(out, self.password) != self.mutool:
+                self.problem(step, "mutool reads other values")
+        except ValueError as error:
+            self.problem(step, str(error))
+        flags = f"P = {FLAGS - (1 << 32)}"
+        if step == "permissions" and flags not in peers.qpdf_encryption(out, self.password):
+            self.problem(step, f"qpdf does not see {flags}")
+
+    def no_worse(self, step, path):
+        soundness = peers.qpdf_check(path, self.password)
+        if soundness > self.soundness:
+            self.problem(step, f"qpdf --check: {soundness} (trouble, warnings), before {self.soundness}")
+
+
+def texts(value):
+    """A value of the tool or of the truth in one shape: absent is empty, line ends are unified."""
+    if isinstance(value, list):
+        return [texts(v) for v in value]
+    return peers.plain(value) if isinstance(value, str) else ""
+
+
+def compared(field, truth):
+    """What is compared of a field: (what, the tool's, the truth's)."""
+    yield "type", field.get("type"), truth["type"]
+    yield "flags", field.get("flags"), truth["ff"]
+    if truth["v_kind"] in ("none", "name", "string", "array"):
+        yield "value", texts(field.get("value")), texts(truth.get("v"))
+    yield "default", texts(field.get("default")), texts(truth.get("dv"))
+    pairs = [texts(o) if isinstance(o, list) else [texts(o)] for o in truth.get("opt", [])]
+    said = [[texts(o.get("export")), texts(o.get("display"))] for o in field.get("options", [])]
+    # An option that is one text may be said as such, or as its own display text.
+    said = [[s[0]] if len(p) == 1 and s[1] in ("", s[0]) else s for s, p in zip(said, pairs)] + said[len(pairs):]
+    yield "options", said, [p[:2] for p in pairs]
+    yield "states", field.get("states", []), truth.get("states", [])
+    yield "widgets", field.get("widgets"), truth["widgets"]
+
+
+def fill_values(fields):
+    """A value of its own for every text field, and another state for one check box and one radio group."""
+    patterns = ["{} Été 7 €", "{} (50% ) \\ l’œuvre ", "{} Жук & <b>", "{}: ça ]]> «ñ»"]
+    values, buttons = {}, set()
+    for i, field in enumerate(fields):
+        name = field["name"]
+        if not name or any(ord(c) < 32 or 0xD800 <= ord(c) < 0xE000 for c in name):
+            continue
+        if field["type"] == "text":
+            text = patterns[i % len(patterns)].format(i)
+            if field["flags"] & 0x1000:
+                text += "\n2e ligne"
+            limit = field["maxlen"]
+            values[name] = text[:limit] if isinstance(limit, int) and limit > 0 else text
+        elif field["type"] in ("check", "radio") and field["type"] not in buttons:
+            others = [s for s in field["states"] if s != field["value"]]
+            if others and name not in values:
+                values[name] = others[0]
+                buttons.add(field["type"])
+    return values
+
+
+def xfdf(values):
+    tree = {}
+    for name, value in values.items():
+        level = tree
+        for part in name.split("."):
+            level = level.setdefault(part, {})
+        level[None] = value
+
+    def elements(level):
+        for name, inner in level.items():
+            if name is None:
+                yield f"<value>{escape(inner)}</value>"
+            else:
+                yield f"<field name={quoteattr(name)}>{''.join(elements(inner))}</field>"
+
+    return ('<?xml version="1.0" encoding="UTF-8"?>\n<xfdf xmlns="http://ns.adobe.com/xfdf/" xml:space="preserve">'
+            f"<fields>{''.join(elements(tree))}</fields></xfdf>").encode("utf-8")
+
+
+def check_file(options, row, truth):
+    with tempfile.TemporaryDirectory() as folder:
+        folder = pathlib.Path(folder)
+        if options.keep:
+            folder = options.keep / row["file"].replace("/", "__")
+            folder.mkdir(parents=True, exist_ok=True)
+        check = Check(options, row, truth, folder)
+        try:
+            return check.run()
+        except Exception as error:  # a fault of the check itself must not pass for agreement
+            check.problem("check", f"{type(error).__name__}: {error}")
+            return {"file": row["file"], "class": row["class"], "steps": check.steps, "problems": check.problems,
+                    "seconds": check.seconds}
+
+
+def explain(results):
+    """Moves the allowed differences aside; returns the rules that no difference met."""
+    stale = []
+    for result in results:
+        rules = ALLOWED.get(result["file"], [])
+        explained = {text: why for text in result["problems"] for start, why in rules if text.startswith(start)}
+        result["explained"] = [f"{text} ({why})" for text, why in explained.items()]
+        result["problems"] = [text for text in result["problems"] if text not in explained]
+        stale += [f"{result['file']}: {start}" for start, _ in rules
+                  if not any(text.startswith(start) for text in explained)]
+    return stale
+
+
+def summary(results):
+    columns = ["fields", "fill", "rewrite", "permissions", "modern", "reject", "password"]
+    print(f"{'class':8} {'files':>5} " + " ".join(f"{c:>11}" for c in columns) + f" {'explained':>9} {'slowest':>8}")
+    for kind in dict.fromkeys(r["class"] for r in results):
+        rows = [r for r in results if r["class"] == kind]
+        cells = []
+        for column in columns:
+            ran = [r for r in rows if column in r["steps"]]
+            right = [r for r in ran if not any(p.startswith(column + ":") for p in r["problems"])]
+            cells.append(f"{len(right)}/{len(ran)}" if ran else "")
+        print(f"{kind:8} {len(rows):5} " + " ".join(f"{c:>11}" for c in cells) +
+              f" {sum(len(r['explained']) for r in rows):9} {max(r['seconds'] for r in rows):6.2f} s")
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    root = pathlib.Path(__file__).resolve().parent.parent
+    parser.add_argument("--tool", default=os.environ.get("ZFORMS_TOOL"), help="the zforms program (ZFORMS_TOOL)")
+    parser.add_argument("--corpus", type=pathlib.Path,
+                        default=os.environ.get("ZFORMS_CORPUS") or root.parent / "shared" / "corpus")
+    parser.add_argument("--only", default="", help="files whose name holds this text")
+    parser.add_argument("--report", type=pathlib.Path, help="write the result of every file there, as JSON")
+    parser.add_argument("--keep", type=pathlib.Path, help="keep the files made in this folder")
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--time-limit", type=float, default=os.environ.get("ZFORMS_TIME_LIMIT", 1.0),
+                        help="seconds that a run of the tool may take (ZFORMS_TIME_LIMIT; 1)")
+    options = parser.parse_args()
+    options.corpus = pathlib.Path(options.corpus)
+    return options
+
+
+def main():
+    options = arguments()
+    if not (options.corpus / "INDEX.tsv").is_file():
+        print(f"skipped: there is no corpus at {options.corpus} (ZFORMS_CORPUS)")
+        return SKIPPED
+    missing = peers.absent(["qpdf", "mutool", "pdfinfo"])
+    if missing:
+        print(f"skipped: not installed: {', '.join(missing)}")
+        return SKIPPED
+    if not options.tool or not os.access(options.tool, os.X_OK):
+        print(f"corpus_check: no zforms program at {options.tool!r} (--tool or ZFORMS_TOOL)")
+        return 1
+    with open(options.corpus / "INDEX.tsv", encoding="utf-8", newline="") as index:
+        rows = [r for r in csv.DictReader(index, delimiter="\t") if options.only in r["file"]]
+    with open(options.corpus / "truth.jsonl", encoding="utf-8") as lines:
+        truth = {t["file"]: t for t in map(json.loads, lines)}
+    with concurrent.futures.ProcessPoolExecutor(min(options.jobs, 2)) as pool:
+        results = list(pool.map(check_file, [options] * len(rows), rows, [truth.get(r["file"]) for r in rows]))
+    stale = explain(results)
+    if options.report:
+        options.report.write_text(json.dumps(results, ensure_ascii=True, indent=1))
+    if results:
+        summary(results)
+    differing = [r for r in results if r["problems"]]
+    for result in differing[:None if options.only else MAX_REPORTED]:
+        more = f"   (and {len(result['problems']) - 1} more)" if len(result["problems"]) > 1 else ""
+        print(f"{result['file']}: {result['problems'][0]}{more}")
+    if len(differing) > MAX_REPORTED and not options.only:
+        print(f"... and {len(differing) - MAX_REPORTED} more files")
+    steps = collections.Counter(text.split(":")[0] for r in results for text in r["problems"])
+    for rule in stale:
+        print(f"allowed but not met any more: {rule}")
+    print(f"corpus_check: {len(results)} files, {len(differing)} differ {dict(steps) if steps else ''}")
+    return 1 if differing or stale or not results else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
