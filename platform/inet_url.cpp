@@ -53,10 +53,9 @@ Chaine EscapeAllBut(std::string_view marks, std::string_view text, bool keep_esc
 // The length of the protocol before ":", or 0. A single letter is a drive.
 size_t ProtocolLength(std::string_view text) {
   if (text.empty() || !IsLetter(text[0])) return 0;
-  const size_t end =
-      std::find_if(text.begin(), text.end(),
-                   [](char c) { return !IsLetter(c) && !IsDigit(c) && c != '+' && c != '-' && c != '.'; }) -
-      text.begin();
+  const auto past = std::find_if(
+      text.begin(), text.end(), [](char c) { return !IsLetter(c) && !IsDigit(c) && c != '+' && c != '-' && c != '.'; });
+  const size_t end = static_cast<size_t>(past - text.begin());
   return end >= 2 && end < text.size() && text[end] == ':' ? end : 0;
 }
 

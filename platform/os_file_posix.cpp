@@ -1,5 +1,3 @@
-#include "platform/os_file.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +8,8 @@
 #include <cstdlib>
 #include <limits>
 #include <system_error>
+
+#include "platform/os_file.h"
 
 namespace zforms {
 
@@ -22,15 +22,11 @@ bool IsUsable(const Chaine& path) { return !path.IsEmpty() && path.View().find('
 
 int FlagsOf(OsFile::Mode mode) {
   switch (mode) {
-    case OsFile::Mode::kRead:
-      return O_RDONLY;
-    case OsFile::Mode::kOverwrite:
-      return O_WRONLY | O_CREAT;
-    case OsFile::Mode::kTruncate:
-      return O_WRONLY | O_CREAT | O_TRUNC;
+    case OsFile::Mode::kRead: return O_RDONLY;
+    case OsFile::Mode::kOverwrite: return O_WRONLY | O_CREAT;
+    case OsFile::Mode::kTruncate: return O_WRONLY | O_CREAT | O_TRUNC;
     case OsFile::Mode::kNew:
-    case OsFile::Mode::kNewShared:
-      return O_WRONLY | O_CREAT | O_EXCL;
+    case OsFile::Mode::kNewShared: return O_WRONLY | O_CREAT | O_EXCL;
   }
   return O_RDONLY;
 }

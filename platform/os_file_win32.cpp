@@ -37,15 +37,11 @@ DWORD AttributesOf(const Chaine& path) {
 
 DWORD DispositionOf(OsFile::Mode mode) {
   switch (mode) {
-    case OsFile::Mode::kRead:
-      return OPEN_EXISTING;
-    case OsFile::Mode::kOverwrite:
-      return OPEN_ALWAYS;
-    case OsFile::Mode::kTruncate:
-      return CREATE_ALWAYS;
+    case OsFile::Mode::kRead: return OPEN_EXISTING;
+    case OsFile::Mode::kOverwrite: return OPEN_ALWAYS;
+    case OsFile::Mode::kTruncate: return CREATE_ALWAYS;
     case OsFile::Mode::kNew:
-    case OsFile::Mode::kNewShared:
-      return CREATE_NEW;
+    case OsFile::Mode::kNewShared: return CREATE_NEW;
   }
   return OPEN_EXISTING;
 }

@@ -80,9 +80,7 @@ bool Fail(std::string* error, std::string reason) {
   return false;
 }
 
-Chaine WithoutMark(const Chaine& text) {
-  return text.View().substr(0, 3) == "\xEF\xBB\xBF" ? text.Mid(3) : text;
-}
+Chaine WithoutMark(const Chaine& text) { return text.View().substr(0, 3) == "\xEF\xBB\xBF" ? text.Mid(3) : text; }
 
 }  // namespace
 
@@ -94,12 +92,8 @@ bool ZXMLReader::ToUTF8(const Chaine& bytes, Encoding encoding, Chaine* text, st
     if (!EncodingOfName(name, &encoding) && !HasOnlyASCII(bytes)) return Fail(error, "unknown encoding " + name);
   }
   switch (encoding) {
-    case ZInetEncodedBuffer::eLatin1:
-      *text = Latin1ToUTF8(bytes);
-      return true;
-    case ZInetEncodedBuffer::eWindows1252:
-      *text = Windows1252ToUTF8(bytes);
-      return true;
+    case ZInetEncodedBuffer::eLatin1: *text = Latin1ToUTF8(bytes); return true;
+    case ZInetEncodedBuffer::eWindows1252: *text = Windows1252ToUTF8(bytes); return true;
     case ZInetEncodedBuffer::eUTF16LE:
     case ZInetEncodedBuffer::eUTF16BE: {
       if (bytes.size() % 2 != 0) return Fail(error, "the UTF-16 text ends in the middle of a character");
@@ -108,8 +102,7 @@ bool ZXMLReader::ToUTF8(const Chaine& bytes, Encoding encoding, Chaine* text, st
       return true;
     }
     case ZInetEncodedBuffer::eDetect:
-    case ZInetEncodedBuffer::eUTF8:
-      break;
+    case ZInetEncodedBuffer::eUTF8: break;
   }
   *text = WithoutMark(bytes);
   return true;

@@ -107,8 +107,7 @@ class ZXMLTreeBuilder {
     bytes_.Reserve(size);
     char* buffer = bytes_.AppendUninitialized(size);
     buffer[text.copy(buffer, text.size())] = '\0';
-    const pugi::xml_parse_result parsed =
-        source.load_buffer_inplace(buffer, size, kParseFlags, pugi::encoding_utf8);
+    const pugi::xml_parse_result parsed = source.load_buffer_inplace(buffer, size, kParseFlags, pugi::encoding_utf8);
     if (!parsed) {
       const size_t at = std::min(static_cast<size_t>(std::max<ptrdiff_t>(parsed.offset, 0)), text.size());
       return Fail(Place(text, at) + parsed.description());
@@ -185,14 +184,10 @@ class ZXMLTreeBuilder {
 
   void CopyText(const pugi::xml_node& node, ZXMLElement* into) {
     switch (node.type()) {
-      case pugi::node_pcdata:
-        return AppendText(node.value(), into);
-      case pugi::node_cdata:
-        return AppendPiece(ZXMLNode::Kind::kCData, Share(node.value()), into);
-      case pugi::node_comment:
-        return into->Append(new ZXMLTextNode(ZXMLNode::Kind::kComment, Share(node.value())));
-      case pugi::node_doctype:
-        return into->Append(new ZXMLTextNode(ZXMLNode::Kind::kDoctype, Share(node.value())));
+      case pugi::node_pcdata: return AppendText(node.value(), into);
+      case pugi::node_cdata: return AppendPiece(ZXMLNode::Kind::kCData, Share(node.value()), into);
+      case pugi::node_comment: return into->Append(new ZXMLTextNode(ZXMLNode::Kind::kComment, Share(node.value())));
+      case pugi::node_doctype: return into->Append(new ZXMLTextNode(ZXMLNode::Kind::kDoctype, Share(node.value())));
       case pugi::node_pi: {
         Chaine text(node.name());
         if (*node.value() != '\0') text += Chaine(" ") + node.value();
@@ -204,8 +199,7 @@ class ZXMLTreeBuilder {
         version_ = node.attribute("version").value();
         standalone_ = node.attribute("standalone").value();
         return;
-      default:
-        return;
+      default: return;
     }
   }
 

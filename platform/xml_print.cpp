@@ -45,7 +45,9 @@ Chaine WithoutCarriageReturns(std::string_view text) {
   return result;
 }
 
-bool Counts(const ZXMLNode* node) { return node->kind == ZXMLNode::Kind::kText || node->kind == ZXMLNode::Kind::kCData; }
+bool Counts(const ZXMLNode* node) {
+  return node->kind == ZXMLNode::Kind::kText || node->kind == ZXMLNode::Kind::kCData;
+}
 
 const Chaine& TextOf(const ZXMLNode* node) { return static_cast<const ZXMLTextNode*>(node)->text; }
 
@@ -69,7 +71,8 @@ class ZXMLPrinter {
       out_.Put('"');
     }
     out_.Put("?>");
-    if (document.first_->kind != ZXMLNode::Kind::kSpace) out_.Put('\n');
+    const ZXMLNode* first = document.first_;
+    if (first->kind != ZXMLNode::Kind::kSpace || HoldsNothing(TextOf(first).View())) out_.Put('\n');
   }
 
   // What stands between the tags of `root`; the depth of the tree does not matter.
@@ -135,9 +138,12 @@ class ZXMLPrinter {
   }
 
   // Nothing is left of a text of carriage returns once they are dropped.
+  bool HoldsNothing(std::string_view text) const {
+    return text.empty() || (raw_ && text.find_first_not_of('\r') == std::string_view::npos);
+  }
   bool HoldsNothing(const ZVariant& value) const {
     const Chaine* text = value.Text();
-    return value.IsEmpty() || (raw_ && text != nullptr && text->View().find_first_not_of('\r') == std::string_view::npos);
+    return text == nullptr ? value.IsEmpty() : HoldsNothing(text->View());
   }
 
   // A value that differs from the pieces of text read is written in their place.
@@ -170,20 +176,11 @@ class ZXMLPrinter {
       return;
     }
     switch (node->kind) {
-      case ZXMLNode::Kind::kCData:
-        PutCData(text);
-        break;
-      case ZXMLNode::Kind::kComment:
-        PutWhole("<!--", text, "-->");
-        break;
-      case ZXMLNode::Kind::kInstruction:
-        PutWhole("<?", text, "?>");
-        break;
-      case ZXMLNode::Kind::kDoctype:
-        PutWhole("<!DOCTYPE ", text, ">");
-        break;
-      default:
-        PutText(text);
+      case ZXMLNode::Kind::kCData: PutCData(text); break;
+      case ZXMLNode::Kind::kComment: PutWhole("<!--", text, "-->"); break;
+      case ZXMLNode::Kind::kInstruction: PutWhole("<?", text, "?>"); break;
+      case ZXMLNode::Kind::kDoctype: PutWhole("<!DOCTYPE ", text, ">"); break;
+      default: PutText(text);
     }
   }
 
@@ -226,23 +223,14 @@ class ZXMLPrinter {
 
   void PutSpecial(char c) {
     switch (c) {
-      case '&':
-        return out_.Put("&amp;");
-      case '<':
-        return out_.Put("&lt;");
-      case '>':
-        return out_.Put("&gt;");
-      case '"':
-        return out_.Put("&quot;");
-      case '\t':
-        return out_.Put("&#9;");
-      case '\n':
-        return out_.Put("&#10;");
-      case '\r':
-        return out_.Put("&#13;");
-      default:
-        replaced_++;
-        out_.Put(kReplacement);
+      case '&': return out_.Put("&amp;");
+      case '<': return out_.Put("&lt;");
+      case '>': return out_.Put("&gt;");
+      case '"': return out_.Put("&quot;");
+      case '\t': return out_.Put("&#9;");
+      case '\n': return out_.Put("&#10;");
+      case '\r': return out_.Put("&#13;");
+      default: replaced_++; out_.Put(kReplacement);
     }
   }
 
@@ -302,27 +290,6 @@ bool ZXMLReader::Write(ZXMLOptimizeFOStream* out, bool without_declaration, size
 bool ZXMLReader::Write(ZInetOStream* out, bool without_declaration, size_t* replaced) const {
   ZXMLOptimizeFOStream gathered(out);
   return Write(&gathered, without_declaration, replaced);
-}
-
-ZXMLOptimizeFOStream::ZXMLOptimizeFOStream(ZInetOStream* target, unsigned options)
-    : ZInetFilterOStream(target), block_(std::make_unique_for_overwrite<char[]>(kCapacity)), options_(options) {}
-
-ZXMLOptimizeFOStream::~ZXMLOptimizeFOStream() { Flush(); }
-
-bool ZXMLOptimizeFOStream::Flush() {
-  if (count_ != 0 && ok_) ok_ = Target()->Write(block_.get(), count_);
-  count_ = 0;
-  return ok_;
-}
-
-void ZXMLOptimizeFOStream::PutLong(std::string_view text) {
-  Flush();
-  if (text.size() < kCapacity) {
-    text.copy(block_.get(), text.size());
-    count_ = text.size();
-  } else if (ok_) {
-    ok_ = Target()->Write(text.data(), text.size());
-  }
 }
 
 }  // namespace zforms

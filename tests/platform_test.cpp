@@ -1,0 +1,633 @@
+// Files, streams, values, URLs and XML: what the platform folder gives.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <random>
+#include <string>
+
+#include "platform/file_io.h"
+#include "platform/inet_stream.h"
+#include "platform/inet_url.h"
+#include "platform/os_file.h"
+#include "platform/variant.h"
+#include "platform/xml.h"
+
+namespace zforms {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+// A folder that goes with the test.
+class FolderTest : public testing::Test {
+ protected:
+  FolderTest() {
+    const auto* info = testing::UnitTest::GetInstance()->current_test_info();
+    folder_ = fs::temp_directory_path() / ("zforms-"s + info->name() + "-" + std::to_string(ProcessNumber()));
+    fs::create_directories(folder_);
+  }
+  ~FolderTest() override { fs::remove_all(folder_); }
+
+  Chaine At(const std::string& name) const { return Chaine((folder_ / name).string()); }
+  static Chaine Content(const Chaine& path) {
+    Chaine bytes;
+    std::string error;
+    EXPECT_TRUE(ReadFile(path, &bytes, &error)) << error;
+    return bytes;
+  }
+  size_t FileCount() const {
+    return static_cast<size_t>(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
+  }
+
+  fs::path folder_;
+};
+
+using FileIO = FolderTest;
+using FileStreams = FolderTest;
+
+TEST_F(FileIO, StoresFromTheFirstByteAndCutsTheRest) {
+  const Chaine path = At("a é.bin");
+  const Chaine bytes("\0one\r\ntwo\xFF"s);
+  for (const Chaine& written : {bytes + bytes, bytes, Chaine()}) {
+    ASSERT_TRUE(StoreFile(path, written));
+    EXPECT_EQ(Content(path), written);
+  }
+}
+
+TEST_F(FileIO, ReadsWithRoomToAppend) {
+  ASSERT_TRUE(StoreFile(At("a"), Chaine(1'000'000, 'x')));
+  Chaine bytes = Content(At("a"));
+  const char* before = bytes.data();
+  bytes.Append(std::string(150'000, 'y'));
+  EXPECT_EQ(bytes.data(), before);
+}
+
+TEST_F(FileIO, SaysWhyItFails) {
+  fs::create_directory(folder_ / "sub");
+  ASSERT_TRUE(StoreFile(At("file"), "x"));
+  const struct {
+    Chaine path;
+    bool reads, stores, replaces;
+  } kCases[] = {
+      {"", false, false, false},
+      {At("missing"), false, true, true},
+      {At("no/such/folder"), false, false, false},
+      {At("sub"), false, false, false},
+      {At("file/below"), false, false, false},
+      {At("file") + Chaine("\0more"s), false, false, false},
+  };
+  for (const auto& c : kCases) {
+    Chaine bytes("kept");
+    std::string error;
+    EXPECT_EQ(ReadFile(c.path, &bytes, &error), c.reads) << c.path.View();
+    EXPECT_FALSE(error.empty());
+    EXPECT_EQ(bytes, "kept");
+    error.clear();
+    EXPECT_EQ(StoreFile(c.path, "new", &error), c.stores) << c.path.View();
+    EXPECT_EQ(error.empty(), c.stores) << error;
+    error.clear();
+    EXPECT_EQ(ReplaceFile(c.path, "newer", &error), c.replaces) << c.path.View();
+    EXPECT_EQ(error.empty(), c.replaces) << error;
+  }
+  EXPECT_EQ(Content(At("file")), "x");
+  EXPECT_EQ(Content(At("missing")), "newer");
+  EXPECT_EQ(FileCount(), 3u) << "a temporary file is left";
+}
+
+TEST_F(FileIO, ReplacingKeepsPermissionsAndFollowsLinks) {
+  ASSERT_TRUE(StoreFile(At("target"), "a long old text"));
+  const auto mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+  fs::permissions(folder_ / "target", mode);
+  fs::create_symlink(folder_ / "target", folder_ / "link");
+  ASSERT_TRUE(ReplaceFile(At("link"), "new"));
+  EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+  EXPECT_EQ(Content(At("target")), "new");
+  EXPECT_EQ(fs::status(folder_ / "target").permissions(), mode);
+  // An open reader still sees the file it opened.
+  ZInetFileIStream old(At("target"));
+  ASSERT_TRUE(ReplaceFile(At("target"), "newest"));
+  EXPECT_EQ(old.ReadAll(), "new");
+  EXPECT_TRUE(ReplaceFile("/dev/null", "gone"));
+  EXPECT_EQ(KindOfFile("/dev/null"), OsFileKind::kOther);
+  EXPECT_EQ(FileCount(), 2u);
+}
+
+TEST_F(FileStreams, WhatIsWrittenInPiecesIsReadInPieces) {
+  std::mt19937 random(1);
+  for (const bool buffering : {true, false}) {
+    Chaine expected;
+    ZInetFileOStream out(At("a"));
+    ZInetComputeSizeOStream counter;
+    EXPECT_TRUE(out.SetBuffering(buffering));
+    for (int i = 0; i < 200; i++) {
+      const Chaine piece(random() % (i % 20 == 0 ? 200'000 : 300), static_cast<char>(random()));
+      expected += piece;
+      ASSERT_TRUE(out.Write(piece.data(), piece.size()));
+      counter.Write(piece.data(), piece.size());
+    }
+    EXPECT_TRUE(out.Close());
+    EXPECT_FALSE(out.Close());
+    EXPECT_EQ(counter.Size(), expected.size());
+
+    ZInetFileIStream in(At("a"));
+    char piece[1000];
+    Chaine read;
+    while (const size_t got = in.Read(piece, 1 + random() % sizeof piece)) read += std::string_view(piece, got);
+    EXPECT_EQ(read, expected);
+    EXPECT_EQ(ZInetFileIStream(At("a")).ReadAll(), expected);
+  }
+}
+
+TEST_F(FileStreams, FailuresShow) {
+  ZInetFileIStream in(At("missing"));
+  char byte;
+  EXPECT_FALSE(in.IsOpen());
+  EXPECT_EQ(in.Read(&byte, 1), 0u);
+  EXPECT_FALSE(in.Error().empty());
+  EXPECT_FALSE(ZInetFileIStream(Chaine(folder_.string())).Error().empty());
+  ZInetFileOStream out(At("no/folder"));
+  EXPECT_FALSE(out.IsOpen());
+  EXPECT_FALSE(out.Write("x", 1));
+  EXPECT_FALSE(out.Close());
+  ZInetFileOStream full("/dev/full");
+  if (!full.IsOpen()) GTEST_SKIP() << "no device that is full";
+  EXPECT_TRUE(full.Write("x", 1));
+  EXPECT_FALSE(full.Close());
+  EXPECT_FALSE(full.Error().empty());
+}
+
+TEST(MemoryStreams, ShareAndAppend) {
+  const Chaine text(1000, 'x');
+  ZInetChaineIStream in(text);
+  char start[10];
+  EXPECT_EQ(in.Read(start, sizeof start), 10u);
+  EXPECT_TRUE(in.ReadAll().SharesBytesWith(text));
+  EXPECT_EQ(in.ReadAll(), "");
+  sBlob blob{Chaine("old")};
+  ZInetBlobOStream(&blob).Write("new", 3);
+  EXPECT_EQ(ZInetBlobIStream(&blob).ReadAll(), "new");
+  EXPECT_EQ(ZInetBlobIStream(nullptr).ReadAll(), "");
+}
+
+TEST(Variant, Text) {
+  const struct {
+    ZVariant value;
+    const char* text;
+    bool empty;
+  } kCases[] = {
+      {ZVariant(), "", true},
+      {"", "", true},
+      {" ", " ", false},
+      {Chaine("abc"), "abc", false},
+      {-7, "-7", false},
+      {4'000'000'000u, "4000000000", false},
+      {std::numeric_limits<int64_t>::min(), "-9223372036854775808", false},
+      {0.1, "0.1", false},
+      {1e21, "1000000000000000000000", false},
+      {true, "true", false},
+      {false, "false", false},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(c.value.AsChaine(), c.text);
+    EXPECT_EQ(c.value.IsEmpty(), c.empty) << c.text;
+  }
+  EXPECT_FALSE(ZVariant("1") == ZVariant(1));
+  EXPECT_FALSE(ZVariant(1) == ZVariant(true));
+}
+
+// The parts, each after its mark.
+std::string Parts(const ZInetURL& url) {
+  std::string text = url.Protocol().ToString() + "|" + url.User().ToString() + "|" + url.Server().ToString() + "|" +
+                     std::to_string(url.Port()) + "|" + url.Path().ToString();
+  for (size_t i = 0; i < url.ParamCount(); i++) {
+    text += "|" + url.ParamName(i).ToString() + "=" + url.ParamValue(i).ToString();
+  }
+  return text + "|" + url.Reference().ToString();
+}
+
+TEST(InetURL, Parts) {
+  const struct {
+    const char* text;
+    const char* parts;
+  } kCases[] = {
+      {"", "|||0||"},
+      {"http://localhost:8080/App/acroform/get.cgi?code=F%201&Action=consult#p",
+       "http||localhost|8080|/App/acroform/get.cgi|code=F 1|Action=consult|p"},
+      {"HTTP://me:pw@[::1]:80?x", "http|me:pw|[::1]|80||x=|"},
+      {"http://h:99999/a", "http||h|0|/a|"},
+      {"file:///C|/dir/form.pdf", "file|||0|/C|/dir/form.pdf|"},
+      {"C:\\dir\\a.pdf", "|||0|C:\\dir\\a.pdf|"},
+      {"form.pdf?a=1=2&&b", "|||0|form.pdf|a=1=2|=|b=|"},
+      {"//server/x#a#b", "||server|0|/x|a#b"},
+      {"mailto:a@b.ch", "mailto|||0|a@b.ch|"},
+      {"#%zz%4", "|||0||%zz%4"},
+      {"http:///?&", "http|||0|/|=|=|"},
+  };
+  for (const auto& c : kCases) {
+    const ZInetURL url(c.text);
+    EXPECT_EQ(Parts(url), c.parts);
+    EXPECT_EQ(url.AsChaine(false, false), c.text);
+    // Put together anew it is the same, but for "/" before a query.
+    ZInetURL rebuilt = url;
+    rebuilt.SetReference(url.Reference());
+    EXPECT_EQ(Parts(ZInetURL(rebuilt.AsChaine())), Parts(rebuilt)) << rebuilt.AsChaine().View();
+  }
+}
+
+TEST(InetURL, Changes) {
+  ZInetURL url("/App/acroform/");
+  url.MoveTo("get.cgi");
+  url.SetParam("code", "F&1 é");
+  url.SetProtocol("http");
+  url.SetServer("localhost");
+  url.SetPort(8080);
+  url.SetParam("Action", "modify");
+  EXPECT_EQ(url.AsChaine(), "http://localhost:8080/App/acroform/get.cgi?code=F%261%20%C3%A9&Action=modify");
+  EXPECT_EQ(url.Param("CODE"), "F&1 é");
+  url.SetParam("ACTION", "consult");
+  EXPECT_EQ(url.AsChaine(false, true), "/App/acroform/get.cgi?code=F%261%20%C3%A9&Action=consult");
+  url.RemoveParam("code");
+  url.RemoveParam("Action");
+  url.SetServer("h:81");
+  url.SetPath("/a b/%41?");
+  url.SetReference("x y");
+  EXPECT_EQ(url.AsChaine(), "http://h:81/a%20b/%41%3F#x%20y");
+  EXPECT_EQ(url.FileName(), "A?");
+  EXPECT_FALSE(url.HasParam("code"));
+  EXPECT_EQ(ZInetURL("http://me:pw@h/p").AsChaine(true), "http://h/p");
+  EXPECT_EQ(ZInetURL("http://h?q#r").AsChaine(false, true), "/?q");
+}
+
+// RFC 3986 5.4, over the base given there.
+TEST(InetURL, MovesToRelativeReferences) {
+  const struct {
+    const char* relative;
+    const char* result;
+  } kCases[] = {
+      {"gg:h", "gg:h"},
+      {"ftp://h/x/../y", "ftp://h/y"},
+      {"g", "http://a/b/c/g"},
+      {"./g", "http://a/b/c/g"},
+      {"g/", "http://a/b/c/g/"},
+      {"/g", "http://a/g"},
+      {"//g", "http://g"},
+      {"?y", "http://a/b/c/d;p?y"},
+      {"g?y", "http://a/b/c/g?y"},
+      {"#s", "http://a/b/c/d;p?q#s"},
+      {";x", "http://a/b/c/;x"},
+      {"", "http://a/b/c/d;p?q"},
+      {".", "http://a/b/c/"},
+      {"..", "http://a/b/"},
+      {"../../g", "http://a/g"},
+      {"../../../g", "http://a/g"},
+      {"/./g", "http://a/g"},
+      {"./g/.", "http://a/b/c/g/"},
+      {"g/../h", "http://a/b/c/h"},
+      {"g?y/./x", "http://a/b/c/g?y/./x"},
+  };
+  for (const auto& c : kCases) {
+    ZInetURL url("http://a/b/c/d;p?q");
+    url.MoveTo(c.relative);
+    EXPECT_EQ(url.AsChaine(), c.result) << c.relative;
+  }
+}
+
+TEST(InetURL, LocalFiles) {
+  const struct {
+    const char* text;
+    bool local;
+    const char* path;
+  } kCases[] = {
+      {"file:///C|/dir/a%20b.pdf", true, "C:/dir/a b.pdf"},
+      {"file:///C:/dir/a.pdf", true, "C:/dir/a.pdf"},
+      {"FILE://localhost/d|/x", true, "d:/x"},
+      {"file:/tmp/%C3%A9.pdf", true, "/tmp/é.pdf"},
+      {"file:C|/x", true, "C:/x"},
+      {"file://server/share/x.pdf", false, "/share/x.pdf"},
+      {"http://h/C:/x", false, "C:/x"},
+      {"C:/x", false, "C:/x"},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(ZInetURL(c.text).IsLocalFile(), c.local) << c.text;
+    EXPECT_EQ(ZInetURL(c.text).Path(true), c.path) << c.text;
+  }
+  for (const char* path : {"C:/dir/a b%.pdf", "/tmp/ä#?.pdf", "/"}) {
+    EXPECT_TRUE(ZInetURL::FromLocalPath(path).IsLocalFile());
+    EXPECT_EQ(ZInetURL::FromLocalPath(path).Path(true), path);
+  }
+  EXPECT_EQ(ZInetURL::FromLocalPath("C:\\dir\\a.pdf").AsChaine(), "file:///C:/dir/a.pdf");
+}
+
+std::string RandomText(std::mt19937& random, std::string_view letters, size_t longest) {
+  std::string text(random() % (longest + 1), ' ');
+  for (char& c : text) c = letters[random() % letters.size()];
+  return text;
+}
+
+TEST(InetURL, AnyTextComesBackAndAnyParameterIsCarried) {
+  std::mt19937 random(3);
+  for (int i = 0; i < 20'000; i++) {
+    const std::string text = RandomText(random, ":/?#[]@!&=%41.a|C\\ \xC3\xA9", 24);
+    ZInetURL url(text);
+    ASSERT_EQ(url.AsChaine(), text);
+    const std::string value = RandomText(random, "&=%+ a\n\xFF#?", 8);
+    url.SetParam("k&", value);
+    ASSERT_EQ(ZInetURL(url.AsChaine()).Param("K&"), value) << url.AsChaine().View();
+  }
+}
+
+Chaine Written(const ZXMLReader& reader, unsigned options = ZXMLOptimizeFOStream::eShortEmpty) {
+  Chaine text;
+  ZInetChaineOStream target(text);
+  ZXMLOptimizeFOStream out(&target, options);
+  EXPECT_TRUE(reader.Write(&out, true));
+  return text;
+}
+
+TEST(XML, ComesThroughUnchanged) {
+  const char* const kTexts[] = {
+      "<a/>",
+      "<a b=\"1\" xml:space=\"preserve\" xmlns:x=\"u\"><x:c/> <d>  </d>\n</a>",
+      "<!-- before --><?style x=\"y\"?><!DOCTYPE a [<!ELEMENT a ANY>]>\n<a><!-- - > --><?p?></a>\n<!--after-->\n",
+      "<a>one<b>two</b>three<![CDATA[<four>&]]>five<c/> </a>",
+      "<v><![CDATA[]]></v>",
+      "<v>&amp;&lt;&gt;\"'\t\n&amp;#0;é\xF0\x9F\x98\x80</v>",
+      "<v w=\"&amp;&lt;&gt;&quot;'&#9;&#10;&#13; é\">&#13;\n</v>",
+      "<v>not UTF-8: \xE9\xFF</v>",
+      "<v><!--&#0;--><![CDATA[&#0;]]></v>",
+  };
+  for (const Chaine text : kTexts) {
+    ZXMLReader reader;
+    ASSERT_NE(reader.Read(text), nullptr) << text.View() << ": " << reader.LastError();
+    EXPECT_EQ(Written(reader), text);
+    EXPECT_EQ(Written(ZXMLReader(reader)), text);
+  }
+}
+
+TEST(XML, ValuesAreTheElementsOwnText) {
+  const struct {
+    const char* text;
+    const char* value;
+    const char* changed;  // once the value is "N<"
+  } kCases[] = {
+      {"<v/>", "", "<v>N&lt;</v>"},
+      {"<v> \t</v>", " \t", "<v>N&lt;</v>"},
+      {"<v>\n <c/>\n</v>", "", "<v>N&lt;\n <c/>\n</v>"},
+      {"<v>a<c>b</c>d</v>", "ad", "<v>N&lt;<c>b</c></v>"},
+      {"<v><c/>a<![CDATA[b&]]></v>", "ab&", "<v><c/>N&lt;</v>"},
+      {"<v><!--x--> </v>", " ", "<v><!--x-->N&lt;</v>"},
+  };
+  for (const auto& c : kCases) {
+    ZXMLReader reader;
+    ZXMLElement* root = reader.Read(Chaine(c.text));
+    ASSERT_NE(root, nullptr);
+    EXPECT_EQ(root->Value().AsChaine(), c.value) << c.text;
+    root->Value() = "N<";
+    EXPECT_EQ(Written(reader), c.changed);
+  }
+}
+
+TEST(XML, Encodings) {
+  const std::string utf8 = "<v>é€\U0001F600</v>";
+  const std::string with_mark = "\xEF\xBB\xBF" + utf8;
+  const auto utf16 = [](const std::u16string& text, bool little, bool mark) {
+    std::string bytes;
+    for (const char16_t c : (mark ? u"\uFEFF" : u"") + text) {
+      const char low = static_cast<char>(c & 255);
+      const char high = static_cast<char>(c >> 8);
+      bytes += little ? low : high;
+      bytes += little ? high : low;
+    }
+    return bytes;
+  };
+  const std::u16string wide = u"<v>é€\U0001F600</v>";
+  const struct {
+    std::string bytes;
+    const char* value;
+  } kCases[] = {
+      {utf8, "é€\U0001F600"},
+      {with_mark, "é€\U0001F600"},
+      {utf16(wide, true, true), "é€\U0001F600"},
+      {utf16(wide, false, true), "é€\U0001F600"},
+      {utf16(wide, true, false), "é€\U0001F600"},
+      {utf16(u"<?xml version='1.0' encoding='UTF-16'?>" + wide, false, false), "é€\U0001F600"},
+      {utf16(u"<v>a\xD800z</v>", true, true), "a\uFFFDz"},
+      {"<?xml version='1.0' encoding='ISO-8859-1'?><v>\xE9\xA4</v>", "é¤"},
+      {"<?xml version='1.0' encoding = \"Windows-1252\"?><v>\xE9\x80\x9C\x81</v>", "é€œ\u0081"},
+      {"<?xml version='1.0' encoding='klingon'?><v>plain</v>", "plain"},
+      {"<v>é</v>"s + '\0' + '\0', "é"},
+  };
+  for (const auto& c : kCases) {
+    ZXMLReader reader;
+    ASSERT_NE(reader.Read(Chaine(c.bytes)), nullptr) << reader.LastError();
+    EXPECT_EQ(reader.Data()->Value().AsChaine(), c.value);
+    Chaine text;
+    ZInetChaineOStream out(text);
+    EXPECT_TRUE(reader.Write(&out, false));
+    EXPECT_TRUE(text.View().starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<v>")) << text.View();
+  }
+  ZXMLReader reader;
+  reader.Read(Chaine("<v>\xE9</v>"), ZInetEncodedBuffer::eLatin1);
+  EXPECT_EQ(Written(reader), "<v>é</v>");
+}
+
+std::string Nested(size_t depth) {
+  std::string text;
+  for (size_t i = 0; i < depth; i++) text += "<a>";
+  for (size_t i = 0; i < depth; i++) text += "</a>";
+  return text;
+}
+
+TEST(XML, WhatIsNoXMLGivesNoTreeAndAReason) {
+  const struct {
+    std::string text;
+    const char* reason;
+  } kCases[] = {
+      {"", "no root"},
+      {"  \n", "no root"},
+      {"<!-- only -->", "no root"},
+      {"plain", "no root"},
+      {"<a/><b/>", "more than one root"},
+      {"<a/>x", "outside"},
+      {"x<a/>", "outside"},
+      {"<a>\n<b></a>", "line 2, column"},
+      {"<a><b>", "line 1"},
+      {"<a b=c/>", "line 1, column 6"},
+      {"<a>\n\n &#0;</a>", "line 3, column 2"},
+      {"<a b='&#x0;'/>", "character that does not exist"},
+      {"<a>&#4294967296;</a>", "character that does not exist"},
+      {"<a>x"s + '\0' + "y</a>", "zero byte"},
+      {"<?xml version='1.0' encoding='klingon'?><v>\xE9</v>", "unknown encoding klingon"},
+      {"\xFF\xFE<"s, "middle of a character"},
+      {Nested(501), "nested too deep"},
+      {Nested(100'000), "nested too deep"},
+  };
+  for (const auto& c : kCases) {
+    ZXMLReader reader;
+    reader.Create("old");
+    EXPECT_EQ(reader.Read(Chaine(c.text)), nullptr) << c.text.substr(0, 100);
+    EXPECT_EQ(reader.Data(), nullptr);
+    EXPECT_NE(reader.LastError().find(c.reason), std::string::npos) << reader.LastError();
+  }
+  ZXMLReader reader;
+  EXPECT_NE(reader.Read(Chaine(Nested(500))), nullptr);
+  EXPECT_EQ(reader.LastError(), "");
+}
+
+// Programs may build what the reader refuses.
+TEST(XML, DeepTreesAreCopiedWrittenAndFreed) {
+  ZXMLReader reader;
+  ZXMLElement* element = &reader.Create("a");
+  for (int i = 0; i < 200'000; i++) element = &element->Add("a");
+  EXPECT_EQ(Written(ZXMLReader(reader)).size(), 200'000u * 7 + 4);
+}
+
+TEST(XML, CharactersThatXMLHasNoPlaceForAreReplacedAndCounted) {
+  ZXMLReader reader;
+  ZXMLElement& root = reader.Create("v");
+  root.Value() = "a\0\v\x1F"s;
+  root.SetAttrib("b", "\x01");
+  Chaine text;
+  ZInetChaineOStream out(text);
+  size_t replaced = 0;
+  EXPECT_TRUE(reader.Write(&out, true, &replaced));
+  EXPECT_EQ(text, "<v b=\"\uFFFD\">a\uFFFD\uFFFD\uFFFD</v>");
+  EXPECT_EQ(replaced, 4u);
+}
+
+TEST(XML, RawLineEndsAreForAFilter) {
+  ZXMLReader reader;
+  ASSERT_NE(
+      reader.Read(Chaine("<v a='&#13;\r\n&#10;'>&#13;x\r\n<!-- -\r-\r\n--><![CDATA[]]\r>\r\n]]><w>&#13;</w></v>")),
+      nullptr);
+  const Chaine text = Written(reader, ZXMLOptimizeFOStream::eRawLineEnds | ZXMLOptimizeFOStream::eShortEmpty);
+  EXPECT_EQ(text, "<v a=\"&#13;\r\n&#10;\">\rx\r\n<!-- -\n-\n--><![CDATA[]]]]><![CDATA[>\n]]><w/></v>");
+  EXPECT_TRUE(Written(reader, 0).View().starts_with("<v a=\"&#13;&#13;&#10;&#10;\">&#13;x&#13;\n<!"));
+}
+
+TEST(XML, MarkupInsideAnElement) {
+  ZXMLReader reader;
+  ZXMLElement& root = reader.Create("r");
+  EXPECT_TRUE(root.FromChaine("<?xml version=\"1.0\"?><body><p>a &amp; b</p></body> tail"));
+  EXPECT_EQ(root.AsChaine(), "<body><p>a &amp; b</p></body> tail");
+  EXPECT_EQ(root["body"]["p"].Value().AsChaine(), "a & b");
+  EXPECT_FALSE(root.FromChaine("<body>"));
+  EXPECT_FALSE(root.FromChaine(Nested(500)));
+  EXPECT_EQ(Written(reader), "<r><body><p>a &amp; b</p></body> tail</r>");
+  // An element may be replaced by a part of itself, and take in what it stands in.
+  root.CopyContentOf(root["body"]);
+  EXPECT_EQ(Written(reader), "<r><p>a &amp; b</p></r>");
+  root["p"].CopyContentOf(root);
+  EXPECT_EQ(Written(reader), "<r><p><p>a &amp; b</p></p></r>");
+}
+
+TEST(XML, ChildrenByName) {
+  ZXMLReader reader;
+  ZXMLElement& root = *reader.Read(Chaine("<r>\n <a/>\n <b/>\n <a x='1'/>\n</r>"));
+  EXPECT_EQ(root.Size("a"), 2u);
+  EXPECT_EQ(root.Get("a", 1)->Attrib("x").AsChaine(), "1");
+  EXPECT_EQ(root.Sub("a", 2), nullptr);
+  EXPECT_FALSE(root.Exist("c"));
+  EXPECT_FALSE(root.Remove("a", 2));
+  EXPECT_TRUE(root.Remove("a", -1));
+  EXPECT_EQ(Written(reader), "<r>\n <b/>\n <a x=\"1\"/>\n</r>");
+  EXPECT_EQ(&root["b"], root.Sub("b"));
+  root["c"].SetAttrib("p", "q", 5);
+  root.RemoveAll("b");
+  root["a"].RemoveAttrib("x");
+  EXPECT_EQ(Written(reader), "<r>\n <a/>\n<c p:q=\"5\"/></r>");
+  const ZXMLElement& fixed = root;
+  EXPECT_EQ(fixed["none"]["none"].Attrib("x"), ZVariant());
+}
+
+// Compared with a plain list of names, whatever the order of calls.
+TEST(XML, PlacesAmongManyChildrenAreKept) {
+  std::mt19937 random(5);
+  ZXMLElement root(Chaine("r"));
+  std::vector<std::pair<int, ZXMLElement*>> model;
+  const char* const kNames[] = {"a", "b", "c"};
+  for (int step = 0; step < 20'000; step++) {
+    const int name = static_cast<int>(random() % 3);
+    std::vector<ZXMLElement*> same;
+    for (const auto& [of, element] : model) {
+      if (of == name) same.push_back(element);
+    }
+    const size_t index = random() % (same.size() + 2);
+    ASSERT_EQ(root.Sub(kNames[name], index), index < same.size() ? same[index] : nullptr);
+    ASSERT_EQ(root.Size(kNames[name]), same.size());
+    if (random() % 40 > model.size() || same.empty()) {
+      model.emplace_back(name, &root.Add(kNames[name]));
+    } else if (random() % 3 == 0) {
+      ZXMLElement* gone = same[random() % same.size()];
+      std::erase_if(model, [&](const auto& entry) { return entry.second == gone; });
+      root.Remove(*gone);
+    }
+  }
+}
+
+TEST(XML, ManyChildrenTakeTimeInProportion) {
+  constexpr size_t kCount = 100'000;
+  const auto start = std::chrono::steady_clock::now();
+  ZXMLElement root(Chaine("r"));
+  for (size_t i = 0; i < kCount; i++) root.Add(i % 2 == 0 ? "field" : "other").SetAttrib("n", static_cast<int64_t>(i));
+  size_t wrong = 0;
+  const auto check = [&](size_t i) {
+    wrong += root.Get("field", i)->Attrib("n") == ZVariant(int64_t(2 * i)) ? 0u : 1u;
+  };
+  for (size_t i = 0; i < root.Size("field"); i++) check(i);
+  for (size_t i = root.Size("field"); i-- != 0;) check(i);
+  EXPECT_EQ(wrong, 0u);
+  for (size_t i = 0; i < 1000; i++) EXPECT_FALSE(root.Exist("missing"));
+  while (root.Remove("other")) {
+  }
+  EXPECT_EQ(root.Size("field"), kCount / 2);
+  EXPECT_EQ(root.Size("other"), 0u);
+  // A look at every child for each of them would take minutes.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+void Grow(std::mt19937& random, ZXMLElement* into, int depth) {
+  // A carriage return, "]]>" and what looks like markup are among the texts.
+  constexpr std::string_view kLetters = "a<>&\"'\r\n\t ]é;#-";
+  for (size_t i = random() % 3; i-- != 0;) into->SetAttrib("k" + std::to_string(i), RandomText(random, kLetters, 12));
+  const bool leaf = depth == 0 || random() % 3 == 0;
+  if (leaf && random() % 4 != 0) into->Value() = RandomText(random, kLetters, 40);
+  for (size_t i = leaf ? 0 : random() % 8; i-- != 0;)
+    Grow(random, &into->Add("n" + std::to_string(random() % 3)), depth - 1);
+}
+
+bool SameTree(const ZXMLElement& a, const ZXMLElement& b) {
+  if (a.Name() != b.Name() || a.Value().AsChaine() != b.Value().AsChaine()) return false;
+  if (a.Attribs().size() != b.Attribs().size()) return false;
+  for (const auto& attribute : a.Attribs()) {
+    if (b.Attrib(attribute.name).AsChaine() != attribute.value.AsChaine()) return false;
+  }
+  const ZXMLElement* x = a.FirstChild();
+  const ZXMLElement* y = b.FirstChild();
+  for (; x != nullptr && y != nullptr; x = x->NextSibling(), y = y->NextSibling()) {
+    if (!SameTree(*x, *y)) return false;
+  }
+  return x == y;
+}
+
+TEST(XML, RandomTreesAreReadAsTheyWereBuilt) {
+  std::mt19937 random(7);
+  for (int i = 0; i < 200; i++) {
+    ZXMLReader built;
+    Grow(random, &built.Create("root"), 4);
+    for (const unsigned options : {0u, unsigned{ZXMLOptimizeFOStream::eShortEmpty}}) {
+      ZXMLReader read;
+      const Chaine text = Written(built, options);
+      ASSERT_NE(read.Read(text), nullptr) << read.LastError();
+      ASSERT_TRUE(SameTree(*built.Data(), *read.Data())) << text.View();
+      ASSERT_EQ(Written(read, options), text);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zforms

@@ -1,0 +1,45 @@
+#include "xfdf/field.h"
+
+#include "platform/xml.h"
+
+namespace zforms {
+
+ZXFDFField::~ZXFDFField() = default;
+
+Chaine ZXFDFField::Name() const { return Element().Attrib("name").AsChaine(); }
+
+bool ZXFDFField::HasName() const { return Element().HasAttrib("name"); }
+
+ZVariant& ZXFDFField::Value() { return Element()["value"].Value(); }
+
+const ZVariant& ZXFDFField::Value() const {
+  const ZXMLElement& element = Element();
+  return element["value"].Value();
+}
+
+bool ZXFDFField::HasValue() const { return Element().Exist("value"); }
+
+ZXMLElement& ZXFDFField::ValueRichText() { return Element()["value-richtext"]; }
+
+const ZXMLElement& ZXFDFField::ValueRichText() const {
+  const ZXMLElement& element = Element();
+  return element["value-richtext"];
+}
+
+bool ZXFDFField::HasValueRichText() const { return Element().Exist("value-richtext"); }
+
+ZXFDFField& ZXFDFField::operator=(const ZVariant& value) {
+  Value() = value;
+  return *this;
+}
+
+ZXFDFField& ZXFDFField::operator=(const ZXFDFField& other) {
+  if (this == &other) return *this;
+  const ZVariant name = Element().Attrib("name");
+  Element().CopyContentOf(other.Element());
+  Element().SetAttrib("name", name);
+  Relist();
+  return *this;
+}
+
+}  // namespace zforms

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/chaine.h"
+#include "platform/export.h"
+#include "platform/variant.h"
+#include "xfdf/field_collection.h"
+
+namespace zforms {
+
+// ZXFDFField is one "field" element of an XFDF document, and the collection of
+// the fields that stand in it. Owned by the collection that lists it.
+class ZFORMS_API ZXFDFField : public ZXFDFFieldCollection {
+ public:
+  using ZXFDFFieldCollection::ZXFDFFieldCollection;
+  ~ZXFDFField() override;
+
+  // The partial name, from "name"; empty when absent.
+  Chaine Name() const;
+  bool HasName() const;
+
+  // The text of "value". The non-const form makes the element when it is absent;
+  // the const form is empty then. Line ends are CR LF.
+  ZVariant& Value();
+  const ZVariant& Value() const;
+  bool HasValue() const;
+
+  // The element "value-richtext", whose AsChaine() is the rich text as XML. The
+  // non-const form makes it when it is absent; the const form is empty then.
+  ZXMLElement& ValueRichText();
+  const ZXMLElement& ValueRichText() const;
+  bool HasValueRichText() const;
+
+  // Sets the value.
+  ZXFDFField& operator=(const ZVariant& value);
+  // Takes over value, rich text, the fields within and all else that stands in
+  // the other field; keeps its own name. References to fields that stood in
+  // this one end.
+  ZXFDFField& operator=(const ZXFDFField& other);
+};
+
+}  // namespace zforms

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <string_view>
+
+#include "platform/chaine.h"
+#include "platform/containers.h"
+#include "platform/export.h"
+
+namespace zforms {
+
+class ZXFDFField;
+class ZXMLElement;
+
+// ZXFDFFieldCollection lists the "field" elements that stand in one element: in
+// "fields", or in another "field". It is a view: names and values live in the
+// XML tree, which outlives it. It owns its fields; a reference to one holds
+// until the field is removed, or its document read again or assigned to.
+// One document is used by one thread at a time.
+//
+// Names are exact bytes, letter case included. A "field" without "name" is not
+// listed; of several with the same name the last is. A full name has the names
+// of the fields that lead to it, joined by dots. A dotted name is looked for as
+// a name of its own first, and then taken apart.
+class ZFORMS_API ZXFDFFieldCollection {
+ public:
+  using Field = ZXFDFField;
+
+  // How deep AddField nests; what follows then becomes one name, dots included.
+  static constexpr unsigned kMaxDepth = 450;
+  // Full names longer than this are not listed by FieldNames.
+  static constexpr size_t kMaxFullName = 4096;
+
+  // `depth` is the number of fields that lead to `element`.
+  explicit ZXFDFFieldCollection(ZXMLElement& element, unsigned depth = 0);
+  ZXFDFFieldCollection(const ZXFDFFieldCollection&) = delete;
+  ZXFDFFieldCollection& operator=(const ZXFDFFieldCollection&) = delete;
+  virtual ~ZXFDFFieldCollection();
+
+  // How many fields stand at this level.
+  unsigned int Size() const { return static_cast<unsigned int>(fields_.Size()); }
+  // Finds or creates, as AddField does.
+  Field& operator[](const Chaine& name) { return AddField(name); }
+  Field& operator[](const char* name) { return AddField(Chaine(name)); }
+  // The field, or an empty field without name when there is none.
+  const Field& operator[](const Chaine& name) const;
+  const Field& operator[](const char* name) const { return (*this)[Chaine(name)]; }
+  // The field at that position in byte order of the names. Precondition: index < Size().
+  Field& operator[](unsigned int index) { return *fields_.At(index).second; }
+  const Field& operator[](unsigned int index) const { return *fields_.At(index).second; }
+  Field& operator[](int index) { return (*this)[static_cast<unsigned int>(index)]; }
+  const Field& operator[](int index) const { return (*this)[static_cast<unsigned int>(index)]; }
+
+  // The field of the full name, created after the others, with all that lead to
+  // it, when there is none.
+  Field& AddField(const Chaine& name);
+  bool Exist(const Chaine& name) const { return Get(name) != nullptr; }
+  // The field of the full name, or null.
+  Field* Get(const Chaine& name);
+  const Field* Get(const Chaine& name) const;
+  // Removes the field of that name at this level, and from the XML the first
+  // "field" of that name. Does not take dotted names apart.
+  void RemoveField(const Chaine& name);
+  // The full names of all fields below, each field before those in it.
+  PUniqueT<Chaine> FieldNames() const;
+  // Removes every "field", named or not, from the XML.
+  void Free();
+
+ protected:
+  ZXMLElement& Element() const { return element_; }
+  // Lists anew what stands in the element.
+  void Relist();
+
+ private:
+  static constexpr int kLookups = 2048;
+
+  Field* Find(std::string_view name, int* lookups) const;
+  void ListNames(const Chaine& prefix, PUniqueT<Chaine>* names) const;
+  void List(ZXMLElement& element);
+
+  ZXMLElement& element_;
+  unsigned depth_;
+  FDictionnary<std::unique_ptr<Field>> fields_;
+  // The "field" elements of a name in the order of the document, for names that
+  // have one which is not listed.
+  FDictionnary<std::deque<ZXMLElement*>> unlisted_;
+};
+
+}  // namespace zforms

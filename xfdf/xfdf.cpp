@@ -1,0 +1,169 @@
+#include "xfdf/xfdf.h"
+
+#include "platform/inet_stream.h"
+#include "xfdf/line_end_filters.h"
+
+namespace zforms {
+
+ZXFDF::ZXFDF() = default;
+
+ZXFDF::ZXFDF(const ZXFDF& other)
+    : xml_(other.xml_), last_error_(other.last_error_), last_replaced_(other.last_replaced_) {
+  if (other.fields_ != nullptr) Fields();
+}
+
+// The elements stay where they are, so the collection over them moves along.
+ZXFDF::ZXFDF(ZXFDF&& other) noexcept = default;
+
+ZXFDF& ZXFDF::operator=(const ZXFDF& other) {
+  if (this != &other) *this = ZXFDF(other);
+  return *this;
+}
+
+ZXFDF& ZXFDF::operator=(ZXFDF&& other) noexcept {
+  if (this == &other) return *this;
+  DropViews();
+  xml_ = std::move(other.xml_);
+  fields_ = std::move(other.fields_);
+  last_error_ = std::move(other.last_error_);
+  last_replaced_ = other.last_replaced_;
+  return *this;
+}
+
+ZXFDF::~ZXFDF() = default;
+
+// Everything that points into the tree goes before the tree does.
+void ZXFDF::DropViews() { fields_.reset(); }
+
+ZXMLElement& ZXFDF::Root() const {
+  if (ZXMLElement* root = xml_.Data()) return *root;
+  ZXMLElement& root = xml_.Create("xfdf");
+  root.SetAttrib("xml", "space", "preserve");
+  root.SetAttrib("xmlns", kNamespace);
+  return root;
+}
+
+const ZXMLElement* ZXFDF::Child(std::string_view name) const {
+  const ZXMLElement* root = xml_.Data();
+  return root == nullptr ? nullptr : static_cast<const ZXMLElement*>(root)->Get(name);
+}
+
+void ZXFDF::RemoveChild(std::string_view name) {
+  if (ZXMLElement* root = xml_.Data()) root->Remove(name);
+}
+
+ZXFDFFieldCollection& ZXFDF::Fields() {
+  if (fields_ == nullptr) fields_ = std::make_unique<FieldCollection>(Root()["fields"]);
+  return *fields_;
+}
+
+const ZXFDFFieldCollection& ZXFDF::Fields() const {
+  if (fields_ == nullptr) fields_ = std::make_unique<FieldCollection>(Root()["fields"]);
+  return *fields_;
+}
+
+bool ZXFDF::HasFields() const { return fields_ != nullptr || Child("fields") != nullptr; }
+
+ZXMLElement& ZXFDF::Annots() { return Root()["annots"]; }
+
+const ZXMLElement& ZXFDF::Annots() const {
+  const ZXMLElement* annots = Child("annots");
+  return annots == nullptr ? ZXMLElement::None() : *annots;
+}
+
+bool ZXFDF::HasAnnots() const { return Child("annots") != nullptr; }
+
+void ZXFDF::RemoveAnnots() { RemoveChild("annots"); }
+
+Chaine ZXFDF::IDSOriginal() const {
+  const ZXMLElement* ids = Child("ids");
+  return ids == nullptr ? Chaine() : ids->Attrib("original").AsChaine();
+}
+
+Chaine ZXFDF::IDSModified() const {
+  const ZXMLElement* ids = Child("ids");
+  return ids == nullptr ? Chaine() : ids->Attrib("modified").AsChaine();
+}
+
+bool ZXFDF::HasIDS() const { return Child("ids") != nullptr; }
+
+ZInetURL ZXFDF::PDFHRef() const {
+  const ZXMLElement* f = Child("f");
+  if (f == nullptr) return ZInetURL();
+  std::string text = f->Attrib("href").AsChaine().ToString();
+  if (text.starts_with("file:")) {
+    for (char& c : text) {
+      if (c == '|') c = ':';
+    }
+  }
+  return ZInetURL(Chaine(text));
+}
+
+bool ZXFDF::HasPDFHRef() const { return Child("f") != nullptr; }
+
+bool ZXFDF::HasSessionID() const {
+  if (!HasFields()) return false;
+  const Field* field = Fields().Get(kSessionIDField);
+  return field != nullptr && field->HasValue() && !field->Value().IsEmpty();
+}
+
+bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
+  DropViews();
+  xml_.Clear();
+  last_error_.clear();
+  // Line ends are bytes of their own only once the text is UTF-8.
+  const Chaine bytes = in->ReadAll();
+  last_error_ = in->Error();
+  Chaine text;
+  if (!last_error_.empty() || !ZXMLReader::ToUTF8(bytes, encoding, &text, &last_error_)) return true;
+  ZInetChaineIStream decoded(text);
+  ZInetLFToCRLFIStream filter(&decoded);
+  xml_.Read(&filter, ZInetEncodedBuffer::eUTF8);
+  last_error_ = xml_.LastError();
+  return true;
+}
+
+bool ZXFDF::Read(const Chaine& path, ZInetEncodedBuffer::eType encoding) {
+  ZInetFileIStream file(path);
+  return Read(&file, encoding);
+}
+
+bool ZXFDF::FromBlob(const sBlob* blob) {
+  ZInetBlobIStream in(blob);
+  return Read(&in);
+}
+
+bool ZXFDF::FromChaine(const Chaine& text) {
+  ZInetChaineIStream in(text);
+  return Read(&in);
+}
+
+bool ZXFDF::Save(ZInetOStream* out) const {
+  last_error_.clear();
+  ZInetCRLFToLFOStream filter(out);
+  ZXMLOptimizeFOStream gathered(&filter, ZXMLOptimizeFOStream::eRawLineEnds | ZXMLOptimizeFOStream::eShortEmpty);
+  if (xml_.Write(&gathered, false, &last_replaced_)) return true;
+  last_error_ = "the destination takes no more bytes";
+  return false;
+}
+
+bool ZXFDF::Save(const Chaine& path) const {
+  ZInetFileOStream file(path);
+  const bool written = Save(&file);
+  const bool closed = file.Close();
+  if (!file.Error().empty()) last_error_ = file.Error();
+  return written && closed;
+}
+
+bool ZXFDF::ToBlob(sBlob* blob) const {
+  ZInetBlobOStream out(blob);
+  return Save(&out);
+}
+
+Chaine ZXFDF::AsChaine() const {
+  Chaine text;
+  ZInetChaineOStream out(text);
+  return Save(&out) ? text : Chaine();
+}
+
+}  // namespace zforms

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/chaine.h"
+#include "platform/export.h"
+#include "platform/inet_url.h"
+#include "platform/xml.h"
+#include "xfdf/field.h"
+#include "xfdf/field_collection.h"
+
+namespace zforms {
+
+// ZXFDF is an XFDF document (ISO 19444-1): the values of a form's fields, with
+// the PDF they belong to. It is a view onto an XML tree that it owns; what is
+// read and not understood is written back. Text is UTF-8; the lines of values
+// end in CR LF in memory and in LF outside.
+//
+// Fields and collections that it gave out end when it is read, assigned to or
+// destroyed. One document is used by one thread at a time, const use included.
+class ZFORMS_API ZXFDF {
+ public:
+  using Field = ZXFDFField;
+  using FieldCollection = ZXFDFFieldCollection;
+
+  // The namespace of XFDF.
+  static constexpr char kNamespace[] = "http://ns.adobe.com/xfdf/";
+  // The field that carries what the host needs to know its session again.
+  static constexpr char kSessionIDField[] = "ZOR.SessionID";
+
+  ZXFDF();
+  ZXFDF(const ZXFDF& other);
+  ZXFDF(ZXFDF&& other) noexcept;
+  ZXFDF& operator=(const ZXFDF& other);
+  ZXFDF& operator=(ZXFDF&& other) noexcept;
+  virtual ~ZXFDF();
+
+  // The fields of "fields", which is made when it is absent.
+  FieldCollection& Fields();
+  const FieldCollection& Fields() const;
+  bool HasFields() const;
+
+  // The element "annots". The non-const form makes it when it is absent; the
+  // const form is empty then.
+  ZXMLElement& Annots();
+  const ZXMLElement& Annots() const;
+  bool HasAnnots() const;
+  void RemoveAnnots();
+
+  // Sets "ids" to the two strings of the PDF's "/ID", in hexadecimal; removes it
+  // when both are empty.
+  void SetIDS(const Chaine& original, const Chaine& modified);
+  // As they stand in "ids", in hexadecimal; empty when absent.
+  Chaine IDSOriginal() const;
+  Chaine IDSModified() const;
+  bool HasIDS() const;
+  // Takes the identifiers from a PDF; false when it cannot be read.
+  bool SetIDSFromLocalPDF(const Chaine& path);
+
+  // Sets the "href" of "f"; removes "f" when the URL is empty. A local file's
+  // identifiers are taken as well when it can be read, and the colon of its drive
+  // is written "|".
+  void SetPDFHRef(const ZInetURL& url);
+  // Empty when absent; in a "file:" URL every "|" is read as ":".
+  ZInetURL PDFHRef() const;
+  bool HasPDFHRef() const;
+
+  // Whether the field kSessionIDField has a value that is not empty.
+  bool HasSessionID() const;
+
+  // Replaces the document by what the source holds. Always true; when it is no
+  // XML, or cannot be opened, the document is empty and LastError() says why.
+  bool Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding = ZInetEncodedBuffer::eDetect);
+  bool Read(const Chaine& path, ZInetEncodedBuffer::eType encoding = ZInetEncodedBuffer::eDetect);
+  bool FromBlob(const sBlob* blob);
+  bool FromChaine(const Chaine& text);
+  // Writes the document; an empty document writes nothing. False when the
+  // destination fails; LastError() says why.
+  bool Save(ZInetOStream* out) const;
+  bool Save(const Chaine& path) const;
+  bool ToBlob(sBlob* blob) const;
+  // Empty when writing fails.
+  Chaine AsChaine() const;
+
+  // Why the last Read gave an empty document or the last Save failed; empty when
+  // it went well.
+  const std::string& LastError() const { return last_error_; }
+  // How many characters of the last Save XML has no place for, written as U+FFFD.
+  size_t LastReplaced() const { return last_replaced_; }
+
+ private:
+  ZXMLElement& Root() const;
+  const ZXMLElement* Child(std::string_view name) const;
+  void RemoveChild(std::string_view name);
+  void DropViews();
+
+  // Filling "fields" in on demand does not change what the document says.
+  mutable ZXMLReader xml_;
+  mutable std::unique_ptr<FieldCollection> fields_;
+  mutable std::string last_error_;
+  mutable size_t last_replaced_ = 0;
+};
+
+}  // namespace zforms
