@@ -1,0 +1,185 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "acroform/action.h"
+#include "acroform/annotation.h"
+#include "acroform/appearance_characteristics.h"
+#include "acroform/appearances.h"
+#include "acroform/field.h"
+#include "acroform/field_collection.h"
+#include "acroform/file_spec.h"
+#include "acroform/form_infos.h"
+#include "acroform/rect.h"
+#include "acroform/viewer_infos.h"
+#include "platform/chaine.h"
+#include "platform/containers.h"
+#include "platform/diagnostics.h"
+#include "platform/export.h"
+
+namespace zforms {
+
+class ZInetIStream;
+class ZInetOStream;
+class ZPDFEncryption;
+class ZPDFParser;
+class ZPDFWriter;
+class ZXFDF;
+
+// ZAcroForm is a PDF document with its interactive form: it opens a file, shows
+// the form's fields, fills them, and saves what changed, by default as an update
+// appended to the bytes that were read.
+//
+// It owns its parser, and so the node tree, and every wrapper that it hands out;
+// fields and wrappers are invalid after the next Load and after assignment to it.
+// Copies are deep. One thread at a time; copies belong to themselves.
+class ZFORMS_API ZAcroForm {
+ public:
+  using Field = ZAcroFormField;
+  using FieldCollection = ZAcroFormFieldCollection;
+  using Annotation = ZAcroFormAnnotation;
+  using Appearances = ZAcroFormAppearances;
+  using AppearanceCharacteristics = ZAcroFormAppearanceCharacteristics;
+  using Rect = ZAcroFormRect;
+  using Action = ZAcroFormAction;
+  using FileSpec = ZAcroFormFileSpec;
+  using FormInfos = ZAcroFormFormInfos;
+  using ViewerInfos = ZAcroFormViewerInfos;
+  // Full names to the fields that have them, in byte order of the names.
+  using FieldMap = FDictionnary<PTableau<Field*>>;
+  using ConstFieldMap = FDictionnary<PTableau<const Field*>>;
+
+  // Every permission: what "/P" is taken to be in a document without encryption.
+  static constexpr uint32_t kAllPermissions = 0xFFFFFFFC;
+
+  ZAcroForm();
+  ZAcroForm(const ZAcroForm& other);
+  ZAcroForm& operator=(const ZAcroForm& other);
+  virtual ~ZAcroForm();
+
+  // Open a file, a stream's bytes, or what a parser has read, which is copied.
+  // False when it cannot be read or the password does not open it, with the reason
+  // in Diagnostics(); what was loaded before then stays. A document without a form
+  // loads as well: see IsValid.
+  bool Load(const Chaine& path, const Chaine& password);
+  bool Load(ZInetIStream& in, const Chaine& password);
+  bool Load(const ZPDFParser* parser);
+  // Whether a document with a form is loaded and can be decrypted.
+  bool IsValid() const;
+  // The file that it was loaded from or last saved to; empty for a stream.
+  const Chaine& PathName() const { return path_name_; }
+  // The bytes of the document as loaded or last saved.
+  const Chaine& RawData() const { return raw_data_; }
+  uint32_t XRefOffset() const { return xref_offset_; }
+  // Null before a successful Load.
+  ZPDFParser* Parser() { return parser_.get(); }
+  const ZPDFParser* Parser() const { return parser_.get(); }
+
+  // The fields of "/Fields"; an empty collection without a form.
+  FieldCollection& Fields() { return *fields_; }
+  const FieldCollection& Fields() const { return *fields_; }
+  // Every field under its full name, in document order where several have the
+  // same: groups as well as the fields in them, widgets after their field.
+  FieldMap FlatFields();
+  ConstFieldMap FlatFields() const;
+  // The same without submit buttons and what stands below them.
+  FieldMap FlatRegularFields();
+  ConstFieldMap FlatRegularFields() const;
+
+  // The buttons that submit the form, in byte order of their full names.
+  uint32_t SubmitFormButtonCount() const;
+  // Precondition: i < SubmitFormButtonCount().
+  Field& SubmitFormButton(uint32_t i);
+  const Field& SubmitFormButton(uint32_t i) const;
+  bool HasSubmitFormButton() const;
+
+  // "/AcroForm"; null without a form.
+  FormInfos* Infos() { return form_infos_.get(); }
+  const FormInfos* Infos() const { return form_infos_.get(); }
+  // Whether viewers are to draw the values anew; set it after filling.
+  bool NeedAppearances() const;
+  void SetNeedAppearances(bool need);
+
+  // "/ViewerPreferences" of the catalog. The non-const form makes it when it is
+  // absent; null without a catalog.
+  bool HasViewerPreferences() const { return viewer_infos_ != nullptr; }
+  ViewerInfos* ViewerPreferences();
+  const ViewerInfos* ViewerPreferences() const { return viewer_infos_.get(); }
+
+  // Write the values of the document's fields, rich text included, into the fields
+  // of the same full names. What has no value clears nothing; signatures and push
+  // buttons are never filled. Check boxes and radio groups show the new state; the
+  // looks of other fields are left to the viewer. A value that is no state of its
+  // button is written all the same, with a warning.
+  //
+  // Returns how many fields were given a value. `unmatched` takes the full names
+  // that no field has, `refused` those of fields that are never filled and were
+  // given a value; both in UTF-8, and may be null.
+  size_t SetValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatched = nullptr, PTableau<Chaine>* refused = nullptr);
+  // The same with the default values; rich text is ignored.
+  size_t SetDefaultValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatched = nullptr,
+                          PTableau<Chaine>* refused = nullptr);
+
+  static void ShowFields(const PTableau<Field*>& fields, bool show);
+  static void SetFieldsReadOnly(const PTableau<Field*>& fields, bool read_only);
+
+  // The permissions "/P" with which the document is saved (ISO 32000-1 table 22).
+  // Setting others makes the next save a full one.
+  uint32_t StandardUserFlags() const;
+  void SetStandardUserFlags(uint32_t flags);
+  // The security handler that the document was read with, and the one that it is
+  // saved with; null for none. Owned here.
+  const ZPDFEncryption* EncryptionLoad() const { return encryption_load_.get(); }
+  const ZPDFEncryption* EncryptionSave() const;
+
+  // Save what changed as an update, or everything when the security handler
+  // changed. The bytes saved are then the base of the next save, and nothing is
+  // marked as modified any more. An empty path means PathName(). On failure they
+  // return false, with the reason in Diagnostics(), and change nothing here.
+  bool Save(const Chaine& path);
+  bool Save(ZInetOStream& out);
+  // Save everything anew: the objects in use under their numbers, one
+  // cross-reference section. Numbers between them that are free get null objects.
+  bool SaveFull(const Chaine& path);
+  bool SaveFull(ZInetOStream& out);
+  void ResetModified();
+
+  // Why the last load or save failed, and what was odd about the document, its
+  // form and the values filled in. Valid until the next call.
+  const ZDiagnostics& Diagnostics() const;
+
+ private:
+  // Has the writer store its output; false when that fails.
+  using WriteStep = std::function<bool(ZPDFWriter&)>;
+
+  bool FailLoad(const ZPDFParser& parser, const Chaine& reason);
+  bool Adopt(std::unique_ptr<ZPDFParser> parser);
+  void Wrap();
+  void Swap(ZAcroForm& other);
+  PTableau<const Field*> SubmitButtons() const;
+  size_t Fill(const ZXFDF& xfdf, bool defaults, PTableau<Chaine>* unmatched, PTableau<Chaine>* refused);
+  void EnsureDocumentIdentifier();
+  bool SaveBy(const WriteStep& write);
+  bool UpdateBy(const WriteStep& write);
+  bool SaveFullBy(const WriteStep& write);
+  void FinishSave();
+  bool FailSave(const Chaine& reason);
+
+  // Destroyed in the reverse order: fields and infos before the parser.
+  Chaine path_name_;
+  Chaine raw_data_;
+  uint32_t xref_offset_ = 0;
+  // What was met besides what the parser says.
+  ZDiagnostics notes_;
+  mutable ZDiagnostics diagnostics_;
+  std::unique_ptr<ViewerInfos> viewer_infos_;
+  std::unique_ptr<ZPDFEncryption> encryption_load_;
+  std::unique_ptr<ZPDFEncryption> encryption_save_;
+  std::unique_ptr<ZPDFParser> parser_;
+  std::unique_ptr<FormInfos> form_infos_;
+  std::unique_ptr<FieldCollection> fields_;
+};
+
+}  // namespace zforms

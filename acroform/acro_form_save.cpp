@@ -1,0 +1,135 @@
+#include "acroform/acro_form.h"
+
+#include <utility>
+
+#include "acroform/node_access.h"
+#include "pdf/crypt/encryption.h"
+#include "pdf/identifier_node.h"
+#include "pdf/indirect_object.h"
+#include "pdf/parser/parser.h"
+#include "pdf/writer/saver.h"
+#include "pdf/writer/updater.h"
+#include "platform/inet_stream.h"
+#include "platform/number.h"
+
+namespace zforms {
+namespace {
+
+// Numbers without an object are filled up to so many times the number of objects,
+// and as many more.
+constexpr uint64_t kMaxSpread = 4;
+constexpr uint64_t kMaxSpreadBase = 1000;
+
+// The trailer of a file written anew, with what belonged to the former one left
+// out, so that a former encryption dictionary is not among the objects in use.
+std::unique_ptr<ZPDFNodeDictionary> BareTrailer(const ZPDFParser& parser) {
+  std::unique_ptr<ZPDFNodeDictionary> trailer(parser.TrailerDico()->Clone());
+  for (const char* key : {"/Encrypt", "/Prev", "/XRefStm"}) trailer->RemoveValue(key);
+  return trailer;
+}
+
+// Null objects for the numbers below the highest that have none: "/Size" is the
+// number of objects plus one, and readers ignore what is numbered above it.
+PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectMap* objects, ZDiagnostics* notes) {
+  PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> fillers;
+  if (objects->empty()) return fillers;
+  const uint32_t highest = objects->rbegin()->first.Number();
+  if (highest > kMaxSpread * objects->size() + kMaxSpreadBase) {
+    notes->Warn("object numbers go up to " + FormatUInt(highest) + " with " + FormatUInt(objects->size()) +
+                " objects in use; the gaps stay, and readers may not find every object");
+    return fillers;
+  }
+  uint32_t next = 1;
+  for (const auto& [id, object] : ZPDFObjectMap(*objects)) {
+    for (; next < id.Number(); next++) {
+      const ZPDFObjectIdentifier free(next, 0);
+      fillers.push_back(std::make_unique<ZPDFNodeIndirectObject>(nullptr, free, nullptr));
+      fillers.back()->SetChild(ZPDFNodeNull::Default());
+      objects->emplace(free, fillers.back().get());
+    }
+    next = id.Number() + 1;
+  }
+  return fillers;
+}
+
+}  // namespace
+
+bool ZAcroForm::Save(const Chaine& path) {
+  const Chaine target = path.IsEmpty() ? path_name_ : path;
+  if (!SaveBy([&target](ZPDFWriter& writer) { return writer.Write(target); })) return false;
+  path_name_ = target;
+  return true;
+}
+
+bool ZAcroForm::Save(ZInetOStream& out) {
+  return SaveBy([&out](ZPDFWriter& writer) { return writer.Write(out); });
+}
+
+bool ZAcroForm::SaveFull(const Chaine& path) {
+  const Chaine target = path.IsEmpty() ? path_name_ : path;
+  if (!SaveFullBy([&target](ZPDFWriter& writer) { return writer.Write(target); })) return false;
+  path_name_ = target;
+  return true;
+}
+
+bool ZAcroForm::SaveFull(ZInetOStream& out) {
+  return SaveFullBy([&out](ZPDFWriter& writer) { return writer.Write(out); });
+}
+
+bool ZAcroForm::SaveBy(const WriteStep& write) {
+  return encryption_save_ != nullptr ? SaveFullBy(write) : UpdateBy(write);
+}
+
+bool ZAcroForm::UpdateBy(const WriteStep& write) {
+  if (parser_ == nullptr) return FailSave("no document is loaded");
+  ZPDFUpdater updater;
+  updater.SetRawData(raw_data_, xref_offset_);
+  for (const ZPDFNodeIndirectObject* object : parser_->ModifiedObjects()) updater.AddNode(object);
+  updater.SetTrailer(parser_->TrailerDico());
+  if (!write(updater)) return FailSave(updater.Failure());
+  raw_data_ = updater.RawData();
+  // After an empty update the updater's offset leads to no section.
+  if (updater.SectionWritten()) xref_offset_ = updater.XRefOffset();
+  FinishSave();
+  return true;
+}
+
+bool ZAcroForm::SaveFullBy(const WriteStep& write) {
+  if (parser_ == nullptr) return FailSave("no document is loaded");
+  if (parser_->TrailerDico()->Exist("/XRefStm")) {
+    notes_.Warn("objects that only the file's cross-reference stream lists are left out of the new file");
+  }
+  const std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
+  ZPDFObjectMap objects;
+  trailer->GetReferencedObjects(objects);
+  const auto fillers = FillHoles(&objects, &notes_);
+  ZPDFSaver saver(EncryptionSave());
+  saver.SetPDFVersion(parser_->PDFVersion());
+  saver.SetObjects(objects);
+  saver.SetTrailer(trailer.get());
+  if (!write(saver)) return FailSave(saver.Failure());
+  raw_data_ = saver.RawData();
+  xref_offset_ = saver.XRefOffset();
+  parser_->Rebase(raw_data_, xref_offset_, saver.Offsets(), EncryptionSave());
+  if (encryption_save_ != nullptr) encryption_load_ = std::move(encryption_save_);
+  FinishSave();
+  return true;
+}
+
+void ZAcroForm::FinishSave() {
+  ResetModified();
+  parser_->TrailerDico()->SetModified(false, true);
+  notes_.SetFailure(Chaine());
+}
+
+bool ZAcroForm::FailSave(const Chaine& reason) {
+  notes_.SetFailure(reason.IsEmpty() ? Chaine("the destination did not take all bytes") : reason);
+  return false;
+}
+
+void ZAcroForm::ResetModified() {
+  if (form_infos_ != nullptr) form_infos_->SetModified(false);
+  if (parser_ != nullptr) parser_->ResetModifiedObjects();
+}
+
+}  // namespace zforms

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "acroform/file_spec.h"
+#include "acroform/lazy_wrapper.h"
+#include "platform/chaine.h"
+#include "platform/export.h"
+#include "platform/inet_url.h"
+
+namespace zforms {
+
+class ZPDFNodeDictionary;
+
+// The action that a field's widget runs when it is activated, "/A" (ISO 32000-1
+// 12.6). The form model cares whether it submits the form, and where to. A view
+// onto the dictionary, which the document owns.
+class ZFORMS_API ZAcroFormAction {
+ public:
+  virtual ~ZAcroFormAction();
+  ZAcroFormAction(const ZAcroFormAction&) = default;
+  ZAcroFormAction& operator=(const ZAcroFormAction&) = default;
+
+  // The name "/S" with its slash, such as "/SubmitForm"; empty when absent.
+  Chaine Type() const;
+  bool IsSubmitForm() const;
+  // Whether other actions follow, in "/Next".
+  bool HasNext() const;
+
+  // The file specification "/F"; null when absent or when it is a plain string.
+  bool HasFile() const;
+  ZAcroFormFileSpec* File();
+  const ZAcroFormFileSpec* File() const;
+
+  // Whether "/F" is a file specification that holds a URL.
+  bool HasURL() const;
+  // Empty without a file specification.
+  ZInetURL URL() const;
+  // A file specification is made where "/F" is none.
+  void SetURL(const ZInetURL& url);
+
+ protected:
+  friend class LazyWrapper<ZAcroFormAction>;
+  explicit ZAcroFormAction(ZPDFNodeDictionary* dictionary) : dictionary_(dictionary) {}
+
+ private:
+  ZPDFNodeDictionary* dictionary_;
+  LazyWrapper<ZAcroFormFileSpec> file_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,75 @@
+#include "acroform/field_tree.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "acroform/field.h"
+#include "acroform/field_collection.h"
+#include "acroform/node_access.h"
+#include "pdf/reference_node.h"
+#include "platform/diagnostics.h"
+
+namespace zforms {
+namespace {
+
+// So many fields may be listed again beyond once each.
+constexpr size_t kRepeatsAtLeast = 16;
+// What all full names together may take.
+constexpr size_t kMaxNameBytes = size_t{64} << 20;
+
+}  // namespace
+
+FieldTreeBuilder::FieldTreeBuilder(const ZAcroFormFormInfos* form, ZDiagnostics* diagnostics)
+    : form_(form), diagnostics_(diagnostics) {}
+
+void FieldTreeBuilder::Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* array, const ZAcroFormField* parent) {
+  for (size_t i = 0; array != nullptr && i < array->Size(); i++) {
+    auto* dictionary = NodeCast<ZPDFNodeDictionary>(array->GetTargetAt(i));
+    if (dictionary == nullptr || !Admit(dictionary, array->GetDirectAt(i))) continue;
+    std::unique_ptr<ZAcroFormField> field(new ZAcroFormField(dictionary, form_, parent, ZAcroFormField::Bare()));
+    ZPDFNodeArray* kids = ArrayAt(*dictionary, "/Kids");
+    if (kids != nullptr) {
+      const size_t above = path_.empty() ? 0 : path_.back().name_length;
+      path_.push_back({dictionary, above + field->Name().size() + 1});
+      Build(*field, kids, field.get());
+      path_.pop_back();
+    }
+    into.Append(std::move(field));
+  }
+}
+
+bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* element) {
+  if (path_.size() >= kMaxDepth) return Refuse(element, "the field is nested too deep and left out");
+  if (!seen_.insert(dictionary).second) {
+    if (IsOnPath(dictionary)) return Refuse(element, "the field is among its own kids and left out there");
+    if (++repeated_ > seen_.size() + kRepeatsAtLeast) {
+      return Refuse(element, "the field is listed too often and left out");
+    }
+    Warn(element, "the field is listed more than once");
+  }
+  name_bytes_ += dictionary->GetStringValue("/T").size() + (path_.empty() ? 0 : path_.back().name_length);
+  return name_bytes_ <= kMaxNameBytes || Refuse(element, "the names of the fields are too long, it is left out");
+}
+
+bool FieldTreeBuilder::IsOnPath(const ZPDFNodeDictionary* dictionary) const {
+  return std::any_of(path_.begin(), path_.end(),
+                     [dictionary](const Level& level) { return level.dictionary == dictionary; });
+}
+
+// Names the object where the element is a reference to one.
+void FieldTreeBuilder::Warn(const ZPDFNode* element, const char* text) {
+  if (diagnostics_ == nullptr) return;
+  if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(element)) {
+    diagnostics_->WarnObject(reference->GetID().Number(), reference->GetID().Generation(), text);
+  } else {
+    diagnostics_->Warn(text);
+  }
+}
+
+bool FieldTreeBuilder::Refuse(const ZPDFNode* element, const char* reason) {
+  Warn(element, reason);
+  return false;
+}
+
+}  // namespace zforms

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/chaine.h"
+
+namespace zforms {
+
+class ZAcroFormField;
+class ZAcroFormFieldCollection;
+class ZAcroFormFormInfos;
+class ZDiagnostics;
+class ZPDFNode;
+class ZPDFNodeArray;
+class ZPDFNodeDictionary;
+
+// Builds fields over the dictionaries of a form's tree; for this folder's sources.
+// What no honest form has is left out, with a warning, so that the tree stays
+// within a small multiple of the file: a field that is its own ancestor, levels
+// below the 500th, fields that are listed again and again, full names without end.
+class FieldTreeBuilder {
+ public:
+  static constexpr size_t kMaxDepth = 500;
+
+  // The form infos are given to every field; both may be null.
+  FieldTreeBuilder(const ZAcroFormFormInfos* form, ZDiagnostics* diagnostics);
+
+  // Fills the empty collection with the dictionaries of the array, which may be
+  // null, and everything below them. `parent` is the collection if it is a field.
+  void Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* array, const ZAcroFormField* parent);
+
+ private:
+  struct Level {
+    ZPDFNodeDictionary* dictionary;
+    size_t name_length;
+  };
+
+  bool Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* element);
+  bool IsOnPath(const ZPDFNodeDictionary* dictionary) const;
+  void Warn(const ZPDFNode* element, const char* text);
+  bool Refuse(const ZPDFNode* element, const char* reason);
+
+  const ZAcroFormFormInfos* form_;
+  ZDiagnostics* diagnostics_;
+  // From the top to the field whose kids are being built.
+  std::vector<Level> path_;
+  std::unordered_set<const ZPDFNodeDictionary*> seen_;
+  size_t repeated_ = 0;
+  size_t name_bytes_ = 0;
+};
+
+}  // namespace zforms
