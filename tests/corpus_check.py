@@ -23,7 +23,18 @@ sys.dont_write_bytecode = True
 import peers
 
 # Differences that are right as they are: file -> [(how the difference begins, why), ...].
-ALLOWED = {}
+DAMAGED = "parts of the file were overwritten: readers guess differently, qpdf by scanning the file for objects"
+LENGTH = "\"/Length\" is wrong: the line end before \"endstream\" counts as data for qpdf, not for us"
+ALLOWED = {
+    "pdf-reader__gh-230.pdf": [("rewrite: object", DAMAGED), ("permissions: object", DAMAGED)],
+    "pdf-reader__gh-244.pdf": [("rewrite: object", DAMAGED), ("permissions: object", DAMAGED)],
+    "qpdf__bad5.pdf": [("rewrite: object", DAMAGED), ("permissions: object", DAMAGED)],
+    "pdfium__bug_572871.pdf": [("rewrite: object 13 0 R: stream", LENGTH),
+                               ("permissions: object 13 0 R: stream", LENGTH)],
+    "podofo-resources__TestImageInvalidLength.pdf": [("rewrite: object 5 0 R: stream", LENGTH),
+                                                     ("permissions: object 5 0 R: stream", LENGTH)],
+    "qpdf__button-set-broken-out.pdf": [("fields: 'r1': states", "one of the widgets is the kid of a nameless kid")],
+}
 
 FLAGS = 0xFFFFF0C4  # printing only
 SKIPPED = 77
@@ -169,8 +180,10 @@ class Check:
             return self.problem(step, str(error))
         if copy.fields() != self.original_fields:
             self.problem(step, "qpdf reads other fields")
-        for text in peers.object_differences(self.original, copy):
-            self.problem(step, text)
+        # In a hybrid file qpdf also sees the objects that only its cross-reference stream lists.
+        if not self.row["hybrid"]:
+            for text in peers.object_differences(self.original, copy):
+                self.problem(step, text)
         self.no_worse(step, out)
         if self.pages is not None and peers.poppler_pages(out, self.password) != self.pages:
             self.problem(step, f"poppler reads {peers.poppler_pages(out, self.password)} pages, not {self.pages}")

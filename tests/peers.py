@@ -73,6 +73,20 @@ class Objects:
             else:
                 self.values[ref] = entry["value"]
 
+    def reachable(self):
+        """The references of all objects that can be reached from the trailer."""
+        found, pending = set(), [self.trailer]
+        while pending:
+            value = pending.pop()
+            if isinstance(value, dict):
+                pending.extend(value.values())
+            elif isinstance(value, list):
+                pending.extend(value)
+            elif isinstance(value, str) and value in self.values and value not in found:
+                found.add(value)
+                pending.append(self.values[value])
+        return found
+
     def get(self, holder, key=None):
         """The value under `key` of a dictionary (or the value itself), references followed."""
         value = holder if key is None else holder.get(key) if isinstance(holder, dict) else None
@@ -169,8 +183,10 @@ def object_differences(before, after):
     """How the objects of two files differ; null is absence.
 
     What describes the file rather than the document is left aside: encryption dictionaries, stream lengths, and
-    cross-reference streams, which no encryption covers (ISO 32000-1, 7.5.8.2).
+    cross-reference streams, which no encryption covers (ISO 32000-1, 7.5.8.2). So are objects that nothing in the
+    document leads to any more, which a full save drops.
     """
+    reachable = before.reachable()
     aside = set()
     for objects in (before, after):
         aside.update(ref for ref in objects.streams if objects.values[ref].get("/Type") == "/XRef")
@@ -179,7 +195,7 @@ def object_differences(before, after):
         if before.trailer.get(key) != after.trailer.get(key):
             yield f"trailer: {key} is {after.trailer.get(key)}, was {before.trailer.get(key)}"
     for ref in sorted(set(before.values) | set(after.values), key=lambda r: [int(n) for n in r.split()[:2]]):
-        if ref in aside:
+        if ref in aside or (ref not in reachable and after.values.get(ref) is None):
             continue
         first, second = ({"": objects.values.get(ref)} for objects in (before, after))
         for whole, objects in ((first, before), (second, after)):

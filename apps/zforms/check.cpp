@@ -1,0 +1,147 @@
+#include <map>
+
+#include "acroform/action.h"
+#include "acroform/field.h"
+#include "apps/zforms/commands.h"
+#include "apps/zforms/field_report.h"
+#include "apps/zforms/files.h"
+#include "apps/zforms/open_form.h"
+#include "apps/zforms/page_index.h"
+#include "pdf/crypt/encryption.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/parser/parser.h"
+#include "platform/text.h"
+
+namespace zforms::tool {
+namespace {
+
+// ISO 32000-1 table 237.
+constexpr uint32_t kSubmitXFDF = 0x20;
+constexpr uint32_t kSubmitHTML = 0x4;
+constexpr uint32_t kSubmitPDF = 0x100;
+
+// Gathers what is said of a document, a labelled line each.
+class Summary {
+ public:
+  void Line(std::string_view label, const std::string& what) {
+    text_ += "  " + std::string(label);
+    text_.append(label.size() < kLabelWidth ? kLabelWidth - label.size() : 1, ' ');
+    text_ += Printable(what) + "\n";
+  }
+  const std::string& Text() const { return text_; }
+
+ private:
+  static constexpr size_t kLabelWidth = 16;
+  std::string text_;
+};
+
+std::string Count(size_t count, const char* thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+std::string KindText(const ZAcroForm& form) {
+  std::string kind = form.IsValid() ? "PDF form" : "PDF document without a form";
+  if (form.Parser()->IsLinearized()) kind += ", linearized";
+  const ZPDFNodeDictionary* acro_form = form.Parser()->AcroForm();
+  if (acro_form != nullptr && acro_form->Exist("/XFA")) kind += ", with an XFA form beside it";
+  return kind;
+}
+
+std::string EncryptionText(const ZPDFEncryption* encryption) {
+  if (encryption == nullptr) return "none";
+  return "RC4, " + std::to_string(encryption->KeyLength()) + " bits, revision " +
+         std::to_string(encryption->StandardRevision()) + ", permission flags " +
+         std::to_string(static_cast<int32_t>(encryption->StandardFlags()));
+}
+
+std::string FieldsText(const std::vector<FieldReport>& fields) {
+  std::map<std::string, size_t> types;
+  for (const FieldReport& field : fields) types[field.type]++;
+  std::string text = std::to_string(fields.size());
+  const char* separator = ": ";
+  for (const auto& [type, count] : types) {
+    text += separator + std::to_string(count) + " " + type;
+    separator = ", ";
+  }
+  return text;
+}
+
+std::string FormatText(uint32_t flags) {
+  if ((flags & kSubmitPDF) != 0) return "PDF";
+  if ((flags & kSubmitXFDF) != 0) return "XFDF";
+  return (flags & kSubmitHTML) != 0 ? "HTML" : "FDF";
+}
+
+// The address in an action's file specification, which may be a plain text.
+std::string AddressText(const ZPDFNodeDictionary& action) {
+  const ZPDFNode* file = action.GetTarget("/F");
+  const auto* specification = NodeCast<ZPDFNodeDictionary>(file);
+  const Chaine address = specification != nullptr ? specification->GetStringValue("/F")
+                         : file != nullptr        ? file->GetStringValue()
+                                                  : Chaine();
+  return address.IsEmpty() ? "no address" : PDFTextToUTF8(address).ToString();
+}
+
+std::string SubmitText(const ZAcroFormField& button) {
+  const auto* action = NodeCast<ZPDFNodeDictionary>(button.Dico()->GetTarget("/A"));
+  if (action == nullptr) return button.FullNameUTF8().ToString();
+  return button.FullNameUTF8().ToString() + " sends " + FormatText(action->GetUIntValue("/Flags")) + " to " +
+         AddressText(*action);
+}
+
+void CheckFields(const std::vector<FieldReport>& fields, Console& console) {
+  std::map<std::string, size_t> names;
+  for (const FieldReport& field : fields) {
+    const std::string where = field.object.Number() == 0 ? std::string()
+                                                         : "object " + std::to_string(field.object.Number()) + " " +
+                                                               std::to_string(field.object.Generation()) + ": ";
+    if (field.name.empty()) console.Warn(where + "a field has no name");
+    if (field.type == "none") console.Warn(where + "field \"" + field.name + "\" has no type");
+    if (field.widgets == 0) console.Warn(where + "field \"" + field.name + "\" is shown nowhere");
+    if (names[field.name]++ == 1) console.Warn(where + "several fields are named \"" + field.name + "\"");
+  }
+}
+
+void CheckDocument(const ZPDFParser& parser, Console& console) {
+  if (parser.Root() == nullptr) console.Warn("the trailer leads to no document catalog (\"/Root\")");
+  if (parser.IDOriginal().IsEmpty()) console.Warn("the trailer has no file identifier (\"/ID\")");
+}
+
+// Loads every object that the file lists, so that whatever is odd is met.
+size_t LoadAll(ZPDFParser& parser) {
+  size_t loaded = 0;
+  std::vector<ZPDFObjectIdentifier> in_use;
+  for (const ZPDFObjectLocation& location : parser.ObjectLocations()) {
+    if (location.in_use) in_use.push_back(location.id);
+  }
+  for (const ZPDFObjectIdentifier& id : in_use) loaded += parser.GetObject(id) != nullptr ? 1 : 0;
+  return loaded;
+}
+
+}  // namespace
+
+int RunCheck(const CheckOptions& options) {
+  Console console(options.file);
+  ZAcroForm form;
+  if (!OpenForm(options.file, options.password, form, console)) return console.Finish();
+  ZPDFParser& parser = *form.Parser();
+  Summary summary;
+  const size_t objects = LoadAll(parser);
+  const std::vector<FieldReport> fields = ReportFields(form);
+  summary.Line("kind", KindText(form));
+  summary.Line("version", parser.PDFVersion().ToString());
+  summary.Line("size", Count(parser.RawData().size(), "byte"));
+  summary.Line("encryption", EncryptionText(form.EncryptionLoad()));
+  summary.Line("built of", Count(parser.SectionCount(), "cross-reference section") + ", " + Count(objects, "object"));
+  summary.Line("pages", std::to_string(PageIndex(parser).PageCount()));
+  summary.Line("fields", FieldsText(fields));
+  summary.Line("submit buttons", std::to_string(form.SubmitFormButtonCount()));
+  for (unsigned i = 0; i < form.SubmitFormButtonCount(); i++) summary.Line("", SubmitText(form.SubmitFormButton(i)));
+  if (!Print(Printable(options.file) + "\n" + summary.Text())) console.Fail("standard output cannot be written");
+  CheckDocument(parser, console);
+  CheckFields(fields, console);
+  console.WarnAll(form.Diagnostics());
+  return console.Finish();
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace zforms::tool {
+
+// The commands of the tool, with what the command line says to each. Every one
+// returns the exit status; messages go to standard error, results to standard
+// output. "-" as a path is standard input or output.
+
+struct FieldsOptions {
+  std::string file;
+  std::string password;
+  bool json = false;
+};
+int RunFields(const FieldsOptions& options);
+
+struct FillOptions {
+  std::string file;
+  std::string data;
+  std::string output;
+  std::string password;
+};
+int RunFill(const FillOptions& options);
+
+struct ExportOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+};
+int RunExport(const ExportOptions& options);
+
+struct CheckOptions {
+  std::string file;
+  std::string password;
+};
+int RunCheck(const CheckOptions& options);
+
+struct RewriteOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+};
+int RunRewrite(const RewriteOptions& options);
+
+struct PermissionsOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+  std::optional<uint32_t> flags;
+};
+int RunPermissions(const PermissionsOptions& options);
+
+struct ViewerOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+  std::optional<bool> hide_toolbar;
+  std::optional<bool> hide_menubar;
+  std::optional<bool> hide_window_ui;
+  std::optional<bool> fit_window;
+  std::optional<bool> center_window;
+  std::optional<bool> display_doc_title;
+};
+int RunViewer(const ViewerOptions& options);
+
+struct ShowOptions {
+  std::string file;
+  std::string object;
+  std::string password;
+  bool data = false;
+};
+int RunShow(const ShowOptions& options);
+
+}  // namespace zforms::tool

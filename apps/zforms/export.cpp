@@ -1,0 +1,65 @@
+#include "apps/zforms/commands.h"
+#include "apps/zforms/field_report.h"
+#include "apps/zforms/files.h"
+#include "apps/zforms/open_form.h"
+#include "pdf/parser/parser.h"
+#include "platform/inet_url.h"
+#include "xfdf/xfdf.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr uint32_t kNoExport = 0x4;
+
+// The lines of a value as the document holds them: they end in CR LF whatever the
+// form's writer ended them with.
+std::string WithCRLF(std::string_view text) {
+  std::string result;
+  for (size_t i = 0; i < text.size(); i++) {
+    const char c = text[i];
+    if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    if (c == '\r' || c == '\n') {
+      result += "\r\n";
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+bool IsExported(const FieldReport& field) {
+  return !field.name.empty() && !field.values.empty() && (field.flags & kNoExport) == 0 && field.type != "push" &&
+         field.type != "sig";
+}
+
+void AddFields(ZAcroForm& form, ZXFDF& data, Console& console) {
+  for (const FieldReport& field : ReportFields(form)) {
+    if (!IsExported(field)) continue;
+    if (field.values.size() > 1) {
+      console.Warn("\"" + field.name + "\" has several values; the first is exported");
+    }
+    data.Fields().AddField(field.name).Value() = WithCRLF(field.values.front());
+  }
+}
+
+}  // namespace
+
+int RunExport(const ExportOptions& options) {
+  Console console(options.file);
+  ZAcroForm form;
+  if (!OpenFormWithFields(options.file, options.password, form, console)) return console.Finish();
+  ZXFDF data;
+  data.Fields();
+  if (options.file != kStandardStream) data.SetPDFHRef(ZInetURL(Chaine(options.file)));
+  data.SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
+  AddFields(form, data, console);
+  console.WarnAll(form.Diagnostics());
+  const Chaine text = data.AsChaine();
+  if (data.LastReplaced() > 0) {
+    console.Warn(std::to_string(data.LastReplaced()) + " characters that XML has no place for became U+FFFD");
+  }
+  WriteOutput(options.output, text, console);
+  return console.Finish();
+}
+
+}  // namespace zforms::tool

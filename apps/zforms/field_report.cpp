@@ -1,0 +1,181 @@
+#include "apps/zforms/field_report.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+
+#include "acroform/acro_form.h"
+#include "acroform/field.h"
+#include "apps/zforms/page_index.h"
+#include "pdf/array_node.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/indirect_object.h"
+#include "pdf/parser/parser.h"
+#include "platform/text.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr uint32_t kComboFlag = 0x20000;
+
+struct FlagName {
+  uint32_t mask;
+  std::string_view types;  // those for which the bit means this; empty for all
+  std::string_view word;
+};
+
+// ISO 32000-1 tables 221, 226, 228 and 230.
+constexpr FlagName kFlagNames[] = {
+    {0x1, "", "read-only"},
+    {0x2, "", "required"},
+    {0x4, "", "no-export"},
+    {0x1000, "text", "multi-line"},
+    {0x2000, "text", "password"},
+    {0x100000, "text", "file"},
+    {0x1000000, "text", "comb"},
+    {0x2000000, "text", "rich"},
+    {0x4000, "radio", "no-toggle-to-off"},
+    {0x2000000, "radio", "in-unison"},
+    {0x40000, "combo", "editable"},
+    {0x80000, "combo list", "sorted"},
+    {0x200000, "list", "multi-select"},
+};
+
+std::string UTF8(const Chaine& text) { return PDFTextToUTF8(text).ToString(); }
+
+std::string TypeName(const ZAcroFormField& field) {
+  switch (field.InheritedType()) {
+    case ZAcroFormField::ePushButton: return "push";
+    case ZAcroFormField::eCheckBox: return "check";
+    case ZAcroFormField::eRadioButton: return "radio";
+    case ZAcroFormField::eText: return "text";
+    case ZAcroFormField::eChoice: return (field.InheritedFlags() & kComboFlag) != 0 ? "combo" : "list";
+    case ZAcroFormField::eOtherField: break;
+  }
+  return field.IsSignature() ? "sig" : "none";
+}
+
+// The nearest value of a key, own or of an ancestor.
+const ZPDFNode* Inherited(const ZAcroFormField& field, std::string_view key) {
+  for (const ZAcroFormField* at = &field; at != nullptr; at = at->Parent()) {
+    if (const ZPDFNode* value = at->Dico()->GetTarget(key)) return value;
+  }
+  return nullptr;
+}
+
+// The texts of an array; `single` for any other value.
+std::vector<std::string> Texts(const ZPDFNode* value, const Chaine& single) {
+  const auto* array = NodeCast<ZPDFNodeArray>(value);
+  if (array == nullptr) return {single.ToString()};
+  std::vector<std::string> texts;
+  for (size_t i = 0; i < array->Size(); i++) {
+    if (const ZPDFNode* element = array->GetTargetAt(i)) texts.push_back(UTF8(element->GetStringValue()));
+  }
+  return texts;
+}
+
+bool HasNamedKids(const ZAcroFormField& field) {
+  for (uint32_t i = 0; i < field.Size(); i++) {
+    if (field.GetAt(i)->HasName()) return true;
+  }
+  return false;
+}
+
+void AddStates(const ZPDFNodeDictionary& widget, std::vector<std::string>* states) {
+  const auto* appearances = NodeCast<ZPDFNodeDictionary>(widget.GetTarget("/AP"));
+  const auto* normal = appearances == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(appearances->GetTarget("/N"));
+  for (size_t i = 0; normal != nullptr && i < normal->Size(); i++) {
+    const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(normal->GetDirectAt(i));
+    if (entry == nullptr || entry->Key().empty()) continue;
+    std::string state = PDFNameToUTF8(entry->Key().substr(1)).ToString();
+    if (state != "Off" && std::find(states->begin(), states->end(), state) == states->end()) states->push_back(state);
+  }
+}
+
+class Reporter {
+ public:
+  explicit Reporter(ZAcroForm& form) : form_(form), pages_(*form.Parser()) {
+    for (const ZPDFObjectLocation& location : form.Parser()->ObjectLocations()) {
+      if (location.object != nullptr && location.object->Size() > 0) {
+        objects_.emplace(std::as_const(*location.object).GetDirectAt(0), location.id);
+      }
+    }
+  }
+
+  std::vector<FieldReport> Run() {
+    for (uint32_t i = 0; i < form_.Fields().Size(); i++) Walk(*form_.Fields().GetAt(i));
+    return std::move(reports_);
+  }
+
+ private:
+  void Walk(ZAcroFormField& field) {
+    if (!HasNamedKids(field)) {
+      Report(field);
+      return;
+    }
+    for (uint32_t i = 0; i < field.Size(); i++) {
+      if (field.GetAt(i)->HasName()) Walk(*field.GetAt(i));
+    }
+  }
+
+  void Report(ZAcroFormField& field) {
+    FieldReport report;
+    report.field = &field;
+    report.name = field.FullNameUTF8().ToString();
+    report.type = TypeName(field);
+    report.flags = field.InheritedFlags();
+    ReadValues(field, &report);
+    ReadWidgets(field, &report);
+    if (const auto found = objects_.find(field.Dico()); found != objects_.end()) report.object = found->second;
+    report.tool_tip = UTF8(field.Dico()->GetStringValue("/TU"));
+    const ZPDFNode* max_length = Inherited(field, "/MaxLen");
+    report.max_length = max_length == nullptr ? 0 : max_length->GetUIntValue();
+    reports_.push_back(std::move(report));
+  }
+
+  static void ReadValues(const ZAcroFormField& field, FieldReport* report) {
+    const ZPDFNode* value = Inherited(field, "/V");
+    report->value_is_array = NodeCast<ZPDFNodeArray>(value) != nullptr;
+    if (value != nullptr) report->values = Texts(value, field.ValueUTF8());
+    const ZPDFNode* default_value = Inherited(field, "/DV");
+    report->default_is_array = NodeCast<ZPDFNodeArray>(default_value) != nullptr;
+    if (default_value != nullptr) report->defaults = Texts(default_value, field.DefaultValueUTF8());
+    for (const ZAcroFormFieldOption& option : field.Options()) {
+      report->options.emplace_back(UTF8(option.ExportValue()), UTF8(option.DisplayName()));
+    }
+  }
+
+  void ReadWidgets(ZAcroFormField& field, FieldReport* report) {
+    const bool is_button = report->type == "check" || report->type == "radio" || report->type == "push";
+    PTableau<const ZAcroFormField*> widgets = std::as_const(field).Widgets();
+    // Viewers show the kids of a field, whatever the field's own dictionary says it is.
+    if (widgets.size() > 1 && widgets.front() == &field) widgets.erase(widgets.begin());
+    report->widgets = widgets.size();
+    for (const ZAcroFormField* widget : widgets) {
+      if (is_button) AddStates(*widget->Dico(), &report->states);
+      if (report->page == 0) report->page = pages_.PageOf(widget->Dico());
+    }
+  }
+
+  ZAcroForm& form_;
+  PageIndex pages_;
+  std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> objects_;
+  std::vector<FieldReport> reports_;
+};
+
+}  // namespace
+
+std::vector<FieldReport> ReportFields(ZAcroForm& form) { return Reporter(form).Run(); }
+
+std::string FlagWords(const FieldReport& field) {
+  std::string words;
+  for (const FlagName& flag : kFlagNames) {
+    if ((field.flags & flag.mask) == 0) continue;
+    if (!flag.types.empty() && flag.types.find(field.type) == std::string_view::npos) continue;
+    if (!words.empty()) words += ", ";
+    words += flag.word;
+  }
+  return words;
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "apps/zforms/console.h"
+#include "platform/chaine.h"
+
+namespace zforms::tool {
+
+// "-" names standard input or standard output.
+inline constexpr std::string_view kStandardStream = "-";
+
+// The bytes of a file, or of standard input. False, and said, when it cannot be read.
+bool ReadInput(const std::string& path, Chaine* bytes, Console& console);
+
+// Writes the bytes to standard output or beside the target, then moves them over
+// it, so that nobody sees half a file. False, and said, when that fails.
+bool WriteOutput(const std::string& path, const Chaine& bytes, Console& console);
+
+// Whether both paths lead to one file that exists.
+bool IsSameFile(const std::string& a, const std::string& b);
+
+// Writes text to standard output; false when it does not take it all.
+bool Print(std::string_view text);
+
+}  // namespace zforms::tool

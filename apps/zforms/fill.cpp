@@ -1,0 +1,49 @@
+#include "apps/zforms/commands.h"
+#include "apps/zforms/files.h"
+#include "apps/zforms/open_form.h"
+#include "pdf/parser/parser.h"
+#include "xfdf/xfdf.h"
+
+namespace zforms::tool {
+namespace {
+
+bool ReadData(const std::string& path, ZXFDF& data, Console& console) {
+  Chaine bytes;
+  Console data_console(path);
+  if (!ReadInput(path, &bytes, data_console)) return false;
+  data.FromChaine(bytes);
+  if (!data.LastError().empty()) {
+    data_console.Fail(data.LastError());
+    return false;
+  }
+  if (!data.HasFields()) console.Warn("the data hold no fields: nothing is filled");
+  return true;
+}
+
+}  // namespace
+
+int RunFill(const FillOptions& options) {
+  Console console(options.file);
+  if (options.file == kStandardStream && options.data == kStandardStream) {
+    console.Fail("the form and the data cannot both come from standard input");
+    return console.Finish();
+  }
+  ZAcroForm form;
+  ZXFDF data;
+  if (!OpenFormWithFields(options.file, options.password, form, console)) return console.Finish();
+  if (!ReadData(options.data, data, console)) return kFailed;
+
+  PTableau<Chaine> unmatched;
+  PTableau<Chaine> refused;
+  if (data.HasFields()) form.SetValues(data, &unmatched, &refused);
+  for (const Chaine& name : unmatched) console.Warn("no field is named \"" + name.ToString() + "\"");
+  for (const Chaine& name : refused)
+    console.Warn("\"" + name.ToString() + "\" is a signature or a push button and is not filled");
+  // What the fields show was drawn for their former values.
+  if (!form.Parser()->ModifiedObjects().empty() && !form.NeedAppearances()) form.SetNeedAppearances(true);
+  console.WarnAll(form.Diagnostics());
+  SaveForm(options.file, options.output, form, console);
+  return console.Finish();
+}
+
+}  // namespace zforms::tool

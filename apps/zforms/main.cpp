@@ -1,0 +1,215 @@
+// The command line tool: reads what the user asks for and hands it to a command.
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdio>
+#include <functional>
+
+#include "apps/zforms/commands.h"
+#include "apps/zforms/console.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  zforms fields form.pdf
+  zforms fill form.pdf data.xfdf -o filled.pdf
+  zforms export filled.pdf > values.xfdf
+  curl -s http://localhost/form.pdf | zforms fill - data.xfdf -o - > filled.pdf
+
+"-" stands for standard input or standard output. The exit status is 0 when done, 3 when
+done with warnings and 2 when it failed; messages go to standard error as
+"zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" tells more.)";
+
+void AddFile(CLI::App* command, std::string* file) {
+  command->add_option("FILE", *file, "The PDF file, or \"-\" for standard input.")->required();
+}
+
+void AddPassword(CLI::App* command, std::string* password) {
+  command->add_option("--password", *password, "The user password that opens an encrypted file.");
+}
+
+CLI::Option* AddOutput(CLI::App* command, std::string* output) {
+  return command->add_option("-o,--output", *output,
+                             "Where the result goes: a file, or \"-\" for standard output. It is written beside the "
+                             "file and renamed, so it is never half there.");
+}
+
+// A flag that may be left as it is, set, or taken back with --no-...
+void AddSwitch(CLI::App* command, const std::string& name, std::optional<bool>* value, const std::string& what) {
+  command->add_flag_function(
+      "--" + name + ",!--no-" + name, [value](int64_t count) { *value = count > 0; }, what);
+}
+
+std::string ParseFlags(const std::string& text, std::optional<uint32_t>* flags) {
+  const bool negative = text.starts_with('-');
+  const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+  const std::string digits = text.substr(negative ? 1 : hexadecimal ? 2 : 0);
+  uint64_t value = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, hexadecimal ? 16 : 10);
+  if (error != std::errc() || end != digits.data() + digits.size() || value > UINT32_MAX ||
+      (negative && value > uint64_t{1} << 31)) {
+    return "the permission flags are a 32-bit number, such as -4, 4294967292 or 0xFFFFFFFC";
+  }
+  *flags = static_cast<uint32_t>(negative ? 0 - value : value);
+  return {};
+}
+
+// Every command with its options; `run` becomes the one that the user asked for.
+class CommandLine {
+ public:
+  explicit CommandLine(CLI::App& app) : app_(app) {
+    AddFields();
+    AddFill();
+    AddExport();
+    AddCheck();
+    AddRewrite();
+    AddPermissions();
+    AddViewer();
+    AddShow();
+  }
+
+  int Run() const { return run_(); }
+
+ private:
+  CLI::App* Add(const std::string& name, const std::string& what, const std::string& examples,
+                std::function<int()> run) {
+    CLI::App* command = app_.add_subcommand(name, what);
+    command->footer("Examples:\n" + examples);
+    command->callback([this, run] { run_ = run; });
+    return command;
+  }
+
+  void AddFields() {
+    CLI::App* command = Add("fields", "List the form's fields: name, type, value, default, options, states and flags.",
+                            "  zforms fields form.pdf\n  zforms fields form.pdf --json | jq '.fields[].name'",
+                            [this] { return RunFields(fields_); });
+    AddFile(command, &fields_.file);
+    AddPassword(command, &fields_.password);
+    command->add_flag("--json", fields_.json, "Print JSON for other programs, with every detail.");
+  }
+
+  void AddFill() {
+    CLI::App* command =
+        Add("fill",
+            "Fill the form's fields with the values of an XFDF file. The change is appended to the bytes read, which "
+            "stay as they were. Names that the form does not know are reported.",
+            "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf data.xfdf -o form.pdf",
+            [this] { return RunFill(fill_); });
+    AddFile(command, &fill_.file);
+    command->add_option("DATA", fill_.data, "The XFDF file with the values, or \"-\" for standard input.")->required();
+    AddOutput(command, &fill_.output)->required();
+    AddPassword(command, &fill_.password);
+  }
+
+  void AddExport() {
+    CLI::App* command = Add("export", "Write the values of the form's fields as XFDF, in UTF-8.",
+                            "  zforms export filled.pdf > values.xfdf\n  zforms export filled.pdf -o values.xfdf",
+                            [this] { return RunExport(export_); });
+    AddFile(command, &export_.file);
+    AddOutput(command, &export_.output)->default_str("-");
+    export_.output = "-";
+    AddPassword(command, &export_.password);
+  }
+
+  void AddCheck() {
+    CLI::App* command =
+        Add("check",
+            "Say what kind of file it is: version, encryption, cross-reference sections, fields, submit "
+            "buttons, and everything odd, with object numbers.",
+            "  zforms check form.pdf", [this] { return RunCheck(check_); });
+    AddFile(command, &check_.file);
+    AddPassword(command, &check_.password);
+  }
+
+  void AddRewrite() {
+    CLI::App* command = Add("rewrite",
+                            "Write the whole document anew, with every object that is in use and one cross-reference "
+                            "section. An encrypted document stays encrypted.",
+                            "  zforms rewrite form.pdf -o clean.pdf", [this] { return RunRewrite(rewrite_); });
+    AddFile(command, &rewrite_.file);
+    AddOutput(command, &rewrite_.output)->required();
+    AddPassword(command, &rewrite_.password);
+  }
+
+  void AddPermissions() {
+    CLI::App* command =
+        Add("permissions",
+            "Show the permission flags of the document, or set them. Setting them encrypts the document with the "
+            "password that opens it, which may be empty, and writes it anew.",
+            "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf",
+            [this] { return RunPermissions(permissions_); });
+    AddFile(command, &permissions_.file);
+    CLI::Option* set = command->add_option_function<std::string>(
+        "--set",
+        [this](const std::string& text) {
+          const std::string fault = ParseFlags(text, &permissions_.flags);
+          if (!fault.empty()) throw CLI::ValidationError("--set", fault);
+        },
+        "The new flags, as a decimal or 0x number. -4 allows everything; the bits are those of ISO 32000-1, table 22.");
+    set->type_name("FLAGS");
+    AddOutput(command, &permissions_.output)->needs(set);
+    AddPassword(command, &permissions_.password);
+  }
+
+  void AddViewer() {
+    CLI::App* command = Add("viewer", "Set how a viewer shows the document when it opens it.",
+                            "  zforms viewer form.pdf --hide-toolbar --fit-window -o plain.pdf\n"
+                            "  zforms viewer plain.pdf --no-hide-toolbar -o form.pdf",
+                            [this] { return RunViewer(viewer_); });
+    AddFile(command, &viewer_.file);
+    AddSwitch(command, "hide-toolbar", &viewer_.hide_toolbar, "Hide the viewer's tool bars.");
+    AddSwitch(command, "hide-menubar", &viewer_.hide_menubar, "Hide its menu bar.");
+    AddSwitch(command, "hide-window-ui", &viewer_.hide_window_ui, "Hide scroll bars and other controls.");
+    AddSwitch(command, "fit-window", &viewer_.fit_window, "Make the window as large as the first page.");
+    AddSwitch(command, "center-window", &viewer_.center_window, "Put the window in the middle of the screen.");
+    AddSwitch(command, "display-doc-title", &viewer_.display_doc_title,
+              "Show the document's title, not the file's name.");
+    AddOutput(command, &viewer_.output)->required();
+    AddPassword(command, &viewer_.password);
+  }
+
+  void AddShow() {
+    CLI::App* command = Add("show", "Print the text of one object, in clear.",
+                            "  zforms show form.pdf trailer\n  zforms show form.pdf 12\n"
+                            "  zforms show form.pdf 12 --data > stream.bin",
+                            [this] { return RunShow(show_); });
+    AddFile(command, &show_.file);
+    command->add_option("OBJECT", show_.object, "The object's number, with its generation if not 0, or \"trailer\".")
+        ->required();
+    command->add_flag("--data", show_.data, "Write the bytes of the object's stream, filters still applied.");
+    AddPassword(command, &show_.password);
+  }
+
+  CLI::App& app_;
+  std::function<int()> run_;
+  FieldsOptions fields_;
+  FillOptions fill_;
+  ExportOptions export_;
+  CheckOptions check_;
+  RewriteOptions rewrite_;
+  PermissionsOptions permissions_;
+  ViewerOptions viewer_;
+  ShowOptions show_;
+};
+
+int Main(int argc, char** argv) {
+  CLI::App app("Reads PDF forms, fills them from XFDF and writes them back.", "zforms");
+  app.footer(kExamples);
+  app.set_version_flag("--version", "zforms " ZFORMS_VERSION);
+  app.require_subcommand(1);
+  const CommandLine command_line(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    std::fprintf(stderr, "zforms: %s\nRun \"zforms --help\" for how it is used.\n", error.what());
+    return kFailed;
+  }
+  return command_line.Run();
+}
+
+}  // namespace
+}  // namespace zforms::tool
+
+int main(int argc, char** argv) { return zforms::tool::Main(argc, argv); }

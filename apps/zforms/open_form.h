@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "acroform/acro_form.h"
+#include "apps/zforms/console.h"
+
+namespace zforms::tool {
+
+// Loads the document from a file or standard input. False, and said, when it
+// cannot be read or the password does not open it.
+bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console);
+
+// The same, and false as well when the document has no form.
+bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console);
+
+// Saves the document: in place when `output` is the file it came from and only an
+// update has to be appended, else beside the output and renamed. False, and said,
+// when that fails.
+bool SaveForm(const std::string& file, const std::string& output, ZAcroForm& form, Console& console);
+
+}  // namespace zforms::tool
