@@ -351,6 +351,12 @@ TEST(XFDF, LineEndsInMemoryAndOutside) {
   }
 }
 
+TEST(XFDF, ReturnsAloneAroundElementsAreWrittenOnce) {
+  const Chaine written = Parsed("<?xml version=\"1.0\"?>\r<xfdf>\r<fields/>\r</xfdf>\r").AsChaine();
+  EXPECT_EQ(written, kHead + "<xfdf><fields/></xfdf>"s);
+  EXPECT_EQ(Parsed(written).AsChaine(), written);
+}
+
 TEST(XFDF, EncodingsAndWhatXMLCannotCarry) {
   const std::string latin =
       "<?xml version=\"1.0\" encoding=\"windows-1252\"?>\n<xfdf><fields><field "
