@@ -61,4 +61,17 @@ void ZPDFChildList::GrowTo(size_t new_size) {
   size = static_cast<uint32_t>(new_size);
 }
 
+bool ZPDFChildList::Retire(ZPDFChildList* given_up) {
+  ZPDFChildList* last = nullptr;
+  for (ZPDFChildList* list = given_up; list != nullptr; list = list->retired) {
+    for (const ZPDFChildList* waiting = this; waiting != nullptr; waiting = waiting->retired) {
+      if (list == waiting) return false;
+    }
+    last = list;
+  }
+  last->retired = retired;
+  retired = given_up;
+  return true;
+}
+
 }  // namespace zforms

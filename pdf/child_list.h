@@ -17,6 +17,9 @@ struct ZPDFChildList {
   void Append(ZPDFNode* node) { Insert(size, node); }
   void Remove(size_t at);
   void GrowTo(size_t new_size);
+  // Takes over the caller's share of a list, to be freed with this one. False when
+  // the lists that wait for either have one in common.
+  bool Retire(ZPDFChildList* given_up);
 
   uint32_t refs;
   uint32_t size;

@@ -27,6 +27,7 @@ ZPDFNode* ZPDFNodeDictionaryEntry::Value() { return Size() < 2 ? nullptr : GetDi
 const ZPDFNode* ZPDFNodeDictionaryEntry::Value() const { return GetDirectAt(1); }
 
 void ZPDFNodeDictionaryEntry::SetValue(ZPDFNode* value) {
+  if (value == nullptr) value = ZPDFNodeNull::Default();
   ReplaceChild(1, value);
   SetModified(true, false);
   value->SetModified(true, false);

@@ -20,7 +20,8 @@ class ZFORMS_API ZPDFNodeDictionaryEntry final : public ZPDFNode {
   std::string_view Key() const;
   ZPDFNode* Value();
   const ZPDFNode* Value() const;
-  // Takes ownership, destroys the former value and marks the entry and the node.
+  // Takes ownership (null stands for the null node), destroys the former value and
+  // marks the entry and the node.
   void SetValue(ZPDFNode* value);
 
   static ZPDFNodeDictionaryEntry* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

@@ -1,5 +1,7 @@
 #include "pdf/dictionary_node.h"
 
+#include <type_traits>
+
 #include "pdf/crypt/encrypter.h"
 #include "pdf/identifier_node.h"
 #include "pdf/nesting.h"
@@ -15,16 +17,13 @@ namespace {
 // Above this many entries a dictionary is searched through an index.
 constexpr size_t kSearchedInOrder = 24;
 
-// A name proper: null and booleans are identifiers of another kind.
-bool IsSameKind(const ZPDFNodeIdentifier* node) {
-  return NodeCast<ZPDFNodeNull>(node) == nullptr && NodeCast<ZPDFNodeBoolean>(node) == nullptr;
-}
-bool IsSameKind(const ZPDFNode*) { return true; }
-
+// The node if it holds such a value; null and booleans are identifiers of another kind.
 template <class Node>
 Node* MatchingKind(ZPDFNode* node) {
-  auto* match = NodeCast<Node>(node);
-  return match != nullptr && IsSameKind(match) ? match : nullptr;
+  if constexpr (std::is_same_v<Node, ZPDFNodeIdentifier>) {
+    if (NodeCast<ZPDFNodeNull>(node) != nullptr || NodeCast<ZPDFNodeBoolean>(node) != nullptr) return nullptr;
+  }
+  return NodeCast<Node>(node);
 }
 
 // What is made where no node of the kind stands: strings are written literal.
@@ -56,7 +55,9 @@ ZPDFNodeDictionary::ZPDFNodeDictionary(const ZPDFNodeDictionary& other) : ZPDFNo
 
 ZPDFNodeDictionary& ZPDFNodeDictionary::operator=(const ZPDFNodeDictionary& other) {
   ZPDFNode::operator=(other);
+  // From now on either may change the entries of both.
   ForgetIndex();
+  other.ForgetIndex();
   return *this;
 }
 
@@ -65,7 +66,7 @@ ZPDFNodeDictionary::~ZPDFNodeDictionary() = default;
 ZPDFNodeDictionary* ZPDFNodeDictionary::Clone() const { return new ZPDFNodeDictionary(*this); }
 
 ZPDFNodeDictionaryEntry* ZPDFNodeDictionary::FindEntry(std::string_view key) const {
-  if (Size() > kSearchedInOrder) return FindIndexed(key);
+  if (Size() > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
   for (size_t i = 0; i < Size(); i++) {
     const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i));
     if (entry != nullptr && entry->Key() == key && !key.empty()) return const_cast<ZPDFNodeDictionaryEntry*>(entry);
@@ -195,9 +196,10 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
 
 void ZPDFNodeDictionary::RemoveValue(std::string_view key) {
   if (!Exist(key)) return;
+  const Chaine kept(key);  // the caller's may be the very key that goes
   for (size_t i = Size(); i > 0; i--) {
     const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i - 1));
-    if (entry != nullptr && entry->Key() == key) ReplaceChild(i - 1, nullptr);
+    if (entry != nullptr && entry->Key() == kept) ReplaceChild(i - 1, nullptr);
   }
   ForgetIndex();
   SetModified(true, false);

@@ -1,6 +1,8 @@
 #include "pdf/identifier_node.h"
 
+#include <algorithm>
 #include <array>
+#include <string>
 
 #include "pdf/hex.h"
 #include "pdf/parser/tokenized_string.h"
@@ -53,6 +55,32 @@ bool IsPlain(std::string_view identifier) {
   return true;
 }
 
+// What the rounds of Decode may cost, in bytes: enough for any name of a few hundred bytes.
+constexpr size_t kRoundsBudget = size_t{1} << 16;
+
+// The rounds again, each replacing only the first "#". The result differs only where escapes
+// without two digits overlap one another.
+Chaine DecodeInOnePass(const Chaine& text) {
+  std::string bytes = text.ToString();
+  size_t length = 0;
+  for (size_t i = 0; i < bytes.size();) {
+    if (bytes[i] != '#') {
+      bytes[length++] = bytes[i++];
+      continue;
+    }
+    const size_t last = std::min(i + 2, bytes.size() - 1);
+    bytes[last] = static_cast<char>(HexByte({bytes.data() + i + 1, last - i}));
+    i = last;
+  }
+  bytes.resize(length);
+  return bytes;
+}
+
+// A keyword, from a damaged object, at which readers would end the object that holds it.
+bool EndsObject(std::string_view identifier) {
+  return !identifier.starts_with('/') && (identifier == "obj" || identifier.find("endobj") != std::string_view::npos);
+}
+
 Chaine ReplaceAll(std::string_view text, std::string_view what, char byte) {
   Chaine result;
   for (size_t at = 0;;) {
@@ -84,7 +112,14 @@ double ZPDFNodeIdentifier::GetDoubleValue() const { return ParseDouble(identifie
 
 void ZPDFNodeIdentifier::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const {
   const Chaine& identifier = GetIdentifier();
-  out.WriteToken(IsPlain(identifier) ? identifier : WrittenText(identifier));
+  if (identifier == "/") {
+    // Nothing else keeps the empty name apart from a number or keyword behind it.
+    out.WriteToken("/ ");
+  } else if (identifier.IsEmpty() || EndsObject(identifier)) {
+    out.WriteToken(NullText());
+  } else {
+    out.WriteToken(IsPlain(identifier) ? identifier : WrittenText(identifier));
+  }
 }
 
 void ZPDFNodeIdentifier::SetIdentifier(const Chaine& identifier) {
@@ -107,13 +142,14 @@ Chaine ZPDFNodeIdentifier::Encode(const Chaine& identifier) {
 
 Chaine ZPDFNodeIdentifier::Decode(const Chaine& text) {
   Chaine result = text;
-  for (;;) {
+  for (size_t spent = 0; spent <= kRoundsBudget; spent += result.size()) {
     const size_t found = result.View().find('#');
     if (found == std::string_view::npos) return result;
     // Every round shortens the text or removes a lone "#" at its end, so they end.
     const Chaine escape(result.View().substr(found, 3));
     result = ReplaceAll(result, escape, static_cast<char>(HexByte(escape.View().substr(1))));
   }
+  return DecodeInOnePass(result);
 }
 
 ZPDFNodeIdentifier* ZPDFNodeIdentifier::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

@@ -79,12 +79,6 @@ void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* enc
 
 ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                                           const ZPDFEncryption* encryption) {
-  bool complete = false;
-  return BuildFrom(text, provider, encryption, &complete);
-}
-
-ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
-                                                          const ZPDFEncryption* encryption, bool* complete) {
   // Only the front is trimmed: the text may reach to the end of the file, which no
   // object should have to look at.
   text.TrimLeftComments();
@@ -101,8 +95,7 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
     value = ZPDFNodeStream::BuildFrom(text, dictionary, provider, object->Encrypter());
   }
   if (value != nullptr) object->AppendChild(value);
-  *complete = text.StartWith("endobj");
-  if (*complete) {
+  if (text.StartWith("endobj")) {
     text.TakeFirstToken();
   } else {
     text.Warn("\"endobj\" is missing");

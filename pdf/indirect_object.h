@@ -37,9 +37,6 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   // From the front: number, generation, "obj", the value, "endobj". Never null.
   static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                            const ZPDFEncryption* encryption);
-  // The same; `complete` becomes whether "endobj" stood where it belongs.
-  static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
-                                           const ZPDFEncryption* encryption, bool* complete);
   static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }
 
  private:

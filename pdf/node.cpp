@@ -45,10 +45,7 @@ ZPDFNode& ZPDFNode::operator=(const ZPDFNode& other) {
   children_ = other.children_;
   if (children_ != nullptr && children_ != given_up) {
     children_->refs++;
-    if (given_up != nullptr) {
-      given_up->retired = children_->retired;
-      children_->retired = given_up;
-    }
+    if (given_up != nullptr && !children_->Retire(given_up)) ReleaseChildren(given_up);
   } else if (children_ == nullptr && given_up != nullptr) {
     ReleaseChildren(given_up);
   }
@@ -169,6 +166,8 @@ void ZPDFNode::ReplaceChild(size_t index, ZPDFNode* node) {
   }
 }
 
+bool ZPDFNode::SharesChildren() const { return children_ != nullptr && children_->refs > 1; }
+
 size_t ZPDFNode::Size() const { return children_ == nullptr ? 0 : children_->size; }
 
 ZPDFNode* ZPDFNode::GetDirectAt(size_t index) {
@@ -222,7 +221,9 @@ ZPDFNode* ZPDFNode::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* pro
   if (token.starts_with('/')) return ZPDFNodeIdentifier::BuildFrom(text, provider, encrypter);
   if (Is(last, kDigit)) return ZPDFNodeNumeric::BuildFrom(text, provider, encrypter);
   if (token == "R") return ZPDFNodeIndirectReference::BuildFrom(text, provider, encrypter);
-  if (text.EndWith("endstream")) return ZPDFNodeStream::BuildFrom(text, provider, encrypter);
+  if (text.EndWith("endstream") && ZPDFNodeStream::StandsAtFront(text)) {
+    return ZPDFNodeStream::BuildFrom(text, provider, encrypter);
+  }
   return ZPDFNodeIdentifier::BuildFrom(text, provider, encrypter);
 }
 

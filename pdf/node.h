@@ -98,6 +98,8 @@ class ZFORMS_API ZPDFNode {
   void ReplaceChild(size_t index, ZPDFNode* node);
   // Takes the children in reverse order, as parsing from the end yields them.
   void AdoptReversed(ZPDFNode* const* nodes, size_t count);
+  // Whether another node, assigned from this one or the other way, holds the same list.
+  bool SharesChildren() const;
   // Makes this the shared node that no path changes, marks or deletes.
   void MakeImmutable() { immutable_ = true; }
 

@@ -32,7 +32,9 @@ int32_t ZPDFNodeNumeric::GetIntValue() const { return ParseInt(text_); }
 
 double ZPDFNodeNumeric::GetDoubleValue() const { return ParseDouble(text_); }
 
-void ZPDFNodeNumeric::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const { out.WriteToken(text_); }
+void ZPDFNodeNumeric::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const {
+  out.WriteToken(text_.IsEmpty() ? std::string_view("0") : text_.View());
+}
 
 void ZPDFNodeNumeric::SetValue(int32_t value) { SetValue(FormatInt(value)); }
 

@@ -96,11 +96,19 @@ void ZPDFNodeStream::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) 
   }
 }
 
+bool ZPDFNodeStream::StandsAtFront(const ZPDFTokenizedString& text) {
+  if (text.IsNested() || !text.StartWith("<<")) return false;
+  ZPDFTokenizedString rest = text;
+  rest.TakeFirst(rest.GetFirstElementLength());
+  rest.TrimLeftComments();
+  return rest.StartWith(kStream);
+}
+
 ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                           const ZPDFEncrypter* encrypter) {
   ZPDFTokenizedString element = text.TakeFirstElement(ScanStop::kEndobj);
   text.TrimComments();
-  ZPDFNode* parsed = ZPDFNode::BuildFrom(element, provider, encrypter);
+  ZPDFNode* parsed = element.EndWith(">>") ? ZPDFNode::BuildFrom(element, provider, encrypter) : nullptr;
   auto* dictionary = NodeCast<ZPDFNodeDictionary>(parsed);
   if (dictionary == nullptr) {
     // Not a stream at all: the text was to be taken whole, from its end.
@@ -123,7 +131,11 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   }
   const Chaine data = text.Share(text.TakeFirst(length));
   text.TrimLeftComments();
-  if (text.StartWith(kEndstream)) text.TakeFirstToken();
+  if (text.StartWith(kEndstream)) {
+    text.TakeFirstToken();
+  } else {
+    text.NoteSearchInVain(text.GetLength());
+  }
 
   auto* stream = new ZPDFNodeStream(provider);
   stream->AppendChild(dictionary);

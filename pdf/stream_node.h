@@ -40,6 +40,9 @@ class ZFORMS_API ZPDFNodeStream final : public ZPDFNode {
   // Stores the bytes and sets "/Length" to their number.
   void SetData(const Chaine& data);
 
+  // Whether the text is a stream from its front on: a dictionary, then "stream". Never inside an
+  // array or a dictionary, where a stray "endstream" is a keyword like any other.
+  static bool StandsAtFront(const ZPDFTokenizedString& text);
   // From the front of a text that starts with the stream's dictionary.
   static ZPDFNodeStream* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                    const ZPDFEncrypter* encrypter);

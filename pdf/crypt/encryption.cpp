@@ -46,6 +46,18 @@ Chaine RC4Rounds(const Chaine& key, Chaine data) {
   return data;
 }
 
+// A copy that needs no document: values that stand in objects of their own are copied in.
+ZPDFNodeDictionary* CloneDetached(const ZPDFNodeDictionary& dictionary) {
+  ZPDFNodeDictionary* clone = dictionary.Clone();
+  for (size_t i = 0; i < clone->Size(); i++) {
+    auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(clone->GetDirectAt(i));
+    ZPDFNode* value = entry == nullptr ? nullptr : entry->Value();
+    if (value != nullptr && value->GetTarget() != value) entry->SetValue(value->GetTarget()->Clone());
+  }
+  clone->SetObjectProvider(nullptr);
+  return clone;
+}
+
 }  // namespace
 
 ZPDFEncryption::ZPDFEncryption(ZPDFNodeDictionary* dictionary, const Chaine& file_identifier,
@@ -53,7 +65,7 @@ ZPDFEncryption::ZPDFEncryption(ZPDFNodeDictionary* dictionary, const Chaine& fil
     : dictionary_(dictionary), user_password_(user_password), file_identifier_(file_identifier) {}
 
 ZPDFEncryption::ZPDFEncryption(const ZPDFEncryption& other)
-    : dictionary_(other.dictionary_->Clone()),
+    : dictionary_(CloneDetached(*other.dictionary_)),
       owned_dictionary_(dictionary_),
       user_password_(other.user_password_),
       file_identifier_(other.file_identifier_),
@@ -61,7 +73,7 @@ ZPDFEncryption::ZPDFEncryption(const ZPDFEncryption& other)
 
 ZPDFEncryption& ZPDFEncryption::operator=(const ZPDFEncryption& other) {
   if (this == &other) return *this;
-  owned_dictionary_.reset(other.dictionary_->Clone());
+  owned_dictionary_.reset(CloneDetached(*other.dictionary_));
   dictionary_ = owned_dictionary_.get();
   user_password_ = other.user_password_;
   file_identifier_ = other.file_identifier_;

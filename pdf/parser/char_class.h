@@ -40,4 +40,12 @@ inline constexpr std::array<uint8_t, 256> kCharClasses = MakeCharClasses();
 
 constexpr bool Is(char c, CharClass kind) { return (internal::kCharClasses[static_cast<uint8_t>(c)] & kind) != 0; }
 
+// Whether the text is an unsigned number and nothing else.
+constexpr bool AllDigits(std::string_view text) {
+  for (const char c : text) {
+    if (!Is(c, kDigit)) return false;
+  }
+  return !text.empty();
+}
+
 }  // namespace zforms

@@ -11,6 +11,7 @@
 #include "pdf/parser/char_class.h"
 #include "pdf/parser/element_scan.h"
 #include "pdf/parser/xref_reader.h"
+#include "pdf/reference_node.h"
 #include "platform/file_io.h"
 #include "platform/number.h"
 
@@ -18,10 +19,13 @@ namespace zforms {
 namespace {
 
 constexpr uint32_t kFirstNumberOfEmptyDocument = 1000;
-// Damaged objects may make the parser look at so many times the file's bytes.
+// Loading objects may make the parser look at so many times the file's bytes; those
+// of a sound file do not overlap.
 constexpr uint64_t kSearchesOfWholeFile = 8;
-// Beyond that, a damaged object is looked at no further than this.
+// Beyond that, an object is looked at no further than this.
 constexpr size_t kShortSearch = 4096;
+// One object may need another to be loaded, as a stream its "/Length", so many deep.
+constexpr int kMaxLoading = 16;
 
 // Skips the line at `at` with its line-end bytes.
 size_t SkipLine(std::string_view text, size_t at) {
@@ -32,6 +36,17 @@ size_t SkipLine(std::string_view text, size_t at) {
 
 ZPDFNodeDictionary* TargetDictionary(ZPDFNodeDictionary* owner, std::string_view key) {
   return owner == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(owner->GetTarget(key));
+}
+
+bool IsNumber(std::string_view token, uint32_t number) { return AllDigits(token) && ParseUInt(token) == number; }
+
+// The values of an encryption dictionary are in clear, wherever they stand: they are
+// loaded while there is no security handler yet.
+void LoadValues(ZPDFNodeDictionary& dictionary) {
+  for (size_t i = 0; i < dictionary.Size(); i++) {
+    auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(dictionary.GetDirectAt(i));
+    if (entry != nullptr && entry->Value() != nullptr) entry->Value()->GetTarget();
+  }
 }
 
 }  // namespace
@@ -76,6 +91,7 @@ void ZPDFParser::Clean() {
   locations_.Clear();
   trailer_.reset();
   encryption_.reset();
+  xref_offset_ = 0;
   section_count_ = 0;
   linearized_ = false;
 }
@@ -101,7 +117,6 @@ bool ZPDFParser::ReadFromRaw(const Chaine& raw_data, const Chaine& user_password
   Clean();
   raw_data_ = raw_data;
   user_password_ = user_password;
-  xref_offset_ = 0;
   diagnostics_.Clear();
   search_budget_ = kSearchesOfWholeFile * raw_data.size();
   if (Analyze()) return true;
@@ -113,10 +128,9 @@ bool ZPDFParser::Analyze() {
   const std::string_view file = raw_data_;
   if (file.size() > UINT32_MAX) return Fail("the file is larger than 4 GB");
   if (!file.starts_with("%PDF-")) return Fail("not a PDF file: it does not begin with \"%PDF-\"");
+  if (file.find_first_of("\r\n", 1) == std::string_view::npos) return Fail("the header line does not end");
   const size_t eof = file.rfind("%%EOF");
-  if (file.find_first_of("\r\n", 1) == std::string_view::npos || eof == std::string_view::npos) {
-    return Fail("the file is cut short: \"%%EOF\" is missing");
-  }
+  if (eof == std::string_view::npos) return Fail("the file is cut short: \"%%EOF\" is missing");
   const size_t body = SkipLine(file, SkipLine(file, 0));
   if (body >= file.size()) return Fail("the file ends after its header");
   xref_offset_ = FindLinearizedXref(body);
@@ -128,7 +142,10 @@ bool ZPDFParser::Analyze() {
   }
   if (!FillLocations(xref_offset_)) return false;
   if (ZPDFNodeDictionary* dictionary = EncryptionDico()) {
+    LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
+    // Trying the password also settles how the key is derived, before any object needs it.
+    encryption_->CanBeDecrypted();
   }
   return true;
 }
@@ -140,8 +157,7 @@ uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
   text.TrimLeftComments();
   ZPDFTokenizedString header = text;
   for (int i = 0; i < 2; i++) {
-    const std::string_view number = header.TakeFirstToken();
-    if (number.empty() || number.find_first_not_of("0123456789") != std::string_view::npos) return 0;
+    if (!AllDigits(header.TakeFirstToken())) return 0;
   }
   if (header.TakeFirstToken() != "obj" || !header.StartWith("<<")) return 0;
   ZPDFTokenizedString element = header.TakeFirstElement(ScanStop::kEndobj);
@@ -160,6 +176,16 @@ uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
   return xref == std::string_view::npos ? 0 : static_cast<uint32_t>(xref);
 }
 
+// The offset in "/Prev", 0 when there is none. The number stands in the trailer itself:
+// while sections are read, no object can be found yet.
+uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset) {
+  const ZPDFNode* previous = trailer.GetDirect("/Prev");
+  if (previous == nullptr) return 0;
+  if (NodeCast<ZPDFNodeIndirectReference>(previous) == nullptr) return previous->GetUIntValue();
+  diagnostics_.WarnAt(offset, "\"/Prev\" of this section's trailer is a reference, which leads nowhere");
+  return 0;
+}
+
 bool ZPDFParser::FillLocations(uint32_t offset) {
   ZPDFTokenizedString file{SousChaine(raw_data_)};
   file.SetDiagnostics(&diagnostics_);
@@ -174,7 +200,7 @@ bool ZPDFParser::FillLocations(uint32_t offset) {
     }
     section_count_++;
     visited.insert(offset);
-    offset = trailer->GetUIntValue("/Prev");
+    offset = PreviousSection(*trailer, offset);
     if (trailer_ == nullptr) trailer_ = std::move(trailer);
     if (offset == 0) break;
     search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
@@ -191,9 +217,12 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   ZPDFObjectLocation* location = locations_.Find(id.Number());
   if (location == nullptr || location->id != id) return nullptr;
   if (location->requested || !location->in_use) return location->object;
+  if (loading_ >= kMaxLoading) return nullptr;
   location->requested = true;
+  loading_++;
   // Loading follows references, but adds no location: the record stays in place.
   location->object = LoadObject(id, location->offset);
+  loading_--;
   return location->object;
 }
 
@@ -208,15 +237,15 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();
   ZPDFTokenizedString header = text;
-  const std::string_view number = header.TakeFirstToken();
-  const std::string_view generation = header.TakeFirstToken();
-  if (!header.StartWith("obj") || ParseUInt(number) != id.Number() || ParseUInt(generation) != id.Generation()) {
+  ZPDFNodeIndirectObject* object = nullptr;
+  if (IsNumber(header.TakeFirstToken(), id.Number()) && IsNumber(header.TakeFirstToken(), id.Generation()) &&
+      header.StartWith("obj")) {
+    object = ZPDFNodeIndirectObject::BuildFrom(text, this, encryption_.get());
+  } else {
     text.Warn("the cross-reference table does not lead to it");
-    return nullptr;
   }
-  bool complete = false;
-  ZPDFNodeIndirectObject* object = ZPDFNodeIndirectObject::BuildFrom(text, this, encryption_.get(), &complete);
-  if (!complete) search_budget_ -= std::min<uint64_t>(search_budget_, reach);
+  const uint64_t looked_at = std::max(text.Offset(), header.Offset()) - offset + text.SearchedInVain();
+  search_budget_ -= std::min(search_budget_, looked_at);
   return object;
 }
 

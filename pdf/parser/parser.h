@@ -103,6 +103,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool Fail(std::string_view reason);
   uint32_t FindLinearizedXref(size_t start);
   bool FillLocations(uint32_t offset);
+  uint32_t PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset);
   ZPDFNodeIndirectObject* LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset);
   const ZPDFNodeArray* TrailerDicoIDS() const;
   Chaine IDString(size_t index) const;
@@ -117,9 +118,10 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   ZDiagnostics diagnostics_;
   size_t section_count_ = 0;
   bool linearized_ = false;
-  // How many bytes may still be looked at in vain, so that a file made of damaged
-  // objects costs no more than a few times its size.
+  // How many bytes may still be looked at, so that a file made of damaged or
+  // overlapping objects costs no more than a few times its size.
   uint64_t search_budget_ = 0;
+  int loading_ = 0;  // how many objects are being loaded, each for the one before
 };
 
 }  // namespace zforms

@@ -35,6 +35,7 @@ ZPDFTokenizedString& ZPDFTokenizedString::operator=(const ZPDFTokenizedString& o
   clear_to_ = other.clear_to_;
   origin_ = other.origin_;
   nesting_ = other.nesting_;
+  searched_in_vain_ = other.searched_in_vain_;
   diagnostics_ = other.diagnostics_;
   object_number_ = other.object_number_;
   object_generation_ = other.object_generation_;
@@ -219,6 +220,7 @@ ZPDFTokenizedString ZPDFTokenizedString::TakeFirstElement(ScanStop stop) {
   element.origin_ += element.begin_;
   element.begin_ = 0;
   element.end_ = length;
+  element.clear_to_ = element.clear_from_ = 0;
   return element;
 }
 

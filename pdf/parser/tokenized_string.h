@@ -115,6 +115,12 @@ class ZFORMS_API ZPDFTokenizedString {
   static constexpr int kMaxNesting = 500;
   bool EnterNesting() { return ++nesting_ <= kMaxNesting; }
   void LeaveNesting() { --nesting_; }
+  bool IsNested() const { return nesting_ > 0; }
+
+  // Bytes that were searched beyond what was then consumed; they add up, so that who
+  // hands out the text can bound the cost of damaged objects.
+  void NoteSearchInVain(size_t count) { searched_in_vain_ += count; }
+  size_t SearchedInVain() const { return searched_in_vain_; }
 
   // Where oddities are reported, with the object that is being parsed; none by default.
   void SetDiagnostics(ZDiagnostics* diagnostics) { diagnostics_ = diagnostics; }
@@ -143,6 +149,7 @@ class ZFORMS_API ZPDFTokenizedString {
   mutable size_t clear_to_ = 0;
   size_t origin_ = 0;  // where the text starts in the file that warnings speak of
   int nesting_ = 0;
+  size_t searched_in_vain_ = 0;
   ZDiagnostics* diagnostics_ = nullptr;
   uint32_t object_number_ = 0;
   uint32_t object_generation_ = 0;

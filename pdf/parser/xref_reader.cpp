@@ -1,5 +1,6 @@
 #include "pdf/parser/xref_reader.h"
 
+#include <algorithm>
 #include <array>
 
 #include "pdf/crypt/encrypter.h"
@@ -12,6 +13,8 @@ namespace zforms {
 namespace {
 
 constexpr std::string_view kTrailer = "trailer";
+// Numbers above this one are taken for damage, so that new objects always find one.
+constexpr uint32_t kHighestNumber = INT32_MAX;
 
 size_t SkipWhites(std::string_view text, size_t at) {
   while (at < text.size() && Is(text[at], kWhite)) at++;
@@ -37,11 +40,9 @@ Fields Split(std::string_view line) {
   }
 }
 
-bool AllDigits(std::string_view text) {
-  for (const char c : text) {
-    if (!Is(c, kDigit)) return false;
-  }
-  return !text.empty();
+bool BeginsObject(std::string_view text) {
+  const Fields fields = Split(text.substr(0, text.find_first_of("<[(%")));
+  return fields.count == 3 && AllDigits(fields.at[0]) && AllDigits(fields.at[1]) && fields.at[2] == "obj";
 }
 
 }  // namespace
@@ -54,11 +55,13 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
     return nullptr;
   }
   offset_ = offset;
+  scanned_ = 0;
   const size_t end = file.find("startxref", offset);
   text_ = file.substr(offset, end == std::string_view::npos ? end : end - offset);
   at_ = SkipWhites(text_, 0);
   if (!text_.substr(at_).starts_with("xref")) {
-    reason_ = "no cross-reference section stands at the stated offset";
+    reason_ = BeginsObject(text_.substr(at_)) ? "the cross-reference section is a stream, which is not supported"
+                                              : "no cross-reference section stands at the stated offset";
     return nullptr;
   }
   at_ += 4;
@@ -66,9 +69,11 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
     reason_ = "the cross-reference section has no trailer";
     return nullptr;
   }
-  ZPDFTokenizedString trailer = file_.Part(offset + at_, text_.size() - at_);
+  // The trailer ends where its dictionary does: a string in it may hold any word.
+  ZPDFTokenizedString trailer = file_.Part(offset + at_, file.size());
   trailer.TrimLeftComments();
   ZPDFTokenizedString element = trailer.TakeFirstElement(ScanStop::kEndobj);
+  scanned_ = std::max(text_.size(), trailer.Offset() - offset);
   // The trailer is never encrypted.
   ZPDFNode* node = ZPDFNode::BuildFrom(element, provider, ZPDFEncrypterNeutral::Default());
   std::unique_ptr<ZPDFNodeDictionary> dictionary(NodeCast<ZPDFNodeDictionary>(node));
@@ -110,13 +115,13 @@ bool ZPDFXrefReader::ReadTable(ZPDFLocations& locations) {
 }
 
 bool ZPDFXrefReader::ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations) {
+  if (first > kHighestNumber) Warn("object numbers are too high");
   for (uint32_t i = 0; i < count; i++) {
     if (AtTrailer()) return false;
     const size_t before = at_;
     const std::string_view line = NextLine();
     if (line.empty()) return false;
-    // No object has a number above this one (ISO 32000-1 annex C), so nothing wraps.
-    if (first > UINT32_MAX - 1 - i) continue;
+    if (first > kHighestNumber || i > kHighestNumber - first) continue;
     switch (AddEntry(line, first + i, locations)) {
       case Line::kEntry: break;
       case Line::kHeader: at_ = before; return false;
@@ -132,7 +137,9 @@ ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t nu
   if (fields.count == 2) return Line::kHeader;
   if (fields.count != 3) return Line::kOther;
   const ZPDFObjectIdentifier id(number, ParseUInt(fields.at[1]));
-  locations.AddOlder(id, ParseUInt(fields.at[0]), fields.at[2] == "n");
+  // Object 0 heads the free list; a generation has five digits, of which 65535 is the last.
+  const bool in_use = fields.at[2] == "n" && number != 0 && id.Generation() <= UINT16_MAX;
+  locations.AddOlder(id, ParseUInt(fields.at[0]), in_use);
   return Line::kEntry;
 }
 

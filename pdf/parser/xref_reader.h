@@ -24,7 +24,7 @@ class ZPDFXrefReader {
   std::unique_ptr<ZPDFNodeDictionary> Read(size_t offset, IPDFObjectProvider* provider, ZPDFLocations& locations);
   std::string_view Reason() const { return reason_; }
   // How many bytes of the file the last Read looked at.
-  size_t Scanned() const { return text_.size(); }
+  size_t Scanned() const { return scanned_; }
 
  private:
   bool ReadTable(ZPDFLocations& locations);
@@ -39,6 +39,7 @@ class ZPDFXrefReader {
   std::string_view text_;  // the section, up to its "startxref"
   size_t offset_ = 0;
   size_t at_ = 0;
+  size_t scanned_ = 0;
   std::string_view reason_;
 };
 

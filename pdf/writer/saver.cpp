@@ -50,7 +50,9 @@ void ZPDFSaver::PrepareData() {
   raw_data_ += "trailer\n";
   if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>();
   trailer_->SetValue("/Size", static_cast<uint32_t>(objects_.size() + 1));
+  // There are no other sections any more.
   trailer_->RemoveValue("/Prev");
+  trailer_->RemoveValue("/XRefStm");
   ZPDFOutStream end(&raw_data_);
   AppendNode(end, trailer_.get());
   raw_data_ += '\n';
