@@ -40,8 +40,8 @@ Map Flatten(Collection& fields, bool with_submit_buttons) {
 }
 
 Chaine RefusalReason(const ZPDFEncryption& encryption) {
-  const bool known = encryption.Filter() == "/Standard" &&
-                     (encryption.AlgorithmCode() == 1 || encryption.AlgorithmCode() == 2);
+  const bool known =
+      encryption.Filter() == "/Standard" && (encryption.AlgorithmCode() == 1 || encryption.AlgorithmCode() == 2);
   return known ? "the password does not open the document" : "the document is encrypted by a method that is not read";
 }
 
@@ -244,8 +244,7 @@ void ZAcroForm::SetStandardUserFlags(uint32_t flags) {
     encryption_save_ = std::make_unique<ZPDFEncryption>(*encryption_load_);
   } else if (encryption_save_ == nullptr) {
     EnsureDocumentIdentifier();
-    encryption_save_.reset(
-        ZPDFEncryption::CreateStandard(parser_->IDOriginal(), parser_->UserPassword(), Chaine()));
+    encryption_save_.reset(ZPDFEncryption::CreateStandard(parser_->IDOriginal(), parser_->UserPassword(), Chaine()));
   }
   encryption_save_->SetStandardFlags(flags);
 }

@@ -1,7 +1,6 @@
-#include "acroform/acro_form.h"
-
 #include <utility>
 
+#include "acroform/acro_form.h"
 #include "acroform/node_access.h"
 #include "pdf/crypt/encryption.h"
 #include "pdf/identifier_node.h"

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,10 +74,12 @@ TEST(AcroFormDocument, FillingFromXFDF) {
   } cases[] = {
       {"text", "<</FT/Tx/T(a)>>", "<field name='a'><value>x</value></field>", "<</FT/Tx/T(a)/V(x)>>", "", "", ""},
       {"no value clears nothing", "<</FT/Tx/T(a)/V(x)>>", "<field name='a'/>", "", "", "", ""},
-      {"an empty value does", "<</FT/Tx/T(a)/V(x)>>", "<field name='a'><value/></field>", "<</FT/Tx/T(a)/V()>>", "", "", ""},
+      {"an empty value does", "<</FT/Tx/T(a)/V(x)>>", "<field name='a'><value/></field>", "<</FT/Tx/T(a)/V()>>", "", "",
+       ""},
       {"names without a field", "<</FT/Tx/T(a)>>",
        "<field name='g'><field name='x'><value>1</value></field><field name='y'/></field>"
-       "<field name='a'><field name='b'><value>1</value></field></field><field name='ZOR.SessionID'><value>s</value></field>",
+       "<field name='a'><field name='b'><value>1</value></field></field><field "
+       "name='ZOR.SessionID'><value>s</value></field>",
        "", "ZOR.SessionID;a.b;g.x;g.y;", "", ""},
       {"accents", "<</FT/Tx/T(Pr\\351nom)>>", "<field name='Prénom'><value>Zoé Д</value></field>",
        "<</FT/Tx/T(Pr\xE9nom)/V(\xFE\xFF" + std::string("\0Z\0o\0\xE9\0 \x04\x14", 10) + ")>>", "", "", ""},
@@ -89,9 +92,10 @@ TEST(AcroFormDocument, FillingFromXFDF) {
        "<field name='a'><field name='b'><field name='c'><value>1</value></field></field></field>"
        "<field name='a.b.d'><value>2</value></field>",
        "<</T(a.b)/Kids[<</FT/Tx/T(c)/V(1)>><</FT/Tx/T(d)/V(2)>>]>>", "", "", ""},
-      {"the same text in another encoding stays", "<</FT/Tx/T(a)/V<FEFF0078>>>", "<field name='a'><value>x</value></field>",
-       "", "", "", ""},
-      {"line ends", "<</FT/Tx/T(a)>>", "<field name='a'><value>1\n2</value></field>", "<</FT/Tx/T(a)/V(1\\r\\n2)>>", "", "", ""},
+      {"the same text in another encoding stays", "<</FT/Tx/T(a)/V<FEFF0078>>>",
+       "<field name='a'><value>x</value></field>", "", "", "", ""},
+      {"line ends", "<</FT/Tx/T(a)>>", "<field name='a'><value>1\n2</value></field>", "<</FT/Tx/T(a)/V(1\\r\\n2)>>", "",
+       "", ""},
       {"rich text before the value", "<</FT/Tx/T(a)/V(o)/RV(r)>>",
        "<field name='a'><value>n</value><value-richtext><b>n</b></value-richtext></field>",
        "<</FT/Tx/T(a)/V(n)/RV(<b>n</b>)>>", "", "", ""},
@@ -103,25 +107,29 @@ TEST(AcroFormDocument, FillingFromXFDF) {
        "<field name='a'><value>Oui</value></field>", "", "", "", ""},
       {"an empty value takes the cross away", "<</FT/Btn/T(a)/V/Oui/AS/Oui" + box + ">>",
        "<field name='a'><value></value></field>", "<</FT/Btn/T(a)/V/Off/AS/Off" + box + ">>", "", "", ""},
-      {"a value that is no state", "<</FT/Btn/T(a)/V/Oui/AS/Oui" + box + ">>", "<field name='a'><value>Non</value></field>",
-       "<</FT/Btn/T(a)/V/Non/AS/Off" + box + ">>", "", "", "field \"a\": \"Non\" is not one of its states\n"},
+      {"a value that is no state", "<</FT/Btn/T(a)/V/Oui/AS/Oui" + box + ">>",
+       "<field name='a'><value>Non</value></field>", "<</FT/Btn/T(a)/V/Non/AS/Off" + box + ">>", "", "",
+       "field \"a\": \"Non\" is not one of its states\n"},
       {"a radio group", "<</FT/Btn/Ff 32768/T(a)/Kids[<</AS/0" + box + ">><</Kids[<</AP<</N<</B 9 0 R>>>>>>]>>]>>",
        "<field name='a'><value>B</value></field>",
-       "<</FT/Btn/Ff 32768/T(a)/Kids[<</AS/Off" + box + ">><</Kids[<</AP<</N<</B 9 0 R>>>>/AS/B>>]>>]/V/B>>", "", "", ""},
+       "<</FT/Btn/Ff 32768/T(a)/Kids[<</AS/Off" + box + ">><</Kids[<</AP<</N<</B 9 0 R>>>>/AS/B>>]>>]/V/B>>", "", "",
+       ""},
       {"an export value", "<</FT/Btn/T(a)/Opt[(Madame)]/AP<</N<</0 9 0 R>>>>/Rect[]>>",
        "<field name='a'><value>Madame</value></field>",
        "<</FT/Btn/T(a)/Opt[(Madame)]/AP<</N<</0 9 0 R>>>>/Rect[]/V/0/AS/0>>", "", "", ""},
       {"a signature", "<</T(a)/FT/Sig/Kids[<</T(b)>>]>>",
        "<field name='a'><value>x</value><field name='b'><value>y</value></field></field>", "", "", "a;a.b;", ""},
-      {"a signed field of unknown kind", "<</T(a)/V<</Type/Sig>>>>", "<field name='a'><value>x</value></field>", "", "", "a;", ""},
+      {"a signed field of unknown kind", "<</T(a)/V<</Type/Sig>>>>", "<field name='a'><value>x</value></field>", "", "",
+       "a;", ""},
       {"push buttons", "<</T(a)/FT/Btn/Ff 65536/V(x)/Kids[<</T(b)/FT/Btn>><</T(c)>>]>>",
-       "<field name='a'><value>y</value><field name='b'><value>y</value></field><field name='c'><value/></field></field>",
+       "<field name='a'><value>y</value><field name='b'><value>y</value></field><field "
+       "name='c'><value/></field></field>",
        "", "", "a;a.b;", ""},
       {"a choice", "<</FT/Ch/T(a)/Opt[(1)(2)]/I[0]>>", "<field name='a'><value>2</value></field>",
        "<</FT/Ch/T(a)/Opt[(1)(2)]/V(2)>>", "", "", ""},
       {"several choices", "<</FT/Ch/Ff 2097152/T(a)/Opt[(1)[(\\351)(Eh)](3)]/I[0]>>",
-       "<field name='a'><value>3\né</value></field>",
-       "<</FT/Ch/Ff 2097152/T(a)/Opt[(1)[(\xE9)(Eh)](3)]/V[(3)(\xE9)]>>", "", "", ""},
+       "<field name='a'><value>3\né</value></field>", "<</FT/Ch/Ff 2097152/T(a)/Opt[(1)[(\xE9)(Eh)](3)]/V[(3)(\xE9)]>>",
+       "", "", ""},
       {"several choices as they are", "<</FT/Ch/Ff 2097152/T(a)/Opt[(1)(3)]/V[(3)(1)]/I[0 1]>>",
        "<field name='a'><value>3\n1</value></field>", "", "", "", ""},
       {"lines where one is taken", "<</FT/Ch/T(a)/Opt[(1)(2)]>>", "<field name='a'><value>1\n2</value></field>",
@@ -148,7 +156,8 @@ TEST(AcroFormDocument, DefaultValuesFromXFDF) {
                        .Form();
   PTableau<Chaine> unmatched;
   const ZXFDF data = Data(
-      "<field name='a'><value>é</value><value-richtext><p>r</p></value-richtext></field><field name='b'><value>Oui</value>"
+      "<field name='a'><value>é</value><value-richtext><p>r</p></value-richtext></field><field "
+      "name='b'><value>Oui</value>"
       "</field><field name='c'><value>1</value></field><field name='d'><value>1</value></field>");
   EXPECT_EQ(form.SetDefaultValues(data, &unmatched), 3U);
   EXPECT_EQ(ObjectOf(form, 10), "<</FT/Tx/T(a)/V(v)/DV(\xE9)>>");
@@ -161,8 +170,8 @@ TEST(AcroFormDocument, DefaultValuesFromXFDF) {
 TEST(AcroFormDocument, FlatFieldsAndSubmitButtons) {
   const std::string submit = "/FT/Btn/Ff 65536/A<</S/SubmitForm>>";
   ZAcroForm form = FormText()
-                       .Fields("<</T(z)/Kids[<</T(b)" + submit + "/Kids[<</V(1)>>]>><</V(2)>><</T(k)>>]>> <</T(x)" + submit +
-                               ">> <</T(a)" + submit + ">> <</T(x)" + submit + "/V(2)>>")
+                       .Fields("<</T(z)/Kids[<</T(b)" + submit + "/Kids[<</V(1)>>]>><</V(2)>><</T(k)>>]>> <</T(x)" +
+                               submit + ">> <</T(a)" + submit + ">> <</T(x)" + submit + "/V(2)>>")
                        .Form();
   const auto list = [](const auto& map) {
     std::string names;
@@ -239,7 +248,13 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
   const std::pair<Chaine, const char*> cases[] = {
       {"", "not a PDF file: it does not begin with \"%PDF-\""},
       {secret, "the password does not open the document"},
-      {PdfText().Header().Object(1, "<<>>").Object(2, "<</Filter/Standard/V 4/R 4>>").Xref().Trailer("/Root 1 0 R/Encrypt 2 0 R").Bytes(),
+      {PdfText()
+           .Header()
+           .Object(1, "<<>>")
+           .Object(2, "<</Filter/Standard/V 4/R 4>>")
+           .Xref()
+           .Trailer("/Root 1 0 R/Encrypt 2 0 R")
+           .Bytes(),
        "the document is encrypted by a method that is not read"},
   };
   for (const auto& [bytes, reason] : cases) {
@@ -254,7 +269,8 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
   EXPECT_TRUE(form.IsValid());
   EXPECT_TRUE(Loaded(secret).IsValid());
 
-  const ZAcroForm plain = Loaded(PdfText().Header().Object(1, "<</Type/Catalog>>").Xref().Trailer("/Root 1 0 R").Bytes());
+  const ZAcroForm plain =
+      Loaded(PdfText().Header().Object(1, "<</Type/Catalog>>").Xref().Trailer("/Root 1 0 R").Bytes());
   EXPECT_FALSE(plain.IsValid());
   EXPECT_EQ(plain.Fields().Size(), 0U);
   EXPECT_EQ(plain.Infos(), nullptr);
@@ -386,11 +402,10 @@ TEST(AcroFormDocument, FullSavesAreWhole) {
   EXPECT_EQ(full.View().find("lost"), std::string_view::npos);
   ZPDFParser parser;
   ASSERT_TRUE(parser.ReadFromRaw(full, ""));
-  const std::string content = InOneLine(ContentOf(parser));
-  EXPECT_EQ(content,
-            "1 0 obj<</AcroForm<</Fields[9 0 R]>>/N 3 1 R>>endobj2 0 objnullendobj3 1 obj(g)endobj4 0 objnullendobj"
-            "5 0 objnullendobj6 0 objnullendobj7 0 objnullendobj8 0 objnullendobj9 0 obj<</FT/Tx/T(a)/V(2)>>endobj"
-            "<</Size 10/Root 1 0 R>>");
+  EXPECT_EQ(InOneLine(ContentOf(parser)),
+            "1.0 {/AcroForm {/Fields [9.0R]}; /N 3.1R}2.0 null3.1 (g)4.0 null5.0 null6.0 null7.0 null8.0 null"
+            "9.0 {/FT /Tx; /T (a); /V (2)}");
+  EXPECT_EQ(TextOf(parser.TrailerDico()), "<</Size 10/Root 1 0 R>>");
   form.Fields()["a"]->SetValue("3");
   const Chaine updated = Saved(form);
   EXPECT_EQ(updated.Mid(0, full.size()), full);
@@ -400,6 +415,22 @@ TEST(AcroFormDocument, FullSavesAreWhole) {
   ZAcroForm wide = FormText().Field(90000, "<</FT/Tx/T(a)/V(1)>>").Form();
   ASSERT_TRUE(wide.SaveFull(out));
   EXPECT_NE(WarningsOf(wide).find("object numbers go up to 90000 with 3 objects in use"), std::string::npos);
+}
+
+TEST(AcroFormDocument, TheFormerEncryptionDictionaryIsNotWritten) {
+  const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("id", "", ""));
+  ZAcroForm form =
+      Loaded(TwoFields().Object(12, LineOf(handler->Dictionary())).Trailer("/Encrypt 12 0 R/ID[(id)(id)]").Bytes());
+  // The texts read as gibberish, since they stand there in clear: fields go by place.
+  form.Fields()[1]->SetValue("x");
+  Chaine full;
+  ZInetChaineOStream out(full);
+  ASSERT_TRUE(form.SaveFull(out));
+  EXPECT_EQ(full.View().find("12 0 obj"), std::string_view::npos);
+  EXPECT_EQ(Loaded(full).Fields()[1]->Value(), "x");
+  // What follows is enciphered for the new file.
+  form.Fields()[1]->SetValue("y");
+  EXPECT_EQ(Loaded(Saved(form)).Fields()[1]->Value(), "y");
 }
 
 TEST(AcroFormDocument, CopiesAreDeep) {
@@ -455,7 +486,8 @@ TEST(AcroFormDocument, NewObjectsAreSavedAndTheTrailerSettles) {
 TEST(AcroFormDocument, RandomValuesComeBack) {
   uint32_t state = 12345;
   const auto random = [&state](uint32_t below) { return (state = state * 1664525 + 1013904223) / 65536 % below; };
-  const std::string_view pieces[] = {"a", " ", "(", ")", "\\", "%", "é", "€", "Д", "😀", "\r\n", "\t", "<", "&", "#", "/", "þÿ", "\\)"};
+  const std::string_view pieces[] = {"a", " ",    "(",  ")", "\\", "%", "é", "€",  "Д",
+                                     "😀", "\r\n", "\t", "<", "&",  "#", "/", "þÿ", "\\)"};
   ZAcroForm form = TwoFields().Form();
   for (int i = 0; i < 200; i++) {
     std::string value;

@@ -1,5 +1,3 @@
-#include "acroform/acro_form.h"
-
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -8,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "acroform/acro_form.h"
 #include "acroform/button_states.h"
 #include "pdf/dictionary_node.h"
 #include "platform/text.h"
@@ -40,8 +39,9 @@ TEST(AcroForm, FieldsAreReadAsTheyStand) {
   } cases[] = {
       {"no fields", FormText(), ""},
       {"kinds by /FT and flags",
-       FormText().Fields("<</T(a)/FT/Btn>> <</T(b)/FT/Btn/Ff 32768>> <</T(c)/FT/Btn/Ff 65536>> <</T(d)/FT/Btn/Ff 98304>> "
-                         "<</T(e)/FT/Btn/Ff 1>> <</T(f)/FT/Tx>> <</T(g)/FT/Ch>> <</T(h)/FT/Sig>> <</T(i)>>"),
+       FormText().Fields(
+           "<</T(a)/FT/Btn>> <</T(b)/FT/Btn/Ff 32768>> <</T(c)/FT/Btn/Ff 65536>> <</T(d)/FT/Btn/Ff 98304>> "
+           "<</T(e)/FT/Btn/Ff 1>> <</T(f)/FT/Tx>> <</T(g)/FT/Ch>> <</T(h)/FT/Sig>> <</T(i)>>"),
        "a:check b:radio c:push d:radio e:check f:text g:choice h:other i:other"},
       {"a radio group with nameless widgets",
        FormText()
@@ -55,7 +55,8 @@ TEST(AcroForm, FieldsAreReadAsTheyStand) {
        FormText().Fields("<</T(a)/FT/Btn/Ff 65536/Kids[<</T(b)>><</T(c)/FT/Btn>><</T(d)/FT/Btn/Ff 32768>>]>>"),
        "a:push(a.b:push a.c:check a.d:radio)"},
       {"names that are empty or absent on the way down",
-       FormText().Fields("<</Kids[<</T(b)/Kids[<</Kids[<</T(c)>>]>>]>>]>> <</T()/Kids[<</T(d)>>]>> <</T(e)/Kids[<</T()>>]>>"),
+       FormText().Fields(
+           "<</Kids[<</T(b)/Kids[<</Kids[<</T(c)>>]>>]>>]>> <</T()/Kids[<</T(d)>>]>> <</T(e)/Kids[<</T()>>]>>"),
        ":other(b:other(b:other(b.c:other))) :other(d:other) e:other(e.:other)"},
       {"names in PDFDocEncoding, UTF-16BE, and with periods",
        FormText().Fields("<</T(Pr\\351nom)/Kids[<</T<FEFF0414>>><</T(x.y)>>]>>"),
@@ -77,21 +78,24 @@ TEST(AcroForm, FieldsAreReadAsTheyStand) {
        "a:text=x(a.b:check=x a.c:text=x(a.c.d:text=y a.c.e:text=x))"},
       {"of one name, both stay", FormText().Fields("<</T(a)/V(1)>> <</T(a)/V(2)>>"), "a:other=1 a:other=2"},
       {"a field that is its own kid",
-       FormText().Field(10, "<</T(a)/Kids[11 0 R 10 0 R]>>").Object(11, "<</T(b)/Kids[10 0 R]>>"), "a:other(a.b:other)"},
-      {"a field listed below two parents",
-       FormText().Fields("<</T(a)/Kids[10 0 R]>>").Field(10, "<</T(b)>>"), "a:other(a.b:other) b:other"},
+       FormText().Field(10, "<</T(a)/Kids[11 0 R 10 0 R]>>").Object(11, "<</T(b)/Kids[10 0 R]>>"),
+       "a:other(a.b:other)"},
+      {"a field listed below two parents", FormText().Fields("<</T(a)/Kids[10 0 R]>>").Field(10, "<</T(b)>>"),
+       "a:other(a.b:other) b:other"},
   };
   for (const auto& test : cases) EXPECT_EQ(Tree(test.form.Form().Fields()), test.tree) << test.name;
 }
 
 TEST(AcroForm, FieldsAreFoundByDottedNames) {
   ZAcroForm form = FormText()
-                       .Fields("<</T(a)/V(1)/Kids[<</T(b)/V(2)/Kids[<</T(c)/V(3)>><</V(4)>>]>><</T(x.y)/V(5)>>]>> "
-                               "<</T(a.b)/V(6)>> <</T(n)/V(7)>> <</T(n)/V(8)/Kids[<</T(k)/V(9)>>]>> <</T(N)/V(10)>>")
+                       .Fields(
+                           "<</T(a)/V(1)/Kids[<</T(b)/V(2)/Kids[<</T(c)/V(3)>><</V(4)>>]>><</T(x.y)/V(5)>>]>> "
+                           "<</T(a.b)/V(6)>> <</T(n)/V(7)>> <</T(n)/V(8)/Kids[<</T(k)/V(9)>>]>> <</T(N)/V(10)>>")
                        .Form();
   const std::pair<const char*, const char*> cases[] = {
-      {"a", "1"},   {"a.b", "6"},  {"a.b.c", "3"}, {"a.x.y", "5"}, {"n", "8"},  {"n.k", "9"},  {"N", "10"},  {"", nullptr},
-      {".", nullptr}, {"a.", nullptr}, {".a", nullptr}, {"x.b", nullptr}, {"a.b.", nullptr}, {"a.b.c.d", nullptr}, {"A", nullptr},
+      {"a", "1"},      {"a.b", "6"},     {"a.b.c", "3"},    {"a.x.y", "5"},       {"n", "8"},
+      {"n.k", "9"},    {"N", "10"},      {"", nullptr},     {".", nullptr},       {"a.", nullptr},
+      {".a", nullptr}, {"x.b", nullptr}, {"a.b.", nullptr}, {"a.b.c.d", nullptr}, {"A", nullptr},
   };
   const auto& fields = std::as_const(form).Fields();
   for (const auto& [name, value] : cases) {
@@ -115,8 +119,9 @@ TEST(AcroForm, FieldsAreFoundByDottedNames) {
 TEST(AcroForm, WhatAFieldLacksItTakesFromItsAncestors) {
   ZAcroForm form = FormText()
                        .Infos("/DA(form)/Q 2")
-                       .Fields("<</T(a)/FT/Ch/Ff 5/V(v)/DV(d)/RV(r)/Opt[(a)[(b)(Beta)][(c)]/N[]]/TM(m)/DA(own)/Q 1"
-                               "/Kids[<</T(k)/Kids[<</T(l)>>]>>]>> <</T(z)/Ff -1/Kids[<</T(y)/Kids[<<>>]>>]>>")
+                       .Fields(
+                           "<</T(a)/FT/Ch/Ff 5/V(v)/DV(d)/RV(r)/Opt[(a)[(b)(Beta)][(c)]/N[]]/TM(m)/DA(own)/Q 1"
+                           "/Kids[<</T(k)/Kids[<</T(l)>>]>>]>> <</T(z)/Ff -1/Kids[<</T(y)/Kids[<<>>]>>]>>")
                        .Form();
   const Field& a = *form.Fields()["a"];
   const Field& l = *form.Fields()["a.k.l"];
@@ -198,8 +203,16 @@ TEST(AcroForm, FieldsWriteWhatChanges) {
       {"<</FT/Ch/V(1)/I[0]>>", Value("2"), "<</FT/Ch/V(2)>>"},
       {"<</FT/Ch/V(2)/I[0]>>", Value("2"), nullptr},
       {"<</FT/Ch/V[(1)(2)]/I[0 1]>>", Value("1"), "<</FT/Ch/V(1)>>"},
-      {"<</FT/Ch/I[0]>>", [](Field& field) { field.SetValues({"x", "y"}); }, "<</FT/Ch/V[(x)(y)]>>"},
-      {"<</FT/Ch/V[(x)(y)]>>", [](Field& field) { field.SetValues({"x", "y"}); }, nullptr},
+      {"<</FT/Ch/I[0]>>",
+       [](Field& field) {
+         field.SetValues({"x", "y"});
+       },
+       "<</FT/Ch/V[(x)(y)]>>"},
+      {"<</FT/Ch/V[(x)(y)]>>",
+       [](Field& field) {
+         field.SetValues({"x", "y"});
+       },
+       nullptr},
       {"<</FT/Btn>>", DefaultValue("Yes"), "<</FT/Btn/DV/Yes>>"},
       {"<</FT/Btn/Ff 32768>>", DefaultValue("Yes"), "<</FT/Btn/Ff 32768/DV(Yes)>>"},
       {"<</FT/Ch/I[0]>>", DefaultValue("x"), "<</FT/Ch/DV(x)>>"},
@@ -252,8 +265,9 @@ TEST(AcroForm, WidgetsWriteWhatChanges) {
 
 TEST(AcroForm, WidgetsAreReadAsTheyStand) {
   ZAcroForm form = FormText()
-                       .Fields("<</Subtype/Widget/F 66/Rect[100 200 50 260]/MK<</CA(c)/AC()>>/AP<</N 10 0 R/D<</Yes 10 0 R"
-                               "/#2FOff 10 0 R/A#20b null>>/R null>>>> <</Rect[1.5]/AP 7>>")
+                       .Fields(
+                           "<</Subtype/Widget/F 66/Rect[100 200 50 260]/MK<</CA(c)/AC()>>/AP<</N 10 0 R/D<</Yes 10 0 R"
+                           "/#2FOff 10 0 R/A#20b null>>/R null>>>> <</Rect[1.5]/AP 7>>")
                        .Object(10, "<</Length 1>>\nstream\nq\nendstream")
                        .Form();
   Field& field = *form.Fields()[0];
@@ -355,11 +369,12 @@ TEST(AcroForm, ActionsAreReadAsTheyStand) {
 
 TEST(AcroForm, ButtonStatesAndWhatValuesMean) {
   ZAcroForm form = FormText()
-                       .Fields("<</FT/Btn/Ff 32768/Opt[(Un)(Deux\\351)(1)]/Kids["
-                               "<</Subtype/Widget/AP<</N<</Off null/0<<>>>>>>>>"
-                               "<</Subtype/Widget/AP<</N<</1<<>>/Off<<>>>>>>>>"
-                               "<</Subtype/Widget/AP<</N<</C#e9<<>>/0<<>>>>>>>>"
-                               "<</T(other)/Subtype/Widget/AP<</N<</X<<>>>>>>>><</Subtype/Link/AP<</N<</Y<<>>>>>>>>]>>")
+                       .Fields(
+                           "<</FT/Btn/Ff 32768/Opt[(Un)(Deux\\351)(1)]/Kids["
+                           "<</Subtype/Widget/AP<</N<</Off null/0<<>>>>>>>>"
+                           "<</Subtype/Widget/AP<</N<</1<<>>/Off<<>>>>>>>>"
+                           "<</Subtype/Widget/AP<</N<</C#e9<<>>/0<<>>>>>>>>"
+                           "<</T(other)/Subtype/Widget/AP<</N<</X<<>>>>>>>><</Subtype/Link/AP<</N<</Y<<>>>>>>>>]>>")
                        .Form();
   const Field& field = *form.Fields()[0];
   EXPECT_EQ(ButtonStates(field), (PTableau<Chaine>{"0", "1", "C\xE9"}));
@@ -367,9 +382,8 @@ TEST(AcroForm, ButtonStatesAndWhatValuesMean) {
     const char *value, *state;
     bool known;
   } cases[] = {
-      {"0", "0", true},   {"1", "1", true},     {"Un", "0", true},    {"Deuxé", "1", true},
-      {"Cé", "C\xE9", true}, {"Off", "Off", true}, {"", "Off", true}, {"X", "X", false},
-      {"é", "é", false},
+      {"0", "0", true},     {"1", "1", true},  {"Un", "0", true}, {"Deuxé", "1", true}, {"Cé", "C\xE9", true},
+      {"Off", "Off", true}, {"", "Off", true}, {"X", "X", false}, {"é", "é", false},
   };
   for (const auto& test : cases) {
     bool known = !test.known;
