@@ -38,8 +38,23 @@ run("${CMAKE_COMMAND}" -S "${WORK_DIR}/examples" -B "${WORK_DIR}/build" -G "${GE
     "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF")
 run("${CMAKE_COMMAND}" --build "${WORK_DIR}/build")
 
-# The example fills the sample form and reads back what it saved.
-set(samples "${SOURCE_DIR}/samples")
-run("${WORK_DIR}/build/fill_form" "${samples}/membership_form.pdf" "${samples}/membership_form.xfdf"
-    "${WORK_DIR}/filled.pdf")
-message("${output}")
+# The example fills the sample form, reads what it saved, and prints it.
+set(form "${SOURCE_DIR}/samples/membership_form.pdf")
+set(filled "${WORK_DIR}/filled.pdf")
+run("${WORK_DIR}/build/fill_form" "${form}" "${SOURCE_DIR}/samples/membership_form.xfdf" "${filled}")
+foreach(line IN ITEMS "adherent.ville = Béziers" "accords.statuts = Oui" "formule = Étudiant")
+  string(FIND "\n${output}" "\n${line}\n" position)
+  if(position EQUAL -1)
+    message(FATAL_ERROR "fill_form did not print \"${line}\" but:\n${output}")
+  endif()
+endforeach()
+
+# The form's own bytes are the beginning of the filled one.
+file(READ "${form}" before HEX)
+file(READ "${filled}" after HEX)
+string(FIND "${after}" "${before}" position)
+string(LENGTH "${before}" length_before)
+string(LENGTH "${after}" length_after)
+if(NOT position EQUAL 0 OR NOT length_after GREATER length_before)
+  message(FATAL_ERROR "${filled} is not ${form} with an update appended")
+endif()
