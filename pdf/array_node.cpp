@@ -26,7 +26,7 @@ void ZPDFNodeArray::AppendValue(uint32_t value) { AppendValue(new ZPDFNodeNumeri
 
 void ZPDFNodeArray::AppendValue(double value) { AppendValue(new ZPDFNodeNumeric(value, ObjectProvider())); }
 
-void ZPDFNodeArray::AppendValue(bool value) { AppendValue(new ZPDFNodeBoolean(value, ObjectProvider())); }
+void ZPDFNodeArray::AppendBoolean(bool value) { AppendValue(new ZPDFNodeBoolean(value, ObjectProvider())); }
 
 void ZPDFNodeArray::AppendIdentifier(const Chaine& identifier) {
   AppendValue(new ZPDFNodeIdentifier(identifier, ObjectProvider()));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <concepts>
+
 #include "pdf/node.h"
 
 namespace zforms {
@@ -17,7 +19,8 @@ class ZFORMS_API ZPDFNodeArray final : public ZPDFNode {
   void AppendValue(int32_t value);
   void AppendValue(uint32_t value);
   void AppendValue(double value);
-  void AppendValue(bool value);
+  // A template, so that no pointer is ever taken for a boolean.
+  void AppendValue(std::same_as<bool> auto value) { AppendBoolean(value); }
   void AppendIdentifier(const Chaine& identifier);
   // Takes ownership of the node.
   void AppendValue(ZPDFNode* node);
@@ -25,6 +28,9 @@ class ZFORMS_API ZPDFNodeArray final : public ZPDFNode {
   static ZPDFNodeArray* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                   const ZPDFEncrypter* encrypter);
   static bool Matches(Kind kind) { return kind == Kind::kArray; }
+
+ private:
+  void AppendBoolean(bool value);
 };
 
 }  // namespace zforms

@@ -170,7 +170,7 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, double value) {
   SetScalar<ZPDFNodeNumeric>(key, value, [](const ZPDFNode* node) { return node->GetDoubleValue(); });
 }
 
-void ZPDFNodeDictionary::SetValue(std::string_view key, bool value) {
+void ZPDFNodeDictionary::SetBoolean(std::string_view key, bool value) {
   SetScalar<ZPDFNodeBoolean>(key, value, [](const ZPDFNode* node) { return node->GetBoolValue(); });
 }
 

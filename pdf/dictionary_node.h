@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -56,7 +57,8 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   void SetValue(std::string_view key, int32_t value);
   void SetValue(std::string_view key, uint32_t value);
   void SetValue(std::string_view key, double value);
-  void SetValue(std::string_view key, bool value);
+  // A template, so that no pointer is ever taken for a boolean.
+  void SetValue(std::string_view key, std::same_as<bool> auto value) { SetBoolean(key, value); }
   void SetIdentifier(std::string_view key, const Chaine& identifier);
   // Takes ownership of the node; null removes the key.
   void SetValue(std::string_view key, ZPDFNode* node);
@@ -68,6 +70,7 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   static bool Matches(Kind kind) { return kind == Kind::kDictionary; }
 
  private:
+  void SetBoolean(std::string_view key, bool value);
   template <class Node, class Value, class Getter>
   void SetScalar(std::string_view key, const Value& value, Getter getter);
   // The entry "/Contents" of a signature, which stays in clear in an encrypted file

@@ -56,6 +56,11 @@ ZXMLElement::ZXMLElement(Chaine name) : ZXMLNode(Kind::kElement), name_(std::mov
 
 ZXMLElement::~ZXMLElement() { Clear(); }
 
+void ZXMLElement::SetName(const Chaine& name) {
+  name_ = name;
+  if (parent != nullptr) parent->cursor_.reset();
+}
+
 const ZXMLElement& ZXMLElement::None() {
   static const ZXMLElement element{Chaine()};
   return element;

@@ -98,6 +98,7 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
 
   // With its prefix.
   const Chaine& Name() const { return name_; }
+  void SetName(const Chaine& name);
 
   // The first child of the name, appended when there is none.
   ZXMLElement& operator[](std::string_view name);

@@ -13,6 +13,7 @@
 #include "platform/file_io.h"
 #include "platform/text.h"
 #include "tests/form_text.h"
+#include "tests/temp_path.h"
 #include "xfdf/xfdf.h"
 
 namespace zforms {
@@ -300,7 +301,7 @@ TEST(AcroFormDocument, UpdatesAreAppendedAndChained) {
 }
 
 TEST(AcroFormDocument, SavingToFiles) {
-  const std::string path = testing::TempDir() + "zforms_acroform.pdf";
+  const std::string path = TempPath("zforms_acroform.pdf");
   const Chaine read = TwoFields().Bytes();
   ASSERT_TRUE(StoreFile(path, read));
   ZAcroForm form;

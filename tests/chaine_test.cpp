@@ -19,7 +19,8 @@ constexpr std::string_view kLong = "a text that is too long to live inside the o
 
 TEST(ChaineTest, CopiesAndPartsShareLongTextOnly) {
   const Chaine text(kLong);
-  const Chaine copy = text;
+  Chaine copy;
+  copy = text;
   EXPECT_TRUE(copy.SharesBytesWith(text));
   EXPECT_TRUE(text.Mid(2).SharesBytesWith(text));
   EXPECT_EQ(text.Mid(2).data(), text.data() + 2);
@@ -28,19 +29,6 @@ TEST(ChaineTest, CopiesAndPartsShareLongTextOnly) {
   const Chaine literal = Chaine::Literal(kLong);
   EXPECT_EQ(literal.data(), kLong.data());
   EXPECT_EQ(literal.Mid(7, 30), kLong.substr(7, 30));
-}
-
-TEST(ChaineTest, PartsAreCutToTheText) {
-  for (const std::string_view text : {""sv, "abc"sv, "0123456789abcdef"sv, "0123456789abcdef+"sv, kLong}) {
-    const Chaine whole(text);
-    for (size_t from = 0; from <= text.size() + 2; from++) {
-      const size_t start = std::min(from, text.size());
-      for (size_t length = 0; length <= text.size() + 2; length++) {
-        ASSERT_EQ(whole.Mid(from, length), text.substr(start, length));
-      }
-      ASSERT_EQ(whole.Mid(from), text.substr(start));
-    }
-  }
 }
 
 TEST(ChaineTest, AppendingDisturbsNoOtherWindow) {
@@ -129,10 +117,10 @@ TEST(ChaineTest, AgreesWithStdString) {
         models[i] = models[j];
         break;
       case 1: {
-        const size_t from = below(models[j].size() + 1);
+        const size_t from = below(models[j].size() + 3);
         const size_t length = below(60);
         texts[i] = texts[j].Mid(from, length);
-        models[i] = std::string(models[j], from, length);
+        models[i] = std::string(models[j], std::min(from, models[j].size()), length);
         break;
       }
       case 2: {
@@ -194,7 +182,7 @@ TEST(ContainersTest, DictionnaryAgreesWithStdMap) {
   std::mt19937 random(12);
   FDictionnary<int> dictionary;
   std::map<std::string, int> model;
-  for (int step = 0; step < 20000; step++) {
+  for (int step = 0; step < 8000; step++) {
     // Long and short keys, some with a zero byte.
     std::string key = "key" + std::to_string(random() % 60);
     if (random() % 3 == 0) key += std::string(20, '\0');
@@ -212,7 +200,7 @@ TEST(ContainersTest, DictionnaryAgreesWithStdMap) {
     const int* found = dictionary.Find(key);
     ASSERT_EQ(found != nullptr, model.contains(key));
     ASSERT_EQ(found != nullptr ? *found : 0, model.contains(key) ? model[key] : 0);
-    if (step % 97 != 0) continue;
+    if (random() % 8 != 0) continue;
     ASSERT_EQ(dictionary.Size(), model.size());
     size_t position = 0;
     for (const auto& [model_key, value] : model) {

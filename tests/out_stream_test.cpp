@@ -113,7 +113,7 @@ TEST(OutStreamTest, NoEscapeIsCut) {
       for (size_t run = 1; run < 5; run++) {
         std::string value = X(before);
         for (size_t i = 0; i < run; i++) value += special;
-        for (const size_t after : {0, 1, 249, 250, 251, 252, 253, 254, 255, 300}) {
+        for (const size_t after : {0u, 1u, 249u, 250u, 251u, 252u, 253u, 254u, 255u, 300u}) {
           ZPDFNodeArray array;
           array.AppendValue(static_cast<int32_t>(before));
           array.AppendValue(Chaine(value + std::string(after, 'y')));

@@ -28,7 +28,8 @@ Chaine WithObjectText(std::string_view text) {
 }
 
 std::string Replaced(std::string text, std::string_view what, std::string_view by) {
-  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) text.replace(at, what.size(), by);
+  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size())
+    text.replace(at, what.size(), by);
   return text;
 }
 
@@ -75,7 +76,9 @@ TEST(ParserTest, AccessorsOfTheFrame) {
   ZPDFParser parser;
   for (const char* line_end : {"\n", "\r", "\r\n"}) {
     PdfText text(line_end);
-    text.Header("1.3").Object(1, "<</AcroForm 2 0 R/ViewerPreferences<</HideMenubar true>>>>").Object(2, "<</Fields[]>>");
+    text.Header("1.3")
+        .Object(1, "<</AcroForm 2 0 R/ViewerPreferences<</HideMenubar true>>>>")
+        .Object(2, "<</Fields[]>>");
     text.Xref().Trailer("/Root 1 0 R/ID[(first)<41>]");
     ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
     EXPECT_EQ(parser.PDFVersion(), "%PDF-1.3");
@@ -118,6 +121,8 @@ TEST(ParserTest, LinearizedOnlyWhereTheFirstObjectSaysSo) {
       ASSERT_TRUE(parser.ReadFromRaw(Replaced(text.Bytes().ToString(), "LLLLLL", digits.substr(1)), "")) << c.first;
       EXPECT_EQ(parser.IsLinearized(), c.linearized && second_line) << c.first;
       EXPECT_EQ(parser.TrailerDico()->Exist("/Front"), parser.IsLinearized()) << c.first;
+      const std::string_view file = parser.RawData();
+      EXPECT_EQ(parser.XRefOffset(), (parser.IsLinearized() ? file.find("\nxref") : file.rfind("\nxref")) + 1);
       // What was looked at aside is not what the section in use lists.
       EXPECT_TRUE(parser.IsLinearized() || ValueOf(parser, 9) == "(new)") << ValueOf(parser, 9);
     }
@@ -151,7 +156,6 @@ TEST(ParserTest, TableVariants) {
       {"", "4294967290 9\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n1 1\n@1 00000 n\n",
        kTrailer, "1--", true},
       {"", "1 1\n99999999999 00000 n \n2 1\n@2 00000 n \n", kTrailer, "-2-", false},
-      {"", "0 3\n@1 00000 n \n@1 65536 n \n@2 00000 n \n", kTrailer, "-2-", false},
       {"", "1 1\n@1 00000 n \n", "trailer<</Root 1 0 R/A(startxref\n%%EOF)/B 1>>\n", "1--", false},
       {"", "", kTrailer, "---", false},
   };
@@ -180,15 +184,22 @@ TEST(ParserTest, ChainOfSections) {
     std::string prev;
     bool older, warns;
   } cases[] = {
-      {"/Prev " + std::to_string(old_xref), true, false}, {"", false, false},
-      {"/Prev 0", false, false},                          {"/Prev 99999", false, true},
-      {"/Prev " + std::to_string(new_xref), false, true}, {"/Prev 20", false, true},
-      {"/Prev -1", false, true},                          {"/Prev (text)", false, false},
-      {"/Prev 3 0 R", false, true},                       {"/Prev 4 0 R", false, true},
+      {"/Prev " + std::to_string(old_xref), true, false},
+      {"", false, false},
+      {"/Prev 0", false, false},
+      {"/Prev 99999", false, true},
+      {"/Prev " + std::to_string(new_xref), false, true},
+      {"/Prev 20", false, true},
+      {"/Prev -1", false, true},
+      {"/Prev (text)", false, false},
+      {"/Prev 3 0 R", false, true},
+      {"/Prev 4 0 R", false, true},
   };
   for (const auto& c : cases) {
     PdfText text = base;
-    text.Xref("1 1\n@1 00000 n \n3 1\n@3 00000 n \n1 1\n@1 00000 n \n").Line("trailer<</Root 1 0 R" + c.prev + ">>").End();
+    text.Xref("1 1\n@1 00000 n \n3 1\n@3 00000 n \n1 1\n@1 00000 n \n")
+        .Line("trailer<</Root 1 0 R" + c.prev + ">>")
+        .End();
     ZPDFParser parser;
     ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), "")) << c.prev;
     EXPECT_EQ(parser.XRefOffset(), new_xref);
@@ -228,6 +239,11 @@ TEST(ParserTest, NewestRecordWinsWhateverItsGeneration) {
   }
   EXPECT_EQ(WarningsOf(parser), "");
   EXPECT_EQ(parser.GetObject({4, 1}), parser.GetObject({4, 1}));
+  // Object 0 heads the free list, and no generation has more than 16 bits.
+  PdfText odd = Catalog();
+  odd.Object(0, "(zero)").Object(4, "(high)", 65536).Xref("0 1\n@0 0 n\n4 1\n@4 65536 n\n").Trailer("/Root 1 0 R");
+  ASSERT_TRUE(parser.ReadFromRaw(odd.Bytes(), ""));
+  EXPECT_EQ(ValueOf(parser, 0) + ValueOf(parser, 4, 65536), "nonenone");
 }
 
 TEST(ParserTest, ObjectTexts) {
@@ -304,7 +320,12 @@ TEST(ParserTest, Streams) {
 
 TEST(ParserTest, ReferencesThatLeadNowhereEnd) {
   PdfText text = Catalog();
-  text.Object(2, "3 0 R").Object(3, "4 0 R").Object(4, "(end)").Object(5, "6 0 R").Object(6, "5 0 R").Object(7, "7 0 R");
+  text.Object(2, "3 0 R")
+      .Object(3, "4 0 R")
+      .Object(4, "(end)")
+      .Object(5, "6 0 R")
+      .Object(6, "5 0 R")
+      .Object(7, "7 0 R");
   text.Object(8, "<</Kids[8 0 R 9 0 R]/Parent 9 0 R>>").Object(9, "<</Kids[8 0 R]/Missing 77 0 R/Wrong 4 3 R>>");
   text.Stream(10, "<</Length 11 0 R>>", "abc").Stream(11, "<</Length 10 0 R>>", "defg");
   text.Xref().Trailer("/Root 1 0 R/All[2 0 R 5 0 R 7 0 R 8 0 R 10 0 R 11 0 R]/Two 2 0 R/Five 5 0 R/Seven 7 0 R");
@@ -380,7 +401,8 @@ TEST(ParserTest, AddIndirectObjectNumbersAboveAll) {
   EXPECT_EQ(empty.TrailerDico()->GetUIntValue("/Size"), 1002U);
   // Numbers near the end of their range leave room for more.
   ZPDFParser high;
-  ASSERT_TRUE(high.ReadFromRaw(Catalog().Xref("4294967294 1\n@1 0 n\n1 1\n@1 0 n\n").Trailer("/Root 1 0 R").Bytes(), ""));
+  ASSERT_TRUE(
+      high.ReadFromRaw(Catalog().Xref("4294967294 1\n@1 0 n\n1 1\n@1 0 n\n").Trailer("/Root 1 0 R").Bytes(), ""));
   EXPECT_EQ(high.AddIndirectObject()->GetID().Number(), 2U);
   EXPECT_EQ(high.AddIndirectObject()->GetID().Number(), 3U);
   EXPECT_NE(high.Root(), nullptr);
@@ -402,7 +424,10 @@ TEST(ParserTest, ModifiedObjectsInIdentifierOrder) {
   parser.AddIndirectObject();
   for (const uint32_t number : {23U, 4U, 9U, 11U}) {
     auto* dictionary = NodeCast<ZPDFNodeDictionary>(parser.GetObject({number, number % 3})->GetDirectAt(0));
-    NodeCast<ZPDFNodeDictionary>(dictionary->GetTarget("/A"))->GetTarget("/B")->GetTargetAt(1)->SetModified(number != 9, false);
+    NodeCast<ZPDFNodeDictionary>(dictionary->GetTarget("/A"))
+        ->GetTarget("/B")
+        ->GetTargetAt(1)
+        ->SetModified(number != 9, false);
   }
   EXPECT_EQ(modified(), "4 11 23 30 ");
   parser.ResetModifiedObjects();
@@ -423,7 +448,10 @@ TEST(ParserTest, CopiesShareBytesAndOwnTheirNodes) {
   ZPDFParser assigned;
   ASSERT_TRUE(assigned.ReadFromRaw(Catalog().Object(8, "8").Xref().Trailer("/Root 1 0 R").Bytes(), ""));
   assigned.GetObject({8, 0});
+  ContentOf(*original);
   assigned = *original;
+  EXPECT_EQ(TextOf(NodeCast<ZPDFNodeDictionary>(assigned.TrailerDico()->GetTarget("/First"))->GetTarget("/Next")),
+            "<</B(edited)>>");
   ZPDFParser copy(assigned);
   EXPECT_TRUE(copy.RawData().SharesBytesWith(original->RawData()));
   EXPECT_EQ(copy.UserPassword(), "pw");
@@ -456,7 +484,7 @@ TEST(ParserTest, DamagedObjectsCostNoMoreThanAFewTimesTheFile) {
       {" 0 obj %", ""},
       {" 0 obj <</Length 9>>stream\nabc\nendobj\n", ""},
       {" 0 obj <</Length 99>>stream\n", "endstream endobj"},
-      {nullptr, "\n"},   // all records lead to the same blanks
+      {nullptr, "\n"},    // all records lead to the same blanks
       {nullptr, "%%\n"},  // and to the same comment
   };
   for (const auto& c : cases) {
@@ -486,7 +514,8 @@ TEST(ParserTest, TruncatedAnywhereItStillEnds) {
   for (size_t length = 0; length <= whole.size(); length++) {
     for (const bool with_end : {false, true}) {
       ZPDFParser parser;
-      const std::string cut = whole.substr(0, length) + (with_end ? "\nstartxref\n" + std::to_string(text.XrefOffset()) + "\n%%EOF" : "");
+      const std::string cut =
+          whole.substr(0, length) + (with_end ? "\nstartxref\n" + std::to_string(text.XrefOffset()) + "\n%%EOF" : "");
       if (!parser.ReadFromRaw(cut, "")) {
         EXPECT_FALSE(parser.Diagnostics().Failure().IsEmpty());
         continue;

@@ -19,68 +19,54 @@ std::string SoupOf(std::mt19937& random, std::string_view alphabet, size_t most)
   return text;
 }
 
+// White space and comments removed at both ends, step by step as the rule says.
+std::string PlainTrim(std::string text) {
+  constexpr std::string_view kWhites = "\t\n\f\r ";
+  const auto trim_left = [&] { text.erase(0, text.find_first_not_of(kWhites)); };
+  const auto trim_right = [&] { text.erase(text.find_last_not_of(kWhites) + 1); };
+  trim_left();
+  while (text.starts_with('%')) {
+    text.erase(0, text.find_first_of("\r\n", 1));
+    trim_left();
+  }
+  trim_right();
+  for (size_t at = text.find_last_of("\n\r%)"); at != std::string::npos && text[at] == '%';) {
+    text.erase(at);
+    trim_right();
+    at = text.find_last_of("\n\r%)");
+  }
+  return text;
+}
+
+// In the tables a bar stands where a text is cut; without one that is its end.
+struct Cut {
+  explicit Cut(std::string_view text) : front(text.substr(0, text.find('|'))), back(text.substr(front.size())) {
+    back.erase(0, 1);
+  }
+  std::string front, back;
+};
+
 TEST(TokensTest, LastToken) {
-  const struct {
-    std::string_view text, token, rest;
-  } kCases[] = {
-      {"<< /A 1 >>", ">>", "<< /A 1"},
-      {"/Name", "/Name", ""},
-      {"12 0 R", "R", "12 0"},
-      {"<</A/B", "/B", "<</A"},
-      {"[1 2]", "]", "[1 2"},
-      {"(a b)", ")", "(a b"},
-      {"<41>", ">", "<41"},
-      {"<", "<", ""},
-      {"a<<", "<<", "a"},
-      {"alone", "alone", ""},
-      {"/A//", "/", "/A/"},
-      {"(x)(", "(", "(x)"},
-      {"[{a}", "}", "[{a"},
-      {"[{", "{", "["},
-      {"{5", "5", "{"},
-      {"1 % c\n2", "2", "1"},
-      {"(a%b) 7", "7", "(a%b)"},
-      {"a)%b\n", "\n", "a)"},
-      {"a\0b"sv, "a\0b"sv, ""},
-      {">>>", ">>", ">"},
-      {"", "", ""},
-      {"1 %a\r%b\r\n 2", "2", "1"},
-      {"1 % (x)\n2", "2", "1 % (x)"},
-  };
-  for (const auto& [text, token, rest] : kCases) {
-    ZPDFTokenizedString tokens{Chaine(text)};
-    EXPECT_EQ(tokens.PeekLastToken(), token) << text;
-    EXPECT_EQ(tokens.ExtractLastToken(), token) << text;
-    EXPECT_EQ(tokens.View(), rest) << text;
+  for (const std::string_view text : {"<< /A 1 |>>", "|/Name", "12 0 |R", "<</A|/B",         "[1 2|]",     "(a b|)",
+                                      "<41|>",       "|<",     "a|<<",    "|alone",          "/A/|/",      "(x)|(",
+                                      "[{a|}",       "[|{",    "{|5",     "1 % c\n|2",       "(a%b) |7",   "a)%b|\n",
+                                      "a |b\x01\\",  ">|>>",   "|",       "1 %a\r%b\r\n |2", "1 % (x)\n|2"}) {
+    const Cut cut(text);
+    ZPDFTokenizedString tokens{Chaine(cut.front + cut.back)};
+    EXPECT_EQ(tokens.PeekLastToken(), cut.back) << text;
+    EXPECT_EQ(tokens.ExtractLastToken(), cut.back) << text;
+    EXPECT_EQ(tokens.View(), PlainTrim(cut.front)) << text;
   }
 }
 
 TEST(TokensTest, FirstToken) {
-  const struct {
-    std::string_view text, token, rest;
-  } kCases[] = {
-      {"<</A 1>>", "<<", "/A 1>>"},
-      {"/Name/B", "/Name", "/B"},
-      {"12 0 R", "12", "0 R"},
-      {"[1]", "[", "1]"},
-      {"]x", "]", "x"},
-      {"(a)", "(", "a)"},
-      {")a", ")", "a"},
-      {"<41>", "<", "41>"},
-      {">>>", ">>", ">"},
-      {">", ">", ""},
-      {"alone", "alone", ""},
-      {"/", "/", ""},
-      {"{a", "{a", ""},
-      {"obj% c\r\n<<>>", "obj", "<<>>"},
-      {"", "", ""},
-      {"a %x\n %y\r b %z", "a", "b"},
-      {"stream\r\n", "stream", ""},
-  };
-  for (const auto& [text, token, rest] : kCases) {
-    ZPDFTokenizedString tokens{Chaine(text)};
-    EXPECT_EQ(tokens.ExtractFirstToken(), token) << text;
-    EXPECT_EQ(tokens.View(), rest) << text;
+  for (const std::string_view text :
+       {"<<|/A 1>>", "/Name|/B", "12| 0 R", "[|1]", "]|x", "(|a)", ")|a", "<|41>", ">>|>", ">|", "alone|", "/|", "{a|",
+        "obj|% c\r\n<<>>", "|", "a| %x\n %y\r b %z", "stream|\r\n"}) {
+    const Cut cut(text);
+    ZPDFTokenizedString tokens{Chaine(cut.front + cut.back)};
+    EXPECT_EQ(tokens.ExtractFirstToken(), cut.front) << text;
+    EXPECT_EQ(tokens.View(), PlainTrim(cut.back)) << text;
   }
 }
 
@@ -109,44 +95,40 @@ TEST(TokensTest, TrimComments) {
 }
 
 TEST(TokensTest, FirstElementLength) {
-  // The bar stands where the element ends.
-  constexpr std::string_view kCases[] = {"<< /A [1 2] >>|stream",
-                                         "(a\\)b)| x",
-                                         "(a(b)c)|)",
-                                         "(\\\\)|)",
-                                         "(never",
-                                         "<41 42>|>",
-                                         "<41",
-                                         "[[1][2]]|[3]",
-                                         "<</A<</B(>>)>>>>|>>",
-                                         "12 0 R|]",
-                                         "12 0 R |>>",
-                                         "/Name |endobj",
-                                         "5\n|endobj",
-                                         "/endobj |endobj",
-                                         "|endobj",
-                                         "|)",
-                                         "|>",
-                                         "|]5",
-                                         "% ]\n[% ]\r1]|",
-                                         "\\)\\(5|)",
-                                         "[1 2 |endobj",
-                                         "<</A 1",
-                                         " \n<<>>|<<>>",
-                                         "[>>]|",
-                                         "<<]>>|",
-                                         "[)]|",
-                                         "<</A 1>",
-                                         "[(]) <5D> 1]|]",
-                                         "/A (x)|",
-                                         "",
-                                         "%",
-                                         "\\"};
-  for (const std::string_view text : kCases) {
-    const size_t bar = std::min(text.find('|'), text.size());
-    const std::string whole =
-        std::string(text.substr(0, bar)) + std::string(text.substr(std::min(bar + 1, text.size())));
-    EXPECT_EQ(ZPDFTokenizedString(whole).GetFirstElementLength(), bar) << text;
+  for (const std::string_view text : {"<< /A [1 2] >>|stream",
+                                      "(a\\)b)| x",
+                                      "(a(b)c)|)",
+                                      "(\\\\)|)",
+                                      "(never",
+                                      "<41 42>|>",
+                                      "<41",
+                                      "[[1][2]]|[3]",
+                                      "<</A<</B(>>)>>>>|>>",
+                                      "12 0 R|]",
+                                      "12 0 R |>>",
+                                      "/Name |endobj",
+                                      "5\n|endobj",
+                                      "/endobj |endobj",
+                                      "|endobj",
+                                      "|)",
+                                      "|>",
+                                      "|]5",
+                                      "% ]\n[% ]\r1]|",
+                                      "\\)\\(5|)",
+                                      "[1 2 |endobj",
+                                      "<</A 1",
+                                      " \n<<>>|<<>>",
+                                      "[>>]|",
+                                      "<<]>>|",
+                                      "[)]|",
+                                      "<</A 1>",
+                                      "[(]) <5D> 1]|]",
+                                      "/A (x)|",
+                                      "",
+                                      "%",
+                                      "\\"}) {
+    const Cut cut(text);
+    EXPECT_EQ(ZPDFTokenizedString(cut.front + cut.back).GetFirstElementLength(), cut.front.size()) << text;
   }
   // Only the reader of a whole object stops where the next one begins.
   EXPECT_EQ(FirstElementLength("5 6 0 obj", ScanStop::kEndobj), 9u);
@@ -228,25 +210,6 @@ TEST(TokensTest, ViewsShareTheBytesAndNarrowAlone) {
   const ZPDFTokenizedString again = copy;
   copy = ZPDFTokenizedString("other");
   EXPECT_EQ(again.View(), "short");
-}
-
-// White space and comments removed at both ends, step by step as the rule says.
-std::string PlainTrim(std::string text) {
-  constexpr std::string_view kWhites = "\t\n\f\r ";
-  const auto trim_left = [&] { text.erase(0, text.find_first_not_of(kWhites)); };
-  const auto trim_right = [&] { text.erase(text.find_last_not_of(kWhites) + 1); };
-  trim_left();
-  while (text.starts_with('%')) {
-    text.erase(0, text.find_first_of("\r\n", 1));
-    trim_left();
-  }
-  trim_right();
-  for (size_t at = text.find_last_of("\n\r%)"); at != std::string::npos && text[at] == '%';) {
-    text.erase(at);
-    trim_right();
-    at = text.find_last_of("\n\r%)");
-  }
-  return text;
 }
 
 TEST(TokensTest, AnySoupIsCutAsAFreshCursorWouldCutIt) {

@@ -11,6 +11,7 @@
 #include "pdf/writer/updater.h"
 #include "platform/inet_stream.h"
 #include "tests/pdf_text.h"
+#include "tests/temp_path.h"
 #include "tests/test_document.h"
 
 namespace zforms {
@@ -31,10 +32,12 @@ TEST(XrefManagerTest, SectionsByteForByte) {
        std::string("xref\r\n0 4\r\n") + kHead +
            "0000000010 00000 n\r\n0000000020 00000 n\r\n0000000030 00000 n\r\n"
            "7 2\r\n0000000070 00000 n\r\n0000000080 00000 n\r\n"},
-      {{{5, 0, 1}, {6, 0, 2}}, std::string("xref\r\n0 1\r\n") + kHead + "5 2\r\n0000000001 00000 n\r\n0000000002 00000 n\r\n"},
+      {{{5, 0, 1}, {6, 0, 2}},
+       std::string("xref\r\n0 1\r\n") + kHead + "5 2\r\n0000000001 00000 n\r\n0000000002 00000 n\r\n"},
       {{{1, 0, 1}, {1, 0, 4294967295}, {1, 3, 2}, {2, 65536 + 7, 3}},
        std::string("xref\r\n0 4\r\n") + kHead + "4294967295 00000 n\r\n0000000002 00003 n\r\n0000000003 00007 n\r\n"},
-      {{{0, 7, 99}, {4, 12, 5}}, std::string("xref\r\n0 2\r\n") + kHead + "0000000000 00007 f\r\n4 1\r\n0000000005 00012 n\r\n"},
+      {{{0, 7, 99}, {4, 12, 5}},
+       std::string("xref\r\n0 2\r\n") + kHead + "0000000000 00007 f\r\n4 1\r\n0000000005 00012 n\r\n"},
   };
   for (const auto& c : cases) {
     ZPDFXrefManager manager;
@@ -98,7 +101,7 @@ TEST(SaverTest, WholeFileByteForByte) {
   for (const char* path : {"", "/no/such/folder/x.pdf"}) EXPECT_FALSE(saver.Write(Chaine(path)));
   EXPECT_FALSE(saver.Failure().empty());
   EXPECT_EQ(saver.RawData(), "%PDF-1.5" + expected.substr(8));
-  const std::string path = testing::TempDir() + "zforms_saver.pdf";
+  const std::string path = TempPath("zforms_saver.pdf");
   ASSERT_TRUE(StoreFile(path, std::string(5000, 'x')));
   EXPECT_TRUE(saver.Write(Chaine(path)));
   Chaine stored;
@@ -111,6 +114,11 @@ TEST(SaverTest, WithoutObjects) {
   ZPDFSaver saver(nullptr);
   saver.SetPDFVersion("%PDF-1.4");
   saver.SetTrailer(AsDictionary(Parse("<</Old 1>>")));
+  Objects objects;
+  objects.Add({1, 0}, "(before)");
+  saver.SetObjects(objects.Map());
+  EXPECT_NE(Sent(saver).find("(before)"), std::string::npos);
+  saver.SetObjects({});
   saver.SetTrailer(AsDictionary(trailer));
   EXPECT_EQ(Sent(saver),
             "%PDF-1.4\n%\xFF\xFE\xFD\xFC\nxref\r\n0 1\r\n0000000000 65535 f\r\n"
@@ -143,8 +151,9 @@ TEST(UpdaterTest, AppendsByteForByte) {
     EXPECT_EQ(updater.RawData(), start + objects);
     const std::string expected =
         start + objects + "xref\r\n0 1\r\n" + kHead + "4 1\r\n0000000" + std::to_string(start.size() + 20) +
-        " 00000 n\r\n9 1\r\n0000000" + std::to_string(start.size()) + " 00003 n\r\ntrailer\n<<\n/Size 10\n/Root 1 0 R\n/Prev " +
-        std::to_string(parser.XRefOffset()) + "\n>>\nstartxref\n" + std::to_string(start.size() + objects.size()) + "\n%%EOF";
+        " 00000 n\r\n9 1\r\n0000000" + std::to_string(start.size()) +
+        " 00003 n\r\ntrailer\n<<\n/Size 10\n/Root 1 0 R\n/Prev " + std::to_string(parser.XRefOffset()) +
+        "\n>>\nstartxref\n" + std::to_string(start.size() + objects.size()) + "\n%%EOF";
     // What cannot be stored can be tried again.
     for (const char* path : {"", "/no/such/folder/x.pdf"}) EXPECT_FALSE(updater.Write(Chaine(path)));
     EXPECT_EQ(updater.RawData(), start + objects);
@@ -272,7 +281,7 @@ std::unique_ptr<ZPDFEncryption> MakeHandler(int kind, const NodePtr& dictionary)
 // What is written is read back equal, by this parser and by qpdf: in full, then with an update.
 TEST(WritersTest, RandomDocumentsAreReadBackEqual) {
   const bool qpdf = HasQpdf();
-  const std::string path = testing::TempDir() + "zforms_random.pdf";
+  const std::string path = TempPath("zforms_random.pdf");
   for (uint32_t seed = 0; seed < 60; seed++) {
     RandomDocument random(seed);
     Objects objects;
@@ -382,7 +391,8 @@ TEST(WritersTest, DocumentGoesOnFromAFullSave) {
     ZPDFObjectMap used;
     source.GetUsedObjects(used);
     const std::string content = ContentOf(source);
-    auto handler = std::unique_ptr<ZPDFEncryption>(ZPDFEncryption::CreateStandard(source.IDOriginal(), "user", "owner"));
+    auto handler =
+        std::unique_ptr<ZPDFEncryption>(ZPDFEncryption::CreateStandard(source.IDOriginal(), "user", "owner"));
     auto saver = std::make_unique<ZPDFSaver>(handler.get());
     saver->SetPDFVersion(source.PDFVersion());
     saver->SetObjects(used);
@@ -409,7 +419,7 @@ TEST(WritersTest, DocumentGoesOnFromAFullSave) {
     EXPECT_EQ(DictionaryAt(again, 4)->GetStringValue("/T"), "changed as well");
     EXPECT_EQ(again.SectionCount(), 2U);
     if (!HasQpdf()) GTEST_SKIP() << "qpdf is not installed: what it reads was not compared";
-    const std::string path = testing::TempDir() + "zforms_rebased.pdf";
+    const std::string path = TempPath("zforms_rebased.pdf");
     const CommandResult check = RunQpdf("--password=user --check", updated, path);
     EXPECT_EQ(check.status, 0) << check.output;
     EXPECT_EQ(RunCommand("qpdf --password=user --show-object=3 " + path).output, "<< /T (changed) >>\n");

@@ -156,6 +156,22 @@ TEST(XFDF, Identifiers) {
   EXPECT_EQ(xfdf.IDSOriginal(), "");
 }
 
+TEST(XFDF, TheNamespaceMayHaveAPrefix) {
+  ZXFDF data;
+  data.FromChaine(R"(<n:xfdf xmlns:n="http://ns.adobe.com/xfdf/"><n:fields><n:field name="a"><n:field name="b">)"
+                  R"(<n:value>1</n:value></n:field></n:field></n:fields><o:x xmlns:o="u"/></n:xfdf>)");
+  ASSERT_TRUE(data.HasFields());
+  EXPECT_EQ(data.Fields()["a.b"].Value().AsChaine(), "1");
+  EXPECT_NE(data.AsChaine().View().find("<o:x"), std::string_view::npos);
+  ZXFDF again;
+  again.FromChaine(data.AsChaine());
+  EXPECT_TRUE(again.Fields().Exist("a.b"));
+  // Another namespace is not ours, whatever its root is called.
+  ZXFDF other;
+  other.FromChaine(R"(<n:xfdf xmlns:n="http://example.org/"><n:fields/></n:xfdf>)");
+  EXPECT_FALSE(other.HasFields());
+}
+
 TEST(XFDF, HRef) {
   const struct {
     const char* url;

@@ -4,6 +4,34 @@
 #include "xfdf/line_end_filters.h"
 
 namespace zforms {
+namespace {
+
+// The next element in document order below `root`; null at the end.
+ZXMLElement* Following(ZXMLElement* element, const ZXMLElement& root) {
+  if (ZXMLElement* child = element->FirstChild()) return child;
+  while (element != &root) {
+    if (ZXMLElement* next = element->NextSibling()) return next;
+    element = element->parent;
+  }
+  return nullptr;
+}
+
+// Some writers bind the namespace to a prefix, as in <ns0:xfdf xmlns:ns0="...">.
+// The document is held as if it were the default namespace.
+void DropPrefix(ZXMLElement& root) {
+  const std::string name = root.Name().ToString();
+  if (!name.ends_with(":xfdf")) return;
+  const std::string prefix = name.substr(0, name.size() - 4);
+  const std::string declaration = "xmlns:" + prefix.substr(0, prefix.size() - 1);
+  if (root.Attrib(declaration).AsChaine() != ZXFDF::kNamespace) return;
+  for (ZXMLElement* element = &root; element != nullptr; element = Following(element, root)) {
+    if (element->Name().View().starts_with(prefix)) element->SetName(element->Name().Mid(prefix.size()));
+  }
+  root.RemoveAttrib(declaration);
+  root.SetAttrib("xmlns", ZXFDF::kNamespace);
+}
+
+}  // namespace
 
 ZXFDF::ZXFDF() = default;
 
@@ -120,6 +148,7 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   ZInetLFToCRLFIStream filter(&decoded);
   xml_.Read(&filter, ZInetEncodedBuffer::eUTF8);
   last_error_ = xml_.LastError();
+  if (ZXMLElement* root = xml_.Data()) DropPrefix(*root);
   return true;
 }
 
