@@ -321,19 +321,19 @@ TEST(NodesTest, DictionaryChanges) {
   EXPECT_FALSE(ZPDFNodeNull::Default()->IsModified());
 }
 
-class OpenNode : public ZPDFNodeLeaf {
+// Opens what is protected, of a node proper and of a leaf.
+template <class Base>
+class Open : public Base {
  public:
-  using ZPDFNode::ReplaceChild;
-  using ZPDFNodeLeaf::ZPDFNodeLeaf;
-  OpenNode* Clone() const override { return new OpenNode(*this); }
+  using Base::AppendChild;
+  using Base::ReplaceChild;
+  Open* Clone() const override { return new Open(*this); }
   void SendTo(ZPDFOutStream&, const ZPDFEncrypter*) const override {}
-  void Add(ZPDFNode* node) { ZPDFNode::AppendChild(node); }
-  void AddToLeaf() { AppendChild(ZPDFNodeNull::Default()); }
 };
 
 TEST(NodesTest, Children) {
-  OpenNode node;
-  for (int i = 0; i < 5; i++) node.Add(new ZPDFNodeNumeric(i));
+  Open<ZPDFNode> node;
+  for (int i = 0; i < 5; i++) node.AppendChild(new ZPDFNodeNumeric(i));
   node.ReplaceChild(1, nullptr);
   EXPECT_EQ(node.Size(), 4u);
   EXPECT_EQ(node.GetDirectAt(1)->GetIntValue(), 2);
@@ -342,7 +342,7 @@ TEST(NodesTest, Children) {
   EXPECT_EQ(std::as_const(node).GetDirectAt(99), nullptr);
   EXPECT_EQ(node.GetTargetAt(9), nullptr);
   EXPECT_EQ(node.Size(), 10u);
-  EXPECT_DEATH(node.AddToLeaf(), "");
+  EXPECT_DEATH(Open<ZPDFNodeLeaf>().AppendChild(ZPDFNodeNull::Default()), "");
 }
 
 TEST(NodesTest, CopiesAreDeepAndAssignmentsShallow) {
