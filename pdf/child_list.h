@@ -24,8 +24,8 @@ struct ZPDFChildList {
   uint32_t refs;
   uint32_t size;
   uint32_t capacity;
-  ZPDFNode** items;         // behind this header until the list outgrows its first room
-  ZPDFChildList* retired;   // lists given up by an assignment, freed with this one
+  ZPDFNode** items;        // behind this header until the list outgrows its first room
+  ZPDFChildList* retired;  // lists given up by an assignment, freed with this one
 
  private:
   void Reserve(size_t wanted);

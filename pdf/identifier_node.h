@@ -31,9 +31,7 @@ class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
   // A name or keyword; "true" and "false" give a boolean, "null" the shared null node.
   static ZPDFNodeIdentifier* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                        const ZPDFEncrypter* encrypter);
-  static bool Matches(Kind kind) {
-    return kind == Kind::kIdentifier || kind == Kind::kNull || kind == Kind::kBoolean;
-  }
+  static bool Matches(Kind kind) { return kind == Kind::kIdentifier || kind == Kind::kNull || kind == Kind::kBoolean; }
 
  protected:
   ZPDFNodeIdentifier(IPDFObjectProvider* provider, Kind kind) : ZPDFNodeLeaf(provider, kind) {}

@@ -29,8 +29,7 @@ IPDFObjectProvider::~IPDFObjectProvider() = default;
 
 ZPDFNode::ZPDFNode(IPDFObjectProvider* provider) : provider_(provider) {}
 
-ZPDFNode::ZPDFNode(const ZPDFNode& other)
-    : provider_(other.provider_), kind_(other.kind_), modified_(other.modified_) {
+ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(other.kind_), modified_(other.modified_) {
   if (other.children_ == nullptr) return;
   children_ = ZPDFChildList::Make(other.children_->size);
   for (uint32_t i = 0; i < other.children_->size; i++) {
@@ -204,8 +203,7 @@ bool ZPDFNode::IsModified() const {
   return false;
 }
 
-ZPDFNode* ZPDFNode::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
-                              const ZPDFEncrypter* encrypter) {
+ZPDFNode* ZPDFNode::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
   text.TrimComments();
   if (text.IsEmpty()) return nullptr;
   const char last = text.LastChar();

@@ -89,8 +89,20 @@ class ZFORMS_API ZPDFNode {
  protected:
   // What the concrete class is, for the checked downcast NodeCast alone.
   enum class Kind : uint8_t {
-    kOther, kLiteralString, kHexaString, kIdentifier, kNull, kBoolean, kNumeric, kArray, kEntry, kDictionary,
-    kStreamData, kStream, kReference, kIndirectObject,
+    kOther,
+    kLiteralString,
+    kHexaString,
+    kIdentifier,
+    kNull,
+    kBoolean,
+    kNumeric,
+    kArray,
+    kEntry,
+    kDictionary,
+    kStreamData,
+    kStream,
+    kReference,
+    kIndirectObject,
   };
   ZPDFNode(IPDFObjectProvider* provider, Kind kind) : provider_(provider), kind_(kind) {}
 

@@ -238,7 +238,8 @@ ZPDFNodeHexaString* ZPDFNodeHexaString::BuildFrom(ZPDFTokenizedString& text, IPD
                                                   const ZPDFEncrypter* encrypter) {
   text.ExtractLastChar();
   const size_t open = text.View().rfind('<');
-  const std::string_view body = text.TakeLast(open == std::string_view::npos ? text.GetLength() : text.GetLength() - open - 1);
+  const std::string_view body =
+      text.TakeLast(open == std::string_view::npos ? text.GetLength() : text.GetLength() - open - 1);
   auto* node = new ZPDFNodeHexaString(provider);
   node->Store(Decrypted(Decode(WithoutWhites(text.Share(body))), encrypter));
   text.ExtractLastChar();

@@ -46,6 +46,10 @@ void ZXFDFFieldCollection::List(ZXMLElement& element) {
   }
 }
 
+ZXFDFField& ZXFDFFieldCollection::operator[](unsigned int index) { return *fields_.At(index).second; }
+
+const ZXFDFField& ZXFDFFieldCollection::operator[](unsigned int index) const { return *fields_.At(index).second; }
+
 const ZXFDFField& ZXFDFFieldCollection::operator[](const Chaine& name) const {
   const Field* field = Get(name);
   return field == nullptr ? NoField() : *field;

@@ -47,8 +47,8 @@ class ZFORMS_API ZXFDFFieldCollection {
   const Field& operator[](const Chaine& name) const;
   const Field& operator[](const char* name) const { return (*this)[Chaine(name)]; }
   // The field at that position in byte order of the names. Precondition: index < Size().
-  Field& operator[](unsigned int index) { return *fields_.At(index).second; }
-  const Field& operator[](unsigned int index) const { return *fields_.At(index).second; }
+  Field& operator[](unsigned int index);
+  const Field& operator[](unsigned int index) const;
   Field& operator[](int index) { return (*this)[static_cast<unsigned int>(index)]; }
   const Field& operator[](int index) const { return (*this)[static_cast<unsigned int>(index)]; }
 

@@ -32,13 +32,16 @@ bool IsExported(const FieldReport& field) {
          field.type != "sig";
 }
 
-void AddFields(ZAcroForm& form, ZXFDF& data, Console& console) {
+// The value as filling takes it: of a list box with several choices, one a line.
+std::string ValueText(const FieldReport& field) {
+  std::string text;
+  for (const std::string& value : field.values) text += (text.empty() ? "" : "\r\n") + WithCRLF(value);
+  return text;
+}
+
+void AddFields(ZAcroForm& form, ZXFDF& data) {
   for (const FieldReport& field : ReportFields(form)) {
-    if (!IsExported(field)) continue;
-    if (field.values.size() > 1) {
-      console.Warn("\"" + field.name + "\" has several values; the first is exported");
-    }
-    data.Fields().AddField(field.name).Value() = WithCRLF(field.values.front());
+    if (IsExported(field)) data.Fields().AddField(field.name).Value() = ValueText(field);
   }
 }
 
@@ -52,7 +55,7 @@ int RunExport(const ExportOptions& options) {
   data.Fields();
   if (options.file != kStandardStream) data.SetPDFHRef(ZInetURL(Chaine(options.file)));
   data.SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
-  AddFields(form, data, console);
+  AddFields(form, data);
   console.WarnAll(form.Diagnostics());
   const Chaine text = data.AsChaine();
   if (data.LastReplaced() > 0) {

@@ -73,7 +73,7 @@ class CommandLine {
 
  private:
   CLI::App* Add(const std::string& name, const std::string& what, const std::string& examples,
-                std::function<int()> run) {
+                const std::function<int()>& run) {
     CLI::App* command = app_.add_subcommand(name, what);
     command->footer("Examples:\n" + examples);
     command->callback([this, run] { run_ = run; });

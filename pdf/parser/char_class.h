@@ -9,12 +9,12 @@ namespace zforms {
 // The character classes of PDF text (ISO 32000-1 7.2.2), as one table. The zero
 // byte is not white space here: it is kept as part of the token it stands in.
 enum CharClass : uint8_t {
-  kWhite = 1,           // tab, line feed, form feed, carriage return, space
-  kSpecial = 2,         // white space and % ( ) / < > [ ] { }
-  kLineEnd = 4,         // carriage return, line feed
-  kCommentStop = 8,     // what decides whether a text ends in a comment: line ends, % and )
-  kOpening = 16,        // % ( / < [ {
-  kDelimiter = 32,      // the opening ones and ) > ] }
+  kWhite = 1,        // tab, line feed, form feed, carriage return, space
+  kSpecial = 2,      // white space and % ( ) / < > [ ] { }
+  kLineEnd = 4,      // carriage return, line feed
+  kCommentStop = 8,  // what decides whether a text ends in a comment: line ends, % and )
+  kOpening = 16,     // % ( / < [ {
+  kDelimiter = 32,   // the opening ones and ) > ] }
   kDigit = 64,
 };
 

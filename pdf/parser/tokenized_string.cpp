@@ -27,6 +27,7 @@ ZPDFTokenizedString::ZPDFTokenizedString(const SousChaine& text)
 ZPDFTokenizedString::ZPDFTokenizedString(const ZPDFTokenizedString& other) { *this = other; }
 
 ZPDFTokenizedString& ZPDFTokenizedString::operator=(const ZPDFTokenizedString& other) {
+  if (this == &other) return *this;
   text_ = other.text_;
   base_ = text_.data();  // a short text lives inside the object
   begin_ = other.begin_;
