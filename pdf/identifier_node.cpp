@@ -6,6 +6,7 @@
 
 #include "pdf/hex.h"
 #include "pdf/parser/tokenized_string.h"
+#include "pdf/structure_word.h"
 #include "pdf/writer/out_stream.h"
 #include "platform/number.h"
 
@@ -76,11 +77,6 @@ Chaine DecodeInOnePass(const Chaine& text) {
   return bytes;
 }
 
-// A keyword, from a damaged object, at which readers would end the object that holds it.
-bool EndsObject(std::string_view identifier) {
-  return !identifier.starts_with('/') && (identifier == "obj" || identifier.find("endobj") != std::string_view::npos);
-}
-
 Chaine ReplaceAll(std::string_view text, std::string_view what, char byte) {
   Chaine result;
   for (size_t at = 0;;) {
@@ -115,7 +111,7 @@ void ZPDFNodeIdentifier::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const 
   if (identifier == "/") {
     // Nothing else keeps the empty name apart from a number or keyword behind it.
     out.WriteToken("/ ");
-  } else if (identifier.IsEmpty() || EndsObject(identifier)) {
+  } else if (identifier.IsEmpty() || (identifier[0] != '/' && IsStructureWord(identifier))) {
     out.WriteToken(NullText());
   } else {
     out.WriteToken(IsPlain(identifier) ? identifier : WrittenText(identifier));

@@ -1,6 +1,7 @@
 #include "pdf/numeric_node.h"
 
 #include "pdf/parser/tokenized_string.h"
+#include "pdf/structure_word.h"
 #include "pdf/writer/out_stream.h"
 #include "platform/number.h"
 
@@ -33,7 +34,11 @@ int32_t ZPDFNodeNumeric::GetIntValue() const { return ParseInt(text_); }
 double ZPDFNodeNumeric::GetDoubleValue() const { return ParseDouble(text_); }
 
 void ZPDFNodeNumeric::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const {
-  out.WriteToken(text_.IsEmpty() ? std::string_view("0") : text_.View());
+  if (IsStructureWord(text_)) {
+    out.WriteToken("null");
+  } else {
+    out.WriteToken(text_.IsEmpty() ? std::string_view("0") : text_.View());
+  }
 }
 
 void ZPDFNodeNumeric::SetValue(int32_t value) { SetValue(FormatInt(value)); }

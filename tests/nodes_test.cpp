@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
+#include <utility>
 
 #include "pdf/indirect_object.h"
 #include "pdf/node.h"

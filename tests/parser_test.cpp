@@ -528,4 +528,11 @@ TEST(ParserTest, TruncatedAnywhereItStillEnds) {
 }
 
 }  // namespace
+TEST(ParserTest, AMissingEncryptionDictionaryIsNotNone) {
+  ZPDFParser parser;
+  const Chaine file = PdfText().Header().Object(1, "<<>>").Xref().Trailer("/Root 1 0 R/Encrypt 9 0 R").Bytes();
+  EXPECT_FALSE(parser.ReadFromRaw(file, ""));
+  EXPECT_NE(parser.Diagnostics().Failure().View().find("encryption dictionary"), std::string_view::npos);
+}
+
 }  // namespace zforms

@@ -146,6 +146,8 @@ bool ZPDFParser::Analyze() {
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
     // Trying the password also settles how the key is derived, before any object needs it.
     encryption_->CanBeDecrypted();
+  } else if (NodeCast<ZPDFNodeIndirectReference>(trailer_->GetDirect("/Encrypt")) != nullptr) {
+    return Fail("the encryption dictionary that the trailer refers to is not there");
   }
   return true;
 }
