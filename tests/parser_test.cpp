@@ -527,7 +527,6 @@ TEST(ParserTest, TruncatedAnywhereItStillEnds) {
   EXPECT_GT(opened, 10U);
 }
 
-}  // namespace
 TEST(ParserTest, AMissingEncryptionDictionaryIsNotNone) {
   ZPDFParser parser;
   const Chaine file = PdfText().Header().Object(1, "<<>>").Xref().Trailer("/Root 1 0 R/Encrypt 9 0 R").Bytes();
@@ -535,4 +534,5 @@ TEST(ParserTest, AMissingEncryptionDictionaryIsNotNone) {
   EXPECT_NE(parser.Diagnostics().Failure().View().find("encryption dictionary"), std::string_view::npos);
 }
 
+}  // namespace
 }  // namespace zforms
