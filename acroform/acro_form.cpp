@@ -40,8 +40,9 @@ Map Flatten(Collection& fields, bool with_submit_buttons) {
 }
 
 Chaine RefusalReason(const ZPDFEncryption& encryption) {
-  const bool known =
-      encryption.Filter() == "/Standard" && (encryption.AlgorithmCode() == 1 || encryption.AlgorithmCode() == 2);
+  const bool known = encryption.Filter() == "/Standard" &&
+                     (encryption.AlgorithmCode() == 1 || encryption.AlgorithmCode() == 2) &&
+                     encryption.IsKeyLengthSupported();
   return known ? "the password does not open the document" : "the document is encrypted by a method that is not read";
 }
 

@@ -95,6 +95,8 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
 
 bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
+  // What is in use is found from the catalog: without it everything would be lost.
+  if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
   if (parser_->TrailerDico()->Exist("/XRefStm")) {
     notes_.Warn("objects that only the file's cross-reference stream lists are left out of the new file");
   }

@@ -25,6 +25,10 @@ void ZAcroFormFieldCollection::Append(std::unique_ptr<Field> field) {
   members_->fields.push_back(std::move(field));
 }
 
+bool ZAcroFormFieldCollection::HasMember(const Chaine& partial_name) const {
+  return members_ != nullptr && members_->by_name.Exist(partial_name);
+}
+
 uint32_t ZAcroFormFieldCollection::Size() const {
   return members_ == nullptr ? 0 : static_cast<uint32_t>(members_->fields.size());
 }

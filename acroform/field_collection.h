@@ -69,6 +69,7 @@ class ZFORMS_API ZAcroFormFieldCollection {
   struct Members;
 
   void Append(std::unique_ptr<Field> field);
+  bool HasMember(const Chaine& partial_name) const;
 
   // Null while there are none.
   std::shared_ptr<Members> members_;

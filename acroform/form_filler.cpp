@@ -33,13 +33,13 @@ PTableau<Chaine> Lines(const Chaine& text) {
   }
 }
 
-// The lines of a text as values of a list box that takes several, when each line
-// is one of its options; else nothing.
-PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, const Chaine& text) {
+// The values of a list box that takes several, given one by one or as the lines of
+// one text, when each is one of its options; else nothing.
+PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, PTableau<Chaine> values) {
   if (field.Type() != ZAcroFormField::eChoice || (field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) {
     return {};
   }
-  PTableau<Chaine> values = Lines(text);
+  if (values.size() == 1) values = Lines(values[0]);
   if (values.size() < 2) return {};
   FDictionnary<Chaine> options;
   for (const ZAcroFormFieldOption& option : field.Options()) {
@@ -93,7 +93,7 @@ void FormFiller::FillField(const ZXFDFField& from, const Chaine& name) {
   if (target_ == Target::kDefaultValue) {
     SetDefaultValue(*field, from.Value().AsChaine());
   } else {
-    SetValue(*field, from.Value().AsChaine(), rich);
+    SetValue(*field, from.Values(), rich);
   }
 }
 
@@ -139,7 +139,8 @@ Chaine FormFiller::ButtonState(const ZAcroFormField& field, const Chaine& value)
   return state;
 }
 
-void FormFiller::SetValue(ZAcroFormField& field, const Chaine& value, bool has_rich_text) {
+void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values, bool has_rich_text) {
+  const Chaine& value = values.front();
   if (IsToggle(field)) {
     const Chaine state = ButtonState(field, value);
     // An empty value says that nothing is chosen, as no value does.
@@ -147,16 +148,28 @@ void FormFiller::SetValue(ZAcroFormField& field, const Chaine& value, bool has_r
     ShowButtonState(field, state);
     return;
   }
-  // The same text may be encoded in another way; it stays as it is then.
-  if (field.ValueUTF8() == value) return;
-  const PTableau<Chaine> selected = SelectedOptions(field, value);
+  const PTableau<Chaine> selected = SelectedOptions(field, values);
   if (!selected.empty()) {
     field.SetValues(selected);
     return;
   }
-  field.SetValue(UTF8ToPDFText(value));
+  if (values.size() > 1) {
+    diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": of several values the first is taken");
+  }
+  const bool changed = SetText(field, value);
+  // A widget that carries a value of its own would go on showing it.
+  for (ZAcroFormField* widget : field.Widgets()) {
+    if (widget != &field && widget->HasOwnValue()) SetText(*widget, value);
+  }
   // Viewers would go on showing the rich text of the former value.
-  if (!has_rich_text) field.Dico()->RemoveValue("/RV");
+  if (changed && !has_rich_text) field.Dico()->RemoveValue("/RV");
+}
+
+// The same text may be encoded in another way; it stays as it is then.
+bool FormFiller::SetText(ZAcroFormField& field, const Chaine& value) {
+  if (field.ValueUTF8() == value) return false;
+  field.SetValue(UTF8ToPDFText(value));
+  return true;
 }
 
 void FormFiller::SetDefaultValue(ZAcroFormField& field, const Chaine& value) {

@@ -38,7 +38,8 @@ class FormFiller {
   static void AddToIndex(ZAcroFormFieldCollection& fields, const Chaine& above, NameIndex* index);
   bool IsRefused(const ZAcroFormField& field, const ZXFDFField& from) const;
   void SetRichText(ZAcroFormField& field, const ZXFDFField& from);
-  void SetValue(ZAcroFormField& field, const Chaine& value, bool has_rich_text);
+  void SetValue(ZAcroFormField& field, const PTableau<Chaine>& values, bool has_rich_text);
+  static bool SetText(ZAcroFormField& field, const Chaine& value);
   void SetDefaultValue(ZAcroFormField& field, const Chaine& value);
   Chaine ButtonState(const ZAcroFormField& field, const Chaine& value);
 

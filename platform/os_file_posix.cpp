@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -125,11 +126,30 @@ Chaine FolderOf(const Chaine& path) {
   return last == std::string_view::npos ? Chaine() : path.Mid(0, last + 1);
 }
 
+namespace {
+
+// Where a link leads that has no target yet; the link itself when it leads in a circle.
+Chaine FollowDangling(const Chaine& link) {
+  constexpr int kMaxLinks = 40;
+  std::string at = link.ToString();
+  for (int i = 0; i < kMaxLinks; i++) {
+    char target[PATH_MAX];
+    const ssize_t length = ::readlink(at.c_str(), target, sizeof target);
+    if (length < 0) return at;
+    const std::string next(target, static_cast<size_t>(length));
+    const Chaine folder = FolderOf(at);
+    at = next.starts_with('/') || folder.IsEmpty() ? next : folder.ToString() + "/" + next;
+  }
+  return link;
+}
+
+}  // namespace
+
 Chaine ResolveLinks(const Chaine& path) {
   struct stat facts;
   if (!IsUsable(path) || ::lstat(path.ToString().c_str(), &facts) != 0 || !S_ISLNK(facts.st_mode)) return path;
   char* real = ::realpath(path.ToString().c_str(), nullptr);
-  if (real == nullptr) return path;
+  if (real == nullptr) return FollowDangling(path);
   const Chaine result(real);
   std::free(real);
   return result;

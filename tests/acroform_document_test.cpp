@@ -300,6 +300,40 @@ TEST(AcroFormDocument, UpdatesAreAppendedAndChained) {
   EXPECT_EQ(Loaded(last).Parser()->SectionCount(), 4U);
 }
 
+TEST(AcroFormDocument, AFullSaveWithoutACatalogIsRefused) {
+  ZAcroForm form = Loaded(PdfText().Header().Object(1, "<</A(b)>>").Xref().Trailer("/Root 9 0 R").Bytes());
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  EXPECT_FALSE(form.SaveFull(out));
+  EXPECT_NE(form.Diagnostics().Failure().View().find("/Root"), std::string_view::npos);
+  EXPECT_TRUE(bytes.IsEmpty());
+}
+
+TEST(AcroFormDocument, SeveralValuesForAListBox) {
+  ZAcroForm form = Loaded(
+      FormText().Field(10, "<</FT/Ch/Ff 2097152/T(many)/Opt[(x)(y)(z)]>>").Field(11, "<</FT/Tx/T(one)>>").Bytes());
+  ZXFDF data;
+  data.Fields()["many"].SetValues({"y", "z"});
+  data.Fields()["one"].SetValues({"1", "2"});
+  form.SetValues(data);
+  EXPECT_EQ(form.Fields()["many"]->Values(), (PTableau<Chaine>{"y", "z"}));
+  EXPECT_EQ(form.Fields()["one"]->Value(), "1");
+  EXPECT_NE(WarningsOf(form).find("of several values the first"), std::string::npos);
+}
+
+TEST(AcroFormDocument, AWidgetWithAValueOfItsOwnFollows) {
+  ZAcroForm form = Loaded(FormText()
+                              .Field(10,
+                                     "<</FT/Tx/T(a)/V(old)/Kids[<</Subtype/Widget/Rect[0 0 1 1]/V(old)>>"
+                                     "<</Subtype/Widget/Rect[0 0 1 1]>>]>>")
+                              .Bytes());
+  form.SetValues(Data("a", "new"));
+  const ZAcroForm::Field& field = *form.Fields()["a"];
+  EXPECT_EQ(field.Value(), "new");
+  EXPECT_EQ(field[0]->Value(), "new");
+  EXPECT_FALSE(field[1]->HasOwnValue());
+}
+
 TEST(AcroFormDocument, SavingToFiles) {
   const std::string path = TempPath("zforms_acroform.pdf");
   const Chaine read = TwoFields().Bytes();

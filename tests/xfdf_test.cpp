@@ -156,6 +156,26 @@ TEST(XFDF, Identifiers) {
   EXPECT_EQ(xfdf.IDSOriginal(), "");
 }
 
+TEST(XFDF, AnEscapedReturnBeforeALineFeedIsOneLineEnd) {
+  ZXFDF data;
+  data.FromChaine(
+      "<xfdf><fields><field name='a'><value>1&#13;\n2&#xD;\n3&#13;&#10;4&#13;5</value></field></fields></xfdf>");
+  EXPECT_EQ(data.Fields()["a"].Value().AsChaine(), "1\r\n2\r\n3\r\n4\r5");
+}
+
+TEST(XFDF, SeveralValuesAndAnotherRoot) {
+  ZXFDF data;
+  data.FromChaine("<xfdf><fields><field name='a'><value>1</value><x/><value>2</value></field></fields></xfdf>");
+  EXPECT_EQ(data.Fields()["a"].Values(), (PTableau<Chaine>{"1", "2"}));
+  data.Fields()["b"].SetValues({"3", "4"});
+  ZXFDF again;
+  again.FromChaine(data.AsChaine());
+  EXPECT_EQ(again.Fields()["b"].Values(), (PTableau<Chaine>{"3", "4"}));
+  again.FromChaine("<html><fields><field name='a'><value>1</value></field></fields></html>");
+  EXPECT_FALSE(again.HasFields());
+  EXPECT_NE(again.LastError().find("html"), std::string::npos);
+}
+
 TEST(XFDF, TheNamespaceMayHaveAPrefix) {
   ZXFDF data;
   data.FromChaine(R"(<n:xfdf xmlns:n="http://ns.adobe.com/xfdf/"><n:fields><n:field name="a"><n:field name="b">)"

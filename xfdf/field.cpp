@@ -1,5 +1,7 @@
 #include "xfdf/field.h"
 
+#include <utility>
+
 #include "platform/xml.h"
 
 namespace zforms {
@@ -18,6 +20,20 @@ const ZVariant& ZXFDFField::Value() const {
 }
 
 bool ZXFDFField::HasValue() const { return Element().Exist("value"); }
+
+PTableau<Chaine> ZXFDFField::Values() const {
+  PTableau<Chaine> values;
+  for (const ZXMLElement* child = std::as_const(Element()).FirstChild(); child != nullptr;
+       child = child->NextSibling()) {
+    if (child->Name() == "value") values.push_back(child->Value().AsChaine());
+  }
+  return values;
+}
+
+void ZXFDFField::SetValues(const PTableau<Chaine>& values) {
+  Element().RemoveAll("value");
+  for (const Chaine& value : values) Element().Add("value").Value() = value;
+}
 
 ZXMLElement& ZXFDFField::ValueRichText() { return Element()["value-richtext"]; }
 

@@ -23,6 +23,10 @@ class ZFORMS_API ZXFDFField : public ZXFDFFieldCollection {
   ZVariant& Value();
   const ZVariant& Value() const;
   bool HasValue() const;
+  // The texts of all "value" elements: a list box has one for each of its choices.
+  PTableau<Chaine> Values() const;
+  // One "value" element for each text, in place of those there were.
+  void SetValues(const PTableau<Chaine>& values);
 
   // The element "value-richtext", whose AsChaine() is the rich text as XML. The
   // non-const form makes it when it is absent; the const form is empty then.

@@ -31,6 +31,25 @@ void DropPrefix(ZXMLElement& root) {
   root.SetAttrib("xmlns", ZXFDF::kNamespace);
 }
 
+// Many writers escape the carriage return of a line end and leave its line feed as
+// it is. The pair is one line end, which the filter makes CR LF.
+Chaine WithoutReturnsBeforeLineFeeds(const Chaine& text) {
+  constexpr std::string_view kEscaped[] = {"&#13;\n", "&#xD;\n", "&#xd;\n"};
+  Chaine result;
+  const std::string_view view = text;
+  size_t done = 0;
+  for (size_t at = view.find("&#"); at != std::string_view::npos; at = view.find("&#", at + 1)) {
+    for (const std::string_view escaped : kEscaped) {
+      if (!view.substr(at).starts_with(escaped)) continue;
+      result += view.substr(done, at - done);
+      done = at + escaped.size() - 1;
+    }
+  }
+  if (done == 0) return text;
+  result += view.substr(done);
+  return result;
+}
+
 }  // namespace
 
 ZXFDF::ZXFDF() = default;
@@ -144,11 +163,17 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   last_error_ = in->Error();
   Chaine text;
   if (!last_error_.empty() || !ZXMLReader::ToUTF8(bytes, encoding, &text, &last_error_)) return true;
-  ZInetChaineIStream decoded(text);
+  ZInetChaineIStream decoded(WithoutReturnsBeforeLineFeeds(text));
   ZInetLFToCRLFIStream filter(&decoded);
   xml_.Read(&filter, ZInetEncodedBuffer::eUTF8);
   last_error_ = xml_.LastError();
-  if (ZXMLElement* root = xml_.Data()) DropPrefix(*root);
+  ZXMLElement* root = xml_.Data();
+  if (root == nullptr) return true;
+  DropPrefix(*root);
+  if (root->Name() != "xfdf") {
+    last_error_ = "this is no XFDF: its root element is \"" + root->Name().ToString() + "\"";
+    xml_.Clear();
+  }
   return true;
 }
 

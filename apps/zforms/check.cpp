@@ -7,6 +7,7 @@
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
 #include "apps/zforms/page_index.h"
+#include "pdf/array_node.h"
 #include "pdf/crypt/encryption.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/parser/parser.h"
@@ -104,6 +105,15 @@ void CheckFields(const std::vector<FieldReport>& fields, Console& console) {
 
 void CheckDocument(const ZPDFParser& parser, Console& console) {
   if (parser.Root() == nullptr) console.Warn("the trailer leads to no document catalog (\"/Root\")");
+  const uint32_t size = parser.TrailerDico()->GetUIntValue("/Size");
+  if (size != parser.ObjectLocations().HighestNumber() + 1) {
+    console.Warn("\"/Size\" of the trailer is " + std::to_string(size) + ", the highest object number is " +
+                 std::to_string(parser.ObjectLocations().HighestNumber()));
+  }
+  const ZPDFNodeDictionary* form = parser.AcroForm();
+  if (form != nullptr && NodeCast<ZPDFNodeArray>(form->GetTarget("/Fields")) == nullptr) {
+    console.Warn("the form has no list of fields (\"/Fields\")");
+  }
   if (parser.IDOriginal().IsEmpty()) console.Warn("the trailer has no file identifier (\"/ID\")");
 }
 

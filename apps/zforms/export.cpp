@@ -32,18 +32,17 @@ bool IsExported(const FieldReport& field) {
          field.type != "sig";
 }
 
-// The value as filling takes it: of a list box with several choices, one a line.
-std::string ValueText(const FieldReport& field) {
-  std::string text;
-  for (const std::string& value : field.values) text += (text.empty() ? "" : "\r\n") + WithCRLF(value);
-  return text;
-}
-
 void AddFields(ZAcroForm& form, ZXFDF& data) {
   for (const FieldReport& field : ReportFields(form)) {
-    if (IsExported(field)) data.Fields().AddField(field.name).Value() = ValueText(field);
+    if (!IsExported(field)) continue;
+    PTableau<Chaine> values;
+    for (const std::string& value : field.values) values.push_back(WithCRLF(value));
+    data.Fields().AddField(field.name).SetValues(values);
   }
 }
+
+// The file as a reference from beside it.
+Chaine RelativeURL(const std::string& file) { return ZInetURL::Encode(file.substr(file.find_last_of("/\\") + 1)); }
 
 }  // namespace
 
@@ -53,7 +52,7 @@ int RunExport(const ExportOptions& options) {
   if (!OpenFormWithFields(options.file, options.password, form, console)) return console.Finish();
   ZXFDF data;
   data.Fields();
-  if (options.file != kStandardStream) data.SetPDFHRef(ZInetURL(Chaine(options.file)));
+  if (options.file != kStandardStream) data.SetPDFHRef(ZInetURL(RelativeURL(options.file)));
   data.SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
   AddFields(form, data);
   console.WarnAll(form.Diagnostics());

@@ -38,7 +38,7 @@ int RunFill(const FillOptions& options) {
   if (data.HasFields()) form.SetValues(data, &unmatched, &refused);
   for (const Chaine& name : unmatched) console.Warn("no field is named \"" + name.ToString() + "\"");
   for (const Chaine& name : refused)
-    console.Warn("\"" + name.ToString() + "\" is a signature or a push button and is not filled");
+    console.Warn("\"" + name.ToString() + "\" is a signature, a push button or holds an object, and is not filled");
   // What the fields show was drawn for their former values.
   if (!form.Parser()->ModifiedObjects().empty() && !form.NeedAppearances()) form.SetNeedAppearances(true);
   console.WarnAll(form.Diagnostics());

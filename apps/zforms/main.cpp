@@ -135,8 +135,8 @@ class CommandLine {
   void AddPermissions() {
     CLI::App* command =
         Add("permissions",
-            "Show the permission flags of the document, or set them. Setting them encrypts the document with the "
-            "password that opens it, which may be empty, and writes it anew.",
+            "Show the permission flags of the document, or set them. Setting others than it has encrypts the "
+            "document with the password that opens it, which may be empty, and writes it anew.",
             "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf",
             [this] { return RunPermissions(permissions_); });
     AddFile(command, &permissions_.file);
@@ -203,6 +203,12 @@ int Main(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
+    const auto is_named = [&](const CLI::App* command) { return command->get_name() == argv[1]; };
+    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(is_named).empty()) {
+      std::fprintf(stderr, "zforms: there is no command \"%s\"\nRun \"zforms --help\" for how it is used.\n",
+                   Printable(argv[1]).c_str());
+      return kFailed;
+    }
     std::fprintf(stderr, "zforms: %s\nRun \"zforms --help\" for how it is used.\n", error.what());
     return kFailed;
   }

@@ -2,21 +2,27 @@
 
 #include "apps/zforms/files.h"
 #include "platform/inet_stream.h"
+#include "platform/text.h"
 
 namespace zforms::tool {
 
+std::vector<Chaine> PasswordForms(const std::string& password) {
+  const Chaine typed(password);
+  const Chaine encoded = UTF8ToPDFText(typed);
+  if (encoded == typed) return {typed};
+  return {encoded, typed};
+}
+
 bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console) {
-  bool loaded = false;
-  if (file == kStandardStream) {
-    Chaine bytes;
-    if (!ReadInput(file, &bytes, console)) return false;
+  Chaine bytes;
+  const bool is_stream = file == kStandardStream;
+  if (is_stream && !ReadInput(file, &bytes, console)) return false;
+  for (const Chaine& form_of_it : PasswordForms(password)) {
     ZInetChaineIStream stream(bytes);
-    loaded = form.Load(stream, password);
-  } else {
-    loaded = form.Load(Chaine(file), password);
+    if (is_stream ? form.Load(stream, form_of_it) : form.Load(Chaine(file), form_of_it)) return true;
   }
-  if (!loaded) console.Fail(form.Diagnostics().Failure());
-  return loaded;
+  console.Fail(form.Diagnostics().Failure());
+  return false;
 }
 
 bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console) {
@@ -34,7 +40,10 @@ bool SaveForm(const std::string& file, const std::string& output, ZAcroForm& for
   }
   Chaine bytes;
   ZInetChaineOStream stream(bytes);
-  form.Save(stream);
+  if (!form.Save(stream)) {
+    console.Fail(form.Diagnostics().Failure());
+    return false;
+  }
   return WriteOutput(output, bytes, console);
 }
 

@@ -1,11 +1,16 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "acroform/acro_form.h"
 #include "apps/zforms/console.h"
 
 namespace zforms::tool {
+
+// The bytes that a password may stand for: up to revision 3 it is in PDFDocEncoding
+// (ISO 32000-1 7.6.3.3), but some writers took the terminal's UTF-8 as it was.
+std::vector<Chaine> PasswordForms(const std::string& password);
 
 // Loads the document from a file or standard input. False, and said, when it
 // cannot be read or the password does not open it.

@@ -1,6 +1,7 @@
 #include "apps/zforms/commands.h"
 #include "apps/zforms/console.h"
 #include "apps/zforms/files.h"
+#include "apps/zforms/open_form.h"
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/indirect_object.h"
@@ -42,11 +43,16 @@ std::string TextOf(const ZPDFNode& node) {
   return result;
 }
 
+int PrintResult(const std::string& text, Console& console) {
+  if (!Print(text)) console.Fail("standard output cannot be written");
+  return console.Finish();
+}
+
 int ShowStream(const ZPDFNodeStream& stream, const ShowOptions& options, Console& console) {
   if (options.data)
     return WriteOutput(std::string(kStandardStream), stream.Data(), console) ? console.Finish() : kFailed;
   const std::string text = TextOf(*stream.Dico()) + "stream of " + std::to_string(stream.Data().size()) + " bytes\n";
-  return Print(text) ? console.Finish() : kFailed;
+  return PrintResult(text, console);
 }
 
 int ShowObject(ZPDFParser& parser, const ShowOptions& options, Console& console) {
@@ -69,7 +75,7 @@ int ShowObject(ZPDFParser& parser, const ShowOptions& options, Console& console)
                  ": it is no stream");
     return console.Finish();
   }
-  return Print(TextOf(*value)) ? console.Finish() : kFailed;
+  return PrintResult(TextOf(*value), console);
 }
 
 }  // namespace
@@ -79,13 +85,16 @@ int RunShow(const ShowOptions& options) {
   Chaine bytes;
   ZPDFParser parser;
   if (!ReadInput(options.file, &bytes, console)) return console.Finish();
-  if (!parser.ReadFromRaw(bytes, options.password)) {
-    console.Fail(parser.Diagnostics().Failure());
-    return console.Finish();
+  for (const Chaine& password : PasswordForms(options.password)) {
+    if (!parser.ReadFromRaw(bytes, password)) {
+      console.Fail(parser.Diagnostics().Failure());
+      return console.Finish();
+    }
+    if (parser.CanBeDecrypted()) break;
   }
   if (options.object == "trailer") {
     console.WarnAll(parser.Diagnostics());
-    return Print(TextOf(*parser.TrailerDico())) ? console.Finish() : kFailed;
+    return PrintResult(TextOf(*parser.TrailerDico()), console);
   }
   if (!parser.CanBeDecrypted()) {
     console.Fail("it is encrypted and the password does not open it");

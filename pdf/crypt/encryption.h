@@ -57,6 +57,8 @@ class ZFORMS_API ZPDFEncryption {
 
   // The file key, computed on first use (ISO 32000-1 algorithm 2).
   const Chaine& StandardComputedUserEncryptionKey() const;
+  // Whether the key has 5 to 16 bytes; files with other keys cannot be decrypted.
+  bool IsKeyLengthSupported() const;
   // Whether handler and version are ones we read and the user password is right.
   // The owner password does not open a file.
   bool CanBeDecrypted() const;
@@ -68,7 +70,6 @@ class ZFORMS_API ZPDFEncryption {
 
  private:
   size_t KeyBytes() const;
-  bool IsKeyLengthSupported() const;
   Chaine ComputeKey(bool encrypt_metadata) const;
   Chaine StandardComputeO(const Chaine& owner) const;
   Chaine StandardComputeU() const;
