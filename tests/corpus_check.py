@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the zforms tool over a folder of PDF files that other programs made, and compares with what other readers say.
 
-The folder (ZFORMS_CORPUS, else ../shared/corpus beside the repository) holds INDEX.tsv, one line a file, and
+The folder (ZFORMS_CORPUS, else shared/corpus beside the repository) holds INDEX.tsv, one line a file, and
 truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file that a reader of classic files
 should read: `fields` agrees with the truth; `fill` leaves the bytes read as a prefix and qpdf reads every value back;
 `rewrite` and `permissions` give files that hold the same objects and that qpdf, MuPDF and poppler open. Damaged and

@@ -1,10 +1,11 @@
 #include "apps/zforms/field_report.h"
 
-#include <algorithm>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "acroform/acro_form.h"
+#include "acroform/button_states.h"
 #include "acroform/field.h"
 #include "apps/zforms/page_index.h"
 #include "pdf/array_node.h"
@@ -81,17 +82,6 @@ bool HasNamedKids(const ZAcroFormField& field) {
   return false;
 }
 
-void AddStates(const ZPDFNodeDictionary& widget, std::vector<std::string>* states) {
-  const auto* appearances = NodeCast<ZPDFNodeDictionary>(widget.GetTarget("/AP"));
-  const auto* normal = appearances == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(appearances->GetTarget("/N"));
-  for (size_t i = 0; normal != nullptr && i < normal->Size(); i++) {
-    const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(normal->GetDirectAt(i));
-    if (entry == nullptr || entry->Key().empty()) continue;
-    std::string state = PDFNameToUTF8(entry->Key().substr(1)).ToString();
-    if (state != "Off" && std::find(states->begin(), states->end(), state) == states->end()) states->push_back(state);
-  }
-}
-
 class Reporter {
  public:
   explicit Reporter(ZAcroForm& form) : form_(form), pages_(*form.Parser()) {
@@ -145,16 +135,14 @@ class Reporter {
     }
   }
 
-  void ReadWidgets(ZAcroFormField& field, FieldReport* report) {
-    const bool is_button = report->type == "check" || report->type == "radio" || report->type == "push";
-    PTableau<const ZAcroFormField*> widgets = std::as_const(field).Widgets();
-    // Viewers show the kids of a field, whatever the field's own dictionary says it is.
-    if (widgets.size() > 1 && widgets.front() == &field) widgets.erase(widgets.begin());
+  void ReadWidgets(const ZAcroFormField& field, FieldReport* report) {
+    const PTableau<const ZAcroFormField*> widgets = field.Widgets();
     report->widgets = widgets.size();
     for (const ZAcroFormField* widget : widgets) {
-      if (is_button) AddStates(*widget->Dico(), &report->states);
       if (report->page == 0) report->page = pages_.PageOf(widget->Dico());
     }
+    if (report->type != "check" && report->type != "radio" && report->type != "push") return;
+    for (const Chaine& state : ButtonStates(field)) report->states.push_back(PDFNameToUTF8(state).ToString());
   }
 
   ZAcroForm& form_;
