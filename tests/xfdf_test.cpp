@@ -163,6 +163,12 @@ TEST(XFDF, AnEscapedReturnBeforeALineFeedIsOneLineEnd) {
   EXPECT_EQ(data.Fields()["a"].Value().AsChaine(), "1\r\n2\r\n3\r\n4\r5");
 }
 
+TEST(XFDF, ACDataSectionIsTakenAsItStands) {
+  ZXFDF data;
+  data.FromChaine("<xfdf><fields><field name='a'><value><![CDATA[&#13;\n]]></value></field></fields></xfdf>");
+  EXPECT_EQ(data.Fields()["a"].Value().AsChaine(), "&#13;\r\n");
+}
+
 TEST(XFDF, SeveralValuesAndAnotherRoot) {
   ZXFDF data;
   data.FromChaine("<xfdf><fields><field name='a'><value>1</value><x/><value>2</value></field></fields></xfdf>");

@@ -32,11 +32,13 @@ void DropPrefix(ZXMLElement& root) {
 }
 
 // Many writers escape the carriage return of a line end and leave its line feed as
-// it is. The pair is one line end, which the filter makes CR LF.
+// it is. The pair is one line end, which the filter makes CR LF. Where a CDATA
+// section may hold such a text as it stands, nothing is touched.
 Chaine WithoutReturnsBeforeLineFeeds(const Chaine& text) {
   constexpr std::string_view kEscaped[] = {"&#13;\n", "&#xD;\n", "&#xd;\n"};
   Chaine result;
   const std::string_view view = text;
+  if (view.find("<![CDATA[") != std::string_view::npos) return text;
   size_t done = 0;
   for (size_t at = view.find("&#"); at != std::string_view::npos; at = view.find("&#", at + 1)) {
     for (const std::string_view escaped : kEscaped) {
