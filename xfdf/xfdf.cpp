@@ -1,5 +1,7 @@
 #include "xfdf/xfdf.h"
 
+#include <utility>
+
 #include "platform/inet_stream.h"
 #include "xfdf/line_end_filters.h"
 
@@ -32,24 +34,22 @@ void DropPrefix(ZXMLElement& root) {
 }
 
 // Many writers escape the carriage return of a line end and leave its line feed as
-// it is. The pair is one line end, which the filter makes CR LF. Where a CDATA
-// section may hold such a text as it stands, nothing is touched.
-Chaine WithoutReturnsBeforeLineFeeds(const Chaine& text) {
-  constexpr std::string_view kEscaped[] = {"&#13;\n", "&#xD;\n", "&#xd;\n"};
-  Chaine result;
-  const std::string_view view = text;
-  if (view.find("<![CDATA[") != std::string_view::npos) return text;
-  size_t done = 0;
-  for (size_t at = view.find("&#"); at != std::string_view::npos; at = view.find("&#", at + 1)) {
-    for (const std::string_view escaped : kEscaped) {
-      if (!view.substr(at).starts_with(escaped)) continue;
-      result += view.substr(done, at - done);
-      done = at + escaped.size() - 1;
+// it is, before which the filter has put another: the three are one line end.
+void FoldLineEnds(ZXMLElement& root) {
+  constexpr std::string_view kDoubled = "\r\r\n";
+  for (ZXMLElement* element = &root; element != nullptr; element = Following(element, root)) {
+    const Chaine* text = element->Name() == "value" ? std::as_const(*element).Value().Text() : nullptr;
+    size_t at = text == nullptr ? std::string_view::npos : text->View().find(kDoubled);
+    if (at == std::string_view::npos) continue;
+    Chaine folded;
+    size_t done = 0;
+    for (; at != std::string_view::npos; at = text->View().find(kDoubled, done)) {
+      folded += text->View().substr(done, at - done);
+      done = at + 1;
     }
+    folded += text->View().substr(done);
+    element->Value() = folded;
   }
-  if (done == 0) return text;
-  result += view.substr(done);
-  return result;
 }
 
 }  // namespace
@@ -165,7 +165,7 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   last_error_ = in->Error();
   Chaine text;
   if (!last_error_.empty() || !ZXMLReader::ToUTF8(bytes, encoding, &text, &last_error_)) return true;
-  ZInetChaineIStream decoded(WithoutReturnsBeforeLineFeeds(text));
+  ZInetChaineIStream decoded(text);
   ZInetLFToCRLFIStream filter(&decoded);
   xml_.Read(&filter, ZInetEncodedBuffer::eUTF8);
   last_error_ = xml_.LastError();
@@ -175,7 +175,9 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   if (root->Name() != "xfdf") {
     last_error_ = "this is no XFDF: its root element is \"" + root->Name().ToString() + "\"";
     xml_.Clear();
+    return true;
   }
+  FoldLineEnds(*root);
   return true;
 }
 
