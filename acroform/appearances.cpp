@@ -32,10 +32,10 @@ const ZAcroFormAppearanceMulti::States& ZAcroFormAppearanceMulti::GetAppearances
   if (states_.Size() != 0) return states_;
   auto* dictionary = NodeCast<ZPDFNodeDictionary>(Node());
   for (size_t i = 0; i < dictionary->Size(); i++) {
-    auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(dictionary->GetDirectAt(i));
-    if (entry == nullptr || entry->Value() == nullptr) continue;
-    owned_.emplace_back(new ZAcroFormAppearanceSingle(entry->Value()->GetTarget()));
-    states_.Set(WithoutSlashes(Chaine(entry->Key())), owned_.back().get());
+    ZPDFNode* const value = dictionary->ValueAt(i);
+    if (value == nullptr) continue;
+    owned_.emplace_back(new ZAcroFormAppearanceSingle(value->GetTarget()));
+    states_.Set(WithoutSlashes(Chaine(dictionary->KeyAt(i))), owned_.back().get());
   }
   return states_;
 }

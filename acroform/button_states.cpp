@@ -22,8 +22,7 @@ PTableau<Chaine> OnStates(const ZAcroFormField& widget) {
   PTableau<Chaine> states;
   const ZPDFNodeDictionary* dictionary = StateDictionary(widget);
   for (size_t i = 0; dictionary != nullptr && i < dictionary->Size(); i++) {
-    const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(dictionary->GetDirectAt(i));
-    const Chaine state = entry == nullptr ? Chaine() : WithoutSlashes(Chaine(entry->Key()));
+    const Chaine state = WithoutSlashes(Chaine(dictionary->KeyAt(i)));
     if (!state.IsEmpty() && state != kOff) states.push_back(state);
   }
   return states;

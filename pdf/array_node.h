@@ -30,6 +30,8 @@ class ZFORMS_API ZPDFNodeArray final : public ZPDFNode {
   static bool Matches(Kind kind) { return kind == Kind::kArray; }
 
  private:
+  friend class ZPDFNode;
+  ZPDFNodeArray(Parsed, IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kArray) {}
   void AppendBoolean(bool value);
 };
 

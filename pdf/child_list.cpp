@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace zforms {
@@ -14,32 +15,74 @@ void* Allocate(size_t bytes) {
   return memory;
 }
 
+size_t RoomFor(size_t count, bool keyed) {
+  return count * (sizeof(ZPDFNode*) + (keyed ? sizeof(Chaine) + sizeof(uint8_t) : 0));
+}
+
 }  // namespace
 
-ZPDFChildList* ZPDFChildList::Make(size_t capacity) {
-  void* memory = Allocate(sizeof(ZPDFChildList) + capacity * sizeof(ZPDFNode*));
-  auto* list = new (memory) ZPDFChildList;
+ZPDFChildList* ZPDFChildList::Place(ZPDFNodePool::Block block, size_t capacity, bool keyed) {
+  auto* list = new (block.memory) ZPDFChildList;
   list->refs = 1;
   list->size = 0;
-  list->capacity = static_cast<uint32_t>(capacity);
-  list->items = list->Inline();
+  list->pool_offset = block.offset;
   list->retired = nullptr;
+  list->SetRoom(list->Inline(), capacity, keyed);
   return list;
 }
 
+void ZPDFChildList::SetRoom(void* memory, size_t room, bool keyed) {
+  capacity = static_cast<uint32_t>(room);
+  items = static_cast<ZPDFNode**>(memory);
+  keys = keyed ? reinterpret_cast<Chaine*>(items + room) : nullptr;
+}
+
+ZPDFChildList* ZPDFChildList::Make(size_t capacity) {
+  return Place({Allocate(sizeof(ZPDFChildList) + RoomFor(capacity, false)), 0}, capacity, false);
+}
+
+ZPDFChildList* ZPDFChildList::MakeKeyed(size_t capacity) {
+  return Place({Allocate(sizeof(ZPDFChildList) + RoomFor(capacity, true)), 0}, capacity, true);
+}
+
+ZPDFChildList* ZPDFChildList::Make(size_t capacity, ZPDFNodePool& pool) {
+  const size_t bytes = sizeof(ZPDFChildList) + RoomFor(capacity, false);
+  return bytes > ZPDFNodePool::kLargestBlock ? Make(capacity) : Place(pool.Take(bytes), capacity, false);
+}
+
+ZPDFChildList* ZPDFChildList::MakeKeyed(size_t capacity, ZPDFNodePool& pool) {
+  const size_t bytes = sizeof(ZPDFChildList) + RoomFor(capacity, true);
+  return bytes > ZPDFNodePool::kLargestBlock ? MakeKeyed(capacity) : Place(pool.Take(bytes), capacity, true);
+}
+
+void ZPDFChildList::ClearKeys() {
+  if (keys != nullptr) std::destroy_n(keys, size);
+}
+
 void ZPDFChildList::Free(ZPDFChildList* list) {
+  list->ClearKeys();
   if (list->items != list->Inline()) std::free(list->items);
-  std::free(list);
+  if (list->pool_offset != 0) {
+    ZPDFNodePool::GiveBack(list, list->pool_offset);
+  } else {
+    std::free(list);
+  }
 }
 
 void ZPDFChildList::Reserve(size_t wanted) {
   if (wanted <= capacity) return;
   const size_t room = std::max<size_t>(wanted, size_t{capacity} * 2);
-  auto** grown = static_cast<ZPDFNode**>(Allocate(room * sizeof(ZPDFNode*)));
-  std::copy(items, items + size, grown);
-  if (items != Inline()) std::free(items);
-  items = grown;
-  capacity = static_cast<uint32_t>(room);
+  ZPDFNode** const old_items = items;
+  Chaine* const old_keys = keys;
+  const uint8_t* const old_marks = keys == nullptr ? nullptr : &Mark(0);
+  SetRoom(Allocate(RoomFor(room, keys != nullptr)), room, keys != nullptr);
+  std::copy(old_items, old_items + size, items);
+  if (old_keys != nullptr) {
+    std::uninitialized_move_n(old_keys, size, keys);
+    std::destroy_n(old_keys, size);
+    std::copy(old_marks, old_marks + size, &Mark(0));
+  }
+  if (old_items != Inline()) std::free(old_items);
 }
 
 void ZPDFChildList::Insert(size_t at, ZPDFNode* node) {
@@ -49,8 +92,22 @@ void ZPDFChildList::Insert(size_t at, ZPDFNode* node) {
   size++;
 }
 
+void ZPDFChildList::AppendKeyed(const Chaine& key, ZPDFNode* value, bool marked) {
+  Reserve(size_t{size} + 1);
+  items[size] = value;
+  new (keys + size) Chaine(key);
+  Mark(size) = marked ? 1 : 0;
+  size++;
+}
+
 void ZPDFChildList::Remove(size_t at) {
   std::copy(items + at + 1, items + size, items + at);
+  if (keys != nullptr) {
+    std::move(keys + at + 1, keys + size, keys + at);
+    std::destroy_at(keys + size - 1);
+    uint8_t* const marks = &Mark(0);
+    std::copy(marks + at + 1, marks + size, marks + at);
+  }
   size--;
 }
 
@@ -59,6 +116,12 @@ void ZPDFChildList::GrowTo(size_t new_size) {
   Reserve(new_size);
   std::fill(items + size, items + new_size, nullptr);
   size = static_cast<uint32_t>(new_size);
+}
+
+void ZPDFChildList::Unkey(ZPDFNode* const* entries) {
+  ClearKeys();
+  keys = nullptr;
+  std::copy(entries, entries + size, items);
 }
 
 bool ZPDFChildList::Retire(ZPDFChildList* given_up) {

@@ -3,20 +3,36 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "pdf/node_pool.h"
+#include "platform/chaine.h"
+
 namespace zforms {
 
 class ZPDFNode;
 
 // The children of a node, in one block with room for a few. Shared (and counted)
 // only after a node was assigned from another. Private to the node classes.
+//
+// A dictionary's list is keyed as long as nobody asks for its entries as nodes: the
+// items are then the values, and the keys stand beside them, which is a third of
+// the memory that a node for each entry and key would take.
 struct ZPDFChildList {
   static ZPDFChildList* Make(size_t capacity);
+  static ZPDFChildList* MakeKeyed(size_t capacity);
+  // The same in memory of the pool, where they fit.
+  static ZPDFChildList* Make(size_t capacity, ZPDFNodePool& pool);
+  static ZPDFChildList* MakeKeyed(size_t capacity, ZPDFNodePool& pool);
   static void Free(ZPDFChildList* list);
 
   void Insert(size_t at, ZPDFNode* node);
   void Append(ZPDFNode* node) { Insert(size, node); }
+  void AppendKeyed(const Chaine& key, ZPDFNode* value, bool marked);
   void Remove(size_t at);
   void GrowTo(size_t new_size);
+  // Whether the entry, and not only its value, is marked as modified. Keyed lists only.
+  uint8_t& Mark(size_t at) { return reinterpret_cast<uint8_t*>(keys + capacity)[at]; }
+  // Puts one node in the place of each key and value, and is keyed no more.
+  void Unkey(ZPDFNode* const* entries);
   // Takes over the caller's share of a list, to be freed with this one. False when
   // the lists that wait for either have one in common.
   bool Retire(ZPDFChildList* given_up);
@@ -24,11 +40,16 @@ struct ZPDFChildList {
   uint32_t refs;
   uint32_t size;
   uint32_t capacity;
+  uint32_t pool_offset;    // where the block stands in its slab, 0 for one of its own
   ZPDFNode** items;        // behind this header until the list outgrows its first room
+  Chaine* keys;            // behind the room for the items, the marks behind them; null unless keyed
   ZPDFChildList* retired;  // lists given up by an assignment, freed with this one
 
  private:
+  static ZPDFChildList* Place(ZPDFNodePool::Block block, size_t capacity, bool keyed);
   void Reserve(size_t wanted);
+  void SetRoom(void* memory, size_t room, bool keyed);
+  void ClearKeys();
   ZPDFNode** Inline() { return reinterpret_cast<ZPDFNode**>(this + 1); }
 };
 

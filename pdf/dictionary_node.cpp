@@ -2,6 +2,7 @@
 
 #include <type_traits>
 
+#include "pdf/child_list.h"
 #include "pdf/crypt/encrypter.h"
 #include "pdf/identifier_node.h"
 #include "pdf/nesting.h"
@@ -16,6 +17,8 @@ namespace {
 
 // Above this many entries a dictionary is searched through an index.
 constexpr size_t kSearchedInOrder = 24;
+// So many entries fit before the list of a new dictionary grows.
+constexpr size_t kFirstRoom = 4;
 
 // The node if it holds such a value; null and booleans are identifiers of another kind.
 template <class Node>
@@ -37,7 +40,8 @@ struct NewNode<ZPDFNodeString> {
 };
 
 bool Enciphers(const ZPDFEncrypter* encrypter) {
-  return encrypter != nullptr && dynamic_cast<const ZPDFEncrypterNeutral*>(encrypter) == nullptr;
+  return encrypter != nullptr && encrypter != ZPDFEncrypterNeutral::Default() &&
+         dynamic_cast<const ZPDFEncrypterNeutral*>(encrypter) == nullptr;
 }
 
 void Change(ZPDFNodeIdentifier& node, const Chaine& identifier) { node.SetIdentifier(identifier); }
@@ -65,37 +69,48 @@ ZPDFNodeDictionary::~ZPDFNodeDictionary() = default;
 
 ZPDFNodeDictionary* ZPDFNodeDictionary::Clone() const { return new ZPDFNodeDictionary(*this); }
 
-ZPDFNodeDictionaryEntry* ZPDFNodeDictionary::FindEntry(std::string_view key) const {
-  if (Size() > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
-  for (size_t i = 0; i < Size(); i++) {
-    const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i));
-    if (entry != nullptr && entry->Key() == key && !key.empty()) return const_cast<ZPDFNodeDictionaryEntry*>(entry);
-  }
-  return nullptr;
+std::string_view ZPDFNodeDictionary::KeyAt(size_t index) const {
+  const ZPDFChildList& children = *Children();
+  if (children.keys != nullptr) return children.keys[index];
+  const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(children.items[index]);
+  return entry == nullptr ? std::string_view() : entry->Key();
 }
 
-ZPDFNodeDictionaryEntry* ZPDFNodeDictionary::FindIndexed(std::string_view key) const {
+ZPDFNode* ZPDFNodeDictionary::ValueAt(size_t index) {
+  const ZPDFChildList& children = *Children();
+  if (children.keys != nullptr) return children.items[index];
+  auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(children.items[index]);
+  return entry == nullptr ? nullptr : entry->Value();
+}
+
+size_t ZPDFNodeDictionary::FindKey(std::string_view key) const {
+  const size_t size = Size();
+  if (size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
+  if (key.empty()) return kAbsent;
+  for (size_t i = 0; i < size; i++) {
+    if (KeyAt(i) == key) return i;
+  }
+  return kAbsent;
+}
+
+size_t ZPDFNodeDictionary::FindIndexed(std::string_view key) const {
   if (index_ == nullptr) {
     index_ = std::make_unique<Index>();
     for (size_t i = 0; i < Size(); i++) {
-      const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i));
-      if (entry != nullptr && !entry->Key().empty()) {
-        index_->emplace(entry->Key(), const_cast<ZPDFNodeDictionaryEntry*>(entry));
-      }
+      if (!KeyAt(i).empty()) index_->emplace(KeyAt(i), i);
     }
   }
   const auto found = index_->find(std::string(key));
-  return found == index_->end() ? nullptr : found->second;
+  return found == index_->end() ? kAbsent : found->second;
 }
 
 ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) {
-  ZPDFNodeDictionaryEntry* entry = FindEntry(key);
-  return entry == nullptr ? nullptr : entry->Value();
+  const size_t at = FindKey(key);
+  return at == kAbsent ? nullptr : ValueAt(at);
 }
 
 const ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) const {
-  const ZPDFNodeDictionaryEntry* entry = FindEntry(key);
-  return entry == nullptr ? nullptr : entry->Value();
+  return const_cast<ZPDFNodeDictionary*>(this)->GetDirect(key);
 }
 
 ZPDFNode* ZPDFNodeDictionary::GetTarget(std::string_view key) {
@@ -184,13 +199,26 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
     RemoveValue(key);
     return;
   }
-  if (ZPDFNodeDictionaryEntry* entry = FindEntry(key)) {
-    if (entry->Value() != node) entry->SetValue(node);
+  ZPDFChildList* children = Children();
+  const bool keyed = children == nullptr || children->keys != nullptr;
+  if (const size_t at = FindKey(key); at != kAbsent) {
+    if (ValueAt(at) == node) return;
+    if (keyed) {
+      ReplaceChild(at, node);
+      children->Mark(at) = 1;
+      node->SetModified(true, false);
+    } else {
+      NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(at))->SetValue(node);
+    }
     return;
   }
-  auto* entry = new ZPDFNodeDictionaryEntry(key, node, ObjectProvider());
-  AppendChild(entry);
-  if (index_ != nullptr) index_->emplace(key, entry);
+  if (index_ != nullptr) index_->emplace(key, Size());
+  if (children == nullptr) AdoptChildren(children = ZPDFChildList::MakeKeyed(kFirstRoom));
+  if (keyed) {
+    children->AppendKeyed(key, node, true);
+  } else {
+    AppendChild(new ZPDFNodeDictionaryEntry(key, node, ObjectProvider()));
+  }
   SetModified(true, false);
 }
 
@@ -198,27 +226,42 @@ void ZPDFNodeDictionary::RemoveValue(std::string_view key) {
   if (!Exist(key)) return;
   const Chaine kept(key);  // the caller's may be the very key that goes
   for (size_t i = Size(); i > 0; i--) {
-    const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(i - 1));
-    if (entry != nullptr && entry->Key() == kept) ReplaceChild(i - 1, nullptr);
+    if (KeyAt(i - 1) == kept) ReplaceChild(i - 1, nullptr);
   }
   ForgetIndex();
   SetModified(true, false);
 }
 
-const ZPDFNodeDictionaryEntry* ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) const {
-  return Enciphers(encrypter) && Exist("/ByteRange") ? FindEntry("/Contents") : nullptr;
+size_t ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) const {
+  return Enciphers(encrypter) && Exist("/ByteRange") ? FindKey("/Contents") : kAbsent;
+}
+
+void ZPDFNodeDictionary::RestoreSignature(const ZPDFEncrypter* encrypter) {
+  const size_t at = SignatureContents(encrypter);
+  if (at == kAbsent) return;
+  // It was deciphered like any other string: enciphering takes that back.
+  if (auto* contents = NodeCast<ZPDFNodeString>(ValueAt(at))) {
+    contents->SetValue(encrypter->Encrypt(contents->GetStringValue()));
+    contents->SetModified(false, false);
+  }
 }
 
 void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
-  const ZPDFNodeDictionaryEntry* in_clear = SignatureContents(encrypter);
+  const ZPDFChildList* children = Children();
+  const size_t size = Size();
+  const size_t in_clear = SignatureContents(encrypter);
   out.WriteToken("<<");
-  for (size_t i = 0; i < Size(); i++) {
-    const ZPDFNode* entry = GetDirectAt(i);
-    if (entry == nullptr) continue;
+  for (size_t i = 0; i < size; i++) {
+    const ZPDFNode* item = children->items[i];
+    if (item == nullptr) continue;
     out.NewLine();
-    entry->SendTo(out, entry == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter);
+    if (children->keys != nullptr) {
+      ZPDFNodeIdentifier::Write(out, children->keys[i]);
+      out.Separate();
+    }
+    item->SendTo(out, i == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter);
   }
-  if (Size() > 0) out.NewLine();
+  if (size > 0) out.NewLine();
   out.WriteToken(">>");
 }
 
@@ -237,13 +280,7 @@ ZPDFNodeDictionary* ZPDFNodeDictionary::BuildFrom(ZPDFTokenizedString& text, IPD
   }
   text.TakeLastToken();
   dictionary->AdoptReversed(entries.Data(), entries.Size());
-  if (auto* entry = const_cast<ZPDFNodeDictionaryEntry*>(dictionary->SignatureContents(encrypter))) {
-    // It was deciphered like any other string: enciphering takes that back.
-    if (auto* contents = NodeCast<ZPDFNodeString>(entry->Value())) {
-      contents->SetValue(encrypter->Encrypt(contents->GetStringValue()));
-      contents->SetModified(false, false);
-    }
-  }
+  dictionary->RestoreSignature(encrypter);
   return dictionary;
 }
 

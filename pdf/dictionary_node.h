@@ -1,6 +1,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,7 +26,7 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   ZPDFNodeDictionary* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
-  bool Exist(std::string_view key) const { return FindEntry(key) != nullptr; }
+  bool Exist(std::string_view key) const { return FindKey(key) != kAbsent; }
   // The value as stored, null when the key is absent.
   ZPDFNode* GetDirect(std::string_view key);
   const ZPDFNode* GetDirect(std::string_view key) const;
@@ -33,6 +34,13 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   ZPDFNode* GetTarget(std::string_view key);
   const ZPDFNode* GetTarget(std::string_view key) const;
   using ZPDFNode::GetTarget;
+
+  // The key and the value of an entry by its place, without making a node of it. The
+  // key is empty, or the value null, for an entry that a damaged file left so.
+  // Precondition: index < Size().
+  std::string_view KeyAt(size_t index) const;
+  ZPDFNode* ValueAt(size_t index);
+  const ZPDFNode* ValueAt(size_t index) const { return const_cast<ZPDFNodeDictionary*>(this)->ValueAt(index); }
 
   // The value's text, number or boolean; empty, 0 or false when the key is absent
   // or its value of another kind.
@@ -70,18 +78,26 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   static bool Matches(Kind kind) { return kind == Kind::kDictionary; }
 
  private:
+  friend class ZPDFNode;
+  friend class ZPDFPlainReader;
+  static constexpr size_t kAbsent = SIZE_MAX;
+
+  ZPDFNodeDictionary(Parsed, IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kDictionary) {}
   void SetBoolean(std::string_view key, bool value);
   template <class Node, class Value, class Getter>
   void SetScalar(std::string_view key, const Value& value, Getter getter);
   // The entry "/Contents" of a signature, which stays in clear in an encrypted file
-  // (ISO 32000-1 7.6.1); null when this is no signature or nothing is encrypted.
-  const ZPDFNodeDictionaryEntry* SignatureContents(const ZPDFEncrypter* encrypter) const;
-  ZPDFNodeDictionaryEntry* FindEntry(std::string_view key) const;
-  ZPDFNodeDictionaryEntry* FindIndexed(std::string_view key) const;
+  // (ISO 32000-1 7.6.1); kAbsent when this is no signature or nothing is encrypted.
+  size_t SignatureContents(const ZPDFEncrypter* encrypter) const;
+  // Gives the contents of a signature the bytes back that deciphering took.
+  void RestoreSignature(const ZPDFEncrypter* encrypter);
+  // The place of the leftmost entry of that key.
+  size_t FindKey(std::string_view key) const;
+  size_t FindIndexed(std::string_view key) const;
   void ForgetIndex() const { index_.reset(); }
 
   // Built on the first search of a large dictionary; small ones are searched in order.
-  using Index = std::unordered_map<std::string, ZPDFNodeDictionaryEntry*>;
+  using Index = std::unordered_map<std::string, size_t>;
   mutable std::unique_ptr<Index> index_;
 };
 

@@ -23,9 +23,18 @@ bool NeedsEscape(char c) {
   return byte < 33 || byte >= 127 || c == '#';
 }
 
-// Delimiters that would end the name early for whoever reads it. They are
-// escaped only on writing; Encode leaves them.
-bool BreaksName(char c) { return std::string_view("()<>[]{}%\\").find(c) != std::string_view::npos; }
+// Whether the character stands in a written name as it is. Delimiters would end the
+// name early for whoever reads it; they are escaped only on writing, Encode leaves them.
+bool IsPlain(char c) {
+  static constexpr std::string_view kBreaking = "#()<>[]{}%\\/";
+  static constexpr std::array<bool, 256> kPlain = [] {
+    std::array<bool, 256> plain{};
+    for (size_t byte = 33; byte < 127; byte++) plain[byte] = true;
+    for (const char breaking : kBreaking) plain[static_cast<unsigned char>(breaking)] = false;
+    return plain;
+  }();
+  return kPlain[static_cast<unsigned char>(c)];
+}
 
 void AppendEscaped(Chaine& out, char c) {
   const auto byte = static_cast<unsigned char>(c);
@@ -38,22 +47,18 @@ void AppendEscaped(Chaine& out, char c) {
 Chaine WrittenText(const Chaine& identifier) {
   Chaine result;
   for (size_t i = 0; i < identifier.size(); i++) {
-    const char c = identifier[i];
-    if (NeedsEscape(c) || BreaksName(c) || (c == '/' && i > 0)) {
-      AppendEscaped(result, c);
+    if (IsPlain(identifier[i]) || (i == 0 && identifier[i] == '/')) {
+      result.Append(identifier[i]);
     } else {
-      result.Append(c);
+      AppendEscaped(result, identifier[i]);
     }
   }
   return result;
 }
 
 bool IsPlain(std::string_view identifier) {
-  for (size_t i = 0; i < identifier.size(); i++) {
-    const char c = identifier[i];
-    if (NeedsEscape(c) || BreaksName(c) || (c == '/' && i > 0)) return false;
-  }
-  return true;
+  if (identifier.starts_with('/')) identifier.remove_prefix(1);
+  return std::all_of(identifier.begin(), identifier.end(), [](char c) { return IsPlain(c); });
 }
 
 // What the rounds of Decode may cost, in bytes: enough for any name of a few hundred bytes.
@@ -106,15 +111,18 @@ int32_t ZPDFNodeIdentifier::GetIntValue() const { return ParseInt(identifier_); 
 
 double ZPDFNodeIdentifier::GetDoubleValue() const { return ParseDouble(identifier_); }
 
-void ZPDFNodeIdentifier::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const {
-  const Chaine& identifier = GetIdentifier();
+void ZPDFNodeIdentifier::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const { Write(out, GetIdentifier()); }
+
+void ZPDFNodeIdentifier::Write(ZPDFOutStream& out, const Chaine& identifier) {
   if (identifier == "/") {
     // Nothing else keeps the empty name apart from a number or keyword behind it.
     out.WriteToken("/ ");
   } else if (identifier.IsEmpty() || (identifier[0] != '/' && IsStructureWord(identifier))) {
     out.WriteToken(NullText());
+  } else if (IsPlain(identifier)) {
+    out.WriteToken(identifier);
   } else {
-    out.WriteToken(IsPlain(identifier) ? identifier : WrittenText(identifier));
+    out.WriteToken(WrittenText(identifier));
   }
 }
 

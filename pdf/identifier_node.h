@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string_view>
+#include <utility>
 
 #include "pdf/node.h"
 
@@ -23,6 +24,9 @@ class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
   // Marks the node only when the identifier changes.
   void SetIdentifier(const Chaine& identifier);
 
+  // Writes such a token: escapes what would end the name early, and writes null for a
+  // keyword that would be taken for the frame of the file.
+  static void Write(ZPDFOutStream& out, const Chaine& identifier);
   // "#" becomes "#23"; bytes below 33 and from 127 on become "#" and two digits.
   static Chaine Encode(const Chaine& identifier);
   // Replaces the first "#" and its two characters by their byte, everywhere it
@@ -38,6 +42,10 @@ class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
   void Store(Chaine identifier) { identifier_ = std::move(identifier); }
 
  private:
+  friend class ZPDFNode;
+  ZPDFNodeIdentifier(Parsed, Chaine identifier, IPDFObjectProvider* provider)
+      : ZPDFNodeLeaf(provider, Kind::kIdentifier), identifier_(std::move(identifier)) {}
+
   Chaine identifier_;
 };
 
@@ -70,6 +78,12 @@ class ZFORMS_API ZPDFNodeBoolean final : public ZPDFNodeIdentifier {
   static ZPDFNodeBoolean* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                     const ZPDFEncrypter* encrypter);
   static bool Matches(Kind kind) { return kind == Kind::kBoolean; }
+
+ private:
+  friend class ZPDFNode;
+  ZPDFNodeBoolean(Parsed, bool value, IPDFObjectProvider* provider) : ZPDFNodeIdentifier(provider, Kind::kBoolean) {
+    Store(value ? "true" : "false");
+  }
 };
 
 }  // namespace zforms

@@ -1,10 +1,12 @@
 #include "pdf/indirect_object.h"
 
+#include "pdf/child_list.h"
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/object_encrypter.h"
 #include "pdf/parser/element_scan.h"
 #include "pdf/parser/tokenized_string.h"
+#include "pdf/plain_reader.h"
 #include "pdf/reference_node.h"
 #include "pdf/stream_node.h"
 #include "pdf/writer/out_stream.h"
@@ -12,6 +14,10 @@
 
 namespace zforms {
 namespace {
+
+std::unique_ptr<ZPDFEncrypter> EncrypterFor(const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id) {
+  return encryption == nullptr ? nullptr : MakeObjectEncrypter(encryption, id);
+}
 
 // The value's text, cut from the front. When the next object begins before
 // "endobj", the number and generation of its header are not part of it.
@@ -26,20 +32,32 @@ ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
   return value;
 }
 
+// The value at the front of the text, removed there with the comments behind it.
+ZPDFNode* ReadValue(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
+  ZPDFPlainReader reader(text, provider, encrypter);
+  if (ZPDFNode* const value = reader.Read()) {
+    text.TakeFirst(reader.Length());
+    text.TrimLeftComments();
+    return value;
+  }
+  ZPDFTokenizedString value_text = TakeValue(text);
+  return ZPDFNode::BuildFrom(value_text, provider, encrypter);
+}
+
 }  // namespace
 
 ZPDFNodeIndirectObject::ZPDFNodeIndirectObject(const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
                                                IPDFObjectProvider* provider)
-    : ZPDFNode(provider, Kind::kIndirectObject), id_(id), encrypter_(MakeObjectEncrypter(encryption, id)) {}
+    : ZPDFNode(provider, Kind::kIndirectObject), id_(id), encrypter_(EncrypterFor(encryption, id)) {}
 
 ZPDFNodeIndirectObject::ZPDFNodeIndirectObject(const ZPDFNodeIndirectObject& other)
-    : ZPDFNode(other), id_(other.id_), encrypter_(other.encrypter_->Clone()) {}
+    : ZPDFNode(other), id_(other.id_), encrypter_(other.encrypter_ == nullptr ? nullptr : other.encrypter_->Clone()) {}
 
 ZPDFNodeIndirectObject& ZPDFNodeIndirectObject::operator=(const ZPDFNodeIndirectObject& other) {
   if (this == &other) return *this;
   ZPDFNode::operator=(other);
   id_ = other.id_;
-  encrypter_.reset(other.encrypter_->Clone());
+  encrypter_.reset(other.encrypter_ == nullptr ? nullptr : other.encrypter_->Clone());
   return *this;
 }
 
@@ -47,8 +65,12 @@ ZPDFNodeIndirectObject::~ZPDFNodeIndirectObject() = default;
 
 ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::Clone() const { return new ZPDFNodeIndirectObject(*this); }
 
+const ZPDFEncrypter* ZPDFNodeIndirectObject::Encrypter() const {
+  return encrypter_ == nullptr ? ZPDFEncrypterNeutral::Default() : encrypter_.get();
+}
+
 void ZPDFNodeIndirectObject::SetEncryption(const ZPDFEncryption* encryption) {
-  encrypter_ = MakeObjectEncrypter(encryption, id_);
+  encrypter_ = EncrypterFor(encryption, id_);
 }
 
 void ZPDFNodeIndirectObject::SetChild(ZPDFNode* value) {
@@ -65,14 +87,14 @@ ZPDFNodeIndirectReference* ZPDFNodeIndirectObject::AllocReference() const {
 }
 
 void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
-  out.WriteToken(FormatUInt(id_.Number()));
+  out.WriteNumber(id_.Number());
   out.Separate();
-  out.WriteToken(FormatUInt(id_.Generation()));
+  out.WriteNumber(id_.Generation());
   out.Separate();
   out.WriteToken("obj");
   out.NewLine();
   const ZPDFNode* value = GetDirectAt(0);
-  if (value != nullptr) value->SendTo(out, encrypter != nullptr ? encrypter : encrypter_.get());
+  if (value != nullptr) value->SendTo(out, encrypter != nullptr ? encrypter : Encrypter());
   out.NewLine();
   out.WriteToken("endobj");
 }
@@ -86,15 +108,19 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
   const uint32_t generation = ParseUInt(text.TakeFirstToken());
   text.TakeFirstToken();
   text.SetObject(number, generation);
-  auto* object = new ZPDFNodeIndirectObject(encryption, {number, generation}, provider);
+  const ZPDFObjectIdentifier id(number, generation);
+  auto* object = MakeParsed<ZPDFNodeIndirectObject>(text.Pool(), encryption, id, provider);
 
-  ZPDFTokenizedString value_text = TakeValue(text);
-  ZPDFNode* value = ZPDFNode::BuildFrom(value_text, provider, object->Encrypter());
+  ZPDFNode* value = ReadValue(text, provider, object->Encrypter());
   auto* dictionary = NodeCast<ZPDFNodeDictionary>(value);
   if (dictionary != nullptr && text.StartWith("stream")) {
     value = ZPDFNodeStream::BuildFrom(text, dictionary, provider, object->Encrypter());
   }
-  if (value != nullptr) object->AppendChild(value);
+  if (value != nullptr) {
+    ZPDFNodePool* const pool = text.Pool();
+    object->AdoptChildren(pool == nullptr ? ZPDFChildList::Make(1) : ZPDFChildList::Make(1, *pool));
+    object->AppendChild(value);
+  }
   if (text.StartWith("endobj")) {
     text.TakeFirstToken();
   } else {

@@ -25,7 +25,8 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
   const ZPDFObjectIdentifier& GetID() const { return id_; }
-  const ZPDFEncrypter* Encrypter() const { return encrypter_.get(); }
+  // The neutral encrypter in a document that is not encrypted.
+  const ZPDFEncrypter* Encrypter() const;
   // From now on the object belongs to a document with that security handler.
   void SetEncryption(const ZPDFEncryption* encryption);
 
@@ -40,8 +41,13 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }
 
  private:
+  friend class ZPDFNode;
+  ZPDFNodeIndirectObject(Parsed, const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
+                         IPDFObjectProvider* provider)
+      : ZPDFNodeIndirectObject(encryption, id, provider) {}
+
   ZPDFObjectIdentifier id_;
-  std::unique_ptr<ZPDFEncrypter> encrypter_;
+  std::unique_ptr<ZPDFEncrypter> encrypter_;  // null for the neutral one
 };
 
 }  // namespace zforms

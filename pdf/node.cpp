@@ -1,5 +1,6 @@
 #include "pdf/node.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "pdf/array_node.h"
@@ -7,6 +8,7 @@
 #include "pdf/dictionary_node.h"
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
+#include "pdf/number_set.h"
 #include "pdf/numeric_node.h"
 #include "pdf/object_provider.h"
 #include "pdf/parser/char_class.h"
@@ -30,11 +32,26 @@ IPDFObjectProvider::~IPDFObjectProvider() = default;
 ZPDFNode::ZPDFNode(IPDFObjectProvider* provider) : provider_(provider) {}
 
 ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(other.kind_), modified_(other.modified_) {
-  if (other.children_ == nullptr) return;
-  children_ = ZPDFChildList::Make(other.children_->size);
-  for (uint32_t i = 0; i < other.children_->size; i++) {
-    const ZPDFNode* child = other.children_->items[i];
-    children_->Append(child == nullptr ? nullptr : child->Clone());
+  ZPDFChildList* const from = other.children_;
+  if (from == nullptr) return;
+  children_ = from->keys == nullptr ? ZPDFChildList::Make(from->size) : ZPDFChildList::MakeKeyed(from->size);
+  for (uint32_t i = 0; i < from->size; i++) {
+    ZPDFNode* const child = from->items[i] == nullptr ? nullptr : from->items[i]->Clone();
+    if (from->keys == nullptr) {
+      children_->Append(child);
+    } else {
+      children_->AppendKeyed(from->keys[i], child, from->Mark(i) != 0);
+    }
+  }
+}
+
+void ZPDFNode::operator delete(ZPDFNode* node, std::destroying_delete_t) {
+  const uint32_t pool_offset = node->pool_offset_;
+  node->~ZPDFNode();
+  if (pool_offset != 0) {
+    ZPDFNodePool::GiveBack(node, pool_offset);
+  } else {
+    ::operator delete(node);
   }
 }
 
@@ -93,18 +110,26 @@ void ZPDFNode::AddReferences(std::vector<const ZPDFNodeIndirectReference*>& foun
   }
 }
 
-void ZPDFNode::GetReferencedObjects(ZPDFObjectMap& map) const {
+ZPDFObjectList ZPDFNode::ReferencedBeyond(const ZPDFObjectMap& known) const {
   std::vector<const ZPDFNodeIndirectReference*> pending;
+  ZPDFObjectList objects;
+  ZPDFNumberSet visited;
   AddReferences(pending);
   while (!pending.empty()) {
     const ZPDFNodeIndirectReference* reference = pending.back();
     pending.pop_back();
-    if (map.contains(reference->GetID())) continue;
+    if (!visited.Add(reference->GetID()) || (!known.empty() && known.contains(reference->GetID()))) continue;
     const ZPDFNodeIndirectObject* object = reference->GetObject();
     if (object == nullptr) continue;
-    map.emplace(reference->GetID(), object);
+    objects.emplace_back(reference->GetID(), object);
     object->AddReferences(pending);
   }
+  std::sort(objects.begin(), objects.end());
+  return objects;
+}
+
+void ZPDFNode::GetReferencedObjects(ZPDFObjectMap& map) const {
+  for (const auto& [id, object] : ReferencedBeyond(map)) map.emplace_hint(map.end(), id, object);
 }
 
 // The target of a node is never a reference, so these do not recurse further.
@@ -167,14 +192,30 @@ void ZPDFNode::ReplaceChild(size_t index, ZPDFNode* node) {
 
 bool ZPDFNode::SharesChildren() const { return children_ != nullptr && children_->refs > 1; }
 
+void ZPDFNode::MakeEntries() const {
+  std::vector<ZPDFNode*> entries(children_->size);
+  for (uint32_t i = 0; i < children_->size; i++) {
+    entries[i] = new ZPDFNodeDictionaryEntry(children_->keys[i], children_->items[i], provider_);
+    if (children_->Mark(i) == 0) {
+      entries[i]->SetModified(false, false);
+      entries[i]->children_->items[0]->SetModified(false, false);
+    }
+  }
+  children_->Unkey(entries.data());
+}
+
 size_t ZPDFNode::Size() const { return children_ == nullptr ? 0 : children_->size; }
 
 ZPDFNode* ZPDFNode::GetDirectAt(size_t index) {
+  if (children_ != nullptr && children_->keys != nullptr) MakeEntries();
   if (index >= Size() && !immutable_) EnsureChildren()->GrowTo(index + 1);
   return index < Size() ? children_->items[index] : nullptr;
 }
 
-const ZPDFNode* ZPDFNode::GetDirectAt(size_t index) const { return index < Size() ? children_->items[index] : nullptr; }
+const ZPDFNode* ZPDFNode::GetDirectAt(size_t index) const {
+  if (children_ != nullptr && children_->keys != nullptr) MakeEntries();
+  return index < Size() ? children_->items[index] : nullptr;
+}
 
 ZPDFNode* ZPDFNode::GetTargetAt(size_t index) {
   ZPDFNode* child = GetDirectAt(index);
@@ -190,6 +231,9 @@ void ZPDFNode::SetModified(bool modified, bool recursive) {
   if (immutable_) return;
   modified_ = modified;
   if (!recursive) return;
+  if (children_ != nullptr && children_->keys != nullptr) {
+    std::fill_n(&children_->Mark(0), children_->size, modified ? uint8_t{1} : uint8_t{0});
+  }
   for (size_t i = 0; i < Size(); i++) {
     if (children_->items[i] != nullptr) children_->items[i]->SetModified(modified, recursive);
   }
@@ -197,8 +241,12 @@ void ZPDFNode::SetModified(bool modified, bool recursive) {
 
 bool ZPDFNode::IsModified() const {
   if (modified_) return true;
-  for (size_t i = 0; i < Size(); i++) {
-    if (children_->items[i] != nullptr && children_->items[i]->IsModified()) return true;
+  if (children_ == nullptr) return false;
+  for (uint32_t i = 0; i < children_->size; i++) {
+    const ZPDFNode* child = children_->items[i];
+    if (child == nullptr) continue;
+    if (child->modified_ || (child->children_ != nullptr && child->IsModified())) return true;
+    if (children_->keys != nullptr && children_->Mark(i) != 0) return true;
   }
   return false;
 }

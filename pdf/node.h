@@ -2,7 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
+#include <utility>
+#include <vector>
 
+#include "pdf/node_pool.h"
 #include "pdf/object_identifier.h"
 #include "platform/chaine.h"
 #include "platform/containers.h"
@@ -18,6 +22,8 @@ class ZPDFTokenizedString;
 struct ZPDFChildList;
 
 using ZPDFObjectMap = FSortedMap<ZPDFObjectIdentifier, const ZPDFNodeIndirectObject*>;
+// The same as a list, in identifier order.
+using ZPDFObjectList = PTableau<std::pair<ZPDFObjectIdentifier, const ZPDFNodeIndirectObject*>>;
 
 // ZPDFNode is the base of the tree in which every PDF object is held. A node
 // owns its children (but never the shared null node), knows its object provider
@@ -34,6 +40,10 @@ class ZFORMS_API ZPDFNode {
   // Shallow: both nodes then share one child list. The children held so far are
   // kept alive beside it and go when the last sharing node does.
   ZPDFNode& operator=(const ZPDFNode& other);
+
+  // Nodes that were parsed stand in their document's pool, others on the heap: the
+  // node knows where its memory goes back to, so "delete" fits all of them.
+  static void operator delete(ZPDFNode* node, std::destroying_delete_t);
 
   // The order of these virtual operations is part of the binary interface.
   virtual ~ZPDFNode();
@@ -73,6 +83,9 @@ class ZFORMS_API ZPDFNode {
   ZPDFNode* GetTargetAt(size_t index);
   const ZPDFNode* GetTargetAt(size_t index) const;
 
+  // The objects that GetReferencedObjects adds to an empty map, as a list.
+  ZPDFObjectList ReferencedObjects() const { return ReferencedBeyond({}); }
+
   IPDFObjectProvider* ObjectProvider() const { return provider_; }
   // Sets the flag here and, when recursive, in everything below.
   void SetModified(bool modified, bool recursive);
@@ -106,10 +119,26 @@ class ZFORMS_API ZPDFNode {
   };
   ZPDFNode(IPDFObjectProvider* provider, Kind kind) : provider_(provider), kind_(kind) {}
 
+  // Says of a constructor that the node is as it was read, and not marked.
+  struct Parsed {};
+  // A node as it was read, in the memory of the pool; on the heap without one.
+  template <class T, class... Arguments>
+  static T* MakeParsed(ZPDFNodePool* pool, Arguments&&... arguments) {
+    if (pool == nullptr) return new T(Parsed(), std::forward<Arguments>(arguments)...);
+    const ZPDFNodePool::Block block = pool->Take(sizeof(T));
+    T* const node = ::new (block.memory) T(Parsed(), std::forward<Arguments>(arguments)...);
+    static_cast<ZPDFNode*>(node)->pool_offset_ = block.offset;
+    return node;
+  }
+
   // Destroys the child at `index` and stores the node there; null removes the slot.
   void ReplaceChild(size_t index, ZPDFNode* node);
   // Takes the children in reverse order, as parsing from the end yields them.
   void AdoptReversed(ZPDFNode* const* nodes, size_t count);
+  // The list as it is stored, null while there are no children.
+  ZPDFChildList* Children() const { return children_; }
+  // Precondition: there are no children yet. Takes over the list.
+  void AdoptChildren(ZPDFChildList* list) { children_ = list; }
   // Whether another node, assigned from this one or the other way, holds the same list.
   bool SharesChildren() const;
   // Makes this the shared node that no path changes, marks or deletes.
@@ -120,14 +149,20 @@ class ZFORMS_API ZPDFNode {
   friend T* NodeCast(ZPDFNode* node);
   template <class T>
   friend const T* NodeCast(const ZPDFNode* node);
+  friend class ZPDFPlainReader;
 
   ZPDFChildList* EnsureChildren();
+  // Puts entry nodes into the list of a dictionary that has kept keys and values.
+  void MakeEntries() const;
   static void ReleaseChildren(ZPDFChildList* list);
+  // What can be reached without passing through an object of the map.
+  ZPDFObjectList ReferencedBeyond(const ZPDFObjectMap& known) const;
   // Appends the references that stand in this node or below it.
   void AddReferences(std::vector<const ZPDFNodeIndirectReference*>& found) const;
 
   ZPDFChildList* children_ = nullptr;
   IPDFObjectProvider* provider_;
+  uint32_t pool_offset_ = 0;  // where the node stands in its slab, 0 for the heap
   Kind kind_ = Kind::kOther;
   bool modified_ = false;
   bool immutable_ = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <vector>
@@ -8,26 +9,35 @@ namespace zforms {
 
 class ZPDFNode;
 
-// Collects the nodes of an array or dictionary while it is parsed from its end.
-// The first few stay on the stack, so that most parsing allocates no list twice.
-class ZPDFNodeStack {
+// A stack whose first few elements need no memory of their own: what is inside an
+// array or a dictionary is collected on one before its list is made to measure.
+template <class T, size_t kFew>
+class ZPDFSmallStack {
  public:
-  void Push(ZPDFNode* node) {
-    if (size_ < few_.size()) {
-      few_[size_] = node;
+  void Push(const T& item) {
+    if (size_ < kFew) {
+      few_[size_] = item;
     } else {
-      if (size_ == few_.size()) many_.assign(few_.begin(), few_.end());
-      many_.push_back(node);
+      if (size_ == kFew) many_.assign(few_.begin(), few_.end());
+      many_.resize(size_);
+      many_.push_back(item);
     }
     size_++;
   }
   size_t Size() const { return size_; }
-  ZPDFNode* const* Data() const { return many_.empty() ? few_.data() : many_.data(); }
+  const T* Data() const { return size_ <= kFew ? few_.data() : many_.data(); }
+  // Keeps the first `size` elements.
+  void Shrink(size_t size) {
+    if (size_ > kFew && size <= kFew) std::copy_n(many_.begin(), size, few_.begin());
+    size_ = size;
+  }
 
  private:
-  std::array<ZPDFNode*, 16> few_;
-  std::vector<ZPDFNode*> many_;
+  std::array<T, kFew> few_;
+  std::vector<T> many_;
   size_t size_ = 0;
 };
+
+using ZPDFNodeStack = ZPDFSmallStack<ZPDFNode*, 16>;
 
 }  // namespace zforms

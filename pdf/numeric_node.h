@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "pdf/node.h"
 
 namespace zforms {
@@ -38,6 +40,10 @@ class ZFORMS_API ZPDFNodeNumeric final : public ZPDFNodeLeaf {
   void SetValue(const Chaine& text);
 
  private:
+  friend class ZPDFNode;
+  ZPDFNodeNumeric(Parsed, Chaine text, IPDFObjectProvider* provider)
+      : ZPDFNodeLeaf(provider, Kind::kNumeric), text_(std::move(text)) {}
+
   Chaine text_;
 };
 

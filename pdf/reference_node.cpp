@@ -55,9 +55,9 @@ ZPDFNode* ZPDFNodeIndirectReference::GetTarget() { return const_cast<ZPDFNode*>(
 const ZPDFNode* ZPDFNodeIndirectReference::GetTarget() const { return Follow(); }
 
 void ZPDFNodeIndirectReference::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const {
-  out.WriteToken(FormatUInt(id_.Number()));
+  out.WriteNumber(id_.Number());
   out.Separate();
-  out.WriteToken(FormatUInt(id_.Generation()));
+  out.WriteNumber(id_.Generation());
   out.Separate();
   out.WriteChar('R');
 }

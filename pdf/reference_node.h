@@ -25,6 +25,9 @@ class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
   static bool Matches(Kind kind) { return kind == Kind::kReference; }
 
  private:
+  friend class ZPDFNode;
+  ZPDFNodeIndirectReference(Parsed, const ZPDFObjectIdentifier& id, IPDFObjectProvider* provider)
+      : ZPDFNode(provider, Kind::kReference), id_(id) {}
   const ZPDFNode* Follow() const;
 
   ZPDFObjectIdentifier id_;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "pdf/node.h"
 
 namespace zforms {
@@ -15,6 +17,8 @@ class ZFORMS_API ZPDFNodeString : public ZPDFNodeLeaf {
 
  protected:
   ZPDFNodeString(IPDFObjectProvider* provider, Kind kind) : ZPDFNodeLeaf(provider, kind) {}
+  ZPDFNodeString(Chaine value, IPDFObjectProvider* provider, Kind kind)
+      : ZPDFNodeLeaf(provider, kind), value_(std::move(value)) {}
   void Store(Chaine value) { value_ = std::move(value); }
 
  private:
@@ -38,6 +42,11 @@ class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
   static ZPDFNodeLiteralString* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                           const ZPDFEncrypter* encrypter);
   static bool Matches(Kind kind) { return kind == Kind::kLiteralString; }
+
+ private:
+  friend class ZPDFNode;
+  ZPDFNodeLiteralString(Parsed, Chaine value, IPDFObjectProvider* provider)
+      : ZPDFNodeString(std::move(value), provider, Kind::kLiteralString) {}
 };
 
 // A string written in angle brackets, two hexadecimal digits a byte.
@@ -56,6 +65,11 @@ class ZFORMS_API ZPDFNodeHexaString final : public ZPDFNodeString {
   static ZPDFNodeHexaString* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                        const ZPDFEncrypter* encrypter);
   static bool Matches(Kind kind) { return kind == Kind::kHexaString; }
+
+ private:
+  friend class ZPDFNode;
+  ZPDFNodeHexaString(Parsed, Chaine value, IPDFObjectProvider* provider)
+      : ZPDFNodeString(std::move(value), provider, Kind::kHexaString) {}
 };
 
 }  // namespace zforms

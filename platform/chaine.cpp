@@ -6,22 +6,11 @@
 
 namespace zforms {
 
-// `used` counts the bytes that some window covers. A window that ends there may
-// claim more by moving `used` forward; the compare-and-exchange lets only one
-// of several sharing windows win.
-struct Chaine::Buffer {
-  std::atomic<size_t> refs;
-  std::atomic<size_t> used;
-  size_t capacity;
-
-  char* Bytes() { return reinterpret_cast<char*>(this + 1); }
-
-  static Buffer* Alloc(size_t capacity) {
-    void* memory = std::malloc(sizeof(Buffer) + capacity);
-    if (memory == nullptr) throw std::bad_alloc();
-    return new (memory) Buffer{1, 0, capacity};
-  }
-};
+Chaine::Buffer* Chaine::Buffer::Alloc(size_t capacity) {
+  void* memory = std::malloc(sizeof(Buffer) + capacity);
+  if (memory == nullptr) throw std::bad_alloc();
+  return new (memory) Buffer{1, 0, capacity};
+}
 
 Chaine::Chaine(size_t count, char c) : rep_(0) {
   if (count != 0) std::memset(AppendUninitialized(count), c, count);
@@ -87,11 +76,6 @@ bool Chaine::ExtendInPlace(size_t count) {
   if (buffer == nullptr) return false;
   size_t end = static_cast<size_t>(heap_.data - buffer->Bytes()) + size();
   if (buffer->capacity - end < count) return false;
-  if (buffer->refs.load(std::memory_order_acquire) == 1) {
-    // The only window: nobody can see what lies behind it.
-    buffer->used.store(end + count, std::memory_order_relaxed);
-    return true;
-  }
   return buffer->used.compare_exchange_strong(end, end + count, std::memory_order_acq_rel);
 }
 
@@ -127,6 +111,7 @@ void Chaine::Reserve(size_t capacity) {
 }
 
 char* Chaine::AppendUninitialized(size_t count) {
+  if (char* const room = ExtendQuickly(count)) return room;
   const size_t length = size();
   if (!IsHeap() && length + count <= kInlineCapacity) {
     SetInline(length + count);
@@ -141,7 +126,7 @@ char* Chaine::AppendUninitialized(size_t count) {
   return const_cast<char*>(heap_.data) + length;
 }
 
-void Chaine::Append(std::string_view bytes) {
+void Chaine::AppendSlowly(std::string_view bytes) {
   if (bytes.empty()) return;
   // The text to append may be a part of this one, which growing could free.
   const bool own = bytes.data() >= data() && bytes.data() < data() + size();
@@ -152,8 +137,6 @@ void Chaine::Append(std::string_view bytes) {
   }
   std::memcpy(AppendUninitialized(bytes.size()), bytes.data(), bytes.size());
 }
-
-void Chaine::Append(char c) { *AppendUninitialized(1) = c; }
 
 void Chaine::Truncate(size_t length) {
   if (length >= size()) return;

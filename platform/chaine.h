@@ -63,8 +63,18 @@ class ZFORMS_API Chaine {
   // are cut to the end.
   Chaine Mid(size_t start, size_t length = SIZE_MAX) const;
 
-  void Append(std::string_view bytes);
-  void Append(char c);
+  void Append(std::string_view bytes) {
+    char* const to = ExtendQuickly(bytes.size());
+    if (to == nullptr) {
+      AppendSlowly(bytes);
+    } else if (!bytes.empty()) {
+      std::memcpy(to, bytes.data(), bytes.size());
+    }
+  }
+  void Append(char c) {
+    char* const to = ExtendQuickly(1);
+    *(to == nullptr ? AppendUninitialized(1) : to) = c;
+  }
   Chaine& operator+=(std::string_view bytes) {
     Append(bytes);
     return *this;
@@ -107,7 +117,17 @@ class ZFORMS_API Chaine {
   static Chaine Concat(std::string_view a, std::string_view b);
 
  private:
-  struct Buffer;
+  // `used` counts the bytes that some window covers. A window that ends there may
+  // claim more by moving `used` forward; the compare-and-exchange lets only one of
+  // several sharing windows win.
+  struct Buffer {
+    std::atomic<size_t> refs;
+    std::atomic<size_t> used;
+    size_t capacity;
+
+    char* Bytes() { return reinterpret_cast<char*>(this + 1); }
+    static Buffer* Alloc(size_t capacity);
+  };
   struct Window {
     const char* data;
     Buffer* buffer;  // null for a literal
@@ -121,12 +141,38 @@ class ZFORMS_API Chaine {
   }
   void Init(std::string_view bytes) {
     if (bytes.size() <= kInlineCapacity) {
-      if (!bytes.empty()) std::memcpy(inline_, bytes.data(), bytes.size());
+      CopyFew(inline_, bytes.data(), bytes.size());
       SetInline(bytes.size());
     } else {
       InitHeap(bytes);
     }
   }
+  // Up to 16 bytes in moves of fixed lengths, which may overlap: a call of memcpy
+  // would take longer than the copying.
+  static void CopyFew(char* to, const char* from, size_t count) {
+    if (count >= 8) {
+      std::memcpy(to, from, 8);
+      std::memcpy(to + count - 8, from + count - 8, 8);
+    } else if (count >= 4) {
+      std::memcpy(to, from, 4);
+      std::memcpy(to + count - 4, from + count - 4, 4);
+    } else if (count > 0) {
+      to[0] = from[0];
+      to[count / 2] = from[count / 2];
+      to[count - 1] = from[count - 1];
+    }
+  }
+  // Room for more at the end of a buffer that nobody shares, null where there is none.
+  char* ExtendQuickly(size_t count) {
+    if (!IsHeap() || heap_.buffer == nullptr || heap_.buffer->refs.load(std::memory_order_acquire) != 1) return nullptr;
+    char* const end = const_cast<char*>(heap_.data) + size();
+    const auto used = static_cast<size_t>(end - heap_.buffer->Bytes());
+    if (heap_.buffer->capacity - used < count) return nullptr;
+    heap_.buffer->used.store(used + count, std::memory_order_relaxed);
+    rep_ += count << 1;
+    return end;
+  }
+  void AppendSlowly(std::string_view bytes);
   void CopyFrom(const Chaine& other) noexcept {
     std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Chaine));
     if (IsHeap()) Retain();

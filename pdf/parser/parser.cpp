@@ -44,8 +44,7 @@ bool IsNumber(std::string_view token, uint32_t number) { return AllDigits(token)
 // loaded while there is no security handler yet.
 void LoadValues(ZPDFNodeDictionary& dictionary) {
   for (size_t i = 0; i < dictionary.Size(); i++) {
-    auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(dictionary.GetDirectAt(i));
-    if (entry != nullptr && entry->Value() != nullptr) entry->Value()->GetTarget();
+    if (ZPDFNode* value = dictionary.ValueAt(i)) value->GetTarget();
   }
 }
 
@@ -235,6 +234,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   }
   const size_t reach = search_budget_ == 0 ? kShortSearch : raw_data_.size() - offset;
   ZPDFTokenizedString text(SousChaine(raw_data_, offset, reach));
+  text.SetPool(&pool_);
   text.SetDiagnostics(&diagnostics_);
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();

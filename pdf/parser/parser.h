@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "pdf/node.h"
+#include "pdf/node_pool.h"
 #include "pdf/object_provider.h"
 #include "pdf/parser/locations.h"
 #include "pdf/parser/tokenized_string.h"
@@ -112,6 +113,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   Chaine path_name_;
   Chaine user_password_;
   uint32_t xref_offset_ = 0;
+  ZPDFNodePool pool_;
   ZPDFLocations locations_;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   std::unique_ptr<ZPDFEncryption> encryption_;

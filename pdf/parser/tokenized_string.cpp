@@ -37,6 +37,7 @@ ZPDFTokenizedString& ZPDFTokenizedString::operator=(const ZPDFTokenizedString& o
   origin_ = other.origin_;
   nesting_ = other.nesting_;
   searched_in_vain_ = other.searched_in_vain_;
+  pool_ = other.pool_;
   diagnostics_ = other.diagnostics_;
   object_number_ = other.object_number_;
   object_generation_ = other.object_generation_;

@@ -9,6 +9,7 @@
 namespace zforms {
 
 class ZDiagnostics;
+class ZPDFNodePool;
 enum class ScanStop;
 
 // A part of a text that it keeps alive: a shared Chaine, a start and a length.
@@ -122,6 +123,10 @@ class ZFORMS_API ZPDFTokenizedString {
   void NoteSearchInVain(size_t count) { searched_in_vain_ += count; }
   size_t SearchedInVain() const { return searched_in_vain_; }
 
+  // Where the nodes of what is parsed get their memory; null for the heap.
+  void SetPool(ZPDFNodePool* pool) { pool_ = pool; }
+  ZPDFNodePool* Pool() const { return pool_; }
+
   // Where oddities are reported, with the object that is being parsed; none by default.
   void SetDiagnostics(ZDiagnostics* diagnostics) { diagnostics_ = diagnostics; }
   ZDiagnostics* Diagnostics() const { return diagnostics_; }
@@ -150,6 +155,7 @@ class ZFORMS_API ZPDFTokenizedString {
   size_t origin_ = 0;  // where the text starts in the file that warnings speak of
   int nesting_ = 0;
   size_t searched_in_vain_ = 0;
+  ZPDFNodePool* pool_ = nullptr;
   ZDiagnostics* diagnostics_ = nullptr;
   uint32_t object_number_ = 0;
   uint32_t object_generation_ = 0;

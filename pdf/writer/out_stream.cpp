@@ -1,6 +1,7 @@
 #include "pdf/writer/out_stream.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "pdf/parser/char_class.h"
 
@@ -62,6 +63,12 @@ void ZPDFOutStream::WriteToken(std::string_view token) {
   if (column_ + token.size() > kLastColumn) NewLine();
   target_->Append(token);
   column_ += token.size();
+}
+
+void ZPDFOutStream::WriteNumber(uint32_t value) {
+  char digits[10];
+  const auto written = std::to_chars(digits, digits + sizeof(digits), value);
+  WriteToken({digits, static_cast<size_t>(written.ptr - digits)});
 }
 
 void ZPDFOutStream::WriteRaw(std::string_view bytes) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "platform/chaine.h"
@@ -29,6 +30,8 @@ class ZFORMS_API ZPDFOutStream {
   // delimiter trailing blanks go.
   void WriteToken(std::string_view token);
   void WriteChar(char c) { WriteToken({&c, 1}); }
+  // The number in decimal, as a token.
+  void WriteNumber(uint32_t value);
   // The bytes as they are; the column starts again at 0.
   void WriteRaw(std::string_view bytes);
   // The escaped body of a literal string, continued over lines with a backslash

@@ -1,0 +1,240 @@
+#include "pdf/plain_reader.h"
+
+#include <algorithm>
+#include <new>
+
+#include "pdf/array_node.h"
+#include "pdf/child_list.h"
+#include "pdf/crypt/encrypter.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/hex.h"
+#include "pdf/identifier_node.h"
+#include "pdf/numeric_node.h"
+#include "pdf/parser/char_class.h"
+#include "pdf/parser/tokenized_string.h"
+#include "pdf/reference_node.h"
+#include "pdf/string_node.h"
+#include "platform/number.h"
+
+namespace zforms {
+namespace {
+
+constexpr int kMaxDepth = 100;
+
+}  // namespace
+
+ZPDFPlainReader::ZPDFPlainReader(const ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                 const ZPDFEncrypter* encrypter)
+    : text_(text),
+      provider_(provider),
+      encrypter_(encrypter == ZPDFEncrypterNeutral::Default() ? nullptr : encrypter),
+      pool_(text.Pool()),
+      begin_(text.View().data()),
+      at_(begin_),
+      end_(begin_ + text.GetLength()) {}
+
+ZPDFPlainReader::~ZPDFPlainReader() {
+  // What was read before the text turned out not to be plain.
+  for (size_t i = 0; i < nodes_.Size(); i++) ZPDFNode::Destroy(nodes_.Data()[i]);
+}
+
+ZPDFNode* ZPDFPlainReader::Read() {
+  if (at_ == end_) return nullptr;
+  const bool ends_itself = *at_ == '<' || *at_ == '[' || *at_ == '(';
+  ZPDFNode* const value = Value(0);
+  if (value == nullptr || ends_itself) return value;
+  SkipWhites();
+  if (StandsHere("endobj")) return value;
+  ZPDFNode::Destroy(value);
+  return nullptr;
+}
+
+ZPDFNode* ZPDFPlainReader::Value(int depth) {
+  if (at_ == end_ || depth > kMaxDepth) return nullptr;
+  switch (*at_) {
+    case '/': return Name();
+    case '(': return Literal();
+    case '[': return Array(depth);
+    case '<': return StandsHere("<<") ? Dictionary(depth) : Hexadecimal();
+    case 't':
+    case 'f':
+    case 'n': return Keyword();
+    default: return Number();
+  }
+}
+
+ZPDFNode* ZPDFPlainReader::Dictionary(int depth) {
+  at_ += 2;
+  const size_t first_node = nodes_.Size();
+  const size_t first_key = keys_.Size();
+  for (SkipWhites(); !StandsHere(">>"); SkipWhites()) {
+    std::string_view key;
+    if (!TakeName(&key)) return nullptr;
+    SkipWhites();
+    ZPDFNode* const value = Value(depth + 1);
+    if (value == nullptr) return nullptr;
+    keys_.Push(key);
+    nodes_.Push(value);
+  }
+  at_ += 2;
+  auto* const dictionary = ZPDFNode::MakeParsed<ZPDFNodeDictionary>(pool_, provider_);
+  const size_t count = nodes_.Size() - first_node;
+  if (count == 0) return dictionary;
+  ZPDFChildList* const list =
+      pool_ == nullptr ? ZPDFChildList::MakeKeyed(count) : ZPDFChildList::MakeKeyed(count, *pool_);
+  std::copy_n(nodes_.Data() + first_node, count, list->items);
+  for (size_t i = 0; i < count; i++) new (list->keys + i) Chaine(NameText(keys_.Data()[first_key + i]));
+  std::fill_n(&list->Mark(0), count, uint8_t{0});
+  list->size = static_cast<uint32_t>(count);
+  nodes_.Shrink(first_node);
+  keys_.Shrink(first_key);
+  dictionary->AdoptChildren(list);
+  if (encrypter_ != nullptr) dictionary->RestoreSignature(encrypter_);
+  return dictionary;
+}
+
+ZPDFNode* ZPDFPlainReader::Array(int depth) {
+  at_++;
+  const size_t first = nodes_.Size();
+  for (SkipWhites(); at_ != end_ && *at_ != ']'; SkipWhites()) {
+    ZPDFNode* const element = Value(depth + 1);
+    if (element == nullptr) return nullptr;
+    nodes_.Push(element);
+  }
+  if (at_ == end_) return nullptr;
+  at_++;
+  auto* const array = ZPDFNode::MakeParsed<ZPDFNodeArray>(pool_, provider_);
+  const size_t count = nodes_.Size() - first;
+  if (count == 0) return array;
+  ZPDFChildList* const list = pool_ == nullptr ? ZPDFChildList::Make(count) : ZPDFChildList::Make(count, *pool_);
+  std::copy_n(nodes_.Data() + first, count, list->items);
+  list->size = static_cast<uint32_t>(count);
+  nodes_.Shrink(first);
+  array->AdoptChildren(list);
+  return array;
+}
+
+ZPDFNode* ZPDFPlainReader::Literal() {
+  const char* const start = ++at_;
+  bool as_it_stands = true;
+  for (size_t depth = 0; at_ != end_; at_++) {
+    const char c = *at_;
+    if (c == '(') {
+      depth++;
+    } else if (c == ')') {
+      if (depth-- == 0) break;
+    } else if (c == '\\') {
+      // From the end, a parenthesis behind two backslashes reads otherwise.
+      if (++at_ == end_ || *at_ == '\\') return nullptr;
+      as_it_stands = false;
+    } else if (c == '\r') {
+      as_it_stands = false;
+    }
+  }
+  if (at_ == end_) return nullptr;
+  Chaine value = Text({start, static_cast<size_t>(at_ - start)});
+  at_++;
+  if (!as_it_stands) value = ZPDFNodeLiteralString::Decode(value);
+  return ZPDFNode::MakeParsed<ZPDFNodeLiteralString>(pool_, Deciphered(std::move(value)), provider_);
+}
+
+ZPDFNode* ZPDFPlainReader::Hexadecimal() {
+  const char* const start = ++at_;
+  while (at_ != end_ && HexDigit(*at_) >= 0) at_++;
+  if (at_ == end_ || *at_ != '>') return nullptr;
+  const Chaine digits = Text({start, static_cast<size_t>(at_ - start)});
+  at_++;
+  return ZPDFNode::MakeParsed<ZPDFNodeHexaString>(pool_, Deciphered(ZPDFNodeHexaString::Decode(digits)), provider_);
+}
+
+ZPDFNode* ZPDFPlainReader::Name() {
+  std::string_view name;
+  if (!TakeName(&name)) return nullptr;
+  return ZPDFNode::MakeParsed<ZPDFNodeIdentifier>(pool_, NameText(name), provider_);
+}
+
+ZPDFNode* ZPDFPlainReader::Number() {
+  const char* const start = at_;
+  const std::string_view digits = TakeDigits();
+  if (AtSpecial() && !digits.empty()) {
+    if (ZPDFNode* const reference = Reference(digits)) return reference;
+  } else {
+    while (at_ != end_ && (Is(*at_, kDigit) || *at_ == '.' || *at_ == '-' || *at_ == '+')) at_++;
+    if (at_ == start || !Is(at_[-1], kDigit) || !AtSpecial()) return nullptr;
+  }
+  return ZPDFNode::MakeParsed<ZPDFNodeNumeric>(pool_, Text({start, static_cast<size_t>(at_ - start)}), provider_);
+}
+
+// The reference whose number has just been taken; null, with nothing more taken,
+// when a generation and an "R" do not follow.
+ZPDFNode* ZPDFPlainReader::Reference(std::string_view number) {
+  const char* const after_number = at_;
+  SkipWhites();
+  const std::string_view generation = TakeDigits();
+  if (!generation.empty()) {
+    const char* const after_generation = at_;
+    SkipWhites();
+    if (at_ != after_generation && at_ != end_ && *at_ == 'R') {
+      at_++;
+      if (AtSpecial()) {
+        const ZPDFObjectIdentifier id(ParseUInt(number), ParseUInt(generation));
+        return ZPDFNode::MakeParsed<ZPDFNodeIndirectReference>(pool_, id, provider_);
+      }
+    }
+  }
+  at_ = after_number;
+  return nullptr;
+}
+
+ZPDFNode* ZPDFPlainReader::Keyword() {
+  for (const std::string_view word : {"true", "false", "null"}) {
+    if (!StandsHere(word)) continue;
+    at_ += word.size();
+    if (!AtSpecial()) return nullptr;
+    if (word == "null") return ZPDFNodeNull::Default();
+    return ZPDFNode::MakeParsed<ZPDFNodeBoolean>(pool_, word == "true", provider_);
+  }
+  return nullptr;
+}
+
+bool ZPDFPlainReader::TakeName(std::string_view* name) {
+  const char* const start = at_;
+  if (at_ == end_ || *at_ != '/') return false;
+  for (at_++; at_ != end_ && !Is(*at_, kSpecial); at_++) {
+    // A parenthesis behind it would read otherwise from the end.
+    if (*at_ == '\\') return false;
+  }
+  *name = {start, static_cast<size_t>(at_ - start)};
+  return at_ != end_ && name->size() > 1;
+}
+
+std::string_view ZPDFPlainReader::TakeDigits() {
+  const char* const start = at_;
+  while (at_ != end_ && Is(*at_, kDigit)) at_++;
+  return {start, static_cast<size_t>(at_ - start)};
+}
+
+Chaine ZPDFPlainReader::NameText(std::string_view name) const {
+  Chaine text = Text(name);
+  return name.find('#') == std::string_view::npos ? text : ZPDFNodeIdentifier::Decode(text);
+}
+
+Chaine ZPDFPlainReader::Text(std::string_view part) const {
+  return part.size() <= Chaine::kInlineCapacity ? Chaine(part) : text_.Share(part);
+}
+
+Chaine ZPDFPlainReader::Deciphered(Chaine text) const {
+  return encrypter_ == nullptr ? std::move(text) : encrypter_->Decrypt(text);
+}
+
+void ZPDFPlainReader::SkipWhites() {
+  while (at_ != end_ && Is(*at_, kWhite)) at_++;
+}
+
+bool ZPDFPlainReader::AtSpecial() const { return at_ != end_ && Is(*at_, kSpecial); }
+
+bool ZPDFPlainReader::StandsHere(std::string_view word) const {
+  return static_cast<size_t>(end_ - at_) >= word.size() && std::string_view(at_, word.size()) == word;
+}
+
+}  // namespace zforms
