@@ -34,11 +34,13 @@ ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
 
 // The value at the front of the text, removed there with the comments behind it.
 ZPDFNode* ReadValue(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
-  ZPDFPlainReader reader(text, provider, encrypter);
-  if (ZPDFNode* const value = reader.Read()) {
-    text.TakeFirst(reader.Length());
-    text.TrimLeftComments();
-    return value;
+  if (text.Pool() != nullptr) {
+    ZPDFPlainReader reader(text, provider, encrypter);
+    if (ZPDFNode* const value = reader.Read()) {
+      text.TakeFirst(reader.Length());
+      text.TrimLeftComments();
+      return value;
+    }
   }
   ZPDFTokenizedString value_text = TakeValue(text);
   return ZPDFNode::BuildFrom(value_text, provider, encrypter);

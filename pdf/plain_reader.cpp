@@ -28,7 +28,7 @@ ZPDFPlainReader::ZPDFPlainReader(const ZPDFTokenizedString& text, IPDFObjectProv
     : text_(text),
       provider_(provider),
       encrypter_(encrypter == ZPDFEncrypterNeutral::Default() ? nullptr : encrypter),
-      pool_(text.Pool()),
+      pool_(*text.Pool()),
       begin_(text.View().data()),
       at_(begin_),
       end_(begin_ + text.GetLength()) {}
@@ -42,9 +42,13 @@ ZPDFNode* ZPDFPlainReader::Read() {
   if (at_ == end_) return nullptr;
   const bool ends_itself = *at_ == '<' || *at_ == '[' || *at_ == '(';
   ZPDFNode* const value = Value(0);
-  if (value == nullptr || ends_itself) return value;
+  if (value == nullptr) return nullptr;
+  const char* const value_end = at_;
   SkipWhites();
-  if (StandsHere("endobj")) return value;
+  // Before "obj", what was read last is the header of the next object.
+  const bool plain = ends_itself ? !StandsHere("obj") && !StandsHere("%") : StandsHere("endobj");
+  at_ = value_end;
+  if (plain) return value;
   ZPDFNode::Destroy(value);
   return nullptr;
 }
@@ -77,11 +81,10 @@ ZPDFNode* ZPDFPlainReader::Dictionary(int depth) {
     nodes_.Push(value);
   }
   at_ += 2;
-  auto* const dictionary = ZPDFNode::MakeParsed<ZPDFNodeDictionary>(pool_, provider_);
+  auto* const dictionary = ZPDFNode::MakeParsed<ZPDFNodeDictionary>(&pool_, provider_);
   const size_t count = nodes_.Size() - first_node;
   if (count == 0) return dictionary;
-  ZPDFChildList* const list =
-      pool_ == nullptr ? ZPDFChildList::MakeKeyed(count) : ZPDFChildList::MakeKeyed(count, *pool_);
+  ZPDFChildList* const list = ZPDFChildList::MakeKeyed(count, pool_);
   std::copy_n(nodes_.Data() + first_node, count, list->items);
   for (size_t i = 0; i < count; i++) new (list->keys + i) Chaine(NameText(keys_.Data()[first_key + i]));
   std::fill_n(&list->Mark(0), count, uint8_t{0});
@@ -103,10 +106,10 @@ ZPDFNode* ZPDFPlainReader::Array(int depth) {
   }
   if (at_ == end_) return nullptr;
   at_++;
-  auto* const array = ZPDFNode::MakeParsed<ZPDFNodeArray>(pool_, provider_);
+  auto* const array = ZPDFNode::MakeParsed<ZPDFNodeArray>(&pool_, provider_);
   const size_t count = nodes_.Size() - first;
   if (count == 0) return array;
-  ZPDFChildList* const list = pool_ == nullptr ? ZPDFChildList::Make(count) : ZPDFChildList::Make(count, *pool_);
+  ZPDFChildList* const list = ZPDFChildList::Make(count, pool_);
   std::copy_n(nodes_.Data() + first, count, list->items);
   list->size = static_cast<uint32_t>(count);
   nodes_.Shrink(first);
@@ -135,7 +138,7 @@ ZPDFNode* ZPDFPlainReader::Literal() {
   Chaine value = Text({start, static_cast<size_t>(at_ - start)});
   at_++;
   if (!as_it_stands) value = ZPDFNodeLiteralString::Decode(value);
-  return ZPDFNode::MakeParsed<ZPDFNodeLiteralString>(pool_, Deciphered(std::move(value)), provider_);
+  return ZPDFNode::MakeParsed<ZPDFNodeLiteralString>(&pool_, Deciphered(std::move(value)), provider_);
 }
 
 ZPDFNode* ZPDFPlainReader::Hexadecimal() {
@@ -144,13 +147,13 @@ ZPDFNode* ZPDFPlainReader::Hexadecimal() {
   if (at_ == end_ || *at_ != '>') return nullptr;
   const Chaine digits = Text({start, static_cast<size_t>(at_ - start)});
   at_++;
-  return ZPDFNode::MakeParsed<ZPDFNodeHexaString>(pool_, Deciphered(ZPDFNodeHexaString::Decode(digits)), provider_);
+  return ZPDFNode::MakeParsed<ZPDFNodeHexaString>(&pool_, Deciphered(ZPDFNodeHexaString::Decode(digits)), provider_);
 }
 
 ZPDFNode* ZPDFPlainReader::Name() {
   std::string_view name;
   if (!TakeName(&name)) return nullptr;
-  return ZPDFNode::MakeParsed<ZPDFNodeIdentifier>(pool_, NameText(name), provider_);
+  return ZPDFNode::MakeParsed<ZPDFNodeIdentifier>(&pool_, NameText(name), provider_);
 }
 
 ZPDFNode* ZPDFPlainReader::Number() {
@@ -162,7 +165,7 @@ ZPDFNode* ZPDFPlainReader::Number() {
     while (at_ != end_ && (Is(*at_, kDigit) || *at_ == '.' || *at_ == '-' || *at_ == '+')) at_++;
     if (at_ == start || !Is(at_[-1], kDigit) || !AtSpecial()) return nullptr;
   }
-  return ZPDFNode::MakeParsed<ZPDFNodeNumeric>(pool_, Text({start, static_cast<size_t>(at_ - start)}), provider_);
+  return ZPDFNode::MakeParsed<ZPDFNodeNumeric>(&pool_, Text({start, static_cast<size_t>(at_ - start)}), provider_);
 }
 
 // The reference whose number has just been taken; null, with nothing more taken,
@@ -178,7 +181,7 @@ ZPDFNode* ZPDFPlainReader::Reference(std::string_view number) {
       at_++;
       if (AtSpecial()) {
         const ZPDFObjectIdentifier id(ParseUInt(number), ParseUInt(generation));
-        return ZPDFNode::MakeParsed<ZPDFNodeIndirectReference>(pool_, id, provider_);
+        return ZPDFNode::MakeParsed<ZPDFNodeIndirectReference>(&pool_, id, provider_);
       }
     }
   }
@@ -192,7 +195,7 @@ ZPDFNode* ZPDFPlainReader::Keyword() {
     at_ += word.size();
     if (!AtSpecial()) return nullptr;
     if (word == "null") return ZPDFNodeNull::Default();
-    return ZPDFNode::MakeParsed<ZPDFNodeBoolean>(pool_, word == "true", provider_);
+    return ZPDFNode::MakeParsed<ZPDFNodeBoolean>(&pool_, word == "true", provider_);
   }
   return nullptr;
 }

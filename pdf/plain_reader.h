@@ -21,7 +21,7 @@ class ZPDFTokenizedString;
 // backslashes, nesting beyond 100 levels) it leaves to them.
 class ZPDFPlainReader {
  public:
-  // Reads at the front of the text, which stays as it is.
+  // Reads at the front of the text, which stays as it is. Precondition: the text has a pool.
   ZPDFPlainReader(const ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter);
   ~ZPDFPlainReader();
   ZPDFPlainReader(const ZPDFPlainReader&) = delete;
@@ -54,7 +54,7 @@ class ZPDFPlainReader {
   const ZPDFTokenizedString& text_;
   IPDFObjectProvider* provider_;
   const ZPDFEncrypter* encrypter_;  // null when nothing is enciphered
-  ZPDFNodePool* pool_;
+  ZPDFNodePool& pool_;
   const char* begin_;
   const char* at_;
   const char* end_;

@@ -123,7 +123,8 @@ class ZFORMS_API ZPDFTokenizedString {
   void NoteSearchInVain(size_t count) { searched_in_vain_ += count; }
   size_t SearchedInVain() const { return searched_in_vain_; }
 
-  // Where the nodes of what is parsed get their memory; null for the heap.
+  // Where the nodes of indirect objects get their memory; they are then read in one
+  // pass where that gives the same. Null for the heap and the factories alone.
   void SetPool(ZPDFNodePool* pool) { pool_ = pool; }
   ZPDFNodePool* Pool() const { return pool_; }
 
