@@ -83,7 +83,8 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
   ZPDFUpdater updater;
   updater.SetRawData(raw_data_, xref_offset_);
-  for (const ZPDFNodeIndirectObject* object : parser_->ModifiedObjects()) updater.AddNode(object);
+  const PTableau<const ZPDFNodeIndirectObject*> modified = parser_->ModifiedObjects();
+  for (const ZPDFNodeIndirectObject* object : modified) updater.AddNode(object);
   updater.SetTrailer(parser_->TrailerDico());
   if (!write(updater)) return FailSave(updater.Failure());
   raw_data_ = updater.RawData();

@@ -25,11 +25,12 @@ ZAcroFormField::ZAcroFormField(const ZAcroFormField&) = default;
 ZAcroFormField& ZAcroFormField::operator=(const ZAcroFormField&) = default;
 ZAcroFormField::~ZAcroFormField() = default;
 
-// This field or its nearest ancestor that has the key.
-const ZAcroFormField* ZAcroFormField::Nearest(const char* key) const {
-  const ZAcroFormField* field = this;
-  while (field != nullptr && !HasEntry(*field->dictionary_, key)) field = field->parent_;
-  return field;
+// This field or its nearest ancestor that has the key, and the value there.
+ZAcroFormField::Inherited ZAcroFormField::Nearest(std::string_view key) const {
+  for (const ZAcroFormField* field = this; field != nullptr; field = field->parent_) {
+    if (const ZPDFNode* value = EntryAt(*field->dictionary_, key)) return {field, value};
+  }
+  return {};
 }
 
 // --- names ---
@@ -42,29 +43,29 @@ Chaine ZAcroFormField::MappingName() const { return dictionary_->GetStringValue(
 
 bool ZAcroFormField::HasMappingName() const { return HasEntry(*dictionary_, "/TM"); }
 
+// The names of the ancestors come first; a tree is never deep (FieldTreeBuilder).
 template <class NameOf>
-Chaine ZAcroFormField::JoinNames(NameOf name_of) const {
-  PTableau<const ZAcroFormField*> path;
-  for (const ZAcroFormField* field = this; field != nullptr; field = field->parent_) path.push_back(field);
-  Chaine full_name;
-  for (size_t i = path.size(); i > 0; i--) {
-    AppendPartialName(&full_name, path[i - 1]->HasName(), name_of(*path[i - 1]));
-  }
-  return full_name;
+void ZAcroFormField::JoinNames(Chaine* full_name, NameOf name_of) const {
+  if (parent_ != nullptr) parent_->JoinNames(full_name, name_of);
+  const ZPDFNode* name = EntryAt(*dictionary_, "/T");
+  if (name != nullptr) AppendPartialName(full_name, true, name_of(name->GetStringValue()));
 }
 
 Chaine ZAcroFormField::FullName() const {
-  return JoinNames([](const ZAcroFormField& field) { return field.Name(); });
+  Chaine full_name;
+  JoinNames(&full_name, [](const Chaine& name) -> const Chaine& { return name; });
+  return full_name;
 }
 
 Chaine ZAcroFormField::FullNameUTF8() const {
-  return JoinNames([](const ZAcroFormField& field) { return PDFTextToUTF8(field.Name()); });
+  Chaine full_name;
+  JoinNames(&full_name, [](const Chaine& name) { return PDFTextToUTF8(name); });
+  return full_name;
 }
 
 // --- type and flags ---
 
-ZAcroFormField::eFieldType ZAcroFormField::TypeByFlags(uint32_t flags) const {
-  const Chaine& type = dictionary_->GetIdentifier("/FT");
+ZAcroFormField::eFieldType ZAcroFormField::TypeOf(const Chaine& type, uint32_t flags) {
   if (type == "/Btn") {
     if ((flags & kRadioFlag) != 0) return eRadioButton;
     return (flags & kPushButtonFlag) != 0 ? ePushButton : eCheckBox;
@@ -74,13 +75,13 @@ ZAcroFormField::eFieldType ZAcroFormField::TypeByFlags(uint32_t flags) const {
 }
 
 ZAcroFormField::eFieldType ZAcroFormField::Type() const {
-  const ZAcroFormField* holder = Nearest("/FT");
-  return holder == nullptr ? eOtherField : holder->TypeByFlags(holder->Flags());
+  const Inherited type = Nearest("/FT");
+  return type.holder == nullptr ? eOtherField : TypeOf(type.value->GetIdentifier(), type.holder->Flags());
 }
 
 ZAcroFormField::eFieldType ZAcroFormField::InheritedType() const {
-  const ZAcroFormField* holder = Nearest("/FT");
-  return holder == nullptr ? eOtherField : holder->TypeByFlags(InheritedFlags());
+  const Inherited type = Nearest("/FT");
+  return type.holder == nullptr ? eOtherField : TypeOf(type.value->GetIdentifier(), InheritedFlags());
 }
 
 bool ZAcroFormField::HasType() const { return HasNearest("/FT"); }
@@ -88,8 +89,8 @@ bool ZAcroFormField::HasType() const { return HasNearest("/FT"); }
 bool ZAcroFormField::HasOwnType() const { return HasEntry(*dictionary_, "/FT"); }
 
 bool ZAcroFormField::IsSignature() const {
-  const ZAcroFormField* holder = Nearest("/FT");
-  return holder != nullptr && holder->dictionary_->GetIdentifier("/FT") == "/Sig";
+  const Inherited type = Nearest("/FT");
+  return type.holder != nullptr && type.value->GetIdentifier() == "/Sig";
 }
 
 uint32_t ZAcroFormField::Flags() const { return dictionary_->GetUIntValue("/Ff"); }
@@ -99,8 +100,8 @@ bool ZAcroFormField::HasFlags() const { return HasNearest("/Ff"); }
 bool ZAcroFormField::HasOwnFlags() const { return HasEntry(*dictionary_, "/Ff"); }
 
 uint32_t ZAcroFormField::InheritedFlags() const {
-  const ZAcroFormField* holder = Nearest("/Ff");
-  return holder == nullptr ? 0 : holder->Flags();
+  const Inherited flags = Nearest("/Ff");
+  return flags.holder == nullptr ? 0 : flags.value->GetUIntValue();
 }
 
 void ZAcroFormField::SetFlags(uint32_t flags) {
@@ -116,14 +117,11 @@ void ZAcroFormField::SetReadOnly(bool read_only) {
 
 // The text under the key of this field or its nearest ancestor that has it.
 Chaine ZAcroFormField::TextAt(const char* key) const {
-  const ZAcroFormField* holder = Nearest(key);
-  return holder == nullptr ? Chaine() : BestText(holder->dictionary_->GetTarget(key));
+  return BestText(Nearest(key).value);
 }
 
 Chaine ZAcroFormField::UTF8At(const char* key) const {
-  const ZAcroFormField* holder = Nearest(key);
-  if (holder == nullptr) return {};
-  const ZPDFNode* value = holder->dictionary_->GetTarget(key);
+  const ZPDFNode* value = Nearest(key).value;
   const bool is_name = NodeCast<ZPDFNodeIdentifier>(value) != nullptr;
   return is_name ? PDFNameToUTF8(BestText(value)) : PDFTextToUTF8(BestText(value));
 }
@@ -147,9 +145,8 @@ bool ZAcroFormField::HasOwnValue() const { return HasEntry(*dictionary_, "/V"); 
 
 PTableau<Chaine> ZAcroFormField::Values() const {
   PTableau<Chaine> values;
-  const ZAcroFormField* holder = Nearest("/V");
-  if (holder == nullptr) return values;
-  const ZPDFNode* value = holder->dictionary_->GetTarget("/V");
+  const ZPDFNode* value = Nearest("/V").value;
+  if (value == nullptr) return values;
   const auto* array = NodeCast<ZPDFNodeArray>(value);
   if (array == nullptr) values.push_back(BestText(value));
   for (size_t i = 0; array != nullptr && i < array->Size(); i++) values.push_back(BestText(array->GetTargetAt(i)));
@@ -198,8 +195,7 @@ void ZAcroFormField::SetValueRichText(const Chaine& value) {
 
 PTableau<ZAcroFormFieldOption> ZAcroFormField::Options() const {
   PTableau<Option> options;
-  const ZAcroFormField* holder = Nearest("/Opt");
-  const ZPDFNodeArray* array = holder == nullptr ? nullptr : ArrayAt(std::as_const(*holder->dictionary_), "/Opt");
+  const auto* array = NodeCast<ZPDFNodeArray>(Nearest("/Opt").value);
   for (size_t i = 0; array != nullptr && i < array->Size(); i++) {
     const ZPDFNode* element = array->GetTargetAt(i);
     if (const auto* pair = NodeCast<ZPDFNodeArray>(element)) {
@@ -218,7 +214,7 @@ bool ZAcroFormField::HasOwnOptions() const { return HasEntry(*dictionary_, "/Opt
 // --- looks ---
 
 Chaine ZAcroFormField::DefaultAppearance() const {
-  if (const ZAcroFormField* holder = Nearest("/DA")) return holder->dictionary_->GetStringValue("/DA");
+  if (const ZPDFNode* own = Nearest("/DA").value) return own->GetStringValue();
   const ZAcroFormFormInfos* form = NearestForm();
   return form == nullptr ? Chaine() : form->DefaultDefaultAppearance();
 }
@@ -226,7 +222,7 @@ Chaine ZAcroFormField::DefaultAppearance() const {
 bool ZAcroFormField::HasOwnDefaultAppearance() const { return HasEntry(*dictionary_, "/DA"); }
 
 int32_t ZAcroFormField::Quadding() const {
-  if (const ZAcroFormField* holder = Nearest("/Q")) return holder->dictionary_->GetIntValue("/Q");
+  if (const ZPDFNode* own = Nearest("/Q").value) return own->GetIntValue();
   const ZAcroFormFormInfos* form = NearestForm();
   return form == nullptr ? 0 : form->DefaultQuadding();
 }

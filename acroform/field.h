@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "acroform/action.h"
 #include "acroform/annotation.h"
@@ -14,6 +15,7 @@
 namespace zforms {
 
 class ZAcroFormFormInfos;
+class ZPDFNode;
 class ZPDFNodeDictionary;
 
 // A field of a form, and the collection of its kids (ISO 32000-1 12.7.3). A view
@@ -154,16 +156,21 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
 
  private:
   struct Bare {};
+  // A value that holds for this field, and the field that has it; null where none does.
+  struct Inherited {
+    const ZAcroFormField* holder = nullptr;
+    const ZPDFNode* value = nullptr;
+  };
   using CaptionSetter = void (ZAcroFormAnnotation::*)(const Chaine&);
 
   // Without its kids.
   ZAcroFormField(ZPDFNodeDictionary* dictionary, const ZAcroFormFormInfos* form, const ZAcroFormField* parent, Bare);
-  const ZAcroFormField* Nearest(const char* key) const;
-  bool HasNearest(const char* key) const { return Nearest(key) != nullptr; }
+  Inherited Nearest(std::string_view key) const;
+  bool HasNearest(std::string_view key) const { return Nearest(key).holder != nullptr; }
   const ZAcroFormFormInfos* NearestForm() const;
-  eFieldType TypeByFlags(uint32_t flags) const;
+  static eFieldType TypeOf(const Chaine& type, uint32_t flags);
   template <class NameOf>
-  Chaine JoinNames(NameOf name_of) const;
+  void JoinNames(Chaine* full_name, NameOf name_of) const;
   Chaine TextAt(const char* key) const;
   Chaine UTF8At(const char* key) const;
   void SetTextAt(const char* key, const Chaine& value, bool as_name);

@@ -44,9 +44,9 @@ void FieldTreeBuilder::Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* arra
 
 bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* element) {
   if (path_.size() >= kMaxDepth) return Refuse(element, "the field is nested too deep and left out");
-  if (!seen_.insert(dictionary).second) {
+  if (!seen_.Add(dictionary)) {
     if (IsOnPath(dictionary)) return Refuse(element, "the field is among its own kids and left out there");
-    if (++repeated_ > seen_.size() + kRepeatsAtLeast) {
+    if (++repeated_ > seen_.Size() + kRepeatsAtLeast) {
       return Refuse(element, "the field is listed too often and left out");
     }
     Warn(element, "the field is listed more than once");

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <unordered_set>
+#include <cstdint>
 #include <vector>
 
-#include "platform/chaine.h"
+#include "platform/containers.h"
 
 namespace zforms {
 
@@ -37,6 +37,15 @@ class FieldTreeBuilder {
     size_t name_length;
   };
 
+  struct PointerHash {
+    uint64_t operator()(const void* pointer) const {
+      // Nodes stand some 8 bytes apart, so the lowest bits tell nothing.
+      const auto address = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(pointer));
+      const uint64_t mixed = (address >> 3) * 0x9E3779B97F4A7C15U;
+      return mixed ^ (mixed >> 32);
+    }
+  };
+
   bool Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* element);
   bool IsOnPath(const ZPDFNodeDictionary* dictionary) const;
   void Warn(const ZPDFNode* element, const char* text);
@@ -46,7 +55,7 @@ class FieldTreeBuilder {
   ZDiagnostics* diagnostics_;
   // From the top to the field whose kids are being built.
   std::vector<Level> path_;
-  std::unordered_set<const ZPDFNodeDictionary*> seen_;
+  PUniqueT<const ZPDFNodeDictionary*, PointerHash> seen_;
   size_t repeated_ = 0;
   size_t name_bytes_ = 0;
 };

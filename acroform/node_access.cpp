@@ -33,9 +33,9 @@ Chaine JoinedText(const ZPDFNodeArray& array) {
 
 }  // namespace
 
-bool HasEntry(const ZPDFNodeDictionary& dictionary, std::string_view key) {
+const ZPDFNode* EntryAt(const ZPDFNodeDictionary& dictionary, std::string_view key) {
   const ZPDFNode* value = dictionary.GetTarget(key);
-  return value != nullptr && NodeCast<ZPDFNodeNull>(value) == nullptr;
+  return NodeCast<ZPDFNodeNull>(value) == nullptr ? value : nullptr;
 }
 
 Chaine WithoutSlashes(const Chaine& name) {

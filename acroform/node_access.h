@@ -10,9 +10,12 @@ namespace zforms {
 
 // How the form model reads dictionaries; for this folder's sources.
 
-// Whether the key is present with a value other than null, which stands for
-// absence (ISO 32000-1 7.3.7).
-bool HasEntry(const ZPDFNodeDictionary& dictionary, std::string_view key);
+// The value with references followed; null when the key is absent or its value is
+// the null object, which stands for absence (ISO 32000-1 7.3.7).
+const ZPDFNode* EntryAt(const ZPDFNodeDictionary& dictionary, std::string_view key);
+inline bool HasEntry(const ZPDFNodeDictionary& dictionary, std::string_view key) {
+  return EntryAt(dictionary, key) != nullptr;
+}
 
 // The value with references followed; null when absent or of another kind.
 inline ZPDFNodeDictionary* DictionaryAt(ZPDFNodeDictionary& dictionary, std::string_view key) {

@@ -74,13 +74,13 @@ void ZPDFChildList::Reserve(size_t wanted) {
   const size_t room = std::max<size_t>(wanted, size_t{capacity} * 2);
   ZPDFNode** const old_items = items;
   Chaine* const old_keys = keys;
-  const uint8_t* const old_marks = keys == nullptr ? nullptr : &Mark(0);
+  const uint8_t* const old_tags = Tags();
   SetRoom(Allocate(RoomFor(room, keys != nullptr)), room, keys != nullptr);
   std::copy(old_items, old_items + size, items);
   if (old_keys != nullptr) {
     std::uninitialized_move_n(old_keys, size, keys);
     std::destroy_n(old_keys, size);
-    std::copy(old_marks, old_marks + size, &Mark(0));
+    std::copy(old_tags, old_tags + size, Tags());
   }
   if (old_items != Inline()) std::free(old_items);
 }
@@ -92,12 +92,29 @@ void ZPDFChildList::Insert(size_t at, ZPDFNode* node) {
   size++;
 }
 
-void ZPDFChildList::AppendKeyed(const Chaine& key, ZPDFNode* value, bool marked) {
+uint8_t ZPDFChildList::TagOf(std::string_view key) {
+  if (key.empty()) return 0;
+  const auto byte = [key](size_t at) { return static_cast<unsigned>(static_cast<unsigned char>(key[at])); };
+  const size_t last = key.size() - 1;
+  return static_cast<uint8_t>((byte(last) + 5 * byte(last / 2) + 3 * byte(last == 0 ? 0 : 1) + 11 * last) & ~unsigned{kMark});
+}
+
+void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool marked) {
   Reserve(size_t{size} + 1);
   items[size] = value;
-  new (keys + size) Chaine(key);
-  Mark(size) = marked ? 1 : 0;
+  Tags()[size] = TagOf(key);
+  new (keys + size) Chaine(std::move(key));
+  SetMark(size, marked);
   size++;
+}
+
+size_t ZPDFChildList::Find(std::string_view key) const {
+  const uint8_t* const tags = Tags();
+  const uint8_t wanted = TagOf(key);
+  for (size_t i = 0; i < size; i++) {
+    if ((tags[i] & ~kMark) == wanted && keys[i].View() == key) return i;
+  }
+  return size;
 }
 
 void ZPDFChildList::Remove(size_t at) {
@@ -105,8 +122,7 @@ void ZPDFChildList::Remove(size_t at) {
   if (keys != nullptr) {
     std::move(keys + at + 1, keys + size, keys + at);
     std::destroy_at(keys + size - 1);
-    uint8_t* const marks = &Mark(0);
-    std::copy(marks + at + 1, marks + size, marks + at);
+    std::copy(Tags() + at + 1, Tags() + size, Tags() + at);
   }
   size--;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "pdf/node_pool.h"
 #include "platform/chaine.h"
@@ -26,11 +27,16 @@ struct ZPDFChildList {
 
   void Insert(size_t at, ZPDFNode* node);
   void Append(ZPDFNode* node) { Insert(size, node); }
-  void AppendKeyed(const Chaine& key, ZPDFNode* value, bool marked);
+  void AppendKeyed(Chaine key, ZPDFNode* value, bool marked);
   void Remove(size_t at);
   void GrowTo(size_t new_size);
+  // The place of the leftmost of that key, `size` when there is none. Keyed lists only.
+  size_t Find(std::string_view key) const;
   // Whether the entry, and not only its value, is marked as modified. Keyed lists only.
-  uint8_t& Mark(size_t at) { return reinterpret_cast<uint8_t*>(keys + capacity)[at]; }
+  bool IsMarked(size_t at) const { return (Tags()[at] & kMark) != 0; }
+  void SetMark(size_t at, bool marked) {
+    Tags()[at] = static_cast<uint8_t>(marked ? Tags()[at] | kMark : Tags()[at] & ~kMark);
+  }
   // Puts one node in the place of each key and value, and is keyed no more.
   void Unkey(ZPDFNode* const* entries);
   // Takes over the caller's share of a list, to be freed with this one. False when
@@ -42,10 +48,16 @@ struct ZPDFChildList {
   uint32_t capacity;
   uint32_t pool_offset;    // where the block stands in its slab, 0 for one of its own
   ZPDFNode** items;        // behind this header until the list outgrows its first room
-  Chaine* keys;            // behind the room for the items, the marks behind them; null unless keyed
+  Chaine* keys;            // behind the room for the items, their tags behind them; null unless keyed
   ZPDFChildList* retired;  // lists given up by an assignment, freed with this one
 
  private:
+  // A tag says of a key, in seven bits, what most keys differ in, so that a search
+  // looks at a byte a key; its highest bit is the mark.
+  static constexpr uint8_t kMark = 0x80;
+  static uint8_t TagOf(std::string_view key);
+  uint8_t* Tags() const { return reinterpret_cast<uint8_t*>(keys + capacity); }
+
   static ZPDFChildList* Place(ZPDFNodePool::Block block, size_t capacity, bool keyed);
   void Reserve(size_t wanted);
   void SetRoom(void* memory, size_t room, bool keyed);

@@ -84,24 +84,32 @@ ZPDFNode* ZPDFNodeDictionary::ValueAt(size_t index) {
 }
 
 size_t ZPDFNodeDictionary::FindKey(std::string_view key) const {
-  const size_t size = Size();
-  if (size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
-  if (key.empty()) return kAbsent;
-  for (size_t i = 0; i < size; i++) {
+  const ZPDFChildList* const children = Children();
+  if (children == nullptr || key.empty()) return kAbsent;
+  if (children->size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
+  if (children->keys != nullptr) {
+    const size_t found = children->Find(key);
+    return found == children->size ? kAbsent : found;
+  }
+  for (size_t i = 0; i < children->size; i++) {
     if (KeyAt(i) == key) return i;
   }
   return kAbsent;
 }
 
 size_t ZPDFNodeDictionary::FindIndexed(std::string_view key) const {
+  const auto find = [this](std::string_view wanted) {
+    return index_->Find(KeyedHash(wanted), [&](size_t at) { return KeyAt(at) == wanted; });
+  };
   if (index_ == nullptr) {
-    index_ = std::make_unique<Index>();
+    index_ = std::make_unique<HashIndex>();
     for (size_t i = 0; i < Size(); i++) {
-      if (!KeyAt(i).empty()) index_->emplace(KeyAt(i), i);
+      const std::string_view own = KeyAt(i);
+      if (!own.empty() && find(own) == HashIndex::kNone) index_->Insert(KeyedHash(own), i);
     }
   }
-  const auto found = index_->find(std::string(key));
-  return found == index_->end() ? kAbsent : found->second;
+  const size_t found = find(key);
+  return found == HashIndex::kNone ? kAbsent : found;
 }
 
 ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) {
@@ -205,14 +213,14 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
     if (ValueAt(at) == node) return;
     if (keyed) {
       ReplaceChild(at, node);
-      children->Mark(at) = 1;
+      children->SetMark(at, true);
       node->SetModified(true, false);
     } else {
       NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(at))->SetValue(node);
     }
     return;
   }
-  if (index_ != nullptr) index_->emplace(key, Size());
+  if (index_ != nullptr) index_->Insert(KeyedHash(key), Size());
   if (children == nullptr) AdoptChildren(children = ZPDFChildList::MakeKeyed(kFirstRoom));
   if (keyed) {
     children->AppendKeyed(key, node, true);

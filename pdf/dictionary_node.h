@@ -3,9 +3,7 @@
 #include <concepts>
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "pdf/dictionary_entry.h"
 #include "pdf/node.h"
@@ -97,8 +95,7 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   void ForgetIndex() const { index_.reset(); }
 
   // Built on the first search of a large dictionary; small ones are searched in order.
-  using Index = std::unordered_map<std::string, size_t>;
-  mutable std::unique_ptr<Index> index_;
+  mutable std::unique_ptr<HashIndex> index_;
 };
 
 }  // namespace zforms

@@ -109,8 +109,13 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
   const uint32_t number = ParseUInt(text.TakeFirstToken());
   const uint32_t generation = ParseUInt(text.TakeFirstToken());
   text.TakeFirstToken();
-  text.SetObject(number, generation);
-  const ZPDFObjectIdentifier id(number, generation);
+  return BuildFrom(text, {number, generation}, provider, encryption);
+}
+
+ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
+                                                          IPDFObjectProvider* provider,
+                                                          const ZPDFEncryption* encryption) {
+  text.SetObject(id.Number(), id.Generation());
   auto* object = MakeParsed<ZPDFNodeIndirectObject>(text.Pool(), encryption, id, provider);
 
   ZPDFNode* value = ReadValue(text, provider, object->Encrypter());

@@ -38,6 +38,9 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   // From the front: number, generation, "obj", the value, "endobj". Never null.
   static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                            const ZPDFEncryption* encryption);
+  // The same from behind "obj", whose number and generation were read.
+  static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
+                                           IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
   static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }
 
  private:

@@ -40,7 +40,7 @@ ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(ot
     if (from->keys == nullptr) {
       children_->Append(child);
     } else {
-      children_->AppendKeyed(from->keys[i], child, from->Mark(i) != 0);
+      children_->AppendKeyed(from->keys[i], child, from->IsMarked(i));
     }
   }
 }
@@ -196,7 +196,7 @@ void ZPDFNode::MakeEntries() const {
   std::vector<ZPDFNode*> entries(children_->size);
   for (uint32_t i = 0; i < children_->size; i++) {
     entries[i] = new ZPDFNodeDictionaryEntry(children_->keys[i], children_->items[i], provider_);
-    if (children_->Mark(i) == 0) {
+    if (!children_->IsMarked(i)) {
       entries[i]->SetModified(false, false);
       entries[i]->children_->items[0]->SetModified(false, false);
     }
@@ -231,10 +231,9 @@ void ZPDFNode::SetModified(bool modified, bool recursive) {
   if (immutable_) return;
   modified_ = modified;
   if (!recursive) return;
-  if (children_ != nullptr && children_->keys != nullptr) {
-    std::fill_n(&children_->Mark(0), children_->size, modified ? uint8_t{1} : uint8_t{0});
-  }
-  for (size_t i = 0; i < Size(); i++) {
+  if (children_ == nullptr) return;
+  for (uint32_t i = 0; i < children_->size; i++) {
+    if (children_->keys != nullptr) children_->SetMark(i, modified);
     if (children_->items[i] != nullptr) children_->items[i]->SetModified(modified, recursive);
   }
 }
@@ -246,7 +245,7 @@ bool ZPDFNode::IsModified() const {
     const ZPDFNode* child = children_->items[i];
     if (child == nullptr) continue;
     if (child->modified_ || (child->children_ != nullptr && child->IsModified())) return true;
-    if (children_->keys != nullptr && children_->Mark(i) != 0) return true;
+    if (children_->keys != nullptr && children_->IsMarked(i)) return true;
   }
   return false;
 }

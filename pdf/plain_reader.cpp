@@ -85,10 +85,9 @@ ZPDFNode* ZPDFPlainReader::Dictionary(int depth) {
   const size_t count = nodes_.Size() - first_node;
   if (count == 0) return dictionary;
   ZPDFChildList* const list = ZPDFChildList::MakeKeyed(count, pool_);
-  std::copy_n(nodes_.Data() + first_node, count, list->items);
-  for (size_t i = 0; i < count; i++) new (list->keys + i) Chaine(NameText(keys_.Data()[first_key + i]));
-  std::fill_n(&list->Mark(0), count, uint8_t{0});
-  list->size = static_cast<uint32_t>(count);
+  for (size_t i = 0; i < count; i++) {
+    list->AppendKeyed(NameText(keys_.Data()[first_key + i]), nodes_.Data()[first_node + i], false);
+  }
   nodes_.Shrink(first_node);
   keys_.Shrink(first_key);
   dictionary->AdoptChildren(list);

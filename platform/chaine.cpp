@@ -12,7 +12,7 @@ Chaine::Buffer* Chaine::Buffer::Alloc(size_t capacity) {
   return new (memory) Buffer{1, 0, capacity};
 }
 
-Chaine::Chaine(size_t count, char c) : rep_(0) {
+Chaine::Chaine(size_t count, char c) : Chaine() {
   if (count != 0) std::memset(AppendUninitialized(count), c, count);
 }
 
@@ -143,6 +143,7 @@ void Chaine::Truncate(size_t length) {
   if (IsHeap()) {
     SetHeap(heap_.data, heap_.buffer, length);
   } else {
+    std::memset(inline_ + length, 0, kInlineCapacity - length);
     SetInline(length);
   }
 }

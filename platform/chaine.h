@@ -15,7 +15,8 @@ namespace zforms {
 // Chaine is the byte string of every interface: 8-bit, length-counted, free to
 // hold any byte. It never converts between character sets.
 //
-// Up to 16 bytes live inside the object. Longer text lives in a reference
+// Up to 16 bytes live inside the object, with zeros behind them, so that two short
+// texts compare as 16 bytes. Longer text lives in a reference
 // counted buffer, and a Chaine is a window onto it: copies and substrings
 // share the bytes, so cutting an object out of a 100 MB file copies nothing.
 // The bytes inside a window never change. Appending to the window that ends
@@ -28,8 +29,8 @@ class ZFORMS_API Chaine {
  public:
   static constexpr size_t kInlineCapacity = 16;
 
-  Chaine() noexcept : rep_(0) {}
-  Chaine(std::string_view bytes) : rep_(0) { Init(bytes); }
+  Chaine() noexcept : inline_{}, rep_(0) {}
+  Chaine(std::string_view bytes) : inline_{}, rep_(0) { Init(bytes); }
   Chaine(const char* text) : Chaine(std::string_view(text)) {}
   Chaine(const std::string& text) : Chaine(std::string_view(text)) {}
   Chaine(const char* bytes, size_t length) : Chaine(std::string_view(bytes, length)) {}
@@ -92,7 +93,7 @@ class ZFORMS_API Chaine {
   void Reserve(size_t capacity);
   void Clear() {
     Release();
-    rep_ = 0;
+    SetEmpty();
   }
 
   // True when both windows show the same memory (so no byte was copied between them).
@@ -100,7 +101,10 @@ class ZFORMS_API Chaine {
     return IsHeap() && other.IsHeap() && heap_.buffer == other.heap_.buffer && heap_.buffer != nullptr;
   }
 
-  friend bool operator==(const Chaine& a, const Chaine& b) { return a.View() == b.View(); }
+  friend bool operator==(const Chaine& a, const Chaine& b) {
+    if (a.IsHeap() || b.IsHeap()) return a.View() == b.View();
+    return a.rep_ == b.rep_ && std::memcmp(a.inline_, b.inline_, kInlineCapacity) == 0;
+  }
   friend bool operator==(const Chaine& a, std::string_view b) { return a.View() == b; }
   friend bool operator==(const Chaine& a, const char* b) { return a.View() == b; }
   friend bool operator==(const Chaine& a, const std::string& b) { return a.View() == b; }
@@ -135,6 +139,10 @@ class ZFORMS_API Chaine {
 
   bool IsHeap() const { return (rep_ & 1) != 0; }
   void SetInline(size_t length) { rep_ = length << 1; }
+  void SetEmpty() {
+    std::memset(inline_, 0, kInlineCapacity);
+    rep_ = 0;
+  }
   void SetHeap(const char* data, Buffer* buffer, size_t length) {
     heap_ = {data, buffer};
     rep_ = (length << 1) | 1;
@@ -179,7 +187,7 @@ class ZFORMS_API Chaine {
   }
   void StealFrom(Chaine& other) noexcept {
     std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Chaine));
-    other.rep_ = 0;
+    other.SetEmpty();
   }
   void Release() noexcept {
     if (IsHeap()) ReleaseHeap();

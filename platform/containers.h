@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <map>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "platform/chaine.h"
+#include "platform/hash.h"
 
 namespace zforms {
 
@@ -19,29 +18,31 @@ using PTableau = std::vector<T>;
 template <class Key, class Value>
 using FSortedMap = std::map<Key, Value>;
 
-struct ChaineHash {
-  size_t operator()(const Chaine& text) const { return std::hash<std::string_view>{}(text.View()); }
-};
-
 // A list of distinct values in the order in which they were first added.
 template <class T, class Hash = ChaineHash>
 class PUniqueT {
  public:
   // Adds the value unless it is there already; true when it was added.
   bool Add(const T& value) {
-    if (!seen_.insert(value).second) return false;
+    const uint64_t hash = Hash()(value);
+    if (Find(value, hash) != HashIndex::kNone) return false;
+    index_.Insert(hash, items_.size());
     items_.push_back(value);
     return true;
   }
-  bool Exist(const T& value) const { return seen_.contains(value); }
+  bool Exist(const T& value) const { return Find(value, Hash()(value)) != HashIndex::kNone; }
   size_t Size() const { return items_.size(); }
   const T& operator[](size_t index) const { return items_[index]; }
   auto begin() const { return items_.begin(); }
   auto end() const { return items_.end(); }
 
  private:
+  size_t Find(const T& value, uint64_t hash) const {
+    return index_.Find(hash, [&](size_t at) { return items_[at] == value; });
+  }
+
   std::vector<T> items_;
-  std::unordered_set<T, Hash> seen_;
+  HashIndex index_;
 };
 
 // A map keyed by byte strings, walked and indexed by position in byte order of
@@ -57,37 +58,29 @@ class FDictionnary {
   // The value under the key, or null.
   const Value* Find(std::string_view key) const { return const_cast<FDictionnary*>(this)->Find(key); }
   Value* Find(std::string_view key) {
-    const auto found = index_.find(Chaine(key));
-    return found == index_.end() ? nullptr : &items_[found->second].second;
+    const size_t found = PositionOf(key, KeyedHash(key));
+    return found == HashIndex::kNone ? nullptr : &items_[found].second;
   }
   // Stores the value under the key, in place of an earlier one.
-  void Set(const Chaine& key, Value value) {
-    if (Value* old = Find(key)) {
-      *old = std::move(value);
-      return;
-    }
-    if (!items_.empty() && !(items_.back().first < key)) sorted_ = false;
-    index_.emplace(key, items_.size());
-    items_.emplace_back(key, std::move(value));
-  }
+  void Set(const Chaine& key, Value value) { (*this)[key] = std::move(value); }
   // The value under the key, made by default when there is none.
   Value& operator[](const Chaine& key) {
-    Value* found = Find(key);
-    if (found == nullptr) {
-      Set(key, Value());
-      found = Find(key);
-    }
-    return *found;
+    const uint64_t hash = KeyedHash(key);
+    const size_t found = PositionOf(key, hash);
+    if (found != HashIndex::kNone) return items_[found].second;
+    if (!items_.empty() && !(items_.back().first < key)) sorted_ = false;
+    index_.Insert(hash, items_.size());
+    return items_.emplace_back(key, Value()).second;
   }
   bool Remove(std::string_view key) {
-    const auto found = index_.find(Chaine(key));
-    if (found == index_.end()) return false;
+    const uint64_t hash = KeyedHash(key);
+    const size_t gap = PositionOf(key, hash);
+    if (gap == HashIndex::kNone) return false;
     // The last one fills the gap, so that removing many costs no more than adding them.
-    const size_t gap = found->second;
-    index_.erase(found);
+    index_.Erase(hash, gap);
     if (gap + 1 != items_.size()) {
+      index_.Move(KeyedHash(items_.back().first), items_.size() - 1, gap);
       items_[gap] = std::move(items_.back());
-      index_.find(items_[gap].first)->second = gap;
       sorted_ = false;
     }
     items_.pop_back();
@@ -95,7 +88,7 @@ class FDictionnary {
   }
   void Clear() {
     items_.clear();
-    index_.clear();
+    index_.Clear();
     sorted_ = true;
   }
   // In key order.
@@ -110,19 +103,20 @@ class FDictionnary {
   auto end() const { return items_.end(); }
 
  private:
+  size_t PositionOf(std::string_view key, uint64_t hash) const {
+    return index_.Find(hash, [&](size_t at) { return items_[at].first.View() == key; });
+  }
   void Sort() const {
     if (sorted_) return;
     std::sort(items_.begin(), items_.end(), [](const Item& a, const Item& b) { return a.first < b.first; });
-    Reindex();
+    index_.Clear();
+    index_.Reserve(items_.size());
+    for (size_t i = 0; i < items_.size(); i++) index_.Insert(KeyedHash(items_[i].first), i);
     sorted_ = true;
-  }
-  void Reindex() const {
-    index_.clear();
-    for (size_t i = 0; i < items_.size(); i++) index_.emplace(items_[i].first, i);
   }
 
   mutable std::vector<Item> items_;
-  mutable std::unordered_map<Chaine, size_t, ChaineHash> index_;
+  mutable HashIndex index_;
   mutable bool sorted_ = true;
 };
 

@@ -61,7 +61,16 @@ int32_t ParseInt(std::string_view text) {
   return static_cast<int32_t>(read.negative ? -magnitude : magnitude);
 }
 
-uint32_t ParseUInt(std::string_view text) { return ReadUnsigned<uint32_t>(text); }
+uint32_t ParseUInt(std::string_view text) {
+  // A few digits and nothing else, as nearly always.
+  uint32_t value = 0;
+  if (text.size() - 1 >= 9) return ReadUnsigned<uint32_t>(text);
+  for (const char c : text) {
+    if (c < '0' || c > '9') return ReadUnsigned<uint32_t>(text);
+    value = value * 10 + static_cast<uint32_t>(c - '0');
+  }
+  return value;
+}
 
 uint64_t ParseUInt64(std::string_view text) { return ReadUnsigned<uint64_t>(text); }
 

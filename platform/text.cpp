@@ -111,6 +111,15 @@ void AppendUTF16BE(Chaine* out, char32_t c) {
   out->Append({unit, sizeof(unit)});
 }
 
+// Whether every byte is the same in ASCII, UTF-8 and the one-byte encodings here.
+bool IsPlainASCII(std::string_view text) {
+  for (const char c : text) {
+    const auto byte = static_cast<uint8_t>(c);
+    if (byte >= 0x7F || (byte >= 0x18 && byte < 0x20)) return false;
+  }
+  return true;
+}
+
 Chaine BytesToUTF8(std::string_view bytes, const ByteTable& table) {
   const auto passes = [&table](char c) { return IsASCII(c) && table[static_cast<uint8_t>(c)] < 0x80; };
   Chaine result;
@@ -194,6 +203,7 @@ bool IsValidUTF8(std::string_view text) {
 }
 
 Chaine UTF8ToPDFText(std::string_view utf8) {
+  if (IsPlainASCII(utf8)) return utf8;
   const std::optional<Chaine> short_form = PDFDocOf(utf8);
   if (short_form && !HasByteOrderMark(*short_form)) return *short_form;
   if (!IsValidUTF8(utf8)) return utf8;
@@ -201,6 +211,7 @@ Chaine UTF8ToPDFText(std::string_view utf8) {
 }
 
 Chaine PDFTextToUTF8(std::string_view bytes) {
+  if (IsPlainASCII(bytes)) return bytes;
   if (bytes.starts_with(kUTF16BEMark)) {
     return WithoutLanguageCodes(UTF16ToUTF8(bytes.substr(kUTF16BEMark.size()), ByteOrder::eBigEndian));
   }

@@ -238,15 +238,17 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   text.SetDiagnostics(&diagnostics_);
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();
-  ZPDFTokenizedString header = text;
+  const size_t begin = text.Offset();
+  const bool found = IsNumber(text.TakeFirstToken(), id.Number()) && IsNumber(text.TakeFirstToken(), id.Generation()) &&
+                     text.StartWith("obj");
   ZPDFNodeIndirectObject* object = nullptr;
-  if (IsNumber(header.TakeFirstToken(), id.Number()) && IsNumber(header.TakeFirstToken(), id.Generation()) &&
-      header.StartWith("obj")) {
-    object = ZPDFNodeIndirectObject::BuildFrom(text, this, encryption_.get());
+  if (found) {
+    text.TakeFirstToken();
+    object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, encryption_.get());
   } else {
-    text.Warn("the cross-reference table does not lead to it");
+    diagnostics_.WarnObject(id.Number(), id.Generation(), "the cross-reference table does not lead to it", begin);
   }
-  const uint64_t looked_at = std::max(text.Offset(), header.Offset()) - offset + text.SearchedInVain();
+  const uint64_t looked_at = text.Offset() - offset + text.SearchedInVain();
   search_budget_ -= std::min(search_budget_, looked_at);
   return object;
 }
