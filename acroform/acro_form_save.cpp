@@ -29,25 +29,29 @@ std::unique_ptr<ZPDFNodeDictionary> BareTrailer(const ZPDFParser& parser) {
 
 // Null objects for the numbers below the highest that have none: "/Size" is the
 // number of objects plus one, and readers ignore what is numbered above it.
-PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectMap* objects, ZDiagnostics* notes) {
+PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* objects, ZDiagnostics* notes) {
   PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> fillers;
   if (objects->empty()) return fillers;
-  const uint32_t highest = objects->rbegin()->first.Number();
+  const uint32_t highest = objects->back().first.Number();
   if (highest > kMaxSpread * objects->size() + kMaxSpreadBase) {
     notes->Warn("object numbers go up to " + FormatUInt(highest) + " with " + FormatUInt(objects->size()) +
                 " objects in use; the gaps stay, and readers may not find every object");
     return fillers;
   }
   uint32_t next = 1;
-  for (const auto& [id, object] : ZPDFObjectMap(*objects)) {
+  ZPDFObjectList filled;
+  filled.reserve(std::max<size_t>(highest, objects->size()));
+  for (const auto& [id, object] : *objects) {
     for (; next < id.Number(); next++) {
       const ZPDFObjectIdentifier free(next, 0);
       fillers.push_back(std::make_unique<ZPDFNodeIndirectObject>(nullptr, free, nullptr));
       fillers.back()->SetChild(ZPDFNodeNull::Default());
-      objects->emplace(free, fillers.back().get());
+      filled.emplace_back(free, fillers.back().get());
     }
+    filled.emplace_back(id, object);
     next = id.Number() + 1;
   }
+  *objects = std::move(filled);
   return fillers;
 }
 
@@ -83,13 +87,16 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
   ZPDFUpdater updater;
   updater.SetRawData(raw_data_, xref_offset_);
-  const PTableau<const ZPDFNodeIndirectObject*> modified = parser_->ModifiedObjects();
-  for (const ZPDFNodeIndirectObject* object : modified) updater.AddNode(object);
+  PTableau<ZPDFNodeIndirectObject*> added;
+  for (const ZPDFObjectLocation& location : parser_->ObjectLocations()) {
+    if (location.object != nullptr && updater.AddNode(location.object)) added.push_back(location.object);
+  }
   updater.SetTrailer(parser_->TrailerDico());
   if (!write(updater)) return FailSave(updater.Failure());
   raw_data_ = updater.RawData();
   // After an empty update the updater's offset leads to no section.
   if (updater.SectionWritten()) xref_offset_ = updater.XRefOffset();
+  for (ZPDFNodeIndirectObject* object : added) object->SetModified(false, true);
   FinishSave();
   return true;
 }
@@ -102,24 +109,24 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
     notes_.Warn("objects that only the file's cross-reference stream lists are left out of the new file");
   }
   const std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
-  ZPDFObjectMap objects;
-  trailer->GetReferencedObjects(objects);
+  ZPDFObjectList objects = trailer->ReferencedObjects();
   const auto fillers = FillHoles(&objects, &notes_);
   ZPDFSaver saver(EncryptionSave());
   saver.SetPDFVersion(parser_->PDFVersion());
-  saver.SetObjects(objects);
+  saver.SetExpectedSize(raw_data_.size() + raw_data_.size() / 8);
+  saver.SetObjects(std::move(objects));
   saver.SetTrailer(trailer.get());
   if (!write(saver)) return FailSave(saver.Failure());
   raw_data_ = saver.RawData();
   xref_offset_ = saver.XRefOffset();
   parser_->Rebase(raw_data_, xref_offset_, saver.Offsets(), EncryptionSave());
   if (encryption_save_ != nullptr) encryption_load_ = std::move(encryption_save_);
+  ResetModified();
   FinishSave();
   return true;
 }
 
 void ZAcroForm::FinishSave() {
-  ResetModified();
   parser_->TrailerDico()->SetModified(false, true);
   notes_.SetFailure(Chaine());
 }

@@ -19,14 +19,16 @@ ZAcroFormFieldCollection::ZAcroFormFieldCollection(ZPDFNodeArray* array) {
   FieldTreeBuilder(nullptr, nullptr).Build(*this, array, nullptr);
 }
 
-void ZAcroFormFieldCollection::Append(std::unique_ptr<Field> field) {
+bool ZAcroFormFieldCollection::Append(std::unique_ptr<Field> field) {
   if (members_ == nullptr) members_ = std::make_shared<Members>();
-  if (const Chaine name = field->Name(); !name.IsEmpty()) members_->by_name.Set(name, field.get());
+  bool is_first = true;
+  if (const Chaine name = field->Name(); !name.IsEmpty()) {
+    Field*& named = members_->by_name[name];
+    is_first = named == nullptr;
+    named = field.get();
+  }
   members_->fields.push_back(std::move(field));
-}
-
-bool ZAcroFormFieldCollection::HasMember(const Chaine& partial_name) const {
-  return members_ != nullptr && members_->by_name.Exist(partial_name);
+  return is_first;
 }
 
 uint32_t ZAcroFormFieldCollection::Size() const {

@@ -68,8 +68,8 @@ class ZFORMS_API ZAcroFormFieldCollection {
  private:
   struct Members;
 
-  void Append(std::unique_ptr<Field> field);
-  bool HasMember(const Chaine& partial_name) const;
+  // Adds the member; false when an earlier one has its name.
+  bool Append(std::unique_ptr<Field> field);
 
   // Null while there are none.
   std::shared_ptr<Members> members_;

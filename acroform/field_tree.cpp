@@ -35,10 +35,9 @@ void FieldTreeBuilder::Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* arra
       Build(*field, kids, field.get());
       path_.pop_back();
     }
-    if (field->HasName() && into.HasMember(field->Name())) {
+    if (!into.Append(std::move(field))) {
       Warn(array->GetDirectAt(i), "several fields have this name, of which only the last is filled");
     }
-    into.Append(std::move(field));
   }
 }
 

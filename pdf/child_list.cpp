@@ -96,15 +96,14 @@ uint8_t ZPDFChildList::TagOf(std::string_view key) {
   if (key.empty()) return 0;
   const auto byte = [key](size_t at) { return static_cast<unsigned>(static_cast<unsigned char>(key[at])); };
   const size_t last = key.size() - 1;
-  return static_cast<uint8_t>((byte(last) + 5 * byte(last / 2) + 3 * byte(last == 0 ? 0 : 1) + 11 * last) & ~unsigned{kMark});
+  return static_cast<uint8_t>((byte(last) + 5 * byte(last / 2) + 3 * byte(last == 0 ? 0 : 1) + 11 * last) % kPlain);
 }
 
-void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool marked) {
+void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked) {
   Reserve(size_t{size} + 1);
   items[size] = value;
-  Tags()[size] = TagOf(key);
+  Tags()[size] = static_cast<uint8_t>(TagOf(key) | (plain ? kPlain : 0) | (marked ? kMark : 0));
   new (keys + size) Chaine(std::move(key));
-  SetMark(size, marked);
   size++;
 }
 
@@ -112,7 +111,7 @@ size_t ZPDFChildList::Find(std::string_view key) const {
   const uint8_t* const tags = Tags();
   const uint8_t wanted = TagOf(key);
   for (size_t i = 0; i < size; i++) {
-    if ((tags[i] & ~kMark) == wanted && keys[i].View() == key) return i;
+    if (tags[i] % kPlain == wanted && keys[i].View() == key) return i;
   }
   return size;
 }

@@ -27,13 +27,15 @@ struct ZPDFChildList {
 
   void Insert(size_t at, ZPDFNode* node);
   void Append(ZPDFNode* node) { Insert(size, node); }
-  void AppendKeyed(Chaine key, ZPDFNode* value, bool marked);
+  // `plain` says that the key is a name that is written as it is.
+  void AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked);
   void Remove(size_t at);
   void GrowTo(size_t new_size);
   // The place of the leftmost of that key, `size` when there is none. Keyed lists only.
   size_t Find(std::string_view key) const;
   // Whether the entry, and not only its value, is marked as modified. Keyed lists only.
   bool IsMarked(size_t at) const { return (Tags()[at] & kMark) != 0; }
+  bool IsPlain(size_t at) const { return (Tags()[at] & kPlain) != 0; }
   void SetMark(size_t at, bool marked) {
     Tags()[at] = static_cast<uint8_t>(marked ? Tags()[at] | kMark : Tags()[at] & ~kMark);
   }
@@ -52,9 +54,10 @@ struct ZPDFChildList {
   ZPDFChildList* retired;  // lists given up by an assignment, freed with this one
 
  private:
-  // A tag says of a key, in seven bits, what most keys differ in, so that a search
-  // looks at a byte a key; its highest bit is the mark.
+  // A tag says of a key, in six bits, what most keys differ in, so that a search
+  // looks at a byte a key; above them stand two flags.
   static constexpr uint8_t kMark = 0x80;
+  static constexpr uint8_t kPlain = 0x40;
   static uint8_t TagOf(std::string_view key);
   uint8_t* Tags() const { return reinterpret_cast<uint8_t*>(keys + capacity); }
 

@@ -223,7 +223,7 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
   if (index_ != nullptr) index_->Insert(KeyedHash(key), Size());
   if (children == nullptr) AdoptChildren(children = ZPDFChildList::MakeKeyed(kFirstRoom));
   if (keyed) {
-    children->AppendKeyed(key, node, true);
+    children->AppendKeyed(key, node, ZPDFNodeIdentifier::IsWrittenAsIs(key), true);
   } else {
     AppendChild(new ZPDFNodeDictionaryEntry(key, node, ObjectProvider()));
   }
@@ -264,7 +264,11 @@ void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypt
     if (item == nullptr) continue;
     out.NewLine();
     if (children->keys != nullptr) {
-      ZPDFNodeIdentifier::Write(out, children->keys[i]);
+      if (children->IsPlain(i)) {
+        out.WriteToken(children->keys[i]);
+      } else {
+        ZPDFNodeIdentifier::Write(out, children->keys[i]);
+      }
       out.Separate();
     }
     item->SendTo(out, i == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "pdf/hex.h"
+#include "pdf/parser/char_class.h"
 #include "pdf/parser/tokenized_string.h"
 #include "pdf/structure_word.h"
 #include "pdf/writer/out_stream.h"
@@ -25,16 +26,7 @@ bool NeedsEscape(char c) {
 
 // Whether the character stands in a written name as it is. Delimiters would end the
 // name early for whoever reads it; they are escaped only on writing, Encode leaves them.
-bool IsPlain(char c) {
-  static constexpr std::string_view kBreaking = "#()<>[]{}%\\/";
-  static constexpr std::array<bool, 256> kPlain = [] {
-    std::array<bool, 256> plain{};
-    for (size_t byte = 33; byte < 127; byte++) plain[byte] = true;
-    for (const char breaking : kBreaking) plain[static_cast<unsigned char>(breaking)] = false;
-    return plain;
-  }();
-  return kPlain[static_cast<unsigned char>(c)];
-}
+bool IsPlain(char c) { return Is(c, kPlainName); }
 
 void AppendEscaped(Chaine& out, char c) {
   const auto byte = static_cast<unsigned char>(c);
@@ -54,11 +46,6 @@ Chaine WrittenText(const Chaine& identifier) {
     }
   }
   return result;
-}
-
-bool IsPlain(std::string_view identifier) {
-  if (identifier.starts_with('/')) identifier.remove_prefix(1);
-  return std::all_of(identifier.begin(), identifier.end(), [](char c) { return IsPlain(c); });
 }
 
 // What the rounds of Decode may cost, in bytes: enough for any name of a few hundred bytes.
@@ -119,11 +106,16 @@ void ZPDFNodeIdentifier::Write(ZPDFOutStream& out, const Chaine& identifier) {
     out.WriteToken("/ ");
   } else if (identifier.IsEmpty() || (identifier[0] != '/' && IsStructureWord(identifier))) {
     out.WriteToken(NullText());
-  } else if (IsPlain(identifier)) {
+  } else if (IsWrittenAsIs(identifier)) {
     out.WriteToken(identifier);
   } else {
     out.WriteToken(WrittenText(identifier));
   }
+}
+
+bool ZPDFNodeIdentifier::IsWrittenAsIs(std::string_view identifier) {
+  if (identifier.starts_with('/')) identifier.remove_prefix(1);
+  return !identifier.empty() && std::all_of(identifier.begin(), identifier.end(), [](char c) { return IsPlain(c); });
 }
 
 void ZPDFNodeIdentifier::SetIdentifier(const Chaine& identifier) {

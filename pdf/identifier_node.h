@@ -27,6 +27,8 @@ class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
   // Writes such a token: escapes what would end the name early, and writes null for a
   // keyword that would be taken for the frame of the file.
   static void Write(ZPDFOutStream& out, const Chaine& identifier);
+  // Whether Write has nothing to escape in it.
+  static bool IsWrittenAsIs(std::string_view identifier);
   // "#" becomes "#23"; bytes below 33 and from 127 on become "#" and two digits.
   static Chaine Encode(const Chaine& identifier);
   // Replaces the first "#" and its two characters by their byte, everywhere it

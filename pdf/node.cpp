@@ -8,9 +8,9 @@
 #include "pdf/dictionary_node.h"
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
-#include "pdf/number_set.h"
 #include "pdf/numeric_node.h"
 #include "pdf/object_provider.h"
+#include "pdf/object_table.h"
 #include "pdf/parser/char_class.h"
 #include "pdf/parser/tokenized_string.h"
 #include "pdf/reference_node.h"
@@ -40,7 +40,7 @@ ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(ot
     if (from->keys == nullptr) {
       children_->Append(child);
     } else {
-      children_->AppendKeyed(from->keys[i], child, from->IsMarked(i));
+      children_->AppendKeyed(from->keys[i], child, from->IsPlain(i), from->IsMarked(i));
     }
   }
 }
@@ -112,20 +112,17 @@ void ZPDFNode::AddReferences(std::vector<const ZPDFNodeIndirectReference*>& foun
 
 ZPDFObjectList ZPDFNode::ReferencedBeyond(const ZPDFObjectMap& known) const {
   std::vector<const ZPDFNodeIndirectReference*> pending;
-  ZPDFObjectList objects;
-  ZPDFNumberSet visited;
+  ZPDFObjectTable objects;
   AddReferences(pending);
   while (!pending.empty()) {
     const ZPDFNodeIndirectReference* reference = pending.back();
     pending.pop_back();
-    if (!visited.Add(reference->GetID()) || (!known.empty() && known.contains(reference->GetID()))) continue;
-    const ZPDFNodeIndirectObject* object = reference->GetObject();
-    if (object == nullptr) continue;
-    objects.emplace_back(reference->GetID(), object);
-    object->AddReferences(pending);
+    const ZPDFNodeIndirectObject*& object = objects[reference->GetID()];
+    if (object != nullptr || (!known.empty() && known.contains(reference->GetID()))) continue;
+    object = reference->GetObject();
+    if (object != nullptr) object->AddReferences(pending);
   }
-  std::sort(objects.begin(), objects.end());
-  return objects;
+  return objects.List();
 }
 
 void ZPDFNode::GetReferencedObjects(ZPDFObjectMap& map) const {
@@ -230,11 +227,16 @@ const ZPDFNode* ZPDFNode::GetTargetAt(size_t index) const {
 void ZPDFNode::SetModified(bool modified, bool recursive) {
   if (immutable_) return;
   modified_ = modified;
-  if (!recursive) return;
-  if (children_ == nullptr) return;
+  if (!recursive || children_ == nullptr) return;
   for (uint32_t i = 0; i < children_->size; i++) {
     if (children_->keys != nullptr) children_->SetMark(i, modified);
-    if (children_->items[i] != nullptr) children_->items[i]->SetModified(modified, recursive);
+    ZPDFNode* const child = children_->items[i];
+    if (child == nullptr) continue;
+    if (child->children_ != nullptr) {
+      child->SetModified(modified, true);
+    } else if (child->modified_ != modified && !child->immutable_) {
+      child->modified_ = modified;
+    }
   }
 }
 

@@ -21,6 +21,13 @@ namespace {
 
 constexpr int kMaxDepth = 100;
 
+// The loops below walk with a pointer of their own: through the member, every byte
+// read could be one of the member's, and would have it loaded anew.
+const char* SkipClass(const char* at, const char* end, CharClass kind) {
+  while (at != end && Is(*at, kind)) at++;
+  return at;
+}
+
 }  // namespace
 
 ZPDFPlainReader::ZPDFPlainReader(const ZPDFTokenizedString& text, IPDFObjectProvider* provider,
@@ -72,7 +79,7 @@ ZPDFNode* ZPDFPlainReader::Dictionary(int depth) {
   const size_t first_node = nodes_.Size();
   const size_t first_key = keys_.Size();
   for (SkipWhites(); !StandsHere(">>"); SkipWhites()) {
-    std::string_view key;
+    NameToken key;
     if (!TakeName(&key)) return nullptr;
     SkipWhites();
     ZPDFNode* const value = Value(depth + 1);
@@ -86,7 +93,8 @@ ZPDFNode* ZPDFPlainReader::Dictionary(int depth) {
   if (count == 0) return dictionary;
   ZPDFChildList* const list = ZPDFChildList::MakeKeyed(count, pool_);
   for (size_t i = 0; i < count; i++) {
-    list->AppendKeyed(NameText(keys_.Data()[first_key + i]), nodes_.Data()[first_node + i], false);
+    const NameToken& key = keys_.Data()[first_key + i];
+    list->AppendKeyed(NameText(key), nodes_.Data()[first_node + i], key.plain, false);
   }
   nodes_.Shrink(first_node);
   keys_.Shrink(first_key);
@@ -117,32 +125,33 @@ ZPDFNode* ZPDFPlainReader::Array(int depth) {
 }
 
 ZPDFNode* ZPDFPlainReader::Literal() {
-  const char* const start = ++at_;
+  const char* const start = at_ + 1;
+  const char* at = start;
   bool as_it_stands = true;
-  for (size_t depth = 0; at_ != end_; at_++) {
-    const char c = *at_;
-    if (c == '(') {
+  for (size_t depth = 0; at != end_; at++) {
+    if (!Is(*at, kInString)) continue;
+    if (*at == '(') {
       depth++;
-    } else if (c == ')') {
+    } else if (*at == ')') {
       if (depth-- == 0) break;
-    } else if (c == '\\') {
+    } else {
       // From the end, a parenthesis behind two backslashes reads otherwise.
-      if (++at_ == end_ || *at_ == '\\') return nullptr;
-      as_it_stands = false;
-    } else if (c == '\r') {
+      if (*at == '\\' && (++at == end_ || *at == '\\')) return nullptr;
       as_it_stands = false;
     }
   }
-  if (at_ == end_) return nullptr;
-  Chaine value = Text({start, static_cast<size_t>(at_ - start)});
-  at_++;
+  if (at == end_) return nullptr;
+  at_ = at + 1;
+  Chaine value = Text({start, static_cast<size_t>(at - start)});
   if (!as_it_stands) value = ZPDFNodeLiteralString::Decode(value);
   return ZPDFNode::MakeParsed<ZPDFNodeLiteralString>(&pool_, Deciphered(std::move(value)), provider_);
 }
 
 ZPDFNode* ZPDFPlainReader::Hexadecimal() {
   const char* const start = ++at_;
-  while (at_ != end_ && HexDigit(*at_) >= 0) at_++;
+  const char* at = start;
+  while (at != end_ && HexDigit(*at) >= 0) at++;
+  at_ = at;
   if (at_ == end_ || *at_ != '>') return nullptr;
   const Chaine digits = Text({start, static_cast<size_t>(at_ - start)});
   at_++;
@@ -150,7 +159,7 @@ ZPDFNode* ZPDFPlainReader::Hexadecimal() {
 }
 
 ZPDFNode* ZPDFPlainReader::Name() {
-  std::string_view name;
+  NameToken name;
   if (!TakeName(&name)) return nullptr;
   return ZPDFNode::MakeParsed<ZPDFNodeIdentifier>(&pool_, NameText(name), provider_);
 }
@@ -199,26 +208,28 @@ ZPDFNode* ZPDFPlainReader::Keyword() {
   return nullptr;
 }
 
-bool ZPDFPlainReader::TakeName(std::string_view* name) {
-  const char* const start = at_;
+bool ZPDFPlainReader::TakeName(NameToken* name) {
   if (at_ == end_ || *at_ != '/') return false;
-  for (at_++; at_ != end_ && !Is(*at_, kSpecial); at_++) {
+  const char* at = SkipClass(at_ + 1, end_, kPlainName);
+  name->plain = true;
+  for (; at != end_ && !Is(*at, kSpecial); at++) {
     // A parenthesis behind it would read otherwise from the end.
-    if (*at_ == '\\') return false;
+    if (*at == '\\') return false;
+    name->plain = name->plain && Is(*at, kPlainName);
   }
-  *name = {start, static_cast<size_t>(at_ - start)};
-  return at_ != end_ && name->size() > 1;
+  name->text = {at_, static_cast<size_t>(at - at_)};
+  at_ = at;
+  return at != end_ && name->text.size() > 1;
 }
 
 std::string_view ZPDFPlainReader::TakeDigits() {
   const char* const start = at_;
-  while (at_ != end_ && Is(*at_, kDigit)) at_++;
+  at_ = SkipClass(start, end_, kDigit);
   return {start, static_cast<size_t>(at_ - start)};
 }
 
-Chaine ZPDFPlainReader::NameText(std::string_view name) const {
-  Chaine text = Text(name);
-  return name.find('#') == std::string_view::npos ? text : ZPDFNodeIdentifier::Decode(text);
+Chaine ZPDFPlainReader::NameText(const NameToken& name) const {
+  return name.plain ? Text(name.text) : ZPDFNodeIdentifier::Decode(Text(name.text));
 }
 
 Chaine ZPDFPlainReader::Text(std::string_view part) const {
@@ -229,9 +240,7 @@ Chaine ZPDFPlainReader::Deciphered(Chaine text) const {
   return encrypter_ == nullptr ? std::move(text) : encrypter_->Decrypt(text);
 }
 
-void ZPDFPlainReader::SkipWhites() {
-  while (at_ != end_ && Is(*at_, kWhite)) at_++;
-}
+void ZPDFPlainReader::SkipWhites() { at_ = SkipClass(at_, end_, kWhite); }
 
 bool ZPDFPlainReader::AtSpecial() const { return at_ != end_ && Is(*at_, kSpecial); }
 

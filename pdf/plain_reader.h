@@ -33,6 +33,11 @@ class ZPDFPlainReader {
   size_t Length() const { return static_cast<size_t>(at_ - begin_); }
 
  private:
+  struct NameToken {
+    std::string_view text;
+    bool plain;  // it is written as it stands
+  };
+
   ZPDFNode* Value(int depth);
   ZPDFNode* Dictionary(int depth);
   ZPDFNode* Array(int depth);
@@ -42,9 +47,9 @@ class ZPDFPlainReader {
   ZPDFNode* Number();
   ZPDFNode* Keyword();
   ZPDFNode* Reference(std::string_view number);
-  bool TakeName(std::string_view* name);
+  bool TakeName(NameToken* name);
   std::string_view TakeDigits();
-  Chaine NameText(std::string_view name) const;
+  Chaine NameText(const NameToken& name) const;
   Chaine Text(std::string_view part) const;
   Chaine Deciphered(Chaine text) const;
   void SkipWhites();
@@ -60,7 +65,7 @@ class ZPDFPlainReader {
   const char* end_;
   // The values of what is open, outermost first, and the keys of those in dictionaries.
   ZPDFSmallStack<ZPDFNode*, 64> nodes_;
-  ZPDFSmallStack<std::string_view, 64> keys_;
+  ZPDFSmallStack<NameToken, 64> keys_;
 };
 
 }  // namespace zforms

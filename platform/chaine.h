@@ -68,7 +68,9 @@ class ZFORMS_API Chaine {
     char* const to = ExtendQuickly(bytes.size());
     if (to == nullptr) {
       AppendSlowly(bytes);
-    } else if (!bytes.empty()) {
+    } else if (bytes.size() <= kInlineCapacity) {
+      CopyFew(to, bytes.data(), bytes.size());
+    } else {
       std::memcpy(to, bytes.data(), bytes.size());
     }
   }

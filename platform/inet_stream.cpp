@@ -123,6 +123,12 @@ bool ZInetChaineOStream::Write(const char* from, size_t size) {
   return true;
 }
 
+bool ZInetChaineOStream::WriteAll(const Chaine& bytes) {
+  if (!text_.IsEmpty()) return Write(bytes.data(), bytes.size());
+  text_ = bytes;
+  return true;
+}
+
 ZInetBlobOStream::ZInetBlobOStream(sBlob* blob) : ZInetChaineOStream(blob->bytes) { blob->bytes.Clear(); }
 
 }  // namespace zforms

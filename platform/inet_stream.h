@@ -43,6 +43,8 @@ class ZFORMS_API ZInetOStream {
 
   // True when all bytes were taken.
   virtual bool Write(const char* from, size_t size) = 0;
+  // The same from a text, whose bytes a stream that gathers a text may share.
+  virtual bool WriteAll(const Chaine& bytes) { return Write(bytes.data(), bytes.size()); }
   // Whether writes may be gathered. Turning it off passes on what was gathered;
   // false when that fails.
   virtual bool SetBuffering(bool) { return true; }
@@ -112,6 +114,7 @@ class ZFORMS_API ZInetChaineOStream : public ZInetOStream {
   explicit ZInetChaineOStream(Chaine& text) : text_(text) {}
 
   bool Write(const char* from, size_t size) override;
+  bool WriteAll(const Chaine& bytes) override;
 
  private:
   Chaine& text_;

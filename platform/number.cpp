@@ -63,13 +63,13 @@ int32_t ParseInt(std::string_view text) {
 
 uint32_t ParseUInt(std::string_view text) {
   // A few digits and nothing else, as nearly always.
-  uint32_t value = 0;
-  if (text.size() - 1 >= 9) return ReadUnsigned<uint32_t>(text);
+  if (text.size() - 1 >= 10) return ReadUnsigned<uint32_t>(text);
+  uint64_t value = 0;
   for (const char c : text) {
     if (c < '0' || c > '9') return ReadUnsigned<uint32_t>(text);
-    value = value * 10 + static_cast<uint32_t>(c - '0');
+    value = value * 10 + static_cast<uint64_t>(c - '0');
   }
-  return value;
+  return static_cast<uint32_t>(std::min<uint64_t>(value, UINT32_MAX));
 }
 
 uint64_t ParseUInt64(std::string_view text) { return ReadUnsigned<uint64_t>(text); }

@@ -8,7 +8,7 @@ namespace zforms {
 
 // The character classes of PDF text (ISO 32000-1 7.2.2), as one table. The zero
 // byte is not white space here: it is kept as part of the token it stands in.
-enum CharClass : uint8_t {
+enum CharClass : uint16_t {
   kWhite = 1,        // tab, line feed, form feed, carriage return, space
   kSpecial = 2,      // white space and % ( ) / < > [ ] { }
   kLineEnd = 4,      // carriage return, line feed
@@ -16,15 +16,17 @@ enum CharClass : uint8_t {
   kOpening = 16,     // % ( / < [ {
   kDelimiter = 32,   // the opening ones and ) > ] }
   kDigit = 64,
+  kInString = 128,   // what a literal string may not hold without a second look: ( ) \ and carriage return
+  kPlainName = 256,  // what stands for itself in a written name: printable ASCII but # \ and delimiters
 };
 
 namespace internal {
-constexpr std::array<uint8_t, 256> MakeCharClasses() {
-  std::array<uint8_t, 256> table{};
+constexpr std::array<uint16_t, 256> MakeCharClasses() {
+  std::array<uint16_t, 256> table{};
   const auto add = [&table](std::string_view set, int bits) {
     for (const char c : set) {
       auto& entry = table[static_cast<uint8_t>(c)];
-      entry = static_cast<uint8_t>(entry | bits);
+      entry = static_cast<uint16_t>(entry | bits);
     }
   };
   add("\t\n\f\r ", kWhite | kSpecial);
@@ -33,9 +35,14 @@ constexpr std::array<uint8_t, 256> MakeCharClasses() {
   add("\r\n", kLineEnd);
   add("\r\n%)", kCommentStop);
   add("0123456789", kDigit);
+  add("()\\\r", kInString);
+  for (size_t byte = 33; byte < 127; byte++) {
+    if (table[byte] == 0 || table[byte] == kDigit) table[byte] = static_cast<uint16_t>(table[byte] | kPlainName);
+  }
+  for (const char c : {'#', '\\'}) table[static_cast<uint8_t>(c)] &= static_cast<uint16_t>(~kPlainName);
   return table;
 }
-inline constexpr std::array<uint8_t, 256> kCharClasses = MakeCharClasses();
+inline constexpr std::array<uint16_t, 256> kCharClasses = MakeCharClasses();
 }  // namespace internal
 
 constexpr bool Is(char c, CharClass kind) { return (internal::kCharClasses[static_cast<uint8_t>(c)] & kind) != 0; }

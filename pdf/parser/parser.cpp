@@ -314,22 +314,24 @@ void ZPDFParser::GetUsedObjects(ZPDFObjectMap& map) const {
 Chaine ZPDFParser::PDFVersion() const { return raw_data_.Mid(0, raw_data_.View().find_first_of("\r\n")); }
 
 void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
-                        const FSortedMap<ZPDFObjectIdentifier, uint32_t>& offsets, const ZPDFEncryption* encryption) {
+                        const PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>& offsets,
+                        const ZPDFEncryption* encryption) {
   raw_data_ = raw_data;
   xref_offset_ = xref_offset;
   section_count_ = 1;
   linearized_ = false;
   search_budget_ = kSearchesOfWholeFile * raw_data.size();
   encryption_ = encryption == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*encryption);
+  auto found = offsets.begin();
   for (ZPDFObjectLocation& location : locations_) {
-    const auto found = offsets.find(location.id);
-    location.in_use = found != offsets.end();
+    while (found != offsets.end() && found->first < location.id) ++found;
+    location.in_use = found != offsets.end() && found->first == location.id;
     location.offset = location.in_use ? found->second : 0;
     if (location.object != nullptr) location.object->SetEncryption(encryption_.get());
   }
   trailer_->RemoveValue("/Prev");
   trailer_->RemoveValue("/XRefStm");
-  trailer_->SetValue("/Size", offsets.empty() ? 1U : offsets.rbegin()->first.Number() + 1);
+  trailer_->SetValue("/Size", offsets.empty() ? 1U : offsets.back().first.Number() + 1);
   ZPDFNode* encrypt = encryption_ == nullptr ? nullptr : encryption_->Dictionary()->Clone();
   trailer_->SetValue("/Encrypt", encrypt);
   trailer_->SetModified(false, true);

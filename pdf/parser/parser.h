@@ -94,8 +94,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // After the document was saved anew as `raw_data`: from now on objects stand at
   // `offsets` (others are gone), are enciphered by a copy of `encryption` (none
   // when null) and the trailer speaks of the new file. Loaded objects stay.
-  void Rebase(const Chaine& raw_data, uint32_t xref_offset, const FSortedMap<ZPDFObjectIdentifier, uint32_t>& offsets,
-              const ZPDFEncryption* encryption);
+  // `offsets` are in identifier order.
+  void Rebase(const Chaine& raw_data, uint32_t xref_offset,
+              const PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>& offsets, const ZPDFEncryption* encryption);
 
  private:
   void Clean();

@@ -114,9 +114,23 @@ bool ZPDFXrefReader::ReadTable(ZPDFLocations& locations) {
   }
 }
 
+// Takes the entry when it stands as the standard lays it out: ten digits, five
+// digits and the type, each behind one blank, in twenty bytes with the line end.
+bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
+  const size_t start = SkipWhites(text_, at_);
+  const std::string_view entry = text_.substr(start, 20);
+  if (entry.size() < 20 || entry[10] != ' ' || entry[16] != ' ' || (entry[17] != 'n' && entry[17] != 'f')) return false;
+  if (!Is(entry[18], kWhite) || !Is(entry[19], kLineEnd)) return false;
+  if (!AllDigits(entry.substr(0, 10)) || !AllDigits(entry.substr(11, 5))) return false;
+  Add({number, ParseUInt(entry.substr(11, 5))}, entry.substr(0, 10), entry[17] == 'n', locations);
+  at_ = start + (Is(entry[18], kLineEnd) ? 18 : 19);
+  return true;
+}
+
 bool ZPDFXrefReader::ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations) {
   if (first > kHighestNumber) Warn("object numbers are too high");
   for (uint32_t i = 0; i < count; i++) {
+    if (first <= kHighestNumber && i <= kHighestNumber - first && TakePlainEntry(first + i, locations)) continue;
     if (AtTrailer()) return false;
     const size_t before = at_;
     const std::string_view line = NextLine();
@@ -136,11 +150,15 @@ ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t nu
   if (fields.count < 2 || !AllDigits(fields.at[0]) || !AllDigits(fields.at[1])) return Line::kOther;
   if (fields.count == 2) return Line::kHeader;
   if (fields.count != 3) return Line::kOther;
-  const ZPDFObjectIdentifier id(number, ParseUInt(fields.at[1]));
-  // Object 0 heads the free list; a generation has five digits, of which 65535 is the last.
-  const bool in_use = fields.at[2] == "n" && number != 0 && id.Generation() <= UINT16_MAX;
-  locations.AddOlder(id, ParseUInt(fields.at[0]), in_use);
+  Add({number, ParseUInt(fields.at[1])}, fields.at[0], fields.at[2] == "n", locations);
   return Line::kEntry;
+}
+
+void ZPDFXrefReader::Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use,
+                         ZPDFLocations& locations) {
+  // Object 0 heads the free list; a generation has five digits, of which 65535 is the last.
+  const bool loadable = in_use && id.Number() != 0 && id.Generation() <= UINT16_MAX;
+  locations.AddOlder(id, ParseUInt(offset), loadable);
 }
 
 }  // namespace zforms

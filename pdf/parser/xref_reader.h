@@ -31,6 +31,8 @@ class ZPDFXrefReader {
   bool ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations);
   enum class Line { kEntry, kHeader, kOther };
   Line AddEntry(std::string_view line, uint32_t number, ZPDFLocations& locations);
+  bool TakePlainEntry(uint32_t number, ZPDFLocations& locations);
+  static void Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use, ZPDFLocations& locations);
   std::string_view NextLine();
   bool AtTrailer() const;
   void Warn(std::string_view what) const;

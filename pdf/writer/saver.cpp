@@ -1,5 +1,7 @@
 #include "pdf/writer/saver.h"
 
+#include <algorithm>
+
 #include "pdf/crypt/encryption.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/indirect_object.h"
@@ -30,14 +32,19 @@ void ZPDFSaver::AppendNode(ZPDFOutStream& out, const ZPDFNode* node) {
 
 void ZPDFSaver::AppendNode(ZPDFOutStream& out, const ZPDFNodeIndirectObject* object, bool encrypt) {
   out.NewLine();
-  const std::unique_ptr<ZPDFEncrypter> encrypter(
-      ZPDFEncryption::AllocEncrypter(encrypt ? encryption_ : nullptr, object->GetID()));
-  object->SendTo(out, encrypter.get());
+  if (encrypt && encryption_ != nullptr) {
+    const std::unique_ptr<ZPDFEncrypter> encrypter(ZPDFEncryption::AllocEncrypter(encryption_, object->GetID()));
+    object->SendTo(out, encrypter.get());
+  } else {
+    object->SendTo(out, ZPDFEncrypterNeutral::Default());
+  }
   out.NewLine();
 }
 
 void ZPDFSaver::PrepareData() {
+  const size_t former_size = raw_data_.size();
   raw_data_ = version_ + '\n';
+  raw_data_.Reserve(std::max(former_size, expected_size_));
   raw_data_ += kBinaryComment;
   xref_.Reset();
   ZPDFOutStream out(&raw_data_);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "pdf/node.h"
 #include "pdf/writer/writer.h"
@@ -23,14 +24,18 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
   bool Write(ZInetOStream& out) override;
   bool Write(const Chaine& path) override;
 
-  void SetObjects(const ZPDFObjectMap& objects) { objects_ = objects; }
+  void SetObjects(const ZPDFObjectMap& objects) { objects_.assign(objects.begin(), objects.end()); }
+  // The same from a list in identifier order.
+  void SetObjects(ZPDFObjectList objects) { objects_ = std::move(objects); }
   // The whole header line, such as "%PDF-1.4"; it must be set before writing.
   void SetPDFVersion(const Chaine& version) { version_ = version; }
+  // About how many bytes the file will have, so that its buffer need not grow.
+  void SetExpectedSize(size_t bytes) { expected_size_ = bytes; }
   // Keeps a clone. Its "/Encrypt" becomes the encryption's dictionary, inline, or
   // is removed without one.
   void SetTrailer(const ZPDFNodeDictionary* trailer);
   // Where the last run wrote each object.
-  const ZPDFXrefManager::OffsetMap& Offsets() const { return xref_.Offsets(); }
+  const ZPDFXrefManager::OffsetList& Offsets() const { return xref_.Offsets(); }
 
  protected:
   // Builds the raw data.
@@ -41,8 +46,9 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
  private:
   const ZPDFEncryption* encryption_;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
-  ZPDFObjectMap objects_;
+  ZPDFObjectList objects_;
   Chaine version_;
+  size_t expected_size_ = 0;
   Chaine raw_data_;
   uint32_t xref_offset_ = 0;
   ZPDFXrefManager xref_;

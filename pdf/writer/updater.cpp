@@ -27,8 +27,8 @@ void ZPDFUpdater::SetRawData(const Chaine& data, uint32_t xref_offset) {
   xref_.Reset();
 }
 
-void ZPDFUpdater::AddNode(const ZPDFNodeIndirectObject* object) {
-  if (!object->IsModified()) return;
+bool ZPDFUpdater::AddNode(const ZPDFNodeIndirectObject* object) {
+  if (!object->IsModified()) return false;
   // The line end that the output stream would put before the object is put here,
   // since it sees only what was appended and must not touch what was read.
   if (appended_.IsEmpty() && !base_.IsEmpty() && !Is(base_.Last(), kLineEnd)) appended_ += '\n';
@@ -38,6 +38,7 @@ void ZPDFUpdater::AddNode(const ZPDFNodeIndirectObject* object) {
   object->SendTo(out, nullptr);
   out.NewLine();
   modified_ = true;
+  return true;
 }
 
 void ZPDFUpdater::SetTrailer(const ZPDFNodeDictionary* trailer) {
@@ -62,6 +63,9 @@ ZPDFUpdater::NewEnd ZPDFUpdater::BuildEnd() const {
   tail += trailer_text_;
   tail += '\n';
   AppendEnd(&tail, end.xref_offset);
+  // With room for a next, smaller update behind it.
+  const size_t length = end.bytes.size() + tail.size();
+  if (!end.bytes.IsEmpty()) end.bytes.Reserve(length + tail.size() / 8);
   end.bytes += tail;
   return end;
 }

@@ -26,8 +26,9 @@ class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
   bool Write(const Chaine& path) override;
 
   void SetRawData(const Chaine& data, uint32_t xref_offset);
-  // Appends the object, enciphered as it was read, if it is marked modified.
-  void AddNode(const ZPDFNodeIndirectObject* object);
+  // Appends the object, enciphered as it was read, if it is marked modified, and
+  // says whether it is.
+  bool AddNode(const ZPDFNodeIndirectObject* object);
   // Keeps the trailer's text with "/Prev" set; a marked one makes the file be written.
   void SetTrailer(const ZPDFNodeDictionary* trailer);
   // Whether the last Write appended anything.

@@ -10,9 +10,8 @@ ZPDFWriter::~ZPDFWriter() = default;
 
 bool ZPDFWriter::Send(ZInetOStream& out, const Chaine& bytes) {
   out.SetBuffering(true);
-  const bool sent = out.Write(bytes.data(), bytes.size());
-  out.SetBuffering(false);
-  return sent;
+  const bool sent = out.WriteAll(bytes);
+  return out.SetBuffering(false) && sent;
 }
 
 bool ZPDFWriter::Store(const Chaine& path, const Chaine& bytes) {

@@ -1,6 +1,7 @@
 #include "pdf/writer/xref_manager.h"
 
-#include <vector>
+#include <algorithm>
+#include <cstring>
 
 #include "platform/number.h"
 
@@ -10,19 +11,25 @@ namespace {
 constexpr std::string_view kFreeListHead = "0000000000 65535 f\r\n";
 constexpr size_t kEntryLength = 20;
 
-void AppendGroup(Chaine* section, uint32_t first, uint32_t count, std::string_view entries) {
+// `width` digits of the value.
+char* WriteDigits(char* to, uint32_t value, int width) {
+  for (int i = width; i > 0; i--, value /= 10) to[i - 1] = static_cast<char>('0' + value % 10);
+  return to + width;
+}
+
+void AppendEntry(Chaine* section, const ZPDFObjectIdentifier& id, uint32_t offset) {
+  char* to = section->AppendUninitialized(kEntryLength);
+  to = WriteDigits(to, id.Number() == 0 ? 0 : offset, 10);
+  *to++ = ' ';
+  to = WriteDigits(to, id.Generation() & 0xFFFF, 5);
+  std::memcpy(to, id.Number() == 0 ? " f\r\n" : " n\r\n", 4);
+}
+
+void AppendHeader(Chaine* section, uint32_t first, size_t count) {
   *section += FormatUInt(first);
   *section += ' ';
   *section += FormatUInt(count);
   *section += "\r\n";
-  *section += entries;
-}
-
-void AppendEntry(Chaine* entries, const ZPDFObjectIdentifier& id, uint32_t offset) {
-  AppendPadded(entries, offset, 10);
-  *entries += ' ';
-  AppendPadded(entries, id.Generation() & 0xFFFF, 5);
-  *entries += id.Number() == 0 ? " f\r\n" : " n\r\n";
 }
 
 }  // namespace
@@ -30,30 +37,47 @@ void AppendEntry(Chaine* entries, const ZPDFObjectIdentifier& id, uint32_t offse
 ZPDFXrefManager::~ZPDFXrefManager() = default;
 
 void ZPDFXrefManager::Record(const ZPDFObjectIdentifier& id, uint32_t offset) {
-  offsets_.insert_or_assign(offsets_.end(), id, offset);
+  if (!offsets_.empty() && !(offsets_.back().first < id)) sorted_ = false;
+  offsets_.emplace_back(id, offset);
 }
 
-void ZPDFXrefManager::Reset() { offsets_.clear(); }
+void ZPDFXrefManager::Reset() {
+  offsets_.clear();
+  sorted_ = true;
+}
+
+const ZPDFXrefManager::OffsetList& ZPDFXrefManager::Offsets() const {
+  if (sorted_) return offsets_;
+  std::stable_sort(offsets_.begin(), offsets_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  // From the back, the last of equals comes first and is the one that stays.
+  const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
+  offsets_.erase(offsets_.begin(), std::unique(offsets_.rbegin(), offsets_.rend(), same).base());
+  sorted_ = true;
+  return offsets_;
+}
 
 Chaine ZPDFXrefManager::BuildSection() const {
+  const OffsetList& offsets = Offsets();
   Chaine section("xref\r\n");
-  section.Reserve((offsets_.size() + 2) * (kEntryLength + 1));
-  Chaine group(kFreeListHead);
-  uint32_t first = 0;
-  uint32_t count = 1;
-  uint32_t last = 0;
-  for (const auto& [id, offset] : offsets_) {
-    if (id.Number() != last && id.Number() != last + 1) {
-      AppendGroup(&section, first, count, group);
-      group.Clear();
-      first = id.Number();
-      count = 0;
+  section.Reserve((offsets.size() + 2) * (kEntryLength + 1));
+  // The first group begins with the free list's head, whatever follows it.
+  const auto group_end = [&offsets](size_t at, uint32_t last) {
+    while (at < offsets.size() && (offsets[at].first.Number() == last || offsets[at].first.Number() == last + 1)) {
+      last = offsets[at++].first.Number();
     }
-    AppendEntry(&group, id, id.Number() == 0 ? 0 : offset);
-    last = id.Number();
-    count++;
+    return at;
+  };
+  size_t end = group_end(0, 0);
+  AppendHeader(&section, 0, end + 1);
+  section += kFreeListHead;
+  for (size_t at = 0; at < offsets.size(); at++) {
+    if (at == end) {
+      const uint32_t first = offsets[at].first.Number();
+      end = group_end(at, first);
+      AppendHeader(&section, first, end - at);
+    }
+    AppendEntry(&section, offsets[at].first, offsets[at].second);
   }
-  AppendGroup(&section, first, count, group);
   return section;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "pdf/object_identifier.h"
 #include "platform/chaine.h"
@@ -12,20 +13,23 @@ namespace zforms {
 // objects that were written and makes the cross-reference section of them.
 class ZFORMS_API ZPDFXrefManager {
  public:
-  using OffsetMap = FSortedMap<ZPDFObjectIdentifier, uint32_t>;
+  // In identifier order.
+  using OffsetList = PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>;
 
   virtual ~ZPDFXrefManager();
   // Inserts or overwrites.
   void Record(const ZPDFObjectIdentifier& id, uint32_t offset);
   void Reset();
-  const OffsetMap& Offsets() const { return offsets_; }
+  const OffsetList& Offsets() const;
 
   // The section from "xref" on (ISO 32000-1 7.5.4), with CR LF line ends. Object 0
   // heads the free list; numbers that were not recorded are absent.
   Chaine BuildSection() const;
 
  private:
-  OffsetMap offsets_;
+  // Sorted when they are asked for; of those recorded twice the later one stays.
+  mutable OffsetList offsets_;
+  mutable bool sorted_ = true;
 };
 
 }  // namespace zforms

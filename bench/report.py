@@ -1,0 +1,291 @@
+#!/usr/bin/env python3
+"""Runs the benchmark programs side by side and reports.
+
+Prints a plain table, and writes results.json and results.svg. Programs take
+turns cell by cell and the medians of several rounds count, so that what
+else the machine does hits all of them alike. Fails when two programs that did
+the same job came across different things.
+"""
+
+import argparse
+import json
+import os
+import platform
+import re
+import statistics
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+import picture
+
+LIBRARIES = {"zforms": "zforms", "mupdf": "MuPDF", "qpdf": "qpdf", "podofo": "PoDoFo"}
+GOALS = {"mupdf": 2.0, "qpdf": 10.0}  # how many times the time of zforms
+JOBS = {"list": "open and list", "parse": "parse every object", "fill": "fill and save", "rewrite": "rewrite"}
+FORMS = (50, 1000, 20000)
+OBJECTS = (1000, 10_000, 100_000, 1_000_000)
+NUMBERS = (10_000, 100_000, 1_000_000)
+BRACKETS = 200_000
+LARGE = ("big", "objects-1000000")  # left out when it has to be quick
+
+
+def make_inputs(maker, folder, quick):
+    """The inputs that are not there yet; made anew when the maker is newer."""
+    folder.mkdir(parents=True, exist_ok=True)
+    wanted = [("form", n, f"form-{n}.pdf") for n in FORMS] + [("xfdf", n, f"form-{n}.xfdf") for n in FORMS]
+    wanted += [("big", 0, "big.pdf"), ("xfdf", 50, "big.xfdf")]
+    wanted += [("objects", n, f"objects-{n}.pdf") for n in OBJECTS] + [("line", n, f"line-{n}.pdf") for n in NUMBERS]
+    wanted += [(kind, BRACKETS, f"{kind}-{BRACKETS}.pdf") for kind in ("nest", "flat")]
+    for kind, count, name in wanted:
+        path = folder / name
+        if quick and path.stem in LARGE:
+            continue
+        if path.exists() and path.stat().st_mtime >= maker.stat().st_mtime:
+            continue
+        part = folder / "part"
+        subprocess.run([maker, kind, str(count), part], check=True)
+        part.rename(path)
+
+
+class Bench:
+    def __init__(self, options):
+        self.options = options
+        self.programs = {name: options.programs / f"{name}_bench" for name in LIBRARIES}
+        self.programs = {name: path for name, path in self.programs.items() if path.exists()}
+        self.complaints = []
+
+    def run(self, library, cell, check=False):
+        """One benchmark of one program: its time in milliseconds and its counters."""
+        command = [self.programs[library], self.options.inputs, f"--benchmark_filter=^{cell}/",
+                   f"--benchmark_min_time={self.options.min_time}", "--benchmark_format=json"]
+        done = subprocess.run(command + (["--check"] if check else []), capture_output=True, text=True, check=True)
+        found = json.loads(done.stdout)["benchmarks"] if done.stdout.strip() else []
+        if len(found) != 1 or found[0].get("error_occurred"):
+            reason = found[0]["error_message"] if found else "no such benchmark"
+            self.complaints.append(f"{cell}: {LIBRARIES[library]}: {reason}")
+            return None
+        return {"time": found[0]["real_time"], **{key: found[0].get(key) for key in ("items", "bytes", "size")}}
+
+    def cell(self, cell, libraries):
+        """The medians of the rounds, all programs in each round."""
+        times = {library: [] for library in libraries}
+        facts = {}
+        for turn in range(self.options.rounds):
+            for library in libraries:
+                result = self.run(library, cell, check=turn == 0)
+                if result is None:
+                    return None
+                times[library].append(result["time"])
+                if turn == 0:
+                    facts[library] = result
+        self.compare(cell, facts)
+        print(".", end="", file=sys.stderr, flush=True)
+        return {"ms": {library: statistics.median(each) for library, each in times.items()},
+                "rounds": times, "items": facts[libraries[0]]["items"], "size": facts[libraries[0]]["size"]}
+
+    def compare(self, cell, facts):
+        found = {library: (fact["items"], fact["bytes"]) for library, fact in facts.items()}
+        if len(set(found.values())) > 1:
+            self.complaints.append(f"{cell}: the programs do not agree (items, bytes): {found}")
+
+    def cells(self, wanted, libraries):
+        names = [name for name in wanted if re.search(self.options.filter, name)
+                 and not (self.options.quick and name.split("/")[1] in LARGE)]
+        measured = {name: self.cell(name, libraries) for name in names}
+        return {name: result for name, result in measured.items() if result is not None}
+
+
+def run_process(command):
+    """Wall time in seconds and the largest resident size in bytes."""
+    start = time.perf_counter()
+    with open(os.devnull, "w", encoding="ascii") as sink:
+        process = subprocess.Popen(command, stdout=sink, stderr=sink)
+        _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        raise RuntimeError(f"{' '.join(map(str, command))} ended with {process.returncode}")
+    return time.perf_counter() - start, usage.ru_maxrss * 1024
+
+
+def measure_processes(options):
+    """Filling from disk to disk, as whole processes."""
+    results = {}
+    names = [name for name in ("form-50", "form-1000", "big") if re.search(options.filter, "process/" + name)]
+    for name in names:
+        if options.quick and name in LARGE:
+            continue
+        form, data, out = (options.inputs / f"{name}.pdf", options.inputs / f"{name}.xfdf", options.out / "filled.pdf")
+        commands = {"zforms": [options.tool, "fill", form, data, "-o", out]}
+        if name != "big" and any(os.access(Path(folder) / "pdftk", os.X_OK) for folder in os.get_exec_path()):
+            commands["pdftk"] = ["pdftk", form, "fill_form", data, "output", out]
+        runs = {tool: [] for tool in commands}
+        for _ in range(options.rounds):
+            for tool, command in commands.items():
+                runs[tool] += [run_process(command) for _ in range(1 if tool == "pdftk" or name == "big" else 5)]
+        out.unlink()
+        results[name] = {tool: {"ms": 1000 * statistics.median(seconds for seconds, _ in each),
+                                "peak": max(peak for _, peak in each)} for tool, each in runs.items()}
+        results[name]["size"] = form.stat().st_size
+    return results
+
+
+def spread(values):
+    return max(values) / min(values)
+
+
+def own_lines(cells, processes):
+    """What is measured of zforms alone: (what, value, unit, goal, whether it holds)."""
+    def ms(name):
+        return cells[name]["ms"]["zforms"]
+
+    lines = []
+    for way in ("read", "write"):
+        name = f"xfdf-{way}/form-20000"
+        if name in cells:
+            rate = cells[name]["size"] / ms(name) / 1000
+            lines.append((f"XFDF {way}, 20,000 fields", f"{rate:.0f} MB/s", "at least 150 MB/s", rate >= 150))
+    for what, kind, counts in (("object", "objects", OBJECTS), ("number of one line", "line", NUMBERS)):
+        costs = [(n, ms(f"parse/{kind}-{n}") / n * 1e6) for n in counts if f"parse/{kind}-{n}" in cells]
+        for count, cost in costs:
+            lines.append((f"parse, each {what} of {count:,}", f"{cost:.0f} ns", "", None))
+        if len(costs) > 1:
+            ratio = spread([cost for _, cost in costs])
+            lines.append((f"dearest {what} to cheapest", f"{ratio:.2f}", "at most 1.40", ratio <= 1.4))
+    nest, flat = f"parse/nest-{BRACKETS}", f"parse/flat-{BRACKETS}"
+    if nest in cells and flat in cells:
+        ratio = ms(nest) / ms(flat)
+        lines.append((f"{BRACKETS:,} brackets nested, to as many in a row", f"{ratio:.2f}", "at most 1.40",
+                      ratio <= 1.4))
+    if "copy/big" in cells:
+        lines.append(("copying the 108 MB file's bytes once", f"{ms('copy/big'):.0f} ms", "", None))
+        if "fill/big" in cells:
+            ratio = ms("fill/big") / ms("copy/big")
+            lines.append(("its open, fill 50 and save, in copies", f"{ratio:.2f}", "at most 2.5 and the write",
+                          ratio <= 2.5))
+    if "big" in processes:
+        peak = processes["big"]["zforms"]["peak"] / processes["big"]["size"]
+        lines.append(("peak memory of zforms fill on it, in file sizes", f"{peak:.2f}", "at most 2.2", peak <= 2.2))
+    for name in ("form-50", "form-1000"):
+        if "pdftk" in processes.get(name, {}):
+            ours, theirs = processes[name]["zforms"]["ms"], processes[name]["pdftk"]["ms"]
+            goal = ("at least 30 times", theirs / ours >= 30) if name == "form-50" else ("", None)
+            lines.append((f"zforms fill and pdftk fill_form, {name[5:]} fields",
+                          f"{ours:.1f} and {theirs:.0f} ms, {theirs / ours:.0f} times", *goal))
+    return lines
+
+
+def input_name(stem):
+    return "108 MB" if stem == "big" else f"{int(stem[5:]):,}"
+
+
+def number(value):
+    return f"{value:.0f}" if value >= 100 else f"{value:.3g}"
+
+
+def peer_rows(cells, libraries):
+    """The header and the rows of the table of peers, as texts."""
+    rows = [["job", "fields", "zforms ms"]]
+    for library in libraries[1:]:
+        rows[0] += [f"{LIBRARIES[library]} ms", "times"]
+    for name, result in cells.items():
+        job, stem = name.split("/")
+        row = [JOBS[job], input_name(stem), number(result["ms"]["zforms"])]
+        for library in libraries[1:]:
+            ratio = result["ms"][library] / result["ms"]["zforms"]
+            short = ratio < GOALS.get(library, 0)
+            row += [number(result["ms"][library]), number(ratio) + (" !" if short else "  ")]
+        rows.append(row)
+    return rows
+
+
+def plain_table(rows, left):
+    widths = [max(len(row[column]) for row in rows) for column in range(len(rows[0]))]
+    return "\n".join("  ".join(text.ljust(width) if column < left else text.rjust(width)
+                               for column, (text, width) in enumerate(zip(row, widths))).rstrip() for row in rows)
+
+
+def markdown_table(rows, left):
+    rows = [[text.strip() for text in row] for row in rows]
+    rule = ["---" if column < left else "--:" for column in range(len(rows[0]))]
+    return "\n".join("| " + " | ".join(row) + " |" for row in [rows[0], rule] + rows[1:])
+
+
+def machine():
+    info = Path("/proc/cpuinfo").read_text(encoding="utf-8") if Path("/proc/cpuinfo").exists() else ""
+    model = re.search(r"model name\s*: (.*)", info)
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    compiler = subprocess.run(["g++", "-dumpfullversion"], capture_output=True, text=True, check=False).stdout.strip()
+    return (f"{model.group(1) if model else platform.machine()}, {os.cpu_count()} cores, {memory:.0f} GiB, "
+            f"{platform.system()} {platform.release()}, g++ {compiler}, -O2")
+
+
+def report(cells, own, libraries, table):
+    tables = []
+    if cells:
+        rows = peer_rows(cells, libraries)
+        tables.append(table(rows, 2) + "\n\nTimes are medians; \"times\" is how many times the time of zforms. "
+                      "\"!\" falls short of the goal\n(MuPDF 2, qpdf 10).")
+    if own:
+        verdicts = {True: "holds", False: "falls short", None: ""}
+        rows = [["measured", "value", "goal", ""]]
+        rows += [[what, value, goal, verdicts[holds]] for what, value, goal, holds in own]
+        tables.append(table(rows, 1))
+    return "\n\n".join(tables)
+
+
+def write_picture(path, cells, libraries):
+    groups = []
+    for name, result in cells.items():
+        job, stem = name.split("/")
+        what = f"{JOBS[job]}, {input_name(stem)}" + ("" if stem == "big" else " fields")
+        groups.append((what, [(LIBRARIES[library], result["ms"][library]) for library in libraries]))
+    path.write_text(picture.bars("Milliseconds, logarithmic; shorter is faster", groups), encoding="utf-8")
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--programs", type=Path, default=Path("build/release/bench"), help="the benchmark programs")
+    parser.add_argument("--tool", type=Path, default=Path("build/release/bin/zforms"), help="the command line tool")
+    parser.add_argument("--out", type=Path, default=Path("build/bench"), help="where the results go")
+    parser.add_argument("--quick", action="store_true", help="few rounds, without the largest files")
+    parser.add_argument("--filter", default="", help="only the measurements whose name has this (a regular expression)")
+    parser.add_argument("--rounds", type=int, help="how often each is measured (5; 3 when quick)")
+    parser.add_argument("--markdown", action="store_true", help="print the tables as Markdown")
+    options = parser.parse_args()
+    options.inputs = options.out / "inputs"
+    options.rounds = options.rounds or (3 if options.quick else 5)
+    options.min_time = 0.05 if options.quick else 0.2
+    return options
+
+
+def main():
+    options = parse_arguments()
+    make_inputs(options.programs / "zforms_bench_inputs", options.inputs, options.quick)
+    bench = Bench(options)
+    libraries = list(bench.programs)
+    shared = [f"{job}/form-{n}" for job in JOBS for n in FORMS] + [f"{job}/big" for job in JOBS if job != "list"]
+    alone = ["copy/big", "xfdf-read/form-20000", "xfdf-write/form-20000"]
+    alone += [f"parse/objects-{n}" for n in OBJECTS] + [f"parse/line-{n}" for n in NUMBERS]
+    alone += [f"parse/{kind}-{BRACKETS}" for kind in ("nest", "flat")]
+    cells = bench.cells(shared, libraries)
+    single = bench.cells(alone, ["zforms"])
+    processes = measure_processes(options)
+    print(file=sys.stderr)
+    own = own_lines({**cells, **single}, processes)
+    about = machine()
+    print(report(cells, own, libraries, markdown_table if options.markdown else plain_table))
+    print(f"\n{about}")
+    (options.out / "results.json").write_text(json.dumps(
+        {"machine": about, "cells": {**cells, **single}, "processes": processes,
+         "goals": [{"what": what, "value": value, "goal": goal, "holds": holds} for what, value, goal, holds in own]},
+        indent=1), encoding="utf-8")
+    if cells:
+        write_picture(options.out / "results.svg", cells, libraries)
+    for complaint in bench.complaints:
+        print(f"report: {complaint}", file=sys.stderr)
+    return 1 if bench.complaints else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

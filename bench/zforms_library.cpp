@@ -1,0 +1,88 @@
+#include <stdexcept>
+
+#include "acroform/acro_form.h"
+#include "acroform/field.h"
+#include "bench/inputs.h"
+#include "bench/library.h"
+#include "pdf/parser/parser.h"
+#include "platform/inet_stream.h"
+#include "xfdf/xfdf.h"
+
+namespace zforms::bench {
+namespace {
+
+class ZformsLibrary : public Library {
+ public:
+  ZformsLibrary(const std::string& file, uint32_t new_values) : file_(file), new_values_(new_values) {
+    if (new_values > 0) data_.FromChaine(XFDFText(new_values));
+  }
+
+  Tally List() override {
+    ZAcroForm form;
+    Load(form);
+    Tally tally;
+    AddFields(form.Fields(), &tally);
+    return tally;
+  }
+
+  uint64_t Parse() override {
+    ZPDFParser parser;
+    if (!parser.ReadFromRaw(file_, Chaine())) Fail(parser.Diagnostics().Failure());
+    uint64_t loaded = 0;
+    for (const ZPDFObjectLocation& location : parser.ObjectLocations()) {
+      if (location.in_use && parser.GetObject(location.id) != nullptr) loaded++;
+    }
+    return loaded;
+  }
+
+  uint64_t Fill(std::string* saved) override {
+    ZAcroForm form;
+    Load(form);
+    if (form.SetValues(data_) != new_values_) Fail("not every field was filled");
+    Chaine bytes;
+    ZInetChaineOStream out(bytes);
+    if (!form.Save(out)) Fail(form.Diagnostics().Failure());
+    if (saved != nullptr) *saved = bytes.View();
+    return bytes.size();
+  }
+
+  uint64_t Rewrite(std::string* saved) override {
+    ZAcroForm form;
+    Load(form);
+    Chaine bytes;
+    ZInetChaineOStream out(bytes);
+    if (!form.SaveFull(out)) Fail(form.Diagnostics().Failure());
+    if (saved != nullptr) *saved = bytes.View();
+    return bytes.size();
+  }
+
+ private:
+  [[noreturn]] static void Fail(const Chaine& reason) { throw std::runtime_error("zforms: " + reason.ToString()); }
+
+  void Load(ZAcroForm& form) const {
+    ZInetChaineIStream in(file_);
+    if (!form.Load(in, Chaine())) Fail(form.Diagnostics().Failure());
+  }
+
+  static void AddFields(const ZAcroFormFieldCollection& fields, Tally* tally) {
+    for (uint32_t i = 0; i < fields.Size(); i++) {
+      const ZAcroFormField& field = *fields.GetAt(i);
+      AddFields(field, tally);
+      if (field.Size() > 0 || field.InheritedType() == ZAcroFormField::eOtherField) continue;
+      tally->items++;
+      tally->bytes += field.FullNameUTF8().size() + field.ValueUTF8().size();
+    }
+  }
+
+  Chaine file_;
+  ZXFDF data_;
+  uint32_t new_values_;
+};
+
+}  // namespace
+
+std::unique_ptr<Library> MakeLibrary(const std::string& file, const std::vector<std::string>& new_values) {
+  return std::make_unique<ZformsLibrary>(file, static_cast<uint32_t>(new_values.size()));
+}
+
+}  // namespace zforms::bench
