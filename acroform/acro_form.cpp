@@ -48,7 +48,7 @@ Chaine RefusalReason(const ZPDFEncryption& encryption) {
 
 }  // namespace
 
-ZAcroForm::ZAcroForm() : fields_(new FieldCollection) {}
+ZAcroForm::ZAcroForm() = default;
 
 ZAcroForm::ZAcroForm(const ZAcroForm& other) : ZAcroForm() {
   if (other.parser_ != nullptr) Adopt(std::make_unique<ZPDFParser>(*other.parser_));
@@ -124,7 +124,7 @@ bool ZAcroForm::Adopt(std::unique_ptr<ZPDFParser> parser) {
   raw_data_ = parser->RawData();
   xref_offset_ = parser->XRefOffset();
   notes_.Clear();
-  fields_.reset(new FieldCollection);
+  fields_.reset();
   form_infos_.reset();
   viewer_infos_.reset();
   parser_ = std::move(parser);
@@ -136,10 +136,16 @@ bool ZAcroForm::Adopt(std::unique_ptr<ZPDFParser> parser) {
 
 void ZAcroForm::Wrap() {
   if (ZPDFNodeDictionary* viewer = parser_->ViewerPreferences()) viewer_infos_.reset(new ViewerInfos(viewer));
-  ZPDFNodeDictionary* form = parser_->AcroForm();
-  if (form == nullptr) return;
-  form_infos_.reset(new FormInfos(form));
-  FieldTreeBuilder(form_infos_.get(), &notes_).Build(*fields_, ArrayAt(*form, "/Fields"), nullptr);
+  if (ZPDFNodeDictionary* form = parser_->AcroForm()) form_infos_.reset(new FormInfos(form));
+}
+
+ZAcroFormFieldCollection& ZAcroForm::Fields() {
+  if (fields_ == nullptr) {
+    fields_.reset(new FieldCollection);
+    ZPDFNodeArray* const array = form_infos_ == nullptr ? nullptr : ArrayAt(*form_infos_->Dico(), "/Fields");
+    FieldTreeBuilder(form_infos_.get(), &notes_).Build(*fields_, array, nullptr);
+  }
+  return *fields_;
 }
 
 bool ZAcroForm::IsValid() const {
@@ -148,6 +154,7 @@ bool ZAcroForm::IsValid() const {
 }
 
 const ZDiagnostics& ZAcroForm::Diagnostics() const {
+  Fields();  // which may have something to say
   diagnostics_ = notes_;
   if (parser_ == nullptr) return diagnostics_;
   for (const ZDiagnostics::Warning& warning : parser_->Diagnostics().Warnings()) diagnostics_.Warn(warning);
@@ -156,19 +163,17 @@ const ZDiagnostics& ZAcroForm::Diagnostics() const {
 
 // --- fields ---
 
-ZAcroForm::FieldMap ZAcroForm::FlatFields() { return Flatten<FieldMap>(*fields_, true); }
+ZAcroForm::FieldMap ZAcroForm::FlatFields() { return Flatten<FieldMap>(Fields(), true); }
 
-ZAcroForm::ConstFieldMap ZAcroForm::FlatFields() const { return Flatten<ConstFieldMap>(std::as_const(*fields_), true); }
+ZAcroForm::ConstFieldMap ZAcroForm::FlatFields() const { return Flatten<ConstFieldMap>(Fields(), true); }
 
-ZAcroForm::FieldMap ZAcroForm::FlatRegularFields() { return Flatten<FieldMap>(*fields_, false); }
+ZAcroForm::FieldMap ZAcroForm::FlatRegularFields() { return Flatten<FieldMap>(Fields(), false); }
 
-ZAcroForm::ConstFieldMap ZAcroForm::FlatRegularFields() const {
-  return Flatten<ConstFieldMap>(std::as_const(*fields_), false);
-}
+ZAcroForm::ConstFieldMap ZAcroForm::FlatRegularFields() const { return Flatten<ConstFieldMap>(Fields(), false); }
 
 PTableau<const ZAcroFormField*> ZAcroForm::SubmitButtons() const {
   PTableau<std::pair<Chaine, const Field*>> named;
-  Walk(std::as_const(*fields_), Chaine(), [&](const Field& field, const Chaine& name) {
+  Walk(Fields(), Chaine(), [&](const Field& field, const Chaine& name) {
     if (field.IsSubmitFormButton()) named.emplace_back(name, &field);
     return true;
   });
@@ -205,7 +210,7 @@ size_t ZAcroForm::SetDefaultValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatche
 }
 
 size_t ZAcroForm::Fill(const ZXFDF& xfdf, bool defaults, PTableau<Chaine>* unmatched, PTableau<Chaine>* refused) {
-  FormFiller filler(*fields_, defaults ? FormFiller::Target::kDefaultValue : FormFiller::Target::kValue, &notes_);
+  FormFiller filler(Fields(), defaults ? FormFiller::Target::kDefaultValue : FormFiller::Target::kValue, &notes_);
   if (xfdf.HasFields()) filler.Fill(xfdf.Fields());
   if (unmatched != nullptr) *unmatched = filler.Unmatched();
   if (refused != nullptr) *refused = filler.Refused();

@@ -78,8 +78,9 @@ class ZFORMS_API ZAcroForm {
   const ZPDFParser* Parser() const { return parser_.get(); }
 
   // The fields of "/Fields"; an empty collection without a form.
-  FieldCollection& Fields() { return *fields_; }
-  const FieldCollection& Fields() const { return *fields_; }
+  // They are gathered when they are first asked for.
+  FieldCollection& Fields();
+  const FieldCollection& Fields() const { return const_cast<ZAcroForm*>(this)->Fields(); }
   // Every field under its full name, in document order where several have the
   // same: groups as well as the fields in them, widgets after their field.
   FieldMap FlatFields();
@@ -179,7 +180,7 @@ class ZFORMS_API ZAcroForm {
   std::unique_ptr<ZPDFEncryption> encryption_save_;
   std::unique_ptr<ZPDFParser> parser_;
   std::unique_ptr<FormInfos> form_infos_;
-  std::unique_ptr<FieldCollection> fields_;
+  std::unique_ptr<FieldCollection> fields_;  // null until they are asked for
 };
 
 }  // namespace zforms

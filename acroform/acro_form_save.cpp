@@ -114,7 +114,7 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   ZPDFSaver saver(EncryptionSave());
   saver.SetPDFVersion(parser_->PDFVersion());
   saver.SetExpectedSize(raw_data_.size() + raw_data_.size() / 8);
-  saver.SetObjects(std::move(objects));
+  saver.SetObjectList(std::move(objects));
   saver.SetTrailer(trailer.get());
   if (!write(saver)) return FailSave(saver.Failure());
   raw_data_ = saver.RawData();

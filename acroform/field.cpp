@@ -116,9 +116,7 @@ void ZAcroFormField::SetReadOnly(bool read_only) {
 // --- values ---
 
 // The text under the key of this field or its nearest ancestor that has it.
-Chaine ZAcroFormField::TextAt(const char* key) const {
-  return BestText(Nearest(key).value);
-}
+Chaine ZAcroFormField::TextAt(const char* key) const { return BestText(Nearest(key).value); }
 
 Chaine ZAcroFormField::UTF8At(const char* key) const {
   const ZPDFNode* value = Nearest(key).value;

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 
 namespace zforms {
 namespace {
@@ -92,19 +91,9 @@ void ZPDFChildList::Insert(size_t at, ZPDFNode* node) {
   size++;
 }
 
-uint8_t ZPDFChildList::TagOf(std::string_view key) {
-  if (key.empty()) return 0;
-  const auto byte = [key](size_t at) { return static_cast<unsigned>(static_cast<unsigned char>(key[at])); };
-  const size_t last = key.size() - 1;
-  return static_cast<uint8_t>((byte(last) + 5 * byte(last / 2) + 3 * byte(last == 0 ? 0 : 1) + 11 * last) % kPlain);
-}
-
 void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked) {
   Reserve(size_t{size} + 1);
-  items[size] = value;
-  Tags()[size] = static_cast<uint8_t>(TagOf(key) | (plain ? kPlain : 0) | (marked ? kMark : 0));
-  new (keys + size) Chaine(std::move(key));
-  size++;
+  AppendKeyedInRoom(std::move(key), value, plain, marked);
 }
 
 size_t ZPDFChildList::Find(std::string_view key) const {

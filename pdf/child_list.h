@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string_view>
+#include <utility>
 
 #include "pdf/node_pool.h"
 #include "platform/chaine.h"
@@ -27,8 +29,15 @@ struct ZPDFChildList {
 
   void Insert(size_t at, ZPDFNode* node);
   void Append(ZPDFNode* node) { Insert(size, node); }
-  // `plain` says that the key is a name that is written as it is.
+  // `plain` says that the key is a name that is written as it is. The second form
+  // needs room: size < capacity.
   void AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked);
+  void AppendKeyedInRoom(Chaine key, ZPDFNode* value, bool plain, bool marked) {
+    items[size] = value;
+    Tags()[size] = static_cast<uint8_t>(TagOf(key) | (plain ? kPlain : 0) | (marked ? kMark : 0));
+    new (keys + size) Chaine(std::move(key));
+    size++;
+  }
   void Remove(size_t at);
   void GrowTo(size_t new_size);
   // The place of the leftmost of that key, `size` when there is none. Keyed lists only.
@@ -58,7 +67,12 @@ struct ZPDFChildList {
   // looks at a byte a key; above them stand two flags.
   static constexpr uint8_t kMark = 0x80;
   static constexpr uint8_t kPlain = 0x40;
-  static uint8_t TagOf(std::string_view key);
+  static uint8_t TagOf(std::string_view key) {
+    const size_t last = key.size() - 1;
+    if (key.size() < 2) return static_cast<uint8_t>(key.size());
+    return static_cast<uint8_t>((static_cast<size_t>(key[last]) + 5 * static_cast<size_t>(key[1]) + 11 * last) %
+                                kPlain);
+  }
   uint8_t* Tags() const { return reinterpret_cast<uint8_t*>(keys + capacity); }
 
   static ZPDFChildList* Place(ZPDFNodePool::Block block, size_t capacity, bool keyed);

@@ -16,13 +16,10 @@ class ZPDFSmallStack {
  public:
   void Push(const T& item) {
     if (size_ < kFew) {
-      few_[size_] = item;
+      few_[size_++] = item;
     } else {
-      if (size_ == kFew) many_.assign(few_.begin(), few_.end());
-      many_.resize(size_);
-      many_.push_back(item);
+      PushBeyond(item);
     }
-    size_++;
   }
   size_t Size() const { return size_; }
   const T* Data() const { return size_ <= kFew ? few_.data() : many_.data(); }
@@ -33,6 +30,13 @@ class ZPDFSmallStack {
   }
 
  private:
+  void PushBeyond(const T& item) {
+    if (size_ == kFew) many_.assign(few_.begin(), few_.end());
+    many_.resize(size_);
+    many_.push_back(item);
+    size_++;
+  }
+
   std::array<T, kFew> few_;
   std::vector<T> many_;
   size_t size_ = 0;

@@ -28,6 +28,13 @@ const char* SkipClass(const char* at, const char* end, CharClass kind) {
   return at;
 }
 
+uint32_t NumberOf(std::string_view digits) {
+  if (digits.size() > 9) return ParseUInt(digits);
+  uint32_t value = 0;
+  for (const char c : digits) value = value * 10 + static_cast<uint32_t>(c - '0');
+  return value;
+}
+
 }  // namespace
 
 ZPDFPlainReader::ZPDFPlainReader(const ZPDFTokenizedString& text, IPDFObjectProvider* provider,
@@ -66,7 +73,7 @@ ZPDFNode* ZPDFPlainReader::Value(int depth) {
     case '/': return Name();
     case '(': return Literal();
     case '[': return Array(depth);
-    case '<': return StandsHere("<<") ? Dictionary(depth) : Hexadecimal();
+    case '<': return StandsHere('<', '<') ? Dictionary(depth) : Hexadecimal();
     case 't':
     case 'f':
     case 'n': return Keyword();
@@ -78,7 +85,7 @@ ZPDFNode* ZPDFPlainReader::Dictionary(int depth) {
   at_ += 2;
   const size_t first_node = nodes_.Size();
   const size_t first_key = keys_.Size();
-  for (SkipWhites(); !StandsHere(">>"); SkipWhites()) {
+  for (SkipWhites(); !StandsHere('>', '>'); SkipWhites()) {
     NameToken key;
     if (!TakeName(&key)) return nullptr;
     SkipWhites();
@@ -94,7 +101,7 @@ ZPDFNode* ZPDFPlainReader::Dictionary(int depth) {
   ZPDFChildList* const list = ZPDFChildList::MakeKeyed(count, pool_);
   for (size_t i = 0; i < count; i++) {
     const NameToken& key = keys_.Data()[first_key + i];
-    list->AppendKeyed(NameText(key), nodes_.Data()[first_node + i], key.plain, false);
+    list->AppendKeyedInRoom(NameText(key), nodes_.Data()[first_node + i], key.plain, false);
   }
   nodes_.Shrink(first_node);
   keys_.Shrink(first_key);
@@ -188,7 +195,7 @@ ZPDFNode* ZPDFPlainReader::Reference(std::string_view number) {
     if (at_ != after_generation && at_ != end_ && *at_ == 'R') {
       at_++;
       if (AtSpecial()) {
-        const ZPDFObjectIdentifier id(ParseUInt(number), ParseUInt(generation));
+        const ZPDFObjectIdentifier id(NumberOf(number), NumberOf(generation));
         return ZPDFNode::MakeParsed<ZPDFNodeIndirectReference>(&pool_, id, provider_);
       }
     }
@@ -217,9 +224,10 @@ bool ZPDFPlainReader::TakeName(NameToken* name) {
     if (*at == '\\') return false;
     name->plain = name->plain && Is(*at, kPlainName);
   }
-  name->text = {at_, static_cast<size_t>(at - at_)};
+  name->text = at_;
+  name->length = static_cast<uint32_t>(at - at_);
   at_ = at;
-  return at != end_ && name->text.size() > 1;
+  return at != end_ && name->length > 1;
 }
 
 std::string_view ZPDFPlainReader::TakeDigits() {
@@ -229,7 +237,8 @@ std::string_view ZPDFPlainReader::TakeDigits() {
 }
 
 Chaine ZPDFPlainReader::NameText(const NameToken& name) const {
-  return name.plain ? Text(name.text) : ZPDFNodeIdentifier::Decode(Text(name.text));
+  Chaine text = Text({name.text, name.length});
+  return name.plain ? text : ZPDFNodeIdentifier::Decode(text);
 }
 
 Chaine ZPDFPlainReader::Text(std::string_view part) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "pdf/node_stack.h"
@@ -34,7 +35,8 @@ class ZPDFPlainReader {
 
  private:
   struct NameToken {
-    std::string_view text;
+    const char* text;
+    uint32_t length;
     bool plain;  // it is written as it stands
   };
 
@@ -55,6 +57,8 @@ class ZPDFPlainReader {
   void SkipWhites();
   bool AtSpecial() const;
   bool StandsHere(std::string_view word) const;
+  // Whether these two characters stand here.
+  bool StandsHere(char first, char second) const { return end_ - at_ >= 2 && at_[0] == first && at_[1] == second; }
 
   const ZPDFTokenizedString& text_;
   IPDFObjectProvider* provider_;

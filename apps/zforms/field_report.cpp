@@ -85,6 +85,7 @@ bool HasNamedKids(const ZAcroFormField& field) {
 class Reporter {
  public:
   explicit Reporter(ZAcroForm& form) : form_(form), pages_(*form.Parser()) {
+    form.Fields();  // loads the objects that the fields stand in
     for (const ZPDFObjectLocation& location : form.Parser()->ObjectLocations()) {
       if (location.object != nullptr && location.object->Size() > 0) {
         objects_.emplace(std::as_const(*location.object).GetDirectAt(0), location.id);

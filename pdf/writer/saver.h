@@ -26,7 +26,7 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
 
   void SetObjects(const ZPDFObjectMap& objects) { objects_.assign(objects.begin(), objects.end()); }
   // The same from a list in identifier order.
-  void SetObjects(ZPDFObjectList objects) { objects_ = std::move(objects); }
+  void SetObjectList(ZPDFObjectList objects) { objects_ = std::move(objects); }
   // The whole header line, such as "%PDF-1.4"; it must be set before writing.
   void SetPDFVersion(const Chaine& version) { version_ = version; }
   // About how many bytes the file will have, so that its buffer need not grow.
