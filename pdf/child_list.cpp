@@ -73,7 +73,7 @@ void ZPDFChildList::Reserve(size_t wanted) {
   const size_t room = std::max<size_t>(wanted, size_t{capacity} * 2);
   ZPDFNode** const old_items = items;
   Chaine* const old_keys = keys;
-  const uint8_t* const old_tags = Tags();
+  const uint8_t* const old_tags = keys == nullptr ? nullptr : Tags();
   SetRoom(Allocate(RoomFor(room, keys != nullptr)), room, keys != nullptr);
   std::copy(old_items, old_items + size, items);
   if (old_keys != nullptr) {
