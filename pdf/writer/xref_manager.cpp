@@ -1,7 +1,6 @@
 #include "pdf/writer/xref_manager.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/number.h"
 
@@ -22,7 +21,7 @@ void AppendEntry(Chaine* section, const ZPDFObjectIdentifier& id, uint32_t offse
   to = WriteDigits(to, id.Number() == 0 ? 0 : offset, 10);
   *to++ = ' ';
   to = WriteDigits(to, id.Generation() & 0xFFFF, 5);
-  std::memcpy(to, id.Number() == 0 ? " f\r\n" : " n\r\n", 4);
+  std::copy_n(id.Number() == 0 ? " f\r\n" : " n\r\n", 4, to);
 }
 
 void AppendHeader(Chaine* section, uint32_t first, size_t count) {
