@@ -65,23 +65,28 @@ Chaine ZAcroFormField::FullNameUTF8() const {
 
 // --- type and flags ---
 
-ZAcroFormField::eFieldType ZAcroFormField::TypeOf(const Chaine& type, uint32_t flags) {
+// The flags tell the kinds of buttons apart, and are asked for by them alone.
+template <class FlagsOf>
+ZAcroFormField::eFieldType ZAcroFormField::TypeOf(const Chaine& type, FlagsOf flags_of) {
+  if (type == "/Tx") return eText;
   if (type == "/Btn") {
+    const uint32_t flags = flags_of();
     if ((flags & kRadioFlag) != 0) return eRadioButton;
     return (flags & kPushButtonFlag) != 0 ? ePushButton : eCheckBox;
   }
-  if (type == "/Tx") return eText;
   return type == "/Ch" ? eChoice : eOtherField;
 }
 
 ZAcroFormField::eFieldType ZAcroFormField::Type() const {
   const Inherited type = Nearest("/FT");
-  return type.holder == nullptr ? eOtherField : TypeOf(type.value->GetIdentifier(), type.holder->Flags());
+  if (type.holder == nullptr) return eOtherField;
+  return TypeOf(type.value->GetIdentifier(), [&] { return type.holder->Flags(); });
 }
 
 ZAcroFormField::eFieldType ZAcroFormField::InheritedType() const {
   const Inherited type = Nearest("/FT");
-  return type.holder == nullptr ? eOtherField : TypeOf(type.value->GetIdentifier(), InheritedFlags());
+  if (type.holder == nullptr) return eOtherField;
+  return TypeOf(type.value->GetIdentifier(), [&] { return InheritedFlags(); });
 }
 
 bool ZAcroFormField::HasType() const { return HasNearest("/FT"); }

@@ -168,7 +168,8 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   Inherited Nearest(std::string_view key) const;
   bool HasNearest(std::string_view key) const { return Nearest(key).holder != nullptr; }
   const ZAcroFormFormInfos* NearestForm() const;
-  static eFieldType TypeOf(const Chaine& type, uint32_t flags);
+  template <class FlagsOf>
+  static eFieldType TypeOf(const Chaine& type, FlagsOf flags_of);
   template <class NameOf>
   void JoinNames(Chaine* full_name, NameOf name_of) const;
   Chaine TextAt(const char* key) const;

@@ -35,11 +35,11 @@ PTableau<Chaine> Lines(const Chaine& text) {
 
 // The values of a list box that takes several, given one by one or as the lines of
 // one text, when each is one of its options; else nothing.
-PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, PTableau<Chaine> values) {
+PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, const PTableau<Chaine>& given) {
   if (field.Type() != ZAcroFormField::eChoice || (field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) {
     return {};
   }
-  if (values.size() == 1) values = Lines(values[0]);
+  PTableau<Chaine> values = given.size() == 1 ? Lines(given[0]) : given;
   if (values.size() < 2) return {};
   FDictionnary<Chaine> options;
   for (const ZAcroFormFieldOption& option : field.Options()) {

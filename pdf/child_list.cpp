@@ -1,6 +1,8 @@
 #include "pdf/child_list.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -14,8 +16,13 @@ void* Allocate(size_t bytes) {
   return memory;
 }
 
+constexpr size_t kTagsAtOnce = sizeof(uint64_t);
+
+// Tags are looked at in groups, and so take room in groups.
+size_t TagBytes(size_t count) { return (count + kTagsAtOnce - 1) / kTagsAtOnce * kTagsAtOnce; }
+
 size_t RoomFor(size_t count, bool keyed) {
-  return count * (sizeof(ZPDFNode*) + (keyed ? sizeof(Chaine) + sizeof(uint8_t) : 0));
+  return count * sizeof(ZPDFNode*) + (keyed ? count * sizeof(Chaine) + TagBytes(count) : 0);
 }
 
 }  // namespace
@@ -34,6 +41,7 @@ void ZPDFChildList::SetRoom(void* memory, size_t room, bool keyed) {
   capacity = static_cast<uint32_t>(room);
   items = static_cast<ZPDFNode**>(memory);
   keys = keyed ? reinterpret_cast<Chaine*>(items + room) : nullptr;
+  if (keyed) std::fill_n(Tags(), TagBytes(room), uint8_t{0});
 }
 
 ZPDFChildList* ZPDFChildList::Make(size_t capacity) {
@@ -96,11 +104,21 @@ void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool ma
   AppendKeyedInRoom(std::move(key), value, plain, marked);
 }
 
+// Eight tags at a time: a byte of `other` is zero where a tag is the wanted one, and the
+// usual bit trick marks it (and at times a byte above it, which the key then tells).
 size_t ZPDFChildList::Find(std::string_view key) const {
+  static_assert(std::endian::native == std::endian::little);
+  constexpr uint64_t kEach = 0x0101010101010101;
   const uint8_t* const tags = Tags();
-  const uint8_t wanted = TagOf(key);
-  for (size_t i = 0; i < size; i++) {
-    if (tags[i] % kPlain == wanted && keys[i].View() == key) return i;
+  const uint64_t wanted = kEach * TagOf(key);
+  for (size_t first = 0; first < size; first += kTagsAtOnce) {
+    uint64_t other;
+    std::memcpy(&other, tags + first, sizeof(other));
+    other = (other & (kEach * (kPlain - 1))) ^ wanted;
+    for (uint64_t hits = (other - kEach) & ~other & (kEach << 7); hits != 0; hits &= hits - 1) {
+      const size_t i = first + static_cast<size_t>(std::countr_zero(hits)) / 8;
+      if (i < size && keys[i].HasBytes(key)) return i;
+    }
   }
   return size;
 }

@@ -89,6 +89,7 @@ ZPDFNodeIndirectReference* ZPDFNodeIndirectObject::AllocReference() const {
 }
 
 void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  const ZPDFOutStream::Run run(out);
   out.WriteNumber(id_.Number());
   out.Separate();
   out.WriteNumber(id_.Generation());

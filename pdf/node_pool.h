@@ -42,7 +42,8 @@ class ZPDFNodePool {
  private:
   // At the front of its memory. The pool that still cuts from it counts as a block.
   struct Slab {
-    size_t blocks;
+    uint32_t blocks;
+    uint32_t bytes;
   };
 
   void OpenSlab(size_t bytes);
@@ -53,6 +54,7 @@ class ZPDFNodePool {
   uint32_t at_ = 0;
   uint32_t limit_ = 0;
   uint32_t next_size_ = 0;
+  size_t total_ = 0;  // bytes of the slabs that were filled
 };
 
 }  // namespace zforms

@@ -9,7 +9,7 @@
 namespace zforms {
 namespace {
 
-// The letter that follows the backslash for a byte that is escaped, or 0.
+// The letter that follows the backslash for a byte that is escaped.
 constexpr char EscapeLetter(char c) {
   switch (c) {
     case '\b': return 'b';
@@ -17,10 +17,7 @@ constexpr char EscapeLetter(char c) {
     case '\n': return 'n';
     case '\f': return 'f';
     case '\r': return 'r';
-    case '(':
-    case ')':
-    case '\\': return c;
-    default: return 0;
+    default: return c;
   }
 }
 
@@ -165,14 +162,13 @@ ZPDFNodeLiteralString* ZPDFNodeLiteralString::Clone() const { return new ZPDFNod
 Chaine ZPDFNodeLiteralString::Encode(const Chaine& value) {
   const std::string_view bytes = value;
   size_t escapes = 0;
-  for (const char c : bytes) escapes += EscapeLetter(c) != 0 ? 1 : 0;
+  for (const char c : bytes) escapes += Is(c, kEscaped) ? 1 : 0;
   if (escapes == 0) return value;
   Chaine result;
   char* out = result.AppendUninitialized(bytes.size() + escapes);
   for (const char c : bytes) {
-    const char letter = EscapeLetter(c);
-    if (letter != 0) *out++ = '\\';
-    *out++ = letter != 0 ? letter : c;
+    if (Is(c, kEscaped)) *out++ = '\\';
+    *out++ = Is(c, kEscaped) ? EscapeLetter(c) : c;
   }
   return result;
 }

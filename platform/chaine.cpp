@@ -4,12 +4,12 @@
 #include <cstdlib>
 #include <new>
 
+#include "platform/os_memory.h"
+
 namespace zforms {
 
 Chaine::Buffer* Chaine::Buffer::Alloc(size_t capacity) {
-  void* memory = std::malloc(sizeof(Buffer) + capacity);
-  if (memory == nullptr) throw std::bad_alloc();
-  return new (memory) Buffer{1, 0, capacity};
+  return new (AllocateBlock(sizeof(Buffer) + capacity)) Buffer{1, 0, capacity};
 }
 
 Chaine::Chaine(size_t count, char c) : Chaine() {
@@ -55,7 +55,7 @@ void Chaine::Retain() const noexcept {
 void Chaine::ReleaseHeap() noexcept {
   Buffer* buffer = heap_.buffer;
   if (buffer == nullptr) return;
-  if (buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(buffer);
+  if (buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) FreeBlock(buffer, sizeof(Buffer) + buffer->capacity);
 }
 
 Chaine Chaine::Mid(size_t start, size_t length) const {
@@ -85,11 +85,9 @@ void Chaine::MoveToRoomFor(size_t capacity) {
                     heap_.buffer->refs.load(std::memory_order_acquire) == 1;
   Buffer* buffer;
   if (sole) {
-    // A large block grows by remapping its pages, so its bytes stay where they are.
     static_assert(std::is_trivially_destructible_v<Buffer>);
-    void* memory = std::realloc(static_cast<void*>(heap_.buffer), sizeof(Buffer) + capacity);
-    if (memory == nullptr) throw std::bad_alloc();
-    buffer = static_cast<Buffer*>(memory);
+    const size_t held = sizeof(Buffer) + heap_.buffer->capacity;
+    buffer = static_cast<Buffer*>(GrowBlock(heap_.buffer, held, sizeof(Buffer) + capacity));
     buffer->capacity = capacity;
   } else {
     buffer = Buffer::Alloc(capacity);

@@ -122,6 +122,22 @@ class ZFORMS_API Chaine {
 
   static Chaine Concat(std::string_view a, std::string_view b);
 
+  // Whether these are the bytes, which are few as a rule.
+  bool HasBytes(std::string_view bytes) const {
+    const std::string_view own = View();
+    if (own.size() != bytes.size()) return false;
+    return own.size() <= 16 ? AreSameFew(own.data(), bytes.data(), own.size())
+                            : std::memcmp(own.data(), bytes.data(), own.size()) == 0;
+  }
+  // As memcpy, for bytes that are few as a rule.
+  static void CopyBytes(char* to, std::string_view bytes) {
+    if (bytes.size() <= 16) {
+      CopyFew(to, bytes.data(), bytes.size());
+    } else {
+      std::memcpy(to, bytes.data(), bytes.size());
+    }
+  }
+
  private:
   // `used` counts the bytes that some window covers. A window that ends there may
   // claim more by moving `used` forward; the compare-and-exchange lets only one of
@@ -171,6 +187,19 @@ class ZFORMS_API Chaine {
       to[count / 2] = from[count / 2];
       to[count - 1] = from[count - 1];
     }
+  }
+  static bool AreSameFew(const char* a, const char* b, size_t count) {
+    if (count >= 8)
+      return Load<uint64_t>(a) == Load<uint64_t>(b) && Load<uint64_t>(a + count - 8) == Load<uint64_t>(b + count - 8);
+    if (count >= 4)
+      return Load<uint32_t>(a) == Load<uint32_t>(b) && Load<uint32_t>(a + count - 4) == Load<uint32_t>(b + count - 4);
+    return count == 0 || (a[0] == b[0] && a[count / 2] == b[count / 2] && a[count - 1] == b[count - 1]);
+  }
+  template <class T>
+  static T Load(const char* from) {
+    T value;
+    std::memcpy(&value, from, sizeof(T));
+    return value;
   }
   // Room for more at the end of a buffer that nobody shares, null where there is none.
   char* ExtendQuickly(size_t count) {

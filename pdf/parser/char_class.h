@@ -16,8 +16,10 @@ enum CharClass : uint16_t {
   kOpening = 16,     // % ( / < [ {
   kDelimiter = 32,   // the opening ones and ) > ] }
   kDigit = 64,
-  kInString = 128,   // what a literal string may not hold without a second look: ( ) \ and carriage return
-  kPlainName = 256,  // what stands for itself in a written name: printable ASCII but # \ and delimiters
+  kInString = 128,       // what a literal string may not hold without a second look: ( ) \ and carriage return
+  kPlainName = 256,      // what stands for itself in a written name: printable ASCII but # \ and delimiters
+  kSelfDelimited = 512,  // what needs no blank behind it: delimiters and white space but the form feed
+  kEscaped = 1024,       // what a written literal string holds behind a backslash
 };
 
 namespace internal {
@@ -31,6 +33,8 @@ constexpr std::array<uint16_t, 256> MakeCharClasses() {
   };
   add("\t\n\f\r ", kWhite | kSpecial);
   add("%()/<>[]{}", kSpecial | kDelimiter);
+  add("%()/<>[]{}\t\n\r ", kSelfDelimited);
+  add("()\\\b\t\n\f\r", kEscaped);
   add("%(/<[{", kOpening);
   add("\r\n", kLineEnd);
   add("\r\n%)", kCommentStop);

@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <charconv>
 
-#include "pdf/parser/char_class.h"
-
 namespace zforms {
 namespace {
 
-constexpr size_t kLastColumn = 254;
-
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+// Room that is claimed ahead of the writing.
+constexpr size_t kRoom = 1024;
 
 // Whether the last character of the piece begins an escape sequence: it is a
 // backslash that no backslash before it has escaped.
@@ -30,54 +27,49 @@ ZPDFOutStream::ZPDFOutStream(Chaine* target) : target_(target) {
 
 ZPDFOutStream::~ZPDFOutStream() = default;
 
-void ZPDFOutStream::RemoveTrailingBlanks() {
+void ZPDFOutStream::Begin(size_t count) {
+  const size_t length = target_->size();
+  const size_t room = std::max(count, kRoom);
+  at_ = target_->AppendUninitialized(room);
+  front_ = at_ - length;
+  written_ = at_;
+  limit_ = at_ + room;
+}
+
+void ZPDFOutStream::End() {
+  target_->Truncate(static_cast<size_t>(at_ - front_));
+  front_ = written_ = at_ = limit_ = nullptr;
+}
+
+void ZPDFOutStream::RemoveOlderBlanks() {
+  End();
   size_t length = target_->size();
   while (length > 0 && IsBlank((*target_)[length - 1])) length--;
   column_ -= std::min(column_, target_->size() - length);
   target_->Truncate(length);
+  Begin(0);
 }
 
-void ZPDFOutStream::NewLine() {
-  if (target_->IsEmpty() || Is(target_->Last(), kLineEnd)) return;
-  if (IsBlank(target_->Last())) RemoveTrailingBlanks();
-  target_->Append('\n');
-  column_ = 0;
-}
-
-void ZPDFOutStream::Separate() {
-  if (target_->IsEmpty()) return;
-  const char last = target_->Last();
-  if (Is(last, kDelimiter) || IsBlank(last) || Is(last, kLineEnd)) return;
-  if (column_ >= kLastColumn) {
-    NewLine();
-  } else {
-    target_->Append(' ');
-    column_++;
-  }
-}
-
-void ZPDFOutStream::WriteToken(std::string_view token) {
-  if (!token.empty() && Is(token.front(), kOpening) && !target_->IsEmpty() && IsBlank(target_->Last())) {
-    RemoveTrailingBlanks();
-  }
-  if (column_ + token.size() > kLastColumn) NewLine();
-  target_->Append(token);
-  column_ += token.size();
+void ZPDFOutStream::Extend(size_t count) {
+  End();
+  Begin(count);
 }
 
 void ZPDFOutStream::WriteNumber(uint32_t value) {
-  char digits[10];
+  char digits[20];
   const auto written = std::to_chars(digits, digits + sizeof(digits), value);
   WriteToken({digits, static_cast<size_t>(written.ptr - digits)});
 }
 
 void ZPDFOutStream::WriteRaw(std::string_view bytes) {
-  target_->Append(bytes);
+  const Run run(*this);
+  Put(bytes);
   column_ = 0;
 }
 
 void ZPDFOutStream::ContinueString() {
-  target_->Append("\\\r");
+  const Run run(*this);
+  Put("\\\r");
   column_ = 0;
 }
 
@@ -86,8 +78,9 @@ void ZPDFOutStream::ContinueStringIfFull() {
 }
 
 void ZPDFOutStream::WriteStringBody(std::string_view body) {
+  const Run run(*this);
   if (body.size() + column_ >= kLastColumn) {
-    if (column_ != 0 && target_->Last() == '(') {
+    if (column_ != 0 && at_[-1] == '(') {
       ContinueString();
     } else {
       NewLine();
@@ -96,7 +89,7 @@ void ZPDFOutStream::WriteStringBody(std::string_view body) {
   while (!body.empty()) {
     size_t length = std::min(body.size(), kLastColumn - std::min(column_, kLastColumn - 1));
     if (length == kLastColumn && EndsInsideEscape(body.substr(0, length))) length--;
-    target_->Append(body.substr(0, length));
+    Put(body.substr(0, length));
     column_ += length;
     body.remove_prefix(length);
     if (!body.empty()) ContinueString();

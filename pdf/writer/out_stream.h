@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "pdf/parser/char_class.h"
 #include "platform/chaine.h"
 
 namespace zforms {
@@ -20,15 +21,51 @@ class ZFORMS_API ZPDFOutStream {
   ZPDFOutStream(const ZPDFOutStream&) = delete;
   ZPDFOutStream& operator=(const ZPDFOutStream&) = delete;
 
+  // Spans several steps of writing, which then cost a store each: the target has
+  // room claimed ahead, and is cut to what was written when the outermost ends. It
+  // is not to be looked at before.
+  class Run {
+   public:
+    explicit Run(ZPDFOutStream& out) : begun_(out.at_ == nullptr ? &out : nullptr) {
+      if (begun_ != nullptr) begun_->Begin(0);
+    }
+    ~Run() {
+      if (begun_ != nullptr) begun_->End();
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+   private:
+    ZPDFOutStream* begun_;
+  };
+
   // Ends the line with one line feed, in place of trailing blanks, unless the
   // target is empty or already ends a line.
-  void NewLine();
+  void NewLine() {
+    const Run run(*this);
+    if (at_ == front_ || Is(at_[-1], kLineEnd)) return;
+    RemoveTrailingBlanks();
+    Put('\n');
+    column_ = 0;
+  }
   // One blank (a new line from column 254 on), unless the target is empty or
   // ends in white space or a delimiter.
-  void Separate();
+  void Separate() {
+    const Run run(*this);
+    if (at_ == front_ || Is(at_[-1], kSelfDelimited)) return;
+    if (column_ >= kLastColumn) return NewLine();
+    Put(' ');
+    column_++;
+  }
   // The token, on a new line when it would reach column 255. Before an opening
   // delimiter trailing blanks go.
-  void WriteToken(std::string_view token);
+  void WriteToken(std::string_view token) {
+    const Run run(*this);
+    if (!token.empty() && Is(token.front(), kOpening)) RemoveTrailingBlanks();
+    if (column_ + token.size() > kLastColumn) NewLine();
+    Put(token);
+    column_ += token.size();
+  }
   void WriteChar(char c) { WriteToken({&c, 1}); }
   // The number in decimal, as a token.
   void WriteNumber(uint32_t value);
@@ -44,11 +81,40 @@ class ZFORMS_API ZPDFOutStream {
   void ContinueStringIfFull();
 
  private:
-  void RemoveTrailingBlanks();
+  static constexpr size_t kLastColumn = 254;
+  static bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+
+  void Begin(size_t count);
+  void End();
+  void Put(char c) {
+    if (at_ == limit_) Extend(1);
+    *at_++ = c;
+  }
+  void Put(std::string_view bytes) {
+    if (static_cast<size_t>(limit_ - at_) < bytes.size()) Extend(bytes.size());
+    Chaine::CopyBytes(at_, bytes);
+    at_ += bytes.size();
+  }
+  void Extend(size_t count);
+  void RemoveTrailingBlanks() {
+    while (at_ != front_ && IsBlank(at_[-1])) {
+      if (at_ == written_) return RemoveOlderBlanks();
+      at_--;
+      if (column_ > 0) column_--;
+    }
+  }
+  void RemoveOlderBlanks();
   void ContinueString();
 
   Chaine* target_;
   size_t column_;
+  // Where the target's text begins, where this run began to write (what stands before
+  // may be shared and is never written over), the end of the text and of its room;
+  // null between two runs.
+  char* front_ = nullptr;
+  char* written_ = nullptr;
+  char* at_ = nullptr;
+  char* limit_ = nullptr;
 };
 
 }  // namespace zforms
