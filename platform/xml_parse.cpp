@@ -265,6 +265,7 @@ ZXMLElement* ZXMLReader::Read(const Chaine& text, ZInetEncodedBuffer::eType enco
   document_ = parser.Document(decoded, kMaxDepth);
   if (document_ == nullptr) {
     last_error_ = parser.Error();
+    memory_.reset();
     return nullptr;
   }
   version_ = parser.Version();

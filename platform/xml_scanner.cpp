@@ -15,7 +15,7 @@ enum : uint8_t { kBlank = 1, kNameStart = 2, kInName = 4 };
 // Every byte that is not ASCII may stand in a name.
 constexpr std::array<uint8_t, 256> kClasses = [] {
   std::array<uint8_t, 256> classes{};
-  for (const char c : {' ', '\t', '\r', '\n'}) classes[static_cast<size_t>(c)] = kBlank;
+  for (const char c : {' ', '\t', '\r', '\n'}) classes[static_cast<unsigned char>(c)] = kBlank;
   for (size_t c = 0; c < 256; c++) {
     const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || c >= 0x80;
     if (letter) classes[c] = kNameStart | kInName;
