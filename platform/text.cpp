@@ -86,22 +86,6 @@ std::optional<char32_t> TakeCharacter(std::string_view* text) {
   return c;
 }
 
-void AppendUTF8(Chaine* out, char32_t c) {
-  const auto trail = [c](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-  if (c < 0x80) {
-    out->Append(static_cast<char>(c));
-  } else if (c < 0x800) {
-    const char bytes[] = {static_cast<char>(0xC0 | c >> 6), trail(0)};
-    out->Append({bytes, sizeof(bytes)});
-  } else if (c < 0x10000) {
-    const char bytes[] = {static_cast<char>(0xE0 | c >> 12), trail(6), trail(0)};
-    out->Append({bytes, sizeof(bytes)});
-  } else {
-    const char bytes[] = {static_cast<char>(0xF0 | c >> 18), trail(12), trail(6), trail(0)};
-    out->Append({bytes, sizeof(bytes)});
-  }
-}
-
 void AppendUTF16BE(Chaine* out, char32_t c) {
   if (c >= 0x10000) {
     AppendUTF16BE(out, 0xD800 + ((c - 0x10000) >> 10));
@@ -190,6 +174,22 @@ Chaine WithoutLanguageCodes(const Chaine& utf8) {
 }
 
 }  // namespace
+
+void AppendUTF8(Chaine* out, char32_t c) {
+  const auto trail = [c](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
+  if (c < 0x80) {
+    out->Append(static_cast<char>(c));
+  } else if (c < 0x800) {
+    const char bytes[] = {static_cast<char>(0xC0 | c >> 6), trail(0)};
+    out->Append({bytes, sizeof(bytes)});
+  } else if (c < 0x10000) {
+    const char bytes[] = {static_cast<char>(0xE0 | c >> 12), trail(6), trail(0)};
+    out->Append({bytes, sizeof(bytes)});
+  } else {
+    const char bytes[] = {static_cast<char>(0xF0 | c >> 18), trail(12), trail(6), trail(0)};
+    out->Append({bytes, sizeof(bytes)});
+  }
+}
 
 bool IsValidUTF8(std::string_view text) {
   while (!text.empty()) {

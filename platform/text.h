@@ -54,4 +54,7 @@ ZFORMS_API Chaine UTF16ToUTF8(std::string_view bytes, ByteOrder order);
 ZFORMS_API Chaine Windows1252ToUTF8(std::string_view bytes);
 ZFORMS_API Chaine Latin1ToUTF8(std::string_view bytes);
 
+// Appends the UTF-8 bytes of the code point. Precondition: c <= 0x10FFFF.
+ZFORMS_API void AppendUTF8(Chaine* out, char32_t c);
+
 }  // namespace zforms

@@ -13,8 +13,19 @@ ZXMLReader& ZXMLReader::operator=(const ZXMLReader& other) {
   return *this;
 }
 
+ZXMLReader& ZXMLReader::operator=(ZXMLReader&& other) noexcept {
+  if (this == &other) return *this;
+  document_ = std::move(other.document_);
+  memory_ = std::move(other.memory_);
+  version_ = std::move(other.version_);
+  standalone_ = std::move(other.standalone_);
+  last_error_ = std::move(other.last_error_);
+  return *this;
+}
+
 void ZXMLReader::Clear() {
   document_.reset();
+  memory_.reset();
   version_.Clear();
   standalone_.Clear();
   last_error_.clear();

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 
@@ -41,8 +42,9 @@ class ZFORMS_API ZXMLReader {
   ZXMLReader() = default;
   ZXMLReader(const ZXMLReader& other);
   ZXMLReader(ZXMLReader&& other) noexcept = default;
+  ~ZXMLReader() = default;
   ZXMLReader& operator=(const ZXMLReader& other);
-  ZXMLReader& operator=(ZXMLReader&& other) noexcept = default;
+  ZXMLReader& operator=(ZXMLReader&& other) noexcept;
 
   // Replaces the document by a root of that name.
   ZXMLElement& Create(std::string_view root_name);
@@ -68,6 +70,8 @@ class ZFORMS_API ZXMLReader {
   static bool ToUTF8(const Chaine& bytes, ZInetEncodedBuffer::eType encoding, Chaine* text, std::string* error);
 
  private:
+  // What the nodes lie in that were read. They go before it.
+  std::unique_ptr<std::pmr::memory_resource> memory_;
   // The root with what stands before and after it.
   std::unique_ptr<ZXMLElement> document_;
   Chaine version_;     // of the declaration; empty means 1.0

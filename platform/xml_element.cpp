@@ -9,6 +9,16 @@ namespace {
 // Below this many nodes looking at each is cheaper than remembering places.
 constexpr size_t kFewNodes = 12;
 
+// Memory that the document's nodes share is freed with the document.
+template <class Node>
+void Destroy(Node* node) {
+  if (node->in_shared_memory) {
+    std::destroy_at(node);
+  } else {
+    delete node;
+  }
+}
+
 }  // namespace
 
 const ZXMLData::Attribute* ZXMLData::FindAttrib(std::string_view name) const {
@@ -54,6 +64,11 @@ struct ZXMLElement::Cursor {
 
 ZXMLElement::ZXMLElement(Chaine name) : ZXMLNode(Kind::kElement), name_(std::move(name)) {}
 
+ZXMLElement::ZXMLElement(Chaine name, std::pmr::memory_resource* memory)
+    : ZXMLNode(Kind::kElement), ZXMLData(memory), name_(std::move(name)) {
+  in_shared_memory = true;
+}
+
 ZXMLElement::~ZXMLElement() { Clear(); }
 
 void ZXMLElement::SetName(const Chaine& name) {
@@ -88,10 +103,14 @@ void ZXMLElement::Unlink(ZXMLNode* node) {
 
 void ZXMLElement::Delete(ZXMLNode* node) {
   Unlink(node);
+  DestroyNode(node);
+}
+
+void ZXMLElement::DestroyNode(ZXMLNode* node) {
   if (node->kind == Kind::kElement) {
-    delete static_cast<ZXMLElement*>(node);
+    Destroy(static_cast<ZXMLElement*>(node));
   } else {
-    delete static_cast<ZXMLTextNode*>(node);
+    Destroy(static_cast<ZXMLTextNode*>(node));
   }
 }
 
@@ -100,20 +119,20 @@ void ZXMLElement::Delete(ZXMLNode* node) {
 void ZXMLElement::Clear() {
   cursor_.reset();
   while (first_ != nullptr) {
-    if (first_->kind == Kind::kElement) {
-      auto* child = static_cast<ZXMLElement*>(first_);
+    ZXMLNode* const node = first_;
+    if (node->kind == Kind::kElement) {
+      auto* child = static_cast<ZXMLElement*>(node);
       if (child->first_ != nullptr) {
         child->last_->next = child->next;
-        (child->next == nullptr ? last_ : child->next->previous) = child->last_;
         child->next = child->first_;
-        child->first_->previous = child;
-        count_ += child->count_;
-        child->first_ = child->last_ = nullptr;
-        child->count_ = 0;
+        child->first_ = nullptr;
       }
     }
-    Delete(first_);
+    first_ = node->next;
+    DestroyNode(node);
   }
+  last_ = nullptr;
+  count_ = 0;
 }
 
 ZXMLElement::Cursor& ZXMLElement::CursorFor(std::string_view name) const {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <memory_resource>
 #include <string_view>
 #include <vector>
 
@@ -30,6 +31,7 @@ struct ZXMLNode {
   explicit ZXMLNode(Kind kind_of_node) : kind(kind_of_node) {}
 
   Kind kind;
+  bool in_shared_memory = false;  // that goes with the whole document
   ZXMLElement* parent = nullptr;
   ZXMLNode* previous = nullptr;
   ZXMLNode* next = nullptr;
@@ -58,7 +60,7 @@ class ZFORMS_API ZXMLData {
   void SetAttrib(std::string_view name, const ZVariant& value);
   void SetAttrib(std::string_view prefix, std::string_view name, const ZVariant& value);
   void RemoveAttrib(std::string_view name);
-  const std::vector<Attribute>& Attribs() const { return attribs_; }
+  const std::pmr::vector<Attribute>& Attribs() const { return attribs_; }
 
   // The text of the element itself, without that of the elements in it and
   // without white space that only separates elements. A value that is changed
@@ -68,6 +70,7 @@ class ZFORMS_API ZXMLData {
 
  protected:
   ZXMLData() = default;
+  explicit ZXMLData(std::pmr::memory_resource* memory) : attribs_(memory) {}
   ~ZXMLData() = default;
   ZXMLData(const ZXMLData&) = default;
   ZXMLData& operator=(const ZXMLData&) = default;
@@ -77,7 +80,7 @@ class ZFORMS_API ZXMLData {
 
   const Attribute* FindAttrib(std::string_view name) const;
 
-  std::vector<Attribute> attribs_;
+  std::pmr::vector<Attribute> attribs_;
   ZVariant value_;
 };
 
@@ -140,6 +143,9 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   friend class ZXMLPrinter;
   struct Cursor;
 
+  // In memory that is shared by the nodes of a document, and outlives the element.
+  ZXMLElement(Chaine name, std::pmr::memory_resource* memory);
+
   static ZXMLElement* ElementFrom(ZXMLNode* node);
   ZXMLElement* Locate(std::string_view name, size_t index) const;
   ZXMLElement* LocateNear(std::string_view name, size_t index) const;
@@ -147,6 +153,7 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   void Append(ZXMLNode* node);
   void Unlink(ZXMLNode* node);
   void Delete(ZXMLNode* node);
+  static void DestroyNode(ZXMLNode* node);
   void ForgetPlaceOf(const ZXMLElement& child);
   void TakeContentOf(ZXMLElement& other);
   void Clear();

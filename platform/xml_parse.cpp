@@ -3,6 +3,8 @@
 #include <pugixml.hpp>
 
 #include "platform/xml.h"
+#include "platform/xml_scanner.h"
+#include "platform/xml_tree_builder.h"
 
 namespace zforms {
 
@@ -11,8 +13,6 @@ namespace {
 // White space and line ends stay as they are; text at the start of an element stands in its own value.
 constexpr unsigned kParseFlags = (pugi::parse_full & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) |
                                  pugi::parse_ws_pcdata | pugi::parse_embed_pcdata | pugi::parse_fragment;
-
-bool IsWhiteSpace(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
 // True when the text at `at` is a reference to a character that does not exist, such as "&#0;".
 bool IsBadReference(std::string_view text, size_t at) {
@@ -72,19 +72,21 @@ std::string Place(std::string_view text, size_t at) {
   return "line " + std::to_string(line) + ", column " + std::to_string(before.size() - line_start + 1) + ": ";
 }
 
-}  // namespace
-
-// ZXMLTreeBuilder turns a text into a tree of our own.
-class ZXMLTreeBuilder {
+// ZXMLParser turns a text into a tree of our own: by the scanner when the text is as
+// programs write data, else by way of the tree that pugixml makes of it.
+class ZXMLParser {
  public:
+  // `memory` is where the nodes go, null for memory of their own.
+  explicit ZXMLParser(std::pmr::monotonic_buffer_resource* memory) : memory_(memory), builder_(memory) {}
+
   // A document: one root, and around it nothing but comments, instructions, a
   // document type and white space. Null with a reason when the text is none.
-  std::unique_ptr<ZXMLElement> Document(std::string_view text, size_t levels) {
+  std::unique_ptr<ZXMLElement> Document(const Chaine& text, size_t levels) {
     auto document = Content(text, levels);
     if (document == nullptr) return document;
     size_t roots = 0;
     bool has_text = false;
-    for (const ZXMLNode* node = document->first_; node != nullptr; node = node->next) {
+    for (const ZXMLNode* node = ZXMLTreeBuilder::FirstNode(*document); node != nullptr; node = node->next) {
       if (node->kind == ZXMLNode::Kind::kElement) roots++;
       if (node->kind == ZXMLNode::Kind::kText || node->kind == ZXMLNode::Kind::kCData) has_text = true;
     }
@@ -94,26 +96,19 @@ class ZXMLTreeBuilder {
   }
 
   // An element without name that holds what the text holds.
-  std::unique_ptr<ZXMLElement> Content(std::string_view text, size_t levels) {
-    const size_t zero = text.find('\0');
+  std::unique_ptr<ZXMLElement> Content(const Chaine& text, size_t levels) {
+    const size_t zero = text.View().find('\0');
     if (zero != std::string_view::npos) return Fail(Place(text, zero) + "a zero byte");
-    const size_t bad = FindBadReference(text);
-    if (bad != std::string_view::npos) return Fail(Place(text, bad) + "a reference to a character that does not exist");
-
-    pugi::xml_document source;
-    // The parser works in this copy. It puts a zero in the place of the last byte, which is why there is one.
-    const size_t size = text.size() + 1;
-    bytes_.Clear();
-    bytes_.Reserve(size);
-    char* buffer = bytes_.AppendUninitialized(size);
-    buffer[text.copy(buffer, text.size())] = '\0';
-    const pugi::xml_parse_result parsed = source.load_buffer_inplace(buffer, size, kParseFlags, pugi::encoding_utf8);
-    if (!parsed) {
-      const size_t at = std::min(static_cast<size_t>(std::max<ptrdiff_t>(parsed.offset, 0)), text.size());
-      return Fail(Place(text, at) + parsed.description());
-    }
     auto content = std::make_unique<ZXMLElement>(Chaine());
-    return Build(source, content.get(), levels) ? std::move(content) : Fail("elements are nested too deep");
+    ZXMLScanner scanner(text, levels, &builder_);
+    if (scanner.Scan(content.get())) {
+      version_ = scanner.Version();
+      standalone_ = scanner.Standalone();
+      return content;
+    }
+    ZXMLTreeBuilder::Clear(content.get());
+    if (memory_ != nullptr) memory_->release();
+    return Parse(text, levels, content.get()) ? std::move(content) : nullptr;
   }
 
   const std::string& Error() const { return error_; }
@@ -124,6 +119,30 @@ class ZXMLTreeBuilder {
   std::unique_ptr<ZXMLElement> Fail(std::string reason) {
     error_ = std::move(reason);
     return nullptr;
+  }
+
+  bool Parse(std::string_view text, size_t levels, ZXMLElement* into) {
+    const size_t bad = FindBadReference(text);
+    if (bad != std::string_view::npos) {
+      error_ = Place(text, bad) + "a reference to a character that does not exist";
+      return false;
+    }
+    pugi::xml_document source;
+    // The parser works in this copy. It puts a zero in the place of the last byte, which is why there is one.
+    const size_t size = text.size() + 1;
+    bytes_.Clear();
+    bytes_.Reserve(size);
+    char* buffer = bytes_.AppendUninitialized(size);
+    buffer[text.copy(buffer, text.size())] = '\0';
+    const pugi::xml_parse_result parsed = source.load_buffer_inplace(buffer, size, kParseFlags, pugi::encoding_utf8);
+    if (!parsed) {
+      const size_t at = std::min(static_cast<size_t>(std::max<ptrdiff_t>(parsed.offset, 0)), text.size());
+      error_ = Place(text, at) + parsed.description();
+      return false;
+    }
+    if (Build(source, into, levels)) return true;
+    error_ = "elements are nested too deep";
+    return false;
   }
 
   // A text of the source. Long ones are windows onto the copy that was parsed.
@@ -148,9 +167,10 @@ class ZXMLTreeBuilder {
         node = node.next_sibling();
       } else {
         if (between_elements_.size() > levels) return false;
-        auto* child = new ZXMLElement(Share(node.name()));
-        into->Append(child);
-        CopyAttributes(node, child);
+        ZXMLElement* child = builder_.AddElement(Share(node.name()), into);
+        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+          builder_.AddAttribute(Share(a.name()), Share(a.value()), child);
+        }
         if (!node.first_child()) {
           if (*node.value() != '\0') child->Value() = ZVariant(Share(node.value()));
           node = node.next_sibling();
@@ -169,33 +189,26 @@ class ZXMLTreeBuilder {
     pugi::xml_node node = first;
     while (node && node.type() != pugi::node_element) node = node.next_sibling();
     between_elements_.push_back(!node.empty());
-    if (from.type() == pugi::node_element && *from.value() != '\0') AppendText(from.value(), into);
+    if (from.type() == pugi::node_element && *from.value() != '\0') AddText(from.value(), into);
     return first;
   }
 
-  void CopyAttributes(const pugi::xml_node& from, ZXMLElement* into) {
-    size_t count = 0;
-    for (pugi::xml_attribute a = from.first_attribute(); a; a = a.next_attribute()) count++;
-    into->attribs_.reserve(count);
-    for (pugi::xml_attribute a = from.first_attribute(); a; a = a.next_attribute()) {
-      into->attribs_.push_back({Share(a.name()), ZVariant(Share(a.value()))});
-    }
-  }
+  void AddText(const char* text, ZXMLElement* into) { builder_.AddText(Share(text), between_elements_.back(), into); }
 
   void CopyText(const pugi::xml_node& node, ZXMLElement* into) {
     switch (node.type()) {
-      case pugi::node_pcdata: return AppendText(node.value(), into);
-      case pugi::node_cdata: return AppendPiece(ZXMLNode::Kind::kCData, Share(node.value()), into);
-      case pugi::node_comment: return into->Append(new ZXMLTextNode(ZXMLNode::Kind::kComment, Share(node.value())));
-      case pugi::node_doctype: return into->Append(new ZXMLTextNode(ZXMLNode::Kind::kDoctype, Share(node.value())));
+      case pugi::node_pcdata: return AddText(node.value(), into);
+      case pugi::node_cdata: return builder_.AddPiece(ZXMLNode::Kind::kCData, Share(node.value()), into);
+      case pugi::node_comment: return builder_.AddNode(ZXMLNode::Kind::kComment, Share(node.value()), into);
+      case pugi::node_doctype: return builder_.AddNode(ZXMLNode::Kind::kDoctype, Share(node.value()), into);
       case pugi::node_pi: {
         Chaine text(node.name());
         if (*node.value() != '\0') text += Chaine(" ") + node.value();
-        return into->Append(new ZXMLTextNode(ZXMLNode::Kind::kInstruction, text));
+        return builder_.AddNode(ZXMLNode::Kind::kInstruction, text, into);
       }
       case pugi::node_declaration:
         // Written anew; one in the middle of a document says nothing.
-        if (into->first_ != nullptr || into->parent != nullptr) return;
+        if (ZXMLTreeBuilder::FirstNode(*into) != nullptr || into->parent != nullptr) return;
         version_ = node.attribute("version").value();
         standalone_ = node.attribute("standalone").value();
         return;
@@ -203,22 +216,8 @@ class ZXMLTreeBuilder {
     }
   }
 
-  // White space between elements is no part of a value.
-  void AppendText(const char* text, ZXMLElement* into) {
-    if (between_elements_.back() && IsWhiteSpace(text)) {
-      into->Append(new ZXMLTextNode(ZXMLNode::Kind::kSpace, Share(text)));
-    } else {
-      AppendPiece(ZXMLNode::Kind::kText, Share(text), into);
-    }
-  }
-
-  static void AppendPiece(ZXMLNode::Kind kind, const Chaine& text, ZXMLElement* into) {
-    into->Append(new ZXMLTextNode(kind, text));
-    Chaine value = into->Value().AsChaine();
-    value += text;
-    into->Value() = ZVariant(std::move(value));
-  }
-
+  std::pmr::monotonic_buffer_resource* memory_;
+  ZXMLTreeBuilder builder_;
   // For each element that is open, whether elements stand in it.
   std::vector<bool> between_elements_;
   Chaine bytes_;
@@ -227,11 +226,18 @@ class ZXMLTreeBuilder {
   Chaine standalone_;
 };
 
+// What the nodes of a document take for a byte of dense text. Taken in one block, which the
+// allocator keeps for the next document instead of handing its pages back one by one.
+constexpr size_t kNodeBytesPerByte = 6;
+constexpr size_t kLargestBlock = size_t{16} << 20;
+
+}  // namespace
+
 bool ZXMLElement::FromChaine(const Chaine& markup) {
   size_t depth = 0;
   for (const ZXMLElement* element = this; element != nullptr; element = element->parent) depth++;
-  ZXMLTreeBuilder builder;
-  const auto content = builder.Content(markup, ZXMLReader::kMaxDepth - std::min(depth, ZXMLReader::kMaxDepth));
+  ZXMLParser parser(nullptr);
+  const auto content = parser.Content(markup, ZXMLReader::kMaxDepth - std::min(depth, ZXMLReader::kMaxDepth));
   if (content == nullptr) return false;
   TakeContentOf(*content);
   return true;
@@ -252,14 +258,18 @@ ZXMLElement* ZXMLReader::Read(const Chaine& text, ZInetEncodedBuffer::eType enco
   if (!ToUTF8(text, encoding, &decoded, &last_error_)) return nullptr;
   // Some programs send the zero byte that ends their text along with it.
   while (!decoded.IsEmpty() && decoded.Last() == '\0') decoded.Truncate(decoded.size() - 1);
-  ZXMLTreeBuilder builder;
-  document_ = builder.Document(decoded, kMaxDepth);
+  auto memory = std::make_unique<std::pmr::monotonic_buffer_resource>(
+      std::clamp<size_t>(decoded.size() * kNodeBytesPerByte, 512, kLargestBlock));
+  ZXMLParser parser(memory.get());
+  memory_ = std::move(memory);
+  document_ = parser.Document(decoded, kMaxDepth);
   if (document_ == nullptr) {
-    last_error_ = builder.Error();
+    last_error_ = parser.Error();
+    memory_.reset();
     return nullptr;
   }
-  version_ = builder.Version();
-  standalone_ = builder.Standalone();
+  version_ = parser.Version();
+  standalone_ = parser.Standalone();
   return Data();
 }
 

@@ -1,6 +1,6 @@
 #include "xfdf/field_collection.h"
 
-#include <algorithm>
+#include <deque>
 
 #include "platform/xml.h"
 #include "xfdf/field.h"
@@ -18,6 +18,13 @@ const ZXFDFField& NoField() {
 
 }  // namespace
 
+struct ZXFDFFieldCollection::Listing {
+  FDictionnary<std::unique_ptr<Field>> fields;
+  // The "field" elements of a name in the order of the document, for names that
+  // have one which is not listed.
+  FDictionnary<std::deque<ZXMLElement*>> unlisted;
+};
+
 ZXFDFFieldCollection::ZXFDFFieldCollection(ZXMLElement& element, unsigned depth) : element_(element), depth_(depth) {
   Relist();
 }
@@ -25,30 +32,36 @@ ZXFDFFieldCollection::ZXFDFFieldCollection(ZXMLElement& element, unsigned depth)
 ZXFDFFieldCollection::~ZXFDFFieldCollection() = default;
 
 void ZXFDFFieldCollection::Relist() {
-  fields_.Clear();
-  unlisted_.Clear();
+  listing_.reset();
+  const Chaine field("field");
   for (ZXMLElement* child = element_.FirstChild(); child != nullptr; child = child->NextSibling()) {
-    if (child->Name() == "field" && child->HasAttrib("name")) List(*child);
+    if (child->Name() == field && child->HasAttrib("name")) List(*child);
   }
 }
 
 void ZXFDFFieldCollection::List(ZXMLElement& element) {
   const Chaine name = element.Attrib("name").AsChaine();
-  auto field = std::make_unique<Field>(element, depth_ + 1);
-  if (std::unique_ptr<Field>* earlier = fields_.Find(name)) {
-    std::deque<ZXMLElement*>& all = unlisted_[name];
-    if (all.empty()) all.push_back(&(*earlier)->Element());
+  if (listing_ == nullptr) listing_ = std::make_unique<Listing>();
+  std::unique_ptr<Field>& listed = listing_->fields[name];
+  if (listed != nullptr) {
+    std::deque<ZXMLElement*>& all = listing_->unlisted[name];
+    if (all.empty()) all.push_back(&listed->Element());
     all.push_back(&element);
-    *earlier = std::move(field);
-  } else {
-    if (std::deque<ZXMLElement*>* all = unlisted_.Find(name)) all->push_back(&element);
-    fields_.Set(name, std::move(field));
+  } else if (listing_->unlisted.Size() != 0) {
+    if (std::deque<ZXMLElement*>* all = listing_->unlisted.Find(name)) all->push_back(&element);
   }
+  listed = std::make_unique<Field>(element, depth_ + 1);
 }
 
-ZXFDFField& ZXFDFFieldCollection::operator[](unsigned int index) { return *fields_.At(index).second; }
+unsigned int ZXFDFFieldCollection::Size() const {
+  return listing_ == nullptr ? 0 : static_cast<unsigned int>(listing_->fields.Size());
+}
 
-const ZXFDFField& ZXFDFFieldCollection::operator[](unsigned int index) const { return *fields_.At(index).second; }
+ZXFDFField& ZXFDFFieldCollection::operator[](unsigned int index) { return *listing_->fields.At(index).second; }
+
+const ZXFDFField& ZXFDFFieldCollection::operator[](unsigned int index) const {
+  return *listing_->fields.At(index).second;
+}
 
 const ZXFDFField& ZXFDFFieldCollection::operator[](const Chaine& name) const {
   const Field* field = Get(name);
@@ -65,16 +78,22 @@ const ZXFDFField* ZXFDFFieldCollection::Get(const Chaine& name) const {
   return Find(name, &lookups);
 }
 
+// The listed field of that name at this level, or null.
+ZXFDFField* ZXFDFFieldCollection::FindHere(std::string_view name) const {
+  const std::unique_ptr<Field>* field = listing_ == nullptr ? nullptr : listing_->fields.Find(name);
+  return field == nullptr ? nullptr : field->get();
+}
+
 // Tries the whole name, and then each part before a dot with the rest below it,
 // the shortest first. The number of lookups is bounded: names may be hostile.
 ZXFDFField* ZXFDFFieldCollection::Find(std::string_view name, int* lookups) const {
   if (--*lookups < 0) return nullptr;
-  if (const std::unique_ptr<Field>* field = fields_.Find(name)) return field->get();
+  if (Field* field = FindHere(name)) return field;
   for (size_t dot = name.find('.'); dot != std::string_view::npos; dot = name.find('.', dot + 1)) {
-    if (--*lookups < 0 || fields_.Size() == 0) return nullptr;
-    const std::unique_ptr<Field>* left = fields_.Find(name.substr(0, dot));
+    if (--*lookups < 0 || Size() == 0) return nullptr;
+    const Field* left = FindHere(name.substr(0, dot));
     if (left == nullptr) continue;
-    if (Field* field = (*left)->Find(name.substr(dot + 1), lookups)) return field;
+    if (Field* field = left->Find(name.substr(dot + 1), lookups)) return field;
   }
   return nullptr;
 }
@@ -86,12 +105,12 @@ ZXFDFField& ZXFDFFieldCollection::AddField(const Chaine& name) {
   while (true) {
     const size_t dot = into->depth_ + 1 < kMaxDepth ? rest.find('.') : std::string_view::npos;
     const Chaine part(rest.substr(0, dot));
-    if (!into->fields_.Exist(part)) {
+    if (into->FindHere(part) == nullptr) {
       ZXMLElement& element = into->element_.Add("field");
       element.SetAttrib("name", part);
       into->List(element);
     }
-    Field* field = into->fields_.Find(part)->get();
+    Field* field = into->FindHere(part);
     if (dot == std::string_view::npos) return *field;
     into = field;
     rest.remove_prefix(dot + 1);
@@ -99,18 +118,19 @@ ZXFDFField& ZXFDFFieldCollection::AddField(const Chaine& name) {
 }
 
 void ZXFDFFieldCollection::RemoveField(const Chaine& name) {
-  const std::unique_ptr<Field>* field = fields_.Find(name);
-  std::deque<ZXMLElement*>* all = unlisted_.Find(name);
+  if (listing_ == nullptr) return;
+  const Field* field = FindHere(name);
+  std::deque<ZXMLElement*>* all = listing_->unlisted.Find(name);
   ZXMLElement* first = nullptr;
   if (all != nullptr) {
     first = all->front();
     all->pop_front();
-    if (all->empty()) unlisted_.Remove(name);
+    if (all->empty()) listing_->unlisted.Remove(name);
   } else if (field != nullptr) {
-    first = &(*field)->Element();
+    first = &field->Element();
   }
   // The field goes before its element, which a field of the same name may outlive.
-  fields_.Remove(name);
+  listing_->fields.Remove(name);
   if (first != nullptr) element_.Remove(*first);
 }
 
@@ -121,7 +141,8 @@ PUniqueT<Chaine> ZXFDFFieldCollection::FieldNames() const {
 }
 
 void ZXFDFFieldCollection::ListNames(const Chaine& prefix, PUniqueT<Chaine>* names) const {
-  for (const auto& [name, field] : fields_) {
+  if (listing_ == nullptr) return;
+  for (const auto& [name, field] : listing_->fields) {
     if (prefix.size() + name.size() > kMaxFullName) continue;
     const Chaine full = prefix + name;
     names->Add(full);
@@ -130,8 +151,7 @@ void ZXFDFFieldCollection::ListNames(const Chaine& prefix, PUniqueT<Chaine>* nam
 }
 
 void ZXFDFFieldCollection::Free() {
-  fields_.Clear();
-  unlisted_.Clear();
+  listing_.reset();
   element_.RemoveAll("field");
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <deque>
 #include <memory>
 #include <string_view>
 
@@ -39,7 +38,7 @@ class ZFORMS_API ZXFDFFieldCollection {
   virtual ~ZXFDFFieldCollection();
 
   // How many fields stand at this level.
-  unsigned int Size() const { return static_cast<unsigned int>(fields_.Size()); }
+  unsigned int Size() const;
   // Finds or creates, as AddField does.
   Field& operator[](const Chaine& name) { return AddField(name); }
   Field& operator[](const char* name) { return AddField(Chaine(name)); }
@@ -75,16 +74,16 @@ class ZFORMS_API ZXFDFFieldCollection {
  private:
   static constexpr int kLookups = 2048;
 
+  struct Listing;
+
+  Field* FindHere(std::string_view name) const;
   Field* Find(std::string_view name, int* lookups) const;
   void ListNames(const Chaine& prefix, PUniqueT<Chaine>* names) const;
   void List(ZXMLElement& element);
 
   ZXMLElement& element_;
   unsigned depth_;
-  FDictionnary<std::unique_ptr<Field>> fields_;
-  // The "field" elements of a name in the order of the document, for names that
-  // have one which is not listed.
-  FDictionnary<std::deque<ZXMLElement*>> unlisted_;
+  std::unique_ptr<Listing> listing_;  // null while no field stands here, as in most
 };
 
 }  // namespace zforms

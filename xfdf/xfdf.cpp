@@ -33,6 +33,11 @@ void DropPrefix(ZXMLElement& root) {
   root.SetAttrib("xmlns", ZXFDF::kNamespace);
 }
 
+// Whether a value can hold a carriage return besides those that the filter puts in.
+bool MayHoldCarriageReturns(std::string_view text) {
+  return text.find('\r') != std::string_view::npos || text.find("&#") != std::string_view::npos;
+}
+
 // Many writers escape the carriage return of a line end and leave its line feed as
 // it is, before which the filter has put another: the three are one line end.
 void FoldLineEnds(ZXMLElement& root) {
@@ -177,7 +182,7 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
     xml_.Clear();
     return true;
   }
-  FoldLineEnds(*root);
+  if (MayHoldCarriageReturns(text)) FoldLineEnds(*root);
   return true;
 }
 
