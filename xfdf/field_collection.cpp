@@ -98,7 +98,7 @@ ZXFDFField& ZXFDFFieldCollection::AddField(const Chaine& name) {
   }
 }
 
-void ZXFDFFieldCollection::RemoveField(const Chaine& name) {
+bool ZXFDFFieldCollection::RemoveField(const Chaine& name) {
   const std::unique_ptr<Field>* field = fields_.Find(name);
   std::deque<ZXMLElement*>* all = unlisted_.Find(name);
   ZXMLElement* first = nullptr;
@@ -112,6 +112,7 @@ void ZXFDFFieldCollection::RemoveField(const Chaine& name) {
   // The field goes before its element, which a field of the same name may outlive.
   fields_.Remove(name);
   if (first != nullptr) element_.Remove(*first);
+  return first != nullptr;
 }
 
 PUniqueT<Chaine> ZXFDFFieldCollection::FieldNames() const {
