@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <memory>
 #include <string>
+#include <utility>
 
+#include "pdf/crypt/encryption.h"
+#include "pdf/dictionary_node.h"
 #include "platform/field_set.h"
 #include "platform/file_io.h"
 #include "tests/form_text.h"
@@ -83,6 +86,19 @@ TEST(FormFields, EachExportedFieldGivesOne) {
   EXPECT_TRUE(untouched.CreateFieldsFromLocalPDF(path, ""));
   EXPECT_EQ(Names(untouched), "group group.a group.c same two été ");
   EXPECT_TRUE(ZXFDF().CreateFieldsFromLocalPDF(FormText().Form()));
+
+  const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("id", "\xE9", "owner"));
+  const Chaine encrypted = FormText()
+                               .Object(12, LineOf(handler->Dictionary()))
+                               .Fields("<</FT/Tx/T(a)>>")
+                               .Trailer("/Encrypt 12 0 R/ID[(id)(id)]")
+                               .Bytes();
+  ASSERT_TRUE(StoreFile(path, encrypted));
+  ZXFDF kept = untouched;
+  EXPECT_FALSE(kept.CreateFieldsFromLocalPDF(path, ""));
+  EXPECT_EQ(kept.AsChaine(), untouched.AsChaine());
+  EXPECT_TRUE(kept.CreateFieldsFromLocalPDF(path, "é"));
+  EXPECT_EQ(kept.Fields().Size(), untouched.Fields().Size() + 1);
 }
 
 TEST(MapStorage, MappingNamesOfAForm) {
