@@ -3,17 +3,14 @@
 namespace zforms {
 
 ZField::ZField(const Chaine& name, const ZVariant& value) : name_(name) {
-  const ZVariant own(value);
-  if (own.Integer() != nullptr) {
-    buffer_ = ZVariantBuffer::Over(&own_.emplace<int64_t>());
-  } else if (own.Real() != nullptr) {
-    buffer_ = ZVariantBuffer::Over(&own_.emplace<double>());
-  } else if (own.Truth() != nullptr) {
-    buffer_ = ZVariantBuffer::Over(&own_.emplace<bool>());
-  } else {
-    buffer_ = ZVariantBuffer::Over(&own_.emplace<Chaine>());
+  switch (value.Kind()) {
+    case ZVariant::Type::eInt64: buffer_ = ZVariantBuffer::Over(&own_.emplace<int64_t>()); break;
+    case ZVariant::Type::eDouble: buffer_ = ZVariantBuffer::Over(&own_.emplace<double>()); break;
+    case ZVariant::Type::eBool: buffer_ = ZVariantBuffer::Over(&own_.emplace<bool>()); break;
+    case ZVariant::Type::eEmpty:
+    case ZVariant::Type::eChaine: buffer_ = ZVariantBuffer::Over(&own_.emplace<Chaine>()); break;
   }
-  Set(own);
+  Set(value);
 }
 
 ZField& ZFieldSet::Add(const Chaine& name, const ZVariant& value) {
