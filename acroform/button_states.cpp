@@ -62,6 +62,8 @@ Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* kn
   }
   Chaine state = StateOfExportValue(field, value);
   if (!state.IsEmpty()) return state;
+  if (value == "false") return kOff;
+  if (value == "true" && states.size() == 1) return states[0];
   *known = false;
   return UTF8ToPDFName(value);
 }

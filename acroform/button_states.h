@@ -18,7 +18,8 @@ ZFORMS_API PTableau<Chaine> ButtonStates(const ZAcroFormField& field);
 // The state that a value stands for, as bytes of a name. `value` is UTF-8 and
 // means, in this order: "Off", which the empty value means too; a state of one of
 // the widgets; an export value in "/Opt", which stands for the state of the widget
-// at its place. Any other value is its own name; `*known` becomes false then.
+// at its place; "false", which is "Off", and "true", which is the state of a button
+// that has only one. Any other value is its own name; `*known` becomes false then.
 ZFORMS_API Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* known);
 
 // Sets "/AS" of each widget to the state where it has such an appearance, else to

@@ -30,9 +30,32 @@ PTableau<Chaine> ZXFDFField::Values() const {
   return values;
 }
 
+Chaine ZXFDFField::ValuesAsText() const {
+  const PTableau<Chaine> values = Values();
+  Chaine text;
+  for (size_t i = 0; i < values.size(); i++) {
+    if (i != 0) text += "\r\n";
+    text += values[i];
+  }
+  return text;
+}
+
 void ZXFDFField::SetValues(const PTableau<Chaine>& values) {
+  const ZVariantBuffer buffer = BufferOfValue();
   Element().RemoveAll("value");
   for (const Chaine& value : values) Element().Add("value").Value() = value;
+  if (!values.empty()) AttachAgain(buffer);
+}
+
+ZVariantBuffer ZXFDFField::BufferOfValue() const { return std::as_const(*this).Value().Buffer(); }
+
+// To the buffer that the value was attached to before its element was replaced.
+void ZXFDFField::AttachAgain(const ZVariantBuffer& buffer) {
+  if (buffer.IsNone()) return;
+  const Chaine text = ValuesAsText();
+  Element().RemoveAll("value");
+  Value().Attach(buffer);
+  Value() = text;
 }
 
 ZXMLElement& ZXFDFField::ValueRichText() { return Element()["value-richtext"]; }
@@ -52,8 +75,10 @@ ZXFDFField& ZXFDFField::operator=(const ZVariant& value) {
 ZXFDFField& ZXFDFField::operator=(const ZXFDFField& other) {
   if (this == &other) return *this;
   const ZVariant name = Element().Attrib("name");
+  const ZVariantBuffer buffer = BufferOfValue();
   Element().CopyContentOf(other.Element());
   Element().SetAttrib("name", name);
+  if (HasValue()) AttachAgain(buffer);
   Relist();
   return *this;
 }

@@ -25,6 +25,8 @@ class ZFORMS_API ZXFDFField : public ZXFDFFieldCollection {
   bool HasValue() const;
   // The texts of all "value" elements: a list box has one for each of its choices.
   PTableau<Chaine> Values() const;
+  // The same as one text, joined by CR LF.
+  Chaine ValuesAsText() const;
   // One "value" element for each text, in place of those there were.
   void SetValues(const PTableau<Chaine>& values);
 
@@ -40,6 +42,10 @@ class ZFORMS_API ZXFDFField : public ZXFDFFieldCollection {
   // the other field; keeps its own name. References to fields that stood in
   // this one end.
   ZXFDFField& operator=(const ZXFDFField& other);
+
+ private:
+  ZVariantBuffer BufferOfValue() const;
+  void AttachAgain(const ZVariantBuffer& buffer);
 };
 
 }  // namespace zforms

@@ -117,8 +117,8 @@ ZXFDFField& ZXFDFFieldCollection::AddField(const Chaine& name) {
   }
 }
 
-void ZXFDFFieldCollection::RemoveField(const Chaine& name) {
-  if (listing_ == nullptr) return;
+bool ZXFDFFieldCollection::RemoveField(const Chaine& name) {
+  if (listing_ == nullptr) return false;
   const Field* field = FindHere(name);
   std::deque<ZXMLElement*>* all = listing_->unlisted.Find(name);
   ZXMLElement* first = nullptr;
@@ -132,6 +132,7 @@ void ZXFDFFieldCollection::RemoveField(const Chaine& name) {
   // The field goes before its element, which a field of the same name may outlive.
   listing_->fields.Remove(name);
   if (first != nullptr) element_.Remove(*first);
+  return first != nullptr;
 }
 
 PUniqueT<Chaine> ZXFDFFieldCollection::FieldNames() const {

@@ -59,8 +59,9 @@ class ZFORMS_API ZXFDFFieldCollection {
   Field* Get(const Chaine& name);
   const Field* Get(const Chaine& name) const;
   // Removes the field of that name at this level, and from the XML the first
-  // "field" of that name. Does not take dotted names apart.
-  void RemoveField(const Chaine& name);
+  // "field" of that name. Does not take dotted names apart. False when there was
+  // none.
+  bool RemoveField(const Chaine& name);
   // The full names of all fields below, each field before those in it.
   PUniqueT<Chaine> FieldNames() const;
   // Removes every "field", named or not, from the XML.

@@ -79,6 +79,9 @@ ZXFDF& ZXFDF::operator=(ZXFDF&& other) noexcept {
   DropViews();
   xml_ = std::move(other.xml_);
   fields_ = std::move(other.fields_);
+  session_ = std::move(other.session_);
+  buffers_ = std::move(other.buffers_);
+  misfits_ = std::move(other.misfits_);
   last_error_ = std::move(other.last_error_);
   last_replaced_ = other.last_replaced_;
   return *this;
@@ -87,7 +90,10 @@ ZXFDF& ZXFDF::operator=(ZXFDF&& other) noexcept {
 ZXFDF::~ZXFDF() = default;
 
 // Everything that points into the tree goes before the tree does.
-void ZXFDF::DropViews() { fields_.reset(); }
+void ZXFDF::DropViews() {
+  session_.reset();
+  fields_.reset();
+}
 
 ZXMLElement& ZXFDF::Root() const {
   if (ZXMLElement* root = xml_.Data()) return *root;
@@ -155,7 +161,21 @@ ZInetURL ZXFDF::PDFHRef() const {
 
 bool ZXFDF::HasPDFHRef() const { return Child("f") != nullptr; }
 
+ZXFDFSessionInfos& ZXFDF::SessionID() {
+  if (session_ == nullptr) session_ = std::make_unique<SessionInfos>(Fields());
+  return *session_;
+}
+
+const ZXFDFSessionInfos& ZXFDF::SessionID() const {
+  if (session_ == nullptr) {
+    Fields();
+    session_ = std::make_unique<SessionInfos>(*fields_);
+  }
+  return *session_;
+}
+
 bool ZXFDF::HasSessionID() const {
+  if (session_ != nullptr) return true;
   if (!HasFields()) return false;
   const Field* field = Fields().Get(kSessionIDField);
   return field != nullptr && field->HasValue() && !field->Value().IsEmpty();
@@ -165,6 +185,7 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   DropViews();
   xml_.Clear();
   last_error_.clear();
+  misfits_.clear();
   // Line ends are bytes of their own only once the text is UTF-8.
   const Chaine bytes = in->ReadAll();
   last_error_ = in->Error();
@@ -183,7 +204,37 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
     return true;
   }
   if (MayHoldCarriageReturns(text)) FoldLineEnds(*root);
+  ReadIntoBuffers();
   return true;
+}
+
+bool ZXFDF::AttachBuffer(const Chaine& name, const ZVariantBuffer& buffer) {
+  Field* field = HasFields() ? Fields().Get(name) : nullptr;
+  if (field == nullptr) return false;
+  field->Value().Attach(buffer);
+  buffers_.Set(name, buffer);
+  return true;
+}
+
+void ZXFDF::DetachBuffers() {
+  for (const auto& [name, buffer] : buffers_) {
+    Field* field = HasFields() ? Fields().Get(name) : nullptr;
+    if (field != nullptr && field->HasValue()) field->Value().Detach();
+  }
+  buffers_.Clear();
+}
+
+// A field without a value says nothing, so its buffer stays as it is.
+void ZXFDF::ReadIntoBuffers() {
+  if (buffers_.Size() == 0 || !HasFields()) return;
+  for (const auto& [name, buffer] : buffers_) {
+    Field* field = Fields().Get(name);
+    if (field == nullptr || !field->HasValue()) continue;
+    const Chaine text = field->ValuesAsText();
+    field->SetValues({Chaine()});
+    field->Value().Attach(buffer);
+    if (!field->Value().Assign(text)) misfits_.push_back(name);
+  }
 }
 
 bool ZXFDF::Read(const Chaine& path, ZInetEncodedBuffer::eType encoding) {

@@ -9,20 +9,25 @@
 #include "platform/xml.h"
 #include "xfdf/field.h"
 #include "xfdf/field_collection.h"
+#include "xfdf/session_infos.h"
 
 namespace zforms {
+
+class ZAcroForm;
 
 // ZXFDF is an XFDF document (ISO 19444-1): the values of a form's fields, with
 // the PDF they belong to. It is a view onto an XML tree that it owns; what is
 // read and not understood is written back. Text is UTF-8; the lines of values
 // end in CR LF in memory and in LF outside.
 //
-// Fields and collections that it gave out end when it is read, assigned to or
-// destroyed. One document is used by one thread at a time, const use included.
+// Fields, collections and session infos that it gave out end when it is read,
+// assigned to or destroyed. Values may be attached to buffers of the host; copies
+// of the document are not. One document is used by one thread at a time, const use included.
 class ZFORMS_API ZXFDF {
  public:
   using Field = ZXFDFField;
   using FieldCollection = ZXFDFFieldCollection;
+  using SessionInfos = ZXFDFSessionInfos;
 
   // The namespace of XFDF.
   static constexpr char kNamespace[] = "http://ns.adobe.com/xfdf/";
@@ -66,8 +71,30 @@ class ZFORMS_API ZXFDF {
   ZInetURL PDFHRef() const;
   bool HasPDFHRef() const;
 
-  // Whether the field kSessionIDField has a value that is not empty.
+  // What the host keeps in the field kSessionIDField, which is made when it is absent.
+  SessionInfos& SessionID();
+  const SessionInfos& SessionID() const;
+  // Whether SessionID() was asked for, or the field has a value that is not empty.
   bool HasSessionID() const;
+
+  // Adds the fields that the form exports, without values: those that have a name
+  // and no named kids, unless the first of their full name is marked no-export.
+  // False, changing nothing, when no document is loaded or it cannot be decrypted.
+  bool CreateFieldsFromLocalPDF(const ZAcroForm& form);
+  // The same from a file; the password is UTF-8.
+  bool CreateFieldsFromLocalPDF(const Chaine& path, const Chaine& password);
+
+  // Attaches the value of a field to a buffer of the host, whose value it has from
+  // then on; false when there is no such field. The name stays attached: whenever the
+  // document is read and gives a value to a field of that name, the value is written
+  // to the buffer. Several values become one text, joined by CR LF. The buffer
+  // outlives the document, or DetachBuffers is called before it ends.
+  bool AttachBuffer(const Chaine& name, const ZVariantBuffer& buffer);
+  // Values stay as they are, without their buffers.
+  void DetachBuffers();
+  // The fields whose values did not fit whole into their buffers when the document
+  // was last read (see ZVariantBuffer::Write).
+  const PTableau<Chaine>& LastMisfits() const { return misfits_; }
 
   // Replaces the document by what the source holds. Always true; when it is no
   // XML, or cannot be opened, the document is empty and LastError() says why.
@@ -94,10 +121,14 @@ class ZFORMS_API ZXFDF {
   const ZXMLElement* Child(std::string_view name) const;
   void RemoveChild(std::string_view name);
   void DropViews();
+  void ReadIntoBuffers();
 
   // Filling "fields" in on demand does not change what the document says.
   mutable ZXMLReader xml_;
   mutable std::unique_ptr<FieldCollection> fields_;
+  mutable std::unique_ptr<SessionInfos> session_;
+  FDictionnary<ZVariantBuffer> buffers_;  // by full name
+  PTableau<Chaine> misfits_;
   mutable std::string last_error_;
   mutable size_t last_replaced_ = 0;
 };

@@ -1,0 +1,69 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "platform/field_set.h"
+#include "platform/ini_file.h"
+#include "platform/text.h"
+#include "xfdf/mapper.h"
+#include "xfdf/xfdf.h"
+
+using zforms::Chaine;
+using zforms::ZXFDF;
+
+namespace {
+
+void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+// Every named line is found, and gives the document a field; the second time nothing changes.
+void TakeAsMaps(const Chaine& text) {
+  zforms::ZIniFile file;
+  file.FromChaine(text);
+  const zforms::ZFieldSet fields;
+  for (const Chaine& name : file.SectionNames()) {
+    Require(file.SectionExist(name));
+    const zforms::ZIniFileSection section = file.Section(name);
+    zforms::ZXFDFMapper mapper;
+    mapper.AddRubric("a", &fields);
+    for (size_t i = 0; i < section.GetNamedLinesNB(); i++) {
+      Require(section.HasNamedLine(section.GetLineName(i)));
+      mapper.DeclareMap(section.GetLineName(i), section.NamedLine(section.GetLineName(i)));
+    }
+    Require(mapper.Maps().Size() == section.GetNamedLinesNB());
+    ZXFDF xfdf;
+    mapper.SyncFieldListOf(xfdf);
+    for (const auto& [field, reference] : mapper.Maps()) Require(xfdf.Fields().Exist(field));
+    const Chaine once = xfdf.AsChaine();
+    mapper.SyncFieldListOf(xfdf);
+    Require(xfdf.AsChaine() == once);
+  }
+}
+
+// XML holds no other control characters.
+bool IsPlain(char c) { return static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n' || c == '\r'; }
+
+// Whatever stood in the field, a parameter that is set comes back, the next time too.
+void TakeAsSession(const Chaine& text) {
+  const bool plain = std::all_of(text.begin(), text.end(), IsPlain) && zforms::IsValidUTF8(text);
+  ZXFDF xfdf;
+  xfdf.Fields()[ZXFDF::kSessionIDField] = zforms::ZVariant(text);
+  xfdf.SessionID().Transaction();
+  xfdf.SessionID().SetParam("k", plain ? text : Chaine("v"));
+  for (int round = 0; round < 2; round++) {
+    Require(xfdf.SessionID().Param("K") == (plain ? text : Chaine("v")));
+    const Chaine written = xfdf.AsChaine();
+    xfdf.FromChaine(written);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const Chaine text(reinterpret_cast<const char*>(data), size);
+  TakeAsMaps(text);
+  TakeAsSession(text);
+  return 0;
+}
