@@ -22,7 +22,7 @@ constexpr uint32_t kFirstSlab = 16 * 1024;
 constexpr uint32_t kMiddleSlab = 120 * 1024;
 constexpr uint32_t kLargestSlab = kLargeBlock;
 #endif
-constexpr size_t kSmallTotal = 64 * 1024 * 1024;
+constexpr size_t kSmallTotal = 40 * 1024 * 1024;
 
 }  // namespace
 
