@@ -50,7 +50,11 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
   const HTTPVerdict& Verdict() const { return verdict_; }
   size_t BodySize() const { return body_.size(); }
   bool ExpectsContinue() const { return header_.Has("Expect") && http11_; }
-  ZHTTPReadRequest MakeRequest() const { return ZHTTPReadRequest(method_, url_, header_, body_); }
+  ZHTTPReadRequest MakeRequest() const {
+    // A refused request may not have come so far as to have its target judged.
+    const bool is_path = target_.View().starts_with('/') && !target_.View().starts_with("//");
+    return ZHTTPReadRequest(method_, url_.IsEmpty() && is_path ? ZInetURL(target_) : url_, header_, body_);
+  }
 
  private:
   void on_request_impl(http::verb, string_view method, string_view target, int version, error_code&) override {
