@@ -29,6 +29,10 @@ bool NamesVersion(std::string_view data) {
          version[3] == '\r';
 }
 
+// "0" and two line ends: no chunked body ends with less. The parser counts on being
+// shown as much.
+constexpr size_t kLastChunk = 5;
+
 int StatusOf(const error_code& error, std::string_view data) {
   if (error == http::error::header_limit) return 431;
   if (error == http::error::body_limit) return 413;
@@ -49,6 +53,7 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
   const sHTTPServerLimits& Limits() const { return limits_; }
   const HTTPVerdict& Verdict() const { return verdict_; }
   size_t BodySize() const { return body_.size(); }
+  bool IsInChunks() const { return is_header_done() && chunked(); }
   bool ExpectsContinue() const { return header_.Has("Expect") && http11_; }
   ZHTTPReadRequest MakeRequest() const {
     // A refused request may not have come so far as to have its target judged.
@@ -139,8 +144,10 @@ size_t HTTPRequestReader::Parse(std::string_view data) {
   size_t taken = 0;
   error_code error;
   // The parser stops where a part of the message ends.
-  for (size_t step = 1; step != 0 && !error && !parser_->is_done() && taken < data.size(); taken += step) {
-    step = parser_->put({data.data() + taken, data.size() - taken}, error);
+  for (size_t step = 1; step != 0 && !error && !parser_->is_done(); taken += step) {
+    const size_t left = data.size() - taken;
+    if (left < (parser_->IsInChunks() ? kLastChunk : 1)) break;
+    step = parser_->put({data.data() + taken, left}, error);
   }
   if (parser_->is_header_done()) state_ = State::eBody;
   if (taken != 0) scanned_ = 0;

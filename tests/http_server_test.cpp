@@ -269,7 +269,7 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
     deaf.push_back(std::make_unique<RawClient>(server.Port()));
     deaf.back()->Send(server.Get("/large"));
   }
-  milliseconds longest(0);
+  std::vector<milliseconds> times;
   const auto start = Clock::now();
   for (size_t second = 0; second < 3; second++) {
     for (size_t i = 0; i < 8; i++) slow[i]->Send(i < 4 ? slow_head.substr(second, 1) : "x");
@@ -277,12 +277,14 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
       const auto asked = Clock::now();
       RawClient client(server.Port());
       EXPECT_EQ(client.Ask(server.Get("/app/echo/")).status, 200);
-      longest = std::max(longest, std::chrono::duration_cast<milliseconds>(Clock::now() - asked));
+      times.push_back(std::chrono::duration_cast<milliseconds>(Clock::now() - asked));
       std::this_thread::sleep_for(milliseconds(20));
     }
   }
-  EXPECT_LT(longest.count(), 100);
-  RecordProperty("longest_ms", static_cast<int>(longest.count()));
+  // Whoever waited for a dripping client would wait for a second. A busy machine may hold up one or the other.
+  std::sort(times.begin(), times.end());
+  EXPECT_LT(times[times.size() * 9 / 10].count(), 100) << "nine of ten requests";
+  EXPECT_LT(times.back().count(), 900);
 }
 
 // Requests to "/wait" stay at work until the gate is opened.
@@ -337,8 +339,8 @@ TEST(ZHTTPServer, WhatIsTooMuchIsTurnedAway) {
   RawClient late(server.Port());
   EXPECT_TRUE(idle.IsEnded());
   gate.promise.set_value();
-  EXPECT_EQ(late.Ask(server.Get("/app/echo/")).status, 200);
   EXPECT_EQ(queued.Receive().status, 200);
+  EXPECT_EQ(late.Ask(server.Get("/app/echo/")).status, 200);
   for (int i = 0; i < 2; i++) {
     const ZCountedPtr<Call> message(new Call([] {}));
     server.messages.Post(message.get());
