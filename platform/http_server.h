@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "platform/export.h"
 #include "platform/http_engine.h"
@@ -41,7 +42,8 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
   // sLimits::stop_time and then cuts them, waits for the pages that still
   // work, and empties the idle loop, so that no message of an answered request
   // is left. Messages go on being delivered meanwhile when the host's thread
-  // calls. Does nothing in a server that does not run, or on a request's thread.
+  // calls; another thread waits up to stop_time for the host's to deliver them.
+  // Does nothing in a server that does not run, or on a request's thread.
   void Stop();
   bool IsRunning() const { return engine_ != nullptr; }
 
@@ -49,7 +51,7 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
   // before the first start the one that was asked for.
   uint16_t Port() const { return port_.load(std::memory_order_relaxed); }
 
-  // These take effect with the next start.
+  // What follows is set before the server starts, and not while it runs.
   const sLimits& Limits() const { return limits_; }
   void SetLimits(const sLimits& limits) { limits_ = limits; }
   // Is told of every request once it is answered, on one thread of the server; must not wait.
