@@ -27,6 +27,18 @@ std::unique_ptr<ZPDFNodeDictionary> BareTrailer(const ZPDFParser& parser) {
   return trailer;
 }
 
+// The trailer of an update: the stream that an older section of a hybrid file names
+// stays with that section, or it would come before newer versions of its objects.
+std::unique_ptr<ZPDFNodeDictionary> UpdateTrailer(const ZPDFNodeDictionary& newest) {
+  std::unique_ptr<ZPDFNodeDictionary> trailer(newest.Clone());
+  if (!trailer->Exist("/XRefStm")) return trailer;
+  const bool modified = trailer->IsModified();
+  trailer->RemoveValue("/XRefStm");
+  trailer->SetModified(false, true);
+  trailer->SetModified(modified, false);
+  return trailer;
+}
+
 // Null objects for the numbers below the highest that have none: "/Size" is the
 // number of objects plus one, and readers ignore what is numbered above it.
 PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* objects, ZDiagnostics* notes) {
@@ -91,9 +103,12 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
   for (const ZPDFObjectLocation& location : parser_->ObjectLocations()) {
     if (location.object != nullptr && updater.AddNode(location.object)) added.push_back(location.object);
   }
-  updater.SetTrailer(parser_->TrailerDico());
+  const uint32_t xref_number = parser_->XRefIsStream() ? parser_->FreeNumber() : 0;
+  updater.SetXrefStream(xref_number);
+  updater.SetTrailer(UpdateTrailer(*parser_->TrailerDico()).get());
   if (!write(updater)) return FailSave(updater.Failure());
   raw_data_ = updater.RawData();
+  if (xref_number != 0 && updater.SectionWritten()) parser_->TakeNumber(xref_number);
   // After an empty update the updater's offset leads to no section.
   if (updater.SectionWritten()) xref_offset_ = updater.XRefOffset();
   for (ZPDFNodeIndirectObject* object : added) object->SetModified(false, true);
@@ -105,9 +120,6 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
   // What is in use is found from the catalog: without it everything would be lost.
   if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
-  if (parser_->TrailerDico()->Exist("/XRefStm")) {
-    notes_.Warn("objects that only the file's cross-reference stream lists are left out of the new file");
-  }
   const std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
   ZPDFObjectList objects = trailer->ReferencedObjects();
   const auto fillers = FillHoles(&objects, &notes_);

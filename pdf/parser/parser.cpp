@@ -1,16 +1,18 @@
 #include "pdf/parser/parser.h"
 
 #include <algorithm>
-#include <set>
 
 #include "pdf/array_node.h"
 #include "pdf/crypt/encryption.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
+#include "pdf/numeric_node.h"
 #include "pdf/parser/char_class.h"
 #include "pdf/parser/element_scan.h"
+#include "pdf/parser/object_stream.h"
 #include "pdf/parser/xref_reader.h"
+#include "pdf/parser/xref_stream_reader.h"
 #include "pdf/reference_node.h"
 #include "platform/file_io.h"
 #include "platform/number.h"
@@ -26,6 +28,12 @@ constexpr uint64_t kSearchesOfWholeFile = 8;
 constexpr size_t kShortSearch = 4096;
 // One object may need another to be loaded, as a stream its "/Length", so many deep.
 constexpr int kMaxLoading = 16;
+
+// Cross-reference and object streams together may take so many bytes once they are
+// decoded, and so many times the file's.
+constexpr uint64_t kDecodedBase = 8 << 20;
+constexpr uint64_t kDecodedOfFile = 64;
+constexpr uint64_t kMostDecoded = 1 << 30;
 
 // Skips the line at `at` with its line-end bytes.
 size_t SkipLine(std::string_view text, size_t at) {
@@ -73,6 +81,10 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   section_count_ = other.section_count_;
   linearized_ = other.linearized_;
   search_budget_ = other.search_budget_;
+  xref_is_stream_ = other.xref_is_stream_;
+  xref_streams_ = other.xref_streams_;
+  object_streams_ = other.object_streams_;
+  decode_budget_ = other.decode_budget_;
   for (ZPDFObjectLocation& location : locations_) {
     if (location.object == nullptr) continue;
     location.object = location.object->Clone();
@@ -93,6 +105,10 @@ void ZPDFParser::Clean() {
   xref_offset_ = 0;
   section_count_ = 0;
   linearized_ = false;
+  xref_is_stream_ = false;
+  sections_.clear();
+  xref_streams_.clear();
+  object_streams_.clear();
 }
 
 bool ZPDFParser::Fail(std::string_view reason) {
@@ -118,6 +134,7 @@ bool ZPDFParser::ReadFromRaw(const Chaine& raw_data, const Chaine& user_password
   user_password_ = user_password;
   diagnostics_.Clear();
   search_budget_ = kSearchesOfWholeFile * raw_data.size();
+  decode_budget_ = static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * raw_data.size(), kMostDecoded));
   if (Analyze()) return true;
   Clean();
   return false;
@@ -169,12 +186,31 @@ uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
                           dictionary->GetUIntValue("/L") == raw_data_.size();
   ZPDFNode::Destroy(node);
   if (!linearized) return 0;
+  if (const uint32_t offset = XrefStreamAfter(header)) return offset;
   const std::string_view file = raw_data_;
   size_t xref = file.find("xref", end);
   while (xref != std::string_view::npos && xref >= 5 && file.substr(xref - 5, 5) == "start") {
     xref = file.find("xref", xref + 4);
   }
   return xref == std::string_view::npos ? 0 : static_cast<uint32_t>(xref);
+}
+
+// Where the cross-reference stream of the first page stands, right behind the
+// linearization dictionary (ISO 32000-1 F.3); 0 when something else does.
+uint32_t ZPDFParser::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
+  ZPDFTokenizedString next = dictionary;
+  next.TrimLeftComments();
+  if (!next.StartWith("endobj")) return 0;
+  next.TakeFirst(6);
+  next.TrimLeftComments();
+  const size_t offset = next.Offset();
+  const ZPDFTokenizedString file{SousChaine(raw_data_)};
+  if (!ZPDFXrefStreamReader::StandsAt(file, offset)) return 0;
+  ZPDFLocations records;
+  ZPDFXrefStreamReader reader(file, decode_budget_);
+  const bool found = reader.Read(offset, nullptr, records) != nullptr;
+  decode_budget_ -= std::min(decode_budget_, reader.Decoded());
+  return found ? static_cast<uint32_t>(offset) : 0;
 }
 
 // The offset in "/Prev", 0 when there is none. The number stands in the trailer itself:
@@ -187,25 +223,66 @@ uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t
   return 0;
 }
 
+// Reads the section at `offset`, of either kind, with what a hybrid file hides from
+// readers of tables alone.
+std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadSection(const ZPDFTokenizedString& file, uint32_t offset,
+                                                            Chaine* reason) {
+  sections_.insert(offset);
+  if (ZPDFXrefStreamReader::StandsAt(file, offset)) return ReadXrefStream(file, offset, reason);
+  ZPDFXrefReader reader(file);
+  const size_t first_record = locations_.Size();
+  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
+  *reason = reader.Reason();
+  search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
+  if (trailer != nullptr && trailer->Exist("/XRefStm")) ReadHybridPart(file, *trailer, first_record);
+  return trailer;
+}
+
+std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadXrefStream(const ZPDFTokenizedString& file, uint32_t offset,
+                                                               Chaine* reason) {
+  ZPDFXrefStreamReader reader(file, decode_budget_);
+  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
+  *reason = reader.Reason();
+  search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
+  decode_budget_ -= std::min(decode_budget_, reader.Decoded());
+  xref_streams_.insert(offset);
+  return trailer;
+}
+
+// The objects that only newer readers see come before those of older sections, and
+// before the free entries that hide them (ISO 32000-1 7.5.8.4).
+void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer,
+                                size_t first_record) {
+  const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));
+  const uint32_t offset = place == nullptr ? 0 : place->GetUIntValue();
+  const size_t last_record = locations_.Size();
+  Chaine reason("the trailer does not say where it stands");
+  if (sections_.contains(offset)) return;
+  sections_.insert(offset);
+  if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
+    diagnostics_.WarnAt(offset, "the cross-reference stream of this hybrid file cannot be read: " + reason);
+  } else {
+    locations_.MakeFreeOldest(first_record, last_record);
+  }
+}
+
 bool ZPDFParser::FillLocations(uint32_t offset) {
   ZPDFTokenizedString file{SousChaine(raw_data_)};
   file.SetDiagnostics(&diagnostics_);
-  std::set<uint32_t> visited;
   while (true) {
-    ZPDFXrefReader reader(file);
-    std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
-    if (trailer == nullptr && trailer_ == nullptr) return Fail(reader.Reason());
+    Chaine reason;
+    std::unique_ptr<ZPDFNodeDictionary> trailer = ReadSection(file, offset, &reason);
+    if (trailer == nullptr && trailer_ == nullptr) return Fail(reason);
     if (trailer == nullptr) {
-      diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + Chaine(reader.Reason()));
+      diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + reason);
       break;
     }
     section_count_++;
-    visited.insert(offset);
+    if (trailer_ == nullptr) xref_is_stream_ = xref_streams_.contains(offset);
     offset = PreviousSection(*trailer, offset);
     if (trailer_ == nullptr) trailer_ = std::move(trailer);
     if (offset == 0) break;
-    search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
-    if (visited.contains(offset) || search_budget_ == 0) {
+    if (sections_.contains(offset) || search_budget_ == 0) {
       diagnostics_.WarnAt(offset, "the chain of cross-reference sections leads back to what was already read");
       break;
     }
@@ -222,7 +299,7 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   location->requested = true;
   loading_++;
   // Loading follows references, but adds no location: the record stays in place.
-  location->object = LoadObject(id, location->offset);
+  location->object = location->packed ? LoadPacked(id, location->offset) : LoadObject(id, location->offset);
   loading_--;
   return location->object;
 }
@@ -244,7 +321,9 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   ZPDFNodeIndirectObject* object = nullptr;
   if (found) {
     text.TakeFirstToken();
-    object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, encryption_.get());
+    // A cross-reference stream is not enciphered.
+    const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
+    object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());
   } else {
     diagnostics_.WarnObject(id.Number(), id.Generation(), "the cross-reference table does not lead to it", begin);
   }
@@ -263,6 +342,16 @@ ZPDFNodeIndirectObject* ZPDFParser::AddIndirectObject() {
   const uint32_t size = trailer_->GetUIntValue("/Size");
   trailer_->SetValue("/Size", std::max(size + 1, number + 1));
   return object;
+}
+
+uint32_t ZPDFParser::FreeNumber() const {
+  const uint32_t highest = locations_.IsEmpty() ? kFirstNumberOfEmptyDocument - 1 : locations_.HighestNumber();
+  return std::max(highest + 1, trailer_ == nullptr ? 0 : trailer_->GetUIntValue("/Size"));
+}
+
+void ZPDFParser::TakeNumber(uint32_t number) {
+  locations_.Append({number, 0});
+  trailer_->SetValue("/Size", number + 1);
 }
 
 ZPDFNodeDictionary* ZPDFParser::Root() { return TargetDictionary(trailer_.get(), "/Root"); }
@@ -320,12 +409,16 @@ void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
   xref_offset_ = xref_offset;
   section_count_ = 1;
   linearized_ = false;
+  xref_is_stream_ = false;
+  xref_streams_.clear();
+  object_streams_.clear();
   search_budget_ = kSearchesOfWholeFile * raw_data.size();
   encryption_ = encryption == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*encryption);
   auto found = offsets.begin();
   for (ZPDFObjectLocation& location : locations_) {
     while (found != offsets.end() && found->first < location.id) ++found;
     location.in_use = found != offsets.end() && found->first == location.id;
+    location.packed = false;
     location.offset = location.in_use ? found->second : 0;
     if (location.object != nullptr) location.object->SetEncryption(encryption_.get());
   }

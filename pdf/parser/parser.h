@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <set>
+#include <unordered_map>
 
 #include "pdf/node.h"
 #include "pdf/node_pool.h"
@@ -14,6 +16,7 @@ namespace zforms {
 class ZPDFEncryption;
 class ZPDFNodeArray;
 class ZPDFNodeDictionary;
+class ZPDFObjectStream;
 
 // ZPDFParser opens a PDF file that is held in memory once and loads its objects
 // when they are first asked for. It owns every object that it loaded or added;
@@ -21,7 +24,8 @@ class ZPDFNodeDictionary;
 // share the bytes of the file and own clones of the loaded objects, edits
 // included. One parser, with all its nodes, belongs to one thread at a time.
 //
-// Reads files with classic cross-reference sections (ISO 32000-1 7.5.4).
+// Reads files with cross-reference tables, cross-reference streams or both (ISO
+// 32000-1 7.5.4, 7.5.8), and objects in object streams (7.5.7).
 class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
  public:
   using TokenizedString = ZPDFTokenizedString;
@@ -88,6 +92,13 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
 
   // How the file was found to be built, for tools that report on it.
   size_t SectionCount() const { return section_count_; }
+  // Whether the newest section is a cross-reference stream, so that an update has to
+  // be one too.
+  bool XRefIsStream() const { return xref_is_stream_; }
+  // A number that no object of the document has, and, once something was written
+  // under it outside the parser, that it is taken.
+  uint32_t FreeNumber() const;
+  void TakeNumber(uint32_t number);
   bool IsLinearized() const { return linearized_; }
   const ZPDFLocations& ObjectLocations() const { return locations_; }
 
@@ -104,9 +115,17 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool Analyze();
   bool Fail(std::string_view reason);
   uint32_t FindLinearizedXref(size_t start);
+  uint32_t XrefStreamAfter(const ZPDFTokenizedString& dictionary);
   bool FillLocations(uint32_t offset);
   uint32_t PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset);
+  std::unique_ptr<ZPDFNodeDictionary> ReadSection(const ZPDFTokenizedString& file, uint32_t offset, Chaine* reason);
+  std::unique_ptr<ZPDFNodeDictionary> ReadXrefStream(const ZPDFTokenizedString& file, uint32_t offset, Chaine* reason);
+  void ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer, size_t first_record);
   ZPDFNodeIndirectObject* LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset);
+  ZPDFNodeIndirectObject* LoadPacked(const ZPDFObjectIdentifier& id, uint32_t stream_number);
+  ZPDFNodeIndirectObject* BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part);
+  // The decoded object stream of that number, null when there is none.
+  ZPDFObjectStream* ObjectStream(uint32_t number);
   const ZPDFNodeArray* TrailerDicoIDS() const;
   Chaine IDString(size_t index) const;
 
@@ -119,8 +138,16 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   std::unique_ptr<ZPDFEncryption> encryption_;
   ZDiagnostics diagnostics_;
+  ZDiagnostics packed_diagnostics_;  // of the packed object that is being loaded
   size_t section_count_ = 0;
   bool linearized_ = false;
+  bool xref_is_stream_ = false;
+  std::set<uint32_t> sections_;  // where sections were read, so that none is read twice
+  std::set<uint32_t> xref_streams_;
+  // Each is decoded once; the budget is what they may take together, so that the
+  // cache is bounded and a small file cannot blow up.
+  std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams_;
+  size_t decode_budget_ = 0;
   // How many bytes may still be looked at, so that a file made of damaged or
   // overlapping objects costs no more than a few times its size.
   uint64_t search_budget_ = 0;
