@@ -91,8 +91,10 @@ bool ZAcroForm::SaveFull(ZInetOStream& out) {
   return SaveFullBy([&out](ZPDFWriter& writer) { return writer.Write(out); });
 }
 
-bool ZAcroForm::SaveBy(const WriteStep& write) {
-  return encryption_save_ != nullptr ? SaveFullBy(write) : UpdateBy(write);
+bool ZAcroForm::SaveBy(const WriteStep& write) { return SavesAnew() ? SaveFullBy(write) : UpdateBy(write); }
+
+bool ZAcroForm::SavesAnew() const {
+  return encryption_save_ != nullptr || (parser_ != nullptr && parser_->IsRecovered());
 }
 
 bool ZAcroForm::UpdateBy(const WriteStep& write) {

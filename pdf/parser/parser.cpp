@@ -82,6 +82,9 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   linearized_ = other.linearized_;
   search_budget_ = other.search_budget_;
   xref_is_stream_ = other.xref_is_stream_;
+  chain_broken_ = other.chain_broken_;
+  recovery_ = other.recovery_;
+  recovered_ = other.recovered_;
   xref_streams_ = other.xref_streams_;
   object_streams_ = other.object_streams_;
   decode_budget_ = other.decode_budget_;
@@ -106,6 +109,8 @@ void ZPDFParser::Clean() {
   section_count_ = 0;
   linearized_ = false;
   xref_is_stream_ = false;
+  chain_broken_ = false;
+  recovered_ = false;
   sections_.clear();
   xref_streams_.clear();
   object_streams_.clear();
@@ -133,11 +138,16 @@ bool ZPDFParser::ReadFromRaw(const Chaine& raw_data, const Chaine& user_password
   raw_data_ = raw_data;
   user_password_ = user_password;
   diagnostics_.Clear();
-  search_budget_ = kSearchesOfWholeFile * raw_data.size();
-  decode_budget_ = static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * raw_data.size(), kMostDecoded));
-  if (Analyze()) return true;
-  Clean();
-  return false;
+  SetBudgets();
+  bool read = Analyze();
+  if (recovery_) read = Recover(read);
+  if (!read) Clean();
+  return read;
+}
+
+void ZPDFParser::SetBudgets() {
+  search_budget_ = kSearchesOfWholeFile * raw_data_.size();
+  decode_budget_ = static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * raw_data_.size(), kMostDecoded));
 }
 
 bool ZPDFParser::Analyze() {
@@ -156,7 +166,10 @@ bool ZPDFParser::Analyze() {
     if (startxref == std::string_view::npos) return Fail("\"startxref\" is missing");
     xref_offset_ = ParseUInt(TrimBlanks(file.substr(startxref + 9, eof - startxref - 9)));
   }
-  if (!FillLocations(xref_offset_)) return false;
+  return FillLocations(xref_offset_) && PrepareEncryption();
+}
+
+bool ZPDFParser::PrepareEncryption() {
   if (ZPDFNodeDictionary* dictionary = EncryptionDico()) {
     LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
@@ -261,6 +274,7 @@ void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeD
   sections_.insert(offset);
   if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
     diagnostics_.WarnAt(offset, "the cross-reference stream of this hybrid file cannot be read: " + reason);
+    chain_broken_ = true;
   } else {
     locations_.MakeFreeOldest(first_record, last_record);
   }
@@ -275,6 +289,7 @@ bool ZPDFParser::FillLocations(uint32_t offset) {
     if (trailer == nullptr && trailer_ == nullptr) return Fail(reason);
     if (trailer == nullptr) {
       diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + reason);
+      chain_broken_ = true;
       break;
     }
     section_count_++;
@@ -304,6 +319,11 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   return location->object;
 }
 
+bool ZPDFParser::TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id) {
+  return IsNumber(text.TakeFirstToken(), id.Number()) && IsNumber(text.TakeFirstToken(), id.Generation()) &&
+         text.StartWith("obj");
+}
+
 ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
   if (offset >= raw_data_.size()) {
     diagnostics_.WarnObject(id.Number(), id.Generation(), "its offset lies past the end of the file", offset);
@@ -316,8 +336,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();
   const size_t begin = text.Offset();
-  const bool found = IsNumber(text.TakeFirstToken(), id.Number()) && IsNumber(text.TakeFirstToken(), id.Generation()) &&
-                     text.StartWith("obj");
+  const bool found = TakeHeader(text, id);
   ZPDFNodeIndirectObject* object = nullptr;
   if (found) {
     text.TakeFirstToken();
@@ -410,6 +429,8 @@ void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
   section_count_ = 1;
   linearized_ = false;
   xref_is_stream_ = false;
+  chain_broken_ = false;
+  recovered_ = false;
   xref_streams_.clear();
   object_streams_.clear();
   search_budget_ = kSearchesOfWholeFile * raw_data.size();

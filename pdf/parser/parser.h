@@ -17,6 +17,7 @@ class ZPDFEncryption;
 class ZPDFNodeArray;
 class ZPDFNodeDictionary;
 class ZPDFObjectStream;
+struct ZPDFFileScan;
 
 // ZPDFParser opens a PDF file that is held in memory once and loads its objects
 // when they are first asked for. It owns every object that it loaded or added;
@@ -45,6 +46,14 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // whose password is wrong is read all the same: see CanBeDecrypted.
   bool Read(const Chaine& path_name, const Chaine& user_password);
   bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
+
+  // From now on a damaged file is recovered when it is read: records that do not lead
+  // to their object are put right by a scan of the file, and a table that cannot be
+  // read, or leads to no catalog, is made anew. Diagnostics() say what was done.
+  void SetRecovery(bool recover) { recovery_ = recover; }
+  // Whether something was done, so that no update fits the file: it has to be saved
+  // anew. RawData() then begins with the header, whatever stood before it.
+  bool IsRecovered() const { return recovered_; }
 
   // A new empty object, numbered above all others (1000 in an empty document) and
   // marked modified; "/Size" of the trailer is kept above it. Set its value with
@@ -112,7 +121,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
  private:
   void Clean();
   void CopyFrom(const ZPDFParser& other);
+  void SetBudgets();
   bool Analyze();
+  bool PrepareEncryption();
   bool Fail(std::string_view reason);
   uint32_t FindLinearizedXref(size_t start);
   uint32_t XrefStreamAfter(const ZPDFTokenizedString& dictionary);
@@ -124,6 +135,14 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   ZPDFNodeIndirectObject* LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset);
   ZPDFNodeIndirectObject* LoadPacked(const ZPDFObjectIdentifier& id, uint32_t stream_number);
   ZPDFNodeIndirectObject* BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part);
+  static bool TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id);
+  bool Recover(bool analyzed);
+  bool Rebuild(const Chaine& reason);
+  void RepairLocations();
+  bool LeadsToObject(const ZPDFObjectLocation& location) const;
+  void FindTrailer(const ZPDFFileScan& scan);
+  void AddPackedObjects(const ZPDFFileScan& scan);
+  void FindCatalog(const ZPDFFileScan& scan);
   // The decoded object stream of that number, null when there is none.
   ZPDFObjectStream* ObjectStream(uint32_t number);
   const ZPDFNodeArray* TrailerDicoIDS() const;
@@ -142,6 +161,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   size_t section_count_ = 0;
   bool linearized_ = false;
   bool xref_is_stream_ = false;
+  bool chain_broken_ = false;  // a section could not be read
+  bool recovery_ = false;
+  bool recovered_ = false;
   std::set<uint32_t> sections_;  // where sections were read, so that none is read twice
   std::set<uint32_t> xref_streams_;
   // Each is decoded once; the budget is what they may take together, so that the

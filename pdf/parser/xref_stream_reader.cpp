@@ -64,8 +64,8 @@ bool ZPDFXrefStreamReader::StandsAt(const ZPDFTokenizedString& file, size_t offs
   return TakeHeader(text, &id);
 }
 
-std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::Read(size_t offset, IPDFObjectProvider* provider,
-                                                               ZPDFLocations& locations) {
+// The object at `offset`, which is a cross-reference stream; null when it is none.
+std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t offset) {
   offset_ = offset;
   scanned_ = decoded_ = 0;
   ZPDFTokenizedString text = file_.Part(offset, file_.GetLength());
@@ -75,13 +75,19 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::Read(size_t offset, IP
     return nullptr;
   }
   // Without a provider: a reference can lead nowhere yet.
-  const std::unique_ptr<ZPDFNodeIndirectObject> object(ZPDFNodeIndirectObject::BuildFrom(text, id, nullptr, nullptr));
+  std::unique_ptr<ZPDFNodeIndirectObject> object(ZPDFNodeIndirectObject::BuildFrom(text, id, nullptr, nullptr));
   scanned_ = text.Offset() - std::min(text.Offset(), offset) + text.SearchedInVain();
   const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
-  if (stream == nullptr || stream->Dico()->GetIdentifier("/Type") != "/XRef") {
-    reason_ = "the object at the cross-reference offset is no cross-reference stream";
-    return nullptr;
-  }
+  if (stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef") return object;
+  reason_ = "the object at the cross-reference offset is no cross-reference stream";
+  return nullptr;
+}
+
+std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::Read(size_t offset, IPDFObjectProvider* provider,
+                                                               ZPDFLocations& locations) {
+  const std::unique_ptr<ZPDFNodeIndirectObject> object = ReadStream(offset);
+  if (object == nullptr) return nullptr;
+  const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
   const ZPDFDecodedStream decoded = DecodeStream(*stream, limit_);
   decoded_ = decoded.produced;
   if (!decoded.usable) {
@@ -91,6 +97,12 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::Read(size_t offset, IP
   if (!decoded.fault.empty()) Warn(decoded.fault);
   if (!ReadRecords(*stream->Dico(), decoded.data, locations)) return nullptr;
   return TrailerOf(*stream->Dico(), provider);
+}
+
+std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::ReadTrailer(size_t offset, IPDFObjectProvider* provider) {
+  const std::unique_ptr<ZPDFNodeIndirectObject> object = ReadStream(offset);
+  if (object == nullptr) return nullptr;
+  return TrailerOf(*NodeCast<ZPDFNodeStream>(object->GetDirectAt(0))->Dico(), provider);
 }
 
 bool ZPDFXrefStreamReader::ReadWidths(const ZPDFNodeDictionary& dictionary) {

@@ -12,6 +12,7 @@ namespace zforms {
 
 class IPDFObjectProvider;
 class ZPDFNodeDictionary;
+class ZPDFNodeIndirectObject;
 
 // Reads one cross-reference stream (ISO 32000-1 7.5.8): an object whose dictionary
 // is the trailer and whose data are the records, never enciphered.
@@ -27,12 +28,15 @@ class ZPDFXrefStreamReader {
   // entries that speak of the stream; null when no such stream stands at `offset`,
   // with the reason in Reason().
   std::unique_ptr<ZPDFNodeDictionary> Read(size_t offset, IPDFObjectProvider* provider, ZPDFLocations& locations);
+  // The trailer alone.
+  std::unique_ptr<ZPDFNodeDictionary> ReadTrailer(size_t offset, IPDFObjectProvider* provider);
   const Chaine& Reason() const { return reason_; }
   // How many bytes of the file the last Read looked at, and how many were decoded.
   size_t Scanned() const { return scanned_; }
   size_t Decoded() const { return decoded_; }
 
  private:
+  std::unique_ptr<ZPDFNodeIndirectObject> ReadStream(size_t offset);
   bool ReadRecords(const ZPDFNodeDictionary& dictionary, std::string_view data, ZPDFLocations& locations);
   bool ReadWidths(const ZPDFNodeDictionary& dictionary);
   bool ReadSubsection(uint32_t first, uint64_t count, std::string_view* data, ZPDFLocations& locations);
