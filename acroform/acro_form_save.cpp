@@ -6,6 +6,7 @@
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/parser/parser.h"
+#include "pdf/stream_node.h"
 #include "pdf/writer/saver.h"
 #include "pdf/writer/updater.h"
 #include "platform/inet_stream.h"
@@ -37,6 +38,15 @@ std::unique_ptr<ZPDFNodeDictionary> UpdateTrailer(const ZPDFNodeDictionary& newe
   trailer->SetModified(false, true);
   trailer->SetModified(modified, false);
   return trailer;
+}
+
+// Whether the object says where other objects are, which nothing in a document should
+// lead to and a file written anew does not need.
+bool IsStructureStream(const ZPDFNodeIndirectObject* object) {
+  const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
+  if (stream == nullptr) return false;
+  const Chaine& type = stream->Dico()->GetIdentifier("/Type");
+  return type == "/XRef" || type == "/ObjStm";
 }
 
 // Null objects for the numbers below the highest that have none: "/Size" is the
@@ -124,6 +134,7 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
   const std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
   ZPDFObjectList objects = trailer->ReferencedObjects();
+  std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
   const auto fillers = FillHoles(&objects, &notes_);
   ZPDFSaver saver(EncryptionSave());
   saver.SetPDFVersion(parser_->PDFVersion());

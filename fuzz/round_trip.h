@@ -33,6 +33,11 @@ inline ZPDFNodeString* FirstString(ZPDFNode* root) {
 inline ZPDFObjectMap Used(const ZPDFParser& parser) {
   ZPDFObjectMap map;
   parser.GetUsedObjects(map);
+  // A section written as a stream takes the number of an object that is not there.
+  std::erase_if(map, [](const auto& item) {
+    const auto* stream = NodeCast<ZPDFNodeStream>(item.second->GetDirectAt(0));
+    return stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef";
+  });
   return map;
 }
 

@@ -189,6 +189,11 @@ TEST(ModernTest, UpdatesAreSectionsOfTheSameKind) {
 }
 
 TEST(ModernTest, FullSavesAreClassic) {
+  // Not even what leads to the streams keeps them.
+  PdfText odd;
+  odd.Header("1.5").Object(1, "<</Type/Catalog/AcroForm 2 0 R/Odd[5 0 R 6 0 R]>>");
+  ZAcroForm leads = Loaded(odd.Pack(5, {{2, "<</Fields[]>>"}}).XrefStream(6, "/Root 1 0 R").Bytes());
+  EXPECT_EQ(SavedFull(leads).View().find("stream"), std::string_view::npos);
   for (const Chaine& bytes : {Modern().Bytes(), Hybrid().Bytes()}) {
     ZAcroForm form = Loaded(bytes);
     form.Fields()["b"]->SetValue("new");
