@@ -139,6 +139,10 @@ TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
   parser.SetRecovery(true);
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "pw")) << parser.Diagnostics().Failure().View();
   EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
+  // Without the trailers the key is lost, and what is enciphered is not taken for clear.
+  ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "/XRef", "/Xxxx"), "pw"));
+  EXPECT_TRUE(parser.IsEncrypted());
+  EXPECT_FALSE(parser.CanBeDecrypted());
   // With a wrong password nobody can tell.
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "no"));
   EXPECT_FALSE(parser.CanBeDecrypted());

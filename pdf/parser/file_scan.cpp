@@ -101,6 +101,7 @@ class FileScan {
     object.names_object_stream = object.names_object_stream || name == "/ObjStm";
     object.names_xref_stream = object.names_xref_stream || name == "/XRef";
     object.names_catalog = object.names_catalog || name == "/Catalog";
+    object.names_security = object.names_security || name == "/Standard";
   }
 
   // The data of the object's stream, by its stated length where "endstream" stands

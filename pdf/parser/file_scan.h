@@ -16,10 +16,11 @@ struct ZPDFFileScan {
   struct Object {
     ZPDFObjectIdentifier id;
     uint32_t offset = 0;
-    // Names that stand in its text: "/ObjStm", "/XRef", "/Catalog".
+    // Names that stand in its text: "/ObjStm", "/XRef", "/Catalog", "/Standard".
     bool names_object_stream = false;
     bool names_xref_stream = false;
     bool names_catalog = false;
+    bool names_security = false;
   };
   std::vector<Object> objects;
   // Where what follows the word stands.

@@ -141,6 +141,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   void RepairLocations();
   bool LeadsToObject(const ZPDFObjectLocation& location) const;
   void FindTrailer(const ZPDFFileScan& scan);
+  void FindEncryption(const ZPDFFileScan& scan);
   void AddPackedObjects(const ZPDFFileScan& scan);
   void FindCatalog(const ZPDFFileScan& scan);
   // The decoded object stream of that number, null when there is none.

@@ -41,9 +41,18 @@ std::unique_ptr<ZPDFNodeDictionary> TrailerAt(const ZPDFTokenizedString& file, u
   return dictionary;
 }
 
+const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeIndirectObject* object) {
+  return object == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
+}
+
 bool IsCatalog(const ZPDFNodeIndirectObject* object) {
-  const auto* value = object == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
+  const ZPDFNodeDictionary* value = DictionaryOf(object);
   return value != nullptr && value->GetIdentifier("/Type") == "/Catalog";
+}
+
+bool IsEncryption(const ZPDFNodeIndirectObject* object) {
+  const ZPDFNodeDictionary* value = DictionaryOf(object);
+  return value != nullptr && value->GetIdentifier("/Filter") == "/Standard" && value->Exist("/O") && value->Exist("/U");
 }
 
 }  // namespace
@@ -149,6 +158,16 @@ void ZPDFParser::FindTrailer(const ZPDFFileScan& scan) {
     }
   }
   if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>(this);
+  if (!trailer_->Exist("/Root") && !trailer_->Exist("/Encrypt")) FindEncryption(scan);
+}
+
+// Without a trailer, what is enciphered must not be taken for what it says.
+void ZPDFParser::FindEncryption(const ZPDFFileScan& scan) {
+  for (auto object = scan.objects.rbegin(); object != scan.objects.rend(); ++object) {
+    if (!object->names_security || !IsEncryption(GetObject(object->id))) continue;
+    trailer_->SetValue("/Encrypt", new ZPDFNodeIndirectReference(object->id, this));
+    return;
+  }
 }
 
 // Adds what the object streams hold, the newest version of each object in file order.
