@@ -112,17 +112,16 @@ class Check:
         self.steps.append("recover")
         out = self.folder / "recover.pdf"
         done = self.tool("recover", "rewrite", self.path, "--recover", "-o", out)
-        readers = {"zforms": done.status in (0, 3), "qpdf": peers.qpdf_pages(self.path) is not None,
-                   "MuPDF": peers.mutool_pages(self.path) is not None}
-        self.opened = [name for name, opens in readers.items() if opens]
-        if not readers["zforms"]:
+        counts = {"zforms": peers.qpdf_pages(out) if done.status in (0, 3) else None,
+                  "qpdf": peers.qpdf_pages(self.path), "MuPDF": peers.mutool_pages(self.path)}
+        self.opened = [name for name, count in counts.items() if count]
+        if done.status not in (0, 3):
             return
         again = self.tool("recover", "fields", out, "--json")
         if again.status not in (0, 3):
             self.problem("recover", f"the file written does not open: {again.err.decode('utf-8', 'replace')[:200]}")
-        pages = peers.qpdf_pages(self.path)
-        if pages is not None and peers.qpdf_pages(out) != pages:
-            self.problem("recover", f"qpdf counts {peers.qpdf_pages(out)} pages, not {pages}")
+        if counts["qpdf"] is not None and counts["zforms"] != counts["qpdf"]:
+            self.problem("recover", f"qpdf counts {counts['zforms']} pages, not {counts['qpdf']}")
 
     # fields ------------------------------------------------------------------------------------------------------
 
@@ -189,7 +188,8 @@ class Check:
         for name, value in values.items():
             # Bytes that are UTF-8 some take for such, whatever the standard says.
             said = found.get(name) or found.get(as_utf8(name)) or []
-            if value not in said:
+            # pdf.js says nothing of a field whose kids are no widgets.
+            if value not in said and not (reader == "pdf.js" and said and not any(said)):
                 self.problem("fill", f"{name!r} reads {said!r} by {reader}, not {value!r}")
 
     def compare_filled(self, fields, values):
@@ -401,8 +401,8 @@ def main():
     damaged = [r["opened"] for r in results if "recover" in r["steps"]]
     if damaged:
         opened = collections.Counter(name for names in damaged for name in names)
-        print(f"of {len(damaged)} damaged files open: {opened['zforms']} with --recover, {opened['qpdf']} by qpdf, "
-              f"{opened['MuPDF']} by MuPDF")
+        print(f"of {len(damaged)} damaged files show their pages: {opened['zforms']} with --recover, {opened['qpdf']} by "
+              f"qpdf, {opened['MuPDF']} by MuPDF")
     if not options.pdfjs:
         print("pdf.js is left out (--pdfjs)")
     differing = [r for r in results if r["problems"]]

@@ -297,10 +297,10 @@ def pdfjs_values(modules, path, password=""):
 
 
 def mutool_pages(path, password=""):
-    """The page count that MuPDF prints, or None when it cannot open the file."""
+    """The page count that MuPDF prints, whatever else is wrong, or None when it cannot open the file."""
     done = run("mutool", "info", "-p", password, path)
     pages = re.search(rb"^Pages: (\d+)", done.out, re.M)
-    return int(pages.group(1)) if done.status == 0 and pages else None
+    return int(pages.group(1)) if pages else None
 
 
 def qpdf_pages(path, password=""):
