@@ -89,10 +89,10 @@ void ZPDFParser::RepairLocations() {
   if (wrong.empty()) return;
   size_t repaired = 0;
   const ZPDFFileScan scan = ScanFile(raw_data_);
-  for (auto found = scan.objects.rbegin(); found != scan.objects.rend(); ++found) {
-    const auto entry = wrong.find(found->id);
+  for (size_t i = scan.objects.size(); i-- > 0;) {
+    const auto entry = wrong.find(scan.objects[i].id);
     if (entry == wrong.end()) continue;
-    entry->second->offset = found->offset;
+    entry->second->offset = scan.objects[i].offset;
     entry->second->requested = false;
     wrong.erase(entry);
     repaired++;
@@ -116,8 +116,9 @@ bool ZPDFParser::Rebuild(const Chaine& reason) {
   if (header > 0) raw_data_ = raw_data_.Mid(header);
   SetBudgets();
   const ZPDFFileScan scan = ScanFile(raw_data_);
-  for (auto found = scan.objects.rbegin(); found != scan.objects.rend(); ++found) {
-    if (IsLoadable(found->id)) locations_.AddOlder(found->id, found->offset, true);
+  for (size_t i = scan.objects.size(); i-- > 0;) {
+    const Scanned& found = scan.objects[i];
+    if (IsLoadable(found.id)) locations_.AddOlder(found.id, found.offset, true);
   }
   locations_.Settle();
   FindTrailer(scan);
@@ -163,9 +164,10 @@ void ZPDFParser::FindTrailer(const ZPDFFileScan& scan) {
 
 // Without a trailer, what is enciphered must not be taken for what it says.
 void ZPDFParser::FindEncryption(const ZPDFFileScan& scan) {
-  for (auto object = scan.objects.rbegin(); object != scan.objects.rend(); ++object) {
-    if (!object->names_security || !IsEncryption(GetObject(object->id))) continue;
-    trailer_->SetValue("/Encrypt", new ZPDFNodeIndirectReference(object->id, this));
+  for (size_t i = scan.objects.size(); i-- > 0;) {
+    const Scanned& object = scan.objects[i];
+    if (!object.names_security || !IsEncryption(GetObject(object.id))) continue;
+    trailer_->SetValue("/Encrypt", new ZPDFNodeIndirectReference(object.id, this));
     return;
   }
 }
@@ -202,9 +204,9 @@ void ZPDFParser::FindCatalog(const ZPDFFileScan& scan) {
     if (stream == nullptr || stream->Text().View().find("/Catalog") == std::string_view::npos) continue;
     for (const ZPDFObjectStream::Part& part : stream->Parts()) candidates.emplace_back(part.number, 0);
   }
-  for (auto id = candidates.rbegin(); id != candidates.rend(); ++id) {
-    if (!IsCatalog(GetObject(*id))) continue;
-    trailer_->SetValue("/Root", new ZPDFNodeIndirectReference(*id, this));
+  for (size_t i = candidates.size(); i-- > 0;) {
+    if (!IsCatalog(GetObject(candidates[i]))) continue;
+    trailer_->SetValue("/Root", new ZPDFNodeIndirectReference(candidates[i], this));
     return;
   }
 }
