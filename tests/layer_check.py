@@ -43,6 +43,7 @@ PATTERNS = sorted(
 THIRD_PARTY = [
     ("pugixml", ["platform/*.cpp", "xfdf/*.cpp"]),
     ("boost/", ["platform/http_*.cpp"]),
+    ("zlib", ["pdf/stream_filters.cpp", "tests/*"]),
     ("CLI/", ["apps/*"]),
     ("nlohmann/", ["apps/*"]),
     ("sqlite3", ["apps/*"]),
@@ -196,6 +197,8 @@ CASES = [
     ("a header includes itself", {"pdf/a.h": '#include "pdf/a.h"\n'}, ["include cycle: pdf/a.h -> pdf/a.h"]),
     ("pugixml in the nodes", {"pdf/name.cpp": "#include <pugixml.hpp>\n"}, ["pdf/name.cpp:1: <pugixml.hpp> may"]),
     ("pugixml in a header", {"xfdf/tree.h": "#include <pugixml.hpp>\n"}, ["xfdf/tree.h:1: <pugixml.hpp> may"]),
+    ("zlib in the parser", {"pdf/parser/parser.cpp": '#include "pdf/parser/parser.h"\n#include <zlib.h>\n'},
+     ["pdf/parser/parser.cpp:2: <zlib.h> may"]),
     ("Boost outside the server", {"apps/zforms/http.cpp": "#include <boost/beast.hpp>\n"},
      ["apps/zforms/http.cpp:1: <boost/beast.hpp> may"]),
     ("JSON and CLI11 in the library", {"acroform/json.cpp": '#include "nlohmann/json.hpp"\n#include <CLI/CLI.hpp>\n'},

@@ -13,6 +13,7 @@ namespace zforms::tool {
 struct FieldsOptions {
   std::string file;
   std::string password;
+  bool recover = false;
   bool json = false;
 };
 int RunFields(const FieldsOptions& options);
@@ -22,6 +23,7 @@ struct FillOptions {
   std::string data;
   std::string output;
   std::string password;
+  bool recover = false;
 };
 int RunFill(const FillOptions& options);
 
@@ -29,12 +31,14 @@ struct ExportOptions {
   std::string file;
   std::string output;
   std::string password;
+  bool recover = false;
 };
 int RunExport(const ExportOptions& options);
 
 struct CheckOptions {
   std::string file;
   std::string password;
+  bool recover = false;
 };
 int RunCheck(const CheckOptions& options);
 
@@ -42,6 +46,7 @@ struct RewriteOptions {
   std::string file;
   std::string output;
   std::string password;
+  bool recover = false;
 };
 int RunRewrite(const RewriteOptions& options);
 
@@ -49,6 +54,7 @@ struct PermissionsOptions {
   std::string file;
   std::string output;
   std::string password;
+  bool recover = false;
   std::optional<uint32_t> flags;
 };
 int RunPermissions(const PermissionsOptions& options);
@@ -57,6 +63,7 @@ struct ViewerOptions {
   std::string file;
   std::string output;
   std::string password;
+  bool recover = false;
   std::optional<bool> hide_toolbar;
   std::optional<bool> hide_menubar;
   std::optional<bool> hide_window_ui;
@@ -70,6 +77,7 @@ struct ShowOptions {
   std::string file;
   std::string object;
   std::string password;
+  bool recover = false;
   bool data = false;
 };
 int RunShow(const ShowOptions& options);

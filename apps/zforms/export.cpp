@@ -49,7 +49,7 @@ Chaine RelativeURL(const std::string& file) { return ZInetURL::Encode(file.subst
 int RunExport(const ExportOptions& options) {
   Console console(options.file);
   ZAcroForm form;
-  if (!OpenFormWithFields(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
   ZXFDF data;
   data.Fields();
   if (options.file != kStandardStream) data.SetPDFHRef(ZInetURL(RelativeURL(options.file)));
