@@ -1,13 +1,19 @@
 #include "platform/chaine.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
 namespace zforms {
+namespace {
+
+constexpr size_t kLargestText = SIZE_MAX / 4;
+
+}  // namespace
 
 Chaine::Buffer* Chaine::Buffer::Alloc(size_t capacity) {
-  void* memory = std::malloc(sizeof(Buffer) + capacity);
+  void* memory = capacity > kLargestText ? nullptr : std::malloc(sizeof(Buffer) + capacity);
   if (memory == nullptr) throw std::bad_alloc();
   return new (memory) Buffer{1, 0, capacity};
 }
@@ -87,7 +93,8 @@ void Chaine::MoveToRoomFor(size_t capacity) {
   if (sole) {
     // A large block grows by remapping its pages, so its bytes stay where they are.
     static_assert(std::is_trivially_destructible_v<Buffer>);
-    void* memory = std::realloc(static_cast<void*>(heap_.buffer), sizeof(Buffer) + capacity);
+    const size_t bytes = sizeof(Buffer) + capacity;
+    void* memory = capacity > kLargestText ? nullptr : std::realloc(static_cast<void*>(heap_.buffer), bytes);
     if (memory == nullptr) throw std::bad_alloc();
     buffer = static_cast<Buffer*>(memory);
     buffer->capacity = capacity;

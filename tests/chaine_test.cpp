@@ -178,6 +178,13 @@ TEST(ChaineTest, ThreadsMayAppendToWindowsOfOneBuffer) {
   }
 }
 
+TEST(ChaineTest, NoTextIsLongerThanMemory) {
+  Chaine text("some bytes that stand in a block");
+  EXPECT_THROW(text.Reserve(SIZE_MAX - 10), std::bad_alloc);
+  EXPECT_THROW(Chaine().Reserve(SIZE_MAX), std::bad_alloc);
+  EXPECT_EQ(text, "some bytes that stand in a block");
+}
+
 // The system's allocator maps such blocks, and moves them as a whole.
 TEST(ChaineTest, LargeTextsGrowAndShrink) {
   constexpr size_t kMiB = size_t{1} << 20;
