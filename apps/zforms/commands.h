@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zforms::tool {
 
@@ -31,6 +32,32 @@ struct ExportOptions {
   std::string password;
 };
 int RunExport(const ExportOptions& options);
+
+struct MapOptions {
+  std::string file;
+  std::string maps;
+  std::string section;
+  std::string password;
+  std::vector<std::string> rubrics;  // "NAME" or "NAME=FILE"
+};
+int RunMap(const MapOptions& options);
+
+struct BatchOptions {
+  std::string file;
+  std::string data;
+  std::string maps;
+  std::string section;
+  std::vector<std::string> rubrics;  // "NAME=FILE", and "NAME" for that of the rows
+  std::string folder;
+  std::string name;
+  std::string report;
+  std::string password;
+  unsigned jobs = 0;  // 0 for as many as there are cores
+  bool stop_on_error = false;
+  bool resume = false;
+  bool overwrite = false;
+};
+int RunBatch(const BatchOptions& options);
 
 struct CheckOptions {
   std::string file;

@@ -2,6 +2,7 @@
 #include "apps/zforms/field_report.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
+#include "apps/zforms/row_filler.h"
 #include "pdf/parser/parser.h"
 #include "platform/inet_url.h"
 #include "xfdf/xfdf.h"
@@ -10,22 +11,6 @@ namespace zforms::tool {
 namespace {
 
 constexpr uint32_t kNoExport = 0x4;
-
-// The lines of a value as the document holds them: they end in CR LF whatever the
-// form's writer ended them with.
-std::string WithCRLF(std::string_view text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); i++) {
-    const char c = text[i];
-    if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    if (c == '\r' || c == '\n') {
-      result += "\r\n";
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
 
 bool IsExported(const FieldReport& field) {
   return !field.name.empty() && !field.values.empty() && (field.flags & kNoExport) == 0 && field.type != "push" &&
