@@ -40,6 +40,11 @@ bool ByteSource::Open(const std::string& path) {
   return true;
 }
 
+void ByteSource::OpenText(std::string_view text) {
+  buffer_ = text;
+  size_ = text.size();
+}
+
 size_t ByteSource::ReadMore(size_t size) {
   if (file_ == nullptr) return 0;
   const size_t before = buffer_.size();

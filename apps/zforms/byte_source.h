@@ -14,6 +14,8 @@ class ByteSource {
  public:
   // False with a reason in Failure() when it cannot be opened.
   bool Open(const std::string& path);
+  // Reads from a text in memory.
+  void OpenText(std::string_view text);
 
   // What is at hand and not consumed; empty at the end alone.
   std::string_view Rest() {

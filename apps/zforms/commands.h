@@ -27,7 +27,8 @@ struct FillOptions {
 int RunFill(const FillOptions& options);
 
 struct ExportOptions {
-  std::string file;
+  std::vector<std::string> files;
+  std::string format = "xfdf";  // xfdf, fdf, json, jsonl or csv
   std::string output;
   std::string password;
 };

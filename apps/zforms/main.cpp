@@ -94,21 +94,31 @@ class CommandLine {
   void AddFill() {
     CLI::App* command =
         Add("fill",
-            "Fill the form's fields with the values of an XFDF file. The change is appended to the bytes read, which "
+            "Fill the form's fields with the values of an XFDF, FDF, JSON or CSV file. The change is appended to the "
+            "bytes read, which "
             "stay as they were. Names that the form does not know are reported.",
-            "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf data.xfdf -o form.pdf",
+            "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
             [this] { return RunFill(fill_); });
     AddFile(command, &fill_.file);
-    command->add_option("DATA", fill_.data, "The XFDF file with the values, or \"-\" for standard input.")->required();
+    command
+        ->add_option("DATA", fill_.data,
+                     "The file with the values, CSV with one row below the names, or \"-\" for standard input.")
+        ->required();
     AddOutput(command, &fill_.output)->required();
     AddPassword(command, &fill_.password);
   }
 
   void AddExport() {
-    CLI::App* command = Add("export", "Write the values of the form's fields as XFDF, in UTF-8.",
-                            "  zforms export filled.pdf > values.xfdf\n  zforms export filled.pdf -o values.xfdf",
+    CLI::App* command = Add("export",
+                            "Write the values of the form's fields as XFDF, FDF, JSON or CSV, in UTF-8. CSV, JSON and "
+                            "JSONL, an object on each line, take any number of forms, a row for each.",
+                            "  zforms export filled.pdf > values.xfdf\n"
+                            "  zforms export filled.pdf --format fdf -o values.fdf\n"
+                            "  zforms export filled/*.pdf --format csv -o table.csv",
                             [this] { return RunExport(export_); });
-    AddFile(command, &export_.file);
+    command->add_option("FORM", export_.files, "The PDF file, or \"-\" for standard input.")->required();
+    command->add_option("--format", export_.format, "xfdf if not said.")
+        ->check(CLI::IsMember({"xfdf", "fdf", "json", "jsonl", "csv"}));
     AddOutput(command, &export_.output)->default_str("-");
     export_.output = "-";
     AddPassword(command, &export_.password);
