@@ -49,7 +49,8 @@ struct Task {
 // One run of a batch: the threads share the reader, the folder and the report.
 class BatchRun {
  public:
-  BatchRun(const BatchOptions& options, Console& console) : options_(options), console_(console), report_(console) {}
+  BatchRun(const BatchOptions& options, Console& console)
+      : options_(options), console_(console), match_(plan_), report_(console) {}
 
   bool Prepare();
   // The exit status.
@@ -61,6 +62,7 @@ class BatchRun {
   void Work(unsigned number);
   size_t TakeTasks(std::vector<Task>* tasks);
   bool Place(Task* task);
+  bool Check(const Row& row);
   std::string NameOf(const Row& row, std::string* error) const;
   void Fill(const Task& task, RowFiller* filler, unsigned number);
   void Fail(const Row& row, const std::string& field, const std::string& file, const std::string& what);
@@ -69,6 +71,7 @@ class BatchRun {
   Console& console_;
   ZAcroForm form_;
   BatchPlan plan_;
+  BatchPlan::Match match_;
   FileNamePattern pattern_;
   BatchFolder folder_;
   BatchReport report_;
@@ -145,14 +148,30 @@ void BatchRun::Fail(const Row& row, const std::string& field, const std::string&
   if (options_.stop_on_error) stopped_ = true;
 }
 
+// Whether the fields take the values of the row. A bad row takes no name from others.
+bool BatchRun::Check(const Row& row) {
+  for (size_t i = 0; i < plan_.Fields().size(); i++) {
+    const BatchField& field = plan_.Fields()[i];
+    const Cell* value = field.is_constant ? nullptr : match_.ValueOf(row, i);
+    if (value == nullptr) continue;
+    if (const std::string fault = field.rule.FaultOf(*value); !fault.empty()) {
+      Fail(row, field.name, {}, fault);
+      return false;
+    }
+  }
+  return true;
+}
+
 // Finds the place of a row's file; false when there is nothing to fill.
 bool BatchRun::Place(Task* task) {
   const Row& row = task->row;
+  task->name.clear();
   std::string error = row.fault;
+  if (error.empty() && !Check(row)) return false;
   if (error.empty()) task->name = NameOf(row, &error);
   if (error.empty()) task->place = folder_.Enter(task->name, HashOf(row), row.line, &error);
   if (!error.empty()) {
-    Fail(row, {}, {}, error);
+    Fail(row, {}, task->name, error);
     return false;
   }
   if (task->place == BatchFolder::Place::kDone) report_.Found();
@@ -179,11 +198,6 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
 }
 
 void BatchRun::Fill(const Task& task, RowFiller* filler, unsigned number) {
-  const RowFiller::Fault fault = filler->Check(task.row);
-  if (!fault.text.empty()) {
-    Fail(task.row, fault.field, task.name, fault.text);
-    return;
-  }
   std::string error;
   if (folder_.Write(task.name, task.place, number, filler->Fill(task.row), &error)) {
     report_.Filled();

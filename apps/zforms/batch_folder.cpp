@@ -50,8 +50,10 @@ bool BatchFolder::Open(const std::string& folder, Mode mode, uint64_t job, std::
   }
   RemoveLeftOvers();
   const std::string ledger = PathOf(std::string(kLedger));
-  if (mode == Mode::kResume) return ledger_.Open(ledger, job, error);
-  if (mode == Mode::kNew && std::filesystem::exists(FilePath(ledger), failed)) {
+  const bool known = std::filesystem::exists(FilePath(ledger), failed);
+  // A run that was killed before it began has left nothing to go on with.
+  if (mode == Mode::kResume && known) return ledger_.Open(ledger, job, error);
+  if (mode == Mode::kNew && known) {
     *error = "the folder " + folder + " holds an earlier batch: --resume goes on with it, --overwrite starts over";
     return false;
   }
@@ -92,7 +94,7 @@ bool BatchFolder::Write(const std::string& name, Place place, unsigned number, c
       std::filesystem::remove(from, failed);
       return true;
     }
-    if (std::filesystem::exists(to)) {
+    if (std::error_code ignored; std::filesystem::exists(to, ignored)) {
       *error = "a file \"" + name + "\" has appeared in the meantime";
       return false;
     }

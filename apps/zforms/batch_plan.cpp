@@ -134,6 +134,17 @@ std::vector<size_t> BatchPlan::Places(const std::vector<std::string>& names) con
   return places;
 }
 
+// Rows share their names as a rule, so that they are looked for once.
+const Cell* BatchPlan::Match::ValueOf(const Row& row, size_t field) {
+  if (plan_.fields_[field].is_constant) return &plan_.fields_[field].constant;
+  if (row.names != names_) {
+    places_ = plan_.Places(*row.names);
+    names_ = row.names;
+  }
+  const size_t place = places_[field];
+  return place == kNone || row.cells[place].is_null ? nullptr : &row.cells[place];
+}
+
 std::vector<std::string> BatchPlan::Unused(const std::vector<std::string>& names) const {
   std::vector<bool> used(names.size());
   for (const size_t place : Places(names)) {

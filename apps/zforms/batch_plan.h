@@ -35,6 +35,17 @@ class BatchPlan {
   // The place of each field's column among the names, kNone where there is none.
   static constexpr size_t kNone = SIZE_MAX;
   std::vector<size_t> Places(const std::vector<std::string>& names) const;
+  // What the row has for each field; null for a field that it says nothing of.
+  class Match {
+   public:
+    explicit Match(const BatchPlan& plan) : plan_(plan) {}
+    const Cell* ValueOf(const Row& row, size_t field);
+
+   private:
+    const BatchPlan& plan_;
+    RowNames names_;
+    std::vector<size_t> places_;  // of the fields' columns among the names
+  };
   // Which of the names feed no field.
   std::vector<std::string> Unused(const std::vector<std::string>& names) const;
 

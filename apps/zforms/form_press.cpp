@@ -93,11 +93,11 @@ Chaine FormPress::Written() const {
 }
 
 bool FormPress::TakeBack() {
+  // A dictionary may stand inside another, so the marks go when all are restored.
   for (const Kept& kept : kept_) {
-    if (!kept.dictionary->IsModified()) continue;
-    if (!RestoreAll(*kept.dictionary, *kept.original)) return false;
-    kept.dictionary->SetModified(false, true);
+    if (kept.dictionary->IsModified() && !RestoreAll(*kept.dictionary, *kept.original)) return false;
   }
+  for (const Kept& kept : kept_) kept.dictionary->SetModified(false, true);
   return true;
 }
 

@@ -39,14 +39,26 @@ bool Ledger::WriteAt(uint64_t offset, const void* from, size_t size) {
   return file_.good();
 }
 
-// A file of free slots: what was never written reads as zero.
-bool Ledger::Make(const std::string& path, const Header& header) {
+bool Ledger::OpenFile(const std::string& path, std::ios::openmode mode) {
   file_ = std::fstream();
   file_.rdbuf()->pubsetbuf(nullptr, 0);  // what is written is in the file
-  file_.open(FilePath(path), std::ios::in | std::ios::out | std::ios::binary | std::ios::trunc);
+  file_.open(FilePath(path), std::ios::in | std::ios::out | std::ios::binary | mode);
+  return file_.is_open();
+}
+
+// A file of free slots, beside the one in use: what was never written reads as zero.
+bool Ledger::Make(const Header& header) {
   header_ = header;
   const uint64_t size = sizeof(Header) + SlotCount(header.bits) * sizeof(Slot);
-  return file_.is_open() && WriteAt(0, &header, sizeof header) && WriteAt(size - 1, "", 1);
+  return OpenFile(NewPath(), std::ios::trunc) && WriteAt(0, &header, sizeof header) && WriteAt(size - 1, "", 1);
+}
+
+// Puts the new file in the place of the one in use.
+bool Ledger::Install() {
+  file_.close();
+  std::error_code error;
+  std::filesystem::rename(FilePath(NewPath()), FilePath(path_), error);
+  return !error && OpenFile(path_, {});
 }
 
 bool Ledger::Create(const std::string& path, uint64_t job, std::string* error) {
@@ -54,21 +66,18 @@ bool Ledger::Create(const std::string& path, uint64_t job, std::string* error) {
   count_ = 0;
   Header header{{}, job, 1, kFirstBits};
   std::memcpy(header.magic, kMagic, sizeof header.magic);
-  if (Make(path, header)) return true;
+  if (Make(header) && Install()) return true;
   *error = "the record of the batch, " + path + ", cannot be written";
   return false;
 }
 
 bool Ledger::Open(const std::string& path, uint64_t job, std::string* error) {
   path_ = path;
-  file_ = std::fstream();
-  file_.rdbuf()->pubsetbuf(nullptr, 0);
-  file_.open(FilePath(path), std::ios::in | std::ios::out | std::ios::binary);
-  const bool read = file_.is_open() && ReadAt(0, &header_, sizeof header_) &&
-                    std::memcmp(header_.magic, kMagic, sizeof header_.magic) == 0 && header_.bits <= kMaxBits &&
-                    CountSlots();
+  const bool read = OpenFile(path, {}) && ReadAt(0, &header_, sizeof header_) &&
+                    std::memcmp(header_.magic, kMagic, sizeof header_.magic) == 0 && header_.bits >= kFirstBits &&
+                    header_.bits <= kMaxBits && CountSlots();
   if (!read) {
-    *error = "there is no record of an earlier batch to go on with (" + path + ")";
+    *error = "the record of the earlier batch, " + path + ", cannot be read";
     return false;
   }
   if (header_.job != job) {
@@ -118,13 +127,12 @@ Ledger::Claim Ledger::Enter(std::string_view name, uint64_t content, uint64_t li
   return claim;
 }
 
-// Moves the entries into a table of twice the size, made beside and renamed.
+// Moves the entries into a table of twice the size.
 bool Ledger::Grow() {
-  const std::string larger = path_ + ".new";
   std::fstream old = std::move(file_);
   Header header = header_;
   header.bits++;
-  if (!Make(larger, header)) return false;
+  if (!Make(header)) return false;
   std::vector<Slot> slots(kSlotsAtOnce);
   for (uint64_t at = 0; at < SlotCount(header.bits - 1); at += kSlotsAtOnce) {
     old.seekg(static_cast<std::streamoff>(sizeof(Header) + at * sizeof(Slot)));
@@ -138,13 +146,7 @@ bool Ledger::Grow() {
     }
   }
   old.close();
-  file_.close();
-  std::error_code error;
-  std::filesystem::rename(FilePath(larger), FilePath(path_), error);
-  file_ = std::fstream();
-  file_.rdbuf()->pubsetbuf(nullptr, 0);
-  file_.open(FilePath(path_), std::ios::in | std::ios::out | std::ios::binary);
-  return !error && file_.is_open();
+  return Install();
 }
 
 }  // namespace zforms::tool

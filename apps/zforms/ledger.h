@@ -30,8 +30,8 @@ class Ledger {
 
   // Makes a new ledger for the job, in place of an old one.
   bool Create(const std::string& path, uint64_t job, std::string* error);
-  // Opens the ledger of an earlier run of the same job. False with a reason when there
-  // is none or it is that of another job.
+  // Opens the ledger of an earlier run of the same job. False with a reason when it is
+  // that of another job or no ledger.
   bool Open(const std::string& path, uint64_t job, std::string* error);
 
   // Enters the name for a row; `holder` gets the row that has it when it is taken.
@@ -51,7 +51,10 @@ class Ledger {
     uint64_t bits;
   };
 
-  bool Make(const std::string& path, const Header& header);
+  bool OpenFile(const std::string& path, std::ios::openmode mode);
+  bool Make(const Header& header);
+  bool Install();
+  std::string NewPath() const { return path_ + ".new"; }
   bool ReadAt(uint64_t offset, void* to, size_t size);
   bool WriteAt(uint64_t offset, const void* from, size_t size);
   bool Find(uint64_t name, uint64_t* place, Slot* slot);

@@ -24,50 +24,28 @@ std::string WithCRLF(std::string_view text) {
 }
 
 RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan)
-    : plan_(plan), press_(form, plan.FieldNames()), targets_(plan.Fields().size(), nullptr) {}
+    : plan_(plan), match_(plan), press_(form, plan.FieldNames()), targets_(plan.Fields().size(), nullptr) {}
 
-void RowFiller::Match(const RowNames& names) {
-  if (names == names_) return;
-  places_ = plan_.Places(*names);
-  names_ = names;
-}
-
-// Null for a field that the row says nothing of.
-const Cell* RowFiller::ValueOf(const Row& row, size_t field) {
-  if (plan_.Fields()[field].is_constant) return &plan_.Fields()[field].constant;
-  const size_t place = places_[field];
-  return place == BatchPlan::kNone || row.cells[place].is_null ? nullptr : &row.cells[place];
-}
-
-RowFiller::Fault RowFiller::Check(const Row& row) {
-  Match(row.names);
-  for (size_t i = 0; i < plan_.Fields().size(); i++) {
-    const BatchField& field = plan_.Fields()[i];
-    const Cell* value = field.is_constant ? nullptr : ValueOf(row, i);
-    if (value == nullptr) continue;
-    if (std::string fault = field.rule.FaultOf(*value); !fault.empty()) return {field.name, std::move(fault)};
+void RowFiller::SetValue(size_t field, const Cell& value, bool in_place) {
+  if (in_place && value.more.empty() && targets_[field]->Values().size() == 1) {
+    *targets_[field] = ZVariant(Text(value.text));
+    return;
   }
-  return {};
+  PTableau<Chaine> texts = {Text(value.text)};
+  for (const std::string& more : value.more) texts.push_back(Text(more));
+  targets_[field]->SetValues(texts);
 }
 
 Chaine RowFiller::Fill(const Row& row) {
-  Match(row.names);
   const size_t count = plan_.Fields().size();
   // The document is made anew when other fields than last time have a value.
   bool same = true;
-  for (size_t i = 0; i < count; i++) same = same && (ValueOf(row, i) != nullptr) == (targets_[i] != nullptr);
+  for (size_t i = 0; i < count; i++) same = same && (match_.ValueOf(row, i) != nullptr) == (targets_[i] != nullptr);
   if (!same) data_.Fields().Free();
   for (size_t i = 0; i < count; i++) {
-    const Cell* value = ValueOf(row, i);
+    const Cell* value = match_.ValueOf(row, i);
     if (!same) targets_[i] = value == nullptr ? nullptr : &data_.Fields().AddField(plan_.Fields()[i].name);
-    if (value == nullptr) continue;
-    if (value->more.empty() && same && targets_[i]->Values().size() == 1) {
-      *targets_[i] = ZVariant(Text(value->text));
-      continue;
-    }
-    PTableau<Chaine> texts = {Text(value->text)};
-    for (const std::string& more : value->more) texts.push_back(Text(more));
-    targets_[i]->SetValues(texts);
+    if (value != nullptr) SetValue(i, *value, same);
   }
   return press_.Fill(data_);
 }

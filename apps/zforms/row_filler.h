@@ -19,23 +19,15 @@ class RowFiller {
  public:
   RowFiller(const ZAcroForm& form, const BatchPlan& plan);
 
-  // A fault, and the field that it is about; no text when there is none.
-  struct Fault {
-    std::string field;
-    std::string text;
-  };
-  Fault Check(const Row& row);
-  // The form with the values of the row. Precondition: Check found no fault.
+  // The form with the values of the row, which the fields take.
   Chaine Fill(const Row& row);
 
  private:
-  const Cell* ValueOf(const Row& row, size_t field);
-  void Match(const RowNames& names);
+  void SetValue(size_t field, const Cell& value, bool in_place);
 
   const BatchPlan& plan_;
+  BatchPlan::Match match_;
   FormPress press_;
-  RowNames names_;
-  std::vector<size_t> places_;  // of the fields' columns among the names
   ZXFDF data_;
   std::vector<ZXFDF::Field*> targets_;  // in the document; null for a field that is left alone
 };
