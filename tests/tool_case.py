@@ -27,10 +27,10 @@ def same(label, got, wanted):
 
 
 def zforms(*arguments, stdin=None):
-    """(exit status, standard output, standard error)"""
+    """(exit status, standard output, standard error); bytes that are no UTF-8 come as surrogates."""
     done = subprocess.run([TOOL, *map(str, arguments)], input=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                           timeout=300)
-    return done.returncode, done.stdout.decode("utf-8"), done.stderr.decode("utf-8")
+    return done.returncode, done.stdout.decode("utf-8", "surrogateescape"), done.stderr.decode("utf-8")
 
 
 def run_tests(name, tests, folder):
