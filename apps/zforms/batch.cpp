@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -59,12 +60,12 @@ class BatchRun {
  private:
   bool PrepareFolder();
   void CheckColumns(const Row& row);
-  void Work(unsigned number);
+  void Work(unsigned number, RowFiller& filler);
   size_t TakeTasks(std::vector<Task>* tasks);
   bool Place(Task* task);
   bool Check(const Row& row);
   std::string NameOf(const Row& row, std::string* error) const;
-  void Fill(const Task& task, RowFiller* filler, unsigned number);
+  void Fill(const Task& task, RowFiller& filler, unsigned number);
   void Fail(const Row& row, const std::string& field, const std::string& file, const std::string& what);
 
   const BatchOptions& options_;
@@ -197,29 +198,30 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
   return count;
 }
 
-void BatchRun::Fill(const Task& task, RowFiller* filler, unsigned number) {
+void BatchRun::Fill(const Task& task, RowFiller& filler, unsigned number) {
   std::string error;
-  if (folder_.Write(task.name, task.place, number, filler->Fill(task.row), &error)) {
+  if (folder_.Write(task.name, task.place, number, filler.Fill(task.row), &error)) {
     report_.Filled();
   } else {
     Fail(task.row, {}, task.name, "its file \"" + task.name + "\": " + error);
   }
 }
 
-void BatchRun::Work(unsigned number) {
-  RowFiller filler(form_, plan_);
+void BatchRun::Work(unsigned number, RowFiller& filler) {
   std::vector<Task> tasks(kRowsAtOnce);
   while (const size_t count = TakeTasks(&tasks)) {
-    for (size_t i = 0; i < count; i++) Fill(tasks[i], &filler, number);
+    for (size_t i = 0; i < count; i++) Fill(tasks[i], filler, number);
   }
 }
 
 int BatchRun::Run() {
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
   const unsigned jobs = std::min(options_.jobs == 0 ? cores : options_.jobs, kMostJobs);
+  std::deque<RowFiller> fillers;
+  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_);
   std::vector<std::thread> threads;
-  for (unsigned i = 1; i < jobs; i++) threads.emplace_back([this, i] { Work(i); });
-  Work(0);
+  for (unsigned i = 1; i < jobs; i++) threads.emplace_back([this, i, &fillers] { Work(i, fillers[i]); });
+  Work(0, fillers[0]);
   for (std::thread& thread : threads) thread.join();
   report_.Finish(options_, stopped_, jobs);
   if (!reader_->Failure().empty()) console_.Fail(reader_->Failure());

@@ -17,7 +17,7 @@ namespace zforms::tool {
 // FormPress is a form that is filled again and again from the state in which it was
 // read: each time what the filling changed is written as an update behind the bytes
 // read, and then taken back. The bytes are those that filling a fresh copy would give.
-// Owned and used by one thread.
+// Made, with copies of its own, by the thread that has the form; then used by one.
 class FormPress {
  public:
   // `names` are the full names, in UTF-8, of the fields that will be filled.
@@ -40,7 +40,7 @@ class FormPress {
   Chaine Written() const;
   bool TakeBack();
 
-  const ZAcroForm& original_;
+  const ZAcroForm original_;
   std::vector<std::string> names_;
   std::unique_ptr<ZAcroForm> form_;  // null when it has to be copied anew
   std::vector<Kept> kept_;

@@ -13,8 +13,8 @@ namespace zforms::tool {
 // Text as an XFDF document holds it: its lines end in CR LF, whatever they ended with.
 std::string WithCRLF(std::string_view text);
 
-// RowFiller fills the form from one row after the other. Owned and used by one thread;
-// the form and the plan are shared and outlive it.
+// RowFiller fills a copy of the form from one row after the other. Made by the thread
+// that has the form, then used by one; the plan is shared and outlives it.
 class RowFiller {
  public:
   RowFiller(const ZAcroForm& form, const BatchPlan& plan);
