@@ -92,7 +92,7 @@ def loops(tool, folder, count):
     objects = names = None
     if shutil.which("qpdf"):
         text = subprocess.run(["qpdf", "--json", SAMPLE], stdout=subprocess.PIPE, check=True).stdout
-        objects = json.loads(text)["qpdf"][1]
+        objects = json.loads(text.decode("utf-8", "replace"))["qpdf"][1]
         names = qpdf_names(objects)
     programs = [
         ("zforms fill", "json", lambda values: json.dumps(values),
