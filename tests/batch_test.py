@@ -108,11 +108,16 @@ def test_names(folder):
         ("1", "x", "1-x.pdf"), ("../../etc", "passwd", "_._.._etc-passwd.pdf"), ("a/b\\c:d", "*?\"<>|", "a_b_c_d-______.pdf"),
         ("\tx", "end. ", "_x-end.pdf"), ("-rf", ".", "_rf-.pdf"), ("é" * 300, "z", "é" * 98 + ".pdf"),
     ]
+    for text, what in [("%FDF-1.2\n", "it is no table"), ("<xfdf/>", "it is no table"), ("[{}]", "it is one JSON list"),
+                       ("", "there is no table in it"), ("a,b\n1,2\n", "no column of it feeds a field of the form")]:
+        (folder / "other").write_text(text)
+        status, _, err = zforms("batch", SAMPLE, "--data", folder / "other", "--out", folder / "none")
+        expect(status == 2 and what in err and not (folder / "none").exists(), f"a table {text!r}", err)
     data = table(folder / "rows.csv", ["a", "b", "adherent.nom"], [[a, b, "n"] for a, b, _ in cases])
     status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "out", "--name", "{a}-{b}")
     same("exit status", (status, err), (0, ""))
     same("names", forms_in(folder / "out"), sorted(name for _, _, name in cases))
-    data = table(folder / "device.csv", ["a"], [["con"], ["LPT1"], ["console"]])
+    data = table(folder / "device.csv", ["a", "adherent.nom"], [["con", ""], ["LPT1", ""], ["console", ""]])
     zforms("batch", SAMPLE, "--data", data, "--out", folder / "device", "--name", "{a}.pdf")
     same("devices of Windows", forms_in(folder / "device"), ["_LPT1.pdf", "_con.pdf", "console.pdf"])
     for pattern, what in [("x.pdf", "it names no column"), ("{a", 'a "{" that opens'), ("a}", 'a "}" without'),

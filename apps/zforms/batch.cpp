@@ -98,6 +98,10 @@ bool BatchRun::Prepare() {
     console_.Fail(error);
     return false;
   }
+  if (reader_->Header() != nullptr && !plan_.Feeds(*reader_->Header())) {
+    console_.Fail("no column of it feeds a field of the form");
+    return false;
+  }
   // The form's own oddities are said once, not for each row.
   form_console.WarnAll(form_.Diagnostics());
   form_console.Finish();

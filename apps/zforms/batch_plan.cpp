@@ -145,6 +145,14 @@ const Cell* BatchPlan::Match::ValueOf(const Row& row, size_t field) {
   return place == kNone || row.cells[place].is_null ? nullptr : &row.cells[place];
 }
 
+bool BatchPlan::Feeds(const std::vector<std::string>& names) const {
+  const std::vector<size_t> places = Places(names);
+  for (size_t i = 0; i < fields_.size(); i++) {
+    if (fields_[i].is_constant || places[i] != kNone) return true;
+  }
+  return false;
+}
+
 std::vector<std::string> BatchPlan::Unused(const std::vector<std::string>& names) const {
   std::vector<bool> used(names.size());
   for (const size_t place : Places(names)) {

@@ -46,6 +46,8 @@ class BatchPlan {
     RowNames names_;
     std::vector<size_t> places_;  // of the fields' columns among the names
   };
+  // Whether a row of these names can fill anything.
+  bool Feeds(const std::vector<std::string>& names) const;
   // Which of the names feed no field.
   std::vector<std::string> Unused(const std::vector<std::string>& names) const;
 

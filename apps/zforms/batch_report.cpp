@@ -1,5 +1,6 @@
 #include "apps/zforms/batch_report.h"
 
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -23,7 +24,7 @@ std::string Grouped(uint64_t number) {
 }
 
 std::string TimeText(double seconds) {
-  const auto whole = static_cast<uint64_t>(seconds + 0.5);
+  const auto whole = static_cast<uint64_t>(std::round(seconds));
   const auto two = [](uint64_t value) { return (value < 10 ? "0" : "") + std::to_string(value); };
   if (whole < 3600) return std::to_string(whole / 60) + ":" + two(whole % 60);
   return std::to_string(whole / 3600) + ":" + two(whole / 60 % 60) + ":" + two(whole % 60);

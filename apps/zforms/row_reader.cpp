@@ -23,6 +23,10 @@ std::unique_ptr<RowReader> OpenRows(const std::string& path, std::string* error)
     return nullptr;
   }
   const std::string_view text = TrimBlanks(head.starts_with("\xEF\xBB\xBF") ? head.substr(3) : head);
+  if (text.starts_with('<') || text.starts_with("%PDF") || text.starts_with("%FDF")) {
+    *error = "it is no table";
+    return nullptr;
+  }
   if (text.starts_with('[')) {
     *error = "it is one JSON list; a table has one object on each line";
     return nullptr;
