@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zforms::tool {
 
@@ -28,12 +29,39 @@ struct FillOptions {
 int RunFill(const FillOptions& options);
 
 struct ExportOptions {
-  std::string file;
+  std::vector<std::string> files;
+  std::string format = "xfdf";  // xfdf, fdf, json, jsonl or csv
   std::string output;
   std::string password;
   bool recover = false;
 };
 int RunExport(const ExportOptions& options);
+
+struct MapOptions {
+  std::string file;
+  std::string maps;
+  std::string section;
+  std::string password;
+  std::vector<std::string> rubrics;  // "NAME" or "NAME=FILE"
+};
+int RunMap(const MapOptions& options);
+
+struct BatchOptions {
+  std::string file;
+  std::string data;
+  std::string maps;
+  std::string section;
+  std::vector<std::string> rubrics;  // "NAME=FILE", and "NAME" for that of the rows
+  std::string folder;
+  std::string name;
+  std::string report;
+  std::string password;
+  unsigned jobs = 0;  // 0 for as many as there are cores
+  bool stop_on_error = false;
+  bool resume = false;
+  bool overwrite = false;
+};
+int RunBatch(const BatchOptions& options);
 
 struct CheckOptions {
   std::string file;

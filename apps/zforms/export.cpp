@@ -1,7 +1,11 @@
+#include <algorithm>
+#include <unordered_set>
+
 #include "apps/zforms/commands.h"
-#include "apps/zforms/field_report.h"
-#include "apps/zforms/files.h"
+#include "apps/zforms/export_table.h"
+#include "apps/zforms/fdf.h"
 #include "apps/zforms/open_form.h"
+#include "apps/zforms/row_filler.h"
 #include "pdf/parser/parser.h"
 #include "platform/inet_url.h"
 #include "xfdf/xfdf.h"
@@ -9,58 +13,93 @@
 namespace zforms::tool {
 namespace {
 
-constexpr uint32_t kNoExport = 0x4;
-
-// The lines of a value as the document holds them: they end in CR LF whatever the
-// form's writer ended them with.
-std::string WithCRLF(std::string_view text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); i++) {
-    const char c = text[i];
-    if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    if (c == '\r' || c == '\n') {
-      result += "\r\n";
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
-
-bool IsExported(const FieldReport& field) {
-  return !field.name.empty() && !field.values.empty() && (field.flags & kNoExport) == 0 && field.type != "push" &&
-         field.type != "sig";
-}
-
-void AddFields(ZAcroForm& form, ZXFDF& data) {
-  for (const FieldReport& field : ReportFields(form)) {
-    if (!IsExported(field)) continue;
-    PTableau<Chaine> values;
-    for (const std::string& value : field.values) values.push_back(WithCRLF(value));
-    data.Fields().AddField(field.name).SetValues(values);
-  }
-}
-
 // The file as a reference from beside it.
 Chaine RelativeURL(const std::string& file) { return ZInetURL::Encode(file.substr(file.find_last_of("/\\") + 1)); }
+
+// Fields without a value are not part of a document.
+void FillDocument(const std::string& file, ZAcroForm& form, ZXFDF* data, std::set<std::string>* buttons) {
+  data->Fields();
+  if (file != kStandardStream) data->SetPDFHRef(ZInetURL(RelativeURL(file)));
+  data->SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
+  for (const FieldReport& field : ReportFields(form)) {
+    if (!IsExportable(field) || field.values.empty()) continue;
+    PTableau<Chaine> values;
+    for (const std::string& value : field.values) values.push_back(WithCRLF(value));
+    data->Fields().AddField(field.name).SetValues(values);
+    if (field.type == "check" || field.type == "radio") buttons->insert(field.name);
+  }
+}
+
+// One form as XFDF or FDF.
+int ExportDocument(const ExportOptions& options) {
+  const std::string& file = options.files.front();
+  Console console(file);
+  ZAcroForm form;
+  if (!OpenFormWithFields(file, options.password, form, console, options.recover)) return console.Finish();
+  ZXFDF data;
+  std::set<std::string> buttons;
+  FillDocument(file, form, &data, &buttons);
+  console.WarnAll(form.Diagnostics());
+  const bool fdf = options.format == "fdf";
+  const Chaine text = fdf ? WriteFDF(data, buttons) : data.AsChaine();
+  if (!fdf && data.LastReplaced() > 0) {
+    console.Warn(std::to_string(data.LastReplaced()) + " characters that XML has no place for became U+FFFD");
+  }
+  WriteOutput(options.output, text, console);
+  return console.Finish();
+}
+
+FormValues ValuesOf(ZAcroForm& form) {
+  FormValues values;
+  std::unordered_set<std::string> seen;
+  for (FieldReport& field : ReportFields(form)) {
+    if (!IsExportable(field) || !seen.insert(field.name).second) continue;
+    values.fields.emplace_back(std::move(field.name), std::move(field.values));
+  }
+  return values;
+}
+
+std::string TableText(const std::vector<FormValues>& forms, const ExportOptions& options) {
+  if (options.format == "csv") return TableAsCSV(forms);
+  std::string text;
+  if (options.format == "jsonl") {
+    for (const FormValues& form : forms) text += FormAsJSON(form, -1) + "\n";
+    return text;
+  }
+  if (options.files.size() == 1) return FormAsJSON(forms.front(), 2) + "\n";
+  for (const FormValues& form : forms) text += (text.empty() ? "[\n" : ",\n") + FormAsJSON(form, -1);
+  return text.empty() ? "[]\n" : text + "\n]\n";
+}
+
+// Any number of forms as one table. A form that cannot be read leaves out its row.
+int ExportTable(const ExportOptions& options) {
+  std::vector<FormValues> forms;
+  int status = kDone;
+  for (const std::string& file : options.files) {
+    Console console(file);
+    ZAcroForm form;
+    if (OpenFormWithFields(file, options.password, form, console)) {
+      FormValues& values = forms.emplace_back(ValuesOf(form));
+      if (options.files.size() > 1) values.file = file;
+      console.WarnAll(form.Diagnostics());
+    }
+    const int own = console.Finish();
+    status = own == kFailed || status == kFailed ? kFailed : std::max(status, own);
+  }
+  if (forms.empty()) return status;
+  Console console(options.output);
+  if (!WriteOutput(options.output, TableText(forms, options), console)) return kFailed;
+  return status;
+}
 
 }  // namespace
 
 int RunExport(const ExportOptions& options) {
-  Console console(options.file);
-  ZAcroForm form;
-  if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
-  ZXFDF data;
-  data.Fields();
-  if (options.file != kStandardStream) data.SetPDFHRef(ZInetURL(RelativeURL(options.file)));
-  data.SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
-  AddFields(form, data);
-  console.WarnAll(form.Diagnostics());
-  const Chaine text = data.AsChaine();
-  if (data.LastReplaced() > 0) {
-    console.Warn(std::to_string(data.LastReplaced()) + " characters that XML has no place for became U+FFFD");
-  }
-  WriteOutput(options.output, text, console);
+  const bool table = options.format != "xfdf" && options.format != "fdf";
+  if (table) return ExportTable(options);
+  if (options.files.size() == 1) return ExportDocument(options);
+  Console console(options.files[1]);
+  console.Fail(options.format + " holds one form; several make a table with --format csv, json or jsonl");
   return console.Finish();
 }
 

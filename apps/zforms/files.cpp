@@ -21,11 +21,16 @@ bool ReadStandardInput(Chaine* bytes) {
   return std::ferror(stdin) == 0;
 }
 
+}  // namespace
+
 std::filesystem::path FilePath(const std::string& utf8) {
   return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-}  // namespace
+std::string PathText(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  return std::string(text.begin(), text.end());
+}
 
 bool ReadInput(const std::string& path, Chaine* bytes, Console& console) {
   if (path == kStandardStream) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "apps/zforms/console.h"
@@ -16,6 +18,13 @@ bool ReadInput(const std::string& path, Chaine* bytes, Console& console);
 // Writes the bytes to standard output or beside the target, then moves them over
 // it, so that nobody sees half a file. False, and said, when that fails.
 bool WriteOutput(const std::string& path, const Chaine& bytes, Console& console);
+
+// The path of UTF-8 text.
+std::filesystem::path FilePath(const std::string& utf8);
+std::string PathText(const std::filesystem::path& path);
+
+// Opens a file of bytes for reading; null, with the reason in errno, when that fails.
+std::FILE* OpenToRead(const std::string& path);
 
 // Whether both paths lead to one file that exists.
 bool IsSameFile(const std::string& a, const std::string& b);

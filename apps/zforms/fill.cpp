@@ -1,26 +1,11 @@
 #include "apps/zforms/commands.h"
+#include "apps/zforms/data_file.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
 #include "pdf/parser/parser.h"
 #include "xfdf/xfdf.h"
 
 namespace zforms::tool {
-namespace {
-
-bool ReadData(const std::string& path, ZXFDF& data, Console& console) {
-  Chaine bytes;
-  Console data_console(path);
-  if (!ReadInput(path, &bytes, data_console)) return false;
-  data.FromChaine(bytes);
-  if (!data.LastError().empty()) {
-    data_console.Fail(data.LastError());
-    return false;
-  }
-  if (!data.HasFields()) console.Warn("the data hold no fields: nothing is filled");
-  return true;
-}
-
-}  // namespace
 
 int RunFill(const FillOptions& options) {
   Console console(options.file);
@@ -31,7 +16,7 @@ int RunFill(const FillOptions& options) {
   ZAcroForm form;
   ZXFDF data;
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
-  if (!ReadData(options.data, data, console)) return kFailed;
+  if (!ReadData(options.data, &data, console)) return kFailed;
 
   PTableau<Chaine> unmatched;
   PTableau<Chaine> refused;

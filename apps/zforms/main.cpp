@@ -68,6 +68,8 @@ class CommandLine {
     AddFields();
     AddFill();
     AddExport();
+    AddMap();
+    AddBatch();
     AddCheck();
     AddRewrite();
     AddPermissions();
@@ -99,26 +101,94 @@ class CommandLine {
   void AddFill() {
     CLI::App* command =
         Add("fill",
-            "Fill the form's fields with the values of an XFDF file. The change is appended to the bytes read, which "
+            "Fill the form's fields with the values of an XFDF, FDF, JSON or CSV file. The change is appended to the "
+            "bytes read, which "
             "stay as they were. Names that the form does not know are reported.",
-            "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf data.xfdf -o form.pdf",
+            "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
             [this] { return RunFill(fill_); });
     AddFile(command, &fill_.file);
-    command->add_option("DATA", fill_.data, "The XFDF file with the values, or \"-\" for standard input.")->required();
+    command
+        ->add_option("DATA", fill_.data,
+                     "The file with the values, CSV with one row below the names, or \"-\" for standard input.")
+        ->required();
     AddOutput(command, &fill_.output)->required();
     AddPassword(command, &fill_.password);
     AddRecover(command, &fill_.recover);
   }
 
   void AddExport() {
-    CLI::App* command = Add("export", "Write the values of the form's fields as XFDF, in UTF-8.",
-                            "  zforms export filled.pdf > values.xfdf\n  zforms export filled.pdf -o values.xfdf",
+    CLI::App* command = Add("export",
+                            "Write the values of the form's fields as XFDF, FDF, JSON or CSV, in UTF-8. CSV, JSON and "
+                            "JSONL, an object on each line, take any number of forms, a row for each.",
+                            "  zforms export filled.pdf > values.xfdf\n"
+                            "  zforms export filled.pdf --format fdf -o values.fdf\n"
+                            "  zforms export filled/*.pdf --format csv -o table.csv",
                             [this] { return RunExport(export_); });
-    AddFile(command, &export_.file);
+    command->add_option("FORM", export_.files, "The PDF file, or \"-\" for standard input.")->required();
+    command->add_option("--format", export_.format, "xfdf if not said.")
+        ->check(CLI::IsMember({"xfdf", "fdf", "json", "jsonl", "csv"}));
     AddOutput(command, &export_.output)->default_str("-");
     export_.output = "-";
     AddPassword(command, &export_.password);
     AddRecover(command, &export_.recover);
+  }
+
+  static CLI::Option* AddMaps(CLI::App* command, std::string* maps, std::string* section, const char* option) {
+    CLI::Option* ini =
+        command->add_option(option, *maps, "An INI file that says which field is fed by what: \"field=rubric.name\".");
+    command->add_option("--section", *section, "The section with the maps; may be left out when there is one.");
+    return ini;
+  }
+
+  void AddMap() {
+    CLI::App* command =
+        Add("map", "Show what would feed each field of the form, with the values where rubric files are given.",
+            "  zforms map form.pdf --ini maps.ini --section Member\n"
+            "  zforms map form.pdf --ini maps.ini --rubric person=person.csv --rubric club=club.ini",
+            [this] { return RunMap(map_); });
+    AddFile(command, &map_.file);
+    AddMaps(command, &map_.maps, &map_.section, "--ini")->required();
+    command->add_option("--rubric", map_.rubrics,
+                        "NAME=FILE: the values of a rubric, from CSV (its first row), JSON or INI.");
+    AddPassword(command, &map_.password);
+  }
+
+  void AddBatch() {
+    CLI::App* command =
+        Add("batch",
+            "Fill the form once for each row of a table. Columns feed the fields of their names, or those that maps "
+            "say. Two rows never get the same file, no file is written over, and what is there is whole: a batch that "
+            "was interrupted goes on with --resume.",
+            "  zforms batch form.pdf --data rows.csv --out filled\n"
+            "  zforms batch form.pdf --data rows.csv --out filled --name '{id}-{name}.pdf' --report report.json\n"
+            "  zforms batch form.pdf --data rows.jsonl --map maps.ini --section Member --out filled --resume",
+            [this] { return RunBatch(batch_); });
+    AddFile(command, &batch_.file);
+    command
+        ->add_option("--data", batch_.data,
+                     "The table: CSV whose first record names the columns, or one JSON object on each line.")
+        ->required();
+    command->add_option("--out", batch_.folder, "The folder for the filled forms; it is made when it is missing.")
+        ->required();
+    command->add_option("--name", batch_.name,
+                        "The names of the files, with {column} for the row's values and {row} for its number.");
+    AddMaps(command, &batch_.maps, &batch_.section, "--map");
+    command->add_option("--rubric", batch_.rubrics,
+                        "NAME: the rubric that the columns are of. NAME=FILE: a rubric that is the same for all rows.");
+    command->add_option("--jobs", batch_.jobs,
+                        "How many forms are filled at the same time; as many as there are cores "
+                        "if not said.");
+    command
+        ->add_option_function<std::string>(
+            "--on-error", [this](const std::string& what) { batch_.stop_on_error = what == "stop"; },
+            "What a bad row does: \"skip\" goes on with the others, \"stop\" ends the batch.")
+        ->check(CLI::IsMember({"stop", "skip"}))
+        ->default_str("skip");
+    CLI::Option* resume = command->add_flag("--resume", batch_.resume, "Go on where an earlier run was interrupted.");
+    command->add_flag("--overwrite", batch_.overwrite, "Start over, and write over the files that are there.")
+        ->excludes(resume);
+    command->add_option("--report", batch_.report, "A JSON file that says what became of the rows.");
+    AddPassword(command, &batch_.password);
   }
 
   void AddCheck() {
@@ -200,6 +270,8 @@ class CommandLine {
   FieldsOptions fields_;
   FillOptions fill_;
   ExportOptions export_;
+  MapOptions map_;
+  BatchOptions batch_;
   CheckOptions check_;
   RewriteOptions rewrite_;
   PermissionsOptions permissions_;

@@ -10,4 +10,7 @@ void SetBinary(std::FILE* stream);
 // How many columns the terminal at standard output has; 0 when it is none.
 size_t TerminalColumns();
 
+// Whether somebody looks at standard error on a terminal.
+bool IsErrorTerminal();
+
 }  // namespace zforms::tool

@@ -1,6 +1,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "apps/zforms/files.h"
 #include "apps/zforms/standard_streams.h"
 
 namespace zforms::tool {
@@ -12,5 +13,10 @@ size_t TerminalColumns() {
   if (isatty(STDOUT_FILENO) == 0 || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
   return size.ws_col;
 }
+
+bool IsErrorTerminal() { return isatty(STDERR_FILENO) != 0; }
+
+// Declared in files.h: a path is bytes here.
+std::FILE* OpenToRead(const std::string& path) { return std::fopen(path.c_str(), "rb"); }
 
 }  // namespace zforms::tool

@@ -2,6 +2,7 @@
 #include <io.h>
 #include <windows.h>
 
+#include "apps/zforms/files.h"
 #include "apps/zforms/standard_streams.h"
 
 namespace zforms::tool {
@@ -13,5 +14,9 @@ size_t TerminalColumns() {
   if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 0;
   return static_cast<size_t>(info.srWindow.Right - info.srWindow.Left + 1);
 }
+
+bool IsErrorTerminal() { return _isatty(_fileno(stderr)) != 0; }
+
+std::FILE* OpenToRead(const std::string& path) { return _wfopen(FilePath(path).c_str(), L"rb"); }
 
 }  // namespace zforms::tool

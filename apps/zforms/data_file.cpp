@@ -1,0 +1,107 @@
+#include "apps/zforms/data_file.h"
+
+#include <nlohmann/json.hpp>
+
+#include "apps/zforms/csv_reader.h"
+#include "apps/zforms/fdf.h"
+#include "apps/zforms/files.h"
+#include "apps/zforms/json_rows.h"
+#include "apps/zforms/row_filler.h"
+#include "platform/letter_case.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+constexpr const char* kSeveral = "it has more than one row; \"zforms batch\" fills a form for each";
+
+enum class Kind { kXFDF, kFDF, kJSON, kCSV };
+
+Kind KindOf(const std::string& path, std::string_view text) {
+  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
+  const std::string_view start = TrimBlanks(text.substr(0, text.find_first_not_of("\r\n\t ") + 16));
+  if (start.starts_with("%FDF")) return Kind::kFDF;
+  if (start.starts_with('{') || start.starts_with('[')) return Kind::kJSON;
+  const Chaine name = FoldCase(path);
+  const bool named_xml = name.View().ends_with(".xfdf") || name.View().ends_with(".xml");
+  // XML may be UTF-16.
+  const bool has_utf16 = text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
+  return start.empty() || start.starts_with('<') || named_xml || has_utf16 ? Kind::kXFDF : Kind::kCSV;
+}
+
+void AddRow(const Row& row, ZXFDF* data) {
+  for (size_t i = 0; i < row.cells.size(); i++) {
+    const Cell& cell = row.cells[i];
+    if (cell.is_null || (*row.names)[i].empty()) continue;
+    PTableau<Chaine> values = {WithCRLF(cell.text)};
+    for (const std::string& more : cell.more) values.push_back(WithCRLF(more));
+    data->Fields().AddField((*row.names)[i]).SetValues(values);
+  }
+}
+
+bool ReadCSV(std::string_view text, ZXFDF* data, std::string* error) {
+  ByteSource source;
+  source.OpenText(text);
+  CsvReader reader(std::move(source));
+  Row row;
+  if (!reader.Next(&row)) {
+    *error = reader.Failure().empty() ? "it holds no row" : reader.Failure();
+    return false;
+  }
+  if (!row.fault.empty()) {
+    *error = "line " + std::to_string(row.line) + ": " + row.fault;
+    return false;
+  }
+  AddRow(row, data);
+  if (reader.Next(&row)) *error = kSeveral;
+  if (error->empty()) *error = reader.Failure();
+  return error->empty();
+}
+
+bool ReadJSON(std::string_view text, ZXFDF* data, std::string* error) {
+  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
+  text = TrimBlanks(text);
+  // A list of one object is as good as the object.
+  if (text.starts_with('[') && text.ends_with(']')) text = TrimBlanks(text.substr(1, text.size() - 2));
+  Row row;
+  if (!ReadJsonRow(text, &row, error)) {
+    if (text.find("\n{") != std::string_view::npos) *error += "; is it a table?  Then \"zforms batch\" takes it";
+    return false;
+  }
+  AddRow(row, data);
+  return true;
+}
+
+bool ReadXFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
+  data->FromChaine(bytes);
+  *error = data->LastError();
+  return error->empty();
+}
+
+bool Read(Kind kind, const Chaine& bytes, ZXFDF* data, std::string* error) {
+  switch (kind) {
+    case Kind::kFDF: return ReadFDF(bytes, data, error);
+    case Kind::kJSON: return ReadJSON(bytes, data, error);
+    case Kind::kCSV: return ReadCSV(bytes, data, error);
+    case Kind::kXFDF: break;
+  }
+  return ReadXFDF(bytes, data, error);
+}
+
+}  // namespace
+
+bool ReadData(const std::string& path, ZXFDF* data, Console& console) {
+  Chaine bytes;
+  Console data_console(path);
+  if (!ReadInput(path, &bytes, data_console)) return false;
+  std::string error;
+  if (!Read(KindOf(path, bytes), bytes, data, &error)) {
+    data_console.Fail(error);
+    return false;
+  }
+  if (!error.empty()) console.Warn(error);
+  if (!data->HasFields()) console.Warn("the data hold no fields: nothing is filled");
+  return true;
+}
+
+}  // namespace zforms::tool

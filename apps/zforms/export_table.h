@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "apps/zforms/field_report.h"
+#include "apps/zforms/files.h"
+
+namespace zforms::tool {
+
+// The exported fields of one form; a field without a value has none.
+struct FormValues {
+  std::string file;  // empty when the table does not say which form a row is of
+  std::vector<std::pair<std::string, std::vector<std::string>>> fields;
+};
+
+// Whether the field takes part in an export, with a value or without.
+bool IsExportable(const FieldReport& field);
+
+// The forms as CSV (RFC 4180, UTF-8), with a column for each field that one of them
+// has, in the order in which they appear. Several values are the lines of one cell.
+std::string TableAsCSV(const std::vector<FormValues>& forms);
+
+// One form as a JSON object: texts, lists where a field has several values, null
+// without a value. `indent` is negative for one line.
+std::string FormAsJSON(const FormValues& form, int indent);
+
+}  // namespace zforms::tool

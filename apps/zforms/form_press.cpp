@@ -1,0 +1,104 @@
+#include "apps/zforms/form_press.h"
+
+#include <algorithm>
+#include <set>
+
+#include "acroform/field.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/indirect_object.h"
+#include "pdf/parser/parser.h"
+#include "pdf/writer/updater.h"
+#include "platform/inet_stream.h"
+#include "xfdf/xfdf.h"
+
+namespace zforms::tool {
+namespace {
+
+// What filling sets or removes.
+constexpr const char* kChangedKeys[] = {"/V", "/AS", "/RV", "/I", "/NeedAppearances"};
+
+void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original, std::string_view key) {
+  const ZPDFNode* value = original.GetDirect(key);
+  dictionary.SetValue(key, value == nullptr ? nullptr : value->Clone());
+}
+
+// False when it cannot be done without destroying what others point to.
+bool RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {
+  const auto is_lost = [&](const char* key) { return original.Exist(key) && !dictionary.Exist(key); };
+  if (std::none_of(std::begin(kChangedKeys), std::end(kChangedKeys), is_lost)) {
+    for (const char* key : kChangedKeys) Restore(dictionary, original, key);
+    return true;
+  }
+  // Setting the key again would put it at the end, so all the others follow it.
+  if (dictionary.Exist("/Kids")) return false;
+  for (const char* key : kChangedKeys) dictionary.RemoveValue(key);
+  for (size_t i = 0; i < original.Size(); i++) {
+    const std::string key(original.KeyAt(i));
+    dictionary.RemoveValue(key);
+    Restore(dictionary, original, key);
+  }
+  return true;
+}
+
+}  // namespace
+
+FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names) : original_(form), names_(names) {}
+
+FormPress::~FormPress() = default;
+
+void FormPress::Keep(ZPDFNodeDictionary* dictionary) {
+  kept_.push_back({dictionary, std::unique_ptr<ZPDFNodeDictionary>(dictionary->Clone())});
+}
+
+void FormPress::Prepare() {
+  kept_.clear();
+  objects_.clear();
+  form_ = std::make_unique<ZAcroForm>(original_);
+  const std::set<std::string> names(names_.begin(), names_.end());
+  for (const auto& [bytes, fields] : form_->FlatFields()) {
+    if (!names.contains(fields.front()->FullNameUTF8().ToString())) continue;
+    for (ZAcroFormField* field : fields) Keep(field->Dico());
+  }
+  if (ZPDFNodeDictionary* infos = form_->Parser()->AcroForm()) Keep(infos);
+  for (const Kept& kept : kept_) kept.dictionary->SetModified(true, false);
+  for (const ZPDFObjectLocation& location : form_->Parser()->ObjectLocations()) {
+    if (location.object != nullptr && location.object->IsModified()) objects_.push_back(location.object);
+  }
+  for (const Kept& kept : kept_) kept.dictionary->SetModified(false, false);
+}
+
+bool FormPress::IsChanged() const {
+  return std::any_of(objects_.begin(), objects_.end(), [](const auto* object) { return object->IsModified(); });
+}
+
+Chaine FormPress::Fill(const ZXFDF& data) {
+  if (form_ == nullptr) Prepare();
+  form_->SetValues(data);
+  if (!IsChanged()) return form_->RawData();
+  if (!form_->NeedAppearances()) form_->SetNeedAppearances(true);
+  Chaine bytes = Written();
+  if (!TakeBack()) form_.reset();
+  return bytes;
+}
+
+Chaine FormPress::Written() const {
+  ZPDFUpdater updater;
+  updater.SetRawData(form_->RawData(), form_->XRefOffset());
+  for (const ZPDFNodeIndirectObject* object : objects_) updater.AddNode(object);
+  updater.SetTrailer(form_->Parser()->TrailerDico());
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  updater.Write(out);
+  return bytes;
+}
+
+bool FormPress::TakeBack() {
+  // A dictionary may stand inside another, so the marks go when all are restored.
+  for (const Kept& kept : kept_) {
+    if (kept.dictionary->IsModified() && !RestoreAll(*kept.dictionary, *kept.original)) return false;
+  }
+  for (const Kept& kept : kept_) kept.dictionary->SetModified(false, true);
+  return true;
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "acroform/acro_form.h"
+
+namespace zforms {
+class ZPDFNodeDictionary;
+class ZPDFNodeIndirectObject;
+}  // namespace zforms
+
+namespace zforms::tool {
+
+// FormPress is a form that is filled again and again from the state in which it was
+// read: each time what the filling changed is written as an update behind the bytes
+// read, and then taken back. The bytes are those that filling a fresh copy would give.
+// Made, with copies of its own, by the thread that has the form; then used by one.
+class FormPress {
+ public:
+  // `names` are the full names, in UTF-8, of the fields that will be filled.
+  FormPress(const ZAcroForm& form, const std::vector<std::string>& names);
+  ~FormPress();
+
+  // The form with the values of the document.
+  Chaine Fill(const ZXFDF& data);
+
+ private:
+  // A dictionary that filling may change, and what it was.
+  struct Kept {
+    ZPDFNodeDictionary* dictionary;
+    std::unique_ptr<ZPDFNodeDictionary> original;
+  };
+
+  void Prepare();
+  void Keep(ZPDFNodeDictionary* dictionary);
+  bool IsChanged() const;
+  Chaine Written() const;
+  bool TakeBack();
+
+  const ZAcroForm original_;
+  std::vector<std::string> names_;
+  std::unique_ptr<ZAcroForm> form_;  // null when it has to be copied anew
+  std::vector<Kept> kept_;
+  // The objects where those dictionaries stand, in the order of their numbers.
+  std::vector<ZPDFNodeIndirectObject*> objects_;
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zforms::tool {
+
+// A value of a row of data, UTF-8. A list has its further values in `more`.
+struct Cell {
+  std::string text;
+  std::vector<std::string> more;
+  bool is_null = false;  // says nothing, which is not the same as an empty text
+};
+
+using RowNames = std::shared_ptr<const std::vector<std::string>>;
+
+// A row of data, such as a record of a CSV file. Rows with the same columns share
+// their names.
+struct Row {
+  uint64_t number = 0;  // the first is 1
+  uint64_t line = 0;    // where it starts in its file, from 1
+  std::string fault;    // why it cannot be used; empty when it can
+  RowNames names;
+  std::vector<Cell> cells;  // as many as names, unless there is a fault
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,188 @@
+#!/usr/bin/env python3
+"""zforms batch: every form is the one that zforms fill makes, nothing is lost or written over, bad rows are named."""
+
+import csv
+import io
+import json
+import os
+import random
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+from tool_case import ODD_VALUES, SAMPLES, TOOL, expect, odd_form, run_tests, same, zforms
+
+SAMPLE = SAMPLES / "membership_form.pdf"
+
+
+def table(path, names, rows):
+    text = io.StringIO()
+    writer = csv.writer(text)
+    writer.writerows([names, *rows])
+    path.write_text(text.getvalue(), encoding="utf-8", newline="")
+    return path
+
+
+def forms_in(folder):
+    return sorted(file.name for file in folder.iterdir() if not file.name.startswith("."))
+
+
+def bytes_of(folder):
+    return {name: (folder / name).read_bytes() for name in forms_in(folder)}
+
+
+def test_forms_are_those_of_fill(folder):
+    """Whatever was filled before in the same thread, and however many threads there are."""
+    form = odd_form(folder / "odd.pdf")
+    draw = random.Random(4)
+    rows = []
+    for _ in range(120):
+        chosen = [name for name in ODD_VALUES if draw.random() < 0.8]
+        rows.append({name: draw.choice([None, *ODD_VALUES[name]]) for name in chosen})
+    data = folder / "rows.jsonl"
+    data.write_text("".join(json.dumps(row, ensure_ascii=False) + "\n" for row in rows), encoding="utf-8")
+    for jobs in ("1", "3"):
+        status, _, err = zforms("batch", form, "--data", data, "--out", folder / jobs, "--jobs", jobs)
+        same(f"exit status with {jobs} jobs", (status, err), (0, ""))
+    made = bytes_of(folder / "1")
+    same("the number of threads changes nothing", bytes_of(folder / "3") == made, True)
+    same("forms", len(made), len(rows))
+    for number, row in enumerate(rows, 1):
+        single = folder / "row.json"
+        single.write_text(json.dumps(row), encoding="utf-8")
+        zforms("fill", form, single, "-o", folder / "single.pdf")
+        expect(made.get(f"{number:06}.pdf") == (folder / "single.pdf").read_bytes(), "as zforms fill", row)
+
+
+BAD_ROWS = [  # label, line of CSV, what is said of it
+    ("too few values", "a", "it has 1 value where the first record names 4"),
+    ("too many values", "a,Oui,FR,1,2", "it has 5 values where the first record names 4"),
+    ("no state", "a,Peut-être,FR,1", 'field "adherent.premiere": "Peut-être" is not one of its states'),
+    ("no choice", "a,Oui,XX,1", 'field "adherent.pays": "XX" is not one of its choices'),
+    ("too long", "a,Oui,FR,123456", 'field "adherent.code_postal": "123456" has 6 characters, and it takes 5'),
+    ("text behind a quote", '"a"b,Oui,FR,1', "there is text behind the closing quote of a value"),
+    ("the same file, in other letters", "GOOD É,Oui,FR,1", 'its file "GOOD É.pdf" is that of line 2'),
+    ("no name", " ,Oui,FR,1", "nothing is left of the name of its file"),
+    ("a file of somebody else", "theirs,Oui,FR,1", 'its file "theirs.pdf" is there already, and not of this batch'),
+]
+HEAD = "adherent.nom,adherent.premiere,adherent.pays,adherent.code_postal"
+
+
+def test_bad_rows_are_named(folder):
+    good = ["good é,Oui,FR,1", '"two\nlines",Off,BE,34500', ",Oui,FR,1".replace(",", "last,", 1)]
+    lines = [HEAD, good[0], *(line for _, line, _ in BAD_ROWS), good[1], good[2]]
+    data = folder / "rows.csv"
+    data.write_text("\r\n".join(lines), encoding="utf-8", newline="")
+    out = folder / "out"
+    out.mkdir()
+    (out / "theirs.pdf").write_text("mine")
+    arguments = ["batch", SAMPLE, "--data", data, "--out", out, "--name", "{adherent.nom}.pdf", "--jobs", "1"]
+    status, _, err = zforms(*arguments, "--report", folder / "report.json")
+    same("exit status", status, 3)
+    wanted = [f"line {number}: {what}" for number, (_, _, what) in enumerate(BAD_ROWS, 3)]
+    said = [line.split(": ", 2)[2] for line in err.splitlines() if ": line " in line]
+    same("what is said", sorted(said), sorted(wanted))
+    same("files", forms_in(out), sorted(["good é.pdf", "last.pdf", "theirs.pdf", "two_lines.pdf"]))
+    same("the other's file", (out / "theirs.pdf").read_text(), "mine")
+    report = json.loads((folder / "report.json").read_text(encoding="utf-8"))
+    same("report", [report[key] for key in ("rows", "filled", "failed", "stopped")], [12, 3, 9, False])
+    same("failures", sorted(entry["line"] for entry in report["failures"]), list(range(3, 12)))
+    named = {entry["line"]: entry.get("field") for entry in report["failures"]}
+    same("fields", [named[5], named[6], named[7], named[3]],
+         ["adherent.premiere", "adherent.pays", "adherent.code_postal", None])
+    # Set right, the rows are filled, and what was filled stays as it is.
+    before = bytes_of(out)
+    lines[2:7] = ["fixed%d,Oui,FR,1" % i for i in range(5)]
+    data.write_text("\r\n".join(lines), encoding="utf-8", newline="")
+    status, _, err = zforms(*arguments, "--resume", "--on-error", "stop")
+    same("stops at the first bad row", (status, "line 8: there is text" in err), (2, True))
+    after = bytes_of(out)
+    same("the rows set right", sorted(set(after) - set(before)), [f"fixed{i}.pdf" for i in range(5)])
+    same("the others", {name: after[name] for name in before}, before)
+
+
+def test_names(folder):
+    cases = [  # values of the columns a and b, the name of the file
+        ("1", "x", "1-x.pdf"), ("../../etc", "passwd", "_._.._etc-passwd.pdf"), ("a/b\\c:d", "*?\"<>|", "a_b_c_d-______.pdf"),
+        ("\tx", "end. ", "_x-end.pdf"), ("-rf", ".", "_rf-.pdf"), ("é" * 300, "z", "é" * 98 + ".pdf"),
+    ]
+    for text, what in [("%FDF-1.2\n", "it is no table"), ("<xfdf/>", "it is no table"), ("[{}]", "it is one JSON list"),
+                       ("", "there is no table in it"), ("a,b\n1,2\n", "no column of it feeds a field of the form")]:
+        (folder / "other").write_text(text)
+        status, _, err = zforms("batch", SAMPLE, "--data", folder / "other", "--out", folder / "none")
+        expect(status == 2 and what in err and not (folder / "none").exists(), f"a table {text!r}", err)
+    data = table(folder / "rows.csv", ["a", "b", "adherent.nom"], [[a, b, "n"] for a, b, _ in cases])
+    status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "out", "--name", "{a}-{b}")
+    same("exit status", (status, err), (0, ""))
+    same("names", forms_in(folder / "out"), sorted(name for _, _, name in cases))
+    data = table(folder / "device.csv", ["a", "adherent.nom"], [["con", ""], ["LPT1", ""], ["console", ""]])
+    zforms("batch", SAMPLE, "--data", data, "--out", folder / "device", "--name", "{a}.pdf")
+    same("devices of Windows", forms_in(folder / "device"), ["_LPT1.pdf", "_con.pdf", "console.pdf"])
+    for pattern, what in [("x.pdf", "it names no column"), ("{a", 'a "{" that opens'), ("a}", 'a "}" without'),
+                          ("d/{a}", 'a file name cannot hold "/"'), ("{nobody}", 'it has no "nobody"')]:
+        status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "none", "--name", pattern)
+        expect(status != 0 and what in err, f"the pattern {pattern}", err)
+
+
+def test_killed_and_resumed(folder):
+    """Whenever it is killed, the forms that are there are whole, and resuming makes the others."""
+    rows = [[f"{i:05}", f"Lebœuf {i}", "FR"] for i in range(4000)]
+    data = table(folder / "rows.csv", ["id", "adherent.nom", "adherent.pays"], rows)
+    arguments = ["batch", str(SAMPLE), "--data", str(data), "--name", "{id}.pdf", "--jobs", "2", "--out"]
+    zforms(*arguments, folder / "whole")
+    wanted = bytes_of(folder / "whole")
+    same("forms", len(wanted), len(rows))
+    out = folder / "killed"
+    kills = 0
+    for attempt in range(60):
+        batch = subprocess.Popen([TOOL, *arguments, str(out), "--resume"])
+        time.sleep(0.02 + 0.03 * attempt)
+        batch.send_signal(signal.SIGKILL)
+        if batch.wait() != -signal.SIGKILL:
+            break
+        kills += 1
+        broken = [name for name, got in (bytes_of(out) if out.is_dir() else {}).items() if got != wanted.get(name)]
+        if not same(f"half-written after {kills} kills", broken, []):
+            return
+    expect(kills >= 2, "it was killed midway", kills)
+    status, _, err = zforms(*arguments, out, "--resume")
+    same("exit status", (status, err), (0, ""))
+    same("forms lost", sorted(set(wanted) - set(bytes_of(out))), [])
+    same("the same forms", bytes_of(out) == wanted, True)
+    same("left over", sorted(name for name in os.listdir(out) if name.startswith(".")), [".zforms-batch"])
+    # Without saying so, an earlier batch is neither gone on with nor written over.
+    status, _, err = zforms(*arguments, out)
+    expect(status == 2 and "--resume goes on" in err, "an earlier batch", err)
+    status, _, err = zforms("batch", SAMPLE, "--data", data, "--name", "x{id}.pdf", "--out", out, "--resume")
+    expect(status == 2 and "are others than those of the earlier batch" in err, "another batch", err)
+
+
+def test_maps(folder):
+    """Columns of one rubric, a rubric of a file for all rows, a column with its rubric before its name."""
+    maps = folder / "maps.ini"
+    maps.write_text("; who feeds what\n[adhésion]\nadherent.nom = personne.Nom\nadherent.prénom d'usage=surnom\n"
+                    "adherent.ville=club.Ville\nadherent.email=autre.mail\nadherent.nulle=personne.x\n", encoding="cp1252")
+    (folder / "club.ini").write_text("[club]\nVille=Béziers\n", encoding="utf-8")
+    data = folder / "rows.csv"
+    data.write_text("nom;SURNOM;autre.mail;adherent.pays\nLebœuf;Maé;m@x;BE\n", encoding="utf-8-sig")
+    status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "out", "--map", maps, "--rubric",
+                            "personne", "--rubric", f"club={folder / 'club.ini'}")
+    same("exit status", status, 3)
+    said = [line.split(": ", 2)[2] for line in err.splitlines()]
+    same("warnings", said, ['the maps name a field "adherent.nulle", which the form has not',
+                            'column "adherent.pays" feeds no field'])
+    values = json.loads(zforms("export", folder / "out" / "000001.pdf", "--format", "json")[1])
+    same("values", [values["adherent." + key] for key in ("nom", "prénom d'usage", "ville", "email", "pays")],
+         ["Lebœuf", "Maé", "Béziers", "m@x", "FR"])
+
+
+def main():
+    tests = [test_forms_are_those_of_fill, test_bad_rows_are_named, test_names, test_killed_and_resumed, test_maps]
+    with tempfile.TemporaryDirectory() as folder:
+        return run_tests("batch_test", tests, folder)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,91 @@
+"""What the tests of the command line tool share: running it, and small forms to run it on."""
+
+import os
+import pathlib
+import subprocess
+import sys
+
+sys.dont_write_bytecode = True
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+SAMPLES = ROOT / "samples"
+TOOL = os.environ.get("ZFORMS_TOOL", "")
+sys.path.insert(0, str(SAMPLES))
+from form_writer import COMBO, MULTI_SELECT, Document, Name, Ref, Text, WideText
+
+SKIPPED = 77
+failures = []
+
+
+def expect(condition, label, text=""):
+    if not condition:
+        failures.append(f"{label}: {text}")
+    return condition
+
+
+def same(label, got, wanted):
+    return expect(got == wanted, label, f"\n    got    {got!r}\n    wanted {wanted!r}")
+
+
+def zforms(*arguments, stdin=None):
+    """(exit status, standard output, standard error); bytes that are no UTF-8 come as surrogates."""
+    done = subprocess.run([TOOL, *map(str, arguments)], input=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                          timeout=300)
+    return done.returncode, done.stdout.decode("utf-8", "surrogateescape"), done.stderr.decode("utf-8")
+
+
+def run_tests(name, tests, folder):
+    """Runs each test in a folder of its own; the exit status of the script."""
+    if not TOOL or not pathlib.Path(TOOL).is_file():
+        print(f"{name}: no zforms program at {TOOL!r} (ZFORMS_TOOL)")
+        return SKIPPED
+    for test in tests:
+        place = pathlib.Path(folder) / test.__name__
+        place.mkdir()
+        test(place)
+    for failure in failures:
+        print(failure)
+    print(f"{name}:", f"{len(failures)} failures" if failures else f"{len(tests)} tests passed")
+    return 1 if failures else 0
+
+
+def odd_form(path):
+    """A form with all that filling changes or removes: selected indices, rich text, states of widgets, a value with
+    another encoding, fields that stand inside one another without objects of their own."""
+    document = Document()
+    catalog, form, page = document.reserve(), document.reserve(), document.reserve()
+
+    def states(on):
+        return {"N": {on: document.add({}, b""), "Off": document.add({}, b"")}}
+
+    def widget(**entries):
+        return {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(page), **entries}
+
+    fields = [
+        document.add(widget(FT=Name("Ch"), Ff=MULTI_SELECT, T=Text("liste"), I=[1], V=Text("B"), DA=Text("/H 9 Tf"),
+                            Opt=[Text("A"), Text("B"), Text("C")])),
+        document.add(widget(FT=Name("Ch"), Ff=COMBO, T=Text("choix"), I=[0], V=Text("é"), Opt=[Text("é"), Text("è")])),
+        document.add(widget(FT=Name("Tx"), RV=Text("<p>riche</p>"), T=Text("riche"), V=Text("riche"), MaxLen=8)),
+        document.add(widget(FT=Name("Tx"), T=WideText("nom élu"), V=WideText("même"))),
+        document.add({"T": Text("groupe"), "Kids": [
+            widget(FT=Name("Tx"), T=Text("direct")),
+            {"FT": Name("Btn"), "Ff": 1 << 15, "T": Text("radio"), "V": Name("x"),
+             "Kids": [widget(AS=Name("x"), AP=states("x")), widget(AS=Name("Off"), AP=states("y"))]}]}),
+        document.add(widget(FT=Name("Btn"), T=Text("case"), AS=Name("Off"), AP=states("Oui"))),
+    ]
+    document.put(form, {"Fields": fields, "DA": Text("/H 9 Tf 0 g")})
+    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
+    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100]})
+    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": form})
+    path.write_bytes(document.finish(catalog, document.add({"Title": Text("odd")}))[0])
+    return path
+
+
+ODD_VALUES = {  # what each field of the odd form may be given
+    "liste": ["A", "B", "A\nC", "C", ""],
+    "choix": ["é", "è", ""],
+    "riche": ["riche", "autre", ""],
+    "nom élu": ["même", "d'autres", "Łódź", "deux\nlignes", ""],
+    "groupe.direct": ["", "x", "(y\\"],
+    "groupe.radio": ["x", "y", "Off"],
+    "case": ["Oui", "Off", "true", "false", ""],
+}

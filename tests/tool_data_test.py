@@ -1,0 +1,193 @@
+#!/usr/bin/env python3
+"""zforms fill, export and map: what one writes the other reads, in every format, and so do Python's readers and pdftk."""
+
+import csv
+import io
+import json
+import os
+import random
+import shutil
+import sys
+import tempfile
+
+import peers
+from tool_case import ODD_VALUES, SAMPLES, expect, odd_form, run_tests, same, zforms
+
+SAMPLE = SAMPLES / "membership_form.pdf"
+NAME, USUAL, CITY = "adherent.nom", "adherent.prénom d'usage", "adherent.ville"
+
+
+def export(form, kind="json"):
+    status, out, err = zforms("export", form, "--format", kind)
+    expect(status == 0, f"export of {form.name} as {kind}", err)
+    return out
+
+
+def fill(form, data, folder, suffix, wanted=0):
+    """The filled form, from data of that kind."""
+    source, target = folder / f"data.{suffix}", folder / f"from_{suffix}.pdf"
+    source.write_bytes(data if isinstance(data, bytes) else data.encode("utf-8", "surrogateescape"))
+    target.unlink(missing_ok=True)
+    status, _, err = zforms("fill", form, source, "-o", target)
+    same(f"fill from {suffix}", (status, err if status != wanted else ""), (wanted, ""))
+    return target
+
+
+def test_every_format_brings_the_values_back(folder):
+    draw = random.Random(7)
+    odd = odd_form(folder / "odd.pdf")
+    values = {name: draw.choice(choices[:3]) for name, choices in ODD_VALUES.items()}
+    cases = [(odd, fill(odd, json.dumps(values), folder, "json").rename(folder / "odd_filled.pdf"))]
+    for name in ("membership_form", "tax_return"):
+        target = folder / f"{name}.pdf"
+        zforms("fill", SAMPLES / f"{name}.pdf", SAMPLES / f"{name}.xfdf", "-o", target)
+        cases.append((SAMPLES / f"{name}.pdf", target))
+    for form, filled in cases:
+        wanted = json.loads(export(filled))
+        expect(sum(value is not None for value in wanted.values()) > 4, f"values of {form.name}", wanted)
+        for kind in ("xfdf", "fdf", "json", "csv"):
+            back = json.loads(export(fill(form, export(filled, kind), folder, kind)))
+            same(f"{form.name} by {kind}", {n: v for n, v in back.items() if v}, {n: v for n, v in wanted.items() if v})
+        rows = list(csv.reader(io.StringIO(export(filled, "csv"), newline="")))
+        same(f"{form.name} as Python reads CSV", dict(zip(*rows)),
+             {n: "\n".join(v) if isinstance(v, list) else v or "" for n, v in wanted.items()})
+
+
+def test_pdftk_agrees(folder):
+    if not shutil.which("pdftk"):
+        print("skipped: pdftk is not installed")
+        return
+    filled = folder / "filled.pdf"
+    zforms("fill", SAMPLE, SAMPLES / "membership_form.xfdf", "-o", filled)
+    ours, theirs, form = folder / "ours.fdf", folder / "theirs.fdf", folder / "theirs.pdf"
+    zforms("export", filled, "--format", "fdf", "-o", ours)
+    peers.run("pdftk", SAMPLE, "fill_form", ours, "output", form)
+    same("pdftk reads our FDF", json.loads(export(form)), json.loads(export(filled)))
+    peers.run("pdftk", filled, "generate_fdf", "output", theirs)
+    same("we read pdftk's", json.loads(export(fill(SAMPLE, theirs.read_bytes(), folder, "fdf"))),
+         json.loads(export(filled)))
+
+
+TABLES = [  # label, bytes of a CSV file, the values, or what is wrong
+    ("separator ;", "adherent.nom;adherent.ville\nA;B, C\n", {NAME: "A", CITY: "B, C"}),
+    ("tabs", "adherent.nom\tadherent.ville\nA\tB;C", {NAME: "A", CITY: "B;C"}),
+    ("a word on the separator", "sep=|\r\nadherent.nom|adherent.ville\r\nA|B\r\n", {NAME: "A", CITY: "B"}),
+    ("one column", "adherent.nom\n\n\nA\n\n", {NAME: "A"}),
+    ("lines ended by CR", "adherent.nom,adherent.ville\rA,B\r", {NAME: "A", CITY: "B"}),
+    ("quotes, line ends and separators in a value", 'adherent.nom,adherent.adresse\n"a ""b"", c","1\r\n2\n3"\n',
+     {NAME: 'a "b", c', "adherent.adresse": "1\n2\n3"}),
+    ("a quoted name, a quote inside a value", '"adherent.nom"\na"b\n', {NAME: 'a"b'}),
+    ("a column without a name, a separator at the end", "adherent.nom,\nA,\n", {NAME: "A"}),
+    ("a mark", "\ufeffadherent.prénom d'usage\nMaé\n", {USUAL: "Maé"}),
+    ("windows-1252", "adherent.prénom d'usage;adherent.nom\nMaé;Œuf €\n".encode("cp1252"), {USUAL: "Maé", NAME: "Œuf €"}),
+    ("damaged UTF-8", b"adherent.nom,adherent.ville\n\xc3\xa9,\xe9\n", 'line 2: column "adherent.ville": the text is not'),
+    ("two rows", "adherent.nom\nA\nB\n", "it has more than one row"),
+    ("no row", "adherent.nom,adherent.ville\n", "it holds no row"),
+    ("an open quote", 'adherent.nom\n"A\nB\n', "the quote that opens a value in line 2 is not closed"),
+    ("two columns of a name", "a,a\n1,2\n", 'two columns are named "a"'),
+    ("a fault of its line", 'adherent.nom,adherent.ville\n"1\n2"x,3\n', "line 2: there is text behind the closing quote"),
+]
+OBJECTS = [
+    ("an object within", '{"adherent": {"nom": "A", "ville": null}}', {NAME: "A"}),
+    ("numbers keep their digits", '{"adherent.nom": 1.50, "adherent.ville": 12345678901234567890123}',
+     {NAME: "1.50", CITY: "12345678901234567890123"}),
+    ("truth", '{"adherent.premiere": true, "adherent.nom": false}', {"adherent.premiere": "Oui", NAME: "false"}),
+    ("a list of one object", '\ufeff[ {"adherent.nom": "A"} ]\n', {NAME: "A"}),
+    ("a list of values", '{"activites.ateliers": ["SEMIS", "RUCHER"]}', {"activites.ateliers": ["SEMIS", "RUCHER"]}),
+    ("an empty list", '{"activites.ateliers": [], "adherent.nom": "A"}', {NAME: "A"}),
+    ("the last of a name", '{"adherent.nom": "A", "adherent.nom": "B"}', {NAME: "B"}),
+    ("no object", "[1]", "it is no JSON object"),
+    ("a list of lists", '{"adherent.nom": [["A"]]}', "a list holds a list"),
+    ("broken off", '{"adherent.nom": "A"', "it is no JSON at character"),
+    ("too deep", '{"a":' * 5000, "objects stand too deep in one another"),
+    ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" takes it'),
+]
+FORM_DATA = [
+    ("names in any order, comments, kids",
+     "%FDF-1.2\n7 0 obj <</FDF <</Fields 8 0 R>> >> endobj % x\n8 0 obj [<</T(adherent)/Kids[<</V(A\\rB)/T(nom)>>"
+     "<</T<FEFF00700072>/V()>> <</T(ville)/V 9 0 R>>]>> <</T(formule)/V/Famille>>] endobj 9 0 obj (Ici) endobj",
+     {NAME: "A\nB", CITY: "Ici", "formule": "Famille"}),
+    ("kids that go round", "%FDF-1.2\n1 0 obj<</FDF<</Fields[2 0 R]>>>>endobj 2 0 obj<</T(adherent)/Kids[2 0 R "
+     "<</T(nom)/V(A)>>]>>endobj", {NAME: "A"}),
+    ("no fields", "%FDF-1.2\n1 0 obj<</FDF<<>>>>endobj", {}),
+    ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'no object of it has "/FDF"'),
+]
+
+
+def test_what_is_read(folder):
+    empty = {name: value for name, value in json.loads(export(SAMPLE)).items()}
+    for kind, cases in (("csv", TABLES), ("json", OBJECTS), ("fdf", FORM_DATA)):
+        for label, data, wanted in cases:
+            label = f"{kind}: {label}"
+            source, target = folder / f"data.{kind}", folder / "out.pdf"
+            source.write_bytes(data if isinstance(data, bytes) else data.encode("utf-8"))
+            target.unlink(missing_ok=True)
+            status, _, err = zforms("fill", SAMPLE, source, "-o", target)
+            if isinstance(wanted, str):
+                expect(status == 2 and wanted in err and not target.exists(), label, (status, err))
+            elif expect(target.exists(), label, err):
+                got = json.loads(export(target))
+                same(label, {name: value for name, value in got.items() if value != empty[name]}, wanted)
+
+
+def test_many_forms_make_one_table(folder):
+    odd = odd_form(folder / "odd.pdf")
+    broken = folder / "broken.pdf"
+    broken.write_bytes(b"%PDF-1.4\n")
+    status, out, err = zforms("export", odd, SAMPLE, broken, "--format", "csv")
+    rows = list(csv.DictReader(io.StringIO(out, newline="")))
+    same("exit status", status, 2)
+    expect(str(broken) in err, "the broken one is named", err)
+    same("files", [row["file"] for row in rows], [str(odd), str(SAMPLE)])
+    same("values", [(row["riche"], row["adherent.pays"]) for row in rows], [("riche", ""), ("", "FR")])
+    whole = json.loads(zforms("export", odd, SAMPLE, "--format", "json")[1])
+    lines = [json.loads(line) for line in zforms("export", odd, SAMPLE, "--format", "jsonl")[1].splitlines()]
+    same("json and jsonl", whole, lines)
+    same("one of many", {k: v for k, v in whole[1].items() if k != "file"}, json.loads(export(SAMPLE)))
+    status, _, err = zforms("export", odd, SAMPLE)
+    expect(status == 2 and "xfdf holds one form" in err, "many as XFDF", err)
+
+
+def test_whole_cycle(folder):
+    """Rubrics in CSV and an INI map; what feeds what; filled; exported; the values are those of the table."""
+    (folder / "maps.ini").write_text("[Adhésion]\nadherent.nom=membre.NOM\nadherent.prénom d'usage=membre.prénom\n"
+                                     "adherent.ville=club.ville\nNuméro d'adhérent=membre.numéro\n", encoding="utf-8")
+    people = [{"numéro": f"JC-{i}", "nom": name, "prénom": usual}
+              for i, (name, usual) in enumerate([("Lebœuf", "Maë"), ("Łoś", "Ægir"), ('A "b"; c,', "Zoé\nÉlise")])]
+    with open(folder / "people.csv", "w", encoding="utf-8-sig", newline="") as file:
+        writer = csv.DictWriter(file, ["numéro", "nom", "prénom"], delimiter=";")
+        writer.writeheader()
+        writer.writerows(people)
+    (folder / "club.csv").write_text("ville\nSète\n", encoding="utf-8")
+    rubrics = ["--rubric", f"club={folder / 'club.csv'}"]
+    status, out, err = zforms("map", SAMPLE, "--ini", folder / "maps.ini", *rubrics, "--rubric",
+                              f"MEMBRE={folder / 'people.csv'}")
+    same("map", (status, err), (0, ""))
+    table = [line.split() for line in out.splitlines()]
+    same("what feeds it", [line[-3:] for line in table if line[0] in (NAME, CITY)],
+         [["text", "membre.NOM", "Lebœuf"], ["text", "club.ville", "Sète"]])
+    unmapped = [line[-1] == "-" for line in table[1:]]
+    same("unmapped fields come last", unmapped, sorted(unmapped))
+    status, _, err = zforms("batch", SAMPLE, "--data", folder / "people.csv", "--map", folder / "maps.ini", *rubrics,
+                            "--section", "Adhésion", "--out", folder / "out", "--name", "{numéro}.pdf")
+    same("batch", (status, err), (0, ""))
+    forms = [folder / "out" / f"{person['numéro']}.pdf" for person in people]
+    rows = list(csv.DictReader(io.StringIO(zforms("export", *forms, "--format", "csv")[1], newline="")))
+    for person, row, form in zip(people, rows, forms):
+        same(f"values of {form.name}", (row["Numéro d'adhérent"], row[NAME], row[USUAL], row[CITY]),
+             (person["numéro"], person["nom"], person["prénom"], "Sète"))
+        if shutil.which("qpdf"):
+            same(f"qpdf on {form.name}", peers.qpdf_check(form), (0, 0))
+    status, _, err = zforms("map", SAMPLE, "--ini", folder / "maps.ini", "--section", "none")
+    expect(status == 2 and "maps.ini" in err, "no such section", err)
+
+
+def main():
+    tests = [test_every_format_brings_the_values_back, test_pdftk_agrees, test_what_is_read,
+             test_many_forms_make_one_table, test_whole_cycle]
+    with tempfile.TemporaryDirectory() as folder:
+        return run_tests("tool_data_test", tests, folder)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
