@@ -234,6 +234,29 @@ def templates_are_checked(folder):
     expect(done.returncode == 2 and b"there are no forms" in done.stderr, f"an empty folder: {done.stderr}")
 
 
+def imported(folder):
+    templates = folder / "templates"
+    templates.mkdir()
+    bare = (ROOT / "samples/membership_form.pdf").read_bytes()
+    for old, new in ((b"(ZOR)", b"(XOR)"), (b"save.cgi", b"sent.cgi"), (b"modify.cgi", b"change.cgi"), (b"/ID [", b"/IX [")):
+        expect(old in bare, f"the sample has {old}")
+        bare = bare.replace(old, new)
+    (folder / "bare.pdf").write_bytes(bare)
+    done = subprocess.run([TOOL, "import", str(folder / "bare.pdf"), "-o", str(templates / "F1.pdf")], capture_output=True,
+                          timeout=30)
+    expect(done.returncode == 0 and done.stderr.count(b"added: ") == 4, f"import: {done.stderr.decode()}")
+    pdf = (templates / "F1.pdf").read_bytes()
+    expect(pdf.startswith(bare), "what was added is appended")
+    check_pdf(folder, pdf, "imported form")
+    again = subprocess.run([TOOL, "import", str(templates / "F1.pdf"), "-o", str(folder / "again.pdf")],
+                           capture_output=True, timeout=30)
+    expect(again.returncode == 0 and not again.stderr, f"a second import: {again.stderr.decode()}")
+    with Server(folder, templates=templates) as server:
+        done = subprocess.run([TOOL, "submit", "F1", "--port", str(server.port), "--set", "adherent.nom=x"],
+                              capture_output=True, timeout=30)
+        expect(done.returncode == 0 and b"saved" in done.stdout, f"an imported form is saved: {done}")
+
+
 def ended_under_load(folder, number):
     """Four clients save until the server ends; what was answered as accepted is stored, and nothing twice."""
     accepted, sent = [], []
@@ -291,7 +314,7 @@ def by_the_tool(folder):
 
 
 def main():
-    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, by_the_tool,
+    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, imported, by_the_tool,
              lambda folder: ended_under_load(folder, signal.SIGKILL),
              lambda folder: ended_under_load(folder, signal.SIGKILL),
              lambda folder: ended_under_load(folder, signal.SIGTERM)]

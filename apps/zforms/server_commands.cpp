@@ -42,6 +42,17 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
       ->check(CLI::IsMember({"text", "json"}));
 }
 
+void AddImport(CLI::App& app, std::function<int()>* run) {
+  const auto options = std::make_shared<ImportOptions>();
+  CLI::App* command = Add(app, "import",
+                          "Give a form what it lacks to be served: an identifier, the hidden field of the session, "
+                          "buttons to save and to modify, XFDF as what they submit. What was added is appended to the "
+                          "bytes read.",
+                          "  zforms import form.pdf -o forms/F1.pdf", options, RunImport, run);
+  command->add_option("FILE", options->file, "The PDF file, or \"-\" for standard input.")->required();
+  command->add_option("-o,--output", options->output, "Where the form goes: a file, or \"-\".")->required();
+}
+
 void AddSubmissions(CLI::App& app, std::function<int()>* run) {
   const auto options = std::make_shared<SubmissionsOptions>();
   CLI::App* command =
@@ -88,6 +99,7 @@ void AddSubmit(CLI::App& app, std::function<int()>* run) {
 
 void AddServerCommands(CLI::App& app, std::function<int()>* run) {
   AddServe(app, run);
+  AddImport(app, run);
   AddSubmissions(app, run);
   AddRubrics(app, run);
   AddSubmit(app, run);

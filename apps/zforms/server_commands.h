@@ -26,6 +26,12 @@ struct ServeOptions {
 };
 int RunServe(const ServeOptions& options);
 
+struct ImportOptions {
+  std::string file;
+  std::string output;
+};
+int RunImport(const ImportOptions& options);
+
 struct SubmissionsOptions {
   std::string data;
   std::string code;

@@ -10,12 +10,9 @@
 namespace zforms::tool {
 namespace {
 
-// Bit 6 of a submit action's "/Flags" (ISO 32000-1 table 237).
-constexpr uint32_t kAsXFDF = 0x20;
-
 bool SubmitsXFDF(const ZAcroFormField& button) {
   const auto* action = NodeCast<ZPDFNodeDictionary>(button.Dico()->GetTarget("/A"));
-  return action != nullptr && (action->GetUIntValue("/Flags") & kAsXFDF) != 0;
+  return action != nullptr && (action->GetUIntValue("/Flags") & kSubmitsXFDF) != 0;
 }
 
 void CheckButtons(const ZAcroFormServerForm& form, ZDocument::Status status, const std::string& page,
@@ -48,12 +45,16 @@ void CheckNames(const ZAcroFormServerForm& form, std::vector<std::string>* fault
 std::vector<std::string> CheckTemplate(const Chaine& path) {
   ZAcroFormServerForm form;
   if (!form.Load(path, Chaine())) return {"cannot be read: " + form.Diagnostics().Failure().ToString()};
+  return CheckTemplate(form);
+}
+
+std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
   if (!form.IsValid()) return {"is a document without form fields"};
   std::vector<std::string> faults;
   if (form.Parser()->IDOriginal().IsEmpty()) {
     faults.emplace_back("has no identifier (\"/ID\"): what is submitted from it is refused");
   }
-  const ZAcroFormField* const session = std::as_const(form).Fields().Get(ZXFDF::kSessionIDField);
+  const ZAcroFormField* const session = form.Fields().Get(ZXFDF::kSessionIDField);
   if (session == nullptr || session->Type() != ZAcroFormField::eText) {
     faults.push_back(std::string("has no text field \"") + ZXFDF::kSessionIDField +
                      "\", which is hidden and carries the session: what is submitted is refused");
