@@ -49,11 +49,24 @@ class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
   OfficeMessage(Office* office, std::shared_ptr<Stored> stored, const ZInetURL& url, const ZXFDF& xfdf, bool accepted)
       : ZAcroFormServerSaveXFDFMessage(url, xfdf, accepted), office_(office), stored_(std::move(stored)) {}
 
-  void OnIdleMessage() override { stored_->set_value(office_->Keep(URL(), XFDF(), DataIsOK())); }
+  void OnIdleMessage() override {
+    office_->Keep(URL(), XFDF(), DataIsOK(), [stored = stored_](bool done) { stored->set_value(done); });
+  }
 
  private:
   Office* office_;
   std::shared_ptr<Stored> stored_;
+};
+
+// Comes after the submissions that wait with the one that posted it.
+class FlushMessage : public ZIdleMessage {
+ public:
+  explicit FlushMessage(Store* store) : store_(store) {}
+
+  void OnIdleMessage() override { store_->Flush(); }
+
+ private:
+  Store* store_;
 };
 
 class OfficeSession : public ZAcroFormServerXFDFSession {
@@ -188,7 +201,7 @@ int Office::OpenForm(const Chaine& code, ZXFDF* xfdf) {
 
 // --- what comes back ---
 
-bool Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) {
+void Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done) {
   const ZXFDFTransactionInfos transaction = xfdf.SessionID().Transaction();
   const ZXFDFFolderInfos folder = xfdf.SessionID().Folder();
   Submission submission;
@@ -205,11 +218,17 @@ bool Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) {
     if (field == nullptr || !field->HasValue() || name == ZXFDF::kSessionIDField) continue;
     submission.fields.emplace_back(name.ToString(), WithLineFeeds(field->ValuesAsText()));
   }
-  if (store_->AddSubmission(submission, accepted)) return true;
-  log_->Event("error", "a submission could not be stored: " + store_->LastError());
-  // The client is told so, and may send the same again.
-  if (accepted) handler_->TransactionManager().Restore(transaction.id, transaction.count);
-  return false;
+  const auto finish = [this, transaction, accepted, told = std::move(done)](bool stored) {
+    if (!stored) {
+      log_->Event("error", "a submission could not be stored; its sender is told so");
+      // The same may be submitted again.
+      if (accepted) handler_->TransactionManager().Restore(transaction.id, transaction.count);
+    }
+    told(stored);
+  };
+  if (!store_->AddSubmission(submission, accepted, finish)) return;
+  const ZCountedPtr<ZIdleMessage> message(new FlushMessage(store_));
+  server_->IdleMessages().Post(message.get());
 }
 
 }  // namespace zforms::tool

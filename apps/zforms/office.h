@@ -58,8 +58,9 @@ class Office {
 
   // Whether the form is one that is out, by the session that it went out with.
   bool IsOut(const ZXFDF::SessionInfos& infos) const;
-  // Stores a submission. False when it is not stored; its form may then be submitted again.
-  bool Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted);
+  // Stores a submission, together with others that came at the time; `done` is told
+  // whether it is stored. If not its form may be submitted again.
+  void Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done);
 
  private:
   class OfficeServer;

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "apps/zforms/statement.h"
 
@@ -54,6 +55,7 @@ std::unique_ptr<Store> Store::Open(const std::string& folder, Mode mode, std::st
 }
 
 Store::~Store() {
+  Flush();
   statements_.clear();
   sqlite3_close(database_);
   sqlite3_close(lock_);
@@ -99,6 +101,7 @@ Statement& Store::Get(const char* sql) {
 
 bool Store::AddForm(const OpenedForm& form) {
   const std::lock_guard lock(mutex_);
+  FlushLocked();
   return Get("INSERT INTO forms VALUES(?, ?, ?, ?, ?, ?)")
       .Bind(form.transaction)
       .Bind(form.code)
@@ -123,12 +126,41 @@ std::vector<OpenedForm> Store::Forms() {
 
 // --- submissions ---
 
-bool Store::AddSubmission(const Submission& submission, bool accepted) {
+bool Store::AddSubmission(const Submission& submission, bool accepted, Done done) {
   const std::lock_guard lock(mutex_);
-  if (!Execute("BEGIN IMMEDIATE")) return false;
-  if (InsertSubmission(submission, accepted) && Execute("COMMIT")) return true;
-  Execute("ROLLBACK");
+  const bool is_first = batch_.empty();
+  const bool begun = (!is_first || Execute("BEGIN IMMEDIATE")) && Execute("SAVEPOINT one");
+  const bool added = begun && InsertSubmission(submission, accepted) && Execute("RELEASE one");
+  if (added) {
+    batch_.push_back(std::move(done));
+    return is_first;
+  }
+  if (begun) Execute("ROLLBACK TO one; RELEASE one");
+  // After some failures, such as a full disk, nothing is left of the transaction.
+  if (sqlite3_get_autocommit(database_) != 0) {
+    EndBatch(false);
+  } else if (is_first) {
+    Execute("ROLLBACK");
+  }
+  done(false);
   return false;
+}
+
+void Store::Flush() {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+}
+
+void Store::FlushLocked() {
+  if (batch_.empty()) return;
+  const bool stored = Execute("COMMIT");
+  if (!stored && sqlite3_get_autocommit(database_) == 0) Execute("ROLLBACK");
+  EndBatch(stored);
+}
+
+void Store::EndBatch(bool stored) {
+  for (const Done& done : batch_) done(stored);
+  batch_.clear();
 }
 
 bool Store::InsertSubmission(const Submission& submission, bool accepted) {
@@ -202,6 +234,7 @@ Store::Rubrics Store::ReadRubrics() {
 
 bool Store::SetRubric(const std::string& rubric, const std::string& field, const std::string& value) {
   const std::lock_guard lock(mutex_);
+  FlushLocked();
   return Get("INSERT OR REPLACE INTO rubrics VALUES(?, ?, ?)").Bind(rubric).Bind(field).Bind(value).Run();
 }
 

@@ -48,7 +48,8 @@ struct SubmissionFilter {
 // Store keeps what the form server of an office knows, in one SQLite file,
 // "zforms.db", of its data folder: forms that are out, submissions, and the rubrics
 // that forms are filled from. One server at a time writes; others may read
-// meanwhile. Each change is on the disk when its function returns. Any thread.
+// meanwhile. Each change is on the disk when its function returns, or says so. Any
+// thread.
 class Store {
  public:
   enum class Mode { kRead, kServe, kEdit };
@@ -62,9 +63,14 @@ class Store {
 
   bool AddForm(const OpenedForm& form);
   std::vector<OpenedForm> Forms();
-  // Stores what was submitted, whole and field by field, and raises the count of its
-  // form, all or nothing; what was rejected is kept apart.
-  bool AddSubmission(const Submission& submission, bool accepted);
+  using Done = std::function<void(bool stored)>;
+  // Takes what was submitted, whole and field by field, and raises the count of its
+  // form, all or nothing; what was rejected is kept apart. It waits for Flush, so that
+  // those that come together share the wait for the disk; `done` is told whether it
+  // is there, at the latest then, and must not call the store. True when it is the
+  // first that waits.
+  bool AddSubmission(const Submission& submission, bool accepted, Done done);
+  void Flush();
   // Oldest first, until the visit returns false. False when reading fails.
   bool VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit);
 
@@ -80,11 +86,15 @@ class Store {
   bool Connect(const std::string& folder, Mode mode, std::string* error);
   bool Execute(const char* sql);
   bool InsertSubmission(const Submission& submission, bool accepted);
+  void EndBatch(bool stored);
+  void FlushLocked();
 
   mutable std::mutex mutex_;
   sqlite3* database_ = nullptr;
   // Held while this process serves; see Open.
   sqlite3* lock_ = nullptr;
+  // Of the submissions in the open transaction.
+  std::vector<Done> batch_;
   // Prepared once, by their text.
   std::map<std::string, std::unique_ptr<Statement>, std::less<>> statements_;
   Statement& Get(const char* sql);
