@@ -315,8 +315,7 @@ def by_the_tool(folder):
 
 def main():
     cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, imported, by_the_tool,
-             lambda folder: ended_under_load(folder, signal.SIGKILL),
-             lambda folder: ended_under_load(folder, signal.SIGKILL),
+             *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
              lambda folder: ended_under_load(folder, signal.SIGTERM)]
     for case in cases:
         with tempfile.TemporaryDirectory() as folder:
