@@ -6,6 +6,12 @@
 #include "platform/inet_stream.h"
 
 namespace zforms {
+namespace {
+
+// Session infos are read anew for each of their parameters; a host's are short.
+constexpr size_t kMaxSessionInfos = size_t{64} << 10;
+
+}  // namespace
 
 ZHTTPServerPageXFDFSession::ZHTTPServerPageXFDFSession(const ZHTTPServerPageXFDF* page, uint64_t folder,
                                                        int32_t exercice)
@@ -13,7 +19,9 @@ ZHTTPServerPageXFDFSession::ZHTTPServerPageXFDFSession(const ZHTTPServerPageXFDF
 
 ZHTTPServerPageXFDFSession::~ZHTTPServerPageXFDFSession() = default;
 
-bool ZHTTPServerPageXFDFSession::IsOwn(const ZXFDFSessionInfos& infos) const {
+bool ZHTTPServerPageXFDFSession::IsOwn(const ZXFDF& xfdf) const {
+  if (xfdf.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().size() > kMaxSessionInfos) return false;
+  const ZXFDFSessionInfos& infos = xfdf.SessionID();
   return infos.Folder() == ZXFDFFolderInfos{folder_, static_cast<uint32_t>(exercice_)} &&
          infos.Software() == page_->Software();
 }
@@ -32,7 +40,7 @@ bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
     href.MoveTo(request.URL().AsChaine());
     xfdf_.SetPDFHRef(href);
   }
-  if (!IsInError() && xfdf_.HasSessionID() && !IsOwn(xfdf_.SessionID())) SetStatus(409);
+  if (!IsInError() && xfdf_.HasSessionID() && !IsOwn(xfdf_)) SetStatus(409);
   return !IsInError();
 }
 

@@ -20,7 +20,7 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   ~ZHTTPServerPageXFDFSession() override;
 
   // Reads the document. 409 when it has no "ids", or session infos of another folder,
-  // financial year or application; one without session infos passes. A document
+  // financial year or application, or longer than 64 KiB; one without passes. A document
   // that names no PDF gets the request's own URL.
   bool SetFullRequest(ZHTTPReadRequest& request) override;
 
@@ -36,7 +36,7 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   static bool SendXFDF(ZHTTPSendResponse& response, const ZXFDF& xfdf);
 
  private:
-  bool IsOwn(const ZXFDFSessionInfos& infos) const;
+  bool IsOwn(const ZXFDF& xfdf) const;
 
   const ZHTTPServerPageXFDF* page_;
   ZXFDF xfdf_;
