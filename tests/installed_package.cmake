@@ -1,7 +1,7 @@
 # Installs the build, then builds and runs examples/ against the installed package alone, as a host's
 # developer would.
 #
-# cmake -DBUILD_DIR= -DSOURCE_DIR= -DWORK_DIR= -DCXX_COMPILER= -DGENERATOR= -DCXX_FLAGS= -P installed_package.cmake
+# cmake -DBUILD_DIR= -DSOURCE_DIR= -DWORK_DIR= -DCXX_COMPILER= -DGENERATOR= -DCXX_FLAGS= -DPYTHON= -P installed_package.cmake
 
 function(run)
   execute_process(COMMAND ${ARGV} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -58,3 +58,6 @@ string(LENGTH "${after}" length_after)
 if(NOT position EQUAL 0 OR NOT length_after GREATER length_before)
   message(FATAL_ERROR "${filled} is not ${form} with an update appended")
 endif()
+
+# The other serves a form, which is submitted twice.
+run("${PYTHON}" "${SOURCE_DIR}/tests/form_server_example.py" "${WORK_DIR}/build/form_server" "${SOURCE_DIR}/samples")

@@ -169,6 +169,27 @@ TEST(Transaction, CountsJumpAndNeverWrap) {
   EXPECT_FALSE(manager.IncTransactionIn(foreign));
 }
 
+TEST(Transaction, ThoseOfAnEarlierRunGoOn) {
+  const StoppedClock clock(700);
+  ZXFDFTransaction earlier(clock);
+  ZXFDF xfdf;
+  earlier.StartTransactionFor(xfdf);
+  const ZXFDF first = SentBack(xfdf);
+  EXPECT_TRUE(earlier.IncTransactionIn(xfdf));
+
+  ZXFDFTransaction manager(clock);
+  EXPECT_FALSE(manager.IsAcceptable(xfdf));
+  manager.Restore(700, 1);
+  EXPECT_FALSE(manager.IsAcceptable(first));
+  EXPECT_TRUE(manager.IncTransactionIn(xfdf));
+  ZXFDF other;
+  manager.StartTransactionFor(other);
+  EXPECT_EQ(other.SessionID().Transaction().id, 701U);
+  // What could not be stored may come again.
+  manager.Restore(700, 0);
+  EXPECT_TRUE(manager.IsAcceptable(first));
+}
+
 TEST(Transaction, AClockThatStandsStillOrGoesBackGivesNewIds) {
   StoppedClock clock(100);
   ZXFDFTransaction manager(clock);

@@ -39,6 +39,12 @@ bool ZXFDFTransaction::IncTransactionIn(ZXFDF& xfdf) {
   return true;
 }
 
+void ZXFDFTransaction::Restore(uint64_t id, uint64_t expected) {
+  const CSingleLock lock(section_);
+  if (!expected_.contains(id)) Take(id);
+  expected_[id] = expected;
+}
+
 // However many are taken one after the other, one look finds the end of them. Above
 // the greatest number the search goes on from 1.
 uint64_t ZXFDFTransaction::NextFree(uint64_t id) const {

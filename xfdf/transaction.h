@@ -35,6 +35,10 @@ class ZFORMS_API ZXFDFTransaction {
   // on; after the greatest count there is nothing acceptable left. False, changing
   // nothing, if it is not.
   bool IncTransactionIn(ZXFDF& xfdf);
+  // Takes a transaction up that was started earlier, by another manager or this one: a
+  // count below `expected` is not acceptable. For a host that keeps them, and for one
+  // that could not store what it had accepted.
+  void Restore(uint64_t id, uint64_t expected);
 
  private:
   uint64_t NextFree(uint64_t id) const;

@@ -78,7 +78,7 @@ int ExportTable(const ExportOptions& options) {
   for (const std::string& file : options.files) {
     Console console(file);
     ZAcroForm form;
-    if (OpenFormWithFields(file, options.password, form, console)) {
+    if (OpenFormWithFields(file, options.password, form, console, options.recover)) {
       FormValues& values = forms.emplace_back(ValuesOf(form));
       if (options.files.size() > 1) values.file = file;
       console.WarnAll(form.Diagnostics());

@@ -7,6 +7,7 @@
 
 #include "apps/zforms/commands.h"
 #include "apps/zforms/console.h"
+#include "apps/zforms/server_commands.h"
 
 namespace zforms::tool {
 namespace {
@@ -75,6 +76,7 @@ class CommandLine {
     AddPermissions();
     AddViewer();
     AddShow();
+    AddServerCommands(app_, &run_);
   }
 
   int Run() const { return run_(); }

@@ -1,0 +1,234 @@
+#include "apps/zforms/office.h"
+
+#include <chrono>
+#include <future>
+#include <random>
+#include <utility>
+
+#include "apps/zforms/opening_page.h"
+#include "platform/field_set.h"
+#include "platform/http_response.h"
+#include "platform/number.h"
+#include "platform/template_storage.h"
+#include "server/pdf_handler.h"
+
+namespace zforms::tool {
+namespace {
+
+// How long an answer waits for its submission to be stored.
+constexpr std::chrono::seconds kStoreTime(30);
+constexpr char kMapSection[] = "Map";
+
+// 128 bits of the system's randomness in hexadecimal.
+std::string RandomToken() {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::random_device random;
+  std::string token;
+  for (int i = 0; i < 4; i++) {
+    for (unsigned bits = random(), n = 0; n < 8; n++, bits >>= 4) token += kDigits[bits & 15];
+  }
+  return token;
+}
+
+std::string WithLineFeeds(std::string_view text) {
+  std::string result;
+  for (size_t i = 0; i < text.size(); i++) {
+    const bool dropped = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+    if (!dropped) result += text[i];
+  }
+  return result;
+}
+
+// The maps of a template stand beside it.
+Chaine MapFileOf(const Chaine& path) { return path.Mid(0, path.size() - 4) + ".ini"; }
+
+using Stored = std::promise<bool>;
+
+class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
+ public:
+  OfficeMessage(Office* office, std::shared_ptr<Stored> stored, const ZInetURL& url, const ZXFDF& xfdf, bool accepted)
+      : ZAcroFormServerSaveXFDFMessage(url, xfdf, accepted), office_(office), stored_(std::move(stored)) {}
+
+  void OnIdleMessage() override {
+    office_->Keep(URL(), XFDF(), DataIsOK(), [stored = stored_](bool done) { stored->set_value(done); });
+  }
+
+ private:
+  Office* office_;
+  std::shared_ptr<Stored> stored_;
+};
+
+// Comes after the submissions that wait with the one that posted it.
+class FlushMessage : public ZIdleMessage {
+ public:
+  explicit FlushMessage(Store* store) : store_(store) {}
+
+  void OnIdleMessage() override { store_->Flush(); }
+
+ private:
+  Store* store_;
+};
+
+class OfficeSession : public ZAcroFormServerXFDFSession {
+ public:
+  OfficeSession(Office* office, ZAcroFormServerXFDFHandler* handler, uint64_t folder, int32_t year)
+      : ZAcroFormServerXFDFSession(handler, folder, year), office_(office) {}
+
+  bool CheckSession(const ZXFDF::SessionInfos& infos) override { return office_->IsOut(infos); }
+  bool AcceptSave() override { return TransactionManager().IncTransactionIn(ReceivedXFDF()); }
+  ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) override {
+    const auto stored = std::make_shared<Stored>();
+    outcome_ = stored->get_future();
+    return new OfficeMessage(office_, stored, url, xfdf, accepted);
+  }
+  // The answer says that the data are safe, so it waits until they are.
+  void SendPage(ZHTTPSendResponse& response) override {
+    ZAcroFormServerXFDFSession::SendPage(response);
+    if (!outcome_.valid()) return;
+    if (outcome_.wait_for(kStoreTime) == std::future_status::ready && outcome_.get()) return;
+    SetStatus(503);
+    response.MakeErrorPage(503);
+  }
+
+ private:
+  Office* office_;
+  std::future<bool> outcome_;
+};
+
+}  // namespace
+
+OfficeHandler::OfficeHandler(Office* office, ZAcroFormServer* server)
+    : ZAcroFormServerXFDFHandler(server, server->XFDFRoot(), 0, 0), office_(office) {}
+
+OfficeHandler::~OfficeHandler() = default;
+
+std::unique_ptr<ZHTTPServerPageSession> OfficeHandler::AllocSession() {
+  uint64_t folder = 0;
+  int32_t year = 0;
+  GetCurrentFolder(folder, year);
+  return std::make_unique<OfficeSession>(office_, this, folder, year);
+}
+
+// A server without a screen: what a host would ask or show goes to the log.
+class Office::OfficeServer : public ZAcroFormServer {
+ public:
+  OfficeServer(const Settings& settings, const ZHostServices& services, ServerLog* log)
+      : ZAcroFormServer(settings.port, settings.templates, settings.folder, settings.year, services), log_(log) {
+    SetRequestLog([log](const sRequestInfos& infos) { log->Request(infos); });
+  }
+  ~OfficeServer() override { Stop(); }
+
+  void NotifyIntrusion(const sIntrusionInfos& infos) override {
+    if (infos.path == "/favicon.ico") return;
+    std::string text = FormatInt(infos.status).ToString() + " " + infos.method.ToString() + " " + infos.path.ToString();
+    if (!infos.origin.IsEmpty()) text += " from a page of " + infos.origin.ToString();
+    if (infos.count > 1) text += ", " + std::to_string(infos.count) + " times";
+    log_->Event("refused", text);
+  }
+
+ private:
+  ServerLog* log_;
+};
+
+Office::Office(const Settings& settings, const ZHostServices& services, Store* store, ServerLog* log)
+    : store_(store), log_(log), server_(std::make_unique<OfficeServer>(settings, services, log)) {
+  handler_ = new OfficeHandler(this, server_.get());
+  server_->SetXFDFHandler(handler_, true);
+  server_->SetPageHandler(ZInetURL("/"), new OpeningPage(this), true);
+  TakeUpForms();
+}
+
+Office::~Office() { server_->Stop(); }
+
+std::string Office::Address() const { return "http://localhost:" + std::to_string(server_->Port()) + "/"; }
+
+// --- forms that are out ---
+
+void Office::TakeUpForms() {
+  for (const OpenedForm& form : store_->Forms()) {
+    handler_->TransactionManager().Restore(form.transaction, form.expected);
+    out_[form.transaction] = {form.code, form.token};
+  }
+}
+
+bool Office::IsOut(const ZXFDF::SessionInfos& infos) const {
+  const uint64_t transaction = infos.Transaction().id;
+  const Chaine token = infos.Param(kSessionParam);
+  const std::lock_guard lock(mutex_);
+  const auto found = out_.find(transaction);
+  return found != out_.end() && token == found->second.token;
+}
+
+std::string Office::CodeOf(uint64_t transaction) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = out_.find(transaction);
+  return found == out_.end() ? std::string() : found->second.code;
+}
+
+void Office::FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf) {
+  std::map<std::string, ZFieldSet> sets;
+  for (const auto& [rubric, fields] : store_->ReadRubrics()) {
+    ZFieldSet& set = sets[rubric];
+    for (const auto& [field, value] : fields) set.Add(field, ZVariant(value));
+  }
+  for (const auto& [rubric, set] : sets) builder.AddRubric(rubric, &set);
+  const Chaine maps = MapFileOf(server_->PDFLocalFilePathName(code));
+  if (ZFileStamp stamp; StampOfFile(maps, &stamp)) {
+    builder.ReadMapsIni(maps, kMapSection, Chaine(), false);
+  } else {
+    builder.SetAutoMap(Chaine(), false);
+  }
+  *xfdf = builder.CreateXFDF();
+}
+
+int Office::OpenForm(const Chaine& code, ZXFDF* xfdf) {
+  const auto builder = server_->GetXFDFBuilder(code);
+  if (!builder) return 404;
+  FillFromRubrics(code, *builder, xfdf);
+  handler_->TransactionManager().StartTransactionFor(*xfdf);
+  const Out out{code.ToString(), RandomToken()};
+  xfdf->SessionID().SetParam(kSessionParam, out.token);
+  const ZXFDFFolderInfos folder = xfdf->SessionID().Folder();
+  const uint64_t transaction = xfdf->SessionID().Transaction().id;
+  if (!store_->AddForm({transaction, out.code, out.token, folder.id, folder.exercice, 0})) {
+    log_->Event("error", "a form could not be opened: " + store_->LastError());
+    return 503;
+  }
+  const std::lock_guard lock(mutex_);
+  out_[transaction] = out;
+  return 200;
+}
+
+// --- what comes back ---
+
+void Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done) {
+  const ZXFDFTransactionInfos transaction = xfdf.SessionID().Transaction();
+  const ZXFDFFolderInfos folder = xfdf.SessionID().Folder();
+  Submission submission;
+  submission.received = TimeStamp();
+  submission.code = CodeOf(transaction.id);
+  submission.transaction = transaction.id;
+  submission.count = transaction.count;
+  submission.folder = folder.id;
+  submission.year = folder.exercice;
+  submission.url = url.AsChaine().ToString();
+  submission.xfdf = xfdf.AsChaine().ToString();
+  for (const Chaine& name : xfdf.Fields().FieldNames()) {
+    const ZXFDF::Field* const field = xfdf.Fields().Get(name);
+    if (field == nullptr || !field->HasValue() || name == ZXFDF::kSessionIDField) continue;
+    submission.fields.emplace_back(name.ToString(), WithLineFeeds(field->ValuesAsText()));
+  }
+  const auto finish = [this, transaction, accepted, told = std::move(done)](bool stored) {
+    if (!stored) {
+      log_->Event("error", "a submission could not be stored; its sender is told so");
+      // The same may be submitted again.
+      if (accepted) handler_->TransactionManager().Restore(transaction.id, transaction.count);
+    }
+    told(stored);
+  };
+  if (!store_->AddSubmission(submission, accepted, finish)) return;
+  const ZCountedPtr<ZIdleMessage> message(new FlushMessage(store_));
+  server_->IdleMessages().Post(message.get());
+}
+
+}  // namespace zforms::tool

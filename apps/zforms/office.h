@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "apps/zforms/server_log.h"
+#include "apps/zforms/store.h"
+#include "server/acro_form_server.h"
+#include "server/xfdf_handler.h"
+
+namespace zforms::tool {
+
+class Office;
+
+// OfficeHandler receives what is submitted: of forms that this office has opened
+// and that are still out, each step once.
+class OfficeHandler : public ZAcroFormServerXFDFHandler {
+ public:
+  OfficeHandler(Office* office, ZAcroFormServer* server);
+  ~OfficeHandler() override;
+
+  std::unique_ptr<CSessionBase> AllocSession() override;
+
+ private:
+  Office* office_;
+};
+
+// Office is the server of a small office: it opens forms from its templates, takes
+// back what is submitted and keeps it in a store.
+//
+// The main thread makes, starts, stops and deletes it and stores what comes in; the
+// store and the log outlive it. Forms are opened on the server's threads.
+class Office {
+ public:
+  struct Settings {
+    std::string templates;
+    uint16_t port = 0;
+    uint64_t folder = 1;
+    int32_t year = 0;
+  };
+
+  Office(const Settings& settings, const ZHostServices& services, Store* store, ServerLog* log);
+  Office(const Office&) = delete;
+  Office& operator=(const Office&) = delete;
+  ~Office();
+
+  ZAcroFormServer& Server() { return *server_; }
+  ServerLog& Log() { return *log_; }
+  // Of the page that lists the forms.
+  std::string Address() const;
+
+  // Starts a transaction for the form, fills it from the store, and writes down that
+  // it is out. The status is 200, 404 without the form, 503 when that fails.
+  int OpenForm(const Chaine& code, ZXFDF* xfdf);
+
+  // Whether the form is one that is out, by the session that it went out with.
+  bool IsOut(const ZXFDF::SessionInfos& infos) const;
+  // Stores a submission, together with others that came at the time; `done` is told
+  // whether it is stored. If not its form may be submitted again.
+  void Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done);
+
+ private:
+  class OfficeServer;
+  struct Out {
+    std::string code;
+    std::string token;
+  };
+
+  void FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf);
+  void TakeUpForms();
+  std::string CodeOf(uint64_t transaction) const;
+
+  Store* store_;
+  ServerLog* log_;
+  mutable std::mutex mutex_;
+  std::map<uint64_t, Out> out_;
+  OfficeHandler* handler_ = nullptr;  // owned by the server
+  std::unique_ptr<ZAcroFormServer> server_;
+};
+
+// The parameter of a form's session infos that nobody can guess.
+inline constexpr char kSessionParam[] = "Session.ID";
+
+}  // namespace zforms::tool

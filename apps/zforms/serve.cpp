@@ -1,0 +1,157 @@
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include "apps/zforms/console.h"
+#include "apps/zforms/files.h"
+#include "apps/zforms/office.h"
+#include "apps/zforms/server_commands.h"
+#include "apps/zforms/server_log.h"
+#include "apps/zforms/stop_signal.h"
+#include "apps/zforms/store.h"
+#include "apps/zforms/template_check.h"
+#include "platform/host_settings.h"
+#include "platform/idle_messages.h"
+#include "platform/ini_file.h"
+#include "platform/number.h"
+#include "platform/temp_folder.h"
+#include "platform/template_storage.h"
+#include "platform/user_interface.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr char kSection[] = "Server";
+
+// The user's settings for the application, before what this host ships with: readers
+// are not looked for, as they may be any.
+class ServeSettings : public ZHostSettings {
+ public:
+  explicit ServeSettings(const Chaine& app) : own_(OpenSystemSettings(app)) {}
+
+  bool Read(const Chaine& section, const Chaine& name, Chaine* value) const override {
+    if (own_->Read(section, name, value)) return true;
+    if (section != "Settings" || name != "IgnorePDFVersion") return false;
+    *value = "true";
+    return true;
+  }
+
+ private:
+  std::unique_ptr<ZHostSettings> own_;
+};
+
+struct Plan {
+  Office::Settings office;
+  std::string app;
+  std::string data;
+  bool json = false;
+  bool scratch = false;
+};
+
+// Options of the command line before lines of the configuration before defaults.
+class PlanMaker {
+ public:
+  PlanMaker(const ServeOptions& options, const ZIniFileSection& lines) : options_(options), lines_(lines) {}
+
+  Plan Make() const {
+    Plan plan;
+    plan.office.templates = Text(options_.templates, "templates");
+    plan.scratch = plan.office.templates.empty();
+    if (plan.scratch) plan.office.templates = SampleFolder();
+    plan.data = Text(options_.data, "data");
+    if (plan.data.empty() && !plan.scratch) plan.data = kDefaultData;
+    plan.app = options_.app.value_or(Line("app", "zforms"));
+    plan.json = Text(options_.log, "log") == "json";
+    plan.office.port = options_.port.value_or(static_cast<uint16_t>(ParseUInt(Line("port", "8080"))));
+    plan.office.folder = options_.folder.value_or(ParseUInt64(Line("folder", "1")));
+    plan.office.year = options_.year.value_or(ParseInt(Line("year", TimeStamp().substr(0, 4))));
+    return plan;
+  }
+
+ private:
+  std::string Line(const char* name, const std::string& fallback) const {
+    return lines_.HasNamedLine(name) ? lines_.NamedLine(name).ToString() : fallback;
+  }
+  std::string Text(const std::string& option, const char* name) const {
+    return option.empty() ? Line(name, "") : option;
+  }
+
+  // Where the samples were installed, else where this was built.
+  static std::string SampleFolder() {
+    std::error_code ignored;
+    const bool installed = std::filesystem::is_directory(ZFORMS_INSTALLED_SAMPLES, ignored);
+    return installed ? ZFORMS_INSTALLED_SAMPLES : ZFORMS_SAMPLES;
+  }
+
+  const ServeOptions& options_;
+  const ZIniFileSection& lines_;
+};
+
+bool MakePlan(const ServeOptions& options, Plan* plan) {
+  ZIniFile config;
+  if (!options.config.empty() && !config.Open(options.config)) {
+    Console(options.config).Fail(config.LastError());
+    return false;
+  }
+  const ZIniFileSection lines = config.Section(kSection);
+  *plan = PlanMaker(options, lines).Make();
+  if (plan->office.folder != 0) return true;
+  Console("serve").Fail("the folder is a number other than 0");
+  return false;
+}
+
+// False when there is nothing to serve.
+bool CheckTemplates(const std::string& folder) {
+  const ZTemplateStorage storage{Chaine(folder)};
+  const PTableau<Chaine> codes = storage.Codes();
+  for (const Chaine& code : codes) {
+    Console console(code.ToString() + ".pdf");
+    for (const std::string& fault : CheckTemplate(storage.PathOf(code))) console.Warn(fault);
+  }
+  if (codes.empty()) Console(folder).Fail("there are no forms (CODE.pdf) in this folder");
+  return !codes.empty();
+}
+
+int Serve(const Plan& plan, ZIdleMessageManager& messages) {
+  ServerLog log(plan.json);
+  const ZTempFolder temp;
+  const std::string data = plan.data.empty() ? temp.Path().ToString() : plan.data;
+  std::string error;
+  const std::unique_ptr<Store> store = Store::Open(data, Store::Mode::kServe, &error);
+  if (store == nullptr) {
+    Console(data).Fail(error);
+    return kFailed;
+  }
+  ServeSettings settings{Chaine(plan.app)};
+  const std::unique_ptr<ZUserInterface> interface = OpenSystemUserInterface("zforms");
+  ZHostServices services;
+  services.app_short_name = plan.app;
+  services.settings = &settings;
+  services.user_interface = interface.get();
+  services.temp_folder = &temp;
+  services.idle_messages = &messages;
+  Office office(plan.office, services, store.get(), &log);
+  if (!office.Server().Start()) return kFailed;
+  WhenStopped([&messages] { messages.Quit(); });
+  Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
+        (plan.data.empty() ? " (until the server stops)" : "") + "\nOpen:   " + office.Address() +
+        "\nStop:   Ctrl+C\n");
+  messages.Run();
+  office.Server().Stop();
+  log.Event("stopped", "every submission that was answered is stored");
+  return kDone;
+}
+
+}  // namespace
+
+int RunServe(const ServeOptions& options) {
+  HoldStopSignals();
+  Plan plan;
+  if (!MakePlan(options, &plan) || !CheckTemplates(plan.office.templates)) return kFailed;
+  ZIdleMessageManager messages;
+  return Serve(plan, messages);
+}
+
+}  // namespace zforms::tool

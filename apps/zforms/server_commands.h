@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace zforms::tool {
+
+// The commands around the form server. Each returns the exit status.
+
+struct ServeOptions {
+  std::string templates;
+  std::string data;
+  std::string config;
+  std::optional<uint16_t> port;
+  std::optional<std::string> app;
+  std::optional<uint64_t> folder;
+  std::optional<int32_t> year;
+  std::string log;
+};
+int RunServe(const ServeOptions& options);
+
+struct ImportOptions {
+  std::string file;
+  std::string output;
+};
+int RunImport(const ImportOptions& options);
+
+struct SubmissionsOptions {
+  std::string data;
+  std::string code;
+  std::string format = "csv";
+  int64_t id = 0;
+  bool rejected = false;
+};
+int RunSubmissions(const SubmissionsOptions& options);
+
+struct RubricsOptions {
+  std::string data;
+  std::vector<std::string> set;
+};
+int RunRubrics(const RubricsOptions& options);
+
+struct SubmitOptions {
+  std::string target;
+  uint16_t port = 8080;
+  std::vector<std::string> set;
+  std::string output;
+};
+int RunSubmit(const SubmitOptions& options);
+
+// Adds them to the command line; the one that the user asks for is put into `*run`.
+void AddServerCommands(CLI::App& app, std::function<int()>* run);
+
+inline constexpr char kDefaultData[] = "zforms-data";
+inline constexpr uint16_t kDefaultPort = 8080;
+
+}  // namespace zforms::tool

@@ -1,0 +1,241 @@
+#include "apps/zforms/store.h"
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "apps/zforms/statement.h"
+
+namespace zforms::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kFile[] = "zforms.db";
+constexpr char kLockFile[] = "serving.lock";
+constexpr int kWaitForOthers = 10000;  // milliseconds
+
+constexpr char kTables[] = R"(
+CREATE TABLE IF NOT EXISTS forms(
+  "transaction" INTEGER PRIMARY KEY, code TEXT NOT NULL, token TEXT NOT NULL, folder INTEGER NOT NULL,
+  year INTEGER NOT NULL, expected INTEGER NOT NULL);
+CREATE TABLE IF NOT EXISTS submissions(
+  id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
+  count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
+CREATE INDEX IF NOT EXISTS submissions_by_code ON submissions(code);
+CREATE TABLE IF NOT EXISTS fields(
+  submission INTEGER NOT NULL REFERENCES submissions(id), name TEXT NOT NULL, value TEXT NOT NULL,
+  PRIMARY KEY(submission, name)) WITHOUT ROWID;
+CREATE TABLE IF NOT EXISTS rejected(
+  id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
+  count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
+CREATE TABLE IF NOT EXISTS rubrics(
+  rubric TEXT NOT NULL, field TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(rubric, field)) WITHOUT ROWID;
+PRAGMA user_version = 1;
+)";
+
+// SQLite takes paths in UTF-8 on every system.
+std::string PathIn(const std::string& folder, const char* name) { return folder + "/" + name; }
+
+bool MakeFolder(const std::string& folder, std::string* error) {
+  const fs::path path(std::u8string(folder.begin(), folder.end()));
+  std::error_code code;
+  // What is stored is nobody else's business; a folder that is there keeps its permissions.
+  if (fs::create_directories(path, code)) fs::permissions(path, fs::perms::owner_all, code);
+  if (code) *error = code.message();
+  return !code;
+}
+
+}  // namespace
+
+std::unique_ptr<Store> Store::Open(const std::string& folder, Mode mode, std::string* error) {
+  std::unique_ptr<Store> store(new Store);
+  if (mode != Mode::kRead && !MakeFolder(folder, error)) return nullptr;
+  return store->Connect(folder, mode, error) ? std::move(store) : nullptr;
+}
+
+Store::~Store() {
+  Flush();
+  statements_.clear();
+  sqlite3_close(database_);
+  sqlite3_close(lock_);
+}
+
+bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
+  if (mode == Mode::kServe) {
+    // The system lets go of it when this process ends, however that comes.
+    const int made = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    const bool locked = sqlite3_open_v2(PathIn(folder, kLockFile).c_str(), &lock_, made, nullptr) == SQLITE_OK &&
+                        sqlite3_exec(lock_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK;
+    if (!locked) {
+      *error = sqlite3_errcode(lock_) == SQLITE_BUSY ? "another server uses this data folder" : sqlite3_errmsg(lock_);
+      return false;
+    }
+  }
+  const int flags = mode == Mode::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  if (sqlite3_open_v2(PathIn(folder, kFile).c_str(), &database_, flags, nullptr) != SQLITE_OK) {
+    *error = sqlite3_errmsg(database_);
+    return false;
+  }
+  sqlite3_busy_timeout(database_, kWaitForOthers);
+  if (mode == Mode::kRead) return true;
+  const bool ready = Execute("PRAGMA journal_mode = WAL") && Execute("PRAGMA synchronous = FULL") && Execute(kTables);
+  if (!ready) *error = sqlite3_errmsg(database_);
+  return ready;
+}
+
+std::string Store::LastError() const {
+  const std::lock_guard lock(mutex_);
+  return sqlite3_errmsg(database_);
+}
+
+bool Store::Execute(const char* sql) { return sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+
+Statement& Store::Get(const char* sql) {
+  std::unique_ptr<Statement>& statement = statements_[sql];
+  if (statement == nullptr) statement = std::make_unique<Statement>(database_, sql);
+  return statement->Restart();
+}
+
+// --- forms ---
+
+bool Store::AddForm(const OpenedForm& form) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return Get("INSERT INTO forms VALUES(?, ?, ?, ?, ?, ?)")
+      .Bind(form.transaction)
+      .Bind(form.code)
+      .Bind(form.token)
+      .Bind(form.folder)
+      .Bind(form.year)
+      .Bind(form.expected)
+      .Run();
+}
+
+std::vector<OpenedForm> Store::Forms() {
+  const std::lock_guard lock(mutex_);
+  std::vector<OpenedForm> forms;
+  Statement& rows = Get("SELECT \"transaction\", code, token, folder, year, expected FROM forms");
+  while (rows.Next()) {
+    forms.push_back({rows.Number(0), rows.Text(1), rows.Text(2), rows.Number(3), static_cast<uint32_t>(rows.Number(4)),
+                     rows.Number(5)});
+  }
+  rows.Restart();
+  return forms;
+}
+
+// --- submissions ---
+
+bool Store::AddSubmission(const Submission& submission, bool accepted, Done done) {
+  const std::lock_guard lock(mutex_);
+  const bool is_first = batch_.empty();
+  const bool begun = (!is_first || Execute("BEGIN IMMEDIATE")) && Execute("SAVEPOINT one");
+  const bool added = begun && InsertSubmission(submission, accepted) && Execute("RELEASE one");
+  if (added) {
+    batch_.push_back(std::move(done));
+    return is_first;
+  }
+  if (begun) Execute("ROLLBACK TO one; RELEASE one");
+  // After some failures, such as a full disk, nothing is left of the transaction.
+  if (sqlite3_get_autocommit(database_) != 0) {
+    EndBatch(false);
+  } else if (is_first) {
+    Execute("ROLLBACK");
+  }
+  done(false);
+  return false;
+}
+
+void Store::Flush() {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+}
+
+void Store::FlushLocked() {
+  if (batch_.empty()) return;
+  const bool stored = Execute("COMMIT");
+  if (!stored && sqlite3_get_autocommit(database_) == 0) Execute("ROLLBACK");
+  EndBatch(stored);
+}
+
+void Store::EndBatch(bool stored) {
+  for (const Done& done : batch_) done(stored);
+  batch_.clear();
+}
+
+bool Store::InsertSubmission(const Submission& submission, bool accepted) {
+  constexpr char kAccepted[] =
+      "INSERT INTO submissions(received, code, \"transaction\", count, folder, year, url, xfdf) "
+      "VALUES(?, ?, ?, ?, ?, ?, ?, ?)";
+  constexpr char kRejected[] =
+      "INSERT INTO rejected(received, code, \"transaction\", count, folder, year, url, xfdf) "
+      "VALUES(?, ?, ?, ?, ?, ?, ?, ?)";
+  const bool added = Get(accepted ? kAccepted : kRejected)
+                         .Bind(submission.received)
+                         .Bind(submission.code)
+                         .Bind(submission.transaction)
+                         .Bind(uint64_t{submission.count})
+                         .Bind(submission.folder)
+                         .Bind(uint64_t{submission.year})
+                         .Bind(submission.url)
+                         .Bind(submission.xfdf)
+                         .Run();
+  if (!added || !accepted) return added;
+  const auto id = static_cast<uint64_t>(sqlite3_last_insert_rowid(database_));
+  for (const auto& [name, value] : submission.fields) {
+    if (!Get("INSERT OR REPLACE INTO fields VALUES(?, ?, ?)").Bind(id).Bind(name).Bind(value).Run()) return false;
+  }
+  return Get("UPDATE forms SET expected = max(expected, ?) WHERE \"transaction\" = ?")
+      .Bind(uint64_t{submission.count} + 1)
+      .Bind(submission.transaction)
+      .Run();
+}
+
+bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit) {
+  const std::lock_guard lock(mutex_);
+  constexpr char kColumns[] = "SELECT id, received, code, \"transaction\", count, folder, year, url, xfdf FROM ";
+  const std::string sql = std::string(kColumns) + (filter.rejected ? "rejected" : "submissions") +
+                          " WHERE (?1 = '' OR code = ?1) AND (?2 = 0 OR id = ?2) ORDER BY id";
+  Statement& rows = Get(sql.c_str()).Bind(filter.code).Bind(static_cast<uint64_t>(filter.id));
+  bool goes_on = true;
+  while (goes_on && rows.Next()) {
+    Submission found{static_cast<int64_t>(rows.Number(0)),
+                     rows.Text(1),
+                     rows.Text(2),
+                     rows.Number(3),
+                     static_cast<uint32_t>(rows.Number(4)),
+                     rows.Number(5),
+                     static_cast<uint32_t>(rows.Number(6)),
+                     rows.Text(7),
+                     rows.Text(8),
+                     {}};
+    if (!filter.rejected) {
+      Statement& fields = Get("SELECT name, value FROM fields WHERE submission = ? ORDER BY name")
+                              .Bind(static_cast<uint64_t>(found.id));
+      while (fields.Next()) found.fields.emplace_back(fields.Text(0), fields.Text(1));
+    }
+    goes_on = visit(found);
+  }
+  const bool done = !goes_on || rows.IsDone();
+  rows.Restart();
+  return done;
+}
+
+// --- rubrics ---
+
+Store::Rubrics Store::ReadRubrics() {
+  const std::lock_guard lock(mutex_);
+  Rubrics rubrics;
+  Statement& rows = Get("SELECT rubric, field, value FROM rubrics");
+  while (rows.Next()) rubrics[rows.Text(0)][rows.Text(1)] = rows.Text(2);
+  rows.Restart();
+  return rubrics;
+}
+
+bool Store::SetRubric(const std::string& rubric, const std::string& field, const std::string& value) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return Get("INSERT OR REPLACE INTO rubrics VALUES(?, ?, ?)").Bind(rubric).Bind(field).Bind(value).Run();
+}
+
+}  // namespace zforms::tool

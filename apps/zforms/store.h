@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct sqlite3;
+
+namespace zforms::tool {
+
+class Statement;
+
+// A form that went out, and the lowest count that its next submission carries.
+struct OpenedForm {
+  uint64_t transaction = 0;
+  std::string code;
+  std::string token;
+  uint64_t folder = 0;
+  uint32_t year = 0;
+  uint64_t expected = 0;
+};
+
+// What was submitted to be saved.
+struct Submission {
+  int64_t id = 0;        // given by the store
+  std::string received;  // UTC, "2025-01-31T12:00:00.000Z"
+  std::string code;
+  uint64_t transaction = 0;
+  uint32_t count = 0;
+  uint64_t folder = 0;
+  uint32_t year = 0;
+  std::string url;
+  std::string xfdf;
+  std::vector<std::pair<std::string, std::string>> fields;  // full names and values
+};
+
+struct SubmissionFilter {
+  std::string code;       // all when empty
+  int64_t id = 0;         // all when 0
+  bool rejected = false;  // those that were not accepted instead
+};
+
+// Store keeps what the form server of an office knows, in one SQLite file,
+// "zforms.db", of its data folder: forms that are out, submissions, and the rubrics
+// that forms are filled from. One server at a time writes; others may read
+// meanwhile. Each change is on the disk when its function returns, or says so. Any
+// thread.
+class Store {
+ public:
+  enum class Mode { kRead, kServe, kEdit };
+
+  // Makes folder and file when they are missing, unless to read. Null, with a reason,
+  // when that fails, or when another process serves from the folder.
+  static std::unique_ptr<Store> Open(const std::string& folder, Mode mode, std::string* error);
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+  ~Store();
+
+  bool AddForm(const OpenedForm& form);
+  std::vector<OpenedForm> Forms();
+  using Done = std::function<void(bool stored)>;
+  // Takes what was submitted, whole and field by field, and raises the count of its
+  // form, all or nothing; what was rejected is kept apart. It waits for Flush, so that
+  // those that come together share the wait for the disk; `done` is told whether it
+  // is there, at the latest then, and must not call the store. True when it is the
+  // first that waits.
+  bool AddSubmission(const Submission& submission, bool accepted, Done done);
+  void Flush();
+  // Oldest first, until the visit returns false. False when reading fails.
+  bool VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit);
+
+  using Rubrics = std::map<std::string, std::map<std::string, std::string>>;
+  Rubrics ReadRubrics();
+  bool SetRubric(const std::string& rubric, const std::string& field, const std::string& value);
+
+  // Why the last function failed.
+  std::string LastError() const;
+
+ private:
+  Store() = default;
+  bool Connect(const std::string& folder, Mode mode, std::string* error);
+  bool Execute(const char* sql);
+  bool InsertSubmission(const Submission& submission, bool accepted);
+  void EndBatch(bool stored);
+  void FlushLocked();
+
+  mutable std::mutex mutex_;
+  sqlite3* database_ = nullptr;
+  // Held while this process serves; see Open.
+  sqlite3* lock_ = nullptr;
+  // Of the submissions in the open transaction.
+  std::vector<Done> batch_;
+  // Prepared once, by their text.
+  std::map<std::string, std::unique_ptr<Statement>, std::less<>> statements_;
+  Statement& Get(const char* sql);
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,117 @@
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "apps/zforms/console.h"
+#include "apps/zforms/files.h"
+#include "apps/zforms/server_commands.h"
+#include "apps/zforms/store.h"
+
+namespace zforms::tool {
+namespace {
+
+using Submissions = std::vector<Submission>;
+constexpr const char* kColumns[] = {"id", "received", "code", "folder", "year", "transaction", "count"};
+
+// RFC 4180.
+std::string Cell(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string cell = "\"";
+  for (const char c : text) cell += c == '"' ? "\"\"" : std::string(1, c);
+  return cell + "\"";
+}
+
+// One line for each submission, one column for each field that one of them has.
+std::string AsCSV(const Submissions& submissions) {
+  std::set<std::string> names;
+  for (const Submission& submission : submissions) {
+    for (const auto& [name, value] : submission.fields) names.insert(name);
+  }
+  std::string text;
+  for (const char* column : kColumns) text += (text.empty() ? "" : ",") + std::string(column);
+  for (const std::string& name : names) text += "," + Cell(name);
+  text += "\r\n";
+  for (const Submission& one : submissions) {
+    text += std::to_string(one.id) + "," + one.received + "," + Cell(one.code) + "," + std::to_string(one.folder) +
+            "," + std::to_string(static_cast<int32_t>(one.year)) + "," + std::to_string(one.transaction) + "," +
+            std::to_string(one.count);
+    const std::map<std::string, std::string> fields(one.fields.begin(), one.fields.end());
+    for (const std::string& name : names) {
+      const auto found = fields.find(name);
+      text += "," + (found == fields.end() ? std::string() : Cell(found->second));
+    }
+    text += "\r\n";
+  }
+  return text;
+}
+
+std::string AsJSON(const Submissions& submissions) {
+  auto list = nlohmann::ordered_json::array();
+  for (const Submission& one : submissions) {
+    auto fields = nlohmann::ordered_json::object();
+    for (const auto& [name, value] : one.fields) fields[name] = value;
+    // Of 64 bits, which other readers of JSON do not keep: as texts.
+    list.push_back({{"id", one.id},
+                    {"received", one.received},
+                    {"code", one.code},
+                    {"folder", std::to_string(one.folder)},
+                    {"year", static_cast<int32_t>(one.year)},
+                    {"transaction", std::to_string(one.transaction)},
+                    {"count", one.count},
+                    {"fields", fields}});
+  }
+  return list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
+
+int RunSubmissions(const SubmissionsOptions& options) {
+  Console console(options.data);
+  std::string error;
+  const std::unique_ptr<Store> store = Store::Open(options.data, Store::Mode::kRead, &error);
+  Submissions submissions;
+  const bool read = store != nullptr &&
+                    store->VisitSubmissions({options.code, options.id, options.rejected}, [&](const Submission& one) {
+                      if (options.format == "xfdf") submissions.clear();
+                      submissions.push_back(one);
+                      return true;
+                    });
+  if (!read) {
+    console.Fail(store == nullptr ? error : store->LastError());
+    return console.Finish();
+  }
+  if (options.format != "xfdf") {
+    Print(options.format == "json" ? AsJSON(submissions) : AsCSV(submissions));
+  } else if (submissions.empty()) {
+    console.Fail("there is no such submission");
+  } else {
+    Print(submissions.back().xfdf);
+  }
+  return console.Finish();
+}
+
+int RunRubrics(const RubricsOptions& options) {
+  Console console(options.data);
+  std::string error;
+  const std::unique_ptr<Store> store = Store::Open(options.data, Store::Mode::kEdit, &error);
+  if (store == nullptr) {
+    console.Fail(error);
+    return console.Finish();
+  }
+  for (const std::string& text : options.set) {
+    const size_t equals = text.find('=');
+    const size_t point = text.find('.');
+    if (equals == std::string::npos || point > equals) {
+      console.Fail("\"" + text + "\" is not RUBRIC.FIELD=VALUE");
+    } else if (!store->SetRubric(text.substr(0, point), text.substr(point + 1, equals - point - 1),
+                                 text.substr(equals + 1))) {
+      console.Fail(store->LastError());
+    }
+  }
+  if (!options.set.empty()) return console.Finish();
+  for (const auto& [rubric, fields] : store->ReadRubrics()) {
+    for (const auto& [field, value] : fields) Print(Printable(rubric + "." + field + "=" + value) + "\n");
+  }
+  return console.Finish();
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,68 @@
+#include "apps/zforms/template_check.h"
+
+#include <algorithm>
+
+#include "pdf/dictionary_node.h"
+#include "pdf/parser/parser.h"
+#include "server/server_form.h"
+#include "xfdf/xfdf.h"
+
+namespace zforms::tool {
+namespace {
+
+bool SubmitsXFDF(const ZAcroFormField& button) {
+  const auto* action = NodeCast<ZPDFNodeDictionary>(button.Dico()->GetTarget("/A"));
+  return action != nullptr && (action->GetUIntValue("/Flags") & kSubmitsXFDF) != 0;
+}
+
+void CheckButtons(const ZAcroFormServerForm& form, ZDocument::Status status, const std::string& page,
+                  std::vector<std::string>* faults) {
+  const ZAcroForm::ConstFieldMap buttons = form.FindSubmitFormButtons(status);
+  if (buttons.Size() == 0) {
+    faults->push_back("no button submits the form to a URL that ends in \"" + page + "\": users cannot " +
+                      (status == ZDocument::eModify ? "save it" : "ask to modify it again"));
+  }
+  for (const auto& [name, same] : buttons) {
+    const bool right = std::all_of(same.begin(), same.end(), [](const auto* button) { return SubmitsXFDF(*button); });
+    if (!right) {
+      faults->push_back("the button \"" + name.ToString() + "\" does not submit as XFDF: set \"export format: XFDF\"");
+    }
+  }
+}
+
+void CheckNames(const ZAcroFormServerForm& form, std::vector<std::string>* faults) {
+  for (const auto& [name, same] : form.FlatFields()) {
+    const auto named = std::count_if(same.begin(), same.end(), [](const auto* field) { return field->HasName(); });
+    if (named > 1) {
+      faults->push_back(std::to_string(named) + " fields are named \"" + same[0]->FullNameUTF8().ToString() +
+                        "\": a value goes to one of them alone");
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> CheckTemplate(const Chaine& path) {
+  ZAcroFormServerForm form;
+  if (!form.Load(path, Chaine())) return {"cannot be read: " + form.Diagnostics().Failure().ToString()};
+  return CheckTemplate(form);
+}
+
+std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
+  if (!form.IsValid()) return {"is a document without form fields"};
+  std::vector<std::string> faults;
+  if (form.Parser()->IDOriginal().IsEmpty()) {
+    faults.emplace_back("has no identifier (\"/ID\"): what is submitted from it is refused");
+  }
+  const ZAcroFormField* const session = form.Fields().Get(ZXFDF::kSessionIDField);
+  if (session == nullptr || session->Type() != ZAcroFormField::eText) {
+    faults.push_back(std::string("has no text field \"") + ZXFDF::kSessionIDField +
+                     "\", which is hidden and carries the session: what is submitted is refused");
+  }
+  CheckButtons(form, ZDocument::eModify, "save.cgi", &faults);
+  CheckButtons(form, ZDocument::eConsult, "modify.cgi", &faults);
+  CheckNames(form, &faults);
+  return faults;
+}
+
+}  // namespace zforms::tool

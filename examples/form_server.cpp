@@ -1,0 +1,107 @@
+// A host with a form server: opens one form, prints each value that is saved, and stops when its input ends:
+//   form_server FOLDER CODE OPENED.xfdf
+// FOLDER holds the form CODE.pdf. Open OPENED.xfdf in a PDF reader, fill the form in and press its save button.
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/host_services.h"
+#include "platform/idle_messages.h"
+#include "server/acro_form_server.h"
+#include "server/xfdf_handler.h"
+#include "xfdf/xfdf.h"
+
+namespace {
+
+using zforms::ZXFDF;
+
+constexpr uint64_t kFolder = 1;
+constexpr int32_t kYear = 2025;
+// A real host makes one for each form that nobody can guess.
+constexpr char kSession[] = "4bc7f3";
+
+// On the host's thread: here the data are stored.
+class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
+ public:
+  using ZAcroFormServerSaveXFDFMessage::ZAcroFormServerSaveXFDFMessage;
+  void OnIdleMessage() override {
+    std::cout << (DataIsOK() ? "saved" : "refused as stale") << std::endl;
+    for (const zforms::Chaine& name : XFDF().Fields().FieldNames()) {
+      const ZXFDF::Field* field = XFDF().Fields().Get(name);
+      if (DataIsOK() && field->HasValue()) {
+        std::cout << "  " << name.View() << " = " << field->ValuesAsText().View() << std::endl;
+      }
+    }
+  }
+};
+
+// On one of the server's threads, for one submission.
+class Session : public zforms::ZAcroFormServerXFDFHandler::CSession {
+ public:
+  using ZAcroFormServerXFDFSession::ZAcroFormServerXFDFSession;
+  bool CheckSession(const ZXFDF::SessionInfos& infos) override { return infos.Param("Example.Session") == kSession; }
+  bool AcceptSave() override { return TransactionManager().IncTransactionIn(ReceivedXFDF()); }
+  CSaveXFDFMessage* CreateSaveMessage(const zforms::ZInetURL& url, const ZXFDF& xfdf, bool accepted) override {
+    return new Message(url, xfdf, accepted);
+  }
+};
+
+class Handler : public zforms::ZAcroFormServerXFDFHandler {
+ public:
+  using ZAcroFormServerXFDFHandler::ZAcroFormServerXFDFHandler;
+  std::unique_ptr<CSessionBase> AllocSession() override {
+    uint64_t folder = 0;
+    int32_t year = 0;
+    GetCurrentFolder(folder, year);
+    return std::make_unique<Session>(this, folder, year);
+  }
+};
+
+// Any reader will do, and nobody is asked.
+class Server : public zforms::ZAcroFormServer {
+ public:
+  using ZAcroFormServer::ZAcroFormServer;
+  ~Server() override { Stop(); }
+  bool NotifyStart() override { return true; }
+};
+
+int Run(const char* folder, const char* code, const char* opened) {
+  const zforms::ZSystemServices system("Example");
+  Server server(0, folder, kFolder, kYear, system.Services());
+  auto* handler = new Handler(&server, server.XFDFRoot(), kFolder, kYear);
+  server.SetXFDFHandler(handler, true);
+  if (!server.Start()) return 1;
+
+  const auto builder = server.GetXFDFBuilder(code);
+  if (!builder) {
+    std::cerr << "there is no form " << code << " in " << folder << "\n";
+    return 1;
+  }
+  builder->SetAutoMap("", false);
+  ZXFDF xfdf = builder->CreateXFDF();
+  handler->TransactionManager().StartTransactionFor(xfdf);
+  xfdf.SessionID().SetParam("Example.Session", kSession);
+  if (!xfdf.Save(opened)) return 1;  // server.ShowXFDF(xfdf, true) gives it to the reader
+  std::cout << "open " << opened << std::endl;
+
+  zforms::ZIdleMessageManager& messages = server.IdleMessages();
+  std::thread input([&messages] {
+    while (std::cin.get() != std::char_traits<char>::eof()) continue;
+    messages.Quit();
+  });
+  messages.Run();
+  input.join();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 4) {
+    std::cerr << "usage: form_server FOLDER CODE OPENED.xfdf\n";
+    return 2;
+  }
+  return Run(argv[1], argv[2], argv[3]);
+}

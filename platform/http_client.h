@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/chaine.h"
+#include "platform/export.h"
+#include "platform/http_header.h"
+#include "platform/inet_url.h"
+
+namespace zforms {
+
+// The answer to a request.
+struct ZFORMS_API ZHTTPAnswer {
+  int status = 0;
+  ZHTTPHeader header;
+  Chaine body;
+};
+
+// Asks an "http:" URL and waits for the whole answer, whatever its status; a body
+// goes with "POST". False with a reason in `*error` when none comes, or one of more
+// than 256 MiB.
+ZFORMS_API bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_type, const Chaine& body,
+                        ZHTTPAnswer* answer, std::string* error);
+
+}  // namespace zforms

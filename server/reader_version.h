@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/export.h"
+#include "platform/host_services.h"
+
+namespace zforms {
+
+// Whether a reader that can show served forms is installed: one of its registered
+// classes is served by a program of version 8 or later. Passes when the setting
+// "IgnorePDFVersion" of the section "Settings" is true. With `show_message` the
+// user is told when it fails.
+ZFORMS_API bool VerifyReaderVersion(const ZHostServices& services, bool show_message);
+
+}  // namespace zforms

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/critical_section.h"
+#include "platform/export.h"
+#include "platform/http_page.h"
+#include "xfdf/session_infos.h"
+#include "xfdf/xfdf.h"
+
+namespace zforms {
+
+class ZHTTPServerPageXFDF;
+
+// One request with an XFDF document in its body. It keeps the folder and financial
+// year that it was made with, whatever the host changes meanwhile.
+class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
+ public:
+  ZHTTPServerPageXFDFSession(const ZHTTPServerPageXFDF* page, uint64_t folder, int32_t exercice);
+  ~ZHTTPServerPageXFDFSession() override;
+
+  // Reads the document. 409 when it has no "ids", or session infos of another folder,
+  // financial year or application, or longer than 64 KiB; one without passes. A document
+  // that names no PDF gets the request's own URL.
+  bool SetFullRequest(ZHTTPReadRequest& request) override;
+
+  const ZXFDF& XFDFRequest() const { return xfdf_; }
+  uint64_t Folder() const { return folder_; }
+  int32_t Exercice() const { return exercice_; }
+  // Whether the host is in a folder at all.
+  bool IsInFolder() const { return folder_ != 0; }
+
+ protected:
+  // The document that was received, for the deriving session to change.
+  ZXFDF& ReceivedXFDF() { return xfdf_; }
+  static bool SendXFDF(ZHTTPSendResponse& response, const ZXFDF& xfdf);
+
+ private:
+  bool IsOwn(const ZXFDF& xfdf) const;
+
+  const ZHTTPServerPageXFDF* page_;
+  ZXFDF xfdf_;
+  uint64_t folder_;
+  int32_t exercice_;
+};
+
+// ZHTTPServerPageXFDF is the base of the pages that receive XFDF documents. It knows
+// the host's folder and financial year, which the host's thread may change at any
+// time; the two are always read together.
+class ZFORMS_API ZHTTPServerPageXFDF : public ZHTTPServerPageBase {
+ public:
+  using CXFDFSession = ZHTTPServerPageXFDFSession;
+
+  // `software` is the host's short name, which documents must carry.
+  ZHTTPServerPageXFDF(uint64_t folder, int32_t exercice, const Chaine& software);
+  ~ZHTTPServerPageXFDF() override;
+
+  void SetCurrentFolder(uint64_t folder, int32_t exercice);
+  const Chaine& Software() const { return software_; }
+
+ protected:
+  void GetCurrentFolder(uint64_t& folder, int32_t& exercice) const;
+
+ private:
+  mutable CCriticalSection section_;
+  uint64_t folder_;
+  int32_t exercice_;
+  Chaine software_;
+};
+
+}  // namespace zforms

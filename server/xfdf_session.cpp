@@ -1,0 +1,86 @@
+#include "platform/counted_unknown.h"
+#include "platform/http_response.h"
+#include "platform/inet_stream.h"
+#include "server/acro_form_server.h"
+#include "server/pdf_handler.h"
+#include "server/xfdf_handler.h"
+
+namespace zforms {
+
+ZAcroFormServerSaveXFDFMessage::~ZAcroFormServerSaveXFDFMessage() = default;
+
+ZAcroFormServerXFDFSession::ZAcroFormServerXFDFSession(ZAcroFormServerXFDFHandler* handler, uint64_t folder,
+                                                       int32_t exercice)
+    : ZHTTPServerPageXFDFSession(handler, folder, exercice), handler_(handler) {}
+
+ZAcroFormServerXFDFSession::~ZAcroFormServerXFDFSession() = default;
+
+ZDocument::Status ZAcroFormServerXFDFSession::Action() const {
+  return ZAcroFormServerXFDFHandler::GetDisplayMode(URL());
+}
+
+ZAcroFormServer* ZAcroFormServerXFDFSession::HTTPServer() const { return handler_->HTTPServer(); }
+
+ZXFDFTransaction& ZAcroFormServerXFDFSession::TransactionManager() const { return handler_->TransactionManager(); }
+
+void ZAcroFormServerXFDFSession::UpdatePDFHRef(ZXFDF& xfdf, ZDocument::Status status) const {
+  handler_->UpdatePDFHRef(xfdf, status);
+}
+
+bool ZAcroFormServerXFDFSession::SetURL(const ZInetURL& url, const Chaine& method) {
+  if (!ZHTTPServerPageXFDFSession::SetURL(url, method)) return false;
+  if (IsInFolder() && Action() != ZDocument::eReadOnly) return true;
+  SetStatus(404);
+  return false;
+}
+
+bool ZAcroFormServerXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
+  if (!ZHTTPServerPageXFDFSession::SetFullRequest(request)) return false;
+  const bool is_live = XFDFRequest().HasSessionID() && CheckSession(XFDFRequest().SessionID());
+  if (!is_live && !IsInError()) SetStatus(409);
+  return !IsInError();
+}
+
+void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
+  ZXFDF answer = XFDFRequest();
+  ZInetURL href = answer.PDFHRef();
+  const bool is_local = href.IsLocalFile();
+  Chaine code =
+      is_local ? ZAcroFormServerXFDFHandler::CodeNameFromFileURL(href) : ZAcroFormServer::CodeNameFromPDFURL(href);
+  const bool is_missing = code.IsEmpty();
+  if (is_missing) code = ZAcroFormServer::CodeNameFromPDFURL(URL());
+  if (is_local || is_missing) answer.SetPDFHRef(HTTPServer()->GetPDFURL(code, Action()));
+
+  const ZXFDFTransactionInfos before = XFDFRequest().SessionID().Transaction();
+  const bool accepted = Action() == ZDocument::eModify && AcceptAndPost(answer);
+  if (accepted) CopySession(&answer, before);
+  UpdatePDFHRef(answer, accepted ? ZDocument::eConsult : ZDocument::eModify);
+
+  href = answer.PDFHRef();
+  ZAcroFormServerForm form;
+  const ZDocument::Status status = ZAcroFormServerPDFHandler::StatusFromURL(href);
+  if (!HTTPServer()->PrepareForm(answer, code, status, &form)) return SetStatus(404);
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  if (!form.Save(out)) return SetStatus(500);
+  response.SetHeader("Location", href.AsChaine());
+  response.SetHeader("Content-Location", href.AsChaine());
+  SendRawData(response, bytes, "application/pdf", Chaine());
+}
+
+// Whatever becomes of the answer, the message is on its way before it.
+bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
+  const bool accepted = AcceptSave();
+  const ZCountedPtr<CSaveXFDFMessage> message(CreateSaveMessage(URL(), submitted, accepted));
+  if (message) HTTPServer()->IdleMessages().Post(message.get());
+  return accepted;
+}
+
+// The form that goes back carries the count that accepting raised, or its next save
+// would be refused as stale.
+void ZAcroFormServerXFDFSession::CopySession(ZXFDF* to, const ZXFDFTransactionInfos& before) const {
+  to->Fields().AddField(ZXFDF::kSessionIDField) = XFDFRequest().Fields()[ZXFDF::kSessionIDField].Value();
+  if (to->SessionID().Transaction() == before) to->SessionID().IncTransactionCount();
+}
+
+}  // namespace zforms

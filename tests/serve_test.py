@@ -1,0 +1,330 @@
+#!/usr/bin/env python3
+"""zforms serve as a reader and as an office meet it: forms go out and come back, and nothing that was answered is lost.
+
+Every request is written here byte by byte or by http.client; what comes back is read by qpdf where it is installed.
+"""
+
+import http.client
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+from xml.sax.saxutils import escape
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+TOOL = os.environ.get("ZFORMS_TOOL", str(ROOT / "build/dev/bin/zforms"))
+SAVE = "/App/xfdf/save.cgi?code=membership_form"
+failures = []
+
+
+def expect(condition, text):
+    if not condition:
+        failures.append(text)
+    return condition
+
+
+class Server:
+    """A server over the sample forms; it is asked to stop at the end, unless it was killed before."""
+
+    def __init__(self, folder, *options, templates=None, port=0):
+        self.data = str(folder / "data")
+        command = [TOOL, "serve", "--templates", str(templates or ROOT / "samples"), "--data", self.data, "--app", "App",
+                   "--folder", "12", "--year", "2025", "--port", str(port), *options]
+        self.log = open(folder / "log", "ab")
+        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.log, text=True)
+        self.started = ""
+        for line in self.process.stdout:
+            self.started += line
+            if line.startswith("Stop:"):
+                break
+        found = re.search(r"http://localhost:(\d+)/", self.started)
+        self.port = int(found[1]) if found else 0
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+
+    def stop(self, number=signal.SIGTERM):
+        """The exit status."""
+        if self.process.poll() is None:
+            self.process.send_signal(number)
+        status = self.process.wait(timeout=30)
+        self.process.stdout.close()
+        self.log.close()
+        return status
+
+    def ask(self, method, target, body=None, headers=None):
+        """(status, headers, body), or (0, ...) when the connection ends without an answer."""
+        connection = http.client.HTTPConnection("localhost", self.port, timeout=30)
+        try:
+            connection.request(method, target, body, headers or {})
+            answer = connection.getresponse()
+            return answer.status, answer.headers, answer.read()
+        except (OSError, http.client.HTTPException):
+            return 0, {}, b""
+        finally:
+            connection.close()
+
+    def open_form(self, code="membership_form"):
+        status, _, body = self.ask("GET", f"/open.cgi?code={code}&as=xfdf")
+        expect(status == 200, f"open.cgi of {code}: {status}")
+        return body.decode()
+
+    def stored(self, *options):
+        done = subprocess.run([TOOL, "submissions", "--data", self.data, "--format", "json", *options],
+                              capture_output=True, timeout=60)
+        if not expect(done.returncode == 0, f"submissions: {done.stderr.decode()}"):
+            return []
+        return json.loads(done.stdout)
+
+
+def with_value(xfdf, name, value):
+    """The document with a value for a field, which may hold one already, by full name; a flat field before the others."""
+    return xfdf.replace("<fields>", f'<fields><field name="{name}"><value>{escape(value)}</value></field>', 1)
+
+
+def count_raised(xfdf):
+    """As the form comes back after its first save."""
+    return re.sub(r'(Transaction\.Count"&gt;|Transaction\.Count&quot;&gt;)(\d+)',
+                  lambda match: match[1] + str(int(match[2]) + 1), xfdf)
+
+
+def location(headers):
+    return headers.get("Content-Location", "")
+
+
+def check_pdf(folder, pdf, label):
+    path = folder / "answer.pdf"
+    path.write_bytes(pdf)
+    if shutil.which("qpdf"):
+        done = subprocess.run(["qpdf", "--check", str(path)], capture_output=True, timeout=60)
+        expect(done.returncode == 0, f"{label}: qpdf: {done.stdout.decode('utf-8', 'replace')}")
+    return path
+
+
+def round_of_a_form(folder):
+    with Server(folder) as server:
+        page = server.ask("GET", "/")[2].decode()
+        expect('href="open.cgi?code=membership_form"' in page, "the opening page lists the form")
+        first = with_value(server.open_form(), "adherent.nom", "Zoé & <Fils>")
+        for target, shown in ((f"/App/acroform/get.cgi?code=membership_form&Action=modify", b"/HideMenubar true"),
+                              ("/open.cgi?code=membership_form", b"Session.ID")):
+            status, headers, pdf = server.ask("GET", target)
+            expect(status == 200 and headers["Content-Type"] == "application/pdf", f"{target}: {status}")
+            expect(headers["Cache-Control"] == "no-store", f"{target} may be kept")
+            check_pdf(folder, pdf, target)
+        status, headers, pdf = server.ask("POST", SAVE, first.encode())
+        expect(status == 200 and location(headers).endswith("Action=consult"), f"the first save: {status}")
+        check_pdf(folder, pdf, "saved form")
+        second = count_raised(with_value(first, "adherent.nom", "Maë"))
+        expect(second.count("Transaction.Count") == 1 and second != first, "the test raises the count")
+        status, headers, pdf = server.ask("POST", SAVE.replace("save", "modify"), second.encode())
+        expect(status == 200 and location(headers).endswith("Action=modify"), f"asking to modify: {status}")
+        status, headers, _ = server.ask("POST", SAVE, second.encode())
+        expect(status == 200 and location(headers).endswith("Action=consult"), f"the second save: {status}")
+        status, headers, _ = server.ask("POST", SAVE, first.encode())
+        expect(status == 200 and location(headers).endswith("Action=modify"), f"a stale copy: {status}")
+        stored = server.stored("--code", "membership_form")
+        expect([one["count"] for one in stored] == [0, 1], f"stored: {stored}")
+        expect(stored and stored[0]["fields"]["adherent.nom"] == "Zoé & <Fils>", "the value as it was submitted")
+        expect(stored and stored[0]["folder"] == "12" and stored[0]["year"] == 2025, "folder and year of the submission")
+        expect(len(server.stored("--rejected")) == 1, "what is rejected is kept apart")
+        done = subprocess.run([TOOL, "submissions", "--data", server.data, "--format", "xfdf", "--id", "1"],
+                              capture_output=True, timeout=60)
+        expect(b"Zo\xc3\xa9 &amp; &lt;Fils>" in done.stdout or b"Zo\xc3\xa9 &amp; &lt;Fils&gt;" in done.stdout,
+               "the submission as XFDF")
+        expect(server.stop(signal.SIGINT) == 0, "SIGINT stops the server in peace")
+    log = (folder / "log").read_text()
+    expect(log.count("POST /App/xfdf/save.cgi code=membership_form 200") == 3, f"one line a request: {log}")
+    expect("Zoé" not in log, "the log holds a value")
+
+
+def refusals(folder):
+    with Server(folder, "--log", "json") as server:
+        xfdf = with_value(server.open_form(), "adherent.nom", "x")
+
+        def changed(pattern, by):
+            result = re.sub(pattern, by, xfdf, count=1)
+            expect(result != xfdf, f"the test changes {pattern}")
+            return result
+
+        host = {"Host": f"localhost:{server.port}"}
+        cases = [
+            ("another folder", 409, changed(r'(Folder\.ID"&gt;|Folder\.ID&quot;&gt;)12', r"\g<1>13"), {}, SAVE),
+            ("another year", 409, changed(r'(Exercice"&gt;|Exercice&quot;&gt;)2025', r"\g<1>2024"), {}, SAVE),
+            ("another application", 409, changed(r'(Shortname"&gt;|Shortname&quot;&gt;)App', r"\g<1>Other"), {}, SAVE),
+            ("a guessed session", 409, changed(r'(Session\.ID"&gt;|Session\.ID&quot;&gt;)[0-9a-f]', r"\g<1>x"), {}, SAVE),
+            ("a transaction of nobody", 409, changed(r'(Transaction\.ID"&gt;|Transaction\.ID&quot;&gt;)\d', r"\g<1>9"),
+             {}, SAVE),
+            ("no session", 409, changed(r"ZOR", "ZOX"), {}, SAVE),
+            ("no identifiers", 409, changed(r"<ids [^>]*>", ""), {}, SAVE),
+            ("no XML", 409, "hello", {}, SAVE),
+            ("a page of another origin", 403, xfdf, {"Origin": "http://example.com"}, SAVE),
+            ("a page without origin", 403, xfdf, {"Origin": "null"}, SAVE),
+            ("another site", 403, xfdf, {"Sec-Fetch-Site": "cross-site"}, SAVE),
+            ("a foreign name", 403, xfdf, {"Host": f"example.com:{server.port}"}, SAVE),
+            ("another page", 404, xfdf, {}, SAVE.replace("save", "delete")),
+            ("too much", 413, "x" * ((16 << 20) + 1), {}, SAVE),
+        ]
+        for label, wanted, body, headers, target in cases:
+            status = server.ask("POST", target, body.encode(), {**host, **headers})[0]
+            expect(status == wanted or (wanted == 413 and status == 0), f"{label}: {status}, not {wanted}")
+        for target, wanted in (("/App/acroform/get.cgi?code=..%2F..%2Fetc%2Fpasswd", 404), ("/open.cgi?code=none", 404),
+                               ("/open.cgi", 400), ("/App/acroform/get.cgi", 400), ("/other", 404),
+                               ("/open.cgi/..%2f", 404)):
+            status = server.ask("GET", target)[0]
+            expect(status == wanted, f"{target}: {status}, not {wanted}")
+        expect(server.stored() == [] and server.stored("--rejected") == [], "nothing of this is stored")
+        second = subprocess.run([TOOL, "serve", "--templates", str(ROOT / "samples"), "--data", server.data, "--port", "0"],
+                                capture_output=True, timeout=30)
+        expect(second.returncode == 2 and b"another server uses this data folder" in second.stderr,
+               f"a second server: {second.returncode} {second.stderr}")
+    lines = [json.loads(line) for line in (folder / "log").read_text().splitlines()]
+    expect(sum(line["kind"] == "request" and line["status"] == 403 for line in lines) == 4, "the log as JSON")
+    expect(any(line["kind"] == "refused" and "example.com" in line["text"] for line in lines), "intrusions are told")
+
+
+def prefilled_and_restarted(folder):
+    templates = folder / "templates"
+    templates.mkdir()
+    shutil.copy(ROOT / "samples/membership_form.pdf", templates / "Adhésion 1.pdf")
+    (templates / "Adhésion 1.ini").write_text("[Map]\nadherent.ville=Office.Town\nadherent.nom=Nobody.Name\n")
+    rubrics = [TOOL, "rubrics", "--data", str(folder / "data")]
+    subprocess.run([*rubrics, "--set", "Office.Town=Béziers=34", "--set", "Office.Other=x"], check=True, timeout=30)
+    said = subprocess.run(rubrics, capture_output=True, timeout=30).stdout.decode()
+    expect(said == "Office.Other=x\nOffice.Town=Béziers=34\n", f"rubrics: {said}")
+    code = "Adh%C3%A9sion%201"
+    with Server(folder, templates=templates) as server:
+        xfdf = server.open_form(code)
+        expect("Béziers=34" in xfdf, f"prefilled: {xfdf}")
+        save = f"/App/xfdf/save.cgi?code={code}"
+        status, headers, _ = server.ask("POST", save, xfdf.encode())
+        expect(status == 200 and f"code={code}&" in location(headers), f"a code with a blank: {status} {location(headers)}")
+    with Server(folder, templates=templates) as server:
+        status, headers, _ = server.ask("POST", save, xfdf.encode())
+        expect(status == 200 and location(headers).endswith("modify"), f"stale after a restart: {status}")
+        status, headers, _ = server.ask("POST", save, count_raised(xfdf).encode())
+        expect(status == 200 and location(headers).endswith("consult"), f"going on after a restart: {status}")
+        expect([one["code"] for one in server.stored()] == ["Adhésion 1"] * 2, "stored in both runs")
+
+
+def templates_are_checked(folder):
+    templates = folder / "templates"
+    templates.mkdir()
+    (templates / "none.pdf").write_bytes(b"no PDF")
+    sample = (ROOT / "samples/membership_form.pdf").read_bytes()
+    (templates / "plain.pdf").write_bytes(sample.replace(b"(SessionID)", b"(SessionIX)").replace(b"modify.cgi", b"change.cgi")
+                                          .replace(b"/ID [", b"/IX ["))
+    with Server(folder, templates=templates):
+        pass
+    log = (folder / "log").read_text()
+    for said in ("none.pdf: cannot be read", 'plain.pdf: has no text field "ZOR.SessionID"',
+                 'plain.pdf: no button submits the form to a URL that ends in "modify.cgi"', 'has no identifier ("/ID")'):
+        expect(said in log, f"the check does not say {said!r}: {log}")
+    done = subprocess.run([TOOL, "serve", "--templates", str(folder)], capture_output=True, timeout=30)
+    expect(done.returncode == 2 and b"there are no forms" in done.stderr, f"an empty folder: {done.stderr}")
+
+
+def imported(folder):
+    templates = folder / "templates"
+    templates.mkdir()
+    bare = (ROOT / "samples/membership_form.pdf").read_bytes()
+    for old, new in ((b"(ZOR)", b"(XOR)"), (b"save.cgi", b"sent.cgi"), (b"modify.cgi", b"change.cgi"), (b"/ID [", b"/IX [")):
+        expect(old in bare, f"the sample has {old}")
+        bare = bare.replace(old, new)
+    (folder / "bare.pdf").write_bytes(bare)
+    done = subprocess.run([TOOL, "import", str(folder / "bare.pdf"), "-o", str(templates / "F1.pdf")], capture_output=True,
+                          timeout=30)
+    expect(done.returncode == 0 and done.stderr.count(b"added: ") == 4, f"import: {done.stderr.decode()}")
+    pdf = (templates / "F1.pdf").read_bytes()
+    expect(pdf.startswith(bare), "what was added is appended")
+    check_pdf(folder, pdf, "imported form")
+    again = subprocess.run([TOOL, "import", str(templates / "F1.pdf"), "-o", str(folder / "again.pdf")],
+                           capture_output=True, timeout=30)
+    expect(again.returncode == 0 and not again.stderr, f"a second import: {again.stderr.decode()}")
+    with Server(folder, templates=templates) as server:
+        done = subprocess.run([TOOL, "submit", "F1", "--port", str(server.port), "--set", "adherent.nom=x"],
+                              capture_output=True, timeout=30)
+        expect(done.returncode == 0 and b"saved" in done.stdout, f"an imported form is saved: {done}")
+
+
+def ended_under_load(folder, number):
+    """Four clients save until the server ends; what was answered as accepted is stored, and nothing twice."""
+    accepted, sent = [], []
+    with Server(folder) as server:
+        def client(name):
+            xfdf = server.open_form()
+            for count in range(10000):
+                value = f"{name}.{count}"
+                sent.append(value)
+                status, headers, _ = server.ask("POST", SAVE, with_value(xfdf, "adherent.nom", value).encode())
+                if status != 200:
+                    return
+                expect(location(headers).endswith("consult"), f"{value}: {location(headers)}")
+                accepted.append(value)
+                xfdf = count_raised(xfdf)
+
+        clients = [threading.Thread(target=client, args=(f"client{i}",)) for i in range(4)]
+        for one in clients:
+            one.start()
+        while len(accepted) < 60 and any(one.is_alive() for one in clients):
+            time.sleep(0.01)
+        status = server.stop(number)
+        for one in clients:
+            one.join()
+        stored = [one["fields"]["adherent.nom"] for one in server.stored()]
+    name = signal.Signals(number).name
+    expect(status == (0 if number == signal.SIGTERM else -number), f"{name}: exit status {status}")
+    expect(len(accepted) >= 60, f"{name}: only {len(accepted)} were accepted")
+    expect(not set(accepted) - set(stored), f"{name}: lost {sorted(set(accepted) - set(stored))}")
+    expect(len(stored) == len(set(stored)) and set(stored) <= set(sent), f"{name}: doubled")
+    with Server(folder) as server:
+        expect(len(server.stored()) == len(stored), f"{name}: the store opens again")
+
+
+def by_the_tool(folder):
+    def submit(*arguments):
+        done = subprocess.run([TOOL, "submit", "--port", str(server.port), *arguments], capture_output=True, timeout=30)
+        return done.returncode, done.stdout.decode() + done.stderr.decode()
+
+    answer, again = str(folder / "answer.pdf"), str(folder / "again.pdf")
+    with Server(folder) as server:
+        for arguments, status, said in (
+                (["membership_form", "--set", "adherent.nom=Zoé", "-o", answer], 0, "saved; the form comes back in mode consult"),
+                ([answer, "-o", again], 0, "asked to modify; the form comes back in mode modify"),
+                ([again, "--set", "adherent.nom=Maë"], 0, "saved; the form comes back in mode consult"),
+                ([again], 2, "refused as stale; the form comes back in mode modify"),
+                ([again, "--set", "nowhere=1"], 2, 'the form has no field "nowhere"'),
+                (["nothing"], 2, "status 404")):
+            result = submit(*arguments)
+            expect(result[0] == status and said in result[1], f"submit {arguments}: {result}")
+        done = subprocess.run([TOOL, "submissions", "--data", server.data], capture_output=True, timeout=30)
+        lines = done.stdout.decode().split("\r\n")
+        expect(lines[0].startswith("id,received,code,folder,year,transaction,count,") and "adherent.nom" in lines[0]
+               and "Zoé" in lines[1] and "Maë" in lines[2] and lines[3] == "", f"CSV: {lines}")
+
+
+def main():
+    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, imported, by_the_tool,
+             *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
+             lambda folder: ended_under_load(folder, signal.SIGTERM)]
+    for case in cases:
+        with tempfile.TemporaryDirectory() as folder:
+            case(pathlib.Path(folder))
+    for failure in failures:
+        print(failure[:2000])
+    print("serve_test:", f"{len(failures)} failures" if failures else "passed")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
