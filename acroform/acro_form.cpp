@@ -56,6 +56,7 @@ ZAcroForm::ZAcroForm(const ZAcroForm& other) : ZAcroForm() {
   path_name_ = other.path_name_;
   raw_data_ = other.raw_data_;
   xref_offset_ = other.xref_offset_;
+  recovery_ = other.recovery_;
   notes_ = other.notes_;
   const auto copy_of = [](const std::unique_ptr<ZPDFEncryption>& handler) {
     return handler == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*handler);
@@ -78,6 +79,7 @@ void ZAcroForm::Swap(ZAcroForm& other) {
   std::swap(path_name_, other.path_name_);
   std::swap(raw_data_, other.raw_data_);
   std::swap(xref_offset_, other.xref_offset_);
+  std::swap(recovery_, other.recovery_);
   std::swap(notes_, other.notes_);
   std::swap(viewer_infos_, other.viewer_infos_);
   std::swap(encryption_load_, other.encryption_load_);
@@ -91,12 +93,14 @@ void ZAcroForm::Swap(ZAcroForm& other) {
 
 bool ZAcroForm::Load(const Chaine& path, const Chaine& password) {
   auto parser = std::make_unique<ZPDFParser>();
+  parser->SetRecovery(recovery_);
   if (!parser->Read(path, password)) return FailLoad(*parser, parser->Diagnostics().Failure());
   return Adopt(std::move(parser));
 }
 
 bool ZAcroForm::Load(ZInetIStream& in, const Chaine& password) {
   auto parser = std::make_unique<ZPDFParser>();
+  parser->SetRecovery(recovery_);
   const Chaine bytes = in.ReadAll();
   if (const std::string error = in.Error(); !error.empty()) return FailLoad(*parser, error);
   if (!parser->ReadFromRaw(bytes, password)) return FailLoad(*parser, parser->Diagnostics().Failure());

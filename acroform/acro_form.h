@@ -24,6 +24,7 @@ namespace zforms {
 class ZInetIStream;
 class ZInetOStream;
 class ZPDFEncryption;
+class ZPDFNodeIndirectObject;
 class ZPDFParser;
 class ZPDFWriter;
 class ZXFDF;
@@ -66,6 +67,9 @@ class ZFORMS_API ZAcroForm {
   bool Load(const Chaine& path, const Chaine& password);
   bool Load(ZInetIStream& in, const Chaine& password);
   bool Load(const ZPDFParser* parser);
+  // From now on a damaged file is recovered when it is loaded, which Diagnostics()
+  // say; it is then saved anew the next time. See ZPDFParser::SetRecovery.
+  void SetRecovery(bool recover) { recovery_ = recover; }
   // Whether a document with a form is loaded and can be decrypted.
   bool IsValid() const;
   // The file that it was loaded from or last saved to; empty for a stream.
@@ -135,17 +139,23 @@ class ZFORMS_API ZAcroForm {
   const ZPDFEncryption* EncryptionLoad() const { return encryption_load_.get(); }
   const ZPDFEncryption* EncryptionSave() const;
 
-  // Save what changed as an update, or everything when the security handler
-  // changed. The bytes saved are then the base of the next save, and nothing is
-  // marked as modified any more. An empty path means PathName(). On failure they
-  // return false, with the reason in Diagnostics(), and change nothing here.
+  // Save what changed as an update, or everything when SavesAnew() says so. The bytes saved are then the base of the
+  // next save, and nothing is marked as modified any more. An empty path means PathName(). On failure they return
+  // false, with the reason in Diagnostics(), and change nothing here.
   bool Save(const Chaine& path);
   bool Save(ZInetOStream& out);
+  // Whether the next Save writes everything: the security handler changed, or the
+  // document was recovered from damage.
+  bool SavesAnew() const;
   // Save everything anew: the objects in use under their numbers, one
   // cross-reference section. Numbers between them that are free get null objects.
   bool SaveFull(const Chaine& path);
   bool SaveFull(ZInetOStream& out);
   void ResetModified();
+  // The bytes that Save would give as an update with these objects, those of them that
+  // are marked. Nothing changes here: who fills one form again and again takes this,
+  // and then takes the changes back. Empty on failure. Precondition: a document is loaded.
+  Chaine UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const;
 
   // Why the last load or save failed, and what was odd about the document, its
   // form and the values filled in. Valid until the next call.
@@ -172,6 +182,7 @@ class ZFORMS_API ZAcroForm {
   Chaine path_name_;
   Chaine raw_data_;
   uint32_t xref_offset_ = 0;
+  bool recovery_ = false;
   // What was met besides what the parser says.
   ZDiagnostics notes_;
   mutable ZDiagnostics diagnostics_;

@@ -6,6 +6,7 @@
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/parser/parser.h"
+#include "pdf/stream_node.h"
 #include "pdf/writer/saver.h"
 #include "pdf/writer/updater.h"
 #include "platform/inet_stream.h"
@@ -25,6 +26,27 @@ std::unique_ptr<ZPDFNodeDictionary> BareTrailer(const ZPDFParser& parser) {
   std::unique_ptr<ZPDFNodeDictionary> trailer(parser.TrailerDico()->Clone());
   for (const char* key : {"/Encrypt", "/Prev", "/XRefStm"}) trailer->RemoveValue(key);
   return trailer;
+}
+
+// The trailer of an update: the stream that an older section of a hybrid file names
+// stays with that section, or it would come before newer versions of its objects.
+std::unique_ptr<ZPDFNodeDictionary> UpdateTrailer(const ZPDFNodeDictionary& newest) {
+  std::unique_ptr<ZPDFNodeDictionary> trailer(newest.Clone());
+  if (!trailer->Exist("/XRefStm")) return trailer;
+  const bool modified = trailer->IsModified();
+  trailer->RemoveValue("/XRefStm");
+  trailer->SetModified(false, true);
+  trailer->SetModified(modified, false);
+  return trailer;
+}
+
+// Whether the object says where other objects are, which nothing in a document should
+// lead to and a file written anew does not need.
+bool IsStructureStream(const ZPDFNodeIndirectObject* object) {
+  const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
+  if (stream == nullptr) return false;
+  const Chaine& type = stream->Dico()->GetIdentifier("/Type");
+  return type == "/XRef" || type == "/ObjStm";
 }
 
 // Null objects for the numbers below the highest that have none: "/Size" is the
@@ -79,8 +101,10 @@ bool ZAcroForm::SaveFull(ZInetOStream& out) {
   return SaveFullBy([&out](ZPDFWriter& writer) { return writer.Write(out); });
 }
 
-bool ZAcroForm::SaveBy(const WriteStep& write) {
-  return encryption_save_ != nullptr ? SaveFullBy(write) : UpdateBy(write);
+bool ZAcroForm::SaveBy(const WriteStep& write) { return SavesAnew() ? SaveFullBy(write) : UpdateBy(write); }
+
+bool ZAcroForm::SavesAnew() const {
+  return encryption_save_ != nullptr || (parser_ != nullptr && parser_->IsRecovered());
 }
 
 bool ZAcroForm::UpdateBy(const WriteStep& write) {
@@ -91,9 +115,12 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
   for (const ZPDFObjectLocation& location : parser_->ObjectLocations()) {
     if (location.object != nullptr && updater.AddNode(location.object)) added.push_back(location.object);
   }
-  updater.SetTrailer(parser_->TrailerDico());
+  const uint32_t xref_number = parser_->XRefIsStream() ? parser_->FreeNumber() : 0;
+  updater.SetXrefStream(xref_number);
+  updater.SetTrailer(UpdateTrailer(*parser_->TrailerDico()).get());
   if (!write(updater)) return FailSave(updater.Failure());
   raw_data_ = updater.RawData();
+  if (xref_number != 0 && updater.SectionWritten()) parser_->TakeNumber(xref_number);
   // After an empty update the updater's offset leads to no section.
   if (updater.SectionWritten()) xref_offset_ = updater.XRefOffset();
   for (ZPDFNodeIndirectObject* object : added) object->SetModified(false, true);
@@ -101,15 +128,24 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
   return true;
 }
 
+Chaine ZAcroForm::UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const {
+  ZPDFUpdater updater;
+  updater.SetRawData(raw_data_, xref_offset_);
+  for (const ZPDFNodeIndirectObject* object : objects) updater.AddNode(object);
+  updater.SetXrefStream(parser_->XRefIsStream() ? parser_->FreeNumber() : 0);
+  updater.SetTrailer(UpdateTrailer(*parser_->TrailerDico()).get());
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  return updater.Write(out) ? bytes : Chaine();
+}
+
 bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
   // What is in use is found from the catalog: without it everything would be lost.
   if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
-  if (parser_->TrailerDico()->Exist("/XRefStm")) {
-    notes_.Warn("objects that only the file's cross-reference stream lists are left out of the new file");
-  }
   const std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
   ZPDFObjectList objects = trailer->ReferencedObjects();
+  std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
   const auto fillers = FillHoles(&objects, &notes_);
   ZPDFSaver saver(EncryptionSave());
   saver.SetPDFVersion(parser_->PDFVersion());

@@ -60,7 +60,8 @@ class MuPDFLibrary : public Library {
       const int count = pdf_xref_len(context_, document);
       for (int i = 1; i < count; i++) {
         const pdf_xref_entry* entry = pdf_get_xref_entry_no_null(context_, document, i);
-        if (entry->type == 'n' && pdf_cache_object(context_, document, i)->obj != nullptr) loaded++;
+        const bool in_use = entry->type == 'n' || entry->type == 'o';  // 'o': in an object stream
+        if (in_use && pdf_cache_object(context_, document, i)->obj != nullptr) loaded++;
       }
     });
     return loaded;

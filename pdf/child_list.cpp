@@ -78,6 +78,7 @@ void ZPDFChildList::Free(ZPDFChildList* list) {
 
 void ZPDFChildList::Reserve(size_t wanted) {
   if (wanted <= capacity) return;
+  if (wanted > UINT32_MAX / 2) throw std::bad_alloc();
   const size_t room = std::max<size_t>(wanted, size_t{capacity} * 2);
   ZPDFNode** const old_items = items;
   Chaine* const old_keys = keys;

@@ -59,9 +59,6 @@ ZPDFNodeDictionary::ZPDFNodeDictionary(const ZPDFNodeDictionary& other) : ZPDFNo
 
 ZPDFNodeDictionary& ZPDFNodeDictionary::operator=(const ZPDFNodeDictionary& other) {
   ZPDFNode::operator=(other);
-  // From now on either may change the entries of both.
-  ForgetIndex();
-  other.ForgetIndex();
   return *this;
 }
 
@@ -86,8 +83,9 @@ ZPDFNode* ZPDFNodeDictionary::ValueAt(size_t index) {
 size_t ZPDFNodeDictionary::FindKey(std::string_view key) const {
   const ZPDFChildList* const children = Children();
   if (children == nullptr || key.empty()) return kAbsent;
-  if (children->size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
+  // A key that has a node of its own may change without a word to the dictionary.
   if (children->keys != nullptr) {
+    if (children->size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
     const size_t found = children->Find(key);
     return found == children->size ? kAbsent : found;
   }

@@ -124,16 +124,28 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
   if (dictionary != nullptr && text.StartWith("stream")) {
     value = ZPDFNodeStream::BuildFrom(text, dictionary, provider, object->Encrypter());
   }
-  if (value != nullptr) {
-    ZPDFNodePool* const pool = text.Pool();
-    object->AdoptChildren(pool == nullptr ? ZPDFChildList::Make(1) : ZPDFChildList::Make(1, *pool));
-    object->AppendChild(value);
-  }
+  if (value != nullptr) object->AdoptValue(value, text.Pool());
   if (text.StartWith("endobj")) {
     text.TakeFirstToken();
   } else {
     text.Warn("\"endobj\" is missing");
   }
+  return object;
+}
+
+void ZPDFNodeIndirectObject::AdoptValue(ZPDFNode* value, ZPDFNodePool* pool) {
+  AdoptChildren(pool == nullptr ? ZPDFChildList::Make(1) : ZPDFChildList::Make(1, *pool));
+  AppendChild(value);
+}
+
+ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildPacked(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
+                                                            IPDFObjectProvider* provider,
+                                                            const ZPDFEncryption* encryption) {
+  text.SetObject(id.Number(), id.Generation());
+  text.TrimLeftComments();
+  auto* object = MakeParsed<ZPDFNodeIndirectObject>(text.Pool(), encryption, id, provider);
+  ZPDFNode* value = ReadValue(text, provider, ZPDFEncrypterNeutral::Default());
+  if (value != nullptr) object->AdoptValue(value, text.Pool());
   return object;
 }
 

@@ -41,6 +41,10 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   // The same from behind "obj", whose number and generation were read.
   static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
                                            IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
+  // From the text of an object in an object stream, which is the value alone and was
+  // enciphered with the stream; what is written of it is enciphered on its own.
+  static ZPDFNodeIndirectObject* BuildPacked(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
+                                             IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
   static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }
 
  private:
@@ -48,6 +52,8 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   ZPDFNodeIndirectObject(Parsed, const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
                          IPDFObjectProvider* provider)
       : ZPDFNodeIndirectObject(encryption, id, provider) {}
+
+  void AdoptValue(ZPDFNode* value, ZPDFNodePool* pool);
 
   ZPDFObjectIdentifier id_;
   std::unique_ptr<ZPDFEncrypter> encrypter_;  // null for the neutral one

@@ -57,13 +57,20 @@ void ZPDFNode::operator delete(ZPDFNode* node, std::destroying_delete_t) {
 
 ZPDFNode& ZPDFNode::operator=(const ZPDFNode& other) {
   if (this == &other || immutable_) return *this;
+  // From now on either may change the entries of both, and only a dictionary knows of keys.
+  for (const ZPDFNode* node : {static_cast<const ZPDFNode*>(this), &other}) {
+    if (const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node)) dictionary->ForgetIndex();
+  }
+  if (kind_ != other.kind_ && other.children_ != nullptr && other.children_->keys != nullptr) other.MakeEntries();
   ZPDFChildList* given_up = children_;
   children_ = other.children_;
   if (children_ != nullptr && children_ != given_up) {
     children_->refs++;
     if (given_up != nullptr && !children_->Retire(given_up)) ReleaseChildren(given_up);
   } else if (children_ == nullptr && given_up != nullptr) {
-    ReleaseChildren(given_up);
+    // Nothing shares the children given up: they wait beside an empty list.
+    children_ = ZPDFChildList::Make(1);
+    children_->Retire(given_up);
   }
   provider_ = other.provider_;
   modified_ = other.modified_;

@@ -38,7 +38,8 @@ class ZFORMS_API ZPDFNode {
   // A deep copy: clones of the children, the same provider and modified flag.
   ZPDFNode(const ZPDFNode& other);
   // Shallow: both nodes then share one child list. The children held so far are
-  // kept alive beside it and go when the last sharing node does.
+  // kept alive beside it, unless lists would wait for each other in a ring, and go
+  // when the last sharing node does.
   ZPDFNode& operator=(const ZPDFNode& other);
 
   // Nodes that were parsed stand in their document's pool, others on the heap: the

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <new>
 
-#include "platform/os_memory.h"
-
 namespace zforms {
 namespace {
 
@@ -13,25 +11,23 @@ namespace {
 // each of them come and go.
 #ifdef ZFORMS_SEPARATE_BLOCKS
 constexpr uint32_t kFirstSlab = 0;
-constexpr uint32_t kMiddleSlab = 0;
 constexpr uint32_t kLargestSlab = 0;
 #else
 // Slabs grow from what a small form needs up to less than what the system's
-// allocator maps and unmaps each time; those of a huge document are large blocks.
+// allocator maps and unmaps each time.
 constexpr uint32_t kFirstSlab = 16 * 1024;
-constexpr uint32_t kMiddleSlab = 120 * 1024;
-constexpr uint32_t kLargestSlab = kLargeBlock;
+constexpr uint32_t kLargestSlab = 120 * 1024;
 #endif
-constexpr size_t kSmallTotal = 64 * 1024 * 1024;
 
 }  // namespace
 
 void ZPDFNodePool::OpenSlab(size_t bytes) {
-  total_ += limit_;
   CloseSlab();
-  next_size_ = total_ > kSmallTotal ? kLargestSlab : std::clamp(next_size_ * 2, kFirstSlab, kMiddleSlab);
+  next_size_ = std::clamp(next_size_ * 2, kFirstSlab, kLargestSlab);
   limit_ = std::max(next_size_, static_cast<uint32_t>(sizeof(Slab) + bytes));
-  slab_ = new (AllocateBlock(limit_)) Slab{1, limit_};
+  void* const memory = std::malloc(limit_);
+  if (memory == nullptr) throw std::bad_alloc();
+  slab_ = new (memory) Slab{1};
   at_ = sizeof(Slab);
 }
 
@@ -41,6 +37,6 @@ void ZPDFNodePool::CloseSlab() {
   at_ = limit_ = 0;
 }
 
-void ZPDFNodePool::Free(Slab* slab) { FreeBlock(slab, slab->bytes); }
+void ZPDFNodePool::Free(Slab* slab) { std::free(slab); }
 
 }  // namespace zforms

@@ -42,8 +42,7 @@ class ZPDFNodePool {
  private:
   // At the front of its memory. The pool that still cuts from it counts as a block.
   struct Slab {
-    uint32_t blocks;
-    uint32_t bytes;
+    size_t blocks;
   };
 
   void OpenSlab(size_t bytes);
@@ -54,7 +53,6 @@ class ZPDFNodePool {
   uint32_t at_ = 0;
   uint32_t limit_ = 0;
   uint32_t next_size_ = 0;
-  size_t total_ = 0;  // bytes of the slabs that were filled
 };
 
 }  // namespace zforms

@@ -1,15 +1,21 @@
 #include "platform/chaine.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
-#include "platform/os_memory.h"
-
 namespace zforms {
+namespace {
+
+constexpr size_t kLargestText = SIZE_MAX / 4;
+
+}  // namespace
 
 Chaine::Buffer* Chaine::Buffer::Alloc(size_t capacity) {
-  return new (AllocateBlock(sizeof(Buffer) + capacity)) Buffer{1, 0, capacity};
+  void* memory = capacity > kLargestText ? nullptr : std::malloc(sizeof(Buffer) + capacity);
+  if (memory == nullptr) throw std::bad_alloc();
+  return new (memory) Buffer{1, 0, capacity};
 }
 
 Chaine::Chaine(size_t count, char c) : Chaine() {
@@ -55,7 +61,7 @@ void Chaine::Retain() const noexcept {
 void Chaine::ReleaseHeap() noexcept {
   Buffer* buffer = heap_.buffer;
   if (buffer == nullptr) return;
-  if (buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) FreeBlock(buffer, sizeof(Buffer) + buffer->capacity);
+  if (buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(buffer);
 }
 
 Chaine Chaine::Mid(size_t start, size_t length) const {
@@ -85,9 +91,12 @@ void Chaine::MoveToRoomFor(size_t capacity) {
                     heap_.buffer->refs.load(std::memory_order_acquire) == 1;
   Buffer* buffer;
   if (sole) {
+    // A large block grows by remapping its pages, so its bytes stay where they are.
     static_assert(std::is_trivially_destructible_v<Buffer>);
-    const size_t held = sizeof(Buffer) + heap_.buffer->capacity;
-    buffer = static_cast<Buffer*>(GrowBlock(heap_.buffer, held, sizeof(Buffer) + capacity));
+    const size_t bytes = sizeof(Buffer) + capacity;
+    void* memory = capacity > kLargestText ? nullptr : std::realloc(static_cast<void*>(heap_.buffer), bytes);
+    if (memory == nullptr) throw std::bad_alloc();
+    buffer = static_cast<Buffer*>(memory);
     buffer->capacity = capacity;
   } else {
     buffer = Buffer::Alloc(capacity);
@@ -139,7 +148,12 @@ void Chaine::AppendSlowly(std::string_view bytes) {
 void Chaine::Truncate(size_t length) {
   if (length >= size()) return;
   if (IsHeap()) {
-    SetHeap(heap_.data, heap_.buffer, length);
+    Buffer* const buffer = heap_.buffer;
+    // Nobody else sees what is cut off, so it is room again.
+    if (buffer != nullptr && buffer->refs.load(std::memory_order_acquire) == 1) {
+      buffer->used.store(static_cast<size_t>(heap_.data - buffer->Bytes()) + length, std::memory_order_relaxed);
+    }
+    SetHeap(heap_.data, buffer, length);
   } else {
     std::memset(inline_ + length, 0, kInlineCapacity - length);
     SetInline(length);

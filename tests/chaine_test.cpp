@@ -178,6 +178,38 @@ TEST(ChaineTest, ThreadsMayAppendToWindowsOfOneBuffer) {
   }
 }
 
+TEST(ChaineTest, NoTextIsLongerThanMemory) {
+  Chaine text("some bytes that stand in a block");
+  EXPECT_THROW(text.Reserve(SIZE_MAX - 10), std::bad_alloc);
+  EXPECT_THROW(Chaine().Reserve(SIZE_MAX), std::bad_alloc);
+  EXPECT_EQ(text, "some bytes that stand in a block");
+}
+
+// The system's allocator maps such blocks, and moves them as a whole.
+TEST(ChaineTest, LargeTextsGrowAndShrink) {
+  constexpr size_t kMiB = size_t{1} << 20;
+  const auto piece = [](size_t i) { return std::string(kMiB, static_cast<char>('a' + i)); };
+  for (const size_t pieces : {15u, 16u, 17u, 33u}) {
+    Chaine text;
+    for (size_t i = 0; i < pieces; i++) text += piece(i);
+    const Chaine shared = text;
+    Chaine sole(text.View());
+    for (Chaine* each : {&text, &sole}) {
+      each->Truncate(3 * kMiB);
+      each->Reserve(4 * kMiB);
+      *each += "end";
+      each->Reserve(20 * kMiB);
+      *each += std::string(40 * kMiB, 'z');
+      ASSERT_EQ(each->size(), 43 * kMiB + 3);
+      EXPECT_EQ(each->View().substr(2 * kMiB, kMiB), piece(2));
+      EXPECT_EQ(each->View().substr(3 * kMiB, 5), "endzz");
+      EXPECT_EQ(each->Last(), 'z');
+    }
+    ASSERT_EQ(shared.size(), pieces * kMiB);
+    for (size_t i = 0; i < pieces; i++) EXPECT_EQ(shared.View().substr(i * kMiB, kMiB), piece(i));
+  }
+}
+
 TEST(ContainersTest, DictionnaryAgreesWithStdMap) {
   std::mt19937 random(12);
   FDictionnary<int> dictionary;

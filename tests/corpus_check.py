@@ -2,10 +2,11 @@
 """Runs the zforms tool over a folder of PDF files that other programs made, and compares with what other readers say.
 
 The folder (ZFORMS_CORPUS, else shared/corpus beside the repository) holds INDEX.tsv, one line a file, and
-truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file that a reader of classic files
-should read: `fields` agrees with the truth; `fill` leaves the bytes read as a prefix and qpdf reads every value back;
-`rewrite` and `permissions` give files that hold the same objects and that qpdf, MuPDF and poppler open. Damaged and
-newer files end in one clear line.
+truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file: `fields` agrees with the
+truth; `fill` leaves the bytes read as a prefix, and qpdf, MuPDF and (with --pdfjs) pdf.js read every value back;
+`rewrite` and `permissions` give files that hold the same objects and that qpdf, MuPDF and poppler open. Damaged files,
+and those encrypted by a method that is not read, end in one clear line; with `--recover` what is made of a damaged
+file is a sound one.
 """
 
 import argparse
@@ -34,6 +35,8 @@ ALLOWED = {
                                ("permissions: object 13 0 R: stream", LENGTH)],
     "podofo-resources__TestImageInvalidLength.pdf": [("rewrite: object 5 0 R: stream", LENGTH),
                                                      ("permissions: object 5 0 R: stream", LENGTH)],
+    "pdfium__bug_707673.pdf": [(f"{step}: object 15 0 R: /JS", "a carriage return alone stays one in a string; qpdf "
+                                "takes it for a line feed") for step in ("rewrite", "permissions")],
     "qpdf__button-set-broken-out.pdf": [("fields: 'r1': states", "one of the widgets is the kid of a nameless kid")],
 }
 
@@ -50,7 +53,7 @@ class Check:
         self.path = options.corpus / row["file"]
         self.folder = folder
         self.password = "" if row["password"] == "?" else row["password"]
-        self.problems, self.steps, self.seconds = [], [], 0.0
+        self.problems, self.steps, self.seconds, self.opened = [], [], 0.0, []
 
     def problem(self, step, text):
         self.problems.append(f"{step}: {text}")
@@ -74,10 +77,11 @@ class Check:
         return done
 
     def run(self):
-        if self.row["modern"] or self.row["class"] == "modern":
-            self.refuse("modern", may_succeed=False)
+        if self.row["enc_V"] in ("4", "5"):
+            self.refuse("method", may_succeed=False, words="encrypted by a method that is not read")
         elif self.row["class"] == "reject":
             self.refuse("reject", may_succeed=True)
+            self.recover()
         elif self.row["password"] == "?":
             self.refuse("password", may_succeed=False)
         else:
@@ -89,9 +93,9 @@ class Check:
             self.copy("rewrite")
             self.copy("permissions", "--set", f"0x{FLAGS:X}")
         return {"file": self.row["file"], "class": self.row["class"], "steps": self.steps,
-                "problems": self.problems, "seconds": round(self.seconds, 3)}
+                "problems": self.problems, "seconds": round(self.seconds, 3), "opened": self.opened}
 
-    def refuse(self, step, may_succeed):
+    def refuse(self, step, may_succeed, words=""):
         self.steps = [step]
         done = self.tool(step, "fields", self.path, "--json")
         lines = done.err.decode("utf-8", "replace").splitlines()
@@ -100,6 +104,24 @@ class Check:
                 self.problem(step, f"exit {done.status} where reading must fail")
         elif len(lines) != 1 or not lines[0].startswith("zforms: ") or self.path.name not in lines[0]:
             self.problem(step, f"the message is not one line that names the file: {lines[:3]}")
+        elif words not in lines[0]:
+            self.problem(step, f"the message does not say {words!r}: {lines[0]}")
+
+    def recover(self):
+        """What opens with --recover is written as a file that opens without, with the pages that others see."""
+        self.steps.append("recover")
+        out = self.folder / "recover.pdf"
+        done = self.tool("recover", "rewrite", self.path, "--recover", "-o", out)
+        counts = {"zforms": peers.qpdf_pages(out) if done.status in (0, 3) else None,
+                  "qpdf": peers.qpdf_pages(self.path), "MuPDF": peers.mutool_pages(self.path)}
+        self.opened = [name for name, count in counts.items() if count]
+        if done.status not in (0, 3):
+            return
+        again = self.tool("recover", "fields", out, "--json")
+        if again.status not in (0, 3):
+            self.problem("recover", f"the file written does not open: {again.err.decode('utf-8', 'replace')[:200]}")
+        if counts["qpdf"] is not None and counts["zforms"] != counts["qpdf"]:
+            self.problem("recover", f"qpdf counts {counts['zforms']} pages, not {counts['qpdf']}")
 
     # fields ------------------------------------------------------------------------------------------------------
 
@@ -151,6 +173,24 @@ class Check:
             return self.problem("fill", str(error))
         self.compare_filled(fields, values)
         self.no_worse("fill", out)
+        if self.pages is not None and peers.poppler_pages(out, self.password) != self.pages:
+            self.problem("fill", f"poppler reads {peers.poppler_pages(out, self.password)} pages, not {self.pages}")
+        self.read_back("MuPDF", values, lambda: peers.mutool_values(out, self.password))
+        if self.options.pdfjs:
+            texts = {f["name"]: values[f["name"]] for f in fields if f["type"] == "text" and f["name"] in values}
+            self.read_back("pdf.js", texts, lambda: peers.pdfjs_values(self.options.pdfjs, out, self.password))
+
+    def read_back(self, reader, values, read):
+        try:
+            found = read()
+        except ValueError as error:
+            return self.problem("fill", str(error))
+        for name, value in values.items():
+            # Bytes that are UTF-8 some take for such, whatever the standard says.
+            said = found.get(name) or found.get(as_utf8(name)) or []
+            # pdf.js says nothing of a field whose kids are no widgets.
+            if value not in said and not (reader == "pdf.js" and said and not any(said)):
+                self.problem("fill", f"{name!r} reads {said!r} by {reader}, not {value!r}")
 
     def compare_filled(self, fields, values):
         if [f["name"] for f in fields] != [f["name"] for f in self.original_fields]:
@@ -181,10 +221,8 @@ class Check:
             return self.problem(step, str(error))
         if copy.fields() != self.original_fields:
             self.problem(step, "qpdf reads other fields")
-        # In a hybrid file qpdf also sees the objects that only its cross-reference stream lists.
-        if not self.row["hybrid"]:
-            for text in peers.object_differences(self.original, copy):
-                self.problem(step, text)
+        for text in peers.object_differences(self.original, copy):
+            self.problem(step, text)
         self.no_worse(step, out)
         if self.pages is not None and peers.poppler_pages(out, self.password) != self.pages:
             self.problem(step, f"poppler reads {peers.poppler_pages(out, self.password)} pages, not {self.pages}")
@@ -201,6 +239,13 @@ class Check:
         soundness = peers.qpdf_check(path, self.password)
         if soundness > self.soundness:
             self.problem(step, f"qpdf --check: {soundness} (trouble, warnings), before {self.soundness}")
+
+
+def as_utf8(name):
+    try:
+        return name.encode("latin-1").decode("utf-8")
+    except UnicodeError:
+        return name
 
 
 def texts(value):
@@ -279,7 +324,7 @@ def check_file(options, row, truth):
         except Exception as error:  # a fault of the check itself must not pass for agreement
             check.problem("check", f"{type(error).__name__}: {error}")
             return {"file": row["file"], "class": row["class"], "steps": check.steps, "problems": check.problems,
-                    "seconds": check.seconds}
+                    "seconds": check.seconds, "opened": check.opened}
 
 
 def explain(results):
@@ -296,7 +341,7 @@ def explain(results):
 
 
 def summary(results):
-    columns = ["fields", "fill", "rewrite", "permissions", "modern", "reject", "password"]
+    columns = ["fields", "fill", "rewrite", "permissions", "method", "password", "reject", "recover"]
     print(f"{'class':8} {'files':>5} " + " ".join(f"{c:>11}" for c in columns) + f" {'explained':>9} {'slowest':>8}")
     for kind in dict.fromkeys(r["class"] for r in results):
         rows = [r for r in results if r["class"] == kind]
@@ -318,6 +363,8 @@ def arguments():
     parser.add_argument("--only", default="", help="files whose name holds this text")
     parser.add_argument("--report", type=pathlib.Path, help="write the result of every file there, as JSON")
     parser.add_argument("--keep", type=pathlib.Path, help="keep the files made in this folder")
+    parser.add_argument("--pdfjs", type=pathlib.Path, default=os.environ.get("ZFORMS_PDFJS"),
+                        help="a folder of node modules that holds pdfjs-dist (ZFORMS_PDFJS); without it pdf.js is left out")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--time-limit", type=float, default=os.environ.get("ZFORMS_TIME_LIMIT", 1.0),
                         help="seconds that a run of the tool may take (ZFORMS_TIME_LIMIT; 1)")
@@ -349,6 +396,13 @@ def main():
         options.report.write_text(json.dumps(results, ensure_ascii=True, indent=1))
     if results:
         summary(results)
+    damaged = [r["opened"] for r in results if "recover" in r["steps"]]
+    if damaged:
+        opened = collections.Counter(name for names in damaged for name in names)
+        print(f"of {len(damaged)} damaged files show their pages: {opened['zforms']} with --recover, {opened['qpdf']} by "
+              f"qpdf, {opened['MuPDF']} by MuPDF")
+    if not options.pdfjs:
+        print("pdf.js is left out (--pdfjs)")
     differing = [r for r in results if r["problems"]]
     for result in differing[:None if options.only else MAX_REPORTED]:
         more = f"   (and {len(result['problems']) - 1} more)" if len(result["problems"]) > 1 else ""

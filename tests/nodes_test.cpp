@@ -378,6 +378,44 @@ TEST(NodesTest, CopiesAreDeepAndAssignmentsShallow) {
   }
 }
 
+// Dictionaries that are searched in order, and through an index.
+TEST(NodesTest, KeysAreFoundAfterEveryChange) {
+  for (const int count : {3, 24, 25, 40}) {
+    ZPDFNodeDictionary dictionary;
+    for (int i = 0; i < count; i++) dictionary.SetValue("/K" + std::to_string(i), i);
+    ASSERT_TRUE(dictionary.Exist("/K2"));
+    auto& entry = As<ZPDFNodeDictionaryEntry>(dictionary.GetDirectAt(1));
+    As<ZPDFNodeIdentifier>(entry.GetDirectAt(0)).SetIdentifier("/New");
+    dictionary.SetValue("/New", 7);
+    EXPECT_EQ(dictionary.Size(), static_cast<size_t>(count));
+    EXPECT_FALSE(dictionary.Exist("/K1"));
+
+    ZPDFNodeDictionary searched;
+    for (int i = 0; i < 50; i++) searched.SetValue("/S" + std::to_string(i), i);
+    ASSERT_TRUE(searched.Exist("/S49"));
+    {
+      const NodePtr parsed = Parse(Written(dictionary));
+      static_cast<ZPDFNode&>(searched) = *parsed;
+    }
+    EXPECT_EQ(searched.GetIntValue("/New"), 7) << count;
+    EXPECT_FALSE(searched.Exist("/S49"));
+  }
+}
+
+TEST(NodesTest, AListOfAnotherKindIsTakenOver) {
+  ZPDFNodeArray array;
+  array.AppendValue(1);
+  ZPDFNode* const held = array.GetDirectAt(0);
+  static_cast<ZPDFNode&>(array) = ZPDFNodeArray();
+  EXPECT_EQ(array.Size(), 0u);
+  EXPECT_EQ(held->GetIntValue(), 1);
+  static_cast<ZPDFNode&>(array) = *Parse("<</A 1/B 2>>");
+  array.AppendValue(3);
+  EXPECT_EQ(Written(array).substr(0, 1), "[");
+  EXPECT_EQ(array.Size(), 3u);
+  EXPECT_EQ(array.GetDirectAt(2)->GetIntValue(), 3);
+}
+
 TEST(NodesTest, References) {
   Objects objects;
   objects.Add("1 0 obj 2 0 R endobj");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -93,6 +94,22 @@ TEST(OutStreamTest, ASecondStreamContinuesTheLine) {
     ASSERT_EQ(part.Column(), whole.Column());
   }
   EXPECT_EQ(text, pieces);
+}
+
+// The blanks that go were seen by another text too.
+TEST(OutStreamTest, CopiesOfTheTargetStayAsTheyAre) {
+  for (const bool one_run : {false, true}) {
+    Chaine text(X(20) + "  ");
+    text.Reserve(5000);
+    const Chaine copy = text;
+    {
+      ZPDFOutStream out(&text);
+      const std::unique_ptr<ZPDFOutStream::Run> run(one_run ? new ZPDFOutStream::Run(out) : nullptr);
+      Play(out, {"T/A", "S", "T" + X(3000), "N", "Tb"});
+    }
+    EXPECT_EQ(copy, X(20) + "  ");
+    EXPECT_EQ(text, X(20) + "/A\n" + X(3000) + "\nb");
+  }
 }
 
 // The backslash that joins two lines of a string is not counted.

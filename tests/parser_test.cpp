@@ -52,7 +52,7 @@ TEST(ParserTest, FrameChecksFailWithTheirReason) {
       {head + "%%EOF\nstartxref\n12\n", "\"startxref\" is missing"},
       {head + "startxref\n9999\n%%EOF", "the cross-reference offset lies past the end of the file"},
       {head + "startxref\n0\n%%EOF", "no cross-reference section stands at the stated offset"},
-      {head + "startxref\n12\n%%EOF", "the cross-reference section is a stream, which is not supported"},
+      {head + "startxref\n12\n%%EOF", "the object at the cross-reference offset is no cross-reference stream"},
       {Replaced(good, "trailer", "trailor"), "the cross-reference section has no trailer"},
       {Replaced(good, "<</Size 2 /Root 1 0 R>>", "[1 2]"), "the trailer is not a dictionary"},
       {Replaced(good, "<</Size 2 /Root 1 0 R>>", ""), "the trailer is not a dictionary"},

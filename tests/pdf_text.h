@@ -7,8 +7,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "platform/chaine.h"
+#include "tests/deflate.h"
 
 namespace zforms {
 
@@ -101,6 +104,43 @@ class PdfText {
     return *this;
   }
 
+  // An object stream, deflated, with these objects in it; `entries` come into its dictionary.
+  PdfText& Pack(uint32_t number, const std::vector<std::pair<uint32_t, std::string>>& objects,
+                std::string_view entries = "") {
+    std::string header, body;
+    for (size_t i = 0; i < objects.size(); i++) {
+      header += Numbers(objects[i].first, static_cast<uint32_t>(body.size())) + " ";
+      body += objects[i].second + " ";
+      PlacePacked(objects[i].first, number, static_cast<uint32_t>(i));
+    }
+    const std::string dictionary = "<</Type/ObjStm/N " + std::to_string(objects.size()) + "/First " +
+                                   std::to_string(header.size()) + "/Filter/FlateDecode" + std::string(entries) + ">>";
+    return Stream(number, dictionary, Deflated(header + body));
+  }
+  // The next section lists the object as the one at that place of an object stream, whatever is there.
+  PdfText& PlacePacked(uint32_t number, uint32_t stream, uint32_t index) {
+    pending_[number] = {stream, index, 'p'};
+    return *this;
+  }
+  // A section as a cross-reference stream with all that came since the last one, deflated, with PNG rows;
+  // `entries` are those of the trailer. Then "startxref" and "%%EOF".
+  PdfText& XrefStream(uint32_t number, std::string_view entries, size_t width = 3) {
+    At(number);
+    xref_ = offsets_[number];
+    return XrefStreamOf(number, pending_, entries, width).End();
+  }
+  // The same as part of a hybrid file, with the packed objects alone: they are free in the table that
+  // comes next, and "/XRefStm" of its trailer is to lead here.
+  PdfText& HiddenXrefStream(uint32_t number) {
+    std::map<uint32_t, Place> packed;
+    for (auto& [packed_number, place] : pending_) {
+      if (place.kind != 'p') continue;
+      packed[packed_number] = place;
+      place = {0, 65535, 'f'};
+    }
+    return XrefStreamOf(number, packed, "", 3);
+  }
+
   // Takes bytes away at the end.
   PdfText& Truncate(size_t count) {
     text_.resize(text_.size() - std::min(count, text_.size()));
@@ -124,6 +164,30 @@ class PdfText {
   static std::string Padded(size_t value, size_t width) {
     const std::string digits = std::to_string(value);
     return std::string(width - std::min(width, digits.size()), '0') + digits;
+  }
+  PdfText& XrefStreamOf(uint32_t number, const std::map<uint32_t, Place>& places, std::string_view entries,
+                        size_t width) {
+    std::string records, index;
+    for (auto first = places.begin(); first != places.end();) {
+      uint32_t count = 0;
+      for (auto each = first; each != places.end() && each->first == first->first + count; ++each) count++;
+      index += Numbers(first->first, count) + " ";
+      for (uint32_t i = 0; i < count; i++, ++first) Record(first->second, width, &records);
+    }
+    if (!pending_.empty()) size_ = std::max(size_, pending_.rbegin()->first + 1);
+    std::string dictionary = "<</Type/XRef/W[1 " + std::to_string(width) + " 2]/Index[" + index + "]/Size " +
+                             std::to_string(size_) + "/Filter[/FlateDecode]/DecodeParms[<</Predictor 12/Columns " +
+                             std::to_string(width + 3) + ">>]" + std::string(entries);
+    if (previous_) dictionary += " /Prev " + std::to_string(*previous_);
+    return Stream(number, dictionary + ">>", Deflated(PngUp(records, width + 3)));
+  }
+  static void Record(const Place& place, size_t width, std::string* records) {
+    const auto append = [records](size_t value, size_t bytes) {
+      while (bytes-- > 0) *records += static_cast<char>(value >> (8 * bytes) & 0xFF);
+    };
+    append(place.kind == 'p' ? 2 : place.kind == 'n' ? 1 : 0, 1);
+    append(place.offset, width);
+    append(place.generation, 2);
   }
   void BeginXref() {
     xref_ = text_.size();

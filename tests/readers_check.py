@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""What the zforms tool writes, independent readers read: the sample forms, plain and encrypted, filled and saved.
+"""What the zforms tool writes, independent readers read: the sample forms, plain, encrypted, with object streams and
+damaged, filled and saved.
 
 Each reader (qpdf, MuPDF, poppler, pdftk) is left out only where it is not installed, and the check says so; qpdf is
 needed for the encrypted inputs, so without it the whole check is skipped (exit 77).
@@ -26,10 +27,13 @@ SKIPPED = 77
 MAX_REPORTED = 40
 FLAGS = 0xFFFFF0C4  # printing only
 XFDF = "{http://ns.adobe.com/xfdf/}"
-# How the inputs are encrypted: label, user password, owner password, qpdf's arguments.
+# How the inputs are made over by qpdf: label, user password, owner password, its arguments.
 R2, R3 = ["40"], ["128", "--use-aes=n"]
+OBJECT_STREAMS = ["--object-streams=generate"]
 ENCRYPTIONS = [("R2", "", "", R2), ("R2 with a password", "geheim", "", R2), ("R3", "", "", R3),
                ("R3 with two passwords", "geheim", "Meister", R3)]
+MODERN = [("object streams", "", "", []), ("linearized object streams", "", "", ["--linearize"]),
+          ("encrypted object streams", "geheim", "", ["--encrypt", "geheim", "", *R3, "--"])]
 failures = []
 
 
@@ -217,10 +221,24 @@ class Checker:
         root = peers.Objects(case.pdf, case.password).trailer["/Root"]
         for arguments, word in [(["show", case.pdf, "trailer"], f"/Root {root}"),
                                 (["show", case.pdf, root.removesuffix(" R")], "/AcroForm"),
-                                (["check", case.pdf], "1.4"), (["fields", case.pdf], list(case.values)[-1])]:
+                                (["check", case.pdf], "%PDF-1."), (["fields", case.pdf], list(case.values)[-1])]:
             done = self.tool(case, *arguments)
             good = done.status == 0 and word in done.out.decode("utf-8", "replace")
             expect(good, case.label, f"{arguments[0]}: exit {done.status}, no {word!r}: {message(done)[:200]}")
+
+    def recovery(self, case):
+        """A form whose end is lost is read when that is asked for, and then written anew."""
+        damaged, out = self.folder / "damaged.pdf", self.folder / "recovered.pdf"
+        data = case.pdf.read_bytes()
+        damaged.write_bytes(data[:data.rindex(b"startxref")].replace(b"startxref", b"startxxxx"))
+        label = f"{case.label}, damaged"
+        done = self.tool(case, "fill", damaged, case.data, "-o", out)
+        expect(done.status == 2 and not out.exists(), label, f"filled without being asked to: exit {done.status}")
+        done = self.tool(case, "fill", damaged, case.data, "--recover", "-o", out)
+        expect(done.status == 3 and "its table was rebuilt" in message(done), label, f"fill: {message(done)[:200]}")
+        if out.is_file():
+            self.read_back(case, "recovered", out, case.values)
+            out.unlink()
 
     # What must fail ----------------------------------------------------------------------------------------------
 
@@ -291,14 +309,18 @@ def main():
         checker = Checker(options.tool, folder)
         cases = [Case(stem, SAMPLES / f"{stem}.pdf", SAMPLES / f"{stem}.xfdf")
                  for stem in ("membership_form", "tax_return")] + [tricky_form(folder)]
-        for label, user, owner, arguments in ENCRYPTIONS:
+        made = [(label, cases[0], user, owner, ["--encrypt", user, owner, *arguments, "--"])
+                for label, user, owner, arguments in ENCRYPTIONS]
+        made += [(f"{base.label}, {label}", base, user, owner, [*arguments, *OBJECT_STREAMS])
+                 for base in list(cases) for label, user, owner, arguments in MODERN]
+        for label, base, user, owner, arguments in made:
             out = folder / f"{label.replace(' ', '_')}.pdf"
-            done = peers.run("qpdf", "--allow-weak-crypto", "--encrypt", user, owner, *arguments, "--", cases[0].pdf,
-                             out)
-            if expect(out.is_file(), label, f"qpdf does not encrypt: {message(done)}"):
-                cases.append(Case(label, out, cases[0].data, user, owner))
+            done = peers.run("qpdf", "--allow-weak-crypto", *arguments, base.pdf, out)
+            if expect(out.is_file(), label, f"qpdf does not make it: {message(done)}"):
+                cases.append(Case(label, out, base.data, user, owner))
         for case in cases:
             checker.case(case)
+            checker.recovery(case)
         checker.refusals(cases[0], folder / "R3_with_two_passwords.pdf")
     for failure in failures[:MAX_REPORTED]:
         print(failure)

@@ -48,6 +48,12 @@ std::string KindText(const ZAcroForm& form) {
   return kind;
 }
 
+std::string SectionsText(const ZPDFParser& parser) {
+  if (parser.SectionCount() == 0) return "a table made anew";
+  return Count(parser.SectionCount(), "cross-reference section") +
+         (parser.XRefIsStream() ? (parser.SectionCount() == 1 ? " (a stream)" : " (the newest a stream)") : "");
+}
+
 std::string EncryptionText(const ZPDFEncryption* encryption) {
   if (encryption == nullptr) return "none";
   return "RC4, " + std::to_string(encryption->KeyLength()) + " bits, revision " +
@@ -133,7 +139,7 @@ size_t LoadAll(ZPDFParser& parser) {
 int RunCheck(const CheckOptions& options) {
   Console console(options.file);
   ZAcroForm form;
-  if (!OpenForm(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   ZPDFParser& parser = *form.Parser();
   Summary summary;
   const size_t objects = LoadAll(parser);
@@ -142,7 +148,7 @@ int RunCheck(const CheckOptions& options) {
   summary.Line("version", parser.PDFVersion().ToString());
   summary.Line("size", Count(parser.RawData().size(), "byte"));
   summary.Line("encryption", EncryptionText(form.EncryptionLoad()));
-  summary.Line("built of", Count(parser.SectionCount(), "cross-reference section") + ", " + Count(objects, "object"));
+  summary.Line("built of", SectionsText(parser) + ", " + Count(objects, "object"));
   summary.Line("pages", std::to_string(PageIndex(parser).PageCount()));
   summary.Line("fields", FieldsText(fields));
   summary.Line("submit buttons", std::to_string(form.SubmitFormButtonCount()));

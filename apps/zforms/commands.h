@@ -14,6 +14,7 @@ namespace zforms::tool {
 struct FieldsOptions {
   std::string file;
   std::string password;
+  bool recover = false;
   bool json = false;
 };
 int RunFields(const FieldsOptions& options);
@@ -23,6 +24,7 @@ struct FillOptions {
   std::string data;
   std::string output;
   std::string password;
+  bool recover = false;
 };
 int RunFill(const FillOptions& options);
 
@@ -31,6 +33,7 @@ struct ExportOptions {
   std::string format = "xfdf";  // xfdf, fdf, json, jsonl or csv
   std::string output;
   std::string password;
+  bool recover = false;
 };
 int RunExport(const ExportOptions& options);
 
@@ -63,6 +66,7 @@ int RunBatch(const BatchOptions& options);
 struct CheckOptions {
   std::string file;
   std::string password;
+  bool recover = false;
 };
 int RunCheck(const CheckOptions& options);
 
@@ -70,6 +74,7 @@ struct RewriteOptions {
   std::string file;
   std::string output;
   std::string password;
+  bool recover = false;
 };
 int RunRewrite(const RewriteOptions& options);
 
@@ -77,6 +82,7 @@ struct PermissionsOptions {
   std::string file;
   std::string output;
   std::string password;
+  bool recover = false;
   std::optional<uint32_t> flags;
 };
 int RunPermissions(const PermissionsOptions& options);
@@ -85,6 +91,7 @@ struct ViewerOptions {
   std::string file;
   std::string output;
   std::string password;
+  bool recover = false;
   std::optional<bool> hide_toolbar;
   std::optional<bool> hide_menubar;
   std::optional<bool> hide_window_ui;
@@ -98,6 +105,7 @@ struct ShowOptions {
   std::string file;
   std::string object;
   std::string password;
+  bool recover = false;
   bool data = false;
 };
 int RunShow(const ShowOptions& options);

@@ -35,7 +35,7 @@ int ExportDocument(const ExportOptions& options) {
   const std::string& file = options.files.front();
   Console console(file);
   ZAcroForm form;
-  if (!OpenFormWithFields(file, options.password, form, console)) return console.Finish();
+  if (!OpenFormWithFields(file, options.password, form, console, options.recover)) return console.Finish();
   ZXFDF data;
   std::set<std::string> buttons;
   FillDocument(file, form, &data, &buttons);
@@ -78,7 +78,7 @@ int ExportTable(const ExportOptions& options) {
   for (const std::string& file : options.files) {
     Console console(file);
     ZAcroForm form;
-    if (OpenFormWithFields(file, options.password, form, console)) {
+    if (OpenFormWithFields(file, options.password, form, console, options.recover)) {
       FormValues& values = forms.emplace_back(ValuesOf(form));
       if (options.files.size() > 1) values.file = file;
       console.WarnAll(form.Diagnostics());

@@ -98,7 +98,7 @@ std::string TableText(const std::vector<FieldReport>& fields) {
 int RunFields(const FieldsOptions& options) {
   Console console(options.file);
   ZAcroForm form;
-  if (!OpenForm(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   const std::vector<FieldReport> fields = ReportFields(form);
   const bool printed = Print(options.json ? JsonText(options.file, form, fields) : TableText(fields));
   if (!printed) console.Fail("standard output cannot be written");

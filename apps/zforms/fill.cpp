@@ -15,7 +15,7 @@ int RunFill(const FillOptions& options) {
   }
   ZAcroForm form;
   ZXFDF data;
-  if (!OpenFormWithFields(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
   if (!ReadData(options.data, &data, console)) return kFailed;
 
   PTableau<Chaine> unmatched;

@@ -29,6 +29,12 @@ void AddPassword(CLI::App* command, std::string* password) {
   command->add_option("--password", *password, "The user password that opens an encrypted file.");
 }
 
+void AddRecover(CLI::App* command, bool* recover) {
+  command->add_flag("--recover", *recover,
+                    "Read a damaged file as well: what its cross-reference table does not tell is found by a scan of "
+                    "the file, and what was done is said. It is then saved anew, not updated.");
+}
+
 CLI::Option* AddOutput(CLI::App* command, std::string* output) {
   return command->add_option("-o,--output", *output,
                              "Where the result goes: a file, or \"-\" for standard output. It is written beside the "
@@ -88,6 +94,7 @@ class CommandLine {
                             [this] { return RunFields(fields_); });
     AddFile(command, &fields_.file);
     AddPassword(command, &fields_.password);
+    AddRecover(command, &fields_.recover);
     command->add_flag("--json", fields_.json, "Print JSON for other programs, with every detail.");
   }
 
@@ -106,6 +113,7 @@ class CommandLine {
         ->required();
     AddOutput(command, &fill_.output)->required();
     AddPassword(command, &fill_.password);
+    AddRecover(command, &fill_.recover);
   }
 
   void AddExport() {
@@ -122,6 +130,7 @@ class CommandLine {
     AddOutput(command, &export_.output)->default_str("-");
     export_.output = "-";
     AddPassword(command, &export_.password);
+    AddRecover(command, &export_.recover);
   }
 
   static CLI::Option* AddMaps(CLI::App* command, std::string* maps, std::string* section, const char* option) {
@@ -190,6 +199,7 @@ class CommandLine {
             "  zforms check form.pdf", [this] { return RunCheck(check_); });
     AddFile(command, &check_.file);
     AddPassword(command, &check_.password);
+    AddRecover(command, &check_.recover);
   }
 
   void AddRewrite() {
@@ -200,6 +210,7 @@ class CommandLine {
     AddFile(command, &rewrite_.file);
     AddOutput(command, &rewrite_.output)->required();
     AddPassword(command, &rewrite_.password);
+    AddRecover(command, &rewrite_.recover);
   }
 
   void AddPermissions() {
@@ -220,6 +231,7 @@ class CommandLine {
     set->type_name("FLAGS");
     AddOutput(command, &permissions_.output)->needs(set);
     AddPassword(command, &permissions_.password);
+    AddRecover(command, &permissions_.recover);
   }
 
   void AddViewer() {
@@ -237,6 +249,7 @@ class CommandLine {
               "Show the document's title, not the file's name.");
     AddOutput(command, &viewer_.output)->required();
     AddPassword(command, &viewer_.password);
+    AddRecover(command, &viewer_.recover);
   }
 
   void AddShow() {
@@ -249,6 +262,7 @@ class CommandLine {
         ->required();
     command->add_flag("--data", show_.data, "Write the bytes of the object's stream, filters still applied.");
     AddPassword(command, &show_.password);
+    AddRecover(command, &show_.recover);
   }
 
   CLI::App& app_;

@@ -13,7 +13,8 @@ std::vector<Chaine> PasswordForms(const std::string& password) {
   return {encoded, typed};
 }
 
-bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console) {
+bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console, bool recover) {
+  form.SetRecovery(recover);
   Chaine bytes;
   const bool is_stream = file == kStandardStream;
   if (is_stream && !ReadInput(file, &bytes, console)) return false;
@@ -25,15 +26,16 @@ bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& f
   return false;
 }
 
-bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console) {
-  if (!OpenForm(file, password, form, console)) return false;
+bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
+                        bool recover) {
+  if (!OpenForm(file, password, form, console, recover)) return false;
   if (form.IsValid()) return true;
   console.Fail("the document has no form");
   return false;
 }
 
 bool SaveForm(const std::string& file, const std::string& output, ZAcroForm& form, Console& console) {
-  if (IsSameFile(file, output) && form.EncryptionSave() == form.EncryptionLoad()) {
+  if (IsSameFile(file, output) && !form.SavesAnew()) {
     if (form.Save(Chaine(output))) return true;
     console.Fail("cannot write " + output + ": " + form.Diagnostics().Failure().ToString());
     return false;

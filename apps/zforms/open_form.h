@@ -13,11 +13,14 @@ namespace zforms::tool {
 std::vector<Chaine> PasswordForms(const std::string& password);
 
 // Loads the document from a file or standard input. False, and said, when it
-// cannot be read or the password does not open it.
-bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console);
+// cannot be read or the password does not open it. A damaged file is read when it is
+// to be recovered.
+bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
+              bool recover = false);
 
 // The same, and false as well when the document has no form.
-bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console);
+bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
+                        bool recover = false);
 
 // Saves the document: in place when `output` is the file it came from and only an
 // update has to be appended, else beside the output and renamed. False, and said,

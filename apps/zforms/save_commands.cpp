@@ -43,7 +43,7 @@ std::string FlagsText(const ZAcroForm& form) {
 int RunRewrite(const RewriteOptions& options) {
   Console console(options.file);
   ZAcroForm form;
-  if (!OpenForm(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   Chaine bytes;
   ZInetChaineOStream stream(bytes);
   const bool saved = form.SaveFull(stream);
@@ -63,7 +63,7 @@ int RunPermissions(const PermissionsOptions& options) {
     return console.Finish();
   }
   ZAcroForm form;
-  if (!OpenForm(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   if (!options.flags) {
     if (!Print(FlagsText(form))) console.Fail("standard output cannot be written");
     return console.Finish();
@@ -77,7 +77,7 @@ int RunPermissions(const PermissionsOptions& options) {
 int RunViewer(const ViewerOptions& options) {
   Console console(options.file);
   ZAcroForm form;
-  if (!OpenForm(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   const struct {
     const std::optional<bool>& wanted;
     void (ZAcroFormViewerInfos::*set)(bool) const;

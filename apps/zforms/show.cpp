@@ -84,6 +84,7 @@ int RunShow(const ShowOptions& options) {
   Console console(options.file);
   Chaine bytes;
   ZPDFParser parser;
+  parser.SetRecovery(options.recover);
   if (!ReadInput(options.file, &bytes, console)) return console.Finish();
   for (const Chaine& password : PasswordForms(options.password)) {
     if (!parser.ReadFromRaw(bytes, password)) {

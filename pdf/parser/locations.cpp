@@ -11,8 +11,11 @@ bool ByNumber(const ZPDFObjectLocation& a, const ZPDFObjectLocation& b) { return
 
 void ZPDFLocations::Clear() { records_.clear(); }
 
-void ZPDFLocations::AddOlder(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use) {
-  records_.push_back({id, offset, in_use});
+void ZPDFLocations::MakeFreeOldest(size_t from, size_t to) {
+  const auto at = [this](size_t place) { return records_.begin() + static_cast<std::ptrdiff_t>(place); };
+  const auto first_free =
+      std::stable_partition(at(from), at(to), [](const ZPDFObjectLocation& record) { return record.in_use; });
+  std::rotate(first_free, at(to), records_.end());
 }
 
 void ZPDFLocations::Settle() {
@@ -35,7 +38,7 @@ ZPDFObjectLocation* ZPDFLocations::Find(uint32_t number) {
 }
 
 ZPDFObjectLocation* ZPDFLocations::Append(const ZPDFObjectIdentifier& id) {
-  records_.push_back({id, 0, true, true});
+  records_.push_back({id, 0, true, false, true});
   return &records_.back();
 }
 

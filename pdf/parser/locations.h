@@ -13,8 +13,11 @@ class ZPDFNodeIndirectObject;
 // Where one object number stands in the file, and the object once it is loaded.
 struct ZPDFObjectLocation {
   ZPDFObjectIdentifier id;
+  // In bytes from the front of the file; for a packed object the number of the
+  // object stream that holds it.
   uint32_t offset = 0;
   bool in_use = false;
+  bool packed = false;
   // Set when loading starts, so that an object that leads to itself ends there.
   bool requested = false;
   ZPDFNodeIndirectObject* object = nullptr;
@@ -29,7 +32,12 @@ class ZPDFLocations {
 
   void Clear();
   // Adds a record behind those added before; it loses to them on Settle.
-  void AddOlder(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use);
+  void AddOlder(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use) { Add({id, offset, in_use}); }
+  // The same for an object inside an object stream.
+  void AddOlderPacked(uint32_t number, uint32_t stream) { Add({{number, 0}, stream, true, true}); }
+  // Before Settle: makes the free records among those added from place `from` up to
+  // place `to` older than all others.
+  void MakeFreeOldest(size_t from, size_t to);
   // Sorts what was added and keeps the newest record of each number.
   void Settle();
 
@@ -48,6 +56,8 @@ class ZPDFLocations {
   const_iterator end() const { return records_.end(); }
 
  private:
+  void Add(const ZPDFObjectLocation& record) { records_.push_back(record); }
+
   std::vector<ZPDFObjectLocation> records_;
 };
 

@@ -1,7 +1,6 @@
 #include "pdf/parser/parser.h"
 
 #include <algorithm>
-#include <set>
 
 #include "pdf/array_node.h"
 #include "pdf/crypt/encryption.h"
@@ -9,8 +8,7 @@
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/parser/char_class.h"
-#include "pdf/parser/element_scan.h"
-#include "pdf/parser/xref_reader.h"
+#include "pdf/parser/object_stream.h"
 #include "pdf/reference_node.h"
 #include "platform/file_io.h"
 #include "platform/number.h"
@@ -26,6 +24,12 @@ constexpr uint64_t kSearchesOfWholeFile = 8;
 constexpr size_t kShortSearch = 4096;
 // One object may need another to be loaded, as a stream its "/Length", so many deep.
 constexpr int kMaxLoading = 16;
+
+// Cross-reference and object streams together may take so many bytes once they are
+// decoded, and so many times the file's.
+constexpr uint64_t kDecodedBase = 8 << 20;
+constexpr uint64_t kDecodedOfFile = 64;
+constexpr uint64_t kMostDecoded = 1 << 30;
 
 // Skips the line at `at` with its line-end bytes.
 size_t SkipLine(std::string_view text, size_t at) {
@@ -73,6 +77,13 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   section_count_ = other.section_count_;
   linearized_ = other.linearized_;
   search_budget_ = other.search_budget_;
+  xref_is_stream_ = other.xref_is_stream_;
+  chain_broken_ = other.chain_broken_;
+  recovery_ = other.recovery_;
+  recovered_ = other.recovered_;
+  xref_streams_ = other.xref_streams_;
+  object_streams_ = other.object_streams_;
+  decode_budget_ = other.decode_budget_;
   for (ZPDFObjectLocation& location : locations_) {
     if (location.object == nullptr) continue;
     location.object = location.object->Clone();
@@ -93,6 +104,12 @@ void ZPDFParser::Clean() {
   xref_offset_ = 0;
   section_count_ = 0;
   linearized_ = false;
+  xref_is_stream_ = false;
+  chain_broken_ = false;
+  recovered_ = false;
+  sections_.clear();
+  xref_streams_.clear();
+  object_streams_.clear();
 }
 
 bool ZPDFParser::Fail(std::string_view reason) {
@@ -117,10 +134,16 @@ bool ZPDFParser::ReadFromRaw(const Chaine& raw_data, const Chaine& user_password
   raw_data_ = raw_data;
   user_password_ = user_password;
   diagnostics_.Clear();
-  search_budget_ = kSearchesOfWholeFile * raw_data.size();
-  if (Analyze()) return true;
-  Clean();
-  return false;
+  SetBudgets();
+  bool read = Analyze();
+  if (recovery_) read = Recover(read);
+  if (!read) Clean();
+  return read;
+}
+
+void ZPDFParser::SetBudgets() {
+  search_budget_ = kSearchesOfWholeFile * raw_data_.size();
+  decode_budget_ = static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * raw_data_.size(), kMostDecoded));
 }
 
 bool ZPDFParser::Analyze() {
@@ -139,7 +162,10 @@ bool ZPDFParser::Analyze() {
     if (startxref == std::string_view::npos) return Fail("\"startxref\" is missing");
     xref_offset_ = ParseUInt(TrimBlanks(file.substr(startxref + 9, eof - startxref - 9)));
   }
-  if (!FillLocations(xref_offset_)) return false;
+  return FillLocations(xref_offset_) && PrepareEncryption();
+}
+
+bool ZPDFParser::PrepareEncryption() {
   if (ZPDFNodeDictionary* dictionary = EncryptionDico()) {
     LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
@@ -151,69 +177,6 @@ bool ZPDFParser::Analyze() {
   return true;
 }
 
-// The first object is looked at aside, on a parser's terms but without recording
-// it: in an encrypted or updated file it may be any object.
-uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
-  ZPDFTokenizedString text(SousChaine(raw_data_, start, raw_data_.size() - start));
-  text.TrimLeftComments();
-  ZPDFTokenizedString header = text;
-  for (int i = 0; i < 2; i++) {
-    if (!AllDigits(header.TakeFirstToken())) return 0;
-  }
-  if (header.TakeFirstToken() != "obj" || !header.StartWith("<<")) return 0;
-  ZPDFTokenizedString element = header.TakeFirstElement(ScanStop::kEndobj);
-  const size_t end = header.Offset();
-  ZPDFNode* node = ZPDFNode::BuildFrom(element, nullptr, nullptr);
-  const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node);
-  const bool linearized = dictionary != nullptr && dictionary->GetUIntValue("/Linearized") == 1 &&
-                          dictionary->GetUIntValue("/L") == raw_data_.size();
-  ZPDFNode::Destroy(node);
-  if (!linearized) return 0;
-  const std::string_view file = raw_data_;
-  size_t xref = file.find("xref", end);
-  while (xref != std::string_view::npos && xref >= 5 && file.substr(xref - 5, 5) == "start") {
-    xref = file.find("xref", xref + 4);
-  }
-  return xref == std::string_view::npos ? 0 : static_cast<uint32_t>(xref);
-}
-
-// The offset in "/Prev", 0 when there is none. The number stands in the trailer itself:
-// while sections are read, no object can be found yet.
-uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset) {
-  const ZPDFNode* previous = trailer.GetDirect("/Prev");
-  if (previous == nullptr) return 0;
-  if (NodeCast<ZPDFNodeIndirectReference>(previous) == nullptr) return previous->GetUIntValue();
-  diagnostics_.WarnAt(offset, "\"/Prev\" of this section's trailer is a reference, which leads nowhere");
-  return 0;
-}
-
-bool ZPDFParser::FillLocations(uint32_t offset) {
-  ZPDFTokenizedString file{SousChaine(raw_data_)};
-  file.SetDiagnostics(&diagnostics_);
-  std::set<uint32_t> visited;
-  while (true) {
-    ZPDFXrefReader reader(file);
-    std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
-    if (trailer == nullptr && trailer_ == nullptr) return Fail(reader.Reason());
-    if (trailer == nullptr) {
-      diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + Chaine(reader.Reason()));
-      break;
-    }
-    section_count_++;
-    visited.insert(offset);
-    offset = PreviousSection(*trailer, offset);
-    if (trailer_ == nullptr) trailer_ = std::move(trailer);
-    if (offset == 0) break;
-    search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
-    if (visited.contains(offset) || search_budget_ == 0) {
-      diagnostics_.WarnAt(offset, "the chain of cross-reference sections leads back to what was already read");
-      break;
-    }
-  }
-  locations_.Settle();
-  return true;
-}
-
 ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   ZPDFObjectLocation* location = locations_.Find(id.Number());
   if (location == nullptr || location->id != id) return nullptr;
@@ -222,9 +185,14 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   location->requested = true;
   loading_++;
   // Loading follows references, but adds no location: the record stays in place.
-  location->object = LoadObject(id, location->offset);
+  location->object = location->packed ? LoadPacked(id, location->offset) : LoadObject(id, location->offset);
   loading_--;
   return location->object;
+}
+
+bool ZPDFParser::TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id) {
+  return IsNumber(text.TakeFirstToken(), id.Number()) && IsNumber(text.TakeFirstToken(), id.Generation()) &&
+         text.StartWith("obj");
 }
 
 ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
@@ -239,12 +207,13 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();
   const size_t begin = text.Offset();
-  const bool found = IsNumber(text.TakeFirstToken(), id.Number()) && IsNumber(text.TakeFirstToken(), id.Generation()) &&
-                     text.StartWith("obj");
+  const bool found = TakeHeader(text, id);
   ZPDFNodeIndirectObject* object = nullptr;
   if (found) {
     text.TakeFirstToken();
-    object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, encryption_.get());
+    // A cross-reference stream is not enciphered.
+    const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
+    object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());
   } else {
     diagnostics_.WarnObject(id.Number(), id.Generation(), "the cross-reference table does not lead to it", begin);
   }
@@ -263,6 +232,16 @@ ZPDFNodeIndirectObject* ZPDFParser::AddIndirectObject() {
   const uint32_t size = trailer_->GetUIntValue("/Size");
   trailer_->SetValue("/Size", std::max(size + 1, number + 1));
   return object;
+}
+
+uint32_t ZPDFParser::FreeNumber() const {
+  const uint32_t highest = locations_.IsEmpty() ? kFirstNumberOfEmptyDocument - 1 : locations_.HighestNumber();
+  return std::max(highest + 1, trailer_ == nullptr ? 0 : trailer_->GetUIntValue("/Size"));
+}
+
+void ZPDFParser::TakeNumber(uint32_t number) {
+  locations_.Append({number, 0});
+  trailer_->SetValue("/Size", number + 1);
 }
 
 ZPDFNodeDictionary* ZPDFParser::Root() { return TargetDictionary(trailer_.get(), "/Root"); }
@@ -320,12 +299,18 @@ void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
   xref_offset_ = xref_offset;
   section_count_ = 1;
   linearized_ = false;
+  xref_is_stream_ = false;
+  chain_broken_ = false;
+  recovered_ = false;
+  xref_streams_.clear();
+  object_streams_.clear();
   search_budget_ = kSearchesOfWholeFile * raw_data.size();
   encryption_ = encryption == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*encryption);
   auto found = offsets.begin();
   for (ZPDFObjectLocation& location : locations_) {
     while (found != offsets.end() && found->first < location.id) ++found;
     location.in_use = found != offsets.end() && found->first == location.id;
+    location.packed = false;
     location.offset = location.in_use ? found->second : 0;
     if (location.object != nullptr) location.object->SetEncryption(encryption_.get());
   }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <set>
+#include <unordered_map>
 
 #include "pdf/node.h"
 #include "pdf/node_pool.h"
@@ -14,6 +16,8 @@ namespace zforms {
 class ZPDFEncryption;
 class ZPDFNodeArray;
 class ZPDFNodeDictionary;
+class ZPDFObjectStream;
+struct ZPDFFileScan;
 
 // ZPDFParser opens a PDF file that is held in memory once and loads its objects
 // when they are first asked for. It owns every object that it loaded or added;
@@ -21,7 +25,8 @@ class ZPDFNodeDictionary;
 // share the bytes of the file and own clones of the loaded objects, edits
 // included. One parser, with all its nodes, belongs to one thread at a time.
 //
-// Reads files with classic cross-reference sections (ISO 32000-1 7.5.4).
+// Reads files with cross-reference tables, cross-reference streams or both (ISO
+// 32000-1 7.5.4, 7.5.8), and objects in object streams (7.5.7).
 class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
  public:
   using TokenizedString = ZPDFTokenizedString;
@@ -41,6 +46,14 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // whose password is wrong is read all the same: see CanBeDecrypted.
   bool Read(const Chaine& path_name, const Chaine& user_password);
   bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
+
+  // From now on a damaged file is recovered when it is read: records that do not lead
+  // to their object are put right by a scan of the file, and a table that cannot be
+  // read, or leads to no catalog, is made anew. Diagnostics() say what was done.
+  void SetRecovery(bool recover) { recovery_ = recover; }
+  // Whether something was done, so that no update fits the file: it has to be saved
+  // anew. RawData() then begins with the header, whatever stood before it.
+  bool IsRecovered() const { return recovered_; }
 
   // A new empty object, numbered above all others (1000 in an empty document) and
   // marked modified; "/Size" of the trailer is kept above it. Set its value with
@@ -88,6 +101,13 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
 
   // How the file was found to be built, for tools that report on it.
   size_t SectionCount() const { return section_count_; }
+  // Whether the newest section is a cross-reference stream, so that an update has to
+  // be one too.
+  bool XRefIsStream() const { return xref_is_stream_; }
+  // A number that no object of the document has, and, once something was written
+  // under it outside the parser, that it is taken.
+  uint32_t FreeNumber() const;
+  void TakeNumber(uint32_t number);
   bool IsLinearized() const { return linearized_; }
   const ZPDFLocations& ObjectLocations() const { return locations_; }
 
@@ -101,12 +121,31 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
  private:
   void Clean();
   void CopyFrom(const ZPDFParser& other);
+  void SetBudgets();
   bool Analyze();
+  bool PrepareEncryption();
   bool Fail(std::string_view reason);
   uint32_t FindLinearizedXref(size_t start);
+  uint32_t XrefStreamAfter(const ZPDFTokenizedString& dictionary);
   bool FillLocations(uint32_t offset);
   uint32_t PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset);
+  std::unique_ptr<ZPDFNodeDictionary> ReadSection(const ZPDFTokenizedString& file, uint32_t offset, Chaine* reason);
+  std::unique_ptr<ZPDFNodeDictionary> ReadXrefStream(const ZPDFTokenizedString& file, uint32_t offset, Chaine* reason);
+  void ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer, size_t first_record);
   ZPDFNodeIndirectObject* LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset);
+  ZPDFNodeIndirectObject* LoadPacked(const ZPDFObjectIdentifier& id, uint32_t stream_number);
+  ZPDFNodeIndirectObject* BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part);
+  static bool TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id);
+  bool Recover(bool analyzed);
+  bool Rebuild(const Chaine& reason);
+  void RepairLocations();
+  bool LeadsToObject(const ZPDFObjectLocation& location) const;
+  void FindTrailer(const ZPDFFileScan& scan);
+  void FindEncryption(const ZPDFFileScan& scan);
+  void AddPackedObjects(const ZPDFFileScan& scan);
+  void FindCatalog(const ZPDFFileScan& scan);
+  // The decoded object stream of that number, null when there is none.
+  ZPDFObjectStream* ObjectStream(uint32_t number);
   const ZPDFNodeArray* TrailerDicoIDS() const;
   Chaine IDString(size_t index) const;
 
@@ -119,8 +158,19 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   std::unique_ptr<ZPDFEncryption> encryption_;
   ZDiagnostics diagnostics_;
+  ZDiagnostics packed_diagnostics_;  // of the packed object that is being loaded
   size_t section_count_ = 0;
   bool linearized_ = false;
+  bool xref_is_stream_ = false;
+  bool chain_broken_ = false;  // a section could not be read
+  bool recovery_ = false;
+  bool recovered_ = false;
+  std::set<uint32_t> sections_;  // where sections were read, so that none is read twice
+  std::set<uint32_t> xref_streams_;
+  // Each is decoded once; the budget is what they may take together, so that the
+  // cache is bounded and a small file cannot blow up.
+  std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams_;
+  size_t decode_budget_ = 0;
   // How many bytes may still be looked at, so that a file made of damaged or
   // overlapping objects costs no more than a few times its size.
   uint64_t search_budget_ = 0;

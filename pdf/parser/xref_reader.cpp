@@ -40,11 +40,6 @@ Fields Split(std::string_view line) {
   }
 }
 
-bool BeginsObject(std::string_view text) {
-  const Fields fields = Split(text.substr(0, text.find_first_of("<[(%")));
-  return fields.count == 3 && AllDigits(fields.at[0]) && AllDigits(fields.at[1]) && fields.at[2] == "obj";
-}
-
 }  // namespace
 
 std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObjectProvider* provider,
@@ -60,8 +55,7 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
   text_ = file.substr(offset, end == std::string_view::npos ? end : end - offset);
   at_ = SkipWhites(text_, 0);
   if (!text_.substr(at_).starts_with("xref")) {
-    reason_ = BeginsObject(text_.substr(at_)) ? "the cross-reference section is a stream, which is not supported"
-                                              : "no cross-reference section stands at the stated offset";
+    reason_ = "no cross-reference section stands at the stated offset";
     return nullptr;
   }
   at_ += 4;

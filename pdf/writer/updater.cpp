@@ -1,13 +1,26 @@
 #include "pdf/writer/updater.h"
 
-#include <memory>
+#include <algorithm>
 
+#include "pdf/array_node.h"
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/parser/char_class.h"
+#include "pdf/stream_node.h"
 
 namespace zforms {
+
+namespace {
+
+Chaine TextOf(const ZPDFNodeDictionary* trailer) {
+  Chaine text;
+  ZPDFOutStream out(&text);
+  if (trailer != nullptr) trailer->SendTo(out, ZPDFEncrypterNeutral::Default());
+  return text;
+}
+
+}  // namespace
 
 ZPDFUpdater::ZPDFUpdater() = default;
 
@@ -43,11 +56,35 @@ bool ZPDFUpdater::AddNode(const ZPDFNodeIndirectObject* object) {
 
 void ZPDFUpdater::SetTrailer(const ZPDFNodeDictionary* trailer) {
   if (trailer->IsModified()) modified_ = true;
-  const std::unique_ptr<ZPDFNodeDictionary> clone(trailer->Clone());
-  clone->SetValue("/Prev", previous_xref_);
-  trailer_text_.Clear();
-  ZPDFOutStream out(&trailer_text_);
-  clone->SendTo(out, ZPDFEncrypterNeutral::Default());
+  trailer_.reset(trailer->Clone());
+  trailer_->SetValue("/Prev", previous_xref_);
+}
+
+// The section as an object of its own, which lists itself too; nothing in it is enciphered.
+void ZPDFUpdater::AppendXrefStream(Chaine* tail, uint32_t offset) const {
+  ZPDFXrefManager xref = xref_;
+  xref.Record({xref_stream_number_, 0}, offset);
+  ZPDFXrefManager::StreamSection section = xref.BuildStreamSection();
+  ZPDFNodeIndirectObject object(nullptr, {xref_stream_number_, 0}, nullptr);
+  auto* stream = new ZPDFNodeStream(section.records);
+  object.SetChild(stream);
+  ZPDFNodeDictionary& dictionary = *stream->Dico();
+  dictionary.SetIdentifier("/Type", "/XRef");
+  for (size_t i = 0; trailer_ != nullptr && i < trailer_->Size(); i++) {
+    const ZPDFNode* value = trailer_->ValueAt(i);
+    if (value != nullptr) dictionary.SetValue(trailer_->KeyAt(i), value->Clone());
+  }
+  dictionary.SetValue("/Size", std::max(dictionary.GetUIntValue("/Size"), xref_stream_number_ + 1));
+  const auto set_numbers = [&dictionary](const char* key, const auto& numbers) {
+    auto* array = new ZPDFNodeArray;
+    for (const uint32_t number : numbers) array->AppendValue(number);
+    dictionary.SetValue(key, array);
+  };
+  set_numbers("/W", section.widths);
+  set_numbers("/Index", section.index);
+  ZPDFOutStream out(tail);
+  object.SendTo(out, ZPDFEncrypterNeutral::Default());
+  out.NewLine();
 }
 
 ZPDFUpdater::NewEnd ZPDFUpdater::BuildEnd() const {
@@ -58,10 +95,14 @@ ZPDFUpdater::NewEnd ZPDFUpdater::BuildEnd() const {
     tail += '\n';
     end.xref_offset++;
   }
-  tail += xref_.BuildSection();
-  tail += "trailer\n";
-  tail += trailer_text_;
-  tail += '\n';
+  if (xref_stream_number_ != 0) {
+    AppendXrefStream(&tail, end.xref_offset);
+  } else {
+    tail += xref_.BuildSection();
+    tail += "trailer\n";
+    tail += TextOf(trailer_.get());
+    tail += '\n';
+  }
   AppendEnd(&tail, end.xref_offset);
   // With room for a next, smaller update behind it.
   const size_t length = end.bytes.size() + tail.size();
@@ -73,6 +114,7 @@ ZPDFUpdater::NewEnd ZPDFUpdater::BuildEnd() const {
 void ZPDFUpdater::Accept(const NewEnd& end) {
   section_written_ = modified_;
   SetRawData(end.bytes, end.xref_offset);
+  xref_stream_number_ = 0;
 }
 
 bool ZPDFUpdater::Write(ZInetOStream& out) {

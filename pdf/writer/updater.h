@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "pdf/writer/writer.h"
 
 namespace zforms {
@@ -10,6 +12,9 @@ class ZPDFNodeIndirectObject;
 // ZPDFUpdater saves changes by appending them to the bytes that a file was read
 // from, which are never altered: the changed objects, a section that lists only
 // them, and a trailer that points back through "/Prev" (ISO 32000-1 7.5.6).
+//
+// A file whose newest section is a cross-reference stream gets another one, since
+// readers refuse a table that leads back to a stream (ISO 32000-1 7.5.8.4).
 //
 // Order of use: SetRawData, AddNode as often as needed, SetTrailer, Write. After
 // a Write that succeeded the bytes written are the new base.
@@ -31,6 +36,9 @@ class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
   bool AddNode(const ZPDFNodeIndirectObject* object);
   // Keeps the trailer's text with "/Prev" set; a marked one makes the file be written.
   void SetTrailer(const ZPDFNodeDictionary* trailer);
+  // The number under which the section is written as a stream; 0, at first and after
+  // each Write, for a classic section. No object of the document has it.
+  void SetXrefStream(uint32_t number) { xref_stream_number_ = number; }
   // Whether the last Write appended anything.
   bool SectionWritten() const { return section_written_; }
 
@@ -40,13 +48,15 @@ class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
     uint32_t xref_offset = 0;
   };
   NewEnd BuildEnd() const;
+  void AppendXrefStream(Chaine* tail, uint32_t offset) const;
   void Accept(const NewEnd& end);
   uint32_t Length() const { return static_cast<uint32_t>(base_.size() + appended_.size()); }
 
   Chaine base_;
   Chaine appended_;  // what comes after the base, so that the base is not copied to grow
   uint32_t previous_xref_ = 0;
-  Chaine trailer_text_;
+  std::unique_ptr<ZPDFNodeDictionary> trailer_;
+  uint32_t xref_stream_number_ = 0;
   ZPDFXrefManager xref_;
   bool modified_ = false;
   bool section_written_ = false;

@@ -24,6 +24,17 @@ void AppendEntry(Chaine* section, const ZPDFObjectIdentifier& id, uint32_t offse
   std::copy_n(id.Number() == 0 ? " f\r\n" : " n\r\n", 4, to);
 }
 
+// The value in so many bytes, the highest first.
+void AppendBytes(Chaine* records, uint32_t value, uint32_t width) {
+  while (width-- > 0) records->Append(static_cast<char>(value >> (8 * width) & 0xFF));
+}
+
+uint32_t BytesFor(uint32_t value) {
+  uint32_t width = 1;
+  while ((value >>= 8) != 0) width++;
+  return width;
+}
+
 void AppendHeader(Chaine* section, uint32_t first, size_t count) {
   *section += FormatUInt(first);
   *section += ' ';
@@ -76,6 +87,29 @@ Chaine ZPDFXrefManager::BuildSection() const {
       AppendHeader(&section, first, end - at);
     }
     AppendEntry(&section, offsets[at].first, offsets[at].second);
+  }
+  return section;
+}
+
+ZPDFXrefManager::StreamSection ZPDFXrefManager::BuildStreamSection() const {
+  constexpr uint32_t kInUse = 1;
+  const OffsetList& offsets = Offsets();
+  uint32_t highest_offset = 0;
+  for (const auto& [id, offset] : offsets) highest_offset = std::max(highest_offset, offset);
+  StreamSection section{{1, BytesFor(highest_offset), 2}, {}, {}};
+  for (size_t i = 0; i < offsets.size(); i++) {
+    const auto& [id, offset] = offsets[i];
+    // A number has one record: that of its highest generation.
+    if (i + 1 < offsets.size() && offsets[i + 1].first.Number() == id.Number()) continue;
+    const size_t groups = section.index.size();
+    if (groups == 0 || section.index[groups - 2] + section.index[groups - 1] != id.Number()) {
+      section.index.insert(section.index.end(), {id.Number(), 1});
+    } else {
+      section.index.back()++;
+    }
+    AppendBytes(&section.records, kInUse, section.widths[0]);
+    AppendBytes(&section.records, offset, section.widths[1]);
+    AppendBytes(&section.records, id.Generation(), section.widths[2]);
   }
   return section;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <utility>
 
@@ -25,6 +26,16 @@ class ZFORMS_API ZPDFXrefManager {
   // The section from "xref" on (ISO 32000-1 7.5.4), with CR LF line ends. Object 0
   // heads the free list; numbers that were not recorded are absent.
   Chaine BuildSection() const;
+
+  // The same as the parts of a cross-reference stream (ISO 32000-1 7.5.8): how many
+  // bytes each field of a record takes, which numbers have records ("/Index", first
+  // number and count by turns), and the records. The free list is not in it.
+  struct StreamSection {
+    std::array<uint32_t, 3> widths;
+    PTableau<uint32_t> index;
+    Chaine records;
+  };
+  StreamSection BuildStreamSection() const;
 
  private:
   // Sorted when they are asked for; of those recorded twice the later one stays.

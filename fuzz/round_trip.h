@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
+
+#include "pdf/crypt/encryption.h"
+#include "pdf/writer/saver.h"
+#include "pdf/writer/updater.h"
+#include "platform/inet_stream.h"
+#include "tests/test_document.h"
+
+namespace zforms {
+
+using Texts = std::map<ZPDFObjectIdentifier, std::string>;
+
+inline ZPDFNodeString* FirstString(ZPDFNode* root) {
+  std::vector<ZPDFNode*> pending{root};
+  while (!pending.empty()) {
+    ZPDFNode* node = pending.back();
+    pending.pop_back();
+    if (auto* string = NodeCast<ZPDFNodeString>(node)) return string;
+    for (size_t i = node->Size(); i > 0; i--) {
+      if (ZPDFNode* child = node->GetDirectAt(i - 1)) pending.push_back(child);
+    }
+  }
+  return nullptr;
+}
+
+inline ZPDFObjectMap Used(const ZPDFParser& parser) {
+  ZPDFObjectMap map;
+  parser.GetUsedObjects(map);
+  // A section written as a stream takes the number of an object that is not there.
+  std::erase_if(map, [](const auto& item) {
+    const auto* stream = NodeCast<ZPDFNodeStream>(item.second->GetDirectAt(0));
+    return stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef";
+  });
+  return map;
+}
+
+// Every object of the texts is there and writes that text.
+inline void ExpectReadBack(const Chaine& bytes, const Texts& texts, const ZPDFParser& written) {
+  ZPDFParser parser;
+  if (!parser.ReadFromRaw(bytes, written.UserPassword())) std::abort();
+  for (const auto& [id, text] : texts) {
+    const ZPDFNodeIndirectObject* object = parser.GetObject(id);
+    const std::string now = object == nullptr ? "none" : Written(*object);
+    if (now == text) continue;
+    std::fprintf(stderr, "expected %s\nfound %s\n", Visible(text).c_str(), Visible(now).c_str());
+    std::abort();
+  }
+  if (Used(parser).size() > texts.size()) std::abort();
+}
+
+inline Chaine Updated(const ZPDFParser& parser) {
+  ZPDFUpdater updater;
+  updater.SetRawData(parser.RawData(), parser.XRefOffset());
+  for (const ZPDFNodeIndirectObject* object : parser.ModifiedObjects()) updater.AddNode(object);
+  const std::unique_ptr<ZPDFNodeDictionary> trailer(parser.TrailerDico()->Clone());
+  trailer->RemoveValue("/XRefStm");
+  updater.SetTrailer(trailer.get());
+  updater.SetXrefStream(parser.XRefIsStream() ? parser.FreeNumber() : 0);
+  Chaine updated;
+  ZInetChaineOStream stream(updated);
+  if (!updater.Write(stream) || !updated.View().starts_with(parser.RawData().View())) std::abort();
+  return updated;
+}
+
+// What can be reached in the document is written, as an update with a string of each
+// object changed and in full, and read back equal; else the program ends.
+inline void RoundTrip(ZPDFParser& parser) {
+  // What the key is made of stays as it is.
+  ZPDFObjectMap fixed;
+  for (const char* key : {"/Encrypt", "/ID"}) {
+    if (const ZPDFNode* value = parser.TrailerDico()->GetDirect(key)) value->GetReferencedObjects(fixed);
+  }
+  const ZPDFObjectMap used_objects = Used(parser);
+  // A damaged object may reach beyond the end of the file; it is written whether changed or not.
+  std::set<uint32_t> damaged;
+  for (const ZDiagnosticsWarning& warning : parser.Diagnostics().Warnings()) damaged.insert(warning.object_number);
+  Texts texts;
+  for (const auto& [id, used] : used_objects) {
+    ZPDFNodeIndirectObject* object = parser.GetObject(id);
+    if (object != used || object->GetID() != id) std::abort();
+    ZPDFNodeString* string = fixed.contains(id) ? nullptr : FirstString(object);
+    if (damaged.contains(id.Number())) object->SetModified(true, false);
+    if (string != nullptr) string->SetValue(string->GetStringValue() + "\\)%");
+    texts[id] = Written(*object);
+  }
+  const ZPDFParser copy(parser);
+  // What was recovered is written anew alone.
+  if (!parser.IsRecovered()) ExpectReadBack(Updated(copy), texts, parser);
+
+  ZPDFSaver saver(nullptr);
+  saver.SetPDFVersion("%PDF-1.4");
+  saver.SetObjects(Used(copy));
+  saver.SetTrailer(copy.TrailerDico());
+  Chaine saved;
+  ZInetChaineOStream save_stream(saved);
+  if (!saver.Write(save_stream)) std::abort();
+  ExpectReadBack(saved, texts, parser);
+}
+
+}  // namespace zforms

@@ -1,0 +1,55 @@
+// The two kinds of streams that tell where objects are, and the scan that does without them. The first
+// character of the input says how the rest is taken: "0" to "3" as the entries of a cross-reference stream's
+// dictionary, a line, those of an object stream's, a line, and the data of both, with a line "--" between
+// them, of which the cross-reference stream's (1) and the object stream's (2) are deflated; any other as a
+// file to be recovered. What is found is written and read back equal.
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "fuzz/round_trip.h"
+#include "tests/pdf_text.h"
+
+using namespace zforms;
+
+namespace {
+
+// The text up to the mark, removed with it.
+std::string_view TakeUpTo(std::string_view mark, std::string_view* text) {
+  const size_t at = std::min(text->find(mark), text->size());
+  const std::string_view taken = text->substr(0, at);
+  text->remove_prefix(std::min(at + mark.size(), text->size()));
+  return taken;
+}
+
+// Object 1 stands at 15, object stream 5 at 48, both wherever the records say.
+Chaine FileOf(int kind, std::string_view input) {
+  const std::string section_entries(TakeUpTo("\n", &input));
+  const std::string entries(TakeUpTo("\n", &input));
+  const std::string records(TakeUpTo("\n--\n", &input));
+  PdfText text;
+  text.Header("1.5").Object(1, "<</Type/Catalog>>");
+  text.Stream(5, "<</Type/ObjStm" + entries + ">>", (kind & 2) != 0 ? Deflated(input) : std::string(input));
+  text.Stream(6, "<</Type/XRef" + section_entries + ">>", (kind & 1) != 0 ? Deflated(records) : records);
+  text.Line("startxref").Line(std::to_string(text.OffsetOf(6))).Line("%%EOF");
+  return text.Bytes();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  const std::string_view input(reinterpret_cast<const char*>(data) + 1, size - 1);
+  const int kind = data[0] - '0';
+  const bool recover = kind < 0 || kind > 3;
+  ZPDFParser parser;
+  parser.SetRecovery(recover);
+  if (parser.ReadFromRaw(recover ? Chaine(input) : FileOf(kind, input), "user")) {
+    for (const ZPDFObjectLocation& location : parser.ObjectLocations()) parser.GetObject(location.id);
+    RoundTrip(parser);
+  } else if (parser.Diagnostics().Failure().IsEmpty()) {
+    std::abort();
+  }
+  return 0;
+}

@@ -1,0 +1,214 @@
+// Recovery: the parser's locations put right, or made anew, from a scan of the file.
+
+#include <algorithm>
+#include <map>
+
+#include "pdf/crypt/encryption.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/indirect_object.h"
+#include "pdf/parser/element_scan.h"
+#include "pdf/parser/file_scan.h"
+#include "pdf/parser/object_stream.h"
+#include "pdf/parser/parser.h"
+#include "pdf/parser/xref_stream_reader.h"
+#include "pdf/reference_node.h"
+#include "platform/number.h"
+
+namespace zforms {
+namespace {
+
+// So many trailers are looked at, the newest first: each may reach to the end of the file.
+constexpr size_t kMostTrailers = 64;
+// An object's header stands close to where a sound table says.
+constexpr size_t kHeaderReach = 4096;
+
+using Scanned = ZPDFFileScan::Object;
+
+bool IsLoadable(const ZPDFObjectIdentifier& id) {
+  return id.Number() != 0 && id.Number() <= INT32_MAX && id.Generation() <= UINT16_MAX;
+}
+
+// The dictionary at `offset`, as a classic trailer; null when none stands there.
+std::unique_ptr<ZPDFNodeDictionary> TrailerAt(const ZPDFTokenizedString& file, uint32_t offset,
+                                              IPDFObjectProvider* provider) {
+  ZPDFTokenizedString text = file.Part(offset, file.GetLength());
+  text.TrimLeftComments();
+  if (!text.StartWith("<<")) return nullptr;
+  ZPDFTokenizedString element = text.TakeFirstElement(ScanStop::kEndobj);
+  ZPDFNode* node = ZPDFNode::BuildFrom(element, provider, nullptr);
+  std::unique_ptr<ZPDFNodeDictionary> dictionary(NodeCast<ZPDFNodeDictionary>(node));
+  if (dictionary == nullptr) ZPDFNode::Destroy(node);
+  return dictionary;
+}
+
+const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeIndirectObject* object) {
+  return object == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
+}
+
+bool IsCatalog(const ZPDFNodeIndirectObject* object) {
+  const ZPDFNodeDictionary* value = DictionaryOf(object);
+  return value != nullptr && value->GetIdentifier("/Type") == "/Catalog";
+}
+
+bool IsEncryption(const ZPDFNodeIndirectObject* object) {
+  const ZPDFNodeDictionary* value = DictionaryOf(object);
+  return value != nullptr && value->GetIdentifier("/Filter") == "/Standard" && value->Exist("/O") && value->Exist("/U");
+}
+
+}  // namespace
+
+bool ZPDFParser::Recover(bool analyzed) {
+  if (raw_data_.size() > UINT32_MAX) return false;
+  // What another password would show cannot be told from damage.
+  if (analyzed && !CanBeDecrypted()) return true;
+  if (analyzed && Root() != nullptr && !chain_broken_) {
+    RepairLocations();
+    return true;
+  }
+  const Chaine reason = !analyzed       ? diagnostics_.Failure()
+                        : chain_broken_ ? Chaine("a cross-reference section cannot be read")
+                                        : Chaine("the trailer leads to no document catalog");
+  return Rebuild(reason);
+}
+
+bool ZPDFParser::LeadsToObject(const ZPDFObjectLocation& location) const {
+  if (location.offset >= raw_data_.size()) return false;
+  ZPDFTokenizedString text(SousChaine(raw_data_, location.offset, kHeaderReach));
+  text.TrimLeftComments();
+  return TakeHeader(text, location.id);
+}
+
+// Records that do not lead to their object are made to lead to the newest one of that
+// number that the file holds.
+void ZPDFParser::RepairLocations() {
+  std::map<ZPDFObjectIdentifier, ZPDFObjectLocation*> wrong;
+  for (ZPDFObjectLocation& location : locations_) {
+    if (!location.in_use || location.packed || location.object != nullptr || LeadsToObject(location)) continue;
+    wrong[location.id] = &location;
+  }
+  if (wrong.empty()) return;
+  size_t repaired = 0;
+  const ZPDFFileScan scan = ScanFile(raw_data_);
+  for (size_t i = scan.objects.size(); i-- > 0;) {
+    const auto entry = wrong.find(scan.objects[i].id);
+    if (entry == wrong.end()) continue;
+    entry->second->offset = scan.objects[i].offset;
+    entry->second->requested = false;
+    wrong.erase(entry);
+    repaired++;
+  }
+  if (repaired == 0) return;
+  recovered_ = true;
+  // What stands packed in streams that were not found before can be found now.
+  std::erase_if(object_streams_, [](const auto& stream) { return stream.second == nullptr; });
+  for (ZPDFObjectLocation& location : locations_) {
+    if (location.packed && location.object == nullptr) location.requested = false;
+  }
+  diagnostics_.Warn("the file is damaged: " + FormatUInt(repaired) + (repaired == 1 ? " object was" : " objects were") +
+                    " not where the table says, and found by a scan of the file");
+}
+
+bool ZPDFParser::Rebuild(const Chaine& reason) {
+  const size_t header = raw_data_.View().find("%PDF-");
+  if (header == std::string_view::npos) return Fail(reason);
+  Clean();
+  diagnostics_.Clear();
+  if (header > 0) raw_data_ = raw_data_.Mid(header);
+  SetBudgets();
+  const ZPDFFileScan scan = ScanFile(raw_data_);
+  for (size_t i = scan.objects.size(); i-- > 0;) {
+    const Scanned& found = scan.objects[i];
+    if (IsLoadable(found.id)) locations_.AddOlder(found.id, found.offset, true);
+  }
+  locations_.Settle();
+  FindTrailer(scan);
+  recovered_ = true;
+  if (!PrepareEncryption()) return false;
+  const bool readable = CanBeDecrypted();
+  if (readable) AddPackedObjects(scan);
+  if (readable && Root() == nullptr) FindCatalog(scan);
+  if (readable && Root() == nullptr) return Fail(reason + "; a scan of the file finds no document catalog");
+  trailer_->SetValue("/Size", locations_.HighestNumber() + 1);
+  trailer_->SetModified(false, true);
+  std::string said = "the file is damaged (" + reason.ToString() + "): its table was rebuilt from " +
+                     FormatUInt(locations_.Size()).ToString() + " objects found by a scan of the file";
+  if (header > 0) said += "; " + FormatUInt(header).ToString() + " bytes before the header are left out";
+  diagnostics_.Warn(Chaine(said));
+  return true;
+}
+
+// The newest trailer that names a catalog, and what older ones alone say of the document.
+void ZPDFParser::FindTrailer(const ZPDFFileScan& scan) {
+  std::map<uint32_t, bool> places;  // where trailers may stand, and whether in a stream
+  for (const uint32_t offset : scan.trailers) places[offset] = false;
+  for (const Scanned& object : scan.objects) {
+    if (object.names_xref_stream) places[object.offset] = true;
+  }
+  const ZPDFTokenizedString file{SousChaine(raw_data_)};
+  size_t count = 0;
+  for (auto place = places.rbegin(); place != places.rend() && count < kMostTrailers; ++place, ++count) {
+    const auto& [offset, in_stream] = *place;
+    if (in_stream) xref_streams_.insert(offset);
+    const std::unique_ptr<ZPDFNodeDictionary> trailer =
+        in_stream ? ZPDFXrefStreamReader(file, 0).ReadTrailer(offset, this) : TrailerAt(file, offset, this);
+    if (trailer == nullptr) continue;
+    if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>(this);
+    for (const char* key : {"/Root", "/Encrypt", "/Info", "/ID"}) {
+      const ZPDFNode* value = trailer->GetDirect(key);
+      if (value != nullptr && !trailer_->Exist(key)) trailer_->SetValue(key, value->Clone());
+    }
+  }
+  if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>(this);
+  if (!trailer_->Exist("/Root") && !trailer_->Exist("/Encrypt")) FindEncryption(scan);
+}
+
+// Without a trailer, what is enciphered must not be taken for what it says.
+void ZPDFParser::FindEncryption(const ZPDFFileScan& scan) {
+  for (size_t i = scan.objects.size(); i-- > 0;) {
+    const Scanned& object = scan.objects[i];
+    if (!object.names_security || !IsEncryption(GetObject(object.id))) continue;
+    trailer_->SetValue("/Encrypt", new ZPDFNodeIndirectReference(object.id, this));
+    return;
+  }
+}
+
+// Adds what the object streams hold, the newest version of each object in file order.
+void ZPDFParser::AddPackedObjects(const ZPDFFileScan& scan) {
+  std::map<uint32_t, uint32_t> added;  // number to stream
+  for (const Scanned& scanned : scan.objects) {
+    if (!scanned.names_object_stream) continue;
+    const ZPDFObjectLocation* holder = locations_.Find(scanned.id.Number());
+    if (holder == nullptr || holder->packed || holder->offset != scanned.offset) continue;
+    const ZPDFObjectStream* stream = ObjectStream(scanned.id.Number());
+    if (stream == nullptr) continue;
+    for (const ZPDFObjectStream::Part& part : stream->Parts()) {
+      if (!IsLoadable({part.number, 0})) continue;
+      ZPDFObjectLocation* const location = locations_.Find(part.number);
+      if (location == nullptr) {
+        added[part.number] = scanned.id.Number();
+      } else if (location->packed || (location->object == nullptr && location->offset < scanned.offset)) {
+        *location = {{part.number, 0}, scanned.id.Number(), true, true};
+      }
+    }
+  }
+  for (const auto& [number, stream] : added) locations_.AddOlderPacked(number, stream);
+  locations_.Settle();
+}
+
+// The newest catalog among the objects, for a file without a trailer that leads to it.
+void ZPDFParser::FindCatalog(const ZPDFFileScan& scan) {
+  std::vector<ZPDFObjectIdentifier> candidates;
+  for (const Scanned& scanned : scan.objects) {
+    if (scanned.names_catalog) candidates.push_back(scanned.id);
+    const ZPDFObjectStream* stream = scanned.names_object_stream ? ObjectStream(scanned.id.Number()) : nullptr;
+    if (stream == nullptr || stream->Text().View().find("/Catalog") == std::string_view::npos) continue;
+    for (const ZPDFObjectStream::Part& part : stream->Parts()) candidates.emplace_back(part.number, 0);
+  }
+  for (size_t i = candidates.size(); i-- > 0;) {
+    if (!IsCatalog(GetObject(candidates[i]))) continue;
+    trailer_->SetValue("/Root", new ZPDFNodeIndirectReference(candidates[i], this));
+    return;
+  }
+}
+
+}  // namespace zforms

@@ -1,0 +1,7 @@
+#include "platform/mail.h"
+
+namespace zforms {
+
+ZMailer::~ZMailer() = default;
+
+}  // namespace zforms

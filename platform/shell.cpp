@@ -1,0 +1,7 @@
+#include "platform/shell.h"
+
+namespace zforms {
+
+ZShell::~ZShell() = default;
+
+}  // namespace zforms

@@ -1,0 +1,7 @@
+#include "platform/user_interface.h"
+
+namespace zforms {
+
+ZUserInterface::~ZUserInterface() = default;
+
+}  // namespace zforms

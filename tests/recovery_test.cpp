@@ -1,0 +1,205 @@
+// Damaged files, read when recovery is asked for.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "pdf/crypt/encryption.h"
+#include "pdf/dictionary_node.h"
+#include "pdf/parser/file_scan.h"
+#include "tests/form_text.h"
+
+namespace zforms {
+namespace {
+
+constexpr const char* kForm = "<</Fields[10 0 R 11 0 R]>>";
+constexpr const char* kCatalog = "<</Type/Catalog/AcroForm 2 0 R>>";
+
+// Field "a" has two versions.
+std::string Classic() {
+  PdfText text;
+  text.Header().Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(old)>>");
+  text.Object(11, "<</FT/Tx/T(b)/V(2)>>").Xref().Trailer("/Root 1 0 R/ID[(i)(i)]");
+  text.Object(10, "<</FT/Tx/T(a)/V(1)>>").Xref().Trailer("/Root 1 0 R/ID[(i)(i)]");
+  return text.Bytes().ToString();
+}
+
+// The same with a catalog in an object stream; field "b" is packed twice, and plain before that.
+std::string Modern() {
+  PdfText text;
+  text.Header("1.5").Object(11, "<</FT/Tx/T(b)/V(plain)>>").Object(10, "<</FT/Tx/T(a)/V(old)>>");
+  text.Pack(5, {{1, kCatalog}, {2, kForm}, {11, "<</FT/Tx/T(b)/V(old)>>"}}).XrefStream(6, "/Root 1 0 R");
+  text.Object(10, "<</FT/Tx/T(a)/V(1)>>").Pack(7, {{11, "<</FT/Tx/T(b)/V(2)>>"}}).XrefStream(8, "/Root 1 0 R");
+  return text.Bytes().ToString();
+}
+
+std::string Without(std::string text, std::string_view what, std::string_view by = "") {
+  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
+    text.replace(at, what.size(), by);
+  }
+  return text;
+}
+
+std::string ValuesOf(const ZAcroForm& form) {
+  std::string values;
+  for (const auto& [name, fields] : form.FlatFields()) {
+    values += name.ToString() + "=" + fields[0]->Value().ToString() + " ";
+  }
+  return values;
+}
+
+bool Load(ZAcroForm& form, const Chaine& bytes, bool recover) {
+  ZInetChaineIStream in(bytes);
+  form.SetRecovery(recover);
+  return form.Load(in, "");
+}
+
+TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
+  const std::string classic = Classic(), modern = Modern();
+  const struct {
+    const char* what;
+    std::string bytes;
+    const char* said;
+  } cases[] = {
+      {"sound", classic, ""},
+      {"sound and modern", modern, ""},
+      {"no end", Without(classic, "%%EOF"), "(the file is cut short: \"%%EOF\" is missing): its table was"},
+      {"no startxref", Without(classic, "startxref"), "(\"startxref\" is missing)"},
+      {"startxref to nowhere", Without(classic, "startxref\n", "startxref\n9"), "rebuilt from 4 objects"},
+      {"cut off in the last table", Without(classic, "%%EOF").substr(0, classic.rfind("trailer") - 9),
+       "rebuilt from 4 objects"},
+      {"no trailers", Without(classic, "trailer", "tra"), "rebuilt from 4 objects"},
+      {"bytes before the header", "\r\n junk " + classic, "; 8 bytes before the header are left out"},
+      {"bytes taken away before the objects", Without(classic, "%\xE2\xE3\xCF\xD3\n"), "rebuilt"},
+      {"other line ends", Without(classic, "\n", "\r\n"), "rebuilt from 4 objects"},
+      {"a wrong catalog", Without(classic, "/Root 1 0 R", "/Root 9 0 R"), "leads to no document catalog"},
+      {"no catalog named", Without(classic, "/Root 1 0 R", "/Rood 1 0 R"), "leads to no document catalog"},
+      {"an object elsewhere", Without(classic, "\n11 0 obj", "\nmore\n11 0 obj"), "rebuilt"},
+      {"headers behind one another", Without(classic, "\nendobj\n", " endobj"), "rebuilt from 4 objects"},
+      {"modern without sections", Without(modern, "/XRef", "/XXXX"), "rebuilt from"},
+      {"modern and cut", Without(modern, "%%EOF").substr(0, modern.rfind("startxref") - 5), "rebuilt from"},
+      {"modern with damaged sections", Without(modern, "/W[", "/X["), "does not say how wide"},
+      {"an older section lost", Without(modern, "/Index[1 2 5 2 10 2 ]", "/Index[1 2 5 2 10 2  "), "rebuilt"},
+  };
+  for (const auto& c : cases) {
+    ZAcroForm strict, form;
+    const bool read = Load(strict, c.bytes, false) && ValuesOf(strict) == "a=1 b=2 ";
+    EXPECT_EQ(read, *c.said == 0) << c.what;
+    ASSERT_TRUE(Load(form, c.bytes, true)) << c.what << form.Diagnostics().Failure().View();
+    EXPECT_EQ(ValuesOf(form), "a=1 b=2 ") << c.what;
+    EXPECT_EQ(WarningsOf(form).empty(), *c.said == 0) << c.what << WarningsOf(form);
+    EXPECT_NE(WarningsOf(form).find(c.said), std::string::npos) << c.what << WarningsOf(form);
+    EXPECT_EQ(form.SavesAnew(), *c.said != 0) << c.what;
+    // What is saved is sound.
+    form.Fields()["a"]->SetValue("new");
+    Chaine saved;
+    ZInetChaineOStream out(saved);
+    ASSERT_TRUE(form.Save(out)) << c.what;
+    EXPECT_FALSE(form.SavesAnew());
+    ASSERT_TRUE(Load(strict, saved, false)) << c.what;
+    EXPECT_EQ(ValuesOf(strict), "a=new b=2 ") << c.what;
+    EXPECT_EQ(WarningsOf(strict), "") << c.what;
+  }
+}
+
+TEST(RecoveryTest, RecordsThatLeadAstrayAreMended) {
+  // Of objects 10 and 12 the table tells the wrong places; 13 is not in the file, 11 is freed.
+  PdfText text;
+  text.Header()
+      .Object(1, "<<>>")
+      .Object(10, "(old)")
+      .Object(10, "(ten)")
+      .Object(11, "(freed)")
+      .Object(12, "(twelve)", 3);
+  text.Xref("1 1\n@1 00000 n\n10 4\n@1 00000 n\n0000000000 00001 f\n0000000099 00003 n\n@1 00000 n\n");
+  text.Trailer("/Root 1 0 R");
+  for (const bool recover : {false, true}) {
+    ZPDFParser parser;
+    parser.SetRecovery(recover);
+    ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
+    EXPECT_EQ(parser.IsRecovered(), recover);
+    EXPECT_EQ(ValueOf(parser, 10), recover ? "(ten)" : "none");
+    EXPECT_EQ(ValueOf(parser, 12, 3), recover ? "(twelve)" : "none");
+    EXPECT_EQ(ValueOf(parser, 11) + ValueOf(parser, 13), "nonenone");
+    EXPECT_EQ(WarningsOf(parser).starts_with("the file is damaged: 2 objects were not where"), recover);
+    EXPECT_EQ(ZPDFParser(parser).IsRecovered(), recover);
+  }
+}
+
+TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
+  const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("i", "pw", ""));
+  const std::unique_ptr<ZPDFEncrypter> encrypter(handler->AllocEncrypter({5, 0}));
+  const std::string packed = Deflated("1 0 " + std::string("<</Secret(text)>>"));
+  PdfText text;
+  text.Header("1.5").Object(7, InOneLine(TextOf(handler->Dictionary())));
+  text.Stream(5, "<</Type/ObjStm/N 1/First 4/Filter/FlateDecode>>", encrypter->Encrypt(packed).ToString());
+  text.PlacePacked(1, 5, 0).XrefStream(6, "/Root 1 0 R/Encrypt 7 0 R/ID[(i)(i)]");
+  const std::string bytes = Without(text.Bytes().ToString(), "startxref\n", "startxref\n9");
+  ZPDFParser parser;
+  parser.SetRecovery(true);
+  ASSERT_TRUE(parser.ReadFromRaw(bytes, "pw")) << parser.Diagnostics().Failure().View();
+  EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
+  // Without the trailers the key is lost, and what is enciphered is not taken for clear.
+  ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "/XRef", "/Xxxx"), "pw"));
+  EXPECT_TRUE(parser.IsEncrypted());
+  EXPECT_FALSE(parser.CanBeDecrypted());
+  // With a wrong password nobody can tell.
+  ASSERT_TRUE(parser.ReadFromRaw(bytes, "no"));
+  EXPECT_FALSE(parser.CanBeDecrypted());
+}
+
+TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "not a PDF file: it does not begin with \"%PDF-\""},
+      {"no file", "not a PDF file: it does not begin with \"%PDF-\""},
+      {"%PDF-1.4\n%c\n", "the file is cut short: \"%%EOF\" is missing; a scan of the file finds no document catalog"},
+      {"%PDF-1.4\n%c\n1 0 obj<</Type/Page>>endobj\ntrailer<</Root 1 1 R>>%%EOF",
+       "\"startxref\" is missing; a scan of the file finds no document catalog"},
+      {"%PDF-1.4\n%c\n1 0 obj<</Type/Catalog>>endobj\ntrailer<</Root 1 0 R/Encrypt 7 0 R>>",
+       "the encryption dictionary that the trailer refers to is not there"},
+  };
+  for (const auto& [bytes, failure] : cases) {
+    ZPDFParser parser;
+    parser.SetRecovery(true);
+    EXPECT_FALSE(parser.ReadFromRaw(bytes, "")) << bytes;
+    EXPECT_EQ(parser.Diagnostics().Failure(), failure);
+    EXPECT_EQ(parser.TrailerDico(), nullptr);
+  }
+}
+
+// Headers of objects as "number.generation@offset", with "s", "x" and "c" for the names in them.
+TEST(RecoveryTest, Scan) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"1 0 obj", "1.0@0"},
+      {"\n 12  3\r\nobj<<>>", "12.3@2"},
+      {"x 1 0 obj", ""},
+      {"(a 1 0 obj)", ""},
+      {"1 0 obj 2 0 obj\n3 0 objx", "1.0@0"},
+      {"1 0 obj endobj2 0 obj\tendobj 3 0 obj", "1.0@0 2.0@14 3.0@29"},
+      {"0001 00 obj", "1.0@0"},
+      {"\n1 obj\n 0 obj\nobj", ""},
+      {"1 0 obj<</Type/ObjStm/A/XRef>>\n2 0 obj/Catalogs/Catalog/XRefStm", "1.0@0sx 2.0@31c"},
+      {"1 0 obj<</Length 9>>stream\n\n2 0 obj\nendstream/Catalog\n3 0 obj", "1.0@0 3.0@54"},
+      {"1 0 obj<</Length 2>>stream\n\n2 0 obj\nendstream\n3 0 obj", "1.0@0 3.0@46"},
+      {"1 0 obj<<>>stream\n\n2 0 obj\nendobj\n3 0 obj", "1.0@0 3.0@34"},
+      {"1 0 obj<</Length 99>>stream\n\n2 0 obj\n", "1.0@0"},
+      {"1 0 obj\nstreams\n2 0 obj", "1.0@0 2.0@16"},
+      {"stream\n2 0 obj", "2.0@7"},
+      {"1 0 obj trailer<<>>/Catalog trailers", "1.0@0 t15"},
+  };
+  for (const auto& [text, expected] : cases) {
+    const ZPDFFileScan scan = ScanFile(text);
+    std::string found;
+    for (const auto& object : scan.objects) {
+      found += (found.empty() ? "" : " ") + std::to_string(object.id.Number()) + "." +
+               std::to_string(object.id.Generation()) + "@" + std::to_string(object.offset);
+      found += std::string(object.names_object_stream ? "s" : "") + (object.names_xref_stream ? "x" : "") +
+               (object.names_catalog ? "c" : "");
+    }
+    for (const uint32_t trailer : scan.trailers) found += " t" + std::to_string(trailer);
+    EXPECT_EQ(found, expected) << text;
+  }
+}
+
+}  // namespace
+}  // namespace zforms
