@@ -24,6 +24,7 @@ namespace zforms {
 class ZInetIStream;
 class ZInetOStream;
 class ZPDFEncryption;
+class ZPDFNodeIndirectObject;
 class ZPDFParser;
 class ZPDFWriter;
 class ZXFDF;
@@ -151,6 +152,10 @@ class ZFORMS_API ZAcroForm {
   bool SaveFull(const Chaine& path);
   bool SaveFull(ZInetOStream& out);
   void ResetModified();
+  // The bytes that Save would give as an update with these objects, those of them that
+  // are marked. Nothing changes here: who fills one form again and again takes this,
+  // and then takes the changes back. Empty on failure. Precondition: a document is loaded.
+  Chaine UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const;
 
   // Why the last load or save failed, and what was odd about the document, its
   // form and the values filled in. Valid until the next call.

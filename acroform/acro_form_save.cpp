@@ -128,6 +128,17 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
   return true;
 }
 
+Chaine ZAcroForm::UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const {
+  ZPDFUpdater updater;
+  updater.SetRawData(raw_data_, xref_offset_);
+  for (const ZPDFNodeIndirectObject* object : objects) updater.AddNode(object);
+  updater.SetXrefStream(parser_->XRefIsStream() ? parser_->FreeNumber() : 0);
+  updater.SetTrailer(UpdateTrailer(*parser_->TrailerDico()).get());
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  return updater.Write(out) ? bytes : Chaine();
+}
+
 bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
   // What is in use is found from the catalog: without it everything would be lost.

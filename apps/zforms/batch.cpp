@@ -203,8 +203,9 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
 }
 
 void BatchRun::Fill(const Task& task, RowFiller& filler, unsigned number) {
-  std::string error;
-  if (folder_.Write(task.name, task.place, number, filler.Fill(task.row), &error)) {
+  std::string error = "the filled form cannot be made";
+  const Chaine bytes = filler.Fill(task.row);
+  if (!bytes.IsEmpty() && folder_.Write(task.name, task.place, number, bytes, &error)) {
     report_.Filled();
   } else {
     Fail(task.row, {}, task.name, "its file \"" + task.name + "\": " + error);

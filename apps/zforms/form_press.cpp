@@ -7,8 +7,6 @@
 #include "pdf/dictionary_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/parser/parser.h"
-#include "pdf/writer/updater.h"
-#include "platform/inet_stream.h"
 #include "xfdf/xfdf.h"
 
 namespace zforms::tool {
@@ -76,19 +74,8 @@ Chaine FormPress::Fill(const ZXFDF& data) {
   form_->SetValues(data);
   if (!IsChanged()) return form_->RawData();
   if (!form_->NeedAppearances()) form_->SetNeedAppearances(true);
-  Chaine bytes = Written();
+  Chaine bytes = form_->UpdatedBytes(objects_);
   if (!TakeBack()) form_.reset();
-  return bytes;
-}
-
-Chaine FormPress::Written() const {
-  ZPDFUpdater updater;
-  updater.SetRawData(form_->RawData(), form_->XRefOffset());
-  for (const ZPDFNodeIndirectObject* object : objects_) updater.AddNode(object);
-  updater.SetTrailer(form_->Parser()->TrailerDico());
-  Chaine bytes;
-  ZInetChaineOStream out(bytes);
-  updater.Write(out);
   return bytes;
 }
 

@@ -37,7 +37,6 @@ class FormPress {
   void Prepare();
   void Keep(ZPDFNodeDictionary* dictionary);
   bool IsChanged() const;
-  Chaine Written() const;
   bool TakeBack();
 
   const ZAcroForm original_;
@@ -45,7 +44,7 @@ class FormPress {
   std::unique_ptr<ZAcroForm> form_;  // null when it has to be copied anew
   std::vector<Kept> kept_;
   // The objects where those dictionaries stand, in the order of their numbers.
-  std::vector<ZPDFNodeIndirectObject*> objects_;
+  PTableau<ZPDFNodeIndirectObject*> objects_;
 };
 
 }  // namespace zforms::tool
