@@ -71,7 +71,7 @@ bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_ty
   parser.body_limit(kMaxBody);
   http::read(socket, buffer, parser, code);
   if (code) return Fail(code, error);
-  answer->status = parser.get().result_int();
+  answer->status = static_cast<int>(parser.get().result_int());
   for (const auto& field : parser.get()) {
     answer->header.Add(std::string_view(field.name_string().data(), field.name_string().size()),
                        std::string_view(field.value().data(), field.value().size()));

@@ -277,7 +277,8 @@ std::unique_ptr<ZXMLElement> ZXMLElement::Clone() const {
       into = child;
       node = from->first_;
     } else {
-      into->Append(new ZXMLTextNode(*static_cast<const ZXMLTextNode*>(node)));
+      // Not a copy of the node, which would be taken for one in shared memory.
+      into->Append(new ZXMLTextNode(node->kind, static_cast<const ZXMLTextNode*>(node)->text));
       node = node->next;
     }
   }

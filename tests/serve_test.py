@@ -60,6 +60,9 @@ class Server:
         status = self.process.wait(timeout=30)
         self.process.stdout.close()
         self.log.close()
+        log = pathlib.Path(self.log.name).read_text()
+        if "Sanitizer" in log:
+            sys.exit(log)
         return status
 
     def ask(self, method, target, body=None, headers=None):

@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <system_error>
 
@@ -134,11 +135,17 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   services.idle_messages = &messages;
   Office office(plan.office, services, store.get(), &log);
   if (!office.Server().Start()) return kFailed;
-  WhenStopped([&messages] { messages.Quit(); });
+  const auto has_quit = std::make_shared<std::promise<void>>();
+  WhenStopped([&messages, has_quit] {
+    messages.Quit();
+    has_quit->set_value();
+  });
   Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
         (plan.data.empty() ? " (until the server stops)" : "") + "\nOpen:   " + office.Address() +
         "\nStop:   Ctrl+C\n");
   messages.Run();
+  // Until then the other thread uses the messages.
+  has_quit->get_future().wait();
   office.Server().Stop();
   log.Event("stopped", "every submission that was answered is stored");
   return kDone;
