@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "acroform/file_spec.h"
 #include "acroform/lazy_wrapper.h"
 #include "platform/chaine.h"
@@ -15,6 +17,12 @@ class ZPDFNodeDictionary;
 // onto the dictionary, which the document owns.
 class ZFORMS_API ZAcroFormAction {
  public:
+  // Bits of "/Flags" that say in what format a form is submitted, FDF without any of
+  // them (ISO 32000-1 table 237).
+  static constexpr uint32_t kSubmitHTMLFlag = 0x4;
+  static constexpr uint32_t kSubmitXFDFFlag = 0x20;
+  static constexpr uint32_t kSubmitPDFFlag = 0x100;
+
   virtual ~ZAcroFormAction();
   ZAcroFormAction(const ZAcroFormAction&) = default;
   ZAcroFormAction& operator=(const ZAcroFormAction&) = default;

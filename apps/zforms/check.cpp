@@ -16,11 +16,6 @@
 namespace zforms::tool {
 namespace {
 
-// ISO 32000-1 table 237.
-constexpr uint32_t kSubmitXFDF = 0x20;
-constexpr uint32_t kSubmitHTML = 0x4;
-constexpr uint32_t kSubmitPDF = 0x100;
-
 // Gathers what is said of a document, a labelled line each.
 class Summary {
  public:
@@ -74,9 +69,9 @@ std::string FieldsText(const std::vector<FieldReport>& fields) {
 }
 
 std::string FormatText(uint32_t flags) {
-  if ((flags & kSubmitPDF) != 0) return "PDF";
-  if ((flags & kSubmitXFDF) != 0) return "XFDF";
-  return (flags & kSubmitHTML) != 0 ? "HTML" : "FDF";
+  if ((flags & ZAcroFormAction::kSubmitPDFFlag) != 0) return "PDF";
+  if ((flags & ZAcroFormAction::kSubmitXFDFFlag) != 0) return "XFDF";
+  return (flags & ZAcroFormAction::kSubmitHTMLFlag) != 0 ? "HTML" : "FDF";
 }
 
 // The address in an action's file specification, which may be a plain text.

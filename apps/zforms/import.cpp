@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "acroform/action.h"
 #include "apps/zforms/console.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
@@ -23,8 +24,8 @@
 namespace zforms::tool {
 namespace {
 
-// Bits of "/Flags" for HTML and PDF, which exclude XFDF.
-constexpr uint32_t kOtherFormats = 0x104;
+// What excludes XFDF.
+constexpr uint32_t kOtherFormats = ZAcroFormAction::kSubmitHTMLFlag | ZAcroFormAction::kSubmitPDFFlag;
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 22;
 
@@ -162,8 +163,8 @@ class Importer {
       for (ZAcroFormField* button : buttons) {
         auto* action = NodeCast<ZPDFNodeDictionary>(button->Dico()->GetTarget("/A"));
         const uint32_t flags = action->GetUIntValue("/Flags");
-        if ((flags & kSubmitsXFDF) != 0) continue;
-        action->SetValue("/Flags", (flags & ~kOtherFormats) | kSubmitsXFDF);
+        if ((flags & ZAcroFormAction::kSubmitXFDFFlag) != 0) continue;
+        action->SetValue("/Flags", (flags & ~kOtherFormats) | ZAcroFormAction::kSubmitXFDFFlag);
         Say("XFDF as what \"" + name.ToString() + "\" submits");
       }
     }

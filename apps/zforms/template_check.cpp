@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "acroform/action.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/parser/parser.h"
 #include "server/server_form.h"
@@ -12,7 +13,7 @@ namespace {
 
 bool SubmitsXFDF(const ZAcroFormField& button) {
   const auto* action = NodeCast<ZPDFNodeDictionary>(button.Dico()->GetTarget("/A"));
-  return action != nullptr && (action->GetUIntValue("/Flags") & kSubmitsXFDF) != 0;
+  return action != nullptr && (action->GetUIntValue("/Flags") & ZAcroFormAction::kSubmitXFDFFlag) != 0;
 }
 
 void CheckButtons(const ZAcroFormServerForm& form, ZDocument::Status status, const std::string& page,
