@@ -38,7 +38,9 @@ class Server:
         command = [TOOL, "serve", "--templates", str(templates or ROOT / "samples"), "--data", self.data, "--app", "App",
                    "--folder", "12", "--year", "2025", "--port", str(port), *options]
         self.log = open(folder / "log", "ab")
-        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.log, text=True)
+        # What a killed server leaves goes with the folder.
+        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.log, text=True,
+                                        env={**os.environ, "TMPDIR": str(folder)})
         self.started = ""
         for line in self.process.stdout:
             self.started += line
@@ -254,6 +256,15 @@ def imported(folder):
     again = subprocess.run([TOOL, "import", str(templates / "F1.pdf"), "-o", str(folder / "again.pdf")],
                            capture_output=True, timeout=30)
     expect(again.returncode == 0 and not again.stderr, f"a second import: {again.stderr.decode()}")
+    if shutil.which("qpdf"):
+        # With cross-reference streams and object streams, which not every reader takes.
+        modern = folder / "modern.pdf"
+        subprocess.run(["qpdf", "--object-streams=generate", str(folder / "bare.pdf"), str(modern)], check=True, timeout=60)
+        done = subprocess.run([TOOL, "import", str(modern), "-o", str(templates / "F1.pdf")], capture_output=True, timeout=30)
+        expect(done.returncode == 0 and b"cross-reference table" in done.stderr, f"a modern form: {done.stderr.decode()}")
+        pdf = (templates / "F1.pdf").read_bytes()
+        expect(b"/ObjStm" in modern.read_bytes() and b"/ObjStm" not in pdf and b"/XRef" not in pdf, "it became classic")
+        check_pdf(folder, pdf, "imported modern form")
     with Server(folder, templates=templates) as server:
         done = subprocess.run([TOOL, "submit", "F1", "--port", str(server.port), "--set", "adherent.nom=x"],
                               capture_output=True, timeout=30)

@@ -29,6 +29,11 @@ constexpr uint32_t kOtherFormats = ZAcroFormAction::kSubmitHTMLFlag | ZAcroFormA
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 22;
 
+void Say(const std::string& what) {
+  const std::string line = "added: " + Printable(what) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
 // Gives a form what it lacks to be served; says what that was.
 class Importer {
  public:
@@ -61,10 +66,6 @@ class Importer {
       to.SetValue(key, list);
     }
     list->AppendValue(Parse(reference));
-  }
-  static void Say(const std::string& what) {
-    const std::string line = "added: " + Printable(what) + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
   }
 
   void AddIdentifier() {
@@ -179,12 +180,14 @@ class Importer {
 int RunImport(const ImportOptions& options) {
   Console console(options.file);
   ZAcroFormServerForm form;
-  if (!OpenFormWithFields(options.file, std::string(), form, console)) return console.Finish();
+  if (!OpenFormWithFields(options.file, std::string(), form, console, options.recover)) return console.Finish();
   Importer(form).Mend();
+  const bool is_classic = !form.Parser()->HasXRefStreams();
   Chaine bytes;
   ZInetChaineOStream out(bytes);
   ZAcroFormServerForm mended;
-  if (!form.Save(out)) {
+  // Readers of every age take a classic file.
+  if (!(is_classic ? form.Save(out) : form.SaveFull(out))) {
     console.Fail(form.Diagnostics().Failure());
     return console.Finish();
   }
@@ -193,6 +196,7 @@ int RunImport(const ImportOptions& options) {
     console.Fail(mended.Diagnostics().Failure());
     return console.Finish();
   }
+  if (!is_classic) Say("a cross-reference table, for cross-reference streams; the file is written anew");
   for (const std::string& fault : CheckTemplate(mended)) console.Warn(fault);
   WriteOutput(options.output, bytes, console);
   return console.Finish();

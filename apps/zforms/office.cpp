@@ -10,6 +10,7 @@
 #include "platform/http_response.h"
 #include "platform/number.h"
 #include "platform/template_storage.h"
+#include "platform/text.h"
 #include "server/pdf_handler.h"
 
 namespace zforms::tool {
@@ -28,15 +29,6 @@ std::string RandomToken() {
     for (unsigned bits = random(), n = 0; n < 8; n++, bits >>= 4) token += kDigits[bits & 15];
   }
   return token;
-}
-
-std::string WithLineFeeds(std::string_view text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); i++) {
-    const bool dropped = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (!dropped) result += text[i];
-  }
-  return result;
 }
 
 // The maps of a template stand beside it.
@@ -216,7 +208,7 @@ void Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::
   for (const Chaine& name : xfdf.Fields().FieldNames()) {
     const ZXFDF::Field* const field = xfdf.Fields().Get(name);
     if (field == nullptr || !field->HasValue() || name == ZXFDF::kSessionIDField) continue;
-    submission.fields.emplace_back(name.ToString(), WithLineFeeds(field->ValuesAsText()));
+    submission.fields.emplace_back(name.ToString(), WithLineEnds(field->ValuesAsText(), "\n").ToString());
   }
   const auto finish = [this, transaction, accepted, told = std::move(done)](bool stored) {
     if (!stored) {
