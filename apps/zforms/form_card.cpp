@@ -67,6 +67,17 @@ void AddButtons(const ZAcroFormServerForm& form, ZDocument::Status status, const
   }
 }
 
+void DescribeFields(const ZAcroFormServerForm& form, FormCard* card) {
+  for (const auto& [bytes, fields] : form.FlatFields()) {
+    const std::string name = fields.front()->FullNameUTF8().ToString();
+    if (!fields.front()->HasValue()) card->unset.push_back(name);
+    for (const ZAcroFormField* field : fields) {
+      const ZPDFNode* const tip = field->Dico()->GetTarget("/TU");
+      if (tip != nullptr) card->labels.emplace(name, PDFTextToUTF8(tip->GetStringValue()).ToString());
+    }
+  }
+}
+
 std::shared_ptr<const FormCard> ReadCard(const Chaine& path) {
   ZAcroFormServerForm form;
   if (!form.Load(path, Chaine()) || !form.IsValid()) return nullptr;
@@ -77,9 +88,7 @@ std::shared_ptr<const FormCard> ReadCard(const Chaine& path) {
   card->id_modified = HexOf(parser.IDModified());
   card->tab_orders = PageIndex(parser).TabOrders();
   const FieldNames names = NamesOf(form);
-  for (const auto& [name, fields] : form.FlatFields()) {
-    if (!fields.front()->HasValue()) card->unset.push_back(fields.front()->FullNameUTF8().ToString());
-  }
+  DescribeFields(form, card.get());
   for (const auto status : {ZDocument::eModify, ZDocument::eConsult}) AddButtons(form, status, names, card.get());
   return card;
 }

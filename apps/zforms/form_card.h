@@ -28,8 +28,9 @@ struct FormCard {
   std::string id_original;
   std::string id_modified;
   std::vector<Button> buttons;
-  std::vector<std::string> tab_orders;  // see PageIndex
-  std::vector<std::string> unset;       // full names of the fields that have no value
+  std::vector<std::string> tab_orders;        // see PageIndex
+  std::vector<std::string> unset;             // full names of the fields that have no value
+  std::map<std::string, std::string> labels;  // what the fields are called for users, "/TU", by full name
 };
 
 // FormCards reads the card of each template once, and again when its file changes.

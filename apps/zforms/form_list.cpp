@@ -136,11 +136,12 @@ std::string FormList(Office& office, Language language) {
         "<link rel=\"icon\" href=\"reader/icon.svg\"><link rel=\"stylesheet\" href=\"reader/list.css\">\n"
         "<script type=\"module\" src=\"reader/list.js\"></script>\n";
   }
-  page += std::string("</head>\n<body>\n<main>\n<h1>") + texts.title + "</h1>\n<p class=\"lead\">" +
-          (with_reader ? texts.lead : texts.lead_without_reader) +
-          "</p>\n<div id=\"search\" hidden><label for=\"wanted\">" + texts.search +
-          "</label><input id=\"wanted\" type=\"search\" autocomplete=\"off\"></div>\n"
-          "<p id=\"found\" role=\"status\"></p>\n<ul id=\"forms\">\n";
+  page +=
+      std::string("</head>\n<body>\n<main>\n<h1>") + texts.title + "</h1>\n<p class=\"lead\">" +
+      (with_reader ? texts.lead : texts.lead_without_reader) +
+      "</p>\n<div id=\"search\" hidden><label for=\"wanted\">" + texts.search +
+      "</label><input id=\"wanted\" type=\"search\" autocomplete=\"off\"><p id=\"found\" role=\"status\"></p></div>\n"
+      "<ul id=\"forms\">\n";
   for (const Chaine& code : office.Server().Storage().Codes()) page += Item(office, code, texts, with_reader);
   return page + "</ul>\n</main>\n</body>\n</html>\n";
 }

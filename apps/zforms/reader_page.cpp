@@ -113,6 +113,7 @@ class Session : public ZHTTPServerPageSession {
                  {"buttons", ButtonsOf(*card, server, code)},
                  {"tabs", card->tab_orders},
                  {"unset", card->unset},
+                 {"labels", card->labels},
                  {"values", ValuesOf(xfdf)}};
     if (status != ZDocument::eReadOnly) form["form"] = xfdf.SessionID().Param(kSessionParam).ToString();
     const std::string text = form.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -109,7 +109,7 @@ class Reader {
     this.#zoom.width = view.widest;
     view.setScale(this.#zoom.scale);
     const drawn = view.drawFirst();
-    await form.readFields(model, this.#info.tabs);
+    await form.readFields(model, this.#info);
     model.load(Object.fromEntries(this.#info.unset.map((name) => [name, []])));
     model.load(values);
     await drawn;
@@ -122,6 +122,7 @@ class Reader {
     before.form?.close();
     model.onChange = () => {
       this.#showState();
+      this.#showWhatIsFilled();
       this.#drafter.touch();
     };
     this.#drafter.model = model;
@@ -185,6 +186,17 @@ class Reader {
     warn(texts.required(missing.size));
     inputs.find((input) => input.hasAttribute("aria-invalid"))?.focus();
     return false;
+  }
+
+  /** Takes the marks off that were put on what was missing. */
+  #showWhatIsFilled() {
+    const marked = /** @type {NodeListOf<HTMLElement>} */ (byId("pages").querySelectorAll("[aria-invalid]"));
+    if (!marked.length) return;
+    const missing = new Set(this.#model.missing().map(({ name }) => name));
+    for (const input of marked) {
+      if (!missing.has(input.dataset.name ?? "")) input.removeAttribute("aria-invalid");
+    }
+    if (!missing.size) tell("");
   }
 
   // --- submitting ---

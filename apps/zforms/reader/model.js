@@ -28,6 +28,8 @@ export class FormModel {
   #fields = new Map();
   /** @type {Map<string, Set<() => void>>} */
   #watchers = new Map();
+  /** @type {Set<Field>} those that are not as they came */
+  #changed = new Set();
   /** Called after each change by the user. */
   onChange = () => {};
 
@@ -59,6 +61,8 @@ export class FormModel {
 
   #put(/** @type {Field} */ field, /** @type {string[]} */ values) {
     field.values = values;
+    if (same(shown(values), shown(field.loaded))) this.#changed.delete(field);
+    else this.#changed.add(field);
     for (const watcher of this.#watchers.get(field.name) ?? []) watcher();
   }
 
@@ -87,10 +91,6 @@ export class FormModel {
     }
   }
 
-  #isChanged(/** @type {Field} */ field) {
-    return !same(shown(field.values), shown(field.loaded));
-  }
-
   /** Whether these values are others than the field's; not for one that is not there. */
   differs(/** @type {string} */ name, /** @type {string[]} */ values) {
     const field = this.#fields.get(name);
@@ -99,21 +99,21 @@ export class FormModel {
 
   /** What the form says now is what is stored. */
   settle() {
-    for (const field of this.#fields.values()) field.loaded = field.values;
+    for (const field of this.#changed) field.loaded = field.values;
+    this.#changed.clear();
   }
 
   get isDirty() {
-    return [...this.#fields.values()].some((field) => this.#isChanged(field));
+    return this.#changed.size > 0;
   }
 
-  /** What a draft keeps. */
+  /**
+   * What a draft keeps.
+   * @returns {Record<string, string[]>}
+   */
   changes() {
-    /** @type {Record<string, string[]>} */
-    const changes = {};
-    for (const field of this.#fields.values()) {
-      if (this.#isChanged(field) && !field.secret) changes[field.name] = field.values;
-    }
-    return changes;
+    const kept = [...this.#changed].filter((field) => !field.secret);
+    return Object.fromEntries(kept.map(({ name, values }) => [name, values]));
   }
 
   /** Fields that have to have a value and have none. */

@@ -97,13 +97,14 @@ function styleOf(annotation) {
 const nameLabel = (/** @type {string} */ name) => name.slice(name.lastIndexOf(".") + 1).replace(/[_\s]+/g, " ").trim() || name;
 
 /** @returns {Widget} */
-function widgetOf(annotation, kind, viewport) {
+function widgetOf(annotation, kind, viewport, /** @type {Record<string, string>} */ labels) {
   const flags = annotation.fieldFlags ?? 0;
-  const label = annotation.alternativeText?.trim() || nameLabel(annotation.fieldName);
+  const name = annotation.fieldName;
+  const label = annotation.alternativeText?.trim() || labels[name]?.trim() || nameLabel(name);
   const state = stateText((kind === "radio" ? annotation.buttonValue : annotation.exportValue) ?? "");
   return {
     id: annotation.id,
-    name: annotation.fieldName,
+    name,
     kind,
     label: kind === "radio" && state ? `${label} – ${state}` : label,
     box: boxOf(annotation, viewport),
@@ -184,13 +185,14 @@ export class PDFPage {
   }
 
   /** Reads the widgets; those of fields go into the model. */
-  async read(/** @type {import("./model.js").FormModel} */ model, /** @type {string} */ order) {
+  async read(/** @type {import("./model.js").FormModel} */ model, /** @type {string} */ order,
+    /** @type {Record<string, string>} */ labels) {
     const annotations = await this.#page.getAnnotations({ intent: "any" });
     for (const annotation of annotations) {
       const kind = annotation.fieldType ? kindOf(annotation) : null;
       if (!kind || !annotation.fieldName) continue;
       if (kind !== "push") model.add(fieldOf(annotation, kind));
-      if (!annotation.hidden) this.widgets.push(widgetOf(annotation, kind, this.viewport));
+      if (!annotation.hidden) this.widgets.push(widgetOf(annotation, kind, this.viewport, labels));
     }
     this.widgets = inTabOrder(this.widgets, order);
   }
@@ -231,8 +233,9 @@ export class PDFForm {
   }
 
   /** Reads all fields: those of the pages, and those that no page shows. */
-  async readFields(/** @type {import("./model.js").FormModel} */ model, /** @type {string[]} */ tabs) {
-    await Promise.all(this.pages.map((page, i) => page.read(model, tabs[i] ?? "")));
+  async readFields(/** @type {import("./model.js").FormModel} */ model,
+    /** @type {{tabs: string[], labels: Record<string, string>}} */ { tabs, labels }) {
+    await Promise.all(this.pages.map((page, i) => page.read(model, tabs[i] ?? "", labels)));
     const objects = (await this.#document.getFieldObjects()) ?? new Map();
     const entries = objects instanceof Map ? [...objects] : Object.entries(objects);
     for (const [name, [first]] of entries) {

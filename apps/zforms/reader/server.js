@@ -12,6 +12,7 @@
  * @property {SubmitButton[]} buttons
  * @property {string[]} tabs the order of the fields of each page
  * @property {string[]} unset buttons without any value
+ * @property {Record<string, string>} labels the fields' tool tips, by full name
  * @property {Record<string, string[]>} values by full name
  * @property {string} [form] the session, of a form that can be submitted
  */
@@ -73,12 +74,9 @@ export const lookAtForm = (/** @type {string} */ code) =>
 /** The bytes of a form. */
 export const fetchPDF = async (/** @type {string} */ target) => bodyOf(await ask(target));
 
-/** The address of a form's file in a mode. */
-export function inMode(/** @type {string} */ address, /** @type {string} */ mode) {
-  const url = new URL(address, location.href);
-  url.searchParams.set("Action", mode);
-  return url.href;
-}
+/** The address of a form's file in another mode; the rest of it stays as the server wrote it. */
+export const inMode = (/** @type {string} */ address, /** @type {string} */ mode) =>
+  address.replace(/([?&]Action=)[^&#]*/, `$1${mode}`);
 
 /** Posts the form; gives it as it comes back, and in which mode. */
 export async function submit(/** @type {string} */ target, /** @type {string} */ xfdf) {
