@@ -75,14 +75,28 @@ def every_kind():
     return form
 
 
-def by_rows():
-    """Its fields stand in the file in another order than the rows that its page asks for."""
-    form = Form("By rows", "ROWS")
+def odd():
+    """Fields in another order than the rows that the page asks for, on a page that is turned; a field with two widgets,
+    boxes of one name with states of their own, a default without a value; no page lists the field of the session."""
+    form = Form("Odd & ends", "ODD")
+    form.page_entries = {"Tabs": Name("R"), "Rotate": 90}
     form.page()
     for name, x, y in (("d", 300, 101), ("b", 300, 50), ("c", 40, 98), ("a", 40, 52)):
         form.text_field(name, (x, y, 120, 17), tip=name)
-    form.submit_button("save", (40, 200, 80, 20), "Save", "save.cgi")
+    form.node("a").entries["DV"] = Text("only when reset")
+    twice = form.node("twice")
+    twice.entries.update(FT=Name("Tx"), DA=b"/Helv 10 Tf 0 g", TU=Text("Twice"))
+    for y in (150, 180):
+        form.widget(twice, (40, y, 120, 17), merged=False)
+    for i, state in enumerate(("left", "right")):
+        form.check_box("side", (300 + 30 * i, 150, 12, 12), state=state)
+    side = form.node("side")
+    side.widgets = [(form.document.reserve(), False, widget) for _, _, widget in side.widgets]
+    form.pages[0][2][-2:] = [ref for ref, _, _ in side.widgets]
+    form.submit_button("save", (40, 220, 80, 20), "Save", "save.cgi")
+    form.submit_button("modify", (140, 220, 80, 20), "Modify", "modify.cgi")
     form.session_field()
+    form.pages[0][2].pop()
     return form
 
 
@@ -107,11 +121,8 @@ def thousand_fields():
 
 
 def make_templates(folder):
-    for code, form in (("kinds", every_kind()), ("rows", by_rows()), ("many", thousand_fields())):
-        pdf = form.file()[0]
-        if code == "rows":
-            pdf = pdf.replace(b"/Tabs /S", b"/Tabs /R")
-        (folder / f"{code}.pdf").write_bytes(pdf)
+    for code, form in (("kinds", every_kind()), ("odd", odd()), ("many", thousand_fields())):
+        (folder / f"{code}.pdf").write_bytes(form.file()[0])
     for path in SAMPLES.glob("*.pdf"):
         shutil.copy(path, folder)
     for i in range(1, 6):
@@ -122,7 +133,7 @@ def main():
     node, chromium = shutil.which("node"), shutil.which("chromium")
     page = pathlib.Path(TOOL).parent.parent / "share/zforms/reader/pdfjs"
     missing = [what for what, there in (("node", node), ("chromium", chromium), (f"packages in {PACKAGES}",
-                                        PACKAGES.is_dir()), (f"pdf.js in {page}", page.is_dir()), (TOOL, TOOL)) if not there]
+                                        PACKAGES.is_dir()), (f"pdf.js in {page}", page.is_dir()), ("zforms (ZFORMS_TOOL)", TOOL)) if not there]
     if missing:
         print("reader_test: not there:", ", ".join(missing), "(./run test fetches all)")
         return 1 if os.environ.get("CI") else SKIPPED

@@ -31,18 +31,18 @@ export class Server {
     let said = "";
     await new Promise((resolve, reject) => {
       server.process.stdout.on("data", (text) => /^Stop:/m.test((said += text)) && resolve());
-      server.process.on("exit", () => reject(new Error(`the server ended: ${server.log}`)));
+      server.process.once("exit", () => reject(new Error(`the server ended: ${server.log}`)));
     });
     server.port = Number(/localhost:(\d+)/.exec(said)[1]);
     server.origin = `http://localhost:${server.port}`;
     return server;
   }
-  async stop(signal = "SIGTERM") {
+  /** With a signal it ends while windows are open; else those go first. */
+  async stop(signal) {
+    if (!signal) await closeWindows();
     const ended = new Promise((resolve) => this.process.once("exit", resolve));
-    this.process.removeAllListeners("exit").once("exit", () => {});
-    const done = new Promise((resolve) => this.process.once("exit", resolve));
-    this.process.kill(signal);
-    await Promise.race([ended, done]);
+    this.process.kill(signal ?? "SIGTERM");
+    await ended;
     expect(!this.log.includes("Sanitizer"), "the sanitizer has a finding", this.log.slice(-3000));
   }
   /** The values of the newest submission of a form. */
@@ -53,6 +53,10 @@ export class Server {
 }
 
 export const browser = await chromium.launch({ executablePath: browserPath, args: ["--no-sandbox"] });
+
+async function closeWindows() {
+  for (const context of browser.contexts()) await context.close();
+}
 
 /** A window of its own, in which nothing may go wrong that the test does not expect. */
 export async function openWindow(server, options = {}) {
@@ -124,7 +128,7 @@ export async function run(tests) {
     } catch (error) {
       expect(false, "threw", String(error?.stack ?? error));
     }
-    for (const context of browser.contexts()) await context.close();
+    await closeWindows();
     console.log(`${failures.length === before ? "ok  " : "FAIL"} ${one.name} ${Date.now() - start} ms`);
   }
   await browser.close();

@@ -1,6 +1,8 @@
 // The form in a browser, as those who fill it in meet it: run.mjs TOOL CHROMIUM PACKAGES FOLDER PICTURES [TEST...].
 
 import http from "node:http";
+import { FormModel } from "../../apps/zforms/reader/model.js";
+import { writeXFDF } from "../../apps/zforms/reader/xfdf.js";
 import {
   Server, alertText, browser, checkAccess, expect, field, mode, openForm, openWindow, picture, press, run, same, shown,
 } from "./harness.mjs";
@@ -59,6 +61,34 @@ const shownValues = (page) => page.evaluate(() => {
   return values;
 });
 
+async function what_is_written() {
+  const field = (name, values, more) => ({ name, kind: "text", values, loaded: values, defaults: [], readOnly: false,
+    required: false, noExport: false, secret: false, ...more });
+  const model = new FormModel();
+  for (const one of [field("a.b", ["x"]), field("a.c", []), field("d", ["1", "2"]), field("e", ["no"], { noExport: true }), field("ab", [""])]) {
+    model.add(one);
+  }
+  for (const [flags, fields, wanted] of [
+    [32, [], ["a.b", "d", "ab"]], [34, [], ["a.b", "a.c", "d", "ab"]], [32, ["a"], ["a.b"]], [33, ["a"], ["d", "ab"]],
+    [34, ["a.c", "e"], ["a.c"]], [33, [], ["a.b", "d", "ab"]],
+  ]) {
+    same(model.submitted({ flags, fields }).map(([name]) => name), wanted, `what is sent by ${flags} ${fields}`);
+  }
+  const head = '<?xml version="1.0" encoding="UTF-8"?>\n<xfdf xmlns="http://ns.adobe.com/xfdf/" xml:space="preserve">\n' +
+    '<f href="http://h/?a=1&amp;b=2"/>\n<ids original="0A" modified="0B"/>\n<fields>\n';
+  const write = (...fields) => writeXFDF({ f: "http://h/?a=1&b=2", ids: { original: "0A", modified: "0B" }, fields })
+    .replace(head, "").replace("</fields>\n</xfdf>\n", "");
+  for (const [fields, wanted] of [
+    [[["a.b", ["1"]], ["c", ["2"]], ["a.d", ["3", "4"]]],
+      '<field name="a"><field name="b"><value>1</value></field>\n<field name="d"><value>3</value><value>4</value></field>\n</field>\n<field name="c"><value>2</value></field>\n'],
+    [[["a", []], ["b", [""]]], '<field name="a"></field>\n<field name="b"><value></value></field>\n'],
+    [[['"<é\n', ["]]>&\r\n\t\u0001\uD800x\r😀"]]], '<field name="&quot;&lt;é&#10;"><value>]]&gt;&amp;\n\t\uFFFD\uFFFDx\n😀</value></field>\n'],
+    [[["a", ["1"]], ["a.b", ["2"]]], '<field name="a"><value>1</value><field name="b"><value>2</value></field>\n</field>\n'],
+  ]) {
+    same(write(...fields), wanted, "XFDF");
+  }
+}
+
 async function every_kind_round() {
   const server = await Server.start("kinds");
   const context = await openWindow(server, { locale: "en-GB" });
@@ -76,9 +106,15 @@ async function every_kind_round() {
   await fillKinds(page);
   same(await mode(page), "unsaved", "what is typed is not saved yet");
   await picture(page, "kinds-filled");
+  const posted = page.waitForRequest(/save\.cgi/);
   await press(page, "consult");
   expect((await page.locator("#news").innerText()).startsWith("Saved at "), "the save is told");
   await picture(page, "kinds-consult");
+
+  const xfdf = (await posted).postData();
+  expect(/<f href="http:\/\/localhost:\d+\/zforms\/acroform\/get\.cgi\?code=kinds&amp;Action=modify"\/>/.test(xfdf) &&
+    /<ids original="[0-9A-F]{32}" modified="[0-9A-F]{32}"\/>/.test(xfdf) && xfdf.includes('<field name="SessionID"><value>&lt;') &&
+    !/buttons|\r|private/.test(xfdf), "what is posted", xfdf);
 
   const [stored] = server.stored("--code", "kinds");
   same(Object.entries(stored.fields).sort(), Object.entries({ ...KINDS, ...UNTOUCHED }).sort(), "the store holds what was typed");
@@ -138,15 +174,42 @@ async function by_keyboard_alone() {
   const [{ fields }] = server.stored();
   same([fields["person.name"], fields["boxes.0"], fields["choice.radio"], fields["choice.combo"], fields["choice.typed"], fields.last],
     ["Zoé", "Oui", "Étudiant", "r", "Sète", "z"], "what the keys have done");
-  const rows = await openForm(context, server, "?code=rows");
-  await rows.locator("#press").focus();
-  const inRows = [];
-  for (let i = 0; i < 6 && inRows.length < 4; i++) {
-    await rows.keyboard.press("Tab");
-    const name = await rows.evaluate(() => document.activeElement.dataset.name);
-    if (name) inRows.push(name);
+  await server.stop();
+}
+
+async function odd_form() {
+  const server = await Server.start("odd");
+  const context = await openWindow(server, { locale: "en-GB", viewport: { width: 1400, height: 900 } });
+  const page = await openForm(context, server, "?code=odd");
+  const box = (name, index = 0) => field(page, name).nth(index).evaluate((one) => {
+    const { x, y, width, height } = one.getBoundingClientRect();
+    const sheet = one.closest(".page").getBoundingClientRect();
+    return [x - sheet.x, y - sheet.y, width, height].map((size) => Math.round((size / sheet.height) * 595));
+  });
+  // The page is turned: what is 52 points below its top is as far from its right edge.
+  same([await box("a"), await box("side", 1)], [[842 - 52 - 17, 40, 17, 120], [842 - 150 - 12, 330, 12, 12]], "fields on a page that is turned");
+  await page.locator("#press").focus();
+  const order = [];
+  while (order.length < 9) {
+    await page.keyboard.press("Tab");
+    const name = await page.evaluate(() => document.activeElement.dataset.name ?? document.activeElement.id);
+    if (name !== "pages") order.push(name);
   }
-  same(inRows, ["a", "b", "c", "d"], "a page's tab order by rows");
+  same(order, ["save", "twice", "twice", "c", "a", "side", "side", "d", "b"], "the order of Tab by rows, as the page is seen");
+  same(await field(page, "a").inputValue(), "", "a default is no value");
+  await field(page, "twice").first().fill("both");
+  same(await field(page, "twice").nth(1).inputValue(), "both", "a field's other widget");
+  await field(page, "side").first().check();
+  await field(page, "side").nth(1).check();
+  same(await field(page, "side").first().isChecked(), false, "boxes of one name exclude each other");
+  await press(page, "consult");
+  await picture(page, "odd-consult");
+  await press(page, "modify");
+  same(await field(page, "side").nth(1).isChecked(), true, "which box is on after a save");
+  await field(page, "side").nth(1).uncheck();
+  await press(page, "consult");
+  const stored = server.stored().map(({ fields }) => fields);
+  same(stored, [{ side: "right", twice: "both" }, { side: "Off", twice: "both" }], "what is stored, the session seen by no page");
   await server.stop();
 }
 
@@ -259,7 +322,7 @@ async function forgotten_form() {
   page.on("dialog", (dialog) => dialog.accept());
   await field(page, "person.name").fill("survivor");
   await page.waitForTimeout(500);
-  await server.stop();
+  await server.stop("SIGTERM");
   context.trouble.expected = /404/;
   const other = await Server.start("forgotten-other", server.port);
   await page.reload();
@@ -297,6 +360,11 @@ async function sample_form_looks_good() {
     await field(page, "adherent.telephone").focus();
     await checkAccess(page, `sample, ${colorScheme}`);
     await picture(page, `sample-${colorScheme}`);
+    if (!times[1]) {
+      await page.setViewportSize({ width: 900, height: 640 });
+      await picture(page, "reader");
+      await page.setViewportSize({ width: 1100, height: 900 });
+    }
     await press(page, "consult");
     await checkAccess(page, `sample in consult, ${colorScheme}`);
     await picture(page, `sample-consult-${colorScheme}`);
@@ -369,6 +437,12 @@ async function what_is_served() {
     const { status: got } = await ask(server, method, target);
     same(got, status, `${method} ${target}`);
   }
+  for (const [accepted, language] of [
+    ["fr", "fr"], ["fr-CA;q=0.5, en;q=0.4", "fr"], ["fr;q=0.1,en", "en"], ["de, fr", "fr"], ["de", "en"], ["fr;q=0", "en"], ["FR;q=x,", "fr"],
+  ]) {
+    const answer = await fetch(`${server.origin}/`, { headers: { "Accept-Language": accepted } });
+    same(/lang="(..)"/.exec(await answer.text())?.[1], language, `the language for ${accepted}`);
+  }
   const data = await ask(server, "GET", "/reader/form.json?code=kinds");
   same(data.headers["cache-control"], "no-store", "data may be kept");
   same((await ask(server, "POST", "/reader/open.json?code=kinds", { Origin: "http://example.com" })).status, 403, "another origin opens a form");
@@ -417,5 +491,5 @@ async function thousand_fields() {
   await server.stop();
 }
 
-await run([every_kind_round, by_keyboard_alone, stale_tab, drafts, failures_lose_nothing, forgotten_form, sample_form_looks_good,
+await run([what_is_written, every_kind_round, by_keyboard_alone, odd_form, stale_tab, drafts, failures_lose_nothing, forgotten_form, sample_form_looks_good,
   list_of_forms, what_is_served, thousand_fields]);
