@@ -21,6 +21,7 @@ constexpr Phrase kPhrases[] = {
     {201, "Created"},
     {204, "No Content"},
     {303, "See Other"},
+    {304, "Not Modified"},
     {400, "Bad Request"},
     {403, "Forbidden"},
     {404, "Not Found"},
@@ -38,14 +39,13 @@ constexpr Phrase kPhrases[] = {
 
 // Fields that frame or protect a message; sessions do not set them.
 constexpr std::string_view kOwnFields[] = {
-    "Cache-Control", "Connection",        "Content-Length", "Cross-Origin-Resource-Policy", "Date", "Keep-Alive",
-    "Trailer",       "Transfer-Encoding", "Upgrade",        "X-Content-Type-Options",
+    "Cache-Control", "Connection", "Content-Length",    "Cross-Origin-Resource-Policy", "Date",    "ETag",
+    "Keep-Alive",    "Trailer",    "Transfer-Encoding", "X-Content-Type-Options",       "Upgrade",
 };
 
 // No cache may keep what a form holds; nobody is to guess another type, to frame
 // the answer, to load it into a page of another origin, or to learn its address.
 constexpr std::string_view kProtection =
-    "Cache-Control: no-store\r\n"
     "X-Content-Type-Options: nosniff\r\n"
     "Cross-Origin-Resource-Policy: same-origin\r\n"
     "Referrer-Policy: no-referrer\r\n";
@@ -94,6 +94,12 @@ bool ZHTTPSendResponse::SetHeader(const Chaine& name, const Chaine& value) {
   return !own && !StartsIgnoringCase(name, "Access-Control-") && header_.Set(name, value);
 }
 
+bool ZHTTPSendResponse::SetEntityTag(const Chaine& tag) {
+  if (!ZHTTPHeader::IsFieldValue(tag)) return false;
+  entity_tag_ = tag;
+  return true;
+}
+
 ZInetOStream* ZHTTPSendResponse::BeginSend(uint64_t size) {
   constexpr uint64_t kMaxReserved = uint64_t{1} << 20;
   if (HasBegun()) return nullptr;
@@ -113,6 +119,7 @@ bool ZHTTPSendResponse::EndSend() {
 
 void ZHTTPSendResponse::MakeErrorPage(int status) {
   status_ = status;
+  entity_tag_ = Chaine();
   const Chaine line = FormatInt(status) + " " + ReasonPhrase(status);
   body_ = "<!DOCTYPE html>\n<html lang=\"en\"><title>" + line + "</title><h1>" + line + "</h1></html>\n";
   header_.Set("Content-Type", "text/html; charset=utf-8");
@@ -144,6 +151,8 @@ Chaine ZHTTPSendResponse::Head(bool keep_alive, std::string_view date) const {
   };
   if (!date.empty()) field("Date", date);
   for (size_t i = 0; i < header_.Count(); i++) field(header_[i].name, header_[i].value);
+  field("Cache-Control", entity_tag_.IsEmpty() ? "no-store" : "no-cache");
+  if (!entity_tag_.IsEmpty()) field("ETag", entity_tag_);
   head += kProtection;
   if (!header_.Has("Content-Security-Policy")) head += kFraming;
   if (!HasNoBody(status_)) field("Content-Length", FormatUInt(body_.size()));

@@ -37,6 +37,10 @@ class ZFORMS_API ZHTTPSendResponse {
   // answer ("Access-Control-...").
   bool SetHeader(const Chaine& name, const Chaine& value);
   bool SetContentType(const Chaine& type) { return SetHeader("Content-Type", type); }
+  // For an answer that holds no data: browsers may keep it, and ask with the tag (RFC
+  // 9110 8.8.3, with its quotation marks) whether it still stands before each use.
+  // False, changing nothing, when that is no field value.
+  bool SetEntityTag(const Chaine& tag);
 
   // Begins the body, of exactly `size` bytes. Returns where it is written, which
   // this response owns; null when it was begun before. Writes past `size` fail.
@@ -63,6 +67,7 @@ class ZFORMS_API ZHTTPSendResponse {
 
   int status_ = 200;
   ZHTTPHeader header_;
+  Chaine entity_tag_;
   Chaine body_;
   bool complete_ = false;
   std::unique_ptr<BodyStream> stream_;

@@ -199,6 +199,7 @@ class Form:
             self.fonts[key] = self.document.add(font)
         self.top = Node(self.acroform, "")
         self.pages, self.accent = [], (0, 0, 0)
+        self.page_entries = {"Tabs": Name("S")}
 
     def page(self):
         self.canvas = Canvas(self.HEIGHT)
@@ -341,7 +342,7 @@ class Form:
         for page, canvas, annotations in self.pages:
             contents = add({}, canvas.data())
             put(page, {"Type": Name("Page"), "Parent": self.tree, "MediaBox": [0, 0, self.WIDTH, self.HEIGHT],
-                       "Resources": resources, "Contents": contents, "Annots": annotations, "Tabs": Name("S")})
+                       "Resources": resources, "Contents": contents, "Annots": annotations, **self.page_entries})
         put(self.tree, {"Type": Name("Pages"), "Kids": [p[0] for p in self.pages], "Count": len(self.pages)})
         for node in self.top.kids.values():
             self.write_field(node)

@@ -239,6 +239,14 @@ def templates_are_checked(folder):
     expect(done.returncode == 2 and b"there are no forms" in done.stderr, f"an empty folder: {done.stderr}")
 
 
+def without_the_page_for_browsers(folder):
+    with Server(folder, "--reader", str(folder / "none")) as server:
+        expect("Forms are not shown in the browser" in server.started, f"it is not said: {server.started}")
+        page = server.ask("GET", "/")[2].decode()
+        expect("reader/" not in page and 'href="open.cgi?code=membership_form"' in page, f"links that lead nowhere: {page}")
+        expect(server.ask("GET", "/reader/")[0] == 404, "a page that is not there")
+
+
 def imported(folder):
     templates = folder / "templates"
     templates.mkdir()
@@ -328,7 +336,7 @@ def by_the_tool(folder):
 
 
 def main():
-    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, imported, by_the_tool,
+    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, without_the_page_for_browsers, imported, by_the_tool,
              *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
              lambda folder: ended_under_load(folder, signal.SIGTERM)]
     for case in cases:

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "apps/zforms/opening_page.h"
+#include "apps/zforms/reader_page.h"
 #include "platform/field_set.h"
 #include "platform/http_response.h"
 #include "platform/number.h"
@@ -89,6 +90,15 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
 
 }  // namespace
 
+std::string WithLineFeeds(std::string_view text) {
+  std::string result;
+  for (size_t i = 0; i < text.size(); i++) {
+    const bool dropped = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+    if (!dropped) result += text[i];
+  }
+  return result;
+}
+
 OfficeHandler::OfficeHandler(Office* office, ZAcroFormServer* server)
     : ZAcroFormServerXFDFHandler(server, server->XFDFRoot(), 0, 0), office_(office) {}
 
@@ -126,11 +136,19 @@ Office::Office(const Settings& settings, const ZHostServices& services, Store* s
     : store_(store), log_(log), server_(std::make_unique<OfficeServer>(settings, services, log)) {
   handler_ = new OfficeHandler(this, server_.get());
   server_->SetXFDFHandler(handler_, true);
-  server_->SetPageHandler(ZInetURL("/"), new OpeningPage(this), true);
+  ServePages(settings.reader);
   TakeUpForms();
 }
 
 Office::~Office() { server_->Stop(); }
+
+void Office::ServePages(const std::string& reader_folder) {
+  server_->SetPageHandler(ZInetURL("/"), new OpeningPage(this), true);
+  auto reader = std::make_unique<ReaderPage>(this, reader_folder);
+  if (reader_folder.empty() || !reader->HasPage()) return;
+  reader_ = reader.release();
+  server_->SetPageHandler(ZInetURL("/reader/"), reader_, true);
+}
 
 std::string Office::Address() const { return "http://localhost:" + std::to_string(server_->Port()) + "/"; }
 
@@ -139,8 +157,14 @@ std::string Office::Address() const { return "http://localhost:" + std::to_strin
 void Office::TakeUpForms() {
   for (const OpenedForm& form : store_->Forms()) {
     handler_->TransactionManager().Restore(form.transaction, form.expected);
-    out_[form.transaction] = {form.code, form.token};
+    TakeOut(form.transaction, {form.code, form.token, form.folder, form.year});
   }
+}
+
+void Office::TakeOut(uint64_t transaction, const Out& out) {
+  const std::lock_guard lock(mutex_);
+  out_[transaction] = out;
+  transactions_[out.token] = transaction;
 }
 
 bool Office::IsOut(const ZXFDF::SessionInfos& infos) const {
@@ -178,17 +202,47 @@ int Office::OpenForm(const Chaine& code, ZXFDF* xfdf) {
   if (!builder) return 404;
   FillFromRubrics(code, *builder, xfdf);
   handler_->TransactionManager().StartTransactionFor(*xfdf);
-  const Out out{code.ToString(), RandomToken()};
-  xfdf->SessionID().SetParam(kSessionParam, out.token);
   const ZXFDFFolderInfos folder = xfdf->SessionID().Folder();
+  const Out out{code.ToString(), RandomToken(), folder.id, folder.exercice};
+  xfdf->SessionID().SetParam(kSessionParam, out.token);
   const uint64_t transaction = xfdf->SessionID().Transaction().id;
-  if (!store_->AddForm({transaction, out.code, out.token, folder.id, folder.exercice, 0})) {
+  if (!store_->AddForm({transaction, out.code, out.token, out.folder, out.year, 0})) {
     log_->Event("error", "a form could not be opened: " + store_->LastError());
     return 503;
   }
-  const std::lock_guard lock(mutex_);
-  out_[transaction] = out;
+  TakeOut(transaction, out);
   return 200;
+}
+
+int Office::ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool* was_saved) {
+  uint64_t transaction = 0;
+  Out out;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = transactions_.find(token);
+    if (found == transactions_.end()) return 404;
+    transaction = found->second;
+    out = out_[transaction];
+  }
+  *code = out.code;
+  const std::string saved = store_->LatestXFDF(transaction);
+  *was_saved = !saved.empty();
+  if (*was_saved) {
+    xfdf->FromChaine(saved);
+    xfdf->SessionID().IncTransactionCount();
+    return 200;
+  }
+  const auto builder = server_->GetXFDFBuilder(*code);
+  if (!builder) return 404;
+  FillFromRubrics(*code, *builder, xfdf);
+  xfdf->SessionID().SetFolder(out.folder, out.year);
+  xfdf->SessionID().SetTransactionID(transaction);
+  xfdf->SessionID().SetParam(kSessionParam, token);
+  return 200;
+}
+
+std::shared_ptr<const FormCard> Office::CardOf(const Chaine& code) {
+  return cards_.Of(server_->PDFLocalFilePathName(code));
 }
 
 // --- what comes back ---

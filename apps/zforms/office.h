@@ -5,7 +5,9 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 
+#include "apps/zforms/form_card.h"
 #include "apps/zforms/server_log.h"
 #include "apps/zforms/store.h"
 #include "server/acro_form_server.h"
@@ -14,6 +16,7 @@
 namespace zforms::tool {
 
 class Office;
+class ReaderPage;
 
 // OfficeHandler receives what is submitted: of forms that this office has opened
 // and that are still out, each step once.
@@ -37,6 +40,7 @@ class Office {
  public:
   struct Settings {
     std::string templates;
+    std::string reader;  // the folder of the page that shows forms in a browser
     uint16_t port = 0;
     uint64_t folder = 1;
     int32_t year = 0;
@@ -55,6 +59,14 @@ class Office {
   // Starts a transaction for the form, fills it from the store, and writes down that
   // it is out. The status is 200, 404 without the form, 503 when that fails.
   int OpenForm(const Chaine& code, ZXFDF* xfdf);
+  // The same for a form that is out, by the parameter kSessionParam of its session: as
+  // it was saved last, if it was, to be saved again.
+  int ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool* was_saved);
+  // Null without the form.
+  std::shared_ptr<const FormCard> CardOf(const Chaine& code);
+  Store::FormState StateOf(const Chaine& code) { return store_->StateOf(code.ToString()); }
+  // Null when its files are not there.
+  const ReaderPage* Reader() const { return reader_; }
 
   // Whether the form is one that is out, by the session that it went out with.
   bool IsOut(const ZXFDF::SessionInfos& infos) const;
@@ -67,8 +79,12 @@ class Office {
   struct Out {
     std::string code;
     std::string token;
+    uint64_t folder = 0;
+    uint32_t year = 0;
   };
 
+  void ServePages(const std::string& reader_folder);
+  void TakeOut(uint64_t transaction, const Out& out);
   void FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf);
   void TakeUpForms();
   std::string CodeOf(uint64_t transaction) const;
@@ -77,9 +93,15 @@ class Office {
   ServerLog* log_;
   mutable std::mutex mutex_;
   std::map<uint64_t, Out> out_;
-  OfficeHandler* handler_ = nullptr;  // owned by the server
+  std::map<std::string, uint64_t, std::less<>> transactions_;  // by the token
+  FormCards cards_;
+  OfficeHandler* handler_ = nullptr;  // owned by the server, as the page is
+  ReaderPage* reader_ = nullptr;
   std::unique_ptr<ZAcroFormServer> server_;
 };
+
+// The text with lines that end in LF alone.
+std::string WithLineFeeds(std::string_view text);
 
 // The parameter of a form's session infos that nobody can guess.
 inline constexpr char kSessionParam[] = "Session.ID";

@@ -2,63 +2,32 @@
 
 #include <string>
 
+#include "apps/zforms/form_list.h"
 #include "apps/zforms/office.h"
+#include "apps/zforms/reader_page.h"
 #include "platform/http_response.h"
 #include "platform/inet_stream.h"
-#include "platform/template_storage.h"
 
 namespace zforms::tool {
 namespace {
 
 constexpr char kOpen[] = "/open.cgi";
 
-std::string Escaped(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    switch (c) {
-      case '&': result += "&amp;"; break;
-      case '<': result += "&lt;"; break;
-      case '>': result += "&gt;"; break;
-      case '"': result += "&quot;"; break;
-      default: result += c;
-    }
-  }
-  return result;
-}
-
-std::string Link(std::string_view target, std::string_view text) {
-  return "<a href=\"" + Escaped(target) + "\">" + Escaped(text) + "</a>";
-}
-
 class Session : public ZHTTPServerPageSession {
  public:
   Session(const OpeningPage* page, Office* office) : ZHTTPServerPageSession(page), office_(office) {}
 
+  bool SetRequestHeader(const ZHTTPHeader& header) override {
+    language_ = LanguageFor(header.Get("Accept-Language").View());
+    return ZHTTPServerPageSession::SetRequestHeader(header);
+  }
   void SendPage(ZHTTPSendResponse& response) override {
     if (URL().Path() == kOpen) return SendForm(response);
-    response.SetHeader("Content-Security-Policy",
-                       "default-src 'none'; style-src 'unsafe-inline'; frame-ancestors 'none'");
-    SendRawData(response, List(), "text/html; charset=utf-8", Chaine());
+    response.SetHeader("Content-Security-Policy", kReaderPolicy);
+    SendRawData(response, FormList(*office_, language_), "text/html; charset=utf-8", Chaine());
   }
 
  private:
-  std::string List() const {
-    const ZAcroFormServer& server = office_->Server();
-    std::string page =
-        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Forms</title>\n"
-        "<style>body{font:16px sans-serif;margin:3em auto;max-width:44em}td{padding:.3em 1.5em .3em 0}</style>"
-        "</head><body>\n<h1>Forms</h1>\n<table>\n";
-    for (const Chaine& code : server.Storage().Codes()) {
-      const std::string open = "open.cgi?code=" + ZInetURL::Encode(code).ToString();
-      const std::string look = server.GetPDFURL(code, ZDocument::eReadOnly).AsChaine(false, true).ToString();
-      page += "<tr><td>" + Escaped(code) + "<td>" + Link(open, "open") + "<td>" + Link(open + "&as=xfdf", "as XFDF") +
-              "<td>" + Link(look, "look at") + "\n";
-    }
-    return page +
-           "</table>\n<p>Open a form in a PDF reader that submits forms, fill it in and press its button to "
-           "save.</p></body></html>\n";
-  }
-
   void SendForm(ZHTTPSendResponse& response) {
     const Chaine code = URL().Param("code");
     const bool as_xfdf = URL().Param("as") == "xfdf";
@@ -80,6 +49,7 @@ class Session : public ZHTTPServerPageSession {
   }
 
   Office* office_;
+  Language language_ = Language::kEnglish;
 };
 
 }  // namespace

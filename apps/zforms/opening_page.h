@@ -8,8 +8,9 @@ namespace zforms::tool {
 
 class Office;
 
-// OpeningPage lists the forms at "/", and opens one at "/open.cgi?code=CODE": as a
-// filled PDF, or with "as=xfdf" as the XFDF document that leads a reader to it.
+// OpeningPage lists the forms at "/", with what became of them, and opens one at
+// "/open.cgi?code=CODE": as a filled PDF, or with "as=xfdf" as the XFDF document that
+// leads a reader to it.
 class OpeningPage : public ZHTTPServerPageBase {
  public:
   explicit OpeningPage(Office* office) : ZHTTPServerPageBase("GET"), office_(office) {}

@@ -9,6 +9,12 @@ namespace {
 
 constexpr int kMaxDepth = 200;
 
+std::string NameAt(const ZPDFNodeDictionary& dictionary, std::string_view key) {
+  const ZPDFNode* const value = dictionary.GetTarget(key);
+  const Chaine name = value == nullptr ? Chaine() : value->GetIdentifier();
+  return name.View().starts_with('/') ? name.Mid(1).ToString() : std::string();
+}
+
 }  // namespace
 
 PageIndex::PageIndex(const ZPDFParser& parser) {
@@ -32,6 +38,7 @@ void PageIndex::Walk(const ZPDFNodeDictionary& node, int depth) {
 
 void PageIndex::AddPage(const ZPDFNodeDictionary& page) {
   count_++;
+  tabs_.push_back(NameAt(page, "/Tabs"));
   const auto* annotations = NodeCast<ZPDFNodeArray>(page.GetTarget("/Annots"));
   for (size_t i = 0; annotations != nullptr && i < annotations->Size(); i++) {
     pages_.emplace(annotations->GetTargetAt(i), count_);

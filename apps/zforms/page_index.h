@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace zforms {
 class ZPDFNode;
@@ -20,6 +22,9 @@ class PageIndex {
   explicit PageIndex(const ZPDFParser& parser);
 
   uint32_t PageCount() const { return count_; }
+  // "/Tabs" of each page, without the slash: "R" for rows, "C" for columns, "S" for the
+  // structure (ISO 32000-1 table 30); empty where absent.
+  const std::vector<std::string>& TabOrders() const { return tabs_; }
   // The page of the annotation, from 1; 0 when no page lists it.
   uint32_t PageOf(const ZPDFNodeDictionary* annotation) const;
 
@@ -29,6 +34,7 @@ class PageIndex {
 
   std::unordered_map<const ZPDFNode*, uint32_t> pages_;
   std::unordered_set<const ZPDFNode*> visited_;
+  std::vector<std::string> tabs_;
   uint32_t count_ = 0;
 };
 

@@ -8,6 +8,8 @@
 #include "apps/zforms/console.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/office.h"
+#include "apps/zforms/program_path.h"
+#include "apps/zforms/reader_page.h"
 #include "apps/zforms/server_commands.h"
 #include "apps/zforms/server_log.h"
 #include "apps/zforms/stop_signal.h"
@@ -63,6 +65,8 @@ class PlanMaker {
     if (plan.scratch) plan.office.templates = SampleFolder();
     plan.data = Text(options_.data, "data");
     if (plan.data.empty() && !plan.scratch) plan.data = kDefaultData;
+    plan.office.reader = Text(options_.reader, "reader");
+    if (plan.office.reader.empty()) plan.office.reader = ReaderFolder();
     plan.app = options_.app.value_or(Line("app", "zforms"));
     plan.json = Text(options_.log, "log") == "json";
     plan.office.port = options_.port.value_or(static_cast<uint16_t>(ParseUInt(Line("port", "8080"))));
@@ -84,6 +88,11 @@ class PlanMaker {
     std::error_code ignored;
     const bool installed = std::filesystem::is_directory(ZFORMS_INSTALLED_SAMPLES, ignored);
     return installed ? ZFORMS_INSTALLED_SAMPLES : ZFORMS_SAMPLES;
+  }
+
+  static std::string ReaderFolder() {
+    const std::string program = ProgramPath();
+    return program.empty() ? std::string() : program.substr(0, program.find_last_of("/\\")) + "/../share/zforms/reader";
   }
 
   const ServeOptions& options_;
@@ -115,6 +124,11 @@ bool CheckTemplates(const std::string& folder) {
   return !codes.empty();
 }
 
+void SayHowToGetReader(const Office& office) {
+  if (office.Reader() != nullptr && office.Reader()->CanShowForms()) return;
+  Print("Forms are not shown in the browser: that takes pdf.js, which ./run build fetches (or see --reader).\n");
+}
+
 int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   ServerLog log(plan.json);
   const ZTempFolder temp;
@@ -140,6 +154,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
     messages.Quit();
     has_quit->set_value();
   });
+  SayHowToGetReader(office);
   Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
         (plan.data.empty() ? " (until the server stops)" : "") + "\nOpen:   " + office.Address() +
         "\nStop:   Ctrl+C\n");

@@ -36,6 +36,9 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
   command->add_option("--data", options->data, "The folder of the store; \"zforms-data\" if not said.");
   command->add_option("--config", options->config,
                       "An INI file with these options in its section [Server]; those given here go before.");
+  command->add_option("--reader", options->reader,
+                      "The folder of the page that shows forms in a browser; \"../share/zforms/reader\" beside this "
+                      "program if not said.");
   command->add_option("--port", options->port, "The port on localhost; 8080 if not said, 0 for a free one.");
   command->add_option("--app", options->app, "The short name of the application; \"zforms\" if not said.");
   command->add_option("--folder", options->folder, "The number of the folder that forms are opened in; 1 if not said.");

@@ -18,6 +18,7 @@ struct ServeOptions {
   std::string templates;
   std::string data;
   std::string config;
+  std::string reader;
   std::optional<uint16_t> port;
   std::optional<std::string> app;
   std::optional<uint64_t> folder;

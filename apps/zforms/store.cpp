@@ -23,12 +23,14 @@ CREATE TABLE IF NOT EXISTS submissions(
   id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
   count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
 CREATE INDEX IF NOT EXISTS submissions_by_code ON submissions(code);
+CREATE INDEX IF NOT EXISTS submissions_by_transaction ON submissions("transaction");
 CREATE TABLE IF NOT EXISTS fields(
   submission INTEGER NOT NULL REFERENCES submissions(id), name TEXT NOT NULL, value TEXT NOT NULL,
   PRIMARY KEY(submission, name)) WITHOUT ROWID;
 CREATE TABLE IF NOT EXISTS rejected(
   id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
   count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
+CREATE INDEX IF NOT EXISTS rejected_by_code ON rejected(code);
 CREATE TABLE IF NOT EXISTS rubrics(
   rubric TEXT NOT NULL, field TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(rubric, field)) WITHOUT ROWID;
 PRAGMA user_version = 1;
@@ -189,6 +191,27 @@ bool Store::InsertSubmission(const Submission& submission, bool accepted) {
       .Bind(uint64_t{submission.count} + 1)
       .Bind(submission.transaction)
       .Run();
+}
+
+// The first column of the first row; empty without one.
+std::string Store::TextFor(Statement& query) {
+  std::string text = query.Next() ? query.Text(0) : std::string();
+  query.Restart();
+  return text;
+}
+
+std::string Store::LatestXFDF(uint64_t transaction) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return TextFor(
+      Get("SELECT xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY id DESC LIMIT 1").Bind(transaction));
+}
+
+Store::FormState Store::StateOf(const std::string& code) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return {TextFor(Get("SELECT received FROM submissions WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code)),
+          TextFor(Get("SELECT received FROM rejected WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code))};
 }
 
 bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit) {

@@ -71,6 +71,15 @@ class Store {
   // first that waits.
   bool AddSubmission(const Submission& submission, bool accepted, Done done);
   void Flush();
+  // The whole XFDF of the transaction's newest submission that was accepted; empty when
+  // there is none.
+  std::string LatestXFDF(uint64_t transaction);
+  // When submissions of a form came in last; empty when none did.
+  struct FormState {
+    std::string accepted;
+    std::string rejected;
+  };
+  FormState StateOf(const std::string& code);
   // Oldest first, until the visit returns false. False when reading fails.
   bool VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit);
 
@@ -85,6 +94,7 @@ class Store {
   Store() = default;
   bool Connect(const std::string& folder, Mode mode, std::string* error);
   bool Execute(const char* sql);
+  std::string TextFor(Statement& query);
   bool InsertSubmission(const Submission& submission, bool accepted);
   void EndBatch(bool stored);
   void FlushLocked();

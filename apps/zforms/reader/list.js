@@ -1,0 +1,59 @@
+// The list of forms: times as the user writes them, what this browser remembers, and a search where there are many.
+
+import { recallAll } from "./drafts.js";
+import { make } from "./widgets.js";
+
+const MANY = 8;
+const isFrench = document.documentElement.lang === "fr";
+const texts = isFrench
+  ? { draft: "Saisie non enregistrée du", saved: "Enregistré ici le", refused: "Refusé ici le", go: "Continuer",
+      found: (n) => (n === 1 ? "1 formulaire" : `${n} formulaires`) }
+  : { draft: "Not saved, typed on", saved: "Saved here on", refused: "Refused here on", go: "Continue",
+      found: (n) => (n === 1 ? "1 form" : `${n} forms`) };
+const style = new Intl.DateTimeFormat(document.documentElement.lang, { dateStyle: "medium", timeStyle: "short" });
+
+const items = /** @type {HTMLElement[]} */ ([...document.querySelectorAll("#forms > li")]);
+
+function sayTimes() {
+  for (const time of document.querySelectorAll("time")) time.textContent = style.format(new Date(time.dateTime));
+}
+
+/** What was typed or saved in this browser can be gone on with. */
+function addOwn() {
+  if (!document.querySelector("a.main")) return;
+  for (const item of items) {
+    const own = recallAll().filter(({ code }) => code === item.dataset.code).slice(0, 5);
+    if (!own.length) continue;
+    const list = make("ul", { className: "own" });
+    for (const { form, code, when, state } of own) {
+      const link = make("a", { textContent: texts.go, className: "way",
+        href: `reader/?code=${encodeURIComponent(code)}#form=${encodeURIComponent(form)}` });
+      const time = style.format(new Date(when));
+      link.append(make("span", { className: "unseen", textContent: ` ${item.querySelector("h2")?.textContent} – ${time}` }));
+      const entry = make("li");
+      entry.append(make("span", { className: `state ${state}`, textContent: `${texts[state]} ${time}` }), link);
+      list.append(entry);
+    }
+    item.append(list);
+  }
+}
+
+const plain = (/** @type {string} */ text) => text.normalize("NFD").replace(/\p{M}/gu, "").toLowerCase();
+
+function addSearch() {
+  if (items.length < MANY) return;
+  const search = /** @type {HTMLElement} */ (document.getElementById("search"));
+  const wanted = /** @type {HTMLInputElement} */ (document.getElementById("wanted"));
+  const found = /** @type {HTMLElement} */ (document.getElementById("found"));
+  search.hidden = false;
+  const words_of = new Map(items.map((item) => [item, plain(item.querySelector(".what")?.textContent ?? "")]));
+  wanted.addEventListener("input", () => {
+    const words = plain(wanted.value).split(/\s+/);
+    for (const item of items) item.hidden = !words.every((word) => words_of.get(item)?.includes(word));
+    found.textContent = wanted.value.trim() ? texts.found(items.filter((item) => !item.hidden).length) : "";
+  });
+}
+
+sayTimes();
+addOwn();
+addSearch();

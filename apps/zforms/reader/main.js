@@ -1,0 +1,316 @@
+// The page: opens a form, lets it be filled in, submits it, and shows it as it comes back.
+
+import { Drafter } from "./drafter.js";
+import { forget, recall, remember } from "./drafts.js";
+import { FormModel } from "./model.js";
+import { tell, warn } from "./notices.js";
+import { FormView } from "./page_view.js";
+import { PDFForm } from "./pdf_form.js";
+import { Refusal, fetchPDF, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
+import { language, texts, timeText } from "./texts.js";
+import { writeXFDF } from "./xfdf.js";
+import { Zoom } from "./zoom.js";
+
+/** @typedef {import("./server.js").FormInfo} FormInfo */
+/** @typedef {import("./server.js").SubmitButton} SubmitButton */
+/** @typedef {"modify" | "consult" | "readonly"} Mode */
+
+const byId = (/** @type {string} */ id) => /** @type {HTMLElement} */ (document.getElementById(id));
+
+/** The address of the page without what stands for this form: the fragment, which goes to no server. */
+const fragment = () => new URLSearchParams(location.hash.slice(1));
+
+/** The status that the server answered with, 0 without an answer; -1 for a fault of another kind, which is reported. */
+function statusOf(/** @type {unknown} */ error) {
+  if (error instanceof Refusal) return error.status;
+  console.error(error);
+  return -1;
+}
+
+class Reader {
+  /** @type {FormInfo} */
+  #info;
+  /** @type {Mode} */
+  #mode = "readonly";
+  #model = new FormModel();
+  /** @type {PDFForm | null} */
+  #form = null;
+  /** @type {FormView | null} */
+  #view = null;
+  /** @type {Drafter} */
+  #drafter;
+  #zoom = new Zoom(byId("pages"));
+  #shown = 0;
+  #busy = false;
+
+  constructor(/** @type {FormInfo} */ info) {
+    this.#info = info;
+    this.#drafter = this.#makeDrafter();
+    this.#zoom.onChange = (scale) => {
+      byId("fit").textContent = `${Math.round(this.#zoom.factor * 100)} %`;
+      this.#view?.setScale(scale);
+    };
+    byId("smaller").addEventListener("click", () => this.#zoom.step(-1));
+    byId("larger").addEventListener("click", () => this.#zoom.step(1));
+    byId("fit").addEventListener("click", () => this.#zoom.fit());
+    byId("press").addEventListener("click", () => this.#pressMain());
+    addEventListener("keydown", (event) => this.#onKey(event));
+    addEventListener("beforeunload", (event) => this.#model.isDirty && event.preventDefault());
+    addEventListener("pagehide", () => this.#model.isDirty && this.#drafter.keep());
+  }
+
+  get #title() {
+    return this.#info.title || this.#info.code || texts.untitled;
+  }
+
+  #makeDrafter() {
+    return new Drafter(this.#info.form, { code: this.#info.code, title: this.#title }, this.#model);
+  }
+
+  /** Shows the form as the server has it, and offers what was typed and not saved. */
+  async start(/** @type {FormInfo} */ info, /** @type {Mode} */ mode) {
+    this.#info = info;
+    await this.#show(await fetchPDF(inMode(info.pdf, mode)), mode, info.values);
+    this.#drafter = this.#makeDrafter();
+    this.#drafter.onFailure = () => {
+      this.#drafter.onFailure = () => {};
+      warn(texts.noKeeping);
+    };
+    if (!this.#drafter.hasOffer) return tell("");
+    tell(texts.draft(timeText(new Date(this.#drafter.when), true)), [
+      { text: texts.restore, press: () => this.#restore() },
+      { text: texts.discard, press: () => this.#discard() },
+    ]);
+  }
+
+  async #restore() {
+    if (this.#mode !== "modify") {
+      await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
+    }
+    this.#drafter.restore(this.#model);
+    tell(texts.restored);
+    byId("pages").focus();
+  }
+
+  #discard() {
+    this.#drafter.discard();
+    tell(texts.discarded);
+    byId("pages").focus();
+  }
+
+  // --- showing ---
+
+  /** Shows the form in the mode; `values` are what its file does not hold. */
+  async #show(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {Record<string, string[]>} */ values) {
+    const form = await PDFForm.open(pdf);
+    const model = new FormModel();
+    const view = new FormView(form, model, (widget) => this.#pressOf(widget), `f${++this.#shown}.`);
+    const before = { view: this.#view, form: this.#form, top: byId("pages").scrollTop };
+    this.#zoom.width = view.widest;
+    view.setScale(this.#zoom.scale);
+    const drawn = view.drawFirst();
+    await form.readFields(model, this.#info);
+    model.load(Object.fromEntries(this.#info.unset.map((name) => [name, []])));
+    model.load(values);
+    await drawn;
+    this.#mode = mode;
+    [this.#form, this.#view, this.#model] = [form, view, model];
+    byId("pages").replaceChildren(view.element);
+    byId("pages").scrollTop = before.top;
+    view.start();
+    before.view?.stop();
+    before.form?.close();
+    model.onChange = () => {
+      this.#showState();
+      this.#showWhatIsFilled();
+      this.#drafter.touch();
+    };
+    this.#drafter.model = model;
+    if (this.#info.form) {
+      const mark = new URLSearchParams({ form: this.#info.form, ...(mode === "modify" && { mode }) });
+      history.replaceState(null, "", `#${mark}`);
+    }
+    this.#showState();
+    this.#zoom.onChange(this.#zoom.scale);
+  }
+
+  #showState() {
+    const dirty = this.#model.isDirty;
+    const mode = byId("mode");
+    mode.textContent = dirty ? texts.unsaved : texts.modes[this.#mode];
+    mode.dataset.mode = dirty ? "unsaved" : this.#mode;
+    document.title = `${dirty ? "• " : ""}${this.#title}`;
+    byId("title").textContent = this.#title;
+    const main = this.#mainButton();
+    mode.hidden = byId("zoom").hidden = false;
+    byId("press").hidden = !main;
+    byId("press").textContent = main ? texts[main.does] : "";
+  }
+
+  // --- what the user does ---
+
+  #onKey(/** @type {KeyboardEvent} */ event) {
+    if (event.key.toLowerCase() !== "s" || !(event.ctrlKey || event.metaKey) || event.altKey) return;
+    event.preventDefault();
+    if (this.#mode === "modify") this.#pressMain();
+  }
+
+  /** The submit button of the mode; a form may show it more than once. */
+  #mainButton() {
+    const does = { modify: "save", consult: "modify", readonly: "" }[this.#mode];
+    return this.#info.buttons.find((button) => button.does === does);
+  }
+
+  #pressMain() {
+    const button = this.#mainButton();
+    if (button) this.#submit(button);
+  }
+
+  #pressOf(/** @type {import("./pdf_form.js").Widget} */ widget) {
+    const button = this.#info.buttons.find(({ name }) => name === widget.name);
+    if (button && this.#mode !== "readonly") return () => this.#submit(button);
+    if (!widget.reset || this.#mode !== "modify") return null;
+    const { fields = [], include = false } = widget.reset;
+    return () => this.#model.reset((name) => !fields.length || fields.includes(name) === include);
+  }
+
+  #isComplete() {
+    const missing = new Set(this.#model.missing().map(({ name }) => name));
+    this.#view?.ensureLayers();
+    const inputs = /** @type {HTMLElement[]} */ ([...byId("pages").querySelectorAll("[data-name]")]);
+    for (const input of inputs) {
+      if (missing.has(input.dataset.name ?? "")) input.setAttribute("aria-invalid", "true");
+      else input.removeAttribute("aria-invalid");
+    }
+    if (!missing.size) return true;
+    warn(texts.required(missing.size));
+    inputs.find((input) => input.hasAttribute("aria-invalid"))?.focus();
+    return false;
+  }
+
+  /** Takes the marks off that were put on what was missing. */
+  #showWhatIsFilled() {
+    const marked = /** @type {NodeListOf<HTMLElement>} */ (byId("pages").querySelectorAll("[aria-invalid]"));
+    if (!marked.length) return;
+    const missing = new Set(this.#model.missing().map(({ name }) => name));
+    for (const input of marked) {
+      if (!missing.has(input.dataset.name ?? "")) input.removeAttribute("aria-invalid");
+    }
+    if (!missing.size) tell("");
+  }
+
+  // --- submitting ---
+
+  async #submit(/** @type {SubmitButton} */ button) {
+    if (this.#busy || (button.does === "save" && !this.#isComplete())) return;
+    const focused = /** @type {HTMLElement | null} */ (document.activeElement);
+    const fields = this.#model.submitted(button);
+    this.#setBusy(true);
+    tell(button.does === "save" ? texts.saving : texts.asking);
+    try {
+      const { f, ids } = this.#info;
+      const answer = await submit(button.target, writeXFDF({ f: inMode(f, this.#mode), ids, fields }));
+      await this.#onAnswer(button, answer, fields);
+    } catch (error) {
+      this.#onFailure(error, () => this.#submit(button));
+    }
+    this.#setBusy(false);
+    if (focused?.isConnected && !focused.hidden) focused.focus();
+  }
+
+  #setBusy(/** @type {boolean} */ busy) {
+    this.#busy = busy;
+    byId("pages").inert = busy;
+    byId("pages").setAttribute("aria-busy", `${busy}`);
+    byId("press").setAttribute("aria-disabled", `${busy}`);
+  }
+
+  async #onAnswer(/** @type {SubmitButton} */ button, /** @type {{pdf: Uint8Array, mode: string}} */ { pdf, mode },
+    /** @type {[string, string[]][]} */ fields) {
+    if (button.does === "save") {
+      if (mode !== "consult") return this.#onStale();
+      // From here on it is stored, whatever becomes of the page.
+      this.#model.settle();
+      this.#drafter.settle();
+    }
+    const sent = new Set(fields.map(([name]) => name));
+    this.#info.unset = this.#info.unset.filter((name) => !sent.has(name));
+    await this.#show(pdf, /** @type {Mode} */ (mode), {});
+    tell(button.does === "save" ? texts.saved(timeText(new Date())) : texts.editable);
+  }
+
+  #onStale() {
+    this.#drafter.keep("refused");
+    warn(texts.stale, [{ text: texts.showSaved, press: () => this.#showSaved() }]);
+  }
+
+  async #showSaved() {
+    try {
+      await this.start(await resumeForm(this.#info.form ?? ""), "consult");
+    } catch (error) {
+      this.#onFailure(error, () => this.#showSaved());
+    }
+  }
+
+  #onFailure(/** @type {unknown} */ error, /** @type {() => void} */ again) {
+    if (this.#model.isDirty) this.#drafter.keep();
+    const status = statusOf(error);
+    const retry = { text: texts.again, press: again };
+    if (status === 0) return warn(texts.unreachable, [retry]);
+    if (status === -1) return warn(texts.unreadable);
+    warn(texts.reasons[status] ?? texts.refused(status), status === 503 ? [retry] : []);
+  }
+}
+
+// --- opening ---
+
+function label() {
+  document.documentElement.lang = language;
+  byId("back").textContent = texts.back;
+  byId("title").textContent = texts.untitled;
+  byId("zoom").setAttribute("aria-label", texts.zoom);
+  for (const id of /** @type {const} */ (["smaller", "larger"])) {
+    byId(id).setAttribute("aria-label", texts[id]);
+    byId(id).title = texts[id];
+  }
+  byId("fit").title = texts.fit;
+}
+
+/** A new form in place of one that the server has forgotten, with what was typed into that. */
+async function openAnew(/** @type {string} */ code, /** @type {string} */ old) {
+  const info = await openForm(code);
+  const memory = recall(old);
+  if (memory?.values && info.form) remember({ ...memory, form: info.form, state: "draft" });
+  forget(old);
+  return info;
+}
+
+function askForm(/** @type {string} */ code, /** @type {string | null} */ form) {
+  const query = new URLSearchParams(location.search);
+  if (form) return resumeForm(form);
+  return query.has("look") ? lookAtForm(code) : openForm(code);
+}
+
+async function open(/** @type {() => Promise<FormInfo>} */ ask) {
+  const form = fragment().get("form");
+  const code = new URLSearchParams(location.search).get("code") ?? recall(form ?? "")?.code ?? "";
+  tell(texts.opening);
+  try {
+    const info = await ask();
+    const wanted = info.form && info.form === form && fragment().get("mode") === "modify";
+    await new Reader(info).start(info, wanted ? "modify" : info.mode);
+  } catch (error) {
+    const status = statusOf(error);
+    if (status === 404 && form && code) {
+      const anew = { text: texts.openAnew, press: () => open(() => openAnew(code, form)) };
+      return warn(texts.unknown, [anew]);
+    }
+    const again = { text: texts.again, press: () => open(ask) };
+    if (status <= 0) return warn(status ? texts.unreadable : texts.unreachable, [again]);
+    warn(texts.reasons[status] ?? texts.refused(status), [again]);
+  }
+}
+
+label();
+const form = fragment().get("form");
+open(() => askForm(new URLSearchParams(location.search).get("code") ?? "", form));

@@ -1,0 +1,138 @@
+// What the fields of a form say: the one place where values live, whatever of the form is on the screen.
+
+/**
+ * A field by its full name; several widgets may show it.
+ * @typedef {object} Field
+ * @property {string} name
+ * @property {"text" | "check" | "radio" | "choice"} kind
+ * @property {string[]} values none when the field has no value; "Off" for a button that is off
+ * @property {string[]} loaded what they were when the form came
+ * @property {string[]} defaults
+ * @property {boolean} readOnly
+ * @property {boolean} required
+ * @property {boolean} noExport
+ * @property {boolean} secret a password: kept in no draft
+ */
+
+/** Bits of a submit action's flags (ISO 32000-1 table 237). */
+const EXCLUDE = 1;
+const WITH_NO_VALUE = 2;
+
+const same = (/** @type {string[]} */ a, /** @type {string[]} */ b) =>
+  a.length === b.length && a.every((value, i) => value === b[i]);
+/** Nothing and an empty text are the same to who looks at it. */
+const shown = (/** @type {string[]} */ values) => values.filter((value) => value !== "" && value !== "Off");
+
+export class FormModel {
+  /** @type {Map<string, Field>} */
+  #fields = new Map();
+  /** @type {Map<string, Set<() => void>>} */
+  #watchers = new Map();
+  /** @type {Set<Field>} those that are not as they came */
+  #changed = new Set();
+  /** Called after each change by the user. */
+  onChange = () => {};
+
+  /** Takes the field in; of one that is there only what its other widgets add. */
+  add(/** @type {Field} */ field) {
+    const known = this.#fields.get(field.name);
+    if (!known) {
+      this.#fields.set(field.name, field);
+    } else if (!shown(known.loaded).length && shown(field.loaded).length) {
+      known.values = known.loaded = field.loaded;
+    }
+  }
+
+  /** @returns {Field | undefined} */
+  get(/** @type {string} */ name) {
+    return this.#fields.get(name);
+  }
+
+  values(/** @type {string} */ name) {
+    return this.#fields.get(name)?.values ?? [];
+  }
+
+  /** The function is called whenever the field's values change, by whatever. */
+  watch(/** @type {string} */ name, /** @type {() => void} */ watcher) {
+    let watchers = this.#watchers.get(name);
+    if (!watchers) this.#watchers.set(name, (watchers = new Set()));
+    watchers.add(watcher);
+  }
+
+  #put(/** @type {Field} */ field, /** @type {string[]} */ values) {
+    field.values = values;
+    if (same(shown(values), shown(field.loaded))) this.#changed.delete(field);
+    else this.#changed.add(field);
+    for (const watcher of this.#watchers.get(field.name) ?? []) watcher();
+  }
+
+  /** What the user does. */
+  set(/** @type {string} */ name, /** @type {string[]} */ values) {
+    const field = this.#fields.get(name);
+    if (!field || field.readOnly || same(field.values, values)) return;
+    this.#put(field, values);
+    this.onChange();
+  }
+
+  /** What the form comes with, beside what its file says. */
+  load(/** @type {Record<string, string[]>} */ values) {
+    for (const [name, texts] of Object.entries(values)) {
+      const field = this.#fields.get(name);
+      if (!field) continue;
+      field.loaded = texts;
+      this.#put(field, texts);
+    }
+  }
+
+  /** Sets the named fields, all without names, to their defaults. */
+  reset(/** @type {(name: string) => boolean} */ isMeant) {
+    for (const field of this.#fields.values()) {
+      if (isMeant(field.name)) this.set(field.name, field.defaults);
+    }
+  }
+
+  /** Whether these values are others than the field's; not for one that is not there. */
+  differs(/** @type {string} */ name, /** @type {string[]} */ values) {
+    const field = this.#fields.get(name);
+    return field !== undefined && !same(shown(field.values), shown(values));
+  }
+
+  /** What the form says now is what is stored. */
+  settle() {
+    for (const field of this.#changed) field.loaded = field.values;
+    this.#changed.clear();
+  }
+
+  get isDirty() {
+    return this.#changed.size > 0;
+  }
+
+  /**
+   * What a draft keeps.
+   * @returns {Record<string, string[]>}
+   */
+  changes() {
+    const kept = [...this.#changed].filter((field) => !field.secret);
+    return Object.fromEntries(kept.map(({ name, values }) => [name, values]));
+  }
+
+  /** Fields that have to have a value and have none. */
+  missing() {
+    return [...this.#fields.values()].filter(
+      (field) => field.required && !field.readOnly && !shown(field.values).length);
+  }
+
+  /**
+   * What a button submits, in the order of the form.
+   * @param {{flags: number, fields: string[]}} button
+   * @returns {[string, string[]][]}
+   */
+  submitted({ flags, fields }) {
+    const isListed = (/** @type {string} */ name) => fields.some((one) => name === one || name.startsWith(`${one}.`));
+    const isMeant = (/** @type {string} */ name) => !fields.length || isListed(name) !== Boolean(flags & EXCLUDE);
+    return [...this.#fields.values()]
+      .filter(({ name, values, noExport }) =>
+        !noExport && isMeant(name) && (values.length || flags & WITH_NO_VALUE))
+      .map(({ name, values }) => [name, values]);
+  }
+}

@@ -1,0 +1,152 @@
+// The pages of a form on the screen: drawn when they come near, their fields over them.
+
+import { Layer, make } from "./widgets.js";
+import { texts } from "./texts.js";
+
+/** @typedef {import("./pdf_form.js").PDFForm} PDFForm */
+/** @typedef {import("./pdf_form.js").PDFPage} PDFPage */
+
+/** No canvas gets more than these points, whatever the zoom. */
+const MAX_AREA = 16_000_000;
+const NEAR = "100% 0px";
+const SETTLED = 150;
+
+const whenIdle = globalThis.requestIdleCallback ?? ((/** @type {() => void} */ work) => setTimeout(work, 20));
+
+class PageView {
+  element;
+  /** @type {Layer | null} */
+  #layer = null;
+  /** @type {HTMLCanvasElement | null} */
+  #canvas = null;
+  #drawnAt = 0;
+  /** @type {import("./pdf_form.js").Faces} */
+  #faces = new Map();
+  /** @type {(() => void) | null} */
+  #cancel = null;
+  #page;
+  #makeLayer;
+
+  constructor(/** @type {PDFPage} */ page, /** @type {string} */ label, /** @type {() => Layer} */ makeLayer) {
+    this.#page = page;
+    this.#makeLayer = makeLayer;
+    this.element = make("section", { className: "page" });
+    this.element.setAttribute("aria-label", label);
+    this.element.style.setProperty("--w", `${page.width}`);
+    this.element.style.setProperty("--h", `${page.height}`);
+  }
+
+  ensureLayer() {
+    if (this.#layer) return;
+    this.#layer = this.#makeLayer();
+    this.#layer.setFaces(this.#faces);
+    this.element.append(this.#layer.element);
+  }
+
+  /** Draws the page unless it is drawn at that scale, in pixels to a point. */
+  async draw(/** @type {number} */ wanted) {
+    const scale = Math.min(wanted, Math.sqrt(MAX_AREA / (this.#page.width * this.#page.height)));
+    if (this.#drawnAt === scale) return;
+    this.#cancel?.();
+    this.#drawnAt = scale;
+    const canvas = make("canvas");
+    canvas.setAttribute("aria-hidden", "true");
+    const { done, cancel } = this.#page.draw(canvas, scale);
+    this.#cancel = cancel;
+    try {
+      this.#faces = await done;
+      this.#canvas?.remove();
+      this.#canvas = canvas;
+      this.element.prepend(canvas);
+      this.#layer?.setFaces(this.#faces);
+    } catch {
+      // It was cancelled, or is drawn anew when it comes near again.
+      if (this.#drawnAt === scale) this.#drawnAt = 0;
+    }
+  }
+
+  /** Gives back what a canvas takes. */
+  drop() {
+    this.#cancel?.();
+    this.#drawnAt = 0;
+    if (this.#canvas) this.#canvas.width = this.#canvas.height = 0;
+    this.#canvas?.remove();
+    this.#canvas = null;
+  }
+}
+
+/** All pages of one form, one below the other. */
+export class FormView {
+  element = make("div", { className: "pages" });
+  #views;
+  #near = new Set();
+  #scale = 1;
+  #timer = 0;
+  #watcher;
+
+  /** The function makes the fields of a page. */
+  constructor(/** @type {PDFForm} */ form, /** @type {import("./model.js").FormModel} */ model,
+    /** @type {import("./widgets.js").Presses} */ presses, /** @type {string} */ serial) {
+    this.#views = form.pages.map((page, i) => new PageView(page, texts.page(i + 1, form.pages.length),
+      () => new Layer(page.widgets, model, presses, serial)));
+    if (form.language) this.element.lang = form.language;
+    this.element.append(...this.#views.map((view) => view.element));
+    this.widest = Math.max(1, ...form.pages.map((page) => page.width));
+    this.#watcher = new IntersectionObserver((entries) => this.#notice(entries), { rootMargin: NEAR });
+  }
+
+  #notice(/** @type {IntersectionObserverEntry[]} */ entries) {
+    for (const { target, isIntersecting } of entries) {
+      const view = this.#views.find(({ element }) => element === target);
+      if (!view) continue;
+      if (isIntersecting) {
+        this.#near.add(view);
+        view.ensureLayer();
+        view.draw(this.#pixels);
+      } else {
+        this.#near.delete(view);
+        view.drop();
+      }
+    }
+  }
+
+  get #pixels() {
+    return this.#scale * (globalThis.devicePixelRatio || 1);
+  }
+
+  /** The first page is drawn at once, for who waits for it; its fields may not be known yet. */
+  drawFirst() {
+    return this.#views[0]?.draw(this.#pixels);
+  }
+
+  /** From now on it is on the screen. */
+  start() {
+    this.#views[0]?.ensureLayer();
+    for (const { element } of this.#views) this.#watcher.observe(element);
+    const waiting = [...this.#views];
+    const next = () => {
+      waiting.shift()?.ensureLayer();
+      if (waiting.length) whenIdle(next);
+    };
+    whenIdle(next);
+  }
+
+  /** CSS pixels to a point. */
+  setScale(/** @type {number} */ scale) {
+    this.#scale = scale;
+    this.element.style.setProperty("--scale", `${scale}`);
+    clearTimeout(this.#timer);
+    this.#timer = setTimeout(() => this.#near.forEach((view) => view.draw(this.#pixels)), SETTLED);
+  }
+
+  /** All inputs, also of pages that are not near. */
+  ensureLayers() {
+    for (const view of this.#views) view.ensureLayer();
+  }
+
+  stop() {
+    this.#watcher.disconnect();
+    clearTimeout(this.#timer);
+    for (const view of this.#views) view.drop();
+  }
+}

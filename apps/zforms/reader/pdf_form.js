@@ -1,0 +1,254 @@
+// A form as pdf.js reads it, in the terms of this page.
+
+import * as pdfjs from "./pdfjs/pdf.min.mjs";
+
+pdfjs.GlobalWorkerOptions.workerSrc = new URL("./pdfjs/pdf.worker.min.mjs", import.meta.url).href;
+
+const folder = (/** @type {string} */ name) => new URL(`./pdfjs/${name}/`, import.meta.url).href;
+/** One for all documents, which starts while the form is still asked for. */
+const worker = new pdfjs.PDFWorker({ verbosity: pdfjs.VerbosityLevel.ERRORS });
+const OPTIONS = {
+  worker,
+  cMapUrl: folder("cmaps"),
+  standardFontDataUrl: folder("standard_fonts"),
+  wasmUrl: folder("wasm"),
+  // The page may not compile any; there are scripts that do the same.
+  useWasm: false,
+  // A form looks the same on every machine.
+  useSystemFonts: false,
+  verbosity: pdfjs.VerbosityLevel.ERRORS,
+};
+
+/** Bits of "/Ff" and of "/F" (ISO 32000-1 tables 165, 221, 226, 228, 230). */
+const NO_EXPORT = 1 << 2;
+const NO_TOGGLE_TO_OFF = 1 << 14;
+const EDITABLE = 1 << 18;
+
+/**
+ * One widget on a page: where a field is seen.
+ * @typedef {object} Widget
+ * @property {string} id
+ * @property {string} name of its field
+ * @property {"text" | "check" | "radio" | "choice" | "push"} kind
+ * @property {string} label
+ * @property {{x: number, y: number, w: number, h: number, turn: number}} box in points from the top left of the page
+ * @property {boolean} readOnly
+ * @property {boolean} required
+ * @property {string} state of a check box or radio button that is on
+ * @property {boolean} canBeOff
+ * @property {boolean} multiLine
+ * @property {boolean} password
+ * @property {number} comb places; 0 for none
+ * @property {number} maxLength 0 for none
+ * @property {{value: string, text: string}[]} options
+ * @property {boolean} combo
+ * @property {boolean} editable
+ * @property {boolean} multiple
+ * @property {{size: number, family: string, bold: boolean, colour: string, align: string}} style
+ * @property {{background: string, border: string, width: number}} frame
+ * @property {{fields: string[], include: boolean} | null} reset what pressing it resets
+ */
+
+/**
+ * What the file draws of its buttons, by widget: of one that is on or off one canvas for each.
+ * @typedef {Map<string, HTMLCanvasElement | HTMLCanvasElement[]>} Faces
+ */
+
+/** A name's bytes are UTF-8 where they can be, as the server reads them (ISO 32000-1 7.3.5). */
+function stateText(/** @type {string} */ name) {
+  if (!/[\x80-\xFF]/.test(name) || /[^\x00-\xFF]/.test(name)) return name;
+  try {
+    return new TextDecoder("utf-8", { fatal: true }).decode(Uint8Array.from(name, (c) => c.charCodeAt(0)));
+  } catch {
+    return name;
+  }
+}
+
+const colourText = (/** @type {Uint8ClampedArray | null} */ colour) =>
+  colour && colour.length >= 3 ? `rgb(${colour[0]} ${colour[1]} ${colour[2]})` : "";
+
+function kindOf(annotation) {
+  if (annotation.pushButton) return "push";
+  if (annotation.checkBox) return "check";
+  if (annotation.radioButton) return "radio";
+  return { Tx: "text", Ch: "choice" }[annotation.fieldType] ?? null;
+}
+
+function boxOf(annotation, viewport) {
+  const [left, bottom, right, top] = annotation.rect;
+  const [[x1, y1], [x2, y2]] = [viewport.convertToViewportPoint(left, bottom), viewport.convertToViewportPoint(right, top)];
+  const turn = (viewport.rotation - (annotation.rotation ?? 0) + 360) % 360;
+  return { x: Math.min(x1, x2), y: Math.min(y1, y2), w: Math.abs(x2 - x1), h: Math.abs(y2 - y1), turn };
+}
+
+function styleOf(annotation) {
+  const { fontSize = 0, fontName = "", fontColor = null } = annotation.defaultAppearanceData ?? {};
+  const family = /cour|mono/i.test(fontName) ? "mono" : /ti|times|serif|roman/i.test(fontName) ? "serif" : "sans";
+  return {
+    size: fontSize,
+    family,
+    bold: /bo(ld)?/i.test(fontName.slice(2)),
+    colour: colourText(fontColor),
+    align: ["left", "center", "right"][annotation.textAlignment ?? 0] ?? "left",
+  };
+}
+
+/** The last part of a name, where there is no better label. */
+const nameLabel = (/** @type {string} */ name) => name.slice(name.lastIndexOf(".") + 1).replace(/[_\s]+/g, " ").trim() || name;
+
+/** @returns {Widget} */
+function widgetOf(annotation, kind, viewport, /** @type {Record<string, string>} */ labels) {
+  const flags = annotation.fieldFlags ?? 0;
+  const name = annotation.fieldName;
+  const label = annotation.alternativeText?.trim() || labels[name]?.trim() || nameLabel(name);
+  const state = stateText((kind === "radio" ? annotation.buttonValue : annotation.exportValue) ?? "");
+  return {
+    id: annotation.id,
+    name,
+    kind,
+    label: kind === "radio" && state ? `${label} – ${state}` : label,
+    box: boxOf(annotation, viewport),
+    readOnly: Boolean(annotation.readOnly),
+    required: Boolean(annotation.required),
+    state,
+    canBeOff: kind === "check" || !(flags & NO_TOGGLE_TO_OFF),
+    multiLine: Boolean(annotation.multiLine),
+    password: Boolean(annotation.password),
+    comb: annotation.comb ? annotation.maxLen : 0,
+    maxLength: annotation.maxLen ?? 0,
+    options: (annotation.options ?? []).map(({ exportValue, displayValue }) =>
+      ({ value: exportValue ?? "", text: displayValue ?? exportValue ?? "" })),
+    combo: Boolean(annotation.combo),
+    editable: Boolean(annotation.combo) && Boolean(flags & EDITABLE),
+    multiple: Boolean(annotation.multiSelect),
+    style: styleOf(annotation),
+    frame: {
+      background: colourText(annotation.backgroundColor),
+      border: colourText(annotation.borderColor),
+      width: annotation.borderColor ? (annotation.borderStyle?.width ?? 1) : 0,
+    },
+    reset: annotation.resetForm ?? null,
+  };
+}
+
+const linesOf = (/** @type {string} */ text) => text.replace(/\r\n?/g, "\n");
+
+/** What the file says of a field's value; that of a text field without one is empty, as no value. */
+function valuesOf(/** @type {string} */ kind, value) {
+  const texts = [value ?? []].flat().map(String);
+  if (kind === "text") return texts.map(linesOf).filter((text) => text !== "");
+  return kind === "choice" ? texts : texts.map(stateText);
+}
+
+/** @returns {import("./model.js").Field} */
+function fieldOf(annotation, kind) {
+  return {
+    name: annotation.fieldName,
+    kind,
+    values: valuesOf(kind, annotation.fieldValue),
+    loaded: valuesOf(kind, annotation.fieldValue),
+    defaults: valuesOf(kind, annotation.defaultFieldValue),
+    readOnly: Boolean(annotation.readOnly),
+    required: Boolean(annotation.required),
+    noExport: Boolean((annotation.fieldFlags ?? 0) & NO_EXPORT),
+    secret: Boolean(annotation.password),
+  };
+}
+
+/** By rows or columns where the page says so (ISO 32000-1 table 30), else as the file lists them. */
+function inTabOrder(/** @type {Widget[]} */ widgets, /** @type {string} */ order) {
+  if (order !== "R" && order !== "C") return widgets;
+  const [along, across, size] = order === "R" ? ["x", "y", "h"] : ["y", "x", "w"];
+  const sorted = [...widgets].sort((a, b) => a.box[across] - b.box[across]);
+  /** @type {Widget[][]} */
+  const lines = [];
+  for (const widget of sorted) {
+    const line = lines.at(-1);
+    const middle = widget.box[across] + widget.box[size] / 2;
+    if (line && middle < line[0].box[across] + line[0].box[size]) line.push(widget);
+    else lines.push([widget]);
+  }
+  return lines.flatMap((line) => line.sort((a, b) => a.box[along] - b.box[along]));
+}
+
+/** One page: its size in points, and its widgets once they are read. */
+export class PDFPage {
+  /** @type {Widget[]} */
+  widgets = [];
+  #page;
+
+  constructor(page) {
+    this.#page = page;
+    this.viewport = page.getViewport({ scale: 1 });
+    this.width = this.viewport.width;
+    this.height = this.viewport.height;
+  }
+
+  /** Reads the widgets; those of fields go into the model. */
+  async read(/** @type {import("./model.js").FormModel} */ model, /** @type {string} */ order,
+    /** @type {Record<string, string>} */ labels) {
+    const annotations = await this.#page.getAnnotations({ intent: "any" });
+    for (const annotation of annotations) {
+      const kind = annotation.fieldType ? kindOf(annotation) : null;
+      if (!kind || !annotation.fieldName) continue;
+      if (kind !== "push") model.add(fieldOf(annotation, kind));
+      if (!annotation.hidden) this.widgets.push(widgetOf(annotation, kind, this.viewport, labels));
+    }
+    this.widgets = inTabOrder(this.widgets, order);
+  }
+
+  /**
+   * Draws the page but for its fields; the appearances of buttons come apart, by widget.
+   * @returns {{done: Promise<Faces>, cancel: () => void}}
+   */
+  draw(/** @type {HTMLCanvasElement} */ canvas, /** @type {number} */ scale) {
+    const viewport = this.#page.getViewport({ scale });
+    canvas.width = Math.round(viewport.width);
+    canvas.height = Math.round(viewport.height);
+    const appearances = new Map();
+    const task = this.#page.render({
+      canvas, viewport, annotationMode: pdfjs.AnnotationMode.ENABLE_FORMS, annotationCanvasMap: appearances,
+    });
+    return { done: task.promise.then(() => appearances), cancel: () => task.cancel() };
+  }
+}
+
+/** An open document. */
+export class PDFForm {
+  /** @type {PDFPage[]} */
+  pages = [];
+  language = "";
+  #document;
+  #task;
+
+  /** Rejects when the bytes are no PDF. */
+  static async open(/** @type {Uint8Array} */ bytes) {
+    const form = new PDFForm();
+    form.#task = pdfjs.getDocument({ data: bytes, ...OPTIONS });
+    form.#document = await form.#task.promise;
+    const { numPages } = form.#document;
+    const numbers = Array.from({ length: numPages }, (_, i) => i + 1);
+    form.pages = await Promise.all(numbers.map(async (n) => new PDFPage(await form.#document.getPage(n))));
+    return form;
+  }
+
+  /** Reads all fields: those of the pages, and those that no page shows. */
+  async readFields(/** @type {import("./model.js").FormModel} */ model,
+    /** @type {{tabs: string[], labels: Record<string, string>}} */ { tabs, labels }) {
+    await Promise.all(this.pages.map((page, i) => page.read(model, tabs[i] ?? "", labels)));
+    const objects = (await this.#document.getFieldObjects()) ?? new Map();
+    const entries = objects instanceof Map ? [...objects] : Object.entries(objects);
+    for (const [name, [first]] of entries) {
+      if (model.get(name) || first.type !== "text") continue;
+      const values = valuesOf("text", first.value);
+      model.add({ name, kind: "text", values, loaded: values, defaults: [], readOnly: true, required: false,
+        noExport: false, secret: Boolean(first.password) });
+    }
+    const { info } = await this.#document.getMetadata();
+    this.language = info?.Language ?? "";
+  }
+
+  close() {
+    this.#task?.destroy();
+  }
+}

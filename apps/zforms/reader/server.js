@@ -1,0 +1,87 @@
+// What is asked of the server, and what its answers mean.
+
+/**
+ * A form as the server tells of it.
+ * @typedef {object} FormInfo
+ * @property {string} code
+ * @property {string} title
+ * @property {"modify" | "consult" | "readonly"} mode
+ * @property {string} pdf where its file is
+ * @property {string} f the same as a whole address, for what is submitted
+ * @property {{original: string, modified: string}} ids
+ * @property {SubmitButton[]} buttons
+ * @property {string[]} tabs the order of the fields of each page
+ * @property {string[]} unset buttons without any value
+ * @property {Record<string, string>} labels the fields' tool tips, by full name
+ * @property {Record<string, string[]>} values by full name
+ * @property {string} [form] the session, of a form that can be submitted
+ */
+/**
+ * @typedef {object} SubmitButton
+ * @property {string} name the full name of the button's field
+ * @property {"save" | "modify"} does
+ * @property {string} target
+ * @property {number} flags of its action
+ * @property {string[]} fields
+ */
+
+/** An answer that is none of those hoped for; without a status when none came. */
+export class Refusal extends Error {
+  constructor(/** @type {number} */ status) {
+    super(`status ${status}`);
+    this.status = status;
+  }
+}
+
+const PATIENCE = 60000;
+
+async function ask(/** @type {string} */ target, /** @type {RequestInit} */ options = {}) {
+  let answer;
+  try {
+    answer = await fetch(target, { ...options, cache: "no-store", signal: AbortSignal.timeout(PATIENCE) });
+  } catch {
+    throw new Refusal(0);
+  }
+  if (!answer.ok) throw new Refusal(answer.status);
+  return answer;
+}
+
+async function bodyOf(/** @type {Response} */ answer) {
+  try {
+    return new Uint8Array(await answer.arrayBuffer());
+  } catch {
+    throw new Refusal(0);
+  }
+}
+
+/** @returns {Promise<FormInfo>} */
+async function askJSON(/** @type {string} */ target, /** @type {string} */ method) {
+  const answer = await ask(target, { method });
+  try {
+    return await answer.json();
+  } catch {
+    throw new Refusal(0);
+  }
+}
+
+export const openForm = (/** @type {string} */ code) =>
+  askJSON(`open.json?code=${encodeURIComponent(code)}`, "POST");
+export const resumeForm = (/** @type {string} */ form) =>
+  askJSON(`form.json?form=${encodeURIComponent(form)}`, "GET");
+export const lookAtForm = (/** @type {string} */ code) =>
+  askJSON(`form.json?code=${encodeURIComponent(code)}`, "GET");
+
+/** The bytes of a form. */
+export const fetchPDF = async (/** @type {string} */ target) => bodyOf(await ask(target));
+
+/** The address of a form's file in another mode; the rest of it stays as the server wrote it. */
+export const inMode = (/** @type {string} */ address, /** @type {string} */ mode) =>
+  address.replace(/([?&]Action=)[^&#]*/, `$1${mode}`);
+
+/** Posts the form; gives it as it comes back, and in which mode. */
+export async function submit(/** @type {string} */ target, /** @type {string} */ xfdf) {
+  const answer = await ask(target, { method: "POST", body: xfdf, headers: { "Content-Type": "application/vnd.adobe.xfdf" } });
+  const address = new URL(answer.headers.get("Content-Location") ?? target, location.href);
+  const pdf = await bodyOf(answer);
+  return { pdf, mode: address.searchParams.get("Action") ?? "readonly" };
+}

@@ -1,0 +1,192 @@
+// The inputs that stand over a page: one for each widget, bound to the value of its field.
+
+/** @typedef {import("./model.js").FormModel} FormModel */
+/** @typedef {import("./pdf_form.js").Widget} Widget */
+/**
+ * What pressing a button does; nothing for one that this page cannot serve.
+ * @typedef {(widget: Widget) => (() => void) | null} Presses
+ */
+
+const OFF = "Off";
+/** Where a text that has no size of its own is as high as its field, up to this much. */
+const FULL_HEIGHT = 0.7;
+const MAX_AUTO_SIZE = 12;
+
+const sizeOf = (/** @type {Widget} */ { style, box, multiLine }) =>
+  style.size || Math.max(4, Math.min(MAX_AUTO_SIZE, multiLine ? MAX_AUTO_SIZE : box.h * FULL_HEIGHT));
+
+/**
+ * @template {keyof HTMLElementTagNameMap} T
+ * @param {T} tag
+ * @param {Partial<HTMLElementTagNameMap[T]>} properties
+ */
+export function make(tag, properties = {}) {
+  return Object.assign(document.createElement(tag), properties);
+}
+
+function place(/** @type {HTMLElement} */ element, /** @type {Widget} */ widget) {
+  const { x, y, w, h, turn } = widget.box;
+  const lies = turn === 90 || turn === 270;
+  const set = (/** @type {string} */ name, /** @type {string | number} */ value) => element.style.setProperty(name, `${value}`);
+  set("--x", lies ? x + (w - h) / 2 : x);
+  set("--y", lies ? y + (h - w) / 2 : y);
+  set("--w", lies ? h : w);
+  set("--h", lies ? w : h);
+  if (turn) set("--turn", `${turn}deg`);
+  if (widget.kind === "text" || widget.kind === "choice") {
+    set("--size", sizeOf(widget));
+    if (widget.style.colour) set("--ink", widget.style.colour);
+    set("--align", widget.style.align);
+    if (widget.comb) set("--places", widget.comb);
+    if (widget.frame.background) set("--ground", widget.frame.background);
+    if (widget.frame.border) set("--frame", `calc(var(--scale) * ${widget.frame.width}px) solid ${widget.frame.border}`);
+  }
+  element.classList.add("field", widget.style.family);
+  if (widget.style.bold) element.classList.add("bold");
+}
+
+function describe(/** @type {HTMLElement} */ element, /** @type {Widget} */ widget) {
+  element.setAttribute("aria-label", widget.label);
+  element.title = widget.label;
+  element.dataset.name = widget.name;
+  if (widget.required && !widget.readOnly && widget.kind !== "radio") element.setAttribute("aria-required", "true");
+}
+
+function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) {
+  const input = widget.multiLine ? make("textarea") : make("input", { type: widget.password ? "password" : "text" });
+  input.readOnly = widget.readOnly;
+  input.autocomplete = "off";
+  // What is typed goes to no service that looks at spelling.
+  input.spellcheck = false;
+  if (widget.maxLength) input.maxLength = widget.maxLength;
+  if (widget.comb) input.classList.add("comb");
+  const show = () => {
+    const text = model.values(widget.name)[0] ?? "";
+    if (input.value !== text) input.value = text;
+  };
+  input.addEventListener("input", () => model.set(widget.name, [input.value]));
+  return { element: input, show };
+}
+
+function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {string} */ group) {
+  const input = make("input", { type: widget.kind === "radio" ? "radio" : "checkbox", disabled: widget.readOnly });
+  if (widget.kind === "radio") input.name = `${group}${widget.name}`;
+  const isOn = () => model.values(widget.name)[0] === widget.state;
+  const set = (/** @type {boolean} */ on) => model.set(widget.name, [on ? widget.state : OFF]);
+  input.addEventListener("change", () => set(input.checked));
+  if (widget.kind === "radio" && widget.canBeOff) {
+    // The browser's own would stay on.
+    let wasOn = false;
+    input.addEventListener("pointerdown", () => (wasOn = input.checked));
+    input.addEventListener("keydown", ({ key }) => (wasOn = key === " " && input.checked));
+    input.addEventListener("click", () => {
+      if (wasOn) set(false);
+      wasOn = false;
+    });
+  }
+  return { element: input, show: () => (input.checked = isOn()) };
+}
+
+function makeList(/** @type {Widget} */ widget, /** @type {FormModel} */ model) {
+  const select = make("select", { multiple: widget.multiple, disabled: widget.readOnly });
+  if (!widget.combo) select.size = Math.max(2, widget.options.length);
+  select.append(...widget.options.map(({ value, text }) => make("option", { value, text })));
+  const show = () => {
+    const values = model.values(widget.name);
+    const known = new Set(widget.options.map(({ value }) => value));
+    for (const old of select.querySelectorAll("option[data-other]")) old.remove();
+    // A value that is none of the choices is shown, and stays until another is taken.
+    const other = widget.combo ? (values[0] ?? "") : "";
+    if (widget.combo && !known.has(other)) {
+      const option = make("option", { value: other, text: other });
+      option.dataset.other = "";
+      select.prepend(option);
+    }
+    for (const option of select.options) option.selected = values.includes(option.value) || (widget.combo && !values.length && option.value === "");
+  };
+  select.addEventListener("change", () => {
+    const chosen = [...select.selectedOptions].map(({ value }) => value);
+    model.set(widget.name, chosen.length ? chosen : [""]);
+  });
+  return { element: select, show };
+}
+
+/** A combo box into which more can be typed than its choices, or that can only be read. */
+function makeTypedChoice(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {string} */ id) {
+  const textOf = (/** @type {string} */ value) => widget.options.find((one) => one.value === value)?.text ?? value;
+  const valueOf = (/** @type {string} */ text) => widget.options.find((one) => one.text === text)?.value ?? text;
+  const input = make("input", { type: "text", readOnly: widget.readOnly, autocomplete: "off", spellcheck: false });
+  const show = () => {
+    const text = textOf(model.values(widget.name)[0] ?? "");
+    if (valueOf(input.value) !== valueOf(text) || input !== document.activeElement) input.value = text;
+  };
+  const extras = [];
+  if (!widget.readOnly) {
+    const list = make("datalist", { id });
+    list.append(...widget.options.map(({ text }) => make("option", { value: text })));
+    input.setAttribute("list", id);
+    extras.push(list);
+    input.addEventListener("input", () => model.set(widget.name, [valueOf(input.value)]));
+  }
+  return { element: input, show, extras };
+}
+
+function makeButton(/** @type {Widget} */ widget, /** @type {Presses} */ presses) {
+  const press = presses(widget);
+  const button = make("button", { type: "button", disabled: !press });
+  if (press) button.addEventListener("click", press);
+  return { element: button, show: () => {} };
+}
+
+/** The elements of a page's widgets, in their order; their names begin apart for each form shown. */
+export class Layer {
+  element = make("div", { className: "layer" });
+  /** @type {Map<string, HTMLElement>} */
+  #inputs = new Map();
+  #serial;
+
+  constructor(/** @type {Widget[]} */ widgets, /** @type {FormModel} */ model, /** @type {Presses} */ presses,
+    /** @type {string} */ serial) {
+    this.#serial = serial;
+    for (const widget of widgets) this.#add(widget, model, presses);
+  }
+
+  #add(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {Presses} */ presses) {
+    const { element, show, extras = [] } = this.#make(widget, model, presses);
+    place(element, widget);
+    describe(element, widget);
+    show();
+    if (widget.kind !== "push") model.watch(widget.name, show);
+    this.#inputs.set(widget.id, element);
+    if (widget.kind === "check" || widget.kind === "radio" || widget.kind === "push") {
+      // Its face lies behind it, drawn by the file itself.
+      const face = make("span", { className: "face" });
+      place(face, widget);
+      face.dataset.of = widget.id;
+      this.element.append(element, face);
+    } else {
+      this.element.append(element, ...extras);
+    }
+  }
+
+  #make(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {Presses} */ presses) {
+    switch (widget.kind) {
+      case "push": return makeButton(widget, presses);
+      case "check":
+      case "radio": return makeToggle(widget, model, this.#serial);
+      case "choice": {
+        const typed = widget.combo && (widget.editable || widget.readOnly);
+        return typed ? makeTypedChoice(widget, model, `${this.#serial}${widget.id}`) : makeList(widget, model);
+      }
+      default: return makeText(widget, model);
+    }
+  }
+
+  /** What the file draws of its buttons. */
+  setFaces(/** @type {import("./pdf_form.js").Faces} */ appearances) {
+    for (const face of /** @type {NodeListOf<HTMLElement>} */ (this.element.querySelectorAll(".face"))) {
+      const drawn = appearances.get(face.dataset.of ?? "");
+      if (drawn) face.replaceChildren(...[drawn].flat());
+    }
+  }
+}

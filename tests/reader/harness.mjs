@@ -1,0 +1,138 @@
+// What the tests of the page share: the server, the browser, and what no page may do.
+
+import { execFileSync, spawn } from "node:child_process";
+import { createRequire } from "node:module";
+import path from "node:path";
+
+export const [tool, browserPath, packages, folder, pictures, ...wanted] = process.argv.slice(2);
+const require = createRequire(path.join(packages, "."));
+const { chromium } = require("playwright-core");
+const axePath = require.resolve("axe-core/axe.min.js");
+
+const failures = [];
+let test = "";
+
+export function expect(condition, label, ...details) {
+  if (!condition) failures.push([`${test}: ${label}`, ...details.map((one) => JSON.stringify(one)?.slice(0, 600))].join("\n    "));
+  return Boolean(condition);
+}
+export function same(got, wantedValue, label) {
+  return expect(JSON.stringify(got) === JSON.stringify(wantedValue), label, got, wantedValue);
+}
+
+export class Server {
+  static async start(data, port = 0) {
+    const server = new Server();
+    server.data = path.join(folder, data);
+    const options = ["--templates", path.join(folder, "templates"), "--data", server.data, "--port", `${port}`];
+    server.process = spawn(tool, ["serve", ...options], { stdio: ["ignore", "pipe", "pipe"] });
+    server.log = "";
+    server.process.stderr.on("data", (text) => (server.log += text));
+    let said = "";
+    await new Promise((resolve, reject) => {
+      server.process.stdout.on("data", (text) => /^Stop:/m.test((said += text)) && resolve());
+      server.process.once("exit", () => reject(new Error(`the server ended: ${server.log}`)));
+    });
+    server.port = Number(/localhost:(\d+)/.exec(said)[1]);
+    server.origin = `http://localhost:${server.port}`;
+    return server;
+  }
+  /** With a signal it ends while windows are open; else those go first. */
+  async stop(signal) {
+    if (!signal) await closeWindows();
+    const ended = new Promise((resolve) => this.process.once("exit", resolve));
+    this.process.kill(signal ?? "SIGTERM");
+    await ended;
+    expect(!this.log.includes("Sanitizer"), "the sanitizer has a finding", this.log.slice(-3000));
+  }
+  /** The values of the newest submission of a form. */
+  stored(...options) {
+    const text = execFileSync(tool, ["submissions", "--data", this.data, "--format", "json", ...options]);
+    return JSON.parse(text);
+  }
+}
+
+export const browser = await chromium.launch({ executablePath: browserPath, args: ["--no-sandbox"] });
+
+async function closeWindows() {
+  for (const context of browser.contexts()) await context.close();
+}
+
+/** A window of its own, in which nothing may go wrong that the test does not expect. */
+export async function openWindow(server, options = {}) {
+  const context = await browser.newContext({ locale: "fr-FR", viewport: { width: 1100, height: 900 }, ...options });
+  context.setDefaultTimeout(20000);
+  const trouble = { expected: null };
+  context.on("request", (request) => {
+    const url = request.url();
+    expect(url.startsWith(`${server.origin}/`) || url.startsWith("blob:") || url.startsWith("data:"), "a foreign request", url);
+  });
+  context.on("console", (message) => {
+    const bad = ["error", "warning"].includes(message.type());
+    if (bad && !trouble.expected?.test(message.text())) expect(false, "the console says", message.text());
+  });
+  context.on("weberror", (error) => expect(false, "an error nobody caught", String(error.error())));
+  context.trouble = trouble;
+  return context;
+}
+
+export async function openForm(context, server, address) {
+  const page = await context.newPage();
+  await page.goto(`${server.origin}/reader/${address}`);
+  await shown(page);
+  return page;
+}
+export const shown = (page) => page.waitForSelector(".page canvas");
+export const field = (page, name) => page.locator(`[data-name="${name}"]`);
+
+export const mode = (page) => page.locator("#mode").getAttribute("data-mode");
+export async function press(page, wantedMode) {
+  await page.locator("#press").click();
+  await page.waitForFunction((one) => document.querySelector("#mode").dataset.mode === one, wantedMode);
+}
+export const alertText = async (page) => {
+  await page.locator("#trouble p").waitFor();
+  return page.locator("#trouble").innerText();
+};
+
+export async function picture(page, name) {
+  await page.waitForTimeout(250);
+  await page.screenshot({ path: path.join(pictures, `${name}.png`) });
+}
+
+/** The findings of axe-core that are serious. */
+export async function checkAccess(page, label) {
+  const source = require("node:fs").readFileSync(axePath, "utf8");
+  // As a debugger does, past the page's own policy, which then stops what axe would style.
+  const { trouble } = page.context();
+  trouble.expected = /Content Security Policy/;
+  await page.evaluate(source);
+  const result = await page.evaluate(() => globalThis.axe.run(document, { resultTypes: ["violations"], preload: false }));
+  trouble.expected = null;
+  for (const { id, impact, nodes } of result.violations) {
+    const where = nodes.slice(0, 3).map((node) => node.html);
+    if (impact === "serious" || impact === "critical") expect(false, `${label}: ${impact} ${id}`, ...where);
+    else console.log(`axe: ${label}: ${impact} ${id}: ${where[0]?.slice(0, 120)}`);
+  }
+  expect(result.passes.length > 10, `${label}: hardly anything was checked`, result.passes.length);
+}
+
+export async function run(tests) {
+  for (const one of tests) {
+    if (wanted.length && !wanted.includes(one.name)) continue;
+    test = one.name;
+    const start = Date.now();
+    const before = failures.length;
+    try {
+      await one();
+    } catch (error) {
+      expect(false, "threw", String(error?.stack ?? error));
+    }
+    await closeWindows();
+    console.log(`${failures.length === before ? "ok  " : "FAIL"} ${one.name} ${Date.now() - start} ms`);
+  }
+  await browser.close();
+  for (const failure of failures) console.log(failure);
+  console.log(`reader_test: ${failures.length ? `${failures.length} failures` : "passed"}`);
+  process.exit(failures.length ? 1 : 0);
+}

@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""zforms serve's page for browsers, driven in headless Chromium by reader/run.mjs on forms that are made here.
+
+ZFORMS_SCREENSHOTS names the folder of the pictures; build/screenshots if not said.
+"""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+from tool_case import ROOT, SAMPLES, SKIPPED, TOOL
+from form_writer import COMB, COMBO, MULTI_SELECT, MULTILINE, READ_ONLY, REQUIRED, Form, Name, Text
+
+PASSWORD, EDITABLE, NO_EXPORT = 1 << 13, 1 << 18, 1 << 2
+NO_VIEW = 32
+PACKAGES = ROOT / "build/npm/reader-tests/node_modules"
+
+
+def labelled(form, x, y, label):
+    form.canvas.text(x, y - 3, label, 7.5)
+
+
+def every_kind():
+    """A form with each kind of field, and what is hidden, read-only or of no use, on two pages."""
+    form = Form("Every kind of field", "KINDS")
+    form.accent = (0.35, 0.2, 0.5)
+
+    def text(name, x, y, w, label, h=17, **field):
+        labelled(form, x, y, label)
+        form.canvas.rect(x, y, w, h, stroke=form.accent, line=0.4)
+        form.text_field(name, (x, y, w, h), tip=label, **field)
+
+    form.page()
+    form.canvas.text(40, 50, "Every kind of field", 18, bold=True, colour=form.accent)
+    text("person.name", 40, 80, 200, "Name *", flags=REQUIRED)
+    text("person.née", 260, 80, 200, "Née", max_length=12)
+    text("person.notes", 40, 120, 420, "Notes", h=70, flags=MULTILINE)
+    text("comb", 40, 210, 120, "Eight digits", flags=COMB, max_length=8)
+    text("amount", 180, 210, 100, "Amount (€)", quadding=2)
+    text("secret", 300, 210, 160, "Pass phrase", flags=PASSWORD)
+    text("fixed", 40, 250, 120, "Given", value="cannot change", flags=READ_ONLY)
+    text("private", 180, 250, 120, "Not sent", flags=NO_EXPORT)
+    text("auto.size", 320, 250, 140, "Size of its own", size=0)
+    for i, state in enumerate(["Oui", "Été", "A&B"]):
+        form.check_box(f"boxes.{i}", (40 + 100 * i, 290, 12, 12), state=state, tip=f"Box {i}")
+        form.canvas.text(58 + 100 * i, 300, state, 9)
+    for i, state in enumerate(["one", "Étudiant", "three"]):
+        form.radio_button("choice.radio", (40 + 100 * i, 320, 12, 12), state, tip="One of three")
+        form.canvas.text(58 + 100 * i, 330, state, 9)
+    options = [("r", "Red"), ("g", "Green"), ("b", "Bleu «ciel»")]
+    labelled(form, 40, 360, "Colour")
+    form.choice("choice.combo", (40, 360, 120, 17), options, value="g", tip="Colour")
+    labelled(form, 180, 360, "Town, or another")
+    form.choice("choice.typed", (180, 360, 120, 17), ["Sète", "Béziers"], flags=COMBO | EDITABLE, tip="Town, or another")
+    labelled(form, 320, 360, "One")
+    form.choice("choice.one", (320, 360, 60, 45), ["a", "b", "c"], flags=0, tip="One of a list")
+    labelled(form, 400, 360, "Several")
+    form.choice("choice.many", (400, 360, 60, 45), ["1", "2", "3"], flags=MULTI_SELECT, tip="Several of a list")
+    form.text_field("unseen", (300, 700, 90, 17), value="kept", tip="Never on the screen")
+    form.node("unseen").widgets[0][2]["F"] = NO_VIEW
+    reset = form.node("buttons.reset")
+    form.submit_button("buttons.reset", (40, 430, 80, 20), "Reset name", "none")
+    reset.entries["A"] = {"S": Name("ResetForm"), "Fields": [Text("person.née")], "Flags": 0}
+
+    form.page()
+    form.canvas.text(40, 50, "Second page", 18, bold=True, colour=form.accent)
+    text("last", 40, 80, 200, "Last", h=60, flags=MULTILINE)
+    text("person.again", 260, 80, 200, "Again", size=9)
+    form.submit_button("buttons.save", (300, 120, 80, 20), "Save it", "save.cgi")
+    form.submit_button("buttons.modify", (390, 120, 80, 20), "Change it", "modify.cgi")
+    form.session_field()
+    return form
+
+
+def odd():
+    """Fields in another order than the rows that the page asks for, on a page that is turned; a field with two widgets,
+    boxes of one name with states of their own, a default without a value; no page lists the field of the session."""
+    form = Form("Odd & ends", "ODD")
+    form.page_entries = {"Tabs": Name("R"), "Rotate": 90}
+    form.page()
+    for name, x, y in (("d", 300, 101), ("b", 300, 50), ("c", 40, 98), ("a", 40, 52)):
+        form.text_field(name, (x, y, 120, 17), tip=name)
+    form.node("a").entries["DV"] = Text("only when reset")
+    twice = form.node("twice")
+    twice.entries.update(FT=Name("Tx"), DA=b"/Helv 10 Tf 0 g", TU=Text("Twice"))
+    for y in (150, 180):
+        form.widget(twice, (40, y, 120, 17), merged=False)
+    for i, state in enumerate(("left", "right")):
+        form.check_box("side", (300 + 30 * i, 150, 12, 12), state=state)
+    side = form.node("side")
+    side.widgets = [(form.document.reserve(), False, widget) for _, _, widget in side.widgets]
+    form.pages[0][2][-2:] = [ref for ref, _, _ in side.widgets]
+    form.submit_button("save", (40, 220, 80, 20), "Save", "save.cgi")
+    form.submit_button("modify", (140, 220, 80, 20), "Modify", "modify.cgi")
+    form.session_field()
+    form.pages[0][2].pop()
+    return form
+
+
+def thousand_fields():
+    form = Form("A thousand fields", "MANY")
+    for page in range(10):
+        form.page()
+        form.canvas.text(40, 40, f"Page {page + 1}", 14, bold=True)
+        for i in range(100):
+            x, y = 40 + 130 * (i % 4), 60 + 28 * (i // 4)
+            name = f"p{page}.f{i:02}"
+            form.canvas.text(x, y - 2, name, 6)
+            form.canvas.rect(x, y, 110, 16, stroke=(0.4, 0.4, 0.5), line=0.4)
+            if i % 10 == 9:
+                form.check_box(name, (x, y, 14, 14), tip=name)
+            else:
+                form.text_field(name, (x, y, 110, 16), tip=name)
+    form.submit_button("save", (40, 790, 80, 20), "Save", "save.cgi")
+    form.submit_button("modify", (140, 790, 80, 20), "Modify", "modify.cgi")
+    form.session_field()
+    return form
+
+
+def make_templates(folder):
+    for code, form in (("kinds", every_kind()), ("odd", odd()), ("many", thousand_fields())):
+        (folder / f"{code}.pdf").write_bytes(form.file()[0])
+    for path in SAMPLES.glob("*.pdf"):
+        shutil.copy(path, folder)
+    for i in range(1, 6):
+        shutil.copy(SAMPLES / "membership_form.pdf", folder / f"Copie n° {i}.pdf")
+
+
+def main():
+    node, chromium = shutil.which("node"), shutil.which("chromium")
+    page = pathlib.Path(TOOL).parent.parent / "share/zforms/reader/pdfjs"
+    missing = [what for what, there in (("node", node), ("chromium", chromium), (f"packages in {PACKAGES}",
+                                        PACKAGES.is_dir()), (f"pdf.js in {page}", page.is_dir()), ("zforms (ZFORMS_TOOL)", TOOL)) if not there]
+    if missing:
+        print("reader_test: not there:", ", ".join(missing), "(./run test fetches all)")
+        return 1 if os.environ.get("CI") else SKIPPED
+    pictures = pathlib.Path(os.environ.get("ZFORMS_SCREENSHOTS", ROOT / "build/screenshots"))
+    pictures.mkdir(parents=True, exist_ok=True)
+    with tempfile.TemporaryDirectory() as folder:
+        templates = pathlib.Path(folder) / "templates"
+        templates.mkdir()
+        make_templates(templates)
+        return subprocess.run([node, str(ROOT / "tests/reader/run.mjs"), TOOL, chromium, str(PACKAGES), folder,
+                               str(pictures), *sys.argv[1:]], timeout=800).returncode
+
+
+if __name__ == "__main__":
+    sys.exit(main())
