@@ -133,7 +133,8 @@ std::string FormList(Office& office, Language language) {
       texts.title + "</title>\n";
   if (reader != nullptr) {
     page +=
-        "<link rel=\"icon\" href=\"reader/icon.svg\"><link rel=\"stylesheet\" href=\"reader/list.css\">\n"
+        "<link rel=\"icon\" href=\"reader/icon.svg\">\n"
+        "<link rel=\"stylesheet\" href=\"reader/colours.css\"><link rel=\"stylesheet\" href=\"reader/list.css\">\n"
         "<script type=\"module\" src=\"reader/list.js\"></script>\n";
   }
   page +=

@@ -55,7 +55,7 @@ class Reader {
     byId("fit").addEventListener("click", () => this.#zoom.fit());
     byId("press").addEventListener("click", () => this.#pressMain());
     addEventListener("keydown", (event) => this.#onKey(event));
-    addEventListener("beforeunload", (event) => this.#model.isDirty && event.preventDefault());
+    addEventListener("beforeunload", (event) => this.#onLeave(event));
     addEventListener("pagehide", () => this.#model.isDirty && this.#drafter.keep());
   }
 
@@ -153,6 +153,13 @@ class Reader {
     if (event.key.toLowerCase() !== "s" || !(event.ctrlKey || event.metaKey) || event.altKey) return;
     event.preventDefault();
     if (this.#mode === "modify") this.#pressMain();
+  }
+
+  #onLeave(/** @type {BeforeUnloadEvent} */ event) {
+    if (!this.#model.isDirty) return;
+    event.preventDefault();
+    // Older browsers ask only so.
+    event.returnValue = "";
   }
 
   /** The submit button of the mode; a form may show it more than once. */
