@@ -1,11 +1,11 @@
 #include "apps/zforms/form_list.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 
 #include "apps/zforms/office.h"
 #include "apps/zforms/reader_page.h"
+#include "platform/http_text.h"
 #include "platform/template_storage.h"
 
 namespace zforms::tool {
@@ -109,15 +109,14 @@ Language LanguageFor(std::string_view accepted) {
     std::string one(accepted.substr(0, end));
     accepted.remove_prefix(std::min(end + 1, accepted.size()));
     std::erase_if(one, [](char c) { return c == ' ' || c == '\t'; });
-    std::transform(one.begin(), one.end(), one.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     double weight = 1;
     if (const size_t q = one.find(";q="); q != std::string::npos) {
       std::from_chars(one.data() + q + 3, one.data() + one.size(), weight);
     }
     const std::string tag = one.substr(0, one.find_first_of("-;"));
-    if ((tag != "fr" && tag != "en") || weight <= best_weight) continue;
-    best = tag == "fr" ? Language::kFrench : Language::kEnglish;
+    const bool is_french = EqualIgnoringCase(tag, "fr");
+    if ((!is_french && !EqualIgnoringCase(tag, "en")) || weight <= best_weight) continue;
+    best = is_french ? Language::kFrench : Language::kEnglish;
     best_weight = weight;
   }
   return best;
@@ -133,7 +132,8 @@ std::string FormList(Office& office, Language language) {
       texts.title + "</title>\n";
   if (reader != nullptr) {
     page +=
-        "<link rel=\"icon\" href=\"reader/icon.svg\"><link rel=\"stylesheet\" href=\"reader/list.css\">\n"
+        "<link rel=\"icon\" href=\"reader/icon.svg\">\n"
+        "<link rel=\"stylesheet\" href=\"reader/colours.css\"><link rel=\"stylesheet\" href=\"reader/list.css\">\n"
         "<script type=\"module\" src=\"reader/list.js\"></script>\n";
   }
   page +=

@@ -20,12 +20,15 @@ export function same(got, wantedValue, label) {
   return expect(JSON.stringify(got) === JSON.stringify(wantedValue), label, got, wantedValue);
 }
 
+const running = new Set();
+
 export class Server {
   static async start(data, port = 0) {
     const server = new Server();
     server.data = path.join(folder, data);
     const options = ["--templates", path.join(folder, "templates"), "--data", server.data, "--port", `${port}`];
     server.process = spawn(tool, ["serve", ...options], { stdio: ["ignore", "pipe", "pipe"] });
+    running.add(server.process);
     server.log = "";
     server.process.stderr.on("data", (text) => (server.log += text));
     let said = "";
@@ -43,6 +46,7 @@ export class Server {
     const ended = new Promise((resolve) => this.process.once("exit", resolve));
     this.process.kill(signal ?? "SIGTERM");
     await ended;
+    running.delete(this.process);
     expect(!this.log.includes("Sanitizer"), "the sanitizer has a finding", this.log.slice(-3000));
   }
   /** The values of the newest submission of a form. */
@@ -129,6 +133,8 @@ export async function run(tests) {
       expect(false, "threw", String(error?.stack ?? error));
     }
     await closeWindows();
+    for (const left of running) left.kill("SIGKILL");
+    running.clear();
     console.log(`${failures.length === before ? "ok  " : "FAIL"} ${one.name} ${Date.now() - start} ms`);
   }
   await browser.close();

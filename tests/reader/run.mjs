@@ -269,6 +269,7 @@ async function drafts() {
   await shown(page);
   await page.getByRole("button", { name: "Reprendre la saisie" }).click();
   await press(page, "consult");
+  expect(!(await page.evaluate(() => JSON.stringify({ ...localStorage }))).includes("brouillon"), "the browser keeps what is saved");
   await page.reload();
   await shown(page);
   same([await page.locator("#news").innerText(), asked], ["", 3], "after a save there is no draft, and nothing to ask");

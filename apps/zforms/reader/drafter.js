@@ -51,6 +51,8 @@ export class Drafter {
 
   discard() {
     this.#offered = {};
+    // It was refused because something else was saved.
+    if (this.#state === "refused") this.#state = "saved";
     this.keep();
   }
 

@@ -5,7 +5,6 @@ import { forget, recall, remember } from "./drafts.js";
 import { FormModel } from "./model.js";
 import { tell, warn } from "./notices.js";
 import { FormView } from "./page_view.js";
-import { PDFForm } from "./pdf_form.js";
 import { Refusal, fetchPDF, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
 import { language, texts, timeText } from "./texts.js";
 import { writeXFDF } from "./xfdf.js";
@@ -14,6 +13,10 @@ import { Zoom } from "./zoom.js";
 /** @typedef {import("./server.js").FormInfo} FormInfo */
 /** @typedef {import("./server.js").SubmitButton} SubmitButton */
 /** @typedef {"modify" | "consult" | "readonly"} Mode */
+/** @typedef {import("./pdf_form.js").PDFForm} PDFForm */
+
+/** The large part, which takes its time while the form is asked for. */
+const pdfForm = import("./pdf_form.js");
 
 const byId = (/** @type {string} */ id) => /** @type {HTMLElement} */ (document.getElementById(id));
 
@@ -55,7 +58,7 @@ class Reader {
     byId("fit").addEventListener("click", () => this.#zoom.fit());
     byId("press").addEventListener("click", () => this.#pressMain());
     addEventListener("keydown", (event) => this.#onKey(event));
-    addEventListener("beforeunload", (event) => this.#model.isDirty && event.preventDefault());
+    addEventListener("beforeunload", (event) => this.#onLeave(event));
     addEventListener("pagehide", () => this.#model.isDirty && this.#drafter.keep());
   }
 
@@ -102,6 +105,7 @@ class Reader {
 
   /** Shows the form in the mode; `values` are what its file does not hold. */
   async #show(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {Record<string, string[]>} */ values) {
+    const { PDFForm } = await pdfForm;
     const form = await PDFForm.open(pdf);
     const model = new FormModel();
     const view = new FormView(form, model, (widget) => this.#pressOf(widget), `f${++this.#shown}.`);
@@ -153,6 +157,13 @@ class Reader {
     if (event.key.toLowerCase() !== "s" || !(event.ctrlKey || event.metaKey) || event.altKey) return;
     event.preventDefault();
     if (this.#mode === "modify") this.#pressMain();
+  }
+
+  #onLeave(/** @type {BeforeUnloadEvent} */ event) {
+    if (!this.#model.isDirty) return;
+    event.preventDefault();
+    // Older browsers ask only so.
+    event.returnValue = "";
   }
 
   /** The submit button of the mode; a form may show it more than once. */

@@ -1,14 +1,11 @@
 // A form as pdf.js reads it, in the terms of this page.
 
 import * as pdfjs from "./pdfjs/pdf.min.mjs";
-
-pdfjs.GlobalWorkerOptions.workerSrc = new URL("./pdfjs/pdf.worker.min.mjs", import.meta.url).href;
+import { worker } from "./worker.js";
 
 const folder = (/** @type {string} */ name) => new URL(`./pdfjs/${name}/`, import.meta.url).href;
-/** One for all documents, which starts while the form is still asked for. */
-const worker = new pdfjs.PDFWorker({ verbosity: pdfjs.VerbosityLevel.ERRORS });
 const OPTIONS = {
-  worker,
+  worker: new pdfjs.PDFWorker({ port: worker, verbosity: pdfjs.VerbosityLevel.ERRORS }),
   cMapUrl: folder("cmaps"),
   standardFontDataUrl: folder("standard_fonts"),
   wasmUrl: folder("wasm"),
