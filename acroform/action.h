@@ -17,8 +17,9 @@ class ZPDFNodeDictionary;
 // onto the dictionary, which the document owns.
 class ZFORMS_API ZAcroFormAction {
  public:
-  // Bits of "/Flags" that say in what format a form is submitted, FDF without any of
-  // them (ISO 32000-1 table 237).
+  // Bits of "/Flags" that say what of a form is submitted and in what format, FDF
+  // without any of them (ISO 32000-1 table 237).
+  static constexpr uint32_t kSubmitAllButFlag = 0x1;  // all fields but those named
   static constexpr uint32_t kSubmitHTMLFlag = 0x4;
   static constexpr uint32_t kSubmitXFDFFlag = 0x20;
   static constexpr uint32_t kSubmitPDFFlag = 0x100;

@@ -49,6 +49,13 @@ if(ZFORMS_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# For sources that are tests or little but templates: compiled for debugging without optimisation, which takes a
+# quarter of the time under the sanitizers. What they call is optimised all the same.
+set(ZFORMS_UNOPTIMISED "")
+if(NOT MSVC)
+  set(ZFORMS_UNOPTIMISED "$<$<CONFIG:Debug>:-O0>")
+endif()
+
 # Warnings and code generation of every target of ours.
 function(zforms_target_defaults target)
   if(MSVC)

@@ -40,6 +40,8 @@ constexpr auto kEvictionAge = std::chrono::seconds(1);
 // Connections beyond the limit that are told so; more are closed without a word.
 constexpr size_t kRefusedConnections = 32;
 constexpr size_t kReadSize = 16 * 1024;
+// A request with more than that may take long to be understood.
+constexpr uint64_t kHeavyBody = uint64_t{256} << 10;
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 std::unique_ptr<ZHTTPSendResponse> MakeErrorResponse(int status) {
@@ -237,7 +239,8 @@ void HTTPEngine::Connection::Dispatch() {
   CountBody(0);
   if (engine_.host->IsOverloaded()) return Refuse(503);
   Enter(Phase::eWorking, Clock::duration::max());
-  const bool posted = engine_.pool.Post([self = shared_from_this(), request, keep] { self->Work(*request, keep); });
+  const bool posted = engine_.pool.Post([self = shared_from_this(), request, keep] { self->Work(*request, keep); },
+                                        request->ContentLength() > kHeavyBody);
   if (!posted) Refuse(503);
 }
 

@@ -120,6 +120,8 @@ bool ZHTTPSendResponse::EndSend() {
 void ZHTTPSendResponse::MakeErrorPage(int status) {
   status_ = status;
   entity_tag_ = Chaine();
+  // What a session said of another answer is not true of this one.
+  for (const char* name : {"Location", "Content-Location", "Content-Disposition"}) header_.Remove(name);
   const Chaine line = FormatInt(status) + " " + ReasonPhrase(status);
   body_ = "<!DOCTYPE html>\n<html lang=\"en\"><title>" + line + "</title><h1>" + line + "</h1></html>\n";
   header_.Set("Content-Type", "text/html; charset=utf-8");

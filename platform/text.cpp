@@ -264,4 +264,15 @@ Chaine Windows1252ToUTF8(std::string_view bytes) { return BytesToUTF8(bytes, kWi
 
 Chaine Latin1ToUTF8(std::string_view bytes) { return BytesToUTF8(bytes, kLatin1); }
 
+Chaine WithLineEnds(std::string_view text, std::string_view line_end) {
+  Chaine result;
+  for (size_t at = 0;;) {
+    const size_t end = std::min(text.find_first_of("\r\n", at), text.size());
+    result += text.substr(at, end - at);
+    if (end == text.size()) return result;
+    result += line_end;
+    at = end + (text.substr(end, 2) == "\r\n" ? 2 : 1);
+  }
+}
+
 }  // namespace zforms

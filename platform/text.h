@@ -54,6 +54,9 @@ ZFORMS_API Chaine UTF16ToUTF8(std::string_view bytes, ByteOrder order);
 ZFORMS_API Chaine Windows1252ToUTF8(std::string_view bytes);
 ZFORMS_API Chaine Latin1ToUTF8(std::string_view bytes);
 
+// The text with this line end for each of its own, which are CR LF, CR or LF.
+ZFORMS_API Chaine WithLineEnds(std::string_view text, std::string_view line_end);
+
 // Appends the UTF-8 bytes of the code point. Precondition: c <= 0x10FFFF.
 ZFORMS_API void AppendUTF8(Chaine* out, char32_t c);
 

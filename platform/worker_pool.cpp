@@ -6,7 +6,9 @@
 namespace zforms {
 
 WorkerPool::WorkerPool(size_t threads, size_t max_queue)
-    : thread_count_(std::max<size_t>(threads, 1)), max_queue_(max_queue) {}
+    : thread_count_(std::max<size_t>(threads, 1)),
+      heavy_threads_(std::max<size_t>(thread_count_ / 2, 1)),
+      max_queue_(max_queue) {}
 
 WorkerPool::~WorkerPool() {
   Finish(true);
@@ -18,11 +20,11 @@ void WorkerPool::Start() {
   for (; running_ < thread_count_; running_++) threads_.emplace_back([this] { RunJobs(); });
 }
 
-bool WorkerPool::Post(Job job) {
+bool WorkerPool::Post(Job job, bool is_heavy) {
   {
     const std::lock_guard lock(mutex_);
-    if (finishing_ || queue_.size() >= max_queue_) return false;
-    queue_.push_back(std::move(job));
+    if (finishing_ || queue_.size() + heavy_.size() >= max_queue_) return false;
+    (is_heavy ? heavy_ : queue_).push_back(std::move(job));
   }
   wake_.notify_one();
   return true;
@@ -30,11 +32,14 @@ bool WorkerPool::Post(Job job) {
 
 void WorkerPool::Finish(bool drop_queued) {
   // Jobs end outside the lock: they may own what posts.
-  std::deque<Job> dropped;
+  std::deque<Job> dropped[2];
   {
     const std::lock_guard lock(mutex_);
     finishing_ = true;
-    if (drop_queued) dropped.swap(queue_);
+    if (drop_queued) {
+      dropped[0].swap(queue_);
+      dropped[1].swap(heavy_);
+    }
   }
   wake_.notify_all();
 }
@@ -57,14 +62,19 @@ bool WorkerPool::IsWorker() const {
 void WorkerPool::RunJobs() {
   std::unique_lock lock(mutex_);
   while (true) {
-    wake_.wait(lock, [this] { return finishing_ || !queue_.empty(); });
-    if (queue_.empty()) break;
-    Job job = std::move(queue_.front());
-    queue_.pop_front();
+    wake_.wait(lock, [this] { return finishing_ || !queue_.empty() || CanTakeHeavy(); });
+    const bool is_heavy = queue_.empty();
+    // Heavy jobs that are left are taken by the threads that run such ones.
+    if (is_heavy && !CanTakeHeavy()) break;
+    std::deque<Job>& queue = is_heavy ? heavy_ : queue_;
+    Job job = std::move(queue.front());
+    queue.pop_front();
+    heavy_running_ += is_heavy ? 1 : 0;
     lock.unlock();
     job();
     job = nullptr;
     lock.lock();
+    heavy_running_ -= is_heavy ? 1 : 0;
   }
   running_--;
   ended_.notify_all();

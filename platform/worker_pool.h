@@ -13,8 +13,10 @@
 
 namespace zforms {
 
-// Threads that run jobs from one bounded queue, in order. Construction starts
-// none. Any thread may call any function but Join, which no worker may call.
+// Threads that run jobs from a bounded queue, in order. Heavy jobs never take more than
+// half of the threads, and wait until no other job does, so that they do not hold up
+// those. Construction starts no thread. Any thread may call any function but Join, which
+// no worker may call.
 class ZFORMS_API WorkerPool {
  public:
   using Job = std::function<void()>;
@@ -27,7 +29,7 @@ class ZFORMS_API WorkerPool {
 
   void Start();
   // False when the queue is full or the pool is finishing.
-  bool Post(Job job);
+  bool Post(Job job, bool is_heavy = false);
   // Takes no more jobs; the threads end after those that are queued, or with
   // `drop_queued` after those that run.
   void Finish(bool drop_queued);
@@ -38,13 +40,17 @@ class ZFORMS_API WorkerPool {
 
  private:
   void RunJobs();
+  bool CanTakeHeavy() const { return !heavy_.empty() && heavy_running_ < heavy_threads_; }
 
   const size_t thread_count_;
+  const size_t heavy_threads_;
   const size_t max_queue_;
   mutable std::mutex mutex_;
   std::condition_variable wake_;
   std::condition_variable ended_;
   std::deque<Job> queue_;
+  std::deque<Job> heavy_;
+  size_t heavy_running_ = 0;
   std::vector<std::thread> threads_;
   size_t running_ = 0;
   bool finishing_ = false;

@@ -1,5 +1,6 @@
 #include <array>
 
+#include "platform/text.h"
 #include "platform/xml.h"
 
 namespace zforms {
@@ -22,20 +23,6 @@ constexpr auto kSpecialInText = [] {
   return special;
 }();
 constexpr auto kSpecialInAttribute = SpecialBytes("&<>\"");
-
-// The line end of a text without its carriage returns is "\n"; a carriage
-// return that stands alone is one too.
-Chaine WithLineFeeds(std::string_view text) {
-  Chaine result;
-  for (size_t i = 0; i < text.size(); i++) {
-    if (text[i] != '\r') {
-      result += text[i];
-    } else if (i + 1 == text.size() || text[i + 1] != '\n') {
-      result += '\n';
-    }
-  }
-  return result;
-}
 
 Chaine WithoutCarriageReturns(std::string_view text) {
   Chaine result;
@@ -252,7 +239,7 @@ class ZXMLPrinter {
   // Turning lone carriage returns to line feeds keeps "-\r->" from ending a comment.
   void PutWhole(std::string_view start, const Chaine& text, std::string_view end) {
     out_.Put(start);
-    out_.Put(raw_ && text.View().find('\r') != std::string_view::npos ? WithLineFeeds(text).View() : text.View());
+    out_.Put(raw_ && text.View().find('\r') != std::string_view::npos ? WithLineEnds(text, "\n").View() : text.View());
     out_.Put(end);
   }
 

@@ -13,6 +13,7 @@ import sys
 import tempfile
 import time
 
+import peers
 from tool_case import ODD_VALUES, SAMPLES, TOOL, expect, odd_form, run_tests, same, zforms
 
 SAMPLE = SAMPLES / "membership_form.pdf"
@@ -187,8 +188,26 @@ def test_maps(folder):
          ["Lebœuf", "Maé", "Béziers", "m@x", "FR"])
 
 
+def test_a_damaged_form(folder):
+    """It is refused, and recovered when that is asked for; each row is then appended to the form made whole."""
+    damaged = folder / "damaged.pdf"
+    damaged.write_bytes(SAMPLE.read_bytes().replace(b"startxref\n", b"startxref\n9"))
+    data = table(folder / "rows.csv", ["adherent.nom"], [["Lebœuf"], ["Łoś"]])
+    arguments = ["batch", damaged, "--data", data, "--out", folder / "out"]
+    status, _, err = zforms(*arguments)
+    expect(status == 2 and "damaged.pdf" in err and not (folder / "out").exists(), "refused", err)
+    status, _, err = zforms(*arguments, "--recover")
+    same("recovered", status, 0)
+    for name, wanted in (("000001.pdf", "Lebœuf"), ("000002.pdf", "Łoś")):
+        exported = json.loads(zforms("export", folder / "out" / name, "--format", "json")[1])
+        same(f"value in {name}", exported["adherent.nom"], wanted)
+        if shutil.which("qpdf"):
+            same(f"qpdf on {name}", peers.qpdf_check(folder / "out" / name), (0, 0))
+
+
 def main():
-    tests = [test_forms_are_those_of_fill, test_bad_rows_are_named, test_names, test_killed_and_resumed, test_maps]
+    tests = [test_forms_are_those_of_fill, test_bad_rows_are_named, test_names, test_killed_and_resumed, test_maps,
+             test_a_damaged_form]
     with tempfile.TemporaryDirectory() as folder:
         return run_tests("batch_test", tests, folder)
 

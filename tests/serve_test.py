@@ -4,6 +4,7 @@
 Every request is written here byte by byte or by http.client; what comes back is read by qpdf where it is installed.
 """
 
+import contextlib
 import http.client
 import json
 import os
@@ -11,6 +12,7 @@ import pathlib
 import re
 import shutil
 import signal
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -38,7 +40,9 @@ class Server:
         command = [TOOL, "serve", "--templates", str(templates or ROOT / "samples"), "--data", self.data, "--app", "App",
                    "--folder", "12", "--year", "2025", "--port", str(port), *options]
         self.log = open(folder / "log", "ab")
-        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.log, text=True)
+        # What a killed server leaves goes with the folder.
+        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.log, text=True,
+                                        env={**os.environ, "TMPDIR": str(folder)})
         self.started = ""
         for line in self.process.stdout:
             self.started += line
@@ -245,6 +249,63 @@ def without_the_page_for_browsers(folder):
         expect(server.ask("GET", "/reader/")[0] == 404, "a page that is not there")
 
 
+def a_store_that_fails(folder):
+    """Who is told 503 may submit the same again: it was not stored, and is not stale."""
+    with Server(folder) as server:
+        forms = [server.open_form() for _ in range(6)]
+        statuses = []
+
+        def save(form):
+            status, headers, _ = server.ask("POST", SAVE, form.encode())
+            statuses.append((status, location(headers)))
+
+        with contextlib.closing(sqlite3.connect(pathlib.Path(server.data) / "zforms.db", isolation_level=None)) as other:
+            other.execute("BEGIN IMMEDIATE")
+            threads = [threading.Thread(target=save, args=(form,)) for form in forms]
+            for thread in threads:
+                thread.start()
+            for thread in threads:
+                thread.join()
+            expect(statuses == [(503, "")] * len(forms), f"the store is held: {statuses}")
+            other.execute("ROLLBACK")
+        time.sleep(2.1)
+        statuses.clear()
+        for form in forms:
+            save(form)
+        expect([status for status, _ in statuses] == [200] * len(forms) and len(server.stored()) == len(forms) and
+               server.stored("--rejected") == [], f"the same again: {statuses}")
+        log = (folder / "log").read_text()
+        expect("could not be stored" in log and "locked" in log, "the log says why")
+        expect(server.ask("GET", SAVE)[0] == 405 and len(server.stored()) == len(forms), "nothing is saved by GET")
+    expect(os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
+
+
+def refused_at_the_start(folder):
+    """What is no store, and settings that would be taken for something else."""
+    empty, damaged, foreign = (folder / name for name in ("empty", "damaged", "foreign"))
+    for data in (empty, damaged, foreign):
+        data.mkdir()
+    (empty / "zforms.db").write_bytes(b"")
+    (damaged / "zforms.db").write_bytes(b"no database " * 1000)
+    with contextlib.closing(sqlite3.connect(foreign / "zforms.db")) as database:
+        database.execute("CREATE TABLE forms(id)")
+        database.commit()
+    cases = [(["submissions", "--data", str(data)], "zforms.db" if data != damaged else "not a database")
+             for data in (empty, damaged, foreign)]
+    cases += [(["serve", "--port", "0", "--data", str(data)], said)
+              for data, said in ((damaged, "not a database"), (foreign, "zforms.db"))]
+    for number, (line, said) in enumerate((("port=99999", '"port" is'), ("port=abc", '"port" is'), ("folder=-3", '"folder" is'),
+                                           ("folder=12abc", '"folder" is'), ("year=20x25", '"year" is'), ("log=JSON", '"log" is'),
+                                           ("template=x", 'no setting "template"'), ("app=..", '"app" is'),
+                                           ("[server]", "no section [Server]"))):
+        config = folder / f"{number}.ini"
+        config.write_text(line if line.startswith("[") else f"[Server]\n{line}\n")
+        cases.append((["serve", "--config", str(config)], said))
+    for arguments, said in cases:
+        done = subprocess.run([TOOL, *arguments], capture_output=True, timeout=30)
+        expect(done.returncode == 2 and said in done.stderr.decode(), f"{arguments}: {done.returncode} {done.stderr}")
+
+
 def imported(folder):
     templates = folder / "templates"
     templates.mkdir()
@@ -262,6 +323,15 @@ def imported(folder):
     again = subprocess.run([TOOL, "import", str(templates / "F1.pdf"), "-o", str(folder / "again.pdf")],
                            capture_output=True, timeout=30)
     expect(again.returncode == 0 and not again.stderr, f"a second import: {again.stderr.decode()}")
+    if shutil.which("qpdf"):
+        # With cross-reference streams and object streams, which not every reader takes.
+        modern = folder / "modern.pdf"
+        subprocess.run(["qpdf", "--object-streams=generate", str(folder / "bare.pdf"), str(modern)], check=True, timeout=60)
+        done = subprocess.run([TOOL, "import", str(modern), "-o", str(templates / "F1.pdf")], capture_output=True, timeout=30)
+        expect(done.returncode == 0 and b"cross-reference table" in done.stderr, f"a modern form: {done.stderr.decode()}")
+        pdf = (templates / "F1.pdf").read_bytes()
+        expect(b"/ObjStm" in modern.read_bytes() and b"/ObjStm" not in pdf and b"/XRef" not in pdf, "it became classic")
+        check_pdf(folder, pdf, "imported modern form")
     with Server(folder, templates=templates) as server:
         done = subprocess.run([TOOL, "submit", "F1", "--port", str(server.port), "--set", "adherent.nom=x"],
                               capture_output=True, timeout=30)
@@ -325,7 +395,8 @@ def by_the_tool(folder):
 
 
 def main():
-    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, without_the_page_for_browsers, imported, by_the_tool,
+    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, without_the_page_for_browsers,
+             a_store_that_fails, refused_at_the_start, imported, by_the_tool,
              *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
              lambda folder: ended_under_load(folder, signal.SIGTERM)]
     for case in cases:

@@ -259,5 +259,13 @@ TEST(DiagnosticsTest, WarningsAreDistinctBoundedAndDescribed) {
   EXPECT_EQ(diagnostics.Warnings().Size() + diagnostics.DroppedCount(), 0u);
 }
 
+TEST(TextTest, EveryLineEndBecomesTheOneAskedFor) {
+  const struct {
+    const char* text;
+    const char* expected;
+  } kCases[] = {{"", ""}, {"a", "a"}, {"a\r\nb\rc\nd", "a|b|c|d"}, {"\r\r\n\n", "|||"}, {"é\r\n", "é|"}};
+  for (const auto& c : kCases) EXPECT_EQ(WithLineEnds(c.text, "|"), c.expected) << c.text;
+}
+
 }  // namespace
 }  // namespace zforms

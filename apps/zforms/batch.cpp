@@ -18,6 +18,7 @@
 #include "apps/zforms/row_reader.h"
 #include "pdf/parser/parser.h"
 #include "platform/diagnostics.h"
+#include "platform/inet_stream.h"
 
 namespace zforms::tool {
 namespace {
@@ -58,6 +59,7 @@ class BatchRun {
   int Run();
 
  private:
+  bool MakeWhole(Console& console);
   bool PrepareFolder();
   void CheckColumns(const Row& row);
   void Work(unsigned number, RowFiller& filler);
@@ -86,7 +88,8 @@ class BatchRun {
 
 bool BatchRun::Prepare() {
   Console form_console(options_.file);
-  if (!OpenFormWithFields(options_.file, options_.password, form_, form_console)) return false;
+  if (!OpenFormWithFields(options_.file, options_.password, form_, form_console, options_.recover)) return false;
+  if (!MakeWhole(form_console)) return false;
   if (!plan_.Make(options_, form_, form_console)) return false;
   std::string error;
   if (!pattern_.Parse(options_.name.empty() ? kDefaultName : options_.name, &error)) {
@@ -107,6 +110,17 @@ bool BatchRun::Prepare() {
   form_console.Finish();
   if (!options_.report.empty() && !report_.Open(options_.report)) return false;
   return PrepareFolder();
+}
+
+// A form that was recovered from damage is written anew once, so that each row can
+// be appended to it.
+bool BatchRun::MakeWhole(Console& console) {
+  if (!form_.SavesAnew()) return true;
+  Chaine whole;
+  ZInetChaineOStream out(whole);
+  if (form_.SaveFull(out)) return true;
+  console.Fail(form_.Diagnostics().Failure());
+  return false;
 }
 
 bool BatchRun::PrepareFolder() {

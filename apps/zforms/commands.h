@@ -43,6 +43,7 @@ struct MapOptions {
   std::string section;
   std::string password;
   std::vector<std::string> rubrics;  // "NAME" or "NAME=FILE"
+  bool recover = false;
 };
 int RunMap(const MapOptions& options);
 
@@ -60,6 +61,7 @@ struct BatchOptions {
   bool stop_on_error = false;
   bool resume = false;
   bool overwrite = false;
+  bool recover = false;
 };
 int RunBatch(const BatchOptions& options);
 

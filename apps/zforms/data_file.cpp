@@ -6,8 +6,8 @@
 #include "apps/zforms/fdf.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/json_rows.h"
-#include "apps/zforms/row_filler.h"
 #include "platform/letter_case.h"
+#include "platform/text.h"
 
 namespace zforms::tool {
 namespace {
@@ -33,8 +33,8 @@ void AddRow(const Row& row, ZXFDF* data) {
   for (size_t i = 0; i < row.cells.size(); i++) {
     const Cell& cell = row.cells[i];
     if (cell.is_null || (*row.names)[i].empty()) continue;
-    PTableau<Chaine> values = {WithCRLF(cell.text)};
-    for (const std::string& more : cell.more) values.push_back(WithCRLF(more));
+    PTableau<Chaine> values = {WithLineEnds(cell.text, "\r\n")};
+    for (const std::string& more : cell.more) values.push_back(WithLineEnds(more, "\r\n"));
     data->Fields().AddField((*row.names)[i]).SetValues(values);
   }
 }

@@ -5,9 +5,9 @@
 #include "apps/zforms/export_table.h"
 #include "apps/zforms/fdf.h"
 #include "apps/zforms/open_form.h"
-#include "apps/zforms/row_filler.h"
 #include "pdf/parser/parser.h"
 #include "platform/inet_url.h"
+#include "platform/text.h"
 #include "xfdf/xfdf.h"
 
 namespace zforms::tool {
@@ -24,7 +24,7 @@ void FillDocument(const std::string& file, ZAcroForm& form, ZXFDF* data, std::se
   for (const FieldReport& field : ReportFields(form)) {
     if (!IsExportable(field) || field.values.empty()) continue;
     PTableau<Chaine> values;
-    for (const std::string& value : field.values) values.push_back(WithCRLF(value));
+    for (const std::string& value : field.values) values.push_back(WithLineEnds(value, "\r\n"));
     data->Fields().AddField(field.name).SetValues(values);
     if (field.type == "check" || field.type == "radio") buttons->insert(field.name);
   }

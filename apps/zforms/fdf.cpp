@@ -4,7 +4,6 @@
 #include <memory>
 #include <utility>
 
-#include "apps/zforms/row_filler.h"
 #include "pdf/array_node.h"
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
@@ -110,7 +109,7 @@ class FDFReader {
   }
 
   static Chaine Text(const ZPDFNode& node) {
-    if (NodeCast<ZPDFNodeString>(&node) != nullptr) return WithCRLF(PDFTextToUTF8(node.GetStringValue()));
+    if (NodeCast<ZPDFNodeString>(&node) != nullptr) return WithLineEnds(PDFTextToUTF8(node.GetStringValue()), "\r\n");
     const Chaine name = PDFNameToUTF8(node.GetIdentifier());
     return name.View().starts_with('/') ? name.Mid(1) : name;
   }

@@ -7,6 +7,7 @@
 #include "apps/zforms/standard_streams.h"
 #include "apps/zforms/table.h"
 #include "pdf/parser/parser.h"
+#include "platform/text.h"
 
 namespace zforms::tool {
 namespace {
@@ -53,24 +54,11 @@ std::string JsonText(const std::string& file, ZAcroForm& form, const std::vector
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-// On one line: a line end is shown as an arrow.
-std::string OneLine(const std::string& text) {
-  std::string line;
-  for (size_t i = 0; i < text.size(); i++) {
-    const bool pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (pair) continue;
-    if (text[i] == '\r' || text[i] == '\n') {
-      line += "\u21B5";
-    } else {
-      line += text[i];
-    }
-  }
-  return line;
-}
-
 std::string Joined(const std::vector<std::string>& texts) {
   std::string joined;
-  for (const std::string& text : texts) joined += (joined.empty() ? "" : " | ") + OneLine(text);
+  for (const std::string& text : texts) {
+    joined += (joined.empty() ? "" : " | ") + WithLineEnds(text, kLineEndSign).ToString();
+  }
   return joined;
 }
 

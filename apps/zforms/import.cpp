@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "acroform/action.h"
 #include "apps/zforms/console.h"
@@ -28,6 +30,32 @@ namespace {
 constexpr uint32_t kOtherFormats = ZAcroFormAction::kSubmitHTMLFlag | ZAcroFormAction::kSubmitPDFFlag;
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 22;
+// Of pages; what is deeper is no tree.
+constexpr int kDeepestTree = 100;
+
+void Say(const std::string& what) {
+  const std::string line = "added: " + Printable(what) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+// The lower left corner of what is shown of the page, in its own units: the crop box,
+// else the media box, which pages inherit (ISO 32000-1 14.11.2).
+std::pair<int, int> Corner(const ZPDFNodeDictionary* page) {
+  for (const char* key : {"/CropBox", "/MediaBox"}) {
+    const ZPDFNodeDictionary* node = page;
+    for (int depth = 0; node != nullptr && depth < kDeepestTree; depth++) {
+      const auto* box = NodeCast<ZPDFNodeArray>(node->GetTarget(key));
+      if (box != nullptr && box->Size() == 4) {
+        const auto edge = [box](size_t i) {
+          return static_cast<int>(std::clamp(box->GetTargetAt(i)->GetDoubleValue(), -1e6, 1e6));
+        };
+        return {std::min(edge(0), edge(2)), std::min(edge(1), edge(3))};
+      }
+      node = NodeCast<ZPDFNodeDictionary>(node->GetTarget("/Parent"));
+    }
+  }
+  return {0, 0};
+}
 
 // Gives a form what it lacks to be served; says what that was.
 class Importer {
@@ -62,10 +90,6 @@ class Importer {
     }
     list->AppendValue(Parse(reference));
   }
-  static void Say(const std::string& what) {
-    const std::string line = "added: " + Printable(what) + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
-  }
 
   void AddIdentifier() {
     if (!parser_.IDOriginal().IsEmpty()) return;
@@ -81,7 +105,7 @@ class Importer {
   // The first page, and its reference; null when there is none.
   ZPDFNodeDictionary* FirstPage(std::string* reference) {
     auto* node = NodeCast<ZPDFNodeDictionary>(parser_.Root()->GetTarget("/Pages"));
-    for (int depth = 0; node != nullptr && depth < 100; depth++) {
+    for (int depth = 0; node != nullptr && depth < kDeepestTree; depth++) {
       auto* kids = NodeCast<ZPDFNodeArray>(node->GetTarget("/Kids"));
       if (kids == nullptr) return reference->empty() ? nullptr : node;
       if (kids->Size() == 0) return nullptr;
@@ -140,7 +164,10 @@ class Importer {
     if (form_.HasSubmitFormButton(status)) return;
     const std::string width = std::to_string(kButtonWidth);
     const std::string height = std::to_string(kButtonHeight);
-    const int left = 36 + place * (kButtonWidth + 10);
+    std::string ignored;
+    const auto [corner_x, corner_y] = Corner(FirstPage(&ignored));
+    const int left = corner_x + 36 + place * (kButtonWidth + 10);
+    const int bottom = corner_y + 12;
     auto* look = new ZPDFNodeStream(
         Chaine("0.85 g 0 0 " + width + " " + height + " re f BT /Helv 10 Tf 0 g 10 7 Td (" + caption + ") Tj ET"),
         &parser_);
@@ -151,8 +178,9 @@ class Importer {
     const std::string look_reference = AddObject(look);
     const bool added =
         AddWidget("/FT/Btn/Ff 65536/F 4/T(zforms_" + page.substr(0, page.find('.')) + ")/Rect[" + std::to_string(left) +
-                      " 12 " + std::to_string(left + kButtonWidth) + " " + std::to_string(12 + kButtonHeight) +
-                      "]/MK<</BG[0.85]/CA(" + caption + ")>>/DA(/Helv 10 Tf 0 g)/AP<</N " + look_reference +
+                      " " + std::to_string(bottom) + " " + std::to_string(left + kButtonWidth) + " " +
+                      std::to_string(bottom + kButtonHeight) + "]/MK<</BG[0.85]/CA(" + caption +
+                      ")>>/DA(/Helv 10 Tf 0 g)/AP<</N " + look_reference +
                       ">>/A<</S/SubmitForm/Flags 32/F<</FS/URL/F(http://localhost/" + page + ")>>>>",
                   "");
     if (added) Say("the button \"" + caption + "\" at the foot of the first page, which submits to \"" + page + "\"");
@@ -162,7 +190,13 @@ class Importer {
     for (const auto& [name, buttons] : form_.FindSubmitFormButtons(status)) {
       for (ZAcroFormField* button : buttons) {
         auto* action = NodeCast<ZPDFNodeDictionary>(button->Dico()->GetTarget("/A"));
-        const uint32_t flags = action->GetUIntValue("/Flags");
+        uint32_t flags = action->GetUIntValue("/Flags");
+        if (action->Exist("/Fields")) {
+          action->RemoveValue("/Fields");
+          flags &= ~ZAcroFormAction::kSubmitAllButFlag;
+          action->SetValue("/Flags", flags);
+          Say("all fields to what \"" + name.ToString() + "\" submits");
+        }
         if ((flags & ZAcroFormAction::kSubmitXFDFFlag) != 0) continue;
         action->SetValue("/Flags", (flags & ~kOtherFormats) | ZAcroFormAction::kSubmitXFDFFlag);
         Say("XFDF as what \"" + name.ToString() + "\" submits");
@@ -179,12 +213,14 @@ class Importer {
 int RunImport(const ImportOptions& options) {
   Console console(options.file);
   ZAcroFormServerForm form;
-  if (!OpenFormWithFields(options.file, std::string(), form, console)) return console.Finish();
+  if (!OpenFormWithFields(options.file, std::string(), form, console, options.recover)) return console.Finish();
   Importer(form).Mend();
+  const bool is_classic = !form.Parser()->HasXRefStreams();
   Chaine bytes;
   ZInetChaineOStream out(bytes);
   ZAcroFormServerForm mended;
-  if (!form.Save(out)) {
+  // Readers of every age take a classic file.
+  if (!(is_classic ? form.Save(out) : form.SaveFull(out))) {
     console.Fail(form.Diagnostics().Failure());
     return console.Finish();
   }
@@ -193,6 +229,7 @@ int RunImport(const ImportOptions& options) {
     console.Fail(mended.Diagnostics().Failure());
     return console.Finish();
   }
+  if (!is_classic) Say("a cross-reference table, for cross-reference streams; the file is written anew");
   for (const std::string& fault : CheckTemplate(mended)) console.Warn(fault);
   WriteOutput(options.output, bytes, console);
   return console.Finish();

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "apps/zforms/commands.h"
+#include "apps/zforms/common_options.h"
 #include "apps/zforms/console.h"
 #include "apps/zforms/server_commands.h"
 
@@ -21,20 +22,6 @@ constexpr const char* kExamples = R"(Examples:
 "-" stands for standard input or standard output. The exit status is 0 when done, 3 when
 done with warnings and 2 when it failed; messages go to standard error as
 "zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" tells more.)";
-
-void AddFile(CLI::App* command, std::string* file) {
-  command->add_option("FILE", *file, "The PDF file, or \"-\" for standard input.")->required();
-}
-
-void AddPassword(CLI::App* command, std::string* password) {
-  command->add_option("--password", *password, "The user password that opens an encrypted file.");
-}
-
-void AddRecover(CLI::App* command, bool* recover) {
-  command->add_flag("--recover", *recover,
-                    "Read a damaged file as well: what its cross-reference table does not tell is found by a scan of "
-                    "the file, and what was done is said. It is then saved anew, not updated.");
-}
 
 CLI::Option* AddOutput(CLI::App* command, std::string* output) {
   return command->add_option("-o,--output", *output,
@@ -153,6 +140,7 @@ class CommandLine {
     command->add_option("--rubric", map_.rubrics,
                         "NAME=FILE: the values of a rubric, from CSV (its first row), JSON or INI.");
     AddPassword(command, &map_.password);
+    AddRecover(command, &map_.recover);
   }
 
   void AddBatch() {
@@ -191,6 +179,7 @@ class CommandLine {
         ->excludes(resume);
     command->add_option("--report", batch_.report, "A JSON file that says what became of the rows.");
     AddPassword(command, &batch_.password);
+    AddRecover(command, &batch_.recover);
   }
 
   void AddCheck() {

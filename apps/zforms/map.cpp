@@ -12,16 +12,10 @@
 #include "apps/zforms/standard_streams.h"
 #include "apps/zforms/table.h"
 #include "platform/letter_case.h"
+#include "platform/text.h"
 
 namespace zforms::tool {
 namespace {
-
-std::string OneLine(std::string text) {
-  for (size_t at = 0; (at = text.find_first_of("\r\n", at)) != std::string::npos;) {
-    text.replace(at, text.compare(at, 2, "\r\n") == 0 ? 2 : 1, "\u21B5");
-  }
-  return text;
-}
 
 // The rubrics of files, and empty ones for those whose data come later.
 bool ReadRubrics(const MapOptions& options, const std::string& section, Rubrics* rubrics,
@@ -75,7 +69,7 @@ class MapTable {
   std::string ValueOf(const std::string& name, const ZXFDFMapper::DataFieldRef& reference) {
     if (!with_data_.contains(FoldCase(reference.rubric).ToString())) return {};
     const ZField* data = mapper_.Rubric(reference.rubric)->Find(reference.field);
-    if (data != nullptr) return OneLine(data->Value().AsChaine().ToString());
+    if (data != nullptr) return WithLineEnds(data->Value().AsChaine(), kLineEndSign).ToString();
     console_.Warn("field \"" + name + "\": the rubric \"" + reference.rubric.ToString() + "\" has no \"" +
                   reference.field.ToString() + "\"");
     return {};
@@ -91,7 +85,7 @@ class MapTable {
 int RunMap(const MapOptions& options) {
   Console console(options.file);
   ZAcroForm form;
-  if (!OpenFormWithFields(options.file, options.password, form, console)) return console.Finish();
+  if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
   const std::string section = SectionOf(options.maps, options.section);
   Rubrics rubrics;
   std::set<std::string> with_data;

@@ -1,16 +1,18 @@
 #include "apps/zforms/office.h"
 
 #include <chrono>
-#include <future>
+#include <memory>
 #include <random>
 #include <utility>
 
 #include "apps/zforms/opening_page.h"
 #include "apps/zforms/reader_page.h"
+#include "apps/zforms/store_outcome.h"
 #include "platform/field_set.h"
 #include "platform/http_response.h"
 #include "platform/number.h"
 #include "platform/template_storage.h"
+#include "platform/text.h"
 #include "server/pdf_handler.h"
 
 namespace zforms::tool {
@@ -34,20 +36,24 @@ std::string RandomToken() {
 // The maps of a template stand beside it.
 Chaine MapFileOf(const Chaine& path) { return path.Mid(0, path.size() - 4) + ".ini"; }
 
-using Stored = std::promise<bool>;
-
 class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
  public:
-  OfficeMessage(Office* office, std::shared_ptr<Stored> stored, const ZInetURL& url, const ZXFDF& xfdf, bool accepted)
-      : ZAcroFormServerSaveXFDFMessage(url, xfdf, accepted), office_(office), stored_(std::move(stored)) {}
+  OfficeMessage(Office* office, std::shared_ptr<StoreOutcome> outcome, const ZInetURL& url, const ZXFDF& xfdf,
+                bool accepted)
+      : ZAcroFormServerSaveXFDFMessage(url, xfdf, accepted), office_(office), outcome_(std::move(outcome)) {}
 
   void OnIdleMessage() override {
-    office_->Keep(URL(), XFDF(), DataIsOK(), [stored = stored_](bool done) { stored->set_value(done); });
+    if (!outcome_->Begin()) return;
+    office_->Keep(URL(), XFDF(), DataIsOK(),
+                  [outcome = outcome_](const char* failure) { outcome->Tell(failure == nullptr); });
   }
+
+ protected:
+  ~OfficeMessage() override { outcome_->Abandon(); }
 
  private:
   Office* office_;
-  std::shared_ptr<Stored> stored_;
+  std::shared_ptr<StoreOutcome> outcome_;
 };
 
 // Comes after the submissions that wait with the one that posted it.
@@ -66,37 +72,43 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
   OfficeSession(Office* office, ZAcroFormServerXFDFHandler* handler, uint64_t folder, int32_t year)
       : ZAcroFormServerXFDFSession(handler, folder, year), office_(office) {}
 
+  // What is submitted is posted (RFC 9110 9.3.3).
+  bool SetURL(const ZInetURL& url, const Chaine& method) override {
+    if (!ZAcroFormServerXFDFSession::SetURL(url, method)) return false;
+    if (method == "POST") return true;
+    SetStatus(405);
+    return false;
+  }
+  void SendError(ZHTTPSendResponse& response) override {
+    ZAcroFormServerXFDFSession::SendError(response);
+    if (response.Status() == 405) response.SetHeader("Allow", "POST");
+  }
   bool CheckSession(const ZXFDF::SessionInfos& infos) override { return office_->IsOut(infos); }
   bool AcceptSave() override { return TransactionManager().IncTransactionIn(ReceivedXFDF()); }
   ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) override {
-    const auto stored = std::make_shared<Stored>();
-    outcome_ = stored->get_future();
-    return new OfficeMessage(office_, stored, url, xfdf, accepted);
+    outcome_ = std::make_shared<StoreOutcome>();
+    accepted_ = accepted;
+    submitted_ = xfdf.SessionID().Transaction();
+    return new OfficeMessage(office_, outcome_, url, xfdf, accepted);
   }
   // The answer says that the data are safe, so it waits until they are.
   void SendPage(ZHTTPSendResponse& response) override {
     ZAcroFormServerXFDFSession::SendPage(response);
-    if (!outcome_.valid()) return;
-    if (outcome_.wait_for(kStoreTime) == std::future_status::ready && outcome_.get()) return;
+    if (outcome_ == nullptr || outcome_->Wait(kStoreTime)) return;
+    // The same may be submitted again.
+    if (accepted_) TransactionManager().Restore(submitted_.id, submitted_.count);
     SetStatus(503);
     response.MakeErrorPage(503);
   }
 
  private:
   Office* office_;
-  std::future<bool> outcome_;
+  bool accepted_ = false;
+  ZXFDFTransactionInfos submitted_;
+  std::shared_ptr<StoreOutcome> outcome_;
 };
 
 }  // namespace
-
-std::string WithLineFeeds(std::string_view text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); i++) {
-    const bool dropped = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (!dropped) result += text[i];
-  }
-  return result;
-}
 
 OfficeHandler::OfficeHandler(Office* office, ZAcroFormServer* server)
     : ZAcroFormServerXFDFHandler(server, server->XFDFRoot(), 0, 0), office_(office) {}
@@ -261,15 +273,13 @@ void Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::
   for (const Chaine& name : xfdf.Fields().FieldNames()) {
     const ZXFDF::Field* const field = xfdf.Fields().Get(name);
     if (field == nullptr || !field->HasValue() || name == ZXFDF::kSessionIDField) continue;
-    submission.fields.emplace_back(name.ToString(), WithLineFeeds(field->ValuesAsText()));
+    submission.fields.emplace_back(name.ToString(), WithLineEnds(field->ValuesAsText(), "\n").ToString());
   }
-  const auto finish = [this, transaction, accepted, told = std::move(done)](bool stored) {
-    if (!stored) {
-      log_->Event("error", "a submission could not be stored; its sender is told so");
-      // The same may be submitted again.
-      if (accepted) handler_->TransactionManager().Restore(transaction.id, transaction.count);
+  const auto finish = [this, told = std::move(done)](const char* failure) {
+    if (failure != nullptr) {
+      log_->Event("error", std::string("a submission could not be stored; its sender is told so: ") + failure);
     }
-    told(stored);
+    told(failure);
   };
   if (!store_->AddSubmission(submission, accepted, finish)) return;
   const ZCountedPtr<ZIdleMessage> message(new FlushMessage(store_));

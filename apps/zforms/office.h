@@ -71,7 +71,7 @@ class Office {
   // Whether the form is one that is out, by the session that it went out with.
   bool IsOut(const ZXFDF::SessionInfos& infos) const;
   // Stores a submission, together with others that came at the time; `done` is told
-  // whether it is stored. If not its form may be submitted again.
+  // what became of it.
   void Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done);
 
  private:
@@ -99,9 +99,6 @@ class Office {
   ReaderPage* reader_ = nullptr;
   std::unique_ptr<ZAcroFormServer> server_;
 };
-
-// The text with lines that end in LF alone.
-std::string WithLineFeeds(std::string_view text);
 
 // The parameter of a form's session infos that nobody can guess.
 inline constexpr char kSessionParam[] = "Session.ID";

@@ -8,6 +8,7 @@
 #include "platform/http_request.h"
 #include "platform/http_response.h"
 #include "platform/template_storage.h"
+#include "platform/text.h"
 
 namespace zforms::tool {
 namespace {
@@ -31,7 +32,7 @@ Json ValuesOf(const ZXFDF& xfdf) {
     const ZXFDF::Field* const field = xfdf.Fields().Get(name);
     if (field == nullptr || !field->HasValue()) continue;
     Json& texts = values[name.ToString()] = Json::array();
-    for (const Chaine& text : field->Values()) texts.push_back(WithLineFeeds(text));
+    for (const Chaine& text : field->Values()) texts.push_back(WithLineEnds(text, "\n").ToString());
   }
   return values;
 }

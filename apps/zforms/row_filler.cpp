@@ -1,27 +1,15 @@
 #include "apps/zforms/row_filler.h"
 
+#include "platform/text.h"
+
 namespace zforms::tool {
 namespace {
 
 Chaine Text(const std::string& text) {
-  return text.find_first_of("\r\n") == std::string::npos ? Chaine(text) : Chaine(WithCRLF(text));
+  return text.find_first_of("\r\n") == std::string::npos ? Chaine(text) : WithLineEnds(text, "\r\n");
 }
 
 }  // namespace
-
-std::string WithCRLF(std::string_view text) {
-  std::string result;
-  for (size_t i = 0; i < text.size(); i++) {
-    const char c = text[i];
-    if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    if (c == '\r' || c == '\n') {
-      result += "\r\n";
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
 
 RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan)
     : plan_(plan), match_(plan), press_(form, plan.FieldNames()), targets_(plan.Fields().size(), nullptr) {}

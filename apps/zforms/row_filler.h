@@ -10,9 +10,6 @@
 
 namespace zforms::tool {
 
-// Text as an XFDF document holds it: its lines end in CR LF, whatever they ended with.
-std::string WithCRLF(std::string_view text);
-
 // RowFiller fills a copy of the form from one row after the other. Made by the thread
 // that has the form, then used by one; the plan is shared and outlives it.
 class RowFiller {

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -58,7 +60,9 @@ class PlanMaker {
  public:
   PlanMaker(const ServeOptions& options, const ZIniFileSection& lines) : options_(options), lines_(lines) {}
 
-  Plan Make() const {
+  // The reason is empty when all is well.
+  Plan Make(std::string* reason) {
+    CheckNames();
     Plan plan;
     plan.office.templates = Text(options_.templates, "templates");
     plan.scratch = plan.office.templates.empty();
@@ -68,19 +72,51 @@ class PlanMaker {
     plan.office.reader = Text(options_.reader, "reader");
     if (plan.office.reader.empty()) plan.office.reader = ReaderFolder();
     plan.app = options_.app.value_or(Line("app", "zforms"));
-    plan.json = Text(options_.log, "log") == "json";
-    plan.office.port = options_.port.value_or(static_cast<uint16_t>(ParseUInt(Line("port", "8080"))));
-    plan.office.folder = options_.folder.value_or(ParseUInt64(Line("folder", "1")));
-    plan.office.year = options_.year.value_or(ParseInt(Line("year", TimeStamp().substr(0, 4))));
+    if (!IsPathPart(plan.app)) Refuse("app", plan.app, "a name without slashes");
+    const std::string log = Text(options_.log, "log");
+    plan.json = log == "json";
+    if (!log.empty() && log != "json" && log != "text") Refuse("log", log, "text or json");
+    plan.office.port = Number(options_.port, "port", kDefaultPort, "a port: 0 to 65535");
+    plan.office.folder = Number(options_.folder, "folder", uint64_t{1}, "a number");
+    if (plan.office.folder == 0) Refuse("folder", "0", "a number other than 0");
+    const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
+    plan.office.year = Number(options_.year, "year", this_year, "a number");
+    *reason = reason_;
     return plan;
   }
 
  private:
+  void Refuse(const std::string& name, const std::string& value, const char* wanted) {
+    if (reason_.empty()) reason_ = "\"" + name + "\" is " + wanted + ", not \"" + value + "\"";
+  }
+  // A name that is misspelt would leave its default in force.
+  void CheckNames() {
+    constexpr std::string_view kNames[] = {"templates", "data", "reader", "app", "log", "port", "folder", "year"};
+    for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
+      const std::string_view name = lines_.GetLineName(i);
+      const bool known = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+      if (!known && reason_.empty()) reason_ = "there is no setting \"" + std::string(name) + "\"";
+    }
+  }
+  // Addresses have the application's name as a part of their path.
+  static bool IsPathPart(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos;
+  }
+
   std::string Line(const char* name, const std::string& fallback) const {
     return lines_.HasNamedLine(name) ? lines_.NamedLine(name).ToString() : fallback;
   }
   std::string Text(const std::string& option, const char* name) const {
     return option.empty() ? Line(name, "") : option;
+  }
+  template <class Type>
+  Type Number(const std::optional<Type>& option, const char* name, Type fallback, const char* wanted) {
+    if (option || !lines_.HasNamedLine(name)) return option.value_or(fallback);
+    const std::string text = Line(name, "");
+    Type number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) Refuse(name, text, wanted);
+    return number;
   }
 
   // Where the samples were installed, else where this was built.
@@ -97,19 +133,25 @@ class PlanMaker {
 
   const ServeOptions& options_;
   const ZIniFileSection& lines_;
+  std::string reason_;
 };
 
 bool MakePlan(const ServeOptions& options, Plan* plan) {
   ZIniFile config;
+  Console console(options.config.empty() ? "serve" : options.config);
   if (!options.config.empty() && !config.Open(options.config)) {
-    Console(options.config).Fail(config.LastError());
+    console.Fail(config.LastError());
+    return false;
+  }
+  if (!options.config.empty() && !config.SectionExist(kSection)) {
+    console.Fail(std::string("there is no section [") + kSection + "]");
     return false;
   }
   const ZIniFileSection lines = config.Section(kSection);
-  *plan = PlanMaker(options, lines).Make();
-  if (plan->office.folder != 0) return true;
-  Console("serve").Fail("the folder is a number other than 0");
-  return false;
+  std::string reason;
+  *plan = PlanMaker(options, lines).Make(&reason);
+  if (!reason.empty()) console.Fail(reason);
+  return reason.empty();
 }
 
 // False when there is nothing to serve.

@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "apps/zforms/common_options.h"
+
 namespace zforms::tool {
 namespace {
 
@@ -50,10 +52,11 @@ void AddImport(CLI::App& app, std::function<int()>* run) {
   CLI::App* command = Add(app, "import",
                           "Give a form what it lacks to be served: an identifier, the hidden field of the session, "
                           "buttons to save and to modify, XFDF as what they submit. What was added is appended to the "
-                          "bytes read.",
+                          "bytes read; a file with cross-reference streams is written anew without them.",
                           "  zforms import form.pdf -o forms/F1.pdf", options, RunImport, run);
-  command->add_option("FILE", options->file, "The PDF file, or \"-\" for standard input.")->required();
+  AddFile(command, &options->file);
   command->add_option("-o,--output", options->output, "Where the form goes: a file, or \"-\".")->required();
+  AddRecover(command, &options->recover);
 }
 
 void AddSubmissions(CLI::App& app, std::function<int()>* run) {

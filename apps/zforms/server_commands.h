@@ -30,6 +30,7 @@ int RunServe(const ServeOptions& options);
 struct ImportOptions {
   std::string file;
   std::string output;
+  bool recover = false;
 };
 int RunImport(const ImportOptions& options);
 

@@ -9,7 +9,8 @@
 namespace zforms::tool {
 
 // A prepared statement of SQLite, to be run any number of times. Parameters are bound
-// in order; 64-bit numbers keep their bits, signed or not.
+// in order; 64-bit numbers keep their bits, signed or not. One that the database cannot
+// prepare gives no row and does not run.
 class Statement {
  public:
   Statement(sqlite3* database, const char* sql) { sqlite3_prepare_v2(database, sql, -1, &statement_, nullptr); }
@@ -20,7 +21,7 @@ class Statement {
   // Forgets the last run and its parameters.
   Statement& Restart() {
     sqlite3_reset(statement_);
-    sqlite3_clear_bindings(statement_);
+    if (statement_ != nullptr) sqlite3_clear_bindings(statement_);
     next_ = 1;
     return *this;
   }

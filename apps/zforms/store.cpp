@@ -1,5 +1,6 @@
 #include "apps/zforms/store.h"
 
+#include <chrono>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -13,7 +14,14 @@ namespace fs = std::filesystem;
 
 constexpr char kFile[] = "zforms.db";
 constexpr char kLockFile[] = "serving.lock";
-constexpr int kWaitForOthers = 10000;  // milliseconds
+// How long others may hold the database, in milliseconds. A server that waits answers
+// nobody meanwhile.
+constexpr int kWaitForOthers = 10000;
+constexpr int kServerWaitForOthers = 2000;
+// After that was too long, the next tries do not wait at all for this time.
+constexpr std::chrono::seconds kBusyTime(2);
+// Of the tables below, kept in "user_version".
+constexpr int kVersion = 1;
 
 constexpr char kTables[] = R"(
 CREATE TABLE IF NOT EXISTS forms(
@@ -74,17 +82,41 @@ bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
       return false;
     }
   }
+  const std::string file = PathIn(folder, kFile);
   const int flags = mode == Mode::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
-  if (sqlite3_open_v2(PathIn(folder, kFile).c_str(), &database_, flags, nullptr) != SQLITE_OK) {
+  if (sqlite3_open_v2(file.c_str(), &database_, flags, nullptr) != SQLITE_OK) {
     *error = sqlite3_errmsg(database_);
     return false;
   }
-  sqlite3_busy_timeout(database_, kWaitForOthers);
+  wait_ = mode == Mode::kServe ? kServerWaitForOthers : kWaitForOthers;
+  sqlite3_busy_timeout(database_, wait_);
+  if (!CheckVersion(error)) return false;
   if (mode == Mode::kRead) return true;
+  // Sessions and what people wrote are in it, and in the files that SQLite makes beside
+  // it, which get its permissions.
+  std::error_code ignored;
+  fs::permissions(fs::path(std::u8string(file.begin(), file.end())), fs::perms::owner_read | fs::perms::owner_write,
+                  ignored);
   const bool ready = Execute("PRAGMA journal_mode = WAL") && Execute("PRAGMA synchronous = FULL") && Execute(kTables);
   if (!ready) *error = sqlite3_errmsg(database_);
   return ready;
 }
+
+// Whether the database is a store of ours, or a new one to be.
+bool Store::CheckVersion(std::string* error) {
+  Statement version(database_, "PRAGMA user_version");
+  Statement tables(database_, "SELECT count(*) FROM sqlite_master WHERE name IN ('forms', 'submissions', 'fields')");
+  if (!version.Next() || !tables.Next()) {
+    *error = sqlite3_errmsg(database_);
+    return false;
+  }
+  const bool is_new = version.Number(0) == 0 && tables.Number(0) == 0 && !IsReadOnly();
+  if (is_new || (version.Number(0) == kVersion && tables.Number(0) == 3)) return true;
+  *error = std::string("its ") + kFile + " is no store of this version of zforms";
+  return false;
+}
+
+bool Store::IsReadOnly() const { return sqlite3_db_readonly(database_, "main") == 1; }
 
 std::string Store::LastError() const {
   const std::lock_guard lock(mutex_);
@@ -131,21 +163,33 @@ std::vector<OpenedForm> Store::Forms() {
 bool Store::AddSubmission(const Submission& submission, bool accepted, Done done) {
   const std::lock_guard lock(mutex_);
   const bool is_first = batch_.empty();
-  const bool begun = (!is_first || Execute("BEGIN IMMEDIATE")) && Execute("SAVEPOINT one");
+  const bool begun = (!is_first || Begin()) && Execute("SAVEPOINT one");
   const bool added = begun && InsertSubmission(submission, accepted) && Execute("RELEASE one");
   if (added) {
     batch_.push_back(std::move(done));
     return is_first;
   }
+  const std::string failure = sqlite3_errmsg(database_);
   if (begun) Execute("ROLLBACK TO one; RELEASE one");
   // After some failures, such as a full disk, nothing is left of the transaction.
   if (sqlite3_get_autocommit(database_) != 0) {
-    EndBatch(false);
+    EndBatch(failure.c_str());
   } else if (is_first) {
     Execute("ROLLBACK");
   }
-  done(false);
+  done(failure.c_str());
   return false;
+}
+
+// While somebody else holds the database for long, those that wait are told at once,
+// not one after the other.
+bool Store::Begin() {
+  using Clock = std::chrono::steady_clock;
+  sqlite3_busy_timeout(database_, Clock::now() < busy_until_ ? 0 : wait_);
+  const bool begun = Execute("BEGIN IMMEDIATE");
+  if (!begun && sqlite3_errcode(database_) == SQLITE_BUSY) busy_until_ = Clock::now() + kBusyTime;
+  sqlite3_busy_timeout(database_, wait_);
+  return begun;
 }
 
 void Store::Flush() {
@@ -155,13 +199,14 @@ void Store::Flush() {
 
 void Store::FlushLocked() {
   if (batch_.empty()) return;
-  const bool stored = Execute("COMMIT");
-  if (!stored && sqlite3_get_autocommit(database_) == 0) Execute("ROLLBACK");
-  EndBatch(stored);
+  if (Execute("COMMIT")) return EndBatch(nullptr);
+  const std::string failure = sqlite3_errmsg(database_);
+  if (sqlite3_get_autocommit(database_) == 0) Execute("ROLLBACK");
+  EndBatch(failure.c_str());
 }
 
-void Store::EndBatch(bool stored) {
-  for (const Done& done : batch_) done(stored);
+void Store::EndBatch(const char* failure) {
+  for (const Done& done : batch_) done(failure);
   batch_.clear();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -63,11 +64,12 @@ class Store {
 
   bool AddForm(const OpenedForm& form);
   std::vector<OpenedForm> Forms();
-  using Done = std::function<void(bool stored)>;
+  // Why it is not stored; null when it is.
+  using Done = std::function<void(const char* failure)>;
   // Takes what was submitted, whole and field by field, and raises the count of its
   // form, all or nothing; what was rejected is kept apart. It waits for Flush, so that
-  // those that come together share the wait for the disk; `done` is told whether it
-  // is there, at the latest then, and must not call the store. True when it is the
+  // those that come together share the wait for the disk; `done` is told what
+  // became of it, at the latest then, and must not call the store. True when it is the
   // first that waits.
   bool AddSubmission(const Submission& submission, bool accepted, Done done);
   void Flush();
@@ -93,16 +95,21 @@ class Store {
  private:
   Store() = default;
   bool Connect(const std::string& folder, Mode mode, std::string* error);
+  bool CheckVersion(std::string* error);
+  bool IsReadOnly() const;
   bool Execute(const char* sql);
+  bool Begin();
   std::string TextFor(Statement& query);
   bool InsertSubmission(const Submission& submission, bool accepted);
-  void EndBatch(bool stored);
+  void EndBatch(const char* failure);
   void FlushLocked();
 
   mutable std::mutex mutex_;
   sqlite3* database_ = nullptr;
   // Held while this process serves; see Open.
   sqlite3* lock_ = nullptr;
+  int wait_ = 0;  // for others that hold the database, in milliseconds
+  std::chrono::steady_clock::time_point busy_until_;
   // Of the submissions in the open transaction.
   std::vector<Done> batch_;
   // Prepared once, by their text.

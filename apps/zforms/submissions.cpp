@@ -92,7 +92,8 @@ int RunSubmissions(const SubmissionsOptions& options) {
 int RunRubrics(const RubricsOptions& options) {
   Console console(options.data);
   std::string error;
-  const std::unique_ptr<Store> store = Store::Open(options.data, Store::Mode::kEdit, &error);
+  const Store::Mode mode = options.set.empty() ? Store::Mode::kRead : Store::Mode::kEdit;
+  const std::unique_ptr<Store> store = Store::Open(options.data, mode, &error);
   if (store == nullptr) {
     console.Fail(error);
     return console.Finish();

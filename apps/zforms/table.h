@@ -5,6 +5,9 @@
 
 namespace zforms::tool {
 
+// How a line end is shown in a cell.
+inline constexpr char kLineEndSign[] = "\u21B5";
+
 // Table lays out rows of UTF-8 texts in columns for reading in a terminal. When
 // they do not fit into `width` columns (0: any), the widest columns are cut with
 // an ellipsis. Control characters are shown, not obeyed; empty columns left out.

@@ -16,6 +16,21 @@ bool SubmitsXFDF(const ZAcroFormField& button) {
   return action != nullptr && (action->GetUIntValue("/Flags") & ZAcroFormAction::kSubmitXFDFFlag) != 0;
 }
 
+bool SubmitsAll(const ZAcroFormField& button) {
+  const auto* action = NodeCast<ZPDFNodeDictionary>(button.Dico()->GetTarget("/A"));
+  return action == nullptr || !action->Exist("/Fields");
+}
+
+void CheckTargets(const ZAcroFormServerForm& form, std::vector<std::string>* faults) {
+  for (const auto& [name, same] : form.FlatFields()) {
+    for (const ZAcroFormField* field : same) {
+      if (!field->IsSubmitFormButton() || field->GetAction()->HasURL()) continue;
+      faults->push_back("the button \"" + field->FullNameUTF8().ToString() +
+                        "\" submits to what is not marked as a URL: it stays as it is in every mode");
+    }
+  }
+}
+
 void CheckButtons(const ZAcroFormServerForm& form, ZDocument::Status status, const std::string& page,
                   std::vector<std::string>* faults) {
   const ZAcroForm::ConstFieldMap buttons = form.FindSubmitFormButtons(status);
@@ -24,6 +39,9 @@ void CheckButtons(const ZAcroFormServerForm& form, ZDocument::Status status, con
                       (status == ZDocument::eModify ? "save it" : "ask to modify it again"));
   }
   for (const auto& [name, same] : buttons) {
+    const bool whole = std::all_of(same.begin(), same.end(), [](const auto* button) { return SubmitsAll(*button); });
+    if (!whole)
+      faults->push_back("the button \"" + name.ToString() + "\" submits some fields alone: set \"all fields\"");
     const bool right = std::all_of(same.begin(), same.end(), [](const auto* button) { return SubmitsXFDF(*button); });
     if (!right) {
       faults->push_back("the button \"" + name.ToString() + "\" does not submit as XFDF: set \"export format: XFDF\"");
@@ -59,10 +77,16 @@ std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
   if (session == nullptr || session->Type() != ZAcroFormField::eText) {
     faults.push_back(std::string("has no text field \"") + ZXFDF::kSessionIDField +
                      "\", which is hidden and carries the session: what is submitted is refused");
+  } else if (session->IsNoExport()) {
+    faults.push_back(std::string("does not export \"") + ZXFDF::kSessionIDField + "\": what is submitted is refused");
   }
   CheckButtons(form, ZDocument::eModify, "save.cgi", &faults);
   CheckButtons(form, ZDocument::eConsult, "modify.cgi", &faults);
+  CheckTargets(form, &faults);
   CheckNames(form, &faults);
+  if (form.Parser()->AcroForm() != nullptr && form.Parser()->AcroForm()->Exist("/XFA")) {
+    faults.emplace_back("has an XFA form as well: readers that know it show it instead, with other values");
+  }
   return faults;
 }
 

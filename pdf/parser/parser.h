@@ -104,6 +104,8 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // Whether the newest section is a cross-reference stream, so that an update has to
   // be one too.
   bool XRefIsStream() const { return xref_is_stream_; }
+  // Whether any section that was read is one, as in hybrid files too (ISO 32000-1 7.5.8.4).
+  bool HasXRefStreams() const { return !xref_streams_.empty(); }
   // A number that no object of the document has, and, once something was written
   // under it outside the parser, that it is taken.
   uint32_t FreeNumber() const;
