@@ -102,6 +102,15 @@ OBJECTS = [
     ("too deep", '{"a":' * 5000, "objects stand too deep in one another"),
     ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" takes it'),
 ]
+ONE_OF_EACH = "%FDF-1.2\n" + " ".join(f"{number} 0 obj<</FDF<</Fields[<</T(adherent.nom)/V({value})>>]>>>>endobj"
+                                      for number, value in ((1, "first"), (2, "last")))
+
+
+def encoded(encoding, value):
+    return b"%%FDF-1.2\n1 0 obj<</FDF<</Encoding/%s/Fields[<</T(adherent.nom)/V<%s>>>]>>>>endobj" % (
+        encoding.encode(), value.hex().encode())
+
+
 FORM_DATA = [
     ("names in any order, comments, kids",
      "%FDF-1.2\n7 0 obj <</FDF <</Fields 8 0 R>> >> endobj % x\n8 0 obj [<</T(adherent)/Kids[<</V(A\\rB)/T(nom)>>"
@@ -110,7 +119,20 @@ FORM_DATA = [
     ("kids that go round", "%FDF-1.2\n1 0 obj<</FDF<</Fields[2 0 R]>>>>endobj 2 0 obj<</T(adherent)/Kids[2 0 R "
      "<</T(nom)/V(A)>>]>>endobj", {NAME: "A"}),
     ("no fields", "%FDF-1.2\n1 0 obj<</FDF<<>>>>endobj", {}),
-    ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'no object of it has "/FDF"'),
+    ("the root of the last trailer",
+     f"{ONE_OF_EACH} trailer<</Root 3 0 R>> trailer<</Root 1 0 R>> startxref 0 %%EOF trailer<</Size 9>>", {NAME: "first"}),
+    ("a trailer without a root", f"{ONE_OF_EACH} trailer<</Size 3>>", {NAME: "last"}),
+    ("a root that is not there", f"{ONE_OF_EACH} trailer<</Root 7 0 R>>", {NAME: "last"}),
+    ("a root without fields", f"{ONE_OF_EACH} 5 0 obj<</Pages 6 0 R>>endobj trailer<</Root 5 0 R>>",
+     'there is no root with "/FDF"'),
+    ("UTF-8", encoded("utf-8", "Łoś".encode()), {NAME: "Łoś"}),
+    ("UTF-8 with a mark", encoded("utf_8", "\ufeffŁoś".encode()), {NAME: "Łoś"}),
+    ("UTF-16 where it is UTF-8", encoded("utf_8", "\ufeffŁoś".encode("utf-16-be")), {NAME: "Łoś"}),
+    ("no UTF-8 after all", encoded("utf-8", "é".encode("latin-1")), {NAME: "é"}),
+    ("PDFDocEncoding", encoded("PDFDocEncoding", "é".encode("latin-1")), {NAME: "é"}),
+    ("Shift_JIS", encoded("Shift_JIS", "表".encode("shift-jis")), 'encoding "Shift_JIS", and only Unicode is read'),
+    ("Shift_JIS that is ASCII", encoded("Shift_JIS", b"A"), {NAME: "A"}),
+    ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'there is no root with "/FDF"'),
 ]
 
 
