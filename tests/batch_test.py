@@ -111,6 +111,8 @@ def test_bad_rows_are_named(folder):
     after = bytes_of(out)
     same("the rows set right", sorted(set(after) - set(before)), [f"fixed{i}.pdf" for i in range(5)])
     same("the others", {name: after[name] for name in before}, before)
+    status, _, err = zforms(*arguments, "--resume")
+    same("the other's file is not ours the next time either", (status, (out / "theirs.pdf").read_bytes()), (3, b"mine"))
 
 
 def test_names(folder):
@@ -127,6 +129,10 @@ def test_names(folder):
     status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "out", "--name", "{a}-{b}")
     same("exit status", (status, err), (0, ""))
     same("names", forms_in(folder / "out"), sorted(name for _, _, name in cases))
+    (folder / "twice.jsonl").write_text('{"adherent.nom": "A", "adherent.nom": "B"}\n')
+    twice = folder / "twice"
+    done = zforms("batch", SAMPLE, "--data", folder / "twice.jsonl", "--out", twice, "--name", "{adherent.nom}")
+    same("the last of a name counts", (done[::2], names_of(twice), forms_in(twice)), ((0, ""), ["B"], ["B.pdf"]))
     data = table(folder / "device.csv", ["a", "adherent.nom"], [["con", ""], ["LPT1", ""], ["console", ""]])
     zforms("batch", SAMPLE, "--data", data, "--out", folder / "device", "--name", "{a}.pdf")
     same("devices of Windows", forms_in(folder / "device"), ["_LPT1.pdf", "_con.pdf", "console.pdf"])
@@ -136,37 +142,134 @@ def test_names(folder):
         expect(status != 0 and what in err, f"the pattern {pattern}", err)
 
 
-def test_killed_and_resumed(folder):
-    """Whenever it is killed, the forms that are there are whole, and resuming makes the others."""
-    rows = [[f"{i:05}", f"Lebœuf {i}", "FR"] for i in range(4000)]
-    data = table(folder / "rows.csv", ["id", "adherent.nom", "adherent.pays"], rows)
-    arguments = ["batch", str(SAMPLE), "--data", str(data), "--name", "{id}.pdf", "--jobs", "2", "--out"]
-    zforms(*arguments, folder / "whole")
-    wanted = bytes_of(folder / "whole")
-    same("forms", len(wanted), len(rows))
-    out = folder / "killed"
+def kill_until_done(first, then, out, allowed):
+    """Runs the first command, kills it, and the other ones after it, each a little later than the one before. What
+    is there is always whole. The number of kills."""
     kills = 0
     for attempt in range(60):
-        batch = subprocess.Popen([TOOL, *arguments, str(out), "--resume"])
+        batch = subprocess.Popen([TOOL, *map(str, then if attempt else first)], stderr=subprocess.DEVNULL)
         time.sleep(0.02 + 0.03 * attempt)
         batch.send_signal(signal.SIGKILL)
         if batch.wait() != -signal.SIGKILL:
             break
         kills += 1
-        broken = [name for name, got in (bytes_of(out) if out.is_dir() else {}).items() if got != wanted.get(name)]
+        there = bytes_of(out) if out.is_dir() else {}
+        broken = [name for name, form in there.items() if form not in allowed.get(name, ())]
         if not same(f"half-written after {kills} kills", broken, []):
-            return
-    expect(kills >= 2, "it was killed midway", kills)
-    status, _, err = zforms(*arguments, out, "--resume")
-    same("exit status", (status, err), (0, ""))
-    same("forms lost", sorted(set(wanted) - set(bytes_of(out))), [])
-    same("the same forms", bytes_of(out) == wanted, True)
-    same("left over", sorted(name for name in os.listdir(out) if name.startswith(".")), [".zforms-batch"])
+            break
+    return kills
+
+
+def test_killed_and_resumed(folder):
+    """Whenever it is killed, the forms that are there are whole, and resuming makes the others: also when rows were
+    changed since, and when it was killed while it started over."""
+    out = folder / "killed"
+    had = {}
+    for how, town in (("--resume", "Sète"), ("--resume", "Agde"), ("--overwrite", "Agde"), ("--overwrite", "Lodève")):
+        rows = [[f"{i:05}", f"Lebœuf {i}", town] for i in range(3000)]
+        data = table(folder / "rows.csv", ["id", "adherent.nom", "adherent.ville"], rows)
+        arguments = ["batch", SAMPLE, "--data", data, "--name", "{id}.pdf", "--jobs", "2", "--out"]
+        shutil.rmtree(folder / "whole", ignore_errors=True)
+        zforms(*arguments, folder / "whole")
+        wanted = bytes_of(folder / "whole")
+        same("forms", len(wanted), len(rows))
+        allowed = {name: (form, had.get(name)) for name, form in wanted.items()}
+        kills = kill_until_done([*arguments, out, how], [*arguments, out, "--resume"], out, allowed)
+        label = f"{how} with {town}"
+        expect(kills >= 2, f"{label}: killed midway", kills)
+        same(f"{label}: the end", zforms(*arguments, out, "--resume")[::2], (0, ""))
+        got = bytes_of(out)
+        same(f"{label}: forms lost", sorted(set(wanted) - set(got)), [])
+        same(f"{label}: not those of the rows", [name for name in got if got[name] != wanted.get(name)], [])
+        same(f"{label}: left over", [name for name in os.listdir(out) if name.startswith(".")], [".zforms-batch"])
+        had = wanted
     # Without saying so, an earlier batch is neither gone on with nor written over.
     status, _, err = zforms(*arguments, out)
     expect(status == 2 and "--resume goes on" in err, "an earlier batch", err)
     status, _, err = zforms("batch", SAMPLE, "--data", data, "--name", "x{id}.pdf", "--out", out, "--resume")
     expect(status == 2 and "are others than those of the earlier batch" in err, "another batch", err)
+
+
+def names_of(out):
+    return [row["adherent.nom"] for row in csv.DictReader(io.StringIO(
+        zforms("export", *(out / name for name in forms_in(out)), "--format", "csv")[1], newline=""))]
+
+
+def test_a_row_is_done_when_its_file_is(folder):
+    """A run that could write no form, as on a full disk, leaves every row to the next one."""
+    for how, first in (("--resume", ["A", "B", "C"]), ("--overwrite", ["A", "B", "C"]), ("--resume", [])):
+        out = folder / f"{how}{len(first)}"
+        arguments = ["batch", SAMPLE, "--data", folder / "rows.csv", "--out", out, "--name", "{id}.pdf", "--jobs", "1"]
+        table(folder / "rows.csv", ["id", "adherent.nom"], [*enumerate(first)])
+        zforms(*arguments)
+        same(f"{how}: at first", names_of(out) if first else [], first)
+        (out / ".zforms-part-0" / "in the way").mkdir(parents=True)
+        table(folder / "rows.csv", ["id", "adherent.nom"], [*enumerate(["X", "Y", "Z"])])
+        same(f"{how}: nothing can be written", zforms(*arguments, how)[0], 3)
+        shutil.rmtree(out / ".zforms-part-0")
+        same(f"{how}: then it can", zforms(*arguments, "--resume")[::2], (0, ""))
+        same(f"{how}: names", names_of(out), ["X", "Y", "Z"])
+
+
+def test_one_batch_at_a_time(folder):
+    out = folder / "out"
+    data = table(folder / "rows.csv", ["id", "adherent.nom"], [*enumerate("ABC")])
+    arguments = ["batch", SAMPLE, "--out", out, "--name", "{id}.pdf", "--resume"]
+    first = subprocess.Popen([TOOL, *map(str, arguments), "--data", "-"], stdin=subprocess.PIPE,
+                             stderr=subprocess.DEVNULL)
+    first.stdin.write(b"id,adherent.nom,x\n0,A," + b"x" * 300000)  # more than is read at once, and no end of it
+    first.stdin.flush()
+    for _ in range(500):
+        if (out / ".zforms-lock").exists():
+            break
+        time.sleep(0.01)
+    for mode in ([], ["--overwrite"]):
+        status, _, err = zforms(*arguments[:-1], *mode, "--data", data)
+        said = f"zforms: {data}: another batch is at work in the folder {out}\n"
+        same("while another one runs", (status, err), (2, said))
+    first.kill()
+    first.wait()
+    same("once it is killed", zforms(*arguments, "--data", data)[::2], (0, ""))
+    same("files", sorted(os.listdir(out)), [".zforms-batch", "0.pdf", "1.pdf", "2.pdf"])
+
+
+HEADER = 64
+LINE_2, LINE_3 = (bytes([number]) + b"\0" * 7 for number in (2, 3))
+DAMAGES = [  # what happened to the record of the batch
+    ("cut", lambda record: record[:-1]),
+    ("emptied", lambda record: b""),
+    ("longer", lambda record: record + b"\0"),
+    ("full of rows", lambda record: record[:HEADER] + b"\7" * (len(record) - HEADER)),
+    ("one bit of a row's line", lambda record: record[:HEADER] + record[HEADER:].replace(LINE_3, LINE_2, 1)),
+    ("one bit of its size", lambda record: record[:24] + bytes([record[24] ^ 1]) + record[25:]),
+]
+
+
+def test_a_damaged_record(folder):
+    out = folder / "out"
+    arguments = ["batch", SAMPLE, "--data", table(folder / "rows.csv", ["id", "adherent.nom"], [*enumerate("ABC")]),
+                 "--out", out, "--name", "{id}.pdf"]
+    zforms(*arguments)
+    record = (out / ".zforms-batch").read_bytes()
+    for label, damage in DAMAGES:
+        expect(damage(record) != record, f"{label}: it is damaged")
+        (out / ".zforms-batch").write_bytes(damage(record))
+        status, _, err = zforms(*arguments, "--resume")
+        expect(status == 2 and "is damaged; --overwrite starts over" in err, label, err)
+        same(f"{label}: started over", zforms(*arguments, "--overwrite")[::2], (0, ""))
+
+
+def test_utf16(folder):
+    """As spreadsheets save it; pairs of surrogates lie across whatever piece it is read by."""
+    for encoding, mark in (("utf-16-le", b"\xff\xfe"), ("utf-16-be", b"\xfe\xff")):
+        for padding in ("", "x"):
+            text = padding + "\U0001F600" * 100000
+            data = folder / "rows.txt"
+            data.write_bytes(mark + f"adherent.nom\tadherent.adresse\r\nMaé\t{text}\r\n".encode(encoding))
+            out = folder / (encoding + padding)
+            same(encoding, zforms("batch", SAMPLE, "--data", data, "--out", out)[::2], (0, ""))
+            values = json.loads(zforms("export", out / "000001.pdf", "--format", "json")[1])
+            expect((values["adherent.nom"], values["adherent.adresse"]) == ("Maé", text), f"values in {encoding}")
 
 
 def test_maps(folder):
@@ -206,7 +309,8 @@ def test_a_damaged_form(folder):
 
 
 def main():
-    tests = [test_forms_are_those_of_fill, test_bad_rows_are_named, test_names, test_killed_and_resumed, test_maps,
+    tests = [test_forms_are_those_of_fill, test_bad_rows_are_named, test_names, test_killed_and_resumed,
+             test_a_row_is_done_when_its_file_is, test_one_batch_at_a_time, test_a_damaged_record, test_utf16, test_maps,
              test_a_damaged_form]
     with tempfile.TemporaryDirectory() as folder:
         return run_tests("batch_test", tests, folder)

@@ -83,7 +83,14 @@ TABLES = [  # label, bytes of a CSV file, the values, or what is wrong
     ("damaged UTF-8", b"adherent.nom,adherent.ville\n\xc3\xa9,\xe9\n", 'line 2: column "adherent.ville": the text is not'),
     ("two rows", "adherent.nom\nA\nB\n", "it has more than one row"),
     ("no row", "adherent.nom,adherent.ville\n", "it holds no row"),
-    ("an open quote", 'adherent.nom\n"A\nB\n', "the quote that opens a value in line 2 is not closed"),
+    ("an open quote", 'adherent.nom\n"A\nB\n',
+     "quote that opens a value in line 2 is not closed, and all that follows, up to line 3, was taken into that value"),
+    ("an open quote, closed by the next one", 'adherent.nom\n"A\nB\n"C"\n',
+     "line 2: there is text behind the closing quote of a value; the quote that opens it is in line 2"),
+    ("an open quote and much behind it", 'adherent.nom\nA\n"' + 'B\n' * (9 << 20),
+     "the quote that opens a value in line 3 is not closed within 16 MB"),
+    ("UTF-16", "adherent.nom\tadherent.prénom d'usage\r\nA\tŁoś\r\n".encode("utf-16"), {NAME: "A", USUAL: "Łoś"}),
+    ("UTF-16, the high byte first", "\ufeffadherent.nom\r\nŁ\r\n".encode("utf-16-be"), {NAME: "Ł"}),
     ("two columns of a name", "a,a\n1,2\n", 'two columns are named "a"'),
     ("a fault of its line", 'adherent.nom,adherent.ville\n"1\n2"x,3\n', "line 2: there is text behind the closing quote"),
 ]
@@ -96,12 +103,22 @@ OBJECTS = [
     ("a list of values", '{"activites.ateliers": ["SEMIS", "RUCHER"]}', {"activites.ateliers": ["SEMIS", "RUCHER"]}),
     ("an empty list", '{"activites.ateliers": [], "adherent.nom": "A"}', {NAME: "A"}),
     ("the last of a name", '{"adherent.nom": "A", "adherent.nom": "B"}', {NAME: "B"}),
+    ("UTF-16", '{"adherent.nom": "Ł"}'.encode("utf-16"), {NAME: "Ł"}),
     ("no object", "[1]", "it is no JSON object"),
     ("a list of lists", '{"adherent.nom": [["A"]]}', "a list holds a list"),
     ("broken off", '{"adherent.nom": "A"', "it is no JSON at character"),
     ("too deep", '{"a":' * 5000, "objects stand too deep in one another"),
     ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" takes it'),
 ]
+ONE_OF_EACH = "%FDF-1.2\n" + " ".join(f"{number} 0 obj<</FDF<</Fields[<</T(adherent.nom)/V({value})>>]>>>>endobj"
+                                      for number, value in ((1, "first"), (2, "last")))
+
+
+def encoded(encoding, value):
+    return b"%%FDF-1.2\n1 0 obj<</FDF<</Encoding/%s/Fields[<</T(adherent.nom)/V<%s>>>]>>>>endobj" % (
+        encoding.encode(), value.hex().encode())
+
+
 FORM_DATA = [
     ("names in any order, comments, kids",
      "%FDF-1.2\n7 0 obj <</FDF <</Fields 8 0 R>> >> endobj % x\n8 0 obj [<</T(adherent)/Kids[<</V(A\\rB)/T(nom)>>"
@@ -110,7 +127,20 @@ FORM_DATA = [
     ("kids that go round", "%FDF-1.2\n1 0 obj<</FDF<</Fields[2 0 R]>>>>endobj 2 0 obj<</T(adherent)/Kids[2 0 R "
      "<</T(nom)/V(A)>>]>>endobj", {NAME: "A"}),
     ("no fields", "%FDF-1.2\n1 0 obj<</FDF<<>>>>endobj", {}),
-    ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'no object of it has "/FDF"'),
+    ("the root of the last trailer",
+     f"{ONE_OF_EACH} trailer<</Root 3 0 R>> trailer<</Root 1 0 R>> startxref 0 %%EOF trailer<</Size 9>>", {NAME: "first"}),
+    ("a trailer without a root", f"{ONE_OF_EACH} trailer<</Size 3>>", {NAME: "last"}),
+    ("a root that is not there", f"{ONE_OF_EACH} trailer<</Root 7 0 R>>", {NAME: "last"}),
+    ("a root without fields", f"{ONE_OF_EACH} 5 0 obj<</Pages 6 0 R>>endobj trailer<</Root 5 0 R>>",
+     'there is no root with "/FDF"'),
+    ("UTF-8", encoded("utf-8", "Łoś".encode()), {NAME: "Łoś"}),
+    ("UTF-8 with a mark", encoded("utf_8", "\ufeffŁoś".encode()), {NAME: "Łoś"}),
+    ("UTF-16 where it is UTF-8", encoded("utf_8", "\ufeffŁoś".encode("utf-16-be")), {NAME: "Łoś"}),
+    ("no UTF-8 after all", encoded("utf-8", "é".encode("latin-1")), {NAME: "é"}),
+    ("PDFDocEncoding", encoded("PDFDocEncoding", "é".encode("latin-1")), {NAME: "é"}),
+    ("Shift_JIS", encoded("Shift_JIS", "表".encode("shift-jis")), 'encoding "Shift_JIS", and only Unicode is read'),
+    ("Shift_JIS that is ASCII", encoded("Shift_JIS", b"A"), {NAME: "A"}),
+    ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'there is no root with "/FDF"'),
 ]
 
 

@@ -44,8 +44,7 @@ uint64_t HashOf(const Row& row) {
 // A row that is to be filled, with the place of its file.
 struct Task {
   Row row;
-  std::string name;
-  BatchFolder::Place place = BatchFolder::Place::kFree;
+  BatchFolder::Seat seat;
 };
 
 // One run of a batch: the threads share the reader, the folder and the report.
@@ -108,6 +107,10 @@ bool BatchRun::Prepare() {
   // The form's own oddities are said once, not for each row.
   form_console.WarnAll(form_.Diagnostics());
   form_console.Finish();
+  if (!folder_.Take(options_.folder, &error)) {
+    console_.Fail(error);
+    return false;
+  }
   if (!options_.report.empty() && !report_.Open(options_.report)) return false;
   return PrepareFolder();
 }
@@ -133,7 +136,7 @@ bool BatchRun::PrepareFolder() {
                                  : options_.overwrite ? BatchFolder::Mode::kOverwrite
                                                       : BatchFolder::Mode::kNew;
   std::string error;
-  if (folder_.Open(options_.folder, mode, job, &error)) return true;
+  if (folder_.Open(mode, job, &error)) return true;
   console_.Fail(error);
   return false;
 }
@@ -184,17 +187,21 @@ bool BatchRun::Check(const Row& row) {
 // Finds the place of a row's file; false when there is nothing to fill.
 bool BatchRun::Place(Task* task) {
   const Row& row = task->row;
-  task->name.clear();
+  BatchFolder::Seat& seat = task->seat;
+  seat.name.clear();
   std::string error = row.fault;
   if (error.empty() && !Check(row)) return false;
-  if (error.empty()) task->name = NameOf(row, &error);
-  if (error.empty()) task->place = folder_.Enter(task->name, HashOf(row), row.line, &error);
+  if (error.empty()) seat.name = NameOf(row, &error);
+  if (error.empty()) {
+    seat.content = HashOf(row);
+    folder_.Enter(&seat, row.line, &error);
+  }
   if (!error.empty()) {
-    Fail(row, {}, task->name, error);
+    Fail(row, {}, seat.name, error);
     return false;
   }
-  if (task->place == BatchFolder::Place::kDone) report_.Found();
-  return task->place != BatchFolder::Place::kDone;
+  if (seat.place == BatchFolder::Place::kDone) report_.Found();
+  return seat.place != BatchFolder::Place::kDone;
 }
 
 // Rows are read and named by one thread at a time, in their order, so that the first
@@ -219,10 +226,10 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
 void BatchRun::Fill(const Task& task, RowFiller& filler, unsigned number) {
   std::string error = "the filled form cannot be made";
   const Chaine bytes = filler.Fill(task.row);
-  if (!bytes.IsEmpty() && folder_.Write(task.name, task.place, number, bytes, &error)) {
+  if (!bytes.IsEmpty() && folder_.Write(task.seat, number, bytes, &error)) {
     report_.Filled();
   } else {
-    Fail(task.row, {}, task.name, "its file \"" + task.name + "\": " + error);
+    Fail(task.row, {}, task.seat.name, "its file \"" + task.seat.name + "\": " + error);
   }
 }
 

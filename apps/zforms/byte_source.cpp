@@ -45,21 +45,51 @@ void ByteSource::OpenText(std::string_view text) {
   size_ = text.size();
 }
 
-size_t ByteSource::ReadMore(size_t size) {
-  if (file_ == nullptr) return 0;
-  const size_t before = buffer_.size();
-  buffer_.resize(before + size);
-  const size_t got = std::fread(buffer_.data() + before, 1, size, file_.get());
-  buffer_.resize(before + got);
+bool ByteSource::ReadBytes(std::string* to, size_t size) {
+  if (file_ == nullptr) return false;
+  const size_t before = to->size();
+  to->resize(before + size);
+  const size_t got = std::fread(to->data() + before, 1, size, file_.get());
+  to->resize(before + got);
+  read_ += got;
   if (got == 0 && std::ferror(file_.get()) != 0) failure_ = "it cannot be read to its end";
-  return got;
+  return got > 0;
+}
+
+// Half a character waits for its other half, which only the end of the file may lack.
+void ByteSource::AppendDecoded() {
+  const bool at_end = std::feof(file_.get()) != 0 || !failure_.empty();
+  size_t length = undecoded_.size() - undecoded_.size() % 2;
+  const size_t high = length - (*order_ == ByteOrder::eBigEndian ? 2 : 1);
+  if (!at_end && length >= 2 && (static_cast<unsigned char>(undecoded_[high]) & 0xFC) == 0xD8) length -= 2;
+  buffer_ += UTF16ToUTF8(std::string_view(undecoded_).substr(0, length), *order_).View();
+  undecoded_.erase(0, at_end ? undecoded_.size() : length);
+}
+
+void ByteSource::RecogniseUTF16() {
+  if (buffer_.starts_with("\xFF\xFE")) order_ = ByteOrder::eLittleEndian;
+  if (buffer_.starts_with("\xFE\xFF")) order_ = ByteOrder::eBigEndian;
+  if (!order_) return;
+  undecoded_ = buffer_.substr(2);
+  buffer_.clear();
+  AppendDecoded();
+}
+
+// Appends to the buffer; false at the end.
+bool ByteSource::ReadMore() {
+  const bool is_first = read_ == 0;
+  if (!ReadBytes(order_ ? &undecoded_ : &buffer_, kPiece)) return false;
+  if (order_) AppendDecoded();
+  if (is_first) RecogniseUTF16();
+  return true;
 }
 
 void ByteSource::Refill() {
   passed_ += at_;
   at_ = 0;
   buffer_.clear();
-  ReadMore(kPiece);
+  while (buffer_.empty() && ReadMore()) {
+  }
 }
 
 std::string_view ByteSource::Look(size_t count) {
@@ -67,7 +97,7 @@ std::string_view ByteSource::Look(size_t count) {
     passed_ += at_;
     buffer_.erase(0, at_);
     at_ = 0;
-    while (buffer_.size() < count && ReadMore(kPiece) > 0) {
+    while (buffer_.size() < count && ReadMore()) {
     }
   }
   return std::string_view(buffer_).substr(at_);

@@ -3,13 +3,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "platform/text.h"
 
 namespace zforms::tool {
 
 // ByteSource reads a file or standard input ("-") piece by piece, so that data of
-// any length take the memory of one piece. One thread at a time.
+// any length take the memory of one piece. UTF-16 that begins with a byte order mark
+// comes as UTF-8 without one. One thread at a time.
 class ByteSource {
  public:
   // False with a reason in Failure() when it cannot be opened.
@@ -32,8 +36,8 @@ class ByteSource {
     return rest.empty() ? -1 : static_cast<unsigned char>(rest.front());
   }
 
-  // The number of bytes consumed, and of all; 0 when that is not known.
-  uint64_t Position() const { return passed_ + at_; }
+  // The number of bytes of the file consumed (of UTF-16: read), and of all; 0 when that is not known.
+  uint64_t Position() const { return order_ ? read_ : passed_ + at_; }
   uint64_t Size() const { return size_; }
   // Why reading ended early; empty when it did not.
   const std::string& Failure() const { return failure_; }
@@ -44,11 +48,17 @@ class ByteSource {
   };
 
   void Refill();
-  size_t ReadMore(size_t size);
+  bool ReadMore();
+  bool ReadBytes(std::string* to, size_t size);
+  void RecogniseUTF16();
+  void AppendDecoded();
 
   std::unique_ptr<std::FILE, Closer> file_;
   std::string buffer_;
   size_t at_ = 0;
+  std::optional<ByteOrder> order_;  // of UTF-16
+  std::string undecoded_;
+  uint64_t read_ = 0;
   uint64_t passed_ = 0;
   uint64_t size_ = 0;
   std::string failure_;

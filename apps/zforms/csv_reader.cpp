@@ -18,6 +18,8 @@ bool IsASCII(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
+std::string QuoteIn(uint64_t line) { return "the quote that opens a value in line " + std::to_string(line); }
+
 }  // namespace
 
 CsvReader::CsvReader(ByteSource&& source) : RowReader(std::move(source)) {
@@ -110,10 +112,15 @@ void CsvReader::ReadRecord(std::vector<Cell>* cells, std::string* fault) {
 CsvReader::Stop CsvReader::ReadCell(std::string* text, std::string* fault) {
   text->clear();
   if (source_.Peek() != '"') return ReadPlain(text);
+  const uint64_t line = line_;
   ReadQuoted(text, fault);
+  if (!failure_.empty()) return Stop::kEnd;
+  const bool is_long = line_ != line;
   std::string surplus;
   const Stop stop = ReadPlain(&surplus);
-  if (!surplus.empty() && fault->empty()) *fault = "there is text behind the closing quote of a value";
+  if (surplus.empty() || !fault->empty()) return stop;
+  *fault = "there is text behind the closing quote of a value";
+  if (is_long) *fault += "; the quote that opens it is in line " + std::to_string(line);
   return stop;
 }
 
@@ -134,12 +141,17 @@ void CsvReader::ReadQuoted(std::string* text, std::string* fault) {
   while (true) {
     const std::string_view rest = source_.Rest();
     if (rest.empty()) {
-      *fault = "the quote that opens a value in line " + std::to_string(line) + " is not closed";
+      const uint64_t last = line_ - (text->ends_with('\n') ? 1 : 0);
+      *fault = QuoteIn(line) + " is not closed, and all that follows, up to line " + std::to_string(last) +
+               ", was taken into that value";
       return;
     }
     const std::string_view part = rest.substr(0, rest.find('"'));
     line_ += static_cast<uint64_t>(std::count(part.begin(), part.end(), '\n'));
-    if (!Grow(text, part)) return;
+    if (!Grow(text, part)) {
+      failure_ = QuoteIn(line) + " is not closed within 16 MB";
+      return;
+    }
     const bool at_quote = part.size() < rest.size();
     source_.Consume(part.size() + (at_quote ? 1 : 0));
     if (!at_quote) continue;
@@ -163,7 +175,7 @@ CsvReader::Stop CsvReader::TakeStop() {
 bool CsvReader::Grow(std::string* text, std::string_view more) {
   record_size_ += more.size();
   if (record_size_ > kMaxRow) {
-    failure_ = "line " + std::to_string(line_) + ": a row is longer than 16 MB; is a quote not closed before it?";
+    failure_ = "line " + std::to_string(line_) + ": a row is longer than 16 MB";
     return false;
   }
   text->append(more);

@@ -24,9 +24,15 @@ Kind KindOf(const std::string& path, std::string_view text) {
   if (start.starts_with('{') || start.starts_with('[')) return Kind::kJSON;
   const Chaine name = FoldCase(path);
   const bool named_xml = name.View().ends_with(".xfdf") || name.View().ends_with(".xml");
-  // XML may be UTF-16.
-  const bool has_utf16 = text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
-  return start.empty() || start.starts_with('<') || named_xml || has_utf16 ? Kind::kXFDF : Kind::kCSV;
+  return start.empty() || start.starts_with('<') || named_xml ? Kind::kXFDF : Kind::kCSV;
+}
+
+// UTF-16 with its mark in UTF-8, anything else as it is.
+Chaine InUTF8(const Chaine& bytes) {
+  const std::string_view text = bytes;
+  if (text.starts_with("\xFF\xFE")) return UTF16ToUTF8(text.substr(2), ByteOrder::eLittleEndian);
+  if (text.starts_with("\xFE\xFF")) return UTF16ToUTF8(text.substr(2), ByteOrder::eBigEndian);
+  return bytes;
 }
 
 void AddRow(const Row& row, ZXFDF* data) {
@@ -95,7 +101,10 @@ bool ReadData(const std::string& path, ZXFDF* data, Console& console) {
   Console data_console(path);
   if (!ReadInput(path, &bytes, data_console)) return false;
   std::string error;
-  if (!Read(KindOf(path, bytes), bytes, data, &error)) {
+  const Chaine text = InUTF8(bytes);
+  const Kind kind = KindOf(path, text);
+  // XML says itself in which encoding it is.
+  if (!Read(kind, kind == Kind::kXFDF ? bytes : text, data, &error)) {
     data_console.Fail(error);
     return false;
   }

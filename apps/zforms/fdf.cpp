@@ -1,5 +1,6 @@
 #include "apps/zforms/fdf.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <utility>
@@ -10,10 +11,12 @@
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/object_provider.h"
+#include "pdf/parser/element_scan.h"
 #include "pdf/parser/tokenized_string.h"
 #include "pdf/stream_node.h"
 #include "pdf/string_node.h"
 #include "pdf/writer/out_stream.h"
+#include "platform/letter_case.h"
 #include "platform/number.h"
 #include "platform/text.h"
 
@@ -39,8 +42,13 @@ class FDFObjects final : public IPDFObjectProvider {
     return found == objects_.end() ? nullptr : found->second.get();
   }
 
-  // "/FDF" of the last object that has it; null without one.
-  const ZPDFNodeDictionary* Root() {
+  // "/FDF" of the catalog that the last trailer names; without one, of the last object
+  // that has it. Null when there is none.
+  const ZPDFNodeDictionary* Root() const {
+    if (trailer_ != nullptr) {
+      const auto* catalog = NodeCast<ZPDFNodeDictionary>(std::as_const(*trailer_).GetTarget("/Root"));
+      if (catalog != nullptr) return NodeCast<ZPDFNodeDictionary>(catalog->GetTarget("/FDF"));
+    }
     const ZPDFNodeDictionary* root = nullptr;
     for (const auto& [id, object] : objects_) {
       const auto* catalog = NodeCast<ZPDFNodeDictionary>(object->GetTargetAt(0));
@@ -59,7 +67,9 @@ class FDFObjects final : public IPDFObjectProvider {
       const std::string_view generation = ahead.TakeFirstToken();
       const bool is_object = IsNumber(number) && IsNumber(generation) && ahead.TakeFirstToken() == "obj";
       if (!is_object) {
-        if (text_.TakeFirstToken().empty()) return;
+        const std::string_view token = text_.TakeFirstToken();
+        if (token.empty()) return;
+        if (token == "trailer") ReadTrailer();
         continue;
       }
       const ZPDFObjectIdentifier id(ParseUInt(number), ParseUInt(generation));
@@ -68,13 +78,66 @@ class FDFObjects final : public IPDFObjectProvider {
     }
   }
 
+  // The last one with "/Root" counts.
+  void ReadTrailer() {
+    text_.TrimLeftComments();
+    if (!text_.StartWith("<<")) return;
+    ZPDFTokenizedString element = text_.TakeFirstElement(ScanStop::kEndobjOrObj);
+    ZPDFNode* node = ZPDFNode::BuildFrom(element, this, nullptr);
+    auto* trailer = NodeCast<ZPDFNodeDictionary>(node);
+    if (trailer != nullptr && trailer->Exist("/Root")) {
+      trailer_.reset(trailer);
+    } else {
+      ZPDFNode::Destroy(node);
+    }
+  }
+
   ZPDFTokenizedString text_;
   std::map<ZPDFObjectIdentifier, std::unique_ptr<ZPDFNodeIndirectObject>> objects_;
+  std::unique_ptr<ZPDFNodeDictionary> trailer_;
+};
+
+// The encoding of the texts that do not begin with a mark of Unicode (ISO 32000-1 table 243).
+class FDFEncoding {
+ public:
+  explicit FDFEncoding(const ZPDFNodeDictionary& fdf) : name_(PDFNameToUTF8(fdf.GetIdentifier("/Encoding"))) {
+    std::string letters = FoldCase(name_).ToString();
+    std::erase_if(letters, [](char c) { return c == '/' || c == '-' || c == '_'; });
+    if (letters == "utf8") {
+      mark_ = "\xEF\xBB\xBF";
+    } else if (letters == "utf16" || letters == "utf16be") {
+      mark_ = "\xFE\xFF";
+    } else {
+      is_known_ = letters.empty() || letters == "pdfdocencoding";
+    }
+  }
+
+  // Outside ASCII, what the texts of an encoding that is not known mean is not known either.
+  Chaine ToUTF8(const Chaine& bytes) {
+    const std::string_view text = bytes;
+    if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE")) return PDFTextToUTF8(text);
+    const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    if (!is_known_ && !std::all_of(text.begin(), text.end(), is_ascii)) is_missed_ = true;
+    // Some texts are in PDFDocEncoding after all.
+    const bool fits = mark_.size() == 3 ? IsValidUTF8(text) : text.size() % 2 == 0;
+    if (mark_.empty() || text.starts_with(mark_) || !fits) return PDFTextToUTF8(text);
+    return PDFTextToUTF8(Chaine(mark_) + text);
+  }
+
+  // Whether a text could not be read.
+  bool IsMissed() const { return is_missed_; }
+  std::string Name() const { return name_.Mid(name_.View().starts_with('/') ? 1 : 0).ToString(); }
+
+ private:
+  Chaine name_;
+  std::string_view mark_;
+  bool is_known_ = true;
+  bool is_missed_ = false;
 };
 
 class FDFReader {
  public:
-  FDFReader(ZXFDF* data, std::string* error) : data_(data), error_(error) {}
+  FDFReader(FDFEncoding* encoding, ZXFDF* data, std::string* error) : encoding_(encoding), data_(data), error_(error) {}
 
   void ReadFields(const ZPDFNode* node, const std::string& above, int depth) {
     const auto* fields = NodeCast<ZPDFNodeArray>(node);
@@ -86,7 +149,7 @@ class FDFReader {
  private:
   void ReadField(const ZPDFNodeDictionary& field, const std::string& above, int depth) {
     count_++;
-    const std::string own = PDFTextToUTF8(field.GetStringValue("/T")).ToString();
+    const std::string own = encoding_->ToUTF8(field.GetStringValue("/T")).ToString();
     const std::string name = above.empty() || own.empty() ? above + own : above + "." + own;
     if (const ZPDFNode* value = field.GetTarget("/V"); value != nullptr && !name.empty()) ReadValue(*value, name);
     if (depth < kMaxDepth) ReadFields(field.GetTarget("/Kids"), name, depth + 1);
@@ -108,12 +171,15 @@ class FDFReader {
     data_->Fields().AddField(name).SetValues(texts);
   }
 
-  static Chaine Text(const ZPDFNode& node) {
-    if (NodeCast<ZPDFNodeString>(&node) != nullptr) return WithLineEnds(PDFTextToUTF8(node.GetStringValue()), "\r\n");
+  Chaine Text(const ZPDFNode& node) {
+    if (NodeCast<ZPDFNodeString>(&node) != nullptr) {
+      return WithLineEnds(encoding_->ToUTF8(node.GetStringValue()), "\r\n");
+    }
     const Chaine name = PDFNameToUTF8(node.GetIdentifier());
     return name.View().starts_with('/') ? name.Mid(1) : name;
   }
 
+  FDFEncoding* encoding_;
   ZXFDF* data_;
   std::string* error_;
   size_t count_ = 0;
@@ -170,11 +236,14 @@ bool ReadFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
   FDFObjects objects(bytes);
   const ZPDFNodeDictionary* root = objects.Root();
   if (root == nullptr) {
-    *error = "it is no FDF file: no object of it has \"/FDF\"";
+    *error = "it is no FDF file: there is no root with \"/FDF\"";
     return false;
   }
-  FDFReader(data, error).ReadFields(root->GetTarget("/Fields"), std::string(), 0);
-  return true;
+  FDFEncoding encoding(*root);
+  FDFReader(&encoding, data, error).ReadFields(root->GetTarget("/Fields"), std::string(), 0);
+  if (!encoding.IsMissed()) return true;
+  *error = "its texts are in the encoding \"" + encoding.Name() + "\", and only Unicode is read; save it as XFDF";
+  return false;
 }
 
 Chaine WriteFDF(const ZXFDF& data, const std::set<std::string>& buttons) {

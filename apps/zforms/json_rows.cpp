@@ -1,6 +1,7 @@
 #include "apps/zforms/json_rows.h"
 
 #include <nlohmann/json.hpp>
+#include <unordered_map>
 #include <utility>
 
 #include "platform/chaine.h"
@@ -98,6 +99,24 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   std::string error_;
 };
 
+// Of members with one name the last counts, as in most readers of JSON.
+void KeepLastOfName(std::vector<std::string>* names, std::vector<Cell>* cells) {
+  std::unordered_map<std::string, size_t> places;
+  std::vector<std::string> kept_names;
+  std::vector<Cell> kept_cells;
+  for (size_t i = 0; i < names->size(); i++) {
+    const auto [place, is_new] = places.emplace((*names)[i], kept_names.size());
+    if (is_new) {
+      kept_names.push_back(std::move((*names)[i]));
+      kept_cells.push_back(std::move((*cells)[i]));
+    } else {
+      kept_cells[place->second] = std::move((*cells)[i]);
+    }
+  }
+  *names = std::move(kept_names);
+  *cells = std::move(kept_cells);
+}
+
 }  // namespace
 
 bool ReadJsonRow(std::string_view text, Row* row, std::string* error) {
@@ -108,9 +127,10 @@ bool ReadJsonRow(std::string_view text, Row* row, std::string* error) {
   }
   std::vector<std::string> names = builder.TakeNames();
   // Rows of a table have the same names as a rule.
-  if (row->names == nullptr || *row->names != names) {
-    row->names = std::make_shared<const std::vector<std::string>>(std::move(names));
-  }
+  if (row->names != nullptr && *row->names == names) return true;
+  KeepLastOfName(&names, &row->cells);
+  if (row->names != nullptr && *row->names == names) return true;
+  row->names = std::make_shared<const std::vector<std::string>>(std::move(names));
   return true;
 }
 

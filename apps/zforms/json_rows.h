@@ -10,8 +10,8 @@ namespace zforms::tool {
 // Reads one JSON object into the names and values of the row, in place of what it
 // held; fault, number and line are left to the caller. Members of an object within
 // have its name and a "." before their own; the elements of a list are values of one
-// name; numbers keep their digits; null says nothing. False, with a reason, when the
-// text is something else.
+// name; numbers keep their digits; null says nothing; of members with one name the last
+// counts. False, with a reason, when the text is something else.
 bool ReadJsonRow(std::string_view text, Row* row, std::string* error);
 
 // JsonReader reads a table of one JSON object on each line; empty lines do not count.

@@ -10,45 +10,72 @@ namespace zforms::tool {
 // A hash that is the same in every process and on every machine.
 uint64_t StableHash(std::string_view bytes, uint64_t seed = 0);
 
-// Ledger is a file that says which row of a batch has which file name, so that no two
-// rows have the same and an interrupted batch can go on. It is a hash table that stays
-// on the disk: memory does not grow with the number of rows, and what was entered is
-// there when the process is killed. Names that differ in letter case alone are the
-// same. One thread at a time; layout in the byte order of the machine.
+// Ledger is a file that says which row of a batch has which file name, and what stands
+// in that file, so that no two rows have the same and an interrupted batch can go on.
+// It is a hash table that stays on the disk: memory does not grow with the number of
+// rows, and what was entered is there when the process is killed. Names that differ in
+// letter case alone are the same. One thread at a time; layout in the byte order of
+// the machine.
 class Ledger {
  public:
+  // What is known of the file of a row. Whatever a run is killed at, the file is at
+  // worst made again.
+  enum class State : uint32_t {
+    kNamed,    // no file of ours is there
+    kPlacing,  // ours may be there for the first time: it then has this print
+    kStale,    // ours is there, with whatever content
+    kDone,     // ours is there, with this content
+  };
   enum class Claim {
-    kNew,      // nobody had the name
-    kSame,     // the same row had it in an earlier run
-    kChanged,  // another content had it in an earlier run
-    kTaken,    // another row of this run has it
-    kFailed,   // the file cannot be read or written
+    kNew,      // there is no file of ours
+    kStarted,  // an earlier run was placing the row's file
+    kOurs,     // an earlier run made the file, of another content
+    kSame,     // an earlier run made the file, of this content
+    kTaken,    // another row of this run has the name
+    kFailed,   // the ledger cannot be read or written
   };
   struct Holder {
-    uint64_t line = 0;
+    uint64_t line = 0;   // of the row that had the name, with kTaken
+    uint64_t print = 0;  // with kStarted
   };
 
   // Makes a new ledger for the job, in place of an old one.
   bool Create(const std::string& path, uint64_t job, std::string* error);
   // Opens the ledger of an earlier run of the same job. False with a reason when it is
-  // that of another job or no ledger.
+  // that of another job, damaged or no ledger.
   bool Open(const std::string& path, uint64_t job, std::string* error);
+  // Opens the ledger of an earlier job for this one: its files stay ours, and are stale.
+  bool StartOver(const std::string& path, uint64_t job, std::string* error);
 
-  // Enters the name for a row; `holder` gets the row that has it when it is taken.
+  // Enters the name for a row of this run.
   Claim Enter(std::string_view name, uint64_t content, uint64_t line, Holder* holder);
+  // Says what is known of the file of a row that was entered; `content` is the print
+  // with kPlacing.
+  bool Mark(std::string_view name, State state, uint64_t content);
 
  private:
   struct Slot {
     uint64_t name = 0;  // 0 when the slot is free
     uint64_t content = 0;
     uint64_t line = 0;
-    uint64_t run = 0;
+    uint32_t run = 0;
+    uint32_t seal = 0;  // the state in two bits, the others a check sum
+
+    State Is() const { return static_cast<State>(seal & 3); }
+    uint32_t SealFor(State state) const;
+    bool IsSound() const;
   };
+  // As long as two slots, so that none lies in two sectors.
   struct Header {
     char magic[8];
     uint64_t job;
-    uint64_t run;
+    uint32_t run;
+    uint32_t since;  // what is done was done by this run or a later one
     uint64_t bits;
+    uint64_t spare[3];
+    uint64_t check;
+
+    uint64_t CheckSum() const;
   };
 
   bool OpenFile(const std::string& path, std::ios::openmode mode);
@@ -57,8 +84,12 @@ class Ledger {
   std::string NewPath() const { return path_ + ".new"; }
   bool ReadAt(uint64_t offset, void* to, size_t size);
   bool WriteAt(uint64_t offset, const void* from, size_t size);
+  bool Read(const std::string& path, std::string* error);
+  bool WriteHeader(std::string* error);
   bool Find(uint64_t name, uint64_t* place, Slot* slot);
-  bool CountSlots();
+  bool WriteSlot(uint64_t place, Slot slot, State state);
+  bool CheckSlots();
+  bool CopySlots(std::fstream& from, uint64_t bits);
   bool Grow();
 
   std::string path_;

@@ -18,10 +18,6 @@ std::unique_ptr<RowReader> OpenRows(const std::string& path, std::string* error)
     return nullptr;
   }
   const std::string_view head = source.Look(kLooked);
-  if (head.starts_with("\xFF\xFE") || head.starts_with("\xFE\xFF")) {
-    *error = "the text is UTF-16; save it as UTF-8";
-    return nullptr;
-  }
   const std::string_view text = TrimBlanks(head.starts_with("\xEF\xBB\xBF") ? head.substr(3) : head);
   if (text.starts_with('<') || text.starts_with("%PDF") || text.starts_with("%FDF")) {
     *error = "it is no table";
