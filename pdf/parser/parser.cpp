@@ -29,7 +29,7 @@ constexpr int kMaxLoading = 16;
 // decoded, and so many times the file's.
 constexpr uint64_t kDecodedBase = 8 << 20;
 constexpr uint64_t kDecodedOfFile = 64;
-constexpr uint64_t kMostDecoded = 1 << 30;
+constexpr uint64_t kMostDecoded = 512 << 20;
 
 // Skips the line at `at` with its line-end bytes.
 size_t SkipLine(std::string_view text, size_t at) {

@@ -169,8 +169,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool recovered_ = false;
   std::set<uint32_t> sections_;  // where sections were read, so that none is read twice
   std::set<uint32_t> xref_streams_;
-  // Each is decoded once; the budget is what they may take together, so that the
-  // cache is bounded and a small file cannot blow up.
+  // Each is decoded once; the budget is what they and the cross-reference streams may
+  // take together, 8 MB and 64 times the file, at most 512 MB, so that the cache is
+  // bounded and a small file cannot blow up. See pdf/stream_filters.h for one stream.
   std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams_;
   size_t decode_budget_ = 0;
   // How many bytes may still be looked at, so that a file made of damaged or
