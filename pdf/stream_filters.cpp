@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "pdf/array_node.h"
@@ -19,6 +20,8 @@ constexpr std::string_view kTooLarge = "its data would be larger than is allowed
 constexpr std::string_view kDamaged = "its compressed data are damaged";
 constexpr std::string_view kUnknownFilter = "its filter is not one that is read";
 constexpr size_t kFirstPiece = 4096;
+// So much is inflated before it is known how much there is.
+constexpr size_t kUnmeasured = 16 << 20;
 // No filter is named so often in a file that is meant to be read.
 constexpr size_t kMostFilters = 8;
 
@@ -38,9 +41,15 @@ class Inflater {
     state_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
     state_.avail_in = static_cast<uInt>(data.size());
     int status = Z_OK;
-    // One byte more than allowed tells what is too large from what fits exactly.
-    for (size_t piece = std::max(kFirstPiece, data.size() * 4); status == Z_OK; piece = result.data.size()) {
-      status = Piece(&result.data, std::min({piece, limit + 1 - result.data.size(), size_t{1} << 30}));
+    size_t piece = std::clamp(data.size() * 4, kFirstPiece, kUnmeasured);
+    for (; status == Z_OK; piece = result.data.size()) {
+      const size_t allowed = limit - result.data.size();
+      if (result.data.size() >= kUnmeasured) {
+        piece = Measure(allowed);
+        if (piece > allowed) return {false, {}, kTooLarge, limit};
+      }
+      // One byte more than allowed tells what is too large from what fits exactly.
+      status = Piece(&result.data, std::min(piece, allowed) + 1);
       if (result.data.size() > limit) return {false, {}, kTooLarge, limit};
     }
     result.produced = result.data.size();
@@ -51,6 +60,21 @@ class Inflater {
   }
 
  private:
+  // How many bytes are still to come, at most one more than allowed; none is kept.
+  size_t Measure(size_t allowed) {
+    z_stream ahead{};
+    if (inflateCopy(&ahead, &state_) != Z_OK) return allowed + 1;
+    std::array<Bytef, size_t{1} << 16> scratch;
+    size_t count = 0;
+    for (int status = Z_OK; status == Z_OK && count <= allowed; count += scratch.size() - ahead.avail_out) {
+      ahead.next_out = scratch.data();
+      ahead.avail_out = static_cast<uInt>(scratch.size());
+      status = inflate(&ahead, Z_NO_FLUSH);
+    }
+    inflateEnd(&ahead);
+    return std::min(count, allowed + 1);
+  }
+
   int Piece(Chaine* out, size_t room) {
     const size_t before = out->size();
     state_.next_out = reinterpret_cast<Bytef*>(out->AppendUninitialized(room));
@@ -106,6 +130,7 @@ ZPDFDecodedStream DecodeStream(const ZPDFNodeStream& stream, size_t limit) {
   const size_t count = filters != nullptr ? filters->Size() : filter == nullptr ? 0 : 1;
   const ZPDFNode* const parameters = stream.Dico()->GetTarget("/DecodeParms");
   ZPDFDecodedStream result{true, stream.Data(), {}};
+  limit = std::min({limit, kMostDecodedOfStream, kDecodedStreamBase + kDecodedOfStream * result.data.size()});
   if (count > kMostFilters) return {false, {}, "it has too many filters"};
   for (size_t i = 0; i < count; i++) {
     const ZPDFNode* const name = filters != nullptr ? filters->GetTargetAt(i) : filter;

@@ -48,6 +48,14 @@ std::string ValuesOf(const ZAcroForm& form) {
   return values;
 }
 
+// The last `what` before `before` is replaced.
+std::string Spoilt(std::string text, std::string_view before, std::string_view what, std::string_view by) {
+  return text.replace(text.rfind(what, text.find(before)), what.size(), by);
+}
+
+// Up to the last `what`.
+std::string CutAt(const std::string& text, std::string_view what) { return text.substr(0, text.rfind(what)); }
+
 bool Load(ZAcroForm& form, const Chaine& bytes, bool recover) {
   ZInetChaineIStream in(bytes);
   form.SetRecovery(recover);
@@ -79,6 +87,20 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
       {"modern without sections", Without(modern, "/XRef", "/XXXX"), "rebuilt from"},
       {"modern and cut", Without(modern, "%%EOF").substr(0, modern.rfind("startxref") - 5), "rebuilt from"},
       {"modern with damaged sections", Without(modern, "/W[", "/X["), "does not say how wide"},
+      {"an entry without its type", Spoilt(classic, "trailer", " n", "xx"),
+       "a cross-reference entry does not have three fields): its table was rebuilt from 4 objects"},
+      {"a subsection said to be short", Spoilt(classic, "trailer", "10 2", "10 1"), "is no subsection header): its"},
+      {"a broken subsection header", Spoilt(classic, "trailer", "10 2", "1x 2"), "is no subsection header): its"},
+      {"the end lost", CutAt(classic, "startxref"), "(1 object stands behind the end of its last cross-reference"},
+      {"the last %%EOF lost", CutAt(classic, "%%EOF"), "(1 object stands behind"},
+      {"the last startxref lost", CutAt(classic, "startxref") + "%%EOF\n", "(1 object stands behind"},
+      {"the last section lost", CutAt(classic, "xref\n10 1"), "(1 object stands behind"},
+      {"modern and the end lost", CutAt(modern, "startxref"), "(3 objects stand behind"},
+      {"modern and the last section lost", CutAt(modern, "8 0 obj"), "(2 objects stand behind"},
+      {"a spoilt header", Without(classic, "%PDF-", "%PDF."), "it has no header and is taken for PDF 1.4"},
+      {"no header", classic.substr(9), "it has no header and is taken for PDF 1.4"},
+      {"a header inside alone", Without(classic, "%PDF-", "%PXF-") + "12 0 obj<<>>stream\n%PDF-1.7\nendstream endobj",
+       "it has no header and is taken for PDF 1.4"},
       {"an older section lost", Without(modern, "/Index[1 2 5 2 10 2 ]", "/Index[1 2 5 2 10 2  "), "rebuilt"},
   };
   for (const auto& c : cases) {
@@ -99,6 +121,77 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
     ASSERT_TRUE(Load(strict, saved, false)) << c.what;
     EXPECT_EQ(ValuesOf(strict), "a=new b=2 ") << c.what;
     EXPECT_EQ(WarningsOf(strict), "") << c.what;
+  }
+}
+
+struct Odd {
+  const char* what;
+  std::string bytes;
+  const char* values;  // by its tables alone
+  const char* recovered;
+  const char* said;
+};
+
+// What the scan does not find is kept where a table, odd as it is, leads to it.
+TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
+  PdfText behind, packed;
+  behind.Header().Object(1, kCatalog).Object(2, kForm).Raw("x ").Object(10, "<</FT/Tx/T(a)/V(1)>>");
+  behind.Object(11, "<</FT/Tx/T(b)/V(2)>>").Xref().Trailer("/Root 1 0 R");
+  packed.Header("1.5").Raw("x ").Pack(5, {{1, kCatalog}, {2, kForm}});
+  packed.Object(10, "<</FT/Tx/T(a)/V(1)>>").Object(11, "<</FT/Tx/T(b)/V(2)>>").XrefStream(6, "/Root 1 0 R");
+  const Odd cases[] = {
+      {"a header behind a word", Spoilt(behind.Bytes().ToString(), "trailer", " n", "  "), "a=1 ", "a=1 b=2 ",
+       "rebuilt from 4 objects"},
+      {"an object stream behind a word", Without(packed.Bytes().ToString(), "10 2 ]", "10 9 ]"), "a=1 b=2 ", "a=1 b=2 ",
+       "does not hold all records"},
+  };
+  for (const Odd& c : cases) {
+    ZAcroForm strict, form;
+    ASSERT_TRUE(Load(strict, c.bytes, false) && Load(form, c.bytes, true)) << c.what;
+    EXPECT_EQ(ValuesOf(strict), c.values) << c.what;
+    EXPECT_EQ(ValuesOf(form), c.recovered) << c.what;
+    EXPECT_NE(WarningsOf(form).find(c.said), std::string::npos) << c.what << WarningsOf(form);
+  }
+}
+
+TEST(RecoveryTest, TheNewestWholeVersionWins) {
+  const std::string two = Classic() + "11 0 obj<</FT/Tx/T(b)/V(3)>>endobj\n10 0 obj<</FT/Tx/T(a)/V(";
+  PdfText packed;  // the end of its data is spoilt
+  const std::string data = Deflated("10 0 11 21 <</FT/Tx/T(a)/V(x)>> <</FT/Tx/T(b)/V(2)>>");
+  packed.Header("1.5").Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(1)>>");
+  packed.Stream(5, "<</Type/ObjStm/N 2/First 11/Filter/FlateDecode>>", data.substr(0, data.size() - 1) + "?");
+  packed.Line("trailer<</Root 1 0 R>>");
+  const std::pair<std::string, std::string> cases[] = {
+      {CutAt(Classic(), "endobj"), "a=old b=2 "}, {two, "a=1 b=3 "},
+      {CutAt(two, "10 0"), "a=1 b=3 "},           {CutAt(two, "endobj"), "a=1 b=2 "},
+      {packed.Bytes().ToString(), "a=1 b=2 "},    {CutAt(Modern(), "startxref") + "2 0 obj<</Fields[", "a=1 b=2 "},
+  };
+  for (const auto& [bytes, values] : cases) {
+    ZAcroForm form;
+    ASSERT_TRUE(Load(form, bytes, true)) << bytes;
+    EXPECT_EQ(ValuesOf(form), values) << bytes;
+  }
+}
+
+TEST(RecoveryTest, ObjectsBehindTheEndAreCounted) {
+  const std::pair<std::string, size_t> cases[] = {
+      {Classic(), 0},
+      {Modern(), 0},
+      {CutAt(Classic(), "startxref"), 1},
+      {CutAt(Modern(), "startxref"), 3},
+      {Without(CutAt(Classic(), "startxref"), "(1)>>\nendobj", "(1)>>"), 1},
+      {CutAt(Classic(), "endobj"), 0},
+      {Classic() + "12 0 obj<<>>endobj 0 0 obj<<>>endobj 13 0 obj<<>>", 1},
+  };
+  for (const auto& [bytes, count] : cases) {
+    ZPDFParser parser;
+    ASSERT_TRUE(parser.ReadFromRaw(bytes, ""));
+    EXPECT_EQ(parser.UnlistedAtEnd(), count) << bytes;
+    EXPECT_FALSE(parser.IsRecovered());
+    parser.SetRecovery(true);
+    ASSERT_TRUE(parser.ReadFromRaw(bytes, ""));
+    EXPECT_EQ(parser.IsRecovered(), count > 0) << bytes;
+    EXPECT_EQ(parser.UnlistedAtEnd(), 0U) << bytes;
   }
 }
 
@@ -143,6 +236,9 @@ TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
   ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "/XRef", "/Xxxx"), "pw"));
   EXPECT_TRUE(parser.IsEncrypted());
   EXPECT_FALSE(parser.CanBeDecrypted());
+  // Behind a spoilt header it is there.
+  ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "%PDF-", "%PXF-"), "pw"));
+  EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
   // With a wrong password nobody can tell.
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "no"));
   EXPECT_FALSE(parser.CanBeDecrypted());
@@ -152,6 +248,8 @@ TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
   const std::pair<std::string, std::string> cases[] = {
       {"", "not a PDF file: it does not begin with \"%PDF-\""},
       {"no file", "not a PDF file: it does not begin with \"%PDF-\""},
+      {"1 0 obj<</Type/Page>>endobj",
+       "not a PDF file: it does not begin with \"%PDF-\"; a scan of the file finds no document catalog"},
       {"%PDF-1.4\n%c\n", "the file is cut short: \"%%EOF\" is missing; a scan of the file finds no document catalog"},
       {"%PDF-1.4\n%c\n1 0 obj<</Type/Page>>endobj\ntrailer<</Root 1 1 R>>%%EOF",
        "\"startxref\" is missing; a scan of the file finds no document catalog"},
@@ -167,24 +265,25 @@ TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
   }
 }
 
-// Headers of objects as "number.generation@offset", with "s", "x" and "c" for the names in them.
+// Headers of objects as "number.generation@offset", with "s", "x" and "c" for the names in them and "-" for one that
+// is cut off.
 TEST(RecoveryTest, Scan) {
   const std::pair<std::string, std::string> cases[] = {
-      {"1 0 obj", "1.0@0"},
-      {"\n 12  3\r\nobj<<>>", "12.3@2"},
+      {"1 0 obj", "1.0@0-"},
+      {"\n 12  3\r\nobj<<>>", "12.3@2-"},
       {"x 1 0 obj", ""},
       {"(a 1 0 obj)", ""},
-      {"1 0 obj 2 0 obj\n3 0 objx", "1.0@0"},
-      {"1 0 obj endobj2 0 obj\tendobj 3 0 obj", "1.0@0 2.0@14 3.0@29"},
-      {"0001 00 obj", "1.0@0"},
+      {"1 0 obj 2 0 obj\n3 0 objx", "1.0@0-"},
+      {"1 0 obj endobj2 0 obj\tendobj 3 0 obj", "1.0@0 2.0@14 3.0@29-"},
+      {"0001 00 obj", "1.0@0-"},
       {"\n1 obj\n 0 obj\nobj", ""},
-      {"1 0 obj<</Type/ObjStm/A/XRef>>\n2 0 obj/Catalogs/Catalog/XRefStm", "1.0@0sx 2.0@31c"},
-      {"1 0 obj<</Length 9>>stream\n\n2 0 obj\nendstream/Catalog\n3 0 obj", "1.0@0 3.0@54"},
-      {"1 0 obj<</Length 2>>stream\n\n2 0 obj\nendstream\n3 0 obj", "1.0@0 3.0@46"},
-      {"1 0 obj<<>>stream\n\n2 0 obj\nendobj\n3 0 obj", "1.0@0 3.0@34"},
-      {"1 0 obj<</Length 99>>stream\n\n2 0 obj\n", "1.0@0"},
-      {"1 0 obj\nstreams\n2 0 obj", "1.0@0 2.0@16"},
-      {"stream\n2 0 obj", "2.0@7"},
+      {"1 0 obj<</Type/ObjStm/A/XRef>>\n2 0 obj/Catalogs/Catalog/XRefStm", "1.0@0sx 2.0@31c-"},
+      {"1 0 obj<</Length 9>>stream\n\n2 0 obj\nendstream/Catalog\n3 0 obj", "1.0@0 3.0@54-"},
+      {"1 0 obj<</Length 2>>stream\n\n2 0 obj\nendstream\n3 0 obj", "1.0@0 3.0@46-"},
+      {"1 0 obj<<>>stream\n\n2 0 obj\nendobj\n3 0 obj", "1.0@0 3.0@34-"},
+      {"1 0 obj<</Length 99>>stream\n\n2 0 obj\n", "1.0@0-"},
+      {"1 0 obj\nstreams\n2 0 obj", "1.0@0 2.0@16-"},
+      {"stream\n2 0 obj", "2.0@7-"},
       {"1 0 obj trailer<<>>/Catalog trailers", "1.0@0 t15"},
   };
   for (const auto& [text, expected] : cases) {
@@ -194,7 +293,7 @@ TEST(RecoveryTest, Scan) {
       found += (found.empty() ? "" : " ") + std::to_string(object.id.Number()) + "." +
                std::to_string(object.id.Generation()) + "@" + std::to_string(object.offset);
       found += std::string(object.names_object_stream ? "s" : "") + (object.names_xref_stream ? "x" : "") +
-               (object.names_catalog ? "c" : "");
+               (object.names_catalog ? "c" : "") + (object.whole ? "" : "-");
     }
     for (const uint32_t trailer : scan.trailers) found += " t" + std::to_string(trailer);
     EXPECT_EQ(found, expected) << text;

@@ -109,11 +109,37 @@ TEST(StreamFiltersTest, BombsEndAtTheLimit) {
     EXPECT_EQ(decoded.data.size(), limit >= 1000 ? 1000U : 0U) << limit;
     EXPECT_EQ(decoded.produced, std::min<size_t>(limit, 1000)) << limit;
   }
+  // What a stream may take depends on its own size, whatever else is allowed.
+  for (const size_t size : {kDecodedStreamBase, 2 * kDecodedStreamBase}) {
+    ZPDFNodeStream large(Deflated(std::string(size, 'x')));
+    large.Dico()->SetIdentifier("/Filter", "/FlateDecode");
+    EXPECT_EQ(DecodeStream(large, SIZE_MAX / 2).usable, size == kDecodedStreamBase) << size;
+  }
   // What comes out between two filters counts as well.
   ZPDFNodeStream twice(Deflated(Deflated(std::string(1 << 20, 'x'))));
   twice.Dico()->SetValue("/Filter", Parse("[/FlateDecode/FlateDecode]").release());
   EXPECT_TRUE(DecodeStream(twice, (1 << 20) + 5000).usable);
   EXPECT_FALSE(DecodeStream(twice, 1 << 20).usable);
+}
+
+TEST(StreamFiltersTest, LargeStreamsAreMeasuredBeforeTheyAreKept) {
+  std::string text;
+  for (uint32_t i = 0; text.size() < 20 << 20; i++) {
+    if (i % 256 == 0) text.append(8000, 'x');
+    text += static_cast<char>(i * i * 2654435761U >> 24);
+  }
+  const std::string packed = Deflated(text);
+  for (const size_t cut : {size_t{0}, size_t{20}}) {
+    ZPDFNodeStream stream(packed.substr(0, packed.size() - cut));
+    stream.Dico()->SetIdentifier("/Filter", "/FlateDecode");
+    const ZPDFDecodedStream decoded = DecodeStream(stream, text.size());
+    EXPECT_TRUE(decoded.usable);
+    EXPECT_EQ(decoded.fault.empty(), cut == 0);
+    EXPECT_TRUE(std::string_view(text).starts_with(decoded.data.View()));
+    EXPECT_EQ(decoded.data.size() == text.size(), cut == 0);
+    EXPECT_GT(decoded.data.size(), 19U << 20);
+    EXPECT_FALSE(DecodeStream(stream, 19 << 20).usable);
+  }
 }
 
 }  // namespace

@@ -115,6 +115,12 @@ void CheckDocument(const ZPDFParser& parser, Console& console) {
   if (form != nullptr && NodeCast<ZPDFNodeArray>(form->GetTarget("/Fields")) == nullptr) {
     console.Warn("the form has no list of fields (\"/Fields\")");
   }
+  if (const size_t count = parser.UnlistedAtEnd(); count > 0) {
+    console.Warn(
+        Count(count, "object") + (count == 1 ? " stands" : " stand") +
+        " behind the last \"startxref\", where no section lists them: the end of the newest version of the file "
+        "may be lost");
+  }
   if (parser.IDOriginal().IsEmpty()) console.Warn("the trailer has no file identifier (\"/ID\")");
 }
 

@@ -48,6 +48,7 @@ class FileScan {
       case 's': StandsHere(kStream) ? SkipStream() : Skip(1); break;
       case 't': StandsHere(kTrailer) ? AddTrailer() : Skip(1); break;
       case '/': NoteName(); break;
+      case 'e': StandsHere(kEndobj) ? EndObject(kEndobj.size()) : Skip(1); break;
       default: Skip(1); break;
     }
   }
@@ -70,10 +71,17 @@ class FileScan {
     const bool numbers = number < number_end && number_end < generation && generation < generation_end;
     Skip(kObj.size());
     if (!numbers || !SpecialAt(at_) || !BeginsHere(number)) return;
+    EndObject(0);
     const ZPDFObjectIdentifier id(ParseUInt(file_.substr(number, number_end - number)),
                                   ParseUInt(file_.substr(generation, generation_end - generation)));
     found_.objects.push_back({id, static_cast<uint32_t>(number)});
     inside_ = true;
+  }
+
+  // The newest object ends here: writers that leave "endobj" out are read as well.
+  void EndObject(size_t length) {
+    if (!found_.objects.empty()) found_.objects.back().whole = true;
+    Skip(length);
   }
 
   // Whether an object may begin here: texts hold such words too.
@@ -87,6 +95,7 @@ class FileScan {
   void AddTrailer() {
     Skip(kTrailer.size());
     if (!SpecialAt(at_)) return;
+    EndObject(0);
     found_.trailers.push_back(static_cast<uint32_t>(at_));
     inside_ = false;
   }

@@ -21,10 +21,16 @@ struct ZPDFFileScan {
     bool names_xref_stream = false;
     bool names_catalog = false;
     bool names_security = false;
+    // False when the file ends before "endobj": the end of the object was cut off.
+    bool whole = false;
   };
   std::vector<Object> objects;
   // Where what follows the word stands.
   std::vector<uint32_t> trailers;
+
+  bool IsCutAt(uint32_t offset) const {
+    return !objects.empty() && objects.back().offset == offset && !objects.back().whole;
+  }
 };
 
 // Linear. Precondition: the file is smaller than 4 GB.

@@ -29,7 +29,8 @@ ZPDFObjectStream::ZPDFObjectStream(const ZPDFNodeStream& stream, size_t limit) {
   ZPDFDecodedStream decoded = DecodeStream(stream, limit);
   decoded_ = decoded.produced;
   text_ = std::move(decoded.data);
-  if (!decoded.fault.empty()) fault_ = "the object stream is damaged: " + Chaine(decoded.fault);
+  damaged_ = !decoded.fault.empty();
+  if (damaged_) fault_ = "the object stream is damaged: " + Chaine(decoded.fault);
   const ZPDFNodeDictionary& dictionary = *stream.Dico();
   const auto* extends = NodeCast<ZPDFNodeIndirectReference>(dictionary.GetDirect("/Extends"));
   if (extends != nullptr) extends_ = extends->GetID().Number();

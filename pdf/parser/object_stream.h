@@ -29,6 +29,8 @@ class ZPDFObjectStream {
   const Chaine& Text() const { return text_; }
   // Empty when all is well.
   const Chaine& Fault() const { return fault_; }
+  // Whether its data could not be decoded to their end, so that any object may be spoilt.
+  bool IsDamaged() const { return damaged_; }
   // How many bytes decoding took.
   size_t Decoded() const { return decoded_; }
   // The number of the stream that this one extends, 0 for none.
@@ -44,6 +46,7 @@ class ZPDFObjectStream {
   Chaine text_;
   Chaine fault_;
   size_t decoded_ = 0;
+  bool damaged_ = false;
   uint32_t extends_ = 0;
   std::vector<Part> parts_;
   size_t next_ = 0;  // the part behind the one found last

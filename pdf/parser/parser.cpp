@@ -29,7 +29,7 @@ constexpr int kMaxLoading = 16;
 // decoded, and so many times the file's.
 constexpr uint64_t kDecodedBase = 8 << 20;
 constexpr uint64_t kDecodedOfFile = 64;
-constexpr uint64_t kMostDecoded = 1 << 30;
+constexpr uint64_t kMostDecoded = 512 << 20;
 
 // Skips the line at `at` with its line-end bytes.
 size_t SkipLine(std::string_view text, size_t at) {
@@ -78,7 +78,7 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   linearized_ = other.linearized_;
   search_budget_ = other.search_budget_;
   xref_is_stream_ = other.xref_is_stream_;
-  chain_broken_ = other.chain_broken_;
+  oddity_ = other.oddity_;
   recovery_ = other.recovery_;
   recovered_ = other.recovered_;
   xref_streams_ = other.xref_streams_;
@@ -105,7 +105,7 @@ void ZPDFParser::Clean() {
   section_count_ = 0;
   linearized_ = false;
   xref_is_stream_ = false;
-  chain_broken_ = false;
+  oddity_.Clear();
   recovered_ = false;
   sections_.clear();
   xref_streams_.clear();
@@ -162,7 +162,9 @@ bool ZPDFParser::Analyze() {
     if (startxref == std::string_view::npos) return Fail("\"startxref\" is missing");
     xref_offset_ = ParseUInt(TrimBlanks(file.substr(startxref + 9, eof - startxref - 9)));
   }
-  return FillLocations(xref_offset_) && PrepareEncryption();
+  if (!FillLocations(xref_offset_)) return false;
+  if (diagnostics_.Warnings().Size() > 0) oddity_ = ZDiagnostics::Describe(*diagnostics_.Warnings().begin());
+  return PrepareEncryption();
 }
 
 bool ZPDFParser::PrepareEncryption() {
@@ -300,7 +302,7 @@ void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
   section_count_ = 1;
   linearized_ = false;
   xref_is_stream_ = false;
-  chain_broken_ = false;
+  oddity_.Clear();
   recovered_ = false;
   xref_streams_.clear();
   object_streams_.clear();

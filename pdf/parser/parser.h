@@ -48,11 +48,14 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
 
   // From now on a damaged file is recovered when it is read: records that do not lead
-  // to their object are put right by a scan of the file, and a table that cannot be
-  // read, or leads to no catalog, is made anew. Diagnostics() say what was done.
+  // to their object are put right by a scan of the file. Tables that cannot be read, in
+  // which anything is odd, that lead to no catalog or that objects stand behind are
+  // made anew of all that the scan finds, the newest whole version of each object.
+  // Diagnostics() say what was done.
   void SetRecovery(bool recover) { recovery_ = recover; }
   // Whether something was done, so that no update fits the file: it has to be saved
-  // anew. RawData() then begins with the header, whatever stood before it.
+  // anew. RawData() then begins with the header, whatever stood before it, and with
+  // that of PDF 1.4 where there was none.
   bool IsRecovered() const { return recovered_; }
 
   // A new empty object, numbered above all others (1000 in an empty document) and
@@ -111,6 +114,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   uint32_t FreeNumber() const;
   void TakeNumber(uint32_t number);
   bool IsLinearized() const { return linearized_; }
+  // How many whole objects stand behind the last "startxref" without being listed:
+  // what is left of a later revision whose end was lost. Looks through that part.
+  size_t UnlistedAtEnd() const;
   const ZPDFLocations& ObjectLocations() const { return locations_; }
 
   // After the document was saved anew as `raw_data`: from now on objects stand at
@@ -139,7 +145,10 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   ZPDFNodeIndirectObject* BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part);
   static bool TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id);
   bool Recover(bool analyzed);
+  Chaine Damage(bool analyzed) const;
   bool Rebuild(const Chaine& reason);
+  bool SettleHeader(const Chaine& reason, Chaine* said);
+  void AddFound(const ZPDFFileScan& scan, const ZPDFLocations& listed);
   void RepairLocations();
   bool LeadsToObject(const ZPDFObjectLocation& location) const;
   void FindTrailer(const ZPDFFileScan& scan);
@@ -164,13 +173,14 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   size_t section_count_ = 0;
   bool linearized_ = false;
   bool xref_is_stream_ = false;
-  bool chain_broken_ = false;  // a section could not be read
+  Chaine oddity_;  // the first thing that was odd in the cross-reference sections
   bool recovery_ = false;
   bool recovered_ = false;
   std::set<uint32_t> sections_;  // where sections were read, so that none is read twice
   std::set<uint32_t> xref_streams_;
-  // Each is decoded once; the budget is what they may take together, so that the
-  // cache is bounded and a small file cannot blow up.
+  // Each is decoded once; the budget is what they and the cross-reference streams may
+  // take together, 8 MB and 64 times the file, at most 512 MB, so that the cache is
+  // bounded and a small file cannot blow up. See pdf/stream_filters.h for one stream.
   std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams_;
   size_t decode_budget_ = 0;
   // How many bytes may still be looked at, so that a file made of damaged or

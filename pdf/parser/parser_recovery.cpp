@@ -21,11 +21,23 @@ namespace {
 constexpr size_t kMostTrailers = 64;
 // An object's header stands close to where a sound table says.
 constexpr size_t kHeaderReach = 4096;
+// What a file without a header is taken for.
+constexpr std::string_view kAssumedHeader = "%PDF-1.4\n";
 
 using Scanned = ZPDFFileScan::Object;
 
 bool IsLoadable(const ZPDFObjectIdentifier& id) {
   return id.Number() != 0 && id.Number() <= INT32_MAX && id.Generation() <= UINT16_MAX;
+}
+
+// Visits what was found, the newest first; an object that is cut off comes last.
+template <class Visit>
+void ForNewestFirst(const ZPDFFileScan& scan, Visit visit) {
+  for (const bool whole : {true, false}) {
+    for (size_t i = scan.objects.size(); i-- > 0;) {
+      if (scan.objects[i].whole == whole) visit(scan.objects[i]);
+    }
+  }
 }
 
 // The dictionary at `offset`, as a classic trailer; null when none stands there.
@@ -61,14 +73,41 @@ bool ZPDFParser::Recover(bool analyzed) {
   if (raw_data_.size() > UINT32_MAX) return false;
   // What another password would show cannot be told from damage.
   if (analyzed && !CanBeDecrypted()) return true;
-  if (analyzed && Root() != nullptr && !chain_broken_) {
-    RepairLocations();
-    return true;
+  const bool readable = analyzed && Root() != nullptr;
+  if (const Chaine damage = Damage(analyzed); !damage.IsEmpty()) {
+    if (Rebuild(damage)) return true;
+    if (!readable) return false;
+    // The tables, odd as they are, lead to more than a scan finds.
+    Clean();
+    diagnostics_.Clear();
+    SetBudgets();
+    if (!Analyze()) return false;
   }
-  const Chaine reason = !analyzed       ? diagnostics_.Failure()
-                        : chain_broken_ ? Chaine("a cross-reference section cannot be read")
-                                        : Chaine("the trailer leads to no document catalog");
-  return Rebuild(reason);
+  RepairLocations();
+  return true;
+}
+
+// Why the tables cannot be relied on; empty when they can.
+Chaine ZPDFParser::Damage(bool analyzed) const {
+  if (!analyzed) return diagnostics_.Failure();
+  if (Root() == nullptr) return "the trailer leads to no document catalog";
+  if (!oddity_.IsEmpty()) return oddity_;
+  const size_t unlisted = UnlistedAtEnd();
+  if (unlisted == 0) return {};
+  return FormatUInt(unlisted) + (unlisted == 1 ? " object stands" : " objects stand") +
+         " behind the end of its last cross-reference section";
+}
+
+size_t ZPDFParser::UnlistedAtEnd() const {
+  const std::string_view file = raw_data_;
+  const size_t end = file.rfind("startxref", file.rfind("%%EOF"));
+  if (end == std::string_view::npos) return 0;
+  const ZPDFFileScan scan = ScanFile(file.substr(end));
+  return static_cast<size_t>(std::count_if(scan.objects.begin(), scan.objects.end(), [&](const Scanned& found) {
+    const ZPDFObjectLocation* listed = locations_.Find(found.id.Number());
+    const bool known = listed != nullptr && listed->in_use && !listed->packed && listed->offset >= end;
+    return found.whole && IsLoadable(found.id) && !known;
+  }));
 }
 
 bool ZPDFParser::LeadsToObject(const ZPDFObjectLocation& location) const {
@@ -89,14 +128,14 @@ void ZPDFParser::RepairLocations() {
   if (wrong.empty()) return;
   size_t repaired = 0;
   const ZPDFFileScan scan = ScanFile(raw_data_);
-  for (size_t i = scan.objects.size(); i-- > 0;) {
-    const auto entry = wrong.find(scan.objects[i].id);
-    if (entry == wrong.end()) continue;
-    entry->second->offset = scan.objects[i].offset;
+  ForNewestFirst(scan, [&](const Scanned& found) {
+    const auto entry = wrong.find(found.id);
+    if (entry == wrong.end()) return;
+    entry->second->offset = found.offset;
     entry->second->requested = false;
     wrong.erase(entry);
     repaired++;
-  }
+  });
   if (repaired == 0) return;
   recovered_ = true;
   // What stands packed in streams that were not found before can be found now.
@@ -109,32 +148,54 @@ void ZPDFParser::RepairLocations() {
 }
 
 bool ZPDFParser::Rebuild(const Chaine& reason) {
-  const size_t header = raw_data_.View().find("%PDF-");
-  if (header == std::string_view::npos) return Fail(reason);
+  Chaine about_header;
+  const ZPDFLocations listed = locations_;
+  if (!SettleHeader(reason, &about_header)) return false;
   Clean();
   diagnostics_.Clear();
-  if (header > 0) raw_data_ = raw_data_.Mid(header);
   SetBudgets();
   const ZPDFFileScan scan = ScanFile(raw_data_);
-  for (size_t i = scan.objects.size(); i-- > 0;) {
-    const Scanned& found = scan.objects[i];
-    if (IsLoadable(found.id)) locations_.AddOlder(found.id, found.offset, true);
-  }
-  locations_.Settle();
+  AddFound(scan, listed);
   FindTrailer(scan);
-  recovered_ = true;
   if (!PrepareEncryption()) return false;
   const bool readable = CanBeDecrypted();
   if (readable) AddPackedObjects(scan);
   if (readable && Root() == nullptr) FindCatalog(scan);
   if (readable && Root() == nullptr) return Fail(reason + "; a scan of the file finds no document catalog");
+  recovered_ = true;
   trailer_->SetValue("/Size", locations_.HighestNumber() + 1);
   trailer_->SetModified(false, true);
-  std::string said = "the file is damaged (" + reason.ToString() + "): its table was rebuilt from " +
-                     FormatUInt(locations_.Size()).ToString() + " objects found by a scan of the file";
-  if (header > 0) said += "; " + FormatUInt(header).ToString() + " bytes before the header are left out";
-  diagnostics_.Warn(Chaine(said));
+  diagnostics_.Warn("the file is damaged (" + reason + "): its table was rebuilt from " +
+                    FormatUInt(locations_.Size()) + " objects found by a scan of the file" + about_header);
   return true;
+}
+
+// Makes the file begin with a header. One that stands behind objects is not the file's.
+bool ZPDFParser::SettleHeader(const Chaine& reason, Chaine* said) {
+  const std::string_view file = raw_data_;
+  const size_t header = file.find("%PDF-");
+  const bool has_objects = header != 0 && !ScanFile(file.substr(0, header)).objects.empty();
+  if (header != std::string_view::npos && !has_objects) {
+    if (header > 0) *said = "; " + FormatUInt(header) + " bytes before the header are left out";
+    raw_data_ = raw_data_.Mid(header);
+    return true;
+  }
+  if (!has_objects || file.size() > UINT32_MAX - kAssumedHeader.size()) return Fail(reason);
+  *said = "; it has no header and is taken for PDF 1.4";
+  raw_data_ = Chaine(kAssumedHeader) + raw_data_;
+  return true;
+}
+
+// What the scan found, and what it did not find where a table says it is.
+void ZPDFParser::AddFound(const ZPDFFileScan& scan, const ZPDFLocations& listed) {
+  ForNewestFirst(scan, [this](const Scanned& found) {
+    if (IsLoadable(found.id)) locations_.AddOlder(found.id, found.offset, true);
+  });
+  for (const ZPDFObjectLocation& location : listed) {
+    if (!location.in_use || location.packed || !LeadsToObject(location)) continue;
+    locations_.AddOlder(location.id, location.offset, true);
+  }
+  locations_.Settle();
 }
 
 // The newest trailer that names a catalog, and what older ones alone say of the document.
@@ -173,8 +234,9 @@ void ZPDFParser::FindEncryption(const ZPDFFileScan& scan) {
 }
 
 // Adds what the object streams hold, the newest version of each object in file order.
+// What a damaged stream holds comes after all else.
 void ZPDFParser::AddPackedObjects(const ZPDFFileScan& scan) {
-  std::map<uint32_t, uint32_t> added;  // number to stream
+  std::map<uint32_t, uint32_t> added, doubtful;  // number to stream
   for (const Scanned& scanned : scan.objects) {
     if (!scanned.names_object_stream) continue;
     const ZPDFObjectLocation* holder = locations_.Find(scanned.id.Number());
@@ -184,13 +246,17 @@ void ZPDFParser::AddPackedObjects(const ZPDFFileScan& scan) {
     for (const ZPDFObjectStream::Part& part : stream->Parts()) {
       if (!IsLoadable({part.number, 0})) continue;
       ZPDFObjectLocation* const location = locations_.Find(part.number);
-      if (location == nullptr) {
+      if (stream->IsDamaged()) {
+        if (location == nullptr && part.begin < part.end) doubtful[part.number] = scanned.id.Number();
+      } else if (location == nullptr) {
         added[part.number] = scanned.id.Number();
-      } else if (location->packed || (location->object == nullptr && location->offset < scanned.offset)) {
+      } else if (location->packed || (location->object == nullptr &&
+                                      (location->offset < scanned.offset || scan.IsCutAt(location->offset)))) {
         *location = {{part.number, 0}, scanned.id.Number(), true, true};
       }
     }
   }
+  added.merge(doubtful);
   for (const auto& [number, stream] : added) locations_.AddOlderPacked(number, stream);
   locations_.Settle();
 }

@@ -106,7 +106,6 @@ void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeD
   sections_.insert(offset);
   if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
     diagnostics_.WarnAt(offset, "the cross-reference stream of this hybrid file cannot be read: " + reason);
-    chain_broken_ = true;
   } else {
     locations_.MakeFreeOldest(first_record, last_record);
   }
@@ -121,7 +120,6 @@ bool ZPDFParser::FillLocations(uint32_t offset) {
     if (trailer == nullptr && trailer_ == nullptr) return Fail(reason);
     if (trailer == nullptr) {
       diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + reason);
-      chain_broken_ = true;
       break;
     }
     section_count_++;
