@@ -6,18 +6,16 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <future>
-#include <mutex>
-#include <set>
+#include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/http_request.h"
 #include "platform/http_response.h"
-#include "platform/idle_messages.h"
-#include "platform/inet_stream.h"
 #include "tests/http_requests.h"
+#include "tests/http_test_server.h"
 #include "tests/raw_http.h"
 
 namespace zforms {
@@ -25,122 +23,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
-
-class Call : public ZIdleMessage {
- public:
-  explicit Call(std::function<void()> call) : call_(std::move(call)) {}
-  void OnIdleMessage() override { call_(); }
-
- private:
-  std::function<void()> call_;
-};
-
-// Answers by a function; what the session gets in its steps is kept for it.
-struct Exchange {
-  Chaine method;
-  ZInetURL url;
-  ZHTTPHeader header;
-  Chaine body;
-};
-
-class FunctionPage : public ZHTTPServerPageBase {
- public:
-  using Answer = std::function<int(const Exchange&, ZHTTPSendResponse&)>;
-  FunctionPage(const Chaine& methods, Answer answer) : ZHTTPServerPageBase(methods), answer_(std::move(answer)) {}
-
-  std::unique_ptr<CSessionBase> AllocSession() override { return std::make_unique<Session>(this); }
-
- private:
-  class Session : public CSessionBase {
-   public:
-    explicit Session(const FunctionPage* page) : CSessionBase(page), page_(page) {}
-    bool SetRequestHeader(const ZHTTPHeader& header) override {
-      exchange_.header = header;
-      return CSessionBase::SetRequestHeader(header);
-    }
-    bool SetFullRequest(ZHTTPReadRequest& request) override {
-      exchange_.method = Method();
-      exchange_.url = URL();
-      exchange_.body = request.Body();
-      return CSessionBase::SetFullRequest(request) && !URL().HasParam("deny");
-    }
-    void SendPage(ZHTTPSendResponse& response) override { SetStatus(page_->answer_(exchange_, response)); }
-
-   private:
-    const FunctionPage* page_;
-    Exchange exchange_;
-  };
-
-  Answer answer_;
-};
-
-int SendText(ZHTTPSendResponse& response, const Chaine& text) {
-  response.SetContentType("text/plain");
-  response.BeginSend(text.size())->WriteAll(text);
-  response.EndSend();
-  return 200;
-}
-
-class TestServer : public ZHTTPServer {
- public:
-  explicit TestServer(uint16_t port = 0) : ZHTTPServer(port) {
-    sLimits limits;
-    limits.header_bytes = 2000;
-    limits.header_fields = 32;
-    limits.body_bytes = 1000;
-    SetLimits(limits);
-    SetIdleMessages(&messages);
-    SetRequestLog([this](const sRequestInfos& infos) {
-      const std::lock_guard lock(mutex);
-      log.push_back(infos);
-    });
-    AddPage("/app/echo/", "", [this](const Exchange& exchange, ZHTTPSendResponse& response) {
-      served++;
-      return SendText(response, exchange.method + " " + FormatLength(exchange.body));
-    });
-  }
-  ~TestServer() override { Stop(); }
-
-  void AddPage(const char* root, const char* methods, FunctionPage::Answer answer) {
-    SetPageHandler(ZInetURL(root), new FunctionPage(methods, std::move(answer)), true);
-  }
-  template <class Change>
-  void ChangeLimits(Change change) {
-    sLimits limits = Limits();
-    change(limits);
-    SetLimits(limits);
-  }
-  std::string Host() const { return "Host: localhost:" + std::to_string(Port()) + "\r\n"; }
-  std::string Get(const std::string& path) const { return "GET " + path + " HTTP/1.1\r\n" + Host() + "\r\n"; }
-  std::string Post(const std::string& path, const std::string& body) const {
-    return "POST " + path + " HTTP/1.1\r\n" + Host() + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
-           body;
-  }
-  std::vector<sRequestInfos> Log() {
-    const std::lock_guard lock(mutex);
-    return log;
-  }
-
-  bool NotifyStart() override { return allowed; }
-  void NotifyErrorStart(int error) override { start_error = error; }
-  void NotifyIntrusion(const sIntrusionInfos& infos) override {
-    EXPECT_EQ(std::this_thread::get_id(), host);
-    intrusions.push_back(infos);
-  }
-  void NotifyStop() override { stops++; }
-
-  static Chaine FormatLength(const Chaine& body) { return Chaine(std::to_string(body.size())); }
-
-  ZIdleMessageManager messages;
-  const std::thread::id host = std::this_thread::get_id();
-  bool allowed = true;
-  int start_error = 0;
-  int stops = 0;
-  std::vector<sIntrusionInfos> intrusions;
-  std::atomic<int> served{0};
-  std::mutex mutex;
-  std::vector<sRequestInfos> log;
-};
 
 TEST(ZHTTPServer, EveryRequestComesToItsStatus) {
   TestServer server;
@@ -286,24 +168,6 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   EXPECT_LT(times[times.size() * 9 / 10].count(), 100) << "nine of ten requests";
   EXPECT_LT(times.back().count(), 900);
 }
-
-// Requests to "/wait" stay at work until the gate is opened.
-struct Gate {
-  std::promise<void> promise;
-  std::shared_future<void> opened{promise.get_future()};
-  std::atomic<int> waiting{0};
-
-  void AddTo(TestServer& server) {
-    server.AddPage("/wait", "", [this](const Exchange&, ZHTTPSendResponse& response) {
-      waiting++;
-      opened.wait();
-      return SendText(response, "waited");
-    });
-  }
-  void Await(int count) {
-    while (waiting < count) std::this_thread::sleep_for(milliseconds(1));
-  }
-};
 
 TEST(ZHTTPServer, LongBodiesLeaveThreadsToOthers) {
   Gate gate;
@@ -451,129 +315,6 @@ TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
   EXPECT_EQ(log[0].bytes_sent, 6U);
   EXPECT_TRUE(log[0].delivered);
   EXPECT_EQ(log[1].status, 400);
-}
-
-TEST(ZHTTPServer, StopLetsRunningRequestsFinish) {
-  Gate gate;
-  TestServer server;
-  gate.AddTo(server);
-  ASSERT_TRUE(server.Start());
-  RawClient working(server.Port());
-  working.Send(server.Get("/wait"));
-  RawClient idle(server.Port());
-  EXPECT_EQ(idle.Ask(server.Get("/app/echo/")).status, 200);
-  RawClient partial(server.Port());
-  partial.Send("GET /app");
-  gate.Await(1);
-  std::thread opener([&] {
-    EXPECT_TRUE(idle.IsEnded());
-    EXPECT_TRUE(partial.IsEnded());
-    EXPECT_FALSE(RawClient(server.Port()).IsConnected());
-    gate.promise.set_value();
-  });
-  server.Stop();
-  opener.join();
-  const RawAnswer answer = working.Receive();
-  EXPECT_EQ(answer.body, "waited");
-  EXPECT_NE(answer.head.find("Connection: close\r\n"), std::string::npos);
-}
-
-TEST(ZHTTPServer, StopCutsWhatTakesTooLong) {
-  Gate gate;
-  TestServer server;
-  gate.AddTo(server);
-  server.ChangeLimits([](auto& limits) {
-    limits.stop_time = milliseconds(100);
-    limits.threads = 1;
-  });
-  ASSERT_TRUE(server.Start());
-  RawClient working(server.Port());
-  working.Send(server.Get("/wait"));
-  gate.Await(1);
-  RawClient queued(server.Port());
-  queued.Send(server.Get("/app/echo/"));
-  std::this_thread::sleep_for(milliseconds(50));
-  std::thread opener([&] {
-    EXPECT_TRUE(working.IsEnded());
-    EXPECT_TRUE(queued.IsEnded());
-    gate.promise.set_value();
-  });
-  server.Stop();
-  opener.join();
-  EXPECT_EQ(server.served, 0) << "a request was served after its connection was cut";
-}
-
-// A page may ask the host's thread for something while that thread stops the server.
-TEST(ZHTTPServer, StopServesPagesThatWaitForTheHost) {
-  TestServer server;
-  std::atomic<bool> asked{false};
-  server.AddPage("/ask", "GET", [&](const Exchange&, ZHTTPSendResponse& response) {
-    std::promise<void> told;
-    const ZCountedPtr<Call> message(new Call([&told] { told.set_value(); }));
-    server.messages.Post(message.get());
-    asked = true;
-    told.get_future().wait();
-    return SendText(response, "told");
-  });
-  ASSERT_TRUE(server.Start());
-  RawClient client(server.Port());
-  client.Send(server.Get("/ask"));
-  while (!asked) std::this_thread::sleep_for(milliseconds(1));
-  server.Stop();
-  EXPECT_EQ(client.Receive().body, "told");
-}
-
-// Sixteen clients post, some hang up before the answer, and the server is stopped
-// in the middle: each message of a served request is delivered, once.
-void StopDuringLoad(bool stop_from_host) {
-  TestServer server;
-  std::atomic<int> posted{0};
-  int delivered = 0;
-  server.AddPage("/save", "POST", [&](const Exchange&, ZHTTPSendResponse& response) {
-    const ZCountedPtr<Call> message(new Call([&delivered] { delivered++; }));
-    server.messages.Post(message.get());
-    posted++;
-    return SendText(response, "saved");
-  });
-  ASSERT_TRUE(server.Start());
-  const std::string save = server.Post("/save", std::string(200, 'x'));
-  std::atomic<int> answered{0};
-  std::vector<std::thread> clients;
-  for (int i = 0; i < 16; i++) {
-    clients.emplace_back([&, i] {
-      for (bool going = true; going;) {
-        RawClient client(server.Port());
-        for (int k = 0; going && k < 5; k++) {
-          going = client.IsConnected() && client.Send(save);
-          if (i % 4 == 0) break;
-          going = going && client.Receive().status == 200;
-          answered += going;
-        }
-      }
-    });
-  }
-  const auto is_loaded = [&] { return posted > 300; };
-  if (stop_from_host) {
-    while (!is_loaded()) server.messages.WaitAndRun(milliseconds(5));
-    server.Stop();
-  } else {
-    std::thread stopper([&] {
-      while (!is_loaded()) std::this_thread::sleep_for(milliseconds(5));
-      server.Stop();
-      server.messages.Quit();
-    });
-    server.messages.Run();
-    stopper.join();
-  }
-  for (std::thread& client : clients) client.join();
-  EXPECT_EQ(delivered, posted);
-  EXPECT_GT(answered, 0);
-  EXPECT_LE(answered, posted);
-}
-
-TEST(ZHTTPServer, StopDuringLoadLosesNoMessage) {
-  StopDuringLoad(true);
-  StopDuringLoad(false);
 }
 
 TEST(ZHTTPServer, PagesAreReplacedWhileRequestsRun) {
