@@ -12,6 +12,7 @@ import json
 import os
 import platform
 import re
+import shutil
 import statistics
 import subprocess
 import sys
@@ -46,6 +47,15 @@ def make_inputs(maker, folder, quick):
         part = folder / "part"
         subprocess.run([maker, kind, str(count), part], check=True)
         part.rename(path)
+
+
+def make_modern(inputs, folder):
+    """The forms as qpdf writes them with object streams and a cross-reference stream."""
+    folder.mkdir(parents=True, exist_ok=True)
+    for n in FORMS:
+        shutil.copy(inputs / f"form-{n}.xfdf", folder)
+        subprocess.run(["qpdf", "--object-streams=generate", inputs / f"form-{n}.pdf", folder / f"form-{n}.pdf"],
+                       check=True)
 
 
 class Bench:
@@ -251,6 +261,7 @@ def parse_arguments():
     parser.add_argument("--quick", action="store_true", help="few rounds, without the largest files")
     parser.add_argument("--filter", default="", help="only the measurements whose name has this (a regular expression)")
     parser.add_argument("--rounds", type=int, help="how often each is measured (5; 3 when quick)")
+    parser.add_argument("--modern", action="store_true", help="the forms with object streams alone, beside the peers")
     parser.add_argument("--markdown", action="store_true", help="print the tables as Markdown")
     options = parser.parse_args()
     options.inputs = options.out / "inputs"
@@ -262,15 +273,20 @@ def parse_arguments():
 def main():
     options = parse_arguments()
     make_inputs(options.programs / "zforms_bench_inputs", options.inputs, options.quick)
+    if options.modern:
+        make_modern(options.inputs, options.out / "modern")
+        options.inputs = options.out / "modern"
     bench = Bench(options)
-    libraries = list(bench.programs)
-    shared = [f"{job}/form-{n}" for job in JOBS for n in FORMS] + [f"{job}/big" for job in JOBS if job != "list"]
+    # PoDoFo leaves cross-reference streams out of the objects.
+    libraries = [library for library in bench.programs if not (options.modern and library == "podofo")]
+    shared = [f"{job}/form-{n}" for job in JOBS for n in FORMS]
+    shared += [] if options.modern else [f"{job}/big" for job in JOBS if job != "list"]
     alone = ["copy/big", "xfdf-read/form-20000", "xfdf-write/form-20000"]
     alone += [f"parse/objects-{n}" for n in OBJECTS] + [f"parse/line-{n}" for n in NUMBERS]
     alone += [f"parse/{kind}-{BRACKETS}" for kind in ("nest", "flat")]
     cells = bench.cells(shared, libraries)
-    single = bench.cells(alone, ["zforms"])
-    processes = measure_processes(options)
+    single = {} if options.modern else bench.cells(alone, ["zforms"])
+    processes = {} if options.modern else measure_processes(options)
     print(file=sys.stderr)
     own = own_lines({**cells, **single}, processes)
     about = machine()
