@@ -12,6 +12,7 @@ import pathlib
 import re
 import shutil
 import signal
+import socket
 import sqlite3
 import subprocess
 import sys
@@ -80,6 +81,16 @@ class Server:
             return 0, {}, b""
         finally:
             connection.close()
+
+    def send(self, body):
+        """Posts a form to be saved and hangs up; False when nobody takes it."""
+        try:
+            with socket.create_connection(("localhost", self.port), timeout=30) as connection:
+                connection.sendall(f"POST {SAVE} HTTP/1.1\r\nHost: localhost:{self.port}\r\n"
+                                   f"Content-Length: {len(body)}\r\n\r\n".encode() + body)
+            return True
+        except OSError:
+            return False
 
     def open_form(self, code="membership_form"):
         status, _, body = self.ask("GET", f"/open.cgi?code={code}&as=xfdf")
@@ -339,7 +350,8 @@ def imported(folder):
 
 
 def ended_under_load(folder, number):
-    """Four clients save until the server ends; what was answered as accepted is stored, and nothing twice."""
+    """Sixteen clients read and save until the server ends, four of them without waiting for an answer; what was
+    answered as accepted is stored, and nothing twice."""
     accepted, sent = [], []
     with Server(folder) as server:
         def client(name):
@@ -353,8 +365,18 @@ def ended_under_load(folder, number):
                 expect(location(headers).endswith("consult"), f"{value}: {location(headers)}")
                 accepted.append(value)
                 xfdf = count_raised(xfdf)
+                server.ask("GET", f"/App/acroform/get.cgi?code=membership_form&Action={('modify', 'consult')[count % 2]}")
 
-        clients = [threading.Thread(target=client, args=(f"client{i}",)) for i in range(4)]
+        def hasty_client(name):
+            for count in range(10000):
+                value = f"{name}.{count}"
+                sent.append(value)
+                status, _, form = server.ask("GET", "/open.cgi?code=membership_form&as=xfdf")
+                if status != 200 or not server.send(with_value(form.decode(), "adherent.nom", value).encode()):
+                    return
+
+        clients = [threading.Thread(target=hasty_client if i % 4 == 3 else client, args=(f"client{i}",))
+                   for i in range(16)]
         for one in clients:
             one.start()
         while len(accepted) < 60 and any(one.is_alive() for one in clients):
