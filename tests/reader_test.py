@@ -100,6 +100,23 @@ def odd():
     return form
 
 
+def save_and_modify(form, listed=()):
+    form.submit_button("save", (40, 700, 80, 20), "Save", "save.cgi")
+    form.submit_button("modify", (140, 700, 80, 20), "Modify", "modify.cgi")
+    form.session_field()
+    if listed:
+        form.node("save").entries["A"]["Fields"] = [Text(name) for name in listed]
+    return form
+
+
+def plain():
+    form = Form("Plain", "PLAIN")
+    form.page()
+    for i, name in enumerate(("line", "two", "three")):
+        form.text_field(name, (40, 80 + 30 * i, 200, 17), tip=name)
+    return save_and_modify(form)
+
+
 def thousand_fields():
     form = Form("A thousand fields", "MANY")
     for page in range(10):
@@ -121,7 +138,7 @@ def thousand_fields():
 
 
 def make_templates(folder):
-    for code, form in (("kinds", every_kind()), ("odd", odd()), ("many", thousand_fields())):
+    for code, form in (("kinds", every_kind()), ("odd", odd()), ("plain", plain()), ("many", thousand_fields())):
         (folder / f"{code}.pdf").write_bytes(form.file()[0])
     for path in SAMPLES.glob("*.pdf"):
         shutil.copy(path, folder)

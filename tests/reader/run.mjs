@@ -252,7 +252,7 @@ async function drafts() {
   const kept = await page.evaluate(() => JSON.stringify({ ...localStorage }));
   expect(!kept.includes("not to be kept"), "a draft keeps a password");
   same(await field(page, "person.name").inputValue(), "", "a draft comes back unasked");
-  expect((await page.locator("#news").innerText()).includes("Vous avez rempli ce formulaire"), "the draft is not offered");
+  expect((await page.locator("#offer").innerText()).includes("Vous avez rempli ce formulaire"), "the draft is not offered");
   await picture(page, "draft-offered");
   await field(page, "last").fill("typed before answering");
   await page.waitForTimeout(500);
@@ -272,7 +272,7 @@ async function drafts() {
   expect(!(await page.evaluate(() => JSON.stringify({ ...localStorage }))).includes("brouillon"), "the browser keeps what is saved");
   await page.reload();
   await shown(page);
-  same([await page.locator("#news").innerText(), asked], ["", 3], "after a save there is no draft, and nothing to ask");
+  same([await page.locator("#said").innerText(), asked], ["", 3], "after a save there is no draft, and nothing to ask");
   await page.locator("#press").click();
   await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "modify");
   await field(page, "last").fill("other");
@@ -282,7 +282,80 @@ async function drafts() {
   await page.getByRole("button", { name: "L’abandonner" }).click();
   await page.reload();
   await shown(page);
-  same(await page.locator("#news").innerText(), "", "a draft that was thrown away");
+  same(await page.locator("#said").innerText(), "", "a draft that was thrown away");
+  await server.stop();
+}
+
+const kept = (page) => page.evaluate(() => JSON.stringify({ ...localStorage }));
+const sameForm = (context, server, page) => openForm(context, server, new URL(page.url()).search + new URL(page.url()).hash);
+const restoreButton = (page) => page.getByRole("button", { name: "Reprendre la saisie" });
+
+/** What each way to go on does to an hour of typing that was not saved. */
+async function drafts_survive() {
+  const server = await Server.start("survive");
+  const ways = {
+    async "pressed twice"(page) {
+      await page.goto(`${server.origin}/`);
+      await page.locator("li[data-code=plain] .own a").first().click();
+      await shown(page);
+      await restoreButton(page).dblclick();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "unsaved");
+      await page.waitForTimeout(800);
+      same(await field(page, "line").inputValue(), "an hour", "what was put back");
+    },
+    async "offer passed over"(page) {
+      await page.reload();
+      await shown(page);
+      await field(page, "two").fill("more");
+      await page.locator("#press").click();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "consult");
+      await restoreButton(page).click();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "unsaved");
+      same([await field(page, "line").inputValue(), await field(page, "two").inputValue()], ["an hour", "more"], "both");
+    },
+    async "another tab"(page, context) {
+      const other = await sameForm(context, server, page);
+      await field(other, "two").fill("in the other tab");
+      await other.waitForTimeout(500);
+      expect((await kept(other)).includes("an hour") && (await kept(other)).includes("in the other"), "one tab's draft goes for the other's");
+      await other.locator("#press").click();
+      await other.waitForFunction(() => document.querySelector("#mode").dataset.mode === "consult");
+      expect(!(await kept(other)).includes("in the other"), "what is saved is kept as a draft");
+    },
+    async "typing while what was saved is loaded"(page, context) {
+      const other = await sameForm(context, server, page);
+      await field(other, "three").fill("elsewhere");
+      await press(other, "consult");
+      await page.locator("#press").click();
+      await alertText(page);
+      await page.route("**/form.json*", async (route) => {
+        await page.waitForTimeout(700);
+        await route.continue();
+      });
+      await field(page, "two").fill("just before");
+      await page.locator("#trouble button").click();
+      await page.keyboard.type("lost?");
+      same(await page.locator("#pages").evaluate((one) => one.inert), true, "typing goes into what is thrown away");
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "consult");
+      await page.waitForTimeout(500);
+      await restoreButton(page).click();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "unsaved");
+      same(await field(page, "two").inputValue(), "just before", "the last that was typed");
+    },
+  };
+  for (const [name, way] of Object.entries(ways)) {
+    const context = await openWindow(server);
+    const page = await openForm(context, server, "?code=plain");
+    page.on("dialog", (dialog) => dialog.accept());
+    await field(page, "line").fill("begun");
+    await press(page, "consult");
+    await press(page, "modify");
+    await field(page, "line").fill("an hour");
+    await page.waitForTimeout(500);
+    await way(page, context);
+    expect((await kept(page)).includes("an hour"), `${name}: the draft is gone`, await kept(page));
+    await context.close();
+  }
   await server.stop();
 }
 
@@ -492,5 +565,5 @@ async function thousand_fields() {
   await server.stop();
 }
 
-await run([what_is_written, every_kind_round, by_keyboard_alone, odd_form, stale_tab, drafts, failures_lose_nothing, forgotten_form, sample_form_looks_good,
+await run([what_is_written, every_kind_round, by_keyboard_alone, odd_form, stale_tab, drafts, drafts_survive, failures_lose_nothing, forgotten_form, sample_form_looks_good,
   list_of_forms, what_is_served, thousand_fields]);

@@ -1,9 +1,9 @@
 // The page: opens a form, lets it be filled in, submits it, and shows it as it comes back.
 
 import { Drafter } from "./drafter.js";
-import { forget, recall, remember } from "./drafts.js";
+import { forget, forgetDraft, recallAll, recallDrafts, remember } from "./drafts.js";
 import { FormModel } from "./model.js";
-import { tell, warn } from "./notices.js";
+import { offer, tell, warn } from "./notices.js";
 import { FormView } from "./page_view.js";
 import { Refusal, fetchPDF, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
 import { language, texts, timeText } from "./texts.js";
@@ -59,44 +59,68 @@ class Reader {
     byId("press").addEventListener("click", () => this.#pressMain());
     addEventListener("keydown", (event) => this.#onKey(event));
     addEventListener("beforeunload", (event) => this.#onLeave(event));
-    addEventListener("pagehide", () => this.#model.isDirty && this.#drafter.keep());
+    addEventListener("pagehide", () => this.#drafter.keep());
   }
 
   get #title() {
     return this.#info.title || this.#info.code || texts.untitled;
   }
 
-  #makeDrafter() {
-    return new Drafter(this.#info.form, { code: this.#info.code, title: this.#title }, this.#model);
+  #makeDrafter(/** @type {Map<string, string[]>} */ more = new Map()) {
+    const drafter = new Drafter(this.#info.form, { code: this.#info.code, title: this.#title }, this.#model, more);
+    drafter.onFailure = () => {
+      drafter.onFailure = () => {};
+      warn(texts.noKeeping);
+    };
+    return drafter;
   }
 
   /** Shows the form as the server has it, and offers what was typed and not saved. */
   async start(/** @type {FormInfo} */ info, /** @type {Mode} */ mode) {
+    const pdf = await fetchPDF(inMode(info.pdf, mode));
+    const [typed, before] = [this.#model, this.#drafter];
     this.#info = info;
-    await this.#show(await fetchPDF(inMode(info.pdf, mode)), mode, info.values);
-    this.#drafter = this.#makeDrafter();
-    this.#drafter.onFailure = () => {
-      this.#drafter.onFailure = () => {};
-      warn(texts.noKeeping);
-    };
-    if (!this.#drafter.hasOffer) return tell("");
-    tell(texts.draft(timeText(new Date(this.#drafter.when), true)), [
+    await this.#show(pdf, mode, info.values);
+    // The one before has what was typed until now; only the screen keeps a password.
+    before.keep();
+    this.#drafter = this.#makeDrafter(typed.secrets());
+    tell("");
+    this.#showOffer();
+  }
+
+  /** What was kept can be taken back until that is answered, whatever else is told. */
+  #showOffer() {
+    if (!this.#drafter.hasOffer) return offer("");
+    offer(texts.draft(timeText(new Date(this.#drafter.when), true)), [
       { text: texts.restore, press: () => this.#restore() },
       { text: texts.discard, press: () => this.#discard() },
     ]);
   }
 
   async #restore() {
-    if (this.#mode !== "modify") {
-      await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
-    }
-    this.#drafter.restore(this.#model);
-    tell(texts.restored);
-    byId("pages").focus();
+    let isBack = false;
+    await this.#alone(async () => {
+      try {
+        if (this.#mode !== "modify") {
+          // What was saved meanwhile stays under it.
+          this.#info = await resumeForm(this.#info.form ?? "");
+          await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
+        }
+      } catch (error) {
+        return this.#onFailure(error, () => this.#restore());
+      }
+      this.#drafter.restore(this.#model);
+      this.#showOffer();
+      tell(texts.restored);
+      isBack = true;
+    });
+    if (isBack) byId("pages").focus();
   }
 
   #discard() {
+    if (this.#busy) return;
     this.#drafter.discard();
+    this.#showOffer();
     tell(texts.discarded);
     byId("pages").focus();
   }
@@ -129,7 +153,6 @@ class Reader {
       this.#showWhatIsFilled();
       this.#drafter.touch();
     };
-    this.#drafter.model = model;
     if (this.#info.form) {
       const mark = new URLSearchParams({ form: this.#info.form, ...(mode === "modify" && { mode }) });
       history.replaceState(null, "", `#${mark}`);
@@ -214,19 +237,37 @@ class Reader {
 
   async #submit(/** @type {SubmitButton} */ button) {
     if (this.#busy || (button.does === "save" && !this.#isComplete())) return;
-    const focused = /** @type {HTMLElement | null} */ (document.activeElement);
     const fields = this.#model.submitted(button);
+    await this.#alone(async () => {
+      tell(button.does === "save" ? texts.saving : texts.asking);
+      try {
+        const { f, ids } = this.#info;
+        const answer = await submit(button.target, writeXFDF({ f: inMode(f, this.#mode), ids, fields }));
+        await this.#onAnswer(button, answer, fields);
+      } catch (error) {
+        this.#onFailure(error, () => this.#submit(button));
+      }
+    });
+  }
+
+  /** Does one thing at a time: until it is done nothing can be typed or pressed. */
+  async #alone(/** @type {() => Promise<void>} */ work) {
+    if (this.#busy) return;
+    const focused = /** @type {HTMLElement | null} */ (document.activeElement);
+    const [name, place] = [focused?.dataset.name, this.#inputs(focused?.dataset.name).indexOf(focused)];
     this.#setBusy(true);
-    tell(button.does === "save" ? texts.saving : texts.asking);
-    try {
-      const { f, ids } = this.#info;
-      const answer = await submit(button.target, writeXFDF({ f: inMode(f, this.#mode), ids, fields }));
-      await this.#onAnswer(button, answer, fields);
-    } catch (error) {
-      this.#onFailure(error, () => this.#submit(button));
-    }
+    await work();
     this.#setBusy(false);
     if (focused?.isConnected && !focused.hidden) focused.focus();
+    // The form was shown anew.
+    else if (name) this.#inputs(name).at(place)?.focus();
+  }
+
+  /** The inputs of the field, in their order. */
+  #inputs(/** @type {string | undefined} */ name) {
+    this.#view?.ensureLayers();
+    const inputs = /** @type {HTMLElement[]} */ ([...byId("pages").querySelectorAll("[data-name]")]);
+    return inputs.filter((input) => input.dataset.name === name);
   }
 
   #setBusy(/** @type {boolean} */ busy) {
@@ -247,24 +288,30 @@ class Reader {
     const sent = new Set(fields.map(([name]) => name));
     this.#info.unset = this.#info.unset.filter((name) => !sent.has(name));
     await this.#show(pdf, /** @type {Mode} */ (mode), {});
+    this.#drafter.model = this.#model;
+    this.#showOffer();
     tell(button.does === "save" ? texts.saved(timeText(new Date())) : texts.editable);
   }
 
   #onStale() {
-    this.#drafter.keep("refused");
+    this.#drafter.keep();
+    this.#drafter.mark("refused");
     warn(texts.stale, [{ text: texts.showSaved, press: () => this.#showSaved() }]);
   }
 
-  async #showSaved() {
-    try {
-      await this.start(await resumeForm(this.#info.form ?? ""), "consult");
-    } catch (error) {
-      this.#onFailure(error, () => this.#showSaved());
-    }
+  #showSaved() {
+    return this.#alone(async () => {
+      this.#drafter.keep();
+      try {
+        await this.start(await resumeForm(this.#info.form ?? ""), "consult");
+      } catch (error) {
+        this.#onFailure(error, () => this.#showSaved());
+      }
+    });
   }
 
   #onFailure(/** @type {unknown} */ error, /** @type {() => void} */ again) {
-    if (this.#model.isDirty) this.#drafter.keep();
+    this.#drafter.keep();
     const status = statusOf(error);
     const retry = { text: texts.again, press: again };
     if (status === 0) return warn(texts.unreachable, [retry]);
@@ -290,8 +337,9 @@ function label() {
 /** A new form in place of one that the server has forgotten, with what was typed into that. */
 async function openAnew(/** @type {string} */ code, /** @type {string} */ old) {
   const info = await openForm(code);
-  const memory = recall(old);
-  if (memory?.values && info.form) remember({ ...memory, form: info.form, state: "draft" });
+  for (const draft of recallDrafts(old)) {
+    if (info.form && remember({ ...draft.memory, form: info.form, state: "draft" }, crypto.randomUUID())) forgetDraft(draft);
+  }
   forget(old);
   return info;
 }
@@ -304,7 +352,7 @@ function askForm(/** @type {string} */ code, /** @type {string | null} */ form) 
 
 async function open(/** @type {() => Promise<FormInfo>} */ ask) {
   const form = fragment().get("form");
-  const code = new URLSearchParams(location.search).get("code") ?? recall(form ?? "")?.code ?? "";
+  const code = new URLSearchParams(location.search).get("code") ?? recallAll().find((one) => one.form === form)?.code ?? "";
   tell(texts.opening);
   try {
     const info = await ask();

@@ -116,6 +116,12 @@ export class FormModel {
     return Object.fromEntries(kept.map(({ name, values }) => [name, values]));
   }
 
+  /** What was typed and no draft keeps. */
+  secrets() {
+    const secret = [...this.#changed].filter((field) => field.secret);
+    return new Map(secret.map(({ name, values }) => [name, values]));
+  }
+
   /** Fields that have to have a value and have none. */
   missing() {
     return [...this.#fields.values()].filter(
