@@ -359,6 +359,64 @@ async function drafts_survive() {
   await server.stop();
 }
 
+async function awkward_form() {
+  const server = await Server.start("awkward");
+  const context = await openWindow(server);
+  let page = await openForm(context, server, "?code=awkward");
+  const texts = ["group.a", "group.b", "other"];
+  for (const [button, wanted] of [["by_ref", ["", "x", "x"]], ["by_parent", ["", "", "x"]], ["all", ["", "", ""]]]) {
+    for (const name of texts) await field(page, name).fill("x");
+    await field(page, button).click();
+    same(await Promise.all(texts.map((name) => field(page, name).inputValue())), wanted, `what is reset ${button}`);
+  }
+  page = await openForm(context, server, "?code=awkward");
+  const checked = (name) => field(page, name).evaluateAll((all) => all.map((one) => one.checked));
+  for (const [name, wanted] of [["unison", [true, true, false]], ["apart", [false, true, false]]]) {
+    await field(page, name).nth(2).click();
+    same(await checked(name), [false, false, true], `${name}, the third`);
+    await field(page, name).nth(1).click();
+    same(await checked(name), wanted, `${name}, the second`);
+  }
+  const put = { constructor: "c", unsent: "left out", local: "stays here" };
+  for (const [name, value] of Object.entries(put)) await field(page, name).fill(value);
+  await field(page, "__proto__").fill("p");
+  await press(page, "consult");
+  const { fields } = server.stored()[0];
+  same([fields.constructor, Object.getOwnPropertyDescriptor(fields, "__proto__")?.value, fields.unison, fields.apart], ["c", "p", "A", "A"], "what is stored");
+  same([fields.told, fields.nowhere], ["Oui", "Oui"], "what nobody touched is saved as the form has it");
+  same([fields.unsent, fields.local], [undefined, undefined], "what is not sent");
+  const rest = async () => [await field(page, "unsent").inputValue(), await field(page, "local").inputValue()];
+  same(await rest(), ["left out", "stays here"], "what is not sent stays on the screen");
+  expect((await page.locator("#news").innerText()).includes("n’est gardée que dans ce navigateur"), "nor is it told");
+  expect((await kept(page)).includes("stays here"), "nor kept");
+  await press(page, "modify");
+  same(await rest(), ["left out", "stays here"], "what is not sent when the form is opened again");
+  await server.stop();
+}
+
+/** A save that was stored is never told as one that was not. */
+async function stored_all_the_same() {
+  const server = await Server.start("stored");
+  const cases = {
+    "the answer is lost": [async (route) => (await route.fetch(), route.abort()), /Enregistré à/],
+    "the answer cannot be read": [async (route) => route.fulfill({ response: await route.fetch(), body: "%PDF-1.4 none" }), /ne peut pas être affiché/],
+    "the form is gone": [async (route) => (await route.fetch(), route.fulfill({ status: 404, body: "" })), /Enregistré/],
+  };
+  for (const [name, [serve, said]] of Object.entries(cases)) {
+    const context = await openWindow(server);
+    context.trouble.expected = /Failed to load|Invalid PDF|PDF|Error/;
+    const page = await openForm(context, server, "?code=plain");
+    await field(page, "line").fill(name);
+    await page.route("**/save.cgi*", serve, { times: 1 });
+    await page.locator("#press").click();
+    await page.waitForFunction((text) => new RegExp(text).test(document.querySelector("#said").innerText), said.source);
+    same(server.stored().at(-1).fields.line, name, "what is stored");
+    expect(!(await kept(page)).includes(name), `${name}: it is kept as a draft`);
+    await context.close();
+  }
+  await server.stop();
+}
+
 async function failures_lose_nothing() {
   const server = await Server.start("failures");
   const context = await openWindow(server);
@@ -565,5 +623,5 @@ async function thousand_fields() {
   await server.stop();
 }
 
-await run([what_is_written, every_kind_round, by_keyboard_alone, odd_form, stale_tab, drafts, drafts_survive, failures_lose_nothing, forgotten_form, sample_form_looks_good,
+await run([what_is_written, every_kind_round, by_keyboard_alone, odd_form, stale_tab, drafts, drafts_survive, awkward_form, stored_all_the_same, failures_lose_nothing, forgotten_form, sample_form_looks_good,
   list_of_forms, what_is_served, thousand_fields]);

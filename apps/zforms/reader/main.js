@@ -2,10 +2,10 @@
 
 import { Drafter } from "./drafter.js";
 import { forget, forgetDraft, recallAll, recallDrafts, remember } from "./drafts.js";
-import { FormModel } from "./model.js";
+import { FormModel, isMeant } from "./model.js";
 import { offer, tell, warn } from "./notices.js";
 import { FormView } from "./page_view.js";
-import { Refusal, fetchPDF, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
+import { Refusal, fetchPDF, fetchSaved, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
 import { language, texts, timeText } from "./texts.js";
 import { writeXFDF } from "./xfdf.js";
 import { Zoom } from "./zoom.js";
@@ -29,6 +29,9 @@ function statusOf(/** @type {unknown} */ error) {
   console.error(error);
   return -1;
 }
+
+/** The server's own field, by which it knows the form again. */
+const SESSION = "ZOR.SessionID";
 
 class Reader {
   /** @type {FormInfo} */
@@ -84,6 +87,7 @@ class Reader {
     // The one before has what was typed until now; only the screen keeps a password.
     before.keep();
     this.#drafter = this.#makeDrafter(typed.secrets());
+    this.#drafter.keep();
     tell("");
     this.#showOffer();
   }
@@ -127,8 +131,8 @@ class Reader {
 
   // --- showing ---
 
-  /** Shows the form in the mode; `values` are what its file does not hold. */
-  async #show(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {Record<string, string[]>} */ values) {
+  /** Shows the form in the mode; `values` are what was saved of it, null when it is as in its file. */
+  async #show(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {Record<string, string[]> | null} */ values) {
     const { PDFForm } = await pdfForm;
     const form = await PDFForm.open(pdf);
     const model = new FormModel();
@@ -139,7 +143,10 @@ class Reader {
     const drawn = view.drawFirst();
     await form.readFields(model, this.#info);
     model.load(Object.fromEntries(this.#info.unset.map((name) => [name, []])));
-    model.load(values);
+    if (values) model.take(this.#info.own);
+    model.load(values ?? {});
+    model.button = this.#info.buttons.find(({ does }) => does === "save") ?? null;
+    model.carry(this.#model);
     await drawn;
     this.#mode = mode;
     [this.#form, this.#view, this.#model] = [form, view, model];
@@ -203,9 +210,9 @@ class Reader {
   #pressOf(/** @type {import("./pdf_form.js").Widget} */ widget) {
     const button = this.#info.buttons.find(({ name }) => name === widget.name);
     if (button && this.#mode !== "readonly") return () => this.#submit(button);
-    if (!widget.reset || this.#mode !== "modify") return null;
-    const { fields = [], include = false } = widget.reset;
-    return () => this.#model.reset((name) => !fields.length || fields.includes(name) === include);
+    const reset = this.#info.resets.find(({ name }) => name === widget.name);
+    if (!reset || this.#mode !== "modify") return null;
+    return () => this.#model.reset((name) => name !== SESSION && isMeant(reset, name));
   }
 
   #isComplete() {
@@ -218,7 +225,7 @@ class Reader {
     }
     if (!missing.size) return true;
     warn(texts.required(missing.size));
-    inputs.find((input) => input.hasAttribute("aria-invalid"))?.focus();
+    inputs.find((input) => missing.has(input.dataset.name ?? ""))?.focus();
     return false;
   }
 
@@ -245,6 +252,7 @@ class Reader {
         const answer = await submit(button.target, writeXFDF({ f: inMode(f, this.#mode), ids, fields }));
         await this.#onAnswer(button, answer, fields);
       } catch (error) {
+        if (button.does === "save" && (await this.#isStored(fields))) return this.#showStored(fields);
         this.#onFailure(error, () => this.#submit(button));
       }
     });
@@ -279,18 +287,60 @@ class Reader {
 
   async #onAnswer(/** @type {SubmitButton} */ button, /** @type {{pdf: Uint8Array, mode: string}} */ { pdf, mode },
     /** @type {[string, string[]][]} */ fields) {
-    if (button.does === "save") {
-      if (mode !== "consult") return this.#onStale();
-      // From here on it is stored, whatever becomes of the page.
-      this.#model.settle();
-      this.#drafter.settle();
+    const isSave = button.does === "save";
+    if (isSave && mode !== "consult") return (await this.#isStored(fields)) ? this.#showStored(fields) : this.#onStale();
+    // From here on it is stored, whatever becomes of the page.
+    if (isSave) this.#settle(fields);
+    try {
+      await this.#showAnswer(pdf, /** @type {Mode} */ (mode), fields);
+    } catch (error) {
+      if (!isSave) throw error;
+      statusOf(error);
+      return this.#tellUnshown();
     }
+    tell(isSave ? this.#savedText : texts.editable);
+  }
+
+  async #showAnswer(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {[string, string[]][]} */ fields) {
     const sent = new Set(fields.map(([name]) => name));
     this.#info.unset = this.#info.unset.filter((name) => !sent.has(name));
-    await this.#show(pdf, /** @type {Mode} */ (mode), {});
+    const saved = await fetchSaved(this.#info.form ?? "").catch(() => null);
+    await this.#show(pdf, mode, saved);
     this.#drafter.model = this.#model;
     this.#showOffer();
-    tell(button.does === "save" ? texts.saved(timeText(new Date())) : texts.editable);
+  }
+
+  get #savedText() {
+    return texts.saved(timeText(new Date())) + (this.#model.hasUnsent ? texts.unsent : "");
+  }
+
+  #settle(/** @type {[string, string[]][]} */ fields) {
+    this.#model.settle(new Set(fields.map(([name]) => name)));
+    this.#drafter.settle();
+  }
+
+  /** Whether what was sent is what was saved last: the answer to it may have been lost. */
+  async #isStored(/** @type {[string, string[]][]} */ fields) {
+    const saved = new Map(Object.entries(await fetchSaved(this.#info.form ?? "").catch(() => ({}))));
+    const isOwn = (/** @type {import("./model.js").Field | undefined} */ field) => field?.visible && !field.readOnly;
+    const own = fields.filter(([name]) => isOwn(this.#model.get(name)));
+    return saved.size > 0 && own.every(([name, values]) => values.join("\0") === (saved.get(name) ?? []).join("\0"));
+  }
+
+  async #showStored(/** @type {[string, string[]][]} */ fields) {
+    this.#settle(fields);
+    try {
+      await this.start(await resumeForm(this.#info.form ?? ""), "consult");
+    } catch (error) {
+      statusOf(error);
+      return this.#tellUnshown();
+    }
+    tell(this.#savedText);
+  }
+
+  #tellUnshown() {
+    warn(texts.savedUnshown, [{ text: texts.showSaved, press: () => this.#showSaved() }]);
+    this.#showState();
   }
 
   #onStale() {
@@ -371,5 +421,6 @@ async function open(/** @type {() => Promise<FormInfo>} */ ask) {
 }
 
 label();
+addEventListener("hashchange", () => location.reload());
 const form = fragment().get("form");
 open(() => askForm(new URLSearchParams(location.search).get("code") ?? "", form));
