@@ -563,7 +563,7 @@ async function what_is_served() {
     ["GET", "/reader/main.js", 200], ["GET", "/reader/none.js", 404], ["GET", "/reader/..%2fREADME.md", 404],
     ["GET", "/reader/../../README.md", 404], ["GET", "/reader/pdfjs", 404], ["POST", "/reader/main.js", 405],
     ["GET", "/reader/open.json?code=kinds", 405], ["POST", "/reader/open.json?code=none", 404],
-    ["GET", "/reader/form.json?form=guessed", 404], ["GET", "/reader/form.json?code=none", 404],
+    ["GET", "/reader/form.json?form=guessed", 404], ["GET", "/reader/saved.json?form=guessed", 404], ["GET", "/reader/form.json?code=none", 404],
     ["GET", "/reader/form.json?code=kinds", 200], ["HEAD", "/reader/", 200], ["GET", "/reader/THIRD-PARTY.txt", 200],
   ]) {
     const { status: got } = await ask(server, method, target);
