@@ -100,6 +100,48 @@ def odd():
     return form
 
 
+def save_and_modify(form, listed=()):
+    form.submit_button("save", (40, 700, 80, 20), "Save", "save.cgi")
+    form.submit_button("modify", (140, 700, 80, 20), "Modify", "modify.cgi")
+    form.session_field()
+    if listed:
+        form.node("save").entries["A"]["Fields"] = [Text(name) for name in listed]
+    return form
+
+
+def plain():
+    form = Form("Plain", "PLAIN")
+    form.page()
+    for i, name in enumerate(("line", "two", "three")):
+        form.text_field(name, (40, 80 + 30 * i, 200, 17), tip=name)
+    return save_and_modify(form)
+
+
+def awkward():
+    """What is easily got wrong: names that an object has already, states that several buttons share, a value that the
+    appearance contradicts, what is required and cannot be filled in, what is not sent, and what no page shows."""
+    form = Form("Awkward", "AWKWARD")
+    form.page()
+    for i, name in enumerate(("constructor", "__proto__", "group.a", "group.b", "other", "unsent")):
+        form.text_field(name, (40, 40 + 30 * i, 200, 17), flags=REQUIRED if name == "unsent" else 0)
+    form.text_field("ghost", (40, 230, 200, 17), flags=REQUIRED, hidden=True)
+    form.text_field("local", (40, 260, 200, 17), flags=NO_EXPORT)
+    for name, y, flags in (("unison", 300, 1 << 25), ("apart", 320, 0)):
+        for i, state in enumerate(("A", "A", "B")):
+            form.radio_button(name, (40 + 40 * i, y, 12, 12), state)
+        form.node(name).entries["Ff"] = 1 << 15 | 1 << 14 | flags
+    form.check_box("told", (40, 350, 12, 12), state="Oui")
+    form.node("told").entries["V"] = Name("Oui")
+    form.check_box("nowhere", (40, 380, 12, 12), state="Oui")
+    form.node("nowhere").entries["V"] = Name("Oui")
+    form.pages[0][2].pop()
+    for i, (name, fields) in enumerate((("by_ref", [form.node("group.a").ref]), ("by_parent", [Text("group")]), ("all", None))):
+        form.submit_button(name, (300, 80 + 30 * i, 80, 20), name, "none")
+        form.node(name).entries["A"] = {"S": Name("ResetForm"), "Flags": 0, **({"Fields": fields} if fields else {})}
+    listed = ("constructor", "__proto__", "group", "other", "unison", "apart", "told", "nowhere", "local", "ZOR.SessionID")
+    return save_and_modify(form, listed)
+
+
 def thousand_fields():
     form = Form("A thousand fields", "MANY")
     for page in range(10):
@@ -121,7 +163,8 @@ def thousand_fields():
 
 
 def make_templates(folder):
-    for code, form in (("kinds", every_kind()), ("odd", odd()), ("many", thousand_fields())):
+    for code, form in (("kinds", every_kind()), ("odd", odd()), ("plain", plain()), ("awkward", awkward()),
+                       ("many", thousand_fields())):
         (folder / f"{code}.pdf").write_bytes(form.file()[0])
     for path in SAMPLES.glob("*.pdf"):
         shutil.copy(path, folder)

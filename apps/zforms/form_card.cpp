@@ -1,9 +1,11 @@
 #include "apps/zforms/form_card.h"
 
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 
 #include "acroform/action.h"
+#include "apps/zforms/export_table.h"
+#include "apps/zforms/field_report.h"
 #include "apps/zforms/page_index.h"
 #include "pdf/array_node.h"
 #include "pdf/dictionary_node.h"
@@ -14,7 +16,7 @@
 namespace zforms::tool {
 namespace {
 
-using FieldNames = std::unordered_map<const ZPDFNode*, std::string>;
+constexpr int kMaxDepth = 100;
 
 std::string TitleOf(const ZPDFParser& parser) {
   const auto* const trailer = parser.TrailerDico();
@@ -34,36 +36,49 @@ std::string HexOf(std::string_view bytes) {
   return text;
 }
 
-FieldNames NamesOf(const ZAcroFormServerForm& form) {
-  FieldNames names;
-  for (const auto& [name, fields] : form.FlatFields()) {
-    for (const ZAcroFormField* field : fields) names[field->Dico()] = field->FullNameUTF8().ToString();
+// The full name of the field or widget, by its ancestors (ISO 32000-1 12.7.3.2).
+std::string FullNameOf(const ZPDFNodeDictionary* at) {
+  std::string name;
+  for (int depth = 0; at != nullptr && depth < kMaxDepth; depth++) {
+    if (const ZPDFNode* const part = at->GetTarget("/T")) {
+      name = PDFTextToUTF8(part->GetStringValue()).ToString() + (name.empty() ? "" : "." + name);
+    }
+    at = NodeCast<ZPDFNodeDictionary>(at->GetTarget("/Parent"));
   }
-  return names;
+  return name;
 }
 
 // "/Fields" of an action names fields, or refers to them (ISO 32000-1 table 236).
-std::vector<std::string> FieldsOf(const ZPDFNodeDictionary& action, const FieldNames& names) {
+std::vector<std::string> FieldsOf(const ZPDFNodeDictionary& action) {
   std::vector<std::string> fields;
   const auto* const list = NodeCast<ZPDFNodeArray>(action.GetTarget("/Fields"));
   for (size_t i = 0; list != nullptr && i < list->Size(); i++) {
     const ZPDFNode* const one = list->GetTargetAt(i);
-    const auto found = names.find(one);
-    if (found != names.end()) {
-      fields.push_back(found->second);
-    } else if (one != nullptr && NodeCast<ZPDFNodeDictionary>(one) == nullptr) {
-      fields.push_back(PDFTextToUTF8(one->GetStringValue()).ToString());
-    }
+    if (one == nullptr) continue;
+    const auto* const field = NodeCast<ZPDFNodeDictionary>(one);
+    fields.push_back(field != nullptr ? FullNameOf(field) : PDFTextToUTF8(one->GetStringValue()).ToString());
   }
   return fields;
 }
 
-void AddButtons(const ZAcroFormServerForm& form, ZDocument::Status status, const FieldNames& names, FormCard* card) {
+void AddButtons(const ZAcroFormServerForm& form, ZDocument::Status status, FormCard* card) {
   for (const auto& [name, buttons] : form.FindSubmitFormButtons(status)) {
     const auto* const action = NodeCast<ZPDFNodeDictionary>(buttons.front()->Dico()->GetTarget("/A"));
     if (action == nullptr) continue;
     card->buttons.push_back(
-        {buttons.front()->FullNameUTF8().ToString(), status, action->GetUIntValue("/Flags"), FieldsOf(*action, names)});
+        {buttons.front()->FullNameUTF8().ToString(), status, action->GetUIntValue("/Flags"), FieldsOf(*action)});
+  }
+}
+
+void AddReset(const ZAcroFormField& field, const std::string& name, FormCard* card) {
+  const auto* const action = NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/A"));
+  if (action == nullptr || action->GetIdentifier("/S") != "/ResetForm") return;
+  card->resets.push_back({name, action->GetUIntValue("/Flags"), FieldsOf(*action)});
+}
+
+void AddValues(ZAcroForm& form, FormCard* card) {
+  for (FieldReport& field : ReportFields(form)) {
+    if (IsExportable(field) && !field.values.empty()) card->values.emplace(field.name, std::move(field.values));
   }
 }
 
@@ -72,6 +87,7 @@ void DescribeFields(const ZAcroFormServerForm& form, FormCard* card) {
     const std::string name = fields.front()->FullNameUTF8().ToString();
     if (!fields.front()->HasValue()) card->unset.push_back(name);
     for (const ZAcroFormField* field : fields) {
+      for (const ZAcroFormField* widget : field->Widgets()) AddReset(*widget, name, card);
       const ZPDFNode* const tip = field->Dico()->GetTarget("/TU");
       if (tip != nullptr) card->labels.emplace(name, PDFTextToUTF8(tip->GetStringValue()).ToString());
     }
@@ -87,9 +103,9 @@ std::shared_ptr<const FormCard> ReadCard(const Chaine& path) {
   card->id_original = HexOf(parser.IDOriginal());
   card->id_modified = HexOf(parser.IDModified());
   card->tab_orders = PageIndex(parser).TabOrders();
-  const FieldNames names = NamesOf(form);
   DescribeFields(form, card.get());
-  for (const auto status : {ZDocument::eModify, ZDocument::eConsult}) AddButtons(form, status, names, card.get());
+  AddValues(form, card.get());
+  for (const auto status : {ZDocument::eModify, ZDocument::eConsult}) AddButtons(form, status, card.get());
   return card;
 }
 

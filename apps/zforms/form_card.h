@@ -22,15 +22,23 @@ struct FormCard {
     uint32_t flags = 0;               // of the action, ISO 32000-1 table 237
     std::vector<std::string> fields;  // full names that "/Fields" lists
   };
+  // A button that resets fields; those below a listed one are meant with it.
+  struct Reset {
+    std::string name;
+    uint32_t flags = 0;  // of the action, ISO 32000-1 table 239
+    std::vector<std::string> fields;
+  };
 
   std::string title;  // of the document information; empty when there is none
   // The two strings of "/ID", in hexadecimal.
   std::string id_original;
   std::string id_modified;
   std::vector<Button> buttons;
-  std::vector<std::string> tab_orders;        // see PageIndex
-  std::vector<std::string> unset;             // full names of the fields that have no value
-  std::map<std::string, std::string> labels;  // what the fields are called for users, "/TU", by full name
+  std::vector<Reset> resets;
+  std::map<std::string, std::vector<std::string>> values;  // of the fields that are exported, by full name
+  std::vector<std::string> tab_orders;                     // see PageIndex
+  std::vector<std::string> unset;                          // full names of the fields that have no value
+  std::map<std::string, std::string> labels;               // what the fields are called for users, "/TU", by full name
 };
 
 // FormCards reads the card of each template once, and again when its file changes.

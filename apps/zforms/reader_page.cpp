@@ -18,6 +18,7 @@ using Json = nlohmann::ordered_json;
 constexpr std::string_view kRoot = "/reader/";
 constexpr std::string_view kOpen = "open.json";
 constexpr std::string_view kForm = "form.json";
+constexpr std::string_view kSaved = "saved.json";
 
 const char* NameOf(ZDocument::Status status) {
   if (status == ZDocument::eModify) return "modify";
@@ -49,6 +50,14 @@ Json ButtonsOf(const FormCard& card, const ZAcroFormServer& server, const Chaine
   return buttons;
 }
 
+Json ResetsOf(const FormCard& card) {
+  Json resets = Json::array();
+  for (const FormCard::Reset& reset : card.resets) {
+    resets.push_back({{"name", reset.name}, {"flags", reset.flags}, {"fields", reset.fields}});
+  }
+  return resets;
+}
+
 class Session : public ZHTTPServerPageSession {
  public:
   Session(const ReaderPage* page, Office* office) : ZHTTPServerPageSession(page), page_(page), office_(office) {}
@@ -68,6 +77,7 @@ class Session : public ZHTTPServerPageSession {
   void SendPage(ZHTTPSendResponse& response) override {
     if (name_ == kOpen) return OpenForm(response);
     if (name_ == kForm) return URL().HasParam("form") ? ResumeForm(response) : LookAtForm(response);
+    if (name_ == kSaved) return SendSaved(response);
     SendFile(response);
   }
 
@@ -96,6 +106,16 @@ class Session : public ZHTTPServerPageSession {
     if (status != 200) return SetStatus(status);
     SendForm(response, code, xfdf, was_saved ? ZDocument::eConsult : ZDocument::eModify);
   }
+  // What was saved of a form, be its template there or not.
+  void SendSaved(ZHTTPSendResponse& response) {
+    ZXFDF xfdf;
+    Chaine code;
+    bool was_saved = false;
+    const int status = office_->ResumeForm(URL().Param("form").ToString(), &code, &xfdf, &was_saved);
+    if (status != 200 || !was_saved) return SetStatus(status != 200 ? status : 404);
+    const Json saved = {{"values", ValuesOf(xfdf)}};
+    SendRawData(response, saved.dump(-1, ' ', false, Json::error_handler_t::replace), "application/json", Chaine());
+  }
   void LookAtForm(ZHTTPSendResponse& response) {
     SendForm(response, URL().Param("code"), ZXFDF(), ZDocument::eReadOnly);
   }
@@ -112,9 +132,11 @@ class Session : public ZHTTPServerPageSession {
                  {"f", address.AsChaine().ToString()},
                  {"ids", {{"original", card->id_original}, {"modified", card->id_modified}}},
                  {"buttons", ButtonsOf(*card, server, code)},
+                 {"resets", ResetsOf(*card)},
                  {"tabs", card->tab_orders},
                  {"unset", card->unset},
                  {"labels", card->labels},
+                 {"own", card->values},
                  {"values", ValuesOf(xfdf)}};
     if (status != ZDocument::eReadOnly) form["form"] = xfdf.SessionID().Param(kSessionParam).ToString();
     const std::string text = form.dump(-1, ' ', false, Json::error_handler_t::replace);

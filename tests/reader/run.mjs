@@ -252,7 +252,7 @@ async function drafts() {
   const kept = await page.evaluate(() => JSON.stringify({ ...localStorage }));
   expect(!kept.includes("not to be kept"), "a draft keeps a password");
   same(await field(page, "person.name").inputValue(), "", "a draft comes back unasked");
-  expect((await page.locator("#news").innerText()).includes("Vous avez rempli ce formulaire"), "the draft is not offered");
+  expect((await page.locator("#offer").innerText()).includes("Vous avez rempli ce formulaire"), "the draft is not offered");
   await picture(page, "draft-offered");
   await field(page, "last").fill("typed before answering");
   await page.waitForTimeout(500);
@@ -272,7 +272,7 @@ async function drafts() {
   expect(!(await page.evaluate(() => JSON.stringify({ ...localStorage }))).includes("brouillon"), "the browser keeps what is saved");
   await page.reload();
   await shown(page);
-  same([await page.locator("#news").innerText(), asked], ["", 3], "after a save there is no draft, and nothing to ask");
+  same([await page.locator("#said").innerText(), asked], ["", 3], "after a save there is no draft, and nothing to ask");
   await page.locator("#press").click();
   await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "modify");
   await field(page, "last").fill("other");
@@ -282,7 +282,138 @@ async function drafts() {
   await page.getByRole("button", { name: "L’abandonner" }).click();
   await page.reload();
   await shown(page);
-  same(await page.locator("#news").innerText(), "", "a draft that was thrown away");
+  same(await page.locator("#said").innerText(), "", "a draft that was thrown away");
+  await server.stop();
+}
+
+const kept = (page) => page.evaluate(() => JSON.stringify({ ...localStorage }));
+const sameForm = (context, server, page) => openForm(context, server, new URL(page.url()).search + new URL(page.url()).hash);
+const restoreButton = (page) => page.getByRole("button", { name: "Reprendre la saisie" });
+
+/** What each way to go on does to an hour of typing that was not saved. */
+async function drafts_survive() {
+  const server = await Server.start("survive");
+  const ways = {
+    async "pressed twice"(page) {
+      await page.goto(`${server.origin}/`);
+      await page.locator("li[data-code=plain] .own a").first().click();
+      await shown(page);
+      await restoreButton(page).dblclick();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "unsaved");
+      await page.waitForTimeout(800);
+      same(await field(page, "line").inputValue(), "an hour", "what was put back");
+    },
+    async "offer passed over"(page) {
+      await page.reload();
+      await shown(page);
+      await field(page, "two").fill("more");
+      await page.locator("#press").click();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "consult");
+      await restoreButton(page).click();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "unsaved");
+      same([await field(page, "line").inputValue(), await field(page, "two").inputValue()], ["an hour", "more"], "both");
+    },
+    async "another tab"(page, context) {
+      const other = await sameForm(context, server, page);
+      await field(other, "two").fill("in the other tab");
+      await other.waitForTimeout(500);
+      expect((await kept(other)).includes("an hour") && (await kept(other)).includes("in the other"), "one tab's draft goes for the other's");
+      await other.locator("#press").click();
+      await other.waitForFunction(() => document.querySelector("#mode").dataset.mode === "consult");
+      expect(!(await kept(other)).includes("in the other"), "what is saved is kept as a draft");
+    },
+    async "typing while what was saved is loaded"(page, context) {
+      const other = await sameForm(context, server, page);
+      await field(other, "three").fill("elsewhere");
+      await press(other, "consult");
+      await page.locator("#press").click();
+      await alertText(page);
+      await page.route("**/form.json*", async (route) => {
+        await page.waitForTimeout(700);
+        await route.continue();
+      });
+      await field(page, "two").fill("just before");
+      await page.locator("#trouble button").click();
+      await page.keyboard.type("lost?");
+      same(await page.locator("#pages").evaluate((one) => one.inert), true, "typing goes into what is thrown away");
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "consult");
+      await page.waitForTimeout(500);
+      await restoreButton(page).click();
+      await page.waitForFunction(() => document.querySelector("#mode").dataset.mode === "unsaved");
+      same(await field(page, "two").inputValue(), "just before", "the last that was typed");
+    },
+  };
+  for (const [name, way] of Object.entries(ways)) {
+    const context = await openWindow(server);
+    const page = await openForm(context, server, "?code=plain");
+    page.on("dialog", (dialog) => dialog.accept());
+    await field(page, "line").fill("begun");
+    await press(page, "consult");
+    await press(page, "modify");
+    await field(page, "line").fill("an hour");
+    await page.waitForTimeout(500);
+    await way(page, context);
+    expect((await kept(page)).includes("an hour"), `${name}: the draft is gone`, await kept(page));
+    await context.close();
+  }
+  await server.stop();
+}
+
+async function awkward_form() {
+  const server = await Server.start("awkward");
+  const context = await openWindow(server);
+  let page = await openForm(context, server, "?code=awkward");
+  const texts = ["group.a", "group.b", "other"];
+  for (const [button, wanted] of [["by_ref", ["", "x", "x"]], ["by_parent", ["", "", "x"]], ["all", ["", "", ""]]]) {
+    for (const name of texts) await field(page, name).fill("x");
+    await field(page, button).click();
+    same(await Promise.all(texts.map((name) => field(page, name).inputValue())), wanted, `what is reset ${button}`);
+  }
+  page = await openForm(context, server, "?code=awkward");
+  const checked = (name) => field(page, name).evaluateAll((all) => all.map((one) => one.checked));
+  for (const [name, wanted] of [["unison", [true, true, false]], ["apart", [false, true, false]]]) {
+    await field(page, name).nth(2).click();
+    same(await checked(name), [false, false, true], `${name}, the third`);
+    await field(page, name).nth(1).click();
+    same(await checked(name), wanted, `${name}, the second`);
+  }
+  const put = { constructor: "c", unsent: "left out", local: "stays here" };
+  for (const [name, value] of Object.entries(put)) await field(page, name).fill(value);
+  await field(page, "__proto__").fill("p");
+  await press(page, "consult");
+  const { fields } = server.stored()[0];
+  same([fields.constructor, Object.getOwnPropertyDescriptor(fields, "__proto__")?.value, fields.unison, fields.apart], ["c", "p", "A", "A"], "what is stored");
+  same([fields.told, fields.nowhere], ["Oui", "Oui"], "what nobody touched is saved as the form has it");
+  same([fields.unsent, fields.local], [undefined, undefined], "what is not sent");
+  const rest = async () => [await field(page, "unsent").inputValue(), await field(page, "local").inputValue()];
+  same(await rest(), ["left out", "stays here"], "what is not sent stays on the screen");
+  expect((await page.locator("#news").innerText()).includes("n’est gardée que dans ce navigateur"), "nor is it told");
+  expect((await kept(page)).includes("stays here"), "nor kept");
+  await press(page, "modify");
+  same(await rest(), ["left out", "stays here"], "what is not sent when the form is opened again");
+  await server.stop();
+}
+
+/** A save that was stored is never told as one that was not. */
+async function stored_all_the_same() {
+  const server = await Server.start("stored");
+  const cases = {
+    "the answer is lost": [async (route) => (await route.fetch(), route.abort()), /Enregistré à/],
+    "the answer cannot be read": [async (route) => route.fulfill({ response: await route.fetch(), body: "%PDF-1.4 none" }), /ne peut pas être affiché/],
+    "the form is gone": [async (route) => (await route.fetch(), route.fulfill({ status: 404, body: "" })), /Enregistré/],
+  };
+  for (const [name, [serve, said]] of Object.entries(cases)) {
+    const context = await openWindow(server);
+    context.trouble.expected = /Failed to load|Invalid PDF|PDF|Error/;
+    const page = await openForm(context, server, "?code=plain");
+    await field(page, "line").fill(name);
+    await page.route("**/save.cgi*", serve, { times: 1 });
+    await page.locator("#press").click();
+    await page.waitForFunction((text) => new RegExp(text).test(document.querySelector("#said").innerText), said.source);
+    same(server.stored().at(-1).fields.line, name, "what is stored");
+    expect(!(await kept(page)).includes(name), `${name}: it is kept as a draft`);
+    await context.close();
+  }
   await server.stop();
 }
 
@@ -432,7 +563,7 @@ async function what_is_served() {
     ["GET", "/reader/main.js", 200], ["GET", "/reader/none.js", 404], ["GET", "/reader/..%2fREADME.md", 404],
     ["GET", "/reader/../../README.md", 404], ["GET", "/reader/pdfjs", 404], ["POST", "/reader/main.js", 405],
     ["GET", "/reader/open.json?code=kinds", 405], ["POST", "/reader/open.json?code=none", 404],
-    ["GET", "/reader/form.json?form=guessed", 404], ["GET", "/reader/form.json?code=none", 404],
+    ["GET", "/reader/form.json?form=guessed", 404], ["GET", "/reader/saved.json?form=guessed", 404], ["GET", "/reader/form.json?code=none", 404],
     ["GET", "/reader/form.json?code=kinds", 200], ["HEAD", "/reader/", 200], ["GET", "/reader/THIRD-PARTY.txt", 200],
   ]) {
     const { status: got } = await ask(server, method, target);
@@ -492,5 +623,5 @@ async function thousand_fields() {
   await server.stop();
 }
 
-await run([what_is_written, every_kind_round, by_keyboard_alone, odd_form, stale_tab, drafts, failures_lose_nothing, forgotten_form, sample_form_looks_good,
+await run([what_is_written, every_kind_round, by_keyboard_alone, odd_form, stale_tab, drafts, drafts_survive, awkward_form, stored_all_the_same, failures_lose_nothing, forgotten_form, sample_form_looks_good,
   list_of_forms, what_is_served, thousand_fields]);

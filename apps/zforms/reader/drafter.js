@@ -1,59 +1,73 @@
 // Keeps what is typed into a form and not saved, and gives it back.
 
-import { forget, recall, remember } from "./drafts.js";
+import { forget, forgetDraft, recall, recallDrafts, remember } from "./drafts.js";
 
 /** @typedef {import("./model.js").FormModel} FormModel */
-/** @typedef {Record<string, string[]>} Values */
+/** @typedef {Map<string, string[]>} Values */
 
 const DELAY = 300;
 
 export class Drafter {
-  /** @type {Values} what was kept before and is offered */
-  #offered = {};
-  /** @type {"saved" | "refused" | null} what the form is without a draft */
-  #state = null;
+  /** @type {import("./drafts.js").Draft[]} what was kept before and is offered, until that is answered */
+  #drafts = [];
+  /** @type {Values} what they say, the newest of each field */
+  #offered = new Map();
   #timer = 0;
   #form;
   #about;
-  /** Called once, when the browser keeps nothing. */
+  /** A draft of its own, whatever else shows the form. */
+  #view = crypto.randomUUID();
+  /** Called when the browser keeps nothing. */
   onFailure = () => {};
 
-  /** Without a session, of a form that cannot be submitted, nothing is kept. */
+  /**
+   * Without a session, of a form that cannot be submitted, nothing is kept. `more` is offered with what was kept, though
+   * it may not be kept itself.
+   */
   constructor(/** @type {string | undefined} */ form, /** @type {{code: string, title: string}} */ about,
-    /** @type {FormModel} */ model) {
+    /** @type {FormModel} */ model, /** @type {Values} */ more = new Map()) {
     this.#form = form;
     this.#about = about;
     this.model = model;
-    const memory = form ? recall(form) : null;
-    this.#state = memory && memory.state !== "draft" ? memory.state : null;
-    this.#offered = this.#fromMemory(memory);
-    this.when = memory?.when ?? 0;
+    if (!form) return;
+    this.#drafts = recallDrafts(form);
+    for (const { memory } of this.#drafts) {
+      for (const [name, values] of Object.entries(memory.values)) this.#offered.set(name, values);
+    }
+    for (const [name, values] of more) this.#offered.set(name, values);
+    // What a save that was under way has stored after all is no draft.
+    if (![...this.#offered].some(([name, values]) => !model.get(name) || model.differs(name, values))) this.#close();
   }
 
-  // What a save that was under way has stored after all is no draft.
-  #fromMemory(/** @type {import("./drafts.js").Memory | null} */ memory) {
-    const entries = Object.entries(memory?.values ?? {});
-    return Object.fromEntries(entries.filter(([name, values]) => this.model.differs(name, values)));
+  /** When the newest of what is offered was typed. */
+  get when() {
+    return this.#drafts.at(-1)?.memory.when ?? Date.now();
   }
 
-  /** Whether there is something to give back. */
+  /** Whether there is something to give back that the form does not say. */
   get hasOffer() {
-    return Object.keys(this.#offered).length > 0;
+    return [...this.#offered].some(([name, values]) => this.model.differs(name, values));
   }
 
-  /** Puts what was kept into the model. */
+  /** The offer is answered. */
+  #close() {
+    this.#drafts.forEach(forgetDraft);
+    this.#drafts = [];
+    this.#offered.clear();
+  }
+
+  /** Puts what was kept into the model; it stays kept all the while. */
   restore(/** @type {FormModel} */ model) {
     this.model = model;
-    const offered = this.#offered;
-    this.#offered = {};
-    for (const [name, values] of Object.entries(offered)) model.set(name, values);
+    for (const [name, values] of this.#offered) model.set(name, values);
+    if (this.keep()) this.#close();
+    else this.#offered.clear();
   }
 
   discard() {
-    this.#offered = {};
+    this.#close();
     // It was refused because something else was saved.
-    if (this.#state === "refused") this.#state = "saved";
-    this.keep();
+    if (recall(this.#form ?? "")?.state === "refused") this.mark("saved");
   }
 
   /** Keeps it soon; typing is not held up. */
@@ -62,24 +76,29 @@ export class Drafter {
     this.#timer = setTimeout(() => this.keep(), DELAY);
   }
 
-  /** Keeps what is not saved, with what was offered and not answered. */
-  keep(/** @type {"saved" | "refused" | null} */ state = this.#state) {
+  /** Keeps what was typed and is not saved; false when the browser does not. What is offered is kept apart. */
+  keep() {
     clearTimeout(this.#timer);
-    if (!this.#form) return;
-    this.#state = state;
-    const values = { ...this.#offered, ...this.model.changes() };
-    const isDraft = Object.keys(values).length > 0;
-    if (!isDraft && !state) return forget(this.#form);
-    const kept = remember({ form: this.#form, ...this.#about, when: Date.now(),
-      state: isDraft && state !== "refused" ? "draft" : state ?? "draft", ...(isDraft && { values }) });
+    if (!this.#form) return false;
+    const values = this.model.changes();
+    if (!Object.keys(values).length) {
+      forget(this.#form, this.#view);
+      return true;
+    }
+    const kept = remember({ form: this.#form, ...this.#about, when: Date.now(), state: "draft", values }, this.#view);
     if (!kept) this.onFailure();
+    return kept;
   }
 
-  /** The form was saved as it is: there is nothing to keep of it but that. */
+  /** Keeps how the form stands. */
+  mark(/** @type {"saved" | "refused"} */ state) {
+    if (this.#form) remember({ form: this.#form, ...this.#about, when: Date.now(), state });
+  }
+
+  /** The model is settled, as it was saved. What is offered and not answered stays. */
   settle() {
-    clearTimeout(this.#timer);
-    this.#offered = {};
-    this.#state = "saved";
-    if (this.#form) remember({ form: this.#form, ...this.#about, when: Date.now(), state: "saved" });
+    if (!this.#offered.size) this.#close();
+    this.mark("saved");
+    this.keep();
   }
 }

@@ -1,11 +1,11 @@
 // The page: opens a form, lets it be filled in, submits it, and shows it as it comes back.
 
 import { Drafter } from "./drafter.js";
-import { forget, recall, remember } from "./drafts.js";
-import { FormModel } from "./model.js";
-import { tell, warn } from "./notices.js";
+import { forget, forgetDraft, recallAll, recallDrafts, remember } from "./drafts.js";
+import { FormModel, isMeant } from "./model.js";
+import { offer, tell, warn } from "./notices.js";
 import { FormView } from "./page_view.js";
-import { Refusal, fetchPDF, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
+import { Refusal, fetchPDF, fetchSaved, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
 import { language, texts, timeText } from "./texts.js";
 import { writeXFDF } from "./xfdf.js";
 import { Zoom } from "./zoom.js";
@@ -29,6 +29,9 @@ function statusOf(/** @type {unknown} */ error) {
   console.error(error);
   return -1;
 }
+
+/** The server's own field, by which it knows the form again. */
+const SESSION = "ZOR.SessionID";
 
 class Reader {
   /** @type {FormInfo} */
@@ -59,52 +62,77 @@ class Reader {
     byId("press").addEventListener("click", () => this.#pressMain());
     addEventListener("keydown", (event) => this.#onKey(event));
     addEventListener("beforeunload", (event) => this.#onLeave(event));
-    addEventListener("pagehide", () => this.#model.isDirty && this.#drafter.keep());
+    addEventListener("pagehide", () => this.#drafter.keep());
   }
 
   get #title() {
     return this.#info.title || this.#info.code || texts.untitled;
   }
 
-  #makeDrafter() {
-    return new Drafter(this.#info.form, { code: this.#info.code, title: this.#title }, this.#model);
+  #makeDrafter(/** @type {Map<string, string[]>} */ more = new Map()) {
+    const drafter = new Drafter(this.#info.form, { code: this.#info.code, title: this.#title }, this.#model, more);
+    drafter.onFailure = () => {
+      drafter.onFailure = () => {};
+      warn(texts.noKeeping);
+    };
+    return drafter;
   }
 
   /** Shows the form as the server has it, and offers what was typed and not saved. */
   async start(/** @type {FormInfo} */ info, /** @type {Mode} */ mode) {
+    const pdf = await fetchPDF(inMode(info.pdf, mode));
+    const [typed, before] = [this.#model, this.#drafter];
     this.#info = info;
-    await this.#show(await fetchPDF(inMode(info.pdf, mode)), mode, info.values);
-    this.#drafter = this.#makeDrafter();
-    this.#drafter.onFailure = () => {
-      this.#drafter.onFailure = () => {};
-      warn(texts.noKeeping);
-    };
-    if (!this.#drafter.hasOffer) return tell("");
-    tell(texts.draft(timeText(new Date(this.#drafter.when), true)), [
+    await this.#show(pdf, mode, info.values);
+    // The one before has what was typed until now; only the screen keeps a password.
+    before.keep();
+    this.#drafter = this.#makeDrafter(typed.secrets());
+    this.#drafter.keep();
+    tell("");
+    this.#showOffer();
+  }
+
+  /** What was kept can be taken back until that is answered, whatever else is told. */
+  #showOffer() {
+    if (!this.#drafter.hasOffer) return offer("");
+    offer(texts.draft(timeText(new Date(this.#drafter.when), true)), [
       { text: texts.restore, press: () => this.#restore() },
       { text: texts.discard, press: () => this.#discard() },
     ]);
   }
 
   async #restore() {
-    if (this.#mode !== "modify") {
-      await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
-    }
-    this.#drafter.restore(this.#model);
-    tell(texts.restored);
-    byId("pages").focus();
+    let isBack = false;
+    await this.#alone(async () => {
+      try {
+        if (this.#mode !== "modify") {
+          // What was saved meanwhile stays under it.
+          this.#info = await resumeForm(this.#info.form ?? "");
+          await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
+        }
+      } catch (error) {
+        return this.#onFailure(error, () => this.#restore());
+      }
+      this.#drafter.restore(this.#model);
+      this.#showOffer();
+      tell(texts.restored);
+      isBack = true;
+    });
+    if (isBack) byId("pages").focus();
   }
 
   #discard() {
+    if (this.#busy) return;
     this.#drafter.discard();
+    this.#showOffer();
     tell(texts.discarded);
     byId("pages").focus();
   }
 
   // --- showing ---
 
-  /** Shows the form in the mode; `values` are what its file does not hold. */
-  async #show(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {Record<string, string[]>} */ values) {
+  /** Shows the form in the mode; `values` are what was saved of it, null when it is as in its file. */
+  async #show(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {Record<string, string[]> | null} */ values) {
     const { PDFForm } = await pdfForm;
     const form = await PDFForm.open(pdf);
     const model = new FormModel();
@@ -115,7 +143,10 @@ class Reader {
     const drawn = view.drawFirst();
     await form.readFields(model, this.#info);
     model.load(Object.fromEntries(this.#info.unset.map((name) => [name, []])));
-    model.load(values);
+    if (values) model.take(this.#info.own);
+    model.load(values ?? {});
+    model.button = this.#info.buttons.find(({ does }) => does === "save") ?? null;
+    model.carry(this.#model);
     await drawn;
     this.#mode = mode;
     [this.#form, this.#view, this.#model] = [form, view, model];
@@ -129,7 +160,6 @@ class Reader {
       this.#showWhatIsFilled();
       this.#drafter.touch();
     };
-    this.#drafter.model = model;
     if (this.#info.form) {
       const mark = new URLSearchParams({ form: this.#info.form, ...(mode === "modify" && { mode }) });
       history.replaceState(null, "", `#${mark}`);
@@ -180,9 +210,9 @@ class Reader {
   #pressOf(/** @type {import("./pdf_form.js").Widget} */ widget) {
     const button = this.#info.buttons.find(({ name }) => name === widget.name);
     if (button && this.#mode !== "readonly") return () => this.#submit(button);
-    if (!widget.reset || this.#mode !== "modify") return null;
-    const { fields = [], include = false } = widget.reset;
-    return () => this.#model.reset((name) => !fields.length || fields.includes(name) === include);
+    const reset = this.#info.resets.find(({ name }) => name === widget.name);
+    if (!reset || this.#mode !== "modify") return null;
+    return () => this.#model.reset((name) => name !== SESSION && isMeant(reset, name));
   }
 
   #isComplete() {
@@ -195,7 +225,7 @@ class Reader {
     }
     if (!missing.size) return true;
     warn(texts.required(missing.size));
-    inputs.find((input) => input.hasAttribute("aria-invalid"))?.focus();
+    inputs.find((input) => missing.has(input.dataset.name ?? ""))?.focus();
     return false;
   }
 
@@ -214,19 +244,38 @@ class Reader {
 
   async #submit(/** @type {SubmitButton} */ button) {
     if (this.#busy || (button.does === "save" && !this.#isComplete())) return;
-    const focused = /** @type {HTMLElement | null} */ (document.activeElement);
     const fields = this.#model.submitted(button);
+    await this.#alone(async () => {
+      tell(button.does === "save" ? texts.saving : texts.asking);
+      try {
+        const { f, ids } = this.#info;
+        const answer = await submit(button.target, writeXFDF({ f: inMode(f, this.#mode), ids, fields }));
+        await this.#onAnswer(button, answer, fields);
+      } catch (error) {
+        if (button.does === "save" && (await this.#isStored(fields))) return this.#showStored(fields);
+        this.#onFailure(error, () => this.#submit(button));
+      }
+    });
+  }
+
+  /** Does one thing at a time: until it is done nothing can be typed or pressed. */
+  async #alone(/** @type {() => Promise<void>} */ work) {
+    if (this.#busy) return;
+    const focused = /** @type {HTMLElement | null} */ (document.activeElement);
+    const [name, place] = [focused?.dataset.name, this.#inputs(focused?.dataset.name).indexOf(focused)];
     this.#setBusy(true);
-    tell(button.does === "save" ? texts.saving : texts.asking);
-    try {
-      const { f, ids } = this.#info;
-      const answer = await submit(button.target, writeXFDF({ f: inMode(f, this.#mode), ids, fields }));
-      await this.#onAnswer(button, answer, fields);
-    } catch (error) {
-      this.#onFailure(error, () => this.#submit(button));
-    }
+    await work();
     this.#setBusy(false);
     if (focused?.isConnected && !focused.hidden) focused.focus();
+    // The form was shown anew.
+    else if (name) this.#inputs(name).at(place)?.focus();
+  }
+
+  /** The inputs of the field, in their order. */
+  #inputs(/** @type {string | undefined} */ name) {
+    this.#view?.ensureLayers();
+    const inputs = /** @type {HTMLElement[]} */ ([...byId("pages").querySelectorAll("[data-name]")]);
+    return inputs.filter((input) => input.dataset.name === name);
   }
 
   #setBusy(/** @type {boolean} */ busy) {
@@ -238,33 +287,81 @@ class Reader {
 
   async #onAnswer(/** @type {SubmitButton} */ button, /** @type {{pdf: Uint8Array, mode: string}} */ { pdf, mode },
     /** @type {[string, string[]][]} */ fields) {
-    if (button.does === "save") {
-      if (mode !== "consult") return this.#onStale();
-      // From here on it is stored, whatever becomes of the page.
-      this.#model.settle();
-      this.#drafter.settle();
+    const isSave = button.does === "save";
+    if (isSave && mode !== "consult") return (await this.#isStored(fields)) ? this.#showStored(fields) : this.#onStale();
+    // From here on it is stored, whatever becomes of the page.
+    if (isSave) this.#settle(fields);
+    try {
+      await this.#showAnswer(pdf, /** @type {Mode} */ (mode), fields);
+    } catch (error) {
+      if (!isSave) throw error;
+      statusOf(error);
+      return this.#tellUnshown();
     }
+    tell(isSave ? this.#savedText : texts.editable);
+  }
+
+  async #showAnswer(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {[string, string[]][]} */ fields) {
     const sent = new Set(fields.map(([name]) => name));
     this.#info.unset = this.#info.unset.filter((name) => !sent.has(name));
-    await this.#show(pdf, /** @type {Mode} */ (mode), {});
-    tell(button.does === "save" ? texts.saved(timeText(new Date())) : texts.editable);
+    const saved = await fetchSaved(this.#info.form ?? "").catch(() => null);
+    await this.#show(pdf, mode, saved);
+    this.#drafter.model = this.#model;
+    this.#showOffer();
   }
 
-  #onStale() {
-    this.#drafter.keep("refused");
-    warn(texts.stale, [{ text: texts.showSaved, press: () => this.#showSaved() }]);
+  get #savedText() {
+    return texts.saved(timeText(new Date())) + (this.#model.hasUnsent ? texts.unsent : "");
   }
 
-  async #showSaved() {
+  #settle(/** @type {[string, string[]][]} */ fields) {
+    this.#model.settle(new Set(fields.map(([name]) => name)));
+    this.#drafter.settle();
+  }
+
+  /** Whether what was sent is what was saved last: the answer to it may have been lost. */
+  async #isStored(/** @type {[string, string[]][]} */ fields) {
+    const saved = new Map(Object.entries(await fetchSaved(this.#info.form ?? "").catch(() => ({}))));
+    const isOwn = (/** @type {import("./model.js").Field | undefined} */ field) => field?.visible && !field.readOnly;
+    const own = fields.filter(([name]) => isOwn(this.#model.get(name)));
+    return saved.size > 0 && own.every(([name, values]) => values.join("\0") === (saved.get(name) ?? []).join("\0"));
+  }
+
+  async #showStored(/** @type {[string, string[]][]} */ fields) {
+    this.#settle(fields);
     try {
       await this.start(await resumeForm(this.#info.form ?? ""), "consult");
     } catch (error) {
-      this.#onFailure(error, () => this.#showSaved());
+      statusOf(error);
+      return this.#tellUnshown();
     }
+    tell(this.#savedText);
+  }
+
+  #tellUnshown() {
+    warn(texts.savedUnshown, [{ text: texts.showSaved, press: () => this.#showSaved() }]);
+    this.#showState();
+  }
+
+  #onStale() {
+    this.#drafter.keep();
+    this.#drafter.mark("refused");
+    warn(texts.stale, [{ text: texts.showSaved, press: () => this.#showSaved() }]);
+  }
+
+  #showSaved() {
+    return this.#alone(async () => {
+      this.#drafter.keep();
+      try {
+        await this.start(await resumeForm(this.#info.form ?? ""), "consult");
+      } catch (error) {
+        this.#onFailure(error, () => this.#showSaved());
+      }
+    });
   }
 
   #onFailure(/** @type {unknown} */ error, /** @type {() => void} */ again) {
-    if (this.#model.isDirty) this.#drafter.keep();
+    this.#drafter.keep();
     const status = statusOf(error);
     const retry = { text: texts.again, press: again };
     if (status === 0) return warn(texts.unreachable, [retry]);
@@ -290,8 +387,9 @@ function label() {
 /** A new form in place of one that the server has forgotten, with what was typed into that. */
 async function openAnew(/** @type {string} */ code, /** @type {string} */ old) {
   const info = await openForm(code);
-  const memory = recall(old);
-  if (memory?.values && info.form) remember({ ...memory, form: info.form, state: "draft" });
+  for (const draft of recallDrafts(old)) {
+    if (info.form && remember({ ...draft.memory, form: info.form, state: "draft" }, crypto.randomUUID())) forgetDraft(draft);
+  }
   forget(old);
   return info;
 }
@@ -304,7 +402,7 @@ function askForm(/** @type {string} */ code, /** @type {string | null} */ form) 
 
 async function open(/** @type {() => Promise<FormInfo>} */ ask) {
   const form = fragment().get("form");
-  const code = new URLSearchParams(location.search).get("code") ?? recall(form ?? "")?.code ?? "";
+  const code = new URLSearchParams(location.search).get("code") ?? recallAll().find((one) => one.form === form)?.code ?? "";
   tell(texts.opening);
   try {
     const info = await ask();
@@ -323,5 +421,6 @@ async function open(/** @type {() => Promise<FormInfo>} */ ask) {
 }
 
 label();
+addEventListener("hashchange", () => location.reload());
 const form = fragment().get("form");
 open(() => askForm(new URLSearchParams(location.search).get("code") ?? "", form));

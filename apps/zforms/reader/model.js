@@ -12,6 +12,10 @@
  * @property {boolean} required
  * @property {boolean} noExport
  * @property {boolean} secret a password: kept in no draft
+ * @property {boolean} [visible] some widget shows it
+ * @property {Set<string>} [states] of a button
+ * @property {string[]} [own] what is stored of a button in words that no widget has; it stays while nobody touches it
+ * @property {number} [nth] which of a radio button's widgets of the same state was pressed
  */
 
 /** Bits of a submit action's flags (ISO 32000-1 table 237). */
@@ -23,6 +27,12 @@ const same = (/** @type {string[]} */ a, /** @type {string[]} */ b) =>
 /** Nothing and an empty text are the same to who looks at it. */
 const shown = (/** @type {string[]} */ values) => values.filter((value) => value !== "" && value !== "Off");
 
+/** Whether the action is about the field; a listed one stands for all below it. */
+export function isMeant(/** @type {{flags: number, fields: string[]}} */ { flags, fields }, /** @type {string} */ name) {
+  const isListed = fields.some((one) => name === one || name.startsWith(`${one}.`));
+  return !fields.length || isListed !== Boolean(flags & EXCLUDE);
+}
+
 export class FormModel {
   /** @type {Map<string, Field>} */
   #fields = new Map();
@@ -30,6 +40,8 @@ export class FormModel {
   #watchers = new Map();
   /** @type {Set<Field>} those that are not as they came */
   #changed = new Set();
+  /** @type {{flags: number, fields: string[]} | null} what a save sends; the rest is kept in the browser alone */
+  button = null;
   /** Called after each change by the user. */
   onChange = () => {};
 
@@ -38,7 +50,11 @@ export class FormModel {
     const known = this.#fields.get(field.name);
     if (!known) {
       this.#fields.set(field.name, field);
-    } else if (!shown(known.loaded).length && shown(field.loaded).length) {
+      return;
+    }
+    known.visible ||= field.visible;
+    for (const state of field.states ?? []) known.states?.add(state);
+    if (!shown(known.loaded).length && shown(field.loaded).length) {
       known.values = known.loaded = field.loaded;
     }
   }
@@ -67,9 +83,10 @@ export class FormModel {
   }
 
   /** What the user does. */
-  set(/** @type {string} */ name, /** @type {string[]} */ values) {
+  set(/** @type {string} */ name, /** @type {string[]} */ values, nth = 0) {
     const field = this.#fields.get(name);
-    if (!field || field.readOnly || same(field.values, values)) return;
+    if (!field || field.readOnly || (same(field.values, values) && nth === (field.nth ?? 0))) return;
+    field.nth = nth;
     this.#put(field, values);
     this.onChange();
   }
@@ -79,8 +96,30 @@ export class FormModel {
     for (const [name, texts] of Object.entries(values)) {
       const field = this.#fields.get(name);
       if (!field) continue;
+      const isKnown = !field.states || texts.every((text) => text === "Off" || field.states?.has(text));
+      field.own = isKnown ? undefined : texts;
+      if (!isKnown) continue;
       field.loaded = texts;
       this.#put(field, texts);
+    }
+  }
+
+  /** What the file says of its buttons, and of the fields that no page shows: the truth, whatever they look like. */
+  take(/** @type {Record<string, string[]>} */ own) {
+    for (const [name, values] of Object.entries(own)) {
+      const field = this.#fields.get(name);
+      if (field?.states) this.load(Object.fromEntries([[name, values]]));
+      if (field) continue;
+      this.add({ name, kind: "text", values, loaded: values, defaults: [], readOnly: true, required: false, noExport: false,
+        secret: false });
+    }
+  }
+
+  /** What was typed that no save sends, into the model of the form shown anew. */
+  carry(/** @type {FormModel} */ from) {
+    for (const { name, values } of from.#changed) {
+      const field = this.#fields.get(name);
+      if (field && !from.#isSent(field)) this.#put(field, values);
     }
   }
 
@@ -97,14 +136,27 @@ export class FormModel {
     return field !== undefined && !same(shown(field.values), shown(values));
   }
 
-  /** What the form says now is what is stored. */
-  settle() {
-    for (const field of this.#changed) field.loaded = field.values;
-    this.#changed.clear();
+  /** What was sent is what is stored. */
+  settle(/** @type {Set<string>} */ sent) {
+    for (const field of this.#changed) {
+      if (!sent.has(field.name)) continue;
+      field.loaded = field.values;
+      this.#changed.delete(field);
+    }
   }
 
+  #isSent(/** @type {Field} */ { name, noExport }) {
+    return !noExport && (!this.button || isMeant(this.button, name));
+  }
+
+  /** Whether there is something to save. */
   get isDirty() {
-    return this.#changed.size > 0;
+    return [...this.#changed].some((field) => this.#isSent(field));
+  }
+
+  /** Whether something was typed that no save sends. */
+  get hasUnsent() {
+    return [...this.#changed].some((field) => !this.#isSent(field));
   }
 
   /**
@@ -116,10 +168,16 @@ export class FormModel {
     return Object.fromEntries(kept.map(({ name, values }) => [name, values]));
   }
 
-  /** Fields that have to have a value and have none. */
+  /** What was typed and no draft keeps. */
+  secrets() {
+    const secret = [...this.#changed].filter((field) => field.secret);
+    return new Map(secret.map(({ name, values }) => [name, values]));
+  }
+
+  /** Fields that have to have a value and have none: those that can be filled in, and are sent. */
   missing() {
     return [...this.#fields.values()].filter(
-      (field) => field.required && !field.readOnly && !shown(field.values).length);
+      (field) => field.required && field.visible && this.#isSent(field) && !field.readOnly && !shown(field.values).length);
   }
 
   /**
@@ -128,11 +186,9 @@ export class FormModel {
    * @returns {[string, string[]][]}
    */
   submitted({ flags, fields }) {
-    const isListed = (/** @type {string} */ name) => fields.some((one) => name === one || name.startsWith(`${one}.`));
-    const isMeant = (/** @type {string} */ name) => !fields.length || isListed(name) !== Boolean(flags & EXCLUDE);
     return [...this.#fields.values()]
-      .filter(({ name, values, noExport }) =>
-        !noExport && isMeant(name) && (values.length || flags & WITH_NO_VALUE))
-      .map(({ name, values }) => [name, values]);
+      .filter(({ name, values, own, noExport }) =>
+        !noExport && isMeant({ flags, fields }, name) && (values.length || own || flags & WITH_NO_VALUE))
+      .map((field) => [field.name, this.#changed.has(field) ? field.values : field.own ?? field.values]);
   }
 }

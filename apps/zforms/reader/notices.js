@@ -27,3 +27,8 @@ export function warn(/** @type {string} */ text, /** @type {Action[]} */ actions
   show("news", "", []);
   show("trouble", text, actions);
 }
+
+/** In a place of its own, where nothing that is told takes it away; no text ends it. */
+export function offer(/** @type {string} */ text, /** @type {Action[]} */ actions = []) {
+  show("offer", text, actions);
+}

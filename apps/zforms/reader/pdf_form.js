@@ -20,6 +20,7 @@ const OPTIONS = {
 const NO_EXPORT = 1 << 2;
 const NO_TOGGLE_TO_OFF = 1 << 14;
 const EDITABLE = 1 << 18;
+const IN_UNISON = 1 << 25;
 
 /**
  * One widget on a page: where a field is seen.
@@ -33,6 +34,8 @@ const EDITABLE = 1 << 18;
  * @property {boolean} required
  * @property {string} state of a check box or radio button that is on
  * @property {boolean} canBeOff
+ * @property {boolean} inUnison radio buttons of one state are on together
+ * @property {number} nth of the widgets of its field that have its state
  * @property {boolean} multiLine
  * @property {boolean} password
  * @property {number} comb places; 0 for none
@@ -43,7 +46,6 @@ const EDITABLE = 1 << 18;
  * @property {boolean} multiple
  * @property {{size: number, family: string, bold: boolean, colour: string, align: string}} style
  * @property {{background: string, border: string, width: number}} frame
- * @property {{fields: string[], include: boolean} | null} reset what pressing it resets
  */
 
 /**
@@ -93,12 +95,14 @@ function styleOf(annotation) {
 /** The last part of a name, where there is no better label. */
 const nameLabel = (/** @type {string} */ name) => name.slice(name.lastIndexOf(".") + 1).replace(/[_\s]+/g, " ").trim() || name;
 
+const stateOf = (annotation, kind) => stateText((kind === "radio" ? annotation.buttonValue : annotation.exportValue) ?? "");
+
 /** @returns {Widget} */
 function widgetOf(annotation, kind, viewport, /** @type {Record<string, string>} */ labels) {
   const flags = annotation.fieldFlags ?? 0;
   const name = annotation.fieldName;
-  const label = annotation.alternativeText?.trim() || labels[name]?.trim() || nameLabel(name);
-  const state = stateText((kind === "radio" ? annotation.buttonValue : annotation.exportValue) ?? "");
+  const label = annotation.alternativeText?.trim() || (Object.hasOwn(labels, name) && labels[name].trim()) || nameLabel(name);
+  const state = stateOf(annotation, kind);
   return {
     id: annotation.id,
     name,
@@ -109,6 +113,8 @@ function widgetOf(annotation, kind, viewport, /** @type {Record<string, string>}
     required: Boolean(annotation.required),
     state,
     canBeOff: kind === "check" || !(flags & NO_TOGGLE_TO_OFF),
+    inUnison: Boolean(flags & IN_UNISON),
+    nth: 0,
     multiLine: Boolean(annotation.multiLine),
     password: Boolean(annotation.password),
     comb: annotation.comb ? annotation.maxLen : 0,
@@ -124,7 +130,6 @@ function widgetOf(annotation, kind, viewport, /** @type {Record<string, string>}
       border: colourText(annotation.borderColor),
       width: annotation.borderColor ? (annotation.borderStyle?.width ?? 1) : 0,
     },
-    reset: annotation.resetForm ?? null,
   };
 }
 
@@ -149,6 +154,8 @@ function fieldOf(annotation, kind) {
     required: Boolean(annotation.required),
     noExport: Boolean((annotation.fieldFlags ?? 0) & NO_EXPORT),
     secret: Boolean(annotation.password),
+    visible: !annotation.hidden,
+    ...((kind === "check" || kind === "radio") && { states: new Set([stateOf(annotation, kind)]) }),
   };
 }
 
@@ -166,6 +173,16 @@ function inTabOrder(/** @type {Widget[]} */ widgets, /** @type {string} */ order
     else lines.push([widget]);
   }
   return lines.flatMap((line) => line.sort((a, b) => a.box[along] - b.box[along]));
+}
+
+function countStates(/** @type {Widget[]} */ widgets) {
+  /** @type {Map<string, number>} */
+  const counts = new Map();
+  for (const widget of widgets.filter(({ kind }) => kind === "radio")) {
+    const key = JSON.stringify([widget.name, widget.state]);
+    widget.nth = counts.get(key) ?? 0;
+    counts.set(key, widget.nth + 1);
+  }
 }
 
 /** One page: its size in points, and its widgets once they are read. */
@@ -233,6 +250,7 @@ export class PDFForm {
   async readFields(/** @type {import("./model.js").FormModel} */ model,
     /** @type {{tabs: string[], labels: Record<string, string>}} */ { tabs, labels }) {
     await Promise.all(this.pages.map((page, i) => page.read(model, tabs[i] ?? "", labels)));
+    countStates(this.pages.flatMap(({ widgets }) => widgets));
     const objects = (await this.#document.getFieldObjects()) ?? new Map();
     const entries = objects instanceof Map ? [...objects] : Object.entries(objects);
     for (const [name, [first]] of entries) {

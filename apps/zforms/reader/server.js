@@ -13,7 +13,9 @@
  * @property {string[]} tabs the order of the fields of each page
  * @property {string[]} unset buttons without any value
  * @property {Record<string, string>} labels the fields' tool tips, by full name
- * @property {Record<string, string[]>} values by full name
+ * @property {{name: string, flags: number, fields: string[]}[]} resets buttons that reset fields
+ * @property {Record<string, string[]>} own what the file says of its fields, by full name
+ * @property {Record<string, string[]>} values what was saved or is given with it, by full name
  * @property {string} [form] the session, of a form that can be submitted
  */
 /**
@@ -70,6 +72,10 @@ export const resumeForm = (/** @type {string} */ form) =>
   askJSON(`form.json?form=${encodeURIComponent(form)}`, "GET");
 export const lookAtForm = (/** @type {string} */ code) =>
   askJSON(`form.json?code=${encodeURIComponent(code)}`, "GET");
+
+/** What was saved of a form, which may not be shown any more. */
+export const fetchSaved = async (/** @type {string} */ form) =>
+  (await askJSON(`saved.json?form=${encodeURIComponent(form)}`, "GET")).values;
 
 /** The bytes of a form. */
 export const fetchPDF = async (/** @type {string} */ target) => bodyOf(await ask(target));

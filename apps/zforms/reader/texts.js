@@ -16,6 +16,8 @@ const english = {
   asking: "Asking the server…",
   opened: (/** @type {string} */ title) => `${title} is open.`,
   saved: (/** @type {string} */ time) => `Saved at ${time}. The form is read-only now; “Modify” opens it again.`,
+  savedUnshown: "Saved, but the form cannot be shown again just now.",
+  unsent: " Some of what you typed is not part of what is saved; it is kept in this browser alone.",
   editable: "The form can be edited again.",
   unsaved: "Not saved yet",
   draft: (/** @type {string} */ time) => `You typed into this form on ${time} and did not save it.`,
@@ -36,7 +38,7 @@ const english = {
     404: "The server has no such form any more.",
     409: "The server does not know this form’s session, or works in another folder or year now. Nothing was saved; " +
       "what you typed is still here.",
-    413: "The form holds too much for the server. Nothing was saved.",
+    413: "The form holds too much for the server. Nothing was saved; what you typed is still here.",
     503: "The server could not store it just now. What you typed is still here; try again.",
   },
   refused: (/** @type {number} */ status) =>
@@ -64,6 +66,8 @@ const french = {
   asking: "Demande au serveur…",
   opened: (title) => `${title} est ouvert.`,
   saved: (time) => `Enregistré à ${time}. Le formulaire est maintenant en lecture seule ; « Modifier » le rouvre.`,
+  savedUnshown: "Enregistré, mais le formulaire ne peut pas être affiché de nouveau pour l’instant.",
+  unsent: " Une partie de votre saisie ne s’enregistre pas ; elle n’est gardée que dans ce navigateur.",
   editable: "Le formulaire est de nouveau modifiable.",
   unsaved: "Pas encore enregistré",
   draft: (time) => `Vous avez rempli ce formulaire le ${time} sans l’enregistrer.`,
@@ -84,7 +88,7 @@ const french = {
     404: "Le serveur n’a plus ce formulaire.",
     409: "Le serveur ne connaît pas la session de ce formulaire, ou travaille maintenant dans un autre dossier ou " +
       "exercice. Rien n’est enregistré ; votre saisie est toujours là.",
-    413: "Le formulaire contient trop de données pour le serveur. Rien n’est enregistré.",
+    413: "Le formulaire contient trop de données pour le serveur. Rien n’est enregistré ; votre saisie est toujours là.",
     503: "Le serveur n’a pas pu l’enregistrer à l’instant. Votre saisie est toujours là ; réessayez.",
   },
   refused: (status) =>

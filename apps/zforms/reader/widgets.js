@@ -56,6 +56,7 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   const input = widget.multiLine ? make("textarea") : make("input", { type: widget.password ? "password" : "text" });
   input.readOnly = widget.readOnly;
   input.autocomplete = "off";
+  input.dir = "auto";
   // What is typed goes to no service that looks at spelling.
   input.spellcheck = false;
   if (widget.maxLength) input.maxLength = widget.maxLength;
@@ -70,9 +71,12 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
 
 function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {string} */ group) {
   const input = make("input", { type: widget.kind === "radio" ? "radio" : "checkbox", disabled: widget.readOnly });
-  if (widget.kind === "radio") input.name = `${group}${widget.name}`;
-  const isOn = () => model.values(widget.name)[0] === widget.state;
-  const set = (/** @type {boolean} */ on) => model.set(widget.name, [on ? widget.state : OFF]);
+  // Of one group the browser lets only one be on; those of one state are in groups apart where they are on together.
+  const apart = widget.inUnison ? widget.nth : 0;
+  if (widget.kind === "radio") input.name = `${group}${apart}.${widget.name}`;
+  const isPressed = () => widget.kind === "check" || widget.inUnison || (model.get(widget.name)?.nth ?? 0) === widget.nth;
+  const isOn = () => model.values(widget.name)[0] === widget.state && isPressed();
+  const set = (/** @type {boolean} */ on) => model.set(widget.name, [on ? widget.state : OFF], widget.nth);
   input.addEventListener("change", () => set(input.checked));
   if (widget.kind === "radio" && widget.canBeOff) {
     // The browser's own would stay on.
