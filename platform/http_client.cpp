@@ -8,12 +8,15 @@
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/http/write.hpp>
+#include <string>
+#include <vector>
 
 namespace zforms {
 namespace {
 
 namespace asio = boost::asio;
 namespace http = boost::beast::http;
+using asio::ip::tcp;
 
 constexpr uint64_t kMaxBody = uint64_t{256} << 20;
 
@@ -42,6 +45,20 @@ std::string HostOf(const ZInetURL& url) {
   return host;
 }
 
+// "localhost" is this machine whatever a resolver knows of it (RFC 6761 6.3).
+std::vector<tcp::endpoint> EndpointsOf(const ZInetURL& url, asio::io_context& context,
+                                       boost::system::error_code& code) {
+  const uint16_t port = url.Port() == 0 ? uint16_t{80} : url.Port();
+  const std::string host = HostOf(url);
+  if (host == "localhost") {
+    return {{asio::ip::address_v4::loopback(), port}, {asio::ip::address_v6::loopback(), port}};
+  }
+  tcp::resolver resolver(context);
+  std::vector<tcp::endpoint> endpoints;
+  for (const auto& found : resolver.resolve(host, std::to_string(port), code)) endpoints.push_back(found.endpoint());
+  return endpoints;
+}
+
 bool Fail(const boost::system::error_code& code, std::string* error) {
   *error = code.message();
   return false;
@@ -57,11 +74,9 @@ bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_ty
   }
   boost::system::error_code code;
   asio::io_context context;
-  asio::ip::tcp::resolver resolver(context);
-  asio::ip::tcp::socket socket(context);
-  const std::string port = std::to_string(url.Port() == 0 ? 80 : url.Port());
-  const auto addresses = resolver.resolve(HostOf(url), port, code);
-  if (!code) asio::connect(socket, addresses, code);
+  tcp::socket socket(context);
+  const std::vector<tcp::endpoint> endpoints = EndpointsOf(url, context, code);
+  if (!code) asio::connect(socket, endpoints, code);
   if (code) return Fail(code, error);
   const auto request = RequestFor(url, method, content_type, body);
   http::write(socket, request, code);
