@@ -264,6 +264,7 @@ async function drafts() {
   await page.goto(`${server.origin}/`);
   same(asked, 3, "leaving asks as long as it is not saved");
   expect((await page.locator("li[data-code=kinds] .own").innerText()).includes("Saisie non enregistrée"), "the list knows the draft");
+  await page.locator("li[data-code=kinds]").scrollIntoViewIfNeeded();
   await picture(page, "list-draft");
   await page.locator("li[data-code=kinds] .own a").click();
   await shown(page);
