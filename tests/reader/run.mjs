@@ -104,6 +104,10 @@ async function every_kind_round() {
   await page.getByLabel("Reset name").click();
   same(await field(page, "person.née").inputValue(), "", "the form's own button resets");
   await fillKinds(page);
+  await field(page, "comb").press("End");
+  await page.evaluate(() => new Promise((resolve) => requestAnimationFrame(() => requestAnimationFrame(resolve))));
+  same(await field(page, "comb").evaluate((one) => [one.scrollLeft, one.scrollWidth > one.clientWidth]), [0, true],
+    "a full comb shows its first character");
   same(await mode(page), "unsaved", "what is typed is not saved yet");
   await picture(page, "kinds-filled");
   const posted = page.waitForRequest(/save\.cgi/);
@@ -541,6 +545,13 @@ async function list_of_forms() {
   await page.reload();
   expect(/^Refusé /.test(await state()), "a form that was refused", await state());
   await picture(page, "list-states");
+  for (const [locale, date] of [["en-GB", /^Refused \d+ [A-Z][a-z]+ \d{4}, \d\d:\d\d$/], ["en-US", /^Refused [A-Z][a-z]+ \d+, \d{4}, \d+:\d\d\s[AP]M$/],
+    ["de-DE", /^Refused \d+ [A-Z][a-z]+ \d{4}, \d\d:\d\d$/], ["fr-CA", /^Refusé \d+ \S+ \d{4}, \d\d\sh\s\d\d$/]]) {
+    const other = await (await openWindow(server, { locale })).newPage();
+    await other.goto(`${server.origin}/`);
+    const text = await other.locator("li[data-code='Copie n° 1'] > .what .state").innerText();
+    expect(date.test(text), `the form of dates for ${locale}`, text);
+  }
   await server.stop();
 }
 

@@ -1,16 +1,18 @@
 // The list of forms: times as the user writes them, what this browser remembers, and a search where there are many.
 
 import { recallAll } from "./drafts.js";
+import { localeOf } from "./texts.js";
 import { make } from "./widgets.js";
 
 const MANY = 8;
-const isFrench = document.documentElement.lang === "fr";
+const { lang } = document.documentElement;
+const isFrench = lang === "fr";
 const texts = isFrench
   ? { draft: "Saisie non enregistrée du", saved: "Enregistré ici le", refused: "Refusé ici le", go: "Continuer",
       found: (n) => (n === 1 ? "1 formulaire" : `${n} formulaires`) }
   : { draft: "Not saved, typed on", saved: "Saved here on", refused: "Refused here on", go: "Continue",
       found: (n) => (n === 1 ? "1 form" : `${n} forms`) };
-const style = new Intl.DateTimeFormat(document.documentElement.lang, { dateStyle: "medium", timeStyle: "short" });
+const style = new Intl.DateTimeFormat(localeOf(lang, navigator.languages), { dateStyle: "medium", timeStyle: "short" });
 
 const items = /** @type {HTMLElement[]} */ ([...document.querySelectorAll("#forms > li")]);
 

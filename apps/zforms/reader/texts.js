@@ -108,8 +108,14 @@ export function languageOf(/** @type {readonly string[]} */ languages) {
 export const language = languageOf(navigator.languages);
 export const texts = language === "fr" ? french : english;
 
+/** The language with the region of the browser's user, whose form dates and times have. */
+export function localeOf(/** @type {string} */ spoken, /** @type {readonly string[]} */ languages) {
+  const { region } = new Intl.Locale(languages[0] ?? spoken).maximize();
+  return region ? `${spoken}-${region}` : spoken;
+}
+
 /** The time of day, or with the day, as the user writes it. */
 export function timeText(/** @type {Date} */ time, withDay = false) {
   const style = /** @type {const} */ ({ timeStyle: "short", ...(withDay && { dateStyle: "medium" }) });
-  return new Intl.DateTimeFormat(language, style).format(time);
+  return new Intl.DateTimeFormat(localeOf(language, navigator.languages), style).format(time);
 }

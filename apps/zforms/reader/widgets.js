@@ -60,7 +60,13 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   // What is typed goes to no service that looks at spelling.
   input.spellcheck = false;
   if (widget.maxLength) input.maxLength = widget.maxLength;
-  if (widget.comb) input.classList.add("comb");
+  if (widget.comb) {
+    input.classList.add("comb");
+    // The browser scrolls to a cursor behind the last place, which would cut the first character off.
+    input.addEventListener("scroll", () => {
+      if (input.value.length <= widget.comb) input.scrollLeft = 0;
+    });
+  }
   const show = () => {
     const text = model.values(widget.name)[0] ?? "";
     if (input.value !== text) input.value = text;
