@@ -37,12 +37,25 @@ constexpr auto kTick = std::chrono::milliseconds(50);
 constexpr auto kLingerTime = std::chrono::seconds(2);
 // A connection that has kept silent this long may be closed in favour of a new one.
 constexpr auto kEvictionAge = std::chrono::seconds(1);
+// How many bytes of an answer go to the system at a time.
+constexpr size_t kSendSize = 64 * 1024;
 // Connections beyond the limit that are told so; more are closed without a word.
 constexpr size_t kRefusedConnections = 32;
 constexpr size_t kReadSize = 16 * 1024;
 // A request with more than that may take long to be understood.
 constexpr uint64_t kHeavyBody = uint64_t{256} << 10;
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
+
+const char* TextOf(eHTTPIntrusion intrusion) {
+  switch (intrusion) {
+    case eHTTPIntrusion::eHost: return "it is addressed to another server";
+    case eHTTPIntrusion::eOrigin: return "a page of another origin sent it";
+    case eHTTPIntrusion::eFetchSite: return "another site sent it";
+    case eHTTPIntrusion::eNone:
+    case eHTTPIntrusion::eNoPage: break;
+  }
+  return "";
+}
 
 std::unique_ptr<ZHTTPSendResponse> MakeErrorResponse(int status) {
   auto response = std::make_unique<ZHTTPSendResponse>();
@@ -95,11 +108,12 @@ class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
       : engine_(engine), socket_(std::move(socket)), buffer_(engine.limits.header_bytes + kReadSize) {}
 
   void Start();
-  // Sends an error and ends the connection.
-  void Refuse(int status);
+  // Sends an error and ends the connection; the reason is for the log.
+  void Refuse(int status, const char* reason);
   void Close();
   void CheckDeadline(Clock::time_point now);
   Phase GetPhase() const { return phase_; }
+  // When the phase began, or bytes of the answer were last taken.
   Clock::time_point Since() const { return since_; }
 
  private:
@@ -202,7 +216,7 @@ void HTTPEngine::Connection::TakeBytes() {
     case HTTPRequestReader::State::eComplete: return Dispatch();
     case HTTPRequestReader::State::eRefused:
       engine_.host->Refused(reader_->Verdict(), reader_->Request());
-      return Refuse(reader_->Verdict().status);
+      return Refuse(reader_->Verdict().status, TextOf(reader_->Verdict().intrusion));
   }
 }
 
@@ -212,7 +226,9 @@ void HTTPEngine::Connection::CountBody(uint64_t bytes) {
 }
 
 void HTTPEngine::Connection::OnBody() {
-  if (engine_.pending_body_bytes > engine_.limits.pending_body_bytes) return Refuse(503);
+  if (engine_.pending_body_bytes > engine_.limits.pending_body_bytes) {
+    return Refuse(503, "too many long bodies come at the same time");
+  }
   const bool begins = !in_body_;
   in_body_ = true;
   if (begins) Enter(Phase::eReading, engine_.limits.body_time);
@@ -237,11 +253,11 @@ void HTTPEngine::Connection::Dispatch() {
   infos_.url = request->URL();
   infos_.bytes_received = request->ContentLength();
   CountBody(0);
-  if (engine_.host->IsOverloaded()) return Refuse(503);
+  if (engine_.host->IsOverloaded()) return Refuse(503, "too much waits for the host");
   Enter(Phase::eWorking, Clock::duration::max());
   const bool posted = engine_.pool.Post([self = shared_from_this(), request, keep] { self->Work(*request, keep); },
                                         request->ContentLength() > kHeavyBody);
-  if (!posted) Refuse(503);
+  if (!posted) Refuse(503, "too many requests wait");
 }
 
 void HTTPEngine::Connection::Work(ZHTTPReadRequest& request, bool keep) {
@@ -253,8 +269,9 @@ void HTTPEngine::Connection::Work(ZHTTPReadRequest& request, bool keep) {
                           kept]() mutable { self->Send(std::move(response), head, with_body, kept); });
 }
 
-void HTTPEngine::Connection::Refuse(int status) {
+void HTTPEngine::Connection::Refuse(int status, const char* reason) {
   if (phase_ == Phase::eClosed) return;
+  infos_.reason = reason;
   CountBody(0);
   // What the client is told is not to wait for what it may still send.
   filled_ = 0;
@@ -280,12 +297,19 @@ void HTTPEngine::Connection::Send(std::unique_ptr<ZHTTPSendResponse> response, c
   const std::string_view body = with_body ? response_->Body().View() : std::string_view();
   const std::array<asio::const_buffer, 2> pieces = {asio::buffer(head_.data(), head_.size()),
                                                     asio::buffer(body.data(), body.size())};
-  asio::async_write(socket_, pieces,
+  // Asked before each piece, so it sees that the client takes something.
+  const auto next_size = [this](const error_code& error, size_t) {
+    since_ = Clock::now();
+    return error ? size_t{0} : kSendSize;
+  };
+  asio::async_write(socket_, pieces, next_size,
                     [self = shared_from_this()](const error_code& error, size_t) { self->OnSent(error); });
 }
 
 void HTTPEngine::Connection::OnSent(const error_code& error) {
   infos_.status = response_->Status();
+  if (!response_->Reason().IsEmpty()) infos_.reason = response_->Reason();
+  if (infos_.reason.IsEmpty() && infos_.status >= 400) infos_.reason = ZHTTPSendResponse::ReasonPhrase(infos_.status);
   infos_.delivered = !error;
   infos_.bytes_sent = with_body_ && !error ? response_->Body().size() : 0;
   infos_.duration = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - received_);
@@ -317,8 +341,9 @@ void HTTPEngine::Connection::Close() {
 }
 
 void HTTPEngine::Connection::CheckDeadline(Clock::time_point now) {
-  if (now < deadline_) return;
-  if (phase_ == Phase::eReading) return Refuse(408);
+  const bool stalls = phase_ == Phase::eSending && now - since_ >= engine_.limits.stall_time;
+  if (now < deadline_ && !stalls) return;
+  if (phase_ == Phase::eReading) return Refuse(408, "");
   Close();
 }
 
@@ -364,17 +389,18 @@ void HTTPEngine::State::Admit(tcp::socket socket) {
   const auto connection = std::make_shared<Connection>(*this, std::move(socket));
   connections.insert(connection);
   connection->Start();
-  if (!room) connection->Refuse(503);
+  if (!room) connection->Refuse(503, "too many connections are open");
 }
 
 // Closes the connection that has waited longest for its client, one between two
-// requests rather than one within.
+// requests rather than one within, and that rather than one that takes no answer.
 bool HTTPEngine::State::MakeRoom() {
   const auto latest = Clock::now() - kEvictionAge;
   std::shared_ptr<Connection> victim;
   for (const auto& connection : connections) {
     const auto phase = connection->GetPhase();
-    const bool waits = phase == Connection::Phase::eIdle || phase == Connection::Phase::eReading;
+    const bool waits = phase == Connection::Phase::eIdle || phase == Connection::Phase::eReading ||
+                       phase == Connection::Phase::eSending;
     if (!waits || connection->Since() > latest) continue;
     if (victim == nullptr || std::pair(phase, connection->Since()) < std::pair(victim->GetPhase(), victim->Since())) {
       victim = connection;

@@ -21,6 +21,8 @@ struct sHTTPRequestInfos {
   uint64_t bytes_sent = 0;                // of the body
   std::chrono::microseconds duration{0};  // from the request's last byte to the answer's
   bool delivered = false;                 // false when the client had gone
+  // Why it was refused, or what else its page says of it (ZHTTPServerPageSession::Refuse).
+  Chaine reason;
 };
 
 // What the engine asks of the server that it works for.

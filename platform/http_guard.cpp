@@ -41,9 +41,28 @@ HTTPVerdict JudgeSender(const ZHTTPHeader& header, uint16_t port) {
       const bool own = StartsIgnoringCase(value, kHTTP) && value.size() >= kHTTP.size() &&
                        IsOwnAuthority(value.substr(kHTTP.size()), port);
       if (!own) return {403, eHTTPIntrusion::eOrigin};
-    } else if (EqualIgnoringCase(header[i].name, "Sec-Fetch-Site") && EqualIgnoringCase(value, "cross-site")) {
-      return {403, eHTTPIntrusion::eFetchSite};
     }
+  }
+  return {};
+}
+
+bool HasOnly(const ZHTTPHeader& header, const char* name, std::string_view value) {
+  return header.CountOf(name) == 1 && EqualIgnoringCase(header.Get(name), value);
+}
+
+// Whether somebody follows a link to the first page, from a mail or another site.
+bool IsLinkToFirstPage(std::string_view method, const ZHTTPHeader& header, const ZInetURL& url) {
+  return method == "GET" && url.AsChaine() == "/" && HasOnly(header, "Sec-Fetch-Mode", "navigate") &&
+         HasOnly(header, "Sec-Fetch-Dest", "document");
+}
+
+// What the browser says of the page that asks (Fetch Metadata). Pages of other ports are of the same site.
+HTTPVerdict JudgeSite(std::string_view method, const ZHTTPHeader& header, const ZInetURL& url) {
+  for (size_t i = 0; i < header.Count(); i++) {
+    if (!EqualIgnoringCase(header[i].name, "Sec-Fetch-Site")) continue;
+    const std::string_view value = header[i].value;
+    const bool own = EqualIgnoringCase(value, "same-origin") || EqualIgnoringCase(value, "none");
+    if (!own && !IsLinkToFirstPage(method, header, url)) return {403, eHTTPIntrusion::eFetchSite};
   }
   return {};
 }
@@ -84,6 +103,7 @@ HTTPVerdict JudgeHead(std::string_view method, std::string_view target, const ZH
   HTTPVerdict verdict = JudgeFraming(method, header, http11);
   if (verdict.status == 0) verdict = JudgeSender(header, port);
   if (verdict.status == 0) verdict = JudgeTarget(target, port, url);
+  if (verdict.status == 0) verdict = JudgeSite(method, header, *url);
   if (verdict.status == 0 && header.Has("Expect")) {
     const bool known = header.CountOf("Expect") == 1 && EqualIgnoringCase(header.Get("Expect"), "100-continue");
     if (!known) verdict.status = 417;

@@ -25,8 +25,9 @@ struct sHTTPServerLimits {
   Duration body_time = std::chrono::seconds(60);
   // Until a connection's first or next request begins; then it is closed.
   Duration idle_time = std::chrono::seconds(30);
-  // For taking a whole answer; then the connection is cut.
+  // For taking a whole answer, and for taking none of its bytes; then the connection is cut.
   Duration send_time = std::chrono::seconds(60);
+  Duration stall_time = std::chrono::seconds(5);
   // Connections at a time. One more closes the one that has kept silent longest,
   // or is refused when all are at work (503).
   size_t connections = 128;

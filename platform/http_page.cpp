@@ -58,6 +58,11 @@ bool ZHTTPServerPageSession::SetRequestHeader(const ZHTTPHeader&) { return !IsIn
 
 bool ZHTTPServerPageSession::SetFullRequest(ZHTTPReadRequest&) { return !IsInError(); }
 
+void ZHTTPServerPageSession::Refuse(int status, const Chaine& reason) {
+  SetStatus(status);
+  SetReason(reason);
+}
+
 bool ZHTTPServerPageSession::IsInError() const { return status_ >= 400; }
 
 void ZHTTPServerPageSession::SendError(ZHTTPSendResponse& response) {

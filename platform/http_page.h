@@ -51,6 +51,11 @@ class ZFORMS_API ZHTTPServerPageSession {
   // The HTTP status; 200 at first.
   int Status() const { return status_; }
   void SetStatus(int status) { status_ = status; }
+  // Sets the status, and says why for the server's log; the client is told the status alone.
+  void Refuse(int status, const Chaine& reason);
+  // Empty until something is said.
+  const Chaine& Reason() const { return reason_; }
+  void SetReason(const Chaine& reason) { reason_ = reason; }
 
  protected:
   // Sends the bytes as a whole body. A file name that is not empty is offered to
@@ -65,6 +70,7 @@ class ZFORMS_API ZHTTPServerPageSession {
   ZInetURL url_;
   Chaine method_;
   int status_ = 200;
+  Chaine reason_;
   // The pages that the request came through, the innermost first; kept alive by it.
   std::vector<std::shared_ptr<IHTTPServerPage>> way_;
 };

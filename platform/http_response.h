@@ -42,6 +42,10 @@ class ZFORMS_API ZHTTPSendResponse {
   // False, changing nothing, when that is no field value.
   bool SetEntityTag(const Chaine& tag);
 
+  // Why the request came to this status, for the server's log; it is not sent.
+  const Chaine& Reason() const { return reason_; }
+  void SetReason(const Chaine& reason) { reason_ = reason; }
+
   // Begins the body, of exactly `size` bytes. Returns where it is written, which
   // this response owns; null when it was begun before. Writes past `size` fail.
   ZInetOStream* BeginSend(uint64_t size);
@@ -68,6 +72,7 @@ class ZFORMS_API ZHTTPSendResponse {
   int status_ = 200;
   ZHTTPHeader header_;
   Chaine entity_tag_;
+  Chaine reason_;
   Chaine body_;
   bool complete_ = false;
   std::unique_ptr<BodyStream> stream_;

@@ -1,6 +1,7 @@
 #include "platform/http_server.h"
 
 #include <chrono>
+#include <exception>
 #include <utility>
 
 #include "platform/idle_messages.h"
@@ -31,14 +32,19 @@ class ZHTTPServer::Host : public IHTTPEngineHost {
   std::unique_ptr<ZHTTPSendResponse> Answer(ZHTTPReadRequest& request) override {
     auto response = std::make_unique<ZHTTPSendResponse>();
     // A page is the host's code. Whatever leaves it ends this request alone.
+    Chaine failure = "the page made no whole answer";
     try {
       Serve(request, response.get());
+    } catch (const std::exception& error) {
+      failure = Chaine("the page failed: ") + error.what();
+      response = std::make_unique<ZHTTPSendResponse>();
     } catch (...) {
       response = std::make_unique<ZHTTPSendResponse>();
     }
     const bool sound = response->IsComplete() && response->Status() >= 200 && response->Status() <= 599;
     if (!sound) {
       response = std::make_unique<ZHTTPSendResponse>();
+      response->SetReason(failure);
       response->MakeErrorPage(500);
     }
     return response;
@@ -62,6 +68,7 @@ class ZHTTPServer::Host : public IHTTPEngineHost {
     }
     RunSession(session.get(), request, response);
     if (response->Status() == 200 && !session->IsInError()) response->SetStatus(session->Status());
+    response->SetReason(session->Reason());
     // A status without a body of its own is an answer too.
     if (!response->HasBegun() && response->Status() != 200) {
       response->BeginSend(0);

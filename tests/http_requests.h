@@ -29,6 +29,9 @@ inline std::vector<HTTPRequestCase> HTTPRequestCases() {
   const auto with = [&](const std::string& fields) { return get + host + fields + "\r\n"; };
   const auto sent = [&](const std::string& fields, const std::string& body) { return post + fields + "\r\n" + body; };
   const std::string chunked = "Transfer-Encoding: chunked\r\n";
+  const std::string foreign = "Sec-Fetch-Site: cross-site\r\n";
+  const std::string navigates = "Sec-Fetch-Mode: navigate\r\n";
+  const std::string link = navigates + "Sec-Fetch-Dest: document\r\n";
   std::string many;
   for (int i = 0; i < 40; i++) many += "X-Field: 1\r\n";
   return {
@@ -113,8 +116,16 @@ inline std::vector<HTTPRequestCase> HTTPRequestCases() {
       {"origin of a file", with("Origin: file://\r\n"), 403},
       {"second origin", with("Origin: http://localhost:PORT\r\nOrigin: http://zqx.example\r\n"), 403},
       {"cross-site", with("Sec-Fetch-Site: cross-site\r\n"), 403},
+      {"same site, another port", with("Sec-Fetch-Site: same-site\r\n"), 403},
+      {"site of an unknown kind", with("Sec-Fetch-Site: zqx\r\n"), 403},
+      {"link to a page", with(foreign + link), 403},
+      {"link with parameters", "GET /?zqx HTTP/1.1\r\n" + host + foreign + link + "\r\n", 403},
+      {"frame", "GET / HTTP/1.1\r\n" + host + foreign + navigates + "Sec-Fetch-Dest: iframe\r\n\r\n", 403},
+      {"script", "GET / HTTP/1.1\r\n" + host + foreign + "Sec-Fetch-Mode: no-cors\r\n\r\n", 403},
+      {"form", "POST / HTTP/1.1\r\n" + host + foreign + link + "Content-Length: 0\r\n\r\n", 403},
       {"foreign post", sent("Origin: http://zqx.example\r\nContent-Length: 5\r\n", "hello"), 403},
       // The rest.
+      {"link to the first page", "GET / HTTP/1.1\r\n" + host + foreign + link + "\r\n", 404},
       {"no page", "GET /zqx HTTP/1.1\r\n" + host + "\r\n", 404},
       {"page by its beginning", "GET /app/echozqx HTTP/1.1\r\n" + host + "\r\n", 404},
       {"dots", "GET /app/echo/../zqx HTTP/1.1\r\n" + host + "\r\n", 404},

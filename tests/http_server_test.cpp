@@ -134,6 +134,28 @@ TEST(ZHTTPServer, DeadlinesEndWhatDoesNotCome) {
   }
 }
 
+TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
+  TestServer server;
+  server.AddPage("/large", "GET",
+                 [](const Exchange&, ZHTTPSendResponse& response) { return SendText(response, Chaine(8 << 20, 'x')); });
+  server.ChangeLimits([](auto& limits) { limits.stall_time = milliseconds(600); });
+  ASSERT_TRUE(server.Start());
+  RawClient deaf(server.Port());
+  for (int i = 0; i < 3; i++) deaf.Send(server.Get("/large"));
+  RawClient slow(server.Port());
+  slow.Send(server.Get("/large"));
+  const auto start = Clock::now();
+  while (server.Log().empty() && Clock::now() - start < std::chrono::seconds(20)) {
+    std::this_thread::sleep_for(milliseconds(20));
+    slow.Take(200'000);
+  }
+  const auto log = server.Log();
+  ASSERT_EQ(log.size(), 1U) << "who pipelines and never reads is cut, who reads slowly is not";
+  EXPECT_FALSE(log[0].delivered);
+  EXPECT_GE(Clock::now() - start, milliseconds(550));
+  EXPECT_EQ(slow.Receive().body.size(), size_t{8} << 20);
+}
+
 TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   TestServer server;
   server.AddPage("/large", "GET",
@@ -314,7 +336,9 @@ TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
   EXPECT_EQ(log[0].bytes_received, 5U);
   EXPECT_EQ(log[0].bytes_sent, 6U);
   EXPECT_TRUE(log[0].delivered);
+  EXPECT_EQ(log[0].reason, "");
   EXPECT_EQ(log[1].status, 400);
+  EXPECT_EQ(log[1].reason, "Bad Request");
 }
 
 TEST(ZHTTPServer, PagesAreReplacedWhileRequestsRun) {

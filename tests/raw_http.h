@@ -67,6 +67,10 @@ class RawClient {
     unread_.erase(0, length);
     return answer;
   }
+  // Reads about that many bytes of what is there.
+  void Take(size_t count) {
+    for (const size_t wanted = unread_.size() + count; unread_.size() < wanted && Fill(0);) continue;
+  }
   RawAnswer Ask(std::string_view request) {
     Send(request);
     return Receive();
