@@ -1,6 +1,8 @@
 // A host with a form server: opens one form, prints each value that is saved, and stops when its input ends:
-//   form_server FOLDER CODE OPENED.xfdf
-// FOLDER holds the form CODE.pdf. Open OPENED.xfdf in a PDF reader, fill the form in and press its save button.
+//   form_server FOLDER CODE [OPENED.xfdf]
+// FOLDER holds the form CODE.pdf. It opens in the program that the desktop has for PDF; with a third argument nothing
+// is opened, and the document that leads a reader to the form is written there. Fill the form in and press its save
+// button.
 
 #include <iostream>
 #include <memory>
@@ -59,13 +61,21 @@ class Handler : public zforms::ZAcroFormServerXFDFHandler {
   }
 };
 
-// Any reader will do, and nobody is asked.
+// On Windows this looks for a reader of version 8 or later before it starts, and asks the user; see docs/server.md.
 class Server : public zforms::ZAcroFormServer {
  public:
   using ZAcroFormServer::ZAcroFormServer;
   ~Server() override { Stop(); }
-  bool NotifyStart() override { return true; }
 };
+
+// Hands the form over. ShowXFDF(xfdf, true) opens the document in the program for XFDF instead: the reader on Windows;
+// few desktops elsewhere have one.
+bool Show(const Server& server, const ZXFDF& xfdf, const char* opened) {
+  if (opened == nullptr) return server.ShowXFDF(xfdf, false);
+  if (!xfdf.Save(opened)) return false;
+  std::cout << "open " << opened << std::endl;
+  return true;
+}
 
 int Run(const char* folder, const char* code, const char* opened) {
   const zforms::ZSystemServices system("Example");
@@ -83,9 +93,12 @@ int Run(const char* folder, const char* code, const char* opened) {
   ZXFDF xfdf = builder->CreateXFDF();
   handler->TransactionManager().StartTransactionFor(xfdf);
   xfdf.SessionID().SetParam("Example.Session", kSession);
-  if (!xfdf.Save(opened)) return 1;  // server.ShowXFDF(xfdf, true) gives it to the reader
-  std::cout << "open " << opened << std::endl;
+  if (!Show(server, xfdf, opened)) {
+    std::cerr << "the form could not be shown\n";
+    return 1;
+  }
 
+  // A host with a loop of its own gives SetWake what wakes that, and calls RunPending there.
   zforms::ZIdleMessageManager& messages = server.IdleMessages();
   std::thread input([&messages] {
     while (std::cin.get() != std::char_traits<char>::eof()) continue;
@@ -99,9 +112,9 @@ int Run(const char* folder, const char* code, const char* opened) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4) {
-    std::cerr << "usage: form_server FOLDER CODE OPENED.xfdf\n";
+  if (argc != 3 && argc != 4) {
+    std::cerr << "usage: form_server FOLDER CODE [OPENED.xfdf]\n";
     return 2;
   }
-  return Run(argv[1], argv[2], argv[3]);
+  return Run(argv[1], argv[2], argc == 4 ? argv[3] : nullptr);
 }

@@ -18,11 +18,25 @@ ZIdleMessageManager& ZIdleMessageManager::Default() {
 void ZIdleMessageManager::Post(IIdleMessage* message) {
   message->AddRef();
   ZCountedPtr<IIdleMessage> kept(message);
+  bool is_first = false;
   {
     const std::lock_guard lock(mutex_);
+    is_first = messages_.empty();
     messages_.push_back(std::move(kept));
   }
   changed_.notify_all();
+  if (is_first) Wake();
+}
+
+void ZIdleMessageManager::Wake() {
+  const std::lock_guard lock(wake_mutex_);
+  if (wake_) wake_();
+}
+
+void ZIdleMessageManager::SetWake(std::function<void()> wake) {
+  const std::lock_guard lock(wake_mutex_);
+  wake_ = std::move(wake);
+  if (Pending() != 0) Wake();
 }
 
 size_t ZIdleMessageManager::Pending() const {

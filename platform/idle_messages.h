@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -25,8 +26,8 @@ class ZFORMS_API ZIdleMessage : public virtual ZCountedUnknown {
 // ZIdleMessageManager hands messages to the host's idle loop, in the order in
 // which they were posted. Any thread posts, and never waits; one thread, the
 // host's, runs the loop: Run where the host has none of its own, else RunPending
-// from time to time. The thread that made the manager is the host's until
-// another one runs the loop.
+// when the host's own loop is woken (SetWake). The thread that made the manager is
+// the host's until another one runs the loop.
 class ZFORMS_API ZIdleMessageManager {
  public:
   using IIdleMessage = ZIdleMessage;
@@ -41,6 +42,11 @@ class ZFORMS_API ZIdleMessageManager {
   // The manager of the process.
   static ZIdleMessageManager& Default();
 
+  // Is called when a message comes to an empty queue, on the thread that posts it, and at
+  // once when some wait already: a host with a loop of its own sends that loop an event
+  // here, whose handler calls RunPending. It must return soon and deliver nothing itself.
+  // When SetWake returns, what was set before is not called any more.
+  void SetWake(std::function<void()> wake);
   // Takes a reference of its own, which it releases after the delivery.
   void Post(IIdleMessage* message);
   // How many wait, the one that is being delivered included.
@@ -62,6 +68,7 @@ class ZFORMS_API ZIdleMessageManager {
 
  private:
   size_t DeliverAll(std::unique_lock<std::mutex>& lock);
+  void Wake();
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
@@ -69,6 +76,8 @@ class ZFORMS_API ZIdleMessageManager {
   size_t in_delivery_ = 0;
   bool quit_ = false;
   std::thread::id host_;
+  std::recursive_mutex wake_mutex_;
+  std::function<void()> wake_;
 };
 
 }  // namespace zforms

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "platform/chaine.h"
@@ -26,6 +27,10 @@ class ZFORMS_API ZShell {
   // environment expanded; empty when it is not registered, or the system has no
   // such register.
   virtual Chaine ServerOfClass(const Chaine& class_id) = 0;
+  // The version of that file, as GetAppVersionValue gives it; 0 when there is none. Where
+  // the system has no such register there is nothing to look for, and its own shell
+  // gives the greatest version, so that any reader will do.
+  virtual uint64_t VersionOfClass(const Chaine& class_id);
 };
 
 // The shell of this system: xdg-open and lp; on Windows its own.

@@ -1,3 +1,5 @@
+#include <cstdint>
+
 #include "platform/inet_url.h"
 #include "platform/os_process.h"
 #include "platform/shell.h"
@@ -24,6 +26,7 @@ class DesktopShell : public ZShell {
   }
   Chaine ProgramFor(const Chaine&) override { return {}; }
   Chaine ServerOfClass(const Chaine&) override { return {}; }
+  uint64_t VersionOfClass(const Chaine&) override { return UINT64_MAX; }
 };
 
 }  // namespace

@@ -20,8 +20,7 @@ constexpr const char* kReaderClasses[] = {"{CA8A9780-280D-11CF-A24D-444553540000
 
 bool HasReader(ZShell& shell) {
   return std::any_of(std::begin(kReaderClasses), std::end(kReaderClasses), [&shell](const char* class_id) {
-    const Chaine program = shell.ServerOfClass(class_id);
-    return !program.IsEmpty() && MajorVersion(GetAppVersionValue(program)) >= kMinReaderVersion;
+    return MajorVersion(shell.VersionOfClass(class_id)) >= kMinReaderVersion;
   });
 }
 

@@ -20,6 +20,8 @@ namespace {
 // "°_" in UTF-8, and in windows-1252, whose bytes end the former.
 constexpr std::string_view kMarkUTF8 = "\xC2\xB0_";
 constexpr std::string_view kMark = "\xB0_";
+// By which shells choose a program.
+constexpr std::string_view kSuffix = ".pdf";
 // Which opens an XFDF document only when it runs already.
 constexpr std::string_view kShyReader = "AcroRd32";
 constexpr uint16_t kMinReaderVersion = 8;
@@ -58,7 +60,10 @@ Chaine ZAcroFormServerXFDFHandler::CodeNameFromFileURL(const ZInetURL& url) {
   if (!url.IsLocalFile()) return {};
   const Chaine path = url.Path(true);
   const size_t mark = path.View().find(kMark);
-  return mark == std::string_view::npos ? Chaine() : ZInetURL::Decode(path.View().substr(mark + kMark.size()));
+  if (mark == std::string_view::npos) return {};
+  std::string_view code = path.View().substr(mark + kMark.size());
+  if (code.ends_with(kSuffix)) code.remove_suffix(kSuffix.size());
+  return ZInetURL::Decode(code);
 }
 
 void ZAcroFormServerXFDFHandler::UpdatePDFHRef(ZXFDF& xfdf) const {
@@ -105,7 +110,7 @@ bool ZAcroFormServerXFDFHandler::ShowFilled(const ZXFDF& xfdf) {
   if (!ready) return false;
   // No two copies get the same name.
   last_tick_ = std::max(TickCount(), last_tick_ + 1);
-  const Chaine name = FormatUInt(last_tick_) + kMarkUTF8 + ZInetURL::Encode(code);
+  const Chaine name = FormatUInt(last_tick_) + kMarkUTF8 + ZInetURL::Encode(code) + kSuffix;
   const Chaine path = services.temp_folder->Write(name, bytes);
   return !path.IsEmpty() && services.shell->Execute(path, "open");
 }

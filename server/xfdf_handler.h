@@ -58,7 +58,7 @@ class ZFORMS_API ZAcroFormServerXFDFSession : public ZHTTPServerPageXFDFSession 
   // Posts the message of a save, exactly once, then answers; 404 without the template.
   void SendPage(ZHTTPSendResponse& response) override;
 
-  // Whether the submitted session is a live one of the host.
+  // Whether the submitted session is a live one of the host; SetReason says to the log why not.
   virtual bool CheckSession(const ZXFDF::SessionInfos& infos) = 0;
   // Whether the host takes what is to be saved. Called once; the host asks the
   // transaction manager here, giving it ReceivedXFDF() so that the count is raised in it.
@@ -99,7 +99,7 @@ class ZFORMS_API ZAcroFormServerXFDFHandler : public ZHTTPServerPageXFDF {
   // is read only.
   static ZDocument::Status GetDisplayMode(const ZInetURL& url);
   // The code in the name of a local copy that ShowXFDF made, which follows the mark
-  // "°_"; empty for other URLs.
+  // "°_", without the suffix ".pdf"; empty for other URLs.
   static Chaine CodeNameFromFileURL(const ZInetURL& url);
 
   // Completes the document's reference with this server, or has it name the form in
@@ -107,8 +107,9 @@ class ZFORMS_API ZAcroFormServerXFDFHandler : public ZHTTPServerPageXFDF {
   void UpdatePDFHRef(ZXFDF& xfdf) const;
   void UpdatePDFHRef(ZXFDF& xfdf, ZDocument::Status status) const;
 
-  // Opens the document in the reader, which fetches the form from this server, or
-  // fills the form and opens that. On the host's thread.
+  // Opens the document in the program for XFDF, which fetches the form from this server,
+  // or (not external) fills the form and opens that in the program for PDF. On the host's
+  // thread.
   bool ShowXFDF(const ZXFDF& xfdf, bool external);
   bool ShowXFDF(const ZXFDF& xfdf, ZDocument::Status status, bool external);
   // Writes the document to the file "temp.xfdf" and gives it to its program.

@@ -3,13 +3,16 @@
 #include <memory>
 
 #include "platform/http_request.h"
+#include "platform/http_response.h"
 #include "platform/inet_stream.h"
+#include "platform/number.h"
 
 namespace zforms {
 namespace {
 
 // Session infos are read anew for each of their parameters; a host's are short.
 constexpr size_t kMaxSessionInfos = size_t{64} << 10;
+constexpr char kPost[] = "POST";
 
 }  // namespace
 
@@ -19,20 +22,34 @@ ZHTTPServerPageXFDFSession::ZHTTPServerPageXFDFSession(const ZHTTPServerPageXFDF
 
 ZHTTPServerPageXFDFSession::~ZHTTPServerPageXFDFSession() = default;
 
-bool ZHTTPServerPageXFDFSession::IsOwn(const ZXFDF& xfdf) const {
-  if (xfdf.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().size() > kMaxSessionInfos) return false;
-  const ZXFDFSessionInfos& infos = xfdf.SessionID();
-  return infos.Folder() == ZXFDFFolderInfos{folder_, static_cast<uint32_t>(exercice_)} &&
-         infos.Software() == page_->Software();
+Chaine ZHTTPServerPageXFDFSession::WhyForeign() const {
+  if (xfdf_.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().size() > kMaxSessionInfos) {
+    return "its session infos are too long";
+  }
+  const ZXFDFSessionInfos& infos = xfdf_.SessionID();
+  const ZXFDFFolderInfos folder = infos.Folder();
+  const auto differs = [](const char* what, const Chaine& its, const Chaine& own) {
+    return Chaine("it is of the ") + what + " " + its + ", the server is in " + own;
+  };
+  if (folder.id != folder_) return differs("folder", FormatUInt(folder.id), FormatUInt(folder_));
+  if (static_cast<int32_t>(folder.exercice) != exercice_) {
+    return differs("year", FormatInt(static_cast<int32_t>(folder.exercice)), FormatInt(exercice_));
+  }
+  return infos.Software() == page_->Software() ? Chaine() : "it is of another application";
 }
 
 bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
   if (!ZHTTPServerPageSession::SetFullRequest(request)) return false;
   if (request.ContentLength() != 0) {
+    // Only what is posted is to change anything (RFC 9110 9.3.1, 9.3.3).
+    if (Method() != kPost) {
+      Refuse(405, "a form is submitted by POST");
+      return false;
+    }
     const std::unique_ptr<ZInetIStream> body = request.AllocBodyStream();
     xfdf_.Read(body.get());
   }
-  if (!IsInError() && !xfdf_.HasIDS()) SetStatus(409);
+  if (!IsInError() && !xfdf_.HasIDS()) Refuse(409, "it is no XFDF document with identifiers of a form");
   if (!IsInError() && !xfdf_.HasPDFHRef()) {
     ZInetURL href;
     href.SetProtocol("http");
@@ -40,8 +57,15 @@ bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
     href.MoveTo(request.URL().AsChaine());
     xfdf_.SetPDFHRef(href);
   }
-  if (!IsInError() && xfdf_.HasSessionID() && !IsOwn(xfdf_)) SetStatus(409);
+  if (!IsInError() && xfdf_.HasSessionID()) {
+    if (const Chaine why = WhyForeign(); !why.IsEmpty()) Refuse(409, why);
+  }
   return !IsInError();
+}
+
+void ZHTTPServerPageXFDFSession::SendError(ZHTTPSendResponse& response) {
+  ZHTTPServerPageSession::SendError(response);
+  if (Status() == 405) response.SetHeader("Allow", kPost);
 }
 
 bool ZHTTPServerPageXFDFSession::SendXFDF(ZHTTPSendResponse& response, const ZXFDF& xfdf) {

@@ -19,10 +19,11 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   ZHTTPServerPageXFDFSession(const ZHTTPServerPageXFDF* page, uint64_t folder, int32_t exercice);
   ~ZHTTPServerPageXFDFSession() override;
 
-  // Reads the document. 409 when it has no "ids", or session infos of another folder,
-  // financial year or application, or longer than 64 KiB; one without passes. A document
-  // that names no PDF gets the request's own URL.
+  // Reads the document. 405 when it comes by another method than POST; 409 when it has
+  // no "ids", or session infos of another folder, financial year or application, or longer
+  // than 64 KiB; one without passes. A document that names no PDF gets the request's own URL.
   bool SetFullRequest(ZHTTPReadRequest& request) override;
+  void SendError(ZHTTPSendResponse& response) override;
 
   const ZXFDF& XFDFRequest() const { return xfdf_; }
   uint64_t Folder() const { return folder_; }
@@ -36,7 +37,8 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   static bool SendXFDF(ZHTTPSendResponse& response, const ZXFDF& xfdf);
 
  private:
-  bool IsOwn(const ZXFDF& xfdf) const;
+  // Why the session infos are not those of this host; empty when they are.
+  Chaine WhyForeign() const;
 
   const ZHTTPServerPageXFDF* page_;
   ZXFDF xfdf_;

@@ -29,15 +29,22 @@ void ZAcroFormServerXFDFSession::UpdatePDFHRef(ZXFDF& xfdf, ZDocument::Status st
 
 bool ZAcroFormServerXFDFSession::SetURL(const ZInetURL& url, const Chaine& method) {
   if (!ZHTTPServerPageXFDFSession::SetURL(url, method)) return false;
-  if (IsInFolder() && Action() != ZDocument::eReadOnly) return true;
-  SetStatus(404);
-  return false;
+  if (!IsInFolder()) {
+    Refuse(404, "the host is in no folder");
+  } else if (Action() == ZDocument::eReadOnly) {
+    Refuse(404, "forms are submitted to save.cgi and modify.cgi alone");
+  }
+  return !IsInError();
 }
 
 bool ZAcroFormServerXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
   if (!ZHTTPServerPageXFDFSession::SetFullRequest(request)) return false;
-  const bool is_live = XFDFRequest().HasSessionID() && CheckSession(XFDFRequest().SessionID());
-  if (!is_live && !IsInError()) SetStatus(409);
+  const bool has_session = XFDFRequest().HasSessionID();
+  const bool is_live = has_session && CheckSession(XFDFRequest().SessionID());
+  if (!is_live && !IsInError()) {
+    SetStatus(409);
+    if (Reason().IsEmpty()) SetReason(has_session ? "the host does not know its session" : "it has no session");
+  }
   return !IsInError();
 }
 
@@ -59,7 +66,9 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
   href = answer.PDFHRef();
   ZAcroFormServerForm form;
   const ZDocument::Status status = ZAcroFormServerPDFHandler::StatusFromURL(href);
-  if (!HTTPServer()->PrepareForm(answer, code, status, &form)) return SetStatus(404);
+  if (!HTTPServer()->PrepareForm(answer, code, status, &form)) {
+    return Refuse(404, "the template of its form is not there or cannot be read");
+  }
   Chaine bytes;
   ZInetChaineOStream out(bytes);
   if (!form.Save(out)) return SetStatus(500);
@@ -71,6 +80,7 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
 // Whatever becomes of the answer, the message is on its way before it.
 bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
   const bool accepted = AcceptSave();
+  if (!accepted && Reason().IsEmpty()) SetReason("the host does not accept it");
   const ZCountedPtr<CSaveXFDFMessage> message(CreateSaveMessage(URL(), submitted, accepted));
   if (message) HTTPServer()->IdleMessages().Post(message.get());
   return accepted;

@@ -2,11 +2,29 @@
 """Runs examples/form_server as a host's developer would, and submits its form twice: form_server_example.py PROGRAM FOLDER."""
 
 import http.client
+import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
+import time
+
+
+def show(program, folder, scratch):
+    """The name and first bytes of what the example opens on a desktop, whose opener is a script here."""
+    opener = scratch / "xdg-open"
+    opener.write_text('#!/bin/sh\ncp "$1" "$0.copy" && basename "$1" > "$0.new" && mv "$0.new" "$0.name"\n')
+    opener.chmod(0o755)
+    environment = {**os.environ, "PATH": f"{scratch}:{os.environ['PATH']}"}
+    process = subprocess.Popen([program, folder, "membership_form"], stdin=subprocess.PIPE, env=environment, text=True)
+    name = scratch / "xdg-open.name"
+    for _ in range(600):
+        if name.exists() or process.poll() is not None:
+            break
+        time.sleep(0.05)
+    process.communicate("", timeout=60)
+    return (name.read_text().strip(), (scratch / "xdg-open.copy").read_bytes()[:5]) if name.exists() else None
 
 
 def main(program, folder):
@@ -26,8 +44,9 @@ def main(program, folder):
             answers.append((answer.status, answer.headers["Content-Location"].rpartition("=")[2], answer.read()[:5]))
             connection.close()
         said += process.communicate("", timeout=60)[0]
-    print(said, answers)
-    right = (answers == [(200, "consult", b"%PDF-"), (200, "modify", b"%PDF-")] and process.returncode == 0
+        shown = show(program, folder, pathlib.Path(scratch))
+    print(said, answers, shown)
+    right = (shown and shown[0].endswith("°_membership_form.pdf") and shown[1] == b"%PDF-" and answers == [(200, "consult", b"%PDF-"), (200, "modify", b"%PDF-")] and process.returncode == 0
              and "\nsaved\n" in said and "  adherent.nom = Zoé\n" in said and said.endswith("refused as stale\n"))
     return 0 if right else 1
 

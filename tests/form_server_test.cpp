@@ -148,6 +148,11 @@ TEST(FormServer, ReaderVersionRule) {
   EXPECT_FALSE(host.server->Start());
   host.interface.consents = true;
   ASSERT_TRUE(host.server->Start());
+  // Where readers register nothing, none is looked for.
+  const std::unique_ptr<ZShell> system = OpenSystemShell();
+  host.settings.ignore_version = "";
+  host.services.shell = system.get();
+  EXPECT_TRUE(verify());
 
   ZAcroFormServer second(host.server->Port(), host.storage.Path(), 1, 1, host.services);
   EXPECT_FALSE(second.Start());
@@ -297,7 +302,7 @@ TEST(FormServer, ShowsPrintsAndMails) {
 
   EXPECT_TRUE(host.server->ShowXFDF(xfdf, false));
   const std::string local = host.shell.calls[1].substr(5);
-  EXPECT_TRUE(local.ends_with("\xC2\xB0_F%201")) << local;
+  EXPECT_TRUE(local.ends_with("\xC2\xB0_F%201.pdf")) << local;
   EXPECT_EQ(ZAcroFormServerXFDFHandler::CodeNameFromFileURL(ZInetURL::FromLocalPath(local)), "F 1");
   EXPECT_EQ(Loaded(host.shell.files[1].ToString()).Fields()["name"]->ValueUTF8(), "Zoé");
 
@@ -442,6 +447,11 @@ TEST(FormServer, WhichSubmissionsAreTaken) {
                  {body, "Sec-Fetch-Site: cross-site\r\n", 403}};
   host.saved.clear();
   for (const auto& [bytes, fields, status] : hostile) EXPECT_EQ(host.Post(save, bytes, fields).status, status) << bytes;
+  for (const char* method : {"GET", "HEAD", "PUT"}) {
+    const RawAnswer answer = host.Send(method, save, body);
+    EXPECT_EQ(answer.status, 405) << method;
+    EXPECT_NE(answer.head.find("\r\nAllow: POST\r\n"), std::string::npos) << answer.head;
+  }
   std::string deep = "<xfdf><ids original=\"1\" modified=\"1\"/><fields>";
   for (int i = 0; i < 100000; i++) deep += "<field name=\"a\">";
   EXPECT_EQ(host.Post(save, deep).status, 409);

@@ -189,6 +189,25 @@ TEST(ZIdleMessageManager, DeliversOnceInOrderAndReleases) {
   EXPECT_EQ(told, (std::vector{1, 2, -2, 3, -1, -3})) << "what was not delivered is released";
 }
 
+TEST(ZIdleMessageManager, WakesAHostThatHasALoopOfItsOwn) {
+  std::vector<int> told;
+  ZIdleMessageManager manager;
+  int wakes = 0;
+  const auto post = [&] { manager.Post(ZCountedPtr<Note>(new Note(&told, 1)).get()); };
+  post();
+  manager.SetWake([&] { wakes++; });
+  EXPECT_EQ(wakes, 1) << "one waits already";
+  post();
+  EXPECT_EQ(wakes, 1) << "the host was woken for the first";
+  EXPECT_EQ(manager.RunPending(), 2U);
+  std::thread(post).join();
+  EXPECT_EQ(wakes, 2);
+  manager.RunPending();
+  manager.SetWake({});
+  post();
+  EXPECT_EQ(wakes, 2);
+}
+
 TEST(ZIdleMessageManager, ManyThreadsPostWhileOneDelivers) {
   constexpr int kThreads = 8;
   constexpr int kEach = 500;

@@ -124,9 +124,14 @@ class ServerHost {
     return RawClient(server->Port()).Ask("GET " + target + " HTTP/1.1\r\nHost: localhost:" + Port() + "\r\n\r\n");
   }
   RawAnswer Post(const std::string& target, const std::string& body, const std::string& fields = "") const {
-    return RawClient(server->Port())
-        .Ask("POST " + target + " HTTP/1.1\r\nHost: localhost:" + Port() + "\r\n" + fields +
-             "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    return Send("POST", target, body, fields);
+  }
+  RawAnswer Send(const std::string& method, const std::string& target, const std::string& body,
+                 const std::string& fields = "") const {
+    RawClient client(server->Port());
+    client.Send(method + " " + target + " HTTP/1.1\r\nHost: localhost:" + Port() + "\r\n" + fields +
+                "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    return client.Receive(method != "HEAD");
   }
 
   // A document as the host opens the form F1 with.
