@@ -92,8 +92,8 @@ def running(command, log, url):
         process.wait()
 
 
-def fetch(url):
-    with urllib.request.urlopen(url, timeout=10) as answer:
+def fetch(url, posted=None):
+    with urllib.request.urlopen(url, posted, timeout=10) as answer:
         return answer.read()
 
 
@@ -142,7 +142,7 @@ class Bench:
 
     def post(self, data):
         for i in range(self.options.connections):
-            text = fetch(f"{self.base}/open.cgi?code={CODE}&as=xfdf").decode()
+            text = fetch(f"{self.base}/open.cgi?code={CODE}&as=xfdf", b"").decode()
             assert COUNT in text
             (self.folder / f"{i}.xfdf").write_text(text, encoding="utf-8")
         script = self.folder / "posts.lua"

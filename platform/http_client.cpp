@@ -8,6 +8,7 @@
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/http/write.hpp>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ namespace http = boost::beast::http;
 using asio::ip::tcp;
 
 constexpr uint64_t kMaxBody = uint64_t{256} << 20;
+using Clock = std::chrono::steady_clock;
 
 http::request<http::string_body> RequestFor(const ZInetURL& url, const Chaine& method, const Chaine& content_type,
                                             const Chaine& body) {
@@ -59,33 +61,65 @@ std::vector<tcp::endpoint> EndpointsOf(const ZInetURL& url, asio::io_context& co
   return endpoints;
 }
 
-bool Fail(const boost::system::error_code& code, std::string* error) {
-  *error = code.message();
-  return false;
-}
+// A connection whose steps all have to end by one time.
+class TimedSocket {
+ public:
+  explicit TimedSocket(std::chrono::seconds time) : end_(Clock::now() + time) {}
+
+  asio::io_context& Context() { return context_; }
+  tcp::socket& Socket() { return socket_; }
+  // Whether a step was given up.
+  bool IsLate() const { return late_; }
+
+  // `start` is given the handler with which it begins an operation.
+  template <class Start>
+  boost::system::error_code Await(Start start) {
+    boost::system::error_code result;
+    bool done = false;
+    start([&](const boost::system::error_code& code, const auto&) {
+      result = code;
+      done = true;
+    });
+    context_.restart();
+    context_.run_until(end_);
+    if (done) return result;
+    late_ = true;
+    socket_.close(result);
+    context_.run();
+    return asio::error::timed_out;
+  }
+
+ private:
+  asio::io_context context_;
+  tcp::socket socket_{context_};
+  Clock::time_point end_;
+  bool late_ = false;
+};
 
 }  // namespace
 
 bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_type, const Chaine& body,
-             ZHTTPAnswer* answer, std::string* error) {
+             ZHTTPAnswer* answer, std::string* error, std::chrono::seconds time) {
   if (url.Protocol() != "http" || url.Server().IsEmpty()) {
     *error = "is no http URL";
     return false;
   }
   boost::system::error_code code;
-  asio::io_context context;
-  tcp::socket socket(context);
-  const std::vector<tcp::endpoint> endpoints = EndpointsOf(url, context, code);
-  if (!code) asio::connect(socket, endpoints, code);
-  if (code) return Fail(code, error);
+  TimedSocket timed(time);
+  const std::vector<tcp::endpoint> endpoints = EndpointsOf(url, timed.Context(), code);
+  if (!code) {
+    code = timed.Await([&](auto handler) { asio::async_connect(timed.Socket(), endpoints, handler); });
+  }
   const auto request = RequestFor(url, method, content_type, body);
-  http::write(socket, request, code);
-  if (code) return Fail(code, error);
+  if (!code) code = timed.Await([&](auto handler) { http::async_write(timed.Socket(), request, handler); });
   boost::beast::flat_buffer buffer;
   http::response_parser<http::string_body> parser;
   parser.body_limit(kMaxBody);
-  http::read(socket, buffer, parser, code);
-  if (code) return Fail(code, error);
+  if (!code) code = timed.Await([&](auto handler) { http::async_read(timed.Socket(), buffer, parser, handler); });
+  if (code) {
+    *error = timed.IsLate() ? "no answer came within " + std::to_string(time.count()) + " s" : code.message();
+    return false;
+  }
   answer->status = static_cast<int>(parser.get().result_int());
   for (const auto& field : parser.get()) {
     answer->header.Add(std::string_view(field.name_string().data(), field.name_string().size()),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -18,9 +19,9 @@ struct ZFORMS_API ZHTTPAnswer {
 };
 
 // Asks an "http:" URL and waits for the whole answer, whatever its status; a body
-// goes with "POST". False with a reason in `*error` when none comes, or one of more
-// than 256 MiB.
+// goes with "POST". False with a reason in `*error` when none comes in the time, or one
+// of more than 256 MiB. The name of another machine may take its resolver longer.
 ZFORMS_API bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_type, const Chaine& body,
-                        ZHTTPAnswer* answer, std::string* error);
+                        ZHTTPAnswer* answer, std::string* error, std::chrono::seconds time = std::chrono::seconds(60));
 
 }  // namespace zforms

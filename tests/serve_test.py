@@ -36,10 +36,10 @@ def expect(condition, text):
 class Server:
     """A server over the sample forms; it is asked to stop at the end, unless it was killed before."""
 
-    def __init__(self, folder, *options, templates=None, port=0):
+    def __init__(self, folder, *options, templates=None, port=0, year=("--year", "2025")):
         self.data = str(folder / "data")
         command = [TOOL, "serve", "--templates", str(templates or ROOT / "samples"), "--data", self.data, "--app", "App",
-                   "--folder", "12", "--year", "2025", "--port", str(port), *options]
+                   "--folder", "12", *year, "--port", str(port), *options]
         self.log = open(folder / "log", "ab")
         # What a killed server leaves goes with the folder.
         self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.log, text=True,
@@ -93,9 +93,15 @@ class Server:
             return False
 
     def open_form(self, code="membership_form"):
-        status, _, body = self.ask("GET", f"/open.cgi?code={code}&as=xfdf")
+        status, _, body = self.ask("POST", f"/open.cgi?code={code}&as=xfdf")
         expect(status == 200, f"open.cgi of {code}: {status}")
         return body.decode()
+
+    def count(self, table, change=None):
+        with contextlib.closing(sqlite3.connect(pathlib.Path(self.data) / "zforms.db", isolation_level=None)) as store:
+            if change:
+                store.execute(change)
+            return store.execute(f"SELECT count(*) FROM {table}").fetchone()[0]
 
     def stored(self, *options):
         done = subprocess.run([TOOL, "submissions", "--data", self.data, "--format", "json", *options],
@@ -132,11 +138,11 @@ def check_pdf(folder, pdf, label):
 def round_of_a_form(folder):
     with Server(folder) as server:
         page = server.ask("GET", "/")[2].decode()
-        expect('href="open.cgi?code=membership_form"' in page, "the opening page lists the form")
+        expect('<form method="post" action="open.cgi?code=membership_form">' in page, "the opening page lists the form")
         first = with_value(server.open_form(), "adherent.nom", "Zoé & <Fils>")
-        for target, shown in ((f"/App/acroform/get.cgi?code=membership_form&Action=modify", b"/HideMenubar true"),
-                              ("/open.cgi?code=membership_form", b"Session.ID")):
-            status, headers, pdf = server.ask("GET", target)
+        for method, target in (("GET", "/App/acroform/get.cgi?code=membership_form&Action=modify"),
+                               ("POST", "/open.cgi?code=membership_form")):
+            status, headers, pdf = server.ask(method, target)
             expect(status == 200 and headers["Content-Type"] == "application/pdf", f"{target}: {status}")
             expect(headers["Cache-Control"] == "no-store", f"{target} may be kept")
             check_pdf(folder, pdf, target)
@@ -155,7 +161,10 @@ def round_of_a_form(folder):
         expect([one["count"] for one in stored] == [0, 1], f"stored: {stored}")
         expect(stored and stored[0]["fields"]["adherent.nom"] == "Zoé & <Fils>", "the value as it was submitted")
         expect(stored and stored[0]["folder"] == "12" and stored[0]["year"] == 2025, "folder and year of the submission")
-        expect(len(server.stored("--rejected")) == 1, "what is rejected is kept apart")
+        rejected = [one["fields"].get("adherent.nom") for one in server.stored("--rejected")]
+        expect(rejected == ["Zoé & <Fils>"], f"what is rejected is kept apart, with its values: {rejected}")
+        done = subprocess.run([TOOL, "submissions", "--data", server.data, "--rejected"], capture_output=True, timeout=60)
+        expect("Zoé & <Fils>" in done.stdout.decode(), f"rejected as CSV: {done.stdout}")
         done = subprocess.run([TOOL, "submissions", "--data", server.data, "--format", "xfdf", "--id", "1"],
                               capture_output=True, timeout=60)
         expect(b"Zo\xc3\xa9 &amp; &lt;Fils>" in done.stdout or b"Zo\xc3\xa9 &amp; &lt;Fils&gt;" in done.stdout,
@@ -164,6 +173,7 @@ def round_of_a_form(folder):
     log = (folder / "log").read_text()
     expect(log.count("POST /App/xfdf/save.cgi code=membership_form 200") == 3, f"one line a request: {log}")
     expect("Zoé" not in log, "the log holds a value")
+    expect(log.count("it is stale: a newer copy") == 1, f"why the stale copy was not taken: {log}")
 
 
 def refusals(folder):
@@ -176,38 +186,47 @@ def refusals(folder):
             return result
 
         host = {"Host": f"localhost:{server.port}"}
+        # What each is refused for stands in the log.
         cases = [
-            ("another folder", 409, changed(r'(Folder\.ID"&gt;|Folder\.ID&quot;&gt;)12', r"\g<1>13"), {}, SAVE),
-            ("another year", 409, changed(r'(Exercice"&gt;|Exercice&quot;&gt;)2025', r"\g<1>2024"), {}, SAVE),
-            ("another application", 409, changed(r'(Shortname"&gt;|Shortname&quot;&gt;)App', r"\g<1>Other"), {}, SAVE),
-            ("a guessed session", 409, changed(r'(Session\.ID"&gt;|Session\.ID&quot;&gt;)[0-9a-f]', r"\g<1>x"), {}, SAVE),
-            ("a transaction of nobody", 409, changed(r'(Transaction\.ID"&gt;|Transaction\.ID&quot;&gt;)\d', r"\g<1>9"),
-             {}, SAVE),
-            ("no session", 409, changed(r"ZOR", "ZOX"), {}, SAVE),
-            ("no identifiers", 409, changed(r"<ids [^>]*>", ""), {}, SAVE),
-            ("no XML", 409, "hello", {}, SAVE),
-            ("a page of another origin", 403, xfdf, {"Origin": "http://example.com"}, SAVE),
-            ("a page without origin", 403, xfdf, {"Origin": "null"}, SAVE),
-            ("another site", 403, xfdf, {"Sec-Fetch-Site": "cross-site"}, SAVE),
-            ("a foreign name", 403, xfdf, {"Host": f"example.com:{server.port}"}, SAVE),
-            ("another page", 404, xfdf, {}, SAVE.replace("save", "delete")),
-            ("too much", 413, "x" * ((16 << 20) + 1), {}, SAVE),
+            (409, "it is of the folder 13, the server is in 12", changed(r'(Folder\.ID"&gt;|Folder\.ID&quot;&gt;)12', r"\g<1>13"), {}),
+            (409, "it is of the year 2024, the server is in 2025", changed(r'(Exercice"&gt;|Exercice&quot;&gt;)2025', r"\g<1>2024"), {}),
+            (409, "another application", changed(r'(Shortname"&gt;|Shortname&quot;&gt;)App', r"\g<1>Other"), {}),
+            (409, "its session is not", changed(r'(Session\.ID"&gt;|Session\.ID&quot;&gt;)[0-9a-f]', r"\g<1>x"), {}),
+            (409, "never opened", changed(r'(Transaction\.ID"&gt;|Transaction\.ID&quot;&gt;)\d', r"\g<1>9"), {}),
+            (409, "it has no session", changed(r"ZOR", "ZOX"), {}),
+            (409, "no XFDF document with identifiers", changed(r"<ids [^>]*>", ""), {}),
+            (409, "no XFDF document with identifiers", "hello", {}),
+            (403, "another origin", xfdf, {"Origin": "http://example.com"}),
+            (403, "another origin", xfdf, {"Origin": "null"}),
+            (403, "another site", xfdf, {"Sec-Fetch-Site": "cross-site"}),
+            (403, "another site", xfdf, {"Sec-Fetch-Site": "same-site"}),
+            (403, "another server", xfdf, {"Host": f"example.com:{server.port}"}),
+            (413, "", "x" * ((16 << 20) + 1), {}),
         ]
-        for label, wanted, body, headers, target in cases:
-            status = server.ask("POST", target, body.encode(), {**host, **headers})[0]
-            expect(status == wanted or (wanted == 413 and status == 0), f"{label}: {status}, not {wanted}")
-        for target, wanted in (("/App/acroform/get.cgi?code=..%2F..%2Fetc%2Fpasswd", 404), ("/open.cgi?code=none", 404),
-                               ("/open.cgi", 400), ("/App/acroform/get.cgi", 400), ("/other", 404),
-                               ("/open.cgi/..%2f", 404)):
-            status = server.ask("GET", target)[0]
-            expect(status == wanted, f"{target}: {status}, not {wanted}")
+        for wanted, why, body, headers in cases:
+            status = server.ask("POST", SAVE, body.encode(), {**host, **headers})[0]
+            expect(status == wanted or (wanted == 413 and status == 0), f"{why} {headers}: {status}, not {wanted}")
+        forms = server.count("forms")
+        link = {"Sec-Fetch-Site": "cross-site", "Sec-Fetch-Mode": "navigate", "Sec-Fetch-Dest": "document"}
+        for method, target, headers, wanted in (
+                ("GET", "/App/acroform/get.cgi?code=..%2F..%2Fetc%2Fpasswd", {}, 404), ("POST", "/open.cgi?code=none", {}, 404),
+                ("POST", "/open.cgi", {}, 400), ("GET", "/App/acroform/get.cgi", {}, 400), ("GET", "/other", {}, 404),
+                ("POST", SAVE.replace("save", "delete"), {}, 404), ("POST", "/open.cgi/..%2f", {}, 404), ("GET", SAVE, {}, 405),
+                ("GET", "/open.cgi?code=membership_form", {}, 405), ("HEAD", "/open.cgi?code=membership_form", {}, 405),
+                ("POST", "/open.cgi?code=membership_form", {"Sec-Fetch-Site": "same-site"}, 403), ("POST", "/", {}, 405),
+                ("GET", "/", link, 200), ("GET", "/open.cgi?code=membership_form", link, 403), ("GET", "/reader/", link, 403)):
+            status = server.ask(method, target, headers=headers)[0]
+            expect(status == wanted, f"{method} {target}: {status}, not {wanted}")
+        expect(server.count("forms") == forms, "what is refused opens no form")
         expect(server.stored() == [] and server.stored("--rejected") == [], "nothing of this is stored")
         second = subprocess.run([TOOL, "serve", "--templates", str(ROOT / "samples"), "--data", server.data, "--port", "0"],
                                 capture_output=True, timeout=30)
         expect(second.returncode == 2 and b"another server uses this data folder" in second.stderr,
                f"a second server: {second.returncode} {second.stderr}")
     lines = [json.loads(line) for line in (folder / "log").read_text().splitlines()]
-    expect(sum(line["kind"] == "request" and line["status"] == 403 for line in lines) == 4, "the log as JSON")
+    requests = [line for line in lines if line["kind"] == "request"]
+    for line, (wanted, why, _, _) in zip(requests[1:], cases):
+        expect(line["status"] == wanted and why in line["reason"] and line["reason"], f"the log for {why}: {line}")
     expect(any(line["kind"] == "refused" and "example.com" in line["text"] for line in lines), "intrusions are told")
 
 
@@ -256,7 +275,7 @@ def without_the_page_for_browsers(folder):
     with Server(folder, "--reader", str(folder / "none")) as server:
         expect("Forms are not shown in the browser" in server.started, f"it is not said: {server.started}")
         page = server.ask("GET", "/")[2].decode()
-        expect("reader/" not in page and 'href="open.cgi?code=membership_form"' in page, f"links that lead nowhere: {page}")
+        expect("reader/" not in page and 'action="open.cgi?code=membership_form"' in page, f"links that lead nowhere: {page}")
         expect(server.ask("GET", "/reader/")[0] == 404, "a page that is not there")
 
 
@@ -286,8 +305,7 @@ def a_store_that_fails(folder):
         expect([status for status, _ in statuses] == [200] * len(forms) and len(server.stored()) == len(forms) and
                server.stored("--rejected") == [], f"the same again: {statuses}")
         log = (folder / "log").read_text()
-        expect("could not be stored" in log and "locked" in log, "the log says why")
-        expect(server.ask("GET", SAVE)[0] == 405 and len(server.stored()) == len(forms), "nothing is saved by GET")
+        expect("its sender is told so" in log and "locked" in log, "the log says why")
     expect(os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
 
 
@@ -371,7 +389,7 @@ def ended_under_load(folder, number):
             for count in range(10000):
                 value = f"{name}.{count}"
                 sent.append(value)
-                status, _, form = server.ask("GET", "/open.cgi?code=membership_form&as=xfdf")
+                status, _, form = server.ask("POST", "/open.cgi?code=membership_form&as=xfdf")
                 if status != 200 or not server.send(with_value(form.decode(), "adherent.nom", value).encode()):
                     return
 
@@ -416,9 +434,66 @@ def by_the_tool(folder):
                and "Zoé" in lines[1] and "Maë" in lines[2] and lines[3] == "", f"CSV: {lines}")
 
 
+def the_year_stays(folder):
+    """A year that is not said is that of the store, so that what was opened in December is saved in January."""
+    with Server(folder, year=()) as server:
+        now = time.gmtime().tm_year
+        xfdf = server.open_form()
+        expect(re.search(rf'Exercice(?:"|&quot;)&gt;{now}&lt;', xfdf) and "Year:" not in server.started, f"this year for a new store: {server.started}")
+        expect(server.count("settings WHERE value = %d" % now) == 1, "the year is kept")
+    # As a program left it that kept no year, opened a year ago.
+    server.count("forms", "DELETE FROM settings")
+    server.count("forms", f"UPDATE forms SET year = {now - 1}")
+    xfdf = re.sub(r'(Exercice(?:"|&quot;)&gt;)\d+', rf"\g<1>{now - 1}", xfdf)
+    for count in range(2):
+        with Server(folder, year=()) as server:
+            expect(f"Year:   {now - 1}, as before; --year {now}" in server.started, f"the year that stays: {server.started}")
+            status, headers, _ = server.ask("POST", SAVE, xfdf.encode())
+            expect(status == 200 and location(headers).endswith("consult"), f"saved in the next year: {status}")
+            xfdf = count_raised(xfdf)
+        server.count("forms", "UPDATE forms SET year = 1")
+    with Server(folder, year=("--year", f"{now}")):
+        pass
+    with Server(folder, year=()) as server:
+        expect(server.ask("POST", SAVE, xfdf.encode())[0] == 409, "a year that was said holds for later starts")
+
+
+def forms_expire(folder):
+    """Those that were never saved, after 30 days unless another time is said."""
+    with Server(folder) as server:
+        saved, unsaved, new = (server.open_form() for _ in range(3))
+        expect(server.ask("POST", SAVE, saved.encode())[0] == 200, "one is saved")
+    ids = [int(re.search(r'Transaction\.ID(?:"|&quot;)&gt;(\d+)', form)[1]) for form in (saved, unsaved, new)]
+    ago = 31 * 86400 * 10**7
+    server.count("forms", f'UPDATE forms SET "transaction" = "transaction" - {ago} WHERE "transaction" <= {ids[1]}')
+    for options, left in ((("--expire", "32"), 3), (("--expire", "0"), 3), ((), 2)):
+        with Server(folder, *options) as server:
+            expect(server.count("forms") == left, f"forms left with {options}: {server.count('forms')}")
+            if left == 2:
+                for form, status in ((unsaved.replace(str(ids[1]), str(ids[1] - ago)), 409), (new, 200),
+                                     (count_raised(saved.replace(str(ids[0]), str(ids[0] - ago))), 200)):
+                    expect(server.ask("POST", SAVE, form.encode())[0] == status, f"a form after the time: not {status}")
+    expect("expired: 1 form" in (folder / "log").read_text(), "the log tells of forms that expire")
+
+
+def who_does_not_answer(folder):
+    """A port that another program holds is named with that program, and a server that keeps silent is given up."""
+    with socket.create_server(("127.0.0.1", 0)) as silent:
+        port = silent.getsockname()[1]
+        name = pathlib.Path("/proc/self/comm").read_text().strip()
+        for arguments, words in (
+                (["serve", "--port", str(port), "--data", str(folder / "data")], [f"port {port} is in use", name, "--port"]),
+                (["submit", "F1", "--port", str(port), "--timeout", "1"], ["no answer came within 1 s"]),
+                (["submit", "F1", "--timeout", "0"], ["--timeout"])):
+            done = subprocess.run([TOOL, *arguments], capture_output=True, timeout=20)
+            said = done.stderr.decode()
+            expect(done.returncode == 2 and all(word in said for word in words), f"{arguments}: {done.returncode} {said}")
+
+
 def main():
     cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, without_the_page_for_browsers,
-             a_store_that_fails, refused_at_the_start, imported, by_the_tool,
+             a_store_that_fails, refused_at_the_start, imported, by_the_tool, the_year_stays, forms_expire,
+             who_does_not_answer,
              *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
              lambda folder: ended_under_load(folder, signal.SIGTERM)]
     for case in cases:

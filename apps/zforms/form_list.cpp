@@ -62,9 +62,18 @@ std::string Escaped(std::string_view text) {
 }
 
 // The name says which form it is to those who hear the link alone.
+std::string Label(std::string_view text, std::string_view name) {
+  return Escaped(text) + "<span class=\"unseen\"> " + Escaped(name) + "</span>";
+}
+
 std::string Link(std::string_view target, std::string_view text, std::string_view name, std::string_view kind) {
-  return "<a class=\"" + std::string(kind) + "\" href=\"" + Escaped(target) + "\">" + Escaped(text) +
-         "<span class=\"unseen\"> " + Escaped(name) + "</span></a>";
+  return "<a class=\"" + std::string(kind) + "\" href=\"" + Escaped(target) + "\">" + Label(text, name) + "</a>";
+}
+
+// What opens a form is posted.
+std::string Button(std::string_view target, std::string_view text, std::string_view name) {
+  return "<form method=\"post\" action=\"" + Escaped(target) + "\"><button class=\"way\">" + Label(text, name) +
+         "</button></form>";
 }
 
 // "2025-01-31T12:00:00.000Z" as a time that a script may say in the user's own zone.
@@ -94,8 +103,7 @@ std::string Item(Office& office, const Chaine& code, const Texts& texts, bool wi
                      "</h2> <code>" + Escaped(code) + "</code>" + State(office.StateOf(code), texts) +
                      "</div>\n<div class=\"ways\">";
   if (with_reader) item += Link(page, texts.open, name, "main");
-  item += Link(look, texts.look, name, "way") + Link(pdf, "PDF", name, "way") +
-          Link(pdf + "&as=xfdf", ".xfdf", name, "way");
+  item += Link(look, texts.look, name, "way") + Button(pdf, "PDF", name) + Button(pdf + "&as=xfdf", ".xfdf", name);
   return item + "</div></li>\n";
 }
 

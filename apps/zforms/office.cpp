@@ -8,11 +8,12 @@
 #include "apps/zforms/opening_page.h"
 #include "apps/zforms/reader_page.h"
 #include "apps/zforms/store_outcome.h"
+#include "apps/zforms/submitted_fields.h"
+#include "platform/clock.h"
 #include "platform/field_set.h"
 #include "platform/http_response.h"
 #include "platform/number.h"
 #include "platform/template_storage.h"
-#include "platform/text.h"
 #include "server/pdf_handler.h"
 
 namespace zforms::tool {
@@ -21,6 +22,9 @@ namespace {
 // How long an answer waits for its submission to be stored.
 constexpr std::chrono::seconds kStoreTime(30);
 constexpr char kMapSection[] = "Map";
+// Of the clock, 100 ns each.
+constexpr uint64_t kTicksOfHour = uint64_t{3600} * 10'000'000;
+constexpr uint64_t kTicksOfDay = 24 * kTicksOfHour;
 
 // 128 bits of the system's randomness in hexadecimal.
 std::string RandomToken() {
@@ -76,15 +80,18 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
   bool SetURL(const ZInetURL& url, const Chaine& method) override {
     if (!ZAcroFormServerXFDFSession::SetURL(url, method)) return false;
     if (method == "POST") return true;
-    SetStatus(405);
+    Refuse(405, "a form is submitted by POST");
     return false;
   }
-  void SendError(ZHTTPSendResponse& response) override {
-    ZAcroFormServerXFDFSession::SendError(response);
-    if (response.Status() == 405) response.SetHeader("Allow", "POST");
+  bool CheckSession(const ZXFDF::SessionInfos& infos) override {
+    SetReason(office_->WhyNotOut(infos));
+    return Reason().IsEmpty();
   }
-  bool CheckSession(const ZXFDF::SessionInfos& infos) override { return office_->IsOut(infos); }
-  bool AcceptSave() override { return TransactionManager().IncTransactionIn(ReceivedXFDF()); }
+  bool AcceptSave() override {
+    if (TransactionManager().IncTransactionIn(ReceivedXFDF())) return true;
+    SetReason("it is stale: a newer copy of the form was saved before");
+    return false;
+  }
   ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) override {
     outcome_ = std::make_shared<StoreOutcome>();
     accepted_ = accepted;
@@ -97,7 +104,7 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     if (outcome_ == nullptr || outcome_->Wait(kStoreTime)) return;
     // The same may be submitted again.
     if (accepted_) TransactionManager().Restore(submitted_.id, submitted_.count);
-    SetStatus(503);
+    Refuse(503, "it could not be stored");
     response.MakeErrorPage(503);
   }
 
@@ -138,18 +145,29 @@ class Office::OfficeServer : public ZAcroFormServer {
     if (infos.count > 1) text += ", " + std::to_string(infos.count) + " times";
     log_->Event("refused", text);
   }
+  void NotifyErrorStart(int error) override { start_error_ = error; }
+  int StartError() const { return start_error_; }
 
  private:
   ServerLog* log_;
+  int start_error_ = 0;
 };
 
 Office::Office(const Settings& settings, const ZHostServices& services, Store* store, ServerLog* log)
-    : store_(store), log_(log), server_(std::make_unique<OfficeServer>(settings, services, log)) {
+    : store_(store),
+      log_(log),
+      expire_days_(settings.expire_days),
+      server_(std::make_unique<OfficeServer>(settings, services, log)) {
   handler_ = new OfficeHandler(this, server_.get());
   server_->SetXFDFHandler(handler_, true);
   ServePages(settings.reader);
+  ExpireForms();
   TakeUpForms();
 }
+
+ZAcroFormServer& Office::Server() { return *server_; }
+
+int Office::StartError() const { return server_->StartError(); }
 
 Office::~Office() { server_->Stop(); }
 
@@ -172,18 +190,43 @@ void Office::TakeUpForms() {
   }
 }
 
+// At the start, and once an hour when forms are opened.
+void Office::ExpireForms() {
+  const uint64_t now = ZClock::System().Ticks();
+  uint64_t due = next_expiry_;
+  const bool is_due = expire_days_ != 0 && expire_days_ < now / kTicksOfDay && now >= due;
+  if (!is_due || !next_expiry_.compare_exchange_strong(due, now + kTicksOfHour)) return;
+  std::vector<uint64_t> expired;
+  if (!store_->ExpireForms(now - expire_days_ * kTicksOfDay, &expired)) {
+    return log_->Event("error", "forms that were never saved could not be removed: " + store_->LastError());
+  }
+  if (expired.empty()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const uint64_t transaction : expired) {
+      const auto found = out_.find(transaction);
+      if (found == out_.end()) continue;
+      transactions_.erase(found->second.token);
+      out_.erase(found);
+    }
+  }
+  log_->Event("expired", std::to_string(expired.size()) +
+                             (expired.size() == 1 ? " form that was" : " forms that were") + " opened and never saved");
+}
+
 void Office::TakeOut(uint64_t transaction, const Out& out) {
   const std::lock_guard lock(mutex_);
   out_[transaction] = out;
   transactions_[out.token] = transaction;
 }
 
-bool Office::IsOut(const ZXFDF::SessionInfos& infos) const {
+Chaine Office::WhyNotOut(const ZXFDF::SessionInfos& infos) const {
   const uint64_t transaction = infos.Transaction().id;
   const Chaine token = infos.Param(kSessionParam);
   const std::lock_guard lock(mutex_);
   const auto found = out_.find(transaction);
-  return found != out_.end() && token == found->second.token;
+  if (found == out_.end()) return "its form was never opened from this store, or has expired";
+  return token == found->second.token ? Chaine() : "its session is not the one that the form was opened with";
 }
 
 std::string Office::CodeOf(uint64_t transaction) const {
@@ -209,6 +252,7 @@ void Office::FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& b
 }
 
 int Office::OpenForm(const Chaine& code, ZXFDF* xfdf) {
+  ExpireForms();
   const auto builder = server_->GetXFDFBuilder(code);
   if (!builder) return 404;
   FillFromRubrics(code, *builder, xfdf);
@@ -270,11 +314,7 @@ void Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::
   submission.year = folder.exercice;
   submission.url = url.AsChaine().ToString();
   submission.xfdf = xfdf.AsChaine().ToString();
-  for (const Chaine& name : xfdf.Fields().FieldNames()) {
-    const ZXFDF::Field* const field = xfdf.Fields().Get(name);
-    if (field == nullptr || !field->HasValue() || name == ZXFDF::kSessionIDField) continue;
-    submission.fields.emplace_back(name.ToString(), WithLineEnds(field->ValuesAsText(), "\n").ToString());
-  }
+  submission.fields = SubmittedFields(xfdf);
   const auto finish = [this, told = std::move(done)](const char* failure) {
     if (failure != nullptr) {
       log_->Event("error", std::string("a submission could not be stored; its sender is told so: ") + failure);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -44,6 +45,7 @@ class Office {
     uint16_t port = 0;
     uint64_t folder = 1;
     int32_t year = 0;
+    uint32_t expire_days = 0;  // after which a form that was never saved is forgotten; 0: never
   };
 
   Office(const Settings& settings, const ZHostServices& services, Store* store, ServerLog* log);
@@ -51,7 +53,9 @@ class Office {
   Office& operator=(const Office&) = delete;
   ~Office();
 
-  ZAcroFormServer& Server() { return *server_; }
+  ZAcroFormServer& Server();
+  // The system's error when the port could not be had; 0 otherwise.
+  int StartError() const;
   ServerLog& Log() { return *log_; }
   // Of the page that lists the forms.
   std::string Address() const;
@@ -68,8 +72,9 @@ class Office {
   // Null when its files are not there.
   const ReaderPage* Reader() const { return reader_; }
 
-  // Whether the form is one that is out, by the session that it went out with.
-  bool IsOut(const ZXFDF::SessionInfos& infos) const;
+  // Why the form is none of those that are out, by the session that it went out with;
+  // empty when it is one.
+  Chaine WhyNotOut(const ZXFDF::SessionInfos& infos) const;
   // Stores a submission, together with others that came at the time; `done` is told
   // what became of it.
   void Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done);
@@ -87,17 +92,20 @@ class Office {
   void TakeOut(uint64_t transaction, const Out& out);
   void FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf);
   void TakeUpForms();
+  void ExpireForms();
   std::string CodeOf(uint64_t transaction) const;
 
   Store* store_;
   ServerLog* log_;
+  const uint32_t expire_days_;
+  std::atomic<uint64_t> next_expiry_ = 0;  // in ticks
   mutable std::mutex mutex_;
   std::map<uint64_t, Out> out_;
   std::map<std::string, uint64_t, std::less<>> transactions_;  // by the token
   FormCards cards_;
   OfficeHandler* handler_ = nullptr;  // owned by the server, as the page is
   ReaderPage* reader_ = nullptr;
-  std::unique_ptr<ZAcroFormServer> server_;
+  std::unique_ptr<OfficeServer> server_;
 };
 
 // The parameter of a form's session infos that nobody can guess.

@@ -17,17 +17,27 @@ class Session : public ZHTTPServerPageSession {
  public:
   Session(const OpeningPage* page, Office* office) : ZHTTPServerPageSession(page), office_(office) {}
 
+  bool SetURL(const ZInetURL& url, const Chaine& method) override {
+    if (!ZHTTPServerPageSession::SetURL(url, method)) return false;
+    if ((method == "POST") != Opens()) SetStatus(405);
+    return !IsInError();
+  }
   bool SetRequestHeader(const ZHTTPHeader& header) override {
     language_ = LanguageFor(header.Get("Accept-Language").View());
     return ZHTTPServerPageSession::SetRequestHeader(header);
   }
+  void SendError(ZHTTPSendResponse& response) override {
+    ZHTTPServerPageSession::SendError(response);
+    if (Status() == 405) response.SetHeader("Allow", Opens() ? "POST" : "GET, HEAD");
+  }
   void SendPage(ZHTTPSendResponse& response) override {
-    if (URL().Path() == kOpen) return SendForm(response);
-    response.SetHeader("Content-Security-Policy", kReaderPolicy);
+    if (Opens()) return SendForm(response);
+    response.SetHeader("Content-Security-Policy", PagePolicy("'self'"));
     SendRawData(response, FormList(*office_, language_), "text/html; charset=utf-8", Chaine());
   }
 
  private:
+  bool Opens() const { return URL().Path() == kOpen; }
   void SendForm(ZHTTPSendResponse& response) {
     const Chaine code = URL().Param("code");
     const bool as_xfdf = URL().Param("as") == "xfdf";

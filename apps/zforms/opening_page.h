@@ -8,12 +8,12 @@ namespace zforms::tool {
 
 class Office;
 
-// OpeningPage lists the forms at "/", with what became of them, and opens one at
-// "/open.cgi?code=CODE": as a filled PDF, or with "as=xfdf" as the XFDF document that
+// OpeningPage lists the forms at "/", with what became of them, and opens one by POST
+// to "/open.cgi?code=CODE": as a filled PDF, or with "as=xfdf" as the XFDF document that
 // leads a reader to it.
 class OpeningPage : public ZHTTPServerPageBase {
  public:
-  explicit OpeningPage(Office* office) : ZHTTPServerPageBase("GET"), office_(office) {}
+  explicit OpeningPage(Office* office) : ZHTTPServerPageBase("GET,POST"), office_(office) {}
   ~OpeningPage() override;
 
   // Null for other paths, which are reported as such.

@@ -85,7 +85,7 @@ class Session : public ZHTTPServerPageSession {
   void SendFile(ZHTTPSendResponse& response) {
     const StaticFiles::File* const file = page_->Files().Find(name_);
     if (file == nullptr) return SetStatus(404);
-    response.SetHeader("Content-Security-Policy", kReaderPolicy);
+    response.SetHeader("Content-Security-Policy", PagePolicy("'none'"));
     response.SetEntityTag(file->entity_tag);
     if (known_tag_ == file->entity_tag) return SetStatus(304);
     SendRawData(response, file->bytes, file->content_type, Chaine());
@@ -150,6 +150,12 @@ class Session : public ZHTTPServerPageSession {
 };
 
 }  // namespace
+
+std::string PagePolicy(const char* forms) {
+  return "default-src 'none'; script-src 'self'; worker-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
+         "font-src 'self' blob: data:; connect-src 'self'; form-action " +
+         std::string(forms) + "; frame-ancestors 'none'; base-uri 'none'";
+}
 
 ReaderPage::ReaderPage(Office* office, const std::string& folder) : ZHTTPServerPageBase("GET,POST"), office_(office) {
   files_.Read(folder);

@@ -34,9 +34,8 @@ class ReaderPage : public ZHTTPServerPageBase {
   StaticFiles files_;
 };
 
-// What the page and all that it loads may do; no inline script, nothing from elsewhere.
-inline constexpr char kReaderPolicy[] =
-    "default-src 'none'; script-src 'self'; worker-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
-    "font-src 'self' blob: data:; connect-src 'self'; form-action 'none'; frame-ancestors 'none'; base-uri 'none'";
+// What a page and all that it loads may do; no inline script, nothing from elsewhere.
+// `forms` is where its forms may be sent: "'none'" or "'self'".
+std::string PagePolicy(const char* forms);
 
 }  // namespace zforms::tool

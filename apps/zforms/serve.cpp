@@ -5,11 +5,13 @@
 #include <filesystem>
 #include <future>
 #include <memory>
+#include <optional>
 #include <system_error>
 
 #include "apps/zforms/console.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/office.h"
+#include "apps/zforms/port_holder.h"
 #include "apps/zforms/program_path.h"
 #include "apps/zforms/reader_page.h"
 #include "apps/zforms/server_commands.h"
@@ -49,6 +51,7 @@ class ServeSettings : public ZHostSettings {
 
 struct Plan {
   Office::Settings office;
+  std::optional<int32_t> year;  // else that of the store
   std::string app;
   std::string data;
   bool json = false;
@@ -79,8 +82,8 @@ class PlanMaker {
     plan.office.port = Number(options_.port, "port", kDefaultPort, "a port: 0 to 65535");
     plan.office.folder = Number(options_.folder, "folder", uint64_t{1}, "a number");
     if (plan.office.folder == 0) Refuse("folder", "0", "a number other than 0");
-    const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
-    plan.office.year = Number(options_.year, "year", this_year, "a number");
+    if (options_.year || lines_.HasNamedLine("year")) plan.year = Number(options_.year, "year", 0, "a number");
+    plan.office.expire_days = Number(options_.expire, "expire", kDefaultExpire, "a number of days");
     *reason = reason_;
     return plan;
   }
@@ -91,7 +94,8 @@ class PlanMaker {
   }
   // A name that is misspelt would leave its default in force.
   void CheckNames() {
-    constexpr std::string_view kNames[] = {"templates", "data", "reader", "app", "log", "port", "folder", "year"};
+    constexpr std::string_view kNames[] = {"templates", "data",   "reader", "app",   "log",
+                                           "port",      "folder", "year",   "expire"};
     for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
       const std::string_view name = lines_.GetLineName(i);
       const bool known = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
@@ -171,6 +175,30 @@ void SayHowToGetReader(const Office& office) {
   Print("Forms are not shown in the browser: that takes pdf.js, which ./run build fetches (or see --reader).\n");
 }
 
+// The year that is not said stays that of the store: forms that were opened in the old one
+// are still to be saved in the new one.
+bool ChooseYear(const Plan& plan, Store& store, int32_t* year, std::string* said) {
+  const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
+  *year = plan.year ? *plan.year : store.Year().value_or(this_year);
+  if (!plan.year && *year != this_year) {
+    *said = "Year:   " + std::to_string(*year) + ", as before; --year " + std::to_string(this_year) + " changes it\n";
+  }
+  return store.KeepYear(*year);
+}
+
+void SayWhyNotStarted(const Office& office, uint16_t number) {
+  const std::error_code error(office.StartError(), std::system_category());
+  if (!error) return;
+  Console console("serve");
+  const std::string port = "port " + std::to_string(number);
+  if (error != std::errc::address_in_use) {
+    return console.Fail(port + " cannot be had (" + error.message() + "): choose another with --port");
+  }
+  const std::string holder = PortHolder(number);
+  console.Fail(port + " is in use" + (holder.empty() ? ", perhaps by another zforms serve" : " by " + holder) +
+               ": end that program, or choose another port with --port (0 takes a free one)");
+}
+
 int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   ServerLog log(plan.json);
   const ZTempFolder temp;
@@ -181,6 +209,12 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
     Console(data).Fail(error);
     return kFailed;
   }
+  Office::Settings chosen = plan.office;
+  std::string said_of_year;
+  if (!ChooseYear(plan, *store, &chosen.year, &said_of_year)) {
+    Console(data).Fail(store->LastError());
+    return kFailed;
+  }
   ServeSettings settings{Chaine(plan.app)};
   const std::unique_ptr<ZUserInterface> interface = OpenSystemUserInterface("zforms");
   ZHostServices services;
@@ -189,8 +223,11 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   services.user_interface = interface.get();
   services.temp_folder = &temp;
   services.idle_messages = &messages;
-  Office office(plan.office, services, store.get(), &log);
-  if (!office.Server().Start()) return kFailed;
+  Office office(chosen, services, store.get(), &log);
+  if (!office.Server().Start()) {
+    SayWhyNotStarted(office, chosen.port);
+    return kFailed;
+  }
   const auto has_quit = std::make_shared<std::promise<void>>();
   WhenStopped([&messages, has_quit] {
     messages.Quit();
@@ -198,7 +235,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   });
   SayHowToGetReader(office);
   Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
-        (plan.data.empty() ? " (until the server stops)" : "") + "\nOpen:   " + office.Address() +
+        (plan.data.empty() ? " (until the server stops)" : "") + "\n" + said_of_year + "Open:   " + office.Address() +
         "\nStop:   Ctrl+C\n");
   messages.Run();
   // Until then the other thread uses the messages.

@@ -42,7 +42,13 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
   command->add_option("--port", options->port, "The port on localhost; 8080 if not said, 0 for a free one.");
   command->add_option("--app", options->app, "The short name of the application; \"zforms\" if not said.");
   command->add_option("--folder", options->folder, "The number of the folder that forms are opened in; 1 if not said.");
-  command->add_option("--year", options->year, "The financial year; this year if not said.");
+  command->add_option(
+      "--year", options->year,
+      "The financial year; if not said that of the last start, which the store keeps, and this year for "
+      "a new store.");
+  command->add_option("--expire", options->expire,
+                      "After how many days a form is forgotten that was opened and never saved; 30 if not said, 0 for "
+                      "never.");
   command->add_option("--log", options->log, "How requests are logged: text or json.")
       ->check(CLI::IsMember({"text", "json"}));
 }
@@ -99,6 +105,9 @@ void AddSubmit(CLI::App& app, std::function<int()>* run) {
   command->add_option("--port", options->port, "The server's port.")->capture_default_str();
   command->add_option("--set", options->set, "NAME=VALUE of a field; may be given again.");
   command->add_option("-o,--output", options->output, "Where the form goes that comes back.");
+  command->add_option("--timeout", options->timeout, "How many seconds to wait for each answer.")
+      ->check(CLI::Range(1, 86400))
+      ->capture_default_str();
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ struct ServeOptions {
   std::optional<std::string> app;
   std::optional<uint64_t> folder;
   std::optional<int32_t> year;
+  std::optional<uint32_t> expire;
   std::string log;
 };
 int RunServe(const ServeOptions& options);
@@ -54,6 +55,7 @@ struct SubmitOptions {
   uint16_t port = 8080;
   std::vector<std::string> set;
   std::string output;
+  uint32_t timeout = 60;  // seconds
 };
 int RunSubmit(const SubmitOptions& options);
 
@@ -62,5 +64,6 @@ void AddServerCommands(CLI::App& app, std::function<int()>* run);
 
 inline constexpr char kDefaultData[] = "zforms-data";
 inline constexpr uint16_t kDefaultPort = 8080;
+inline constexpr uint32_t kDefaultExpire = 30;
 
 }  // namespace zforms::tool

@@ -45,7 +45,8 @@ void ServerLog::Request(const sHTTPRequestInfos& infos) {
                        {"received", infos.bytes_received},
                        {"sent", infos.bytes_sent},
                        {"microseconds", infos.duration.count()},
-                       {"delivered", infos.delivered}}));
+                       {"delivered", infos.delivered},
+                       {"reason", infos.reason.ToString()}}));
   }
   std::string line = TimeStamp() + " " + infos.remote_address.ToString() + " " +
                      (infos.method.IsEmpty() ? "-" : Printable(infos.method)) + " " +
@@ -53,7 +54,9 @@ void ServerLog::Request(const sHTTPRequestInfos& infos) {
   if (!code.empty()) line += " code=" + Printable(code);
   line += " " + std::to_string(infos.status) + " in=" + std::to_string(infos.bytes_received) +
           " out=" + std::to_string(infos.bytes_sent) + " us=" + std::to_string(infos.duration.count());
-  Write(line + (infos.delivered ? "\n" : " gone\n"));
+  if (!infos.delivered) line += " gone";
+  if (!infos.reason.IsEmpty()) line += ": " + Printable(infos.reason);
+  Write(line + "\n");
 }
 
 void ServerLog::Event(std::string_view kind, std::string_view text) {

@@ -13,8 +13,9 @@ namespace zforms::tool {
 // The time now in UTC: "2025-01-31T12:00:00.000Z".
 std::string TimeStamp();
 
-// ServerLog writes one line for each request, without the values of its form, and
-// for each event, to standard error: as text, or as JSON for machines. Any thread.
+// ServerLog writes one line for each request, with the reason when it was refused and
+// without the values of its form, and for each event, to standard error: as text, or as
+// JSON for machines. Any thread.
 class ServerLog {
  public:
   explicit ServerLog(bool json) : json_(json) {}

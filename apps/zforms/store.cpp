@@ -1,5 +1,6 @@
 #include "apps/zforms/store.h"
 
+#include <charconv>
 #include <chrono>
 #include <filesystem>
 #include <system_error>
@@ -41,6 +42,7 @@ CREATE TABLE IF NOT EXISTS rejected(
 CREATE INDEX IF NOT EXISTS rejected_by_code ON rejected(code);
 CREATE TABLE IF NOT EXISTS rubrics(
   rubric TEXT NOT NULL, field TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(rubric, field)) WITHOUT ROWID;
+CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
 PRAGMA user_version = 1;
 )";
 
@@ -156,6 +158,32 @@ std::vector<OpenedForm> Store::Forms() {
   }
   rows.Restart();
   return forms;
+}
+
+bool Store::ExpireForms(uint64_t before, std::vector<uint64_t>* expired) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  Statement& rows = Get("SELECT \"transaction\" FROM forms WHERE \"transaction\" < ? AND expected = 0").Bind(before);
+  while (rows.Next()) expired->push_back(rows.Number(0));
+  rows.Restart();
+  if (expired->empty()) return true;
+  return Get("DELETE FROM forms WHERE \"transaction\" < ? AND expected = 0").Bind(before).Run();
+}
+
+std::optional<int32_t> Store::Year() {
+  const std::lock_guard lock(mutex_);
+  std::string text = TextFor(Get("SELECT value FROM settings WHERE name = 'year'"));
+  if (text.empty()) text = TextFor(Get("SELECT year FROM forms ORDER BY \"transaction\" DESC LIMIT 1"));
+  int64_t year = 0;
+  const bool is_number = std::from_chars(text.data(), text.data() + text.size(), year).ec == std::errc();
+  // Forms have its 32 bits without a sign.
+  return is_number ? std::optional(static_cast<int32_t>(static_cast<uint32_t>(year))) : std::nullopt;
+}
+
+bool Store::KeepYear(int32_t year) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return Get("INSERT OR REPLACE INTO settings VALUES('year', ?)").Bind(std::to_string(year)).Run();
 }
 
 // --- submissions ---

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,7 +17,8 @@ namespace zforms::tool {
 
 class Statement;
 
-// A form that went out, and the lowest count that its next submission carries.
+// A form that went out, and the lowest count that its next submission carries. The
+// number of its transaction is the time at which it was opened (ZClock::Ticks).
 struct OpenedForm {
   uint64_t transaction = 0;
   std::string code;
@@ -64,6 +66,12 @@ class Store {
 
   bool AddForm(const OpenedForm& form);
   std::vector<OpenedForm> Forms();
+  // Removes the forms that were opened before that time and never saved, and says which
+  // transactions these were. False when that fails.
+  bool ExpireForms(uint64_t before, std::vector<uint64_t>* expired);
+  // The financial year that was kept last; where none was, that of the newest form.
+  std::optional<int32_t> Year();
+  bool KeepYear(int32_t year);
   // Why it is not stored; null when it is.
   using Done = std::function<void(const char* failure)>;
   // Takes what was submitted, whole and field by field, and raises the count of its

@@ -5,6 +5,8 @@
 #include "apps/zforms/files.h"
 #include "apps/zforms/server_commands.h"
 #include "apps/zforms/store.h"
+#include "apps/zforms/submitted_fields.h"
+#include "xfdf/xfdf.h"
 
 namespace zforms::tool {
 namespace {
@@ -18,6 +20,13 @@ std::string Cell(const std::string& text) {
   std::string cell = "\"";
   for (const char c : text) cell += c == '"' ? "\"\"" : std::string(1, c);
   return cell + "\"";
+}
+
+// Of what was rejected the store has the document alone.
+void ReadFields(Submission* submission) {
+  ZXFDF xfdf;
+  xfdf.FromChaine(submission->xfdf);
+  submission->fields = SubmittedFields(xfdf);
 }
 
 // One line for each submission, one column for each field that one of them has.
@@ -73,6 +82,7 @@ int RunSubmissions(const SubmissionsOptions& options) {
                     store->VisitSubmissions({options.code, options.id, options.rejected}, [&](const Submission& one) {
                       if (options.format == "xfdf") submissions.clear();
                       submissions.push_back(one);
+                      if (options.rejected && options.format != "xfdf") ReadFields(&submissions.back());
                       return true;
                     });
   if (!read) {

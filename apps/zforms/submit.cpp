@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 
 #include "apps/zforms/console.h"
@@ -14,6 +16,8 @@
 namespace zforms::tool {
 namespace {
 
+constexpr char kOpen[] = "open.cgi";
+
 // Says what a status of the server means to who fills a form in.
 std::string Meaning(int status) {
   switch (status) {
@@ -24,11 +28,13 @@ std::string Meaning(int status) {
   }
 }
 
-bool Ask(const ZInetURL& url, const Chaine& body, Chaine* pdf, Console& console) {
+bool Ask(const ZInetURL& url, const Chaine& body, uint32_t timeout, Chaine* pdf, Console& console) {
   ZHTTPAnswer answer;
   std::string error;
-  const bool posts = !body.IsEmpty();
-  if (!AskHTTP(url, posts ? "POST" : "GET", "application/vnd.adobe.xfdf", body, &answer, &error)) {
+  // Opening a form starts a transaction.
+  const bool posts = !body.IsEmpty() || url.FileName() == kOpen;
+  if (!AskHTTP(url, posts ? "POST" : "GET", "application/vnd.adobe.xfdf", body, &answer, &error,
+               std::chrono::seconds(timeout))) {
     console.Fail(error);
     return false;
   }
@@ -99,14 +105,15 @@ int RunSubmit(const SubmitOptions& options) {
   const bool is_url = options.target.starts_with("http://");
   ZFileStamp stamp;
   const bool is_file = !is_url && StampOfFile(options.target, &stamp);
-  ZInetURL url("http://localhost/open.cgi");
+  ZInetURL url(Chaine("http://localhost/") + kOpen);
   url.SetPort(options.port);
   url.SetParam("code", options.target);
   if (is_url) url = ZInetURL(options.target);
 
   Chaine pdf;
   ZAcroFormServerForm form;
-  const bool got = is_file ? ReadInput(options.target, &pdf, console) : Ask(url, Chaine(), &pdf, console);
+  const bool got =
+      is_file ? ReadInput(options.target, &pdf, console) : Ask(url, Chaine(), options.timeout, &pdf, console);
   if (!got || !LoadForm(pdf, form, console)) return console.Finish();
   const std::string mode = ModeOf(form);
   const ZAcroFormField* const button = ShownButton(form, mode == "modify" ? ZDocument::eModify : ZDocument::eConsult);
@@ -117,7 +124,8 @@ int RunSubmit(const SubmitOptions& options) {
   const ZInetURL target = button->GetAction()->URL();
   // A reader names the address that the form came from; of a file that is not known any more.
   const ZXFDF data = ReadValues(form, options.set, is_file ? target : url, console);
-  if (console.Finish() == kFailed || !Ask(target, data.AsChaine(), &pdf, console)) return console.Finish();
+  if (console.Finish() == kFailed || !Ask(target, data.AsChaine(), options.timeout, &pdf, console))
+    return console.Finish();
   ZAcroFormServerForm answer;
   if (!LoadForm(pdf, answer, console)) return console.Finish();
   const std::string next = ModeOf(answer);

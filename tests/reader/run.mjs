@@ -545,6 +545,13 @@ async function list_of_forms() {
   await page.reload();
   expect(/^Refusé /.test(await state()), "a form that was refused", await state());
   await picture(page, "list-states");
+  for (const [number, type] of ["application/pdf", "application/vnd.adobe.xfdf"].entries()) {
+    const posted = page.waitForResponse(/open\.cgi/);
+    await page.locator("li[data-code='Copie n° 1'] form button").nth(number).click();
+    const answer = await posted;
+    same([answer.request().method(), answer.status(), answer.headers()["content-type"]], ["POST", 200, type], "a form opens by its button");
+    await page.goto(`${server.origin}/`);
+  }
   for (const [locale, date] of [["en-GB", /^Refused \d+ [A-Z][a-z]+ \d{4}, \d\d:\d\d$/], ["en-US", /^Refused [A-Z][a-z]+ \d+, \d{4}, \d+:\d\d\s[AP]M$/],
     ["de-DE", /^Refused \d+ [A-Z][a-z]+ \d{4}, \d\d:\d\d$/], ["fr-CA", /^Refusé \d+ \S+ \d{4}, \d\d\sh\s\d\d$/]]) {
     const other = await (await openWindow(server, { locale })).newPage();
