@@ -44,11 +44,12 @@ constexpr std::string_view kOwnFields[] = {
 };
 
 // No cache may keep what a form holds; nobody is to guess another type, to frame
-// the answer, to load it into a page of another origin, or to learn its address.
+// the answer, to load it into a page of another origin, or to learn its address:
+// no other origin. Without any referrer browsers post the forms of our own pages with "Origin: null".
 constexpr std::string_view kProtection =
     "X-Content-Type-Options: nosniff\r\n"
     "Cross-Origin-Resource-Policy: same-origin\r\n"
-    "Referrer-Policy: no-referrer\r\n";
+    "Referrer-Policy: same-origin\r\n";
 constexpr std::string_view kFraming = "Content-Security-Policy: frame-ancestors 'none'\r\n";
 
 bool HasNoBody(int status) { return status < 200 || status == 204 || status == 304; }
