@@ -61,3 +61,8 @@ endif()
 
 # The other serves a form, which is submitted twice.
 run("${PYTHON}" "${SOURCE_DIR}/tests/form_server_example.py" "${WORK_DIR}/build/form_server" "${SOURCE_DIR}/samples")
+
+# The program finds what was installed with it wherever that is moved.
+file(MAKE_DIRECTORY "${WORK_DIR}/moved")
+file(RENAME "${prefix}" "${WORK_DIR}/moved/some where")
+run("${PYTHON}" "${SOURCE_DIR}/tests/moved_program.py" "${WORK_DIR}/moved/some where")

@@ -2,7 +2,6 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <future>
 #include <memory>
 #include <optional>
@@ -69,11 +68,11 @@ class PlanMaker {
     Plan plan;
     plan.office.templates = Text(options_.templates, "templates");
     plan.scratch = plan.office.templates.empty();
-    if (plan.scratch) plan.office.templates = SampleFolder();
+    if (plan.scratch) plan.office.templates = ProgramData("samples");
     plan.data = Text(options_.data, "data");
     if (plan.data.empty() && !plan.scratch) plan.data = kDefaultData;
     plan.office.reader = Text(options_.reader, "reader");
-    if (plan.office.reader.empty()) plan.office.reader = ReaderFolder();
+    if (plan.office.reader.empty()) plan.office.reader = ProgramData("reader");
     plan.app = options_.app.value_or(Line("app", "zforms"));
     if (!IsPathPart(plan.app)) Refuse("app", plan.app, "a name without slashes");
     const std::string log = Text(options_.log, "log");
@@ -121,18 +120,6 @@ class PlanMaker {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size()) Refuse(name, text, wanted);
     return number;
-  }
-
-  // Where the samples were installed, else where this was built.
-  static std::string SampleFolder() {
-    std::error_code ignored;
-    const bool installed = std::filesystem::is_directory(ZFORMS_INSTALLED_SAMPLES, ignored);
-    return installed ? ZFORMS_INSTALLED_SAMPLES : ZFORMS_SAMPLES;
-  }
-
-  static std::string ReaderFolder() {
-    const std::string program = ProgramPath();
-    return program.empty() ? std::string() : program.substr(0, program.find_last_of("/\\")) + "/../share/zforms/reader";
   }
 
   const ServeOptions& options_;
