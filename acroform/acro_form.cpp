@@ -6,6 +6,7 @@
 #include "acroform/field_tree.h"
 #include "acroform/form_filler.h"
 #include "acroform/node_access.h"
+#include "acroform/page_fields.h"
 #include "pdf/crypt/encryption.h"
 #include "pdf/crypt/md5.h"
 #include "pdf/parser/parser.h"
@@ -51,6 +52,7 @@ Chaine RefusalReason(const ZPDFEncryption& encryption) {
 ZAcroForm::ZAcroForm() = default;
 
 ZAcroForm::ZAcroForm(const ZAcroForm& other) : ZAcroForm() {
+  finds_page_fields_ = other.finds_page_fields_;
   if (other.parser_ != nullptr) Adopt(std::make_unique<ZPDFParser>(*other.parser_));
   // The parser may still have the bytes from before the last update.
   path_name_ = other.path_name_;
@@ -80,6 +82,7 @@ void ZAcroForm::Swap(ZAcroForm& other) {
   std::swap(raw_data_, other.raw_data_);
   std::swap(xref_offset_, other.xref_offset_);
   std::swap(recovery_, other.recovery_);
+  std::swap(finds_page_fields_, other.finds_page_fields_);
   std::swap(notes_, other.notes_);
   std::swap(viewer_infos_, other.viewer_infos_);
   std::swap(encryption_load_, other.encryption_load_);
@@ -87,6 +90,7 @@ void ZAcroForm::Swap(ZAcroForm& other) {
   std::swap(parser_, other.parser_);
   std::swap(form_infos_, other.form_infos_);
   std::swap(fields_, other.fields_);
+  std::swap(page_fields_, other.page_fields_);
 }
 
 // --- loading ---
@@ -129,6 +133,7 @@ bool ZAcroForm::Adopt(std::unique_ptr<ZPDFParser> parser) {
   xref_offset_ = parser->XRefOffset();
   notes_.Clear();
   fields_.reset();
+  page_fields_.clear();
   form_infos_.reset();
   viewer_infos_.reset();
   parser_ = std::move(parser);
@@ -147,9 +152,18 @@ ZAcroFormFieldCollection& ZAcroForm::Fields() {
   if (fields_ == nullptr) {
     fields_.reset(new FieldCollection);
     ZPDFNodeArray* const array = form_infos_ == nullptr ? nullptr : ArrayAt(*form_infos_->Dico(), "/Fields");
-    FieldTreeBuilder(form_infos_.get(), &notes_).Build(*fields_, array, nullptr);
+    FieldTreeBuilder builder(form_infos_.get(), &notes_);
+    builder.Build(*fields_, array, nullptr);
+    if (finds_page_fields_ && form_infos_ != nullptr && parser_->Root() != nullptr) {
+      page_fields_ = PageFieldFinder(builder, *fields_).Find(*parser_->Root());
+    }
   }
   return *fields_;
+}
+
+PTableau<const ZAcroFormField*> ZAcroForm::PageFields() const {
+  Fields();
+  return page_fields_;
 }
 
 bool ZAcroForm::IsValid() const {

@@ -70,6 +70,14 @@ class ZFORMS_API ZAcroForm {
   // From now on a damaged file is recovered when it is loaded, which Diagnostics()
   // say; it is then saved anew the next time. See ZPDFParser::SetRecovery.
   void SetRecovery(bool recover) { recovery_ = recover; }
+  // From the next load on, fields are looked for on the pages as well: widgets that
+  // "/Fields" does not lead to and that have a type, or a parent. They follow the others
+  // at the end of Fields(), in the order of the pages, each below its parents; one whose
+  // parent is a field of the form follows the kids of that. Get finds them by names
+  // that no field of the form has. Reads every page and its annotations.
+  void SetPageFields(bool find) { finds_page_fields_ = find; }
+  // What was found so: each without what stands below it.
+  PTableau<const Field*> PageFields() const;
   // Whether a document with a form is loaded and can be decrypted.
   bool IsValid() const;
   // The file that it was loaded from or last saved to; empty for a stream.
@@ -183,6 +191,7 @@ class ZFORMS_API ZAcroForm {
   Chaine raw_data_;
   uint32_t xref_offset_ = 0;
   bool recovery_ = false;
+  bool finds_page_fields_ = false;
   // What was met besides what the parser says.
   ZDiagnostics notes_;
   mutable ZDiagnostics diagnostics_;
@@ -192,6 +201,7 @@ class ZFORMS_API ZAcroForm {
   std::unique_ptr<ZPDFParser> parser_;
   std::unique_ptr<FormInfos> form_infos_;
   std::unique_ptr<FieldCollection> fields_;  // null until they are asked for
+  PTableau<const Field*> page_fields_;
 };
 
 }  // namespace zforms

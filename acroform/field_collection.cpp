@@ -19,13 +19,13 @@ ZAcroFormFieldCollection::ZAcroFormFieldCollection(ZPDFNodeArray* array) {
   FieldTreeBuilder(nullptr, nullptr).Build(*this, array, nullptr);
 }
 
-bool ZAcroFormFieldCollection::Append(std::unique_ptr<Field> field) {
+bool ZAcroFormFieldCollection::Append(std::unique_ptr<Field> field, Naming naming) {
   if (members_ == nullptr) members_ = std::make_shared<Members>();
   bool is_first = true;
   if (const Chaine name = field->Name(); !name.IsEmpty()) {
     Field*& named = members_->by_name[name];
     is_first = named == nullptr;
-    named = field.get();
+    if (is_first || naming == Naming::kTake) named = field.get();
   }
   members_->fields.push_back(std::move(field));
   return is_first;

@@ -68,8 +68,11 @@ class ZFORMS_API ZAcroFormFieldCollection {
  private:
   struct Members;
 
+  // Which of several members with one name is found by it.
+  enum class Naming : uint8_t { kTake, kKeep };
+
   // Adds the member; false when an earlier one has its name.
-  bool Append(std::unique_ptr<Field> field);
+  bool Append(std::unique_ptr<Field> field, Naming naming = Naming::kTake);
 
   // Null while there are none.
   std::shared_ptr<Members> members_;

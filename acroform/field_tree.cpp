@@ -26,23 +26,40 @@ FieldTreeBuilder::FieldTreeBuilder(const ZAcroFormFormInfos* form, ZDiagnostics*
 void FieldTreeBuilder::Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* array, const ZAcroFormField* parent) {
   for (size_t i = 0; array != nullptr && i < array->Size(); i++) {
     auto* dictionary = NodeCast<ZPDFNodeDictionary>(array->GetTargetAt(i));
-    if (dictionary == nullptr || !Admit(dictionary, array->GetDirectAt(i))) continue;
-    std::unique_ptr<ZAcroFormField> field(new ZAcroFormField(dictionary, form_, parent, ZAcroFormField::Bare()));
-    ZPDFNodeArray* kids = ArrayAt(*dictionary, "/Kids");
-    if (kids != nullptr) {
-      const size_t above = path_.empty() ? 0 : path_.back().name_length;
-      path_.push_back({dictionary, above + field->Name().size() + 1});
-      Build(*field, kids, field.get());
-      path_.pop_back();
-    }
+    if (dictionary == nullptr) continue;
+    std::unique_ptr<ZAcroFormField> field = Make(dictionary, array->GetDirectAt(i), parent);
+    if (field == nullptr) continue;
     if (!into.Append(std::move(field))) {
       Warn(array->GetDirectAt(i), "several fields have this name, of which only the last is filled");
     }
   }
 }
 
+std::unique_ptr<ZAcroFormField> FieldTreeBuilder::Make(ZPDFNodeDictionary* dictionary, const ZPDFNode* element,
+                                                       const ZAcroFormField* parent) {
+  if (!Admit(dictionary, element)) return nullptr;
+  std::unique_ptr<ZAcroFormField> field(new ZAcroFormField(dictionary, form_, parent, ZAcroFormField::Bare()));
+  if (ZPDFNodeArray* kids = ArrayAt(*dictionary, "/Kids")) {
+    path_.push_back({dictionary, NameLength() + field->Name().size() + 1});
+    Build(*field, kids, field.get());
+    path_.pop_back();
+  }
+  return field;
+}
+
+ZAcroFormField* FieldTreeBuilder::AddBelow(ZAcroFormFieldCollection& into, ZPDFNodeDictionary* dictionary,
+                                           const ZPDFNode* element, const ZAcroFormField* parent, size_t depth,
+                                           size_t name_length) {
+  levels_above_ = depth;
+  name_length_above_ = name_length;
+  std::unique_ptr<ZAcroFormField> field = Make(dictionary, element, parent);
+  ZAcroFormField* const added = field.get();
+  if (added != nullptr) into.Append(std::move(field), ZAcroFormFieldCollection::Naming::kKeep);
+  return added;
+}
+
 bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* element) {
-  if (path_.size() >= kMaxDepth) return Refuse(element, "the field is nested too deep and left out");
+  if (levels_above_ + path_.size() >= kMaxDepth) return Refuse(element, "the field is nested too deep and left out");
   if (!seen_.Add(dictionary)) {
     if (IsOnPath(dictionary)) return Refuse(element, "the field is among its own kids and left out there");
     if (++repeated_ > seen_.Size() + kRepeatsAtLeast) {
@@ -50,7 +67,7 @@ bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* ele
     }
     Warn(element, "the field is listed more than once");
   }
-  name_bytes_ += dictionary->GetStringValue("/T").size() + (path_.empty() ? 0 : path_.back().name_length);
+  name_bytes_ += dictionary->GetStringValue("/T").size() + NameLength();
   return name_bytes_ <= kMaxNameBytes || Refuse(element, "the names of the fields are too long, it is left out");
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "platform/containers.h"
@@ -31,6 +32,14 @@ class FieldTreeBuilder {
   // null, and everything below them. `parent` is the collection if it is a field.
   void Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* array, const ZAcroFormField* parent);
 
+  // Whether the tree holds the dictionary, or has refused it.
+  bool HasMet(const ZPDFNodeDictionary* dictionary) const { return seen_.Exist(dictionary); }
+  // Adds the field of one dictionary, and everything below it, to a collection that is
+  // built. `depth` levels stand above it, whose full name has so many bytes. The names
+  // of the members stay with those that have them. Null when it is refused.
+  ZAcroFormField* AddBelow(ZAcroFormFieldCollection& into, ZPDFNodeDictionary* dictionary, const ZPDFNode* element,
+                           const ZAcroFormField* parent, size_t depth, size_t name_length);
+
  private:
   struct Level {
     ZPDFNodeDictionary* dictionary;
@@ -46,6 +55,9 @@ class FieldTreeBuilder {
     }
   };
 
+  std::unique_ptr<ZAcroFormField> Make(ZPDFNodeDictionary* dictionary, const ZPDFNode* element,
+                                       const ZAcroFormField* parent);
+  size_t NameLength() const { return path_.empty() ? name_length_above_ : path_.back().name_length; }
   bool Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* element);
   bool IsOnPath(const ZPDFNodeDictionary* dictionary) const;
   void Warn(const ZPDFNode* element, const char* text);
@@ -55,6 +67,9 @@ class FieldTreeBuilder {
   ZDiagnostics* diagnostics_;
   // From the top to the field whose kids are being built.
   std::vector<Level> path_;
+  // The levels above the first of them.
+  size_t levels_above_ = 0;
+  size_t name_length_above_ = 0;
   PUniqueT<const ZPDFNodeDictionary*, PointerHash> seen_;
   size_t repeated_ = 0;
   size_t name_bytes_ = 0;

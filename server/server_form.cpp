@@ -53,6 +53,8 @@ void SetReadOnlyBelow(ZAcroFormFieldCollection& fields, uint32_t inherited) {
 
 }  // namespace
 
+ZAcroFormServerForm::ZAcroFormServerForm() { SetPageFields(true); }
+
 ZAcroFormServerForm::~ZAcroFormServerForm() = default;
 
 ZAcroForm::FieldMap ZAcroFormServerForm::FindSubmitFormButtons(ZDocument::Status status) {

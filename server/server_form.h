@@ -9,9 +9,11 @@ namespace zforms {
 
 // ZAcroFormServerForm is a form as the server hands it out: it knows which submit
 // buttons belong to which status by the pages they post to, "save.cgi" or
-// "modify.cgi". One thread at a time.
+// "modify.cgi". Its fields are those of its pages as well (SetPageFields). One thread
+// at a time.
 class ZFORMS_API ZAcroFormServerForm : public ZAcroForm {
  public:
+  ZAcroFormServerForm();
   ~ZAcroFormServerForm() override;
 
   // The submit buttons with a URL of their own whose page is that of the status, by

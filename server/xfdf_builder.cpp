@@ -23,6 +23,7 @@ bool ZAcroFormServerXFDFBuilder::HasPDF() const { return parser_ != nullptr; }
 
 bool ZAcroFormServerXFDFBuilder::SetAutoMap(const Chaine& default_rubric, bool known_rubrics_only) {
   ZAcroForm form;
+  form.SetPageFields(true);
   if (!HasPDF() || !form.Load(parser_.get())) return false;
   ReadMapsPDF(form, default_rubric, known_rubrics_only);
   return true;

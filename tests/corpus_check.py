@@ -131,7 +131,8 @@ class Check:
             return self.problem("fields", f"exit {done.status}: {done.err.decode('utf-8', 'replace').strip()[:200]}")
         try:
             answer = json.loads(done.out.decode("utf-8"))
-            said = answer["fields"]
+            # The truth is of the fields that the forms list.
+            said = [field for field in answer["fields"] if field["listed"]]
         except (ValueError, KeyError, TypeError) as error:
             return self.problem("fields", f"no JSON: {error}")
         if answer.get("encrypted") != bool(self.row["enc"]):

@@ -91,16 +91,32 @@ std::string SubmitText(const ZAcroFormField& button) {
          AddressText(*action);
 }
 
+std::string ObjectText(const ZPDFObjectIdentifier& id) {
+  if (id.Number() == 0) return {};
+  return "object " + std::to_string(id.Number()) + " " + std::to_string(id.Generation()) + ": ";
+}
+
 void CheckFields(const std::vector<FieldReport>& fields, Console& console) {
   std::map<std::string, size_t> names;
   for (const FieldReport& field : fields) {
-    const std::string where = field.object.Number() == 0 ? std::string()
-                                                         : "object " + std::to_string(field.object.Number()) + " " +
-                                                               std::to_string(field.object.Generation()) + ": ";
+    const std::string where = ObjectText(field.object);
     if (field.name.empty()) console.Warn(where + "a field has no name");
     if (field.type == "none") console.Warn(where + "field \"" + field.name + "\" has no type");
     if (field.widgets == 0) console.Warn(where + "field \"" + field.name + "\" is shown nowhere");
     if (names[field.name]++ == 1) console.Warn(where + "several fields are named \"" + field.name + "\"");
+  }
+}
+
+void CheckPageFields(const ZAcroForm& form, Console& console) {
+  const PTableau<const ZAcroFormField*> found = form.PageFields();
+  if (found.empty()) return;
+  const auto objects = ObjectsByValue(*form.Parser());
+  for (const ZAcroFormField* field : found) {
+    const auto object = objects.find(field->Dico());
+    const std::string name = "\"" + field->FullNameUTF8().ToString() + "\"";
+    console.Warn(ObjectText(object == objects.end() ? ZPDFObjectIdentifier() : object->second) +
+                 (field->HasParent() ? "a page shows a widget of field " + name + ", which does not list it (\"/Kids\")"
+                                     : "a page shows field " + name + ", which the form does not list (\"/Fields\")"));
   }
 }
 
@@ -157,6 +173,7 @@ int RunCheck(const CheckOptions& options) {
   if (!Print(Printable(options.file) + "\n" + summary.Text())) console.Fail("standard output cannot be written");
   CheckDocument(parser, console);
   CheckFields(fields, console);
+  CheckPageFields(form, console);
   console.WarnAll(form.Diagnostics());
   return console.Finish();
 }

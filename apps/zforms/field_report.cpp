@@ -2,6 +2,7 @@
 
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "acroform/acro_form.h"
@@ -86,31 +87,31 @@ class Reporter {
  public:
   explicit Reporter(ZAcroForm& form) : form_(form), pages_(*form.Parser()) {
     form.Fields();  // loads the objects that the fields stand in
-    for (const ZPDFObjectLocation& location : form.Parser()->ObjectLocations()) {
-      if (location.object != nullptr && location.object->Size() > 0) {
-        objects_.emplace(std::as_const(*location.object).GetDirectAt(0), location.id);
-      }
-    }
+    objects_ = ObjectsByValue(*form.Parser());
+    const PTableau<const ZAcroFormField*> unlisted = form.PageFields();
+    unlisted_.insert(unlisted.begin(), unlisted.end());
   }
 
   std::vector<FieldReport> Run() {
-    for (uint32_t i = 0; i < form_.Fields().Size(); i++) Walk(*form_.Fields().GetAt(i));
+    for (uint32_t i = 0; i < form_.Fields().Size(); i++) Walk(*form_.Fields().GetAt(i), true);
     return std::move(reports_);
   }
 
  private:
-  void Walk(ZAcroFormField& field) {
+  void Walk(ZAcroFormField& field, bool is_listed) {
+    is_listed = is_listed && !unlisted_.contains(&field);
     if (!HasNamedKids(field)) {
-      Report(field);
+      Report(field, is_listed);
       return;
     }
     for (uint32_t i = 0; i < field.Size(); i++) {
-      if (field.GetAt(i)->HasName()) Walk(*field.GetAt(i));
+      if (field.GetAt(i)->HasName()) Walk(*field.GetAt(i), is_listed);
     }
   }
 
-  void Report(ZAcroFormField& field) {
+  void Report(ZAcroFormField& field, bool is_listed) {
     FieldReport report;
+    report.is_listed = is_listed;
     report.field = &field;
     report.name = field.FullNameUTF8().ToString();
     report.type = TypeName(field);
@@ -149,12 +150,22 @@ class Reporter {
   ZAcroForm& form_;
   PageIndex pages_;
   std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> objects_;
+  std::unordered_set<const ZAcroFormField*> unlisted_;
   std::vector<FieldReport> reports_;
 };
 
 }  // namespace
 
 std::vector<FieldReport> ReportFields(ZAcroForm& form) { return Reporter(form).Run(); }
+
+std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const ZPDFParser& parser) {
+  std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> objects;
+  for (const ZPDFObjectLocation& location : parser.ObjectLocations()) {
+    if (location.object == nullptr || location.object->Size() == 0) continue;
+    objects.emplace(std::as_const(*location.object).GetDirectAt(0), location.id);
+  }
+  return objects;
+}
 
 std::string FlagWords(const FieldReport& field) {
   std::string words;

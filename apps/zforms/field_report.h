@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -10,6 +11,8 @@
 namespace zforms {
 class ZAcroForm;
 class ZAcroFormField;
+class ZPDFNode;
+class ZPDFParser;
 }  // namespace zforms
 
 namespace zforms::tool {
@@ -28,14 +31,18 @@ struct FieldReport {
   std::vector<std::string> states;                           // of all widgets, but "Off"
   size_t widgets = 0;
   uint32_t page = 0;            // from 1; 0 when no page shows the field
+  bool is_listed = true;        // by the form; else a page alone leads to it
   ZPDFObjectIdentifier object;  // 0 0 for a field inside another object
   std::string tool_tip;
   uint32_t max_length = 0;  // 0 for none
   ZAcroFormField* field = nullptr;
 };
 
-// The fields in the order of the form's tree.
+// The fields in the order of the form's tree; those of pages alone come last.
 std::vector<FieldReport> ReportFields(ZAcroForm& form);
+
+// The objects whose values have been read, by value.
+std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const ZPDFParser& parser);
 
 // The flags in words, such as "read-only, required".
 std::string FlagWords(const FieldReport& field);

@@ -39,6 +39,7 @@ Json FieldJson(const FieldReport& field) {
   json["widgets"] = field.widgets;
   json["page"] = field.page == 0 ? Json(nullptr) : Json(field.page);
   json["object"] = field.object.Number() == 0 ? Json(nullptr) : Json(ObjectText(field.object));
+  json["listed"] = field.is_listed;
   json["tooltip"] = field.tool_tip.empty() ? Json(nullptr) : Json(field.tool_tip);
   json["maxlen"] = field.max_length == 0 ? Json(nullptr) : Json(field.max_length);
   return json;

@@ -15,6 +15,7 @@ std::vector<Chaine> PasswordForms(const std::string& password) {
 
 bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console, bool recover) {
   form.SetRecovery(recover);
+  form.SetPageFields(true);
   Chaine bytes;
   const bool is_stream = file == kStandardStream;
   if (is_stream && !ReadInput(file, &bytes, console)) return false;

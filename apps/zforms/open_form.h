@@ -14,7 +14,7 @@ std::vector<Chaine> PasswordForms(const std::string& password);
 
 // Loads the document from a file or standard input. False, and said, when it
 // cannot be read or the password does not open it. A damaged file is read when it is
-// to be recovered.
+// to be recovered. Its fields are those of its pages as well.
 bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
               bool recover = false);
 

@@ -2,12 +2,11 @@
 
 #include "pdf/array_node.h"
 #include "pdf/dictionary_node.h"
+#include "pdf/page_tree.h"
 #include "pdf/parser/parser.h"
 
 namespace zforms::tool {
 namespace {
-
-constexpr int kMaxDepth = 200;
 
 std::string NameAt(const ZPDFNodeDictionary& dictionary, std::string_view key) {
   const ZPDFNode* const value = dictionary.GetTarget(key);
@@ -18,22 +17,8 @@ std::string NameAt(const ZPDFNodeDictionary& dictionary, std::string_view key) {
 }  // namespace
 
 PageIndex::PageIndex(const ZPDFParser& parser) {
-  const ZPDFNodeDictionary* root = parser.Root();
-  const auto* pages = root == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(root->GetTarget("/Pages"));
-  if (pages != nullptr) Walk(*pages, 0);
-}
-
-void PageIndex::Walk(const ZPDFNodeDictionary& node, int depth) {
-  if (depth > kMaxDepth || !visited_.insert(&node).second) return;
-  const auto* kids = NodeCast<ZPDFNodeArray>(node.GetTarget("/Kids"));
-  if (kids == nullptr) {
-    AddPage(node);
-    return;
-  }
-  for (size_t i = 0; i < kids->Size(); i++) {
-    const auto* kid = NodeCast<ZPDFNodeDictionary>(kids->GetTargetAt(i));
-    if (kid != nullptr) Walk(*kid, depth + 1);
-  }
+  if (parser.Root() == nullptr) return;
+  for (const ZPDFNodeDictionary* page : PagesOf(*parser.Root())) AddPage(*page);
 }
 
 void PageIndex::AddPage(const ZPDFNodeDictionary& page) {

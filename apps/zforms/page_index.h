@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace zforms {
@@ -15,8 +14,8 @@ class ZPDFParser;
 
 namespace zforms::tool {
 
-// The pages on which the annotations of a document stand, by walking the page
-// tree once (ISO 32000-1 7.7.3). Page trees that lead back into themselves are cut.
+// The pages on which the annotations of a document stand, by walking the page tree
+// once.
 class PageIndex {
  public:
   explicit PageIndex(const ZPDFParser& parser);
@@ -29,11 +28,9 @@ class PageIndex {
   uint32_t PageOf(const ZPDFNodeDictionary* annotation) const;
 
  private:
-  void Walk(const ZPDFNodeDictionary& node, int depth);
   void AddPage(const ZPDFNodeDictionary& page);
 
   std::unordered_map<const ZPDFNode*, uint32_t> pages_;
-  std::unordered_set<const ZPDFNode*> visited_;
   std::vector<std::string> tabs_;
   uint32_t count_ = 0;
 };

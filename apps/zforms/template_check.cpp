@@ -84,6 +84,10 @@ std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
   CheckButtons(form, ZDocument::eConsult, "modify.cgi", &faults);
   CheckTargets(form, &faults);
   CheckNames(form, &faults);
+  if (const size_t count = form.PageFields().size(); count > 0) {
+    faults.push_back("has " + std::to_string(count) + (count == 1 ? " field" : " fields") +
+                     " on its pages that the form does not list (\"/Fields\"): some readers do not submit them");
+  }
   if (form.Parser()->AcroForm() != nullptr && form.Parser()->AcroForm()->Exist("/XFA")) {
     faults.emplace_back("has an XFA form as well: readers that know it show it instead, with other values");
   }
