@@ -9,7 +9,7 @@ import hashlib
 import unicodedata
 
 # Field flags, ISO 32000-1 tables 221 to 230.
-READ_ONLY, REQUIRED = 1, 2
+READ_ONLY, REQUIRED, NO_EXPORT = 1, 2, 4
 MULTILINE, COMB = 1 << 12, 1 << 24
 RADIO, NO_TOGGLE_TO_OFF, PUSH = 1 << 15, 1 << 14, 1 << 16
 COMBO, MULTI_SELECT = 1 << 17, 1 << 21

@@ -10,7 +10,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 SAMPLES = ROOT / "samples"
 TOOL = os.environ.get("ZFORMS_TOOL", "")
 sys.path.insert(0, str(SAMPLES))
-from form_writer import COMBO, MULTI_SELECT, Document, Name, Ref, Text, WideText
+from form_writer import COMBO, MULTI_SELECT, MULTILINE, NO_EXPORT, RADIO, Document, Name, Ref, Text, WideText
 
 SKIPPED = 77
 failures = []
@@ -71,6 +71,8 @@ def odd_form(path):
             {"FT": Name("Btn"), "Ff": 1 << 15, "T": Text("radio"), "V": Name("x"),
              "Kids": [widget(AS=Name("x"), AP=states("x")), widget(AS=Name("Off"), AP=states("y"))]}]}),
         document.add(widget(FT=Name("Btn"), T=Text("case"), AS=Name("Off"), AP=states("Oui"))),
+        document.add(widget(FT=Name("Tx"), Ff=MULTILINE, T=Text("lignes"), V=WideText("a\nb\rc\r\nd"))),
+        document.add(widget(FT=Name("Tx"), Ff=NO_EXPORT, T=Text("interne"), V=Text("x"))),
     ]
     document.put(form, {"Fields": fields, "DA": Text("/H 9 Tf 0 g")})
     pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
@@ -89,3 +91,26 @@ ODD_VALUES = {  # what each field of the odd form may be given
     "groupe.radio": ["x", "y", "Off"],
     "case": ["Oui", "Off", "true", "false", ""],
 }
+
+
+def page_fields(path):
+    """A form that lists one of three radio buttons of a group, and one of two text fields; all stand on its page."""
+    document = Document()
+    catalog, page, group = document.reserve(), document.reserve(), document.reserve()
+
+    def widget(**entries):
+        return {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(page), **entries}
+
+    def radio(state):
+        looks = {"N": {state: document.add({}, b""), "Off": document.add({}, b"")}}
+        return document.add(widget(FT=Name("Btn"), Ff=RADIO, T=Text("choix"), AS=Name("Off"), AP=looks))
+
+    fields = [radio("un"), document.add(widget(FT=Name("Tx"), T=Text("nom")))]
+    others = [radio("deux"), radio("trois"), document.add(widget(T=Text("ville"), Parent=Ref(group)))]
+    document.put(group, {"FT": Name("Tx"), "T": Text("adresse"), "Kids": [others[2]]})
+    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
+    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100], "Annots": fields + others})
+    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages,
+                           "AcroForm": document.add({"Fields": fields, "DA": Text("/H 9 Tf 0 g")})})
+    path.write_bytes(document.finish(catalog, document.add({"Title": Text("pages")}))[0])
+    return path

@@ -11,7 +11,7 @@ import sys
 import tempfile
 
 import peers
-from tool_case import ODD_VALUES, SAMPLES, expect, odd_form, run_tests, same, zforms
+from tool_case import ODD_VALUES, SAMPLES, expect, odd_form, page_fields, run_tests, same, zforms
 
 SAMPLE = SAMPLES / "membership_form.pdf"
 NAME, USUAL, CITY = "adherent.nom", "adherent.prénom d'usage", "adherent.ville"
@@ -51,6 +51,30 @@ def test_every_format_brings_the_values_back(folder):
         rows = list(csv.reader(io.StringIO(export(filled, "csv"), newline="")))
         same(f"{form.name} as Python reads CSV", dict(zip(*rows)),
              {n: "\n".join(v) if isinstance(v, list) else v or "" for n, v in wanted.items()})
+
+
+def test_what_is_not_to_be_exported(folder):
+    odd = odd_form(folder / "odd.pdf")
+    for kind in ("xfdf", "fdf", "json", "csv"):
+        status, out, err = zforms("export", odd, "--format", kind)
+        same(f"{kind} is told", (status, "interne" in out, err.count('"interne"')), (0, False, 1))
+        status, out, err = zforms("export", odd, "--format", kind, "--all")
+        same(f"{kind} with all", (status, "interne" in out, err), (0, True, ""))
+
+
+def test_fields_that_pages_alone_know(folder):
+    form = page_fields(folder / "pages.pdf")
+    fields = json.loads(zforms("fields", form, "--json")[1])["fields"]
+    same("fields", [(field["name"], field["listed"]) for field in fields],
+         [("choix", True), ("nom", True), ("choix", False), ("choix", False), ("adresse.ville", False)])
+    status, _, err = zforms("check", form)
+    same("check", (status, err.count('(\"/Fields\")')), (3, 3))
+    values = {"nom": "A", "adresse.ville": "B"}
+    filled = fill(form, json.dumps(values), folder, "json")
+    same("export", json.loads(export(filled)), {"choix": None, **values})
+    (folder / "rows.csv").write_text("nom,adresse.ville\nA,B\n")
+    same("batch", zforms("batch", form, "--data", folder / "rows.csv", "--out", folder, "--name", "{nom}.pdf")[::2], (0, ""))
+    same("the bytes of batch", (folder / "A.pdf").read_bytes(), filled.read_bytes())
 
 
 def test_pdftk_agrees(folder):
@@ -213,7 +237,8 @@ def test_whole_cycle(folder):
 
 
 def main():
-    tests = [test_every_format_brings_the_values_back, test_pdftk_agrees, test_what_is_read,
+    tests = [test_every_format_brings_the_values_back, test_what_is_not_to_be_exported,
+             test_fields_that_pages_alone_know, test_pdftk_agrees, test_what_is_read,
              test_many_forms_make_one_table, test_whole_cycle]
     with tempfile.TemporaryDirectory() as folder:
         return run_tests("tool_data_test", tests, folder)

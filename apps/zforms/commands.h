@@ -33,6 +33,7 @@ struct ExportOptions {
   std::string format = "xfdf";  // xfdf, fdf, json, jsonl or csv
   std::string output;
   std::string password;
+  bool all = false;
   bool recover = false;
 };
 int RunExport(const ExportOptions& options);

@@ -23,6 +23,8 @@ class Console {
 
   // Each line once; after the first hundred they are only counted.
   void Warn(std::string_view what);
+  // What is worth knowing though nothing is wrong; the exit status does not tell.
+  void Note(std::string_view what) const { Print(what); }
   void WarnAll(const ZDiagnostics& diagnostics);
   void Fail(std::string_view what);
   // The exit status; says first how many warnings were not shown.

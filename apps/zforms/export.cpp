@@ -16,13 +16,35 @@ namespace {
 // The file as a reference from beside it.
 Chaine RelativeURL(const std::string& file) { return ZInetURL::Encode(file.substr(file.find_last_of("/\\") + 1)); }
 
+// The fields that the export is of. Says which of them that have a value are left out.
+std::vector<FieldReport> FieldsOf(ZAcroForm& form, bool all, const Console& console) {
+  constexpr size_t kNamed = 10;
+  std::vector<FieldReport> fields = ReportFields(form);
+  std::set<std::string> left_out;
+  std::erase_if(fields, [&](const FieldReport& field) {
+    const bool left = HasData(field) && IsNoExport(field) && !all;
+    if (left && !field.values.empty()) left_out.insert(field.name);
+    return left || !HasData(field);
+  });
+  if (left_out.empty()) return fields;
+  std::string names;
+  size_t count = 0;
+  for (const std::string& name : left_out) {
+    if (++count <= kNamed) names += (count == 1 ? "\"" : ", \"") + name + "\"";
+  }
+  if (count > kNamed) names += " and " + std::to_string(count - kNamed) + " more";
+  console.Note("left out, as the form marks them as not to be exported (--all takes them): " + names);
+  return fields;
+}
+
 // Fields without a value are not part of a document.
-void FillDocument(const std::string& file, ZAcroForm& form, ZXFDF* data, std::set<std::string>* buttons) {
+void FillDocument(const std::vector<FieldReport>& fields, const std::string& file, const ZPDFParser& parser,
+                  ZXFDF* data, std::set<std::string>* buttons) {
   data->Fields();
   if (file != kStandardStream) data->SetPDFHRef(ZInetURL(RelativeURL(file)));
-  data->SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
-  for (const FieldReport& field : ReportFields(form)) {
-    if (!IsExportable(field) || field.values.empty()) continue;
+  data->SetIDS(parser.IDOriginal(), parser.IDModified());
+  for (const FieldReport& field : fields) {
+    if (field.values.empty()) continue;
     PTableau<Chaine> values;
     for (const std::string& value : field.values) values.push_back(WithLineEnds(value, "\r\n"));
     data->Fields().AddField(field.name).SetValues(values);
@@ -38,7 +60,7 @@ int ExportDocument(const ExportOptions& options) {
   if (!OpenFormWithFields(file, options.password, form, console, options.recover)) return console.Finish();
   ZXFDF data;
   std::set<std::string> buttons;
-  FillDocument(file, form, &data, &buttons);
+  FillDocument(FieldsOf(form, options.all, console), file, *form.Parser(), &data, &buttons);
   console.WarnAll(form.Diagnostics());
   const bool fdf = options.format == "fdf";
   const Chaine text = fdf ? WriteFDF(data, buttons) : data.AsChaine();
@@ -49,11 +71,11 @@ int ExportDocument(const ExportOptions& options) {
   return console.Finish();
 }
 
-FormValues ValuesOf(ZAcroForm& form) {
+FormValues ValuesOf(std::vector<FieldReport> fields) {
   FormValues values;
   std::unordered_set<std::string> seen;
-  for (FieldReport& field : ReportFields(form)) {
-    if (!IsExportable(field) || !seen.insert(field.name).second) continue;
+  for (FieldReport& field : fields) {
+    if (!seen.insert(field.name).second) continue;
     values.fields.emplace_back(std::move(field.name), std::move(field.values));
   }
   return values;
@@ -79,7 +101,7 @@ int ExportTable(const ExportOptions& options) {
     Console console(file);
     ZAcroForm form;
     if (OpenFormWithFields(file, options.password, form, console, options.recover)) {
-      FormValues& values = forms.emplace_back(ValuesOf(form));
+      FormValues& values = forms.emplace_back(ValuesOf(FieldsOf(form, options.all, console)));
       if (options.files.size() > 1) values.file = file;
       console.WarnAll(form.Diagnostics());
     }

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 
+#include "acroform/field.h"
 #include "apps/zforms/csv_reader.h"
 
 namespace zforms::tool {
@@ -10,7 +11,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr uint32_t kNoExport = 0x4;
 constexpr const char* kFile = "file";
 
 // The lines of a text end in LF in a table, whatever they end with in the form.
@@ -50,9 +50,11 @@ std::string CSVLine(const std::vector<std::string>& cells) {
 
 }  // namespace
 
-bool IsExportable(const FieldReport& field) {
-  return !field.name.empty() && (field.flags & kNoExport) == 0 && field.type != "push" && field.type != "sig";
-}
+bool HasData(const FieldReport& field) { return !field.name.empty() && field.type != "push" && field.type != "sig"; }
+
+bool IsNoExport(const FieldReport& field) { return (field.flags & ZAcroFormField::kNoExportFlag) != 0; }
+
+bool IsExportable(const FieldReport& field) { return HasData(field) && !IsNoExport(field); }
 
 std::string TableAsCSV(const std::vector<FormValues>& forms) {
   const Columns columns(forms);

@@ -15,7 +15,11 @@ struct FormValues {
   std::vector<std::pair<std::string, std::vector<std::string>>> fields;
 };
 
-// Whether the field takes part in an export, with a value or without.
+// Whether the field can have a value, and a name to export it by.
+bool HasData(const FieldReport& field);
+// Whether the form marks the field as not to be exported (NoExport, ISO 32000-1 table 221).
+bool IsNoExport(const FieldReport& field);
+// Whether a reader that submits the form sends the field, with a value or without.
 bool IsExportable(const FieldReport& field);
 
 // The forms as CSV (RFC 4180, UTF-8), with a column for each field that one of them

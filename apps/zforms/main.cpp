@@ -116,6 +116,9 @@ class CommandLine {
     command->add_option("FORM", export_.files, "The PDF file, or \"-\" for standard input.")->required();
     command->add_option("--format", export_.format, "xfdf if not said.")
         ->check(CLI::IsMember({"xfdf", "fdf", "json", "jsonl", "csv"}));
+    command->add_flag("--all", export_.all,
+                      "Export the fields that the form marks as not to be exported as well; they are left out if not "
+                      "said.");
     AddOutput(command, &export_.output)->default_str("-");
     export_.output = "-";
     AddPassword(command, &export_.password);
