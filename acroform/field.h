@@ -36,7 +36,10 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   static constexpr uint32_t kNoExportFlag = 0x4;
   static constexpr uint32_t kRadioFlag = 0x8000;
   static constexpr uint32_t kPushButtonFlag = 0x10000;
+  static constexpr uint32_t kComboFlag = 0x20000;
+  static constexpr uint32_t kEditFlag = 0x40000;
   static constexpr uint32_t kMultiSelectFlag = 0x200000;
+  static constexpr uint32_t kRadiosInUnisonFlag = 0x2000000;
 
   ~ZAcroFormField() override;
   // This field and everything below it: bit 1 of "/Ff".

@@ -30,7 +30,7 @@ void FieldTreeBuilder::Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* arra
     std::unique_ptr<ZAcroFormField> field = Make(dictionary, array->GetDirectAt(i), parent);
     if (field == nullptr) continue;
     if (!into.Append(std::move(field))) {
-      Warn(array->GetDirectAt(i), "several fields have this name, of which only the last is filled");
+      Warn(array->GetDirectAt(i), "several fields have this name, and all are filled as one");
     }
   }
 }

@@ -4,6 +4,7 @@
 
 #include "acroform/button_states.h"
 #include "acroform/field.h"
+#include "acroform/field_text.h"
 #include "acroform/node_access.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
@@ -156,20 +157,7 @@ void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values,
   if (values.size() > 1) {
     diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": of several values the first is taken");
   }
-  const bool changed = SetText(field, value);
-  // A widget that carries a value of its own would go on showing it.
-  for (ZAcroFormField* widget : field.Widgets()) {
-    if (widget != &field && widget->HasOwnValue()) SetText(*widget, value);
-  }
-  // Viewers would go on showing the rich text of the former value.
-  if (changed && !has_rich_text) field.Dico()->RemoveValue("/RV");
-}
-
-// The same text may be encoded in another way; it stays as it is then.
-bool FormFiller::SetText(ZAcroFormField& field, const Chaine& value) {
-  if (field.ValueUTF8() == value) return false;
-  field.SetValue(UTF8ToPDFText(value));
-  return true;
+  FillText(field, value, has_rich_text);
 }
 
 void FormFiller::SetDefaultValue(ZAcroFormField& field, const Chaine& value) {

@@ -39,7 +39,6 @@ class FormFiller {
   bool IsRefused(const ZAcroFormField& field, const ZXFDFField& from) const;
   void SetRichText(ZAcroFormField& field, const ZXFDFField& from);
   void SetValue(ZAcroFormField& field, const PTableau<Chaine>& values, bool has_rich_text);
-  static bool SetText(ZAcroFormField& field, const Chaine& value);
   void SetDefaultValue(ZAcroFormField& field, const Chaine& value);
   Chaine ButtonState(const ZAcroFormField& field, const Chaine& value);
 

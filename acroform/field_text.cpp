@@ -1,0 +1,35 @@
+#include "acroform/field_text.h"
+
+#include "acroform/field.h"
+#include "pdf/dictionary_node.h"
+#include "platform/text.h"
+
+namespace zforms {
+namespace {
+
+bool SetText(ZAcroFormField& field, const Chaine& utf8) {
+  if (field.ValueUTF8() == utf8) return false;
+  field.SetValue(UTF8ToPDFText(utf8));
+  return true;
+}
+
+bool HasLineEnds(const Chaine& text) { return text.View().find_first_of("\r\n") != std::string_view::npos; }
+
+}  // namespace
+
+bool IsSameText(const Chaine& a, const Chaine& b) {
+  if (a == b) return true;
+  return HasLineEnds(a) && HasLineEnds(b) && WithLineEnds(a, "\n") == WithLineEnds(b, "\n");
+}
+
+void FillText(ZAcroFormField& field, const Chaine& utf8, bool has_rich_text) {
+  const bool changed = SetText(field, utf8);
+  // A widget that carries a value of its own would go on showing it.
+  for (ZAcroFormField* widget : field.Widgets()) {
+    if (widget != &field && widget->HasOwnValue()) SetText(*widget, utf8);
+  }
+  // Viewers would go on showing the rich text of the former value.
+  if (changed && !has_rich_text) field.Dico()->RemoveValue("/RV");
+}
+
+}  // namespace zforms
