@@ -168,6 +168,8 @@ class ZFORMS_API ZAcroForm {
   // Why the last load or save failed, and what was odd about the document, its
   // form and the values filled in. Valid until the next call.
   const ZDiagnostics& Diagnostics() const;
+  // Adds a warning to them.
+  void Warn(const Chaine& text) { notes_.Warn(text); }
 
  private:
   // Has the writer store its output; false when that fails.

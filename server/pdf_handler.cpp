@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "filling/checked_filler.h"
 #include "platform/file_io.h"
 #include "platform/inet_stream.h"
 #include "platform/mail.h"
@@ -25,9 +26,14 @@ const char* ActionOf(ZDocument::Status status) {
   return status == ZDocument::eConsult ? "consult" : "readonly";
 }
 
+// What the fields do not take is left out, and stands in the form's diagnostics.
 void Fill(const ZXFDF& xfdf, ZAcroForm* form) {
-  form->SetValues(xfdf);
-  form->SetDefaultValues(xfdf);
+  ZCheckedFiller filler(*form);
+  filler.SetDefaultsToo(true);
+  filler.Fill(xfdf);
+  for (const ZCheckedFiller::Fault& fault : filler.Faults()) {
+    if (!fault.is_unknown) form->Warn(fault.Text());
+  }
   form->SetNeedAppearances(true);
 }
 

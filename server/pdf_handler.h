@@ -52,6 +52,7 @@ class ZFORMS_API ZAcroFormServerPDFHandler : public ZHTTPServerPageBase {
 
   // Loads the code's template, fills it, has its buttons post to the server, and sets
   // its display mode. False when there is no such template or it cannot be loaded.
+  // Values that a field does not take are warnings of the form.
   bool PrepareForm(const ZXFDF& xfdf, const Chaine& code, ZDocument::Status status, ZAcroFormServerForm* form) const;
 
   // Saves the filled form, read-only, to the path.

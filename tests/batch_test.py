@@ -66,11 +66,13 @@ def check_against_fill(form, folder, count):
         expect(made.get(f"{number:06}.pdf") == (folder / "single.pdf").read_bytes(), "as zforms fill", row)
 
 
+NOM = "adherent.nom"
 BAD_ROWS = [  # label, line of CSV, what is said of it
     ("too few values", "a", "it has 1 value where the first record names 4"),
     ("too many values", "a,Oui,FR,1,2", "it has 5 values where the first record names 4"),
-    ("no state", "a,Peut-être,FR,1", 'field "adherent.premiere": "Peut-être" is not one of its states'),
-    ("no choice", "a,Oui,XX,1", 'field "adherent.pays": "XX" is not one of its choices'),
+    ("no state", "a,Peut-être,FR,1", 'field "adherent.premiere": "Peut-être" is not one of its states; it takes "Oui" or "Off"'),
+    ("no choice", "a,Oui,XX,1", 'field "adherent.pays": "XX" is not one of its choices; it takes "FR" (France), "BE" (Belgique), '
+     '"CH" (Suisse), "LU" (Luxembourg), "CI" (Côte d’Ivoire)'),
     ("too long", "a,Oui,FR,123456", 'field "adherent.code_postal": "123456" has 6 characters, and it takes 5'),
     ("text behind a quote", '"a"b,Oui,FR,1', "there is text behind the closing quote of a value"),
     ("the same file, in other letters", "GOOD É,Oui,FR,1", 'its file "GOOD É.pdf" is that of line 2'),
@@ -113,6 +115,38 @@ def test_bad_rows_are_named(folder):
     same("the others", {name: after[name] for name in before}, before)
     status, _, err = zforms(*arguments, "--resume")
     same("the other's file is not ours the next time either", (status, (out / "theirs.pdf").read_bytes()), (3, b"mine"))
+
+
+JUDGED = [  # label, values, what is said of them, what is exported afterwards
+    ("no choice", {"adherent.pays": "ZZ", NOM: "A"}, ['"ZZ" is not one of its choices'], {"adherent.pays": "FR", NOM: "A"}),
+    ("what is shown", {"adherent.pays": "Belgique"}, [], {"adherent.pays": "BE"}),
+    ("too long", {"adherent.code_postal": "123456"}, ['"123456" has 6 characters, and it takes 5'], {}),
+    ("a word", {"adherent.premiere": "OUI"}, [], {"adherent.premiere": "Oui"}),
+    ("no state", {"formule": "yes"}, ['"yes" is not one of its states'], {}),
+    ("a list", {NOM: ["A", "B"]}, ["it takes one value, not a list"], {}),
+    ("some of several", {"activites.ateliers": ["SEMIS", "P", "Q"]},
+     ['"P" is not one of its choices', '"Q" is not one of its choices'], {"activites.ateliers": "SEMIS"}),
+]
+
+
+def test_fill_judges_alike(folder):
+    """Bad values are said in the same words. Filled alone, the field keeps its value; of a table, the row is left out."""
+    start = json.loads(zforms("export", SAMPLE, "--format", "json")[1])
+    for label, values, said, wanted in JUDGED:
+        data, one, out = folder / "row.json", folder / "one.pdf", folder / label
+        data.write_text(json.dumps(values))
+        status, _, err = zforms("fill", SAMPLE, data, "-o", one)
+        same(f"{label}: exit status", status, 3 if said else 0)
+        lines = [line.removeprefix(f"zforms: {data}: line 1: field ") for line in err.splitlines()]
+        expect(len(lines) == len(said) and all(what in line for what, line in zip(said, lines)), label, err)
+        same(label, json.loads(zforms("export", one, "--format", "json")[1]), {**start, **wanted})
+        status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", out)
+        same(f"{label}: forms", bytes_of(out), {} if said else {"000001.pdf": one.read_bytes()})
+        expect(all(line.split(": ", 1)[1] in err for line in lines), f"{label}: batch", (lines, err))
+    for command in (["fill", SAMPLE, data, "-o", one], ["batch", SAMPLE, "--data", data, "--out", folder / "near"]):
+        data.write_text(json.dumps({"adherent.non": "A", "adherent.ville": "B"}))
+        status, _, err = zforms(*command)
+        expect(status == 3 and 'adherent.non"' in err and "; did you mean adherent.nom?" in err, "near names", err)
 
 
 def test_names(folder):
@@ -284,7 +318,7 @@ def test_maps(folder):
                             "personne", "--rubric", f"club={folder / 'club.ini'}")
     same("exit status", status, 3)
     said = [line.split(": ", 2)[2] for line in err.splitlines()]
-    same("warnings", said, ['the maps name a field "adherent.nulle", which the form has not',
+    same("warnings", said, ['the maps name a field "adherent.nulle", which the form has not; did you mean adherent.ville?',
                             'column "adherent.pays" feeds no field'])
     values = json.loads(zforms("export", folder / "out" / "000001.pdf", "--format", "json")[1])
     same("values", [values["adherent." + key] for key in ("nom", "prénom d'usage", "ville", "email", "pays")],
@@ -309,9 +343,9 @@ def test_a_damaged_form(folder):
 
 
 def main():
-    tests = [test_forms_are_those_of_fill, test_bad_rows_are_named, test_names, test_killed_and_resumed,
-             test_a_row_is_done_when_its_file_is, test_one_batch_at_a_time, test_a_damaged_record, test_utf16, test_maps,
-             test_a_damaged_form]
+    tests = [test_forms_are_those_of_fill, test_bad_rows_are_named, test_fill_judges_alike, test_names,
+             test_killed_and_resumed, test_a_row_is_done_when_its_file_is, test_one_batch_at_a_time,
+             test_a_damaged_record, test_utf16, test_maps, test_a_damaged_form]
     with tempfile.TemporaryDirectory() as folder:
         return run_tests("batch_test", tests, folder)
 

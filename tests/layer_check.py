@@ -27,6 +27,7 @@ LAYERS = [
     ("XFDF document", ["xfdf/*"]),
     ("acroform", ["acroform/*"]),
     ("XFDF mapping", ["xfdf/mapper*", "xfdf/map_*", "xfdf/form_fields*"]),
+    ("filling", ["filling/*"]),
     ("server", ["server/*"]),
     ("apps", ["apps/*"]),
     ("around", ["tests/*", "bench/*", "fuzz/*", "examples/*"]),

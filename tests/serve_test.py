@@ -422,16 +422,18 @@ def by_the_tool(folder):
         for arguments, status, said in (
                 (["membership_form", "--set", "adherent.nom=Zoé", "-o", answer], 0, "saved; the form comes back in mode consult"),
                 ([answer, "-o", again], 0, "asked to modify; the form comes back in mode modify"),
-                ([again, "--set", "adherent.nom=Maë"], 0, "saved; the form comes back in mode consult"),
+                ([again, "--set", "adherent.nom=Maë", "--set", "adherent.pays=Belgique"], 0, "saved; the form comes back in mode consult"),
                 ([again], 2, "refused as stale; the form comes back in mode modify"),
-                ([again, "--set", "nowhere=1"], 2, 'the form has no field "nowhere"'),
+                ([again, "--set", "nowhere=1"], 2, 'no field is named "nowhere"'),
+                ([again, "--set", "adherent.non=1"], 2, 'no field is named "adherent.non"; did you mean adherent.nom?'),
+                ([again, "--set", "adherent.pays=ZZ"], 2, 'field "adherent.pays": "ZZ" is not one of its choices'),
                 (["nothing"], 2, "status 404")):
             result = submit(*arguments)
             expect(result[0] == status and said in result[1], f"submit {arguments}: {result}")
         done = subprocess.run([TOOL, "submissions", "--data", server.data], capture_output=True, timeout=30)
         lines = done.stdout.decode().split("\r\n")
         expect(lines[0].startswith("id,received,code,folder,year,transaction,count,") and "adherent.nom" in lines[0]
-               and "Zoé" in lines[1] and "Maë" in lines[2] and lines[3] == "", f"CSV: {lines}")
+               and "Zoé" in lines[1] and "Maë" in lines[2] and ",BE," in lines[2] and lines[3] == "", f"CSV: {lines}")
 
 
 def the_year_stays(folder):

@@ -148,7 +148,7 @@ void BatchRun::CheckColumns(const Row& row) {
   for (const std::string& name : plan_.Unused(*row.names)) {
     if (std::find(pattern_.Keys().begin(), pattern_.Keys().end(), name) != pattern_.Keys().end()) continue;
     if (unused_.size() >= kMostUnused || !unused_.insert(name).second) continue;
-    console_.Warn("column \"" + name + "\" feeds no field");
+    console_.Warn(plan_.WhyUnused(name));
   }
 }
 
@@ -176,8 +176,12 @@ bool BatchRun::Check(const Row& row) {
     const BatchField& field = plan_.Fields()[i];
     const Cell* value = field.is_constant ? nullptr : match_.ValueOf(row, i);
     if (value == nullptr) continue;
-    if (const std::string fault = field.rule.FaultOf(*value); !fault.empty()) {
-      Fail(row, field.name, {}, fault);
+    std::string faults;
+    for (const Chaine& fault : field.rule->Judge(TextsOf(*value)).faults) {
+      faults += (faults.empty() ? "" : "; ") + fault.ToString();
+    }
+    if (!faults.empty()) {
+      Fail(row, field.name, {}, faults);
       return false;
     }
   }

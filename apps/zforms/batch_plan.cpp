@@ -16,6 +16,7 @@ std::string Folded(std::string_view text) { return FoldCase(text).ToString(); }
 
 bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, Console& console) {
   const std::vector<FieldReport> order = ReportFields(form);
+  filler_ = std::make_unique<ZCheckedFiller>(form);
   Reports reports;
   for (const FieldReport& report : order) {
     if (!report.name.empty()) reports.emplace(report.name, &report);
@@ -34,8 +35,8 @@ void BatchPlan::TakeAllFields(const Reports& reports, const std::vector<FieldRep
   for (const FieldReport& report : order) {
     const auto found = reports.find(report.name);
     if (found == reports.end() || found->second != &report) continue;  // a further widget
-    BatchField field{report.name, FieldRule(report), report.name, {}, false, {}};
-    if (field.rule.IsFillable()) fields_.push_back(std::move(field));
+    BatchField field{report.name, filler_->RuleOf(report.name), report.name, {}, false, {}};
+    if (field.rule != nullptr && field.rule->IsFillable()) fields_.push_back(std::move(field));
   }
 }
 
@@ -71,7 +72,8 @@ bool BatchPlan::TakeMaps(const BatchOptions& options, const Reports& reports, Co
   for (const auto& [name, reference] : mapper.Maps()) {
     const auto found = reports.find(name.ToString());
     if (found == reports.end()) {
-      console.Warn("the maps name a field \"" + name.ToString() + "\", which the form has not");
+      console.Warn("the maps name a field \"" + name.ToString() + "\", which the form has not" +
+                   filler_->NearNamesOf(name).ToString());
     } else if (reference.IsMapped()) {
       const size_t before = fields_.size();
       TakeMap(mapper, *found->second, reference, console);
@@ -84,8 +86,8 @@ bool BatchPlan::TakeMaps(const BatchOptions& options, const Reports& reports, Co
 void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const FieldReport& report,
                         const ZXFDFMapper::DataFieldRef& reference, Console& console) {
   const std::string full = reference.rubric.ToString() + "." + reference.field.ToString();
-  BatchField field{report.name, FieldRule(report), reference.field.ToString(), full, false, {}};
-  if (!field.rule.IsFillable()) {
+  BatchField field{report.name, filler_->RuleOf(report.name), reference.field.ToString(), full, false, {}};
+  if (field.rule == nullptr || !field.rule->IsFillable()) {
     console.Warn("field \"" + field.name + "\" is a signature or a push button, and is not filled");
     return;
   }
@@ -97,8 +99,8 @@ void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const FieldReport& report,
     }
     field.is_constant = true;
     field.constant.text = data->Value().AsChaine().ToString();
-    if (const std::string fault = field.rule.FaultOf(field.constant); !fault.empty()) {
-      console.Warn("field \"" + field.name + "\": " + fault);
+    for (const Chaine& fault : field.rule->Judge(TextsOf(field.constant)).faults) {
+      console.Warn("field \"" + field.name + "\": " + fault.ToString());
     }
   }
   fields_.push_back(std::move(field));
@@ -163,6 +165,15 @@ std::vector<std::string> BatchPlan::Unused(const std::vector<std::string>& names
     if (!used[i] && !names[i].empty()) unused.push_back(names[i]);
   }
   return unused;
+}
+
+std::string BatchPlan::WhyUnused(const std::string& name) const {
+  const std::string what = "column \"" + name + "\" feeds no field";
+  if (mapped_) return what;
+  const std::shared_ptr<const ZFieldRule> rule = filler_->RuleOf(name);
+  if (rule == nullptr) return what + filler_->NearNamesOf(name).ToString();
+  const ZFieldRule::Verdict verdict = rule->Judge({Chaine("x")});
+  return rule->IsFillable() || verdict.faults.empty() ? what : what + ": " + verdict.faults.front().ToString();
 }
 
 }  // namespace zforms::tool

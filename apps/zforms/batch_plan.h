@@ -1,12 +1,15 @@
 #pragma once
 
+#include <memory>
 #include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
-#include "apps/zforms/field_rule.h"
+#include "apps/zforms/field_report.h"
+#include "apps/zforms/row.h"
 #include "apps/zforms/rubrics.h"
+#include "filling/checked_filler.h"
 
 namespace zforms::tool {
 
@@ -15,7 +18,7 @@ struct BatchOptions;
 // One field that a batch fills.
 struct BatchField {
   std::string name;
-  FieldRule rule;
+  std::shared_ptr<const ZFieldRule> rule;
   std::string column;       // the column that feeds it
   std::string full_column;  // looked for first: the same with its rubric, empty without maps
   bool is_constant = false;
@@ -26,7 +29,7 @@ struct BatchField {
 // the work begins, then read by all threads.
 class BatchPlan {
  public:
-  // False, and said, when the maps or the rubric files cannot be read. Fields that
+  // The form outlives the plan. False, and said, when the maps or the rubric files cannot be read. Fields that
   // maps name and the form has not, and such things, are warned of.
   bool Make(const BatchOptions& options, ZAcroForm& form, Console& console);
 
@@ -50,6 +53,8 @@ class BatchPlan {
   bool Feeds(const std::vector<std::string>& names) const;
   // Which of the names feed no field.
   std::vector<std::string> Unused(const std::vector<std::string>& names) const;
+  // What to say of such a name; for the thread that reads the rows.
+  std::string WhyUnused(const std::string& name) const;
 
  private:
   using Reports = std::unordered_map<std::string, const FieldReport*>;
@@ -60,6 +65,7 @@ class BatchPlan {
   void TakeMap(const ZXFDFMapper& mapper, const FieldReport& report, const ZXFDFMapper::DataFieldRef& reference,
                Console& console);
 
+  std::unique_ptr<ZCheckedFiller> filler_;  // over the form that the plan was made for
   Rubrics rubrics_;
   std::set<std::string> fixed_;  // the rubrics of files, in small letters
   std::vector<BatchField> fields_;

@@ -1,5 +1,6 @@
 #include "apps/zforms/data_file.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "apps/zforms/csv_reader.h"
@@ -39,13 +40,11 @@ void AddRow(const Row& row, ZXFDF* data) {
   for (size_t i = 0; i < row.cells.size(); i++) {
     const Cell& cell = row.cells[i];
     if (cell.is_null || (*row.names)[i].empty()) continue;
-    PTableau<Chaine> values = {WithLineEnds(cell.text, "\r\n")};
-    for (const std::string& more : cell.more) values.push_back(WithLineEnds(more, "\r\n"));
-    data->Fields().AddField((*row.names)[i]).SetValues(values);
+    data->Fields().AddField((*row.names)[i]).SetValues(TextsOf(cell));
   }
 }
 
-bool ReadCSV(std::string_view text, ZXFDF* data, std::string* error) {
+bool ReadCSV(std::string_view text, ZXFDF* data, uint64_t* line, std::string* error) {
   ByteSource source;
   source.OpenText(text);
   CsvReader reader(std::move(source));
@@ -59,12 +58,14 @@ bool ReadCSV(std::string_view text, ZXFDF* data, std::string* error) {
     return false;
   }
   AddRow(row, data);
+  *line = row.line;
   if (reader.Next(&row)) *error = kSeveral;
   if (error->empty()) *error = reader.Failure();
   return error->empty();
 }
 
-bool ReadJSON(std::string_view text, ZXFDF* data, std::string* error) {
+bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* error) {
+  const std::string_view whole = text;
   if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
   text = TrimBlanks(text);
   // A list of one object is as good as the object.
@@ -75,6 +76,7 @@ bool ReadJSON(std::string_view text, ZXFDF* data, std::string* error) {
     return false;
   }
   AddRow(row, data);
+  *line = 1 + static_cast<uint64_t>(std::count(whole.begin(), text.begin(), '\n'));
   return true;
 }
 
@@ -84,11 +86,11 @@ bool ReadXFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
   return error->empty();
 }
 
-bool Read(Kind kind, const Chaine& bytes, ZXFDF* data, std::string* error) {
+bool Read(Kind kind, const Chaine& bytes, ZXFDF* data, uint64_t* line, std::string* error) {
   switch (kind) {
     case Kind::kFDF: return ReadFDF(bytes, data, error);
-    case Kind::kJSON: return ReadJSON(bytes, data, error);
-    case Kind::kCSV: return ReadCSV(bytes, data, error);
+    case Kind::kJSON: return ReadJSON(bytes, data, line, error);
+    case Kind::kCSV: return ReadCSV(bytes, data, line, error);
     case Kind::kXFDF: break;
   }
   return ReadXFDF(bytes, data, error);
@@ -96,16 +98,16 @@ bool Read(Kind kind, const Chaine& bytes, ZXFDF* data, std::string* error) {
 
 }  // namespace
 
-bool ReadData(const std::string& path, ZXFDF* data, Console& console) {
+bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& console) {
   Chaine bytes;
-  Console data_console(path);
-  if (!ReadInput(path, &bytes, data_console)) return false;
+  *line = 0;
+  if (!ReadInput(path, &bytes, console)) return false;
   std::string error;
   const Chaine text = InUTF8(bytes);
   const Kind kind = KindOf(path, text);
   // XML says itself in which encoding it is.
-  if (!Read(kind, kind == Kind::kXFDF ? bytes : text, data, &error)) {
-    data_console.Fail(error);
+  if (!Read(kind, kind == Kind::kXFDF ? bytes : text, data, line, &error)) {
+    console.Fail(error);
     return false;
   }
   if (!error.empty()) console.Warn(error);

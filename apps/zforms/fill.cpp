@@ -1,11 +1,26 @@
+#include <cstdint>
+
 #include "apps/zforms/commands.h"
 #include "apps/zforms/data_file.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
+#include "filling/checked_filler.h"
 #include "pdf/parser/parser.h"
+#include "platform/number.h"
 #include "xfdf/xfdf.h"
 
 namespace zforms::tool {
+namespace {
+
+// Says which values were not taken; `line` is where the row is in its file, 0 for none.
+void WarnOfFaults(ZCheckedFiller& filler, uint64_t line, Console& console) {
+  const Chaine where = line == 0 ? Chaine() : "line " + FormatUInt(line) + ": ";
+  for (const ZCheckedFiller::Fault& fault : filler.Faults()) {
+    console.Warn(where + fault.Text() + (fault.is_unknown ? filler.NearNamesOf(fault.field) : Chaine()));
+  }
+}
+
+}  // namespace
 
 int RunFill(const FillOptions& options) {
   Console console(options.file);
@@ -15,20 +30,21 @@ int RunFill(const FillOptions& options) {
   }
   ZAcroForm form;
   ZXFDF data;
+  uint64_t line = 0;
+  Console data_console(options.data);
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
-  if (!ReadData(options.data, &data, console)) return kFailed;
+  if (!ReadData(options.data, &data, &line, data_console)) return kFailed;
 
-  PTableau<Chaine> unmatched;
-  PTableau<Chaine> refused;
-  if (data.HasFields()) form.SetValues(data, &unmatched, &refused);
-  for (const Chaine& name : unmatched) console.Warn("no field is named \"" + name.ToString() + "\"");
-  for (const Chaine& name : refused)
-    console.Warn("\"" + name.ToString() + "\" is a signature, a push button or holds an object, and is not filled");
+  ZCheckedFiller filler(form);
+  filler.Fill(data);
+  WarnOfFaults(filler, line, data_console);
   // What the fields show was drawn for their former values.
   if (!form.Parser()->ModifiedObjects().empty() && !form.NeedAppearances()) form.SetNeedAppearances(true);
   console.WarnAll(form.Diagnostics());
   SaveForm(options.file, options.output, form, console);
-  return console.Finish();
+  const int data_status = data_console.Finish();
+  const int status = console.Finish();
+  return status == kDone ? data_status : status;
 }
 
 }  // namespace zforms::tool

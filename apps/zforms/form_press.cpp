@@ -7,7 +7,6 @@
 #include "pdf/dictionary_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/parser/parser.h"
-#include "xfdf/xfdf.h"
 
 namespace zforms::tool {
 namespace {
@@ -40,7 +39,8 @@ bool RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& origin
 
 }  // namespace
 
-FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names) : original_(form), names_(names) {}
+FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names)
+    : original_(form), names_(names.begin(), names.end()) {}
 
 FormPress::~FormPress() = default;
 
@@ -51,10 +51,11 @@ void FormPress::Keep(ZPDFNodeDictionary* dictionary) {
 void FormPress::Prepare() {
   kept_.clear();
   objects_.clear();
+  filler_.reset();
   form_ = std::make_unique<ZAcroForm>(original_);
-  const std::set<std::string> names(names_.begin(), names_.end());
+  const std::set<Chaine> names(names_.begin(), names_.end());
   for (const auto& [bytes, fields] : form_->FlatFields()) {
-    if (!names.contains(fields.front()->FullNameUTF8().ToString())) continue;
+    if (!names.contains(fields.front()->FullNameUTF8())) continue;
     for (ZAcroFormField* field : fields) Keep(field->Dico());
   }
   if (ZPDFNodeDictionary* infos = form_->Parser()->AcroForm()) Keep(infos);
@@ -63,15 +64,16 @@ void FormPress::Prepare() {
     if (location.object != nullptr && location.object->IsModified()) objects_.push_back(location.object);
   }
   for (const Kept& kept : kept_) kept.dictionary->SetModified(false, false);
+  filler_ = std::make_unique<ZCheckedFiller>(*form_);
 }
 
 bool FormPress::IsChanged() const {
   return std::any_of(objects_.begin(), objects_.end(), [](const auto* object) { return object->IsModified(); });
 }
 
-Chaine FormPress::Fill(const ZXFDF& data) {
+Chaine FormPress::Fill(const std::vector<Value>& values) {
   if (form_ == nullptr) Prepare();
-  form_->SetValues(data);
+  for (const Value& value : values) filler_->Fill(names_[value.name], value.texts);
   if (!IsChanged()) return form_->RawData();
   if (!form_->NeedAppearances()) form_->SetNeedAppearances(true);
   Chaine bytes = form_->UpdatedBytes(objects_);

@@ -2,10 +2,10 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "acroform/acro_form.h"
+#include "filling/checked_filler.h"
 
 namespace zforms {
 class ZPDFNodeDictionary;
@@ -24,8 +24,13 @@ class FormPress {
   FormPress(const ZAcroForm& form, const std::vector<std::string>& names);
   ~FormPress();
 
-  // The form with the values of the document.
-  Chaine Fill(const ZXFDF& data);
+  // A value of the field whose name is the one of that number.
+  struct Value {
+    size_t name;
+    PTableau<Chaine> texts;
+  };
+  // The form with the values, which the fields take.
+  Chaine Fill(const std::vector<Value>& values);
 
  private:
   // A dictionary that filling may change, and what it was.
@@ -40,8 +45,9 @@ class FormPress {
   bool TakeBack();
 
   const ZAcroForm original_;
-  std::vector<std::string> names_;
+  std::vector<Chaine> names_;
   std::unique_ptr<ZAcroForm> form_;  // null when it has to be copied anew
+  std::unique_ptr<ZCheckedFiller> filler_;
   std::vector<Kept> kept_;
   // The objects where those dictionaries stand, in the order of their numbers.
   PTableau<ZPDFNodeIndirectObject*> objects_;

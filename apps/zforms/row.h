@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/chaine.h"
+#include "platform/containers.h"
+
 namespace zforms::tool {
 
 // A value of a row of data, UTF-8. A list has its further values in `more`.
@@ -13,6 +16,9 @@ struct Cell {
   std::vector<std::string> more;
   bool is_null = false;  // says nothing, which is not the same as an empty text
 };
+
+// The values of a cell as data of forms have them, with CR LF for each line end.
+PTableau<Chaine> TextsOf(const Cell& cell);
 
 using RowNames = std::shared_ptr<const std::vector<std::string>>;
 

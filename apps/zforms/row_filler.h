@@ -6,7 +6,6 @@
 #include "apps/zforms/batch_plan.h"
 #include "apps/zforms/form_press.h"
 #include "apps/zforms/row.h"
-#include "xfdf/xfdf.h"
 
 namespace zforms::tool {
 
@@ -20,13 +19,10 @@ class RowFiller {
   Chaine Fill(const Row& row);
 
  private:
-  void SetValue(size_t field, const Cell& value, bool in_place);
-
   const BatchPlan& plan_;
   BatchPlan::Match match_;
   FormPress press_;
-  ZXFDF data_;
-  std::vector<ZXFDF::Field*> targets_;  // in the document; null for a field that is left alone
+  std::vector<FormPress::Value> values_;
 };
 
 }  // namespace zforms::tool

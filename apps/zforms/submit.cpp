@@ -1,11 +1,12 @@
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <set>
 
 #include "apps/zforms/console.h"
 #include "apps/zforms/field_report.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/server_commands.h"
+#include "filling/checked_filler.h"
 #include "pdf/parser/parser.h"
 #include "platform/http_client.h"
 #include "platform/inet_stream.h"
@@ -68,13 +69,33 @@ std::string ModeOf(const ZAcroFormServerForm& form) {
   return ShownButton(form, ZDocument::eConsult) != nullptr ? "consult" : "readonly";
 }
 
-// What the form says with these changes, as a reader sends it.
-ZXFDF ReadValues(ZAcroFormServerForm& form, const std::vector<std::string>& changes, const ZInetURL& href,
-                 Console& console) {
+// Fills the form in; every value that it does not take is a failure.
+void FillIn(ZAcroFormServerForm& form, const std::vector<std::string>& changes, Console& console) {
+  std::set<std::string> unsent;
+  for (const FieldReport& field : ReportFields(form)) {
+    if ((field.flags & ZAcroFormField::kNoExportFlag) != 0) unsent.insert(field.name);
+  }
+  ZCheckedFiller filler(form);
+  for (const std::string& change : changes) {
+    const size_t equals = change.find('=');
+    if (equals == std::string::npos) {
+      console.Fail("\"" + change + "\" is not NAME=VALUE");
+      continue;
+    }
+    const std::string name = change.substr(0, equals);
+    filler.Fill(name, {Chaine(change.substr(equals + 1))});
+    if (unsent.contains(name)) console.Fail("field \"" + name + "\" is marked no-export, so readers do not send it");
+  }
+  for (const ZCheckedFiller::Fault& fault : filler.Faults()) {
+    console.Fail(fault.Text() + (fault.is_unknown ? filler.NearNamesOf(fault.field) : Chaine()));
+  }
+}
+
+// What the form says, as a reader sends it.
+ZXFDF ReadValues(ZAcroFormServerForm& form, const ZInetURL& href) {
   ZXFDF data;
   data.SetPDFHRef(href);
   data.SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
-  PTableau<Chaine> known;
   for (const FieldReport& field : ReportFields(form)) {
     if (field.name.empty() || field.type == "push" || field.type == "sig" ||
         (field.flags & ZAcroFormField::kNoExportFlag) != 0)
@@ -82,18 +103,6 @@ ZXFDF ReadValues(ZAcroFormServerForm& form, const std::vector<std::string>& chan
     ZXFDF::Field& sent = data.Fields().AddField(field.name);
     PTableau<Chaine> values(field.values.begin(), field.values.end());
     if (!values.empty()) sent.SetValues(values);
-    known.emplace_back(field.name);
-  }
-  for (const std::string& change : changes) {
-    const size_t equals = change.find('=');
-    const std::string name = change.substr(0, equals);
-    if (equals == std::string::npos) {
-      console.Fail("\"" + change + "\" is not NAME=VALUE");
-    } else if (std::find(known.begin(), known.end(), Chaine(name)) == known.end()) {
-      console.Fail("the form has no field \"" + name + "\"");
-    } else {
-      data.Fields().AddField(name) = ZVariant(change.substr(equals + 1));
-    }
   }
   return data;
 }
@@ -122,8 +131,9 @@ int RunSubmit(const SubmitOptions& options) {
     return console.Finish();
   }
   const ZInetURL target = button->GetAction()->URL();
+  FillIn(form, options.set, console);
   // A reader names the address that the form came from; of a file that is not known any more.
-  const ZXFDF data = ReadValues(form, options.set, is_file ? target : url, console);
+  const ZXFDF data = ReadValues(form, is_file ? target : url);
   if (console.Finish() == kFailed || !Ask(target, data.AsChaine(), options.timeout, &pdf, console))
     return console.Finish();
   ZAcroFormServerForm answer;
