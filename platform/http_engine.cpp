@@ -117,6 +117,17 @@ class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
   Clock::time_point Since() const { return since_; }
 
  private:
+  // A request that waits for a thread. One that gets none is told so.
+  struct Waiting {
+    ~Waiting() {
+      if (queued) asio::post(connection->engine_.io, [self = connection] { self->Refuse(503, "the server stops"); });
+    }
+    std::shared_ptr<Connection> connection;
+    ZHTTPReadRequest request;
+    bool keep;
+    bool queued = false;
+  };
+
   void Enter(Phase phase, Clock::duration time);
   bool IsBusy() const { return phase_ == Phase::eWorking || phase_ == Phase::eSending; }
   void NextRequest();
@@ -132,6 +143,7 @@ class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
   void OnSent(const error_code& error);
   void Linger();
   void CountBody(uint64_t bytes);
+  void LogBroken();
 
   State& engine_;
   tcp::socket socket_;
@@ -247,17 +259,23 @@ void HTTPEngine::Connection::SendContinue() {
 void HTTPEngine::Connection::Dispatch() {
   received_ = Clock::now();
   const bool keep = reader_->KeepsAlive();
-  auto request = std::make_shared<ZHTTPReadRequest>(reader_->TakeRequest());
-  request->SetRemoteAddress(remote_);
-  infos_.method = request->Method();
-  infos_.url = request->URL();
-  infos_.bytes_received = request->ContentLength();
+  const std::shared_ptr<Waiting> waiting(new Waiting{shared_from_this(), reader_->TakeRequest(), keep});
+  ZHTTPReadRequest& request = waiting->request;
+  request.SetRemoteAddress(remote_);
+  infos_.method = request.Method();
+  infos_.url = request.URL();
+  infos_.bytes_received = request.ContentLength();
   CountBody(0);
   if (engine_.host->IsOverloaded()) return Refuse(503, "too much waits for the host");
   Enter(Phase::eWorking, Clock::duration::max());
-  const bool posted = engine_.pool.Post([self = shared_from_this(), request, keep] { self->Work(*request, keep); },
-                                        request->ContentLength() > kHeavyBody);
-  if (!posted) Refuse(503, "too many requests wait");
+  waiting->queued = true;
+  const auto work = [waiting] {
+    waiting->queued = false;
+    waiting->connection->Work(waiting->request, waiting->keep);
+  };
+  if (engine_.pool.Post(work, infos_.bytes_received > kHeavyBody)) return;
+  waiting->queued = false;
+  Refuse(503, "too many requests wait");
 }
 
 void HTTPEngine::Connection::Work(ZHTTPReadRequest& request, bool keep) {
@@ -333,11 +351,20 @@ void HTTPEngine::Connection::Linger() {
 
 void HTTPEngine::Connection::Close() {
   if (phase_ == Phase::eClosed) return;
+  if (phase_ == Phase::eReading && in_body_) LogBroken();
   Enter(Phase::eClosed, Clock::duration::max());
   CountBody(0);
   error_code ignored;
   socket_.close(ignored);
   engine_.connections.erase(shared_from_this());
+}
+
+void HTTPEngine::Connection::LogBroken() {
+  infos_.method = reader_->Request().Method();
+  infos_.url = reader_->Request().URL();
+  infos_.bytes_received = body_bytes_;
+  infos_.reason = "the connection ended within the body";
+  engine_.host->Done(infos_);
 }
 
 void HTTPEngine::Connection::CheckDeadline(Clock::time_point now) {

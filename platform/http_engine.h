@@ -14,9 +14,9 @@ namespace zforms {
 // What became of one request.
 struct sHTTPRequestInfos {
   Chaine remote_address;
-  Chaine method;  // empty, as the path, when the request was refused before it was known
-  ZInetURL url;   // path and parameters
-  int status = 0;
+  Chaine method;                          // empty, as the path, when the request was refused before it was known
+  ZInetURL url;                           // path and parameters
+  int status = 0;                         // 0 when the connection ended within the body
   uint64_t bytes_received = 0;            // of the body
   uint64_t bytes_sent = 0;                // of the body
   std::chrono::microseconds duration{0};  // from the request's last byte to the answer's

@@ -55,6 +55,8 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
   size_t BodySize() const { return body_.size(); }
   bool IsInChunks() const { return is_header_done() && chunked(); }
   bool ExpectsContinue() const { return header_.Has("Expect") && http11_; }
+  // While the body comes.
+  ZHTTPReadRequest MakeHead() const { return {method_, url_, header_, Chaine()}; }
   ZHTTPReadRequest MakeRequest() const {
     // A refused request may not have come so far as to have its target judged.
     const bool is_path = target_.View().starts_with('/') && !target_.View().starts_with("//");
@@ -162,6 +164,8 @@ size_t HTTPRequestReader::Parse(std::string_view data) {
   } else if (parser_->is_done()) {
     state_ = State::eComplete;
     request_ = parser_->MakeRequest();
+  } else if (state_ == State::eBody && request_.Method().IsEmpty()) {
+    request_ = parser_->MakeHead();
   }
   return taken;
 }

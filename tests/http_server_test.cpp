@@ -327,9 +327,16 @@ TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
   ASSERT_TRUE(server.Start());
   RawClient(server.Port()).Ask(server.Post("/app/echo/?code=F1", "hello"));
   RawClient(server.Port()).Ask("GET / HTTP/1.1\r\n\r\n");
+  RawClient broken(server.Port());
+  broken.Send("POST /app/echo/broken HTTP/1.1\r\n" + server.Host() + "Content-Length: 9\r\n\r\nhell");
+  // It has come when another request is answered.
+  RawClient(server.Port()).Ask(server.Get("/app/echo/"));
   server.Stop();
   const auto log = server.Log();
-  ASSERT_EQ(log.size(), 2U);
+  ASSERT_EQ(log.size(), 4U);
+  EXPECT_EQ(log[3].url.Path(), "/app/echo/broken");
+  EXPECT_EQ(log[3].bytes_received, 4U);
+  EXPECT_EQ(log[3].reason, "the connection ended within the body");
   EXPECT_EQ(log[0].method, "POST");
   EXPECT_EQ(log[0].url.AsChaine(), "/app/echo/?code=F1");
   EXPECT_EQ(log[0].remote_address, "127.0.0.1");

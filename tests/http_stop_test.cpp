@@ -60,12 +60,15 @@ TEST(ZHTTPServer, StopCutsWhatTakesTooLong) {
   std::this_thread::sleep_for(milliseconds(50));
   std::thread opener([&] {
     EXPECT_TRUE(working.IsEnded());
+    EXPECT_EQ(queued.Receive().status, 503);
     EXPECT_TRUE(queued.IsEnded());
     gate.promise.set_value();
   });
   server.Stop();
   opener.join();
   EXPECT_EQ(server.served, 0) << "a request was served after its connection was cut";
+  ASSERT_EQ(server.Log().size(), 2U);
+  EXPECT_EQ(server.Log()[0].reason, "the server stops");
 }
 
 // A page may ask the host's thread for something while that thread stops the server.
