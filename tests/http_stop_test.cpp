@@ -109,18 +109,15 @@ void StopDuringLoad(bool stop_from_host) {
   std::vector<std::thread> clients;
   for (int i = 0; i < 16; i++) {
     clients.emplace_back([&, i] {
-      for (bool going = true; going;) {
+      // On a slow machine some are turned away; they come again until nobody listens.
+      for (bool listens = true; listens;) {
         RawClient client(server.Port());
-        for (int k = 0; going && k < 5; k++) {
-          going = client.IsConnected() && client.Send(save);
-          if (i % 4 == 0) break;
-          going = going && client.Receive().status == 200;
-          answered += going;
-        }
+        listens = client.IsConnected();
+        for (int k = 0; k < 5 && client.Send(save) && i % 4 != 0 && client.Receive().status == 200; k++) answered++;
       }
     });
   }
-  const auto is_loaded = [&] { return posted > 300; };
+  const auto is_loaded = [&] { return posted > 300 && answered > 0; };
   if (stop_from_host) {
     while (!is_loaded()) server.messages.WaitAndRun(milliseconds(5));
     server.Stop();
