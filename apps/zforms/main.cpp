@@ -88,13 +88,14 @@ class CommandLine {
   }
 
   void AddFill() {
-    CLI::App* command =
-        Add("fill",
-            "Fill the form's fields with the values of an XFDF, FDF, JSON or CSV file. The change is appended to the "
-            "bytes read, which "
-            "stay as they were. Names that the form does not know are reported.",
-            "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
-            [this] { return RunFill(fill_); });
+    CLI::App* command = Add(
+        "fill",
+        "Fill the form's fields with the values of an XFDF, FDF, JSON or CSV file. The change is appended to the "
+        "bytes read, which "
+        "stay as they were. Names that the form does not know, and values that a field does not take, are reported; "
+        "such a field keeps its old value.",
+        "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
+        [this] { return RunFill(fill_); });
     AddFile(command, &fill_.file);
     command
         ->add_option("DATA", fill_.data,
