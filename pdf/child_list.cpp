@@ -124,6 +124,17 @@ size_t ZPDFChildList::Find(std::string_view key) const {
   return size;
 }
 
+size_t ZPDFChildList::FindRepeated(size_t from) const {
+  const uint8_t* const tags = Tags();
+  uint64_t seen = 0;  // a bit for each tag
+  for (size_t i = 0; i < size; i++) {
+    const uint64_t tag = uint64_t{1} << (tags[i] % kPlain);
+    if (i >= from && (seen & tag) != 0 && Find(keys[i]) < i) return i;
+    seen |= tag;
+  }
+  return size;
+}
+
 void ZPDFChildList::Remove(size_t at) {
   std::copy(items + at + 1, items + size, items + at);
   if (keys != nullptr) {

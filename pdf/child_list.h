@@ -42,6 +42,10 @@ struct ZPDFChildList {
   void GrowTo(size_t new_size);
   // The place of the leftmost of that key, `size` when there is none. Keyed lists only.
   size_t Find(std::string_view key) const;
+  // The first place from `from` on whose key stands at an earlier place as well, `size`
+  // when there is none. Keyed lists of at most kFewKeys only.
+  size_t FindRepeated(size_t from) const;
+  static constexpr size_t kFewKeys = 64;
   // Whether the entry, and not only its value, is marked as modified. Keyed lists only.
   bool IsMarked(size_t at) const { return (Tags()[at] & kMark) != 0; }
   bool IsPlain(size_t at) const { return (Tags()[at] & kPlain) != 0; }

@@ -77,7 +77,7 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
 
  private:
   friend class ZPDFNode;
-  friend class ZPDFPlainReader;
+  friend class ZPDFForwardReader;
   static constexpr size_t kAbsent = SIZE_MAX;
 
   ZPDFNodeDictionary(Parsed, IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kDictionary) {}

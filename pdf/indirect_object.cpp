@@ -3,10 +3,10 @@
 #include "pdf/child_list.h"
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
+#include "pdf/forward_reader.h"
 #include "pdf/object_encrypter.h"
 #include "pdf/parser/element_scan.h"
 #include "pdf/parser/tokenized_string.h"
-#include "pdf/plain_reader.h"
 #include "pdf/reference_node.h"
 #include "pdf/stream_node.h"
 #include "pdf/writer/out_stream.h"
@@ -34,13 +34,10 @@ ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
 
 // The value at the front of the text, removed there with the comments behind it.
 ZPDFNode* ReadValue(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
-  if (text.Pool() != nullptr) {
-    ZPDFPlainReader reader(text, provider, encrypter);
-    if (ZPDFNode* const value = reader.Read()) {
-      text.TakeFirst(reader.Length());
-      text.TrimLeftComments();
-      return value;
-    }
+  if (text.IsDocument()) {
+    ZPDFNode* const value = ReadForward(text, provider, encrypter);
+    if (value == nullptr) text.Warn("it has no value");
+    return value;
   }
   ZPDFTokenizedString value_text = TakeValue(text);
   return ZPDFNode::BuildFrom(value_text, provider, encrypter);
@@ -126,7 +123,8 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
   }
   if (value != nullptr) object->AdoptValue(value, text.Pool());
   if (text.StartWith("endobj")) {
-    text.TakeFirstToken();
+    const bool alone = text.TakeFirstToken() == "endobj";
+    if (!alone && text.IsDocument()) text.Warn("\"endobj\" does not stand alone");
   } else {
     text.Warn("\"endobj\" is missing");
   }
@@ -146,6 +144,7 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildPacked(ZPDFTokenizedString&
   auto* object = MakeParsed<ZPDFNodeIndirectObject>(text.Pool(), encryption, id, provider);
   ZPDFNode* value = ReadValue(text, provider, ZPDFEncrypterNeutral::Default());
   if (value != nullptr) object->AdoptValue(value, text.Pool());
+  if (text.IsDocument() && !text.IsEmpty()) text.Warn("something stands behind its value, which is left out");
   return object;
 }
 

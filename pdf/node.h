@@ -150,7 +150,7 @@ class ZFORMS_API ZPDFNode {
   friend T* NodeCast(ZPDFNode* node);
   template <class T>
   friend const T* NodeCast(const ZPDFNode* node);
-  friend class ZPDFPlainReader;
+  friend class ZPDFForwardReader;
 
   ZPDFChildList* EnsureChildren();
   // Puts entry nodes into the list of a dictionary that has kept keys and values.

@@ -4,6 +4,7 @@
 
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
+#include "pdf/numeric_node.h"
 #include "pdf/parser/char_class.h"
 #include "pdf/parser/element_scan.h"
 #include "pdf/parser/tokenized_string.h"
@@ -26,10 +27,15 @@ size_t LineEndLength(std::string_view text) {
   return 0;
 }
 
-bool EndsHere(std::string_view rest) {
+bool EndsHere(std::string_view rest, CharClass white) {
   size_t i = 0;
-  while (i < rest.size() && Is(rest[i], kWhite)) i++;
+  while (i < rest.size() && Is(rest[i], white)) i++;
   return rest.substr(i).starts_with(kEndstream);
+}
+
+bool IsLength(const ZPDFNode* node) {
+  const auto* const number = NodeCast<ZPDFNodeNumeric>(node);
+  return number != nullptr && AllDigits(number->Text());
 }
 
 // The data that end before the next "endstream" (or "endobj"), without the one
@@ -121,18 +127,24 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, IPDFObjectP
 
 ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDictionary* dictionary,
                                           IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
-  const size_t stated = dictionary->GetUIntValue(kLength);
+  const ZPDFNode* const stated_length = dictionary->GetTarget(kLength);
+  const size_t stated = stated_length == nullptr ? 0 : stated_length->GetUIntValue();
   text.TakeFirst(kStream.size());
+  if (text.IsDocument()) {
+    if (!IsLength(stated_length)) text.Warn("the stream has no \"/Length\" that is a number");
+    if (!text.StartWith('\n') && !text.StartWith("\r\n")) text.Warn("\"stream\" does not end its line");
+  }
   text.TakeFirst(LineEndLength(text.View()));
   size_t length = std::min(stated, text.GetLength());
-  if (length != stated || !EndsHere(text.View().substr(length))) {
+  if (length != stated || !EndsHere(text.View().substr(length), text.IsDocument() ? kBlank : kWhite)) {
     length = SearchLength(text.View(), stated);
     text.Warn("\"endstream\" does not stand where \"/Length\" says");
   }
   const Chaine data = text.Share(text.TakeFirst(length));
   text.TrimLeftComments();
   if (text.StartWith(kEndstream)) {
-    text.TakeFirstToken();
+    const bool alone = text.TakeFirstToken() == kEndstream;
+    if (!alone && text.IsDocument()) text.Warn("\"endstream\" does not stand alone");
   } else {
     text.NoteSearchInVain(text.GetLength());
   }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "pdf/crypt/encryption.h"
 #include "pdf/dictionary_node.h"
@@ -17,6 +18,8 @@
 
 namespace zforms {
 namespace {
+
+using namespace std::string_literals;
 
 PdfText Catalog(std::string_view line_end = "\n") {
   return std::move(PdfText(line_end).Header().Object(1, "<</Type/Catalog>>"));
@@ -108,7 +111,7 @@ TEST(ParserTest, LinearizedOnlyWhereTheFirstObjectSaysSo) {
       {"<</Linearized 0/L LLLLLL>>", "", 0, false},
       {"<</L LLLLLL>>", "", 0, false},
       {"[/Linearized 1/L LLLLLL]", "", 0, false},
-      {"<</Linearized 1/L LLLLLL", "", 0, false},
+      {"<</Linearized 1/L LLLLLL", "", 0, true},
   };
   for (const auto& c : cases) {
     for (const bool second_line : {true, false}) {
@@ -151,10 +154,14 @@ TEST(ParserTest, TableVariants) {
       {"", "1 1\n@1 00000 n \n@2 00000 n \n5 1\n@5 00000 n \n", kTrailer, "1-5", true},
       {"", "1 2\nrubbish\n@2 00000 n \n", kTrailer, "-2-", true},
       {"", "1 2\n@1 00000 n \n@2 00000 n x\n", kTrailer, "1--", true},
-      {"", "1 2\n@1 00000 N \n@2 00000 nn\n", kTrailer, "---", false},
+      {"", "1 2\n@1 00000 N \n@2 00000 nn\n", kTrailer, "---", true},
       {"", "1 2\n@1 00000 n \n-5 00000 n \n5 1\n@5 00000 n \n", kTrailer, "1-5", true},
       {"", "4294967290 9\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n@1 0 n\n1 1\n@1 00000 n\n",
        kTrailer, "1--", true},
+      {"", "1\0 2\n@1\0 00000\0n \n@2 00000 n\n"s, kTrailer, "12-", false},
+      {"", "1 2\n@1 0000*0 n \n@2 00000 n \n", kTrailer, "-2-", true},
+      {"", "1 2\n@1 00000 n \n@2 00000 n \n", "trailer<</Size 3/Root 1 0 R/Size 3>>", "12-", true},
+      {"", "1 2\n@1 00000 n \n@2 00000 n \n", "trailer<</Size 3/A[(/Root 9 0 R)/Root 1 0 R>>", "12-", true},
       {"", "1 1\n99999999999 00000 n \n2 1\n@2 00000 n \n", kTrailer, "-2-", false},
       {"", "1 1\n@1 00000 n \n", "trailer<</Root 1 0 R/A(startxref\n%%EOF)/B 1>>\n", "1--", false},
       {"", "", kTrailer, "---", false},
@@ -191,7 +198,7 @@ TEST(ParserTest, ChainOfSections) {
       {"/Prev " + std::to_string(new_xref), false, true},
       {"/Prev 20", false, true},
       {"/Prev -1", false, true},
-      {"/Prev (text)", false, false},
+      {"/Prev (text)", false, true},
       {"/Prev 3 0 R", false, true},
       {"/Prev 4 0 R", false, true},
   };
@@ -255,7 +262,7 @@ TEST(ParserTest, ObjectTexts) {
       {" \r\n%c\n4 % 9 9\n0 obj 7 endobj", "7", false},
       {"4 0 obj[7]endobj", "[7 ]", false},
       {"004 00 obj/N endobj", "/N", false},
-      {"4 0 obj endobj", "", false},
+      {"4 0 obj endobj", "", true},
       {"5 0 obj 7 endobj", "none", true},
       {"4 1 obj 7 endobj", "none", true},
       {"4 0 R 7 endobj", "none", true},
@@ -279,6 +286,63 @@ TEST(ParserTest, ObjectTexts) {
   }
 }
 
+// What is read, and the warnings that tell of each guess. An object is read the same
+// wherever it stands.
+TEST(ParserTest, SoundAndDamagedObjects) {
+  const std::string deep(600, '[');
+  const struct {
+    std::string text, value;
+    std::vector<std::string> warnings;
+  } cases[] = {
+      {R"(<</V(C:\\(old)\\x)/T(n)>>)", R"(<</V(C:\\\(old\)\\x)/T(n)>>)", {}},
+      {R"([(\\)(a\\\)b)(\()])", R"([(\\)(a\\\)b)(\()])", {}},
+      {"[/F#231 /A#23B #2x]", "[/F#231/A#23B null ]", {"\"#2x\" is not a word of PDF"}},
+      {"[/A#2 /B#GG/C##41]", "[/A#232/B#23GG/C#23A ]", {"/A#2\" holds", "/B#GG\" holds", "/C##41\" holds"}},
+      {"<</A\0 1\0/B\0[2\0 3]\0/C<4\0001>>>\0"s, "<</A 1/B[2 3 ]/C<41>>>", {}},
+      {"[1 % ]\n2 %(\n0 %)\nR[+1 -.5 5. 4.25]]", "[1 2 0 R[+1 -.5 5. 4.25 ]]", {}},
+      {"[1 ) 2 ]", "[1 2 ]", {"\")\" stands where nothing is open"}},
+      {"[1 >> 2 > { 3]", "[1 2 3 ]", {"\">>\" stands", "\">\" stands", "\"{\" stands"}},
+      {"<</A[1 2 /B(x)/C 5>>", "<</A[1 2/B(x)/C 5 ]>>", {"an array is not closed"}},
+      {"[<</A 1]", "[<</A 1>>]", {"a dictionary is not closed"}},
+      {"<</A 1", "<</A 1>>", {"a dictionary is not closed"}},
+      {"<</A /B 1/C>>", "<</A/B/C null>>", {"a value without a key", "\"/C\" has no value"}},
+      {"<</A ) 1 2/B]3>>", "<</A 1/B 3>>", {"\")\" stands", "a value without a key", "\"]\" stands"}},
+      {"<</A 1/B 2/A 3>>", "<</A 1/B 2/A 3>>", {"\"/A\" is a key that its dictionary holds more than once"}},
+      {"<41G2>", "<4100>", {"a hexadecimal string holds what is no digit"}},
+      {"[<41 4 /B<42>]", "[<4140>/B<42>]", {"a hexadecimal string is not closed"}},
+      {"[<41", "[<41>]", {"a hexadecimal string is not closed", "an array is not closed"}},
+      {"[1 2 (a(b) ", "[1 2(a\\(b\\))]", {"a string is not closed", "an array is not closed"}},
+      {"[1 R trve 1.2.3 --5]", "[1 null trve 1.2.3 --5 ]", {"reference lacks", "\"trve\"", "\"1.2.3\"", "\"--5\""}},
+      {"5 6", "5", {"\"endobj\" is missing"}},
+      {") ] 7", "7", {"\")\" stands", "\"]\" stands"}},
+      {deep + std::string(600, ']'), std::string(501, '[') + std::string(501, ']'), {"nested too deep"}},
+  };
+  for (const auto& c : cases) {
+    ZPDFParser parser;
+    ASSERT_TRUE(parser.ReadFromRaw(WithObjectText("4 0 obj " + c.text + " endobj"), ""));
+    EXPECT_EQ(ValueOf(parser, 4), c.value) << c.text;
+    const auto& warnings = parser.Diagnostics().Warnings();
+    ASSERT_EQ(warnings.Size(), c.warnings.size()) << c.text << "\n" << WarningsOf(parser);
+    for (size_t i = 0; i < c.warnings.size(); i++) {
+      EXPECT_NE(warnings[i].text.View().find(c.warnings[i]), std::string_view::npos) << c.text << WarningsOf(parser);
+      EXPECT_EQ(warnings[i].object_number, 4U);
+    }
+    PdfText packed = Catalog();
+    packed.Pack(5, {{4, c.text}}).XrefStream(6, "/Root 1 0 R");
+    ZPDFParser reader;
+    ASSERT_TRUE(reader.ReadFromRaw(packed.Bytes(), ""));
+    EXPECT_EQ(ValueOf(reader, 4), c.value) << c.text;
+    EXPECT_EQ(WarningsOf(reader).empty(), c.warnings.empty()) << c.text << WarningsOf(reader);
+  }
+  // However much is wrong, an object takes a bounded number of warnings and linear time.
+  std::string many;
+  for (int i = 0; i < 200000; i++) many += "<x(";
+  ZPDFParser parser;
+  ASSERT_TRUE(parser.ReadFromRaw(WithObjectText("4 0 obj [" + many + "]"), ""));
+  EXPECT_NE(parser.GetObject({4, 0}), nullptr);
+  EXPECT_LE(parser.Diagnostics().Warnings().Size(), 21U);
+}
+
 TEST(ParserTest, Streams) {
   const struct {
     std::string text, data;
@@ -286,15 +350,17 @@ TEST(ParserTest, Streams) {
   } cases[] = {
       {"<</Length 3>>stream\nabc\nendstream", "abc", false},
       {"<</Length 3>>\r\nstream\r\nabc\r\nendstream", "abc", false},
-      {"<</Length 3>>stream\rabc\rendstream", "abc", false},
-      {"<</Length 3>> % c\nstream  \nabc\nendstream", "abc", false},
-      {"<</Length 3>>stream \t\r\nabcendstream", "abc", false},
+      {"<</Length 3>>stream\rabc\rendstream", "abc", true},
+      {"<</Length 3>> % c\nstream  \nabc\nendstream", "abc", true},
+      {"<</Length 3>>stream \t\r\nabcendstream", "abc", true},
       {"<</Length 4>>stream\n\nabc\nendstream", "\nabc", false},
       {"<</Length 0>>stream\nendstream", "", false},
       {"<</Length 0>>stream\r\n\r\nendstream", "", false},
       {"<</Length 16>>stream\na endstream\n b\r\nendstream", "a endstream\n b\r\n", false},
       {"<</Length 14>>stream\na endstream\n b\r\nendstream", "a endstream\n b", false},
       {"<</Length 1>>stream\nabc\nendstream", "abc", true},
+      {"<</Length 3>>stream\nabc\nendstream2", "abc", true},
+      {"<<>>stream\nendstream", "", true},
       {"<</Length 999>>stream\nabc\r\nendstream", "abc", true},
       {"<</Length -5>>stream\nabc\nendstream", "abc", true},
       {"<</Length(x)>>stream\nabc\nendstream", "abc", true},

@@ -169,6 +169,28 @@ TEST(UpdaterTest, AppendsByteForByte) {
   }
 }
 
+// A reference to an object that happens to hold the same number cannot be followed by who reads the trailer.
+TEST(UpdaterTest, NumbersOfTheTrailerStandInIt) {
+  const Chaine base = BaseFile();
+  ZPDFParser parser;
+  ASSERT_TRUE(parser.ReadFromRaw(base, ""));
+  const auto lead_to = [&parser](const char* key, uint32_t value) {
+    parser.GetObject({4, 0})->SetChild(new ZPDFNodeNumeric(value));
+    parser.TrailerDico()->SetValue(key, parser.GetObject({4, 0})->AllocReference());
+  };
+  lead_to("/Prev", parser.XRefOffset());
+  ZPDFUpdater updater;
+  updater.SetRawData(base, parser.XRefOffset());
+  updater.SetTrailer(parser.TrailerDico());
+  ZPDFParser updated;
+  ASSERT_TRUE(updated.ReadFromRaw(Sent(updater), ""));
+  EXPECT_EQ(updated.SectionCount(), 2U);
+  lead_to("/Size", 1);
+  ZPDFSaver saver(nullptr);
+  saver.SetTrailer(parser.TrailerDico());
+  EXPECT_NE(Sent(saver).find("/Size 1\n"), std::string::npos);
+}
+
 TEST(UpdaterTest, NothingModifiedWritesTheSameBytes) {
   const Chaine base = BaseFile();
   ZPDFParser parser;

@@ -8,10 +8,10 @@
 #include "pdf/array_node.h"
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
+#include "pdf/forward_reader.h"
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/object_provider.h"
-#include "pdf/parser/element_scan.h"
 #include "pdf/parser/tokenized_string.h"
 #include "pdf/stream_node.h"
 #include "pdf/string_node.h"
@@ -35,7 +35,10 @@ bool IsNumber(std::string_view token) {
 // read one after the other.
 class FDFObjects final : public IPDFObjectProvider {
  public:
-  explicit FDFObjects(const Chaine& bytes) : text_(bytes) { ReadAll(); }
+  explicit FDFObjects(const Chaine& bytes) : text_(bytes) {
+    text_.SetDocument();
+    ReadAll();
+  }
 
   ZPDFNodeIndirectObject* GetObject(const ZPDFObjectIdentifier& id) override {
     const auto found = objects_.find(id);
@@ -82,8 +85,7 @@ class FDFObjects final : public IPDFObjectProvider {
   void ReadTrailer() {
     text_.TrimLeftComments();
     if (!text_.StartWith("<<")) return;
-    ZPDFTokenizedString element = text_.TakeFirstElement(ScanStop::kEndobjOrObj);
-    ZPDFNode* node = ZPDFNode::BuildFrom(element, this, nullptr);
+    ZPDFNode* node = ReadForward(text_, this, nullptr);
     auto* trailer = NodeCast<ZPDFNodeDictionary>(node);
     if (trailer != nullptr && trailer->Exist("/Root")) {
       trailer_.reset(trailer);

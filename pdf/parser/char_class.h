@@ -7,7 +7,8 @@
 namespace zforms {
 
 // The character classes of PDF text (ISO 32000-1 7.2.2), as one table. The zero
-// byte is not white space here: it is kept as part of the token it stands in.
+// byte is white space between the tokens of a document alone; elsewhere it is part of
+// the token it stands in.
 enum CharClass : uint16_t {
   kWhite = 1,        // tab, line feed, form feed, carriage return, space
   kSpecial = 2,      // white space and % ( ) / < > [ ] { }
@@ -16,10 +17,12 @@ enum CharClass : uint16_t {
   kOpening = 16,     // % ( / < [ {
   kDelimiter = 32,   // the opening ones and ) > ] }
   kDigit = 64,
-  kInString = 128,       // what a literal string may not hold without a second look: ( ) \ and carriage return
-  kPlainName = 256,      // what stands for itself in a written name: printable ASCII but # \ and delimiters
-  kSelfDelimited = 512,  // what needs no blank behind it: delimiters and white space but the form feed
-  kEscaped = 1024,       // what a written literal string holds behind a backslash
+  kInString = 128,         // what a literal string may not hold without a second look: ( ) \ and carriage return
+  kPlainName = 256,        // what stands for itself in a written name: printable ASCII but # \ and delimiters
+  kSelfDelimited = 512,    // what needs no blank behind it: delimiters and white space but the form feed
+  kEscaped = 1024,         // what a written literal string holds behind a backslash
+  kBlank = 2048,           // white space of a document: kWhite and the zero byte
+  kBlankOrSpecial = 4096,  // what ends a token of a document: kSpecial and the zero byte
 };
 
 namespace internal {
@@ -31,8 +34,9 @@ constexpr std::array<uint16_t, 256> MakeCharClasses() {
       entry = static_cast<uint16_t>(entry | bits);
     }
   };
-  add("\t\n\f\r ", kWhite | kSpecial);
-  add("%()/<>[]{}", kSpecial | kDelimiter);
+  add("\t\n\f\r ", kWhite | kSpecial | kBlank | kBlankOrSpecial);
+  add({"\0", 1}, kBlank | kBlankOrSpecial);
+  add("%()/<>[]{}", kSpecial | kDelimiter | kBlankOrSpecial);
   add("%()/<>[]{}\t\n\r ", kSelfDelimited);
   add("()\\\b\t\n\f\r", kEscaped);
   add("%(/<[{", kOpening);
@@ -50,6 +54,16 @@ inline constexpr std::array<uint16_t, 256> kCharClasses = MakeCharClasses();
 }  // namespace internal
 
 constexpr bool Is(char c, CharClass kind) { return (internal::kCharClasses[static_cast<uint8_t>(c)] & kind) != 0; }
+
+// Where the run of such characters from `at` on ends, and where the first such one stands.
+constexpr const char* SkipClass(const char* at, const char* end, CharClass kind) {
+  while (at != end && Is(*at, kind)) at++;
+  return at;
+}
+constexpr const char* FindClass(const char* at, const char* end, CharClass kind) {
+  while (at != end && !Is(*at, kind)) at++;
+  return at;
+}
 
 // Whether the text is an unsigned number and nothing else.
 constexpr bool AllDigits(std::string_view text) {

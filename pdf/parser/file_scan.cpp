@@ -64,9 +64,9 @@ class FileScan {
   }
 
   void AddObject() {
-    const size_t generation_end = RunBefore(at_, kWhite);
+    const size_t generation_end = RunBefore(at_, kBlank);
     const size_t generation = RunBefore(generation_end, kDigit);
-    const size_t number_end = RunBefore(generation, kWhite);
+    const size_t number_end = RunBefore(generation, kBlank);
     const size_t number = RunBefore(number_end, kDigit);
     const bool numbers = number < number_end && number_end < generation && generation < generation_end;
     Skip(kObj.size());
@@ -86,7 +86,7 @@ class FileScan {
 
   // Whether an object may begin here: texts hold such words too.
   bool BeginsHere(size_t at) const {
-    const size_t before = RunBefore(at, kWhite);
+    const size_t before = RunBefore(at, kBlank);
     const std::string_view blanks = file_.substr(before, at - before);
     return before == 0 || blanks.find_first_of("\r\n") != std::string_view::npos ||
            file_.substr(0, before).ends_with(kEndobj);
@@ -118,8 +118,8 @@ class FileScan {
   void SkipStream() {
     const size_t keyword = at_;
     Skip(kStream.size());
-    const bool begins = inside_ && at_ < file_.size() && Is(file_[at_], kWhite) && keyword > 0 &&
-                        (Is(file_[keyword - 1], kWhite) || file_[keyword - 1] == '>');
+    const bool begins = inside_ && at_ < file_.size() && Is(file_[at_], kBlank) && keyword > 0 &&
+                        (Is(file_[keyword - 1], kBlank) || file_[keyword - 1] == '>');
     if (!begins) return;
     inside_ = false;
     const size_t end = EndOfStated(keyword);
@@ -135,7 +135,7 @@ class FileScan {
     // A reference reads as its number, and hardly ever does "endstream" stand so far on.
     const size_t data = at_ + (file_.substr(at_).starts_with("\r\n") ? 2 : 1);
     size_t end = data + ParseUInt(value.substr(0, value.find_first_of("/>")));
-    while (end < file_.size() && Is(file_[end], kWhite)) end++;
+    while (end < file_.size() && Is(file_[end], kBlank)) end++;
     return end < file_.size() && file_.substr(end).starts_with(kEndstream) ? end + kEndstream.size() : 0;
   }
 

@@ -15,7 +15,7 @@ namespace {
 // A number and the blanks before it, removed from the front; false when there is none.
 bool TakeNumber(std::string_view* text, uint32_t* number) {
   size_t at = 0;
-  while (at < text->size() && Is((*text)[at], kWhite)) at++;
+  while (at < text->size() && Is((*text)[at], kBlank)) at++;
   const size_t start = at;
   while (at < text->size() && Is((*text)[at], kDigit)) at++;
   *number = ParseUInt(text->substr(start, at - start));
@@ -56,7 +56,9 @@ void ZPDFObjectStream::ReadHeader(size_t count, size_t first) {
   }
   std::stable_sort(parts_.begin(), parts_.end(), [](const Part& a, const Part& b) { return a.number < b.number; });
   const auto same = [](const Part& a, const Part& b) { return a.number == b.number; };
-  parts_.erase(std::unique(parts_.begin(), parts_.end(), same), parts_.end());
+  const auto repeated = std::unique(parts_.begin(), parts_.end(), same);
+  if (repeated != parts_.end() && fault_.IsEmpty()) fault_ = "the object stream lists an object more than once";
+  parts_.erase(repeated, parts_.end());
 }
 
 const ZPDFObjectStream::Part* ZPDFObjectStream::Find(uint32_t number) {

@@ -160,7 +160,9 @@ bool ZPDFParser::Analyze() {
   if (!linearized_) {
     const size_t startxref = file.rfind("startxref", eof);
     if (startxref == std::string_view::npos) return Fail("\"startxref\" is missing");
-    xref_offset_ = ParseUInt(TrimBlanks(file.substr(startxref + 9, eof - startxref - 9)));
+    const std::string_view offset = TrimBlanks(file.substr(startxref + 9, eof - startxref - 9));
+    if (!AllDigits(offset)) diagnostics_.WarnAt(startxref, "no number alone stands behind \"startxref\"");
+    xref_offset_ = ParseUInt(offset);
   }
   if (!FillLocations(xref_offset_)) return false;
   if (diagnostics_.Warnings().Size() > 0) oddity_ = ZDiagnostics::Describe(*diagnostics_.Warnings().begin());
@@ -204,7 +206,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   }
   const size_t reach = search_budget_ == 0 ? kShortSearch : raw_data_.size() - offset;
   ZPDFTokenizedString text(SousChaine(raw_data_, offset, reach));
-  text.SetPool(&pool_);
+  text.SetDocument(&pool_);
   text.SetDiagnostics(&diagnostics_);
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();
@@ -212,7 +214,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   const bool found = TakeHeader(text, id);
   ZPDFNodeIndirectObject* object = nullptr;
   if (found) {
-    text.TakeFirstToken();
+    if (text.TakeFirstToken() != "obj") text.Warn("\"obj\" does not stand alone");
     // A cross-reference stream is not enciphered.
     const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());

@@ -5,8 +5,8 @@
 
 #include "pdf/crypt/encryption.h"
 #include "pdf/dictionary_node.h"
+#include "pdf/forward_reader.h"
 #include "pdf/indirect_object.h"
-#include "pdf/parser/element_scan.h"
 #include "pdf/parser/file_scan.h"
 #include "pdf/parser/object_stream.h"
 #include "pdf/parser/parser.h"
@@ -46,8 +46,7 @@ std::unique_ptr<ZPDFNodeDictionary> TrailerAt(const ZPDFTokenizedString& file, u
   ZPDFTokenizedString text = file.Part(offset, file.GetLength());
   text.TrimLeftComments();
   if (!text.StartWith("<<")) return nullptr;
-  ZPDFTokenizedString element = text.TakeFirstElement(ScanStop::kEndobj);
-  ZPDFNode* node = ZPDFNode::BuildFrom(element, provider, nullptr);
+  ZPDFNode* node = ReadForward(text, provider, nullptr);
   std::unique_ptr<ZPDFNodeDictionary> dictionary(NodeCast<ZPDFNodeDictionary>(node));
   if (dictionary == nullptr) ZPDFNode::Destroy(node);
   return dictionary;
@@ -113,6 +112,7 @@ size_t ZPDFParser::UnlistedAtEnd() const {
 bool ZPDFParser::LeadsToObject(const ZPDFObjectLocation& location) const {
   if (location.offset >= raw_data_.size()) return false;
   ZPDFTokenizedString text(SousChaine(raw_data_, location.offset, kHeaderReach));
+  text.SetDocument();
   text.TrimLeftComments();
   return TakeHeader(text, location.id);
 }
@@ -205,7 +205,8 @@ void ZPDFParser::FindTrailer(const ZPDFFileScan& scan) {
   for (const Scanned& object : scan.objects) {
     if (object.names_xref_stream) places[object.offset] = true;
   }
-  const ZPDFTokenizedString file{SousChaine(raw_data_)};
+  ZPDFTokenizedString file{SousChaine(raw_data_)};
+  file.SetDocument();
   size_t count = 0;
   for (auto place = places.rbegin(); place != places.rend() && count < kMostTrailers; ++place, ++count) {
     const auto& [offset, in_stream] = *place;

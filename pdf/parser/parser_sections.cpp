@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "pdf/dictionary_node.h"
+#include "pdf/forward_reader.h"
 #include "pdf/numeric_node.h"
 #include "pdf/parser/char_class.h"
-#include "pdf/parser/element_scan.h"
 #include "pdf/parser/parser.h"
 #include "pdf/parser/xref_reader.h"
 #include "pdf/parser/xref_stream_reader.h"
@@ -17,15 +17,15 @@ namespace zforms {
 // it: in an encrypted or updated file it may be any object.
 uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
   ZPDFTokenizedString text(SousChaine(raw_data_, start, raw_data_.size() - start));
+  text.SetDocument();
   text.TrimLeftComments();
   ZPDFTokenizedString header = text;
   for (int i = 0; i < 2; i++) {
     if (!AllDigits(header.TakeFirstToken())) return 0;
   }
   if (header.TakeFirstToken() != "obj" || !header.StartWith("<<")) return 0;
-  ZPDFTokenizedString element = header.TakeFirstElement(ScanStop::kEndobj);
+  ZPDFNode* node = ReadForward(header, nullptr, nullptr);
   const size_t end = header.Offset();
-  ZPDFNode* node = ZPDFNode::BuildFrom(element, nullptr, nullptr);
   const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node);
   const bool linearized = dictionary != nullptr && dictionary->GetUIntValue("/Linearized") == 1 &&
                           dictionary->GetUIntValue("/L") == raw_data_.size();
@@ -49,7 +49,8 @@ uint32_t ZPDFParser::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
   next.TakeFirst(6);
   next.TrimLeftComments();
   const size_t offset = next.Offset();
-  const ZPDFTokenizedString file{SousChaine(raw_data_)};
+  ZPDFTokenizedString file{SousChaine(raw_data_)};
+  file.SetDocument();
   if (!ZPDFXrefStreamReader::StandsAt(file, offset)) return 0;
   ZPDFLocations records;
   ZPDFXrefStreamReader reader(file, decode_budget_);
@@ -63,8 +64,10 @@ uint32_t ZPDFParser::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
 uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset) {
   const ZPDFNode* previous = trailer.GetDirect("/Prev");
   if (previous == nullptr) return 0;
-  if (NodeCast<ZPDFNodeIndirectReference>(previous) == nullptr) return previous->GetUIntValue();
-  diagnostics_.WarnAt(offset, "\"/Prev\" of this section's trailer is a reference, which leads nowhere");
+  if (NodeCast<ZPDFNodeNumeric>(previous) != nullptr) return previous->GetUIntValue();
+  const bool is_reference = NodeCast<ZPDFNodeIndirectReference>(previous) != nullptr;
+  diagnostics_.WarnAt(offset, is_reference ? "\"/Prev\" of this section's trailer is a reference, which leads nowhere"
+                                           : "\"/Prev\" of this section's trailer is no number");
   return 0;
 }
 
@@ -113,6 +116,7 @@ void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeD
 
 bool ZPDFParser::FillLocations(uint32_t offset) {
   ZPDFTokenizedString file{SousChaine(raw_data_)};
+  file.SetDocument();
   file.SetDiagnostics(&diagnostics_);
   while (true) {
     Chaine reason;

@@ -38,6 +38,8 @@ ZPDFTokenizedString& ZPDFTokenizedString::operator=(const ZPDFTokenizedString& o
   nesting_ = other.nesting_;
   searched_in_vain_ = other.searched_in_vain_;
   pool_ = other.pool_;
+  white_ = other.white_;
+  special_ = other.special_;
   diagnostics_ = other.diagnostics_;
   object_number_ = other.object_number_;
   object_generation_ = other.object_generation_;
@@ -65,7 +67,7 @@ int64_t ZPDFTokenizedString::ReverseFindOneOf(std::string_view set, int64_t star
 int64_t ZPDFTokenizedString::FindSpecialChar(int64_t start) const {
   const std::string_view view = View();
   for (size_t i = static_cast<size_t>(std::max<int64_t>(start, 0)); i < view.size(); i++) {
-    if (Is(view[i], kSpecial)) return static_cast<int64_t>(i);
+    if (Is(view[i], special_)) return static_cast<int64_t>(i);
   }
   return -1;
 }
@@ -73,7 +75,7 @@ int64_t ZPDFTokenizedString::FindSpecialChar(int64_t start) const {
 int64_t ZPDFTokenizedString::ReverseFindSpecialChar(int64_t start) const {
   const auto length = static_cast<int64_t>(GetLength());
   int64_t i = start < 0 ? length - 1 : std::min(start, length - 1);
-  while (i >= 0 && !Is(base_[begin_ + static_cast<size_t>(i)], kSpecial)) i--;
+  while (i >= 0 && !Is(base_[begin_ + static_cast<size_t>(i)], special_)) i--;
   return i;
 }
 
@@ -107,11 +109,11 @@ SousChaine ZPDFTokenizedString::ExtractFirstToken() {
 SousChaine ZPDFTokenizedString::ExtractLastToken() { return Shared(TakeLastToken()); }
 
 void ZPDFTokenizedString::TrimLeftWhites() {
-  while (begin_ < end_ && Is(base_[begin_], kWhite)) begin_++;
+  while (begin_ < end_ && Is(base_[begin_], white_)) begin_++;
 }
 
 void ZPDFTokenizedString::TrimRightWhites() {
-  while (begin_ < end_ && Is(base_[end_ - 1], kWhite)) end_--;
+  while (begin_ < end_ && Is(base_[end_ - 1], white_)) end_--;
 }
 
 void ZPDFTokenizedString::TrimLeftComments() {
@@ -224,6 +226,12 @@ ZPDFTokenizedString ZPDFTokenizedString::TakeFirstElement(ScanStop stop) {
   element.end_ = length;
   element.clear_to_ = element.clear_from_ = 0;
   return element;
+}
+
+void ZPDFTokenizedString::SetDocument(ZPDFNodePool* pool) {
+  pool_ = pool;
+  white_ = kBlank;
+  special_ = kBlankOrSpecial;
 }
 
 void ZPDFTokenizedString::SetObject(uint32_t number, uint32_t generation) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "pdf/parser/char_class.h"
 #include "platform/chaine.h"
 
 namespace zforms {
@@ -123,9 +124,11 @@ class ZFORMS_API ZPDFTokenizedString {
   void NoteSearchInVain(size_t count) { searched_in_vain_ += count; }
   size_t SearchedInVain() const { return searched_in_vain_; }
 
-  // Where the nodes of indirect objects get their memory; they are then read in one
-  // pass where that gives the same. Null for the heap and the factories alone.
-  void SetPool(ZPDFNodePool* pool) { pool_ = pool; }
+  // From now on this is the text of a document: values of indirect objects are read
+  // from the front (see forward_reader.h), and the zero byte is white space. Their
+  // nodes get their memory from the pool, or the heap when it is null.
+  void SetDocument(ZPDFNodePool* pool = nullptr);
+  bool IsDocument() const { return white_ == kBlank; }
   ZPDFNodePool* Pool() const { return pool_; }
 
   // Where oddities are reported, with the object that is being parsed; none by default.
@@ -157,6 +160,8 @@ class ZFORMS_API ZPDFTokenizedString {
   int nesting_ = 0;
   size_t searched_in_vain_ = 0;
   ZPDFNodePool* pool_ = nullptr;
+  CharClass white_ = kWhite;
+  CharClass special_ = kSpecial;
   ZDiagnostics* diagnostics_ = nullptr;
   uint32_t object_number_ = 0;
   uint32_t object_generation_ = 0;

@@ -5,8 +5,8 @@
 
 #include "pdf/crypt/encrypter.h"
 #include "pdf/dictionary_node.h"
+#include "pdf/forward_reader.h"
 #include "pdf/parser/char_class.h"
-#include "pdf/parser/element_scan.h"
 #include "platform/number.h"
 
 namespace zforms {
@@ -17,7 +17,7 @@ constexpr std::string_view kTrailer = "trailer";
 constexpr uint32_t kHighestNumber = INT32_MAX;
 
 size_t SkipWhites(std::string_view text, size_t at) {
-  while (at < text.size() && Is(text[at], kWhite)) at++;
+  while (at < text.size() && Is(text[at], kBlank)) at++;
   return at;
 }
 
@@ -34,7 +34,7 @@ Fields Split(std::string_view line) {
     i = SkipWhites(line, i);
     if (i == line.size()) return fields;
     const size_t start = i;
-    while (i < line.size() && !Is(line[i], kWhite)) i++;
+    while (i < line.size() && !Is(line[i], kBlank)) i++;
     if (fields.count < fields.at.size()) fields.at[fields.count] = line.substr(start, i - start);
     fields.count++;
   }
@@ -66,10 +66,9 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
   // The trailer ends where its dictionary does: a string in it may hold any word.
   ZPDFTokenizedString trailer = file_.Part(offset + at_, file.size());
   trailer.TrimLeftComments();
-  ZPDFTokenizedString element = trailer.TakeFirstElement(ScanStop::kEndobj);
-  scanned_ = std::max(text_.size(), trailer.Offset() - offset);
   // The trailer is never encrypted.
-  ZPDFNode* node = ZPDFNode::BuildFrom(element, provider, ZPDFEncrypterNeutral::Default());
+  ZPDFNode* node = ReadForward(trailer, provider, ZPDFEncrypterNeutral::Default());
+  scanned_ = std::max(text_.size(), trailer.Offset() - offset + trailer.SearchedInVain());
   std::unique_ptr<ZPDFNodeDictionary> dictionary(NodeCast<ZPDFNodeDictionary>(node));
   if (dictionary == nullptr) {
     ZPDFNode::Destroy(node);
@@ -79,6 +78,12 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
 }
 
 void ZPDFXrefReader::Warn(std::string_view what) const { file_.Part(offset_ + at_, 0).Warn(what); }
+
+void ZPDFXrefReader::WarnObject(const ZPDFObjectIdentifier& id, std::string_view what) const {
+  ZPDFTokenizedString here = file_.Part(offset_ + at_, 0);
+  here.SetObject(id.Number(), id.Generation());
+  here.Warn(what);
+}
 
 bool ZPDFXrefReader::AtTrailer() const { return text_.substr(SkipWhites(text_, at_)).starts_with(kTrailer); }
 
@@ -114,7 +119,7 @@ bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
   const size_t start = SkipWhites(text_, at_);
   const std::string_view entry = text_.substr(start, 20);
   if (entry.size() < 20 || entry[10] != ' ' || entry[16] != ' ' || (entry[17] != 'n' && entry[17] != 'f')) return false;
-  if (!Is(entry[18], kWhite) || !Is(entry[19], kLineEnd)) return false;
+  if (!Is(entry[18], kBlank) || !Is(entry[19], kLineEnd)) return false;
   if (!AllDigits(entry.substr(0, 10)) || !AllDigits(entry.substr(11, 5))) return false;
   Add({number, ParseUInt(entry.substr(11, 5))}, entry.substr(0, 10), entry[17] == 'n', locations);
   at_ = start + (Is(entry[18], kLineEnd) ? 18 : 19);
@@ -133,7 +138,7 @@ bool ZPDFXrefReader::ReadSubsection(uint32_t first, uint32_t count, ZPDFLocation
     switch (AddEntry(line, first + i, locations)) {
       case Line::kEntry: break;
       case Line::kHeader: at_ = before; return false;
-      case Line::kOther: Warn("a cross-reference entry does not have three fields"); break;
+      case Line::kOther: WarnObject({first + i, 0}, "the entry in the cross-reference table cannot be read"); break;
     }
   }
   return true;
@@ -144,7 +149,12 @@ ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t nu
   if (fields.count < 2 || !AllDigits(fields.at[0]) || !AllDigits(fields.at[1])) return Line::kOther;
   if (fields.count == 2) return Line::kHeader;
   if (fields.count != 3) return Line::kOther;
-  Add({number, ParseUInt(fields.at[1])}, fields.at[0], fields.at[2] == "n", locations);
+  const ZPDFObjectIdentifier id(number, ParseUInt(fields.at[1]));
+  const bool in_use = fields.at[2] == "n";
+  if (!in_use && fields.at[2] != "f") {
+    WarnObject(id, "the entry in the cross-reference table is neither in use (n) nor free (f)");
+  }
+  Add(id, fields.at[0], in_use, locations);
   return Line::kEntry;
 }
 

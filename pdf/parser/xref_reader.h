@@ -32,6 +32,7 @@ class ZPDFXrefReader {
   enum class Line { kEntry, kHeader, kOther };
   Line AddEntry(std::string_view line, uint32_t number, ZPDFLocations& locations);
   bool TakePlainEntry(uint32_t number, ZPDFLocations& locations);
+  void WarnObject(const ZPDFObjectIdentifier& id, std::string_view what) const;
   static void Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use, ZPDFLocations& locations);
   std::string_view NextLine();
   bool AtTrailer() const;

@@ -56,7 +56,7 @@ void ZPDFSaver::PrepareData() {
   raw_data_ += xref_.BuildSection();
   raw_data_ += "trailer\n";
   if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>();
-  trailer_->SetValue("/Size", static_cast<uint32_t>(objects_.size() + 1));
+  SetNumber(*trailer_, "/Size", static_cast<uint32_t>(objects_.size() + 1));
   // There are no other sections any more.
   trailer_->RemoveValue("/Prev");
   trailer_->RemoveValue("/XRefStm");

@@ -57,7 +57,7 @@ bool ZPDFUpdater::AddNode(const ZPDFNodeIndirectObject* object) {
 void ZPDFUpdater::SetTrailer(const ZPDFNodeDictionary* trailer) {
   if (trailer->IsModified()) modified_ = true;
   trailer_.reset(trailer->Clone());
-  trailer_->SetValue("/Prev", previous_xref_);
+  SetNumber(*trailer_, "/Prev", previous_xref_);
 }
 
 // The section as an object of its own, which lists itself too; nothing in it is enciphered.
@@ -74,7 +74,7 @@ void ZPDFUpdater::AppendXrefStream(Chaine* tail, uint32_t offset) const {
     const ZPDFNode* value = trailer_->ValueAt(i);
     if (value != nullptr) dictionary.SetValue(trailer_->KeyAt(i), value->Clone());
   }
-  dictionary.SetValue("/Size", std::max(dictionary.GetUIntValue("/Size"), xref_stream_number_ + 1));
+  SetNumber(dictionary, "/Size", std::max(dictionary.GetUIntValue("/Size"), xref_stream_number_ + 1));
   const auto set_numbers = [&dictionary](const char* key, const auto& numbers) {
     auto* array = new ZPDFNodeArray;
     for (const uint32_t number : numbers) array->AppendValue(number);

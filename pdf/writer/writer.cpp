@@ -1,5 +1,7 @@
 #include "pdf/writer/writer.h"
 
+#include "pdf/dictionary_node.h"
+#include "pdf/numeric_node.h"
 #include "platform/file_io.h"
 #include "platform/inet_stream.h"
 #include "platform/number.h"
@@ -7,6 +9,14 @@
 namespace zforms {
 
 ZPDFWriter::~ZPDFWriter() = default;
+
+void ZPDFWriter::SetNumber(ZPDFNodeDictionary& trailer, std::string_view key, uint32_t value) {
+  if (NodeCast<ZPDFNodeNumeric>(trailer.GetDirect(key)) != nullptr) {
+    trailer.SetValue(key, value);
+  } else {
+    trailer.SetValue(key, new ZPDFNodeNumeric(value, trailer.ObjectProvider()));
+  }
+}
 
 bool ZPDFWriter::Send(ZInetOStream& out, const Chaine& bytes) {
   out.SetBuffering(true);

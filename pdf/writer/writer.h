@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "pdf/writer/out_stream.h"
 #include "pdf/writer/xref_manager.h"
@@ -10,6 +11,7 @@
 namespace zforms {
 
 class ZInetOStream;
+class ZPDFNodeDictionary;
 
 // ZPDFWriter is what the full saver and the incremental updater have in common.
 // Output is built in memory and handed to its destination in one piece.
@@ -33,6 +35,9 @@ class ZFORMS_API ZPDFWriter {
   const std::string& Failure() const { return failure_; }
 
  protected:
+  // Sets a number in a trailer that the number itself has to stand in: when a trailer is
+  // read, no reference leads anywhere yet. A reference to the same number is replaced.
+  static void SetNumber(ZPDFNodeDictionary& trailer, std::string_view key, uint32_t value);
   static bool Send(ZInetOStream& out, const Chaine& bytes);
   bool Store(const Chaine& path, const Chaine& bytes);
   // "startxref", the offset and the end marker, after a trailer.
