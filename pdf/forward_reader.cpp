@@ -284,13 +284,6 @@ Chaine ZPDFForwardReader::Deciphered(Chaine text) const {
   return encrypter_ == nullptr ? std::move(text) : encrypter_->Decrypt(text);
 }
 
-void ZPDFForwardReader::SkipBlanks() {
-  at_ = SkipClass(at_, end_, kBlank);
-  while (at_ != end_ && *at_ == '%') at_ = SkipClass(FindClass(at_, end_, kLineEnd), end_, kBlank);
-}
-
-bool ZPDFForwardReader::AtSpecial() const { return at_ == end_ || Is(*at_, kBlankOrSpecial); }
-
 bool ZPDFForwardReader::StandsHere(std::string_view word) const {
   return static_cast<size_t>(end_ - at_) >= word.size() && std::string_view(at_, word.size()) == word;
 }

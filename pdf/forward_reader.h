@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "pdf/node_stack.h"
+#include "pdf/parser/char_class.h"
 #include "platform/export.h"
 
 namespace zforms {
@@ -77,8 +78,13 @@ class ZPDFForwardReader {
   Chaine DecodedName(std::string_view text);
   Chaine Text(std::string_view part) const;
   Chaine Deciphered(Chaine text) const;
-  void SkipBlanks();
-  bool AtSpecial() const;
+  // White space and comments.
+  void SkipBlanks() {
+    at_ = SkipClass(at_, end_, kBlank);
+    if (at_ != end_ && *at_ == '%') SkipComments();
+  }
+  void SkipComments();
+  bool AtSpecial() const { return at_ == end_ || Is(*at_, kBlankOrSpecial); }
   bool StandsHere(std::string_view word) const;
   // Whether these two characters stand here.
   bool StandsHere(char first, char second) const { return end_ - at_ >= 2 && at_[0] == first && at_[1] == second; }

@@ -140,6 +140,10 @@ ZPDFNode* ZPDFForwardReader::Word() {
   return SkipClass(start, end, kPlainName) == end ? MakeKeyword(word) : ZPDFNodeNull::Default();
 }
 
+void ZPDFForwardReader::SkipComments() {
+  while (at_ != end_ && *at_ == '%') at_ = SkipClass(FindClass(at_, end_, kLineEnd), end_, kBlank);
+}
+
 // Whether the header "12 0 obj" stands here.
 bool ZPDFForwardReader::BeginsNextObject() {
   if (at_ == end_ || !Is(*at_, kDigit)) return false;
