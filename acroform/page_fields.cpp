@@ -9,6 +9,8 @@ namespace zforms {
 PTableau<const ZAcroFormField*> PageFieldFinder::Find(ZPDFNodeDictionary& catalog) {
   for (ZPDFNodeDictionary* page : PagesOf(catalog)) {
     ZPDFNodeArray* annotations = ArrayAt(*page, "/Annots");
+    // Several pages may have one list.
+    if (!lists_.insert(annotations).second) continue;
     for (size_t i = 0; annotations != nullptr && i < annotations->Size(); i++) {
       auto* annotation = NodeCast<ZPDFNodeDictionary>(annotations->GetTargetAt(i));
       if (annotation == nullptr || builder_.HasMet(annotation)) continue;

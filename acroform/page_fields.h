@@ -39,6 +39,7 @@ class PageFieldFinder {
 
   FieldTreeBuilder& builder_;
   ZAcroFormFieldCollection& fields_;
+  std::unordered_set<const ZPDFNodeArray*> lists_;
   // Built when the first field is found.
   bool is_indexed_ = false;
   std::unordered_map<const ZPDFNodeDictionary*, Place> places_;

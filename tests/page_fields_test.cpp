@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 
 #include "acroform/acro_form.h"
@@ -9,15 +10,19 @@
 namespace zforms {
 namespace {
 
-// The form with one page that has these annotations; fields of pages are looked for when `find`.
-ZAcroForm Loaded(FormText text, const std::string& annotations, bool find = true) {
-  text.Catalog("/Pages 3 0 R").Object(3, "<</Type/Pages/Kids[4 0 R 3 0 R]/Count 1>>");
-  text.Object(4, "<</Type/Page/Parent 3 0 R/Annots[" + annotations + "]>>");
+// With the fields of its pages, if they are to be found.
+ZAcroForm Opened(const FormText& text, bool find = true) {
   ZAcroForm form;
   form.SetPageFields(find);
   ZInetChaineIStream in(text.Bytes());
   EXPECT_TRUE(form.Load(in, ""));
   return form;
+}
+
+// The form with one page that has these annotations.
+ZAcroForm Loaded(FormText text, const std::string& annotations, bool find = true) {
+  text.Catalog("/Pages 3 0 R").Object(3, "<</Type/Pages/Kids[4 0 R 3 0 R]/Count 1>>");
+  return Opened(text.Object(4, "<</Type/Page/Parent 3 0 R/Annots[" + annotations + "]>>"), find);
 }
 
 // The full names in the order of the tree, those of kids in brackets.
@@ -94,6 +99,20 @@ TEST(PageFields, LongChainsStayShort) {
     annotations += std::to_string(i) + " 0 R ";
   }
   EXPECT_EQ(Loaded(text, annotations).FlatFields().Size(), FieldTreeBuilder::kMaxDepth);
+}
+
+TEST(PageFields, AListThatPagesShareIsReadOnce) {
+  const auto seconds = [](int count) {
+    std::string links, pages;
+    for (int i = 0; i < count; i++) links += "<</Subtype/Link>>";
+    for (int i = 0; i < count; i++) pages += "<</Type/Page/Annots 20 0 R>>";
+    FormText text;
+    text.Object(20, "[" + links + "]").Object(21, "<</Type/Pages/Kids[" + pages + "]>>").Catalog("/Pages 21 0 R");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Opened(text).Fields().Size(), 0U);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  };
+  EXPECT_LT(seconds(8000), 20 * seconds(800) + 0.5);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace zforms {
@@ -24,13 +25,14 @@ class PageIndex {
   // "/Tabs" of each page, without the slash: "R" for rows, "C" for columns, "S" for the
   // structure (ISO 32000-1 table 30); empty where absent.
   const std::vector<std::string>& TabOrders() const { return tabs_; }
-  // The page of the annotation, from 1; 0 when no page lists it.
+  // The first page that lists the annotation, from 1; 0 when none does.
   uint32_t PageOf(const ZPDFNodeDictionary* annotation) const;
 
  private:
   void AddPage(const ZPDFNodeDictionary& page);
 
   std::unordered_map<const ZPDFNode*, uint32_t> pages_;
+  std::unordered_set<const ZPDFNode*> lists_;
   std::vector<std::string> tabs_;
   uint32_t count_ = 0;
 };
