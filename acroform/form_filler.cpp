@@ -157,7 +157,7 @@ void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values,
   if (values.size() > 1) {
     diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": of several values the first is taken");
   }
-  FillText(field, value, has_rich_text);
+  FillText(field, value, has_rich_text, LineEnds::kWritten);
 }
 
 void FormFiller::SetDefaultValue(ZAcroFormField& field, const Chaine& value) {

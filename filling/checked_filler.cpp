@@ -28,6 +28,19 @@ void KeepThoseLike(const ZAcroFormField& model, PTableau<ZAcroFormField*>* field
   });
 }
 
+// As XML whose lines end in LF: values have CR LF in memory, and XML writes a CR as "&#13;".
+Chaine RichTextOf(const ZXFDFField& from) {
+  constexpr std::string_view kReturn = "&#13;";
+  const Chaine text = from.ValueRichText().AsChaine();
+  Chaine result;
+  for (size_t at = 0;;) {
+    const size_t end = std::min(text.View().find(kReturn, at), text.size());
+    result += text.View().substr(at, end - at);
+    if (end == text.size()) return result;
+    at = end + kReturn.size();
+  }
+}
+
 PTableau<Chaine> TextsOf(const ZAcroFormField& field) {
   PTableau<Chaine> texts;
   for (const Chaine& value : field.Values()) texts.push_back(PDFTextToUTF8(value));
@@ -157,7 +170,7 @@ void ZCheckedFiller::FillOne(const ZXFDFField& from, const Chaine& name) {
     faults_.push_back({name, "no field is named \"" + name + "\"", true});
   } else if (has_value || has_rich_text) {
     FillTarget(*target, name, has_value ? from.Values() : PTableau<Chaine>(),
-               has_rich_text ? from.ValueRichText().AsChaine() : Chaine());
+               has_rich_text ? RichTextOf(from) : Chaine());
   }
 }
 
@@ -178,8 +191,12 @@ bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTable
   if (!verdict.is_taken && !is_rich) return verdict.faults.empty();
   filled_++;
   for (ZAcroFormField* field : target.fields) {
-    if (is_rich) field->SetValueRichText(UTF8ToPDFText(rich_text));
-    if (verdict.is_taken && kind == ZFieldRule::Kind::kText) FillText(*field, verdict.values.front(), is_rich);
+    if (is_rich && !IsSameText(PDFTextToUTF8(field->ValueRichText()), rich_text)) {
+      field->SetValueRichText(UTF8ToPDFText(rich_text));
+    }
+    if (verdict.is_taken && kind == ZFieldRule::Kind::kText) {
+      FillText(*field, verdict.values.front(), is_rich, LineEnds::kKept);
+    }
     if (verdict.is_taken && kind == ZFieldRule::Kind::kChoice) WriteChoices(*field, verdict.values);
     if (verdict.is_taken && defaults_too_) WriteDefault(*field, kind, verdict.values.front());
   }
@@ -192,8 +209,9 @@ void ZCheckedFiller::WriteState(const Target& target, const Chaine& state, bool 
   // An empty value says that nothing is chosen, as no value does.
   if (was_empty && std::none_of(target.fields.begin(), target.fields.end(), holds)) return;
   for (ZAcroFormField* field : target.fields) {
-    const bool says_it = field->Value() == state || (was_empty && !field->HasValue());
-    if (!says_it) field->Dico()->SetIdentifier("/V", "/" + state);
+    // An empty text in the form says so as well.
+    const bool is_unset = field->Value().IsEmpty() && (was_empty || (state == "Off" && field->HasValue()));
+    if (field->Value() != state && !is_unset) field->Dico()->SetIdentifier("/V", "/" + state);
   }
   ShowButtonState(target.fields, state);
 }
@@ -206,7 +224,8 @@ Chaine ZCheckedFiller::BytesOf(const ZAcroFormField& field, const Chaine& choice
 
 void ZCheckedFiller::WriteChoices(ZAcroFormField& field, const PTableau<Chaine>& choices) {
   const auto write = [&](ZAcroFormField& to) {
-    if (TextsOf(to) == choices) return;
+    const PTableau<Chaine> before = TextsOf(to);
+    if (std::equal(before.begin(), before.end(), choices.begin(), choices.end(), IsSameText)) return;
     PTableau<Chaine> bytes;
     for (const Chaine& choice : choices) bytes.push_back(BytesOf(field, choice));
     to.SetValues(bytes);
@@ -221,7 +240,7 @@ void ZCheckedFiller::WriteChoices(ZAcroFormField& field, const PTableau<Chaine>&
 void ZCheckedFiller::WriteDefault(ZAcroFormField& field, ZFieldRule::Kind kind, const Chaine& value) {
   if (kind == ZFieldRule::Kind::kButton) {
     field.SetDefaultValue(value);
-  } else if (field.DefaultValueUTF8() != value) {
+  } else if (!IsSameText(field.DefaultValueUTF8(), value)) {
     field.SetDefaultValue(kind == ZFieldRule::Kind::kChoice ? BytesOf(field, value) : UTF8ToPDFText(value));
   }
 }

@@ -1,6 +1,7 @@
 #include "filling/choice_options.h"
 
 #include "acroform/field.h"
+#include "acroform/field_text.h"
 #include "platform/number.h"
 #include "platform/text.h"
 
@@ -23,8 +24,8 @@ Chaine Quoted(const Chaine& utf8) { return "\"" + Shortened(utf8) + "\""; }
 
 ChoiceOptions::ChoiceOptions(const PTableau<ZAcroFormFieldOption>& options) {
   for (const ZAcroFormFieldOption& option : options) {
-    const Chaine exported = PDFTextToUTF8(option.ExportValue());
-    const Chaine shown = PDFTextToUTF8(option.DisplayName());
+    const Chaine exported = WithLF(PDFTextToUTF8(option.ExportValue()));
+    const Chaine shown = WithLF(PDFTextToUTF8(option.DisplayName()));
     exports_.push_back(exported);
     if (!bytes_.Exist(exported)) bytes_.Set(exported, option.ExportValue());
     if (!shown.IsEmpty()) {
@@ -40,7 +41,8 @@ ChoiceOptions::ChoiceOptions(const PTableau<ZAcroFormFieldOption>& options) {
   if (exports_.size() > kListed) listing_ += " and " + FormatUInt(exports_.size() - kListed) + " others";
 }
 
-ChoiceOptions::Match ChoiceOptions::Find(const Chaine& text, Chaine* export_value) const {
+ChoiceOptions::Match ChoiceOptions::Find(const Chaine& given, Chaine* export_value) const {
+  const Chaine text = WithLF(given);
   if (bytes_.Exist(text)) {
     *export_value = text;
     return Match::kOne;
@@ -50,6 +52,8 @@ ChoiceOptions::Match ChoiceOptions::Find(const Chaine& text, Chaine* export_valu
   *export_value = shown->export_value;
   return shown->is_ambiguous ? Match::kSeveral : Match::kOne;
 }
+
+const Chaine* ChoiceOptions::BytesOf(const Chaine& export_value) const { return bytes_.Find(WithLF(export_value)); }
 
 std::shared_ptr<const ChoiceOptions> ChoiceOptionsCache::Of(const ZAcroFormField& field) {
   const ZAcroFormField* holder = &field;

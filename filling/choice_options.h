@@ -16,8 +16,8 @@ class ZPDFNodeDictionary;
 Chaine Shortened(const Chaine& utf8);
 Chaine Quoted(const Chaine& utf8);
 
-// The options of a choice field by what people call them; texts are UTF-8. Immutable:
-// any number of threads may ask.
+// The options of a choice field by what people call them. Texts are UTF-8; those given
+// may have line ends of any kind, others have LF. Immutable: any number of threads may ask.
 class ChoiceOptions {
  public:
   enum class Match { kNone, kOne, kSeveral };
@@ -29,9 +29,9 @@ class ChoiceOptions {
   const PTableau<Chaine>& ExportValues() const { return exports_; }
   // Which option a text means: the one with this export value, else the one that viewers
   // show by this text. kSeveral when options with different export values show it.
-  Match Find(const Chaine& text, Chaine* export_value) const;
+  Match Find(const Chaine& given, Chaine* export_value) const;
   // The bytes that "/Opt" has for the export value; null without such an option.
-  const Chaine* BytesOf(const Chaine& export_value) const { return bytes_.Find(export_value); }
+  const Chaine* BytesOf(const Chaine& export_value) const;
   // Such as: "FR" (France), "BE" (Belgique) and 9 others.
   const Chaine& Listing() const { return listing_; }
 

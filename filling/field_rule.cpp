@@ -108,7 +108,7 @@ void ZFieldRule::ReadValue(const ZAcroFormField& field) {
     present_.Add(field.ValueUTF8());
     return;
   }
-  for (const Chaine& value : field.Values()) present_.Add(PDFTextToUTF8(value));
+  for (const Chaine& value : field.Values()) present_.Add(WithLF(PDFTextToUTF8(value)));
 }
 
 void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options) {
@@ -211,7 +211,7 @@ Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
   Chaine choice;
   const ChoiceOptions::Match match = options_->Find(given, &choice);
   if (match == ChoiceOptions::Match::kOne) return choice;
-  if (!is_closed_ || present_.Exist(given)) return given;
+  if (!is_closed_ || present_.Exist(WithLF(given))) return given;
   *fault = Quoted(given) +
            (match == ChoiceOptions::Match::kSeveral ? " is what viewers show for several of its choices"
                                                     : " is not one of its choices") +

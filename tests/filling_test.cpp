@@ -40,6 +40,8 @@ TEST(CheckedFiller, WhatFieldsTake) {
       {"characters, not bytes", "<</FT/Tx/T(a)/MaxLen 2>>", "\xC3\xA9\r\n", "<</FT/Tx/T(a)/MaxLen 2/V(\xE9\\r\\n)>>",
        ""},
       {"what is too long already", "<</FT/Tx/T(a)/MaxLen 2/V(old)>>", "old", "", ""},
+      {"line ends of another kind", "<</FT/Tx/T(a)/V(1\\n2\\r3)>>", "1\r\n2\r\n3", "", ""},
+      {"another text with line ends", "<</FT/Tx/T(a)/V(1\\n2)>>", "1\r\n3", "<</FT/Tx/T(a)/V(1\\r\\n3)>>", ""},
       {"a list for a text", "<</FT/Tx/T(a)/V(old)>>", "1|2", "", "it takes one value, not a list"},
       {"a signature", "<</FT/Sig/T(a)>>", "x", "", "it is a signature"},
       {"nothing for a signature", "<</FT/Sig/T(a)>>", "", "", ""},
@@ -54,6 +56,9 @@ TEST(CheckedFiller, WhatFieldsTake) {
        ""},
       {"what is shown for two", "<</FT/Ch/T(a)" + kSame + ">>", "Town", "",
        "\"Town\" is what viewers show for several of its choices; it takes \"1\" (Town), "},
+      {"a choice of two lines", "<</FT/Ch/T(a)/Opt[(1\\n2)]/V(1\\r2)>>", "1\r\n2", "", ""},
+      {"a choice of two lines, in its bytes", "<</FT/Ch/T(a)/Opt[(1\\n2)]>>", "1\r\n2",
+       "<</FT/Ch/T(a)/Opt[(1\\n2)]/V(1\\n2)>>", ""},
       {"typed in", "<</FT/Ch/Ff 393216/T(a)/Opt[(x)]>>", "Z", "<</FT/Ch/Ff 393216/T(a)/Opt[(x)]/V(Z)>>", ""},
       {"nothing chosen", "<</FT/Ch/T(a)/Opt[(x)]/V(x)/I[0]>>", "", "<</FT/Ch/T(a)/Opt[(x)]/V()>>", ""},
       {"a list for one choice", "<</FT/Ch/T(a)/Opt[(x)(y)]>>", "x|y", "", "it takes one value, not a list"},
@@ -77,6 +82,8 @@ TEST(CheckedFiller, WhatFieldsTake) {
        "\"Yes\" is not one of its states; it takes \"A\" or \"Off\""},
       {"a word for what it shows by that name", "<</FT/Btn/T(a)/V/Yes/AS/Yes" + kOne + ">>", "Yes", "", ""},
       {"as it is, and nothing chosen", "<</FT/Btn/T(a)/AS/C" + kOne + ">>", "", "", ""},
+      {"off, as it is", "<</FT/Btn/T(a)/V()/AS/Off" + kOne + ">>", "Off", "", ""},
+      {"nothing chosen, as it is", "<</FT/Btn/T(a)/V()/AS/Off" + kOne + ">>", "", "", ""},
       {"an appearance for off alone", "<</FT/Btn/T(a)/V/C/AS/C/AP<</N<</Off 9 0 R>>>>/Rect[]>>", "C", "", ""},
 
       {"no appearance, as it is", "<</FT/Btn/T(a)/V/C/AS/C/Rect[]>>", "C", "", ""},
@@ -107,6 +114,19 @@ TEST(CheckedFiller, WhatFieldsTake) {
     const std::string said = filler.Faults().empty() ? "" : filler.Faults()[0].what.ToString();
     EXPECT_TRUE(said.starts_with(test.fault) && said.empty() == (*test.fault == 0)) << test.name << ": " << said;
   }
+}
+
+TEST(CheckedFiller, WhatItHoldsAlreadyIsNotWritten) {
+  ZAcroForm form = FormText().Field(10, "<</FT/Tx/T(a)/V(1\\n2)/RV(<p>x\\ny</p>)/DV(1\\r2)>>").Form();
+  ZXFDF data;
+  data.FromChaine(
+      "<xfdf><fields><field name='a'><value>1\n2</value><value-richtext><p>x\ny</p></value-richtext></field></fields>"
+      "</xfdf>");
+  ZCheckedFiller filler(form);
+  filler.SetDefaultsToo(true);
+  filler.Fill(data);
+  EXPECT_EQ(filler.Filled(), 1U);
+  EXPECT_TRUE(form.Parser()->ModifiedObjects().empty()) << ObjectOf(form, 10);
 }
 
 TEST(CheckedFiller, FieldsOfOneName) {

@@ -53,6 +53,16 @@ def test_every_format_brings_the_values_back(folder):
              {n: "\n".join(v) if isinstance(v, list) else v or "" for n, v in wanted.items()})
 
 
+def test_its_own_export_changes_nothing(folder):
+    odd, filled = odd_form(folder / "odd.pdf"), folder / "filled.pdf"
+    zforms("fill", SAMPLE, SAMPLES / "membership_form.xfdf", "-o", filled)
+    pages = fill(page_fields(folder / "pages.pdf"), '{"choix": "deux", "nom": "A"}', folder, "json").rename(folder / "p.pdf")
+    for form in (odd, filled, pages):
+        for kind in ("xfdf", "fdf", "json", "csv"):
+            same(f"{form.name} and its {kind}", fill(form, export(form, kind), folder, kind).read_bytes(),
+                 form.read_bytes())
+
+
 def test_what_is_not_to_be_exported(folder):
     odd = odd_form(folder / "odd.pdf")
     for kind in ("xfdf", "fdf", "json", "csv"):
@@ -69,12 +79,17 @@ def test_fields_that_pages_alone_know(folder):
          [("choix", True), ("nom", True), ("choix", False), ("choix", False), ("adresse.ville", False)])
     status, _, err = zforms("check", form)
     same("check", (status, err.count('(\"/Fields\")')), (3, 3))
-    values = {"nom": "A", "adresse.ville": "B"}
+    values = {"choix": "deux", "nom": "A", "adresse.ville": "B"}
     filled = fill(form, json.dumps(values), folder, "json")
-    same("export", json.loads(export(filled)), {"choix": None, **values})
-    (folder / "rows.csv").write_text("nom,adresse.ville\nA,B\n")
+    same("export", json.loads(export(filled)), values)
+    (folder / "rows.csv").write_text("choix,nom,adresse.ville\ndeux,A,B\n")
     same("batch", zforms("batch", form, "--data", folder / "rows.csv", "--out", folder, "--name", "{nom}.pdf")[::2], (0, ""))
     same("the bytes of batch", (folder / "A.pdf").read_bytes(), filled.read_bytes())
+    if shutil.which("qpdf"):
+        read = json.loads(peers.run("qpdf", "--json=1", "--json-key=acroform", filled).out)["acroform"]["fields"]
+        same("qpdf reads", sorted((one["fullname"], one["value"], one["annotation"]["appearancestate"]) for one in read),
+             [("adresse.ville", "B", ""), *(("choix", "/deux", state) for state in ("/Off", "/Off", "/deux")),
+              ("nom", "A", "")])
 
 
 def test_pdftk_agrees(folder):
@@ -237,9 +252,9 @@ def test_whole_cycle(folder):
 
 
 def main():
-    tests = [test_every_format_brings_the_values_back, test_what_is_not_to_be_exported,
-             test_fields_that_pages_alone_know, test_pdftk_agrees, test_what_is_read,
-             test_many_forms_make_one_table, test_whole_cycle]
+    tests = [test_every_format_brings_the_values_back, test_its_own_export_changes_nothing,
+             test_what_is_not_to_be_exported, test_fields_that_pages_alone_know, test_pdftk_agrees,
+             test_what_is_read, test_many_forms_make_one_table, test_whole_cycle]
     with tempfile.TemporaryDirectory() as folder:
         return run_tests("tool_data_test", tests, folder)
 
