@@ -1,8 +1,11 @@
 #include "platform/file_io.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
+#include <new>
+#include <utility>
 
 #include "platform/os_file.h"
 
@@ -17,6 +20,27 @@ constexpr int kNameAttempts = 64;
 bool Fail(std::string* error, std::string reason) {
   if (error != nullptr) *error = std::move(reason);
   return false;
+}
+
+std::string TooLarge(uint64_t most) {
+  constexpr uint64_t kMegabyte = 1 << 20;
+  const uint64_t whole = (most + 1) / kMegabyte;
+  if (whole == 0) return "is longer than " + std::to_string(most) + " bytes";
+  return "is larger than " + (whole < 1024 ? std::to_string(whole) + " MB" : std::to_string(whole / 1024) + " GB");
+}
+
+// Appends as much as is wanted, or what there is before the end.
+bool ReadPiece(const ReadStep& step, size_t wanted, Chaine* bytes, std::string* error) {
+  while (wanted > 0) {
+    bool failed = false;
+    const size_t before = bytes->size();
+    const size_t got = step(bytes->AppendUninitialized(wanted), wanted, &failed);
+    bytes->Truncate(before + got);
+    if (failed) return Fail(error, LastSystemError());
+    if (got == 0) break;
+    wanted -= got;
+  }
+  return true;
 }
 
 // Opens a file of a name that nobody uses, beside the target.
@@ -41,27 +65,38 @@ bool FillNewFile(OsFile* file, const Chaine& bytes, const Chaine& model, std::st
 
 }  // namespace
 
-bool ReadFile(const Chaine& path, Chaine* out, std::string* error) {
+bool ReadFile(const Chaine& path, Chaine* out, std::string* error, const ReadLimits& limits) {
   OsFile file;
   if (KindOfFile(path) == OsFileKind::kFolder) return Fail(error, "is a folder");
   if (!file.Open(path, OsFile::Mode::kRead, error)) return false;
-  const uint64_t size = file.Size();
-  if (size > kLargestRead) return Fail(error, "the file is too large");
-  Chaine bytes;
-  bytes.Reserve(static_cast<size_t>(size + size / 8 + kSpareBytes));
-  // One byte more than the size, so that a file that has not grown ends with the next read.
-  size_t wanted = static_cast<size_t>(size) + 1;
-  bool failed = false;
-  while (true) {
-    const size_t before = bytes.size();
-    const size_t got = file.Read(bytes.AppendUninitialized(wanted), wanted, &failed);
-    bytes.Truncate(before + got);
-    if (failed) return Fail(error, LastSystemError());
-    if (got == 0) break;
-    wanted = got < wanted ? wanted - got : static_cast<size_t>(kSpareBytes);
+  const auto step = [&file](char* to, size_t size, bool* failed) { return file.Read(to, size, failed); };
+  return ReadToEnd(step, file.Size(), out, error, limits);
+}
+
+bool ReadToEnd(const ReadStep& step, uint64_t size, Chaine* out, std::string* error, const ReadLimits& limits) {
+  const uint64_t most = std::min<uint64_t>(limits.most, kLargestRead);
+  if (size > most) return Fail(error, TooLarge(most));
+  try {
+    Chaine bytes;
+    if (limits.look != nullptr) {
+      if (!ReadPiece(step, ReadLimits::kHead, &bytes, error)) return false;
+      if (std::string reason = limits.look(bytes, size); !reason.empty()) return Fail(error, std::move(reason));
+    }
+    bytes.Reserve(static_cast<size_t>(size + size / 8 + kSpareBytes));
+    // One byte more than the size, so that a file that has not grown ends with the next read.
+    uint64_t wanted = size + 1 > bytes.size() ? size + 1 - bytes.size() : kSpareBytes;
+    while (true) {
+      const size_t before = bytes.size();
+      if (!ReadPiece(step, static_cast<size_t>(wanted), &bytes, error)) return false;
+      if (bytes.size() > most) return Fail(error, TooLarge(most));
+      if (bytes.size() - before < wanted) break;
+      wanted = std::min<uint64_t>(std::max<uint64_t>(kSpareBytes, bytes.size()), most + 1 - bytes.size());
+    }
+    *out = std::move(bytes);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return Fail(error, "there is not enough memory for all of it");
   }
-  *out = std::move(bytes);
-  return true;
 }
 
 bool StoreFile(const Chaine& path, const Chaine& bytes, std::string* error) {

@@ -155,7 +155,7 @@ def test_names(folder):
         ("\tx", "end. ", "_x-end.pdf"), ("-rf", ".", "_rf-.pdf"), ("é" * 300, "z", "é" * 98 + ".pdf"),
     ]
     for text, what in [("%FDF-1.2\n", "it is no table"), ("<xfdf/>", "it is no table"), ("[{}]", "it is one JSON list"),
-                       ("", "there is no table in it"), ("a,b\n1,2\n", "no column of it feeds a field of the form")]:
+                       ("", "is empty"), ("a,b\n1,2\n", "no column of it feeds a field of the form")]:
         (folder / "other").write_text(text)
         status, _, err = zforms("batch", SAMPLE, "--data", folder / "other", "--out", folder / "none")
         expect(status == 2 and what in err and not (folder / "none").exists(), f"a table {text!r}", err)
@@ -171,7 +171,7 @@ def test_names(folder):
     zforms("batch", SAMPLE, "--data", data, "--out", folder / "device", "--name", "{a}.pdf")
     same("devices of Windows", forms_in(folder / "device"), ["_LPT1.pdf", "_con.pdf", "console.pdf"])
     for pattern, what in [("x.pdf", "it names no column"), ("{a", 'a "{" that opens'), ("a}", 'a "}" without'),
-                          ("d/{a}", 'a file name cannot hold "/"'), ("{nobody}", 'it has no "nobody"')]:
+                          ("d/{a}", 'a file name cannot hold "/"'), ("{nobody}", 'there is no column "nobody"')]:
         status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "none", "--name", pattern)
         expect(status != 0 and what in err, f"the pattern {pattern}", err)
 

@@ -97,6 +97,44 @@ TEST_F(FileIO, SaysWhyItFails) {
   EXPECT_EQ(FileCount(), 3u) << "a temporary file is left";
 }
 
+TEST_F(FileIO, InputsWithoutEndAreGivenUp) {
+  ASSERT_TRUE(StoreFile(At("file"), Chaine(9000, 'x')));
+  const auto look = [](std::string_view head, uint64_t) { return head.starts_with("x") ? "" : "no x"s; };
+  const struct {
+    ReadLimits limits;
+    uint64_t size;  // of all that the input gives
+    size_t most_read;
+    std::string error;
+  } kCases[] = {
+      {{}, 9000, 9000, ""},
+      {{9000, look}, 9000, 9000, ""},
+      {{8999, nullptr}, 9000, 9000, "is longer than 8999 bytes"},
+      {{(1 << 20) - 1, nullptr}, UINT64_MAX, 1 << 20, "is larger than 1 MB"},
+      {{SIZE_MAX, [](std::string_view head, uint64_t) { return std::to_string(head.size()); }},
+       UINT64_MAX,
+       4096,
+       "4096"},
+      {{SIZE_MAX, [](std::string_view head, uint64_t) { return std::to_string(head.size()); }}, 7, 7, "7"},
+  };
+  for (const auto& c : kCases) {
+    uint64_t given = 0;
+    const auto step = [&](char* to, size_t size, bool*) {
+      const size_t count = static_cast<size_t>(std::min<uint64_t>({size, c.size - given, 1000}));
+      std::fill_n(to, count, 'x');
+      given += count;
+      return count;
+    };
+    Chaine bytes;
+    std::string error;
+    EXPECT_EQ(ReadToEnd(step, 0, &bytes, &error, c.limits), c.error.empty());
+    EXPECT_EQ(error, c.error);
+    EXPECT_EQ(bytes.size(), c.error.empty() ? c.size : 0) << c.error;
+    EXPECT_LE(given, c.most_read) << c.error;
+    const bool is_file = c.size == 9000;
+    EXPECT_EQ(is_file && ReadFile(At("file"), &bytes, nullptr, c.limits), is_file && c.error.empty());
+  }
+}
+
 TEST_F(FileIO, ReplacingKeepsPermissionsAndFollowsLinks) {
   ASSERT_TRUE(StoreFile(At("target"), "a long old text"));
   const auto mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;

@@ -145,7 +145,7 @@ OBJECTS = [
     ("UTF-16", '{"adherent.nom": "Ł"}'.encode("utf-16"), {NAME: "Ł"}),
     ("no object", "[1]", "it is no JSON object"),
     ("a list of lists", '{"adherent.nom": [["A"]]}', "a list holds a list"),
-    ("broken off", '{"adherent.nom": "A"', "it is no JSON at character"),
+    ("broken off", '{"adherent.nom": "A"', "line 1, column 21: it is no JSON: unexpected end of input"),
     ("too deep", '{"a":' * 5000, "objects stand too deep in one another"),
     ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" takes it'),
 ]

@@ -27,6 +27,7 @@ namespace {
 constexpr size_t kRowsAtOnce = 8;
 constexpr unsigned kMostJobs = 256;
 constexpr const char* kDefaultName = "{row}.pdf";
+constexpr const char* kRowKey = "row";  // of the name: the row's number
 constexpr size_t kRowDigits = 6;
 constexpr size_t kMostUnused = 1000;
 
@@ -58,6 +59,7 @@ class BatchRun {
   int Run();
 
  private:
+  bool HasNameColumns(const std::vector<std::string>& names);
   bool MakeWhole(Console& console);
   bool PrepareFolder();
   void CheckColumns(const Row& row);
@@ -87,6 +89,7 @@ class BatchRun {
 
 bool BatchRun::Prepare() {
   Console form_console(options_.file);
+  if (!KeepsInputs(options_.report, {options_.data, options_.file, options_.maps}, console_)) return false;
   if (!OpenFormWithFields(options_.file, options_.password, form_, form_console, options_.recover)) return false;
   if (!MakeWhole(form_console)) return false;
   if (!plan_.Make(options_, form_, form_console)) return false;
@@ -104,6 +107,7 @@ bool BatchRun::Prepare() {
     console_.Fail("no column of it feeds a field of the form");
     return false;
   }
+  if (reader_->Header() != nullptr && !HasNameColumns(*reader_->Header())) return false;
   // The form's own oddities are said once, not for each row.
   form_console.WarnAll(form_.Diagnostics());
   form_console.Finish();
@@ -113,6 +117,16 @@ bool BatchRun::Prepare() {
   }
   if (!options_.report.empty() && !report_.Open(options_.report)) return false;
   return PrepareFolder();
+}
+
+// Whether every row can have a name: false, and said, when it would take a column that is not there.
+bool BatchRun::HasNameColumns(const std::vector<std::string>& names) {
+  for (const std::string& key : pattern_.Keys()) {
+    if (key == kRowKey || std::find(names.begin(), names.end(), key) != names.end()) continue;
+    console_.Fail("--name: there is no column \"" + key + "\"");
+    return false;
+  }
+  return true;
 }
 
 // A form that was recovered from damage is written anew once, so that each row can
@@ -158,7 +172,7 @@ std::string BatchRun::NameOf(const Row& row, std::string* error) const {
   return pattern_.Make(
       [&](const std::string& key) -> const std::string* {
         const auto found = std::find(row.names->begin(), row.names->end(), key);
-        if (found == row.names->end()) return key == "row" ? &number : nullptr;
+        if (found == row.names->end()) return key == kRowKey ? &number : nullptr;
         const Cell& cell = row.cells[static_cast<size_t>(found - row.names->begin())];
         return cell.is_null ? nullptr : &cell.text;
       },

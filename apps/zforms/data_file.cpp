@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/zforms/csv_reader.h"
+#include "apps/zforms/data_kind.h"
 #include "apps/zforms/fdf.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/json_rows.h"
@@ -14,6 +15,8 @@ namespace zforms::tool {
 namespace {
 
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
+// The values of one form take no more.
+constexpr uint64_t kMostData = 256 << 20;
 constexpr const char* kSeveral = "it has more than one row; \"zforms batch\" fills a form for each";
 
 enum class Kind { kXFDF, kFDF, kJSON, kCSV };
@@ -65,13 +68,13 @@ bool ReadCSV(std::string_view text, ZXFDF* data, uint64_t* line, std::string* er
 }
 
 bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* error) {
-  const std::string_view whole = text;
   if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
+  const std::string_view whole = text;
   text = TrimBlanks(text);
   // A list of one object is as good as the object.
   if (text.starts_with('[') && text.ends_with(']')) text = TrimBlanks(text.substr(1, text.size() - 2));
   Row row;
-  if (!ReadJsonRow(text, &row, error)) {
+  if (!ReadJsonRow(text, &row, error, whole)) {
     if (text.find("\n{") != std::string_view::npos) *error += "; is it a table?  Then \"zforms batch\" takes it";
     return false;
   }
@@ -101,7 +104,8 @@ bool Read(Kind kind, const Chaine& bytes, ZXFDF* data, uint64_t* line, std::stri
 bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& console) {
   Chaine bytes;
   *line = 0;
-  if (!ReadInput(path, &bytes, console)) return false;
+  const auto look = [](std::string_view head, uint64_t) { return FaultOfData(head); };
+  if (!ReadInput(path, &bytes, console, {kMostData, look})) return false;
   std::string error;
   const Chaine text = InUTF8(bytes);
   const Kind kind = KindOf(path, text);

@@ -117,6 +117,7 @@ int ExportTable(const ExportOptions& options) {
 }  // namespace
 
 int RunExport(const ExportOptions& options) {
+  if (Console output(options.output); !KeepsInputs(options.output, options.files, output)) return kFailed;
   const bool table = options.format != "xfdf" && options.format != "fdf";
   if (table) return ExportTable(options);
   if (options.files.size() == 1) return ExportDocument(options);

@@ -9,16 +9,10 @@
 namespace zforms::tool {
 namespace {
 
-bool ReadStandardInput(Chaine* bytes) {
-  constexpr size_t kPiece = 1 << 16;
-  SetBinary(stdin);
-  size_t got = 0;
-  do {
-    const size_t before = bytes->size();
-    got = std::fread(bytes->AppendUninitialized(kPiece), 1, kPiece, stdin);
-    bytes->Truncate(before + got);
-  } while (got > 0);
-  return std::ferror(stdin) == 0;
+size_t ReadStandardInput(char* to, size_t size, bool* failed) {
+  const size_t got = std::fread(to, 1, size, stdin);
+  *failed = got == 0 && std::ferror(stdin) != 0;
+  return got;
 }
 
 }  // namespace
@@ -32,14 +26,14 @@ std::string PathText(const std::filesystem::path& path) {
   return std::string(text.begin(), text.end());
 }
 
-bool ReadInput(const std::string& path, Chaine* bytes, Console& console) {
-  if (path == kStandardStream) {
-    if (ReadStandardInput(bytes)) return true;
-    console.Fail("standard input cannot be read");
-    return false;
-  }
+bool ReadInput(const std::string& path, Chaine* bytes, Console& console, const ReadLimits& limits) {
   std::string error;
-  if (ReadFile(path, bytes, &error)) return true;
+  if (path == kStandardStream) {
+    SetBinary(stdin);
+    if (ReadToEnd(ReadStandardInput, 0, bytes, &error, limits)) return true;
+  } else if (ReadFile(path, bytes, &error, limits)) {
+    return true;
+  }
   console.Fail(error);
   return false;
 }
@@ -61,6 +55,15 @@ bool IsSameFile(const std::string& a, const std::string& b) {
   if (a == kStandardStream || b == kStandardStream) return false;
   std::error_code ignored;
   return std::filesystem::equivalent(FilePath(a), FilePath(b), ignored);
+}
+
+bool KeepsInputs(const std::string& output, const std::vector<std::string>& inputs, Console& console) {
+  for (const std::string& input : inputs) {
+    if (!IsSameFile(output, input)) continue;
+    console.Fail("\"" + output + "\" would be written over: it is what is read");
+    return false;
+  }
+  return true;
 }
 
 bool Print(std::string_view text) {

@@ -3,9 +3,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "apps/zforms/console.h"
 #include "platform/chaine.h"
+#include "platform/file_io.h"
 
 namespace zforms::tool {
 
@@ -13,7 +15,7 @@ namespace zforms::tool {
 inline constexpr std::string_view kStandardStream = "-";
 
 // The bytes of a file, or of standard input. False, and said, when it cannot be read.
-bool ReadInput(const std::string& path, Chaine* bytes, Console& console);
+bool ReadInput(const std::string& path, Chaine* bytes, Console& console, const ReadLimits& limits = {});
 
 // Writes the bytes to standard output or beside the target, then moves them over
 // it, so that nobody sees half a file. False, and said, when that fails.
@@ -28,6 +30,9 @@ std::FILE* OpenToRead(const std::string& path);
 
 // Whether both paths lead to one file that exists.
 bool IsSameFile(const std::string& a, const std::string& b);
+
+// False, and said, when the output is one of the files that are read and are to stay.
+bool KeepsInputs(const std::string& output, const std::vector<std::string>& inputs, Console& console);
 
 // Writes text to standard output; false when it does not take it all.
 bool Print(std::string_view text);

@@ -28,6 +28,7 @@ int RunFill(const FillOptions& options) {
     console.Fail("the form and the data cannot both come from standard input");
     return console.Finish();
   }
+  if (!KeepsInputs(options.output, {options.data}, console)) return console.Finish();
   ZAcroForm form;
   ZXFDF data;
   uint64_t line = 0;

@@ -1,6 +1,8 @@
 #include "apps/zforms/json_rows.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 
@@ -59,12 +61,18 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
     // Nothing is chosen.
     return list_started_ || AddText(std::string());
   }
-  bool parse_error(size_t at, const std::string&, const nlohmann::detail::exception&) override {
-    return Fail("it is no JSON at character " + std::to_string(at));
+  bool parse_error(size_t at, const std::string&, const nlohmann::detail::exception& fault) override {
+    fault_at_ = at == 0 ? 0 : at - 1;
+    // Before it stand names of that library, and the place.
+    const std::string_view text = fault.what();
+    const size_t dash = text.find(" - ");
+    return Fail("it is no JSON" + (dash == text.npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
   }
 
   std::vector<std::string> TakeNames() { return std::move(names_); }
   const std::string& Error() const { return error_; }
+  // The byte where it is no JSON; nothing for any other fault.
+  const std::optional<size_t>& FaultAt() const { return fault_at_; }
 
  private:
   bool Fail(std::string error) {
@@ -97,7 +105,16 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   bool in_list_ = false;
   bool list_started_ = false;
   std::string error_;
+  std::optional<size_t> fault_at_;
 };
+
+// Where the text ends, the column in characters.
+std::string PlaceOf(std::string_view text, bool is_line) {
+  const std::string_view line = text.substr(text.rfind('\n') + 1);
+  const auto column = 1 + std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; });
+  const auto number = 1 + std::count(text.begin(), text.end(), '\n');
+  return (is_line ? "" : "line " + std::to_string(number) + ", ") + "column " + std::to_string(column) + ": ";
+}
 
 // Of members with one name the last counts, as in most readers of JSON.
 void KeepLastOfName(std::vector<std::string>* names, std::vector<Cell>* cells) {
@@ -119,10 +136,14 @@ void KeepLastOfName(std::vector<std::string>* names, std::vector<Cell>* cells) {
 
 }  // namespace
 
-bool ReadJsonRow(std::string_view text, Row* row, std::string* error) {
+bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole) {
   RowBuilder builder(row);
   if (!Json::sax_parse(text.begin(), text.end(), &builder)) {
     *error = builder.Error();
+    if (!builder.FaultAt()) return false;
+    const bool is_line = whole.empty();
+    const size_t begin = is_line || text.empty() ? 0 : static_cast<size_t>(text.data() - whole.data());
+    *error = PlaceOf((is_line ? text : whole).substr(0, begin + *builder.FaultAt()), is_line) + *error;
     return false;
   }
   std::vector<std::string> names = builder.TakeNames();

@@ -9,6 +9,7 @@
 #include "apps/zforms/common_options.h"
 #include "apps/zforms/console.h"
 #include "apps/zforms/server_commands.h"
+#include "apps/zforms/usage_error.h"
 
 namespace zforms::tool {
 namespace {
@@ -284,13 +285,8 @@ int Main(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
-    const auto is_named = [&](const CLI::App* command) { return command->get_name() == argv[1]; };
-    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(is_named).empty()) {
-      std::fprintf(stderr, "zforms: there is no command \"%s\"\nRun \"zforms --help\" for how it is used.\n",
-                   Printable(argv[1]).c_str());
-      return kFailed;
-    }
-    std::fprintf(stderr, "zforms: %s\nRun \"zforms --help\" for how it is used.\n", error.what());
+    const std::string fault = DescribeUsageError(app, argc, argv, error);
+    std::fprintf(stderr, "zforms: %s\nRun \"zforms --help\" for how it is used.\n", Printable(fault).c_str());
     return kFailed;
   }
   return command_line.Run();

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "apps/zforms/csv_reader.h"
+#include "apps/zforms/data_kind.h"
 #include "apps/zforms/json_rows.h"
 #include "platform/chaine.h"
 
@@ -18,8 +19,10 @@ std::unique_ptr<RowReader> OpenRows(const std::string& path, std::string* error)
     return nullptr;
   }
   const std::string_view head = source.Look(kLooked);
+  *error = source.Failure().empty() ? FaultOfData(head.substr(0, kLooked)) : source.Failure();
+  if (!error->empty()) return nullptr;
   const std::string_view text = TrimBlanks(head.starts_with("\xEF\xBB\xBF") ? head.substr(3) : head);
-  if (text.starts_with('<') || text.starts_with("%PDF") || text.starts_with("%FDF")) {
+  if (text.starts_with('<') || text.starts_with("%FDF")) {
     *error = "it is no table";
     return nullptr;
   }

@@ -148,6 +148,10 @@ bool MakePlan(const ServeOptions& options, Plan* plan) {
 // False when there is nothing to serve.
 bool CheckTemplates(const std::string& folder) {
   const ZTemplateStorage storage{Chaine(folder)};
+  if (std::error_code error; !std::filesystem::is_directory(FilePath(folder), error)) {
+    Console(folder).Fail(std::filesystem::exists(FilePath(folder), error) ? "is no folder" : "there is no such folder");
+    return false;
+  }
   const PTableau<Chaine> codes = storage.Codes();
   for (const Chaine& code : codes) {
     Console console(code.ToString() + ".pdf");

@@ -121,8 +121,8 @@ int RunSubmit(const SubmitOptions& options) {
 
   Chaine pdf;
   ZAcroFormServerForm form;
-  const bool got =
-      is_file ? ReadInput(options.target, &pdf, console) : Ask(url, Chaine(), options.timeout, &pdf, console);
+  const bool got = is_file ? ReadInput(options.target, &pdf, console, ZPDFParser::InputLimits(false))
+                           : Ask(url, Chaine(), options.timeout, &pdf, console);
   if (!got || !LoadForm(pdf, form, console)) return console.Finish();
   const std::string mode = ModeOf(form);
   const ZAcroFormField* const button = ShownButton(form, mode == "modify" ? ZDocument::eModify : ZDocument::eConsult);

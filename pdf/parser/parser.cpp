@@ -16,6 +16,8 @@
 namespace zforms {
 namespace {
 
+constexpr const char* kNoHeader = "not a PDF file: it does not begin with \"%PDF-\"";
+
 constexpr uint32_t kFirstNumberOfEmptyDocument = 1000;
 // Loading objects may make the parser look at so many times the file's bytes; those
 // of a sound file do not overlap.
@@ -117,10 +119,18 @@ bool ZPDFParser::Fail(std::string_view reason) {
   return false;
 }
 
+ReadLimits ZPDFParser::InputLimits(bool recover) {
+  const auto look = [recover](std::string_view head, uint64_t size) -> std::string {
+    if (recover && (size > 0 || head.find("%PDF-") != head.npos || head.find(" obj") != head.npos)) return {};
+    return head.starts_with("%PDF-") ? std::string() : kNoHeader;
+  };
+  return {UINT32_MAX, look};
+}
+
 bool ZPDFParser::Read(const Chaine& path_name, const Chaine& user_password) {
   Chaine bytes;
   std::string error;
-  const bool found = ReadFile(path_name, &bytes, &error);
+  const bool found = ReadFile(path_name, &bytes, &error, InputLimits(recovery_));
   path_name_ = path_name;
   if (found) return ReadFromRaw(bytes, user_password);
   Clean();
@@ -149,7 +159,7 @@ void ZPDFParser::SetBudgets() {
 bool ZPDFParser::Analyze() {
   const std::string_view file = raw_data_;
   if (file.size() > UINT32_MAX) return Fail("the file is larger than 4 GB");
-  if (!file.starts_with("%PDF-")) return Fail("not a PDF file: it does not begin with \"%PDF-\"");
+  if (!file.starts_with("%PDF-")) return Fail(kNoHeader);
   if (file.find_first_of("\r\n", 1) == std::string_view::npos) return Fail("the header line does not end");
   const size_t eof = file.rfind("%%EOF");
   if (eof == std::string_view::npos) return Fail("the file is cut short: \"%%EOF\" is missing");

@@ -10,6 +10,7 @@
 #include "pdf/parser/locations.h"
 #include "pdf/parser/tokenized_string.h"
 #include "platform/diagnostics.h"
+#include "platform/file_io.h"
 
 namespace zforms {
 
@@ -46,6 +47,11 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // whose password is wrong is read all the same: see CanBeDecrypted.
   bool Read(const Chaine& path_name, const Chaine& user_password);
   bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
+
+  // What is to be read of an input for ReadFromRaw: no more than 4 GB, and only the
+  // first 4 KB where these hold no header. To be recovered, a file of known size needs
+  // none, and another may have the beginning of an object there instead.
+  static ReadLimits InputLimits(bool recover);
 
   // From now on a damaged file is recovered when it is read: records that do not lead
   // to their object are put right by a scan of the file. Tables that cannot be read, in
