@@ -8,6 +8,7 @@
 #include "acroform/node_access.h"
 #include "acroform/page_fields.h"
 #include "pdf/crypt/encryption.h"
+#include "pdf/crypt/encryption_method.h"
 #include "pdf/crypt/md5.h"
 #include "pdf/parser/parser.h"
 #include "pdf/string_node.h"
@@ -38,13 +39,6 @@ Map Flatten(Collection& fields, bool with_submit_buttons) {
     return true;
   });
   return map;
-}
-
-Chaine RefusalReason(const ZPDFEncryption& encryption) {
-  const bool known = encryption.Filter() == "/Standard" &&
-                     (encryption.AlgorithmCode() == 1 || encryption.AlgorithmCode() == 2) &&
-                     encryption.IsKeyLengthSupported();
-  return known ? "the password does not open the document" : "the document is encrypted by a method that is not read";
 }
 
 }  // namespace
@@ -127,7 +121,7 @@ bool ZAcroForm::FailLoad(const ZPDFParser& parser, const Chaine& reason) {
 
 bool ZAcroForm::Adopt(std::unique_ptr<ZPDFParser> parser) {
   const ZPDFEncryption* encryption = parser->Encryption();
-  if (encryption != nullptr && !encryption->CanBeDecrypted()) return FailLoad(*parser, RefusalReason(*encryption));
+  if (encryption != nullptr && !encryption->CanBeDecrypted()) return FailLoad(*parser, EncryptionRefusal(*encryption));
   path_name_ = parser->PathName();
   raw_data_ = parser->RawData();
   xref_offset_ = parser->XRefOffset();
@@ -271,6 +265,12 @@ void ZAcroForm::SetStandardUserFlags(uint32_t flags) {
     encryption_save_.reset(ZPDFEncryption::CreateStandard(parser_->IDOriginal(), parser_->UserPassword(), Chaine()));
   }
   encryption_save_->SetStandardFlags(flags);
+}
+
+void ZAcroForm::SetPasswords(const Chaine& user, const Chaine& owner) {
+  if (EncryptionSave() == nullptr) return;
+  if (encryption_save_ == nullptr) encryption_save_ = std::make_unique<ZPDFEncryption>(*encryption_load_);
+  encryption_save_->SetPasswords(user, owner);
 }
 
 // An encrypted document must have "/ID", which enters its key (ISO 32000-1 7.5.5).

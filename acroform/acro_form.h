@@ -142,6 +142,9 @@ class ZFORMS_API ZAcroForm {
   // Setting others makes the next save a full one.
   uint32_t StandardUserFlags() const;
   void SetStandardUserFlags(uint32_t flags);
+  // The passwords, in its encoding, with which an encrypted document is saved; makes the next save a full one. An empty
+  // owner password stands for the user's.
+  void SetPasswords(const Chaine& user, const Chaine& owner);
   // The security handler that the document was read with, and the one that it is
   // saved with; null for none. Owned here.
   const ZPDFEncryption* EncryptionLoad() const { return encryption_load_.get(); }

@@ -44,6 +44,8 @@ void ZAcroFormServer::SetXFDFHandler(ZAcroFormServerXFDFHandler* handler, bool o
   SetPageHandler(ZInetURL(handler->RootURL()), handler, own);
 }
 
+void ZAcroFormServer::PrepareTemplate(ZAcroForm&) const {}
+
 // --- the folder and the addresses ---
 
 void ZAcroFormServer::SetCurrentFolder(uint64_t folder, int32_t exercice) {

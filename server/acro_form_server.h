@@ -82,6 +82,10 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   bool ShowXFDF(const ZXFDF& xfdf, bool external) const;
   bool ShowXFDF(const ZXFDF& xfdf, ZDocument::Status status, bool external) const;
 
+  // Told of each template when it is loaded, before it is filled and handed out; on any
+  // thread. A host may take away what readers would show instead of the fields. Does nothing.
+  virtual void PrepareTemplate(ZAcroForm& form) const;
+
   // A builder for the code; null when its template cannot be read.
   ZCountedPtr<XFDFBuilder> GetXFDFBuilder(const Chaine& code) const;
 

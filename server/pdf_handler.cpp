@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "filling/checked_filler.h"
+#include "pdf/parser/parser.h"
 #include "platform/file_io.h"
 #include "platform/inet_stream.h"
 #include "platform/mail.h"
@@ -99,11 +100,13 @@ bool ZAcroFormServerPDFHandler::LoadTemplate(const Chaine& path, ZAcroForm* form
   Chaine bytes;
   if (path.IsEmpty() || !StampOfFile(path, &stamp)) return false;
   if (!cache_->Find(key, stamp, &bytes)) {
-    if (!ReadFile(path, &bytes)) return false;
+    if (!ReadFile(path, &bytes, nullptr, ZPDFParser::InputLimits(false))) return false;
     cache_->Keep(key, stamp, bytes);
   }
   ZInetChaineIStream in(bytes);
-  return form->Load(in, Chaine());
+  if (!form->Load(in, Chaine())) return false;
+  server_->PrepareTemplate(*form);
+  return true;
 }
 
 void ZAcroFormServerPDFHandler::SetSubmitURLs(const Chaine& code, ZAcroFormServerForm* form) const {

@@ -250,21 +250,34 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
   EXPECT_EQ(form.Diagnostics().Failure(), "no document is loaded");
   form = Loaded(FormText().Fields("<</T(a)>>").Bytes());
   const Field* field = form.Fields()["a"];
-  const std::pair<Chaine, const char*> cases[] = {
-      {"", "not a PDF file: it does not begin with \"%PDF-\""},
-      {secret, "the password does not open the document"},
-      {PdfText()
-           .Header()
-           .Object(1, "<<>>")
-           .Object(2, "<</Filter/Standard/V 4/R 4>>")
-           .Xref()
-           .Trailer("/Root 1 0 R/Encrypt 2 0 R")
-           .Bytes(),
-       "the document is encrypted by a method that is not read"},
+  const auto encrypted_by = [](const std::string& entries) {
+    const std::string dictionary = "<</Filter/Standard" + entries + ">>";
+    return PdfText()
+        .Header()
+        .Object(1, "<<>>")
+        .Object(2, dictionary)
+        .Xref()
+        .Trailer("/Root 1 0 R/Encrypt 2 0 R")
+        .Bytes();
   };
-  for (const auto& [bytes, reason] : cases) {
+  const Chaine not_read = "the document is encrypted by a method that is not read: ";
+  const struct {
+    Chaine bytes;
+    const char* password;
+    Chaine reason;
+  } cases[] = {
+      {"", "", "not a PDF file: it does not begin with \"%PDF-\""},
+      {secret, "wrong", "the password does not open the document"},
+      {encrypted_by("/V 2/R 3/Length 128"), "", "the document opens with a password, and none was given"},
+      {encrypted_by("/V 2/R 3/Length 256"), "", not_read + "RC4, 256 bits"},
+      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/AESV2>>>>"), "wrong", not_read + "AES, 128 bits"},
+      {encrypted_by("/V 5/R 6/StmF/Identity/StrF/F/CF<</F<</CFM/AESV3>>>>"), "", not_read + "AES, 256 bits"},
+      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/V2>>>>"), "", not_read + "RC4 by crypt filters"},
+      {encrypted_by("/V 3/R 3"), "", not_read + "algorithm 3"},
+  };
+  for (const auto& [bytes, password, reason] : cases) {
     ZInetChaineIStream in(bytes);
-    EXPECT_FALSE(form.Load(in, "wrong"));
+    EXPECT_FALSE(form.Load(in, password));
     EXPECT_EQ(form.Diagnostics().Failure(), reason);
     EXPECT_EQ(form.Fields()["a"], field);
   }

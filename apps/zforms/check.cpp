@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <map>
 
 #include "acroform/action.h"
+#include "acroform/change_rules.h"
 #include "acroform/field.h"
 #include "apps/zforms/commands.h"
 #include "apps/zforms/field_report.h"
@@ -9,6 +11,7 @@
 #include "apps/zforms/page_index.h"
 #include "pdf/array_node.h"
 #include "pdf/crypt/encryption.h"
+#include "pdf/crypt/encryption_method.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/parser/parser.h"
 #include "platform/text.h"
@@ -35,12 +38,26 @@ std::string Count(size_t count, const char* thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-std::string KindText(const ZAcroForm& form) {
+std::string KindText(const ZAcroForm& form, ZAcroFormChangeRules::XFA xfa) {
   std::string kind = form.IsValid() ? "PDF form" : "PDF document without a form";
+  if (xfa == ZAcroFormChangeRules::XFA::kAlone) kind += " of XFA alone, without fields";
   if (form.Parser()->IsLinearized()) kind += ", linearized";
-  const ZPDFNodeDictionary* acro_form = form.Parser()->AcroForm();
-  if (acro_form != nullptr && acro_form->Exist("/XFA")) kind += ", with an XFA form beside it";
+  if (xfa == ZAcroFormChangeRules::XFA::kBeside) kind += ", with an XFA form beside it";
   return kind;
+}
+
+// What stands in the way of changes.
+void AddRules(const ZAcroFormChangeRules& rules, const std::vector<FieldReport>& fields, Summary* summary) {
+  const auto count = std::count_if(fields.begin(), fields.end(), [](const auto& field) { return field.type == "sig"; });
+  if (count > 0) {
+    const std::string of_fields = Count(static_cast<size_t>(count), "field");
+    summary->Line("signatures", std::to_string(rules.Signatures().size()) + " in " + of_fields + " for them");
+  }
+  for (const ZAcroFormSignature& signature : rules.Signatures()) {
+    summary->Line("", "\"" + signature.field.ToString() + "\" " + signature.Describe().ToString());
+  }
+  if (rules.HasUsageRights()) summary->Line("usage rights", "they end with the first change");
+  if (rules.PermissionsForbidFilling()) summary->Line("permissions", "forbid filling in fields");
 }
 
 std::string SectionsText(const ZPDFParser& parser) {
@@ -51,9 +68,8 @@ std::string SectionsText(const ZPDFParser& parser) {
 
 std::string EncryptionText(const ZPDFEncryption* encryption) {
   if (encryption == nullptr) return "none";
-  return "RC4, " + std::to_string(encryption->KeyLength()) + " bits, revision " +
-         std::to_string(encryption->StandardRevision()) + ", permission flags " +
-         std::to_string(static_cast<int32_t>(encryption->StandardFlags()));
+  return EncryptionMethod(*encryption).ToString() + ", revision " + std::to_string(encryption->StandardRevision()) +
+         ", permission flags " + std::to_string(static_cast<int32_t>(encryption->StandardFlags()));
 }
 
 std::string FieldsText(const std::vector<FieldReport>& fields) {
@@ -161,7 +177,8 @@ int RunCheck(const CheckOptions& options) {
   Summary summary;
   const size_t objects = LoadAll(parser);
   const std::vector<FieldReport> fields = ReportFields(form);
-  summary.Line("kind", KindText(form));
+  const ZAcroFormChangeRules rules(form);
+  summary.Line("kind", KindText(form, rules.GetXFA()));
   summary.Line("version", parser.PDFVersion().ToString());
   summary.Line("size", Count(parser.RawData().size(), "byte"));
   summary.Line("encryption", EncryptionText(form.EncryptionLoad()));
@@ -170,6 +187,7 @@ int RunCheck(const CheckOptions& options) {
   summary.Line("fields", FieldsText(fields));
   summary.Line("submit buttons", std::to_string(form.SubmitFormButtonCount()));
   for (unsigned i = 0; i < form.SubmitFormButtonCount(); i++) summary.Line("", SubmitText(form.SubmitFormButton(i)));
+  AddRules(rules, fields, &summary);
   if (!Print(Printable(options.file) + "\n" + summary.Text())) console.Fail("standard output cannot be written");
   CheckDocument(parser, console);
   CheckFields(fields, console);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <string>
 
 namespace zforms::tool {
@@ -15,10 +16,26 @@ inline void AddPassword(CLI::App* command, std::string* password) {
   command->add_option("--password", *password, "The user password that opens an encrypted file.");
 }
 
+inline void AddForce(CLI::App* command, bool* force) {
+  command->add_flag("--force", *force,
+                    "Make changes that a signature or a certification forbids; what is signed does not hold then.");
+}
+
 inline void AddRecover(CLI::App* command, bool* recover) {
   command->add_flag("--recover", *recover,
                     "Read a damaged file as well: what its cross-reference table does not tell is found by a scan of "
                     "the file, and what was done is said. It is then saved anew, not updated.");
+}
+
+// The number of a port, which an option takes from 0 or from 1.
+inline CLI::Validator PortFrom(unsigned least) {
+  const auto check = [least](const std::string& text) {
+    unsigned port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    const bool is_port = error == std::errc() && end == text.data() + text.size() && port >= least && port <= 65535;
+    return is_port ? "" : "a port is a number from " + std::to_string(least) + " to 65535, not \"" + text + "\"";
+  };
+  return {check, "PORT"};
 }
 
 }  // namespace zforms::tool

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "acroform/action.h"
+#include "acroform/change_rules.h"
 #include "apps/zforms/console.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
@@ -10,6 +11,7 @@
 #include "apps/zforms/template_check.h"
 #include "pdf/array_node.h"
 #include "pdf/crypt/encrypter.h"
+#include "pdf/crypt/encryption.h"
 #include "pdf/crypt/md5.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/indirect_object.h"
@@ -33,8 +35,8 @@ constexpr int kButtonHeight = 22;
 // Of pages; what is deeper is no tree.
 constexpr int kDeepestTree = 100;
 
-void Say(const std::string& what) {
-  const std::string line = "added: " + Printable(what) + "\n";
+void Say(const std::string& what, const char* done = "added") {
+  const std::string line = std::string(done) + ": " + Printable(what) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -208,13 +210,29 @@ class Importer {
   ZPDFParser& parser_;
 };
 
+// The server gives no password; whoever has the one that was given stays the document's owner.
+void OpenWithoutPassword(ZAcroForm& form) {
+  const ZPDFEncryption* const encryption = form.EncryptionLoad();
+  if (encryption == nullptr || encryption->UserPassword().IsEmpty()) return;
+  form.SetPasswords(Chaine(), encryption->UserPassword());
+  Say("an empty user password, with which the server opens it; the one given is the owner's now");
+}
+
 }  // namespace
 
 int RunImport(const ImportOptions& options) {
   Console console(options.file);
   ZAcroFormServerForm form;
-  if (!OpenFormWithFields(options.file, std::string(), form, console, options.recover)) return console.Finish();
+  if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
+  const Chaine forbids = ZAcroFormChangeRules(form).FaultOfDesigning();
+  if (!forbids.IsEmpty() && !options.force) {
+    console.Fail(forbids.ToString() + "; --force changes it all the same");
+    return console.Finish();
+  }
   Importer(form).Mend();
+  if (!ZAcroFormChangeRules::DropXFA(form).empty()) Say("the XFA form, which readers would show instead", "removed");
+  if (!ZAcroFormChangeRules::DropUsageRights(form).empty()) Say("usage rights, which end with a change", "removed");
+  OpenWithoutPassword(form);
   const bool is_classic = !form.Parser()->HasXRefStreams();
   Chaine bytes;
   ZInetChaineOStream out(bytes);

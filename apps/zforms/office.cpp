@@ -5,6 +5,7 @@
 #include <random>
 #include <utility>
 
+#include "acroform/change_rules.h"
 #include "apps/zforms/opening_page.h"
 #include "apps/zforms/reader_page.h"
 #include "apps/zforms/store_outcome.h"
@@ -137,6 +138,12 @@ class Office::OfficeServer : public ZAcroFormServer {
     SetRequestLog([log](const sRequestInfos& infos) { log->Request(infos); });
   }
   ~OfficeServer() override { Stop(); }
+
+  // What is served is changed and filled, which the XFA form does not follow and usage rights do not outlast.
+  void PrepareTemplate(ZAcroForm& form) const override {
+    ZAcroFormChangeRules::DropXFA(form);
+    ZAcroFormChangeRules::DropUsageRights(form);
+  }
 
   void NotifyIntrusion(const sIntrusionInfos& infos) override {
     if (infos.path == "/favicon.ico") return;

@@ -1,6 +1,8 @@
 #include "apps/zforms/open_form.h"
 
+#include "acroform/change_rules.h"
 #include "apps/zforms/files.h"
+#include "pdf/parser/parser.h"
 #include "platform/inet_stream.h"
 #include "platform/text.h"
 
@@ -18,7 +20,7 @@ bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& f
   form.SetPageFields(true);
   Chaine bytes;
   const bool is_stream = file == kStandardStream;
-  if (is_stream && !ReadInput(file, &bytes, console)) return false;
+  if (is_stream && !ReadInput(file, &bytes, console, ZPDFParser::InputLimits(recover))) return false;
   for (const Chaine& form_of_it : PasswordForms(password)) {
     ZInetChaineIStream stream(bytes);
     if (is_stream ? form.Load(stream, form_of_it) : form.Load(Chaine(file), form_of_it)) return true;
@@ -30,8 +32,13 @@ bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& f
 bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
                         bool recover) {
   if (!OpenForm(file, password, form, console, recover)) return false;
-  if (form.IsValid()) return true;
-  console.Fail("the document has no form");
+  if (!form.IsValid()) {
+    console.Fail("the document has no form");
+  } else if (ZAcroFormChangeRules::XFAOf(form) == ZAcroFormChangeRules::XFA::kAlone) {
+    console.Fail("the form is one of XFA alone: it has no fields that can be read or filled");
+  } else {
+    return true;
+  }
   return false;
 }
 

@@ -39,7 +39,8 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
   command->add_option("--reader", options->reader,
                       "The folder of the page that shows forms in a browser; \"../share/zforms/reader\" beside this "
                       "program if not said.");
-  command->add_option("--port", options->port, "The port on localhost; 8080 if not said, 0 for a free one.");
+  command->add_option("--port", options->port, "The port on localhost; 8080 if not said, 0 for a free one.")
+      ->check(PortFrom(0));
   command->add_option("--app", options->app, "The short name of the application; \"zforms\" if not said.");
   command->add_option("--folder", options->folder, "The number of the folder that forms are opened in; 1 if not said.");
   command->add_option(
@@ -62,7 +63,9 @@ void AddImport(CLI::App& app, std::function<int()>* run) {
                           "  zforms import form.pdf -o forms/F1.pdf", options, RunImport, run);
   AddFile(command, &options->file);
   command->add_option("-o,--output", options->output, "Where the form goes: a file, or \"-\".")->required();
+  AddPassword(command, &options->password);
   AddRecover(command, &options->recover);
+  AddForce(command, &options->force);
 }
 
 void AddSubmissions(CLI::App& app, std::function<int()>* run) {
@@ -102,7 +105,7 @@ void AddSubmit(CLI::App& app, std::function<int()>* run) {
       ->add_option("FORM", options->target,
                    "The code of a form that the server on --port is to open, a URL, or a file that -o has written.")
       ->required();
-  command->add_option("--port", options->port, "The server's port.")->capture_default_str();
+  command->add_option("--port", options->port, "The server's port.")->check(PortFrom(1))->capture_default_str();
   command->add_option("--set", options->set, "NAME=VALUE of a field; may be given again.");
   command->add_option("-o,--output", options->output, "Where the form goes that comes back.");
   command->add_option("--timeout", options->timeout, "How many seconds to wait for each answer.")

@@ -31,7 +31,9 @@ int RunServe(const ServeOptions& options);
 struct ImportOptions {
   std::string file;
   std::string output;
+  std::string password;
   bool recover = false;
+  bool force = false;
 };
 int RunImport(const ImportOptions& options);
 

@@ -3,6 +3,8 @@
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
 #include "pdf/crypt/encrypter.h"
+#include "pdf/crypt/encryption.h"
+#include "pdf/crypt/encryption_method.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/indirect_object.h"
 #include "pdf/parser/parser.h"
@@ -85,7 +87,7 @@ int RunShow(const ShowOptions& options) {
   Chaine bytes;
   ZPDFParser parser;
   parser.SetRecovery(options.recover);
-  if (!ReadInput(options.file, &bytes, console)) return console.Finish();
+  if (!ReadInput(options.file, &bytes, console, ZPDFParser::InputLimits(options.recover))) return console.Finish();
   for (const Chaine& password : PasswordForms(options.password)) {
     if (!parser.ReadFromRaw(bytes, password)) {
       console.Fail(parser.Diagnostics().Failure());
@@ -98,7 +100,7 @@ int RunShow(const ShowOptions& options) {
     return PrintResult(TextOf(*parser.TrailerDico()), console);
   }
   if (!parser.CanBeDecrypted()) {
-    console.Fail("it is encrypted and the password does not open it");
+    console.Fail(EncryptionRefusal(*parser.Encryption()));
     return console.Finish();
   }
   return ShowObject(parser, options, console);

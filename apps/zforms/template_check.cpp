@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "acroform/action.h"
+#include "acroform/change_rules.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/parser/parser.h"
 #include "server/server_form.h"
@@ -59,6 +60,17 @@ void CheckNames(const ZAcroFormServerForm& form, std::vector<std::string>* fault
   }
 }
 
+void CheckRules(const ZAcroFormChangeRules& rules, std::vector<std::string>* faults) {
+  if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kAlone) {
+    faults->emplace_back("is a form of XFA alone: it has no fields to fill in");
+  } else if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kBeside) {
+    faults->emplace_back("has an XFA form beside its fields: it is left out of what is served");
+  }
+  if (rules.HasUsageRights()) faults->emplace_back("has usage rights (\"/UR3\"): they are left out of what is served");
+  if (rules.IsSigned()) faults->emplace_back("is signed: its signatures do not hold in what is served");
+  if (rules.PermissionsForbidFilling()) faults->emplace_back("has permissions that forbid filling in fields");
+}
+
 }  // namespace
 
 std::vector<std::string> CheckTemplate(const Chaine& path) {
@@ -88,9 +100,7 @@ std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
     faults.push_back("has " + std::to_string(count) + (count == 1 ? " field" : " fields") +
                      " on its pages that the form does not list (\"/Fields\"): some readers do not submit them");
   }
-  if (form.Parser()->AcroForm() != nullptr && form.Parser()->AcroForm()->Exist("/XFA")) {
-    faults.emplace_back("has an XFA form as well: readers that know it show it instead, with other values");
-  }
+  CheckRules(ZAcroFormChangeRules(form), &faults);
   return faults;
 }
 
