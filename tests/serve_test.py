@@ -21,6 +21,8 @@ import threading
 import time
 from xml.sax.saxutils import escape
 
+from tool_case import page_fields
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TOOL = os.environ.get("ZFORMS_TOOL", str(ROOT / "build/dev/bin/zforms"))
 SAVE = "/App/xfdf/save.cgi?code=membership_form"
@@ -271,6 +273,22 @@ def templates_are_checked(folder):
     expect(done.returncode == 2 and b"there are no forms" in done.stderr, f"an empty folder: {done.stderr}")
 
 
+def fields_of_pages_alone(folder):
+    (folder / "templates").mkdir()
+    page_fields(folder / "templates/pages.pdf")
+    with Server(folder, templates=folder / "templates") as server:
+        filled = server.open_form("pages")
+        for name, value in (("ville", "Sète"), ("choix", "trois")):
+            filled = filled.replace(f'"{name}"/>', f'"{name}"><value>{value}</value></field>')
+        status, _, pdf = server.ask("POST", SAVE.replace("membership_form", "pages"), filled.encode())
+        expect(status == 200, f"saving a form with fields of pages alone: {status}")
+        done = subprocess.run([TOOL, "export", check_pdf(folder, pdf, "pages"), "--format", "json", "--all"],
+                              capture_output=True, timeout=30)
+        values = json.loads(done.stdout or b"{}")
+        expect((values.get("adresse.ville"), values.get("choix")) == ("Sète", "trois"), f"what comes back: {values}")
+    expect("3 fields on its pages that the form does not list" in (folder / "log").read_text(), "the check says so")
+
+
 def without_the_page_for_browsers(folder):
     with Server(folder, "--reader", str(folder / "none")) as server:
         expect("Forms are not shown in the browser" in server.started, f"it is not said: {server.started}")
@@ -493,8 +511,8 @@ def who_does_not_answer(folder):
 
 
 def main():
-    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, without_the_page_for_browsers,
-             a_store_that_fails, refused_at_the_start, imported, by_the_tool, the_year_stays, forms_expire,
+    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, fields_of_pages_alone,
+             without_the_page_for_browsers, a_store_that_fails, refused_at_the_start, imported, by_the_tool, the_year_stays, forms_expire,
              who_does_not_answer,
              *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
              lambda folder: ended_under_load(folder, signal.SIGTERM)]

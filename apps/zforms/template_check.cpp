@@ -55,7 +55,7 @@ void CheckNames(const ZAcroFormServerForm& form, std::vector<std::string>* fault
     const auto named = std::count_if(same.begin(), same.end(), [](const auto* field) { return field->HasName(); });
     if (named > 1) {
       faults->push_back(std::to_string(named) + " fields are named \"" + same[0]->FullNameUTF8().ToString() +
-                        "\": a value goes to one of them alone");
+                        "\": all of them get its value");
     }
   }
 }
