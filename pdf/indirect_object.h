@@ -49,6 +49,7 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
 
  private:
   friend class ZPDFNode;
+  friend class ZPDFParser;  // which numbers objects anew
   ZPDFNodeIndirectObject(Parsed, const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
                          IPDFObjectProvider* provider)
       : ZPDFNodeIndirectObject(encryption, id, provider) {}

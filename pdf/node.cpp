@@ -10,7 +10,6 @@
 #include "pdf/indirect_object.h"
 #include "pdf/numeric_node.h"
 #include "pdf/object_provider.h"
-#include "pdf/object_table.h"
 #include "pdf/parser/char_class.h"
 #include "pdf/parser/tokenized_string.h"
 #include "pdf/reference_node.h"
@@ -103,38 +102,6 @@ void ZPDFNode::SetObjectProvider(IPDFObjectProvider* provider) {
 
 ZPDFNode* ZPDFNode::GetTarget() { return this; }
 const ZPDFNode* ZPDFNode::GetTarget() const { return this; }
-
-void ZPDFNode::AddReferences(std::vector<const ZPDFNodeIndirectReference*>& found) const {
-  if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(this)) found.push_back(reference);
-  for (size_t i = 0; i < Size(); i++) {
-    const ZPDFNode* child = children_->items[i];
-    if (child == nullptr) continue;
-    if (child->kind_ == Kind::kReference) {
-      found.push_back(static_cast<const ZPDFNodeIndirectReference*>(child));
-    } else if (child->children_ != nullptr) {
-      child->AddReferences(found);
-    }
-  }
-}
-
-ZPDFObjectList ZPDFNode::ReferencedBeyond(const ZPDFObjectMap& known) const {
-  std::vector<const ZPDFNodeIndirectReference*> pending;
-  ZPDFObjectTable objects;
-  AddReferences(pending);
-  while (!pending.empty()) {
-    const ZPDFNodeIndirectReference* reference = pending.back();
-    pending.pop_back();
-    const ZPDFNodeIndirectObject*& object = objects[reference->GetID()];
-    if (object != nullptr || (!known.empty() && known.contains(reference->GetID()))) continue;
-    object = reference->GetObject();
-    if (object != nullptr) object->AddReferences(pending);
-  }
-  return objects.List();
-}
-
-void ZPDFNode::GetReferencedObjects(ZPDFObjectMap& map) const {
-  for (const auto& [id, object] : ReferencedBeyond(map)) map.emplace_hint(map.end(), id, object);
-}
 
 // The target of a node is never a reference, so these do not recurse further.
 const Chaine& ZPDFNode::GetStringValue() const {

@@ -57,7 +57,8 @@ class ZFORMS_API ZPDFNode {
   virtual ZPDFNode* GetTarget();
   virtual const ZPDFNode* GetTarget() const;
   // Adds every indirect object that can be reached through references. Does not
-  // recurse along chains of objects.
+  // recurse along chains of objects. A class of the host may add others: the nodes
+  // above call its override, with what was found up to then in the map.
   virtual void GetReferencedObjects(ZPDFObjectMap& map) const;
   virtual const Chaine& GetStringValue() const;
   virtual uint32_t GetUIntValue() const;
@@ -84,8 +85,9 @@ class ZFORMS_API ZPDFNode {
   ZPDFNode* GetTargetAt(size_t index);
   const ZPDFNode* GetTargetAt(size_t index) const;
 
-  // The objects that GetReferencedObjects adds to an empty map, as a list.
-  ZPDFObjectList ReferencedObjects() const { return ReferencedBeyond({}); }
+  // The objects that GetReferencedObjects adds to an empty map, as a list. `missing`, if
+  // not null, takes the identifiers that lead to no object, each once, in order.
+  ZPDFObjectList ReferencedObjects(PTableau<ZPDFObjectIdentifier>* missing = nullptr) const;
 
   IPDFObjectProvider* ObjectProvider() const { return provider_; }
   // Sets the flag here and, when recursive, in everything below.
@@ -151,15 +153,15 @@ class ZFORMS_API ZPDFNode {
   template <class T>
   friend const T* NodeCast(const ZPDFNode* node);
   friend class ZPDFForwardReader;
+  friend class ZPDFReferenceWalk;
 
   ZPDFChildList* EnsureChildren();
   // Puts entry nodes into the list of a dictionary that has kept keys and values.
   void MakeEntries() const;
   static void ReleaseChildren(ZPDFChildList* list);
-  // What can be reached without passing through an object of the map.
-  ZPDFObjectList ReferencedBeyond(const ZPDFObjectMap& known) const;
-  // Appends the references that stand in this node or below it.
-  void AddReferences(std::vector<const ZPDFNodeIndirectReference*>& found) const;
+  // Whether a class of the host may be behind the node: it was not made by reading, and
+  // is not of one of the classes from which no other derives.
+  bool MayBeOfHost() const;
 
   ZPDFChildList* children_ = nullptr;
   IPDFObjectProvider* provider_;

@@ -8,7 +8,7 @@ namespace zforms {
 
 // A number, held as its text so that one that was read is written back byte for
 // byte until it is set (ISO 32000-1 7.3.3).
-class ZFORMS_API ZPDFNodeNumeric final : public ZPDFNodeLeaf {
+class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
  public:
   explicit ZPDFNodeNumeric(IPDFObjectProvider* provider = nullptr);
   explicit ZPDFNodeNumeric(int32_t value, IPDFObjectProvider* provider = nullptr);
@@ -36,7 +36,8 @@ class ZFORMS_API ZPDFNodeNumeric final : public ZPDFNodeLeaf {
   static bool Matches(Kind kind) { return kind == Kind::kNumeric; }
 
  protected:
-  // Replaces the text as given and marks the node when it differs.
+  // Replaces the text as given and marks the node when it differs: for classes of the
+  // host that write numbers in their own way.
   void SetValue(const Chaine& text);
 
  private:

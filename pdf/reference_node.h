@@ -14,6 +14,8 @@ class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
   void SetObjectProvider(IPDFObjectProvider* provider) override;
   ZPDFNode* GetTarget() override;
   const ZPDFNode* GetTarget() const override;
+  // Adds the target, and what can be reached from it, unless the map has it.
+  void GetReferencedObjects(ZPDFObjectMap& map) const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
   const ZPDFObjectIdentifier& GetID() const { return id_; }
@@ -26,6 +28,7 @@ class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
 
  private:
   friend class ZPDFNode;
+  friend class ZPDFParser;  // which numbers objects anew
   ZPDFNodeIndirectReference(Parsed, const ZPDFObjectIdentifier& id, IPDFObjectProvider* provider)
       : ZPDFNode(provider, Kind::kReference), id_(id) {}
   const ZPDFNode* Follow() const;

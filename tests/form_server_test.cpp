@@ -8,6 +8,7 @@
 #include "platform/http_response.h"
 #include "platform/template_storage.h"
 #include "server/acro_form_server.h"
+#include "server/form_cache.h"
 #include "server/messages.h"
 #include "tests/program_file.h"
 #include "tests/server_host.h"
@@ -44,6 +45,34 @@ std::string Summary(ZAcroFormServerForm& form) {
     }
   }
   return text;
+}
+
+// A quarter of what it holds is the most for one form; what would make it overflow starts it anew.
+TEST(FormServer, CacheOfForms) {
+  constexpr size_t kSixteenth = size_t{4} << 20;
+  FormCache cache;
+  std::string kept;
+  const auto keep = [&](const char* key, size_t sixteenths, size_t more = 0, uint64_t size = 1) {
+    cache.Keep(key, {size, 0}, std::string(sixteenths * kSixteenth + more, *key));
+    kept.clear();
+    Chaine bytes;
+    for (const char* each : {"a", "b", "c", "d", "e"}) {
+      if (cache.Find(each, {1, 0}, &bytes)) kept += bytes[0];
+    }
+    return kept;
+  };
+  EXPECT_EQ(keep("a", 4, 1), "");
+  EXPECT_EQ(keep("a", 4), "a");
+  keep("b", 4);
+  keep("c", 4);
+  EXPECT_EQ(keep("d", 4), "abcd");
+  EXPECT_EQ(keep("b", 4), "abcd") << "what is replaced makes room first";
+  EXPECT_EQ(keep("a", 4, 0, 2), "bcd") << "another state of the file";
+  EXPECT_EQ(keep("e", 0, 1), "e") << "one byte too many";
+  keep("a", 3);
+  keep("b", 4);
+  keep("c", 4);
+  EXPECT_EQ(keep("d", 4), "abcde") << "counted from zero again";
 }
 
 TEST(FormServer, Addresses) {

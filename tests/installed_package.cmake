@@ -1,5 +1,5 @@
-# Installs the build, then builds and runs examples/ against the installed package alone, as a host's
-# developer would.
+# Installs the build, then builds and runs examples/ and tests/host_program/ against the installed package alone,
+# as a host's developer would.
 #
 # cmake -DBUILD_DIR= -DSOURCE_DIR= -DWORK_DIR= -DCXX_COMPILER= -DGENERATOR= -DCXX_FLAGS= -DPYTHON= -P installed_package.cmake
 
@@ -31,17 +31,20 @@ foreach(file IN LISTS package_files)
   endforeach()
 endforeach()
 
-# A copy of examples/, so that nothing of the repository is found beside it.
-file(COPY "${SOURCE_DIR}/examples" DESTINATION "${WORK_DIR}")
-run("${CMAKE_COMMAND}" -S "${WORK_DIR}/examples" -B "${WORK_DIR}/build" -G "${GENERATOR}"
-    "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
-    "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF")
-run("${CMAKE_COMMAND}" --build "${WORK_DIR}/build")
+# Copies of examples/ and tests/host_program/, so that nothing of the repository is found beside them.
+file(COPY "${SOURCE_DIR}/examples" "${SOURCE_DIR}/tests/host_program" DESTINATION "${WORK_DIR}")
+foreach(program IN ITEMS examples host_program)
+  run("${CMAKE_COMMAND}" -S "${WORK_DIR}/${program}" -B "${WORK_DIR}/build/${program}" -G "${GENERATOR}"
+      "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+      "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF")
+  run("${CMAKE_COMMAND}" --build "${WORK_DIR}/build/${program}")
+endforeach()
 
 # The example fills the sample form, reads what it saved, and prints it.
 set(form "${SOURCE_DIR}/samples/membership_form.pdf")
+run("${WORK_DIR}/build/host_program/host_program" "${form}")
 set(filled "${WORK_DIR}/filled.pdf")
-run("${WORK_DIR}/build/fill_form" "${form}" "${SOURCE_DIR}/samples/membership_form.xfdf" "${filled}")
+run("${WORK_DIR}/build/examples/fill_form" "${form}" "${SOURCE_DIR}/samples/membership_form.xfdf" "${filled}")
 foreach(line IN ITEMS "adherent.ville = Béziers" "accords.statuts = Oui" "formule = Étudiant")
   string(FIND "\n${output}" "\n${line}\n" position)
   if(position EQUAL -1)
@@ -60,7 +63,7 @@ if(NOT position EQUAL 0 OR NOT length_after GREATER length_before)
 endif()
 
 # The other serves a form, which is submitted twice.
-run("${PYTHON}" "${SOURCE_DIR}/tests/form_server_example.py" "${WORK_DIR}/build/form_server" "${SOURCE_DIR}/samples")
+run("${PYTHON}" "${SOURCE_DIR}/tests/form_server_example.py" "${WORK_DIR}/build/examples/form_server" "${SOURCE_DIR}/samples")
 
 # The program finds what was installed with it wherever that is moved.
 file(MAKE_DIRECTORY "${WORK_DIR}/moved")

@@ -248,9 +248,17 @@ TEST(ParserTest, NewestRecordWinsWhateverItsGeneration) {
   EXPECT_EQ(parser.GetObject({4, 1}), parser.GetObject({4, 1}));
   // Object 0 heads the free list, and no generation has more than 16 bits.
   PdfText odd = Catalog();
-  odd.Object(0, "(zero)").Object(4, "(high)", 65536).Xref("0 1\n@0 0 n\n4 1\n@4 65536 n\n").Trailer("/Root 1 0 R");
-  ASSERT_TRUE(parser.ReadFromRaw(odd.Bytes(), ""));
-  EXPECT_EQ(ValueOf(parser, 0) + ValueOf(parser, 4, 65536), "nonenone");
+  odd.Object(0, "(zero)").Object(4, "(high)", 65536).Object(5, "(last)", 65535);
+  odd.Xref("0 1\n@0 0 n\n4 2\n@4 65536 n\n@5 65535 n\n").Trailer("/Root 1 0 R");
+  for (const bool recover : {false, true}) {
+    parser.SetRecovery(recover);
+    ASSERT_TRUE(parser.ReadFromRaw(recover ? odd.Truncate(5).Bytes() : odd.Bytes(), ""));
+    EXPECT_EQ(parser.IsRecovered(), recover);
+    EXPECT_EQ(ValueOf(parser, 0) + ValueOf(parser, 4, 65536) + ValueOf(parser, 5, 65535), "nonenone(last)");
+  }
+  PdfText stream = Catalog();
+  ASSERT_TRUE(parser.ReadFromRaw(stream.Object(5, "(last)", 65535).XrefStream(6, "/Root 1 0 R").Bytes(), ""));
+  EXPECT_EQ(ValueOf(parser, 5, 65535), "(last)");
 }
 
 TEST(ParserTest, ObjectTexts) {

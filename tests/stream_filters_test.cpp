@@ -33,6 +33,10 @@ TEST(PredictorTest, RowsOfEachFilter) {
       {png, "\4a\1\1\1\4\1\1\1\1"s, "abcdbcde"},
       {rgb, "\1abc\1\1\1\1def\0\0\0"s, "abcbcddefdef"},
       {rgb, "\0abcdef\4\1\1\1\0\0\0"s, "abcdefbcddef"},
+      // As far from the estimate as the corner (10) are the byte to the left (8) and, in the next row, the one above
+      // (8).
+      {{15, 1, 8, 2}, "\0\x0A\x0B\4\xFE\0"s, "\\0A\\0B\\08\\08"},
+      {{15, 1, 8, 2}, "\0\x0A\x08\4\1\0"s, "\\0A\\08\\0B\\08"},
       // A last row that is cut short, down to its tag alone.
       {png, "\0abcd\2\1\1"s, "abcdbc"},
       {png, "\0abcd\2"s, "abcd"},

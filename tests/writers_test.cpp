@@ -208,6 +208,9 @@ TEST(UpdaterTest, NothingModifiedWritesTheSameBytes) {
   updater.SetTrailer(parser.TrailerDico());
   const std::string written = Sent(updater);
   EXPECT_TRUE(written.starts_with(base.ToString() + "\nxref\r\n0 1\r\n" + kHead + "trailer\n<<\n")) << written;
+  const size_t section = base.size() + 1;
+  EXPECT_EQ(updater.XRefOffset(), section);
+  EXPECT_TRUE(written.ends_with("\nstartxref\n" + std::to_string(section) + "\n%%EOF")) << written;
   ZPDFParser again;
   ASSERT_TRUE(again.ReadFromRaw(written, ""));
   EXPECT_EQ(again.TrailerDico()->GetIntValue("/Note"), 5);

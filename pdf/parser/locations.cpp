@@ -27,6 +27,10 @@ void ZPDFLocations::Settle() {
   records_.erase(std::unique(records_.begin(), records_.end(), same), records_.end());
 }
 
+void ZPDFLocations::DropFree() {
+  std::erase_if(records_, [](const ZPDFObjectLocation& record) { return !record.in_use && record.object == nullptr; });
+}
+
 ZPDFObjectLocation* ZPDFLocations::Find(uint32_t number) {
   // Most files number their objects without holes, from 0 or 1 on.
   for (const uint32_t guess : {number, number - 1}) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "pdf/object_identifier.h"
+#include "platform/export.h"
 
 namespace zforms {
 
@@ -25,7 +26,7 @@ struct ZPDFObjectLocation {
 
 // The locations of a document, one record an object number, in number order. The
 // newest record of a number decides; sections are added newest first.
-class ZPDFLocations {
+class ZFORMS_API ZPDFLocations {
  public:
   using iterator = std::vector<ZPDFObjectLocation>::iterator;
   using const_iterator = std::vector<ZPDFObjectLocation>::const_iterator;
@@ -40,6 +41,9 @@ class ZPDFLocations {
   void MakeFreeOldest(size_t from, size_t to);
   // Sorts what was added and keeps the newest record of each number.
   void Settle();
+
+  // Removes the free records whose objects are not loaded.
+  void DropFree();
 
   // The record of that number, null when there is none. Only after Settle.
   ZPDFObjectLocation* Find(uint32_t number);

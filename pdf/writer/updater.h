@@ -18,6 +18,11 @@ class ZPDFNodeIndirectObject;
 //
 // Order of use: SetRawData, AddNode as often as needed, SetTrailer, Write. After
 // a Write that succeeded the bytes written are the new base.
+//
+// A Write with nothing to append gives the bytes as they are, and takes their length
+// for XRefOffset(), where no section is. The "/Prev" of a further update would lead
+// there, and readers would lose all older objects: look at SectionWritten(), and give
+// SetRawData the offset of the last section again.
 class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
  public:
   ZPDFUpdater();
