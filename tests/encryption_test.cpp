@@ -101,6 +101,40 @@ TEST(EncryptionTest, DerivesWhatQpdfDerived) {
   }
 }
 
+// "/V" 1 has 40 bits whatever "/Length" says, and some writers state bytes. The dictionaries are those above with
+// another length.
+TEST(EncryptionTest, KeyLengthsThatAreNotStated) {
+  const struct {
+    int file;
+    const char *length, *instead;
+    uint32_t bits;
+  } cases[] = {
+      {0, "/Length 40", "/Length 128", 40}, {0, "/Length 40", "/Length 16", 40},   {0, "/Length 40", "/Length 5", 40},
+      {1, "/P", "/Length 0/P", 40},         {2, "/Length 128", "/Length 16", 128}, {2, "/Length 128", "/Length 40", 0},
+      {2, "/Length 128", "/Length 17", 0},
+  };
+  for (const auto& c : cases) {
+    QpdfFile file = kQpdfFiles[c.file];
+    std::string dictionary = file.dictionary;
+    file.dictionary =
+        dictionary.replace(dictionary.find(c.length), std::string_view(c.length).size(), c.instead).c_str();
+    ZPDFParser parser;
+    ASSERT_TRUE(parser.ReadFromRaw(FileOf(file, true), file.user));
+    EXPECT_EQ(parser.CanBeDecrypted(), c.bits != 0) << dictionary;
+    EXPECT_EQ(ValueOf(parser, 3) == "<</T<" + Hex("plain text") + ">>>", c.bits != 0) << dictionary;
+    EXPECT_EQ(WarningsOf(parser).find("not decrypted") == std::string::npos, c.bits != 0) << dictionary;
+    if (c.bits == 0) continue;
+    ZPDFEncryption handler(*parser.Encryption());
+    EXPECT_EQ(handler.UsedKeyLength(), c.bits);
+    handler.SetStandardFlags(0);
+    handler.SetOwnerPassword("other");
+    EXPECT_TRUE(ZPDFEncryption(handler).CanBeDecrypted()) << dictionary;
+    // A wrong password leaves no key behind that is not the stated one.
+    ASSERT_TRUE(parser.ReadFromRaw(FileOf(file, true), "wrong"));
+    EXPECT_FALSE(parser.CanBeDecrypted());
+  }
+}
+
 TEST(EncryptionTest, CreateStandardMakesItsDictionary) {
   const std::unique_ptr<ZPDFEncryption> made(ZPDFEncryption::CreateStandard("0123456789abcdef", "usr", "own"));
   const ZPDFNodeDictionary& dictionary = *made->Dictionary();

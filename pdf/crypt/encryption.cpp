@@ -16,6 +16,7 @@ using namespace std::string_view_literals;
 
 constexpr size_t kPaddedLength = 32;
 constexpr size_t kDigestLength = 16;
+constexpr size_t kShortestKey = 5;
 constexpr int kExtraRounds = 50;
 constexpr int kKeyRounds = 19;
 
@@ -69,7 +70,8 @@ ZPDFEncryption::ZPDFEncryption(const ZPDFEncryption& other)
       owned_dictionary_(dictionary_),
       user_password_(other.user_password_),
       file_identifier_(other.file_identifier_),
-      user_key_(other.user_key_) {}
+      user_key_(other.user_key_),
+      key_bytes_(other.key_bytes_) {}
 
 ZPDFEncryption& ZPDFEncryption::operator=(const ZPDFEncryption& other) {
   if (this == &other) return *this;
@@ -78,6 +80,7 @@ ZPDFEncryption& ZPDFEncryption::operator=(const ZPDFEncryption& other) {
   user_password_ = other.user_password_;
   file_identifier_ = other.file_identifier_;
   user_key_ = other.user_key_;
+  key_bytes_ = other.key_bytes_;
   return *this;
 }
 
@@ -135,9 +138,17 @@ void ZPDFEncryption::SetStandardFlags(uint32_t flags) {
   dictionary_->SetValue("/U", StandardComputeU());
 }
 
-size_t ZPDFEncryption::KeyBytes() const { return KeyLength() / 8; }
+PTableau<size_t> ZPDFEncryption::KeySizes() const {
+  PTableau<size_t> sizes;
+  const size_t length = KeyLength();
+  // ISO 32000-1 table 20: a length in bits, which counts at "/V" 2 alone. Some writers count bytes.
+  for (const size_t bytes : {length / 8, AlgorithmCode() == 1 ? kShortestKey : 0, length}) {
+    if (bytes >= kShortestKey && bytes <= kDigestLength) sizes.push_back(bytes);
+  }
+  return sizes;
+}
 
-bool ZPDFEncryption::IsKeyLengthSupported() const { return KeyBytes() >= 5 && KeyBytes() <= kDigestLength; }
+size_t ZPDFEncryption::KeyBytes() const { return key_bytes_ != 0 ? key_bytes_ : KeyLength() / 8; }
 
 Chaine ZPDFEncryption::ComputeKey(bool encrypt_metadata) const {
   Chaine material = Padded(user_password_) + StandardOwnerKey();
@@ -182,7 +193,18 @@ bool ZPDFEncryption::MatchesUserKey() const {
 
 bool ZPDFEncryption::CanBeDecrypted() const {
   if (Filter() != "/Standard" || (AlgorithmCode() != 1 && AlgorithmCode() != 2)) return false;
-  if (!IsKeyLengthSupported()) return false;
+  if (key_bytes_ != 0 && MatchesUserKey()) return true;
+  for (const size_t bytes : KeySizes()) {
+    key_bytes_ = bytes;
+    user_key_.Clear();
+    if (MatchesWithEitherMetadata()) return true;
+  }
+  key_bytes_ = 0;
+  user_key_.Clear();
+  return false;
+}
+
+bool ZPDFEncryption::MatchesWithEitherMetadata() const {
   if (MatchesUserKey()) return true;
   if (StandardRevision() < 3 || StandardEncryptMetadata()) return false;
   // Writers disagree whether unencrypted metadata enter the key at revision 3.

@@ -4,6 +4,7 @@
 
 #include "pdf/crypt/encrypter.h"
 #include "platform/chaine.h"
+#include "platform/containers.h"
 
 namespace zforms {
 
@@ -57,11 +58,15 @@ class ZFORMS_API ZPDFEncryption {
 
   // The file key, computed on first use (ISO 32000-1 algorithm 2).
   const Chaine& StandardComputedUserEncryptionKey() const;
-  // Whether the key has 5 to 16 bytes; files with other keys cannot be decrypted.
-  bool IsKeyLengthSupported() const;
+  // Whether the key may have 5 to 16 bytes; files with other keys cannot be decrypted.
+  bool IsKeyLengthSupported() const { return !KeySizes().empty(); }
   // Whether handler and version are ones we read and the user password is right.
-  // The owner password does not open a file.
+  // The owner password does not open a file. Where it does not open the file with the
+  // key that "/Length" states, 40 bits are tried at "/V" 1, which has no others, and a
+  // "/Length" of 5 to 16 is taken for bytes.
   bool CanBeDecrypted() const;
+  // The bits of the key in use: those of KeyLength() unless CanBeDecrypted() found others.
+  uint32_t UsedKeyLength() const { return static_cast<uint32_t>(KeyBytes() * 8); }
 
   // A new encrypter for that object; a null handler yields a neutral one. The
   // caller owns it.
@@ -69,17 +74,21 @@ class ZFORMS_API ZPDFEncryption {
   ZPDFEncrypter* AllocEncrypter(const ZPDFObjectIdentifier& id) const { return AllocEncrypter(this, id); }
 
  private:
+  // How many bytes the key may have, what "/Length" states first.
+  PTableau<size_t> KeySizes() const;
   size_t KeyBytes() const;
   Chaine ComputeKey(bool encrypt_metadata) const;
   Chaine StandardComputeO(const Chaine& owner) const;
   Chaine StandardComputeU() const;
   bool MatchesUserKey() const;
+  bool MatchesWithEitherMetadata() const;
 
   ZPDFNodeDictionary* dictionary_;
   std::unique_ptr<ZPDFNodeDictionary> owned_dictionary_;
   Chaine user_password_;
   Chaine file_identifier_;
   mutable Chaine user_key_;
+  mutable size_t key_bytes_ = 0;  // 0 for what "/Length" states
 };
 
 }  // namespace zforms

@@ -184,7 +184,8 @@ bool ZPDFParser::PrepareEncryption() {
     LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
     // Trying the password also settles how the key is derived, before any object needs it.
-    encryption_->CanBeDecrypted();
+    if (!encryption_->CanBeDecrypted())
+      diagnostics_.Warn("the document is not decrypted: its strings and streams are what stands in the file");
   } else if (NodeCast<ZPDFNodeIndirectReference>(trailer_->GetDirect("/Encrypt")) != nullptr) {
     return Fail("the encryption dictionary that the trailer refers to is not there");
   }
