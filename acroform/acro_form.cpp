@@ -169,7 +169,9 @@ const ZDiagnostics& ZAcroForm::Diagnostics() const {
   Fields();  // which may have something to say
   diagnostics_ = notes_;
   if (parser_ == nullptr) return diagnostics_;
-  for (const ZDiagnostics::Warning& warning : parser_->Diagnostics().Warnings()) diagnostics_.Warn(warning);
+  const ZDiagnostics& of_file = parser_->Diagnostics();
+  for (const ZDiagnostics::Warning& warning : of_file.Warnings()) diagnostics_.Warn(warning);
+  diagnostics_.SetDamaged(!parser_->Recovers() && (notes_.IsDamaged() || of_file.Warnings().Size() > 0));
   return diagnostics_;
 }
 

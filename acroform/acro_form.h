@@ -158,10 +158,14 @@ class ZFORMS_API ZAcroForm {
   // Whether the next Save writes everything: the security handler changed, or the
   // document was recovered from damage.
   bool SavesAnew() const;
-  // Save everything anew: the objects in use under their numbers, one
-  // cross-reference section. Numbers between them that are free get null objects.
+  // Save everything anew: the objects in use, one cross-reference section. They keep
+  // their numbers, and numbers between them that are free get null objects; where the gaps
+  // are too wide for that, all objects are numbered anew. What cannot be read is lost.
   bool SaveFull(const Chaine& path);
   bool SaveFull(ZInetOStream& out);
+  // Whether that would lose what belongs to pages or form, because objects cannot be read
+  // or the page tree or the list of fields is damaged. Diagnostics() then name them.
+  bool WouldLose();
   void ResetModified();
   // The bytes that Save would give as an update with these objects, those of them that
   // are marked. Nothing changes here: who fills one form again and again takes this,

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "acroform/acro_form.h"
@@ -5,20 +6,22 @@
 #include "pdf/crypt/encryption.h"
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
+#include "pdf/parser/losses.h"
 #include "pdf/parser/parser.h"
 #include "pdf/stream_node.h"
 #include "pdf/writer/saver.h"
 #include "pdf/writer/updater.h"
 #include "platform/inet_stream.h"
-#include "platform/number.h"
 
 namespace zforms {
 namespace {
 
 // Numbers without an object are filled up to so many times the number of objects,
-// and as many more.
+// and as many more; beyond, and above what readers take (ISO 32000-1 annex C), all
+// objects are numbered anew.
 constexpr uint64_t kMaxSpread = 4;
 constexpr uint64_t kMaxSpreadBase = 1000;
+constexpr uint32_t kHighestNumber = 8388607;
 
 // The trailer of a file written anew, with what belonged to the former one left
 // out, so that a former encryption dictionary is not among the objects in use.
@@ -49,33 +52,58 @@ bool IsStructureStream(const ZPDFNodeIndirectObject* object) {
   return type == "/XRef" || type == "/ObjStm";
 }
 
-// Null objects for the numbers below the highest that have none: "/Size" is the
-// number of objects plus one, and readers ignore what is numbered above it.
-PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* objects, ZDiagnostics* notes) {
+uint32_t HighestNumber(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& missing) {
+  return std::max(objects.empty() ? 0 : objects.back().first.Number(), missing.empty() ? 0 : missing.back().Number());
+}
+
+bool HasWideGaps(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& missing) {
+  const uint32_t highest = HighestNumber(objects, missing);
+  const size_t count = objects.size() + missing.size();
+  return highest > kMaxSpread * count + kMaxSpreadBase || (highest > kHighestNumber && count < highest);
+}
+
+// Null objects for the numbers up to the highest that have none, and for those that are
+// missing: "/Size" is the number of objects plus one, and readers ignore what is numbered
+// above it.
+PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* objects,
+                                                            const PTableau<ZPDFObjectIdentifier>& missing) {
   PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> fillers;
-  if (objects->empty()) return fillers;
-  const uint32_t highest = objects->back().first.Number();
-  if (highest > kMaxSpread * objects->size() + kMaxSpreadBase) {
-    notes->Warn("object numbers go up to " + FormatUInt(highest) + " with " + FormatUInt(objects->size()) +
-                " objects in use; the gaps stay, and readers may not find every object");
-    return fillers;
-  }
-  uint32_t next = 1;
   ZPDFObjectList filled;
-  filled.reserve(std::max<size_t>(highest, objects->size()));
-  for (const auto& [id, object] : *objects) {
-    for (; next < id.Number(); next++) {
-      const ZPDFObjectIdentifier free(next, 0);
-      fillers.push_back(std::make_unique<ZPDFNodeIndirectObject>(nullptr, free, nullptr));
-      fillers.back()->SetChild(ZPDFNodeNull::Default());
-      filled.emplace_back(free, fillers.back().get());
+  filled.reserve(HighestNumber(*objects, missing));
+  uint32_t next = 1;
+  const auto fill = [&](const ZPDFObjectIdentifier& id) {
+    fillers.push_back(std::make_unique<ZPDFNodeIndirectObject>(nullptr, id, nullptr));
+    fillers.back()->SetChild(ZPDFNodeNull::Default());
+    filled.emplace_back(id, fillers.back().get());
+    next = id.Number() + 1;
+  };
+  auto lost = missing.begin();
+  const auto fill_up_to = [&](uint32_t number) {
+    for (; lost != missing.end() && lost->Number() < number; ++lost) {
+      while (next < lost->Number()) fill({next, 0});
+      if (next == lost->Number()) fill(*lost);
     }
+    while (next < number) fill({next, 0});
+  };
+  for (const auto& [id, object] : *objects) {
+    fill_up_to(id.Number());
     filled.emplace_back(id, object);
     next = id.Number() + 1;
   }
+  if (!missing.empty()) fill_up_to(missing.back().Number() + 1);
   *objects = std::move(filled);
   return fillers;
 }
+
+PTableau<ZPDFObjectIdentifier> IdentifiersOf(const ZPDFObjectList& objects) {
+  PTableau<ZPDFObjectIdentifier> ids;
+  ids.reserve(objects.size());
+  for (const auto& [id, object] : objects) ids.push_back(id);
+  return ids;
+}
+
+// The header line; one that names no version would be copied from file to file.
+Chaine HeaderFor(const ZPDFParser& parser) { return parser.NamesVersion() ? parser.PDFVersion() : "%PDF-1.7"; }
 
 }  // namespace
 
@@ -143,16 +171,28 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
   // What is in use is found from the catalog: without it everything would be lost.
   if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
-  const std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
-  ZPDFObjectList objects = trailer->ReferencedObjects();
+  std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
+  PTableau<ZPDFObjectIdentifier> missing;
+  ZPDFObjectList objects = trailer->ReferencedObjects(&missing);
+  const ZPDFLosses losses(*parser_, missing, &notes_);
   std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
-  const auto fillers = FillHoles(&objects, &notes_);
+  PTableau<ZPDFObjectIdentifier> former;
+  if (HasWideGaps(objects, missing)) {
+    former = parser_->Renumber(IdentifiersOf(objects));
+    trailer = BareTrailer(*parser_);
+    objects = trailer->ReferencedObjects(&missing);
+    std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
+  }
+  const auto fillers = FillHoles(&objects, missing);
   ZPDFSaver saver(EncryptionSave());
-  saver.SetPDFVersion(parser_->PDFVersion());
+  saver.SetPDFVersion(HeaderFor(*parser_));
   saver.SetExpectedSize(raw_data_.size() + raw_data_.size() / 8);
   saver.SetObjectList(std::move(objects));
   saver.SetTrailer(trailer.get());
-  if (!write(saver)) return FailSave(saver.Failure());
+  if (!write(saver)) {
+    if (!former.empty()) parser_->TakeBack(former);
+    return FailSave(saver.Failure());
+  }
   raw_data_ = saver.RawData();
   xref_offset_ = saver.XRefOffset();
   parser_->Rebase(raw_data_, xref_offset_, saver.Offsets(), EncryptionSave());
@@ -161,6 +201,8 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   FinishSave();
   return true;
 }
+
+bool ZAcroForm::WouldLose() { return parser_ != nullptr && ZPDFLosses(*parser_, &notes_).ConcernContent(); }
 
 void ZAcroForm::FinishSave() {
   parser_->TrailerDico()->SetModified(false, true);

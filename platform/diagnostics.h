@@ -56,6 +56,10 @@ class ZFORMS_API ZDiagnostics {
   // How many warnings the full list turned away.
   size_t DroppedCount() const { return dropped_; }
 
+  // Whether a file is damaged that was read without its being recovered.
+  void SetDamaged(bool damaged) { damaged_ = damaged; }
+  bool IsDamaged() const { return damaged_; }
+
   void Clear() { *this = ZDiagnostics(); }
 
   // "object 12 0: what is wrong", else "offset 123: what is wrong", else the
@@ -66,6 +70,7 @@ class ZFORMS_API ZDiagnostics {
   Chaine failure_;
   WarningList warnings_;
   size_t dropped_ = 0;
+  bool damaged_ = false;
 };
 
 }  // namespace zforms

@@ -463,10 +463,30 @@ TEST(AcroFormDocument, FullSavesAreWhole) {
   EXPECT_EQ(updated.Mid(0, full.size()), full);
   EXPECT_EQ(ValuesOf(Loaded(updated)), "a=3 ");
   EXPECT_EQ(WarningsOf(Loaded(updated)), "");
+}
 
-  ZAcroForm wide = FormText().Field(90000, "<</FT/Tx/T(a)/V(1)>>").Form();
-  ASSERT_TRUE(wide.SaveFull(out));
-  EXPECT_NE(WarningsOf(wide).find("object numbers go up to 90000 with 3 objects in use"), std::string::npos);
+// Too far apart to be filled up, the objects are numbered anew; what refers to nothing gets a null object.
+TEST(AcroFormDocument, WideGapsAreNumberedAnew) {
+  const char* const field = "<</FT/Tx/T(a)/V(1)/X 95000 0 R/Y 90000 0 R/Z[7 3 R 7 3 R]>>";
+  ZAcroForm form = FormText().Field(90000, field).Object(80000, "(unused)").Form();
+  form.Parser()->GetObject({80000, 0});
+  EXPECT_FALSE(form.SaveFull(Chaine("/no/such/folder/x.pdf")));
+  EXPECT_EQ(ObjectOf(form, 90000), field);
+  Chaine full;
+  ZInetChaineOStream out(full);
+  ASSERT_TRUE(form.SaveFull(out));
+  ZPDFParser parser;
+  ASSERT_TRUE(parser.ReadFromRaw(full, ""));
+  EXPECT_EQ(InOneLine(ContentOf(parser)),
+            "1.0 {/Type /Catalog; /AcroForm 2.0R}2.0 {/Fields [3.0R]}"
+            "3.0 {/FT /Tx; /T (a); /V (1); /X 5.0R; /Y 3.0R; /Z [6.0R 6.0R]}4.0 null5.0 null6.0 null");
+  EXPECT_EQ(TextOf(parser.TrailerDico()), "<</Size 7/Root 1 0 R>>");
+  form.Fields()["a"]->SetValue("2");
+  EXPECT_EQ(form.Parser()->AddIndirectObject()->GetID(), ZPDFObjectIdentifier(7, 0));
+  const Chaine updated = Saved(form);
+  EXPECT_EQ(updated.Mid(0, full.size()), full);
+  EXPECT_EQ(ValuesOf(Loaded(updated)), "a=2 ");
+  EXPECT_EQ(WarningsOf(Loaded(updated)), "");
 }
 
 TEST(AcroFormDocument, TheFormerEncryptionDictionaryIsNotWritten) {

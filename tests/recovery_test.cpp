@@ -266,6 +266,95 @@ TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
   }
 }
 
+// Three pages, two of them below a node of their own.
+std::string Paged() {
+  PdfText text;
+  text.Header().Object(1, "<</Type/Catalog/Pages 2 0 R/Outlines 9 0 R>>");
+  text.Object(2, "<</Type/Pages/Kids[3 0 R 4 0 R]/Count 3>>").Object(3, "<</Type/Page/Parent 2 0 R/N(a)>>");
+  text.Object(4, "<</Type/Pages/Parent 2 0 R/Kids[5 0 R 6 0 R]/Count 2>>")
+      .Object(5, "<</Type/Page/Parent 4 0 R/N(b)>>");
+  text.Object(6, "<</Type/Page/Parent 4 0 R/N(c)>>").Object(9, "<</Type/Outlines>>");
+  return text.Xref().Trailer("/Root 1 0 R/ID[(i)(i)]").Bytes().ToString();
+}
+
+std::string PagesBelow(const ZPDFNodeDictionary& node) {
+  const auto* kids = NodeCast<ZPDFNodeArray>(node.GetTarget("/Kids"));
+  std::string pages = kids == nullptr ? node.GetStringValue("/N").ToString() : "";
+  for (size_t i = 0; kids != nullptr && i < kids->Size(); i++) {
+    const auto* kid = NodeCast<ZPDFNodeDictionary>(kids->GetTargetAt(i));
+    pages += kid == nullptr ? "?" : PagesBelow(*kid);
+  }
+  return pages;
+}
+
+// What would be gone is named; recovery mends the page tree, and what is saved then is sound.
+TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
+  const std::string sound = Paged(), formed = Without(sound, "/Outlines 9", "/AcroForm 9");
+  const struct {
+    const char* what;
+    std::string bytes;
+    const char* said;
+    bool loses;
+    bool stays;  // recovery cannot help
+  } cases[] = {
+      {"sound", sound, "", false, false},
+      {"a loop", Without(sound, "[3 0 R 4", "[3 0 R 2"), "object 2 0: the page tree leads here more than once", true,
+       false},
+      {"a page twice", Without(sound, "[5 0 R 6", "[5 0 R 5"), "object 5 0: the page tree leads here", true, false},
+      {"a wrong kid", Without(sound, "[3 0 R 4", "[9 0 R 4"), "object 2 0: element 1 of its", true, false},
+      {"a kid elsewhere", Without(sound, "[5 0 R 6", "[7 0 R 6"),
+       "refers to cannot be read: 7 0\nobject 4 0: element 1", true, false},
+      {"no kids", Without(sound, "/Kids[3", "/Kidz[3"), "object 2 0: the page tree (\"/Pages\") cannot be", true,
+       false},
+      {"no tree", Without(sound, "/Pages 2", "/Pages 8"), "object 8 0: the page tree (\"/Pages\")", true, false},
+      {"no tree is named", Without(sound, "/Pages 2", "/Pagez 2"), "the page tree (\"/Pages\")", true, false},
+      {"too few pages", Without(sound, "/Count 3", "/Count 4"), "states 4 pages, 3 are found", true, false},
+      {"neither kids nor parents", Without(Without(sound, "/Parent 4", "/Parens 4"), "/Kids[5", "/Kidz[5"),
+       "object 2 0: element 2", true, false},
+      {"said to be free", Spoilt(sound, "\n9 1\n", " n ", " f "), "cannot be read: 6 0", true, false},
+      {"said to be of a later generation", Without(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
+      {"no outlines", Without(sound, "/Outlines 9", "/Outlines 8"), "1 object that the document refers to", false,
+       false},
+      {"no form", Without(sound, "/Outlines 9", "/AcroForm 8"), "the form (\"/AcroForm\") cannot be read", true, true},
+      {"no fields", Without(formed, "/Type/Outlines", "/Fields 8 0 R "), "list of fields (\"/Fields\") cannot", true,
+       true},
+      {"a wrong field", Without(formed, "/Type/Outlines", "/Fields[7 0 R]"), "element 1 of the form's", true,
+       true},
+      {"no catalog", Without(sound, "/Root 1", "/Root 8"), "leads to no document catalog", true, false},
+  };
+  for (const auto& c : cases) {
+    ZAcroForm strict, form;
+    ASSERT_TRUE(Load(strict, c.bytes, false)) << c.what;
+    EXPECT_EQ(strict.WouldLose(), c.loses) << c.what;
+    EXPECT_NE(WarningsOf(strict).find(c.said), std::string::npos) << c.what << WarningsOf(strict);
+    EXPECT_EQ(strict.Diagnostics().IsDamaged(), *c.said != 0) << c.what;
+    ASSERT_TRUE(Load(form, c.bytes, true)) << c.what;
+    EXPECT_EQ(form.WouldLose(), c.stays) << c.what << WarningsOf(form);
+    EXPECT_FALSE(form.Diagnostics().IsDamaged()) << c.what;
+    Chaine saved;
+    ZInetChaineOStream out(saved);
+    ASSERT_TRUE(form.SaveFull(out) && Load(strict, saved, false)) << c.what;
+    const ZPDFNode* const pages = strict.Parser()->Root()->GetTarget("/Pages");
+    EXPECT_EQ(PagesBelow(*NodeCast<ZPDFNodeDictionary>(pages)), "abc") << c.what;
+    EXPECT_EQ(strict.WouldLose(), c.stays) << c.what << WarningsOf(strict);
+    EXPECT_EQ(WarningsOf(strict) == "", !c.stays) << c.what << WarningsOf(strict);
+  }
+}
+
+// A header without a version is not copied.
+TEST(RecoveryTest, HeadersWithoutAVersion) {
+  for (const char* version : {"%PDF-000", "%PDF-x.4", "%PDF-1.x", "%PDF-1 4"}) {
+    ZAcroForm form;
+    Chaine saved;
+    ZInetChaineOStream out(saved);
+    ASSERT_TRUE(Load(form, Without(Paged(), "%PDF-1.4", version), false));
+    EXPECT_EQ(WarningsOf(form), std::string("the header \"") + version +
+                                    "\" names no version; 1.7 is written where the file is written anew\n");
+    ASSERT_TRUE(form.SaveFull(out));
+    EXPECT_TRUE(saved.View().starts_with("%PDF-1.7\n")) << version;
+  }
+}
+
 // Headers of objects as "number.generation@offset", with "s", "x" and "c" for the names in them and "-" for one that
 // is cut off.
 TEST(RecoveryTest, Scan) {

@@ -6,10 +6,10 @@
 #include "acroform/field.h"
 #include "apps/zforms/commands.h"
 #include "apps/zforms/field_report.h"
+#include "apps/zforms/file_check.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
 #include "apps/zforms/page_index.h"
-#include "pdf/array_node.h"
 #include "pdf/crypt/encryption.h"
 #include "pdf/crypt/encryption_method.h"
 #include "pdf/dictionary_node.h"
@@ -136,37 +136,6 @@ void CheckPageFields(const ZAcroForm& form, Console& console) {
   }
 }
 
-void CheckDocument(const ZPDFParser& parser, Console& console) {
-  if (parser.Root() == nullptr) console.Warn("the trailer leads to no document catalog (\"/Root\")");
-  const uint32_t size = parser.TrailerDico()->GetUIntValue("/Size");
-  if (size != parser.ObjectLocations().HighestNumber() + 1) {
-    console.Warn("\"/Size\" of the trailer is " + std::to_string(size) + ", the highest object number is " +
-                 std::to_string(parser.ObjectLocations().HighestNumber()));
-  }
-  const ZPDFNodeDictionary* form = parser.AcroForm();
-  if (form != nullptr && NodeCast<ZPDFNodeArray>(form->GetTarget("/Fields")) == nullptr) {
-    console.Warn("the form has no list of fields (\"/Fields\")");
-  }
-  if (const size_t count = parser.UnlistedAtEnd(); count > 0) {
-    console.Warn(
-        Count(count, "object") + (count == 1 ? " stands" : " stand") +
-        " behind the last \"startxref\", where no section lists them: the end of the newest version of the file "
-        "may be lost");
-  }
-  if (parser.IDOriginal().IsEmpty()) console.Warn("the trailer has no file identifier (\"/ID\")");
-}
-
-// Loads every object that the file lists, so that whatever is odd is met.
-size_t LoadAll(ZPDFParser& parser) {
-  size_t loaded = 0;
-  std::vector<ZPDFObjectIdentifier> in_use;
-  for (const ZPDFObjectLocation& location : parser.ObjectLocations()) {
-    if (location.in_use) in_use.push_back(location.id);
-  }
-  for (const ZPDFObjectIdentifier& id : in_use) loaded += parser.GetObject(id) != nullptr ? 1 : 0;
-  return loaded;
-}
-
 }  // namespace
 
 int RunCheck(const CheckOptions& options) {
@@ -189,7 +158,7 @@ int RunCheck(const CheckOptions& options) {
   for (unsigned i = 0; i < form.SubmitFormButtonCount(); i++) summary.Line("", SubmitText(form.SubmitFormButton(i)));
   AddRules(rules, fields, &summary);
   if (!Print(Printable(options.file) + "\n" + summary.Text())) console.Fail("standard output cannot be written");
-  CheckDocument(parser, console);
+  CheckFile(form, console);
   CheckFields(fields, console);
   CheckPageFields(form, console);
   console.WarnAll(form.Diagnostics());

@@ -78,6 +78,7 @@ struct RewriteOptions {
   std::string output;
   std::string password;
   bool recover = false;
+  bool force = false;
 };
 int RunRewrite(const RewriteOptions& options);
 
@@ -86,6 +87,7 @@ struct PermissionsOptions {
   std::string output;
   std::string password;
   bool recover = false;
+  bool force = false;
   std::optional<uint32_t> flags;
 };
 int RunPermissions(const PermissionsOptions& options);

@@ -38,4 +38,10 @@ inline CLI::Validator PortFrom(unsigned least) {
   return {check, "PORT"};
 }
 
+inline void AddForceLosses(CLI::App* command, bool* force) {
+  command->add_flag(
+      "--force", *force,
+      "Write the file even where pages or the form need objects that cannot be read. They are lost then.");
+}
+
 }  // namespace zforms::tool

@@ -46,6 +46,8 @@ void Console::Warn(std::string_view what) {
 void Console::WarnAll(const ZDiagnostics& diagnostics) {
   for (const ZDiagnostics::Warning& warning : diagnostics.Warnings()) Warn(ZDiagnostics::Describe(warning));
   warnings_ += diagnostics.DroppedCount();
+  if (diagnostics.IsDamaged() && !advised_) Print("the file is damaged; --recover may find more of it");
+  advised_ = advised_ || diagnostics.IsDamaged();
 }
 
 void Console::Fail(std::string_view what) {

@@ -25,6 +25,7 @@ class Console {
   void Warn(std::string_view what);
   // What is worth knowing though nothing is wrong; the exit status does not tell.
   void Note(std::string_view what) const { Print(what); }
+  // Of a damaged file it also says how to recover it.
   void WarnAll(const ZDiagnostics& diagnostics);
   void Fail(std::string_view what);
   // The exit status; says first how many warnings were not shown.
@@ -35,6 +36,7 @@ class Console {
 
   std::string file_;
   size_t warnings_ = 0;
+  bool advised_ = false;
   bool failed_ = false;
 };
 

@@ -207,6 +207,7 @@ class CommandLine {
     AddOutput(command, &rewrite_.output)->required();
     AddPassword(command, &rewrite_.password);
     AddRecover(command, &rewrite_.recover);
+    AddForceLosses(command, &rewrite_.force);
   }
 
   void AddPermissions() {
@@ -228,6 +229,7 @@ class CommandLine {
     AddOutput(command, &permissions_.output)->needs(set);
     AddPassword(command, &permissions_.password);
     AddRecover(command, &permissions_.recover);
+    AddForceLosses(command, &permissions_.force);
   }
 
   void AddViewer() {

@@ -7,6 +7,18 @@
 #include "platform/text.h"
 
 namespace zforms::tool {
+namespace {
+
+// `bytes` are those of standard input.
+bool Load(const std::string& file, const Chaine& bytes, const std::string& password, ZAcroForm& form) {
+  for (const Chaine& form_of_it : PasswordForms(password)) {
+    ZInetChaineIStream stream(bytes);
+    if (file == kStandardStream ? form.Load(stream, form_of_it) : form.Load(Chaine(file), form_of_it)) return true;
+  }
+  return false;
+}
+
+}  // namespace
 
 std::vector<Chaine> PasswordForms(const std::string& password) {
   const Chaine typed(password);
@@ -15,17 +27,22 @@ std::vector<Chaine> PasswordForms(const std::string& password) {
   return {encoded, typed};
 }
 
+Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::string& password, const Chaine& reason) {
+  ZAcroForm form;
+  form.SetRecovery(true);
+  if (Load(file, bytes, password, form)) return "; --recover reads it";
+  return form.Diagnostics().Failure() == reason ? "" : "; --recover finds no document in it either";
+}
+
 bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console, bool recover) {
   form.SetRecovery(recover);
   form.SetPageFields(true);
   Chaine bytes;
   const bool is_stream = file == kStandardStream;
   if (is_stream && !ReadInput(file, &bytes, console, ZPDFParser::InputLimits(recover))) return false;
-  for (const Chaine& form_of_it : PasswordForms(password)) {
-    ZInetChaineIStream stream(bytes);
-    if (is_stream ? form.Load(stream, form_of_it) : form.Load(Chaine(file), form_of_it)) return true;
-  }
-  console.Fail(form.Diagnostics().Failure());
+  if (Load(file, bytes, password, form)) return true;
+  const Chaine reason = form.Diagnostics().Failure();
+  console.Fail(reason + (recover ? Chaine() : RecoveryAdvice(file, bytes, password, reason)));
   return false;
 }
 

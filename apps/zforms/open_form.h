@@ -12,6 +12,10 @@ namespace zforms::tool {
 // (ISO 32000-1 7.6.3.3), but some writers took the terminal's UTF-8 as it was.
 std::vector<Chaine> PasswordForms(const std::string& password);
 
+// What to add to the reason why a file could not be read: whether --recover reads it,
+// nothing where the reason is no damage. `bytes` are those of standard input.
+Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::string& password, const Chaine& reason);
+
 // Loads the document from a file or standard input. False, and said, when it
 // cannot be read or the password does not open it. A damaged file is read when it is
 // to be recovered. Its fields are those of its pages as well.

@@ -2,6 +2,7 @@
 
 #include "acroform/viewer_infos.h"
 #include "apps/zforms/commands.h"
+#include "apps/zforms/file_check.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/open_form.h"
 #include "pdf/crypt/encryption.h"
@@ -44,11 +45,12 @@ int RunRewrite(const RewriteOptions& options) {
   Console console(options.file);
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
+  const bool loses = CheckFile(form, console);
+  console.WarnAll(form.Diagnostics());
+  if (!MayWriteAnew(loses, options.recover, options.force, console)) return console.Finish();
   Chaine bytes;
   ZInetChaineOStream stream(bytes);
-  const bool saved = form.SaveFull(stream);
-  console.WarnAll(form.Diagnostics());
-  if (!saved) {
+  if (!form.SaveFull(stream)) {
     console.Fail(form.Diagnostics().Failure());
   } else {
     WriteOutput(options.output, bytes, console);
@@ -69,8 +71,11 @@ int RunPermissions(const PermissionsOptions& options) {
     return console.Finish();
   }
   form.SetStandardUserFlags(*options.flags);
-  SaveForm(options.file, options.output, form, console);
+  const bool loses = form.SavesAnew() && form.WouldLose();
   console.WarnAll(form.Diagnostics());
+  if (MayWriteAnew(loses, options.recover, options.force, console)) {
+    SaveForm(options.file, options.output, form, console);
+  }
   return console.Finish();
 }
 

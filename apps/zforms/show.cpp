@@ -57,6 +57,12 @@ int ShowStream(const ZPDFNodeStream& stream, const ShowOptions& options, Console
   return PrintResult(text, console);
 }
 
+void WarnOf(const ZPDFParser& parser, const ShowOptions& options, Console& console) {
+  ZDiagnostics diagnostics = parser.Diagnostics();
+  diagnostics.SetDamaged(!options.recover && parser.CanBeDecrypted() && diagnostics.Warnings().Size() > 0);
+  console.WarnAll(diagnostics);
+}
+
 int ShowObject(ZPDFParser& parser, const ShowOptions& options, Console& console) {
   const std::optional<ZPDFObjectIdentifier> id = ParseIdentifier(options.object);
   if (!id) {
@@ -64,7 +70,7 @@ int ShowObject(ZPDFParser& parser, const ShowOptions& options, Console& console)
     return console.Finish();
   }
   const ZPDFNodeIndirectObject* object = parser.GetObject(*id);
-  console.WarnAll(parser.Diagnostics());
+  WarnOf(parser, options, console);
   const ZPDFNode* value = object == nullptr ? nullptr : object->GetDirectAt(0);
   if (value == nullptr) {
     console.Fail("object " + std::to_string(id->Number()) + " " + std::to_string(id->Generation()) +
@@ -90,13 +96,15 @@ int RunShow(const ShowOptions& options) {
   if (!ReadInput(options.file, &bytes, console, ZPDFParser::InputLimits(options.recover))) return console.Finish();
   for (const Chaine& password : PasswordForms(options.password)) {
     if (!parser.ReadFromRaw(bytes, password)) {
-      console.Fail(parser.Diagnostics().Failure());
+      const Chaine reason = parser.Diagnostics().Failure();
+      console.Fail(reason +
+                   (options.recover ? Chaine() : RecoveryAdvice(options.file, bytes, options.password, reason)));
       return console.Finish();
     }
     if (parser.CanBeDecrypted()) break;
   }
   if (options.object == "trailer") {
-    console.WarnAll(parser.Diagnostics());
+    WarnOf(parser, options, console);
     return PrintResult(TextOf(*parser.TrailerDico()), console);
   }
   if (!parser.CanBeDecrypted()) {

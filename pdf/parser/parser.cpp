@@ -33,6 +33,9 @@ constexpr uint64_t kDecodedBase = 8 << 20;
 constexpr uint64_t kDecodedOfFile = 64;
 constexpr uint64_t kMostDecoded = 512 << 20;
 
+// Of a header that names no version so much is shown.
+constexpr size_t kShownHeader = 20;
+
 // Skips the line at `at` with its line-end bytes.
 size_t SkipLine(std::string_view text, size_t at) {
   while (at < text.size() && !Is(text[at], kLineEnd)) at++;
@@ -176,6 +179,10 @@ bool ZPDFParser::Analyze() {
   }
   if (!FillLocations(xref_offset_)) return false;
   if (diagnostics_.Warnings().Size() > 0) oddity_ = ZDiagnostics::Describe(*diagnostics_.Warnings().begin());
+  if (!NamesVersion()) {
+    diagnostics_.Warn("the header \"" + PDFVersion().Mid(0, kShownHeader) +
+                      "\" names no version; 1.7 is written where the file is written anew");
+  }
   return PrepareEncryption();
 }
 
@@ -307,6 +314,11 @@ void ZPDFParser::GetUsedObjects(ZPDFObjectMap& map) const {
 
 Chaine ZPDFParser::PDFVersion() const { return raw_data_.Mid(0, raw_data_.View().find_first_of("\r\n")); }
 
+bool ZPDFParser::NamesVersion() const {
+  const std::string_view file = raw_data_;
+  return file.size() >= 8 && Is(file[5], kDigit) && file[6] == '.' && Is(file[7], kDigit);
+}
+
 void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
                         const PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>& offsets,
                         const ZPDFEncryption* encryption) {
@@ -322,13 +334,18 @@ void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
   search_budget_ = kSearchesOfWholeFile * raw_data.size();
   encryption_ = encryption == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*encryption);
   auto found = offsets.begin();
+  std::vector<std::pair<ZPDFObjectIdentifier, uint32_t>> added;
   for (ZPDFObjectLocation& location : locations_) {
-    while (found != offsets.end() && found->first < location.id) ++found;
+    while (found != offsets.end() && found->first < location.id) added.push_back(*found++);
     location.in_use = found != offsets.end() && found->first == location.id;
     location.packed = false;
-    location.offset = location.in_use ? found->second : 0;
+    location.offset = location.in_use ? (found++)->second : 0;
     if (location.object != nullptr) location.object->SetEncryption(encryption_.get());
   }
+  added.insert(added.end(), found, offsets.end());
+  locations_.DropFree();
+  for (const auto& [id, offset] : added) locations_.AddOlder(id, offset, true);
+  locations_.Settle();
   trailer_->RemoveValue("/Prev");
   trailer_->RemoveValue("/XRefStm");
   trailer_->SetValue("/Size", offsets.empty() ? 1U : offsets.back().first.Number() + 1);

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <set>
 #include <unordered_map>
+#include <vector>
 
 #include "pdf/node.h"
 #include "pdf/node_pool.h"
@@ -17,6 +19,7 @@ namespace zforms {
 class ZPDFEncryption;
 class ZPDFNodeArray;
 class ZPDFNodeDictionary;
+class ZPDFNodeIndirectReference;
 class ZPDFObjectStream;
 struct ZPDFFileScan;
 
@@ -44,7 +47,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
 
   // Read a file, or its bytes. False, with a reason in Diagnostics(), when it
   // cannot be read or its frame is damaged; the parser is then empty. A document
-  // whose password is wrong is read all the same: see CanBeDecrypted.
+  // whose password is wrong is read all the same, with a warning: see CanBeDecrypted.
   bool Read(const Chaine& path_name, const Chaine& user_password);
   bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
 
@@ -59,6 +62,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // made anew of all that the scan finds, the newest whole version of each object.
   // Diagnostics() say what was done.
   void SetRecovery(bool recover) { recovery_ = recover; }
+  bool Recovers() const { return recovery_; }
   // Whether something was done, so that no update fits the file: it has to be saved
   // anew. RawData() then begins with the header, whatever stood before it, and with
   // that of PDF 1.4 where there was none.
@@ -101,6 +105,8 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
 
   // The header line, such as "%PDF-1.4".
   Chaine PDFVersion() const;
+  // Whether the header line names a version, as two digits with a point between them.
+  bool NamesVersion() const;
   // The byte offset of the cross-reference section in use, 0 when unknown.
   uint32_t XRefOffset() const { return xref_offset_; }
   const Chaine& RawData() const { return raw_data_; }
@@ -120,11 +126,22 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   uint32_t FreeNumber() const;
   void TakeNumber(uint32_t number);
   bool IsLinearized() const { return linearized_; }
+  // Whether it is a fault that there is no object of that identifier: it is not where its
+  // record says, no record has its number, or its generation is yet to come; or the
+  // record says free, in tables that are odd or though it leads to the object. What was
+  // freed in order stands for null (ISO 32000-1 7.3.10).
+  bool IsLost(const ZPDFObjectIdentifier& id) const;
   // How many whole objects stand behind the last "startxref" without being listed:
   // what is left of a later revision whose end was lost. Looks through that part.
   size_t UnlistedAtEnd() const;
   const ZPDFLocations& ObjectLocations() const { return locations_; }
 
+  // Numbers the objects anew: those of the list get 1 and up, in its order, and all others,
+  // references to nothing included, the numbers behind them; generations become 0. Until a
+  // Rebase, objects that are not loaded cannot be. Returns the former identifiers in the
+  // order of the new ones, which as a list take everything back.
+  PTableau<ZPDFObjectIdentifier> Renumber(const PTableau<ZPDFObjectIdentifier>& first);
+  void TakeBack(const PTableau<ZPDFObjectIdentifier>& former);
   // After the document was saved anew as `raw_data`: from now on objects stand at
   // `offsets` (others are gone), are enciphered by a copy of `encryption` (none
   // when null) and the trailer speaks of the new file. Loaded objects stay.
@@ -156,6 +173,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool SettleHeader(const Chaine& reason, Chaine* said);
   void AddFound(const ZPDFFileScan& scan, const ZPDFLocations& listed);
   void RepairLocations();
+  std::vector<ZPDFNodeIndirectReference*> LoadedReferences() const;
+  void SetNumbers(const std::map<ZPDFObjectIdentifier, ZPDFObjectIdentifier>& numbers);
+  bool IsWrong(const ZPDFObjectLocation& location) const;
   bool LeadsToObject(const ZPDFObjectLocation& location) const;
   void FindTrailer(const ZPDFFileScan& scan);
   void FindEncryption(const ZPDFFileScan& scan);

@@ -9,6 +9,7 @@
 #include "pdf/indirect_object.h"
 #include "pdf/parser/file_scan.h"
 #include "pdf/parser/object_stream.h"
+#include "pdf/parser/page_tree.h"
 #include "pdf/parser/parser.h"
 #include "pdf/parser/xref_stream_reader.h"
 #include "pdf/reference_node.h"
@@ -74,7 +75,10 @@ bool ZPDFParser::Recover(bool analyzed) {
   if (analyzed && !CanBeDecrypted()) return true;
   const bool readable = analyzed && Root() != nullptr;
   if (const Chaine damage = Damage(analyzed); !damage.IsEmpty()) {
-    if (Rebuild(damage)) return true;
+    if (Rebuild(damage)) {
+      if (CanBeDecrypted()) RepairPageTree(*this, diagnostics_);
+      return true;
+    }
     if (!readable) return false;
     // The tables, odd as they are, lead to more than a scan finds.
     Clean();
@@ -83,6 +87,7 @@ bool ZPDFParser::Recover(bool analyzed) {
     if (!Analyze()) return false;
   }
   RepairLocations();
+  if (RepairPageTree(*this, diagnostics_)) recovered_ = true;
   return true;
 }
 
@@ -117,13 +122,27 @@ bool ZPDFParser::LeadsToObject(const ZPDFObjectLocation& location) const {
   return TakeHeader(text, location.id);
 }
 
+// A free record that leads to its object was one in use: those of objects that are gone
+// lead to the next free number.
+bool ZPDFParser::IsWrong(const ZPDFObjectLocation& location) const {
+  if (location.packed || location.object != nullptr || !IsLoadable(location.id)) return false;
+  return location.in_use != LeadsToObject(location);
+}
+
+bool ZPDFParser::IsLost(const ZPDFObjectIdentifier& id) const {
+  const ZPDFObjectLocation* const location = locations_.Find(id.Number());
+  if (location == nullptr) return true;
+  if (location->id != id) return location->in_use && id.Generation() > location->id.Generation();
+  if (location->in_use) return location->object == nullptr;
+  return !oddity_.IsEmpty() || IsWrong(*location);
+}
+
 // Records that do not lead to their object are made to lead to the newest one of that
 // number that the file holds.
 void ZPDFParser::RepairLocations() {
   std::map<ZPDFObjectIdentifier, ZPDFObjectLocation*> wrong;
   for (ZPDFObjectLocation& location : locations_) {
-    if (!location.in_use || location.packed || location.object != nullptr || LeadsToObject(location)) continue;
-    wrong[location.id] = &location;
+    if (IsWrong(location)) wrong[location.id] = &location;
   }
   if (wrong.empty()) return;
   size_t repaired = 0;
@@ -132,6 +151,7 @@ void ZPDFParser::RepairLocations() {
     const auto entry = wrong.find(found.id);
     if (entry == wrong.end()) return;
     entry->second->offset = found.offset;
+    entry->second->in_use = true;
     entry->second->requested = false;
     wrong.erase(entry);
     repaired++;

@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""What the tool says of damaged files, and what it refuses: `rewrite` and `check` tell the same, each message about
+damage names --recover, and nothing that pages or form need is lost unless that is forced."""
+
+import pathlib
+import sys
+import tempfile
+
+from tool_case import SAMPLES, run_tests, expect, same, zforms
+
+SAMPLE = (SAMPLES / "membership_form.pdf").read_bytes()
+ADVICE = "the file is damaged; --recover may find more of it"
+REFUSAL = "would lose it: nothing was written. --recover looks for it in the file, --force writes the rest"
+
+# A name, what is damaged in the sample, the status of `rewrite` and what it says first.
+DAMAGES = [
+    ("nothing", b"", b"", 0, ""),
+    ("the page tree leads to itself", b"/Kids [8 0 R]", b"/Kids [4 0 R]", 2, "object 4 0: the page tree leads here"),
+    ("a font is not there", b"/Helv 5 0 R", b"/Helv 5 9 R", 2, "cannot be read: 5 9"),
+    ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" names no version'),
+]
+
+
+def damaged(folder, what, by):
+    expect(what in SAMPLE, f"the sample has {what}")
+    path = folder / "damaged.pdf"
+    path.write_bytes(SAMPLE.replace(what, by, 1))
+    return path
+
+
+def lines(err):
+    return sorted(line.split(".pdf: ", 1)[1] for line in err.splitlines())
+
+
+def test_rewrite(folder):
+    out = folder / "out.pdf"
+    for label, what, by, wanted, said in DAMAGES:
+        path = damaged(folder, what, by)
+        out.unlink(missing_ok=True)
+        status, _, err = zforms("rewrite", path, "-o", out)
+        same(f"{label}: status of rewrite", (status, out.exists()), (wanted, wanted != 2))
+        expect(said in err and (ADVICE in err) == bool(said), label, err)
+        expect((REFUSAL in err) == (wanted == 2), label, err)
+        checked, _, found = zforms("check", path)
+        same(f"{label}: check", checked, 3 if said else 0)
+        same(f"{label}: what check says", lines(found), [line for line in lines(err) if REFUSAL not in line])
+        if wanted == 2:
+            status, _, err = zforms("permissions", path, "--set", "-44", "-o", out)
+            expect(status == 2 and REFUSAL in err and not out.exists(), f"{label}: permissions", err)
+            status, _, err = zforms("rewrite", path, "--force", "-o", out)
+            expect(status == 3 and said in err and out.exists(), f"{label}: forced", err)
+        same(f"{label}: the header", out.read_bytes()[:8], b"%PDF-1.7" if what == b"%PDF-1.4" else b"%PDF-1.4")
+
+
+def test_recover(folder):
+    """The page of the loop comes back; what is gone for good is refused still."""
+    out = folder / "out.pdf"
+    for label, what, by, _, said in DAMAGES[1:3]:
+        status, _, err = zforms("rewrite", damaged(folder, what, by), "--recover", "-o", out)
+        expect(said in err and ADVICE not in err and "--recover" not in err, label, err)
+        same(f"{label}: status", status, 3 if "tree" in label else 2)
+    same("fields", zforms("fields", out), zforms("fields", SAMPLES / "membership_form.pdf"))
+    same("the page", "  pages           1\n" in zforms("check", out)[1], True)
+
+
+def test_unreadable(folder):
+    broken = damaged(folder, b"startxref\n", b"startxref\n9")
+    cases = [(broken, "; --recover reads it\n"), (SAMPLES / "membership_form.xfdf", 'begin with "%PDF-"\n')]
+    cases.append((folder / "no catalog.pdf", "; --recover finds no document in it either\n"))
+    cases[-1][0].write_bytes(b"%PDF-1.4\n%c\n1 0 obj<<>>endobj\n%%EOF")
+    for path, end in cases:
+        for arguments in (["check", path], ["show", path, "1"], ["fields", path]):
+            status, out, err = zforms(*arguments)
+            expect(status == 2 and not out and err.endswith(end), arguments, err)
+        status, _, err = zforms("check", "-", stdin=path.read_bytes())
+        expect(status == 2 and err.endswith(end), "standard input", err)
+
+
+if __name__ == "__main__":
+    with tempfile.TemporaryDirectory() as folder:
+        sys.exit(run_tests(pathlib.Path(__file__).stem, [test_rewrite, test_recover, test_unreadable], folder))
