@@ -25,7 +25,7 @@ Chaine CryptFilterMethod(const ZPDFNodeDictionary& dictionary) {
 Chaine EncryptionMethod(const ZPDFEncryption& encryption) {
   if (encryption.Filter() != "/Standard") return "the security handler \"" + encryption.Filter() + "\"";
   const uint32_t code = encryption.AlgorithmCode();
-  if (code == 1 || code == 2) return "RC4, " + FormatUInt(encryption.KeyLength()) + " bits";
+  if (code == 1 || code == 2) return "RC4, " + FormatUInt(encryption.UsedKeyLength()) + " bits";
   const Chaine method = code < 4 ? Chaine() : CryptFilterMethod(*encryption.Dictionary());
   if (method == "/AESV2") return "AES, 128 bits";
   if (method == "/AESV3") return "AES, 256 bits";

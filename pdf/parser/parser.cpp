@@ -4,6 +4,7 @@
 
 #include "pdf/array_node.h"
 #include "pdf/crypt/encryption.h"
+#include "pdf/crypt/encryption_method.h"
 #include "pdf/dictionary_node.h"
 #include "pdf/identifier_node.h"
 #include "pdf/indirect_object.h"
@@ -191,8 +192,9 @@ bool ZPDFParser::PrepareEncryption() {
     LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
     // Trying the password also settles how the key is derived, before any object needs it.
-    if (!encryption_->CanBeDecrypted())
-      diagnostics_.Warn("the document is not decrypted: its strings and streams are what stands in the file");
+    if (!encryption_->CanBeDecrypted()) {
+      diagnostics_.Warn("strings and streams are not decrypted: " + EncryptionRefusal(*encryption_));
+    }
   } else if (NodeCast<ZPDFNodeIndirectReference>(trailer_->GetDirect("/Encrypt")) != nullptr) {
     return Fail("the encryption dictionary that the trailer refers to is not there");
   }
