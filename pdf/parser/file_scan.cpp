@@ -55,7 +55,7 @@ class FileScan {
 
   bool StandsHere(std::string_view word) const { return file_.substr(at_).starts_with(word); }
   void Skip(size_t count) { at_ += count; }
-  bool SpecialAt(size_t at) const { return at >= file_.size() || Is(file_[at], kSpecial); }
+  bool SpecialAt(size_t at) const { return at >= file_.size() || Is(file_[at], kBlankOrSpecial); }
 
   // Where the run of such characters that ends at `end` begins.
   size_t RunBefore(size_t end, CharClass kind) const {
