@@ -239,7 +239,8 @@ void ZPDFNodeDictionary::RemoveValue(std::string_view key) {
 }
 
 size_t ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) const {
-  return Enciphers(encrypter) && Exist("/ByteRange") ? FindKey("/Contents") : kAbsent;
+  if (!Enciphers(encrypter) || !Exist("/ByteRange")) return kAbsent;
+  return NodeCast<ZPDFNodeString>(GetDirect("/Contents")) == nullptr ? kAbsent : FindKey("/Contents");
 }
 
 void ZPDFNodeDictionary::RestoreSignature(const ZPDFEncrypter* encrypter) {
