@@ -33,6 +33,50 @@ bool NamesVersion(std::string_view data) {
 // shown as much.
 constexpr size_t kLastChunk = 5;
 
+// The end of a token or a quoted string at the front of the text (RFC 9110 5.6.2 and
+// 5.6.4); 0 when there is none.
+size_t EndOfExtensionValue(std::string_view text) {
+  if (!text.starts_with('"')) {
+    const auto ends = [](const char& c) { return !ZHTTPHeader::IsToken({&c, 1}); };
+    return static_cast<size_t>(std::find_if(text.begin(), text.end(), ends) - text.begin());
+  }
+  for (size_t i = 1; i < text.size(); i++) {
+    if (text[i] == '"') return i + 1;
+    const bool escaped = text[i] == '\\' && i + 1 < text.size();
+    if (!ZHTTPHeader::IsFieldValue(text.substr(i, escaped ? 2 : 1))) return 0;
+    i += escaped ? 1 : 0;
+  }
+  return 0;
+}
+
+// *( BWS ";" BWS token [ BWS "=" BWS ( token / quoted-string ) ] ), what may stand behind
+// the size of a chunk (RFC 9112 7.1.1).
+bool IsChunkExtension(std::string_view text) {
+  const auto take = [&text](char c) {
+    const size_t at = std::min(text.find_first_not_of(" \t"), text.size());
+    if (at == text.size() || text[at] != c) return false;
+    text.remove_prefix(at + 1);
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    return true;
+  };
+  while (!text.empty()) {
+    if (!take(';') || text.starts_with('"')) return false;
+    size_t end = EndOfExtensionValue(text);
+    if (end == 0) return false;
+    text.remove_prefix(end);
+    if (!take('=')) continue;
+    end = EndOfExtensionValue(text);
+    if (end == 0) return false;
+    text.remove_prefix(end);
+  }
+  return true;
+}
+
+bool IsChunkLine(std::string_view line) {
+  const size_t size = std::min(line.find_first_not_of("0123456789abcdefABCDEF"), line.size());
+  return size != 0 && IsChunkExtension(line.substr(size));
+}
+
 int StatusOf(const error_code& error, std::string_view data) {
   if (error == http::error::header_limit) return 431;
   if (error == http::error::body_limit) return 413;
@@ -91,7 +135,10 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
     body_.Append(ViewOf(bytes));
     return bytes.size();
   }
-  void on_chunk_header_impl(std::uint64_t, string_view, error_code&) override {}
+  // The parser lets control characters through between quotes.
+  void on_chunk_header_impl(std::uint64_t, string_view extension, error_code& error) override {
+    if (!IsChunkExtension(ViewOf(extension))) Refuse({400, eHTTPIntrusion::eNone}, &error);
+  }
   std::size_t on_chunk_body_impl(std::uint64_t, string_view bytes, error_code&) override {
     body_.Append(ViewOf(bytes));
     return bytes.size();
@@ -127,6 +174,11 @@ size_t HTTPRequestReader::BodySize() const { return parser_->BodySize(); }
 
 bool HTTPRequestReader::KeepsAlive() const { return parser_->keep_alive(); }
 
+ZHTTPReadRequest HTTPRequestReader::TakeRequest() {
+  parser_.reset();
+  return std::move(request_);
+}
+
 size_t HTTPRequestReader::Take(std::string_view data) {
   if (data.empty() || state_ == State::eComplete || state_ == State::eRefused) return 0;
   size_t skipped = 0;
@@ -152,7 +204,10 @@ size_t HTTPRequestReader::Parse(std::string_view data) {
     step = parser_->put({data.data() + taken, left}, error);
   }
   if (parser_->is_header_done()) state_ = State::eBody;
-  if (taken != 0) scanned_ = 0;
+  if (taken != 0) {
+    scanned_ = 0;
+    chunk_line_judged_ = false;
+  }
   if (error == http::error::need_more) {
     error = {};
     verdict_.status = JudgeOpenLine(data.substr(taken));
@@ -170,12 +225,20 @@ size_t HTTPRequestReader::Parse(std::string_view data) {
   return taken;
 }
 
-// Bytes of a line that has not ended: a line of a chunked body, or its trailer, is
-// bounded as a header is; a line feed alone ends no line, now or later.
+// Bytes that the parser cannot take yet: the lines of a chunked body, or its trailer,
+// are bounded as a header is; a line feed alone ends no line, now or later. The line of
+// a chunk that is whole must be right: the parser would look for the end of a quoted
+// string in what follows.
 int HTTPRequestReader::JudgeOpenLine(std::string_view bytes) {
   if (bytes.size() >= parser_->Limits().header_bytes) return 431;
   for (; scanned_ < bytes.size(); scanned_++) {
-    if (bytes[scanned_] == '\n' && (scanned_ == 0 || bytes[scanned_ - 1] != '\r')) return 400;
+    if (bytes[scanned_] != '\n') continue;
+    if (scanned_ == 0 || bytes[scanned_ - 1] != '\r') return 400;
+    // The line end of the chunk before may come first.
+    if (scanned_ == 1 || chunk_line_judged_ || !parser_->IsInChunks()) continue;
+    chunk_line_judged_ = true;
+    const size_t start = bytes.starts_with("\r\n") ? 2 : 0;
+    if (!IsChunkLine(bytes.substr(start, scanned_ - 1 - start))) return 400;
   }
   return 0;
 }

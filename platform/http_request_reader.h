@@ -45,8 +45,8 @@ class ZFORMS_API HTTPRequestReader {
   bool KeepsAlive() const;
   // The method, path and header as far as they are known; for a refused request too.
   const ZHTTPReadRequest& Request() const { return request_; }
-  // Precondition: complete.
-  ZHTTPReadRequest TakeRequest() { return std::move(request_); }
+  // Keeps nothing of it. Precondition: complete; nothing but the state is asked afterwards.
+  ZHTTPReadRequest TakeRequest();
 
  private:
   class Parser;
@@ -58,7 +58,8 @@ class ZFORMS_API HTTPRequestReader {
   HTTPVerdict verdict_;
   ZHTTPReadRequest request_;
   bool skipped_line_ = false;
-  size_t scanned_ = 0;  // how many bytes of the open line were looked at
+  size_t scanned_ = 0;              // how many of the bytes that are left over were looked at
+  bool chunk_line_judged_ = false;  // the first line of these
   std::unique_ptr<Parser> parser_;
 };
 
