@@ -199,6 +199,29 @@ def test_what_is_read(folder):
                 same(label, {name: value for name, value in got.items() if value != empty[name]}, wanted)
 
 
+GUARDED = ["=1+1", "@SUM(A1)", "\t=1", "\r=1", "+cmd|' /C calc'!A0", "-2+3", "+1e", "-", "+", "+12ab", "-1 e 5", "+1-2"]
+UNGUARDED = ["", "x=1", " =1", "-12", "+1 234,50", "-.5e-3", "-12%", "+33 (0)1 23.45-67/89", "-1\u00a0234", "'=1", "é"]
+
+
+def test_no_cell_runs_as_a_formula(folder):
+    document = Document()
+    catalog, form, page = document.reserve(), document.reserve(), document.reserve()
+    fields = [document.add({"FT": Name("Tx"), "T": WideText(f"{'=' if i == 0 else ''}f{i}"), "V": WideText(value)})
+              for i, value in enumerate(GUARDED + UNGUARDED)]
+    document.put(form, {"Fields": fields})
+    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
+    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100]})
+    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": form})
+    (folder / "form.pdf").write_bytes(document.finish(catalog, document.add({}))[0])
+    for options, mark in (([], ""), (["--spreadsheet"], "'")):
+        status, out, err = zforms("export", folder / "form.pdf", "--format", "csv", *options)
+        names, values = csv.reader(io.StringIO(out, newline=""))
+        same(f"names with {options}", (status, err, names[0], names[1]), (0, "", mark + "=f0", "f1"))
+        wanted = [mark + value for value in GUARDED] + UNGUARDED
+        same(f"values with {options}", values, [value.replace("\r", "\n") for value in wanted])
+    same("another format", zforms("export", SAMPLE, "--spreadsheet")[0], 2)
+
+
 def test_many_forms_make_one_table(folder):
     odd = odd_form(folder / "odd.pdf")
     broken = folder / "broken.pdf"
@@ -254,7 +277,7 @@ def test_whole_cycle(folder):
 def main():
     tests = [test_every_format_brings_the_values_back, test_its_own_export_changes_nothing,
              test_what_is_not_to_be_exported, test_fields_that_pages_alone_know, test_pdftk_agrees,
-             test_what_is_read, test_many_forms_make_one_table, test_whole_cycle]
+             test_what_is_read, test_no_cell_runs_as_a_formula, test_many_forms_make_one_table, test_whole_cycle]
     with tempfile.TemporaryDirectory() as folder:
         return run_tests("tool_data_test", tests, folder)
 

@@ -35,6 +35,7 @@ struct ExportOptions {
   std::string password;
   bool all = false;
   bool recover = false;
+  bool spreadsheet = false;
 };
 int RunExport(const ExportOptions& options);
 

@@ -197,6 +197,61 @@ bool CsvReader::ToUTF8(std::string* text) {
   return true;
 }
 
+namespace {
+
+// A number as people write it, without its sign: "1 234,50", ".5e-3", "12%".
+bool IsUnsignedNumber(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789";
+  if (text.ends_with('%')) text.remove_suffix(1);
+  const size_t exponent = text.find_first_of("eE");
+  if (exponent != std::string_view::npos) {
+    std::string_view digits = text.substr(exponent + 1);
+    if (digits.starts_with('+') || digits.starts_with('-')) digits.remove_prefix(1);
+    if (digits.empty() || digits.find_first_not_of(kDigits) != std::string_view::npos) return false;
+    text = text.substr(0, exponent);
+  }
+  bool any = false;
+  while (!text.empty()) {
+    // Blanks between groups of digits, those that do not break among them.
+    size_t taken = 0;
+    for (const std::string_view mark : {".", ",", " ", "\xC2\xA0", "\xE2\x80\xAF"}) {
+      if (text.starts_with(mark)) taken = mark.size();
+    }
+    const bool is_digit = kDigits.find(text[0]) != std::string_view::npos;
+    if (taken == 0 && !is_digit) return false;
+    any = any || is_digit;
+    text.remove_prefix(std::max<size_t>(taken, 1));
+  }
+  return any;
+}
+
+// Behind "+": at least a country's code and a number of four digits.
+bool IsInternationalTelephoneNumber(std::string_view text) {
+  constexpr std::ptrdiff_t kFewestDigits = 5;
+  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+  return !text.empty() && is_digit(text[0]) && text.find_first_not_of("0123456789 .-/()") == std::string_view::npos &&
+         std::count_if(text.begin(), text.end(), is_digit) >= kFewestDigits;
+}
+
+bool IsFormula(std::string_view text) {
+  if (text.empty()) return false;
+  const std::string_view rest = text.substr(1);
+  switch (text[0]) {
+    case '=':
+    case '@':
+    case '\t':
+    case '\n':
+    case '\r': return true;
+    case '+': return !IsUnsignedNumber(rest) && !IsInternationalTelephoneNumber(rest);
+    case '-': return !IsUnsignedNumber(rest);
+    default: return false;
+  }
+}
+
+}  // namespace
+
+std::string ForSpreadsheet(std::string_view text) { return (IsFormula(text) ? "'" : "") + std::string(text); }
+
 void AppendCsvCell(std::string* out, std::string_view text) {
   // Blanks at the ends are quoted as well, since some readers cut them off.
   const bool plain =

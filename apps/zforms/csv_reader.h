@@ -47,4 +47,9 @@ class CsvReader : public RowReader {
 // The text as one cell, quoted when it has to be.
 void AppendCsvCell(std::string* out, std::string_view text);
 
+// The text with "'" before it where a spreadsheet would take it for a formula: it begins
+// with "=", "@", a tab or a line end, or with "+" or "-" and is neither a number
+// nor a telephone number.
+std::string ForSpreadsheet(std::string_view text);
+
 }  // namespace zforms::tool

@@ -82,7 +82,7 @@ FormValues ValuesOf(std::vector<FieldReport> fields) {
 }
 
 std::string TableText(const std::vector<FormValues>& forms, const ExportOptions& options) {
-  if (options.format == "csv") return TableAsCSV(forms);
+  if (options.format == "csv") return TableAsCSV(forms, options.spreadsheet);
   std::string text;
   if (options.format == "jsonl") {
     for (const FormValues& form : forms) text += FormAsJSON(form, -1) + "\n";
@@ -119,6 +119,11 @@ int ExportTable(const ExportOptions& options) {
 int RunExport(const ExportOptions& options) {
   if (Console output(options.output); !KeepsInputs(options.output, options.files, output)) return kFailed;
   const bool table = options.format != "xfdf" && options.format != "fdf";
+  if (options.spreadsheet && options.format != "csv") {
+    Console console("export");
+    console.Fail("--spreadsheet goes with --format csv");
+    return console.Finish();
+  }
   if (table) return ExportTable(options);
   if (options.files.size() == 1) return ExportDocument(options);
   Console console(options.files[1]);

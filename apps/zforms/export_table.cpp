@@ -37,11 +37,11 @@ struct Columns {
   }
 };
 
-std::string CSVLine(const std::vector<std::string>& cells) {
+std::string CSVLine(const std::vector<std::string>& cells, bool for_spreadsheet) {
   std::string line;
   for (size_t i = 0; i < cells.size(); i++) {
     if (i > 0) line += ',';
-    AppendCsvCell(&line, cells[i]);
+    AppendCsvCell(&line, for_spreadsheet ? ForSpreadsheet(cells[i]) : cells[i]);
   }
   // A line without a character would be no row.
   if (line.empty()) line = "\"\"";
@@ -56,12 +56,12 @@ bool IsNoExport(const FieldReport& field) { return (field.flags & ZAcroFormField
 
 bool IsExportable(const FieldReport& field) { return HasData(field) && !IsNoExport(field); }
 
-std::string TableAsCSV(const std::vector<FormValues>& forms) {
+std::string TableAsCSV(const std::vector<FormValues>& forms, bool for_spreadsheet) {
   const Columns columns(forms);
   const bool named = !forms.empty() && !forms.front().file.empty();
   std::vector<std::string> cells = columns.names;
   if (named) cells.insert(cells.begin(), columns.places.contains(kFile) ? "_file" : kFile);
-  std::string text = CSVLine(cells);
+  std::string text = CSVLine(cells, for_spreadsheet);
   for (const FormValues& form : forms) {
     cells.assign(cells.size(), std::string());
     if (named) cells[0] = form.file;
@@ -69,7 +69,7 @@ std::string TableAsCSV(const std::vector<FormValues>& forms) {
       std::string& cell = cells[columns.places.at(name) + (named ? 1 : 0)];
       for (size_t i = 0; i < values.size(); i++) cell += (i == 0 ? "" : "\n") + WithLF(values[i]);
     }
-    text += CSVLine(cells);
+    text += CSVLine(cells, for_spreadsheet);
   }
   return text;
 }

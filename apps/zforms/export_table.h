@@ -23,8 +23,9 @@ bool IsNoExport(const FieldReport& field);
 bool IsExportable(const FieldReport& field);
 
 // The forms as CSV (RFC 4180, UTF-8), with a column for each field that one of them
-// has, in the order in which they appear. Several values are the lines of one cell.
-std::string TableAsCSV(const std::vector<FormValues>& forms);
+// has, in the order in which they appear. Several values are the lines of one cell. For a
+// spreadsheet no cell is a formula (see ForSpreadsheet).
+std::string TableAsCSV(const std::vector<FormValues>& forms, bool for_spreadsheet);
 
 // One form as a JSON object: texts, lists where a field has several values, null
 // without a value. `indent` is negative for one line.

@@ -121,6 +121,10 @@ class CommandLine {
     command->add_flag("--all", export_.all,
                       "Export the fields that the form marks as not to be exported as well; they are left out if not "
                       "said.");
+    command->add_flag(
+        "--spreadsheet", export_.spreadsheet,
+        "CSV for a spreadsheet: a \"'\" stands before what would run as a formula. Without it batch reads "
+        "the table back as it was.");
     AddOutput(command, &export_.output)->default_str("-");
     export_.output = "-";
     AddPassword(command, &export_.password);

@@ -82,6 +82,9 @@ void AddSubmissions(CLI::App& app, std::function<int()>* run) {
   command->add_option("--format", options->format, "csv, json, or the newest as xfdf.")
       ->check(CLI::IsMember({"csv", "json", "xfdf"}))
       ->capture_default_str();
+  command->add_flag("--raw", options->raw,
+                    "CSV with the values as they are. Without it a \"'\" stands before what a spreadsheet would run as "
+                    "a formula.");
 }
 
 void AddRubrics(CLI::App& app, std::function<int()>* run) {

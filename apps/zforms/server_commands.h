@@ -43,6 +43,7 @@ struct SubmissionsOptions {
   std::string format = "csv";
   int64_t id = 0;
   bool rejected = false;
+  bool raw = false;
 };
 int RunSubmissions(const SubmissionsOptions& options);
 

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "apps/zforms/console.h"
+#include "apps/zforms/csv_reader.h"
 #include "apps/zforms/files.h"
 #include "apps/zforms/server_commands.h"
 #include "apps/zforms/store.h"
@@ -14,14 +15,6 @@ namespace {
 using Submissions = std::vector<Submission>;
 constexpr const char* kColumns[] = {"id", "received", "code", "folder", "year", "transaction", "count"};
 
-// RFC 4180.
-std::string Cell(const std::string& text) {
-  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
-  std::string cell = "\"";
-  for (const char c : text) cell += c == '"' ? "\"\"" : std::string(1, c);
-  return cell + "\"";
-}
-
 // Of what was rejected the store has the document alone.
 void ReadFields(Submission* submission) {
   ZXFDF xfdf;
@@ -30,23 +23,28 @@ void ReadFields(Submission* submission) {
 }
 
 // One line for each submission, one column for each field that one of them has.
-std::string AsCSV(const Submissions& submissions) {
+std::string AsCSV(const Submissions& submissions, bool raw) {
+  const auto cell = [raw](const std::string& content) {
+    std::string written;
+    AppendCsvCell(&written, raw ? content : ForSpreadsheet(content));
+    return written;
+  };
   std::set<std::string> names;
   for (const Submission& submission : submissions) {
     for (const auto& [name, value] : submission.fields) names.insert(name);
   }
   std::string text;
   for (const char* column : kColumns) text += (text.empty() ? "" : ",") + std::string(column);
-  for (const std::string& name : names) text += "," + Cell(name);
+  for (const std::string& name : names) text += "," + cell(name);
   text += "\r\n";
   for (const Submission& one : submissions) {
-    text += std::to_string(one.id) + "," + one.received + "," + Cell(one.code) + "," + std::to_string(one.folder) +
+    text += std::to_string(one.id) + "," + one.received + "," + cell(one.code) + "," + std::to_string(one.folder) +
             "," + std::to_string(static_cast<int32_t>(one.year)) + "," + std::to_string(one.transaction) + "," +
             std::to_string(one.count);
     const std::map<std::string, std::string> fields(one.fields.begin(), one.fields.end());
     for (const std::string& name : names) {
       const auto found = fields.find(name);
-      text += "," + (found == fields.end() ? std::string() : Cell(found->second));
+      text += "," + (found == fields.end() ? std::string() : cell(found->second));
     }
     text += "\r\n";
   }
@@ -90,7 +88,7 @@ int RunSubmissions(const SubmissionsOptions& options) {
     return console.Finish();
   }
   if (options.format != "xfdf") {
-    Print(options.format == "json" ? AsJSON(submissions) : AsCSV(submissions));
+    Print(options.format == "json" ? AsJSON(submissions) : AsCSV(submissions, options.raw));
   } else if (submissions.empty()) {
     console.Fail("there is no such submission");
   } else {
