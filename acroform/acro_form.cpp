@@ -225,6 +225,7 @@ size_t ZAcroForm::SetDefaultValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatche
 
 size_t ZAcroForm::Fill(const ZXFDF& xfdf, bool defaults, PTableau<Chaine>* unmatched, PTableau<Chaine>* refused) {
   FormFiller filler(Fields(), defaults ? FormFiller::Target::kDefaultValue : FormFiller::Target::kValue, &notes_);
+  if (unmatched == nullptr) filler.SkipEmpty();
   if (xfdf.HasFields()) filler.Fill(xfdf.Fields());
   if (unmatched != nullptr) *unmatched = filler.Unmatched();
   if (refused != nullptr) *refused = filler.Refused();

@@ -62,6 +62,7 @@ FormFiller::FormFiller(ZAcroFormFieldCollection& fields, Target target, ZDiagnos
 void FormFiller::Fill(const ZXFDFFieldCollection& from, const Chaine& above) {
   for (unsigned i = 0; i < from.Size(); i++) {
     const ZXFDFField& field = from[i];
+    if (skips_empty_ && field.Size() == 0 && !field.HasValue() && !field.HasValueRichText()) continue;
     Chaine name = above;
     AppendPartialName(&name, true, field.Name());
     if (name.size() > ZXFDFFieldCollection::kMaxFullName) {

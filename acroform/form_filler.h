@@ -20,6 +20,9 @@ class FormFiller {
 
   FormFiller(ZAcroFormFieldCollection& fields, Target target, ZDiagnostics* diagnostics);
 
+  // Passes over fields of the data that have no value, without their names: deep ones would
+  // cost much for nothing. They are not among the unmatched then.
+  void SkipEmpty() { skips_empty_ = true; }
   // Fills from every field of the collection, a field before those in it.
   void Fill(const ZXFDFFieldCollection& from) { Fill(from, Chaine()); }
 
@@ -45,6 +48,7 @@ class FormFiller {
   ZAcroFormFieldCollection& fields_;
   Target target_;
   ZDiagnostics* diagnostics_;
+  bool skips_empty_ = false;
   size_t filled_ = 0;
   PUniqueT<Chaine> unmatched_;
   PUniqueT<Chaine> refused_;

@@ -30,12 +30,13 @@ class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
   using ZAcroFormServerSaveXFDFMessage::ZAcroFormServerSaveXFDFMessage;
   void OnIdleMessage() override {
     std::cout << (DataIsOK() ? "saved" : "refused as stale") << std::endl;
-    for (const zforms::Chaine& name : XFDF().Fields().FieldNames()) {
-      const ZXFDF::Field* field = XFDF().Fields().Get(name);
-      if (DataIsOK() && field->HasValue()) {
-        std::cout << "  " << name.View() << " = " << field->ValuesAsText().View() << std::endl;
-      }
-    }
+    if (!DataIsOK()) return;
+    // One walk over what may be a long document. Where storing takes long, do it on a thread of your own: this one
+    // has the next submission to take.
+    XFDF().Fields().VisitValues([](std::string_view name, const ZXFDF::Field& field) {
+      std::cout << "  " << name << " = " << field.ValuesAsText().View() << std::endl;
+      return true;
+    });
   }
 };
 
@@ -43,6 +44,8 @@ class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
 class Session : public zforms::ZAcroFormServerXFDFHandler::CSession {
  public:
   using ZAcroFormServerXFDFSession::ZAcroFormServerXFDFSession;
+  // Spares the server the reading of a long document that CheckSession would refuse.
+  bool IsWorthReading(const ZXFDF::SessionInfos* infos) override { return infos != nullptr && CheckSession(*infos); }
   bool CheckSession(const ZXFDF::SessionInfos& infos) override { return infos.Param("Example.Session") == kSession; }
   bool AcceptSave() override { return TransactionManager().IncTransactionIn(ReceivedXFDF()); }
   CSaveXFDFMessage* CreateSaveMessage(const zforms::ZInetURL& url, const ZXFDF& xfdf, bool accepted) override {

@@ -19,6 +19,7 @@
 
 #include "platform/http_date.h"
 #include "platform/http_request_reader.h"
+#include "platform/os_memory.h"
 #include "platform/os_socket.h"
 #include "platform/worker_pool.h"
 
@@ -44,6 +45,8 @@ constexpr size_t kRefusedConnections = 32;
 constexpr size_t kReadSize = 16 * 1024;
 // A request with more than that may take long to be understood.
 constexpr uint64_t kHeavyBody = uint64_t{256} << 10;
+// A body of that part of what all may take is short.
+constexpr uint64_t kShortBody = 1024;
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 const char* TextOf(eHTTPIntrusion intrusion) {
@@ -69,7 +72,7 @@ std::unique_ptr<ZHTTPSendResponse> MakeErrorResponse(int status) {
 // Everything below belongs to the engine's thread, unless it says otherwise.
 struct HTTPEngine::State {
   State(const sHTTPServerLimits& wanted, IHTTPEngineHost* owner)
-      : limits(wanted), host(owner), ticker(io), pool(wanted.threads, wanted.queue) {}
+      : limits(wanted), host(owner), ticker(io), pool(wanted.threads, wanted.queue, wanted.body_bytes) {}
 
   int Listen(const asio::ip::address& address, uint16_t at);
   void Accept(size_t index);
@@ -157,6 +160,7 @@ class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
   bool in_read_ = false;
   bool in_body_ = false;
   uint64_t body_bytes_ = 0;  // counted in the engine's pending_body_bytes
+  bool is_heavy_ = false;    // the request that is being answered
 
   // The answer on its way, and the request that it is for.
   std::unique_ptr<ZHTTPSendResponse> response_;
@@ -238,7 +242,9 @@ void HTTPEngine::Connection::CountBody(uint64_t bytes) {
 }
 
 void HTTPEngine::Connection::OnBody() {
-  if (engine_.pending_body_bytes > engine_.limits.pending_body_bytes) {
+  // Short ones come through: all of them together are little.
+  const uint64_t limit = engine_.limits.pending_body_bytes;
+  if (engine_.pending_body_bytes > limit && body_bytes_ > limit / kShortBody) {
     return Refuse(503, "too many long bodies come at the same time");
   }
   const bool begins = !in_body_;
@@ -265,15 +271,15 @@ void HTTPEngine::Connection::Dispatch() {
   infos_.method = request.Method();
   infos_.url = request.URL();
   infos_.bytes_received = request.ContentLength();
-  CountBody(0);
   if (engine_.host->IsOverloaded()) return Refuse(503, "too much waits for the host");
   Enter(Phase::eWorking, Clock::duration::max());
+  is_heavy_ = request.ContentLength() > kHeavyBody;
   waiting->queued = true;
   const auto work = [waiting] {
     waiting->queued = false;
     waiting->connection->Work(waiting->request, waiting->keep);
   };
-  if (engine_.pool.Post(work, infos_.bytes_received > kHeavyBody)) return;
+  if (engine_.pool.Post(work, is_heavy_ ? request.ContentLength() : 0)) return;
   waiting->queued = false;
   Refuse(503, "too many requests wait");
 }
@@ -282,6 +288,8 @@ void HTTPEngine::Connection::Work(ZHTTPReadRequest& request, bool keep) {
   auto response = engine_.host->Answer(request);
   const bool kept = keep && !engine_.draining.load(std::memory_order_relaxed);
   const bool with_body = request.Method() != "HEAD";
+  // It may be large, and what follows the answer counts on its being gone.
+  request = ZHTTPReadRequest();
   Chaine head = response->Head(kept, HTTPDateNow());
   asio::post(engine_.io, [self = shared_from_this(), response = std::move(response), head = std::move(head), with_body,
                           kept]() mutable { self->Send(std::move(response), head, with_body, kept); });
@@ -309,6 +317,8 @@ void HTTPEngine::Connection::Send(std::unique_ptr<ZHTTPSendResponse> response, c
   head_ = head;
   with_body_ = with_body;
   keep_ = keep;
+  // The request is gone; the answer to a large one is likely to be large.
+  CountBody(is_heavy_ ? response_->Body().size() : 0);
   // The connection was cut while a worker made the answer.
   if (phase_ == Phase::eClosed) return OnSent(asio::error::operation_aborted);
   Enter(Phase::eSending, engine_.limits.send_time);
@@ -333,6 +343,9 @@ void HTTPEngine::Connection::OnSent(const error_code& error) {
   infos_.duration = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - received_);
   response_.reset();
   head_.Clear();
+  CountBody(0);
+  if (is_heavy_) engine_.pool.Post(GiveBackMemory, 1);
+  is_heavy_ = false;
   engine_.host->Done(infos_);
   if (error) return Close();
   if (keep_ && !engine_.draining.load(std::memory_order_relaxed)) return NextRequest();
@@ -352,8 +365,9 @@ void HTTPEngine::Connection::Linger() {
 void HTTPEngine::Connection::Close() {
   if (phase_ == Phase::eClosed) return;
   if (phase_ == Phase::eReading && in_body_) LogBroken();
+  // A worker that still answers holds the request.
+  if (phase_ != Phase::eWorking) CountBody(0);
   Enter(Phase::eClosed, Clock::duration::max());
-  CountBody(0);
   error_code ignored;
   socket_.close(ignored);
   engine_.connections.erase(shared_from_this());

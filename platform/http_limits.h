@@ -17,8 +17,10 @@ struct sHTTPServerLimits {
   uint32_t header_fields = 64;
   // Bytes of one body as received, chunked or not (413).
   uint64_t body_bytes = uint64_t{16} << 20;
-  // Bytes of all bodies that are being received together (503).
-  uint64_t pending_body_bytes = uint64_t{256} << 20;
+  // Bytes of all bodies together that are being received, wait, or are being answered,
+  // and of the answers to large ones (503); short bodies come through. One large
+  // body at a time is worked on, or several as large together.
+  uint64_t pending_body_bytes = uint64_t{128} << 20;
   // From a request's first byte to the end of its header (408).
   Duration header_time = std::chrono::seconds(10);
   // From the end of the header to the end of the body (408).

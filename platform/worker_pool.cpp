@@ -5,10 +5,11 @@
 
 namespace zforms {
 
-WorkerPool::WorkerPool(size_t threads, size_t max_queue)
+WorkerPool::WorkerPool(size_t threads, size_t max_queue, uint64_t max_weight)
     : thread_count_(std::max<size_t>(threads, 1)),
       heavy_threads_(std::max<size_t>(thread_count_ / 2, 1)),
-      max_queue_(max_queue) {}
+      max_queue_(max_queue),
+      max_weight_(max_weight) {}
 
 WorkerPool::~WorkerPool() {
   Finish(true);
@@ -20,11 +21,11 @@ void WorkerPool::Start() {
   for (; running_ < thread_count_; running_++) threads_.emplace_back([this] { RunJobs(); });
 }
 
-bool WorkerPool::Post(Job job, bool is_heavy) {
+bool WorkerPool::Post(Job job, uint64_t weight) {
   {
     const std::lock_guard lock(mutex_);
     if (finishing_ || queue_.size() + heavy_.size() >= max_queue_) return false;
-    (is_heavy ? heavy_ : queue_).push_back(std::move(job));
+    (weight != 0 ? heavy_ : queue_).push_back({std::move(job), weight});
   }
   wake_.notify_one();
   return true;
@@ -32,7 +33,7 @@ bool WorkerPool::Post(Job job, bool is_heavy) {
 
 void WorkerPool::Finish(bool drop_queued) {
   // Jobs end outside the lock: they may own what posts.
-  std::deque<Job> dropped[2];
+  std::deque<WeightedJob> dropped[2];
   {
     const std::lock_guard lock(mutex_);
     finishing_ = true;
@@ -66,15 +67,19 @@ void WorkerPool::RunJobs() {
     const bool is_heavy = queue_.empty();
     // Heavy jobs that are left are taken by the threads that run such ones.
     if (is_heavy && !CanTakeHeavy()) break;
-    std::deque<Job>& queue = is_heavy ? heavy_ : queue_;
-    Job job = std::move(queue.front());
+    std::deque<WeightedJob>& queue = is_heavy ? heavy_ : queue_;
+    WeightedJob next = std::move(queue.front());
     queue.pop_front();
     heavy_running_ += is_heavy ? 1 : 0;
+    weight_ += next.weight;
     lock.unlock();
-    job();
-    job = nullptr;
+    next.job();
+    next.job = nullptr;
     lock.lock();
     heavy_running_ -= is_heavy ? 1 : 0;
+    weight_ -= next.weight;
+    // Those that were too much together with this one.
+    if (is_heavy && CanTakeHeavy()) wake_.notify_one();
   }
   running_--;
   ended_.notify_all();

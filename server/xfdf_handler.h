@@ -58,6 +58,9 @@ class ZFORMS_API ZAcroFormServerXFDFSession : public ZHTTPServerPageXFDFSession 
   // Posts the message of a save, exactly once, then answers; 404 without the template.
   void SendPage(ZHTTPSendResponse& response) override;
 
+  // Not without session infos. A host that overrides it spares itself the reading of long
+  // documents that CheckSession would refuse.
+  bool IsWorthReading(const ZXFDFSessionInfos* infos) override;
   // Whether the submitted session is a live one of the host; SetReason says to the log why not.
   virtual bool CheckSession(const ZXFDF::SessionInfos& infos) = 0;
   // Whether the host takes what is to be saved. Called once; the host asks the

@@ -1,11 +1,14 @@
 #include "server/xfdf_page.h"
 
-#include <memory>
+#include <algorithm>
+#include <string>
 
 #include "platform/http_request.h"
 #include "platform/http_response.h"
 #include "platform/inet_stream.h"
 #include "platform/number.h"
+#include "platform/xml.h"
+#include "xfdf/survey.h"
 
 namespace zforms {
 namespace {
@@ -13,6 +16,34 @@ namespace {
 // Session infos are read anew for each of their parameters; a host's are short.
 constexpr size_t kMaxSessionInfos = size_t{64} << 10;
 constexpr char kPost[] = "POST";
+// Reading less costs less than looking at it before.
+constexpr size_t kLongText = size_t{64} << 10;
+
+// How long a literal string of the text is: in PDFDocEncoding where all characters are of
+// Latin-1, else in UTF-16, and with a backslash before some.
+uint64_t SizeInPDF(std::string_view text) {
+  uint64_t characters = 0;
+  uint64_t escapes = 0;
+  bool is_wide = false;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte & 0xC0U) != 0x80) characters++;
+    is_wide = is_wide || byte > 0xC3;
+    if (c == '\r' || c == '\n' || c == '(' || c == ')' || c == '\\') escapes++;
+  }
+  return escapes + (is_wide ? 2 * characters : characters);
+}
+
+bool IsWithinLimits(const ZXFDF& xfdf) {
+  using Session = ZHTTPServerPageXFDFSession;
+  uint64_t work = 0;
+  uint64_t size = 0;
+  return !xfdf.HasFields() || xfdf.Fields().VisitValues([&](std::string_view name, const ZXFDF::Field& field) {
+    work += name.size() * static_cast<uint64_t>(std::count(name.begin(), name.end(), '.') + 1);
+    size += SizeInPDF(field.ValuesAsText());
+    return work <= Session::kMaxNameWork && size <= Session::kMaxText;
+  });
+}
 
 }  // namespace
 
@@ -22,11 +53,11 @@ ZHTTPServerPageXFDFSession::ZHTTPServerPageXFDFSession(const ZHTTPServerPageXFDF
 
 ZHTTPServerPageXFDFSession::~ZHTTPServerPageXFDFSession() = default;
 
-Chaine ZHTTPServerPageXFDFSession::WhyForeign() const {
-  if (xfdf_.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().size() > kMaxSessionInfos) {
+Chaine ZHTTPServerPageXFDFSession::WhyForeign(const ZXFDF& xfdf) const {
+  if (xfdf.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().size() > kMaxSessionInfos) {
     return "its session infos are too long";
   }
-  const ZXFDFSessionInfos& infos = xfdf_.SessionID();
+  const ZXFDFSessionInfos& infos = xfdf.SessionID();
   const ZXFDFFolderInfos folder = infos.Folder();
   const auto differs = [](const char* what, const Chaine& its, const Chaine& own) {
     return Chaine("it is of the ") + what + " " + its + ", the server is in " + own;
@@ -38,6 +69,38 @@ Chaine ZHTTPServerPageXFDFSession::WhyForeign() const {
   return infos.Software() == page_->Software() ? Chaine() : "it is of another application";
 }
 
+bool ZHTTPServerPageXFDFSession::IsWorthReading(const ZXFDFSessionInfos*) { return true; }
+
+bool ZHTTPServerPageXFDFSession::LooksOwn(const XFDFSurvey& survey) {
+  if (survey.has_session == XFDFSurvey::Session::eUnknown) return true;
+  if (survey.has_session == XFDFSurvey::Session::eNone) return IsWorthReading(nullptr);
+  ZXFDF alone;
+  alone.Fields().AddField(ZXFDF::kSessionIDField) = ZVariant(survey.session);
+  SetReason(WhyForeign(alone));
+  return Reason().IsEmpty() && IsWorthReading(&alone.SessionID());
+}
+
+bool ZHTTPServerPageXFDFSession::Read(const Chaine& body) {
+  constexpr char kTooMuch[] = "its document is larger than those of forms";
+  Chaine text;
+  std::string error;
+  if (!ZXMLReader::ToUTF8(body, ZInetEncodedBuffer::eDetect, &text, &error)) {
+    Refuse(409, "it is no XML: " + Chaine(error));
+  } else if (text.size() > kMaxText) {
+    Refuse(413, kTooMuch);
+  } else if (const XFDFSurvey survey = XFDFSurvey::Of(text, kMaxNodes); survey.nodes > kMaxNodes) {
+    Refuse(413, kTooMuch);
+  } else if (text.size() > kLongText && !LooksOwn(survey)) {
+    SetStatus(409);
+  } else {
+    xfdf_size_ = text.size();
+    ZInetChaineIStream in(text);
+    xfdf_.Read(&in, ZInetEncodedBuffer::eUTF8);
+    if (!IsWithinLimits(xfdf_)) Refuse(413, kTooMuch);
+  }
+  return !IsInError();
+}
+
 bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
   if (!ZHTTPServerPageSession::SetFullRequest(request)) return false;
   if (request.ContentLength() != 0) {
@@ -46,8 +109,7 @@ bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
       Refuse(405, "a form is submitted by POST");
       return false;
     }
-    const std::unique_ptr<ZInetIStream> body = request.AllocBodyStream();
-    xfdf_.Read(body.get());
+    if (!Read(request.Body())) return false;
   }
   if (!IsInError() && !xfdf_.HasIDS()) Refuse(409, "it is no XFDF document with identifiers of a form");
   if (!IsInError() && !xfdf_.HasPDFHRef()) {
@@ -58,7 +120,7 @@ bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
     xfdf_.SetPDFHRef(href);
   }
   if (!IsInError() && xfdf_.HasSessionID()) {
-    if (const Chaine why = WhyForeign(); !why.IsEmpty()) Refuse(409, why);
+    if (const Chaine why = WhyForeign(xfdf_); !why.IsEmpty()) Refuse(409, why);
   }
   return !IsInError();
 }

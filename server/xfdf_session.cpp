@@ -6,6 +6,14 @@
 #include "server/xfdf_handler.h"
 
 namespace zforms {
+namespace {
+
+// A filled form has each value twice, and may have a character of one byte as four.
+constexpr size_t kLong = size_t{1} << 20;
+constexpr size_t kGrowth = 8;
+constexpr char kNoSession[] = "it has no session";
+
+}  // namespace
 
 ZAcroFormServerSaveXFDFMessage::~ZAcroFormServerSaveXFDFMessage() = default;
 
@@ -43,9 +51,14 @@ bool ZAcroFormServerXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
   const bool is_live = has_session && CheckSession(XFDFRequest().SessionID());
   if (!is_live && !IsInError()) {
     SetStatus(409);
-    if (Reason().IsEmpty()) SetReason(has_session ? "the host does not know its session" : "it has no session");
+    if (Reason().IsEmpty()) SetReason(has_session ? "the host does not know its session" : kNoSession);
   }
   return !IsInError();
+}
+
+bool ZAcroFormServerXFDFSession::IsWorthReading(const ZXFDFSessionInfos* infos) {
+  if (infos == nullptr) SetReason(kNoSession);
+  return infos != nullptr;
 }
 
 void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
@@ -69,7 +82,9 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
   if (!HTTPServer()->PrepareForm(answer, code, status, &form)) {
     return Refuse(404, "the template of its form is not there or cannot be read");
   }
+  // Room for values that are long is asked for at once: growing into it would take it twice.
   Chaine bytes;
+  if (XFDFSize() > kLong) bytes.Reserve(kGrowth * XFDFSize());
   ZInetChaineOStream out(bytes);
   if (!form.Save(out)) return SetStatus(500);
   response.SetHeader("Location", href.AsChaine());

@@ -418,7 +418,22 @@ TEST(FormServer, RoundOfAForm) {
   }
 }
 
+std::string Repeated(const std::string& text, size_t count) {
+  std::string result;
+  for (size_t i = 0; i < count; i++) result += text;
+  return result;
+}
+
+void AddDeepFields(ZXFDF* xfdf, int count, bool with_values) {
+  ZXFDF::Field& deepest = xfdf->Fields().AddField(Chaine(Repeated("nnnnnnn.", 400) + "n"));
+  for (int i = 0; i < count; i++) {
+    ZXFDF::Field& field = deepest.AddField(Chaine(std::to_string(i)));
+    if (with_values) field = "x";
+  }
+}
+
 TEST(FormServer, WhichSubmissionsAreTaken) {
+  const auto start = std::chrono::steady_clock::now();
   ServerHost host;
   ASSERT_TRUE(host.server->Start());
   const std::string save = "/App/xfdf/save.cgi?code=F1";
@@ -452,6 +467,19 @@ TEST(FormServer, WhichSubmissionsAreTaken) {
        404, 1},
       {"a local copy", "/App/xfdf/save.cgi", [](ZXFDF& x) { x.SetPDFHRef(ZInetURL("file:///C:/Temp/12%B0_F1")); }, 200,
        1},
+      {"more than forms have", save,
+       [](ZXFDF& x) { x.Annots().FromChaine(Repeated("<a/>", ZHTTPServerPageXFDFSession::kMaxNodes)); }, 413, 0},
+      {"more attributes", save,
+       [](ZXFDF& x) {
+         x.Annots().FromChaine("<a" + Repeated(" b=\"\"", ZHTTPServerPageXFDFSession::kMaxNodes) + "/>");
+       },
+       413, 0},
+      {"a long text", save, [](ZXFDF& x) { x.Fields()["name"] = std::string(1 << 20, 'x'); }, 200, 1},
+      {"a long text of nobody", save,
+       [](ZXFDF& x) { x.SessionID().SetSoftware("Other"), x.Fields()["name"] = std::string(1 << 20, 'x'); }, 409, 0},
+      {"more text than a form takes", save, [](ZXFDF& x) { x.Fields()["name"] = Repeated("\r\n", 7 << 20); }, 413, 0},
+      {"deep fields without value", save, [](ZXFDF& x) { AddDeepFields(&x, 10'000, false); }, 200, 1},
+      {"deep fields with values", save, [](ZXFDF& x) { AddDeepFields(&x, 100, true); }, 413, 0},
       {"a local file", save, [](ZXFDF& x) { x.SetPDFHRef(ZInetURL("file:///C:/Temp/F2")); }, 200, 1},
   };
   for (const auto& [title, target, change, status, posted] : cases) {
@@ -487,6 +515,7 @@ TEST(FormServer, WhichSubmissionsAreTaken) {
   EXPECT_EQ(host.Post(save, std::string((16 << 20) + 1, 'x')).status, 413);
   host.Deliver();
   EXPECT_TRUE(host.saved.empty());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
 
 TEST(FormServer, AFolderChangesForLaterRequestsOnly) {

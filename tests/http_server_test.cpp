@@ -213,6 +213,41 @@ TEST(ZHTTPServer, LongBodiesLeaveThreadsToOthers) {
   for (const auto& one : slow) EXPECT_EQ(one->Receive().status, 200);
 }
 
+TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
+  const struct {
+    size_t size;
+    int at_work;  // of four
+    int answered;
+  } kCases[] = {{300'000, 2, 4}, {700'000, 1, 3}};
+  for (const auto& [size, at_work, answered] : kCases) {
+    Gate gate;
+    TestServer server;
+    gate.AddTo(server);
+    server.ChangeLimits([](auto& limits) {
+      limits.threads = 4;
+      limits.body_bytes = 1 << 20;
+      limits.pending_body_bytes = 2'200'000;
+    });
+    ASSERT_TRUE(server.Start());
+    std::vector<std::unique_ptr<RawClient>> slow;
+    for (int i = 0; i < 4; i++) {
+      slow.push_back(std::make_unique<RawClient>(server.Port()));
+      slow.back()->Send(server.Post("/wait", std::string(size, 'x')));
+      // Bodies count until they are answered: the fourth long one is too much, a short one is not.
+      if (i == 3 && answered == 3) {
+        EXPECT_EQ(slow.back()->Receive().status, 503);
+      }
+      std::this_thread::sleep_for(milliseconds(50));
+    }
+    gate.Await(at_work);
+    RawClient client(server.Port());
+    EXPECT_EQ(client.Ask(server.Post("/app/echo/", std::string(2000, 'x'))).body, "POST 2000");
+    EXPECT_EQ(gate.waiting, at_work) << size;
+    gate.promise.set_value();
+    for (int i = 0; i < answered; i++) EXPECT_EQ(slow[static_cast<size_t>(i)]->Receive().status, 200) << size;
+  }
+}
+
 TEST(ZHTTPServer, WhatIsTooMuchIsTurnedAway) {
   Gate gate;
   TestServer server;

@@ -327,6 +327,51 @@ def a_store_that_fails(folder):
     expect(os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
 
 
+def long_submissions(folder):
+    """Stored in steps, and whole or not at all; others get in between."""
+    long_value, other = "é" * 700_000, "<&>" * 200_000
+    values = {f"f{i}": f"{i}" for i in range(10_000)} | {"adherent.nom": long_value, "none": other}
+
+    def rows(server, sql):
+        with contextlib.closing(sqlite3.connect(f"file:{server.data}/zforms.db?mode=ro", uri=True)) as database:
+            return database.execute(sql).fetchall()
+
+    with Server(folder) as server:
+        opened, short = server.open_form(), server.open_form()
+        fields = "".join(f'<field name="{name}"><value>{escape(value)}</value></field>' for name, value in values.items())
+        long_one = opened.replace("<fields>", "<fields>" + fields, 1)
+        for xfdf in (opened, long_one):  # The first makes the second stale.
+            expect(server.ask("POST", SAVE, xfdf.encode())[0] == 200, "a stale copy that is long")
+        expect(server.ask("POST", SAVE, count_raised(long_one).encode())[0] == 200, "a long submission")
+        expect(server.ask("POST", SAVE, short.encode())[0] == 200, "one after it")
+        stored = server.stored()
+        expect([one["id"] for one in stored] == [1, 2, 3], f"numbers: {[one['id'] for one in stored]}")
+        expect({name: value for name, value in stored[1]["fields"].items() if name in values} == values, "long values")
+        for number, options in ((2, []), (1, ["--rejected"])):
+            done = subprocess.run([TOOL, "submissions", "--data", server.data, "--format", "xfdf", "--id", str(number), *options],
+                                  capture_output=True, timeout=60)
+            expect(f"<value>{long_value}</value>".encode() in done.stdout, f"a long submission as XFDF {options}")
+        session = re.search(r'Session\.ID"&gt;(\w+)', opened)[1]
+        saved = json.loads(server.ask("GET", f"/reader/saved.json?form={session}")[2] or "{}").get("values", {})
+        expect(not saved or saved["none"] == [other], "what was saved, for the page")
+        expect(server.ask("POST", SAVE, long_one.replace("Session.ID&quot;&gt;", "Session.ID&quot;&gt;x")
+                          .replace('Session.ID"&gt;', 'Session.ID"&gt;x').encode())[0] == 409, "a long one of nobody")
+        # Killed while it stores one: nothing of it is seen, and the next start drops what is there.
+        killer = threading.Thread(target=server.send, args=(count_raised(count_raised(long_one)).encode(),))
+        killer.start()
+        while server.process.poll() is None:
+            if rows(server, "SELECT count(*) FROM unfinished")[0][0]:
+                server.stop(signal.SIGKILL)
+        killer.join()
+        left = rows(server, "SELECT submission FROM unfinished UNION SELECT submission FROM pieces WHERE submission > 2")
+        expect(left == [(4,)], f"what is left: {left}")
+        expect(len(server.stored()) == 3, "a submission that is not whole is seen")
+    with Server(folder) as server:
+        expect(rows(server, "SELECT 1 FROM unfinished UNION ALL SELECT 1 FROM pieces WHERE submission = 4 UNION ALL "
+                    "SELECT 1 FROM fields WHERE submission = 4") == [], "the next start drops it")
+        expect(len(server.stored()) == 3, "the others stay")
+
+
 def refused_at_the_start(folder):
     """What is no store, and settings that would be taken for something else."""
     empty, damaged, foreign = (folder / name for name in ("empty", "damaged", "foreign"))
@@ -452,6 +497,10 @@ def by_the_tool(folder):
         lines = done.stdout.decode().split("\r\n")
         expect(lines[0].startswith("id,received,code,folder,year,transaction,count,") and "adherent.nom" in lines[0]
                and "Zoé" in lines[1] and "Maë" in lines[2] and ",BE," in lines[2] and lines[3] == "", f"CSV: {lines}")
+        submit("membership_form", "--set", "adherent.nom==HYPERLINK(A1)")
+        for options, wanted in (([], ",'=HYPERLINK(A1),"), (["--raw"], ",=HYPERLINK(A1),")):
+            done = subprocess.run([TOOL, "submissions", "--data", server.data, *options], capture_output=True, timeout=30)
+            expect(wanted in done.stdout.decode(), f"a formula with {options}: {done.stdout}")
 
 
 def the_year_stays(folder):
@@ -512,7 +561,8 @@ def who_does_not_answer(folder):
 
 def main():
     cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, fields_of_pages_alone,
-             without_the_page_for_browsers, a_store_that_fails, refused_at_the_start, imported, by_the_tool, the_year_stays, forms_expire,
+             without_the_page_for_browsers, a_store_that_fails, long_submissions, refused_at_the_start, imported, by_the_tool,
+             the_year_stays, forms_expire,
              who_does_not_answer,
              *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
              lambda folder: ended_under_load(folder, signal.SIGTERM)]

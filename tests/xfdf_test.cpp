@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <random>
@@ -14,6 +15,7 @@
 #include "platform/inet_stream.h"
 #include "platform/os_file.h"
 #include "xfdf/line_end_filters.h"
+#include "xfdf/survey.h"
 
 namespace zforms {
 namespace {
@@ -485,6 +487,15 @@ TEST(XFDF, RandomDocumentsAreReadAsTheyWereBuilt) {
       ASSERT_EQ(read.Fields()[name].Value().AsChaine(), fields[name].Value().AsChaine()) << text.View();
       ASSERT_EQ(read.Fields()[name].HasValue(), fields[name].HasValue());
     }
+    // Of two ways to one full name the search takes one.
+    EXPECT_TRUE(read.Fields().VisitValues([&](std::string_view name, const ZXFDF::Field& field) {
+      EXPECT_TRUE(field.HasValue() && read.Fields()[Chaine(name)].HasValue()) << name;
+      return true;
+    }));
+    const auto with_value = [&](const Chaine& name) { return fields[name].HasValue(); };
+    const PUniqueT<Chaine> all = fields.FieldNames();
+    EXPECT_EQ(built.Fields().VisitValues([](std::string_view, const ZXFDF::Field&) { return false; }),
+              std::none_of(all.begin(), all.end(), with_value));
   }
 }
 
@@ -492,6 +503,46 @@ std::string Repeated(const std::string& text, size_t count) {
   std::string result;
   for (size_t i = 0; i < count; i++) result += text;
   return result;
+}
+
+TEST(XFDFSurvey, SaysWhatReadingWouldSay) {
+  using Session = XFDFSurvey::Session;
+  const std::string infos = "<value>&lt;Params/&gt; &#233;</value>";
+  const std::string whole = Field("ZOR.SessionID", infos);
+  const std::string nested = Field("ZOR", Field("SessionID", infos));
+  const struct {
+    std::string text;
+    Session session;
+    size_t nodes;
+  } kCases[] = {
+      {"<xfdf><fields>" + whole + "</fields></xfdf>", Session::eFound, 6},
+      {"<xfdf a='>' b=\"/>'\" ><fields>" + Valued("a", "b") + nested + "</fields></xfdf>", Session::eFound, 14},
+      {"<!-- <fields/> --><xfdf>\n<annots>" + whole + "</annots><fields/></xfdf>", Session::eNone, 9},
+      {"<?xml version=\"1.0\"?><xfdf><fields>" + Field("x", whole) + "<field/></fields></xfdf>", Session::eNone, 10},
+      {"<xfdf><fields>" + whole + nested + "</fields></xfdf>", Session::eUnknown, 12},
+      {"<xfdf><fields>" + nested + Field("ZOR", "") + "</fields></xfdf>", Session::eUnknown, 10},
+      {"<xfdf><fields/><fields>" + whole + "</fields></xfdf>", Session::eUnknown, 7},
+      {"<xfdf><fields>" + Field("&#90;OR.SessionID", infos) + "</fields></xfdf>", Session::eUnknown, 6},
+      {"<xfdf><fields>" + Field("ZOR.SessionID", "<value/>" + infos) + "</fields></xfdf>", Session::eUnknown, 7},
+      {"<xfdf><fields>" + Field("ZOR.SessionID", "<value>a<!-- -->b</value>") + "</fields></xfdf>", Session::eUnknown,
+       8},
+      {"<x:xfdf xmlns:x=\"http://ns.adobe.com/xfdf/\"><x:fields/></x:xfdf>", Session::eUnknown, 3},
+      // What the survey does not go through is counted by its marks.
+      {"<!DOCTYPE xfdf [<!ENTITY a '<'>]><xfdf><fields>" + whole + "</fields></xfdf>", Session::eUnknown, 23},
+  };
+  for (const auto& [text, session, nodes] : kCases) {
+    const XFDFSurvey survey = XFDFSurvey::Of(text, 1000);
+    EXPECT_EQ(survey.has_session, session) << text;
+    EXPECT_EQ(survey.nodes, nodes) << text;
+    EXPECT_GT(XFDFSurvey::Of(text, 2).nodes, 2U) << text;
+    const ZXFDF read = Parsed(text);
+    EXPECT_TRUE(session != Session::eNone || !read.HasSessionID()) << text;
+    EXPECT_TRUE(session != Session::eFound || read.Fields()["ZOR.SessionID"].Value().AsChaine() == survey.session)
+        << text;
+  }
+  std::string attributes;
+  for (int i = 0; i < 2000; i++) attributes += " a" + std::to_string(i) + "=\"\"";
+  for (const char* name : {"<xfdf", "<?xml"}) EXPECT_GT(XFDFSurvey::Of(name + attributes + "?/>", 1000).nodes, 1000U);
 }
 
 TEST(XFDF, HostileInputTakesTimeInProportion) {
@@ -527,6 +578,17 @@ TEST(XFDF, HostileInputTakesTimeInProportion) {
   for (int i = 0; i < kCount / 50; i++) nested += Valued("leaf" + std::to_string(i), "x");
   for (int i = 0; i < 400; i++) nested = Field(std::string(1000, 'n'), nested);
   EXPECT_EQ(WithFields(nested).Fields().FieldNames().Size(), 4u);
+  // Names of 4,000 bytes that lead to 50,000 empty fields and one value; the names of all would take 200 MB.
+  std::string leaves = Valued("z", "x");
+  for (int i = 0; i < kCount; i++) leaves += Field(std::to_string(i), "");
+  for (int i = 0; i < 400; i++) leaves = Field("nnnnnnnnn", leaves);
+  const ZXFDF empty = WithFields(leaves);
+  EXPECT_LT(empty.Fields().FieldNames().Size(), 20'000U);
+  const auto visiting = std::chrono::steady_clock::now();
+  size_t visited = 0;
+  for (int i = 0; i < 20; i++) visited += empty.Fields().VisitValues([](auto, const auto&) { return false; }) ? 0 : 1;
+  EXPECT_EQ(visited, 20U);
+  EXPECT_LT(std::chrono::steady_clock::now() - visiting, std::chrono::seconds(5));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 

@@ -137,18 +137,47 @@ bool ZXFDFFieldCollection::RemoveField(const Chaine& name) {
 
 PUniqueT<Chaine> ZXFDFFieldCollection::FieldNames() const {
   PUniqueT<Chaine> names;
-  ListNames(Chaine(), &names);
+  size_t room = kMaxAllNames;
+  ListNames(Chaine(), &room, &names);
   return names;
 }
 
-void ZXFDFFieldCollection::ListNames(const Chaine& prefix, PUniqueT<Chaine>* names) const {
-  if (listing_ == nullptr) return;
+// False when there is no more room.
+bool ZXFDFFieldCollection::ListNames(const Chaine& prefix, size_t* room, PUniqueT<Chaine>* names) const {
+  if (listing_ == nullptr) return true;
   for (const auto& [name, field] : listing_->fields) {
-    if (prefix.size() + name.size() > kMaxFullName) continue;
+    const size_t size = prefix.size() + name.size();
+    if (size > kMaxFullName) continue;
+    if (size > *room) return false;
+    *room -= size;
     const Chaine full = prefix + name;
     names->Add(full);
-    if (field->Size() != 0) field->ListNames(full + '.', names);
+    if (field->Size() != 0 && !field->ListNames(full + '.', room, names)) return false;
   }
+  return true;
+}
+
+bool ZXFDFFieldCollection::VisitValues(const ValueVisit& visit) const {
+  std::string name;
+  return VisitValuesBelow(&name, visit);
+}
+
+// `name` is the full name of this field with a dot behind it, and is so again afterwards.
+bool ZXFDFFieldCollection::VisitValuesBelow(std::string* name, const ValueVisit& visit) const {
+  if (listing_ == nullptr) return true;
+  const size_t size = name->size();
+  for (const auto& [part, field] : listing_->fields) {
+    if (size + part.size() > kMaxFullName) continue;
+    const bool has_value = field->HasValue();
+    if (!has_value && field->Size() == 0) continue;
+    name->append(part);
+    bool goes_on = !has_value || visit(*name, *field);
+    name->push_back('.');
+    goes_on = goes_on && field->VisitValuesBelow(name, visit);
+    name->resize(size);
+    if (!goes_on) return false;
+  }
+  return true;
 }
 
 void ZXFDFFieldCollection::Free() {

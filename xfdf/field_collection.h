@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/chaine.h"
@@ -28,8 +30,9 @@ class ZFORMS_API ZXFDFFieldCollection {
 
   // How deep AddField nests; what follows then becomes one name, dots included.
   static constexpr unsigned kMaxDepth = 450;
-  // Full names longer than this are not listed by FieldNames.
+  // Full names longer than this are not listed by FieldNames, nor names beyond this sum.
   static constexpr size_t kMaxFullName = 4096;
+  static constexpr size_t kMaxAllNames = size_t{64} << 20;
 
   // `depth` is the number of fields that lead to `element`.
   explicit ZXFDFFieldCollection(ZXMLElement& element, unsigned depth = 0);
@@ -64,6 +67,12 @@ class ZFORMS_API ZXFDFFieldCollection {
   bool RemoveField(const Chaine& name);
   // The full names of all fields below, each field before those in it.
   PUniqueT<Chaine> FieldNames() const;
+  // Calls `visit` with each field below that has a value, and its full name, in that order
+  // and without looking for any of them, until it returns false. This is the way to store
+  // a document: fields that only lead to others cost nothing. Names longer than
+  // kMaxFullName are left out. False when the visit ended it.
+  using ValueVisit = std::function<bool(std::string_view full_name, const Field& field)>;
+  bool VisitValues(const ValueVisit& visit) const;
   // Removes every "field", named or not, from the XML.
   void Free();
 
@@ -79,7 +88,8 @@ class ZFORMS_API ZXFDFFieldCollection {
 
   Field* FindHere(std::string_view name) const;
   Field* Find(std::string_view name, int* lookups) const;
-  void ListNames(const Chaine& prefix, PUniqueT<Chaine>* names) const;
+  bool ListNames(const Chaine& prefix, size_t* room, PUniqueT<Chaine>* names) const;
+  bool VisitValuesBelow(std::string* name, const ValueVisit& visit) const;
   void List(ZXMLElement& element);
 
   ZXMLElement& element_;

@@ -41,15 +41,21 @@ std::string RandomToken() {
 // The maps of a template stand beside it.
 Chaine MapFileOf(const Chaine& path) { return path.Mid(0, path.size() - 4) + ".ini"; }
 
+// Carries what is to be stored instead of the document, which would have to be copied
+// and walked on the main thread, where all submissions pass.
 class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
  public:
-  OfficeMessage(Office* office, std::shared_ptr<StoreOutcome> outcome, const ZInetURL& url, const ZXFDF& xfdf,
+  OfficeMessage(Office* office, std::shared_ptr<StoreOutcome> outcome, const ZInetURL& url, Submission submission,
                 bool accepted)
-      : ZAcroFormServerSaveXFDFMessage(url, xfdf, accepted), office_(office), outcome_(std::move(outcome)) {}
+      : ZAcroFormServerSaveXFDFMessage(url, ZXFDF(), accepted),
+        office_(office),
+        outcome_(std::move(outcome)),
+        submission_(std::move(submission)) {}
 
   void OnIdleMessage() override {
     if (!outcome_->Begin()) return;
-    office_->Keep(URL(), XFDF(), DataIsOK(),
+    const Submission submission = std::exchange(submission_, {});
+    office_->Keep(submission, DataIsOK(),
                   [outcome = outcome_](const char* failure) { outcome->Tell(failure == nullptr); });
   }
 
@@ -59,6 +65,7 @@ class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
  private:
   Office* office_;
   std::shared_ptr<StoreOutcome> outcome_;
+  Submission submission_;
 };
 
 // Comes after the submissions that wait with the one that posted it.
@@ -93,11 +100,18 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     SetReason("it is stale: a newer copy of the form was saved before");
     return false;
   }
+  bool IsWorthReading(const ZXFDF::SessionInfos* infos) override {
+    return ZAcroFormServerXFDFSession::IsWorthReading(infos) && CheckSession(*infos);
+  }
   ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) override {
     outcome_ = std::make_shared<StoreOutcome>();
     accepted_ = accepted;
     submitted_ = xfdf.SessionID().Transaction();
-    return new OfficeMessage(office_, outcome_, url, xfdf, accepted);
+    std::string failure;
+    Submission submission = office_->Prepare(url, xfdf, accepted, &failure);
+    if (failure.empty()) return new OfficeMessage(office_, outcome_, url, std::move(submission), accepted);
+    outcome_->Abandon();
+    return nullptr;
   }
   // The answer says that the data are safe, so it waits until they are.
   void SendPage(ZHTTPSendResponse& response) override {
@@ -309,7 +323,7 @@ std::shared_ptr<const FormCard> Office::CardOf(const Chaine& code) {
 
 // --- what comes back ---
 
-void Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done) {
+Submission Office::Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, std::string* failure) {
   const ZXFDFTransactionInfos transaction = xfdf.SessionID().Transaction();
   const ZXFDFFolderInfos folder = xfdf.SessionID().Folder();
   Submission submission;
@@ -322,10 +336,18 @@ void Office::Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::
   submission.url = url.AsChaine().ToString();
   submission.xfdf = xfdf.AsChaine().ToString();
   submission.fields = SubmittedFields(xfdf);
+  *failure = store_->Stage(&submission, accepted);
+  if (!failure->empty()) ReportFailure(*failure);
+  return submission;
+}
+
+void Office::ReportFailure(const std::string& failure) {
+  log_->Event("error", "a submission could not be stored; its sender is told so: " + failure);
+}
+
+void Office::Keep(const Submission& submission, bool accepted, Store::Done done) {
   const auto finish = [this, told = std::move(done)](const char* failure) {
-    if (failure != nullptr) {
-      log_->Event("error", std::string("a submission could not be stored; its sender is told so: ") + failure);
-    }
+    if (failure != nullptr) ReportFailure(failure);
     told(failure);
   };
   if (!store_->AddSubmission(submission, accepted, finish)) return;

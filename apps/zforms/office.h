@@ -75,9 +75,13 @@ class Office {
   // Why the form is none of those that are out, by the session that it went out with;
   // empty when it is one.
   Chaine WhyNotOut(const ZXFDF::SessionInfos& infos) const;
+  // What is to be stored of a document that was submitted, on the thread that received it;
+  // what is long is stored already. `failure` says why that failed.
+  Submission Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, std::string* failure);
   // Stores a submission, together with others that came at the time; `done` is told
-  // what became of it.
-  void Keep(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, Store::Done done);
+  // what became of it. On the main thread.
+  void Keep(const Submission& submission, bool accepted, Store::Done done);
+  void ReportFailure(const std::string& failure);
 
  private:
   class OfficeServer;

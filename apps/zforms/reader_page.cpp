@@ -13,7 +13,8 @@
 namespace zforms::tool {
 namespace {
 
-using Json = nlohmann::ordered_json;
+// Not the kind that keeps the order: it looks for a name by going through all.
+using Json = nlohmann::json;
 
 constexpr std::string_view kRoot = "/reader/";
 constexpr std::string_view kOpen = "open.json";
@@ -29,12 +30,11 @@ std::string PathOf(const ZInetURL& url) { return url.AsChaine(false, true).ToStr
 
 Json ValuesOf(const ZXFDF& xfdf) {
   Json values = Json::object();
-  for (const Chaine& name : xfdf.Fields().FieldNames()) {
-    const ZXFDF::Field* const field = xfdf.Fields().Get(name);
-    if (field == nullptr || !field->HasValue()) continue;
-    Json& texts = values[name.ToString()] = Json::array();
-    for (const Chaine& text : field->Values()) texts.push_back(WithLineEnds(text, "\n").ToString());
-  }
+  xfdf.Fields().VisitValues([&values](std::string_view name, const ZXFDF::Field& field) {
+    Json& texts = values[std::string(name)] = Json::array();
+    for (const Chaine& text : field.Values()) texts.push_back(WithLineEnds(text, "\n").ToString());
+    return true;
+  });
   return values;
 }
 

@@ -40,6 +40,10 @@ CREATE TABLE IF NOT EXISTS rejected(
   id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
   count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
 CREATE INDEX IF NOT EXISTS rejected_by_code ON rejected(code);
+CREATE TABLE IF NOT EXISTS pieces(
+  id INTEGER PRIMARY KEY, submission INTEGER NOT NULL, name TEXT NOT NULL, text TEXT NOT NULL);
+CREATE INDEX IF NOT EXISTS pieces_by_submission ON pieces(submission);
+CREATE TABLE IF NOT EXISTS unfinished(submission INTEGER PRIMARY KEY);
 CREATE TABLE IF NOT EXISTS rubrics(
   rubric TEXT NOT NULL, field TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(rubric, field)) WITHOUT ROWID;
 CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
@@ -69,6 +73,7 @@ std::unique_ptr<Store> Store::Open(const std::string& folder, Mode mode, std::st
 Store::~Store() {
   Flush();
   statements_.clear();
+  sqlite3_close(checkpointer_);
   sqlite3_close(database_);
   sqlite3_close(lock_);
 }
@@ -101,6 +106,10 @@ bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
                   ignored);
   const bool ready = Execute("PRAGMA journal_mode = WAL") && Execute("PRAGMA synchronous = FULL") && Execute(kTables);
   if (!ready) *error = sqlite3_errmsg(database_);
+  if (ready && mode == Mode::kServe) {
+    DropAllUnfinished();
+    sqlite3_open_v2(file.c_str(), &checkpointer_, SQLITE_OPEN_READWRITE, nullptr);
+  }
   return ready;
 }
 
@@ -239,13 +248,15 @@ void Store::EndBatch(const char* failure) {
 }
 
 bool Store::InsertSubmission(const Submission& submission, bool accepted) {
+  // An id of 0 is a new one.
   constexpr char kAccepted[] =
-      "INSERT INTO submissions(received, code, \"transaction\", count, folder, year, url, xfdf) "
-      "VALUES(?, ?, ?, ?, ?, ?, ?, ?)";
+      "INSERT INTO submissions(id, received, code, \"transaction\", count, folder, year, url, xfdf) "
+      "VALUES(nullif(?, 0), ?, ?, ?, ?, ?, ?, ?, ?)";
   constexpr char kRejected[] =
-      "INSERT INTO rejected(received, code, \"transaction\", count, folder, year, url, xfdf) "
-      "VALUES(?, ?, ?, ?, ?, ?, ?, ?)";
+      "INSERT INTO rejected(id, received, code, \"transaction\", count, folder, year, url, xfdf) "
+      "VALUES(nullif(?, 0), ?, ?, ?, ?, ?, ?, ?, ?)";
   const bool added = Get(accepted ? kAccepted : kRejected)
+                         .Bind(static_cast<uint64_t>(submission.id))
                          .Bind(submission.received)
                          .Bind(submission.code)
                          .Bind(submission.transaction)
@@ -255,6 +266,7 @@ bool Store::InsertSubmission(const Submission& submission, bool accepted) {
                          .Bind(submission.url)
                          .Bind(submission.xfdf)
                          .Run();
+  if (added && submission.staged && !Finish(submission.id, accepted)) return false;
   if (!added || !accepted) return added;
   const auto id = static_cast<uint64_t>(sqlite3_last_insert_rowid(database_));
   for (const auto& [name, value] : submission.fields) {
@@ -276,8 +288,16 @@ std::string Store::TextFor(Statement& query) {
 std::string Store::LatestXFDF(uint64_t transaction) {
   const std::lock_guard lock(mutex_);
   FlushLocked();
-  return TextFor(
-      Get("SELECT xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY id DESC LIMIT 1").Bind(transaction));
+  Statement& newest =
+      Get("SELECT id, xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY id DESC LIMIT 1").Bind(transaction);
+  Submission found;
+  if (newest.Next()) {
+    found.id = static_cast<int64_t>(newest.Number(0));
+    found.xfdf = newest.Text(1);
+  }
+  newest.Restart();
+  if (found.id != 0 && found.xfdf.empty()) ReadPieces(found.id, &found);
+  return found.xfdf;
 }
 
 Store::FormState Store::StateOf(const std::string& code) {
@@ -310,6 +330,7 @@ bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function
                               .Bind(static_cast<uint64_t>(found.id));
       while (fields.Next()) found.fields.emplace_back(fields.Text(0), fields.Text(1));
     }
+    if (found.xfdf.empty()) ReadPieces(filter.rejected ? -found.id : found.id, &found);
     goes_on = visit(found);
   }
   const bool done = !goes_on || rows.IsDone();

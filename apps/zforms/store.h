@@ -40,6 +40,7 @@ struct Submission {
   std::string url;
   std::string xfdf;
   std::vector<std::pair<std::string, std::string>> fields;  // full names and values
+  bool staged = false;                                      // see Store::Stage
 };
 
 struct SubmissionFilter {
@@ -74,6 +75,11 @@ class Store {
   bool KeepYear(int32_t year);
   // Why it is not stored; null when it is.
   using Done = std::function<void(const char* failure)>;
+  // Writes what is long of a submission beforehand, on the calling thread, in steps between
+  // which others get at the store; AddSubmission has little left to write then. Texts that
+  // are written leave the submission, which gets its id. Does nothing for a short one.
+  // Why it failed, empty when it did not; nothing is kept then.
+  std::string Stage(Submission* submission, bool accepted);
   // Takes what was submitted, whole and field by field, and raises the count of its
   // form, all or nothing; what was rejected is kept apart. It waits for Flush, so that
   // those that come together share the wait for the disk; `done` is told what
@@ -109,6 +115,12 @@ class Store {
   bool Begin();
   std::string TextFor(Statement& query);
   bool InsertSubmission(const Submission& submission, bool accepted);
+  int64_t Reserve(bool accepted);
+  bool Finish(int64_t id, bool accepted);
+  bool RunStep(const std::function<bool()>& step, std::string* failure);
+  bool DropUnfinished(int64_t key);
+  void DropAllUnfinished();
+  void ReadPieces(int64_t key, Submission* submission);
   void EndBatch(const char* failure);
   void FlushLocked();
 
@@ -116,6 +128,8 @@ class Store {
   sqlite3* database_ = nullptr;
   // Held while this process serves; see Open.
   sqlite3* lock_ = nullptr;
+  // Brings what was staged from the log into the database, beside those that write.
+  sqlite3* checkpointer_ = nullptr;
   int wait_ = 0;  // for others that hold the database, in milliseconds
   std::chrono::steady_clock::time_point busy_until_;
   // Of the submissions in the open transaction.

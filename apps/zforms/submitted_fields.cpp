@@ -7,11 +7,11 @@ namespace zforms::tool {
 
 std::vector<std::pair<std::string, std::string>> SubmittedFields(const ZXFDF& xfdf) {
   std::vector<std::pair<std::string, std::string>> fields;
-  for (const Chaine& name : xfdf.Fields().FieldNames()) {
-    const ZXFDF::Field* const field = xfdf.Fields().Get(name);
-    if (field == nullptr || !field->HasValue() || name == ZXFDF::kSessionIDField) continue;
-    fields.emplace_back(name.ToString(), WithLineEnds(field->ValuesAsText(), "\n").ToString());
-  }
+  xfdf.Fields().VisitValues([&fields](std::string_view name, const ZXFDF::Field& field) {
+    if (name == ZXFDF::kSessionIDField) return true;
+    fields.emplace_back(name, WithLineEnds(field.ValuesAsText(), "\n").ToString());
+    return true;
+  });
   return fields;
 }
 
