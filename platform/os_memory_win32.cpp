@@ -6,4 +6,7 @@ namespace zforms {
 
 void GiveBackMemory() { _heapmin(); }
 
+// As it does by itself.
+void GiveBackLargeBlocks() {}
+
 }  // namespace zforms

@@ -11,7 +11,8 @@ import sys
 import tempfile
 
 import peers
-from tool_case import ODD_VALUES, SAMPLES, expect, odd_form, page_fields, run_tests, same, zforms
+from tool_case import (ODD_VALUES, SAMPLES, Document, Name, WideText, expect, odd_form, page_fields, run_tests, same,
+                       zforms)
 
 SAMPLE = SAMPLES / "membership_form.pdf"
 NAME, USUAL, CITY = "adherent.nom", "adherent.prénom d'usage", "adherent.ville"

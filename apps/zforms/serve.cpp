@@ -22,6 +22,7 @@
 #include "platform/idle_messages.h"
 #include "platform/ini_file.h"
 #include "platform/number.h"
+#include "platform/os_memory.h"
 #include "platform/temp_folder.h"
 #include "platform/template_storage.h"
 #include "platform/user_interface.h"
@@ -240,6 +241,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
 
 int RunServe(const ServeOptions& options) {
   HoldStopSignals();
+  GiveBackLargeBlocks();
   Plan plan;
   if (!MakePlan(options, &plan) || !CheckTemplates(plan.office.templates)) return kFailed;
   ZIdleMessageManager messages;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -130,6 +131,7 @@ class Store {
   sqlite3* lock_ = nullptr;
   // Brings what was staged from the log into the database, beside those that write.
   sqlite3* checkpointer_ = nullptr;
+  std::atomic<unsigned> steps_ = 0;
   int wait_ = 0;  // for others that hold the database, in milliseconds
   std::chrono::steady_clock::time_point busy_until_;
   // Of the submissions in the open transaction.

@@ -21,6 +21,8 @@ namespace {
 
 // What a step writes, about.
 constexpr size_t kStep = size_t{512} << 10;
+// Before the log is so long that SQLite itself would stop to bring it in.
+constexpr unsigned kStepsToCheckpoint = 4;
 // What a row takes beside its texts.
 constexpr size_t kRow = 100;
 // Long enough for somebody who waits for the store to get it.
@@ -74,7 +76,9 @@ bool Store::RunStep(const std::function<bool()>& step, std::string* failure) {
       return false;
     }
   }
-  sqlite3_wal_checkpoint_v2(checkpointer_, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  if (++steps_ % kStepsToCheckpoint == 0) {
+    sqlite3_wal_checkpoint_v2(checkpointer_, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
   std::this_thread::sleep_for(kPause);
   return true;
 }
