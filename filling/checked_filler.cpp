@@ -147,13 +147,20 @@ void ZCheckedFiller::Fill(const ZXFDF& data) {
   if (data.HasFields()) FillAll(data.Fields(), Chaine());
 }
 
+void ZCheckedFiller::AddUnknown(const Chaine& name, const Chaine& what) {
+  if (!ignores_unknown_) faults_.push_back({name, what, true});
+}
+
 void ZCheckedFiller::FillAll(const ZXFDFFieldCollection& from, const Chaine& above) {
   for (unsigned i = 0; i < from.Size(); i++) {
     const ZXFDFField& field = from[i];
+    const bool is_empty = field.Size() == 0 && !field.HasValue() && !field.HasValueRichText();
+    // The name of a deep one is long.
+    if (is_empty && ignores_unknown_) continue;
     Chaine name = above;
     AppendPartialName(&name, true, field.Name());
     if (name.size() > ZXFDFFieldCollection::kMaxFullName) {
-      faults_.push_back({name, "the name of a field is too long: " + Shortened(name), true});
+      AddUnknown(name, "the name of a field is too long: " + Shortened(name));
       continue;
     }
     FillOne(field, name);
@@ -167,7 +174,7 @@ void ZCheckedFiller::FillOne(const ZXFDFField& from, const Chaine& name) {
   if (from.Size() != 0 && !has_value && !has_rich_text) return;  // a group
   Target* const target = Find(name);
   if (target == nullptr) {
-    faults_.push_back({name, "no field is named \"" + name + "\"", true});
+    AddUnknown(name, "no field is named \"" + name + "\"");
   } else if (has_value || has_rich_text) {
     FillTarget(*target, name, has_value ? from.Values() : PTableau<Chaine>(),
                has_rich_text ? RichTextOf(from) : Chaine());
@@ -177,8 +184,8 @@ void ZCheckedFiller::FillOne(const ZXFDFField& from, const Chaine& name) {
 bool ZCheckedFiller::Fill(const Chaine& name, const PTableau<Chaine>& values) {
   Target* const target = Find(name);
   if (target != nullptr) return FillTarget(*target, name, values, Chaine());
-  faults_.push_back({name, "no field is named \"" + name + "\"", true});
-  return false;
+  AddUnknown(name, "no field is named \"" + name + "\"");
+  return ignores_unknown_;
 }
 
 bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTableau<Chaine>& values,

@@ -48,6 +48,10 @@ class ZFORMS_API ZCheckedFiller {
   // From now on the values become the default values as well.
   void SetDefaultsToo(bool defaults_too) { defaults_too_ = defaults_too; }
 
+  // From now on names that no field has are no faults, and are not kept: for data that
+  // may have any number of them.
+  void SetIgnoresUnknown(bool ignores_unknown) { ignores_unknown_ = ignores_unknown; }
+
   // Fills from every field of the document that has a value, rich text included.
   void Fill(const ZXFDF& data);
   // Fills one field; several values are for list boxes. False when there was a fault.
@@ -72,6 +76,7 @@ class ZFORMS_API ZCheckedFiller {
   };
   struct Index;
 
+  void AddUnknown(const Chaine& name, const Chaine& what);
   void FillAll(const ZXFDFFieldCollection& from, const Chaine& above);
   void FillOne(const ZXFDFField& from, const Chaine& name);
   bool FillTarget(Target& target, const Chaine& name, const PTableau<Chaine>& values, const Chaine& rich_text);
@@ -85,6 +90,7 @@ class ZFORMS_API ZCheckedFiller {
 
   ZAcroForm& form_;
   bool defaults_too_ = false;
+  bool ignores_unknown_ = false;
   PTableau<Fault> faults_;
   size_t filled_ = 0;
   std::unique_ptr<Index> index_;

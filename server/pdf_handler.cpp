@@ -31,10 +31,9 @@ const char* ActionOf(ZDocument::Status status) {
 void Fill(const ZXFDF& xfdf, ZAcroForm* form) {
   ZCheckedFiller filler(*form);
   filler.SetDefaultsToo(true);
+  filler.SetIgnoresUnknown(true);
   filler.Fill(xfdf);
-  for (const ZCheckedFiller::Fault& fault : filler.Faults()) {
-    if (!fault.is_unknown) form->Warn(fault.Text());
-  }
+  for (const ZCheckedFiller::Fault& fault : filler.Faults()) form->Warn(fault.Text());
   form->SetNeedAppearances(true);
 }
 

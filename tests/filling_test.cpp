@@ -146,6 +146,11 @@ TEST(CheckedFiller, FieldsOfOneName) {
   EXPECT_EQ(ObjectOf(form, 12), "<</FT/Btn/T(b)" + kOne + "/V/A/AS/A>>");
   EXPECT_EQ(ObjectOf(form, 13), "<</FT/Btn/T(b)/AP<</N<</C 9 0 R>>>>/Rect[]/AS/Off/V/A>>");
   EXPECT_EQ(ObjectOf(form, 14), "<</FT/Sig/T(a)>>");
+  EXPECT_FALSE(filler.Fill("nowhere", {"x"}));
+  EXPECT_EQ(filler.Faults().size(), 2U);
+  filler.SetIgnoresUnknown(true);
+  EXPECT_TRUE(filler.Fill("nowhere", {"x"}));
+  EXPECT_EQ(filler.Faults().size(), 2U);
 }
 
 TEST(CheckedFiller, NamesThatMayHaveBeenMeant) {

@@ -336,6 +336,11 @@ def long_submissions(folder):
         with contextlib.closing(sqlite3.connect(f"file:{server.data}/zforms.db?mode=ro", uri=True)) as database:
             return database.execute(sql).fetchall()
 
+    def memory(server):
+        """The most that it held so far, in MB; 0 where that is not told."""
+        status = pathlib.Path(f"/proc/{server.process.pid}/status")
+        return int(re.search(r"VmHWM:\s+(\d+)", status.read_text())[1]) // 1024 if status.exists() else 0
+
     with Server(folder) as server:
         opened, short = server.open_form(), server.open_form()
         fields = "".join(f'<field name="{name}"><value>{escape(value)}</value></field>' for name, value in values.items())
@@ -356,6 +361,12 @@ def long_submissions(folder):
         expect(not saved or saved["none"] == [other], "what was saved, for the page")
         expect(server.ask("POST", SAVE, long_one.replace("Session.ID&quot;&gt;", "Session.ID&quot;&gt;x")
                           .replace('Session.ID"&gt;', 'Session.ID"&gt;x').encode())[0] == 409, "a long one of nobody")
+        # Names of 4,000 bytes that nobody asks for.
+        deep = '<field name="nnnnnnnn">' * 440 + "".join(f'<field name="f{i}"/>' for i in range(20_000)) + "</field>" * 440
+        most = memory(server)
+        expect(server.ask("POST", SAVE, server.open_form().replace("<fields>", "<fields>" + deep, 1).encode())[0] == 200,
+               "deep fields without value")
+        expect(memory(server) - most < 150, f"they take {memory(server) - most} MB")
         # Killed while it stores one: nothing of it is seen, and the next start drops what is there.
         killer = threading.Thread(target=server.send, args=(count_raised(count_raised(long_one)).encode(),))
         killer.start()
@@ -364,12 +375,12 @@ def long_submissions(folder):
                 server.stop(signal.SIGKILL)
         killer.join()
         left = rows(server, "SELECT submission FROM unfinished UNION SELECT submission FROM pieces WHERE submission > 2")
-        expect(left == [(4,)], f"what is left: {left}")
-        expect(len(server.stored()) == 3, "a submission that is not whole is seen")
+        expect(left == [(5,)], f"what is left: {left}")
+        expect(len(server.stored()) == 4, "a submission that is not whole is seen")
     with Server(folder) as server:
-        expect(rows(server, "SELECT 1 FROM unfinished UNION ALL SELECT 1 FROM pieces WHERE submission = 4 UNION ALL "
-                    "SELECT 1 FROM fields WHERE submission = 4") == [], "the next start drops it")
-        expect(len(server.stored()) == 3, "the others stay")
+        expect(rows(server, "SELECT 1 FROM unfinished UNION ALL SELECT 1 FROM pieces WHERE submission = 5 UNION ALL "
+                    "SELECT 1 FROM fields WHERE submission = 5") == [], "the next start drops it")
+        expect(len(server.stored()) == 4, "the others stay")
 
 
 def refused_at_the_start(folder):
