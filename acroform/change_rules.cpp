@@ -38,7 +38,9 @@ void AddLock(const ZPDFNodeDictionary* lock, ZAcroFormSignature* signature) {
     const ZPDFNode* const name = fields->GetTargetAt(i);
     if (name != nullptr) added.fields.push_back(PDFTextToUTF8(name->GetStringValue()));
   }
-  signature->locks.push_back(std::move(added));
+  // The lock of a field is repeated by its signature.
+  PTableau<Lock>& locks = signature->locks;
+  if (std::find(locks.begin(), locks.end(), added) == locks.end()) locks.push_back(std::move(added));
 }
 
 // The lower of two levels, where 0 says nothing (ISO 32000-2 table 236).

@@ -18,6 +18,8 @@ struct ZFORMS_API ZAcroFormSignature {
     enum Which : uint8_t { kAll, kListed, kOthers };
     Which which = kAll;
     PTableau<Chaine> fields;  // full names in UTF-8; a group stands for what is below it
+
+    bool operator==(const Lock&) const = default;
   };
 
   // What "/P" of "/DocMDP" allows (ISO 32000-1 table 254).

@@ -102,16 +102,20 @@ const ZFieldRule& ZCheckedFiller::RuleOf(Target& target, const Chaine& name) {
   if (target.rule == nullptr) {
     PTableau<ZAcroFormField*>& fields = target.fields;
     const bool any_length = name == ZXFDF::kSessionIDField;  // the host's own
+    const auto rule_of = [&](const PTableau<ZAcroFormField*>& same) {
+      const auto rule = std::make_shared<ZFieldRule>(same, &index_->options, any_length);
+      if (lock_of_ != nullptr) rule->Lock(lock_of_(name));
+      return rule;
+    };
     // The first one that can be filled says how.
     for (size_t i = 0; i < fields.size(); i++) {
-      const auto rule =
-          std::make_shared<ZFieldRule>(PTableau<ZAcroFormField*>{fields[i]}, &index_->options, any_length);
+      const auto rule = rule_of({fields[i]});
       if (target.rule == nullptr) target.rule = rule;
       if (!rule->IsFillable()) continue;
       const ZAcroFormField& model = *fields[i];
       fields.erase(fields.begin(), fields.begin() + static_cast<ptrdiff_t>(i));
       KeepThoseLike(model, &fields);
-      target.rule = fields.size() == 1 ? rule : std::make_shared<ZFieldRule>(fields, &index_->options, any_length);
+      target.rule = fields.size() == 1 ? rule : rule_of(fields);
       break;
     }
   }
@@ -194,7 +198,8 @@ bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTable
   const ZFieldRule::Verdict verdict = rule.Judge(values);
   for (const Chaine& fault : verdict.faults) faults_.push_back({name, fault});
   const ZFieldRule::Kind kind = rule.GetKind();
-  const bool is_rich = !rich_text.IsEmpty() && kind == ZFieldRule::Kind::kText && verdict.faults.empty();
+  const bool takes_rich = kind == ZFieldRule::Kind::kText && verdict.faults.empty();
+  const bool is_rich = !rich_text.IsEmpty() && takes_rich && rule.WhyLocked().IsEmpty();
   if (!verdict.is_taken && !is_rich) return verdict.faults.empty();
   filled_++;
   for (ZAcroFormField* field : target.fields) {

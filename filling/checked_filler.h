@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "filling/field_rule.h"
 #include "platform/chaine.h"
@@ -51,6 +53,9 @@ class ZFORMS_API ZCheckedFiller {
   // From now on names that no field has are no faults, and are not kept: for data that
   // may have any number of them.
   void SetIgnoresUnknown(bool ignores_unknown) { ignores_unknown_ = ignores_unknown; }
+  // A field for whose full name this gives a reason takes no other value than it holds.
+  // To be set before anything is filled or asked.
+  void SetLocks(std::function<Chaine(const Chaine& name)> why) { lock_of_ = std::move(why); }
 
   // Fills from every field of the document that has a value, rich text included.
   void Fill(const ZXFDF& data);
@@ -91,6 +96,7 @@ class ZFORMS_API ZCheckedFiller {
   ZAcroForm& form_;
   bool defaults_too_ = false;
   bool ignores_unknown_ = false;
+  std::function<Chaine(const Chaine& name)> lock_of_;
   PTableau<Fault> faults_;
   size_t filled_ = 0;
   std::unique_ptr<Index> index_;

@@ -164,7 +164,17 @@ ZFieldRule::Verdict ZFieldRule::Judge(const PTableau<Chaine>& given) const {
   } else {
     JudgeText(given.front(), &verdict);
   }
+  if (!why_locked_.IsEmpty() && verdict.is_taken && !IsPresent(verdict.values)) return {false, {}, {why_locked_}};
   return verdict;
+}
+
+// Whether these are what the fields hold.
+bool ZFieldRule::IsPresent(const PTableau<Chaine>& values) const {
+  if (present_.Size() == 0) return values.size() == 1 && (values[0].IsEmpty() || values[0] == kOff);
+  if (kind_ == Kind::kButton) return present_.Exist(values[0]) || present_.Exist(PDFNameToUTF8(values[0]));
+  if (kind_ == Kind::kText) return IsSameText(values[0], present_[0]);
+  const auto is_present = [this](const Chaine& value) { return present_.Exist(value); };
+  return values.size() == present_.Size() && std::all_of(values.begin(), values.end(), is_present);
 }
 
 void ZFieldRule::JudgeText(const Chaine& given, Verdict* verdict) const {

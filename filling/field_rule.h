@@ -44,6 +44,10 @@ class ZFORMS_API ZFieldRule {
   ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length = false);
   ~ZFieldRule();
 
+  // From now on no other value than the present one is taken, for that reason; empty for none.
+  void Lock(const Chaine& why) { why_locked_ = why; }
+  const Chaine& WhyLocked() const { return why_locked_; }
+
   Kind GetKind() const { return kind_; }
   bool IsFillable() const { return kind_ != Kind::kNotFilled; }
   // Of several values of a list box the good ones are taken. Line ends may be of any
@@ -54,6 +58,7 @@ class ZFORMS_API ZFieldRule {
   void ReadKind(const ZAcroFormField& field);
   void ReadValue(const ZAcroFormField& field);
   void ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options);
+  bool IsPresent(const PTableau<Chaine>& values) const;
   void JudgeText(const Chaine& given, Verdict* verdict) const;
   void JudgeButton(const Chaine& given, Verdict* verdict) const;
   void JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) const;
@@ -62,6 +67,7 @@ class ZFORMS_API ZFieldRule {
 
   Kind kind_ = Kind::kText;
   Chaine why_not_filled_;
+  Chaine why_locked_;
   bool takes_several_ = false;
   bool is_closed_ = false;  // takes its choices or states alone
   size_t max_length_ = 0;   // in characters; 0 for any

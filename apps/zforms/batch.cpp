@@ -57,10 +57,13 @@ class BatchRun {
   bool Prepare();
   // The exit status.
   int Run();
+  // The same when Prepare was false: what the form forbids is a warning.
+  int StatusOfRefusal() const { return forbidden_ ? form_status_ : kFailed; }
 
  private:
   bool HasNameColumns(const std::vector<std::string>& names);
   bool MakeWhole(Console& console);
+  bool Guard();
   bool PrepareFolder();
   void CheckColumns(const Row& row);
   void Work(unsigned number, RowFiller& filler);
@@ -74,6 +77,9 @@ class BatchRun {
   const BatchOptions& options_;
   Console& console_;
   ZAcroForm form_;
+  std::unique_ptr<FormGuard> guard_;
+  int form_status_ = kDone;
+  bool forbidden_ = false;
   BatchPlan plan_;
   BatchPlan::Match match_;
   FileNamePattern pattern_;
@@ -91,8 +97,8 @@ bool BatchRun::Prepare() {
   Console form_console(options_.file);
   if (!KeepsInputs(options_.report, {options_.data, options_.file, options_.maps}, console_)) return false;
   if (!OpenFormWithFields(options_.file, options_.password, form_, form_console, options_.recover)) return false;
-  if (!MakeWhole(form_console)) return false;
-  if (!plan_.Make(options_, form_, form_console)) return false;
+  if (!Guard() || !MakeWhole(form_console)) return false;
+  if (!plan_.Make(options_, form_, *guard_, form_console)) return false;
   std::string error;
   if (!pattern_.Parse(options_.name.empty() ? kDefaultName : options_.name, &error)) {
     console_.Fail("--name: " + error);
@@ -140,9 +146,21 @@ bool BatchRun::MakeWhole(Console& console) {
   return false;
 }
 
+// What stands against filling is said once, not for each row.
+bool BatchRun::Guard() {
+  Console console(options_.file);
+  guard_ = std::make_unique<FormGuard>(form_, options_.guard);
+  forbidden_ = !guard_->AllowsFilling(console);
+  if (!forbidden_) guard_->SayWhatGoes(console);
+  form_status_ = console.Finish();
+  return !forbidden_;
+}
+
 bool BatchRun::PrepareFolder() {
   uint64_t job = StableHash(form_.RawData());
   job = StableHash(options_.name, job);
+  if (options_.guard.keep_xfa) job = StableHash("--xfa keep", job);
+  if (options_.guard.force) job = StableHash("--force", job);
   for (const BatchField& field : plan_.Fields()) {
     job = StableHash(field.name + "\n" + field.full_column + "\n" + field.column + "\n" + field.constant.text, job);
   }
@@ -262,7 +280,7 @@ int BatchRun::Run() {
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
   const unsigned jobs = std::min(options_.jobs == 0 ? cores : options_.jobs, kMostJobs);
   std::deque<RowFiller> fillers;
-  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_);
+  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_, *guard_);
   std::vector<std::thread> threads;
   for (unsigned i = 1; i < jobs; i++) threads.emplace_back([this, i, &fillers] { Work(i, fillers[i]); });
   Work(0, fillers[0]);
@@ -270,7 +288,8 @@ int BatchRun::Run() {
   report_.Finish(options_, stopped_, jobs);
   if (!reader_->Failure().empty()) console_.Fail(reader_->Failure());
   if (stopped_) return kFailed;
-  return console_.Finish();
+  const int status = console_.Finish();
+  return status == kDone ? form_status_ : status;
 }
 
 }  // namespace
@@ -282,7 +301,7 @@ int RunBatch(const BatchOptions& options) {
     return kFailed;
   }
   BatchRun run(options, console);
-  return run.Prepare() ? run.Run() : kFailed;
+  return run.Prepare() ? run.Run() : run.StatusOfRefusal();
 }
 
 }  // namespace zforms::tool

@@ -14,9 +14,10 @@ std::string Folded(std::string_view text) { return FoldCase(text).ToString(); }
 
 }  // namespace
 
-bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, Console& console) {
+bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, const FormGuard& guard, Console& console) {
   const std::vector<FieldReport> order = ReportFields(form);
   filler_ = std::make_unique<ZCheckedFiller>(form);
+  filler_->SetLocks([&guard](const Chaine& name) { return guard.LockOf(name); });
   Reports reports;
   for (const FieldReport& report : order) {
     if (!report.name.empty()) reports.emplace(report.name, &report);

@@ -14,6 +14,7 @@
 namespace zforms::tool {
 
 struct BatchOptions;
+class FormGuard;
 
 // One field that a batch fills.
 struct BatchField {
@@ -31,7 +32,7 @@ class BatchPlan {
  public:
   // The form outlives the plan. False, and said, when the maps or the rubric files cannot be read. Fields that
   // maps name and the form has not, and such things, are warned of.
-  bool Make(const BatchOptions& options, ZAcroForm& form, Console& console);
+  bool Make(const BatchOptions& options, ZAcroForm& form, const FormGuard& guard, Console& console);
 
   const std::vector<BatchField>& Fields() const { return fields_; }
   std::vector<std::string> FieldNames() const;

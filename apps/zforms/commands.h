@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "apps/zforms/form_guard.h"
+
 namespace zforms::tool {
 
 // The commands of the tool, with what the command line says to each. Every one
@@ -25,6 +27,7 @@ struct FillOptions {
   std::string output;
   std::string password;
   bool recover = false;
+  GuardOptions guard;
 };
 int RunFill(const FillOptions& options);
 
@@ -64,6 +67,7 @@ struct BatchOptions {
   bool resume = false;
   bool overwrite = false;
   bool recover = false;
+  GuardOptions guard;
 };
 int RunBatch(const BatchOptions& options);
 
@@ -98,6 +102,7 @@ struct ViewerOptions {
   std::string output;
   std::string password;
   bool recover = false;
+  bool force = false;
   std::optional<bool> hide_toolbar;
   std::optional<bool> hide_menubar;
   std::optional<bool> hide_window_ui;

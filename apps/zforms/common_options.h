@@ -18,7 +18,7 @@ inline void AddPassword(CLI::App* command, std::string* password) {
 
 inline void AddForce(CLI::App* command, bool* force) {
   command->add_flag("--force", *force,
-                    "Make changes that a signature or a certification forbids; what is signed does not hold then.");
+                    "Make changes that a signature or a certification forbids. It does not hold any more then.");
 }
 
 inline void AddRecover(CLI::App* command, bool* recover) {
@@ -41,7 +41,8 @@ inline CLI::Validator PortFrom(unsigned least) {
 inline void AddForceLosses(CLI::App* command, bool* force) {
   command->add_flag(
       "--force", *force,
-      "Write the file even where pages or the form need objects that cannot be read. They are lost then.");
+      "Write the file even where pages or the form need objects that cannot be read, which are lost then, and where a "
+      "certification forbids the change, which does not hold then.");
 }
 
 }  // namespace zforms::tool

@@ -92,7 +92,7 @@ int RunFields(const FieldsOptions& options) {
   const bool printed = Print(options.json ? JsonText(options.file, form, fields) : TableText(fields));
   if (!printed) console.Fail("standard output cannot be written");
   console.WarnAll(form.Diagnostics());
-  if (fields.empty()) console.Warn("the document has no form fields");
+  if (fields.empty()) console.Warn(WhyNoFields(form));
   return console.Finish();
 }
 

@@ -3,6 +3,7 @@
 #include "apps/zforms/commands.h"
 #include "apps/zforms/data_file.h"
 #include "apps/zforms/files.h"
+#include "apps/zforms/form_guard.h"
 #include "apps/zforms/open_form.h"
 #include "filling/checked_filler.h"
 #include "pdf/parser/parser.h"
@@ -12,8 +13,11 @@
 namespace zforms::tool {
 namespace {
 
-// Says which values were not taken; `line` is where the row is in its file, 0 for none.
-void WarnOfFaults(ZCheckedFiller& filler, uint64_t line, Console& console) {
+// Fills the form, and says which values were not taken; `line` is where the row is in its file, 0 for none.
+void Fill(ZAcroForm& form, const FormGuard& guard, const ZXFDF& data, uint64_t line, Console& console) {
+  ZCheckedFiller filler(form);
+  filler.SetLocks([&guard](const Chaine& name) { return guard.LockOf(name); });
+  filler.Fill(data);
   const Chaine where = line == 0 ? Chaine() : "line " + FormatUInt(line) + ": ";
   for (const ZCheckedFiller::Fault& fault : filler.Faults()) {
     console.Warn(where + fault.Text() + (fault.is_unknown ? filler.NearNamesOf(fault.field) : Chaine()));
@@ -36,11 +40,14 @@ int RunFill(const FillOptions& options) {
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
   if (!ReadData(options.data, &data, &line, data_console)) return kFailed;
 
-  ZCheckedFiller filler(form);
-  filler.Fill(data);
-  WarnOfFaults(filler, line, data_console);
-  // What the fields show was drawn for their former values.
-  if (!form.Parser()->ModifiedObjects().empty() && !form.NeedAppearances()) form.SetNeedAppearances(true);
+  const FormGuard guard(form, options.guard);
+  if (guard.AllowsFilling(console)) Fill(form, guard, data, line, data_console);
+  if (!form.Parser()->ModifiedObjects().empty()) {
+    // What the fields show was drawn for their former values.
+    if (!form.NeedAppearances()) form.SetNeedAppearances(true);
+    guard.Drop(form);
+    guard.SayWhatGoes(console);
+  }
   console.WarnAll(form.Diagnostics());
   SaveForm(options.file, options.output, form, console);
   const int data_status = data_console.Finish();

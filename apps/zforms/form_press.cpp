@@ -39,8 +39,8 @@ bool RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& origin
 
 }  // namespace
 
-FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names)
-    : original_(form), names_(names.begin(), names.end()) {}
+FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FormGuard& guard)
+    : original_(form), names_(names.begin(), names.end()), guard_(guard) {}
 
 FormPress::~FormPress() = default;
 
@@ -53,6 +53,8 @@ void FormPress::Prepare() {
   objects_.clear();
   filler_.reset();
   form_ = std::make_unique<ZAcroForm>(original_);
+  dropped_ = guard_.Drop(*form_);
+  for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
   const std::set<Chaine> names(names_.begin(), names_.end());
   for (const auto& [bytes, fields] : form_->FlatFields()) {
     if (!names.contains(fields.front()->FullNameUTF8())) continue;
@@ -60,11 +62,14 @@ void FormPress::Prepare() {
   }
   if (ZPDFNodeDictionary* infos = form_->Parser()->AcroForm()) Keep(infos);
   for (const Kept& kept : kept_) kept.dictionary->SetModified(true, false);
+  for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(true, false);
   for (const ZPDFObjectLocation& location : form_->Parser()->ObjectLocations()) {
     if (location.object != nullptr && location.object->IsModified()) objects_.push_back(location.object);
   }
   for (const Kept& kept : kept_) kept.dictionary->SetModified(false, false);
+  for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
   filler_ = std::make_unique<ZCheckedFiller>(*form_);
+  filler_->SetLocks([this](const Chaine& name) { return guard_.LockOf(name); });
 }
 
 bool FormPress::IsChanged() const {
@@ -76,6 +81,7 @@ Chaine FormPress::Fill(const std::vector<Value>& values) {
   for (const Value& value : values) filler_->Fill(names_[value.name], value.texts);
   if (!IsChanged()) return form_->RawData();
   if (!form_->NeedAppearances()) form_->SetNeedAppearances(true);
+  for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(true, false);
   Chaine bytes = form_->UpdatedBytes(objects_);
   if (!TakeBack()) form_.reset();
   return bytes;
@@ -87,6 +93,7 @@ bool FormPress::TakeBack() {
     if (kept.dictionary->IsModified() && !RestoreAll(*kept.dictionary, *kept.original)) return false;
   }
   for (const Kept& kept : kept_) kept.dictionary->SetModified(false, true);
+  for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
   return true;
 }
 

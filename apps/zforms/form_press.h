@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "acroform/acro_form.h"
+#include "apps/zforms/form_guard.h"
 #include "filling/checked_filler.h"
 
 namespace zforms {
@@ -21,7 +22,8 @@ namespace zforms::tool {
 class FormPress {
  public:
   // `names` are the full names, in UTF-8, of the fields that will be filled.
-  FormPress(const ZAcroForm& form, const std::vector<std::string>& names);
+  // The guard says what they are locked for, and what goes with a change; it outlives this.
+  FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FormGuard& guard);
   ~FormPress();
 
   // A value of the field whose name is the one of that number.
@@ -46,9 +48,12 @@ class FormPress {
 
   const ZAcroForm original_;
   std::vector<Chaine> names_;
+  const FormGuard& guard_;
   std::unique_ptr<ZAcroForm> form_;  // null when it has to be copied anew
   std::unique_ptr<ZCheckedFiller> filler_;
   std::vector<Kept> kept_;
+  // Those from which the guard took what goes with a change: written with every change.
+  PTableau<ZPDFNodeDictionary*> dropped_;
   // The objects where those dictionaries stand, in the order of their numbers.
   PTableau<ZPDFNodeIndirectObject*> objects_;
 };

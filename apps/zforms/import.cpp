@@ -6,6 +6,7 @@
 #include "acroform/change_rules.h"
 #include "apps/zforms/console.h"
 #include "apps/zforms/files.h"
+#include "apps/zforms/form_guard.h"
 #include "apps/zforms/open_form.h"
 #include "apps/zforms/server_commands.h"
 #include "apps/zforms/template_check.h"
@@ -224,11 +225,7 @@ int RunImport(const ImportOptions& options) {
   Console console(options.file);
   ZAcroFormServerForm form;
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
-  const Chaine forbids = ZAcroFormChangeRules(form).FaultOfDesigning();
-  if (!forbids.IsEmpty() && !options.force) {
-    console.Fail(forbids.ToString() + "; --force changes it all the same");
-    return console.Finish();
-  }
+  if (!FormGuard(form, {false, options.force}).AllowsDesigning(console)) return console.Finish();
   Importer(form).Mend();
   if (!ZAcroFormChangeRules::DropXFA(form).empty()) Say("the XFA form, which readers would show instead", "removed");
   if (!ZAcroFormChangeRules::DropUsageRights(form).empty()) Say("usage rights, which end with a change", "removed");

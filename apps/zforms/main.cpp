@@ -105,6 +105,18 @@ class CommandLine {
     AddOutput(command, &fill_.output)->required();
     AddPassword(command, &fill_.password);
     AddRecover(command, &fill_.recover);
+    AddGuard(command, &fill_.guard);
+  }
+
+  static void AddGuard(CLI::App* command, GuardOptions* guard) {
+    AddForce(command, &guard->force);
+    command
+        ->add_option_function<std::string>(
+            "--xfa", [guard](const std::string& what) { guard->keep_xfa = what == "keep"; },
+            "What becomes of an XFA form beside the fields, which readers that know it show in their place: \"drop\" "
+            "takes it out when a value changes, of a signed form with --force alone; \"keep\" leaves it.")
+        ->check(CLI::IsMember({"keep", "drop"}))
+        ->default_str("drop");
   }
 
   void AddExport() {
@@ -189,6 +201,7 @@ class CommandLine {
     command->add_option("--report", batch_.report, "A JSON file that says what became of the rows.");
     AddPassword(command, &batch_.password);
     AddRecover(command, &batch_.recover);
+    AddGuard(command, &batch_.guard);
   }
 
   void AddCheck() {
@@ -252,6 +265,7 @@ class CommandLine {
     AddOutput(command, &viewer_.output)->required();
     AddPassword(command, &viewer_.password);
     AddRecover(command, &viewer_.recover);
+    AddForce(command, &viewer_.force);
   }
 
   void AddShow() {

@@ -18,6 +18,10 @@ bool Load(const std::string& file, const Chaine& bytes, const std::string& passw
   return false;
 }
 
+bool IsXFAAlone(const ZAcroForm& form) {
+  return ZAcroFormChangeRules::XFAOf(form) == ZAcroFormChangeRules::XFA::kAlone;
+}
+
 }  // namespace
 
 std::vector<Chaine> PasswordForms(const std::string& password) {
@@ -49,14 +53,14 @@ bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& f
 bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
                         bool recover) {
   if (!OpenForm(file, password, form, console, recover)) return false;
-  if (!form.IsValid()) {
-    console.Fail("the document has no form");
-  } else if (ZAcroFormChangeRules::XFAOf(form) == ZAcroFormChangeRules::XFA::kAlone) {
-    console.Fail("the form is one of XFA alone: it has no fields that can be read or filled");
-  } else {
-    return true;
-  }
+  if (form.IsValid() && !IsXFAAlone(form)) return true;
+  console.Fail(WhyNoFields(form));
   return false;
+}
+
+std::string WhyNoFields(const ZAcroForm& form) {
+  if (IsXFAAlone(form)) return "the form is one of XFA alone: it has no fields that can be read or filled";
+  return form.IsValid() ? "the document has no form fields" : "the document has no form";
 }
 
 bool SaveForm(const std::string& file, const std::string& output, ZAcroForm& form, Console& console) {

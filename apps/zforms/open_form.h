@@ -26,6 +26,9 @@ bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& f
 bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
                         bool recover = false);
 
+// What to say of a document that has no fields.
+std::string WhyNoFields(const ZAcroForm& form);
+
 // Saves the document: in place when `output` is the file it came from and only an
 // update has to be appended, else beside the output and renamed. False, and said,
 // when that fails.

@@ -2,8 +2,8 @@
 
 namespace zforms::tool {
 
-RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan)
-    : plan_(plan), match_(plan), press_(form, plan.FieldNames()) {}
+RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FormGuard& guard)
+    : plan_(plan), match_(plan), press_(form, plan.FieldNames(), guard) {}
 
 Chaine RowFiller::Fill(const Row& row) {
   values_.clear();

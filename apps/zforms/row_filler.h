@@ -10,10 +10,11 @@
 namespace zforms::tool {
 
 // RowFiller fills a copy of the form from one row after the other. Made by the thread
-// that has the form, then used by one; the plan is shared and outlives it.
+// that has the form, then used by one; the plan and the guard are
+// shared and outlive it.
 class RowFiller {
  public:
-  RowFiller(const ZAcroForm& form, const BatchPlan& plan);
+  RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FormGuard& guard);
 
   // The form with the values of the row, which the fields take.
   Chaine Fill(const Row& row);

@@ -4,6 +4,7 @@
 #include "apps/zforms/commands.h"
 #include "apps/zforms/file_check.h"
 #include "apps/zforms/files.h"
+#include "apps/zforms/form_guard.h"
 #include "apps/zforms/open_form.h"
 #include "pdf/crypt/encryption.h"
 #include "platform/inet_stream.h"
@@ -39,6 +40,15 @@ std::string FlagsText(const ZAcroForm& form) {
   return text;
 }
 
+// Usage rights end with the change; what a certification forbids is refused.
+bool GuardChange(ZAcroForm& form, bool force, Console& console) {
+  const FormGuard guard(form, {true, force});
+  if (!guard.AllowsDesigning(console)) return false;
+  guard.Drop(form);
+  guard.SayWhatGoes(console);
+  return true;
+}
+
 }  // namespace
 
 int RunRewrite(const RewriteOptions& options) {
@@ -46,6 +56,7 @@ int RunRewrite(const RewriteOptions& options) {
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   const bool loses = CheckFile(form, console);
+  if (ZAcroFormChangeRules(form).IsSigned()) console.Warn("is signed: the signatures do not hold any more");
   console.WarnAll(form.Diagnostics());
   if (!MayWriteAnew(loses, options.recover, options.force, console)) return console.Finish();
   Chaine bytes;
@@ -71,6 +82,7 @@ int RunPermissions(const PermissionsOptions& options) {
     return console.Finish();
   }
   form.SetStandardUserFlags(*options.flags);
+  if (!GuardChange(form, options.force, console)) return console.Finish();
   const bool loses = form.SavesAnew() && form.WouldLose();
   console.WarnAll(form.Diagnostics());
   if (MayWriteAnew(loses, options.recover, options.force, console)) {
@@ -83,6 +95,7 @@ int RunViewer(const ViewerOptions& options) {
   Console console(options.file);
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
+  if (!GuardChange(form, options.force, console)) return console.Finish();
   const struct {
     const std::optional<bool>& wanted;
     void (ZAcroFormViewerInfos::*set)(bool) const;

@@ -1,0 +1,175 @@
+#!/usr/bin/env python3
+"""What must go when a form is filled, and what signatures and permissions forbid: XFA, usage rights, certification,
+locks."""
+
+import json
+import shutil
+import sys
+import tempfile
+
+import peers
+from tool_case import Document, Name, Ref, SAMPLES, Text, expect, run_tests, same, zforms
+
+
+def form(path, signatures=(), xfa=False, rights=False, alone=False):
+    """A form of the fields a, b and g.c, and signed fields: (name, /DocMDP level or None, /FieldMDP, /Lock)."""
+    document = Document()
+    catalog, page = document.reserve(), document.reserve()
+
+    def field(**entries):
+        entry = {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(page)}
+        return document.add({**entry, "DA": Text("/H 9 Tf"), **entries})
+
+    fields = [field(FT=Name("Tx"), T=Text("a"), V=Text("old")), field(FT=Name("Tx"), T=Text("b")),
+              field(T=Text("g"), Kids=[field(FT=Name("Tx"), T=Text("c"))])]
+    perms = {}
+    for name, level, locked, lock in signatures:
+        value = {"Type": Name("Sig"), "Filter": Name("X"), "Contents": b"12", "ByteRange": [0, 1, 2, 3], "Reference": []}
+        for method, parameters in (("DocMDP", level and {"P": level}), ("FieldMDP", locked)):
+            if parameters:
+                value["Reference"].append({"TransformMethod": Name(method), "TransformParams": parameters})
+        value = document.add(value)
+        if level:
+            perms["DocMDP"] = value
+        fields.append(field(FT=Name("Sig"), T=Text(name), V=value, **({"Lock": lock} if lock else {})))
+    if rights:
+        perms["UR3"] = document.add({"Type": Name("Sig"), "Contents": b"34"})
+    entries = {"Fields": [] if alone else fields, "DA": Text("/H 9 Tf 0 g")}
+    if xfa:
+        entries["XFA"] = [Text("datasets"), document.add({}, b"<xfa:datasets>old</xfa:datasets>")]
+    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
+    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100], "Annots": entries["Fields"]})
+    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": entries, **({"Perms": perms} if perms else {}),
+                           **({"NeedsRendering": True} if xfa else {})})
+    path.write_bytes(document.finish(catalog, document.add({"Title": Text("rules")}))[0])
+    return path
+
+
+def listed(*names, action="Include"):
+    return {"Action": Name(action), "Fields": [Text(name) for name in names]}
+
+
+LOCKED = "is locked by the signature \"S\"; --force writes it all the same"
+CERTIFIED = 'is certified by the signature "S", which allows no change'
+CASES = [  # label, form, options, status, what is said, the values of a, b and g.c, what is left of /XFA, /UR3
+    ("nothing forbids", {}, [], 0, [], "AB1", ""),
+    ("XFA", {"xfa": True}, [], 0, ["the XFA form is dropped"], "AB1", ""),
+    ("XFA is kept", {"xfa": True}, ["--xfa", "keep"], 0, [], "AB1", "/XFA/NeedsRendering"),
+    ("XFA of a signed form", {"xfa": True, "signatures": [("S", None, None, None)]}, [], 3,
+     ["the XFA form stays, since the form is signed", "--force"], "AB1", "/XFA/NeedsRendering"),
+    ("XFA of a signed form, forced", {"xfa": True, "signatures": [("S", None, None, None)]}, ["--force"], 3,
+     ["the XFA form is dropped", "do not hold"], "AB1", ""),
+    ("usage rights", {"rights": True}, [], 0, ["usage rights"], "AB1", ""),
+    ("usage rights beside a certification", {"rights": True, "signatures": [("S", 2, None, None)]}, [], 0,
+     ["usage rights"], "AB1", "/Perms/DocMDP"),
+    ("no change", {"signatures": [("S", 1, None, None)]}, [], 3, [CERTIFIED, "--force"], ["old", None, None],
+     "/Perms/DocMDP"),
+    ("no change, forced", {"signatures": [("S", 1, None, None)]}, ["--force"], 3, [CERTIFIED, "does not hold"], "AB1",
+     "/Perms/DocMDP"),
+    ("filling is allowed", {"signatures": [("S", 3, None, None)]}, [], 0, [], "AB1", "/Perms/DocMDP"),
+    ("a lock of named fields", {"signatures": [("S", None, listed("b"), None)]}, [], 3, ['"b": ' + LOCKED],
+     ["A", None, "1"], ""),
+    ("a lock of a group", {"signatures": [("S", None, None, listed("g"))]}, [], 3, ['"g.c": ' + LOCKED],
+     ["A", "B", None], ""),
+    ("a lock of all others", {"signatures": [("S", None, listed("g", action="Exclude"), None)]}, [], 3,
+     ['"a": ' + LOCKED, '"b": ' + LOCKED], ["old", None, "1"], ""),
+    ("a lock of all", {"signatures": [("S", None, {"Action": Name("All")}, None)]}, ["--force"], 3,
+     ["locked fields are written all the same", "do not hold"], "AB1", ""),
+]
+
+
+def test_fill_and_batch(folder):
+    data, rows = folder / "data.json", folder / "rows.csv"
+    data.write_text('{"a": "A", "b": "B", "g": {"c": 1}}')
+    rows.write_text("a,b,g.c\nA,B,1\n")
+    for number, (label, parts, options, status, said, values, left) in enumerate(CASES):
+        source, filled, out = form(folder / f"{number}.pdf", **parts), folder / f"filled{number}.pdf", folder / f"{number}"
+        got, _, err = zforms("fill", source, data, "-o", filled, *options)
+        same(f"{label}: status", got, status)
+        expect(all(text in err for text in said) and bool(err) == bool(said), label, err)
+        same(f"{label}: values", list(json.loads(zforms("export", filled, "--format", "json")[1]).values()),
+             list(values))
+        expect(filled.read_bytes().startswith(source.read_bytes()), f"{label}: the bytes read stay")
+        tree = zforms("show", filled, "1")[1]
+        for key in ("/XFA", "/NeedsRendering", "/Perms", "/DocMDP", "/UR3"):
+            same(f"{label}: {key}", key in tree, key in left)
+        if shutil.which("qpdf"):
+            same(f"{label}: qpdf", peers.qpdf_check(filled), (0, 0))
+        got, _, err = zforms("batch", source, "--data", rows, "--out", out, *options)
+        written = (out / "000001.pdf").read_bytes() if (out / "000001.pdf").exists() else None
+        whole = list(values) == list("AB1")
+        same(f"{label}: batch", (got, written), (status, filled.read_bytes() if whole else None))
+        expect(not said or said[0].split(";")[0].split('": ')[-1] in err, f"{label}: batch says", err)
+
+
+def test_its_own_export_changes_nothing(folder):
+    source = form(folder / "form.pdf", [("S", 1, None, {"Action": Name("All")})], xfa=True, rights=True)
+    for kind in ("xfdf", "json"):
+        data, filled = folder / f"data.{kind}", folder / "filled.pdf"
+        zforms("export", source, "--format", kind, "-o", data)
+        zforms("fill", source, data, "-o", filled, "--force")
+        same(kind, filled.read_bytes(), source.read_bytes())
+
+
+def test_what_check_says(folder):
+    for parts, said in (
+            ({"signatures": [("S", 2, listed("a", "b"), None)], "rights": True},
+             ["1 in 1 field", '"S" certifies, allows filling in and signing; locks "a", "b"', "end with the first change"]),
+            ({"signatures": [("S", None, None, listed("a", action="Exclude"))], "xfa": True},
+             ['"S" signs; locks every field but "a"', "with an XFA form beside it"]),
+            ({"xfa": True, "alone": True}, ["PDF form of XFA alone, without fields"])):
+        out = zforms("check", form(folder / "form.pdf", **parts))[1]
+        expect(all(text in out for text in said), str(said), out)
+    for command in (["fields"], ["fill", "-", "-o", "-"], ["export"]):
+        status, _, err = zforms(command[0], folder / "form.pdf", *command[1:], stdin=b'{"a": 1}')
+        wanted = 3 if command == ["fields"] else 2
+        expect(status == wanted and "is one of XFA alone" in err, f"{command[0]} of XFA alone", err)
+
+
+def test_permissions_and_passwords(folder):
+    locked, data, filled = folder / "locked.pdf", folder / "data.json", folder / "filled.pdf"
+    zforms("permissions", form(folder / "form.pdf"), "--set", -0x1000, "-o", locked)
+    data.write_text('{"a": "A"}')
+    status, _, err = zforms("fill", locked, data, "-o", filled)
+    expect(status == 3 and "permissions forbid filling in fields" in err and filled.exists(), "permissions", err)
+    if not shutil.which("qpdf"):
+        print("skipped: qpdf is not installed")
+        return
+    for kind, options, password, said in (
+            ("rc4", ["--allow-weak-crypto", "--encrypt", "user", "owner", "128", "--use-aes=n", "--"], "", "none was given"),
+            ("rc4", [], "wrong", "the password does not open"),
+            ("aes", ["--allow-weak-crypto", "--encrypt", "", "owner", "128", "--use-aes=y", "--"], "", "AES, 128 bits"),
+            ("aes256", ["--encrypt", "user", "owner", "256", "--"], "user", "AES, 256 bits")):
+        path = folder / f"{kind}.pdf"
+        if options:
+            peers.run("qpdf", SAMPLES / "membership_form.pdf", *options, path)
+        status, _, err = zforms("fields", path, *(["--password", password] if password else []))
+        expect(status == 2 and said in err and err.count("\n") == 1, f"{kind}, {password}", err)
+    served = folder / "served.pdf"
+    status, _, err = zforms("import", folder / "rc4.pdf", "--password", "user", "-o", served)
+    same("import opens it without a password", (status, zforms("check", served)[0], "empty user" in err), (0, 0, True))
+
+
+def test_other_changes(folder):
+    source, out = form(folder / "form.pdf", [("S", 2, None, None)], xfa=True, rights=True), folder / "F.pdf"
+    status, _, err = zforms("import", source, "-o", out)
+    expect(status == 2 and "which allows filling in and signing alone; --force" in err and not out.exists(), "certified", err)
+    status, _, err = zforms("import", source, "-o", out, "--force")
+    expect(status == 3 and "removed: the XFA form" in err and "its signatures do not hold" in err, "forced", err)
+    for number, arguments in enumerate((["viewer", source, "--fit-window"], ["permissions", source, "--set", -44])):
+        changed = folder / f"{number}.pdf"
+        expect(zforms(*arguments, "-o", changed)[0] == 2 and not changed.exists(), f"{arguments[0]} of a certified form")
+        status, _, err = zforms(*arguments, "-o", changed, "--force")
+        expect(status == 3 and "do not hold" in err and "usage rights" in err, f"{arguments[0]}, forced", err)
+    same("XFA", "/XFA" in zforms("show", out, "1")[1], False)
+
+
+def main():
+    tests = [test_fill_and_batch, test_its_own_export_changes_nothing, test_what_check_says,
+             test_permissions_and_passwords, test_other_changes]
+    with tempfile.TemporaryDirectory() as folder:
+        return run_tests("change_rules_test", tests, folder)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
