@@ -8,41 +8,7 @@ import sys
 import tempfile
 
 import peers
-from tool_case import Document, Name, Ref, SAMPLES, Text, expect, run_tests, same, zforms
-
-
-def form(path, signatures=(), xfa=False, rights=False, alone=False):
-    """A form of the fields a, b and g.c, and signed fields: (name, /DocMDP level or None, /FieldMDP, /Lock)."""
-    document = Document()
-    catalog, page = document.reserve(), document.reserve()
-
-    def field(**entries):
-        entry = {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(page)}
-        return document.add({**entry, "DA": Text("/H 9 Tf"), **entries})
-
-    fields = [field(FT=Name("Tx"), T=Text("a"), V=Text("old")), field(FT=Name("Tx"), T=Text("b")),
-              field(T=Text("g"), Kids=[field(FT=Name("Tx"), T=Text("c"))])]
-    perms = {}
-    for name, level, locked, lock in signatures:
-        value = {"Type": Name("Sig"), "Filter": Name("X"), "Contents": b"12", "ByteRange": [0, 1, 2, 3], "Reference": []}
-        for method, parameters in (("DocMDP", level and {"P": level}), ("FieldMDP", locked)):
-            if parameters:
-                value["Reference"].append({"TransformMethod": Name(method), "TransformParams": parameters})
-        value = document.add(value)
-        if level:
-            perms["DocMDP"] = value
-        fields.append(field(FT=Name("Sig"), T=Text(name), V=value, **({"Lock": lock} if lock else {})))
-    if rights:
-        perms["UR3"] = document.add({"Type": Name("Sig"), "Contents": b"34"})
-    entries = {"Fields": [] if alone else fields, "DA": Text("/H 9 Tf 0 g")}
-    if xfa:
-        entries["XFA"] = [Text("datasets"), document.add({}, b"<xfa:datasets>old</xfa:datasets>")]
-    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
-    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100], "Annots": entries["Fields"]})
-    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": entries, **({"Perms": perms} if perms else {}),
-                           **({"NeedsRendering": True} if xfa else {})})
-    path.write_bytes(document.finish(catalog, document.add({"Title": Text("rules")}))[0])
-    return path
+from tool_case import Name, SAMPLES, Text, expect, restricted_form as form, run_tests, same, zforms
 
 
 def listed(*names, action="Include"):

@@ -91,7 +91,8 @@ class Check:
             if self.truth:
                 self.fill()
             self.copy("rewrite")
-            self.copy("permissions", "--set", f"0x{FLAGS:X}")
+            drop_usage_rights(self.original)
+            self.copy("permissions", "--set", f"0x{FLAGS:X}", "--force")
         return {"file": self.row["file"], "class": self.row["class"], "steps": self.steps,
                 "problems": self.problems, "seconds": round(self.seconds, 3), "opened": self.opened}
 
@@ -240,6 +241,17 @@ class Check:
         soundness = peers.qpdf_check(path, self.password)
         if soundness > self.soundness:
             self.problem(step, f"qpdf --check: {soundness} (trouble, warnings), before {self.soundness}")
+
+
+def drop_usage_rights(objects):
+    """Takes out of the catalog what ends with a change (ISO 32000-1 12.8.2.3)."""
+    catalog = objects.get(objects.trailer, "/Root")
+    perms = objects.get(catalog, "/Perms")
+    if isinstance(perms, dict) and not perms.keys() - {"/UR3", "/UR"}:
+        del catalog["/Perms"]
+    elif isinstance(perms, dict):
+        perms.pop("/UR3", None)
+        perms.pop("/UR", None)
 
 
 def as_utf8(name):

@@ -21,7 +21,7 @@ import threading
 import time
 from xml.sax.saxutils import escape
 
-from tool_case import page_fields
+from tool_case import page_fields, restricted_form
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TOOL = os.environ.get("ZFORMS_TOOL", str(ROOT / "build/dev/bin/zforms"))
@@ -263,10 +263,15 @@ def templates_are_checked(folder):
     sample = (ROOT / "samples/membership_form.pdf").read_bytes()
     (templates / "plain.pdf").write_bytes(sample.replace(b"(SessionID)", b"(SessionIX)").replace(b"modify.cgi", b"change.cgi")
                                           .replace(b"/ID [", b"/IX ["))
-    with Server(folder, templates=templates):
-        pass
+    restricted_form(templates / "rules.pdf", [("S", 1, None, None)], xfa=True, rights=True)
+    with Server(folder, templates=templates) as server:
+        served = folder / "data/served.pdf"
+        served.write_bytes(server.ask("GET", "/App/acroform/get.cgi?code=rules&Action=readonly")[2])
+    checked = subprocess.run([TOOL, "check", str(served)], capture_output=True, timeout=30).stdout.decode()
+    expect("PDF form" in checked and "XFA" not in checked and "usage" not in checked, f"what is served: {checked}")
     log = (folder / "log").read_text()
-    for said in ("none.pdf: cannot be read", 'plain.pdf: has no text field "ZOR.SessionID"',
+    for said in ("none.pdf: cannot be read", "rules.pdf: has an XFA form beside its fields", "rules.pdf: is signed",
+                 'rules.pdf: has usage rights ("/UR3")', 'plain.pdf: has no text field "ZOR.SessionID"',
                  'plain.pdf: no button submits the form to a URL that ends in "modify.cgi"', 'has no identifier ("/ID")'):
         expect(said in log, f"the check does not say {said!r}: {log}")
     done = subprocess.run([TOOL, "serve", "--templates", str(folder)], capture_output=True, timeout=30)
