@@ -160,7 +160,8 @@ class ZFORMS_API ZAcroForm {
   bool SavesAnew() const;
   // Save everything anew: the objects in use, one cross-reference section. They keep
   // their numbers, and numbers between them that are free get null objects; where the gaps
-  // are too wide for that, all objects are numbered anew. What cannot be read is lost.
+  // are too wide for that, or what cannot be read has another object's number, all objects
+  // are numbered anew. What cannot be read is lost.
   bool SaveFull(const Chaine& path);
   bool SaveFull(ZInetOStream& out);
   // Whether that would lose what belongs to pages or form, because objects cannot be read

@@ -95,6 +95,18 @@ PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* obje
   return fillers;
 }
 
+// Whether what cannot be read has the number of another object, and so cannot be made null under it.
+bool SharesNumbers(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& unreadable) {
+  for (size_t i = 0; i < unreadable.size(); i++) {
+    const uint32_t number = unreadable[i].Number();
+    const auto below = [](const auto& object, uint32_t wanted) { return object.first.Number() < wanted; };
+    const auto found = std::lower_bound(objects.begin(), objects.end(), number, below);
+    if (found != objects.end() && found->first.Number() == number) return true;
+    if (i > 0 && unreadable[i - 1].Number() == number) return true;
+  }
+  return false;
+}
+
 PTableau<ZPDFObjectIdentifier> IdentifiersOf(const ZPDFObjectList& objects) {
   PTableau<ZPDFObjectIdentifier> ids;
   ids.reserve(objects.size());
@@ -177,7 +189,7 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   const ZPDFLosses losses(*parser_, missing, &notes_);
   std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
   PTableau<ZPDFObjectIdentifier> former;
-  if (HasWideGaps(objects, missing)) {
+  if (HasWideGaps(objects, missing) || SharesNumbers(objects, losses.Unreadable())) {
     former = parser_->Renumber(IdentifiersOf(objects));
     trailer = BareTrailer(*parser_);
     objects = trailer->ReferencedObjects(&missing);

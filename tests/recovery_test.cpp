@@ -315,11 +315,11 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
       {"said to be of a later generation", Without(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
       {"no outlines", Without(sound, "/Outlines 9", "/Outlines 8"), "1 object that the document refers to", false,
        false},
+      {"outlines of another generation", Without(sound, "/Outlines 9 0", "/Outlines 6 7"), "read: 6 7", false, false},
       {"no form", Without(sound, "/Outlines 9", "/AcroForm 8"), "the form (\"/AcroForm\") cannot be read", true, true},
       {"no fields", Without(formed, "/Type/Outlines", "/Fields 8 0 R "), "list of fields (\"/Fields\") cannot", true,
        true},
-      {"a wrong field", Without(formed, "/Type/Outlines", "/Fields[7 0 R]"), "element 1 of the form's", true,
-       true},
+      {"a wrong field", Without(formed, "/Type/Outlines", "/Fields[7 0 R]"), "element 1 of the form's", true, true},
       {"no catalog", Without(sound, "/Root 1", "/Root 8"), "leads to no document catalog", true, false},
   };
   for (const auto& c : cases) {
