@@ -7,8 +7,8 @@
 
 #include "bench/driver.h"
 #include "bench/library.h"
-#include "platform/chaine.h"
-#include "xfdf/xfdf.h"
+#include "zforms/platform/base/chaine.h"
+#include "zforms/xfdf/xfdf.h"
 
 namespace zforms::bench {
 namespace {

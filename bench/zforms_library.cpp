@@ -1,12 +1,12 @@
 #include <stdexcept>
 
-#include "acroform/acro_form.h"
-#include "acroform/field.h"
 #include "bench/inputs.h"
 #include "bench/library.h"
-#include "pdf/parser/parser.h"
-#include "platform/inet_stream.h"
-#include "xfdf/xfdf.h"
+#include "zforms/acroform/acro_form.h"
+#include "zforms/acroform/field.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/platform/files/inet_stream.h"
+#include "zforms/xfdf/xfdf.h"
 
 namespace zforms::bench {
 namespace {

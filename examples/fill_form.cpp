@@ -3,9 +3,9 @@
 
 #include <iostream>
 
-#include "acroform/acro_form.h"
-#include "acroform/field.h"
-#include "xfdf/xfdf.h"
+#include "zforms/acroform/acro_form.h"
+#include "zforms/acroform/field.h"
+#include "zforms/xfdf/xfdf.h"
 
 namespace {
 

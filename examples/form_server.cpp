@@ -9,11 +9,11 @@
 #include <string>
 #include <thread>
 
-#include "platform/host_services.h"
-#include "platform/idle_messages.h"
-#include "server/acro_form_server.h"
-#include "server/xfdf_handler.h"
-#include "xfdf/xfdf.h"
+#include "zforms/platform/base/idle_messages.h"
+#include "zforms/platform/host/host_services.h"
+#include "zforms/server/acro_form_server.h"
+#include "zforms/server/xfdf_handler.h"
+#include "zforms/xfdf/xfdf.h"
 
 namespace {
 

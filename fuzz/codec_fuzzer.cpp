@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "tests/dump.h"
+#include "tests/support/dump.h"
 
 using namespace zforms;
 

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "platform/field_set.h"
-#include "platform/ini_file.h"
-#include "platform/text.h"
-#include "xfdf/mapper.h"
-#include "xfdf/xfdf.h"
+#include "zforms/platform/data/field_set.h"
+#include "zforms/platform/data/ini_file.h"
+#include "zforms/platform/text/text.h"
+#include "zforms/xfdf/mapping/mapper.h"
+#include "zforms/xfdf/xfdf.h"
 
 using zforms::Chaine;
 using zforms::ZXFDF;

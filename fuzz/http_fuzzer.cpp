@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/http_request_reader.h"
+#include "zforms/platform/http/http_request_reader.h"
 
 using zforms::HTTPRequestReader;
 using State = HTTPRequestReader::State;

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "pdf/indirect_object.h"
-#include "tests/dump.h"
+#include "tests/support/dump.h"
+#include "zforms/pdf/indirect_object.h"
 
 using namespace zforms;
 

@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "pdf/crypt/encryption.h"
-#include "pdf/indirect_object.h"
-#include "pdf/node_pool.h"
-#include "platform/diagnostics.h"
-#include "tests/dump.h"
+#include "tests/support/dump.h"
+#include "zforms/pdf/crypt/encryption.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/node_pool.h"
+#include "zforms/platform/base/diagnostics.h"
 
 using namespace zforms;
 

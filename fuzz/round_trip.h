@@ -7,11 +7,11 @@
 #include <set>
 #include <vector>
 
-#include "pdf/crypt/encryption.h"
-#include "pdf/writer/saver.h"
-#include "pdf/writer/updater.h"
-#include "platform/inet_stream.h"
-#include "tests/test_document.h"
+#include "tests/support/test_document.h"
+#include "zforms/pdf/crypt/encryption.h"
+#include "zforms/pdf/writer/saver.h"
+#include "zforms/pdf/writer/updater.h"
+#include "zforms/platform/files/inet_stream.h"
 
 namespace zforms {
 

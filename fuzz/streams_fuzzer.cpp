@@ -9,7 +9,7 @@
 #include <string>
 
 #include "fuzz/round_trip.h"
-#include "tests/pdf_text.h"
+#include "tests/support/pdf_text.h"
 
 using namespace zforms;
 

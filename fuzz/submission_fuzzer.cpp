@@ -5,15 +5,15 @@
 #include <memory>
 #include <string_view>
 
-#include "pdf/parser/parser.h"
-#include "platform/http_request.h"
-#include "platform/http_response.h"
-#include "platform/idle_messages.h"
-#include "platform/inet_stream.h"
-#include "platform/temp_folder.h"
-#include "server/acro_form_server.h"
-#include "server/xfdf_handler.h"
-#include "tests/pdf_text.h"
+#include "tests/support/pdf_text.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/platform/base/idle_messages.h"
+#include "zforms/platform/files/inet_stream.h"
+#include "zforms/platform/files/temp_folder.h"
+#include "zforms/platform/http/http_request.h"
+#include "zforms/platform/http/http_response.h"
+#include "zforms/server/acro_form_server.h"
+#include "zforms/server/xfdf_handler.h"
 
 namespace {
 

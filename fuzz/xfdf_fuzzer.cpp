@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "xfdf/xfdf.h"
+#include "zforms/xfdf/xfdf.h"
 
 using zforms::Chaine;
 using zforms::ZXFDF;

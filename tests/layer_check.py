@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
-"""Checks that the sources keep to the layers of docs/architecture.md.
+"""Checks that the sources keep to the rooms of docs/architecture.md.
 
 layer_check.py [ROOT]        checks a tree (by default the one that holds this script)
 layer_check.py --self-test   checks the checker, on small trees made to break each rule
 
-What is checked: a file includes only its own layer and those before it; no include cycle; third-party
-headers only where they belong; quoted includes name a file from the root; a source includes its own
-header first; operating systems are told apart by file, not by #ifdef.
+What is checked: a file includes only its own room and the rooms that it may know; no include cycle; no room
+with more than 25 units (a header with its sources is one unit); third-party headers only where they belong;
+quoted includes name a file from the root; a source includes its own header first; operating systems are told
+apart by file, not by #ifdef.
 """
 
 import fnmatch
@@ -15,46 +16,55 @@ import sys
 import tempfile
 from pathlib import Path
 
-# In order; the first pattern that matches a file says its layer.
-LAYERS = [
-    ("platform", ["platform/*"]),
-    ("text", ["pdf/parser/tokenized_string.*", "pdf/parser/char_class.*", "pdf/parser/element_scan.*",
-              "pdf/crypt/encrypter.*", "pdf/writer/out_stream.*"]),
-    ("nodes", ["pdf/*"]),
-    ("crypt", ["pdf/crypt/*"]),
-    ("parser", ["pdf/parser/*"]),
-    ("writer", ["pdf/writer/*"]),
-    ("XFDF document", ["xfdf/*"]),
-    ("acroform", ["acroform/*"]),
-    ("XFDF mapping", ["xfdf/mapper*", "xfdf/map_*", "xfdf/form_fields*"]),
-    ("filling", ["filling/*"]),
-    ("server", ["server/*"]),
-    ("apps", ["apps/*"]),
-    ("around", ["tests/*", "bench/*", "fuzz/*", "examples/*"]),
-]
-LAYER_NAMES = [name for name, _ in LAYERS]
-# A pattern that stands for a part of a folder is tried before the folder's own.
-PATTERNS = sorted(
-    ((pattern, rank) for rank, (_, patterns) in enumerate(LAYERS) for pattern in patterns),
-    key=lambda entry: (-entry[0].count("/"), -len(entry[0])),
-)
+# Each room with the rooms that it may know. It may also know what those know. A room can name only rooms above it
+# in this table, so there is no circle among rooms.
+ROOMS = {
+    "zforms/platform/base": [],
+    "zforms/platform/text": ["zforms/platform/base"],
+    "zforms/platform/files": ["zforms/platform/text"],
+    "zforms/platform/data": ["zforms/platform/files"],
+    "zforms/platform/xml": ["zforms/platform/data"],
+    "zforms/platform/crypto": ["zforms/platform/base"],
+    "zforms/platform/http": ["zforms/platform/files"],
+    "zforms/platform/host": ["zforms/platform/data"],
+    "zforms/pdf/syntax": ["zforms/platform/base"],
+    "zforms/pdf": ["zforms/pdf/syntax"],
+    "zforms/pdf/crypt": ["zforms/pdf", "zforms/platform/crypto"],
+    "zforms/pdf/parser": ["zforms/pdf/crypt", "zforms/platform/files"],
+    "zforms/pdf/writer": ["zforms/pdf/crypt", "zforms/platform/files"],
+    "zforms/xfdf": ["zforms/pdf/parser", "zforms/platform/xml"],
+    "zforms/acroform": ["zforms/xfdf", "zforms/pdf/writer"],
+    "zforms/xfdf/mapping": ["zforms/acroform"],
+    "zforms/filling": ["zforms/xfdf/mapping"],
+    "zforms/server": ["zforms/filling", "zforms/platform/http", "zforms/platform/host"],
+    "tool/base": ["zforms/platform/files"],
+    "tool/forms": ["tool/base", "zforms/server"],
+    "tool/data": ["tool/forms"],
+    "tool/batch": ["tool/data"],
+    "tool/office": ["tool/data"],
+    "tool/pages": ["tool/office"],
+    "tool/cli": ["tool/batch", "tool/pages"],
+}
+# Not rooms of the product: these may know all of it.
+AROUND = ["tests", "bench", "fuzz", "examples"]
+MOST_UNITS = 25
 
 # Third-party headers (by the start of the included name) and the files that may include them. The
 # library's own headers are installed, so there these libraries are for sources only.
 THIRD_PARTY = [
-    ("pugixml", ["platform/*.cpp", "xfdf/*.cpp"]),
-    ("boost/", ["platform/http_*.cpp"]),
-    ("zlib", ["pdf/stream_filters.cpp", "tests/*"]),
-    ("CLI/", ["apps/*"]),
-    ("nlohmann/", ["apps/*"]),
-    ("sqlite3", ["apps/*"]),
+    ("pugixml", ["zforms/platform/xml/*.cpp", "zforms/xfdf/*.cpp"]),
+    ("boost/", ["zforms/platform/http/*.cpp"]),
+    ("zlib", ["zforms/pdf/parser/stream_filters.cpp", "tests/*"]),
+    ("CLI/", ["tool/cli/*"]),
+    ("nlohmann/", ["tool/*"]),
+    ("sqlite3", ["tool/office/*"]),
     ("gtest/", ["tests/*"]),
     ("gmock/", ["tests/*"]),
     ("benchmark/", ["bench/*"]),
 ]
 
 OS_MACRO = re.compile(r"^\s*#\s*(?:if|ifdef|ifndef|elif)\b.*\b(_WIN32|_WIN64|WIN32|_MSC_VER|__linux__|__unix__|__APPLE__)\b")
-OS_MACRO_ALLOWED = ["platform/export.h"]
+OS_MACRO_ALLOWED = ["zforms/platform/base/export.h"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)')
 BLOCK_COMMENT = re.compile(r"/\*.*?\*/", re.DOTALL)
 SUFFIXES = {".h", ".hpp", ".cpp", ".cc"}
@@ -64,19 +74,35 @@ def matches(name, patterns):
     return any(fnmatch.fnmatchcase(name, pattern) for pattern in patterns)
 
 
-def layer_of(name):
-    """The rank of a file's layer, or None for a file outside all of them."""
-    for pattern, rank in PATTERNS:
-        # pdf/* means the files of pdf/ itself: its folders are layers of their own.
-        if fnmatch.fnmatchcase(name, pattern) and (pattern != "pdf/*" or name.count("/") == 1):
-            return rank
-    return None
+def room_of(name):
+    """The room of a file: its folder, or the folder's top for what is around the product; None for any other."""
+    folder = name.rpartition("/")[0]
+    top = folder.split("/")[0]
+    return folder if folder in ROOMS else top if top in AROUND else None
+
+
+def known_by(room):
+    """The rooms that a room may include from, itself among them; None stands for all."""
+    if room in AROUND:
+        return None
+    known, open_rooms = set(), [room]
+    while open_rooms:
+        one = open_rooms.pop()
+        if one not in known:
+            known.add(one)
+            open_rooms += ROOMS[one]
+    return known
+
+
+def unit_of(name):
+    """A header, its source and the sources for one system each are one unit."""
+    return re.sub(r"(_posix|_win32)?\.[a-z]+$", "", name)
 
 
 def read_tree(root):
-    """{file name: its lines, block comments blanked out} for every source below the layers' folders."""
+    """{file name: its lines, block comments blanked out} for every source below the folders of the rooms."""
     tree = {}
-    for top in sorted({patterns[0].split("/")[0] for _, patterns in LAYERS}):
+    for top in sorted({room.split("/")[0] for room in [*ROOMS, *AROUND]}):
         for path in sorted((root / top).rglob("*")):
             if path.suffix in SUFFIXES and path.is_file():
                 text = path.read_text(encoding="utf-8", errors="replace")
@@ -96,10 +122,11 @@ def includes_of(lines):
 
 
 def check_file(name, lines, tree):
-    rank = layer_of(name)
-    if rank is None:
-        yield f"{name}: belongs to no layer"
+    room = room_of(name)
+    if room is None:
+        yield f"{name}: belongs to no room"
         return
+    known = known_by(room)
     includes = includes_of(lines)
     for number, included, quoted in includes:
         where = f"{name}:{number}"
@@ -107,10 +134,8 @@ def check_file(name, lines, tree):
             if included.startswith(start) and not matches(name, allowed):
                 yield f"{where}: <{included}> may be included only by {', '.join(allowed)}"
         if included in tree:
-            theirs = layer_of(included)
-            if theirs is not None and theirs > rank:
-                yield (f"{where}: {LAYER_NAMES[rank]} may not include \"{included}\", "
-                       f"which is of a later layer ({LAYER_NAMES[theirs]})")
+            if known is not None and room_of(included) not in known:
+                yield f"{where}: {room} may not know \"{included}\""
         elif quoted and not any(included.startswith(start) for start, _ in THIRD_PARTY):
             yield f"{where}: \"{included}\" is no file below the root"
     own = name.rsplit(".", 1)[0] + ".h"
@@ -149,10 +174,33 @@ def find_cycles(tree):
                 on_path.add(following)
 
 
+def find_order_faults(rooms):
+    """A room that names a later one, or one that is not in the table."""
+    above = set()
+    for room, knows in rooms.items():
+        for other in knows:
+            if other not in above:
+                yield f"table of rooms: {room} names {other}, which is not above it"
+        above.add(room)
+
+
+def find_crowded_rooms(tree):
+    units = {}
+    for name in tree:
+        room = room_of(name)
+        if room in ROOMS:
+            units.setdefault(room, set()).add(unit_of(name))
+    for room, inside in units.items():
+        if len(inside) > MOST_UNITS:
+            yield f"{room}: {len(inside)} units, {MOST_UNITS} at most: cut the room in two"
+
+
 def check(root):
     """(number of files looked at, what is wrong)"""
     tree = read_tree(root)
     faults = [fault for name, lines in tree.items() for fault in check_file(name, lines, tree)]
+    faults += find_order_faults(ROOMS)
+    faults += find_crowded_rooms(tree)
     return len(tree), faults + list(find_cycles(tree))
 
 
@@ -160,58 +208,54 @@ def check(root):
 
 # A tree that keeps every rule; each case below adds or replaces files and names the faults that must follow.
 GOOD = {
-    "platform/chaine.h": "#pragma once\n#include <string>\n",
-    "platform/chaine.cpp": '#include "platform/chaine.h"\n',
-    "platform/export.h": "#if defined(_WIN32)\n#endif\n",
-    "platform/xml.cpp": "#include <pugixml.hpp>\n",
-    "pdf/parser/tokenized_string.h": '#include "platform/chaine.h"\n',
-    "pdf/crypt/encrypter.h": '#include "pdf/parser/tokenized_string.h"\n',
-    "pdf/writer/out_stream.h": '#include "pdf/crypt/encrypter.h"\n',
-    "pdf/node.h": '#include "pdf/writer/out_stream.h"\n',
-    "pdf/crypt/encryption.h": '#include "pdf/node.h"\n',
-    "pdf/parser/parser.h": '#include "pdf/crypt/encryption.h"\n',
-    "pdf/writer/saver.h": '#include "pdf/parser/parser.h"\n',
-    "xfdf/document.h": '#include "pdf/writer/saver.h"\n',
-    "acroform/form.h": '#include "xfdf/document.h"\n/*\n#include "apps/zforms/fill.h"\n*/\n',
-    "xfdf/mapper.h": '#include "acroform/form.h"\n',
-    "platform/http_engine.cpp": "#include <boost/asio.hpp>\n",
-    "server/server.cpp": '#include "xfdf/mapper.h"\n',
-    "apps/zforms/fill.h": '#include <CLI/CLI.hpp>\n#include <nlohmann/json.hpp>\n#include "acroform/form.h"\n',
-    "tests/form_test.cpp": '#include <gtest/gtest.h>\n#include "apps/zforms/fill.h"\n',
+    "zforms/platform/base/chaine.h": "#pragma once\n#include <string>\n",
+    "zforms/platform/base/chaine.cpp": '#include "zforms/platform/base/chaine.h"\n',
+    "zforms/platform/base/export.h": "#if defined(_WIN32)\n#endif\n",
+    "zforms/platform/xml/xml.cpp": "#include <pugixml.hpp>\n",
+    "zforms/platform/http/engine.cpp": "#include <boost/asio.hpp>\n",
+    "zforms/pdf/syntax/tokenized_string.h": '#include "zforms/platform/base/chaine.h"\n',
+    "zforms/pdf/node.h": '#include "zforms/pdf/syntax/tokenized_string.h"\n',
+    "zforms/pdf/parser/parser.h": '#include "zforms/pdf/node.h"\n',
+    "zforms/acroform/form.h": '#include "zforms/pdf/parser/parser.h"\n/*\n#include "tool/cli/fill.h"\n*/\n',
+    "tool/cli/fill.h": '#include <CLI/CLI.hpp>\n#include <nlohmann/json.hpp>\n#include "zforms/acroform/form.h"\n',
+    "tests/acroform/form_test.cpp": '#include <gtest/gtest.h>\n#include "tool/cli/fill.h"\n',
 }
 
 CASES = [
     ("all rules kept", {}, []),
-    ("a node includes the parser", {"pdf/node.h": '#include "pdf/parser/parser.h"\n'},
-     ["pdf/node.h:1: nodes may not include \"pdf/parser/parser.h\", which is of a later layer (parser)",
-      "include cycle: "]),
-    ("a text class knows a node", {"pdf/parser/tokenized_string.cpp": '#include "pdf/parser/tokenized_string.h"\n'
-                                   '#include "pdf/identifier.h"\n', "pdf/identifier.h": ""},
-     ["pdf/parser/tokenized_string.cpp:2: text may not include \"pdf/identifier.h\""]),
-    ("the XFDF document knows the form", {"xfdf/field.cpp": '#include "acroform/form.h"\n'},
-     ["xfdf/field.cpp:1: XFDF document may not include \"acroform/form.h\""]),
-    ("the library includes a test, in angle brackets", {"pdf/name.cpp": "#include <tests/form_test.cpp>\n"},
-     ["pdf/name.cpp:1: nodes may not include \"tests/form_test.cpp\""]),
-    ("two headers of one layer include each other",
-     {"pdf/a.h": '#include "pdf/b.h"\n', "pdf/b.h": '# include "pdf/a.h"\n'},
-     ["include cycle: pdf/a.h -> pdf/b.h -> pdf/a.h"]),
-    ("a header includes itself", {"pdf/a.h": '#include "pdf/a.h"\n'}, ["include cycle: pdf/a.h -> pdf/a.h"]),
-    ("pugixml in the nodes", {"pdf/name.cpp": "#include <pugixml.hpp>\n"}, ["pdf/name.cpp:1: <pugixml.hpp> may"]),
-    ("pugixml in a header", {"xfdf/tree.h": "#include <pugixml.hpp>\n"}, ["xfdf/tree.h:1: <pugixml.hpp> may"]),
-    ("zlib in the parser", {"pdf/parser/parser.cpp": '#include "pdf/parser/parser.h"\n#include <zlib.h>\n'},
-     ["pdf/parser/parser.cpp:2: <zlib.h> may"]),
-    ("Boost outside the server", {"apps/zforms/http.cpp": "#include <boost/beast.hpp>\n"},
-     ["apps/zforms/http.cpp:1: <boost/beast.hpp> may"]),
-    ("JSON and CLI11 in the library", {"acroform/json.cpp": '#include "nlohmann/json.hpp"\n#include <CLI/CLI.hpp>\n'},
-     ["acroform/json.cpp:1: <nlohmann/json.hpp> may", "acroform/json.cpp:2: <CLI/CLI.hpp> may"]),
-    ("SQLite in the server", {"server/store.cpp": "#include <sqlite3.h>\n"}, ["server/store.cpp:1: <sqlite3.h> may"]),
-    ("an include beside the file", {"pdf/name.cpp": '#include "node.h"\n'},
-     ["pdf/name.cpp:1: \"node.h\" is no file below the root"]),
-    ("own header not first", {"platform/chaine.cpp": '#include <string>\n#include "platform/chaine.h"\n'},
-     ["platform/chaine.cpp: includes its own header"]),
-    ("the system asked for in logic", {"platform/shell.cpp": "\n#ifdef __linux__\n#endif\n"},
-     ["platform/shell.cpp:2: __linux__"]),
-    ("a folder outside the layers", {"pdf/extra/thing.cpp": ""}, ["pdf/extra/thing.cpp: belongs to no layer"]),
+    ("a node includes the parser", {"zforms/pdf/node.h": '#include "zforms/pdf/parser/parser.h"\n'},
+     ["zforms/pdf/node.h:1: zforms/pdf may not know \"zforms/pdf/parser/parser.h\"", "include cycle: "]),
+    ("a syntax class knows a node", {"zforms/pdf/syntax/x.cpp": '#include "zforms/pdf/node.h"\n'},
+     ["zforms/pdf/syntax/x.cpp:1: zforms/pdf/syntax may not know"]),
+    ("http and host know each other", {"zforms/platform/host/x.cpp": '#include "zforms/platform/http/y.h"\n',
+                                       "zforms/platform/http/y.h": ""},
+     ["zforms/platform/host/x.cpp:1: zforms/platform/host may not know"]),
+    ("the library includes a test, in angle brackets",
+     {"zforms/pdf/name.cpp": "#include <tests/acroform/form_test.cpp>\n"},
+     ["zforms/pdf/name.cpp:1: zforms/pdf may not know \"tests/"]),
+    ("two headers of one room include each other",
+     {"zforms/pdf/a.h": '#include "zforms/pdf/b.h"\n', "zforms/pdf/b.h": '# include "zforms/pdf/a.h"\n'},
+     ["include cycle: zforms/pdf/a.h -> zforms/pdf/b.h -> zforms/pdf/a.h"]),
+    ("third-party headers out of their place",
+     {"zforms/pdf/name.cpp": '#include <pugixml.hpp>\n#include "nlohmann/json.hpp"\n',
+      "zforms/xfdf/tree.h": "#include <pugixml.hpp>\n#include <zlib.h>\n", "tool/base/h.cpp": "#include <boost/beast.hpp>\n",
+      "zforms/server/store.cpp": "#include <sqlite3.h>\n#include <CLI/CLI.hpp>\n"},
+     ["zforms/pdf/name.cpp:1: <pugixml.hpp> may", "zforms/pdf/name.cpp:2: <nlohmann/json.hpp> may",
+      "zforms/xfdf/tree.h:1: <pugixml.hpp> may", "zforms/xfdf/tree.h:2: <zlib.h> may",
+      "tool/base/h.cpp:1: <boost/beast.hpp> may", "zforms/server/store.cpp:1: <sqlite3.h> may",
+      "zforms/server/store.cpp:2: <CLI/CLI.hpp> may"]),
+    ("an include beside the file", {"zforms/pdf/name.cpp": '#include "node.h"\n'},
+     ["zforms/pdf/name.cpp:1: \"node.h\" is no file below the root"]),
+    ("own header not first",
+     {"zforms/platform/base/chaine.cpp": '#include <string>\n#include "zforms/platform/base/chaine.h"\n'},
+     ["zforms/platform/base/chaine.cpp: includes its own header"]),
+    ("the system asked for in logic", {"zforms/platform/host/shell.cpp": "\n#ifdef __linux__\n#endif\n"},
+     ["zforms/platform/host/shell.cpp:2: __linux__"]),
+    ("a folder that is no room", {"zforms/pdf/extra/thing.cpp": "", "zforms/platform/loose.h": ""},
+     ["zforms/pdf/extra/thing.cpp: belongs to no room", "zforms/platform/loose.h: belongs to no room"]),
+    ("a crowded room; sources of one system count with their header",
+     {f"zforms/xfdf/u{n}{end}": "" for n in range(26) for end in (".h", "_posix.cpp")},
+     ["zforms/xfdf: 26 units"]),
 ]
 
 

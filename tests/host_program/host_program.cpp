@@ -2,13 +2,13 @@
 
 #include <memory>
 
-#include "pdf/array_node.h"
-#include "pdf/dictionary_node.h"
-#include "pdf/indirect_object.h"
-#include "pdf/numeric_node.h"
-#include "pdf/parser/parser.h"
-#include "pdf/reference_node.h"
-#include "pdf/writer/out_stream.h"
+#include "zforms/pdf/array_node.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/reference_node.h"
+#include "zforms/pdf/syntax/out_stream.h"
 
 using namespace zforms;
 

@@ -1,8 +1,8 @@
 // The form in a browser, as those who fill it in meet it: run.mjs TOOL CHROMIUM PACKAGES FOLDER PICTURES [TEST...].
 
 import http from "node:http";
-import { FormModel } from "../../apps/zforms/reader/model.js";
-import { writeXFDF } from "../../apps/zforms/reader/xfdf.js";
+import { FormModel } from "../../tool/reader/model.js";
+import { writeXFDF } from "../../tool/reader/xfdf.js";
 import {
   Server, alertText, browser, checkAccess, expect, field, mode, openForm, openWindow, picture, press, run, same, shown,
 } from "./harness.mjs";

@@ -1,7 +1,0 @@
-#include "platform/mail.h"
-
-namespace zforms {
-
-ZMailer::~ZMailer() = default;
-
-}  // namespace zforms

@@ -1,7 +1,0 @@
-#include "platform/user_interface.h"
-
-namespace zforms {
-
-ZUserInterface::~ZUserInterface() = default;
-
-}  // namespace zforms

@@ -1,0 +1,378 @@
+// Cross-reference streams, object streams and hybrid files.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/form_text.h"
+#include "tests/support/temp_path.h"
+#include "zforms/pdf/crypt/encryption.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/pdf/syntax/hex.h"
+
+namespace zforms {
+namespace {
+
+constexpr const char* kForm = "<</Fields[10 0 R 11 0 R]>>";
+constexpr const char* kA = "<</FT/Tx/T(a)/V(1)/TU(a text that is longer than a node holds in itself)>>";
+constexpr const char* kB = "<</FT/Tx/T(b)/V(2)>>";
+
+// A form whose catalog stands plain and whose fields stand in object stream 5.
+PdfText Modern(std::string_view entries = "/Root 1 0 R") {
+  PdfText text;
+  text.Header("1.5").Object(1, "<</Type/Catalog/Pages<</Type/Pages/Kids[]/Count 0>>/AcroForm 2 0 R>>");
+  text.Pack(5, {{2, kForm}, {10, kA}, {11, kB}}).XrefStream(6, entries);
+  return text;
+}
+
+// The same for readers of tables alone, who see no form.
+PdfText Hybrid() {
+  PdfText text;
+  text.Header().Object(1, "<</Type/Catalog/Pages<</Type/Pages/Kids[]/Count 0>>/AcroForm 2 0 R>>").Object(12, "(seen)");
+  text.Pack(5, {{2, kForm}, {10, kA}, {11, kB}}).HiddenXrefStream(6);
+  const std::string hidden = std::to_string(text.OffsetOf(6));
+  text.Xref().Trailer("/Root 1 0 R/XRefStm " + hidden);
+  return text;
+}
+
+Chaine Saved(ZAcroForm& form) {
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  EXPECT_TRUE(form.Save(out)) << form.Diagnostics().Failure().ToString();
+  return bytes;
+}
+
+Chaine SavedFull(ZAcroForm& form) {
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  EXPECT_TRUE(form.SaveFull(out)) << form.Diagnostics().Failure().ToString();
+  return bytes;
+}
+
+ZAcroForm Loaded(const Chaine& bytes) {
+  ZAcroForm form;
+  ZInetChaineIStream in(bytes);
+  EXPECT_TRUE(form.Load(in, "")) << form.Diagnostics().Failure().ToString();
+  return form;
+}
+
+std::string ValuesOf(const ZAcroForm& form) {
+  std::string values;
+  for (const auto& [name, fields] : form.FlatFields()) {
+    values += name.ToString() + "=" + fields[0]->Value().ToString() + " ";
+  }
+  return values;
+}
+
+void ExpectSoundForQpdf(const Chaine& bytes, const std::string& name) {
+  if (!HasQpdf()) return;
+  const CommandResult checked = RunQpdf("--check", bytes, TempPath(name));
+  EXPECT_EQ(checked.status, 0) << checked.output;
+}
+
+TEST(ModernTest, PackedObjectsAreReadLikePlainOnes) {
+  const std::string values[] = {"<</A[1 2]/B(x)>>",
+                                "[1(two)/three 4 0 R]",
+                                "(text \\) \\\\)",
+                                "<41>",
+                                "12",
+                                "-1.5",
+                                "/Name",
+                                "true",
+                                "null",
+                                "4 0 R",
+                                "<</A<</B[[]]>>>>",
+                                "<</A 1>>% remark (",
+                                "% remark\n 7",
+                                "<< >>\r\n ",
+                                "[1 %]\n2]"};
+  PdfText plain, packed;
+  plain.Header().Object(1, "<</Type/Catalog>>");
+  packed.Header().Object(1, "<</Type/Catalog>>");
+  std::vector<std::pair<uint32_t, std::string>> objects;
+  for (uint32_t number = 10; const std::string& value : values) {
+    plain.Object(number, value);
+    objects.emplace_back(number++, value);
+  }
+  plain.Xref().Trailer("/Root 1 0 R");
+  packed.Pack(5, objects).XrefStream(6, "/Root 1 0 R");
+  ZPDFParser classic, modern;
+  ASSERT_TRUE(classic.ReadFromRaw(plain.Bytes(), ""));
+  ASSERT_TRUE(modern.ReadFromRaw(packed.Bytes(), ""));
+  EXPECT_EQ(TextOf(modern.TrailerDico()), "<</Size 25/Root 1 0 R>>");
+  EXPECT_FALSE(modern.TrailerDico()->IsModified());
+  EXPECT_TRUE(modern.XRefIsStream());
+  EXPECT_FALSE(classic.XRefIsStream());
+  for (const auto& [number, value] : objects) {
+    EXPECT_EQ(ValueOf(modern, number), ValueOf(classic, number)) << value;
+    EXPECT_EQ(ValueOf(modern, number, 1), "none");
+  }
+  EXPECT_EQ(WarningsOf(modern), "");
+  EXPECT_EQ(modern.ModifiedObjects().size(), 0U);
+  const ZPDFParser copy(modern);
+  EXPECT_EQ(ContentOf(modern), ContentOf(const_cast<ZPDFParser&>(copy)));
+}
+
+TEST(ModernTest, TheNewestRecordWinsInEitherKind) {
+  PdfText text = Modern("/Root 1 0 R/Old 1");
+  text.Object(10, "(plain now)").Pack(7, {{12, "(new)"}}).XrefStream(8, "/Root 1 0 R");
+  const size_t second = text.XrefOffset();
+  text.Pack(13, {{10, "(packed again)"}, {1, "<</Packed 1>>"}}).Free(11).XrefStream(14, "/Root 1 0 R", 4);
+  ZPDFParser parser;
+  ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
+  EXPECT_EQ(parser.SectionCount(), 3U);
+  EXPECT_EQ(TextOf(parser.TrailerDico()), "<</Size 15/Root 1 0 R/Prev " + std::to_string(second) + ">>");
+  const std::pair<uint32_t, const char*> cases[] = {
+      {10, "(packed again)"}, {1, "<</Packed 1>>"}, {11, "none"}, {12, "(new)"}, {2, "<</Fields[10 0 R 11 0 R ]>>"}};
+  for (const auto& [number, value] : cases) EXPECT_EQ(ValueOf(parser, number), value) << number;
+  EXPECT_EQ(WarningsOf(parser), "");
+  // A table behind a stream, and one before it.
+  PdfText mixed = Modern();
+  mixed.Object(10, "(table)").Xref().Trailer("/Root 1 0 R").Object(11, "(stream)").XrefStream(15, "/Root 1 0 R");
+  ASSERT_TRUE(parser.ReadFromRaw(mixed.Bytes(), ""));
+  EXPECT_EQ(ValueOf(parser, 10) + ValueOf(parser, 11) + ValueOf(parser, 2),
+            "(table)(stream)<</Fields[10 0 R 11 0 R ]>>");
+}
+
+TEST(ModernTest, HybridFilesShowWhatTheyHide) {
+  ZPDFParser parser;
+  ASSERT_TRUE(parser.ReadFromRaw(Hybrid().Bytes(), ""));
+  EXPECT_FALSE(parser.XRefIsStream());
+  EXPECT_EQ(parser.SectionCount(), 1U);
+  EXPECT_EQ(InOneLine(ValueOf(parser, 2)) + ValueOf(parser, 11) + ValueOf(parser, 12),
+            kForm + std::string(kB) + "(seen)");
+  EXPECT_EQ(WarningsOf(parser), "");
+  // What the table itself lists as in use comes before what the stream says of it.
+  PdfText both;
+  both.Header().Object(1, "<<>>").Pack(5, {{9, "(packed)"}}).HiddenXrefStream(6).Object(9, "(table)");
+  both.Xref().Trailer("/Root 1 0 R/XRefStm " + std::to_string(both.OffsetOf(6)));
+  ASSERT_TRUE(parser.ReadFromRaw(both.Bytes(), ""));
+  EXPECT_EQ(ValueOf(parser, 9), "(table)");
+  for (const char* place : {"0", "99999", "(text)", "7 0 R"}) {
+    PdfText lost;
+    lost.Header().Object(1, "<<>>").Xref().Trailer("/Root 1 0 R/XRefStm " + std::string(place));
+    ASSERT_TRUE(parser.ReadFromRaw(lost.Bytes(), ""));
+    EXPECT_EQ(ValueOf(parser, 1), "<<>>");
+    EXPECT_NE(WarningsOf(parser).find("hybrid file cannot be read"), std::string::npos) << WarningsOf(parser);
+  }
+}
+
+TEST(ModernTest, UpdatesAreSectionsOfTheSameKind) {
+  const struct {
+    Chaine bytes;
+    bool stream;
+  } cases[] = {{Modern().Bytes(), true}, {Hybrid().Bytes(), false}};
+  for (const auto& c : cases) {
+    Chaine bytes = c.bytes;
+    ZAcroForm form = Loaded(bytes);
+    EXPECT_EQ(Saved(form), bytes);
+    // Each field in an update of its own: the second must not bring the first value back.
+    for (const char* name : {"a", "b"}) {
+      form.Fields()[name]->SetValue("new");
+      const Chaine updated = Saved(form);
+      EXPECT_EQ(updated.Mid(0, bytes.size()), bytes);
+      const std::string_view tail = updated.View().substr(bytes.size());
+      EXPECT_EQ(tail.find("trailer") == std::string_view::npos, c.stream) << Visible(tail);
+      EXPECT_EQ(tail.find("/XRefStm"), std::string_view::npos) << Visible(tail);
+      ExpectSoundForQpdf(updated, "modern_update.pdf");
+      EXPECT_EQ(ValuesOf(Loaded(updated)), ValuesOf(form));
+      bytes = updated;
+    }
+    EXPECT_EQ(ValuesOf(form), "a=new b=new ");
+    // A new object does not take the number of a section.
+    const uint32_t number = form.Parser()->AddIndirectObject()->GetID().Number();
+    ZAcroForm last = Loaded(bytes);
+    EXPECT_EQ(last.Parser()->GetObject({number, 0}), nullptr);
+    EXPECT_EQ(WarningsOf(last), "");
+  }
+}
+
+TEST(ModernTest, FullSavesAreClassic) {
+  // Not even what leads to the streams keeps them.
+  PdfText odd;
+  odd.Header("1.5").Object(1, "<</Type/Catalog/AcroForm 2 0 R/Odd[5 0 R 6 0 R]>>");
+  ZAcroForm leads = Loaded(odd.Pack(5, {{2, "<</Fields[]>>"}}).XrefStream(6, "/Root 1 0 R").Bytes());
+  EXPECT_EQ(SavedFull(leads).View().find("stream"), std::string_view::npos);
+  for (const Chaine& bytes : {Modern().Bytes(), Hybrid().Bytes()}) {
+    ZAcroForm form = Loaded(bytes);
+    form.Fields()["b"]->SetValue("new");
+    const Chaine full = SavedFull(form);
+    for (const char* word : {"/ObjStm", "/XRef", "/Prev", "/W["}) {
+      EXPECT_EQ(full.View().find(word), std::string_view::npos) << word;
+    }
+    ExpectSoundForQpdf(full, "modern_full.pdf");
+    EXPECT_EQ(ValuesOf(Loaded(full)), "a=1 b=new ");
+    // What follows is an update of a classic file.
+    form.Fields()["a"]->SetValue("3");
+    const Chaine updated = Saved(form);
+    EXPECT_NE(updated.View().substr(full.size()).find("trailer"), std::string_view::npos);
+    EXPECT_EQ(ValuesOf(Loaded(updated)), "a=3 b=new ");
+  }
+}
+
+// Object streams are enciphered, the texts in them not once more; a cross-reference stream never is.
+TEST(ModernTest, EncryptedFiles) {
+  const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("id", "", ""));
+  const auto enciphered = [&handler](uint32_t number, const std::string& data) {
+    const std::unique_ptr<ZPDFEncrypter> encrypter(handler->AllocEncrypter({number, 0}));
+    return encrypter->Encrypt(data).ToString();
+  };
+  const std::string encrypt = InOneLine(TextOf(handler->Dictionary()));
+  PdfText text;
+  text.Header("1.5").Object(1, "<</Type/Catalog/Pages<</Type/Pages/Kids[]/Count 0>>/AcroForm 2 0 R>>");
+  const std::string header = "2 0 10 " + std::to_string(std::string_view(kForm).size() + 1) + " ";
+  const std::string body = header + kForm + " " + kA;
+  const std::string dictionary = "<</Type/ObjStm/N 2/First " + std::to_string(header.size()) + "/Filter/FlateDecode>>";
+  text.Stream(5, dictionary, enciphered(5, Deflated(body))).PlacePacked(2, 5, 0).PlacePacked(10, 5, 1);
+  const int cipher = static_cast<uint8_t>(enciphered(11, "b")[0]);
+  const std::string name{kHexDigits[cipher >> 4], kHexDigits[cipher & 15]};
+  text.Object(11, "<</FT/Tx/T<" + name + ">/V()>>").Object(7, encrypt);
+  text.XrefStream(6, "/Root 1 0 R/Encrypt 7 0 R/ID[(id)(id)]");
+  Chaine bytes = text.Bytes();
+  ZAcroForm form = Loaded(bytes);
+  EXPECT_EQ(ValuesOf(form), "a=1 b= ");
+  for (const char* value : {"first", "second"}) {
+    form.Fields()["a"]->SetValue(value);
+    form.Fields()["b"]->SetValue(value);
+    const Chaine updated = Saved(form);
+    EXPECT_EQ(updated.Mid(0, bytes.size()), bytes);
+    EXPECT_EQ(updated.View().find(value), std::string_view::npos);
+    ZAcroForm reloaded = Loaded(updated);
+    EXPECT_EQ(ValuesOf(reloaded), ValuesOf(form));
+    EXPECT_EQ(reloaded.Parser()->IDOriginal(), "id");
+    ExpectSoundForQpdf(updated, "modern_encrypted.pdf");
+    bytes = updated;
+  }
+  EXPECT_EQ(ValuesOf(form), "a=second b=second ");
+  ZPDFParser parser;
+  ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
+  const auto* section = NodeCast<ZPDFNodeStream>(parser.GetObject({6, 0})->GetDirectAt(0));
+  const std::string stored = section->Data().ToString();
+  EXPECT_NE(text.Bytes().View().find(stored), std::string_view::npos);
+  EXPECT_EQ(ValuesOf(Loaded(SavedFull(form))), "a=second b=second ");
+}
+
+TEST(ModernTest, LinearizedFilesBeginWithTheirSection) {
+  for (const bool true_length : {true, false}) {
+    PdfText text;
+    text.Header("1.5").Object(9, "<</Linearized 1/L LLLLLL>>").XrefStream(8, "/Root 1 0 R/Front 1");
+    text.Object(1, "<</Type/Catalog>>").Object(9, "(new)").XrefStream(7, "/Root 1 0 R");
+    const std::string digits = std::to_string(1000000 + text.Size() + (true_length ? 0 : 1));
+    std::string bytes = text.Bytes().ToString();
+    bytes.replace(bytes.find("LLLLLL"), 6, digits.substr(1));
+    ZPDFParser parser;
+    ASSERT_TRUE(parser.ReadFromRaw(bytes, ""));
+    EXPECT_EQ(parser.IsLinearized(), true_length);
+    EXPECT_EQ(parser.TrailerDico()->Exist("/Front"), true_length);
+    EXPECT_EQ(parser.XRefOffset(), true_length ? bytes.find("8 0 obj") : text.XrefOffset());
+  }
+}
+
+// Files whose section is this object 6, the records of objects 1 and 10 in it being sound.
+TEST(ModernTest, DamagedSections) {
+  const std::string records("\1\0\xF\0\1\0\xF\0\2\0\5\0", 12);
+  const struct {
+    std::string dictionary, data, failure;
+    const char* warning;
+  } cases[] = {
+      {"/W[1 2 1]/Index[1 1]", records, "", ""},
+      {"/W[1 2 1]/Index[1 9]", records, "", "does not hold all records"},
+      {"/W[1 2 1]/Index[1 1 2147483647 9]", records, "", "does not hold all records"},
+      {"/W[1 2 1]/Index[1 1 (x) 9]", records, "", "does not hold all records"},
+      {"/W[1 2 1]/Index[1 1 7]", records, "", ""},
+      {"/W[1 2 1]/Index 7", records, "", ""},
+      {"/W[0 2 1]/Index[1 1]", records.substr(1), "", ""},
+      {"/W[0 2 0]/Index[1 1]", records.substr(1), "", ""},
+      {"/W[8 8 8]/Index[1 1]", std::string("\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\xF\0\0\0\0\0\0\0\0", 24), "", ""},
+      {"/W[1 2]", records, "the cross-reference stream does not say how wide its records are (\"/W\")", ""},
+      {"/W[1 0 1]", records, "the cross-reference stream does not say how wide its records are (\"/W\")", ""},
+      {"/W[1 9 1]", records, "the cross-reference stream does not say how wide its records are (\"/W\")", ""},
+      {"/W[1 -1 1]", records, "the cross-reference stream does not say how wide its records are (\"/W\")", ""},
+      {"/W[1 2 1]/Filter/LZWDecode", records,
+       "the cross-reference stream cannot be read: its filter is not one that is read", ""},
+      {"/W[1 2 1]/Filter/FlateDecode", records,
+       "the cross-reference stream cannot be read: its compressed data are damaged", ""},
+      {"/W[1 2 1]/Filter/FlateDecode/Index[1 1]", Deflated(records).substr(0, 14), "", "compressed data are damaged"},
+      {"/W[1 2 1]/Filter/FlateDecode", Deflated(std::string(20 << 20, '\1')),
+       "the cross-reference stream cannot be read: its data would be larger than is allowed", ""},
+      {"/Type/Other/W[1 2 1]", records, "the object at the cross-reference offset is no cross-reference stream", ""},
+  };
+  for (const auto& c : cases) {
+    PdfText text;
+    text.Header("1.5").Object(1, "<</Type/Catalog>>").At(6);
+    ASSERT_EQ(text.OffsetOf(1), 15U);
+    text.Stream(6, "<</Root 1 0 R" + c.dictionary + (c.dictionary.starts_with("/Type") ? "" : "/Type/XRef") + ">>",
+                c.data);
+    text.Line("startxref").Line(std::to_string(text.OffsetOf(6))).Line("%%EOF");
+    ZPDFParser parser;
+    EXPECT_EQ(parser.ReadFromRaw(text.Bytes(), ""), c.failure.empty()) << c.dictionary;
+    EXPECT_EQ(parser.Diagnostics().Failure(), c.failure) << c.dictionary;
+    const std::string warnings = WarningsOf(parser);
+    EXPECT_EQ(warnings.empty(), *c.warning == 0) << c.dictionary << warnings;
+    EXPECT_NE(warnings.find(c.warning), std::string::npos) << c.dictionary << warnings;
+    const bool lists = c.failure.empty() && c.dictionary.find("/Index 7") == std::string::npos;
+    EXPECT_EQ(ValueOf(parser, 1), lists ? "<</Type/Catalog>>" : "none") << c.dictionary;
+  }
+}
+
+TEST(ModernTest, DamagedObjectStreams) {
+  const struct {
+    const char *entries, *text;
+    const char *ten, *eleven;
+    const char* warning;
+  } cases[] = {
+      {"/N 2/First 11", "10 0 11 2  7 (x)", "7", "(x)", ""},
+      {"/N 2/First 11", "11 0 10 2  7 (x)", "(x)", "7", ""},
+      {"/N 2/First 11", "10 2 11 0  7 (x)", "(x)", "7", ""},
+      {"/N 2/First 11", "10 0 10 2  7 (x)", "7", "none",
+       "object 5 0: the object stream lists an object more than once"},
+      {"/N 2/First 11", "10 0 11 0  7 (x)", "", "7", "something stands behind its value"},
+      {"/N 2/First 11", "10 0 11 9  7    ", "7", "", ""},
+      {"/N 2/First 11", "10 0 11 99 7    ", "7", "", ""},
+      {"/N 1/First 11", "10 0 11 2  7 (x)", "7", "none", "does not hold it"},
+      {"/N 9/First 11", "10 0 11 2  7 (x)", "7", "(x)", "lists fewer objects than it announces"},
+      {"/N 2/First 99", "10 0 11 2  7 (x)", "", "", ""},
+      {"/N 2", "10 0 11 2  7 (x)", "none", "none", "lists fewer objects than it announces"},
+      {"/First 11", "10 0 11 2  7 (x)", "none", "none", "does not hold it"},
+      {"/N 2/First 11", "10 0 x1 2  7 (x)", "7", "none", "lists fewer objects than it announces"},
+      {"/N 2/First 11/Filter/FlateDecode", "10 0 11 2  7 (x)", "none", "none", "compressed data are damaged"},
+      {"/N 1/First 5/Extends 7 0 R", "10 0 7", "7", "(extended)", ""},
+      {"/N 1/First 5/Extends 5 0 R", "10 0 7", "7", "none", "does not hold it"},
+      {"/N 1/First 5/Extends 10 0 R", "10 0 7", "7", "none", "does not hold it"},
+  };
+  for (const auto& c : cases) {
+    PdfText text;
+    text.Header("1.5")
+        .Object(1, "<</Type/Catalog>>")
+        .Stream(5, std::string("<</Type/ObjStm") + c.entries + ">>", c.text);
+    text.Pack(7, {{11, "(extended)"}}).PlacePacked(10, 5, 0).PlacePacked(11, 5, 1).PlacePacked(12, 10, 0);
+    text.XrefStream(6, "/Root 1 0 R");
+    ZPDFParser parser;
+    ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
+    EXPECT_EQ(ValueOf(parser, 10), c.ten) << c.entries << c.text;
+    EXPECT_EQ(ValueOf(parser, 11), c.eleven) << c.entries << c.text;
+    EXPECT_NE(WarningsOf(parser).find(c.warning), std::string::npos) << WarningsOf(parser);
+    // An object stream in an object stream is none.
+    EXPECT_EQ(ValueOf(parser, 12), "none");
+  }
+}
+
+TEST(ModernTest, BombsAndLoopsEnd) {
+  PdfText text;
+  const std::string blanks(12 << 20, ' ');
+  text.Header("1.5").Object(1, "<</Type/Catalog>>").Stream(7, "<</Length 8 0 R/N 1/First 4>>", "8 0 3");
+  for (uint32_t number : {20U, 21U, 22U}) text.Pack(number, {{number + 10, "7 " + blanks}});
+  text.PlacePacked(8, 7, 0).XrefStream(6, "/Root 1 0 R");
+  ZPDFParser parser;
+  ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
+  EXPECT_EQ(ValueOf(parser, 30), "none");
+  EXPECT_NE(WarningsOf(parser).find("object 20 0: the object stream is damaged: its data would be larger"),
+            std::string::npos)
+      << WarningsOf(parser);
+  // The length of stream 7 stands in stream 7.
+  EXPECT_EQ(ValueOf(parser, 8), "3");
+}
+
+}  // namespace
+}  // namespace zforms

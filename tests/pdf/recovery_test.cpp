@@ -1,0 +1,394 @@
+// Damaged files, read when recovery is asked for.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/form_text.h"
+#include "zforms/pdf/crypt/encryption.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/parser/file_scan.h"
+
+namespace zforms {
+namespace {
+
+constexpr const char* kForm = "<</Fields[10 0 R 11 0 R]>>";
+constexpr const char* kCatalog = "<</Type/Catalog/AcroForm 2 0 R>>";
+
+// Field "a" has two versions.
+std::string Classic() {
+  PdfText text;
+  text.Header().Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(old)>>");
+  text.Object(11, "<</FT/Tx/T(b)/V(2)>>").Xref().Trailer("/Root 1 0 R/ID[(i)(i)]");
+  text.Object(10, "<</FT/Tx/T(a)/V(1)>>").Xref().Trailer("/Root 1 0 R/ID[(i)(i)]");
+  return text.Bytes().ToString();
+}
+
+// The same with a catalog in an object stream; field "b" is packed twice, and plain before that.
+std::string Modern() {
+  PdfText text;
+  text.Header("1.5").Object(11, "<</FT/Tx/T(b)/V(plain)>>").Object(10, "<</FT/Tx/T(a)/V(old)>>");
+  text.Pack(5, {{1, kCatalog}, {2, kForm}, {11, "<</FT/Tx/T(b)/V(old)>>"}}).XrefStream(6, "/Root 1 0 R");
+  text.Object(10, "<</FT/Tx/T(a)/V(1)>>").Pack(7, {{11, "<</FT/Tx/T(b)/V(2)>>"}}).XrefStream(8, "/Root 1 0 R");
+  return text.Bytes().ToString();
+}
+
+std::string Without(std::string text, std::string_view what, std::string_view by = "") {
+  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
+    text.replace(at, what.size(), by);
+  }
+  return text;
+}
+
+std::string ValuesOf(const ZAcroForm& form) {
+  std::string values;
+  for (const auto& [name, fields] : form.FlatFields()) {
+    values += name.ToString() + "=" + fields[0]->Value().ToString() + " ";
+  }
+  return values;
+}
+
+// The last `what` before `before` is replaced.
+std::string Spoilt(std::string text, std::string_view before, std::string_view what, std::string_view by) {
+  return text.replace(text.rfind(what, text.find(before)), what.size(), by);
+}
+
+// Up to the last `what`.
+std::string CutAt(const std::string& text, std::string_view what) { return text.substr(0, text.rfind(what)); }
+
+bool Load(ZAcroForm& form, const Chaine& bytes, bool recover) {
+  ZInetChaineIStream in(bytes);
+  form.SetRecovery(recover);
+  return form.Load(in, "");
+}
+
+TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
+  const std::string classic = Classic(), modern = Modern();
+  const struct {
+    const char* what;
+    std::string bytes;
+    const char* said;
+  } cases[] = {
+      {"sound", classic, ""},
+      {"sound and modern", modern, ""},
+      {"no end", Without(classic, "%%EOF"), "(the file is cut short: \"%%EOF\" is missing): its table was"},
+      {"no startxref", Without(classic, "startxref"), "(\"startxref\" is missing)"},
+      {"startxref to nowhere", Without(classic, "startxref\n", "startxref\n9"), "rebuilt from 4 objects"},
+      {"cut off in the last table", Without(classic, "%%EOF").substr(0, classic.rfind("trailer") - 9),
+       "rebuilt from 4 objects"},
+      {"no trailers", Without(classic, "trailer", "tra"), "rebuilt from 4 objects"},
+      {"bytes before the header", "\r\n junk " + classic, "; 8 bytes before the header are left out"},
+      {"bytes taken away before the objects", Without(classic, "%\xE2\xE3\xCF\xD3\n"), "rebuilt"},
+      {"other line ends", Without(classic, "\n", "\r\n"), "rebuilt from 4 objects"},
+      {"a wrong catalog", Without(classic, "/Root 1 0 R", "/Root 9 0 R"), "leads to no document catalog"},
+      {"no catalog named", Without(classic, "/Root 1 0 R", "/Rood 1 0 R"), "leads to no document catalog"},
+      {"an object elsewhere", Without(classic, "\n11 0 obj", "\nmore\n11 0 obj"), "rebuilt"},
+      {"headers behind one another", Without(classic, "\nendobj\n", " endobj"), "rebuilt from 4 objects"},
+      {"modern without sections", Without(modern, "/XRef", "/XXXX"), "rebuilt from"},
+      {"modern and cut", Without(modern, "%%EOF").substr(0, modern.rfind("startxref") - 5), "rebuilt from"},
+      {"modern with damaged sections", Without(modern, "/W[", "/X["), "does not say how wide"},
+      {"an entry without its type", Spoilt(classic, "trailer", " n", "xx"),
+       "the entry in the cross-reference table cannot be read): its table was rebuilt from 4 objects"},
+      {"a subsection said to be short", Spoilt(classic, "trailer", "10 2", "10 1"), "is no subsection header): its"},
+      {"a broken subsection header", Spoilt(classic, "trailer", "10 2", "1x 2"), "is no subsection header): its"},
+      {"the end lost", CutAt(classic, "startxref"), "(1 object stands behind the end of its last cross-reference"},
+      {"the last %%EOF lost", CutAt(classic, "%%EOF"), "(1 object stands behind"},
+      {"the last startxref lost", CutAt(classic, "startxref") + "%%EOF\n",
+       "no number alone stands behind \"startxref\""},
+      {"the last section lost", CutAt(classic, "xref\n10 1"), "(1 object stands behind"},
+      {"modern and the end lost", CutAt(modern, "startxref"), "(3 objects stand behind"},
+      {"modern and the last section lost", CutAt(modern, "8 0 obj"), "(2 objects stand behind"},
+      {"a spoilt header", Without(classic, "%PDF-", "%PDF."), "it has no header and is taken for PDF 1.4"},
+      {"no header", classic.substr(9), "it has no header and is taken for PDF 1.4"},
+      {"a header inside alone", Without(classic, "%PDF-", "%PXF-") + "12 0 obj<<>>stream\n%PDF-1.7\nendstream endobj",
+       "it has no header and is taken for PDF 1.4"},
+      {"an older section lost", Without(modern, "/Index[1 2 5 2 10 2 ]", "/Index[1 2 5 2 10 2  "), "rebuilt"},
+  };
+  for (const auto& c : cases) {
+    ZAcroForm strict, form;
+    const bool read = Load(strict, c.bytes, false) && ValuesOf(strict) == "a=1 b=2 ";
+    EXPECT_EQ(read, *c.said == 0) << c.what;
+    ASSERT_TRUE(Load(form, c.bytes, true)) << c.what << form.Diagnostics().Failure().View();
+    EXPECT_EQ(ValuesOf(form), "a=1 b=2 ") << c.what;
+    EXPECT_EQ(WarningsOf(form).empty(), *c.said == 0) << c.what << WarningsOf(form);
+    EXPECT_NE(WarningsOf(form).find(c.said), std::string::npos) << c.what << WarningsOf(form);
+    EXPECT_EQ(form.SavesAnew(), *c.said != 0) << c.what;
+    // What is saved is sound.
+    form.Fields()["a"]->SetValue("new");
+    Chaine saved;
+    ZInetChaineOStream out(saved);
+    ASSERT_TRUE(form.Save(out)) << c.what;
+    EXPECT_FALSE(form.SavesAnew());
+    ASSERT_TRUE(Load(strict, saved, false)) << c.what;
+    EXPECT_EQ(ValuesOf(strict), "a=new b=2 ") << c.what;
+    EXPECT_EQ(WarningsOf(strict), "") << c.what;
+  }
+}
+
+struct Odd {
+  const char* what;
+  std::string bytes;
+  const char* values;  // by its tables alone
+  const char* recovered;
+  const char* said;
+};
+
+// What the scan does not find is kept where a table, odd as it is, leads to it.
+TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
+  PdfText behind, packed;
+  behind.Header().Object(1, kCatalog).Object(2, kForm).Raw("x ").Object(10, "<</FT/Tx/T(a)/V(1)>>");
+  behind.Object(11, "<</FT/Tx/T(b)/V(2)>>").Xref().Trailer("/Root 1 0 R");
+  packed.Header("1.5").Raw("x ").Pack(5, {{1, kCatalog}, {2, kForm}});
+  packed.Object(10, "<</FT/Tx/T(a)/V(1)>>").Object(11, "<</FT/Tx/T(b)/V(2)>>").XrefStream(6, "/Root 1 0 R");
+  const Odd cases[] = {
+      {"a header behind a word", Spoilt(behind.Bytes().ToString(), "trailer", " n", "  "), "a=1 ", "a=1 b=2 ",
+       "rebuilt from 4 objects"},
+      {"an object stream behind a word", Without(packed.Bytes().ToString(), "10 2 ]", "10 9 ]"), "a=1 b=2 ", "a=1 b=2 ",
+       "does not hold all records"},
+  };
+  for (const Odd& c : cases) {
+    ZAcroForm strict, form;
+    ASSERT_TRUE(Load(strict, c.bytes, false) && Load(form, c.bytes, true)) << c.what;
+    EXPECT_EQ(ValuesOf(strict), c.values) << c.what;
+    EXPECT_EQ(ValuesOf(form), c.recovered) << c.what;
+    EXPECT_NE(WarningsOf(form).find(c.said), std::string::npos) << c.what << WarningsOf(form);
+  }
+}
+
+TEST(RecoveryTest, TheNewestWholeVersionWins) {
+  const std::string two = Classic() + "11 0 obj<</FT/Tx/T(b)/V(3)>>endobj\n10 0 obj<</FT/Tx/T(a)/V(";
+  PdfText packed;  // the end of its data is spoilt
+  const std::string data = Deflated("10 0 11 21 <</FT/Tx/T(a)/V(x)>> <</FT/Tx/T(b)/V(2)>>");
+  packed.Header("1.5").Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(1)>>");
+  packed.Stream(5, "<</Type/ObjStm/N 2/First 11/Filter/FlateDecode>>", data.substr(0, data.size() - 1) + "?");
+  packed.Line("trailer<</Root 1 0 R>>");
+  const std::pair<std::string, std::string> cases[] = {
+      {CutAt(Classic(), "endobj"), "a=old b=2 "}, {two, "a=1 b=3 "},
+      {CutAt(two, "10 0"), "a=1 b=3 "},           {CutAt(two, "endobj"), "a=1 b=2 "},
+      {packed.Bytes().ToString(), "a=1 b=2 "},    {CutAt(Modern(), "startxref") + "2 0 obj<</Fields[", "a=1 b=2 "},
+  };
+  for (const auto& [bytes, values] : cases) {
+    ZAcroForm form;
+    ASSERT_TRUE(Load(form, bytes, true)) << bytes;
+    EXPECT_EQ(ValuesOf(form), values) << bytes;
+  }
+}
+
+TEST(RecoveryTest, ObjectsBehindTheEndAreCounted) {
+  const std::pair<std::string, size_t> cases[] = {
+      {Classic(), 0},
+      {Modern(), 0},
+      {CutAt(Classic(), "startxref"), 1},
+      {CutAt(Modern(), "startxref"), 3},
+      {Without(CutAt(Classic(), "startxref"), "(1)>>\nendobj", "(1)>>"), 1},
+      {CutAt(Classic(), "endobj"), 0},
+      {Classic() + "12 0 obj<<>>endobj 0 0 obj<<>>endobj 13 0 obj<<>>", 1},
+  };
+  for (const auto& [bytes, count] : cases) {
+    ZPDFParser parser;
+    ASSERT_TRUE(parser.ReadFromRaw(bytes, ""));
+    EXPECT_EQ(parser.UnlistedAtEnd(), count) << bytes;
+    EXPECT_FALSE(parser.IsRecovered());
+    parser.SetRecovery(true);
+    ASSERT_TRUE(parser.ReadFromRaw(bytes, ""));
+    EXPECT_EQ(parser.IsRecovered(), count > 0) << bytes;
+    EXPECT_EQ(parser.UnlistedAtEnd(), 0U) << bytes;
+  }
+}
+
+TEST(RecoveryTest, RecordsThatLeadAstrayAreMended) {
+  // Of objects 10 and 12 the table tells the wrong places; 13 is not in the file, 11 is freed.
+  PdfText text;
+  text.Header()
+      .Object(1, "<<>>")
+      .Object(10, "(old)")
+      .Object(10, "(ten)")
+      .Object(11, "(freed)")
+      .Object(12, "(twelve)", 3);
+  text.Xref("1 1\n@1 00000 n\n10 4\n@1 00000 n\n0000000000 00001 f\n0000000099 00003 n\n@1 00000 n\n");
+  text.Trailer("/Root 1 0 R");
+  for (const bool recover : {false, true}) {
+    ZPDFParser parser;
+    parser.SetRecovery(recover);
+    ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
+    EXPECT_EQ(parser.IsRecovered(), recover);
+    EXPECT_EQ(ValueOf(parser, 10), recover ? "(ten)" : "none");
+    EXPECT_EQ(ValueOf(parser, 12, 3), recover ? "(twelve)" : "none");
+    EXPECT_EQ(ValueOf(parser, 11) + ValueOf(parser, 13), "nonenone");
+    EXPECT_EQ(WarningsOf(parser).starts_with("the file is damaged: 2 objects were not where"), recover);
+    EXPECT_EQ(ZPDFParser(parser).IsRecovered(), recover);
+  }
+}
+
+TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
+  const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("i", "pw", ""));
+  const std::unique_ptr<ZPDFEncrypter> encrypter(handler->AllocEncrypter({5, 0}));
+  const std::string packed = Deflated("1 0 " + std::string("<</Secret(text)>>"));
+  PdfText text;
+  text.Header("1.5").Object(7, InOneLine(TextOf(handler->Dictionary())));
+  text.Stream(5, "<</Type/ObjStm/N 1/First 4/Filter/FlateDecode>>", encrypter->Encrypt(packed).ToString());
+  text.PlacePacked(1, 5, 0).XrefStream(6, "/Root 1 0 R/Encrypt 7 0 R/ID[(i)(i)]");
+  const std::string bytes = Without(text.Bytes().ToString(), "startxref\n", "startxref\n9");
+  ZPDFParser parser;
+  parser.SetRecovery(true);
+  ASSERT_TRUE(parser.ReadFromRaw(bytes, "pw")) << parser.Diagnostics().Failure().View();
+  EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
+  // Without the trailers the key is lost, and what is enciphered is not taken for clear.
+  ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "/XRef", "/Xxxx"), "pw"));
+  EXPECT_TRUE(parser.IsEncrypted());
+  EXPECT_FALSE(parser.CanBeDecrypted());
+  // Behind a spoilt header it is there.
+  ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "%PDF-", "%PXF-"), "pw"));
+  EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
+  // With a wrong password nobody can tell.
+  ASSERT_TRUE(parser.ReadFromRaw(bytes, "no"));
+  EXPECT_FALSE(parser.CanBeDecrypted());
+}
+
+TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "not a PDF file: it does not begin with \"%PDF-\""},
+      {"no file", "not a PDF file: it does not begin with \"%PDF-\""},
+      {"1 0 obj<</Type/Page>>endobj",
+       "not a PDF file: it does not begin with \"%PDF-\"; a scan of the file finds no document catalog"},
+      {"%PDF-1.4\n%c\n", "the file is cut short: \"%%EOF\" is missing; a scan of the file finds no document catalog"},
+      {"%PDF-1.4\n%c\n1 0 obj<</Type/Page>>endobj\ntrailer<</Root 1 1 R>>%%EOF",
+       "\"startxref\" is missing; a scan of the file finds no document catalog"},
+      {"%PDF-1.4\n%c\n1 0 obj<</Type/Catalog>>endobj\ntrailer<</Root 1 0 R/Encrypt 7 0 R>>",
+       "the encryption dictionary that the trailer refers to is not there"},
+  };
+  for (const auto& [bytes, failure] : cases) {
+    ZPDFParser parser;
+    parser.SetRecovery(true);
+    EXPECT_FALSE(parser.ReadFromRaw(bytes, "")) << bytes;
+    EXPECT_EQ(parser.Diagnostics().Failure(), failure);
+    EXPECT_EQ(parser.TrailerDico(), nullptr);
+  }
+}
+
+// Three pages, two of them below a node of their own.
+std::string Paged() {
+  PdfText text;
+  text.Header().Object(1, "<</Type/Catalog/Pages 2 0 R/Outlines 9 0 R>>");
+  text.Object(2, "<</Type/Pages/Kids[3 0 R 4 0 R]/Count 3>>").Object(3, "<</Type/Page/Parent 2 0 R/N(a)>>");
+  text.Object(4, "<</Type/Pages/Parent 2 0 R/Kids[5 0 R 6 0 R]/Count 2>>")
+      .Object(5, "<</Type/Page/Parent 4 0 R/N(b)>>");
+  text.Object(6, "<</Type/Page/Parent 4 0 R/N(c)>>").Object(9, "<</Type/Outlines>>");
+  return text.Xref().Trailer("/Root 1 0 R/ID[(i)(i)]").Bytes().ToString();
+}
+
+std::string PagesBelow(const ZPDFNodeDictionary& node) {
+  const auto* kids = NodeCast<ZPDFNodeArray>(node.GetTarget("/Kids"));
+  std::string pages = kids == nullptr ? node.GetStringValue("/N").ToString() : "";
+  for (size_t i = 0; kids != nullptr && i < kids->Size(); i++) {
+    const auto* kid = NodeCast<ZPDFNodeDictionary>(kids->GetTargetAt(i));
+    pages += kid == nullptr ? "?" : PagesBelow(*kid);
+  }
+  return pages;
+}
+
+// What would be gone is named; recovery mends the page tree, and what is saved then is sound.
+TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
+  const std::string sound = Paged(), formed = Without(sound, "/Outlines 9", "/AcroForm 9");
+  const struct {
+    const char* what;
+    std::string bytes;
+    const char* said;
+    bool loses;
+    bool stays;  // recovery cannot help
+  } cases[] = {
+      {"sound", sound, "", false, false},
+      {"a loop", Without(sound, "[3 0 R 4", "[3 0 R 2"), "object 2 0: the page tree leads here more than once", true,
+       false},
+      {"a page twice", Without(sound, "[5 0 R 6", "[5 0 R 5"), "object 5 0: the page tree leads here", true, false},
+      {"a wrong kid", Without(sound, "[3 0 R 4", "[9 0 R 4"), "object 2 0: element 1 of its", true, false},
+      {"a kid elsewhere", Without(sound, "[5 0 R 6", "[7 0 R 6"),
+       "refers to cannot be read: 7 0\nobject 4 0: element 1", true, false},
+      {"no kids", Without(sound, "/Kids[3", "/Kidz[3"), "object 2 0: the page tree (\"/Pages\") cannot be", true,
+       false},
+      {"no tree", Without(sound, "/Pages 2", "/Pages 8"), "object 8 0: the page tree (\"/Pages\")", true, false},
+      {"no tree is named", Without(sound, "/Pages 2", "/Pagez 2"), "the page tree (\"/Pages\")", true, false},
+      {"too few pages", Without(sound, "/Count 3", "/Count 4"), "states 4 pages, 3 are found", true, false},
+      {"neither kids nor parents", Without(Without(sound, "/Parent 4", "/Parens 4"), "/Kids[5", "/Kidz[5"),
+       "object 2 0: element 2", true, false},
+      {"said to be free", Spoilt(sound, "\n9 1\n", " n ", " f "), "cannot be read: 6 0", true, false},
+      {"said to be of a later generation", Without(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
+      {"no outlines", Without(sound, "/Outlines 9", "/Outlines 8"), "1 object that the document refers to", false,
+       false},
+      {"outlines of another generation", Without(sound, "/Outlines 9 0", "/Outlines 6 7"), "read: 6 7", false, false},
+      {"no form", Without(sound, "/Outlines 9", "/AcroForm 8"), "the form (\"/AcroForm\") cannot be read", true, true},
+      {"no fields", Without(formed, "/Type/Outlines", "/Fields 8 0 R "), "list of fields (\"/Fields\") cannot", true,
+       true},
+      {"a wrong field", Without(formed, "/Type/Outlines", "/Fields[7 0 R]"), "element 1 of the form's", true, true},
+      {"no catalog", Without(sound, "/Root 1", "/Root 8"), "leads to no document catalog", true, false},
+  };
+  for (const auto& c : cases) {
+    ZAcroForm strict, form;
+    ASSERT_TRUE(Load(strict, c.bytes, false)) << c.what;
+    EXPECT_EQ(strict.WouldLose(), c.loses) << c.what;
+    EXPECT_NE(WarningsOf(strict).find(c.said), std::string::npos) << c.what << WarningsOf(strict);
+    EXPECT_EQ(strict.Diagnostics().IsDamaged(), *c.said != 0) << c.what;
+    ASSERT_TRUE(Load(form, c.bytes, true)) << c.what;
+    EXPECT_EQ(form.WouldLose(), c.stays) << c.what << WarningsOf(form);
+    EXPECT_FALSE(form.Diagnostics().IsDamaged()) << c.what;
+    Chaine saved;
+    ZInetChaineOStream out(saved);
+    ASSERT_TRUE(form.SaveFull(out) && Load(strict, saved, false)) << c.what;
+    const ZPDFNode* const pages = strict.Parser()->Root()->GetTarget("/Pages");
+    EXPECT_EQ(PagesBelow(*NodeCast<ZPDFNodeDictionary>(pages)), "abc") << c.what;
+    EXPECT_EQ(strict.WouldLose(), c.stays) << c.what << WarningsOf(strict);
+    EXPECT_EQ(WarningsOf(strict) == "", !c.stays) << c.what << WarningsOf(strict);
+  }
+}
+
+// A header without a version is not copied.
+TEST(RecoveryTest, HeadersWithoutAVersion) {
+  for (const char* version : {"%PDF-000", "%PDF-x.4", "%PDF-1.x", "%PDF-1 4"}) {
+    ZAcroForm form;
+    Chaine saved;
+    ZInetChaineOStream out(saved);
+    ASSERT_TRUE(Load(form, Without(Paged(), "%PDF-1.4", version), false));
+    EXPECT_EQ(WarningsOf(form), std::string("the header \"") + version +
+                                    "\" names no version; 1.7 is written where the file is written anew\n");
+    ASSERT_TRUE(form.SaveFull(out));
+    EXPECT_TRUE(saved.View().starts_with("%PDF-1.7\n")) << version;
+  }
+}
+
+// Headers of objects as "number.generation@offset", with "s", "x" and "c" for the names in them and "-" for one that
+// is cut off.
+TEST(RecoveryTest, Scan) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"1 0 obj", "1.0@0-"},
+      {"\n 12  3\r\nobj<<>>", "12.3@2-"},
+      {"x 1 0 obj", ""},
+      {"(a 1 0 obj)", ""},
+      {"1 0 obj 2 0 obj\n3 0 objx", "1.0@0-"},
+      {"1 0 obj endobj2 0 obj\tendobj 3 0 obj", "1.0@0 2.0@14 3.0@29-"},
+      {"0001 00 obj", "1.0@0-"},
+      {"\n1 obj\n 0 obj\nobj", ""},
+      {"1 0 obj<</Type/ObjStm/A/XRef>>\n2 0 obj/Catalogs/Catalog/XRefStm", "1.0@0sx 2.0@31c-"},
+      {"1 0 obj<</Length 9>>stream\n\n2 0 obj\nendstream/Catalog\n3 0 obj", "1.0@0 3.0@54-"},
+      {"1 0 obj<</Length 2>>stream\n\n2 0 obj\nendstream\n3 0 obj", "1.0@0 3.0@46-"},
+      {"1 0 obj<<>>stream\n\n2 0 obj\nendobj\n3 0 obj", "1.0@0 3.0@34-"},
+      {"1 0 obj<</Length 99>>stream\n\n2 0 obj\n", "1.0@0-"},
+      {"1 0 obj\nstreams\n2 0 obj", "1.0@0 2.0@16-"},
+      {"stream\n2 0 obj", "2.0@7-"},
+      {"1 0 obj trailer<<>>/Catalog trailers", "1.0@0 t15"},
+  };
+  for (const auto& [text, expected] : cases) {
+    const ZPDFFileScan scan = ScanFile(text);
+    std::string found;
+    for (const auto& object : scan.objects) {
+      found += (found.empty() ? "" : " ") + std::to_string(object.id.Number()) + "." +
+               std::to_string(object.id.Generation()) + "@" + std::to_string(object.offset);
+      found += std::string(object.names_object_stream ? "s" : "") + (object.names_xref_stream ? "x" : "") +
+               (object.names_catalog ? "c" : "") + (object.whole ? "" : "-");
+    }
+    for (const uint32_t trailer : scan.trailers) found += " t" + std::to_string(trailer);
+    EXPECT_EQ(found, expected) << text;
+  }
+}
+
+}  // namespace
+}  // namespace zforms

@@ -1,0 +1,410 @@
+#include "zforms/platform/http/http_server.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/http_requests.h"
+#include "tests/support/http_test_server.h"
+#include "tests/support/raw_http.h"
+#include "zforms/platform/http/http_request.h"
+#include "zforms/platform/http/http_response.h"
+
+namespace zforms {
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+TEST(ZHTTPServer, EveryRequestComesToItsStatus) {
+  TestServer server;
+  ASSERT_TRUE(server.Start());
+  int expected_served = 0;
+  for (const HTTPRequestCase& test : HTTPRequestCases()) {
+    RawClient client(server.Port());
+    ASSERT_TRUE(client.IsConnected());
+    // Behind a request that is refused nothing is read as one: it may be the rest of that.
+    const bool goes_on = test.status == 200 || test.status == 404 || test.status == 405;
+    const bool is_open = test.title.starts_with("endless");
+    client.Send(WithPort(test.bytes, server.Port()) + (is_open ? "" : server.Get("/app/echo/")));
+    const RawAnswer answer = client.Receive();
+    EXPECT_EQ(answer.status, test.status) << test.title << "\n" << answer.head;
+    EXPECT_EQ((answer.head + answer.body).find("zqx"), std::string::npos) << test.title << ": repeated";
+    EXPECT_EQ(answer.head.find("Access-Control"), std::string::npos) << test.title;
+    EXPECT_NE(answer.head.find("\r\nX-Content-Type-Options: nosniff\r\n"), std::string::npos) << test.title;
+    EXPECT_NE(answer.head.find("\r\nCache-Control: no-store\r\n"), std::string::npos) << test.title;
+    EXPECT_EQ(answer.head.find("\r\nAllow: GET, HEAD, POST\r\n") != std::string::npos, test.status == 405)
+        << test.title;
+    const bool keeps = answer.head.find("\r\nConnection: keep-alive\r\n") != std::string::npos;
+    EXPECT_EQ(keeps, goes_on && test.title != "HTTP/1.0") << test.title;
+    EXPECT_EQ(client.Receive().status, keeps ? 200 : 0) << test.title;
+    EXPECT_EQ(client.IsEnded(0), !keeps) << test.title;
+    expected_served += (test.status == 200) + keeps;
+  }
+  EXPECT_EQ(server.served, expected_served) << "a request within another one was answered";
+}
+
+TEST(ZHTTPServer, ServesByBothAddressesAndKeepsOrder) {
+  TestServer server;
+  server.AddPage("/app/echo/deep/", "GET", [](const Exchange& exchange, ZHTTPSendResponse& response) {
+    response.SetHeader("Location", "/a\r\nSet-Cookie: b");
+    response.SetHeader("X-Code", exchange.url.Param("code"));
+    return SendText(response, "deep");
+  });
+  ASSERT_TRUE(server.Start());
+  EXPECT_NE(server.Port(), 0);
+  RawClient v6(server.Port(), true);
+  EXPECT_EQ(v6.Ask(server.Get("/app/echo/")).body, "GET 0");
+  RawClient client(server.Port());
+  client.Send(server.Post("/app/echo/", "hello") + server.Get("/app/echo/deep") + server.Post("/app/echo/", "12"));
+  EXPECT_EQ(client.Receive().body, "POST 5");
+  EXPECT_EQ(client.Receive().body, "deep");
+  EXPECT_EQ(client.Receive().body, "POST 2");
+  // A value that came in as an escape gets into no header.
+  const RawAnswer split = client.Ask(server.Get("/app/echo/deep/?code=a%0D%0ASet-Cookie:%20b"));
+  EXPECT_EQ(split.status, 200);
+  EXPECT_EQ(split.head.find("Set-Cookie"), std::string::npos);
+  client.Send("HEAD /app/echo/deep HTTP/1.1\r\n" + server.Host() + "\r\n");
+  const RawAnswer head = client.Receive(false);
+  EXPECT_NE(head.head.find("Content-Length: 4\r\n"), std::string::npos) << head.head;
+  EXPECT_EQ(client.Ask(server.Post("/app/echo/deep", "x")).status, 405);
+  client.Send("POST /app/echo/ HTTP/1.1\r\n" + server.Host() + "Content-Length: 5\r\nExpect: 100-continue\r\n\r\n");
+  EXPECT_EQ(client.Receive().status, 100);
+  EXPECT_EQ(client.Ask("hello").body, "POST 5");
+}
+
+TEST(ZHTTPServer, WhatPagesDoWrongIsAnError) {
+  TestServer server;
+  const struct {
+    const char* path;
+    FunctionPage::Answer answer;
+    int status;
+  } kCases[] = {
+      {"/nothing", [](const auto&, auto&) { return 200; }, 500},
+      {"/short",
+       [](const auto&, auto& response) { return response.BeginSend(5)->Write("x", 1), response.EndSend(), 200; }, 500},
+      {"/open", [](const auto&, auto& response) { return response.BeginSend(1)->Write("x", 1), 200; }, 500},
+      {"/throws", [](const auto&, auto&) -> int { throw std::runtime_error("page"); }, 500},
+      {"/late", [](const auto&, auto&) { return 404; }, 404},
+      {"/late409", [](const auto&, auto&) { return 409; }, 409},
+      {"/status", [](const auto&, auto& response) { return response.SetStatus(99), SendText(response, "x"); }, 500},
+      {"/moved", [](const auto&, auto& response) { return response.SetHeader("Location", "/x"), 303; }, 303},
+      {"/empty", [](const auto&, auto&) { return 204; }, 204},
+      {"/deny?deny", [](const auto&, auto& response) { return SendText(response, "x"); }, 400},
+  };
+  for (const auto& test : kCases) server.AddPage(test.path, "GET", test.answer);
+  ASSERT_TRUE(server.Start());
+  RawClient client(server.Port());
+  for (const auto& test : kCases) {
+    EXPECT_EQ(client.Ask(server.Get(test.path)).status, test.status) << test.path;
+    EXPECT_EQ(client.Ask(server.Get("/app/echo/")).status, 200) << test.path;
+  }
+}
+
+TEST(ZHTTPServer, DeadlinesEndWhatDoesNotCome) {
+  TestServer server;
+  server.ChangeLimits(
+      [](auto& limits) { limits.header_time = limits.body_time = limits.idle_time = milliseconds(200); });
+  ASSERT_TRUE(server.Start());
+  const struct {
+    std::string bytes;
+    int status;
+  } kCases[] = {
+      {"", 0},
+      {"G", 408},
+      {"GET /app/echo/ HTTP/1.1\r\n" + server.Host(), 408},
+      {"POST /app/echo/ HTTP/1.1\r\n" + server.Host() + "Content-Length: 5\r\n\r\nhell", 408},
+      {server.Get("/app/echo/"), 200},
+  };
+  for (const auto& test : kCases) {
+    RawClient client(server.Port());
+    const auto start = Clock::now();
+    client.Send(test.bytes);
+    EXPECT_EQ(client.Receive().status, test.status) << test.bytes;
+    EXPECT_TRUE(client.IsEnded()) << test.bytes;
+    EXPECT_GE(Clock::now() - start, milliseconds(180)) << test.bytes;
+  }
+}
+
+TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
+  TestServer server;
+  server.AddPage("/large", "GET",
+                 [](const Exchange&, ZHTTPSendResponse& response) { return SendText(response, Chaine(8 << 20, 'x')); });
+  server.ChangeLimits([](auto& limits) { limits.stall_time = milliseconds(600); });
+  ASSERT_TRUE(server.Start());
+  RawClient deaf(server.Port());
+  for (int i = 0; i < 3; i++) deaf.Send(server.Get("/large"));
+  RawClient slow(server.Port());
+  slow.Send(server.Get("/large"));
+  const auto start = Clock::now();
+  while (server.Log().empty() && Clock::now() - start < std::chrono::seconds(20)) {
+    std::this_thread::sleep_for(milliseconds(20));
+    slow.Take(50'000);
+  }
+  const auto log = server.Log();
+  ASSERT_EQ(log.size(), 1U) << "who pipelines and never reads is cut, who reads slowly is not";
+  EXPECT_FALSE(log[0].delivered);
+  EXPECT_GE(Clock::now() - start, milliseconds(550));
+  EXPECT_EQ(slow.Receive().body.size(), size_t{8} << 20);
+}
+
+TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
+  TestServer server;
+  server.AddPage("/large", "GET",
+                 [](const Exchange&, ZHTTPSendResponse& response) { return SendText(response, Chaine(8 << 20, 'x')); });
+  server.ChangeLimits([](auto& limits) { limits.threads = 2; });
+  ASSERT_TRUE(server.Start());
+  const std::string slow_head = server.Get("/app/echo/");
+  const std::string slow_body = "POST /app/echo/ HTTP/1.1\r\n" + server.Host() + "Content-Length: 900\r\n\r\n";
+  std::vector<std::unique_ptr<RawClient>> slow;
+  for (int i = 0; i < 8; i++) slow.push_back(std::make_unique<RawClient>(server.Port()));
+  for (size_t i = 4; i < 8; i++) slow[i]->Send(slow_body);
+  // These take no byte of a long answer.
+  std::vector<std::unique_ptr<RawClient>> deaf;
+  for (int i = 0; i < 4; i++) {
+    deaf.push_back(std::make_unique<RawClient>(server.Port()));
+    deaf.back()->Send(server.Get("/large"));
+  }
+  std::vector<milliseconds> times;
+  const auto start = Clock::now();
+  for (size_t second = 0; second < 3; second++) {
+    for (size_t i = 0; i < 8; i++) slow[i]->Send(i < 4 ? slow_head.substr(second, 1) : "x");
+    while (Clock::now() - start < std::chrono::seconds(second + 1)) {
+      const auto asked = Clock::now();
+      RawClient client(server.Port());
+      EXPECT_EQ(client.Ask(server.Get("/app/echo/")).status, 200);
+      times.push_back(std::chrono::duration_cast<milliseconds>(Clock::now() - asked));
+      std::this_thread::sleep_for(milliseconds(20));
+    }
+  }
+  // Whoever waited for a dripping client would wait for a second. A busy machine may hold up one or the other.
+  std::sort(times.begin(), times.end());
+  EXPECT_LT(times[times.size() * 9 / 10].count(), 100) << "nine of ten requests";
+  EXPECT_LT(times.back().count(), 900);
+}
+
+TEST(ZHTTPServer, LongBodiesLeaveThreadsToOthers) {
+  Gate gate;
+  TestServer server;
+  gate.AddTo(server);
+  server.ChangeLimits([](auto& limits) {
+    limits.threads = 2;
+    limits.body_bytes = 1 << 20;
+  });
+  ASSERT_TRUE(server.Start());
+  std::vector<std::unique_ptr<RawClient>> slow;
+  for (int i = 0; i < 4; i++) {
+    slow.push_back(std::make_unique<RawClient>(server.Port()));
+    slow.back()->Send(server.Post("/wait", std::string(300'000, 'x')));
+  }
+  gate.Await(1);
+  RawClient client(server.Port());
+  for (int i = 0; i < 3; i++) EXPECT_EQ(client.Ask(server.Get("/app/echo/")).status, 200);
+  EXPECT_EQ(gate.waiting, 1);
+  gate.promise.set_value();
+  for (const auto& one : slow) EXPECT_EQ(one->Receive().status, 200);
+}
+
+TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
+  const struct {
+    size_t size;
+    int at_work;  // of four
+    int answered;
+  } kCases[] = {{300'000, 2, 4}, {700'000, 1, 3}};
+  for (const auto& [size, at_work, answered] : kCases) {
+    Gate gate;
+    TestServer server;
+    gate.AddTo(server);
+    server.ChangeLimits([](auto& limits) {
+      limits.threads = 4;
+      limits.body_bytes = 1 << 20;
+      limits.pending_body_bytes = 2'200'000;
+    });
+    ASSERT_TRUE(server.Start());
+    std::vector<std::unique_ptr<RawClient>> slow;
+    for (int i = 0; i < 4; i++) {
+      slow.push_back(std::make_unique<RawClient>(server.Port()));
+      slow.back()->Send(server.Post("/wait", std::string(size, 'x')));
+      // Bodies count until they are answered: the fourth long one is too much, a short one is not.
+      if (i == 3 && answered == 3) {
+        EXPECT_EQ(slow.back()->Receive().status, 503);
+      }
+      std::this_thread::sleep_for(milliseconds(50));
+    }
+    gate.Await(at_work);
+    RawClient client(server.Port());
+    EXPECT_EQ(client.Ask(server.Post("/app/echo/", std::string(2000, 'x'))).body, "POST 2000");
+    EXPECT_EQ(gate.waiting, at_work) << size;
+    gate.promise.set_value();
+    for (int i = 0; i < answered; i++) EXPECT_EQ(slow[static_cast<size_t>(i)]->Receive().status, 200) << size;
+  }
+}
+
+TEST(ZHTTPServer, WhatIsTooMuchIsTurnedAway) {
+  Gate gate;
+  TestServer server;
+  gate.AddTo(server);
+  server.ChangeLimits([](auto& limits) {
+    limits.threads = 1;
+    limits.queue = 1;
+    limits.connections = 4;
+    limits.pending_messages = 1;
+  });
+  ASSERT_TRUE(server.Start());
+  RawClient working(server.Port());
+  working.Send(server.Get("/wait"));
+  gate.Await(1);
+  RawClient queued(server.Port());
+  queued.Send(server.Get("/wait"));
+  RawClient third(server.Port());
+  // The queued one may still be on its way.
+  std::this_thread::sleep_for(milliseconds(100));
+  const RawAnswer full = third.Ask(server.Get("/app/echo/"));
+  EXPECT_EQ(full.status, 503) << "queue";
+  EXPECT_NE(full.head.find("Retry-After: 1\r\n"), std::string::npos);
+  third.Close();
+  RawClient idle(server.Port());
+  RawClient second_idle(server.Port());
+  std::this_thread::sleep_for(milliseconds(100));
+  RawClient beyond(server.Port());
+  EXPECT_EQ(beyond.Receive().status, 503) << "connections";
+  beyond.Close();
+  // A connection that has kept silent makes room for one that speaks.
+  std::this_thread::sleep_for(milliseconds(1200));
+  RawClient late(server.Port());
+  EXPECT_TRUE(idle.IsEnded());
+  gate.promise.set_value();
+  EXPECT_EQ(queued.Receive().status, 200);
+  EXPECT_EQ(late.Ask(server.Get("/app/echo/")).status, 200);
+  for (int i = 0; i < 2; i++) {
+    const ZCountedPtr<Call> message(new Call([] {}));
+    server.messages.Post(message.get());
+  }
+  EXPECT_EQ(late.Ask(server.Get("/app/echo/")).status, 503) << "messages";
+  server.messages.RunPending();
+  RawClient again(server.Port());
+  EXPECT_EQ(again.Ask(server.Get("/app/echo/")).status, 200);
+}
+
+TEST(ZHTTPServer, BodiesThatComeTogetherAreBounded) {
+  TestServer server;
+  server.ChangeLimits([](auto& limits) { limits.pending_body_bytes = 1500; });
+  ASSERT_TRUE(server.Start());
+  const std::string open = "POST /app/echo/ HTTP/1.1\r\n" + server.Host() + "Content-Length: 1000\r\n\r\n";
+  RawClient first(server.Port());
+  first.Send(open + std::string(900, 'x'));
+  std::this_thread::sleep_for(milliseconds(50));
+  RawClient second(server.Port());
+  EXPECT_EQ(second.Ask(open + std::string(900, 'x')).status, 503);
+  EXPECT_EQ(first.Ask(std::string(100, 'x')).body, "POST 1000");
+  RawClient third(server.Port());
+  EXPECT_EQ(third.Ask(open + std::string(1000, 'x')).body, "POST 1000");
+}
+
+TEST(ZHTTPServer, PortsAreExclusive) {
+  TestServer first;
+  ASSERT_TRUE(first.Start());
+  EXPECT_FALSE(first.Start());
+  TestServer second(first.Port());
+  EXPECT_FALSE(second.Start());
+  EXPECT_EQ(second.start_error, EADDRINUSE);
+  EXPECT_FALSE(second.IsRunning());
+  // Taken again as soon as it is free, although connections of before die out.
+  RawClient client(first.Port());
+  EXPECT_EQ(client.Ask(first.Get("/app/echo/")).status, 200);
+  first.Stop();
+  EXPECT_EQ(first.stops, 1);
+  first.Stop();
+  EXPECT_EQ(first.stops, 1);
+  EXPECT_TRUE(second.Start());
+  RawClient other(second.Port());
+  EXPECT_EQ(other.Ask(second.Get("/app/echo/")).status, 200);
+  TestServer refused;
+  refused.allowed = false;
+  EXPECT_FALSE(refused.Start());
+  EXPECT_EQ(refused.start_error, 0);
+}
+
+TEST(ZHTTPServer, IntrusionsAreToldTogetherOnTheHostsThread) {
+  TestServer server;
+  ASSERT_TRUE(server.Start());
+  const std::string foreign = "GET /a?secret HTTP/1.1\r\nHost: evil.example\r\n\r\n";
+  for (int i = 0; i < 100; i++) EXPECT_EQ(RawClient(server.Port()).Ask(foreign).status, 403);
+  EXPECT_EQ(RawClient(server.Port()).Ask(server.Get("/favicon.ico")).status, 404);
+  EXPECT_TRUE(server.intrusions.empty());
+  EXPECT_EQ(server.messages.Pending(), 1U);
+  server.messages.RunPending();
+  ASSERT_EQ(server.intrusions.size(), 2U);
+  EXPECT_EQ(server.intrusions[0].reason, eHTTPIntrusion::eHost);
+  EXPECT_EQ(server.intrusions[0].status, 403);
+  EXPECT_EQ(server.intrusions[0].count, 100U);
+  EXPECT_EQ(server.intrusions[0].host, "evil.example");
+  EXPECT_EQ(server.intrusions[0].path, "/a");
+  EXPECT_EQ(server.intrusions[1].reason, eHTTPIntrusion::eNoPage);
+  EXPECT_EQ(server.intrusions[1].path, "/favicon.ico");
+  for (int i = 0; i < 40; i++) {
+    RawClient(server.Port()).Ask("GET / HTTP/1.1\r\nHost: " + std::string(static_cast<size_t>(i), 'e') + "\r\n\r\n");
+  }
+  server.messages.RunPending();
+  EXPECT_EQ(server.intrusions.size(), 2U + 16U);
+}
+
+TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
+  TestServer server;
+  ASSERT_TRUE(server.Start());
+  RawClient(server.Port()).Ask(server.Post("/app/echo/?code=F1", "hello"));
+  RawClient(server.Port()).Ask("GET / HTTP/1.1\r\n\r\n");
+  RawClient broken(server.Port());
+  broken.Send("POST /app/echo/broken HTTP/1.1\r\n" + server.Host() + "Content-Length: 9\r\n\r\nhell");
+  // It has come when another request is answered.
+  RawClient(server.Port()).Ask(server.Get("/app/echo/"));
+  server.Stop();
+  const auto log = server.Log();
+  ASSERT_EQ(log.size(), 4U);
+  EXPECT_EQ(log[3].url.Path(), "/app/echo/broken");
+  EXPECT_EQ(log[3].bytes_received, 4U);
+  EXPECT_EQ(log[3].reason, "the connection ended within the body");
+  EXPECT_EQ(log[0].method, "POST");
+  EXPECT_EQ(log[0].url.AsChaine(), "/app/echo/?code=F1");
+  EXPECT_EQ(log[0].remote_address, "127.0.0.1");
+  EXPECT_EQ(log[0].bytes_received, 5U);
+  EXPECT_EQ(log[0].bytes_sent, 6U);
+  EXPECT_TRUE(log[0].delivered);
+  EXPECT_EQ(log[0].reason, "");
+  EXPECT_EQ(log[1].status, 400);
+  EXPECT_EQ(log[1].reason, "Bad Request");
+}
+
+TEST(ZHTTPServer, PagesAreReplacedWhileRequestsRun) {
+  TestServer server;
+  ASSERT_TRUE(server.Start());
+  std::atomic<bool> done{false};
+  std::vector<std::thread> clients;
+  for (int i = 0; i < 4; i++) {
+    clients.emplace_back([&] {
+      RawClient client(server.Port());
+      while (!done) EXPECT_EQ(client.Ask(server.Get("/app/echo/new/")).status, 200);
+    });
+  }
+  for (int i = 0; i < 200; i++) {
+    server.AddPage("/app/echo/new", "GET", [text = Chaine(100, 'n')](const Exchange&, ZHTTPSendResponse& response) {
+      return SendText(response, text);
+    });
+    std::this_thread::sleep_for(milliseconds(1));
+  }
+  server.SetPageHandler(ZInetURL("/app/echo/new"), nullptr, false);
+  done = true;
+  for (std::thread& client : clients) client.join();
+  EXPECT_EQ(RawClient(server.Port()).Ask(server.Get("/app/echo/new")).body, "GET 0");
+}
+
+}  // namespace
+}  // namespace zforms

@@ -1,0 +1,145 @@
+// How a server stops: what runs is finished within bounds, and no message is lost.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/http_test_server.h"
+#include "tests/support/raw_http.h"
+#include "zforms/platform/http/http_server.h"
+
+namespace zforms {
+namespace {
+
+using std::chrono::milliseconds;
+
+TEST(ZHTTPServer, StopLetsRunningRequestsFinish) {
+  Gate gate;
+  TestServer server;
+  gate.AddTo(server);
+  ASSERT_TRUE(server.Start());
+  RawClient working(server.Port());
+  working.Send(server.Get("/wait"));
+  RawClient idle(server.Port());
+  EXPECT_EQ(idle.Ask(server.Get("/app/echo/")).status, 200);
+  RawClient partial(server.Port());
+  partial.Send("GET /app");
+  gate.Await(1);
+  std::thread opener([&] {
+    EXPECT_TRUE(idle.IsEnded());
+    EXPECT_TRUE(partial.IsEnded());
+    EXPECT_FALSE(RawClient(server.Port()).IsConnected());
+    gate.promise.set_value();
+  });
+  server.Stop();
+  opener.join();
+  const RawAnswer answer = working.Receive();
+  EXPECT_EQ(answer.body, "waited");
+  EXPECT_NE(answer.head.find("Connection: close\r\n"), std::string::npos);
+}
+
+TEST(ZHTTPServer, StopCutsWhatTakesTooLong) {
+  Gate gate;
+  TestServer server;
+  gate.AddTo(server);
+  server.ChangeLimits([](auto& limits) {
+    limits.stop_time = milliseconds(100);
+    limits.threads = 1;
+  });
+  ASSERT_TRUE(server.Start());
+  RawClient working(server.Port());
+  working.Send(server.Get("/wait"));
+  gate.Await(1);
+  RawClient queued(server.Port());
+  queued.Send(server.Get("/app/echo/"));
+  std::this_thread::sleep_for(milliseconds(50));
+  std::thread opener([&] {
+    EXPECT_TRUE(working.IsEnded());
+    EXPECT_EQ(queued.Receive().status, 503);
+    EXPECT_TRUE(queued.IsEnded());
+    gate.promise.set_value();
+  });
+  server.Stop();
+  opener.join();
+  EXPECT_EQ(server.served, 0) << "a request was served after its connection was cut";
+  ASSERT_EQ(server.Log().size(), 2U);
+  EXPECT_EQ(server.Log()[0].reason, "the server stops");
+}
+
+// A page may ask the host's thread for something while that thread stops the server.
+TEST(ZHTTPServer, StopServesPagesThatWaitForTheHost) {
+  TestServer server;
+  std::atomic<bool> asked{false};
+  server.AddPage("/ask", "GET", [&](const Exchange&, ZHTTPSendResponse& response) {
+    std::promise<void> told;
+    const ZCountedPtr<Call> message(new Call([&told] { told.set_value(); }));
+    server.messages.Post(message.get());
+    asked = true;
+    told.get_future().wait();
+    return SendText(response, "told");
+  });
+  ASSERT_TRUE(server.Start());
+  RawClient client(server.Port());
+  client.Send(server.Get("/ask"));
+  while (!asked) std::this_thread::sleep_for(milliseconds(1));
+  server.Stop();
+  EXPECT_EQ(client.Receive().body, "told");
+}
+
+// Sixteen clients post, some hang up before the answer, and the server is stopped
+// in the middle: each message of a served request is delivered, once.
+void StopDuringLoad(bool stop_from_host) {
+  TestServer server;
+  std::atomic<int> posted{0};
+  int delivered = 0;
+  server.AddPage("/save", "POST", [&](const Exchange&, ZHTTPSendResponse& response) {
+    const ZCountedPtr<Call> message(new Call([&delivered] { delivered++; }));
+    server.messages.Post(message.get());
+    posted++;
+    return SendText(response, "saved");
+  });
+  ASSERT_TRUE(server.Start());
+  const std::string save = server.Post("/save", std::string(200, 'x'));
+  std::atomic<int> answered{0};
+  std::vector<std::thread> clients;
+  for (int i = 0; i < 16; i++) {
+    clients.emplace_back([&, i] {
+      // On a slow machine some are turned away; they come again until nobody listens.
+      for (bool listens = true; listens;) {
+        RawClient client(server.Port());
+        listens = client.IsConnected();
+        for (int k = 0; k < 5 && client.Send(save) && i % 4 != 0 && client.Receive().status == 200; k++) answered++;
+      }
+    });
+  }
+  const auto is_loaded = [&] { return posted > 300 && answered > 0; };
+  if (stop_from_host) {
+    while (!is_loaded()) server.messages.WaitAndRun(milliseconds(5));
+    server.Stop();
+  } else {
+    std::thread stopper([&] {
+      while (!is_loaded()) std::this_thread::sleep_for(milliseconds(5));
+      server.Stop();
+      server.messages.Quit();
+    });
+    server.messages.Run();
+    stopper.join();
+  }
+  for (std::thread& client : clients) client.join();
+  EXPECT_EQ(delivered, posted);
+  EXPECT_GT(answered, 0);
+  EXPECT_LE(answered, posted);
+}
+
+TEST(ZHTTPServer, StopDuringLoadLosesNoMessage) {
+  StopDuringLoad(true);
+  StopDuringLoad(false);
+}
+
+}  // namespace
+}  // namespace zforms

@@ -1,0 +1,129 @@
+#include "tool/batch/batch_report.h"
+
+#include <cmath>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "tool/base/files.h"
+#include "tool/base/standard_streams.h"
+#include "tool/cli/commands.h"
+
+namespace zforms::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr auto kProgressInterval = std::chrono::milliseconds(200);
+
+std::string Dump(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+std::string Grouped(uint64_t number) {
+  std::string digits = std::to_string(number);
+  // A character and no text: of a text g++ 12 warns, wrongly, that it may overlap the digits (-Wrestrict).
+  for (size_t at = digits.size(); at > 3;) digits.insert(at -= 3, 1, ',');
+  return digits;
+}
+
+std::string TimeText(double seconds) {
+  const auto whole = static_cast<uint64_t>(std::round(seconds));
+  const auto two = [](uint64_t value) { return (value < 10 ? "0" : "") + std::to_string(value); };
+  if (whole < 3600) return std::to_string(whole / 60) + ":" + two(whole % 60);
+  return std::to_string(whole / 3600) + ":" + two(whole / 60 % 60) + ":" + two(whole % 60);
+}
+
+std::string Rows(uint64_t count) { return Grouped(count) + (count == 1 ? " row" : " rows"); }
+
+}  // namespace
+
+BatchReport::BatchReport(Console& console) : console_(console), on_terminal_(IsErrorTerminal()) {}
+
+bool BatchReport::Open(const std::string& path) {
+  path_ = path;
+  file_.open(FilePath(path + ".part"), std::ios::binary | std::ios::trunc);
+  file_ << "{\n\"failures\": [";
+  if (file_.good()) return true;
+  Console(path).Fail("the report cannot be written");
+  return false;
+}
+
+void BatchReport::Filled() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  filled_++;
+  ShowProgress();
+}
+
+void BatchReport::Found() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  found_++;
+  ShowProgress();
+}
+
+void BatchReport::ReadSoFar(double part) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  part_ = part;
+}
+
+void BatchReport::Failed(const Row& row, const std::string& field, const std::string& file, const std::string& what) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  ClearProgress();
+  const std::string where = field.empty() ? std::string() : "field \"" + field + "\": ";
+  console_.Warn("line " + std::to_string(row.line) + ": " + where + what);
+  if (file_.is_open()) {
+    Json json{{"line", row.line}, {"row", row.number}};
+    if (!field.empty()) json["field"] = field;
+    if (!file.empty()) json["file"] = file;
+    json["message"] = what;
+    file_ << (failed_ == 0 ? "\n" : ",\n") << Dump(json);
+  }
+  failed_++;
+}
+
+void BatchReport::ShowProgress() {
+  if (!on_terminal_ || Clock::now() - shown_ < kProgressInterval) return;
+  shown_ = Clock::now();
+  const double seconds = Seconds();
+  const uint64_t done = filled_ + found_ + failed_;
+  std::string line =
+      "\r" + Rows(done) + "  " + Grouped(static_cast<uint64_t>(static_cast<double>(done) / seconds)) + "/s";
+  if (part_ > 0) line += "  " + TimeText(seconds / part_ - seconds) + " left";
+  std::fputs((line + "\x1B[K").c_str(), stderr);
+  std::fflush(stderr);
+  progress_shown_ = true;
+}
+
+void BatchReport::ClearProgress() {
+  if (progress_shown_) std::fputs("\r\x1B[K", stderr);
+  progress_shown_ = false;
+}
+
+void BatchReport::Finish(const BatchOptions& options, bool stopped, unsigned jobs) {
+  ClearProgress();
+  const double seconds = Seconds();
+  if (on_terminal_ || failed_ > 0) {
+    std::string line = "zforms: " + Rows(filled_) + " filled in " + TimeText(seconds);
+    if (found_ > 0) line += ", " + Rows(found_) + " filled before";
+    if (failed_ > 0) line += ", " + Rows(failed_) + " not filled";
+    std::fputs((line + (stopped ? ", stopped there\n" : "\n")).c_str(), stderr);
+  }
+  if (!file_.is_open()) return;
+  file_ << (failed_ == 0 ? "],\n" : "\n],\n");
+  const auto member = [this](const char* name, const Json& value, bool last = false) {
+    file_ << "\"" << name << "\": " << Dump(value) << (last ? "\n}\n" : ",\n");
+  };
+  member("form", options.file);
+  member("data", options.data);
+  member("out", options.folder);
+  member("rows", filled_ + found_ + failed_);
+  member("filled", filled_);
+  member("filled_before", found_);
+  member("failed", failed_);
+  member("stopped", stopped);
+  member("jobs", jobs);
+  member("seconds", seconds, true);
+  file_.close();
+  std::error_code error;
+  if (file_.good()) std::filesystem::rename(FilePath(path_ + ".part"), FilePath(path_), error);
+  if (!file_.good() || error) Console(path_).Fail("the report cannot be written");
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <fstream>
+#include <mutex>
+#include <string>
+
+#include "tool/base/console.h"
+#include "tool/data/row.h"
+
+namespace zforms::tool {
+
+struct BatchOptions;
+
+// BatchReport counts what becomes of the rows, names the bad ones, shows the progress
+// on a terminal and writes the report, failure by failure, so that its memory does not
+// grow. Any thread may call it.
+class BatchReport {
+ public:
+  // `console` says what is wrong with the data.
+  explicit BatchReport(Console& console);
+
+  // Begins the file of the report beside `path`. False, and said, when that fails.
+  bool Open(const std::string& path);
+
+  void Filled();
+  // It was filled in an earlier run.
+  void Found();
+  void Failed(const Row& row, const std::string& field, const std::string& file, const std::string& what);
+  // How much of the data was read, from 0 to 1; negative when that is not known.
+  void ReadSoFar(double part);
+
+  // Ends the progress line and the report. Says how many rows failed.
+  void Finish(const BatchOptions& options, bool stopped, unsigned jobs);
+  uint64_t FailedCount() const { return failed_; }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void ShowProgress();
+  void ClearProgress();
+  double Seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
+
+  std::mutex mutex_;
+  Console& console_;
+  const Clock::time_point start_ = Clock::now();
+  Clock::time_point shown_;
+  bool on_terminal_;
+  bool progress_shown_ = false;
+  double part_ = -1;
+  uint64_t filled_ = 0;
+  uint64_t found_ = 0;
+  uint64_t failed_ = 0;
+  std::string path_;
+  std::ofstream file_;
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,107 @@
+#include "tool/batch/file_name.h"
+
+#include <algorithm>
+#include <array>
+
+#include "zforms/platform/text/letter_case.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr std::string_view kSuffix = ".pdf";
+constexpr size_t kMaxName = 200;
+// What some system refuses, or takes for something else.
+constexpr std::string_view kRefused = "/\\:*?\"<>|";
+constexpr std::array<std::string_view, 4> kDevices = {"con", "prn", "aux", "nul"};
+
+bool IsRefused(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 32 || byte == 127 || kRefused.find(c) != std::string_view::npos;
+}
+
+// Windows opens a device under these names, whatever follows a ".".
+bool IsDevice(std::string_view name) {
+  const std::string base = FoldCase(name.substr(0, name.find('.'))).ToString();
+  if (std::find(kDevices.begin(), kDevices.end(), base) != kDevices.end()) return true;
+  return base.size() == 4 && (base.starts_with("com") || base.starts_with("lpt")) && base[3] >= '1' && base[3] <= '9';
+}
+
+// Cuts UTF-8 after a whole character.
+void CutAt(std::string* text, size_t size) {
+  if (text->size() <= size) return;
+  while (size > 0 && (static_cast<unsigned char>((*text)[size]) & 0xC0) == 0x80) size--;
+  text->resize(size);
+}
+
+}  // namespace
+
+std::string SafeFileName(std::string_view stem, std::string_view suffix) {
+  std::string name(stem);
+  for (char& c : name) {
+    if (IsRefused(c)) c = '_';
+  }
+  CutAt(&name, kMaxName - std::min(kMaxName, suffix.size()));
+  while (name.ends_with(' ') || name.ends_with('.')) name.pop_back();
+  name.erase(0, name.find_first_not_of(' '));
+  if (name.empty()) return {};
+  // A name that starts with a dot is hidden; one that starts with a hyphen looks like an option.
+  if (name.front() == '.' || name.front() == '-') name.front() = '_';
+  if (IsDevice(name)) name.insert(0, 1, '_');
+  return name.append(suffix);
+}
+
+bool FileNamePattern::Parse(std::string_view pattern, std::string* error) {
+  if (pattern.ends_with(kSuffix)) pattern.remove_suffix(kSuffix.size());
+  literals_.assign(1, std::string());
+  keys_.clear();
+  for (size_t at = 0; at < pattern.size(); at++) {
+    const char c = pattern[at];
+    const bool doubled = at + 1 < pattern.size() && pattern[at + 1] == c;
+    if ((c == '{' || c == '}') && doubled) {
+      at++;
+    } else if (c == '{') {
+      if (!ParseKey(pattern, &at, error)) return false;
+      continue;
+    } else if (c == '}') {
+      *error = "a \"}\" without \"{\"; \"}}\" stands for the brace itself";
+      return false;
+    }
+    if (IsRefused(c)) {
+      *error = std::string("a file name cannot hold \"") + c + "\"";
+      return false;
+    }
+    literals_.back() += c;
+  }
+  if (!keys_.empty()) return true;
+  *error = "it names no column, such as {id}, so that all rows would have the same name";
+  return false;
+}
+
+bool FileNamePattern::ParseKey(std::string_view pattern, size_t* at, std::string* error) {
+  const size_t end = pattern.find('}', *at);
+  if (end == std::string_view::npos || end == *at + 1) {
+    *error = "a \"{\" that opens no column's name; \"{{\" stands for the brace itself";
+    return false;
+  }
+  keys_.emplace_back(pattern.substr(*at + 1, end - *at - 1));
+  literals_.emplace_back();
+  *at = end;
+  return true;
+}
+
+std::string FileNamePattern::Make(const ValueOf& value_of, std::string* error) const {
+  std::string stem = literals_.front();
+  for (size_t i = 0; i < keys_.size(); i++) {
+    const std::string* value = value_of(keys_[i]);
+    if (value == nullptr) {
+      *error = "it has no \"" + keys_[i] + "\" for the name of its file";
+      return {};
+    }
+    stem += *value + literals_[i + 1];
+  }
+  std::string name = SafeFileName(stem, kSuffix);
+  if (name.empty()) *error = "nothing is left of the name of its file";
+  return name;
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tool/batch/batch_plan.h"
+#include "tool/batch/form_press.h"
+#include "tool/data/row.h"
+
+namespace zforms::tool {
+
+// RowFiller fills a copy of the form from one row after the other. Made by the thread
+// that has the form, then used by one; the plan and the guard are
+// shared and outlive it.
+class RowFiller {
+ public:
+  RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FormGuard& guard);
+
+  // The form with the values of the row, which the fields take.
+  Chaine Fill(const Row& row);
+
+ private:
+  const BatchPlan& plan_;
+  BatchPlan::Match match_;
+  FormPress press_;
+  std::vector<FormPress::Value> values_;
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,307 @@
+// Fills a form once for each row of a table, with several threads.
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "tool/base/files.h"
+#include "tool/batch/batch_folder.h"
+#include "tool/batch/batch_plan.h"
+#include "tool/batch/batch_report.h"
+#include "tool/batch/file_name.h"
+#include "tool/batch/row_filler.h"
+#include "tool/cli/commands.h"
+#include "tool/data/row_reader.h"
+#include "tool/forms/open_form.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/platform/base/diagnostics.h"
+#include "zforms/platform/files/inet_stream.h"
+
+namespace zforms::tool {
+namespace {
+
+// How many rows a thread takes at a time.
+constexpr size_t kRowsAtOnce = 8;
+constexpr unsigned kMostJobs = 256;
+constexpr const char* kDefaultName = "{row}.pdf";
+constexpr const char* kRowKey = "row";  // of the name: the row's number
+constexpr size_t kRowDigits = 6;
+constexpr size_t kMostUnused = 1000;
+
+uint64_t HashOf(const Row& row) {
+  uint64_t hash = 0;
+  for (size_t i = 0; i < row.cells.size(); i++) {
+    const Cell& cell = row.cells[i];
+    hash = StableHash((*row.names)[i], hash);
+    hash = StableHash(cell.text, hash + (cell.is_null ? 1 : 0));
+    for (const std::string& more : cell.more) hash = StableHash(more, hash + 2);
+  }
+  return hash;
+}
+
+// A row that is to be filled, with the place of its file.
+struct Task {
+  Row row;
+  BatchFolder::Seat seat;
+};
+
+// One run of a batch: the threads share the reader, the folder and the report.
+class BatchRun {
+ public:
+  BatchRun(const BatchOptions& options, Console& console)
+      : options_(options), console_(console), match_(plan_), report_(console) {}
+
+  bool Prepare();
+  // The exit status.
+  int Run();
+  // The same when Prepare was false: what the form forbids is a warning.
+  int StatusOfRefusal() const { return forbidden_ ? form_status_ : kFailed; }
+
+ private:
+  bool HasNameColumns(const std::vector<std::string>& names);
+  bool MakeWhole(Console& console);
+  bool Guard();
+  bool PrepareFolder();
+  void CheckColumns(const Row& row);
+  void Work(unsigned number, RowFiller& filler);
+  size_t TakeTasks(std::vector<Task>* tasks);
+  bool Place(Task* task);
+  bool Check(const Row& row);
+  std::string NameOf(const Row& row, std::string* error) const;
+  void Fill(const Task& task, RowFiller& filler, unsigned number);
+  void Fail(const Row& row, const std::string& field, const std::string& file, const std::string& what);
+
+  const BatchOptions& options_;
+  Console& console_;
+  ZAcroForm form_;
+  std::unique_ptr<FormGuard> guard_;
+  int form_status_ = kDone;
+  bool forbidden_ = false;
+  BatchPlan plan_;
+  BatchPlan::Match match_;
+  FileNamePattern pattern_;
+  BatchFolder folder_;
+  BatchReport report_;
+  std::mutex reading_;
+  std::unique_ptr<RowReader> reader_;
+  RowNames checked_names_;
+  std::set<std::string> unused_;
+  std::atomic<bool> stopped_ = false;
+  bool ended_ = false;
+};
+
+bool BatchRun::Prepare() {
+  Console form_console(options_.file);
+  if (!KeepsInputs(options_.report, {options_.data, options_.file, options_.maps}, console_)) return false;
+  if (!OpenFormWithFields(options_.file, options_.password, form_, form_console, options_.recover)) return false;
+  if (!Guard() || !MakeWhole(form_console)) return false;
+  if (!plan_.Make(options_, form_, *guard_, form_console)) return false;
+  std::string error;
+  if (!pattern_.Parse(options_.name.empty() ? kDefaultName : options_.name, &error)) {
+    console_.Fail("--name: " + error);
+    return false;
+  }
+  reader_ = OpenRows(options_.data, &error);
+  if (reader_ == nullptr) {
+    console_.Fail(error);
+    return false;
+  }
+  if (reader_->Header() != nullptr && !plan_.Feeds(*reader_->Header())) {
+    console_.Fail("no column of it feeds a field of the form");
+    return false;
+  }
+  if (reader_->Header() != nullptr && !HasNameColumns(*reader_->Header())) return false;
+  // The form's own oddities are said once, not for each row.
+  form_console.WarnAll(form_.Diagnostics());
+  form_console.Finish();
+  if (!folder_.Take(options_.folder, &error)) {
+    console_.Fail(error);
+    return false;
+  }
+  if (!options_.report.empty() && !report_.Open(options_.report)) return false;
+  return PrepareFolder();
+}
+
+// Whether every row can have a name: false, and said, when it would take a column that is not there.
+bool BatchRun::HasNameColumns(const std::vector<std::string>& names) {
+  for (const std::string& key : pattern_.Keys()) {
+    if (key == kRowKey || std::find(names.begin(), names.end(), key) != names.end()) continue;
+    console_.Fail("--name: there is no column \"" + key + "\"");
+    return false;
+  }
+  return true;
+}
+
+// A form that was recovered from damage is written anew once, so that each row can
+// be appended to it.
+bool BatchRun::MakeWhole(Console& console) {
+  if (!form_.SavesAnew()) return true;
+  Chaine whole;
+  ZInetChaineOStream out(whole);
+  if (form_.SaveFull(out)) return true;
+  console.Fail(form_.Diagnostics().Failure());
+  return false;
+}
+
+// What stands against filling is said once, not for each row.
+bool BatchRun::Guard() {
+  Console console(options_.file);
+  guard_ = std::make_unique<FormGuard>(form_, options_.guard);
+  forbidden_ = !guard_->AllowsFilling(console);
+  if (!forbidden_) guard_->SayWhatGoes(console);
+  form_status_ = console.Finish();
+  return !forbidden_;
+}
+
+bool BatchRun::PrepareFolder() {
+  uint64_t job = StableHash(form_.RawData());
+  job = StableHash(options_.name, job);
+  if (options_.guard.keep_xfa) job = StableHash("--xfa keep", job);
+  if (options_.guard.force) job = StableHash("--force", job);
+  for (const BatchField& field : plan_.Fields()) {
+    job = StableHash(field.name + "\n" + field.full_column + "\n" + field.column + "\n" + field.constant.text, job);
+  }
+  const BatchFolder::Mode mode = options_.resume      ? BatchFolder::Mode::kResume
+                                 : options_.overwrite ? BatchFolder::Mode::kOverwrite
+                                                      : BatchFolder::Mode::kNew;
+  std::string error;
+  if (folder_.Open(mode, job, &error)) return true;
+  console_.Fail(error);
+  return false;
+}
+
+// Says once of each column that it feeds nothing.
+void BatchRun::CheckColumns(const Row& row) {
+  if (row.names == checked_names_) return;
+  checked_names_ = row.names;
+  for (const std::string& name : plan_.Unused(*row.names)) {
+    if (std::find(pattern_.Keys().begin(), pattern_.Keys().end(), name) != pattern_.Keys().end()) continue;
+    if (unused_.size() >= kMostUnused || !unused_.insert(name).second) continue;
+    console_.Warn(plan_.WhyUnused(name));
+  }
+}
+
+std::string BatchRun::NameOf(const Row& row, std::string* error) const {
+  std::string number = std::to_string(row.number);
+  if (number.size() < kRowDigits) number.insert(0, kRowDigits - number.size(), '0');
+  return pattern_.Make(
+      [&](const std::string& key) -> const std::string* {
+        const auto found = std::find(row.names->begin(), row.names->end(), key);
+        if (found == row.names->end()) return key == kRowKey ? &number : nullptr;
+        const Cell& cell = row.cells[static_cast<size_t>(found - row.names->begin())];
+        return cell.is_null ? nullptr : &cell.text;
+      },
+      error);
+}
+
+void BatchRun::Fail(const Row& row, const std::string& field, const std::string& file, const std::string& what) {
+  report_.Failed(row, field, file, what);
+  if (options_.stop_on_error) stopped_ = true;
+}
+
+// Whether the fields take the values of the row. A bad row takes no name from others.
+bool BatchRun::Check(const Row& row) {
+  for (size_t i = 0; i < plan_.Fields().size(); i++) {
+    const BatchField& field = plan_.Fields()[i];
+    const Cell* value = field.is_constant ? nullptr : match_.ValueOf(row, i);
+    if (value == nullptr) continue;
+    std::string faults;
+    for (const Chaine& fault : field.rule->Judge(TextsOf(*value)).faults) {
+      faults += (faults.empty() ? "" : "; ") + fault.ToString();
+    }
+    if (!faults.empty()) {
+      Fail(row, field.name, {}, faults);
+      return false;
+    }
+  }
+  return true;
+}
+
+// Finds the place of a row's file; false when there is nothing to fill.
+bool BatchRun::Place(Task* task) {
+  const Row& row = task->row;
+  BatchFolder::Seat& seat = task->seat;
+  seat.name.clear();
+  std::string error = row.fault;
+  if (error.empty() && !Check(row)) return false;
+  if (error.empty()) seat.name = NameOf(row, &error);
+  if (error.empty()) {
+    seat.content = HashOf(row);
+    folder_.Enter(&seat, row.line, &error);
+  }
+  if (!error.empty()) {
+    Fail(row, {}, seat.name, error);
+    return false;
+  }
+  if (seat.place == BatchFolder::Place::kDone) report_.Found();
+  return seat.place != BatchFolder::Place::kDone;
+}
+
+// Rows are read and named by one thread at a time, in their order, so that the first
+// of two rows with the same name has it whatever the number of threads.
+size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
+  const std::lock_guard<std::mutex> lock(reading_);
+  size_t count = 0;
+  while (count < tasks->size() && !ended_ && !stopped_) {
+    Task& task = (*tasks)[count];
+    if (!reader_->Next(&task.row)) {
+      ended_ = true;
+      break;
+    }
+    if (task.row.fault.empty()) CheckColumns(task.row);
+    if (Place(&task)) count++;
+  }
+  const ByteSource& source = reader_->Source();
+  if (source.Size() > 0) report_.ReadSoFar(static_cast<double>(source.Position()) / static_cast<double>(source.Size()));
+  return count;
+}
+
+void BatchRun::Fill(const Task& task, RowFiller& filler, unsigned number) {
+  std::string error = "the filled form cannot be made";
+  const Chaine bytes = filler.Fill(task.row);
+  if (!bytes.IsEmpty() && folder_.Write(task.seat, number, bytes, &error)) {
+    report_.Filled();
+  } else {
+    Fail(task.row, {}, task.seat.name, "its file \"" + task.seat.name + "\": " + error);
+  }
+}
+
+void BatchRun::Work(unsigned number, RowFiller& filler) {
+  std::vector<Task> tasks(kRowsAtOnce);
+  while (const size_t count = TakeTasks(&tasks)) {
+    for (size_t i = 0; i < count; i++) Fill(tasks[i], filler, number);
+  }
+}
+
+int BatchRun::Run() {
+  const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
+  const unsigned jobs = std::min(options_.jobs == 0 ? cores : options_.jobs, kMostJobs);
+  std::deque<RowFiller> fillers;
+  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_, *guard_);
+  std::vector<std::thread> threads;
+  for (unsigned i = 1; i < jobs; i++) threads.emplace_back([this, i, &fillers] { Work(i, fillers[i]); });
+  Work(0, fillers[0]);
+  for (std::thread& thread : threads) thread.join();
+  report_.Finish(options_, stopped_, jobs);
+  if (!reader_->Failure().empty()) console_.Fail(reader_->Failure());
+  if (stopped_) return kFailed;
+  const int status = console_.Finish();
+  return status == kDone ? form_status_ : status;
+}
+
+}  // namespace
+
+int RunBatch(const BatchOptions& options) {
+  Console console(options.data);
+  if (options.file == kStandardStream && options.data == kStandardStream) {
+    console.Fail("the form and the data cannot both come from standard input");
+    return kFailed;
+  }
+  BatchRun run(options, console);
+  return run.Prepare() ? run.Run() : run.StatusOfRefusal();
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tool/forms/form_guard.h"
+
+namespace zforms::tool {
+
+// The commands of the tool, with what the command line says to each. Every one
+// returns the exit status; messages go to standard error, results to standard
+// output. "-" as a path is standard input or output.
+
+struct FieldsOptions {
+  std::string file;
+  std::string password;
+  bool recover = false;
+  bool json = false;
+};
+int RunFields(const FieldsOptions& options);
+
+struct FillOptions {
+  std::string file;
+  std::string data;
+  std::string output;
+  std::string password;
+  bool recover = false;
+  GuardOptions guard;
+};
+int RunFill(const FillOptions& options);
+
+struct ExportOptions {
+  std::vector<std::string> files;
+  std::string format = "xfdf";  // xfdf, fdf, json, jsonl or csv
+  std::string output;
+  std::string password;
+  bool all = false;
+  bool recover = false;
+  bool spreadsheet = false;
+};
+int RunExport(const ExportOptions& options);
+
+struct MapOptions {
+  std::string file;
+  std::string maps;
+  std::string section;
+  std::string password;
+  std::vector<std::string> rubrics;  // "NAME" or "NAME=FILE"
+  bool recover = false;
+};
+int RunMap(const MapOptions& options);
+
+struct BatchOptions {
+  std::string file;
+  std::string data;
+  std::string maps;
+  std::string section;
+  std::vector<std::string> rubrics;  // "NAME=FILE", and "NAME" for that of the rows
+  std::string folder;
+  std::string name;
+  std::string report;
+  std::string password;
+  unsigned jobs = 0;  // 0 for as many as there are cores
+  bool stop_on_error = false;
+  bool resume = false;
+  bool overwrite = false;
+  bool recover = false;
+  GuardOptions guard;
+};
+int RunBatch(const BatchOptions& options);
+
+struct CheckOptions {
+  std::string file;
+  std::string password;
+  bool recover = false;
+};
+int RunCheck(const CheckOptions& options);
+
+struct RewriteOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+  bool recover = false;
+  bool force = false;
+};
+int RunRewrite(const RewriteOptions& options);
+
+struct PermissionsOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+  bool recover = false;
+  bool force = false;
+  std::optional<uint32_t> flags;
+};
+int RunPermissions(const PermissionsOptions& options);
+
+struct ViewerOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+  bool recover = false;
+  bool force = false;
+  std::optional<bool> hide_toolbar;
+  std::optional<bool> hide_menubar;
+  std::optional<bool> hide_window_ui;
+  std::optional<bool> fit_window;
+  std::optional<bool> center_window;
+  std::optional<bool> display_doc_title;
+};
+int RunViewer(const ViewerOptions& options);
+
+struct ShowOptions {
+  std::string file;
+  std::string object;
+  std::string password;
+  bool recover = false;
+  bool data = false;
+};
+int RunShow(const ShowOptions& options);
+
+}  // namespace zforms::tool

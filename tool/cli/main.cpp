@@ -1,0 +1,318 @@
+// The command line tool: reads what the user asks for and hands it to a command.
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdio>
+#include <functional>
+
+#include "tool/base/console.h"
+#include "tool/cli/commands.h"
+#include "tool/cli/common_options.h"
+#include "tool/cli/server_commands.h"
+#include "tool/cli/usage_error.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  zforms fields form.pdf
+  zforms fill form.pdf data.xfdf -o filled.pdf
+  zforms export filled.pdf > values.xfdf
+  curl -s http://localhost/form.pdf | zforms fill - data.xfdf -o - > filled.pdf
+
+"-" stands for standard input or standard output. The exit status is 0 when done, 3 when
+done with warnings and 2 when it failed; messages go to standard error as
+"zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" tells more.)";
+
+CLI::Option* AddOutput(CLI::App* command, std::string* output) {
+  return command->add_option("-o,--output", *output,
+                             "Where the result goes: a file, or \"-\" for standard output. It is written beside the "
+                             "file and renamed, so it is never half there.");
+}
+
+// A flag that may be left as it is, set, or taken back with --no-...
+void AddSwitch(CLI::App* command, const std::string& name, std::optional<bool>* value, const std::string& what) {
+  command->add_flag_function(
+      "--" + name + ",!--no-" + name, [value](int64_t count) { *value = count > 0; }, what);
+}
+
+std::string ParseFlags(const std::string& text, std::optional<uint32_t>* flags) {
+  const bool negative = text.starts_with('-');
+  const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+  const std::string digits = text.substr(negative ? 1 : hexadecimal ? 2 : 0);
+  uint64_t value = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, hexadecimal ? 16 : 10);
+  if (error != std::errc() || end != digits.data() + digits.size() || value > UINT32_MAX ||
+      (negative && value > uint64_t{1} << 31)) {
+    return "the permission flags are a 32-bit number, such as -4, 4294967292 or 0xFFFFFFFC";
+  }
+  *flags = static_cast<uint32_t>(negative ? 0 - value : value);
+  return {};
+}
+
+// Every command with its options; `run` becomes the one that the user asked for.
+class CommandLine {
+ public:
+  explicit CommandLine(CLI::App& app) : app_(app) {
+    AddFields();
+    AddFill();
+    AddExport();
+    AddMap();
+    AddBatch();
+    AddCheck();
+    AddRewrite();
+    AddPermissions();
+    AddViewer();
+    AddShow();
+    AddServerCommands(app_, &run_);
+  }
+
+  int Run() const { return run_(); }
+
+ private:
+  CLI::App* Add(const std::string& name, const std::string& what, const std::string& examples,
+                const std::function<int()>& run) {
+    CLI::App* command = app_.add_subcommand(name, what);
+    command->footer("Examples:\n" + examples);
+    command->callback([this, run] { run_ = run; });
+    return command;
+  }
+
+  void AddFields() {
+    CLI::App* command = Add("fields", "List the form's fields: name, type, value, default, options, states and flags.",
+                            "  zforms fields form.pdf\n  zforms fields form.pdf --json | jq '.fields[].name'",
+                            [this] { return RunFields(fields_); });
+    AddFile(command, &fields_.file);
+    AddPassword(command, &fields_.password);
+    AddRecover(command, &fields_.recover);
+    command->add_flag("--json", fields_.json, "Print JSON for other programs, with every detail.");
+  }
+
+  void AddFill() {
+    CLI::App* command = Add(
+        "fill",
+        "Fill the form's fields with the values of an XFDF, FDF, JSON or CSV file. The change is appended to the "
+        "bytes read, which "
+        "stay as they were. Names that the form does not know, and values that a field does not take, are reported; "
+        "such a field keeps its old value.",
+        "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
+        [this] { return RunFill(fill_); });
+    AddFile(command, &fill_.file);
+    command
+        ->add_option("DATA", fill_.data,
+                     "The file with the values, CSV with one row below the names, or \"-\" for standard input.")
+        ->required();
+    AddOutput(command, &fill_.output)->required();
+    AddPassword(command, &fill_.password);
+    AddRecover(command, &fill_.recover);
+    AddGuard(command, &fill_.guard);
+  }
+
+  static void AddGuard(CLI::App* command, GuardOptions* guard) {
+    AddForce(command, &guard->force);
+    command
+        ->add_option_function<std::string>(
+            "--xfa", [guard](const std::string& what) { guard->keep_xfa = what == "keep"; },
+            "What becomes of an XFA form beside the fields, which readers that know it show in their place: \"drop\" "
+            "takes it out when a value changes, of a signed form with --force alone; \"keep\" leaves it.")
+        ->check(CLI::IsMember({"keep", "drop"}))
+        ->default_str("drop");
+  }
+
+  void AddExport() {
+    CLI::App* command = Add("export",
+                            "Write the values of the form's fields as XFDF, FDF, JSON or CSV, in UTF-8. CSV, JSON and "
+                            "JSONL, an object on each line, take any number of forms, a row for each.",
+                            "  zforms export filled.pdf > values.xfdf\n"
+                            "  zforms export filled.pdf --format fdf -o values.fdf\n"
+                            "  zforms export filled/*.pdf --format csv -o table.csv",
+                            [this] { return RunExport(export_); });
+    command->add_option("FORM", export_.files, "The PDF file, or \"-\" for standard input.")->required();
+    command->add_option("--format", export_.format, "xfdf if not said.")
+        ->check(CLI::IsMember({"xfdf", "fdf", "json", "jsonl", "csv"}));
+    command->add_flag("--all", export_.all,
+                      "Export the fields that the form marks as not to be exported as well; they are left out if not "
+                      "said.");
+    command->add_flag(
+        "--spreadsheet", export_.spreadsheet,
+        "CSV for a spreadsheet: a \"'\" stands before what would run as a formula. Without it batch reads "
+        "the table back as it was.");
+    AddOutput(command, &export_.output)->default_str("-");
+    export_.output = "-";
+    AddPassword(command, &export_.password);
+    AddRecover(command, &export_.recover);
+  }
+
+  static CLI::Option* AddMaps(CLI::App* command, std::string* maps, std::string* section, const char* option) {
+    CLI::Option* ini =
+        command->add_option(option, *maps, "An INI file that says which field is fed by what: \"field=rubric.name\".");
+    command->add_option("--section", *section, "The section with the maps; may be left out when there is one.");
+    return ini;
+  }
+
+  void AddMap() {
+    CLI::App* command =
+        Add("map", "Show what would feed each field of the form, with the values where rubric files are given.",
+            "  zforms map form.pdf --ini maps.ini --section Member\n"
+            "  zforms map form.pdf --ini maps.ini --rubric person=person.csv --rubric club=club.ini",
+            [this] { return RunMap(map_); });
+    AddFile(command, &map_.file);
+    AddMaps(command, &map_.maps, &map_.section, "--ini")->required();
+    command->add_option("--rubric", map_.rubrics,
+                        "NAME=FILE: the values of a rubric, from CSV (its first row), JSON or INI.");
+    AddPassword(command, &map_.password);
+    AddRecover(command, &map_.recover);
+  }
+
+  void AddBatch() {
+    CLI::App* command =
+        Add("batch",
+            "Fill the form once for each row of a table. Columns feed the fields of their names, or those that maps "
+            "say. Two rows never get the same file, no file is written over, and what is there is whole: a batch that "
+            "was interrupted goes on with --resume.",
+            "  zforms batch form.pdf --data rows.csv --out filled\n"
+            "  zforms batch form.pdf --data rows.csv --out filled --name '{id}-{name}.pdf' --report report.json\n"
+            "  zforms batch form.pdf --data rows.jsonl --map maps.ini --section Member --out filled --resume",
+            [this] { return RunBatch(batch_); });
+    AddFile(command, &batch_.file);
+    command
+        ->add_option("--data", batch_.data,
+                     "The table: CSV whose first record names the columns, or one JSON object on each line.")
+        ->required();
+    command->add_option("--out", batch_.folder, "The folder for the filled forms; it is made when it is missing.")
+        ->required();
+    command->add_option("--name", batch_.name,
+                        "The names of the files, with {column} for the row's values and {row} for its number.");
+    AddMaps(command, &batch_.maps, &batch_.section, "--map");
+    command->add_option("--rubric", batch_.rubrics,
+                        "NAME: the rubric that the columns are of. NAME=FILE: a rubric that is the same for all rows.");
+    command->add_option("--jobs", batch_.jobs,
+                        "How many forms are filled at the same time; as many as there are cores "
+                        "if not said.");
+    command
+        ->add_option_function<std::string>(
+            "--on-error", [this](const std::string& what) { batch_.stop_on_error = what == "stop"; },
+            "What a bad row does: \"skip\" goes on with the others, \"stop\" ends the batch.")
+        ->check(CLI::IsMember({"stop", "skip"}))
+        ->default_str("skip");
+    CLI::Option* resume = command->add_flag("--resume", batch_.resume, "Go on where an earlier run was interrupted.");
+    command->add_flag("--overwrite", batch_.overwrite, "Start over, and write over the files that are there.")
+        ->excludes(resume);
+    command->add_option("--report", batch_.report, "A JSON file that says what became of the rows.");
+    AddPassword(command, &batch_.password);
+    AddRecover(command, &batch_.recover);
+    AddGuard(command, &batch_.guard);
+  }
+
+  void AddCheck() {
+    CLI::App* command =
+        Add("check",
+            "Say what kind of file it is: version, encryption, cross-reference sections, fields, submit "
+            "buttons, and everything odd, with object numbers.",
+            "  zforms check form.pdf", [this] { return RunCheck(check_); });
+    AddFile(command, &check_.file);
+    AddPassword(command, &check_.password);
+    AddRecover(command, &check_.recover);
+  }
+
+  void AddRewrite() {
+    CLI::App* command = Add("rewrite",
+                            "Write the whole document anew, with every object that is in use and one cross-reference "
+                            "section. An encrypted document stays encrypted.",
+                            "  zforms rewrite form.pdf -o clean.pdf", [this] { return RunRewrite(rewrite_); });
+    AddFile(command, &rewrite_.file);
+    AddOutput(command, &rewrite_.output)->required();
+    AddPassword(command, &rewrite_.password);
+    AddRecover(command, &rewrite_.recover);
+    AddForceLosses(command, &rewrite_.force);
+  }
+
+  void AddPermissions() {
+    CLI::App* command =
+        Add("permissions",
+            "Show the permission flags of the document, or set them. Setting others than it has encrypts the "
+            "document with the password that opens it, which may be empty, and writes it anew.",
+            "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf",
+            [this] { return RunPermissions(permissions_); });
+    AddFile(command, &permissions_.file);
+    CLI::Option* set = command->add_option_function<std::string>(
+        "--set",
+        [this](const std::string& text) {
+          const std::string fault = ParseFlags(text, &permissions_.flags);
+          if (!fault.empty()) throw CLI::ValidationError("--set", fault);
+        },
+        "The new flags, as a decimal or 0x number. -4 allows everything; the bits are those of ISO 32000-1, table 22.");
+    set->type_name("FLAGS");
+    AddOutput(command, &permissions_.output)->needs(set);
+    AddPassword(command, &permissions_.password);
+    AddRecover(command, &permissions_.recover);
+    AddForceLosses(command, &permissions_.force);
+  }
+
+  void AddViewer() {
+    CLI::App* command = Add("viewer", "Set how a viewer shows the document when it opens it.",
+                            "  zforms viewer form.pdf --hide-toolbar --fit-window -o plain.pdf\n"
+                            "  zforms viewer plain.pdf --no-hide-toolbar -o form.pdf",
+                            [this] { return RunViewer(viewer_); });
+    AddFile(command, &viewer_.file);
+    AddSwitch(command, "hide-toolbar", &viewer_.hide_toolbar, "Hide the viewer's tool bars.");
+    AddSwitch(command, "hide-menubar", &viewer_.hide_menubar, "Hide its menu bar.");
+    AddSwitch(command, "hide-window-ui", &viewer_.hide_window_ui, "Hide scroll bars and other controls.");
+    AddSwitch(command, "fit-window", &viewer_.fit_window, "Make the window as large as the first page.");
+    AddSwitch(command, "center-window", &viewer_.center_window, "Put the window in the middle of the screen.");
+    AddSwitch(command, "display-doc-title", &viewer_.display_doc_title,
+              "Show the document's title, not the file's name.");
+    AddOutput(command, &viewer_.output)->required();
+    AddPassword(command, &viewer_.password);
+    AddRecover(command, &viewer_.recover);
+    AddForce(command, &viewer_.force);
+  }
+
+  void AddShow() {
+    CLI::App* command = Add("show", "Print the text of one object, in clear.",
+                            "  zforms show form.pdf trailer\n  zforms show form.pdf 12\n"
+                            "  zforms show form.pdf 12 --data > stream.bin",
+                            [this] { return RunShow(show_); });
+    AddFile(command, &show_.file);
+    command->add_option("OBJECT", show_.object, "The object's number, with its generation if not 0, or \"trailer\".")
+        ->required();
+    command->add_flag("--data", show_.data, "Write the bytes of the object's stream, filters still applied.");
+    AddPassword(command, &show_.password);
+    AddRecover(command, &show_.recover);
+  }
+
+  CLI::App& app_;
+  std::function<int()> run_;
+  FieldsOptions fields_;
+  FillOptions fill_;
+  ExportOptions export_;
+  MapOptions map_;
+  BatchOptions batch_;
+  CheckOptions check_;
+  RewriteOptions rewrite_;
+  PermissionsOptions permissions_;
+  ViewerOptions viewer_;
+  ShowOptions show_;
+};
+
+int Main(int argc, char** argv) {
+  CLI::App app("Reads PDF forms, fills them from XFDF and writes them back.", "zforms");
+  app.footer(kExamples);
+  app.set_version_flag("--version", "zforms " ZFORMS_VERSION);
+  app.require_subcommand(1);
+  const CommandLine command_line(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    const std::string fault = DescribeUsageError(app, argc, argv, error);
+    std::fprintf(stderr, "zforms: %s\nRun \"zforms --help\" for how it is used.\n", Printable(fault).c_str());
+    return kFailed;
+  }
+  return command_line.Run();
+}
+
+}  // namespace
+}  // namespace zforms::tool
+
+int main(int argc, char** argv) { return zforms::tool::Main(argc, argv); }

@@ -1,0 +1,251 @@
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+#include "tool/base/console.h"
+#include "tool/base/files.h"
+#include "tool/base/port_holder.h"
+#include "tool/base/program_path.h"
+#include "tool/base/stop_signal.h"
+#include "tool/cli/server_commands.h"
+#include "tool/forms/template_check.h"
+#include "tool/office/office.h"
+#include "tool/office/server_log.h"
+#include "tool/office/store.h"
+#include "tool/pages/reader_page.h"
+#include "zforms/platform/base/idle_messages.h"
+#include "zforms/platform/base/number.h"
+#include "zforms/platform/base/os_memory.h"
+#include "zforms/platform/data/ini_file.h"
+#include "zforms/platform/files/temp_folder.h"
+#include "zforms/platform/host/host_settings.h"
+#include "zforms/platform/host/template_storage.h"
+#include "zforms/platform/host/user_interface.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr char kSection[] = "Server";
+
+// The user's settings for the application, before what this host ships with: readers
+// are not looked for, as they may be any.
+class ServeSettings : public ZHostSettings {
+ public:
+  explicit ServeSettings(const Chaine& app) : own_(OpenSystemSettings(app)) {}
+
+  bool Read(const Chaine& section, const Chaine& name, Chaine* value) const override {
+    if (own_->Read(section, name, value)) return true;
+    if (section != "Settings" || name != "IgnorePDFVersion") return false;
+    *value = "true";
+    return true;
+  }
+
+ private:
+  std::unique_ptr<ZHostSettings> own_;
+};
+
+struct Plan {
+  Office::Settings office;
+  std::optional<int32_t> year;  // else that of the store
+  std::string app;
+  std::string data;
+  bool json = false;
+  bool scratch = false;
+};
+
+// Options of the command line before lines of the configuration before defaults.
+class PlanMaker {
+ public:
+  PlanMaker(const ServeOptions& options, const ZIniFileSection& lines) : options_(options), lines_(lines) {}
+
+  // The reason is empty when all is well.
+  Plan Make(std::string* reason) {
+    CheckNames();
+    Plan plan;
+    plan.office.templates = Text(options_.templates, "templates");
+    plan.scratch = plan.office.templates.empty();
+    if (plan.scratch) plan.office.templates = ProgramData("samples");
+    plan.data = Text(options_.data, "data");
+    if (plan.data.empty() && !plan.scratch) plan.data = kDefaultData;
+    plan.office.reader = Text(options_.reader, "reader");
+    if (plan.office.reader.empty()) plan.office.reader = ProgramData("reader");
+    plan.app = options_.app.value_or(Line("app", "zforms"));
+    if (!IsPathPart(plan.app)) Refuse("app", plan.app, "a name without slashes");
+    const std::string log = Text(options_.log, "log");
+    plan.json = log == "json";
+    if (!log.empty() && log != "json" && log != "text") Refuse("log", log, "text or json");
+    plan.office.port = Number(options_.port, "port", kDefaultPort, "a port: 0 to 65535");
+    plan.office.folder = Number(options_.folder, "folder", uint64_t{1}, "a number");
+    if (plan.office.folder == 0) Refuse("folder", "0", "a number other than 0");
+    if (options_.year || lines_.HasNamedLine("year")) plan.year = Number(options_.year, "year", 0, "a number");
+    plan.office.expire_days = Number(options_.expire, "expire", kDefaultExpire, "a number of days");
+    *reason = reason_;
+    return plan;
+  }
+
+ private:
+  void Refuse(const std::string& name, const std::string& value, const char* wanted) {
+    if (reason_.empty()) reason_ = "\"" + name + "\" is " + wanted + ", not \"" + value + "\"";
+  }
+  // A name that is misspelt would leave its default in force.
+  void CheckNames() {
+    constexpr std::string_view kNames[] = {"templates", "data",   "reader", "app",   "log",
+                                           "port",      "folder", "year",   "expire"};
+    for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
+      const std::string_view name = lines_.GetLineName(i);
+      const bool known = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+      if (!known && reason_.empty()) reason_ = "there is no setting \"" + std::string(name) + "\"";
+    }
+  }
+  // Addresses have the application's name as a part of their path.
+  static bool IsPathPart(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos;
+  }
+
+  std::string Line(const char* name, const std::string& fallback) const {
+    return lines_.HasNamedLine(name) ? lines_.NamedLine(name).ToString() : fallback;
+  }
+  std::string Text(const std::string& option, const char* name) const {
+    return option.empty() ? Line(name, "") : option;
+  }
+  template <class Type>
+  Type Number(const std::optional<Type>& option, const char* name, Type fallback, const char* wanted) {
+    if (option || !lines_.HasNamedLine(name)) return option.value_or(fallback);
+    const std::string text = Line(name, "");
+    Type number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) Refuse(name, text, wanted);
+    return number;
+  }
+
+  const ServeOptions& options_;
+  const ZIniFileSection& lines_;
+  std::string reason_;
+};
+
+bool MakePlan(const ServeOptions& options, Plan* plan) {
+  ZIniFile config;
+  Console console(options.config.empty() ? "serve" : options.config);
+  if (!options.config.empty() && !config.Open(options.config)) {
+    console.Fail(config.LastError());
+    return false;
+  }
+  if (!options.config.empty() && !config.SectionExist(kSection)) {
+    console.Fail(std::string("there is no section [") + kSection + "]");
+    return false;
+  }
+  const ZIniFileSection lines = config.Section(kSection);
+  std::string reason;
+  *plan = PlanMaker(options, lines).Make(&reason);
+  if (!reason.empty()) console.Fail(reason);
+  return reason.empty();
+}
+
+// False when there is nothing to serve.
+bool CheckTemplates(const std::string& folder) {
+  const ZTemplateStorage storage{Chaine(folder)};
+  if (std::error_code error; !std::filesystem::is_directory(FilePath(folder), error)) {
+    Console(folder).Fail(std::filesystem::exists(FilePath(folder), error) ? "is no folder" : "there is no such folder");
+    return false;
+  }
+  const PTableau<Chaine> codes = storage.Codes();
+  for (const Chaine& code : codes) {
+    Console console(code.ToString() + ".pdf");
+    for (const std::string& fault : CheckTemplate(storage.PathOf(code))) console.Warn(fault);
+  }
+  if (codes.empty()) Console(folder).Fail("there are no forms (CODE.pdf) in this folder");
+  return !codes.empty();
+}
+
+void SayHowToGetReader(const Office& office) {
+  if (office.Reader() != nullptr && office.Reader()->CanShowForms()) return;
+  Print("Forms are not shown in the browser: that takes pdf.js, which ./run build fetches (or see --reader).\n");
+}
+
+// The year that is not said stays that of the store: forms that were opened in the old one
+// are still to be saved in the new one.
+bool ChooseYear(const Plan& plan, Store& store, int32_t* year, std::string* said) {
+  const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
+  *year = plan.year ? *plan.year : store.Year().value_or(this_year);
+  if (!plan.year && *year != this_year) {
+    *said = "Year:   " + std::to_string(*year) + ", as before; --year " + std::to_string(this_year) + " changes it\n";
+  }
+  return store.KeepYear(*year);
+}
+
+void SayWhyNotStarted(const Office& office, uint16_t number) {
+  const std::error_code error(office.StartError(), std::system_category());
+  if (!error) return;
+  Console console("serve");
+  const std::string port = "port " + std::to_string(number);
+  if (error != std::errc::address_in_use) {
+    return console.Fail(port + " cannot be had (" + error.message() + "): choose another with --port");
+  }
+  const std::string holder = PortHolder(number);
+  console.Fail(port + " is in use" + (holder.empty() ? ", perhaps by another zforms serve" : " by " + holder) +
+               ": end that program, or choose another port with --port (0 takes a free one)");
+}
+
+int Serve(const Plan& plan, ZIdleMessageManager& messages) {
+  ServerLog log(plan.json);
+  const ZTempFolder temp;
+  const std::string data = plan.data.empty() ? temp.Path().ToString() : plan.data;
+  std::string error;
+  const std::unique_ptr<Store> store = Store::Open(data, Store::Mode::kServe, &error);
+  if (store == nullptr) {
+    Console(data).Fail(error);
+    return kFailed;
+  }
+  Office::Settings chosen = plan.office;
+  std::string said_of_year;
+  if (!ChooseYear(plan, *store, &chosen.year, &said_of_year)) {
+    Console(data).Fail(store->LastError());
+    return kFailed;
+  }
+  ServeSettings settings{Chaine(plan.app)};
+  const std::unique_ptr<ZUserInterface> interface = OpenSystemUserInterface("zforms");
+  ZHostServices services;
+  services.app_short_name = plan.app;
+  services.settings = &settings;
+  services.user_interface = interface.get();
+  services.temp_folder = &temp;
+  services.idle_messages = &messages;
+  Office office(chosen, services, store.get(), &log);
+  if (!office.Server().Start()) {
+    SayWhyNotStarted(office, chosen.port);
+    return kFailed;
+  }
+  const auto has_quit = std::make_shared<std::promise<void>>();
+  WhenStopped([&messages, has_quit] {
+    messages.Quit();
+    has_quit->set_value();
+  });
+  SayHowToGetReader(office);
+  Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
+        (plan.data.empty() ? " (until the server stops)" : "") + "\n" + said_of_year + "Open:   " + office.Address() +
+        "\nStop:   Ctrl+C\n");
+  messages.Run();
+  // Until then the other thread uses the messages.
+  has_quit->get_future().wait();
+  office.Server().Stop();
+  log.Event("stopped", "every submission that was answered is stored");
+  return kDone;
+}
+
+}  // namespace
+
+int RunServe(const ServeOptions& options) {
+  HoldStopSignals();
+  GiveBackLargeBlocks();
+  Plan plan;
+  if (!MakePlan(options, &plan) || !CheckTemplates(plan.office.templates)) return kFailed;
+  ZIdleMessageManager messages;
+  return Serve(plan, messages);
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,271 @@
+#include "tool/data/csv_reader.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "zforms/platform/text/text.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+constexpr std::string_view kSeparators = ",;\t";
+// How much of the first record is looked at for its separator.
+constexpr size_t kSniffed = 1 << 16;
+
+bool IsASCII(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+std::string QuoteIn(uint64_t line) { return "the quote that opens a value in line " + std::to_string(line); }
+
+}  // namespace
+
+CsvReader::CsvReader(ByteSource&& source) : RowReader(std::move(source)) {
+  if (source_.Look(kMark.size()).starts_with(kMark)) {
+    source_.Consume(kMark.size());
+    encoding_ = Encoding::kUTF8;
+  }
+  ReadHeader();
+}
+
+// Counts what separates in the first record, outside quotes.
+void CsvReader::Sniff() {
+  const std::string_view text = source_.Look(kSniffed);
+  if (text.starts_with("sep=") && text.size() > 5 && (text[5] == '\r' || text[5] == '\n')) {
+    separator_ = text[4];
+    source_.Consume(5);
+    TakeStop();
+    return;
+  }
+  size_t counts[kSeparators.size()] = {};
+  bool quoted = false;
+  for (const char c : text) {
+    if (c == '"') quoted = !quoted;
+    if (!quoted && (c == '\r' || c == '\n')) break;
+    if (const size_t which = kSeparators.find(c); !quoted && which != std::string_view::npos) counts[which]++;
+  }
+  separator_ = kSeparators[static_cast<size_t>(std::max_element(std::begin(counts), std::end(counts)) - counts)];
+}
+
+void CsvReader::ReadHeader() {
+  if (!SkipEmptyLines()) {
+    failure_ = "there is no table in it";
+    return;
+  }
+  Sniff();
+  std::vector<Cell> cells;
+  std::string fault;
+  ReadRecord(&cells, &fault);
+  if (!fault.empty()) failure_ = "the first record, which names the columns: " + fault;
+  auto names = std::make_shared<std::vector<std::string>>();
+  std::set<std::string> known;
+  for (Cell& cell : cells) {
+    const bool repeated = !cell.text.empty() && !known.insert(cell.text).second;
+    if (repeated && failure_.empty()) failure_ = "two columns are named \"" + cell.text + "\"";
+    names->push_back(std::move(cell.text));
+  }
+  header_ = std::move(names);
+}
+
+bool CsvReader::SkipEmptyLines() {
+  int c = source_.Peek();
+  for (; c == '\r' || c == '\n'; c = source_.Peek()) TakeStop();
+  return c >= 0;
+}
+
+bool CsvReader::Next(Row* row) {
+  row->fault.clear();
+  if (!Failure().empty() || !SkipEmptyLines()) return false;
+  row->number = ++count_;
+  row->line = line_;
+  row->names = header_;
+  ReadRecord(&row->cells, &row->fault);
+  if (row->fault.empty()) CheckCells(row);
+  return Failure().empty();
+}
+
+// A separator at the end of the line makes one more cell, which holds nothing.
+void CsvReader::CheckCells(Row* row) {
+  std::vector<Cell>& cells = row->cells;
+  while (cells.size() > header_->size() && cells.back().text.empty()) cells.pop_back();
+  if (cells.size() == header_->size()) return;
+  row->fault = "it has " + std::to_string(cells.size()) + (cells.size() == 1 ? " value" : " values") +
+               " where the first record names " + std::to_string(header_->size());
+}
+
+void CsvReader::ReadRecord(std::vector<Cell>* cells, std::string* fault) {
+  record_size_ = 0;
+  size_t count = 0;
+  for (Stop stop = Stop::kSeparator; stop == Stop::kSeparator && failure_.empty(); count++) {
+    if (count == cells->size()) cells->emplace_back();
+    stop = ReadCell(&(*cells)[count].text, fault);
+    if (!ToUTF8(&(*cells)[count].text) && fault->empty()) {
+      const bool named = header_ != nullptr && count < header_->size();
+      *fault = (named ? "column \"" + (*header_)[count] + "\": " : std::string()) + "the text is not valid UTF-8";
+    }
+  }
+  cells->resize(count);
+}
+
+CsvReader::Stop CsvReader::ReadCell(std::string* text, std::string* fault) {
+  text->clear();
+  if (source_.Peek() != '"') return ReadPlain(text);
+  const uint64_t line = line_;
+  ReadQuoted(text, fault);
+  if (!failure_.empty()) return Stop::kEnd;
+  const bool is_long = line_ != line;
+  std::string surplus;
+  const Stop stop = ReadPlain(&surplus);
+  if (surplus.empty() || !fault->empty()) return stop;
+  *fault = "there is text behind the closing quote of a value";
+  if (is_long) *fault += "; the quote that opens it is in line " + std::to_string(line);
+  return stop;
+}
+
+CsvReader::Stop CsvReader::ReadPlain(std::string* text) {
+  while (true) {
+    const std::string_view rest = source_.Rest();
+    size_t length = 0;
+    while (length < rest.size() && rest[length] != separator_ && rest[length] != '\n' && rest[length] != '\r') length++;
+    if (!Grow(text, rest.substr(0, length))) return Stop::kEnd;
+    source_.Consume(length);
+    if (length < rest.size() || rest.empty()) return TakeStop();
+  }
+}
+
+void CsvReader::ReadQuoted(std::string* text, std::string* fault) {
+  const uint64_t line = line_;
+  source_.Consume(1);
+  while (true) {
+    const std::string_view rest = source_.Rest();
+    if (rest.empty()) {
+      const uint64_t last = line_ - (text->ends_with('\n') ? 1 : 0);
+      *fault = QuoteIn(line) + " is not closed, and all that follows, up to line " + std::to_string(last) +
+               ", was taken into that value";
+      return;
+    }
+    const std::string_view part = rest.substr(0, rest.find('"'));
+    line_ += static_cast<uint64_t>(std::count(part.begin(), part.end(), '\n'));
+    if (!Grow(text, part)) {
+      failure_ = QuoteIn(line) + " is not closed within 16 MB";
+      return;
+    }
+    const bool at_quote = part.size() < rest.size();
+    source_.Consume(part.size() + (at_quote ? 1 : 0));
+    if (!at_quote) continue;
+    if (source_.Peek() != '"') return;
+    source_.Consume(1);
+    text->push_back('"');
+  }
+}
+
+// What ended a value: passes over it.
+CsvReader::Stop CsvReader::TakeStop() {
+  const int c = source_.Peek();
+  if (c < 0) return Stop::kEnd;
+  source_.Consume(1);
+  if (c == separator_ && c != '\r' && c != '\n') return Stop::kSeparator;
+  if (c == '\r' && source_.Peek() == '\n') source_.Consume(1);
+  line_++;
+  return Stop::kLine;
+}
+
+bool CsvReader::Grow(std::string* text, std::string_view more) {
+  record_size_ += more.size();
+  if (record_size_ > kMaxRow) {
+    failure_ = "line " + std::to_string(line_) + ": a row is longer than 16 MB";
+    return false;
+  }
+  text->append(more);
+  return true;
+}
+
+// The first text outside ASCII decides for the file.
+bool CsvReader::ToUTF8(std::string* text) {
+  if (IsASCII(*text)) return true;
+  if (encoding_ != Encoding::kWindows1252) {
+    const bool valid = IsValidUTF8(*text);
+    if (encoding_ == Encoding::kUTF8 || valid) {
+      encoding_ = Encoding::kUTF8;
+      return valid;
+    }
+    encoding_ = Encoding::kWindows1252;
+  }
+  *text = Windows1252ToUTF8(*text).ToString();
+  return true;
+}
+
+namespace {
+
+// A number as people write it, without its sign: "1 234,50", ".5e-3", "12%".
+bool IsUnsignedNumber(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789";
+  if (text.ends_with('%')) text.remove_suffix(1);
+  const size_t exponent = text.find_first_of("eE");
+  if (exponent != std::string_view::npos) {
+    std::string_view digits = text.substr(exponent + 1);
+    if (digits.starts_with('+') || digits.starts_with('-')) digits.remove_prefix(1);
+    if (digits.empty() || digits.find_first_not_of(kDigits) != std::string_view::npos) return false;
+    text = text.substr(0, exponent);
+  }
+  bool any = false;
+  while (!text.empty()) {
+    // Blanks between groups of digits, those that do not break among them.
+    size_t taken = 0;
+    for (const std::string_view mark : {".", ",", " ", "\xC2\xA0", "\xE2\x80\xAF"}) {
+      if (text.starts_with(mark)) taken = mark.size();
+    }
+    const bool is_digit = kDigits.find(text[0]) != std::string_view::npos;
+    if (taken == 0 && !is_digit) return false;
+    any = any || is_digit;
+    text.remove_prefix(std::max<size_t>(taken, 1));
+  }
+  return any;
+}
+
+// Behind "+": at least a country's code and a number of four digits.
+bool IsInternationalTelephoneNumber(std::string_view text) {
+  constexpr std::ptrdiff_t kFewestDigits = 5;
+  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+  return !text.empty() && is_digit(text[0]) && text.find_first_not_of("0123456789 .-/()") == std::string_view::npos &&
+         std::count_if(text.begin(), text.end(), is_digit) >= kFewestDigits;
+}
+
+bool IsFormula(std::string_view text) {
+  if (text.empty()) return false;
+  const std::string_view rest = text.substr(1);
+  switch (text[0]) {
+    case '=':
+    case '@':
+    case '\t':
+    case '\n':
+    case '\r': return true;
+    case '+': return !IsUnsignedNumber(rest) && !IsInternationalTelephoneNumber(rest);
+    case '-': return !IsUnsignedNumber(rest);
+    default: return false;
+  }
+}
+
+}  // namespace
+
+std::string ForSpreadsheet(std::string_view text) { return (IsFormula(text) ? "'" : "") + std::string(text); }
+
+void AppendCsvCell(std::string* out, std::string_view text) {
+  // Blanks at the ends are quoted as well, since some readers cut them off.
+  const bool plain =
+      text.find_first_of(",;\t\"\r\n") == std::string_view::npos && !text.starts_with(' ') && !text.ends_with(' ');
+  if (plain) {
+    out->append(text);
+    return;
+  }
+  out->push_back('"');
+  for (const char c : text) {
+    if (c == '"') out->push_back('"');
+    out->push_back(c);
+  }
+  out->push_back('"');
+}
+
+}  // namespace zforms::tool

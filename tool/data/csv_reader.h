@@ -1,0 +1,55 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tool/data/row_reader.h"
+
+namespace zforms::tool {
+
+// CsvReader reads comma-separated values (RFC 4180) whose first record names the
+// columns. The separator is ",", ";" or a tab, whichever the first record has most of,
+// or what a line "sep=;" before it says. Lines end in CR LF, LF or CR; empty lines do
+// not count. Text is UTF-8, with or without mark, or windows-1252 when the first text
+// outside ASCII is no UTF-8.
+class CsvReader : public RowReader {
+ public:
+  // Reads the first record; see Failure().
+  explicit CsvReader(ByteSource&& source);
+
+  bool Next(Row* row) override;
+  RowNames Header() const override { return header_; }
+
+ private:
+  enum class Stop { kSeparator, kLine, kEnd };
+  enum class Encoding { kUnknown, kUTF8, kWindows1252 };
+
+  void ReadHeader();
+  void Sniff();
+  bool SkipEmptyLines();
+  void ReadRecord(std::vector<Cell>* cells, std::string* fault);
+  Stop ReadCell(std::string* text, std::string* fault);
+  Stop ReadPlain(std::string* text);
+  void ReadQuoted(std::string* text, std::string* fault);
+  Stop TakeStop();
+  bool Grow(std::string* text, std::string_view more);
+  bool ToUTF8(std::string* text);
+  void CheckCells(Row* row);
+
+  RowNames header_;
+  char separator_ = ',';
+  Encoding encoding_ = Encoding::kUnknown;
+  uint64_t line_ = 1;
+  uint64_t count_ = 0;
+  size_t record_size_ = 0;
+};
+
+// The text as one cell, quoted when it has to be.
+void AppendCsvCell(std::string* out, std::string_view text);
+
+// The text with "'" before it where a spreadsheet would take it for a formula: it begins
+// with "=", "@", a tab or a line end, or with "+" or "-" and is neither a number
+// nor a telephone number.
+std::string ForSpreadsheet(std::string_view text);
+
+}  // namespace zforms::tool

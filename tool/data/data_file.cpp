@@ -1,0 +1,122 @@
+#include "tool/data/data_file.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "tool/base/files.h"
+#include "tool/data/csv_reader.h"
+#include "tool/data/data_kind.h"
+#include "tool/data/fdf.h"
+#include "tool/data/json_rows.h"
+#include "zforms/platform/text/letter_case.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+// The values of one form take no more.
+constexpr uint64_t kMostData = 256 << 20;
+constexpr const char* kSeveral = "it has more than one row; \"zforms batch\" fills a form for each";
+
+enum class Kind { kXFDF, kFDF, kJSON, kCSV };
+
+Kind KindOf(const std::string& path, std::string_view text) {
+  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
+  const std::string_view start = TrimBlanks(text.substr(0, text.find_first_not_of("\r\n\t ") + 16));
+  if (start.starts_with("%FDF")) return Kind::kFDF;
+  if (start.starts_with('{') || start.starts_with('[')) return Kind::kJSON;
+  const Chaine name = FoldCase(path);
+  const bool named_xml = name.View().ends_with(".xfdf") || name.View().ends_with(".xml");
+  return start.empty() || start.starts_with('<') || named_xml ? Kind::kXFDF : Kind::kCSV;
+}
+
+// UTF-16 with its mark in UTF-8, anything else as it is.
+Chaine InUTF8(const Chaine& bytes) {
+  const std::string_view text = bytes;
+  if (text.starts_with("\xFF\xFE")) return UTF16ToUTF8(text.substr(2), ByteOrder::eLittleEndian);
+  if (text.starts_with("\xFE\xFF")) return UTF16ToUTF8(text.substr(2), ByteOrder::eBigEndian);
+  return bytes;
+}
+
+void AddRow(const Row& row, ZXFDF* data) {
+  for (size_t i = 0; i < row.cells.size(); i++) {
+    const Cell& cell = row.cells[i];
+    if (cell.is_null || (*row.names)[i].empty()) continue;
+    data->Fields().AddField((*row.names)[i]).SetValues(TextsOf(cell));
+  }
+}
+
+bool ReadCSV(std::string_view text, ZXFDF* data, uint64_t* line, std::string* error) {
+  ByteSource source;
+  source.OpenText(text);
+  CsvReader reader(std::move(source));
+  Row row;
+  if (!reader.Next(&row)) {
+    *error = reader.Failure().empty() ? "it holds no row" : reader.Failure();
+    return false;
+  }
+  if (!row.fault.empty()) {
+    *error = "line " + std::to_string(row.line) + ": " + row.fault;
+    return false;
+  }
+  AddRow(row, data);
+  *line = row.line;
+  if (reader.Next(&row)) *error = kSeveral;
+  if (error->empty()) *error = reader.Failure();
+  return error->empty();
+}
+
+bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* error) {
+  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
+  const std::string_view whole = text;
+  text = TrimBlanks(text);
+  // A list of one object is as good as the object.
+  if (text.starts_with('[') && text.ends_with(']')) text = TrimBlanks(text.substr(1, text.size() - 2));
+  Row row;
+  if (!ReadJsonRow(text, &row, error, whole)) {
+    if (text.find("\n{") != std::string_view::npos) *error += "; is it a table?  Then \"zforms batch\" takes it";
+    return false;
+  }
+  AddRow(row, data);
+  *line = 1 + static_cast<uint64_t>(std::count(whole.begin(), text.begin(), '\n'));
+  return true;
+}
+
+bool ReadXFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
+  data->FromChaine(bytes);
+  *error = data->LastError();
+  return error->empty();
+}
+
+bool Read(Kind kind, const Chaine& bytes, ZXFDF* data, uint64_t* line, std::string* error) {
+  switch (kind) {
+    case Kind::kFDF: return ReadFDF(bytes, data, error);
+    case Kind::kJSON: return ReadJSON(bytes, data, line, error);
+    case Kind::kCSV: return ReadCSV(bytes, data, line, error);
+    case Kind::kXFDF: break;
+  }
+  return ReadXFDF(bytes, data, error);
+}
+
+}  // namespace
+
+bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& console) {
+  Chaine bytes;
+  *line = 0;
+  const auto look = [](std::string_view head, uint64_t) { return FaultOfData(head); };
+  if (!ReadInput(path, &bytes, console, {kMostData, look})) return false;
+  std::string error;
+  const Chaine text = InUTF8(bytes);
+  const Kind kind = KindOf(path, text);
+  // XML says itself in which encoding it is.
+  if (!Read(kind, kind == Kind::kXFDF ? bytes : text, data, line, &error)) {
+    console.Fail(error);
+    return false;
+  }
+  if (!error.empty()) console.Warn(error);
+  if (!data->HasFields()) console.Warn("the data hold no fields: nothing is filled");
+  return true;
+}
+
+}  // namespace zforms::tool

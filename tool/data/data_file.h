@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tool/base/console.h"
+#include "zforms/xfdf/xfdf.h"
+
+namespace zforms::tool {
+
+// Reads the values for one form: XFDF, FDF, one JSON object, or CSV with one row; what
+// it is shows in its first characters. `line` becomes the line in which the object or
+// the row starts, 0 for data without rows. False, and said on the console, which is that
+// of the data, when it cannot be read.
+bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& console);
+
+}  // namespace zforms::tool

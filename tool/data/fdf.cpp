@@ -1,0 +1,273 @@
+#include "tool/data/fdf.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "zforms/pdf/array_node.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/forward_reader.h"
+#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/object_provider.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/pdf/string_node.h"
+#include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/platform/base/number.h"
+#include "zforms/platform/text/letter_case.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms::tool {
+namespace {
+
+// Kids may refer to one another in circles.
+constexpr int kMaxDepth = 100;
+constexpr size_t kMaxFields = 1000000;
+
+bool IsNumber(std::string_view token) {
+  return !token.empty() && token.size() <= 10 && token.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// The objects of an FDF file, which as a rule has no cross-reference section: they are
+// read one after the other.
+class FDFObjects final : public IPDFObjectProvider {
+ public:
+  explicit FDFObjects(const Chaine& bytes) : text_(bytes) {
+    text_.SetDocument();
+    ReadAll();
+  }
+
+  ZPDFNodeIndirectObject* GetObject(const ZPDFObjectIdentifier& id) override {
+    const auto found = objects_.find(id);
+    return found == objects_.end() ? nullptr : found->second.get();
+  }
+
+  // "/FDF" of the catalog that the last trailer names; without one, of the last object
+  // that has it. Null when there is none.
+  const ZPDFNodeDictionary* Root() const {
+    if (trailer_ != nullptr) {
+      const auto* catalog = NodeCast<ZPDFNodeDictionary>(std::as_const(*trailer_).GetTarget("/Root"));
+      if (catalog != nullptr) return NodeCast<ZPDFNodeDictionary>(catalog->GetTarget("/FDF"));
+    }
+    const ZPDFNodeDictionary* root = nullptr;
+    for (const auto& [id, object] : objects_) {
+      const auto* catalog = NodeCast<ZPDFNodeDictionary>(object->GetTargetAt(0));
+      if (catalog == nullptr) continue;
+      if (const auto* found = NodeCast<ZPDFNodeDictionary>(catalog->GetTarget("/FDF"))) root = found;
+    }
+    return root;
+  }
+
+ private:
+  void ReadAll() {
+    while (!text_.IsEmpty()) {
+      text_.TrimLeftComments();
+      ZPDFTokenizedString ahead = text_;
+      const std::string_view number = ahead.TakeFirstToken();
+      const std::string_view generation = ahead.TakeFirstToken();
+      const bool is_object = IsNumber(number) && IsNumber(generation) && ahead.TakeFirstToken() == "obj";
+      if (!is_object) {
+        const std::string_view token = text_.TakeFirstToken();
+        if (token.empty()) return;
+        if (token == "trailer") ReadTrailer();
+        continue;
+      }
+      const ZPDFObjectIdentifier id(ParseUInt(number), ParseUInt(generation));
+      objects_[id].reset(ZPDFNodeIndirectObject::BuildFrom(ahead, id, this, nullptr));
+      text_ = ahead;
+    }
+  }
+
+  // The last one with "/Root" counts.
+  void ReadTrailer() {
+    text_.TrimLeftComments();
+    if (!text_.StartWith("<<")) return;
+    ZPDFNode* node = ReadForward(text_, this, nullptr);
+    auto* trailer = NodeCast<ZPDFNodeDictionary>(node);
+    if (trailer != nullptr && trailer->Exist("/Root")) {
+      trailer_.reset(trailer);
+    } else {
+      ZPDFNode::Destroy(node);
+    }
+  }
+
+  ZPDFTokenizedString text_;
+  std::map<ZPDFObjectIdentifier, std::unique_ptr<ZPDFNodeIndirectObject>> objects_;
+  std::unique_ptr<ZPDFNodeDictionary> trailer_;
+};
+
+// The encoding of the texts that do not begin with a mark of Unicode (ISO 32000-1 table 243).
+class FDFEncoding {
+ public:
+  explicit FDFEncoding(const ZPDFNodeDictionary& fdf) : name_(PDFNameToUTF8(fdf.GetIdentifier("/Encoding"))) {
+    std::string letters = FoldCase(name_).ToString();
+    std::erase_if(letters, [](char c) { return c == '/' || c == '-' || c == '_'; });
+    if (letters == "utf8") {
+      mark_ = "\xEF\xBB\xBF";
+    } else if (letters == "utf16" || letters == "utf16be") {
+      mark_ = "\xFE\xFF";
+    } else {
+      is_known_ = letters.empty() || letters == "pdfdocencoding";
+    }
+  }
+
+  // Outside ASCII, what the texts of an encoding that is not known mean is not known either.
+  Chaine ToUTF8(const Chaine& bytes) {
+    const std::string_view text = bytes;
+    if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE")) return PDFTextToUTF8(text);
+    const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    if (!is_known_ && !std::all_of(text.begin(), text.end(), is_ascii)) is_missed_ = true;
+    // Some texts are in PDFDocEncoding after all.
+    const bool fits = mark_.size() == 3 ? IsValidUTF8(text) : text.size() % 2 == 0;
+    if (mark_.empty() || text.starts_with(mark_) || !fits) return PDFTextToUTF8(text);
+    return PDFTextToUTF8(Chaine(mark_) + text);
+  }
+
+  // Whether a text could not be read.
+  bool IsMissed() const { return is_missed_; }
+  std::string Name() const { return name_.Mid(name_.View().starts_with('/') ? 1 : 0).ToString(); }
+
+ private:
+  Chaine name_;
+  std::string_view mark_;
+  bool is_known_ = true;
+  bool is_missed_ = false;
+};
+
+class FDFReader {
+ public:
+  FDFReader(FDFEncoding* encoding, ZXFDF* data, std::string* error) : encoding_(encoding), data_(data), error_(error) {}
+
+  void ReadFields(const ZPDFNode* node, const std::string& above, int depth) {
+    const auto* fields = NodeCast<ZPDFNodeArray>(node);
+    for (size_t i = 0; fields != nullptr && i < fields->Size() && count_ < kMaxFields; i++) {
+      if (const auto* field = NodeCast<ZPDFNodeDictionary>(fields->GetTargetAt(i))) ReadField(*field, above, depth);
+    }
+  }
+
+ private:
+  void ReadField(const ZPDFNodeDictionary& field, const std::string& above, int depth) {
+    count_++;
+    const std::string own = encoding_->ToUTF8(field.GetStringValue("/T")).ToString();
+    const std::string name = above.empty() || own.empty() ? above + own : above + "." + own;
+    if (const ZPDFNode* value = field.GetTarget("/V"); value != nullptr && !name.empty()) ReadValue(*value, name);
+    if (depth < kMaxDepth) ReadFields(field.GetTarget("/Kids"), name, depth + 1);
+  }
+
+  void ReadValue(const ZPDFNode& value, const std::string& name) {
+    PTableau<Chaine> texts;
+    if (const auto* array = NodeCast<ZPDFNodeArray>(&value)) {
+      for (size_t i = 0; i < array->Size(); i++) {
+        if (const ZPDFNode* element = array->GetTargetAt(i)) texts.push_back(Text(*element));
+      }
+      if (texts.empty()) texts.emplace_back();
+    } else if (NodeCast<ZPDFNodeStream>(&value) != nullptr) {
+      *error_ = "the value of \"" + name + "\" is a stream, and is left out";
+      return;
+    } else {
+      texts.push_back(Text(value));
+    }
+    data_->Fields().AddField(name).SetValues(texts);
+  }
+
+  Chaine Text(const ZPDFNode& node) {
+    if (NodeCast<ZPDFNodeString>(&node) != nullptr) {
+      return WithLineEnds(encoding_->ToUTF8(node.GetStringValue()), "\r\n");
+    }
+    const Chaine name = PDFNameToUTF8(node.GetIdentifier());
+    return name.View().starts_with('/') ? name.Mid(1) : name;
+  }
+
+  FDFEncoding* encoding_;
+  ZXFDF* data_;
+  std::string* error_;
+  size_t count_ = 0;
+};
+
+// A text as viewers write it, the lines ended by CR.
+ZPDFNode* TextNode(const Chaine& utf8) {
+  std::string text;
+  for (size_t i = 0; i < utf8.size(); i++) {
+    if (utf8[i] == '\n' && i > 0 && utf8[i - 1] == '\r') continue;
+    text += utf8[i];
+  }
+  return new ZPDFNodeLiteralString(UTF8ToPDFText(text));
+}
+
+class FDFWriter {
+ public:
+  explicit FDFWriter(const std::set<std::string>& buttons) : buttons_(buttons) {}
+
+  std::unique_ptr<ZPDFNodeArray> Fields(const ZXFDF::FieldCollection& fields, const std::string& above) {
+    auto array = std::make_unique<ZPDFNodeArray>();
+    for (unsigned i = 0; i < fields.Size(); i++) array->AppendValue(Field(fields[i], above).release());
+    return array;
+  }
+
+ private:
+  std::unique_ptr<ZPDFNodeDictionary> Field(const ZXFDF::Field& field, const std::string& above) {
+    auto node = std::make_unique<ZPDFNodeDictionary>();
+    const std::string name = above + (above.empty() ? "" : ".") + field.Name().ToString();
+    node->SetValue("/T", static_cast<ZPDFNode*>(new ZPDFNodeLiteralString(UTF8ToPDFText(field.Name()))));
+    if (field.HasValue()) SetValue(*node, field.Values(), buttons_.contains(name));
+    if (field.Size() > 0) node->SetValue("/Kids", static_cast<ZPDFNode*>(Fields(field, name).release()));
+    return node;
+  }
+
+  static void SetValue(ZPDFNodeDictionary& node, const PTableau<Chaine>& values, bool is_button) {
+    if (is_button) {
+      node.SetIdentifier("/V", "/" + (values[0].IsEmpty() ? Chaine("Off") : UTF8ToPDFName(values[0])));
+    } else if (values.size() == 1) {
+      node.SetValue("/V", TextNode(values[0]));
+    } else {
+      auto array = std::make_unique<ZPDFNodeArray>();
+      for (const Chaine& value : values) array->AppendValue(TextNode(value));
+      node.SetValue("/V", static_cast<ZPDFNode*>(array.release()));
+    }
+  }
+
+  const std::set<std::string>& buttons_;
+};
+
+}  // namespace
+
+bool ReadFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
+  FDFObjects objects(bytes);
+  const ZPDFNodeDictionary* root = objects.Root();
+  if (root == nullptr) {
+    *error = "it is no FDF file: there is no root with \"/FDF\"";
+    return false;
+  }
+  FDFEncoding encoding(*root);
+  FDFReader(&encoding, data, error).ReadFields(root->GetTarget("/Fields"), std::string(), 0);
+  if (!encoding.IsMissed()) return true;
+  *error = "its texts are in the encoding \"" + encoding.Name() + "\", and only Unicode is read; save it as XFDF";
+  return false;
+}
+
+Chaine WriteFDF(const ZXFDF& data, const std::set<std::string>& buttons) {
+  auto fdf = std::make_unique<ZPDFNodeDictionary>();
+  fdf->SetValue("/Fields", static_cast<ZPDFNode*>(FDFWriter(buttons).Fields(data.Fields(), std::string()).release()));
+  if (data.HasPDFHRef()) fdf->SetValue("/F", UTF8ToPDFText(ZInetURL::Decode(data.PDFHRef().AsChaine(false, false))));
+  if (data.HasIDS()) {
+    auto ids = std::make_unique<ZPDFNodeArray>();
+    for (const Chaine& id : {data.IDSOriginal(), data.IDSModified()}) {
+      ids->AppendValue(new ZPDFNodeHexaString(ZPDFNodeHexaString::Decode(id)));
+    }
+    fdf->SetValue("/ID", static_cast<ZPDFNode*>(ids.release()));
+  }
+  ZPDFNodeDictionary catalog;
+  catalog.SetValue("/FDF", static_cast<ZPDFNode*>(fdf.release()));
+  Chaine text = "%FDF-1.2\n%\xE2\xE3\xCF\xD3\n1 0 obj\n";
+  {
+    ZPDFOutStream out(&text);
+    catalog.SendTo(out, ZPDFEncrypterNeutral::Default());
+  }
+  text += "\nendobj\ntrailer\n<</Root 1 0 R>>\n%%EOF\n";
+  return text;
+}
+
+}  // namespace zforms::tool

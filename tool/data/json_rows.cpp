@@ -1,0 +1,190 @@
+#include "tool/data/json_rows.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms::tool {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr size_t kMaxDepth = 100;
+
+// Takes the events of the JSON parser, which recurses nowhere.
+class RowBuilder final : public nlohmann::json_sax<Json> {
+ public:
+  explicit RowBuilder(Row* row) : row_(row) { row->cells.clear(); }
+
+  bool null() override {
+    Cell cell;
+    cell.is_null = true;
+    return Add(std::move(cell));
+  }
+  bool boolean(bool truth) override { return AddText(truth ? "true" : "false"); }
+  bool number_integer(number_integer_t number) override { return AddText(std::to_string(number)); }
+  bool number_unsigned(number_unsigned_t number) override { return AddText(std::to_string(number)); }
+  bool number_float(number_float_t, const string_t& digits) override { return AddText(digits); }
+  bool string(string_t& text) override { return AddText(std::move(text)); }
+  bool binary(binary_t&) override { return Fail("it holds bytes"); }
+
+  bool start_object(size_t) override {
+    if (in_list_) return Fail("a list holds an object");
+    if (depth_++ > kMaxDepth) return Fail("objects stand too deep in one another");
+    starts_.push_back(prefix_.size());
+    if (depth_ > 1) prefix_ += key_ + ".";
+    return true;
+  }
+  bool end_object() override {
+    prefix_.resize(starts_.back());
+    starts_.pop_back();
+    depth_--;
+    return true;
+  }
+  bool key(string_t& name) override {
+    key_ = std::move(name);
+    return true;
+  }
+  bool start_array(size_t) override {
+    if (depth_ == 0) return Fail("it is a list, not an object");
+    if (in_list_) return Fail("a list holds a list");
+    in_list_ = true;
+    list_started_ = false;
+    return true;
+  }
+  bool end_array() override {
+    in_list_ = false;
+    // Nothing is chosen.
+    return list_started_ || AddText(std::string());
+  }
+  bool parse_error(size_t at, const std::string&, const nlohmann::detail::exception& fault) override {
+    fault_at_ = at == 0 ? 0 : at - 1;
+    // Before it stand names of that library, and the place.
+    const std::string_view text = fault.what();
+    const size_t dash = text.find(" - ");
+    return Fail("it is no JSON" + (dash == text.npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
+  }
+
+  std::vector<std::string> TakeNames() { return std::move(names_); }
+  const std::string& Error() const { return error_; }
+  // The byte where it is no JSON; nothing for any other fault.
+  const std::optional<size_t>& FaultAt() const { return fault_at_; }
+
+ private:
+  bool Fail(std::string error) {
+    error_ = std::move(error);
+    return false;
+  }
+  bool AddText(std::string text) {
+    Cell cell;
+    cell.text = std::move(text);
+    return Add(std::move(cell));
+  }
+  bool Add(Cell cell) {
+    if (depth_ == 0) return Fail("it is no JSON object");
+    if (in_list_ && list_started_) {
+      row_->cells.back().more.push_back(std::move(cell.text));
+      return true;
+    }
+    list_started_ = in_list_;
+    names_.push_back(prefix_ + key_);
+    row_->cells.push_back(std::move(cell));
+    return true;
+  }
+
+  Row* row_;
+  std::vector<std::string> names_;
+  std::string key_;
+  std::string prefix_;
+  std::vector<size_t> starts_;
+  size_t depth_ = 0;
+  bool in_list_ = false;
+  bool list_started_ = false;
+  std::string error_;
+  std::optional<size_t> fault_at_;
+};
+
+// Where the text ends, the column in characters.
+std::string PlaceOf(std::string_view text, bool is_line) {
+  const std::string_view line = text.substr(text.rfind('\n') + 1);
+  const auto column = 1 + std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; });
+  const auto number = 1 + std::count(text.begin(), text.end(), '\n');
+  return (is_line ? "" : "line " + std::to_string(number) + ", ") + "column " + std::to_string(column) + ": ";
+}
+
+// Of members with one name the last counts, as in most readers of JSON.
+void KeepLastOfName(std::vector<std::string>* names, std::vector<Cell>* cells) {
+  std::unordered_map<std::string, size_t> places;
+  std::vector<std::string> kept_names;
+  std::vector<Cell> kept_cells;
+  for (size_t i = 0; i < names->size(); i++) {
+    const auto [place, is_new] = places.emplace((*names)[i], kept_names.size());
+    if (is_new) {
+      kept_names.push_back(std::move((*names)[i]));
+      kept_cells.push_back(std::move((*cells)[i]));
+    } else {
+      kept_cells[place->second] = std::move((*cells)[i]);
+    }
+  }
+  *names = std::move(kept_names);
+  *cells = std::move(kept_cells);
+}
+
+}  // namespace
+
+bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole) {
+  RowBuilder builder(row);
+  if (!Json::sax_parse(text.begin(), text.end(), &builder)) {
+    *error = builder.Error();
+    if (!builder.FaultAt()) return false;
+    const bool is_line = whole.empty();
+    const size_t begin = is_line || text.empty() ? 0 : static_cast<size_t>(text.data() - whole.data());
+    *error = PlaceOf((is_line ? text : whole).substr(0, begin + *builder.FaultAt()), is_line) + *error;
+    return false;
+  }
+  std::vector<std::string> names = builder.TakeNames();
+  // Rows of a table have the same names as a rule.
+  if (row->names != nullptr && *row->names == names) return true;
+  KeepLastOfName(&names, &row->cells);
+  if (row->names != nullptr && *row->names == names) return true;
+  row->names = std::make_shared<const std::vector<std::string>>(std::move(names));
+  return true;
+}
+
+bool JsonReader::ReadLine() {
+  text_.clear();
+  while (true) {
+    const std::string_view rest = source_.Rest();
+    if (rest.empty()) break;
+    const std::string_view part = rest.substr(0, rest.find('\n'));
+    if (text_.size() + part.size() > kMaxRow) {
+      failure_ = "line " + std::to_string(line_ + 1) + " is longer than 16 MB";
+      return false;
+    }
+    text_.append(part);
+    source_.Consume(part.size() + (part.size() < rest.size() ? 1 : 0));
+    if (part.size() < rest.size()) {
+      line_++;
+      return true;
+    }
+  }
+  line_++;
+  return !text_.empty();
+}
+
+bool JsonReader::Next(Row* row) {
+  row->fault.clear();
+  do {
+    if (!Failure().empty() || !ReadLine()) return false;
+  } while (TrimBlanks(text_).empty());
+  row->number = ++count_;
+  row->line = line_;
+  ReadJsonRow(text_, row, &row->fault);
+  return true;
+}
+
+}  // namespace zforms::tool

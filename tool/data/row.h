@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/containers.h"
+
+namespace zforms::tool {
+
+// A value of a row of data, UTF-8. A list has its further values in `more`.
+struct Cell {
+  std::string text;
+  std::vector<std::string> more;
+  bool is_null = false;  // says nothing, which is not the same as an empty text
+};
+
+// The values of a cell as data of forms have them, with CR LF for each line end.
+PTableau<Chaine> TextsOf(const Cell& cell);
+
+using RowNames = std::shared_ptr<const std::vector<std::string>>;
+
+// A row of data, such as a record of a CSV file. Rows with the same columns share
+// their names.
+struct Row {
+  uint64_t number = 0;  // the first is 1
+  uint64_t line = 0;    // where it starts in its file, from 1
+  std::string fault;    // why it cannot be used; empty when it can
+  RowNames names;
+  std::vector<Cell> cells;  // as many as names, unless there is a fault
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "zforms/pdf/object_identifier.h"
+
+namespace zforms {
+class ZAcroForm;
+class ZAcroFormField;
+class ZPDFNode;
+class ZPDFParser;
+}  // namespace zforms
+
+namespace zforms::tool {
+
+// What the tool says of one field of a form: of one that has no named kids. Texts
+// are UTF-8; type and flags are inherited as viewers take them.
+struct FieldReport {
+  std::string name;
+  std::string type;  // text, check, radio, push, combo, list, sig or none
+  uint32_t flags = 0;
+  std::vector<std::string> values;  // none when absent; more than one only in an array
+  std::vector<std::string> defaults;
+  bool value_is_array = false;
+  bool default_is_array = false;
+  std::vector<std::pair<std::string, std::string>> options;  // export value, display name
+  std::vector<std::string> states;                           // of all widgets, but "Off"
+  size_t widgets = 0;
+  uint32_t page = 0;            // from 1; 0 when no page shows the field
+  bool is_listed = true;        // by the form; else a page alone leads to it
+  ZPDFObjectIdentifier object;  // 0 0 for a field inside another object
+  std::string tool_tip;
+  uint32_t max_length = 0;  // 0 for none
+  ZAcroFormField* field = nullptr;
+};
+
+// The fields in the order of the form's tree; those of pages alone come last.
+std::vector<FieldReport> ReportFields(ZAcroForm& form);
+
+// The objects whose values have been read, by value.
+std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const ZPDFParser& parser);
+
+// The flags in words, such as "read-only, required".
+std::string FlagWords(const FieldReport& field);
+
+}  // namespace zforms::tool

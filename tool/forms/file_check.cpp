@@ -1,0 +1,48 @@
+#include "tool/forms/file_check.h"
+
+#include <string>
+#include <vector>
+
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/parser/parser.h"
+
+namespace zforms::tool {
+
+size_t LoadAll(ZPDFParser& parser) {
+  size_t loaded = 0;
+  std::vector<ZPDFObjectIdentifier> in_use;
+  for (const ZPDFObjectLocation& location : parser.ObjectLocations()) {
+    if (location.in_use) in_use.push_back(location.id);
+  }
+  for (const ZPDFObjectIdentifier& id : in_use) loaded += parser.GetObject(id) != nullptr ? 1 : 0;
+  return loaded;
+}
+
+bool CheckFile(ZAcroForm& form, Console& console) {
+  ZPDFParser& parser = *form.Parser();
+  LoadAll(parser);
+  const uint32_t size = parser.TrailerDico()->GetUIntValue("/Size");
+  if (size != parser.ObjectLocations().HighestNumber() + 1) {
+    console.Warn("\"/Size\" of the trailer is " + std::to_string(size) + ", the highest object number is " +
+                 std::to_string(parser.ObjectLocations().HighestNumber()));
+  }
+  if (const size_t count = parser.UnlistedAtEnd(); count > 0) {
+    console.Warn(std::to_string(count) + (count == 1 ? " object stands" : " objects stand") +
+                 " behind the last \"startxref\", where no section lists them: the end of the newest version of the "
+                 "file may be lost; --recover reads it");
+  }
+  const ZPDFNodeDictionary* const acro_form = parser.AcroForm();
+  if (acro_form != nullptr && !acro_form->Exist("/Fields"))
+    console.Warn("the form has no list of fields (\"/Fields\")");
+  if (parser.IDOriginal().IsEmpty()) console.Warn("the trailer has no file identifier (\"/ID\")");
+  return form.WouldLose();
+}
+
+bool MayWriteAnew(bool loses, bool recover, bool force, Console& console) {
+  if (!loses || force) return true;
+  console.Fail(std::string("pages or the form need what cannot be read, and would lose it: nothing was written. ") +
+               (recover ? "" : "--recover looks for it in the file, ") + "--force writes the rest");
+  return false;
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tool/base/console.h"
+#include "zforms/acroform/acro_form.h"
+
+namespace zforms::tool {
+
+// The bytes that a password may stand for: up to revision 3 it is in PDFDocEncoding
+// (ISO 32000-1 7.6.3.3), but some writers took the terminal's UTF-8 as it was.
+std::vector<Chaine> PasswordForms(const std::string& password);
+
+// What to add to the reason why a file could not be read: whether --recover reads it,
+// nothing where the reason is no damage. `bytes` are those of standard input.
+Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::string& password, const Chaine& reason);
+
+// Loads the document from a file or standard input. False, and said, when it
+// cannot be read or the password does not open it. A damaged file is read when it is
+// to be recovered. Its fields are those of its pages as well.
+bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
+              bool recover = false);
+
+// The same, and false as well when the document has no form.
+bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
+                        bool recover = false);
+
+// What to say of a document that has no fields.
+std::string WhyNoFields(const ZAcroForm& form);
+
+// Saves the document: in place when `output` is the file it came from and only an
+// update has to be appended, else beside the output and renamed. False, and said,
+// when that fails.
+bool SaveForm(const std::string& file, const std::string& output, ZAcroForm& form, Console& console);
+
+}  // namespace zforms::tool

@@ -1,0 +1,358 @@
+#include "tool/office/store.h"
+
+#include <charconv>
+#include <chrono>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "tool/office/statement.h"
+
+namespace zforms::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kFile[] = "zforms.db";
+constexpr char kLockFile[] = "serving.lock";
+// How long others may hold the database, in milliseconds. A server that waits answers
+// nobody meanwhile.
+constexpr int kWaitForOthers = 10000;
+constexpr int kServerWaitForOthers = 2000;
+// After that was too long, the next tries do not wait at all for this time.
+constexpr std::chrono::seconds kBusyTime(2);
+// Of the tables below, kept in "user_version".
+constexpr int kVersion = 1;
+
+constexpr char kTables[] = R"(
+CREATE TABLE IF NOT EXISTS forms(
+  "transaction" INTEGER PRIMARY KEY, code TEXT NOT NULL, token TEXT NOT NULL, folder INTEGER NOT NULL,
+  year INTEGER NOT NULL, expected INTEGER NOT NULL);
+CREATE TABLE IF NOT EXISTS submissions(
+  id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
+  count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
+CREATE INDEX IF NOT EXISTS submissions_by_code ON submissions(code);
+CREATE INDEX IF NOT EXISTS submissions_by_transaction ON submissions("transaction");
+CREATE TABLE IF NOT EXISTS fields(
+  submission INTEGER NOT NULL REFERENCES submissions(id), name TEXT NOT NULL, value TEXT NOT NULL,
+  PRIMARY KEY(submission, name)) WITHOUT ROWID;
+CREATE TABLE IF NOT EXISTS rejected(
+  id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
+  count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
+CREATE INDEX IF NOT EXISTS rejected_by_code ON rejected(code);
+CREATE TABLE IF NOT EXISTS pieces(
+  id INTEGER PRIMARY KEY, submission INTEGER NOT NULL, name TEXT NOT NULL, text TEXT NOT NULL);
+CREATE INDEX IF NOT EXISTS pieces_by_submission ON pieces(submission);
+CREATE TABLE IF NOT EXISTS unfinished(submission INTEGER PRIMARY KEY);
+CREATE TABLE IF NOT EXISTS rubrics(
+  rubric TEXT NOT NULL, field TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(rubric, field)) WITHOUT ROWID;
+CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
+PRAGMA user_version = 1;
+)";
+
+// SQLite takes paths in UTF-8 on every system.
+std::string PathIn(const std::string& folder, const char* name) { return folder + "/" + name; }
+
+bool MakeFolder(const std::string& folder, std::string* error) {
+  const fs::path path(std::u8string(folder.begin(), folder.end()));
+  std::error_code code;
+  // What is stored is nobody else's business; a folder that is there keeps its permissions.
+  if (fs::create_directories(path, code)) fs::permissions(path, fs::perms::owner_all, code);
+  if (code) *error = code.message();
+  return !code;
+}
+
+}  // namespace
+
+std::unique_ptr<Store> Store::Open(const std::string& folder, Mode mode, std::string* error) {
+  std::unique_ptr<Store> store(new Store);
+  if (mode != Mode::kRead && !MakeFolder(folder, error)) return nullptr;
+  return store->Connect(folder, mode, error) ? std::move(store) : nullptr;
+}
+
+Store::~Store() {
+  Flush();
+  statements_.clear();
+  sqlite3_close(checkpointer_);
+  sqlite3_close(database_);
+  sqlite3_close(lock_);
+}
+
+bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
+  if (mode == Mode::kServe) {
+    // The system lets go of it when this process ends, however that comes.
+    const int made = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    const bool locked = sqlite3_open_v2(PathIn(folder, kLockFile).c_str(), &lock_, made, nullptr) == SQLITE_OK &&
+                        sqlite3_exec(lock_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK;
+    if (!locked) {
+      *error = sqlite3_errcode(lock_) == SQLITE_BUSY ? "another server uses this data folder" : sqlite3_errmsg(lock_);
+      return false;
+    }
+  }
+  const std::string file = PathIn(folder, kFile);
+  const int flags = mode == Mode::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  if (sqlite3_open_v2(file.c_str(), &database_, flags, nullptr) != SQLITE_OK) {
+    *error = sqlite3_errmsg(database_);
+    return false;
+  }
+  wait_ = mode == Mode::kServe ? kServerWaitForOthers : kWaitForOthers;
+  sqlite3_busy_timeout(database_, wait_);
+  if (!CheckVersion(error)) return false;
+  if (mode == Mode::kRead) return true;
+  // Sessions and what people wrote are in it, and in the files that SQLite makes beside
+  // it, which get its permissions.
+  std::error_code ignored;
+  fs::permissions(fs::path(std::u8string(file.begin(), file.end())), fs::perms::owner_read | fs::perms::owner_write,
+                  ignored);
+  const bool ready = Execute("PRAGMA journal_mode = WAL") && Execute("PRAGMA synchronous = FULL") && Execute(kTables);
+  if (!ready) *error = sqlite3_errmsg(database_);
+  if (ready && mode == Mode::kServe) {
+    DropAllUnfinished();
+    sqlite3_open_v2(file.c_str(), &checkpointer_, SQLITE_OPEN_READWRITE, nullptr);
+  }
+  return ready;
+}
+
+// Whether the database is a store of ours, or a new one to be.
+bool Store::CheckVersion(std::string* error) {
+  Statement version(database_, "PRAGMA user_version");
+  Statement tables(database_, "SELECT count(*) FROM sqlite_master WHERE name IN ('forms', 'submissions', 'fields')");
+  if (!version.Next() || !tables.Next()) {
+    *error = sqlite3_errmsg(database_);
+    return false;
+  }
+  const bool is_new = version.Number(0) == 0 && tables.Number(0) == 0 && !IsReadOnly();
+  if (is_new || (version.Number(0) == kVersion && tables.Number(0) == 3)) return true;
+  *error = std::string("its ") + kFile + " is no store of this version of zforms";
+  return false;
+}
+
+bool Store::IsReadOnly() const { return sqlite3_db_readonly(database_, "main") == 1; }
+
+std::string Store::LastError() const {
+  const std::lock_guard lock(mutex_);
+  return sqlite3_errmsg(database_);
+}
+
+bool Store::Execute(const char* sql) { return sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+
+Statement& Store::Get(const char* sql) {
+  std::unique_ptr<Statement>& statement = statements_[sql];
+  if (statement == nullptr) statement = std::make_unique<Statement>(database_, sql);
+  return statement->Restart();
+}
+
+// --- forms ---
+
+bool Store::AddForm(const OpenedForm& form) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return Get("INSERT INTO forms VALUES(?, ?, ?, ?, ?, ?)")
+      .Bind(form.transaction)
+      .Bind(form.code)
+      .Bind(form.token)
+      .Bind(form.folder)
+      .Bind(form.year)
+      .Bind(form.expected)
+      .Run();
+}
+
+std::vector<OpenedForm> Store::Forms() {
+  const std::lock_guard lock(mutex_);
+  std::vector<OpenedForm> forms;
+  Statement& rows = Get("SELECT \"transaction\", code, token, folder, year, expected FROM forms");
+  while (rows.Next()) {
+    forms.push_back({rows.Number(0), rows.Text(1), rows.Text(2), rows.Number(3), static_cast<uint32_t>(rows.Number(4)),
+                     rows.Number(5)});
+  }
+  rows.Restart();
+  return forms;
+}
+
+bool Store::ExpireForms(uint64_t before, std::vector<uint64_t>* expired) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  Statement& rows = Get("SELECT \"transaction\" FROM forms WHERE \"transaction\" < ? AND expected = 0").Bind(before);
+  while (rows.Next()) expired->push_back(rows.Number(0));
+  rows.Restart();
+  if (expired->empty()) return true;
+  return Get("DELETE FROM forms WHERE \"transaction\" < ? AND expected = 0").Bind(before).Run();
+}
+
+std::optional<int32_t> Store::Year() {
+  const std::lock_guard lock(mutex_);
+  std::string text = TextFor(Get("SELECT value FROM settings WHERE name = 'year'"));
+  if (text.empty()) text = TextFor(Get("SELECT year FROM forms ORDER BY \"transaction\" DESC LIMIT 1"));
+  int64_t year = 0;
+  const bool is_number = std::from_chars(text.data(), text.data() + text.size(), year).ec == std::errc();
+  // Forms have its 32 bits without a sign.
+  return is_number ? std::optional(static_cast<int32_t>(static_cast<uint32_t>(year))) : std::nullopt;
+}
+
+bool Store::KeepYear(int32_t year) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return Get("INSERT OR REPLACE INTO settings VALUES('year', ?)").Bind(std::to_string(year)).Run();
+}
+
+// --- submissions ---
+
+bool Store::AddSubmission(const Submission& submission, bool accepted, Done done) {
+  const std::lock_guard lock(mutex_);
+  const bool is_first = batch_.empty();
+  const bool begun = (!is_first || Begin()) && Execute("SAVEPOINT one");
+  const bool added = begun && InsertSubmission(submission, accepted) && Execute("RELEASE one");
+  if (added) {
+    batch_.push_back(std::move(done));
+    return is_first;
+  }
+  const std::string failure = sqlite3_errmsg(database_);
+  if (begun) Execute("ROLLBACK TO one; RELEASE one");
+  // After some failures, such as a full disk, nothing is left of the transaction.
+  if (sqlite3_get_autocommit(database_) != 0) {
+    EndBatch(failure.c_str());
+  } else if (is_first) {
+    Execute("ROLLBACK");
+  }
+  done(failure.c_str());
+  return false;
+}
+
+// While somebody else holds the database for long, those that wait are told at once,
+// not one after the other.
+bool Store::Begin() {
+  using Clock = std::chrono::steady_clock;
+  sqlite3_busy_timeout(database_, Clock::now() < busy_until_ ? 0 : wait_);
+  const bool begun = Execute("BEGIN IMMEDIATE");
+  if (!begun && sqlite3_errcode(database_) == SQLITE_BUSY) busy_until_ = Clock::now() + kBusyTime;
+  sqlite3_busy_timeout(database_, wait_);
+  return begun;
+}
+
+void Store::Flush() {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+}
+
+void Store::FlushLocked() {
+  if (batch_.empty()) return;
+  if (Execute("COMMIT")) return EndBatch(nullptr);
+  const std::string failure = sqlite3_errmsg(database_);
+  if (sqlite3_get_autocommit(database_) == 0) Execute("ROLLBACK");
+  EndBatch(failure.c_str());
+}
+
+void Store::EndBatch(const char* failure) {
+  for (const Done& done : batch_) done(failure);
+  batch_.clear();
+}
+
+bool Store::InsertSubmission(const Submission& submission, bool accepted) {
+  // An id of 0 is a new one.
+  constexpr char kAccepted[] =
+      "INSERT INTO submissions(id, received, code, \"transaction\", count, folder, year, url, xfdf) "
+      "VALUES(nullif(?, 0), ?, ?, ?, ?, ?, ?, ?, ?)";
+  constexpr char kRejected[] =
+      "INSERT INTO rejected(id, received, code, \"transaction\", count, folder, year, url, xfdf) "
+      "VALUES(nullif(?, 0), ?, ?, ?, ?, ?, ?, ?, ?)";
+  const bool added = Get(accepted ? kAccepted : kRejected)
+                         .Bind(static_cast<uint64_t>(submission.id))
+                         .Bind(submission.received)
+                         .Bind(submission.code)
+                         .Bind(submission.transaction)
+                         .Bind(uint64_t{submission.count})
+                         .Bind(submission.folder)
+                         .Bind(uint64_t{submission.year})
+                         .Bind(submission.url)
+                         .Bind(submission.xfdf)
+                         .Run();
+  if (added && submission.staged && !Finish(submission.id, accepted)) return false;
+  if (!added || !accepted) return added;
+  const auto id = static_cast<uint64_t>(sqlite3_last_insert_rowid(database_));
+  for (const auto& [name, value] : submission.fields) {
+    if (!Get("INSERT OR REPLACE INTO fields VALUES(?, ?, ?)").Bind(id).Bind(name).Bind(value).Run()) return false;
+  }
+  return Get("UPDATE forms SET expected = max(expected, ?) WHERE \"transaction\" = ?")
+      .Bind(uint64_t{submission.count} + 1)
+      .Bind(submission.transaction)
+      .Run();
+}
+
+// The first column of the first row; empty without one.
+std::string Store::TextFor(Statement& query) {
+  std::string text = query.Next() ? query.Text(0) : std::string();
+  query.Restart();
+  return text;
+}
+
+std::string Store::LatestXFDF(uint64_t transaction) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  Statement& newest =
+      Get("SELECT id, xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY id DESC LIMIT 1").Bind(transaction);
+  Submission found;
+  if (newest.Next()) {
+    found.id = static_cast<int64_t>(newest.Number(0));
+    found.xfdf = newest.Text(1);
+  }
+  newest.Restart();
+  if (found.id != 0 && found.xfdf.empty()) ReadPieces(found.id, &found);
+  return found.xfdf;
+}
+
+Store::FormState Store::StateOf(const std::string& code) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return {TextFor(Get("SELECT received FROM submissions WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code)),
+          TextFor(Get("SELECT received FROM rejected WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code))};
+}
+
+bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit) {
+  const std::lock_guard lock(mutex_);
+  constexpr char kColumns[] = "SELECT id, received, code, \"transaction\", count, folder, year, url, xfdf FROM ";
+  const std::string sql = std::string(kColumns) + (filter.rejected ? "rejected" : "submissions") +
+                          " WHERE (?1 = '' OR code = ?1) AND (?2 = 0 OR id = ?2) ORDER BY id";
+  Statement& rows = Get(sql.c_str()).Bind(filter.code).Bind(static_cast<uint64_t>(filter.id));
+  bool goes_on = true;
+  while (goes_on && rows.Next()) {
+    Submission found{static_cast<int64_t>(rows.Number(0)),
+                     rows.Text(1),
+                     rows.Text(2),
+                     rows.Number(3),
+                     static_cast<uint32_t>(rows.Number(4)),
+                     rows.Number(5),
+                     static_cast<uint32_t>(rows.Number(6)),
+                     rows.Text(7),
+                     rows.Text(8),
+                     {}};
+    if (!filter.rejected) {
+      Statement& fields = Get("SELECT name, value FROM fields WHERE submission = ? ORDER BY name")
+                              .Bind(static_cast<uint64_t>(found.id));
+      while (fields.Next()) found.fields.emplace_back(fields.Text(0), fields.Text(1));
+    }
+    if (found.xfdf.empty()) ReadPieces(filter.rejected ? -found.id : found.id, &found);
+    goes_on = visit(found);
+  }
+  const bool done = !goes_on || rows.IsDone();
+  rows.Restart();
+  return done;
+}
+
+// --- rubrics ---
+
+Store::Rubrics Store::ReadRubrics() {
+  const std::lock_guard lock(mutex_);
+  Rubrics rubrics;
+  Statement& rows = Get("SELECT rubric, field, value FROM rubrics");
+  while (rows.Next()) rubrics[rows.Text(0)][rows.Text(1)] = rows.Text(2);
+  rows.Restart();
+  return rubrics;
+}
+
+bool Store::SetRubric(const std::string& rubric, const std::string& field, const std::string& value) {
+  const std::lock_guard lock(mutex_);
+  FlushLocked();
+  return Get("INSERT OR REPLACE INTO rubrics VALUES(?, ?, ?)").Bind(rubric).Bind(field).Bind(value).Run();
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,173 @@
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include "tool/office/statement.h"
+#include "tool/office/store.h"
+
+// Long submissions. SQLite has one writer at a time, and what it writes has to reach the
+// disk; who stored 30 MB at once would hold up everybody for as long. So the texts of a
+// long submission are written before it, in steps: its fields under the number that it
+// will have, and texts that are longer than a step in rows of "pieces", with the name of
+// the field, or none for the XFDF, where the text itself is left empty. The submission
+// comes last, so that nobody sees it before it is whole; until then it stands in
+// "unfinished", and what stands there when a server starts is dropped.
+namespace zforms::tool {
+namespace {
+
+// What a step writes, about.
+constexpr size_t kStep = size_t{512} << 10;
+// Before the log is so long that SQLite itself would stop to bring it in.
+constexpr unsigned kStepsToCheckpoint = 4;
+// What a row takes beside its texts.
+constexpr size_t kRow = 100;
+// Long enough for somebody who waits for the store to get it.
+constexpr std::chrono::milliseconds kPause(1);
+
+size_t SizeOf(const Submission& submission) {
+  size_t size = submission.xfdf.size();
+  for (const auto& [name, value] : submission.fields) size += name.size() + value.size() + kRow;
+  return size;
+}
+
+// The first `size` bytes or somewhat fewer: no character is cut.
+std::string_view FirstOf(std::string_view text, size_t size) {
+  if (size >= text.size()) return text;
+  const size_t least = size - 3;
+  while (size > least && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80) size--;
+  return text.substr(0, size);
+}
+
+// The pieces of rejected ones have the negative number.
+int64_t KeyOf(int64_t id, bool accepted) { return accepted ? id : -id; }
+
+}  // namespace
+
+// The number that the next submission would get; the one after it gets the next.
+int64_t Store::Reserve(bool accepted) {
+  const std::string_view table = accepted ? "submissions" : "rejected";
+  Statement& raised = Get("UPDATE sqlite_sequence SET seq = seq + 1 WHERE name = ?").Bind(table);
+  if (!raised.Run()) return 0;
+  const bool is_first = sqlite3_changes(database_) == 0;
+  if (is_first && !Get("INSERT INTO sqlite_sequence(name, seq) VALUES(?, 1)").Bind(table).Run()) return 0;
+  Statement& number = Get("SELECT seq FROM sqlite_sequence WHERE name = ?").Bind(table);
+  const auto id = number.Next() ? static_cast<int64_t>(number.Number(0)) : 0;
+  number.Restart();
+  const auto key = static_cast<uint64_t>(KeyOf(id, accepted));
+  return id != 0 && Get("INSERT INTO unfinished VALUES(?)").Bind(key).Run() ? id : 0;
+}
+
+bool Store::Finish(int64_t id, bool accepted) {
+  return Get("DELETE FROM unfinished WHERE submission = ?").Bind(static_cast<uint64_t>(KeyOf(id, accepted))).Run();
+}
+
+// One transaction of its own. Then others have their turn.
+bool Store::RunStep(const std::function<bool()>& step, std::string* failure) {
+  {
+    const std::lock_guard lock(mutex_);
+    FlushLocked();
+    if (!Begin() || !step() || !Execute("COMMIT")) {
+      *failure = sqlite3_errmsg(database_);
+      if (sqlite3_get_autocommit(database_) == 0) Execute("ROLLBACK");
+      return false;
+    }
+  }
+  if (++steps_ % kStepsToCheckpoint == 0) {
+    sqlite3_wal_checkpoint_v2(checkpointer_, nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
+  std::this_thread::sleep_for(kPause);
+  return true;
+}
+
+std::string Store::Stage(Submission* submission, bool accepted) {
+  std::string failure;
+  if (SizeOf(*submission) <= kStep) return failure;
+  int64_t id = 0;
+  if (!RunStep([&] { return (id = Reserve(accepted)) != 0; }, &failure)) return failure;
+  const int64_t key = KeyOf(id, accepted);
+  const auto number = static_cast<uint64_t>(key);
+  const auto stage_text = [&](std::string_view name, std::string* text) {
+    for (std::string_view rest = *text; !rest.empty();) {
+      const std::string_view piece = FirstOf(rest, kStep);
+      const auto write = [&] {
+        return Get("INSERT INTO pieces(submission, name, text) VALUES(?, ?, ?)")
+            .Bind(number)
+            .Bind(name)
+            .Bind(piece)
+            .Run();
+      };
+      if (!RunStep(write, &failure)) return false;
+      rest.remove_prefix(piece.size());
+    }
+    text->clear();
+    text->shrink_to_fit();
+    return true;
+  };
+  bool done = stage_text({}, &submission->xfdf);
+  for (auto& [name, value] : submission->fields) {
+    if (!done || !accepted || name.empty() || value.size() <= kStep) continue;
+    // Of several of a name the last one counts.
+    const auto has_name = [&name](const auto& field) { return field.first == name; };
+    const auto last = std::find_if(submission->fields.rbegin(), submission->fields.rend(), has_name);
+    if (&last->second == &value) {
+      done = stage_text(name, &value);
+    } else {
+      value.clear();
+    }
+  }
+  auto next = submission->fields.begin();
+  const auto write_rows = [&] {
+    for (size_t size = 0; next != submission->fields.end() && size < kStep; ++next) {
+      const auto& [name, value] = *next;
+      if (!Get("INSERT OR REPLACE INTO fields VALUES(?, ?, ?)").Bind(number).Bind(name).Bind(value).Run()) return false;
+      size += name.size() + value.size() + kRow;
+    }
+    return true;
+  };
+  while (done && accepted && next != submission->fields.end()) done = RunStep(write_rows, &failure);
+  if (!done) {
+    std::string ignored;
+    RunStep([&] { return DropUnfinished(key); }, &ignored);
+    return failure;
+  }
+  submission->fields.clear();
+  submission->fields.shrink_to_fit();
+  submission->id = id;
+  submission->staged = true;
+  return failure;
+}
+
+bool Store::DropUnfinished(int64_t key) {
+  const auto number = static_cast<uint64_t>(key);
+  return Get("DELETE FROM pieces WHERE submission = ?").Bind(number).Run() &&
+         Get("DELETE FROM fields WHERE submission = ?").Bind(number).Run() &&
+         Get("DELETE FROM unfinished WHERE submission = ?").Bind(number).Run();
+}
+
+// What is left of a server that was killed.
+void Store::DropAllUnfinished() {
+  std::vector<int64_t> keys;
+  Statement& rows = Get("SELECT submission FROM unfinished");
+  while (rows.Next()) keys.push_back(static_cast<int64_t>(rows.Number(0)));
+  rows.Restart();
+  for (const int64_t key : keys) DropUnfinished(key);
+}
+
+void Store::ReadPieces(int64_t key, Submission* submission) {
+  Statement& rows =
+      Get("SELECT name, text FROM pieces WHERE submission = ? ORDER BY id").Bind(static_cast<uint64_t>(key));
+  while (rows.Next()) {
+    const std::string name = rows.Text(0);
+    const auto has_name = [&name](const auto& field) { return field.first == name; };
+    const auto field = std::find_if(submission->fields.begin(), submission->fields.end(), has_name);
+    if (name.empty()) submission->xfdf += rows.Text(1);
+    if (!name.empty() && field != submission->fields.end()) field->second += rows.Text(1);
+  }
+  rows.Restart();
+}
+
+}  // namespace zforms::tool

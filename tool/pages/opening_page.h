@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "zforms/platform/http/http_page.h"
+
+namespace zforms::tool {
+
+class Office;
+
+// OpeningPage lists the forms at "/", with what became of them, and opens one by POST
+// to "/open.cgi?code=CODE": as a filled PDF, or with "as=xfdf" as the XFDF document that
+// leads a reader to it.
+class OpeningPage : public ZHTTPServerPageBase {
+ public:
+  explicit OpeningPage(Office* office) : ZHTTPServerPageBase("GET,POST"), office_(office) {}
+  ~OpeningPage() override;
+
+  // Null for other paths, which are reported as such.
+  std::unique_ptr<CSessionBase> StartRequest(const ZInetURL& url, const Chaine& method) override;
+  std::unique_ptr<CSessionBase> AllocSession() override;
+
+ private:
+  Office* office_;
+};
+
+}  // namespace zforms::tool

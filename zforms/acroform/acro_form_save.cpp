@@ -1,0 +1,234 @@
+#include <algorithm>
+#include <utility>
+
+#include "zforms/acroform/acro_form.h"
+#include "zforms/acroform/node_access.h"
+#include "zforms/pdf/crypt/encryption.h"
+#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/parser/losses.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/pdf/writer/saver.h"
+#include "zforms/pdf/writer/updater.h"
+#include "zforms/platform/files/inet_stream.h"
+
+namespace zforms {
+namespace {
+
+// Numbers without an object are filled up to so many times the number of objects,
+// and as many more; beyond, and above what readers take (ISO 32000-1 annex C), all
+// objects are numbered anew.
+constexpr uint64_t kMaxSpread = 4;
+constexpr uint64_t kMaxSpreadBase = 1000;
+constexpr uint32_t kHighestNumber = 8388607;
+
+// The trailer of a file written anew, with what belonged to the former one left
+// out, so that a former encryption dictionary is not among the objects in use.
+std::unique_ptr<ZPDFNodeDictionary> BareTrailer(const ZPDFParser& parser) {
+  std::unique_ptr<ZPDFNodeDictionary> trailer(parser.TrailerDico()->Clone());
+  for (const char* key : {"/Encrypt", "/Prev", "/XRefStm"}) trailer->RemoveValue(key);
+  return trailer;
+}
+
+// The trailer of an update: the stream that an older section of a hybrid file names
+// stays with that section, or it would come before newer versions of its objects.
+std::unique_ptr<ZPDFNodeDictionary> UpdateTrailer(const ZPDFNodeDictionary& newest) {
+  std::unique_ptr<ZPDFNodeDictionary> trailer(newest.Clone());
+  if (!trailer->Exist("/XRefStm")) return trailer;
+  const bool modified = trailer->IsModified();
+  trailer->RemoveValue("/XRefStm");
+  trailer->SetModified(false, true);
+  trailer->SetModified(modified, false);
+  return trailer;
+}
+
+// Whether the object says where other objects are, which nothing in a document should
+// lead to and a file written anew does not need.
+bool IsStructureStream(const ZPDFNodeIndirectObject* object) {
+  const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
+  if (stream == nullptr) return false;
+  const Chaine& type = stream->Dico()->GetIdentifier("/Type");
+  return type == "/XRef" || type == "/ObjStm";
+}
+
+uint32_t HighestNumber(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& missing) {
+  return std::max(objects.empty() ? 0 : objects.back().first.Number(), missing.empty() ? 0 : missing.back().Number());
+}
+
+bool HasWideGaps(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& missing) {
+  const uint32_t highest = HighestNumber(objects, missing);
+  const size_t count = objects.size() + missing.size();
+  return highest > kMaxSpread * count + kMaxSpreadBase || (highest > kHighestNumber && count < highest);
+}
+
+// Null objects for the numbers up to the highest that have none, and for those that are
+// missing: "/Size" is the number of objects plus one, and readers ignore what is numbered
+// above it.
+PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* objects,
+                                                            const PTableau<ZPDFObjectIdentifier>& missing) {
+  PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> fillers;
+  ZPDFObjectList filled;
+  filled.reserve(HighestNumber(*objects, missing));
+  uint32_t next = 1;
+  const auto fill = [&](const ZPDFObjectIdentifier& id) {
+    fillers.push_back(std::make_unique<ZPDFNodeIndirectObject>(nullptr, id, nullptr));
+    fillers.back()->SetChild(ZPDFNodeNull::Default());
+    filled.emplace_back(id, fillers.back().get());
+    next = id.Number() + 1;
+  };
+  auto lost = missing.begin();
+  const auto fill_up_to = [&](uint32_t number) {
+    for (; lost != missing.end() && lost->Number() < number; ++lost) {
+      while (next < lost->Number()) fill({next, 0});
+      if (next == lost->Number()) fill(*lost);
+    }
+    while (next < number) fill({next, 0});
+  };
+  for (const auto& [id, object] : *objects) {
+    fill_up_to(id.Number());
+    filled.emplace_back(id, object);
+    next = id.Number() + 1;
+  }
+  if (!missing.empty()) fill_up_to(missing.back().Number() + 1);
+  *objects = std::move(filled);
+  return fillers;
+}
+
+// Whether what cannot be read has the number of another object, and so cannot be made null under it.
+bool SharesNumbers(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& unreadable) {
+  for (size_t i = 0; i < unreadable.size(); i++) {
+    const uint32_t number = unreadable[i].Number();
+    const auto below = [](const auto& object, uint32_t wanted) { return object.first.Number() < wanted; };
+    const auto found = std::lower_bound(objects.begin(), objects.end(), number, below);
+    if (found != objects.end() && found->first.Number() == number) return true;
+    if (i > 0 && unreadable[i - 1].Number() == number) return true;
+  }
+  return false;
+}
+
+PTableau<ZPDFObjectIdentifier> IdentifiersOf(const ZPDFObjectList& objects) {
+  PTableau<ZPDFObjectIdentifier> ids;
+  ids.reserve(objects.size());
+  for (const auto& [id, object] : objects) ids.push_back(id);
+  return ids;
+}
+
+// The header line; one that names no version would be copied from file to file.
+Chaine HeaderFor(const ZPDFParser& parser) { return parser.NamesVersion() ? parser.PDFVersion() : "%PDF-1.7"; }
+
+}  // namespace
+
+bool ZAcroForm::Save(const Chaine& path) {
+  const Chaine target = path.IsEmpty() ? path_name_ : path;
+  if (!SaveBy([&target](ZPDFWriter& writer) { return writer.Write(target); })) return false;
+  path_name_ = target;
+  return true;
+}
+
+bool ZAcroForm::Save(ZInetOStream& out) {
+  return SaveBy([&out](ZPDFWriter& writer) { return writer.Write(out); });
+}
+
+bool ZAcroForm::SaveFull(const Chaine& path) {
+  const Chaine target = path.IsEmpty() ? path_name_ : path;
+  if (!SaveFullBy([&target](ZPDFWriter& writer) { return writer.Write(target); })) return false;
+  path_name_ = target;
+  return true;
+}
+
+bool ZAcroForm::SaveFull(ZInetOStream& out) {
+  return SaveFullBy([&out](ZPDFWriter& writer) { return writer.Write(out); });
+}
+
+bool ZAcroForm::SaveBy(const WriteStep& write) { return SavesAnew() ? SaveFullBy(write) : UpdateBy(write); }
+
+bool ZAcroForm::SavesAnew() const {
+  return encryption_save_ != nullptr || (parser_ != nullptr && parser_->IsRecovered());
+}
+
+bool ZAcroForm::UpdateBy(const WriteStep& write) {
+  if (parser_ == nullptr) return FailSave("no document is loaded");
+  ZPDFUpdater updater;
+  updater.SetRawData(raw_data_, xref_offset_);
+  PTableau<ZPDFNodeIndirectObject*> added;
+  for (const ZPDFObjectLocation& location : parser_->ObjectLocations()) {
+    if (location.object != nullptr && updater.AddNode(location.object)) added.push_back(location.object);
+  }
+  const uint32_t xref_number = parser_->XRefIsStream() ? parser_->FreeNumber() : 0;
+  updater.SetXrefStream(xref_number);
+  updater.SetTrailer(UpdateTrailer(*parser_->TrailerDico()).get());
+  if (!write(updater)) return FailSave(updater.Failure());
+  raw_data_ = updater.RawData();
+  if (xref_number != 0 && updater.SectionWritten()) parser_->TakeNumber(xref_number);
+  // After an empty update the updater's offset leads to no section.
+  if (updater.SectionWritten()) xref_offset_ = updater.XRefOffset();
+  for (ZPDFNodeIndirectObject* object : added) object->SetModified(false, true);
+  FinishSave();
+  return true;
+}
+
+Chaine ZAcroForm::UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const {
+  ZPDFUpdater updater;
+  updater.SetRawData(raw_data_, xref_offset_);
+  for (const ZPDFNodeIndirectObject* object : objects) updater.AddNode(object);
+  updater.SetXrefStream(parser_->XRefIsStream() ? parser_->FreeNumber() : 0);
+  updater.SetTrailer(UpdateTrailer(*parser_->TrailerDico()).get());
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  return updater.Write(out) ? bytes : Chaine();
+}
+
+bool ZAcroForm::SaveFullBy(const WriteStep& write) {
+  if (parser_ == nullptr) return FailSave("no document is loaded");
+  // What is in use is found from the catalog: without it everything would be lost.
+  if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
+  std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
+  PTableau<ZPDFObjectIdentifier> missing;
+  ZPDFObjectList objects = trailer->ReferencedObjects(&missing);
+  const ZPDFLosses losses(*parser_, missing, &notes_);
+  std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
+  PTableau<ZPDFObjectIdentifier> former;
+  if (HasWideGaps(objects, missing) || SharesNumbers(objects, losses.Unreadable())) {
+    former = parser_->Renumber(IdentifiersOf(objects));
+    trailer = BareTrailer(*parser_);
+    objects = trailer->ReferencedObjects(&missing);
+    std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
+  }
+  const auto fillers = FillHoles(&objects, missing);
+  ZPDFSaver saver(EncryptionSave());
+  saver.SetPDFVersion(HeaderFor(*parser_));
+  saver.SetExpectedSize(raw_data_.size() + raw_data_.size() / 8);
+  saver.SetObjectList(std::move(objects));
+  saver.SetTrailer(trailer.get());
+  if (!write(saver)) {
+    if (!former.empty()) parser_->TakeBack(former);
+    return FailSave(saver.Failure());
+  }
+  raw_data_ = saver.RawData();
+  xref_offset_ = saver.XRefOffset();
+  parser_->Rebase(raw_data_, xref_offset_, saver.Offsets(), EncryptionSave());
+  if (encryption_save_ != nullptr) encryption_load_ = std::move(encryption_save_);
+  ResetModified();
+  FinishSave();
+  return true;
+}
+
+bool ZAcroForm::WouldLose() { return parser_ != nullptr && ZPDFLosses(*parser_, &notes_).ConcernContent(); }
+
+void ZAcroForm::FinishSave() {
+  parser_->TrailerDico()->SetModified(false, true);
+  notes_.SetFailure(Chaine());
+}
+
+bool ZAcroForm::FailSave(const Chaine& reason) {
+  notes_.SetFailure(reason.IsEmpty() ? Chaine("the destination did not take all bytes") : reason);
+  return false;
+}
+
+void ZAcroForm::ResetModified() {
+  if (form_infos_ != nullptr) form_infos_->SetModified(false);
+  if (parser_ != nullptr) parser_->ResetModifiedObjects();
+}
+
+}  // namespace zforms

@@ -1,0 +1,160 @@
+#include "zforms/acroform/button_states.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "zforms/acroform/field.h"
+#include "zforms/acroform/node_access.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+namespace {
+
+constexpr char kOff[] = "Off";
+
+// The widget's appearances by state; null when it has none.
+const ZPDFNodeDictionary* StateDictionary(const ZAcroFormField& widget) {
+  const ZPDFNodeDictionary* appearances = DictionaryAt(*widget.Dico(), "/AP");
+  return appearances == nullptr ? nullptr : DictionaryAt(*appearances, "/N");
+}
+
+// Every state of the widget but "Off".
+PTableau<Chaine> OnStates(const ZAcroFormField& widget) {
+  PTableau<Chaine> states;
+  const ZPDFNodeDictionary* dictionary = StateDictionary(widget);
+  for (size_t i = 0; dictionary != nullptr && i < dictionary->Size(); i++) {
+    const Chaine state = WithoutSlashes(Chaine(dictionary->KeyAt(i)));
+    if (!state.IsEmpty() && state != kOff) states.push_back(state);
+  }
+  return states;
+}
+
+// The state of the widget at the place of the export value; empty without one.
+Chaine StateOfExportValue(const ZAcroFormField& field, const Chaine& value) {
+  const PTableau<ZAcroFormFieldOption> options = field.Options();
+  const PTableau<Chaine> states = FirstStates(field);
+  for (size_t i = 0; i < options.size() && i < states.size(); i++) {
+    if (!states[i].IsEmpty() && PDFTextToUTF8(options[i].ExportValue()) == value) return states[i];
+  }
+  return {};
+}
+
+}  // namespace
+
+PTableau<Chaine> ButtonStates(const ZAcroFormField& field) {
+  PUniqueT<Chaine> states;
+  for (const ZAcroFormField* widget : field.Widgets()) {
+    for (const Chaine& state : OnStates(*widget)) states.Add(state);
+  }
+  return {states.begin(), states.end()};
+}
+
+PTableau<Chaine> FirstStates(const ZAcroFormField& field) {
+  PTableau<Chaine> first;
+  for (const ZAcroFormField* widget : field.Widgets()) {
+    const PTableau<Chaine> states = OnStates(*widget);
+    first.push_back(states.empty() ? Chaine() : states[0]);
+  }
+  return first;
+}
+
+Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* known) {
+  *known = true;
+  if (value.IsEmpty() || value == kOff) return kOff;
+  const PTableau<Chaine> states = ButtonStates(field);
+  for (const Chaine& state : states) {
+    if (state == value) return state;
+  }
+  for (const Chaine& state : states) {
+    if (PDFNameToUTF8(state) == value) return state;
+  }
+  Chaine state = StateOfExportValue(field, value);
+  if (!state.IsEmpty()) return state;
+  if (value == "false") return kOff;
+  if (value == "true" && states.size() == 1) return states[0];
+  *known = false;
+  return UTF8ToPDFName(value);
+}
+
+namespace {
+
+Chaine ShownState(const ZAcroFormField& widget) { return WithoutSlashes(widget.Dico()->GetIdentifier("/AS")); }
+
+bool HasOnStates(const ZAcroFormField& widget) {
+  const ZPDFNodeDictionary* states = StateDictionary(widget);
+  if (states == nullptr) return false;
+  return states->Size() > (states->Exist("/Off") ? 1U : 0U);
+}
+
+bool HasState(const ZAcroFormField& widget, const Chaine& state) {
+  const ZPDFNodeDictionary* states = StateDictionary(widget);
+  return states != nullptr && states->Exist("/" + state);
+}
+
+void SetShownState(ZAcroFormField& widget, const Chaine& state) {
+  const Chaine shown = ShownState(widget);
+  if (shown == state || (shown.IsEmpty() && state == kOff)) return;
+  widget.Dico()->SetIdentifier("/AS", "/" + state);
+}
+
+// Whether the buttons go on and off one by one although they share a state.
+bool IsOneByOne(const ZAcroFormField& field) {
+  return field.InheritedType() == ZAcroFormField::eRadioButton &&
+         (field.InheritedFlags() & ZAcroFormField::kRadiosInUnisonFlag) == 0;
+}
+
+}  // namespace
+
+void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& state) {
+  PTableau<ZAcroFormField*> widgets;
+  for (ZAcroFormField* field : fields) {
+    for (ZAcroFormField* widget : field->Widgets()) widgets.push_back(widget);
+  }
+  const bool is_radio = !fields.empty() && fields[0]->InheritedType() == ZAcroFormField::eRadioButton;
+  const bool one_by_one = !fields.empty() && IsOneByOne(*fields[0]);
+  const auto can_show = [&](const ZAcroFormField& widget) {
+    if (HasOnStates(widget)) return HasState(widget, state);
+    return !is_radio || widgets.size() == 1 || ShownState(widget) == state;
+  };
+  const ZAcroFormField* chosen = nullptr;  // the only one to go on
+  for (const ZAcroFormField* widget : widgets) {
+    if (!one_by_one || state == kOff || !can_show(*widget)) continue;
+    if (chosen == nullptr || (ShownState(*widget) == state && ShownState(*chosen) != state)) chosen = widget;
+  }
+  for (ZAcroFormField* widget : widgets) {
+    const bool shows = can_show(*widget);
+    // What has no appearance for the state that it names is not taken for off.
+    if (!shows && ShownState(*widget) == state) continue;
+    const bool goes_on = shows && (chosen == nullptr || chosen == widget);
+    SetShownState(*widget, goes_on ? state : Chaine(kOff));
+  }
+}
+
+void ShowButtonState(ZAcroFormField& field, const Chaine& state) {
+  ShowButtonState(PTableau<ZAcroFormField*>{&field}, state);
+}
+
+bool ShowsState(const ZAcroFormField& field, const Chaine& state) {
+  const PTableau<const ZAcroFormField*> widgets = field.Widgets();
+  return std::any_of(widgets.begin(), widgets.end(),
+                     [&](const ZAcroFormField* widget) { return ShownState(*widget) == state; });
+}
+
+bool ShowsAState(const ZAcroFormField& field) {
+  for (const ZAcroFormField* widget : field.Widgets()) {
+    const Chaine shown = ShownState(*widget);
+    if (!shown.IsEmpty() && shown != kOff && HasState(*widget, shown)) return true;
+  }
+  return false;
+}
+
+PTableau<Chaine> StatesWithoutAppearance(const ZAcroFormField& field) {
+  PUniqueT<Chaine> states;
+  for (const ZAcroFormField* widget : field.Widgets()) {
+    const Chaine shown = ShownState(*widget);
+    if (!HasOnStates(*widget) && !shown.IsEmpty() && shown != kOff) states.Add(shown);
+  }
+  return {states.begin(), states.end()};
+}
+
+}  // namespace zforms

@@ -1,0 +1,311 @@
+#include "zforms/acroform/field.h"
+
+#include <utility>
+
+#include "zforms/acroform/field_tree.h"
+#include "zforms/acroform/form_infos.h"
+#include "zforms/acroform/node_access.h"
+#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/string_node.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+
+ZAcroFormField::ZAcroFormField(ZPDFNodeDictionary* dictionary, const ZAcroFormFormInfos* form,
+                               const ZAcroFormField* parent, Bare)
+    : dictionary_(dictionary), form_(form), parent_(parent) {}
+
+ZAcroFormField::ZAcroFormField(ZPDFNodeDictionary* dictionary, const ZAcroFormFormInfos* form,
+                               const ZAcroFormField* parent)
+    : ZAcroFormField(dictionary, form, parent, Bare()) {
+  FieldTreeBuilder(form, nullptr).Build(*this, ArrayAt(*dictionary, "/Kids"), this);
+}
+
+ZAcroFormField::ZAcroFormField(const ZAcroFormField&) = default;
+ZAcroFormField& ZAcroFormField::operator=(const ZAcroFormField&) = default;
+ZAcroFormField::~ZAcroFormField() = default;
+
+// This field or its nearest ancestor that has the key, and the value there.
+ZAcroFormField::Inherited ZAcroFormField::Nearest(std::string_view key) const {
+  for (const ZAcroFormField* field = this; field != nullptr; field = field->parent_) {
+    if (const ZPDFNode* value = EntryAt(*field->dictionary_, key)) return {field, value};
+  }
+  return {};
+}
+
+// --- names ---
+
+Chaine ZAcroFormField::Name() const { return dictionary_->GetStringValue("/T"); }
+
+bool ZAcroFormField::HasName() const { return HasEntry(*dictionary_, "/T"); }
+
+Chaine ZAcroFormField::MappingName() const { return dictionary_->GetStringValue("/TM"); }
+
+bool ZAcroFormField::HasMappingName() const { return HasEntry(*dictionary_, "/TM"); }
+
+// The names of the ancestors come first; a tree is never deep (FieldTreeBuilder).
+template <class NameOf>
+void ZAcroFormField::JoinNames(Chaine* full_name, NameOf name_of) const {
+  if (parent_ != nullptr) parent_->JoinNames(full_name, name_of);
+  const ZPDFNode* name = EntryAt(*dictionary_, "/T");
+  if (name != nullptr) AppendPartialName(full_name, true, name_of(name->GetStringValue()));
+}
+
+Chaine ZAcroFormField::FullName() const {
+  Chaine full_name;
+  JoinNames(&full_name, [](const Chaine& name) -> const Chaine& { return name; });
+  return full_name;
+}
+
+Chaine ZAcroFormField::FullNameUTF8() const {
+  Chaine full_name;
+  JoinNames(&full_name, [](const Chaine& name) { return PDFTextToUTF8(name); });
+  return full_name;
+}
+
+// --- type and flags ---
+
+// The flags tell the kinds of buttons apart, and are asked for by them alone.
+template <class FlagsOf>
+ZAcroFormField::eFieldType ZAcroFormField::TypeOf(const Chaine& type, FlagsOf flags_of) {
+  if (type == "/Tx") return eText;
+  if (type == "/Btn") {
+    const uint32_t flags = flags_of();
+    if ((flags & kRadioFlag) != 0) return eRadioButton;
+    return (flags & kPushButtonFlag) != 0 ? ePushButton : eCheckBox;
+  }
+  return type == "/Ch" ? eChoice : eOtherField;
+}
+
+ZAcroFormField::eFieldType ZAcroFormField::Type() const {
+  const Inherited type = Nearest("/FT");
+  if (type.holder == nullptr) return eOtherField;
+  return TypeOf(type.value->GetIdentifier(), [&] { return type.holder->Flags(); });
+}
+
+ZAcroFormField::eFieldType ZAcroFormField::InheritedType() const {
+  const Inherited type = Nearest("/FT");
+  if (type.holder == nullptr) return eOtherField;
+  return TypeOf(type.value->GetIdentifier(), [&] { return InheritedFlags(); });
+}
+
+bool ZAcroFormField::HasType() const { return HasNearest("/FT"); }
+
+bool ZAcroFormField::HasOwnType() const { return HasEntry(*dictionary_, "/FT"); }
+
+bool ZAcroFormField::IsSignature() const {
+  const Inherited type = Nearest("/FT");
+  return type.holder != nullptr && type.value->GetIdentifier() == "/Sig";
+}
+
+uint32_t ZAcroFormField::Flags() const { return dictionary_->GetUIntValue("/Ff"); }
+
+bool ZAcroFormField::HasFlags() const { return HasNearest("/Ff"); }
+
+bool ZAcroFormField::HasOwnFlags() const { return HasEntry(*dictionary_, "/Ff"); }
+
+uint32_t ZAcroFormField::InheritedFlags() const {
+  const Inherited flags = Nearest("/Ff");
+  return flags.holder == nullptr ? 0 : flags.value->GetUIntValue();
+}
+
+void ZAcroFormField::SetFlags(uint32_t flags) {
+  if (flags != Flags()) dictionary_->SetValue("/Ff", flags);
+}
+
+void ZAcroFormField::SetReadOnly(bool read_only) {
+  SetFlags(read_only ? Flags() | kReadOnlyFlag : Flags() & ~kReadOnlyFlag);
+  ZAcroFormFieldCollection::SetReadOnly(read_only);
+}
+
+// --- values ---
+
+// The text under the key of this field or its nearest ancestor that has it.
+Chaine ZAcroFormField::TextAt(const char* key) const { return BestText(Nearest(key).value); }
+
+Chaine ZAcroFormField::UTF8At(const char* key) const {
+  const ZPDFNode* value = Nearest(key).value;
+  const bool is_name = NodeCast<ZPDFNodeIdentifier>(value) != nullptr;
+  return is_name ? PDFNameToUTF8(BestText(value)) : PDFTextToUTF8(BestText(value));
+}
+
+void ZAcroFormField::SetTextAt(const char* key, const Chaine& value, bool as_name) {
+  if (as_name) {
+    dictionary_->SetIdentifier(key, "/" + value);
+  } else {
+    dictionary_->SetValue(key, value);
+  }
+  if (Type() == eChoice) dictionary_->RemoveValue("/I");
+}
+
+Chaine ZAcroFormField::Value() const { return TextAt("/V"); }
+
+Chaine ZAcroFormField::ValueUTF8() const { return UTF8At("/V"); }
+
+bool ZAcroFormField::HasValue() const { return HasNearest("/V"); }
+
+bool ZAcroFormField::HasOwnValue() const { return HasEntry(*dictionary_, "/V"); }
+
+PTableau<Chaine> ZAcroFormField::Values() const {
+  PTableau<Chaine> values;
+  const ZPDFNode* value = Nearest("/V").value;
+  if (value == nullptr) return values;
+  const auto* array = NodeCast<ZPDFNodeArray>(value);
+  if (array == nullptr) values.push_back(BestText(value));
+  for (size_t i = 0; array != nullptr && i < array->Size(); i++) values.push_back(BestText(array->GetTargetAt(i)));
+  return values;
+}
+
+void ZAcroFormField::SetValue(const Chaine& value) {
+  if (value == Value()) return;
+  const eFieldType type = Type();
+  SetTextAt("/V", value, type == eCheckBox || type == eRadioButton);
+}
+
+void ZAcroFormField::SetValues(const PTableau<Chaine>& values) {
+  if (values.size() <= 1) {
+    SetValue(values.empty() ? Chaine() : values[0]);
+    return;
+  }
+  if (values == Values()) return;
+  auto* array = new ZPDFNodeArray(dictionary_->ObjectProvider());
+  for (const Chaine& value : values) array->AppendValue(value);
+  dictionary_->SetValue("/V", array);
+  dictionary_->RemoveValue("/I");
+}
+
+Chaine ZAcroFormField::DefaultValue() const { return TextAt("/DV"); }
+
+Chaine ZAcroFormField::DefaultValueUTF8() const { return UTF8At("/DV"); }
+
+bool ZAcroFormField::HasDefaultValue() const { return HasNearest("/DV"); }
+
+bool ZAcroFormField::HasOwnDefaultValue() const { return HasEntry(*dictionary_, "/DV"); }
+
+void ZAcroFormField::SetDefaultValue(const Chaine& value) {
+  if (value != DefaultValue()) SetTextAt("/DV", value, Type() == eCheckBox);
+}
+
+Chaine ZAcroFormField::ValueRichText() const { return BestText(dictionary_->GetTarget("/RV")); }
+
+bool ZAcroFormField::HasValueRichText() const { return HasNearest("/RV"); }
+
+bool ZAcroFormField::HasOwnValueRichText() const { return HasEntry(*dictionary_, "/RV"); }
+
+void ZAcroFormField::SetValueRichText(const Chaine& value) {
+  if (value != Value()) dictionary_->SetValue("/RV", value);
+}
+
+PTableau<ZAcroFormFieldOption> ZAcroFormField::Options() const {
+  PTableau<Option> options;
+  const auto* array = NodeCast<ZPDFNodeArray>(Nearest("/Opt").value);
+  for (size_t i = 0; array != nullptr && i < array->Size(); i++) {
+    const ZPDFNode* element = array->GetTargetAt(i);
+    if (const auto* pair = NodeCast<ZPDFNodeArray>(element)) {
+      options.emplace_back(BestText(pair->GetTargetAt(0)), BestText(pair->GetTargetAt(1)));
+    } else {
+      options.emplace_back(BestText(element), Chaine());
+    }
+  }
+  return options;
+}
+
+bool ZAcroFormField::HasOptions() const { return HasNearest("/Opt"); }
+
+bool ZAcroFormField::HasOwnOptions() const { return HasEntry(*dictionary_, "/Opt"); }
+
+// --- looks ---
+
+Chaine ZAcroFormField::DefaultAppearance() const {
+  if (const ZPDFNode* own = Nearest("/DA").value) return own->GetStringValue();
+  const ZAcroFormFormInfos* form = NearestForm();
+  return form == nullptr ? Chaine() : form->DefaultDefaultAppearance();
+}
+
+bool ZAcroFormField::HasOwnDefaultAppearance() const { return HasEntry(*dictionary_, "/DA"); }
+
+int32_t ZAcroFormField::Quadding() const {
+  if (const ZPDFNode* own = Nearest("/Q").value) return own->GetIntValue();
+  const ZAcroFormFormInfos* form = NearestForm();
+  return form == nullptr ? 0 : form->DefaultQuadding();
+}
+
+bool ZAcroFormField::HasOwnQuadding() const { return HasEntry(*dictionary_, "/Q"); }
+
+const ZAcroFormFormInfos* ZAcroFormField::NearestForm() const {
+  const ZAcroFormField* field = this;
+  while (field->form_ == nullptr && field->parent_ != nullptr) field = field->parent_;
+  return field->form_;
+}
+
+ZAcroFormAction* ZAcroFormField::GetAction() { return action_.Over(DictionaryAt(*dictionary_, "/A")); }
+
+const ZAcroFormAction* ZAcroFormField::GetAction() const { return action_.Over(DictionaryAt(*dictionary_, "/A")); }
+
+bool ZAcroFormField::HasOwnAction() const { return HasEntry(*dictionary_, "/A"); }
+
+bool ZAcroFormField::IsSubmitFormButton() const {
+  if (Type() != ePushButton) return false;
+  const ZAcroFormAction* action = GetAction();
+  return action != nullptr && action->IsSubmitForm();
+}
+
+ZAcroFormAnnotation* ZAcroFormField::GetAnnotation() { return annotation_.Over(dictionary_); }
+
+const ZAcroFormAnnotation* ZAcroFormField::GetAnnotation() const { return annotation_.Over(dictionary_); }
+
+bool ZAcroFormField::HasOwnAnnotation() const {
+  return annotation_.IsBuilt() || dictionary_->GetIdentifier("/Subtype") == "/Widget";
+}
+
+// Some producers leave "/Subtype" out, others give it to fields whose widgets are
+// their kids.
+bool ZAcroFormField::IsWidget() const {
+  const bool is_placed = HasEntry(*dictionary_, "/Rect") || HasEntry(*dictionary_, "/AP");
+  if (!HasEntry(*dictionary_, "/Subtype")) return is_placed;
+  return dictionary_->GetIdentifier("/Subtype") == "/Widget" && (is_placed || Size() == 0);
+}
+
+void ZAcroFormField::CollectWidgets(PTableau<ZAcroFormField*>* widgets) {
+  if (IsWidget()) widgets->push_back(this);
+  for (uint32_t i = 0; i < Size(); i++) {
+    if (GetAt(i)->Name().IsEmpty()) GetAt(i)->CollectWidgets(widgets);
+  }
+}
+
+PTableau<ZAcroFormField*> ZAcroFormField::Widgets() {
+  PTableau<ZAcroFormField*> widgets;
+  CollectWidgets(&widgets);
+  return widgets;
+}
+
+PTableau<const ZAcroFormField*> ZAcroFormField::Widgets() const {
+  const PTableau<ZAcroFormField*> widgets = const_cast<ZAcroFormField*>(this)->Widgets();
+  return {widgets.begin(), widgets.end()};
+}
+
+void ZAcroFormField::Hide(bool hide) {
+  GetAnnotation()->Hide(hide);
+  for (ZAcroFormField* widget : Widgets()) widget->GetAnnotation()->Hide(hide);
+}
+
+void ZAcroFormField::SetCaption(CaptionSetter setter, const Chaine& caption) {
+  const PTableau<ZAcroFormField*> widgets = Widgets();
+  for (ZAcroFormField* widget : widgets) (widget->GetAnnotation()->*setter)(caption);
+  // A field that only groups its widgets is not given a "/MK" of its own.
+  if (widgets.empty() || GetAnnotation()->HasAppearanceCharacteristics()) (GetAnnotation()->*setter)(caption);
+}
+
+void ZAcroFormField::SetNormalCaption(const Chaine& caption) {
+  SetCaption(&ZAcroFormAnnotation::SetNormalCaption, caption);
+}
+
+void ZAcroFormField::SetRolloverCaption(const Chaine& caption) {
+  SetCaption(&ZAcroFormAnnotation::SetRolloverCaption, caption);
+}
+
+void ZAcroFormField::SetAlternateCaption(const Chaine& caption) {
+  SetCaption(&ZAcroFormAnnotation::SetAlternateCaption, caption);
+}
+
+}  // namespace zforms

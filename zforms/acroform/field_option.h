@@ -1,0 +1,27 @@
+#pragma once
+
+#include <utility>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+// One option of a choice field (ISO 32000-1 12.7.4.4), PDF text strings: the
+// export value, which the field's value takes, and what the viewer shows; an
+// empty display name says that the export value is shown.
+class ZFORMS_API ZAcroFormFieldOption {
+ public:
+  ZAcroFormFieldOption() = default;
+  ZAcroFormFieldOption(Chaine export_value, Chaine display_name)
+      : export_value_(std::move(export_value)), display_name_(std::move(display_name)) {}
+
+  const Chaine& ExportValue() const { return export_value_; }
+  const Chaine& DisplayName() const { return display_name_; }
+
+ private:
+  Chaine export_value_;
+  Chaine display_name_;
+};
+
+}  // namespace zforms

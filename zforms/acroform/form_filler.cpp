@@ -1,0 +1,172 @@
+#include "zforms/acroform/form_filler.h"
+
+#include <algorithm>
+
+#include "zforms/acroform/button_states.h"
+#include "zforms/acroform/field.h"
+#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/node_access.h"
+#include "zforms/platform/base/diagnostics.h"
+#include "zforms/platform/text/text.h"
+#include "zforms/platform/xml/xml.h"
+#include "zforms/xfdf/field.h"
+
+namespace zforms {
+namespace {
+
+bool IsToggle(const ZAcroFormField& field) {
+  const ZAcroFormField::eFieldType type = field.Type();
+  return type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton;
+}
+
+bool IsASCII(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// Line ends are CR LF, CR or LF.
+PTableau<Chaine> Lines(const Chaine& text) {
+  PTableau<Chaine> lines;
+  for (size_t at = 0;;) {
+    const size_t end = std::min(text.View().find_first_of("\r\n", at), text.size());
+    lines.push_back(text.Mid(at, end - at));
+    if (end == text.size()) return lines;
+    at = end + (text.View().substr(end, 2) == "\r\n" ? 2 : 1);
+  }
+}
+
+// The values of a list box that takes several, given one by one or as the lines of
+// one text, when each is one of its options; else nothing.
+PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, const PTableau<Chaine>& given) {
+  if (field.Type() != ZAcroFormField::eChoice || (field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) {
+    return {};
+  }
+  PTableau<Chaine> values = given.size() == 1 ? Lines(given[0]) : given;
+  if (values.size() < 2) return {};
+  FDictionnary<Chaine> options;
+  for (const ZAcroFormFieldOption& option : field.Options()) {
+    options.Set(PDFTextToUTF8(option.ExportValue()), option.ExportValue());
+  }
+  for (Chaine& value : values) {
+    const Chaine* option = options.Find(value);
+    if (option == nullptr) return {};
+    value = *option;
+  }
+  return values;
+}
+
+}  // namespace
+
+FormFiller::FormFiller(ZAcroFormFieldCollection& fields, Target target, ZDiagnostics* diagnostics)
+    : fields_(fields), target_(target), diagnostics_(diagnostics) {}
+
+void FormFiller::Fill(const ZXFDFFieldCollection& from, const Chaine& above) {
+  for (unsigned i = 0; i < from.Size(); i++) {
+    const ZXFDFField& field = from[i];
+    if (skips_empty_ && field.Size() == 0 && !field.HasValue() && !field.HasValueRichText()) continue;
+    Chaine name = above;
+    AppendPartialName(&name, true, field.Name());
+    if (name.size() > ZXFDFFieldCollection::kMaxFullName) {
+      diagnostics_->Warn("a field name of the data is too long, what stands under it is left out: " + name.Mid(0, 60) +
+                         "...");
+      continue;
+    }
+    FillField(field, name);
+    Fill(field, name);
+  }
+}
+
+void FormFiller::FillField(const ZXFDFField& from, const Chaine& name) {
+  const bool rich = from.HasValueRichText() && target_ == Target::kValue;
+  const bool is_group = from.Size() != 0 && !from.HasValue() && !rich;
+  if (is_group) return;
+  ZAcroFormField* field = Find(name);
+  if (field == nullptr) {
+    unmatched_.Add(name);
+    return;
+  }
+  if (!from.HasValue() && !rich) return;
+  if (IsRefused(*field, from)) {
+    if (!from.Value().IsEmpty()) refused_.Add(name);
+    return;
+  }
+  filled_++;
+  if (rich) SetRichText(*field, from);
+  if (!from.HasValue()) return;
+  if (target_ == Target::kDefaultValue) {
+    SetDefaultValue(*field, from.Value().AsChaine());
+  } else {
+    SetValue(*field, from.Values(), rich);
+  }
+}
+
+// Names in ASCII are the same bytes in every encoding. Others are looked for by
+// their characters, and then by their bytes, as some forms hold UTF-8 there.
+ZAcroFormField* FormFiller::Find(const Chaine& name) {
+  if (IsASCII(name)) {
+    if (ZAcroFormField* field = fields_.Get(name)) return field;
+  }
+  if (index_ == nullptr) {
+    index_ = std::make_unique<NameIndex>();
+    AddToIndex(fields_, Chaine(), index_.get());
+  }
+  if (ZAcroFormField* const* found = index_->Find(name)) return *found;
+  return fields_.Get(name);
+}
+
+void FormFiller::AddToIndex(ZAcroFormFieldCollection& fields, const Chaine& above, NameIndex* index) {
+  for (uint32_t i = 0; i < fields.Size(); i++) {
+    ZAcroFormField* field = fields.GetAt(i);
+    Chaine name = above;
+    AppendPartialName(&name, field->HasName(), PDFTextToUTF8(field->Name()));
+    if (!field->Name().IsEmpty()) index->Set(name, field);
+    AddToIndex(*field, name, index);
+  }
+}
+
+// A signature is made by signing, and a push button has no value.
+bool FormFiller::IsRefused(const ZAcroFormField& field, const ZXFDFField& from) const {
+  if (field.IsSignature() || field.InheritedType() == ZAcroFormField::ePushButton) return true;
+  const bool holds_signature = NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/V")) != nullptr;
+  return holds_signature && from.HasValue();
+}
+
+void FormFiller::SetRichText(ZAcroFormField& field, const ZXFDFField& from) {
+  field.SetValueRichText(UTF8ToPDFText(from.ValueRichText().AsChaine()));
+}
+
+Chaine FormFiller::ButtonState(const ZAcroFormField& field, const Chaine& value) {
+  bool known = false;
+  Chaine state = ButtonStateFor(field, value, &known);
+  if (!known) diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": \"" + value + "\" is not one of its states");
+  return state;
+}
+
+void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values, bool has_rich_text) {
+  const Chaine& value = values.front();
+  if (IsToggle(field)) {
+    const Chaine state = ButtonState(field, value);
+    // An empty value says that nothing is chosen, as no value does.
+    if (!value.IsEmpty() || field.HasValue()) field.SetValue(state);
+    ShowButtonState(field, state);
+    return;
+  }
+  const PTableau<Chaine> selected = SelectedOptions(field, values);
+  if (!selected.empty()) {
+    field.SetValues(selected);
+    return;
+  }
+  if (values.size() > 1) {
+    diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": of several values the first is taken");
+  }
+  FillText(field, value, has_rich_text, LineEnds::kWritten);
+}
+
+void FormFiller::SetDefaultValue(ZAcroFormField& field, const Chaine& value) {
+  if (IsToggle(field)) {
+    field.SetDefaultValue(ButtonState(field, value));
+  } else if (field.DefaultValueUTF8() != value) {
+    field.SetDefaultValue(UTF8ToPDFText(value));
+  }
+}
+
+}  // namespace zforms

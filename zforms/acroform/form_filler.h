@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+
+#include "zforms/acroform/field_collection.h"
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/containers.h"
+#include "zforms/xfdf/field_collection.h"
+
+namespace zforms {
+
+class ZAcroFormField;
+class ZDiagnostics;
+
+// Writes the values of an XFDF document's fields, which are UTF-8, into the fields
+// of a form; for this folder's sources. Lives for one filling.
+class FormFiller {
+ public:
+  enum class Target { kValue, kDefaultValue };
+
+  FormFiller(ZAcroFormFieldCollection& fields, Target target, ZDiagnostics* diagnostics);
+
+  // Passes over fields of the data that have no value, without their names: deep ones would
+  // cost much for nothing. They are not among the unmatched then.
+  void SkipEmpty() { skips_empty_ = true; }
+  // Fills from every field of the collection, a field before those in it.
+  void Fill(const ZXFDFFieldCollection& from) { Fill(from, Chaine()); }
+
+  // How many fields were given what the document says, whether it changed or not.
+  size_t Filled() const { return filled_; }
+  // The full names that no field has, and those of fields that are never filled.
+  PTableau<Chaine> Unmatched() const { return {unmatched_.begin(), unmatched_.end()}; }
+  PTableau<Chaine> Refused() const { return {refused_.begin(), refused_.end()}; }
+
+ private:
+  using NameIndex = FDictionnary<ZAcroFormField*>;
+
+  void Fill(const ZXFDFFieldCollection& from, const Chaine& above);
+  void FillField(const ZXFDFField& from, const Chaine& name);
+  ZAcroFormField* Find(const Chaine& name);
+  static void AddToIndex(ZAcroFormFieldCollection& fields, const Chaine& above, NameIndex* index);
+  bool IsRefused(const ZAcroFormField& field, const ZXFDFField& from) const;
+  void SetRichText(ZAcroFormField& field, const ZXFDFField& from);
+  void SetValue(ZAcroFormField& field, const PTableau<Chaine>& values, bool has_rich_text);
+  void SetDefaultValue(ZAcroFormField& field, const Chaine& value);
+  Chaine ButtonState(const ZAcroFormField& field, const Chaine& value);
+
+  ZAcroFormFieldCollection& fields_;
+  Target target_;
+  ZDiagnostics* diagnostics_;
+  bool skips_empty_ = false;
+  size_t filled_ = 0;
+  PUniqueT<Chaine> unmatched_;
+  PUniqueT<Chaine> refused_;
+  // Built when a name is first looked for by its characters.
+  std::unique_ptr<NameIndex> index_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,258 @@
+#include "zforms/filling/field_rule.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "zforms/acroform/button_states.h"
+#include "zforms/acroform/field.h"
+#include "zforms/acroform/field_text.h"
+#include "zforms/filling/choice_options.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/platform/base/number.h"
+#include "zforms/platform/text/letter_case.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+namespace {
+
+constexpr char kOff[] = "Off";
+// The state of a box that names none (ISO 32000-1 12.7.4.2.3).
+constexpr char kYes[] = "Yes";
+constexpr std::string_view kOnWords[] = {"true", "yes", "1", "oui", "vrai", "x"};
+constexpr std::string_view kOffWords[] = {"false", "no", "0", "non", "faux"};
+constexpr size_t kListedStates = 8;
+
+template <size_t N>
+bool IsOneOf(const Chaine& text, const std::string_view (&words)[N]) {
+  return std::find(std::begin(words), std::end(words), text.View()) != std::end(words);
+}
+
+// A line end is one character, of however many bytes.
+size_t CharacterCount(std::string_view text) {
+  size_t count = 0;
+  for (size_t i = 0; i < text.size(); i++) {
+    const bool continues = (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
+    const bool ends_pair = text[i] == '\n' && i > 0 && text[i - 1] == '\r';
+    if (!continues && !ends_pair) count++;
+  }
+  return count;
+}
+
+PTableau<Chaine> Lines(const Chaine& text) {
+  PTableau<Chaine> lines;
+  for (size_t at = 0;;) {
+    const size_t end = std::min(text.View().find_first_of("\r\n", at), text.size());
+    lines.push_back(text.Mid(at, end - at));
+    if (end == text.size()) return lines;
+    at = end + (text.View().substr(end, 2) == "\r\n" ? 2 : 1);
+  }
+}
+
+bool HasNamedKids(const ZAcroFormField& field) {
+  for (uint32_t i = 0; i < field.Size(); i++) {
+    if (field.GetAt(i)->HasName()) return true;
+  }
+  return false;
+}
+
+size_t MaxLengthOf(const ZAcroFormField& field) {
+  for (const ZAcroFormField* at = &field; at != nullptr; at = at->Parent()) {
+    if (const ZPDFNode* value = at->Dico()->GetTarget("/MaxLen")) return value->GetUIntValue();
+  }
+  return 0;
+}
+
+}  // namespace
+
+ZFieldRule::ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length) {
+  ReadKind(*fields.front());
+  ReadValue(*fields.front());
+  if (kind_ == Kind::kButton) ReadStates(fields, options);
+  if (kind_ == Kind::kChoice) {
+    options_ = options->Of(*fields.front());
+    const uint32_t flags = fields.front()->InheritedFlags();
+    const bool is_combo = (flags & ZAcroFormField::kComboFlag) != 0;
+    const bool is_editable = is_combo && (flags & ZAcroFormField::kEditFlag) != 0;
+    // A list without options says nothing of its values.
+    is_closed_ = !is_editable && !options_->IsEmpty();
+    takes_several_ = !is_combo && (flags & ZAcroFormField::kMultiSelectFlag) != 0;
+  }
+  if (kind_ != Kind::kText || any_length) return;
+  for (const ZAcroFormField* field : fields) {
+    const size_t length = MaxLengthOf(*field);
+    if (length != 0 && (max_length_ == 0 || length < max_length_)) max_length_ = length;
+  }
+}
+
+ZFieldRule::~ZFieldRule() = default;
+
+void ZFieldRule::ReadKind(const ZAcroFormField& field) {
+  const ZAcroFormField::eFieldType type = field.InheritedType();
+  if (type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton) kind_ = Kind::kButton;
+  if (type == ZAcroFormField::eChoice) kind_ = Kind::kChoice;
+  if (field.IsSignature()) {
+    why_not_filled_ = "it is a signature, which only signing fills";
+  } else if (type == ZAcroFormField::ePushButton) {
+    why_not_filled_ = "it is a push button, which has no value";
+  } else if (NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/V")) != nullptr) {
+    why_not_filled_ = "its value is an object such as a signature, and it is not filled";
+  } else if (HasNamedKids(field)) {
+    why_not_filled_ = "it is a group of fields, which has no value";
+  }
+  if (!why_not_filled_.IsEmpty()) kind_ = Kind::kNotFilled;
+}
+
+void ZFieldRule::ReadValue(const ZAcroFormField& field) {
+  if (!field.HasValue()) return;
+  if (kind_ != Kind::kChoice) {
+    present_.Add(field.ValueUTF8());
+    return;
+  }
+  for (const Chaine& value : field.Values()) present_.Add(WithLF(PDFTextToUTF8(value)));
+}
+
+void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options) {
+  PUniqueT<Chaine> names;
+  for (const ZAcroFormField* field : fields) {
+    for (const Chaine& state : ButtonStates(*field)) names.Add(state);
+  }
+  is_closed_ = names.Size() > 0;
+  // A widget without appearances names its state by what it shows.
+  for (const ZAcroFormField* field : fields) {
+    for (const Chaine& state : StatesWithoutAppearance(*field)) names.Add(state);
+    for (const Chaine& state : {field->Value(), field->DefaultValue()}) {
+      if (!is_closed_ && !state.IsEmpty() && state != kOff) names.Add(state);
+    }
+  }
+  state_names_.assign(names.begin(), names.end());
+  const auto add = [this](const Chaine& called, const Chaine& state) {
+    if (!states_.Exist(called)) states_.Set(called, state);
+  };
+  for (const Chaine& state : state_names_) add(state, state);
+  for (const Chaine& state : state_names_) add(PDFNameToUTF8(state), state);
+  PUniqueT<Chaine> shown;
+  for (const ZAcroFormField* field : fields) {
+    shows_present_ = shows_present_ || ShowsState(*field, field->Value());
+    const PTableau<Chaine> first = FirstStates(*field);
+    const std::shared_ptr<const ChoiceOptions> exported = options->Of(*field);
+    for (size_t i = 0; i < std::min(first.size(), exported->ExportValues().size()); i++) {
+      if (first[i].IsEmpty()) continue;
+      add(exported->ExportValues()[i], first[i]);
+      shown.Add(exported->ExportValues()[i]);
+    }
+  }
+  if (shown.Size() == 0) {
+    for (const Chaine& state : state_names_) shown.Add(PDFNameToUTF8(state));
+  }
+  for (size_t i = 0; i < std::min(shown.Size(), kListedStates); i++) state_listing_ += Quoted(shown[i]) + ", ";
+  if (shown.Size() > kListedStates) state_listing_ += FormatUInt(shown.Size() - kListedStates) + " others, ";
+  state_listing_ = state_listing_.Mid(0, state_listing_.size() - 2) + " or \"Off\"";
+}
+
+ZFieldRule::Verdict ZFieldRule::Judge(const PTableau<Chaine>& given) const {
+  Verdict verdict;
+  if (given.empty()) return verdict;
+  if (kind_ == Kind::kNotFilled) {
+    const bool is_empty = std::all_of(given.begin(), given.end(), [](const Chaine& value) { return value.IsEmpty(); });
+    if (!is_empty) verdict.faults.push_back(why_not_filled_);
+  } else if (given.size() > 1 && !takes_several_) {
+    verdict.faults.emplace_back("it takes one value, not a list");
+  } else if (kind_ == Kind::kChoice) {
+    JudgeChoices(given, &verdict);
+  } else if (kind_ == Kind::kButton) {
+    JudgeButton(given.front(), &verdict);
+  } else {
+    JudgeText(given.front(), &verdict);
+  }
+  if (!why_locked_.IsEmpty() && verdict.is_taken && !IsPresent(verdict.values)) return {false, {}, {why_locked_}};
+  return verdict;
+}
+
+// Whether these are what the fields hold.
+bool ZFieldRule::IsPresent(const PTableau<Chaine>& values) const {
+  if (present_.Size() == 0) return values.size() == 1 && (values[0].IsEmpty() || values[0] == kOff);
+  if (kind_ == Kind::kButton) return present_.Exist(values[0]) || present_.Exist(PDFNameToUTF8(values[0]));
+  if (kind_ == Kind::kText) return IsSameText(values[0], present_[0]);
+  const auto is_present = [this](const Chaine& value) { return present_.Exist(value); };
+  return values.size() == present_.Size() && std::all_of(values.begin(), values.end(), is_present);
+}
+
+void ZFieldRule::JudgeText(const Chaine& given, Verdict* verdict) const {
+  const size_t count = max_length_ == 0 || given.size() <= max_length_ ? 0 : CharacterCount(given);
+  if (count > max_length_ && (present_.Size() == 0 || !IsSameText(given, present_[0]))) {
+    verdict->faults.push_back(Quoted(given) + " has " + FormatUInt(count) + " characters, and it takes " +
+                              FormatUInt(max_length_));
+    return;
+  }
+  verdict->is_taken = true;
+  verdict->values = {given};
+}
+
+// What a word of truth means for a button with one state; empty for other texts.
+Chaine ZFieldRule::StateOfTruth(const Chaine& given) const {
+  if (state_names_.size() > 1 || given.size() > 8) return {};
+  const Chaine word = FoldCase(given);
+  if (IsOneOf(word, kOffWords)) return kOff;
+  if (!IsOneOf(word, kOnWords)) return {};
+  return state_names_.empty() ? Chaine(kYes) : state_names_.front();
+}
+
+void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
+  const Chaine* const exact = states_.Find(given);
+  const Chaine meant = StateOfTruth(given);
+  Chaine state = exact != nullptr ? *exact : given.IsEmpty() || given == kOff ? Chaine(kOff) : Chaine();
+  // What the field holds stays, even where it is no state of it. A word that could be
+  // meant to switch it on is passed over only when it is on by that name.
+  const bool is_present = state.IsEmpty() && present_.Exist(given);
+  const bool is_done = is_present && (meant.IsEmpty() || meant == kOff || shows_present_);
+  if (state.IsEmpty() && !is_present) state = meant;
+  // Without appearances any name may be a state.
+  if (state.IsEmpty() && !is_closed_) state = UTF8ToPDFName(given);
+  if (!state.IsEmpty()) {
+    verdict->is_taken = true;
+    verdict->values = {state};
+  } else if (!is_done) {
+    verdict->faults.push_back(Quoted(given) + " is not one of its states; it takes " + state_listing_);
+  }
+}
+
+// The export value of the choice that the text means; with a fault when there is none.
+Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
+  Chaine choice;
+  const ChoiceOptions::Match match = options_->Find(given, &choice);
+  if (match == ChoiceOptions::Match::kOne) return choice;
+  if (!is_closed_ || present_.Exist(WithLF(given))) return given;
+  *fault = Quoted(given) +
+           (match == ChoiceOptions::Match::kSeveral ? " is what viewers show for several of its choices"
+                                                    : " is not one of its choices") +
+           "; it takes " + options_->Listing();
+  return {};
+}
+
+void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) const {
+  Chaine whole;
+  // Several choices may stand as the lines of one text.
+  const bool is_lines =
+      takes_several_ && given.size() == 1 && options_->Find(given[0], &whole) == ChoiceOptions::Match::kNone;
+  PUniqueT<Chaine> taken;
+  size_t more_faults = 0;
+  for (const Chaine& value : is_lines ? Lines(given[0]) : given) {
+    // Nothing chosen, or an empty line.
+    if (value.IsEmpty() && options_->BytesOf(value) == nullptr) continue;
+    Chaine fault;
+    const Chaine choice = ChoiceFor(value, &fault);
+    if (fault.IsEmpty()) {
+      taken.Add(choice);
+    } else if (verdict->faults.size() < kMaxFaults) {
+      verdict->faults.push_back(fault);
+    } else {
+      more_faults++;
+    }
+  }
+  if (more_faults > 0) verdict->faults.push_back(FormatUInt(more_faults) + " more values are not among its choices");
+  verdict->values.assign(taken.begin(), taken.end());
+  if (verdict->values.empty() && verdict->faults.empty()) verdict->values = {Chaine()};
+  verdict->is_taken = !verdict->values.empty();
+}
+
+}  // namespace zforms

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <memory>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/containers.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+class ChoiceOptions;
+class ChoiceOptionsCache;
+class ZAcroFormField;
+
+// ZFieldRule says which values a field takes, and what the values that people give mean
+// for it: the text that a choice is shown by stands for its export value, "yes" for the
+// state of a check box. Made from the fields of one full name, which have one value
+// (ISO 32000-1 12.7.3.2). Immutable: any number of threads may ask, also when the form
+// is gone. Texts are UTF-8.
+class ZFORMS_API ZFieldRule {
+ public:
+  enum class Kind {
+    kText,
+    kChoice,
+    kButton,  // check box or radio buttons
+    kNotFilled,
+  };
+
+  static constexpr size_t kMaxFaults = 20;
+
+  // What becomes of given values.
+  struct Verdict {
+    // Whether there is a value to write. It is one text, or the export values of choices,
+    // or the state of a button, here as the bytes of its name.
+    bool is_taken = false;
+    PTableau<Chaine> values;
+    // Why values are not taken, such as "\"x\" is not one of its choices": a text for each
+    // of the first kMaxFaults, and one for the others.
+    PTableau<Chaine> faults;
+  };
+
+  // At least one field. What the fields hold now they take as well. A text may be of any
+  // length when `any_length`.
+  ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length = false);
+  ~ZFieldRule();
+
+  // From now on no other value than the present one is taken, for that reason; empty for none.
+  void Lock(const Chaine& why) { why_locked_ = why; }
+  const Chaine& WhyLocked() const { return why_locked_; }
+
+  Kind GetKind() const { return kind_; }
+  bool IsFillable() const { return kind_ != Kind::kNotFilled; }
+  // Of several values of a list box the good ones are taken. Line ends may be of any
+  // kind. An empty value of a field that is never filled is no fault.
+  Verdict Judge(const PTableau<Chaine>& given) const;
+
+ private:
+  void ReadKind(const ZAcroFormField& field);
+  void ReadValue(const ZAcroFormField& field);
+  void ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options);
+  bool IsPresent(const PTableau<Chaine>& values) const;
+  void JudgeText(const Chaine& given, Verdict* verdict) const;
+  void JudgeButton(const Chaine& given, Verdict* verdict) const;
+  void JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) const;
+  Chaine ChoiceFor(const Chaine& given, Chaine* fault) const;
+  Chaine StateOfTruth(const Chaine& given) const;
+
+  Kind kind_ = Kind::kText;
+  Chaine why_not_filled_;
+  Chaine why_locked_;
+  bool takes_several_ = false;
+  bool is_closed_ = false;  // takes its choices or states alone
+  size_t max_length_ = 0;   // in characters; 0 for any
+  PUniqueT<Chaine> present_;
+  bool shows_present_ = false;  // a button, by "/AS"
+  std::shared_ptr<const ChoiceOptions> options_;
+  // What each state is called, to the bytes of its name.
+  FDictionnary<Chaine> states_;
+  PTableau<Chaine> state_names_;
+  Chaine state_listing_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,174 @@
+#include "zforms/pdf/child_list.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace zforms {
+namespace {
+
+void* Allocate(size_t bytes) {
+  void* memory = std::malloc(bytes);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+constexpr size_t kTagsAtOnce = sizeof(uint64_t);
+
+// Tags are looked at in groups, and so take room in groups.
+size_t TagBytes(size_t count) { return (count + kTagsAtOnce - 1) / kTagsAtOnce * kTagsAtOnce; }
+
+size_t RoomFor(size_t count, bool keyed) {
+  return count * sizeof(ZPDFNode*) + (keyed ? count * sizeof(Chaine) + TagBytes(count) : 0);
+}
+
+}  // namespace
+
+ZPDFChildList* ZPDFChildList::Place(ZPDFNodePool::Block block, size_t capacity, bool keyed) {
+  auto* list = new (block.memory) ZPDFChildList;
+  list->refs = 1;
+  list->size = 0;
+  list->pool_offset = block.offset;
+  list->retired = nullptr;
+  list->SetRoom(list->Inline(), capacity, keyed);
+  return list;
+}
+
+void ZPDFChildList::SetRoom(void* memory, size_t room, bool keyed) {
+  capacity = static_cast<uint32_t>(room);
+  items = static_cast<ZPDFNode**>(memory);
+  keys = keyed ? reinterpret_cast<Chaine*>(items + room) : nullptr;
+  if (keyed) std::fill_n(Tags(), TagBytes(room), uint8_t{0});
+}
+
+ZPDFChildList* ZPDFChildList::Make(size_t capacity) {
+  return Place({Allocate(sizeof(ZPDFChildList) + RoomFor(capacity, false)), 0}, capacity, false);
+}
+
+ZPDFChildList* ZPDFChildList::MakeKeyed(size_t capacity) {
+  return Place({Allocate(sizeof(ZPDFChildList) + RoomFor(capacity, true)), 0}, capacity, true);
+}
+
+ZPDFChildList* ZPDFChildList::Make(size_t capacity, ZPDFNodePool& pool) {
+  const size_t bytes = sizeof(ZPDFChildList) + RoomFor(capacity, false);
+  return bytes > ZPDFNodePool::kLargestBlock ? Make(capacity) : Place(pool.Take(bytes), capacity, false);
+}
+
+ZPDFChildList* ZPDFChildList::MakeKeyed(size_t capacity, ZPDFNodePool& pool) {
+  const size_t bytes = sizeof(ZPDFChildList) + RoomFor(capacity, true);
+  return bytes > ZPDFNodePool::kLargestBlock ? MakeKeyed(capacity) : Place(pool.Take(bytes), capacity, true);
+}
+
+void ZPDFChildList::ClearKeys() {
+  if (keys != nullptr) std::destroy_n(keys, size);
+}
+
+void ZPDFChildList::Free(ZPDFChildList* list) {
+  list->ClearKeys();
+  if (list->items != list->Inline()) std::free(list->items);
+  if (list->pool_offset != 0) {
+    ZPDFNodePool::GiveBack(list, list->pool_offset);
+  } else {
+    std::free(list);
+  }
+}
+
+void ZPDFChildList::Reserve(size_t wanted) {
+  if (wanted <= capacity) return;
+  if (wanted > UINT32_MAX / 2) throw std::bad_alloc();
+  const size_t room = std::max<size_t>(wanted, size_t{capacity} * 2);
+  ZPDFNode** const old_items = items;
+  Chaine* const old_keys = keys;
+  const uint8_t* const old_tags = keys == nullptr ? nullptr : Tags();
+  SetRoom(Allocate(RoomFor(room, keys != nullptr)), room, keys != nullptr);
+  std::copy(old_items, old_items + size, items);
+  if (old_keys != nullptr) {
+    std::uninitialized_move_n(old_keys, size, keys);
+    std::destroy_n(old_keys, size);
+    std::copy(old_tags, old_tags + size, Tags());
+  }
+  if (old_items != Inline()) std::free(old_items);
+}
+
+void ZPDFChildList::Insert(size_t at, ZPDFNode* node) {
+  Reserve(size_t{size} + 1);
+  std::copy_backward(items + at, items + size, items + size + 1);
+  items[at] = node;
+  size++;
+}
+
+void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked) {
+  Reserve(size_t{size} + 1);
+  AppendKeyedInRoom(std::move(key), value, plain, marked);
+}
+
+// Eight tags at a time: a byte of `other` is zero where a tag is the wanted one, and the
+// usual bit trick marks it (and at times a byte above it, which the key then tells).
+size_t ZPDFChildList::Find(std::string_view key) const {
+  static_assert(std::endian::native == std::endian::little);
+  constexpr uint64_t kEach = 0x0101010101010101;
+  const uint8_t* const tags = Tags();
+  const uint64_t wanted = kEach * TagOf(key);
+  for (size_t first = 0; first < size; first += kTagsAtOnce) {
+    uint64_t other;
+    std::memcpy(&other, tags + first, sizeof(other));
+    other = (other & (kEach * (kPlain - 1))) ^ wanted;
+    for (uint64_t hits = (other - kEach) & ~other & (kEach << 7); hits != 0; hits &= hits - 1) {
+      const size_t i = first + static_cast<size_t>(std::countr_zero(hits)) / 8;
+      if (i < size && keys[i].HasBytes(key)) return i;
+    }
+  }
+  return size;
+}
+
+size_t ZPDFChildList::FindRepeated(size_t from) const {
+  const uint8_t* const tags = Tags();
+  uint64_t seen = 0;  // a bit for each tag
+  for (size_t i = 0; i < size; i++) {
+    const uint64_t tag = uint64_t{1} << (tags[i] % kPlain);
+    if (i >= from && (seen & tag) != 0 && Find(keys[i]) < i) return i;
+    seen |= tag;
+  }
+  return size;
+}
+
+void ZPDFChildList::Remove(size_t at) {
+  std::copy(items + at + 1, items + size, items + at);
+  if (keys != nullptr) {
+    std::move(keys + at + 1, keys + size, keys + at);
+    std::destroy_at(keys + size - 1);
+    std::copy(Tags() + at + 1, Tags() + size, Tags() + at);
+  }
+  size--;
+}
+
+void ZPDFChildList::GrowTo(size_t new_size) {
+  if (new_size <= size) return;
+  Reserve(new_size);
+  std::fill(items + size, items + new_size, nullptr);
+  size = static_cast<uint32_t>(new_size);
+}
+
+void ZPDFChildList::Unkey(ZPDFNode* const* entries) {
+  ClearKeys();
+  keys = nullptr;
+  std::copy(entries, entries + size, items);
+}
+
+bool ZPDFChildList::Retire(ZPDFChildList* given_up) {
+  ZPDFChildList* last = nullptr;
+  for (ZPDFChildList* list = given_up; list != nullptr; list = list->retired) {
+    for (const ZPDFChildList* waiting = this; waiting != nullptr; waiting = waiting->retired) {
+      if (list == waiting) return false;
+    }
+    last = list;
+  }
+  last->retired = retired;
+  retired = given_up;
+  return true;
+}
+
+}  // namespace zforms

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "zforms/pdf/node_pool.h"
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+class ZPDFNode;
+
+// The children of a node, in one block with room for a few. Shared (and counted)
+// only after a node was assigned from another. Private to the node classes.
+//
+// A dictionary's list is keyed as long as nobody asks for its entries as nodes: the
+// items are then the values, and the keys stand beside them, which is a third of
+// the memory that a node for each entry and key would take.
+struct ZPDFChildList {
+  static ZPDFChildList* Make(size_t capacity);
+  static ZPDFChildList* MakeKeyed(size_t capacity);
+  // The same in memory of the pool, where they fit.
+  static ZPDFChildList* Make(size_t capacity, ZPDFNodePool& pool);
+  static ZPDFChildList* MakeKeyed(size_t capacity, ZPDFNodePool& pool);
+  static void Free(ZPDFChildList* list);
+
+  void Insert(size_t at, ZPDFNode* node);
+  void Append(ZPDFNode* node) { Insert(size, node); }
+  // `plain` says that the key is a name that is written as it is. The second form
+  // needs room: size < capacity.
+  void AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked);
+  void AppendKeyedInRoom(Chaine key, ZPDFNode* value, bool plain, bool marked) {
+    items[size] = value;
+    Tags()[size] = static_cast<uint8_t>(TagOf(key) | (plain ? kPlain : 0) | (marked ? kMark : 0));
+    new (keys + size) Chaine(std::move(key));
+    size++;
+  }
+  void Remove(size_t at);
+  void GrowTo(size_t new_size);
+  // The place of the leftmost of that key, `size` when there is none. Keyed lists only.
+  size_t Find(std::string_view key) const;
+  // The first place from `from` on whose key stands at an earlier place as well, `size`
+  // when there is none. Keyed lists of at most kFewKeys only.
+  size_t FindRepeated(size_t from) const;
+  static constexpr size_t kFewKeys = 64;
+  // Whether the entry, and not only its value, is marked as modified. Keyed lists only.
+  bool IsMarked(size_t at) const { return (Tags()[at] & kMark) != 0; }
+  bool IsPlain(size_t at) const { return (Tags()[at] & kPlain) != 0; }
+  void SetMark(size_t at, bool marked) {
+    Tags()[at] = static_cast<uint8_t>(marked ? Tags()[at] | kMark : Tags()[at] & ~kMark);
+  }
+  // Puts one node in the place of each key and value, and is keyed no more.
+  void Unkey(ZPDFNode* const* entries);
+  // Takes over the caller's share of a list, to be freed with this one. False when
+  // the lists that wait for either have one in common.
+  bool Retire(ZPDFChildList* given_up);
+
+  uint32_t refs;
+  uint32_t size;
+  uint32_t capacity;
+  uint32_t pool_offset;    // where the block stands in its slab, 0 for one of its own
+  ZPDFNode** items;        // behind this header until the list outgrows its first room
+  Chaine* keys;            // behind the room for the items, their tags behind them; null unless keyed
+  ZPDFChildList* retired;  // lists given up by an assignment, freed with this one
+
+ private:
+  // A tag says of a key, in six bits, what most keys differ in, so that a search
+  // looks at a byte a key; above them stand two flags.
+  static constexpr uint8_t kMark = 0x80;
+  static constexpr uint8_t kPlain = 0x40;
+  static uint8_t TagOf(std::string_view key) {
+    const size_t last = key.size() - 1;
+    if (key.size() < 2) return static_cast<uint8_t>(key.size());
+    return static_cast<uint8_t>((static_cast<size_t>(key[last]) + 5 * static_cast<size_t>(key[1]) + 11 * last) %
+                                kPlain);
+  }
+  uint8_t* Tags() const { return reinterpret_cast<uint8_t*>(keys + capacity); }
+
+  static ZPDFChildList* Place(ZPDFNodePool::Block block, size_t capacity, bool keyed);
+  void Reserve(size_t wanted);
+  void SetRoom(void* memory, size_t room, bool keyed);
+  void ClearKeys();
+  ZPDFNode** Inline() { return reinterpret_cast<ZPDFNode**>(this + 1); }
+};
+
+}  // namespace zforms

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/platform/crypto/rc4.h"
+
+namespace zforms {
+
+class ZPDFEncryption;
+class ZPDFObjectIdentifier;
+
+// The encrypter of one object (ZPDFEncryption::EncrypterStandard; ISO 32000-1
+// algorithm 1): RC4 from the start of the same key stream for each of its strings
+// and streams.
+class ZFORMS_API ZPDFEncrypterStandard final : public ZPDFEncrypter {
+ public:
+  ZPDFEncrypterStandard(const ZPDFEncryption* handler, const ZPDFObjectIdentifier& id);
+  ZPDFEncrypterStandard* Clone() const override;
+  Chaine Encrypt(const Chaine& data) const override;
+
+ private:
+  Chaine object_key_;
+  RC4 prepared_;
+};
+
+}  // namespace zforms

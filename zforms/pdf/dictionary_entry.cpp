@@ -1,0 +1,65 @@
+#include "zforms/pdf/dictionary_entry.h"
+
+#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
+
+namespace zforms {
+
+ZPDFNodeDictionaryEntry::ZPDFNodeDictionaryEntry(IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kEntry) {}
+
+ZPDFNodeDictionaryEntry::ZPDFNodeDictionaryEntry(std::string_view key, ZPDFNode* value, IPDFObjectProvider* provider)
+    : ZPDFNodeDictionaryEntry(provider) {
+  AppendChild(new ZPDFNodeIdentifier(Chaine(key), provider));
+  AppendChild(value);
+  SetModified(true, false);
+}
+
+ZPDFNodeDictionaryEntry* ZPDFNodeDictionaryEntry::Clone() const { return new ZPDFNodeDictionaryEntry(*this); }
+
+std::string_view ZPDFNodeDictionaryEntry::Key() const {
+  const auto* key = Size() < 2 ? nullptr : NodeCast<ZPDFNodeIdentifier>(GetDirectAt(0));
+  return key == nullptr ? std::string_view() : key->GetIdentifier().View();
+}
+
+ZPDFNode* ZPDFNodeDictionaryEntry::Value() { return Size() < 2 ? nullptr : GetDirectAt(1); }
+
+const ZPDFNode* ZPDFNodeDictionaryEntry::Value() const { return GetDirectAt(1); }
+
+void ZPDFNodeDictionaryEntry::SetValue(ZPDFNode* value) {
+  if (value == nullptr) value = ZPDFNodeNull::Default();
+  ReplaceChild(1, value);
+  SetModified(true, false);
+  value->SetModified(true, false);
+}
+
+void ZPDFNodeDictionaryEntry::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  for (size_t i = 0; i < Size(); i++) {
+    const ZPDFNode* part = GetDirectAt(i);
+    if (part == nullptr) part = ZPDFNodeNull::Default();
+    if (i > 0) out.Separate();
+    part->SendTo(out, encrypter);
+  }
+}
+
+ZPDFNodeDictionaryEntry* ZPDFNodeDictionaryEntry::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                                            const ZPDFEncrypter* encrypter) {
+  auto* entry = new ZPDFNodeDictionaryEntry(provider);
+  ZPDFNode* value = ZPDFNode::BuildFrom(text, provider, encrypter);
+  ZPDFNode* key = nullptr;
+  if (value != nullptr && !text.IsEmpty() && !text.EndWith("<<")) {
+    key = ZPDFNode::BuildFrom(text, provider, encrypter);
+  }
+  if (key != nullptr) {
+    entry->AppendChild(key);
+  } else if (NodeCast<ZPDFNodeIdentifier>(value) != nullptr && value->GetIdentifier().View().starts_with('/')) {
+    // A key whose value is missing stands for null, as an absent key would.
+    text.Warn("a dictionary key has no value");
+    entry->AppendChild(value);
+    value = ZPDFNodeNull::Default();
+  }
+  if (value != nullptr) entry->AppendChild(value);
+  return entry;
+}
+
+}  // namespace zforms

@@ -1,0 +1,298 @@
+#include "zforms/pdf/dictionary_node.h"
+
+#include <type_traits>
+
+#include "zforms/pdf/child_list.h"
+#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/nesting.h"
+#include "zforms/pdf/node_stack.h"
+#include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/string_node.h"
+#include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
+
+namespace zforms {
+namespace {
+
+// Above this many entries a dictionary is searched through an index.
+constexpr size_t kSearchedInOrder = 24;
+// So many entries fit before the list of a new dictionary grows.
+constexpr size_t kFirstRoom = 4;
+
+// The node if it holds such a value; null and booleans are identifiers of another kind.
+template <class Node>
+Node* MatchingKind(ZPDFNode* node) {
+  if constexpr (std::is_same_v<Node, ZPDFNodeIdentifier>) {
+    if (NodeCast<ZPDFNodeNull>(node) != nullptr || NodeCast<ZPDFNodeBoolean>(node) != nullptr) return nullptr;
+  }
+  return NodeCast<Node>(node);
+}
+
+// What is made where no node of the kind stands: strings are written literal.
+template <class Node>
+struct NewNode {
+  using Type = Node;
+};
+template <>
+struct NewNode<ZPDFNodeString> {
+  using Type = ZPDFNodeLiteralString;
+};
+
+bool Enciphers(const ZPDFEncrypter* encrypter) {
+  return encrypter != nullptr && encrypter != ZPDFEncrypterNeutral::Default() &&
+         dynamic_cast<const ZPDFEncrypterNeutral*>(encrypter) == nullptr;
+}
+
+void Change(ZPDFNodeIdentifier& node, const Chaine& identifier) { node.SetIdentifier(identifier); }
+void Change(ZPDFNodeBoolean& node, bool value) { node.SetValue(value); }
+template <class Node, class Value>
+void Change(Node& node, const Value& value) {
+  node.SetValue(value);
+}
+
+}  // namespace
+
+ZPDFNodeDictionary::ZPDFNodeDictionary(IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kDictionary) {}
+
+ZPDFNodeDictionary::ZPDFNodeDictionary(const ZPDFNodeDictionary& other) : ZPDFNode(other) {}
+
+ZPDFNodeDictionary& ZPDFNodeDictionary::operator=(const ZPDFNodeDictionary& other) {
+  ZPDFNode::operator=(other);
+  return *this;
+}
+
+ZPDFNodeDictionary::~ZPDFNodeDictionary() = default;
+
+ZPDFNodeDictionary* ZPDFNodeDictionary::Clone() const { return new ZPDFNodeDictionary(*this); }
+
+std::string_view ZPDFNodeDictionary::KeyAt(size_t index) const {
+  const ZPDFChildList& children = *Children();
+  if (children.keys != nullptr) return children.keys[index];
+  const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(children.items[index]);
+  return entry == nullptr ? std::string_view() : entry->Key();
+}
+
+ZPDFNode* ZPDFNodeDictionary::ValueAt(size_t index) {
+  const ZPDFChildList& children = *Children();
+  if (children.keys != nullptr) return children.items[index];
+  auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(children.items[index]);
+  return entry == nullptr ? nullptr : entry->Value();
+}
+
+size_t ZPDFNodeDictionary::FindKey(std::string_view key) const {
+  const ZPDFChildList* const children = Children();
+  if (children == nullptr || key.empty()) return kAbsent;
+  // A key that has a node of its own may change without a word to the dictionary.
+  if (children->keys != nullptr) {
+    if (children->size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
+    const size_t found = children->Find(key);
+    return found == children->size ? kAbsent : found;
+  }
+  for (size_t i = 0; i < children->size; i++) {
+    if (KeyAt(i) == key) return i;
+  }
+  return kAbsent;
+}
+
+size_t ZPDFNodeDictionary::FindIndexed(std::string_view key) const {
+  const auto find = [this](std::string_view wanted) {
+    return index_->Find(KeyedHash(wanted), [&](size_t at) { return KeyAt(at) == wanted; });
+  };
+  if (index_ == nullptr) {
+    index_ = std::make_unique<HashIndex>();
+    for (size_t i = 0; i < Size(); i++) {
+      const std::string_view own = KeyAt(i);
+      if (!own.empty() && find(own) == HashIndex::kNone) index_->Insert(KeyedHash(own), i);
+    }
+  }
+  const size_t found = find(key);
+  return found == HashIndex::kNone ? kAbsent : found;
+}
+
+ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) {
+  const size_t at = FindKey(key);
+  return at == kAbsent ? nullptr : ValueAt(at);
+}
+
+const ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) const {
+  return const_cast<ZPDFNodeDictionary*>(this)->GetDirect(key);
+}
+
+ZPDFNode* ZPDFNodeDictionary::GetTarget(std::string_view key) {
+  ZPDFNode* direct = GetDirect(key);
+  return direct == nullptr ? nullptr : direct->GetTarget();
+}
+
+const ZPDFNode* ZPDFNodeDictionary::GetTarget(std::string_view key) const {
+  const ZPDFNode* direct = GetDirect(key);
+  return direct == nullptr ? nullptr : direct->GetTarget();
+}
+
+const Chaine& ZPDFNodeDictionary::GetStringValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  // The dictionary itself, asked for a text, gives the empty one.
+  return target == nullptr ? ZPDFNode::GetStringValue() : target->GetStringValue();
+}
+
+const Chaine& ZPDFNodeDictionary::GetIdentifier(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  // The dictionary itself, asked for a name, gives the empty text.
+  return target == nullptr ? ZPDFNode::GetIdentifier() : target->GetIdentifier();
+}
+
+int32_t ZPDFNodeDictionary::GetIntValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target == nullptr ? 0 : target->GetIntValue();
+}
+
+uint32_t ZPDFNodeDictionary::GetUIntValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target == nullptr ? 0 : target->GetUIntValue();
+}
+
+double ZPDFNodeDictionary::GetDoubleValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target == nullptr ? 0 : target->GetDoubleValue();
+}
+
+bool ZPDFNodeDictionary::GetBoolValue(std::string_view key) const {
+  const ZPDFNode* target = GetTarget(key);
+  return target != nullptr && target->GetBoolValue();
+}
+
+template <class Node, class Value, class Getter>
+void ZPDFNodeDictionary::SetScalar(std::string_view key, const Value& value, Getter getter) {
+  if (ZPDFNode* direct = GetDirect(key)) {
+    if (Node* target = MatchingKind<Node>(direct->GetTarget()); target != nullptr && getter(target) == value) return;
+    if (Node* own = MatchingKind<Node>(direct)) {
+      Change(*own, value);
+      return;
+    }
+  }
+  SetValue(key, static_cast<ZPDFNode*>(new typename NewNode<Node>::Type(value, ObjectProvider())));
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, const Chaine& value) {
+  SetScalar<ZPDFNodeString>(key, value, [](const ZPDFNode* node) -> const Chaine& { return node->GetStringValue(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, const char* value) { SetValue(key, Chaine(value)); }
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, int32_t value) {
+  SetScalar<ZPDFNodeNumeric>(key, value, [](const ZPDFNode* node) { return node->GetIntValue(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, uint32_t value) {
+  SetScalar<ZPDFNodeNumeric>(key, value, [](const ZPDFNode* node) { return node->GetUIntValue(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, double value) {
+  SetScalar<ZPDFNodeNumeric>(key, value, [](const ZPDFNode* node) { return node->GetDoubleValue(); });
+}
+
+void ZPDFNodeDictionary::SetBoolean(std::string_view key, bool value) {
+  SetScalar<ZPDFNodeBoolean>(key, value, [](const ZPDFNode* node) { return node->GetBoolValue(); });
+}
+
+void ZPDFNodeDictionary::SetIdentifier(std::string_view key, const Chaine& identifier) {
+  SetScalar<ZPDFNodeIdentifier>(key, identifier,
+                                [](const ZPDFNode* node) -> const Chaine& { return node->GetIdentifier(); });
+}
+
+void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
+  if (node == nullptr) {
+    RemoveValue(key);
+    return;
+  }
+  ZPDFChildList* children = Children();
+  const bool keyed = children == nullptr || children->keys != nullptr;
+  if (const size_t at = FindKey(key); at != kAbsent) {
+    if (ValueAt(at) == node) return;
+    if (keyed) {
+      ReplaceChild(at, node);
+      children->SetMark(at, true);
+      node->SetModified(true, false);
+    } else {
+      NodeCast<ZPDFNodeDictionaryEntry>(GetDirectAt(at))->SetValue(node);
+    }
+    return;
+  }
+  if (index_ != nullptr) index_->Insert(KeyedHash(key), Size());
+  if (children == nullptr) AdoptChildren(children = ZPDFChildList::MakeKeyed(kFirstRoom));
+  if (keyed) {
+    children->AppendKeyed(key, node, ZPDFNodeIdentifier::IsWrittenAsIs(key), true);
+  } else {
+    AppendChild(new ZPDFNodeDictionaryEntry(key, node, ObjectProvider()));
+  }
+  SetModified(true, false);
+}
+
+void ZPDFNodeDictionary::RemoveValue(std::string_view key) {
+  if (!Exist(key)) return;
+  const Chaine kept(key);  // the caller's may be the very key that goes
+  for (size_t i = Size(); i > 0; i--) {
+    if (KeyAt(i - 1) == kept) ReplaceChild(i - 1, nullptr);
+  }
+  ForgetIndex();
+  SetModified(true, false);
+}
+
+size_t ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) const {
+  if (!Enciphers(encrypter) || !Exist("/ByteRange")) return kAbsent;
+  return NodeCast<ZPDFNodeString>(GetDirect("/Contents")) == nullptr ? kAbsent : FindKey("/Contents");
+}
+
+void ZPDFNodeDictionary::RestoreSignature(const ZPDFEncrypter* encrypter) {
+  const size_t at = SignatureContents(encrypter);
+  if (at == kAbsent) return;
+  // It was deciphered like any other string: enciphering takes that back.
+  if (auto* contents = NodeCast<ZPDFNodeString>(ValueAt(at))) {
+    contents->SetValue(encrypter->Encrypt(contents->GetStringValue()));
+    contents->SetModified(false, false);
+  }
+}
+
+void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  const ZPDFChildList* children = Children();
+  const size_t size = Size();
+  const size_t in_clear = SignatureContents(encrypter);
+  out.WriteToken("<<");
+  for (size_t i = 0; i < size; i++) {
+    const ZPDFNode* item = children->items[i];
+    if (item == nullptr) continue;
+    out.NewLine();
+    if (children->keys != nullptr) {
+      if (children->IsPlain(i)) {
+        out.WriteToken(children->keys[i]);
+      } else {
+        ZPDFNodeIdentifier::Write(out, children->keys[i]);
+      }
+      out.Separate();
+    }
+    item->SendTo(out, i == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter);
+  }
+  if (size > 0) out.NewLine();
+  out.WriteToken(">>");
+}
+
+ZPDFNodeDictionary* ZPDFNodeDictionary::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                                  const ZPDFEncrypter* encrypter) {
+  auto* dictionary = new ZPDFNodeDictionary(provider);
+  const NestingGuard nesting(text);
+  if (!nesting.Allowed()) {
+    SkipLastBracketed(text);
+    return dictionary;
+  }
+  text.TakeLastToken();
+  ZPDFNodeStack entries;
+  while (!text.IsEmpty() && !text.EndWith("<<")) {
+    entries.Push(ZPDFNodeDictionaryEntry::BuildFrom(text, provider, encrypter));
+  }
+  text.TakeLastToken();
+  dictionary->AdoptReversed(entries.Data(), entries.Size());
+  dictionary->RestoreSignature(encrypter);
+  return dictionary;
+}
+
+}  // namespace zforms

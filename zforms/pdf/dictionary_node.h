@@ -1,0 +1,101 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "zforms/pdf/dictionary_entry.h"
+#include "zforms/pdf/node.h"
+
+namespace zforms {
+
+// A dictionary; its children are the entries in document order, new keys at the
+// end (ISO 32000-1 7.3.7). Keys are exact byte strings that include the "/". Where
+// a damaged file repeats a key, the leftmost entry is the one found.
+class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
+ public:
+  using ZPDFNodeDictionaryEntry = zforms::ZPDFNodeDictionaryEntry;
+
+  explicit ZPDFNodeDictionary(IPDFObjectProvider* provider = nullptr);
+  ZPDFNodeDictionary(const ZPDFNodeDictionary& other);
+  ZPDFNodeDictionary& operator=(const ZPDFNodeDictionary& other);
+  ~ZPDFNodeDictionary() override;
+  ZPDFNodeDictionary* Clone() const override;
+  void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
+
+  bool Exist(std::string_view key) const { return FindKey(key) != kAbsent; }
+  // The value as stored, null when the key is absent.
+  ZPDFNode* GetDirect(std::string_view key);
+  const ZPDFNode* GetDirect(std::string_view key) const;
+  // The value with references followed, null when the key is absent.
+  ZPDFNode* GetTarget(std::string_view key);
+  const ZPDFNode* GetTarget(std::string_view key) const;
+  using ZPDFNode::GetTarget;
+
+  // The key and the value of an entry by its place, without making a node of it. The
+  // key is empty, or the value null, for an entry that a damaged file left so.
+  // Precondition: index < Size().
+  std::string_view KeyAt(size_t index) const;
+  ZPDFNode* ValueAt(size_t index);
+  const ZPDFNode* ValueAt(size_t index) const { return const_cast<ZPDFNodeDictionary*>(this)->ValueAt(index); }
+
+  // The value's text, number or boolean; empty, 0 or false when the key is absent
+  // or its value of another kind.
+  const Chaine& GetStringValue(std::string_view key) const;
+  const Chaine& GetIdentifier(std::string_view key) const;
+  int32_t GetIntValue(std::string_view key) const;
+  uint32_t GetUIntValue(std::string_view key) const;
+  double GetDoubleValue(std::string_view key) const;
+  bool GetBoolValue(std::string_view key) const;
+  using ZPDFNode::GetBoolValue;
+  using ZPDFNode::GetDoubleValue;
+  using ZPDFNode::GetIdentifier;
+  using ZPDFNode::GetIntValue;
+  using ZPDFNode::GetStringValue;
+  using ZPDFNode::GetUIntValue;
+
+  // Set a scalar. Nothing is written or marked when the value, with references
+  // followed, is equal already; a value of the same kind changes in place; an
+  // object that a reference leads to is never changed.
+  void SetValue(std::string_view key, const Chaine& value);
+  void SetValue(std::string_view key, const char* value);
+  void SetValue(std::string_view key, int32_t value);
+  void SetValue(std::string_view key, uint32_t value);
+  void SetValue(std::string_view key, double value);
+  // A template, so that no pointer is ever taken for a boolean.
+  void SetValue(std::string_view key, std::same_as<bool> auto value) { SetBoolean(key, value); }
+  void SetIdentifier(std::string_view key, const Chaine& identifier);
+  // Takes ownership of the node; null removes the key.
+  void SetValue(std::string_view key, ZPDFNode* node);
+  // Removes every entry of that key and marks the dictionary; nothing when absent.
+  void RemoveValue(std::string_view key);
+
+  static ZPDFNodeDictionary* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                       const ZPDFEncrypter* encrypter);
+  static bool Matches(Kind kind) { return kind == Kind::kDictionary; }
+
+ private:
+  friend class ZPDFNode;
+  friend class ZPDFForwardReader;
+  static constexpr size_t kAbsent = SIZE_MAX;
+
+  ZPDFNodeDictionary(Parsed, IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kDictionary) {}
+  void SetBoolean(std::string_view key, bool value);
+  template <class Node, class Value, class Getter>
+  void SetScalar(std::string_view key, const Value& value, Getter getter);
+  // The entry "/Contents" of a signature, which stays in clear in an encrypted file
+  // (ISO 32000-1 7.6.1); kAbsent when this is no signature or nothing is encrypted.
+  size_t SignatureContents(const ZPDFEncrypter* encrypter) const;
+  // Gives the contents of a signature the bytes back that deciphering took.
+  void RestoreSignature(const ZPDFEncrypter* encrypter);
+  // The place of the leftmost entry of that key.
+  size_t FindKey(std::string_view key) const;
+  size_t FindIndexed(std::string_view key) const;
+  void ForgetIndex() const { index_.reset(); }
+
+  // Built on the first search of a large dictionary; small ones are searched in order.
+  mutable std::unique_ptr<HashIndex> index_;
+};
+
+}  // namespace zforms

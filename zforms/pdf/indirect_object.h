@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+
+#include "zforms/pdf/node.h"
+
+namespace zforms {
+
+class ZPDFEncryption;
+class ZPDFNodeIndirectReference;
+
+// An indirect object (ISO 32000-1 7.3.10): the unit that the parser loads and the
+// writers write. Child 0 is its value, absent until one is set. It owns the
+// encrypter that enciphers the strings and streams of this very object.
+class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
+ public:
+  // A null encryption gives a neutral encrypter.
+  ZPDFNodeIndirectObject(const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
+                         IPDFObjectProvider* provider);
+  ZPDFNodeIndirectObject(const ZPDFNodeIndirectObject& other);
+  ZPDFNodeIndirectObject& operator=(const ZPDFNodeIndirectObject& other);
+  ~ZPDFNodeIndirectObject() override;
+  ZPDFNodeIndirectObject* Clone() const override;
+  // Writes with the given encrypter, or with the object's own when it is null.
+  void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
+
+  const ZPDFObjectIdentifier& GetID() const { return id_; }
+  // The neutral encrypter in a document that is not encrypted.
+  const ZPDFEncrypter* Encrypter() const;
+  // From now on the object belongs to a document with that security handler.
+  void SetEncryption(const ZPDFEncryption* encryption);
+
+  // Takes ownership of the value, destroys the former one and marks the object.
+  void SetChild(ZPDFNode* value);
+  // A new reference to this object; the caller owns it.
+  ZPDFNodeIndirectReference* AllocReference() const;
+
+  // From the front: number, generation, "obj", the value, "endobj". Never null.
+  static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                           const ZPDFEncryption* encryption);
+  // The same from behind "obj", whose number and generation were read.
+  static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
+                                           IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
+  // From the text of an object in an object stream, which is the value alone and was
+  // enciphered with the stream; what is written of it is enciphered on its own.
+  static ZPDFNodeIndirectObject* BuildPacked(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
+                                             IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
+  static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }
+
+ private:
+  friend class ZPDFNode;
+  friend class ZPDFParser;  // which numbers objects anew
+  ZPDFNodeIndirectObject(Parsed, const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
+                         IPDFObjectProvider* provider)
+      : ZPDFNodeIndirectObject(encryption, id, provider) {}
+
+  void AdoptValue(ZPDFNode* value, ZPDFNodePool* pool);
+
+  ZPDFObjectIdentifier id_;
+  std::unique_ptr<ZPDFEncrypter> encrypter_;  // null for the neutral one
+};
+
+}  // namespace zforms

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "zforms/pdf/syntax/tokenized_string.h"
+
+namespace zforms {
+
+// Counts how deep parsing is inside arrays and dictionaries, so that hostile
+// nesting cannot exhaust the stack.
+class NestingGuard {
+ public:
+  explicit NestingGuard(ZPDFTokenizedString& text) : text_(text), allowed_(text.EnterNesting()) {}
+  ~NestingGuard() { text_.LeaveNesting(); }
+  NestingGuard(const NestingGuard&) = delete;
+  NestingGuard& operator=(const NestingGuard&) = delete;
+  bool Allowed() const { return allowed_; }
+
+ private:
+  ZPDFTokenizedString& text_;
+  bool allowed_;
+};
+
+// Removes the array or dictionary at the end of the text, unparsed, with all that
+// is nested in it, and warns. Linear and without recursion.
+void SkipLastBracketed(ZPDFTokenizedString& text);
+
+}  // namespace zforms

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <utility>
+
+#include "zforms/pdf/node.h"
+
+namespace zforms {
+
+// A number, held as its text so that one that was read is written back byte for
+// byte until it is set (ISO 32000-1 7.3.3).
+class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
+ public:
+  explicit ZPDFNodeNumeric(IPDFObjectProvider* provider = nullptr);
+  explicit ZPDFNodeNumeric(int32_t value, IPDFObjectProvider* provider = nullptr);
+  explicit ZPDFNodeNumeric(uint32_t value, IPDFObjectProvider* provider = nullptr);
+  explicit ZPDFNodeNumeric(double value, IPDFObjectProvider* provider = nullptr);
+  ZPDFNodeNumeric* Clone() const override;
+
+  // The text up to the first character that cannot continue the number; beyond
+  // the range of the type the nearest value.
+  uint32_t GetUIntValue() const override;
+  int32_t GetIntValue() const override;
+  double GetDoubleValue() const override;
+  void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
+
+  // Store the value's plain decimal text and mark the node, unless that very text
+  // stands there already (so 7 set over "007" writes "7").
+  void SetValue(int32_t value);
+  void SetValue(uint32_t value);
+  // Marks the node only when the value differs from GetDoubleValue().
+  void SetValue(double value);
+  const Chaine& Text() const { return text_; }
+
+  static ZPDFNodeNumeric* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                    const ZPDFEncrypter* encrypter);
+  static bool Matches(Kind kind) { return kind == Kind::kNumeric; }
+
+ protected:
+  // Replaces the text as given and marks the node when it differs: for classes of the
+  // host that write numbers in their own way.
+  void SetValue(const Chaine& text);
+
+ private:
+  friend class ZPDFNode;
+  ZPDFNodeNumeric(Parsed, Chaine text, IPDFObjectProvider* provider)
+      : ZPDFNodeLeaf(provider, Kind::kNumeric), text_(std::move(text)) {}
+
+  Chaine text_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "zforms/pdf/node.h"
+
+namespace zforms {
+
+// The objects met on a walk through references, by identifier: a table of pages
+// for the numbers that files have, a map for whatever else damaged files hold.
+class ZPDFObjectTable {
+ public:
+  // The slot of that identifier, null while nothing was stored there.
+  const ZPDFNodeIndirectObject*& operator[](const ZPDFObjectIdentifier& id) {
+    if (id.Generation() != 0 || id.Number() >= kMostNumbers) return others_[id];
+    const size_t page = id.Number() / kPageSize;
+    if (page >= pages_.size()) pages_.resize(page + 1);
+    if (pages_[page] == nullptr) pages_[page] = std::make_unique<Page>();
+    return (*pages_[page])[id.Number() % kPageSize];
+  }
+
+  // Everything stored, in identifier order.
+  ZPDFObjectList List() const {
+    ZPDFObjectList list;
+    auto other = others_.begin();
+    for (size_t page = 0; page < pages_.size(); page++) {
+      if (pages_[page] == nullptr) continue;
+      for (size_t i = 0; i < kPageSize; i++) {
+        if ((*pages_[page])[i] == nullptr) continue;
+        const ZPDFObjectIdentifier id(static_cast<uint32_t>(page * kPageSize + i), 0);
+        for (; other != others_.end() && other->first < id; ++other) Add(*other, &list);
+        list.emplace_back(id, (*pages_[page])[i]);
+      }
+    }
+    for (; other != others_.end(); ++other) Add(*other, &list);
+    return list;
+  }
+
+ private:
+  // The most that ISO 32000-1 annex C gives a reader, so that hostile numbers cost
+  // no more than 64 MB.
+  static constexpr uint32_t kMostNumbers = 1 << 23;
+  static constexpr size_t kPageSize = 1024;
+  using Page = std::array<const ZPDFNodeIndirectObject*, kPageSize>;
+
+  static void Add(const ZPDFObjectMap::value_type& item, ZPDFObjectList* list) {
+    if (item.second != nullptr) list->emplace_back(item.first, item.second);
+  }
+
+  std::vector<std::unique_ptr<Page>> pages_;
+  ZPDFObjectMap others_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "zforms/pdf/object_identifier.h"
+
+namespace zforms {
+
+// What begins in a file, in its order, as one pass over the bytes finds it where no
+// table can be trusted: headers "12 0 obj" at the front of a line or behind
+// "endobj", and the word "trailer". Nothing is parsed; the data of streams are
+// passed over.
+struct ZPDFFileScan {
+  struct Object {
+    ZPDFObjectIdentifier id;
+    uint32_t offset = 0;
+    // Names that stand in its text: "/ObjStm", "/XRef", "/Catalog", "/Standard".
+    bool names_object_stream = false;
+    bool names_xref_stream = false;
+    bool names_catalog = false;
+    bool names_security = false;
+    // False when the file ends before "endobj": the end of the object was cut off.
+    bool whole = false;
+  };
+  std::vector<Object> objects;
+  // Where what follows the word stands.
+  std::vector<uint32_t> trailers;
+
+  bool IsCutAt(uint32_t offset) const {
+    return !objects.empty() && objects.back().offset == offset && !objects.back().whole;
+  }
+};
+
+// Linear. Precondition: the file is smaller than 4 GB.
+ZPDFFileScan ScanFile(std::string_view file);
+
+}  // namespace zforms

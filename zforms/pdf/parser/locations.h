@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "zforms/pdf/object_identifier.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+class ZPDFNodeIndirectObject;
+
+// Where one object number stands in the file, and the object once it is loaded.
+struct ZPDFObjectLocation {
+  ZPDFObjectIdentifier id;
+  // In bytes from the front of the file; for a packed object the number of the
+  // object stream that holds it.
+  uint32_t offset = 0;
+  bool in_use = false;
+  bool packed = false;
+  // Set when loading starts, so that an object that leads to itself ends there.
+  bool requested = false;
+  ZPDFNodeIndirectObject* object = nullptr;
+};
+
+// The locations of a document, one record an object number, in number order. The
+// newest record of a number decides; sections are added newest first.
+class ZFORMS_API ZPDFLocations {
+ public:
+  using iterator = std::vector<ZPDFObjectLocation>::iterator;
+  using const_iterator = std::vector<ZPDFObjectLocation>::const_iterator;
+
+  void Clear();
+  // Adds a record behind those added before; it loses to them on Settle.
+  void AddOlder(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use) { Add({id, offset, in_use}); }
+  // The same for an object inside an object stream.
+  void AddOlderPacked(uint32_t number, uint32_t stream) { Add({{number, 0}, stream, true, true}); }
+  // Before Settle: makes the free records among those added from place `from` up to
+  // place `to` older than all others.
+  void MakeFreeOldest(size_t from, size_t to);
+  // Sorts what was added and keeps the newest record of each number.
+  void Settle();
+
+  // Removes the free records whose objects are not loaded.
+  void DropFree();
+
+  // The record of that number, null when there is none. Only after Settle.
+  ZPDFObjectLocation* Find(uint32_t number);
+  const ZPDFObjectLocation* Find(uint32_t number) const { return const_cast<ZPDFLocations*>(this)->Find(number); }
+  // Adds a record with a number above all others.
+  ZPDFObjectLocation* Append(const ZPDFObjectIdentifier& id);
+
+  bool IsEmpty() const { return records_.empty(); }
+  size_t Size() const { return records_.size(); }
+  uint32_t HighestNumber() const { return records_.empty() ? 0 : records_.back().id.Number(); }
+  iterator begin() { return records_.begin(); }
+  iterator end() { return records_.end(); }
+  const_iterator begin() const { return records_.begin(); }
+  const_iterator end() const { return records_.end(); }
+
+ private:
+  void Add(const ZPDFObjectLocation& record) { records_.push_back(record); }
+
+  std::vector<ZPDFObjectLocation> records_;
+};
+
+}  // namespace zforms

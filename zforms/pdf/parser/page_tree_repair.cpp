@@ -1,0 +1,169 @@
+#include <algorithm>
+#include <map>
+
+#include "zforms/pdf/array_node.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/parser/page_tree.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/reference_node.h"
+#include "zforms/platform/base/diagnostics.h"
+#include "zforms/platform/base/number.h"
+
+namespace zforms {
+namespace {
+
+// Goes through the tree in the order of the walk, so that it keeps what that met.
+class Repair {
+ public:
+  explicit Repair(ZPDFParser& parser) : parser_(parser) { FindOrphans(); }
+
+  // Whether there is a tree, or something to make one of.
+  bool HasTree() const {
+    const ZPDFNodeDictionary* const root = StoredRoot();
+    return !orphans_.empty() || (root != nullptr && ZPDFPageTree::IsNode(*root));
+  }
+
+  // The number of pages.
+  uint32_t Run() {
+    ZPDFNodeDictionary* const root = Root();
+    met_.insert(root);
+    const uint32_t led_to = Settle(*root, 0);
+    return SetCount(*root, led_to + AdoptRest(*root));
+  }
+
+ private:
+  using Objects = std::vector<ZPDFNodeIndirectObject*>;
+
+  static ZPDFNodeDictionary* DictionaryOf(ZPDFNodeIndirectObject* object) {
+    return object == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
+  }
+  static bool IsTyped(const ZPDFNodeDictionary& dictionary) {
+    const Chaine& type = dictionary.GetIdentifier("/Type");
+    return type == "/Page" || (type == "/Pages" && ZPDFPageTree::IsNode(dictionary));
+  }
+
+  // Pages and nodes to which the tree does not lead, by their parents.
+  void FindOrphans() {
+    const ZPDFPageTree tree(*parser_.Root());
+    std::vector<ZPDFObjectIdentifier> ids;
+    for (const ZPDFObjectLocation& location : parser_.ObjectLocations()) {
+      if (location.in_use) ids.push_back(location.id);
+    }
+    for (const ZPDFObjectIdentifier& id : ids) {
+      ZPDFNodeIndirectObject* const object = parser_.GetObject(id);
+      ZPDFNodeDictionary* const dictionary = DictionaryOf(object);
+      if (dictionary == nullptr || !IsTyped(*dictionary) || tree.LeadsTo(dictionary)) continue;
+      orphans_.push_back(object);
+      by_parent_[NodeCast<ZPDFNodeDictionary>(dictionary->GetTarget("/Parent"))].push_back(object);
+    }
+  }
+
+  ZPDFNodeDictionary* StoredRoot() const {
+    auto* const root = NodeCast<ZPDFNodeDictionary>(parser_.Root()->GetTarget("/Pages"));
+    const bool is_node = root != nullptr && (ZPDFPageTree::IsNode(*root) || root->GetIdentifier("/Type") == "/Pages");
+    return is_node ? root : nullptr;
+  }
+
+  // The root of the tree; where there is none, the first node without a parent, or a new one.
+  ZPDFNodeDictionary* Root() {
+    if (ZPDFNodeDictionary* const root = StoredRoot()) return root;
+    ZPDFNodeIndirectObject* found = nullptr;
+    for (ZPDFNodeIndirectObject* orphan : orphans_) {
+      const bool is_top = ZPDFPageTree::IsNode(*DictionaryOf(orphan)) && !DictionaryOf(orphan)->Exist("/Parent");
+      if (is_top && found == nullptr) found = orphan;
+    }
+    if (found == nullptr) {
+      found = parser_.AddIndirectObject();
+      auto* const made = new ZPDFNodeDictionary(&parser_);
+      made->SetIdentifier("/Type", "/Pages");
+      found->SetChild(made);
+    }
+    parser_.Root()->SetValue("/Pages", found->AllocReference());
+    return DictionaryOf(found);
+  }
+
+  // Makes the kids of the node sound; the number of pages below it.
+  uint32_t Settle(ZPDFNodeDictionary& node, int depth) {
+    auto* const kids = NodeCast<ZPDFNodeArray>(node.GetTarget("/Kids"));
+    const Objects own = by_parent_[&node];
+    auto settled = std::make_unique<ZPDFNodeArray>(&parser_);
+    auto orphan = own.begin();
+    uint32_t count = 0;
+    bool changed = kids == nullptr;
+    const auto adopt = [&] {
+      for (; orphan != own.end(); ++orphan) {
+        if (Adopt(**orphan, *settled, depth, &count)) return;
+      }
+    };
+    for (size_t i = 0; kids != nullptr && i < kids->Size(); i++) {
+      auto* const kid = NodeCast<ZPDFNodeDictionary>(kids->GetTargetAt(i));
+      if (kid != nullptr && Keep(*kid, depth, &count)) {
+        settled->AppendValue(kids->GetDirectAt(i)->Clone());
+      } else {
+        changed = true;
+        adopt();
+      }
+    }
+    while (orphan != own.end()) adopt();
+    changed = changed || settled->Size() != kids->Size();
+    if (changed) node.SetValue("/Kids", settled.release());
+    return SetCount(node, count);
+  }
+
+  bool Keep(ZPDFNodeDictionary& kid, int depth, uint32_t* count) {
+    const bool is_node = ZPDFPageTree::IsNode(kid);
+    if ((!is_node && !ZPDFPageTree::IsPage(kid)) || depth >= ZPDFPageTree::kMaxDepth) return false;
+    if (!met_.insert(&kid).second) return false;
+    *count += is_node ? Settle(kid, depth + 1) : 1;
+    return true;
+  }
+
+  bool Adopt(ZPDFNodeIndirectObject& orphan, ZPDFNodeArray& kids, int depth, uint32_t* count) {
+    if (!Keep(*DictionaryOf(&orphan), depth, count)) return false;
+    kids.AppendValue(orphan.AllocReference());
+    return true;
+  }
+
+  // What belongs to no node of the tree comes to its end, nodes before single pages.
+  uint32_t AdoptRest(ZPDFNodeDictionary& root) {
+    uint32_t count = 0;
+    auto* const kids = NodeCast<ZPDFNodeArray>(root.GetTarget("/Kids"));
+    for (const bool nodes : {true, false}) {
+      for (ZPDFNodeIndirectObject* orphan : orphans_) {
+        ZPDFNodeDictionary& dictionary = *DictionaryOf(orphan);
+        if (ZPDFPageTree::IsNode(dictionary) != nodes || !Adopt(*orphan, *kids, 0, &count)) continue;
+        const auto* const stored = NodeCast<ZPDFNodeIndirectReference>(parser_.Root()->GetDirect("/Pages"));
+        if (stored != nullptr) dictionary.SetValue("/Parent", stored->Clone());
+      }
+    }
+    return count;
+  }
+
+  static uint32_t SetCount(ZPDFNodeDictionary& node, uint32_t count) {
+    node.SetValue("/Count", count);
+    return count;
+  }
+
+  ZPDFParser& parser_;
+  Objects orphans_;
+  std::map<const ZPDFNodeDictionary*, Objects> by_parent_;
+  std::unordered_set<const ZPDFNodeDictionary*> met_;
+};
+
+}  // namespace
+
+bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes) {
+  if (parser.Root() == nullptr) return false;
+  const ZPDFPageTree tree(*parser.Root());
+  if (!tree.IsDamaged()) return false;
+  Repair repair(parser);
+  if (!repair.HasTree()) return false;
+  ZPDFPageTree(*parser.Root(), &notes);
+  const uint32_t adopted = std::max(repair.Run(), tree.PageCount()) - tree.PageCount();
+  notes.Warn("the page tree was mended: " + FormatUInt(adopted) + (adopted == 1 ? " page" : " pages") +
+             " to which it did not lead came into it");
+  return true;
+}
+
+}  // namespace zforms

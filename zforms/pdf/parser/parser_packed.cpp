@@ -1,0 +1,67 @@
+// The parser's side of object streams: objects that stand packed in them.
+
+#include "zforms/pdf/crypt/encryption.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/parser/object_stream.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/platform/base/number.h"
+
+namespace zforms {
+namespace {
+
+// How many streams are looked through, each extending the one before.
+constexpr int kMostExtended = 16;
+
+}  // namespace
+
+ZPDFObjectStream* ZPDFParser::ObjectStream(uint32_t number) {
+  const auto known = object_streams_.find(number);
+  if (known != object_streams_.end()) return known->second.get();
+  // Until it is read it holds nothing, should it need one of its own objects.
+  object_streams_[number] = nullptr;
+  const ZPDFObjectLocation* location = locations_.Find(number);
+  if (location == nullptr || location->packed) return nullptr;
+  const ZPDFNodeIndirectObject* object = GetObject(location->id);
+  const auto* stream = object == nullptr ? nullptr : NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
+  if (stream == nullptr) return nullptr;
+  auto opened = std::make_shared<ZPDFObjectStream>(*stream, decode_budget_);
+  decode_budget_ -= std::min(decode_budget_, opened->Decoded());
+  if (!opened->Fault().IsEmpty()) diagnostics_.WarnObject(number, 0, opened->Fault());
+  object_streams_[number] = opened;
+  return opened.get();
+}
+
+ZPDFNodeIndirectObject* ZPDFParser::LoadPacked(const ZPDFObjectIdentifier& id, uint32_t stream_number) {
+  uint32_t number = stream_number;
+  for (int i = 0; i < kMostExtended && number != 0; i++) {
+    ZPDFObjectStream* const stream = ObjectStream(number);
+    if (stream == nullptr) break;
+    if (const ZPDFObjectStream::Part* part = stream->Find(id.Number())) {
+      const SousChaine text(stream->Text(), part->begin, part->end - part->begin);
+      return BuildPacked(id, text);
+    }
+    number = stream->Extends();
+  }
+  diagnostics_.WarnObject(id.Number(), id.Generation(),
+                          "object stream " + FormatUInt(stream_number) + " does not hold it");
+  return nullptr;
+}
+
+ZPDFNodeIndirectObject* ZPDFParser::BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part) {
+  ZPDFTokenizedString text(part);
+  text.SetDocument(&pool_);
+  text.SetDiagnostics(&packed_diagnostics_);
+  ZPDFNodeIndirectObject* object = ZPDFNodeIndirectObject::BuildPacked(text, id, this, encryption_.get());
+  if (packed_diagnostics_.Warnings().Size() > 0) {
+    // Their offsets are not those of the file.
+    for (ZDiagnostics::Warning warning : packed_diagnostics_.Warnings()) {
+      warning.offset = ZDiagnostics::kNoOffset;
+      diagnostics_.Warn(warning);
+    }
+    packed_diagnostics_.Clear();
+  }
+  return object;
+}
+
+}  // namespace zforms

@@ -1,0 +1,143 @@
+// How the parser finds the cross-reference sections of a file and reads their chain.
+
+#include <algorithm>
+
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/forward_reader.h"
+#include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/parser/xref_reader.h"
+#include "zforms/pdf/parser/xref_stream_reader.h"
+#include "zforms/pdf/reference_node.h"
+#include "zforms/pdf/syntax/char_class.h"
+
+namespace zforms {
+
+// The first object is looked at aside, on a parser's terms but without recording
+// it: in an encrypted or updated file it may be any object.
+uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
+  ZPDFTokenizedString text(SousChaine(raw_data_, start, raw_data_.size() - start));
+  text.SetDocument();
+  text.TrimLeftComments();
+  ZPDFTokenizedString header = text;
+  for (int i = 0; i < 2; i++) {
+    if (!AllDigits(header.TakeFirstToken())) return 0;
+  }
+  if (header.TakeFirstToken() != "obj" || !header.StartWith("<<")) return 0;
+  ZPDFNode* node = ReadForward(header, nullptr, nullptr);
+  const size_t end = header.Offset();
+  const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node);
+  const bool linearized = dictionary != nullptr && dictionary->GetUIntValue("/Linearized") == 1 &&
+                          dictionary->GetUIntValue("/L") == raw_data_.size();
+  ZPDFNode::Destroy(node);
+  if (!linearized) return 0;
+  if (const uint32_t offset = XrefStreamAfter(header)) return offset;
+  const std::string_view file = raw_data_;
+  size_t xref = file.find("xref", end);
+  while (xref != std::string_view::npos && xref >= 5 && file.substr(xref - 5, 5) == "start") {
+    xref = file.find("xref", xref + 4);
+  }
+  return xref == std::string_view::npos ? 0 : static_cast<uint32_t>(xref);
+}
+
+// Where the cross-reference stream of the first page stands, right behind the
+// linearization dictionary (ISO 32000-1 F.3); 0 when something else does.
+uint32_t ZPDFParser::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
+  ZPDFTokenizedString next = dictionary;
+  next.TrimLeftComments();
+  if (!next.StartWith("endobj")) return 0;
+  next.TakeFirst(6);
+  next.TrimLeftComments();
+  const size_t offset = next.Offset();
+  ZPDFTokenizedString file{SousChaine(raw_data_)};
+  file.SetDocument();
+  if (!ZPDFXrefStreamReader::StandsAt(file, offset)) return 0;
+  ZPDFLocations records;
+  ZPDFXrefStreamReader reader(file, decode_budget_);
+  const bool found = reader.Read(offset, nullptr, records) != nullptr;
+  decode_budget_ -= std::min(decode_budget_, reader.Decoded());
+  return found ? static_cast<uint32_t>(offset) : 0;
+}
+
+// The offset in "/Prev", 0 when there is none. The number stands in the trailer itself:
+// while sections are read, no object can be found yet.
+uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset) {
+  const ZPDFNode* previous = trailer.GetDirect("/Prev");
+  if (previous == nullptr) return 0;
+  if (NodeCast<ZPDFNodeNumeric>(previous) != nullptr) return previous->GetUIntValue();
+  const bool is_reference = NodeCast<ZPDFNodeIndirectReference>(previous) != nullptr;
+  diagnostics_.WarnAt(offset, is_reference ? "\"/Prev\" of this section's trailer is a reference, which leads nowhere"
+                                           : "\"/Prev\" of this section's trailer is no number");
+  return 0;
+}
+
+// Reads the section at `offset`, of either kind, with what a hybrid file hides from
+// readers of tables alone.
+std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadSection(const ZPDFTokenizedString& file, uint32_t offset,
+                                                            Chaine* reason) {
+  sections_.insert(offset);
+  if (ZPDFXrefStreamReader::StandsAt(file, offset)) return ReadXrefStream(file, offset, reason);
+  ZPDFXrefReader reader(file);
+  const size_t first_record = locations_.Size();
+  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
+  *reason = reader.Reason();
+  search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
+  if (trailer != nullptr && trailer->Exist("/XRefStm")) ReadHybridPart(file, *trailer, first_record);
+  return trailer;
+}
+
+std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadXrefStream(const ZPDFTokenizedString& file, uint32_t offset,
+                                                               Chaine* reason) {
+  ZPDFXrefStreamReader reader(file, decode_budget_);
+  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
+  *reason = reader.Reason();
+  search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
+  decode_budget_ -= std::min(decode_budget_, reader.Decoded());
+  xref_streams_.insert(offset);
+  return trailer;
+}
+
+// The objects that only newer readers see come before those of older sections, and
+// before the free entries that hide them (ISO 32000-1 7.5.8.4).
+void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer,
+                                size_t first_record) {
+  const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));
+  const uint32_t offset = place == nullptr ? 0 : place->GetUIntValue();
+  const size_t last_record = locations_.Size();
+  Chaine reason("the trailer does not say where it stands");
+  if (sections_.contains(offset)) return;
+  sections_.insert(offset);
+  if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
+    diagnostics_.WarnAt(offset, "the cross-reference stream of this hybrid file cannot be read: " + reason);
+  } else {
+    locations_.MakeFreeOldest(first_record, last_record);
+  }
+}
+
+bool ZPDFParser::FillLocations(uint32_t offset) {
+  ZPDFTokenizedString file{SousChaine(raw_data_)};
+  file.SetDocument();
+  file.SetDiagnostics(&diagnostics_);
+  while (true) {
+    Chaine reason;
+    std::unique_ptr<ZPDFNodeDictionary> trailer = ReadSection(file, offset, &reason);
+    if (trailer == nullptr && trailer_ == nullptr) return Fail(reason);
+    if (trailer == nullptr) {
+      diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + reason);
+      break;
+    }
+    section_count_++;
+    if (trailer_ == nullptr) xref_is_stream_ = xref_streams_.contains(offset);
+    offset = PreviousSection(*trailer, offset);
+    if (trailer_ == nullptr) trailer_ = std::move(trailer);
+    if (offset == 0) break;
+    if (sections_.contains(offset) || search_budget_ == 0) {
+      diagnostics_.WarnAt(offset, "the chain of cross-reference sections leads back to what was already read");
+      break;
+    }
+  }
+  locations_.Settle();
+  return true;
+}
+
+}  // namespace zforms

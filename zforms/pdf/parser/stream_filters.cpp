@@ -1,0 +1,147 @@
+#include "zforms/pdf/parser/stream_filters.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "zforms/pdf/array_node.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/parser/predictor.h"
+#include "zforms/pdf/stream_node.h"
+
+namespace zforms {
+namespace {
+
+constexpr std::string_view kTooLarge = "its data would be larger than is allowed";
+constexpr std::string_view kDamaged = "its compressed data are damaged";
+constexpr std::string_view kUnknownFilter = "its filter is not one that is read";
+constexpr size_t kFirstPiece = 4096;
+// So much is inflated before it is known how much there is.
+constexpr size_t kUnmeasured = 16 << 20;
+// No filter is named so often in a file that is meant to be read.
+constexpr size_t kMostFilters = 8;
+
+// The zlib state, given back in any case.
+class Inflater {
+ public:
+  Inflater() : ready_(inflateInit(&state_) == Z_OK) {}
+  ~Inflater() {
+    if (ready_) inflateEnd(&state_);
+  }
+  Inflater(const Inflater&) = delete;
+  Inflater& operator=(const Inflater&) = delete;
+
+  ZPDFDecodedStream Run(const Chaine& data, size_t limit) {
+    ZPDFDecodedStream result;
+    if (!ready_ || data.size() > UINT32_MAX) return {false, {}, kDamaged};
+    state_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
+    state_.avail_in = static_cast<uInt>(data.size());
+    int status = Z_OK;
+    size_t piece = std::clamp(data.size() * 4, kFirstPiece, kUnmeasured);
+    for (; status == Z_OK; piece = result.data.size()) {
+      const size_t allowed = limit - result.data.size();
+      if (result.data.size() >= kUnmeasured) {
+        piece = Measure(allowed);
+        if (piece > allowed) return {false, {}, kTooLarge, limit};
+      }
+      // One byte more than allowed tells what is too large from what fits exactly.
+      status = Piece(&result.data, std::min(piece, allowed) + 1);
+      if (result.data.size() > limit) return {false, {}, kTooLarge, limit};
+    }
+    result.produced = result.data.size();
+    // What stands before the damage is often all that there was.
+    if (status != Z_STREAM_END) result.fault = kDamaged;
+    result.usable = status == Z_STREAM_END || !result.data.IsEmpty();
+    return result;
+  }
+
+ private:
+  // How many bytes are still to come, at most one more than allowed; none is kept.
+  size_t Measure(size_t allowed) {
+    z_stream ahead{};
+    if (inflateCopy(&ahead, &state_) != Z_OK) return allowed + 1;
+    std::array<Bytef, size_t{1} << 16> scratch;
+    size_t count = 0;
+    for (int status = Z_OK; status == Z_OK && count <= allowed; count += scratch.size() - ahead.avail_out) {
+      ahead.next_out = scratch.data();
+      ahead.avail_out = static_cast<uInt>(scratch.size());
+      status = inflate(&ahead, Z_NO_FLUSH);
+    }
+    inflateEnd(&ahead);
+    return std::min(count, allowed + 1);
+  }
+
+  int Piece(Chaine* out, size_t room) {
+    const size_t before = out->size();
+    state_.next_out = reinterpret_cast<Bytef*>(out->AppendUninitialized(room));
+    state_.avail_out = static_cast<uInt>(room);
+    const int status = inflate(&state_, Z_NO_FLUSH);
+    out->Truncate(before + room - state_.avail_out);
+    return status == Z_OK && state_.avail_out > 0 ? Z_BUF_ERROR : status;
+  }
+
+  z_stream state_{};
+  bool ready_;
+};
+
+const ZPDFNodeDictionary* ParametersAt(const ZPDFNode* parameters, size_t index) {
+  if (const auto* array = NodeCast<ZPDFNodeArray>(parameters)) {
+    parameters = array->GetTargetAt(index);
+  } else if (index > 0) {
+    return nullptr;
+  }
+  return NodeCast<ZPDFNodeDictionary>(parameters);
+}
+
+ZPDFPredictor PredictorOf(const ZPDFNodeDictionary* parameters) {
+  ZPDFPredictor layout;
+  if (parameters == nullptr) return layout;
+  const auto take = [parameters](const char* key, uint32_t* value) {
+    if (NodeCast<ZPDFNodeNumeric>(parameters->GetTarget(key)) != nullptr) *value = parameters->GetUIntValue(key);
+  };
+  take("/Predictor", &layout.predictor);
+  take("/Colors", &layout.colors);
+  take("/BitsPerComponent", &layout.bits);
+  take("/Columns", &layout.columns);
+  return layout;
+}
+
+ZPDFDecodedStream UndoFilter(std::string_view name, const ZPDFNodeDictionary* parameters, const Chaine& data,
+                             size_t limit) {
+  if (name != "/FlateDecode") return {false, {}, kUnknownFilter};
+  ZPDFDecodedStream result = Inflater().Run(data, limit);
+  if (!result.usable) return result;
+  std::optional<Chaine> samples = UndoPredictor(PredictorOf(parameters), result.data);
+  if (!samples) return {false, {}, "its predictor cannot be undone", result.produced};
+  result.data = std::move(*samples);
+  return result;
+}
+
+}  // namespace
+
+ZPDFDecodedStream DecodeStream(const ZPDFNodeStream& stream, size_t limit) {
+  const ZPDFNode* filter = stream.Dico()->GetTarget("/Filter");
+  if (NodeCast<ZPDFNodeNull>(filter) != nullptr) filter = nullptr;
+  const auto* const filters = NodeCast<ZPDFNodeArray>(filter);
+  const size_t count = filters != nullptr ? filters->Size() : filter == nullptr ? 0 : 1;
+  const ZPDFNode* const parameters = stream.Dico()->GetTarget("/DecodeParms");
+  ZPDFDecodedStream result{true, stream.Data(), {}};
+  limit = std::min({limit, kMostDecodedOfStream, kDecodedStreamBase + kDecodedOfStream * result.data.size()});
+  if (count > kMostFilters) return {false, {}, "it has too many filters"};
+  for (size_t i = 0; i < count; i++) {
+    const ZPDFNode* const name = filters != nullptr ? filters->GetTargetAt(i) : filter;
+    if (name == nullptr) return {false, {}, kUnknownFilter, result.produced};
+    const ZPDFDecodedStream before = std::move(result);
+    result = UndoFilter(name->GetIdentifier(), ParametersAt(parameters, i), before.data, limit - before.produced);
+    result.produced += before.produced;
+    if (!result.usable) return result;
+    if (result.fault.empty()) result.fault = before.fault;
+  }
+  return result;
+}
+
+}  // namespace zforms

@@ -1,0 +1,168 @@
+#include "zforms/pdf/parser/xref_reader.h"
+
+#include <algorithm>
+#include <array>
+
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/forward_reader.h"
+#include "zforms/pdf/syntax/char_class.h"
+#include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/platform/base/number.h"
+
+namespace zforms {
+namespace {
+
+constexpr std::string_view kTrailer = "trailer";
+// Numbers above this one are taken for damage, so that new objects always find one.
+constexpr uint32_t kHighestNumber = INT32_MAX;
+
+size_t SkipWhites(std::string_view text, size_t at) {
+  while (at < text.size() && Is(text[at], kBlank)) at++;
+  return at;
+}
+
+// The first three fields of a line and how many it has.
+struct Fields {
+  std::array<std::string_view, 3> at;
+  size_t count = 0;
+};
+
+Fields Split(std::string_view line) {
+  Fields fields;
+  size_t i = 0;
+  while (true) {
+    i = SkipWhites(line, i);
+    if (i == line.size()) return fields;
+    const size_t start = i;
+    while (i < line.size() && !Is(line[i], kBlank)) i++;
+    if (fields.count < fields.at.size()) fields.at[fields.count] = line.substr(start, i - start);
+    fields.count++;
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObjectProvider* provider,
+                                                         ZPDFLocations& locations) {
+  const std::string_view file = file_.View();
+  if (offset >= file.size()) {
+    reason_ = "the cross-reference offset lies past the end of the file";
+    return nullptr;
+  }
+  offset_ = offset;
+  scanned_ = 0;
+  const size_t end = file.find("startxref", offset);
+  text_ = file.substr(offset, end == std::string_view::npos ? end : end - offset);
+  at_ = SkipWhites(text_, 0);
+  if (!text_.substr(at_).starts_with("xref")) {
+    reason_ = "no cross-reference section stands at the stated offset";
+    return nullptr;
+  }
+  at_ += 4;
+  if (!ReadTable(locations)) {
+    reason_ = "the cross-reference section has no trailer";
+    return nullptr;
+  }
+  // The trailer ends where its dictionary does: a string in it may hold any word.
+  ZPDFTokenizedString trailer = file_.Part(offset + at_, file.size());
+  trailer.TrimLeftComments();
+  // The trailer is never encrypted.
+  ZPDFNode* node = ReadForward(trailer, provider, ZPDFEncrypterNeutral::Default());
+  scanned_ = std::max(text_.size(), trailer.Offset() - offset + trailer.SearchedInVain());
+  std::unique_ptr<ZPDFNodeDictionary> dictionary(NodeCast<ZPDFNodeDictionary>(node));
+  if (dictionary == nullptr) {
+    ZPDFNode::Destroy(node);
+    reason_ = "the trailer is not a dictionary";
+  }
+  return dictionary;
+}
+
+void ZPDFXrefReader::Warn(std::string_view what) const { file_.Part(offset_ + at_, 0).Warn(what); }
+
+void ZPDFXrefReader::WarnObject(const ZPDFObjectIdentifier& id, std::string_view what) const {
+  ZPDFTokenizedString here = file_.Part(offset_ + at_, 0);
+  here.SetObject(id.Number(), id.Generation());
+  here.Warn(what);
+}
+
+bool ZPDFXrefReader::AtTrailer() const { return text_.substr(SkipWhites(text_, at_)).starts_with(kTrailer); }
+
+std::string_view ZPDFXrefReader::NextLine() {
+  at_ = SkipWhites(text_, at_);
+  const size_t start = at_;
+  while (at_ < text_.size() && !Is(text_[at_], kLineEnd)) at_++;
+  return text_.substr(start, at_ - start);
+}
+
+bool ZPDFXrefReader::ReadTable(ZPDFLocations& locations) {
+  while (true) {
+    if (AtTrailer()) {
+      at_ = SkipWhites(text_, at_) + kTrailer.size();
+      return true;
+    }
+    const std::string_view line = NextLine();
+    if (line.empty()) return false;
+    const Fields fields = Split(line);
+    if (fields.count != 2 || !AllDigits(fields.at[0]) || !AllDigits(fields.at[1])) {
+      Warn("a line of the cross-reference table is no subsection header");
+      continue;
+    }
+    if (!ReadSubsection(ParseUInt(fields.at[0]), ParseUInt(fields.at[1]), locations)) {
+      Warn("a cross-reference subsection has fewer entries than it announces");
+    }
+  }
+}
+
+// Takes the entry when it stands as the standard lays it out: ten digits, five
+// digits and the type, each behind one blank, in twenty bytes with the line end.
+bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
+  const size_t start = SkipWhites(text_, at_);
+  const std::string_view entry = text_.substr(start, 20);
+  if (entry.size() < 20 || entry[10] != ' ' || entry[16] != ' ' || (entry[17] != 'n' && entry[17] != 'f')) return false;
+  if (!Is(entry[18], kBlank) || !Is(entry[19], kLineEnd)) return false;
+  if (!AllDigits(entry.substr(0, 10)) || !AllDigits(entry.substr(11, 5))) return false;
+  Add({number, ParseUInt(entry.substr(11, 5))}, entry.substr(0, 10), entry[17] == 'n', locations);
+  at_ = start + (Is(entry[18], kLineEnd) ? 18 : 19);
+  return true;
+}
+
+bool ZPDFXrefReader::ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations) {
+  if (first > kHighestNumber) Warn("object numbers are too high");
+  for (uint32_t i = 0; i < count; i++) {
+    if (first <= kHighestNumber && i <= kHighestNumber - first && TakePlainEntry(first + i, locations)) continue;
+    if (AtTrailer()) return false;
+    const size_t before = at_;
+    const std::string_view line = NextLine();
+    if (line.empty()) return false;
+    if (first > kHighestNumber || i > kHighestNumber - first) continue;
+    switch (AddEntry(line, first + i, locations)) {
+      case Line::kEntry: break;
+      case Line::kHeader: at_ = before; return false;
+      case Line::kOther: WarnObject({first + i, 0}, "the entry in the cross-reference table cannot be read"); break;
+    }
+  }
+  return true;
+}
+
+ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t number, ZPDFLocations& locations) {
+  const Fields fields = Split(line);
+  if (fields.count < 2 || !AllDigits(fields.at[0]) || !AllDigits(fields.at[1])) return Line::kOther;
+  if (fields.count == 2) return Line::kHeader;
+  if (fields.count != 3) return Line::kOther;
+  const ZPDFObjectIdentifier id(number, ParseUInt(fields.at[1]));
+  const bool in_use = fields.at[2] == "n";
+  if (!in_use && fields.at[2] != "f") {
+    WarnObject(id, "the entry in the cross-reference table is neither in use (n) nor free (f)");
+  }
+  Add(id, fields.at[0], in_use, locations);
+  return Line::kEntry;
+}
+
+void ZPDFXrefReader::Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use,
+                         ZPDFLocations& locations) {
+  // Object 0 heads the free list; a generation has five digits, of which 65535 is the last.
+  const bool loadable = in_use && id.Number() != 0 && id.Generation() <= UINT16_MAX;
+  locations.AddOlder(id, ParseUInt(offset), loadable);
+}
+
+}  // namespace zforms

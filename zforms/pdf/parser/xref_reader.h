@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "zforms/pdf/parser/locations.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
+
+namespace zforms {
+
+class IPDFObjectProvider;
+class ZPDFNodeDictionary;
+
+// Reads one classic cross-reference section and the trailer behind it
+// (ISO 32000-1 7.5.4, 7.5.5). Lines end at CR, LF or both; fields are split on
+// runs of blanks; "trailer" may share its line with the dictionary.
+class ZPDFXrefReader {
+ public:
+  // `file` is the whole file.
+  explicit ZPDFXrefReader(const ZPDFTokenizedString& file) : file_(file) {}
+
+  // Adds the section's records to `locations` and returns its trailer, or null
+  // when no section stands at `offset` (with the reason in Reason()).
+  std::unique_ptr<ZPDFNodeDictionary> Read(size_t offset, IPDFObjectProvider* provider, ZPDFLocations& locations);
+  std::string_view Reason() const { return reason_; }
+  // How many bytes of the file the last Read looked at.
+  size_t Scanned() const { return scanned_; }
+
+ private:
+  bool ReadTable(ZPDFLocations& locations);
+  bool ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations);
+  enum class Line { kEntry, kHeader, kOther };
+  Line AddEntry(std::string_view line, uint32_t number, ZPDFLocations& locations);
+  bool TakePlainEntry(uint32_t number, ZPDFLocations& locations);
+  void WarnObject(const ZPDFObjectIdentifier& id, std::string_view what) const;
+  static void Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use, ZPDFLocations& locations);
+  std::string_view NextLine();
+  bool AtTrailer() const;
+  void Warn(std::string_view what) const;
+
+  ZPDFTokenizedString file_;
+  std::string_view text_;  // the section, up to its "startxref"
+  size_t offset_ = 0;
+  size_t at_ = 0;
+  size_t scanned_ = 0;
+  std::string_view reason_;
+};
+
+}  // namespace zforms

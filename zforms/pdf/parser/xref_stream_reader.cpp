@@ -1,0 +1,167 @@
+#include "zforms/pdf/parser/xref_stream_reader.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "zforms/pdf/array_node.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/parser/stream_filters.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/pdf/syntax/char_class.h"
+#include "zforms/platform/base/number.h"
+
+namespace zforms {
+namespace {
+
+// Numbers above this one are taken for damage, so that new objects always find one.
+constexpr uint32_t kHighestNumber = INT32_MAX;
+// What ISO 32000-1 annex C gives a reader; records take little room once they are compressed.
+constexpr size_t kMostRecords = 1 << 23;
+// A field of a record is a number of at most so many bytes.
+constexpr uint32_t kWidestField = 8;
+// The entries of the dictionary that are about the stream and its records.
+constexpr std::string_view kOwnEntries[] = {"/Type", "/Length", "/Filter", "/DecodeParms", "/F",           "/FFilter",
+                                            "/DL",   "/W",      "/Index",  "/XRefStm",     "/FDecodeParms"};
+
+enum RecordType : uint64_t { kFree = 0, kPlain = 1, kPacked = 2 };
+
+// The cursor behind the header "12 0 obj", whose numbers are stored; false when there is none.
+bool TakeHeader(ZPDFTokenizedString& text, ZPDFObjectIdentifier* id) {
+  text.TrimLeftWhites();
+  const std::string_view number = text.TakeFirstToken();
+  const std::string_view generation = text.TakeFirstToken();
+  if (!AllDigits(number) || !AllDigits(generation) || !text.StartWith("obj")) return false;
+  text.TakeFirst(3);
+  text.TrimLeftComments();
+  id->Set(ParseUInt(number), ParseUInt(generation));
+  return true;
+}
+
+uint64_t BigEndian(std::string_view bytes) {
+  uint64_t value = 0;
+  for (const char byte : bytes) value = value << 8 | static_cast<uint8_t>(byte);
+  return value;
+}
+
+std::unique_ptr<ZPDFNodeDictionary> TrailerOf(const ZPDFNodeDictionary& dictionary, IPDFObjectProvider* provider) {
+  std::unique_ptr<ZPDFNodeDictionary> trailer(dictionary.Clone());
+  for (const std::string_view key : kOwnEntries) trailer->RemoveValue(key);
+  trailer->SetObjectProvider(provider);
+  trailer->SetModified(false, true);
+  return trailer;
+}
+
+// The number itself; what a reference leads to cannot be found while sections are read.
+bool IsNumber(const ZPDFNode* node) { return NodeCast<ZPDFNodeNumeric>(node) != nullptr; }
+
+}  // namespace
+
+bool ZPDFXrefStreamReader::StandsAt(const ZPDFTokenizedString& file, size_t offset) {
+  ZPDFTokenizedString text = file.Part(offset, file.GetLength());
+  ZPDFObjectIdentifier id;
+  return TakeHeader(text, &id);
+}
+
+// The object at `offset`, which is a cross-reference stream; null when it is none.
+std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t offset) {
+  offset_ = offset;
+  scanned_ = decoded_ = 0;
+  ZPDFTokenizedString text = file_.Part(offset, file_.GetLength());
+  ZPDFObjectIdentifier id;
+  if (!TakeHeader(text, &id)) {
+    reason_ = "no cross-reference stream stands at the stated offset";
+    return nullptr;
+  }
+  // Without a provider: a reference can lead nowhere yet.
+  std::unique_ptr<ZPDFNodeIndirectObject> object(ZPDFNodeIndirectObject::BuildFrom(text, id, nullptr, nullptr));
+  scanned_ = text.Offset() - std::min(text.Offset(), offset) + text.SearchedInVain();
+  const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
+  if (stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef") return object;
+  reason_ = "the object at the cross-reference offset is no cross-reference stream";
+  return nullptr;
+}
+
+std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::Read(size_t offset, IPDFObjectProvider* provider,
+                                                               ZPDFLocations& locations) {
+  const std::unique_ptr<ZPDFNodeIndirectObject> object = ReadStream(offset);
+  if (object == nullptr) return nullptr;
+  const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
+  const ZPDFDecodedStream decoded = DecodeStream(*stream, limit_);
+  decoded_ = decoded.produced;
+  if (!decoded.usable) {
+    reason_ = "the cross-reference stream cannot be read: " + Chaine(decoded.fault);
+    return nullptr;
+  }
+  if (!decoded.fault.empty()) Warn(decoded.fault);
+  if (!ReadRecords(*stream->Dico(), decoded.data, locations)) return nullptr;
+  return TrailerOf(*stream->Dico(), provider);
+}
+
+std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::ReadTrailer(size_t offset, IPDFObjectProvider* provider) {
+  const std::unique_ptr<ZPDFNodeIndirectObject> object = ReadStream(offset);
+  if (object == nullptr) return nullptr;
+  return TrailerOf(*NodeCast<ZPDFNodeStream>(object->GetDirectAt(0))->Dico(), provider);
+}
+
+bool ZPDFXrefStreamReader::ReadWidths(const ZPDFNodeDictionary& dictionary) {
+  const auto* widths = NodeCast<ZPDFNodeArray>(dictionary.GetDirect("/W"));
+  if (widths == nullptr || widths->Size() < widths_.size()) return false;
+  for (size_t i = 0; i < widths_.size(); i++) {
+    const ZPDFNode* const width = widths->GetDirectAt(i);
+    if (!IsNumber(width) || width->GetUIntValue() > kWidestField) return false;
+    widths_[i] = width->GetUIntValue();
+  }
+  return widths_[1] > 0;
+}
+
+bool ZPDFXrefStreamReader::ReadRecords(const ZPDFNodeDictionary& dictionary, std::string_view data,
+                                       ZPDFLocations& locations) {
+  if (!ReadWidths(dictionary)) {
+    reason_ = "the cross-reference stream does not say how wide its records are (\"/W\")";
+    return false;
+  }
+  bool whole = true;
+  const auto* index = NodeCast<ZPDFNodeArray>(dictionary.GetDirect("/Index"));
+  if (index == nullptr) {
+    whole = ReadSubsection(0, dictionary.GetUIntValue("/Size"), &data, locations);
+  }
+  for (size_t i = 0; whole && index != nullptr && i + 1 < index->Size(); i += 2) {
+    const ZPDFNode* const first = index->GetDirectAt(i);
+    const ZPDFNode* const count = index->GetDirectAt(i + 1);
+    whole = IsNumber(first) && IsNumber(count) &&
+            ReadSubsection(first->GetUIntValue(), count->GetUIntValue(), &data, locations);
+  }
+  if (!whole) Warn("the cross-reference stream does not hold all records that it announces");
+  return true;
+}
+
+bool ZPDFXrefStreamReader::ReadSubsection(uint32_t first, uint64_t count, std::string_view* data,
+                                          ZPDFLocations& locations) {
+  const size_t length = std::accumulate(widths_.begin(), widths_.end(), size_t{0});
+  for (uint64_t i = 0; i < count; i++) {
+    if (data->size() < length || first + i > kHighestNumber || locations.Size() >= kMostRecords) return false;
+    AddRecord(static_cast<uint32_t>(first + i), data->substr(0, length), locations);
+    data->remove_prefix(length);
+  }
+  return true;
+}
+
+void ZPDFXrefStreamReader::AddRecord(uint32_t number, std::string_view record, ZPDFLocations& locations) const {
+  // Without a first field every record is one of a plain object.
+  const uint64_t type = widths_[0] == 0 ? uint64_t{kPlain} : BigEndian(record.substr(0, widths_[0]));
+  const uint64_t place = BigEndian(record.substr(widths_[0], widths_[1]));
+  const uint64_t third = BigEndian(record.substr(widths_[0] + widths_[1]));
+  const auto place32 = static_cast<uint32_t>(std::min<uint64_t>(place, UINT32_MAX));
+  if (type == kPacked && number != 0 && place <= kHighestNumber) {
+    locations.AddOlderPacked(number, place32);
+    return;
+  }
+  // A record of an unknown type stands for null (ISO 32000-1 table 18).
+  const auto generation = static_cast<uint32_t>(std::min<uint64_t>(third, UINT32_MAX));
+  const bool loadable = type == kPlain && number != 0 && generation <= UINT16_MAX;
+  locations.AddOlder({number, generation}, place32, loadable);
+}
+
+}  // namespace zforms

@@ -1,0 +1,163 @@
+#include "zforms/pdf/stream_node.h"
+
+#include <algorithm>
+
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/syntax/char_class.h"
+#include "zforms/pdf/syntax/element_scan.h"
+#include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
+
+namespace zforms {
+namespace {
+
+constexpr std::string_view kLength = "/Length";
+constexpr std::string_view kStream = "stream";
+constexpr std::string_view kEndstream = "endstream";
+
+// The length of what stands between "stream" and the data: CR LF or a line feed.
+// Some writers leave blanks before the line end, or write a carriage return alone.
+size_t LineEndLength(std::string_view text) {
+  size_t i = 0;
+  while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) i++;
+  if (text.substr(i).starts_with("\r\n")) return i + 2;
+  if (text.substr(i).starts_with('\n') || text.substr(i).starts_with('\r')) return i + 1;
+  return 0;
+}
+
+bool EndsHere(std::string_view rest, CharClass white) {
+  size_t i = 0;
+  while (i < rest.size() && Is(rest[i], white)) i++;
+  return rest.substr(i).starts_with(kEndstream);
+}
+
+bool IsLength(const ZPDFNode* node) {
+  const auto* const number = NodeCast<ZPDFNodeNumeric>(node);
+  return number != nullptr && AllDigits(number->Text());
+}
+
+// The data that end before the next "endstream" (or "endobj"), without the one
+// line end that belongs to the keyword.
+size_t SearchLength(std::string_view text, size_t stated) {
+  size_t end = text.find(kEndstream);
+  if (end == std::string_view::npos) end = text.find("endobj");
+  if (end == std::string_view::npos) return std::min(stated, text.size());
+  if (end > 0 && text[end - 1] == '\n') end--;
+  if (end > 0 && text[end - 1] == '\r') end--;
+  return end;
+}
+
+}  // namespace
+
+ZPDFNodeStreamData::ZPDFNodeStreamData(const Chaine& data, IPDFObjectProvider* provider)
+    : ZPDFNodeLeaf(provider, Kind::kStreamData), data_(data) {}
+
+ZPDFNodeStreamData* ZPDFNodeStreamData::Clone() const { return new ZPDFNodeStreamData(*this); }
+
+void ZPDFNodeStreamData::SetData(const Chaine& data) {
+  data_ = data;
+  SetModified(true, false);
+}
+
+void ZPDFNodeStreamData::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  const Chaine stored = encrypter == nullptr ? data_ : encrypter->Encrypt(data_);
+  out.WriteRaw("stream\r\n");
+  out.WriteRaw(stored);
+  if (stored.IsEmpty() || !Is(stored.Last(), kLineEnd)) out.WriteRaw("\r\n");
+  out.WriteRaw(kEndstream);
+}
+
+ZPDFNodeStream::ZPDFNodeStream(IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kStream) {}
+
+ZPDFNodeStream::ZPDFNodeStream(const Chaine& data, IPDFObjectProvider* provider) : ZPDFNodeStream(provider) {
+  AppendChild(new ZPDFNodeDictionary(provider));
+  AppendChild(new ZPDFNodeStreamData(data, provider));
+  Dico()->SetValue(kLength, static_cast<uint32_t>(data.size()));
+  SetModified(true, true);
+}
+
+ZPDFNodeStream* ZPDFNodeStream::Clone() const { return new ZPDFNodeStream(*this); }
+
+ZPDFNodeDictionary* ZPDFNodeStream::Dico() { return NodeCast<ZPDFNodeDictionary>(GetDirectAt(0)); }
+
+const ZPDFNodeDictionary* ZPDFNodeStream::Dico() const { return NodeCast<ZPDFNodeDictionary>(GetDirectAt(0)); }
+
+const Chaine& ZPDFNodeStream::Data() const {
+  static const Chaine empty;
+  const auto* data = NodeCast<ZPDFNodeStreamData>(GetDirectAt(1));
+  return data == nullptr ? empty : data->Data();
+}
+
+void ZPDFNodeStream::SetData(const Chaine& data) {
+  if (auto* node = NodeCast<ZPDFNodeStreamData>(GetDirectAt(1))) node->SetData(data);
+  Dico()->SetValue(kLength, static_cast<uint32_t>(data.size()));
+}
+
+void ZPDFNodeStream::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  for (size_t i = 0; i < Size(); i++) {
+    if (i > 0) out.Separate();
+    if (const ZPDFNode* part = GetDirectAt(i)) part->SendTo(out, encrypter);
+  }
+}
+
+bool ZPDFNodeStream::StandsAtFront(const ZPDFTokenizedString& text) {
+  if (text.IsNested() || !text.StartWith("<<")) return false;
+  ZPDFTokenizedString rest = text;
+  rest.TakeFirst(rest.GetFirstElementLength());
+  rest.TrimLeftComments();
+  return rest.StartWith(kStream);
+}
+
+ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                          const ZPDFEncrypter* encrypter) {
+  ZPDFTokenizedString element = text.TakeFirstElement(ScanStop::kEndobj);
+  text.TrimComments();
+  ZPDFNode* parsed = element.EndWith(">>") ? ZPDFNode::BuildFrom(element, provider, encrypter) : nullptr;
+  auto* dictionary = NodeCast<ZPDFNodeDictionary>(parsed);
+  if (dictionary == nullptr) {
+    // Not a stream at all: the text was to be taken whole, from its end.
+    Destroy(parsed);
+    dictionary = new ZPDFNodeDictionary(provider);
+    text.TakeFirst(text.View().find(kStream));
+  }
+  return BuildFrom(text, dictionary, provider, encrypter);
+}
+
+ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDictionary* dictionary,
+                                          IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
+  const ZPDFNode* const stated_length = dictionary->GetTarget(kLength);
+  const size_t stated = stated_length == nullptr ? 0 : stated_length->GetUIntValue();
+  text.TakeFirst(kStream.size());
+  if (text.IsDocument()) {
+    if (!IsLength(stated_length)) text.Warn("the stream has no \"/Length\" that is a number");
+    if (!text.StartWith('\n') && !text.StartWith("\r\n")) text.Warn("\"stream\" does not end its line");
+  }
+  text.TakeFirst(LineEndLength(text.View()));
+  size_t length = std::min(stated, text.GetLength());
+  if (length != stated || !EndsHere(text.View().substr(length), text.IsDocument() ? kBlank : kWhite)) {
+    length = SearchLength(text.View(), stated);
+    text.Warn("\"endstream\" does not stand where \"/Length\" says");
+  }
+  const Chaine data = text.Share(text.TakeFirst(length));
+  text.TrimLeftComments();
+  if (text.StartWith(kEndstream)) {
+    const bool alone = text.TakeFirstToken() == kEndstream;
+    if (!alone && text.IsDocument()) text.Warn("\"endstream\" does not stand alone");
+  } else {
+    text.NoteSearchInVain(text.GetLength());
+  }
+
+  auto* stream = new ZPDFNodeStream(provider);
+  stream->AppendChild(dictionary);
+  stream->AppendChild(new ZPDFNodeStreamData(encrypter == nullptr ? data : encrypter->Decrypt(data), provider));
+  if (length != stated) {
+    // What is written must carry the true length; reading changed nothing yet.
+    dictionary->SetValue(kLength, static_cast<uint32_t>(length));
+    dictionary->SetModified(false, true);
+  }
+  return stream;
+}
+
+}  // namespace zforms

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <utility>
+
+#include "zforms/pdf/node.h"
+
+namespace zforms {
+
+// A string, held plain: unescaped and decrypted (ISO 32000-1 7.3.4).
+class ZFORMS_API ZPDFNodeString : public ZPDFNodeLeaf {
+ public:
+  const Chaine& GetStringValue() const override { return value_; }
+  // Marks the node only when the value changes.
+  void SetValue(const Chaine& value);
+
+  static bool Matches(Kind kind) { return kind == Kind::kLiteralString || kind == Kind::kHexaString; }
+
+ protected:
+  ZPDFNodeString(IPDFObjectProvider* provider, Kind kind) : ZPDFNodeLeaf(provider, kind) {}
+  ZPDFNodeString(Chaine value, IPDFObjectProvider* provider, Kind kind)
+      : ZPDFNodeLeaf(provider, kind), value_(std::move(value)) {}
+  void Store(Chaine value) { value_ = std::move(value); }
+
+ private:
+  Chaine value_;
+};
+
+// A string written in parentheses.
+class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
+ public:
+  explicit ZPDFNodeLiteralString(IPDFObjectProvider* provider = nullptr);
+  explicit ZPDFNodeLiteralString(const Chaine& value, IPDFObjectProvider* provider = nullptr);
+  ZPDFNodeLiteralString* Clone() const override;
+  void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
+
+  // Escapes backspace, tab, line feed, form feed, carriage return, parentheses
+  // and backslashes; every other byte stands as it is.
+  static Chaine Encode(const Chaine& value);
+  // The bytes that the text between the outer parentheses stands for. A carriage
+  // return at the very end reads as a line feed, and CR LF as a carriage return.
+  static Chaine Decode(const Chaine& text);
+  static ZPDFNodeLiteralString* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                          const ZPDFEncrypter* encrypter);
+  static bool Matches(Kind kind) { return kind == Kind::kLiteralString; }
+
+ private:
+  friend class ZPDFNode;
+  ZPDFNodeLiteralString(Parsed, Chaine value, IPDFObjectProvider* provider)
+      : ZPDFNodeString(std::move(value), provider, Kind::kLiteralString) {}
+};
+
+// A string written in angle brackets, two hexadecimal digits a byte.
+class ZFORMS_API ZPDFNodeHexaString final : public ZPDFNodeString {
+ public:
+  explicit ZPDFNodeHexaString(IPDFObjectProvider* provider = nullptr);
+  explicit ZPDFNodeHexaString(const Chaine& value, IPDFObjectProvider* provider = nullptr);
+  ZPDFNodeHexaString* Clone() const override;
+  void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
+
+  // Two upper-case digits a byte.
+  static Chaine Encode(const Chaine& value);
+  // Each pair of characters as a byte; a missing last digit is 0. A pair is read
+  // up to its first character that is no digit. White space is not skipped here.
+  static Chaine Decode(const Chaine& text);
+  static ZPDFNodeHexaString* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+                                       const ZPDFEncrypter* encrypter);
+  static bool Matches(Kind kind) { return kind == Kind::kHexaString; }
+
+ private:
+  friend class ZPDFNode;
+  ZPDFNodeHexaString(Parsed, Chaine value, IPDFObjectProvider* provider)
+      : ZPDFNodeString(std::move(value), provider, Kind::kHexaString) {}
+};
+
+}  // namespace zforms

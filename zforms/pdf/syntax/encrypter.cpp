@@ -1,0 +1,19 @@
+#include "zforms/pdf/syntax/encrypter.h"
+
+namespace zforms {
+
+ZPDFEncrypter::~ZPDFEncrypter() = default;
+
+Chaine ZPDFEncrypter::Decrypt(const Chaine& data) const { return Encrypt(data); }
+
+ZPDFEncrypterNeutral* ZPDFEncrypterNeutral::Clone() const { return new ZPDFEncrypterNeutral; }
+
+Chaine ZPDFEncrypterNeutral::Encrypt(const Chaine& data) const { return data; }
+
+const ZPDFEncrypterNeutral* ZPDFEncrypterNeutral::Default() {
+  // Never destroyed, so that objects with static lifetime may still write.
+  static const auto* const shared = new ZPDFEncrypterNeutral;
+  return shared;
+}
+
+}  // namespace zforms

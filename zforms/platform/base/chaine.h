@@ -1,0 +1,243 @@
+#pragma once
+
+#include <atomic>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+// Chaine is the byte string of every interface: 8-bit, length-counted, free to
+// hold any byte. It never converts between character sets.
+//
+// Up to 16 bytes live inside the object, with zeros behind them, so that two short
+// texts compare as 16 bytes. Longer text lives in a reference
+// counted buffer, and a Chaine is a window onto it: copies and substrings
+// share the bytes, so cutting an object out of a 100 MB file copies nothing.
+// The bytes inside a window never change. Appending to the window that ends
+// where its buffer ends extends the buffer in place; the other windows onto
+// it do not notice. Every other append moves to a buffer of its own.
+//
+// Distinct Chaine objects may be used from distinct threads even when they
+// share a buffer; one object belongs to one thread at a time.
+class ZFORMS_API Chaine {
+ public:
+  static constexpr size_t kInlineCapacity = 16;
+
+  Chaine() noexcept : inline_{}, rep_(0) {}
+  Chaine(std::string_view bytes) : inline_{}, rep_(0) { Init(bytes); }
+  Chaine(const char* text) : Chaine(std::string_view(text)) {}
+  Chaine(const std::string& text) : Chaine(std::string_view(text)) {}
+  Chaine(const char* bytes, size_t length) : Chaine(std::string_view(bytes, length)) {}
+  Chaine(size_t count, char c);
+  Chaine(const Chaine& other) noexcept { CopyFrom(other); }
+  Chaine(Chaine&& other) noexcept { StealFrom(other); }
+  ~Chaine() { Release(); }
+  Chaine& operator=(const Chaine& other) noexcept;
+  Chaine& operator=(Chaine&& other) noexcept;
+
+  // A Chaine over text that lives as long as the process; copies no byte.
+  static Chaine Literal(std::string_view text) noexcept;
+
+  size_t GetLength() const { return rep_ >> 1; }
+  size_t size() const { return rep_ >> 1; }
+  bool IsEmpty() const { return rep_ < 2; }
+  // The bytes, without a terminating zero.
+  const char* data() const { return IsHeap() ? heap_.data : inline_; }
+  const char* begin() const { return data(); }
+  const char* end() const { return data() + size(); }
+  // Precondition: index < size().
+  char operator[](size_t index) const { return data()[index]; }
+  // Precondition: not empty.
+  char Last() const { return data()[size() - 1]; }
+
+  operator std::string_view() const { return {data(), size()}; }
+  std::string_view View() const { return {data(), size()}; }
+  std::string ToString() const { return std::string(View()); }
+
+  // The part that starts at `start`; shares the bytes. Positions past the end
+  // are cut to the end.
+  Chaine Mid(size_t start, size_t length = SIZE_MAX) const;
+
+  void Append(std::string_view bytes) {
+    char* const to = ExtendQuickly(bytes.size());
+    if (to == nullptr) {
+      AppendSlowly(bytes);
+    } else if (bytes.size() <= kInlineCapacity) {
+      CopyFew(to, bytes.data(), bytes.size());
+    } else {
+      std::memcpy(to, bytes.data(), bytes.size());
+    }
+  }
+  void Append(char c) {
+    char* const to = ExtendQuickly(1);
+    *(to == nullptr ? AppendUninitialized(1) : to) = c;
+  }
+  Chaine& operator+=(std::string_view bytes) {
+    Append(bytes);
+    return *this;
+  }
+  Chaine& operator+=(char c) {
+    Append(c);
+    return *this;
+  }
+  // Lengthens the text by `count` bytes and returns where the caller writes them.
+  char* AppendUninitialized(size_t count);
+  // Keeps the first `length` bytes; does nothing when there are no more.
+  void Truncate(size_t length);
+  // Makes room for a total of `capacity` bytes, so that appending up to there
+  // moves nothing.
+  void Reserve(size_t capacity);
+  void Clear() {
+    Release();
+    SetEmpty();
+  }
+
+  // True when both windows show the same memory (so no byte was copied between them).
+  bool SharesBytesWith(const Chaine& other) const {
+    return IsHeap() && other.IsHeap() && heap_.buffer == other.heap_.buffer && heap_.buffer != nullptr;
+  }
+
+  friend bool operator==(const Chaine& a, const Chaine& b) {
+    if (a.IsHeap() || b.IsHeap()) return a.View() == b.View();
+    return a.rep_ == b.rep_ && std::memcmp(a.inline_, b.inline_, kInlineCapacity) == 0;
+  }
+  friend bool operator==(const Chaine& a, std::string_view b) { return a.View() == b; }
+  friend bool operator==(const Chaine& a, const char* b) { return a.View() == b; }
+  friend bool operator==(const Chaine& a, const std::string& b) { return a.View() == b; }
+  // Bytes compare as unsigned values; a prefix is less than the longer text.
+  friend std::strong_ordering operator<=>(const Chaine& a, const Chaine& b) { return a.View() <=> b.View(); }
+  friend std::strong_ordering operator<=>(const Chaine& a, std::string_view b) { return a.View() <=> b; }
+  friend Chaine operator+(const Chaine& a, std::string_view b) { return Concat(a.View(), b); }
+  friend Chaine operator+(const Chaine& a, char b) { return Concat(a.View(), {&b, 1}); }
+  friend Chaine operator+(std::string_view a, const Chaine& b) { return Concat(a, b.View()); }
+  friend Chaine operator+(const char* a, const Chaine& b) { return Concat(a, b.View()); }
+  friend Chaine operator+(const Chaine& a, const Chaine& b) { return Concat(a.View(), b.View()); }
+  friend Chaine operator+(const Chaine& a, const char* b) { return Concat(a.View(), b); }
+
+  static Chaine Concat(std::string_view a, std::string_view b);
+
+  // Whether these are the bytes, which are few as a rule.
+  bool HasBytes(std::string_view bytes) const {
+    const std::string_view own = View();
+    if (own.size() != bytes.size()) return false;
+    return own.size() <= 16 ? AreSameFew(own.data(), bytes.data(), own.size())
+                            : std::memcmp(own.data(), bytes.data(), own.size()) == 0;
+  }
+  // As memcpy, for bytes that are few as a rule.
+  static void CopyBytes(char* to, std::string_view bytes) {
+    if (bytes.size() <= 16) {
+      CopyFew(to, bytes.data(), bytes.size());
+    } else {
+      std::memcpy(to, bytes.data(), bytes.size());
+    }
+  }
+
+ private:
+  // `used` counts the bytes that some window covers. A window that ends there may
+  // claim more by moving `used` forward; the compare-and-exchange lets only one of
+  // several sharing windows win.
+  struct Buffer {
+    std::atomic<size_t> refs;
+    std::atomic<size_t> used;
+    size_t capacity;
+
+    char* Bytes() { return reinterpret_cast<char*>(this + 1); }
+    static Buffer* Alloc(size_t capacity);
+  };
+  struct Window {
+    const char* data;
+    Buffer* buffer;  // null for a literal
+  };
+
+  bool IsHeap() const { return (rep_ & 1) != 0; }
+  void SetInline(size_t length) { rep_ = length << 1; }
+  void SetEmpty() {
+    std::memset(inline_, 0, kInlineCapacity);
+    rep_ = 0;
+  }
+  void SetHeap(const char* data, Buffer* buffer, size_t length) {
+    heap_ = {data, buffer};
+    rep_ = (length << 1) | 1;
+  }
+  void Init(std::string_view bytes) {
+    if (bytes.size() <= kInlineCapacity) {
+      CopyFew(inline_, bytes.data(), bytes.size());
+      SetInline(bytes.size());
+    } else {
+      InitHeap(bytes);
+    }
+  }
+  // Up to 16 bytes in moves of fixed lengths, which may overlap: a call of memcpy
+  // would take longer than the copying.
+  static void CopyFew(char* to, const char* from, size_t count) {
+    if (count >= 8) {
+      std::memcpy(to, from, 8);
+      std::memcpy(to + count - 8, from + count - 8, 8);
+    } else if (count >= 4) {
+      std::memcpy(to, from, 4);
+      std::memcpy(to + count - 4, from + count - 4, 4);
+    } else if (count > 0) {
+      to[0] = from[0];
+      to[count / 2] = from[count / 2];
+      to[count - 1] = from[count - 1];
+    }
+  }
+  static bool AreSameFew(const char* a, const char* b, size_t count) {
+    if (count >= 8)
+      return Load<uint64_t>(a) == Load<uint64_t>(b) && Load<uint64_t>(a + count - 8) == Load<uint64_t>(b + count - 8);
+    if (count >= 4)
+      return Load<uint32_t>(a) == Load<uint32_t>(b) && Load<uint32_t>(a + count - 4) == Load<uint32_t>(b + count - 4);
+    return count == 0 || (a[0] == b[0] && a[count / 2] == b[count / 2] && a[count - 1] == b[count - 1]);
+  }
+  template <class T>
+  static T Load(const char* from) {
+    T value;
+    std::memcpy(&value, from, sizeof(T));
+    return value;
+  }
+  // Room for more at the end of a buffer that nobody shares, null where there is none.
+  char* ExtendQuickly(size_t count) {
+    if (!IsHeap() || heap_.buffer == nullptr || heap_.buffer->refs.load(std::memory_order_acquire) != 1) return nullptr;
+    char* const end = const_cast<char*>(heap_.data) + size();
+    const auto used = static_cast<size_t>(end - heap_.buffer->Bytes());
+    if (heap_.buffer->capacity - used < count) return nullptr;
+    heap_.buffer->used.store(used + count, std::memory_order_relaxed);
+    rep_ += count << 1;
+    return end;
+  }
+  void AppendSlowly(std::string_view bytes);
+  void CopyFrom(const Chaine& other) noexcept {
+    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Chaine));
+    if (IsHeap()) Retain();
+  }
+  void StealFrom(Chaine& other) noexcept {
+    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Chaine));
+    other.SetEmpty();
+  }
+  void Release() noexcept {
+    if (IsHeap()) ReleaseHeap();
+  }
+  void InitHeap(std::string_view bytes);
+  void Retain() const noexcept;
+  void ReleaseHeap() noexcept;
+  bool ExtendInPlace(size_t count);
+  void MoveToRoomFor(size_t capacity);
+
+  union {
+    char inline_[kInlineCapacity];
+    Window heap_;
+  };
+  // The length times two, plus one when the bytes are in a buffer.
+  size_t rep_;
+};
+
+// The blanks that trimming removes: "\r\n\t\f " at both ends.
+ZFORMS_API std::string_view TrimBlanks(std::string_view text);
+
+}  // namespace zforms

@@ -1,0 +1,29 @@
+#include <cstddef>
+
+#include "zforms/platform/base/os_memory.h"
+
+// The GNU C library's (mallopt(3), malloc_trim(3)); others give memory back by themselves.
+extern "C" int malloc_trim(std::size_t keep) __attribute__((weak));
+extern "C" int mallopt(int parameter, int value) __attribute__((weak));
+
+namespace zforms {
+namespace {
+
+constexpr int kTrimThreshold = -1;  // M_TRIM_THRESHOLD
+constexpr int kMapThreshold = -3;   // M_MMAP_THRESHOLD
+constexpr int kLargeBlock = 1 << 20;
+
+}  // namespace
+
+void GiveBackMemory() {
+  if (malloc_trim != nullptr) malloc_trim(0);
+}
+
+// Left alone, the library raises both with each large block that is freed.
+void GiveBackLargeBlocks() {
+  if (mallopt == nullptr) return;
+  mallopt(kMapThreshold, kLargeBlock);
+  mallopt(kTrimThreshold, 2 * kLargeBlock);
+}
+
+}  // namespace zforms

@@ -1,0 +1,161 @@
+#include "zforms/platform/files/os_file.h"
+
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <algorithm>
+#include <system_error>
+
+namespace zforms {
+
+namespace {
+
+constexpr char kUnusablePath[] = "the path is empty, holds a zero byte or is not UTF-8";
+constexpr size_t kLargestTransfer = size_t{1} << 30;
+
+HANDLE HandleOf(intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
+
+// Empty when the path is empty, holds a zero byte or is no UTF-8.
+std::wstring WidePath(const Chaine& path) {
+  const std::string_view text = path.View();
+  if (text.empty() || text.size() > 0x7FFF || text.find('\0') != std::string_view::npos) return {};
+  const int length = static_cast<int>(text.size());
+  const int count = ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, nullptr, 0);
+  if (count <= 0) return {};
+  std::wstring wide(static_cast<size_t>(count), L'\0');
+  ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, wide.data(), count);
+  return wide;
+}
+
+DWORD AttributesOf(const Chaine& path) {
+  const std::wstring wide = WidePath(path);
+  return wide.empty() ? INVALID_FILE_ATTRIBUTES : ::GetFileAttributesW(wide.c_str());
+}
+
+DWORD DispositionOf(OsFile::Mode mode) {
+  switch (mode) {
+    case OsFile::Mode::kRead: return OPEN_EXISTING;
+    case OsFile::Mode::kOverwrite: return OPEN_ALWAYS;
+    case OsFile::Mode::kTruncate: return CREATE_ALWAYS;
+    case OsFile::Mode::kNew:
+    case OsFile::Mode::kNewShared: return CREATE_NEW;
+  }
+  return OPEN_EXISTING;
+}
+
+}  // namespace
+
+std::string LastSystemError() { return std::system_category().message(static_cast<int>(::GetLastError())); }
+
+bool OsFile::Open(const Chaine& path, Mode mode, std::string* error) {
+  Close();
+  const std::wstring wide = WidePath(path);
+  if (wide.empty()) {
+    if (error != nullptr) *error = kUnusablePath;
+    return false;
+  }
+  const DWORD access = mode == Mode::kRead ? GENERIC_READ : GENERIC_WRITE;
+  const HANDLE handle = ::CreateFileW(wide.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                      DispositionOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    if (error != nullptr) *error = LastSystemError();
+    return false;
+  }
+  // INVALID_HANDLE_VALUE is -1, the value of kClosed.
+  handle_ = reinterpret_cast<intptr_t>(handle);
+  return true;
+}
+
+uint64_t OsFile::Size() const {
+  LARGE_INTEGER size;
+  if (::GetFileType(HandleOf(handle_)) != FILE_TYPE_DISK || !::GetFileSizeEx(HandleOf(handle_), &size)) return 0;
+  return size.QuadPart < 0 ? 0 : static_cast<uint64_t>(size.QuadPart);
+}
+
+size_t OsFile::Read(char* to, size_t size, bool* failed) {
+  DWORD got = 0;
+  const DWORD wanted = static_cast<DWORD>(std::min(size, kLargestTransfer));
+  if (::ReadFile(HandleOf(handle_), to, wanted, &got, nullptr)) return got;
+  // The writer of a pipe that has gone is its end.
+  if (::GetLastError() != ERROR_BROKEN_PIPE) *failed = true;
+  return 0;
+}
+
+bool OsFile::Write(const char* from, size_t size) {
+  while (size != 0) {
+    DWORD put = 0;
+    const DWORD wanted = static_cast<DWORD>(std::min(size, kLargestTransfer));
+    if (!::WriteFile(HandleOf(handle_), from, wanted, &put, nullptr) || put == 0) return false;
+    from += put;
+    size -= put;
+  }
+  return true;
+}
+
+bool OsFile::Cut(uint64_t size) {
+  if (::GetFileType(HandleOf(handle_)) != FILE_TYPE_DISK) return true;
+  LARGE_INTEGER end;
+  end.QuadPart = static_cast<LONGLONG>(size);
+  return ::SetFilePointerEx(HandleOf(handle_), end, nullptr, FILE_BEGIN) && ::SetEndOfFile(HandleOf(handle_));
+}
+
+bool OsFile::Sync() { return ::FlushFileBuffers(HandleOf(handle_)) != 0; }
+
+// Files inherit what their folder grants, and MoveFileOver keeps the rest.
+bool OsFile::CopyPermissions(const Chaine&) { return true; }
+
+bool OsFile::Close() {
+  if (!IsOpen()) return true;
+  const HANDLE handle = HandleOf(handle_);
+  handle_ = kClosed;
+  return ::CloseHandle(handle) != 0;
+}
+
+OsFileKind KindOfFile(const Chaine& path) {
+  const DWORD attributes = AttributesOf(path);
+  if (attributes == INVALID_FILE_ATTRIBUTES) return OsFileKind::kAbsent;
+  if (attributes & FILE_ATTRIBUTE_DIRECTORY) return OsFileKind::kFolder;
+  return attributes & FILE_ATTRIBUTE_DEVICE ? OsFileKind::kOther : OsFileKind::kRegular;
+}
+
+bool IsWritableFile(const Chaine& path) {
+  const DWORD attributes = AttributesOf(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_READONLY);
+}
+
+Chaine FolderOf(const Chaine& path) {
+  const size_t last = path.View().find_last_of("/\\:");
+  return last == std::string_view::npos ? Chaine() : path.Mid(0, last + 1);
+}
+
+Chaine ResolveLinks(const Chaine& path) { return path; }
+
+bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
+  const std::wstring source = WidePath(from);
+  const std::wstring target = WidePath(to);
+  if (source.empty() || target.empty()) {
+    if (error != nullptr) *error = kUnusablePath;
+    return false;
+  }
+  // Replacing keeps the access rights and attributes of the file that was there.
+  const bool there = AttributesOf(to) != INVALID_FILE_ATTRIBUTES;
+  bool done = there && ::ReplaceFileW(target.c_str(), source.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr,
+                                      nullptr);
+  if (!done) {
+    done = ::MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+  }
+  if (!done && error != nullptr) *error = LastSystemError();
+  return done;
+}
+
+void DeleteFileQuietly(const Chaine& path) {
+  const std::wstring wide = WidePath(path);
+  if (!wide.empty()) ::DeleteFileW(wide.c_str());
+}
+
+uint64_t ProcessNumber() { return ::GetCurrentProcessId(); }
+
+}  // namespace zforms

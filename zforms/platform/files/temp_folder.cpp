@@ -1,0 +1,56 @@
+#include "zforms/platform/files/temp_folder.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "zforms/platform/files/file_io.h"
+#include "zforms/platform/files/os_temp.h"
+#include "zforms/platform/text/http_text.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+
+namespace {
+
+// "NUL" and its kin are devices on Windows, in any letter case and with any suffix.
+bool IsDeviceName(std::string_view name) {
+  const std::string_view stem = name.substr(0, name.find('.'));
+  for (const std::string_view device : {"CON", "PRN", "AUX", "NUL"}) {
+    if (EqualIgnoringCase(stem, device)) return true;
+  }
+  return stem.size() == 4 && (StartsIgnoringCase(stem, "COM") || StartsIgnoringCase(stem, "LPT")) &&
+         IsDigitASCII(stem[3]);
+}
+
+}  // namespace
+
+ZTempFolder::ZTempFolder() : path_(MakePrivateFolder()) {}
+
+ZTempFolder::~ZTempFolder() {
+  if (!path_.IsEmpty()) RemoveFolder(path_);
+}
+
+bool ZTempFolder::IsPlainName(const Chaine& name) {
+  constexpr size_t kMaxLength = 200;
+  const std::string_view text = name;
+  if (text.empty() || text.size() > kMaxLength || !IsValidUTF8(text) || IsDeviceName(text)) return false;
+  // "." and ".." end with a point.
+  if (text.back() == '.' || text.back() == ' ') return false;
+  return text.find_first_of("/\\:*?\"<>|") == std::string_view::npos &&
+         std::none_of(text.begin(), text.end(), IsControlASCII);
+}
+
+Chaine ZTempFolder::PathOf(const Chaine& name) const {
+  return path_.IsEmpty() || !IsPlainName(name) ? Chaine() : path_ + "/" + name;
+}
+
+Chaine ZTempFolder::Write(const Chaine& name, const Chaine& bytes, std::string* error) const {
+  const Chaine path = PathOf(name);
+  if (path.IsEmpty()) {
+    if (error != nullptr) *error = path_.IsEmpty() ? "there is no folder for temporary files" : "is no file name";
+    return {};
+  }
+  return ReplaceFile(path, bytes, error) ? path : Chaine();
+}
+
+}  // namespace zforms

@@ -1,0 +1,7 @@
+#include "zforms/platform/host/mail.h"
+
+namespace zforms {
+
+ZMailer::~ZMailer() = default;
+
+}  // namespace zforms

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/containers.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+// ZPDFEmail is a letter that carries a filled form. Texts are UTF-8. A plain value.
+class ZFORMS_API ZPDFEmail {
+ public:
+  const PTableau<Chaine>& Recipients() const { return recipients_; }
+  void AddRecipient(const Chaine& address) { recipients_.push_back(address); }
+  const Chaine& Subject() const { return subject_; }
+  void SetSubject(const Chaine& subject) { subject_ = subject; }
+  const Chaine& Text() const { return text_; }
+  void SetText(const Chaine& text) { text_ = text; }
+  // To be sent as it is, without showing it to the user first.
+  bool WithoutDialog() const { return without_dialog_; }
+  void SetWithoutDialog(bool without) { without_dialog_ = without; }
+
+  struct AttachedFile {
+    Chaine path;
+    bool temporary;
+  };
+  const PTableau<AttachedFile>& AttachedFiles() const { return files_; }
+  // A temporary file has to outlast only the sending.
+  void AddAttachedFile(const Chaine& path, bool temporary) { files_.push_back({path, temporary}); }
+
+ private:
+  PTableau<Chaine> recipients_;
+  Chaine subject_;
+  Chaine text_;
+  bool without_dialog_ = false;
+  PTableau<AttachedFile> files_;
+};
+
+// ZMailer hands letters to the user's mail program. The host's thread uses it.
+class ZFORMS_API ZMailer {
+ public:
+  virtual ~ZMailer();
+
+  // True when the letter was taken. With `dialog` the user sees it before it is sent.
+  virtual bool SendMail(const ZPDFEmail& message, bool dialog) = 0;
+};
+
+// MAPI on Windows. Elsewhere xdg-email, which always shows the letter: without a
+// dialog nothing can be sent there, and SendMail is false.
+ZFORMS_API std::unique_ptr<ZMailer> OpenSystemMailer();
+
+}  // namespace zforms

@@ -1,0 +1,54 @@
+#pragma once
+
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+// Text between UTF-8 and what Windows takes; for the sources of that system only.
+
+// Empty when the text is empty, holds a zero byte or is no UTF-8.
+inline std::wstring Widen(std::string_view text) {
+  if (text.empty() || text.size() > 0x7FFF || text.find('\0') != std::string_view::npos) return {};
+  const int length = static_cast<int>(text.size());
+  const int count = ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, nullptr, 0);
+  std::wstring wide(static_cast<size_t>(count > 0 ? count : 0), L'\0');
+  if (count > 0) ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, wide.data(), count);
+  return wide;
+}
+
+// In UTF-8, or in the code page.
+inline std::string Narrow(std::wstring_view wide, UINT code_page = CP_UTF8) {
+  if (wide.empty()) return {};
+  const int length = static_cast<int>(wide.size());
+  const int count = ::WideCharToMultiByte(code_page, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
+  std::string text(static_cast<size_t>(count > 0 ? count : 0), '\0');
+  if (count > 0) ::WideCharToMultiByte(code_page, 0, wide.data(), length, text.data(), count, nullptr, nullptr);
+  return text;
+}
+
+// A text value of the registry, references to the environment expanded; false when there is none.
+inline bool ReadRegistryText(HKEY root, const std::wstring& key, const wchar_t* name, std::wstring* value) {
+  constexpr DWORD kTypes = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ;
+  DWORD size = 0;
+  if (::RegGetValueW(root, key.c_str(), name, kTypes, nullptr, nullptr, &size) != ERROR_SUCCESS) return false;
+  // Expanding may take more than was said: the value may change meanwhile.
+  std::wstring text(size / sizeof(wchar_t) + 1, L'\0');
+  size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+  if (::RegGetValueW(root, key.c_str(), name, kTypes, nullptr, text.data(), &size) != ERROR_SUCCESS) return false;
+  text.resize(text.find(L'\0') == std::wstring::npos ? text.size() : text.find(L'\0'));
+  *value = text;
+  return true;
+}
+
+}  // namespace zforms

@@ -1,0 +1,276 @@
+#include <algorithm>
+#include <cstring>
+#include <pugixml.hpp>
+
+#include "zforms/platform/xml/xml.h"
+#include "zforms/platform/xml/xml_scanner.h"
+#include "zforms/platform/xml/xml_tree_builder.h"
+
+namespace zforms {
+
+namespace {
+
+// White space and line ends stay as they are; text at the start of an element stands in its own value.
+constexpr unsigned kParseFlags = (pugi::parse_full & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) |
+                                 pugi::parse_ws_pcdata | pugi::parse_embed_pcdata | pugi::parse_fragment;
+
+// True when the text at `at` is a reference to a character that does not exist, such as "&#0;".
+bool IsBadReference(std::string_view text, size_t at) {
+  if (text.substr(at, 2) != "&#") return false;
+  const bool hex = text.substr(at + 2, 1) == "x";
+  const uint32_t base = hex ? 16 : 10;
+  constexpr uint32_t kLimit = 0x110000;
+  uint32_t value = 0;
+  size_t i = at + (hex ? 3 : 2);
+  const size_t first = i;
+  for (; i < text.size(); i++) {
+    const char c = text[i];
+    const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c + ('a' - 'A')) : c;
+    if (lower >= '0' && lower <= '9') {
+      value = value * base + static_cast<uint32_t>(lower - '0');
+    } else if (hex && lower >= 'a' && lower <= 'f') {
+      value = value * base + static_cast<uint32_t>(lower - 'a' + 10);
+    } else {
+      break;
+    }
+    value = std::min(value, kLimit);
+  }
+  return i > first && i < text.size() && text[i] == ';' && (value == 0 || value == kLimit);
+}
+
+// Where text that holds no references starts, "" when none starts here, and what ends it.
+struct Verbatim {
+  std::string_view start;
+  std::string_view end;
+};
+constexpr Verbatim kVerbatim[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+
+// The first reference to a character that does not exist, which would cut a text short; npos when
+// there is none. Comments, CDATA and instructions hold no references.
+size_t FindBadReference(std::string_view text) {
+  bool suspicious = false;
+  for (size_t at = text.find("&#"); at != std::string_view::npos && !suspicious; at = text.find("&#", at + 2)) {
+    suspicious = IsBadReference(text, at);
+  }
+  for (size_t at = 0; suspicious && (at = text.find_first_of("<&", at)) != std::string_view::npos; at++) {
+    if (IsBadReference(text, at)) return at;
+    for (const Verbatim& verbatim : kVerbatim) {
+      if (text.substr(at, verbatim.start.size()) != verbatim.start) continue;
+      const size_t end = text.find(verbatim.end, at + verbatim.start.size());
+      if (end == std::string_view::npos) return end;
+      at = end;
+      break;
+    }
+  }
+  return std::string_view::npos;
+}
+
+std::string Place(std::string_view text, size_t at) {
+  const std::string_view before = text.substr(0, at);
+  const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+  const size_t line_start = before.rfind('\n') + 1;
+  return "line " + std::to_string(line) + ", column " + std::to_string(before.size() - line_start + 1) + ": ";
+}
+
+// ZXMLParser turns a text into a tree of our own: by the scanner when the text is as
+// programs write data, else by way of the tree that pugixml makes of it.
+class ZXMLParser {
+ public:
+  // `memory` is where the nodes go, null for memory of their own.
+  explicit ZXMLParser(std::pmr::monotonic_buffer_resource* memory) : memory_(memory), builder_(memory) {}
+
+  // A document: one root, and around it nothing but comments, instructions, a
+  // document type and white space. Null with a reason when the text is none.
+  std::unique_ptr<ZXMLElement> Document(const Chaine& text, size_t levels) {
+    auto document = Content(text, levels);
+    if (document == nullptr) return document;
+    size_t roots = 0;
+    bool has_text = false;
+    for (const ZXMLNode* node = ZXMLTreeBuilder::FirstNode(*document); node != nullptr; node = node->next) {
+      if (node->kind == ZXMLNode::Kind::kElement) roots++;
+      if (node->kind == ZXMLNode::Kind::kText || node->kind == ZXMLNode::Kind::kCData) has_text = true;
+    }
+    if (roots != 1) return Fail(roots == 0 ? "there is no root element" : "there is more than one root element");
+    if (has_text) return Fail("there is text outside the root element");
+    return document;
+  }
+
+  // An element without name that holds what the text holds.
+  std::unique_ptr<ZXMLElement> Content(const Chaine& text, size_t levels) {
+    const size_t zero = text.View().find('\0');
+    if (zero != std::string_view::npos) return Fail(Place(text, zero) + "a zero byte");
+    auto content = std::make_unique<ZXMLElement>(Chaine());
+    ZXMLScanner scanner(text, levels, &builder_);
+    if (scanner.Scan(content.get())) {
+      version_ = scanner.Version();
+      standalone_ = scanner.Standalone();
+      return content;
+    }
+    ZXMLTreeBuilder::Clear(content.get());
+    if (memory_ != nullptr) memory_->release();
+    return Parse(text, levels, content.get()) ? std::move(content) : nullptr;
+  }
+
+  const std::string& Error() const { return error_; }
+  const Chaine& Version() const { return version_; }
+  const Chaine& Standalone() const { return standalone_; }
+
+ private:
+  std::unique_ptr<ZXMLElement> Fail(std::string reason) {
+    error_ = std::move(reason);
+    return nullptr;
+  }
+
+  bool Parse(std::string_view text, size_t levels, ZXMLElement* into) {
+    const size_t bad = FindBadReference(text);
+    if (bad != std::string_view::npos) {
+      error_ = Place(text, bad) + "a reference to a character that does not exist";
+      return false;
+    }
+    pugi::xml_document source;
+    // The parser works in this copy. It puts a zero in the place of the last byte, which is why there is one.
+    const size_t size = text.size() + 1;
+    bytes_.Clear();
+    bytes_.Reserve(size);
+    char* buffer = bytes_.AppendUninitialized(size);
+    buffer[text.copy(buffer, text.size())] = '\0';
+    const pugi::xml_parse_result parsed = source.load_buffer_inplace(buffer, size, kParseFlags, pugi::encoding_utf8);
+    if (!parsed) {
+      const size_t at = std::min(static_cast<size_t>(std::max<ptrdiff_t>(parsed.offset, 0)), text.size());
+      error_ = Place(text, at) + parsed.description();
+      return false;
+    }
+    if (Build(source, into, levels)) return true;
+    error_ = "elements are nested too deep";
+    return false;
+  }
+
+  // A text of the source. Long ones are windows onto the copy that was parsed.
+  Chaine Share(const char* text) const {
+    const size_t length = std::strlen(text);
+    return length == 0 ? Chaine() : bytes_.Mid(static_cast<size_t>(text - bytes_.data()), length);
+  }
+
+  // Walks the source without recursion. False when it is deeper than `levels`.
+  bool Build(const pugi::xml_node& top, ZXMLElement* into, size_t levels) {
+    pugi::xml_node from = top;
+    pugi::xml_node node = Open(from, into);
+    while (true) {
+      if (!node) {
+        between_elements_.pop_back();
+        if (between_elements_.empty()) return true;
+        node = from.next_sibling();
+        from = from.parent();
+        into = into->parent;
+      } else if (node.type() != pugi::node_element) {
+        CopyText(node, into);
+        node = node.next_sibling();
+      } else {
+        if (between_elements_.size() > levels) return false;
+        ZXMLElement* child = builder_.AddElement(Share(node.name()), into);
+        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+          builder_.AddAttribute(Share(a.name()), Share(a.value()), child);
+        }
+        if (!node.first_child()) {
+          if (*node.value() != '\0') child->Value() = ZVariant(Share(node.value()));
+          node = node.next_sibling();
+        } else {
+          from = node;
+          into = child;
+          node = Open(node, child);
+        }
+      }
+    }
+  }
+
+  // Starts an element in which nodes stand; returns the first of them.
+  pugi::xml_node Open(const pugi::xml_node& from, ZXMLElement* into) {
+    const pugi::xml_node first = from.first_child();
+    pugi::xml_node node = first;
+    while (node && node.type() != pugi::node_element) node = node.next_sibling();
+    between_elements_.push_back(!node.empty());
+    if (from.type() == pugi::node_element && *from.value() != '\0') AddText(from.value(), into);
+    return first;
+  }
+
+  void AddText(const char* text, ZXMLElement* into) { builder_.AddText(Share(text), between_elements_.back(), into); }
+
+  void CopyText(const pugi::xml_node& node, ZXMLElement* into) {
+    switch (node.type()) {
+      case pugi::node_pcdata: return AddText(node.value(), into);
+      case pugi::node_cdata: return builder_.AddPiece(ZXMLNode::Kind::kCData, Share(node.value()), into);
+      case pugi::node_comment: return builder_.AddNode(ZXMLNode::Kind::kComment, Share(node.value()), into);
+      case pugi::node_doctype: return builder_.AddNode(ZXMLNode::Kind::kDoctype, Share(node.value()), into);
+      case pugi::node_pi: {
+        Chaine text(node.name());
+        if (*node.value() != '\0') text += Chaine(" ") + node.value();
+        return builder_.AddNode(ZXMLNode::Kind::kInstruction, text, into);
+      }
+      case pugi::node_declaration:
+        // Written anew; one in the middle of a document says nothing.
+        if (ZXMLTreeBuilder::FirstNode(*into) != nullptr || into->parent != nullptr) return;
+        version_ = node.attribute("version").value();
+        standalone_ = node.attribute("standalone").value();
+        return;
+      default: return;
+    }
+  }
+
+  std::pmr::monotonic_buffer_resource* memory_;
+  ZXMLTreeBuilder builder_;
+  // For each element that is open, whether elements stand in it.
+  std::vector<bool> between_elements_;
+  Chaine bytes_;
+  std::string error_;
+  Chaine version_;
+  Chaine standalone_;
+};
+
+// What the nodes of a document take for a byte of dense text. Taken in one block, which the
+// allocator keeps for the next document instead of handing its pages back one by one.
+constexpr size_t kNodeBytesPerByte = 6;
+constexpr size_t kLargestBlock = size_t{16} << 20;
+
+}  // namespace
+
+bool ZXMLElement::FromChaine(const Chaine& markup) {
+  size_t depth = 0;
+  for (const ZXMLElement* element = this; element != nullptr; element = element->parent) depth++;
+  ZXMLParser parser(nullptr);
+  const auto content = parser.Content(markup, ZXMLReader::kMaxDepth - std::min(depth, ZXMLReader::kMaxDepth));
+  if (content == nullptr) return false;
+  TakeContentOf(*content);
+  return true;
+}
+
+ZXMLElement* ZXMLReader::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
+  const Chaine bytes = in->ReadAll();
+  const std::string error = in->Error();
+  if (error.empty()) return Read(bytes, encoding);
+  Clear();
+  last_error_ = error;
+  return nullptr;
+}
+
+ZXMLElement* ZXMLReader::Read(const Chaine& text, ZInetEncodedBuffer::eType encoding) {
+  Clear();
+  Chaine decoded;
+  if (!ToUTF8(text, encoding, &decoded, &last_error_)) return nullptr;
+  // Some programs send the zero byte that ends their text along with it.
+  while (!decoded.IsEmpty() && decoded.Last() == '\0') decoded.Truncate(decoded.size() - 1);
+  auto memory = std::make_unique<std::pmr::monotonic_buffer_resource>(
+      std::clamp<size_t>(decoded.size() * kNodeBytesPerByte, 512, kLargestBlock));
+  ZXMLParser parser(memory.get());
+  memory_ = std::move(memory);
+  document_ = parser.Document(decoded, kMaxDepth);
+  if (document_ == nullptr) {
+    last_error_ = parser.Error();
+    memory_.reset();
+    return nullptr;
+  }
+  version_ = parser.Version();
+  standalone_ = parser.Standalone();
+  return Data();
+}
+
+}  // namespace zforms

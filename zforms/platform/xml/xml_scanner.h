@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/xml/xml_tree_builder.h"
+
+namespace zforms {
+
+// ZXMLScanner reads the XML that programs write data in: a declaration, elements,
+// attributes, text and references, each well-formed. It goes over the text once and
+// keeps windows onto it. At anything else (comments, CDATA, instructions, document
+// types, faults of any kind) it gives up, and the text is for the XML parser, which
+// gives the same tree for what the scanner reads.
+class ZXMLScanner {
+ public:
+  // The text holds no zero byte. `levels` is how deep elements may nest.
+  ZXMLScanner(const Chaine& text, size_t levels, ZXMLTreeBuilder* builder)
+      : source_(text), at_(source_.begin()), end_(source_.end()), levels_(levels), builder_(*builder) {}
+
+  // Adds what the text holds to `top`. False when it gave up; `top` is half filled then.
+  bool Scan(ZXMLElement* top);
+
+  // Of the declaration; empty when there was none.
+  const Chaine& Version() const { return version_; }
+  const Chaine& Standalone() const { return standalone_; }
+
+ private:
+  bool ScanDeclaration();
+  bool ScanText();
+  bool ScanStartTag();
+  bool ScanEndTag();
+  bool ScanAttribute(ZXMLElement* into);
+  std::string_view ScanName();
+  template <class Ends>
+  bool ScanCharacters(Ends ends, Chaine* text);
+  bool AppendReference();
+  bool AppendCharacter();
+  void SkipBlanks();
+  bool Take(char c) {
+    if (at_ == end_ || *at_ != c) return false;
+    at_++;
+    return true;
+  }
+  // Long texts are windows onto the source.
+  Chaine Share(std::string_view part) const {
+    if (part.size() <= Chaine::kInlineCapacity) return Chaine(part);
+    return source_.Mid(static_cast<size_t>(part.data() - source_.data()), part.size());
+  }
+
+  const Chaine source_;
+  const char* at_;
+  const char* end_;
+  const size_t levels_;
+  ZXMLTreeBuilder& builder_;
+  ZXMLElement* top_ = nullptr;
+  ZXMLElement* into_ = nullptr;  // the element that is open
+  size_t depth_ = 0;
+  std::string unescaped_;
+  Chaine version_;
+  Chaine standalone_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <algorithm>
+#include <memory_resource>
+#include <utility>
+
+#include "zforms/platform/xml/xml_element.h"
+
+namespace zforms {
+
+inline bool IsXMLWhiteSpace(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
+}
+
+// ZXMLTreeBuilder puts into a tree what its readers come across, each node behind
+// the others of its element. The nodes lie in `memory`, which outlives the tree, or
+// in memory of their own when it is null.
+class ZXMLTreeBuilder {
+ public:
+  explicit ZXMLTreeBuilder(std::pmr::memory_resource* memory) : memory_(memory) {}
+
+  ZXMLElement* AddElement(Chaine name, ZXMLElement* into) {
+    ZXMLElement* element = nullptr;
+    if (memory_ == nullptr) {
+      element = new ZXMLElement(std::move(name));
+    } else {
+      element =
+          new (memory_->allocate(sizeof(ZXMLElement), alignof(ZXMLElement))) ZXMLElement(std::move(name), memory_);
+    }
+    into->Append(element);
+    return element;
+  }
+  // Does not look for another attribute of the name.
+  void AddAttribute(Chaine name, Chaine value, ZXMLElement* into) {
+    into->attribs_.push_back({std::move(name), ZVariant(std::move(value))});
+  }
+  // A node that is no part of a value.
+  void AddNode(ZXMLNode::Kind kind, Chaine text, ZXMLElement* into) {
+    if (memory_ == nullptr) {
+      into->Append(new ZXMLTextNode(kind, std::move(text)));
+      return;
+    }
+    auto* node =
+        new (memory_->allocate(sizeof(ZXMLTextNode), alignof(ZXMLTextNode))) ZXMLTextNode(kind, std::move(text));
+    node->in_shared_memory = true;
+    into->Append(node);
+  }
+  // A piece of the element's value.
+  void AddPiece(ZXMLNode::Kind kind, const Chaine& text, ZXMLElement* into) {
+    AddNode(kind, text, into);
+    Chaine value = into->Value().AsChaine();
+    value += text;
+    into->Value() = ZVariant(std::move(value));
+  }
+  // White space between elements is no part of a value.
+  void AddText(Chaine text, bool between_elements, ZXMLElement* into) {
+    if (between_elements && IsXMLWhiteSpace(text)) {
+      AddNode(ZXMLNode::Kind::kSpace, std::move(text), into);
+    } else {
+      AddPiece(ZXMLNode::Kind::kText, text, into);
+    }
+  }
+  static void Clear(ZXMLElement* element) {
+    element->Clear();
+    element->Value() = ZVariant();
+  }
+
+  static const ZXMLNode* FirstNode(const ZXMLElement& element) { return element.first_; }
+
+ private:
+  std::pmr::memory_resource* memory_;
+};
+
+}  // namespace zforms

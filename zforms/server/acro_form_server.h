@@ -1,0 +1,110 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/counted_unknown.h"
+#include "zforms/platform/base/critical_section.h"
+#include "zforms/platform/base/export.h"
+#include "zforms/platform/host/host_services.h"
+#include "zforms/platform/http/http_server.h"
+#include "zforms/platform/text/inet_url.h"
+#include "zforms/server/document_status.h"
+#include "zforms/server/server_form.h"
+#include "zforms/server/xfdf_builder.h"
+#include "zforms/xfdf/session_infos.h"
+
+namespace zforms {
+
+class ZAcroFormServerPDFHandler;
+class ZAcroFormServerXFDFHandler;
+class ZPDFEmail;
+class ZTemplateStorage;
+class ZXFDF;
+
+// ZAcroFormServer hands PDF forms to a reader on the same machine and receives what
+// the reader submits. Its addresses are http://localhost:PORT/App/acroform/ for the
+// forms and /App/xfdf/ for what is submitted, App being the host's short name.
+//
+// The host's thread makes, starts, stops and deletes it, shows forms and changes the
+// folder; what is const may be called by any thread but Show, Print and Email.
+class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
+ public:
+  using Form = ZAcroFormServerForm;
+  using XFDFBuilder = ZAcroFormServerXFDFBuilder;
+  using FolderInfos = ZXFDFFolderInfos;
+
+  // Serves the templates of the folder `storage` (see ZTemplateStorage) on the port;
+  // 0 takes a free one. `folder` and `exercice` are the host's current folder and
+  // financial year. What the services point to outlives the server.
+  ZAcroFormServer(uint16_t port, const Chaine& storage, uint64_t folder, int32_t exercice,
+                  const ZHostServices& services);
+  ~ZAcroFormServer() override;
+
+  const ZHostServices& Services() const { return services_; }
+  const Chaine& AppShortName() const { return services_.app_short_name; }
+  // The roots of the pages: "/App/acroform/" and "/App/xfdf/".
+  Chaine PDFRoot() const;
+  Chaine XFDFRoot() const;
+
+  // Registers the host's handler, which gets the current folder; null takes it away.
+  // With `own` the server deletes it. Not while the server runs.
+  void SetXFDFHandler(ZAcroFormServerXFDFHandler* handler, bool own);
+  ZAcroFormServerPDFHandler& PDFHandler() const { return *pdf_handler_; }
+
+  // Forms that are out keep the folder that they were opened in.
+  void SetCurrentFolder(uint64_t folder, int32_t exercice);
+  uint64_t CurrentFolder() const { return CurrentFolderInfos().id; }
+  int32_t CurrentExercice() const { return static_cast<int32_t>(CurrentFolderInfos().exercice); }
+  FolderInfos CurrentFolderInfos() const;
+
+  // Sets protocol, server and port to this server's; a local file's URL stays as it is.
+  void UpdateURL(ZInetURL& url) const;
+
+  // See ZAcroFormServerPDFHandler.
+  void UpdateURLPDF(ZInetURL& url, ZDocument::Status status) const;
+  ZInetURL GetPDFURL(const Chaine& code, ZDocument::Status status) const;
+  static Chaine CodeNameFromPDFURL(const ZInetURL& url);
+  Chaine PDFLocalFilePathName(const Chaine& code) const;
+  Chaine PDFLocalFilePathName(const ZInetURL& url) const;
+  bool PrepareForm(const ZXFDF& xfdf, const Chaine& code, ZDocument::Status status, Form* form) const;
+  bool BuildPDFFromXFDF(const ZXFDF& xfdf, const Chaine& path) const;
+  bool PrintXFDF(const ZXFDF& xfdf) const;
+  bool EmailXFDF(const ZXFDF& xfdf, const ZPDFEmail& mail) const;
+  const ZTemplateStorage& Storage() const;
+
+  // Where the form's button of the status posts to: "save.cgi" to be modified, else
+  // "modify.cgi"; with the code when it is not empty.
+  ZInetURL GetXFDFURL(ZDocument::Status status, const Chaine& code) const;
+  // Opens the form in the reader, or filled in the host's own window. False without
+  // a handler for what is submitted.
+  bool ShowXFDF(const ZXFDF& xfdf, bool external) const;
+  bool ShowXFDF(const ZXFDF& xfdf, ZDocument::Status status, bool external) const;
+
+  // Told of each template when it is loaded, before it is filled and handed out; on any
+  // thread. A host may take away what readers would show instead of the fields. Does nothing.
+  virtual void PrepareTemplate(ZAcroForm& form) const;
+
+  // A builder for the code; null when its template cannot be read.
+  ZCountedPtr<XFDFBuilder> GetXFDFBuilder(const Chaine& code) const;
+
+  // Whether a reader of version 8 or later is there; see VerifyReaderVersion.
+  static bool VerifyAdobeReaderVersion(bool show_message, const ZHostServices& services);
+
+  // Whether the reader is there and the user wants the server to start.
+  bool NotifyStart() override;
+  void NotifyErrorStart(int error) override;
+  // Warns of each refused request but those for "/favicon.ico".
+  void NotifyIntrusion(const sIntrusionInfos& infos) override;
+  void NotifyStop() override;
+
+ private:
+  ZHostServices services_;
+  std::atomic<ZAcroFormServerXFDFHandler*> xfdf_handler_ = nullptr;
+  ZAcroFormServerPDFHandler* pdf_handler_;  // owned as a page
+  mutable CCriticalSection section_;
+  FolderInfos folder_;
+};
+
+}  // namespace zforms

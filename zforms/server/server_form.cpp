@@ -1,0 +1,93 @@
+#include "zforms/server/server_form.h"
+
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/server/xfdf_handler.h"
+
+namespace zforms {
+namespace {
+
+// Bits 2 to 5 and 9 to 11, counted from 0: printing, changing, copying, annotating
+// and what belongs to them (ISO 32000-1 table 22).
+constexpr uint32_t kModifyPermissions = 0xFFFFF1C3;
+
+bool IsButtonOf(const ZAcroFormField& field, ZDocument::Status status) {
+  if (!field.IsSubmitFormButton() || !field.HasOwnAction()) return false;
+  const ZAcroFormAction& action = *field.GetAction();
+  return action.HasURL() && ZAcroFormServerXFDFHandler::GetDisplayMode(action.URL()) == status;
+}
+
+template <class Map, class Fields>
+Map ButtonsOf(const Fields& fields, ZDocument::Status status) {
+  Map buttons;
+  for (const auto& [name, same] : fields) {
+    for (auto* field : same) {
+      if (IsButtonOf(*field, status)) buttons[name].push_back(field);
+    }
+  }
+  return buttons;
+}
+
+// Whether the field or one of its widgets submits the form.
+bool Submits(const ZAcroFormField& field) {
+  if (field.IsSubmitFormButton()) return true;
+  for (uint32_t i = 0; i < field.Size(); i++) {
+    if (!field.GetAt(i)->HasName() && Submits(*field.GetAt(i))) return true;
+  }
+  return false;
+}
+
+// `inherited` are the flags that hold above, as they were. A field that has none of
+// its own gets these with the bit, since those above change as well.
+void SetReadOnlyBelow(ZAcroFormFieldCollection& fields, uint32_t inherited) {
+  for (uint32_t i = 0; i < fields.Size(); i++) {
+    ZAcroFormField& field = *fields.GetAt(i);
+    const uint32_t before = field.HasOwnFlags() ? field.Flags() : inherited;
+    if (!Submits(field)) {
+      field.SetFlags(before | ZAcroFormField::kReadOnlyFlag);
+      SetReadOnlyBelow(field, before);
+    } else if (!field.HasOwnFlags() && field.HasParent() && (before & ZAcroFormField::kReadOnlyFlag) == 0) {
+      field.Dico()->SetValue("/Ff", before);
+    }
+  }
+}
+
+}  // namespace
+
+ZAcroFormServerForm::ZAcroFormServerForm() { SetPageFields(true); }
+
+ZAcroFormServerForm::~ZAcroFormServerForm() = default;
+
+ZAcroForm::FieldMap ZAcroFormServerForm::FindSubmitFormButtons(ZDocument::Status status) {
+  return ButtonsOf<FieldMap>(FlatFields(), status);
+}
+
+ZAcroForm::ConstFieldMap ZAcroFormServerForm::FindSubmitFormButtons(ZDocument::Status status) const {
+  return ButtonsOf<ConstFieldMap>(FlatFields(), status);
+}
+
+bool ZAcroFormServerForm::HasSubmitFormButton(ZDocument::Status status) const {
+  return FindSubmitFormButtons(status).Size() != 0;
+}
+
+void ZAcroFormServerForm::SetSubmitURL(ZDocument::Status status, const ZInetURL& url) {
+  for (const auto& [name, buttons] : FindSubmitFormButtons(status)) {
+    for (Field* button : buttons) button->GetAction()->SetURL(url);
+  }
+}
+
+void ZAcroFormServerForm::ShowButtons(ZDocument::Status status, bool show) {
+  for (const auto& [name, buttons] : FindSubmitFormButtons(status)) ShowFields(buttons, show);
+}
+
+void ZAcroFormServerForm::SetDisplayMode(ZDocument::Status status) {
+  ShowButtons(ZDocument::eModify, status == ZDocument::eModify);
+  ShowButtons(ZDocument::eConsult, status == ZDocument::eConsult);
+  if (status != ZDocument::eModify) return SetReadOnlyBelow(Fields(), 0);
+  SetStandardUserFlags(StandardUserFlags() & kModifyPermissions);
+  if (ViewerInfos* const viewer = ViewerPreferences()) {
+    viewer->SetHideMenubar(true);
+    viewer->SetHideToolbar(true);
+  }
+}
+
+}  // namespace zforms

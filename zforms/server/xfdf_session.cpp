@@ -1,0 +1,111 @@
+#include "zforms/platform/base/counted_unknown.h"
+#include "zforms/platform/files/inet_stream.h"
+#include "zforms/platform/http/http_response.h"
+#include "zforms/server/acro_form_server.h"
+#include "zforms/server/pdf_handler.h"
+#include "zforms/server/xfdf_handler.h"
+
+namespace zforms {
+namespace {
+
+// A filled form has each value twice, and may have a character of one byte as four.
+constexpr size_t kLong = size_t{1} << 20;
+constexpr size_t kGrowth = 8;
+constexpr char kNoSession[] = "it has no session";
+
+}  // namespace
+
+ZAcroFormServerSaveXFDFMessage::~ZAcroFormServerSaveXFDFMessage() = default;
+
+ZAcroFormServerXFDFSession::ZAcroFormServerXFDFSession(ZAcroFormServerXFDFHandler* handler, uint64_t folder,
+                                                       int32_t exercice)
+    : ZHTTPServerPageXFDFSession(handler, folder, exercice), handler_(handler) {}
+
+ZAcroFormServerXFDFSession::~ZAcroFormServerXFDFSession() = default;
+
+ZDocument::Status ZAcroFormServerXFDFSession::Action() const {
+  return ZAcroFormServerXFDFHandler::GetDisplayMode(URL());
+}
+
+ZAcroFormServer* ZAcroFormServerXFDFSession::HTTPServer() const { return handler_->HTTPServer(); }
+
+ZXFDFTransaction& ZAcroFormServerXFDFSession::TransactionManager() const { return handler_->TransactionManager(); }
+
+void ZAcroFormServerXFDFSession::UpdatePDFHRef(ZXFDF& xfdf, ZDocument::Status status) const {
+  handler_->UpdatePDFHRef(xfdf, status);
+}
+
+bool ZAcroFormServerXFDFSession::SetURL(const ZInetURL& url, const Chaine& method) {
+  if (!ZHTTPServerPageXFDFSession::SetURL(url, method)) return false;
+  if (!IsInFolder()) {
+    Refuse(404, "the host is in no folder");
+  } else if (Action() == ZDocument::eReadOnly) {
+    Refuse(404, "forms are submitted to save.cgi and modify.cgi alone");
+  }
+  return !IsInError();
+}
+
+bool ZAcroFormServerXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
+  if (!ZHTTPServerPageXFDFSession::SetFullRequest(request)) return false;
+  const bool has_session = XFDFRequest().HasSessionID();
+  const bool is_live = has_session && CheckSession(XFDFRequest().SessionID());
+  if (!is_live && !IsInError()) {
+    SetStatus(409);
+    if (Reason().IsEmpty()) SetReason(has_session ? "the host does not know its session" : kNoSession);
+  }
+  return !IsInError();
+}
+
+bool ZAcroFormServerXFDFSession::IsWorthReading(const ZXFDFSessionInfos* infos) {
+  if (infos == nullptr) SetReason(kNoSession);
+  return infos != nullptr;
+}
+
+void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
+  ZXFDF answer = XFDFRequest();
+  ZInetURL href = answer.PDFHRef();
+  const bool is_local = href.IsLocalFile();
+  Chaine code =
+      is_local ? ZAcroFormServerXFDFHandler::CodeNameFromFileURL(href) : ZAcroFormServer::CodeNameFromPDFURL(href);
+  const bool is_missing = code.IsEmpty();
+  if (is_missing) code = ZAcroFormServer::CodeNameFromPDFURL(URL());
+  if (is_local || is_missing) answer.SetPDFHRef(HTTPServer()->GetPDFURL(code, Action()));
+
+  const ZXFDFTransactionInfos before = XFDFRequest().SessionID().Transaction();
+  const bool accepted = Action() == ZDocument::eModify && AcceptAndPost(answer);
+  if (accepted) CopySession(&answer, before);
+  UpdatePDFHRef(answer, accepted ? ZDocument::eConsult : ZDocument::eModify);
+
+  href = answer.PDFHRef();
+  ZAcroFormServerForm form;
+  const ZDocument::Status status = ZAcroFormServerPDFHandler::StatusFromURL(href);
+  if (!HTTPServer()->PrepareForm(answer, code, status, &form)) {
+    return Refuse(404, "the template of its form is not there or cannot be read");
+  }
+  // Room for values that are long is asked for at once: growing into it would take it twice.
+  Chaine bytes;
+  if (XFDFSize() > kLong) bytes.Reserve(kGrowth * XFDFSize());
+  ZInetChaineOStream out(bytes);
+  if (!form.Save(out)) return SetStatus(500);
+  response.SetHeader("Location", href.AsChaine());
+  response.SetHeader("Content-Location", href.AsChaine());
+  SendRawData(response, bytes, "application/pdf", Chaine());
+}
+
+// Whatever becomes of the answer, the message is on its way before it.
+bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
+  const bool accepted = AcceptSave();
+  if (!accepted && Reason().IsEmpty()) SetReason("the host does not accept it");
+  const ZCountedPtr<CSaveXFDFMessage> message(CreateSaveMessage(URL(), submitted, accepted));
+  if (message) HTTPServer()->IdleMessages().Post(message.get());
+  return accepted;
+}
+
+// The form that goes back carries the count that accepting raised, or its next save
+// would be refused as stale.
+void ZAcroFormServerXFDFSession::CopySession(ZXFDF* to, const ZXFDFTransactionInfos& before) const {
+  to->Fields().AddField(ZXFDF::kSessionIDField) = XFDFRequest().Fields()[ZXFDF::kSessionIDField].Value();
+  if (to->SessionID().Transaction() == before) to->SessionID().IncTransactionCount();
+}
+
+}  // namespace zforms

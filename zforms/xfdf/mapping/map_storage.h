@@ -1,0 +1,85 @@
+#pragma once
+
+#include <string>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/containers.h"
+#include "zforms/platform/base/export.h"
+#include "zforms/platform/data/ini_file.h"
+
+namespace zforms {
+
+class ZAcroForm;
+
+// ZXFDFMapStorage is where a mapper reads its maps from: pairs of the full name of
+// an XFDF field and a reference "rubric.field" to the host's data. One thread at a
+// time.
+class ZFORMS_API ZXFDFMapStorage {
+ public:
+  virtual ~ZXFDFMapStorage();
+
+  // Goes back to the first entry.
+  virtual void Reset() = 0;
+  // Gives the next entry; false when there is none.
+  virtual bool Next(Chaine& xfdf_name, Chaine& reference) = 0;
+};
+
+// Entries of a dictionary, in its order.
+class ZFORMS_API ZXFDFMapStorageDictionnary : public ZXFDFMapStorage {
+ public:
+  explicit ZXFDFMapStorageDictionnary(const FDictionnary<Chaine>& entries) : entries_(entries) {}
+  ~ZXFDFMapStorageDictionnary() override;
+
+  void Reset() override { next_ = 0; }
+  bool Next(Chaine& xfdf_name, Chaine& reference) override;
+
+ protected:
+  ZXFDFMapStorageDictionnary() = default;
+  FDictionnary<Chaine>& Entries() { return entries_; }
+
+ private:
+  FDictionnary<Chaine> entries_;
+  size_t next_ = 0;
+};
+
+// One entry for each field that a form exports, in byte order of the full names:
+// its mapping name "/TM" is the reference. One without "." stands in the default
+// rubric; without a default rubric, as without mapping name, the reference is empty.
+class ZFORMS_API ZXFDFMapStoragePDF : public ZXFDFMapStorageDictionnary {
+ public:
+  // From a file, whose password is UTF-8; without entries when it cannot be loaded.
+  ZXFDFMapStoragePDF(const Chaine& path, const Chaine& default_rubric, const Chaine& password);
+  ZXFDFMapStoragePDF(const ZAcroForm& form, const Chaine& default_rubric);
+  ~ZXFDFMapStoragePDF() override;
+
+  // Why the form could not be loaded; empty when it was.
+  const std::string& LastError() const { return last_error_; }
+
+ private:
+  void ReadForm(const ZAcroForm& form, const Chaine& default_rubric);
+
+  std::string last_error_;
+};
+
+// One entry for each named line of a section of an INI file, in its order:
+// "field=rubric.field", or "field=field" for the default rubric.
+class ZFORMS_API ZXFDFMapStorageIni : public ZXFDFMapStorage {
+ public:
+  // Without entries when there is no such file or section.
+  ZXFDFMapStorageIni(const Chaine& path, const Chaine& section, const Chaine& default_rubric);
+  ~ZXFDFMapStorageIni() override;
+
+  void Reset() override { next_ = 0; }
+  bool Next(Chaine& xfdf_name, Chaine& reference) override;
+
+  // Why there are no entries: no such file, or no such section; else empty.
+  const std::string& LastError() const { return last_error_; }
+
+ private:
+  ZIniFileSection lines_;
+  Chaine default_rubric_;
+  size_t next_ = 0;
+  std::string last_error_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/clock.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+class ZXFDFFieldCollection;
+class ZXMLReader;
+
+// A folder of the host, and the financial year in it. The year is one value of 32
+// bits, whether the host takes it as signed or not.
+struct ZFORMS_API ZXFDFFolderInfos {
+  uint64_t id = 0;
+  uint32_t exercice = 0;
+
+  bool operator==(const ZXFDFFolderInfos&) const = default;
+};
+
+// A transaction, and how many submissions of it were accepted.
+struct ZFORMS_API ZXFDFTransactionInfos {
+  uint64_t id = 0;
+  uint32_t count = 0;
+
+  bool operator==(const ZXFDFTransactionInfos&) const = default;
+};
+
+// ZXFDFSessionInfos is what the host needs to know its session again when a form
+// comes back: named parameters, kept as an XML text of their own in the value of
+// the reserved field ZXFDF::kSessionIDField. A view that its document owns; it ends
+// when the document is read or assigned to. Text is UTF-8. A text that is damaged
+// holds no parameters, and the next one that is set replaces it.
+class ZFORMS_API ZXFDFSessionInfos {
+ public:
+  using FolderInfos = ZXFDFFolderInfos;
+  using TransactionInfos = ZXFDFTransactionInfos;
+
+  // Over the fields of the document; the reserved one is added when it is absent.
+  explicit ZXFDFSessionInfos(ZXFDFFieldCollection& fields);
+  ZXFDFSessionInfos(const ZXFDFSessionInfos&) = delete;
+  ZXFDFSessionInfos& operator=(const ZXFDFSessionInfos&) = delete;
+  virtual ~ZXFDFSessionInfos();
+
+  // The value of the first parameter of the name, whatever the case of its ASCII
+  // letters; empty when there is none.
+  Chaine Param(const Chaine& name) const;
+  bool HasParam(const Chaine& name) const;
+  // Replaces the value of that parameter, or adds it after the others.
+  void SetParam(const Chaine& name, const Chaine& value);
+
+  // "Software.Shortname": the short name of the host application.
+  Chaine Software() const;
+  void SetSoftware(const Chaine& name);
+
+  // "Folder.ID" (see CZORKey) and "Folder.Exercice"; 0 where absent.
+  FolderInfos Folder() const;
+  void SetFolder(uint64_t id, uint32_t exercice);
+  void SetFolder(const FolderInfos& folder) { SetFolder(folder.id, folder.exercice); }
+
+  // "Transaction.ID" and "Transaction.Count"; 0 where absent.
+  TransactionInfos Transaction() const;
+  // Sets the id, and the count to 0. An id of 0 means the time of the clock. Returns
+  // the id that was set.
+  uint64_t SetTransactionID(uint64_t id, const ZClock& clock = ZClock::System());
+  // Adds 1 to the count and returns it; the greatest count stays as it is.
+  uint32_t IncTransactionCount();
+
+ private:
+  void InitXML(ZXMLReader* params) const;
+
+  ZXFDFFieldCollection& fields_;
+};
+
+}  // namespace zforms
