@@ -113,16 +113,16 @@ void BatchFolder::Enter(Seat* seat, uint64_t line, std::string* error) {
     return ledger_.Enter(seat->name, seat->content, line, &holder);
   };
   const Claim claim = enter();
-  if (claim == Claim::kFailed) *error = kNotRecorded;
+  if (claim == Claim::kBroken) *error = kNotRecorded;
   if (claim == Claim::kTaken) *error = "its file \"" + seat->name + "\" is that of line " + std::to_string(holder.line);
-  if (claim == Claim::kFailed || claim == Claim::kTaken) return;
+  if (claim == Claim::kBroken || claim == Claim::kTaken) return;
 
   const std::filesystem::path path = FilePath(PathOf(seat->name));
   std::error_code failed;
   if (!std::filesystem::exists(path, failed)) {
     seat->place = Place::kFree;
   } else if (claim == Claim::kSame || claim == Claim::kOurs) {
-    seat->place = claim == Claim::kSame && IsWhole(path) ? Place::kDone : Place::kOurs;
+    seat->place = claim == Claim::kSame && IsWhole(path) ? Place::kWritten : Place::kOurs;
   } else if (mode_ == Mode::kOverwrite || (claim == Claim::kStarted && HasPrint(path, holder.print))) {
     if (Mark(*seat, Ledger::State::kStale, 0)) seat->place = Place::kOurs;
     if (seat->place == Place::kRefused) *error = kNotRecorded;
@@ -172,7 +172,7 @@ bool BatchFolder::Write(const Seat& seat, unsigned number, const Chaine& bytes, 
     std::filesystem::remove(FilePath(part), ignored);
     return false;
   }
-  if (Mark(seat, Ledger::State::kDone, seat.content)) return true;
+  if (Mark(seat, Ledger::State::kWritten, seat.content)) return true;
   *error = kNotRecorded;
   return false;
 }

@@ -22,7 +22,7 @@ class BatchFolder {
   enum class Place {
     kFree,     // nothing stands there
     kOurs,     // what stands there may be replaced
-    kDone,     // the row's form stands there already
+    kWritten,  // the row's form stands there already
     kRefused,  // see the reason
   };
   // The file of a row.

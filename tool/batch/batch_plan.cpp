@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tool/cli/commands.h"
+#include "tool/batch/batch_options.h"
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/acro_form.h"
 #include "zforms/platform/text/letter_case.h"

@@ -6,7 +6,7 @@
 
 #include "tool/base/files.h"
 #include "tool/base/standard_streams.h"
-#include "tool/cli/commands.h"
+#include "tool/batch/batch_options.h"
 
 namespace zforms::tool {
 namespace {

@@ -28,7 +28,7 @@ Ledger::Claim ClaimOf(Ledger::State state) {
     case Ledger::State::kNamed: break;
     case Ledger::State::kPlacing: return Ledger::Claim::kStarted;
     case Ledger::State::kStale: return Ledger::Claim::kOurs;
-    case Ledger::State::kDone: return Ledger::Claim::kSame;
+    case Ledger::State::kWritten: return Ledger::Claim::kSame;
   }
   return Ledger::Claim::kNew;
 }
@@ -184,22 +184,22 @@ bool Ledger::WriteSlot(uint64_t place, Slot slot, State state) {
 Ledger::Claim Ledger::Enter(std::string_view name, uint64_t content, uint64_t line, Holder* holder) {
   uint64_t place = 0;
   Slot slot;
-  if (IsFull(count_ + 1, header_.bits) && !Grow()) return Claim::kFailed;
+  if (IsFull(count_ + 1, header_.bits) && !Grow()) return Claim::kBroken;
   const uint64_t hash = HashOfName(name);
-  if (!Find(hash, &place, &slot)) return Claim::kFailed;
+  if (!Find(hash, &place, &slot)) return Claim::kBroken;
   const bool is_new = slot.name == 0;
   State state = slot.Is();
   Claim claim = Claim::kNew;
   if (!is_new) {
     *holder = {slot.line, slot.content};
     if (slot.run == header_.run) return Claim::kTaken;
-    if (state == State::kDone && (slot.run < header_.since || slot.content != content)) state = State::kStale;
+    if (state == State::kWritten && (slot.run < header_.since || slot.content != content)) state = State::kStale;
     claim = ClaimOf(state);
   }
   slot.name = hash;
   slot.line = line;
   slot.run = header_.run;
-  if (!WriteSlot(place, slot, state)) return Claim::kFailed;
+  if (!WriteSlot(place, slot, state)) return Claim::kBroken;
   if (is_new) count_++;
   return claim;
 }

@@ -24,7 +24,7 @@ class Ledger {
     kNamed,    // no file of ours is there
     kPlacing,  // ours may be there for the first time: it then has this print
     kStale,    // ours is there, with whatever content
-    kDone,     // ours is there, with this content
+    kWritten,  // ours is there, with this content
   };
   enum class Claim {
     kNew,      // there is no file of ours
@@ -32,7 +32,7 @@ class Ledger {
     kOurs,     // an earlier run made the file, of another content
     kSame,     // an earlier run made the file, of this content
     kTaken,    // another row of this run has the name
-    kFailed,   // the ledger cannot be read or written
+    kBroken,   // the ledger cannot be read or written
   };
   struct Holder {
     uint64_t line = 0;   // of the row that had the name, with kTaken

@@ -236,8 +236,8 @@ bool BatchRun::Place(Task* task) {
     Fail(row, {}, seat.name, error);
     return false;
   }
-  if (seat.place == BatchFolder::Place::kDone) report_.Found();
-  return seat.place != BatchFolder::Place::kDone;
+  if (seat.place == BatchFolder::Place::kWritten) report_.Found();
+  return seat.place != BatchFolder::Place::kWritten;
 }
 
 // Rows are read and named by one thread at a time, in their order, so that the first

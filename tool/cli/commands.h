@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/batch/batch_options.h"
 #include "tool/forms/form_guard.h"
 
 namespace zforms::tool {
@@ -52,23 +53,6 @@ struct MapOptions {
 };
 int RunMap(const MapOptions& options);
 
-struct BatchOptions {
-  std::string file;
-  std::string data;
-  std::string maps;
-  std::string section;
-  std::vector<std::string> rubrics;  // "NAME=FILE", and "NAME" for that of the rows
-  std::string folder;
-  std::string name;
-  std::string report;
-  std::string password;
-  unsigned jobs = 0;  // 0 for as many as there are cores
-  bool stop_on_error = false;
-  bool resume = false;
-  bool overwrite = false;
-  bool recover = false;
-  GuardOptions guard;
-};
 int RunBatch(const BatchOptions& options);
 
 struct CheckOptions {

@@ -17,6 +17,7 @@
 #include "tool/office/office.h"
 #include "tool/office/server_log.h"
 #include "tool/office/store.h"
+#include "tool/pages/office_pages.h"
 #include "tool/pages/reader_page.h"
 #include "zforms/platform/base/idle_messages.h"
 #include "zforms/platform/base/number.h"
@@ -54,6 +55,7 @@ struct Plan {
   std::optional<int32_t> year;  // else that of the store
   std::string app;
   std::string data;
+  std::string reader;  // the folder of the page that shows forms in a browser
   bool json = false;
   bool scratch = false;
 };
@@ -72,8 +74,8 @@ class PlanMaker {
     if (plan.scratch) plan.office.templates = ProgramData("samples");
     plan.data = Text(options_.data, "data");
     if (plan.data.empty() && !plan.scratch) plan.data = kDefaultData;
-    plan.office.reader = Text(options_.reader, "reader");
-    if (plan.office.reader.empty()) plan.office.reader = ProgramData("reader");
+    plan.reader = Text(options_.reader, "reader");
+    if (plan.reader.empty()) plan.reader = ProgramData("reader");
     plan.app = options_.app.value_or(Line("app", "zforms"));
     if (!IsPathPart(plan.app)) Refuse("app", plan.app, "a name without slashes");
     const std::string log = Text(options_.log, "log");
@@ -162,8 +164,8 @@ bool CheckTemplates(const std::string& folder) {
   return !codes.empty();
 }
 
-void SayHowToGetReader(const Office& office) {
-  if (office.Reader() != nullptr && office.Reader()->CanShowForms()) return;
+void SayHowToGetReader(const ReaderPage* reader) {
+  if (reader != nullptr && reader->CanShowForms()) return;
   Print("Forms are not shown in the browser: that takes pdf.js, which ./run build fetches (or see --reader).\n");
 }
 
@@ -216,6 +218,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   services.temp_folder = &temp;
   services.idle_messages = &messages;
   Office office(chosen, services, store.get(), &log);
+  const ReaderPage* const reader = AddPages(office, plan.reader);
   if (!office.Server().Start()) {
     SayWhyNotStarted(office, chosen.port);
     return kFailed;
@@ -225,7 +228,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
     messages.Quit();
     has_quit->set_value();
   });
-  SayHowToGetReader(office);
+  SayHowToGetReader(reader);
   Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
         (plan.data.empty() ? " (until the server stops)" : "") + "\n" + said_of_year + "Open:   " + office.Address() +
         "\nStop:   Ctrl+C\n");

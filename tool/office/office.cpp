@@ -7,8 +7,6 @@
 
 #include "tool/office/store_outcome.h"
 #include "tool/office/submitted_fields.h"
-#include "tool/pages/opening_page.h"
-#include "tool/pages/reader_page.h"
 #include "zforms/acroform/change_rules.h"
 #include "zforms/platform/base/clock.h"
 #include "zforms/platform/base/number.h"
@@ -181,7 +179,6 @@ Office::Office(const Settings& settings, const ZHostServices& services, Store* s
       server_(std::make_unique<OfficeServer>(settings, services, log)) {
   handler_ = new OfficeHandler(this, server_.get());
   server_->SetXFDFHandler(handler_, true);
-  ServePages(settings.reader);
   ExpireForms();
   TakeUpForms();
 }
@@ -191,14 +188,6 @@ ZAcroFormServer& Office::Server() { return *server_; }
 int Office::StartError() const { return server_->StartError(); }
 
 Office::~Office() { server_->Stop(); }
-
-void Office::ServePages(const std::string& reader_folder) {
-  server_->SetPageHandler(ZInetURL("/"), new OpeningPage(this), true);
-  auto reader = std::make_unique<ReaderPage>(this, reader_folder);
-  if (reader_folder.empty() || !reader->HasPage()) return;
-  reader_ = reader.release();
-  server_->SetPageHandler(ZInetURL("/reader/"), reader_, true);
-}
 
 std::string Office::Address() const { return "http://localhost:" + std::to_string(server_->Port()) + "/"; }
 

@@ -17,7 +17,6 @@
 namespace zforms::tool {
 
 class Office;
-class ReaderPage;
 
 // OfficeHandler receives what is submitted: of forms that this office has opened
 // and that are still out, each step once.
@@ -41,7 +40,6 @@ class Office {
  public:
   struct Settings {
     std::string templates;
-    std::string reader;  // the folder of the page that shows forms in a browser
     uint16_t port = 0;
     uint64_t folder = 1;
     int32_t year = 0;
@@ -69,8 +67,6 @@ class Office {
   // Null without the form.
   std::shared_ptr<const FormCard> CardOf(const Chaine& code);
   Store::FormState StateOf(const Chaine& code) { return store_->StateOf(code.ToString()); }
-  // Null when its files are not there.
-  const ReaderPage* Reader() const { return reader_; }
 
   // Why the form is none of those that are out, by the session that it went out with;
   // empty when it is one.
@@ -92,7 +88,6 @@ class Office {
     uint32_t year = 0;
   };
 
-  void ServePages(const std::string& reader_folder);
   void TakeOut(uint64_t transaction, const Out& out);
   void FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf);
   void TakeUpForms();
@@ -107,8 +102,7 @@ class Office {
   std::map<uint64_t, Out> out_;
   std::map<std::string, uint64_t, std::less<>> transactions_;  // by the token
   FormCards cards_;
-  OfficeHandler* handler_ = nullptr;  // owned by the server, as the page is
-  ReaderPage* reader_ = nullptr;
+  OfficeHandler* handler_ = nullptr;  // owned by the server
   std::unique_ptr<OfficeServer> server_;
 };
 

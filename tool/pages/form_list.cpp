@@ -130,9 +130,8 @@ Language LanguageFor(std::string_view accepted) {
   return best;
 }
 
-std::string FormList(Office& office, Language language) {
+std::string FormList(Office& office, const ReaderPage* reader, Language language) {
   const Texts& texts = language == Language::kFrench ? kFrench : kEnglish;
-  const ReaderPage* const reader = office.Reader();
   const bool with_reader = reader != nullptr && reader->CanShowForms();
   std::string page =
       std::string("<!DOCTYPE html>\n<html lang=\"") + texts.language +

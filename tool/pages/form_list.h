@@ -6,6 +6,7 @@
 namespace zforms::tool {
 
 class Office;
+class ReaderPage;
 
 enum class Language { kEnglish, kFrench };
 
@@ -15,6 +16,7 @@ Language LanguageFor(std::string_view accepted);
 
 // The page that lists the forms of the office, each with its state and the ways to
 // open it, as HTML.
-std::string FormList(Office& office, Language language);
+// `reader` shows forms in a browser; null without it.
+std::string FormList(Office& office, const ReaderPage* reader, Language language);
 
 }  // namespace zforms::tool

@@ -15,7 +15,8 @@ constexpr char kOpen[] = "/open.cgi";
 
 class Session : public ZHTTPServerPageSession {
  public:
-  Session(const OpeningPage* page, Office* office) : ZHTTPServerPageSession(page), office_(office) {}
+  Session(const OpeningPage* page, Office* office, const ReaderPage* reader)
+      : ZHTTPServerPageSession(page), office_(office), reader_(reader) {}
 
   bool SetURL(const ZInetURL& url, const Chaine& method) override {
     if (!ZHTTPServerPageSession::SetURL(url, method)) return false;
@@ -33,7 +34,7 @@ class Session : public ZHTTPServerPageSession {
   void SendPage(ZHTTPSendResponse& response) override {
     if (Opens()) return SendForm(response);
     response.SetHeader("Content-Security-Policy", PagePolicy("'self'"));
-    SendRawData(response, FormList(*office_, language_), "text/html; charset=utf-8", Chaine());
+    SendRawData(response, FormList(*office_, reader_, language_), "text/html; charset=utf-8", Chaine());
   }
 
  private:
@@ -59,6 +60,7 @@ class Session : public ZHTTPServerPageSession {
   }
 
   Office* office_;
+  const ReaderPage* reader_;
   Language language_ = Language::kEnglish;
 };
 
@@ -71,6 +73,8 @@ std::unique_ptr<ZHTTPServerPageSession> OpeningPage::StartRequest(const ZInetURL
   return path == "/" || path == kOpen ? AllocSession() : nullptr;
 }
 
-std::unique_ptr<ZHTTPServerPageSession> OpeningPage::AllocSession() { return std::make_unique<Session>(this, office_); }
+std::unique_ptr<ZHTTPServerPageSession> OpeningPage::AllocSession() {
+  return std::make_unique<Session>(this, office_, reader_);
+}
 
 }  // namespace zforms::tool

@@ -7,13 +7,16 @@
 namespace zforms::tool {
 
 class Office;
+class ReaderPage;
 
 // OpeningPage lists the forms at "/", with what became of them, and opens one by POST
 // to "/open.cgi?code=CODE": as a filled PDF, or with "as=xfdf" as the XFDF document that
 // leads a reader to it.
 class OpeningPage : public ZHTTPServerPageBase {
  public:
-  explicit OpeningPage(Office* office) : ZHTTPServerPageBase("GET,POST"), office_(office) {}
+  // `reader` is the page that shows forms in a browser; null without one.
+  OpeningPage(Office* office, const ReaderPage* reader)
+      : ZHTTPServerPageBase("GET,POST"), office_(office), reader_(reader) {}
   ~OpeningPage() override;
 
   // Null for other paths, which are reported as such.
@@ -22,6 +25,7 @@ class OpeningPage : public ZHTTPServerPageBase {
 
  private:
   Office* office_;
+  const ReaderPage* reader_;
 };
 
 }  // namespace zforms::tool

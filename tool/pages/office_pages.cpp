@@ -1,0 +1,20 @@
+#include "tool/pages/office_pages.h"
+
+#include <memory>
+
+#include "tool/office/office.h"
+#include "tool/pages/opening_page.h"
+#include "tool/pages/reader_page.h"
+
+namespace zforms::tool {
+
+const ReaderPage* AddPages(Office& office, const std::string& reader_folder) {
+  auto reader = std::make_unique<ReaderPage>(&office, reader_folder);
+  if (reader_folder.empty() || !reader->HasPage()) reader.reset();
+  ReaderPage* const shown = reader.release();
+  office.Server().SetPageHandler(ZInetURL("/"), new OpeningPage(&office, shown), true);
+  if (shown != nullptr) office.Server().SetPageHandler(ZInetURL("/reader/"), shown, true);
+  return shown;
+}
+
+}  // namespace zforms::tool
