@@ -18,13 +18,13 @@ inline void AddPassword(CLI::App* command, std::string* password) {
 
 inline void AddForce(CLI::App* command, bool* force) {
   command->add_flag("--force", *force,
-                    "Make changes that a signature or a certification forbids. It does not hold any more then.");
+                    "Make changes that a signature or a certification forbids. It is then no longer valid.");
 }
 
 inline void AddRecover(CLI::App* command, bool* recover) {
   command->add_flag("--recover", *recover,
-                    "Read a damaged file as well: what its cross-reference table does not tell is found by a scan of "
-                    "the file, and what was done is said. It is then saved anew, not updated.");
+                    "Read a damaged file: search it for the objects that its cross-reference table does not list, and "
+                    "report what was done. The output is then a whole new file.");
 }
 
 // The number of a port, which an option takes from 0 or from 1.
@@ -41,8 +41,8 @@ inline CLI::Validator PortFrom(unsigned least) {
 inline void AddForceLosses(CLI::App* command, bool* force) {
   command->add_flag(
       "--force", *force,
-      "Write the file even where pages or the form need objects that cannot be read, which are lost then, and where a "
-      "certification forbids the change, which does not hold then.");
+      "Write the file even when pages or the form need objects that cannot be read, which are then lost, and when a "
+      "certification forbids the change, which is then no longer valid.");
 }
 
 }  // namespace zforms::tool

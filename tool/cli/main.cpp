@@ -20,14 +20,14 @@ constexpr const char* kExamples = R"(Examples:
   zforms export filled.pdf > values.xfdf
   curl -s http://localhost/form.pdf | zforms fill - data.xfdf -o - > filled.pdf
 
-"-" stands for standard input or standard output. The exit status is 0 when done, 3 when
-done with warnings and 2 when it failed; messages go to standard error as
-"zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" tells more.)";
+"-" is standard input or standard output. The exit status is 0 when all is done, 3 when it
+is done with warnings, 2 when it failed. Messages go to standard error:
+"zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" explains each command.)";
 
 CLI::Option* AddOutput(CLI::App* command, std::string* output) {
   return command->add_option("-o,--output", *output,
-                             "Where the result goes: a file, or \"-\" for standard output. It is written beside the "
-                             "file and renamed, so it is never half there.");
+                             "The output file, or \"-\" for standard output. The file is written under another name "
+                             "and then renamed, so it is never half written.");
 }
 
 // A flag that may be left as it is, set, or taken back with --no-...
@@ -70,16 +70,18 @@ class CommandLine {
   int Run() const { return run_(); }
 
  private:
-  CLI::App* Add(const std::string& name, const std::string& what, const std::string& examples,
+  // `what` is the line in the list of commands; `more` follows the options in the command's own help.
+  CLI::App* Add(const std::string& name, const std::string& what, const std::string& more, const std::string& examples,
                 const std::function<int()>& run) {
     CLI::App* command = app_.add_subcommand(name, what);
-    command->footer("Examples:\n" + examples);
+    command->footer(more + (more.empty() ? "" : "\n\n") + "Examples:\n" + examples);
     command->callback([this, run] { run_ = run; });
     return command;
   }
 
   void AddFields() {
-    CLI::App* command = Add("fields", "List the form's fields: name, type, value, default, options, states and flags.",
+    CLI::App* command = Add("fields", "List the fields of a form.",
+                            "Each field has its name, type, value, default value, options, states and flags.",
                             "  zforms fields form.pdf\n  zforms fields form.pdf --json | jq '.fields[].name'",
                             [this] { return RunFields(fields_); });
     AddFile(command, &fields_.file);
@@ -89,14 +91,13 @@ class CommandLine {
   }
 
   void AddFill() {
-    CLI::App* command = Add(
-        "fill",
-        "Fill the form's fields with the values of an XFDF, FDF, JSON or CSV file. The change is appended to the "
-        "bytes read, which "
-        "stay as they were. Names that the form does not know, and values that a field does not take, are reported; "
-        "such a field keeps its old value.",
-        "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
-        [this] { return RunFill(fill_); });
+    CLI::App* command =
+        Add("fill", "Fill a form from an XFDF, FDF, JSON or CSV file.",
+            "The change is appended to the file; its old bytes do not change. Names that the form does\n"
+            "not have, and values that a field does not take, are reported. Such a field keeps its old\n"
+            "value.",
+            "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
+            [this] { return RunFill(fill_); });
     AddFile(command, &fill_.file);
     command
         ->add_option("DATA", fill_.data,
@@ -113,30 +114,28 @@ class CommandLine {
     command
         ->add_option_function<std::string>(
             "--xfa", [guard](const std::string& what) { guard->keep_xfa = what == "keep"; },
-            "What becomes of an XFA form beside the fields, which readers that know it show in their place: \"drop\" "
-            "takes it out when a value changes, of a signed form with --force alone; \"keep\" leaves it.")
+            "An XFA form beside the fields still holds the old values, and some readers show those. \"drop\" removes "
+            "it when a value changes (in a signed form only with --force), \"keep\" leaves it.")
         ->check(CLI::IsMember({"keep", "drop"}))
         ->default_str("drop");
   }
 
   void AddExport() {
-    CLI::App* command = Add("export",
-                            "Write the values of the form's fields as XFDF, FDF, JSON or CSV, in UTF-8. CSV, JSON and "
-                            "JSONL, an object on each line, take any number of forms, a row for each.",
+    CLI::App* command = Add("export", "Write the values of forms as XFDF, FDF, JSON or CSV.",
+                            "The text is UTF-8. CSV, JSON and JSONL (one object on each line) take several forms: one\n"
+                            "row or object for each.",
                             "  zforms export filled.pdf > values.xfdf\n"
                             "  zforms export filled.pdf --format fdf -o values.fdf\n"
                             "  zforms export filled/*.pdf --format csv -o table.csv",
                             [this] { return RunExport(export_); });
     command->add_option("FORM", export_.files, "The PDF file, or \"-\" for standard input.")->required();
-    command->add_option("--format", export_.format, "xfdf if not said.")
+    command->add_option("--format", export_.format, "The format; the default is xfdf.")
         ->check(CLI::IsMember({"xfdf", "fdf", "json", "jsonl", "csv"}));
-    command->add_flag("--all", export_.all,
-                      "Export the fields that the form marks as not to be exported as well; they are left out if not "
-                      "said.");
+    command->add_flag("--all", export_.all, "Include the fields that the form marks as not to be exported.");
     command->add_flag(
         "--spreadsheet", export_.spreadsheet,
-        "CSV for a spreadsheet: a \"'\" stands before what would run as a formula. Without it batch reads "
-        "the table back as it was.");
+        "CSV for a spreadsheet: a \"'\" before every text that would run as a formula. Leave it out for a "
+        "table that batch reads again.");
     AddOutput(command, &export_.output)->default_str("-");
     export_.output = "-";
     AddPassword(command, &export_.password);
@@ -146,13 +145,13 @@ class CommandLine {
   static CLI::Option* AddMaps(CLI::App* command, std::string* maps, std::string* section, const char* option) {
     CLI::Option* ini =
         command->add_option(option, *maps, "An INI file that says which field is fed by what: \"field=rubric.name\".");
-    command->add_option("--section", *section, "The section with the maps; may be left out when there is one.");
+    command->add_option("--section", *section, "The section with the maps; needed when there are several.");
     return ini;
   }
 
   void AddMap() {
     CLI::App* command =
-        Add("map", "Show what would feed each field of the form, with the values where rubric files are given.",
+        Add("map", "Show which data feed each field.", "The values are shown too where files of rubrics are given.",
             "  zforms map form.pdf --ini maps.ini --section Member\n"
             "  zforms map form.pdf --ini maps.ini --rubric person=person.csv --rubric club=club.ini",
             [this] { return RunMap(map_); });
@@ -166,10 +165,10 @@ class CommandLine {
 
   void AddBatch() {
     CLI::App* command =
-        Add("batch",
-            "Fill the form once for each row of a table. Columns feed the fields of their names, or those that maps "
-            "say. Two rows never get the same file, no file is written over, and what is there is whole: a batch that "
-            "was interrupted goes on with --resume.",
+        Add("batch", "Fill a form once for each row of a table.",
+            "A column feeds the field of its name, or the fields that the maps name. Two rows never get\n"
+            "the same file, no file from elsewhere is overwritten, and no file is half written. --resume\n"
+            "continues a batch that was interrupted.",
             "  zforms batch form.pdf --data rows.csv --out filled\n"
             "  zforms batch form.pdf --data rows.csv --out filled --name '{id}-{name}.pdf' --report report.json\n"
             "  zforms batch form.pdf --data rows.jsonl --map maps.ini --section Member --out filled --resume",
@@ -179,7 +178,7 @@ class CommandLine {
         ->add_option("--data", batch_.data,
                      "The table: CSV whose first record names the columns, or one JSON object on each line.")
         ->required();
-    command->add_option("--out", batch_.folder, "The folder for the filled forms; it is made when it is missing.")
+    command->add_option("--out", batch_.folder, "The folder for the filled forms; it is created when missing.")
         ->required();
     command->add_option("--name", batch_.name,
                         "The names of the files, with {column} for the row's values and {row} for its number.");
@@ -187,18 +186,20 @@ class CommandLine {
     command->add_option("--rubric", batch_.rubrics,
                         "NAME: the rubric that the columns are of. NAME=FILE: a rubric that is the same for all rows.");
     command->add_option("--jobs", batch_.jobs,
-                        "How many forms are filled at the same time; as many as there are cores "
-                        "if not said.");
+                        "How many forms are filled at the same time; the default is the number of "
+                        "cores.");
     command
         ->add_option_function<std::string>(
             "--on-error", [this](const std::string& what) { batch_.stop_on_error = what == "stop"; },
-            "What a bad row does: \"skip\" goes on with the others, \"stop\" ends the batch.")
+            "On a bad row, \"skip\" continues with the next one, \"stop\" ends the batch.")
         ->check(CLI::IsMember({"stop", "skip"}))
         ->default_str("skip");
-    CLI::Option* resume = command->add_flag("--resume", batch_.resume, "Go on where an earlier run was interrupted.");
-    command->add_flag("--overwrite", batch_.overwrite, "Start over, and write over the files that are there.")
+    CLI::Option* resume = command->add_flag("--resume", batch_.resume, "Continue a batch that was interrupted.");
+    command
+        ->add_flag("--overwrite", batch_.overwrite,
+                   "Start from the beginning and overwrite the files of an earlier batch.")
         ->excludes(resume);
-    command->add_option("--report", batch_.report, "A JSON file that says what became of the rows.");
+    command->add_option("--report", batch_.report, "Write the result of each row to this JSON file.");
     AddPassword(command, &batch_.password);
     AddRecover(command, &batch_.recover);
     AddGuard(command, &batch_.guard);
@@ -206,9 +207,9 @@ class CommandLine {
 
   void AddCheck() {
     CLI::App* command =
-        Add("check",
-            "Say what kind of file it is: version, encryption, cross-reference sections, fields, submit "
-            "buttons, and everything odd, with object numbers.",
+        Add("check", "Describe a file and report everything odd in it.",
+            "The report covers the version, the encryption, the cross-reference sections, the fields, the\n"
+            "signatures and the submit buttons. Everything odd is named with its object number.",
             "  zforms check form.pdf", [this] { return RunCheck(check_); });
     AddFile(command, &check_.file);
     AddPassword(command, &check_.password);
@@ -216,9 +217,9 @@ class CommandLine {
   }
 
   void AddRewrite() {
-    CLI::App* command = Add("rewrite",
-                            "Write the whole document anew, with every object that is in use and one cross-reference "
-                            "section. An encrypted document stays encrypted.",
+    CLI::App* command = Add("rewrite", "Write the whole document as a new file.",
+                            "The file has every object that is in use and one cross-reference section. An encrypted\n"
+                            "document stays encrypted.",
                             "  zforms rewrite form.pdf -o clean.pdf", [this] { return RunRewrite(rewrite_); });
     AddFile(command, &rewrite_.file);
     AddOutput(command, &rewrite_.output)->required();
@@ -228,12 +229,11 @@ class CommandLine {
   }
 
   void AddPermissions() {
-    CLI::App* command =
-        Add("permissions",
-            "Show the permission flags of the document, or set them. Setting others than it has encrypts the "
-            "document with the password that opens it, which may be empty, and writes it anew.",
-            "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf",
-            [this] { return RunPermissions(permissions_); });
+    CLI::App* command = Add("permissions", "Show or set the permission flags.",
+                            "Changing the flags encrypts the document with the password that opens it, which may be\n"
+                            "empty, and writes the document as a new file.",
+                            "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf",
+                            [this] { return RunPermissions(permissions_); });
     AddFile(command, &permissions_.file);
     CLI::Option* set = command->add_option_function<std::string>(
         "--set",
@@ -250,7 +250,7 @@ class CommandLine {
   }
 
   void AddViewer() {
-    CLI::App* command = Add("viewer", "Set how a viewer shows the document when it opens it.",
+    CLI::App* command = Add("viewer", "Set how a viewer shows the document.", "",
                             "  zforms viewer form.pdf --hide-toolbar --fit-window -o plain.pdf\n"
                             "  zforms viewer plain.pdf --no-hide-toolbar -o form.pdf",
                             [this] { return RunViewer(viewer_); });
@@ -269,7 +269,7 @@ class CommandLine {
   }
 
   void AddShow() {
-    CLI::App* command = Add("show", "Print the text of one object, in clear.",
+    CLI::App* command = Add("show", "Print one object as text, decrypted.", "",
                             "  zforms show form.pdf trailer\n  zforms show form.pdf 12\n"
                             "  zforms show form.pdf 12 --data > stream.bin",
                             [this] { return RunShow(show_); });
@@ -296,7 +296,7 @@ class CommandLine {
 };
 
 int Main(int argc, char** argv) {
-  CLI::App app("Reads PDF forms, fills them from XFDF and writes them back.", "zforms");
+  CLI::App app("Fills PDF forms and reads them.", "zforms");
   app.footer(kExamples);
   app.set_version_flag("--version", "zforms " ZFORMS_VERSION);
   app.require_subcommand(1);
