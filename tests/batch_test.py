@@ -74,9 +74,9 @@ BAD_ROWS = [  # label, line of CSV, what is said of it
     ("no choice", "a,Oui,XX,1", 'field "adherent.pays": "XX" is not one of its choices; it takes "FR" (France), "BE" (Belgique), '
      '"CH" (Suisse), "LU" (Luxembourg), "CI" (Côte d’Ivoire)'),
     ("too long", "a,Oui,FR,123456", 'field "adherent.code_postal": "123456" has 6 characters, and it takes 5'),
-    ("text behind a quote", '"a"b,Oui,FR,1', "there is text behind the closing quote of a value"),
+    ("text behind a quote", '"a"b,Oui,FR,1', "text follows the closing quote of a value"),
     ("the same file, in other letters", "GOOD É,Oui,FR,1", 'its file "GOOD É.pdf" is that of line 2'),
-    ("no name", " ,Oui,FR,1", "nothing is left of the name of its file"),
+    ("no name", " ,Oui,FR,1", "the file name is empty"),
     ("a file of somebody else", "theirs,Oui,FR,1", 'its file "theirs.pdf" is there already, and not of this batch'),
 ]
 HEAD = "adherent.nom,adherent.premiere,adherent.pays,adherent.code_postal"
@@ -109,7 +109,7 @@ def test_bad_rows_are_named(folder):
     lines[2:7] = ["fixed%d,Oui,FR,1" % i for i in range(5)]
     data.write_text("\r\n".join(lines), encoding="utf-8", newline="")
     status, _, err = zforms(*arguments, "--resume", "--on-error", "stop")
-    same("stops at the first bad row", (status, "line 8: there is text" in err), (2, True))
+    same("stops at the first bad row", (status, "line 8: text follows" in err), (2, True))
     after = bytes_of(out)
     same("the rows set right", sorted(set(after) - set(before)), [f"fixed{i}.pdf" for i in range(5)])
     same("the others", {name: after[name] for name in before}, before)
@@ -154,8 +154,8 @@ def test_names(folder):
         ("1", "x", "1-x.pdf"), ("../../etc", "passwd", "_._.._etc-passwd.pdf"), ("a/b\\c:d", "*?\"<>|", "a_b_c_d-______.pdf"),
         ("\tx", "end. ", "_x-end.pdf"), ("-rf", ".", "_rf-.pdf"), ("é" * 300, "z", "é" * 98 + ".pdf"),
     ]
-    for text, what in [("%FDF-1.2\n", "it is no table"), ("<xfdf/>", "it is no table"), ("[{}]", "it is one JSON list"),
-                       ("", "is empty"), ("a,b\n1,2\n", "no column of it feeds a field of the form")]:
+    for text, what in [("%FDF-1.2\n", "the file is not a table"), ("<xfdf/>", "the file is not a table"), ("[{}]", "the file is one JSON list"),
+                       ("", "is empty"), ("a,b\n1,2\n", "no column has the name of a field")]:
         (folder / "other").write_text(text)
         status, _, err = zforms("batch", SAMPLE, "--data", folder / "other", "--out", folder / "none")
         expect(status == 2 and what in err and not (folder / "none").exists(), f"a table {text!r}", err)
@@ -170,8 +170,8 @@ def test_names(folder):
     data = table(folder / "device.csv", ["a", "adherent.nom"], [["con", ""], ["LPT1", ""], ["console", ""]])
     zforms("batch", SAMPLE, "--data", data, "--out", folder / "device", "--name", "{a}.pdf")
     same("devices of Windows", forms_in(folder / "device"), ["_LPT1.pdf", "_con.pdf", "console.pdf"])
-    for pattern, what in [("x.pdf", "it names no column"), ("{a", 'a "{" that opens'), ("a}", 'a "}" without'),
-                          ("d/{a}", 'a file name cannot hold "/"'), ("{nobody}", 'there is no column "nobody"')]:
+    for pattern, what in [("x.pdf", "the name has no column"), ("{a", 'a "{" that opens'), ("a}", 'a "}" without'),
+                          ("d/{a}", 'a file name cannot contain "/"'), ("{nobody}", 'there is no column "nobody"')]:
         status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "none", "--name", pattern)
         expect(status != 0 and what in err, f"the pattern {pattern}", err)
 
@@ -221,7 +221,7 @@ def test_killed_and_resumed(folder):
     status, _, err = zforms(*arguments, out)
     expect(status == 2 and "--resume goes on" in err, "an earlier batch", err)
     status, _, err = zforms("batch", SAMPLE, "--data", data, "--name", "x{id}.pdf", "--out", out, "--resume")
-    expect(status == 2 and "are others than those of the earlier batch" in err, "another batch", err)
+    expect(status == 2 and "differ from those of the earlier batch" in err, "another batch", err)
 
 
 def names_of(out):
@@ -259,7 +259,7 @@ def test_one_batch_at_a_time(folder):
         time.sleep(0.01)
     for mode in ([], ["--overwrite"]):
         status, _, err = zforms(*arguments[:-1], *mode, "--data", data)
-        said = f"zforms: {data}: another batch is at work in the folder {out}\n"
+        said = f"zforms: {data}: another batch is running in the folder {out}\n"
         same("while another one runs", (status, err), (2, said))
     first.kill()
     first.wait()
@@ -318,7 +318,7 @@ def test_maps(folder):
                             "personne", "--rubric", f"club={folder / 'club.ini'}")
     same("exit status", status, 3)
     said = [line.split(": ", 2)[2] for line in err.splitlines()]
-    same("warnings", said, ['the maps name a field "adherent.nulle", which the form has not; did you mean adherent.ville?',
+    same("warnings", said, ['the maps name a field "adherent.nulle", which the form does not have; did you mean adherent.ville?',
                             'column "adherent.pays" feeds no field'])
     values = json.loads(zforms("export", folder / "out" / "000001.pdf", "--format", "json")[1])
     same("values", [values["adherent." + key] for key in ("nom", "prénom d'usage", "ville", "email", "pays")],

@@ -10,14 +10,14 @@ from tool_case import SAMPLES, run_tests, expect, same, zforms
 
 SAMPLE = (SAMPLES / "membership_form.pdf").read_bytes()
 ADVICE = "the file is damaged; --recover may find more of it"
-REFUSAL = "would lose it: nothing was written. --recover looks for it in the file, --force writes the rest"
+REFUSAL = "would be lost: nothing was written. --recover looks for it in the file, --force writes the rest"
 
 # A name, what is damaged in the sample, the status of `rewrite` and what it says first.
 DAMAGES = [
     ("nothing", b"", b"", 0, ""),
     ("the page tree leads to itself", b"/Kids [8 0 R]", b"/Kids [4 0 R]", 2, "object 4 0: the page tree leads here"),
     ("a font is not there", b"/Helv 5 0 R", b"/Helv 5 9 R", 2, "cannot be read: 5 9"),
-    ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" names no version'),
+    ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" has no version'),
 ]
 
 

@@ -197,7 +197,7 @@ class Checker:
             expect(flags in seen, case.label, f"permissions: qpdf sees no {flags}")
             base = path.read_bytes()
             filled = self.save(case, "fill-restricted", path, case.data,
-                               warning="its permissions forbid filling in fields")
+                               warning="the permissions forbid filling in fields")
             if filled:
                 expect(filled.read_bytes().startswith(base), case.label, "fill-restricted: the input is no prefix")
                 self.read_back(case, "permissions, then fill", filled, case.values)

@@ -38,10 +38,10 @@ DATA = [  # file name, its bytes, what fill and batch say of it (batch: None for
     ("book.xls", b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + bytes(600), "is a workbook (.xls)", "is a workbook (.xls)"),
     ("form.pdf", b"%PDF-1.4\n", "is a PDF file", "is a PDF file"),
     ("zeros.csv", bytes(5000), "is no text", "is no text"),
-    ("bad.json", '[\n {"é": 1,\n  "ü" 2}\n]'.encode(), "line 3, column 7: it is no JSON: unexpected number",
-     "it is one JSON list"),
-    ("bad.jsonl", '{"é": 1}\n{"é": "ü", }\n'.encode(), None, "line 2: column 12: it is no JSON: unexpected '}'"),
-    ("end.json", b'{"a": 1', "line 1, column 8: it is no JSON: unexpected end of input", None),
+    ("bad.json", '[\n {"é": 1,\n  "ü" 2}\n]'.encode(), "line 3, column 7: not valid JSON: unexpected number",
+     "the file is one JSON list"),
+    ("bad.jsonl", '{"é": 1}\n{"é": "ü", }\n'.encode(), None, "line 2: column 12: not valid JSON: unexpected '}'"),
+    ("end.json", b'{"a": 1', "line 1, column 8: not valid JSON: unexpected end of input", None),
 ]
 
 
@@ -54,8 +54,8 @@ def test_command_lines(folder):
     for arguments, wanted in USAGE:
         status, out, err = zforms(*arguments.split())
         same(arguments, (status, out, err.splitlines()[0]), (2, "", f"zforms: {wanted}"))
-    one_line("no templates", zforms("serve", "--templates", folder / "no", "--port", 0), "no: there is no such folder")
-    one_line("a file", zforms("serve", "--templates", SAMPLE, "--port", 0), "membership_form.pdf: is no folder")
+    one_line("no templates", zforms("serve", "--templates", folder / "no", "--port", 0), "no: the folder does not exist")
+    one_line("a file", zforms("serve", "--templates", SAMPLE, "--port", 0), "membership_form.pdf: is not a folder")
 
 
 def test_data(folder):

@@ -122,17 +122,17 @@ TABLES = [  # label, bytes of a CSV file, the values, or what is wrong
     ("windows-1252", "adherent.prénom d'usage;adherent.nom\nMaé;Œuf €\n".encode("cp1252"), {USUAL: "Maé", NAME: "Œuf €"}),
     ("damaged UTF-8", b"adherent.nom,adherent.ville\n\xc3\xa9,\xe9\n", 'line 2: column "adherent.ville": the text is not'),
     ("two rows", "adherent.nom\nA\nB\n", "it has more than one row"),
-    ("no row", "adherent.nom,adherent.ville\n", "it holds no row"),
+    ("no row", "adherent.nom,adherent.ville\n", "the file holds no row"),
     ("an open quote", 'adherent.nom\n"A\nB\n',
      "quote that opens a value in line 2 is not closed, and all that follows, up to line 3, was taken into that value"),
     ("an open quote, closed by the next one", 'adherent.nom\n"A\nB\n"C"\n',
-     "line 2: there is text behind the closing quote of a value; the quote that opens it is in line 2"),
+     "line 2: text follows the closing quote of a value; the quote that opens it is in line 2"),
     ("an open quote and much behind it", 'adherent.nom\nA\n"' + 'B\n' * (9 << 20),
      "the quote that opens a value in line 3 is not closed within 16 MB"),
     ("UTF-16", "adherent.nom\tadherent.prénom d'usage\r\nA\tŁoś\r\n".encode("utf-16"), {NAME: "A", USUAL: "Łoś"}),
     ("UTF-16, the high byte first", "\ufeffadherent.nom\r\nŁ\r\n".encode("utf-16-be"), {NAME: "Ł"}),
     ("two columns of a name", "a,a\n1,2\n", 'two columns are named "a"'),
-    ("a fault of its line", 'adherent.nom,adherent.ville\n"1\n2"x,3\n', "line 2: there is text behind the closing quote"),
+    ("a fault of its line", 'adherent.nom,adherent.ville\n"1\n2"x,3\n', "line 2: text follows the closing quote"),
 ]
 OBJECTS = [
     ("an object within", '{"adherent": {"nom": "A", "ville": null}}', {NAME: "A"}),
@@ -144,10 +144,10 @@ OBJECTS = [
     ("an empty list", '{"activites.ateliers": [], "adherent.nom": "A"}', {NAME: "A"}),
     ("the last of a name", '{"adherent.nom": "A", "adherent.nom": "B"}', {NAME: "B"}),
     ("UTF-16", '{"adherent.nom": "Ł"}'.encode("utf-16"), {NAME: "Ł"}),
-    ("no object", "[1]", "it is no JSON object"),
+    ("no object", "[1]", "not a JSON object"),
     ("a list of lists", '{"adherent.nom": [["A"]]}', "a list holds a list"),
-    ("broken off", '{"adherent.nom": "A"', "line 1, column 21: it is no JSON: unexpected end of input"),
-    ("too deep", '{"a":' * 5000, "objects stand too deep in one another"),
+    ("broken off", '{"adherent.nom": "A"', "line 1, column 21: not valid JSON: unexpected end of input"),
+    ("too deep", '{"a":' * 5000, "objects nested too deeply"),
     ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" takes it'),
 ]
 ONE_OF_EACH = "%FDF-1.2\n" + " ".join(f"{number} 0 obj<</FDF<</Fields[<</T(adherent.nom)/V({value})>>]>>>>endobj"
@@ -172,15 +172,15 @@ FORM_DATA = [
     ("a trailer without a root", f"{ONE_OF_EACH} trailer<</Size 3>>", {NAME: "last"}),
     ("a root that is not there", f"{ONE_OF_EACH} trailer<</Root 7 0 R>>", {NAME: "last"}),
     ("a root without fields", f"{ONE_OF_EACH} 5 0 obj<</Pages 6 0 R>>endobj trailer<</Root 5 0 R>>",
-     'there is no root with "/FDF"'),
+     'no root with "/FDF"'),
     ("UTF-8", encoded("utf-8", "Łoś".encode()), {NAME: "Łoś"}),
     ("UTF-8 with a mark", encoded("utf_8", "\ufeffŁoś".encode()), {NAME: "Łoś"}),
     ("UTF-16 where it is UTF-8", encoded("utf_8", "\ufeffŁoś".encode("utf-16-be")), {NAME: "Łoś"}),
     ("no UTF-8 after all", encoded("utf-8", "é".encode("latin-1")), {NAME: "é"}),
     ("PDFDocEncoding", encoded("PDFDocEncoding", "é".encode("latin-1")), {NAME: "é"}),
-    ("Shift_JIS", encoded("Shift_JIS", "表".encode("shift-jis")), 'encoding "Shift_JIS", and only Unicode is read'),
+    ("Shift_JIS", encoded("Shift_JIS", "表".encode("shift-jis")), 'encoding "Shift_JIS", only Unicode is supported'),
     ("Shift_JIS that is ASCII", encoded("Shift_JIS", b"A"), {NAME: "A"}),
-    ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'there is no root with "/FDF"'),
+    ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'no root with "/FDF"'),
 ]
 
 

@@ -390,7 +390,7 @@ TEST(AcroFormDocument, AFullDestinationChangesNothing) {
     form.Fields()["b"]->SetValue("x");
     FullStream out;
     EXPECT_FALSE(full ? form.SaveFull(out) : form.Save(out));
-    EXPECT_EQ(form.Diagnostics().Failure(), "the destination did not take all bytes");
+    EXPECT_EQ(form.Diagnostics().Failure(), "write failed: no space left");
     EXPECT_EQ(form.RawData(), read);
     EXPECT_EQ(ValuesOf(Loaded(Saved(form))), "a=1 b=x ");
   }

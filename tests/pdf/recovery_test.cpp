@@ -86,15 +86,14 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
       {"headers behind one another", Without(classic, "\nendobj\n", " endobj"), "rebuilt from 4 objects"},
       {"modern without sections", Without(modern, "/XRef", "/XXXX"), "rebuilt from"},
       {"modern and cut", Without(modern, "%%EOF").substr(0, modern.rfind("startxref") - 5), "rebuilt from"},
-      {"modern with damaged sections", Without(modern, "/W[", "/X["), "does not say how wide"},
+      {"modern with damaged sections", Without(modern, "/W[", "/X["), "has no record widths"},
       {"an entry without its type", Spoilt(classic, "trailer", " n", "xx"),
        "the entry in the cross-reference table cannot be read): its table was rebuilt from 4 objects"},
-      {"a subsection said to be short", Spoilt(classic, "trailer", "10 2", "10 1"), "is no subsection header): its"},
-      {"a broken subsection header", Spoilt(classic, "trailer", "10 2", "1x 2"), "is no subsection header): its"},
+      {"a subsection said to be short", Spoilt(classic, "trailer", "10 2", "10 1"), "is not a subsection header): its"},
+      {"a broken subsection header", Spoilt(classic, "trailer", "10 2", "1x 2"), "is not a subsection header): its"},
       {"the end lost", CutAt(classic, "startxref"), "(1 object stands behind the end of its last cross-reference"},
       {"the last %%EOF lost", CutAt(classic, "%%EOF"), "(1 object stands behind"},
-      {"the last startxref lost", CutAt(classic, "startxref") + "%%EOF\n",
-       "no number alone stands behind \"startxref\""},
+      {"the last startxref lost", CutAt(classic, "startxref") + "%%EOF\n", "no number follows \"startxref\""},
       {"the last section lost", CutAt(classic, "xref\n10 1"), "(1 object stands behind"},
       {"modern and the end lost", CutAt(modern, "startxref"), "(3 objects stand behind"},
       {"modern and the last section lost", CutAt(modern, "8 0 obj"), "(2 objects stand behind"},
@@ -144,7 +143,7 @@ TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
       {"a header behind a word", Spoilt(behind.Bytes().ToString(), "trailer", " n", "  "), "a=1 ", "a=1 b=2 ",
        "rebuilt from 4 objects"},
       {"an object stream behind a word", Without(packed.Bytes().ToString(), "10 2 ]", "10 9 ]"), "a=1 b=2 ", "a=1 b=2 ",
-       "does not hold all records"},
+       "has fewer records"},
   };
   for (const Odd& c : cases) {
     ZAcroForm strict, form;
@@ -255,7 +254,7 @@ TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
       {"%PDF-1.4\n%c\n1 0 obj<</Type/Page>>endobj\ntrailer<</Root 1 1 R>>%%EOF",
        "\"startxref\" is missing; a scan of the file finds no document catalog"},
       {"%PDF-1.4\n%c\n1 0 obj<</Type/Catalog>>endobj\ntrailer<</Root 1 0 R/Encrypt 7 0 R>>",
-       "the encryption dictionary that the trailer refers to is not there"},
+       "the encryption dictionary that the trailer refers to is missing"},
   };
   for (const auto& [bytes, failure] : cases) {
     ZPDFParser parser;
@@ -348,8 +347,8 @@ TEST(RecoveryTest, HeadersWithoutAVersion) {
     Chaine saved;
     ZInetChaineOStream out(saved);
     ASSERT_TRUE(Load(form, Without(Paged(), "%PDF-1.4", version), false));
-    EXPECT_EQ(WarningsOf(form), std::string("the header \"") + version +
-                                    "\" names no version; 1.7 is written where the file is written anew\n");
+    EXPECT_EQ(WarningsOf(form),
+              std::string("the header \"") + version + "\" has no version; a rewritten file gets version 1.7\n");
     ASSERT_TRUE(form.SaveFull(out));
     EXPECT_TRUE(saved.View().starts_with("%PDF-1.7\n")) << version;
   }

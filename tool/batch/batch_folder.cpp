@@ -73,7 +73,7 @@ bool BatchFolder::Take(const std::string& folder, std::string* error) {
   std::string reason;
   switch (lock_.Take(PathOf(std::string(kLock)), &reason)) {
     case OsFileLock::Outcome::kTaken: return true;
-    case OsFileLock::Outcome::kHeldByAnother: *error = "another batch is at work in the folder " + folder; break;
+    case OsFileLock::Outcome::kHeldByAnother: *error = "another batch is running in the folder " + folder; break;
     case OsFileLock::Outcome::kFailed: *error = "the folder " + folder + " cannot be locked: " + reason; break;
   }
   return false;

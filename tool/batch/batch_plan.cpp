@@ -73,7 +73,7 @@ bool BatchPlan::TakeMaps(const BatchOptions& options, const Reports& reports, Co
   for (const auto& [name, reference] : mapper.Maps()) {
     const auto found = reports.find(name.ToString());
     if (found == reports.end()) {
-      console.Warn("the maps name a field \"" + name.ToString() + "\", which the form has not" +
+      console.Warn("the maps name a field \"" + name.ToString() + "\", which the form does not have" +
                    filler_->NearNamesOf(name).ToString());
     } else if (reference.IsMapped()) {
       const size_t before = fields_.size();

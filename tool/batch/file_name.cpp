@@ -67,13 +67,13 @@ bool FileNamePattern::Parse(std::string_view pattern, std::string* error) {
       return false;
     }
     if (IsRefused(c)) {
-      *error = std::string("a file name cannot hold \"") + c + "\"";
+      *error = std::string("a file name cannot contain \"") + c + "\"";
       return false;
     }
     literals_.back() += c;
   }
   if (!keys_.empty()) return true;
-  *error = "it names no column, such as {id}, so that all rows would have the same name";
+  *error = "the name has no column, such as {id}: all rows would get the same file";
   return false;
 }
 
@@ -100,7 +100,7 @@ std::string FileNamePattern::Make(const ValueOf& value_of, std::string* error) c
     stem += *value + literals_[i + 1];
   }
   std::string name = SafeFileName(stem, kSuffix);
-  if (name.empty()) *error = "nothing is left of the name of its file";
+  if (name.empty()) *error = "the file name is empty";
   return name;
 }
 

@@ -133,7 +133,7 @@ bool Ledger::WriteHeader(std::string* error) {
 bool Ledger::Open(const std::string& path, uint64_t job, std::string* error) {
   if (!Read(path, error)) return false;
   if (header_.job != job) {
-    *error = "the form, the maps or the names of the files are others than those of the earlier batch";
+    *error = "the form, the maps or the file names differ from those of the earlier batch";
     return false;
   }
   header_.run++;

@@ -110,7 +110,7 @@ bool BatchRun::Prepare() {
     return false;
   }
   if (reader_->Header() != nullptr && !plan_.Feeds(*reader_->Header())) {
-    console_.Fail("no column of it feeds a field of the form");
+    console_.Fail("no column has the name of a field");
     return false;
   }
   if (reader_->Header() != nullptr && !HasNameColumns(*reader_->Header())) return false;
@@ -260,7 +260,7 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
 }
 
 void BatchRun::Fill(const Task& task, RowFiller& filler, unsigned number) {
-  std::string error = "the filled form cannot be made";
+  std::string error = "the form cannot be filled";
   const Chaine bytes = filler.Fill(task.row);
   if (!bytes.IsEmpty() && folder_.Write(task.seat, number, bytes, &error)) {
     report_.Filled();

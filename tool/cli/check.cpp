@@ -61,7 +61,7 @@ void AddRules(const ZAcroFormChangeRules& rules, const std::vector<FieldReport>&
 }
 
 std::string SectionsText(const ZPDFParser& parser) {
-  if (parser.SectionCount() == 0) return "a table made anew";
+  if (parser.SectionCount() == 0) return "a rebuilt table";
   return Count(parser.SectionCount(), "cross-reference section") +
          (parser.XRefIsStream() ? (parser.SectionCount() == 1 ? " (a stream)" : " (the newest a stream)") : "");
 }

@@ -244,7 +244,7 @@ int RunImport(const ImportOptions& options) {
     console.Fail(mended.Diagnostics().Failure());
     return console.Finish();
   }
-  if (!is_classic) Say("a cross-reference table, for cross-reference streams; the file is written anew");
+  if (!is_classic) Say("a cross-reference table, for cross-reference streams; the file is written as a new file");
   for (const std::string& fault : CheckTemplate(mended)) console.Warn(fault);
   WriteOutput(options.output, bytes, console);
   return console.Finish();

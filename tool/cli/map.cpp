@@ -59,7 +59,7 @@ class MapTable {
     for (const FieldReport* field : unmapped) table.AddRow({field->name, field->type, "-", ""});
     for (const auto& [name, reference] : mapper_.Maps()) {
       if (!seen.contains(name.ToString())) {
-        console_.Warn("the maps name a field \"" + name.ToString() + "\", which the form has not");
+        console_.Warn("the maps name a field \"" + name.ToString() + "\", which the form does not have");
       }
     }
     return table.Text(TerminalColumns());

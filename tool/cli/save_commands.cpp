@@ -56,7 +56,7 @@ int RunRewrite(const RewriteOptions& options) {
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   const bool loses = CheckFile(form, console);
-  if (ZAcroFormChangeRules(form).IsSigned()) console.Warn("is signed: the signatures do not hold any more");
+  if (ZAcroFormChangeRules(form).IsSigned()) console.Warn("is signed: the signatures are no longer valid");
   console.WarnAll(form.Diagnostics());
   if (!MayWriteAnew(loses, options.recover, options.force, console)) return console.Finish();
   Chaine bytes;

@@ -152,7 +152,8 @@ bool MakePlan(const ServeOptions& options, Plan* plan) {
 bool CheckTemplates(const std::string& folder) {
   const ZTemplateStorage storage{Chaine(folder)};
   if (std::error_code error; !std::filesystem::is_directory(FilePath(folder), error)) {
-    Console(folder).Fail(std::filesystem::exists(FilePath(folder), error) ? "is no folder" : "there is no such folder");
+    Console(folder).Fail(std::filesystem::exists(FilePath(folder), error) ? "is not a folder"
+                                                                          : "the folder does not exist");
     return false;
   }
   const PTableau<Chaine> codes = storage.Codes();

@@ -90,7 +90,7 @@ int RunSubmissions(const SubmissionsOptions& options) {
   if (options.format != "xfdf") {
     Print(options.format == "json" ? AsJSON(submissions) : AsCSV(submissions, options.raw));
   } else if (submissions.empty()) {
-    console.Fail("there is no such submission");
+    console.Fail("the submission does not exist");
   } else {
     Print(submissions.back().xfdf);
   }

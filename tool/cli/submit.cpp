@@ -127,7 +127,7 @@ int RunSubmit(const SubmitOptions& options) {
   const std::string mode = ModeOf(form);
   const ZAcroFormField* const button = ShownButton(form, mode == "modify" ? ZDocument::eModify : ZDocument::eConsult);
   if (button == nullptr) {
-    console.Fail("the form shows no button that submits it");
+    console.Fail("the form has no visible button that submits it");
     return console.Finish();
   }
   const ZInetURL target = button->GetAction()->URL();

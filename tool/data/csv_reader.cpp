@@ -51,7 +51,7 @@ void CsvReader::Sniff() {
 
 void CsvReader::ReadHeader() {
   if (!SkipEmptyLines()) {
-    failure_ = "there is no table in it";
+    failure_ = "the file holds no table";
     return;
   }
   Sniff();
@@ -119,7 +119,7 @@ CsvReader::Stop CsvReader::ReadCell(std::string* text, std::string* fault) {
   std::string surplus;
   const Stop stop = ReadPlain(&surplus);
   if (surplus.empty() || !fault->empty()) return stop;
-  *fault = "there is text behind the closing quote of a value";
+  *fault = "text follows the closing quote of a value";
   if (is_long) *fault += "; the quote that opens it is in line " + std::to_string(line);
   return stop;
 }

@@ -53,7 +53,7 @@ bool ReadCSV(std::string_view text, ZXFDF* data, uint64_t* line, std::string* er
   CsvReader reader(std::move(source));
   Row row;
   if (!reader.Next(&row)) {
-    *error = reader.Failure().empty() ? "it holds no row" : reader.Failure();
+    *error = reader.Failure().empty() ? "the file holds no row" : reader.Failure();
     return false;
   }
   if (!row.fault.empty()) {
@@ -115,7 +115,7 @@ bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& con
     return false;
   }
   if (!error.empty()) console.Warn(error);
-  if (!data->HasFields()) console.Warn("the data hold no fields: nothing is filled");
+  if (!data->HasFields()) console.Warn("the data hold no fields: nothing was filled");
   return true;
 }
 

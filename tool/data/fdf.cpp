@@ -238,13 +238,13 @@ bool ReadFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
   FDFObjects objects(bytes);
   const ZPDFNodeDictionary* root = objects.Root();
   if (root == nullptr) {
-    *error = "it is no FDF file: there is no root with \"/FDF\"";
+    *error = "not an FDF file: no root with \"/FDF\"";
     return false;
   }
   FDFEncoding encoding(*root);
   FDFReader(&encoding, data, error).ReadFields(root->GetTarget("/Fields"), std::string(), 0);
   if (!encoding.IsMissed()) return true;
-  *error = "its texts are in the encoding \"" + encoding.Name() + "\", and only Unicode is read; save it as XFDF";
+  *error = "the file is in the encoding \"" + encoding.Name() + "\", only Unicode is supported: save it as XFDF";
   return false;
 }
 

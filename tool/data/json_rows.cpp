@@ -30,11 +30,11 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   bool number_unsigned(number_unsigned_t number) override { return AddText(std::to_string(number)); }
   bool number_float(number_float_t, const string_t& digits) override { return AddText(digits); }
   bool string(string_t& text) override { return AddText(std::move(text)); }
-  bool binary(binary_t&) override { return Fail("it holds bytes"); }
+  bool binary(binary_t&) override { return Fail("the object holds binary data"); }
 
   bool start_object(size_t) override {
     if (in_list_) return Fail("a list holds an object");
-    if (depth_++ > kMaxDepth) return Fail("objects stand too deep in one another");
+    if (depth_++ > kMaxDepth) return Fail("objects nested too deeply");
     starts_.push_back(prefix_.size());
     if (depth_ > 1) prefix_ += key_ + ".";
     return true;
@@ -50,7 +50,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
     return true;
   }
   bool start_array(size_t) override {
-    if (depth_ == 0) return Fail("it is a list, not an object");
+    if (depth_ == 0) return Fail("the row is a list, not an object");
     if (in_list_) return Fail("a list holds a list");
     in_list_ = true;
     list_started_ = false;
@@ -66,7 +66,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
     // Before it stand names of that library, and the place.
     const std::string_view text = fault.what();
     const size_t dash = text.find(" - ");
-    return Fail("it is no JSON" + (dash == text.npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
+    return Fail("not valid JSON" + (dash == text.npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
   }
 
   std::vector<std::string> TakeNames() { return std::move(names_); }
@@ -85,7 +85,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
     return Add(std::move(cell));
   }
   bool Add(Cell cell) {
-    if (depth_ == 0) return Fail("it is no JSON object");
+    if (depth_ == 0) return Fail("not a JSON object");
     if (in_list_ && list_started_) {
       row_->cells.back().more.push_back(std::move(cell.text));
       return true;

@@ -23,11 +23,11 @@ std::unique_ptr<RowReader> OpenRows(const std::string& path, std::string* error)
   if (!error->empty()) return nullptr;
   const std::string_view text = TrimBlanks(head.starts_with("\xEF\xBB\xBF") ? head.substr(3) : head);
   if (text.starts_with('<') || text.starts_with("%FDF")) {
-    *error = "it is no table";
+    *error = "the file is not a table";
     return nullptr;
   }
   if (text.starts_with('[')) {
-    *error = "it is one JSON list; a table has one object on each line";
+    *error = "the file is one JSON list; a table has one object on each line";
     return nullptr;
   }
   std::unique_ptr<RowReader> reader;

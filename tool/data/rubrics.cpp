@@ -50,7 +50,7 @@ bool Rubrics::ReadRows(const std::string& path, ZFieldSet& set, Console& console
   const std::unique_ptr<RowReader> reader = OpenRows(path, &error);
   Row row;
   if (reader == nullptr || !reader->Next(&row)) {
-    console.Fail(reader == nullptr ? error : reader->Failure().empty() ? "it holds no row" : reader->Failure());
+    console.Fail(reader == nullptr ? error : reader->Failure().empty() ? "the file holds no row" : reader->Failure());
     return false;
   }
   if (!row.fault.empty()) {
@@ -99,7 +99,7 @@ bool ReadMaps(const std::string& path, const std::string& section, const std::st
   if (section.empty() && ini.Open(path) && !ini.SectionNames().empty()) {
     std::string names;
     for (const Chaine& name : ini.SectionNames()) names += (names.empty() ? "" : ", ") + name.ToString();
-    console.Fail("it has several sections; --section says which: " + names);
+    console.Fail("the file has several sections, choose one with --section: " + names);
   } else {
     console.Fail(storage.LastError());
   }

@@ -40,8 +40,9 @@ bool CheckFile(ZAcroForm& form, Console& console) {
 
 bool MayWriteAnew(bool loses, bool recover, bool force, Console& console) {
   if (!loses || force) return true;
-  console.Fail(std::string("pages or the form need what cannot be read, and would lose it: nothing was written. ") +
-               (recover ? "" : "--recover looks for it in the file, ") + "--force writes the rest");
+  console.Fail(
+      std::string("pages or the form need objects that cannot be read and would be lost: nothing was written. ") +
+      (recover ? "" : "--recover looks for it in the file, ") + "--force writes the rest");
   return false;
 }
 

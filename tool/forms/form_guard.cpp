@@ -7,7 +7,7 @@ namespace {
 
 using XFA = ZAcroFormChangeRules::XFA;
 
-constexpr const char* kNoneHolds = "the signatures do not hold any more";
+constexpr const char* kNoneHolds = "the signatures are no longer valid";
 
 }  // namespace
 
@@ -15,17 +15,18 @@ FormGuard::FormGuard(const ZAcroForm& form, const GuardOptions& options)
     : rules_(form), options_(options), saves_anew_(form.SavesAnew()) {}
 
 bool FormGuard::AllowsFilling(Console& console) const {
-  if (rules_.PermissionsForbidFilling()) console.Warn("its permissions forbid filling in fields");
-  if (rules_.IsSigned() && saves_anew_) console.Warn(std::string("is signed and is written anew: ") + kNoneHolds);
+  if (rules_.PermissionsForbidFilling()) console.Warn("the permissions forbid filling in fields");
+  if (rules_.IsSigned() && saves_anew_)
+    console.Warn(std::string("is signed and is written as a new file: ") + kNoneHolds);
   const Chaine fault = rules_.FaultOfFilling();
   if (!options_.force) {
     if (!fault.IsEmpty()) console.Warn(fault + ": nothing is filled; --force fills it all the same");
     return fault.IsEmpty();
   }
   if (!fault.IsEmpty()) {
-    console.Warn(fault + ": it is filled all the same, and the signature does not hold any more");
+    console.Warn(fault + ": it is filled anyway, and the signature is no longer valid");
   } else if (rules_.HasLocks()) {
-    console.Warn(std::string("locked fields are written all the same: ") + kNoneHolds + " where one changes");
+    console.Warn(std::string("locked fields are written anyway: ") + kNoneHolds + " where one changes");
   }
   return true;
 }

@@ -62,12 +62,12 @@ void CheckNames(const ZAcroFormServerForm& form, std::vector<std::string>* fault
 
 void CheckRules(const ZAcroFormChangeRules& rules, std::vector<std::string>* faults) {
   if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kAlone) {
-    faults->emplace_back("is a form of XFA alone: it has no fields to fill in");
+    faults->emplace_back("is a form of XFA only: it has no fields to fill in");
   } else if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kBeside) {
     faults->emplace_back("has an XFA form beside its fields: it is left out of what is served");
   }
   if (rules.HasUsageRights()) faults->emplace_back("has usage rights (\"/UR3\"): they are left out of what is served");
-  if (rules.IsSigned()) faults->emplace_back("is signed: its signatures do not hold in what is served");
+  if (rules.IsSigned()) faults->emplace_back("is signed: its signatures are not valid in the form that is served");
   if (rules.PermissionsForbidFilling()) faults->emplace_back("has permissions that forbid filling in fields");
 }
 

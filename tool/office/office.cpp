@@ -117,7 +117,7 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     if (outcome_ == nullptr || outcome_->Wait(kStoreTime)) return;
     // The same may be submitted again.
     if (accepted_) TransactionManager().Restore(submitted_.id, submitted_.count);
-    Refuse(503, "it could not be stored");
+    Refuse(503, "the submission could not be stored");
     response.MakeErrorPage(503);
   }
 

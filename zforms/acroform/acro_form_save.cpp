@@ -222,7 +222,7 @@ void ZAcroForm::FinishSave() {
 }
 
 bool ZAcroForm::FailSave(const Chaine& reason) {
-  notes_.SetFailure(reason.IsEmpty() ? Chaine("the destination did not take all bytes") : reason);
+  notes_.SetFailure(reason.IsEmpty() ? Chaine("write failed: no space left") : reason);
   return false;
 }
 

@@ -66,8 +66,7 @@ void FormFiller::Fill(const ZXFDFFieldCollection& from, const Chaine& above) {
     Chaine name = above;
     AppendPartialName(&name, true, field.Name());
     if (name.size() > ZXFDFFieldCollection::kMaxFullName) {
-      diagnostics_->Warn("a field name of the data is too long, what stands under it is left out: " + name.Mid(0, 60) +
-                         "...");
+      diagnostics_->Warn("field name too long, it and the fields below it are left out: " + name.Mid(0, 60) + "...");
       continue;
     }
     FillField(field, name);

@@ -69,14 +69,14 @@ bool ZPDFForwardReader::PassStray() {
     case '}': break;
     default: return false;
   }
-  WarnOfName({at_, length}, "stands where nothing is open");
+  WarnOfName({at_, length}, "does not belong here");
   at_ += length;
   return true;
 }
 
 // An empty array or dictionary for one that stands too deep, in which nothing is read.
 ZPDFNode* ZPDFForwardReader::LeaveOut() {
-  Warn("nested too deep, the inner part is left out");
+  Warn("nested too deeply, the inner part is left out");
   const bool is_array = *at_ == '[';
   at_ += FirstElementLength({at_, static_cast<size_t>(end_ - at_)}, ScanStop::kEndobj);
   if (is_array) return ZPDFNode::MakeParsed<ZPDFNodeArray>(pool_, provider_);
@@ -107,7 +107,7 @@ ZPDFNode* ZPDFForwardReader::OddHexadecimal() {
     closed = stop < rest.size() && rest[stop] == '>' && rest.substr(0, stop).find("endobj") == std::string_view::npos;
     length = closed ? stop : sound;
     searched_in_vain_ += stop - length;
-    Warn(closed ? "a hexadecimal string holds what is no digit" : "a hexadecimal string is not closed");
+    Warn(closed ? "a hexadecimal string has a character that is no digit" : "a hexadecimal string is not closed");
   }
   Chaine digits;
   for (const char c : rest.substr(0, length)) {
@@ -159,7 +159,7 @@ bool ZPDFForwardReader::BeginsNextObject() {
 
 void ZPDFForwardReader::TellRepeated(const ZPDFChildList& list) {
   const auto tell = [&](size_t at) {
-    WarnOfName(list.keys[at], "is a key that its dictionary holds more than once, the first one counts");
+    WarnOfName(list.keys[at], "is in its dictionary more than once, the first one counts");
   };
   if (list.size <= ZPDFChildList::kFewKeys) {
     for (size_t i = list.FindRepeated(0); i < list.size; i = list.FindRepeated(i + 1)) tell(i);

@@ -36,7 +36,7 @@ ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
 ZPDFNode* ReadValue(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
   if (text.IsDocument()) {
     ZPDFNode* const value = ReadForward(text, provider, encrypter);
-    if (value == nullptr) text.Warn("it has no value");
+    if (value == nullptr) text.Warn("the object has no value");
     return value;
   }
   ZPDFTokenizedString value_text = TakeValue(text);
@@ -144,7 +144,7 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildPacked(ZPDFTokenizedString&
   auto* object = MakeParsed<ZPDFNodeIndirectObject>(text.Pool(), encryption, id, provider);
   ZPDFNode* value = ReadValue(text, provider, ZPDFEncrypterNeutral::Default());
   if (value != nullptr) object->AdoptValue(value, text.Pool());
-  if (text.IsDocument() && !text.IsEmpty()) text.Warn("something stands behind its value, which is left out");
+  if (text.IsDocument() && !text.IsEmpty()) text.Warn("the text after its value is left out");
   return object;
 }
 

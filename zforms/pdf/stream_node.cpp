@@ -131,7 +131,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   const size_t stated = stated_length == nullptr ? 0 : stated_length->GetUIntValue();
   text.TakeFirst(kStream.size());
   if (text.IsDocument()) {
-    if (!IsLength(stated_length)) text.Warn("the stream has no \"/Length\" that is a number");
+    if (!IsLength(stated_length)) text.Warn("the stream has no valid \"/Length\"");
     if (!text.StartWith('\n') && !text.StartWith("\r\n")) text.Warn("\"stream\" does not end its line");
   }
   text.TakeFirst(LineEndLength(text.View()));

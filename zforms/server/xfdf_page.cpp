@@ -85,7 +85,7 @@ bool ZHTTPServerPageXFDFSession::Read(const Chaine& body) {
   Chaine text;
   std::string error;
   if (!ZXMLReader::ToUTF8(body, ZInetEncodedBuffer::eDetect, &text, &error)) {
-    Refuse(409, "it is no XML: " + Chaine(error));
+    Refuse(409, "not valid XML: " + Chaine(error));
   } else if (text.size() > kMaxText) {
     Refuse(413, kTooMuch);
   } else if (const XFDFSurvey survey = XFDFSurvey::Of(text, kMaxNodes); survey.nodes > kMaxNodes) {
@@ -111,7 +111,7 @@ bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
     }
     if (!Read(request.Body())) return false;
   }
-  if (!IsInError() && !xfdf_.HasIDS()) Refuse(409, "it is no XFDF document with identifiers of a form");
+  if (!IsInError() && !xfdf_.HasIDS()) Refuse(409, "not an XFDF document with the identifiers of a form");
   if (!IsInError() && !xfdf_.HasPDFHRef()) {
     ZInetURL href;
     href.SetProtocol("http");

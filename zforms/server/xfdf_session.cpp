@@ -80,7 +80,7 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
   ZAcroFormServerForm form;
   const ZDocument::Status status = ZAcroFormServerPDFHandler::StatusFromURL(href);
   if (!HTTPServer()->PrepareForm(answer, code, status, &form)) {
-    return Refuse(404, "the template of its form is not there or cannot be read");
+    return Refuse(404, "the template of the form is missing or cannot be read");
   }
   // Room for values that are long is asked for at once: growing into it would take it twice.
   Chaine bytes;

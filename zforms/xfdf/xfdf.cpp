@@ -257,7 +257,7 @@ bool ZXFDF::Save(ZInetOStream* out) const {
   ZInetCRLFToLFOStream filter(out);
   ZXMLOptimizeFOStream gathered(&filter, ZXMLOptimizeFOStream::eRawLineEnds | ZXMLOptimizeFOStream::eShortEmpty);
   if (xml_.Write(&gathered, false, &last_replaced_)) return true;
-  last_error_ = "the destination takes no more bytes";
+  last_error_ = "write failed: no space left";
   return false;
 }
 

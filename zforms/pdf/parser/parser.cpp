@@ -175,14 +175,14 @@ bool ZPDFParser::Analyze() {
     const size_t startxref = file.rfind("startxref", eof);
     if (startxref == std::string_view::npos) return Fail("\"startxref\" is missing");
     const std::string_view offset = TrimBlanks(file.substr(startxref + 9, eof - startxref - 9));
-    if (!AllDigits(offset)) diagnostics_.WarnAt(startxref, "no number alone stands behind \"startxref\"");
+    if (!AllDigits(offset)) diagnostics_.WarnAt(startxref, "no number follows \"startxref\"");
     xref_offset_ = ParseUInt(offset);
   }
   if (!FillLocations(xref_offset_)) return false;
   if (diagnostics_.Warnings().Size() > 0) oddity_ = ZDiagnostics::Describe(*diagnostics_.Warnings().begin());
   if (!NamesVersion()) {
     diagnostics_.Warn("the header \"" + PDFVersion().Mid(0, kShownHeader) +
-                      "\" names no version; 1.7 is written where the file is written anew");
+                      "\" has no version; a rewritten file gets version 1.7");
   }
   return PrepareEncryption();
 }
@@ -196,7 +196,7 @@ bool ZPDFParser::PrepareEncryption() {
       diagnostics_.Warn("strings and streams are not decrypted: " + EncryptionRefusal(*encryption_));
     }
   } else if (NodeCast<ZPDFNodeIndirectReference>(trailer_->GetDirect("/Encrypt")) != nullptr) {
-    return Fail("the encryption dictionary that the trailer refers to is not there");
+    return Fail("the encryption dictionary that the trailer refers to is missing");
   }
   return true;
 }
@@ -221,7 +221,7 @@ bool ZPDFParser::TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifie
 
 ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
   if (offset >= raw_data_.size()) {
-    diagnostics_.WarnObject(id.Number(), id.Generation(), "its offset lies past the end of the file", offset);
+    diagnostics_.WarnObject(id.Number(), id.Generation(), "the offset is past the end of the file", offset);
     return nullptr;
   }
   const size_t reach = search_budget_ == 0 ? kShortSearch : raw_data_.size() - offset;
@@ -239,7 +239,8 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
     const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());
   } else {
-    diagnostics_.WarnObject(id.Number(), id.Generation(), "the cross-reference table does not lead to it", begin);
+    diagnostics_.WarnObject(id.Number(), id.Generation(), "the cross-reference table does not point to the object",
+                            begin);
   }
   const uint64_t looked_at = text.Offset() - offset + text.SearchedInVain();
   search_budget_ -= std::min(search_budget_, looked_at);

@@ -104,7 +104,7 @@ void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeD
   const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));
   const uint32_t offset = place == nullptr ? 0 : place->GetUIntValue();
   const size_t last_record = locations_.Size();
-  Chaine reason("the trailer does not say where it stands");
+  Chaine reason("the trailer has no offset for it");
   if (sections_.contains(offset)) return;
   sections_.insert(offset);
   if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
@@ -132,7 +132,7 @@ bool ZPDFParser::FillLocations(uint32_t offset) {
     if (trailer_ == nullptr) trailer_ = std::move(trailer);
     if (offset == 0) break;
     if (sections_.contains(offset) || search_budget_ == 0) {
-      diagnostics_.WarnAt(offset, "the chain of cross-reference sections leads back to what was already read");
+      diagnostics_.WarnAt(offset, "the chain of cross-reference sections forms a loop");
       break;
     }
   }

@@ -16,9 +16,9 @@
 namespace zforms {
 namespace {
 
-constexpr std::string_view kTooLarge = "its data would be larger than is allowed";
+constexpr std::string_view kTooLarge = "its data exceed the size limit";
 constexpr std::string_view kDamaged = "its compressed data are damaged";
-constexpr std::string_view kUnknownFilter = "its filter is not one that is read";
+constexpr std::string_view kUnknownFilter = "unsupported filter";
 constexpr size_t kFirstPiece = 4096;
 // So much is inflated before it is known how much there is.
 constexpr size_t kUnmeasured = 16 << 20;

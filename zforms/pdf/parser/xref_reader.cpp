@@ -46,7 +46,7 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
                                                          ZPDFLocations& locations) {
   const std::string_view file = file_.View();
   if (offset >= file.size()) {
-    reason_ = "the cross-reference offset lies past the end of the file";
+    reason_ = "the cross-reference offset is past the end of the file";
     return nullptr;
   }
   offset_ = offset;
@@ -55,7 +55,7 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
   text_ = file.substr(offset, end == std::string_view::npos ? end : end - offset);
   at_ = SkipWhites(text_, 0);
   if (!text_.substr(at_).starts_with("xref")) {
-    reason_ = "no cross-reference section stands at the stated offset";
+    reason_ = "no cross-reference section at the stated offset";
     return nullptr;
   }
   at_ += 4;
@@ -104,7 +104,7 @@ bool ZPDFXrefReader::ReadTable(ZPDFLocations& locations) {
     if (line.empty()) return false;
     const Fields fields = Split(line);
     if (fields.count != 2 || !AllDigits(fields.at[0]) || !AllDigits(fields.at[1])) {
-      Warn("a line of the cross-reference table is no subsection header");
+      Warn("a line of the cross-reference table is not a subsection header");
       continue;
     }
     if (!ReadSubsection(ParseUInt(fields.at[0]), ParseUInt(fields.at[1]), locations)) {

@@ -71,7 +71,7 @@ std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t 
   ZPDFTokenizedString text = file_.Part(offset, file_.GetLength());
   ZPDFObjectIdentifier id;
   if (!TakeHeader(text, &id)) {
-    reason_ = "no cross-reference stream stands at the stated offset";
+    reason_ = "no cross-reference stream at the stated offset";
     return nullptr;
   }
   // Without a provider: a reference can lead nowhere yet.
@@ -79,7 +79,7 @@ std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t 
   scanned_ = text.Offset() - std::min(text.Offset(), offset) + text.SearchedInVain();
   const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
   if (stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef") return object;
-  reason_ = "the object at the cross-reference offset is no cross-reference stream";
+  reason_ = "the object at the cross-reference offset is not a cross-reference stream";
   return nullptr;
 }
 
@@ -119,7 +119,7 @@ bool ZPDFXrefStreamReader::ReadWidths(const ZPDFNodeDictionary& dictionary) {
 bool ZPDFXrefStreamReader::ReadRecords(const ZPDFNodeDictionary& dictionary, std::string_view data,
                                        ZPDFLocations& locations) {
   if (!ReadWidths(dictionary)) {
-    reason_ = "the cross-reference stream does not say how wide its records are (\"/W\")";
+    reason_ = "the cross-reference stream has no record widths (\"/W\")";
     return false;
   }
   bool whole = true;
@@ -133,7 +133,7 @@ bool ZPDFXrefStreamReader::ReadRecords(const ZPDFNodeDictionary& dictionary, std
     whole = IsNumber(first) && IsNumber(count) &&
             ReadSubsection(first->GetUIntValue(), count->GetUIntValue(), &data, locations);
   }
-  if (!whole) Warn("the cross-reference stream does not hold all records that it announces");
+  if (!whole) Warn("the cross-reference stream has fewer records than it announces");
   return true;
 }
 

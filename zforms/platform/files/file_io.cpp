@@ -95,7 +95,7 @@ bool ReadToEnd(const ReadStep& step, uint64_t size, Chaine* out, std::string* er
     *out = std::move(bytes);
     return true;
   } catch (const std::bad_alloc&) {
-    return Fail(error, "there is not enough memory for all of it");
+    return Fail(error, "not enough memory for the file");
   }
 }
 
