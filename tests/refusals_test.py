@@ -9,7 +9,7 @@ import sys
 import tempfile
 import zipfile
 
-from tool_case import SAMPLES, TOOL, expect, run_tests, same, zforms
+from tool_case import SANITIZED, SAMPLES, TOOL, expect, run_tests, same, zforms
 
 SAMPLE = SAMPLES / "membership_form.pdf"
 
@@ -90,9 +90,9 @@ def test_what_is_read_stays(folder):
 
 
 def test_input_without_end(_):
-    """Devices, pipes and files of many GB, with 1 GB of memory."""
+    """Devices, pipes and files of many GB, with 1 GB of memory; the sanitizers need more addresses than that."""
     def run(*arguments, producer=None):
-        limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
+        limit = None if SANITIZED else lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
         source = producer and subprocess.Popen(producer, shell=True, stdout=subprocess.PIPE)
         done = subprocess.run([TOOL, *map(str, arguments)], stdin=source and source.stdout, capture_output=True,
                               preexec_fn=limit, timeout=60)
@@ -107,7 +107,8 @@ def test_input_without_end(_):
     one_line("a pipe", run("check", "-", producer="yes"), no_header)
     one_line("data", run("fill", SAMPLE, "/dev/zero", "-o", "/dev/null"), "is no text")
     one_line("a pipe of data", run("fill", SAMPLE, "-", "-o", "/dev/null", producer="yes"), "is larger than 256 MB")
-    one_line("a form without end", run("check", "-", producer="printf '%%PDF-1.4\\n'; exec yes"), "not enough memory")
+    if not SANITIZED:
+        one_line("a form without end", run("check", "-", producer="printf '%%PDF-1.4\\n'; exec yes"), "not enough memory")
     with tempfile.NamedTemporaryFile() as file:
         file.write(b"%PDF-1.4\n")
         file.truncate(5 << 30)

@@ -21,7 +21,7 @@ import threading
 import time
 from xml.sax.saxutils import escape
 
-from tool_case import page_fields, restricted_form
+from tool_case import SANITIZED, page_fields, restricted_form
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TOOL = os.environ.get("ZFORMS_TOOL", str(ROOT / "build/dev/bin/zforms"))
@@ -371,7 +371,8 @@ def long_submissions(folder):
         most = memory(server)
         expect(server.ask("POST", SAVE, server.open_form().replace("<fields>", "<fields>" + deep, 1).encode())[0] == 200,
                "deep fields without value")
-        expect(memory(server) - most < 150, f"they take {memory(server) - most} MB")
+        # A sanitizer holds what was freed back for a while.
+        expect(SANITIZED or memory(server) - most < 150, f"they take {memory(server) - most} MB")
         # Killed while it stores one: nothing of it is seen, and the next start drops what is there.
         killer = threading.Thread(target=server.send, args=(count_raised(count_raised(long_one)).encode(),))
         killer.start()

@@ -9,6 +9,8 @@ sys.dont_write_bytecode = True
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SAMPLES = ROOT / "samples"
 TOOL = os.environ.get("ZFORMS_TOOL", "")
+# Whether the tool runs under sanitizers, which need memory and time of their own.
+SANITIZED = "ZFORMS_SANITIZED" in os.environ
 sys.path.insert(0, str(SAMPLES))
 from form_writer import COMBO, MULTI_SELECT, MULTILINE, NO_EXPORT, RADIO, Document, Name, Ref, Text, WideText
 
