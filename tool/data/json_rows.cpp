@@ -66,7 +66,8 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
     // Before it stand names of that library, and the place.
     const std::string_view text = fault.what();
     const size_t dash = text.find(" - ");
-    return Fail("not valid JSON" + (dash == text.npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
+    return Fail("not valid JSON" +
+                (dash == std::string_view::npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
   }
 
   std::vector<std::string> TakeNames() { return std::move(names_); }

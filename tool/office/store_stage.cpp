@@ -111,7 +111,7 @@ std::string Store::Stage(Submission* submission, bool accepted) {
   for (auto& [name, value] : submission->fields) {
     if (!done || !accepted || name.empty() || value.size() <= kStep) continue;
     // Of several of a name the last one counts.
-    const auto has_name = [&name](const auto& field) { return field.first == name; };
+    const auto has_name = [&wanted = name](const auto& field) { return field.first == wanted; };
     const auto last = std::find_if(submission->fields.rbegin(), submission->fields.rend(), has_name);
     if (&last->second == &value) {
       done = stage_text(name, &value);
@@ -162,7 +162,7 @@ void Store::ReadPieces(int64_t key, Submission* submission) {
       Get("SELECT name, text FROM pieces WHERE submission = ? ORDER BY id").Bind(static_cast<uint64_t>(key));
   while (rows.Next()) {
     const std::string name = rows.Text(0);
-    const auto has_name = [&name](const auto& field) { return field.first == name; };
+    const auto has_name = [&wanted = name](const auto& field) { return field.first == wanted; };
     const auto field = std::find_if(submission->fields.begin(), submission->fields.end(), has_name);
     if (name.empty()) submission->xfdf += rows.Text(1);
     if (!name.empty() && field != submission->fields.end()) field->second += rows.Text(1);

@@ -125,7 +125,9 @@ bool ZPDFParser::Fail(std::string_view reason) {
 
 ReadLimits ZPDFParser::InputLimits(bool recover) {
   const auto look = [recover](std::string_view head, uint64_t size) -> std::string {
-    if (recover && (size > 0 || head.find("%PDF-") != head.npos || head.find(" obj") != head.npos)) return {};
+    if (recover &&
+        (size > 0 || head.find("%PDF-") != std::string_view::npos || head.find(" obj") != std::string_view::npos))
+      return {};
     return head.starts_with("%PDF-") ? std::string() : kNoHeader;
   };
   return {UINT32_MAX, look};

@@ -22,8 +22,10 @@ void GiveBackMemory() {
 // Left alone, the library raises both with each large block that is freed.
 void GiveBackLargeBlocks() {
   if (mallopt == nullptr) return;
+  // NOLINTBEGIN(concurrency-mt-unsafe): called at the start, before there are other threads.
   mallopt(kMapThreshold, kLargeBlock);
   mallopt(kTrimThreshold, 2 * kLargeBlock);
+  // NOLINTEND(concurrency-mt-unsafe)
 }
 
 }  // namespace zforms
