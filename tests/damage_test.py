@@ -10,7 +10,7 @@ import tempfile
 from tool_case import SAMPLES, expect, run_tests, same, zforms
 
 FORM, DATA = SAMPLES / "membership_form.pdf", SAMPLES / "membership_form.xfdf"
-# In the field of object 14, by bytes of the same number: what stands there, what is put there, what is said of it.
+# In the field of object 14, by bytes of the same number: the old bytes, the new bytes, the warning.
 DAMAGE = [
     ("a stray parenthesis", b"[140 687 340 704]", b"[140 6) 340 704 ]", '")" does not belong here'),
     ("an array left open", b"[140 687 340 704]", b"[140 687 340 704 ", "an array is not closed"),
@@ -19,8 +19,8 @@ DAMAGE = [
     ("a value lost", b"/Ff 2", b"/Ff  ", "a dictionary holds a value without a key"),
     ("a spoilt hexadecimal string", b"(nom)", b"<6G2>", "a hexadecimal string has a character that is no digit"),
     ("a spoilt escape", b"/Widget", b"/Wi#get", "without two hexadecimal digits"),
-    ("a word that is none", b"/Ff 2", b"/Ff X", '"X" is not a word of PDF'),
-    ("a number that is none", b"/Ff 2", b"/F 2e", '"2e" is not a word of PDF'),
+    ("an unknown word", b"/Ff 2", b"/Ff X", '"X" is not a word of PDF'),
+    ("a malformed number", b"/Ff 2", b"/F 2e", '"2e" is not a word of PDF'),
 ]
 
 

@@ -373,7 +373,7 @@ def long_submissions(folder):
                "deep fields without value")
         # A sanitizer holds what was freed back for a while.
         expect(SANITIZED or memory(server) - most < 150, f"they take {memory(server) - most} MB")
-        # Killed while it stores one: nothing of it is seen, and the next start drops what is there.
+        # Killed while it stores a submission: no part of it is visible, and the next start removes the rest.
         killer = threading.Thread(target=server.send, args=(count_raised(count_raised(long_one)).encode(),))
         killer.start()
         while server.process.poll() is None:

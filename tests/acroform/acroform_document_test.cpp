@@ -465,7 +465,7 @@ TEST(AcroFormDocument, FullSavesAreWhole) {
   EXPECT_EQ(WarningsOf(Loaded(updated)), "");
 }
 
-// Too far apart to be filled up, the objects are numbered anew; what refers to nothing gets a null object.
+// When the gaps are too wide to fill, the objects get new numbers. A dangling reference gets a null object.
 TEST(AcroFormDocument, WideGapsAreNumberedAnew) {
   const char* const field = "<</FT/Tx/T(a)/V(1)/X 95000 0 R/Y 90000 0 R/Z[7 3 R 7 3 R]>>";
   ZAcroForm form = FormText().Field(90000, field).Object(80000, "(unused)").Form();
