@@ -6,6 +6,7 @@ option(ZFORMS_BUILD_BENCH "Build the benchmarks where Google Benchmark is found"
 option(ZFORMS_WERROR "Warnings are errors" OFF)
 option(ZFORMS_FUZZ "Build fuzz/ with libFuzzer (needs clang)" OFF)
 option(ZFORMS_COVERAGE "Count the lines that run (gcov)" OFF)
+option(ZFORMS_STRIP "Install the library and the tool without the symbols of the debugger" ON)
 option(ZFORMS_CCACHE "Compile through ccache where it is found" ON)
 set(ZFORMS_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them: address,undefined or thread")
 

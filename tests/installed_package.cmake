@@ -31,6 +31,17 @@ foreach(file IN LISTS package_files)
   endforeach()
 endforeach()
 
+# The program is found on PATH, and neither it nor the library carries the symbols of the debugger.
+run("${CMAKE_COMMAND}" -E env "PATH=${prefix}/bin:$ENV{PATH}" zforms --version)
+find_program(NM nm REQUIRED)
+file(GLOB_RECURSE binaries "${prefix}/bin/zforms" "${prefix}/libzforms.so")
+foreach(binary IN LISTS binaries)
+  run("${NM}" "${binary}")
+  if(NOT output MATCHES "no symbols")
+    message(FATAL_ERROR "${binary} is not stripped")
+  endif()
+endforeach()
+
 # Copies of examples/ and tests/host_program/, so that nothing of the repository is found beside them.
 file(COPY "${SOURCE_DIR}/examples" "${SOURCE_DIR}/tests/host_program" DESTINATION "${WORK_DIR}")
 foreach(program IN ITEMS examples host_program)

@@ -2,6 +2,7 @@
 """Checks that the shared library shows the names of zforms alone, and none of the libraries that it is built from.
 
 A host may link another version of Boost; a name of Boost that this library shows would then be mixed up with its own.
+A header that exports a class is installed, or the program zforms includes it.
 """
 
 import os
@@ -16,6 +17,15 @@ OWN = re.compile(r"((vtable|typeinfo|typeinfo name|VTT|construction vtable|guard
 LEAST = 500
 
 
+def needlessly_exporting(root):
+    """The headers that export something, although no host and no source of the tool can include them."""
+    public = set(re.findall(r"^ +(\S+\.h)$", (root / "cmake/ZformsPublicHeaders.cmake").read_text(), re.M))
+    tool = " ".join(source.read_text() for source in (root / "tool").rglob("*.[ch]*") if source.suffix in (".h", ".cpp"))
+    names = (header.relative_to(root / "zforms").as_posix() for header in (root / "zforms").rglob("*.h")
+             if "ZFORMS_API" in header.read_text())
+    return sorted(name for name in names if name not in public and f'"zforms/{name}"' not in tool)
+
+
 def main():
     library = Path(os.environ["ZFORMS_TOOL"]).resolve().parent.parent / "libzforms.so"
     names = subprocess.check_output(["nm", "--dynamic", "--defined-only", "--demangle", str(library)], text=True)
@@ -24,9 +34,12 @@ def main():
     foreign = [name for name in shown if not OWN.match(name)]
     for name in foreign[:20]:
         print(f"shown, but not a name of zforms: {name}")
+    needless = needlessly_exporting(Path(os.environ["ZFORMS_SOURCE_DIR"]))
+    for name in needless:
+        print(f"zforms/{name} exports what neither a host nor the tool can include")
     own = len(shown) - len(foreign)
     print(f"{own} names of zforms ({LEAST} at least), {len(foreign)} others")
-    return 1 if foreign or own < LEAST else 0
+    return 1 if foreign or needless or own < LEAST else 0
 
 
 if __name__ == "__main__":

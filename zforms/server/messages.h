@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "zforms/platform/base/chaine.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
@@ -14,6 +13,6 @@ enum class eServerMessage : uint16_t {
 };
 
 // The text of a message; "%d" is replaced by the value.
-ZFORMS_API Chaine ServerMessage(eServerMessage message, int value = 0);
+Chaine ServerMessage(eServerMessage message, int value = 0);
 
 }  // namespace zforms

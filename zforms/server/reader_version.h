@@ -1,6 +1,5 @@
 #pragma once
 
-#include "zforms/platform/base/export.h"
 #include "zforms/platform/host/host_services.h"
 
 namespace zforms {
@@ -10,6 +9,6 @@ namespace zforms {
 // lets any reader pass where readers register nothing: off Windows, unless the host has a
 // shell of its own). Passes when the setting "IgnorePDFVersion" of the section
 // "Settings" is true. With `show_message` the user is told when it fails.
-ZFORMS_API bool VerifyReaderVersion(const ZHostServices& services, bool show_message);
+bool VerifyReaderVersion(const ZHostServices& services, bool show_message);
 
 }  // namespace zforms

@@ -4,13 +4,12 @@
 #include <string_view>
 
 #include "zforms/platform/base/chaine.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
 // XFDFSurvey is what one pass over the text of an XFDF document tells before a tree is
 // made of it: how much memory that would take, and whose session it says it is of.
-struct ZFORMS_API XFDFSurvey {
+struct XFDFSurvey {
   enum class Session {
     eUnknown,  // only reading the document tells
     eNone,     // it has no session infos

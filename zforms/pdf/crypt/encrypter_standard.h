@@ -11,7 +11,7 @@ class ZPDFObjectIdentifier;
 // The encrypter of one object (ZPDFEncryption::EncrypterStandard; ISO 32000-1
 // algorithm 1): RC4 from the start of the same key stream for each of its strings
 // and streams.
-class ZFORMS_API ZPDFEncrypterStandard final : public ZPDFEncrypter {
+class ZPDFEncrypterStandard final : public ZPDFEncrypter {
  public:
   ZPDFEncrypterStandard(const ZPDFEncryption* handler, const ZPDFObjectIdentifier& id);
   ZPDFEncrypterStandard* Clone() const override;

@@ -2,7 +2,6 @@
 
 #include "zforms/pdf/object_identifier.h"
 #include "zforms/platform/base/containers.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
@@ -12,7 +11,7 @@ class ZPDFParser;
 
 // What would be gone for good if a document were written anew of the objects to which its
 // trailer leads: while the file is as it is, other readers or a scan may still find it.
-class ZFORMS_API ZPDFLosses {
+class ZPDFLosses {
  public:
   // Goes through all of the document. `notes`, if not null, take a warning that counts and
   // names the objects that are referenced and cannot be read, and one for each fault of the

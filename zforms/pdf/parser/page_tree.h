@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <unordered_set>
 
-#include "zforms/platform/base/export.h"
-
 namespace zforms {
 
 class ZDiagnostics;
@@ -14,7 +12,7 @@ class ZPDFParser;
 
 // The page tree of a document (ISO 32000-1 7.7.3.2), walked once. Below a node, what is
 // no page, what was met before and what is nested too deep counts as a fault.
-class ZFORMS_API ZPDFPageTree {
+class ZPDFPageTree {
  public:
   // Walks the tree of that catalog. `notes`, if not null, take a warning for each fault.
   explicit ZPDFPageTree(const ZPDFNodeDictionary& catalog, ZDiagnostics* notes = nullptr);

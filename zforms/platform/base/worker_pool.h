@@ -10,8 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include "zforms/platform/base/export.h"
-
 namespace zforms {
 
 // Threads that run jobs from a bounded queue, in order. Heavy jobs have a weight, such as
@@ -19,7 +17,7 @@ namespace zforms {
 // more than `max_weight` together unless one does alone, and wait until no other job
 // does, so that they hold up none and memory is bounded. Construction starts no thread. Any thread may call any
 // function but Join, which no worker may call.
-class ZFORMS_API WorkerPool {
+class WorkerPool {
  public:
   using Job = std::function<void()>;
 

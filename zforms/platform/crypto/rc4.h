@@ -6,14 +6,13 @@
 #include <string_view>
 
 #include "zforms/platform/base/chaine.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
 // The RC4 stream cipher: a permutation of the 256 byte values and two indices
 // into it. Encrypting and decrypting are the same operation. A plain value of
 // 258 bytes: a copy produces the same key stream as the original from there on.
-class ZFORMS_API RC4 {
+class RC4 {
  public:
   // Keys have 1 to 256 bytes; further bytes play no part. An empty key counts
   // as one zero byte.

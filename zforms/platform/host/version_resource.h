@@ -4,17 +4,16 @@
 #include <string_view>
 
 #include "zforms/platform/base/chaine.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
 // The file version in a Windows program or library (PE format, 32 or 64 bits): the
 // four parts of "8.1.2.3" in 16 bits each, the major one in the highest. False when
 // the bytes are no such program or hold no version resource.
-ZFORMS_API bool ReadVersionResource(std::string_view program, uint64_t* version);
+bool ReadVersionResource(std::string_view program, uint64_t* version);
 
 // The same of a file; 0 when it has none. `path` is UTF-8.
-ZFORMS_API uint64_t GetAppVersionValue(const Chaine& path);
+uint64_t GetAppVersionValue(const Chaine& path);
 
 // The major part of a version.
 constexpr uint16_t MajorVersion(uint64_t version) { return static_cast<uint16_t>(version >> 48); }

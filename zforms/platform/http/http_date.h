@@ -3,13 +3,12 @@
 #include <cstdint>
 
 #include "zforms/platform/base/chaine.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
 // The time as HTTP writes it (RFC 9110 5.6.7): "Sun, 06 Nov 1994 08:49:37 GMT".
 // `seconds` counts from the start of 1970 (UTC).
-ZFORMS_API Chaine HTTPDate(int64_t seconds);
-ZFORMS_API Chaine HTTPDateNow();
+Chaine HTTPDate(int64_t seconds);
+Chaine HTTPDateNow();
 
 }  // namespace zforms

@@ -5,7 +5,6 @@
 #include <memory>
 #include <string_view>
 
-#include "zforms/platform/base/export.h"
 #include "zforms/platform/http/http_guard.h"
 #include "zforms/platform/http/http_limits.h"
 #include "zforms/platform/http/http_request.h"
@@ -15,7 +14,7 @@ namespace zforms {
 // HTTPRequestReader makes a request of the bytes of a connection, in whatever
 // pieces they come. It knows no socket and no clock. Its owner keeps the bytes
 // that it has not taken and shows them again with what follows them.
-class ZFORMS_API HTTPRequestReader {
+class HTTPRequestReader {
  public:
   enum class State {
     eStart,     // nothing has come yet

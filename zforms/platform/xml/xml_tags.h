@@ -4,15 +4,13 @@
 #include <string_view>
 #include <vector>
 
-#include "zforms/platform/base/export.h"
-
 namespace zforms {
 
 // XMLTags goes through the tags of an XML text one after the other, without making a
 // tree and without changing the text: what a reader needs to know before it spends
 // memory on a document. It checks no more than it has to; a text that it goes through
 // may still be no XML. The text outlives it.
-class ZFORMS_API XMLTags {
+class XMLTags {
  public:
   enum class Kind {
     eStart,  // <a>
