@@ -53,7 +53,12 @@ def one_line(label, run, wanted, status=2):
 def test_command_lines(folder):
     for arguments, wanted in USAGE:
         status, out, err = zforms(*arguments.split())
-        same(arguments, (status, out, err.splitlines()[0]), (2, "", f"zforms: {wanted}"))
+        command = arguments.split()[0] if arguments.split()[0] != "fil" else ""
+        see = f"See: zforms {command} --help".replace("  ", " ")
+        same(arguments, (status, out, err.splitlines()), (2, "", [f"zforms: {wanted}", see]))
+        status, out, _ = zforms(*see.split()[2:])
+        texts = [line for line in out.splitlines() if not line.startswith("  zforms") and not line.startswith("  curl")]
+        same(f"{see}: lines that are too wide", (status, [line for line in texts if len(line) > 80]), (0, []))
     one_line("no templates", zforms("serve", "--templates", folder / "no", "--port", 0), "no: the folder does not exist")
     one_line("a file", zforms("serve", "--templates", SAMPLE, "--port", 0), "membership_form.pdf: is not a folder")
 

@@ -1,13 +1,17 @@
 // The command line tool: reads what the user asks for and hands it to a command.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <functional>
+#include <memory>
 
 #include "tool/base/console.h"
+#include "tool/base/standard_streams.h"
 #include "tool/cli/commands.h"
 #include "tool/cli/common_options.h"
+#include "tool/cli/help_formatter.h"
 #include "tool/cli/server_commands.h"
 #include "tool/cli/usage_error.h"
 
@@ -23,6 +27,10 @@ constexpr const char* kExamples = R"(Examples:
 "-" is standard input or standard output. The exit status is 0 when all is done, 3 when it
 is done with warnings, 2 when it failed. Messages go to standard error:
 "zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" explains each command.)";
+
+// Help in columns: on a wide terminal, and where it goes to a file.
+constexpr size_t kWidestHelp = 110;
+constexpr size_t kHelpInFiles = 80;
 
 CLI::Option* AddOutput(CLI::App* command, std::string* output) {
   return command->add_option("-o,--output", *output,
@@ -298,7 +306,10 @@ class CommandLine {
 int Main(int argc, char** argv) {
   CLI::App app("Fills PDF forms and reads them.", "zforms");
   app.footer(kExamples);
-  app.set_version_flag("--version", "zforms " ZFORMS_VERSION);
+  const size_t columns = TerminalColumns();
+  app.formatter(std::make_shared<HelpFormatter>(columns > 0 ? std::min(columns, kWidestHelp) : kHelpInFiles));
+  app.set_help_flag("-h,--help", "Print this help.");
+  app.set_version_flag("--version", "zforms " ZFORMS_VERSION, "Print the version.");
   app.require_subcommand(1);
   const CommandLine command_line(app);
   try {
@@ -306,7 +317,8 @@ int Main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
     const std::string fault = DescribeUsageError(app, argc, argv, error);
-    std::fprintf(stderr, "zforms: %s\nRun \"zforms --help\" for how it is used.\n", Printable(fault).c_str());
+    std::fprintf(stderr, "zforms: %s\nSee: %s --help\n", Printable(fault).c_str(),
+                 CommandAsked(app, argc, argv).c_str());
     return kFailed;
   }
   return command_line.Run();

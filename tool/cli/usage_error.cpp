@@ -77,4 +77,10 @@ std::string DescribeUsageError(const CLI::App& app, int argc, const char* const*
   return asked + ": there is no option \"" + unknown + "\"" + MeantBy(unknown, options);
 }
 
+std::string CommandAsked(const CLI::App& app, int argc, const char* const* argv) {
+  const std::string asked = argc < 2 ? "" : argv[1];
+  const auto commands = app.get_subcommands([&](const CLI::App* one) { return one->get_name() == asked; });
+  return commands.empty() ? app.get_name() : app.get_name() + ' ' + asked;
+}
+
 }  // namespace zforms::tool
