@@ -234,8 +234,8 @@ def report(cells, own, libraries, table):
     tables = []
     if cells:
         rows = peer_rows(cells, libraries)
-        tables.append(table(rows, 2) + "\n\nTimes are medians; \"times\" is how many times the time of zforms. "
-                      "\"!\" falls short of the goal\n(MuPDF 2, qpdf 10).")
+        tables.append(table(rows, 2) + "\n\nTimes are medians; \"times\" is the time of the peer divided by that of zforms. "
+                      "\"!\" misses the goal\n(MuPDF 2, qpdf 10).")
     if own:
         verdicts = {True: "holds", False: "falls short", None: ""}
         rows = [["measured", "value", "goal", ""]]
