@@ -373,20 +373,28 @@ def long_submissions(folder):
                "deep fields without value")
         # A sanitizer holds what was freed back for a while.
         expect(SANITIZED or memory(server) - most < 150, f"they take {memory(server) - most} MB")
-        # Killed while it stores a submission: no part of it is visible, and the next start removes the rest.
-        killer = threading.Thread(target=server.send, args=(count_raised(count_raised(long_one)).encode(),))
-        killer.start()
+        # Killed while it stores a submission: no part of it is visible, and the next start removes the rest. It is looked
+        # at while it is stopped; when it was too quick, it gets another one.
+        number, later = 4, count_raised(long_one)
         while server.process.poll() is None:
-            if rows(server, "SELECT count(*) FROM unfinished")[0][0]:
-                server.stop(signal.SIGKILL)
-        killer.join()
+            number, later = number + 1, count_raised(later)
+            sender = threading.Thread(target=server.send, args=(later.encode(),))
+            sender.start()
+            while server.process.poll() is None and rows(server, "SELECT max(id) FROM submissions") != [(number,)]:
+                server.process.send_signal(signal.SIGSTOP)
+                os.waitpid(server.process.pid, os.WUNTRACED)
+                is_midway = rows(server, "SELECT 1 FROM unfinished") != []
+                server.process.send_signal(signal.SIGKILL if is_midway else signal.SIGCONT)
+                if is_midway:
+                    server.process.wait(timeout=30)
+            sender.join()
         left = rows(server, "SELECT submission FROM unfinished UNION SELECT submission FROM pieces WHERE submission > 2")
-        expect(left == [(5,)], f"what is left: {left}")
-        expect(len(server.stored()) == 4, "a submission that is not whole is seen")
+        expect(left == [(number,)], f"what is left: {left}")
+        expect(len(server.stored()) == number - 1, "a submission that is not whole is seen")
     with Server(folder) as server:
-        expect(rows(server, "SELECT 1 FROM unfinished UNION ALL SELECT 1 FROM pieces WHERE submission = 5 UNION ALL "
-                    "SELECT 1 FROM fields WHERE submission = 5") == [], "the next start drops it")
-        expect(len(server.stored()) == 4, "the others stay")
+        expect(rows(server, f"SELECT 1 FROM unfinished UNION ALL SELECT 1 FROM pieces WHERE submission = {number} "
+                    f"UNION ALL SELECT 1 FROM fields WHERE submission = {number}") == [], "the next start drops it")
+        expect(len(server.stored()) == number - 1, "the others stay")
 
 
 def refused_at_the_start(folder):

@@ -111,85 +111,91 @@ TEST(ZHTTPServer, WhatPagesDoWrongIsAnError) {
 }
 
 TEST(ZHTTPServer, DeadlinesEndWhatDoesNotCome) {
-  TestServer server;
-  server.ChangeLimits(
-      [](auto& limits) { limits.header_time = limits.body_time = limits.idle_time = milliseconds(200); });
-  ASSERT_TRUE(server.Start());
+  const std::string post = "POST /app/echo/ HTTP/1.1\r\nHost: localhost:PORT\r\nContent-Length: 5\r\n\r\n";
   const struct {
+    milliseconds sHTTPServerLimits::*limit;
     std::string bytes;
     int status;
   } kCases[] = {
-      {"", 0},
-      {"G", 408},
-      {"GET /app/echo/ HTTP/1.1\r\n" + server.Host(), 408},
-      {"POST /app/echo/ HTTP/1.1\r\n" + server.Host() + "Content-Length: 5\r\n\r\nhell", 408},
-      {server.Get("/app/echo/"), 200},
+      {&sHTTPServerLimits::idle_time, "", 0},
+      {&sHTTPServerLimits::header_time, "G", 408},
+      {&sHTTPServerLimits::header_time, post.substr(0, 60), 408},
+      {&sHTTPServerLimits::body_time, post + "hell", 408},
+      {&sHTTPServerLimits::idle_time, post + "hello", 200},
   };
   for (const auto& test : kCases) {
-    RawClient client(server.Port());
-    const auto start = Clock::now();
-    client.Send(test.bytes);
-    EXPECT_EQ(client.Receive().status, test.status) << test.bytes;
-    EXPECT_TRUE(client.IsEnded()) << test.bytes;
-    EXPECT_GE(Clock::now() - start, milliseconds(180)) << test.bytes;
+    TestServer server;
+    server.ChangeLimits([&](auto& limits) { limits.*test.limit = milliseconds(200); });
+    ASSERT_TRUE(server.Start());
+    Clock::time_point start;
+    int status = 0;
+    // A client that is held up before it sends is idle too long; it comes again.
+    do {
+      start = Clock::now();
+      RawClient client(server.Port());
+      client.Send(WithPort(test.bytes, server.Port()));
+      status = client.Receive().status;
+      EXPECT_TRUE(client.IsEnded()) << test.bytes;
+    } while (status != test.status && status == 0);
+    EXPECT_EQ(status, test.status) << test.bytes;
+    EXPECT_GE(Clock::now() - start, milliseconds(200)) << test.bytes;
   }
 }
 
 TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
   TestServer server;
-  server.AddPage("/large", "GET",
-                 [](const Exchange&, ZHTTPSendResponse& response) { return SendText(response, Chaine(8 << 20, 'x')); });
-  server.ChangeLimits([](auto& limits) { limits.stall_time = milliseconds(600); });
+  server.AddPage("/large", "GET", [](const Exchange&, ZHTTPSendResponse& response) {
+    return SendText(response, Chaine(64 << 20, 'x'));
+  });
+  server.ChangeLimits([](auto& limits) { limits.stall_time = milliseconds(1000); });
   ASSERT_TRUE(server.Start());
   RawClient deaf(server.Port());
   for (int i = 0; i < 3; i++) deaf.Send(server.Get("/large"));
   RawClient slow(server.Port());
   slow.Send(server.Get("/large"));
   const auto start = Clock::now();
-  while (server.Log().empty() && Clock::now() - start < std::chrono::seconds(20)) {
+  // The system tells the server of room for more only when there is much of it, so a client that is too slow counts as
+  // one that takes nothing.
+  while (server.Log().empty()) {
     std::this_thread::sleep_for(milliseconds(20));
-    slow.Take(50'000);
+    slow.Take(500'000);
   }
   const auto log = server.Log();
   ASSERT_EQ(log.size(), 1U) << "who pipelines and never reads is cut, who reads slowly is not";
   EXPECT_FALSE(log[0].delivered);
-  EXPECT_GE(Clock::now() - start, milliseconds(550));
-  EXPECT_EQ(slow.Receive().body.size(), size_t{8} << 20);
+  EXPECT_GE(Clock::now() - start, milliseconds(950));
+  EXPECT_EQ(slow.Receive().body.size(), size_t{64} << 20);
 }
 
+// Nothing here is measured: whoever waited for a client that is not done would wait until that is cut.
 TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   TestServer server;
   server.AddPage("/large", "GET",
                  [](const Exchange&, ZHTTPSendResponse& response) { return SendText(response, Chaine(8 << 20, 'x')); });
-  server.ChangeLimits([](auto& limits) { limits.threads = 2; });
+  server.ChangeLimits([](auto& limits) {
+    limits.threads = 2;
+    limits.header_time = milliseconds(2 * kPatience);
+  });
   ASSERT_TRUE(server.Start());
-  const std::string slow_head = server.Get("/app/echo/");
-  const std::string slow_body = "POST /app/echo/ HTTP/1.1\r\n" + server.Host() + "Content-Length: 900\r\n\r\n";
-  std::vector<std::unique_ptr<RawClient>> slow;
-  for (int i = 0; i < 8; i++) slow.push_back(std::make_unique<RawClient>(server.Port()));
-  for (size_t i = 4; i < 8; i++) slow[i]->Send(slow_body);
+  std::vector<std::pair<std::unique_ptr<RawClient>, std::string>> slow;
+  for (int i = 0; i < 8; i++) {
+    slow.emplace_back(std::make_unique<RawClient>(server.Port()), server.Post("/app/echo/", std::string(900, 'x')));
+    // One of two is within its body.
+    const size_t at = i % 2 == 0 ? 0 : slow[i].second.size() - 900;
+    slow[i].first->Send(slow[i].second.substr(0, at));
+    slow[i].second.erase(0, at);
+  }
   // These take no byte of a long answer.
   std::vector<std::unique_ptr<RawClient>> deaf;
   for (int i = 0; i < 4; i++) {
     deaf.push_back(std::make_unique<RawClient>(server.Port()));
     deaf.back()->Send(server.Get("/large"));
   }
-  std::vector<milliseconds> times;
-  const auto start = Clock::now();
-  for (size_t second = 0; second < 3; second++) {
-    for (size_t i = 0; i < 8; i++) slow[i]->Send(i < 4 ? slow_head.substr(second, 1) : "x");
-    while (Clock::now() - start < std::chrono::seconds(second + 1)) {
-      const auto asked = Clock::now();
-      RawClient client(server.Port());
-      EXPECT_EQ(client.Ask(server.Get("/app/echo/")).status, 200);
-      times.push_back(std::chrono::duration_cast<milliseconds>(Clock::now() - asked));
-      std::this_thread::sleep_for(milliseconds(20));
-    }
+  for (size_t round = 0; round < 40; round++) {
+    for (auto& [client, rest] : slow) client->Send(rest.substr(round, 1));
+    EXPECT_EQ(RawClient(server.Port()).Ask(server.Get("/app/echo/")).status, 200);
   }
-  // Whoever waited for a dripping client would wait for a second. A busy machine may hold up one or the other.
-  std::sort(times.begin(), times.end());
-  EXPECT_LT(times[times.size() * 9 / 10].count(), 100) << "nine of ten requests";
-  EXPECT_LT(times.back().count(), 900);
+  for (auto& [client, rest] : slow) EXPECT_EQ(client->Ask(rest.substr(40)).status, 200) << "was not cut";
 }
 
 TEST(ZHTTPServer, LongBodiesLeaveThreadsToOthers) {
@@ -234,56 +240,54 @@ TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
     for (int i = 0; i < 4; i++) {
       slow.push_back(std::make_unique<RawClient>(server.Port()));
       slow.back()->Send(server.Post("/wait", std::string(size, 'x')));
-      // Bodies count until they are answered: the fourth long one is too much, a short one is not.
-      if (i == 3 && answered == 3) {
-        EXPECT_EQ(slow.back()->Receive().status, 503);
-      }
-      std::this_thread::sleep_for(milliseconds(50));
     }
+    // Bodies count until they are answered: one of four long ones is too much, a short one is not.
+    const int refused = answered == 4 ? 503 : Refused(server, slow);
+    EXPECT_EQ(refused, 503);
     gate.Await(at_work);
     RawClient client(server.Port());
     EXPECT_EQ(client.Ask(server.Post("/app/echo/", std::string(2000, 'x'))).body, "POST 2000");
     EXPECT_EQ(gate.waiting, at_work) << size;
     gate.promise.set_value();
-    for (int i = 0; i < answered; i++) EXPECT_EQ(slow[static_cast<size_t>(i)]->Receive().status, 200) << size;
+    for (const auto& one : slow) EXPECT_EQ(one->Receive().status, 200) << size;
   }
 }
 
-TEST(ZHTTPServer, WhatIsTooMuchIsTurnedAway) {
+TEST(ZHTTPServer, TheQueueIsBounded) {
   Gate gate;
   TestServer server;
   gate.AddTo(server);
-  server.ChangeLimits([](auto& limits) {
-    limits.threads = 1;
-    limits.queue = 1;
-    limits.connections = 4;
-    limits.pending_messages = 1;
-  });
+  server.ChangeLimits([](auto& limits) { limits.threads = limits.queue = 1; });
   ASSERT_TRUE(server.Start());
   RawClient working(server.Port());
   working.Send(server.Get("/wait"));
   gate.Await(1);
-  RawClient queued(server.Port());
-  queued.Send(server.Get("/wait"));
-  RawClient third(server.Port());
-  // The queued one may still be on its way.
-  std::this_thread::sleep_for(milliseconds(100));
-  const RawAnswer full = third.Ask(server.Get("/app/echo/"));
-  EXPECT_EQ(full.status, 503) << "queue";
+  std::vector<std::unique_ptr<RawClient>> two;
+  for (int i = 0; i < 2; i++) {
+    two.push_back(std::make_unique<RawClient>(server.Port()));
+    two.back()->Send(server.Get("/wait"));
+  }
+  RawAnswer full;
+  EXPECT_EQ(Refused(server, two, &full), 503);
   EXPECT_NE(full.head.find("Retry-After: 1\r\n"), std::string::npos);
-  third.Close();
+  gate.promise.set_value();
+  EXPECT_EQ(two[0]->Receive().status, 200);
+}
+
+TEST(ZHTTPServer, ConnectionsAndMessagesAreBounded) {
+  TestServer server;
+  server.ChangeLimits([](auto& limits) {
+    limits.connections = 2;
+    limits.pending_messages = 1;
+  });
+  ASSERT_TRUE(server.Start());
   RawClient idle(server.Port());
   RawClient second_idle(server.Port());
-  std::this_thread::sleep_for(milliseconds(100));
-  RawClient beyond(server.Port());
-  EXPECT_EQ(beyond.Receive().status, 503) << "connections";
-  beyond.Close();
+  EXPECT_EQ(RawClient(server.Port()).Receive().status, 503) << "connections";
   // A connection that has kept silent makes room for one that speaks.
   std::this_thread::sleep_for(milliseconds(1200));
   RawClient late(server.Port());
   EXPECT_TRUE(idle.IsEnded());
-  gate.promise.set_value();
-  EXPECT_EQ(queued.Receive().status, 200);
   EXPECT_EQ(late.Ask(server.Get("/app/echo/")).status, 200);
   for (int i = 0; i < 2; i++) {
     const ZCountedPtr<Call> message(new Call([] {}));
@@ -291,23 +295,22 @@ TEST(ZHTTPServer, WhatIsTooMuchIsTurnedAway) {
   }
   EXPECT_EQ(late.Ask(server.Get("/app/echo/")).status, 503) << "messages";
   server.messages.RunPending();
-  RawClient again(server.Port());
-  EXPECT_EQ(again.Ask(server.Get("/app/echo/")).status, 200);
+  EXPECT_EQ(second_idle.Ask(server.Get("/app/echo/")).status, 200);
 }
 
 TEST(ZHTTPServer, BodiesThatComeTogetherAreBounded) {
   TestServer server;
   server.ChangeLimits([](auto& limits) { limits.pending_body_bytes = 1500; });
   ASSERT_TRUE(server.Start());
-  const std::string open = "POST /app/echo/ HTTP/1.1\r\n" + server.Host() + "Content-Length: 1000\r\n\r\n";
-  RawClient first(server.Port());
-  first.Send(open + std::string(900, 'x'));
-  std::this_thread::sleep_for(milliseconds(50));
-  RawClient second(server.Port());
-  EXPECT_EQ(second.Ask(open + std::string(900, 'x')).status, 503);
-  EXPECT_EQ(first.Ask(std::string(100, 'x')).body, "POST 1000");
-  RawClient third(server.Port());
-  EXPECT_EQ(third.Ask(open + std::string(1000, 'x')).body, "POST 1000");
+  const std::string whole = server.Post("/app/echo/", std::string(1000, 'x'));
+  std::vector<std::unique_ptr<RawClient>> two;
+  for (int i = 0; i < 2; i++) {
+    two.push_back(std::make_unique<RawClient>(server.Port()));
+    two.back()->Send(whole.substr(0, whole.size() - 100));
+  }
+  EXPECT_EQ(Refused(server, two), 503);
+  EXPECT_EQ(two[0]->Ask(std::string(100, 'x')).body, "POST 1000");
+  EXPECT_EQ(RawClient(server.Port()).Ask(whole).body, "POST 1000");
 }
 
 TEST(ZHTTPServer, PortsAreExclusive) {
@@ -361,11 +364,11 @@ TEST(ZHTTPServer, IntrusionsAreToldTogetherOnTheHostsThread) {
 TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
   TestServer server;
   ASSERT_TRUE(server.Start());
-  RawClient(server.Port()).Ask(server.Post("/app/echo/?code=F1", "hello"));
-  RawClient(server.Port()).Ask("GET / HTTP/1.1\r\n\r\n");
   RawClient broken(server.Port());
   broken.Send("POST /app/echo/broken HTTP/1.1\r\n" + server.Host() + "Content-Length: 9\r\n\r\nhell");
-  // It has come when another request is answered.
+  // It has come when others are answered.
+  RawClient(server.Port()).Ask(server.Post("/app/echo/?code=F1", "hello"));
+  RawClient(server.Port()).Ask("GET / HTTP/1.1\r\n\r\n");
   RawClient(server.Port()).Ask(server.Get("/app/echo/"));
   server.Stop();
   // An answer is logged after it was sent, so the order of the entries is not certain.

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -49,26 +50,29 @@ TEST(ZHTTPServer, StopCutsWhatTakesTooLong) {
   gate.AddTo(server);
   server.ChangeLimits([](auto& limits) {
     limits.stop_time = milliseconds(100);
-    limits.threads = 1;
+    limits.threads = limits.queue = 1;
   });
   ASSERT_TRUE(server.Start());
   RawClient working(server.Port());
   working.Send(server.Get("/wait"));
   gate.Await(1);
-  RawClient queued(server.Port());
-  queued.Send(server.Get("/app/echo/"));
-  std::this_thread::sleep_for(milliseconds(50));
+  std::vector<std::unique_ptr<RawClient>> queued;
+  for (int i = 0; i < 2; i++) {
+    queued.push_back(std::make_unique<RawClient>(server.Port()));
+    queued.back()->Send(server.Get("/app/echo/"));
+  }
+  EXPECT_EQ(Refused(server, queued), 503) << "one waits, so the other is too much";
   std::thread opener([&] {
     EXPECT_TRUE(working.IsEnded());
-    EXPECT_EQ(queued.Receive().status, 503);
-    EXPECT_TRUE(queued.IsEnded());
+    EXPECT_EQ(queued[0]->Receive().status, 503);
+    EXPECT_TRUE(queued[0]->IsEnded());
     gate.promise.set_value();
   });
   server.Stop();
   opener.join();
   EXPECT_EQ(server.served, 0) << "a request was served after its connection was cut";
-  ASSERT_EQ(server.Log().size(), 2U);
-  EXPECT_EQ(server.Log()[0].reason, "the server stops");
+  ASSERT_EQ(server.Log().size(), 3U);
+  EXPECT_EQ(server.Log()[1].reason, "the server stops");
 }
 
 // A page may ask the host's thread for something while that thread stops the server.

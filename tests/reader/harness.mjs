@@ -65,7 +65,7 @@ async function closeWindows() {
 /** A window of its own, in which nothing may go wrong that the test does not expect. */
 export async function openWindow(server, options = {}) {
   const context = await browser.newContext({ locale: "fr-FR", viewport: { width: 1100, height: 900 }, ...options });
-  context.setDefaultTimeout(20000);
+  context.setDefaultTimeout(60000);
   const trouble = { expected: null };
   context.on("request", (request) => {
     const url = request.url();
@@ -90,10 +90,33 @@ export const shown = (page) => page.waitForSelector(".page canvas");
 export const field = (page, name) => page.locator(`[data-name="${name}"]`);
 
 export const mode = (page) => page.locator("#mode").getAttribute("data-mode");
+export const inMode = (page, wantedMode) =>
+  page.waitForFunction((one) => document.querySelector("#mode").dataset.mode === one, wantedMode);
 export async function press(page, wantedMode) {
   await page.locator("#press").click();
-  await page.waitForFunction((one) => document.querySelector("#mode").dataset.mode === one, wantedMode);
+  await inMode(page, wantedMode);
 }
+/** What the browser keeps of the forms. */
+export const kept = (page) => page.evaluate(() => JSON.stringify({ ...localStorage }));
+/** Waits until that is kept. */
+export const isKept = (page, text) => page.waitForFunction((one) => JSON.stringify({ ...localStorage }).includes(one), text);
+
+/** What the fields of the form show. */
+export const shownValues = (page) => page.evaluate(() => {
+  const values = {};
+  for (const element of document.querySelectorAll("[data-name]")) {
+    const { name } = element.dataset;
+    if (element.matches("button")) continue;
+    if (element.matches("[type=checkbox], [type=radio]")) {
+      if (element.checked) values[name] = element.getAttribute("aria-label");
+    } else if (element.matches("select")) {
+      values[name] = [...element.selectedOptions].map((option) => option.text).join("\n");
+    } else {
+      values[name] = element.value;
+    }
+  }
+  return values;
+});
 export const alertText = async (page) => {
   await page.locator("#trouble p").waitFor();
   return page.locator("#trouble").innerText();

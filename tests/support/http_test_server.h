@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/raw_http.h"
 #include "zforms/platform/base/idle_messages.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/http/http_request.h"
@@ -112,6 +113,10 @@ class TestServer : public ZHTTPServer {
     return "POST " + path + " HTTP/1.1\r\n" + Host() + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
            body;
   }
+  // Waits until so many requests are done.
+  void AwaitLog(size_t count) {
+    while (Log().size() < count) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
   std::vector<sRequestInfos> Log() {
     const std::lock_guard lock(mutex);
     return log;
@@ -137,6 +142,19 @@ class TestServer : public ZHTTPServer {
   std::mutex mutex;
   std::vector<sRequestInfos> log;
 };
+
+// Waits until one of the clients, whichever it is, has the first answer that the server gives: its status. Drops it.
+inline int Refused(TestServer& server, std::vector<std::unique_ptr<RawClient>>& clients, RawAnswer* whole = nullptr) {
+  server.AwaitLog(1);
+  for (auto client = clients.begin(); client != clients.end(); ++client) {
+    const RawAnswer answer = (*client)->Receive(true, 0);
+    if (answer.status == 0) continue;
+    clients.erase(client);
+    if (whole != nullptr) *whole = answer;
+    return answer.status;
+  }
+  return 0;
+}
 
 // Requests to "/wait" stay at work until the gate is opened.
 struct Gate {

@@ -14,6 +14,9 @@
 
 namespace zforms {
 
+// Milliseconds to wait for what is sure to come, on whatever machine.
+constexpr int kPatience = 30'000;
+
 struct RawAnswer {
   int status = 0;  // 0: the connection ended without an answer
   std::string head;
@@ -50,7 +53,7 @@ class RawClient {
     return true;
   }
   // The next answer. A body follows by its length unless the request was HEAD.
-  RawAnswer Receive(bool with_body = true, int timeout_ms = 5000) {
+  RawAnswer Receive(bool with_body = true, int timeout_ms = kPatience) {
     RawAnswer answer;
     while (unread_.find("\r\n\r\n") == std::string::npos) {
       if (!Fill(timeout_ms)) return answer;
@@ -76,7 +79,7 @@ class RawClient {
     return Receive();
   }
   // True when the server ends the connection and nothing more comes before.
-  bool IsEnded(int timeout_ms = 5000) {
+  bool IsEnded(int timeout_ms = kPatience) {
     while (Fill(timeout_ms)) continue;
     return ended_ && unread_.empty();
   }
