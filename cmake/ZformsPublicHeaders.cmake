@@ -85,8 +85,17 @@ set(ZFORMS_PUBLIC_HEADERS
     acroform/viewer_infos.h
     xfdf/mapping/map_storage.h
     xfdf/mapping/mapper.h
+    filling/byte_source.h
     filling/checked_filler.h
+    filling/csv_reader.h
+    filling/data_kind.h
+    filling/fdf.h
     filling/field_rule.h
+    filling/filling_guard.h
+    filling/form_press.h
+    filling/json_rows.h
+    filling/row.h
+    filling/row_reader.h
     server/acro_form_server.h
     server/document_status.h
     server/pdf_handler.h

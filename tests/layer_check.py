@@ -56,7 +56,7 @@ THIRD_PARTY = [
     ("boost/", ["zforms/platform/http/*.cpp"]),
     ("zlib", ["zforms/pdf/parser/stream_filters.cpp", "tests/*"]),
     ("CLI/", ["tool/cli/*"]),
-    ("nlohmann/", ["tool/*"]),
+    ("nlohmann/", ["zforms/filling/*.cpp", "tool/*"]),
     ("sqlite3", ["tool/office/*"]),
     ("gtest/", ["tests/*"]),
     ("gmock/", ["tests/*"]),

@@ -17,6 +17,11 @@ size_t ReadStandardInput(char* to, size_t size, bool* failed) {
 
 }  // namespace
 
+ReadStep StandardInput() {
+  SetBinary(stdin);
+  return ReadStandardInput;
+}
+
 std::filesystem::path FilePath(const std::string& utf8) {
   return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
@@ -29,8 +34,7 @@ std::string PathText(const std::filesystem::path& path) {
 bool ReadInput(const std::string& path, Chaine* bytes, Console& console, const ReadLimits& limits) {
   std::string error;
   if (path == kStandardStream) {
-    SetBinary(stdin);
-    if (ReadToEnd(ReadStandardInput, 0, bytes, &error, limits)) return true;
+    if (ReadToEnd(StandardInput(), 0, bytes, &error, limits)) return true;
   } else if (ReadFile(path, bytes, &error, limits)) {
     return true;
   }

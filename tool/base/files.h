@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -14,6 +13,9 @@ namespace zforms::tool {
 // "-" names standard input or standard output.
 inline constexpr std::string_view kStandardStream = "-";
 
+// Reads standard input as bytes.
+ReadStep StandardInput();
+
 // The bytes of a file, or of standard input. False, and said, when it cannot be read.
 bool ReadInput(const std::string& path, Chaine* bytes, Console& console, const ReadLimits& limits = {});
 
@@ -24,9 +26,6 @@ bool WriteOutput(const std::string& path, const Chaine& bytes, Console& console)
 // The path of UTF-8 text.
 std::filesystem::path FilePath(const std::string& utf8);
 std::string PathText(const std::filesystem::path& path);
-
-// Opens a file of bytes for reading; null, with the reason in errno, when that fails.
-std::FILE* OpenToRead(const std::string& path);
 
 // Whether both paths lead to one file that exists.
 bool IsSameFile(const std::string& a, const std::string& b);

@@ -1,7 +1,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "tool/base/files.h"
 #include "tool/base/standard_streams.h"
 
 namespace zforms::tool {
@@ -15,8 +14,5 @@ size_t TerminalColumns() {
 }
 
 bool IsErrorTerminal() { return isatty(STDERR_FILENO) != 0; }
-
-// Declared in files.h: a path is bytes here.
-std::FILE* OpenToRead(const std::string& path) { return std::fopen(path.c_str(), "rb"); }
 
 }  // namespace zforms::tool

@@ -2,7 +2,6 @@
 #include <io.h>
 #include <windows.h>
 
-#include "tool/base/files.h"
 #include "tool/base/standard_streams.h"
 
 namespace zforms::tool {
@@ -16,7 +15,5 @@ size_t TerminalColumns() {
 }
 
 bool IsErrorTerminal() { return _isatty(_fileno(stderr)) != 0; }
-
-std::FILE* OpenToRead(const std::string& path) { return _wfopen(FilePath(path).c_str(), L"rb"); }
 
 }  // namespace zforms::tool

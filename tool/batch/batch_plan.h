@@ -6,10 +6,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "tool/data/row.h"
 #include "tool/data/rubrics.h"
-#include "tool/forms/field_report.h"
+#include "zforms/acroform/field_report.h"
 #include "zforms/filling/checked_filler.h"
+#include "zforms/filling/row.h"
 
 namespace zforms::tool {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tool/base/console.h"
-#include "tool/data/row.h"
+#include "zforms/filling/row.h"
 
 namespace zforms::tool {
 

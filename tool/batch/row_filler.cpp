@@ -1,5 +1,7 @@
 #include "tool/batch/row_filler.h"
 
+#include "tool/forms/form_guard.h"
+
 namespace zforms::tool {
 
 RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FormGuard& guard)

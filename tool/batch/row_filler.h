@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "tool/batch/batch_plan.h"
-#include "tool/batch/form_press.h"
-#include "tool/data/row.h"
+#include "zforms/filling/form_press.h"
+#include "zforms/filling/row.h"
 
 namespace zforms::tool {
 

@@ -14,7 +14,7 @@
 #include "tool/batch/file_name.h"
 #include "tool/batch/row_filler.h"
 #include "tool/cli/commands.h"
-#include "tool/data/row_reader.h"
+#include "tool/data/data_file.h"
 #include "tool/forms/open_form.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/base/diagnostics.h"
@@ -104,7 +104,7 @@ bool BatchRun::Prepare() {
     console_.Fail("--name: " + error);
     return false;
   }
-  reader_ = OpenRows(options_.data, &error);
+  reader_ = OpenTable(options_.data, &error);
   if (reader_ == nullptr) {
     console_.Fail(error);
     return false;

@@ -3,8 +3,8 @@
 
 #include "tool/cli/commands.h"
 #include "tool/data/export_table.h"
-#include "tool/data/fdf.h"
 #include "tool/forms/open_form.h"
+#include "zforms/filling/fdf.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/text/inet_url.h"
 #include "zforms/platform/text/text.h"

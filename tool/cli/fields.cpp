@@ -4,8 +4,8 @@
 #include "tool/base/standard_streams.h"
 #include "tool/base/table.h"
 #include "tool/cli/commands.h"
-#include "tool/forms/field_report.h"
 #include "tool/forms/open_form.h"
+#include "zforms/acroform/field_report.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/text/text.h"
 

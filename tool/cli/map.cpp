@@ -8,9 +8,9 @@
 #include "tool/base/table.h"
 #include "tool/cli/commands.h"
 #include "tool/data/rubrics.h"
-#include "tool/forms/field_report.h"
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/acro_form.h"
+#include "zforms/acroform/field_report.h"
 #include "zforms/platform/text/letter_case.h"
 #include "zforms/platform/text/text.h"
 

@@ -4,9 +4,9 @@
 #include "tool/base/console.h"
 #include "tool/base/files.h"
 #include "tool/cli/server_commands.h"
-#include "tool/data/csv_reader.h"
 #include "tool/office/store.h"
 #include "tool/office/submitted_fields.h"
+#include "zforms/filling/csv_reader.h"
 #include "zforms/xfdf/xfdf.h"
 
 namespace zforms::tool {

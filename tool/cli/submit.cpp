@@ -5,7 +5,7 @@
 #include "tool/base/console.h"
 #include "tool/base/files.h"
 #include "tool/cli/server_commands.h"
-#include "tool/forms/field_report.h"
+#include "zforms/acroform/field_report.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/files/inet_stream.h"

@@ -1,13 +1,13 @@
 #include "tool/data/data_file.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <utility>
 
 #include "tool/base/files.h"
-#include "tool/data/csv_reader.h"
-#include "tool/data/data_kind.h"
-#include "tool/data/fdf.h"
-#include "tool/data/json_rows.h"
+#include "zforms/filling/csv_reader.h"
+#include "zforms/filling/data_kind.h"
+#include "zforms/filling/fdf.h"
+#include "zforms/filling/json_rows.h"
 #include "zforms/platform/text/letter_case.h"
 #include "zforms/platform/text/text.h"
 
@@ -117,6 +117,17 @@ bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& con
   if (!error.empty()) console.Warn(error);
   if (!data->HasFields()) console.Warn("the data hold no fields: nothing was filled");
   return true;
+}
+
+std::unique_ptr<RowReader> OpenTable(const std::string& path, std::string* error) {
+  ByteSource source;
+  if (path == kStandardStream) {
+    source.OpenStream(StandardInput());
+  } else if (!source.Open(path)) {
+    *error = source.Failure();
+    return nullptr;
+  }
+  return OpenRows(std::move(source), error);
 }
 
 }  // namespace zforms::tool

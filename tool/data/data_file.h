@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "tool/base/console.h"
+#include "zforms/filling/row_reader.h"
 #include "zforms/xfdf/xfdf.h"
 
 namespace zforms::tool {
@@ -13,5 +15,9 @@ namespace zforms::tool {
 // the row starts, 0 for data without rows. False, and said on the console, which is that
 // of the data, when it cannot be read.
 bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& console);
+
+// Opens the table in a file or at standard input (see OpenRows). Null with a reason when
+// it cannot be opened or is none.
+std::unique_ptr<RowReader> OpenTable(const std::string& path, std::string* error);
 
 }  // namespace zforms::tool

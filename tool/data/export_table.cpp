@@ -3,8 +3,8 @@
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 
-#include "tool/data/csv_reader.h"
 #include "zforms/acroform/field.h"
+#include "zforms/filling/csv_reader.h"
 
 namespace zforms::tool {
 namespace {

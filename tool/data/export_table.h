@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tool/base/files.h"
-#include "tool/forms/field_report.h"
+#include "zforms/acroform/field_report.h"
 
 namespace zforms::tool {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tool/data/row_reader.h"
+#include "tool/data/data_file.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/data/ini_file.h"
 #include "zforms/platform/text/letter_case.h"
@@ -47,7 +47,7 @@ bool Rubrics::Has(const std::string& name) const {
 
 bool Rubrics::ReadRows(const std::string& path, ZFieldSet& set, Console& console) {
   std::string error;
-  const std::unique_ptr<RowReader> reader = OpenRows(path, &error);
+  const std::unique_ptr<RowReader> reader = OpenTable(path, &error);
   Row row;
   if (reader == nullptr || !reader->Next(&row)) {
     console.Fail(reader == nullptr ? error : reader->Failure().empty() ? "the file holds no row" : reader->Failure());

@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "tool/data/export_table.h"
-#include "tool/forms/field_report.h"
-#include "tool/forms/page_index.h"
 #include "zforms/acroform/action.h"
+#include "zforms/acroform/field_report.h"
+#include "zforms/acroform/page_index.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/parser/parser.h"

@@ -2,7 +2,6 @@
 
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/containers.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
@@ -13,16 +12,16 @@ class ZAcroFormField;
 // 12.7.4.2.3 and 12.7.4.2.4).
 
 // Every state of the field's widgets but "Off", each once, in their order.
-ZFORMS_API PTableau<Chaine> ButtonStates(const ZAcroFormField& field);
+PTableau<Chaine> ButtonStates(const ZAcroFormField& field);
 // The first state of each widget but "Off"; empty for a widget without one.
-ZFORMS_API PTableau<Chaine> FirstStates(const ZAcroFormField& field);
+PTableau<Chaine> FirstStates(const ZAcroFormField& field);
 
 // The state that a value stands for, as bytes of a name. `value` is UTF-8 and
 // means, in this order: "Off", which the empty value means too; a state of one of
 // the widgets; an export value in "/Opt", which stands for the state of the widget
 // at its place; "false", which is "Off", and "true", which is the state of a button
 // that has only one. Any other value is its own name; `*known` becomes false then.
-ZFORMS_API Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* known);
+Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* known);
 
 // Sets "/AS" of the widgets of the fields, which have one full name, so that they show
 // the state. Writes only what changes.
@@ -33,16 +32,16 @@ ZFORMS_API Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& valu
 // that are not in unison (ISO 32000-1 table 226) a single one goes on: the one that
 // was on, else the first. Two things stay as they are: an absent "/AS" that would
 // become "/Off", and an "/AS" that is the state already.
-ZFORMS_API void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& state);
-ZFORMS_API void ShowButtonState(ZAcroFormField& field, const Chaine& state);
+void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& state);
+void ShowButtonState(ZAcroFormField& field, const Chaine& state);
 
 // Whether "/AS" of a widget of the field names the state, be there an appearance or not.
-ZFORMS_API bool ShowsState(const ZAcroFormField& field, const Chaine& state);
+bool ShowsState(const ZAcroFormField& field, const Chaine& state);
 
 // Whether a widget of the field shows an appearance of its own, other than "Off".
-ZFORMS_API bool ShowsAState(const ZAcroFormField& field);
+bool ShowsAState(const ZAcroFormField& field);
 
 // The states that "/AS" names of the widgets without appearances for states, but "Off".
-ZFORMS_API PTableau<Chaine> StatesWithoutAppearance(const ZAcroFormField& field);
+PTableau<Chaine> StatesWithoutAppearance(const ZAcroFormField& field);
 
 }  // namespace zforms

@@ -6,7 +6,6 @@
 
 #include "zforms/pdf/node_stack.h"
 #include "zforms/pdf/syntax/char_class.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
@@ -108,7 +107,7 @@ class ZPDFForwardReader {
 };
 
 // The value at the front of the text, removed there with the blanks and comments behind it.
-ZFORMS_API ZPDFNode* ReadForward(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
+ZPDFNode* ReadForward(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                  const ZPDFEncrypter* encrypter);
 
 }  // namespace zforms

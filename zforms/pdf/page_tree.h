@@ -1,7 +1,6 @@
 #pragma once
 
 #include "zforms/platform/base/containers.h"
-#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
@@ -10,7 +9,7 @@ class ZPDFNodeDictionary;
 // The pages of a document in their order, by the page tree that "/Pages" of its catalog
 // leads to (ISO 32000-1 7.7.3). What the tree leads to a second time, and levels below
 // the 200th, are left out. The document owns the pages.
-ZFORMS_API PTableau<ZPDFNodeDictionary*> PagesOf(ZPDFNodeDictionary& catalog);
-ZFORMS_API PTableau<const ZPDFNodeDictionary*> PagesOf(const ZPDFNodeDictionary& catalog);
+PTableau<ZPDFNodeDictionary*> PagesOf(ZPDFNodeDictionary& catalog);
+PTableau<const ZPDFNodeDictionary*> PagesOf(const ZPDFNodeDictionary& catalog);
 
 }  // namespace zforms

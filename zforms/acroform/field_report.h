@@ -7,19 +7,17 @@
 #include <vector>
 
 #include "zforms/pdf/object_identifier.h"
+#include "zforms/platform/base/export.h"
 
 namespace zforms {
 class ZAcroForm;
 class ZAcroFormField;
 class ZPDFNode;
 class ZPDFParser;
-}  // namespace zforms
 
-namespace zforms::tool {
-
-// What the tool says of one field of a form: of one that has no named kids. Texts
+// What is known of one field of a form: of one that has no named kids. Texts
 // are UTF-8; type and flags are inherited as viewers take them.
-struct FieldReport {
+struct ZFORMS_API FieldReport {
   std::string name;
   std::string type;  // text, check, radio, push, combo, list, sig or none
   uint32_t flags = 0;
@@ -39,12 +37,12 @@ struct FieldReport {
 };
 
 // The fields in the order of the form's tree; those of pages alone come last.
-std::vector<FieldReport> ReportFields(ZAcroForm& form);
+ZFORMS_API std::vector<FieldReport> ReportFields(ZAcroForm& form);
 
 // The objects whose values have been read, by value.
-std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const ZPDFParser& parser);
+ZFORMS_API std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const ZPDFParser& parser);
 
 // The flags in words, such as "read-only, required".
-std::string FlagWords(const FieldReport& field);
+ZFORMS_API std::string FlagWords(const FieldReport& field);
 
-}  // namespace zforms::tool
+}  // namespace zforms

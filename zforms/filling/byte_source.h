@@ -1,23 +1,26 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
-#include <memory>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "zforms/platform/base/export.h"
+#include "zforms/platform/files/file_io.h"
 #include "zforms/platform/text/text.h"
 
-namespace zforms::tool {
+namespace zforms {
 
-// ByteSource reads a file or standard input ("-") piece by piece, so that data of
-// any length take the memory of one piece. UTF-16 that begins with a byte order mark
+// ByteSource reads a file or a stream piece by piece, so that data of any length take
+// the memory of one piece. UTF-16 that begins with a byte order mark
 // comes as UTF-8 without one. One thread at a time.
-class ByteSource {
+class ZFORMS_API ByteSource {
  public:
-  // False with a reason in Failure() when it cannot be opened.
+  // Opens a file, by its path in UTF-8. False with a reason in Failure() when it cannot be opened.
   bool Open(const std::string& path);
+  // Reads from a stream, such as standard input, whose size is not known.
+  void OpenStream(ReadStep step);
   // Reads from a text in memory.
   void OpenText(std::string_view text);
 
@@ -43,17 +46,14 @@ class ByteSource {
   const std::string& Failure() const { return failure_; }
 
  private:
-  struct Closer {
-    void operator()(std::FILE* file) const;
-  };
-
   void Refill();
   bool ReadMore();
   bool ReadBytes(std::string* to, size_t size);
   void RecogniseUTF16();
   void AppendDecoded();
 
-  std::unique_ptr<std::FILE, Closer> file_;
+  ReadStep step_;  // null for a text
+  bool at_end_ = false;
   std::string buffer_;
   size_t at_ = 0;
   std::optional<ByteOrder> order_;  // of UTF-16
@@ -64,4 +64,4 @@ class ByteSource {
   std::string failure_;
 };
 
-}  // namespace zforms::tool
+}  // namespace zforms

@@ -4,26 +4,24 @@
 #include <string>
 #include <vector>
 
-#include "tool/forms/form_guard.h"
 #include "zforms/acroform/acro_form.h"
 #include "zforms/filling/checked_filler.h"
+#include "zforms/filling/filling_guard.h"
+#include "zforms/platform/base/export.h"
 
 namespace zforms {
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
-}  // namespace zforms
-
-namespace zforms::tool {
 
 // FormPress is a form that is filled again and again from the state in which it was
 // read: each time what the filling changed is written as an update behind the bytes
 // read, and then taken back. The bytes are those that filling a fresh copy would give.
 // Made, with copies of its own, by the thread that has the form; then used by one.
-class FormPress {
+class ZFORMS_API FormPress {
  public:
   // `names` are the full names, in UTF-8, of the fields that will be filled.
   // The guard says what they are locked for, and what goes with a change; it outlives this.
-  FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FormGuard& guard);
+  FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard);
   ~FormPress();
 
   // A value of the field whose name is the one of that number.
@@ -48,7 +46,7 @@ class FormPress {
 
   const ZAcroForm original_;
   std::vector<Chaine> names_;
-  const FormGuard& guard_;
+  const FillingGuard& guard_;
   std::unique_ptr<ZAcroForm> form_;  // null when it has to be copied anew
   std::unique_ptr<ZCheckedFiller> filler_;
   std::vector<Kept> kept_;
@@ -58,4 +56,4 @@ class FormPress {
   PTableau<ZPDFNodeIndirectObject*> objects_;
 };
 
-}  // namespace zforms::tool
+}  // namespace zforms

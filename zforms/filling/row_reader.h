@@ -1,16 +1,16 @@
 #pragma once
 
-#include <memory>
 #include <string>
 
-#include "tool/data/byte_source.h"
-#include "tool/data/row.h"
+#include "zforms/filling/byte_source.h"
+#include "zforms/filling/row.h"
+#include "zforms/platform/base/export.h"
 
-namespace zforms::tool {
+namespace zforms {
 
 // RowReader gives the rows of a table one after the other and holds no more than
 // one at a time. One thread at a time.
-class RowReader {
+class ZFORMS_API RowReader {
  public:
   virtual ~RowReader();
   RowReader(const RowReader&) = delete;
@@ -35,8 +35,4 @@ class RowReader {
   std::string failure_;
 };
 
-// Opens a table: lines of JSON when its first character is "{", else CSV. Null with
-// a reason when it cannot be opened or is neither.
-std::unique_ptr<RowReader> OpenRows(const std::string& path, std::string* error);
-
-}  // namespace zforms::tool
+}  // namespace zforms

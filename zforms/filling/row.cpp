@@ -1,8 +1,8 @@
-#include "tool/data/row.h"
+#include "zforms/filling/row.h"
 
 #include "zforms/platform/text/text.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 Chaine Text(const std::string& text) {
@@ -17,4 +17,4 @@ PTableau<Chaine> TextsOf(const Cell& cell) {
   return texts;
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

@@ -1,4 +1,4 @@
-#include "tool/data/json_rows.h"
+#include "zforms/filling/json_rows.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -8,7 +8,7 @@
 
 #include "zforms/platform/base/chaine.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 using Json = nlohmann::json;
@@ -188,4 +188,4 @@ bool JsonReader::Next(Row* row) {
   return true;
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

@@ -1,4 +1,4 @@
-#include "tool/data/csv_reader.h"
+#include "zforms/filling/csv_reader.h"
 
 #include <algorithm>
 #include <set>
@@ -6,7 +6,7 @@
 
 #include "zforms/platform/text/text.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
@@ -268,4 +268,4 @@ void AppendCsvCell(std::string* out, std::string_view text) {
   out->push_back('"');
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

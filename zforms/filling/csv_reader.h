@@ -3,16 +3,17 @@
 #include <string>
 #include <vector>
 
-#include "tool/data/row_reader.h"
+#include "zforms/filling/row_reader.h"
+#include "zforms/platform/base/export.h"
 
-namespace zforms::tool {
+namespace zforms {
 
 // CsvReader reads comma-separated values (RFC 4180) whose first record names the
 // columns. The separator is ",", ";" or a tab, whichever the first record has most of,
 // or what a line "sep=;" before it says. Lines end in CR LF, LF or CR; empty lines do
 // not count. Text is UTF-8, with or without mark, or windows-1252 when the first text
 // outside ASCII is no UTF-8.
-class CsvReader : public RowReader {
+class ZFORMS_API CsvReader : public RowReader {
  public:
   // Reads the first record; see Failure().
   explicit CsvReader(ByteSource&& source);
@@ -45,11 +46,11 @@ class CsvReader : public RowReader {
 };
 
 // The text as one cell, quoted when it has to be.
-void AppendCsvCell(std::string* out, std::string_view text);
+ZFORMS_API void AppendCsvCell(std::string* out, std::string_view text);
 
 // The text with "'" before it where a spreadsheet would take it for a formula: it begins
 // with "=", "@", a tab or a line end, or with "+" or "-" and is neither a number
 // nor a telephone number.
-std::string ForSpreadsheet(std::string_view text);
+ZFORMS_API std::string ForSpreadsheet(std::string_view text);
 
-}  // namespace zforms::tool
+}  // namespace zforms

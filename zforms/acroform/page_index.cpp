@@ -1,11 +1,11 @@
-#include "tool/forms/page_index.h"
+#include "zforms/acroform/page_index.h"
 
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/page_tree.h"
 #include "zforms/pdf/parser/parser.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 std::string NameAt(const ZPDFNodeDictionary& dictionary, std::string_view key) {
@@ -37,4 +37,4 @@ uint32_t PageIndex::PageOf(const ZPDFNodeDictionary* annotation) const {
   return found == pages_.end() ? 0 : found->second;
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

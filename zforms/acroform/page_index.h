@@ -6,18 +6,17 @@
 #include <unordered_set>
 #include <vector>
 
+#include "zforms/platform/base/export.h"
+
 namespace zforms {
 class ZPDFNode;
 class ZPDFNodeArray;
 class ZPDFNodeDictionary;
 class ZPDFParser;
-}  // namespace zforms
-
-namespace zforms::tool {
 
 // The pages on which the annotations of a document stand, by walking the page tree
 // once.
-class PageIndex {
+class ZFORMS_API PageIndex {
  public:
   explicit PageIndex(const ZPDFParser& parser);
 
@@ -37,4 +36,4 @@ class PageIndex {
   uint32_t count_ = 0;
 };
 
-}  // namespace zforms::tool
+}  // namespace zforms

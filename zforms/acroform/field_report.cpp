@@ -1,21 +1,21 @@
-#include "tool/forms/field_report.h"
+#include "zforms/acroform/field_report.h"
 
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
-#include "tool/forms/page_index.h"
 #include "zforms/acroform/acro_form.h"
 #include "zforms/acroform/button_states.h"
 #include "zforms/acroform/field.h"
+#include "zforms/acroform/page_index.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/text/text.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 constexpr uint32_t kComboFlag = 0x20000;
@@ -178,4 +178,4 @@ std::string FlagWords(const FieldReport& field) {
   return words;
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

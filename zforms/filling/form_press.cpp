@@ -1,4 +1,4 @@
-#include "tool/batch/form_press.h"
+#include "zforms/filling/form_press.h"
 
 #include <algorithm>
 #include <set>
@@ -8,7 +8,7 @@
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 // What filling sets or removes.
@@ -39,7 +39,7 @@ bool RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& origin
 
 }  // namespace
 
-FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FormGuard& guard)
+FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard)
     : original_(form), names_(names.begin(), names.end()), guard_(guard) {}
 
 FormPress::~FormPress() = default;
@@ -97,4 +97,4 @@ bool FormPress::TakeBack() {
   return true;
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

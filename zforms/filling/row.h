@@ -7,24 +7,25 @@
 
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/containers.h"
+#include "zforms/platform/base/export.h"
 
-namespace zforms::tool {
+namespace zforms {
 
 // A value of a row of data, UTF-8. A list has its further values in `more`.
-struct Cell {
+struct ZFORMS_API Cell {
   std::string text;
   std::vector<std::string> more;
   bool is_null = false;  // says nothing, which is not the same as an empty text
 };
 
 // The values of a cell as data of forms have them, with CR LF for each line end.
-PTableau<Chaine> TextsOf(const Cell& cell);
+ZFORMS_API PTableau<Chaine> TextsOf(const Cell& cell);
 
 using RowNames = std::shared_ptr<const std::vector<std::string>>;
 
 // A row of data, such as a record of a CSV file. Rows with the same columns share
 // their names.
-struct Row {
+struct ZFORMS_API Row {
   uint64_t number = 0;  // the first is 1
   uint64_t line = 0;    // where it starts in its file, from 1
   std::string fault;    // why it cannot be used; empty when it can
@@ -32,4 +33,4 @@ struct Row {
   std::vector<Cell> cells;  // as many as names, unless there is a fault
 };
 
-}  // namespace zforms::tool
+}  // namespace zforms

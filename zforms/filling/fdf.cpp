@@ -1,4 +1,4 @@
-#include "tool/data/fdf.h"
+#include "zforms/filling/fdf.h"
 
 #include <algorithm>
 #include <map>
@@ -20,7 +20,7 @@
 #include "zforms/platform/text/letter_case.h"
 #include "zforms/platform/text/text.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 // Kids may refer to one another in circles.
@@ -270,4 +270,4 @@ Chaine WriteFDF(const ZXFDF& data, const std::set<std::string>& buttons) {
   return text;
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

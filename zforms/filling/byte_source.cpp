@@ -1,44 +1,30 @@
-#include "tool/data/byte_source.h"
+#include "zforms/filling/byte_source.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <system_error>
+#include <memory>
+#include <utility>
 
-#include "tool/base/files.h"
-#include "tool/base/standard_streams.h"
+#include "zforms/platform/files/os_file.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 constexpr size_t kPiece = 1 << 18;
 
 }  // namespace
 
-void ByteSource::Closer::operator()(std::FILE* file) const {
-  if (file != stdin) std::fclose(file);
-}
-
 bool ByteSource::Open(const std::string& path) {
-  if (path == kStandardStream) {
-    SetBinary(stdin);
-    file_.reset(stdin);
-    return true;
-  }
-  std::error_code error;
-  const std::filesystem::path file = FilePath(path);
-  if (std::filesystem::is_directory(file, error)) {
+  if (KindOfFile(path) == OsFileKind::kFolder) {
     failure_ = "is a folder";
     return false;
   }
-  file_.reset(OpenToRead(path));
-  if (file_ == nullptr) {
-    failure_ = std::generic_category().message(errno);
-    return false;
-  }
-  const uintmax_t size = std::filesystem::file_size(file, error);
-  size_ = error ? 0 : size;
+  const auto file = std::make_shared<OsFile>();
+  if (!file->Open(path, OsFile::Mode::kRead, &failure_)) return false;
+  step_ = [file](char* to, size_t size, bool* failed) { return file->Read(to, size, failed); };
+  size_ = file->Size();
   return true;
 }
+
+void ByteSource::OpenStream(ReadStep step) { step_ = std::move(step); }
 
 void ByteSource::OpenText(std::string_view text) {
   buffer_ = text;
@@ -46,24 +32,29 @@ void ByteSource::OpenText(std::string_view text) {
 }
 
 bool ByteSource::ReadBytes(std::string* to, size_t size) {
-  if (file_ == nullptr) return false;
+  if (step_ == nullptr) return false;
   const size_t before = to->size();
   to->resize(before + size);
-  const size_t got = std::fread(to->data() + before, 1, size, file_.get());
+  size_t got = 0;
+  while (got < size && !at_end_) {
+    bool failed = false;
+    const size_t more = step_(to->data() + before + got, size - got, &failed);
+    if (failed) failure_ = "it cannot be read to its end";
+    at_end_ = more == 0;
+    got += more;
+  }
   to->resize(before + got);
   read_ += got;
-  if (got == 0 && std::ferror(file_.get()) != 0) failure_ = "it cannot be read to its end";
   return got > 0;
 }
 
 // Half a character waits for its other half, which only the end of the file may lack.
 void ByteSource::AppendDecoded() {
-  const bool at_end = std::feof(file_.get()) != 0 || !failure_.empty();
   size_t length = undecoded_.size() - undecoded_.size() % 2;
   const size_t high = length - (*order_ == ByteOrder::eBigEndian ? 2 : 1);
-  if (!at_end && length >= 2 && (static_cast<unsigned char>(undecoded_[high]) & 0xFC) == 0xD8) length -= 2;
+  if (!at_end_ && length >= 2 && (static_cast<unsigned char>(undecoded_[high]) & 0xFC) == 0xD8) length -= 2;
   buffer_ += UTF16ToUTF8(std::string_view(undecoded_).substr(0, length), *order_).View();
-  undecoded_.erase(0, at_end ? undecoded_.size() : length);
+  undecoded_.erase(0, at_end_ ? undecoded_.size() : length);
 }
 
 void ByteSource::RecogniseUTF16() {
@@ -103,4 +94,4 @@ std::string_view ByteSource::Look(size_t count) {
   return std::string_view(buffer_).substr(at_);
 }
 
-}  // namespace zforms::tool
+}  // namespace zforms

@@ -3,9 +3,10 @@
 #include <string>
 #include <string_view>
 
-#include "tool/data/row_reader.h"
+#include "zforms/filling/row_reader.h"
+#include "zforms/platform/base/export.h"
 
-namespace zforms::tool {
+namespace zforms {
 
 // Reads one JSON object into the names and values of the row, in place of what it
 // held; fault, number and line are left to the caller. Members of an object within
@@ -13,10 +14,10 @@ namespace zforms::tool {
 // name; numbers keep their digits; null says nothing; of members with one name the last
 // counts. False, with a reason and its place, when the text is something else;
 // `whole` is all that the text is a part of; empty for a line, whose number the caller knows.
-bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole = {});
+ZFORMS_API bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole = {});
 
 // JsonReader reads a table of one JSON object on each line; empty lines do not count.
-class JsonReader : public RowReader {
+class ZFORMS_API JsonReader : public RowReader {
  public:
   explicit JsonReader(ByteSource&& source) : RowReader(std::move(source)) {}
 
@@ -30,4 +31,4 @@ class JsonReader : public RowReader {
   uint64_t count_ = 0;
 };
 
-}  // namespace zforms::tool
+}  // namespace zforms

@@ -1,0 +1,7 @@
+#include "zforms/filling/row_reader.h"
+
+namespace zforms {
+
+RowReader::~RowReader() = default;
+
+}  // namespace zforms
