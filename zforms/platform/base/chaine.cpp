@@ -135,7 +135,7 @@ char* Chaine::AppendUninitialized(size_t count) {
 
 void Chaine::AppendSlowly(std::string_view bytes) {
   if (bytes.empty()) return;
-  // The text to append may be a part of this one, which growing could free.
+  // The text to append may be a part of this one, and growing could free it.
   const bool own = bytes.data() >= data() && bytes.data() < data() + size();
   if (own) {
     const Chaine keep(bytes);
@@ -149,7 +149,7 @@ void Chaine::Truncate(size_t length) {
   if (length >= size()) return;
   if (IsHeap()) {
     Buffer* const buffer = heap_.buffer;
-    // Nobody else sees what is cut off, so it is room again.
+    // When no other window shares the buffer, the bytes cut off become free space again.
     if (buffer != nullptr && buffer->refs.load(std::memory_order_acquire) == 1) {
       buffer->used.store(static_cast<size_t>(heap_.data - buffer->Bytes()) + length, std::memory_order_relaxed);
     }

@@ -12,19 +12,17 @@
 
 namespace zforms {
 
-// Chaine is the byte string of every interface: 8-bit, length-counted, free to
-// hold any byte. It never converts between character sets.
+// Chaine is the byte string of every interface: 8-bit, length-counted, may contain any byte. It never converts between
+// character sets.
 //
-// Up to 16 bytes live inside the object, with zeros behind them, so that two short
-// texts compare as 16 bytes. Longer text lives in a reference
-// counted buffer, and a Chaine is a window onto it: copies and substrings
-// share the bytes, so cutting an object out of a 100 MB file copies nothing.
-// The bytes inside a window never change. Appending to the window that ends
-// where its buffer ends extends the buffer in place; the other windows onto
-// it do not notice. Every other append moves to a buffer of its own.
+// Up to 16 bytes are stored inside the object, padded with zeros, so that two short texts compare as 16 bytes. Longer
+// text is stored in a reference-counted buffer, and a Chaine is a window onto it: copies and substrings share the
+// bytes, so cutting an object out of a 100 MB file copies nothing. The bytes inside a window never change. Appending to
+// the window that ends where the used part of its buffer ends extends the buffer in place; other windows onto it are
+// not affected. Every other append copies the text to a new buffer.
 //
-// Distinct Chaine objects may be used from distinct threads even when they
-// share a buffer; one object belongs to one thread at a time.
+// Distinct Chaine objects may be used from distinct threads even when they share a buffer; one object must be used by
+// one thread at a time.
 class ZFORMS_API Chaine {
  public:
   static constexpr size_t kInlineCapacity = 16;
@@ -41,7 +39,7 @@ class ZFORMS_API Chaine {
   Chaine& operator=(const Chaine& other) noexcept;
   Chaine& operator=(Chaine&& other) noexcept;
 
-  // A Chaine over text that lives as long as the process; copies no byte.
+  // A Chaine over text that lives as long as the process. Copies no bytes.
   static Chaine Literal(std::string_view text) noexcept;
 
   size_t GetLength() const { return rep_ >> 1; }
@@ -60,8 +58,7 @@ class ZFORMS_API Chaine {
   std::string_view View() const { return {data(), size()}; }
   std::string ToString() const { return std::string(View()); }
 
-  // The part that starts at `start`; shares the bytes. Positions past the end
-  // are cut to the end.
+  // The part that starts at `start`; shares the bytes. Positions past the end are clamped to the end.
   Chaine Mid(size_t start, size_t length = SIZE_MAX) const;
 
   void Append(std::string_view bytes) {
@@ -86,19 +83,18 @@ class ZFORMS_API Chaine {
     Append(c);
     return *this;
   }
-  // Lengthens the text by `count` bytes and returns where the caller writes them.
+  // Lengthens the text by `count` bytes and returns the address where the caller must write them.
   char* AppendUninitialized(size_t count);
-  // Keeps the first `length` bytes; does nothing when there are no more.
+  // Keeps the first `length` bytes; does nothing when the text is not longer.
   void Truncate(size_t length);
-  // Makes room for a total of `capacity` bytes, so that appending up to there
-  // moves nothing.
+  // Reserves room for a total of `capacity` bytes: appending up to that length does not reallocate.
   void Reserve(size_t capacity);
   void Clear() {
     Release();
     SetEmpty();
   }
 
-  // True when both windows show the same memory (so no byte was copied between them).
+  // True when both windows show the same memory, that is, no byte was copied between them.
   bool SharesBytesWith(const Chaine& other) const {
     return IsHeap() && other.IsHeap() && heap_.buffer == other.heap_.buffer && heap_.buffer != nullptr;
   }
@@ -110,7 +106,7 @@ class ZFORMS_API Chaine {
   friend bool operator==(const Chaine& a, std::string_view b) { return a.View() == b; }
   friend bool operator==(const Chaine& a, const char* b) { return a.View() == b; }
   friend bool operator==(const Chaine& a, const std::string& b) { return a.View() == b; }
-  // Bytes compare as unsigned values; a prefix is less than the longer text.
+  // Compares the bytes as unsigned values; a prefix is less than the longer text.
   friend std::strong_ordering operator<=>(const Chaine& a, const Chaine& b) { return a.View() <=> b.View(); }
   friend std::strong_ordering operator<=>(const Chaine& a, std::string_view b) { return a.View() <=> b; }
   friend Chaine operator+(const Chaine& a, std::string_view b) { return Concat(a.View(), b); }
@@ -122,14 +118,14 @@ class ZFORMS_API Chaine {
 
   static Chaine Concat(std::string_view a, std::string_view b);
 
-  // Whether these are the bytes, which are few as a rule.
+  // Compares with `bytes`. Optimized for few bytes.
   bool HasBytes(std::string_view bytes) const {
     const std::string_view own = View();
     if (own.size() != bytes.size()) return false;
     return own.size() <= 16 ? AreSameFew(own.data(), bytes.data(), own.size())
                             : std::memcmp(own.data(), bytes.data(), own.size()) == 0;
   }
-  // As memcpy, for bytes that are few as a rule.
+  // Like memcpy. Optimized for few bytes.
   static void CopyBytes(char* to, std::string_view bytes) {
     if (bytes.size() <= 16) {
       CopyFew(to, bytes.data(), bytes.size());
@@ -139,9 +135,8 @@ class ZFORMS_API Chaine {
   }
 
  private:
-  // `used` counts the bytes that some window covers. A window that ends there may
-  // claim more by moving `used` forward; the compare-and-exchange lets only one of
-  // several sharing windows win.
+  // `used` counts the bytes that are covered by a window. A window that ends there can claim more by raising `used`;
+  // the compare-and-exchange makes sure that only one of several sharing windows succeeds.
   struct Buffer {
     std::atomic<size_t> refs;
     std::atomic<size_t> used;
@@ -173,8 +168,8 @@ class ZFORMS_API Chaine {
       InitHeap(bytes);
     }
   }
-  // Up to 16 bytes in moves of fixed lengths, which may overlap: a call of memcpy
-  // would take longer than the copying.
+  // Copies up to 16 bytes in moves of fixed lengths, which may overlap. Calling memcpy would take longer than the copy
+  // itself.
   static void CopyFew(char* to, const char* from, size_t count) {
     if (count >= 8) {
       std::memcpy(to, from, 8);
@@ -201,7 +196,8 @@ class ZFORMS_API Chaine {
     std::memcpy(&value, from, sizeof(T));
     return value;
   }
-  // Room for more at the end of a buffer that nobody shares, null where there is none.
+  // Extends a buffer that is not shared in place and returns the address of the new bytes. Null when this is not
+  // possible.
   char* ExtendQuickly(size_t count) {
     if (!IsHeap() || heap_.buffer == nullptr || heap_.buffer->refs.load(std::memory_order_acquire) != 1) return nullptr;
     char* const end = const_cast<char*>(heap_.data) + size();
@@ -233,11 +229,12 @@ class ZFORMS_API Chaine {
     char inline_[kInlineCapacity];
     Window heap_;
   };
-  // The length times two, plus one when the bytes are in a buffer.
+  // Twice the length, plus one when the bytes are in a buffer.
   size_t rep_;
 };
 
-// The blanks that trimming removes: "\r\n\t\f " at both ends.
+// Removes the blanks "\r
+// \t\f " at both ends.
 ZFORMS_API std::string_view TrimBlanks(std::string_view text);
 
 }  // namespace zforms

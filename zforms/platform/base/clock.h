@@ -6,8 +6,7 @@
 
 namespace zforms {
 
-// ZClock tells the time. A host or a test may put one of its own in the place of
-// the system's. Any thread may ask it.
+// ZClock tells the time. A host or a test may replace the system's clock by its own. Any thread may call it.
 class ZFORMS_API ZClock {
  public:
   virtual ~ZClock();
@@ -15,7 +14,7 @@ class ZFORMS_API ZClock {
   // The time in UTC, in ticks of 100 ns since the start of the year 1601.
   virtual uint64_t Ticks() const = 0;
 
-  // The clock of the system; lives as long as the process.
+  // The system's clock; lives as long as the process.
   static const ZClock& System();
 };
 

@@ -14,7 +14,7 @@ namespace zforms {
 template <class T>
 using PTableau = std::vector<T>;
 
-// A map in the order of its keys.
+// A map sorted by key.
 template <class Key, class Value>
 using FSortedMap = std::map<Key, Value>;
 
@@ -22,7 +22,7 @@ using FSortedMap = std::map<Key, Value>;
 template <class T, class Hash = ChaineHash>
 class PUniqueT {
  public:
-  // Adds the value unless it is there already; true when it was added.
+  // Adds the value unless it is in the list already; true when it was added.
   bool Add(const T& value) {
     const uint64_t hash = Hash()(value);
     if (Find(value, hash) != HashIndex::kNone) return false;
@@ -45,9 +45,8 @@ class PUniqueT {
   HashIndex index_;
 };
 
-// A map keyed by byte strings, walked and indexed by position in byte order of
-// the keys. Keys that arrive in order cost nothing extra; others are sorted in
-// when the order is next asked for, so building one is never quadratic.
+// A map keyed by byte strings, which can be walked and indexed in byte order of the keys. Keys that are added in order
+// cost nothing extra. Others are sorted when the order is next needed, so building a map never takes quadratic time.
 template <class Value>
 class FDictionnary {
  public:
@@ -61,9 +60,9 @@ class FDictionnary {
     const size_t found = PositionOf(key, KeyedHash(key));
     return found == HashIndex::kNone ? nullptr : &items_[found].second;
   }
-  // Stores the value under the key, in place of an earlier one.
+  // Stores the value under the key and replaces an earlier one.
   void Set(const Chaine& key, Value value) { (*this)[key] = std::move(value); }
-  // The value under the key, made by default when there is none.
+  // The value under the key; adds a default value when the key is missing.
   Value& operator[](const Chaine& key) {
     const uint64_t hash = KeyedHash(key);
     const size_t found = PositionOf(key, hash);
@@ -76,7 +75,7 @@ class FDictionnary {
     const uint64_t hash = KeyedHash(key);
     const size_t gap = PositionOf(key, hash);
     if (gap == HashIndex::kNone) return false;
-    // The last one fills the gap, so that removing many costs no more than adding them.
+    // The last item fills the gap, so that removing takes constant time.
     index_.Erase(hash, gap);
     if (gap + 1 != items_.size()) {
       index_.Move(KeyedHash(items_.back().first), items_.size() - 1, gap);

@@ -8,9 +8,8 @@
 
 namespace zforms {
 
-// Base, to be derived from virtually, of objects that count their references.
-// Whoever makes one has the first reference; the last Release deletes it. The
-// count may be changed by any thread.
+// Base class of objects that count their references; derive from it virtually. The creator has the first reference; the
+// last Release deletes the object. Any thread may change the count.
 class ZFORMS_API ZCountedUnknown {
  public:
   ZCountedUnknown() = default;
@@ -27,7 +26,7 @@ class ZFORMS_API ZCountedUnknown {
   mutable std::atomic<uint32_t> count_{1};
 };
 
-// Holds one reference.
+// Keeps one reference to an object and releases it in its destructor.
 template <class T>
 class ZCountedPtr {
  public:

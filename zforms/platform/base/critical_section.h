@@ -4,8 +4,7 @@
 
 namespace zforms {
 
-// CCriticalSection lets one thread in at a time; the thread that is in may enter
-// again.
+// CCriticalSection is a recursive lock: one thread at a time is inside, and that thread may enter again.
 class CCriticalSection {
  public:
   void Lock() { mutex_.lock(); }
@@ -15,7 +14,7 @@ class CCriticalSection {
   std::recursive_mutex mutex_;
 };
 
-// CSingleLock is in the section from its making to its end.
+// CSingleLock enters the section in its constructor and leaves it in its destructor.
 class CSingleLock {
  public:
   explicit CSingleLock(CCriticalSection& section) : section_(section) { section_.Lock(); }

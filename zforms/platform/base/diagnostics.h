@@ -9,12 +9,12 @@
 
 namespace zforms {
 
-// Something odd that was met and dealt with, and where.
+// A fault that was found and worked around, and its place.
 struct ZFORMS_API ZDiagnosticsWarning {
   static constexpr uint64_t kNoOffset = UINT64_MAX;
 
   Chaine text;
-  // The indirect object it concerns; number 0 when it concerns none.
+  // The indirect object with the fault; number 0 when it is in no object.
   uint32_t object_number = 0;
   uint32_t generation = 0;
   // The byte offset in the file, or kNoOffset.
@@ -27,9 +27,8 @@ struct ZFORMS_API ZDiagnosticsWarningHash {
   size_t operator()(const ZDiagnosticsWarning& warning) const;
 };
 
-// What a load or a save has to say beside its boolean result: why it failed,
-// and a bounded list of warnings in the order in which they came. A plain
-// value that belongs to whoever ran the operation; one thread at a time.
+// The messages of a load or a save beside its boolean result: why it failed, and a bounded list of warnings in the
+// order in which they were reported. A plain value, owned by the caller of the operation; used by one thread at a time.
 class ZFORMS_API ZDiagnostics {
  public:
   using Warning = ZDiagnosticsWarning;
@@ -38,13 +37,12 @@ class ZFORMS_API ZDiagnostics {
   static constexpr uint64_t kNoOffset = Warning::kNoOffset;
   static constexpr size_t kMaxWarnings = 1000;
 
-  // The reason of the failure, to be read after "zforms: FILE: "; empty when
-  // nothing failed. A later reason replaces the earlier one.
+  // The reason of the failure, written to follow "zforms: FILE: "; empty when nothing failed. A later reason replaces
+  // the earlier one.
   const Chaine& Failure() const { return failure_; }
   void SetFailure(const Chaine& reason) { failure_ = reason; }
 
-  // Keeps the warning unless the same one is there already. When the list is
-  // full it is only counted.
+  // Adds the warning unless the list has the same one already. When the list is full, the warning is only counted.
   void Warn(const Warning& warning);
   void Warn(const Chaine& text) { Warn(Warning{text}); }
   void WarnAt(uint64_t offset, const Chaine& text) { Warn(Warning{text, 0, 0, offset}); }
@@ -53,17 +51,16 @@ class ZFORMS_API ZDiagnostics {
   }
 
   const WarningList& Warnings() const { return warnings_; }
-  // How many warnings the full list turned away.
+  // The number of warnings that did not fit into the list.
   size_t DroppedCount() const { return dropped_; }
 
-  // Whether a file is damaged that was read without its being recovered.
+  // True when the file is damaged and was read without recovery.
   void SetDamaged(bool damaged) { damaged_ = damaged; }
   bool IsDamaged() const { return damaged_; }
 
   void Clear() { *this = ZDiagnostics(); }
 
-  // "object 12 0: what is wrong", else "offset 123: what is wrong", else the
-  // text alone.
+  // "object 12 0: what is wrong", or "offset 123: what is wrong", or only the text.
   static Chaine Describe(const Warning& warning);
 
  private:

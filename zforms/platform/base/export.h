@@ -1,8 +1,7 @@
 #pragma once
 
-// ZFORMS_API marks what the shared library shows to a host; everything else is
-// compiled with hidden visibility. ZFORMS_STATIC is defined for the static
-// library and for whoever links it.
+// ZFORMS_API marks what the shared library exports; everything else is compiled with hidden visibility. ZFORMS_STATIC
+// is defined for the static library and for programs that link it.
 #if defined(ZFORMS_STATIC)
 #define ZFORMS_API
 #elif defined(_WIN32)

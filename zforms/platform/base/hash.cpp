@@ -70,7 +70,7 @@ uint64_t KeyedHash(std::string_view text) {
     std::memcpy(&word, at, 8);
     state.Add(word);
   }
-  // The last word holds what is left and, in its top byte, the length.
+  // The last word contains the remaining bytes and, in its top byte, the length.
   uint64_t last = uint64_t{text.size()} << 56;
   for (size_t i = 0; i < left; i++) last |= uint64_t{static_cast<unsigned char>(at[i])} << (8 * i);
   state.Add(last);

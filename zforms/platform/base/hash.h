@@ -11,21 +11,21 @@
 
 namespace zforms {
 
-// SipHash-1-3 under a key that each process draws for itself, so that nobody can
-// make up names that all fall on one place of a table.
+// SipHash-1-3 with a random key for each process, so that an attacker cannot choose names that all collide in a hash
+// table.
 ZFORMS_API uint64_t KeyedHash(std::string_view text);
 
 struct ChaineHash {
   size_t operator()(std::string_view text) const { return static_cast<size_t>(KeyedHash(text)); }
 };
 
-// Where the items of an array are, by their hash: an open table of positions beside
-// the array, which its owner keeps. Finding looks at one place nearly always.
+// Finds the items of an array by their hash: an open-addressing table of positions, kept beside the array by the
+// array's owner. A lookup nearly always needs one probe.
 class HashIndex {
  public:
   static constexpr size_t kNone = SIZE_MAX;
 
-  // The position of the item with that hash of which `equal(position)` holds, or kNone.
+  // The position of the item with this hash for which `equal(position)` is true, or kNone.
   template <class Equal>
   size_t Find(uint64_t hash, Equal equal) const {
     if (slots_.empty()) return kNone;
@@ -34,17 +34,17 @@ class HashIndex {
     }
     return kNone;
   }
-  // Precondition: no item of that kind is in the index.
+  // Precondition: the index does not have an equal item.
   void Insert(uint64_t hash, size_t position) {
     if ((count_ + 1) * 4 > slots_.size() * 3) Grow();
     count_++;
     Put({Short(hash), static_cast<uint32_t>(position)});
   }
-  // Says that the item at `from` now stands at `to`. Precondition: it is in the index.
+  // Records that the item at `from` has moved to `to`. Precondition: it is in the index.
   void Move(uint64_t hash, size_t from, size_t to) { slots_[SlotOf(hash, from)].position = static_cast<uint32_t>(to); }
   // Precondition: the item at `position` is in the index.
   void Erase(uint64_t hash, size_t position) {
-    // What follows without a gap moves up, unless it would pass the place it belongs to.
+    // The items that follow without a gap move up, but never before their home slot.
     size_t gap = SlotOf(hash, position);
     for (size_t at = (gap + 1) & mask_; slots_[at].position != kEmpty; at = (at + 1) & mask_) {
       if (((at - slots_[at].hash) & mask_) < ((at - gap) & mask_)) continue;
@@ -90,7 +90,7 @@ class HashIndex {
     }
   }
 
-  std::vector<Slot> slots_;  // as many as a power of two
+  std::vector<Slot> slots_;  // size is a power of two
   size_t mask_ = 0;
   size_t count_ = 0;
 };

@@ -13,8 +13,7 @@
 
 namespace zforms {
 
-// What is carried from any thread to the host's. Its handler runs once, on the
-// host's thread.
+// A message from any thread to the host's thread. Its handler runs once, on the host's thread.
 class ZFORMS_API ZIdleMessage : public virtual ZCountedUnknown {
  public:
   virtual void OnIdleMessage() = 0;
@@ -23,11 +22,10 @@ class ZFORMS_API ZIdleMessage : public virtual ZCountedUnknown {
   ~ZIdleMessage() override;
 };
 
-// ZIdleMessageManager hands messages to the host's idle loop, in the order in
-// which they were posted. Any thread posts, and never waits; one thread, the
-// host's, runs the loop: Run where the host has none of its own, else RunPending
-// when the host's own loop is woken (SetWake). The thread that made the manager is
-// the host's until another one runs the loop.
+// ZIdleMessageManager delivers messages to the host's idle loop, in the order in which they were posted. Any thread may
+// post and never waits. One thread, the host's, runs the loop: with Run when the host has no loop of its own, else with
+// RunPending when the host's own loop is woken (SetWake). The host's thread is the one that created the manager, until
+// another thread runs the loop.
 class ZFORMS_API ZIdleMessageManager {
  public:
   using IIdleMessage = ZIdleMessage;
@@ -36,34 +34,34 @@ class ZFORMS_API ZIdleMessageManager {
   ZIdleMessageManager();
   ZIdleMessageManager(const ZIdleMessageManager&) = delete;
   ZIdleMessageManager& operator=(const ZIdleMessageManager&) = delete;
-  // Releases what was not delivered.
+  // Releases the messages that were not delivered.
   ~ZIdleMessageManager();
 
-  // The manager of the process.
+  // The manager shared by the whole process.
   static ZIdleMessageManager& Default();
 
-  // Is called when a message comes to an empty queue, on the thread that posts it, and at
-  // once when some wait already: a host with a loop of its own sends that loop an event
-  // here, whose handler calls RunPending. It must return soon and deliver nothing itself.
-  // When SetWake returns, what was set before is not called any more.
+  // Sets a function that is called when a message arrives in an empty queue, on the thread that posts it; it is called
+  // at once when messages wait already. A host with its own loop sends that loop an event here, and the event's handler
+  // calls RunPending. The function must return soon and must not deliver messages itself. After SetWake returns, the
+  // previous function is not called any more.
   void SetWake(std::function<void()> wake);
-  // Takes a reference of its own, which it releases after the delivery.
+  // Adds a reference to the message and releases it after the delivery.
   void Post(IIdleMessage* message);
-  // How many wait, the one that is being delivered included.
+  // The number of messages that wait, including the one that is being delivered.
   size_t Pending() const;
 
-  // Delivers what waits, and what is posted meanwhile; returns the number.
+  // Delivers the messages that wait and those posted meanwhile; returns their number.
   size_t RunPending();
-  // The same after waiting for a message, until the time is over.
+  // Like RunPending, but first waits for a message for at most `time`.
   size_t WaitAndRun(Duration time);
-  // Delivers messages until Quit; what waits then is delivered before it returns.
+  // Delivers messages until Quit; delivers those that still wait before it returns.
   void Run();
-  // Ends Run, now or when it is next called. For any thread.
+  // Ends Run, now or when it is next called. Any thread may call it.
   void Quit();
 
   bool IsHostThread() const;
-  // Empties the queue: by delivering when the host's thread asks, else by waiting
-  // until the host's thread has done so. False when the time was over before.
+  // Empties the queue: the host's thread delivers the messages; any other thread waits until the host's thread has done
+  // so. False when `time` is over before that.
   bool Drain(Duration time);
 
  private:

@@ -37,7 +37,7 @@ Unsigned ReadUnsigned(std::string_view text) {
   return static_cast<Unsigned>(read.negative ? 0 - read.magnitude : read.magnitude);
 }
 
-// The front of the text that is digits with at most one point among them.
+// The longest prefix that consists of digits and at most one point.
 std::string_view FixedPointPart(std::string_view text) {
   size_t end = std::min(text.find_first_not_of(kDigits), text.size());
   if (end < text.size() && text[end] == '.') end = std::min(text.find_first_not_of(kDigits, end + 1), text.size());
@@ -46,7 +46,7 @@ std::string_view FixedPointPart(std::string_view text) {
 
 template <class... Arguments>
 Chaine Formatted(Arguments... arguments) {
-  // The longest text is that of the least double: a sign, "0." and 324 decimals.
+  // The smallest double has the longest text: a sign, "0." and 324 decimals.
   char buffer[400];
   const auto written = std::to_chars(buffer, buffer + sizeof(buffer), arguments...);
   return {buffer, static_cast<size_t>(written.ptr - buffer)};
@@ -62,7 +62,7 @@ int32_t ParseInt(std::string_view text) {
 }
 
 uint32_t ParseUInt(std::string_view text) {
-  // A few digits and nothing else, as nearly always.
+  // Fast path: nearly all numbers are a few digits.
   if (text.size() - 1 >= 10) return ReadUnsigned<uint32_t>(text);
   uint64_t value = 0;
   for (const char c : text) {
@@ -82,7 +82,7 @@ double ParseDouble(std::string_view text) {
   double value = 0;
   const auto read = std::from_chars(number.data(), number.data() + number.size(), value, std::chars_format::fixed);
   if (read.ec == std::errc::result_out_of_range) {
-    // Too large, or too close to zero: the digits before the point tell.
+    // The value is too large, or too close to zero. A nonzero digit before the point means too large.
     const bool large = number.substr(0, number.find('.')).find_first_not_of('0') != std::string_view::npos;
     value = large ? std::numeric_limits<double>::max() : 0;
   }

@@ -4,12 +4,12 @@
 
 namespace zforms {
 
-// Hands memory that was freed back to the system, which allocators put off for long.
-// Takes milliseconds; worth it after something large. Any thread.
+// Returns freed memory to the system, which allocators delay. Takes milliseconds, so call it after large work only. Any
+// thread may call it.
 ZFORMS_API void GiveBackMemory();
 
-// Has blocks of a megabyte or more go back as soon as they are freed, for the whole
-// process: for programs that meet large inputs now and then. At the start, before threads.
+// Makes the allocator return blocks of a megabyte or more as soon as they are freed, for the whole process. For
+// programs with occasional large inputs. Call it at the start, before there are threads.
 ZFORMS_API void GiveBackLargeBlocks();
 
 }  // namespace zforms

@@ -2,7 +2,7 @@
 
 #include "zforms/platform/base/os_memory.h"
 
-// The GNU C library's (mallopt(3), malloc_trim(3)); others give memory back by themselves.
+// mallopt(3) and malloc_trim(3) of the GNU C library; other C libraries return memory by themselves.
 extern "C" int malloc_trim(std::size_t keep) __attribute__((weak));
 extern "C" int mallopt(int parameter, int value) __attribute__((weak));
 
@@ -19,7 +19,7 @@ void GiveBackMemory() {
   if (malloc_trim != nullptr) malloc_trim(0);
 }
 
-// Left alone, the library raises both with each large block that is freed.
+// Both thresholds are set, because the library otherwise raises them with each large block that is freed.
 void GiveBackLargeBlocks() {
   if (mallopt == nullptr) return;
   // NOLINTBEGIN(concurrency-mt-unsafe): called at the start, before there are other threads.

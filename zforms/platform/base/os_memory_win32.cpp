@@ -6,7 +6,7 @@ namespace zforms {
 
 void GiveBackMemory() { _heapmin(); }
 
-// As it does by itself.
+// Windows does this by itself.
 void GiveBackLargeBlocks() {}
 
 }  // namespace zforms

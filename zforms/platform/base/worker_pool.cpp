@@ -32,7 +32,7 @@ bool WorkerPool::Post(Job job, uint64_t weight) {
 }
 
 void WorkerPool::Finish(bool drop_queued) {
-  // Jobs end outside the lock: they may own what posts.
+  // Destroys the jobs outside the lock: their destructors may post other jobs.
   std::deque<WeightedJob> dropped[2];
   {
     const std::lock_guard lock(mutex_);
@@ -65,7 +65,7 @@ void WorkerPool::RunJobs() {
   while (true) {
     wake_.wait(lock, [this] { return finishing_ || !queue_.empty() || CanTakeHeavy(); });
     const bool is_heavy = queue_.empty();
-    // Heavy jobs that are left are taken by the threads that run such ones.
+    // When finishing, the threads that run heavy jobs take the remaining ones.
     if (is_heavy && !CanTakeHeavy()) break;
     std::deque<WeightedJob>& queue = is_heavy ? heavy_ : queue_;
     WeightedJob next = std::move(queue.front());
@@ -78,7 +78,7 @@ void WorkerPool::RunJobs() {
     lock.lock();
     heavy_running_ -= is_heavy ? 1 : 0;
     weight_ -= next.weight;
-    // Those that were too much together with this one.
+    // The next heavy job may have been too heavy to run beside this one.
     if (is_heavy && CanTakeHeavy()) wake_.notify_one();
   }
   running_--;

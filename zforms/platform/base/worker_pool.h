@@ -12,11 +12,12 @@
 
 namespace zforms {
 
-// Threads that run jobs from a bounded queue, in order. Heavy jobs have a weight, such as
-// the bytes that they work on. They never take more than half of the threads, nor weigh
-// more than `max_weight` together unless one does alone, and wait until no other job
-// does, so that they hold up none and memory is bounded. Construction starts no thread. Any thread may call any
-// function but Join, which no worker may call.
+// A pool of threads that run jobs from a bounded queue, in order. A heavy job has a weight, such as the number of bytes
+// it works on. Heavy jobs never take more than half of the threads, and together never weigh more than `max_weight`,
+// except that a heavier job may run alone. They start only when no other job waits, so they delay no light job and
+// memory stays bounded.
+//
+// The constructor starts no thread. Any thread may call any function, except that a worker must not call Join.
 class WorkerPool {
  public:
   using Job = std::function<void()>;
@@ -28,13 +29,11 @@ class WorkerPool {
   ~WorkerPool();
 
   void Start();
-  // A job without weight is not heavy. False when the queue is full or the pool is
-  // finishing.
+  // Queues a job; a job of weight 0 is not heavy. False when the queue is full or the pool is finishing.
   bool Post(Job job, uint64_t weight = 0);
-  // Takes no more jobs; the threads end after those that are queued, or with
-  // `drop_queued` after those that run.
+  // Accepts no more jobs. The threads end after the queued jobs, or with `drop_queued` after the jobs that are running.
   void Finish(bool drop_queued);
-  // True when all threads have ended; waits for that until the time is over.
+  // Waits until all threads have ended, at most for `time`; true when they have.
   bool WaitFinished(std::chrono::milliseconds time);
   void Join();
   bool IsWorker() const;

@@ -30,7 +30,7 @@ constexpr size_t kWordOffset[4] = {0, 1, 5, 0};
 using Words = std::array<uint32_t, 16>;
 using State = std::array<uint32_t, 4>;
 
-// Only the last added term waits for b, the result of the step before.
+// Optimized order of additions: only the last added term depends on b, the result of the step before.
 template <size_t kRound>
 uint32_t Mixed(uint32_t sum, uint32_t b, uint32_t c, uint32_t d) {
   if constexpr (kRound == 0) return sum + (d ^ (b & (c ^ d)));
@@ -39,8 +39,8 @@ uint32_t Mixed(uint32_t sum, uint32_t b, uint32_t c, uint32_t d) {
   if constexpr (kRound == 3) return sum + (c ^ (b | ~d));
 }
 
-// The roles a, b, c, d move one place on with each step; all indices are known
-// when compiling, so the state stays in four registers.
+// The roles of a, b, c and d rotate by one place with each step. All indices are compile-time constants, so the state
+// stays in four registers.
 template <size_t kStep>
 void Step(State& s, const Words& words) {
   constexpr size_t kRound = kStep / 16;
@@ -95,7 +95,7 @@ void MD5::Update(std::string_view bytes) {
 }
 
 MD5::Bytes MD5::Digest() const {
-  // A one bit, zeros up to eight bytes before a block's end, the length in bits.
+  // The padding: a one bit, zeros up to eight bytes before a block's end, then the length in bits.
   char padding[kBlockSize + 8] = {static_cast<char>(0x80)};
   const size_t held = length_ % kBlockSize;
   const size_t fill = (held < kBlockSize - 8 ? kBlockSize - 8 : 2 * kBlockSize - 8) - held;

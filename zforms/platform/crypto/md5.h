@@ -10,14 +10,14 @@
 
 namespace zforms {
 
-// The MD5 message digest (RFC 1321), fed in pieces of any size. A plain value:
-// a copy goes on from where the original was.
+// The MD5 message digest (RFC 1321). Input may be added in pieces of any size. A plain value: a copy continues
+// independently from the same state.
 class ZFORMS_API MD5 {
  public:
   using Bytes = std::array<uint8_t, 16>;
 
   void Update(std::string_view bytes);
-  // The digest of everything fed so far; feeding may go on afterwards.
+  // The digest of everything added so far; more may be added afterwards.
   Bytes Digest() const;
 
  private:
@@ -27,7 +27,7 @@ class ZFORMS_API MD5 {
 
   std::array<uint32_t, 4> state_ = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
   uint64_t length_ = 0;
-  // The bytes of the block that is not full yet: length_ % kBlockSize of them.
+  // The bytes of the incomplete last block: length_ % kBlockSize of them.
   std::array<char, kBlockSize> pending_ = {};
 };
 

@@ -9,8 +9,8 @@
 namespace zforms {
 namespace {
 
-// Processors follow a store by a load of the same word faster than of the same
-// byte, so a long run pays for copying the permutation to whole words and back.
+// Loading a word just after storing it is faster than loading a byte, so for long runs it pays to copy the permutation
+// to whole words and back.
 constexpr size_t kWideFrom = 2048;
 
 template <class Entry>
@@ -29,7 +29,7 @@ struct KeyStream {
     return static_cast<uint8_t>(s[(a + b) & 0xff]);
   }
 
-  // Eight bytes of key stream, the first where memory order puts it first.
+  // Eight bytes of key stream, the first at the lowest address.
   template <size_t... kByte>
   uint64_t NextEight(std::index_sequence<kByte...>) {
     constexpr bool kLittle = std::endian::native == std::endian::little;

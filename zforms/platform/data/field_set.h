@@ -26,28 +26,27 @@ class ZFORMS_API ZFieldIdent {
   Chaine name_;
 };
 
-// ZField is one field of a set of the host's data: a name, and a buffer where its
-// value stands, the field's own or the host's. Made and owned by a ZFieldSet.
+// ZField is one field of a set of the host's data: a name, and a buffer for its value, which belongs to the field or to
+// the host. Created and owned by a ZFieldSet.
 class ZFORMS_API ZField {
  public:
-  // With a value of its own, of the type that the value has.
+  // A field that stores its value itself, with the type of `value`.
   ZField(const Chaine& name, const ZVariant& value);
-  // Over a buffer of the host.
+  // A field over a buffer of the host.
   ZField(const Chaine& name, const ZVariantBuffer& buffer) : name_(name), buffer_(buffer) {}
   ZField(const ZField&) = delete;
   ZField& operator=(const ZField&) = delete;
 
   const Chaine& Name() const { return name_; }
   ZVariantBuffer::Type Type() const { return buffer_.Kind(); }
-  // Of the buffer, in bytes.
+  // The size of the buffer in bytes.
   size_t Size() const { return buffer_.Size(); }
-  // Where the value stands, for as long as the set lives. Who writes there changes
-  // the data, be the field const or not.
+  // The buffer of the value, valid as long as the set. Writing there changes the data, even through a const field.
   const ZVariantBuffer& Buffer() const { return buffer_; }
 
   ZVariant Value() const { return buffer_.Read(); }
   operator ZVariant() const { return Value(); }
-  // False when the buffer did not take the value whole (see ZVariantBuffer::Write).
+  // False when the value does not fit the buffer (see ZVariantBuffer::Write).
   bool Set(const ZVariant& value) const { return buffer_.Write(value); }
 
  private:
@@ -56,9 +55,9 @@ class ZFORMS_API ZField {
   ZVariantBuffer buffer_;
 };
 
-// ZFieldSet is a set of named fields of the host's data, such as a record of its
-// database. A name is looked for as it is, then whatever its letter case. Fields
-// stay where they are until the set ends. One thread at a time.
+// ZFieldSet is a set of named fields of the host's data, such as a record of its database. A lookup tries the exact
+// name first, then ignores letter case. Fields keep their address until the set is destroyed. Used by one thread at a
+// time.
 class ZFORMS_API ZFieldSet {
  public:
   ZFieldSet() = default;
@@ -67,17 +66,16 @@ class ZFORMS_API ZFieldSet {
   ZFieldSet(ZFieldSet&&) = default;
   ZFieldSet& operator=(ZFieldSet&&) = default;
 
-  // Adds a field that keeps its value itself; nothing becomes a text. When there is
-  // a field of exactly that name it takes the value and no other is added.
+  // Adds a field that stores its value itself; an empty variant becomes an empty text. If a field of exactly that name
+  // exists, its value is set instead.
   ZField& Add(const Chaine& name, const ZVariant& value = ZVariant());
-  // Adds a field over a buffer of the host, which outlives the set. A field of
-  // exactly that name is found no more from then on.
+  // Adds a field over a buffer of the host, which must outlive the set. It hides an earlier field of exactly that name.
   ZField& Bind(const Chaine& name, const ZVariantBuffer& buffer);
 
   bool Exist(const ZFieldIdent& ident) const { return Find(ident) != nullptr; }
-  // Null when there is none.
+  // Null when there is no such field.
   const ZField* Find(const ZFieldIdent& ident) const;
-  // A field without name and value when there is none.
+  // Gives a field without name and value when there is no such field.
   const ZField& operator[](const Chaine& name) const;
 
   // In the order in which they were added.
@@ -90,7 +88,7 @@ class ZFORMS_API ZFieldSet {
 
   std::deque<ZField> fields_;
   FDictionnary<ZField*> by_name_;
-  FDictionnaryNoCase<ZField*> by_any_case_;  // the first of each
+  FDictionnaryNoCase<ZField*> by_any_case_;  // the first field of each name
 };
 
 }  // namespace zforms

@@ -9,12 +9,12 @@
 
 namespace zforms {
 
-// CZORKey is the key of a folder of the host: 64 bits, as text in decimal.
+// CZORKey is the key of a folder of the host: 64 bits, written in decimal.
 class ZFORMS_API CZORKey {
  public:
   CZORKey() = default;
   explicit CZORKey(uint64_t value) : value_(value) {}
-  // Reads the digits up to the first other character; 0 without any.
+  // Reads the digits up to the first other character; 0 when there are none.
   explicit CZORKey(std::string_view text) : value_(ParseUInt64(text)) {}
 
   uint64_t Value() const { return value_; }

@@ -16,7 +16,7 @@ Chaine TextOfFile(const Chaine& bytes) {
   return IsValidUTF8(bytes) ? bytes : Windows1252ToUTF8(bytes);
 }
 
-// Takes the next line, which ends in CR LF, LF or CR, off the text.
+// Removes the next line from the text and returns it. A line ends in CR LF, LF or CR.
 std::string_view TakeLine(std::string_view* text) {
   const size_t end = std::min(text->find_first_of("\r\n"), text->size());
   const std::string_view line = text->substr(0, end);
@@ -24,7 +24,7 @@ std::string_view TakeLine(std::string_view* text) {
   return line;
 }
 
-// Names may start with "[": what has a "=" behind its first "]" is no heading.
+// Names may start with "[": a line with a "=" after its first "]" is not a section heading.
 bool IsHeading(std::string_view line) {
   if (!line.starts_with('[')) return false;
   const size_t close = line.find(']');
@@ -86,7 +86,7 @@ void ZIniFile::FromChaine(const Chaine& bytes) {
   }
 }
 
-// The section stays where it is only until the next one is added.
+// The pointer is valid until the next section is added.
 ZIniFileSection* ZIniFile::AddSection(std::string_view name) {
   if (ZIniFileSection* section = sections_.Find(name)) return section;
   names_.push_back(name);

@@ -10,9 +10,8 @@
 
 namespace zforms {
 
-// ZIniFileSection is the description of one section: its named lines, "name=value",
-// in the order of the file. Of several lines with the same name the last gives the
-// value, the first the place. A value of its own, independent of its file.
+// ZIniFileSection is one section: its lines "name=value" in the order of the file. When a name is repeated, its last
+// line gives the value and its first line the position. A plain value, independent of its file.
 class ZFORMS_API ZIniFileSection {
  public:
   size_t GetNamedLinesNB() const { return lines_.size(); }
@@ -31,26 +30,26 @@ class ZFORMS_API ZIniFileSection {
   FDictionnary<size_t> places_;
 };
 
-// ZIniFile reads an INI file: sections "[name]" and lines "name=value". Blanks
-// around section names, names and values do not count; all else is taken exactly,
-// letter case included. A name ends at the first "=" and may hold "#", "[", "."
-// and blanks; a value is the rest of its line. A line that starts with ";" is a
-// comment; lines without "=" and lines before the first section are passed over.
-// The parts of a section that stands in several places make one. Text is UTF-8,
-// UTF-16 after a byte order mark, and windows-1252 when it is no valid UTF-8.
+// ZIniFile reads an INI file: sections "[name]" and lines "name=value". Blanks around section names, names and values
+// are ignored; everything else is taken exactly, including letter case. A name ends at the first "=" and may contain
+// "#", "[", "." and blanks; the value is the rest of the line. A line that starts with ";" is a comment; lines without
+// "=" and lines before the first section are skipped. Sections of the same name are merged. Text is UTF-8, UTF-16 with
+// a byte order mark, or windows-1252 when it is not valid UTF-8.
+//
+// A plain value, used by one thread at a time.
 class ZFORMS_API ZIniFile {
  public:
   using SectionLines = ZIniFileSection;
 
-  // Reads the file; `path` is UTF-8. False when it cannot be read, with the reason
-  // in LastError(); there are no sections then.
+  // Reads the file; `path` is UTF-8. On failure returns false with the reason in LastError(), and there are no
+  // sections.
   bool Open(const Chaine& path);
-  // Reads the bytes of a file.
+  // Reads the contents of a file from memory.
   void FromChaine(const Chaine& bytes);
   void Close();
 
   bool SectionExist(std::string_view name) const { return sections_.Exist(name); }
-  // Without any line when there is no such section.
+  // An empty section when there is no section of that name.
   ZIniFileSection Section(std::string_view name) const;
   // In the order of the file.
   const PTableau<Chaine>& SectionNames() const { return names_; }

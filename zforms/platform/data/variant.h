@@ -11,12 +11,11 @@
 
 namespace zforms {
 
-// ZVariant is a tagged value: nothing, a text, a whole number, a floating-point
-// number or a truth value. Copies share the bytes of a text.
+// ZVariant is a tagged value: empty, a text, a whole number, a floating-point number or a truth value. Copies share the
+// bytes of a text.
 //
-// A variant may be attached to a buffer of the host: then what stands there is its
-// value, and assigning to it writes there. The attachment stays with the variant
-// that was attached; a copy has the value alone, and so has what is moved to.
+// A variant may be attached to a buffer of the host: then reading it reads the buffer, and assigning to it writes the
+// buffer. Copying or moving the variant copies the value only, not the attachment.
 class ZFORMS_API ZVariant {
  public:
   enum class Type { eEmpty, eChaine, eInt64, eDouble, eBool };
@@ -56,32 +55,32 @@ class ZFORMS_API ZVariant {
   }
   ~ZVariant() = default;
 
-  // As assignment; false when the buffer that it is attached to did not take the
-  // value whole (see ZVariantBuffer::Write).
+  // Assigns the value. False when the variant is attached to a buffer that the value does not fit (see
+  // ZVariantBuffer::Write).
   bool Assign(const ZVariant& value);
 
-  // Shares the buffer from now on, without changing what stands there; the buffer
-  // outlives the attachment. eNone detaches.
+  // Attaches the variant to the buffer without changing its contents; the buffer must outlive the attachment. eNone
+  // detaches.
   void Attach(const ZVariantBuffer& buffer);
-  // Keeps the value and leaves the buffer.
+  // Detaches the variant; it keeps the value.
   void Detach();
   bool IsAttached() const { return std::holds_alternative<ZVariantBuffer>(held_); }
-  // The buffer that it is attached to; eNone when it is not.
+  // The buffer that the variant is attached to; eNone when it is not attached.
   ZVariantBuffer Buffer() const { return IsAttached() ? std::get<ZVariantBuffer>(held_) : ZVariantBuffer(); }
 
   Type Kind() const { return IsAttached() ? AttachedKind() : static_cast<Type>(held_.index()); }
-  // True when it holds nothing, or a text of no bytes.
+  // True for an empty variant and for a text of no bytes.
   bool IsEmpty() const {
     const Chaine* text = Text();
     return text != nullptr ? text->IsEmpty() : held_.index() == 0 || (IsAttached() && IsAttachedEmpty());
   }
-  // The text held, or null when it holds another kind or is attached.
+  // The text, or null when the variant has another kind or is attached.
   const Chaine* Text() const { return std::get_if<Chaine>(&held_); }
 
-  // As text: empty for nothing, decimal digits without an exponent for numbers
-  // (the shortest that read back equal), "true" or "false".
+  // The value as text: empty for an empty variant; decimal digits without an exponent for numbers (the shortest that
+  // read back equal); "true" or "false".
   Chaine AsChaine() const;
-  // A whole number or a floating-point number as it is held; null for other kinds.
+  // The whole number or the floating-point number; null for other kinds.
   const int64_t* Integer() const { return std::get_if<int64_t>(&held_); }
   const double* Real() const { return std::get_if<double>(&held_); }
   const bool* Truth() const { return std::get_if<bool>(&held_); }

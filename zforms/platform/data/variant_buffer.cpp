@@ -74,7 +74,7 @@ bool StoreReal(void* to, size_t size, double number) {
   return Store(to, static_cast<float>(number));
 }
 
-// The number with the digits of the narrow one: 0.1, not 0.10000000149.
+// The double with the same shortest decimal digits: 0.1, not 0.10000000149.
 double Widened(float number) {
   if (!std::isfinite(number)) return double{number};
   char digits[64];
@@ -95,7 +95,7 @@ bool ParseWhole(std::string_view text, Number* number) {
   return read.ec == std::errc() && read.ptr == text.data() + text.size();
 }
 
-// A number as its sign and magnitude, which hold every whole number of 64 bits.
+// A whole number as sign and magnitude: covers signed and unsigned numbers of 64 bits.
 struct Whole {
   bool negative = false;
   uint64_t magnitude = 0;
@@ -142,12 +142,12 @@ bool TruthOf(const ZVariant& value) {
   return true;
 }
 
-// The longest front of the text, of up to `size` bytes, that cuts no character of UTF-8.
+// The length of the longest prefix of at most `size` bytes that does not cut a UTF-8 character.
 size_t LengthThatFits(std::string_view text, size_t size) {
   if (text.size() <= size) return text.size();
   size_t end = size;
   while (end > 0 && size - end < 3 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) end--;
-  // Bytes that are no UTF-8 are cut anywhere.
+  // Text that is not UTF-8 may be cut anywhere.
   return (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80 ? size : end;
 }
 
@@ -190,11 +190,11 @@ bool ZVariantBuffer::Write(const ZVariant& value) const {
     case Type::eUInt:
     case Type::eReal: break;
   }
-  // What is attached itself is read first.
+  // An attached variant is read from its buffer first.
   return WriteNumber(ZVariant(value));
 }
 
-// Text ends at its first zero byte, as it will when it is read.
+// The text ends at its first zero byte, because reading the buffer will stop there.
 bool ZVariantBuffer::WriteText(const Chaine& text) const {
   const std::string_view whole = text.View().substr(0, text.View().find('\0'));
   if (size_ == 0) return whole.empty();

@@ -11,13 +11,12 @@ namespace zforms {
 
 class ZVariant;
 
-// ZVariantBuffer says where in the host's memory a value stands, of which type
-// and size it is. It owns nothing: the memory outlives whatever uses it, and
-// belongs to one thread at a time. No alignment is needed.
+// ZVariantBuffer describes a value in the host's memory: its address, type and size. It owns nothing: the memory must
+// outlive all uses, and is used by one thread at a time. No alignment is needed.
 class ZFORMS_API ZVariantBuffer {
  public:
   enum class Type : uint8_t {
-    eNone,    // no place at all
+    eNone,    // no memory
     eChars,   // text up to the first zero byte, or the whole buffer without one
     eChaine,  // a Chaine, which grows as needed
     eInt,     // signed, of 1, 2, 4 or 8 bytes
@@ -27,7 +26,7 @@ class ZFORMS_API ZVariantBuffer {
   };
 
   ZVariantBuffer() = default;
-  // A null place, or a size that the type does not have, gives eNone.
+  // A null address, or a size that the type does not allow, gives eNone.
   ZVariantBuffer(Type type, void* data, size_t size);
 
   static ZVariantBuffer Chars(char* text, size_t size) { return {Type::eChars, text, size}; }
@@ -40,20 +39,18 @@ class ZFORMS_API ZVariantBuffer {
   Type Kind() const { return type_; }
   bool IsNone() const { return type_ == Type::eNone; }
   void* Data() const { return data_; }
-  // In bytes.
+  // The size in bytes.
   size_t Size() const { return size_; }
 
-  // What stands there now; empty for eNone. An unsigned number too large for 63
-  // bits comes as its decimal text.
+  // The current value; empty for eNone. An unsigned number of 2^63 or more is returned as its decimal text.
   ZVariant Read() const;
-  // Stores the value. False when it does not fit whole: a text too long for its
-  // buffer is cut after a whole character of UTF-8, always leaving room for a zero
-  // byte, and what is no number or lies out of range changes nothing. Nothing and
-  // blank text are 0. As a truth value, 0 and the texts "false", "off", "no",
-  // "non" and "0", in any case, are false, all else is true.
+  // Stores the value. False when it does not fit: a text that is too long is cut at a character of UTF-8, always with
+  // room for a zero byte; text that is not a number and a number out of range change nothing. An empty variant and
+  // blank text store 0. As a truth value, 0 and the texts "false", "off", "no", "non" and "0", in any case, are false;
+  // everything else is true.
   bool Write(const ZVariant& value) const;
 
-  // The same place, taken as the same type.
+  // True for the same address, type and size.
   bool operator==(const ZVariantBuffer&) const = default;
 
  private:

@@ -29,7 +29,7 @@ std::string TooLarge(uint64_t most) {
   return "is larger than " + (whole < 1024 ? std::to_string(whole) + " MB" : std::to_string(whole / 1024) + " GB");
 }
 
-// Appends as much as is wanted, or what there is before the end.
+// Appends `wanted` bytes, or fewer at the end of the input.
 bool ReadPiece(const ReadStep& step, size_t wanted, Chaine* bytes, std::string* error) {
   while (wanted > 0) {
     bool failed = false;
@@ -43,7 +43,7 @@ bool ReadPiece(const ReadStep& step, size_t wanted, Chaine* bytes, std::string* 
   return true;
 }
 
-// Opens a file of a name that nobody uses, beside the target.
+// Creates a file with an unused name in the folder of the target.
 bool OpenBeside(const Chaine& target, OsFile::Mode mode, OsFile* file, Chaine* path, std::string* error) {
   const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
   uint64_t number = static_cast<uint64_t>(ticks) ^ (ProcessNumber() << 40);
@@ -83,7 +83,7 @@ bool ReadToEnd(const ReadStep& step, uint64_t size, Chaine* out, std::string* er
       if (std::string reason = limits.look(bytes, size); !reason.empty()) return Fail(error, std::move(reason));
     }
     bytes.Reserve(static_cast<size_t>(size + size / 8 + kSpareBytes));
-    // One byte more than the size, so that a file that has not grown ends with the next read.
+    // Asks for one byte more than the size, so that the next read finds the end if the file has not grown.
     uint64_t wanted = size + 1 > bytes.size() ? size + 1 - bytes.size() : kSpareBytes;
     while (true) {
       const size_t before = bytes.size();

@@ -50,7 +50,7 @@ size_t ZInetFileIStream::Read(char* to, size_t size) {
 Chaine ZInetFileIStream::ReadAll() {
   Chaine all;
   if (!file_->IsOpen()) return all;
-  // One byte more than the size, so that the end shows without growing.
+  // One byte more than the size, so that the end of the file is found without growing the buffer.
   size_t wanted = static_cast<size_t>(file_->Size()) + 1;
   size_t got;
   do {

@@ -12,7 +12,7 @@ namespace zforms {
 
 class OsFile;
 
-// A block of bytes that a host keeps, such as a column of its database.
+// A block of bytes stored by a host, such as a column of its database.
 struct sBlob {
   Chaine bytes;
 };
@@ -27,9 +27,9 @@ class ZFORMS_API ZInetIStream {
 
   // Copies up to `size` bytes to `to` and returns their number; 0 at the end.
   virtual size_t Read(char* to, size_t size) = 0;
-  // Everything up to the end. A stream over a Chaine shares its bytes.
+  // All bytes up to the end. A stream over a Chaine shares its bytes.
   virtual Chaine ReadAll();
-  // Why reading ended early, or empty. A failed source reads as ended.
+  // Why reading stopped early, or empty. After a failure the stream reads as ended.
   virtual std::string Error() const { return {}; }
 };
 
@@ -41,12 +41,11 @@ class ZFORMS_API ZInetOStream {
   ZInetOStream& operator=(const ZInetOStream&) = delete;
   virtual ~ZInetOStream();
 
-  // True when all bytes were taken.
+  // True when all bytes were accepted.
   virtual bool Write(const char* from, size_t size) = 0;
-  // The same from a text, whose bytes a stream that gathers a text may share.
+  // Like Write; a stream that collects text may share the bytes instead of copying them.
   virtual bool WriteAll(const Chaine& bytes) { return Write(bytes.data(), bytes.size()); }
-  // Whether writes may be gathered. Turning it off passes on what was gathered;
-  // false when that fails.
+  // Turns buffering of writes on or off. Turning it off flushes the buffer; false when that fails.
   virtual bool SetBuffering(bool) { return true; }
 };
 
@@ -67,19 +66,18 @@ class ZFORMS_API ZInetFileIStream : public ZInetIStream {
   std::string error_;
 };
 
-// Writes a file, emptied when it exists; `path` is UTF-8. Writes to a file that
-// cannot be opened fail. Buffering is on at first.
+// Writes a file, which is truncated when it exists; `path` is UTF-8. When the file cannot be opened, all writes fail.
+// Buffering is on at first.
 class ZFORMS_API ZInetFileOStream : public ZInetOStream {
  public:
   explicit ZInetFileOStream(const Chaine& path);
-  // Closes; only Close() tells whether the last bytes arrived.
+  // Closes the file. Call Close() to learn whether the last bytes were written.
   ~ZInetFileOStream() override;
 
   bool IsOpen() const;
   bool Write(const char* from, size_t size) override;
   bool SetBuffering(bool on) override;
-  // Passes on what was gathered and closes; true when every byte of every write
-  // arrived. False when already closed.
+  // Flushes the buffer and closes the file; true when every byte of every write was written. False when already closed.
   bool Close();
   // Why opening or writing failed, or empty.
   std::string Error() const { return error_; }
@@ -95,7 +93,7 @@ class ZFORMS_API ZInetFileOStream : public ZInetOStream {
   std::string error_;
 };
 
-// Reads a text; keeps a share of it.
+// Reads a text and shares its bytes.
 class ZFORMS_API ZInetChaineIStream : public ZInetIStream {
  public:
   explicit ZInetChaineIStream(const Chaine& text) : text_(text) {}
@@ -108,7 +106,7 @@ class ZFORMS_API ZInetChaineIStream : public ZInetIStream {
   size_t at_ = 0;
 };
 
-// Appends to a text that outlives the stream.
+// Appends to a text, which must outlive the stream.
 class ZFORMS_API ZInetChaineOStream : public ZInetOStream {
  public:
   explicit ZInetChaineOStream(Chaine& text) : text_(text) {}
@@ -126,14 +124,14 @@ class ZFORMS_API ZInetBlobIStream : public ZInetChaineIStream {
   explicit ZInetBlobIStream(const sBlob* blob) : ZInetChaineIStream(blob == nullptr ? Chaine() : blob->bytes) {}
 };
 
-// Replaces what a blob holds; the blob outlives the stream.
+// Replaces the contents of a blob, which must outlive the stream.
 class ZFORMS_API ZInetBlobOStream : public ZInetChaineOStream {
  public:
   explicit ZInetBlobOStream(sBlob* blob);
 };
 
-// Base of what changes bytes on their way in: passes on what the source gives.
-// The source is not owned and outlives the filter.
+// Base class of filters that change bytes while reading; this one passes the source's bytes unchanged. The source is
+// not owned and must outlive the filter.
 class ZFORMS_API ZInetFilterIStream : public ZInetIStream {
  public:
   explicit ZInetFilterIStream(ZInetIStream* source) : source_(source) {}
@@ -148,8 +146,8 @@ class ZFORMS_API ZInetFilterIStream : public ZInetIStream {
   ZInetIStream* source_;
 };
 
-// Base of what changes bytes on their way out: passes on what is written. The
-// target is not owned and outlives the filter.
+// Base class of filters that change bytes while writing; this one passes the bytes unchanged. The target is not owned
+// and must outlive the filter.
 class ZFORMS_API ZInetFilterOStream : public ZInetOStream {
  public:
   explicit ZInetFilterOStream(ZInetOStream* target) : target_(target) {}
@@ -164,7 +162,7 @@ class ZFORMS_API ZInetFilterOStream : public ZInetOStream {
   ZInetOStream* target_;
 };
 
-// Counts the bytes and drops them.
+// Counts the bytes and discards them.
 class ZFORMS_API ZInetComputeSizeOStream : public ZInetOStream {
  public:
   bool Write(const char*, size_t size) override {

@@ -8,18 +8,16 @@
 
 namespace zforms {
 
-// OsFile is one open file of the operating system, closed by its destructor.
-// It is the only place that knows how files are opened: os_file_posix.cpp and
-// os_file_win32.cpp implement it. Paths are UTF-8; a path with a zero byte
-// names no file.
+// OsFile is one open file of the operating system, closed by its destructor; used by one thread at a time. Implemented
+// by os_file_posix.cpp and os_file_win32.cpp. Paths are UTF-8; opening a path that contains a zero byte fails.
 class OsFile {
  public:
   enum class Mode {
     kRead,
-    kOverwrite,  // made when missing; what it held stays until written over or cut
-    kTruncate,   // made when missing; emptied
+    kOverwrite,  // created when missing; old contents stay until overwritten or cut
+    kTruncate,   // created when missing; truncated
     kNew,        // fails when it exists; readable by its owner only until CopyPermissions
-    kNewShared,  // fails when it exists; with the permissions that new files get
+    kNewShared,  // fails when it exists; with the default permissions of new files
   };
 
   OsFile() = default;
@@ -27,22 +25,22 @@ class OsFile {
   OsFile& operator=(const OsFile&) = delete;
   ~OsFile() { Close(); }
 
-  // False with a reason in `error` when the file cannot be opened.
+  // Opens the file. On failure returns false with the reason in `error`.
   bool Open(const Chaine& path, Mode mode, std::string* error);
   bool IsOpen() const { return handle_ != kClosed; }
-  // The length in bytes; 0 when the file has none, such as a pipe.
+  // The length in bytes; 0 for a file without a length, such as a pipe.
   uint64_t Size() const;
-  // Up to `size` bytes; 0 at the end and on failure, which sets `*failed`.
+  // Reads up to `size` bytes; returns 0 at the end, and on failure with `*failed` set.
   size_t Read(char* to, size_t size, bool* failed);
   // True when all bytes were written.
   bool Write(const char* from, size_t size);
-  // Cuts a regular file at `size`; does nothing to anything else.
+  // Truncates a regular file to `size`; does nothing to other files.
   bool Cut(uint64_t size);
-  // Asks that what was written reach the disk.
+  // Flushes the written bytes to the disk.
   bool Sync();
   // Gives this file the permissions of the file at `path`.
   bool CopyPermissions(const Chaine& path);
-  // False when closing tells that a write was lost.
+  // Closes the file. False when the system reports that a write was lost.
   bool Close();
 
  private:
@@ -52,19 +50,19 @@ class OsFile {
 
 enum class OsFileKind { kAbsent, kRegular, kFolder, kOther };
 
-// What stands at the path, links followed.
+// The kind of file at the path; links are followed.
 OsFileKind KindOfFile(const Chaine& path);
 bool IsWritableFile(const Chaine& path);
 // The folder part with its last separator; empty when the path has none.
 Chaine FolderOf(const Chaine& path);
-// The path that a chain of links at `path` leads to; `path` itself when there is none.
+// The target of the chain of links at `path`; `path` itself when it is not a link.
 Chaine ResolveLinks(const Chaine& path);
-// Moves a file over another in one step.
+// Renames a file over another in one step.
 bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error);
 void DeleteFileQuietly(const Chaine& path);
-// A number that two processes do not share.
+// A number that is unique among the running processes.
 uint64_t ProcessNumber();
-// What the last failed call of the operating system was about.
+// The system's message for the last call that failed.
 std::string LastSystemError();
 
 }  // namespace zforms

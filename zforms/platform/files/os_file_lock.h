@@ -8,10 +8,9 @@
 
 namespace zforms {
 
-// OsFileLock keeps others away from what a lock file stands for, such as its folder.
-// The system lets go of it when the process ends, however that comes; a lock file that
-// is left behind locks nothing. Implemented by os_file_lock_posix.cpp and
-// os_file_lock_win32.cpp. One thread at a time.
+// OsFileLock is an exclusive lock on what a lock file represents, such as its folder. The system releases it when the
+// process ends, even by a crash; a lock file that is left behind locks nothing. Implemented by os_file_lock_posix.cpp
+// and os_file_lock_win32.cpp. Used by one thread at a time.
 class ZFORMS_API OsFileLock {
  public:
   enum class Outcome { kTaken, kHeldByAnother, kFailed };
@@ -21,10 +20,10 @@ class ZFORMS_API OsFileLock {
   OsFileLock& operator=(const OsFileLock&) = delete;
   ~OsFileLock() { Release(); }
 
-  // Makes the file at the path (UTF-8) when it is missing. Does not wait. A reason in
-  // `error` with kFailed.
+  // Takes the lock; does not wait. Creates the file at the path (UTF-8) when it is missing. `error` gets the reason
+  // with kFailed.
   Outcome Take(const Chaine& path, std::string* error);
-  // Removes the file; does nothing when the lock is not held.
+  // Releases the lock and removes the file; does nothing when the lock is not taken.
   void Release();
 
  private:

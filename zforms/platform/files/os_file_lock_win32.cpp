@@ -4,7 +4,7 @@
 
 namespace zforms {
 
-// A file that nobody else may open, and that goes with its handle.
+// The lock is a file that is opened without sharing and deleted when its handle is closed.
 OsFileLock::Outcome OsFileLock::Take(const Chaine& path, std::string* error) {
   Release();
   const std::wstring wide = Widen(path.View());

@@ -99,7 +99,7 @@ bool OsFile::Sync() { return ::fsync(static_cast<int>(handle_)) == 0; }
 bool OsFile::CopyPermissions(const Chaine& path) {
   struct stat facts;
   if (!StatOf(path, &facts)) return false;
-  // Only a privileged process may give a file away; for all others the file is theirs.
+  // Only a privileged process may change the owner. For all others this fails, and the file stays theirs.
   const int owner = ::fchown(static_cast<int>(handle_), facts.st_uid, facts.st_gid);
   const mode_t kept = owner == 0 ? 07777 : 0777;
   return ::fchmod(static_cast<int>(handle_), facts.st_mode & kept) == 0;
@@ -128,7 +128,7 @@ Chaine FolderOf(const Chaine& path) {
 
 namespace {
 
-// Where a link leads that has no target yet; the link itself when it leads in a circle.
+// The target of a link whose target does not exist yet; the link itself when links form a circle.
 Chaine FollowDangling(const Chaine& link) {
   constexpr int kMaxLinks = 40;
   std::string at = link.ToString();
@@ -164,7 +164,8 @@ bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
     if (error != nullptr) *error = LastSystemError();
     return false;
   }
-  // The new name is on the disk once its folder is; a file system that cannot do so still has the file.
+  // The new name is on the disk after the folder is flushed. Where the file system cannot do this, the file is still
+  // written.
   const Chaine folder = FolderOf(to);
   const std::string opened = folder.IsEmpty() ? "." : folder.ToString();
   const int handle = ::open(opened.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

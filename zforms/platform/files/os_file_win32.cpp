@@ -18,7 +18,7 @@ constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 HANDLE HandleOf(intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 
-// Empty when the path is empty, holds a zero byte or is no UTF-8.
+// The path in UTF-16. Empty when it is empty, contains a zero byte or is not valid UTF-8.
 std::wstring WidePath(const Chaine& path) {
   const std::string_view text = path.View();
   if (text.empty() || text.size() > 0x7FFF || text.find('\0') != std::string_view::npos) return {};
@@ -79,7 +79,7 @@ size_t OsFile::Read(char* to, size_t size, bool* failed) {
   DWORD got = 0;
   const DWORD wanted = static_cast<DWORD>(std::min(size, kLargestTransfer));
   if (::ReadFile(HandleOf(handle_), to, wanted, &got, nullptr)) return got;
-  // The writer of a pipe that has gone is its end.
+  // When the writer of a pipe has closed it, the input has ended.
   if (::GetLastError() != ERROR_BROKEN_PIPE) *failed = true;
   return 0;
 }
@@ -104,7 +104,7 @@ bool OsFile::Cut(uint64_t size) {
 
 bool OsFile::Sync() { return ::FlushFileBuffers(HandleOf(handle_)) != 0; }
 
-// Files inherit what their folder grants, and MoveFileOver keeps the rest.
+// Files inherit the rights of their folder; MoveFileOver keeps the other rights of the target.
 bool OsFile::CopyPermissions(const Chaine&) { return true; }
 
 bool OsFile::Close() {
@@ -140,7 +140,7 @@ bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
     if (error != nullptr) *error = kUnusablePath;
     return false;
   }
-  // Replacing keeps the access rights and attributes of the file that was there.
+  // ReplaceFile keeps the access rights and attributes of the old file.
   const bool there = AttributesOf(to) != INVALID_FILE_ATTRIBUTES;
   bool done = there && ::ReplaceFileW(target.c_str(), source.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr,
                                       nullptr);

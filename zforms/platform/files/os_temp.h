@@ -4,10 +4,10 @@
 
 namespace zforms {
 
-// Makes a new folder, open to this user alone, in the system's folder for
-// temporary files. Its path; empty when it cannot be made.
+// Creates a new folder, accessible to this user only, in the system's folder for temporary files. Returns its path;
+// empty when this fails.
 Chaine MakePrivateFolder();
-// Removes the folder and all in it; follows no links.
+// Removes the folder and its contents; does not follow links.
 void RemoveFolder(const Chaine& path);
 
 }  // namespace zforms

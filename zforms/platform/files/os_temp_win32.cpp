@@ -16,7 +16,7 @@ Chaine MakePrivateFolder() {
   wchar_t folder[MAX_PATH + 1];
   const DWORD length = ::GetTempPathW(MAX_PATH + 1, folder);
   if (length == 0 || length > MAX_PATH) return {};
-  // All access to the owner, none to others, nothing inherited.
+  // Full access for the owner, no access for others, no inherited rights.
   SECURITY_ATTRIBUTES access{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
   if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;OICI;FA;;;OW)", SDDL_REVISION_1,
                                                               &access.lpSecurityDescriptor, nullptr)) {

@@ -12,7 +12,7 @@ namespace zforms {
 
 namespace {
 
-// "NUL" and its kin are devices on Windows, in any letter case and with any suffix.
+// Names such as "NUL" are devices on Windows, in any letter case and with any suffix.
 bool IsDeviceName(std::string_view name) {
   const std::string_view stem = name.substr(0, name.find('.'));
   for (const std::string_view device : {"CON", "PRN", "AUX", "NUL"}) {
@@ -34,7 +34,7 @@ bool ZTempFolder::IsPlainName(const Chaine& name) {
   constexpr size_t kMaxLength = 200;
   const std::string_view text = name;
   if (text.empty() || text.size() > kMaxLength || !IsValidUTF8(text) || IsDeviceName(text)) return false;
-  // "." and ".." end with a point.
+  // This includes "." and "..".
   if (text.back() == '.' || text.back() == ' ') return false;
   return text.find_first_of("/\\:*?\"<>|") == std::string_view::npos &&
          std::none_of(text.begin(), text.end(), IsControlASCII);

@@ -14,12 +14,12 @@ class ZShell;
 class ZTempFolder;
 class ZUserInterface;
 
-// What a host gives to the library: its options and the services around it. None
-// is owned. Tests and hosts put their own in place of the system's.
+// The services and options that a host gives to the library. The pointers are not owned. Tests and hosts may replace
+// the system's services by their own.
 struct ZFORMS_API ZHostServices {
   // The option "App.ShortName".
   Chaine app_short_name;
-  // The host runs on a server for somebody elsewhere: no mail leaves from here.
+  // True when the host runs on a server for a remote user: no mail is sent from here.
   bool hosted = false;
   ZHostSettings* settings = nullptr;
   ZShell* shell = nullptr;
@@ -29,8 +29,7 @@ struct ZFORMS_API ZHostServices {
   ZIdleMessageManager* idle_messages = nullptr;
 };
 
-// The services of this system, for an application. Belongs to the host and
-// outlives what uses them.
+// The system's services, for an application. Owned by the host; must outlive all users.
 class ZFORMS_API ZSystemServices {
  public:
   explicit ZSystemServices(const Chaine& app_short_name);
@@ -38,7 +37,7 @@ class ZFORMS_API ZSystemServices {
   ZSystemServices& operator=(const ZSystemServices&) = delete;
   ~ZSystemServices();
 
-  // A copy, of which the caller may replace parts.
+  // A copy in which the caller may replace services.
   ZHostServices Services() const { return services_; }
 
  private:

@@ -8,22 +8,22 @@
 
 namespace zforms {
 
-// ZHostSettings are values that the user of a machine has set for an application,
-// by section and name. Any thread may read.
+// ZHostSettings gives the values that the user of a machine has set for an application, by section and name. Any thread
+// may read.
 class ZFORMS_API ZHostSettings {
  public:
   virtual ~ZHostSettings();
 
-  // True when the value is set; `*value` is its text.
+  // True when the value is set; `*value` gets its text.
   virtual bool Read(const Chaine& section, const Chaine& name, Chaine* value) const = 0;
 
-  // The value, or the default where none is set or it does not read as its kind.
-  // True is "1", "true", "yes" or "on", in any letter case; false the contrary.
+  // The value, or `fallback` when it is not set or malformed. True is "1", "true", "yes" or "on", in any letter case;
+  // false is "0", "false", "no" or "off".
   bool Bool(const Chaine& section, const Chaine& name, bool fallback) const;
   Chaine Text(const Chaine& section, const Chaine& name, const Chaine& fallback) const;
 };
 
-// Settings from an INI file, read once. A file that is not there sets nothing.
+// Settings from an INI file, which is read once. A missing file sets nothing.
 class ZFORMS_API ZIniSettings : public ZHostSettings {
  public:
   ZIniSettings() = default;
@@ -39,9 +39,8 @@ class ZFORMS_API ZIniSettings : public ZHostSettings {
   ZIniFile file_;
 };
 
-// The settings of an application where this system keeps them: the file
-// "settings.ini" in the folder of the application's name below $XDG_CONFIG_HOME
-// (else ~/.config); on Windows the registry below HKEY_CURRENT_USER, then
+// The settings of an application in the place of this system: the file "settings.ini" in the folder of the
+// application's name below $XDG_CONFIG_HOME (default ~/.config); on Windows the registry below HKEY_CURRENT_USER, then
 // HKEY_LOCAL_MACHINE, "Software\\APP\\SECTION".
 ZFORMS_API std::unique_ptr<ZHostSettings> OpenSystemSettings(const Chaine& app);
 

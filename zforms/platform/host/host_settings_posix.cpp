@@ -7,7 +7,7 @@ namespace zforms {
 
 namespace {
 
-// The folder of the user's settings; empty when there is none.
+// The folder of the user's settings; empty when unknown.
 std::string SettingsFolder() {
   // NOLINTBEGIN(concurrency-mt-unsafe): the environment is not changed while this is read.
   const char* const folder = std::getenv("XDG_CONFIG_HOME");

@@ -8,7 +8,7 @@
 
 namespace zforms {
 
-// ZPDFEmail is a letter that carries a filled form. Texts are UTF-8. A plain value.
+// ZPDFEmail is an e-mail with a filled form. Texts are UTF-8. A plain value.
 class ZFORMS_API ZPDFEmail {
  public:
   const PTableau<Chaine>& Recipients() const { return recipients_; }
@@ -17,7 +17,7 @@ class ZFORMS_API ZPDFEmail {
   void SetSubject(const Chaine& subject) { subject_ = subject; }
   const Chaine& Text() const { return text_; }
   void SetText(const Chaine& text) { text_ = text; }
-  // To be sent as it is, without showing it to the user first.
+  // True when it is to be sent without showing it to the user first.
   bool WithoutDialog() const { return without_dialog_; }
   void SetWithoutDialog(bool without) { without_dialog_ = without; }
 
@@ -26,7 +26,7 @@ class ZFORMS_API ZPDFEmail {
     bool temporary;
   };
   const PTableau<AttachedFile>& AttachedFiles() const { return files_; }
-  // A temporary file has to outlast only the sending.
+  // A temporary file is needed only until the e-mail is sent.
   void AddAttachedFile(const Chaine& path, bool temporary) { files_.push_back({path, temporary}); }
 
  private:
@@ -37,17 +37,17 @@ class ZFORMS_API ZPDFEmail {
   PTableau<AttachedFile> files_;
 };
 
-// ZMailer hands letters to the user's mail program. The host's thread uses it.
+// ZMailer passes e-mails to the user's mail program. Used by the host's thread.
 class ZFORMS_API ZMailer {
  public:
   virtual ~ZMailer();
 
-  // True when the letter was taken. With `dialog` the user sees it before it is sent.
+  // True when the mail program accepted the e-mail. With `dialog` the user sees it before it is sent.
   virtual bool SendMail(const ZPDFEmail& message, bool dialog) = 0;
 };
 
-// MAPI on Windows. Elsewhere xdg-email, which always shows the letter: without a
-// dialog nothing can be sent there, and SendMail is false.
+// Uses MAPI on Windows. On other systems uses xdg-email, which always shows the e-mail: without `dialog` nothing can be
+// sent there, and SendMail returns false.
 ZFORMS_API std::unique_ptr<ZMailer> OpenSystemMailer();
 
 }  // namespace zforms

@@ -18,7 +18,7 @@ class DesktopMailer : public ZMailer {
       command.insert(command.end(), {"--attach", file.path.ToString()});
     }
     for (const Chaine& address : message.Recipients()) {
-      // An address that begins so would be an option.
+      // xdg-email would take an address that begins with "-" for an option.
       if (address.IsEmpty() || address[0] == '-') return false;
       command.push_back(address.ToString());
     }

@@ -11,7 +11,7 @@ namespace zforms {
 
 namespace {
 
-// The interface takes the system's code page and pointers to text that may change.
+// MAPI takes text in the system's code page through pointers to non-const text.
 std::string SystemText(const Chaine& text) { return Narrow(Widen(text), CP_ACP); }
 
 class MapiMailer : public ZMailer {

@@ -5,9 +5,8 @@
 
 namespace zforms {
 
-// Starts a program that is found on the PATH and lets it go: it has a session of
-// its own, reads nothing, and is not waited for. Arguments go to it as they are;
-// no shell sees them. False when it is not found or cannot be started. On POSIX
+// Starts a program from the PATH, detached: it gets a session of its own and an empty standard input, and is not waited
+// for. Arguments are passed unchanged, without a shell. False when it is not found or cannot be started. On POSIX
 // systems only.
 bool StartProgram(const std::vector<std::string>& command);
 

@@ -11,10 +11,10 @@ namespace zforms {
 
 namespace {
 
-// In the child of a process that may have threads: only calls that are safe there.
+// Runs in the child of a process that may have threads, so it makes only async-signal-safe calls.
 [[noreturn]] void BecomeProgram(char* const* arguments, int report) {
   ::setsid();
-  // The grandchild belongs to nobody who would have to wait for it.
+  // The grandchild is adopted by the system, so nobody here must wait for it.
   const pid_t child = ::fork();
   if (child > 0) ::_exit(0);
   if (child == 0) {
@@ -37,7 +37,7 @@ bool StartProgram(const std::vector<std::string>& command) {
     arguments.push_back(const_cast<char*>(argument.c_str()));
   }
   arguments.push_back(nullptr);
-  // Closed without a word when the program takes over.
+  // This pipe reports an error of the child; it closes without data when the program starts.
   int report[2];
   if (::pipe2(report, O_CLOEXEC) != 0) return false;
   const pid_t child = ::fork();

@@ -8,32 +8,27 @@
 
 namespace zforms {
 
-// ZShell opens documents in the programs that the user has chosen for them. Paths
-// are UTF-8. The host's thread uses it.
+// ZShell opens documents in the programs that the user has chosen for them. Paths are UTF-8. Used by the host's thread.
 class ZFORMS_API ZShell {
  public:
   virtual ~ZShell();
 
-  // Opens ("open") or prints ("print") a file, without taking the focus. True when
-  // a program was started for it; what becomes of that is not waited for. False
-  // for other verbs.
+  // Opens ("open") or prints ("print") a file, without taking the focus. True when a program was started; does not wait
+  // for it. False for other verbs.
   virtual bool Execute(const Chaine& path, const Chaine& verb) = 0;
   // Opens a URL in the user's browser.
   virtual bool OpenURL(const Chaine& url) = 0;
-  // The program that would open the file; empty when there is none or the system
-  // does not tell.
+  // The program that opens such a file; empty when there is none or it is unknown.
   virtual Chaine ProgramFor(const Chaine& path) = 0;
-  // The file that serves a registered class ("{...}"), references to the
-  // environment expanded; empty when it is not registered, or the system has no
-  // such register.
+  // The file of the server that is registered for a class ("{...}"), with environment variables expanded; empty when it
+  // is not registered, or the system has no such registry.
   virtual Chaine ServerOfClass(const Chaine& class_id) = 0;
-  // The version of that file, as GetAppVersionValue gives it; 0 when there is none. Where
-  // the system has no such register there is nothing to look for, and its own shell
-  // gives the greatest version, so that any reader will do.
+  // The version of that file as a GetAppVersionValue result; 0 when there is none. On systems without such a registry,
+  // the system's shell returns the greatest version, so that any reader is accepted.
   virtual uint64_t VersionOfClass(const Chaine& class_id);
 };
 
-// The shell of this system: xdg-open and lp; on Windows its own.
+// The shell of this system: xdg-open and lp on POSIX systems, the Windows shell on Windows.
 ZFORMS_API std::unique_ptr<ZShell> OpenSystemShell();
 
 }  // namespace zforms

@@ -8,7 +8,7 @@ namespace zforms {
 
 namespace {
 
-// A path that no program takes for an option.
+// The path in a form that no program takes for an option.
 std::string SafePath(const Chaine& path) {
   return path.View().starts_with('/') ? path.ToString() : "./" + path.ToString();
 }

@@ -51,8 +51,8 @@ PTableau<Chaine> ZTemplateStorage::Codes() const {
   return codes;
 }
 
-// A folder that changed just now may change again within the same tick of its time,
-// so it is listed again until its time is some way back.
+// A folder that was changed just now may change again within the resolution of its time stamp. So it is listed again
+// until its time stamp is old enough.
 void ZTemplateStorage::Refresh() const {
   if (path_.empty()) return;
   std::error_code error;

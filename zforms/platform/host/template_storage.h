@@ -10,21 +10,20 @@
 
 namespace zforms {
 
-// ZTemplateStorage knows the form templates of a folder by their code names: the
-// template of "F1" is the file "F1.pdf". A code is looked up in a list of the
-// folder and never becomes part of a path; links that lead out of the folder, and
-// folders in it, hold no template. What is added or removed while it is open is
-// noticed. Texts are UTF-8. Any thread may ask.
+// ZTemplateStorage finds the form templates of a folder by their code names: the template of "F1" is the file "F1.pdf".
+// A code is looked up in a list of the folder and never becomes part of a path. Links that lead out of the folder, and
+// subfolders, are not templates. Files that are added or removed later are noticed. Texts are UTF-8. Any thread may
+// ask.
 class ZFORMS_API ZTemplateStorage {
  public:
-  // A folder that is not there has no templates.
+  // A missing folder has no templates.
   explicit ZTemplateStorage(const Chaine& folder);
   ZTemplateStorage(const ZTemplateStorage&) = delete;
   ZTemplateStorage& operator=(const ZTemplateStorage&) = delete;
   ~ZTemplateStorage();
 
   const Chaine& Folder() const { return folder_; }
-  // The path of the code's template; empty when there is none.
+  // The path of the template of that code; empty when there is none.
   Chaine PathOf(const Chaine& code) const;
   // In byte order.
   PTableau<Chaine> Codes() const;
@@ -41,7 +40,7 @@ class ZFORMS_API ZTemplateStorage {
   mutable bool settled_ = false;
 };
 
-// What tells one state of a file from the next.
+// Identifies one state of a file: differs after a change.
 struct ZFORMS_API ZFileStamp {
   uint64_t size = 0;
   int64_t time = 0;

@@ -7,8 +7,7 @@
 
 namespace zforms {
 
-// ZUserInterface speaks to whoever sits before the host. Texts are UTF-8. The
-// host's thread uses it.
+// ZUserInterface shows messages to the user of the host. Texts are UTF-8. Used by the host's thread.
 class ZFORMS_API ZUserInterface {
  public:
   enum class Icon { eInformation, eWarning, eError };
@@ -21,9 +20,8 @@ class ZFORMS_API ZUserInterface {
   virtual bool Confirm(const Chaine& text) = 0;
 };
 
-// Message boxes on Windows. Elsewhere one line a message on the standard error
-// stream, and consent: a server without a screen has nobody to ask. `title` is
-// the application's name.
+// Shows message boxes on Windows. On other systems writes one line for each message to standard error and always
+// consents, because a server without a screen has no user to ask. `title` is the application's name.
 ZFORMS_API std::unique_ptr<ZUserInterface> OpenSystemUserInterface(const Chaine& title);
 
 }  // namespace zforms

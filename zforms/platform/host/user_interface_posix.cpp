@@ -23,7 +23,7 @@ class ErrorStream : public ZUserInterface {
   explicit ErrorStream(const Chaine& title) : title_(title.ToString()) {}
 
   void ShowMessage(const Chaine& text, Icon icon) override {
-    // A line stays one line, whatever a client has put into it.
+    // Replaces line ends, so that text from a client cannot add lines to the log.
     std::string line = text.ToString();
     std::replace_if(line.begin(), line.end(), IsControlASCII, ' ');
     std::fprintf(stderr, "%s: %s: %s\n", title_.c_str(), NameOf(icon), line.c_str());

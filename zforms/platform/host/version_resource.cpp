@@ -13,7 +13,7 @@ namespace {
 constexpr uint64_t kLargestProgram = uint64_t{512} << 20;
 constexpr uint32_t kVersionType = 16;  // RT_VERSION
 
-// Little-endian numbers at offsets that may be anything.
+// Reads little-endian numbers; checks every offset.
 class Bytes {
  public:
   explicit Bytes(std::string_view bytes) : bytes_(bytes) {}
@@ -28,7 +28,7 @@ class Bytes {
   }
   std::optional<uint32_t> U16(uint64_t offset) const { return Number(offset, 2); }
   std::optional<uint32_t> U32(uint64_t offset) const { return Number(offset, 4); }
-  // What is there of the part; empty when it begins past the end.
+  // A part of these bytes, cut at the end; empty when it begins past the end.
   Bytes Part(uint64_t offset, uint64_t length) const {
     if (offset > bytes_.size()) return Bytes({});
     return Bytes(bytes_.substr(static_cast<size_t>(offset), static_cast<size_t>(length)));
@@ -40,10 +40,10 @@ class Bytes {
   std::string_view bytes_;
 };
 
-// Where the sections of a program stand and where they are loaded to.
+// The file offsets and load addresses of a program's sections.
 class Image {
  public:
-  // False when the file is no program.
+  // False when the file is not a program.
   bool Open(std::string_view file) {
     file_ = Bytes(file);
     const auto header = file_.U32(0x3C);
@@ -56,7 +56,7 @@ class Image {
     table_ = optional_ + *optional_size;
     return true;
   }
-  // The section of resources from its beginning; empty when there is none.
+  // The resource section from its beginning; empty when there is none.
   Bytes Resources() const {
     const auto magic = file_.U16(optional_);
     const uint64_t directories = optional_ + (magic == 0x20B ? 112 : 96);
@@ -65,7 +65,7 @@ class Image {
     const bool listed = directories + 3 * 8 <= table_;
     return listed && address && size && *address != 0 ? At(*address, *size) : Bytes({});
   }
-  // The bytes that are loaded to the address.
+  // The bytes that are loaded at the address.
   Bytes At(uint32_t address, uint32_t size) const {
     constexpr uint64_t kSectionSize = 40;
     for (uint64_t i = 0; i < count_; i++) {
@@ -90,8 +90,8 @@ class Image {
 
 constexpr uint32_t kSubdirectory = 0x80000000;
 
-// The offset in the entry of a directory of resources: the one with that number,
-// or the first when there is none to look for. Named entries stand before numbered ones.
+// The offset stored in an entry of a resource directory: of the entry with that number, or of the first entry if no
+// number is given. Named entries come before numbered ones.
 std::optional<uint32_t> FindEntry(const Bytes& resources, uint32_t directory, std::optional<uint32_t> number) {
   const auto named = resources.U16(uint64_t{directory} + 12);
   const auto numbered = resources.U16(uint64_t{directory} + 14);
@@ -106,7 +106,7 @@ std::optional<uint32_t> FindEntry(const Bytes& resources, uint32_t directory, st
   return std::nullopt;
 }
 
-// The bytes of the first version resource: the tree is type, name, language.
+// The bytes of the first version resource. The tree's levels are type, name and language.
 Bytes FindVersion(const Image& image) {
   const Bytes resources = image.Resources();
   std::optional<uint32_t> at = FindEntry(resources, 0, kVersionType);
@@ -126,7 +126,7 @@ bool ReadVersionResource(std::string_view program, uint64_t* version) {
   Image image;
   if (!image.Open(program)) return false;
   const Bytes resource = FindVersion(image);
-  // Three lengths, then the key in UTF-16 with its zero, filled up to 4 bytes.
+  // Three lengths, then the key in UTF-16 with its terminating zero, padded to 4 bytes.
   constexpr std::string_view kKey("V\0S\0_\0V\0E\0R\0S\0I\0O\0N\0_\0I\0N\0F\0O\0\0\0", 32);
   constexpr uint64_t kFixed = 6 + 32 + 2;
   if (!resource.Part(6, kKey.size()).StartsWith(kKey)) return false;

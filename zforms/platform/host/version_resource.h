@@ -7,12 +7,11 @@
 
 namespace zforms {
 
-// The file version in a Windows program or library (PE format, 32 or 64 bits): the
-// four parts of "8.1.2.3" in 16 bits each, the major one in the highest. False when
-// the bytes are no such program or hold no version resource.
+// Reads the file version of a Windows program or library (PE format, 32 or 64 bits): the four parts of "8.1.2.3" in 16
+// bits each, the major one in the highest. False when the bytes are not such a program or have no version resource.
 bool ReadVersionResource(std::string_view program, uint64_t* version);
 
-// The same of a file; 0 when it has none. `path` is UTF-8.
+// The same for a file; 0 when it has none. `path` is UTF-8.
 uint64_t GetAppVersionValue(const Chaine& path);
 
 // The major part of a version.

@@ -8,7 +8,7 @@
 
 namespace zforms {
 
-// A map keyed by names whose letter case does not matter (see FoldCase).
+// A map with keys whose letter case is ignored (see FoldCase).
 template <class Value>
 class FDictionnaryNoCase {
  public:
@@ -17,7 +17,7 @@ class FDictionnaryNoCase {
   // The value under the name, or null.
   const Value* Find(std::string_view name) const { return items_.Find(FoldCase(name)); }
   Value* Find(std::string_view name) { return items_.Find(FoldCase(name)); }
-  // Stores the value under the name, in place of an earlier one.
+  // Stores the value under the name and replaces an earlier one.
   void Set(std::string_view name, Value value) { items_.Set(FoldCase(name), std::move(value)); }
   bool Remove(std::string_view name) { return items_.Remove(FoldCase(name)); }
   void Clear() { items_.Clear(); }

@@ -5,7 +5,7 @@
 
 namespace zforms {
 
-// Small tools over the ASCII text of HTTP messages; bytes from 80 on have no case.
+// Functions for the ASCII text of HTTP messages; bytes from 0x80 on have no letter case.
 
 constexpr char LowerASCII(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
@@ -20,7 +20,7 @@ constexpr bool StartsIgnoringCase(std::string_view text, std::string_view start)
 
 constexpr bool IsDigitASCII(char c) { return c >= '0' && c <= '9'; }
 
-// Control characters, among them CR, LF, NUL and DEL.
+// True for control characters, such as CR, LF, NUL and DEL.
 constexpr bool IsControlASCII(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
 }  // namespace zforms

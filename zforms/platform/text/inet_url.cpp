@@ -28,11 +28,11 @@ bool IsEscape(std::string_view text, size_t at) {
 }
 
 constexpr std::string_view kUnreserved = "-._~";
-// What may stand in a path, query or fragment beside letters, digits and escapes.
+// The characters allowed in a path, query or fragment beside letters, digits and escapes.
 constexpr std::string_view kPathMarks = "-._~!$&'()*+,;=:@/";
 constexpr std::string_view kFragmentMarks = "-._~!$&'()*+,;=:@/?";
 
-// Escapes what is no letter, digit or mark; `keep_escapes` lets "%41" stand.
+// Escapes everything but letters, digits and the marks; `keep_escapes` keeps an existing "%41".
 Chaine EscapeAllBut(std::string_view marks, std::string_view text, bool keep_escapes) {
   constexpr char kDigits[] = "0123456789ABCDEF";
   Chaine result;
@@ -50,7 +50,7 @@ Chaine EscapeAllBut(std::string_view marks, std::string_view text, bool keep_esc
   return result;
 }
 
-// The length of the protocol before ":", or 0. A single letter is a drive.
+// The length of the protocol before ":", or 0. A single letter is a drive, not a protocol.
 size_t ProtocolLength(std::string_view text) {
   if (text.empty() || !IsLetter(text[0])) return 0;
   const auto past = std::find_if(
@@ -64,7 +64,7 @@ bool StartsWithDrive(std::string_view path) {
          (path.size() == 2 || path[2] == '/' || path[2] == '\\');
 }
 
-// RFC 3986 5.2.4 over a path that may be relative: "." and ".." are taken out.
+// Removes "." and ".." as in RFC 3986 5.2.4; the path may be relative.
 Chaine RemoveDotSegments(std::string_view path) {
   std::vector<std::string_view> kept;
   const bool rooted = !path.empty() && path[0] == '/';
@@ -155,7 +155,7 @@ void ZInetURL::ParseQuery(const Chaine& query) {
     const size_t end = std::min(query.View().find('&', at), query.size());
     params_.push_back(query.Mid(at, end - at));
     at = end + 1;
-    // A last "&" is a parameter without name, so that it is written again.
+    // A "&" at the end is a parameter without a name; it is kept so that the text can be written back unchanged.
     if (at == query.size()) params_.emplace_back();
   }
 }
@@ -180,7 +180,7 @@ Chaine ZInetURL::Compose(bool without_user, bool path_only) const {
       if (has_port_) text += ":" + port_text_;
       if (!path_.IsEmpty() && path_[0] != '/') text += '/';
     } else if (path_.View().substr(0, 2) == "//") {
-      // Without this the path would read as a server.
+      // Without this, the start of the path would be read as a server.
       text += "/.";
     }
   }
@@ -312,7 +312,7 @@ void ZInetURL::MoveTo(const Chaine& relative) {
     path_ = RemoveDotSegments(path_);
   } else {
     if (!target.path_.IsEmpty()) {
-      // Relative to the folder of this path; a server without a path has "/".
+      // Relative to the folder of this path; the folder is "/" for a server without a path.
       const size_t slash = path_.View().rfind('/');
       Chaine folder = slash == std::string_view::npos ? Chaine() : path_.Mid(0, slash + 1);
       if (has_authority_ && path_.IsEmpty()) folder = "/";

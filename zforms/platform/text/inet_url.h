@@ -9,10 +9,9 @@
 
 namespace zforms {
 
-// ZInetURL is a URL cut into its parts by RFC 3986. A URL that was made from
-// text and not changed gives that text back byte for byte, whatever it holds;
-// after a change the text is put together anew from the parts, each part that
-// was not set standing as it was.
+// ZInetURL is a URL split into its parts by RFC 3986. A URL that was made from text and not changed gives that text
+// back byte for byte, even if it is malformed. After a change the text is built from the parts again; parts that were
+// not set keep their text. A plain value, used by one thread at a time.
 class ZFORMS_API ZInetURL {
  public:
   ZInetURL() = default;
@@ -20,34 +19,30 @@ class ZFORMS_API ZInetURL {
   ZInetURL(const char* text) : ZInetURL(Chaine(text)) {}
 
   bool IsEmpty() const { return text_.IsEmpty(); }
-  // The text. `without_user` leaves out a user name and password; `path_only`
-  // leaves out protocol and server, as the first line of an HTTP request wants
-  // it, and the reference.
+  // The text of the URL. `without_user` leaves out user name and password; `path_only` leaves out protocol, server and
+  // reference, as in the first line of an HTTP request.
   Chaine AsChaine(bool without_user = false, bool path_only = false) const;
 
-  // In lower case, without ":"; empty when absent. A single letter before ":" is
-  // a drive and no protocol.
+  // In lower case, without ":"; empty when absent. A single letter before ":" is a drive, not a protocol.
   Chaine Protocol() const;
-  // User name and password as they stand before "@".
+  // User name and password: the text before "@", not decoded.
   const Chaine& User() const { return user_; }
-  // Without port; an IPv6 address in its brackets.
+  // Without the port; an IPv6 address keeps its brackets.
   const Chaine& Server() const { return server_; }
-  // 0 when absent or no number up to 65535.
+  // 0 when absent or not a number up to 65535.
   uint16_t Port() const { return port_; }
-  // With `as_file` false the path as the text has it. With true the path for the
-  // operating system: percent escapes decoded, "C:/..." for a path that starts
-  // with a drive letter ("/C:/...", "/C|/...").
+  // With `as_file` false, the path as in the text. With true, the path for the operating system: percent escapes are
+  // decoded, and a path that starts with a drive letter ("/C:/...", "/C|/...") becomes "C:/...".
   Chaine Path(bool as_file = false) const;
-  // What follows the last "/" of the path, decoded.
+  // The text after the last "/" of the path, decoded.
   Chaine FileName() const;
-  // What follows "#", decoded; empty when absent.
+  // The text after "#", decoded; empty when absent.
   Chaine Reference() const;
   // True for the protocol "file" with no server or "localhost".
   bool IsLocalFile() const;
 
-  // The parameters after "?", in order. Names and values are decoded ("+" stands
-  // for itself); Param, HasParam, SetParam and RemoveParam ignore the ASCII case
-  // of names and mean the first parameter of the name.
+  // The parameters after "?", in order. Names and values are decoded ("+" is not a blank). Param, HasParam, SetParam
+  // and RemoveParam ignore the ASCII case of names and use the first parameter of that name.
   size_t ParamCount() const { return params_.size(); }
   Chaine ParamName(size_t index) const;
   Chaine ParamValue(size_t index) const;
@@ -56,24 +51,24 @@ class ZFORMS_API ZInetURL {
   Chaine Param(std::string_view name) const;
 
   void SetProtocol(const Chaine& protocol);
-  // "name", "name:port" (which sets the port as well), or "[address]".
+  // Accepts "name", "name:port" (which also sets the port) and "[address]".
   void SetServer(const Chaine& server);
   // 0 removes the port.
   void SetPort(uint16_t port);
-  // Percent escapes stand; bytes that a path cannot hold are escaped.
+  // Percent escapes are kept; bytes that a path cannot contain are escaped.
   void SetPath(const Chaine& path);
   void SetReference(const Chaine& reference);
-  // Replaces the value, or appends the parameter.
+  // Replaces the value, or appends the parameter when it is missing.
   void SetParam(std::string_view name, std::string_view value);
   void RemoveParam(std::string_view name);
-  // Goes to a reference relative to this URL (RFC 3986 5.2).
+  // Replaces this URL by the target of a reference that is relative to it (RFC 3986 5.2).
   void MoveTo(const Chaine& relative);
 
   // The URL of a file: "C:\dir\a.pdf" gives "file:///C:/dir/a.pdf".
   static ZInetURL FromLocalPath(const Chaine& path);
-  // Escapes every byte but letters, digits and "-._~".
+  // Escapes every byte except letters, digits and "-._~".
   static Chaine Encode(std::string_view text);
-  // Turns "%41" into "A"; what is no escape stays.
+  // Turns "%41" into "A"; a malformed escape is kept.
   static Chaine Decode(std::string_view text);
 
   friend bool operator==(const ZInetURL& a, const ZInetURL& b) { return a.text_ == b.text_; }
@@ -96,7 +91,7 @@ class ZFORMS_API ZInetURL {
   Chaine server_;
   Chaine port_text_;
   Chaine path_;
-  // "name=value" or "name", escaped.
+  // Each is "name=value" or "name", escaped.
   std::vector<Chaine> params_;
   Chaine reference_;
   uint16_t port_ = 0;

@@ -8,8 +8,8 @@ namespace {
 
 char FoldASCII(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-// Capitals that stand at the same distance from their small letters. In ranges with
-// a step of 2 every second character is a capital.
+// A range of capitals at the same distance from their small letters. In ranges with a step of 2 every second character
+// is a capital.
 struct Capitals {
   uint32_t first;
   uint32_t last;
@@ -42,7 +42,7 @@ bool SameIgnoringASCIICase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return FoldASCII(x) == FoldASCII(y); });
 }
 
-// All letters above take two bytes, and so do the small letters in their places.
+// All letters of the table and their small letters take two bytes in UTF-8.
 Chaine FoldCase(std::string_view utf8) {
   Chaine folded;
   for (size_t i = 0; i < utf8.size(); i++) {

@@ -44,7 +44,7 @@ constexpr ByteTable kPDFDoc = Overlaid(Overlaid(kLatin1, 0x18, kPDFDocFrom18), 0
 
 constexpr bool IsUndefinedInPDFDoc(size_t byte) { return byte == 0x7F || byte == 0x9F || byte == 0xAD; }
 
-// The byte of the character in PDFDocEncoding, if it has a place there.
+// The byte of the character in PDFDocEncoding, if the encoding has it.
 std::optional<char> PDFDocByte(char32_t c) {
   if (c < kPDFDoc.size() && kPDFDoc[c] == c) {
     if (IsUndefinedInPDFDoc(c)) return std::nullopt;
@@ -65,8 +65,8 @@ bool IsTrail(char c) { return (static_cast<uint8_t>(c) & 0xC0) == 0x80; }
 bool IsHighSurrogate(char32_t c) { return c >= 0xD800 && c < 0xDC00; }
 bool IsLowSurrogate(char32_t c) { return c >= 0xDC00 && c < 0xE000; }
 
-// Takes one character off the front of the text, which must not be empty.
-// Malformed text loses one byte and gives nothing.
+// Removes one character from the front of the text, which must not be empty. Malformed text loses one byte and gives no
+// character.
 std::optional<char32_t> TakeCharacter(std::string_view* text) {
   const uint8_t lead = static_cast<uint8_t>(text->front());
   const size_t length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
@@ -95,7 +95,7 @@ void AppendUTF16BE(Chaine* out, char32_t c) {
   out->Append({unit, sizeof(unit)});
 }
 
-// Whether every byte is the same in ASCII, UTF-8 and the one-byte encodings here.
+// True when every byte is the same in ASCII, UTF-8 and the one-byte encodings here.
 bool IsPlainASCII(std::string_view text) {
   for (const char c : text) {
     const auto byte = static_cast<uint8_t>(c);
@@ -136,10 +136,9 @@ bool HasByteOrderMark(std::string_view bytes) {
   return bytes.starts_with(kUTF16BEMark) || bytes.starts_with(kUTF16LEMark) || bytes.starts_with(kUTF8Mark);
 }
 
-// What stands between the two escape characters of a language escape sequence:
-// a language code of two letters and perhaps a country code of two. The letters
-// are bytes, so that two make one UTF-16 code unit; some producers write each
-// as a code unit of its own, and a hyphen between the codes.
+// Recognizes the text between the two escape characters of a language escape sequence: a language code of two letters
+// and optionally a country code of two. The letters are bytes, so two of them make one UTF-16 code unit. Some producers
+// write each letter as a code unit, and a hyphen between the codes.
 bool IsLanguageCode(std::string_view text) {
   constexpr size_t kLongest = 5;
   const auto is_letter = [](char32_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
@@ -152,8 +151,8 @@ bool IsLanguageCode(std::string_view text) {
   return count != 0;
 }
 
-// The text without its language escape sequences (ISO 32000-1 7.9.2.2). An
-// escape character that begins none stays.
+// The text without its language escape sequences (ISO 32000-1 7.9.2.2). An escape character that does not begin a
+// sequence is kept.
 Chaine WithoutLanguageCodes(const Chaine& utf8) {
   constexpr char kEscape = '\x1B';
   constexpr size_t kLongestBytes = 15;

@@ -15,9 +15,9 @@
 
 namespace zforms {
 
-// Text between UTF-8 and what Windows takes; for the sources of that system only.
+// Conversions between UTF-8 and the text of Windows functions; only for sources named *_win32.
 
-// Empty when the text is empty, holds a zero byte or is no UTF-8.
+// Empty when the text is empty, contains a zero byte or is not valid UTF-8.
 inline std::wstring Widen(std::string_view text) {
   if (text.empty() || text.size() > 0x7FFF || text.find('\0') != std::string_view::npos) return {};
   const int length = static_cast<int>(text.size());
@@ -27,7 +27,7 @@ inline std::wstring Widen(std::string_view text) {
   return wide;
 }
 
-// In UTF-8, or in the code page.
+// Converts to UTF-8 or to another code page.
 inline std::string Narrow(std::wstring_view wide, UINT code_page = CP_UTF8) {
   if (wide.empty()) return {};
   const int length = static_cast<int>(wide.size());
@@ -37,12 +37,13 @@ inline std::string Narrow(std::wstring_view wide, UINT code_page = CP_UTF8) {
   return text;
 }
 
-// A text value of the registry, references to the environment expanded; false when there is none.
+// Reads a text value of the registry and expands references to environment variables; false when there is no such
+// value.
 inline bool ReadRegistryText(HKEY root, const std::wstring& key, const wchar_t* name, std::wstring* value) {
   constexpr DWORD kTypes = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ;
   DWORD size = 0;
   if (::RegGetValueW(root, key.c_str(), name, kTypes, nullptr, nullptr, &size) != ERROR_SUCCESS) return false;
-  // Expanding may take more than was said: the value may change meanwhile.
+  // The value may change between the two calls, so expanding may need more room than was reported.
   std::wstring text(size / sizeof(wchar_t) + 1, L'\0');
   size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
   if (::RegGetValueW(root, key.c_str(), name, kTypes, nullptr, text.data(), &size) != ERROR_SUCCESS) return false;
