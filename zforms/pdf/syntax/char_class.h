@@ -6,23 +6,22 @@
 
 namespace zforms {
 
-// The character classes of PDF text (ISO 32000-1 7.2.2), as one table. The zero
-// byte is white space between the tokens of a document alone; elsewhere it is part of
-// the token it stands in.
+// The character classes of PDF text (ISO 32000-1 7.2.2), as one table. The zero byte is white space only between the
+// tokens of a document; elsewhere it is part of its token.
 enum CharClass : uint16_t {
   kWhite = 1,        // tab, line feed, form feed, carriage return, space
   kSpecial = 2,      // white space and % ( ) / < > [ ] { }
   kLineEnd = 4,      // carriage return, line feed
-  kCommentStop = 8,  // what decides whether a text ends in a comment: line ends, % and )
+  kCommentStop = 8,  // decides whether a text ends in a comment: line ends, % and )
   kOpening = 16,     // % ( / < [ {
-  kDelimiter = 32,   // the opening ones and ) > ] }
+  kDelimiter = 32,   // kOpening and ) > ] }
   kDigit = 64,
-  kInString = 128,         // what a literal string may not hold without a second look: ( ) \ and carriage return
-  kPlainName = 256,        // what stands for itself in a written name: printable ASCII but # \ and delimiters
-  kSelfDelimited = 512,    // what needs no blank behind it: delimiters and white space but the form feed
-  kEscaped = 1024,         // what a written literal string holds behind a backslash
+  kInString = 128,         // needs care inside a literal string: ( ) \ and carriage return
+  kPlainName = 256,        // written unescaped in a name: printable ASCII except # \ and delimiters
+  kSelfDelimited = 512,    // needs no blank after it: delimiters and white space except the form feed
+  kEscaped = 1024,         // follows a backslash in a written literal string
   kBlank = 2048,           // white space of a document: kWhite and the zero byte
-  kBlankOrSpecial = 4096,  // what ends a token of a document: kSpecial and the zero byte
+  kBlankOrSpecial = 4096,  // ends a token of a document: kSpecial and the zero byte
 };
 
 namespace internal {
@@ -55,7 +54,8 @@ inline constexpr std::array<uint16_t, 256> kCharClasses = MakeCharClasses();
 
 constexpr bool Is(char c, CharClass kind) { return (internal::kCharClasses[static_cast<uint8_t>(c)] & kind) != 0; }
 
-// Where the run of such characters from `at` on ends, and where the first such one stands.
+// SkipClass returns the end of the run of characters of that class that starts at `at`; FindClass the first character
+// of that class.
 constexpr const char* SkipClass(const char* at, const char* end, CharClass kind) {
   while (at != end && Is(*at, kind)) at++;
   return at;
@@ -65,7 +65,7 @@ constexpr const char* FindClass(const char* at, const char* end, CharClass kind)
   return at;
 }
 
-// Whether the text is an unsigned number and nothing else.
+// True when the text is an unsigned number and nothing else.
 constexpr bool AllDigits(std::string_view text) {
   for (const char c : text) {
     if (!Is(c, kDigit)) return false;

@@ -61,7 +61,7 @@ class ElementScan {
     if (comments_ != nullptr) comments_->emplace_back(start, at_);
   }
 
-  // A leaf element ended at `end`; it is the whole element at the outermost level.
+  // A leaf element ends at `end`; at the outermost level it is the whole element.
   void EndLeaf(size_t end) {
     at_ = end;
     done_ = open_.empty();
@@ -135,7 +135,7 @@ class ElementScan {
   Comments* comments_;
   size_t at_ = 0;
   bool done_ = false;
-  std::string open_;  // what is open, innermost last: '<' for a dictionary, '[' for an array
+  std::string open_;  // the open delimiters, innermost last: '<' for a dictionary, '[' for an array
 };
 
 }  // namespace

@@ -8,17 +8,15 @@
 namespace zforms {
 
 enum class ScanStop {
-  kEndobj,       // only "endobj" ends the scan early
-  kEndobjOrObj,  // the keyword "obj" does as well: another object begins, so "endobj" was missing
+  kEndobj,       // only the keyword "endobj" ends the scan early
+  kEndobjOrObj,  // the keyword "obj" does as well: it begins another object, so "endobj" is missing
 };
 
-// The length of the first complete PDF element at the front of `text`: a
-// dictionary, array or string up to its closing delimiter; anything else up to
-// the next closing delimiter or "endobj", white space included. Strings and
-// comments are passed over whole, names too (a name may spell "endobj"). A
-// closing delimiter that nothing opened ends the element uncounted at the
-// outermost level and is passed over inside. Linear, without recursion. The
-// comments met, as positions from and to, are added to `comments` if it is given.
+// The length of the first complete PDF element at the front of `text`: a dictionary, array or string up to its closing
+// delimiter; anything else up to the next closing delimiter or "endobj", including white space. Strings, comments and
+// names are skipped as a whole (a name may contain "endobj"). An unmatched closing delimiter ends the element, without
+// being counted, at the outermost level, and is skipped inside. Linear time, no recursion. The positions of comments
+// (from, to) are added to `comments` if it is given.
 size_t FirstElementLength(std::string_view text, ScanStop stop,
                           std::vector<std::pair<size_t, size_t>>* comments = nullptr);
 

@@ -4,9 +4,9 @@
 
 namespace zforms {
 
-// ZPDFEncrypter (ZPDFEncryption::Encrypter) turns the plain bytes of one string
-// or stream into the bytes that stand in the file, and back. Every string and
-// every stream passes through one, whether or not the document is encrypted.
+// ZPDFEncrypter (ZPDFEncryption::Encrypter) converts the plain bytes of one string or stream into the bytes of the
+// file, and back. Every string and stream passes through one, whether or not the document is encrypted. Owned by
+// whoever created it; one thread at a time.
 class ZFORMS_API ZPDFEncrypter {
  public:
   virtual ~ZPDFEncrypter();
@@ -17,13 +17,13 @@ class ZFORMS_API ZPDFEncrypter {
   virtual Chaine Decrypt(const Chaine& data) const;
 };
 
-// ZPDFEncrypterNeutral (ZPDFEncryption::EncrypterNeutral) stands for no
-// encryption: data come out as they went in, and no byte is copied.
+// ZPDFEncrypterNeutral (ZPDFEncryption::EncrypterNeutral) is used without encryption: it returns the data unchanged and
+// copies no byte.
 class ZFORMS_API ZPDFEncrypterNeutral final : public ZPDFEncrypter {
  public:
   ZPDFEncrypterNeutral* Clone() const override;
   Chaine Encrypt(const Chaine& data) const override;
-  // The shared instance, for any thread; callers never delete it.
+  // The shared instance, usable by any thread; callers must never delete it.
   static const ZPDFEncrypterNeutral* Default();
 };
 

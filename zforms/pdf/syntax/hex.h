@@ -6,7 +6,7 @@ namespace zforms {
 
 inline constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 
-// The value of a hexadecimal digit of either case, -1 for any other character.
+// The value of a hexadecimal digit in upper or lower case, -1 for any other character.
 constexpr int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -14,7 +14,7 @@ constexpr int HexDigit(char c) {
   return -1;
 }
 
-// Up to two characters read as a byte, up to the first that is no digit.
+// The byte written by up to two hexadecimal digits; reading stops at the first other character.
 constexpr unsigned char HexByte(std::string_view pair) {
   int value = 0;
   for (const char c : pair.substr(0, 2)) {

@@ -6,11 +6,10 @@
 namespace zforms {
 namespace {
 
-// Room that is claimed ahead of the writing.
+// The room that is reserved before writing.
 constexpr size_t kRoom = 1024;
 
-// Whether the last character of the piece begins an escape sequence: it is a
-// backslash that no backslash before it has escaped.
+// True when the last character of the piece begins an escape sequence: it is a backslash that is not itself escaped.
 bool EndsInsideEscape(std::string_view piece) {
   const size_t last_other = piece.find_last_not_of('\\');
   const size_t run = piece.size() - (last_other == std::string_view::npos ? 0 : last_other + 1);

@@ -9,11 +9,10 @@
 
 namespace zforms {
 
-// ZPDFOutStream (ZPDFWriter::OutStream) is the sink into which every PDF object
-// writes its text. It appends to a Chaine that its caller owns and keeps the
-// line layout: separators between tokens, line breaks before a line grows past
-// 254 columns, continuations inside long strings. It lives for one run of
-// writing; the column is found again from the target at construction.
+// ZPDFOutStream (ZPDFWriter::OutStream) is the output to which every PDF object writes its text. It appends to a Chaine
+// that its caller owns and takes care of the line layout: separators between tokens, line breaks before a line grows
+// past 254 columns, continuations inside long strings. It is used for one run of writing by one thread; the constructor
+// finds the column from the target.
 class ZFORMS_API ZPDFOutStream {
  public:
   explicit ZPDFOutStream(Chaine* target);
@@ -21,9 +20,8 @@ class ZFORMS_API ZPDFOutStream {
   ZPDFOutStream(const ZPDFOutStream&) = delete;
   ZPDFOutStream& operator=(const ZPDFOutStream&) = delete;
 
-  // Spans several steps of writing, which then cost a store each: the target has
-  // room claimed ahead, and is cut to what was written when the outermost ends. It
-  // is not to be looked at before.
+  // Makes several writing steps fast: while it lives, room is reserved in the target, so that a step is only a store.
+  // When the outermost Run ends, the target is cut to the bytes written. Do not read the target before.
   class Run {
    public:
     explicit Run(ZPDFOutStream& out) : begun_(out.at_ == nullptr ? &out : nullptr) {
@@ -39,8 +37,8 @@ class ZFORMS_API ZPDFOutStream {
     ZPDFOutStream* begun_;
   };
 
-  // Ends the line with one line feed, in place of trailing blanks, unless the
-  // target is empty or already ends a line.
+  // Ends the line with one line feed, which replaces trailing blanks, unless the target is empty or already ends a
+  // line.
   void NewLine() {
     const Run run(*this);
     if (at_ == front_ || Is(at_[-1], kLineEnd)) return;
@@ -48,8 +46,8 @@ class ZFORMS_API ZPDFOutStream {
     Put('\n');
     column_ = 0;
   }
-  // One blank (a new line from column 254 on), unless the target is empty or
-  // ends in white space or a delimiter.
+  // Writes one blank (a line feed from column 254 on), unless the target is empty or ends in white space or a
+  // delimiter.
   void Separate() {
     const Run run(*this);
     if (at_ == front_ || Is(at_[-1], kSelfDelimited)) return;
@@ -57,8 +55,8 @@ class ZFORMS_API ZPDFOutStream {
     Put(' ');
     column_++;
   }
-  // The token, on a new line when it would reach column 255. Before an opening
-  // delimiter trailing blanks go.
+  // Writes the token, on a new line when it would reach column 255. Removes trailing blanks before an opening
+  // delimiter.
   void WriteToken(std::string_view token) {
     const Run run(*this);
     if (!token.empty() && Is(token.front(), kOpening)) RemoveTrailingBlanks();
@@ -67,17 +65,17 @@ class ZFORMS_API ZPDFOutStream {
     column_ += token.size();
   }
   void WriteChar(char c) { WriteToken({&c, 1}); }
-  // The number in decimal, as a token.
+  // Writes the number in decimal, as a token.
   void WriteNumber(uint32_t value);
-  // The bytes as they are; the column starts again at 0.
+  // Writes the bytes unchanged; the column becomes 0.
   void WriteRaw(std::string_view bytes);
-  // The escaped body of a literal string, continued over lines with a backslash
-  // and a carriage return; no escape sequence is cut.
+  // Writes the escaped body of a literal string; continues it on the next line with a backslash and a carriage return,
+  // never inside an escape sequence.
   void WriteStringBody(std::string_view body);
 
-  // Characters since the last line end.
+  // The number of characters since the last line end.
   size_t Column() const { return column_; }
-  // Continues a string on a new line when no more character fits on this one.
+  // Continues a string on a new line when this line is full.
   void ContinueStringIfFull();
 
  private:
@@ -108,9 +106,8 @@ class ZFORMS_API ZPDFOutStream {
 
   Chaine* target_;
   size_t column_;
-  // Where the target's text begins, where this run began to write (what stands before
-  // may be shared and is never written over), the end of the text and of its room;
-  // null between two runs.
+  // The start of the target's text, the place where this run began to write (the text before it may be shared and is
+  // never overwritten), the end of the text, and the end of its room; null between two runs.
   char* front_ = nullptr;
   char* written_ = nullptr;
   char* at_ = nullptr;

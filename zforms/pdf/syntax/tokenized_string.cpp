@@ -29,7 +29,7 @@ ZPDFTokenizedString::ZPDFTokenizedString(const ZPDFTokenizedString& other) { *th
 ZPDFTokenizedString& ZPDFTokenizedString::operator=(const ZPDFTokenizedString& other) {
   if (this == &other) return *this;
   text_ = other.text_;
-  base_ = text_.data();  // a short text lives inside the object
+  base_ = text_.data();  // a short text is stored inside the object
   begin_ = other.begin_;
   end_ = other.end_;
   clear_from_ = other.clear_from_;
@@ -164,7 +164,7 @@ size_t ZPDFTokenizedString::LastTokenLength() const {
   const int64_t special = ReverseFindSpecialChar(-1);
   if (special < 0) return GetLength();
   const size_t after = GetLength() - static_cast<size_t>(special) - 1;
-  // A special character that is a token of its own ({ and }, stray blanks) still makes progress.
+  // A special character that is a token itself ({ or }, stray blanks) is taken too, so that there is always progress.
   return (*this)[static_cast<size_t>(special)] == '/' || after == 0 ? after + 1 : after;
 }
 

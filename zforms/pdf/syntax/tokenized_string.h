@@ -13,7 +13,7 @@ class ZDiagnostics;
 class ZPDFNodePool;
 enum class ScanStop;
 
-// A part of a text that it keeps alive: a shared Chaine, a start and a length.
+// A part of a text: a shared Chaine, which it keeps alive, a start and a length.
 class ZFORMS_API SousChaine {
  public:
   SousChaine() = default;
@@ -23,12 +23,12 @@ class ZFORMS_API SousChaine {
   size_t GetLength() const { return length_; }
   bool IsEmpty() const { return length_ == 0; }
   char operator[](size_t index) const { return View()[index]; }
-  // Where the part starts in the whole text, in bytes.
+  // The start of the part in the whole text, in bytes.
   size_t Start() const { return start_; }
   const Chaine& Text() const { return text_; }
   std::string_view View() const { return {text_.data() + start_, length_}; }
   operator std::string_view() const { return View(); }
-  // The part as a string of its own, sharing the bytes.
+  // The part as a separate string, which shares the bytes.
   Chaine AsChaine() const { return text_.Mid(start_, length_); }
   friend bool operator==(const SousChaine& a, std::string_view b) { return a.View() == b; }
 
@@ -38,13 +38,11 @@ class ZFORMS_API SousChaine {
   size_t length_ = 0;
 };
 
-// ZPDFTokenizedString (ZPDFParser::TokenizedString) is the cursor over PDF text
-// that every parsing step uses: a view onto a shared text that is consumed from
-// either end. Consuming narrows the view and copies no byte; a copy of the
-// cursor is consumed independently.
+// ZPDFTokenizedString (ZPDFParser::TokenizedString) is the cursor over PDF text that every parsing step uses: a view
+// onto a shared text that is consumed from either end. Consuming narrows the view and copies no byte; a copy of the
+// cursor is consumed independently. One thread at a time.
 //
-// Positions are counted from the start of the view. Extracting from an empty
-// view yields an empty token.
+// Positions are counted from the start of the view. Extracting from an empty view gives an empty token.
 class ZFORMS_API ZPDFTokenizedString {
  public:
   explicit ZPDFTokenizedString(const SousChaine& text);
@@ -60,7 +58,7 @@ class ZFORMS_API ZPDFTokenizedString {
   // Precondition for LastChar: not empty.
   char LastChar() const { return base_[end_ - 1]; }
   std::string_view View() const { return {base_ + begin_, end_ - begin_}; }
-  // Where the view starts and ends in the whole text, in bytes.
+  // The start and end of the view in the whole text, in bytes.
   size_t Offset() const { return begin_; }
   size_t EndOffset() const { return end_; }
 
@@ -69,8 +67,8 @@ class ZFORMS_API ZPDFTokenizedString {
   bool EndWith(std::string_view text) const { return View().ends_with(text); }
   bool EndWith(char c) const { return View().ends_with(c); }
 
-  // Positions in the view, -1 when absent. The reverse forms search from `start`
-  // towards the front; a negative `start` means from the last byte.
+  // Positions in the view, -1 when not found. The reverse forms search from `start` towards the front; a negative
+  // `start` means the last byte.
   int64_t Find(std::string_view text, int64_t start = 0) const;
   int64_t Find(char c, int64_t start = 0) const { return Find(std::string_view(&c, 1), start); }
   int64_t FindOneOf(std::string_view set, int64_t start = 0) const;
@@ -78,60 +76,57 @@ class ZFORMS_API ZPDFTokenizedString {
   int64_t ReverseFind(char c, int64_t start = -1) const { return ReverseFind(std::string_view(&c, 1), start); }
   int64_t ReverseFindOneOf(std::string_view set, int64_t start = -1) const;
 
-  // The length in bytes of the first complete PDF element, at the front; see
-  // element_scan.h for what counts as one.
+  // The length in bytes of the first complete PDF element at the front; see element_scan.h for the rules.
   size_t GetFirstElementLength() const;
 
   char ExtractFirstChar();
   char ExtractLastChar();
   SousChaine ExtractFirstChars(size_t count);
   SousChaine ExtractLastChars(size_t count);
-  // One token; comments and white space are then removed from what remains.
+  // Extracts one token, then removes comments and white space after it.
   SousChaine ExtractFirstToken();
   SousChaine ExtractLastToken();
   void TrimLeftWhites();
   void TrimRightWhites();
-  // Removes white space and comments at both ends. At the end only a "%" that no
-  // ")" and no line end follows begins a comment.
+  // Removes white space and comments at both ends. At the end, a "%" begins a comment only when no ")" and no line end
+  // follows it.
   void TrimComments();
 
-  // The same steps without handing out shared parts, for the node factories: the
-  // views stay valid as long as the text.
+  // The same steps without shared parts, for the node factories: the views are valid as long as the text.
   std::string_view PeekLastToken() const;
   std::string_view TakeLastToken();
   std::string_view TakeFirstToken();
   std::string_view TakeFirst(size_t count);
   std::string_view TakeLast(size_t count);
-  // The first complete element, removed here, as a cursor of its own. Comments are
-  // told from strings only when read forwards: where the element holds any, the
-  // cursor is over a copy in which they are blanks.
+  // Removes the first complete element and returns it as a separate cursor. Comments can be told from strings only when
+  // reading forwards: when the element contains comments, the cursor is over a copy in which they are replaced by
+  // blanks.
   ZPDFTokenizedString TakeFirstElement(ScanStop stop);
-  // Removes white space and comments at the front alone.
+  // Removes white space and comments at the front only.
   void TrimLeftComments();
-  // The bytes as a string that shares the text. Precondition: `part` lies in it.
+  // The bytes as a string that shares the text. Precondition: `part` is inside the text.
   Chaine Share(std::string_view part) const;
-  // A cursor over a part of this one, reporting to the same place.
+  // A cursor over a part of this one, with the same diagnostics.
   ZPDFTokenizedString Part(size_t offset, size_t length) const;
 
-  // How deep the node factories are inside arrays and dictionaries.
+  // The deepest nesting of arrays and dictionaries that the node factories accept.
   static constexpr int kMaxNesting = 500;
   bool EnterNesting() { return ++nesting_ <= kMaxNesting; }
   void LeaveNesting() { --nesting_; }
   bool IsNested() const { return nesting_ > 0; }
 
-  // Bytes that were searched beyond what was then consumed; they add up, so that who
-  // hands out the text can bound the cost of damaged objects.
+  // Counts bytes that were searched but not consumed. The owner of the text uses the sum to bound the cost of damaged
+  // objects.
   void NoteSearchInVain(size_t count) { searched_in_vain_ += count; }
   size_t SearchedInVain() const { return searched_in_vain_; }
 
-  // From now on this is the text of a document: values of indirect objects are read
-  // from the front (see forward_reader.h), and the zero byte is white space. Their
-  // nodes get their memory from the pool, or the heap when it is null.
+  // Marks this as the text of a document: values of indirect objects are read from the front (see forward_reader.h),
+  // and the zero byte is white space. Their nodes are allocated in the pool, or on the heap when it is null.
   void SetDocument(ZPDFNodePool* pool = nullptr);
   bool IsDocument() const { return white_ == kBlank; }
   ZPDFNodePool* Pool() const { return pool_; }
 
-  // Where oddities are reported, with the object that is being parsed; none by default.
+  // Where faults are reported, with the object that is being parsed; null by default.
   void SetDiagnostics(ZDiagnostics* diagnostics) { diagnostics_ = diagnostics; }
   ZDiagnostics* Diagnostics() const { return diagnostics_; }
   void SetObject(uint32_t number, uint32_t generation);
@@ -151,12 +146,12 @@ class ZFORMS_API ZPDFTokenizedString {
   const char* base_;
   size_t begin_;
   size_t end_;
-  // No line end, "%" or ")" stands in [clear_from_, clear_to_), and one stands just
-  // before it unless it reaches the front: a line of a million numbers is searched
-  // once and not once a token. Empty while nothing is known.
+  // A cache for searching comments: the range [clear_from_, clear_to_) contains no line end, "%" or ")", and one is
+  // just before it unless it reaches the front. So a line of a million numbers is searched once, not once for each
+  // token. Empty while nothing is known.
   mutable size_t clear_from_ = 0;
   mutable size_t clear_to_ = 0;
-  size_t origin_ = 0;  // where the text starts in the file that warnings speak of
+  size_t origin_ = 0;  // where the text starts in the file, for warnings
   int nesting_ = 0;
   size_t searched_in_vain_ = 0;
   ZPDFNodePool* pool_ = nullptr;

@@ -40,14 +40,14 @@ http::request<http::string_body> RequestFor(const ZInetURL& url, const Chaine& m
   return request;
 }
 
-// The address of "[::1]" stands without its brackets.
+// The address in "[::1]" is used without its brackets.
 std::string HostOf(const ZInetURL& url) {
   std::string host = url.Server().ToString();
   if (host.size() > 2 && host.front() == '[') host = host.substr(1, host.size() - 2);
   return host;
 }
 
-// "localhost" is this machine whatever a resolver knows of it (RFC 6761 6.3).
+// "localhost" is always this machine, whatever a resolver answers (RFC 6761 6.3).
 std::vector<tcp::endpoint> EndpointsOf(const ZInetURL& url, asio::io_context& context,
                                        boost::system::error_code& code) {
   const uint16_t port = url.Port() == 0 ? uint16_t{80} : url.Port();
@@ -61,17 +61,17 @@ std::vector<tcp::endpoint> EndpointsOf(const ZInetURL& url, asio::io_context& co
   return endpoints;
 }
 
-// A connection whose steps all have to end by one time.
+// A connection; all operations together must end by one deadline.
 class TimedSocket {
  public:
   explicit TimedSocket(std::chrono::seconds time) : end_(Clock::now() + time) {}
 
   asio::io_context& Context() { return context_; }
   tcp::socket& Socket() { return socket_; }
-  // Whether a step was given up.
+  // True when an operation was cancelled at the deadline.
   bool IsLate() const { return late_; }
 
-  // `start` is given the handler with which it begins an operation.
+  // Calls `start` with the completion handler of the operation that it must begin.
   template <class Start>
   boost::system::error_code Await(Start start) {
     boost::system::error_code result;

@@ -18,9 +18,9 @@ struct ZFORMS_API ZHTTPAnswer {
   Chaine body;
 };
 
-// Asks an "http:" URL and waits for the whole answer, whatever its status; a body
-// goes with "POST". False with a reason in `*error` when none comes in the time, or one
-// of more than 256 MiB. The name of another machine may take its resolver longer.
+// Sends a request to an "http:" URL and waits for the whole answer of any status; "POST" also sends a body. False with
+// a reason in `*error` when no answer arrives in time, or when it has more than 256 MiB. Resolving the name of another
+// machine may take longer than the time.
 ZFORMS_API bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_type, const Chaine& body,
                         ZHTTPAnswer* answer, std::string* error, std::chrono::seconds time = std::chrono::seconds(60));
 

@@ -6,8 +6,8 @@
 
 namespace zforms {
 
-// The time as HTTP writes it (RFC 9110 5.6.7): "Sun, 06 Nov 1994 08:49:37 GMT".
-// `seconds` counts from the start of 1970 (UTC).
+// The time in the format of HTTP (RFC 9110 5.6.7): "Sun, 06 Nov 1994 08:49:37 GMT". `seconds` counts from the start of
+// 1970 (UTC).
 Chaine HTTPDate(int64_t seconds);
 Chaine HTTPDateNow();
 

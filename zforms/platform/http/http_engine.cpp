@@ -32,20 +32,20 @@ using asio::ip::tcp;
 using boost::system::error_code;
 using Clock = std::chrono::steady_clock;
 
-// How often deadlines are looked at.
+// The interval between checks of the deadlines.
 constexpr auto kTick = std::chrono::milliseconds(50);
-// How long a client may go on sending after the last answer, so that it gets to read it.
+// How long a client may continue to send after the last answer, so that it can read that answer.
 constexpr auto kLingerTime = std::chrono::seconds(2);
-// A connection that has kept silent this long may be closed in favour of a new one.
+// A connection that was silent for this long may be closed to make room for a new one.
 constexpr auto kEvictionAge = std::chrono::seconds(1);
-// How many bytes of an answer go to the system at a time.
+// How many bytes of an answer are sent at a time.
 constexpr size_t kSendSize = 64 * 1024;
-// Connections beyond the limit that are told so; more are closed without a word.
+// How many connections beyond the limit get an error page; further ones are closed without an answer.
 constexpr size_t kRefusedConnections = 32;
 constexpr size_t kReadSize = 16 * 1024;
-// A request with more than that may take long to be understood.
+// A request with a longer body may take long to process.
 constexpr uint64_t kHeavyBody = uint64_t{256} << 10;
-// A body of that part of what all may take is short.
+// A body is short when it is at most the limit of all bodies divided by this.
 constexpr uint64_t kShortBody = 1024;
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
@@ -69,7 +69,7 @@ std::unique_ptr<ZHTTPSendResponse> MakeErrorResponse(int status) {
 
 }  // namespace
 
-// Everything below belongs to the engine's thread, unless it says otherwise.
+// The members belong to the engine's thread unless noted otherwise.
 struct HTTPEngine::State {
   State(const sHTTPServerLimits& wanted, IHTTPEngineHost* owner)
       : limits(wanted), host(owner), ticker(io), pool(wanted.threads, wanted.queue, wanted.body_bytes) {}
@@ -95,14 +95,14 @@ struct HTTPEngine::State {
   WorkerPool pool;
   std::thread thread;
 
-  // Shared with the thread that waits for the end.
+  // Protects the members shared with the thread that waits for the end.
   std::mutex mutex;
   std::condition_variable quiet;
   int busy = 0;
   bool door_closed = false;
 };
 
-// One client. Alive while a read, a write or a worker needs it.
+// One client. Kept alive by a pending read, write or worker.
 class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
  public:
   enum class Phase { eIdle, eReading, eWorking, eSending, eLingering, eClosed };
@@ -111,16 +111,16 @@ class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
       : engine_(engine), socket_(std::move(socket)), buffer_(engine.limits.header_bytes + kReadSize) {}
 
   void Start();
-  // Sends an error and ends the connection; the reason is for the log.
+  // Sends an error and ends the connection; the reason goes to the log.
   void Refuse(int status, const char* reason);
   void Close();
   void CheckDeadline(Clock::time_point now);
   Phase GetPhase() const { return phase_; }
-  // When the phase began, or bytes of the answer were last taken.
+  // When the phase began, or when the client last accepted bytes of the answer.
   Clock::time_point Since() const { return since_; }
 
  private:
-  // A request that waits for a thread. One that gets none is told so.
+  // A request that waits for a thread. If it is dropped from the queue, the client gets an error.
   struct Waiting {
     ~Waiting() {
       if (queued) asio::post(connection->engine_.io, [self = connection] { self->Refuse(503, "the server stops"); });
@@ -140,7 +140,7 @@ class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
   void OnBody();
   void SendContinue();
   void Dispatch();
-  // On a worker thread.
+  // Runs on a worker thread.
   void Work(ZHTTPReadRequest& request, bool keep);
   void Send(std::unique_ptr<ZHTTPSendResponse> response, const Chaine& head, bool with_body, bool keep);
   void OnSent(const error_code& error);
@@ -159,10 +159,10 @@ class HTTPEngine::Connection : public std::enable_shared_from_this<Connection> {
   Chaine remote_;
   bool in_read_ = false;
   bool in_body_ = false;
-  uint64_t body_bytes_ = 0;  // counted in the engine's pending_body_bytes
-  bool is_heavy_ = false;    // the request that is being answered
+  uint64_t body_bytes_ = 0;  // as counted in the engine's pending_body_bytes
+  bool is_heavy_ = false;    // of the request that is being answered
 
-  // The answer on its way, and the request that it is for.
+  // The answer that is being sent, and facts about its request.
   std::unique_ptr<ZHTTPSendResponse> response_;
   Chaine head_;
   bool with_body_ = true;
@@ -211,7 +211,7 @@ void HTTPEngine::Connection::Read() {
 
 void HTTPEngine::Connection::OnRead(const error_code& error, size_t count) {
   if (phase_ == Phase::eLingering) return error ? Close() : Read();
-  // A refusal is being sent meanwhile: what still comes is not looked at.
+  // While a refusal is being sent, further input is ignored.
   if (phase_ != Phase::eIdle && phase_ != Phase::eReading) return;
   if (error) return Close();
   filled_ += count;
@@ -242,7 +242,7 @@ void HTTPEngine::Connection::CountBody(uint64_t bytes) {
 }
 
 void HTTPEngine::Connection::OnBody() {
-  // Short ones come through: all of them together are little.
+  // Short bodies are always accepted: all of them together take little memory.
   const uint64_t limit = engine_.limits.pending_body_bytes;
   if (engine_.pending_body_bytes > limit && body_bytes_ > limit / kShortBody) {
     return Refuse(503, "too many long bodies come at the same time");
@@ -288,7 +288,7 @@ void HTTPEngine::Connection::Work(ZHTTPReadRequest& request, bool keep) {
   auto response = engine_.host->Answer(request);
   const bool kept = keep && !engine_.draining.load(std::memory_order_relaxed);
   const bool with_body = request.Method() != "HEAD";
-  // It may be large, and what follows the answer counts on its being gone.
+  // Frees the request now: it may be large, and the bytes counted after the answer assume that it is gone.
   request = ZHTTPReadRequest();
   Chaine head = response->Head(kept, HTTPDateNow());
   asio::post(engine_.io, [self = shared_from_this(), response = std::move(response), head = std::move(head), with_body,
@@ -299,7 +299,7 @@ void HTTPEngine::Connection::Refuse(int status, const char* reason) {
   if (phase_ == Phase::eClosed) return;
   infos_.reason = reason;
   CountBody(0);
-  // What the client is told is not to wait for what it may still send.
+  // The error page is sent at once, whatever the client may still send.
   filled_ = 0;
   if (infos_.method.IsEmpty()) {
     infos_.method = reader_->Request().Method();
@@ -317,15 +317,15 @@ void HTTPEngine::Connection::Send(std::unique_ptr<ZHTTPSendResponse> response, c
   head_ = head;
   with_body_ = with_body;
   keep_ = keep;
-  // The request is gone; the answer to a large one is likely to be large.
+  // The request is freed already. The answer to a large request is likely to be large.
   CountBody(is_heavy_ ? response_->Body().size() : 0);
-  // The connection was cut while a worker made the answer.
+  // The connection was closed while a worker made the answer.
   if (phase_ == Phase::eClosed) return OnSent(asio::error::operation_aborted);
   Enter(Phase::eSending, engine_.limits.send_time);
   const std::string_view body = with_body ? response_->Body().View() : std::string_view();
   const std::array<asio::const_buffer, 2> pieces = {asio::buffer(head_.data(), head_.size()),
                                                     asio::buffer(body.data(), body.size())};
-  // Asked before each piece, so it sees that the client takes something.
+  // Called before each piece, that is, each time the client has accepted bytes.
   const auto next_size = [this](const error_code& error, size_t) {
     since_ = Clock::now();
     return error ? size_t{0} : kSendSize;
@@ -352,8 +352,8 @@ void HTTPEngine::Connection::OnSent(const error_code& error) {
   Linger();
 }
 
-// Closing while the client still sends would reset the connection under the
-// answer that it has not read yet; so its end is waited for.
+// Waits for the client to close. Closing while the client still sends would reset the connection before the client has
+// read the answer.
 void HTTPEngine::Connection::Linger() {
   error_code ignored;
   socket_.shutdown(tcp::socket::shutdown_send, ignored);
@@ -365,7 +365,7 @@ void HTTPEngine::Connection::Linger() {
 void HTTPEngine::Connection::Close() {
   if (phase_ == Phase::eClosed) return;
   if (phase_ == Phase::eReading && in_body_) LogBroken();
-  // A worker that still answers holds the request.
+  // While a worker answers, the request is still in memory.
   if (phase_ != Phase::eWorking) CountBody(0);
   Enter(Phase::eClosed, Clock::duration::max());
   error_code ignored;
@@ -388,7 +388,7 @@ void HTTPEngine::Connection::CheckDeadline(Clock::time_point now) {
   Close();
 }
 
-// --- the engine's own -----------------------------------------------------------------------------
+// --- functions of the engine's state ---------------------------------------------------------------
 
 int HTTPEngine::State::Listen(const asio::ip::address& address, uint16_t at) {
   error_code error;
@@ -416,7 +416,7 @@ void HTTPEngine::State::Accept(size_t index) {
       Admit(std::move(socket));
       return Accept(index);
     }
-    // Most likely the process has no more handles: some will be closed by and by.
+    // Probably the process has no free file handles. Retries later, when some have been closed.
     auto pause = std::make_shared<asio::steady_timer>(io, kTick);
     pause->async_wait([this, index, pause](const error_code&) {
       if (acceptors[index].is_open()) Accept(index);
@@ -433,8 +433,8 @@ void HTTPEngine::State::Admit(tcp::socket socket) {
   if (!room) connection->Refuse(503, "too many connections are open");
 }
 
-// Closes the connection that has waited longest for its client, one between two
-// requests rather than one within, and that rather than one that takes no answer.
+// Closes the connection that has been silent longest. Prefers connections between two requests, then those in the
+// middle of a request, then those whose client accepts no bytes of the answer.
 bool HTTPEngine::State::MakeRoom() {
   const auto latest = Clock::now() - kEvictionAge;
   std::shared_ptr<Connection> victim;
@@ -456,7 +456,7 @@ void HTTPEngine::State::Tick() {
   ticker.async_wait([this](const error_code& error) {
     if (error) return;
     const auto now = Clock::now();
-    // A connection that is closed leaves the set.
+    // Closing a connection removes it from the set, so this iterates over a copy.
     const std::vector<std::shared_ptr<Connection>> all(connections.begin(), connections.end());
     for (const auto& connection : all) connection->CheckDeadline(now);
     Tick();
@@ -490,7 +490,7 @@ void HTTPEngine::State::AddBusy(int change) {
   if (busy == 0 && door_closed) quiet.notify_all();
 }
 
-// --- what the server calls ------------------------------------------------------------------------
+// --- functions for the server ----------------------------------------------------------------------
 
 HTTPEngine::HTTPEngine(const sHTTPServerLimits& limits, IHTTPEngineHost* host)
     : state_(std::make_unique<State>(limits, host)) {}
@@ -510,7 +510,7 @@ int HTTPEngine::Open(uint16_t port) {
     error = state_->Listen(asio::ip::address_v6::loopback(), state_->port);
     if (error == 0) return 0;
     const error_code code(error, boost::system::system_category());
-    // A machine without IPv6 is served without it.
+    // On a machine without IPv6, only IPv4 is served.
     if (code == asio::error::address_family_not_supported || code == boost::system::errc::address_not_available) {
       return 0;
     }
@@ -548,7 +548,7 @@ bool HTTPEngine::WaitWorkers(std::chrono::milliseconds time) { return state_->po
 void HTTPEngine::Join() {
   state_->pool.Join();
   if (!state_->thread.joinable()) return;
-  // Behind the last answers of the workers, which are logged before the end.
+  // Queued after the workers' last answers, so that these are logged before the end.
   asio::post(state_->io, [state = state_.get()] { state->io.stop(); });
   state_->thread.join();
 }

@@ -11,61 +11,61 @@
 
 namespace zforms {
 
-// What became of one request.
+// The outcome of one request.
 struct sHTTPRequestInfos {
   Chaine remote_address;
-  Chaine method;                          // empty, as the path, when the request was refused before it was known
+  Chaine method;                          // empty, like the path, when the request was refused before it was known
   ZInetURL url;                           // path and parameters
   int status = 0;                         // 0 when the connection ended within the body
   uint64_t bytes_received = 0;            // of the body
   uint64_t bytes_sent = 0;                // of the body
   std::chrono::microseconds duration{0};  // from the request's last byte to the answer's
-  bool delivered = false;                 // false when the client had gone
-  // Why it was refused, or what else its page says of it (ZHTTPServerPageSession::Refuse).
+  bool delivered = false;                 // false when the client had disconnected
+  // Why the request was refused, or what its page reported (ZHTTPServerPageSession::Refuse).
   Chaine reason;
 };
 
-// What the engine asks of the server that it works for.
+// The functions of the server that the engine calls.
 class IHTTPEngineHost {
  public:
   virtual ~IHTTPEngineHost() = default;
 
   // Answers a request, on one of the worker threads.
   virtual std::unique_ptr<ZHTTPSendResponse> Answer(ZHTTPReadRequest& request) = 0;
-  // The others run on the engine's own thread and must not wait.
-  // Whether requests are to be turned away for now.
+  // The other functions run on the engine's own thread and must not wait.
+  // True when requests must be refused for now.
   virtual bool IsOverloaded() = 0;
-  // A request was turned away by the judgement of its head.
+  // Reports a request that was refused because of its header.
   virtual void Refused(const HTTPVerdict& verdict, const ZHTTPReadRequest& request) = 0;
   virtual void Done(const sHTTPRequestInfos& infos) = 0;
 };
 
-// HTTPEngine moves the bytes: one thread of its own accepts connections, reads
-// requests and sends answers, all without waiting on any client; complete
-// requests go to worker threads. One thread calls its functions.
+// HTTPEngine does the network input and output. Its own thread accepts connections, reads requests and sends answers,
+// and never waits for a single client. Complete requests are answered by worker threads. The owner's functions are
+// called by one thread.
 class HTTPEngine {
  public:
-  // The host outlives the engine.
+  // The host must outlive the engine.
   HTTPEngine(const sHTTPServerLimits& limits, IHTTPEngineHost* host);
   ~HTTPEngine();
 
-  // Binds 127.0.0.1 and, where the machine has it, ::1 to the port; 0 takes a free
-  // one. Returns 0 or the system's error.
+  // Binds 127.0.0.1 and, if the machine supports it, ::1 to the port; 0 chooses a free one. Returns 0 or the system's
+  // error.
   int Open(uint16_t port);
   uint16_t Port() const;
-  // Starts the threads. Precondition: open.
+  // Starts the threads. Precondition: Open succeeded.
   void Run();
-  // Accepts no more, and closes the connections that have no complete request.
+  // Stops accepting, and closes the connections that have no complete request.
   void CloseDoor();
-  // Waits until no request is being answered, or the time is over; true for the former.
+  // Waits until no request is being answered, at most for `time`; true when none is.
   bool WaitQuiet(std::chrono::milliseconds time);
-  // Cuts all connections and lets the workers end; what is queued for them is dropped.
+  // Closes all connections and tells the workers to end; queued requests are dropped.
   void Cut();
-  // Waits until the workers have ended, or the time is over; true for the former.
+  // Waits until the workers have ended, at most for `time`; true when they have.
   bool WaitWorkers(std::chrono::milliseconds time);
-  // Ends all threads. After Cut.
+  // Ends all threads. Call it after Cut.
   void Join();
-  // Whether the calling thread is one of the engine's.
+  // True when the calling thread is one of the engine's.
   bool IsOwnThread() const;
 
  private:

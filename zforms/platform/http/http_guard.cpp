@@ -15,7 +15,7 @@ constexpr HTTPVerdict Malformed() { return {400, eHTTPIntrusion::eNone}; }
 
 bool IsOwnPort(std::string_view text, uint16_t port) { return FormatUInt(port) == text; }
 
-// The only lengths that are read are those that no reader can take for others.
+// Accepts only body lengths that every reader understands the same way.
 HTTPVerdict JudgeFraming(std::string_view method, const ZHTTPHeader& header, bool http11) {
   const size_t lengths = header.CountOf("Content-Length");
   const size_t codings = header.CountOf("Transfer-Encoding");
@@ -50,13 +50,14 @@ bool HasOnly(const ZHTTPHeader& header, const char* name, std::string_view value
   return header.CountOf(name) == 1 && EqualIgnoringCase(header.Get(name), value);
 }
 
-// Whether somebody follows a link to the first page, from a mail or another site.
+// True when a user follows a link to the first page, from a mail or another site.
 bool IsLinkToFirstPage(std::string_view method, const ZHTTPHeader& header, const ZInetURL& url) {
   return method == "GET" && url.AsChaine() == "/" && HasOnly(header, "Sec-Fetch-Mode", "navigate") &&
          HasOnly(header, "Sec-Fetch-Dest", "document");
 }
 
-// What the browser says of the page that asks (Fetch Metadata). Pages of other ports are of the same site.
+// Checks what the browser says about the page that sends the request (Fetch Metadata). Pages of other ports are
+// "same-site".
 HTTPVerdict JudgeSite(std::string_view method, const ZHTTPHeader& header, const ZInetURL& url) {
   for (size_t i = 0; i < header.Count(); i++) {
     if (!EqualIgnoringCase(header[i].name, "Sec-Fetch-Site")) continue;
@@ -67,7 +68,7 @@ HTTPVerdict JudgeSite(std::string_view method, const ZHTTPHeader& header, const 
   return {};
 }
 
-// Takes "/path?query", or the same after "http://" and this server's name.
+// Accepts "/path?query", also after "http://" and this server's name.
 HTTPVerdict JudgeTarget(std::string_view target, uint16_t port, ZInetURL* url) {
   if (StartsIgnoringCase(target, kHTTP) && target.size() >= kHTTP.size()) {
     target.remove_prefix(kHTTP.size());
@@ -76,7 +77,7 @@ HTTPVerdict JudgeTarget(std::string_view target, uint16_t port, ZInetURL* url) {
     target.remove_prefix(end);
     if (target.empty()) target = "/";
   }
-  // "//name" would read as a server, and what follows "#" is never sent.
+  // "//name" would be read as a server, and clients never send a "#".
   const bool plain = target.starts_with('/') && !target.starts_with("//") &&
                      target.find_first_of("#\\") == std::string_view::npos &&
                      std::none_of(target.begin(), target.end(), [](char c) { return IsControlASCII(c) || c == ' '; });

@@ -14,23 +14,22 @@ struct ZFORMS_API ZHTTPHeaderField {
   Chaine value;
 };
 
-// ZHTTPHeader is the header of an HTTP message: its fields in order. Names
-// ignore the case of ASCII letters. Nothing that could end a line enters: what
-// would is refused, not mended. A plain value; one thread at a time.
+// ZHTTPHeader is the header of an HTTP message: its fields in order. Names ignore the case of ASCII letters. A field
+// that could end a line early is refused, not corrected. A plain value; one thread at a time.
 class ZFORMS_API ZHTTPHeader {
  public:
   using Field = ZHTTPHeaderField;
 
-  // Appends a field. False, and nothing is changed, when the name is no token or
-  // the value holds a control character other than a tab (RFC 9110 5.5).
+  // Appends a field. False, with nothing changed, when the name is not a token or the value contains a control
+  // character other than a tab (RFC 9110 5.5).
   bool Add(const Chaine& name, const Chaine& value);
-  // The same in place of all fields of the name.
+  // Like Add, but replaces all fields of the name.
   bool Set(const Chaine& name, const Chaine& value);
   void Remove(std::string_view name);
 
   size_t Count() const { return fields_.size(); }
   const Field& operator[](size_t index) const { return fields_[index]; }
-  // How many fields have the name.
+  // The number of fields of the name.
   size_t CountOf(std::string_view name) const;
   bool Has(std::string_view name) const { return Find(name) != nullptr; }
   // The value of the first field of the name; empty when there is none.

@@ -18,7 +18,7 @@ bool IsSameKind(const sHTTPIntrusionInfos& a, const sHTTPIntrusionInfos& b) {
   return a.reason == b.reason && a.path == b.path && a.host == b.host && a.origin == b.origin;
 }
 
-// A copy, so that no report keeps a whole request in memory.
+// Copies the text, so that a report does not keep a whole request in memory.
 Chaine Cut(std::string_view text) { return Chaine(text.substr(0, kMaxText)); }
 
 }  // namespace
@@ -59,7 +59,7 @@ void HTTPIntrusions::Report(const HTTPVerdict& verdict, const ZHTTPReadRequest& 
   } else if (infos_.size() < kMaxKinds) {
     infos_.push_back(infos);
   } else {
-    // Whoever tries many kinds is known by those; the rest is counted.
+    // The list is full: counts the request with the last kind.
     infos_.back().count++;
   }
   if (!posted_) Announce(messages);
@@ -71,7 +71,7 @@ void HTTPIntrusions::Tell(ZIdleMessageManager* messages) {
   ZHTTPServer* const server = server_;
   teller_ = std::this_thread::get_id();
   lock.unlock();
-  // What comes while the host looks at this is one report more.
+  // Requests that arrive while the host handles this report go into the next one.
   for (size_t i = 0; server != nullptr && i < infos.size(); i++) server->NotifyIntrusion(infos[i]);
   lock.lock();
   teller_ = {};

@@ -17,8 +17,7 @@ class ZHTTPServer;
 class ZHTTPReadRequest;
 class ZIdleMessageManager;
 
-// A request that was turned away, and how often. Texts are as the client sent
-// them, cut at 256 bytes.
+// A kind of refused request, and how often it came. Texts are as sent by the client, cut at 256 bytes.
 struct ZFORMS_API sHTTPIntrusionInfos {
   eHTTPIntrusion reason = eHTTPIntrusion::eNone;
   int status = 0;
@@ -27,19 +26,18 @@ struct ZFORMS_API sHTTPIntrusionInfos {
   Chaine path;  // without parameters
   Chaine host;
   Chaine origin;
-  // How many such requests came since the last report.
+  // How many such requests arrived since the last report.
   uint64_t count = 1;
 };
 
-// HTTPIntrusions carries reports from any thread to the host's, where each kind
-// is told once however many there were: at most one message waits in the idle
-// loop. The messages and the server share it.
+// HTTPIntrusions passes reports from any thread to the host's thread. Each kind is reported once with its count, and at
+// most one message waits in the idle loop. Shared by the message and the server.
 class HTTPIntrusions : public std::enable_shared_from_this<HTTPIntrusions> {
  public:
   explicit HTTPIntrusions(ZHTTPServer* server) : server_(server) {}
 
   void Report(const HTTPVerdict& verdict, const ZHTTPReadRequest& request, ZIdleMessageManager* messages);
-  // Nothing is told any more; waits for a report that is just being told by another thread.
+  // Stops reporting; waits for a report that another thread is just delivering.
   void Detach();
 
  private:

@@ -12,9 +12,8 @@ namespace zforms {
 
 namespace {
 
-// The decoded segments of a path behind its first "/", without the last one when
-// it is empty. False for a path that could mean another than it says: with "." or
-// "..", or with a separator or zero byte that was escaped.
+// The decoded segments of a path after its first "/", without an empty last one. False for an ambiguous path: with "."
+// or "..", or with an escaped separator or zero byte.
 bool CutPath(std::string_view path, PTableau<Chaine>* segments) {
   for (size_t at = path.starts_with('/') ? 1 : 0; at < path.size();) {
     const size_t end = std::min(path.find('/', at), path.size());
@@ -114,7 +113,7 @@ void ZHTTPServerPageNode::SetPageHandler(const ZInetURL& root, IHTTPServerPage* 
     added.page = std::shared_ptr<IHTTPServerPage>(page, [](IHTTPServerPage*) {});
   }
   if (!CutPath(root.Path(), &added.segments)) return;
-  // What is replaced may end with the last reference to it, outside the lock.
+  // Destroyed outside the lock, because this may be the last reference to the page.
   std::shared_ptr<IHTTPServerPage> replaced;
   const std::unique_lock lock(mutex_);
   const auto same =

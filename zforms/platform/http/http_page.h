@@ -19,29 +19,28 @@ class ZHTTPReadRequest;
 class ZHTTPSendResponse;
 class ZHTTPServerPageBase;
 
-// One request on its way through a page. The framework calls SetURL,
-// SetRequestHeader, SetFullRequest, each only when the one before returned true,
-// then SendPage, or SendError when the session is in error: all on one thread,
-// with the whole request received. When SendPage sets an error without having
-// begun to send, SendError is called after it.
+// The handling of one request by a page. The framework calls SetURL, SetRequestHeader and SetFullRequest, each only
+// when the previous one returned true, then SendPage, or SendError when the session is in error. All calls are made on
+// one thread, after the whole request was received. When SendPage sets an error before it begins to send, SendError is
+// called after it.
 class ZFORMS_API ZHTTPServerPageSession {
  public:
-  // The page outlives the session.
+  // The page must outlive the session.
   explicit ZHTTPServerPageSession(const ZHTTPServerPageBase* page) : page_(page) {}
   ZHTTPServerPageSession(const ZHTTPServerPageSession&) = delete;
   ZHTTPServerPageSession& operator=(const ZHTTPServerPageSession&) = delete;
   virtual ~ZHTTPServerPageSession();
 
-  // Each returns false when the request cannot be served; the base's do so when
-  // the session is in error. A false without a status is 400.
-  // The base keeps both, and refuses methods that the page does not take (405).
+  // Each returns false when the request cannot be served; the base class does so when the session is in error. A false
+  // without a status means 400.
+  // The base class stores both arguments and refuses methods that the page does not accept (405).
   virtual bool SetURL(const ZInetURL& url, const Chaine& method);
   virtual bool SetRequestHeader(const ZHTTPHeader& header);
-  // The request lives until the session ends.
+  // The request is valid until the session ends.
   virtual bool SetFullRequest(ZHTTPReadRequest& request);
-  // Whether the status is an error, 400 or above.
+  // True when the status is an error, 400 or above.
   virtual bool IsInError() const;
-  // Sends the small page of the status.
+  // Sends the short error page of the status.
   virtual void SendError(ZHTTPSendResponse& response);
   virtual void SendPage(ZHTTPSendResponse& response) = 0;
 
@@ -51,15 +50,15 @@ class ZFORMS_API ZHTTPServerPageSession {
   // The HTTP status; 200 at first.
   int Status() const { return status_; }
   void SetStatus(int status) { status_ = status; }
-  // Sets the status, and says why for the server's log; the client is told the status alone.
+  // Sets the status, and the reason for the server's log. The client gets the status only.
   void Refuse(int status, const Chaine& reason);
-  // Empty until something is said.
+  // Empty until a reason is set.
   const Chaine& Reason() const { return reason_; }
   void SetReason(const Chaine& reason) { reason_ = reason; }
 
  protected:
-  // Sends the bytes as a whole body. A file name that is not empty is offered to
-  // the client as the name under which to keep it (RFC 6266).
+  // Sends the bytes as a whole body. A file name that is not empty is sent as the name under which the client may save
+  // it (RFC 6266).
   static bool SendRawData(ZHTTPSendResponse& response, const Chaine& bytes, const Chaine& content_type,
                           const Chaine& file_name);
 
@@ -71,11 +70,11 @@ class ZFORMS_API ZHTTPServerPageSession {
   Chaine method_;
   int status_ = 200;
   Chaine reason_;
-  // The pages that the request came through, the innermost first; kept alive by it.
+  // The pages that the request passed through, the innermost first. Keeps them alive.
   std::vector<std::shared_ptr<IHTTPServerPage>> way_;
 };
 
-// What answers at a path. Requests come from several threads at a time.
+// A handler of the requests for a path. Called by several threads at a time.
 class ZFORMS_API IHTTPServerPage {
  public:
   using CSessionBase = ZHTTPServerPageSession;
@@ -87,14 +86,13 @@ class ZFORMS_API IHTTPServerPage {
 
   // A session for the request, or null when nothing is served at the path.
   virtual std::unique_ptr<CSessionBase> StartRequest(const ZInetURL& url, const Chaine& method) = 0;
-  // Takes back a session that StartRequest gave, once the answer is made.
+  // Destroys a session made by StartRequest, after the answer is complete.
   virtual void EndRequest(std::unique_ptr<CSessionBase> session) = 0;
 };
 
-// A page that serves by sessions of its own kind. It takes the methods named in
-// its filter, separated by commas ("GET"), or GET, HEAD and POST when that is
-// empty; where it takes GET it takes HEAD, which the framework answers as GET
-// without the body.
+// A page that handles requests by sessions of its own class. It accepts the methods in its filter, separated by commas
+// ("GET"); an empty filter means GET, HEAD and POST. A page that accepts GET accepts HEAD too, which the framework
+// answers like GET without the body.
 class ZFORMS_API ZHTTPServerPageBase : public IHTTPServerPage {
  public:
   explicit ZHTTPServerPageBase(const Chaine& methods);
@@ -105,24 +103,22 @@ class ZFORMS_API ZHTTPServerPageBase : public IHTTPServerPage {
   virtual std::unique_ptr<CSessionBase> AllocSession() = 0;
 
   bool AcceptsMethod(std::string_view method) const;
-  // The methods as the field "Allow" lists them.
+  // The methods in the format of the field "Allow".
   Chaine AllowedMethods() const;
 
  private:
   PTableau<Chaine> methods_;
 };
 
-// A page that hands requests on to the pages below it. Pages may be set while
-// requests run.
+// A page that passes requests to the pages below it. Pages may be set while requests run.
 class ZFORMS_API ZHTTPServerPageNode : public IHTTPServerPage {
  public:
   ZHTTPServerPageNode();
   ~ZHTTPServerPageNode() override;
 
-  // Serves the root's path and all paths below it by the page, in place of the
-  // page that was set for that root; null ends that. The longest root that fits a
-  // request serves it. With `own` the node deletes the page when it is replaced
-  // and no request uses it any more; otherwise the page outlives the node.
+  // Sets the page that serves the root's path and all paths below it; replaces the page that was set for that root.
+  // Null removes it. When several roots fit a request, the longest one serves it. With `own` the node deletes the page
+  // when it is replaced and no request uses it any more; otherwise the page must outlive the node.
   void SetPageHandler(const ZInetURL& root, IHTTPServerPage* page, bool own);
 
   std::unique_ptr<CSessionBase> StartRequest(const ZInetURL& url, const Chaine& method) override;

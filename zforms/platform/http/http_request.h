@@ -12,27 +12,27 @@ namespace zforms {
 
 class ZInetIStream;
 
-// ZHTTPReadRequest is one request, wholly received. The framework owns it and
-// lends it to the session that answers it; only that session's thread uses it.
+// ZHTTPReadRequest is one complete request. The framework owns it and passes it to the session that answers it; only
+// that session's thread uses it.
 class ZFORMS_API ZHTTPReadRequest {
  public:
   ZHTTPReadRequest() = default;
   ZHTTPReadRequest(const Chaine& method, const ZInetURL& url, const ZHTTPHeader& header, const Chaine& body)
       : method_(method), url_(url), header_(header), body_(body) {}
 
-  // As sent: "GET", "POST".
+  // As sent, such as "GET" or "POST".
   const Chaine& Method() const { return method_; }
-  // Path and parameters as sent; protocol, server and reference are absent.
+  // Path and parameters as sent; protocol, server and reference are empty.
   const ZInetURL& URL() const { return url_; }
   const ZHTTPHeader& Header() const { return header_; }
-  // The "Host" field: name and, where given, port.
+  // The "Host" field: the name and, if given, the port.
   Chaine Host() const { return header_.Get("Host"); }
-  // The bytes of the body, however they were sent; 0 without a body.
+  // The number of bytes of the decoded body; 0 without a body.
   uint64_t ContentLength() const { return body_.size(); }
   const Chaine& Body() const { return body_; }
-  // A stream over the body that shares its bytes.
+  // A stream over the body, which shares its bytes.
   std::unique_ptr<ZInetIStream> AllocBodyStream() const;
-  // The address of the client in text; empty when the request did not come over a connection.
+  // The client's address as text; empty when the request did not come over a connection.
   const Chaine& RemoteAddress() const { return remote_address_; }
   void SetRemoteAddress(const Chaine& address) { remote_address_ = address; }
 

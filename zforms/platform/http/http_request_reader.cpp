@@ -16,10 +16,10 @@ using boost::beast::string_view;
 
 std::string_view ViewOf(string_view text) { return {text.data(), text.size()}; }
 
-// The errors by which our own limits and judgement end the parsing; verdict_ tells more.
+// The error that ends parsing when a limit or a check of ours fails; verdict_ has the details.
 error_code Refusal() { return http::make_error_code(http::error::bad_value); }
 
-// Whether the first line ends with a version of HTTP, which is then another than ours.
+// True when the first line ends with an HTTP version. As the parser has refused it, the version is not supported.
 bool NamesVersion(std::string_view data) {
   const std::string_view line = data.substr(0, data.find('\n'));
   const size_t at = line.rfind(" HTTP/");
@@ -29,12 +29,10 @@ bool NamesVersion(std::string_view data) {
          version[3] == '\r';
 }
 
-// "0" and two line ends: no chunked body ends with less. The parser counts on being
-// shown as much.
+// "0" and two line ends: the shortest end of a chunked body. The parser expects at least this many bytes.
 constexpr size_t kLastChunk = 5;
 
-// The end of a token or a quoted string at the front of the text (RFC 9110 5.6.2 and
-// 5.6.4); 0 when there is none.
+// The end of a token or a quoted string at the front of the text (RFC 9110 5.6.2 and 5.6.4); 0 when there is neither.
 size_t EndOfExtensionValue(std::string_view text) {
   if (!text.starts_with('"')) {
     const auto ends = [](const char& c) { return !ZHTTPHeader::IsToken({&c, 1}); };
@@ -49,8 +47,8 @@ size_t EndOfExtensionValue(std::string_view text) {
   return 0;
 }
 
-// *( BWS ";" BWS token [ BWS "=" BWS ( token / quoted-string ) ] ), what may stand behind
-// the size of a chunk (RFC 9112 7.1.1).
+// *( BWS ";" BWS token [ BWS "=" BWS ( token / quoted-string ) ] ), the extensions allowed after the size of a chunk
+// (RFC 9112 7.1.1).
 bool IsChunkExtension(std::string_view text) {
   const auto take = [&text](char c) {
     const size_t at = std::min(text.find_first_not_of(" \t"), text.size());
@@ -85,7 +83,7 @@ int StatusOf(const error_code& error, std::string_view data) {
 
 }  // namespace
 
-// What the parser finds; the parts of a request on their way.
+// Collects the parts of a request from the parser's callbacks.
 class HTTPRequestReader::Parser : public http::basic_parser<true> {
  public:
   Parser(const sHTTPServerLimits& limits, uint16_t port) : limits_(limits), port_(port) {
@@ -99,10 +97,10 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
   size_t BodySize() const { return body_.size(); }
   bool IsInChunks() const { return is_header_done() && chunked(); }
   bool ExpectsContinue() const { return header_.Has("Expect") && http11_; }
-  // While the body comes.
+  // The request without body, for use while the body is received.
   ZHTTPReadRequest MakeHead() const { return {method_, url_, header_, Chaine()}; }
   ZHTTPReadRequest MakeRequest() const {
-    // A refused request may not have come so far as to have its target judged.
+    // A request may be refused before its target was judged.
     const bool is_path = target_.View().starts_with('/') && !target_.View().starts_with("//");
     return ZHTTPReadRequest(method_, url_.IsEmpty() && is_path ? ZInetURL(target_) : url_, header_, body_);
   }
@@ -115,7 +113,7 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
     header_size_ = method.size() + target.size();
   }
   void on_field_impl(http::field, string_view name, string_view value, error_code& error) override {
-    // Fields behind a chunked body are nobody's: what was judged is not to change.
+    // Ignores trailer fields after a chunked body: a header that was judged must not change.
     if (is_header_done()) return;
     header_size_ += name.size() + value.size() + 4;
     if (header_size_ > limits_.header_bytes || header_.Count() >= limits_.header_fields) {
@@ -135,7 +133,7 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
     body_.Append(ViewOf(bytes));
     return bytes.size();
   }
-  // The parser lets control characters through between quotes.
+  // The parser accepts control characters between quotes.
   void on_chunk_header_impl(std::uint64_t, string_view extension, error_code& error) override {
     if (!IsChunkExtension(ViewOf(extension))) Refuse({400, eHTTPIntrusion::eNone}, &error);
   }
@@ -182,7 +180,7 @@ ZHTTPReadRequest HTTPRequestReader::TakeRequest() {
 size_t HTTPRequestReader::Take(std::string_view data) {
   if (data.empty() || state_ == State::eComplete || state_ == State::eRefused) return 0;
   size_t skipped = 0;
-  // Some clients send one line end too many behind a body (RFC 9112 2.2).
+  // Some clients send an extra line end after a body (RFC 9112 2.2).
   if (state_ == State::eStart && !skipped_line_ && data[0] == '\r') {
     if (data.size() == 1) return 0;
     skipped_line_ = true;
@@ -197,7 +195,7 @@ size_t HTTPRequestReader::Take(std::string_view data) {
 size_t HTTPRequestReader::Parse(std::string_view data) {
   size_t taken = 0;
   error_code error;
-  // The parser stops where a part of the message ends.
+  // The parser stops at the end of each part of the message.
   for (size_t step = 1; step != 0 && !error && !parser_->is_done(); taken += step) {
     const size_t left = data.size() - taken;
     if (left < (parser_->IsInChunks() ? kLastChunk : 1)) break;
@@ -225,16 +223,15 @@ size_t HTTPRequestReader::Parse(std::string_view data) {
   return taken;
 }
 
-// Bytes that the parser cannot take yet: the lines of a chunked body, or its trailer,
-// are bounded as a header is; a line feed alone ends no line, now or later. The line of
-// a chunk that is whole must be right: the parser would look for the end of a quoted
-// string in what follows.
+// Checks bytes that the parser cannot take yet. The lines of a chunked body and its trailer have the same limit as a
+// header. A line feed without carriage return is an error. A complete chunk line is checked here, because the parser
+// would search the following data for the end of an open quoted string.
 int HTTPRequestReader::JudgeOpenLine(std::string_view bytes) {
   if (bytes.size() >= parser_->Limits().header_bytes) return 431;
   for (; scanned_ < bytes.size(); scanned_++) {
     if (bytes[scanned_] != '\n') continue;
     if (scanned_ == 0 || bytes[scanned_ - 1] != '\r') return 400;
-    // The line end of the chunk before may come first.
+    // The line end of the previous chunk may come first.
     if (scanned_ == 1 || chunk_line_judged_ || !parser_->IsInChunks()) continue;
     chunk_line_judged_ = true;
     const size_t start = bytes.starts_with("\r\n") ? 2 : 0;

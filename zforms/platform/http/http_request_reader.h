@@ -11,40 +11,39 @@
 
 namespace zforms {
 
-// HTTPRequestReader makes a request of the bytes of a connection, in whatever
-// pieces they come. It knows no socket and no clock. Its owner keeps the bytes
-// that it has not taken and shows them again with what follows them.
+// HTTPRequestReader parses a request from the bytes of a connection, in pieces of any size. It does not use sockets or
+// clocks. Its owner keeps the bytes that were not taken and passes them again together with the following ones. One
+// thread at a time.
 class HTTPRequestReader {
  public:
   enum class State {
-    eStart,     // nothing has come yet
+    eStart,     // no byte was received yet
     eHead,      // within the header
-    eBody,      // the header is in and judged; within the body
-    eComplete,  // the request can be taken
-    eRefused    // Verdict() says why; what follows on the connection has no meaning
+    eBody,      // the header is complete and accepted; within the body
+    eComplete,  // call TakeRequest
+    eRefused    // Verdict() says why; further bytes on the connection are meaningless
   };
 
   // `limits` must outlive the reader.
   HTTPRequestReader(const sHTTPServerLimits& limits, uint16_t port);
   ~HTTPRequestReader();
 
-  // Takes bytes from the front of `data` and returns their number. It takes
-  // nothing more once the request is complete or refused. `data` holds what was
-  // not taken before, and more.
+  // Takes bytes from the front of `data` and returns their number; takes none when the request is complete or refused.
+  // `data` must begin with the bytes that were not taken before.
   size_t Take(std::string_view data);
 
   State GetState() const { return state_; }
-  // What a refused request came to.
+  // The verdict on a refused request.
   const HTTPVerdict& Verdict() const { return verdict_; }
-  // The client waits for "100 Continue" before it sends the body.
+  // True when the client waits for "100 Continue" before it sends the body.
   bool ExpectsContinue() const;
-  // The bytes of the body that came so far.
+  // The number of bytes of the body received so far.
   size_t BodySize() const;
-  // Whether the client wants the connection kept (RFC 9112 9.3). Valid when complete.
+  // True when the client wants the connection kept open (RFC 9112 9.3). Valid when complete.
   bool KeepsAlive() const;
-  // The method, path and header as far as they are known; for a refused request too.
+  // The method, path and header as far as they are known, also for a refused request.
   const ZHTTPReadRequest& Request() const { return request_; }
-  // Keeps nothing of it. Precondition: complete; nothing but the state is asked afterwards.
+  // Moves the request out. Precondition: complete; afterwards only the state may be used.
   ZHTTPReadRequest TakeRequest();
 
  private:
@@ -57,8 +56,8 @@ class HTTPRequestReader {
   HTTPVerdict verdict_;
   ZHTTPReadRequest request_;
   bool skipped_line_ = false;
-  size_t scanned_ = 0;              // how many of the bytes that are left over were looked at
-  bool chunk_line_judged_ = false;  // the first line of these
+  size_t scanned_ = 0;              // how many of the bytes that were not taken have been checked
+  bool chunk_line_judged_ = false;  // the first line of these bytes
   std::unique_ptr<Parser> parser_;
 };
 

@@ -37,15 +37,14 @@ constexpr Phrase kPhrases[] = {
     {505, "HTTP Version Not Supported"},
 };
 
-// Fields that frame or protect a message; sessions do not set them.
+// Fields that frame or protect a message; sessions cannot set them.
 constexpr std::string_view kOwnFields[] = {
     "Cache-Control", "Connection", "Content-Length",    "Cross-Origin-Resource-Policy", "Date",    "ETag",
     "Keep-Alive",    "Trailer",    "Transfer-Encoding", "X-Content-Type-Options",       "Upgrade",
 };
 
-// No cache may keep what a form holds; nobody is to guess another type, to frame
-// the answer, to load it into a page of another origin, or to learn its address:
-// no other origin. Without any referrer browsers post the forms of our own pages with "Origin: null".
+// Browsers must not guess another type, frame the answer, load it into a page of another origin or tell another origin
+// its address. ("no-referrer" is not used: with it browsers send the forms of our own pages with "Origin: null".)
 constexpr std::string_view kProtection =
     "X-Content-Type-Options: nosniff\r\n"
     "Cross-Origin-Resource-Policy: same-origin\r\n"
@@ -56,7 +55,7 @@ bool HasNoBody(int status) { return status < 200 || status == 204 || status == 3
 
 }  // namespace
 
-// Gathers the body, of which the size is known.
+// Collects the body, whose size is known.
 class ZHTTPSendResponse::BodyStream : public ZInetOStream {
  public:
   BodyStream(Chaine* body, uint64_t size) : body_(body), left_(size) {}
@@ -105,7 +104,7 @@ ZInetOStream* ZHTTPSendResponse::BeginSend(uint64_t size) {
   constexpr uint64_t kMaxReserved = uint64_t{1} << 20;
   if (HasBegun()) return nullptr;
   stream_ = std::make_unique<BodyStream>(&body_, size);
-  // A session's mistake about the size is not to take all memory.
+  // Limits the memory that a session's wrong size could reserve.
   body_.Reserve(static_cast<size_t>(std::min(size, kMaxReserved)));
   return stream_.get();
 }
@@ -113,7 +112,7 @@ ZInetOStream* ZHTTPSendResponse::BeginSend(uint64_t size) {
 bool ZHTTPSendResponse::EndSend() {
   if (!HasBegun() || complete_) return false;
   complete_ = stream_->IsFull();
-  // Whoever still holds the stream can add nothing.
+  // Whoever still has a pointer to the stream cannot write any more.
   stream_->Close();
   return complete_;
 }
@@ -121,7 +120,7 @@ bool ZHTTPSendResponse::EndSend() {
 void ZHTTPSendResponse::MakeErrorPage(int status) {
   status_ = status;
   entity_tag_ = Chaine();
-  // What a session said of another answer is not true of this one.
+  // These fields described the previous answer.
   for (const char* name : {"Location", "Content-Location", "Content-Disposition"}) header_.Remove(name);
   const Chaine line = FormatInt(status) + " " + ReasonPhrase(status);
   body_ = "<!DOCTYPE html>\n<html lang=\"en\"><title>" + line + "</title><h1>" + line + "</h1></html>\n";

@@ -12,14 +12,12 @@ namespace zforms {
 
 class ZInetOStream;
 
-// ZHTTPSendResponse is the answer to one request. A session sets the header,
-// calls BeginSend, writes the body, and calls EndSend; the bytes leave after
-// that, on a thread of the framework, so that no client's pace holds a session.
-// The framework owns the response; only the session's thread uses it until then.
+// ZHTTPSendResponse is the answer to one request. A session sets the header, calls BeginSend, writes the body and calls
+// EndSend. The bytes are sent afterwards, by a thread of the framework, so that a slow client does not block a session.
+// The framework owns the response; until then only the session's thread uses it.
 //
-// The framework itself writes the fields that frame the message ("Content-Length",
-// "Connection", "Date") and those that protect it: "Cache-Control: no-store" and
-// "X-Content-Type-Options: nosniff" among others.
+// The framework itself writes the fields that frame the message ("Content-Length", "Connection", "Date") and those that
+// protect it, such as "Cache-Control: no-store" and "X-Content-Type-Options: nosniff".
 class ZFORMS_API ZHTTPSendResponse {
  public:
   ZHTTPSendResponse();
@@ -31,39 +29,37 @@ class ZFORMS_API ZHTTPSendResponse {
   int Status() const { return status_; }
   void SetStatus(int status) { status_ = status; }
   const ZHTTPHeader& Header() const { return header_; }
-  // Sets a field in place of earlier ones of the name. False, and nothing is
-  // changed, when the header refuses it (ZHTTPHeader::Add), when the framework
-  // writes that field, or when it would let a page of another origin read the
-  // answer ("Access-Control-...").
+  // Sets a field and replaces earlier ones of the name. False, with nothing changed, when the header refuses it
+  // (ZHTTPHeader::Add), when the framework writes that field itself, or when it would let a page of another origin read
+  // the answer ("Access-Control-...").
   bool SetHeader(const Chaine& name, const Chaine& value);
   bool SetContentType(const Chaine& type) { return SetHeader("Content-Type", type); }
-  // For an answer that holds no data: browsers may keep it, and ask with the tag (RFC
-  // 9110 8.8.3, with its quotation marks) whether it still stands before each use.
-  // False, changing nothing, when that is no field value.
+  // Sets the "ETag" of an answer without form data: browsers may store it, and before each use ask whether it is still
+  // current (RFC 9110 8.8.3; the tag includes its quotation marks). False, with nothing changed, when the tag is not a
+  // valid field value.
   bool SetEntityTag(const Chaine& tag);
 
-  // Why the request came to this status, for the server's log; it is not sent.
+  // The reason of this status for the server's log; it is not sent.
   const Chaine& Reason() const { return reason_; }
   void SetReason(const Chaine& reason) { reason_ = reason; }
 
-  // Begins the body, of exactly `size` bytes. Returns where it is written, which
-  // this response owns; null when it was begun before. Writes past `size` fail.
+  // Begins the body of exactly `size` bytes. Returns the stream for the body, which this response owns; null when the
+  // body was begun before. Writes past `size` fail.
   ZInetOStream* BeginSend(uint64_t size);
-  // True when the whole body was written; what is incomplete is not sent, the
-  // client gets an error instead.
+  // True when the whole body was written. An incomplete body is not sent; the client gets an error instead.
   bool EndSend();
   bool HasBegun() const { return stream_ != nullptr; }
   bool IsComplete() const { return complete_; }
 
   const Chaine& Body() const { return body_; }
-  // The status line and all fields, with the blank line that ends them. `date`
-  // is the value of "Date"; empty leaves the field out.
+  // The status line and all fields, with the blank line at the end. `date` is the value of "Date"; empty leaves the
+  // field out.
   Chaine Head(bool keep_alive, std::string_view date) const;
 
-  // Drops what was begun and makes this the small page for an error status. It
-  // says nothing but the status. Fields that were set before stay, "Allow" for one.
+  // Discards the body and makes this the short page of an error status, which contains only the status. Fields that
+  // were set before are kept, such as "Allow".
   void MakeErrorPage(int status);
-  // "Not Found" for 404; "Error" for a status that it does not know.
+  // "Not Found" for 404; "Error" for an unknown status.
   static std::string_view ReasonPhrase(int status);
 
  private:

@@ -12,7 +12,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Takes the session through its steps; see ZHTTPServerPageSession.
+// Calls the steps of the session; see ZHTTPServerPageSession.
 void RunSession(ZHTTPServerPageSession* session, ZHTTPReadRequest& request, ZHTTPSendResponse* response) {
   const bool ready = session->SetURL(request.URL(), request.Method()) && session->SetRequestHeader(request.Header()) &&
                      session->SetFullRequest(request);
@@ -24,14 +24,14 @@ void RunSession(ZHTTPServerPageSession* session, ZHTTPReadRequest& request, ZHTT
 
 }  // namespace
 
-// The engine's view of the server.
+// The server's functions for the engine.
 class ZHTTPServer::Host : public IHTTPEngineHost {
  public:
   explicit Host(ZHTTPServer* server) : server_(server) {}
 
   std::unique_ptr<ZHTTPSendResponse> Answer(ZHTTPReadRequest& request) override {
     auto response = std::make_unique<ZHTTPSendResponse>();
-    // A page is the host's code. Whatever leaves it ends this request alone.
+    // A page is the host's code. An exception from it fails this request only.
     Chaine failure = "the page made no whole answer";
     try {
       Serve(request, response.get());
@@ -69,7 +69,7 @@ class ZHTTPServer::Host : public IHTTPEngineHost {
     RunSession(session.get(), request, response);
     if (response->Status() == 200 && !session->IsInError()) response->SetStatus(session->Status());
     response->SetReason(session->Reason());
-    // A status without a body of its own is an answer too.
+    // An error or another status without a body is a valid answer.
     if (!response->HasBegun() && response->Status() != 200) {
       response->BeginSend(0);
       response->EndSend();
@@ -116,8 +116,8 @@ void ZHTTPServer::Stop() {
   NotifyStop();
 }
 
-// Waits in slices: a page may wait for an answer of the host's thread, which is
-// the one that waits here.
+// Waits in slices and delivers messages in between: a page may wait for an answer of the host's thread, which is the
+// thread that waits here.
 void ZHTTPServer::WaitWhileServing(const std::function<bool(milliseconds)>& wait, milliseconds time) {
   constexpr milliseconds kSlice(10);
   const auto start = std::chrono::steady_clock::now();

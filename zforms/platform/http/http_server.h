@@ -16,13 +16,11 @@ namespace zforms {
 
 class ZIdleMessageManager;
 
-// ZHTTPServer serves pages to programs on the same machine: it listens on
-// 127.0.0.1 and ::1 only, and answers only requests that are addressed to it by
-// those names and come from no other site's page.
+// ZHTTPServer serves pages to programs on the same machine: it listens on 127.0.0.1 and ::1 only, and answers only
+// requests that are addressed to it by these names and do not come from a page of another site.
 //
-// The host's thread makes, starts, stops and deletes it. Pages answer on worker
-// threads. A class derived from it calls Stop in its own destructor, since pages
-// and notifications may run until then.
+// The host's thread creates, starts, stops and deletes it. Pages answer on worker threads. A derived class must call
+// Stop in its own destructor, since pages and notifications may run until then.
 class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
  public:
   using sIntrusionInfos = sHTTPIntrusionInfos;
@@ -30,41 +28,39 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
   using sLimits = sHTTPServerLimits;
   using RequestLog = std::function<void(const sRequestInfos&)>;
 
-  // Port 0 takes a free one when the server starts. No thread is started yet.
+  // Port 0 chooses a free port at the start. Starts no thread.
   explicit ZHTTPServer(uint16_t port);
   ~ZHTTPServer() override;
 
-  // Asks NotifyStart, listens and starts the threads. False when it is refused,
-  // when it runs already, or when the port cannot be had, which NotifyErrorStart
-  // is told first.
+  // Calls NotifyStart, listens and starts the threads. False when NotifyStart refuses, when the server is running
+  // already, or when the port is not available; in this case NotifyErrorStart is called first.
   bool Start();
-  // Takes no more connections, gives the requests that run the time of
-  // sLimits::stop_time and then cuts them, waits for the pages that still
-  // work, and empties the idle loop, so that no message of an answered request
-  // is left. Messages go on being delivered meanwhile when the host's thread
-  // calls; another thread waits up to stop_time for the host's to deliver them.
-  // Does nothing in a server that does not run, or on a request's thread.
+  // Stops the server. Accepts no more connections, waits up to sLimits::stop_time for running requests and then closes
+  // their connections, waits for the pages that still run, and empties the idle loop, so that no message of an answered
+  // request is left. If called on the host's thread, it delivers messages while it waits; another thread waits up to
+  // stop_time for the host's thread to deliver them. Does nothing when the server is not running, or on a request's
+  // thread.
   void Stop();
   bool IsRunning() const { return engine_ != nullptr; }
 
-  // The port that is listened on, or was last, which the next start asks for again;
-  // before the first start the one that was asked for.
+  // The port of the running or last run, which the next start uses again; before the first start, the port given to the
+  // constructor.
   uint16_t Port() const { return port_.load(std::memory_order_relaxed); }
 
-  // What follows is set before the server starts, and not while it runs.
+  // Set the following before the server starts, not while it runs.
   const sLimits& Limits() const { return limits_; }
   void SetLimits(const sLimits& limits) { limits_ = limits; }
-  // Is told of every request once it is answered, on one thread of the server; must not wait.
+  // The log is called for every answered request, on one thread of the server, and must not wait.
   void SetRequestLog(RequestLog log) { log_ = std::move(log); }
-  // The host's idle loop; the process's own one unless another is set.
+  // The host's idle loop; by default the process's own.
   ZIdleMessageManager& IdleMessages() const { return *messages_; }
   void SetIdleMessages(ZIdleMessageManager* messages) { messages_ = messages; }
 
-  // On the host's thread. Whether to start.
+  // Called on the host's thread. Returns whether to start.
   virtual bool NotifyStart();
-  // The port cannot be had; the system's error.
+  // Called when the port is not available, with the system's error.
   virtual void NotifyErrorStart(int error);
-  // Requests were turned away. Comes through the idle loop.
+  // Called through the idle loop when requests were refused.
   virtual void NotifyIntrusion(const sIntrusionInfos& infos);
   virtual void NotifyStop();
 

@@ -4,15 +4,15 @@
 
 namespace zforms {
 
-// What the networking library leaves to the system's own calls; implemented by
-// os_socket_posix.cpp and os_socket_win32.cpp. Sockets are native handles.
+// System calls that the networking library does not cover; implemented by os_socket_posix.cpp and os_socket_win32.cpp.
+// Sockets are native handles.
 
-// Makes a listening socket's address this process's own: no other socket may be
-// bound to it while it listens, and a program that has just ended does not keep
-// it. Called before binding. False when the system refuses.
+// Makes the address of a listening socket exclusive to this process: no other socket can be bound to it while it
+// listens. The address of a program that has just ended can be used at once. Call it before binding. False when the
+// system refuses.
 bool MakeAddressExclusive(uintptr_t socket);
 
-// Keeps the socket from programs that this one starts.
+// Prevents programs that this process starts from inheriting the socket.
 void KeepFromChildren(uintptr_t socket);
 
 }  // namespace zforms

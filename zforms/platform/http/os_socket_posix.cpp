@@ -5,8 +5,8 @@
 
 namespace zforms {
 
-// On POSIX systems an address is exclusive unless both sides ask otherwise
-// (SO_REUSEPORT). SO_REUSEADDR only lets connections that are dying out be.
+// On POSIX systems an address is exclusive unless both sides ask otherwise (SO_REUSEPORT). SO_REUSEADDR only ignores
+// connections that are closing.
 bool MakeAddressExclusive(uintptr_t socket) {
   const int on = 1;
   return ::setsockopt(static_cast<int>(socket), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0;

@@ -15,7 +15,7 @@ namespace zforms {
 
 class ZXMLOptimizeFOStream;
 
-// How the bytes of an XML text stand for characters.
+// The character encoding of the bytes of an XML text.
 struct ZInetEncodedBuffer {
   enum eType {
     eDetect = 0,  // by byte order mark, else by the XML declaration, else UTF-8
@@ -27,16 +27,15 @@ struct ZInetEncodedBuffer {
   };
 };
 
-// ZXMLReader is an XML document: it reads one into a tree of elements that it
-// owns, and writes the tree. In memory all text is UTF-8. Comments, CDATA,
-// instructions and elements of any name come through. Line ends are not touched.
+// ZXMLReader is an XML document: it reads XML into a tree of elements, which it owns, and writes the tree. In memory
+// all text is UTF-8. Comments, CDATA sections and processing instructions are kept. Line ends are not changed. One
+// thread at a time.
 //
-// Writing gives UTF-8 and a declaration that says so. Characters that XML has no
-// place for (control characters but tab, line feed and carriage return) are
-// written as U+FFFD; bytes that are not UTF-8 are written as they are.
+// Writing produces UTF-8 and a declaration that says so. Characters that XML does not allow (control characters except
+// tab, line feed and carriage return) are written as U+FFFD; bytes that are not UTF-8 are written unchanged.
 class ZFORMS_API ZXMLReader {
  public:
-  // The deepest nesting of elements that is read.
+  // The deepest nesting of elements that Read accepts.
   static constexpr size_t kMaxDepth = 500;
 
   ZXMLReader() = default;
@@ -46,15 +45,14 @@ class ZFORMS_API ZXMLReader {
   ZXMLReader& operator=(const ZXMLReader& other);
   ZXMLReader& operator=(ZXMLReader&& other) noexcept;
 
-  // Replaces the document by a root of that name.
+  // Replaces the document by an empty root element of that name.
   ZXMLElement& Create(std::string_view root_name);
-  // Replaces the document by what the stream holds. The root, or null with a
-  // reason in LastError() and no document when it is no XML or nests too deep.
+  // Replaces the document by the contents of the stream. Returns the root. When the contents are not XML or are nested
+  // too deeply, returns null, with the reason in LastError(), and there is no document.
   ZXMLElement* Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding = ZInetEncodedBuffer::eDetect);
   ZXMLElement* Read(const Chaine& text, ZInetEncodedBuffer::eType encoding = ZInetEncodedBuffer::eDetect);
-  // Writes the document, nothing when it has no root. `without_declaration`
-  // leaves out "<?xml ...?>". When `replaced` is given it takes the number of
-  // characters that XML has no place for. False when the stream fails.
+  // Writes the document; nothing when it has no root. `without_declaration` leaves out "<?xml ...?>". `*replaced`, if
+  // given, gets the number of characters that XML does not allow. False when the stream fails.
   bool Write(ZInetOStream* out, bool without_declaration, size_t* replaced = nullptr) const;
   bool Write(ZXMLOptimizeFOStream* out, bool without_declaration, size_t* replaced = nullptr) const;
   void Clear();
@@ -62,38 +60,36 @@ class ZFORMS_API ZXMLReader {
   // The root, or null.
   ZXMLElement* Data();
   const ZXMLElement* Data() const;
-  // Why the last Read gave no root, with line and column; empty after a success.
+  // Why the last Read failed, with line and column; empty after a success.
   const std::string& LastError() const { return last_error_; }
 
-  // The text in UTF-8, without byte order mark; shares the bytes when it is UTF-8
-  // already. False when the encoding is not known or the bytes are cut short.
+  // Converts to UTF-8 without byte order mark; shares the bytes when they are UTF-8 already. False when the encoding is
+  // unknown or the last character is incomplete.
   static bool ToUTF8(const Chaine& bytes, ZInetEncodedBuffer::eType encoding, Chaine* text, std::string* error);
 
  private:
-  // What the nodes lie in that were read. They go before it.
+  // The memory of the nodes that were read. Declared first, so that it outlives them.
   std::unique_ptr<std::pmr::memory_resource> memory_;
-  // The root with what stands before and after it.
+  // A nameless element that contains the root and the nodes before and after it.
   std::unique_ptr<ZXMLElement> document_;
-  Chaine version_;     // of the declaration; empty means 1.0
-  Chaine standalone_;  // of the declaration; empty when it had none
+  Chaine version_;     // from the declaration; empty means 1.0
+  Chaine standalone_;  // from the declaration; empty when it had none
   std::string last_error_;
 };
 
-// ZXMLOptimizeFOStream gathers the small writes of XML into blocks, and says how
-// the text is laid out.
+// ZXMLOptimizeFOStream collects the small writes of XML into blocks and has the options of the text's layout.
 class ZFORMS_API ZXMLOptimizeFOStream final : public ZInetFilterOStream {
  public:
   enum eOption : unsigned {
-    // A carriage return is written as it is, for a filter behind this stream that
-    // turns line ends. Without it, it is written as "&#13;", which XML readers
-    // give back as it was.
+    // Writes a carriage return as it is, for a filter behind this stream that converts line ends. Without this option
+    // it is written as "&#13;", which XML readers restore.
     eRawLineEnds = 1,
-    // An element without content is written "<a/>" instead of "<a></a>".
+    // Writes an element without content as "<a/>" instead of "<a></a>".
     eShortEmpty = 2,
   };
 
   explicit ZXMLOptimizeFOStream(ZInetOStream* target, unsigned options = eShortEmpty);
-  // Passes on what is left; only Flush() tells whether it arrived.
+  // Flushes the buffer. Call Flush() to learn whether that succeeded.
   ~ZXMLOptimizeFOStream() override;
 
   bool HasOption(eOption option) const { return (options_ & option) != 0; }
@@ -114,7 +110,7 @@ class ZFORMS_API ZXMLOptimizeFOStream final : public ZInetFilterOStream {
     text.copy(block_.get() + count_, text.size());
     count_ += text.size();
   }
-  // Passes on what was gathered; false when any write so far failed.
+  // Writes the buffer to the target; false when any write so far failed.
   bool Flush();
 
  private:

@@ -6,7 +6,7 @@ namespace zforms {
 
 namespace {
 
-// Below this many nodes looking at each is cheaper than remembering places.
+// With fewer nodes, a linear search is cheaper than a cursor.
 constexpr size_t kFewNodes = 12;
 
 // Memory that the document's nodes share is freed with the document.
@@ -50,9 +50,8 @@ void ZXMLData::RemoveAttrib(std::string_view name) {
   if (const Attribute* found = FindAttrib(name)) attribs_.erase(attribs_.begin() + (found - attribs_.data()));
 }
 
-// Where the last search by name ended. `found` is the child at `index` among
-// those of the name, or null when no place is known; `count` is kUnknown until
-// someone asked for it.
+// The place where the last search by name ended. `found` is the child at `index` among the children of that name, or
+// null when no place is known; `count` is kUnknown until it is needed.
 struct ZXMLElement::Cursor {
   static constexpr size_t kUnknown = std::numeric_limits<size_t>::max();
 
@@ -114,8 +113,8 @@ void ZXMLElement::DestroyNode(ZXMLNode* node) {
   }
 }
 
-// Takes the tree apart from the top: what stands in a child moves to the front
-// of the list before the child goes, so the depth of the tree does not matter.
+// Deletes the tree from the top: moves the contents of a child to the front of the list before deleting the child, so
+// the depth of the tree does not matter.
 void ZXMLElement::Clear() {
   cursor_.reset();
   while (first_ != nullptr) {
@@ -149,7 +148,7 @@ ZXMLElement* ZXMLElement::Locate(std::string_view name, size_t index) const {
   return nullptr;
 }
 
-// From the child found last, or from the first when that is nearer.
+// Searches from the child found last, or from the first when that is nearer.
 ZXMLElement* ZXMLElement::LocateNear(std::string_view name, size_t index) const {
   Cursor& cursor = CursorFor(name);
   if (index >= cursor.count) return nullptr;
@@ -172,7 +171,7 @@ ZXMLElement* ZXMLElement::LocateNear(std::string_view name, size_t index) const 
     }
     at = backwards ? at - 1 : at + 1;
   }
-  // The walk went past the last child of the name.
+  // The search has passed the last child of the name.
   cursor.count = at;
   return nullptr;
 }
@@ -208,7 +207,7 @@ ZXMLElement& ZXMLElement::Add(std::string_view name) {
   return *child;
 }
 
-// Before a child goes: the child after it takes its place.
+// Called before a child is deleted: the next child takes its place in the cursor.
 void ZXMLElement::ForgetPlaceOf(const ZXMLElement& child) {
   if (cursor_ == nullptr || cursor_->name != child.name_) return;
   if (cursor_->count != Cursor::kUnknown) cursor_->count--;
@@ -223,7 +222,7 @@ void ZXMLElement::ForgetPlaceOf(const ZXMLElement& child) {
 
 void ZXMLElement::Remove(ZXMLElement& child) {
   ForgetPlaceOf(child);
-  // The white space that set the child off from what stands before it goes too.
+  // Also deletes the white space before the child.
   if (child.previous != nullptr && child.previous->kind == Kind::kSpace) Delete(child.previous);
   Delete(&child);
 }
@@ -259,7 +258,7 @@ void ZXMLElement::TakeContentOf(ZXMLElement& other) {
 std::unique_ptr<ZXMLElement> ZXMLElement::Clone() const {
   auto copy = std::make_unique<ZXMLElement>(name_);
   copy->ZXMLData::operator=(*this);
-  // `from` is being copied into `into`; `node` is the next child of `from`.
+  // Copies `from` into `into`; `node` is the next child of `from`.
   const ZXMLElement* from = this;
   ZXMLElement* into = copy.get();
   const ZXMLNode* node = first_;
@@ -277,7 +276,7 @@ std::unique_ptr<ZXMLElement> ZXMLElement::Clone() const {
       into = child;
       node = from->first_;
     } else {
-      // Not a copy of the node, which would be taken for one in shared memory.
+      // The copy constructor would also copy the mark "in shared memory", so the node is made from its parts.
       into->Append(new ZXMLTextNode(node->kind, static_cast<const ZXMLTextNode*>(node)->text));
       node = node->next;
     }
@@ -286,7 +285,7 @@ std::unique_ptr<ZXMLElement> ZXMLElement::Clone() const {
 
 void ZXMLElement::CopyContentOf(const ZXMLElement& other) {
   if (this == &other) return;
-  // The other may stand in this element or around it, so it is copied first.
+  // The other element may be inside this one or contain it, so it is copied first.
   const std::unique_ptr<ZXMLElement> copy = other.Clone();
   ZXMLData::operator=(*copy);
   TakeContentOf(*copy);

@@ -15,13 +15,13 @@ namespace zforms {
 
 class ZXMLElement;
 
-// What stands between the tags of an element: elements, and what is kept as it
-// was read. Nodes are owned by the element they stand in.
+// A node between the tags of an element: an element, or text and markup kept as read. Nodes are owned by their parent
+// element.
 struct ZXMLNode {
   enum class Kind : uint8_t {
     kElement,
     kText,
-    kSpace,  // white space between elements, no part of a value
+    kSpace,  // white space between elements, not part of a value
     kCData,
     kComment,
     kInstruction,
@@ -31,21 +31,21 @@ struct ZXMLNode {
   explicit ZXMLNode(Kind kind_of_node) : kind(kind_of_node) {}
 
   Kind kind;
-  bool in_shared_memory = false;  // that goes with the whole document
+  bool in_shared_memory = false;  // which is freed with the whole document
   ZXMLElement* parent = nullptr;
   ZXMLNode* previous = nullptr;
   ZXMLNode* next = nullptr;
 };
 
-// Every node but elements. An instruction's text starts with its name.
+// Every node except elements. An instruction's text starts with its name.
 struct ZXMLTextNode : ZXMLNode {
   ZXMLTextNode(Kind kind_of_node, Chaine content) : ZXMLNode(kind_of_node), text(std::move(content)) {}
 
   Chaine text;
 };
 
-// ZXMLData is what an element carries itself: attributes and a value. An
-// attribute's name has its prefix, as in "xml:space".
+// ZXMLData is the data of an element itself: its attributes and value. An attribute's name includes its prefix, as in
+// "xml:space".
 class ZFORMS_API ZXMLData {
  public:
   struct Attribute {
@@ -62,9 +62,8 @@ class ZFORMS_API ZXMLData {
   void RemoveAttrib(std::string_view name);
   const std::pmr::vector<Attribute>& Attribs() const { return attribs_; }
 
-  // The text of the element itself, without that of the elements in it and
-  // without white space that only separates elements. A value that is changed
-  // is written where the first piece of text stood, and the other pieces go.
+  // The text of the element itself, without the text of child elements and without white space that only separates
+  // elements. A changed value is written in the place of the first piece of text, and the other pieces are dropped.
   const ZVariant& Value() const { return value_; }
   ZVariant& Value() { return value_; }
 
@@ -84,11 +83,10 @@ class ZFORMS_API ZXMLData {
   ZVariant value_;
 };
 
-// ZXMLElement is an element of a tree. It owns what stands in it; pointers and
-// references to elements hold until the element is removed. Children are found
-// by name and position among those of that name; walking through all of them by
-// position takes time in proportion to their number. Nothing here recurses.
-// Reading moves a cursor inside: even const use belongs to one thread at a time.
+// ZXMLElement is an element of a tree. It owns its child nodes; pointers and references to elements are valid until the
+// element is removed. Children are found by name and position among those of that name; a loop over all of them by
+// position takes linear time. No function recurses. Reading moves an internal cursor, so even const use is limited to
+// one thread at a time.
 class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
  public:
   explicit ZXMLElement(Chaine name);
@@ -96,45 +94,42 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   ZXMLElement& operator=(const ZXMLElement&) = delete;
   ~ZXMLElement();
 
-  // The empty element that stands for one that does not exist.
+  // The shared empty element, returned in place of a missing one.
   static const ZXMLElement& None();
 
-  // With its prefix.
+  // Includes the prefix.
   const Chaine& Name() const { return name_; }
   void SetName(const Chaine& name);
 
-  // The first child of the name, appended when there is none.
+  // The first child of the name; appended when there is none.
   ZXMLElement& operator[](std::string_view name);
   // The first child of the name, or an empty element when there is none.
   const ZXMLElement& operator[](std::string_view name) const;
-  // A new child after all others.
+  // Appends a new child.
   ZXMLElement& Add(std::string_view name);
   // The child at that position among those of the name, or null.
   ZXMLElement* Sub(std::string_view name, size_t index = 0) { return Locate(name, index); }
   const ZXMLElement* Get(std::string_view name, size_t index = 0) const { return Locate(name, index); }
-  // How many children have the name.
+  // The number of children of the name.
   size_t Size(std::string_view name) const;
   bool Exist(std::string_view name, size_t index = 0) const { return Locate(name, index) != nullptr; }
-  // Removes the child at that position among those of the name; -1 is the first.
-  // False when there is none.
+  // Removes the child at that position among those of the name; -1 means the first. False when there is no such child.
   bool Remove(std::string_view name, int index = -1);
   void Remove(ZXMLElement& child);
   void RemoveAll(std::string_view name);
 
-  // The first child element, the one after this element, whatever their names;
-  // null at the end.
+  // The first child element, and the next sibling of this element, of any name; null at the end.
   ZXMLElement* FirstChild() { return ElementFrom(first_); }
   const ZXMLElement* FirstChild() const { return ElementFrom(first_); }
   ZXMLElement* NextSibling() { return ElementFrom(next); }
   const ZXMLElement* NextSibling() const { return ElementFrom(next); }
 
-  // What stands between the tags, as XML text.
+  // The content between the tags, as XML text.
   Chaine AsChaine() const;
-  // Replaces what stands between the tags by what the XML text holds; an XML
-  // declaration at its start is dropped. False when it is no XML or nests too
-  // deep; nothing changes then.
+  // Replaces the content by parsed XML text; an XML declaration at its start is dropped. When it is not XML or is
+  // nested too deeply, returns false and changes nothing.
   bool FromChaine(const Chaine& markup);
-  // Replaces attributes, value and content by copies of the other's.
+  // Replaces attributes, value and content by copies of those of the other element.
   void CopyContentOf(const ZXMLElement& other);
   std::unique_ptr<ZXMLElement> Clone() const;
 
@@ -143,7 +138,7 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   friend class ZXMLPrinter;
   struct Cursor;
 
-  // In memory that is shared by the nodes of a document, and outlives the element.
+  // Uses memory that is shared by the nodes of a document and outlives the element.
   ZXMLElement(Chaine name, std::pmr::memory_resource* memory);
 
   static ZXMLElement* ElementFrom(ZXMLNode* node);
@@ -161,7 +156,7 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   Chaine name_;
   ZXMLNode* first_ = nullptr;
   ZXMLNode* last_ = nullptr;
-  size_t count_ = 0;  // of nodes
+  size_t count_ = 0;  // number of nodes
   mutable std::unique_ptr<Cursor> cursor_;
 };
 

@@ -21,7 +21,7 @@ std::string Lower(std::string_view text) {
   return result;
 }
 
-// The name in the XML declaration, in lower case; empty when there is none.
+// The encoding named in the XML declaration, in lower case; empty when there is none.
 std::string DeclaredEncoding(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r\n";
   if (text.substr(0, 5) != "<?xml") return {};
@@ -36,13 +36,13 @@ std::string DeclaredEncoding(std::string_view text) {
   return end == std::string_view::npos ? std::string() : Lower(declaration.substr(at + 1, end - at - 1));
 }
 
-// False when the name is not one of ours.
+// False for an unsupported encoding.
 bool EncodingOfName(const std::string& name, Encoding* encoding) {
   struct Known {
     std::string_view name;
     Encoding encoding;
   };
-  // A text whose declaration can be read byte by byte is not in UTF-16, whatever it says.
+  // A text whose declaration is readable byte by byte is not UTF-16, even if it says so.
   static constexpr Known kKnown[] = {
       {"", ZInetEncodedBuffer::eUTF8},
       {"utf-8", ZInetEncodedBuffer::eUTF8},
@@ -65,7 +65,7 @@ bool EncodingOfName(const std::string& name, Encoding* encoding) {
   return false;
 }
 
-// By the byte order mark, or by where "<" has its zero byte; eDetect when neither tells.
+// Detects the encoding by the byte order mark, or by the zero byte of a "<" in UTF-16; eDetect when there is neither.
 Encoding EncodingOfStart(std::string_view bytes) {
   using namespace std::string_view_literals;
   const std::string_view two = bytes.substr(0, 2);
@@ -88,7 +88,7 @@ bool ZXMLReader::ToUTF8(const Chaine& bytes, Encoding encoding, Chaine* text, st
   if (encoding == ZInetEncodedBuffer::eDetect) encoding = EncodingOfStart(bytes);
   if (encoding == ZInetEncodedBuffer::eDetect) {
     const std::string name = DeclaredEncoding(bytes);
-    // Whatever the encoding, characters of ASCII are almost surely themselves.
+    // Text that is pure ASCII is accepted even if the encoding is unknown: nearly all encodings contain ASCII.
     if (!EncodingOfName(name, &encoding) && !HasOnlyASCII(bytes)) return Fail(error, "unknown encoding " + name);
   }
   switch (encoding) {

@@ -10,7 +10,7 @@ namespace zforms {
 
 namespace {
 
-// White space and line ends stay as they are; text at the start of an element stands in its own value.
+// Keep white space and line ends unchanged; store text at the start of an element as its value.
 constexpr unsigned kParseFlags = (pugi::parse_full & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) |
                                  pugi::parse_ws_pcdata | pugi::parse_embed_pcdata | pugi::parse_fragment;
 
@@ -38,15 +38,15 @@ bool IsBadReference(std::string_view text, size_t at) {
   return i > first && i < text.size() && text[i] == ';' && (value == 0 || value == kLimit);
 }
 
-// Where text that holds no references starts, "" when none starts here, and what ends it.
+// Markup in which "&" does not begin a reference: its start and its end.
 struct Verbatim {
   std::string_view start;
   std::string_view end;
 };
 constexpr Verbatim kVerbatim[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
 
-// The first reference to a character that does not exist, which would cut a text short; npos when
-// there is none. Comments, CDATA and instructions hold no references.
+// The position of the first reference to a character that does not exist, where pugixml would cut the text short; npos
+// when there is none. Comments, CDATA and instructions contain no references.
 size_t FindBadReference(std::string_view text) {
   bool suspicious = false;
   for (size_t at = text.find("&#"); at != std::string_view::npos && !suspicious; at = text.find("&#", at + 2)) {
@@ -72,15 +72,15 @@ std::string Place(std::string_view text, size_t at) {
   return "line " + std::to_string(line) + ", column " + std::to_string(before.size() - line_start + 1) + ": ";
 }
 
-// ZXMLParser turns a text into a tree of our own: by the scanner when the text is as
-// programs write data, else by way of the tree that pugixml makes of it.
+// ZXMLParser turns a text into our tree. Simple XML, as programs write it, is read by the scanner; all other XML is
+// parsed by pugixml and copied from its tree.
 class ZXMLParser {
  public:
-  // `memory` is where the nodes go, null for memory of their own.
+  // Nodes are allocated in `memory`, or on the heap when it is null.
   explicit ZXMLParser(std::pmr::monotonic_buffer_resource* memory) : memory_(memory), builder_(memory) {}
 
-  // A document: one root, and around it nothing but comments, instructions, a
-  // document type and white space. Null with a reason when the text is none.
+  // Parses a document: one root, and around it only comments, instructions, a document type and white space. Otherwise
+  // returns null with a reason.
   std::unique_ptr<ZXMLElement> Document(const Chaine& text, size_t levels) {
     auto document = Content(text, levels);
     if (document == nullptr) return document;
@@ -95,7 +95,7 @@ class ZXMLParser {
     return document;
   }
 
-  // An element without name that holds what the text holds.
+  // Parses the text into an element without name.
   std::unique_ptr<ZXMLElement> Content(const Chaine& text, size_t levels) {
     const size_t zero = text.View().find('\0');
     if (zero != std::string_view::npos) return Fail(Place(text, zero) + "a zero byte");
@@ -128,7 +128,7 @@ class ZXMLParser {
       return false;
     }
     pugi::xml_document source;
-    // The parser works in this copy. It puts a zero in the place of the last byte, which is why there is one.
+    // pugixml parses this copy in place. It writes a zero over the last byte, so the copy is one byte longer.
     const size_t size = text.size() + 1;
     bytes_.Clear();
     bytes_.Reserve(size);
@@ -145,13 +145,13 @@ class ZXMLParser {
     return false;
   }
 
-  // A text of the source. Long ones are windows onto the copy that was parsed.
+  // A text of pugixml's tree. Long texts are windows onto the parsed copy.
   Chaine Share(const char* text) const {
     const size_t length = std::strlen(text);
     return length == 0 ? Chaine() : bytes_.Mid(static_cast<size_t>(text - bytes_.data()), length);
   }
 
-  // Walks the source without recursion. False when it is deeper than `levels`.
+  // Walks pugixml's tree without recursion. False when it is deeper than `levels`.
   bool Build(const pugi::xml_node& top, ZXMLElement* into, size_t levels) {
     pugi::xml_node from = top;
     pugi::xml_node node = Open(from, into);
@@ -183,7 +183,7 @@ class ZXMLParser {
     }
   }
 
-  // Starts an element in which nodes stand; returns the first of them.
+  // Starts an element that has child nodes; returns the first of them.
   pugi::xml_node Open(const pugi::xml_node& from, ZXMLElement* into) {
     const pugi::xml_node first = from.first_child();
     pugi::xml_node node = first;
@@ -207,7 +207,7 @@ class ZXMLParser {
         return builder_.AddNode(ZXMLNode::Kind::kInstruction, text, into);
       }
       case pugi::node_declaration:
-        // Written anew; one in the middle of a document says nothing.
+        // The declaration is generated when writing. One that is not at the start of the document is dropped.
         if (ZXMLTreeBuilder::FirstNode(*into) != nullptr || into->parent != nullptr) return;
         version_ = node.attribute("version").value();
         standalone_ = node.attribute("standalone").value();
@@ -218,7 +218,7 @@ class ZXMLParser {
 
   std::pmr::monotonic_buffer_resource* memory_;
   ZXMLTreeBuilder builder_;
-  // For each element that is open, whether elements stand in it.
+  // For each open element: true when it has child elements.
   std::vector<bool> between_elements_;
   Chaine bytes_;
   std::string error_;
@@ -226,8 +226,8 @@ class ZXMLParser {
   Chaine standalone_;
 };
 
-// What the nodes of a document take for a byte of dense text. Taken in one block, which the
-// allocator keeps for the next document instead of handing its pages back one by one.
+// An estimate of the nodes' memory for each byte of dense XML. It is allocated as one block, which the allocator keeps
+// for the next document instead of returning its pages one by one.
 constexpr size_t kNodeBytesPerByte = 6;
 constexpr size_t kLargestBlock = size_t{16} << 20;
 
@@ -256,7 +256,7 @@ ZXMLElement* ZXMLReader::Read(const Chaine& text, ZInetEncodedBuffer::eType enco
   Clear();
   Chaine decoded;
   if (!ToUTF8(text, encoding, &decoded, &last_error_)) return nullptr;
-  // Some programs send the zero byte that ends their text along with it.
+  // Some programs also send the terminating zero byte of their text.
   while (!decoded.IsEmpty() && decoded.Last() == '\0') decoded.Truncate(decoded.size() - 1);
   auto memory = std::make_unique<std::pmr::monotonic_buffer_resource>(
       std::clamp<size_t>(decoded.size() * kNodeBytesPerByte, 512, kLargestBlock));

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-// Bytes that text or attribute values may not hold as they are.
+// Bytes that must be escaped in text or attribute values.
 constexpr std::array<bool, 256> SpecialBytes(std::string_view marks) {
   std::array<bool, 256> special{};
   for (size_t i = 0; i < 32; i++) special[i] = true;
@@ -62,7 +62,7 @@ class ZXMLPrinter {
     if (first->kind != ZXMLNode::Kind::kSpace || HoldsNothing(TextOf(first).View())) out_.Put('\n');
   }
 
-  // What stands between the tags of `root`; the depth of the tree does not matter.
+  // Writes the content of `root` without recursion, so the depth of the tree does not matter.
   void PutContent(const ZXMLElement& root) {
     const ZXMLElement* element = &root;
     PutValueOf(root);
@@ -89,10 +89,10 @@ class ZXMLPrinter {
   size_t Replaced() const { return replaced_; }
 
  private:
-  // How the pieces of text of an element that is open are written.
+  // How the pieces of text of an open element are written.
   enum class Pieces : uint8_t { kAsRead, kValueFirst, kDropped };
 
-  // False when the element is written whole because nothing but a value stands in it.
+  // Writes the start of an element. False when it has no child nodes and so was written completely.
   bool PutElement(const ZXMLElement& element) {
     out_.Put('<');
     out_.Put(element.name_);
@@ -124,7 +124,7 @@ class ZXMLPrinter {
     out_.Put('>');
   }
 
-  // Nothing is left of a text of carriage returns once they are dropped.
+  // True when the text is empty after carriage returns are dropped.
   bool HoldsNothing(std::string_view text) const {
     return text.empty() || (raw_ && text.find_first_not_of('\r') == std::string_view::npos);
   }
@@ -133,7 +133,7 @@ class ZXMLPrinter {
     return text == nullptr ? value.IsEmpty() : HoldsNothing(text->View());
   }
 
-  // A value that differs from the pieces of text read is written in their place.
+  // Writes a changed value in place of the pieces of text that were read.
   void PutValueOf(const ZXMLElement& element) {
     const Chaine value = element.Value().AsChaine();
     size_t at = 0;
@@ -191,8 +191,8 @@ class ZXMLPrinter {
     out_.Put(text.substr(run));
   }
 
-  // A line end of a carriage return and a line feed stands for a line end in the
-  // file; all other white space but blanks needs a reference to come through.
+  // With raw line ends, CR LF is written unchanged, because it is a line end of the file. All other white space except
+  // blanks needs a reference to survive reading.
   void PutAttributeValue(std::string_view text) {
     size_t run = 0;
     for (size_t i = 0; i < text.size(); i++) {
@@ -221,7 +221,7 @@ class ZXMLPrinter {
     }
   }
 
-  // Dropping a carriage return must not leave a "]]>" behind.
+  // Dropping carriage returns first makes sure that no "]]>" forms afterwards.
   void PutCData(const Chaine& text) {
     constexpr std::string_view kEnd = "]]>";
     const bool drop = raw_ && text.View().find('\r') != std::string_view::npos;
@@ -236,7 +236,7 @@ class ZXMLPrinter {
     out_.Put(kEnd);
   }
 
-  // Turning lone carriage returns to line feeds keeps "-\r->" from ending a comment.
+  // A lone carriage return becomes a line feed, so that "-\r->" does not end a comment.
   void PutWhole(std::string_view start, const Chaine& text, std::string_view end) {
     out_.Put(start);
     out_.Put(raw_ && text.View().find('\r') != std::string_view::npos ? WithLineEnds(text, "\n").View() : text.View());
@@ -252,7 +252,7 @@ class ZXMLPrinter {
   const bool raw_;
   const bool short_empty_;
   size_t replaced_ = 0;
-  std::vector<OpenValue> values_;  // of the elements that are open
+  std::vector<OpenValue> values_;  // of the open elements
 };
 
 Chaine ZXMLElement::AsChaine() const {

@@ -12,7 +12,7 @@ namespace {
 
 enum : uint8_t { kBlank = 1, kNameStart = 2, kInName = 4 };
 
-// Every byte that is not ASCII may stand in a name.
+// Every byte that is not ASCII is allowed in a name.
 constexpr std::array<uint8_t, 256> kClasses = [] {
   std::array<uint8_t, 256> classes{};
   for (const char c : {' ', '\t', '\r', '\n'}) classes[static_cast<unsigned char>(c)] = kBlank;
@@ -50,7 +50,7 @@ void ZXMLScanner::SkipBlanks() {
   while (at_ != end_ && Is(*at_, kBlank)) at_++;
 }
 
-// Empty when no name starts here.
+// Empty when the text here is not a name.
 std::string_view ZXMLScanner::ScanName() {
   const char* const start = at_;
   if (at_ == end_ || !Is(*at_, kNameStart)) return {};
@@ -87,7 +87,7 @@ bool ZXMLScanner::ScanText() {
   } else if (before_end_tag && ZXMLTreeBuilder::FirstNode(*into_) == nullptr) {
     into_->Value() = ZVariant(std::move(text));
   } else {
-    // An element stands before this text, or the next tag starts one.
+    // The text is between elements: after a child element, or before a start tag.
     builder_.AddText(std::move(text), true, into_);
   }
   return true;
@@ -110,7 +110,7 @@ bool ZXMLScanner::ScanStartTag() {
   return Take('/') && Take('>');
 }
 
-// What follows an attribute is a blank or the end of the tag, which the caller sees to.
+// The caller checks that a blank or the end of the tag follows the attribute.
 bool ZXMLScanner::ScanAttribute(ZXMLElement* into) {
   const std::string_view name = ScanName();
   if (name.empty()) return false;
@@ -138,8 +138,7 @@ bool ZXMLScanner::ScanEndTag() {
   return Take('>');
 }
 
-// The characters up to one that ends them, or up to the end. False at a reference
-// that is none.
+// Reads characters up to one for which `ends` is true, or up to the end. False at a malformed reference.
 template <class Ends>
 bool ZXMLScanner::ScanCharacters(Ends ends, Chaine* text) {
   const char* const start = at_;

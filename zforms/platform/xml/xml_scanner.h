@@ -9,21 +9,20 @@
 
 namespace zforms {
 
-// ZXMLScanner reads the XML that programs write data in: a declaration, elements,
-// attributes, text and references, each well-formed. It goes over the text once and
-// keeps windows onto it. At anything else (comments, CDATA, instructions, document
-// types, faults of any kind) it gives up, and the text is for the XML parser, which
-// gives the same tree for what the scanner reads.
+// ZXMLScanner reads simple XML, as programs write data: a declaration, elements, attributes, text and references, each
+// well-formed. It scans the text once and keeps windows onto it. At anything else (comments, CDATA, instructions,
+// document types, any fault) it gives up, and the XML parser must read the text. For XML that the scanner reads, both
+// give the same tree. Used once, by one thread.
 class ZXMLScanner {
  public:
-  // The text holds no zero byte. `levels` is how deep elements may nest.
+  // The text must not contain a zero byte. `levels` is the deepest nesting of elements allowed.
   ZXMLScanner(const Chaine& text, size_t levels, ZXMLTreeBuilder* builder)
       : source_(text), at_(source_.begin()), end_(source_.end()), levels_(levels), builder_(*builder) {}
 
-  // Adds what the text holds to `top`. False when it gave up; `top` is half filled then.
+  // Adds the parsed content to `top`. False when it gave up; `top` is then incomplete.
   bool Scan(ZXMLElement* top);
 
-  // Of the declaration; empty when there was none.
+  // From the declaration; empty when there was none.
   const Chaine& Version() const { return version_; }
   const Chaine& Standalone() const { return standalone_; }
 
@@ -56,7 +55,7 @@ class ZXMLScanner {
   const size_t levels_;
   ZXMLTreeBuilder& builder_;
   ZXMLElement* top_ = nullptr;
-  ZXMLElement* into_ = nullptr;  // the element that is open
+  ZXMLElement* into_ = nullptr;  // the innermost open element
   size_t depth_ = 0;
   std::string unescaped_;
   Chaine version_;

@@ -6,10 +6,9 @@
 
 namespace zforms {
 
-// XMLTags goes through the tags of an XML text one after the other, without making a
-// tree and without changing the text: what a reader needs to know before it spends
-// memory on a document. It checks no more than it has to; a text that it goes through
-// may still be no XML. The text outlives it.
+// XMLTags iterates over the tags of an XML text without building a tree and without changing the text. A reader uses it
+// to inspect a document before it spends memory on it. It checks only what it needs, so the text may still be malformed
+// XML. The text must outlive it. One thread at a time.
 class XMLTags {
  public:
   enum class Kind {
@@ -17,12 +16,12 @@ class XMLTags {
     eEmpty,  // <a/>
     eEnd,    // </a>
     eOther,  // a comment, a CDATA section or an instruction
-    eDone,   // the text is over
-    eLost    // a document type, a tag with too many attributes, or no XML
+    eDone,   // the end of the text
+    eLost    // a document type, a tag with too many attributes, or malformed XML
   };
   struct Attribute {
     std::string_view name;
-    std::string_view value;  // as it is written, references included
+    std::string_view value;  // not decoded: references as in the text
   };
 
   static constexpr size_t kMaxAttributes = 100;
@@ -34,7 +33,7 @@ class XMLTags {
   std::string_view Name() const { return name_; }
   // Of a start or empty tag.
   const std::vector<Attribute>& Attributes() const { return attributes_; }
-  // What stands between this tag and the one before, as it is written.
+  // The text between the previous tag and this one, not decoded.
   std::string_view TextBefore() const { return before_; }
 
  private:

@@ -12,9 +12,8 @@ inline bool IsXMLWhiteSpace(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
 }
 
-// ZXMLTreeBuilder puts into a tree what its readers come across, each node behind
-// the others of its element. The nodes lie in `memory`, which outlives the tree, or
-// in memory of their own when it is null.
+// ZXMLTreeBuilder appends the nodes that its readers find to the elements of a tree. Nodes are allocated in `memory`,
+// which must outlive the tree, or on the heap when it is null.
 class ZXMLTreeBuilder {
  public:
   explicit ZXMLTreeBuilder(std::pmr::memory_resource* memory) : memory_(memory) {}
@@ -30,11 +29,11 @@ class ZXMLTreeBuilder {
     into->Append(element);
     return element;
   }
-  // Does not look for another attribute of the name.
+  // Does not check whether an attribute of that name exists.
   void AddAttribute(Chaine name, Chaine value, ZXMLElement* into) {
     into->attribs_.push_back({std::move(name), ZVariant(std::move(value))});
   }
-  // A node that is no part of a value.
+  // Adds a node that is not part of a value.
   void AddNode(ZXMLNode::Kind kind, Chaine text, ZXMLElement* into) {
     if (memory_ == nullptr) {
       into->Append(new ZXMLTextNode(kind, std::move(text)));
@@ -45,14 +44,14 @@ class ZXMLTreeBuilder {
     node->in_shared_memory = true;
     into->Append(node);
   }
-  // A piece of the element's value.
+  // Adds a piece of the element's value.
   void AddPiece(ZXMLNode::Kind kind, const Chaine& text, ZXMLElement* into) {
     AddNode(kind, text, into);
     Chaine value = into->Value().AsChaine();
     value += text;
     into->Value() = ZVariant(std::move(value));
   }
-  // White space between elements is no part of a value.
+  // Adds text; white space between elements is not part of the value.
   void AddText(Chaine text, bool between_elements, ZXMLElement* into) {
     if (between_elements && IsXMLWhiteSpace(text)) {
       AddNode(ZXMLNode::Kind::kSpace, std::move(text), into);
