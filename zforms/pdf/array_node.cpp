@@ -34,7 +34,7 @@ void ZPDFNodeArray::AppendIdentifier(const Chaine& identifier) {
 
 void ZPDFNodeArray::AppendValue(ZPDFNode* node) {
   AppendChild(node);
-  // The node may be the shared null node, which no mark reaches.
+  // Called on this node, because the new child may be the shared null node, which is never marked.
   SetModified(true, false);
 }
 

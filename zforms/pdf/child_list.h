@@ -13,24 +13,22 @@ namespace zforms {
 
 class ZPDFNode;
 
-// The children of a node, in one block with room for a few. Shared (and counted)
-// only after a node was assigned from another. Private to the node classes.
+// The children of a node, in one block with spare room. Shared, with a reference count, only after one node was
+// assigned from another. Private to the node classes.
 //
-// A dictionary's list is keyed as long as nobody asks for its entries as nodes: the
-// items are then the values, and the keys stand beside them, which is a third of
-// the memory that a node for each entry and key would take.
+// A dictionary's list is "keyed" until somebody asks for its entries as nodes: the items are then the values, and the
+// keys are stored beside them. This takes a third of the memory of a node for each entry and key.
 struct ZPDFChildList {
   static ZPDFChildList* Make(size_t capacity);
   static ZPDFChildList* MakeKeyed(size_t capacity);
-  // The same in memory of the pool, where they fit.
+  // The same, allocated in the pool if it is small enough.
   static ZPDFChildList* Make(size_t capacity, ZPDFNodePool& pool);
   static ZPDFChildList* MakeKeyed(size_t capacity, ZPDFNodePool& pool);
   static void Free(ZPDFChildList* list);
 
   void Insert(size_t at, ZPDFNode* node);
   void Append(ZPDFNode* node) { Insert(size, node); }
-  // `plain` says that the key is a name that is written as it is. The second form
-  // needs room: size < capacity.
+  // `plain` means that the key is a name that needs no escaping. Precondition of the second form: size < capacity.
   void AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked);
   void AppendKeyedInRoom(Chaine key, ZPDFNode* value, bool plain, bool marked) {
     items[size] = value;
@@ -40,35 +38,34 @@ struct ZPDFChildList {
   }
   void Remove(size_t at);
   void GrowTo(size_t new_size);
-  // The place of the leftmost of that key, `size` when there is none. Keyed lists only.
+  // The position of the leftmost such key, `size` when there is none. Keyed lists only.
   size_t Find(std::string_view key) const;
-  // The first place from `from` on whose key stands at an earlier place as well, `size`
-  // when there is none. Keyed lists of at most kFewKeys only.
+  // The first position at or after `from` whose key also occurs earlier; `size` when there is none. Keyed lists of at
+  // most kFewKeys only.
   size_t FindRepeated(size_t from) const;
   static constexpr size_t kFewKeys = 64;
-  // Whether the entry, and not only its value, is marked as modified. Keyed lists only.
+  // True when the entry itself, not only its value, is marked as modified. Keyed lists only.
   bool IsMarked(size_t at) const { return (Tags()[at] & kMark) != 0; }
   bool IsPlain(size_t at) const { return (Tags()[at] & kPlain) != 0; }
   void SetMark(size_t at, bool marked) {
     Tags()[at] = static_cast<uint8_t>(marked ? Tags()[at] | kMark : Tags()[at] & ~kMark);
   }
-  // Puts one node in the place of each key and value, and is keyed no more.
+  // Replaces each key and value by one entry node; the list is not keyed any more.
   void Unkey(ZPDFNode* const* entries);
-  // Takes over the caller's share of a list, to be freed with this one. False when
-  // the lists that wait for either have one in common.
+  // Takes over the caller's reference to a list, to be released together with this one. False when the retired lists of
+  // the two have a list in common.
   bool Retire(ZPDFChildList* given_up);
 
   uint32_t refs;
   uint32_t size;
   uint32_t capacity;
-  uint32_t pool_offset;    // where the block stands in its slab, 0 for one of its own
-  ZPDFNode** items;        // behind this header until the list outgrows its first room
-  Chaine* keys;            // behind the room for the items, their tags behind them; null unless keyed
-  ZPDFChildList* retired;  // lists given up by an assignment, freed with this one
+  uint32_t pool_offset;    // the offset of the block in its slab, 0 for a block of its own
+  ZPDFNode** items;        // after this header until the list outgrows its first room
+  Chaine* keys;            // after the room for the items, followed by the tags; null unless keyed
+  ZPDFChildList* retired;  // lists replaced by an assignment, freed with this one
 
  private:
-  // A tag says of a key, in six bits, what most keys differ in, so that a search
-  // looks at a byte a key; above them stand two flags.
+  // A tag is a six-bit hash of a key, so that a search compares one byte for each key; the upper two bits are flags.
   static constexpr uint8_t kMark = 0x80;
   static constexpr uint8_t kPlain = 0x40;
   static uint8_t TagOf(std::string_view key) {

@@ -53,7 +53,7 @@ ZPDFNodeDictionaryEntry* ZPDFNodeDictionaryEntry::BuildFrom(ZPDFTokenizedString&
   if (key != nullptr) {
     entry->AppendChild(key);
   } else if (NodeCast<ZPDFNodeIdentifier>(value) != nullptr && value->GetIdentifier().View().starts_with('/')) {
-    // A key whose value is missing stands for null, as an absent key would.
+    // A missing value reads as null, which means the same as an absent key.
     text.Warn("a dictionary key has no value");
     entry->AppendChild(value);
     value = ZPDFNodeNull::Default();

@@ -16,12 +16,11 @@ class ZFORMS_API ZPDFNodeDictionaryEntry final : public ZPDFNode {
   ZPDFNodeDictionaryEntry* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
-  // The key's text, empty for an entry that a damaged file left without one.
+  // The key's text; empty for an entry without a key in a damaged file.
   std::string_view Key() const;
   ZPDFNode* Value();
   const ZPDFNode* Value() const;
-  // Takes ownership (null stands for the null node), destroys the former value and
-  // marks the entry and the node.
+  // Takes ownership (null means the null node), destroys the old value and marks the entry and the node.
   void SetValue(ZPDFNode* value);
 
   static ZPDFNodeDictionaryEntry* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

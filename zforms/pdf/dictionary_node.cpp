@@ -15,12 +15,12 @@
 namespace zforms {
 namespace {
 
-// Above this many entries a dictionary is searched through an index.
+// A dictionary with more entries is searched through an index.
 constexpr size_t kSearchedInOrder = 24;
-// So many entries fit before the list of a new dictionary grows.
+// The room for entries in a new dictionary.
 constexpr size_t kFirstRoom = 4;
 
-// The node if it holds such a value; null and booleans are identifiers of another kind.
+// The node if it has this kind; null and booleans are subclasses of identifiers, but not accepted as such.
 template <class Node>
 Node* MatchingKind(ZPDFNode* node) {
   if constexpr (std::is_same_v<Node, ZPDFNodeIdentifier>) {
@@ -29,7 +29,7 @@ Node* MatchingKind(ZPDFNode* node) {
   return NodeCast<Node>(node);
 }
 
-// What is made where no node of the kind stands: strings are written literal.
+// Makes a new node when the old one is missing or of another kind; strings become literal strings.
 template <class Node>
 struct NewNode {
   using Type = Node;
@@ -83,7 +83,7 @@ ZPDFNode* ZPDFNodeDictionary::ValueAt(size_t index) {
 size_t ZPDFNodeDictionary::FindKey(std::string_view key) const {
   const ZPDFChildList* const children = Children();
   if (children == nullptr || key.empty()) return kAbsent;
-  // A key that has a node of its own may change without a word to the dictionary.
+  // A key that has its own node may change without notice to the dictionary.
   if (children->keys != nullptr) {
     if (children->size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
     const size_t found = children->Find(key);
@@ -131,13 +131,13 @@ const ZPDFNode* ZPDFNodeDictionary::GetTarget(std::string_view key) const {
 
 const Chaine& ZPDFNodeDictionary::GetStringValue(std::string_view key) const {
   const ZPDFNode* target = GetTarget(key);
-  // The dictionary itself, asked for a text, gives the empty one.
+  // The base class returns the empty text.
   return target == nullptr ? ZPDFNode::GetStringValue() : target->GetStringValue();
 }
 
 const Chaine& ZPDFNodeDictionary::GetIdentifier(std::string_view key) const {
   const ZPDFNode* target = GetTarget(key);
-  // The dictionary itself, asked for a name, gives the empty text.
+  // The base class returns the empty text.
   return target == nullptr ? ZPDFNode::GetIdentifier() : target->GetIdentifier();
 }
 
@@ -230,7 +230,7 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
 
 void ZPDFNodeDictionary::RemoveValue(std::string_view key) {
   if (!Exist(key)) return;
-  const Chaine kept(key);  // the caller's may be the very key that goes
+  const Chaine kept(key);  // a copy: `key` may refer to the key that is removed
   for (size_t i = Size(); i > 0; i--) {
     if (KeyAt(i - 1) == kept) ReplaceChild(i - 1, nullptr);
   }
@@ -246,7 +246,7 @@ size_t ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) con
 void ZPDFNodeDictionary::RestoreSignature(const ZPDFEncrypter* encrypter) {
   const size_t at = SignatureContents(encrypter);
   if (at == kAbsent) return;
-  // It was deciphered like any other string: enciphering takes that back.
+  // Reading deciphered the contents like any other string; enciphering restores them.
   if (auto* contents = NodeCast<ZPDFNodeString>(ValueAt(at))) {
     contents->SetValue(encrypter->Encrypt(contents->GetStringValue()));
     contents->SetModified(false, false);

@@ -10,9 +10,9 @@
 
 namespace zforms {
 
-// A dictionary; its children are the entries in document order, new keys at the
-// end (ISO 32000-1 7.3.7). Keys are exact byte strings that include the "/". Where
-// a damaged file repeats a key, the leftmost entry is the one found.
+// A dictionary; its children are the entries in document order, new keys last (ISO 32000-1 7.3.7). Keys are exact byte
+// strings that include the "/". When a damaged file repeats a key, the leftmost entry is used. Example:
+// dictionary->GetUIntValue("/Ff").
 class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
  public:
   using ZPDFNodeDictionaryEntry = zforms::ZPDFNodeDictionaryEntry;
@@ -28,20 +28,18 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   // The value as stored, null when the key is absent.
   ZPDFNode* GetDirect(std::string_view key);
   const ZPDFNode* GetDirect(std::string_view key) const;
-  // The value with references followed, null when the key is absent.
+  // The value with references resolved, null when the key is absent.
   ZPDFNode* GetTarget(std::string_view key);
   const ZPDFNode* GetTarget(std::string_view key) const;
   using ZPDFNode::GetTarget;
 
-  // The key and the value of an entry by its place, without making a node of it. The
-  // key is empty, or the value null, for an entry that a damaged file left so.
-  // Precondition: index < Size().
+  // The key and the value of an entry by position, without making a node of it. In a damaged file the key may be empty
+  // or the value null. Precondition: index < Size().
   std::string_view KeyAt(size_t index) const;
   ZPDFNode* ValueAt(size_t index);
   const ZPDFNode* ValueAt(size_t index) const { return const_cast<ZPDFNodeDictionary*>(this)->ValueAt(index); }
 
-  // The value's text, number or boolean; empty, 0 or false when the key is absent
-  // or its value of another kind.
+  // The value's text, number or boolean; empty, 0 or false when the key is absent or its value has another kind.
   const Chaine& GetStringValue(std::string_view key) const;
   const Chaine& GetIdentifier(std::string_view key) const;
   int32_t GetIntValue(std::string_view key) const;
@@ -55,20 +53,19 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   using ZPDFNode::GetStringValue;
   using ZPDFNode::GetUIntValue;
 
-  // Set a scalar. Nothing is written or marked when the value, with references
-  // followed, is equal already; a value of the same kind changes in place; an
-  // object that a reference leads to is never changed.
+  // Set a scalar. When the value, with references resolved, is already equal, nothing changes and nothing is marked. A
+  // value of the same kind changes in place. An object behind a reference is never changed.
   void SetValue(std::string_view key, const Chaine& value);
   void SetValue(std::string_view key, const char* value);
   void SetValue(std::string_view key, int32_t value);
   void SetValue(std::string_view key, uint32_t value);
   void SetValue(std::string_view key, double value);
-  // A template, so that no pointer is ever taken for a boolean.
+  // A template, so that no pointer is converted to a boolean.
   void SetValue(std::string_view key, std::same_as<bool> auto value) { SetBoolean(key, value); }
   void SetIdentifier(std::string_view key, const Chaine& identifier);
   // Takes ownership of the node; null removes the key.
   void SetValue(std::string_view key, ZPDFNode* node);
-  // Removes every entry of that key and marks the dictionary; nothing when absent.
+  // Removes every entry of that key and marks the dictionary; does nothing when the key is absent.
   void RemoveValue(std::string_view key);
 
   static ZPDFNodeDictionary* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
@@ -84,12 +81,12 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   void SetBoolean(std::string_view key, bool value);
   template <class Node, class Value, class Getter>
   void SetScalar(std::string_view key, const Value& value, Getter getter);
-  // The entry "/Contents" of a signature, which stays in clear in an encrypted file
-  // (ISO 32000-1 7.6.1); kAbsent when this is no signature or nothing is encrypted.
+  // The position of "/Contents" in a signature dictionary, which is not encrypted even in an encrypted file (ISO
+  // 32000-1 7.6.1); kAbsent when this is not a signature or nothing is encrypted.
   size_t SignatureContents(const ZPDFEncrypter* encrypter) const;
-  // Gives the contents of a signature the bytes back that deciphering took.
+  // Restores the bytes of a signature's contents, which reading has deciphered.
   void RestoreSignature(const ZPDFEncrypter* encrypter);
-  // The place of the leftmost entry of that key.
+  // The position of the leftmost entry of that key.
   size_t FindKey(std::string_view key) const;
   size_t FindIndexed(std::string_view key) const;
   void ForgetIndex() const { index_.reset(); }

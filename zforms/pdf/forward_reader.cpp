@@ -86,7 +86,7 @@ ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
   return dictionary;
 }
 
-// Keys and values, pushed, up to the end of the dictionary, which is read as well.
+// Pushes keys and values up to the end of the dictionary, and reads that end too.
 void ZPDFForwardReader::ReadEntries(int depth) {
   for (SkipBlanks(); !StandsHere('>', '>'); SkipBlanks()) {
     NameToken key;
@@ -198,8 +198,8 @@ ZPDFNode* ZPDFForwardReader::Number() {
   return MakeNumber({start, static_cast<size_t>(at_ - start)});
 }
 
-// The reference whose number has just been taken; null, with nothing more taken,
-// when a generation and an "R" do not follow.
+// Reads the rest of a reference after its number; null, with nothing more read, when a generation and an "R" do not
+// follow.
 ZPDFNode* ZPDFForwardReader::Reference(std::string_view number) {
   const char* const after_number = at_;
   SkipBlanks();
@@ -233,8 +233,7 @@ ZPDFNode* ZPDFForwardReader::Keyword() {
   return Word();
 }
 
-// The loops walk with a pointer of their own: through the member, every byte read could
-// be one of the member's, and would have to be loaded again.
+// The loops use a local pointer: through the member, the compiler would reload it after every byte.
 bool ZPDFForwardReader::TakeName(NameToken* name) {
   if (at_ == end_ || *at_ != '/') return false;
   const char* at = SkipClass(at_ + 1, end_, kPlainName);
@@ -259,7 +258,7 @@ Chaine ZPDFForwardReader::NameText(const NameToken& name) {
   return name.plain ? Text(text) : DecodedName(text);
 }
 
-// Each "#" with two digits is a byte (ISO 32000-1 7.3.5), which is not looked at again.
+// Each "#" with two digits becomes a byte (ISO 32000-1 7.3.5), which is not decoded again.
 Chaine ZPDFForwardReader::DecodedName(std::string_view text) {
   size_t escape = text.find('#');
   if (escape == std::string_view::npos) return Text(text);

@@ -17,24 +17,23 @@ class ZPDFNodePool;
 class ZPDFTokenizedString;
 struct ZPDFChildList;
 
-// Reads one value of a document from its front, in one pass (ISO 32000-1 7.3). The
-// node factories read from the end, as the text of a single node is read; where the
-// text is sound and holds no backslash, "#", NUL or comment, both give the same tree.
+// Reads one value of a document from its front, in one pass (ISO 32000-1 7.3). (The node factories read the text of a
+// single node from its end. For well-formed text without backslash, "#", NUL and comments, both give the same tree.)
+// Used once, by one thread.
 //
-// Whatever is not sound gives the best node that can be made of it, and each guess a
-// warning: an array or dictionary that is not closed ends where the one around it, or
-// the object, does; a closing delimiter that nothing opened is passed over; a key
-// without a value has null, a value without a key is left out.
+// For malformed text it makes the best possible node, with a warning for each guess: an unclosed array or dictionary
+// ends with the enclosing one or with the object; an unmatched closing delimiter is skipped; a key without a value gets
+// null; a value without a key is dropped.
 class ZPDFForwardReader {
  public:
-  // Reads at the front of the text, which stays as it is.
+  // Reads from the front of the text, without changing it.
   ZPDFForwardReader(const ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter);
   ZPDFForwardReader(const ZPDFForwardReader&) = delete;
   ZPDFForwardReader& operator=(const ZPDFForwardReader&) = delete;
 
-  // The value, owned by the caller; null when the object ends before one begins.
+  // The value, owned by the caller; null when the object ends before a value begins.
   ZPDFNode* Read();
-  // How many bytes were read, and how many more were looked at.
+  // The number of bytes read, and the number of further bytes inspected.
   size_t Length() const { return static_cast<size_t>(at_ - begin_); }
   size_t SearchedInVain() const { return searched_in_vain_; }
 
@@ -42,10 +41,10 @@ class ZPDFForwardReader {
   struct NameToken {
     const char* text;
     uint32_t length;
-    bool plain;  // it is written as it stands
+    bool plain;  // it is written without escapes
   };
 
-  // Null, with nothing read, where no value begins.
+  // Null, with nothing read, when no value begins here.
   ZPDFNode* Value(int depth);
   ZPDFNode* Dictionary(int depth);
   ZPDFNode* Array(int depth);
@@ -77,7 +76,7 @@ class ZPDFForwardReader {
   Chaine DecodedName(std::string_view text);
   Chaine Text(std::string_view part) const;
   Chaine Deciphered(Chaine text) const;
-  // White space and comments.
+  // Skips white space and comments.
   void SkipBlanks() {
     at_ = SkipClass(at_, end_, kBlank);
     if (at_ != end_ && *at_ == '%') SkipComments();
@@ -85,15 +84,15 @@ class ZPDFForwardReader {
   void SkipComments();
   bool AtSpecial() const { return at_ == end_ || Is(*at_, kBlankOrSpecial); }
   bool StandsHere(std::string_view word) const;
-  // Whether these two characters stand here.
+  // True when the next two characters are these.
   bool StandsHere(char first, char second) const { return end_ - at_ >= 2 && at_[0] == first && at_[1] == second; }
   void Warn(std::string_view what);
   void WarnOfName(std::string_view name, std::string_view what);
 
   const ZPDFTokenizedString& text_;
   IPDFObjectProvider* provider_;
-  const ZPDFEncrypter* encrypter_;  // null when nothing is enciphered
-  ZPDFNodePool* pool_;              // null for the heap
+  const ZPDFEncrypter* encrypter_;  // null when nothing is encrypted
+  ZPDFNodePool* pool_;              // null means the heap
   const char* begin_;
   const char* at_;
   const char* end_;
@@ -101,13 +100,12 @@ class ZPDFForwardReader {
   int open_dictionaries_ = 0;
   int warnings_ = 0;
   size_t searched_in_vain_ = 0;
-  // The values of what is open, outermost first, and the keys of those in dictionaries.
+  // The values of the open arrays and dictionaries, outermost first, and the keys of the open dictionaries.
   ZPDFSmallStack<ZPDFNode*, 64> nodes_;
   ZPDFSmallStack<NameToken, 64> keys_;
 };
 
-// The value at the front of the text, removed there with the blanks and comments behind it.
-ZPDFNode* ReadForward(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
-                                 const ZPDFEncrypter* encrypter);
+// Reads the value at the front of the text and removes it, with the blanks and comments after it.
+ZPDFNode* ReadForward(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter);
 
 }  // namespace zforms

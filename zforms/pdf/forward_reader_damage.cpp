@@ -1,4 +1,4 @@
-// What the reader makes of text that is not sound.
+// The part of the reader that handles malformed text.
 
 #include <algorithm>
 #include <string>
@@ -18,13 +18,13 @@
 namespace zforms {
 namespace {
 
-// So many warnings an object may cause: one that is beyond help is not described in full.
+// The most warnings for one object, so that a badly damaged one does not flood the list.
 constexpr int kMostWarnings = 20;
-// So much of a name is repeated in a warning.
+// The most bytes of a name that a warning quotes.
 constexpr size_t kMostOfName = 60;
 
-// Digits with a point behind them, which is a number too (ISO 32000-1 7.3.3). Its node
-// is that of a bare keyword, which reads as the number.
+// Digits followed by a point are a number too (ISO 32000-1 7.3.3). It becomes a keyword node, which reads as the
+// number.
 bool IsNumberWithPoint(std::string_view word) {
   if (word.starts_with('+') || word.starts_with('-')) word.remove_prefix(1);
   return word.ends_with('.') && AllDigits(word.substr(0, word.size() - 1));
@@ -32,7 +32,7 @@ bool IsNumberWithPoint(std::string_view word) {
 
 }  // namespace
 
-// The value of a key that something else stands behind.
+// The value of a key that is followed by something that is not a value.
 ZPDFNode* ZPDFForwardReader::MissedValue(const NameToken& key, int depth) {
   while (PassStray()) {
     SkipBlanks();
@@ -42,7 +42,7 @@ ZPDFNode* ZPDFForwardReader::MissedValue(const NameToken& key, int depth) {
   return ZPDFNodeNull::Default();
 }
 
-// Passes over what stands in the place of a key; false where the dictionary has to end.
+// Skips text where a key should be; false when the dictionary must end here.
 bool ZPDFForwardReader::PassKeyless(int depth) {
   if (BeginsNextObject()) return false;
   ZPDFNode* const value = Value(depth + 1);
@@ -52,8 +52,8 @@ bool ZPDFForwardReader::PassKeyless(int depth) {
   return true;
 }
 
-// Passes over a delimiter that closes nothing; false before one that closes what is
-// open, before a word of the file's frame and at the end.
+// Skips an unmatched closing delimiter. False before one that matches, before a structure word of the file, and at the
+// end.
 bool ZPDFForwardReader::PassStray() {
   if (at_ == end_) return false;
   const size_t length = StandsHere('>', '>') ? 2 : 1;
@@ -74,7 +74,7 @@ bool ZPDFForwardReader::PassStray() {
   return true;
 }
 
-// An empty array or dictionary for one that stands too deep, in which nothing is read.
+// Returns an empty array or dictionary for one that is nested too deeply, and skips its contents.
 ZPDFNode* ZPDFForwardReader::LeaveOut() {
   Warn("nested too deeply, the inner part is left out");
   const bool is_array = *at_ == '[';
@@ -83,7 +83,7 @@ ZPDFNode* ZPDFForwardReader::LeaveOut() {
   return ZPDFNode::MakeParsed<ZPDFNodeDictionary>(pool_, provider_);
 }
 
-// A string that the file ends in: it is taken for one up to the end of its object.
+// A literal string that is not closed before the end of the file; it is cut at the end of its object.
 ZPDFNode* ZPDFForwardReader::UnclosedLiteral() {
   Warn("a string is not closed");
   const std::string_view rest(at_ + 1, static_cast<size_t>(end_ - at_ - 1));
@@ -94,7 +94,7 @@ ZPDFNode* ZPDFForwardReader::UnclosedLiteral() {
   return MakeLiteral(body, false);
 }
 
-// One in which blanks or other characters stand, or that nothing closes.
+// A hexadecimal string that contains blanks or other characters, or is not closed.
 ZPDFNode* ZPDFForwardReader::OddHexadecimal() {
   const auto in_body = [](char c) { return HexDigit(c) >= 0 || Is(c, kBlank); };
   const std::string_view rest(at_ + 1, static_cast<size_t>(end_ - at_ - 1));
@@ -121,7 +121,7 @@ ZPDFNode* ZPDFForwardReader::MakeKeyword(std::string_view word) {
   return ZPDFNode::MakeParsed<ZPDFNodeIdentifier>(pool_, Text(word), provider_);
 }
 
-// Any other word; null, with nothing taken, for one of the file's frame.
+// Any other word; null, with nothing read, for a structure word of the file.
 ZPDFNode* ZPDFForwardReader::Word() {
   const char* const start = at_;
   const char* const end = FindClass(start, end_, kBlankOrSpecial);
@@ -136,7 +136,7 @@ ZPDFNode* ZPDFForwardReader::Word() {
   const bool reads_as_number = Is(word.back(), kDigit);
   WarnOfName(word, reads_as_number ? "is not a number" : "is not a word of PDF");
   if (reads_as_number) return MakeNumber(word);
-  // Only such words are written as they stand.
+  // Only words of such characters can be written unchanged.
   return SkipClass(start, end, kPlainName) == end ? MakeKeyword(word) : ZPDFNodeNull::Default();
 }
 
@@ -144,7 +144,7 @@ void ZPDFForwardReader::SkipComments() {
   while (at_ != end_ && *at_ == '%') at_ = SkipClass(FindClass(at_, end_, kLineEnd), end_, kBlank);
 }
 
-// Whether the header "12 0 obj" stands here.
+// True when the header of an object, "12 0 obj", follows.
 bool ZPDFForwardReader::BeginsNextObject() {
   if (at_ == end_ || !Is(*at_, kDigit)) return false;
   const char* const start = at_;

@@ -24,8 +24,8 @@ bool NeedsEscape(char c) {
   return byte < 33 || byte >= 127 || c == '#';
 }
 
-// Whether the character stands in a written name as it is. Delimiters would end the
-// name early for whoever reads it; they are escaped only on writing, Encode leaves them.
+// True when the character needs no escape in a written name. Delimiters would end the name early; they are escaped only
+// on writing, not by Encode.
 bool IsPlain(char c) { return Is(c, kPlainName); }
 
 void AppendEscaped(Chaine& out, char c) {
@@ -34,8 +34,7 @@ void AppendEscaped(Chaine& out, char c) {
   out.Append({text.data(), text.size()});
 }
 
-// The text as it is written: what Encode gives, and besides every character that
-// would cut the name in two.
+// The text as it is written: the result of Encode, with every delimiter escaped too.
 Chaine WrittenText(const Chaine& identifier) {
   Chaine result;
   for (size_t i = 0; i < identifier.size(); i++) {
@@ -48,11 +47,11 @@ Chaine WrittenText(const Chaine& identifier) {
   return result;
 }
 
-// What the rounds of Decode may cost, in bytes: enough for any name of a few hundred bytes.
+// The budget of Decode's repeated passes, in bytes: enough for any name of a few hundred bytes.
 constexpr size_t kRoundsBudget = size_t{1} << 16;
 
-// The rounds again, each replacing only the first "#". The result differs only where escapes
-// without two digits overlap one another.
+// The same decoding in one pass, which replaces each "#" once. The result differs from the repeated passes only where
+// malformed escapes overlap.
 Chaine DecodeInOnePass(const Chaine& text) {
   std::string bytes = text.ToString();
   size_t length = 0;
@@ -102,7 +101,7 @@ void ZPDFNodeIdentifier::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const 
 
 void ZPDFNodeIdentifier::Write(ZPDFOutStream& out, const Chaine& identifier) {
   if (identifier == "/") {
-    // Nothing else keeps the empty name apart from a number or keyword behind it.
+    // The blank keeps the empty name apart from a number or keyword after it.
     out.WriteToken("/ ");
   } else if (identifier.IsEmpty() || (identifier[0] != '/' && IsStructureWord(identifier))) {
     out.WriteToken(NullText());
@@ -141,7 +140,7 @@ Chaine ZPDFNodeIdentifier::Decode(const Chaine& text) {
   for (size_t spent = 0; spent <= kRoundsBudget; spent += result.size()) {
     const size_t found = result.View().find('#');
     if (found == std::string_view::npos) return result;
-    // Every round shortens the text or removes a lone "#" at its end, so they end.
+    // Terminates: every pass shortens the text or removes a lone "#" at its end.
     const Chaine escape(result.View().substr(found, 3));
     result = ReplaceAll(result, escape, static_cast<char>(HexByte(escape.View().substr(1))));
   }

@@ -7,15 +7,15 @@
 
 namespace zforms {
 
-// A name, held decoded with its leading "/", or a bare keyword without one
-// (ISO 32000-1 7.3.5). Names compare as exact byte strings.
+// A name, stored decoded with its leading "/", or a bare keyword without one (ISO 32000-1 7.3.5). Names compare as
+// exact byte strings.
 class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
  public:
   explicit ZPDFNodeIdentifier(IPDFObjectProvider* provider = nullptr);
   explicit ZPDFNodeIdentifier(const Chaine& identifier, IPDFObjectProvider* provider = nullptr);
   ZPDFNodeIdentifier* Clone() const override;
   const Chaine& GetIdentifier() const override { return identifier_; }
-  // A bare keyword such as "5." reads as the number it begins with; a name as 0.
+  // A keyword such as "5." reads as the number it begins with; a name reads as 0.
   uint32_t GetUIntValue() const override;
   int32_t GetIntValue() const override;
   double GetDoubleValue() const override;
@@ -24,17 +24,17 @@ class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
   // Marks the node only when the identifier changes.
   void SetIdentifier(const Chaine& identifier);
 
-  // Writes such a token: escapes what would end the name early, and writes null for a
-  // keyword that would be taken for the frame of the file.
+  // Writes the identifier: escapes characters that would end the name early, and writes null for a keyword that could
+  // be mistaken for the file's structure.
   static void Write(ZPDFOutStream& out, const Chaine& identifier);
-  // Whether Write has nothing to escape in it.
+  // True when Write would not escape anything.
   static bool IsWrittenAsIs(std::string_view identifier);
   // "#" becomes "#23"; bytes below 33 and from 127 on become "#" and two digits.
   static Chaine Encode(const Chaine& identifier);
-  // Replaces the first "#" and its two characters by their byte, everywhere it
-  // occurs, until no "#" is left; a "#23" just decoded is looked at again.
+  // Replaces the first "#" and its two characters by their byte, everywhere that sequence occurs, and repeats until no
+  // "#" is left; so the "#" of a decoded "#23" is decoded again.
   static Chaine Decode(const Chaine& text);
-  // A name or keyword; "true" and "false" give a boolean, "null" the shared null node.
+  // Reads a name or keyword; "true" and "false" give a boolean, "null" the shared null node.
   static ZPDFNodeIdentifier* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                        const ZPDFEncrypter* encrypter);
   static bool Matches(Kind kind) { return kind == Kind::kIdentifier || kind == Kind::kNull || kind == Kind::kBoolean; }
@@ -60,8 +60,8 @@ class ZFORMS_API ZPDFNodeNull final : public ZPDFNodeIdentifier {
   void SetObjectProvider(IPDFObjectProvider* provider) override;
   const Chaine& GetIdentifier() const override;
 
-  // The one shared null node of the process. It may be the child of any number of
-  // nodes, never changes and is never deleted; absent references resolve to it.
+  // The one shared null node of the process. It may be the child of any number of nodes, never changes and is never
+  // deleted. References to missing objects resolve to it. Usable by any thread.
   static ZPDFNodeNull* Default();
   static ZPDFNodeIdentifier* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                        const ZPDFEncrypter* encrypter);

@@ -19,8 +19,8 @@ std::unique_ptr<ZPDFEncrypter> EncrypterFor(const ZPDFEncryption* encryption, co
   return encryption == nullptr ? nullptr : MakeObjectEncrypter(encryption, id);
 }
 
-// The value's text, cut from the front. When the next object begins before
-// "endobj", the number and generation of its header are not part of it.
+// The value's text, cut from the front. When the next object begins before "endobj", its number and generation are not
+// included.
 ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
   ZPDFTokenizedString value = text.TakeFirstElement(ScanStop::kEndobjOrObj);
   text.TrimLeftComments();
@@ -32,7 +32,7 @@ ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
   return value;
 }
 
-// The value at the front of the text, removed there with the comments behind it.
+// Reads the value at the front of the text and removes it, with the comments after it.
 ZPDFNode* ReadValue(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
   if (text.IsDocument()) {
     ZPDFNode* const value = ReadForward(text, provider, encrypter);
@@ -101,8 +101,7 @@ void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* enc
 
 ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                                           const ZPDFEncryption* encryption) {
-  // Only the front is trimmed: the text may reach to the end of the file, which no
-  // object should have to look at.
+  // Trims only the front: the text may reach to the end of the file, which should not be scanned for every object.
   text.TrimLeftComments();
   const uint32_t number = ParseUInt(text.TakeFirstToken());
   const uint32_t generation = ParseUInt(text.TakeFirstToken());

@@ -9,9 +9,8 @@ namespace zforms {
 class ZPDFEncryption;
 class ZPDFNodeIndirectReference;
 
-// An indirect object (ISO 32000-1 7.3.10): the unit that the parser loads and the
-// writers write. Child 0 is its value, absent until one is set. It owns the
-// encrypter that enciphers the strings and streams of this very object.
+// An indirect object (ISO 32000-1 7.3.10): the unit that the parser loads and the writers write. Child 0 is its value,
+// absent until it is set. It owns the encrypter of this object's strings and streams. Owned by its document.
 class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
  public:
   // A null encryption gives a neutral encrypter.
@@ -27,29 +26,29 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   const ZPDFObjectIdentifier& GetID() const { return id_; }
   // The neutral encrypter in a document that is not encrypted.
   const ZPDFEncrypter* Encrypter() const;
-  // From now on the object belongs to a document with that security handler.
+  // Moves the object to a document with that security handler.
   void SetEncryption(const ZPDFEncryption* encryption);
 
-  // Takes ownership of the value, destroys the former one and marks the object.
+  // Takes ownership of the value, destroys the old one and marks the object.
   void SetChild(ZPDFNode* value);
   // A new reference to this object; the caller owns it.
   ZPDFNodeIndirectReference* AllocReference() const;
 
-  // From the front: number, generation, "obj", the value, "endobj". Never null.
+  // Reads from the front: number, generation, "obj", the value, "endobj". Never null.
   static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                            const ZPDFEncryption* encryption);
-  // The same from behind "obj", whose number and generation were read.
+  // The same after "obj", when number and generation have been read.
   static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
                                            IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
-  // From the text of an object in an object stream, which is the value alone and was
-  // enciphered with the stream; what is written of it is enciphered on its own.
+  // Reads an object of an object stream. Its text is the value only, and was enciphered together with the stream; when
+  // the object is written, it is enciphered on its own.
   static ZPDFNodeIndirectObject* BuildPacked(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
                                              IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
   static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }
 
  private:
   friend class ZPDFNode;
-  friend class ZPDFParser;  // which numbers objects anew
+  friend class ZPDFParser;  // which renumbers objects
   ZPDFNodeIndirectObject(Parsed, const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
                          IPDFObjectProvider* provider)
       : ZPDFNodeIndirectObject(encryption, id, provider) {}
@@ -57,7 +56,7 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   void AdoptValue(ZPDFNode* value, ZPDFNodePool* pool);
 
   ZPDFObjectIdentifier id_;
-  std::unique_ptr<ZPDFEncrypter> encrypter_;  // null for the neutral one
+  std::unique_ptr<ZPDFEncrypter> encrypter_;  // null means the neutral one
 };
 
 }  // namespace zforms

@@ -19,8 +19,8 @@ class NestingGuard {
   bool allowed_;
 };
 
-// Removes the array or dictionary at the end of the text, unparsed, with all that
-// is nested in it, and warns. Linear and without recursion.
+// Removes the array or dictionary at the end of the text with all its contents, without parsing it, and warns. Linear
+// time, no recursion.
 void SkipLastBracketed(ZPDFTokenizedString& text);
 
 }  // namespace zforms

@@ -56,7 +56,8 @@ void ZPDFNode::operator delete(ZPDFNode* node, std::destroying_delete_t) {
 
 ZPDFNode& ZPDFNode::operator=(const ZPDFNode& other) {
   if (this == &other || immutable_) return *this;
-  // From now on either may change the entries of both, and only a dictionary knows of keys.
+  // From now on entries may change through either node, so both drop their index. Only dictionaries handle keyed lists,
+  // so for another kind of node the list gets entry nodes.
   for (const ZPDFNode* node : {static_cast<const ZPDFNode*>(this), &other}) {
     if (const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node)) dictionary->ForgetIndex();
   }
@@ -67,7 +68,7 @@ ZPDFNode& ZPDFNode::operator=(const ZPDFNode& other) {
     children_->refs++;
     if (given_up != nullptr && !children_->Retire(given_up)) ReleaseChildren(given_up);
   } else if (children_ == nullptr && given_up != nullptr) {
-    // Nothing shares the children given up: they wait beside an empty list.
+    // The old children are not shared; they are kept beside an empty list.
     children_ = ZPDFChildList::Make(1);
     children_->Retire(given_up);
   }

@@ -25,40 +25,38 @@ using ZPDFObjectMap = FSortedMap<ZPDFObjectIdentifier, const ZPDFNodeIndirectObj
 // The same as a list, in identifier order.
 using ZPDFObjectList = PTableau<std::pair<ZPDFObjectIdentifier, const ZPDFNodeIndirectObject*>>;
 
-// ZPDFNode is the base of the tree in which every PDF object is held. A node
-// owns its children (but never the shared null node), knows its object provider
-// without owning it, and has no pointer to its parent. Setters mark only the
-// node that they change; IsModified looks below. One document, and so its whole
-// tree, belongs to one thread at a time.
+// ZPDFNode is the base class of the tree that represents PDF objects. A node owns its children (but never the shared
+// null node), has a pointer to its object provider without owning it, and no pointer to its parent. Setters mark only
+// the node that they change; IsModified also checks the nodes below. One document, and so its whole tree, is used by
+// one thread at a time.
 //
-// Asking a node for a value of another kind gives the empty text, 0 or false.
+// Reading a value of another kind gives the empty text, 0 or false.
 class ZFORMS_API ZPDFNode {
  public:
   explicit ZPDFNode(IPDFObjectProvider* provider = nullptr);
   // A deep copy: clones of the children, the same provider and modified flag.
   ZPDFNode(const ZPDFNode& other);
-  // Shallow: both nodes then share one child list. The children held so far are
-  // kept alive beside it, unless lists would wait for each other in a ring, and go
-  // when the last sharing node does.
+  // Shallow copy: both nodes then share one child list. The old children stay alive as long as that list, unless this
+  // would make a cycle of lists; they are destroyed with the last node that shares it.
   ZPDFNode& operator=(const ZPDFNode& other);
 
-  // Nodes that were parsed stand in their document's pool, others on the heap: the
-  // node knows where its memory goes back to, so "delete" fits all of them.
+  // Parsed nodes are allocated in their document's pool, others on the heap. A node knows its kind of memory, so
+  // "delete" works for all of them.
   static void operator delete(ZPDFNode* node, std::destroying_delete_t);
 
   // The order of these virtual operations is part of the binary interface.
   virtual ~ZPDFNode();
   // A new deep copy, owned by the caller.
   virtual ZPDFNode* Clone() const = 0;
-  // Stores the provider here and in everything below.
+  // Stores the provider in this node and in all nodes below it.
   virtual void SetObjectProvider(IPDFObjectProvider* provider);
-  // The node that a chain of references leads to; any other node is its own
-  // target. The shared null node when the chain leads nowhere.
+  // The node at the end of a chain of references; any other node is its own target. The shared null node when the chain
+  // ends nowhere.
   virtual ZPDFNode* GetTarget();
   virtual const ZPDFNode* GetTarget() const;
-  // Adds every indirect object that can be reached through references. Does not
-  // recurse along chains of objects. A class of the host may add others: the nodes
-  // above call its override, with what was found up to then in the map.
+  // Adds every indirect object that can be reached through references. Does not recurse along chains of objects. A
+  // host's class may override this to add more objects; its override is called for nodes below the start too, with the
+  // objects found so far in the map.
   virtual void GetReferencedObjects(ZPDFObjectMap& map) const;
   virtual const Chaine& GetStringValue() const;
   virtual uint32_t GetUIntValue() const;
@@ -66,44 +64,42 @@ class ZFORMS_API ZPDFNode {
   virtual bool GetBoolValue() const;
   virtual double GetDoubleValue() const;
   virtual const Chaine& GetIdentifier() const;
-  // Writes the node's PDF text; strings and stream data pass through the
-  // encrypter (null means none).
+  // Writes the node's PDF text; strings and stream data pass through the encrypter (null means no encryption).
   virtual void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const = 0;
 
  protected:
-  // Add without marking anything as modified; a leaf aborts.
+  // Appends a child without marking anything as modified; aborts on a leaf.
   virtual void AppendChild(ZPDFNode* node);
   virtual void PrependChild(ZPDFNode* node);
 
  public:
   size_t Size() const;
-  // The child as stored. The form for changing lengthens the list with empty
-  // slots up to `index`; the other gives null past the end.
+  // The child as stored. The non-const form extends the list with empty slots up to `index`; the const form returns
+  // null past the end.
   ZPDFNode* GetDirectAt(size_t index);
   const ZPDFNode* GetDirectAt(size_t index) const;
-  // The child with references followed, null for an empty slot.
+  // The child with references resolved, null for an empty slot.
   ZPDFNode* GetTargetAt(size_t index);
   const ZPDFNode* GetTargetAt(size_t index) const;
 
-  // The objects that GetReferencedObjects adds to an empty map, as a list. `missing`, if
-  // not null, takes the identifiers that lead to no object, each once, in order.
+  // The objects that GetReferencedObjects adds to an empty map, as a list. `missing`, if not null, gets the identifiers
+  // of missing objects, each once, in order.
   ZPDFObjectList ReferencedObjects(PTableau<ZPDFObjectIdentifier>* missing = nullptr) const;
 
   IPDFObjectProvider* ObjectProvider() const { return provider_; }
-  // Sets the flag here and, when recursive, in everything below.
+  // Sets the flag of this node and, when recursive, of all nodes below it.
   void SetModified(bool modified, bool recursive);
-  // Whether this node or any below it is marked.
+  // True when this node or one below it is marked.
   bool IsModified() const;
 
-  // Parses one object from the end of the text and removes it there; what stands
-  // before it stays. Null when the text holds nothing but blanks and comments.
-  // The result belongs to the caller and is given back with Destroy.
+  // Parses one object from the end of the text and removes it; the text before it is kept. Null when the text contains
+  // only blanks and comments. The caller owns the result and must free it with Destroy.
   static ZPDFNode* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter);
   // Deletes the node unless it is null or the shared null node.
   static void Destroy(ZPDFNode* node);
 
  protected:
-  // What the concrete class is, for the checked downcast NodeCast alone.
+  // The concrete class, used only by the checked downcast NodeCast.
   enum class Kind : uint8_t {
     kOther,
     kLiteralString,
@@ -122,9 +118,9 @@ class ZFORMS_API ZPDFNode {
   };
   ZPDFNode(IPDFObjectProvider* provider, Kind kind) : provider_(provider), kind_(kind) {}
 
-  // Says of a constructor that the node is as it was read, and not marked.
+  // Selects the constructor of a parsed node, which is not marked.
   struct Parsed {};
-  // A node as it was read, in the memory of the pool; on the heap without one.
+  // Makes a parsed node in the memory of the pool, or on the heap without a pool.
   template <class T, class... Arguments>
   static T* MakeParsed(ZPDFNodePool* pool, Arguments&&... arguments) {
     if (pool == nullptr) return new T(Parsed(), std::forward<Arguments>(arguments)...);
@@ -134,17 +130,17 @@ class ZFORMS_API ZPDFNode {
     return node;
   }
 
-  // Destroys the child at `index` and stores the node there; null removes the slot.
+  // Destroys the child at `index` and stores the node in its place; null removes the slot.
   void ReplaceChild(size_t index, ZPDFNode* node);
-  // Takes the children in reverse order, as parsing from the end yields them.
+  // Takes ownership of children in reverse order, as parsing from the end produces them.
   void AdoptReversed(ZPDFNode* const* nodes, size_t count);
   // The list as it is stored, null while there are no children.
   ZPDFChildList* Children() const { return children_; }
   // Precondition: there are no children yet. Takes over the list.
   void AdoptChildren(ZPDFChildList* list) { children_ = list; }
-  // Whether another node, assigned from this one or the other way, holds the same list.
+  // True when another node shares the list after an assignment.
   bool SharesChildren() const;
-  // Makes this the shared node that no path changes, marks or deletes.
+  // Marks this as the shared node, which is never changed, marked or deleted.
   void MakeImmutable() { immutable_ = true; }
 
  private:
@@ -156,16 +152,15 @@ class ZFORMS_API ZPDFNode {
   friend class ZPDFReferenceWalk;
 
   ZPDFChildList* EnsureChildren();
-  // Puts entry nodes into the list of a dictionary that has kept keys and values.
+  // Replaces the keys and values of a dictionary's list by entry nodes.
   void MakeEntries() const;
   static void ReleaseChildren(ZPDFChildList* list);
-  // Whether a class of the host may be behind the node: it was not made by reading, and
-  // is not of one of the classes from which no other derives.
+  // True when the node may belong to a host's class: it was not made by parsing, and its class is not final.
   bool MayBeOfHost() const;
 
   ZPDFChildList* children_ = nullptr;
   IPDFObjectProvider* provider_;
-  uint32_t pool_offset_ = 0;  // where the node stands in its slab, 0 for the heap
+  uint32_t pool_offset_ = 0;  // the offset of the node in its slab, 0 for the heap
   Kind kind_ = Kind::kOther;
   bool modified_ = false;
   bool immutable_ = false;

@@ -7,14 +7,13 @@
 namespace zforms {
 namespace {
 
-// Under the address sanitizer every block has a slab of its own, so that it sees
-// each of them come and go.
+// Under the address sanitizer every block gets its own slab, so that the sanitizer sees each allocation and release.
 #ifdef ZFORMS_SEPARATE_BLOCKS
 constexpr uint32_t kFirstSlab = 0;
 constexpr uint32_t kLargestSlab = 0;
 #else
-// Slabs grow from what a small form needs up to less than what the system's
-// allocator maps and unmaps each time.
+// The first slab suits a small form. Later slabs grow, but stay below the size from which the system's allocator maps
+// and unmaps memory each time.
 constexpr uint32_t kFirstSlab = 16 * 1024;
 constexpr uint32_t kLargestSlab = 120 * 1024;
 #endif

@@ -5,14 +5,12 @@
 
 namespace zforms {
 
-// Memory for the nodes of one document, cut from slabs one after another: a parsed
-// object's nodes stand side by side, and taking one costs an addition. A slab goes
-// when the last of its blocks was given back, so that nodes may outlive the pool.
-// One pool, with its nodes, belongs to one thread at a time.
+// Memory for the nodes of one document, cut from slabs: the nodes of a parsed object are next to each other, and an
+// allocation costs one addition. A slab is freed when its last block is returned, so nodes may outlive the pool. One
+// pool, with its nodes, is used by one thread at a time.
 class ZPDFNodePool {
  public:
-  // A block knows how far from the front of its slab it stands; 0 is said of memory
-  // that comes from no pool.
+  // A block stores its offset in its slab; 0 means memory that is not from a pool.
   struct Block {
     void* memory;
     uint32_t offset;
@@ -40,7 +38,7 @@ class ZPDFNodePool {
   static constexpr size_t kLargestBlock = 8 * 1024;
 
  private:
-  // At the front of its memory. The pool that still cuts from it counts as a block.
+  // The header of a slab's memory. The pool that still cuts from it counts as a block.
   struct Slab {
     size_t blocks;
   };

@@ -9,8 +9,8 @@ namespace zforms {
 
 class ZPDFNode;
 
-// A stack whose first few elements need no memory of their own: what is inside an
-// array or a dictionary is collected on one before its list is made to measure.
+// A stack whose first few elements need no allocation. Collects the contents of an array or dictionary before a list of
+// the exact size is made.
 template <class T, size_t kFew>
 class ZPDFSmallStack {
  public:

@@ -6,8 +6,8 @@
 
 namespace zforms {
 
-// A number, held as its text so that one that was read is written back byte for
-// byte until it is set (ISO 32000-1 7.3.3).
+// A number, stored as its text, so that a number that was read is written back byte for byte until it is set (ISO
+// 32000-1 7.3.3).
 class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
  public:
   explicit ZPDFNodeNumeric(IPDFObjectProvider* provider = nullptr);
@@ -16,15 +16,15 @@ class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
   explicit ZPDFNodeNumeric(double value, IPDFObjectProvider* provider = nullptr);
   ZPDFNodeNumeric* Clone() const override;
 
-  // The text up to the first character that cannot continue the number; beyond
-  // the range of the type the nearest value.
+  // Reads up to the first character that cannot continue the number; a value out of range gives the nearest value in
+  // range.
   uint32_t GetUIntValue() const override;
   int32_t GetIntValue() const override;
   double GetDoubleValue() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
-  // Store the value's plain decimal text and mark the node, unless that very text
-  // stands there already (so 7 set over "007" writes "7").
+  // Stores the value's plain decimal text and marks the node, unless the node has exactly that text already (so setting
+  // 7 over "007" writes "7").
   void SetValue(int32_t value);
   void SetValue(uint32_t value);
   // Marks the node only when the value differs from GetDoubleValue().
@@ -36,8 +36,7 @@ class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
   static bool Matches(Kind kind) { return kind == Kind::kNumeric; }
 
  protected:
-  // Replaces the text as given and marks the node when it differs: for classes of the
-  // host that write numbers in their own way.
+  // Stores this text and marks the node when it differs. For a host's classes that format numbers in their own way.
   void SetValue(const Chaine& text);
 
  private:

@@ -8,9 +8,9 @@ class ZPDFEncrypter;
 class ZPDFEncryption;
 class ZPDFObjectIdentifier;
 
-// The encrypter for one indirect object of a document with that security
-// handler, or a neutral one when the handler is null. Declared for the nodes,
-// which know no handler, and defined beside ZPDFEncryption::AllocEncrypter.
+// The encrypter for one indirect object of a document with that security handler, or a neutral one when the handler is
+// null. Declared here for the nodes, which do not depend on the handler, and defined beside
+// ZPDFEncryption::AllocEncrypter.
 std::unique_ptr<ZPDFEncrypter> MakeObjectEncrypter(const ZPDFEncryption* handler, const ZPDFObjectIdentifier& id);
 
 }  // namespace zforms

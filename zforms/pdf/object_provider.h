@@ -7,8 +7,8 @@ namespace zforms {
 class ZPDFNodeIndirectObject;
 class ZPDFObjectIdentifier;
 
-// Through this interface a reference finds its target. The document parser is
-// the usual provider; the provider owns what it returns.
+// The interface through which a reference finds its target. Usually the document parser implements it; the provider
+// owns the objects it returns.
 class ZFORMS_API IPDFObjectProvider {
  public:
   // The indirect object with that identifier, or null when there is none.

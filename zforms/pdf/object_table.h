@@ -10,11 +10,11 @@
 
 namespace zforms {
 
-// The objects met on a walk through references, by identifier: a table of pages
-// for the numbers that files have, a map for whatever else damaged files hold.
+// Maps identifiers to the objects found while following references: a table of pages for the usual object numbers, and
+// a map for the other numbers of damaged files.
 class ZPDFObjectTable {
  public:
-  // The slot of that identifier, null while nothing was stored there.
+  // The slot of that identifier, null until an object is stored.
   const ZPDFNodeIndirectObject*& operator[](const ZPDFObjectIdentifier& id) {
     if (id.Generation() != 0 || id.Number() >= kMostNumbers) return others_[id];
     const size_t page = id.Number() / kPageSize;
@@ -23,7 +23,7 @@ class ZPDFObjectTable {
     return (*pages_[page])[id.Number() % kPageSize];
   }
 
-  // Everything stored, in identifier order.
+  // All stored objects, in identifier order.
   ZPDFObjectList List() const {
     ZPDFObjectList list;
     auto other = others_.begin();
@@ -41,8 +41,7 @@ class ZPDFObjectTable {
   }
 
  private:
-  // The most that ISO 32000-1 annex C gives a reader, so that hostile numbers cost
-  // no more than 64 MB.
+  // The limit of ISO 32000-1 annex C, so that hostile numbers cost at most 64 MB.
   static constexpr uint32_t kMostNumbers = 1 << 23;
   static constexpr size_t kPageSize = 1024;
   using Page = std::array<const ZPDFNodeIndirectObject*, kPageSize>;

@@ -6,9 +6,8 @@ namespace zforms {
 
 class ZPDFNodeDictionary;
 
-// The pages of a document in their order, by the page tree that "/Pages" of its catalog
-// leads to (ISO 32000-1 7.7.3). What the tree leads to a second time, and levels below
-// the 200th, are left out. The document owns the pages.
+// The pages of a document in order, from the page tree at "/Pages" of its catalog (ISO 32000-1 7.7.3). A node that the
+// tree reaches a second time, and levels below the 200th, are left out. The document owns the pages.
 PTableau<ZPDFNodeDictionary*> PagesOf(ZPDFNodeDictionary& catalog);
 PTableau<const ZPDFNodeDictionary*> PagesOf(const ZPDFNodeDictionary& catalog);
 

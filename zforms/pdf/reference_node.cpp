@@ -11,7 +11,7 @@
 namespace zforms {
 namespace {
 
-// References to references end here at the latest; a longer chain is a cycle.
+// The longest chain of references to references; a longer one is treated as a cycle.
 constexpr int kMaxChain = 100;
 
 bool EndsInNumber(const ZPDFTokenizedString& text) { return !text.IsEmpty() && Is(text.LastChar(), kDigit); }

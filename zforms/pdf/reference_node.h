@@ -4,8 +4,8 @@
 
 namespace zforms {
 
-// A reference to an indirect object (ISO 32000-1 7.3.10). The target is asked of
-// the provider when first used and kept as long as the provider stays.
+// A reference to an indirect object (ISO 32000-1 7.3.10). The provider is asked for the target on first use; the result
+// is kept as long as the provider is the same.
 class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
  public:
   explicit ZPDFNodeIndirectReference(IPDFObjectProvider* provider = nullptr);
@@ -14,21 +14,21 @@ class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
   void SetObjectProvider(IPDFObjectProvider* provider) override;
   ZPDFNode* GetTarget() override;
   const ZPDFNode* GetTarget() const override;
-  // Adds the target, and what can be reached from it, unless the map has it.
+  // Adds the target and the objects that it leads to, unless the map has the target.
   void GetReferencedObjects(ZPDFObjectMap& map) const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
   const ZPDFObjectIdentifier& GetID() const { return id_; }
-  // The object referred to, null when the provider knows none. Not owned.
+  // The target object, null when the provider does not have it. Not owned.
   ZPDFNodeIndirectObject* GetObject() const;
 
-  // A text without a number and a generation before its "R" gives the null node.
+  // Returns the null node for a text without a number and a generation before its "R".
   static ZPDFNode* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter);
   static bool Matches(Kind kind) { return kind == Kind::kReference; }
 
  private:
   friend class ZPDFNode;
-  friend class ZPDFParser;  // which numbers objects anew
+  friend class ZPDFParser;  // which renumbers objects
   ZPDFNodeIndirectReference(Parsed, const ZPDFObjectIdentifier& id, IPDFObjectProvider* provider)
       : ZPDFNode(provider, Kind::kReference), id_(id) {}
   const ZPDFNode* Follow() const;

@@ -75,8 +75,8 @@ void ZPDFReferenceWalk::Follow() {
   }
 }
 
-// What the host's own class finds it adds to a map, in which all that was found before
-// has to be, or it would follow a ring of references for ever.
+// A host's class adds its objects to a map. The map must contain everything found before, or the class would follow a
+// cycle of references forever.
 void ZPDFReferenceWalk::AskHost(const ZPDFNode& node) {
   if (!has_map_) {
     for (const auto& [id, object] : found_.List()) map_.emplace(id, object);

@@ -8,23 +8,22 @@ namespace zforms {
 
 class ZPDFNodeIndirectReference;
 
-// A walk along references that collects the objects which can be reached, each once.
-// It keeps a list of where to go on, so that a long chain of objects needs no stack;
-// only a class of the host, which may do otherwise, is called from within the walk.
+// Follows references and collects the objects that can be reached, each once. It keeps a work list, so a long chain of
+// objects needs no stack; only a host's class, which may do otherwise, is called from within the walk.
 class ZPDFReferenceWalk {
  public:
-  // Objects that are in the map count as known: the walk does not pass through them.
+  // Objects that are in the map already are known: the walk does not pass through them.
   explicit ZPDFReferenceWalk(ZPDFObjectMap& map) : map_(map) {}
 
-  // Of a reference what it leads to, of any other node what is below it.
+  // Starts at the target of a reference, or at the nodes below any other node.
   void From(const ZPDFNode& node);
-  // Adds the references that are in the node and below it; none of classes of the host.
+  // Adds the references in the node and below it, except inside nodes of a host's classes.
   static void Collect(const ZPDFNode& node, std::vector<const ZPDFNodeIndirectReference*>* found);
-  // All that was found, in identifier order. Precondition: the map was empty at first.
+  // All objects found, in identifier order. Precondition: the map was empty at first.
   ZPDFObjectList List() const;
-  // The identifiers that references name and of which there is no object, in order.
+  // The identifiers of references whose object is missing, in order.
   PTableau<ZPDFObjectIdentifier> Missing() const;
-  // Puts all that was found into the map.
+  // Adds all objects found to the map.
   void Finish();
 
  private:
@@ -33,7 +32,7 @@ class ZPDFReferenceWalk {
   void AskHost(const ZPDFNode& node);
 
   ZPDFObjectMap& map_;
-  bool has_map_ = false;  // whether the map is kept up to date, which takes time
+  bool has_map_ = false;  // true when the map is kept up to date, which takes time
   ZPDFObjectTable found_;
   std::vector<const ZPDFNodeIndirectReference*> pending_;
   PTableau<ZPDFObjectIdentifier> missing_;

@@ -17,8 +17,8 @@ constexpr std::string_view kLength = "/Length";
 constexpr std::string_view kStream = "stream";
 constexpr std::string_view kEndstream = "endstream";
 
-// The length of what stands between "stream" and the data: CR LF or a line feed.
-// Some writers leave blanks before the line end, or write a carriage return alone.
+// The length of the line end between "stream" and the data: CR LF or a line feed. Some writers put blanks before it, or
+// write a carriage return alone.
 size_t LineEndLength(std::string_view text) {
   size_t i = 0;
   while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) i++;
@@ -38,8 +38,8 @@ bool IsLength(const ZPDFNode* node) {
   return number != nullptr && AllDigits(number->Text());
 }
 
-// The data that end before the next "endstream" (or "endobj"), without the one
-// line end that belongs to the keyword.
+// The length of the data before the next "endstream" (or "endobj"), without the one line end that belongs to the
+// keyword.
 size_t SearchLength(std::string_view text, size_t stated) {
   size_t end = text.find(kEndstream);
   if (end == std::string_view::npos) end = text.find("endobj");
@@ -117,7 +117,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, IPDFObjectP
   ZPDFNode* parsed = element.EndWith(">>") ? ZPDFNode::BuildFrom(element, provider, encrypter) : nullptr;
   auto* dictionary = NodeCast<ZPDFNodeDictionary>(parsed);
   if (dictionary == nullptr) {
-    // Not a stream at all: the text was to be taken whole, from its end.
+    // This is not a stream: the caller must parse the whole text from its end.
     Destroy(parsed);
     dictionary = new ZPDFNodeDictionary(provider);
     text.TakeFirst(text.View().find(kStream));
@@ -153,7 +153,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   stream->AppendChild(dictionary);
   stream->AppendChild(new ZPDFNodeStreamData(encrypter == nullptr ? data : encrypter->Decrypt(data), provider));
   if (length != stated) {
-    // What is written must carry the true length; reading changed nothing yet.
+    // The written "/Length" must be correct; reading has not changed it yet.
     dictionary->SetValue(kLength, static_cast<uint32_t>(length));
     dictionary->SetModified(false, true);
   }

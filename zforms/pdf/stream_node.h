@@ -6,8 +6,8 @@ namespace zforms {
 
 class ZPDFNodeDictionary;
 
-// The bytes of a stream (ZPDFNodeStream::ZPDFNodeStreamData), held decrypted and
-// never decoded: filters are neither applied nor removed.
+// The bytes of a stream (ZPDFNodeStream::ZPDFNodeStreamData), stored decrypted but not decoded: filters are neither
+// applied nor removed.
 class ZFORMS_API ZPDFNodeStreamData final : public ZPDFNodeLeaf {
  public:
   explicit ZPDFNodeStreamData(const Chaine& data, IPDFObjectProvider* provider = nullptr);
@@ -28,7 +28,7 @@ class ZFORMS_API ZPDFNodeStream final : public ZPDFNode {
  public:
   using ZPDFNodeStreamData = zforms::ZPDFNodeStreamData;
 
-  // A new stream with those bytes, in a dictionary that holds only "/Length".
+  // A new stream with those bytes, in a dictionary with "/Length" only.
   explicit ZPDFNodeStream(const Chaine& data, IPDFObjectProvider* provider = nullptr);
   ZPDFNodeStream* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
@@ -40,15 +40,14 @@ class ZFORMS_API ZPDFNodeStream final : public ZPDFNode {
   // Stores the bytes and sets "/Length" to their number.
   void SetData(const Chaine& data);
 
-  // Whether the text is a stream from its front on: a dictionary, then "stream". Never inside an
-  // array or a dictionary, where a stray "endstream" is a keyword like any other.
+  // True when the text begins with a stream: a dictionary, then "stream". Not for text inside an array or a dictionary,
+  // where a stray "endstream" is an ordinary keyword.
   static bool StandsAtFront(const ZPDFTokenizedString& text);
-  // From the front of a text that starts with the stream's dictionary.
+  // Reads a text that starts with the stream's dictionary.
   static ZPDFNodeStream* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                    const ZPDFEncrypter* encrypter);
-  // From the front of a text that starts with "stream"; owns the dictionary then.
-  // Where "endstream" does not follow the bytes that "/Length" counts, it is
-  // searched for and "/Length" corrected.
+  // Reads a text that starts with "stream"; takes ownership of the dictionary. When "endstream" does not follow the
+  // bytes counted by "/Length", searches for it and corrects "/Length".
   static ZPDFNodeStream* BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDictionary* dictionary,
                                    IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter);
   static bool Matches(Kind kind) { return kind == Kind::kStream; }

@@ -9,7 +9,7 @@
 namespace zforms {
 namespace {
 
-// The letter that follows the backslash for a byte that is escaped.
+// The letter after the backslash for a byte that is escaped.
 constexpr char EscapeLetter(char c) {
   switch (c) {
     case '\b': return 'b';
@@ -23,7 +23,7 @@ constexpr char EscapeLetter(char c) {
 
 constexpr char kNoEscape = 1;
 
-// The byte that a backslash and this letter stand for, or kNoEscape.
+// The byte for a backslash and this letter, or kNoEscape.
 constexpr char EscapedByte(char letter) {
   switch (letter) {
     case 'b': return '\b';
@@ -103,9 +103,8 @@ class LiteralDecoder {
   Chaine out_;
 };
 
-// Where the body of a literal string starts: after the opening parenthesis that
-// matches the closing one just removed. A parenthesis counts as escaped when the
-// single byte before it is a backslash.
+// The start of a literal string's body: after the opening parenthesis that matches the closing one just removed. A
+// parenthesis counts as escaped when the byte before it is a backslash.
 size_t FindLiteralBody(std::string_view text) {
   size_t depth = 0;
   for (size_t i = text.size(); i > 0; i--) {
@@ -180,7 +179,7 @@ Chaine ZPDFNodeLiteralString::Decode(const Chaine& text) {
 
 ZPDFNodeLiteralString* ZPDFNodeLiteralString::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                                         const ZPDFEncrypter* encrypter) {
-  // The parentheses go as single characters: nothing between them is trimmed.
+  // Removes the parentheses as single characters, so that nothing between them is trimmed.
   text.ExtractLastChar();
   const size_t start = FindLiteralBody(text.View());
   const std::string_view body = text.TakeLast(text.GetLength() - start);
@@ -223,7 +222,7 @@ Chaine ZPDFNodeHexaString::Decode(const Chaine& text) {
   Chaine result;
   char* out = result.AppendUninitialized((text.size() + 1) / 2);
   for (size_t i = 0; i < text.size(); i += 2) {
-    // An odd last digit counts as if a 0 followed it.
+    // A missing last digit counts as 0.
     const char pair[2] = {text[i], i + 1 < text.size() ? text[i + 1] : '0'};
     *out++ = static_cast<char>(HexByte({pair, 2}));
   }

@@ -6,7 +6,7 @@
 
 namespace zforms {
 
-// A string, held plain: unescaped and decrypted (ISO 32000-1 7.3.4).
+// A string, stored as plain bytes: unescaped and decrypted (ISO 32000-1 7.3.4).
 class ZFORMS_API ZPDFNodeString : public ZPDFNodeLeaf {
  public:
   const Chaine& GetStringValue() const override { return value_; }
@@ -33,11 +33,11 @@ class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
   ZPDFNodeLiteralString* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
-  // Escapes backspace, tab, line feed, form feed, carriage return, parentheses
-  // and backslashes; every other byte stands as it is.
+  // Escapes backspace, tab, line feed, form feed, carriage return, parentheses and backslashes; other bytes are
+  // unchanged.
   static Chaine Encode(const Chaine& value);
-  // The bytes that the text between the outer parentheses stands for. A carriage
-  // return at the very end reads as a line feed, and CR LF as a carriage return.
+  // Decodes the text between the outer parentheses. A carriage return at the very end becomes a line feed, and CR LF
+  // becomes a carriage return.
   static Chaine Decode(const Chaine& text);
   static ZPDFNodeLiteralString* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                           const ZPDFEncrypter* encrypter);
@@ -49,7 +49,7 @@ class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
       : ZPDFNodeString(std::move(value), provider, Kind::kLiteralString) {}
 };
 
-// A string written in angle brackets, two hexadecimal digits a byte.
+// A string written in angle brackets, two hexadecimal digits for each byte.
 class ZFORMS_API ZPDFNodeHexaString final : public ZPDFNodeString {
  public:
   explicit ZPDFNodeHexaString(IPDFObjectProvider* provider = nullptr);
@@ -57,10 +57,10 @@ class ZFORMS_API ZPDFNodeHexaString final : public ZPDFNodeString {
   ZPDFNodeHexaString* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
-  // Two upper-case digits a byte.
+  // Two upper-case digits for each byte.
   static Chaine Encode(const Chaine& value);
-  // Each pair of characters as a byte; a missing last digit is 0. A pair is read
-  // up to its first character that is no digit. White space is not skipped here.
+  // Reads each pair of characters as a byte; a missing last digit is 0. A pair is read up to its first character that
+  // is not a digit. White space is not skipped here.
   static Chaine Decode(const Chaine& text);
   static ZPDFNodeHexaString* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                        const ZPDFEncrypter* encrypter);

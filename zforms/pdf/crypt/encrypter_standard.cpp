@@ -9,7 +9,7 @@
 namespace zforms {
 namespace {
 
-// The 16 bytes that the object's key is cut from.
+// The 16-byte digest from which the object's key is cut.
 Chaine ObjectKey(const Chaine& file_key, const ZPDFObjectIdentifier& id) {
   Chaine material = file_key;
   for (const int shift : {0, 8, 16}) material += static_cast<char>((id.Number() >> shift) & 0xFF);

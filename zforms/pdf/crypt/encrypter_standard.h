@@ -8,9 +8,8 @@ namespace zforms {
 class ZPDFEncryption;
 class ZPDFObjectIdentifier;
 
-// The encrypter of one object (ZPDFEncryption::EncrypterStandard; ISO 32000-1
-// algorithm 1): RC4 from the start of the same key stream for each of its strings
-// and streams.
+// The encrypter of one object (ZPDFEncryption::EncrypterStandard; ISO 32000-1 algorithm 1): applies RC4 to each string
+// and stream, each time from the start of the same key stream.
 class ZPDFEncrypterStandard final : public ZPDFEncrypter {
  public:
   ZPDFEncrypterStandard(const ZPDFEncryption* handler, const ZPDFObjectIdentifier& id);

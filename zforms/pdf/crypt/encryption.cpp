@@ -29,7 +29,7 @@ Chaine Padded(const Chaine& password) { return (password + kPadding).Mid(0, kPad
 
 Chaine RC4Of(std::string_view key, std::string_view data) { return RC4(key).Apply(data); }
 
-// The low bytes of the value, least significant first.
+// Appends the low bytes of the value, least significant first.
 void AppendLowBytes(Chaine* out, uint32_t value, int count) {
   for (int i = 0; i < count; i++) out->Append(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
@@ -41,13 +41,13 @@ Chaine XoredWith(const Chaine& key, int value) {
   return result;
 }
 
-// Nineteen more passes, each with every byte of the key changed by the round.
+// Nineteen more passes of RC4; in each, every byte of the key is XORed with the number of the pass.
 Chaine RC4Rounds(const Chaine& key, Chaine data) {
   for (int round = 1; round <= kKeyRounds; round++) data = RC4Of(XoredWith(key, round), data);
   return data;
 }
 
-// A copy that needs no document: values that stand in objects of their own are copied in.
+// A copy that does not depend on a document: values in other indirect objects are copied into it.
 ZPDFNodeDictionary* CloneDetached(const ZPDFNodeDictionary& dictionary) {
   ZPDFNodeDictionary* clone = dictionary.Clone();
   for (size_t i = 0; i < clone->Size(); i++) {
@@ -141,7 +141,7 @@ void ZPDFEncryption::SetStandardFlags(uint32_t flags) {
 PTableau<size_t> ZPDFEncryption::KeySizes() const {
   PTableau<size_t> sizes;
   const size_t length = KeyLength();
-  // ISO 32000-1 table 20: a length in bits, which counts at "/V" 2 alone. Some writers count bytes.
+  // By ISO 32000-1 table 20 "/Length" is in bits and applies at "/V" 2 only. Some writers count bytes.
   for (const size_t bytes : {length / 8, AlgorithmCode() == 1 ? kShortestKey : 0, length}) {
     if (bytes >= kShortestKey && bytes <= kDigestLength) sizes.push_back(bytes);
   }
@@ -174,7 +174,7 @@ Chaine ZPDFEncryption::StandardComputeO(const Chaine& owner) const {
     for (int i = 0; i < kExtraRounds; i++) digest = MD5Of(digest);
   }
   Chaine data = RC4Of(digest.Mid(0, KeyBytes()), Padded(user_password_));
-  // The rounds use all 16 bytes of the digest, whatever the key length is.
+  // The rounds use all 16 bytes of the digest, even for shorter keys.
   return StandardRevision() > 2 ? RC4Rounds(digest, data) : data;
 }
 
@@ -207,7 +207,7 @@ bool ZPDFEncryption::CanBeDecrypted() const {
 bool ZPDFEncryption::MatchesWithEitherMetadata() const {
   if (MatchesUserKey()) return true;
   if (StandardRevision() < 3 || StandardEncryptMetadata()) return false;
-  // Writers disagree whether unencrypted metadata enter the key at revision 3.
+  // Writers disagree whether the key depends on unencrypted metadata at revision 3, so both ways are tried.
   user_key_ = ComputeKey(true);
   if (MatchesUserKey()) return true;
   user_key_.Clear();

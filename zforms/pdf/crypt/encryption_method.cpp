@@ -7,8 +7,7 @@
 namespace zforms {
 namespace {
 
-// The method of the crypt filter that streams pass through, or strings where streams
-// pass through none.
+// The method of the crypt filter for streams, or of the one for strings when streams are not encrypted.
 Chaine CryptFilterMethod(const ZPDFNodeDictionary& dictionary) {
   const auto* const filters = NodeCast<ZPDFNodeDictionary>(dictionary.GetTarget("/CF"));
   for (const char* key : {"/StmF", "/StrF"}) {

@@ -7,12 +7,11 @@ namespace zforms {
 
 class ZPDFEncryption;
 
-// How the document is enciphered, in words for its user: "RC4, 40 bits", "AES, 256
-// bits", "the security handler \"/Other\"" (ISO 32000-1 tables 20 and 25).
+// The encryption method of the document, for messages: "RC4, 40 bits", "AES, 256 bits", "the security handler
+// \"/Other\"" (ISO 32000-1 tables 20 and 25).
 ZFORMS_API Chaine EncryptionMethod(const ZPDFEncryption& encryption);
 
-// Why a document that cannot be decrypted is not opened: its method is not read, it
-// needs a password, the one that was given is another.
+// Why a document cannot be decrypted: its method is not supported, it needs a password, or the password is wrong.
 // Precondition: !encryption.CanBeDecrypted().
 ZFORMS_API Chaine EncryptionRefusal(const ZPDFEncryption& encryption);
 

@@ -9,7 +9,7 @@
 namespace zforms {
 namespace {
 
-// A comment of high bytes right after the header says that the file is binary.
+// A comment of high bytes after the header marks the file as binary.
 constexpr std::string_view kBinaryComment = "%\xFF\xFE\xFD\xFC\n";
 
 }  // namespace
@@ -57,7 +57,7 @@ void ZPDFSaver::PrepareData() {
   raw_data_ += "trailer\n";
   if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>();
   SetNumber(*trailer_, "/Size", static_cast<uint32_t>(objects_.size() + 1));
-  // There are no other sections any more.
+  // The new file has only one section.
   trailer_->RemoveValue("/Prev");
   trailer_->RemoveValue("/XRefStm");
   ZPDFOutStream end(&raw_data_);

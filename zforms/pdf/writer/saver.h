@@ -11,9 +11,9 @@ namespace zforms {
 class ZPDFEncryption;
 class ZPDFNodeDictionary;
 
-// ZPDFSaver writes a complete new file from a set of objects and a trailer. Every
-// object is written under its own number and with the saver's encryption, or in
-// clear without one. The objects and the encryption are not owned.
+// ZPDFSaver writes a complete new file from a set of objects and a trailer. Every object is written under its own
+// number, encrypted with the saver's encryption if there is one. The objects and the encryption are not owned. One
+// thread at a time.
 class ZFORMS_API ZPDFSaver : public ZPDFWriter {
  public:
   explicit ZPDFSaver(const ZPDFEncryption* encryption);
@@ -27,18 +27,18 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
   void SetObjects(const ZPDFObjectMap& objects) { objects_.assign(objects.begin(), objects.end()); }
   // The same from a list in identifier order.
   void SetObjectList(ZPDFObjectList objects) { objects_ = std::move(objects); }
-  // The whole header line, such as "%PDF-1.4"; it must be set before writing.
+  // The whole header line, such as "%PDF-1.4"; must be set before writing.
   void SetPDFVersion(const Chaine& version) { version_ = version; }
-  // About how many bytes the file will have, so that its buffer need not grow.
+  // An estimate of the file's size in bytes, so that its buffer need not grow.
   void SetExpectedSize(size_t bytes) { expected_size_ = bytes; }
-  // Keeps a clone. Its "/Encrypt" becomes the encryption's dictionary, inline, or
-  // is removed without one.
+  // Keeps a copy. "/Encrypt" is set to the encryption's dictionary, as a direct object, or removed when there is no
+  // encryption.
   void SetTrailer(const ZPDFNodeDictionary* trailer);
-  // Where the last run wrote each object.
+  // The offset of each object in the last output.
   const ZPDFXrefManager::OffsetList& Offsets() const { return xref_.Offsets(); }
 
  protected:
-  // Builds the raw data.
+  // Produces the output.
   virtual void PrepareData();
   void AppendNode(ZPDFOutStream& out, const ZPDFNode* node);
   void AppendNode(ZPDFOutStream& out, const ZPDFNodeIndirectObject* object, bool encrypt);

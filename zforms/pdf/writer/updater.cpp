@@ -42,8 +42,8 @@ void ZPDFUpdater::SetRawData(const Chaine& data, uint32_t xref_offset) {
 
 bool ZPDFUpdater::AddNode(const ZPDFNodeIndirectObject* object) {
   if (!object->IsModified()) return false;
-  // The line end that the output stream would put before the object is put here,
-  // since it sees only what was appended and must not touch what was read.
+  // Writes the line end before the first object here: the output stream sees only the appended text and cannot know
+  // whether the base ends a line.
   if (appended_.IsEmpty() && !base_.IsEmpty() && !Is(base_.Last(), kLineEnd)) appended_ += '\n';
   xref_.Record(object->GetID(), Length());
   ZPDFOutStream out(&appended_);
@@ -60,7 +60,7 @@ void ZPDFUpdater::SetTrailer(const ZPDFNodeDictionary* trailer) {
   SetNumber(*trailer_, "/Prev", previous_xref_);
 }
 
-// The section as an object of its own, which lists itself too; nothing in it is enciphered.
+// Appends the section as an indirect object, which also lists itself; it is not enciphered.
 void ZPDFUpdater::AppendXrefStream(Chaine* tail, uint32_t offset) const {
   ZPDFXrefManager xref = xref_;
   xref.Record({xref_stream_number_, 0}, offset);
@@ -104,7 +104,7 @@ ZPDFUpdater::NewEnd ZPDFUpdater::BuildEnd() const {
     tail += '\n';
   }
   AppendEnd(&tail, end.xref_offset);
-  // With room for a next, smaller update behind it.
+  // Reserves room for a next, smaller update.
   const size_t length = end.bytes.size() + tail.size();
   if (!end.bytes.IsEmpty()) end.bytes.Reserve(length + tail.size() / 8);
   end.bytes += tail;

@@ -9,42 +9,41 @@ namespace zforms {
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 
-// ZPDFUpdater saves changes by appending them to the bytes that a file was read
-// from, which are never altered: the changed objects, a section that lists only
-// them, and a trailer that points back through "/Prev" (ISO 32000-1 7.5.6).
+// ZPDFUpdater saves changes by appending to the original bytes of the file, which are never altered: the changed
+// objects, a cross-reference section that lists only these, and a trailer that points back through "/Prev" (ISO 32000-1
+// 7.5.6). One thread at a time.
 //
-// A file whose newest section is a cross-reference stream gets another one, since
-// readers refuse a table that leads back to a stream (ISO 32000-1 7.5.8.4).
+// A file whose newest section is a cross-reference stream gets another stream, since readers refuse a table that points
+// back to a stream (ISO 32000-1 7.5.8.4).
 //
-// Order of use: SetRawData, AddNode as often as needed, SetTrailer, Write. After
-// a Write that succeeded the bytes written are the new base.
+// Order of use: SetRawData, AddNode for each object, SetTrailer, Write. After a successful Write the bytes written are
+// the new base.
 //
-// A Write with nothing to append gives the bytes as they are, and takes their length
-// for XRefOffset(), where no section is. The "/Prev" of a further update would lead
-// there, and readers would lose all older objects: look at SectionWritten(), and give
-// SetRawData the offset of the last section again.
+// A Write without changes returns the bytes unchanged; XRefOffset() is then their length, where no section is. The
+// "/Prev" of a further update would point there, and readers would lose all older objects. So check SectionWritten(),
+// and if it is false, pass the offset of the last section to SetRawData again.
 class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
  public:
   ZPDFUpdater();
   ~ZPDFUpdater() override;
 
-  // The base and the appended objects.
+  // The base and the appended bytes.
   Chaine RawData() const override;
   uint32_t XRefOffset() const override { return previous_xref_; }
   bool Write(ZInetOStream& out) override;
-  // On failure the updater stays as it was, so that writing can be tried again.
+  // On failure the updater is unchanged, so that writing can be tried again.
   bool Write(const Chaine& path) override;
 
   void SetRawData(const Chaine& data, uint32_t xref_offset);
-  // Appends the object, enciphered as it was read, if it is marked modified, and
-  // says whether it is.
+  // Appends the object if it is marked as modified, enciphered as it was read, and returns whether it is.
   bool AddNode(const ZPDFNodeIndirectObject* object);
-  // Keeps the trailer's text with "/Prev" set; a marked one makes the file be written.
+  // Keeps the trailer's text with "/Prev" set. A trailer that is marked as modified makes Write append a section even
+  // without objects.
   void SetTrailer(const ZPDFNodeDictionary* trailer);
-  // The number under which the section is written as a stream; 0, at first and after
-  // each Write, for a classic section. No object of the document has it.
+  // Sets the object number of the section when it is to be written as a stream. 0, the default and the value after each
+  // Write, means a classic section. No object of the document may have the number.
   void SetXrefStream(uint32_t number) { xref_stream_number_ = number; }
-  // Whether the last Write appended anything.
+  // True when the last Write appended anything.
   bool SectionWritten() const { return section_written_; }
 
  private:
@@ -58,7 +57,7 @@ class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
   uint32_t Length() const { return static_cast<uint32_t>(base_.size() + appended_.size()); }
 
   Chaine base_;
-  Chaine appended_;  // what comes after the base, so that the base is not copied to grow
+  Chaine appended_;  // the bytes after the base, kept apart so that the base is not copied
   uint32_t previous_xref_ = 0;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   uint32_t xref_stream_number_ = 0;

@@ -13,34 +13,34 @@ namespace zforms {
 class ZInetOStream;
 class ZPDFNodeDictionary;
 
-// ZPDFWriter is what the full saver and the incremental updater have in common.
-// Output is built in memory and handed to its destination in one piece.
+// ZPDFWriter is the base class of the full saver and the incremental updater. Output is built in memory and written to
+// its destination in one piece.
 class ZFORMS_API ZPDFWriter {
  public:
   using OutStream = ZPDFOutStream;
   using XrefManager = ZPDFXrefManager;
 
   virtual ~ZPDFWriter();
-  // The bytes produced, or held so far.
+  // The bytes produced so far, or the original bytes.
   virtual Chaine RawData() const = 0;
-  // The offset of the cross-reference section written last, or the one given.
+  // The offset of the cross-reference section written last, or else the given offset.
   virtual uint32_t XRefOffset() const = 0;
-  // Produce the output and send it; false when the stream did not take it all.
+  // Produces the output and writes it; false when the stream did not accept all of it.
   virtual bool Write(ZInetOStream& out) = 0;
-  // Produce the output and store it in the file itself: an empty path, a missing
-  // folder or a failed write give false, with the reason in Failure().
+  // Produces the output and overwrites the file in place: an empty path, a missing folder or a failed write give false,
+  // with the reason in Failure().
   virtual bool Write(const Chaine& path) = 0;
 
   // Why the last Write to a path failed.
   const std::string& Failure() const { return failure_; }
 
  protected:
-  // Sets a number in a trailer that the number itself has to stand in: when a trailer is
-  // read, no reference leads anywhere yet. A reference to the same number is replaced.
+  // Sets a number in a trailer as a direct object: while a trailer is read, references cannot be resolved yet. A
+  // reference to the same number is replaced.
   static void SetNumber(ZPDFNodeDictionary& trailer, std::string_view key, uint32_t value);
   static bool Send(ZInetOStream& out, const Chaine& bytes);
   bool Store(const Chaine& path, const Chaine& bytes);
-  // "startxref", the offset and the end marker, after a trailer.
+  // Appends "startxref", the offset and the end marker.
   static void AppendEnd(Chaine* out, uint32_t xref_offset);
 
  private:

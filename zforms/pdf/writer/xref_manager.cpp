@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kFreeListHead = "0000000000 65535 f\r\n";
 constexpr size_t kEntryLength = 20;
 
-// `width` digits of the value.
+// Writes the value in `width` decimal digits.
 char* WriteDigits(char* to, uint32_t value, int width) {
   for (int i = width; i > 0; i--, value /= 10) to[i - 1] = static_cast<char>('0' + value % 10);
   return to + width;
@@ -24,7 +24,7 @@ void AppendEntry(Chaine* section, const ZPDFObjectIdentifier& id, uint32_t offse
   std::copy_n(id.Number() == 0 ? " f\r\n" : " n\r\n", 4, to);
 }
 
-// The value in so many bytes, the highest first.
+// Appends the value in `width` bytes, the highest first.
 void AppendBytes(Chaine* records, uint32_t value, uint32_t width) {
   while (width-- > 0) records->Append(static_cast<char>(value >> (8 * width) & 0xFF));
 }
@@ -59,7 +59,7 @@ void ZPDFXrefManager::Reset() {
 const ZPDFXrefManager::OffsetList& ZPDFXrefManager::Offsets() const {
   if (sorted_) return offsets_;
   std::stable_sort(offsets_.begin(), offsets_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  // From the back, the last of equals comes first and is the one that stays.
+  // std::unique runs from the back, so that of equal identifiers the one recorded last is kept.
   const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
   offsets_.erase(offsets_.begin(), std::unique(offsets_.rbegin(), offsets_.rend(), same).base());
   sorted_ = true;
@@ -70,7 +70,7 @@ Chaine ZPDFXrefManager::BuildSection() const {
   const OffsetList& offsets = Offsets();
   Chaine section("xref\r\n");
   section.Reserve((offsets.size() + 2) * (kEntryLength + 1));
-  // The first group begins with the free list's head, whatever follows it.
+  // The first group always begins with object 0, the head of the free list.
   const auto group_end = [&offsets](size_t at, uint32_t last) {
     while (at < offsets.size() && (offsets[at].first.Number() == last || offsets[at].first.Number() == last + 1)) {
       last = offsets[at++].first.Number();

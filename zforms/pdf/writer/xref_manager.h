@@ -10,8 +10,8 @@
 
 namespace zforms {
 
-// ZPDFXrefManager (ZPDFWriter::XrefManager) collects the byte offsets of the
-// objects that were written and makes the cross-reference section of them.
+// ZPDFXrefManager (ZPDFWriter::XrefManager) collects the byte offsets of the written objects and makes the
+// cross-reference section from them.
 class ZFORMS_API ZPDFXrefManager {
  public:
   // In identifier order.
@@ -23,13 +23,13 @@ class ZFORMS_API ZPDFXrefManager {
   void Reset();
   const OffsetList& Offsets() const;
 
-  // The section from "xref" on (ISO 32000-1 7.5.4), with CR LF line ends. Object 0
-  // heads the free list; numbers that were not recorded are absent.
+  // The section starting with "xref" (ISO 32000-1 7.5.4), with CR LF line ends. Object 0 is the head of the free list;
+  // numbers that were not recorded are absent.
   Chaine BuildSection() const;
 
-  // The same as the parts of a cross-reference stream (ISO 32000-1 7.5.8): how many
-  // bytes each field of a record takes, which numbers have records ("/Index", first
-  // number and count by turns), and the records. The free list is not in it.
+  // The same as the parts of a cross-reference stream (ISO 32000-1 7.5.8): the width of each field in bytes, the
+  // numbers that have records ("/Index": pairs of first number and count), and the records. The free list is not
+  // included.
   struct StreamSection {
     std::array<uint32_t, 3> widths;
     PTableau<uint32_t> index;
@@ -38,7 +38,7 @@ class ZFORMS_API ZPDFXrefManager {
   StreamSection BuildStreamSection() const;
 
  private:
-  // Sorted when they are asked for; of those recorded twice the later one stays.
+  // Sorted when needed; of two records for one identifier the later one is kept.
   mutable OffsetList offsets_;
   mutable bool sorted_ = true;
 };
