@@ -18,8 +18,8 @@
 namespace zforms {
 namespace {
 
-// Visits every field with its full name, depth first, in document order. What
-// stands below a field is left out when the visit returns false.
+// Visits every field with its full name, depth first, in document order. When the visit returns false, the fields below
+// are skipped.
 template <class Collection, class Visit>
 void Walk(Collection& fields, const Chaine& above, const Visit& visit) {
   for (uint32_t i = 0; i < fields.Size(); i++) {
@@ -48,7 +48,7 @@ ZAcroForm::ZAcroForm() = default;
 ZAcroForm::ZAcroForm(const ZAcroForm& other) : ZAcroForm() {
   finds_page_fields_ = other.finds_page_fields_;
   if (other.parser_ != nullptr) Adopt(std::make_unique<ZPDFParser>(*other.parser_));
-  // The parser may still have the bytes from before the last update.
+  // Not taken from the other's parser, which may still have the bytes from before the last update.
   path_name_ = other.path_name_;
   raw_data_ = other.raw_data_;
   xref_offset_ = other.xref_offset_;
@@ -166,7 +166,7 @@ bool ZAcroForm::IsValid() const {
 }
 
 const ZDiagnostics& ZAcroForm::Diagnostics() const {
-  Fields();  // which may have something to say
+  Fields();  // may add warnings
   diagnostics_ = notes_;
   if (parser_ == nullptr) return diagnostics_;
   const ZDiagnostics& of_file = parser_->Diagnostics();
@@ -276,7 +276,7 @@ void ZAcroForm::SetPasswords(const Chaine& user, const Chaine& owner) {
   encryption_save_->SetPasswords(user, owner);
 }
 
-// An encrypted document must have "/ID", which enters its key (ISO 32000-1 7.5.5).
+// An encrypted document must have "/ID", because its key depends on it (ISO 32000-1 7.5.5).
 void ZAcroForm::EnsureDocumentIdentifier() {
   if (!parser_->IDOriginal().IsEmpty()) return;
   const Chaine digest = MD5Of(raw_data_);

@@ -29,13 +29,18 @@ class ZPDFParser;
 class ZPDFWriter;
 class ZXFDF;
 
-// ZAcroForm is a PDF document with its interactive form: it opens a file, shows
-// the form's fields, fills them, and saves what changed, by default as an update
-// appended to the bytes that were read.
+// ZAcroForm is a PDF document with its interactive form: it opens a file, gives access to the form's fields, fills
+// them, and saves the changes, by default as an update appended to the bytes that were read.
 //
-// It owns its parser, and so the node tree, and every wrapper that it hands out;
-// fields and wrappers are invalid after the next Load and after assignment to it.
-// Copies are deep. One thread at a time; copies belong to themselves.
+//    ZAcroForm form;
+//    if (!form.Load("in.pdf", "")) return false;
+//    if (ZAcroFormField* const field = form.Fields().Get("name")) field->SetValue(UTF8ToPDFText("Zoé"));
+//    form.SetNeedAppearances(true);
+//    return form.Save("out.pdf");
+//
+// It owns its parser, and so the node tree, and every wrapper that it returns; fields and wrappers are invalid after
+// the next Load and after an assignment to the form. Copies are deep. One thread at a time; different copies may be
+// used by different threads.
 class ZFORMS_API ZAcroForm {
  public:
   using Field = ZAcroFormField;
@@ -48,11 +53,11 @@ class ZFORMS_API ZAcroForm {
   using FileSpec = ZAcroFormFileSpec;
   using FormInfos = ZAcroFormFormInfos;
   using ViewerInfos = ZAcroFormViewerInfos;
-  // Full names to the fields that have them, in byte order of the names.
+  // Maps full names to the fields of that name, in byte order of the names.
   using FieldMap = FDictionnary<PTableau<Field*>>;
   using ConstFieldMap = FDictionnary<PTableau<const Field*>>;
 
-  // Every permission: what "/P" is taken to be in a document without encryption.
+  // Every permission: the value of "/P" for a document without encryption.
   static constexpr uint32_t kAllPermissions = 0xFFFFFFFC;
 
   ZAcroForm();
@@ -60,27 +65,25 @@ class ZFORMS_API ZAcroForm {
   ZAcroForm& operator=(const ZAcroForm& other);
   virtual ~ZAcroForm();
 
-  // Open a file, a stream's bytes, or what a parser has read, which is copied.
-  // False when it cannot be read or the password does not open it, with the reason
-  // in Diagnostics(); what was loaded before then stays. A document without a form
-  // loads as well: see IsValid.
+  // Open a file, the bytes of a stream, or a parser's document, which is copied. False when it cannot be read or the
+  // password does not open it, with the reason in Diagnostics(); the document loaded before is then kept. A document
+  // without a form loads as well: see IsValid.
   bool Load(const Chaine& path, const Chaine& password);
   bool Load(ZInetIStream& in, const Chaine& password);
   bool Load(const ZPDFParser* parser);
-  // From now on a damaged file is recovered when it is loaded, which Diagnostics()
-  // say; it is then saved anew the next time. See ZPDFParser::SetRecovery.
+  // Sets whether the next Load recovers a damaged file, which Diagnostics() then reports. A recovered document is
+  // rewritten as a whole by the next save. See ZPDFParser::SetRecovery.
   void SetRecovery(bool recover) { recovery_ = recover; }
-  // From the next load on, fields are looked for on the pages as well: widgets that
-  // "/Fields" does not lead to and that have a type, or a parent. They follow the others
-  // at the end of Fields(), in the order of the pages, each below its parents; one whose
-  // parent is a field of the form follows the kids of that. Get finds them by names
-  // that no field of the form has. Reads every page and its annotations.
+  // Sets whether the next Load also searches the pages for fields: for widgets that "/Fields" does not lead to and that
+  // have a type or a parent. They come at the end of Fields(), in the order of the pages, each below its parents; one
+  // whose parent is a field of the form comes after that field's kids. Get finds them by names that no field of the
+  // form has. Reads every page and its annotations.
   void SetPageFields(bool find) { finds_page_fields_ = find; }
-  // What was found so: each without what stands below it.
+  // The topmost of the fields found on pages.
   PTableau<const Field*> PageFields() const;
-  // Whether a document with a form is loaded and can be decrypted.
+  // True when a document with a form is loaded and can be decrypted.
   bool IsValid() const;
-  // The file that it was loaded from or last saved to; empty for a stream.
+  // The path it was loaded from or last saved to; empty for a stream.
   const Chaine& PathName() const { return path_name_; }
   // The bytes of the document as loaded or last saved.
   const Chaine& RawData() const { return raw_data_; }
@@ -89,15 +92,14 @@ class ZFORMS_API ZAcroForm {
   ZPDFParser* Parser() { return parser_.get(); }
   const ZPDFParser* Parser() const { return parser_.get(); }
 
-  // The fields of "/Fields"; an empty collection without a form.
-  // They are gathered when they are first asked for.
+  // The fields of "/Fields"; an empty collection without a form. Built on first use.
   FieldCollection& Fields();
   const FieldCollection& Fields() const { return const_cast<ZAcroForm*>(this)->Fields(); }
-  // Every field under its full name, in document order where several have the
-  // same: groups as well as the fields in them, widgets after their field.
+  // Every field by its full name, in document order where several have the same name: groups as well as the fields in
+  // them, widgets after their field.
   FieldMap FlatFields();
   ConstFieldMap FlatFields() const;
-  // The same without submit buttons and what stands below them.
+  // The same without submit buttons and the fields below them.
   FieldMap FlatRegularFields();
   ConstFieldMap FlatRegularFields() const;
 
@@ -111,76 +113,71 @@ class ZFORMS_API ZAcroForm {
   // "/AcroForm"; null without a form.
   FormInfos* Infos() { return form_infos_.get(); }
   const FormInfos* Infos() const { return form_infos_.get(); }
-  // Whether viewers are to draw the values anew; set it after filling.
+  // True when viewers must draw the values again; set it after filling.
   bool NeedAppearances() const;
   void SetNeedAppearances(bool need);
 
-  // "/ViewerPreferences" of the catalog. The non-const form makes it when it is
-  // absent; null without a catalog.
+  // "/ViewerPreferences" of the catalog. The non-const form creates it when it is absent; null without a catalog.
   bool HasViewerPreferences() const { return viewer_infos_ != nullptr; }
   ViewerInfos* ViewerPreferences();
   const ViewerInfos* ViewerPreferences() const { return viewer_infos_.get(); }
 
-  // Write the values of the document's fields, rich text included, into the fields
-  // of the same full names. What has no value clears nothing; signatures and push
-  // buttons are never filled. Check boxes and radio groups show the new state; the
-  // looks of other fields are left to the viewer. A value that is no state of its
-  // button is written all the same, with a warning.
+  // Writes the values of the document's fields, including rich text, into the form's fields of the same full names. A
+  // field without a value changes nothing; signatures and push buttons are never filled. Check boxes and radio groups
+  // show the new state; the appearance of other fields is left to the viewer. A value that is not a state of its button
+  // is written too, with a warning.
   //
-  // Returns how many fields were given a value. `unmatched` takes the full names
-  // that no field has, `refused` those of fields that are never filled and were
-  // given a value; both in UTF-8, and may be null.
+  // Returns the number of fields that were given a value. `unmatched` gets the full names that no field of the form
+  // has, `refused` those of signatures and push buttons for which there was a value; both in UTF-8; both may be null.
   size_t SetValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatched = nullptr, PTableau<Chaine>* refused = nullptr);
-  // The same with the default values; rich text is ignored.
+  // The same for the default values; rich text is ignored.
   size_t SetDefaultValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatched = nullptr,
                           PTableau<Chaine>* refused = nullptr);
 
   static void ShowFields(const PTableau<Field*>& fields, bool show);
   static void SetFieldsReadOnly(const PTableau<Field*>& fields, bool read_only);
 
-  // The permissions "/P" with which the document is saved (ISO 32000-1 table 22).
-  // Setting others makes the next save a full one.
+  // The permissions "/P" with which the document is saved (ISO 32000-1 table 22). Changing them makes the next save a
+  // full one.
   uint32_t StandardUserFlags() const;
   void SetStandardUserFlags(uint32_t flags);
-  // The passwords, in its encoding, with which an encrypted document is saved; makes the next save a full one. An empty
-  // owner password stands for the user's.
+  // Sets the passwords of an encrypted document, in the document's encoding, and makes the next save a full one. An
+  // empty owner password is replaced by the user password.
   void SetPasswords(const Chaine& user, const Chaine& owner);
-  // The security handler that the document was read with, and the one that it is
-  // saved with; null for none. Owned here.
+  // The security handler with which the document was read, and the one with which it is saved; null without encryption.
+  // Owned by the form.
   const ZPDFEncryption* EncryptionLoad() const { return encryption_load_.get(); }
   const ZPDFEncryption* EncryptionSave() const;
 
-  // Save what changed as an update, or everything when SavesAnew() says so. The bytes saved are then the base of the
-  // next save, and nothing is marked as modified any more. An empty path means PathName(). On failure they return
-  // false, with the reason in Diagnostics(), and change nothing here.
+  // Saves the changes as an update, or the whole document when SavesAnew() is true. The saved bytes become the base of
+  // the next save, and no object is marked as modified any more. An empty path means PathName(). On failure returns
+  // false, with the reason in Diagnostics(), and the form is unchanged.
   bool Save(const Chaine& path);
   bool Save(ZInetOStream& out);
-  // Whether the next Save writes everything: the security handler changed, or the
-  // document was recovered from damage.
+  // True when the next Save writes the whole document: after a change of the security handler or a recovery from
+  // damage.
   bool SavesAnew() const;
-  // Save everything anew: the objects in use, one cross-reference section. They keep
-  // their numbers, and numbers between them that are free get null objects; where the gaps
-  // are too wide for that, or what cannot be read has another object's number, all objects
-  // are numbered anew. What cannot be read is lost.
+  // Saves the whole document: the objects in use and one cross-reference section. Objects keep their numbers, and free
+  // numbers between them get null objects. All objects are renumbered when these gaps are too wide, or when an
+  // unreadable object has the number of another one. Unreadable objects are lost.
   bool SaveFull(const Chaine& path);
   bool SaveFull(ZInetOStream& out);
-  // Whether that would lose what belongs to pages or form, because objects cannot be read
-  // or the page tree or the list of fields is damaged. Diagnostics() then name them.
+  // True when SaveFull would lose parts of pages or of the form, because objects cannot be read or the page tree or the
+  // list of fields is damaged. Diagnostics() then name them.
   bool WouldLose();
   void ResetModified();
-  // The bytes that Save would give as an update with these objects, those of them that
-  // are marked. Nothing changes here: who fills one form again and again takes this,
-  // and then takes the changes back. Empty on failure. Precondition: a document is loaded.
+  // The bytes of an update with those of these objects that are marked as modified. Changes nothing here: for filling
+  // one form many times, and undoing the changes after each call. Empty on failure. Precondition: a document is loaded.
   Chaine UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const;
 
-  // Why the last load or save failed, and what was odd about the document, its
-  // form and the values filled in. Valid until the next call.
+  // Why the last load or save failed, and warnings about the document, its form and the values filled in. Valid until
+  // the next call.
   const ZDiagnostics& Diagnostics() const;
-  // Adds a warning to them.
+  // Adds a warning to the diagnostics.
   void Warn(const Chaine& text) { notes_.Warn(text); }
 
  private:
-  // Has the writer store its output; false when that fails.
+  // Makes the writer store its output; false when that fails.
   using WriteStep = std::function<bool(ZPDFWriter&)>;
 
   bool FailLoad(const ZPDFParser& parser, const Chaine& reason);
@@ -196,13 +193,13 @@ class ZFORMS_API ZAcroForm {
   void FinishSave();
   bool FailSave(const Chaine& reason);
 
-  // Destroyed in the reverse order: fields and infos before the parser.
+  // Members are destroyed in reverse order: fields and infos before the parser.
   Chaine path_name_;
   Chaine raw_data_;
   uint32_t xref_offset_ = 0;
   bool recovery_ = false;
   bool finds_page_fields_ = false;
-  // What was met besides what the parser says.
+  // The diagnostics of the form, beside those of the parser.
   ZDiagnostics notes_;
   mutable ZDiagnostics diagnostics_;
   std::unique_ptr<ViewerInfos> viewer_infos_;
@@ -210,7 +207,7 @@ class ZFORMS_API ZAcroForm {
   std::unique_ptr<ZPDFEncryption> encryption_save_;
   std::unique_ptr<ZPDFParser> parser_;
   std::unique_ptr<FormInfos> form_infos_;
-  std::unique_ptr<FieldCollection> fields_;  // null until they are asked for
+  std::unique_ptr<FieldCollection> fields_;  // null until they are needed
   PTableau<const Field*> page_fields_;
 };
 

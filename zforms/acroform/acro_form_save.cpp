@@ -16,23 +16,22 @@
 namespace zforms {
 namespace {
 
-// Numbers without an object are filled up to so many times the number of objects,
-// and as many more; beyond, and above what readers take (ISO 32000-1 annex C), all
-// objects are numbered anew.
+// The most null objects for unused numbers, as a multiple of the number of objects, plus that many again. Beyond this,
+// and above the numbers that readers accept (ISO 32000-1 annex C), all objects are renumbered.
 constexpr uint64_t kMaxSpread = 4;
 constexpr uint64_t kMaxSpreadBase = 1000;
 constexpr uint32_t kHighestNumber = 8388607;
 
-// The trailer of a file written anew, with what belonged to the former one left
-// out, so that a former encryption dictionary is not among the objects in use.
+// The trailer for a full save, without the entries that belong to the old file, so that an old encryption dictionary is
+// not among the objects in use.
 std::unique_ptr<ZPDFNodeDictionary> BareTrailer(const ZPDFParser& parser) {
   std::unique_ptr<ZPDFNodeDictionary> trailer(parser.TrailerDico()->Clone());
   for (const char* key : {"/Encrypt", "/Prev", "/XRefStm"}) trailer->RemoveValue(key);
   return trailer;
 }
 
-// The trailer of an update: the stream that an older section of a hybrid file names
-// stays with that section, or it would come before newer versions of its objects.
+// The trailer of an update. The "/XRefStm" of a hybrid file's older section is left out: the stream would take
+// precedence over newer versions of its objects.
 std::unique_ptr<ZPDFNodeDictionary> UpdateTrailer(const ZPDFNodeDictionary& newest) {
   std::unique_ptr<ZPDFNodeDictionary> trailer(newest.Clone());
   if (!trailer->Exist("/XRefStm")) return trailer;
@@ -43,8 +42,8 @@ std::unique_ptr<ZPDFNodeDictionary> UpdateTrailer(const ZPDFNodeDictionary& newe
   return trailer;
 }
 
-// Whether the object says where other objects are, which nothing in a document should
-// lead to and a file written anew does not need.
+// True for a cross-reference stream and an object stream. Nothing in a document should refer to one, and a full save
+// does not need it.
 bool IsStructureStream(const ZPDFNodeIndirectObject* object) {
   const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
   if (stream == nullptr) return false;
@@ -62,9 +61,8 @@ bool HasWideGaps(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentif
   return highest > kMaxSpread * count + kMaxSpreadBase || (highest > kHighestNumber && count < highest);
 }
 
-// Null objects for the numbers up to the highest that have none, and for those that are
-// missing: "/Size" is the number of objects plus one, and readers ignore what is numbered
-// above it.
+// Null objects for the unused numbers up to the highest one, and for missing objects: "/Size" is the number of objects
+// plus one, and readers ignore higher numbers.
 PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* objects,
                                                             const PTableau<ZPDFObjectIdentifier>& missing) {
   PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> fillers;
@@ -95,7 +93,7 @@ PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* obje
   return fillers;
 }
 
-// Whether what cannot be read has the number of another object, and so cannot be made null under it.
+// True when an unreadable object has the number of another object, so that a null object cannot take its place.
 bool SharesNumbers(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& unreadable) {
   for (size_t i = 0; i < unreadable.size(); i++) {
     const uint32_t number = unreadable[i].Number();
@@ -114,7 +112,7 @@ PTableau<ZPDFObjectIdentifier> IdentifiersOf(const ZPDFObjectList& objects) {
   return ids;
 }
 
-// The header line; one that names no version would be copied from file to file.
+// The header line. A header without a version is replaced, so that it is not copied from file to file.
 Chaine HeaderFor(const ZPDFParser& parser) { return parser.NamesVersion() ? parser.PDFVersion() : "%PDF-1.7"; }
 
 }  // namespace
@@ -181,7 +179,7 @@ Chaine ZAcroForm::UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects)
 
 bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   if (parser_ == nullptr) return FailSave("no document is loaded");
-  // What is in use is found from the catalog: without it everything would be lost.
+  // Objects in use are found from the catalog: without it everything would be lost.
   if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
   std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
   PTableau<ZPDFObjectIdentifier> missing;

@@ -12,14 +12,14 @@ namespace zforms {
 
 class ZPDFNodeDictionary;
 
-// The action that a field's widget runs when it is activated, "/A" (ISO 32000-1
-// 12.6). The form model cares whether it submits the form, and where to. A view
-// onto the dictionary, which the document owns.
+// The action of a field's widget, "/A" (ISO 32000-1 12.6), run when the widget is activated. The form model only needs
+// to know whether it submits the form, and to which URL. A view onto the dictionary, which the document owns. One
+// thread at a time.
 class ZFORMS_API ZAcroFormAction {
  public:
-  // Bits of "/Flags" that say what of a form is submitted and in what format, FDF
-  // without any of them (ISO 32000-1 table 237).
-  static constexpr uint32_t kSubmitAllButFlag = 0x1;  // all fields but those named
+  // Bits of "/Flags", which select the fields and the format of a submission; the format is FDF when no format bit is
+  // set (ISO 32000-1 table 237).
+  static constexpr uint32_t kSubmitAllButFlag = 0x1;  // all fields except the listed ones
   static constexpr uint32_t kSubmitHTMLFlag = 0x4;
   static constexpr uint32_t kSubmitXFDFFlag = 0x20;
   static constexpr uint32_t kSubmitPDFFlag = 0x100;
@@ -31,19 +31,19 @@ class ZFORMS_API ZAcroFormAction {
   // The name "/S" with its slash, such as "/SubmitForm"; empty when absent.
   Chaine Type() const;
   bool IsSubmitForm() const;
-  // Whether other actions follow, in "/Next".
+  // True when other actions follow, in "/Next".
   bool HasNext() const;
 
-  // The file specification "/F"; null when absent or when it is a plain string.
+  // True when "/F" is a file specification dictionary; false when it is absent or a string.
   bool HasFile() const;
   ZAcroFormFileSpec* File();
   const ZAcroFormFileSpec* File() const;
 
-  // Whether "/F" is a file specification that holds a URL.
+  // True when "/F" is a file specification with a URL.
   bool HasURL() const;
   // Empty without a file specification.
   ZInetURL URL() const;
-  // A file specification is made where "/F" is none.
+  // Creates the file specification when "/F" is not one.
   void SetURL(const ZInetURL& url);
 
  protected:

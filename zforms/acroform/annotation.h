@@ -13,9 +13,9 @@ namespace zforms {
 
 class ZPDFNodeDictionary;
 
-// The widget annotation by which a field is seen on a page (ISO 32000-1
-// 12.5.6.19). A view onto its dictionary, which the document owns; the wrappers
-// that it gives belong to it and its copies. Setters write only what changes.
+// The widget annotation that shows a field on a page (ISO 32000-1 12.5.6.19). A view onto its dictionary, which the
+// document owns; it shares the wrappers that it returns with its copies. Setters write only changes. One thread at a
+// time.
 class ZFORMS_API ZAcroFormAnnotation {
  public:
   virtual ~ZAcroFormAnnotation();
@@ -29,7 +29,7 @@ class ZFORMS_API ZAcroFormAnnotation {
   // Bit 2.
   bool IsHidden() const;
   void Hide(bool hide);
-  // Bit 7; the field's own flag for filling in is another one.
+  // Bit 7; not the same as the read-only flag of the field.
   bool IsReadOnly() const;
   void SetReadOnly(bool read_only);
 
@@ -44,7 +44,7 @@ class ZFORMS_API ZAcroFormAnnotation {
   const ZAcroFormRect* GetRect() const;
   bool HasRect() const;
 
-  // A button's captions, PDF text strings; "/MK" is made when there is none.
+  // A button's captions as PDF text strings; creates "/MK" when it is absent.
   void SetNormalCaption(const Chaine& caption);
   void SetRolloverCaption(const Chaine& caption);
   void SetAlternateCaption(const Chaine& caption);

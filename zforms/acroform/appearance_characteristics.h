@@ -9,9 +9,8 @@ class ZPDFNodeDictionary;
 template <class Wrapper>
 class LazyWrapper;
 
-// A widget's appearance characteristics, "/MK" (ISO 32000-1 12.5.6.19), of which
-// the form model knows a button's captions. A view onto the dictionary, which the
-// document owns. Captions are PDF text strings, empty when absent.
+// A widget's appearance characteristics, "/MK" (ISO 32000-1 12.5.6.19); the form model reads only a button's captions.
+// A view onto the dictionary, which the document owns. Captions are PDF text strings, empty when absent.
 class ZFORMS_API ZAcroFormAppearanceCharacteristics {
  public:
   virtual ~ZAcroFormAppearanceCharacteristics();

@@ -5,7 +5,7 @@
 namespace zforms {
 namespace {
 
-// The value that the key leads to; null when the key is absent or leads to null.
+// The value of the key; null when the key is absent or its value is the null object.
 ZPDFNode* Entry(ZPDFNodeDictionary& dictionary, std::string_view key) {
   return HasEntry(dictionary, key) ? dictionary.GetTarget(key) : nullptr;
 }

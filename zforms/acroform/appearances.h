@@ -12,19 +12,18 @@ namespace zforms {
 class ZPDFNode;
 class ZPDFNodeDictionary;
 
-// One entry of an appearance dictionary (ISO 32000-1 12.5.5): what a widget looks
-// like, a single stream or one for each of its states. These classes are views
-// onto nodes, which the document owns.
+// One entry of an appearance dictionary (ISO 32000-1 12.5.5): the appearance of a widget, a single stream or one for
+// each state. These classes are views onto nodes, which the document owns. One thread at a time.
 class ZFORMS_API ZAcroFormAppearance {
  public:
   virtual ~ZAcroFormAppearance();
-  // Whether it is an AppearanceSingle, else it is an AppearanceMulti.
+  // True for an AppearanceSingle, false for an AppearanceMulti.
   virtual bool IsSingle() const = 0;
   ZAcroFormAppearance(const ZAcroFormAppearance&) = default;
   ZAcroFormAppearance& operator=(const ZAcroFormAppearance&) = default;
 
-  // An AppearanceMulti over a dictionary, an AppearanceSingle over any other node,
-  // null over a null node. The caller owns it.
+  // Returns an AppearanceMulti for a dictionary, null for a null node, an AppearanceSingle for any other node. The
+  // caller owns it.
   static ZAcroFormAppearance* Alloc(ZPDFNode* node);
 
  protected:
@@ -49,7 +48,7 @@ class ZFORMS_API ZAcroFormAppearanceSingle : public ZAcroFormAppearance {
   using ZAcroFormAppearance::ZAcroFormAppearance;
 };
 
-// Appearances by the name of the state, as check boxes and radio buttons have them.
+// Appearances by the name of the state, as in check boxes and radio buttons.
 class ZFORMS_API ZAcroFormAppearanceMulti : public ZAcroFormAppearance {
  public:
   // State names, without slash, to appearances.
@@ -60,8 +59,7 @@ class ZFORMS_API ZAcroFormAppearanceMulti : public ZAcroFormAppearance {
   ZAcroFormAppearanceMulti(const ZAcroFormAppearanceMulti&) = default;
   ZAcroFormAppearanceMulti& operator=(const ZAcroFormAppearanceMulti&) = default;
 
-  // Read from the dictionary on the first call; the appearances live as long as
-  // this object or a copy of it does.
+  // Built on the first call; the appearances live as long as this object or one of its copies.
   const States& GetAppearances() const;
 
  protected:
@@ -73,8 +71,8 @@ class ZFORMS_API ZAcroFormAppearanceMulti : public ZAcroFormAppearance {
   mutable PTableau<std::shared_ptr<const ZAcroFormAppearanceSingle>> owned_;
 };
 
-// A widget's appearance dictionary, "/AP". Each accessor gives null when its key
-// is absent; what they give belongs to this object and its copies.
+// A widget's appearance dictionary, "/AP". Each accessor returns null when its key is absent; this object and its
+// copies own the results.
 class ZFORMS_API ZAcroFormAppearances {
  public:
   using Appearance = ZAcroFormAppearance;

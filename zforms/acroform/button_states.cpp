@@ -18,7 +18,7 @@ const ZPDFNodeDictionary* StateDictionary(const ZAcroFormField& widget) {
   return appearances == nullptr ? nullptr : DictionaryAt(*appearances, "/N");
 }
 
-// Every state of the widget but "Off".
+// Every state of the widget except "Off".
 PTableau<Chaine> OnStates(const ZAcroFormField& widget) {
   PTableau<Chaine> states;
   const ZPDFNodeDictionary* dictionary = StateDictionary(widget);
@@ -29,7 +29,7 @@ PTableau<Chaine> OnStates(const ZAcroFormField& widget) {
   return states;
 }
 
-// The state of the widget at the place of the export value; empty without one.
+// The state of the widget with the same index as the export value in "/Opt"; empty without one.
 Chaine StateOfExportValue(const ZAcroFormField& field, const Chaine& value) {
   const PTableau<ZAcroFormFieldOption> options = field.Options();
   const PTableau<Chaine> states = FirstStates(field);
@@ -97,7 +97,7 @@ void SetShownState(ZAcroFormField& widget, const Chaine& state) {
   widget.Dico()->SetIdentifier("/AS", "/" + state);
 }
 
-// Whether the buttons go on and off one by one although they share a state.
+// True when only one of several buttons with the same state may be on.
 bool IsOneByOne(const ZAcroFormField& field) {
   return field.InheritedType() == ZAcroFormField::eRadioButton &&
          (field.InheritedFlags() & ZAcroFormField::kRadiosInUnisonFlag) == 0;
@@ -116,14 +116,14 @@ void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& stat
     if (HasOnStates(widget)) return HasState(widget, state);
     return !is_radio || widgets.size() == 1 || ShownState(widget) == state;
   };
-  const ZAcroFormField* chosen = nullptr;  // the only one to go on
+  const ZAcroFormField* chosen = nullptr;  // the only one to be switched on
   for (const ZAcroFormField* widget : widgets) {
     if (!one_by_one || state == kOff || !can_show(*widget)) continue;
     if (chosen == nullptr || (ShownState(*widget) == state && ShownState(*chosen) != state)) chosen = widget;
   }
   for (ZAcroFormField* widget : widgets) {
     const bool shows = can_show(*widget);
-    // What has no appearance for the state that it names is not taken for off.
+    // Without an appearance for the state that it has, the widget does not count as off.
     if (!shows && ShownState(*widget) == state) continue;
     const bool goes_on = shows && (chosen == nullptr || chosen == widget);
     SetShownState(*widget, goes_on ? state : Chaine(kOff));

@@ -7,41 +7,36 @@ namespace zforms {
 
 class ZAcroFormField;
 
-// The states of check boxes and radio groups: the names, without slash, under
-// which the widgets of a field have an appearance in "/AP" "/N" (ISO 32000-1
-// 12.7.4.2.3 and 12.7.4.2.4).
+// The states of check boxes and radio groups: the names, without slash, of the appearances in "/AP" "/N" of a field's
+// widgets (ISO 32000-1 12.7.4.2.3 and 12.7.4.2.4).
 
-// Every state of the field's widgets but "Off", each once, in their order.
+// Every state of the field's widgets except "Off", each once, in order.
 PTableau<Chaine> ButtonStates(const ZAcroFormField& field);
-// The first state of each widget but "Off"; empty for a widget without one.
+// The first state of each widget except "Off"; empty for a widget without one.
 PTableau<Chaine> FirstStates(const ZAcroFormField& field);
 
-// The state that a value stands for, as bytes of a name. `value` is UTF-8 and
-// means, in this order: "Off", which the empty value means too; a state of one of
-// the widgets; an export value in "/Opt", which stands for the state of the widget
-// at its place; "false", which is "Off", and "true", which is the state of a button
-// that has only one. Any other value is its own name; `*known` becomes false then.
+// The state for a value, as bytes of a name. `value` is UTF-8 and is tried, in this order, as: "Off", also for the
+// empty value; a state of one of the widgets; an export value in "/Opt", which selects the state of the widget with the
+// same index; "false" for "Off"; "true" for the state of a button that has only one. Any other value is returned as a
+// name, and `*known` becomes false.
 Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* known);
 
-// Sets "/AS" of the widgets of the fields, which have one full name, so that they show
-// the state. Writes only what changes.
+// Sets "/AS" of the widgets of the fields, which share one full name, so that they show the state. Writes only changes.
 //
-// A widget with appearances for states goes on when it has one for this state, else
-// off. One without them takes any state, unless it is one of several radio buttons:
-// then only the one that shows the state already. Of radio buttons with the same state
-// that are not in unison (ISO 32000-1 table 226) a single one goes on: the one that
-// was on, else the first. Two things stay as they are: an absent "/AS" that would
-// become "/Off", and an "/AS" that is the state already.
+// A widget with appearances for states is switched on when it has one for this state, else off. A widget without them
+// accepts any state; but if it is one of several radio buttons, only the one that already shows the state is switched
+// on. Of radio buttons with the same state that are not in unison (ISO 32000-1 table 226), only one is switched on: the
+// one that was on, else the first. An absent "/AS" is not set to "/Off".
 void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& state);
 void ShowButtonState(ZAcroFormField& field, const Chaine& state);
 
-// Whether "/AS" of a widget of the field names the state, be there an appearance or not.
+// True when "/AS" of a widget of the field names the state, with or without an appearance for it.
 bool ShowsState(const ZAcroFormField& field, const Chaine& state);
 
-// Whether a widget of the field shows an appearance of its own, other than "Off".
+// True when a widget of the field shows one of its appearances other than "Off".
 bool ShowsAState(const ZAcroFormField& field);
 
-// The states that "/AS" names of the widgets without appearances for states, but "Off".
+// The values of "/AS" except "Off" of the widgets without appearances for states.
 PTableau<Chaine> StatesWithoutAppearance(const ZAcroFormField& field);
 
 }  // namespace zforms

@@ -15,12 +15,12 @@ namespace {
 using Lock = ZAcroFormSignature::Lock;
 
 constexpr const char* kUsageRights[] = {"/UR3", "/UR"};
-// What is no signature has more.
+// A list with more references is not taken for a signature's.
 constexpr size_t kMostReferences = 100;
 constexpr uint32_t kAnnotateAndFill = 0x20;
 constexpr uint32_t kFill = 0x100;
 
-// Whether the list has the name or a group that it is in.
+// True when the list contains the name or a group above it.
 bool IsListed(const PTableau<Chaine>& fields, const Chaine& name) {
   return std::any_of(fields.begin(), fields.end(), [&](const Chaine& listed) {
     return name.View().starts_with(listed) && (name.size() == listed.size() || name.View()[listed.size()] == '.');
@@ -38,12 +38,12 @@ void AddLock(const ZPDFNodeDictionary* lock, ZAcroFormSignature* signature) {
     const ZPDFNode* const name = fields->GetTargetAt(i);
     if (name != nullptr) added.fields.push_back(PDFTextToUTF8(name->GetStringValue()));
   }
-  // The lock of a field is repeated by its signature.
+  // The signature may repeat the lock of its field.
   PTableau<Lock>& locks = signature->locks;
   if (std::find(locks.begin(), locks.end(), added) == locks.end()) locks.push_back(std::move(added));
 }
 
-// The lower of two levels, where 0 says nothing (ISO 32000-2 table 236).
+// The lower of two levels; 0 means that none is given (ISO 32000-2 table 236).
 int Stricter(int a, int b) { return a == 0 || b == 0 ? std::max(a, b) : std::min(a, b); }
 
 int LevelOf(const ZPDFNodeDictionary* parameters, int fallback) {
@@ -51,7 +51,7 @@ int LevelOf(const ZPDFNodeDictionary* parameters, int fallback) {
   return level >= ZAcroFormSignature::kNoChange && level <= ZAcroFormSignature::kAnnotating ? level : fallback;
 }
 
-// What the references of a signature dictionary say (ISO 32000-1 table 253).
+// Reads the references of a signature dictionary (ISO 32000-1 table 253).
 void ReadReferences(const ZPDFNodeDictionary& value, ZAcroFormSignature* signature) {
   const ZPDFNodeArray* const references = ArrayAt(value, "/Reference");
   const size_t count = references == nullptr ? 0 : std::min(references->Size(), kMostReferences);
@@ -68,7 +68,7 @@ void ReadReferences(const ZPDFNodeDictionary& value, ZAcroFormSignature* signatu
   }
 }
 
-// The signatures of signed fields, and whether one of them is the certification.
+// Reads the signatures of signed fields, and whether one of them is the certification.
 void ReadFields(const ZAcroFormFieldCollection& fields, const ZPDFNodeDictionary** certification,
                 PTableau<ZAcroFormSignature>* signatures) {
   for (uint32_t i = 0; i < fields.Size(); i++) {
@@ -96,7 +96,7 @@ const ZPDFNodeDictionary* Perms(const ZAcroForm& form) {
   return root == nullptr ? nullptr : DictionaryAt(*root, "/Perms");
 }
 
-// Of revision 2 one bit is for both; later ones have one for filling alone.
+// At revision 2 one bit forbids both annotating and filling; later revisions have another bit for filling.
 bool ForbidsFilling(const ZPDFEncryption* encryption) {
   if (encryption == nullptr) return false;
   const uint32_t allowing = encryption->StandardRevision() == 2 ? kAnnotateAndFill : kAnnotateAndFill | kFill;
@@ -138,7 +138,7 @@ ZAcroFormChangeRules::ZAcroFormChangeRules(const ZAcroForm& form) {
   const ZPDFNodeDictionary* const perms = Perms(form);
   const ZPDFNodeDictionary* certification = perms == nullptr ? nullptr : DictionaryAt(*perms, "/DocMDP");
   ReadFields(form.Fields(), &certification, &signatures_);
-  // It holds even where the form's fields do not lead to it (ISO 32000-1 12.8.4).
+  // A certification is valid even when the form's fields do not lead to it (ISO 32000-1 12.8.4).
   if (certification != nullptr) {
     ZAcroFormSignature signature;
     ReadReferences(*certification, &signature);

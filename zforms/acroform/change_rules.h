@@ -11,48 +11,47 @@ namespace zforms {
 class ZAcroForm;
 class ZPDFNodeDictionary;
 
-// A signature field that is signed, and what its signature allows to be changed.
+// A signed signature field, and the changes that its signature allows.
 struct ZFORMS_API ZAcroFormSignature {
-  // Which fields it locks, by "/FieldMDP" (ISO 32000-1 12.8.2.4) or by the "/Lock" of its field (table 233).
+  // The fields that it locks, by "/FieldMDP" (ISO 32000-1 12.8.2.4) or by the "/Lock" of its field (table 233).
   struct Lock {
     enum Which : uint8_t { kAll, kListed, kOthers };
     Which which = kAll;
-    PTableau<Chaine> fields;  // full names in UTF-8; a group stands for what is below it
+    PTableau<Chaine> fields;  // full names in UTF-8; a group includes the fields below it
 
     bool operator==(const Lock&) const = default;
   };
 
-  // What "/P" of "/DocMDP" allows (ISO 32000-1 table 254).
+  // Values of "/P" of "/DocMDP" (ISO 32000-1 table 254).
   static constexpr int kNoChange = 1;
   static constexpr int kFilling = 2;
   static constexpr int kAnnotating = 3;
 
-  Chaine field;  // the full name in UTF-8; empty for a certification that no field of the form holds
+  Chaine field;  // the full name in UTF-8; empty for a certification without a field in the form
   // 0 for a signature that does not certify the document.
   int level = 0;
   PTableau<Lock> locks;
 
   bool Certifies() const { return level != 0; }
   bool Locks(const Chaine& name) const;
-  // Such as "certifies, allows filling in; locks every field".
+  // For messages, such as "certifies, allows filling in; locks every field".
   Chaine Describe() const;
 };
 
-// ZAcroFormChangeRules says what a document lets be changed: by signatures and
-// certification ("/DocMDP", "/FieldMDP", "/Lock"), by the permissions of its encryption,
-// by usage rights ("/Perms" "/UR3") and by an XFA form that stands beside the fields. It
-// is read from the document once and does not follow later changes. What it forbids can
-// be done all the same: the signatures concerned do not hold any more then. A value that
-// any number of threads may ask.
+// ZAcroFormChangeRules tells which changes a document allows. Changes are limited by signatures and certification
+// ("/DocMDP", "/FieldMDP", "/Lock"), by the permissions of its encryption, by usage rights ("/Perms" "/UR3") and by an
+// XFA form beside the fields. The rules are read from the document once and do not follow later changes. They enforce
+// nothing: a forbidden change is possible, but invalidates the signatures concerned. A plain value; any number of
+// threads may read it.
 class ZFORMS_API ZAcroFormChangeRules {
  public:
   enum class XFA : uint8_t {
     kNone,
-    kBeside,  // fields hold the same values as it (ISO 32000-1 12.7.8)
+    kBeside,  // the fields have the same values as the XFA form (ISO 32000-1 12.7.8)
     kAlone,   // there are no fields
   };
 
-  // Of a document that is loaded. Reads the fields, and loads the objects of signatures.
+  // Reads the rules of a loaded document; reads its fields and loads the objects of signatures.
   explicit ZAcroFormChangeRules(const ZAcroForm& form);
 
   // The signatures, in the order of the form's fields.
@@ -60,23 +59,22 @@ class ZFORMS_API ZAcroFormChangeRules {
   bool IsSigned() const { return !signatures_.empty(); }
   bool IsCertified() const;
   bool HasLocks() const;
-  // Usage rights, with which a viewer allows more than it does elsewhere. They end with the first change.
+  // Usage rights allow additional operations in some viewers. The first change invalidates them.
   bool HasUsageRights() const { return has_usage_rights_; }
   XFA GetXFA() const { return xfa_; }
   static XFA XFAOf(const ZAcroForm& form);
-  // Whether the permissions forbid that fields be filled in by who has the user password (ISO 32000-1 table 22).
+  // True when the permissions forbid a user with the user password to fill in fields (ISO 32000-1 table 22).
   bool PermissionsForbidFilling() const { return permissions_forbid_filling_; }
 
-  // Each says why something is forbidden, such as "is certified by the signature ...";
-  // empty when it is not. The first is about all fields at once, the second about one,
-  // by its full name in UTF-8, the third about all but values, such as new fields.
+  // Each returns why something is forbidden, such as "is certified by the signature ...", or an empty text when it is
+  // allowed. The first is about filling all fields, the second about one field, by its full name in UTF-8, the third
+  // about other changes than values, such as new fields.
   Chaine FaultOfFilling() const;
   Chaine FaultOfFilling(const Chaine& name) const;
   Chaine FaultOfDesigning() const;
 
-  // Take "/UR3" out of "/Perms", and "/XFA" out of the form, with the mark of the catalog
-  // that viewers are to lay it out. Each returns the dictionaries that changed, none when
-  // there was nothing to take.
+  // Remove "/UR3" from "/Perms", and "/XFA" from the form together with the catalog's request to lay it out. Each
+  // returns the dictionaries that changed, none when there was nothing to remove.
   static PTableau<ZPDFNodeDictionary*> DropUsageRights(ZAcroForm& form);
   static PTableau<ZPDFNodeDictionary*> DropXFA(ZAcroForm& form);
 

@@ -25,7 +25,7 @@ ZAcroFormField::ZAcroFormField(const ZAcroFormField&) = default;
 ZAcroFormField& ZAcroFormField::operator=(const ZAcroFormField&) = default;
 ZAcroFormField::~ZAcroFormField() = default;
 
-// This field or its nearest ancestor that has the key, and the value there.
+// The nearest value of the key: of this field or else of its nearest ancestor that has the key.
 ZAcroFormField::Inherited ZAcroFormField::Nearest(std::string_view key) const {
   for (const ZAcroFormField* field = this; field != nullptr; field = field->parent_) {
     if (const ZPDFNode* value = EntryAt(*field->dictionary_, key)) return {field, value};
@@ -43,7 +43,7 @@ Chaine ZAcroFormField::MappingName() const { return dictionary_->GetStringValue(
 
 bool ZAcroFormField::HasMappingName() const { return HasEntry(*dictionary_, "/TM"); }
 
-// The names of the ancestors come first; a tree is never deep (FieldTreeBuilder).
+// Puts the names of the ancestors first. Recursion is safe: FieldTreeBuilder bounds the depth of the tree.
 template <class NameOf>
 void ZAcroFormField::JoinNames(Chaine* full_name, NameOf name_of) const {
   if (parent_ != nullptr) parent_->JoinNames(full_name, name_of);
@@ -65,7 +65,7 @@ Chaine ZAcroFormField::FullNameUTF8() const {
 
 // --- type and flags ---
 
-// The flags tell the kinds of buttons apart, and are asked for by them alone.
+// Calls `flags_of` only for buttons, whose kinds the flags distinguish.
 template <class FlagsOf>
 ZAcroFormField::eFieldType ZAcroFormField::TypeOf(const Chaine& type, FlagsOf flags_of) {
   if (type == "/Tx") return eText;
@@ -120,7 +120,7 @@ void ZAcroFormField::SetReadOnly(bool read_only) {
 
 // --- values ---
 
-// The text under the key of this field or its nearest ancestor that has it.
+// The text of the key, of this field or its nearest ancestor that has it.
 Chaine ZAcroFormField::TextAt(const char* key) const { return BestText(Nearest(key).value); }
 
 Chaine ZAcroFormField::UTF8At(const char* key) const {
@@ -214,7 +214,7 @@ bool ZAcroFormField::HasOptions() const { return HasNearest("/Opt"); }
 
 bool ZAcroFormField::HasOwnOptions() const { return HasEntry(*dictionary_, "/Opt"); }
 
-// --- looks ---
+// --- appearance ---
 
 Chaine ZAcroFormField::DefaultAppearance() const {
   if (const ZPDFNode* own = Nearest("/DA").value) return own->GetStringValue();
@@ -258,8 +258,7 @@ bool ZAcroFormField::HasOwnAnnotation() const {
   return annotation_.IsBuilt() || dictionary_->GetIdentifier("/Subtype") == "/Widget";
 }
 
-// Some producers leave "/Subtype" out, others give it to fields whose widgets are
-// their kids.
+// Some producers omit "/Subtype"; others write it in fields whose widgets are their kids.
 bool ZAcroFormField::IsWidget() const {
   const bool is_placed = HasEntry(*dictionary_, "/Rect") || HasEntry(*dictionary_, "/AP");
   if (!HasEntry(*dictionary_, "/Subtype")) return is_placed;
@@ -292,7 +291,7 @@ void ZAcroFormField::Hide(bool hide) {
 void ZAcroFormField::SetCaption(CaptionSetter setter, const Chaine& caption) {
   const PTableau<ZAcroFormField*> widgets = Widgets();
   for (ZAcroFormField* widget : widgets) (widget->GetAnnotation()->*setter)(caption);
-  // A field that only groups its widgets is not given a "/MK" of its own.
+  // A field that only groups its widgets gets no "/MK".
   if (widgets.empty() || GetAnnotation()->HasAppearanceCharacteristics()) (GetAnnotation()->*setter)(caption);
 }
 

@@ -18,13 +18,13 @@ class ZAcroFormFormInfos;
 class ZPDFNode;
 class ZPDFNodeDictionary;
 
-// A field of a form, and the collection of its kids (ISO 32000-1 12.7.3). A view
-// onto its dictionary: reads and writes go straight to the node tree, which the
-// document owns. It lives as long as the document is loaded. One thread at a time.
+// A field of a form, and the collection of its kids (ISO 32000-1 12.7.3). A view onto its dictionary: reads and writes
+// go straight to the node tree, which the document owns. Valid as long as the document is loaded. One thread at a time.
 //
-// Texts are the bytes of PDF text strings unless the name says UTF8. Predicates
-// named HasOwn ask this field's dictionary, the others its ancestors as well.
-// What is absent reads as empty, 0 or false; setters write only what changes.
+// Texts are the bytes of PDF text strings unless the name says UTF8: pass UTF8ToPDFText("Zoé"), not UTF-8. "Nearest"
+// means the value of this field, else of its nearest ancestor that has the key. Predicates named HasOwn check only this
+// field's dictionary, the others its ancestors as well. An absent key reads as empty, 0 or false; setters write only
+// changes.
 class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
  public:
   using Option = ZAcroFormFieldOption;
@@ -42,28 +42,28 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   static constexpr uint32_t kRadiosInUnisonFlag = 0x2000000;
 
   ~ZAcroFormField() override;
-  // This field and everything below it: bit 1 of "/Ff".
+  // Sets bit 1 of "/Ff" of this field and all fields below it.
   void SetReadOnly(bool read_only) override;
   ZAcroFormField(const ZAcroFormField&);
   ZAcroFormField& operator=(const ZAcroFormField&);
 
-  // The partial name "/T" and the mapping name "/TM", never inherited.
+  // The partial name "/T" and the mapping name "/TM"; they are not inherited.
   Chaine Name() const;
   bool HasName() const;
   Chaine MappingName() const;
   bool HasMappingName() const;
-  // The partial names from the top down to this one, joined by periods. A field
-  // without a name has its parent's full name.
+  // The partial names from the top of the tree to this field, joined by periods. A field without a name has its
+  // parent's full name.
   Chaine FullName() const;
   Chaine FullNameUTF8() const;
 
-  // By the nearest "/FT" and this field's own flags; eOtherField without "/FT".
+  // From the nearest "/FT" and this field's own flags; eOtherField without "/FT".
   eFieldType Type() const;
   bool HasType() const;
   bool HasOwnType() const;
-  // The same by the nearest flags, as viewers take it.
+  // From the nearest "/FT" and the nearest flags, as in viewers.
   eFieldType InheritedType() const;
-  // Whether the nearest "/FT" is "/Sig".
+  // True when the nearest "/FT" is "/Sig".
   bool IsSignature() const;
 
   // This field's own "/Ff", 0 when absent.
@@ -76,30 +76,27 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   bool IsReadOnly() const { return (Flags() & kReadOnlyFlag) != 0; }
   bool IsNoExport() const { return (Flags() & kNoExportFlag) != 0; }
 
-  // The nearest "/V": for check boxes and radio buttons the name without slash,
-  // else the string. Values of other kinds give their best text, those of an array
-  // joined by line feeds.
+  // The nearest "/V": for check boxes and radio buttons the name without slash, else the string. A value of another
+  // kind is converted to text; the elements of an array are joined by line feeds.
   Chaine Value() const;
   bool HasValue() const;
   bool HasOwnValue() const;
   Chaine ValueUTF8() const;
-  // The same, with one text for each element of an array.
+  // Like Value, with one text for each element of an array.
   PTableau<Chaine> Values() const;
-  // Sets "/V", to a name for check boxes and radio buttons, else to a string; a
-  // choice field loses "/I".
+  // Sets "/V": to a name for check boxes and radio buttons, else to a string. Removes "/I" of a choice field.
   void SetValue(const Chaine& value);
-  // Several values of a list box as an array, one as a string.
+  // Writes several values of a list box as an array, one value as a string.
   void SetValues(const PTableau<Chaine>& values);
 
-  // "/DV", as the value. Of buttons only a check box takes a name.
+  // "/DV", read and written like the value, except that of all buttons only a check box gets a name.
   Chaine DefaultValue() const;
   bool HasDefaultValue() const;
   bool HasOwnDefaultValue() const;
   Chaine DefaultValueUTF8() const;
   void SetDefaultValue(const Chaine& value);
 
-  // "/RV"; only the predicate looks at ancestors. The setter writes nothing when
-  // the rich text equals the plain value.
+  // "/RV"; only the predicate checks ancestors. The setter writes nothing when the rich text equals the plain value.
   Chaine ValueRichText() const;
   bool HasValueRichText() const;
   bool HasOwnValueRichText() const;
@@ -110,30 +107,30 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   bool HasOptions() const;
   bool HasOwnOptions() const;
 
-  // The nearest "/DA" and "/Q", else those of the form.
+  // The nearest "/DA" and "/Q", else the form's.
   Chaine DefaultAppearance() const;
   bool HasOwnDefaultAppearance() const;
   int32_t Quadding() const;
   bool HasOwnQuadding() const;
 
-  // The action "/A"; null when absent. The field keeps it.
+  // The action "/A"; null when absent. Owned by the field.
   ZAcroFormAction* GetAction();
   const ZAcroFormAction* GetAction() const;
   bool HasOwnAction() const;
   bool IsSubmitFormButton() const;
 
-  // The widget over this field's own dictionary, made on demand, never null.
+  // The widget in this field's own dictionary, created on demand, never null.
   ZAcroFormAnnotation* GetAnnotation();
   const ZAcroFormAnnotation* GetAnnotation() const;
-  // Whether it was asked for before or "/Subtype" is "/Widget".
+  // True when GetAnnotation was called before or "/Subtype" is "/Widget".
   bool HasOwnAnnotation() const;
-  // Whether the dictionary is one of a widget that stands on a page.
+  // True when the dictionary is a widget that is on a page.
   bool IsWidget() const;
-  // The fields that show this one: itself if it is a widget, and the widgets among
-  // its kids without a name, at every depth.
+  // The widgets that show this field: itself if it is a widget, and the widgets among its kids without a name, at every
+  // depth.
   PTableau<ZAcroFormField*> Widgets();
   PTableau<const ZAcroFormField*> Widgets() const;
-  // Each acts on this field and on its widgets.
+  // Each changes this field and its widgets.
   void Hide(bool hide);
   void SetNormalCaption(const Chaine& caption);
   void SetRolloverCaption(const Chaine& caption);
@@ -143,7 +140,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   const ZAcroFormField* Parent() const { return parent_; }
   bool HasParent() const { return parent_ != nullptr; }
   void SetParent(const ZAcroFormField* parent) { parent_ = parent; }
-  // The form-wide defaults; null in a field made without.
+  // The form-wide defaults; null in a field that was created without them.
   const ZAcroFormFormInfos* Form() const { return form_; }
   // Does not descend to the kids.
   void SetForm(const ZAcroFormFormInfos* form) { form_ = form; }
@@ -154,19 +151,19 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
  protected:
   friend class FieldTreeBuilder;
   friend class ZAcroForm;
-  // With its kids, which get the form infos and this parent.
+  // Builds the kids too, which get the form infos and this parent.
   ZAcroFormField(ZPDFNodeDictionary* dictionary, const ZAcroFormFormInfos* form, const ZAcroFormField* parent);
 
  private:
   struct Bare {};
-  // A value that holds for this field, and the field that has it; null where none does.
+  // A value that applies to this field, and the field that has it; null when there is none.
   struct Inherited {
     const ZAcroFormField* holder = nullptr;
     const ZPDFNode* value = nullptr;
   };
   using CaptionSetter = void (ZAcroFormAnnotation::*)(const Chaine&);
 
-  // Without its kids.
+  // Does not build the kids.
   ZAcroFormField(ZPDFNodeDictionary* dictionary, const ZAcroFormFormInfos* form, const ZAcroFormField* parent, Bare);
   Inherited Nearest(std::string_view key) const;
   bool HasNearest(std::string_view key) const { return Nearest(key).holder != nullptr; }

@@ -13,24 +13,23 @@ namespace zforms {
 class ZAcroFormField;
 class ZPDFNodeArray;
 
-// The fields of one level of a form's tree: those of "/Fields", or the kids of a
-// field (ISO 32000-1 12.7.3). It owns its fields; copies share them with it. The
-// dictionaries belong to the document, which outlives it.
+// The fields of one level of a form's tree: those of "/Fields", or the kids of a field (ISO 32000-1 12.7.3). It owns
+// its fields; copies share them with it. The dictionaries belong to the document, which must outlive it. One thread at
+// a time.
 //
-// Names are compared byte for byte. A dotted name is looked for as a partial name
-// first, and then taken apart at its first period.
+// Names are compared byte for byte. A dotted name is tried as a partial name first, and then split at its first period.
 class ZFORMS_API ZAcroFormFieldCollection {
  public:
   using Field = ZAcroFormField;
 
   virtual ~ZAcroFormFieldCollection();
-  // Marks every field below for filling in or not, as Field::SetReadOnly does.
+  // Sets or clears the read-only flag of every field below, as Field::SetReadOnly does.
   virtual void SetReadOnly(bool read_only);
   ZAcroFormFieldCollection(const ZAcroFormFieldCollection&);
   ZAcroFormFieldCollection& operator=(const ZAcroFormFieldCollection&);
 
   uint32_t Size() const;
-  // The member at that place of the array; null past the end.
+  // The member at that index of the array; null past the end.
   Field* GetAt(uint32_t index);
   const Field* GetAt(uint32_t index) const;
   template <std::integral Index>
@@ -42,8 +41,8 @@ class ZFORMS_API ZAcroFormFieldCollection {
     return GetAt(static_cast<uint32_t>(index));
   }
 
-  // The member or descendant of that name, relative to this collection; null when
-  // there is none. Of members with the same partial name the last is found.
+  // The member or descendant of that name, relative to this collection; null when there is none. Of members with the
+  // same partial name, the last one is returned.
   Field* Get(const Chaine& name);
   const Field* Get(const Chaine& name) const;
   Field* Get(const char* name) { return Get(Chaine(name)); }
@@ -61,20 +60,19 @@ class ZFORMS_API ZAcroFormFieldCollection {
   friend class FieldTreeBuilder;
   // An empty collection.
   ZAcroFormFieldCollection();
-  // Over the dictionaries of the array, without form infos; a null array gives an
-  // empty collection.
+  // Built from the dictionaries of the array, without form infos; a null array gives an empty collection.
   explicit ZAcroFormFieldCollection(ZPDFNodeArray* array);
 
  private:
   struct Members;
 
-  // Which of several members with one name is found by it.
+  // Which of several members with the same name a lookup returns: the new one (kTake) or the earlier one (kKeep).
   enum class Naming : uint8_t { kTake, kKeep };
 
-  // Adds the member; false when an earlier one has its name.
+  // Adds the member; false when an earlier one has the same name.
   bool Append(std::unique_ptr<Field> field, Naming naming = Naming::kTake);
 
-  // Null while there are none.
+  // Null while there are no members.
   std::shared_ptr<Members> members_;
 };
 

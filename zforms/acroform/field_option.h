@@ -7,9 +7,8 @@
 
 namespace zforms {
 
-// One option of a choice field (ISO 32000-1 12.7.4.4), PDF text strings: the
-// export value, which the field's value takes, and what the viewer shows; an
-// empty display name says that the export value is shown.
+// One option of a choice field (ISO 32000-1 12.7.4.4), as PDF text strings: the export value, which becomes the field's
+// value, and the display name. An empty display name means that the export value is displayed.
 class ZFORMS_API ZAcroFormFieldOption {
  public:
   ZAcroFormFieldOption() = default;

@@ -22,7 +22,7 @@ constexpr uint32_t kComboFlag = 0x20000;
 
 struct FlagName {
   uint32_t mask;
-  std::string_view types;  // those for which the bit means this; empty for all
+  std::string_view types;  // the types for which the bit has this meaning; empty for all
   std::string_view word;
 };
 
@@ -57,7 +57,7 @@ std::string TypeName(const ZAcroFormField& field) {
   return field.IsSignature() ? "sig" : "none";
 }
 
-// The nearest value of a key, own or of an ancestor.
+// The nearest value of a key: of the field or else of an ancestor.
 const ZPDFNode* Inherited(const ZAcroFormField& field, std::string_view key) {
   for (const ZAcroFormField* at = &field; at != nullptr; at = at->Parent()) {
     if (const ZPDFNode* value = at->Dico()->GetTarget(key)) return value;
@@ -65,7 +65,7 @@ const ZPDFNode* Inherited(const ZAcroFormField& field, std::string_view key) {
   return nullptr;
 }
 
-// The texts of an array; `single` for any other value.
+// The texts of an array; `single` for a value that is not an array.
 std::vector<std::string> Texts(const ZPDFNode* value, const Chaine& single) {
   const auto* array = NodeCast<ZPDFNodeArray>(value);
   if (array == nullptr) return {single.ToString()};
@@ -86,7 +86,7 @@ bool HasNamedKids(const ZAcroFormField& field) {
 class Reporter {
  public:
   explicit Reporter(ZAcroForm& form) : form_(form), pages_(*form.Parser()) {
-    form.Fields();  // loads the objects that the fields stand in
+    form.Fields();  // loads the objects that contain the fields
     objects_ = ObjectsByValue(*form.Parser());
     const PTableau<const ZAcroFormField*> unlisted = form.PageFields();
     unlisted_.insert(unlisted.begin(), unlisted.end());

@@ -29,11 +29,11 @@ Chaine WithLF(const Chaine& text) {
 
 void FillText(ZAcroFormField& field, const Chaine& utf8, bool has_rich_text, LineEnds line_ends) {
   const bool changed = SetText(field, utf8, line_ends);
-  // A widget that carries a value of its own would go on showing it.
+  // A widget with its own value would still show it.
   for (ZAcroFormField* widget : field.Widgets()) {
     if (widget != &field && widget->HasOwnValue()) SetText(*widget, utf8, line_ends);
   }
-  // Viewers would go on showing the rich text of the former value.
+  // Viewers would still show the rich text of the old value.
   if (changed && !has_rich_text) field.Dico()->RemoveValue("/RV");
 }
 

@@ -13,9 +13,9 @@
 namespace zforms {
 namespace {
 
-// So many fields may be listed again beyond once each.
+// The least number of repeated listings of fields that is accepted.
 constexpr size_t kRepeatsAtLeast = 16;
-// What all full names together may take.
+// The limit on the length of all full names together.
 constexpr size_t kMaxNameBytes = size_t{64} << 20;
 
 }  // namespace
@@ -77,7 +77,7 @@ bool FieldTreeBuilder::IsOnPath(const ZPDFNodeDictionary* dictionary) const {
                      [dictionary](const Level& level) { return level.dictionary == dictionary; });
 }
 
-// Names the object where the element is a reference to one.
+// Names the object in the warning when the element is a reference.
 void FieldTreeBuilder::Warn(const ZPDFNode* element, const char* text) {
   if (diagnostics_ == nullptr) return;
   if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(element)) {

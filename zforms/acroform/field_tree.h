@@ -17,26 +17,25 @@ class ZPDFNode;
 class ZPDFNodeArray;
 class ZPDFNodeDictionary;
 
-// Builds fields over the dictionaries of a form's tree; for this folder's sources.
-// What no honest form has is left out, with a warning, so that the tree stays
-// within a small multiple of the file: a field that is its own ancestor, levels
-// below the 500th, fields that are listed again and again, full names without end.
+// Builds fields over the dictionaries of a form's tree; for this folder's sources. Bounds the tree to a small multiple
+// of the file's size by leaving out, with a warning: a field that is its own ancestor, levels below the 500th, fields
+// that are listed too often, and full names that are too long in total.
 class FieldTreeBuilder {
  public:
   static constexpr size_t kMaxDepth = 500;
 
-  // The form infos are given to every field; both may be null.
+  // The form infos are passed to every field; both arguments may be null.
   FieldTreeBuilder(const ZAcroFormFormInfos* form, ZDiagnostics* diagnostics);
 
-  // Fills the empty collection with the dictionaries of the array, which may be
-  // null, and everything below them. `parent` is the collection if it is a field.
+  // Fills the empty collection with the dictionaries of the array, which may be null, and everything below them.
+  // `parent` is the field whose kids they are, or null.
   void Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* array, const ZAcroFormField* parent);
 
-  // Whether the tree holds the dictionary, or has refused it.
+  // True when the dictionary is in the tree or was refused.
   bool HasMet(const ZPDFNodeDictionary* dictionary) const { return seen_.Exist(dictionary); }
-  // Adds the field of one dictionary, and everything below it, to a collection that is
-  // built. `depth` levels stand above it, whose full name has so many bytes. The names
-  // of the members stay with those that have them. Null when it is refused.
+  // Adds the field of one dictionary, and everything below it, to a collection that was built before. `depth` is the
+  // number of levels above it, followed by the length of their full name. An existing member keeps its name in lookups.
+  // Null when the field is refused.
   ZAcroFormField* AddBelow(ZAcroFormFieldCollection& into, ZPDFNodeDictionary* dictionary, const ZPDFNode* element,
                            const ZAcroFormField* parent, size_t depth, size_t name_length);
 
@@ -48,7 +47,7 @@ class FieldTreeBuilder {
 
   struct PointerHash {
     uint64_t operator()(const void* pointer) const {
-      // Nodes stand some 8 bytes apart, so the lowest bits tell nothing.
+      // Nodes are some 8 bytes apart, so the lowest bits carry no information.
       const auto address = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(pointer));
       const uint64_t mixed = (address >> 3) * 0x9E3779B97F4A7C15U;
       return mixed ^ (mixed >> 32);
@@ -65,9 +64,9 @@ class FieldTreeBuilder {
 
   const ZAcroFormFormInfos* form_;
   ZDiagnostics* diagnostics_;
-  // From the top to the field whose kids are being built.
+  // The path from the top to the field whose kids are being built.
   std::vector<Level> path_;
-  // The levels above the first of them.
+  // The number of levels above the first one.
   size_t levels_above_ = 0;
   size_t name_length_above_ = 0;
   PUniqueT<const ZPDFNodeDictionary*, PointerHash> seen_;

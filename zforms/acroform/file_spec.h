@@ -9,19 +9,19 @@ class ZPDFNodeDictionary;
 template <class Wrapper>
 class LazyWrapper;
 
-// A file specification (ISO 32000-1 7.11), of which the form model knows the kind
-// that holds a URL. A view onto the dictionary, which the document owns.
+// A file specification (ISO 32000-1 7.11); the form model supports only the kind with a URL. A view onto the
+// dictionary, which the document owns.
 class ZFORMS_API ZAcroFormFileSpec {
  public:
   virtual ~ZAcroFormFileSpec();
   ZAcroFormFileSpec(const ZAcroFormFileSpec&) = default;
   ZAcroFormFileSpec& operator=(const ZAcroFormFileSpec&) = default;
 
-  // Whether "/FS" is the name "/URL".
+  // True when "/FS" is the name "/URL".
   bool IsURL() const;
   // From the string "/F"; empty when absent.
   ZInetURL URL() const;
-  // Sets "/FS" to "/URL" and "/F" to the URL's text; other keys stay.
+  // Sets "/FS" to "/URL" and "/F" to the URL's text; keeps other keys.
   void SetURL(const ZInetURL& url);
 
  protected:

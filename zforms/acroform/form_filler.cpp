@@ -34,8 +34,8 @@ PTableau<Chaine> Lines(const Chaine& text) {
   }
 }
 
-// The values of a list box that takes several, given one by one or as the lines of
-// one text, when each is one of its options; else nothing.
+// The values for a list box with multiple selection: given one by one, or as the lines of one text, if each is one of
+// its options; else empty.
 PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, const PTableau<Chaine>& given) {
   if (field.Type() != ZAcroFormField::eChoice || (field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) {
     return {};
@@ -98,8 +98,8 @@ void FormFiller::FillField(const ZXFDFField& from, const Chaine& name) {
   }
 }
 
-// Names in ASCII are the same bytes in every encoding. Others are looked for by
-// their characters, and then by their bytes, as some forms hold UTF-8 there.
+// A name in ASCII has the same bytes in every encoding. Other names are compared by characters first, then by bytes,
+// because some forms contain UTF-8 names.
 ZAcroFormField* FormFiller::Find(const Chaine& name) {
   if (IsASCII(name)) {
     if (ZAcroFormField* field = fields_.Get(name)) return field;
@@ -122,7 +122,7 @@ void FormFiller::AddToIndex(ZAcroFormFieldCollection& fields, const Chaine& abov
   }
 }
 
-// A signature is made by signing, and a push button has no value.
+// Signatures are made by signing only, and push buttons have no value.
 bool FormFiller::IsRefused(const ZAcroFormField& field, const ZXFDFField& from) const {
   if (field.IsSignature() || field.InheritedType() == ZAcroFormField::ePushButton) return true;
   const bool holds_signature = NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/V")) != nullptr;
@@ -144,7 +144,7 @@ void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values,
   const Chaine& value = values.front();
   if (IsToggle(field)) {
     const Chaine state = ButtonState(field, value);
-    // An empty value says that nothing is chosen, as no value does.
+    // An empty value means that nothing is chosen; so does an absent value.
     if (!value.IsEmpty() || field.HasValue()) field.SetValue(state);
     ShowButtonState(field, state);
     return;

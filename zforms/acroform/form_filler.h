@@ -12,23 +12,23 @@ namespace zforms {
 class ZAcroFormField;
 class ZDiagnostics;
 
-// Writes the values of an XFDF document's fields, which are UTF-8, into the fields
-// of a form; for this folder's sources. Lives for one filling.
+// Writes the values of an XFDF document's fields, which are UTF-8, into the fields of a form; for this folder's
+// sources. Used for one filling.
 class FormFiller {
  public:
   enum class Target { kValue, kDefaultValue };
 
   FormFiller(ZAcroFormFieldCollection& fields, Target target, ZDiagnostics* diagnostics);
 
-  // Passes over fields of the data that have no value, without their names: deep ones would
-  // cost much for nothing. They are not among the unmatched then.
+  // Skips fields of the data without a value and does not build their full names, which are expensive for deep fields.
+  // They are then not among the unmatched ones.
   void SkipEmpty() { skips_empty_ = true; }
-  // Fills from every field of the collection, a field before those in it.
+  // Fills from every field of the collection, parents before children.
   void Fill(const ZXFDFFieldCollection& from) { Fill(from, Chaine()); }
 
-  // How many fields were given what the document says, whether it changed or not.
+  // The number of fields that were given a value, changed or not.
   size_t Filled() const { return filled_; }
-  // The full names that no field has, and those of fields that are never filled.
+  // The full names that no field of the form has, and those of fields that are never filled.
   PTableau<Chaine> Unmatched() const { return {unmatched_.begin(), unmatched_.end()}; }
   PTableau<Chaine> Refused() const { return {refused_.begin(), refused_.end()}; }
 
@@ -52,7 +52,7 @@ class FormFiller {
   size_t filled_ = 0;
   PUniqueT<Chaine> unmatched_;
   PUniqueT<Chaine> refused_;
-  // Built when a name is first looked for by its characters.
+  // Built when a name is first compared by characters.
   std::unique_ptr<NameIndex> index_;
 };
 

@@ -9,17 +9,15 @@ namespace zforms {
 
 class ZPDFNodeDictionary;
 
-// The document's interactive form dictionary, "/AcroForm" (ISO 32000-1 12.7.2),
-// with what holds for the whole form. A view onto the dictionary, which the
-// document owns.
+// The document's interactive form dictionary, "/AcroForm" (ISO 32000-1 12.7.2), with the settings of the whole form. A
+// view onto the dictionary, which the document owns.
 class ZFORMS_API ZAcroFormFormInfos {
  public:
   virtual ~ZAcroFormFormInfos();
   ZAcroFormFormInfos(const ZAcroFormFormInfos&) = default;
   ZAcroFormFormInfos& operator=(const ZAcroFormFormInfos&) = default;
 
-  // "/NeedAppearances": whether viewers are to draw the fields' values anew; false
-  // when absent.
+  // "/NeedAppearances": true when viewers must draw the fields' values again; false when absent.
   bool NeedAppearances() const;
   void SetNeedAppearances(bool need);
   // "/DA", the default appearance of the fields' texts; empty when absent.
@@ -31,7 +29,7 @@ class ZFORMS_API ZAcroFormFormInfos {
 
   ZPDFNodeDictionary* Dico() { return dictionary_; }
   const ZPDFNodeDictionary* Dico() const { return dictionary_; }
-  // Marks the dictionary alone, nothing below it.
+  // Marks only the dictionary itself, not the nodes below it.
   void SetModified(bool modified);
 
  protected:

@@ -5,15 +5,13 @@
 
 namespace zforms {
 
-// Holds a wrapper that is built over a node when it is first asked for. As long
-// as the node stays the same, so does the wrapper; when the key that leads to the
-// node was given another value, a new wrapper takes its place. Copies share the
-// wrapper. A wrapper class with a protected constructor befriends this one; an
-// abstract one chooses the class by its Alloc.
+// Holds a wrapper that is built over a node on first use. The wrapper is kept as long as the node is the same; when the
+// key that leads to the node gets another value, a new wrapper replaces it. Copies share the wrapper. A wrapper class
+// with a protected constructor declares this one a friend; an abstract one selects the class in its Alloc.
 template <class Wrapper>
 class LazyWrapper {
  public:
-  // The wrapper over the node; null over a null node.
+  // The wrapper over the node; null for a null node.
   template <class Node>
   Wrapper* Over(Node* node) const {
     if (node == nullptr) {

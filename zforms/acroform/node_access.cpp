@@ -20,7 +20,7 @@ Chaine ScalarText(const ZPDFNode* value) {
   return {};
 }
 
-// Elements may be encoded differently, so they are joined as UTF-8.
+// Elements may have different encodings, so they are joined as UTF-8.
 Chaine JoinedText(const ZPDFNodeArray& array) {
   if (array.Size() == 1) return ScalarText(array.GetTargetAt(0));
   Chaine joined;

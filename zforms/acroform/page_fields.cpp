@@ -9,7 +9,7 @@ namespace zforms {
 PTableau<const ZAcroFormField*> PageFieldFinder::Find(ZPDFNodeDictionary& catalog) {
   for (ZPDFNodeDictionary* page : PagesOf(catalog)) {
     ZPDFNodeArray* annotations = ArrayAt(*page, "/Annots");
-    // Several pages may have one list.
+    // Several pages may share one list.
     if (!lists_.insert(annotations).second) continue;
     for (size_t i = 0; annotations != nullptr && i < annotations->Size(); i++) {
       auto* annotation = NodeCast<ZPDFNodeDictionary>(annotations->GetTargetAt(i));
@@ -26,7 +26,7 @@ void PageFieldFinder::Add(ZPDFNodeDictionary* widget, const ZPDFNode* element) {
   PTableau<ZPDFNodeDictionary*> chain = ChainFrom(widget, &above);
   Place place = PlaceOf(above);
   bool is_top = true;
-  // From the top down: what a field lists among its kids comes with it.
+  // Adds from the top down: adding a field also adds its kids.
   while (!chain.empty() && (above == nullptr || place.field != nullptr)) {
     above = chain.back();
     if (!builder_.HasMet(above)) {
@@ -44,8 +44,7 @@ void PageFieldFinder::Add(ZPDFNodeDictionary* widget, const ZPDFNode* element) {
   hopeless_.insert(chain.begin(), chain.end());
 }
 
-// Null without a parent, and where "/Parent" leads to what is no field: some widgets
-// have their page there.
+// Null when there is no parent, or when "/Parent" is not a field: some widgets have their page there.
 ZPDFNodeDictionary* PageFieldFinder::ParentOf(ZPDFNodeDictionary& dictionary) const {
   ZPDFNodeDictionary* parent = DictionaryAt(dictionary, "/Parent");
   const bool is_field =

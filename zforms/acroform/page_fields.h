@@ -9,20 +9,19 @@
 
 namespace zforms {
 
-// Adds to a form the fields that its pages alone know: widgets among the annotations
-// ("/Annots") that "/Fields" does not lead to, though they have a type ("/FT") or a
-// parent. Some producers list one of the radio buttons of a group alone, others
-// lose fields when they join or cut files. For this folder's sources.
+// Adds the fields to a form that are found only on its pages: widgets among the annotations ("/Annots") that "/Fields"
+// does not lead to, and that have a type ("/FT") or a parent. Some producers list only one of the radio buttons of a
+// group; others lose fields when they join or split files. For this folder's sources.
 class PageFieldFinder {
  public:
-  // The fields of the form as the builder has just built them.
+  // `fields` are the fields of the form that the builder has just built.
   PageFieldFinder(FieldTreeBuilder& builder, ZAcroFormFieldCollection& fields) : builder_(builder), fields_(fields) {}
 
-  // The fields that were added, without those below them.
+  // Returns the fields that were added, without those below them.
   PTableau<const ZAcroFormField*> Find(ZPDFNodeDictionary& catalog);
 
  private:
-  // A field of the form, with the levels down to it and the bytes of its full name.
+  // A field of the form, with its depth and the length of its full name.
   struct Place {
     ZAcroFormField* field = nullptr;
     size_t depth = 0;
@@ -30,8 +29,8 @@ class PageFieldFinder {
   };
 
   void Add(ZPDFNodeDictionary* widget, const ZPDFNode* element);
-  // What stands above the dictionary and is not in the form, itself first; empty when
-  // that leads nowhere. `above` becomes the dictionary of the form that comes next.
+  // The dictionary and its ancestors that are not in the form, itself first; empty when these lead nowhere. `above`
+  // becomes the next ancestor, which is in the form.
   PTableau<ZPDFNodeDictionary*> ChainFrom(ZPDFNodeDictionary* dictionary, const ZPDFNodeDictionary** above);
   ZPDFNodeDictionary* ParentOf(ZPDFNodeDictionary& dictionary) const;
   Place PlaceOf(const ZPDFNodeDictionary* dictionary);
@@ -43,7 +42,7 @@ class PageFieldFinder {
   // Built when the first field is found.
   bool is_indexed_ = false;
   std::unordered_map<const ZPDFNodeDictionary*, Place> places_;
-  // What was looked at in vain.
+  // Dictionaries that were tried without success.
   std::unordered_set<const ZPDFNodeDictionary*> hopeless_;
   PTableau<const ZAcroFormField*> added_;
 };

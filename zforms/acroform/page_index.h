@@ -14,8 +14,7 @@ class ZPDFNodeArray;
 class ZPDFNodeDictionary;
 class ZPDFParser;
 
-// The pages on which the annotations of a document stand, by walking the page tree
-// once.
+// Finds the page of each annotation of a document, by one walk over the page tree.
 class ZFORMS_API PageIndex {
  public:
   explicit PageIndex(const ZPDFParser& parser);

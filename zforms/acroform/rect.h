@@ -8,9 +8,8 @@ class ZPDFNodeArray;
 template <class Wrapper>
 class LazyWrapper;
 
-// A widget's rectangle, "/Rect" (ISO 32000-1 7.9.5), in points. A view onto the
-// array, which the document owns. Nothing is normalised: a rectangle stored with
-// its corners swapped has a negative width or height. Missing elements read as 0.
+// A widget's rectangle, "/Rect" (ISO 32000-1 7.9.5), in points. A view onto the array, which the document owns. Nothing
+// is normalised: a rectangle with swapped corners has a negative width or height. Missing elements read as 0.
 class ZFORMS_API ZAcroFormRect {
  public:
   virtual ~ZAcroFormRect();

@@ -8,16 +8,15 @@ namespace zforms {
 
 class ZPDFNodeDictionary;
 
-// How a viewer shows the document, "/ViewerPreferences" of the catalog (ISO
-// 32000-1 12.2). A view onto the dictionary, which the document owns. Absent
-// preferences are false; setters write only what changes.
+// The viewer preferences, "/ViewerPreferences" of the catalog (ISO 32000-1 12.2). A view onto the dictionary, which the
+// document owns. Absent preferences are false; setters write only changes.
 class ZFORMS_API ZAcroFormViewerInfos {
  public:
   virtual ~ZAcroFormViewerInfos();
   ZAcroFormViewerInfos(const ZAcroFormViewerInfos&) = default;
   ZAcroFormViewerInfos& operator=(const ZAcroFormViewerInfos&) = default;
 
-  // Each by the key of its name.
+  // Each reads the key of the same name.
   bool HideToolbar() const { return Get("/HideToolbar"); }
   void SetHideToolbar(bool hide) const { Set("/HideToolbar", hide); }
   bool HideMenubar() const { return Get("/HideMenubar"); }
@@ -33,9 +32,9 @@ class ZFORMS_API ZAcroFormViewerInfos {
 
   ZPDFNodeDictionary* Dico() { return dictionary_; }
   const ZPDFNodeDictionary* Dico() const { return dictionary_; }
-  // Whether the dictionary or anything in it is marked.
+  // True when the dictionary or a node below it is marked.
   bool IsModified() const;
-  // Marks the dictionary alone, nothing below it.
+  // Marks only the dictionary itself, not the nodes below it.
   void SetModified(bool modified);
 
  protected:

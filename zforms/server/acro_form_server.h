@@ -23,21 +23,20 @@ class ZPDFEmail;
 class ZTemplateStorage;
 class ZXFDF;
 
-// ZAcroFormServer hands PDF forms to a reader on the same machine and receives what
-// the reader submits. Its addresses are http://localhost:PORT/App/acroform/ for the
-// forms and /App/xfdf/ for what is submitted, App being the host's short name.
+// ZAcroFormServer serves PDF forms to a reader on the same machine and receives what the reader submits. Its addresses
+// are http://localhost:PORT/App/acroform/ for the forms and /App/xfdf/ for submissions, where App is the host's short
+// name.
 //
-// The host's thread makes, starts, stops and deletes it, shows forms and changes the
-// folder; what is const may be called by any thread but Show, Print and Email.
+// The host's thread creates, starts, stops and deletes it, shows forms and changes the folder. Const functions may be
+// called by any thread, except Show, Print and Email.
 class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
  public:
   using Form = ZAcroFormServerForm;
   using XFDFBuilder = ZAcroFormServerXFDFBuilder;
   using FolderInfos = ZXFDFFolderInfos;
 
-  // Serves the templates of the folder `storage` (see ZTemplateStorage) on the port;
-  // 0 takes a free one. `folder` and `exercice` are the host's current folder and
-  // financial year. What the services point to outlives the server.
+  // Serves the templates of the folder `storage` (see ZTemplateStorage) on the port; 0 chooses a free one. `folder` and
+  // `exercice` are the host's current folder and financial year. The services must outlive the server.
   ZAcroFormServer(uint16_t port, const Chaine& storage, uint64_t folder, int32_t exercice,
                   const ZHostServices& services);
   ~ZAcroFormServer() override;
@@ -48,18 +47,18 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   Chaine PDFRoot() const;
   Chaine XFDFRoot() const;
 
-  // Registers the host's handler, which gets the current folder; null takes it away.
-  // With `own` the server deletes it. Not while the server runs.
+  // Registers the host's handler, which gets the current folder; null removes it. With `own` the server deletes it. Do
+  // not call it while the server runs.
   void SetXFDFHandler(ZAcroFormServerXFDFHandler* handler, bool own);
   ZAcroFormServerPDFHandler& PDFHandler() const { return *pdf_handler_; }
 
-  // Forms that are out keep the folder that they were opened in.
+  // Forms that were sent before keep the folder in which they were opened.
   void SetCurrentFolder(uint64_t folder, int32_t exercice);
   uint64_t CurrentFolder() const { return CurrentFolderInfos().id; }
   int32_t CurrentExercice() const { return static_cast<int32_t>(CurrentFolderInfos().exercice); }
   FolderInfos CurrentFolderInfos() const;
 
-  // Sets protocol, server and port to this server's; a local file's URL stays as it is.
+  // Sets protocol, server and port to this server's; a local file's URL is not changed.
   void UpdateURL(ZInetURL& url) const;
 
   // See ZAcroFormServerPDFHandler.
@@ -74,35 +73,34 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   bool EmailXFDF(const ZXFDF& xfdf, const ZPDFEmail& mail) const;
   const ZTemplateStorage& Storage() const;
 
-  // Where the form's button of the status posts to: "save.cgi" to be modified, else
-  // "modify.cgi"; with the code when it is not empty.
+  // The URL to which the form's button of that status submits: "save.cgi" for forms to be modified, else "modify.cgi";
+  // includes the code when it is not empty.
   ZInetURL GetXFDFURL(ZDocument::Status status, const Chaine& code) const;
-  // Opens the form in the reader, or filled in the host's own window. False without
-  // a handler for what is submitted.
+  // Opens the form in the reader, or filled in the host's own window. False without a handler for submissions.
   bool ShowXFDF(const ZXFDF& xfdf, bool external) const;
   bool ShowXFDF(const ZXFDF& xfdf, ZDocument::Status status, bool external) const;
 
-  // Told of each template when it is loaded, before it is filled and handed out; on any
-  // thread. A host may take away what readers would show instead of the fields. Does nothing.
+  // Called for each template after it was loaded, before it is filled and sent; on any thread. A host may remove
+  // content that readers would show in place of the fields. The default does nothing.
   virtual void PrepareTemplate(ZAcroForm& form) const;
 
   // A builder for the code; null when its template cannot be read.
   ZCountedPtr<XFDFBuilder> GetXFDFBuilder(const Chaine& code) const;
 
-  // Whether a reader of version 8 or later is there; see VerifyReaderVersion.
+  // True when a reader of version 8 or later is installed; see VerifyReaderVersion.
   static bool VerifyAdobeReaderVersion(bool show_message, const ZHostServices& services);
 
-  // Whether the reader is there and the user wants the server to start.
+  // True when the reader is installed and the user agrees to start the server.
   bool NotifyStart() override;
   void NotifyErrorStart(int error) override;
-  // Warns of each refused request but those for "/favicon.ico".
+  // Shows a warning for each refused request except those for "/favicon.ico".
   void NotifyIntrusion(const sIntrusionInfos& infos) override;
   void NotifyStop() override;
 
  private:
   ZHostServices services_;
   std::atomic<ZAcroFormServerXFDFHandler*> xfdf_handler_ = nullptr;
-  ZAcroFormServerPDFHandler* pdf_handler_;  // owned as a page
+  ZAcroFormServerPDFHandler* pdf_handler_;  // owned as a page handler
   mutable CCriticalSection section_;
   FolderInfos folder_;
 };

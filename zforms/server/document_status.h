@@ -4,11 +4,11 @@
 
 namespace zforms {
 
-// ZDocument is a document of the host; the form server cares for its status alone.
+// ZDocument is a document of the host; the form server needs only its status.
 class ZDocument {
  public:
-  // How a form is shown: to be filled in and saved; to be read, with a button that
-  // asks to modify it; to be read only. What is printed is served as read only.
+  // How a form is shown: for filling in and saving; for reading, with a button to modify it; read-only. A form to be
+  // printed is served read-only.
   enum Status : uint8_t { eModify, eConsult, eReadOnly, ePrint };
 };
 

@@ -9,11 +9,11 @@
 
 namespace zforms {
 
-// Bytes made from files, kept until the file changes. When it grows too large it
-// starts anew: a host has few templates. Any thread.
+// A cache of bytes made from files, valid until the file changes. When it grows too large it is emptied, since a host
+// has few templates. Any thread may use it.
 class FormCache {
  public:
-  // False when there are none of that key for this state of the file.
+  // False when the cache has no bytes for this key and this state of the file.
   bool Find(const Chaine& key, const ZFileStamp& stamp, Chaine* bytes) const;
   void Keep(const Chaine& key, const ZFileStamp& stamp, const Chaine& bytes);
 

@@ -6,9 +6,9 @@
 
 namespace zforms {
 
-// The texts that the form server shows to the user, by number; French, in UTF-8.
+// The texts that the form server shows to the user, by number; in French, UTF-8.
 enum class eServerMessage : uint16_t {
-  eStartFailed = 900,   // "%d" stands for the system's error
+  eStartFailed = 900,   // "%d" is replaced by the system's error
   eReaderMissing = 911  // a reader of version 8 is needed
 };
 

@@ -27,7 +27,7 @@ const char* ActionOf(ZDocument::Status status) {
   return status == ZDocument::eConsult ? "consult" : "readonly";
 }
 
-// What the fields do not take is left out, and stands in the form's diagnostics.
+// Values that fields refuse are left out and reported in the form's diagnostics.
 void Fill(const ZXFDF& xfdf, ZAcroForm* form) {
   ZCheckedFiller filler(*form);
   filler.SetDefaultsToo(true);
@@ -37,7 +37,7 @@ void Fill(const ZXFDF& xfdf, ZAcroForm* form) {
   form->SetNeedAppearances(true);
 }
 
-// The last part of a code that looks like a path, as a name for a file.
+// A file name from the last part of a code that looks like a path.
 Chaine FileNameFor(const Chaine& code) {
   const size_t slash = code.View().find_last_of("/\\");
   Chaine name = ZInetURL::Encode(slash == std::string_view::npos ? code : code.Mid(slash + 1));
@@ -131,7 +131,7 @@ bool ZAcroFormServerPDFHandler::FillForm(const ZXFDF& xfdf, ZAcroFormServerForm*
 
 bool ZAcroFormServerPDFHandler::BuildPDFFromXFDF(const ZXFDF& xfdf, const Chaine& path) const {
   ZAcroFormServerForm form;
-  // Without a path there is no file that the form came from to save to.
+  // Without a path there is no file to save to.
   return !path.IsEmpty() && FillForm(xfdf, &form) && form.Save(path);
 }
 
@@ -184,7 +184,7 @@ bool ZAcroFormServerPDFSession::SetURL(const ZInetURL& url, const Chaine& method
   const Chaine path = handler_->PDFLocalFilePathName(code);
   if (path.IsEmpty() || !StampOfFile(path, &stamp_)) return Fail(404);
   const ZDocument::Status status = ZAcroFormServerPDFHandler::StatusFromURL(url);
-  // The submit URL holds all else that the form depends on.
+  // The submit URL contains everything else that the form depends on.
   key_ = "form " + FormatInt(status) + " " + HTTPServer()->GetXFDFURL(status, code).AsChaine() + " " + path;
   is_made_ = handler_->cache_->Find(key_, stamp_, &bytes_);
   if (is_made_) return true;

@@ -18,17 +18,16 @@ class ZAcroFormServerPDFSession;
 class ZPDFEmail;
 class ZXFDF;
 
-// ZAcroFormServerPDFHandler answers a reader's GET of a form: it finds the template
-// of the parameter "code", puts it into the display mode of the parameter "Action",
-// points its submit buttons at the server and sends it. It fills templates for
-// printing, mailing and saving too; that is for the host's thread, the rest for any.
+// ZAcroFormServerPDFHandler answers a reader's GET of a form: it finds the template of the parameter "code", sets the
+// display mode of the parameter "Action", makes its submit buttons post to the server and sends it. It also fills
+// templates for printing, mailing and saving; only the host's thread may call these, any thread the rest.
 //
-// The server owns it. Failures are false; nothing is shown to the user.
+// The server owns it. Failures return false; nothing is shown to the user.
 class ZFORMS_API ZAcroFormServerPDFHandler : public ZHTTPServerPageBase {
  public:
   using CSession = ZAcroFormServerPDFSession;
 
-  // `root` is the path below which it is registered. The server outlives it.
+  // `root` is the path below which it is registered. The server must outlive it.
   ZAcroFormServerPDFHandler(ZAcroFormServer* server, const Chaine& storage, const Chaine& root);
   ~ZAcroFormServerPDFHandler() override;
 
@@ -40,25 +39,24 @@ class ZFORMS_API ZAcroFormServerPDFHandler : public ZHTTPServerPageBase {
 
   // The parameter "code"; empty when absent.
   static Chaine CodeNameFromURL(const ZInetURL& url);
-  // The parameter "Action"; read-only when it is absent or unknown.
+  // The parameter "Action"; read-only when absent or unknown.
   static ZDocument::Status StatusFromURL(const ZInetURL& url);
-  // Where the form of the code is served in the status.
+  // The URL at which the form of the code is served in that status.
   ZInetURL GetPDFURL(const Chaine& code, ZDocument::Status status) const;
-  // Completes the URL of a form with server and "Action"; a local file's stays as it is.
+  // Adds server and "Action" to the URL of a form; does not change a local file's URL.
   void UpdateURLPDF(ZInetURL& url, ZDocument::Status status) const;
   // The path of the code's template; empty when there is none.
   Chaine PDFLocalFilePathName(const Chaine& code) const;
   Chaine PDFLocalFilePathName(const ZInetURL& url) const;
 
-  // Loads the code's template, fills it, has its buttons post to the server, and sets
-  // its display mode. False when there is no such template or it cannot be loaded.
-  // Values that a field does not take are warnings of the form.
+  // Loads the code's template, fills it, makes its buttons post to the server, and sets its display mode. False when
+  // the template does not exist or cannot be loaded. Values that a field refuses give warnings of the form.
   bool PrepareForm(const ZXFDF& xfdf, const Chaine& code, ZDocument::Status status, ZAcroFormServerForm* form) const;
 
   // Saves the filled form, read-only, to the path.
   bool BuildPDFFromXFDF(const ZXFDF& xfdf, const Chaine& path) const;
   bool PrintXFDF(const ZXFDF& xfdf) const;
-  // False at once where the host runs for somebody elsewhere.
+  // False at once when the host runs on a server for a remote user.
   bool EmailXFDF(const ZXFDF& xfdf, const ZPDFEmail& mail) const;
 
  private:
@@ -94,7 +92,7 @@ class ZFORMS_API ZAcroFormServerPDFSession : public ZHTTPServerPageSession {
 
   const ZAcroFormServerPDFHandler* handler_;
   ZAcroFormServerForm form_;
-  // What was served last time for the same URL and template; else the form is loaded.
+  // The bytes served last time for the same URL and template, from the cache; else empty.
   Chaine bytes_;
   bool is_made_ = false;
   Chaine key_;

@@ -13,7 +13,7 @@ namespace zforms {
 namespace {
 
 constexpr uint16_t kMinReaderVersion = 8;
-// Under which readers register themselves, the newest first.
+// The class identifiers that readers register, the newest first.
 constexpr const char* kReaderClasses[] = {"{CA8A9780-280D-11CF-A24D-444553540000}",
                                           "{06849E9F-C8D7-4D59-B87D-784B7D6BE0B3}",
                                           "{18DF081C-E8AD-4283-A596-FA578C2EBDC3}"};

@@ -6,8 +6,8 @@
 namespace zforms {
 namespace {
 
-// Bits 2 to 5 and 9 to 11, counted from 0: printing, changing, copying, annotating
-// and what belongs to them (ISO 32000-1 table 22).
+// Bits 2 to 5 and 9 to 11, counted from 0: printing, changing, copying, annotating and related permissions (ISO 32000-1
+// table 22).
 constexpr uint32_t kModifyPermissions = 0xFFFFF1C3;
 
 bool IsButtonOf(const ZAcroFormField& field, ZDocument::Status status) {
@@ -27,7 +27,7 @@ Map ButtonsOf(const Fields& fields, ZDocument::Status status) {
   return buttons;
 }
 
-// Whether the field or one of its widgets submits the form.
+// True when the field or one of its widgets submits the form.
 bool Submits(const ZAcroFormField& field) {
   if (field.IsSubmitFormButton()) return true;
   for (uint32_t i = 0; i < field.Size(); i++) {
@@ -36,8 +36,8 @@ bool Submits(const ZAcroFormField& field) {
   return false;
 }
 
-// `inherited` are the flags that hold above, as they were. A field that has none of
-// its own gets these with the bit, since those above change as well.
+// `inherited` are the flags inherited from above before the change. A field without its own flags gets these with the
+// bit set, because the flags above it change as well.
 void SetReadOnlyBelow(ZAcroFormFieldCollection& fields, uint32_t inherited) {
   for (uint32_t i = 0; i < fields.Size(); i++) {
     ZAcroFormField& field = *fields.GetAt(i);

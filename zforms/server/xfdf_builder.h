@@ -13,22 +13,21 @@ namespace zforms {
 class ZAcroFormServer;
 class ZPDFParser;
 
-// ZAcroFormServerXFDFBuilder makes the XFDF document with which a form is opened: the
-// mapper's values, the form's address on the server, its identifiers, and the host's
-// software and folder. It reads the form's template when it is made. The server
-// outlives it; one thread at a time.
+// ZAcroFormServerXFDFBuilder makes the XFDF document with which a form is opened: the mapper's values, the form's URL
+// on the server, its identifiers, and the host's software and folder. Its constructor reads the form's template. The
+// server must outlive it; one thread at a time.
 class ZFORMS_API ZAcroFormServerXFDFBuilder : public ZXFDFMapper, public virtual ZCountedUnknown {
  public:
   ZAcroFormServerXFDFBuilder(const ZAcroFormServer* server, const Chaine& code);
 
   const Chaine& PDFFullCodeName() const { return code_; }
   Chaine PDFLocalFilePathName() const;
-  // The form's address in the status to be modified.
+  // The form's URL for eModify.
   ZInetURL PDFURL() const;
   // Whether the template was read.
   bool HasPDF() const;
-  // Reads the maps from the mapping names of the template's fields; those without a
-  // rubric belong to the one named. False without a template or form.
+  // Reads the maps from the mapping names of the template's fields; names without a rubric get the default one. False
+  // without a template or form.
   bool SetAutoMap(const Chaine& default_rubric, bool known_rubrics_only);
   // Empty without a template.
   ZXFDF CreateXFDF() const;

@@ -17,12 +17,12 @@
 namespace zforms {
 namespace {
 
-// "°_" in UTF-8, and in windows-1252, whose bytes end the former.
+// "°_" in UTF-8, and in windows-1252, whose bytes are the end of the UTF-8 ones.
 constexpr std::string_view kMarkUTF8 = "\xC2\xB0_";
 constexpr std::string_view kMark = "\xB0_";
-// By which shells choose a program.
+// The file name extension by which shells choose a program.
 constexpr std::string_view kSuffix = ".pdf";
-// Which opens an XFDF document only when it runs already.
+// A reader that opens an XFDF document only when it is already running.
 constexpr std::string_view kShyReader = "AcroRd32";
 constexpr uint16_t kMinReaderVersion = 8;
 
@@ -108,7 +108,7 @@ bool ZAcroFormServerXFDFHandler::ShowFilled(const ZXFDF& xfdf) {
                      server_->PrepareForm(xfdf, code, ZAcroFormServerPDFHandler::StatusFromURL(href), &form) &&
                      form.Save(out);
   if (!ready) return false;
-  // No two copies get the same name.
+  // Makes sure that no two copies get the same name.
   last_tick_ = std::max(TickCount(), last_tick_ + 1);
   const Chaine name = FormatUInt(last_tick_) + kMarkUTF8 + ZInetURL::Encode(code) + kSuffix;
   const Chaine path = services.temp_folder->Write(name, bytes);

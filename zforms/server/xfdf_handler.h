@@ -18,8 +18,8 @@ namespace zforms {
 class ZAcroFormServer;
 class ZAcroFormServerXFDFHandler;
 
-// What was submitted to be saved, on its way to the host's thread. The host derives
-// from it and stores the data in OnIdleMessage.
+// A submission to be saved, on its way to the host's thread. The host derives from it and stores the data in
+// OnIdleMessage.
 class ZFORMS_API ZAcroFormServerSaveXFDFMessage : public ZIdleMessage {
  public:
   ZAcroFormServerSaveXFDFMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted)
@@ -27,10 +27,9 @@ class ZFORMS_API ZAcroFormServerSaveXFDFMessage : public ZIdleMessage {
 
   // The request's path and parameters.
   const ZInetURL& URL() const { return url_; }
-  // The document as it was submitted, in the folder and with the count that it was
-  // submitted with.
+  // The submitted document, with the folder and count of the submission.
   const ZXFDF& XFDF() const { return xfdf_; }
-  // Whether the host's session accepted it.
+  // True when the host's session accepted it.
   bool DataIsOK() const { return accepted_; }
 
  protected:
@@ -42,8 +41,8 @@ class ZFORMS_API ZAcroFormServerSaveXFDFMessage : public ZIdleMessage {
   bool accepted_;
 };
 
-// One submission. The reader gets the form again: after a save that was accepted to
-// be consulted, else to be modified. The host derives from it.
+// One submission. The reader gets the form back: after an accepted save in status eConsult, else in eModify. The host
+// derives from it.
 class ZFORMS_API ZAcroFormServerXFDFSession : public ZHTTPServerPageXFDFSession {
  public:
   using CSaveXFDFMessage = ZAcroFormServerSaveXFDFMessage;
@@ -53,23 +52,22 @@ class ZFORMS_API ZAcroFormServerXFDFSession : public ZHTTPServerPageXFDFSession 
 
   // 404 outside a folder and for other pages than "save.cgi" and "modify.cgi".
   bool SetURL(const ZInetURL& url, const Chaine& method) override;
-  // 409 for what CheckSession refuses, or what has no session.
+  // 409 for a document without session infos, or refused by CheckSession.
   bool SetFullRequest(ZHTTPReadRequest& request) override;
-  // Posts the message of a save, exactly once, then answers; 404 without the template.
+  // Posts the message of a save exactly once, then answers; 404 when the template is missing.
   void SendPage(ZHTTPSendResponse& response) override;
 
-  // Not without session infos. A host that overrides it spares itself the reading of long
-  // documents that CheckSession would refuse.
+  // False without session infos. A host may override it to avoid reading long documents that CheckSession would refuse.
   bool IsWorthReading(const ZXFDFSessionInfos* infos) override;
-  // Whether the submitted session is a live one of the host; SetReason says to the log why not.
+  // True when the submitted session is a live one of the host; otherwise pass the reason for the log to SetReason.
   virtual bool CheckSession(const ZXFDF::SessionInfos& infos) = 0;
-  // Whether the host takes what is to be saved. Called once; the host asks the
-  // transaction manager here, giving it ReceivedXFDF() so that the count is raised in it.
+  // True when the host accepts the submission to be saved. Called once. Here the host calls the transaction manager
+  // with ReceivedXFDF(), so that the document's count is increased.
   virtual bool AcceptSave() = 0;
-  // A new message, whose reference the caller takes over.
+  // Creates a message; the caller takes over its reference.
   virtual CSaveXFDFMessage* CreateSaveMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) = 0;
 
-  // By the request's URL.
+  // The status that the request's URL belongs to.
   ZDocument::Status Action() const;
   ZAcroFormServer* HTTPServer() const;
   ZXFDFTransaction& TransactionManager() const;
@@ -82,8 +80,8 @@ class ZFORMS_API ZAcroFormServerXFDFSession : public ZHTTPServerPageXFDFSession 
   ZAcroFormServerXFDFHandler* handler_;
 };
 
-// ZAcroFormServerXFDFHandler receives what readers submit. The host derives from it
-// to give its own sessions. The server outlives it.
+// ZAcroFormServerXFDFHandler receives the submissions of readers. The host derives from it to create its own sessions.
+// The server must outlive it.
 class ZFORMS_API ZAcroFormServerXFDFHandler : public ZHTTPServerPageXFDF {
  public:
   using CSession = ZAcroFormServerXFDFSession;
@@ -98,24 +96,22 @@ class ZFORMS_API ZAcroFormServerXFDFHandler : public ZHTTPServerPageXFDF {
   ZXFDFTransaction& TransactionManager() { return transactions_; }
 
   ZInetURL GetXFDFURL(ZDocument::Status status, const Chaine& code) const;
-  // "save.cgi" is for what is modified, "modify.cgi" for what is consulted; all else
-  // is read only.
+  // eModify for "save.cgi", eConsult for "modify.cgi", else eReadOnly.
   static ZDocument::Status GetDisplayMode(const ZInetURL& url);
-  // The code in the name of a local copy that ShowXFDF made, which follows the mark
-  // "°_", without the suffix ".pdf"; empty for other URLs.
+  // The code in the name of a local copy made by ShowXFDF: the part after the mark "°_", without the suffix ".pdf";
+  // empty for other URLs.
   static Chaine CodeNameFromFileURL(const ZInetURL& url);
 
-  // Completes the document's reference with this server, or has it name the form in
-  // the status; that of a local file stays as it is.
+  // Sets the document's reference to this server, or to the form in that status; a reference to a local file is not
+  // changed.
   void UpdatePDFHRef(ZXFDF& xfdf) const;
   void UpdatePDFHRef(ZXFDF& xfdf, ZDocument::Status status) const;
 
-  // Opens the document in the program for XFDF, which fetches the form from this server,
-  // or (not external) fills the form and opens that in the program for PDF. On the host's
-  // thread.
+  // Opens the document in the program for XFDF, which fetches the form from this server; or, if not external, fills the
+  // form and opens it in the program for PDF. Call it on the host's thread.
   bool ShowXFDF(const ZXFDF& xfdf, bool external);
   bool ShowXFDF(const ZXFDF& xfdf, ZDocument::Status status, bool external);
-  // Writes the document to the file "temp.xfdf" and gives it to its program.
+  // Writes the document to the file "temp.xfdf" and opens it in its program.
   static bool ExecXFDF(const ZXFDF& xfdf, const char* verb, const ZHostServices& services);
 
  private:

@@ -13,14 +13,14 @@
 namespace zforms {
 namespace {
 
-// Session infos are read anew for each of their parameters; a host's are short.
+// Session infos are parsed again for each of their parameters, so their length is limited; a host's are short.
 constexpr size_t kMaxSessionInfos = size_t{64} << 10;
 constexpr char kPost[] = "POST";
-// Reading less costs less than looking at it before.
+// A shorter text is read without a survey first, as that is cheaper.
 constexpr size_t kLongText = size_t{64} << 10;
 
-// How long a literal string of the text is: in PDFDocEncoding where all characters are of
-// Latin-1, else in UTF-16, and with a backslash before some.
+// The length of a literal string of the text in a PDF: in PDFDocEncoding when all characters are in Latin-1, else in
+// UTF-16, plus backslashes.
 uint64_t SizeInPDF(std::string_view text) {
   uint64_t characters = 0;
   uint64_t escapes = 0;
@@ -104,7 +104,7 @@ bool ZHTTPServerPageXFDFSession::Read(const Chaine& body) {
 bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
   if (!ZHTTPServerPageSession::SetFullRequest(request)) return false;
   if (request.ContentLength() != 0) {
-    // Only what is posted is to change anything (RFC 9110 9.3.1, 9.3.3).
+    // Only POST may change anything (RFC 9110 9.3.1, 9.3.3).
     if (Method() != kPost) {
       Refuse(405, "a form is submitted by POST");
       return false;

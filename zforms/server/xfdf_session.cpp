@@ -8,7 +8,7 @@
 namespace zforms {
 namespace {
 
-// A filled form has each value twice, and may have a character of one byte as four.
+// A filled form contains each value twice, and may need four bytes for a character of one byte.
 constexpr size_t kLong = size_t{1} << 20;
 constexpr size_t kGrowth = 8;
 constexpr char kNoSession[] = "it has no session";
@@ -82,7 +82,7 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
   if (!HTTPServer()->PrepareForm(answer, code, status, &form)) {
     return Refuse(404, "the template of the form is missing or cannot be read");
   }
-  // Room for values that are long is asked for at once: growing into it would take it twice.
+  // Reserves the memory for long values at once: growing the buffer would need twice as much.
   Chaine bytes;
   if (XFDFSize() > kLong) bytes.Reserve(kGrowth * XFDFSize());
   ZInetChaineOStream out(bytes);
@@ -92,7 +92,7 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
   SendRawData(response, bytes, "application/pdf", Chaine());
 }
 
-// Whatever becomes of the answer, the message is on its way before it.
+// The message is posted before the answer is made, so a failed answer cannot lose it.
 bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
   const bool accepted = AcceptSave();
   if (!accepted && Reason().IsEmpty()) SetReason("the host does not accept it");
@@ -101,8 +101,7 @@ bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
   return accepted;
 }
 
-// The form that goes back carries the count that accepting raised, or its next save
-// would be refused as stale.
+// The returned form gets the increased count; otherwise its next save would be refused as outdated.
 void ZAcroFormServerXFDFSession::CopySession(ZXFDF* to, const ZXFDFTransactionInfos& before) const {
   to->Fields().AddField(ZXFDF::kSessionIDField) = XFDFRequest().Fields()[ZXFDF::kSessionIDField].Value();
   if (to->SessionID().Transaction() == before) to->SessionID().IncTransactionCount();

@@ -49,7 +49,7 @@ void ZXFDFField::SetValues(const PTableau<Chaine>& values) {
 
 ZVariantBuffer ZXFDFField::BufferOfValue() const { return std::as_const(*this).Value().Buffer(); }
 
-// To the buffer that the value was attached to before its element was replaced.
+// Attaches the value again after its element was replaced.
 void ZXFDFField::AttachAgain(const ZVariantBuffer& buffer) {
   if (buffer.IsNone()) return;
   const Chaine text = ValuesAsText();

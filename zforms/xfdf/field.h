@@ -7,40 +7,39 @@
 
 namespace zforms {
 
-// ZXFDFField is one "field" element of an XFDF document, and the collection of
-// the fields that stand in it. Owned by the collection that lists it.
+// ZXFDFField is one "field" element of an XFDF document, and the collection of the fields inside it. Owned by the
+// collection that lists it. One thread at a time.
 class ZFORMS_API ZXFDFField : public ZXFDFFieldCollection {
  public:
   using ZXFDFFieldCollection::ZXFDFFieldCollection;
   ~ZXFDFField() override;
 
-  // The partial name, from "name"; empty when absent.
+  // The partial name, attribute "name"; empty when absent.
   Chaine Name() const;
   bool HasName() const;
 
-  // The text of "value". The non-const form makes the element when it is absent;
-  // the const form is empty then. Line ends are CR LF.
+  // The text of the element "value". The non-const form creates the element when it is absent; the const form returns
+  // an empty value. Line ends are CR LF.
   ZVariant& Value();
   const ZVariant& Value() const;
   bool HasValue() const;
-  // The texts of all "value" elements: a list box has one for each of its choices.
+  // The texts of all "value" elements: a list box has one for each selected option.
   PTableau<Chaine> Values() const;
-  // The same as one text, joined by CR LF.
+  // The values as one text, joined by CR LF.
   Chaine ValuesAsText() const;
-  // One "value" element for each text, in place of those there were.
+  // Replaces all "value" elements by one for each text.
   void SetValues(const PTableau<Chaine>& values);
 
-  // The element "value-richtext", whose AsChaine() is the rich text as XML. The
-  // non-const form makes it when it is absent; the const form is empty then.
+  // The element "value-richtext", whose AsChaine() is the rich text as XML. The non-const form creates it when it is
+  // absent; the const form returns an empty element.
   ZXMLElement& ValueRichText();
   const ZXMLElement& ValueRichText() const;
   bool HasValueRichText() const;
 
   // Sets the value.
   ZXFDFField& operator=(const ZVariant& value);
-  // Takes over value, rich text, the fields within and all else that stands in
-  // the other field; keeps its own name. References to fields that stood in
-  // this one end.
+  // Copies value, rich text, child fields and all other content of the other field; keeps its own name. References to
+  // this field's former child fields become invalid.
   ZXFDFField& operator=(const ZXFDFField& other);
 
  private:

@@ -9,7 +9,7 @@ namespace zforms {
 
 namespace {
 
-// Stands for a field that does not exist; nothing can change it.
+// Returned in place of a missing field; it cannot be changed.
 const ZXFDFField& NoField() {
   static ZXMLElement element("field");
   static const ZXFDFField field(element);
@@ -20,8 +20,7 @@ const ZXFDFField& NoField() {
 
 struct ZXFDFFieldCollection::Listing {
   FDictionnary<std::unique_ptr<Field>> fields;
-  // The "field" elements of a name in the order of the document, for names that
-  // have one which is not listed.
+  // For each name that occurs more than once: the "field" elements that are not listed, in document order.
   FDictionnary<std::deque<ZXMLElement*>> unlisted;
 };
 
@@ -84,8 +83,8 @@ ZXFDFField* ZXFDFFieldCollection::FindHere(std::string_view name) const {
   return field == nullptr ? nullptr : field->get();
 }
 
-// Tries the whole name, and then each part before a dot with the rest below it,
-// the shortest first. The number of lookups is bounded: names may be hostile.
+// Tries the whole name, then each prefix that ends at a dot, with the rest looked up below it, the shortest first. The
+// number of lookups is bounded, because names may be hostile.
 ZXFDFField* ZXFDFFieldCollection::Find(std::string_view name, int* lookups) const {
   if (--*lookups < 0) return nullptr;
   if (Field* field = FindHere(name)) return field;
@@ -129,7 +128,7 @@ bool ZXFDFFieldCollection::RemoveField(const Chaine& name) {
   } else if (field != nullptr) {
     first = &field->Element();
   }
-  // The field goes before its element, which a field of the same name may outlive.
+  // Removes the field from the list before its element is deleted.
   listing_->fields.Remove(name);
   if (first != nullptr) element_.Remove(*first);
   return first != nullptr;
@@ -142,7 +141,7 @@ PUniqueT<Chaine> ZXFDFFieldCollection::FieldNames() const {
   return names;
 }
 
-// False when there is no more room.
+// False when the limit is reached.
 bool ZXFDFFieldCollection::ListNames(const Chaine& prefix, size_t* room, PUniqueT<Chaine>* names) const {
   if (listing_ == nullptr) return true;
   for (const auto& [name, field] : listing_->fields) {
@@ -162,7 +161,7 @@ bool ZXFDFFieldCollection::VisitValues(const ValueVisit& visit) const {
   return VisitValuesBelow(&name, visit);
 }
 
-// `name` is the full name of this field with a dot behind it, and is so again afterwards.
+// On entry and exit `name` is the full name of this field followed by a dot.
 bool ZXFDFFieldCollection::VisitValuesBelow(std::string* name, const ValueVisit& visit) const {
   if (listing_ == nullptr) return true;
   const size_t size = name->size();

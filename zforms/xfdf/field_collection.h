@@ -14,38 +14,36 @@ namespace zforms {
 class ZXFDFField;
 class ZXMLElement;
 
-// ZXFDFFieldCollection lists the "field" elements that stand in one element: in
-// "fields", or in another "field". It is a view: names and values live in the
-// XML tree, which outlives it. It owns its fields; a reference to one holds
-// until the field is removed, or its document read again or assigned to.
-// One document is used by one thread at a time.
+// ZXFDFFieldCollection lists the "field" elements inside one element: inside "fields" or another "field". It is a view:
+// names and values are stored in the XML tree, which must outlive it. It owns its fields; a reference to one is valid
+// until the field is removed, or its document is read again or assigned to. One document is used by one thread at a
+// time.
 //
-// Names are exact bytes, letter case included. A "field" without "name" is not
-// listed; of several with the same name the last is. A full name has the names
-// of the fields that lead to it, joined by dots. A dotted name is looked for as
-// a name of its own first, and then taken apart.
+// Names are exact bytes, case-sensitive. A "field" without "name" is not listed; of several with the same name, only
+// the last is listed. A full name consists of the names from the top field down, joined by dots. A dotted name is tried
+// as one name first, and then split.
 class ZFORMS_API ZXFDFFieldCollection {
  public:
   using Field = ZXFDFField;
 
-  // How deep AddField nests; what follows then becomes one name, dots included.
+  // The deepest nesting that AddField creates; the rest of the name becomes one name, dots included.
   static constexpr unsigned kMaxDepth = 450;
-  // Full names longer than this are not listed by FieldNames, nor names beyond this sum.
+  // FieldNames leaves out longer full names, and stops when the names together exceed its total.
   static constexpr size_t kMaxFullName = 4096;
   static constexpr size_t kMaxAllNames = size_t{64} << 20;
 
-  // `depth` is the number of fields that lead to `element`.
+  // `depth` is the number of fields above `element`.
   explicit ZXFDFFieldCollection(ZXMLElement& element, unsigned depth = 0);
   ZXFDFFieldCollection(const ZXFDFFieldCollection&) = delete;
   ZXFDFFieldCollection& operator=(const ZXFDFFieldCollection&) = delete;
   virtual ~ZXFDFFieldCollection();
 
-  // How many fields stand at this level.
+  // The number of fields at this level.
   unsigned int Size() const;
-  // Finds or creates, as AddField does.
+  // Like AddField.
   Field& operator[](const Chaine& name) { return AddField(name); }
   Field& operator[](const char* name) { return AddField(Chaine(name)); }
-  // The field, or an empty field without name when there is none.
+  // The field, or an empty field without name when it does not exist.
   const Field& operator[](const Chaine& name) const;
   const Field& operator[](const char* name) const { return (*this)[Chaine(name)]; }
   // The field at that position in byte order of the names. Precondition: index < Size().
@@ -54,23 +52,20 @@ class ZFORMS_API ZXFDFFieldCollection {
   Field& operator[](int index) { return (*this)[static_cast<unsigned int>(index)]; }
   const Field& operator[](int index) const { return (*this)[static_cast<unsigned int>(index)]; }
 
-  // The field of the full name, created after the others, with all that lead to
-  // it, when there is none.
+  // The field of the full name. When it does not exist, it is appended, with the fields above it.
   Field& AddField(const Chaine& name);
   bool Exist(const Chaine& name) const { return Get(name) != nullptr; }
   // The field of the full name, or null.
   Field* Get(const Chaine& name);
   const Field* Get(const Chaine& name) const;
-  // Removes the field of that name at this level, and from the XML the first
-  // "field" of that name. Does not take dotted names apart. False when there was
-  // none.
+  // Removes the field of that name at this level, and from the XML the first "field" of that name. Does not split
+  // dotted names. False when there was none.
   bool RemoveField(const Chaine& name);
-  // The full names of all fields below, each field before those in it.
+  // The full names of all fields below, parents before children.
   PUniqueT<Chaine> FieldNames() const;
-  // Calls `visit` with each field below that has a value, and its full name, in that order
-  // and without looking for any of them, until it returns false. This is the way to store
-  // a document: fields that only lead to others cost nothing. Names longer than
-  // kMaxFullName are left out. False when the visit ended it.
+  // Calls `visit` with every field below that has a value, and its full name, until it returns false. Needs no lookups,
+  // so this is the fast way to store a document: fields without a value cost nothing. Names longer than kMaxFullName
+  // are left out. False when the visit stopped it.
   using ValueVisit = std::function<bool(std::string_view full_name, const Field& field)>;
   bool VisitValues(const ValueVisit& visit) const;
   // Removes every "field", named or not, from the XML.
@@ -78,7 +73,7 @@ class ZFORMS_API ZXFDFFieldCollection {
 
  protected:
   ZXMLElement& Element() const { return element_; }
-  // Lists anew what stands in the element.
+  // Rebuilds the list from the element's contents.
   void Relist();
 
  private:
@@ -94,7 +89,7 @@ class ZFORMS_API ZXFDFFieldCollection {
 
   ZXMLElement& element_;
   unsigned depth_;
-  std::unique_ptr<Listing> listing_;  // null while no field stands here, as in most
+  std::unique_ptr<Listing> listing_;  // null while there is no field, as in most fields
 };
 
 }  // namespace zforms

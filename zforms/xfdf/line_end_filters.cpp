@@ -7,7 +7,7 @@ namespace zforms {
 
 namespace {
 
-// Calls `put` for the text up to each line feed that needs a carriage return, and for the rest.
+// Calls `put` with the text up to each line feed that needs a carriage return, and with the rest.
 template <class Put>
 void ForEachRun(std::string_view text, Put put) {
   size_t run = 0;

@@ -5,17 +5,15 @@
 
 namespace zforms {
 
-// Inside a host the lines of a value end in CR LF; in files and on the wire
-// they end in LF. These two filters stand between.
+// Filters between the line ends in memory, CR LF, and those in files and transfers, LF.
 
-// Gives a carriage return to every line feed that has none before it. Reads its
-// whole source at the first request.
+// Inserts a carriage return before every line feed that does not follow one. Reads its whole source at the first
+// request.
 class ZFORMS_API ZInetLFToCRLFIStream : public ZInetFilterIStream {
  public:
   explicit ZInetLFToCRLFIStream(ZInetIStream* source) : ZInetFilterIStream(source) {}
 
-  // One byte when `size` is 1, else at most `size` - 1: the last byte of the
-  // caller's buffer stays free.
+  // Returns one byte when `size` is 1, else at most `size` - 1: the last byte of the caller's buffer is not used.
   size_t Read(char* to, size_t size) override;
   Chaine ReadAll() override;
 
@@ -27,7 +25,7 @@ class ZFORMS_API ZInetLFToCRLFIStream : public ZInetFilterIStream {
   bool loaded_ = false;
 };
 
-// Drops every carriage return.
+// Removes every carriage return.
 class ZFORMS_API ZInetCRLFToLFOStream : public ZInetFilterOStream {
  public:
   explicit ZInetCRLFToLFOStream(ZInetOStream* target) : ZInetFilterOStream(target) {}

@@ -37,8 +37,7 @@ void AddParam(ZXMLElement& root, const ZVariant& name, const ZVariant& value) {
   param.Value() = value;
 }
 
-// The list with nothing but its parameters, so that each line feed in its text is
-// part of a value.
+// The list with its parameters only, so that every line feed in its text is part of a value.
 ZXMLReader OnlyParams(const ZXMLElement& from) {
   ZXMLReader params;
   ZXMLElement& root = params.Create(kRoot);
@@ -48,8 +47,8 @@ ZXMLReader OnlyParams(const ZXMLElement& from) {
   return params;
 }
 
-// The text stands in a value, whose line ends change with where it stands, and in a
-// field that may show one line only. So it has no line end: each is a reference.
+// The text is stored in a field's value, where line ends may be converted and the field may be a single line. So line
+// ends are written as references.
 Chaine InOneLine(const ZXMLReader& params) {
   Chaine text;
   ZInetChaineOStream target(text);
@@ -75,7 +74,7 @@ ZXFDFSessionInfos::ZXFDFSessionInfos(ZXFDFFieldCollection& fields) : fields_(fie
 
 ZXFDFSessionInfos::~ZXFDFSessionInfos() = default;
 
-// Whatever the text says of its encoding, it has been read as UTF-8.
+// The text was decoded as UTF-8 before, so an encoding in its XML declaration is ignored.
 void ZXFDFSessionInfos::InitXML(ZXMLReader* params) const {
   const ZXFDFField* field = std::as_const(fields_).Get(ZXFDF::kSessionIDField);
   if (field == nullptr) return;

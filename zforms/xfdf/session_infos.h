@@ -12,8 +12,8 @@ namespace zforms {
 class ZXFDFFieldCollection;
 class ZXMLReader;
 
-// A folder of the host, and the financial year in it. The year is one value of 32
-// bits, whether the host takes it as signed or not.
+// A folder of the host, and the financial year in it. The year is 32 bits, which the host may interpret as signed or
+// unsigned.
 struct ZFORMS_API ZXFDFFolderInfos {
   uint64_t id = 0;
   uint32_t exercice = 0;
@@ -21,7 +21,7 @@ struct ZFORMS_API ZXFDFFolderInfos {
   bool operator==(const ZXFDFFolderInfos&) const = default;
 };
 
-// A transaction, and how many submissions of it were accepted.
+// A transaction, and the number of its accepted submissions.
 struct ZFORMS_API ZXFDFTransactionInfos {
   uint64_t id = 0;
   uint32_t count = 0;
@@ -29,27 +29,25 @@ struct ZFORMS_API ZXFDFTransactionInfos {
   bool operator==(const ZXFDFTransactionInfos&) const = default;
 };
 
-// ZXFDFSessionInfos is what the host needs to know its session again when a form
-// comes back: named parameters, kept as an XML text of their own in the value of
-// the reserved field ZXFDF::kSessionIDField. A view that its document owns; it ends
-// when the document is read or assigned to. Text is UTF-8. A text that is damaged
-// holds no parameters, and the next one that is set replaces it.
+// ZXFDFSessionInfos contains the data by which the host recognizes its session when a form is submitted: named
+// parameters, stored as XML text in the value of the reserved field ZXFDF::kSessionIDField. A view owned by its
+// document; invalid after the document is read or assigned to. Text is UTF-8. A damaged text reads as no parameters,
+// and setting one replaces it. One thread at a time.
 class ZFORMS_API ZXFDFSessionInfos {
  public:
   using FolderInfos = ZXFDFFolderInfos;
   using TransactionInfos = ZXFDFTransactionInfos;
 
-  // Over the fields of the document; the reserved one is added when it is absent.
+  // Uses the fields of the document; adds the reserved field when it is absent.
   explicit ZXFDFSessionInfos(ZXFDFFieldCollection& fields);
   ZXFDFSessionInfos(const ZXFDFSessionInfos&) = delete;
   ZXFDFSessionInfos& operator=(const ZXFDFSessionInfos&) = delete;
   virtual ~ZXFDFSessionInfos();
 
-  // The value of the first parameter of the name, whatever the case of its ASCII
-  // letters; empty when there is none.
+  // The value of the first parameter of the name, ignoring the case of ASCII letters; empty when there is none.
   Chaine Param(const Chaine& name) const;
   bool HasParam(const Chaine& name) const;
-  // Replaces the value of that parameter, or adds it after the others.
+  // Replaces the value of that parameter, or appends the parameter.
   void SetParam(const Chaine& name, const Chaine& value);
 
   // "Software.Shortname": the short name of the host application.
@@ -63,10 +61,9 @@ class ZFORMS_API ZXFDFSessionInfos {
 
   // "Transaction.ID" and "Transaction.Count"; 0 where absent.
   TransactionInfos Transaction() const;
-  // Sets the id, and the count to 0. An id of 0 means the time of the clock. Returns
-  // the id that was set.
+  // Sets the id, and the count to 0. An id of 0 means the current time of the clock. Returns the id that was set.
   uint64_t SetTransactionID(uint64_t id, const ZClock& clock = ZClock::System());
-  // Adds 1 to the count and returns it; the greatest count stays as it is.
+  // Adds 1 to the count, but never beyond the greatest number, and returns it.
   uint32_t IncTransactionCount();
 
  private:

@@ -12,17 +12,17 @@ namespace {
 
 using Kind = XMLTags::Kind;
 
-// The reserved field is written as one name, or as a field in another.
+// The reserved field is written either with one dotted name, or as a field inside another.
 constexpr std::string_view kWhole = "ZOR.SessionID";
 constexpr std::string_view kOuter = "ZOR";
 constexpr std::string_view kInner = "SessionID";
-// Longer session infos are nobody's.
+// Longer session infos are ignored, as no host writes them.
 constexpr size_t kMaxSession = size_t{1} << 20;
 
-// Goes down the tags to the reserved field, as the fields of a document would find it.
+// Searches the tags for the reserved field by the same rules as a document's lookup.
 class SessionSeeker {
  public:
-  // False when only reading the document tells.
+  // False when the document must be read to find out.
   bool Take(Kind kind, const XMLTags& tags) {
     if (kind == Kind::eOther) return Innermost() != Role::eValue;
     if (kind != Kind::eEnd && !Enter(tags)) return false;
@@ -88,7 +88,7 @@ class SessionSeeker {
   }
 
   size_t level_ = 0;
-  std::array<Role, 5> roles_{};  // of the outermost elements that are open
+  std::array<Role, 5> roles_{};  // of the outermost open elements
   size_t fields_ = 0;
   size_t outers_ = 0;
   size_t found_ = 0;
@@ -96,7 +96,7 @@ class SessionSeeker {
   std::string_view value_;
 };
 
-// What no reading of the text exceeds.
+// An upper bound of the nodes, valid for every way to read the text.
 size_t NodesAtMost(std::string_view text) {
   return static_cast<size_t>(std::count(text.begin(), text.end(), '<') * 2 + std::count(text.begin(), text.end(), '='));
 }

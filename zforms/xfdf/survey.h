@@ -7,22 +7,21 @@
 
 namespace zforms {
 
-// XFDFSurvey is what one pass over the text of an XFDF document tells before a tree is
-// made of it: how much memory that would take, and whose session it says it is of.
+// XFDFSurvey examines the text of an XFDF document in one pass, before a tree is built: it estimates the memory needed
+// and finds the session infos.
 struct XFDFSurvey {
   enum class Session {
-    eUnknown,  // only reading the document tells
+    eUnknown,  // the document must be read to find out
     eNone,     // it has no session infos
     eFound     // `session` is their text
   };
 
-  // An upper bound of the elements, attributes and pieces of text. Counting ends soon
-  // after `max_nodes`.
+  // An upper bound of the number of elements, attributes and pieces of text. Counting stops soon after `max_nodes`.
   size_t nodes = 0;
   Session has_session = Session::eUnknown;
   Chaine session;
 
-  // The text is UTF-8.
+  // `text` is UTF-8.
   static XFDFSurvey Of(std::string_view text, size_t max_nodes);
 };
 

@@ -14,7 +14,7 @@ ZXFDFTransaction::~ZXFDFTransaction() = default;
 
 bool ZXFDFTransaction::StartTransactionFor(ZXFDF& xfdf) {
   const CSingleLock lock(section_);
-  // 0 is no id.
+  // 0 is not a valid id.
   const uint64_t id = NextFree(std::max<uint64_t>(clock_.Ticks(), 1));
   Take(id);
   expected_[id] = 0;
@@ -45,8 +45,8 @@ void ZXFDFTransaction::Restore(uint64_t id, uint64_t expected) {
   expected_[id] = expected;
 }
 
-// However many are taken one after the other, one look finds the end of them. Above
-// the greatest number the search goes on from 1.
+// One lookup finds the end of a run of used ids, however long it is. After the greatest number the search continues
+// from 1.
 uint64_t ZXFDFTransaction::NextFree(uint64_t id) const {
   const auto after = runs_.upper_bound(id);
   if (after == runs_.begin()) return id;
@@ -55,7 +55,7 @@ uint64_t ZXFDFTransaction::NextFree(uint64_t id) const {
   return last == UINT64_MAX ? NextFree(1) : last + 1;
 }
 
-// Joins the id with the runs that it touches.
+// Adds the id and joins it with adjacent runs.
 void ZXFDFTransaction::Take(uint64_t id) {
   uint64_t first = id;
   uint64_t last = id;

@@ -11,33 +11,29 @@ namespace zforms {
 
 class ZXFDF;
 
-// ZXFDFTransaction guards a host against submissions that are stale or not its own.
-// Each form that goes out is stamped with a transaction of its own; each submission
-// that is accepted raises the count, here and in the document, so that the same
-// submission is refused the second time. Transactions are kept as long as it lives.
+// ZXFDFTransaction protects a host against submissions that are outdated or not its own. Each form that is sent out is
+// stamped with a new transaction; each accepted submission increases its count, here and in the document, so that the
+// same submission is refused the second time. Transactions are kept until this object is destroyed.
 //
 // Any thread may call it; the documents passed in belong to the calling thread.
 class ZFORMS_API ZXFDFTransaction {
  public:
-  // The clock, from which ids are made, outlives it.
+  // Ids are made from the clock, which must outlive this object.
   explicit ZXFDFTransaction(const ZClock& clock = ZClock::System());
   ZXFDFTransaction(const ZXFDFTransaction&) = delete;
   ZXFDFTransaction& operator=(const ZXFDFTransaction&) = delete;
   virtual ~ZXFDFTransaction();
 
-  // Stamps the document with a new transaction of count 0: the time of the clock,
-  // or the next free number above it. No two get the same.
+  // Stamps the document with a new transaction of count 0; its id is the time of the clock, or the next free number
+  // above it. Ids are unique.
   bool StartTransactionFor(ZXFDF& xfdf);
-  // Whether the document's transaction was started here, and its count is not below
-  // the one that is expected next.
+  // True when the document's transaction was started here and its count is not below the next expected one.
   bool IsAcceptable(const ZXFDF& xfdf) const;
-  // If the document is acceptable, adds 1 to its count and expects no less from then
-  // on; after the greatest count there is nothing acceptable left. False, changing
-  // nothing, if it is not.
+  // If the document is acceptable, adds 1 to its count, which becomes the next expected one; after the greatest count
+  // nothing is acceptable any more. Otherwise returns false and changes nothing.
   bool IncTransactionIn(ZXFDF& xfdf);
-  // Takes a transaction up that was started earlier, by another manager or this one: a
-  // count below `expected` is not acceptable. For a host that keeps them, and for one
-  // that could not store what it had accepted.
+  // Registers a transaction that was started earlier, here or elsewhere: counts below `expected` are not acceptable.
+  // For a host that stores transactions, and for one that failed to store an accepted submission.
   void Restore(uint64_t id, uint64_t expected);
 
  private:
@@ -46,9 +42,9 @@ class ZFORMS_API ZXFDFTransaction {
 
   const ZClock& clock_;
   mutable CCriticalSection section_;
-  // The lowest count that is acceptable, by the id.
+  // Maps each id to the lowest acceptable count.
   FSortedMap<uint64_t, uint64_t> expected_;
-  // The ids taken, as runs without a gap: the last by the first.
+  // The used ids as runs without gaps: maps the first id of a run to the last.
   FSortedMap<uint64_t, uint64_t> runs_;
 };
 

@@ -18,8 +18,8 @@ ZXMLElement* Following(ZXMLElement* element, const ZXMLElement& root) {
   return nullptr;
 }
 
-// Some writers bind the namespace to a prefix, as in <ns0:xfdf xmlns:ns0="...">.
-// The document is held as if it were the default namespace.
+// Some writers bind the namespace to a prefix, as in <ns0:xfdf xmlns:ns0="...">. Changes the tree to use the default
+// namespace.
 void DropPrefix(ZXMLElement& root) {
   const std::string name = root.Name().ToString();
   if (!name.ends_with(":xfdf")) return;
@@ -33,13 +33,13 @@ void DropPrefix(ZXMLElement& root) {
   root.SetAttrib("xmlns", ZXFDF::kNamespace);
 }
 
-// Whether a value can hold a carriage return besides those that the filter puts in.
+// True when a value may contain carriage returns beside those inserted by the filter.
 bool MayHoldCarriageReturns(std::string_view text) {
   return text.find('\r') != std::string_view::npos || text.find("&#") != std::string_view::npos;
 }
 
-// Many writers escape the carriage return of a line end and leave its line feed as
-// it is, before which the filter has put another: the three are one line end.
+// Many writers escape the carriage return of a line end but not its line feed, and the filter inserts another carriage
+// return before that. Such a group of three is one line end.
 void FoldLineEnds(ZXMLElement& root) {
   constexpr std::string_view kDoubled = "\r\r\n";
   for (ZXMLElement* element = &root; element != nullptr; element = Following(element, root)) {
@@ -66,7 +66,7 @@ ZXFDF::ZXFDF(const ZXFDF& other)
   if (other.fields_ != nullptr) Fields();
 }
 
-// The elements stay where they are, so the collection over them moves along.
+// The elements keep their addresses, so the collection over them can be moved too.
 ZXFDF::ZXFDF(ZXFDF&& other) noexcept = default;
 
 ZXFDF& ZXFDF::operator=(const ZXFDF& other) {
@@ -89,7 +89,7 @@ ZXFDF& ZXFDF::operator=(ZXFDF&& other) noexcept {
 
 ZXFDF::~ZXFDF() = default;
 
-// Everything that points into the tree goes before the tree does.
+// Destroys everything that points into the tree before the tree.
 void ZXFDF::DropViews() {
   session_.reset();
   fields_.reset();
@@ -186,7 +186,7 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   xml_.Clear();
   last_error_.clear();
   misfits_.clear();
-  // Line ends are bytes of their own only once the text is UTF-8.
+  // Line ends are single bytes only after conversion to UTF-8.
   const Chaine bytes = in->ReadAll();
   last_error_ = in->Error();
   Chaine text;
@@ -224,7 +224,7 @@ void ZXFDF::DetachBuffers() {
   buffers_.Clear();
 }
 
-// A field without a value says nothing, so its buffer stays as it is.
+// A field without a value does not change its buffer.
 void ZXFDF::ReadIntoBuffers() {
   if (buffers_.Size() == 0 || !HasFields()) return;
   for (const auto& [name, buffer] : buffers_) {

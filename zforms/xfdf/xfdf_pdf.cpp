@@ -31,11 +31,11 @@ void ZXFDF::SetPDFHRef(const ZInetURL& url) {
   }
   std::string text = url.AsChaine(false, false).ToString();
   if (url.IsLocalFile()) {
-    constexpr size_t kAfterProtocol = 5;  // of "file:"
+    constexpr size_t kAfterProtocol = 5;  // the length of "file:"
     for (size_t i = kAfterProtocol; i < text.size(); i++) {
       if (text[i] == ':') text[i] = '|';
     }
-    // Whatever else stands there, such as a device without end, has no identifiers.
+    // Only a regular file can have identifiers, not for example an endless device.
     const Chaine path = url.Path(true);
     if (KindOfFile(path) == OsFileKind::kRegular) SetIDSFromLocalPDF(path);
   }

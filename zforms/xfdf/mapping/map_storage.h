@@ -11,16 +11,15 @@ namespace zforms {
 
 class ZAcroForm;
 
-// ZXFDFMapStorage is where a mapper reads its maps from: pairs of the full name of
-// an XFDF field and a reference "rubric.field" to the host's data. One thread at a
-// time.
+// ZXFDFMapStorage is the source from which a mapper reads its maps: pairs of the full name of an XFDF field and a
+// reference "rubric.field" to the host's data. One thread at a time.
 class ZFORMS_API ZXFDFMapStorage {
  public:
   virtual ~ZXFDFMapStorage();
 
   // Goes back to the first entry.
   virtual void Reset() = 0;
-  // Gives the next entry; false when there is none.
+  // Gets the next entry; false at the end.
   virtual bool Next(Chaine& xfdf_name, Chaine& reference) = 0;
 };
 
@@ -42,12 +41,12 @@ class ZFORMS_API ZXFDFMapStorageDictionnary : public ZXFDFMapStorage {
   size_t next_ = 0;
 };
 
-// One entry for each field that a form exports, in byte order of the full names:
-// its mapping name "/TM" is the reference. One without "." stands in the default
-// rubric; without a default rubric, as without mapping name, the reference is empty.
+// One entry for each field that a form exports, in byte order of the full names; its reference is the mapping name
+// "/TM". A mapping name without "." gets the default rubric. Without a mapping name, or without "." and default rubric,
+// the reference is empty.
 class ZFORMS_API ZXFDFMapStoragePDF : public ZXFDFMapStorageDictionnary {
  public:
-  // From a file, whose password is UTF-8; without entries when it cannot be loaded.
+  // Reads a file; the password is UTF-8. There are no entries when it cannot be loaded.
   ZXFDFMapStoragePDF(const Chaine& path, const Chaine& default_rubric, const Chaine& password);
   ZXFDFMapStoragePDF(const ZAcroForm& form, const Chaine& default_rubric);
   ~ZXFDFMapStoragePDF() override;
@@ -65,14 +64,14 @@ class ZFORMS_API ZXFDFMapStoragePDF : public ZXFDFMapStorageDictionnary {
 // "field=rubric.field", or "field=field" for the default rubric.
 class ZFORMS_API ZXFDFMapStorageIni : public ZXFDFMapStorage {
  public:
-  // Without entries when there is no such file or section.
+  // There are no entries when the file or section does not exist.
   ZXFDFMapStorageIni(const Chaine& path, const Chaine& section, const Chaine& default_rubric);
   ~ZXFDFMapStorageIni() override;
 
   void Reset() override { next_ = 0; }
   bool Next(Chaine& xfdf_name, Chaine& reference) override;
 
-  // Why there are no entries: no such file, or no such section; else empty.
+  // Why there are no entries (the file or the section is missing); else empty.
   const std::string& LastError() const { return last_error_; }
 
  private:

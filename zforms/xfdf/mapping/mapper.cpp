@@ -7,19 +7,18 @@
 namespace zforms {
 namespace {
 
-// Adds the name and the names that lead to it.
+// Adds the name and the names of the fields above it.
 void AddWithAncestors(const Chaine& name, PUniqueT<Chaine>* names) {
   names->Add(name);
-  // Longer ones lead to nothing that documents list.
+  // Longer names cannot match a listed field.
   const std::string_view front = name.View().substr(0, ZXFDFFieldCollection::kMaxFullName);
   for (size_t dot = front.find('.'); dot != std::string_view::npos; dot = front.find('.', dot + 1)) {
     names->Add(name.Mid(0, dot));
   }
 }
 
-// Removes every field that is not to be kept, through its parent. `prefix` is what
-// the full names of these fields start with. A field stands only where those that
-// lead to it are kept too, so this goes no deeper than the names.
+// Removes every field whose name is not in the list, through its parent. `prefix` is the start of the full names of
+// these fields. Recurses only into kept fields, so never deeper than the names.
 void RemoveOthers(ZXFDFFieldCollection& fields, const Chaine& prefix, const PUniqueT<Chaine>& kept) {
   PTableau<Chaine> others;
   for (unsigned int i = 0; i < fields.Size(); i++) {
@@ -32,7 +31,7 @@ void RemoveOthers(ZXFDFFieldCollection& fields, const Chaine& prefix, const PUni
     }
   }
   for (const Chaine& name : others) {
-    // Those of the same name as well.
+    // Also removes other fields of the same name.
     while (fields.RemoveField(name)) {
     }
   }
@@ -43,7 +42,7 @@ void SetOnlyValue(ZXFDFField& field, const ZVariant& value) {
   if (field.Values().size() > 1) field.SetValues({Chaine()});
   field = value;
   if (!field.HasValueRichText() || former == value.AsChaine()) return;
-  // It would be shown in place of the new value.
+  // Viewers would show it in place of the new value.
   ZXMLElement& rich_text = field.ValueRichText();
   rich_text.parent->Remove(rich_text);
 }

@@ -14,8 +14,8 @@ class ZField;
 class ZFieldSet;
 class ZInetURL;
 
-// What feeds an XFDF field: a field of the set that is registered under the rubric.
-// Both empty for a field that is known and fed by nothing.
+// The data field for an XFDF field: a field of the set registered under the rubric. Both are empty for an XFDF field
+// that is declared without data.
 struct ZFORMS_API ZXFDFMapperDataFieldRef {
   Chaine rubric;
   Chaine field;
@@ -24,11 +24,10 @@ struct ZFORMS_API ZXFDFMapperDataFieldRef {
   bool operator==(const ZXFDFMapperDataFieldRef&) const = default;
 };
 
-// ZXFDFMapper ties the fields of XFDF documents to the fields of the host's sets.
-// Sets are registered under a rubric, whose letter case does not matter, and are not
-// owned: they outlive the mapper. Maps are kept by the exact full name of the XFDF
-// field. Text is UTF-8. Copies have the same sets and maps. A mapper, its sets and
-// the documents that it is given belong to one thread at a time.
+// ZXFDFMapper connects the fields of XFDF documents to the fields of the host's sets. Sets are registered under a
+// rubric, whose letter case is ignored, and are not owned: they must outlive the mapper. Maps are stored by the exact
+// full name of the XFDF field. Text is UTF-8. Copies have the same sets and maps. A mapper, its sets and its documents
+// are used by one thread at a time.
 class ZFORMS_API ZXFDFMapper {
  public:
   using DataFieldRef = ZXFDFMapperDataFieldRef;
@@ -42,22 +41,22 @@ class ZFORMS_API ZXFDFMapper {
   ZXFDFMapper& operator=(const ZXFDFMapper&);
   virtual ~ZXFDFMapper();
 
-  // Registers the set, in place of an earlier one of that name.
+  // Registers the set and replaces an earlier one of that name.
   void AddRubric(const Chaine& name, const ZFieldSet* fields);
   // The set of the rubric, or null.
   const ZFieldSet* Rubric(const Chaine& name) const;
 
-  // Maps the XFDF field; unmapped when no such rubric is registered.
+  // Maps the XFDF field to a data field; declares it unmapped when the rubric is not registered.
   void DeclareMap(const Chaine& xfdf_name, const Chaine& rubric, const Chaine& field);
-  // The same by a reference, whose rubric ends at its first "."; unmapped without one.
+  // The same with a reference "rubric.field", where the rubric ends at the first "."; unmapped without one.
   void DeclareMap(const Chaine& xfdf_name, const Chaine& reference);
-  // The field is known and fed by nothing.
+  // Declares a field without data.
   void DeclareUnmapped(const Chaine& xfdf_name);
   // In byte order of the XFDF names.
   const FDictionnary<DataFieldRef>& Maps() const { return maps_; }
 
-  // Declares every entry of the storage; with `known_rubrics_only` those alone whose
-  // rubric is registered. Storages tell why they have none.
+  // Declares every entry of the storage; with `known_rubrics_only`, only those whose rubric is registered. When there
+  // are no entries, the storage has the reason.
   void ReadMaps(MapStorage& storage, bool known_rubrics_only);
   void ReadMapsIni(const Chaine& ini_path, const Chaine& section, const Chaine& default_rubric,
                    bool known_rubrics_only);
@@ -65,23 +64,21 @@ class ZFORMS_API ZXFDFMapper {
                    bool known_rubrics_only);
   void ReadMapsPDF(const ZAcroForm& form, const Chaine& default_rubric, bool known_rubrics_only);
 
-  // Gives the document the fields that have a map, unmapped ones included, and no
-  // others but those that lead to them and ZXFDF::kSessionIDField.
+  // Makes the document's fields match the maps: adds missing fields, unmapped ones included, and removes all others,
+  // except the fields above them and ZXFDF::kSessionIDField.
   void SyncFieldListOf(ZXFDF& xfdf) const;
-  // Copies the data into the values of the document's fields; with `sync`,
-  // SyncFieldListOf goes before. A rich text of another value goes.
+  // Copies the data into the values of the document's fields; with `sync`, calls SyncFieldListOf first. Removes the
+  // rich text of a changed value.
   void ExtractTo(ZXFDF& xfdf, bool sync) const;
-  // The other way: copies the values of the document's fields into the data. Fields
-  // without a value change nothing; several values become one text, joined by CR LF.
-  // Returns how many data fields took their value whole; `misfits` takes the XFDF
-  // names of the others (see ZVariantBuffer::Write) and may be null.
+  // Copies the values of the document's fields into the data. Fields without a value change nothing; several values
+  // become one text, joined by CR LF. Returns the number of data fields that stored their value completely; `misfits`,
+  // which may be null, gets the XFDF names of the others (see ZVariantBuffer::Write).
   size_t ImportFrom(const ZXFDF& xfdf, PTableau<Chaine>* misfits = nullptr) const;
-  // Attaches the values of the document's fields to the buffers of their data fields
-  // (see ZXFDF::AttachBuffer), so that both have the same value from then on.
+  // Attaches the values of the document's fields to the buffers of their data fields (see ZXFDF::AttachBuffer), so that
+  // both always have the same value.
   void AttachBuffersOf(ZXFDF& xfdf) const;
-  // A document for the PDF with the fields of the maps and their values. `id1` and
-  // `id2` are the bytes of the PDF's identifiers; when both are empty, those that
-  // ZXFDF::SetPDFHRef finds stay.
+  // A document for the PDF with the fields of the maps and their values. `id1` and `id2` are the bytes of the PDF's
+  // identifiers; when both are empty, the identifiers found by ZXFDF::SetPDFHRef are used.
   ZXFDF CreateXFDF(const ZInetURL& pdf_href, const Chaine& id1, const Chaine& id2) const;
 
  private:
