@@ -5,7 +5,7 @@ The folder (ZFORMS_CORPUS, else shared/corpus beside the repository) holds INDEX
 truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file: `fields` agrees with the
 truth; `fill` leaves the bytes read as a prefix, and qpdf, MuPDF and (with --pdfjs) pdf.js read every value back;
 `rewrite` and `permissions` give files that hold the same objects and that qpdf, MuPDF and poppler open. Damaged files,
-and those encrypted by a method that is not read, end in one clear line; with `--recover` what is made of a damaged
+and those whose encryption is not supported, end in one clear line; with `--recover` what is made of a damaged
 file is a sound one.
 """
 
@@ -82,7 +82,7 @@ class Check:
 
     def run(self):
         if self.row["enc_V"] in ("4", "5"):
-            self.refuse("method", may_succeed=False, words="encrypted by a method that is not read")
+            self.refuse("method", may_succeed=False, words="unsupported encryption: ")
         elif self.row["class"] == "reject":
             self.refuse("reject", may_succeed=True)
             self.recover()

@@ -52,6 +52,7 @@ MOST_UNITS = 25
 # Third-party headers (by the start of the included name) and the files that may include them. The
 # library's own headers are installed, so there these libraries are for sources only.
 THIRD_PARTY = [
+    ("utf8proc", ["zforms/platform/text/*.cpp"]),
     ("pugixml", ["zforms/platform/xml/*.cpp", "zforms/xfdf/*.cpp"]),
     ("boost/", ["zforms/platform/http/*.cpp"]),
     ("zlib", ["zforms/pdf/parser/stream_filters.cpp", "tests/*"]),

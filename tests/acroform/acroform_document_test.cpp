@@ -260,7 +260,7 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
         .Trailer("/Root 1 0 R/Encrypt 2 0 R")
         .Bytes();
   };
-  const Chaine not_read = "the document is encrypted by a method that is not read: ";
+  const Chaine unsupported = "unsupported encryption: ";
   const struct {
     Chaine bytes;
     const char* password;
@@ -269,11 +269,11 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
       {"", "", "not a PDF file: it does not begin with \"%PDF-\""},
       {secret, "wrong", "the password does not open the document"},
       {encrypted_by("/V 2/R 3/Length 128"), "", "the document opens with a password, and none was given"},
-      {encrypted_by("/V 2/R 3/Length 256"), "", not_read + "RC4, 256 bits"},
-      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/AESV2>>>>"), "wrong", not_read + "AES, 128 bits"},
-      {encrypted_by("/V 5/R 6/StmF/Identity/StrF/F/CF<</F<</CFM/AESV3>>>>"), "", not_read + "AES, 256 bits"},
-      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/V2>>>>"), "", not_read + "RC4 by crypt filters"},
-      {encrypted_by("/V 3/R 3"), "", not_read + "algorithm 3"},
+      {encrypted_by("/V 2/R 3/Length 256"), "", unsupported + "RC4, 256 bits"},
+      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/AESV2>>>>"), "wrong", unsupported + "AES, 128 bits"},
+      {encrypted_by("/V 5/R 6/StmF/Identity/StrF/F/CF<</F<</CFM/AESV3>>>>"), "", unsupported + "AES, 256 bits"},
+      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/V2>>>>"), "", unsupported + "RC4 by crypt filters"},
+      {encrypted_by("/V 3/R 3"), "", unsupported + "algorithm 3"},
   };
   for (const auto& [bytes, password, reason] : cases) {
     ZInetChaineIStream in(bytes);

@@ -9,7 +9,7 @@
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/stream_node.h"
-#include "zforms/pdf/syntax/hex.h"
+#include "zforms/platform/base/hex.h"
 
 namespace zforms {
 namespace {
@@ -289,7 +289,8 @@ TEST(ModernTest, DamagedSections) {
       {"/W[1 0 1]", records, "the cross-reference stream has no record widths (\"/W\")", ""},
       {"/W[1 9 1]", records, "the cross-reference stream has no record widths (\"/W\")", ""},
       {"/W[1 -1 1]", records, "the cross-reference stream has no record widths (\"/W\")", ""},
-      {"/W[1 2 1]/Filter/LZWDecode", records, "the cross-reference stream cannot be read: unsupported filter", ""},
+      {"/W[1 2 1]/Filter/LZWDecode", records,
+       "the cross-reference stream cannot be read: unsupported filter /LZWDecode", ""},
       {"/W[1 2 1]/Filter/FlateDecode", records,
        "the cross-reference stream cannot be read: its compressed data are damaged", ""},
       {"/W[1 2 1]/Filter/FlateDecode/Index[1 1]", Deflated(records).substr(0, 14), "", "compressed data are damaged"},

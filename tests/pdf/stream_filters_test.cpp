@@ -86,9 +86,11 @@ TEST(StreamFiltersTest, DictionariesAndData) {
       {"<</Filter/FlateDecode>>", packed.substr(0, packed.size() - 4), text, "its compressed data are damaged"},
       {"<</Filter/FlateDecode>>", "no zlib data", "", "its compressed data are damaged"},
       {"<</Filter/FlateDecode>>", "", "", "its compressed data are damaged"},
-      {"<</Filter/LZWDecode>>", packed, "", "unsupported filter"},
-      {"<</Filter[/FlateDecode/DCTDecode]>>", packed, "", "unsupported filter"},
-      {"<</Filter(FlateDecode)>>", packed, "", "unsupported filter"},
+      {"<</Filter/LZWDecode>>", packed, "", "unsupported filter /LZWDecode"},
+      {"<</Filter[/FlateDecode/DCTDecode]>>", packed, "", "unsupported filter /DCTDecode"},
+      {"<</Filter/abcdefghijklmnopqrstuvwxyz0123456789abc\xC3\xA9>>", packed, "",
+       "unsupported filter /abcdefghijklmnopqrstuvwxyz0123456789abc"},
+      {"<</Filter(FlateDecode)>>", packed, "", "its filter is not a name"},
   };
   for (const auto& c : cases) {
     ZPDFNodeStream stream(c.data);

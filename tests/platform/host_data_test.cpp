@@ -8,11 +8,15 @@
 #include <string>
 
 #include "tests/support/temp_path.h"
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/data/field_set.h"
 #include "zforms/platform/data/folder_key.h"
 #include "zforms/platform/data/ini_file.h"
 #include "zforms/platform/data/variant.h"
 #include "zforms/platform/files/file_io.h"
+#include "zforms/platform/text/byte_order_mark.h"
+#include "zforms/platform/text/characters.h"
+#include "zforms/platform/text/clusters.h"
 #include "zforms/platform/text/letter_case.h"
 
 namespace zforms {
@@ -168,11 +172,74 @@ TEST(FieldSet, NamesAreFoundExactlyAndThenInAnyCase) {
   EXPECT_EQ(again["TOWN"].Value().AsChaine(), "Namur");
 }
 
+TEST(Characters, TextIsCutBetweenThem) {
+  const struct {
+    std::string_view text;
+    size_t most, size;
+  } kCases[] = {{"abc", 9, 3},
+                {"abc", 2, 2},
+                {"aé", 2, 1},
+                {"aé", 3, 3},
+                {"€", 2, 0},
+                {"\U0001F600", 3, 0},
+                // Not UTF-8.
+                {"\x80\x80\x80\x80\x80\x80", 5, 5}};
+  for (const auto& c : kCases) EXPECT_EQ(SizeOfWholeCharacters(c.text, c.most), c.size) << c.text;
+}
+
+TEST(Clusters, TheirWidthInATerminal) {
+  const struct {
+    const char* text;
+    size_t clusters, width;
+  } kCases[] = {
+      {"", 0, 0},
+      {"aé€", 3, 3},
+      {"e\u0301a\u0308\u0323", 2, 2},
+      {"\u0301", 1, 0},
+      {"漢字かナ", 4, 8},
+      {"한국 \u1112\u1161\u11AB", 4, 7},
+      {"ＡＢ ｱｲ", 5, 7},
+      {"\U00020000", 1, 2},
+      {"ไทยที่", 4, 4},
+      {"\U0001F600", 1, 2},
+      // A skin tone, a family, a flag, half a flag, a heart drawn as text and as an emoji.
+      {"\U0001F44D\U0001F3FD", 1, 2},
+      {"\U0001F468\u200D\U0001F469\u200D\U0001F467", 1, 2},
+      {"\U0001F1EB\U0001F1F7", 1, 2},
+      {"\U0001F1EB", 1, 1},
+      {"\u2764 \u2764\uFE0F", 3, 4},
+      {"a\xFF\xC3z", 4, 4},
+  };
+  for (const auto& c : kCases) {
+    size_t clusters = 0;
+    for (std::string_view rest = c.text; !rest.empty(); clusters++) TakeCluster(&rest);
+    EXPECT_EQ(clusters, c.clusters) << c.text;
+    EXPECT_EQ(DisplayWidth(c.text), c.width) << c.text;
+  }
+}
+
 TEST(LetterCase, CapitalsOfSeveralAlphabets) {
-  EXPECT_EQ(FoldCase("AZ[@ÀÖ×ØÞßŒŸŽ"), "az[@àö×øþßœÿž");
-  EXPECT_EQ(FoldCase("ΆΩΣς ЁЖЯ İ€\U0001F600"), "άωσσ ёжя İ€\U0001F600");
-  EXPECT_EQ(FoldCase("\xC3"), "\xC3");
-  EXPECT_EQ(FoldCase("\xC3Z\xFF"), "\xC3z\xFF");
+  const struct {
+    const char *text, *folded, *file_name;
+  } kCases[] = {
+      {"AZ[@ÀÖ×ØÞŒŸŽ", "az[@àö×øþœÿž", "az[@àö×øþœÿž"},
+      {"ΆΩΣς ЁЖЯ €\U0001F600", "άωσσ ёжя €\U0001F600", "άωσσ ёжя €\U0001F600"},
+      // One letter gives several.
+      {"Straße STRASSE \u1E9E", "strasse strasse ss", "strasse strasse ss"},
+      {"\uFB01n \u0130", "fin i\u0307", "fin i\u0307"},
+      // Armenian, Georgian, Cherokee, Deseret, full width.
+      {"\u0531\u1C90\uAB70\U00010400\uFF21", "\u0561\u10D0\u13A0\U00010428\uFF41",
+       "\u0561\u10D0\u13A0\U00010428\uFF41"},
+      // An accent as a character of its own, and Hangul by its letters.
+      {"E\u0301 \u1112\u1161\u11AB", "e\u0301 \u1112\u1161\u11AB", "\u00E9 \uD55C"},
+      {"", "", ""},
+      {"\xC3", "\xC3", "\xC3"},
+      {"\xC3Z\xFFÉ", "\xC3z\xFFé", "\xC3z\xFFé"},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(FoldCase(c.text), c.folded) << c.text;
+    EXPECT_EQ(FoldFileName(c.text), c.file_name) << c.text;
+  }
   EXPECT_TRUE(SameIgnoringASCIICase("aB1", "Ab1"));
   EXPECT_FALSE(SameIgnoringASCIICase("é", "É"));
   EXPECT_FALSE(SameIgnoringASCIICase("a", "ab"));
@@ -201,6 +268,7 @@ TEST(IniFile, LinesAreReadExactly) {
       {"[s]\na=1\nb=2\na=3", "a=3|b=2|"},
       {"[s] ; note\na=1\n[t\nb=2", "a=1|"},
       {"\xEF\xBB\xBF[s]\né=\xC3\xA8", "é=è|"},
+      {std::string(kUTF8Mark) + "\xFF\xFE[\0s\0]\0\n\0\xE9\0=\0x\0"s, "é=x|"},
       {"[s]\n\xE9=\xE8\x80", "é=è€|"},
       {"\xFF\xFE[\0s\0]\0\n\0\xE9\0=\0x\0"s, "é=x|"},
       {"[s", ""},
@@ -219,6 +287,12 @@ TEST(IniFile, LinesAreReadExactly) {
   }
   ZIniFile file;
   file.FromChaine("[b]\n[a]\n[b]\n[a]b]\n[]\n");
+  // A recursion for each mark would overflow the stack.
+  std::string marks;
+  for (int i = 0; i < 500'000; i++) marks += kUTF8Mark;
+  ZIniFile marked;
+  marked.FromChaine(marks + "[s]\na=1");
+  EXPECT_EQ(Lines(marked.Section("s")), "a=1|");
   std::string names;
   for (const Chaine& name : file.SectionNames()) names += name.ToString() + "|";
   EXPECT_EQ(names, "b|a|a]b||");

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "zforms/platform/base/hex.h"
+
 namespace zforms::tool {
 namespace {
 
@@ -11,7 +13,6 @@ constexpr size_t kShownWarnings = 100;
 }  // namespace
 
 std::string Printable(std::string_view text) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string result;
   for (size_t i = 0; i < text.size(); i++) {
     const auto c = static_cast<unsigned char>(text[i]);
@@ -22,10 +23,8 @@ std::string Printable(std::string_view text) {
       continue;
     }
     for (size_t end = c1 ? i + 2 : i + 1; i < end; i++) {
-      const auto byte = static_cast<unsigned char>(text[i]);
       result += "\\x";
-      result += kDigits[byte >> 4];
-      result += kDigits[byte & 15];
+      AppendHexByte(&result, static_cast<unsigned char>(text[i]));
     }
     i--;
   }

@@ -9,6 +9,7 @@
 
 #include "tool/base/console.h"
 #include "tool/base/port_holder.h"
+#include "zforms/platform/base/ascii.h"
 
 namespace zforms::tool {
 namespace {
@@ -54,7 +55,7 @@ std::string PortHolder(uint16_t port) {
   std::error_code error;
   for (fs::directory_iterator at("/proc", error), end; !sockets.empty() && !error && at != end; at.increment(error)) {
     const std::string number = at->path().filename().string();
-    const bool is_process = std::all_of(number.begin(), number.end(), [](char c) { return c >= '0' && c <= '9'; });
+    const bool is_process = std::all_of(number.begin(), number.end(), IsDigitASCII);
     if (!is_process || !HoldsOneOf(at->path(), sockets)) continue;
     std::ifstream file(at->path() / "comm");
     std::string name;

@@ -23,8 +23,4 @@ class Table {
   std::vector<std::vector<std::string>> rows_;  // the head first
 };
 
-// The number of columns that the text takes: characters outside the basic Latin
-// and European scripts that are wide in East Asian fonts count two.
-size_t DisplayWidth(std::string_view text);
-
 }  // namespace zforms::tool

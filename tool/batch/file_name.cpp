@@ -1,52 +1,30 @@
 #include "tool/batch/file_name.h"
 
 #include <algorithm>
-#include <array>
 
-#include "zforms/platform/text/letter_case.h"
+#include "zforms/platform/files/file_names.h"
+#include "zforms/platform/text/characters.h"
 
 namespace zforms::tool {
 namespace {
 
 constexpr std::string_view kSuffix = ".pdf";
 constexpr size_t kMaxName = 200;
-// What some system refuses, or takes for something else.
-constexpr std::string_view kRefused = "/\\:*?\"<>|";
-constexpr std::array<std::string_view, 4> kDevices = {"con", "prn", "aux", "nul"};
-
-bool IsRefused(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 32 || byte == 127 || kRefused.find(c) != std::string_view::npos;
-}
-
-// Windows opens a device under these names, whatever follows a ".".
-bool IsDevice(std::string_view name) {
-  const std::string base = FoldCase(name.substr(0, name.find('.'))).ToString();
-  if (std::find(kDevices.begin(), kDevices.end(), base) != kDevices.end()) return true;
-  return base.size() == 4 && (base.starts_with("com") || base.starts_with("lpt")) && base[3] >= '1' && base[3] <= '9';
-}
-
-// Cuts UTF-8 after a whole character.
-void CutAt(std::string* text, size_t size) {
-  if (text->size() <= size) return;
-  while (size > 0 && (static_cast<unsigned char>((*text)[size]) & 0xC0) == 0x80) size--;
-  text->resize(size);
-}
 
 }  // namespace
 
 std::string SafeFileName(std::string_view stem, std::string_view suffix) {
   std::string name(stem);
   for (char& c : name) {
-    if (IsRefused(c)) c = '_';
+    if (IsRefusedInFileName(c)) c = '_';
   }
-  CutAt(&name, kMaxName - std::min(kMaxName, suffix.size()));
+  name.resize(SizeOfWholeCharacters(name, kMaxName - std::min(kMaxName, suffix.size())));
   while (name.ends_with(' ') || name.ends_with('.')) name.pop_back();
   name.erase(0, name.find_first_not_of(' '));
   if (name.empty()) return {};
   // A name that starts with a dot is hidden; one that starts with a hyphen looks like an option.
   if (name.front() == '.' || name.front() == '-') name.front() = '_';
-  if (IsDevice(name)) name.insert(0, 1, '_');
+  if (IsDeviceName(name)) name.insert(0, 1, '_');
   return name.append(suffix);
 }
 
@@ -66,7 +44,7 @@ bool FileNamePattern::Parse(std::string_view pattern, std::string* error) {
       *error = "a \"}\" without \"{\"; \"}}\" stands for the brace itself";
       return false;
     }
-    if (IsRefused(c)) {
+    if (IsRefusedInFileName(c)) {
       *error = std::string("a file name cannot contain \"") + c + "\"";
       return false;
     }

@@ -10,7 +10,7 @@
 namespace zforms::tool {
 namespace {
 
-constexpr char kMagic[] = "zfbatch2";
+constexpr char kMagic[] = "zfbatch3";
 constexpr uint64_t kFirstBits = 12;
 constexpr uint64_t kMaxBits = 40;
 constexpr size_t kSlotsAtOnce = 4096;
@@ -21,7 +21,7 @@ uint64_t SlotCount(uint64_t bits) { return uint64_t{1} << bits; }
 bool IsFull(uint64_t count, uint64_t bits) { return count * 3 > SlotCount(bits) * 2; }
 
 // A name is never 0, which a free slot has.
-uint64_t HashOfName(std::string_view name) { return StableHash(FoldCase(name)) | 1; }
+uint64_t HashOfName(std::string_view name) { return StableHash(FoldFileName(name)) | 1; }
 
 Ledger::Claim ClaimOf(Ledger::State state) {
   switch (state) {

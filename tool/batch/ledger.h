@@ -14,7 +14,7 @@ uint64_t StableHash(std::string_view bytes, uint64_t seed = 0);
 // in that file, so that no two rows have the same and an interrupted batch can go on.
 // It is a hash table that stays on the disk: memory does not grow with the number of
 // rows, and what was entered is there when the process is killed. Names that differ in
-// letter case alone are the same. One thread at a time; layout in the byte order of
+// letter case or in how an accent is written are the same. One thread at a time; layout in the byte order of
 // the machine.
 class Ledger {
  public:

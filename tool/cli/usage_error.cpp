@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "zforms/platform/base/ascii.h"
+
 namespace zforms::tool {
 namespace {
 
@@ -52,7 +54,7 @@ std::string UnknownOption(const std::vector<std::string>& known, int argc, const
   for (int i = 2; i < argc && std::string_view(argv[i]) != "--"; i++) {
     const std::string_view argument = argv[i];
     const bool is_long = argument.starts_with("--");
-    if (!is_long && (argument.size() < 2 || argument[0] != '-' || (argument[1] >= '0' && argument[1] <= '9'))) continue;
+    if (!is_long && (argument.size() < 2 || argument[0] != '-' || IsDigitASCII(argument[1]))) continue;
     const std::string name(is_long ? argument.substr(0, argument.find('=')) : argument.substr(0, 2));
     if (std::find(known.begin(), known.end(), name) == known.end()) return name;
   }

@@ -8,13 +8,13 @@
 #include "zforms/filling/data_kind.h"
 #include "zforms/filling/fdf.h"
 #include "zforms/filling/json_rows.h"
+#include "zforms/platform/text/byte_order_mark.h"
 #include "zforms/platform/text/letter_case.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms::tool {
 namespace {
 
-constexpr std::string_view kMark = "\xEF\xBB\xBF";
 // The values of one form take no more.
 constexpr uint64_t kMostData = 256 << 20;
 constexpr const char* kSeveral = "it has more than one row; \"zforms batch\" fills a form for each";
@@ -22,21 +22,13 @@ constexpr const char* kSeveral = "it has more than one row; \"zforms batch\" fil
 enum class Kind { kXFDF, kFDF, kJSON, kCSV };
 
 Kind KindOf(const std::string& path, std::string_view text) {
-  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
+  text = WithoutUTF8Mark(text);
   const std::string_view start = TrimBlanks(text.substr(0, text.find_first_not_of("\r\n\t ") + 16));
   if (start.starts_with("%FDF")) return Kind::kFDF;
   if (start.starts_with('{') || start.starts_with('[')) return Kind::kJSON;
   const Chaine name = FoldCase(path);
   const bool named_xml = name.View().ends_with(".xfdf") || name.View().ends_with(".xml");
   return start.empty() || start.starts_with('<') || named_xml ? Kind::kXFDF : Kind::kCSV;
-}
-
-// UTF-16 with its mark in UTF-8, anything else as it is.
-Chaine InUTF8(const Chaine& bytes) {
-  const std::string_view text = bytes;
-  if (text.starts_with("\xFF\xFE")) return UTF16ToUTF8(text.substr(2), ByteOrder::eLittleEndian);
-  if (text.starts_with("\xFE\xFF")) return UTF16ToUTF8(text.substr(2), ByteOrder::eBigEndian);
-  return bytes;
 }
 
 void AddRow(const Row& row, ZXFDF* data) {
@@ -68,7 +60,7 @@ bool ReadCSV(std::string_view text, ZXFDF* data, uint64_t* line, std::string* er
 }
 
 bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* error) {
-  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
+  text = WithoutUTF8Mark(text);
   const std::string_view whole = text;
   text = TrimBlanks(text);
   // A list of one object is as good as the object.
@@ -107,7 +99,7 @@ bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& con
   const auto look = [](std::string_view head, uint64_t) { return FaultOfData(head); };
   if (!ReadInput(path, &bytes, console, {kMostData, look})) return false;
   std::string error;
-  const Chaine text = InUTF8(bytes);
+  const Chaine text = MarkedUTF16ToUTF8(bytes);
   const Kind kind = KindOf(path, text);
   // XML says itself in which encoding it is.
   if (!Read(kind, kind == Kind::kXFDF ? bytes : text, data, line, &error)) {

@@ -10,6 +10,7 @@
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/string_node.h"
 #include "zforms/platform/text/text.h"
 #include "zforms/server/server_form.h"
 
@@ -23,17 +24,6 @@ std::string TitleOf(const ZPDFParser& parser) {
   const auto* infos = trailer == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(trailer->GetTarget("/Info"));
   const ZPDFNode* const title = infos == nullptr ? nullptr : infos->GetTarget("/Title");
   return title == nullptr ? std::string() : PDFTextToUTF8(title->GetStringValue()).ToString();
-}
-
-std::string HexOf(std::string_view bytes) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
 }
 
 // The full name of the field or widget, by its ancestors (ISO 32000-1 12.7.3.2).
@@ -100,8 +90,8 @@ std::shared_ptr<const FormCard> ReadCard(const Chaine& path) {
   const auto card = std::make_shared<FormCard>();
   const ZPDFParser& parser = *form.Parser();
   card->title = TitleOf(parser);
-  card->id_original = HexOf(parser.IDOriginal());
-  card->id_modified = HexOf(parser.IDModified());
+  card->id_original = ZPDFNodeHexaString::Encode(parser.IDOriginal()).ToString();
+  card->id_modified = ZPDFNodeHexaString::Encode(parser.IDModified()).ToString();
   card->tab_orders = PageIndex(parser).TabOrders();
   DescribeFields(form, card.get());
   AddValues(form, card.get());

@@ -9,6 +9,7 @@
 #include "tool/office/submitted_fields.h"
 #include "zforms/acroform/change_rules.h"
 #include "zforms/platform/base/clock.h"
+#include "zforms/platform/base/hex.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/data/field_set.h"
 #include "zforms/platform/host/template_storage.h"
@@ -27,11 +28,10 @@ constexpr uint64_t kTicksOfDay = 24 * kTicksOfHour;
 
 // 128 bits of the system's randomness in hexadecimal.
 std::string RandomToken() {
-  constexpr char kDigits[] = "0123456789abcdef";
   std::random_device random;
   std::string token;
   for (int i = 0; i < 4; i++) {
-    for (unsigned bits = random(), n = 0; n < 8; n++, bits >>= 4) token += kDigits[bits & 15];
+    for (unsigned bits = random(), n = 0; n < 8; n++, bits >>= 4) token += kLowerHexDigits[bits & 15];
   }
   return token;
 }

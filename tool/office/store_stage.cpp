@@ -8,6 +8,7 @@
 
 #include "tool/office/statement.h"
 #include "tool/office/store.h"
+#include "zforms/platform/text/characters.h"
 
 // Long submissions. SQLite has one writer at a time, and what it writes has to reach the
 // disk; who stored 30 MB at once would hold up everybody for as long. So the texts of a
@@ -32,14 +33,6 @@ size_t SizeOf(const Submission& submission) {
   size_t size = submission.xfdf.size();
   for (const auto& [name, value] : submission.fields) size += name.size() + value.size() + kRow;
   return size;
-}
-
-// The first `size` bytes or somewhat fewer: no character is cut.
-std::string_view FirstOf(std::string_view text, size_t size) {
-  if (size >= text.size()) return text;
-  const size_t least = size - 3;
-  while (size > least && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80) size--;
-  return text.substr(0, size);
 }
 
 // The pieces of rejected ones have the negative number.
@@ -92,7 +85,7 @@ std::string Store::Stage(Submission* submission, bool accepted) {
   const auto number = static_cast<uint64_t>(key);
   const auto stage_text = [&](std::string_view name, std::string* text) {
     for (std::string_view rest = *text; !rest.empty();) {
-      const std::string_view piece = FirstOf(rest, kStep);
+      const std::string_view piece = rest.substr(0, SizeOfWholeCharacters(rest, kStep));
       const auto write = [&] {
         return Get("INSERT INTO pieces(submission, name, text) VALUES(?, ?, ?)")
             .Bind(number)

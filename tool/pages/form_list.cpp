@@ -5,8 +5,8 @@
 
 #include "tool/office/office.h"
 #include "tool/pages/reader_page.h"
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/host/template_storage.h"
-#include "zforms/platform/text/http_text.h"
 
 namespace zforms::tool {
 namespace {
@@ -122,8 +122,8 @@ Language LanguageFor(std::string_view accepted) {
       std::from_chars(one.data() + q + 3, one.data() + one.size(), weight);
     }
     const std::string tag = one.substr(0, one.find_first_of("-;"));
-    const bool is_french = EqualIgnoringCase(tag, "fr");
-    if ((!is_french && !EqualIgnoringCase(tag, "en")) || weight <= best_weight) continue;
+    const bool is_french = SameIgnoringASCIICase(tag, "fr");
+    if ((!is_french && !SameIgnoringASCIICase(tag, "en")) || weight <= best_weight) continue;
     best = is_french ? Language::kFrench : Language::kEnglish;
     best_weight = weight;
   }

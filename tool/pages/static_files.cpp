@@ -4,6 +4,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zforms/platform/base/hex.h"
 #include "zforms/platform/crypto/md5.h"
 #include "zforms/platform/files/file_io.h"
 
@@ -43,16 +44,9 @@ std::string UTF8(const fs::path& path) {
 }
 
 std::string TagOf(std::string_view bytes) {
-  constexpr char kDigits[] = "0123456789abcdef";
   std::string tag = "\"";
-  for (const uint8_t byte : [&] {
-         MD5 digest;
-         digest.Update(bytes);
-         return digest.Digest();
-       }()) {
-    tag += kDigits[byte >> 4];
-    tag += kDigits[byte & 15];
-  }
+  const Chaine digest = MD5Of(bytes);
+  for (const char byte : digest) AppendHexByte(&tag, static_cast<unsigned char>(byte), kLowerHexDigits);
   return tag + '"';
 }
 

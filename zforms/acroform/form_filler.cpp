@@ -6,7 +6,9 @@
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_text.h"
 #include "zforms/acroform/node_access.h"
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/diagnostics.h"
+#include "zforms/platform/text/characters.h"
 #include "zforms/platform/text/text.h"
 #include "zforms/platform/xml/xml.h"
 #include "zforms/xfdf/field.h"
@@ -19,28 +21,13 @@ bool IsToggle(const ZAcroFormField& field) {
   return type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton;
 }
 
-bool IsASCII(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-// Line ends are CR LF, CR or LF.
-PTableau<Chaine> Lines(const Chaine& text) {
-  PTableau<Chaine> lines;
-  for (size_t at = 0;;) {
-    const size_t end = std::min(text.View().find_first_of("\r\n", at), text.size());
-    lines.push_back(text.Mid(at, end - at));
-    if (end == text.size()) return lines;
-    at = end + (text.View().substr(end, 2) == "\r\n" ? 2 : 1);
-  }
-}
-
 // The values for a list box with multiple selection: given one by one, or as the lines of one text, if each is one of
 // its options; else empty.
 PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, const PTableau<Chaine>& given) {
   if (field.Type() != ZAcroFormField::eChoice || (field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) {
     return {};
   }
-  PTableau<Chaine> values = given.size() == 1 ? Lines(given[0]) : given;
+  PTableau<Chaine> values = given.size() == 1 ? LinesOf(given[0]) : given;
   if (values.size() < 2) return {};
   FDictionnary<Chaine> options;
   for (const ZAcroFormFieldOption& option : field.Options()) {

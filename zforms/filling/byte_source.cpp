@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "zforms/platform/files/os_file.h"
+#include "zforms/platform/text/byte_order_mark.h"
 
 namespace zforms {
 namespace {
@@ -58,10 +59,9 @@ void ByteSource::AppendDecoded() {
 }
 
 void ByteSource::RecogniseUTF16() {
-  if (buffer_.starts_with("\xFF\xFE")) order_ = ByteOrder::eLittleEndian;
-  if (buffer_.starts_with("\xFE\xFF")) order_ = ByteOrder::eBigEndian;
+  order_ = UTF16OrderByMark(buffer_);
   if (!order_) return;
-  undecoded_ = buffer_.substr(2);
+  undecoded_ = buffer_.substr(kUTF16BEMark.size());
   buffer_.clear();
   AppendDecoded();
 }

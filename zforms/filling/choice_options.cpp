@@ -3,6 +3,7 @@
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_text.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/text/characters.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
@@ -15,9 +16,7 @@ constexpr size_t kListed = 8;
 
 Chaine Shortened(const Chaine& utf8) {
   if (utf8.size() <= kShownBytes) return utf8;
-  size_t end = kShownBytes;
-  while (end > 0 && (static_cast<unsigned char>(utf8[end]) & 0xC0) == 0x80) end--;
-  return utf8.Mid(0, end) + "...";
+  return utf8.Mid(0, SizeOfWholeCharacters(utf8, kShownBytes)) + "...";
 }
 
 Chaine Quoted(const Chaine& utf8) { return "\"" + Shortened(utf8) + "\""; }

@@ -4,27 +4,24 @@
 #include <set>
 #include <utility>
 
+#include "zforms/platform/base/ascii.h"
+#include "zforms/platform/text/byte_order_mark.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
 namespace {
 
-constexpr std::string_view kMark = "\xEF\xBB\xBF";
 constexpr std::string_view kSeparators = ",;\t";
 // How much of the first record is looked at for its separator.
 constexpr size_t kSniffed = 1 << 16;
-
-bool IsASCII(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
 
 std::string QuoteIn(uint64_t line) { return "the quote that opens a value in line " + std::to_string(line); }
 
 }  // namespace
 
 CsvReader::CsvReader(ByteSource&& source) : RowReader(std::move(source)) {
-  if (source_.Look(kMark.size()).starts_with(kMark)) {
-    source_.Consume(kMark.size());
+  if (source_.Look(kUTF8Mark.size()).starts_with(kUTF8Mark)) {
+    source_.Consume(kUTF8Mark.size());
     encoding_ = Encoding::kUTF8;
   }
   ReadHeader();
@@ -228,9 +225,9 @@ bool IsUnsignedNumber(std::string_view text) {
 // Behind "+": at least a country's code and a number of four digits.
 bool IsInternationalTelephoneNumber(std::string_view text) {
   constexpr std::ptrdiff_t kFewestDigits = 5;
-  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-  return !text.empty() && is_digit(text[0]) && text.find_first_not_of("0123456789 .-/()") == std::string_view::npos &&
-         std::count_if(text.begin(), text.end(), is_digit) >= kFewestDigits;
+  return !text.empty() && IsDigitASCII(text[0]) &&
+         text.find_first_not_of("0123456789 .-/()") == std::string_view::npos &&
+         std::count_if(text.begin(), text.end(), IsDigitASCII) >= kFewestDigits;
 }
 
 bool IsFormula(std::string_view text) {

@@ -5,6 +5,7 @@
 #include "zforms/filling/csv_reader.h"
 #include "zforms/filling/json_rows.h"
 #include "zforms/platform/base/chaine.h"
+#include "zforms/platform/text/byte_order_mark.h"
 
 namespace zforms {
 namespace {
@@ -31,7 +32,7 @@ std::string FaultOfData(std::string_view head) {
     if (head.starts_with(start)) return std::string(fault);
   }
   std::string_view text = head;
-  for (const std::string_view mark : {"\xEF\xBB\xBF"sv, "\xFF\xFE"sv, "\xFE\xFF"sv}) {
+  for (const std::string_view mark : {kUTF8Mark, kUTF16LEMark, kUTF16BEMark}) {
     if (text.starts_with(mark)) text.remove_prefix(mark.size());
   }
   return head.size() < kWholeHead && TrimBlanks(text).empty() ? "is empty" : "";
@@ -42,7 +43,7 @@ std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {
   const std::string_view head = source.Look(kLooked);
   *error = source.Failure().empty() ? FaultOfData(head.substr(0, kLooked)) : source.Failure();
   if (!error->empty()) return nullptr;
-  const std::string_view text = TrimBlanks(head.starts_with("\xEF\xBB\xBF") ? head.substr(3) : head);
+  const std::string_view text = TrimBlanks(WithoutUTF8Mark(head));
   if (text.starts_with('<') || text.starts_with("%FDF")) {
     *error = "the file is not a table";
     return nullptr;
@@ -53,7 +54,7 @@ std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {
   }
   std::unique_ptr<RowReader> reader;
   if (text.starts_with('{')) {
-    if (head.starts_with("\xEF\xBB\xBF")) source.Consume(3);
+    if (head.starts_with(kUTF8Mark)) source.Consume(kUTF8Mark.size());
     reader = std::make_unique<JsonReader>(std::move(source));
   } else {
     reader = std::make_unique<CsvReader>(std::move(source));

@@ -10,13 +10,16 @@
 #include "zforms/pdf/forward_reader.h"
 #include "zforms/pdf/identifier_node.h"
 #include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/object_head.h"
 #include "zforms/pdf/object_provider.h"
 #include "zforms/pdf/stream_node.h"
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/out_stream.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/text/byte_order_mark.h"
 #include "zforms/platform/text/letter_case.h"
 #include "zforms/platform/text/text.h"
 
@@ -26,10 +29,6 @@ namespace {
 // Kids may refer to one another in circles.
 constexpr int kMaxDepth = 100;
 constexpr size_t kMaxFields = 1000000;
-
-bool IsNumber(std::string_view token) {
-  return !token.empty() && token.size() <= 10 && token.find_first_not_of("0123456789") == std::string_view::npos;
-}
 
 // The objects of an FDF file, which as a rule has no cross-reference section: they are
 // read one after the other.
@@ -66,17 +65,14 @@ class FDFObjects final : public IPDFObjectProvider {
     while (!text_.IsEmpty()) {
       text_.TrimLeftComments();
       ZPDFTokenizedString ahead = text_;
-      const std::string_view number = ahead.TakeFirstToken();
-      const std::string_view generation = ahead.TakeFirstToken();
-      const bool is_object = IsNumber(number) && IsNumber(generation) && ahead.TakeFirstToken() == "obj";
-      if (!is_object) {
+      const std::optional<ZPDFObjectHead> head = TakeObjectHead(ahead);
+      if (!head || !head->is_sound) {
         const std::string_view token = text_.TakeFirstToken();
         if (token.empty()) return;
         if (token == "trailer") ReadTrailer();
         continue;
       }
-      const ZPDFObjectIdentifier id(ParseUInt(number), ParseUInt(generation));
-      objects_[id].reset(ZPDFNodeIndirectObject::BuildFrom(ahead, id, this, nullptr));
+      objects_[head->id].reset(ZPDFNodeIndirectObject::BuildFrom(ahead, head->id, this, nullptr));
       text_ = ahead;
     }
   }
@@ -106,9 +102,9 @@ class FDFEncoding {
     std::string letters = FoldCase(name_).ToString();
     std::erase_if(letters, [](char c) { return c == '/' || c == '-' || c == '_'; });
     if (letters == "utf8") {
-      mark_ = "\xEF\xBB\xBF";
+      mark_ = kUTF8Mark;
     } else if (letters == "utf16" || letters == "utf16be") {
-      mark_ = "\xFE\xFF";
+      mark_ = kUTF16BEMark;
     } else {
       is_known_ = letters.empty() || letters == "pdfdocencoding";
     }
@@ -117,11 +113,10 @@ class FDFEncoding {
   // Outside ASCII, what the texts of an encoding that is not known mean is not known either.
   Chaine ToUTF8(const Chaine& bytes) {
     const std::string_view text = bytes;
-    if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE")) return PDFTextToUTF8(text);
-    const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-    if (!is_known_ && !std::all_of(text.begin(), text.end(), is_ascii)) is_missed_ = true;
+    if (UTF16OrderByMark(text)) return PDFTextToUTF8(text);
+    if (!is_known_ && !IsASCII(text)) is_missed_ = true;
     // Some texts are in PDFDocEncoding after all.
-    const bool fits = mark_.size() == 3 ? IsValidUTF8(text) : text.size() % 2 == 0;
+    const bool fits = mark_ == kUTF8Mark ? IsValidUTF8(text) : text.size() % 2 == 0;
     if (mark_.empty() || text.starts_with(mark_) || !fits) return PDFTextToUTF8(text);
     return PDFTextToUTF8(Chaine(mark_) + text);
   }

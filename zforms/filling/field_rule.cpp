@@ -9,6 +9,7 @@
 #include "zforms/filling/choice_options.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/text/characters.h"
 #include "zforms/platform/text/letter_case.h"
 #include "zforms/platform/text/text.h"
 
@@ -31,21 +32,10 @@ bool IsOneOf(const Chaine& text, const std::string_view (&words)[N]) {
 size_t CharacterCount(std::string_view text) {
   size_t count = 0;
   for (size_t i = 0; i < text.size(); i++) {
-    const bool continues = (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
     const bool ends_pair = text[i] == '\n' && i > 0 && text[i - 1] == '\r';
-    if (!continues && !ends_pair) count++;
+    if (!IsTrailByte(text[i]) && !ends_pair) count++;
   }
   return count;
-}
-
-PTableau<Chaine> Lines(const Chaine& text) {
-  PTableau<Chaine> lines;
-  for (size_t at = 0;;) {
-    const size_t end = std::min(text.View().find_first_of("\r\n", at), text.size());
-    lines.push_back(text.Mid(at, end - at));
-    if (end == text.size()) return lines;
-    at = end + (text.View().substr(end, 2) == "\r\n" ? 2 : 1);
-  }
 }
 
 bool HasNamedKids(const ZAcroFormField& field) {
@@ -236,7 +226,7 @@ void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) c
       takes_several_ && given.size() == 1 && options_->Find(given[0], &whole) == ChoiceOptions::Match::kNone;
   PUniqueT<Chaine> taken;
   size_t more_faults = 0;
-  for (const Chaine& value : is_lines ? Lines(given[0]) : given) {
+  for (const Chaine& value : is_lines ? LinesOf(given[0]) : given) {
     // Nothing chosen, or an empty line.
     if (value.IsEmpty() && options_->BytesOf(value) == nullptr) continue;
     Chaine fault;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "zforms/platform/base/chaine.h"
+#include "zforms/platform/text/characters.h"
 
 namespace zforms {
 namespace {
@@ -112,7 +113,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
 // Where the text ends, the column in characters.
 std::string PlaceOf(std::string_view text, bool is_line) {
   const std::string_view line = text.substr(text.rfind('\n') + 1);
-  const auto column = 1 + std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; });
+  const uint64_t column = 1 + CountCharacters(line);
   const auto number = 1 + std::count(text.begin(), text.end(), '\n');
   return (is_line ? "" : "line " + std::to_string(number) + ", ") + "column " + std::to_string(column) + ": ";
 }

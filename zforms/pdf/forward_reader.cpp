@@ -12,8 +12,8 @@
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/encrypter.h"
-#include "zforms/pdf/syntax/hex.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/platform/base/hex.h"
 #include "zforms/platform/base/number.h"
 
 namespace zforms {

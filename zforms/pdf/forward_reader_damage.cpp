@@ -10,10 +10,10 @@
 #include "zforms/pdf/identifier_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/element_scan.h"
-#include "zforms/pdf/syntax/hex.h"
 #include "zforms/pdf/syntax/structure_word.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
 #include "zforms/platform/base/hash.h"
+#include "zforms/platform/base/hex.h"
 
 namespace zforms {
 namespace {

@@ -5,10 +5,10 @@
 #include <string>
 
 #include "zforms/pdf/syntax/char_class.h"
-#include "zforms/pdf/syntax/hex.h"
 #include "zforms/pdf/syntax/out_stream.h"
 #include "zforms/pdf/syntax/structure_word.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/platform/base/hex.h"
 #include "zforms/platform/base/number.h"
 
 namespace zforms {
@@ -29,9 +29,8 @@ bool NeedsEscape(char c) {
 bool IsPlain(char c) { return Is(c, kPlainName); }
 
 void AppendEscaped(Chaine& out, char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  const std::array<char, 3> text{'#', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
-  out.Append({text.data(), text.size()});
+  out += '#';
+  AppendHexByte(&out, static_cast<unsigned char>(c));
 }
 
 // The text as it is written: the result of Encode, with every delimiter escaped too.

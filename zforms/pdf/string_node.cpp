@@ -2,9 +2,9 @@
 
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/encrypter.h"
-#include "zforms/pdf/syntax/hex.h"
 #include "zforms/pdf/syntax/out_stream.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/platform/base/hex.h"
 
 namespace zforms {
 namespace {

@@ -4,12 +4,12 @@
 #include <chrono>
 #include <string_view>
 
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/files/temp_folder.h"
 #include "zforms/platform/host/shell.h"
 #include "zforms/platform/host/version_resource.h"
-#include "zforms/platform/text/letter_case.h"
 #include "zforms/server/acro_form_server.h"
 #include "zforms/server/pdf_handler.h"
 #include "zforms/server/reader_version.h"

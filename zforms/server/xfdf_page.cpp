@@ -7,6 +7,7 @@
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/http/http_request.h"
 #include "zforms/platform/http/http_response.h"
+#include "zforms/platform/text/characters.h"
 #include "zforms/platform/xml/xml.h"
 #include "zforms/xfdf/survey.h"
 
@@ -22,12 +23,11 @@ constexpr size_t kLongText = size_t{64} << 10;
 // The length of a literal string of the text in a PDF: in PDFDocEncoding when all characters are in Latin-1, else in
 // UTF-16, plus backslashes.
 uint64_t SizeInPDF(std::string_view text) {
-  uint64_t characters = 0;
+  const uint64_t characters = CountCharacters(text);
   uint64_t escapes = 0;
   bool is_wide = false;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    if ((byte & 0xC0U) != 0x80) characters++;
     is_wide = is_wide || byte > 0xC3;
     if (c == '\r' || c == '\n' || c == '(' || c == ')' || c == '\\') escapes++;
   }

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/data/folder_key.h"
 #include "zforms/platform/files/inet_stream.h"
-#include "zforms/platform/text/letter_case.h"
 #include "zforms/platform/xml/xml.h"
 #include "zforms/xfdf/field.h"
 #include "zforms/xfdf/xfdf.h"

@@ -36,7 +36,7 @@ Chaine EncryptionRefusal(const ZPDFEncryption& encryption) {
   const uint32_t code = encryption.AlgorithmCode();
   const bool is_read =
       encryption.Filter() == "/Standard" && (code == 1 || code == 2) && encryption.IsKeyLengthSupported();
-  if (!is_read) return "the document is encrypted by a method that is not read: " + EncryptionMethod(encryption);
+  if (!is_read) return "unsupported encryption: " + EncryptionMethod(encryption);
   if (encryption.UserPassword().IsEmpty()) return "the document opens with a password, and none was given";
   return "the password does not open the document";
 }

@@ -29,8 +29,8 @@ ZPDFObjectStream::ZPDFObjectStream(const ZPDFNodeStream& stream, size_t limit) {
   ZPDFDecodedStream decoded = DecodeStream(stream, limit);
   decoded_ = decoded.produced;
   text_ = std::move(decoded.data);
-  damaged_ = !decoded.fault.empty();
-  if (damaged_) fault_ = "the object stream is damaged: " + Chaine(decoded.fault);
+  damaged_ = !decoded.fault.IsEmpty();
+  if (damaged_) fault_ = "the object stream is damaged: " + decoded.fault;
   const ZPDFNodeDictionary& dictionary = *stream.Dico();
   const auto* extends = NodeCast<ZPDFNodeIndirectReference>(dictionary.GetDirect("/Extends"));
   if (extends != nullptr) extends_ = extends->GetID().Number();

@@ -8,6 +8,7 @@
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/identifier_node.h"
 #include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/object_head.h"
 #include "zforms/pdf/parser/object_stream.h"
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/syntax/char_class.h"
@@ -47,8 +48,6 @@ size_t SkipLine(std::string_view text, size_t at) {
 ZPDFNodeDictionary* TargetDictionary(ZPDFNodeDictionary* owner, std::string_view key) {
   return owner == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(owner->GetTarget(key));
 }
-
-bool IsNumber(std::string_view token, uint32_t number) { return AllDigits(token) && ParseUInt(token) == number; }
 
 // The values of an encryption dictionary are in clear, wherever they stand: they are
 // loaded while there is no security handler yet.
@@ -217,8 +216,8 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
 }
 
 bool ZPDFParser::TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id) {
-  return IsNumber(text.TakeFirstToken(), id.Number()) && IsNumber(text.TakeFirstToken(), id.Generation()) &&
-         text.StartWith("obj");
+  const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
+  return head && head->id == id;
 }
 
 ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
@@ -233,10 +232,10 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();
   const size_t begin = text.Offset();
-  const bool found = TakeHeader(text, id);
+  const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
   ZPDFNodeIndirectObject* object = nullptr;
-  if (found) {
-    if (text.TakeFirstToken() != "obj") text.Warn("\"obj\" does not stand alone");
+  if (head && head->id == id) {
+    if (!head->is_sound) text.Warn("\"obj\" does not stand alone");
     // A cross-reference stream is not enciphered.
     const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());

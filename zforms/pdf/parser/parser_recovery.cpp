@@ -7,6 +7,7 @@
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/forward_reader.h"
 #include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/object_head.h"
 #include "zforms/pdf/parser/file_scan.h"
 #include "zforms/pdf/parser/object_stream.h"
 #include "zforms/pdf/parser/page_tree.h"
@@ -26,10 +27,6 @@ constexpr size_t kHeaderReach = 4096;
 constexpr std::string_view kAssumedHeader = "%PDF-1.4\n";
 
 using Scanned = ZPDFFileScan::Object;
-
-bool IsLoadable(const ZPDFObjectIdentifier& id) {
-  return id.Number() != 0 && id.Number() <= INT32_MAX && id.Generation() <= UINT16_MAX;
-}
 
 // Visits what was found, the newest first; an object that is cut off comes last.
 template <class Visit>
@@ -110,7 +107,7 @@ size_t ZPDFParser::UnlistedAtEnd() const {
   return static_cast<size_t>(std::count_if(scan.objects.begin(), scan.objects.end(), [&](const Scanned& found) {
     const ZPDFObjectLocation* listed = locations_.Find(found.id.Number());
     const bool known = listed != nullptr && listed->in_use && !listed->packed && listed->offset >= end;
-    return found.whole && IsLoadable(found.id) && !known;
+    return found.whole && MayBeInUse(found.id) && !known;
   }));
 }
 
@@ -125,7 +122,7 @@ bool ZPDFParser::LeadsToObject(const ZPDFObjectLocation& location) const {
 // A free record that leads to its object was one in use: those of objects that are gone
 // lead to the next free number.
 bool ZPDFParser::IsWrong(const ZPDFObjectLocation& location) const {
-  if (location.packed || location.object != nullptr || !IsLoadable(location.id)) return false;
+  if (location.packed || location.object != nullptr || !MayBeInUse(location.id)) return false;
   return location.in_use != LeadsToObject(location);
 }
 
@@ -209,7 +206,7 @@ bool ZPDFParser::SettleHeader(const Chaine& reason, Chaine* said) {
 // What the scan found, and what it did not find where a table says it is.
 void ZPDFParser::AddFound(const ZPDFFileScan& scan, const ZPDFLocations& listed) {
   ForNewestFirst(scan, [this](const Scanned& found) {
-    if (IsLoadable(found.id)) locations_.AddOlder(found.id, found.offset, true);
+    if (MayBeInUse(found.id)) locations_.AddOlder(found.id, found.offset, true);
   });
   for (const ZPDFObjectLocation& location : listed) {
     if (!location.in_use || location.packed || !LeadsToObject(location)) continue;
@@ -265,7 +262,7 @@ void ZPDFParser::AddPackedObjects(const ZPDFFileScan& scan) {
     const ZPDFObjectStream* stream = ObjectStream(scanned.id.Number());
     if (stream == nullptr) continue;
     for (const ZPDFObjectStream::Part& part : stream->Parts()) {
-      if (!IsLoadable({part.number, 0})) continue;
+      if (!MayBeInUse({part.number, 0})) continue;
       ZPDFObjectLocation* const location = locations_.Find(part.number);
       if (stream->IsDamaged()) {
         if (location == nullptr && part.begin < part.end) doubtful[part.number] = scanned.id.Number();

@@ -5,6 +5,7 @@
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/forward_reader.h"
 #include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/object_head.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/pdf/parser/xref_reader.h"
 #include "zforms/pdf/parser/xref_stream_reader.h"
@@ -20,10 +21,8 @@ uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
   text.SetDocument();
   text.TrimLeftComments();
   ZPDFTokenizedString header = text;
-  for (int i = 0; i < 2; i++) {
-    if (!AllDigits(header.TakeFirstToken())) return 0;
-  }
-  if (header.TakeFirstToken() != "obj" || !header.StartWith("<<")) return 0;
+  const std::optional<ZPDFObjectHead> head = TakeObjectHead(header);
+  if (!head || !head->is_sound || !header.StartWith("<<")) return 0;
   ZPDFNode* node = ReadForward(header, nullptr, nullptr);
   const size_t end = header.Offset();
   const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node);

@@ -12,13 +12,16 @@
 #include "zforms/pdf/numeric_node.h"
 #include "zforms/pdf/parser/predictor.h"
 #include "zforms/pdf/stream_node.h"
+#include "zforms/platform/text/characters.h"
 
 namespace zforms {
 namespace {
 
 constexpr std::string_view kTooLarge = "its data exceed the size limit";
 constexpr std::string_view kDamaged = "its compressed data are damaged";
-constexpr std::string_view kUnknownFilter = "unsupported filter";
+// Of the name of an unsupported filter so much is shown.
+constexpr size_t kShownName = 40;
+constexpr std::string_view kNoFilterName = "its filter is not a name";
 constexpr size_t kFirstPiece = 4096;
 // So much is inflated before it is known how much there is.
 constexpr size_t kUnmeasured = 16 << 20;
@@ -110,9 +113,10 @@ ZPDFPredictor PredictorOf(const ZPDFNodeDictionary* parameters) {
   return layout;
 }
 
-ZPDFDecodedStream UndoFilter(std::string_view name, const ZPDFNodeDictionary* parameters, const Chaine& data,
+ZPDFDecodedStream UndoFilter(const Chaine& name, const ZPDFNodeDictionary* parameters, const Chaine& data,
                              size_t limit) {
-  if (name != "/FlateDecode") return {false, {}, kUnknownFilter};
+  if (name != "/FlateDecode")
+    return {false, {}, "unsupported filter " + name.Mid(0, SizeOfWholeCharacters(name, kShownName))};
   ZPDFDecodedStream result = Inflater().Run(data, limit);
   if (!result.usable) return result;
   std::optional<Chaine> samples = UndoPredictor(PredictorOf(parameters), result.data);
@@ -134,12 +138,12 @@ ZPDFDecodedStream DecodeStream(const ZPDFNodeStream& stream, size_t limit) {
   if (count > kMostFilters) return {false, {}, "it has too many filters"};
   for (size_t i = 0; i < count; i++) {
     const ZPDFNode* const name = filters != nullptr ? filters->GetTargetAt(i) : filter;
-    if (name == nullptr) return {false, {}, kUnknownFilter, result.produced};
+    if (NodeCast<ZPDFNodeIdentifier>(name) == nullptr) return {false, {}, kNoFilterName, result.produced};
     const ZPDFDecodedStream before = std::move(result);
     result = UndoFilter(name->GetIdentifier(), ParametersAt(parameters, i), before.data, limit - before.produced);
     result.produced += before.produced;
     if (!result.usable) return result;
-    if (result.fault.empty()) result.fault = before.fault;
+    if (result.fault.IsEmpty()) result.fault = before.fault;
   }
   return result;
 }

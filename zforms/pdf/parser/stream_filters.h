@@ -14,7 +14,7 @@ class ZPDFNodeStream;
 struct ZPDFDecodedStream {
   bool usable = false;
   Chaine data;
-  std::string_view fault;
+  Chaine fault;
   size_t produced = 0;  // how many bytes came out of all filters, `limit` when that is not enough
 };
 

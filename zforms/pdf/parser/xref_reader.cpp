@@ -5,6 +5,7 @@
 
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/forward_reader.h"
+#include "zforms/pdf/object_head.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/platform/base/number.h"
@@ -13,8 +14,6 @@ namespace zforms {
 namespace {
 
 constexpr std::string_view kTrailer = "trailer";
-// Numbers above this one are taken for damage, so that new objects always find one.
-constexpr uint32_t kHighestNumber = INT32_MAX;
 
 size_t SkipWhites(std::string_view text, size_t at) {
   while (at < text.size() && Is(text[at], kBlank)) at++;
@@ -122,19 +121,20 @@ bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
   if (!Is(entry[18], kBlank) || !Is(entry[19], kLineEnd)) return false;
   if (!AllDigits(entry.substr(0, 10)) || !AllDigits(entry.substr(11, 5))) return false;
   Add({number, ParseUInt(entry.substr(11, 5))}, entry.substr(0, 10), entry[17] == 'n', locations);
-  at_ = start + (Is(entry[18], kLineEnd) ? 18 : 19);
+  at_ = start + 19;
   return true;
 }
 
 bool ZPDFXrefReader::ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations) {
-  if (first > kHighestNumber) Warn("object numbers are too high");
+  if (first > kHighestObjectNumber) Warn("object numbers are too high");
   for (uint32_t i = 0; i < count; i++) {
-    if (first <= kHighestNumber && i <= kHighestNumber - first && TakePlainEntry(first + i, locations)) continue;
+    if (first <= kHighestObjectNumber && i <= kHighestObjectNumber - first && TakePlainEntry(first + i, locations))
+      continue;
     if (AtTrailer()) return false;
     const size_t before = at_;
     const std::string_view line = NextLine();
     if (line.empty()) return false;
-    if (first > kHighestNumber || i > kHighestNumber - first) continue;
+    if (first > kHighestObjectNumber || i > kHighestObjectNumber - first) continue;
     switch (AddEntry(line, first + i, locations)) {
       case Line::kEntry: break;
       case Line::kHeader: at_ = before; return false;
@@ -160,9 +160,7 @@ ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t nu
 
 void ZPDFXrefReader::Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use,
                          ZPDFLocations& locations) {
-  // Object 0 heads the free list; a generation has five digits, of which 65535 is the last.
-  const bool loadable = in_use && id.Number() != 0 && id.Generation() <= UINT16_MAX;
-  locations.AddOlder(id, ParseUInt(offset), loadable);
+  locations.AddOlder(id, ParseUInt(offset), in_use && MayBeInUse(id));
 }
 
 }  // namespace zforms

@@ -7,6 +7,7 @@
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/object_head.h"
 #include "zforms/pdf/parser/stream_filters.h"
 #include "zforms/pdf/stream_node.h"
 #include "zforms/pdf/syntax/char_class.h"
@@ -15,8 +16,6 @@
 namespace zforms {
 namespace {
 
-// Numbers above this one are taken for damage, so that new objects always find one.
-constexpr uint32_t kHighestNumber = INT32_MAX;
 // What ISO 32000-1 annex C gives a reader; records take little room once they are compressed.
 constexpr size_t kMostRecords = 1 << 23;
 // A field of a record is a number of at most so many bytes.
@@ -26,18 +25,6 @@ constexpr std::string_view kOwnEntries[] = {"/Type", "/Length", "/Filter", "/Dec
                                             "/DL",   "/W",      "/Index",  "/XRefStm",     "/FDecodeParms"};
 
 enum RecordType : uint64_t { kFree = 0, kPlain = 1, kPacked = 2 };
-
-// The cursor behind the header "12 0 obj", whose numbers are stored; false when there is none.
-bool TakeHeader(ZPDFTokenizedString& text, ZPDFObjectIdentifier* id) {
-  text.TrimLeftWhites();
-  const std::string_view number = text.TakeFirstToken();
-  const std::string_view generation = text.TakeFirstToken();
-  if (!AllDigits(number) || !AllDigits(generation) || !text.StartWith("obj")) return false;
-  text.TakeFirst(3);
-  text.TrimLeftComments();
-  id->Set(ParseUInt(number), ParseUInt(generation));
-  return true;
-}
 
 uint64_t BigEndian(std::string_view bytes) {
   uint64_t value = 0;
@@ -60,8 +47,8 @@ bool IsNumber(const ZPDFNode* node) { return NodeCast<ZPDFNodeNumeric>(node) != 
 
 bool ZPDFXrefStreamReader::StandsAt(const ZPDFTokenizedString& file, size_t offset) {
   ZPDFTokenizedString text = file.Part(offset, file.GetLength());
-  ZPDFObjectIdentifier id;
-  return TakeHeader(text, &id);
+  text.TrimLeftWhites();
+  return TakeObjectHead(text).has_value();
 }
 
 // The object at `offset`, which is a cross-reference stream; null when it is none.
@@ -69,13 +56,14 @@ std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t 
   offset_ = offset;
   scanned_ = decoded_ = 0;
   ZPDFTokenizedString text = file_.Part(offset, file_.GetLength());
-  ZPDFObjectIdentifier id;
-  if (!TakeHeader(text, &id)) {
+  text.TrimLeftWhites();
+  const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
+  if (!head) {
     reason_ = "no cross-reference stream at the stated offset";
     return nullptr;
   }
   // Without a provider: a reference can lead nowhere yet.
-  std::unique_ptr<ZPDFNodeIndirectObject> object(ZPDFNodeIndirectObject::BuildFrom(text, id, nullptr, nullptr));
+  std::unique_ptr<ZPDFNodeIndirectObject> object(ZPDFNodeIndirectObject::BuildFrom(text, head->id, nullptr, nullptr));
   scanned_ = text.Offset() - std::min(text.Offset(), offset) + text.SearchedInVain();
   const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
   if (stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef") return object;
@@ -91,10 +79,10 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::Read(size_t offset, IP
   const ZPDFDecodedStream decoded = DecodeStream(*stream, limit_);
   decoded_ = decoded.produced;
   if (!decoded.usable) {
-    reason_ = "the cross-reference stream cannot be read: " + Chaine(decoded.fault);
+    reason_ = "the cross-reference stream cannot be read: " + decoded.fault;
     return nullptr;
   }
-  if (!decoded.fault.empty()) Warn(decoded.fault);
+  if (!decoded.fault.IsEmpty()) Warn(decoded.fault);
   if (!ReadRecords(*stream->Dico(), decoded.data, locations)) return nullptr;
   return TrailerOf(*stream->Dico(), provider);
 }
@@ -141,7 +129,7 @@ bool ZPDFXrefStreamReader::ReadSubsection(uint32_t first, uint64_t count, std::s
                                           ZPDFLocations& locations) {
   const size_t length = std::accumulate(widths_.begin(), widths_.end(), size_t{0});
   for (uint64_t i = 0; i < count; i++) {
-    if (data->size() < length || first + i > kHighestNumber || locations.Size() >= kMostRecords) return false;
+    if (data->size() < length || first + i > kHighestObjectNumber || locations.Size() >= kMostRecords) return false;
     AddRecord(static_cast<uint32_t>(first + i), data->substr(0, length), locations);
     data->remove_prefix(length);
   }
@@ -154,14 +142,14 @@ void ZPDFXrefStreamReader::AddRecord(uint32_t number, std::string_view record, Z
   const uint64_t place = BigEndian(record.substr(widths_[0], widths_[1]));
   const uint64_t third = BigEndian(record.substr(widths_[0] + widths_[1]));
   const auto place32 = static_cast<uint32_t>(std::min<uint64_t>(place, UINT32_MAX));
-  if (type == kPacked && number != 0 && place <= kHighestNumber) {
+  if (type == kPacked && number != 0 && place <= kHighestObjectNumber) {
     locations.AddOlderPacked(number, place32);
     return;
   }
   // A record of an unknown type stands for null (ISO 32000-1 table 18).
   const auto generation = static_cast<uint32_t>(std::min<uint64_t>(third, UINT32_MAX));
-  const bool loadable = type == kPlain && number != 0 && generation <= UINT16_MAX;
-  locations.AddOlder({number, generation}, place32, loadable);
+  const ZPDFObjectIdentifier id(number, generation);
+  locations.AddOlder(id, place32, type == kPlain && MayBeInUse(id));
 }
 
 }  // namespace zforms

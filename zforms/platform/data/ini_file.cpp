@@ -3,17 +3,17 @@
 #include <algorithm>
 
 #include "zforms/platform/files/file_io.h"
+#include "zforms/platform/text/byte_order_mark.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
 namespace {
 
 Chaine TextOfFile(const Chaine& bytes) {
-  const std::string_view start = bytes.View().substr(0, 3);
-  if (start == "\xEF\xBB\xBF") return TextOfFile(bytes.Mid(3));
-  if (start.substr(0, 2) == "\xFF\xFE") return UTF16ToUTF8(bytes.View().substr(2), ByteOrder::eLittleEndian);
-  if (start.substr(0, 2) == "\xFE\xFF") return UTF16ToUTF8(bytes.View().substr(2), ByteOrder::eBigEndian);
-  return IsValidUTF8(bytes) ? bytes : Windows1252ToUTF8(bytes);
+  size_t start = 0;
+  while (bytes.View().substr(start).starts_with(kUTF8Mark)) start += kUTF8Mark.size();
+  const Chaine text = MarkedUTF16ToUTF8(bytes.Mid(start));
+  return IsValidUTF8(text) ? text : Windows1252ToUTF8(text);
 }
 
 // Removes the next line from the text and returns it. A line ends in CR LF, LF or CR.

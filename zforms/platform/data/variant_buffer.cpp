@@ -7,9 +7,10 @@
 #include <system_error>
 #include <vector>
 
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/data/variant.h"
-#include "zforms/platform/text/letter_case.h"
+#include "zforms/platform/text/characters.h"
 
 namespace zforms {
 namespace {
@@ -142,15 +143,6 @@ bool TruthOf(const ZVariant& value) {
   return true;
 }
 
-// The length of the longest prefix of at most `size` bytes that does not cut a UTF-8 character.
-size_t LengthThatFits(std::string_view text, size_t size) {
-  if (text.size() <= size) return text.size();
-  size_t end = size;
-  while (end > 0 && size - end < 3 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) end--;
-  // Text that is not UTF-8 may be cut anywhere.
-  return (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80 ? size : end;
-}
-
 }  // namespace
 
 ZVariantBuffer::ZVariantBuffer(Type type, void* data, size_t size) {
@@ -198,7 +190,7 @@ bool ZVariantBuffer::Write(const ZVariant& value) const {
 bool ZVariantBuffer::WriteText(const Chaine& text) const {
   const std::string_view whole = text.View().substr(0, text.View().find('\0'));
   if (size_ == 0) return whole.empty();
-  const size_t length = LengthThatFits(whole, size_ - 1);
+  const size_t length = SizeOfWholeCharacters(whole, size_ - 1);
   auto* to = static_cast<char*>(data_);
   std::memcpy(to, whole.data(), length);
   to[length] = '\0';

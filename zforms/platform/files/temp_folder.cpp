@@ -4,25 +4,11 @@
 #include <string_view>
 
 #include "zforms/platform/files/file_io.h"
+#include "zforms/platform/files/file_names.h"
 #include "zforms/platform/files/os_temp.h"
-#include "zforms/platform/text/http_text.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
-
-namespace {
-
-// Names such as "NUL" are devices on Windows, in any letter case and with any suffix.
-bool IsDeviceName(std::string_view name) {
-  const std::string_view stem = name.substr(0, name.find('.'));
-  for (const std::string_view device : {"CON", "PRN", "AUX", "NUL"}) {
-    if (EqualIgnoringCase(stem, device)) return true;
-  }
-  return stem.size() == 4 && (StartsIgnoringCase(stem, "COM") || StartsIgnoringCase(stem, "LPT")) &&
-         IsDigitASCII(stem[3]);
-}
-
-}  // namespace
 
 ZTempFolder::ZTempFolder() : path_(MakePrivateFolder()) {}
 
@@ -36,8 +22,7 @@ bool ZTempFolder::IsPlainName(const Chaine& name) {
   if (text.empty() || text.size() > kMaxLength || !IsValidUTF8(text) || IsDeviceName(text)) return false;
   // This includes "." and "..".
   if (text.back() == '.' || text.back() == ' ') return false;
-  return text.find_first_of("/\\:*?\"<>|") == std::string_view::npos &&
-         std::none_of(text.begin(), text.end(), IsControlASCII);
+  return std::none_of(text.begin(), text.end(), IsRefusedInFileName);
 }
 
 Chaine ZTempFolder::PathOf(const Chaine& name) const {

@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <string_view>
 
-#include "zforms/platform/text/http_text.h"
+#include "zforms/platform/base/ascii.h"
 
 namespace zforms {
 
@@ -12,7 +12,7 @@ namespace {
 
 bool IsOneOf(std::string_view text, std::initializer_list<std::string_view> words) {
   return std::any_of(words.begin(), words.end(),
-                     [text](std::string_view word) { return EqualIgnoringCase(text, word); });
+                     [text](std::string_view word) { return SameIgnoringASCIICase(text, word); });
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "zforms/platform/text/http_text.h"
+#include "zforms/platform/base/ascii.h"
 
 namespace zforms {
 namespace {
@@ -79,7 +79,7 @@ void ZTemplateStorage::List() const {
     constexpr std::string_view kSuffix = ".pdf";
     if (name.size() <= kSuffix.size()) continue;
     const size_t stem = name.size() - kSuffix.size();
-    if (EqualIgnoringCase(name.View().substr(stem), kSuffix)) paths_.emplace(name.Mid(0, stem), TextOf(target));
+    if (SameIgnoringASCIICase(name.View().substr(stem), kSuffix)) paths_.emplace(name.Mid(0, stem), TextOf(target));
   }
 }
 

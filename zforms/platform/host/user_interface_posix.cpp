@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <string>
 
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/host/user_interface.h"
-#include "zforms/platform/text/http_text.h"
 
 namespace zforms {
 

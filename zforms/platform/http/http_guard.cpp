@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/number.h"
-#include "zforms/platform/text/http_text.h"
 
 namespace zforms {
 
@@ -26,7 +26,7 @@ HTTPVerdict JudgeFraming(std::string_view method, const ZHTTPHeader& header, boo
     return plain ? HTTPVerdict() : Malformed();
   }
   if (codings == 1) {
-    const bool chunked = http11 && EqualIgnoringCase(header.Get("Transfer-Encoding"), "chunked");
+    const bool chunked = http11 && SameIgnoringASCIICase(header.Get("Transfer-Encoding"), "chunked");
     return chunked ? HTTPVerdict() : Malformed();
   }
   return method == "POST" || method == "PUT" || method == "PATCH" ? HTTPVerdict{411, eHTTPIntrusion::eNone}
@@ -37,8 +37,8 @@ HTTPVerdict JudgeSender(const ZHTTPHeader& header, uint16_t port) {
   if (!IsOwnAuthority(header.Get("Host"), port)) return {403, eHTTPIntrusion::eHost};
   for (size_t i = 0; i < header.Count(); i++) {
     const std::string_view value = header[i].value;
-    if (EqualIgnoringCase(header[i].name, "Origin")) {
-      const bool own = StartsIgnoringCase(value, kHTTP) && value.size() >= kHTTP.size() &&
+    if (SameIgnoringASCIICase(header[i].name, "Origin")) {
+      const bool own = StartsIgnoringASCIICase(value, kHTTP) && value.size() >= kHTTP.size() &&
                        IsOwnAuthority(value.substr(kHTTP.size()), port);
       if (!own) return {403, eHTTPIntrusion::eOrigin};
     }
@@ -47,7 +47,7 @@ HTTPVerdict JudgeSender(const ZHTTPHeader& header, uint16_t port) {
 }
 
 bool HasOnly(const ZHTTPHeader& header, const char* name, std::string_view value) {
-  return header.CountOf(name) == 1 && EqualIgnoringCase(header.Get(name), value);
+  return header.CountOf(name) == 1 && SameIgnoringASCIICase(header.Get(name), value);
 }
 
 // True when a user follows a link to the first page, from a mail or another site.
@@ -60,9 +60,9 @@ bool IsLinkToFirstPage(std::string_view method, const ZHTTPHeader& header, const
 // "same-site".
 HTTPVerdict JudgeSite(std::string_view method, const ZHTTPHeader& header, const ZInetURL& url) {
   for (size_t i = 0; i < header.Count(); i++) {
-    if (!EqualIgnoringCase(header[i].name, "Sec-Fetch-Site")) continue;
+    if (!SameIgnoringASCIICase(header[i].name, "Sec-Fetch-Site")) continue;
     const std::string_view value = header[i].value;
-    const bool own = EqualIgnoringCase(value, "same-origin") || EqualIgnoringCase(value, "none");
+    const bool own = SameIgnoringASCIICase(value, "same-origin") || SameIgnoringASCIICase(value, "none");
     if (!own && !IsLinkToFirstPage(method, header, url)) return {403, eHTTPIntrusion::eFetchSite};
   }
   return {};
@@ -70,7 +70,7 @@ HTTPVerdict JudgeSite(std::string_view method, const ZHTTPHeader& header, const 
 
 // Accepts "/path?query", also after "http://" and this server's name.
 HTTPVerdict JudgeTarget(std::string_view target, uint16_t port, ZInetURL* url) {
-  if (StartsIgnoringCase(target, kHTTP) && target.size() >= kHTTP.size()) {
+  if (StartsIgnoringASCIICase(target, kHTTP) && target.size() >= kHTTP.size()) {
     target.remove_prefix(kHTTP.size());
     const size_t end = std::min(target.find_first_of("/?"), target.size());
     if (!IsOwnAuthority(target.substr(0, end), port)) return {403, eHTTPIntrusion::eHost};
@@ -90,7 +90,7 @@ HTTPVerdict JudgeTarget(std::string_view target, uint16_t port, ZInetURL* url) {
 
 bool IsOwnAuthority(std::string_view authority, uint16_t port) {
   for (const std::string_view name : {"localhost", "127.0.0.1", "[::1]"}) {
-    if (!StartsIgnoringCase(authority, name) || authority.size() < name.size()) continue;
+    if (!StartsIgnoringASCIICase(authority, name) || authority.size() < name.size()) continue;
     const std::string_view rest = authority.substr(name.size());
     if (rest.empty()) return port == 80;
     if (rest[0] == ':') return IsOwnPort(rest.substr(1), port);
@@ -106,7 +106,7 @@ HTTPVerdict JudgeHead(std::string_view method, std::string_view target, const ZH
   if (verdict.status == 0) verdict = JudgeTarget(target, port, url);
   if (verdict.status == 0) verdict = JudgeSite(method, header, *url);
   if (verdict.status == 0 && header.Has("Expect")) {
-    const bool known = header.CountOf("Expect") == 1 && EqualIgnoringCase(header.Get("Expect"), "100-continue");
+    const bool known = header.CountOf("Expect") == 1 && SameIgnoringASCIICase(header.Get("Expect"), "100-continue");
     if (!known) verdict.status = 417;
   }
   return verdict;

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
-#include "zforms/platform/text/http_text.h"
+#include "zforms/platform/base/ascii.h"
 
 namespace zforms {
 
 bool ZHTTPHeader::IsToken(std::string_view text) {
   constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
   return !text.empty() && std::all_of(text.begin(), text.end(), [&](char c) {
-    const char lower = LowerASCII(c);
-    return IsDigitASCII(c) || (lower >= 'a' && lower <= 'z') || kMarks.find(c) != std::string_view::npos;
+    return IsDigitASCII(c) || IsLetterASCII(c) || kMarks.find(c) != std::string_view::npos;
   });
 }
 
@@ -32,12 +31,12 @@ bool ZHTTPHeader::Set(const Chaine& name, const Chaine& value) {
 }
 
 void ZHTTPHeader::Remove(std::string_view name) {
-  std::erase_if(fields_, [&](const Field& field) { return EqualIgnoringCase(field.name, name); });
+  std::erase_if(fields_, [&](const Field& field) { return SameIgnoringASCIICase(field.name, name); });
 }
 
 size_t ZHTTPHeader::CountOf(std::string_view name) const {
-  return static_cast<size_t>(std::count_if(fields_.begin(), fields_.end(),
-                                           [&](const Field& field) { return EqualIgnoringCase(field.name, name); }));
+  return static_cast<size_t>(std::count_if(
+      fields_.begin(), fields_.end(), [&](const Field& field) { return SameIgnoringASCIICase(field.name, name); }));
 }
 
 Chaine ZHTTPHeader::Get(std::string_view name) const {
@@ -47,7 +46,7 @@ Chaine ZHTTPHeader::Get(std::string_view name) const {
 
 const ZHTTPHeader::Field* ZHTTPHeader::Find(std::string_view name) const {
   const auto found = std::find_if(fields_.begin(), fields_.end(),
-                                  [&](const Field& field) { return EqualIgnoringCase(field.name, name); });
+                                  [&](const Field& field) { return SameIgnoringASCIICase(field.name, name); });
   return found == fields_.end() ? nullptr : &*found;
 }
 

@@ -4,7 +4,8 @@
 #include <boost/beast/http/basic_parser.hpp>
 #include <utility>
 
-#include "zforms/platform/text/http_text.h"
+#include "zforms/platform/base/ascii.h"
+#include "zforms/platform/base/hex.h"
 
 namespace zforms {
 
@@ -71,8 +72,8 @@ bool IsChunkExtension(std::string_view text) {
 }
 
 bool IsChunkLine(std::string_view line) {
-  const size_t size = std::min(line.find_first_not_of("0123456789abcdefABCDEF"), line.size());
-  return size != 0 && IsChunkExtension(line.substr(size));
+  const auto* const digits_end = std::find_if(line.begin(), line.end(), [](char c) { return HexDigit(c) < 0; });
+  return digits_end != line.begin() && IsChunkExtension({digits_end, line.end()});
 }
 
 int StatusOf(const error_code& error, std::string_view data) {

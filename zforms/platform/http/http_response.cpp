@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/files/inet_stream.h"
-#include "zforms/platform/text/http_text.h"
 
 namespace zforms {
 
@@ -90,8 +90,8 @@ ZHTTPSendResponse::~ZHTTPSendResponse() = default;
 
 bool ZHTTPSendResponse::SetHeader(const Chaine& name, const Chaine& value) {
   const bool own = std::any_of(std::begin(kOwnFields), std::end(kOwnFields),
-                               [&](std::string_view field) { return EqualIgnoringCase(field, name); });
-  return !own && !StartsIgnoringCase(name, "Access-Control-") && header_.Set(name, value);
+                               [&](std::string_view field) { return SameIgnoringASCIICase(field, name); });
+  return !own && !StartsIgnoringASCIICase(name, "Access-Control-") && header_.Set(name, value);
 }
 
 bool ZHTTPSendResponse::SetEntityTag(const Chaine& tag) {

@@ -3,25 +3,12 @@
 #include <algorithm>
 #include <charconv>
 
+#include "zforms/platform/base/ascii.h"
+#include "zforms/platform/base/hex.h"
+
 namespace zforms {
 
 namespace {
-
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
-
-bool IsLetter(char c) { return Lower(c) >= 'a' && Lower(c) <= 'z'; }
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
-bool SameIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return Lower(x) == Lower(y); });
-}
-
-int HexDigit(char c) {
-  if (IsDigit(c)) return c - '0';
-  const char lower = Lower(c);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
 
 bool IsEscape(std::string_view text, size_t at) {
   return text[at] == '%' && at + 2 < text.size() && HexDigit(text[at + 1]) >= 0 && HexDigit(text[at + 2]) >= 0;
@@ -34,17 +21,15 @@ constexpr std::string_view kFragmentMarks = "-._~!$&'()*+,;=:@/?";
 
 // Escapes everything but letters, digits and the marks; `keep_escapes` keeps an existing "%41".
 Chaine EscapeAllBut(std::string_view marks, std::string_view text, bool keep_escapes) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
   Chaine result;
   for (size_t i = 0; i < text.size(); i++) {
     const char c = text[i];
-    if (IsLetter(c) || IsDigit(c) || marks.find(c) != std::string_view::npos || (keep_escapes && IsEscape(text, i))) {
+    if (IsLetterASCII(c) || IsDigitASCII(c) || marks.find(c) != std::string_view::npos ||
+        (keep_escapes && IsEscape(text, i))) {
       result += c;
     } else {
-      const auto byte = static_cast<unsigned char>(c);
       result += '%';
-      result += kDigits[byte >> 4];
-      result += kDigits[byte & 15];
+      AppendHexByte(&result, static_cast<unsigned char>(c));
     }
   }
   return result;
@@ -52,15 +37,16 @@ Chaine EscapeAllBut(std::string_view marks, std::string_view text, bool keep_esc
 
 // The length of the protocol before ":", or 0. A single letter is a drive, not a protocol.
 size_t ProtocolLength(std::string_view text) {
-  if (text.empty() || !IsLetter(text[0])) return 0;
-  const auto past = std::find_if(
-      text.begin(), text.end(), [](char c) { return !IsLetter(c) && !IsDigit(c) && c != '+' && c != '-' && c != '.'; });
+  if (text.empty() || !IsLetterASCII(text[0])) return 0;
+  const auto past = std::find_if(text.begin(), text.end(), [](char c) {
+    return !IsLetterASCII(c) && !IsDigitASCII(c) && c != '+' && c != '-' && c != '.';
+  });
   const size_t end = static_cast<size_t>(past - text.begin());
   return end >= 2 && end < text.size() && text[end] == ':' ? end : 0;
 }
 
 bool StartsWithDrive(std::string_view path) {
-  return path.size() >= 2 && IsLetter(path[0]) && (path[1] == ':' || path[1] == '|') &&
+  return path.size() >= 2 && IsLetterASCII(path[0]) && (path[1] == ':' || path[1] == '|') &&
          (path.size() == 2 || path[2] == '/' || path[2] == '\\');
 }
 
@@ -98,7 +84,7 @@ Chaine ZInetURL::Decode(std::string_view text) {
   Chaine result;
   for (size_t i = 0; i < text.size(); i++) {
     if (IsEscape(text, i)) {
-      result += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
+      result += static_cast<char>(HexByte(text.substr(i + 1, 2)));
       i += 2;
     } else {
       result += text[i];
@@ -198,7 +184,7 @@ Chaine ZInetURL::AsChaine(bool without_user, bool path_only) const {
 
 Chaine ZInetURL::Protocol() const {
   Chaine result;
-  for (const char c : protocol_) result += Lower(c);
+  for (const char c : protocol_) result += LowerASCII(c);
   return result;
 }
 
@@ -218,7 +204,7 @@ Chaine ZInetURL::FileName() const {
 Chaine ZInetURL::Reference() const { return Decode(reference_); }
 
 bool ZInetURL::IsLocalFile() const {
-  return SameIgnoringCase(protocol_, "file") && (server_.IsEmpty() || SameIgnoringCase(server_, "localhost"));
+  return SameIgnoringASCIICase(protocol_, "file") && (server_.IsEmpty() || SameIgnoringASCIICase(server_, "localhost"));
 }
 
 Chaine ZInetURL::ParamName(size_t index) const {
@@ -232,7 +218,7 @@ Chaine ZInetURL::ParamValue(size_t index) const {
 
 size_t ZInetURL::FindParam(std::string_view name) const {
   for (size_t i = 0; i < params_.size(); i++) {
-    if (SameIgnoringCase(ParamName(i), name)) return i;
+    if (SameIgnoringASCIICase(ParamName(i), name)) return i;
   }
   return kNone;
 }

@@ -7,11 +7,12 @@
 
 namespace zforms {
 
-// True when two texts are equal if the case of the letters A to Z is ignored.
-ZFORMS_API bool SameIgnoringASCIICase(std::string_view a, std::string_view b);
-
-// UTF-8 text with capitals replaced by small letters, so that texts which differ in case only become equal. Covers the
-// Latin letters of ISO-8859-1 and of Latin Extended-A, Greek and Cyrillic. All other bytes are unchanged.
+// UTF-8 text by full case folding (Unicode 3.13), so that texts which differ in case only become equal: "STRASSE" and
+// "Straße" both give "strasse". Bytes that are not UTF-8 are unchanged.
 ZFORMS_API Chaine FoldCase(std::string_view utf8);
+
+// As FoldCase, and letters with their combining marks composed (NFC): names that some file system takes for the same
+// file become equal. Names longer than any file system takes are not composed.
+ZFORMS_API Chaine FoldFileName(std::string_view utf8);
 
 }  // namespace zforms

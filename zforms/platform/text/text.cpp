@@ -4,13 +4,14 @@
 #include <cstdint>
 #include <optional>
 
+#include "zforms/platform/base/ascii.h"
+#include "zforms/platform/text/byte_order_mark.h"
+#include "zforms/platform/text/characters.h"
+
 namespace zforms {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
-constexpr std::string_view kUTF16BEMark = "\xFE\xFF";
-constexpr std::string_view kUTF16LEMark = "\xFF\xFE";
-constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 
 // The character of each byte of a one-byte encoding.
 using ByteTable = std::array<char16_t, 256>;
@@ -60,31 +61,8 @@ std::optional<char> PDFDocByte(char32_t c) {
   return search(0x80, 0xA1);
 }
 
-bool IsASCII(char c) { return static_cast<uint8_t>(c) < 0x80; }
-bool IsTrail(char c) { return (static_cast<uint8_t>(c) & 0xC0) == 0x80; }
 bool IsHighSurrogate(char32_t c) { return c >= 0xD800 && c < 0xDC00; }
 bool IsLowSurrogate(char32_t c) { return c >= 0xDC00 && c < 0xE000; }
-
-// Removes one character from the front of the text, which must not be empty. Malformed text loses one byte and gives no
-// character.
-std::optional<char32_t> TakeCharacter(std::string_view* text) {
-  const uint8_t lead = static_cast<uint8_t>(text->front());
-  const size_t length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
-  const std::string_view bytes = text->substr(0, length);
-  text->remove_prefix(1);
-  if (length == 0 || bytes.size() < length) return std::nullopt;
-  if (length == 1) return lead;
-
-  char32_t c = lead & (0x7Fu >> length);
-  for (const char trail : bytes.substr(1)) {
-    if (!IsTrail(trail)) return std::nullopt;
-    c = c << 6 | (static_cast<uint8_t>(trail) & 0x3Fu);
-  }
-  constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  if (c < kLeast[length] || c > 0x10FFFF || (c >= 0xD800 && c < 0xE000)) return std::nullopt;
-  text->remove_prefix(length - 1);
-  return c;
-}
 
 void AppendUTF16BE(Chaine* out, char32_t c) {
   if (c >= 0x10000) {
@@ -132,16 +110,12 @@ std::optional<Chaine> PDFDocOf(std::string_view utf8) {
   return result;
 }
 
-bool HasByteOrderMark(std::string_view bytes) {
-  return bytes.starts_with(kUTF16BEMark) || bytes.starts_with(kUTF16LEMark) || bytes.starts_with(kUTF8Mark);
-}
-
 // Recognizes the text between the two escape characters of a language escape sequence: a language code of two letters
 // and optionally a country code of two. The letters are bytes, so two of them make one UTF-16 code unit. Some producers
 // write each letter as a code unit, and a hyphen between the codes.
 bool IsLanguageCode(std::string_view text) {
   constexpr size_t kLongest = 5;
-  const auto is_letter = [](char32_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  const auto is_letter = [](char32_t c) { return c < 0x80 && IsLetterASCII(static_cast<char>(c)); };
   size_t count = 0;
   while (!text.empty()) {
     const std::optional<char32_t> c = TakeCharacter(&text);
@@ -204,18 +178,15 @@ bool IsValidUTF8(std::string_view text) {
 Chaine UTF8ToPDFText(std::string_view utf8) {
   if (IsPlainASCII(utf8)) return utf8;
   const std::optional<Chaine> short_form = PDFDocOf(utf8);
-  if (short_form && !HasByteOrderMark(*short_form)) return *short_form;
+  if (short_form && ByteOrderMarkOf(*short_form).empty()) return *short_form;
   if (!IsValidUTF8(utf8)) return utf8;
   return kUTF16BEMark + UTF8ToUTF16BE(utf8);
 }
 
 Chaine PDFTextToUTF8(std::string_view bytes) {
   if (IsPlainASCII(bytes)) return bytes;
-  if (bytes.starts_with(kUTF16BEMark)) {
-    return WithoutLanguageCodes(UTF16ToUTF8(bytes.substr(kUTF16BEMark.size()), ByteOrder::eBigEndian));
-  }
-  if (bytes.starts_with(kUTF16LEMark)) {
-    return WithoutLanguageCodes(UTF16ToUTF8(bytes.substr(kUTF16LEMark.size()), ByteOrder::eLittleEndian));
+  if (const std::optional<ByteOrder> order = UTF16OrderByMark(bytes)) {
+    return WithoutLanguageCodes(UTF16ToUTF8(bytes.substr(kUTF16BEMark.size()), *order));
   }
   if (bytes.starts_with(kUTF8Mark) && IsValidUTF8(bytes)) {
     return WithoutLanguageCodes(bytes.substr(kUTF8Mark.size()));
@@ -257,6 +228,11 @@ Chaine UTF16ToUTF8(std::string_view bytes, ByteOrder order) {
     AppendUTF8(&result, c);
   }
   return result;
+}
+
+Chaine MarkedUTF16ToUTF8(const Chaine& text) {
+  const std::optional<ByteOrder> order = UTF16OrderByMark(text);
+  return order ? UTF16ToUTF8(text.View().substr(kUTF16BEMark.size()), *order) : text;
 }
 
 Chaine Windows1252ToUTF8(std::string_view bytes) { return BytesToUTF8(bytes, kWindows1252); }

@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <string>
 
+#include "zforms/platform/base/ascii.h"
+#include "zforms/platform/text/byte_order_mark.h"
 #include "zforms/platform/text/text.h"
 #include "zforms/platform/xml/xml.h"
 
@@ -9,20 +12,8 @@ namespace {
 
 using Encoding = ZInetEncodedBuffer::eType;
 
-bool HasOnlyASCII(std::string_view bytes) {
-  return std::all_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-std::string Lower(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  }
-  return result;
-}
-
-// The encoding named in the XML declaration, in lower case; empty when there is none.
-std::string DeclaredEncoding(std::string_view text) {
+// The encoding named in the XML declaration; empty when there is none.
+std::string_view DeclaredEncoding(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r\n";
   if (text.substr(0, 5) != "<?xml") return {};
   const std::string_view declaration = text.substr(0, std::min(text.find("?>"), text.size()));
@@ -33,11 +24,11 @@ std::string DeclaredEncoding(std::string_view text) {
   at = declaration.find_first_not_of(kBlanks, at + 1);
   if (at == std::string_view::npos || (declaration[at] != '"' && declaration[at] != '\'')) return {};
   const size_t end = declaration.find(declaration[at], at + 1);
-  return end == std::string_view::npos ? std::string() : Lower(declaration.substr(at + 1, end - at - 1));
+  return end == std::string_view::npos ? std::string_view() : declaration.substr(at + 1, end - at - 1);
 }
 
 // False for an unsupported encoding.
-bool EncodingOfName(const std::string& name, Encoding* encoding) {
+bool EncodingOfName(std::string_view name, Encoding* encoding) {
   struct Known {
     std::string_view name;
     Encoding encoding;
@@ -58,7 +49,7 @@ bool EncodingOfName(const std::string& name, Encoding* encoding) {
       {"cp1252", ZInetEncodedBuffer::eWindows1252},
   };
   for (const Known& known : kKnown) {
-    if (known.name != name) continue;
+    if (!SameIgnoringASCIICase(known.name, name)) continue;
     *encoding = known.encoding;
     return true;
   }
@@ -69,9 +60,9 @@ bool EncodingOfName(const std::string& name, Encoding* encoding) {
 Encoding EncodingOfStart(std::string_view bytes) {
   using namespace std::string_view_literals;
   const std::string_view two = bytes.substr(0, 2);
-  if (bytes.substr(0, 3) == "\xEF\xBB\xBF"sv) return ZInetEncodedBuffer::eUTF8;
-  if (two == "\xFF\xFE"sv || two == "<\0"sv) return ZInetEncodedBuffer::eUTF16LE;
-  if (two == "\xFE\xFF"sv || two == "\0<"sv) return ZInetEncodedBuffer::eUTF16BE;
+  if (bytes.starts_with(kUTF8Mark)) return ZInetEncodedBuffer::eUTF8;
+  if (two == kUTF16LEMark || two == "<\0"sv) return ZInetEncodedBuffer::eUTF16LE;
+  if (two == kUTF16BEMark || two == "\0<"sv) return ZInetEncodedBuffer::eUTF16BE;
   return ZInetEncodedBuffer::eDetect;
 }
 
@@ -80,16 +71,19 @@ bool Fail(std::string* error, std::string reason) {
   return false;
 }
 
-Chaine WithoutMark(const Chaine& text) { return text.View().substr(0, 3) == "\xEF\xBB\xBF" ? text.Mid(3) : text; }
+Chaine WithoutMark(const Chaine& text) {
+  return text.View().starts_with(kUTF8Mark) ? text.Mid(kUTF8Mark.size()) : text;
+}
 
 }  // namespace
 
 bool ZXMLReader::ToUTF8(const Chaine& bytes, Encoding encoding, Chaine* text, std::string* error) {
   if (encoding == ZInetEncodedBuffer::eDetect) encoding = EncodingOfStart(bytes);
   if (encoding == ZInetEncodedBuffer::eDetect) {
-    const std::string name = DeclaredEncoding(bytes);
+    const std::string_view name = DeclaredEncoding(bytes);
     // Text that is pure ASCII is accepted even if the encoding is unknown: nearly all encodings contain ASCII.
-    if (!EncodingOfName(name, &encoding) && !HasOnlyASCII(bytes)) return Fail(error, "unknown encoding " + name);
+    if (!EncodingOfName(name, &encoding) && !IsASCII(bytes))
+      return Fail(error, "unknown encoding " + std::string(name));
   }
   switch (encoding) {
     case ZInetEncodedBuffer::eLatin1: *text = Latin1ToUTF8(bytes); return true;

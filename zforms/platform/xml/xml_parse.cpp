@@ -2,6 +2,7 @@
 #include <cstring>
 #include <pugixml.hpp>
 
+#include "zforms/platform/base/hex.h"
 #include "zforms/platform/xml/xml.h"
 #include "zforms/platform/xml/xml_scanner.h"
 #include "zforms/platform/xml/xml_tree_builder.h"
@@ -18,22 +19,15 @@ constexpr unsigned kParseFlags = (pugi::parse_full & ~(pugi::parse_eol | pugi::p
 bool IsBadReference(std::string_view text, size_t at) {
   if (text.substr(at, 2) != "&#") return false;
   const bool hex = text.substr(at + 2, 1) == "x";
-  const uint32_t base = hex ? 16 : 10;
+  const int base = hex ? 16 : 10;
   constexpr uint32_t kLimit = 0x110000;
   uint32_t value = 0;
   size_t i = at + (hex ? 3 : 2);
   const size_t first = i;
   for (; i < text.size(); i++) {
-    const char c = text[i];
-    const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c + ('a' - 'A')) : c;
-    if (lower >= '0' && lower <= '9') {
-      value = value * base + static_cast<uint32_t>(lower - '0');
-    } else if (hex && lower >= 'a' && lower <= 'f') {
-      value = value * base + static_cast<uint32_t>(lower - 'a' + 10);
-    } else {
-      break;
-    }
-    value = std::min(value, kLimit);
+    const int digit = HexDigit(text[i]);
+    if (digit < 0 || digit >= base) break;
+    value = std::min(value * static_cast<uint32_t>(base) + static_cast<uint32_t>(digit), kLimit);
   }
   return i > first && i < text.size() && text[i] == ';' && (value == 0 || value == kLimit);
 }

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "zforms/platform/base/ascii.h"
+#include "zforms/platform/base/hex.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
@@ -16,10 +18,10 @@ enum : uint8_t { kBlank = 1, kNameStart = 2, kInName = 4 };
 constexpr std::array<uint8_t, 256> kClasses = [] {
   std::array<uint8_t, 256> classes{};
   for (const char c : {' ', '\t', '\r', '\n'}) classes[static_cast<unsigned char>(c)] = kBlank;
-  for (size_t c = 0; c < 256; c++) {
-    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' || c >= 0x80;
-    if (letter) classes[c] = kNameStart | kInName;
-    if ((c >= '0' && c <= '9') || c == '-' || c == '.') classes[c] = kInName;
+  for (size_t i = 0; i < 256; i++) {
+    const char c = static_cast<char>(i);
+    if (IsLetterASCII(c) || c == '_' || c == ':' || !IsASCII(c)) classes[i] = kNameStart | kInName;
+    if (IsDigitASCII(c) || c == '-' || c == '.') classes[i] = kInName;
   }
   return classes;
 }();
@@ -180,19 +182,12 @@ bool ZXMLScanner::AppendReference() {
 bool ZXMLScanner::AppendCharacter() {
   constexpr uint32_t kLimit = 0x110000;
   at_ += 2;
-  const uint32_t base = Take('x') ? 16 : 10;
+  const int base = Take('x') ? 16 : 10;
   uint32_t value = 0;
   for (; at_ != end_ && *at_ != ';'; at_++) {
-    const char c = *at_;
-    const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c + ('a' - 'A')) : c;
-    if (lower >= '0' && lower <= '9') {
-      value = value * base + static_cast<uint32_t>(lower - '0');
-    } else if (base == 16 && lower >= 'a' && lower <= 'f') {
-      value = value * base + static_cast<uint32_t>(lower - 'a' + 10);
-    } else {
-      return false;
-    }
-    value = std::min(value, kLimit);
+    const int digit = HexDigit(*at_);
+    if (digit < 0 || digit >= base) return false;
+    value = std::min(value * static_cast<uint32_t>(base) + static_cast<uint32_t>(digit), kLimit);
   }
   if (value == 0 || value == kLimit) return false;
   Chaine character;

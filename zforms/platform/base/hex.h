@@ -5,6 +5,7 @@
 namespace zforms {
 
 inline constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+inline constexpr std::string_view kLowerHexDigits = "0123456789abcdef";
 
 // The value of a hexadecimal digit in upper or lower case, -1 for any other character.
 constexpr int HexDigit(char c) {
@@ -23,6 +24,13 @@ constexpr unsigned char HexByte(std::string_view pair) {
     value = value * 16 + digit;
   }
   return static_cast<unsigned char>(value);
+}
+
+// Appends the two digits of the byte to a Chaine or a std::string.
+template <class Text>
+void AppendHexByte(Text* out, unsigned char byte, std::string_view digits = kHexDigits) {
+  *out += digits[byte >> 4];
+  *out += digits[byte & 15];
 }
 
 }  // namespace zforms
