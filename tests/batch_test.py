@@ -129,6 +129,17 @@ JUDGED = [  # label, values, what is said of them, what is exported afterwards
 ]
 
 
+NONE = "the data hold no value: no field is filled"
+WITHOUT_VALUES = [  # data, the statuses of fill and batch, what both say
+    ('{"adherent.pays": null}', [0, 0], NONE), ("{}", [0, 0], NONE), ("adherent.pays\n", [0, 0], NONE),
+    ('""\n""\n', [0, 0], NONE), ("adherent.email\n\"\"\n", [0, 0], ""),
+    ('{"adherent": {"nom": "A"}, "\\"": 1, "adherent.nom": "B"}', [2, 3],
+     'column 37: two members are named "adherent.nom"'),
+    ('{"\\"\\\\": 1, "\\u0022\\\\": null}', [2, 3], 'column 13: two members are named "\"\\"'),
+    ("adherent.nom,adherent.nom\nA,B\n", [2, 2], 'two columns are named "adherent.nom"'),
+]
+
+
 def test_fill_judges_alike(folder):
     """Bad values are said in the same words. Filled alone, the field keeps its value; of a table, the row is left out."""
     start = json.loads(zforms("export", SAMPLE, "--format", "json")[1])
@@ -143,6 +154,14 @@ def test_fill_judges_alike(folder):
         status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", out)
         same(f"{label}: forms", bytes_of(out), {} if said else {"000001.pdf": one.read_bytes()})
         expect(all(line.split(": ", 1)[1] in err for line in lines), f"{label}: batch", (lines, err))
+    for number, (text, wanted, said) in enumerate(WITHOUT_VALUES):
+        data, one, out = folder / "data", folder / "one.pdf", folder / f"without{number}"
+        data.write_text(text)
+        runs = [zforms("fill", SAMPLE, data, "-o", one), zforms("batch", SAMPLE, "--data", data, "--out", out)]
+        same(f"no value in {text!r}: statuses", [status for status, _, _ in runs], wanted)
+        expect(all(said in err and err.count("zforms: ") <= 1 + (status == 3) for status, _, err in runs), text, runs)
+        if wanted == [0, 0]:
+            same(f"no value in {text!r}", {*bytes_of(out).values(), one.read_bytes()}, {SAMPLE.read_bytes()})
     for command in (["fill", SAMPLE, data, "-o", one], ["batch", SAMPLE, "--data", data, "--out", folder / "near"]):
         data.write_text(json.dumps({"adherent.non": "A", "adherent.ville": "B"}))
         status, _, err = zforms(*command)
@@ -163,10 +182,6 @@ def test_names(folder):
     status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "out", "--name", "{a}-{b}")
     same("exit status", (status, err), (0, ""))
     same("names", forms_in(folder / "out"), sorted(name for _, _, name in cases))
-    (folder / "twice.jsonl").write_text('{"adherent.nom": "A", "adherent.nom": "B"}\n')
-    twice = folder / "twice"
-    done = zforms("batch", SAMPLE, "--data", folder / "twice.jsonl", "--out", twice, "--name", "{adherent.nom}")
-    same("the last of a name counts", (done[::2], names_of(twice), forms_in(twice)), ((0, ""), ["B"], ["B.pdf"]))
     data = table(folder / "device.csv", ["a", "adherent.nom"], [["con", ""], ["LPT1", ""], ["console", ""]])
     zforms("batch", SAMPLE, "--data", data, "--out", folder / "device", "--name", "{a}.pdf")
     same("devices of Windows", forms_in(folder / "device"), ["_LPT1.pdf", "_con.pdf", "console.pdf"])
@@ -329,17 +344,20 @@ def test_a_damaged_form(folder):
     """It is refused, and recovered when that is asked for; each row is then appended to the form made whole."""
     damaged = folder / "damaged.pdf"
     damaged.write_bytes(SAMPLE.read_bytes().replace(b"startxref\n", b"startxref\n9"))
-    data = table(folder / "rows.csv", ["adherent.nom"], [["Lebœuf"], ["Łoś"]])
+    data = table(folder / "rows.csv", ["adherent.nom"], [["Łoś"]])
+    odd = folder / "odd.pdf"
+    odd.write_bytes(SAMPLE.read_bytes().replace(b"/NeedAppearances true", b"/NeedAppearances tru)", 1))
     arguments = ["batch", damaged, "--data", data, "--out", folder / "out"]
     status, _, err = zforms(*arguments)
     expect(status == 2 and "damaged.pdf" in err and not (folder / "out").exists(), "refused", err)
     status, _, err = zforms(*arguments, "--recover")
-    same("recovered", status, 0)
-    for name, wanted in (("000001.pdf", "Lebœuf"), ("000002.pdf", "Łoś")):
-        exported = json.loads(zforms("export", folder / "out" / name, "--format", "json")[1])
-        same(f"value in {name}", exported["adherent.nom"], wanted)
-        if shutil.which("qpdf"):
-            same(f"qpdf on {name}", peers.qpdf_check(folder / "out" / name), (0, 0))
+    same("recovered", (status, zforms("fill", damaged, data, "--recover", "-o", folder / "one.pdf")[0]), (3, 3))
+    same("value", names_of(folder / "out"), ["Łoś"])
+    if shutil.which("qpdf"):
+        same("qpdf", peers.qpdf_check(folder / "out" / "000001.pdf"), (0, 0))
+    runs = [zforms("batch", odd, "--data", data, "--out", folder / "odd"),
+            zforms("fill", odd, data, "-o", folder / "one.pdf")]
+    same("damage in an object", [(status, err.count("object ")) for status, _, err in runs], [(3, 2)] * 2)
 
 
 def main():

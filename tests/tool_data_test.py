@@ -122,7 +122,7 @@ TABLES = [  # label, bytes of a CSV file, the values, or what is wrong
     ("windows-1252", "adherent.prénom d'usage;adherent.nom\nMaé;Œuf €\n".encode("cp1252"), {USUAL: "Maé", NAME: "Œuf €"}),
     ("damaged UTF-8", b"adherent.nom,adherent.ville\n\xc3\xa9,\xe9\n", 'line 2: column "adherent.ville": the text is not'),
     ("two rows", "adherent.nom\nA\nB\n", "it has more than one row"),
-    ("no row", "adherent.nom,adherent.ville\n", "the file holds no row"),
+    ("no row", "adherent.nom,adherent.ville\n", {}),
     ("an open quote", 'adherent.nom\n"A\nB\n',
      "quote that opens a value in line 2 is not closed, and all that follows, up to line 3, was taken into that value"),
     ("an open quote, closed by the next one", 'adherent.nom\n"A\nB\n"C"\n',
@@ -142,7 +142,8 @@ OBJECTS = [
     ("a list of one object", '\ufeff[ {"adherent.nom": "A"} ]\n', {NAME: "A"}),
     ("a list of values", '{"activites.ateliers": ["SEMIS", "RUCHER"]}', {"activites.ateliers": ["SEMIS", "RUCHER"]}),
     ("an empty list", '{"activites.ateliers": [], "adherent.nom": "A"}', {NAME: "A"}),
-    ("the last of a name", '{"adherent.nom": "A", "adherent.nom": "B"}', {NAME: "B"}),
+    ("two of a name", '{"adherent.ville": "A",\n "adherent": {"ville": "B"}}',
+     'line 2, column 15: two members are named "adherent.ville"'),
     ("UTF-16", '{"adherent.nom": "Ł"}'.encode("utf-16"), {NAME: "Ł"}),
     ("no object", "[1]", "not a JSON object"),
     ("a list of lists", '{"adherent.nom": [["A"]]}', "a list holds a list"),
@@ -184,9 +185,16 @@ FORM_DATA = [
 ]
 
 
+DOCUMENTS = [
+    ("no such entity", "<xfdf><fields><field name='adherent.nom'>\n<value>A&eacute;</value></field></fields></xfdf>",
+     'line 2, column 9: the entity "&eacute;" is not defined'),
+    ("no fields", "<xfdf/>", {}),
+]
+
+
 def test_what_is_read(folder):
     empty = {name: value for name, value in json.loads(export(SAMPLE)).items()}
-    for kind, cases in (("csv", TABLES), ("json", OBJECTS), ("fdf", FORM_DATA)):
+    for kind, cases in (("csv", TABLES), ("json", OBJECTS), ("fdf", FORM_DATA), ("xfdf", DOCUMENTS)):
         for label, data, wanted in cases:
             label = f"{kind}: {label}"
             source, target = folder / f"data.{kind}", folder / "out.pdf"

@@ -25,6 +25,8 @@ const std::string kSame = "/Opt[[(1)(Town)][(2)(Town)][(3)(3rd)][(4)(1)]]";
 const std::string kList = "<</FT/Ch/Ff 2097152/T(a)/Opt[[(x)(Ex)](y)(z)]";
 const std::string kTwo = "/AP<</N<</A 9 0 R/B 9 0 R/Off 9 0 R>>>>/Rect[]";
 const std::string kOne = "/AP<</N<</A 9 0 R/Off 9 0 R>>>>/Rect[]";
+const std::string kInWidget = "<</FT/Btn/T(a)/Kids[<</V/A/AS/A";
+const std::string kOthers = "<</FT/Ch/T(a)/Opt[(A)(B)]/Kids[<</Opt[(B)(C)]/V(C)/Rect[]>>]";
 const std::string kRadio = "<</FT/Btn/Ff 32768/T(a)/Kids[";
 
 // What filling field "a" changes in object 10, and what it says; values are parted by "|".
@@ -44,6 +46,11 @@ TEST(CheckedFiller, WhatFieldsTake) {
       {"another text with line ends", "<</FT/Tx/T(a)/V(1\\n2)>>", "1\r\n3", "<</FT/Tx/T(a)/V(1\\r\\n3)>>", ""},
       {"a list for a text", "<</FT/Tx/T(a)/V(old)>>", "1|2", "", "it takes one value, not a list"},
       {"a signature", "<</FT/Sig/T(a)>>", "x", "", "it is a signature"},
+      {"a text in the widget, as it is", "<</FT/Tx/T(a)/Kids[<</V(x)/Rect[]>>]>>", "x", "", ""},
+      {"what XML has no place for, as it is", "<</FT/Tx/T(a)/V(1\\0012)/MaxLen 2>>",
+       "1\xEF\xBF\xBD"
+       "2",
+       "", ""},
       {"nothing for a signature", "<</FT/Sig/T(a)>>", "", "", ""},
       {"a group", "<</T(a)/Kids[<</FT/Tx/T(b)>>]>>", "x", "", "it is a group of fields"},
 
@@ -61,6 +68,13 @@ TEST(CheckedFiller, WhatFieldsTake) {
        "<</FT/Ch/T(a)/Opt[(1\\n2)]/V(1\\n2)>>", ""},
       {"typed in", "<</FT/Ch/Ff 393216/T(a)/Opt[(x)]>>", "Z", "<</FT/Ch/Ff 393216/T(a)/Opt[(x)]/V(Z)>>", ""},
       {"nothing chosen", "<</FT/Ch/T(a)/Opt[(x)]/V(x)/I[0]>>", "", "<</FT/Ch/T(a)/Opt[(x)]/V()>>", ""},
+      {"a choice that a widget has not, as it is", kOthers + "/V(A)>>", "A", "", ""},
+      {"a choice that a widget has not", kOthers + ">>", "A", "",
+       "\"A\" is not one of the choices of a widget of it, which takes \"B\", \"C\""},
+      {"a choice that all widgets have", kOthers + "/V(A)>>", "B",
+       "<</FT/Ch/T(a)/Opt[(A)(B)]/Kids[<</Opt[(B)(C)]/V(B)/Rect[]>>]/V(B)>>", ""},
+      {"choices of a widget alone", "<</FT/Ch/T(a)/Kids[<</Opt[(B)]/Rect[]>>]>>", "A", "",
+       "\"A\" is not one of its choices; it takes \"B\""},
       {"a list for one choice", "<</FT/Ch/T(a)/Opt[(x)(y)]>>", "x|y", "", "it takes one value, not a list"},
       {"the good ones of several", kList + "/I[1]>>", "Ex|Q|z|x", kList + "/V[(x)(z)]>>",
        "\"Q\" is not one of its choices"},
@@ -78,8 +92,16 @@ TEST(CheckedFiller, WhatFieldsTake) {
        "\"yes\" is not one of its states; it takes \"A\", \"B\" or \"Off\""},
       {"no state", "<</FT/Btn/T(a)/V/A/AS/A" + kOne + ">>", "C", "", "\"C\" is not one of its states"},
       {"a state without an appearance, as it is", "<</FT/Btn/T(a)/V/C/AS/C" + kOne + ">>", "C", "", ""},
-      {"a word without an appearance, as it is", "<</FT/Btn/T(a)/V/Yes" + kOne + ">>", "Yes", "",
-       "\"Yes\" is not one of its states; it takes \"A\" or \"Off\""},
+      {"a word without an appearance, as it is", "<</FT/Btn/T(a)/V/Yes" + kOne + ">>", "Yes", "", ""},
+      {"the same word in other letters", "<</FT/Btn/T(a)/V/Yes" + kOne + ">>", "yes",
+       "<</FT/Btn/T(a)/V/A" + kOne + "/AS/A>>", ""},
+      {"a value that is not shown, as it is", "<</FT/Btn/T(a)/V/A/AS/Off" + kOne + ">>", "A", "", ""},
+      {"a state without a value, as it is", "<</FT/Btn/T(a)/AS/A" + kOne + ">>", "A", "", ""},
+      {"a state without a value, switched off", "<</FT/Btn/T(a)/AS/A" + kOne + ">>", "",
+       "<</FT/Btn/T(a)/AS/Off" + kOne + ">>", ""},
+      {"a state in the widget, as it is", kInWidget + kOne + ">>]>>", "A", "", ""},
+      {"a state in the widget, switched off", kInWidget + kOne + ">>]>>", "Off",
+       "<</FT/Btn/T(a)/Kids[<</V/Off/AS/Off" + kOne + ">>]/V/Off>>", ""},
       {"a word for what it shows by that name", "<</FT/Btn/T(a)/V/Yes/AS/Yes" + kOne + ">>", "Yes", "", ""},
       {"as it is, and nothing chosen", "<</FT/Btn/T(a)/AS/C" + kOne + ">>", "", "", ""},
       {"off, as it is", "<</FT/Btn/T(a)/V()/AS/Off" + kOne + ">>", "Off", "", ""},

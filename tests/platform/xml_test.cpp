@@ -136,6 +136,8 @@ TEST(XML, WhatIsNoXMLGivesNoTreeAndAReason) {
       {"<a>\n\n &#0;</a>", "line 3, column 2"},
       {"<a b='&#x0;'/>", "character that does not exist"},
       {"<a>&#4294967296;</a>", "character that does not exist"},
+      {"<a>\n&amp;&foo;</a>", "line 2, column 6: the entity \"&foo;\" is not defined"},
+      {"<a b='&eacute;'/>", "line 1, column 7: the entity \"&eacute;\" is not defined"},
       {"<a>x"s + '\0' + "y</a>", "zero byte"},
       {"<?xml version='1.0' encoding='klingon'?><v>\xE9</v>", "unknown encoding klingon"},
       {"\xFF\xFE<"s, "middle of a character"},
@@ -151,6 +153,7 @@ TEST(XML, WhatIsNoXMLGivesNoTreeAndAReason) {
   }
   ZXMLReader reader;
   EXPECT_NE(reader.Read(Chaine(Nested(500))), nullptr);
+  EXPECT_NE(reader.Read(Chaine("<a>A & B &co <!--&foo;--><![CDATA[&foo;]]></a>")), nullptr) << reader.LastError();
   EXPECT_EQ(reader.LastError(), "");
 }
 

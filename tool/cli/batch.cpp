@@ -42,6 +42,17 @@ uint64_t HashOf(const Row& row) {
   return hash;
 }
 
+bool IsNamed(const std::vector<std::string>& names) {
+  return std::any_of(names.begin(), names.end(), [](const std::string& name) { return !name.empty(); });
+}
+
+bool HoldsValues(const Row& row) {
+  for (size_t i = 0; i < row.cells.size(); i++) {
+    if (!row.cells[i].is_null && !(*row.names)[i].empty()) return true;
+  }
+  return false;
+}
+
 // A row that is to be filled, with the place of its file.
 struct Task {
   Row row;
@@ -91,6 +102,7 @@ class BatchRun {
   std::set<std::string> unused_;
   std::atomic<bool> stopped_ = false;
   bool ended_ = false;
+  bool has_values_ = false;
 };
 
 bool BatchRun::Prepare() {
@@ -109,14 +121,14 @@ bool BatchRun::Prepare() {
     console_.Fail(error);
     return false;
   }
-  if (reader_->Header() != nullptr && !plan_.Feeds(*reader_->Header())) {
+  if (reader_->Header() != nullptr && IsNamed(*reader_->Header()) && !plan_.Feeds(*reader_->Header())) {
     console_.Fail("no column has the name of a field");
     return false;
   }
   if (reader_->Header() != nullptr && !HasNameColumns(*reader_->Header())) return false;
   // The form's own oddities are said once, not for each row.
   form_console.WarnAll(form_.Diagnostics());
-  form_console.Finish();
+  form_status_ = std::max(form_status_, form_console.Finish());
   if (!folder_.Take(options_.folder, &error)) {
     console_.Fail(error);
     return false;
@@ -252,6 +264,7 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
       break;
     }
     if (task.row.fault.empty()) CheckColumns(task.row);
+    has_values_ = has_values_ || !task.row.fault.empty() || HoldsValues(task.row);
     if (Place(&task)) count++;
   }
   const ByteSource& source = reader_->Source();
@@ -286,7 +299,11 @@ int BatchRun::Run() {
   Work(0, fillers[0]);
   for (std::thread& thread : threads) thread.join();
   report_.Finish(options_, stopped_, jobs);
-  if (!reader_->Failure().empty()) console_.Fail(reader_->Failure());
+  if (!reader_->Failure().empty()) {
+    console_.Fail(reader_->Failure());
+  } else if (!has_values_ && !stopped_) {
+    console_.Note(kNoValues);
+  }
   if (stopped_) return kFailed;
   const int status = console_.Finish();
   return status == kDone ? form_status_ : status;

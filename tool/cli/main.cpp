@@ -103,7 +103,8 @@ class CommandLine {
         Add("fill", "Fill a form from an XFDF, FDF, JSON or CSV file.",
             "The change is appended to the file; its old bytes do not change. Names that the form does\n"
             "not have, and values that a field does not take, are reported. Such a field keeps its old\n"
-            "value.",
+            "value. null gives no value, and the field keeps the one it has; data without any value are\n"
+            "no fault. Damage in the form is reported, and the exit status is 3.",
             "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
             [this] { return RunFill(fill_); });
     AddFile(command, &fill_.file);
@@ -176,7 +177,9 @@ class CommandLine {
         Add("batch", "Fill a form once for each row of a table.",
             "A column feeds the field of its name, or the fields that the maps name. Two rows never get\n"
             "the same file, no file from elsewhere is overwritten, and no file is half written. --resume\n"
-            "continues a batch that was interrupted.",
+            "continues a batch that was interrupted. null gives no value, and the field keeps the one it\n"
+            "has; data without any value are no fault. Damage in the form is reported, and the exit\n"
+            "status is 3.",
             "  zforms batch form.pdf --data rows.csv --out filled\n"
             "  zforms batch form.pdf --data rows.csv --out filled --name '{id}-{name}.pdf' --report report.json\n"
             "  zforms batch form.pdf --data rows.jsonl --map maps.ini --section Member --out filled --resume",

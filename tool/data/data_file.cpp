@@ -45,8 +45,8 @@ bool ReadCSV(std::string_view text, ZXFDF* data, uint64_t* line, std::string* er
   CsvReader reader(std::move(source));
   Row row;
   if (!reader.Next(&row)) {
-    *error = reader.Failure().empty() ? "the file holds no row" : reader.Failure();
-    return false;
+    *error = reader.Failure();
+    return error->empty();
   }
   if (!row.fault.empty()) {
     *error = "line " + std::to_string(row.line) + ": " + row.fault;
@@ -81,6 +81,14 @@ bool ReadXFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
   return error->empty();
 }
 
+bool HoldsValues(const ZXFDFFieldCollection& fields) {
+  for (unsigned i = 0; i < fields.Size(); i++) {
+    const ZXFDFField& field = fields[i];
+    if (field.HasValue() || field.HasValueRichText() || HoldsValues(field)) return true;
+  }
+  return false;
+}
+
 bool Read(Kind kind, const Chaine& bytes, ZXFDF* data, uint64_t* line, std::string* error) {
   switch (kind) {
     case Kind::kFDF: return ReadFDF(bytes, data, error);
@@ -107,7 +115,7 @@ bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& con
     return false;
   }
   if (!error.empty()) console.Warn(error);
-  if (!data->HasFields()) console.Warn("the data hold no fields: nothing was filled");
+  if (!data->HasFields() || !HoldsValues(data->Fields())) console.Note(kNoValues);
   return true;
 }
 

@@ -10,6 +10,9 @@
 
 namespace zforms::tool {
 
+// What is said of data that give no field a value, be it an empty one: that is no fault.
+inline constexpr const char* kNoValues = "the data hold no value: no field is filled";
+
 // Reads the values for one form: XFDF, FDF, one JSON object, or CSV with one row; what
 // it is shows in its first characters. `line` becomes the line in which the object or
 // the row starts, 0 for data without rows. False, and said on the console, which is that

@@ -78,7 +78,7 @@ Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* kn
 
 namespace {
 
-Chaine ShownState(const ZAcroFormField& widget) { return WithoutSlashes(widget.Dico()->GetIdentifier("/AS")); }
+Chaine NamedState(const ZAcroFormField& widget) { return WithoutSlashes(widget.Dico()->GetIdentifier("/AS")); }
 
 bool HasOnStates(const ZAcroFormField& widget) {
   const ZPDFNodeDictionary* states = StateDictionary(widget);
@@ -92,7 +92,7 @@ bool HasState(const ZAcroFormField& widget, const Chaine& state) {
 }
 
 void SetShownState(ZAcroFormField& widget, const Chaine& state) {
-  const Chaine shown = ShownState(widget);
+  const Chaine shown = NamedState(widget);
   if (shown == state || (shown.IsEmpty() && state == kOff)) return;
   widget.Dico()->SetIdentifier("/AS", "/" + state);
 }
@@ -114,17 +114,17 @@ void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& stat
   const bool one_by_one = !fields.empty() && IsOneByOne(*fields[0]);
   const auto can_show = [&](const ZAcroFormField& widget) {
     if (HasOnStates(widget)) return HasState(widget, state);
-    return !is_radio || widgets.size() == 1 || ShownState(widget) == state;
+    return !is_radio || widgets.size() == 1 || NamedState(widget) == state;
   };
   const ZAcroFormField* chosen = nullptr;  // the only one to be switched on
   for (const ZAcroFormField* widget : widgets) {
     if (!one_by_one || state == kOff || !can_show(*widget)) continue;
-    if (chosen == nullptr || (ShownState(*widget) == state && ShownState(*chosen) != state)) chosen = widget;
+    if (chosen == nullptr || (NamedState(*widget) == state && NamedState(*chosen) != state)) chosen = widget;
   }
   for (ZAcroFormField* widget : widgets) {
     const bool shows = can_show(*widget);
     // Without an appearance for the state that it has, the widget does not count as off.
-    if (!shows && ShownState(*widget) == state) continue;
+    if (!shows && NamedState(*widget) == state) continue;
     const bool goes_on = shows && (chosen == nullptr || chosen == widget);
     SetShownState(*widget, goes_on ? state : Chaine(kOff));
   }
@@ -134,24 +134,18 @@ void ShowButtonState(ZAcroFormField& field, const Chaine& state) {
   ShowButtonState(PTableau<ZAcroFormField*>{&field}, state);
 }
 
-bool ShowsState(const ZAcroFormField& field, const Chaine& state) {
-  const PTableau<const ZAcroFormField*> widgets = field.Widgets();
-  return std::any_of(widgets.begin(), widgets.end(),
-                     [&](const ZAcroFormField* widget) { return ShownState(*widget) == state; });
-}
-
-bool ShowsAState(const ZAcroFormField& field) {
+Chaine ShownState(const ZAcroFormField& field) {
   for (const ZAcroFormField* widget : field.Widgets()) {
-    const Chaine shown = ShownState(*widget);
-    if (!shown.IsEmpty() && shown != kOff && HasState(*widget, shown)) return true;
+    Chaine state = NamedState(*widget);
+    if (!state.IsEmpty() && state != kOff && HasState(*widget, state)) return state;
   }
-  return false;
+  return {};
 }
 
 PTableau<Chaine> StatesWithoutAppearance(const ZAcroFormField& field) {
   PUniqueT<Chaine> states;
   for (const ZAcroFormField* widget : field.Widgets()) {
-    const Chaine shown = ShownState(*widget);
+    const Chaine shown = NamedState(*widget);
     if (!HasOnStates(*widget) && !shown.IsEmpty() && shown != kOff) states.Add(shown);
   }
   return {states.begin(), states.end()};

@@ -30,11 +30,9 @@ Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* kn
 void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& state);
 void ShowButtonState(ZAcroFormField& field, const Chaine& state);
 
-// True when "/AS" of a widget of the field names the state, with or without an appearance for it.
-bool ShowsState(const ZAcroFormField& field, const Chaine& state);
-
-// True when a widget of the field shows one of its appearances other than "Off".
-bool ShowsAState(const ZAcroFormField& field);
+// The first state other than "Off" that "/AS" of a widget of the field names and that the widget
+// has an appearance for; empty when there is none.
+Chaine ShownState(const ZAcroFormField& field);
 
 // The values of "/AS" except "Off" of the widgets without appearances for states.
 PTableau<Chaine> StatesWithoutAppearance(const ZAcroFormField& field);

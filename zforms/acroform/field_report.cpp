@@ -8,6 +8,7 @@
 #include "zforms/acroform/acro_form.h"
 #include "zforms/acroform/button_states.h"
 #include "zforms/acroform/field.h"
+#include "zforms/acroform/field_values.h"
 #include "zforms/acroform/page_index.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
@@ -128,7 +129,7 @@ class Reporter {
   static void ReadValues(const ZAcroFormField& field, FieldReport* report) {
     const ZPDFNode* value = Inherited(field, "/V");
     report->value_is_array = NodeCast<ZPDFNodeArray>(value) != nullptr;
-    if (value != nullptr) report->values = Texts(value, field.ValueUTF8());
+    for (const Chaine& text : FieldValues(field)) report->values.push_back(text.ToString());
     const ZPDFNode* default_value = Inherited(field, "/DV");
     report->default_is_array = NodeCast<ZPDFNodeArray>(default_value) != nullptr;
     if (default_value != nullptr) report->defaults = Texts(default_value, field.DefaultValueUTF8());

@@ -200,30 +200,35 @@ bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTable
   const ZFieldRule::Kind kind = rule.GetKind();
   const bool takes_rich = kind == ZFieldRule::Kind::kText && verdict.faults.empty();
   const bool is_rich = !rich_text.IsEmpty() && takes_rich && rule.WhyLocked().IsEmpty();
-  if (!verdict.is_taken && !is_rich) return verdict.faults.empty();
+  if (!verdict.is_taken && !verdict.is_unchanged && !is_rich) return verdict.faults.empty();
+  const bool is_new = verdict.is_taken && !verdict.is_unchanged;
   filled_++;
   for (ZAcroFormField* field : target.fields) {
     if (is_rich && !IsSameText(PDFTextToUTF8(field->ValueRichText()), rich_text)) {
       field->SetValueRichText(UTF8ToPDFText(rich_text));
     }
-    if (verdict.is_taken && kind == ZFieldRule::Kind::kText) {
+    if (is_new && kind == ZFieldRule::Kind::kText) {
       FillText(*field, verdict.values.front(), is_rich, LineEnds::kKept);
     }
-    if (verdict.is_taken && kind == ZFieldRule::Kind::kChoice) WriteChoices(*field, verdict.values);
+    if (is_new && kind == ZFieldRule::Kind::kChoice) WriteChoices(*field, verdict.values);
     if (verdict.is_taken && defaults_too_) WriteDefault(*field, kind, verdict.values.front());
   }
-  if (kind == ZFieldRule::Kind::kButton) WriteState(target, verdict.values.front(), values.front().IsEmpty());
+  if (is_new && kind == ZFieldRule::Kind::kButton) {
+    WriteState(target, verdict.values.front(), values.front().IsEmpty());
+  }
   return verdict.faults.empty();
 }
 
 void ZCheckedFiller::WriteState(const Target& target, const Chaine& state, bool was_empty) {
-  const auto holds = [](const ZAcroFormField* field) { return field->HasValue() || ShowsAState(*field); };
-  // An empty value says that nothing is chosen, as no value does.
-  if (was_empty && std::none_of(target.fields.begin(), target.fields.end(), holds)) return;
   for (ZAcroFormField* field : target.fields) {
-    // An empty text in the form says so as well.
+    // An empty value says that nothing is chosen, as no value and an empty text in the form do.
     const bool is_unset = field->Value().IsEmpty() && (was_empty || (state == "Off" && field->HasValue()));
     if (field->Value() != state && !is_unset) field->Dico()->SetIdentifier("/V", "/" + state);
+    // A widget that carries a value of its own would go on telling it.
+    for (ZAcroFormField* widget : field->Widgets()) {
+      if (widget != field && widget->HasOwnValue() && widget->Value() != state)
+        widget->Dico()->SetIdentifier("/V", "/" + state);
+    }
   }
   ShowButtonState(target.fields, state);
 }
@@ -239,7 +244,7 @@ void ZCheckedFiller::WriteChoices(ZAcroFormField& field, const PTableau<Chaine>&
     const PTableau<Chaine> before = TextsOf(to);
     if (std::equal(before.begin(), before.end(), choices.begin(), choices.end(), IsSameText)) return;
     PTableau<Chaine> bytes;
-    for (const Chaine& choice : choices) bytes.push_back(BytesOf(field, choice));
+    for (const Chaine& choice : choices) bytes.push_back(BytesOf(to, choice));
     to.SetValues(bytes);
   };
   write(field);

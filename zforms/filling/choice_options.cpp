@@ -57,6 +57,11 @@ const Chaine* ChoiceOptions::BytesOf(const Chaine& export_value) const { return 
 std::shared_ptr<const ChoiceOptions> ChoiceOptionsCache::Of(const ZAcroFormField& field) {
   const ZAcroFormField* holder = &field;
   while (holder != nullptr && !holder->HasOwnOptions()) holder = holder->Parent();
+  // Some producers put them in the widget.
+  const PTableau<const ZAcroFormField*> widgets = holder == nullptr ? field.Widgets() : decltype(field.Widgets())();
+  for (const ZAcroFormField* widget : widgets) {
+    if (holder == nullptr && widget->HasOwnOptions()) holder = widget;
+  }
   std::shared_ptr<const ChoiceOptions>& options = by_holder_[holder == nullptr ? nullptr : holder->Dico()];
   if (options == nullptr) {
     options = std::make_shared<ChoiceOptions>(holder == nullptr ? PTableau<ZAcroFormFieldOption>() : holder->Options());

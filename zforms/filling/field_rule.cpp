@@ -6,6 +6,7 @@
 #include "zforms/acroform/button_states.h"
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_values.h"
 #include "zforms/filling/choice_options.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/platform/base/number.h"
@@ -38,6 +39,21 @@ size_t CharacterCount(std::string_view text) {
   return count;
 }
 
+// Whether a text that was given is the present one, which has LF for line ends. In XML there
+// is no place for most control characters, and U+FFFD stands for them.
+bool IsExportOf(const Chaine& given, const Chaine& present) {
+  constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+  const Chaine text = WithLF(given);
+  if (text == present) return true;
+  if (text.View().find(kReplacement) == std::string_view::npos) return false;
+  Chaine in_xml;
+  for (const char c : present) {
+    const bool is_control = static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n';
+    in_xml += is_control ? kReplacement : std::string_view(&c, 1);
+  }
+  return text == in_xml;
+}
+
 bool HasNamedKids(const ZAcroFormField& field) {
   for (uint32_t i = 0; i < field.Size(); i++) {
     if (field.GetAt(i)->HasName()) return true;
@@ -56,17 +72,13 @@ size_t MaxLengthOf(const ZAcroFormField& field) {
 
 ZFieldRule::ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length) {
   ReadKind(*fields.front());
-  ReadValue(*fields.front());
-  if (kind_ == Kind::kButton) ReadStates(fields, options);
-  if (kind_ == Kind::kChoice) {
-    options_ = options->Of(*fields.front());
-    const uint32_t flags = fields.front()->InheritedFlags();
-    const bool is_combo = (flags & ZAcroFormField::kComboFlag) != 0;
-    const bool is_editable = is_combo && (flags & ZAcroFormField::kEditFlag) != 0;
-    // A list without options says nothing of its values.
-    is_closed_ = !is_editable && !options_->IsEmpty();
-    takes_several_ = !is_combo && (flags & ZAcroFormField::kMultiSelectFlag) != 0;
+  for (const Chaine& value : FieldValues(*fields.front())) present_.push_back(WithLF(value));
+  for (const ZAcroFormField* field : fields) {
+    const PTableau<Chaine> values = field == fields.front() ? present_ : FieldValues(*field);
+    is_alike_ = is_alike_ && std::equal(values.begin(), values.end(), present_.begin(), present_.end(), IsSameText);
   }
+  if (kind_ == Kind::kButton) ReadStates(fields, options);
+  if (kind_ == Kind::kChoice) ReadChoices(*fields.front(), options);
   if (kind_ != Kind::kText || any_length) return;
   for (const ZAcroFormField* field : fields) {
     const size_t length = MaxLengthOf(*field);
@@ -92,13 +104,19 @@ void ZFieldRule::ReadKind(const ZAcroFormField& field) {
   if (!why_not_filled_.IsEmpty()) kind_ = Kind::kNotFilled;
 }
 
-void ZFieldRule::ReadValue(const ZAcroFormField& field) {
-  if (!field.HasValue()) return;
-  if (kind_ != Kind::kChoice) {
-    present_.Add(field.ValueUTF8());
-    return;
+void ZFieldRule::ReadChoices(const ZAcroFormField& field, ChoiceOptionsCache* options) {
+  options_ = options->Of(field);
+  const uint32_t flags = field.InheritedFlags();
+  const bool is_combo = (flags & ZAcroFormField::kComboFlag) != 0;
+  const bool is_editable = is_combo && (flags & ZAcroFormField::kEditFlag) != 0;
+  // A list without options says nothing of its values.
+  is_closed_ = !is_editable && !options_->IsEmpty();
+  takes_several_ = !is_combo && (flags & ZAcroFormField::kMultiSelectFlag) != 0;
+  for (const ZAcroFormField* widget : field.Widgets()) {
+    if (widget == &field || !widget->HasOwnOptions()) continue;
+    const std::shared_ptr<const ChoiceOptions> own = options->Of(*widget);
+    if (own->ExportValues() != options_->ExportValues()) widget_options_.push_back(own);
   }
-  for (const Chaine& value : field.Values()) present_.Add(WithLF(PDFTextToUTF8(value)));
 }
 
 void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options) {
@@ -122,7 +140,6 @@ void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptio
   for (const Chaine& state : state_names_) add(PDFNameToUTF8(state), state);
   PUniqueT<Chaine> shown;
   for (const ZAcroFormField* field : fields) {
-    shows_present_ = shows_present_ || ShowsState(*field, field->Value());
     const PTableau<Chaine> first = FirstStates(*field);
     const std::shared_ptr<const ChoiceOptions> exported = options->Of(*field);
     for (size_t i = 0; i < std::min(first.size(), exported->ExportValues().size()); i++) {
@@ -140,8 +157,20 @@ void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptio
 }
 
 ZFieldRule::Verdict ZFieldRule::Judge(const PTableau<Chaine>& given) const {
+  if (given.empty()) return {};
+  Verdict verdict = JudgeValues(given);
+  if (IsExported(given)) {
+    verdict.is_unchanged = true;
+    verdict.faults.clear();
+  } else if (!why_locked_.IsEmpty() && verdict.is_taken && !IsPresent(verdict.values)) {
+    verdict = {};
+    verdict.faults.push_back(why_locked_);
+  }
+  return verdict;
+}
+
+ZFieldRule::Verdict ZFieldRule::JudgeValues(const PTableau<Chaine>& given) const {
   Verdict verdict;
-  if (given.empty()) return verdict;
   if (kind_ == Kind::kNotFilled) {
     const bool is_empty = std::all_of(given.begin(), given.end(), [](const Chaine& value) { return value.IsEmpty(); });
     if (!is_empty) verdict.faults.push_back(why_not_filled_);
@@ -154,22 +183,35 @@ ZFieldRule::Verdict ZFieldRule::Judge(const PTableau<Chaine>& given) const {
   } else {
     JudgeText(given.front(), &verdict);
   }
-  if (!why_locked_.IsEmpty() && verdict.is_taken && !IsPresent(verdict.values)) return {false, {}, {why_locked_}};
   return verdict;
 }
 
-// Whether these are what the fields hold.
+// Whether these are what an export of the first field gives. Several values may be the lines
+// of one text; no value and an empty text are the same in a table.
+bool ZFieldRule::IsExported(const PTableau<Chaine>& given) const {
+  if (!is_alike_) return false;
+  if (given.size() == present_.size()) return std::equal(given.begin(), given.end(), present_.begin(), IsExportOf);
+  if (given.size() != 1) return false;
+  Chaine lines;
+  for (size_t i = 0; i < present_.size(); i++) lines += (i == 0 ? "" : "\n") + present_[i];
+  return IsExportOf(given[0], lines);
+}
+
+// Whether the values mean what the fields hold.
 bool ZFieldRule::IsPresent(const PTableau<Chaine>& values) const {
-  if (present_.Size() == 0) return values.size() == 1 && (values[0].IsEmpty() || values[0] == kOff);
-  if (kind_ == Kind::kButton) return present_.Exist(values[0]) || present_.Exist(PDFNameToUTF8(values[0]));
-  if (kind_ == Kind::kText) return IsSameText(values[0], present_[0]);
-  const auto is_present = [this](const Chaine& value) { return present_.Exist(value); };
-  return values.size() == present_.Size() && std::all_of(values.begin(), values.end(), is_present);
+  if (present_.empty()) return values.size() == 1 && (values[0].IsEmpty() || values[0] == kOff);
+  if (kind_ == Kind::kButton) return Holds(values[0]) || Holds(PDFNameToUTF8(values[0]));
+  const auto holds = [this](const Chaine& value) { return Holds(value); };
+  return values.size() == present_.size() && std::all_of(values.begin(), values.end(), holds);
+}
+
+bool ZFieldRule::Holds(const Chaine& value) const {
+  return std::find(present_.begin(), present_.end(), WithLF(value)) != present_.end();
 }
 
 void ZFieldRule::JudgeText(const Chaine& given, Verdict* verdict) const {
   const size_t count = max_length_ == 0 || given.size() <= max_length_ ? 0 : CharacterCount(given);
-  if (count > max_length_ && (present_.Size() == 0 || !IsSameText(given, present_[0]))) {
+  if (count > max_length_) {
     verdict->faults.push_back(Quoted(given) + " has " + FormatUInt(count) + " characters, and it takes " +
                               FormatUInt(max_length_));
     return;
@@ -189,19 +231,14 @@ Chaine ZFieldRule::StateOfTruth(const Chaine& given) const {
 
 void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
   const Chaine* const exact = states_.Find(given);
-  const Chaine meant = StateOfTruth(given);
   Chaine state = exact != nullptr ? *exact : given.IsEmpty() || given == kOff ? Chaine(kOff) : Chaine();
-  // What the field holds stays, even where it is no state of it. A word that could be
-  // meant to switch it on is passed over only when it is on by that name.
-  const bool is_present = state.IsEmpty() && present_.Exist(given);
-  const bool is_done = is_present && (meant.IsEmpty() || meant == kOff || shows_present_);
-  if (state.IsEmpty() && !is_present) state = meant;
+  if (state.IsEmpty()) state = StateOfTruth(given);
   // Without appearances any name may be a state.
   if (state.IsEmpty() && !is_closed_) state = UTF8ToPDFName(given);
   if (!state.IsEmpty()) {
     verdict->is_taken = true;
     verdict->values = {state};
-  } else if (!is_done) {
+  } else {
     verdict->faults.push_back(Quoted(given) + " is not one of its states; it takes " + state_listing_);
   }
 }
@@ -210,8 +247,17 @@ void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
 Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
   Chaine choice;
   const ChoiceOptions::Match match = options_->Find(given, &choice);
-  if (match == ChoiceOptions::Match::kOne) return choice;
-  if (!is_closed_ || present_.Exist(WithLF(given))) return given;
+  const bool is_one = match == ChoiceOptions::Match::kOne;
+  if (!is_closed_ || Holds(given)) return is_one ? choice : given;
+  if (is_one) {
+    // The widgets of a field have one value (ISO 32000-1 12.7.3.2), and each has to offer it.
+    for (const auto& options : widget_options_) {
+      if (options->BytesOf(choice) != nullptr) continue;
+      *fault = Quoted(given) + " is not one of the choices of a widget of it, which takes " + options->Listing();
+      return {};
+    }
+    return choice;
+  }
   *fault = Quoted(given) +
            (match == ChoiceOptions::Match::kSeveral ? " is what viewers show for several of its choices"
                                                     : " is not one of its choices") +

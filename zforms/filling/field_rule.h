@@ -30,7 +30,10 @@ class ZFORMS_API ZFieldRule {
 
   // What becomes of given values.
   struct Verdict {
-    // Whether there is a value to write. It is one text, or the export values of choices,
+    // Whether the fields hold what is given, as their own export has it, odd or not: nothing is to be
+    // written, and there are no faults.
+    bool is_unchanged = false;
+    // Whether there is a value to write, if it is another one. It is one text, or the export values of choices,
     // or the state of a button, here as the bytes of its name.
     bool is_taken = false;
     PTableau<Chaine> values;
@@ -39,7 +42,7 @@ class ZFORMS_API ZFieldRule {
     PTableau<Chaine> faults;
   };
 
-  // At least one field. What the fields hold now they take as well. A text may be of any
+  // At least one field. What the first one exports now they take as well. A text may be of any
   // length when `any_length`.
   ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length = false);
   ~ZFieldRule();
@@ -56,9 +59,12 @@ class ZFORMS_API ZFieldRule {
 
  private:
   void ReadKind(const ZAcroFormField& field);
-  void ReadValue(const ZAcroFormField& field);
   void ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options);
+  void ReadChoices(const ZAcroFormField& field, ChoiceOptionsCache* options);
+  Verdict JudgeValues(const PTableau<Chaine>& given) const;
+  bool IsExported(const PTableau<Chaine>& given) const;
   bool IsPresent(const PTableau<Chaine>& values) const;
+  bool Holds(const Chaine& value) const;
   void JudgeText(const Chaine& given, Verdict* verdict) const;
   void JudgeButton(const Chaine& given, Verdict* verdict) const;
   void JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) const;
@@ -69,11 +75,13 @@ class ZFORMS_API ZFieldRule {
   Chaine why_not_filled_;
   Chaine why_locked_;
   bool takes_several_ = false;
-  bool is_closed_ = false;  // takes its choices or states alone
-  size_t max_length_ = 0;   // in characters; 0 for any
-  PUniqueT<Chaine> present_;
-  bool shows_present_ = false;  // a button, by "/AS"
+  bool is_closed_ = false;    // takes its choices or states alone
+  size_t max_length_ = 0;     // in characters; 0 for any
+  PTableau<Chaine> present_;  // of the first field, with LF for line ends
+  bool is_alike_ = true;      // the other fields hold the same
   std::shared_ptr<const ChoiceOptions> options_;
+  // Those of widgets that have others than the field.
+  PTableau<std::shared_ptr<const ChoiceOptions>> widget_options_;
   // What each state is called, to the bytes of its name.
   FDictionnary<Chaine> states_;
   PTableau<Chaine> state_names_;

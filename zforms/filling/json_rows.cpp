@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "zforms/platform/base/chaine.h"
@@ -48,6 +48,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   }
   bool key(string_t& name) override {
     key_ = std::move(name);
+    if (furthest_ != nullptr) end_of_name_ = *furthest_;
     return true;
   }
   bool start_array(size_t) override {
@@ -71,6 +72,14 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
                 (dash == std::string_view::npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
   }
 
+  // From now on the member of that number ends the parsing; `furthest` is what the parser has read.
+  void StopAt(size_t number, const char* const* furthest) {
+    stop_ = number;
+    furthest_ = furthest;
+  }
+  // Of the member at which it stopped.
+  const char* EndOfName() const { return end_of_name_; }
+
   std::vector<std::string> TakeNames() { return std::move(names_); }
   const std::string& Error() const { return error_; }
   // The byte where it is no JSON; nothing for any other fault.
@@ -92,6 +101,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
       row_->cells.back().more.push_back(std::move(cell.text));
       return true;
     }
+    if (names_.size() == stop_) return false;
     list_started_ = in_list_;
     names_.push_back(prefix_ + key_);
     row_->cells.push_back(std::move(cell));
@@ -108,6 +118,9 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   bool list_started_ = false;
   std::string error_;
   std::optional<size_t> fault_at_;
+  size_t stop_ = SIZE_MAX;
+  const char* const* furthest_ = nullptr;
+  const char* end_of_name_ = nullptr;
 };
 
 // Where the text ends, the column in characters.
@@ -118,41 +131,76 @@ std::string PlaceOf(std::string_view text, bool is_line) {
   return (is_line ? "" : "line " + std::to_string(number) + ", ") + "column " + std::to_string(column) + ": ";
 }
 
-// Of members with one name the last counts, as in most readers of JSON.
-void KeepLastOfName(std::vector<std::string>* names, std::vector<Cell>* cells) {
-  std::unordered_map<std::string, size_t> places;
-  std::vector<std::string> kept_names;
-  std::vector<Cell> kept_cells;
-  for (size_t i = 0; i < names->size(); i++) {
-    const auto [place, is_new] = places.emplace((*names)[i], kept_names.size());
-    if (is_new) {
-      kept_names.push_back(std::move((*names)[i]));
-      kept_cells.push_back(std::move((*cells)[i]));
-    } else {
-      kept_cells[place->second] = std::move((*cells)[i]);
-    }
+// Which name stands there a second time; as many as there are when none does.
+size_t FirstRepeated(const std::vector<std::string>& names) {
+  std::unordered_set<std::string_view> known;
+  size_t i = 0;
+  while (i < names.size() && known.insert(names[i]).second) i++;
+  return i;
+}
+
+// Says how far the parser has read.
+struct CountingIterator {
+  using iterator_category = std::forward_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = const char&;
+
+  const char* at = nullptr;
+  const char** furthest = nullptr;
+
+  reference operator*() const { return *at; }
+  CountingIterator& operator++() {
+    *furthest = ++at;
+    return *this;
   }
-  *names = std::move(kept_names);
-  *cells = std::move(kept_cells);
+  CountingIterator operator++(int) {
+    const CountingIterator before = *this;
+    ++*this;
+    return before;
+  }
+  bool operator==(const CountingIterator& other) const { return at == other.at; }
+};
+
+// Where the name of the member of that number begins: its quote.
+size_t PlaceOfName(std::string_view text, size_t number) {
+  const char* furthest = text.data();
+  Row row;
+  RowBuilder builder(&row);
+  builder.StopAt(number, &furthest);
+  const CountingIterator begin{text.data(), &furthest};
+  Json::sax_parse(begin, CountingIterator{text.data() + text.size(), &furthest}, &builder);
+  auto at = static_cast<size_t>(builder.EndOfName() - text.data()) - 1;
+  // A quote within the name has an odd number of backslashes before it.
+  for (bool is_quoted = true; is_quoted;) {
+    at = text.rfind('"', at - 1);
+    const size_t before = at == 0 ? std::string_view::npos : text.find_last_not_of('\\', at - 1);
+    is_quoted = (at - (before == std::string_view::npos ? 0 : before + 1)) % 2 == 1;
+  }
+  return at;
 }
 
 }  // namespace
 
 bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole) {
   RowBuilder builder(row);
-  if (!Json::sax_parse(text.begin(), text.end(), &builder)) {
-    *error = builder.Error();
-    if (!builder.FaultAt()) return false;
+  const auto place = [text, whole](size_t at) {
     const bool is_line = whole.empty();
     const size_t begin = is_line || text.empty() ? 0 : static_cast<size_t>(text.data() - whole.data());
-    *error = PlaceOf((is_line ? text : whole).substr(0, begin + *builder.FaultAt()), is_line) + *error;
+    return PlaceOf((is_line ? text : whole).substr(0, begin + at), is_line);
+  };
+  if (!Json::sax_parse(text.begin(), text.end(), &builder)) {
+    *error = (builder.FaultAt() ? place(*builder.FaultAt()) : std::string()) + builder.Error();
     return false;
   }
   std::vector<std::string> names = builder.TakeNames();
   // Rows of a table have the same names as a rule.
   if (row->names != nullptr && *row->names == names) return true;
-  KeepLastOfName(&names, &row->cells);
-  if (row->names != nullptr && *row->names == names) return true;
+  if (const size_t repeated = FirstRepeated(names); repeated < names.size()) {
+    *error = place(PlaceOfName(text, repeated)) + "two members are named \"" + names[repeated] + "\"";
+    return false;
+  }
   row->names = std::make_shared<const std::vector<std::string>>(std::move(names));
   return true;
 }

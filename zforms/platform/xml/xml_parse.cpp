@@ -15,8 +15,19 @@ namespace {
 constexpr unsigned kParseFlags = (pugi::parse_full & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) |
                                  pugi::parse_ws_pcdata | pugi::parse_embed_pcdata | pugi::parse_fragment;
 
+// The name of the entity that a reference at `at` names and XML does not define, such as "nbsp" of
+// "&nbsp;"; else empty. Entities that a document type declares are not known either.
+std::string_view UnknownEntity(std::string_view text, size_t at) {
+  constexpr std::string_view kKnown[] = {"lt", "gt", "amp", "quot", "apos"};
+  if (text.substr(at, 1) != "&") return {};
+  const size_t end = text.find_first_of(" \t\r\n&<>\"'#;", at + 1);
+  if (end == std::string_view::npos || text[end] != ';') return {};
+  const std::string_view name = text.substr(at + 1, end - at - 1);
+  return std::find(std::begin(kKnown), std::end(kKnown), name) == std::end(kKnown) ? name : std::string_view();
+}
+
 // True when the text at `at` is a reference to a character that does not exist, such as "&#0;".
-bool IsBadReference(std::string_view text, size_t at) {
+bool IsBadCharacter(std::string_view text, size_t at) {
   if (text.substr(at, 2) != "&#") return false;
   const bool hex = text.substr(at + 2, 1) == "x";
   const int base = hex ? 16 : 10;
@@ -37,17 +48,22 @@ struct Verbatim {
   std::string_view start;
   std::string_view end;
 };
-constexpr Verbatim kVerbatim[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+constexpr Verbatim kVerbatim[] = {
+    {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}, {"<!ENTITY", ">"}, {"<!ATTLIST", ">"}};
 
-// The position of the first reference to a character that does not exist, where pugixml would cut the text short; npos
-// when there is none. Comments, CDATA and instructions contain no references.
-size_t FindBadReference(std::string_view text) {
+// The position of the first reference to a character that does not exist, where pugixml would cut the text short, or,
+// with `entities_too`, to an unknown entity; npos when there is none. Comments, CDATA and instructions contain no
+// references.
+size_t FindBadReference(std::string_view text, bool entities_too) {
   bool suspicious = false;
-  for (size_t at = text.find("&#"); at != std::string_view::npos && !suspicious; at = text.find("&#", at + 2)) {
-    suspicious = IsBadReference(text, at);
+  const auto is_bad = [=](size_t at) {
+    return IsBadCharacter(text, at) || (entities_too && !UnknownEntity(text, at).empty());
+  };
+  for (size_t at = text.find('&'); at != std::string_view::npos && !suspicious; at = text.find('&', at + 1)) {
+    suspicious = is_bad(at);
   }
   for (size_t at = 0; suspicious && (at = text.find_first_of("<&", at)) != std::string_view::npos; at++) {
-    if (IsBadReference(text, at)) return at;
+    if (is_bad(at)) return at;
     for (const Verbatim& verbatim : kVerbatim) {
       if (text.substr(at, verbatim.start.size()) != verbatim.start) continue;
       const size_t end = text.find(verbatim.end, at + verbatim.start.size());
@@ -76,6 +92,7 @@ class ZXMLParser {
   // Parses a document: one root, and around it only comments, instructions, a document type and white space. Otherwise
   // returns null with a reason.
   std::unique_ptr<ZXMLElement> Document(const Chaine& text, size_t levels) {
+    is_document_ = true;
     auto document = Content(text, levels);
     if (document == nullptr) return document;
     size_t roots = 0;
@@ -116,9 +133,11 @@ class ZXMLParser {
   }
 
   bool Parse(std::string_view text, size_t levels, ZXMLElement* into) {
-    const size_t bad = FindBadReference(text);
+    const size_t bad = FindBadReference(text, is_document_);
     if (bad != std::string_view::npos) {
-      error_ = Place(text, bad) + "a reference to a character that does not exist";
+      const std::string entity(UnknownEntity(text, bad));
+      error_ = Place(text, bad) + (entity.empty() ? "a reference to a character that does not exist"
+                                                  : "the entity \"&" + entity + ";\" is not defined");
       return false;
     }
     pugi::xml_document source;
@@ -218,6 +237,7 @@ class ZXMLParser {
   std::string error_;
   Chaine version_;
   Chaine standalone_;
+  bool is_document_ = false;  // a fragment may come from a document that defines entities
 };
 
 // An estimate of the nodes' memory for each byte of dense XML. It is allocated as one block, which the allocator keeps
