@@ -122,11 +122,19 @@ def test_other_changes(folder):
     expect(status == 2 and "which allows filling in and signing alone; --force" in err and not out.exists(), "certified", err)
     status, _, err = zforms("import", source, "-o", out, "--force")
     expect(status == 3 and "removed: the XFA form" in err and "its signatures are not valid" in err, "forced", err)
-    for number, arguments in enumerate((["viewer", source, "--fit-window"], ["permissions", source, "--set", -44])):
+    signed = form(folder / "signed.pdf", [("S", None, None, None)], rights=True)
+    for number, arguments in enumerate((["viewer", source, "--fit-window"], ["permissions", source, "--set", -44],
+                                        ["permissions", signed, "--set", -44], ["rewrite", source], ["rewrite", signed])):
         changed = folder / f"{number}.pdf"
-        expect(zforms(*arguments, "-o", changed)[0] == 2 and not changed.exists(), f"{arguments[0]} of a certified form")
+        status, _, err = zforms(*arguments, "-o", changed)
+        expect(status == 2 and "--force" in err and not changed.exists(), f"{arguments[0]} of a signed form", err)
         status, _, err = zforms(*arguments, "-o", changed, "--force")
         expect(status == 3 and "no longer valid" in err and "usage rights" in err, f"{arguments[0]}, forced", err)
+        expect("/UR3" not in zforms("show", changed, "1")[1], f"{arguments[0]}: usage rights")
+    status, _, err = zforms("rewrite", form(folder / "rights.pdf", rights=True), "-o", out)
+    expect(status == 0 and "usage rights" in err and "/Perms" not in zforms("show", out, "1")[1], "usage rights", err)
+    status, _, err = zforms("viewer", signed, "--fit-window", "-o", out)
+    expect(status == 0 and out.read_bytes().startswith(signed.read_bytes()), "an update of a signed form", err)
     same("XFA", "/XFA" in zforms("show", out, "1")[1], False)
 
 

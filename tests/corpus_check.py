@@ -99,8 +99,8 @@ class Check:
             if self.truth:
                 self.fill()
                 self.round_trip()
-            self.copy("rewrite")
             drop_usage_rights(self.original)
+            self.copy("rewrite", *self.force())
             self.copy("permissions", "--set", f"0x{FLAGS:X}", "--force")
         return {"file": self.row["file"], "class": self.row["class"], "steps": self.steps,
                 "problems": self.problems, "seconds": round(self.seconds, 3), "opened": self.opened}
@@ -116,6 +116,10 @@ class Check:
             self.problem(step, f"the message is not one line that names the file: {lines[:3]}")
         elif words not in lines[0]:
             self.problem(step, f"the message does not say {words!r}: {lines[0]}")
+
+    def force(self):
+        """What `rewrite` needs to write a signed document."""
+        return ["--force"] if "signatures" in self.tool("check", "check", self.path).out.decode("utf-8", "replace") else []
 
     def recover(self):
         """What opens with --recover is written as a file that opens without, with the pages that others see."""

@@ -9,7 +9,10 @@ import tempfile
 from tool_case import SAMPLES, run_tests, expect, same, zforms
 
 SAMPLE = (SAMPLES / "membership_form.pdf").read_bytes()
+# The entry of object 110, the content of the page.
+ENTRY = SAMPLE[SAMPLE.index(b"\ntrailer") - 19:][:18]
 ADVICE = "the file is damaged; --recover may find more of it"
+CONTENT = SAMPLE[:SAMPLE.rindex(b"\nendstream")].rsplit(b"stream\n", 1)[1]
 REFUSAL = "would be lost: nothing was written. --recover looks for it in the file, --force writes the rest"
 
 # A name, what is damaged in the sample, the status of `rewrite` and what it says first.
@@ -17,6 +20,8 @@ DAMAGES = [
     ("nothing", b"", b"", 0, ""),
     ("the page tree leads to itself", b"/Kids [8 0 R]", b"/Kids [4 0 R]", 2, "object 4 0: the page tree leads here"),
     ("a font is not there", b"/Helv 5 0 R", b"/Helv 5 9 R", 2, "cannot be read: 5 9"),
+    ("a generation in the table", ENTRY, ENTRY[:14] + b"01 n", 3, "the header of this object has the generation 0"),
+    ("a page's type", b"/Type /Page /Parent", b"/Type /Pagf /Parent", 3, 'object 8 0: "/Type" of this page is not'),
     ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" has no version'),
 ]
 
@@ -49,6 +54,7 @@ def test_rewrite(folder):
             expect(status == 2 and REFUSAL in err and not out.exists(), f"{label}: permissions", err)
             status, _, err = zforms("rewrite", path, "--force", "-o", out)
             expect(status == 3 and said in err and out.exists(), f"{label}: forced", err)
+        expect(CONTENT in out.read_bytes(), f"{label}: the content of the page is kept")
         same(f"{label}: the header", out.read_bytes()[:8], b"%PDF-1.7" if what == b"%PDF-1.4" else b"%PDF-1.4")
 
 

@@ -266,10 +266,10 @@ TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
 }
 
 // Three pages, two of them below a node of their own.
-std::string Paged() {
+std::string Paged(const std::string& kids = "3 0 R 4 0 R") {
   PdfText text;
   text.Header().Object(1, "<</Type/Catalog/Pages 2 0 R/Outlines 9 0 R>>");
-  text.Object(2, "<</Type/Pages/Kids[3 0 R 4 0 R]/Count 3>>").Object(3, "<</Type/Page/Parent 2 0 R/N(a)>>");
+  text.Object(2, "<</Type/Pages/Kids[" + kids + "]/Count 3>>").Object(3, "<</Type/Page/Parent 2 0 R/N(a)>>");
   text.Object(4, "<</Type/Pages/Parent 2 0 R/Kids[5 0 R 6 0 R]/Count 2>>")
       .Object(5, "<</Type/Page/Parent 4 0 R/N(b)>>");
   text.Object(6, "<</Type/Page/Parent 4 0 R/N(c)>>").Object(9, "<</Type/Outlines>>");
@@ -312,6 +312,25 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
        "object 2 0: element 2", true, false},
       {"said to be free", Spoilt(sound, "\n9 1\n", " n ", " f "), "cannot be read: 6 0", true, false},
       {"said to be of a later generation", Without(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
+      {"too many pages", Without(sound, "/Count 3", "/Count 0"), "states 0 pages, 3 are found", true, false},
+      {"a wrong inner count", Without(sound, "/Count 2", "/Count 1"), "object 4 0: \"/Count\"", false, false},
+      {"an inner node for the tree", Without(sound, "/Pages 2 0 R/O", "/Pages 4 0 R/O"), "leads to an inner node", true,
+       false},
+      {"a damaged type", Without(sound, "/Page/Parent 2", "/Pagf/Parent 2"), "object 3 0: \"/Type\" of this page",
+       false, false},
+      {"no type", Without(sound, "<</Type/Page/Parent 2", "<</Typf/Page/Parent 2"), "object 3 0: \"/Type\"", false,
+       false},
+      {"a damaged type of a node", Without(sound, "/Pages/Parent", "/Pagez/Parent"), "object 4 0: \"/Type\" of this",
+       false, false},
+      {"kids of a node", Without(sound, "/Kids[5", "/Kidz[5"), "object 2 0: element 2", true, false},
+      {"a kid that is an annotation",
+       Without(Without(sound, "[3 0 R 4", "[9 0 R 4"), "/Type/Outlines", "/Contents(abc)"),
+       "object 2 0: element 1 of its", true, false},
+      {"a kid that is a field", Without(Without(sound, "[3 0 R 4", "[9 0 R 4"), "/Type/Outlines", "/T(x)/Kids[]  "),
+       "object 2 0: element 1 of its", true, false},
+      {"a generation in the table", Spoilt(sound, "\n9 1\n", "00000 n", "00001 n"), "object 6 1: the header", false,
+       false},
+      {"a generation in a header", Without(sound, "\n6 0 obj", "\n6 1 obj"), "object 6 0: the header", true, false},
       {"no outlines", Without(sound, "/Outlines 9", "/Outlines 8"), "1 object that the document refers to", false,
        false},
       {"outlines of another generation", Without(sound, "/Outlines 9 0", "/Outlines 6 7"), "read: 6 7", false, false},
@@ -338,6 +357,16 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
     EXPECT_EQ(strict.WouldLose(), c.stays) << c.what << WarningsOf(strict);
     EXPECT_EQ(WarningsOf(strict) == "", !c.stays) << c.what << WarningsOf(strict);
   }
+}
+
+TEST(RecoveryTest, AKidThatMayHaveBeenAPageIsALoss) {
+  ZAcroForm form;
+  Chaine saved;
+  ZInetChaineOStream out(saved);
+  ASSERT_TRUE(Load(form, Paged("3 0 R 8 0 R 4 0 R"), true));
+  EXPECT_TRUE(form.WouldLose());
+  ASSERT_TRUE(form.SaveFull(out));
+  EXPECT_FALSE(form.WouldLose());
 }
 
 // A header without a version is not copied.

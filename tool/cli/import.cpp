@@ -211,11 +211,14 @@ class Importer {
   ZPDFParser& parser_;
 };
 
+bool NeedsPassword(const ZAcroForm& form) {
+  return form.EncryptionLoad() != nullptr && !form.EncryptionLoad()->UserPassword().IsEmpty();
+}
+
 // The server gives no password; whoever has the one that was given stays the document's owner.
 void OpenWithoutPassword(ZAcroForm& form) {
-  const ZPDFEncryption* const encryption = form.EncryptionLoad();
-  if (encryption == nullptr || encryption->UserPassword().IsEmpty()) return;
-  form.SetPasswords(Chaine(), encryption->UserPassword());
+  if (!NeedsPassword(form)) return;
+  form.SetPasswords(Chaine(), form.EncryptionLoad()->UserPassword());
   Say("an empty user password, with which the server opens it; the one given is the owner's now");
 }
 
@@ -225,12 +228,13 @@ int RunImport(const ImportOptions& options) {
   Console console(options.file);
   ZAcroFormServerForm form;
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
-  if (!FormGuard(form, {false, options.force}).AllowsDesigning(console)) return console.Finish();
+  const bool is_classic = !form.Parser()->HasXRefStreams();
+  const bool writes_anew = !is_classic || NeedsPassword(form);
+  if (!FormGuard(form, {false, options.force}, writes_anew).AllowsDesigning(console)) return console.Finish();
   Importer(form).Mend();
   if (!ZAcroFormChangeRules::DropXFA(form).empty()) Say("the XFA form, which readers would show instead", "removed");
   if (!ZAcroFormChangeRules::DropUsageRights(form).empty()) Say("usage rights, which end with a change", "removed");
   OpenWithoutPassword(form);
-  const bool is_classic = !form.Parser()->HasXRefStreams();
   Chaine bytes;
   ZInetChaineOStream out(bytes);
   ZAcroFormServerForm mended;

@@ -40,9 +40,9 @@ std::string FlagsText(const ZAcroForm& form) {
   return text;
 }
 
-// Usage rights end with the change; what a certification forbids is refused.
-bool GuardChange(ZAcroForm& form, bool force, Console& console) {
-  const FormGuard guard(form, {true, force});
+// Usage rights end with the change; what signatures forbid is refused.
+bool GuardChange(ZAcroForm& form, bool force, Console& console, bool writes_anew = false) {
+  const FormGuard guard(form, {true, force}, writes_anew);
   if (!guard.AllowsDesigning(console)) return false;
   guard.Drop(form);
   guard.SayWhatGoes(console);
@@ -56,9 +56,9 @@ int RunRewrite(const RewriteOptions& options) {
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   const bool loses = CheckFile(form, console);
-  if (ZAcroFormChangeRules(form).IsSigned()) console.Warn("is signed: the signatures are no longer valid");
   console.WarnAll(form.Diagnostics());
   if (!MayWriteAnew(loses, options.recover, options.force, console)) return console.Finish();
+  if (!GuardChange(form, options.force, console, true)) return console.Finish();
   Chaine bytes;
   ZInetChaineOStream stream(bytes);
   if (!form.SaveFull(stream)) {

@@ -11,8 +11,8 @@ constexpr const char* kNoneHolds = "the signatures are no longer valid";
 
 }  // namespace
 
-FormGuard::FormGuard(const ZAcroForm& form, const GuardOptions& options)
-    : FillingGuard(form, options), saves_anew_(form.SavesAnew()) {}
+FormGuard::FormGuard(const ZAcroForm& form, const GuardOptions& options, bool writes_anew)
+    : FillingGuard(form, options), saves_anew_(writes_anew || form.SavesAnew()) {}
 
 bool FormGuard::AllowsFilling(Console& console) const {
   if (Rules().PermissionsForbidFilling()) console.Warn("the permissions forbid filling in fields");
@@ -32,12 +32,14 @@ bool FormGuard::AllowsFilling(Console& console) const {
 }
 
 bool FormGuard::AllowsDesigning(Console& console) const {
-  const Chaine fault = Rules().FaultOfDesigning();
-  if (!fault.IsEmpty() && !Options().force) {
-    console.Fail(fault + "; --force changes it all the same");
+  Chaine fault = Rules().FaultOfDesigning();
+  if (fault.IsEmpty() && Rules().IsSigned() && saves_anew_) fault = Chaine("is signed, and in a new file ") + kNoneHolds;
+  if (fault.IsEmpty()) return true;
+  if (!Options().force) {
+    console.Fail(fault + "; --force writes it all the same");
     return false;
   }
-  if (!fault.IsEmpty() || (Rules().IsSigned() && saves_anew_)) console.Warn(std::string("is signed: ") + kNoneHolds);
+  console.Warn(std::string("is signed: ") + kNoneHolds);
   return true;
 }
 

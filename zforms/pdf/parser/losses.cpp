@@ -50,9 +50,10 @@ ZPDFLosses::ZPDFLosses(ZPDFParser& parser, PTableau<ZPDFObjectIdentifier> missin
   }
   std::erase_if(unreadable_, [&parser](const ZPDFObjectIdentifier& id) { return !parser.IsLost(id); });
   if (!unreadable_.empty() && notes != nullptr) notes->Warn(Named(unreadable_));
-  const bool pages_damaged = ZPDFPageTree(*parser.Root(), notes).IsDamaged();
+  const ZPDFPageTree pages(*parser.Root(), notes);
+  const bool pages_damaged = pages.IsDamaged() || parser.HasLostPages();
   const bool fields_damaged = CheckFields(parser, notes);
-  if (notes != nullptr && (!unreadable_.empty() || pages_damaged || fields_damaged)) notes->SetDamaged(true);
+  if (notes != nullptr && (!unreadable_.empty() || pages.IsOdd() || fields_damaged)) notes->SetDamaged(true);
   concern_content_ = pages_damaged || fields_damaged || NeedsUnreadable(parser.Root()->GetDirect("/Pages")) ||
                      NeedsUnreadable(parser.Root()->GetDirect("/AcroForm"));
 }

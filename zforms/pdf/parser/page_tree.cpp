@@ -1,20 +1,40 @@
 #include "zforms/pdf/parser/page_tree.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/reference_node.h"
+#include "zforms/pdf/stream_node.h"
 #include "zforms/platform/base/diagnostics.h"
 #include "zforms/platform/base/number.h"
 
 namespace zforms {
+namespace {
+
+// Fields, name trees and number trees have "/Kids" too.
+constexpr const char* kKeysOfOtherTrees[] = {"/T", "/FT", "/Limits", "/Names", "/Nums"};
+
+}  // namespace
 
 bool ZPDFPageTree::IsNode(const ZPDFNodeDictionary& dictionary) {
-  return NodeCast<ZPDFNodeArray>(dictionary.GetTarget("/Kids")) != nullptr;
+  const auto stands = [&dictionary](const char* key) { return dictionary.Exist(key); };
+  return NodeCast<ZPDFNodeArray>(dictionary.GetTarget("/Kids")) != nullptr &&
+         (dictionary.GetIdentifier("/Type") == "/Pages" ||
+          std::none_of(std::begin(kKeysOfOtherTrees), std::end(kKeysOfOtherTrees), stands));
 }
 
-// Some writers leave out "/Type".
-bool ZPDFPageTree::IsPage(const ZPDFNodeDictionary& dictionary) {
-  return !dictionary.Exist("/Type") || dictionary.GetIdentifier("/Type") == "/Page";
+// Where "/Type" is missing or damaged, other entries tell: annotations and fields have
+// "/Parent" and "/Contents" too, but that leads to no node of the tree, and this is a text.
+bool ZPDFPageTree::IsPage(const ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& parent) {
+  const Chaine& type = dictionary.GetIdentifier("/Type");
+  if (type == "/Page") return true;
+  if (type == "/Pages" || dictionary.Exist("/Count") || dictionary.Exist("/Kids")) return false;
+  if (dictionary.GetTarget("/Parent") == &parent || dictionary.Exist("/MediaBox")) return true;
+  const ZPDFNode* const contents = dictionary.GetTarget("/Contents");
+  return (type.IsEmpty() && dictionary.Exist("/Resources")) || NodeCast<ZPDFNodeStream>(contents) != nullptr ||
+         NodeCast<ZPDFNodeArray>(contents) != nullptr;
 }
 
 ZPDFPageTree::ZPDFPageTree(const ZPDFNodeDictionary& catalog, ZDiagnostics* notes) : notes_(notes) {
@@ -24,38 +44,59 @@ ZPDFPageTree::ZPDFPageTree(const ZPDFNodeDictionary& catalog, ZDiagnostics* note
     Fault(stored, "the page tree (\"/Pages\") cannot be read");
     return;
   }
+  if (IsBelowAnother(*root)) Fault(stored, "\"/Pages\" of the catalog leads to an inner node of the page tree");
   met_.insert(root);
-  Walk(*root, stored, 0);
+  page_count_ = Walk(*root, stored, 0);
   const uint32_t stated = root->GetUIntValue("/Count");
-  if (stated <= page_count_) return;
-  const Chaine what = "\"/Count\" of the page tree states " + FormatUInt(stated) +
-                      (stated == 1 ? " page, " : " pages, ") + FormatUInt(page_count_) +
-                      (page_count_ == 1 ? " is found" : " are found");
-  Fault(stored, what.ToString().c_str());
+  lacks_pages_ |= stated > page_count_;
+  hides_pages_ = stated < page_count_;
 }
 
-void ZPDFPageTree::Walk(const ZPDFNodeDictionary& node, const ZPDFNode* stored, int depth) {
+bool ZPDFPageTree::IsBelowAnother(const ZPDFNodeDictionary& node) {
+  const auto* const parent = NodeCast<ZPDFNodeDictionary>(node.GetTarget("/Parent"));
+  return parent != nullptr && parent != &node && IsNode(*parent);
+}
+
+uint32_t ZPDFPageTree::Walk(const ZPDFNodeDictionary& node, const ZPDFNode* stored, int depth) {
   const auto* kids = NodeCast<ZPDFNodeArray>(node.GetTarget("/Kids"));
+  uint32_t count = 0;
+  if (node.GetIdentifier("/Type") != "/Pages")
+    Oddity(stored, "\"/Type\" of this node of the page tree is not \"/Pages\"");
   for (size_t i = 0; i < kids->Size(); i++) {
     const ZPDFNode* const kid = kids->GetDirectAt(i);
     const auto* const dictionary = NodeCast<ZPDFNodeDictionary>(kids->GetTargetAt(i));
     const bool is_node = dictionary != nullptr && IsNode(*dictionary);
-    if (dictionary == nullptr || (!is_node && !IsPage(*dictionary))) {
-      Fault(stored, ("element " + FormatUInt(i + 1) + " of its \"/Kids\" is no page").ToString().c_str());
+    if (dictionary == nullptr || (!is_node && !IsPage(*dictionary, node))) {
+      Fault(stored, "element " + FormatUInt(i + 1) + " of its \"/Kids\" is no page");
     } else if (depth >= kMaxDepth) {
       Fault(kid, "the page tree is nested too deep");
     } else if (!met_.insert(dictionary).second) {
       Fault(kid, "the page tree leads here more than once");
     } else if (is_node) {
-      Walk(*dictionary, kid, depth + 1);
+      count += Walk(*dictionary, kid, depth + 1);
     } else {
-      page_count_++;
+      count++;
+      if (dictionary->GetIdentifier("/Type") != "/Page") Oddity(kid, "\"/Type\" of this page is not \"/Page\"");
     }
   }
+  CheckCount(node, stored, count);
+  return count;
 }
 
-void ZPDFPageTree::Fault(const ZPDFNode* stored, const char* what) {
-  damaged_ = true;
+void ZPDFPageTree::CheckCount(const ZPDFNodeDictionary& node, const ZPDFNode* stored, uint32_t count) {
+  const uint32_t stated = node.GetUIntValue("/Count");
+  if (stated == count) return;
+  Oddity(stored, "\"/Count\" of the page tree states " + FormatUInt(stated) + (stated == 1 ? " page, " : " pages, ") +
+                     FormatUInt(count) + (count == 1 ? " is found" : " are found"));
+}
+
+void ZPDFPageTree::Fault(const ZPDFNode* stored, const Chaine& what) {
+  lacks_pages_ = true;
+  Oddity(stored, what);
+}
+
+void ZPDFPageTree::Oddity(const ZPDFNode* stored, const Chaine& what) {
+  odd_ = true;
   if (notes_ == nullptr) return;
   const auto* const reference = NodeCast<ZPDFNodeIndirectReference>(stored);
   if (reference == nullptr) {

@@ -16,7 +16,11 @@ namespace {
 // Goes through the tree in the order of the walk, so that it keeps what that met.
 class Repair {
  public:
-  explicit Repair(ZPDFParser& parser) : parser_(parser) { FindOrphans(); }
+  // Pages to which the tree does not lead are looked for where it lacks some: others may
+  // have been removed in order.
+  Repair(ZPDFParser& parser, const ZPDFPageTree& tree) : parser_(parser) {
+    if (tree.LacksPages()) FindOrphans(tree);
+  }
 
   // Whether there is a tree, or something to make one of.
   bool HasTree() const {
@@ -26,11 +30,16 @@ class Repair {
 
   // The number of pages.
   uint32_t Run() {
+    Climb();
     ZPDFNodeDictionary* const root = Root();
+    const uint32_t stated = root->GetUIntValue("/Count");
     met_.insert(root);
     const uint32_t led_to = Settle(*root, 0);
-    return SetCount(*root, led_to + AdoptRest(*root));
+    const uint32_t count = SetCount(*root, led_to + AdoptRest(*root));
+    lost_pages_ = dropped_ > adopted_ || (dropped_ > 0 && stated > count);
+    return count;
   }
+  bool HasLostPages() const { return lost_pages_; }
 
  private:
   using Objects = std::vector<ZPDFNodeIndirectObject*>;
@@ -44,8 +53,7 @@ class Repair {
   }
 
   // Pages and nodes to which the tree does not lead, by their parents.
-  void FindOrphans() {
-    const ZPDFPageTree tree(*parser_.Root());
+  void FindOrphans(const ZPDFPageTree& tree) {
     std::vector<ZPDFObjectIdentifier> ids;
     for (const ZPDFObjectLocation& location : parser_.ObjectLocations()) {
       if (location.in_use) ids.push_back(location.id);
@@ -63,6 +71,15 @@ class Repair {
     auto* const root = NodeCast<ZPDFNodeDictionary>(parser_.Root()->GetTarget("/Pages"));
     const bool is_node = root != nullptr && (ZPDFPageTree::IsNode(*root) || root->GetIdentifier("/Type") == "/Pages");
     return is_node ? root : nullptr;
+  }
+
+  // Where the catalog leads to an inner node, makes it lead to the root above.
+  void Climb() {
+    for (int depth = 0; depth < ZPDFPageTree::kMaxDepth; depth++) {
+      const ZPDFNodeDictionary* const node = StoredRoot();
+      if (node == nullptr || !ZPDFPageTree::IsBelowAnother(*node)) return;
+      parser_.Root()->SetValue("/Pages", node->GetDirect("/Parent")->Clone());
+    }
   }
 
   // The root of the tree; where there is none, the first node without a parent, or a new one.
@@ -93,14 +110,15 @@ class Repair {
     bool changed = kids == nullptr;
     const auto adopt = [&] {
       for (; orphan != own.end(); ++orphan) {
-        if (Adopt(**orphan, *settled, depth, &count)) return;
+        if (Adopt(**orphan, node, *settled, depth, &count)) return;
       }
     };
     for (size_t i = 0; kids != nullptr && i < kids->Size(); i++) {
       auto* const kid = NodeCast<ZPDFNodeDictionary>(kids->GetTargetAt(i));
-      if (kid != nullptr && Keep(*kid, depth, &count)) {
+      if (kid != nullptr && Keep(*kid, node, depth, &count)) {
         settled->AppendValue(kids->GetDirectAt(i)->Clone());
       } else {
+        if (kid == nullptr || !ZPDFPageTree::IsNode(*kid)) dropped_++;
         changed = true;
         adopt();
       }
@@ -108,19 +126,24 @@ class Repair {
     while (orphan != own.end()) adopt();
     changed = changed || settled->Size() != kids->Size();
     if (changed) node.SetValue("/Kids", settled.release());
+    SetType(node, "/Pages");
     return SetCount(node, count);
   }
 
-  bool Keep(ZPDFNodeDictionary& kid, int depth, uint32_t* count) {
+  bool Keep(ZPDFNodeDictionary& kid, const ZPDFNodeDictionary& parent, int depth, uint32_t* count) {
     const bool is_node = ZPDFPageTree::IsNode(kid);
-    if ((!is_node && !ZPDFPageTree::IsPage(kid)) || depth >= ZPDFPageTree::kMaxDepth) return false;
+    if ((!is_node && !ZPDFPageTree::IsPage(kid, parent)) || depth >= ZPDFPageTree::kMaxDepth) return false;
     if (!met_.insert(&kid).second) return false;
     *count += is_node ? Settle(kid, depth + 1) : 1;
+    if (!is_node) SetType(kid, "/Page");
     return true;
   }
 
-  bool Adopt(ZPDFNodeIndirectObject& orphan, ZPDFNodeArray& kids, int depth, uint32_t* count) {
-    if (!Keep(*DictionaryOf(&orphan), depth, count)) return false;
+  bool Adopt(ZPDFNodeIndirectObject& orphan, const ZPDFNodeDictionary& parent, ZPDFNodeArray& kids, int depth,
+             uint32_t* count) {
+    const uint32_t before = *count;
+    if (!Keep(*DictionaryOf(&orphan), parent, depth, count)) return false;
+    adopted_ += *count - before;
     kids.AppendValue(orphan.AllocReference());
     return true;
   }
@@ -132,12 +155,16 @@ class Repair {
     for (const bool nodes : {true, false}) {
       for (ZPDFNodeIndirectObject* orphan : orphans_) {
         ZPDFNodeDictionary& dictionary = *DictionaryOf(orphan);
-        if (ZPDFPageTree::IsNode(dictionary) != nodes || !Adopt(*orphan, *kids, 0, &count)) continue;
+        if (ZPDFPageTree::IsNode(dictionary) != nodes || !Adopt(*orphan, root, *kids, 0, &count)) continue;
         const auto* const stored = NodeCast<ZPDFNodeIndirectReference>(parser_.Root()->GetDirect("/Pages"));
         if (stored != nullptr) dictionary.SetValue("/Parent", stored->Clone());
       }
     }
     return count;
+  }
+
+  static void SetType(ZPDFNodeDictionary& node, const char* type) {
+    if (node.GetIdentifier("/Type") != type) node.SetIdentifier("/Type", type);
   }
 
   static uint32_t SetCount(ZPDFNodeDictionary& node, uint32_t count) {
@@ -149,20 +176,25 @@ class Repair {
   Objects orphans_;
   std::map<const ZPDFNodeDictionary*, Objects> by_parent_;
   std::unordered_set<const ZPDFNodeDictionary*> met_;
+  uint32_t dropped_ = 0;  // kids that are no node; each may have been a page
+  uint32_t adopted_ = 0;  // pages
+  bool lost_pages_ = false;
 };
 
 }  // namespace
 
-bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes) {
+bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes, bool* lost_pages) {
   if (parser.Root() == nullptr) return false;
   const ZPDFPageTree tree(*parser.Root());
-  if (!tree.IsDamaged()) return false;
-  Repair repair(parser);
+  if (!tree.IsOdd()) return false;
+  Repair repair(parser, tree);
   if (!repair.HasTree()) return false;
   [[maybe_unused]] const ZPDFPageTree told(*parser.Root(), &notes);  // its faults go to the notes
   const uint32_t adopted = std::max(repair.Run(), tree.PageCount()) - tree.PageCount();
-  notes.Warn("the page tree was mended: " + FormatUInt(adopted) + (adopted == 1 ? " page" : " pages") +
-             " to which it did not lead came into it");
+  *lost_pages = repair.HasLostPages();
+  const Chaine came =
+      FormatUInt(adopted) + (adopted == 1 ? " page" : " pages") + " to which it did not lead came into it";
+  notes.Warn("the page tree was mended" + (adopted == 0 ? Chaine() : ": " + came));
   return true;
 }
 

@@ -21,6 +21,8 @@ namespace {
 constexpr const char* kNoHeader = "not a PDF file: it does not begin with \"%PDF-\"";
 
 constexpr uint32_t kFirstNumberOfEmptyDocument = 1000;
+// An object's header stands close to where a sound table says.
+constexpr size_t kHeaderReach = 4096;
 // Loading objects may make the parser look at so many times the file's bytes; those
 // of a sound file do not overlap.
 constexpr uint64_t kSearchesOfWholeFile = 8;
@@ -86,6 +88,7 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   oddity_ = other.oddity_;
   recovery_ = other.recovery_;
   recovered_ = other.recovered_;
+  lost_pages_ = other.lost_pages_;
   xref_streams_ = other.xref_streams_;
   object_streams_ = other.object_streams_;
   decode_budget_ = other.decode_budget_;
@@ -112,6 +115,7 @@ void ZPDFParser::Clean() {
   xref_is_stream_ = false;
   oddity_.Clear();
   recovered_ = false;
+  lost_pages_ = false;
   sections_.clear();
   xref_streams_.clear();
   object_streams_.clear();
@@ -204,7 +208,7 @@ bool ZPDFParser::PrepareEncryption() {
 
 ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   ZPDFObjectLocation* location = locations_.Find(id.Number());
-  if (location == nullptr || location->id != id) return nullptr;
+  if (location == nullptr || (location->id != id && !TakesGeneration(*location, id))) return nullptr;
   if (location->requested || !location->in_use) return location->object;
   if (loading_ >= kMaxLoading) return nullptr;
   location->requested = true;
@@ -215,9 +219,30 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   return location->object;
 }
 
-bool ZPDFParser::TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id) {
+// The generation in the header to which a record leads, of an object of its number.
+std::optional<uint32_t> ZPDFParser::GenerationAt(const ZPDFObjectLocation& location) const {
+  if (location.packed || location.offset >= raw_data_.size()) return {};
+  ZPDFTokenizedString text(SousChaine(raw_data_, location.offset, kHeaderReach));
+  text.SetDocument();
+  text.TrimLeftComments();
   const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
-  return head && head->id == id;
+  if (!head || head->id.Number() != location.id.Number()) return {};
+  return head->id.Generation();
+}
+
+// References and the object's header agree, and the record alone has another generation:
+// the object is what they mean.
+bool ZPDFParser::TakesGeneration(ZPDFObjectLocation& location, const ZPDFObjectIdentifier& id) {
+  if (!location.in_use || location.object != nullptr || GenerationAt(location) != id.Generation()) return false;
+  if (!location.requested) WarnOfGeneration(location.id, id.Generation());
+  location.id = id;
+  location.requested = false;
+  return true;
+}
+
+void ZPDFParser::WarnOfGeneration(const ZPDFObjectIdentifier& listed, uint32_t generation) {
+  diagnostics_.WarnObject(listed.Number(), listed.Generation(),
+                          "the header of this object has the generation " + FormatUInt(generation));
 }
 
 ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
@@ -233,12 +258,16 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   text.TrimLeftComments();
   const size_t begin = text.Offset();
   const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
+  const bool has_number = head && head->id.Number() == id.Number();
   ZPDFNodeIndirectObject* object = nullptr;
-  if (head && head->id == id) {
+  // Recovery settles which of two generations is meant.
+  if (has_number && (head->id == id || recovered_)) {
     if (!head->is_sound) text.Warn("\"obj\" does not stand alone");
     // A cross-reference stream is not enciphered.
     const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());
+  } else if (has_number) {
+    WarnOfGeneration(id, head->id.Generation());
   } else {
     diagnostics_.WarnObject(id.Number(), id.Generation(), "the cross-reference table does not point to the object",
                             begin);
@@ -333,6 +362,7 @@ void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
   xref_is_stream_ = false;
   oddity_.Clear();
   recovered_ = false;
+  lost_pages_ = false;
   xref_streams_.clear();
   object_streams_.clear();
   search_budget_ = kSearchesOfWholeFile * raw_data.size();

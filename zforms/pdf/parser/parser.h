@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -67,6 +68,8 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // anew. RawData() then begins with the header, whatever stood before it, and with
   // that of PDF 1.4 where there was none.
   bool IsRecovered() const { return recovered_; }
+  // Whether recovery found fewer pages than the page tree had room for.
+  bool HasLostPages() const { return lost_pages_; }
 
   // A new empty object, numbered above all others (1000 in an empty document) and
   // marked modified; "/Size" of the trailer is kept above it. Set its value with
@@ -166,7 +169,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   ZPDFNodeIndirectObject* LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset);
   ZPDFNodeIndirectObject* LoadPacked(const ZPDFObjectIdentifier& id, uint32_t stream_number);
   ZPDFNodeIndirectObject* BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part);
-  static bool TakeHeader(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id);
+  std::optional<uint32_t> GenerationAt(const ZPDFObjectLocation& location) const;
+  bool TakesGeneration(ZPDFObjectLocation& location, const ZPDFObjectIdentifier& id);
+  void WarnOfGeneration(const ZPDFObjectIdentifier& listed, uint32_t generation);
   bool Recover(bool analyzed);
   Chaine Damage(bool analyzed) const;
   bool Rebuild(const Chaine& reason);
@@ -176,7 +181,10 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   std::vector<ZPDFNodeIndirectReference*> LoadedReferences() const;
   void SetNumbers(const std::map<ZPDFObjectIdentifier, ZPDFObjectIdentifier>& numbers);
   bool IsWrong(const ZPDFObjectLocation& location) const;
-  bool LeadsToObject(const ZPDFObjectLocation& location) const;
+  bool LeadsToObject(const ZPDFObjectLocation& location) const {
+    return GenerationAt(location) == location.id.Generation();
+  }
+  bool SettleGeneration(ZPDFObjectLocation& location);
   void FindTrailer(const ZPDFFileScan& scan);
   void FindEncryption(const ZPDFFileScan& scan);
   void AddPackedObjects(const ZPDFFileScan& scan);
@@ -202,6 +210,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   Chaine oddity_;  // the first thing that was odd in the cross-reference sections
   bool recovery_ = false;
   bool recovered_ = false;
+  bool lost_pages_ = false;
   std::set<uint32_t> sections_;  // where sections were read, so that none is read twice
   std::set<uint32_t> xref_streams_;
   // Each is decoded once; the budget is what they and the cross-reference streams may

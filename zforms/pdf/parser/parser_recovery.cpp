@@ -21,8 +21,6 @@ namespace {
 
 // So many trailers are looked at, the newest first: each may reach to the end of the file.
 constexpr size_t kMostTrailers = 64;
-// An object's header stands close to where a sound table says.
-constexpr size_t kHeaderReach = 4096;
 // What a file without a header is taken for.
 constexpr std::string_view kAssumedHeader = "%PDF-1.4\n";
 
@@ -73,7 +71,7 @@ bool ZPDFParser::Recover(bool analyzed) {
   const bool readable = analyzed && Root() != nullptr;
   if (const Chaine damage = Damage(analyzed); !damage.IsEmpty()) {
     if (Rebuild(damage)) {
-      if (CanBeDecrypted()) RepairPageTree(*this, diagnostics_);
+      if (CanBeDecrypted()) RepairPageTree(*this, diagnostics_, &lost_pages_);
       return true;
     }
     if (!readable) return false;
@@ -84,7 +82,7 @@ bool ZPDFParser::Recover(bool analyzed) {
     if (!Analyze()) return false;
   }
   RepairLocations();
-  if (RepairPageTree(*this, diagnostics_)) recovered_ = true;
+  if (RepairPageTree(*this, diagnostics_, &lost_pages_)) recovered_ = true;
   return true;
 }
 
@@ -111,14 +109,6 @@ size_t ZPDFParser::UnlistedAtEnd() const {
   }));
 }
 
-bool ZPDFParser::LeadsToObject(const ZPDFObjectLocation& location) const {
-  if (location.offset >= raw_data_.size()) return false;
-  ZPDFTokenizedString text(SousChaine(raw_data_, location.offset, kHeaderReach));
-  text.SetDocument();
-  text.TrimLeftComments();
-  return TakeHeader(text, location.id);
-}
-
 // A free record that leads to its object was one in use: those of objects that are gone
 // lead to the next free number.
 bool ZPDFParser::IsWrong(const ZPDFObjectLocation& location) const {
@@ -134,12 +124,25 @@ bool ZPDFParser::IsLost(const ZPDFObjectIdentifier& id) const {
   return !oddity_.IsEmpty() || IsWrong(*location);
 }
 
+// A record and the header to which it leads have one number and two generations: the
+// lower is meant, since damage to a 0 raises it and few files have another.
+bool ZPDFParser::SettleGeneration(ZPDFObjectLocation& location) {
+  const std::optional<uint32_t> generation = location.in_use ? GenerationAt(location) : std::nullopt;
+  if (!generation) return false;
+  const ZPDFObjectIdentifier listed = location.id;
+  location.id = {listed.Number(), std::min(*generation, listed.Generation())};
+  location.requested = false;
+  WarnOfGeneration(listed, *generation);
+  recovered_ = true;
+  return true;
+}
+
 // Records that do not lead to their object are made to lead to the newest one of that
 // number that the file holds.
 void ZPDFParser::RepairLocations() {
   std::map<ZPDFObjectIdentifier, ZPDFObjectLocation*> wrong;
   for (ZPDFObjectLocation& location : locations_) {
-    if (IsWrong(location)) wrong[location.id] = &location;
+    if (IsWrong(location) && !SettleGeneration(location)) wrong[location.id] = &location;
   }
   if (wrong.empty()) return;
   size_t repaired = 0;
