@@ -41,8 +41,8 @@ inline CLI::Validator PortFrom(unsigned least) {
 inline void AddForceLosses(CLI::App* command, bool* force) {
   command->add_flag(
       "--force", *force,
-      "Write the file even when pages or the form need objects that cannot be read, which are then lost, and when a "
-      "certification forbids the change, which is then no longer valid.");
+      "Write the file even when pages or the form need objects that cannot be read, which are then lost, and when "
+      "the document is signed: the signatures are then no longer valid.");
 }
 
 }  // namespace zforms::tool
