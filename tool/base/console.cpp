@@ -16,7 +16,7 @@ std::string Printable(std::string_view text) {
   std::string result;
   for (size_t i = 0; i < text.size(); i++) {
     const auto c = static_cast<unsigned char>(text[i]);
-    // The C1 controls are C2 80 to C2 9F in UTF-8; some terminals obey them.
+    // The C1 controls are C2 80 to C2 9F in UTF-8; some terminals execute them.
     const bool c1 = c == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
     if (c >= 32 && c != 127 && !c1) {
       result += static_cast<char>(c);

@@ -7,28 +7,28 @@
 
 namespace zforms::tool {
 
-// What the tool's exit status says.
+// The tool's exit statuses.
 inline constexpr int kDone = 0;
 inline constexpr int kFailed = 2;
 inline constexpr int kDoneWithWarnings = 3;
 
-// Text from a file made safe for a terminal: control characters become "\xNN".
+// Makes text from a file safe for a terminal: control characters become "\xNN".
 std::string Printable(std::string_view text);
 
-// Console writes what is wrong with one file to standard error, a line each as
-// "zforms: FILE: what is wrong", and keeps the exit status that follows from it.
+// Console writes the messages about one file to standard error, one per line as "zforms: FILE: what is wrong", and
+// computes the exit status from them. One thread at a time.
 class Console {
  public:
   explicit Console(std::string file);
 
-  // Each line once; after the first hundred they are only counted.
+  // Prints each line once; after the first hundred, lines are only counted.
   void Warn(std::string_view what);
-  // What is worth knowing though nothing is wrong; the exit status does not tell.
+  // Prints information that is not a fault; it does not change the exit status.
   void Note(std::string_view what) const { Print(what); }
-  // Of a damaged file it also says how to recover it.
+  // For a damaged file, also prints how to recover it.
   void WarnAll(const ZDiagnostics& diagnostics);
   void Fail(std::string_view what);
-  // The exit status; says first how many warnings were not shown.
+  // Returns the exit status, after printing how many warnings were not shown.
   int Finish();
 
  private:

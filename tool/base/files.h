@@ -10,30 +10,30 @@
 
 namespace zforms::tool {
 
-// "-" names standard input or standard output.
+// "-" means standard input or standard output.
 inline constexpr std::string_view kStandardStream = "-";
 
 // Reads standard input as bytes.
 ReadStep StandardInput();
 
-// The bytes of a file, or of standard input. False, and said, when it cannot be read.
+// Reads a file or standard input. When it cannot be read, prints the reason and returns false.
 bool ReadInput(const std::string& path, Chaine* bytes, Console& console, const ReadLimits& limits = {});
 
-// Writes the bytes to standard output or beside the target, then moves them over
-// it, so that nobody sees half a file. False, and said, when that fails.
+// Writes the bytes to standard output, or to a new file that then replaces the target, so that nobody sees half a file.
+// On failure prints the reason and returns false.
 bool WriteOutput(const std::string& path, const Chaine& bytes, Console& console);
 
 // The path of UTF-8 text.
 std::filesystem::path FilePath(const std::string& utf8);
 std::string PathText(const std::filesystem::path& path);
 
-// Whether both paths lead to one file that exists.
+// True when both paths lead to the same existing file.
 bool IsSameFile(const std::string& a, const std::string& b);
 
-// False, and said, when the output is one of the files that are read and are to stay.
+// False, with a message, when the output is one of the input files, which must not be overwritten.
 bool KeepsInputs(const std::string& output, const std::vector<std::string>& inputs, Console& console);
 
-// Writes text to standard output; false when it does not take it all.
+// Writes text to standard output; false when not all of it could be written.
 bool Print(std::string_view text);
 
 }  // namespace zforms::tool

@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The sockets that listen on the port, as the links of a process name them; see proc(5).
+// The sockets that listen on the port, in the format of the links in /proc/PID/fd; see proc(5).
 std::set<std::string> ListeningSockets(uint16_t port) {
   constexpr size_t kLocalAddress = 1;
   constexpr size_t kState = 3;

@@ -4,11 +4,11 @@
 
 namespace zforms::tool {
 
-// The file of this program, in UTF-8; empty when the system does not say.
+// The path of this program, in UTF-8; empty when the system does not tell it.
 std::string ProgramPath();
 
-// The folder of that name among the files that are installed with this program, by its
-// place beside it; empty when the program's own place is not known.
+// The folder of that name among the files installed with this program, found relative to the program; empty when the
+// program's path is unknown.
 std::string ProgramData(const std::string& name);
 
 }  // namespace zforms::tool

@@ -4,13 +4,13 @@
 
 namespace zforms::tool {
 
-// From now on the stream carries bytes as they are, without line-end conversion.
+// Switches the stream to binary mode, without line-end conversion.
 void SetBinary(std::FILE* stream);
 
-// How many columns the terminal at standard output has; 0 when it is none.
+// The width of the terminal at standard output in columns; 0 when it is not a terminal.
 size_t TerminalColumns();
 
-// Whether somebody looks at standard error on a terminal.
+// True when standard error is a terminal.
 bool IsErrorTerminal();
 
 }  // namespace zforms::tool

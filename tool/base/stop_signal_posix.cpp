@@ -18,7 +18,7 @@ sigset_t StopSignals() {
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
-  // A terminal that goes, but for who has it ignored, as nohup does.
+  // SIGHUP means that the terminal was closed; it stays ignored if it was, as under nohup.
   struct sigaction hangup = {};
   if (sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN) sigaddset(&signals, SIGHUP);
   return signals;
@@ -38,7 +38,7 @@ void WhenStopped(std::function<void()> stop) {
     int number = 0;
     sigwait(&signals, &number);
     stop();
-    // What reaches a process and its group comes twice; who asks again means it.
+    // A signal to a process and its group arrives twice; only a later one counts as a second request.
     const auto first = std::chrono::steady_clock::now();
     do {
       sigwait(&signals, &number);

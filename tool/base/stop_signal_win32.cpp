@@ -8,7 +8,7 @@
 namespace zforms::tool {
 namespace {
 
-// The handler gets no argument of its own; the event belongs to the process.
+// A global event, because the handler has no argument for it.
 HANDLE StopEvent() {
   static const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
   return event;

@@ -42,7 +42,7 @@ std::vector<size_t> Table::Widths(size_t width) const {
   for (const auto& row : rows_) {
     for (size_t i = 0; i < widths.size(); i++) widths[i] = std::max(widths[i], DisplayWidth(row[i]));
   }
-  // A column with nothing under its head is not worth its place.
+  // Leaves out columns that are empty below their head.
   for (size_t i = 0; i < widths.size(); i++) {
     const auto is_empty = [i](const auto& row) { return row[i].empty(); };
     if (rows_.size() > 1 && std::all_of(rows_.begin() + 1, rows_.end(), is_empty)) widths[i] = 0;

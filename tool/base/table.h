@@ -5,12 +5,12 @@
 
 namespace zforms::tool {
 
-// How a line end is shown in a cell.
+// Replaces a line end in a cell.
 inline constexpr char kLineEndSign[] = "\u21B5";
 
-// Table lays out rows of UTF-8 texts in columns for reading in a terminal. When
-// they do not fit into `width` columns (0: any), the widest columns are cut with
-// an ellipsis. Control characters are shown, not obeyed; empty columns left out.
+// Table formats rows of UTF-8 texts in columns for a terminal. When they do not fit into `width` columns (0:
+// unlimited), the widest columns are cut with an ellipsis. Control characters are made visible; empty columns are left
+// out.
 class Table {
  public:
   explicit Table(std::vector<std::string> head);
@@ -20,7 +20,7 @@ class Table {
  private:
   std::vector<size_t> Widths(size_t width) const;
 
-  std::vector<std::vector<std::string>> rows_;  // the head first
+  std::vector<std::vector<std::string>> rows_;  // the first row is the head
 };
 
 }  // namespace zforms::tool

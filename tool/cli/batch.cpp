@@ -27,7 +27,7 @@ namespace {
 constexpr size_t kRowsAtOnce = 8;
 constexpr unsigned kMostJobs = 256;
 constexpr const char* kDefaultName = "{row}.pdf";
-constexpr const char* kRowKey = "row";  // of the name: the row's number
+constexpr const char* kRowKey = "row";  // the report's key for the number of the row
 constexpr size_t kRowDigits = 6;
 constexpr size_t kMostUnused = 1000;
 
@@ -59,7 +59,7 @@ struct Task {
   BatchFolder::Seat seat;
 };
 
-// One run of a batch: the threads share the reader, the folder and the report.
+// One run of a batch; the threads share the reader, the folder and the report.
 class BatchRun {
  public:
   BatchRun(const BatchOptions& options, Console& console)
@@ -68,7 +68,7 @@ class BatchRun {
   bool Prepare();
   // The exit status.
   int Run();
-  // The same when Prepare was false: what the form forbids is a warning.
+  // The exit status after Prepare returned false: what the form forbids is a warning.
   int StatusOfRefusal() const { return forbidden_ ? form_status_ : kFailed; }
 
  private:
@@ -126,7 +126,7 @@ bool BatchRun::Prepare() {
     return false;
   }
   if (reader_->Header() != nullptr && !HasNameColumns(*reader_->Header())) return false;
-  // The form's own oddities are said once, not for each row.
+  // The warnings about the form are printed once, not for each row.
   form_console.WarnAll(form_.Diagnostics());
   form_status_ = std::max(form_status_, form_console.Finish());
   if (!folder_.Take(options_.folder, &error)) {
@@ -137,7 +137,7 @@ bool BatchRun::Prepare() {
   return PrepareFolder();
 }
 
-// Whether every row can have a name: false, and said, when it would take a column that is not there.
+// False, with a message, when the pattern of file names uses a column that does not exist.
 bool BatchRun::HasNameColumns(const std::vector<std::string>& names) {
   for (const std::string& key : pattern_.Keys()) {
     if (key == kRowKey || std::find(names.begin(), names.end(), key) != names.end()) continue;
@@ -147,8 +147,7 @@ bool BatchRun::HasNameColumns(const std::vector<std::string>& names) {
   return true;
 }
 
-// A form that was recovered from damage is written anew once, so that each row can
-// be appended to it.
+// Saves a recovered form as a whole once, so that each row can be appended to it.
 bool BatchRun::MakeWhole(Console& console) {
   if (!form_.SavesAnew()) return true;
   Chaine whole;
@@ -158,7 +157,7 @@ bool BatchRun::MakeWhole(Console& console) {
   return false;
 }
 
-// What stands against filling is said once, not for each row.
+// Prints what forbids filling once, not for each row.
 bool BatchRun::Guard() {
   Console console(options_.file);
   guard_ = std::make_unique<FormGuard>(form_, options_.guard);
@@ -185,7 +184,7 @@ bool BatchRun::PrepareFolder() {
   return false;
 }
 
-// Says once of each column that it feeds nothing.
+// Prints once for each column that it matches no field.
 void BatchRun::CheckColumns(const Row& row) {
   if (row.names == checked_names_) return;
   checked_names_ = row.names;
@@ -214,7 +213,7 @@ void BatchRun::Fail(const Row& row, const std::string& field, const std::string&
   if (options_.stop_on_error) stopped_ = true;
 }
 
-// Whether the fields take the values of the row. A bad row takes no name from others.
+// True when the fields accept the values of the row. A bad row does not use up a file name.
 bool BatchRun::Check(const Row& row) {
   for (size_t i = 0; i < plan_.Fields().size(); i++) {
     const BatchField& field = plan_.Fields()[i];
@@ -232,7 +231,7 @@ bool BatchRun::Check(const Row& row) {
   return true;
 }
 
-// Finds the place of a row's file; false when there is nothing to fill.
+// Chooses the path of a row's file; false when there is nothing to fill.
 bool BatchRun::Place(Task* task) {
   const Row& row = task->row;
   BatchFolder::Seat& seat = task->seat;
@@ -252,8 +251,8 @@ bool BatchRun::Place(Task* task) {
   return seat.place != BatchFolder::Place::kWritten;
 }
 
-// Rows are read and named by one thread at a time, in their order, so that the first
-// of two rows with the same name has it whatever the number of threads.
+// One thread at a time reads and names rows, in order. So the first of two rows with the same name gets it, with any
+// number of threads.
 size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
   const std::lock_guard<std::mutex> lock(reading_);
   size_t count = 0;

@@ -19,7 +19,7 @@
 namespace zforms::tool {
 namespace {
 
-// Gathers what is said of a document, a labelled line each.
+// Collects the facts about a document, one labelled line each.
 class Summary {
  public:
   void Line(std::string_view label, const std::string& what) {
@@ -46,7 +46,7 @@ std::string KindText(const ZAcroForm& form, ZAcroFormChangeRules::XFA xfa) {
   return kind;
 }
 
-// What stands in the way of changes.
+// Adds what limits changes.
 void AddRules(const ZAcroFormChangeRules& rules, const std::vector<FieldReport>& fields, Summary* summary) {
   const auto count = std::count_if(fields.begin(), fields.end(), [](const auto& field) { return field.type == "sig"; });
   if (count > 0) {
@@ -90,7 +90,7 @@ std::string FormatText(uint32_t flags) {
   return (flags & ZAcroFormAction::kSubmitHTMLFlag) != 0 ? "HTML" : "FDF";
 }
 
-// The address in an action's file specification, which may be a plain text.
+// The address in an action's file specification, which may be a string.
 std::string AddressText(const ZPDFNodeDictionary& action) {
   const ZPDFNode* file = action.GetTarget("/F");
   const auto* specification = NodeCast<ZPDFNodeDictionary>(file);

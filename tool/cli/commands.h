@@ -10,9 +10,8 @@
 
 namespace zforms::tool {
 
-// The commands of the tool, with what the command line says to each. Every one
-// returns the exit status; messages go to standard error, results to standard
-// output. "-" as a path is standard input or output.
+// The commands of the tool and their options. Each returns the exit status and writes messages to standard error,
+// results to standard output. "-" as a path means standard input or output.
 
 struct FieldsOptions {
   std::string file;

@@ -6,7 +6,7 @@
 
 namespace zforms::tool {
 
-// Options that several commands take, in the same words.
+// Options that several commands share, with the same help text.
 
 inline void AddFile(CLI::App* command, std::string* file) {
   command->add_option("FILE", *file, "The PDF file, or \"-\" for standard input.")->required();
@@ -27,7 +27,7 @@ inline void AddRecover(CLI::App* command, bool* recover) {
                     "report what was done. The output is then a whole new file.");
 }
 
-// The number of a port, which an option takes from 0 or from 1.
+// Accepts a port number of at least `least`, 0 or 1.
 inline CLI::Validator PortFrom(unsigned least) {
   const auto check = [least](const std::string& text) {
     unsigned port = 0;

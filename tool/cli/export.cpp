@@ -13,10 +13,10 @@
 namespace zforms::tool {
 namespace {
 
-// The file as a reference from beside it.
+// The URL of the file relative to its folder.
 Chaine RelativeURL(const std::string& file) { return ZInetURL::Encode(file.substr(file.find_last_of("/\\") + 1)); }
 
-// The fields that the export is of. Says which of them that have a value are left out.
+// The fields to export. Prints which fields with a value are left out.
 std::vector<FieldReport> FieldsOf(ZAcroForm& form, bool all, const Console& console) {
   constexpr size_t kNamed = 10;
   std::vector<FieldReport> fields = ReportFields(form);
@@ -37,7 +37,7 @@ std::vector<FieldReport> FieldsOf(ZAcroForm& form, bool all, const Console& cons
   return fields;
 }
 
-// Fields without a value are not part of a document.
+// Adds the fields that have a value to the document.
 void FillDocument(const std::vector<FieldReport>& fields, const std::string& file, const ZPDFParser& parser,
                   ZXFDF* data, std::set<std::string>* buttons) {
   data->Fields();
@@ -52,7 +52,7 @@ void FillDocument(const std::vector<FieldReport>& fields, const std::string& fil
   }
 }
 
-// One form as XFDF or FDF.
+// Exports one form as XFDF or FDF.
 int ExportDocument(const ExportOptions& options) {
   const std::string& file = options.files.front();
   Console console(file);
@@ -93,7 +93,7 @@ std::string TableText(const std::vector<FormValues>& forms, const ExportOptions&
   return text.empty() ? "[]\n" : text + "\n]\n";
 }
 
-// Any number of forms as one table. A form that cannot be read leaves out its row.
+// Exports any number of forms as one table. A form that cannot be read gives no row.
 int ExportTable(const ExportOptions& options) {
   std::vector<FormValues> forms;
   int status = kDone;

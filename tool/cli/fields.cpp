@@ -18,7 +18,7 @@ std::string ObjectText(const ZPDFObjectIdentifier& id) {
   return std::to_string(id.Number()) + " " + std::to_string(id.Generation());
 }
 
-// A text, empty when absent, or a list of texts.
+// A text (empty when absent), or a list of texts.
 Json ValueJson(const std::vector<std::string>& texts, bool is_array) {
   if (is_array) return texts;
   return texts.empty() ? std::string() : texts.front();
@@ -63,7 +63,7 @@ std::string Joined(const std::vector<std::string>& texts) {
   return joined;
 }
 
-// What may be chosen: a button's states, or the options as "export=display".
+// The possible values: a button's states, or the options as "export=display".
 std::string Choices(const FieldReport& field) {
   std::vector<std::string> choices = field.states;
   if (field.options.empty() || field.type == "check" || field.type == "radio") return Joined(choices);

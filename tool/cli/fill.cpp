@@ -13,7 +13,7 @@
 namespace zforms::tool {
 namespace {
 
-// Fills the form, and says which values were not taken; `line` is where the row is in its file, 0 for none.
+// Fills the form and prints which values were not accepted; `line` is the line of the row in its file, 0 without one.
 void Fill(ZAcroForm& form, const FormGuard& guard, const ZXFDF& data, uint64_t line, Console& console) {
   ZCheckedFiller filler(form);
   filler.SetLocks([&guard](const Chaine& name) { return guard.LockOf(name); });
@@ -43,7 +43,7 @@ int RunFill(const FillOptions& options) {
   const FormGuard guard(form, options.guard);
   if (guard.AllowsFilling(console)) Fill(form, guard, data, line, data_console);
   if (!form.Parser()->ModifiedObjects().empty()) {
-    // What the fields show was drawn for their former values.
+    // The existing appearances show the old values.
     if (!form.NeedAppearances()) form.SetNeedAppearances(true);
     guard.Drop(form);
     guard.SayWhatGoes(console);

@@ -5,8 +5,8 @@
 
 namespace zforms::tool {
 
-// Prints help whose texts are wrapped at the width of the terminal. Lines of a footer that begin with a space, such as
-// examples, are kept as they are; its other lines are paragraphs.
+// Prints help with texts wrapped at the width of the terminal. Lines of a footer that begin with a space, such as
+// examples, are kept unchanged; its other lines are paragraphs.
 class HelpFormatter final : public CLI::Formatter {
  public:
   explicit HelpFormatter(size_t width);
@@ -16,14 +16,14 @@ class HelpFormatter final : public CLI::Formatter {
   std::string make_footer(const CLI::App* command) const override;
 
  private:
-  // A name, and its text from column `columns` on: beside the name, or below it where that is too long.
+  // A name, and its text starting at column `columns`: on the same line, or on the next one if the name is too long.
   std::string Entry(const std::string& name, const std::string& text, size_t columns) const;
 
   size_t width_;
 };
 
-// The text in lines of at most `width` columns, broken at spaces; each line but the first begins with `indent` spaces,
-// which the first is taken to have already. A word longer than a line has a line of its own.
+// Wraps the text at spaces into lines of at most `width` columns; each line except the first is indented by `indent`
+// spaces, and the first is assumed to be indented already. A word longer than a line is on a line of its own.
 std::string Wrapped(const std::string& text, size_t indent, size_t width);
 
 }  // namespace zforms::tool

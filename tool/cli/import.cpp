@@ -29,11 +29,11 @@
 namespace zforms::tool {
 namespace {
 
-// What excludes XFDF.
+// Flags of formats other than XFDF.
 constexpr uint32_t kOtherFormats = ZAcroFormAction::kSubmitHTMLFlag | ZAcroFormAction::kSubmitPDFFlag;
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 22;
-// Of pages; what is deeper is no tree.
+// The deepest page tree that is accepted.
 constexpr int kDeepestTree = 100;
 
 void Say(const std::string& what, const char* done = "added") {
@@ -41,8 +41,8 @@ void Say(const std::string& what, const char* done = "added") {
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-// The lower left corner of what is shown of the page, in its own units: the crop box,
-// else the media box, which pages inherit (ISO 32000-1 14.11.2).
+// The lower left corner of the visible part of the page, in the page's units: of the crop box, else the media box, both
+// inherited (ISO 32000-1 14.11.2).
 std::pair<int, int> Corner(const ZPDFNodeDictionary* page) {
   for (const char* key : {"/CropBox", "/MediaBox"}) {
     const ZPDFNodeDictionary* node = page;
@@ -60,7 +60,7 @@ std::pair<int, int> Corner(const ZPDFNodeDictionary* page) {
   return {0, 0};
 }
 
-// Gives a form what it lacks to be served; says what that was.
+// Adds to a form what serving needs, and reports what it added.
 class Importer {
  public:
   explicit Importer(ZAcroFormServerForm& form) : form_(form), parser_(*form.Parser()) {}
@@ -79,7 +79,7 @@ class Importer {
     ZPDFTokenizedString tokens{Chaine(text)};
     return ZPDFNode::BuildFrom(tokens, &parser_, ZPDFEncrypterNeutral::Default());
   }
-  // A new object, whose reference is the result.
+  // Adds an object and returns a reference to it.
   std::string AddObject(ZPDFNode* value) {
     ZPDFNodeIndirectObject* const object = parser_.AddIndirectObject();
     object->SetChild(value);
@@ -100,7 +100,7 @@ class Importer {
     const Chaine digest = MD5Of(parser_.RawData());
     for (int i = 0; i < 2; i++) ids->AppendValue(new ZPDFNodeHexaString(digest, &parser_));
     parser_.TrailerDico()->SetValue("/ID", ids);
-    // The trailer is written with what changed; so something has to.
+    // Marks the catalog: the trailer is written only when an object has changed.
     parser_.Root()->SetModified(true, false);
     Say("an identifier (\"/ID\")");
   }
@@ -120,7 +120,7 @@ class Importer {
     }
     return nullptr;
   }
-  // The widget as a field of the form, or of the group, shown on the first page.
+  // Adds the widget to the fields of the form, or of the group, and shows it on the first page.
   bool AddWidget(const std::string& entries, const std::string& group) {
     std::string page_reference;
     ZPDFNodeDictionary* const page = FirstPage(&page_reference);
@@ -143,13 +143,13 @@ class Importer {
 
   void AddSessionField() {
     if (form_.Fields().Exist(ZXFDF::kSessionIDField) || form_.Fields().Exist("ZOR")) return;
-    // A partial name holds no period, so the name is that of a field in a group.
+    // A partial name cannot contain a period, so the dotted name is a field in a group.
     if (AddWidget("/FT/Tx/T(SessionID)/F 2/Rect[0 0 0 0]/DA(/Helv 0 Tf 0 g)", "ZOR")) {
       Say("the hidden field \"ZOR.SessionID\"");
     }
   }
 
-  // Targets that are plain texts become URLs.
+  // Converts targets that are strings to URL specifications.
   void MendTargets() {
     for (const auto& [name, fields] : form_.FlatFields()) {
       for (ZAcroFormField* field : fields) {
@@ -238,7 +238,7 @@ int RunImport(const ImportOptions& options) {
   Chaine bytes;
   ZInetChaineOStream out(bytes);
   ZAcroFormServerForm mended;
-  // Readers of every age take a classic file.
+  // Saves without object streams, so that old readers can open the file.
   if (!(is_classic ? form.Save(out) : form.SaveFull(out))) {
     console.Fail(form.Diagnostics().Failure());
     return console.Finish();

@@ -1,4 +1,4 @@
-// The command line tool: reads what the user asks for and hands it to a command.
+// The command line tool: parses the command line and runs the command.
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -28,7 +28,7 @@ constexpr const char* kExamples = R"(Examples:
 is done with warnings, 2 when it failed. Messages go to standard error:
 "zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" explains each command.)";
 
-// Help in columns: on a wide terminal, and where it goes to a file.
+// The width of help in columns on a wider terminal, and in a file.
 constexpr size_t kWidestHelp = 110;
 constexpr size_t kHelpInFiles = 80;
 
@@ -38,7 +38,7 @@ CLI::Option* AddOutput(CLI::App* command, std::string* output) {
                              "and then renamed, so it is never half written.");
 }
 
-// A flag that may be left as it is, set, or taken back with --no-...
+// A flag that can be left unset, set, or cleared with --no-...
 void AddSwitch(CLI::App* command, const std::string& name, std::optional<bool>* value, const std::string& what) {
   command->add_flag_function(
       "--" + name + ",!--no-" + name, [value](int64_t count) { *value = count > 0; }, what);
@@ -58,7 +58,7 @@ std::string ParseFlags(const std::string& text, std::optional<uint32_t>* flags) 
   return {};
 }
 
-// Every command with its options; `run` becomes the one that the user asked for.
+// All commands with their options; `run` becomes the one that the user has chosen.
 class CommandLine {
  public:
   explicit CommandLine(CLI::App& app) : app_(app) {

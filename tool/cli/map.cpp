@@ -1,4 +1,4 @@
-// Shows what would feed each field of a form.
+// Shows the data field for each field of a form.
 
 #include <set>
 #include <unordered_set>
@@ -17,7 +17,7 @@
 namespace zforms::tool {
 namespace {
 
-// The rubrics of files, and empty ones for those whose data come later.
+// Reads rubrics from files, and makes empty ones for those without a file.
 bool ReadRubrics(const MapOptions& options, const std::string& section, Rubrics* rubrics,
                  std::set<std::string>* with_data) {
   for (const std::string& text : options.rubrics) {
@@ -30,8 +30,7 @@ bool ReadRubrics(const MapOptions& options, const std::string& section, Rubrics*
       return false;
     }
   }
-  // A map to a rubric that nobody has is as good as none, so a user who names rubrics
-  // names them all.
+  // When the user names rubrics, maps to other rubrics have no effect.
   if (!options.rubrics.empty()) return true;
   for (const std::string& name : RubricsOfMaps(options.maps, section)) rubrics->AddEmpty(name);
   return true;

@@ -1,4 +1,4 @@
-// The commands that save a document with something other than its values changed.
+// Commands that change something else than values and save the document.
 
 #include "tool/base/files.h"
 #include "tool/cli/commands.h"

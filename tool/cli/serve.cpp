@@ -33,8 +33,8 @@ namespace {
 
 constexpr char kSection[] = "Server";
 
-// The user's settings for the application, before what this host ships with: readers
-// are not looked for, as they may be any.
+// The user's settings for the application, then the defaults of this host: it accepts any reader, so it does not search
+// for one.
 class ServeSettings : public ZHostSettings {
  public:
   explicit ServeSettings(const Chaine& app) : own_(OpenSystemSettings(app)) {}
@@ -52,7 +52,7 @@ class ServeSettings : public ZHostSettings {
 
 struct Plan {
   Office::Settings office;
-  std::optional<int32_t> year;  // else that of the store
+  std::optional<int32_t> year;  // default: the year in the store
   std::string app;
   std::string data;
   std::string reader;  // the folder of the page that shows forms in a browser
@@ -60,12 +60,12 @@ struct Plan {
   bool scratch = false;
 };
 
-// Options of the command line before lines of the configuration before defaults.
+// Combines the options: the command line first, then the configuration file, then defaults.
 class PlanMaker {
  public:
   PlanMaker(const ServeOptions& options, const ZIniFileSection& lines) : options_(options), lines_(lines) {}
 
-  // The reason is empty when all is well.
+  // `reason` is empty on success.
   Plan Make(std::string* reason) {
     CheckNames();
     Plan plan;
@@ -94,7 +94,7 @@ class PlanMaker {
   void Refuse(const std::string& name, const std::string& value, const char* wanted) {
     if (reason_.empty()) reason_ = "\"" + name + "\" is " + wanted + ", not \"" + value + "\"";
   }
-  // A name that is misspelt would leave its default in force.
+  // Refuses unknown names: with a misspelt name the default would silently apply.
   void CheckNames() {
     constexpr std::string_view kNames[] = {"templates", "data",   "reader", "app",   "log",
                                            "port",      "folder", "year",   "expire"};
@@ -104,7 +104,7 @@ class PlanMaker {
       if (!known && reason_.empty()) reason_ = "there is no setting \"" + std::string(name) + "\"";
     }
   }
-  // Addresses have the application's name as a part of their path.
+  // The application's name is a segment of the URLs' paths, so it must be valid there.
   static bool IsPathPart(const std::string& name) {
     return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos;
   }
@@ -148,7 +148,7 @@ bool MakePlan(const ServeOptions& options, Plan* plan) {
   return reason.empty();
 }
 
-// False when there is nothing to serve.
+// False when there is no template to serve.
 bool CheckTemplates(const std::string& folder) {
   const ZTemplateStorage storage{Chaine(folder)};
   if (std::error_code error; !std::filesystem::is_directory(FilePath(folder), error)) {
@@ -170,8 +170,7 @@ void SayHowToGetReader(const ReaderPage* reader) {
   Print("Forms are not shown in the browser: that takes pdf.js, which ./run build fetches (or see --reader).\n");
 }
 
-// The year that is not said stays that of the store: forms that were opened in the old one
-// are still to be saved in the new one.
+// Without an option the year of the store is used. Forms opened in an old year can still be saved in a new one.
 bool ChooseYear(const Plan& plan, Store& store, int32_t* year, std::string* said) {
   const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
   *year = plan.year ? *plan.year : store.Year().value_or(this_year);
@@ -234,7 +233,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
         (plan.data.empty() ? " (until the server stops)" : "") + "\n" + said_of_year + "Open:   " + office.Address() +
         "\nStop:   Ctrl+C\n");
   messages.Run();
-  // Until then the other thread uses the messages.
+  // The other thread uses the messages until then.
   has_quit->get_future().wait();
   office.Server().Stop();
   log.Event("stopped", "every submission that was answered is stored");

@@ -12,7 +12,7 @@ class App;
 
 namespace zforms::tool {
 
-// The commands around the form server. Each returns the exit status.
+// The commands around the form server and their options. Each returns the exit status.
 
 struct ServeOptions {
   std::string templates;
@@ -62,7 +62,7 @@ struct SubmitOptions {
 };
 int RunSubmit(const SubmitOptions& options);
 
-// Adds them to the command line; the one that the user asks for is put into `*run`.
+// Adds the commands to the command line; `*run` becomes the one that the user has chosen.
 void AddServerCommands(CLI::App& app, std::function<int()>* run);
 
 inline constexpr char kDefaultData[] = "zforms-data";

@@ -15,7 +15,7 @@
 namespace zforms::tool {
 namespace {
 
-// "12", "12 0", "12 0 R" or "12 0 obj"; nothing else.
+// Accepts "12", "12 0", "12 0 R" and "12 0 obj" only.
 std::optional<ZPDFObjectIdentifier> ParseIdentifier(std::string_view text) {
   text = TrimBlanks(text);
   for (const std::string_view word : {" R", " obj"}) {
@@ -31,7 +31,7 @@ std::optional<ZPDFObjectIdentifier> ParseIdentifier(std::string_view text) {
   return ZPDFObjectIdentifier(ParseUInt(number), ParseUInt(generation));
 }
 
-// The text as it would be written in clear, a safe line each.
+// The node's text without encryption, each line safe for a terminal.
 std::string TextOf(const ZPDFNode& node) {
   Chaine text;
   ZPDFOutStream out(&text);

@@ -15,14 +15,14 @@ namespace {
 using Submissions = std::vector<Submission>;
 constexpr const char* kColumns[] = {"id", "received", "code", "folder", "year", "transaction", "count"};
 
-// Of what was rejected the store has the document alone.
+// Reads the fields from the document of a rejected submission, for which the store has no fields.
 void ReadFields(Submission* submission) {
   ZXFDF xfdf;
   xfdf.FromChaine(submission->xfdf);
   submission->fields = SubmittedFields(xfdf);
 }
 
-// One line for each submission, one column for each field that one of them has.
+// One line for each submission, one column for each field of any submission.
 std::string AsCSV(const Submissions& submissions, bool raw) {
   const auto cell = [raw](const std::string& content) {
     std::string written;
@@ -56,7 +56,7 @@ std::string AsJSON(const Submissions& submissions) {
   for (const Submission& one : submissions) {
     auto fields = nlohmann::ordered_json::object();
     for (const auto& [name, value] : one.fields) fields[name] = value;
-    // Of 64 bits, which other readers of JSON do not keep: as texts.
+    // 64-bit numbers are written as strings, because other JSON readers would lose digits.
     list.push_back({{"id", one.id},
                     {"received", one.received},
                     {"code", one.code},

@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kOpen[] = "open.cgi";
 
-// Says what a status of the server means to who fills a form in.
+// Explains a status of the server to the user.
 std::string Meaning(int status) {
   switch (status) {
     case 404: return "the server has no such form, or is in no folder";
@@ -32,7 +32,7 @@ std::string Meaning(int status) {
 bool Ask(const ZInetURL& url, const Chaine& body, uint32_t timeout, Chaine* pdf, Console& console) {
   ZHTTPAnswer answer;
   std::string error;
-  // Opening a form starts a transaction.
+  // Opening a form starts a transaction, so it needs POST.
   const bool posts = !body.IsEmpty() || url.FileName() == kOpen;
   if (!AskHTTP(url, posts ? "POST" : "GET", "application/vnd.adobe.xfdf", body, &answer, &error,
                std::chrono::seconds(timeout))) {
@@ -54,7 +54,7 @@ bool LoadForm(const Chaine& pdf, ZAcroFormServerForm& form, Console& console) {
   return false;
 }
 
-// The button that the form shows; null when it shows none.
+// The submit button that is visible; null when there is none.
 const ZAcroFormField* ShownButton(const ZAcroFormServerForm& form, ZDocument::Status status) {
   for (const auto& [name, buttons] : form.FindSubmitFormButtons(status)) {
     for (const ZAcroFormField* button : buttons) {
@@ -69,7 +69,7 @@ std::string ModeOf(const ZAcroFormServerForm& form) {
   return ShownButton(form, ZDocument::eConsult) != nullptr ? "consult" : "readonly";
 }
 
-// Fills the form in; every value that it does not take is a failure.
+// Fills the form; every value that is not accepted is a failure.
 void FillIn(ZAcroFormServerForm& form, const std::vector<std::string>& changes, Console& console) {
   std::set<std::string> unsent;
   for (const FieldReport& field : ReportFields(form)) {
@@ -91,7 +91,7 @@ void FillIn(ZAcroFormServerForm& form, const std::vector<std::string>& changes, 
   }
 }
 
-// What the form says, as a reader sends it.
+// The values of the form, as a reader sends them.
 ZXFDF ReadValues(ZAcroFormServerForm& form, const ZInetURL& href) {
   ZXFDF data;
   data.SetPDFHRef(href);
@@ -132,7 +132,7 @@ int RunSubmit(const SubmitOptions& options) {
   }
   const ZInetURL target = button->GetAction()->URL();
   FillIn(form, options.set, console);
-  // A reader names the address that the form came from; of a file that is not known any more.
+  // A reader sends the address that the form came from; for a file that is unknown, so the target is used.
   const ZXFDF data = ReadValues(form, is_file ? target : url);
   if (console.Finish() == kFailed || !Ask(target, data.AsChaine(), options.timeout, &pdf, console))
     return console.Finish();

@@ -10,7 +10,7 @@
 namespace zforms::tool {
 namespace {
 
-// How many letters are to be added, taken away or changed to make one of the other.
+// The edit distance: how many letters must be added, removed or changed to turn one word into the other.
 size_t Distance(std::string_view a, std::string_view b) {
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -24,7 +24,7 @@ size_t Distance(std::string_view a, std::string_view b) {
   return row[b.size()];
 }
 
-// What the word may be meant for; empty when nothing is near.
+// The known word nearest to a misspelt one; empty when none is near.
 std::string MeantBy(const std::string& word, const std::vector<std::string>& known) {
   constexpr size_t kLongest = 60;
   constexpr size_t kNear = 2;
@@ -48,8 +48,7 @@ std::vector<std::string> OptionsOf(const CLI::App& command) {
   return names;
 }
 
-// The first argument that looks like an option and is none; empty when there is none. A number
-// below 0 is a value.
+// The first argument that looks like an option but is unknown; empty when there is none. A negative number is a value.
 std::string UnknownOption(const std::vector<std::string>& known, int argc, const char* const* argv) {
   for (int i = 2; i < argc && std::string_view(argv[i]) != "--"; i++) {
     const std::string_view argument = argv[i];

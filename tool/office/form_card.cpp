@@ -38,7 +38,7 @@ std::string FullNameOf(const ZPDFNodeDictionary* at) {
   return name;
 }
 
-// "/Fields" of an action names fields, or refers to them (ISO 32000-1 table 236).
+// The fields in "/Fields" of an action, given by name or by reference (ISO 32000-1 table 236).
 std::vector<std::string> FieldsOf(const ZPDFNodeDictionary& action) {
   std::vector<std::string> fields;
   const auto* const list = NodeCast<ZPDFNodeArray>(action.GetTarget("/Fields"));
@@ -109,7 +109,7 @@ std::shared_ptr<const FormCard> FormCards::Of(const Chaine& path) {
     const auto found = entries_.find(path);
     if (found != entries_.end() && found->second.stamp == stamp) return found->second.card;
   }
-  // Two threads may read the same one; neither holds the other up.
+  // Reads without the lock: two threads may read the same card, but do not wait for each other.
   std::shared_ptr<const FormCard> card = ReadCard(path);
   const std::lock_guard lock(mutex_);
   entries_[path] = {stamp, card};

@@ -13,7 +13,7 @@
 
 namespace zforms::tool {
 
-// What the pages around a form say of its template. Texts are UTF-8.
+// The facts about a template that the pages around a form show. Texts are UTF-8.
 struct FormCard {
   // A button that submits the form to be saved, or to be modified again.
   struct Button {
@@ -22,7 +22,7 @@ struct FormCard {
     uint32_t flags = 0;               // of the action, ISO 32000-1 table 237
     std::vector<std::string> fields;  // full names that "/Fields" lists
   };
-  // A button that resets fields; those below a listed one are meant with it.
+  // A button that resets fields; a listed field includes the fields below it.
   struct Reset {
     std::string name;
     uint32_t flags = 0;  // of the action, ISO 32000-1 table 239
@@ -35,17 +35,16 @@ struct FormCard {
   std::string id_modified;
   std::vector<Button> buttons;
   std::vector<Reset> resets;
-  std::map<std::string, std::vector<std::string>> values;  // of the fields that are exported, by full name
+  std::map<std::string, std::vector<std::string>> values;  // of the exported fields, by full name
   std::vector<std::string> tab_orders;                     // see PageIndex
   std::vector<std::string> unset;                          // full names of the fields that have no value
-  std::map<std::string, std::string> labels;               // what the fields are called for users, "/TU", by full name
+  std::map<std::string, std::string> labels;               // the fields' names for users, "/TU", by full name
 };
 
-// FormCards reads the card of each template once, and again when its file changes.
-// Any thread.
+// FormCards reads the card of each template once, and again when its file changes. Any thread may use it.
 class FormCards {
  public:
-  // Null when there is no such file, or no form in it.
+  // Null when the file does not exist or contains no form.
   std::shared_ptr<const FormCard> Of(const Chaine& path);
 
  private:

@@ -22,11 +22,11 @@ namespace {
 // How long an answer waits for its submission to be stored.
 constexpr std::chrono::seconds kStoreTime(30);
 constexpr char kMapSection[] = "Map";
-// Of the clock, 100 ns each.
+// The clock's ticks are 100 ns.
 constexpr uint64_t kTicksOfHour = uint64_t{3600} * 10'000'000;
 constexpr uint64_t kTicksOfDay = 24 * kTicksOfHour;
 
-// 128 bits of the system's randomness in hexadecimal.
+// 128 random bits of the system, in hexadecimal.
 std::string RandomToken() {
   std::random_device random;
   std::string token;
@@ -36,11 +36,11 @@ std::string RandomToken() {
   return token;
 }
 
-// The maps of a template stand beside it.
+// The INI file with the maps of a template, in the same folder.
 Chaine MapFileOf(const Chaine& path) { return path.Mid(0, path.size() - 4) + ".ini"; }
 
-// Carries what is to be stored instead of the document, which would have to be copied
-// and walked on the main thread, where all submissions pass.
+// Carries the data to be stored instead of the document, which would have to be copied and searched on the main thread,
+// where all submissions pass.
 class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
  public:
   OfficeMessage(Office* office, std::shared_ptr<StoreOutcome> outcome, const ZInetURL& url, Submission submission,
@@ -66,7 +66,7 @@ class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
   Submission submission_;
 };
 
-// Comes after the submissions that wait with the one that posted it.
+// Delivered after the submissions that were waiting when it was posted.
 class FlushMessage : public ZIdleMessage {
  public:
   explicit FlushMessage(Store* store) : store_(store) {}
@@ -82,7 +82,7 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
   OfficeSession(Office* office, ZAcroFormServerXFDFHandler* handler, uint64_t folder, int32_t year)
       : ZAcroFormServerXFDFSession(handler, folder, year), office_(office) {}
 
-  // What is submitted is posted (RFC 9110 9.3.3).
+  // Submissions must use POST (RFC 9110 9.3.3).
   bool SetURL(const ZInetURL& url, const Chaine& method) override {
     if (!ZAcroFormServerXFDFSession::SetURL(url, method)) return false;
     if (method == "POST") return true;
@@ -111,11 +111,11 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     outcome_->Abandon();
     return nullptr;
   }
-  // The answer says that the data are safe, so it waits until they are.
+  // The answer confirms that the data are stored, so it waits until they are.
   void SendPage(ZHTTPSendResponse& response) override {
     ZAcroFormServerXFDFSession::SendPage(response);
     if (outcome_ == nullptr || outcome_->Wait(kStoreTime)) return;
-    // The same may be submitted again.
+    // Allows the same submission to be sent again.
     if (accepted_) TransactionManager().Restore(submitted_.id, submitted_.count);
     Refuse(503, "the submission could not be stored");
     response.MakeErrorPage(503);
@@ -142,7 +142,7 @@ std::unique_ptr<ZHTTPServerPageSession> OfficeHandler::AllocSession() {
   return std::make_unique<OfficeSession>(office_, this, folder, year);
 }
 
-// A server without a screen: what a host would ask or show goes to the log.
+// A server without a screen: questions and messages for the user go to the log.
 class Office::OfficeServer : public ZAcroFormServer {
  public:
   OfficeServer(const Settings& settings, const ZHostServices& services, ServerLog* log)
@@ -151,7 +151,7 @@ class Office::OfficeServer : public ZAcroFormServer {
   }
   ~OfficeServer() override { Stop(); }
 
-  // What is served is changed and filled, which the XFA form does not follow and usage rights do not outlast.
+  // Removes the XFA form, which would not follow the changes, and usage rights, which the changes invalidate.
   void PrepareTemplate(ZAcroForm& form) const override {
     ZAcroFormChangeRules::DropXFA(form);
     ZAcroFormChangeRules::DropUsageRights(form);
@@ -191,7 +191,7 @@ Office::~Office() { server_->Stop(); }
 
 std::string Office::Address() const { return "http://localhost:" + std::to_string(server_->Port()) + "/"; }
 
-// --- forms that are out ---
+// --- open forms ---
 
 void Office::TakeUpForms() {
   for (const OpenedForm& form : store_->Forms()) {
@@ -200,7 +200,7 @@ void Office::TakeUpForms() {
   }
 }
 
-// At the start, and once an hour when forms are opened.
+// Called at the start, and once an hour when forms are opened.
 void Office::ExpireForms() {
   const uint64_t now = ZClock::System().Ticks();
   uint64_t due = next_expiry_;
@@ -310,7 +310,7 @@ std::shared_ptr<const FormCard> Office::CardOf(const Chaine& code) {
   return cards_.Of(server_->PDFLocalFilePathName(code));
 }
 
-// --- what comes back ---
+// --- submissions ---
 
 Submission Office::Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, std::string* failure) {
   const ZXFDFTransactionInfos transaction = xfdf.SessionID().Transaction();

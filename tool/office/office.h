@@ -18,8 +18,8 @@ namespace zforms::tool {
 
 class Office;
 
-// OfficeHandler receives what is submitted: of forms that this office has opened
-// and that are still out, each step once.
+// OfficeHandler receives submissions. It accepts those of forms that this office has opened and that are still open,
+// each step once.
 class OfficeHandler : public ZAcroFormServerXFDFHandler {
  public:
   OfficeHandler(Office* office, ZAcroFormServer* server);
@@ -31,11 +31,11 @@ class OfficeHandler : public ZAcroFormServerXFDFHandler {
   Office* office_;
 };
 
-// Office is the server of a small office: it opens forms from its templates, takes
-// back what is submitted and keeps it in a store.
+// Office is the server of a small office: it opens forms from its templates, receives the submissions and keeps them in
+// a store.
 //
-// The main thread makes, starts, stops and deletes it and stores what comes in; the
-// store and the log outlive it. Forms are opened on the server's threads.
+// The main thread creates, starts, stops and deletes it and stores submissions; the store and the log must outlive it.
+// Forms are opened on the server's threads.
 class Office {
  public:
   struct Settings {
@@ -43,7 +43,7 @@ class Office {
     uint16_t port = 0;
     uint64_t folder = 1;
     int32_t year = 0;
-    uint32_t expire_days = 0;  // after which a form that was never saved is forgotten; 0: never
+    uint32_t expire_days = 0;  // after which a form that was never saved is removed; 0: never
   };
 
   Office(const Settings& settings, const ZHostServices& services, Store* store, ServerLog* log);
@@ -52,30 +52,29 @@ class Office {
   ~Office();
 
   ZAcroFormServer& Server();
-  // The system's error when the port could not be had; 0 otherwise.
+  // The system's error when the port was not available; 0 otherwise.
   int StartError() const;
   ServerLog& Log() { return *log_; }
-  // Of the page that lists the forms.
+  // The address of the page that lists the forms.
   std::string Address() const;
 
-  // Starts a transaction for the form, fills it from the store, and writes down that
-  // it is out. The status is 200, 404 without the form, 503 when that fails.
+  // Starts a transaction for the form, fills it from the store, and records that it is open. Returns 200, 404 when the
+  // form does not exist, or 503 on failure.
   int OpenForm(const Chaine& code, ZXFDF* xfdf);
-  // The same for a form that is out, by the parameter kSessionParam of its session: as
-  // it was saved last, if it was, to be saved again.
+  // The same for an open form, found by the parameter kSessionParam of its session. Gives it as it was saved last, if
+  // it was, ready to be saved again.
   int ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool* was_saved);
-  // Null without the form.
+  // Null when the form does not exist.
   std::shared_ptr<const FormCard> CardOf(const Chaine& code);
   Store::FormState StateOf(const Chaine& code) { return store_->StateOf(code.ToString()); }
 
-  // Why the form is none of those that are out, by the session that it went out with;
-  // empty when it is one.
+  // Why the form with these session infos is not an open one; empty when it is.
   Chaine WhyNotOut(const ZXFDF::SessionInfos& infos) const;
-  // What is to be stored of a document that was submitted, on the thread that received it;
-  // what is long is stored already. `failure` says why that failed.
+  // Makes the data to be stored from a submitted document, on the thread that received it; long data are already stored
+  // here. `failure` gets the reason of a failure.
   Submission Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, std::string* failure);
-  // Stores a submission, together with others that came at the time; `done` is told
-  // what became of it. On the main thread.
+  // Stores a submission, together with others that arrived at the time; calls `done` with the result. Call it on the
+  // main thread.
   void Keep(const Submission& submission, bool accepted, Store::Done done);
   void ReportFailure(const std::string& failure);
 
@@ -100,13 +99,13 @@ class Office {
   std::atomic<uint64_t> next_expiry_ = 0;  // in ticks
   mutable std::mutex mutex_;
   std::map<uint64_t, Out> out_;
-  std::map<std::string, uint64_t, std::less<>> transactions_;  // by the token
+  std::map<std::string, uint64_t, std::less<>> transactions_;  // by token
   FormCards cards_;
   OfficeHandler* handler_ = nullptr;  // owned by the server
   std::unique_ptr<OfficeServer> server_;
 };
 
-// The parameter of a form's session infos that nobody can guess.
+// The parameter of a form's session infos with a random token that nobody can guess.
 inline constexpr char kSessionParam[] = "Session.ID";
 
 }  // namespace zforms::tool

@@ -10,7 +10,7 @@
 namespace zforms::tool {
 namespace {
 
-// Bytes that are no UTF-8 become the replacement character.
+// Bytes that are not UTF-8 become the replacement character.
 std::string Line(const nlohmann::ordered_json& object) {
   return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }

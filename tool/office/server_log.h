@@ -10,12 +10,11 @@ struct sHTTPRequestInfos;
 
 namespace zforms::tool {
 
-// The time now in UTC: "2025-01-31T12:00:00.000Z".
+// The current time in UTC: "2025-01-31T12:00:00.000Z".
 std::string TimeStamp();
 
-// ServerLog writes one line for each request, with the reason when it was refused and
-// without the values of its form, and for each event, to standard error: as text, or as
-// JSON for machines. Any thread.
+// ServerLog writes one line to standard error for each event and each request, as text or as JSON. The line of a
+// refused request has the reason, but never the values of its form. Any thread may use it.
 class ServerLog {
  public:
   explicit ServerLog(bool json) : json_(json) {}

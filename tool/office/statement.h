@@ -8,9 +8,8 @@
 
 namespace zforms::tool {
 
-// A prepared statement of SQLite, to be run any number of times. Parameters are bound
-// in order; 64-bit numbers keep their bits, signed or not. One that the database cannot
-// prepare gives no row and does not run.
+// A prepared statement of SQLite, which can be run many times. Parameters are bound in order; 64-bit numbers keep their
+// bits, signed or not. A statement that cannot be prepared gives no row, and Run fails. One thread at a time.
 class Statement {
  public:
   Statement(sqlite3* database, const char* sql) { sqlite3_prepare_v2(database, sql, -1, &statement_, nullptr); }
@@ -18,7 +17,7 @@ class Statement {
   Statement& operator=(const Statement&) = delete;
   ~Statement() { sqlite3_finalize(statement_); }
 
-  // Forgets the last run and its parameters.
+  // Resets the statement and its parameters.
   Statement& Restart() {
     sqlite3_reset(statement_);
     if (statement_ != nullptr) sqlite3_clear_bindings(statement_);
@@ -29,15 +28,15 @@ class Statement {
     sqlite3_bind_int64(statement_, next_++, static_cast<sqlite3_int64>(number));
     return *this;
   }
-  // The text outlives the run.
+  // The text must be valid until the run ends.
   Statement& Bind(std::string_view text) {
     sqlite3_bind_text(statement_, next_++, text.data() == nullptr ? "" : text.data(), static_cast<int>(text.size()),
                       SQLITE_STATIC);
     return *this;
   }
-  // True while there is a row.
+  // Steps to the next row; false at the end.
   bool Next() { return statement_ != nullptr && (result_ = sqlite3_step(statement_)) == SQLITE_ROW; }
-  // Runs to the end; false when it fails. The statement holds no lock afterwards.
+  // Runs to the end; false on failure. The statement holds no lock afterwards.
   bool Run() {
     while (Next()) continue;
     const bool done = statement_ != nullptr && result_ == SQLITE_DONE;

@@ -15,13 +15,13 @@ namespace fs = std::filesystem;
 
 constexpr char kFile[] = "zforms.db";
 constexpr char kLockFile[] = "serving.lock";
-// How long others may hold the database, in milliseconds. A server that waits answers
-// nobody meanwhile.
+// How long to wait, in milliseconds, while another process locks the database. The server answers nobody during this
+// time.
 constexpr int kWaitForOthers = 10000;
 constexpr int kServerWaitForOthers = 2000;
-// After that was too long, the next tries do not wait at all for this time.
+// After a wait that was too long, further attempts do not wait at all for this time.
 constexpr std::chrono::seconds kBusyTime(2);
-// Of the tables below, kept in "user_version".
+// The version of the tables below, stored in "user_version".
 constexpr int kVersion = 1;
 
 constexpr char kTables[] = R"(
@@ -50,13 +50,13 @@ CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value TEXT NOT NULL) 
 PRAGMA user_version = 1;
 )";
 
-// SQLite takes paths in UTF-8 on every system.
+// SQLite accepts UTF-8 paths on every system.
 std::string PathIn(const std::string& folder, const char* name) { return folder + "/" + name; }
 
 bool MakeFolder(const std::string& folder, std::string* error) {
   const fs::path path(std::u8string(folder.begin(), folder.end()));
   std::error_code code;
-  // What is stored is nobody else's business; a folder that is there keeps its permissions.
+  // A new folder is accessible to its owner only; an existing folder keeps its permissions.
   if (fs::create_directories(path, code)) fs::permissions(path, fs::perms::owner_all, code);
   if (code) *error = code.message();
   return !code;
@@ -80,7 +80,7 @@ Store::~Store() {
 
 bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
   if (mode == Mode::kServe) {
-    // The system lets go of it when this process ends, however that comes.
+    // The system releases the lock when this process ends, even by a crash.
     const int made = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
     const bool locked = sqlite3_open_v2(PathIn(folder, kLockFile).c_str(), &lock_, made, nullptr) == SQLITE_OK &&
                         sqlite3_exec(lock_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK;
@@ -99,8 +99,8 @@ bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
   sqlite3_busy_timeout(database_, wait_);
   if (!CheckVersion(error)) return false;
   if (mode == Mode::kRead) return true;
-  // Sessions and what people wrote are in it, and in the files that SQLite makes beside
-  // it, which get its permissions.
+  // Makes the file private: it contains sessions and personal data. Files that SQLite creates beside it get the same
+  // permissions.
   std::error_code ignored;
   fs::permissions(fs::path(std::u8string(file.begin(), file.end())), fs::perms::owner_read | fs::perms::owner_write,
                   ignored);
@@ -113,7 +113,7 @@ bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
   return ready;
 }
 
-// Whether the database is a store of ours, or a new one to be.
+// True when the database is a store of this version, or empty.
 bool Store::CheckVersion(std::string* error) {
   Statement version(database_, "PRAGMA user_version");
   Statement tables(database_, "SELECT count(*) FROM sqlite_master WHERE name IN ('forms', 'submissions', 'fields')");
@@ -185,7 +185,7 @@ std::optional<int32_t> Store::Year() {
   if (text.empty()) text = TextFor(Get("SELECT year FROM forms ORDER BY \"transaction\" DESC LIMIT 1"));
   int64_t year = 0;
   const bool is_number = std::from_chars(text.data(), text.data() + text.size(), year).ec == std::errc();
-  // Forms have its 32 bits without a sign.
+  // Session infos store the year as 32 bits without sign.
   return is_number ? std::optional(static_cast<int32_t>(static_cast<uint32_t>(year))) : std::nullopt;
 }
 
@@ -208,7 +208,7 @@ bool Store::AddSubmission(const Submission& submission, bool accepted, Done done
   }
   const std::string failure = sqlite3_errmsg(database_);
   if (begun) Execute("ROLLBACK TO one; RELEASE one");
-  // After some failures, such as a full disk, nothing is left of the transaction.
+  // After some failures, such as a full disk, SQLite has rolled back the transaction already.
   if (sqlite3_get_autocommit(database_) != 0) {
     EndBatch(failure.c_str());
   } else if (is_first) {
@@ -218,8 +218,7 @@ bool Store::AddSubmission(const Submission& submission, bool accepted, Done done
   return false;
 }
 
-// While somebody else holds the database for long, those that wait are told at once,
-// not one after the other.
+// When another process locks the database for long, all waiting submissions fail at once, not one after the other.
 bool Store::Begin() {
   using Clock = std::chrono::steady_clock;
   sqlite3_busy_timeout(database_, Clock::now() < busy_until_ ? 0 : wait_);
@@ -248,7 +247,7 @@ void Store::EndBatch(const char* failure) {
 }
 
 bool Store::InsertSubmission(const Submission& submission, bool accepted) {
-  // An id of 0 is a new one.
+  // An id of 0 means that a new one is assigned.
   constexpr char kAccepted[] =
       "INSERT INTO submissions(id, received, code, \"transaction\", count, folder, year, url, xfdf) "
       "VALUES(nullif(?, 0), ?, ?, ?, ?, ?, ?, ?, ?)";
@@ -278,7 +277,7 @@ bool Store::InsertSubmission(const Submission& submission, bool accepted) {
       .Run();
 }
 
-// The first column of the first row; empty without one.
+// The first column of the first row; empty without a row.
 std::string Store::TextFor(Statement& query) {
   std::string text = query.Next() ? query.Text(0) : std::string();
   query.Restart();

@@ -18,8 +18,8 @@ namespace zforms::tool {
 
 class Statement;
 
-// A form that went out, and the lowest count that its next submission carries. The
-// number of its transaction is the time at which it was opened (ZClock::Ticks).
+// An open form, and the lowest count that its next submission may have. The number of its transaction is the time at
+// which it was opened (ZClock::Ticks).
 struct OpenedForm {
   uint64_t transaction = 0;
   std::string code;
@@ -29,9 +29,9 @@ struct OpenedForm {
   uint64_t expected = 0;
 };
 
-// What was submitted to be saved.
+// A submission to be saved.
 struct Submission {
-  int64_t id = 0;        // given by the store
+  int64_t id = 0;        // assigned by the store
   std::string received;  // UTC, "2025-01-31T12:00:00.000Z"
   std::string code;
   uint64_t transaction = 0;
@@ -47,20 +47,18 @@ struct Submission {
 struct SubmissionFilter {
   std::string code;       // all when empty
   int64_t id = 0;         // all when 0
-  bool rejected = false;  // those that were not accepted instead
+  bool rejected = false;  // only those that were not accepted
 };
 
-// Store keeps what the form server of an office knows, in one SQLite file,
-// "zforms.db", of its data folder: forms that are out, submissions, and the rubrics
-// that forms are filled from. One server at a time writes; others may read
-// meanwhile. Each change is on the disk when its function returns, or says so. Any
-// thread.
+// Store keeps the data of an office's form server in the SQLite file "zforms.db" of its data folder: open forms,
+// submissions, and the rubrics from which forms are filled. One server at a time writes; other processes may read
+// meanwhile. When a function returns success, its change is on the disk, unless noted otherwise. Any thread may use it.
 class Store {
  public:
   enum class Mode { kRead, kServe, kEdit };
 
-  // Makes folder and file when they are missing, unless to read. Null, with a reason,
-  // when that fails, or when another process serves from the folder.
+  // Creates folder and file when they are missing, unless opened for reading. Null, with a reason, when that fails, or
+  // when another server uses the folder.
   static std::unique_ptr<Store> Open(const std::string& folder, Mode mode, std::string* error);
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
@@ -68,36 +66,34 @@ class Store {
 
   bool AddForm(const OpenedForm& form);
   std::vector<OpenedForm> Forms();
-  // Removes the forms that were opened before that time and never saved, and says which
-  // transactions these were. False when that fails.
+  // Removes the forms that were opened before that time and never saved; `expired` gets their transactions. False on
+  // failure.
   bool ExpireForms(uint64_t before, std::vector<uint64_t>* expired);
-  // The financial year that was kept last; where none was, that of the newest form.
+  // The financial year that was stored last; else that of the newest form.
   std::optional<int32_t> Year();
   bool KeepYear(int32_t year);
-  // Why it is not stored; null when it is.
+  // Called with the reason why a submission is not stored, or with null when it is.
   using Done = std::function<void(const char* failure)>;
-  // Writes what is long of a submission beforehand, on the calling thread, in steps between
-  // which others get at the store; AddSubmission has little left to write then. Texts that
-  // are written leave the submission, which gets its id. Does nothing for a short one.
-  // Why it failed, empty when it did not; nothing is kept then.
+  // Stores the long parts of a submission in advance, on the calling thread, in short steps between which other threads
+  // can use the store; AddSubmission has little left to write then. Texts that are stored are removed from the
+  // submission, which gets its id. Does nothing for a short submission. Returns the reason of a failure, after which
+  // nothing is kept, or an empty text.
   std::string Stage(Submission* submission, bool accepted);
-  // Takes what was submitted, whole and field by field, and raises the count of its
-  // form, all or nothing; what was rejected is kept apart. It waits for Flush, so that
-  // those that come together share the wait for the disk; `done` is told what
-  // became of it, at the latest then, and must not call the store. True when it is the
-  // first that waits.
+  // Queues a submission to be stored, as a whole and field by field, together with the increased count of its form;
+  // rejected submissions are kept apart. Flush writes the queue, so that submissions that arrive together wait for the
+  // disk once. `done` is called with the result, at the latest by Flush, and must not call the store. True for the
+  // first submission in the queue.
   bool AddSubmission(const Submission& submission, bool accepted, Done done);
   void Flush();
-  // The whole XFDF of the transaction's newest submission that was accepted; empty when
-  // there is none.
+  // The XFDF of the transaction's newest accepted submission; empty when there is none.
   std::string LatestXFDF(uint64_t transaction);
-  // When submissions of a form came in last; empty when none did.
+  // The time of the last submission of a form; empty when there is none.
   struct FormState {
     std::string accepted;
     std::string rejected;
   };
   FormState StateOf(const std::string& code);
-  // Oldest first, until the visit returns false. False when reading fails.
+  // Visits the oldest first, until the visit returns false. False when reading fails.
   bool VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit);
 
   using Rubrics = std::map<std::string, std::map<std::string, std::string>>;
@@ -127,16 +123,16 @@ class Store {
 
   mutable std::mutex mutex_;
   sqlite3* database_ = nullptr;
-  // Held while this process serves; see Open.
+  // Locked while this process serves; see Open.
   sqlite3* lock_ = nullptr;
-  // Brings what was staged from the log into the database, beside those that write.
+  // A second connection, which checkpoints the write-ahead log beside the writers.
   sqlite3* checkpointer_ = nullptr;
   std::atomic<unsigned> steps_ = 0;
-  int wait_ = 0;  // for others that hold the database, in milliseconds
+  int wait_ = 0;  // how long to wait for other processes, in milliseconds
   std::chrono::steady_clock::time_point busy_until_;
   // Of the submissions in the open transaction.
   std::vector<Done> batch_;
-  // Prepared once, by their text.
+  // Prepared once; the key is the SQL text.
   std::map<std::string, std::unique_ptr<Statement>, std::less<>> statements_;
   Statement& Get(const char* sql);
 };

@@ -7,12 +7,12 @@
 
 namespace zforms::tool {
 
-// StoreOutcome is what becomes of one submission, between the thread that answers it
-// and the one that stores it: who is told that it was not stored can rely on that.
+// StoreOutcome passes the result of storing one submission from the main thread to the thread that answers it. It
+// guarantees that a submission reported as not stored is not stored later.
 class StoreOutcome {
  public:
-  // True when it is stored. When nobody has begun to store it after that time, nobody
-  // will, and it is false; what was begun is waited for to its end.
+  // True when the submission is stored. If storing has not begun after `time`, it returns false and storing is
+  // prevented; if it has begun, waits until it ends.
   bool Wait(std::chrono::milliseconds time) {
     std::unique_lock lock(mutex_);
     told_.wait_for(lock, time, [this] { return IsDecided(); });
@@ -21,7 +21,7 @@ class StoreOutcome {
     return state_ == State::kStored;
   }
 
-  // Begins to store it. False when that comes too late.
+  // Marks that storing begins. False when it is too late.
   bool Begin() {
     const std::lock_guard lock(mutex_);
     if (state_ == State::kWaits) state_ = State::kBegun;
@@ -32,7 +32,7 @@ class StoreOutcome {
     state_ = stored ? State::kStored : State::kFailed;
     told_.notify_all();
   }
-  // It goes without having been begun, unless it was.
+  // Gives up a submission whose storing has not begun.
   void Abandon() {
     const std::lock_guard lock(mutex_);
     if (state_ == State::kWaits) state_ = State::kFailed;

@@ -10,23 +10,21 @@
 #include "tool/office/store.h"
 #include "zforms/platform/text/characters.h"
 
-// Long submissions. SQLite has one writer at a time, and what it writes has to reach the
-// disk; who stored 30 MB at once would hold up everybody for as long. So the texts of a
-// long submission are written before it, in steps: its fields under the number that it
-// will have, and texts that are longer than a step in rows of "pieces", with the name of
-// the field, or none for the XFDF, where the text itself is left empty. The submission
-// comes last, so that nobody sees it before it is whole; until then it stands in
-// "unfinished", and what stands there when a server starts is dropped.
+// Storing of long submissions. SQLite has one writer at a time, and must wait for the disk; storing 30 MB at once would
+// block everybody for as long. So the texts of a long submission are stored in advance, in steps: its fields under its
+// future number, and texts longer than a step in rows of "pieces", with the name of the field (none for the XFDF),
+// where the text itself is left empty. The submission itself is stored last, so that nobody sees it before it is
+// complete. Until then its number is in "unfinished"; the server removes unfinished submissions when it starts.
 namespace zforms::tool {
 namespace {
 
-// What a step writes, about.
+// The approximate number of bytes written in one step.
 constexpr size_t kStep = size_t{512} << 10;
-// Before the log is so long that SQLite itself would stop to bring it in.
+// Checkpoints before the log is so long that SQLite itself would stop writers for that.
 constexpr unsigned kStepsToCheckpoint = 4;
-// What a row takes beside its texts.
+// The size of a row beside its texts.
 constexpr size_t kRow = 100;
-// Long enough for somebody who waits for the store to get it.
+// Long enough for a waiting thread to get the store.
 constexpr std::chrono::milliseconds kPause(1);
 
 size_t SizeOf(const Submission& submission) {
@@ -40,7 +38,7 @@ int64_t KeyOf(int64_t id, bool accepted) { return accepted ? id : -id; }
 
 }  // namespace
 
-// The number that the next submission would get; the one after it gets the next.
+// Reserves the number of the next submission.
 int64_t Store::Reserve(bool accepted) {
   const std::string_view table = accepted ? "submissions" : "rejected";
   Statement& raised = Get("UPDATE sqlite_sequence SET seq = seq + 1 WHERE name = ?").Bind(table);
@@ -58,7 +56,7 @@ bool Store::Finish(int64_t id, bool accepted) {
   return Get("DELETE FROM unfinished WHERE submission = ?").Bind(static_cast<uint64_t>(KeyOf(id, accepted))).Run();
 }
 
-// One transaction of its own. Then others have their turn.
+// Runs the step in a transaction of its own, then lets other threads use the store.
 bool Store::RunStep(const std::function<bool()>& step, std::string* failure) {
   {
     const std::lock_guard lock(mutex_);
@@ -103,7 +101,7 @@ std::string Store::Stage(Submission* submission, bool accepted) {
   bool done = stage_text({}, &submission->xfdf);
   for (auto& [name, value] : submission->fields) {
     if (!done || !accepted || name.empty() || value.size() <= kStep) continue;
-    // Of several of a name the last one counts.
+    // When a name is repeated, its last field is used.
     const auto has_name = [&wanted = name](const auto& field) { return field.first == wanted; };
     const auto last = std::find_if(submission->fields.rbegin(), submission->fields.rend(), has_name);
     if (&last->second == &value) {
@@ -141,7 +139,7 @@ bool Store::DropUnfinished(int64_t key) {
          Get("DELETE FROM unfinished WHERE submission = ?").Bind(number).Run();
 }
 
-// What is left of a server that was killed.
+// Removes what a killed server has left.
 void Store::DropAllUnfinished() {
   std::vector<int64_t> keys;
   Statement& rows = Get("SELECT submission FROM unfinished");

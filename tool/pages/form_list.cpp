@@ -61,7 +61,7 @@ std::string Escaped(std::string_view text) {
   return result;
 }
 
-// The name says which form it is to those who hear the link alone.
+// Includes the form's name for users of screen readers, who hear only the link.
 std::string Label(std::string_view text, std::string_view name) {
   return Escaped(text) + "<span class=\"unseen\"> " + Escaped(name) + "</span>";
 }
@@ -70,13 +70,13 @@ std::string Link(std::string_view target, std::string_view text, std::string_vie
   return "<a class=\"" + std::string(kind) + "\" href=\"" + Escaped(target) + "\">" + Label(text, name) + "</a>";
 }
 
-// What opens a form is posted.
+// Opening a form needs POST.
 std::string Button(std::string_view target, std::string_view text, std::string_view name) {
   return "<form method=\"post\" action=\"" + Escaped(target) + "\"><button class=\"way\">" + Label(text, name) +
          "</button></form>";
 }
 
-// "2025-01-31T12:00:00.000Z" as a time that a script may say in the user's own zone.
+// A <time> element of "2025-01-31T12:00:00.000Z", which a script converts to the user's time zone.
 std::string Time(const std::string& stamp) {
   return "<time datetime=\"" + Escaped(stamp) + "\">" + Escaped(stamp.substr(0, 10)) + " " +
          Escaped(stamp.substr(11, 5)) + " UTC</time>";

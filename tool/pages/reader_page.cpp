@@ -13,7 +13,7 @@
 namespace zforms::tool {
 namespace {
 
-// Not the kind that keeps the order: it looks for a name by going through all.
+// Not ordered_json, whose lookup is linear.
 using Json = nlohmann::json;
 
 constexpr std::string_view kRoot = "/reader/";
@@ -106,7 +106,7 @@ class Session : public ZHTTPServerPageSession {
     if (status != 200) return SetStatus(status);
     SendForm(response, code, xfdf, was_saved ? ZDocument::eConsult : ZDocument::eModify);
   }
-  // What was saved of a form, be its template there or not.
+  // Sends the saved values of a form, even if its template is missing.
   void SendSaved(ZHTTPSendResponse& response) {
     ZXFDF xfdf;
     Chaine code;

@@ -10,12 +10,11 @@ namespace zforms::tool {
 
 class Office;
 
-// ReaderPage is the form in a browser: below "/reader/" it serves the files of the
-// page, and tells it what a form is and how to submit it:
+// ReaderPage shows forms in a browser. Below "/reader/" it serves the files of the page, and data about forms:
 //   POST open.json?code=CODE   opens the form, as the opening page does
-//   GET form.json?form=TOKEN   one that is out, by its session: as it was saved last
-//   GET form.json?code=CODE    to be looked at
-// The server owns it; the office outlives it.
+//   GET form.json?form=TOKEN   an open form, found by its session, as it was saved last
+//   GET form.json?code=CODE    a form for viewing only
+// The server owns it; the office must outlive it.
 class ReaderPage : public ZHTTPServerPageBase {
  public:
   // Reads the files of the folder.
@@ -24,7 +23,8 @@ class ReaderPage : public ZHTTPServerPageBase {
 
   std::unique_ptr<CSessionBase> AllocSession() override;
 
-  // Whether the page is there to style the list of forms, and whether it can show one.
+  // HasPage: the files of the page exist, so the list of forms can use its style sheet. The second: it can also show
+  // forms.
   bool HasPage() const { return Files().Find("index.html") != nullptr; }
   bool CanShowForms() const { return HasPage() && Files().Find("pdfjs/pdf.min.mjs") != nullptr; }
   const StaticFiles& Files() const { return files_; }
@@ -34,8 +34,8 @@ class ReaderPage : public ZHTTPServerPageBase {
   StaticFiles files_;
 };
 
-// What a page and all that it loads may do; no inline script, nothing from elsewhere.
-// `forms` is where its forms may be sent: "'none'" or "'self'".
+// The Content-Security-Policy of a page: no inline scripts, nothing from other origins. `forms` limits where its HTML
+// forms may be submitted: "'none'" or "'self'".
 std::string PagePolicy(const char* forms);
 
 }  // namespace zforms::tool

@@ -8,9 +8,8 @@
 
 namespace zforms::tool {
 
-// StaticFiles are the files of a folder as they were when they were read, with all
-// that sending them takes. What a request asks for is looked up here and never
-// becomes part of a path. Immutable once read, for any thread.
+// StaticFiles holds the files of a folder in memory, as they were when Read was called, with their HTTP fields. A
+// request's path is only looked up here and never used to open a file. Immutable after Read, so any thread may use it.
 class StaticFiles {
  public:
   struct File {
@@ -19,10 +18,10 @@ class StaticFiles {
     std::string entity_tag;
   };
 
-  // Reads the files of the folder and of those in it that are of a known type; links
-  // are left out. Those that cannot be read, and a folder that is not there, hold none.
+  // Reads the files of known types in the folder and its subfolders; skips links and unreadable files. A missing folder
+  // has no files.
   void Read(const std::string& folder);
-  // The file by its path in the folder, "css/page.css"; null when there is none.
+  // The file by its path relative to the folder, "css/page.css"; null when there is none.
   const File* Find(std::string_view name) const;
 
  private:
