@@ -49,7 +49,7 @@ def timed(command):
 
 
 def batch(tool, data, folder, jobs):
-    # Nothing is removed before the end: ext4 is slow to make files for some seconds after many have gone.
+    # Files are removed only at the end: ext4 creates files slowly for some seconds after many were removed.
     out = tempfile.mkdtemp(dir=folder)
     return timed([tool, "batch", SAMPLE, "--data", data, "--out", out, "--jobs", jobs])
 

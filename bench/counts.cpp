@@ -1,6 +1,5 @@
-// Runs one of the four jobs for a counter of instructions, which collects inside
-// RunJob only: "zforms_counts JOB FORM FIELDS". "zforms_counts toolchain" says what
-// the counts depend on besides the code.
+// Runs one of the four jobs for an instruction counter, which counts only inside RunJob: "zforms_counts JOB FORM
+// FIELDS". "zforms_counts toolchain" prints the versions that the counts depend on besides the code.
 
 #include <gnu/libc-version.h>
 
@@ -18,8 +17,8 @@ namespace {
 
 using zforms::bench::Library;
 
-// How often a job is run after once outside the count, which leaves the allocator
-// and the linker's tables as they stay.
+// How often a job is counted, after one run that is not counted, which brings the allocator and the linker's tables
+// into their final state.
 constexpr int kRuns = 5;
 
 std::string Toolchain() {

@@ -24,7 +24,7 @@ struct Input {
   int64_t iterations;
 };
 
-// Forms from here on are opened as often by a slow program as by a fast one.
+// A form with at least this many fields is opened a fixed number of times, even by a slow program.
 constexpr uint32_t kLargeForm = 10'000;
 constexpr int64_t kLargeFormIterations = 3;
 
@@ -38,7 +38,7 @@ Tally RunOnce(Library& library, Job job, std::string* saved) {
   return {};
 }
 
-// What the file that the library saved holds, as the library itself reads it.
+// The contents of the file that the library saved, as read by the library itself.
 Tally ReadBack(Library& library, Job job) {
   std::string saved;
   RunOnce(library, job, &saved);

@@ -10,19 +10,17 @@ class State;
 
 namespace zforms::bench {
 
-// The whole of the file; throws std::runtime_error when it cannot be read.
+// The contents of the file; throws std::runtime_error when it cannot be read.
 std::string ReadFile(const std::string& path);
 
-// Registers a benchmark "job/input" in wall time, run so often in a process, or for
-// as long as the command line says when `iterations` is 0. What is measured with the
-// large file runs once: its memory is fresh for all alike then.
+// Registers a benchmark "job/input" of wall time, run `iterations` times in a process, or for 0 as long as the command
+// line says. A benchmark of the large file runs once, because its memory is equally fresh for all libraries only then.
 void RegisterMeasure(const std::string& name, const std::function<void(benchmark::State&)>& measure,
                      int64_t iterations);
 
-// A benchmark program: registers the four jobs (see library.h) on each form in the
-// folder of inputs, "job/form-N", and all but listing on the large file, "job/big".
-// What each job came across is reported as counters; with --check also what the
-// saved file holds, read back. `add` registers more, given the folder.
+// The main function of a benchmark program: registers the four jobs (see library.h) for each form in the folder of
+// inputs, "job/form-N", and all except listing for the large file, "job/big". Reports the tallies of each job as
+// counters; with --check also those of the saved file, read back. `add` registers more benchmarks; it gets the folder.
 int RunBenchmarks(int argc, char** argv, void (*add)(const std::string& folder) = nullptr);
 
 }  // namespace zforms::bench

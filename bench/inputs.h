@@ -6,14 +6,13 @@
 
 namespace zforms::bench {
 
-// What the generated forms hold and what they are filled with, known to the maker
-// of the inputs and to every program that fills them. Fields are counted in
-// document order; of each four three are text fields and one is a check box.
-// Names are ASCII, values UTF-8.
+// The contents of the generated forms and their new values, shared by the generator of the inputs and every program
+// that fills them. Fields are counted in document order; of each four fields, three are text fields and one is a check
+// box. Names are ASCII, values UTF-8.
 constexpr uint32_t kFieldsInGroup = 100;
 constexpr uint32_t kFieldsOnPage = 50;
 constexpr uint32_t kMaxLength = 60;
-// The large file holds a form of so many fields, of which the first ones are filled.
+// The number of fields in the form of the large file, and how many of them are filled, from the first.
 constexpr uint32_t kBigFormFields = 400;
 constexpr uint32_t kBigFilledFields = 50;
 

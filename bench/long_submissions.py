@@ -92,7 +92,7 @@ class Clerk(threading.Thread):
             time.sleep(0.005)
 
     def longest(self):
-        # The one under way counts as well.
+        # Includes the request that is running.
         while not self.times:
             time.sleep(0.001)
         times, self.times = self.times, []

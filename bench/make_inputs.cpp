@@ -1,4 +1,4 @@
-// Makes the files that the benchmarks read; the same arguments always give the same bytes.
+// Generates the files that the benchmarks read; the same arguments always give the same bytes.
 
 #include <algorithm>
 #include <charconv>
@@ -80,8 +80,7 @@ class Document {
   uint32_t info_;
 };
 
-// The string object of a text whose characters are all in Latin-1, which
-// PDFDocEncoding agrees with for letters.
+// The text as a PDF string object. All its characters must be in Latin-1, which agrees with PDFDocEncoding for letters.
 std::string PDFText(std::string_view utf8) {
   std::string text = "(";
   for (size_t i = 0; i < utf8.size(); i++) {
@@ -96,7 +95,7 @@ std::string PDFText(std::string_view utf8) {
   return text + ")";
 }
 
-// A form of fields that are their own widgets, with its pages.
+// Makes a form whose fields are merged with their widgets, and its pages.
 class FormMaker {
  public:
   FormMaker(Document& document, uint32_t fields) : document_(document), fields_(fields) {
@@ -174,7 +173,7 @@ std::string Record(uint32_t i, const std::string& extra) {
          ".25] /Mark <0a1b2c3d4e5f> /Tags [/One /Two /Three] /Next null" + extra + ">>";
 }
 
-// Bytes that hold no word of PDF's but by chance.
+// Random bytes, which contain a PDF keyword only by chance.
 std::string Noise(size_t size, uint32_t seed) {
   std::string bytes(size, '\0');
   for (char& c : bytes) {
@@ -184,8 +183,8 @@ std::string Noise(size_t size, uint32_t seed) {
   return bytes;
 }
 
-// Fills the document up to `total` objects with records, `streams` of which lead to
-// a stream, and with tables of them. The entry of the catalog that leads there.
+// Fills the document up to `total` objects with records, `streams` of which refer to a stream, and with tables of the
+// records. Returns the catalog entry that refers to them.
 std::string AddArchive(Document& document, uint32_t total, uint32_t streams) {
   const uint32_t left = total - document.Count() - 2 - streams;  // without the catalog and the list of tables
   const uint32_t tables = (left + kRefsInTable) / (kRefsInTable + 1);
@@ -227,14 +226,14 @@ std::string MakeObjects(uint32_t count) {
   return document.Finish(document.Add(Catalog(kNoPages + archive)));
 }
 
-// A document of little else than one object.
+// A document that consists mainly of one object.
 std::string MakeWith(std::string_view body) {
   Document document;
   const uint32_t object = document.Add(body);
   return document.Finish(document.Add(Catalog(kNoPages + (" /Extra " + Ref(object)))));
 }
 
-// Numbers of one line.
+// Many numbers on one line.
 std::string MakeLine(uint32_t count) {
   std::string line = "[";
   for (uint32_t i = 0; i < count; i++) line += std::to_string(i % 1000) + (i % 3 == 0 ? ".5 " : " ");
@@ -247,7 +246,7 @@ std::string Repeated(std::string_view text, uint32_t count) {
   return result;
 }
 
-// The same brackets, in each other and beside each other.
+// The same number of brackets, nested and side by side.
 std::string MakeNest(uint32_t depth) { return MakeWith(Repeated("[ ", depth) + Repeated("] ", depth)); }
 std::string MakeFlat(uint32_t count) { return MakeWith("[ " + Repeated("[ ] ", count - 1) + "] "); }
 

@@ -1,4 +1,4 @@
-// The four jobs with MuPDF, whose form layer would draw what it fills: values are set in the objects.
+// The four jobs with MuPDF. Values are set in the objects, because its form functions would also draw them.
 
 #include <mupdf/fitz.h>
 #include <mupdf/pdf.h>
@@ -15,7 +15,7 @@ namespace {
 
 void Ignore(void*, const char*) {}
 
-// Bytes saved; MuPDF appends an update to what its destination already holds.
+// The bytes saved; MuPDF appends an update to the contents of its destination.
 struct Saved {
   fz_buffer* buffer;
 };
@@ -26,7 +26,7 @@ void WriteSaved(fz_context* context, void* state, const void* data, size_t size)
 
 int64_t TellSaved(fz_context*, void* state) { return static_cast<int64_t>(static_cast<Saved*>(state)->buffer->len); }
 
-// It only ever goes to the end of what it wrote, and cuts off what stands behind.
+// MuPDF only seeks to the end of its output and truncates there.
 void SeekSaved(fz_context* context, void* state, int64_t offset, int whence) {
   const bool to_end = whence == SEEK_END ? offset == 0 : whence == SEEK_SET && offset == TellSaved(context, state);
   if (!to_end) fz_throw(context, FZ_ERROR_GENERIC, "the output cannot go back");
@@ -34,7 +34,7 @@ void SeekSaved(fz_context* context, void* state, int64_t offset, int whence) {
 
 void TruncateSaved(fz_context*, void*) {}
 
-// It looks for signatures to complete in what it wrote.
+// MuPDF reads its output to complete signatures.
 fz_stream* ReadSaved(fz_context* context, void* state) {
   return fz_open_buffer(context, static_cast<Saved*>(state)->buffer);
 }
@@ -60,7 +60,7 @@ class MuPDFLibrary : public Library {
       const int count = pdf_xref_len(context_, document);
       for (int i = 1; i < count; i++) {
         const pdf_xref_entry* entry = pdf_get_xref_entry_no_null(context_, document, i);
-        const bool in_use = entry->type == 'n' || entry->type == 'o';  // 'o': in an object stream
+        const bool in_use = entry->type == 'n' || entry->type == 'o';  // 'o': compressed in an object stream
         if (in_use && pdf_cache_object(context_, document, i)->obj != nullptr) loaded++;
       }
     });
@@ -87,7 +87,7 @@ class MuPDFLibrary : public Library {
   }
 
  private:
-  // MuPDF's errors jump over C++ frames: what `work` calls owns nothing that has to be destroyed.
+  // MuPDF's errors longjmp over C++ frames, so `work` must not own anything with a destructor.
   template <class Work>
   void WithDocument(const Work& work) {
     fz_stream* stream = nullptr;

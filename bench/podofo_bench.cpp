@@ -1,4 +1,4 @@
-// The four jobs with PoDoFo; it has no full names, so they are joined on the way down.
+// The four jobs with PoDoFo. It has no full names, so they are built while walking the tree.
 
 #include <podofo/podofo.h>
 
@@ -89,7 +89,7 @@ class PoDoFoLibrary : public Library {
     return size;
   }
 
-  // Hands on the terminal fields until `work` is false.
+  // Passes the terminal fields to `work` until it returns false.
   template <class Work>
   static void ForEachField(PdfMemDocument& document, const Work& work) {
     PdfObject* form = document.GetCatalog()->GetIndirectKey("AcroForm");

@@ -1,4 +1,4 @@
-// The four jobs with qpdf, which writes no updates: what it fills it writes whole.
+// The four jobs with qpdf. It cannot write updates, so filling saves the whole file.
 
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFAcroFormDocumentHelper.hh>

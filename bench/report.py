@@ -22,13 +22,13 @@ from pathlib import Path
 import picture
 
 LIBRARIES = {"zforms": "zforms", "mupdf": "MuPDF", "qpdf": "qpdf", "podofo": "PoDoFo"}
-GOALS = {"mupdf": 2.0, "qpdf": 10.0}  # how many times the time of zforms
+GOALS = {"mupdf": 2.0, "qpdf": 10.0}  # how many times faster zforms must be
 JOBS = {"list": "open and list", "parse": "parse every object", "fill": "fill and save", "rewrite": "rewrite"}
 FORMS = (50, 1000, 20000)
 OBJECTS = (1000, 10_000, 100_000, 1_000_000)
 NUMBERS = (10_000, 100_000, 1_000_000)
 BRACKETS = 200_000
-LARGE = ("big", "objects-1000000")  # left out when it has to be quick
+LARGE = ("big", "objects-1000000")  # left out with --quick
 
 
 def make_inputs(maker, folder, quick):
@@ -277,7 +277,7 @@ def main():
         make_modern(options.inputs, options.out / "modern")
         options.inputs = options.out / "modern"
     bench = Bench(options)
-    # PoDoFo leaves cross-reference streams out of the objects.
+    # PoDoFo does not count cross-reference streams as objects.
     libraries = [library for library in bench.programs if not (options.modern and library == "podofo")]
     shared = [f"{job}/form-{n}" for job in JOBS for n in FORMS]
     shared += [] if options.modern else [f"{job}/big" for job in JOBS if job != "list"]

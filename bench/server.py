@@ -149,7 +149,7 @@ class Bench:
         script.write_text(POSTS % {"folder": self.folder, "mark": f"'{COUNT}'"}, encoding="utf-8")
         run = self.line("save, stored", wrk(f"{self.base}/zforms/xfdf/save.cgi?code={CODE}", self.options, script))
         accepted, rejected = stored(data)
-        # wrk hangs up with a request on each connection under way.
+        # At the end, wrk closes its connections, each with a request running.
         if rejected or not run[3] <= accepted <= run[3] + self.options.connections:
             sys.exit(f"{run[3]} saves were answered, {accepted} stored, {rejected} rejected")
         print(f"{'':24}{accepted:12} stored, none rejected")

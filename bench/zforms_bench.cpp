@@ -1,4 +1,4 @@
-// The four jobs with zforms, and what is measured of it alone.
+// The four jobs with zforms, and benchmarks of zforms only.
 
 #include <benchmark/benchmark.h>
 
@@ -13,7 +13,7 @@
 namespace zforms::bench {
 namespace {
 
-// What the file's bytes cost when they are copied once into fresh memory.
+// Measures copying the file's bytes once into fresh memory.
 void MeasureCopy(benchmark::State& state, const std::string& path) {
   const std::string file = ReadFile(path);
   for (auto _ : state) {

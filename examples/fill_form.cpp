@@ -1,4 +1,4 @@
-// Fills a PDF form from an XFDF file, saves it under another name, and prints what the saved file then holds:
+// Fills a PDF form from an XFDF file, saves it under another name, and prints the values of the saved file:
 //   fill_form FORM.pdf DATA.xfdf FILLED.pdf
 
 #include <iostream>
@@ -26,7 +26,7 @@ int Fill(const char* form_path, const char* data_path, const char* filled_path) 
   if (!data.LastError().empty()) return Fail(data_path, data.LastError());
 
   form.SetValues(data);
-  form.SetNeedAppearances(true);  // let the viewer draw the new values
+  form.SetNeedAppearances(true);  // viewers must draw the new values
   if (!form.Save(filled_path)) return Fail(filled_path, form.Diagnostics().Failure());
   return 0;
 }

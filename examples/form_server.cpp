@@ -1,8 +1,7 @@
-// A host with a form server: opens one form, prints each value that is saved, and stops when its input ends:
+// A host with a form server: opens one form, prints each saved value, and stops when its input ends:
 //   form_server FOLDER CODE [OPENED.xfdf]
-// FOLDER holds the form CODE.pdf. It opens in the program that the desktop has for PDF; with a third argument nothing
-// is opened, and the document that leads a reader to the form is written there. Fill the form in and press its save
-// button.
+// FOLDER contains the form CODE.pdf. Opens the form in the desktop's program for PDF. With a third argument it opens
+// nothing, and writes the XFDF document that leads a reader to the form. Fill the form in and press its save button.
 
 #include <iostream>
 #include <memory>
@@ -21,18 +20,18 @@ using zforms::ZXFDF;
 
 constexpr uint64_t kFolder = 1;
 constexpr int32_t kYear = 2025;
-// A real host makes one for each form that nobody can guess.
+// A real host makes a different token, which nobody can guess, for each form.
 constexpr char kSession[] = "4bc7f3";
 
-// On the host's thread: here the data are stored.
+// Handled on the host's thread: store the data here.
 class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
  public:
   using ZAcroFormServerSaveXFDFMessage::ZAcroFormServerSaveXFDFMessage;
   void OnIdleMessage() override {
     std::cout << (DataIsOK() ? "saved" : "refused as stale") << std::endl;
     if (!DataIsOK()) return;
-    // One walk over what may be a long document. Where storing takes long, do it on a thread of your own: this one
-    // has the next submission to take.
+    // Visits the document's values once. If storing takes long, do it on another thread: this one handles all
+    // submissions.
     XFDF().Fields().VisitValues([](std::string_view name, const ZXFDF::Field& field) {
       std::cout << "  " << name << " = " << field.ValuesAsText().View() << std::endl;
       return true;
@@ -40,11 +39,11 @@ class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
   }
 };
 
-// On one of the server's threads, for one submission.
+// Used on one of the server's threads, for one submission.
 class Session : public zforms::ZAcroFormServerXFDFHandler::CSession {
  public:
   using ZAcroFormServerXFDFSession::ZAcroFormServerXFDFSession;
-  // Spares the server the reading of a long document that CheckSession would refuse.
+  // Avoids reading a long document that CheckSession would refuse.
   bool IsWorthReading(const ZXFDF::SessionInfos* infos) override { return infos != nullptr && CheckSession(*infos); }
   bool CheckSession(const ZXFDF::SessionInfos& infos) override { return infos.Param("Example.Session") == kSession; }
   bool AcceptSave() override { return TransactionManager().IncTransactionIn(ReceivedXFDF()); }
@@ -64,15 +63,15 @@ class Handler : public zforms::ZAcroFormServerXFDFHandler {
   }
 };
 
-// On Windows this looks for a reader of version 8 or later before it starts, and asks the user; see docs/server.md.
+// On Windows, Start first looks for a reader of version 8 or later, and asks the user; see docs/server.md.
 class Server : public zforms::ZAcroFormServer {
  public:
   using ZAcroFormServer::ZAcroFormServer;
   ~Server() override { Stop(); }
 };
 
-// Hands the form over. ShowXFDF(xfdf, true) opens the document in the program for XFDF instead: the reader on Windows;
-// few desktops elsewhere have one.
+// Opens the form. ShowXFDF(xfdf, true) would open the document in the program for XFDF instead: the reader on Windows;
+// few desktops on other systems have one.
 bool Show(const Server& server, const ZXFDF& xfdf, const char* opened) {
   if (opened == nullptr) return server.ShowXFDF(xfdf, false);
   if (!xfdf.Save(opened)) return false;
@@ -101,7 +100,7 @@ int Run(const char* folder, const char* code, const char* opened) {
     return 1;
   }
 
-  // A host with a loop of its own gives SetWake what wakes that, and calls RunPending there.
+  // A host with its own event loop passes SetWake a function that wakes the loop, and calls RunPending there.
   zforms::ZIdleMessageManager& messages = server.IdleMessages();
   std::thread input([&messages] {
     while (std::cin.get() != std::char_traits<char>::eof()) continue;

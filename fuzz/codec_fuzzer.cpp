@@ -1,4 +1,5 @@
-// Any bytes as a string and as a name, at any place of a line: what is written is read back equal.
+// Takes the input as a string and as a name, at any column of a line, and checks that the written form is read back
+// equal.
 
 #include <algorithm>
 #include <cstdint>
@@ -11,7 +12,7 @@ using namespace zforms;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-  // A "#" never stays in a name that is read.
+  // A name that was read never contains "#".
   std::string name = "/" + std::string(bytes);
   std::replace(name.begin(), name.end(), '#', '_');
 

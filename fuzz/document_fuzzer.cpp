@@ -1,5 +1,5 @@
-// Any bytes as a file: what can be reached in it is written, as an update with a string of each object
-// changed and in full, and read back equal.
+// Takes the input as a file. Saves its reachable objects, as an update with one string changed in each object and in
+// full, and checks that both are read back equal.
 
 #include <cstdint>
 #include <cstdlib>

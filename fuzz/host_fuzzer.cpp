@@ -18,7 +18,7 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-// Every named line is found, and gives the document a field; the second time nothing changes.
+// Checks that every named line is found and gives the document a field, and that the second run changes nothing.
 void TakeAsMaps(const Chaine& text) {
   zforms::ZIniFile file;
   file.FromChaine(text);
@@ -42,10 +42,10 @@ void TakeAsMaps(const Chaine& text) {
   }
 }
 
-// XML holds no other control characters.
+// XML allows no other control characters.
 bool IsPlain(char c) { return static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n' || c == '\r'; }
 
-// Whatever stood in the field, a parameter that is set comes back, the next time too.
+// Checks that a parameter that is set can be read back, repeatedly, whatever the field contained before.
 void TakeAsSession(const Chaine& text) {
   const bool plain = std::all_of(text.begin(), text.end(), IsPlain) && zforms::IsValidUTF8(text);
   ZXFDF xfdf;

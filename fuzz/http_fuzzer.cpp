@@ -29,7 +29,7 @@ struct Outcome {
   std::string request;
 };
 
-// Shows the bytes as a connection would, in pieces of the size.
+// Passes the bytes to the reader in pieces of the size, as a connection would.
 Outcome Read(std::string_view bytes, size_t piece) {
   const zforms::sHTTPServerLimits limits = Limits();
   HTTPRequestReader reader(limits, kPort);
@@ -39,7 +39,7 @@ Outcome Read(std::string_view bytes, size_t piece) {
     shown = std::min(shown + piece, bytes.size());
     outcome.taken += reader.Take(bytes.substr(outcome.taken, shown - outcome.taken));
     if (outcome.taken > shown || reader.BodySize() > limits.body_bytes) std::abort();
-    // What is left over is bounded, so a connection's buffer is.
+    // The bytes that are not taken are bounded, because a connection's buffer is.
     if (reader.GetState() < State::eComplete && shown - outcome.taken > limits.header_bytes) std::abort();
   }
   outcome.status = reader.Verdict().status;
@@ -47,7 +47,7 @@ Outcome Read(std::string_view bytes, size_t piece) {
   if (outcome.complete == (outcome.status != 0) && reader.GetState() >= State::eComplete) std::abort();
   if (!outcome.complete) return outcome;
   const zforms::ZHTTPReadRequest request = reader.TakeRequest();
-  // What is let in names this server, in one way only.
+  // An accepted request names this server, and only once.
   if (request.Header().CountOf("Host") != 1 || !zforms::IsOwnAuthority(request.Host(), kPort)) std::abort();
   if (!request.URL().Server().IsEmpty() || !request.URL().Path().View().starts_with('/')) std::abort();
   outcome.request = (request.Method() + " " + request.URL().AsChaine()).ToString();
@@ -62,14 +62,13 @@ Outcome Read(std::string_view bytes, size_t piece) {
 
 }  // namespace
 
-// A request is the same in whatever pieces it comes: complete, with the same bytes
-// taken, or refused.
+// A request gives the same result in pieces of any size: complete, with the same number of bytes taken, or refused.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   const Outcome whole = Read(bytes, size + 1);
   for (const size_t piece : {size_t{1}, size_t{5}}) {
     const Outcome pieces = Read(bytes, piece);
-    // Lines at the limit pass when they come in one piece; a connection's buffer bounds those.
+    // Lines at the limit are accepted only in one piece, which a connection's buffer bounds.
     if (whole.status == 431 || pieces.status == 431) continue;
     if (whole.complete != pieces.complete) std::abort();
     if (whole.complete && (whole.taken != pieces.taken || whole.request != pieces.request)) std::abort();

@@ -1,5 +1,5 @@
-// Any bytes as one object: what is written of it is read back whole and written the same. Only damage
-// can leave a keyword in a tree that holds "obj", which ends an object early when it is read again.
+// Takes the input as one object, and checks that its written form is read back completely and written the same. Only
+// damaged text can leave a keyword that contains "obj", which would end the object early when read again.
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,7 @@
-// Any bytes as one object, read forward as the objects of a document are, and from its end as a single node is.
-// Where reading forward finds nothing odd, and no backslash, "#", NUL or comment stands in the text, both give
-// the same tree and use up the same bytes. What is made of any text is written and read forward as the same.
+// Takes the input as one object, and reads it forward, as the objects of a document are read, and from its end, as a
+// single node is read. When reading forward reports no fault, and the text contains no backslash, "#", NUL or comment,
+// both must give the same tree and use the same bytes. For any text, the written tree must be read forward as the same
+// tree.
 
 #include <cstdint>
 #include <cstdlib>
@@ -24,7 +25,7 @@ struct Outcome {
   bool operator==(const Outcome&) const = default;
 };
 
-// From the end without a pool.
+// Reading from the end uses no pool.
 Outcome Read(const Chaine& text, ZPDFNodePool* pool, const ZPDFEncryption* encryption) {
   ZDiagnostics diagnostics;
   ZPDFTokenizedString tokens{text};
@@ -33,7 +34,7 @@ Outcome Read(const Chaine& text, ZPDFNodePool* pool, const ZPDFEncryption* encry
   const NodePtr object(ZPDFNodeIndirectObject::BuildFrom(tokens, nullptr, encryption));
   Outcome outcome{"", Written(*object, nullptr), tokens.GetLength(), ""};
   for (size_t i = 0; i < object->Size(); i++) outcome.tree += Dump(object->GetDirectAt(i));
-  // Asking for entries has made nodes of them, which are written the same.
+  // Reading the entries has made nodes of them, which must be written the same.
   if (Written(*object, nullptr) != outcome.written || object->IsModified()) std::abort();
   for (const ZDiagnostics::Warning& warning : diagnostics.Warnings()) outcome.said += ZDiagnostics::Describe(warning);
   return outcome;

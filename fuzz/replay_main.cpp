@@ -1,5 +1,5 @@
-// Runs every file of the given folders through the fuzz target that it is linked with, so that the
-// corpora are ordinary tests in builds without libFuzzer.
+// Runs every file of the given folders through the fuzz target that it is linked with, so that the corpora are ordinary
+// tests in builds without libFuzzer.
 
 #include <algorithm>
 #include <cstddef>
@@ -29,7 +29,7 @@ std::vector<fs::path> FilesOf(const fs::path& folder) {
 
 bool Replay(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
-  // A block of exactly the input's size: the sanitizers see a read past its end.
+  // A buffer of exactly the input's size, so that the sanitizers detect a read past its end.
   std::vector<uint8_t> input{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   input.shrink_to_fit();
   if (file.bad() || !file.is_open()) return false;
@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
   size_t runs = 0;
   for (int i = 1; i < argc; i++) {
     for (const fs::path& path : FilesOf(argv[i])) {
-      // Said before the run, so that a crash names its input.
+      // Printed before the run, so that a crash can be assigned to its input.
       std::printf("%s\n", path.string().c_str());
       std::fflush(stdout);
       if (!Replay(path)) {

@@ -33,7 +33,7 @@ inline ZPDFNodeString* FirstString(ZPDFNode* root) {
 inline ZPDFObjectMap Used(const ZPDFParser& parser) {
   ZPDFObjectMap map;
   parser.GetUsedObjects(map);
-  // A section written as a stream takes the number of an object that is not there.
+  // A section written as a stream may take the number of a missing object.
   std::erase_if(map, [](const auto& item) {
     const auto* stream = NodeCast<ZPDFNodeStream>(item.second->GetDirectAt(0));
     return stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef";
@@ -41,7 +41,7 @@ inline ZPDFObjectMap Used(const ZPDFParser& parser) {
   return map;
 }
 
-// Every object of the texts is there and writes that text.
+// Checks that every object of the texts exists and writes that text.
 inline void ExpectReadBack(const Chaine& bytes, const Texts& texts, const ZPDFParser& written) {
   ZPDFParser parser;
   if (!parser.ReadFromRaw(bytes, written.UserPassword())) std::abort();
@@ -69,16 +69,16 @@ inline Chaine Updated(const ZPDFParser& parser) {
   return updated;
 }
 
-// What can be reached in the document is written, as an update with a string of each
-// object changed and in full, and read back equal; else the program ends.
+// Saves the reachable objects of the document, as an update with one string changed in each object and in full, and
+// checks that both are read back equal; otherwise aborts.
 inline void RoundTrip(ZPDFParser& parser) {
-  // What the key is made of stays as it is.
+  // The objects that the encryption key depends on are not changed.
   ZPDFObjectMap fixed;
   for (const char* key : {"/Encrypt", "/ID"}) {
     if (const ZPDFNode* value = parser.TrailerDico()->GetDirect(key)) value->GetReferencedObjects(fixed);
   }
   const ZPDFObjectMap used_objects = Used(parser);
-  // A damaged object may reach beyond the end of the file; it is written whether changed or not.
+  // A damaged object may reach beyond the end of the file; it is written even if it was not changed.
   std::set<uint32_t> damaged;
   for (const ZDiagnosticsWarning& warning : parser.Diagnostics().Warnings()) damaged.insert(warning.object_number);
   Texts texts;
@@ -91,7 +91,7 @@ inline void RoundTrip(ZPDFParser& parser) {
     texts[id] = Written(*object);
   }
   const ZPDFParser copy(parser);
-  // What was recovered is written anew alone.
+  // A recovered document is only saved in full.
   if (!parser.IsRecovered()) ExpectReadBack(Updated(copy), texts, parser);
 
   ZPDFSaver saver(nullptr);

@@ -1,8 +1,8 @@
-// The two kinds of streams that tell where objects are, and the scan that does without them. The first
-// character of the input says how the rest is taken: "0" to "3" as the entries of a cross-reference stream's
-// dictionary, a line, those of an object stream's, a line, and the data of both, with a line "--" between
-// them, of which the cross-reference stream's (1) and the object stream's (2) are deflated; any other as a
-// file to be recovered. What is found is written and read back equal.
+// Tests cross-reference streams, object streams, and the recovery that works without them. The first character of the
+// input selects its format. "0" to "3": one line with dictionary entries of a cross-reference stream, one line with
+// those of an object stream, then the data of both, separated by a line "--"; 1 and 2 are flags for compressing the
+// data of the cross-reference stream and of the object stream. Any other character: a file to be recovered. The objects
+// found must be read back equal after saving.
 
 #include <cstdint>
 #include <cstdlib>
@@ -15,7 +15,7 @@ using namespace zforms;
 
 namespace {
 
-// The text up to the mark, removed with it.
+// Returns the text before the mark and removes both.
 std::string_view TakeUpTo(std::string_view mark, std::string_view* text) {
   const size_t at = std::min(text->find(mark), text->size());
   const std::string_view taken = text->substr(0, at);
@@ -23,7 +23,7 @@ std::string_view TakeUpTo(std::string_view mark, std::string_view* text) {
   return taken;
 }
 
-// Object 1 stands at 15, object stream 5 at 48, both wherever the records say.
+// Object 1 is at offset 15 and object stream 5 at offset 48, whatever the records say.
 Chaine FileOf(int kind, std::string_view input) {
   const std::string section_entries(TakeUpTo("\n", &input));
   const std::string entries(TakeUpTo("\n", &input));

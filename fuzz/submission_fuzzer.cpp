@@ -1,4 +1,4 @@
-// The body of a submission: whatever it is, it is refused, or comes to one message and a form that can be read.
+// Takes the input as the body of a submission. It must be refused, or lead to one message and a form that can be read.
 
 #include <cstdint>
 #include <cstdlib>
@@ -63,7 +63,7 @@ class Handler : public zforms::ZAcroFormServerXFDFHandler {
   std::unique_ptr<CSessionBase> AllocSession() override { return std::make_unique<Session>(this, kFolder, kYear); }
 };
 
-// A host whose server is never started: requests are handed to its sessions.
+// A host whose server is never started: requests are passed to its sessions directly.
 class Host {
  public:
   Host() {

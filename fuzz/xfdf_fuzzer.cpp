@@ -7,7 +7,7 @@
 using zforms::Chaine;
 using zforms::ZXFDF;
 
-// What is written is read back: the same text, names and values again.
+// Checks that a written document is read back with the same text, names and values.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ZXFDF first;
   first.FromChaine(Chaine(reinterpret_cast<const char*>(data), size));

@@ -1,4 +1,4 @@
-// Keeps what is typed into a form and not saved, and gives it back.
+// Saves drafts of a form in the browser (values that were typed but not saved) and restores them.
 
 import { forget, forgetDraft, recall, recallDrafts, remember } from "./drafts.js";
 
@@ -8,21 +8,21 @@ import { forget, forgetDraft, recall, recallDrafts, remember } from "./drafts.js
 const DELAY = 300;
 
 export class Drafter {
-  /** @type {import("./drafts.js").Draft[]} what was kept before and is offered, until that is answered */
+  /** @type {import("./drafts.js").Draft[]} earlier drafts, offered to the user until he restores or discards them */
   #drafts = [];
-  /** @type {Values} what they say, the newest of each field */
+  /** @type {Values} their values, the newest of each field */
   #offered = new Map();
   #timer = 0;
   #form;
   #about;
-  /** A draft of its own, whatever else shows the form. */
+  /** The key of this view's own draft; other views of the form have other keys. */
   #view = crypto.randomUUID();
-  /** Called when the browser keeps nothing. */
+  /** Called when the browser cannot store the draft. */
   onFailure = () => {};
 
-  /**
-   * Without a session, of a form that cannot be submitted, nothing is kept. `more` is offered with what was kept, though
-   * it may not be kept itself.
+  /** 
+   * Without a session (for a form that cannot be submitted) no draft is saved. `more` is offered together with the
+   * earlier drafts; it may contain values that are never saved in drafts.
    */
   constructor(/** @type {string | undefined} */ form, /** @type {{code: string, title: string}} */ about,
     /** @type {FormModel} */ model, /** @type {Values} */ more = new Map()) {
@@ -35,28 +35,28 @@ export class Drafter {
       for (const [name, values] of Object.entries(memory.values)) this.#offered.set(name, values);
     }
     for (const [name, values] of more) this.#offered.set(name, values);
-    // What a save that was under way has stored after all is no draft.
+    // If a pending save has stored all these values after all, there is nothing to offer.
     if (![...this.#offered].some(([name, values]) => !model.get(name) || model.differs(name, values))) this.#close();
   }
 
-  /** When the newest of what is offered was typed. */
+  /** When the newest of the offered values was typed. */
   get when() {
     return this.#drafts.at(-1)?.memory.when ?? Date.now();
   }
 
-  /** Whether there is something to give back that the form does not say. */
+  /** True when an offered value differs from the form's. */
   get hasOffer() {
     return [...this.#offered].some(([name, values]) => this.model.differs(name, values));
   }
 
-  /** The offer is answered. */
+  /** Ends the offer and deletes the earlier drafts. */
   #close() {
     this.#drafts.forEach(forgetDraft);
     this.#drafts = [];
     this.#offered.clear();
   }
 
-  /** Puts what was kept into the model; it stays kept all the while. */
+  /** Puts the offered values into the model; a draft of them exists all the time. */
   restore(/** @type {FormModel} */ model) {
     this.model = model;
     for (const [name, values] of this.#offered) model.set(name, values);
@@ -66,17 +66,17 @@ export class Drafter {
 
   discard() {
     this.#close();
-    // It was refused because something else was saved.
+    // The save was refused because another view had saved; discarding the draft settles that.
     if (recall(this.#form ?? "")?.state === "refused") this.mark("saved");
   }
 
-  /** Keeps it soon; typing is not held up. */
+  /** Saves the draft after a short delay, so that typing is not slowed down. */
   touch() {
     clearTimeout(this.#timer);
     this.#timer = setTimeout(() => this.keep(), DELAY);
   }
 
-  /** Keeps what was typed and is not saved; false when the browser does not. What is offered is kept apart. */
+  /** Saves the unsaved values as this view's draft; false when the browser cannot. The offered drafts are not changed. */
   keep() {
     clearTimeout(this.#timer);
     if (!this.#form) return false;
@@ -90,12 +90,12 @@ export class Drafter {
     return kept;
   }
 
-  /** Keeps how the form stands. */
+  /** Stores the state of the form. */
   mark(/** @type {"saved" | "refused"} */ state) {
     if (this.#form) remember({ form: this.#form, ...this.#about, when: Date.now(), state });
   }
 
-  /** The model is settled, as it was saved. What is offered and not answered stays. */
+  /** Call it after a save, when the model is settled. An offer that the user has not answered is kept. */
   settle() {
     if (!this.#offered.size) this.#close();
     this.mark("saved");

@@ -1,6 +1,6 @@
-// What this browser remembers of the forms that it opened: how they stand, and what was typed and not saved. It is kept
-// per origin by the browser, and per form by the session that nobody else knows. Each view of a form keeps a draft of its
-// own: two tabs that show one form do not write over each other.
+// Stores in the browser, for each form it has opened, the form's state and drafts of values that were typed but not
+// saved. The browser stores them by origin, and this module by the form's session, which nobody else knows. Each view
+// of a form has its own draft, so two tabs with the same form do not overwrite each other's.
 
 /**
  * @typedef {object} Memory
@@ -33,7 +33,7 @@ function parse(/** @type {string | null} */ text) {
   }
 }
 
-/** How the form stands; null when nothing is known of it, or the browser keeps nothing. */
+/** The state of the form; null when it is unknown, or the browser stores nothing. */
 export function recall(/** @type {string} */ form) {
   try {
     return parse(localStorage.getItem(keyOf(form, "")));
@@ -42,7 +42,7 @@ export function recall(/** @type {string} */ form) {
   }
 }
 
-/** Keeps how the form stands, or with a view the draft of that; false when the browser keeps nothing, or no more. */
+/** Stores the state of the form, or with a view that view's draft; false when the browser cannot store it. */
 export function remember(/** @type {Memory} */ memory, view = "") {
   try {
     localStorage.setItem(keyOf(memory.form, view), JSON.stringify(memory));
@@ -56,20 +56,20 @@ export function forget(/** @type {string} */ form, view = "") {
   try {
     localStorage.removeItem(keyOf(form, view));
   } catch {
-    // It kept nothing.
+    // Nothing was stored.
   }
 }
 
-/** Forgets the draft unless it has changed since. */
+/** Deletes the draft unless it has changed since it was read. */
 export function forgetDraft(/** @type {Draft} */ { key, text }) {
   try {
     if (localStorage.getItem(key) === text) localStorage.removeItem(key);
   } catch {
-    // It kept nothing.
+    // Nothing was stored.
   }
 }
 
-/** The drafts of the form, from whichever view, the oldest first. */
+/** The drafts of the form from all views, the oldest first. */
 export function recallDrafts(/** @type {string} */ form) {
   /** @type {Draft[]} */
   const drafts = [];
@@ -80,12 +80,12 @@ export function recallDrafts(/** @type {string} */ form) {
       if (text && memory?.form === form && memory.values) drafts.push(/** @type {Draft} */ ({ key, text, memory }));
     }
   } catch {
-    // It keeps nothing.
+    // The browser stores nothing.
   }
   return drafts.sort((a, b) => a.memory.when - b.memory.when);
 }
 
-/** What is known of the form, in one: that it was refused says more than that there is a draft. */
+/** Summarizes what is known of the form: the state "refused" takes precedence over "draft". */
 function inOne(/** @type {Memory[]} */ memories) {
   const draft = memories.find(({ values, state }) => values && state === "draft");
   const standing = memories.find(({ values }) => !values) ?? memories[0];
@@ -93,7 +93,7 @@ function inOne(/** @type {Memory[]} */ memories) {
   return { ...draft, state: standing.state === "refused" ? standing.state : draft.state };
 }
 
-/** All forms that are remembered, the newest first; what is too old is forgotten. */
+/** All forms that are stored, the newest first; entries that are too old are deleted. */
 export function recallAll() {
   /** @type {Map<string, Memory[]>} */
   const forms = new Map();
@@ -104,7 +104,7 @@ export function recallAll() {
       else forms.set(memory.form, [...(forms.get(memory.form) ?? []), memory]);
     }
   } catch {
-    // It keeps nothing.
+    // The browser stores nothing.
   }
   const newestFirst = (/** @type {Memory} */ a, /** @type {Memory} */ b) => b.when - a.when;
   return [...forms.values()].map((memories) => inOne(memories.sort(newestFirst))).sort(newestFirst);

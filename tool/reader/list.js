@@ -1,4 +1,4 @@
-// The list of forms: times as the user writes them, what this browser remembers, and a search where there are many.
+// The list of forms: times in the user's format, the states stored in this browser, and a search field for long lists.
 
 import { recallAll } from "./drafts.js";
 import { localeOf } from "./texts.js";
@@ -20,7 +20,7 @@ function sayTimes() {
   for (const time of document.querySelectorAll("time")) time.textContent = style.format(new Date(time.dateTime));
 }
 
-/** What was typed or saved in this browser can be gone on with. */
+/** Offers to continue forms that were typed into or saved in this browser. */
 function addOwn() {
   if (!document.querySelector("a.main")) return;
   for (const item of items) {

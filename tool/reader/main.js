@@ -1,4 +1,4 @@
-// The page: opens a form, lets it be filled in, submits it, and shows it as it comes back.
+// The page: opens a form, submits what the user fills in, and shows the form that comes back.
 
 import { Drafter } from "./drafter.js";
 import { forget, forgetDraft, recallAll, recallDrafts, remember } from "./drafts.js";
@@ -15,22 +15,22 @@ import { Zoom } from "./zoom.js";
 /** @typedef {"modify" | "consult" | "readonly"} Mode */
 /** @typedef {import("./pdf_form.js").PDFForm} PDFForm */
 
-/** The large part, which takes its time while the form is asked for. */
+/** The large module, which loads while the form is requested. */
 const pdfForm = import("./pdf_form.js");
 
 const byId = (/** @type {string} */ id) => /** @type {HTMLElement} */ (document.getElementById(id));
 
-/** The address of the page without what stands for this form: the fragment, which goes to no server. */
+/** The address of the page without the fragment, which has the form's session and is never sent to a server. */
 const fragment = () => new URLSearchParams(location.hash.slice(1));
 
-/** The status that the server answered with, 0 without an answer; -1 for a fault of another kind, which is reported. */
+/** The server's status, 0 without an answer; -1 for an error of another kind, which is reported. */
 function statusOf(/** @type {unknown} */ error) {
   if (error instanceof Refusal) return error.status;
   console.error(error);
   return -1;
 }
 
-/** The server's own field, by which it knows the form again. */
+/** The reserved field by which the server recognizes the form. */
 const SESSION = "ZOR.SessionID";
 
 class Reader {
@@ -78,13 +78,13 @@ class Reader {
     return drafter;
   }
 
-  /** Shows the form as the server has it, and offers what was typed and not saved. */
+  /** Shows the form as the server has it, and offers to restore unsaved values. */
   async start(/** @type {FormInfo} */ info, /** @type {Mode} */ mode) {
     const pdf = await fetchPDF(inMode(info.pdf, mode));
     const [typed, before] = [this.#model, this.#drafter];
     this.#info = info;
     await this.#show(pdf, mode, info.values);
-    // The one before has what was typed until now; only the screen keeps a password.
+    // The previous drafter saves what was typed until now; passwords are taken over from the screen only.
     before.keep();
     this.#drafter = this.#makeDrafter(typed.secrets());
     this.#drafter.keep();
@@ -92,7 +92,7 @@ class Reader {
     this.#showOffer();
   }
 
-  /** What was kept can be taken back until that is answered, whatever else is told. */
+  /** Offers to restore the draft until the user answers, whatever other notices appear. */
   #showOffer() {
     if (!this.#drafter.hasOffer) return offer("");
     offer(texts.draft(timeText(new Date(this.#drafter.when), true)), [
@@ -106,7 +106,7 @@ class Reader {
     await this.#alone(async () => {
       try {
         if (this.#mode !== "modify") {
-          // What was saved meanwhile stays under it.
+          // Values that were saved meanwhile are kept below the restored ones.
           this.#info = await resumeForm(this.#info.form ?? "");
           await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
         }
@@ -131,7 +131,7 @@ class Reader {
 
   // --- showing ---
 
-  /** Shows the form in the mode; `values` are what was saved of it, null when it is as in its file. */
+  /** Shows the form in the mode; `values` are its saved values, null for the values of the file. */
   async #show(/** @type {Uint8Array} */ pdf, /** @type {Mode} */ mode, /** @type {Record<string, string[]> | null} */ values) {
     const { PDFForm } = await pdfForm;
     const form = await PDFForm.open(pdf);
@@ -192,11 +192,11 @@ class Reader {
   #onLeave(/** @type {BeforeUnloadEvent} */ event) {
     if (!this.#model.isDirty) return;
     event.preventDefault();
-    // Older browsers ask only so.
+    // Older browsers need this to ask.
     event.returnValue = "";
   }
 
-  /** The submit button of the mode; a form may show it more than once. */
+  /** The submit button for the mode; a form may show it more than once. */
   #mainButton() {
     const does = { modify: "save", consult: "modify", readonly: "" }[this.#mode];
     return this.#info.buttons.find((button) => button.does === does);
@@ -229,7 +229,7 @@ class Reader {
     return false;
   }
 
-  /** Takes the marks off that were put on what was missing. */
+  /** Removes the marks from missing fields. */
   #showWhatIsFilled() {
     const marked = /** @type {NodeListOf<HTMLElement>} */ (byId("pages").querySelectorAll("[aria-invalid]"));
     if (!marked.length) return;
@@ -258,7 +258,7 @@ class Reader {
     });
   }
 
-  /** Does one thing at a time: until it is done nothing can be typed or pressed. */
+  /** Runs one action at a time: until it ends, the user can type and press nothing. */
   async #alone(/** @type {() => Promise<void>} */ work) {
     if (this.#busy) return;
     const focused = /** @type {HTMLElement | null} */ (document.activeElement);
@@ -267,11 +267,11 @@ class Reader {
     await work();
     this.#setBusy(false);
     if (focused?.isConnected && !focused.hidden) focused.focus();
-    // The form was shown anew.
+    // The form was displayed again meanwhile.
     else if (name) this.#inputs(name).at(place)?.focus();
   }
 
-  /** The inputs of the field, in their order. */
+  /** The inputs of the field, in order. */
   #inputs(/** @type {string | undefined} */ name) {
     this.#view?.ensureLayers();
     const inputs = /** @type {HTMLElement[]} */ ([...byId("pages").querySelectorAll("[data-name]")]);
@@ -289,7 +289,7 @@ class Reader {
     /** @type {[string, string[]][]} */ fields) {
     const isSave = button.does === "save";
     if (isSave && mode !== "consult") return (await this.#isStored(fields)) ? this.#showStored(fields) : this.#onStale();
-    // From here on it is stored, whatever becomes of the page.
+    // Now the values are stored, even if the page fails later.
     if (isSave) this.#settle(fields);
     try {
       await this.#showAnswer(pdf, /** @type {Mode} */ (mode), fields);
@@ -319,7 +319,7 @@ class Reader {
     this.#drafter.settle();
   }
 
-  /** Whether what was sent is what was saved last: the answer to it may have been lost. */
+  /** True when the sent values are those saved last: the answer to that save may have been lost. */
   async #isStored(/** @type {[string, string[]][]} */ fields) {
     const saved = new Map(Object.entries(await fetchSaved(this.#info.form ?? "").catch(() => ({}))));
     const isOwn = (/** @type {import("./model.js").Field | undefined} */ field) => field?.visible && !field.readOnly;
@@ -384,7 +384,7 @@ function label() {
   byId("fit").title = texts.fit;
 }
 
-/** A new form in place of one that the server has forgotten, with what was typed into that. */
+/** Opens a new form in place of one that the server no longer knows, with the values typed into that one. */
 async function openAnew(/** @type {string} */ code, /** @type {string} */ old) {
   const info = await openForm(code);
   for (const draft of recallDrafts(old)) {

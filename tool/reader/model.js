@@ -1,4 +1,4 @@
-// What the fields of a form say: the one place where values live, whatever of the form is on the screen.
+// The values of a form's fields. This is the only place where they are stored, independent of what is displayed.
 
 /**
  * A field by its full name; several widgets may show it.
@@ -24,10 +24,10 @@ const WITH_NO_VALUE = 2;
 
 const same = (/** @type {string[]} */ a, /** @type {string[]} */ b) =>
   a.length === b.length && a.every((value, i) => value === b[i]);
-/** Nothing and an empty text are the same to who looks at it. */
+/** No value and an empty text look the same to the user. */
 const shown = (/** @type {string[]} */ values) => values.filter((value) => value !== "" && value !== "Off");
 
-/** Whether the action is about the field; a listed one stands for all below it. */
+/** True when the action includes the field; a listed field includes all fields below it. */
 export function isMeant(/** @type {{flags: number, fields: string[]}} */ { flags, fields }, /** @type {string} */ name) {
   const isListed = fields.some((one) => name === one || name.startsWith(`${one}.`));
   return !fields.length || isListed !== Boolean(flags & EXCLUDE);
@@ -38,14 +38,14 @@ export class FormModel {
   #fields = new Map();
   /** @type {Map<string, Set<() => void>>} */
   #watchers = new Map();
-  /** @type {Set<Field>} those that are not as they came */
+  /** @type {Set<Field>} the fields with changed values */
   #changed = new Set();
-  /** @type {{flags: number, fields: string[]} | null} what a save sends; the rest is kept in the browser alone */
+  /** @type {{flags: number, fields: string[]} | null} the button that determines what a save sends; other values stay in the browser */
   button = null;
   /** Called after each change by the user. */
   onChange = () => {};
 
-  /** Takes the field in; of one that is there only what its other widgets add. */
+  /** Adds the field; if it exists already, adds only what this widget contributes. */
   add(/** @type {Field} */ field) {
     const known = this.#fields.get(field.name);
     if (!known) {
@@ -68,7 +68,7 @@ export class FormModel {
     return this.#fields.get(name)?.values ?? [];
   }
 
-  /** The function is called whenever the field's values change, by whatever. */
+  /** Calls the function whenever the field's values change, for any reason. */
   watch(/** @type {string} */ name, /** @type {() => void} */ watcher) {
     let watchers = this.#watchers.get(name);
     if (!watchers) this.#watchers.set(name, (watchers = new Set()));
@@ -82,7 +82,7 @@ export class FormModel {
     for (const watcher of this.#watchers.get(field.name) ?? []) watcher();
   }
 
-  /** What the user does. */
+  /** Sets values by an action of the user. */
   set(/** @type {string} */ name, /** @type {string[]} */ values, nth = 0) {
     const field = this.#fields.get(name);
     if (!field || field.readOnly || (same(field.values, values) && nth === (field.nth ?? 0))) return;
@@ -91,7 +91,7 @@ export class FormModel {
     this.onChange();
   }
 
-  /** What the form comes with, beside what its file says. */
+  /** Sets the values that the form has beside those of its file. */
   load(/** @type {Record<string, string[]>} */ values) {
     for (const [name, texts] of Object.entries(values)) {
       const field = this.#fields.get(name);
@@ -104,7 +104,7 @@ export class FormModel {
     }
   }
 
-  /** What the file says of its buttons, and of the fields that no page shows: the truth, whatever they look like. */
+  /** Sets the values that the file has for buttons, whatever they look like, and for fields that no page shows. */
   take(/** @type {Record<string, string[]>} */ own) {
     for (const [name, values] of Object.entries(own)) {
       const field = this.#fields.get(name);
@@ -115,7 +115,7 @@ export class FormModel {
     }
   }
 
-  /** What was typed that no save sends, into the model of the form shown anew. */
+  /** Copies values that a save does not send into the model of the form displayed next. */
   carry(/** @type {FormModel} */ from) {
     for (const { name, values } of from.#changed) {
       const field = this.#fields.get(name);
@@ -123,20 +123,20 @@ export class FormModel {
     }
   }
 
-  /** Sets the named fields, all without names, to their defaults. */
+  /** Sets the fields for which the function returns true to their defaults. */
   reset(/** @type {(name: string) => boolean} */ isMeant) {
     for (const field of this.#fields.values()) {
       if (isMeant(field.name)) this.set(field.name, field.defaults);
     }
   }
 
-  /** Whether these values are others than the field's; not for one that is not there. */
+  /** True when these values differ from the field's; false for an unknown field. */
   differs(/** @type {string} */ name, /** @type {string[]} */ values) {
     const field = this.#fields.get(name);
     return field !== undefined && !same(shown(field.values), shown(values));
   }
 
-  /** What was sent is what is stored. */
+  /** Marks the sent values as stored. */
   settle(/** @type {Set<string>} */ sent) {
     for (const field of this.#changed) {
       if (!sent.has(field.name)) continue;
@@ -149,18 +149,18 @@ export class FormModel {
     return !noExport && (!this.button || isMeant(this.button, name));
   }
 
-  /** Whether there is something to save. */
+  /** True when there are changes to save. */
   get isDirty() {
     return [...this.#changed].some((field) => this.#isSent(field));
   }
 
-  /** Whether something was typed that no save sends. */
+  /** True when there are changes that a save does not send. */
   get hasUnsent() {
     return [...this.#changed].some((field) => !this.#isSent(field));
   }
 
-  /**
-   * What a draft keeps.
+  /** 
+   * The changes that a draft contains.
    * @returns {Record<string, string[]>}
    */
   changes() {
@@ -168,20 +168,20 @@ export class FormModel {
     return Object.fromEntries(kept.map(({ name, values }) => [name, values]));
   }
 
-  /** What was typed and no draft keeps. */
+  /** The changes that no draft contains (passwords). */
   secrets() {
     const secret = [...this.#changed].filter((field) => field.secret);
     return new Map(secret.map(({ name, values }) => [name, values]));
   }
 
-  /** Fields that have to have a value and have none: those that can be filled in, and are sent. */
+  /** Required fields without a value that can be filled in and are sent. */
   missing() {
     return [...this.#fields.values()].filter(
       (field) => field.required && field.visible && this.#isSent(field) && !field.readOnly && !shown(field.values).length);
   }
 
-  /**
-   * What a button submits, in the order of the form.
+  /** 
+   * The fields that a button submits, in the order of the form.
    * @param {{flags: number, fields: string[]}} button
    * @returns {[string, string[]][]}
    */

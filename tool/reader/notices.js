@@ -1,4 +1,5 @@
-// What the page tells the user: news quietly, trouble at once, each with what can be done about it.
+// The notices of the page: information politely, errors assertively (for screen readers), each with buttons for what
+// the user can do.
 
 import { make } from "./widgets.js";
 
@@ -17,7 +18,7 @@ function show(/** @type {string} */ id, /** @type {string} */ text, /** @type {A
   place.replaceChildren(make("p", { textContent: text }), ...buttons);
 }
 
-/** In place of the news before; trouble that is over goes. */
+/** Replaces the previous information and removes the error. */
 export function tell(/** @type {string} */ text, /** @type {Action[]} */ actions = []) {
   show("trouble", "", []);
   show("news", text, actions);
@@ -28,7 +29,7 @@ export function warn(/** @type {string} */ text, /** @type {Action[]} */ actions
   show("trouble", text, actions);
 }
 
-/** In a place of its own, where nothing that is told takes it away; no text ends it. */
+/** Shows an offer in its own place, where other notices do not replace it; an empty text removes it. */
 export function offer(/** @type {string} */ text, /** @type {Action[]} */ actions = []) {
   show("offer", text, actions);
 }

@@ -1,4 +1,5 @@
-// The pages of a form on the screen: drawn when they come near, their fields over them.
+// Displays the pages of a form: they are drawn when they come near the visible part, with the inputs of their fields
+// above.
 
 import { Layer, make } from "./widgets.js";
 import { texts } from "./texts.js";
@@ -6,7 +7,7 @@ import { texts } from "./texts.js";
 /** @typedef {import("./pdf_form.js").PDFForm} PDFForm */
 /** @typedef {import("./pdf_form.js").PDFPage} PDFPage */
 
-/** No canvas gets more than these points, whatever the zoom. */
+/** The most pixels of a canvas, at any zoom. */
 const MAX_AREA = 16_000_000;
 const NEAR = "100% 0px";
 const SETTLED = 150;
@@ -43,7 +44,7 @@ class PageView {
     this.element.append(this.#layer.element);
   }
 
-  /** Draws the page unless it is drawn at that scale, in pixels to a point. */
+  /** Draws the page unless it is already drawn at that scale, in pixels per point. */
   async draw(/** @type {number} */ wanted) {
     const scale = Math.min(wanted, Math.sqrt(MAX_AREA / (this.#page.width * this.#page.height)));
     if (this.#drawnAt === scale) return;
@@ -60,12 +61,12 @@ class PageView {
       this.element.prepend(canvas);
       this.#layer?.setFaces(this.#faces);
     } catch {
-      // It was cancelled, or is drawn anew when it comes near again.
+      // The drawing was cancelled, or failed; it is repeated when the page comes near again.
       if (this.#drawnAt === scale) this.#drawnAt = 0;
     }
   }
 
-  /** Gives back what a canvas takes. */
+  /** Frees the memory of a canvas. */
   drop() {
     this.#cancel?.();
     this.#drawnAt = 0;
@@ -84,7 +85,7 @@ export class FormView {
   #timer = 0;
   #watcher;
 
-  /** The function makes the fields of a page. */
+  /** `presses` gives the actions of the push buttons of a page. */
   constructor(/** @type {PDFForm} */ form, /** @type {import("./model.js").FormModel} */ model,
     /** @type {import("./widgets.js").Presses} */ presses, /** @type {string} */ serial) {
     this.#views = form.pages.map((page, i) => new PageView(page, texts.page(i + 1, form.pages.length),
@@ -114,12 +115,12 @@ export class FormView {
     return this.#scale * (globalThis.devicePixelRatio || 1);
   }
 
-  /** The first page is drawn at once, for who waits for it; its fields may not be known yet. */
+  /** Draws the first page at once, so that the user can see it; its fields may not be known yet. */
   drawFirst() {
     return this.#views[0]?.draw(this.#pixels);
   }
 
-  /** From now on it is on the screen. */
+  /** Called when the form is on the screen. */
   start() {
     this.#views[0]?.ensureLayer();
     for (const { element } of this.#views) this.#watcher.observe(element);
@@ -131,7 +132,7 @@ export class FormView {
     whenIdle(next);
   }
 
-  /** CSS pixels to a point. */
+  /** Sets the scale in CSS pixels per point. */
   setScale(/** @type {number} */ scale) {
     this.#scale = scale;
     this.element.style.setProperty("--scale", `${scale}`);
@@ -139,7 +140,7 @@ export class FormView {
     this.#timer = setTimeout(() => this.#near.forEach((view) => view.draw(this.#pixels)), SETTLED);
   }
 
-  /** All inputs, also of pages that are not near. */
+  /** All inputs, including those of pages that are not near. */
   ensureLayers() {
     for (const view of this.#views) view.ensureLayer();
   }

@@ -1,4 +1,4 @@
-// A form as pdf.js reads it, in the terms of this page.
+// Reads a form with pdf.js and converts it to the data structures of this page.
 
 import * as pdfjs from "./pdfjs/pdf.min.mjs";
 import { worker } from "./worker.js";
@@ -9,9 +9,9 @@ const OPTIONS = {
   cMapUrl: folder("cmaps"),
   standardFontDataUrl: folder("standard_fonts"),
   wasmUrl: folder("wasm"),
-  // The page may not compile any; there are scripts that do the same.
+  // The page's policy forbids compiling WebAssembly; pdf.js has scripts that do the same.
   useWasm: false,
-  // A form looks the same on every machine.
+  // Makes a form look the same on every machine.
   useSystemFonts: false,
   verbosity: pdfjs.VerbosityLevel.ERRORS,
 };
@@ -53,7 +53,7 @@ const IN_UNISON = 1 << 25;
  * @typedef {Map<string, HTMLCanvasElement | HTMLCanvasElement[]>} Faces
  */
 
-/** A name's bytes are UTF-8 where they can be, as the server reads them (ISO 32000-1 7.3.5). */
+/** Decodes a name: as UTF-8 if its bytes are valid UTF-8, as the server does (ISO 32000-1 7.3.5). */
 function stateText(/** @type {string} */ name) {
   if (!/[\x80-\xFF]/.test(name) || /[^\x00-\xFF]/.test(name)) return name;
   try {
@@ -92,7 +92,7 @@ function styleOf(annotation) {
   };
 }
 
-/** The last part of a name, where there is no better label. */
+/** The last part of a full name, used when there is no better label. */
 const nameLabel = (/** @type {string} */ name) => name.slice(name.lastIndexOf(".") + 1).replace(/[_\s]+/g, " ").trim() || name;
 
 const stateOf = (annotation, kind) => stateText((kind === "radio" ? annotation.buttonValue : annotation.exportValue) ?? "");
@@ -135,7 +135,7 @@ function widgetOf(annotation, kind, viewport, /** @type {Record<string, string>}
 
 const linesOf = (/** @type {string} */ text) => text.replace(/\r\n?/g, "\n");
 
-/** What the file says of a field's value; that of a text field without one is empty, as no value. */
+/** The value that the file has for a field. A text field with an empty value counts as without value. */
 function valuesOf(/** @type {string} */ kind, value) {
   const texts = [value ?? []].flat().map(String);
   if (kind === "text") return texts.map(linesOf).filter((text) => text !== "");
@@ -159,7 +159,7 @@ function fieldOf(annotation, kind) {
   };
 }
 
-/** By rows or columns where the page says so (ISO 32000-1 table 30), else as the file lists them. */
+/** Sorts by rows or columns when the page asks for it (ISO 32000-1 table 30), else keeps the order of the file. */
 function inTabOrder(/** @type {Widget[]} */ widgets, /** @type {string} */ order) {
   if (order !== "R" && order !== "C") return widgets;
   const [along, across, size] = order === "R" ? ["x", "y", "h"] : ["y", "x", "w"];
@@ -185,7 +185,7 @@ function countStates(/** @type {Widget[]} */ widgets) {
   }
 }
 
-/** One page: its size in points, and its widgets once they are read. */
+/** One page: its size in points, and its widgets after they are read. */
 export class PDFPage {
   /** @type {Widget[]} */
   widgets = [];
@@ -198,7 +198,7 @@ export class PDFPage {
     this.height = this.viewport.height;
   }
 
-  /** Reads the widgets; those of fields go into the model. */
+  /** Reads the widgets and adds their fields to the model. */
   async read(/** @type {import("./model.js").FormModel} */ model, /** @type {string} */ order,
     /** @type {Record<string, string>} */ labels) {
     const annotations = await this.#page.getAnnotations({ intent: "any" });
@@ -211,8 +211,8 @@ export class PDFPage {
     this.widgets = inTabOrder(this.widgets, order);
   }
 
-  /**
-   * Draws the page but for its fields; the appearances of buttons come apart, by widget.
+  /** 
+   * Draws the page without its fields; returns the appearances of buttons separately, by widget.
    * @returns {{done: Promise<Faces>, cancel: () => void}}
    */
   draw(/** @type {HTMLCanvasElement} */ canvas, /** @type {number} */ scale) {
@@ -235,7 +235,7 @@ export class PDFForm {
   #document;
   #task;
 
-  /** Rejects when the bytes are no PDF. */
+  /** Rejects when the bytes are not a PDF. */
   static async open(/** @type {Uint8Array} */ bytes) {
     const form = new PDFForm();
     form.#task = pdfjs.getDocument({ data: bytes, ...OPTIONS });
@@ -246,7 +246,7 @@ export class PDFForm {
     return form;
   }
 
-  /** Reads all fields: those of the pages, and those that no page shows. */
+  /** Reads all fields: those on pages, and those that no page shows. */
   async readFields(/** @type {import("./model.js").FormModel} */ model,
     /** @type {{tabs: string[], labels: Record<string, string>}} */ { tabs, labels }) {
     await Promise.all(this.pages.map((page, i) => page.read(model, tabs[i] ?? "", labels)));

@@ -1,4 +1,4 @@
-// What is asked of the server, and what its answers mean.
+// Requests to the server, and their answers.
 
 /**
  * A form as the server tells of it.
@@ -27,7 +27,7 @@
  * @property {string[]} fields
  */
 
-/** An answer that is none of those hoped for; without a status when none came. */
+/** The server answered with an error status, or (without a status) did not answer. */
 export class Refusal extends Error {
   constructor(/** @type {number} */ status) {
     super(`status ${status}`);
@@ -73,18 +73,18 @@ export const resumeForm = (/** @type {string} */ form) =>
 export const lookAtForm = (/** @type {string} */ code) =>
   askJSON(`form.json?code=${encodeURIComponent(code)}`, "GET");
 
-/** What was saved of a form, which may not be shown any more. */
+/** The saved values of a form, which may no longer be displayable. */
 export const fetchSaved = async (/** @type {string} */ form) =>
   (await askJSON(`saved.json?form=${encodeURIComponent(form)}`, "GET")).values;
 
 /** The bytes of a form. */
 export const fetchPDF = async (/** @type {string} */ target) => bodyOf(await ask(target));
 
-/** The address of a form's file in another mode; the rest of it stays as the server wrote it. */
+/** The address of a form's file in another mode; everything else in it is kept. */
 export const inMode = (/** @type {string} */ address, /** @type {string} */ mode) =>
   address.replace(/([?&]Action=)[^&#]*/, `$1${mode}`);
 
-/** Posts the form; gives it as it comes back, and in which mode. */
+/** Posts the form; returns the form that comes back and its mode. */
 export async function submit(/** @type {string} */ target, /** @type {string} */ xfdf) {
   const answer = await ask(target, { method: "POST", body: xfdf, headers: { "Content-Type": "application/vnd.adobe.xfdf" } });
   const address = new URL(answer.headers.get("Content-Location") ?? target, location.href);

@@ -1,4 +1,4 @@
-// What the page says, in the languages that it knows.
+// The texts of the page, in all supported languages.
 
 const english = {
   back: "Forms",
@@ -99,7 +99,7 @@ const french = {
   noKeeping: "Ce navigateur ne garde pas de brouillon ici : ce qui n’est pas enregistré part avec la page.",
 };
 
-/** The first language of the list that the page knows, English without one. */
+/** The first supported language of the list, else English. */
 export function languageOf(/** @type {readonly string[]} */ languages) {
   const known = languages.map((one) => one.slice(0, 2).toLowerCase()).find((one) => one === "fr" || one === "en");
   return known ?? "en";
@@ -108,13 +108,13 @@ export function languageOf(/** @type {readonly string[]} */ languages) {
 export const language = languageOf(navigator.languages);
 export const texts = language === "fr" ? french : english;
 
-/** The language with the region of the browser's user, whose form dates and times have. */
+/** The language with the region of the browser's user, for the format of dates and times. */
 export function localeOf(/** @type {string} */ spoken, /** @type {readonly string[]} */ languages) {
   const { region } = new Intl.Locale(languages[0] ?? spoken).maximize();
   return region ? `${spoken}-${region}` : spoken;
 }
 
-/** The time of day, or with the day, as the user writes it. */
+/** The time of day, optionally with the day, in the user's format. */
 export function timeText(/** @type {Date} */ time, withDay = false) {
   const style = /** @type {const} */ ({ timeStyle: "short", ...(withDay && { dateStyle: "medium" }) });
   return new Intl.DateTimeFormat(localeOf(language, navigator.languages), style).format(time);

@@ -1,14 +1,14 @@
-// The inputs that stand over a page: one for each widget, bound to the value of its field.
+// The inputs over a page: one for each widget, bound to the value of its field.
 
 /** @typedef {import("./model.js").FormModel} FormModel */
 /** @typedef {import("./pdf_form.js").Widget} Widget */
-/**
- * What pressing a button does; nothing for one that this page cannot serve.
+/** 
+ * Returns what pressing a button does; null for a button that this page does not support.
  * @typedef {(widget: Widget) => (() => void) | null} Presses
  */
 
 const OFF = "Off";
-/** Where a text that has no size of its own is as high as its field, up to this much. */
+/** The largest font size for a text without its own size, which otherwise fits the height of its field. */
 const FULL_HEIGHT = 0.7;
 const MAX_AUTO_SIZE = 12;
 
@@ -57,12 +57,12 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   input.readOnly = widget.readOnly;
   input.autocomplete = "off";
   input.dir = "auto";
-  // What is typed goes to no service that looks at spelling.
+  // Typed text must not be sent to a spelling service.
   input.spellcheck = false;
   if (widget.maxLength) input.maxLength = widget.maxLength;
   if (widget.comb) {
     input.classList.add("comb");
-    // The browser scrolls to a cursor behind the last place, which would cut the first character off.
+    // The browser scrolls to show a cursor after the last position, which would cut off the first character.
     input.addEventListener("scroll", () => {
       if (input.value.length <= widget.comb) input.scrollLeft = 0;
     });
@@ -77,7 +77,7 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
 
 function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {string} */ group) {
   const input = make("input", { type: widget.kind === "radio" ? "radio" : "checkbox", disabled: widget.readOnly });
-  // Of one group the browser lets only one be on; those of one state are in groups apart where they are on together.
+  // In one group the browser allows only one button to be on. So buttons that are on together get different groups.
   const apart = widget.inUnison ? widget.nth : 0;
   if (widget.kind === "radio") input.name = `${group}${apart}.${widget.name}`;
   const isPressed = () => widget.kind === "check" || widget.inUnison || (model.get(widget.name)?.nth ?? 0) === widget.nth;
@@ -85,7 +85,7 @@ function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model
   const set = (/** @type {boolean} */ on) => model.set(widget.name, [on ? widget.state : OFF], widget.nth);
   input.addEventListener("change", () => set(input.checked));
   if (widget.kind === "radio" && widget.canBeOff) {
-    // The browser's own would stay on.
+    // A radio button of the browser cannot be switched off by the user.
     let wasOn = false;
     input.addEventListener("pointerdown", () => (wasOn = input.checked));
     input.addEventListener("keydown", ({ key }) => (wasOn = key === " " && input.checked));
@@ -105,7 +105,7 @@ function makeList(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
     const values = model.values(widget.name);
     const known = new Set(widget.options.map(({ value }) => value));
     for (const old of select.querySelectorAll("option[data-other]")) old.remove();
-    // A value that is none of the choices is shown, and stays until another is taken.
+    // A value that is not among the options is displayed, and stays until the user selects another one.
     const other = widget.combo ? (values[0] ?? "") : "";
     if (widget.combo && !known.has(other)) {
       const option = make("option", { value: other, text: other });
@@ -121,7 +121,7 @@ function makeList(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   return { element: select, show };
 }
 
-/** A combo box into which more can be typed than its choices, or that can only be read. */
+/** A combo box that accepts other text than its options, or that is read-only. */
 function makeTypedChoice(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {string} */ id) {
   const textOf = (/** @type {string} */ value) => widget.options.find((one) => one.value === value)?.text ?? value;
   const valueOf = (/** @type {string} */ text) => widget.options.find((one) => one.text === text)?.value ?? text;
@@ -148,7 +148,7 @@ function makeButton(/** @type {Widget} */ widget, /** @type {Presses} */ presses
   return { element: button, show: () => {} };
 }
 
-/** The elements of a page's widgets, in their order; their names begin apart for each form shown. */
+/** The elements of a page's widgets, in order; their names are different for each displayed form. */
 export class Layer {
   element = make("div", { className: "layer" });
   /** @type {Map<string, HTMLElement>} */
@@ -169,7 +169,7 @@ export class Layer {
     if (widget.kind !== "push") model.watch(widget.name, show);
     this.#inputs.set(widget.id, element);
     if (widget.kind === "check" || widget.kind === "radio" || widget.kind === "push") {
-      // Its face lies behind it, drawn by the file itself.
+      // The button's appearance from the file is drawn behind it.
       const face = make("span", { className: "face" });
       place(face, widget);
       face.dataset.of = widget.id;
@@ -192,7 +192,7 @@ export class Layer {
     }
   }
 
-  /** What the file draws of its buttons. */
+  /** Adds the appearances that the file has for its buttons. */
   setFaces(/** @type {import("./pdf_form.js").Faces} */ appearances) {
     for (const face of /** @type {NodeListOf<HTMLElement>} */ (this.element.querySelectorAll(".face"))) {
       const drawn = appearances.get(face.dataset.of ?? "");

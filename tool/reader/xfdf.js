@@ -1,4 +1,5 @@
-// XFDF as readers post it (ISO 19444-1): fields nested by the periods of their names, UTF-8, lines that end in LF.
+// Writes XFDF as readers submit it (ISO 19444-1): fields nested by the periods of their names, UTF-8, lines ending in
+// LF.
 
 /**
  * @typedef {object} Submission
@@ -7,7 +8,7 @@
  * @property {[string, string[]][]} fields full names and values; a field without any is named alone
  */
 
-/** What XML has no place for becomes U+FFFD (XML 1.0, 2.2). */
+/** Replaces characters that XML does not allow by U+FFFD (XML 1.0, 2.2). */
 function sound(/** @type {string} */ text) {
   return text.replace(/\r\n?/g, "\n").replace(/[^\t\n\u0020-\uD7FF\uE000-\uFFFD\u{10000}-\u{10FFFF}]/gu, "\uFFFD");
 }

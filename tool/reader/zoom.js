@@ -1,7 +1,7 @@
-// How large the form is: as wide as the window, or at a zoom that the user has set.
+// The zoom of the form: as wide as the window, or as set by the user.
 
 const STEPS = [0.25, 0.33, 0.5, 0.67, 0.75, 0.9, 1, 1.1, 1.25, 1.5, 1.75, 2, 2.5, 3, 4];
-/** CSS pixels to a point at 100 %. */
+/** CSS pixels per point at 100 %. */
 const NATURAL = 96 / 72;
 const MAX_FIT = 1.5;
 const MARGIN = 24;
@@ -10,7 +10,7 @@ export class Zoom {
   /** @type {number | null} */
   #set = null;
   #width = 1;
-  /** Gets the scale in CSS pixels to a point. */
+  /** `onScale` gets the scale in CSS pixels per point. */
   onChange = (/** @type {number} */ _scale) => {};
 
   constructor(/** @type {HTMLElement} */ frame) {
