@@ -20,7 +20,7 @@ export class Drafter {
   /** Called when the browser cannot store the draft. */
   onFailure = () => {};
 
-  /** 
+  /**
    * Without a session (for a form that cannot be submitted) no draft is saved. `more` is offered together with the
    * earlier drafts; it may contain values that are never saved in drafts.
    */

@@ -4,17 +4,17 @@
 
 /**
  * @typedef {object} Memory
- * @property {string} form the session
+ * @property {string} form the session of the form
  * @property {string} code
  * @property {string} title
- * @property {number} when of the last change, in milliseconds
+ * @property {number} when the time of the last change, in milliseconds since 1970
  * @property {"saved" | "refused" | "draft"} state
- * @property {Record<string, string[]>} [values] of a draft: fields that were changed
+ * @property {Record<string, string[]>} [values] for a draft: the changed fields
  */
 /**
  * @typedef {object} Draft
  * @property {string} key
- * @property {string} text as it is kept
+ * @property {string} text the stored JSON
  * @property {Memory & {values: Record<string, string[]>}} memory
  */
 

@@ -1,21 +1,21 @@
 // The values of a form's fields. This is the only place where they are stored, independent of what is displayed.
 
 /**
- * A field by its full name; several widgets may show it.
+ * A field with its full name; several widgets may show it.
  * @typedef {object} Field
  * @property {string} name
  * @property {"text" | "check" | "radio" | "choice"} kind
- * @property {string[]} values none when the field has no value; "Off" for a button that is off
- * @property {string[]} loaded what they were when the form came
+ * @property {string[]} values empty when the field has no value; "Off" for a button that is off
+ * @property {string[]} loaded the values when the form was loaded or last saved
  * @property {string[]} defaults
  * @property {boolean} readOnly
  * @property {boolean} required
  * @property {boolean} noExport
- * @property {boolean} secret a password: kept in no draft
- * @property {boolean} [visible] some widget shows it
+ * @property {boolean} secret a password, which is never saved in a draft
+ * @property {boolean} [visible] true when a widget shows it
  * @property {Set<string>} [states] of a button
- * @property {string[]} [own] what is stored of a button in words that no widget has; it stays while nobody touches it
- * @property {number} [nth] which of a radio button's widgets of the same state was pressed
+ * @property {string[]} [own] the stored value of a button if no widget has that state; kept until the user changes the button
+ * @property {number} [nth] the index of the pressed widget among a radio button's widgets of the same state
  */
 
 /** Bits of a submit action's flags (ISO 32000-1 table 237). */
@@ -159,7 +159,7 @@ export class FormModel {
     return [...this.#changed].some((field) => !this.#isSent(field));
   }
 
-  /** 
+  /**
    * The changes that a draft contains.
    * @returns {Record<string, string[]>}
    */
@@ -180,7 +180,7 @@ export class FormModel {
       (field) => field.required && field.visible && this.#isSent(field) && !field.readOnly && !shown(field.values).length);
   }
 
-  /** 
+  /**
    * The fields that a button submits, in the order of the form.
    * @param {{flags: number, fields: string[]}} button
    * @returns {[string, string[]][]}

@@ -115,7 +115,7 @@ export class FormView {
     return this.#scale * (globalThis.devicePixelRatio || 1);
   }
 
-  /** Draws the first page at once, so that the user can see it; its fields may not be known yet. */
+  /** Draws the first page; resolves when it is drawn. Its fields may not be known yet. */
   drawFirst() {
     return this.#views[0]?.draw(this.#pixels);
   }

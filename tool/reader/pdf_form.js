@@ -23,23 +23,23 @@ const EDITABLE = 1 << 18;
 const IN_UNISON = 1 << 25;
 
 /**
- * One widget on a page: where a field is seen.
+ * One widget on a page, which shows a field.
  * @typedef {object} Widget
  * @property {string} id
- * @property {string} name of its field
+ * @property {string} name the full name of its field
  * @property {"text" | "check" | "radio" | "choice" | "push"} kind
  * @property {string} label
  * @property {{x: number, y: number, w: number, h: number, turn: number}} box in points from the top left of the page
  * @property {boolean} readOnly
  * @property {boolean} required
- * @property {string} state of a check box or radio button that is on
+ * @property {string} state the value of a check box or radio button when it is on
  * @property {boolean} canBeOff
- * @property {boolean} inUnison radio buttons of one state are on together
- * @property {number} nth of the widgets of its field that have its state
+ * @property {boolean} inUnison true when radio buttons with the same state are switched on together
+ * @property {number} nth its index among the widgets of its field with the same state
  * @property {boolean} multiLine
  * @property {boolean} password
- * @property {number} comb places; 0 for none
- * @property {number} maxLength 0 for none
+ * @property {number} comb the number of character positions; 0 when it is not a comb field
+ * @property {number} maxLength 0 for no limit
  * @property {{value: string, text: string}[]} options
  * @property {boolean} combo
  * @property {boolean} editable
@@ -49,7 +49,7 @@ const IN_UNISON = 1 << 25;
  */
 
 /**
- * What the file draws of its buttons, by widget: of one that is on or off one canvas for each.
+ * The appearances of buttons as drawn from the file, by widget: one canvas, or one for each of on and off.
  * @typedef {Map<string, HTMLCanvasElement | HTMLCanvasElement[]>} Faces
  */
 
@@ -211,7 +211,7 @@ export class PDFPage {
     this.widgets = inTabOrder(this.widgets, order);
   }
 
-  /** 
+  /**
    * Draws the page without its fields; returns the appearances of buttons separately, by widget.
    * @returns {{done: Promise<Faces>, cancel: () => void}}
    */

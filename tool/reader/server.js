@@ -1,29 +1,29 @@
 // Requests to the server, and their answers.
 
 /**
- * A form as the server tells of it.
+ * The server's data about a form.
  * @typedef {object} FormInfo
  * @property {string} code
  * @property {string} title
  * @property {"modify" | "consult" | "readonly"} mode
- * @property {string} pdf where its file is
- * @property {string} f the same as a whole address, for what is submitted
+ * @property {string} pdf the URL of its file
+ * @property {string} f the absolute URL of its file, for submissions
  * @property {{original: string, modified: string}} ids
  * @property {SubmitButton[]} buttons
- * @property {string[]} tabs the order of the fields of each page
- * @property {string[]} unset buttons without any value
+ * @property {string[]} tabs the tab order of each page ("/Tabs")
+ * @property {string[]} unset the names of buttons without a value
  * @property {Record<string, string>} labels the fields' tool tips, by full name
  * @property {{name: string, flags: number, fields: string[]}[]} resets buttons that reset fields
- * @property {Record<string, string[]>} own what the file says of its fields, by full name
- * @property {Record<string, string[]>} values what was saved or is given with it, by full name
- * @property {string} [form] the session, of a form that can be submitted
+ * @property {Record<string, string[]>} own the values in the file, by full name
+ * @property {Record<string, string[]>} values the saved or prefilled values, by full name
+ * @property {string} [form] the session, for a form that can be submitted
  */
 /**
  * @typedef {object} SubmitButton
  * @property {string} name the full name of the button's field
  * @property {"save" | "modify"} does
  * @property {string} target
- * @property {number} flags of its action
+ * @property {number} flags the flags of its action
  * @property {string[]} fields
  */
 

@@ -2,7 +2,7 @@
 
 /** @typedef {import("./model.js").FormModel} FormModel */
 /** @typedef {import("./pdf_form.js").Widget} Widget */
-/** 
+/**
  * Returns what pressing a button does; null for a button that this page does not support.
  * @typedef {(widget: Widget) => (() => void) | null} Presses
  */

@@ -5,7 +5,7 @@
  * @typedef {object} Submission
  * @property {string} f the address of the form
  * @property {{original: string, modified: string}} ids
- * @property {[string, string[]][]} fields full names and values; a field without any is named alone
+ * @property {[string, string[]][]} fields full names and values; a field without values has an empty list
  */
 
 /** Replaces characters that XML does not allow by U+FFFD (XML 1.0, 2.2). */

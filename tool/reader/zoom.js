@@ -10,7 +10,7 @@ export class Zoom {
   /** @type {number | null} */
   #set = null;
   #width = 1;
-  /** `onScale` gets the scale in CSS pixels per point. */
+  /** Called with the scale in CSS pixels per point. */
   onChange = (/** @type {number} */ _scale) => {};
 
   constructor(/** @type {HTMLElement} */ frame) {
