@@ -1,4 +1,4 @@
-# The options of the build, and the flags that follow from them.
+# The options of the build, and the compiler flags for them.
 
 option(BUILD_TESTING "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(ZFORMS_BUILD_TOOL "Build the command line tool" ${PROJECT_IS_TOP_LEVEL})
@@ -22,18 +22,18 @@ if(ZFORMS_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   endif()
 endif()
 
-# Instrumentation goes on everything that is compiled, so that all of it fits together. The package
-# test hands the same flags to the program that it builds against the installed library.
+# Everything is compiled with the same instrumentation, as the sanitizers require. The package test passes these flags
+# to the program that it builds against the installed library.
 set(ZFORMS_INSTRUMENTATION "")
 if(ZFORMS_SANITIZE)
   list(APPEND ZFORMS_INSTRUMENTATION -fsanitize=${ZFORMS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
 endif()
 if(ZFORMS_SANITIZE MATCHES "address")
-  # One block of memory for each node, so that its use after its end is seen.
+  # Allocates each node in a block of its own, so that the sanitizer detects its use after deletion.
   add_compile_definitions(ZFORMS_SEPARATE_BLOCKS)
 endif()
 if(ZFORMS_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # Asio has fences, which the sanitizer does not see; what they guard is locked as well.
+  # Asio uses fences, which the sanitizer does not support; their data are also protected by locks.
   add_compile_options(-Wno-tsan)
 endif()
 if(ZFORMS_COVERAGE)
@@ -50,14 +50,14 @@ if(ZFORMS_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# For sources that are tests or little but templates: compiled for debugging without optimisation, which takes a
-# quarter of the time under the sanitizers. What they call is optimised all the same.
+# For tests and sources that are mostly templates: compiled without optimisation, which takes a quarter of the time
+# under the sanitizers. The library code that they call is optimised anyway.
 set(ZFORMS_UNOPTIMISED "")
 if(NOT MSVC)
   set(ZFORMS_UNOPTIMISED "$<$<CONFIG:Debug>:-O0>")
 endif()
 
-# Warnings and code generation of every target of ours.
+# Sets the warnings and code generation of every target of ours.
 function(zforms_target_defaults target)
   if(MSVC)
     target_compile_options(${target} PRIVATE /W4 /permissive- /utf-8 $<$<BOOL:${ZFORMS_WERROR}>:/WX>)
@@ -68,15 +68,15 @@ function(zforms_target_defaults target)
                       -fno-semantic-interposition $<$<BOOL:${ZFORMS_WERROR}>:-Werror>)
 endfunction()
 
-# A shared library that lacks a symbol fails when it is linked, not when it is loaded. Under a
-# sanitizer the runtime's symbols are found only in the program.
+# Makes a shared library with an undefined symbol fail when it is linked, not when it is loaded. Under a sanitizer the
+# runtime's symbols are only in the program.
 function(zforms_refuse_undefined_symbols target)
   if(NOT WIN32 AND NOT APPLE AND NOT ZFORMS_INSTRUMENTATION)
     target_link_options(${target} PRIVATE -Wl,--no-undefined)
   endif()
 endfunction()
 
-# The sources of the named folders, without those of other operating systems: that seam is by file.
+# Lists the sources of the named folders, without the files for other operating systems.
 function(zforms_glob_sources variable)
   list(TRANSFORM ARGN REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/\\1/*.cpp" OUTPUT_VARIABLE globs)
   file(GLOB sources CONFIGURE_DEPENDS ${globs})

@@ -1,5 +1,5 @@
-# The headers of the library that are installed: those of the classes that a host uses, and what these include. A test
-# compiles each of them alone against the installed package. All other headers are private and may change at any time.
+# The headers that are installed: those of the classes for hosts, and the headers that these include. A test compiles
+# each of them alone against the installed package. All other headers are private and may change at any time.
 set(ZFORMS_PUBLIC_HEADERS
     platform/base/chaine.h
     platform/base/clock.h

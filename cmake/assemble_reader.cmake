@@ -1,8 +1,9 @@
-# Puts the page that shows forms in a browser together: our files, and those of pdf.js that it loads.
+# Assembles the page that shows forms in a browser: our files, and the files of pdf.js that it loads.
 #
 # cmake -DREADER_DIR= -DPDFJS_DIR= -DOUTPUT_DIR= -P assemble_reader.cmake
 #
-# PDFJS_DIR is the package pdfjs-dist. Where it is not there the page has a style for the list of forms, and shows none.
+# PDFJS_DIR is the package pdfjs-dist. Without it the page has only the style sheet for the list of forms, and cannot
+# show forms.
 
 file(REMOVE_RECURSE "${OUTPUT_DIR}")
 file(GLOB own "${READER_DIR}/*.html" "${READER_DIR}/*.css" "${READER_DIR}/*.js" "${READER_DIR}/*.svg"
@@ -11,7 +12,7 @@ file(COPY ${own} DESTINATION "${OUTPUT_DIR}")
 
 if(EXISTS "${PDFJS_DIR}/package.json")
   set(pdfjs "${OUTPUT_DIR}/pdfjs")
-  # The build for browsers that are some years old.
+  # The build for older browsers.
   file(COPY "${PDFJS_DIR}/legacy/build/pdf.min.mjs" "${PDFJS_DIR}/legacy/build/pdf.worker.min.mjs"
             "${PDFJS_DIR}/cmaps" "${PDFJS_DIR}/standard_fonts" DESTINATION "${pdfjs}")
   file(GLOB scripts "${PDFJS_DIR}/wasm/*_nowasm_fallback.js" "${PDFJS_DIR}/wasm/LICENSE*")

@@ -66,7 +66,7 @@ def check_against_fill(form, folder, count):
 
 
 NOM = "adherent.nom"
-BAD_ROWS = [  # label, line of CSV, what is said of it
+BAD_ROWS = [  # label, line of CSV, the expected message
     ("too few values", "a", "it has 1 value where the first record names 4"),
     ("too many values", "a,Oui,FR,1,2", "it has 5 values where the first record names 4"),
     ("no state", "a,Peut-être,FR,1", 'field "adherent.premiere": "Peut-être" is not one of its states; it takes "Oui" or "Off"'),
@@ -103,7 +103,7 @@ def test_bad_rows_are_named(folder):
     named = {entry["line"]: entry.get("field") for entry in report["failures"]}
     same("fields", [named[5], named[6], named[7], named[3]],
          ["adherent.premiere", "adherent.pays", "adherent.code_postal", None])
-    # Set right, the rows are filled, and what was filled stays as it is.
+    # After the rows are corrected they are filled; files that were written before do not change.
     before = bytes_of(out)
     lines[2:7] = ["fixed%d,Oui,FR,1" % i for i in range(5)]
     data.write_text("\r\n".join(lines), encoding="utf-8", newline="")
@@ -116,7 +116,7 @@ def test_bad_rows_are_named(folder):
     same("the other's file is not ours the next time either", (status, (out / "theirs.pdf").read_bytes()), (3, b"mine"))
 
 
-JUDGED = [  # label, values, what is said of them, what is exported afterwards
+JUDGED = [  # label, values, the expected message, the values exported afterwards
     ("no choice", {"adherent.pays": "ZZ", NOM: "A"}, ['"ZZ" is not one of its choices'], {"adherent.pays": "FR", NOM: "A"}),
     ("what is shown", {"adherent.pays": "Belgique"}, [], {"adherent.pays": "BE"}),
     ("too long", {"adherent.code_postal": "123456"}, ['"123456" has 6 characters, and it takes 5'], {}),
@@ -231,7 +231,7 @@ def test_killed_and_resumed(folder):
         same(f"{label}: not those of the rows", [name for name in got if got[name] != wanted.get(name)], [])
         same(f"{label}: left over", [name for name in os.listdir(out) if name.startswith(".")], [".zforms-batch"])
         had = wanted
-    # Without saying so, an earlier batch is neither gone on with nor written over.
+    # Without an option, an earlier batch is neither continued nor overwritten.
     status, _, err = zforms(*arguments, out)
     expect(status == 2 and "--resume goes on" in err, "an earlier batch", err)
     status, _, err = zforms("batch", SAMPLE, "--data", data, "--name", "x{id}.pdf", "--out", out, "--resume")
@@ -270,7 +270,7 @@ def test_one_batch_at_a_time(folder):
     arguments = ["batch", SAMPLE, "--out", out, "--name", "{id}.pdf", "--resume"]
     first = subprocess.Popen([TOOL, *map(str, arguments), "--data", "-"], stdin=subprocess.PIPE,
                              stderr=subprocess.DEVNULL)
-    first.stdin.write(b"id,adherent.nom,x\n0,A," + b"x" * 300000)  # more than is read at once, and no end of it
+    first.stdin.write(b"id,adherent.nom,x\n0,A," + b"x" * 300000)  # more than is read at once, without an end
     first.stdin.flush()
     while not is_locked(out / ".zforms-lock"):
         time.sleep(0.01)

@@ -15,7 +15,7 @@ def listed(*names, action="Include"):
 
 LOCKED = "is locked by the signature \"S\"; --force writes it all the same"
 CERTIFIED = 'is certified by the signature "S", which allows no change'
-CASES = [  # label, form, options, status, what is said, the values of a, b and g.c, what is left of /XFA, /UR3
+CASES = [  # label, form, options, status, messages, the values of a, b and g.c, the remaining /XFA, /UR3
     ("nothing forbids", {}, [], 0, [], "AB1", ""),
     ("XFA", {"xfa": True}, [], 0, ["the XFA form is dropped"], "AB1", ""),
     ("XFA is kept", {"xfa": True}, ["--xfa", "keep"], 0, [], "AB1", "/XFA/NeedsRendering"),

@@ -24,7 +24,7 @@ from xml.sax.saxutils import escape, quoteattr
 sys.dont_write_bytecode = True
 import peers
 
-# Differences that are right as they are: file -> [(how the difference begins, why), ...].
+# Differences that are correct: file -> [(how the difference begins, why), ...].
 DAMAGED = "parts of the file were overwritten: readers guess differently, qpdf by scanning the file for objects"
 FORCED = "what cannot be read is left out, as --force says"
 REFUSED = "pages need what cannot be read: nothing is written unless that is forced"
@@ -68,7 +68,7 @@ class Check:
 
     def tool(self, step, *arguments):
         """Runs the tool and reports what no run may do: crash, dawdle, or speak in another voice."""
-        for _ in range(3):  # the time counts when it is the best of three: the machine has other things to do
+        for _ in range(3):  # exceeds the limit only if the best of three does: the machine may be busy
             done = peers.run(self.options.tool, *arguments)
             if done.seconds < self.options.time_limit:
                 break
@@ -145,7 +145,7 @@ class Check:
             return self.problem("fields", f"exit {done.status}: {done.err.decode('utf-8', 'replace').strip()[:200]}")
         try:
             answer = json.loads(done.out.decode("utf-8"))
-            # The truth is of the fields that the forms list.
+            # The reference data cover only the fields that the forms list.
             said = [field for field in answer["fields"] if field["listed"]]
         except (ValueError, KeyError, TypeError) as error:
             return self.problem("fields", f"no JSON: {error}")
@@ -303,7 +303,7 @@ def compared(field, truth):
     yield "default", texts(field.get("default")), texts(truth.get("dv"))
     pairs = [texts(o) if isinstance(o, list) else [texts(o)] for o in truth.get("opt", [])]
     said = [[texts(o.get("export")), texts(o.get("display"))] for o in field.get("options", [])]
-    # An option that is one text may be said as such, or as its own display text.
+    # A reader may report an option with one text either as that text or with an equal display text.
     said = [[s[0]] if len(p) == 1 and s[1] in ("", s[0]) else s for s, p in zip(said, pairs)] + said[len(pairs):]
     yield "options", said, [p[:2] for p in pairs]
     yield "states", field.get("states", []), truth.get("states", [])
@@ -360,7 +360,7 @@ def check_file(options, row, truth):
         check = Check(options, row, truth, folder)
         try:
             return check.run()
-        except Exception as error:  # a fault of the check itself must not pass for agreement
+        except Exception as error:  # a fault of the check itself must not count as agreement
             check.problem("check", f"{type(error).__name__}: {error}")
             return {"file": row["file"], "class": row["class"], "steps": check.steps, "problems": check.problems,
                     "seconds": check.seconds, "opened": check.opened}

@@ -16,7 +16,7 @@ file(REMOVE_RECURSE "${WORK_DIR}")
 set(prefix "${WORK_DIR}/prefix")
 run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
 
-# Nothing in the installed package may lead back to the sources or to the build.
+# Nothing in the installed package may refer to the sources or to the build.
 file(GLOB_RECURSE package_files "${prefix}/*.cmake" "${prefix}/*.h")
 if(NOT package_files)
   message(FATAL_ERROR "nothing was installed in ${prefix}")
@@ -31,7 +31,7 @@ foreach(file IN LISTS package_files)
   endforeach()
 endforeach()
 
-# The program is found on PATH, and neither it nor the library carries the symbols of the debugger.
+# The program is found on PATH, and neither it nor the library contains debugging symbols.
 run("${CMAKE_COMMAND}" -E env "PATH=${prefix}/bin:$ENV{PATH}" zforms --version)
 find_program(NM nm REQUIRED)
 file(GLOB_RECURSE binaries "${prefix}/bin/zforms" "${prefix}/libzforms.so")
@@ -42,7 +42,7 @@ foreach(binary IN LISTS binaries)
   endif()
 endforeach()
 
-# Copies of examples/ and tests/host_program/, so that nothing of the repository is found beside them.
+# Copies of examples/ and tests/host_program/, so that they cannot use other files of the repository.
 file(COPY "${SOURCE_DIR}/examples" "${SOURCE_DIR}/tests/host_program" DESTINATION "${WORK_DIR}")
 foreach(program IN ITEMS examples host_program)
   run("${CMAKE_COMMAND}" -S "${WORK_DIR}/${program}" -B "${WORK_DIR}/build/${program}" -G "${GENERATOR}"
@@ -51,7 +51,7 @@ foreach(program IN ITEMS examples host_program)
   run("${CMAKE_COMMAND}" --build "${WORK_DIR}/build/${program}")
 endforeach()
 
-# The example fills the sample form, reads what it saved, and prints it.
+# The example fills the sample form, reads the saved file, and prints its values.
 set(form "${SOURCE_DIR}/samples/membership_form.pdf")
 run("${WORK_DIR}/build/host_program/host_program" "${form}")
 set(filled "${WORK_DIR}/filled.pdf")
@@ -63,7 +63,7 @@ foreach(line IN ITEMS "adherent.ville = Béziers" "accords.statuts = Oui" "formu
   endif()
 endforeach()
 
-# The form's own bytes are the beginning of the filled one.
+# The filled form begins with the original form's bytes.
 file(READ "${form}" before HEX)
 file(READ "${filled}" after HEX)
 string(FIND "${after}" "${before}" position)
@@ -73,10 +73,10 @@ if(NOT position EQUAL 0 OR NOT length_after GREATER length_before)
   message(FATAL_ERROR "${filled} is not ${form} with an update appended")
 endif()
 
-# The other serves a form, which is submitted twice.
+# The other example serves a form, which is submitted twice.
 run("${PYTHON}" "${SOURCE_DIR}/tests/form_server_example.py" "${WORK_DIR}/build/examples/form_server" "${SOURCE_DIR}/samples")
 
-# The program finds what was installed with it wherever that is moved.
+# The program finds its installed data after everything is moved.
 file(MAKE_DIRECTORY "${WORK_DIR}/moved")
 file(RENAME "${prefix}" "${WORK_DIR}/moved/some where")
 run("${PYTHON}" "${SOURCE_DIR}/tests/moved_program.py" "${WORK_DIR}/moved/some where")

@@ -17,8 +17,8 @@ import sys
 import tempfile
 from pathlib import Path
 
-# Each room with the rooms that it may know. It may also know what those know. A room can name only rooms above it
-# in this table, so there is no circle among rooms.
+# Each room with the rooms that it may include, and through these the rooms that they may include. A room can list only
+# rooms above it in this table, so there is no cycle among rooms.
 ROOMS = {
     "zforms/platform/base": [],
     "zforms/platform/text": ["zforms/platform/base"],
@@ -46,12 +46,12 @@ ROOMS = {
     "tool/pages": ["tool/office"],
     "tool/cli": ["tool/batch", "tool/pages"],
 }
-# Not rooms of the product: these may know all of it.
+# Not rooms of the product: these may include everything.
 AROUND = ["tests", "bench", "fuzz", "examples"]
 MOST_UNITS = 25
 
-# Third-party headers (by the start of the included name) and the files that may include them. The
-# library's own headers are installed, so there these libraries are for sources only.
+# Third-party headers (by the start of the included name) and the files that may include them. In the library, headers
+# are installed, so only sources may include these.
 THIRD_PARTY = [
     ("utf8proc", ["zforms/platform/text/*.cpp"]),
     ("pugixml", ["zforms/platform/xml/*.cpp", "zforms/xfdf/*.cpp"]),
@@ -191,7 +191,7 @@ def check(root):
 
 # --- self test -------------------------------------------------------------------------------------
 
-# A tree that keeps every rule; each case below adds or replaces files and names the faults that must follow.
+# A tree without faults; each case below adds or replaces files and lists the expected faults.
 GOOD = {
     "zforms/platform/base/chaine.h": "#pragma once\n#include <string>\n",
     "zforms/platform/base/chaine.cpp": '#include "zforms/platform/base/chaine.h"\n',

@@ -12,7 +12,7 @@ ADVICE = "the file is damaged; --recover may find more of it"
 CONTENT = SAMPLE[:SAMPLE.rindex(b"\nendstream")].rsplit(b"stream\n", 1)[1]
 REFUSAL = "would be lost: nothing was written. --recover looks for it in the file, --force writes the rest"
 
-# A name, what is damaged in the sample, the status of `rewrite` and what it says first.
+# Label, damage to the sample, the status of `rewrite` and its first message.
 DAMAGES = [
     ("nothing", b"", b"", 0, ""),
     ("the page tree leads to itself", b"/Kids [8 0 R]", b"/Kids [4 0 R]", 2, "object 4 0: the page tree leads here"),

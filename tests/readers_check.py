@@ -20,7 +20,7 @@ from form_writer import MULTILINE, Form
 MAX_REPORTED = 40
 FLAGS = 0xFFFFF0C4  # printing only
 XFDF = "{http://ns.adobe.com/xfdf/}"
-# How the inputs are made over by qpdf: label, user password, owner password, its arguments.
+# How qpdf converts the inputs: label, user password, owner password, its arguments.
 R2, R3 = ["40"], ["128", "--use-aes=n"]
 OBJECT_STREAMS = ["--object-streams=generate"]
 ENCRYPTIONS = [("R2", "", "", R2), ("R2 with a password", "geheim", "", R2), ("R3", "", "", R3),
@@ -227,7 +227,7 @@ class Checker:
             self.read_back(case, "recovered", out, case.values)
             out.unlink()
 
-    # What must fail ----------------------------------------------------------------------------------------------
+    # Expected failures --------------------------------------------------------------------------------------------
 
     def refusals(self, case, encrypted):
         out = self.folder / "refused.pdf"

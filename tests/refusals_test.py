@@ -20,7 +20,7 @@ def workbook():
     return memory.getvalue()
 
 
-USAGE = [  # arguments, what the first line says after "zforms: "
+USAGE = [  # arguments, the first line after "zforms: "
     ("fil form.pdf", 'there is no command "fil"; did you mean "fill"?'),
     ("serve --port 99999", '--port: a port is a number from 0 to 65535, not "99999"'),
     ("submit F1 --port 0", '--port: a port is a number from 1 to 65535, not "0"'),
@@ -30,7 +30,7 @@ USAGE = [  # arguments, what the first line says after "zforms: "
     ("fields form.pdf --nothing-like-it", 'fields: there is no option "--nothing-like-it"'),
     ("fill form.pdf data.xfdf", "--output is required"),
 ]
-DATA = [  # file name, its bytes, what fill and batch say of it (batch: None for what it takes)
+DATA = [  # file name, its bytes, the message of fill and batch (batch: None when it accepts the file)
     ("empty.csv", b"", "is empty", "is empty"),
     ("blank.json", b"\xef\xbb\xbf \r\n", "is empty", "is empty"),
     ("book.xlsx", workbook(), "is a workbook (.xlsx", "is a workbook (.xlsx"),

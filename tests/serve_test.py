@@ -34,7 +34,7 @@ class Server:
         command = [TOOL, "serve", "--templates", str(templates or SAMPLES), "--data", self.data, "--app", "App",
                    "--folder", "12", *year, "--port", str(port), *options]
         self.log = open(folder / "log", "ab")
-        # What a killed server leaves goes with the folder.
+        # Files left by a killed server are removed together with the folder.
         self.process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=self.log, text=True,
                                         env={**os.environ, "TMPDIR": str(folder)})
         self.started = ""
@@ -321,7 +321,7 @@ def test_long_submissions(folder):
         opened, short = server.open_form(), server.open_form()
         fields = "".join(f'<field name="{name}"><value>{escape(value)}</value></field>' for name, value in values.items())
         long_one = opened.replace("<fields>", "<fields>" + fields, 1)
-        for xfdf in (opened, long_one):  # The first makes the second stale.
+        for xfdf in (opened, long_one):  # the first submission makes the second outdated
             expect(server.ask("POST", SAVE, xfdf.encode())[0] == 200, "a stale copy that is long")
         expect(server.ask("POST", SAVE, count_raised(long_one).encode())[0] == 200, "a long submission")
         expect(server.ask("POST", SAVE, short.encode())[0] == 200, "one after it")
@@ -336,15 +336,15 @@ def test_long_submissions(folder):
         expect(not saved or saved["none"] == [other], "what was saved, for the page")
         expect(server.ask("POST", SAVE, long_one.replace("Session.ID&quot;&gt;", "Session.ID&quot;&gt;x")
                           .replace('Session.ID"&gt;', 'Session.ID"&gt;x').encode())[0] == 409, "a long one of nobody")
-        # Names of 4,000 bytes that nobody asks for.
+        # Names of 4,000 bytes that no form has.
         deep = '<field name="nnnnnnnn">' * 440 + "".join(f'<field name="f{i}"/>' for i in range(20_000)) + "</field>" * 440
         most = memory(server)
         expect(server.ask("POST", SAVE, server.open_form().replace("<fields>", "<fields>" + deep, 1).encode())[0] == 200,
                "deep fields without value")
-        # A sanitizer holds what was freed back for a while.
+        # A sanitizer delays the release of memory.
         expect(SANITIZED or memory(server) - most < 150, f"they take {memory(server) - most} MB")
-        # Killed while it stores a submission: no part of it is visible, and the next start removes the rest. It is looked
-        # at while it is stopped; when it was too quick, it gets another one.
+        # Killed while it stores a submission: no part of it is visible, and the next start removes the rest. The
+        # database is inspected while the server is stopped; if storing had ended already, another submission is sent.
         number, later = 4, count_raised(long_one)
         while server.process.poll() is None:
             number, later = number + 1, count_raised(later)
@@ -408,7 +408,7 @@ def test_imported(folder):
     check_pdf(folder, pdf, "imported form")
     same("a second import", zforms("import", templates / "F1.pdf", "-o", folder / "again.pdf")[::2], (0, ""))
     if shutil.which("qpdf"):
-        # With cross-reference streams and object streams, which not every reader takes.
+        # With cross-reference streams and object streams, which not every reader supports.
         modern = folder / "modern.pdf"
         subprocess.run(["qpdf", "--object-streams=generate", str(folder / "bare.pdf"), str(modern)], check=True, timeout=60)
         status, _, err = zforms("import", modern, "-o", templates / "F1.pdf")
@@ -499,7 +499,7 @@ def test_the_year_stays(folder):
         xfdf = server.open_form()
         expect(re.search(rf'Exercice(?:"|&quot;)&gt;{now}&lt;', xfdf) and "Year:" not in server.started, f"this year for a new store: {server.started}")
         expect(server.count("settings WHERE value = %d" % now) == 1, "the year is kept")
-    # As a program left it that kept no year, opened a year ago.
+    # A store by a program that kept no year, opened a year ago.
     server.count("forms", "DELETE FROM settings")
     server.count("forms", f"UPDATE forms SET year = {now - 1}")
     xfdf = re.sub(r'(Exercice(?:"|&quot;)&gt;)\d+', rf"\g<1>{now - 1}", xfdf)

@@ -13,7 +13,7 @@ from pathlib import Path
 
 OWN = re.compile(r"((vtable|typeinfo|typeinfo name|VTT|construction vtable|guard variable) for |"
                  r"((non-)?virtual|covariant return) thunk to )?zforms::|zforms_\w+$")
-# Far fewer than there are: with less than this the library lacks its interface.
+# Far fewer than the library has; with fewer than this its interface is missing.
 LEAST = 500
 
 
@@ -29,7 +29,7 @@ def needlessly_exporting(root):
 def main():
     library = Path(os.environ["ZFORMS_TOOL"]).resolve().parent.parent / "libzforms.so"
     names = subprocess.check_output(["nm", "--dynamic", "--defined-only", "--demangle", str(library)], text=True)
-    # "address kind name"; a template's name begins with what it returns.
+    # "address kind name"; the name of a template begins with its return type.
     shown = [line.split(" ", 2)[2] for line in names.splitlines()]
     foreign = [name for name in shown if not OWN.match(name)]
     for name in foreign[:20]:

@@ -10,7 +10,7 @@ sys.dont_write_bytecode = True
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SAMPLES = ROOT / "samples"
 TOOL = os.environ.get("ZFORMS_TOOL", "")
-# Whether the tool runs under sanitizers, which need memory and time of their own.
+# True when the tool runs under sanitizers, which need more memory and time.
 SANITIZED = "ZFORMS_SANITIZED" in os.environ
 sys.path.insert(0, str(SAMPLES))
 from form_writer import COMBO, MULTI_SELECT, MULTILINE, NO_EXPORT, RADIO, Document, Name, Ref, Text, WideText
@@ -122,7 +122,7 @@ def restricted_form(path, signatures=(), xfa=False, rights=False, alone=False):
     return path
 
 
-ODD_VALUES = {  # what each field of the odd form may be given
+ODD_VALUES = {  # values for each field of the form with odd names
     "liste": ["A", "B", "A\nC", "C", ""],
     "choix": ["é", "è", ""],
     "riche": ["riche", "autre", ""],

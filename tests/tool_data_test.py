@@ -105,7 +105,7 @@ def test_pdftk_agrees(folder):
          json.loads(export(filled)))
 
 
-TABLES = [  # label, bytes of a CSV file, the values, or what is wrong
+TABLES = [  # label, bytes of a CSV file, the values or the message
     ("separator ;", "adherent.nom;adherent.ville\nA;B, C\n", {NAME: "A", CITY: "B, C"}),
     ("tabs", "adherent.nom\tadherent.ville\nA\tB;C", {NAME: "A", CITY: "B;C"}),
     ("a word on the separator", "sep=|\r\nadherent.nom|adherent.ville\r\nA|B\r\n", {NAME: "A", CITY: "B"}),

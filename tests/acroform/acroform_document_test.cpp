@@ -292,7 +292,7 @@ TEST(AcroFormDocument, UpdatesAreAppendedAndChained) {
     const Chaine bytes = Saved(form);
     ASSERT_GT(bytes.size(), last.size());
     EXPECT_EQ(bytes.Mid(0, last.size()), last);
-    // Nothing more to say: the same bytes, and the next update finds a real section.
+    // Saving without further changes gives the same bytes, and the next update finds the real section.
     EXPECT_EQ(Saved(form), bytes);
     const ZAcroForm reloaded = Loaded(bytes);
     EXPECT_EQ(ValuesOf(reloaded), ValuesOf(form));
@@ -329,7 +329,7 @@ TEST(AcroFormDocument, SavingToFiles) {
   EXPECT_EQ(ValuesOf(again), "a=1 b=Prénom ");
 }
 
-// A destination that takes a number of bytes and no more.
+// A destination that accepts a given number of bytes.
 class FullStream : public ZInetOStream {
  public:
   bool Write(const char*, size_t) override { return false; }
@@ -371,7 +371,7 @@ TEST(AcroFormDocument, PermissionsAreAFullSaveAndThenUpdates) {
     EXPECT_EQ(form.EncryptionSave(), form.EncryptionLoad());
     EXPECT_EQ(Saved(form), encrypted);
 
-    // From here on it is an encrypted file that is updated.
+    // From here on updates are saved to an encrypted file.
     form.Fields()["b"]->SetValue("after");
     const Chaine updated = Saved(form);
     EXPECT_EQ(updated.Mid(0, encrypted.size()), encrypted);
@@ -382,7 +382,7 @@ TEST(AcroFormDocument, PermissionsAreAFullSaveAndThenUpdates) {
     EXPECT_EQ(ObjectOf(reloaded, 12), "[(\xE9 secret\\(\\))]");
     EXPECT_EQ(reloaded.Parser()->IDOriginal().size(), 16U);
 
-    // Other permissions, and the file is written anew under the same handler.
+    // A change of permissions makes the next save a full one with the same handler.
     reloaded.SetStandardUserFlags(4);
     const Chaine again = Saved(reloaded);
     ZAcroForm last = Loaded(again);
@@ -394,7 +394,7 @@ TEST(AcroFormDocument, PermissionsAreAFullSaveAndThenUpdates) {
 }
 
 TEST(AcroFormDocument, FullSavesAreWhole) {
-  // Object 5 is the former encryption dictionary of nothing, 7 is used by none.
+  // Object 5 is an old encryption dictionary that is not used; object 7 is unused.
   PdfText text;
   text.Header().Object(1, "<</AcroForm<</Fields[9 0 R]>>/N 3 1 R>>").Object(3, "(g)", 1).Object(7, "(lost)");
   text.Object(9, "<</FT/Tx/T(a)/V(1)>>").Xref().Trailer("/Root 1 0 R/XRefStm 5");
@@ -441,12 +441,12 @@ TEST(AcroFormDocument, TheFormerEncryptionDictionaryIsNotWritten) {
   const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("id", "", ""));
   ZAcroForm form =
       Loaded(TwoFields().Object(12, LineOf(handler->Dictionary())).Trailer("/Encrypt 12 0 R/ID[(id)(id)]").Bytes());
-  // The texts read as gibberish, since they stand there in clear: fields go by place.
+  // The texts read as gibberish, because the file has them unencrypted; so fields are found by position.
   form.Fields()[1]->SetValue("x");
   const Chaine full = SavedFull(form);
   EXPECT_EQ(full.View().find("12 0 obj"), std::string_view::npos);
   EXPECT_EQ(Loaded(full).Fields()[1]->Value(), "x");
-  // What follows is enciphered for the new file.
+  // Later values are enciphered for the new file.
   form.Fields()[1]->SetValue("y");
   EXPECT_EQ(Loaded(Saved(form)).Fields()[1]->Value(), "y");
 }
@@ -467,7 +467,7 @@ TEST(AcroFormDocument, CopiesAreDeep) {
   EXPECT_NE(copy.EncryptionSave(), form.EncryptionSave());
   EXPECT_EQ(copy.StandardUserFlags(), 4U);
 
-  // Each goes its own way, and outlives the others.
+  // Copies are independent and outlive each other.
   form.Fields()["b"]->SetValue("source");
   copy.Fields()["b"]->SetValue("copy");
   EXPECT_EQ(ValuesOf(assigned), "a=1 b=edited ");
@@ -477,7 +477,7 @@ TEST(AcroFormDocument, CopiesAreDeep) {
   EXPECT_EQ(ValuesOf(Loaded(Saved(assigned))), "a=1 b=edited ");
   EXPECT_EQ(form.Fields().Size(), 0U);
 
-  // A copy of a form with edits that were never saved updates the bytes that were read.
+  // Updating a copy of a form with unsaved edits appends to the original bytes.
   ZAcroForm edited = TwoFields().Form();
   edited.Fields()["a"]->SetValue("2");
   ZAcroForm twin(edited);
@@ -500,7 +500,7 @@ TEST(AcroFormDocument, NewObjectsAreSavedAndTheTrailerSettles) {
   EXPECT_EQ(Loaded(bytes).Parser()->TrailerDico()->GetUIntValue("/Size"), 13U);
 }
 
-// Any texts that fit XML come back from the file as they were given.
+// Any text that XML allows is read back from the file unchanged.
 TEST(AcroFormDocument, RandomValuesComeBack) {
   uint32_t state = 12345;
   const auto random = [&state](uint32_t below) { return (state = state * 1664525 + 1013904223) / 65536 % below; };

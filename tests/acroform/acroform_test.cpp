@@ -307,7 +307,7 @@ TEST(AcroForm, WidgetsAreReadAsTheyStand) {
   EXPECT_EQ(bare.GetAction(), nullptr);
 }
 
-// A wrapper must not go on with a node that was replaced and freed.
+// A wrapper must not use a node that was replaced and freed.
 TEST(AcroForm, WrappersFollowReplacedNodes) {
   ZAcroForm form = FormText().Field(10, "<</A<</S/URI>>/MK<</CA(a)>>/Rect[1 2 3 4]>>").Form();
   Field& field = *form.Fields()[0];
@@ -361,7 +361,7 @@ TEST(AcroForm, ActionsAreReadAsTheyStand) {
     EXPECT_EQ(action.HasURL() ? action.URL().AsChaine() : Chaine(), test.url == nullptr ? "" : test.url);
     EXPECT_EQ(action.HasNext(), std::string(test.button).find("/Next") != std::string::npos);
   }
-  // Only push buttons submit, and by their own action.
+  // Only push buttons submit, and only by their own action.
   for (const char* field : {"<</FT/Btn/A<</S/SubmitForm>>>>", "<</A<</S/SubmitForm>>>>", "<</FT/Btn/Ff 65536/A 5>>"}) {
     EXPECT_FALSE(FormText().Fields(field).Form().Fields()[0]->IsSubmitFormButton()) << field;
   }
@@ -393,7 +393,7 @@ TEST(AcroForm, ButtonStatesAndWhatValuesMean) {
 }
 
 TEST(AcroForm, HostileTreesStaySmall) {
-  // Each field has the next one twice: two to the power of forty paths.
+  // Each field lists the next one twice: two to the power of forty paths.
   FormText doubling;
   doubling.Fields("10 0 R");
   for (uint32_t i = 10; i < 50; i++) {

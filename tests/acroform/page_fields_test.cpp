@@ -10,7 +10,7 @@
 namespace zforms {
 namespace {
 
-// With the fields of its pages, if they are to be found.
+// Opens the form, with the fields of its pages if `find` is true.
 ZAcroForm Opened(const FormText& text, bool find = true) {
   ZAcroForm form;
   form.SetPageFields(find);
@@ -25,7 +25,7 @@ ZAcroForm Loaded(FormText text, const std::string& annotations, bool find = true
   return Opened(text.Object(4, "<</Type/Page/Parent 3 0 R/Annots[" + annotations + "]>>"), find);
 }
 
-// The full names in the order of the tree, those of kids in brackets.
+// The full names in the order of the tree, kids in brackets.
 std::string NamesIn(const ZAcroFormFieldCollection& fields) {
   std::string names;
   for (uint32_t i = 0; i < fields.Size(); i++) {
@@ -90,7 +90,7 @@ TEST(PageFields, ANameStaysWithTheFieldOfTheForm) {
   EXPECT_EQ(form.FlatFields()["a"].size(), 2U);
 }
 
-// Each widget is below the one before it, without being listed there.
+// Each widget is a child of the one before it, but is not listed as its kid.
 TEST(PageFields, LongChainsStayShort) {
   FormText text;
   std::string annotations;

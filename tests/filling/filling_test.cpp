@@ -29,14 +29,14 @@ const std::string kInWidget = "<</FT/Btn/T(a)/Kids[<</V/A/AS/A";
 const std::string kOthers = "<</FT/Ch/T(a)/Opt[(A)(B)]/Kids[<</Opt[(B)(C)]/V(C)/Rect[]>>]";
 const std::string kRadio = "<</FT/Btn/Ff 32768/T(a)/Kids[";
 
-// What filling field "a" changes in object 10, and what it says; values are parted by "|".
+// The changes in object 10 and the message when field "a" is filled; values are separated by "|".
 TEST(CheckedFiller, WhatFieldsTake) {
   const struct {
     const char* name;
     std::string field;
     const char* values;
     std::string after;  // empty when nothing is written
-    const char* fault;  // the beginning
+    const char* fault;  // the start of the message
   } cases[] = {
       {"too long", "<</FT/Tx/T(a)/MaxLen 3/V(old)>>", "1234", "", "\"1234\" has 4 characters, and it takes 3"},
       {"characters, not bytes", "<</FT/Tx/T(a)/MaxLen 2>>", "\xC3\xA9\r\n", "<</FT/Tx/T(a)/MaxLen 2/V(\xE9\\r\\n)>>",

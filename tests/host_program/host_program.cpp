@@ -1,4 +1,4 @@
-// Ends with the number of the check that failed, 0 when all hold. The argument is a form.
+// Exits with the number of the check that failed, 0 when all pass. The argument is a form.
 
 #include <memory>
 
@@ -14,7 +14,7 @@ using namespace zforms;
 
 namespace {
 
-// A node that knows of an object besides its children, and counts how often it is asked.
+// A node that refers to an object besides its children, and counts the calls.
 template <class Base>
 class Leading : public Base {
  public:
@@ -39,7 +39,7 @@ class Fixed final : public ZPDFNodeNumeric {
   void SetText(const Chaine& text) { SetValue(text); }
 };
 
-// The objects stand in a ring, through nodes of each kind: 0 leads to 1, 1 to 2 and 3, these to 0.
+// The objects refer to each other in a cycle, through nodes of each kind: 0 to 1, 1 to 2 and 3, these to 0.
 bool OverridesAreCalled(ZPDFParser& parser) {
   ZPDFNodeIndirectObject* objects[4];
   for (auto& object : objects) object = parser.AddIndirectObject();

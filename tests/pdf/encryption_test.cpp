@@ -19,7 +19,7 @@ constexpr const char* kIdentifier = "31415926535897932384626433832795";
 std::string Unhex(std::string_view digits) { return ZPDFNodeHexaString::Decode(Chaine(digits)).ToString(); }
 std::string Hex(const Chaine& bytes) { return ZPDFNodeHexaString::Encode(bytes).ToString(); }
 
-// A dictionary made for these entries, with "/O" and "/U" of the passwords.
+// A dictionary with these entries, and with "/O" and "/U" for the passwords.
 struct Handler {
   Handler(const std::string& entries, const char* user, const char* owner)
       : node(Parse("<</Filter/Standard" + entries + ">>")),
@@ -73,7 +73,7 @@ TEST(EncryptionTest, ReadsWhatQpdfEncrypted) {
       const auto* stream = NodeCast<ZPDFNodeStream>(parser.GetObject({4, 0})->GetDirectAt(0));
       ASSERT_NE(stream, nullptr);
       EXPECT_EQ(stream->Data(), "0 0 9 9 r");
-      // The encryption dictionary itself is in clear.
+      // The encryption dictionary itself is not encrypted.
       EXPECT_EQ(parser.EncryptionDico()->GetStringValue("/U"), Unhex(file.u));
       EXPECT_EQ(parser.IDOriginal(), Unhex(kIdentifier));
     }
@@ -94,15 +94,15 @@ TEST(EncryptionTest, DerivesWhatQpdfDerived) {
     dictionary->SetValue("/U", "");
     encryption.SetPasswords(file.user, file.owner);
     EXPECT_EQ(Hex(encryption.StandardOwnerKey()), file.o) << file.dictionary;
-    // Revision 3 defines only the first half.
+    // At revision 3 only the first half is defined.
     const size_t digits = encryption.StandardRevision() == 2 ? 64 : 32;
     EXPECT_EQ(Hex(encryption.StandardUserKey()).substr(0, digits), std::string(file.u).substr(0, digits));
     EXPECT_EQ(encryption.StandardUserKey().size(), 32U);
   }
 }
 
-// "/V" 1 has 40 bits whatever "/Length" says, and some writers state bytes. The dictionaries are those above with
-// another length.
+// At "/V" 1 the key has 40 bits whatever "/Length" says, and some writers state bytes. The dictionaries are those above
+// with another length.
 TEST(EncryptionTest, KeyLengthsThatAreNotStated) {
   const struct {
     int file;
@@ -129,7 +129,7 @@ TEST(EncryptionTest, KeyLengthsThatAreNotStated) {
     handler.SetStandardFlags(0);
     handler.SetOwnerPassword("other");
     EXPECT_TRUE(ZPDFEncryption(handler).CanBeDecrypted()) << dictionary;
-    // A wrong password leaves no key behind that is not the stated one.
+    // After a wrong password the key length is again the stated one.
     ASSERT_TRUE(parser.ReadFromRaw(FileOf(file, true), "wrong"));
     EXPECT_FALSE(parser.CanBeDecrypted());
   }
@@ -155,7 +155,7 @@ TEST(EncryptionTest, SettersKeepEverythingConsistent) {
     Handler handler(entries, "user", "");
     ZPDFEncryption& encryption = handler.encryption;
     EXPECT_TRUE(encryption.CanBeDecrypted());
-    // Without an owner password the user's stands for it.
+    // Without an owner password the user password is used.
     EXPECT_EQ(encryption.StandardOwnerKey(), Handler(entries, "user", "user").encryption.StandardOwnerKey());
     const Chaine owner_key = encryption.StandardOwnerKey();
     Chaine key = encryption.StandardComputedUserEncryptionKey();
@@ -205,7 +205,7 @@ TEST(EncryptionTest, WhatCanBeDecrypted) {
       {"/V 0/R 3/P -4", false},
       {"/V 3/R 3/P -4", false},
       {"/V 4/R 4/P -4/Length 128", false},
-      {"/V 1/R 3/P -4/Filter/Other", true},  // the first one counts
+      {"/V 1/R 3/P -4/Filter/Other", true},  // the first one is used
   };
   for (const auto& c : cases) {
     const Handler handler(c.entries, "user", "owner");
@@ -232,9 +232,9 @@ TEST(EncryptionTest, WhatCanBeDecrypted) {
   EXPECT_TRUE(ZPDFEncryption(&empty, "", "").StandardEncryptMetadata());
 }
 
-// Some writers leave "/EncryptMetadata" out of the key at revision 3, some do not.
+// At revision 3, some writers include unencrypted metadata in the key, some do not.
 TEST(EncryptionTest, UnencryptedMetadataInOrOutOfTheKey) {
-  // At revision 2 it never enters the key.
+  // At revision 2 the key never depends on it.
   EXPECT_EQ(Handler("/V 1/R 2/P -4/EncryptMetadata false", "user", "").encryption.StandardUserKey(),
             Handler("/V 1/R 2/P -4", "user", "").encryption.StandardUserKey());
   for (const char* declared : {"/EncryptMetadata false", "/EncryptMetadata true"}) {
@@ -247,7 +247,7 @@ TEST(EncryptionTest, UnencryptedMetadataInOrOutOfTheKey) {
       text.Trailer("/Root 1 0 R/ID[(identifier)]/Encrypt<</Filter/Standard" + entries + declared + "/O<" +
                    Hex(writer.encryption.StandardOwnerKey()) + ">/U<" + Hex(writer.encryption.StandardUserKey()) +
                    ">>>");
-      // Objects come out right whether or not anyone asked about the password before.
+      // Objects are decrypted correctly, whether or not the password was checked before.
       const bool readable =
           declared != std::string("/EncryptMetadata true") || derived != std::string("/EncryptMetadata false");
       ZPDFParser parser;
@@ -298,7 +298,7 @@ TEST(EncrypterTest, EachObjectHasItsKey) {
       for (const Chaine& earlier : all) EXPECT_NE(earlier, encrypted);
       all.push_back(encrypted);
     }
-    // Three bytes of the number and two of the generation enter the key.
+    // The key depends on three bytes of the number and two of the generation.
     const std::unique_ptr<ZPDFEncrypter> high(handler.encryption.AllocEncrypter({0x7F000001, 0x10000}));
     EXPECT_EQ(high->Encrypt(data), all[0]);
   }

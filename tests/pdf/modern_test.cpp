@@ -16,7 +16,7 @@ constexpr const char* kForm = "<</Fields[10 0 R 11 0 R]>>";
 constexpr const char* kA = "<</FT/Tx/T(a)/V(1)/TU(a text that is longer than a node holds in itself)>>";
 constexpr const char* kB = "<</FT/Tx/T(b)/V(2)>>";
 
-// A form whose catalog stands plain and whose fields stand in object stream 5.
+// A form whose catalog is an ordinary object and whose fields are in object stream 5.
 PdfText Modern(std::string_view entries = "/Root 1 0 R") {
   PdfText text;
   text.Header("1.5").Object(1, "<</Type/Catalog/Pages<</Type/Pages/Kids[]/Count 0>>/AcroForm 2 0 R>>");
@@ -24,7 +24,7 @@ PdfText Modern(std::string_view entries = "/Root 1 0 R") {
   return text;
 }
 
-// The same for readers of tables alone, who see no form.
+// The same for readers that support only tables; they see no form.
 PdfText Hybrid() {
   PdfText text;
   text.Header().Object(1, "<</Type/Catalog/Pages<</Type/Pages/Kids[]/Count 0>>/AcroForm 2 0 R>>").Object(12, "(seen)");
@@ -96,7 +96,7 @@ TEST(ModernTest, TheNewestRecordWinsInEitherKind) {
       {10, "(packed again)"}, {1, "<</Packed 1>>"}, {11, "none"}, {12, "(new)"}, {2, "<</Fields[10 0 R 11 0 R ]>>"}};
   for (const auto& [number, value] : cases) EXPECT_EQ(ValueOf(parser, number), value) << number;
   EXPECT_EQ(WarningsOf(parser), "");
-  // A table behind a stream, and one before it.
+  // A table that points back to a stream, and the opposite.
   PdfText mixed = Modern();
   mixed.Object(10, "(table)").Xref().Trailer("/Root 1 0 R").Object(11, "(stream)").XrefStream(15, "/Root 1 0 R");
   ASSERT_TRUE(parser.ReadFromRaw(mixed.Bytes(), ""));
@@ -112,7 +112,7 @@ TEST(ModernTest, HybridFilesShowWhatTheyHide) {
   EXPECT_EQ(InOneLine(ValueOf(parser, 2)) + ValueOf(parser, 11) + ValueOf(parser, 12),
             kForm + std::string(kB) + "(seen)");
   EXPECT_EQ(WarningsOf(parser), "");
-  // What the table itself lists as in use comes before what the stream says of it.
+  // Objects that the table lists as in use take precedence over the stream.
   PdfText both;
   both.Header().Object(1, "<<>>").Pack(5, {{9, "(packed)"}}).HiddenXrefStream(6).Object(9, "(table)");
   both.Xref().Trailer("/Root 1 0 R/XRefStm " + std::to_string(both.OffsetOf(6)));
@@ -136,7 +136,7 @@ TEST(ModernTest, UpdatesAreSectionsOfTheSameKind) {
     Chaine bytes = c.bytes;
     ZAcroForm form = Loaded(bytes);
     EXPECT_EQ(Saved(form), bytes);
-    // Each field in an update of its own: the second must not bring the first value back.
+    // Changes each field in a separate update: the second must not restore the first value.
     for (const char* name : {"a", "b"}) {
       form.Fields()[name]->SetValue("new");
       const Chaine updated = Saved(form);
@@ -149,7 +149,7 @@ TEST(ModernTest, UpdatesAreSectionsOfTheSameKind) {
       bytes = updated;
     }
     EXPECT_EQ(ValuesOf(form), "a=new b=new ");
-    // A new object does not take the number of a section.
+    // A new object must not get the number of a section.
     const uint32_t number = form.Parser()->AddIndirectObject()->GetID().Number();
     ZAcroForm last = Loaded(bytes);
     EXPECT_EQ(last.Parser()->GetObject({number, 0}), nullptr);
@@ -158,7 +158,7 @@ TEST(ModernTest, UpdatesAreSectionsOfTheSameKind) {
 }
 
 TEST(ModernTest, FullSavesAreClassic) {
-  // Not even what leads to the streams keeps them.
+  // References to the streams do not keep them.
   PdfText odd;
   odd.Header("1.5").Object(1, "<</Type/Catalog/AcroForm 2 0 R/Odd[5 0 R 6 0 R]>>");
   ZAcroForm leads = Loaded(odd.Pack(5, {{2, "<</Fields[]>>"}}).XrefStream(6, "/Root 1 0 R").Bytes());
@@ -172,7 +172,7 @@ TEST(ModernTest, FullSavesAreClassic) {
     }
     ExpectSoundForQpdf(full, "modern_full.pdf");
     EXPECT_EQ(ValuesOf(Loaded(full)), "a=1 b=new ");
-    // What follows is an update of a classic file.
+    // The next save updates a classic file.
     form.Fields()["a"]->SetValue("3");
     const Chaine updated = Saved(form);
     EXPECT_NE(updated.View().substr(full.size()).find("trailer"), std::string_view::npos);
@@ -196,7 +196,7 @@ TEST(ModernTest, LinearizedFilesBeginWithTheirSection) {
   }
 }
 
-// Files whose section is this object 6, the records of objects 1 and 10 in it being sound.
+// Files whose cross-reference section is this object 6; its records of objects 1 and 10 are correct.
 TEST(ModernTest, DamagedSections) {
   const std::string records("\1\0\xF\0\1\0\xF\0\2\0\5\0", 12);
   const struct {
@@ -280,7 +280,7 @@ TEST(ModernTest, DamagedObjectStreams) {
     EXPECT_EQ(ValueOf(parser, 10), c.ten) << c.entries << c.text;
     EXPECT_EQ(ValueOf(parser, 11), c.eleven) << c.entries << c.text;
     EXPECT_NE(WarningsOf(parser).find(c.warning), std::string::npos) << WarningsOf(parser);
-    // An object stream in an object stream is none.
+    // An object stream inside an object stream is ignored.
     EXPECT_EQ(ValueOf(parser, 12), "none");
   }
 }
@@ -296,7 +296,7 @@ TEST(ModernTest, BombsAndLoopsEnd) {
   EXPECT_EQ(ValueOf(parser, 30), "none");
   EXPECT_NE(WarningsOf(parser).find("object 20 0: the object stream is damaged: its data exceed"), std::string::npos)
       << WarningsOf(parser);
-  // The length of stream 7 stands in stream 7.
+  // The length of stream 7 is stored in stream 7 itself.
   EXPECT_EQ(ValueOf(parser, 8), "3");
 }
 

@@ -59,7 +59,7 @@ TEST(NodesTest, OneObjectIsTakenFromTheEnd) {
       {"-.5", "-.5", ""},
       {"", "none", ""},
       {" % nothing\n%", "none", ""},
-      // Keywords count as whole tokens only.
+      // Keywords are recognized only as whole tokens.
       {"/Untrue", "/Untrue", ""},
       {"/true", "/true", ""},
       {"/A/null", "/null", "/A"},
@@ -122,7 +122,7 @@ TEST(NodesTest, Layout) {
   };
   for (const auto& [text, written] : kCases) EXPECT_EQ(Written(*Parse(text)), written) << text;
   EXPECT_EQ(Written(ZPDFNodeDictionary()), "<<>>");
-  // What has no text of its own must not swallow what follows it.
+  // A node that writes no text must not swallow the text after it.
   ZPDFNodeArray blanks;
   blanks.AppendIdentifier("");
   blanks.AppendValue(new ZPDFNodeNumeric());
@@ -186,7 +186,7 @@ TEST(NodesTest, HexAndNameCodecs) {
       {"/#x1#y#x1", "/\0\0"sv},
   };
   for (const auto& [text, value] : kNames) EXPECT_EQ(ZPDFNodeIdentifier::Decode(text), value) << text;
-  // Names too long for the rounds decode alike.
+  // Names that are too long for repeated passes are decoded the same.
   std::string text = "/", value = "/";
   for (int i = 0; i < 30000; i++) {
     text += i % 3 == 0 ? "#232341" : "#41z";
@@ -284,7 +284,7 @@ TEST(NodesTest, DictionaryChanges) {
        "{/A null}*"},
   };
   for (const auto& [text, change, after] : kCases) {
-    // The same beside so many other keys that an index is used.
+    // The same with so many other keys that an index is used.
     for (const size_t more : {0u, 60u}) {
       std::string padded(text);
       for (size_t i = 0; i < more; i++) padded.insert(2, "/Pad" + std::to_string(i) + " 0");
@@ -306,7 +306,7 @@ TEST(NodesTest, DictionaryChanges) {
   EXPECT_FALSE(ZPDFNodeNull::Default()->IsModified());
 }
 
-// Opens what is protected, of a node proper and of a leaf.
+// Makes protected members of a node or leaf accessible.
 template <class Base>
 class Open : public Base {
  public:
@@ -339,7 +339,7 @@ TEST(NodesTest, CopiesAreDeepAndAssignmentsShallow) {
   As<ZPDFNodeDictionary>(copy).RemoveValue("/A");
   EXPECT_EQ(Dump(source.get()) + Dump(copy.get()), "{/A [1 (x) null]; /B 2}{/B 3}");
 
-  // Lists given up live on with those that took their place, however they are passed around.
+  // Replaced child lists stay alive with their replacements, however often these are assigned.
   std::mt19937 random(3);
   std::vector<ZPDFNodeDictionary> nodes(6);
   for (int step = 0; step < 1000; step++) {
@@ -361,7 +361,7 @@ TEST(NodesTest, CopiesAreDeepAndAssignmentsShallow) {
   }
 }
 
-// Dictionaries that are searched in order, and through an index.
+// Tests dictionaries that are searched linearly, and others that use an index.
 TEST(NodesTest, KeysAreFoundAfterEveryChange) {
   for (const int count : {3, 24, 25, 40}) {
     ZPDFNodeDictionary dictionary;

@@ -53,7 +53,7 @@ TEST(OutStreamTest, Layout) {
       {"ab \t", {"C/"}, "ab/", 3},
       {" \t", {"T<<"}, "<<", 2},
       {"\f", {"S", "Tx"}, "\f x", 3},
-      // A token reaches column 254 at the most, a character too; a blank comes up to column 253.
+      // A token or character ends at column 254 at most; a blank is written up to column 253.
       {X(250), {"Tabcd"}, X(250) + "abcd", 254},
       {X(250), {"Tabcde"}, X(250) + "\nabcde", 5},
       {X(253), {"C!"}, X(253) + "!", 254},
@@ -63,7 +63,7 @@ TEST(OutStreamTest, Layout) {
       {X(252) + "  ", {"T/A"}, X(252) + "/A", 254},
       {X(252) + "  ", {"TA"}, X(252) + "\nA", 1},
       {"", {"T" + X(300), "Ta"}, X(300) + "\na", 1},
-      // Raw bytes are not looked at.
+      // Raw bytes do not change lines.
       {X(200), {"R" + X(300) + "\nb", "Ta"}, X(500) + "\nba", 1},
       {"", {"C(", "Babc", "C)"}, "(abc)", 5},
       {"", {"C(", "B" + X(252), "C)"}, "(" + X(252) + ")", 254},
@@ -96,7 +96,7 @@ TEST(OutStreamTest, ASecondStreamContinuesTheLine) {
   EXPECT_EQ(text, pieces);
 }
 
-// The blanks that go were seen by another text too.
+// The removed blanks are still visible to another text that shares the bytes.
 TEST(OutStreamTest, CopiesOfTheTargetStayAsTheyAre) {
   for (const bool one_run : {false, true}) {
     Chaine text(X(20) + "  ");
@@ -123,7 +123,7 @@ size_t LongestLine(std::string_view text) {
   return longest;
 }
 
-// Runs of backslashes of every length at every distance from the cut, after any start of the line.
+// Runs of backslashes of every length at every distance from the line break, for every start column.
 TEST(OutStreamTest, NoEscapeIsCut) {
   for (const std::string_view special : {"\\", "(", "\r", "\n", "\\(", "\\\\)"}) {
     for (size_t before = 246; before < 258; before++) {
@@ -136,7 +136,7 @@ TEST(OutStreamTest, NoEscapeIsCut) {
           array.AppendValue(Chaine(value + std::string(after, 'y')));
           const std::string text = Written(array);
           ASSERT_LE(LongestLine(text), 254u) << text;
-          // Nothing but the escaped carriage return may break a line inside the string.
+          // Only the escaped carriage return may break a line inside the string.
           ASSERT_EQ(text.substr(0, text.rfind(')')).find('\n', text.find('(')), std::string::npos) << text;
           ASSERT_EQ(Dump(Parse(text).get()), Dump(&array)) << text;
         }

@@ -26,7 +26,7 @@ PdfText Catalog(std::string_view line_end = "\n") {
   return std::move(PdfText(line_end).Header().Object(1, "<</Type/Catalog>>"));
 }
 
-// A file whose object 4 is what stands there, header and all.
+// A file whose object 4 is this text, including its header.
 Chaine WithObjectText(std::string_view text) {
   return Catalog().Object(6, "3").At(4).Raw(text).Raw("\n").Xref().Trailer("/Root 1 0 R").Bytes();
 }
@@ -94,7 +94,7 @@ TEST(ParserTest, AccessorsOfTheFrame) {
   EXPECT_TRUE(parser.IDOriginal().IsEmpty());
 }
 
-// Two sections; the front one is in use only where the file is found to be linearized.
+// Two sections; the first one in the file is used only when the file is linearized.
 TEST(ParserTest, LinearizedOnlyWhereTheFirstObjectSaysSo) {
   const struct {
     const char *first, *before_xref;
@@ -123,7 +123,7 @@ TEST(ParserTest, LinearizedOnlyWhereTheFirstObjectSaysSo) {
       EXPECT_EQ(parser.TrailerDico()->Exist("/Front"), parser.IsLinearized()) << c.first;
       const std::string_view file = parser.RawData();
       EXPECT_EQ(parser.XRefOffset(), (parser.IsLinearized() ? file.find("\nxref") : file.rfind("\nxref")) + 1);
-      // What was looked at aside is not what the section in use lists.
+      // Objects of a section that was read but rejected must not be used.
       EXPECT_TRUE(parser.IsLinearized() || ValueOf(parser, 9) == "(new)") << ValueOf(parser, 9);
     }
   }
@@ -243,7 +243,7 @@ TEST(ParserTest, NewestRecordWinsWhateverItsGeneration) {
   }
   EXPECT_EQ(WarningsOf(parser), "");
   EXPECT_EQ(parser.GetObject({4, 1}), parser.GetObject({4, 1}));
-  // Object 0 heads the free list, and no generation has more than 16 bits.
+  // Object 0 is the head of the free list, and generations have at most 16 bits.
   PdfText odd = Catalog();
   odd.Object(0, "(zero)").Object(4, "(high)", 65536).Object(5, "(last)", 65535);
   odd.Xref("0 1\n@0 0 n\n4 2\n@4 65536 n\n@5 65535 n\n").Trailer("/Root 1 0 R");
@@ -291,8 +291,7 @@ TEST(ParserTest, ObjectTexts) {
   }
 }
 
-// What is read, and the warnings that tell of each guess. An object is read the same
-// wherever it stands.
+// The value that is read, and the warnings for each guess. An object is read the same at any place of the file.
 TEST(ParserTest, SoundAndDamagedObjects) {
   const std::string deep(600, '[');
   const struct {
@@ -339,7 +338,7 @@ TEST(ParserTest, SoundAndDamagedObjects) {
     EXPECT_EQ(ValueOf(reader, 4), c.value) << c.text;
     EXPECT_EQ(WarningsOf(reader).empty(), c.warnings.empty()) << c.text << WarningsOf(reader);
   }
-  // However much is wrong, an object takes a bounded number of warnings and linear time.
+  // An object with any number of faults gives a bounded number of warnings and takes linear time.
   std::string many;
   for (int i = 0; i < 200000; i++) many += "<x(";
   ZPDFParser parser;
@@ -417,7 +416,7 @@ TEST(ParserTest, LongChainsDoNotRecurse) {
   PdfText next = Catalog();
   for (uint32_t i = 2; i <= kCount; i++) next.Object(i, "<</Next " + std::to_string(i % kCount + 1) + " 0 R>>");
   next.Xref().Trailer("/Root 2 0 R");
-  // Each stream's length is asked of the next stream.
+  // The length of each stream is in the next stream.
   PdfText lengths = Catalog();
   for (uint32_t i = 2; i <= kCount; i++) lengths.Stream(i, "<</Length " + std::to_string(i + 1) + " 0 R>>", "x");
   lengths.Object(kCount + 1, "1").Xref().Trailer("/Root 2 0 R");
@@ -470,7 +469,7 @@ TEST(ParserTest, AddIndirectObjectNumbersAboveAll) {
   EXPECT_EQ(empty.AddIndirectObject()->GetID().Number(), 1000U);
   EXPECT_EQ(empty.AddIndirectObject()->GetID().Number(), 1001U);
   EXPECT_EQ(empty.TrailerDico()->GetUIntValue("/Size"), 1002U);
-  // Numbers near the end of their range leave room for more.
+  // Numbers near the limit still leave room for more.
   ZPDFParser high;
   ASSERT_TRUE(
       high.ReadFromRaw(Catalog().Xref("4294967294 1\n@1 0 n\n1 1\n@1 0 n\n").Trailer("/Root 1 0 R").Bytes(), ""));
@@ -529,7 +528,7 @@ TEST(ParserTest, CopiesShareBytesAndOwnTheirNodes) {
   EXPECT_EQ(ContentOf(copy), ContentOf(*original));
   EXPECT_EQ(copy.ModifiedObjects().size(), 2U);
   EXPECT_EQ(assigned.GetObject({8, 0}), nullptr);
-  // Edits, and references followed before and after, stay in their own document.
+  // Edits, and references resolved before and after, affect only their own document.
   set(*original, 2, "/A", "original");
   set(copy, 3, "/B", "copy");
   original.reset();
@@ -542,7 +541,7 @@ TEST(ParserTest, CopiesShareBytesAndOwnTheirNodes) {
   EXPECT_EQ(assigned.GetObject({6, 0}), nullptr);
 }
 
-// Files in which looking at one object would lead far into the others, or looks at much in vain.
+// Files in which reading one object could read far into the others, or search in vain.
 TEST(ParserTest, DamagedObjectsCostNoMoreThanAFewTimesTheFile) {
   constexpr uint32_t kCount = 100000;
   const struct {
@@ -555,8 +554,8 @@ TEST(ParserTest, DamagedObjectsCostNoMoreThanAFewTimesTheFile) {
       {" 0 obj %", ""},
       {" 0 obj <</Length 9>>stream\nabc\nendobj\n", ""},
       {" 0 obj <</Length 99>>stream\n", "endstream endobj"},
-      {nullptr, "\n"},    // all records lead to the same blanks
-      {nullptr, "%%\n"},  // and to the same comment
+      {nullptr, "\n"},    // all records point to the same blanks
+      {nullptr, "%%\n"},  // all records point to the same comment
   };
   for (const auto& c : cases) {
     PdfText text = Catalog();

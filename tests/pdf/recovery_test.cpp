@@ -98,7 +98,7 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
     EXPECT_EQ(WarningsOf(form).empty(), *c.said == 0) << c.what << WarningsOf(form);
     EXPECT_NE(WarningsOf(form).find(c.said), std::string::npos) << c.what << WarningsOf(form);
     EXPECT_EQ(form.SavesAnew(), *c.said != 0) << c.what;
-    // What is saved is sound.
+    // The saved file has no faults.
     form.Fields()["a"]->SetValue("new");
     const Chaine saved = Saved(form);
     EXPECT_FALSE(form.SavesAnew());
@@ -111,12 +111,12 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
 struct Odd {
   const char* what;
   std::string bytes;
-  const char* values;  // by its tables alone
+  const char* values;  // by its tables only
   const char* recovered;
   const char* said;
 };
 
-// What the scan does not find is kept where a table, odd as it is, leads to it.
+// An object that the scan does not find is kept if a table leads to it, even a damaged one.
 TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
   PdfText behind, packed;
   behind.Header().Object(1, kCatalog).Object(2, kForm).Raw("x ").Object(10, "<</FT/Tx/T(a)/V(1)>>");
@@ -140,7 +140,7 @@ TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
 
 TEST(RecoveryTest, TheNewestWholeVersionWins) {
   const std::string two = Classic() + "11 0 obj<</FT/Tx/T(b)/V(3)>>endobj\n10 0 obj<</FT/Tx/T(a)/V(";
-  PdfText packed;  // the end of its data is spoilt
+  PdfText packed;  // the end of its data is damaged
   const std::string data = Deflated("10 0 11 21 <</FT/Tx/T(a)/V(x)>> <</FT/Tx/T(b)/V(2)>>");
   packed.Header("1.5").Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(1)>>");
   packed.Stream(5, "<</Type/ObjStm/N 2/First 11/Filter/FlateDecode>>", data.substr(0, data.size() - 1) + "?");
@@ -180,7 +180,7 @@ TEST(RecoveryTest, ObjectsBehindTheEndAreCounted) {
 }
 
 TEST(RecoveryTest, RecordsThatLeadAstrayAreMended) {
-  // Of objects 10 and 12 the table tells the wrong places; 13 is not in the file, 11 is freed.
+  // The table has wrong offsets for objects 10 and 12; 13 is missing, 11 is free.
   PdfText text;
   text.Header()
       .Object(1, "<<>>")
@@ -223,7 +223,7 @@ TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
   // Behind a spoilt header it is there.
   ASSERT_TRUE(parser.ReadFromRaw(Replaced(bytes, "%PDF-", "%PXF-"), "pw"));
   EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
-  // With a wrong password nobody can tell.
+  // With a wrong password this cannot be determined.
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "no"));
   EXPECT_FALSE(parser.CanBeDecrypted());
 }
@@ -270,7 +270,7 @@ std::string PagesBelow(const ZPDFNodeDictionary& node) {
   return pages;
 }
 
-// What would be gone is named; recovery mends the page tree, and what is saved then is sound.
+// Losses are named; recovery repairs the page tree, and the saved file has no faults.
 TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
   const std::string sound = Paged(), formed = Replaced(sound, "/Outlines 9", "/AcroForm 9");
   const struct {
@@ -278,7 +278,7 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
     std::string bytes;
     const char* said;
     bool loses;
-    bool stays;  // recovery cannot help
+    bool stays;  // recovery cannot repair it
   } cases[] = {
       {"sound", sound, "", false, false},
       {"a loop", Replaced(sound, "[3 0 R 4", "[3 0 R 2"), "object 2 0: the page tree leads here more than once", true,
@@ -362,7 +362,7 @@ TEST(RecoveryTest, HeadersWithoutAVersion) {
   }
 }
 
-// Headers of objects as "number.generation@offset", with "s", "x" and "c" for the names in them and "-" for one that
+// Headers of objects as "number.generation@offset", with "s", "x" and "c" for names in the objects and "-" for one that
 // is cut off.
 TEST(RecoveryTest, Scan) {
   const std::pair<std::string, std::string> cases[] = {

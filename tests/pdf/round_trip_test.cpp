@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// The key stream depends on the place, so that parts put together wrongly show.
+// The key stream depends on the position, so that wrongly joined parts are detected.
 class XorEncrypter final : public ZPDFEncrypter {
  public:
   XorEncrypter* Clone() const override { return new XorEncrypter; }
@@ -98,7 +98,7 @@ double SecondsToParse(const std::string& text) {
   return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
-// Ten times the text takes about ten times as long; what is quadratic takes a hundred times.
+// Ten times the text must take about ten times as long; quadratic code would take a hundred times.
 TEST(RoundTripTest, TimeIsLinear) {
   const struct {
     std::string_view open, piece, close;

@@ -28,13 +28,13 @@ TEST(PredictorTest, RowsOfEachFilter) {
       {png, "\0abcd"s, "abcd"},
       {png, "\1a\1\1\1"s, "abcd"},
       {png, "\2abcd\2\1\1\1\1"s, "abcdbcde"},
-      // The mean of what is to the left and above: 97/2, then (49 + 98)/2.
+      // The average of the left byte and the byte above: 97/2, then (49 + 98)/2.
       {png, "\0abcd\3\1\1\1\1"s, "abcd1JW^"},
       {png, "\4a\1\1\1\4\1\1\1\1"s, "abcdbcde"},
       {rgb, "\1abc\1\1\1\1def\0\0\0"s, "abcbcddefdef"},
       {rgb, "\0abcdef\4\1\1\1\0\0\0"s, "abcdefbcddef"},
-      // As far from the estimate as the corner (10) are the byte to the left (8) and, in the next row, the one above
-      // (8).
+      // A tie of the Paeth filter: the corner (10) is as far from the estimate as the left byte (8) and, in the next
+      // row, the byte above (8).
       {{15, 1, 8, 2}, "\0\x0A\x0B\4\xFE\0"s, "\\0A\\0B\\08\\08"},
       {{15, 1, 8, 2}, "\0\x0A\x08\4\1\0"s, "\\0A\\08\\0B\\08"},
       // A last row that is cut short, down to its tag alone.
@@ -43,7 +43,7 @@ TEST(PredictorTest, RowsOfEachFilter) {
       {png, "\0"s, ""},
       {png, "", ""},
       {png, "\7abcd"s, "none"},
-      // Whatever the predictor says, each row names its own filter.
+      // Each row selects its own filter, whatever the predictor says.
       {{10, 1, 8, 4}, "\1a\1\1\1"s, "abcd"},
       {{2, 1, 8, 4}, "a\1\1\1b\1\1\1"s, "abcdbcde"},
       {{2, 3, 8, 2}, "abc\1\1\1"s, "abcbcd"},
@@ -68,7 +68,7 @@ TEST(StreamFiltersTest, DictionariesAndData) {
   const std::string rows = Deflated("\2ab\2\1\1"s);
   const struct {
     const char* dictionary;
-    std::string data, result, fault;  // the fault beside usable data, or instead of them
+    std::string data, result, fault;  // the fault reported together with usable data, or without data
   } cases[] = {
       {"<<>>", "as it is", "as it is", ""},
       {"<</Filter null>>", "as it is", "as it is", ""},
@@ -115,13 +115,13 @@ TEST(StreamFiltersTest, BombsEndAtTheLimit) {
     EXPECT_EQ(decoded.data.size(), limit >= 1000 ? 1000U : 0U) << limit;
     EXPECT_EQ(decoded.produced, std::min<size_t>(limit, 1000)) << limit;
   }
-  // What a stream may take depends on its own size, whatever else is allowed.
+  // The limit for a stream depends on its own size, even if more is allowed in total.
   for (const size_t size : {kDecodedStreamBase, 2 * kDecodedStreamBase}) {
     ZPDFNodeStream large(Deflated(std::string(size, 'x')));
     large.Dico()->SetIdentifier("/Filter", "/FlateDecode");
     EXPECT_EQ(DecodeStream(large, SIZE_MAX / 2).usable, size == kDecodedStreamBase) << size;
   }
-  // What comes out between two filters counts as well.
+  // The output between two filters counts too.
   ZPDFNodeStream twice(Deflated(Deflated(std::string(1 << 20, 'x'))));
   twice.Dico()->SetValue("/Filter", Parse("[/FlateDecode/FlateDecode]").release());
   EXPECT_TRUE(DecodeStream(twice, (1 << 20) + 5000).usable);

@@ -19,7 +19,7 @@ std::string SoupOf(std::mt19937& random, std::string_view alphabet, size_t most)
   return text;
 }
 
-// White space and comments removed at both ends, step by step as the rule says.
+// Removes white space and comments at both ends, step by step by the rule.
 std::string PlainTrim(std::string text) {
   constexpr std::string_view kWhites = "\t\n\f\r ";
   const auto trim_left = [&] { text.erase(0, text.find_first_not_of(kWhites)); };
@@ -38,7 +38,7 @@ std::string PlainTrim(std::string text) {
   return text;
 }
 
-// In the tables a bar stands where a text is cut; without one that is its end.
+// In the tables a bar marks where a text is cut; without one it is cut at its end.
 struct Cut {
   explicit Cut(std::string_view text) : front(text.substr(0, text.find('|'))), back(text.substr(front.size())) {
     back.erase(0, 1);
@@ -130,7 +130,7 @@ TEST(TokensTest, FirstElementLength) {
     const Cut cut(text);
     EXPECT_EQ(ZPDFTokenizedString(cut.front + cut.back).GetFirstElementLength(), cut.front.size()) << text;
   }
-  // Only the reader of a whole object stops where the next one begins.
+  // Only when reading a whole object does the next object end it.
   EXPECT_EQ(FirstElementLength("5 6 0 obj", ScanStop::kEndobj), 9u);
   EXPECT_EQ(FirstElementLength("5 6 0 obj", ScanStop::kEndobjOrObj), 6u);
   EXPECT_EQ(FirstElementLength("5 object obj/", ScanStop::kEndobjOrObj), 9u);

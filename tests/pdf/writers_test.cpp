@@ -48,7 +48,7 @@ TEST(XrefManagerTest, SectionsByteForByte) {
   }
 }
 
-// Objects that belong to no parser, for the saver.
+// Objects for the saver that belong to no parser.
 class Objects {
  public:
   ZPDFNodeIndirectObject* Add(ZPDFObjectIdentifier id, std::string_view value) {
@@ -96,7 +96,7 @@ TEST(SaverTest, WholeFileByteForByte) {
   EXPECT_EQ(saver.RawData(), expected);
   EXPECT_EQ(Sent(saver), expected);
   EXPECT_EQ(saver.Offsets().back().second, expected.find("3 0 obj"));
-  // A failed store leaves the bytes there; a later one writes them.
+  // A failed save keeps the bytes; a later save writes them.
   saver.SetPDFVersion("%PDF-1.5");
   for (const char* path : {"", "/no/such/folder/x.pdf"}) EXPECT_FALSE(saver.Write(Chaine(path)));
   EXPECT_FALSE(saver.Failure().empty());
@@ -138,7 +138,7 @@ TEST(UpdaterTest, AppendsByteForByte) {
         " 00000 n\r\n9 1\r\n0000000" + std::to_string(start.size()) +
         " 00003 n\r\ntrailer\n<<\n/Size 10\n/Root 1 0 R\n/Prev " + std::to_string(parser.XRefOffset()) +
         "\n>>\nstartxref\n" + std::to_string(start.size() + objects.size()) + "\n%%EOF";
-    // What cannot be stored can be tried again.
+    // A failed save can be repeated.
     for (const char* path : {"", "/no/such/folder/x.pdf"}) EXPECT_FALSE(updater.Write(Chaine(path)));
     EXPECT_EQ(updater.RawData(), start + objects);
     EXPECT_EQ(updater.XRefOffset(), parser.XRefOffset());
@@ -146,14 +146,15 @@ TEST(UpdaterTest, AppendsByteForByte) {
     EXPECT_EQ(updater.XRefOffset(), start.size() + objects.size());
     EXPECT_TRUE(updater.SectionWritten());
     EXPECT_EQ(updater.RawData(), expected);
-    // As fresh with the bytes written: nothing to add, nothing changed.
+    // The updater is now in its initial state with the new bytes: nothing to append, nothing modified.
     EXPECT_EQ(Sent(updater), expected);
     EXPECT_EQ(updater.XRefOffset(), expected.size());
     EXPECT_FALSE(updater.SectionWritten());
   }
 }
 
-// A reference to an object that happens to hold the same number cannot be followed by who reads the trailer.
+// A number in the trailer must be direct: readers of the trailer cannot resolve references yet, even to an object with
+// the same number.
 TEST(UpdaterTest, NumbersOfTheTrailerStandInIt) {
   const Chaine base = BaseFile();
   ZPDFParser parser;
@@ -186,7 +187,7 @@ TEST(UpdaterTest, NothingModifiedWritesTheSameBytes) {
   EXPECT_EQ(Sent(updater), base.ToString());
   EXPECT_FALSE(updater.SectionWritten());
   EXPECT_FALSE(parser.TrailerDico()->Exist("/Prev"));
-  // A trailer that changed is written, without objects.
+  // A changed trailer is written even without objects.
   updater.SetRawData(base, parser.XRefOffset());
   parser.TrailerDico()->SetValue("/Note", 5);
   updater.SetTrailer(parser.TrailerDico());
@@ -211,7 +212,7 @@ std::string Values(const ZPDFObjectMap& map) {
   return content;
 }
 
-// Whether two values are equal, in whatever form strings are written and keys ordered.
+// True when two values are equal, ignoring the kind of strings and the order of keys.
 bool SameValue(const ZPDFNode* a, const ZPDFNode* b) {
   if (a == nullptr || b == nullptr || a->Size() != b->Size()) return false;
   if (NodeCast<ZPDFNodeString>(a) != nullptr && NodeCast<ZPDFNodeString>(b) != nullptr) {
@@ -231,7 +232,7 @@ bool SameValue(const ZPDFNode* a, const ZPDFNode* b) {
   return a->Size() > 0 || Dump(a) == Dump(b);
 }
 
-// The handlers that files are saved with: none, the one made new, and one of 128 bits.
+// The encryption of the saved files: none, a newly made handler, and one of 128 bits.
 std::unique_ptr<ZPDFEncryption> MakeHandler(int kind, const NodePtr& dictionary) {
   if (kind == 0) return nullptr;
   if (kind == 1) return std::unique_ptr<ZPDFEncryption>(ZPDFEncryption::CreateStandard("identifier", "user", "owner"));
@@ -240,7 +241,7 @@ std::unique_ptr<ZPDFEncryption> MakeHandler(int kind, const NodePtr& dictionary)
   return std::make_unique<ZPDFEncryption>(over);
 }
 
-// What is written is read back equal, by this parser and by qpdf: in full, then with an update.
+// Checks that this parser and qpdf read back what was written: in full, then with an update.
 TEST(WritersTest, RandomDocumentsAreReadBackEqual) {
   const bool qpdf = HasQpdf();
   const std::string path = TempPath("zforms_random.pdf");

@@ -46,7 +46,7 @@ TEST(MD5Test, PublishedVectors) {
   EXPECT_EQ(Hex(MD5Of(std::string(1000000, 'a'))), "7707d6ae4e027c70eea2a935c2296f21");
 }
 
-// Every length around the padding's turns, against
+// Every length around the block boundaries, compared with
 //   python3 -c "import hashlib as h; m = h.md5
 //   print(m(b''.join(m(bytes(i & 255 for i in range(n))).digest() for n in range(300))).hexdigest())"
 TEST(MD5Test, EveryLengthPadsRight) {
@@ -89,7 +89,7 @@ TEST(RC4Test, PublishedVectors) {
   EXPECT_EQ(KeyStream(key, 4096, 16), "a36a4c301ae8ac13610ccbc12256cacc");
 }
 
-// Long runs work on a wider copy of the state, which has to find its way back.
+// Long runs use a wider copy of the state, which must be copied back.
 TEST(RC4Test, PiecesGiveTheKeyStreamOfTheWhole) {
   const std::string text = Counting(10000);
   const Chaine whole = RC4("Key").Apply(text);

@@ -1,4 +1,4 @@
-// The host's own data: values over its buffers, field sets, INI files.
+// The host's data: variants attached to buffers, field sets, INI files.
 
 #include <gtest/gtest.h>
 
@@ -24,10 +24,10 @@ namespace {
 
 using namespace std::string_literals;
 
-// What a buffer of that type holds after a value was written to it, and whether it fitted.
+// The contents of a buffer of that type after writing a value, and whether the value fitted.
 template <class Number>
 std::string Stored(const ZVariant& value, Number before = Number()) {
-  // The place is neither aligned nor alone.
+  // The buffer is unaligned and has neighbours that must not change.
   std::array<char, sizeof(Number) + 2> memory{'#', '#'};
   memory.back() = '#';
   std::memcpy(&memory[1], &before, sizeof(before));
@@ -164,7 +164,7 @@ TEST(FieldSet, NamesAreFoundExactlyAndThenInAnyCase) {
   const ZFieldSet moved = std::move(fields);
   EXPECT_EQ(&moved["Name"], name);
   EXPECT_EQ(moved["F999"].Value().AsChaine(), "999");
-  // What is bound later is found in place of what was there.
+  // A field that is bound later hides the earlier one.
   ZFieldSet again;
   again.Add("Town", "a");
   again.Bind("Town", ZVariantBuffer::Chars(town, sizeof(town)));

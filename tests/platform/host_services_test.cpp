@@ -43,8 +43,7 @@ TEST(VersionResource, ReadsBothKindsOfPrograms) {
   EXPECT_EQ(GetAppVersionValue("/bin/sh"), 0U);
 }
 
-// Cut anywhere, or with any byte changed, a program gives its version or none, and
-// nothing outside of its bytes is read.
+// A program that is cut anywhere, or has any byte changed, gives its version or none, and no byte outside is read.
 TEST(VersionResource, DamageIsNoVersion) {
   const std::string program = MakeProgram(true, kVersion);
   size_t read = 0;
@@ -125,7 +124,7 @@ TEST(HostSettings, AreReadFromTheUsersFile) {
   EXPECT_FALSE(outside->Bool("Settings", "IgnorePDFVersion", false));
 }
 
-// Programs of the desktop, put in the place of the real ones: each writes down its arguments.
+// Fake desktop programs in place of the real ones; each records its arguments.
 class DesktopTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -141,7 +140,7 @@ class DesktopTest : public testing::Test {
   }
   void TearDown() override { ::setenv("PATH", old_path_.c_str(), 1); }
 
-  // What the program was called with; waits for it.
+  // The arguments of the program; waits for it.
   std::string Told(const std::string& name) {
     const fs::path told = fs::path(folder_.Path().ToString()) / (name + ".told");
     for (int i = 0; i < 500 && !fs::exists(told); i++) std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -32,7 +32,7 @@ TEST(ZHTTPServer, EveryRequestComesToItsStatus) {
   for (const HTTPRequestCase& test : HTTPRequestCases()) {
     RawClient client(server.Port());
     ASSERT_TRUE(client.IsConnected());
-    // Behind a request that is refused nothing is read as one: it may be the rest of that.
+    // After a refused request nothing is read as a request: it may be the rest of the refused one.
     const bool goes_on = test.status == 200 || test.status == 404 || test.status == 405;
     const bool is_open = test.title.starts_with("endless");
     client.Send(WithPort(test.bytes, server.Port()) + (is_open ? "" : server.Get("/app/echo/")));
@@ -69,7 +69,7 @@ TEST(ZHTTPServer, ServesByBothAddressesAndKeepsOrder) {
   EXPECT_EQ(client.Receive().body, "POST 5");
   EXPECT_EQ(client.Receive().body, "deep");
   EXPECT_EQ(client.Receive().body, "POST 2");
-  // A value that came in as an escape gets into no header.
+  // A decoded escape never reaches a header.
   const RawAnswer split = client.Ask(server.Get("/app/echo/deep/?code=a%0D%0ASet-Cookie:%20b"));
   EXPECT_EQ(split.status, 200);
   EXPECT_EQ(split.head.find("Set-Cookie"), std::string::npos);
@@ -129,7 +129,7 @@ TEST(ZHTTPServer, DeadlinesEndWhatDoesNotCome) {
     ASSERT_TRUE(server.Start());
     Clock::time_point start;
     int status = 0;
-    // A client that is held up before it sends is idle too long; it comes again.
+    // On a busy machine the client may be disconnected as idle before it sends; then it tries again.
     do {
       start = Clock::now();
       RawClient client(server.Port());
@@ -154,8 +154,8 @@ TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
   RawClient slow(server.Port());
   slow.Send(server.Get("/large"));
   const auto start = Clock::now();
-  // The system tells the server of room for more only when there is much of it, so a client that is too slow counts as
-  // one that takes nothing.
+  // The system reports free room to the server only when there is much of it, so a client that reads too slowly counts
+  // as one that reads nothing.
   while (server.Log().empty()) {
     std::this_thread::sleep_for(milliseconds(20));
     slow.Take(500'000);
@@ -167,7 +167,7 @@ TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
   EXPECT_EQ(slow.Receive().body.size(), size_t{64} << 20);
 }
 
-// Nothing here is measured: whoever waited for a client that is not done would wait until that is cut.
+// No time is measured: anyone who waited for an unfinished client would wait until that is disconnected.
 TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   TestServer server;
   server.AddPage("/large", "GET",
@@ -180,12 +180,12 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   std::vector<std::pair<std::unique_ptr<RawClient>, std::string>> slow;
   for (int i = 0; i < 8; i++) {
     slow.emplace_back(std::make_unique<RawClient>(server.Port()), server.Post("/app/echo/", std::string(900, 'x')));
-    // One of two is within its body.
+    // Every second client is within its body.
     const size_t at = i % 2 == 0 ? 0 : slow[i].second.size() - 900;
     slow[i].first->Send(slow[i].second.substr(0, at));
     slow[i].second.erase(0, at);
   }
-  // These take no byte of a long answer.
+  // These clients read no byte of a long answer.
   std::vector<std::unique_ptr<RawClient>> deaf;
   for (int i = 0; i < 4; i++) {
     deaf.push_back(std::make_unique<RawClient>(server.Port()));
@@ -201,7 +201,7 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
 TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
   const struct {
     size_t size;
-    int at_work;  // of four
+    int at_work;  // running requests, of four
     int answered;
   } kCases[] = {{300'000, 2, 4}, {700'000, 1, 3}};
   for (const auto& [size, at_work, answered] : kCases) {
@@ -219,7 +219,7 @@ TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
       slow.push_back(std::make_unique<RawClient>(server.Port()));
       slow.back()->Send(server.Post("/wait", std::string(size, 'x')));
     }
-    // Bodies count until they are answered: one of four long ones is too much, a short one is not.
+    // Bodies count until they are answered: one of four long ones is refused, a short one is not.
     const int refused = answered == 4 ? 503 : Refused(server, slow);
     EXPECT_EQ(refused, 503);
     gate.Await(at_work);
@@ -262,7 +262,7 @@ TEST(ZHTTPServer, ConnectionsAndMessagesAreBounded) {
   RawClient idle(server.Port());
   RawClient second_idle(server.Port());
   EXPECT_EQ(RawClient(server.Port()).Receive().status, 503) << "connections";
-  // A connection that has kept silent makes room for one that speaks.
+  // A connection that was silent is closed in favour of a new one.
   std::this_thread::sleep_for(milliseconds(1200));
   RawClient late(server.Port());
   EXPECT_TRUE(idle.IsEnded());
@@ -299,7 +299,7 @@ TEST(ZHTTPServer, PortsAreExclusive) {
   EXPECT_FALSE(second.Start());
   EXPECT_EQ(second.start_error, EADDRINUSE);
   EXPECT_FALSE(second.IsRunning());
-  // Taken again as soon as it is free, although connections of before die out.
+  // The port can be used again at once, although old connections are still closing.
   RawClient client(first.Port());
   EXPECT_EQ(client.Ask(first.Get("/app/echo/")).status, 200);
   first.Stop();
@@ -344,7 +344,7 @@ TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
   ASSERT_TRUE(server.Start());
   RawClient broken(server.Port());
   broken.Send("POST /app/echo/broken HTTP/1.1\r\n" + server.Host() + "Content-Length: 9\r\n\r\nhell");
-  // It has come when others are answered.
+  // The message has arrived when other requests are answered.
   RawClient(server.Port()).Ask(server.Post("/app/echo/?code=F1", "hello"));
   RawClient(server.Port()).Ask("GET / HTTP/1.1\r\n\r\n");
   RawClient(server.Port()).Ask(server.Get("/app/echo/"));

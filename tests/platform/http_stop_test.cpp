@@ -1,4 +1,4 @@
-// How a server stops: what runs is finished within bounds, and no message is lost.
+// Stopping a server: running requests end within limits, and no message is lost.
 
 #include <gtest/gtest.h>
 

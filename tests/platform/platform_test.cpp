@@ -1,4 +1,4 @@
-// Files, streams, values and URLs: what the platform folder gives.
+// Files, streams, variants and URLs.
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_literals;
 
-// A folder that goes with the test.
+// A folder that is removed after the test.
 class FolderTest : public testing::Test {
  protected:
   FolderTest() {
@@ -102,7 +102,7 @@ TEST_F(FileIO, InputsWithoutEndAreGivenUp) {
   const auto look = [](std::string_view head, uint64_t) { return head.starts_with("x") ? "" : "no x"s; };
   const struct {
     ReadLimits limits;
-    uint64_t size;  // of all that the input gives
+    uint64_t size;  // of all bytes of the input
     size_t most_read;
     std::string error;
   } kCases[] = {
@@ -236,7 +236,7 @@ TEST(Variant, Text) {
   EXPECT_FALSE(ZVariant(1) == ZVariant(true));
 }
 
-// The parts, each after its mark.
+// The parts, each after its separator.
 std::string Parts(const ZInetURL& url) {
   std::string text = url.Protocol().ToString() + "|" + url.User().ToString() + "|" + url.Server().ToString() + "|" +
                      std::to_string(url.Port()) + "|" + url.Path().ToString();
@@ -268,7 +268,7 @@ TEST(InetURL, Parts) {
     const ZInetURL url(c.text);
     EXPECT_EQ(Parts(url), c.parts);
     EXPECT_EQ(url.AsChaine(false, false), c.text);
-    // Put together anew it is the same, but for "/" before a query.
+    // Built again from its parts it is the same, except for "/" before a query.
     ZInetURL rebuilt = url;
     rebuilt.SetReference(url.Reference());
     EXPECT_EQ(Parts(ZInetURL(rebuilt.AsChaine())), Parts(rebuilt)) << rebuilt.AsChaine().View();
@@ -299,7 +299,7 @@ TEST(InetURL, Changes) {
   EXPECT_EQ(ZInetURL("http://h?q#r").AsChaine(false, true), "/?q");
 }
 
-// RFC 3986 5.4, over the base given there.
+// The examples of RFC 3986 5.4, with the base given there.
 TEST(InetURL, MovesToRelativeReferences) {
   const struct {
     const char* relative;

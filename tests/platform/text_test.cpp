@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// UTF-8 written by the rule of RFC 3629, apart from the code under test.
+// UTF-8 by the rule of RFC 3629, independent of the code under test.
 Chaine UTF8(char32_t c) {
   const auto part = [c](unsigned lead, int shift, unsigned mask) {
     return static_cast<char>(lead | (c >> shift & mask));
@@ -39,21 +39,21 @@ TEST(TextTest, UTF8BecomesPDFText) {
        "\x80\x81\x82\x83\x84\x85\x86\x87\x88\x89\x8A\x8B\x8C\x8D\x8E\x8F"
        "\x90\x91\x92\x93\x94\x95\x96\x97\x98\x99\x9A\x9B\x9C\x9D\x9E"},
       {"˘ˇˆ˙˝˛˚˜", "\x18\x19\x1A\x1B\x1C\x1D\x1E\x1F"},
-      // No place in PDFDocEncoding: Cyrillic, a supplementary character, the
-      // characters of its undefined bytes, the no-break space.
+      // Not in PDFDocEncoding: Cyrillic, a supplementary character, the characters of its undefined bytes, the no-break
+      // space.
       {"Да", "\xFE\xFF\x04\x14\x04\x30"},
       {"aД", "\xFE\xFF\0a\x04\x14"sv},
       {"😀", "\xFE\xFF\xD8\x3D\xDE\x00"sv},
       {"\x7F", "\xFE\xFF\0\x7F"sv},
       {"\x18", "\xFE\xFF\0\x18"sv},
       {"a\u00A0\u00AD\u009F", "\xFE\xFF\0a\0\xA0\0\xAD\0\x9F"sv},
-      // Would be taken for a byte order mark.
+      // Would look like a byte order mark.
       {"þÿ", "\xFE\xFF\0\xFE\0\xFF"sv},
       {"ÿþx", "\xFE\xFF\0\xFF\0\xFE\0x"sv},
       {"ï»¿", "\xFE\xFF\0\xEF\0\xBB\0\xBF"sv},
       {"ï»", "\xEF\xBB"},
       {"xþÿ", "x\xFE\xFF"},
-      // Not valid UTF-8: as it is.
+      // Invalid UTF-8 is not changed.
       {"Pr\xE9nom Д", "Pr\xE9nom Д"},
       {"\xFE\xFF\x04\x14", "\xFE\xFF\x04\x14"},
       {"Д\xED\xA0\x80", "Д\xED\xA0\x80"},
@@ -116,7 +116,7 @@ TEST(TextTest, RandomTextComesBackAndRandomBytesGiveValidText) {
     for (size_t left = random() % 9; left != 0; --left) bytes += kBytes[random() % std::size(kBytes)];
     const Chaine read = PDFTextToUTF8(bytes);
     ASSERT_TRUE(IsValidUTF8(read)) << testing::PrintToString(bytes.View());
-    // Written anew the bytes may differ, the text may not, bar sequences that form only then.
+    // Writing it again may change the bytes, but not the text, except where new escape sequences form.
     if (read.View().find('\x1B') == std::string_view::npos) {
       ASSERT_EQ(PDFTextToUTF8(UTF8ToPDFText(read)), read);
     }
@@ -209,7 +209,7 @@ TEST(NumberTest, FormatsDoubles) {
 
   std::mt19937_64 random(7);
   for (int round = 0; round < 20000; ++round) {
-    // Any bits at all, then values of the sizes that pages have.
+    // Random bits, then values of the size of page coordinates.
     const double any = std::bit_cast<double>(random());
     const double usual = static_cast<double>(static_cast<int64_t>(random() % 2000000000) - 1000000000) / 1e6;
     for (const double value : {any, usual}) {

@@ -48,7 +48,7 @@ TEST(XML, ValuesAreTheElementsOwnText) {
   const struct {
     const char* text;
     const char* value;
-    const char* changed;  // once the value is "N<"
+    const char* changed;  // after the value is set to "N<"
   } kCases[] = {
       {"<v/>", "", "<v>N&lt;</v>"},
       {"<v> \t</v>", " \t", "<v>N&lt;</v>"},
@@ -157,7 +157,7 @@ TEST(XML, WhatIsNoXMLGivesNoTreeAndAReason) {
   EXPECT_EQ(reader.LastError(), "");
 }
 
-// Programs may build what the reader refuses.
+// Programs may build trees that the reader would refuse.
 TEST(XML, DeepTreesAreCopiedWrittenAndFreed) {
   ZXMLReader reader;
   ZXMLElement* element = &reader.Create("a");
@@ -188,7 +188,7 @@ TEST(XML, RawLineEndsAreForAFilter) {
   EXPECT_TRUE(Written(reader, 0).View().starts_with("<v a=\"&#13;&#13;&#10;&#10;\">&#13;x&#13;\n<!"));
 }
 
-// Plain data is read without a detour over the XML parser; a comment takes any text there.
+// Compares the scanner with the XML parser; a comment forces any text to the parser.
 TEST(XML, TheShortWayAndTheLongWayGiveTheSameTree) {
   const std::string plain =
       "<?xml version='1.0' standalone=\"yes\"?>\n"
@@ -205,7 +205,7 @@ TEST(XML, TheShortWayAndTheLongWayGiveTheSameTree) {
     ZXMLReader commented;
     const bool is_xml = plainly.Read(Chaine(text)) != nullptr;
     if (is_xml) read++;
-    // A comment that the text left open ends with this one.
+    // A comment that the text leaves open ends with this one.
     if (!is_xml && text.find("<!-") != std::string::npos) continue;
     ASSERT_EQ(commented.Read(Chaine(text + "<!---->")) != nullptr, is_xml) << text;
     if (is_xml) {
@@ -248,7 +248,7 @@ TEST(XML, MarkupInsideAnElement) {
   EXPECT_FALSE(root.FromChaine("<body>"));
   EXPECT_FALSE(root.FromChaine(Nested(500)));
   EXPECT_EQ(Written(reader), "<r><body><p>a &amp; b</p></body> tail</r>");
-  // An element may be replaced by a part of itself, and take in what it stands in.
+  // An element may be replaced by a part of itself, and may copy an element that contains it.
   root.CopyContentOf(root["body"]);
   EXPECT_EQ(Written(reader), "<r><p>a &amp; b</p></r>");
   root["p"].CopyContentOf(root);
@@ -274,7 +274,7 @@ TEST(XML, ChildrenByName) {
   EXPECT_EQ(fixed["none"]["none"].Attrib("x"), ZVariant());
 }
 
-// Compared with a plain list of names, whatever the order of calls.
+// Compares with a plain list of names, for calls in any order.
 TEST(XML, PlacesAmongManyChildrenAreKept) {
   std::mt19937 random(5);
   ZXMLElement root(Chaine("r"));
@@ -321,7 +321,7 @@ TEST(XML, ManyChildrenTakeTimeInProportion) {
 }
 
 void Grow(std::mt19937& random, ZXMLElement* into, int depth) {
-  // A carriage return, "]]>" and what looks like markup are among the texts.
+  // The letters can form carriage returns, "]]>" and text that looks like markup.
   constexpr std::string_view kLetters = "a<>&\"'\r\n\t ]é;#-";
   for (size_t i = random() % 3; i-- != 0;) into->SetAttrib("k" + std::to_string(i), RandomText(random, kLetters, 12));
   const bool leaf = depth == 0 || random() % 3 == 0;

@@ -1,4 +1,4 @@
-// What was typed is never lost: drafts, stale tabs, and servers that fail.
+// Nothing that was typed is lost: drafts, outdated tabs, and servers that fail.
 
 import {
   Server, alertText, expect, field, inMode, isKept, kept, openForm, openWindow, picture, press, same, shown, shownValues,
@@ -82,7 +82,7 @@ export async function drafts() {
   await server.stop();
 }
 
-/** What each way to go on does to an hour of typing that was not saved. */
+/** The effect of each way to continue on an hour of unsaved typing. */
 export async function drafts_survive() {
   const server = await Server.start("survive");
   const ways = {
@@ -154,7 +154,7 @@ export async function drafts_survive() {
   await server.stop();
 }
 
-/** A save that was stored is never told as one that was not. */
+/** A save that was stored is never reported as not stored. */
 export async function stored_all_the_same() {
   const server = await Server.start("stored");
   const cases = {

@@ -1,4 +1,4 @@
-// What the fields of a form show, take and send.
+// What the fields of a form display, accept and submit.
 
 import { FormModel } from "../../tool/reader/model.js";
 import { writeXFDF } from "../../tool/reader/xfdf.js";
@@ -9,7 +9,7 @@ import {
 const LONG = Array.from({ length: 400 }, (_, i) => `Ligne ${i} : été à 12 € <b>&`).join("\n").slice(0, 9999) + "."; 
 const NOTES = "  Très cher œuvre – 100 €\nПривет, мир\n\n\t«]]>» & <i>\"'</i> 日本 😀 ";
 
-/** What each field of the form of all kinds is given, and what is stored of it. */
+/** The input of each field of the form with all kinds of fields, and its stored value. */
 const KINDS = {
   "person.name": "Łukasz Ñandú Þór",
   "person.née": "Müller-Œuvre",
@@ -172,7 +172,7 @@ export async function odd_form() {
     const sheet = one.closest(".page").getBoundingClientRect();
     return [x - sheet.x, y - sheet.y, width, height].map((size) => Math.round((size / sheet.height) * 595));
   });
-  // The page is turned: what is 52 points below its top is as far from its right edge.
+  // The page is rotated: 52 points below its top becomes 52 points from its right edge.
   same([await box("a"), await box("side", 1)], [[842 - 52 - 17, 40, 17, 120], [842 - 150 - 12, 330, 12, 12]], "fields on a page that is turned");
   await page.locator("#press").focus();
   const order = [];

@@ -1,4 +1,4 @@
-// What the tests of the page share: the server, the browser, and what no page may do.
+// Shared by the tests of the page: the server, the browser, and rules that every page must keep.
 
 import { execFileSync, spawn } from "node:child_process";
 import { createRequire } from "node:module";
@@ -40,7 +40,7 @@ export class Server {
     server.origin = `http://localhost:${server.port}`;
     return server;
   }
-  /** With a signal it ends while windows are open; else those go first. */
+  /** With a signal it ends while windows are open; otherwise these are closed first. */
   async stop(signal) {
     if (!signal) await closeWindows();
     const ended = new Promise((resolve) => this.process.once("exit", resolve));
@@ -62,7 +62,7 @@ async function closeWindows() {
   for (const context of browser.contexts()) await context.close();
 }
 
-/** A window of its own, in which nothing may go wrong that the test does not expect. */
+/** A new window; any error on its page that the test does not expect fails the test. */
 export async function openWindow(server, options = {}) {
   const context = await browser.newContext({ locale: "fr-FR", viewport: { width: 1100, height: 900 }, ...options });
   context.setDefaultTimeout(60000);
@@ -96,12 +96,12 @@ export async function press(page, wantedMode) {
   await page.locator("#press").click();
   await inMode(page, wantedMode);
 }
-/** What the browser keeps of the forms. */
+/** What the browser has stored about forms. */
 export const kept = (page) => page.evaluate(() => JSON.stringify({ ...localStorage }));
-/** Waits until that is kept. */
+/** Waits until that is stored. */
 export const isKept = (page, text) => page.waitForFunction((one) => JSON.stringify({ ...localStorage }).includes(one), text);
 
-/** What the fields of the form show. */
+/** The displayed values of the form's fields. */
 export const shownValues = (page) => page.evaluate(() => {
   const values = {};
   for (const element of document.querySelectorAll("[data-name]")) {
@@ -127,10 +127,11 @@ export async function picture(page, name) {
   await page.screenshot({ path: path.join(pictures, `${name}.png`) });
 }
 
-/** The findings of axe-core that are serious. */
+/** The serious findings of axe-core. */
 export async function checkAccess(page, label) {
   const source = require("node:fs").readFileSync(axePath, "utf8");
-  // As a debugger does, past the page's own policy, which then stops what axe would style.
+  // Injected as a debugger does, which bypasses the page's policy; the policy still blocks the styles that axe would
+  // set.
   const { trouble } = page.context();
   trouble.expected = /Content Security Policy/;
   await page.evaluate(source);

@@ -1,4 +1,4 @@
-// The pages as they are served and as they look.
+// The pages as served, and how they look.
 
 import http from "node:http";
 import {
@@ -102,7 +102,7 @@ export async function list_of_forms() {
   await server.stop();
 }
 
-/** The status and fields of an answer to a request as it stands. */
+/** The status and fields of the answer to a raw request. */
 function ask(server, method, target, headers = {}) {
   return new Promise((resolve, reject) => {
     const options = { host: "localhost", port: server.port, method, path: target, headers };

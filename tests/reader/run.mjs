@@ -1,4 +1,4 @@
-// The form in a browser, as those who fill it in meet it: run.mjs TOOL CHROMIUM PACKAGES FOLDER PICTURES [TEST...].
+// Tests the page for filling in forms in a browser: run.mjs TOOL CHROMIUM PACKAGES FOLDER PICTURES [TEST...].
 
 import * as drafts from "./drafts.mjs";
 import * as forms from "./forms.mjs";

@@ -26,8 +26,8 @@ ZAcroFormServerForm Served(const std::string& pdf) {
   return form;
 }
 
-// What a reader computes of each field and button, in the order of the names:
-// "way:49153", with "hidden" and the target of a button's action.
+// The state of each field and button as a reader computes it, sorted by name: "way:49153", with "hidden" and the target
+// of a button's action.
 std::string Summary(ZAcroFormServerForm& form) {
   std::string text;
   for (const auto& [name, fields] : form.FlatFields()) {
@@ -42,7 +42,7 @@ std::string Summary(ZAcroFormServerForm& form) {
   return text;
 }
 
-// A quarter of what it holds is the most for one form; what would make it overflow starts it anew.
+// One form may take at most a quarter of the cache; a form that would make it overflow empties it first.
 TEST(FormServer, CacheOfForms) {
   constexpr size_t kSixteenth = size_t{4} << 20;
   FormCache cache;
@@ -172,7 +172,7 @@ TEST(FormServer, ReaderVersionRule) {
   EXPECT_FALSE(host.server->Start());
   host.interface.consents = true;
   ASSERT_TRUE(host.server->Start());
-  // Where readers register nothing, none is looked for.
+  // On systems without a registry of readers, none is looked for.
   const std::unique_ptr<ZShell> system = OpenSystemShell();
   host.settings.ignore_version = "";
   host.services.shell = system.get();
@@ -220,7 +220,7 @@ TEST(FormServer, DisplayModeChangesWhatAReaderSeesOfTheReadOnlyBitAlone) {
     EXPECT_EQ(form.HasViewerPreferences() && form.ViewerPreferences()->HideMenubar() &&
                   form.ViewerPreferences()->HideToolbar(),
               !read_only);
-    // What is kept from the first answer is the answer.
+    // The cached answer equals the first one.
     EXPECT_EQ(host.Get(url).body, answer.body);
     EXPECT_EQ(host.Get(Replaced(url, "code", "CODE")).body, answer.body);
   }
@@ -261,7 +261,7 @@ TEST(FormServer, RequestsForForms) {
   for (const auto& [target, status] : cases) EXPECT_EQ(host.Get(target).status, status) << target;
   EXPECT_EQ(host.Post("/App/acroform/get.cgi?code=F1", "x").status, 405);
 
-  // A template that changes is served as it is now.
+  // A changed template is served in its new state.
   const std::string before = host.Get("/App/acroform/get.cgi?code=F1").body;
   host.Put("F1", FormText().Field(10, "<</FT/Tx/T(other)>>").Bytes());
   EXPECT_NE(host.Get("/App/acroform/get.cgi?code=F1").body.find("(other)"), std::string::npos);
@@ -280,7 +280,7 @@ TEST(FormServer, IntrusionsAreShownButForTheBrowsersIcon) {
   EXPECT_NE(host.interface.shown[0].first.find("http://elsewhere"), std::string::npos);
 }
 
-// --- documents that the host makes ---
+// --- documents made by the host ---
 
 TEST(XFDFBuilder, StampsWhatItMakes) {
   ServerHost host;
@@ -349,7 +349,7 @@ TEST(FormServer, ShowsPrintsAndMails) {
   ASSERT_TRUE(ReadFile(built, &bytes));
   EXPECT_EQ(bytes, host.shell.files[2]);
 
-  // A form that is not there, and a program that is too old.
+  // The form does not exist, and then the reader is too old.
   xfdf.SetPDFHRef(host.server->GetPDFURL("F2", ZDocument::eModify));
   EXPECT_FALSE(host.server->PrintXFDF(xfdf) || host.server->EmailXFDF(xfdf, letter) ||
                host.server->ShowXFDF(xfdf, false) || host.server->BuildPDFFromXFDF(xfdf, built));
@@ -390,7 +390,7 @@ TEST(FormServer, RoundOfAForm) {
     EXPECT_EQ(host.saved[0].url, save);
     EXPECT_EQ(host.saved[0].text, first.AsChaine().ToString());
 
-    // The reader asks to modify what it was given: nothing is posted.
+    // The reader asks to modify the form: no message is posted.
     ZXFDF second = ServerHost::Submitted(saved.body, href + "consult");
     const RawAnswer modify = host.Post("/App/xfdf/modify.cgi?code=F1", second.AsChaine().ToString());
     ASSERT_EQ(modify.status, 200);
@@ -400,7 +400,7 @@ TEST(FormServer, RoundOfAForm) {
     second.Fields()["name"] = ZVariant("Maë");
     EXPECT_EQ(host.Post(save, second.AsChaine().ToString()).status, 200);
 
-    // A copy of the first form again: it comes back to be modified.
+    // A copy of the first form again: it comes back in modify mode.
     const RawAnswer stale = host.Post(save, first.AsChaine().ToString());
     ASSERT_EQ(stale.status, 200);
     EXPECT_NE(stale.head.find("Action=modify\r\n"), std::string::npos);

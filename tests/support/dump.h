@@ -22,7 +22,7 @@ struct NodeDeleter {
 };
 using NodePtr = std::unique_ptr<ZPDFNode, NodeDeleter>;
 
-// Bytes on one line: those that do not print, and the backslash, as \XX.
+// Bytes on one line: non-printable bytes and the backslash as \XX.
 inline std::string Visible(std::string_view bytes) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
@@ -37,8 +37,8 @@ inline std::string Visible(std::string_view bytes) {
   return text;
 }
 
-// A tree by its values: (literal) <hexadecimal string> /name 'keyword' !true 12 5.0R [array]
-// {/key value; ...} {...}stream(data), null; "none" for no node, "-" for a slot that is missing.
+// A tree as text: (literal) <hexadecimal string> /name 'keyword' !true 12 5.0R [array] {/key value; ...}
+// {...}stream(data), null; "none" for no node, "-" for an empty slot.
 inline std::string Dump(const ZPDFNode* node) {
   if (node == nullptr) return "none";
   const auto children = [node](std::string_view between) {

@@ -15,13 +15,13 @@
 
 namespace zforms {
 
-// A document with a form under construction, for tests. Object 1 is the catalog,
-// object 2 the form; others are numbered by the caller, from 10 on.
+// Builds a document with a form, for tests. Object 1 is the catalog, object 2 the form; the caller numbers the others,
+// from 10 on.
 //
 //   FormText().Field(10, "<</FT/Tx/T(a)>>").Infos("/DA(/F 0 Tf)").Form()
 class FormText {
  public:
-  // An object, and one that "/Fields" lists.
+  // Adds an object; Field also lists it in "/Fields".
   FormText& Object(uint32_t number, std::string_view value) {
     body_.Object(number, value);
     return *this;
@@ -30,7 +30,7 @@ class FormText {
     fields_ += " " + std::to_string(number) + " 0 R";
     return Object(number, value);
   }
-  // What stands in "/Fields", the form, the catalog and the trailer besides.
+  // Adds entries to "/Fields", the form, the catalog and the trailer.
   FormText& Fields(std::string_view elements) { return Add(&fields_, elements); }
   FormText& Infos(std::string_view entries) { return Add(&infos_, entries); }
   FormText& Catalog(std::string_view entries) { return Add(&catalog_, entries); }
@@ -59,7 +59,7 @@ class FormText {
   std::string fields_, infos_, catalog_, trailer_;
 };
 
-// Written text without its line ends, and without blanks before "]".
+// Removes the line ends, and blanks before "]", from written text.
 inline std::string InOneLine(std::string text) {
   std::erase_if(text, [](char c) { return c == '\n' || c == '\r'; });
   for (size_t at = 0; (at = text.find(" ]", at)) != std::string::npos;) text.erase(at, 1);
@@ -68,7 +68,7 @@ inline std::string InOneLine(std::string text) {
 
 inline std::string LineOf(const ZPDFNode* node) { return InOneLine(TextOf(node)); }
 
-// The value of an object of the form's document, in one line.
+// The value of an object of the form's document, on one line.
 inline std::string ObjectOf(const ZAcroForm& form, uint32_t number) {
   ZPDFParser parser(*form.Parser());
   return InOneLine(ValueOf(parser, number));

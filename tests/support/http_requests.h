@@ -6,11 +6,9 @@
 
 namespace zforms {
 
-// Requests as bytes, and the status that each must come to. "PORT" stands for the
-// server's port; the limits are those of SmallLimits() in the tests. Every request
-// is one to /app/echo/, which takes GET, HEAD and POST, unless it says otherwise,
-// and is followed on its connection by another one. The word "zqx" is what no
-// answer may repeat.
+// Requests as bytes, with the expected status of each. "PORT" is replaced by the server's port; the limits are those of
+// SmallLimits() in the tests. Unless noted otherwise, every request is one to /app/echo/, which accepts GET, HEAD and
+// POST, and is followed on its connection by another one. No answer may repeat the word "zqx".
 struct HTTPRequestCase {
   std::string title;
   std::string bytes;
@@ -35,7 +33,7 @@ inline std::vector<HTTPRequestCase> HTTPRequestCases() {
   std::string many;
   for (int i = 0; i < 40; i++) many += "X-Field: 1\r\n";
   return {
-      // What is served.
+      // Requests that are served.
       {"plain", with(""), 200},
       {"HTTP/1.0", "GET /app/echo/ HTTP/1.0\r\n" + host + "\r\n", 200},
       {"IPv4 name", get + "Host: 127.0.0.1:PORT\r\n\r\n", 200},
@@ -53,7 +51,7 @@ inline std::vector<HTTPRequestCase> HTTPRequestCases() {
       {"chunks and trailer", sent(chunked, "1\r\nx\r\n0\r\nHost: zqx\r\nOrigin: null\r\n\r\n"), 200},
       {"chunk extensions", sent(chunked, "5 ; a\t= \"\t\\\"\xC3\xA9;\";b=c;d\r\nhello\r\n0;e=\"\"\r\n\r\n"), 200},
       {"escaped name of a page", "GET /%61pp/echo/ HTTP/1.1\r\n" + host + "\r\n", 200},
-      // Framing that another reader could take otherwise.
+      // Framing that another reader could interpret differently.
       {"no host", get + "\r\n", 400},
       {"two hosts", with(host), 400},
       {"host after a blank", get + " " + host + "\r\n", 400},
@@ -133,7 +131,7 @@ inline std::vector<HTTPRequestCase> HTTPRequestCases() {
       {"script", "GET / HTTP/1.1\r\n" + host + foreign + "Sec-Fetch-Mode: no-cors\r\n\r\n", 403},
       {"form", "POST / HTTP/1.1\r\n" + host + foreign + link + "Content-Length: 0\r\n\r\n", 403},
       {"foreign post", sent("Origin: http://zqx.example\r\nContent-Length: 5\r\n", "hello"), 403},
-      // The rest.
+      // Other cases.
       {"link to the first page", "GET / HTTP/1.1\r\n" + host + foreign + link + "\r\n", 404},
       {"no page", "GET /zqx HTTP/1.1\r\n" + host + "\r\n", 404},
       {"page by its beginning", "GET /app/echozqx HTTP/1.1\r\n" + host + "\r\n", 404},

@@ -21,7 +21,7 @@
 
 namespace zforms {
 
-// A server for tests, whose pages are functions.
+// A message that calls a function.
 
 class Call : public ZIdleMessage {
  public:
@@ -32,7 +32,7 @@ class Call : public ZIdleMessage {
   std::function<void()> call_;
 };
 
-// Answers by a function; what the session gets in its steps is kept for it.
+// Answers by a function; records the session's calls for it.
 struct Exchange {
   Chaine method;
   ZInetURL url;
@@ -113,7 +113,7 @@ class TestServer : public ZHTTPServer {
     return "POST " + path + " HTTP/1.1\r\n" + Host() + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
            body;
   }
-  // Waits until so many requests are done.
+  // Waits until this many requests are done.
   void AwaitLog(size_t count) {
     while (Log().size() < count) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
@@ -143,7 +143,7 @@ class TestServer : public ZHTTPServer {
   std::vector<sRequestInfos> log;
 };
 
-// Waits until one of the clients, whichever it is, has the first answer that the server gives: its status. Drops it.
+// Waits for the first answer of the server to any of the clients; returns its status and drops that client.
 inline int Refused(TestServer& server, std::vector<std::unique_ptr<RawClient>>& clients, RawAnswer* whole = nullptr) {
   server.AwaitLog(1);
   for (auto client = clients.begin(); client != clients.end(); ++client) {
@@ -156,7 +156,7 @@ inline int Refused(TestServer& server, std::vector<std::unique_ptr<RawClient>>& 
   return 0;
 }
 
-// Requests to "/wait" stay at work until the gate is opened.
+// Requests to "/wait" are kept running until the gate is opened.
 struct Gate {
   std::promise<void> promise;
   std::shared_future<void> opened{promise.get_future()};

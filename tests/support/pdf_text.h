@@ -15,8 +15,7 @@
 
 namespace zforms {
 
-// A PDF text under construction, for tests: says what stands in the file and
-// counts the offsets itself.
+// Builds the text of a PDF, for tests: the caller lists the parts of the file, and offsets are computed.
 //
 //   PdfText().Header()
 //       .Object(1, "<</Type/Catalog>>").Stream(5, "<</X 1>>", "data")
@@ -25,13 +24,15 @@ namespace zforms {
 //       .Bytes()
 class PdfText {
  public:
-  // `line_end` stands between all the pieces: "\n", "\r" or "\r\n".
+  // `line_end` separates all parts: "
+  // ", "\r" or "\r
+  // ".
   explicit PdfText(std::string_view line_end = "\n") : line_end_(line_end) {}
 
   PdfText& Header(std::string_view version = "1.4") {
     return Line("%PDF-" + std::string(version)).Line("%\xE2\xE3\xCF\xD3");
   }
-  // Bytes as they are, and bytes with a line end.
+  // Adds bytes unchanged, without or with a line end.
   PdfText& Raw(std::string_view bytes) {
     text_ += bytes;
     return *this;
@@ -42,7 +43,7 @@ class PdfText {
     At(number, generation);
     return Line(Numbers(number, generation) + " obj").Line(value).Line("endobj");
   }
-  // "/Length" is put into the dictionary unless it is there already.
+  // Adds "/Length" to the dictionary unless it has one.
   PdfText& Stream(uint32_t number, std::string_view dictionary, std::string_view data, uint32_t generation = 0) {
     std::string value(dictionary);
     if (value.find("/Length") == std::string::npos) {
@@ -51,19 +52,19 @@ class PdfText {
     value += line_end_ + "stream\r\n" + std::string(data) + "\r\nendstream";
     return Object(number, value, generation);
   }
-  // The next section lists the object as standing here, whatever follows.
+  // Makes the next section list the object at this position, whatever follows.
   PdfText& At(uint32_t number, uint32_t generation = 0) {
     offsets_[number] = text_.size();
     pending_[number] = {text_.size(), generation, 'n'};
     return *this;
   }
-  // The next section lists the object as freed.
+  // Makes the next section list the object as free.
   PdfText& Free(uint32_t number, uint32_t generation = 1) {
     pending_[number] = {0, generation, 'f'};
     return *this;
   }
 
-  // A section with all that came since the last one, in subsections without holes.
+  // Adds a section for everything added since the last one, in subsections without gaps.
   PdfText& Xref() {
     if (!previous_) Free(0, 65535);
     BeginXref();
@@ -76,7 +77,7 @@ class PdfText {
     }
     return *this;
   }
-  // A section with this table, in which "@4" stands for the ten digits of where object 4 is.
+  // Adds a section with this table, in which "@4" is replaced by the ten-digit offset of object 4.
   PdfText& Xref(std::string_view table) {
     BeginXref();
     for (size_t i = 0; i < table.size(); i++) {
@@ -90,7 +91,7 @@ class PdfText {
     }
     return *this;
   }
-  // The trailer with "/Size", these entries and, in an update, "/Prev"; then "startxref" and "%%EOF".
+  // Adds the trailer with "/Size", these entries and, in an update, "/Prev"; then "startxref" and "%%EOF".
   PdfText& Trailer(std::string_view entries) {
     if (!offsets_.empty()) size_ = std::max(size_, offsets_.rbegin()->first + 1);
     std::string dictionary = "/Size " + std::to_string(size_) + " " + std::string(entries);
@@ -104,7 +105,7 @@ class PdfText {
     return *this;
   }
 
-  // An object stream, deflated, with these objects in it; `entries` come into its dictionary.
+  // Adds a deflated object stream with these objects; `entries` are added to its dictionary.
   PdfText& Pack(uint32_t number, const std::vector<std::pair<uint32_t, std::string>>& objects,
                 std::string_view entries = "") {
     std::string header, body;
@@ -117,20 +118,20 @@ class PdfText {
                                    std::to_string(header.size()) + "/Filter/FlateDecode" + std::string(entries) + ">>";
     return Stream(number, dictionary, Deflated(header + body));
   }
-  // The next section lists the object as the one at that place of an object stream, whatever is there.
+  // Makes the next section list the object at that index of an object stream, whether it is there or not.
   PdfText& PlacePacked(uint32_t number, uint32_t stream, uint32_t index) {
     pending_[number] = {stream, index, 'p'};
     return *this;
   }
-  // A section as a cross-reference stream with all that came since the last one, deflated, with PNG rows;
-  // `entries` are those of the trailer. Then "startxref" and "%%EOF".
+  // Adds a section as a cross-reference stream for everything added since the last one, deflated, with PNG rows;
+  // `entries` are those of the trailer. Then adds "startxref" and "%%EOF".
   PdfText& XrefStream(uint32_t number, std::string_view entries, size_t width = 3) {
     At(number);
     xref_ = offsets_[number];
     return XrefStreamOf(number, pending_, entries, width).End();
   }
-  // The same as part of a hybrid file, with the packed objects alone: they are free in the table that
-  // comes next, and "/XRefStm" of its trailer is to lead here.
+  // The same for a hybrid file, with the packed objects only: the next table lists them as free, and "/XRefStm" of its
+  // trailer must point here.
   PdfText& HiddenXrefStream(uint32_t number) {
     std::map<uint32_t, Place> packed;
     for (auto& [packed_number, place] : pending_) {
@@ -141,7 +142,7 @@ class PdfText {
     return XrefStreamOf(number, packed, "", 3);
   }
 
-  // Takes bytes away at the end.
+  // Removes bytes at the end.
   PdfText& Truncate(size_t count) {
     text_.resize(text_.size() - std::min(count, text_.size()));
     return *this;
@@ -149,7 +150,7 @@ class PdfText {
 
   Chaine Bytes() const { return text_; }
   size_t Size() const { return text_.size(); }
-  // Where the newest version of the object, and the newest section, stand.
+  // The offset of the newest version of the object, and of the newest section.
   size_t OffsetOf(uint32_t number) const { return offsets_.at(number); }
   size_t XrefOffset() const { return xref_; }
 

@@ -12,7 +12,7 @@ inline void Put(std::string* bytes, size_t offset, uint64_t value, size_t width)
   for (size_t i = 0; i < width; i++) (*bytes)[offset + i] = static_cast<char>(value >> (8 * i) & 0xFF);
 }
 
-// A program of 32 or 64 bits that has nothing but a version.
+// A program of 32 or 64 bits that contains only a version resource.
 inline std::string MakeProgram(bool wide, uint64_t version) {
   constexpr size_t kHeader = 0x80;
   constexpr size_t kResources = 0x400;
@@ -34,7 +34,7 @@ inline std::string MakeProgram(bool wide, uint64_t version) {
     Put(&file, section + 20, i == 0 ? 0x200 : kResources, 4);
     Put(&file, section + 36, 0, 4);
   }
-  // Type 2 and type 16; of the latter one name, one language, one block of bytes.
+  // Resource types 2 and 16; type 16 has one name, one language and one block of bytes.
   Put(&file, kResources + 14, 2, 2);
   Put(&file, kResources + 16, 2, 4);
   Put(&file, kResources + 20, 0x80000000, 4);

@@ -14,7 +14,7 @@
 
 namespace zforms {
 
-// Milliseconds to wait for what is sure to come, on whatever machine.
+// Milliseconds to wait for an event that must happen, even on a slow machine.
 constexpr int kPatience = 30'000;
 
 struct RawAnswer {
@@ -23,7 +23,7 @@ struct RawAnswer {
   std::string body;
 };
 
-// A client that sends whatever bytes it is given and keeps to no rule.
+// A client that sends any bytes and follows no rule of HTTP.
 class RawClient {
  public:
   explicit RawClient(uint16_t port, bool ipv6 = false) {
@@ -52,7 +52,7 @@ class RawClient {
     }
     return true;
   }
-  // The next answer. A body follows by its length unless the request was HEAD.
+  // The next answer. Its body is read by its length unless the request was HEAD.
   RawAnswer Receive(bool with_body = true, int timeout_ms = kPatience) {
     RawAnswer answer;
     while (unread_.find("\r\n\r\n") == std::string::npos) {
@@ -70,7 +70,7 @@ class RawClient {
     unread_.erase(0, length);
     return answer;
   }
-  // Reads about that many bytes of what is there.
+  // Reads about `count` of the bytes that have arrived.
   void Take(size_t count) {
     for (const size_t wanted = unread_.size() + count; unread_.size() < wanted && Fill(0);) continue;
   }
@@ -78,7 +78,7 @@ class RawClient {
     Send(request);
     return Receive();
   }
-  // True when the server ends the connection and nothing more comes before.
+  // True when the server closes the connection without sending more.
   bool IsEnded(int timeout_ms = kPatience) {
     while (Fill(timeout_ms)) continue;
     return ended_ && unread_.empty();

@@ -24,8 +24,8 @@
 
 namespace zforms {
 
-// A form with all that a served form has: two widgets of the save button, the modify
-// button, a group whose fields inherit type and flags, and the session's field.
+// A form with everything that a served form needs: two widgets of the save button, the modify button, a group whose
+// fields inherit type and flags, and the session's field.
 inline FormText ServedForm() {
   const std::string url = "<</FS/URL/F(http://old:1/";
   const auto submit = [&](const std::string& page) {
@@ -69,7 +69,7 @@ class FakeShell : public ZShell {
   Chaine ServerOfClass(const Chaine& class_id) override { return class_id == reader_class ? reader : Chaine(); }
 
   std::vector<std::string> calls;
-  std::vector<Chaine> files;  // as they were when they were opened
+  std::vector<Chaine> files;  // their contents when they were opened
   Chaine program, reader, reader_class;
 };
 
@@ -90,7 +90,7 @@ class FakeMailer : public ZMailer {
   std::vector<std::pair<ZPDFEmail, bool>> sent;
 };
 
-// What the host's thread was told of a save.
+// The contents of a save message.
 struct SavedXFDF {
   std::string url;
   std::string text;
@@ -98,8 +98,8 @@ struct SavedXFDF {
   uint32_t count;
 };
 
-// A host with a server on a free port, the form F1, and a host's thread that is the
-// test's own: messages are delivered when it calls Deliver.
+// A host with a server on a free port and the form F1. The test's thread is the host's thread: messages are delivered
+// when it calls Deliver.
 class ServerHost {
  public:
   explicit ServerHost(uint64_t folder = 12, int32_t exercice = 3) : templates_(storage.Path()) {
@@ -134,14 +134,14 @@ class ServerHost {
     return client.Receive(method != "HEAD");
   }
 
-  // A document as the host opens the form F1 with.
+  // The document with which the host opens the form F1.
   ZXFDF Open(const std::string& code = "F1") {
     ZXFDF xfdf = server->GetXFDFBuilder(code)->CreateXFDF();
     handler->TransactionManager().StartTransactionFor(xfdf);
     xfdf.SessionID().SetParam("Live", "yes");
     return xfdf;
   }
-  // What a reader posts from the form that it was given: the values of its fields.
+  // The document that a reader posts from this form: the values of its fields.
   static ZXFDF Submitted(const std::string& pdf, const std::string& href) {
     ZAcroForm form;
     ZInetChaineIStream in{Chaine(pdf)};

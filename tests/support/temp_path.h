@@ -10,7 +10,7 @@
 
 namespace zforms {
 
-// The folder of this test process, made at its first use and gone when the process ends.
+// The folder of this test process, created on first use and removed when the process ends.
 class TestFolder {
  public:
   TestFolder() : path_(testing::TempDir() + "zforms_tests_" + std::to_string(ProcessNumber()) + "/") {

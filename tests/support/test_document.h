@@ -14,7 +14,7 @@
 
 namespace zforms {
 
-// What a node writes, in clear, without its line ends; "none" for no node.
+// The text of a node, unencrypted, without line ends; "none" for no node.
 inline std::string TextOf(const ZPDFNode* node) {
   if (node == nullptr) return "none";
   std::string text = Written(*node);
@@ -28,7 +28,7 @@ inline std::string ValueOf(ZPDFParser& parser, uint32_t number, uint32_t generat
   return object != nullptr && object->Size() == 0 ? "" : TextOf(object == nullptr ? nullptr : object->GetDirectAt(0));
 }
 
-// The whole document by content: each object in use with its value, and the trailer.
+// The contents of the document: each object in use with its value, and the trailer.
 inline std::string ContentOf(ZPDFParser& parser) {
   std::string content;
   for (const ZPDFObjectLocation& location : parser.ObjectLocations()) {
@@ -64,7 +64,7 @@ inline CommandResult RunCommand(const std::string& command) {
   return result;
 }
 
-// What qpdf says of these bytes, with the options given: "--check" and the like.
+// The output of qpdf for these bytes, with options such as "--check".
 inline CommandResult RunQpdf(const std::string& options, const Chaine& bytes, const std::string& path) {
   if (!StoreFile(path, bytes)) return {-1, "cannot write " + path};
   return RunCommand("qpdf " + options + " " + path);

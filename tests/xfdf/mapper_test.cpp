@@ -51,7 +51,7 @@ std::string Entries(ZXFDFMapStorage& storage) {
   return entries;
 }
 
-// A group, a field with two widgets, kids that are marked, names that are repeated or missing.
+// A group, a field with two widgets, kids with marks, names that are repeated or missing.
 FormText Form() {
   return FormText()
       .Field(10, "<</T(group)/Kids[11 0 R 12 0 R 13 0 R]/FT/Tx/V(inherited)>>")
@@ -150,7 +150,7 @@ TEST(Mapper, DeclaredMaps) {
   ZXFDFMapper known;
   known.AddRubric("Client", &client);
   known.ReadMaps(storage, true);
-  // One without "." is declared when it names a rubric, and feeds nothing.
+  // A reference without "." is declared when it names a rubric, but has no data.
   EXPECT_EQ(MapsOf(known), "a:CLIENT.Name b:client.x.y f: ");
   known.AddRubric("CLIENT", &place);
   EXPECT_EQ(known.Rubric("client"), &place);
@@ -220,7 +220,7 @@ TEST(Mapper, DataGoIntoTheDocumentAndBack) {
   EXPECT_FALSE(member);
   EXPECT_EQ(client["Name"].Value().AsChaine(), "1\r\n2");
   EXPECT_EQ(mapper.ImportFrom(ZXFDF()), 0u);
-  // What has no value says nothing.
+  // A field without a value changes nothing.
   EXPECT_EQ(mapper.ImportFrom(WithFields("<field name=\"t\"/>")), 0u);
   EXPECT_STREQ(town, "Namur");
 }
@@ -273,7 +273,7 @@ TEST_F(AttachedBuffers, ShareTheirValueWithTheDocument) {
   count_ = 12;
   EXPECT_NE(xfdf_.AsChaine().View().find("<value>12</value>"), std::string_view::npos);
   EXPECT_FALSE(xfdf_.Fields().Exist("absent"));
-  // A copy, and a field that takes over another, have the value alone or write it.
+  // A copy of a field, or a field assigned from it, is not attached to the buffer.
   ZXFDF copy = xfdf_;
   copy.Fields()["g.town"] = "Mons";
   copy = xfdf_;
@@ -297,7 +297,7 @@ TEST_F(AttachedBuffers, TakeWhatIsReadLater) {
   EXPECT_EQ(count_, 77);
   EXPECT_EQ(xfdf_.LastMisfits(), PTableau<Chaine>{"g.town"});
   EXPECT_EQ(xfdf_.Fields()["g.town"].Value().AsChaine(), "far too");
-  // Without value, without field, without document: the data stay.
+  // Without value, field or document the data do not change.
   for (const char* text : {"<xfdf><fields><field name='count'/></fields></xfdf>", "<xfdf/>", "<xfdf><fields>"}) {
     xfdf_.FromChaine(text);
     EXPECT_EQ(count_, 77) << text;

@@ -1,4 +1,4 @@
-// What the host keeps in a document: session infos, and transactions that are accepted once.
+// The host's data in a document: session infos, and transactions that are accepted once.
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ class StoppedClock : public ZClock {
   uint64_t ticks;
 };
 
-// As a viewer sends it back.
+// The document as a viewer submits it.
 ZXFDF SentBack(const ZXFDF& xfdf) {
   ZXFDF back;
   back.FromChaine(xfdf.AsChaine());
@@ -51,7 +51,7 @@ TEST(SessionInfos, ParametersOfEveryTextSurviveFiveRounds) {
       xfdf.SessionID().SetParam("p" + text, text);
     }
   }
-  // No line end that a field of one line would lose.
+  // Contains no line end, which a single-line field would lose.
   EXPECT_EQ(xfdf.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().View().find_first_of("\r\n"),
             std::string_view::npos);
 }
@@ -107,7 +107,7 @@ TEST(SessionInfos, Numbers) {
   ZXFDF back = SentBack(xfdf);
   EXPECT_EQ(back.SessionID().Folder(), (ZXFDFFolderInfos{UINT64_MAX, static_cast<uint32_t>(-1)}));
   EXPECT_EQ(back.SessionID().Software(), "Café");
-  // A host that takes the year as signed.
+  // For a host that takes the year as signed.
   back.SessionID().SetParam("Folder.Exercice", "-1");
   EXPECT_EQ(static_cast<int32_t>(back.SessionID().Folder().exercice), -1);
   EXPECT_EQ(session.SetTransactionID(0, StoppedClock(0)), 1u);
@@ -185,7 +185,7 @@ TEST(Transaction, ThoseOfAnEarlierRunGoOn) {
   ZXFDF other;
   manager.StartTransactionFor(other);
   EXPECT_EQ(other.SessionID().Transaction().id, 701U);
-  // What could not be stored may come again.
+  // A submission that could not be stored may be sent again.
   manager.Restore(700, 0);
   EXPECT_TRUE(manager.IsAcceptable(first));
 }
@@ -217,7 +217,7 @@ TEST(Transaction, AClockThatStandsStillOrGoesBackGivesNewIds) {
                 {98, 98},
                 {98, 106}};
   for (const auto& c : kCases) EXPECT_EQ(start(c.ticks), c.id) << c.ticks;
-  // A look at each id taken would take hours.
+  // Testing each used id would take hours.
   for (uint64_t i = 0; i < 20'000; i++) ASSERT_EQ(start(1000), 1000 + i);
 }
 
@@ -227,7 +227,7 @@ TEST(Transaction, EightThreadsShareAManager) {
   const StoppedClock clock(1);
   ZXFDFTransaction manager(clock);
   std::array<std::vector<uint64_t>, kThreads> ids;
-  // One submission that all threads send in.
+  // All threads submit the same document.
   ZXFDF shared;
   manager.StartTransactionFor(shared);
   const Chaine shared_text = shared.AsChaine();

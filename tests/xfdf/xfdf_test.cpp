@@ -1,4 +1,4 @@
-// The XFDF document: its layout, its fields, what survives a round trip, and hostile input.
+// The XFDF document: its format, its fields, what is kept in a round trip, and hostile input.
 
 #include "zforms/xfdf/xfdf.h"
 
@@ -174,7 +174,7 @@ TEST(XFDF, TheNamespaceMayHaveAPrefix) {
   ZXFDF again;
   again.FromChaine(data.AsChaine());
   EXPECT_TRUE(again.Fields().Exist("a.b"));
-  // Another namespace is not ours, whatever its root is called.
+  // Another namespace is not XFDF, even with the same name of the root.
   ZXFDF other;
   other.FromChaine(R"(<n:xfdf xmlns:n="http://example.org/"><n:fields/></n:xfdf>)");
   EXPECT_FALSE(other.HasFields());
@@ -252,7 +252,7 @@ TEST_F(XFDFFiles, SavedAndReadFromEverywhere) {
   EXPECT_FALSE(from_file.LastError().empty());
 }
 
-// A destination with room for so many bytes.
+// A destination that accepts a given number of bytes.
 class FullOStream : public ZInetOStream {
  public:
   explicit FullOStream(size_t room) : room_(room) {}
@@ -298,7 +298,7 @@ TEST(XFDF, NothingStaleSurvives) {
   ZXFDF moved(std::move(assigned));
   EXPECT_EQ(Names(moved.Fields()), "new");
 
-  // What cannot be read leaves nothing behind.
+  // After a failed read the document is empty.
   for (const char* text : {"", "<xfdf><fields>", "not XML", "<xfdf/><xfdf/>"}) {
     ZXFDF broken(copy);
     EXPECT_TRUE(broken.FromChaine(text));
@@ -395,7 +395,7 @@ TEST(XFDF, EncodingsAndWhatXMLCannotCarry) {
     if (c != 0) utf16 += {static_cast<char>(c & 255), static_cast<char>(c >> 8)};
   }
   EXPECT_EQ(Parsed(latin).Fields()["prénom"].Value().AsChaine(), "€\r\n");
-  // The bytes 0A 0D of one character are no line end.
+  // In UTF-16, the bytes 0A 0D of one character are not a line end.
   const ZXFDF wide = Parsed(utf16);
   EXPECT_EQ(wide.Fields()["prénom"].Value().AsChaine(), "€\r\n\u0A0D");
   EXPECT_EQ(Parsed(wide.AsChaine()).AsChaine(), wide.AsChaine());
@@ -472,7 +472,7 @@ TEST(XFDF, RandomDocumentsAreReadAsTheyWereBuilt) {
       ASSERT_EQ(read.Fields()[name].Value().AsChaine(), fields[name].Value().AsChaine()) << text.View();
       ASSERT_EQ(read.Fields()[name].HasValue(), fields[name].HasValue());
     }
-    // Of two ways to one full name the search takes one.
+    // When a full name can be reached in two ways, the search uses one.
     EXPECT_TRUE(read.Fields().VisitValues([&](std::string_view name, const ZXFDF::Field& field) {
       EXPECT_TRUE(field.HasValue() && read.Fields()[Chaine(name)].HasValue()) << name;
       return true;
@@ -507,7 +507,7 @@ TEST(XFDFSurvey, SaysWhatReadingWouldSay) {
       {"<xfdf><fields>" + XFDFField("ZOR.SessionID", "<value>a<!-- -->b</value>") + "</fields></xfdf>",
        Session::eUnknown, 8},
       {"<x:xfdf xmlns:x=\"http://ns.adobe.com/xfdf/\"><x:fields/></x:xfdf>", Session::eUnknown, 3},
-      // What the survey does not go through is counted by its marks.
+      // Text that the survey cannot parse is counted by its markup characters.
       {"<!DOCTYPE xfdf [<!ENTITY a '<'>]><xfdf><fields>" + whole + "</fields></xfdf>", Session::eUnknown, 23},
   };
   for (const auto& [text, session, nodes] : kCases) {
@@ -553,12 +553,12 @@ TEST(XFDF, HostileInputTakesTimeInProportion) {
   const ZXFDF many = WithFields(lattice);
   for (int i = 0; i < 100; i++) EXPECT_FALSE(many.Fields().Exist(Chaine(Repeated("a.", 24) + "y")));
   EXPECT_TRUE(many.Fields().Exist(Chaine(Repeated("a.", 12) + "z")));
-  // Full names whose length adds up.
+  // Full names whose total length is large.
   std::string nested = Repeated(Valued("leaf", "x"), 1);
   for (int i = 0; i < kCount / 50; i++) nested += Valued("leaf" + std::to_string(i), "x");
   for (int i = 0; i < 400; i++) nested = XFDFField(std::string(1000, 'n'), nested);
   EXPECT_EQ(WithFields(nested).Fields().FieldNames().Size(), 4u);
-  // Names of 4,000 bytes that lead to 50,000 empty fields and one value; the names of all would take 200 MB.
+  // Names of 4,000 bytes above 50,000 empty fields and one value; building all full names would take 200 MB.
   std::string leaves = Valued("z", "x");
   for (int i = 0; i < kCount; i++) leaves += XFDFField(std::to_string(i), "");
   for (int i = 0; i < 400; i++) leaves = XFDFField("nnnnnnnnn", leaves);
