@@ -122,7 +122,7 @@ def restricted_form(path, signatures=(), xfa=False, rights=False, alone=False):
     return path
 
 
-ODD_VALUES = {  # values for each field of the form with odd names
+ODD_VALUES = {  # values to set in each field of the odd form
     "liste": ["A", "B", "A\nC", "C", ""],
     "choix": ["é", "è", ""],
     "riche": ["riche", "autre", ""],

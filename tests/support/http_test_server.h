@@ -21,7 +21,7 @@
 
 namespace zforms {
 
-// A message that calls a function.
+// A server for tests, whose pages are functions.
 
 class Call : public ZIdleMessage {
  public:
