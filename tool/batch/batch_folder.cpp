@@ -19,8 +19,7 @@ constexpr std::string_view kLock = ".zforms-lock";
 constexpr const char* kNotRecorded = "the record of the batch cannot be written";
 constexpr size_t kPrinted = 4096;
 
-// Whether a PDF stands there to its end. After a crash of the machine there may be a
-// file whose bytes never reached the disk.
+// True when the PDF is complete. After a crash of the machine a file may lack bytes that never reached the disk.
 bool IsWhole(const std::filesystem::path& path) {
   constexpr std::string_view kEnd = "%%EOF";
   std::array<char, 16> tail{};
@@ -31,8 +30,8 @@ bool IsWhole(const std::filesystem::path& path) {
   return file.good() && std::string_view(tail.data(), tail.size()).find(kEnd) != std::string_view::npos;
 }
 
-// By its print a file that a killed run put in place is told from somebody else's: the
-// length and the end, which is where the values of a form stand.
+// The fingerprint by which a file of a killed run is recognized: made from the length and the end, which contains the
+// values.
 uint64_t PrintOf(std::string_view tail, uint64_t size) { return StableHash(tail, size); }
 
 uint64_t PrintOf(std::string_view bytes) {
@@ -51,7 +50,7 @@ bool HasPrint(const std::filesystem::path& path, uint64_t print) {
 
 }  // namespace
 
-// What a killed run was writing.
+// Removes the partial files of a killed run.
 void BatchFolder::RemoveLeftOvers() const {
   std::error_code error;
   std::vector<std::filesystem::path> left;
@@ -84,12 +83,12 @@ bool BatchFolder::Open(Mode mode, uint64_t job, std::string* error) {
   RemoveLeftOvers();
   std::error_code failed;
   const std::string ledger = PathOf(std::string(kLedger));
-  // A run that was killed before it began has left nothing to go on with.
+  // A run that was killed before it began has left nothing to continue.
   if (!std::filesystem::exists(FilePath(ledger), failed)) return ledger_.Create(ledger, job, error);
   switch (mode) {
     case Mode::kResume: return ledger_.Open(ledger, job, error);
     case Mode::kOverwrite: {
-      // The files of the earlier batch stay ours, also when this one is interrupted.
+      // Files of the earlier batch may still be replaced, even after an interruption.
       std::string ignored;
       return ledger_.StartOver(ledger, job, &ignored) || ledger_.Create(ledger, job, error);
     }
@@ -131,7 +130,7 @@ void BatchFolder::Enter(Seat* seat, uint64_t line, std::string* error) {
   }
 }
 
-// Puts the file where nothing stood.
+// Moves the file to a name that is not in use.
 bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, uint64_t print, std::string* error) {
   if (!Mark(seat, Ledger::State::kPlacing, print)) {
     *error = kNotRecorded;
@@ -140,7 +139,7 @@ bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, uint64_t
   const std::filesystem::path from = FilePath(part);
   const std::filesystem::path to = FilePath(PathOf(seat.name));
   std::error_code failed;
-  // A second name for the file, unlike a new one, never takes the place of another.
+  // A hard link never replaces an existing file, unlike a rename.
   std::filesystem::create_hard_link(from, to, failed);
   std::error_code ignored;
   if (!failed) {

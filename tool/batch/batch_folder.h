@@ -10,19 +10,18 @@
 
 namespace zforms::tool {
 
-// BatchFolder is where the forms of a batch go. A form is written under another name
-// and renamed, so that under its own name there is a whole form or none; no file that
-// stood there before, and no form of another row, is ever written over. The ledger says
-// that a row is done once its file is in place, and one process at a time has the folder.
+// BatchFolder is the output folder of a batch. A form is written under a temporary name and renamed, so that its file
+// is always complete. Files that existed before, and forms of other rows, are never overwritten. The ledger marks a row
+// as done after its file is in place. Only one process at a time uses the folder.
 //
-// Take, Open, Enter by one thread at a time; Write by any.
+// Take, Open and Enter are called by one thread at a time, Write by any thread.
 class BatchFolder {
  public:
   enum class Mode { kNew, kResume, kOverwrite };
   enum class Place {
-    kFree,     // nothing stands there
-    kOurs,     // what stands there may be replaced
-    kWritten,  // the row's form stands there already
+    kFree,     // no such file
+    kOurs,     // a file that may be replaced
+    kWritten,  // the file of this row is there already
     kRefused,  // see the reason
   };
   // The file of a row.
@@ -32,14 +31,14 @@ class BatchFolder {
     Place place = Place::kRefused;
   };
 
-  // Makes the folder when it is missing and keeps other batches out of it. False with a
-  // reason when it cannot be used.
+  // Creates the folder when it is missing and locks it against other batches. False with a reason when it cannot be
+  // used.
   bool Take(const std::string& folder, std::string* error);
-  // `job` is a hash of all that the forms have in common. Precondition: Take.
+  // `job` is a hash of everything that the forms have in common. Precondition: Take.
   bool Open(Mode mode, uint64_t job, std::string* error);
-  // Finds the place of the seat, whose name goes to the row of that line.
+  // Reserves the file name of the seat for the row of that line.
   void Enter(Seat* seat, uint64_t line, std::string* error);
-  // `number` tells apart the threads that write at the same time.
+  // `number` distinguishes threads that write at the same time.
   bool Write(const Seat& seat, unsigned number, const Chaine& bytes, std::string* error);
 
  private:
@@ -52,7 +51,7 @@ class BatchFolder {
   std::string folder_;
   OsFileLock lock_;
   Mode mode_ = Mode::kNew;
-  std::mutex mutex_;  // guards the ledger
+  std::mutex mutex_;  // protects the ledger
   Ledger ledger_;
 };
 

@@ -7,18 +7,18 @@
 
 namespace zforms::tool {
 
-// What the command line asks of a batch: one filled form for each row.
+// The command line options of a batch, which makes one filled form for each row.
 struct BatchOptions {
   std::string file;
   std::string data;
   std::string maps;
   std::string section;
-  std::vector<std::string> rubrics;  // "NAME=FILE", and "NAME" for that of the rows
+  std::vector<std::string> rubrics;  // "NAME=FILE", or "NAME" for the rubric of the rows
   std::string folder;
   std::string name;
   std::string report;
   std::string password;
-  unsigned jobs = 0;  // 0 for as many as there are cores
+  unsigned jobs = 0;  // 0 for the number of cores
   bool stop_on_error = false;
   bool resume = false;
   bool overwrite = false;

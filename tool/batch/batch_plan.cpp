@@ -41,8 +41,8 @@ void BatchPlan::TakeAllFields(const Reports& reports, const std::vector<FieldRep
   }
 }
 
-// The rubrics of files, and those whose values the rows have. `own` is the one whose
-// columns need no rubric before their names.
+// Reads the rubrics of files, and makes those whose values come from the rows. `own` is the rubric whose columns need
+// no rubric before their names.
 bool BatchPlan::ReadRubrics(const BatchOptions& options, const std::string& section, std::string* own) {
   for (const std::string& text : options.rubrics) {
     const RubricOption rubric = ParseRubric(text);
@@ -113,7 +113,7 @@ std::vector<std::string> BatchPlan::FieldNames() const {
   return names;
 }
 
-// Columns that maps name are found whatever their letter case, as fields of a set are.
+// Columns named in maps are found in any letter case, like the fields of a set.
 std::vector<size_t> BatchPlan::Places(const std::vector<std::string>& names) const {
   std::unordered_map<std::string, size_t> exact;
   std::unordered_map<std::string, size_t> folded;
@@ -137,7 +137,7 @@ std::vector<size_t> BatchPlan::Places(const std::vector<std::string>& names) con
   return places;
 }
 
-// Rows share their names as a rule, so that they are looked for once.
+// Rows usually share their names, so the columns are looked up once.
 const Cell* BatchPlan::Match::ValueOf(const Row& row, size_t field) {
   if (plan_.fields_[field].is_constant) return &plan_.fields_[field].constant;
   if (row.names != names_) {

@@ -20,26 +20,26 @@ class FormGuard;
 struct BatchField {
   std::string name;
   std::shared_ptr<const ZFieldRule> rule;
-  std::string column;       // the column that feeds it
-  std::string full_column;  // looked for first: the same with its rubric, empty without maps
+  std::string column;       // the column with its values
+  std::string full_column;  // tried first: the column with its rubric; empty without maps
   bool is_constant = false;
-  Cell constant;  // what every form gets, with a fixed rubric
+  Cell constant;  // the same for every form, from the rubric of a file
 };
 
-// BatchPlan says which columns of the data feed which fields of the form. Made before
-// the work begins, then read by all threads.
+// BatchPlan assigns the columns of the data to the fields of the form. Made before the work begins, then read by all
+// threads.
 class BatchPlan {
  public:
-  // The form outlives the plan. False, and said, when the maps or the rubric files cannot be read. Fields that
-  // maps name and the form has not, and such things, are warned of.
+  // The form must outlive the plan. When the maps or the rubric files cannot be read, prints the reason and returns
+  // false. Warns for example of fields that maps name and the form does not have.
   bool Make(const BatchOptions& options, ZAcroForm& form, const FormGuard& guard, Console& console);
 
   const std::vector<BatchField>& Fields() const { return fields_; }
   std::vector<std::string> FieldNames() const;
-  // The place of each field's column among the names, kNone where there is none.
+  // The index of each field's column among the names, kNone when there is none.
   static constexpr size_t kNone = SIZE_MAX;
   std::vector<size_t> Places(const std::vector<std::string>& names) const;
-  // What the row has for each field; null for a field that it says nothing of.
+  // The cell of a row for each field; null when the row has no value for it.
   class Match {
    public:
     explicit Match(const BatchPlan& plan) : plan_(plan) {}
@@ -48,13 +48,13 @@ class BatchPlan {
    private:
     const BatchPlan& plan_;
     RowNames names_;
-    std::vector<size_t> places_;  // of the fields' columns among the names
+    std::vector<size_t> places_;  // indices of the fields' columns among the names
   };
-  // Whether a row of these names can fill anything.
+  // True when a row with these names can fill a field.
   bool Feeds(const std::vector<std::string>& names) const;
-  // Which of the names feed no field.
+  // The names that match no field.
   std::vector<std::string> Unused(const std::vector<std::string>& names) const;
-  // What to say of such a name; for the thread that reads the rows.
+  // The message about such a name; for the thread that reads the rows.
   std::string WhyUnused(const std::string& name) const;
 
  private:
@@ -66,9 +66,9 @@ class BatchPlan {
   void TakeMap(const ZXFDFMapper& mapper, const FieldReport& report, const ZXFDFMapper::DataFieldRef& reference,
                Console& console);
 
-  std::unique_ptr<ZCheckedFiller> filler_;  // over the form that the plan was made for
+  std::unique_ptr<ZCheckedFiller> filler_;  // for the form of the plan
   Rubrics rubrics_;
-  std::set<std::string> fixed_;  // the rubrics of files, in small letters
+  std::set<std::string> fixed_;  // the rubrics of files, in lower case
   std::vector<BatchField> fields_;
   bool mapped_ = false;
 };

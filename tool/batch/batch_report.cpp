@@ -19,7 +19,7 @@ std::string Dump(const Json& json) { return json.dump(-1, ' ', false, Json::erro
 
 std::string Grouped(uint64_t number) {
   std::string digits = std::to_string(number);
-  // A character and no text: of a text g++ 12 warns, wrongly, that it may overlap the digits (-Wrestrict).
+  // Inserts a character, not a string: for a string g++ 12 warns wrongly that it may overlap (-Wrestrict).
   for (size_t at = digits.size(); at > 3;) digits.insert(at -= 3, 1, ',');
   return digits;
 }

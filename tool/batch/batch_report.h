@@ -13,25 +13,24 @@ namespace zforms::tool {
 
 struct BatchOptions;
 
-// BatchReport counts what becomes of the rows, names the bad ones, shows the progress
-// on a terminal and writes the report, failure by failure, so that its memory does not
-// grow. Any thread may call it.
+// BatchReport counts the results of the rows, prints the bad ones, shows the progress on a terminal and writes the
+// report. Each failure is written at once, so that memory does not grow. Any thread may call it.
 class BatchReport {
  public:
-  // `console` says what is wrong with the data.
+  // `console` prints the faults of the data.
   explicit BatchReport(Console& console);
 
-  // Begins the file of the report beside `path`. False, and said, when that fails.
+  // Begins the report in a temporary file beside `path`. On failure prints the reason and returns false.
   bool Open(const std::string& path);
 
   void Filled();
-  // It was filled in an earlier run.
+  // Counts a row that was filled in an earlier run.
   void Found();
   void Failed(const Row& row, const std::string& field, const std::string& file, const std::string& what);
-  // How much of the data was read, from 0 to 1; negative when that is not known.
+  // Sets how much of the data was read, from 0 to 1; negative when unknown.
   void ReadSoFar(double part);
 
-  // Ends the progress line and the report. Says how many rows failed.
+  // Ends the progress line and the report. Prints how many rows failed.
   void Finish(const BatchOptions& options, bool stopped, unsigned jobs);
   uint64_t FailedCount() const { return failed_; }
 

@@ -22,7 +22,7 @@ std::string SafeFileName(std::string_view stem, std::string_view suffix) {
   while (name.ends_with(' ') || name.ends_with('.')) name.pop_back();
   name.erase(0, name.find_first_not_of(' '));
   if (name.empty()) return {};
-  // A name that starts with a dot is hidden; one that starts with a hyphen looks like an option.
+  // A file name that starts with a dot is hidden; one that starts with a hyphen looks like an option.
   if (name.front() == '.' || name.front() == '-') name.front() = '_';
   if (IsDeviceName(name)) name.insert(0, 1, '_');
   return name.append(suffix);

@@ -7,31 +7,30 @@
 
 namespace zforms::tool {
 
-// FileNamePattern makes file names from the values of a row: "{id}-{name}.pdf".
-// "{{" and "}}" stand for braces. What file systems refuse in a value becomes "_",
-// and names are cut at 200 bytes, so that every name is good on every system.
+// FileNamePattern makes file names from the values of a row: "{id}-{name}.pdf". "{{" and "}}" mean braces. Characters
+// of a value that file systems refuse become "_", and names are cut at 200 bytes, so that every name is valid on every
+// system. Any thread may read it after Parse.
 class FileNamePattern {
  public:
   // The value of a column; null when the row has none.
   using ValueOf = std::function<const std::string*(const std::string& key)>;
 
-  // False with a reason when it is no pattern for the name of a file.
+  // False with a reason when it is not a valid pattern.
   bool Parse(std::string_view pattern, std::string* error);
-  // The columns named in it.
+  // The columns used by the pattern.
   const std::vector<std::string>& Keys() const { return keys_; }
-  // Empty with a reason when a value is missing, or nothing is left of the name.
+  // Empty with a reason when a value is missing, or when the name would be empty.
   std::string Make(const ValueOf& value_of, std::string* error) const;
 
  private:
   bool ParseKey(std::string_view pattern, size_t* at, std::string* error);
 
-  // A literal text before each key, and one behind the last.
+  // The literal text before each key, and the one after the last.
   std::vector<std::string> literals_;
   std::vector<std::string> keys_;
 };
 
-// A name that every file system takes, ending in `suffix`; empty when nothing that
-// can be seen is left of it.
+// A name that every file system accepts, ending in `suffix`; empty when no visible character would be left.
 std::string SafeFileName(std::string_view stem, std::string_view suffix);
 
 }  // namespace zforms::tool

@@ -17,7 +17,7 @@ constexpr size_t kSlotsAtOnce = 4096;
 
 uint64_t SlotCount(uint64_t bits) { return uint64_t{1} << bits; }
 
-// Beyond two thirds the table is made larger.
+// Above two thirds the table is enlarged.
 bool IsFull(uint64_t count, uint64_t bits) { return count * 3 > SlotCount(bits) * 2; }
 
 // A name is never 0, which a free slot has.
@@ -37,7 +37,7 @@ std::string_view BytesOf(const void* from, size_t size) { return {static_cast<co
 
 }  // namespace
 
-// FNV-1a, with its bits mixed at the end, since the table takes the highest ones.
+// FNV-1a with a final mix of the bits, because the table uses the highest ones.
 uint64_t StableHash(std::string_view bytes, uint64_t seed) {
   uint64_t hash = 0xCBF29CE484222325U ^ (seed * 0x9E3779B97F4A7C15U);
   for (const char c : bytes) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
@@ -59,7 +59,7 @@ bool Ledger::Slot::IsSound() const {
 
 uint64_t Ledger::Header::CheckSum() const { return StableHash(BytesOf(this, offsetof(Header, check))); }
 
-// An earlier failure, such as of a full disk, is no reason to fail now.
+// Clears an earlier error, such as a full disk, which is no reason to fail now.
 bool Ledger::ReadAt(uint64_t offset, void* to, size_t size) {
   file_.clear();
   file_.seekg(static_cast<std::streamoff>(offset));
@@ -76,12 +76,12 @@ bool Ledger::WriteAt(uint64_t offset, const void* from, size_t size) {
 
 bool Ledger::OpenFile(const std::string& path, std::ios::openmode mode) {
   file_ = std::fstream();
-  file_.rdbuf()->pubsetbuf(nullptr, 0);  // what is written is in the file
+  file_.rdbuf()->pubsetbuf(nullptr, 0);  // unbuffered: written bytes are in the file at once
   file_.open(FilePath(path), std::ios::in | std::ios::out | std::ios::binary | mode);
   return file_.is_open();
 }
 
-// A file of free slots, beside the one in use: what was never written reads as zero.
+// Makes a new file of free slots beside the one in use; bytes never written read as zero.
 bool Ledger::Make(const Header& header) {
   header_ = header;
   header_.check = header_.CheckSum();
@@ -89,7 +89,7 @@ bool Ledger::Make(const Header& header) {
   return OpenFile(NewPath(), std::ios::trunc) && WriteAt(0, &header_, sizeof header_) && WriteAt(size - 1, "", 1);
 }
 
-// Puts the new file in the place of the one in use.
+// Replaces the file in use by the new one.
 bool Ledger::Install() {
   file_.close();
   std::error_code error;
@@ -147,7 +147,7 @@ bool Ledger::StartOver(const std::string& path, uint64_t job, std::string* error
   return WriteHeader(error);
 }
 
-// Counts the entries; false when one is damaged or some are missing.
+// Counts the entries; false when one is damaged or missing.
 bool Ledger::CheckSlots() {
   const uint64_t slots = SlotCount(header_.bits);
   std::error_code failed;
@@ -164,7 +164,7 @@ bool Ledger::CheckSlots() {
   return count_ < slots;
 }
 
-// The slot of the name, or the free one where it belongs.
+// Finds the slot of the name, or the free slot for it.
 bool Ledger::Find(uint64_t name, uint64_t* place, Slot* slot) {
   const uint64_t count = SlotCount(header_.bits);
   uint64_t at = name >> (64 - header_.bits);
@@ -229,7 +229,7 @@ bool Ledger::CopySlots(std::fstream& from, uint64_t bits) {
   return true;
 }
 
-// Moves the entries into a table of twice the size. The one in use stays when that fails.
+// Moves the entries to a table of twice the size. On failure the old table stays in use.
 bool Ledger::Grow() {
   std::fstream old = std::move(file_);
   const uint64_t bits = header_.bits;

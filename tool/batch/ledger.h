@@ -18,39 +18,37 @@ uint64_t StableHash(std::string_view bytes, uint64_t seed = 0);
 // the machine.
 class Ledger {
  public:
-  // What is known of the file of a row. Whatever a run is killed at, the file is at
-  // worst made again.
+  // The state of a row's file. If a run is killed at any point, at worst the file is made again.
   enum class State : uint32_t {
-    kNamed,    // no file of ours is there
-    kPlacing,  // ours may be there for the first time: it then has this print
-    kStale,    // ours is there, with whatever content
-    kWritten,  // ours is there, with this content
+    kNamed,    // we have not written the file
+    kPlacing,  // our file may be there for the first time; `content` is then its fingerprint
+    kStale,    // our file is there, with old or unknown content
+    kWritten,  // our file is there, with this content
   };
   enum class Claim {
-    kNew,      // there is no file of ours
-    kStarted,  // an earlier run was placing the row's file
-    kOurs,     // an earlier run made the file, of another content
-    kSame,     // an earlier run made the file, of this content
+    kNew,      // we have not written a file of that name
+    kStarted,  // an earlier run was moving the row's file into place
+    kOurs,     // an earlier run wrote the file, with other content
+    kSame,     // an earlier run wrote the file, with this content
     kTaken,    // another row of this run has the name
     kBroken,   // the ledger cannot be read or written
   };
   struct Holder {
-    uint64_t line = 0;   // of the row that had the name, with kTaken
-    uint64_t print = 0;  // with kStarted
+    uint64_t line = 0;   // line of the other row, with kTaken
+    uint64_t print = 0;  // fingerprint of the file, with kStarted
   };
 
-  // Makes a new ledger for the job, in place of an old one.
+  // Creates a ledger for the job and replaces an old one.
   bool Create(const std::string& path, uint64_t job, std::string* error);
-  // Opens the ledger of an earlier run of the same job. False with a reason when it is
-  // that of another job, damaged or no ledger.
+  // Opens the ledger of an earlier run of the same job. False with a reason when it belongs to another job, is damaged
+  // or is not a ledger.
   bool Open(const std::string& path, uint64_t job, std::string* error);
-  // Opens the ledger of an earlier job for this one: its files stay ours, and are stale.
+  // Opens the ledger of an earlier job for this one: its files may be replaced and are outdated.
   bool StartOver(const std::string& path, uint64_t job, std::string* error);
 
-  // Enters the name for a row of this run.
+  // Reserves the name for a row of this run.
   Claim Enter(std::string_view name, uint64_t content, uint64_t line, Holder* holder);
-  // Says what is known of the file of a row that was entered; `content` is the print
-  // with kPlacing.
+  // Records the state of the file of a row; `content` is the fingerprint with kPlacing.
   bool Mark(std::string_view name, State state, uint64_t content);
 
  private:
@@ -59,18 +57,18 @@ class Ledger {
     uint64_t content = 0;
     uint64_t line = 0;
     uint32_t run = 0;
-    uint32_t seal = 0;  // the state in two bits, the others a check sum
+    uint32_t seal = 0;  // two bits for the state, the others are a checksum
 
     State Is() const { return static_cast<State>(seal & 3); }
     uint32_t SealFor(State state) const;
     bool IsSound() const;
   };
-  // As long as two slots, so that none lies in two sectors.
+  // As long as two slots, so that no slot crosses a sector boundary.
   struct Header {
     char magic[8];
     uint64_t job;
     uint32_t run;
-    uint32_t since;  // what is done was done by this run or a later one
+    uint32_t since;  // files made in this run or a later one are current
     uint64_t bits;
     uint64_t spare[3];
     uint64_t check;

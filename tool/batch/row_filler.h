@@ -9,14 +9,13 @@
 
 namespace zforms::tool {
 
-// RowFiller fills a copy of the form from one row after the other. Made by the thread
-// that has the form, then used by one; the plan and the guard are
-// shared and outlive it.
+// RowFiller fills a copy of the form from one row after the other. Created by the thread of the form, then used by one
+// thread; the plan and the guard are shared and must outlive it.
 class RowFiller {
  public:
   RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FormGuard& guard);
 
-  // The form with the values of the row, which the fields take.
+  // The form filled with the values of the row, which the fields must accept.
   Chaine Fill(const Row& row);
 
  private:

@@ -63,7 +63,7 @@ bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* e
   text = WithoutUTF8Mark(text);
   const std::string_view whole = text;
   text = TrimBlanks(text);
-  // A list of one object is as good as the object.
+  // A list of one object is read like the object.
   if (text.starts_with('[') && text.ends_with(']')) text = TrimBlanks(text.substr(1, text.size() - 2));
   Row row;
   if (!ReadJsonRow(text, &row, error, whole)) {
@@ -109,7 +109,7 @@ bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& con
   std::string error;
   const Chaine text = MarkedUTF16ToUTF8(bytes);
   const Kind kind = KindOf(path, text);
-  // XML says itself in which encoding it is.
+  // XML declares its encoding itself.
   if (!Read(kind, kind == Kind::kXFDF ? bytes : text, data, line, &error)) {
     console.Fail(error);
     return false;

@@ -19,8 +19,8 @@ inline constexpr const char* kNoValues = "the data hold no value: no field is fi
 // of the data, when it cannot be read.
 bool ReadData(const std::string& path, ZXFDF* data, uint64_t* line, Console& console);
 
-// Opens the table in a file or at standard input (see OpenRows). Null with a reason when
-// it cannot be opened or is none.
+// Opens the table in a file or at standard input (see OpenRows). Null with a reason when it cannot be opened or is not
+// a table.
 std::unique_ptr<RowReader> OpenTable(const std::string& path, std::string* error);
 
 }  // namespace zforms::tool

@@ -13,7 +13,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* kFile = "file";
 
-// The lines of a text end in LF in a table, whatever they end with in the form.
+// In a table, the lines of a text always end in LF.
 std::string WithLF(const std::string& text) {
   std::string result;
   for (size_t i = 0; i < text.size(); i++) {
@@ -23,7 +23,7 @@ std::string WithLF(const std::string& text) {
   return result;
 }
 
-// The columns of all forms, the file's first, and the place of each.
+// The columns of all forms, the file's first, and the index of each.
 struct Columns {
   std::vector<std::string> names;
   std::unordered_map<std::string, size_t> places;
@@ -43,7 +43,7 @@ std::string CSVLine(const std::vector<std::string>& cells, bool for_spreadsheet)
     if (i > 0) line += ',';
     AppendCsvCell(&line, for_spreadsheet ? ForSpreadsheet(cells[i]) : cells[i]);
   }
-  // A line without a character would be no row.
+  // An empty line would not count as a row.
   if (line.empty()) line = "\"\"";
   return line + "\r\n";
 }

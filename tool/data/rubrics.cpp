@@ -69,7 +69,7 @@ bool Rubrics::ReadIni(const std::string& path, ZFieldSet& set, Console& console)
     console.Fail(ini.LastError());
     return false;
   }
-  // With one section its name says nothing.
+  // When there is only one section, its name is left out.
   const bool one = ini.SectionNames().size() == 1;
   for (const Chaine& name : ini.SectionNames()) {
     const ZIniFileSection section = ini.Section(name);

@@ -10,21 +10,21 @@
 
 namespace zforms::tool {
 
-// What the command line says of the host's data: "NAME=FILE" for a rubric whose values
-// stand in a file, or "NAME" alone. The file is CSV or lines of JSON, whose first row
-// counts, or an INI file: "line" names a line of the only section, else "section.line".
+// An option for the host's data: "NAME=FILE" for a rubric with values from a file, or "NAME" alone. The file is CSV or
+// lines of JSON, of which the first row is used, or an INI file, where "line" names a line of the only section, else
+// "section.line".
 struct RubricOption {
   std::string name;
   std::string file;  // empty without one
 };
 RubricOption ParseRubric(const std::string& text);
 
-// Rubrics owns the sets that rubric files are read into. One thread at a time.
+// Rubrics owns the sets read from rubric files. One thread at a time.
 class Rubrics {
  public:
-  // Reads the file into a new set. False, and said, when it cannot be read.
+  // Reads the file into a new set. On failure prints the reason and returns false.
   bool Read(const RubricOption& rubric);
-  // A set without fields, for a rubric whose data come later.
+  // Adds a set without fields, for a rubric whose data come later.
   void AddEmpty(const std::string& name);
   void RegisterIn(ZXFDFMapper& mapper) const;
   bool Has(const std::string& name) const;
@@ -40,14 +40,14 @@ class Rubrics {
   std::deque<Entry> entries_;
 };
 
-// Reads the maps of an INI section. False, and said, when there are none.
+// Reads the maps of an INI section. When there are none, prints a message and returns false.
 bool ReadMaps(const std::string& path, const std::string& section, const std::string& default_rubric,
               ZXFDFMapper& mapper);
 
-// The only section of the file when `section` is empty.
+// The section itself; when it is empty, the only section of the file.
 std::string SectionOf(const std::string& path, const std::string& section);
 
-// The rubrics that the references of a section name, each once.
+// The rubrics in the references of a section, each once.
 std::vector<std::string> RubricsOfMaps(const std::string& path, const std::string& section);
 
 }  // namespace zforms::tool

@@ -5,17 +5,16 @@
 
 namespace zforms::tool {
 
-// Loads every object that the file lists, so that whatever is odd is met and the form's
-// diagnostics say it. Returns how many there are.
+// Loads every object listed in the file, so that the form's diagnostics have all warnings. Returns the number of
+// objects.
 size_t LoadAll(ZPDFParser& parser);
 
-// Tells what is odd about the file apart from its fields, and has the form's diagnostics
-// name what would be lost if it were written anew. Returns whether that belongs to pages
-// or form.
+// Prints the faults of the file outside of its fields, and adds to the form's diagnostics what a full save would lose.
+// Returns true when that belongs to pages or the form.
 bool CheckFile(ZAcroForm& form, Console& console);
 
-// Whether the document may be written anew though pages or form lose something. False, and
-// said, unless that is forced.
+// Whether the document may be saved in full. When pages or the form would lose something and this is not forced, prints
+// the reason and returns false.
 bool MayWriteAnew(bool loses, bool recover, bool force, Console& console);
 
 }  // namespace zforms::tool

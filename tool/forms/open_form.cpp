@@ -9,7 +9,7 @@
 namespace zforms::tool {
 namespace {
 
-// `bytes` are those of standard input.
+// `bytes` are the contents of standard input.
 bool Load(const std::string& file, const Chaine& bytes, const std::string& password, ZAcroForm& form) {
   for (const Chaine& form_of_it : PasswordForms(password)) {
     ZInetChaineIStream stream(bytes);

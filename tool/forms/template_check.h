@@ -12,7 +12,7 @@ class ZAcroFormServerForm;
 
 namespace zforms::tool {
 
-// What a form lacks to be served, in words for who designs it; empty when nothing does.
+// What a form lacks for serving, in words for its designer; empty when nothing is missing.
 std::vector<std::string> CheckTemplate(const Chaine& path);
 std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form);
 

@@ -49,7 +49,7 @@ bool ByteSource::ReadBytes(std::string* to, size_t size) {
   return got > 0;
 }
 
-// Half a character waits for its other half, which only the end of the file may lack.
+// Keeps an incomplete character for the next piece; only at the end of the file it stays incomplete.
 void ByteSource::AppendDecoded() {
   size_t length = undecoded_.size() - undecoded_.size() % 2;
   const size_t high = length - (*order_ == ByteOrder::eBigEndian ? 2 : 1);

@@ -12,24 +12,23 @@
 
 namespace zforms {
 
-// ByteSource reads a file or a stream piece by piece, so that data of any length take
-// the memory of one piece. UTF-16 that begins with a byte order mark
-// comes as UTF-8 without one. One thread at a time.
+// ByteSource reads a file or stream in pieces, so that data of any length need the memory of one piece. UTF-16 with a
+// byte order mark is converted to UTF-8 without one. One thread at a time.
 class ZFORMS_API ByteSource {
  public:
-  // Opens a file, by its path in UTF-8. False with a reason in Failure() when it cannot be opened.
+  // Opens a file; the path is UTF-8. On failure returns false with a reason in Failure().
   bool Open(const std::string& path);
-  // Reads from a stream, such as standard input, whose size is not known.
+  // Reads from a stream of unknown size, such as standard input.
   void OpenStream(ReadStep step);
   // Reads from a text in memory.
   void OpenText(std::string_view text);
 
-  // What is at hand and not consumed; empty at the end alone.
+  // The buffered bytes that are not consumed; empty only at the end.
   std::string_view Rest() {
     if (at_ == buffer_.size()) Refill();
     return std::string_view(buffer_).substr(at_);
   }
-  // Makes at least `count` bytes be at hand, if there are so many, and gives them all.
+  // Buffers at least `count` bytes, or fewer at the end, and returns all buffered ones.
   std::string_view Look(size_t count);
   // Precondition: count <= Rest().size().
   void Consume(size_t count) { at_ += count; }
@@ -39,10 +38,10 @@ class ZFORMS_API ByteSource {
     return rest.empty() ? -1 : static_cast<unsigned char>(rest.front());
   }
 
-  // The number of bytes of the file consumed (of UTF-16: read), and of all; 0 when that is not known.
+  // The number of consumed bytes of the file (for UTF-16: read bytes), and the size of the file; 0 when unknown.
   uint64_t Position() const { return order_ ? read_ : passed_ + at_; }
   uint64_t Size() const { return size_; }
-  // Why reading ended early; empty when it did not.
+  // Why reading stopped early; empty otherwise.
   const std::string& Failure() const { return failure_; }
 
  private:
@@ -56,7 +55,7 @@ class ZFORMS_API ByteSource {
   bool at_end_ = false;
   std::string buffer_;
   size_t at_ = 0;
-  std::optional<ByteOrder> order_;  // of UTF-16
+  std::optional<ByteOrder> order_;  // of UTF-16; else unset
   std::string undecoded_;
   uint64_t read_ = 0;
   uint64_t passed_ = 0;

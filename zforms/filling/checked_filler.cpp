@@ -20,7 +20,7 @@ bool IsButton(const ZAcroFormField& field) {
   return type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton;
 }
 
-// What is written in a button is a name, in all others a string.
+// Keeps the fields of the same kind as the model: the value of a button is a name, other values are strings.
 void KeepThoseLike(const ZAcroFormField& model, PTableau<ZAcroFormField*>* fields) {
   std::erase_if(*fields, [&](const ZAcroFormField* field) {
     return field->IsSignature() || field->InheritedType() == ZAcroFormField::ePushButton ||
@@ -28,7 +28,7 @@ void KeepThoseLike(const ZAcroFormField& model, PTableau<ZAcroFormField*>* field
   });
 }
 
-// As XML whose lines end in LF: values have CR LF in memory, and XML writes a CR as "&#13;".
+// The rich text as XML with lines ending in LF: in memory values have CR LF, and XML would write the CR as "&#13;".
 Chaine RichTextOf(const ZXFDFField& from) {
   constexpr std::string_view kReturn = "&#13;";
   const Chaine text = from.ValueRichText().AsChaine();
@@ -51,7 +51,7 @@ PTableau<Chaine> TextsOf(const ZAcroFormField& field) {
 
 struct ZCheckedFiller::Index {
   PTableau<Target> targets;
-  // Full names, as characters and as the bytes that the form has.
+  // Indices by full name, as characters and as the bytes in the form.
   FDictionnary<size_t> by_name;
   FDictionnary<size_t> by_bytes;
   ChoiceOptionsCache options;
@@ -68,7 +68,7 @@ Chaine ZCheckedFiller::Fault::Text() const { return is_unknown ? what : "field \
 
 // --- names ---
 
-// A tree is never deep (FieldTreeBuilder).
+// Recursion is safe: FieldTreeBuilder bounds the depth of the tree.
 void ZCheckedFiller::BuildIndex(ZAcroFormFieldCollection& fields, const Chaine& above, const Chaine& above_bytes) {
   for (uint32_t i = 0; i < fields.Size(); i++) {
     ZAcroFormField* const field = fields.GetAt(i);
@@ -85,7 +85,7 @@ void ZCheckedFiller::BuildIndex(ZAcroFormFieldCollection& fields, const Chaine& 
         index_->targets.emplace_back();
       }
       index_->targets[at].fields.push_back(field);
-      // Some forms hold UTF-8 where PDFDocEncoding belongs.
+      // Some forms contain UTF-8 in place of PDFDocEncoding.
       if (bytes != name) index_->by_bytes.Set(bytes, at);
     }
     BuildIndex(*field, name, bytes);
@@ -101,13 +101,13 @@ ZCheckedFiller::Target* ZCheckedFiller::Find(const Chaine& name) {
 const ZFieldRule& ZCheckedFiller::RuleOf(Target& target, const Chaine& name) {
   if (target.rule == nullptr) {
     PTableau<ZAcroFormField*>& fields = target.fields;
-    const bool any_length = name == ZXFDF::kSessionIDField;  // the host's own
+    const bool any_length = name == ZXFDF::kSessionIDField;  // the host writes it
     const auto rule_of = [&](const PTableau<ZAcroFormField*>& same) {
       const auto rule = std::make_shared<ZFieldRule>(same, &index_->options, any_length);
       if (lock_of_ != nullptr) rule->Lock(lock_of_(name));
       return rule;
     };
-    // The first one that can be filled says how.
+    // The first field that can be filled determines the rule.
     for (size_t i = 0; i < fields.size(); i++) {
       const auto rule = rule_of({fields[i]});
       if (target.rule == nullptr) target.rule = rule;
@@ -159,7 +159,7 @@ void ZCheckedFiller::FillAll(const ZXFDFFieldCollection& from, const Chaine& abo
   for (unsigned i = 0; i < from.Size(); i++) {
     const ZXFDFField& field = from[i];
     const bool is_empty = field.Size() == 0 && !field.HasValue() && !field.HasValueRichText();
-    // The name of a deep one is long.
+    // Building the name of a deep field is expensive.
     if (is_empty && ignores_unknown_) continue;
     Chaine name = above;
     AppendPartialName(&name, true, field.Name());
@@ -233,7 +233,7 @@ void ZCheckedFiller::WriteState(const Target& target, const Chaine& state, bool 
   ShowButtonState(target.fields, state);
 }
 
-// The bytes of the option: readers compare them.
+// The bytes of the option, because readers compare bytes.
 Chaine ZCheckedFiller::BytesOf(const ZAcroFormField& field, const Chaine& choice) {
   const Chaine* const bytes = index_->options.Of(field)->BytesOf(choice);
   return bytes == nullptr ? UTF8ToPDFText(choice) : *bytes;
@@ -248,7 +248,7 @@ void ZCheckedFiller::WriteChoices(ZAcroFormField& field, const PTableau<Chaine>&
     to.SetValues(bytes);
   };
   write(field);
-  // A widget that carries a value of its own would go on showing it.
+  // A widget with its own value would still show it.
   for (ZAcroFormField* widget : field.Widgets()) {
     if (widget != &field && widget->HasOwnValue()) write(*widget);
   }

@@ -19,26 +19,25 @@ class ZXFDF;
 class ZXFDFField;
 class ZXFDFFieldCollection;
 
-// ZCheckedFiller writes values into the fields of a form, by full name, and only those
-// that the fields take; a field keeps what it holds otherwise, and the fault is noted.
-// All fields of one full name get the value (ISO 32000-1 12.7.3.2). Check boxes and
-// radio buttons show their new state; the looks of other fields are left to the viewer:
-// see ZAcroForm::SetNeedAppearances. Texts are UTF-8.
+// ZCheckedFiller writes values into the fields of a form, by full name. A value that a field does not accept is not
+// written, and the fault is recorded. All fields of one full name get the value (ISO 32000-1 12.7.3.2). Check boxes and
+// radio buttons show their new state; viewers draw the other fields: see ZAcroForm::SetNeedAppearances. Texts are
+// UTF-8.
 //
 //   ZCheckedFiller filler(form);
 //   filler.Fill("person.country", {"France"});
 //   for (const ZCheckedFiller::Fault& fault : filler.Faults()) ...
 //
-// The form outlives it, stays loaded meanwhile, and belongs to the same thread.
+// The form must outlive it, stay loaded, and be used by the same thread.
 class ZFORMS_API ZCheckedFiller {
  public:
-  // Why a value was not taken.
+  // Why a value was refused.
   struct Fault {
     Chaine field;             // the full name
     Chaine what;              // such as "\"ZZ\" is not one of its choices"
-    bool is_unknown = false;  // no field has the name, and `what` says all
+    bool is_unknown = false;  // no field has the name; then `what` is the whole message
 
-    // `what`, after the name of the field where it does not say it.
+    // `what`, with the name of the field in front unless `what` contains it.
     Chaine Text() const;
   };
 
@@ -47,37 +46,35 @@ class ZFORMS_API ZCheckedFiller {
   ZCheckedFiller& operator=(const ZCheckedFiller&) = delete;
   ~ZCheckedFiller();
 
-  // From now on the values become the default values as well.
+  // Sets whether values also become the default values.
   void SetDefaultsToo(bool defaults_too) { defaults_too_ = defaults_too; }
 
-  // From now on names that no field has are no faults, and are not kept: for data that
-  // may have any number of them.
+  // Sets whether unknown names are ignored instead of recorded as faults: for data that may have any number of them.
   void SetIgnoresUnknown(bool ignores_unknown) { ignores_unknown_ = ignores_unknown; }
-  // A field for whose full name this gives a reason takes no other value than it holds.
-  // To be set before anything is filled or asked.
+  // Sets a function that returns why a field, given by full name, is locked, or an empty text. A locked field accepts
+  // only its present value. Set it before the first filling.
   void SetLocks(std::function<Chaine(const Chaine& name)> why) { lock_of_ = std::move(why); }
 
-  // Fills from every field of the document that has a value, rich text included.
+  // Fills from every field of the document that has a value, including rich text.
   void Fill(const ZXFDF& data);
-  // Fills one field; several values are for list boxes. False when there was a fault.
+  // Fills one field; several values are for list boxes. False when a fault was recorded.
   bool Fill(const Chaine& name, const PTableau<Chaine>& values);
 
   // In the order of the values.
   const PTableau<Fault>& Faults() const { return faults_; }
-  // How many names got a value, whether it changed or not.
+  // The number of names that got a value, changed or not.
   size_t Filled() const { return filled_; }
 
-  // What the fields of the name take; null when there is none.
+  // The values that the fields of that name accept; null when there is no such field.
   std::shared_ptr<const ZFieldRule> RuleOf(const Chaine& name);
-  // The names that may have been meant, as the end of a message about a name that no
-  // field has: "; did you mean adherent.nom?", or nothing.
+  // Suggestions for an unknown name, as the end of a message: "; did you mean adherent.nom?", or nothing.
   Chaine NearNamesOf(const Chaine& name);
 
  private:
   // The fields of one full name.
   struct Target {
     PTableau<ZAcroFormField*> fields;
-    std::shared_ptr<const ZFieldRule> rule;  // null until it is asked for
+    std::shared_ptr<const ZFieldRule> rule;  // null until it is needed
   };
   struct Index;
 

@@ -12,12 +12,12 @@ namespace zforms {
 class ZAcroFormField;
 class ZPDFNodeDictionary;
 
-// The text, or the beginning of a long one; and that in quotes.
+// The text, shortened if it is long; the second form adds quotes.
 Chaine Shortened(const Chaine& utf8);
 Chaine Quoted(const Chaine& utf8);
 
-// The options of a choice field by what people call them. Texts are UTF-8; those given
-// may have line ends of any kind, others have LF. Immutable: any number of threads may ask.
+// The options of a choice field, found by export value or display text. Texts are UTF-8; arguments may have line ends
+// of any kind, results have LF. Immutable: any number of threads may read it.
 class ChoiceOptions {
  public:
   enum class Match { kNone, kOne, kSeveral };
@@ -27,12 +27,12 @@ class ChoiceOptions {
   bool IsEmpty() const { return exports_.empty(); }
   // The export values in the order of "/Opt".
   const PTableau<Chaine>& ExportValues() const { return exports_; }
-  // Which option a text means: the one with this export value, else the one that viewers
-  // show by this text. kSeveral when options with different export values show it.
+  // Finds the option with this export value, else the one with this display text. kSeveral when options with different
+  // export values have that display text.
   Match Find(const Chaine& given, Chaine* export_value) const;
-  // The bytes that "/Opt" has for the export value; null without such an option.
+  // The bytes of the export value in "/Opt"; null when there is no such option.
   const Chaine* BytesOf(const Chaine& export_value) const;
-  // Such as: "FR" (France), "BE" (Belgique) and 9 others.
+  // For messages, such as: "FR" (France), "BE" (Belgique) and 9 others.
   const Chaine& Listing() const { return listing_; }
 
  private:
@@ -47,7 +47,7 @@ class ChoiceOptions {
   Chaine listing_;
 };
 
-// Keeps the options of each "/Opt", which many fields may inherit.
+// Caches the options of each "/Opt", which many fields may inherit.
 class ChoiceOptionsCache {
  public:
   std::shared_ptr<const ChoiceOptions> Of(const ZAcroFormField& field);

@@ -12,7 +12,7 @@ namespace zforms {
 namespace {
 
 constexpr std::string_view kSeparators = ",;\t";
-// How much of the first record is looked at for its separator.
+// How much of the first record is examined to find the separator.
 constexpr size_t kSniffed = 1 << 16;
 
 std::string QuoteIn(uint64_t line) { return "the quote that opens a value in line " + std::to_string(line); }
@@ -27,7 +27,7 @@ CsvReader::CsvReader(ByteSource&& source) : RowReader(std::move(source)) {
   ReadHeader();
 }
 
-// Counts what separates in the first record, outside quotes.
+// Counts the possible separators in the first record, outside quotes.
 void CsvReader::Sniff() {
   const std::string_view text = source_.Look(kSniffed);
   if (text.starts_with("sep=") && text.size() > 5 && (text[5] == '\r' || text[5] == '\n')) {
@@ -83,7 +83,7 @@ bool CsvReader::Next(Row* row) {
   return Failure().empty();
 }
 
-// A separator at the end of the line makes one more cell, which holds nothing.
+// A separator at the end of the line adds an empty cell.
 void CsvReader::CheckCells(Row* row) {
   std::vector<Cell>& cells = row->cells;
   while (cells.size() > header_->size() && cells.back().text.empty()) cells.pop_back();
@@ -158,7 +158,7 @@ void CsvReader::ReadQuoted(std::string* text, std::string* fault) {
   }
 }
 
-// What ended a value: passes over it.
+// Reads what ends a value: a separator, a line end or the end of the file.
 CsvReader::Stop CsvReader::TakeStop() {
   const int c = source_.Peek();
   if (c < 0) return Stop::kEnd;
@@ -179,7 +179,7 @@ bool CsvReader::Grow(std::string* text, std::string_view more) {
   return true;
 }
 
-// The first text outside ASCII decides for the file.
+// The first text that is not ASCII determines the encoding of the file.
 bool CsvReader::ToUTF8(std::string* text) {
   if (IsASCII(*text)) return true;
   if (encoding_ != Encoding::kWindows1252) {
@@ -196,7 +196,7 @@ bool CsvReader::ToUTF8(std::string* text) {
 
 namespace {
 
-// A number as people write it, without its sign: "1 234,50", ".5e-3", "12%".
+// A number without its sign in usual formats: "1 234,50", ".5e-3", "12%".
 bool IsUnsignedNumber(std::string_view text) {
   constexpr std::string_view kDigits = "0123456789";
   if (text.ends_with('%')) text.remove_suffix(1);
@@ -209,7 +209,7 @@ bool IsUnsignedNumber(std::string_view text) {
   }
   bool any = false;
   while (!text.empty()) {
-    // Blanks between groups of digits, those that do not break among them.
+    // Blanks between groups of digits, including no-break spaces.
     size_t taken = 0;
     for (const std::string_view mark : {".", ",", " ", "\xC2\xA0", "\xE2\x80\xAF"}) {
       if (text.starts_with(mark)) taken = mark.size();
@@ -222,7 +222,7 @@ bool IsUnsignedNumber(std::string_view text) {
   return any;
 }
 
-// Behind "+": at least a country's code and a number of four digits.
+// After "+": at least a country code and a number of four digits.
 bool IsInternationalTelephoneNumber(std::string_view text) {
   constexpr std::ptrdiff_t kFewestDigits = 5;
   return !text.empty() && IsDigitASCII(text[0]) &&
@@ -250,7 +250,7 @@ bool IsFormula(std::string_view text) {
 std::string ForSpreadsheet(std::string_view text) { return (IsFormula(text) ? "'" : "") + std::string(text); }
 
 void AppendCsvCell(std::string* out, std::string_view text) {
-  // Blanks at the ends are quoted as well, since some readers cut them off.
+  // Text with blanks at the ends is quoted too, because some readers trim it.
   const bool plain =
       text.find_first_of(",;\t\"\r\n") == std::string_view::npos && !text.starts_with(' ') && !text.ends_with(' ');
   if (plain) {

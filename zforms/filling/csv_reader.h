@@ -8,11 +8,10 @@
 
 namespace zforms {
 
-// CsvReader reads comma-separated values (RFC 4180) whose first record names the
-// columns. The separator is ",", ";" or a tab, whichever the first record has most of,
-// or what a line "sep=;" before it says. Lines end in CR LF, LF or CR; empty lines do
-// not count. Text is UTF-8, with or without mark, or windows-1252 when the first text
-// outside ASCII is no UTF-8.
+// CsvReader reads comma-separated values (RFC 4180) whose first record names the columns. The separator is given by a
+// line "sep=;" before it; else it is ",", ";" or a tab, whichever is most frequent in the first record. Lines end in CR
+// LF, LF or CR; empty lines are skipped. Text is UTF-8, with or without byte order mark, or windows-1252 when the first
+// text that is not ASCII is not valid UTF-8.
 class ZFORMS_API CsvReader : public RowReader {
  public:
   // Reads the first record; see Failure().
@@ -45,12 +44,11 @@ class ZFORMS_API CsvReader : public RowReader {
   size_t record_size_ = 0;
 };
 
-// The text as one cell, quoted when it has to be.
+// Appends the text as one cell, quoted if necessary.
 ZFORMS_API void AppendCsvCell(std::string* out, std::string_view text);
 
-// The text with "'" before it where a spreadsheet would take it for a formula: it begins
-// with "=", "@", a tab or a line end, or with "+" or "-" and is neither a number
-// nor a telephone number.
+// Puts "'" before a text that a spreadsheet would take for a formula: one that begins with "=", "@", a tab or a line
+// end, or with "+" or "-" when it is neither a number nor a telephone number.
 ZFORMS_API std::string ForSpreadsheet(std::string_view text);
 
 }  // namespace zforms

@@ -9,13 +9,12 @@
 
 namespace zforms {
 
-// Why the first bytes of data, 4 KB or all of them, show that it holds no values that
-// are read: nothing is in it, it is a workbook, a PDF file, no text at all. Empty when
-// it may hold some.
+// Why data cannot contain values, judged by its first 4 KB: it is empty, a workbook, a PDF file, or not text. Empty
+// when it may contain values.
 ZFORMS_API std::string FaultOfData(std::string_view head);
 
-// Reads a table: lines of JSON when its first character is "{", else CSV. Null with
-// a reason when the source cannot be read or is neither.
+// Opens a table: lines of JSON when the first character is "{", else CSV. Null with a reason when the source cannot be
+// read or is neither.
 ZFORMS_API std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error);
 
 }  // namespace zforms

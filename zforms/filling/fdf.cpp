@@ -26,7 +26,7 @@
 namespace zforms {
 namespace {
 
-// Kids may refer to one another in circles.
+// Kids may refer to each other in cycles.
 constexpr int kMaxDepth = 100;
 constexpr size_t kMaxFields = 1000000;
 
@@ -44,8 +44,8 @@ class FDFObjects final : public IPDFObjectProvider {
     return found == objects_.end() ? nullptr : found->second.get();
   }
 
-  // "/FDF" of the catalog that the last trailer names; without one, of the last object
-  // that has it. Null when there is none.
+  // "/FDF" of the catalog named by the last trailer; without a trailer, of the last object that has it. Null when there
+  // is none.
   const ZPDFNodeDictionary* Root() const {
     if (trailer_ != nullptr) {
       const auto* catalog = NodeCast<ZPDFNodeDictionary>(std::as_const(*trailer_).GetTarget("/Root"));
@@ -77,7 +77,7 @@ class FDFObjects final : public IPDFObjectProvider {
     }
   }
 
-  // The last one with "/Root" counts.
+  // The last trailer with "/Root" is used.
   void ReadTrailer() {
     text_.TrimLeftComments();
     if (!text_.StartWith("<<")) return;
@@ -95,7 +95,7 @@ class FDFObjects final : public IPDFObjectProvider {
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
 };
 
-// The encoding of the texts that do not begin with a mark of Unicode (ISO 32000-1 table 243).
+// The encoding of texts without a byte order mark (ISO 32000-1 table 243).
 class FDFEncoding {
  public:
   explicit FDFEncoding(const ZPDFNodeDictionary& fdf) : name_(PDFNameToUTF8(fdf.GetIdentifier("/Encoding"))) {
@@ -110,7 +110,7 @@ class FDFEncoding {
     }
   }
 
-  // Outside ASCII, what the texts of an encoding that is not known mean is not known either.
+  // In an unknown encoding only ASCII can be read.
   Chaine ToUTF8(const Chaine& bytes) {
     const std::string_view text = bytes;
     if (UTF16OrderByMark(text)) return PDFTextToUTF8(text);
@@ -121,7 +121,7 @@ class FDFEncoding {
     return PDFTextToUTF8(Chaine(mark_) + text);
   }
 
-  // Whether a text could not be read.
+  // True when a text could not be read.
   bool IsMissed() const { return is_missed_; }
   std::string Name() const { return name_.Mid(name_.View().starts_with('/') ? 1 : 0).ToString(); }
 
@@ -182,7 +182,7 @@ class FDFReader {
   size_t count_ = 0;
 };
 
-// A text as viewers write it, the lines ended by CR.
+// A text in the format of viewers, with lines ending in CR.
 ZPDFNode* TextNode(const Chaine& utf8) {
   std::string text;
   for (size_t i = 0; i < utf8.size(); i++) {

@@ -9,14 +9,14 @@
 
 namespace zforms {
 
-// FDF, the form data format of ISO 32000-1 12.7.7, to and from XFDF documents.
+// Converts FDF, the form data format of ISO 32000-1 12.7.7, to and from XFDF documents.
 
-// Takes the fields of the FDF file into the document. False, with a reason, when it is
-// none; `error` may also say, with a true result, what was left out.
+// Reads the fields of the FDF file into the document. False, with a reason, when it is not an FDF file. When the result
+// is true, `error` may say what was left out.
 ZFORMS_API bool ReadFDF(const Chaine& bytes, ZXFDF* data, std::string* error);
 
-// The fields of the document, its PDF and its identifiers as an FDF file. The values of
-// fields whose full names are in `buttons` are states, and written as names.
+// Writes the fields of the document, its PDF and its identifiers as an FDF file. Values of fields whose full names are
+// in `buttons` are states and written as names.
 ZFORMS_API Chaine WriteFDF(const ZXFDF& data, const std::set<std::string>& buttons);
 
 }  // namespace zforms

@@ -18,7 +18,7 @@ namespace zforms {
 namespace {
 
 constexpr char kOff[] = "Off";
-// The state of a box that names none (ISO 32000-1 12.7.4.2.3).
+// The state of a check box without named states (ISO 32000-1 12.7.4.2.3).
 constexpr char kYes[] = "Yes";
 constexpr std::string_view kOnWords[] = {"true", "yes", "1", "oui", "vrai", "x"};
 constexpr std::string_view kOffWords[] = {"false", "no", "0", "non", "faux"};
@@ -29,7 +29,7 @@ bool IsOneOf(const Chaine& text, const std::string_view (&words)[N]) {
   return std::find(std::begin(words), std::end(words), text.View()) != std::end(words);
 }
 
-// A line end is one character, of however many bytes.
+// A line end counts as one character, CR LF too.
 size_t CharacterCount(std::string_view text) {
   size_t count = 0;
   for (size_t i = 0; i < text.size(); i++) {
@@ -125,7 +125,7 @@ void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptio
     for (const Chaine& state : ButtonStates(*field)) names.Add(state);
   }
   is_closed_ = names.Size() > 0;
-  // A widget without appearances names its state by what it shows.
+  // Widgets without appearances: their states are the names in "/AS" and in the values.
   for (const ZAcroFormField* field : fields) {
     for (const Chaine& state : StatesWithoutAppearance(*field)) names.Add(state);
     for (const Chaine& state : {field->Value(), field->DefaultValue()}) {
@@ -220,7 +220,7 @@ void ZFieldRule::JudgeText(const Chaine& given, Verdict* verdict) const {
   verdict->values = {given};
 }
 
-// What a word of truth means for a button with one state; empty for other texts.
+// The state for a word such as "yes" or "no" at a button with one state; empty for other texts.
 Chaine ZFieldRule::StateOfTruth(const Chaine& given) const {
   if (state_names_.size() > 1 || given.size() > 8) return {};
   const Chaine word = FoldCase(given);
@@ -243,7 +243,7 @@ void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
   }
 }
 
-// The export value of the choice that the text means; with a fault when there is none.
+// The export value of the option for that text; sets the fault when there is none.
 Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
   Chaine choice;
   const ChoiceOptions::Match match = options_->Find(given, &choice);
@@ -267,7 +267,7 @@ Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
 
 void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) const {
   Chaine whole;
-  // Several choices may stand as the lines of one text.
+  // Several options may be given as the lines of one text.
   const bool is_lines =
       takes_several_ && given.size() == 1 && options_->Find(given[0], &whole) == ChoiceOptions::Match::kNone;
   PUniqueT<Chaine> taken;

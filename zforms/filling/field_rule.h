@@ -12,11 +12,9 @@ class ChoiceOptions;
 class ChoiceOptionsCache;
 class ZAcroFormField;
 
-// ZFieldRule says which values a field takes, and what the values that people give mean
-// for it: the text that a choice is shown by stands for its export value, "yes" for the
-// state of a check box. Made from the fields of one full name, which have one value
-// (ISO 32000-1 12.7.3.2). Immutable: any number of threads may ask, also when the form
-// is gone. Texts are UTF-8.
+// ZFieldRule tells which values a field accepts, and converts given values: the display text of an option to its export
+// value, "yes" to the state of a check box. It is made from the fields of one full name, which share one value (ISO
+// 32000-1 12.7.3.2). Immutable: any number of threads may read it, even after the form is destroyed. Texts are UTF-8.
 class ZFORMS_API ZFieldRule {
  public:
   enum class Kind {
@@ -28,7 +26,7 @@ class ZFORMS_API ZFieldRule {
 
   static constexpr size_t kMaxFaults = 20;
 
-  // What becomes of given values.
+  // The result for given values.
   struct Verdict {
     // Whether the fields hold what is given, as their own export has it, odd or not: nothing is to be
     // written, and there are no faults.
@@ -37,8 +35,8 @@ class ZFORMS_API ZFieldRule {
     // or the state of a button, here as the bytes of its name.
     bool is_taken = false;
     PTableau<Chaine> values;
-    // Why values are not taken, such as "\"x\" is not one of its choices": a text for each
-    // of the first kMaxFaults, and one for the others.
+    // Why values are refused, such as "\"x\" is not one of its choices": one text for each of the first kMaxFaults, and
+    // one for all others.
     PTableau<Chaine> faults;
   };
 
@@ -47,14 +45,14 @@ class ZFORMS_API ZFieldRule {
   ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length = false);
   ~ZFieldRule();
 
-  // From now on no other value than the present one is taken, for that reason; empty for none.
+  // Locks the field for that reason: only its present value is accepted. An empty reason unlocks it.
   void Lock(const Chaine& why) { why_locked_ = why; }
   const Chaine& WhyLocked() const { return why_locked_; }
 
   Kind GetKind() const { return kind_; }
   bool IsFillable() const { return kind_ != Kind::kNotFilled; }
-  // Of several values of a list box the good ones are taken. Line ends may be of any
-  // kind. An empty value of a field that is never filled is no fault.
+  // Of several values for a list box, the valid ones are accepted. Line ends may be of any kind. An empty value for a
+  // field that is never filled is not a fault.
   Verdict Judge(const PTableau<Chaine>& given) const;
 
  private:

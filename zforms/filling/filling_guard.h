@@ -7,30 +7,29 @@
 
 namespace zforms {
 
-// What the user wants of a form that does not let everything be changed.
+// The user's options for a form that limits changes.
 struct ZFORMS_API GuardOptions {
   bool keep_xfa = false;
   bool force = false;  // make the changes that signatures forbid
 };
 
-// FillingGuard holds filling to what the form lets be changed, and takes away what the
-// change puts out of date. It does not follow later changes of the form. Any thread may
-// ask what is const, each of a form of its own.
+// FillingGuard applies a form's limits to filling, and removes parts that the change makes outdated. It does not follow
+// later changes of the form. Any thread may call const functions, each with its own form.
 class ZFORMS_API FillingGuard {
  public:
-  // Of a form that is loaded, which need not outlive it.
+  // Reads the rules of a loaded form, which need not outlive the guard.
   FillingGuard(const ZAcroForm& form, const GuardOptions& options);
 
   const ZAcroFormChangeRules& Rules() const { return rules_; }
   const GuardOptions& Options() const { return options_; }
-  // Why nothing may be filled; empty when something may, or when it is forced.
+  // Why no field may be filled; empty when some may, or when it is forced.
   Chaine FaultOfFilling() const { return options_.force ? Chaine() : rules_.FaultOfFilling(); }
-  // Why the field of that full name, in UTF-8, keeps what it holds; empty when it may be filled.
+  // Why the field of that full name, in UTF-8, must not change; empty when it may be filled.
   Chaine LockOf(const Chaine& name) const { return options_.force ? Chaine() : rules_.FaultOfFilling(name); }
-  // Whether a change takes the XFA form out. The XFA form of a signed form stays unless that is forced.
+  // True when a change removes the XFA form. In a signed form it is removed only if forced.
   bool DropsXFA() const;
-  // Takes the XFA form and usage rights out of a form that has changed, as the options
-  // allow; the dictionaries that change with it.
+  // Removes the XFA form and usage rights from a changed form, as far as the options allow; returns the dictionaries
+  // that this changes.
   PTableau<ZPDFNodeDictionary*> Drop(ZAcroForm& form) const;
 
  private:

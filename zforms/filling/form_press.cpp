@@ -11,7 +11,7 @@
 namespace zforms {
 namespace {
 
-// What filling sets or removes.
+// The keys that filling sets or removes.
 constexpr const char* kChangedKeys[] = {"/V", "/AS", "/RV", "/I", "/NeedAppearances"};
 
 void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original, std::string_view key) {
@@ -19,14 +19,14 @@ void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original,
   dictionary.SetValue(key, value == nullptr ? nullptr : value->Clone());
 }
 
-// False when it cannot be done without destroying what others point to.
+// False when restoring would destroy nodes to which others have pointers.
 bool RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {
   const auto is_lost = [&](const char* key) { return original.Exist(key) && !dictionary.Exist(key); };
   if (std::none_of(std::begin(kChangedKeys), std::end(kChangedKeys), is_lost)) {
     for (const char* key : kChangedKeys) Restore(dictionary, original, key);
     return true;
   }
-  // Setting the key again would put it at the end, so all the others follow it.
+  // Setting the key again would move it to the end, so the keys after it must follow.
   if (dictionary.Exist("/Kids")) return false;
   for (const char* key : kChangedKeys) dictionary.RemoveValue(key);
   for (size_t i = 0; i < original.Size(); i++) {
@@ -88,7 +88,7 @@ Chaine FormPress::Fill(const std::vector<Value>& values) {
 }
 
 bool FormPress::TakeBack() {
-  // A dictionary may stand inside another, so the marks go when all are restored.
+  // A dictionary may be inside another, so marks are removed only after all are restored.
   for (const Kept& kept : kept_) {
     if (kept.dictionary->IsModified() && !RestoreAll(*kept.dictionary, *kept.original)) return false;
   }

@@ -13,27 +13,26 @@ namespace zforms {
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 
-// FormPress is a form that is filled again and again from the state in which it was
-// read: each time what the filling changed is written as an update behind the bytes
-// read, and then taken back. The bytes are those that filling a fresh copy would give.
-// Made, with copies of its own, by the thread that has the form; then used by one.
+// FormPress fills a form many times, each time from its original state: it writes the changes as an update after the
+// original bytes, and then undoes them. The result is the same as filling a fresh copy. Created by the thread of the
+// form, of which it makes copies; then used by one thread.
 class ZFORMS_API FormPress {
  public:
-  // `names` are the full names, in UTF-8, of the fields that will be filled.
-  // The guard says what they are locked for, and what goes with a change; it outlives this.
+  // `names` are the full names, in UTF-8, of the fields that will be filled. The guard has the locks of the fields and
+  // removes outdated parts; it must outlive this object.
   FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard);
   ~FormPress();
 
-  // A value of the field whose name is the one of that number.
+  // A value for a field; `name` is its index in the constructor's `names`.
   struct Value {
     size_t name;
     PTableau<Chaine> texts;
   };
-  // The form with the values, which the fields take.
+  // The filled form; the fields must accept the values.
   Chaine Fill(const std::vector<Value>& values);
 
  private:
-  // A dictionary that filling may change, and what it was.
+  // A dictionary that filling may change, and its original.
   struct Kept {
     ZPDFNodeDictionary* dictionary;
     std::unique_ptr<ZPDFNodeDictionary> original;
@@ -47,12 +46,12 @@ class ZFORMS_API FormPress {
   const ZAcroForm original_;
   std::vector<Chaine> names_;
   const FillingGuard& guard_;
-  std::unique_ptr<ZAcroForm> form_;  // null when it has to be copied anew
+  std::unique_ptr<ZAcroForm> form_;  // null when a new copy is needed
   std::unique_ptr<ZCheckedFiller> filler_;
   std::vector<Kept> kept_;
-  // Those from which the guard took what goes with a change: written with every change.
+  // The dictionaries from which the guard removed outdated parts: written with every form.
   PTableau<ZPDFNodeDictionary*> dropped_;
-  // The objects where those dictionaries stand, in the order of their numbers.
+  // The objects that contain these dictionaries, in the order of their numbers.
   PTableau<ZPDFNodeIndirectObject*> objects_;
 };
 

@@ -16,7 +16,7 @@ using Json = nlohmann::json;
 
 constexpr size_t kMaxDepth = 100;
 
-// Takes the events of the JSON parser, which recurses nowhere.
+// Handles the events of the JSON parser, which does not recurse.
 class RowBuilder final : public nlohmann::json_sax<Json> {
  public:
   explicit RowBuilder(Row* row) : row_(row) { row->cells.clear(); }
@@ -60,12 +60,12 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   }
   bool end_array() override {
     in_list_ = false;
-    // Nothing is chosen.
+    // An empty list means that nothing is chosen.
     return list_started_ || AddText(std::string());
   }
   bool parse_error(size_t at, const std::string&, const nlohmann::detail::exception& fault) override {
     fault_at_ = at == 0 ? 0 : at - 1;
-    // Before it stand names of that library, and the place.
+    // Removes the library's error name and the position, which come first.
     const std::string_view text = fault.what();
     const size_t dash = text.find(" - ");
     return Fail("not valid JSON" +
@@ -82,7 +82,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
 
   std::vector<std::string> TakeNames() { return std::move(names_); }
   const std::string& Error() const { return error_; }
-  // The byte where it is no JSON; nothing for any other fault.
+  // The byte offset of a syntax error; unset for other faults.
   const std::optional<size_t>& FaultAt() const { return fault_at_; }
 
  private:
@@ -123,7 +123,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   const char* end_of_name_ = nullptr;
 };
 
-// Where the text ends, the column in characters.
+// The end of the text as line and column; the column counts characters.
 std::string PlaceOf(std::string_view text, bool is_line) {
   const std::string_view line = text.substr(text.rfind('\n') + 1);
   const uint64_t column = 1 + CountCharacters(line);
@@ -195,7 +195,7 @@ bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::strin
     return false;
   }
   std::vector<std::string> names = builder.TakeNames();
-  // Rows of a table have the same names as a rule.
+  // The rows of a table usually have the same names.
   if (row->names != nullptr && *row->names == names) return true;
   if (const size_t repeated = FirstRepeated(names); repeated < names.size()) {
     *error = place(PlaceOfName(text, repeated)) + "two members are named \"" + names[repeated] + "\"";

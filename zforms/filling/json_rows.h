@@ -16,7 +16,7 @@ namespace zforms {
 // `whole` is all that the text is a part of; empty for a line, whose number the caller knows.
 ZFORMS_API bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole = {});
 
-// JsonReader reads a table of one JSON object on each line; empty lines do not count.
+// JsonReader reads a table with one JSON object on each line; empty lines are skipped.
 class ZFORMS_API JsonReader : public RowReader {
  public:
   explicit JsonReader(ByteSource&& source) : RowReader(std::move(source)) {}

@@ -11,16 +11,15 @@ namespace {
 
 constexpr size_t kMost = 3;
 constexpr size_t kLongestName = 200;
-// Steps of comparing, some tenths of a second.
+// The limit on comparison steps; they take some tenths of a second.
 constexpr size_t kWork = 50'000'000;
-// How far a name is from one that differs in its separators or its first parts alone:
-// nearer than one with a wrong letter.
+// The distance of a name that differs only in separators or first parts: less than for a wrong letter.
 constexpr size_t kSameLetters = 1;
 constexpr size_t kSameLastPart = 2;
 constexpr size_t kWrongLetters = 2;
 constexpr size_t kFar = SIZE_MAX;
 
-// The characters in small letters.
+// The characters in lower case.
 std::u32string Folded(const Chaine& name) {
   const Chaine units = UTF8ToUTF16BE(FoldCase(name));
   std::u32string folded;
@@ -46,8 +45,8 @@ bool HaveSameLetters(const std::u32string& a, const std::u32string& b) {
   }
 }
 
-// How many characters have to be put in, left out, replaced or swapped with their
-// neighbour; kFar when more than `limit` (optimal string alignment).
+// The number of characters to insert, delete, replace or swap with a neighbour; kFar when it is more than `limit`
+// (optimal string alignment).
 size_t Distance(const std::u32string& a, const std::u32string& b, size_t limit) {
   if (std::max(a.size(), b.size()) - std::min(a.size(), b.size()) > limit) return kFar;
   std::vector<size_t> before(b.size() + 1);
@@ -88,7 +87,7 @@ NearNames::NearNames(const PTableau<Chaine>& names) : work_left_(kWork) {
 PTableau<Chaine> NearNames::Of(const Chaine& name) {
   if (name.IsEmpty() || name.size() > kLongestName) return {};
   const std::u32string folded = Folded(name);
-  // One letter of three may be wrong, of the part that is looked for.
+  // One wrong letter for each three of the last part is accepted.
   const size_t limit = std::clamp<size_t>((LastPart(folded).size() + 1) / 3, 1, 3);
   size_t nearest = kFar;
   PTableau<Chaine> found;

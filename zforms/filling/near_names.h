@@ -5,15 +5,14 @@
 
 namespace zforms {
 
-// NearNames finds the names that somebody may have meant who wrote another one: the same
-// in other letter case or without its separators, with the same last part, or with a
-// letter or two wrong. Names are UTF-8. The work is bounded: after many questions about
-// many names nothing is found any more.
+// NearNames suggests existing names for an unknown one: the same in other letter case or without separators, with the
+// same last part, or with one or a few wrong letters. Names are UTF-8. The work is bounded: after many questions about
+// many names, nothing is found any more. One thread at a time.
 class NearNames {
  public:
   explicit NearNames(const PTableau<Chaine>& names);
 
-  // The nearest ones, at most three, all equally near; empty when none is near.
+  // The nearest names, at most three, all at the same distance; empty when none is near.
   PTableau<Chaine> Of(const Chaine& name);
 
  private:

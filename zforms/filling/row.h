@@ -11,26 +11,25 @@
 
 namespace zforms {
 
-// A value of a row of data, UTF-8. A list has its further values in `more`.
+// A value of a row of data, UTF-8. For a list, `more` has the further values.
 struct ZFORMS_API Cell {
   std::string text;
   std::vector<std::string> more;
-  bool is_null = false;  // says nothing, which is not the same as an empty text
+  bool is_null = false;  // no value, which differs from an empty text
 };
 
-// The values of a cell as data of forms have them, with CR LF for each line end.
+// The values of a cell for a form's data, with CR LF for every line end.
 ZFORMS_API PTableau<Chaine> TextsOf(const Cell& cell);
 
 using RowNames = std::shared_ptr<const std::vector<std::string>>;
 
-// A row of data, such as a record of a CSV file. Rows with the same columns share
-// their names.
+// A row of data, such as a record of a CSV file. Rows with the same columns share their names.
 struct ZFORMS_API Row {
   uint64_t number = 0;  // the first is 1
   uint64_t line = 0;    // where it starts in its file, from 1
-  std::string fault;    // why it cannot be used; empty when it can
+  std::string fault;    // why the row cannot be used; empty when it can
   RowNames names;
-  std::vector<Cell> cells;  // as many as names, unless there is a fault
+  std::vector<Cell> cells;  // one for each name, unless there is a fault
 };
 
 }  // namespace zforms

@@ -8,27 +8,26 @@
 
 namespace zforms {
 
-// RowReader gives the rows of a table one after the other and holds no more than
-// one at a time. One thread at a time.
+// RowReader reads the rows of a table one after the other and keeps only one in memory. One thread at a time.
 class ZFORMS_API RowReader {
  public:
   virtual ~RowReader();
   RowReader(const RowReader&) = delete;
   RowReader& operator=(const RowReader&) = delete;
 
-  // False at the end, and when what follows cannot be read: see Failure().
+  // False at the end, or when reading fails: see Failure().
   virtual bool Next(Row* row) = 0;
-  // The columns that every row has; null when each row names its own.
+  // The columns of all rows; null when each row has its own names.
   virtual RowNames Header() const { return nullptr; }
 
-  // Why reading ended early; empty when it did not.
+  // Why reading stopped early; empty otherwise.
   const std::string& Failure() const { return failure_.empty() ? source_.Failure() : failure_; }
   const ByteSource& Source() const { return source_; }
 
  protected:
   explicit RowReader(ByteSource&& source) : source_(std::move(source)) {}
 
-  // A row, quoted line ends included, may be so long.
+  // The limit on the length of a row, including quoted line ends.
   static constexpr size_t kMaxRow = 16 << 20;
 
   ByteSource source_;
