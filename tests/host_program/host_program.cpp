@@ -14,7 +14,7 @@ using namespace zforms;
 
 namespace {
 
-// A node that refers to an object besides its children, and counts the calls.
+// A node that overrides a virtual function to add one more object, and counts the calls.
 template <class Base>
 class Leading : public Base {
  public:

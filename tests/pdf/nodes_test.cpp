@@ -66,7 +66,7 @@ TEST(NodesTest, OneObjectIsTakenFromTheEnd) {
       {"untrue", "'untrue'", ""},
       {"<</V /true/AS /null/T true>>", "{/V /true; /AS /null; /T !true}", ""},
       {"/Oui#2FNon", "/Oui/Non", ""},
-      // Strings keep what stands between their delimiters.
+      // Strings keep all characters between their delimiters.
       {"1 (50% )", "(50% )", "1"},
       {"(a%b)", "(a%b)", ""},
       {"[( x ) (\n%)]", "[( x ) (\\0A%)]", ""},

@@ -36,7 +36,7 @@ class Statement {
   }
   // Steps to the next row; false at the end.
   bool Next() { return statement_ != nullptr && (result_ = sqlite3_step(statement_)) == SQLITE_ROW; }
-  // Runs to the end; false on failure. The statement holds no lock afterwards.
+  // Runs to the end; false on failure. Releases the statement's locks.
   bool Run() {
     while (Next()) continue;
     const bool done = statement_ != nullptr && result_ == SQLITE_DONE;

@@ -34,8 +34,8 @@ class FieldTreeBuilder {
   // True when the dictionary is in the tree or was refused.
   bool HasMet(const ZPDFNodeDictionary* dictionary) const { return seen_.Exist(dictionary); }
   // Adds the field of one dictionary, and everything below it, to a collection that was built before. `depth` is the
-  // number of levels above it, followed by the length of their full name. An existing member keeps its name in lookups.
-  // Null when the field is refused.
+  // number of levels above it, `name_length` the length of their full name. When another member has the same name,
+  // lookups still find that one. Null when the field is refused.
   ZAcroFormField* AddBelow(ZAcroFormFieldCollection& into, ZPDFNodeDictionary* dictionary, const ZPDFNode* element,
                            const ZAcroFormField* parent, size_t depth, size_t name_length);
 

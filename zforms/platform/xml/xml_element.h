@@ -31,7 +31,7 @@ struct ZXMLNode {
   explicit ZXMLNode(Kind kind_of_node) : kind(kind_of_node) {}
 
   Kind kind;
-  bool in_shared_memory = false;  // which is freed with the whole document
+  bool in_shared_memory = false;  // allocated in the document's memory, which is freed as a whole
   ZXMLElement* parent = nullptr;
   ZXMLNode* previous = nullptr;
   ZXMLNode* next = nullptr;

@@ -22,7 +22,7 @@ class ZXMLScanner {
   // Adds the parsed content to `top`. False when it gave up; `top` is then incomplete.
   bool Scan(ZXMLElement* top);
 
-  // From the declaration; empty when there was none.
+  // The version in the XML declaration; empty without a declaration.
   const Chaine& Version() const { return version_; }
   const Chaine& Standalone() const { return standalone_; }
 

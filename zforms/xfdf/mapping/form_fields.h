@@ -8,7 +8,7 @@ namespace zforms {
 class ZAcroForm;
 class ZAcroFormField;
 
-// The fields of a form that take part in XFDF, for this layer's sources.
+// Finds the fields of a form that XFDF contains; for the sources of this folder.
 
 // A field and its full name in XFDF, in UTF-8.
 struct FormField {
