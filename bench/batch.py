@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""How fast a table is filled into the sample form, and with how much memory.
+"""Measures the speed and memory of filling the sample form from a table.
 
 batch.py TOOL [--rows N] [--memory-rows N] [--loop N] [--folder DIR]
 
@@ -74,7 +74,7 @@ def qpdf_update(objects, names, values):
 
 
 def qpdf_names(objects):
-    """Full name to the key of its object."""
+    """Maps full names to the keys of their objects."""
     def full(node):
         parent = node.get("/Parent")
         above = full(objects["obj:" + parent]["value"]) if parent else ""
@@ -85,7 +85,7 @@ def qpdf_names(objects):
 
 
 def loops(tool, folder, count):
-    """(label, seconds) of calling a program once for each row; making its input is not counted."""
+    """(label, seconds) of calling a program once for each row, without the time for making its input."""
     rows = [row(i) for i in range(count)]
     objects = names = None
     if shutil.which("qpdf"):

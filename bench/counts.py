@@ -44,7 +44,7 @@ def count(program, job):
 
 
 def compare(counts, recorded):
-    """Prints the table; the jobs that have grown too much and those that have shrunk as much."""
+    """Prints the table; returns the jobs whose counts have grown too much, and those that have shrunk as much."""
     grown, shrunk = [], []
     print(f"{'job':8}{'recorded':>14}{'now':>14}{'change':>10}")
     for job, now in counts.items():

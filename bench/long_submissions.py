@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What long and hostile submissions cost the form server, and those who save meanwhile.
+"""Measures the cost of long and hostile submissions for the form server and for its other clients.
 
 long_submissions.py TOOL [--data DIR] [--only NAME]...
 
@@ -69,7 +69,7 @@ class Server:
         return int(re.search(rf"{what}:\s+(\d+) kB", status)[1]) / 1024
 
     def cpu(self):
-        """Seconds of the processor so far, what others run not counted."""
+        """The processor time used by this process so far, in seconds."""
         parts = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rpartition(")")[2].split()
         return (int(parts[11]) + int(parts[12])) / os.sysconf("SC_CLK_TCK")
 
@@ -78,7 +78,7 @@ class Server:
 
 
 class Clerk(threading.Thread):
-    """Saves a form again and again."""
+    """Saves a form repeatedly."""
 
     def __init__(self, server):
         super().__init__(daemon=True)
@@ -116,7 +116,7 @@ def numbered(count, value=None):
 
 
 def cases():
-    """(name, what stands before the other fields, or a function that makes the document of the opened one)"""
+    """(name, the text before the other fields, or a function that makes the document from the opened one)"""
     def latin(xfdf):
         text = with_fields(xfdf, field("adherent.nom", "é" * (FULL - 8000))).replace("UTF-8", "ISO-8859-1", 1)
         return text.encode("latin-1")

@@ -21,7 +21,7 @@ def label(value):
 
 
 class Scale:
-    """Decades that hold all values, across the width between the margins."""
+    """Powers of ten that cover all values, across the width between the margins."""
 
     def __init__(self, values):
         self.low = math.floor(math.log10(min(values)) - 0.05)
@@ -68,7 +68,7 @@ def group(y, what, entries, scale):
 
 
 def bars(title, groups):
-    """`groups` holds (label, [(name, value), ...]), the same names in each."""
+    """`groups` is a list of (label, [(name, value), ...]) with the same names in each."""
     names = [name for name, _ in groups[0][1]]
     scale = Scale([value for _, entries in groups for _, value in entries])
     step = len(names) * BAR + GAP

@@ -32,7 +32,7 @@ LARGE = ("big", "objects-1000000")  # left out with --quick
 
 
 def make_inputs(maker, folder, quick):
-    """The inputs that are not there yet; made anew when the maker is newer."""
+    """Makes the missing inputs, and those older than the program that makes them."""
     folder.mkdir(parents=True, exist_ok=True)
     wanted = [("form", n, f"form-{n}.pdf") for n in FORMS] + [("xfdf", n, f"form-{n}.xfdf") for n in FORMS]
     wanted += [("big", 0, "big.pdf"), ("xfdf", 50, "big.xfdf")]
@@ -50,7 +50,7 @@ def make_inputs(maker, folder, quick):
 
 
 def make_modern(inputs, folder):
-    """The forms as qpdf writes them with object streams and a cross-reference stream."""
+    """The forms converted by qpdf to object streams and a cross-reference stream."""
     folder.mkdir(parents=True, exist_ok=True)
     for n in FORMS:
         shutil.copy(inputs / f"form-{n}.xfdf", folder)
@@ -119,7 +119,7 @@ def run_process(command):
 
 
 def measure_processes(options):
-    """Filling from disk to disk, as whole processes."""
+    """Measures filling from file to file by whole processes."""
     results = {}
     names = [name for name in ("form-50", "form-1000", "big") if re.search(options.filter, "process/" + name)]
     for name in names:
@@ -145,7 +145,7 @@ def spread(values):
 
 
 def own_lines(cells, processes):
-    """What is measured of zforms alone: (what, value, unit, goal, whether it holds)."""
+    """The measurements of zforms only: (name, value, unit, goal, whether the goal is met)."""
     def ms(name):
         return cells[name]["ms"]["zforms"]
 

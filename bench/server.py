@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""How many requests a second the form server answers, beside nginx with the same bytes.
+"""Measures the requests per second of the form server, and of nginx with the same bytes.
 
 server.py TOOL [--seconds S] [--connections N] [--flat REQUESTS] [--data DIR]
 
@@ -74,7 +74,7 @@ def free_port():
 
 @contextlib.contextmanager
 def running(command, log, url):
-    """A server that answers at the address until the block ends."""
+    """Runs a server at the address until the block ends."""
     with open(log, "wb") as output:
         process = subprocess.Popen([str(part) for part in command], stdout=output, stderr=subprocess.STDOUT)
     try:
@@ -103,7 +103,7 @@ def seconds(text):
 
 
 def wrk(url, options, script=None):
-    """(requests a second, median, 99th percentile in seconds, requests) of one run."""
+    """(requests per second, median, 99th percentile in seconds, number of requests) of one run."""
     command = ["wrk", "--latency", f"-t{options.connections if script else min(2, options.connections)}",
                f"-c{options.connections}", f"-d{options.seconds}s", *(["-s", script] if script else []), url]
     text = subprocess.run(list(map(str, command)), capture_output=True, text=True, check=True).stdout
@@ -115,7 +115,7 @@ def wrk(url, options, script=None):
 
 
 def resident(process):
-    """What memory the process holds, in MB."""
+    """The memory of the process in MB."""
     status = pathlib.Path(f"/proc/{process.pid}/status").read_text()
     return int(re.search(r"VmRSS:\s+(\d+) kB", status)[1]) / 1024
 

@@ -33,7 +33,8 @@ def text_width(text, size, bold=False):
 
 
 class Name(str):
-    """A PDF name, without its slash; characters beyond ASCII as in text strings, which is what most viewers expect."""
+    """A PDF name, without its slash; characters that are not ASCII are encoded as in text strings, as most viewers
+    expect."""
 
 
 class Ref(int):
@@ -175,7 +176,7 @@ class Document:
 
 
 class Node:
-    """A field, or a level of the names, on its way to a dictionary."""
+    """A field, or a group of fields, before it is written as a dictionary."""
 
     def __init__(self, ref, name, parent=None):
         self.ref, self.name, self.parent = ref, name, parent
@@ -183,7 +184,7 @@ class Node:
 
 
 class Form:
-    """A document with pages, fields and widgets. Field names are full names; levels are made as needed."""
+    """A document with pages, fields and widgets. Field names are full names; groups are created as needed."""
 
     WIDTH, HEIGHT = 595, 842
 

@@ -15,7 +15,7 @@ GREY, INK, WHITE = (0.42, 0.45, 0.5), (0.13, 0.15, 0.2), (1, 1, 1)
 
 
 class Sheet:
-    """A form with the drawing habits of one house: an accent colour, a field tint, labelled boxes."""
+    """A form in the style of one organisation: an accent colour, a tint for fields, labelled boxes."""
 
     def __init__(self, title, code, accent, tint):
         self.form = Form(title, code)
@@ -30,7 +30,7 @@ class Sheet:
         self.canvas.text(x, y, text, size, colour=colour, **style)
 
     def section(self, y, height, number, title):
-        """A panel of the page's width with a title band; returns the top of its inside."""
+        """Draws a panel of the page's width with a title band; returns the top of its contents."""
         self.canvas.rect(36, y, 523, height, fill=WHITE, stroke=self.accent, line=0.8)
         self.canvas.rect(36, y, 523, 17, fill=self.accent)
         self.canvas.text(44, y + 12, f"{number}   {title}", 9.5, bold=True, colour=WHITE)

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""zforms batch: every form is the one that zforms fill makes, nothing is lost or written over, bad rows are named."""
+"""zforms batch: every form equals the one made by zforms fill, nothing is lost or overwritten, bad rows are reported.
+"""
 
 import csv
 import io
@@ -35,7 +36,7 @@ def bytes_of(folder):
 
 
 def test_forms_are_those_of_fill(folder):
-    """Whatever was filled before in the same thread, and however many threads there are."""
+    """The result does not depend on earlier rows of the same thread, nor on the number of threads."""
     check_against_fill(odd_form(folder / "odd.pdf"), folder / "classic", 120)
     if shutil.which("qpdf"):
         packed = folder / "packed.pdf"
@@ -140,7 +141,7 @@ WITHOUT_VALUES = [  # data, the statuses of fill and batch, what both say
 
 
 def test_fill_judges_alike(folder):
-    """Bad values are said in the same words. Filled alone, the field keeps its value; of a table, the row is left out."""
+    """Bad values give the same messages. In fill the field keeps its value; in batch the row is left out."""
     start = json.loads(zforms("export", SAMPLE, "--format", "json")[1])
     for label, values, said, wanted in JUDGED:
         data, one, out = folder / "row.json", folder / "one.pdf", folder / label
@@ -191,8 +192,8 @@ def test_names(folder):
 
 
 def kill_until_done(first, then, out, allowed):
-    """Runs the first command, kills it, and the other ones after it, each a little later than the one before. What
-    is there is always whole. The number of kills."""
+    """Runs and kills the first command, then the others, each a little later than the one before. Checks that existing
+    files are always complete. Returns the number of kills."""
     kills = 0
     for attempt in range(60):
         batch = subprocess.Popen([TOOL, *map(str, then if attempt else first)], stderr=subprocess.DEVNULL)
@@ -209,8 +210,8 @@ def kill_until_done(first, then, out, allowed):
 
 
 def test_killed_and_resumed(folder):
-    """Whenever it is killed, the forms that are there are whole, and resuming makes the others: also when rows were
-    changed since, and when it was killed while it started over."""
+    """After a kill at any time, existing forms are complete, and resuming makes the others; also when rows were
+    changed, or when a new start was killed."""
     out = folder / "killed"
     had = {}
     for how, town in (("--resume", "Sète"), ("--resume", "Agde"), ("--overwrite", "Agde"), ("--overwrite", "Lodève")):
@@ -244,7 +245,7 @@ def names_of(out):
 
 
 def test_a_row_is_done_when_its_file_is(folder):
-    """A run that could write no form, as on a full disk, leaves every row to the next one."""
+    """After a run that could not write any form, as on a full disk, the next run makes all of them."""
     for how, first in (("--resume", ["A", "B", "C"]), ("--overwrite", ["A", "B", "C"]), ("--resume", [])):
         out = folder / f"{how}{len(first)}"
         arguments = ["batch", SAMPLE, "--data", folder / "rows.csv", "--out", out, "--name", "{id}.pdf", "--jobs", "1"]
@@ -311,7 +312,7 @@ def test_a_damaged_record(folder):
 
 
 def test_utf16(folder):
-    """As spreadsheets save it; pairs of surrogates lie across whatever piece it is read by."""
+    """UTF-16 as saved by spreadsheets; surrogate pairs cross the boundaries of the pieces in which it is read."""
     for encoding, mark in (("utf-16-le", b"\xff\xfe"), ("utf-16-be", b"\xfe\xff")):
         for padding in ("", "x"):
             text = padding + "\U0001F600" * 100000
@@ -343,7 +344,7 @@ def test_maps(folder):
 
 
 def test_a_damaged_form(folder):
-    """It is refused, and recovered when that is asked for; each row is then appended to the form made whole."""
+    """A damaged form is refused, and with --recover repaired once; each row is then appended to the repaired form."""
     damaged = folder / "damaged.pdf"
     damaged.write_bytes(SAMPLE.read_bytes().replace(b"startxref\n", b"startxref\n9"))
     data = table(folder / "rows.csv", ["adherent.nom"], [["Łoś"]])

@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
-"""What must go when a form is filled, and what signatures and permissions forbid: XFA, usage rights, certification,
-locks."""
+"""What filling must remove, and what signatures and permissions forbid: XFA, usage rights, certification, locks."""
 
 import json
 import shutil

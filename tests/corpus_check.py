@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Runs the zforms tool over a folder of PDF files that other programs made, and compares with what other readers say.
+"""Runs the zforms tool over a folder of PDF files that other programs made, and compares the results with those of
+other readers.
 
 The folder (ZFORMS_CORPUS, else shared/corpus beside the repository) holds INDEX.tsv, one line a file, and
 truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file: `fields` agrees with the
@@ -67,7 +68,7 @@ class Check:
         self.problems.append(f"{step}: {text}")
 
     def tool(self, step, *arguments):
-        """Runs the tool and reports what no run may do: crash, dawdle, or speak in another voice."""
+        """Runs the tool and reports crashes, slow runs, and messages in a wrong format."""
         for _ in range(3):  # exceeds the limit only if the best of three does: the machine may be busy
             done = peers.run(self.options.tool, *arguments)
             if done.seconds < self.options.time_limit:
@@ -122,7 +123,8 @@ class Check:
         return ["--force"] if "signatures" in self.tool("check", "check", self.path).out.decode("utf-8", "replace") else []
 
     def recover(self):
-        """What opens with --recover is written as a file that opens without, with the pages that others see."""
+        """A file that opens with --recover is saved as one that opens without, with the pages that other readers find.
+        """
         self.steps.append("recover")
         out = self.folder / "recover.pdf"
         done = self.tool("recover", "rewrite", self.path, "--recover", "-o", out)
@@ -270,7 +272,7 @@ class Check:
 
 
 def drop_usage_rights(objects):
-    """Takes out of the catalog what ends with a change (ISO 32000-1 12.8.2.3)."""
+    """Removes the entries from the catalog that a change invalidates (ISO 32000-1 12.8.2.3)."""
     catalog = objects.get(objects.trailer, "/Root")
     perms = objects.get(catalog, "/Perms")
     if isinstance(perms, dict) and not perms.keys() - {"/UR3", "/UR"}:
@@ -288,14 +290,14 @@ def as_utf8(name):
 
 
 def texts(value):
-    """A value of the tool or of the truth in one shape: absent is empty, line ends are unified."""
+    """Normalizes a value of the tool or of the reference data: absent is empty, line ends are unified."""
     if isinstance(value, list):
         return [texts(v) for v in value]
     return peers.plain(value) if isinstance(value, str) else ""
 
 
 def compared(field, truth):
-    """What is compared of a field: (what, the tool's, the truth's)."""
+    """The properties of a field to compare: (name, the tool's value, the reference value)."""
     yield "type", field.get("type"), truth["type"]
     yield "flags", field.get("flags"), truth["ff"]
     if truth["v_kind"] in ("none", "name", "string", "array"):
@@ -311,7 +313,7 @@ def compared(field, truth):
 
 
 def fill_values(fields):
-    """A value of its own for every text field, and another state for one check box and one radio group."""
+    """A different value for every text field, and a changed state for one check box and one radio group."""
     patterns = ["{} Été 7 €", "{} (50% ) \\ l’œuvre ", "{} Жук & <b>", "{}: ça ]]> «ñ»"]
     values, buttons = {}, set()
     for i, field in enumerate(fields):
@@ -367,7 +369,7 @@ def check_file(options, row, truth):
 
 
 def explain(results):
-    """Moves the allowed differences aside; returns the rules that no difference met."""
+    """Removes the allowed differences; returns the rules that matched none."""
     stale = []
     for result in results:
         rules = ALLOWED.get(result["file"], [])

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Damage inside the objects of a sample form is told by check, rewrite and fill, with the object's number, wherever
-qpdf tells of it too."""
+"""Damage inside the objects of a sample form is reported by check, rewrite and fill, with the object's number, wherever
+qpdf reports it too."""
 
 import shutil
 import subprocess

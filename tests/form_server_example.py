@@ -12,7 +12,8 @@ import time
 
 
 def show(program, folder, scratch):
-    """The name and first bytes of what the example opens on a desktop, whose opener is a script here."""
+    """The name and first bytes of the file that the example opens on a desktop; a script replaces the desktop's opener.
+    """
     opener = scratch / "xdg-open"
     opener.write_text('#!/bin/sh\ncp "$1" "$0.copy" && basename "$1" > "$0.new" && mv "$0.new" "$0.name"\n')
     opener.chmod(0o755)

@@ -77,14 +77,14 @@ def matches(name, patterns):
 
 
 def room_of(name):
-    """The room of a file: its folder, or the folder's top for what is around the product; None for any other."""
+    """The room of a file: its folder, or the top folder for tests and the like; None for other files."""
     folder = name.rpartition("/")[0]
     top = folder.split("/")[0]
     return folder if folder in ROOMS else top if top in AROUND else None
 
 
 def known_by(room):
-    """The rooms that a room may include from, itself among them; None stands for all."""
+    """The rooms that a room may include, with itself; None means all."""
     if room in AROUND:
         return None
     known, open_rooms = set(), [room]
@@ -160,7 +160,7 @@ def find_cycles(tree):
 
 
 def find_order_faults(rooms):
-    """A room that names a later one, or one that is not in the table."""
+    """Rooms that list a later room, or one that is not in the table."""
     above = set()
     for room, knows in rooms.items():
         for other in knows:
@@ -181,7 +181,7 @@ def find_crowded_rooms(tree):
 
 
 def check(root):
-    """(number of files looked at, what is wrong)"""
+    """(number of files checked, messages)"""
     tree = read_tree(root)
     faults = [fault for name, lines in tree.items() for fault in check_file(name, lines, tree)]
     faults += find_order_faults(ROOMS)

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""What the tool says of damaged files, and what it refuses: `rewrite` and `check` tell the same, each message about
-damage names --recover, and nothing that pages or form need is lost unless that is forced."""
+"""Messages about damaged files, and refusals: `rewrite` and `check` report the same, each message about damage names
+--recover, and pages and form lose nothing unless that is forced."""
 
 
 from tool_case import SAMPLES, run_tests, expect, same, zforms
@@ -56,7 +56,7 @@ def test_rewrite(folder):
 
 
 def test_recover(folder):
-    """The page of the loop comes back; what is gone for good is refused still."""
+    """The page that the loop hides is recovered; permanent losses are still refused."""
     out = folder / "out.pdf"
     for label, what, by, _, said in DAMAGES[1:3]:
         status, _, err = zforms("rewrite", damaged(folder, what, by), "--recover", "-o", out)

@@ -1,4 +1,4 @@
-"""What the checks share: running programs, and reading PDF files with independent readers.
+"""Functions shared by the checks: running programs, and reading PDF files with independent readers.
 
 The readers are qpdf, MuPDF, poppler and pdftk.
 
@@ -182,9 +182,9 @@ def field_type(form_type, flags):
 def object_differences(before, after):
     """How the objects of two files differ; null is absence.
 
-    What describes the file rather than the document is left aside: encryption dictionaries, stream lengths, and
-    cross-reference streams, which no encryption covers (ISO 32000-1, 7.5.8.2). So are objects that nothing in the
-    document leads to any more, which a full save drops.
+    Ignores what describes the file rather than the document: encryption dictionaries, stream lengths, and
+    cross-reference streams, which are never encrypted (ISO 32000-1, 7.5.8.2). Also ignores objects without references
+    to them, which a full save drops.
     """
     reachable = before.reachable()
     aside = set()
@@ -226,7 +226,7 @@ def by_name(fields):
 
 
 def qpdf_check(path, password=""):
-    """How sound qpdf finds a file: (0 sound, 1 with warnings, 2 not) and the number of warnings."""
+    """The result of qpdf's check of a file: (0 no faults, 1 warnings, 2 errors) and the number of warnings."""
     done = run("qpdf", "--check", f"--password={password}", path)
     text = done.err + done.out
     return {0: 0, 3: 1}.get(done.status, 2), text.count(b"WARNING:")
@@ -307,7 +307,8 @@ def poppler_pages(path, password=""):
 
 
 def pdftk_values(path, passwords=("",)):
-    """Full name to values as pdftk dumps them, a field without a value left out; it wants the owner's password."""
+    """Maps full names to values as dumped by pdftk, without fields that have no value; pdftk needs the owner password.
+    """
     for password in passwords:
         done = run("pdftk", path, *(["input_pw", password] if password else []), "dump_data_fields_utf8")
         if done.status == 0:

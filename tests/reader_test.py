@@ -24,7 +24,7 @@ def labelled(form, x, y, label):
 
 
 def every_kind():
-    """A form with each kind of field, and what is hidden, read-only or of no use, on two pages."""
+    """A form with each kind of field on two pages, with hidden, read-only and unused ones."""
     form = Form("Every kind of field", "KINDS")
     form.accent = (0.35, 0.2, 0.5)
 
@@ -118,8 +118,9 @@ def plain():
 
 
 def awkward():
-    """What is easily got wrong: names that an object has already, states that several buttons share, a value that the
-    appearance contradicts, what is required and cannot be filled in, what is not sent, and what no page shows."""
+    """Difficult cases: names that JavaScript objects have already, states shared by several buttons, a value that the
+    appearance contradicts, required fields that cannot be filled in, fields that are not sent, and fields that no page
+    shows."""
     form = Form("Awkward", "AWKWARD")
     form.page()
     for i, name in enumerate(("constructor", "__proto__", "group.a", "group.b", "other", "unsent")):

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""What the zforms tool writes, independent readers read: the sample forms, plain, encrypted, with object streams and
-damaged, filled and saved.
+"""Checks that independent readers can read what the zforms tool writes: the sample forms, plain, encrypted, with object
+streams and damaged, filled and saved.
 
 Each reader (qpdf, MuPDF, poppler, pdftk) is left out only where it is not installed, and the check says so; qpdf is
 needed for the encrypted inputs, so without it the whole check is skipped (exit 77).
@@ -214,7 +214,7 @@ class Checker:
             expect(good, case.label, f"{arguments[0]}: exit {done.status}, no {word!r}: {message(done)[:200]}")
 
     def recovery(self, case):
-        """A form whose end is lost is read when that is asked for, and then written anew."""
+        """A form whose end is lost is read with --recover, and then saved in full."""
         damaged, out = self.folder / "damaged.pdf", self.folder / "recovered.pdf"
         data = case.pdf.read_bytes()
         damaged.write_bytes(data[:data.rindex(b"startxref")].replace(b"startxref", b"startxxxx"))

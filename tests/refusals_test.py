@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the tool refuses, in one line and before the work."""
+"""Input that the tool refuses, with one message and before it does anything."""
 
 import io
 import os
@@ -94,7 +94,7 @@ def test_what_is_read_stays(folder):
 
 
 def test_input_without_end(_):
-    """Devices, pipes and files of many GB, with 1 GB of memory; the sanitizers need more addresses than that."""
+    """Devices, pipes and files of many GB, with 1 GB of memory; not under sanitizers, which need more address space."""
     def run(*arguments, producer=None):
         limit = None if SANITIZED else lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
         source = producer and subprocess.Popen(producer, shell=True, stdout=subprocess.PIPE)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""./run on a bare machine: what is missing is installed in one step, or named at once; the demo builds no benchmarks.
+"""./run on a bare machine: missing packages are installed in one step, or all named; the demo builds no benchmarks.
 
-The programs that it calls are scripts here, which write down how they were called."""
+The programs that it calls are replaced by scripts that record their arguments."""
 
 import pathlib
 import shutil

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""The sample forms beside samples/make_samples.py are what the script makes, and other readers find them sound."""
+"""Checks that samples/make_samples.py generates exactly the sample forms beside it, and that other readers find no
+fault in them."""
 
 import shutil
 import sys

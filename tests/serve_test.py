@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""zforms serve as a reader and as an office meet it: forms go out and come back, and nothing that was answered is lost.
+"""Tests zforms serve from the view of a reader and of an office: forms are opened and submitted, and no confirmed
+submission is lost.
 
 Every request is written here byte by byte or by http.client; what comes back is read by qpdf where it is installed.
 """
@@ -76,7 +77,7 @@ class Server:
             connection.close()
 
     def send(self, body):
-        """Posts a form to be saved and hangs up; False when nobody takes it."""
+        """Posts a form to be saved and disconnects; False when the connection is refused."""
         try:
             with socket.create_connection(("localhost", self.port), timeout=30) as connection:
                 connection.sendall(f"POST {SAVE} HTTP/1.1\r\nHost: localhost:{self.port}\r\n"
@@ -107,7 +108,7 @@ def with_value(xfdf, name, value):
 
 
 def count_raised(xfdf):
-    """As the form comes back after its first save."""
+    """The form that is returned after its first save."""
     return re.sub(r'(Transaction\.Count"&gt;|Transaction\.Count&quot;&gt;)(\d+)',
                   lambda match: match[1] + str(int(match[2]) + 1), xfdf)
 
@@ -313,7 +314,7 @@ def test_long_submissions(folder):
             return database.execute(sql).fetchall()
 
     def memory(server):
-        """The most that it held so far, in MB; 0 where that is not told."""
+        """The peak memory so far in MB; 0 where it is unknown."""
         status = pathlib.Path(f"/proc/{server.process.pid}/status")
         return int(re.search(r"VmHWM:\s+(\d+)", status.read_text())[1]) // 1024 if status.exists() else 0
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that the shared library shows the names of zforms alone, and none of the libraries that it is built from.
+"""Checks that the shared library exports only the names of zforms, and none of the libraries that it is built from.
 
 A host may link another version of Boost; a name of Boost that this library shows would then be mixed up with its own.
 A header that exports a class is installed, or the program zforms includes it.
@@ -18,7 +18,7 @@ LEAST = 500
 
 
 def needlessly_exporting(root):
-    """The headers that export something, although no host and no source of the tool can include them."""
+    """The headers that export symbols although neither a host nor the tool includes them."""
     public = set(re.findall(r"^ +(\S+\.h)$", (root / "cmake/ZformsPublicHeaders.cmake").read_text(), re.M))
     tool = " ".join(source.read_text() for source in (root / "tool").rglob("*.[ch]*") if source.suffix in (".h", ".cpp"))
     names = (header.relative_to(root / "zforms").as_posix() for header in (root / "zforms").rglob("*.h")

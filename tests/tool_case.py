@@ -1,4 +1,4 @@
-"""What the tests of the command line tool share: running it, and small forms to run it on."""
+"""Functions shared by the tests of the command line tool: running it, and small forms as input."""
 
 import os
 import pathlib

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""zforms fill, export and map: what one writes the other reads, in every format, and so do Python's readers and pdftk."""
+"""zforms fill, export and map: checks that one reads what the other writes, in every format, and that Python's readers
+and pdftk agree."""
 
 import csv
 import io
@@ -247,7 +248,8 @@ def test_many_forms_make_one_table(folder):
 
 
 def test_whole_cycle(folder):
-    """Rubrics in CSV and an INI map; what feeds what; filled; exported; the values are those of the table."""
+    """Fills a form from rubrics in CSV and an INI map, and exports it; checks the listed maps, and that the values are
+    those of the table."""
     (folder / "maps.ini").write_text("[Adhésion]\nadherent.nom=membre.NOM\nadherent.prénom d'usage=membre.prénom\n"
                                      "adherent.ville=club.ville\nNuméro d'adhérent=membre.numéro\n", encoding="utf-8")
     people = [{"numéro": f"JC-{i}", "nom": name, "prénom": usual}
