@@ -53,6 +53,7 @@ export async function drafts() {
   await page.reload();
   await shown(page);
   await page.getByRole("button", { name: "Reprendre la saisie" }).click();
+  await field(page, "last").waitFor();
   const values = await shownValues(page);
   same([values["person.name"], values["boxes.1"], values.last], ["brouillon é€", "Box 1", "typed before answering"], "the draft");
   await page.goto(`${server.origin}/`);
