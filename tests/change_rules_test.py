@@ -4,8 +4,6 @@ locks."""
 
 import json
 import shutil
-import sys
-import tempfile
 
 import peers
 from tool_case import Name, SAMPLES, Text, expect, restricted_form as form, run_tests, same, zforms
@@ -130,12 +128,5 @@ def test_other_changes(folder):
     same("XFA", "/XFA" in zforms("show", out, "1")[1], False)
 
 
-def main():
-    tests = [test_fill_and_batch, test_its_own_export_changes_nothing, test_what_check_says,
-             test_permissions_and_passwords, test_other_changes]
-    with tempfile.TemporaryDirectory() as folder:
-        return run_tests("change_rules_test", tests, folder)
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    run_tests(globals())

@@ -3,7 +3,7 @@
 
 The folder (ZFORMS_CORPUS, else shared/corpus beside the repository) holds INDEX.tsv, one line a file, and
 truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file: `fields` agrees with the
-truth; `fill` leaves the bytes read as a prefix, and qpdf, MuPDF and (with --pdfjs) pdf.js read every value back;
+truth; `fill` leaves the bytes read as a prefix, and qpdf and MuPDF read every value back;
 `rewrite` and `permissions` give files that hold the same objects and that qpdf, MuPDF and poppler open. Damaged files,
 and those encrypted by a method that is not read, end in one clear line; with `--recover` what is made of a damaged
 file is a sound one.
@@ -179,24 +179,15 @@ class Check:
             return self.problem("fill", str(error))
         self.compare_filled(fields, values)
         self.no_worse("fill", out)
-        if self.pages is not None and peers.poppler_pages(out, self.password) != self.pages:
-            self.problem("fill", f"poppler reads {peers.poppler_pages(out, self.password)} pages, not {self.pages}")
-        self.read_back("MuPDF", values, lambda: peers.mutool_values(out, self.password))
-        if self.options.pdfjs:
-            texts = {f["name"]: values[f["name"]] for f in fields if f["type"] == "text" and f["name"] in values}
-            self.read_back("pdf.js", texts, lambda: peers.pdfjs_values(self.options.pdfjs, out, self.password))
-
-    def read_back(self, reader, values, read):
         try:
-            found = read()
+            found = peers.mutool_values(out, self.password)
         except ValueError as error:
             return self.problem("fill", str(error))
         for name, value in values.items():
-            # Bytes that are UTF-8 some take for such, whatever the standard says.
+            # Bytes that are UTF-8 MuPDF takes for such, whatever the standard says.
             said = found.get(name) or found.get(as_utf8(name)) or []
-            # pdf.js says nothing of a field whose kids are no widgets.
-            if value not in said and not (reader == "pdf.js" and said and not any(said)):
-                self.problem("fill", f"{name!r} reads {said!r} by {reader}, not {value!r}")
+            if value not in said:
+                self.problem("fill", f"{name!r} reads {said!r} by MuPDF, not {value!r}")
 
     def compare_filled(self, fields, values):
         if [f["name"] for f in fields] != [f["name"] for f in self.original_fields]:
@@ -230,8 +221,6 @@ class Check:
         for text in peers.object_differences(self.original, copy):
             self.problem(step, text)
         self.no_worse(step, out)
-        if self.pages is not None and peers.poppler_pages(out, self.password) != self.pages:
-            self.problem(step, f"poppler reads {peers.poppler_pages(out, self.password)} pages, not {self.pages}")
         try:
             if peers.mutool_values(out, self.password) != self.mutool:
                 self.problem(step, "mutool reads other values")
@@ -245,6 +234,8 @@ class Check:
         soundness = peers.qpdf_check(path, self.password)
         if soundness > self.soundness:
             self.problem(step, f"qpdf --check: {soundness} (trouble, warnings), before {self.soundness}")
+        if self.pages is not None and peers.poppler_pages(path, self.password) != self.pages:
+            self.problem(step, f"poppler reads {peers.poppler_pages(path, self.password)} pages, not {self.pages}")
 
 
 def drop_usage_rights(objects):
@@ -358,17 +349,14 @@ def explain(results):
 
 
 def summary(results):
-    columns = ["fields", "fill", "rewrite", "permissions", "method", "password", "reject", "recover"]
-    print(f"{'class':8} {'files':>5} " + " ".join(f"{c:>11}" for c in columns) + f" {'explained':>9} {'slowest':>8}")
+    """Of each step how many files are right, by the classes of the index."""
     for kind in dict.fromkeys(r["class"] for r in results):
         rows = [r for r in results if r["class"] == kind]
-        cells = []
-        for column in columns:
-            ran = [r for r in rows if column in r["steps"]]
-            right = [r for r in ran if not any(p.startswith(column + ":") for p in r["problems"])]
-            cells.append(f"{len(right)}/{len(ran)}" if ran else "")
-        print(f"{kind:8} {len(rows):5} " + " ".join(f"{c:>11}" for c in cells) +
-              f" {sum(len(r['explained']) for r in rows):9} {max(r['seconds'] for r in rows):6.2f} s")
+        ran = collections.Counter(step for r in rows for step in r["steps"])
+        wrong = collections.Counter(step for r in rows for step in {p.split(":")[0] for p in r["problems"]})
+        cells = ", ".join(f"{step} {count - wrong[step]}/{count}" for step, count in ran.items())
+        print(f"{kind}: {len(rows)} files, {cells}; {sum(len(r['explained']) for r in rows)} explained, slowest "
+              f"{max(r['seconds'] for r in rows):.2f} s")
 
 
 def arguments():
@@ -380,8 +368,6 @@ def arguments():
     parser.add_argument("--only", default="", help="files whose name holds this text")
     parser.add_argument("--report", type=pathlib.Path, help="write the result of every file there, as JSON")
     parser.add_argument("--keep", type=pathlib.Path, help="keep the files made in this folder")
-    parser.add_argument("--pdfjs", type=pathlib.Path, default=os.environ.get("ZFORMS_PDFJS"),
-                        help="a folder of node modules that holds pdfjs-dist (ZFORMS_PDFJS); without it pdf.js is left out")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--time-limit", type=float, default=os.environ.get("ZFORMS_TIME_LIMIT", 1.0),
                         help="seconds that a run of the tool may take (ZFORMS_TIME_LIMIT; 1)")
@@ -418,8 +404,6 @@ def main():
         opened = collections.Counter(name for names in damaged for name in names)
         print(f"of {len(damaged)} damaged files show their pages: {opened['zforms']} with --recover, {opened['qpdf']} by "
               f"qpdf, {opened['MuPDF']} by MuPDF")
-    if not options.pdfjs:
-        print("pdf.js is left out (--pdfjs)")
     differing = [r for r in results if r["problems"]]
     for result in differing[:None if options.only else MAX_REPORTED]:
         more = f"   (and {len(result['problems']) - 1} more)" if len(result["problems"]) > 1 else ""

@@ -4,8 +4,6 @@ qpdf tells of it too."""
 
 import shutil
 import subprocess
-import sys
-import tempfile
 
 from tool_case import SAMPLES, expect, run_tests, same, zforms
 
@@ -41,10 +39,5 @@ def test_damage_is_told(folder):
             expect(b"WARNING" in peer.stderr, f"{what}: qpdf", peer.stderr)
 
 
-def main():
-    with tempfile.TemporaryDirectory() as folder:
-        return run_tests("damage_test", [test_damage_is_told], folder)
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    run_tests(globals())

@@ -2,9 +2,6 @@
 """What the tool says of damaged files, and what it refuses: `rewrite` and `check` tell the same, each message about
 damage names --recover, and nothing that pages or form need is lost unless that is forced."""
 
-import pathlib
-import sys
-import tempfile
 
 from tool_case import SAMPLES, run_tests, expect, same, zforms
 
@@ -77,5 +74,4 @@ def test_unreadable(folder):
 
 
 if __name__ == "__main__":
-    with tempfile.TemporaryDirectory() as folder:
-        sys.exit(run_tests(pathlib.Path(__file__).stem, [test_rewrite, test_recover, test_unreadable], folder))
+    run_tests(globals())

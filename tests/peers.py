@@ -1,6 +1,6 @@
 """What the checks share: running programs, and reading PDF files with independent readers.
 
-The readers are qpdf, MuPDF, poppler, pdftk and, where node finds it, pdf.js.
+The readers are qpdf, MuPDF, poppler and pdftk.
 
 Nothing here uses zforms itself. Every reader gives the terminal fields of a form, that is, the fields without named
 kids (ISO 32000-1, 12.7.3), as plain Python values: names and texts in Unicode, line ends as "\\n".
@@ -284,16 +284,6 @@ def mutool_values(path, password=""):
         name, value = json.loads(line)
         found[name].append(plain(value) if isinstance(value, str) else value)
     return dict(found)
-
-
-def pdfjs_values(modules, path, password=""):
-    """Full name to values as pdf.js (in a folder of node modules) reads them; raises ValueError when it cannot."""
-    script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "pdfjs_values.cjs")
-    done = run("node", script, os.path.abspath(modules), path, password)
-    if done.status:
-        raise ValueError(f"pdf.js cannot read it: {done.err.decode('utf-8', 'replace').strip().splitlines()[-1:]}")
-    found = json.loads(done.out.decode("utf-8"))["values"]
-    return {name: [plain(v) if isinstance(v, str) else v for v in values] for name, values in found.items()}
 
 
 def mutool_pages(path, password=""):

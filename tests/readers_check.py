@@ -6,24 +6,17 @@ Each reader (qpdf, MuPDF, poppler, pdftk) is left out only where it is not insta
 needed for the encrypted inputs, so without it the whole check is skipped (exit 77).
 """
 
-import argparse
 import json
-import os
 import pathlib
 import shutil
 import sys
 import tempfile
 import xml.etree.ElementTree
 
-sys.dont_write_bytecode = True
 import peers
-
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-SAMPLES = ROOT / "samples"
-sys.path.insert(0, str(SAMPLES))
+from tool_case import SAMPLES, SKIPPED, TOOL, expect, failures
 from form_writer import MULTILINE, Form
 
-SKIPPED = 77
 MAX_REPORTED = 40
 FLAGS = 0xFFFFF0C4  # printing only
 XFDF = "{http://ns.adobe.com/xfdf/}"
@@ -34,14 +27,6 @@ ENCRYPTIONS = [("R2", "", "", R2), ("R2 with a password", "geheim", "", R2), ("R
                ("R3 with two passwords", "geheim", "Meister", R3)]
 MODERN = [("object streams", "", "", []), ("linearized object streams", "", "", ["--linearize"]),
           ("encrypted object streams", "geheim", "", ["--encrypt", "geheim", "", *R3, "--"])]
-failures = []
-
-
-def expect(condition, label, text):
-    if not condition:
-        failures.append(f"{label}: {text}")
-    return condition
-
 
 class Case:
     """One form with the values to fill in, and the passwords that open it."""
@@ -74,13 +59,13 @@ def message(done):
 
 
 class Checker:
-    def __init__(self, tool, folder):
-        self.tool_path, self.folder = tool, folder
+    def __init__(self, folder):
+        self.folder = folder
         self.readers = [p for p in ("qpdf", "mutool", "pdftotext", "pdfinfo", "pdftk") if shutil.which(p)]
 
     def tool(self, case, *arguments, stdin=None):
         password = ["--password", case.password] if case.password else []
-        return peers.run(self.tool_path, *arguments, *password, stdin=stdin)
+        return peers.run(TOOL, *arguments, *password, stdin=stdin)
 
     def save(self, case, step, *arguments, warning=""):
         """Runs a command that writes a file, with a warning where one is expected; the file, or None."""
@@ -257,13 +242,13 @@ class Checker:
                 ("no such data", ["fill", case.pdf, self.folder / "none.xfdf"], "none.xfdf"),
                 ("broken data", ["fill", case.pdf, broken], "broken.xfdf"),
                 ("data instead of a form", ["fill", case.data, case.data], case.data.name)]:
-            done = peers.run(self.tool_path, *command, "-o", out)
+            done = peers.run(TOOL, *command, "-o", out)
             lines = message(done).splitlines()
             clear = len(lines) == 1 and lines[0].startswith("zforms: ") and word in lines[0].lower()
             expect(done.status == 2 and clear, label, f"exit {done.status}, {lines[:3]}")
             expect(not out.exists(), label, "an output was written")
             out.unlink(missing_ok=True)
-        done = peers.run(self.tool_path, "fill", case.pdf, stray, "-o", out)
+        done = peers.run(TOOL, "fill", case.pdf, stray, "-o", out)
         expect(done.status == 3 and "nulle.part" in message(done), "a name without a field",
                f"exit {done.status}, {message(done)[:200]}")
         same = out.is_file() and out.read_bytes() == case.pdf.read_bytes()
@@ -295,20 +280,14 @@ def tricky_form(folder):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--tool", default=os.environ.get("ZFORMS_TOOL"), help="the zforms program (ZFORMS_TOOL)")
-    options = parser.parse_args()
     missing = peers.absent(["qpdf", "mutool", "pdftotext", "pdfinfo", "pdftk"])
     if missing:
         print(f"skipped: not installed: {', '.join(missing)}")
         if "qpdf" in missing:
             return SKIPPED
-    if not options.tool or not os.access(options.tool, os.X_OK):
-        print(f"readers_check: no zforms program at {options.tool!r} (--tool or ZFORMS_TOOL)")
-        return 1
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        checker = Checker(options.tool, folder)
+        checker = Checker(folder)
         cases = [Case(stem, SAMPLES / f"{stem}.pdf", SAMPLES / f"{stem}.xfdf")
                  for stem in ("membership_form", "tax_return")] + [tricky_form(folder)]
         made = [(label, cases[0], user, owner, ["--encrypt", user, owner, *arguments, "--"])

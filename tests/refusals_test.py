@@ -5,7 +5,6 @@ import io
 import os
 import resource
 import subprocess
-import sys
 import tempfile
 import zipfile
 
@@ -120,11 +119,5 @@ def test_input_without_end(_):
         one_line("5 GB", run("fields", file.name), "is larger than 4 GB")
 
 
-def main():
-    tests = [test_command_lines, test_data, test_what_is_read_stays, test_input_without_end]
-    with tempfile.TemporaryDirectory() as folder:
-        return run_tests("refusals_test", tests, folder)
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    run_tests(globals())

@@ -1,47 +1,32 @@
 #!/usr/bin/env python3
 """The sample forms beside samples/make_samples.py are what the script makes, and other readers find them sound."""
 
-import pathlib
 import shutil
-import subprocess
 import sys
-import tempfile
 
-SAMPLES = pathlib.Path(__file__).resolve().parent.parent / "samples"
+import peers
+from tool_case import SAMPLES, expect, run_tests, same
+
 FILES = ["membership_form.pdf", "membership_form.xfdf", "tax_return.pdf", "tax_return.xfdf"]
 
 
-def run(*command):
-    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
-    return done.returncode, done.stdout.decode("utf-8", "replace")
+def test_the_script_makes_them(folder):
+    same("make_samples.py", peers.run(sys.executable, SAMPLES / "make_samples.py", folder).status, 0)
+    for name in FILES:
+        expect((folder / name).read_bytes() == (SAMPLES / name).read_bytes(), f"{name} is not what make_samples.py makes")
 
 
-def main():
-    failures = []
-    with tempfile.TemporaryDirectory() as folder:
-        status, text = run(sys.executable, str(SAMPLES / "make_samples.py"), folder)
-        if status:
-            failures.append(f"make_samples.py failed: {text}")
-        for name in FILES:
-            made = pathlib.Path(folder) / name
-            if not made.is_file() or made.read_bytes() != (SAMPLES / name).read_bytes():
-                failures.append(f"{name} is not what make_samples.py makes")
-    readers = [("qpdf", ["qpdf", "--check"], ".pdf"), ("mutool", ["mutool", "info"], ".pdf"),
-               ("xmllint", ["xmllint", "--noout"], ".xfdf")]
-    for program, command, suffix in readers:
+def test_others_find_them_sound(_):
+    for program, command, suffix in (("qpdf", ["qpdf", "--check"], ".pdf"), ("mutool", ["mutool", "info"], ".pdf"),
+                                     ("xmllint", ["xmllint", "--noout"], ".xfdf")):
         if not shutil.which(program):
             print(f"skipped: {program} is not installed")
             continue
-        for name in FILES:
-            if name.endswith(suffix):
-                status, text = run(*command, str(SAMPLES / name))
-                if status or "error:" in text.lower() or "warning: " in text.lower().replace("warning: icc", ""):
-                    failures.append(f"{' '.join(command)} {name}: exit {status}: {text.strip()}")
-    for failure in failures:
-        print(failure)
-    print("samples_test:", f"{len(failures)} failures" if failures else "passed")
-    return 1 if failures else 0
+        for name in (name for name in FILES if name.endswith(suffix)):
+            done = peers.run(*command, SAMPLES / name)
+            text = (done.out + done.err).decode("utf-8", "replace").lower().replace("warning: icc", "")
+            expect(done.status == 0 and "error:" not in text and "warning: " not in text, f"{program} {name}", text)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    run_tests(globals())

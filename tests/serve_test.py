@@ -16,23 +16,14 @@ import socket
 import sqlite3
 import subprocess
 import sys
-import tempfile
 import threading
 import time
 from xml.sax.saxutils import escape
 
-from tool_case import SANITIZED, page_fields, restricted_form
+import peers
+from tool_case import SAMPLES, SANITIZED, TOOL, expect, page_fields, restricted_form, run_tests, same, zforms
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-TOOL = os.environ.get("ZFORMS_TOOL", str(ROOT / "build/dev/bin/zforms"))
 SAVE = "/App/xfdf/save.cgi?code=membership_form"
-failures = []
-
-
-def expect(condition, text):
-    if not condition:
-        failures.append(text)
-    return condition
 
 
 class Server:
@@ -40,7 +31,7 @@ class Server:
 
     def __init__(self, folder, *options, templates=None, port=0, year=("--year", "2025")):
         self.data = str(folder / "data")
-        command = [TOOL, "serve", "--templates", str(templates or ROOT / "samples"), "--data", self.data, "--app", "App",
+        command = [TOOL, "serve", "--templates", str(templates or SAMPLES), "--data", self.data, "--app", "App",
                    "--folder", "12", *year, "--port", str(port), *options]
         self.log = open(folder / "log", "ab")
         # What a killed server leaves goes with the folder.
@@ -106,11 +97,8 @@ class Server:
             return store.execute(f"SELECT count(*) FROM {table}").fetchone()[0]
 
     def stored(self, *options):
-        done = subprocess.run([TOOL, "submissions", "--data", self.data, "--format", "json", *options],
-                              capture_output=True, timeout=60)
-        if not expect(done.returncode == 0, f"submissions: {done.stderr.decode()}"):
-            return []
-        return json.loads(done.stdout)
+        status, out, err = zforms("submissions", "--data", self.data, "--format", "json", *options)
+        return json.loads(out) if expect(status == 0, "submissions", err) else []
 
 
 def with_value(xfdf, name, value):
@@ -132,12 +120,11 @@ def check_pdf(folder, pdf, label):
     path = folder / "answer.pdf"
     path.write_bytes(pdf)
     if shutil.which("qpdf"):
-        done = subprocess.run(["qpdf", "--check", str(path)], capture_output=True, timeout=60)
-        expect(done.returncode == 0, f"{label}: qpdf: {done.stdout.decode('utf-8', 'replace')}")
+        same(f"{label}: qpdf", peers.qpdf_check(path), (0, 0))
     return path
 
 
-def round_of_a_form(folder):
+def test_round_of_a_form(folder):
     with Server(folder) as server:
         page = server.ask("GET", "/")[2].decode()
         expect('<form method="post" action="open.cgi?code=membership_form">' in page, "the opening page lists the form")
@@ -165,12 +152,9 @@ def round_of_a_form(folder):
         expect(stored and stored[0]["folder"] == "12" and stored[0]["year"] == 2025, "folder and year of the submission")
         rejected = [one["fields"].get("adherent.nom") for one in server.stored("--rejected")]
         expect(rejected == ["Zoé & <Fils>"], f"what is rejected is kept apart, with its values: {rejected}")
-        done = subprocess.run([TOOL, "submissions", "--data", server.data, "--rejected"], capture_output=True, timeout=60)
-        expect("Zoé & <Fils>" in done.stdout.decode(), f"rejected as CSV: {done.stdout}")
-        done = subprocess.run([TOOL, "submissions", "--data", server.data, "--format", "xfdf", "--id", "1"],
-                              capture_output=True, timeout=60)
-        expect(b"Zo\xc3\xa9 &amp; &lt;Fils>" in done.stdout or b"Zo\xc3\xa9 &amp; &lt;Fils&gt;" in done.stdout,
-               "the submission as XFDF")
+        for options, wanted in ((["--rejected"], "Zoé & <Fils>"), (["--format", "xfdf", "--id", "1"], "Zoé &amp; &lt;Fils&gt;")):
+            out = zforms("submissions", "--data", server.data, *options)[1]
+            expect(wanted in out, f"submissions {options}", out)
         expect(server.stop(signal.SIGINT) == 0, "SIGINT stops the server in peace")
     log = (folder / "log").read_text()
     expect(log.count("POST /App/xfdf/save.cgi code=membership_form 200") == 3, f"one line a request: {log}")
@@ -178,69 +162,58 @@ def round_of_a_form(folder):
     expect(log.count("it is stale: a newer copy") == 1, f"why the stale copy was not taken: {log}")
 
 
-def refusals(folder):
+def test_refusals(folder):
+    """Why a request is refused stands in the log; nothing is opened or stored by it."""
     with Server(folder, "--log", "json") as server:
-        xfdf = with_value(server.open_form(), "adherent.nom", "x")
+        xfdf = server.open_form()
 
-        def changed(pattern, by):
-            result = re.sub(pattern, by, xfdf, count=1)
-            expect(result != xfdf, f"the test changes {pattern}")
+        def changed(name, pattern, by):
+            result = re.sub(rf'({name}(?:"|&quot;)&gt;){pattern}', rf"\g<1>{by}", xfdf, count=1)
+            expect(result != xfdf, f"the test changes {name}")
             return result
 
-        host = {"Host": f"localhost:{server.port}"}
-        # What each is refused for stands in the log.
         cases = [
-            (409, "it is of the folder 13, the server is in 12", changed(r'(Folder\.ID"&gt;|Folder\.ID&quot;&gt;)12', r"\g<1>13"), {}),
-            (409, "it is of the year 2024, the server is in 2025", changed(r'(Exercice"&gt;|Exercice&quot;&gt;)2025', r"\g<1>2024"), {}),
-            (409, "another application", changed(r'(Shortname"&gt;|Shortname&quot;&gt;)App', r"\g<1>Other"), {}),
-            (409, "its session is not", changed(r'(Session\.ID"&gt;|Session\.ID&quot;&gt;)[0-9a-f]', r"\g<1>x"), {}),
-            (409, "never opened", changed(r'(Transaction\.ID"&gt;|Transaction\.ID&quot;&gt;)\d', r"\g<1>9"), {}),
-            (409, "it has no session", changed(r"ZOR", "ZOX"), {}),
-            (409, "not an XFDF document with the identifiers", changed(r"<ids [^>]*>", ""), {}),
+            (409, "it is of the folder 13, the server is in 12", changed(r"Folder\.ID", "12", "13"), {}),
+            (409, "it is of the year 2024, the server is in 2025", changed("Exercice", "2025", "2024"), {}),
+            (409, "another application", changed("Shortname", "App", "Other"), {}),
+            (409, "its session is not", changed(r"Session\.ID", "[0-9a-f]", "x"), {}),
+            (409, "never opened", changed(r"Transaction\.ID", r"\d", "9"), {}),
+            (409, "it has no session", xfdf.replace("ZOR", "ZOX"), {}),
             (409, "not an XFDF document with the identifiers", "hello", {}),
             (403, "another origin", xfdf, {"Origin": "http://example.com"}),
-            (403, "another origin", xfdf, {"Origin": "null"}),
             (403, "another site", xfdf, {"Sec-Fetch-Site": "cross-site"}),
-            (403, "another site", xfdf, {"Sec-Fetch-Site": "same-site"}),
             (403, "another server", xfdf, {"Host": f"example.com:{server.port}"}),
-            (413, "", "x" * ((16 << 20) + 1), {}),
         ]
         for wanted, why, body, headers in cases:
-            status = server.ask("POST", SAVE, body.encode(), {**host, **headers})[0]
-            expect(status == wanted or (wanted == 413 and status == 0), f"{why} {headers}: {status}, not {wanted}")
+            same(why, server.ask("POST", SAVE, body.encode(), headers)[0], wanted)
         forms = server.count("forms")
         link = {"Sec-Fetch-Site": "cross-site", "Sec-Fetch-Mode": "navigate", "Sec-Fetch-Dest": "document"}
         for method, target, headers, wanted in (
-                ("GET", "/App/acroform/get.cgi?code=..%2F..%2Fetc%2Fpasswd", {}, 404), ("POST", "/open.cgi?code=none", {}, 404),
-                ("POST", "/open.cgi", {}, 400), ("GET", "/App/acroform/get.cgi", {}, 400), ("GET", "/other", {}, 404),
-                ("POST", SAVE.replace("save", "delete"), {}, 404), ("POST", "/open.cgi/..%2f", {}, 404), ("GET", SAVE, {}, 405),
-                ("GET", "/open.cgi?code=membership_form", {}, 405), ("HEAD", "/open.cgi?code=membership_form", {}, 405),
+                ("POST", "/open.cgi?code=none", {}, 404), ("POST", "/open.cgi", {}, 400), ("GET", "/other", {}, 404),
+                ("POST", "/open.cgi/..%2f", {}, 404), ("GET", "/open.cgi?code=membership_form", {}, 405),
+                ("HEAD", "/open.cgi?code=membership_form", {}, 405),
                 ("POST", "/open.cgi?code=membership_form", {"Sec-Fetch-Site": "same-site"}, 403), ("POST", "/", {}, 405),
                 ("GET", "/", link, 200), ("GET", "/open.cgi?code=membership_form", link, 403), ("GET", "/reader/", link, 403)):
-            status = server.ask(method, target, headers=headers)[0]
-            expect(status == wanted, f"{method} {target}: {status}, not {wanted}")
-        expect(server.count("forms") == forms, "what is refused opens no form")
+            same(f"{method} {target}", server.ask(method, target, headers=headers)[0], wanted)
+        same("what is refused opens no form", server.count("forms"), forms)
         expect(server.stored() == [] and server.stored("--rejected") == [], "nothing of this is stored")
-        second = subprocess.run([TOOL, "serve", "--templates", str(ROOT / "samples"), "--data", server.data, "--port", "0"],
-                                capture_output=True, timeout=30)
-        expect(second.returncode == 2 and b"another server uses this data folder" in second.stderr,
-               f"a second server: {second.returncode} {second.stderr}")
+        status, _, err = zforms("serve", "--templates", SAMPLES, "--data", server.data, "--port", "0")
+        expect(status == 2 and "another server uses this data folder" in err, "a second server", err)
     lines = [json.loads(line) for line in (folder / "log").read_text().splitlines()]
     requests = [line for line in lines if line["kind"] == "request"]
     for line, (wanted, why, _, _) in zip(requests[1:], cases):
-        expect(line["status"] == wanted and why in line["reason"] and line["reason"], f"the log for {why}: {line}")
+        expect(line["status"] == wanted and why in line["reason"], f"the log for {why}", line)
     expect(any(line["kind"] == "refused" and "example.com" in line["text"] for line in lines), "intrusions are told")
 
 
-def prefilled_and_restarted(folder):
+def test_prefilled_and_restarted(folder):
     templates = folder / "templates"
     templates.mkdir()
-    shutil.copy(ROOT / "samples/membership_form.pdf", templates / "Adhésion 1.pdf")
+    shutil.copy(SAMPLES / "membership_form.pdf", templates / "Adhésion 1.pdf")
     (templates / "Adhésion 1.ini").write_text("[Map]\nadherent.ville=Office.Town\nadherent.nom=Nobody.Name\n")
-    rubrics = [TOOL, "rubrics", "--data", str(folder / "data")]
-    subprocess.run([*rubrics, "--set", "Office.Town=Béziers=34", "--set", "Office.Other=x"], check=True, timeout=30)
-    said = subprocess.run(rubrics, capture_output=True, timeout=30).stdout.decode()
-    expect(said == "Office.Other=x\nOffice.Town=Béziers=34\n", f"rubrics: {said}")
+    rubrics = ["rubrics", "--data", folder / "data"]
+    zforms(*rubrics, "--set", "Office.Town=Béziers=34", "--set", "Office.Other=x")
+    same("rubrics", zforms(*rubrics), (0, "Office.Other=x\nOffice.Town=Béziers=34\n", ""))
     code = "Adh%C3%A9sion%201"
     with Server(folder, templates=templates) as server:
         xfdf = server.open_form(code)
@@ -256,29 +229,29 @@ def prefilled_and_restarted(folder):
         expect([one["code"] for one in server.stored()] == ["Adhésion 1"] * 2, "stored in both runs")
 
 
-def templates_are_checked(folder):
+def test_templates_are_checked(folder):
     templates = folder / "templates"
     templates.mkdir()
     (templates / "none.pdf").write_bytes(b"no PDF")
-    sample = (ROOT / "samples/membership_form.pdf").read_bytes()
+    sample = (SAMPLES / "membership_form.pdf").read_bytes()
     (templates / "plain.pdf").write_bytes(sample.replace(b"(SessionID)", b"(SessionIX)").replace(b"modify.cgi", b"change.cgi")
                                           .replace(b"/ID [", b"/IX ["))
     restricted_form(templates / "rules.pdf", [("S", 1, None, None)], xfa=True, rights=True)
     with Server(folder, templates=templates) as server:
         served = folder / "data/served.pdf"
         served.write_bytes(server.ask("GET", "/App/acroform/get.cgi?code=rules&Action=readonly")[2])
-    checked = subprocess.run([TOOL, "check", str(served)], capture_output=True, timeout=30).stdout.decode()
+    checked = zforms("check", served)[1]
     expect("PDF form" in checked and "XFA" not in checked and "usage" not in checked, f"what is served: {checked}")
     log = (folder / "log").read_text()
     for said in ("none.pdf: cannot be read", "rules.pdf: has an XFA form beside its fields", "rules.pdf: is signed",
                  'rules.pdf: has usage rights ("/UR3")', 'plain.pdf: has no text field "ZOR.SessionID"',
                  'plain.pdf: no button submits the form to a URL that ends in "modify.cgi"', 'has no identifier ("/ID")'):
         expect(said in log, f"the check does not say {said!r}: {log}")
-    done = subprocess.run([TOOL, "serve", "--templates", str(folder)], capture_output=True, timeout=30)
-    expect(done.returncode == 2 and b"there are no forms" in done.stderr, f"an empty folder: {done.stderr}")
+    status, _, err = zforms("serve", "--templates", folder)
+    expect(status == 2 and "there are no forms" in err, "an empty folder", err)
 
 
-def fields_of_pages_alone(folder):
+def test_fields_of_pages_alone(folder):
     (folder / "templates").mkdir()
     page_fields(folder / "templates/pages.pdf")
     with Server(folder, templates=folder / "templates") as server:
@@ -287,14 +260,12 @@ def fields_of_pages_alone(folder):
             filled = filled.replace(f'"{name}"/>', f'"{name}"><value>{value}</value></field>')
         status, _, pdf = server.ask("POST", SAVE.replace("membership_form", "pages"), filled.encode())
         expect(status == 200, f"saving a form with fields of pages alone: {status}")
-        done = subprocess.run([TOOL, "export", check_pdf(folder, pdf, "pages"), "--format", "json", "--all"],
-                              capture_output=True, timeout=30)
-        values = json.loads(done.stdout or b"{}")
+        values = json.loads(zforms("export", check_pdf(folder, pdf, "pages"), "--format", "json", "--all")[1] or "{}")
         expect((values.get("adresse.ville"), values.get("choix")) == ("Sète", "trois"), f"what comes back: {values}")
     expect("3 fields on its pages that the form does not list" in (folder / "log").read_text(), "the check says so")
 
 
-def without_the_page_for_browsers(folder):
+def test_without_the_page_for_browsers(folder):
     with Server(folder, "--reader", str(folder / "none")) as server:
         expect("Forms are not shown in the browser" in server.started, f"it is not said: {server.started}")
         page = server.ask("GET", "/")[2].decode()
@@ -302,7 +273,7 @@ def without_the_page_for_browsers(folder):
         expect(server.ask("GET", "/reader/")[0] == 404, "a page that is not there")
 
 
-def a_store_that_fails(folder):
+def test_a_store_that_fails(folder):
     """Who is told 503 may submit the same again: it was not stored, and is not stale."""
     with Server(folder) as server:
         forms = [server.open_form() for _ in range(6)]
@@ -332,7 +303,7 @@ def a_store_that_fails(folder):
     expect(os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
 
 
-def long_submissions(folder):
+def test_long_submissions(folder):
     """Stored in steps, and whole or not at all; others get in between."""
     long_value, other = "é" * 700_000, "<&>" * 200_000
     values = {f"f{i}": f"{i}" for i in range(10_000)} | {"adherent.nom": long_value, "none": other}
@@ -358,9 +329,8 @@ def long_submissions(folder):
         expect([one["id"] for one in stored] == [1, 2, 3], f"numbers: {[one['id'] for one in stored]}")
         expect({name: value for name, value in stored[1]["fields"].items() if name in values} == values, "long values")
         for number, options in ((2, []), (1, ["--rejected"])):
-            done = subprocess.run([TOOL, "submissions", "--data", server.data, "--format", "xfdf", "--id", str(number), *options],
-                                  capture_output=True, timeout=60)
-            expect(f"<value>{long_value}</value>".encode() in done.stdout, f"a long submission as XFDF {options}")
+            out = zforms("submissions", "--data", server.data, "--format", "xfdf", "--id", number, *options)[1]
+            expect(f"<value>{long_value}</value>" in out, f"a long submission as XFDF {options}")
         session = re.search(r'Session\.ID"&gt;(\w+)', opened)[1]
         saved = json.loads(server.ask("GET", f"/reader/saved.json?form={session}")[2] or "{}").get("values", {})
         expect(not saved or saved["none"] == [other], "what was saved, for the page")
@@ -397,7 +367,7 @@ def long_submissions(folder):
         expect(len(server.stored()) == number - 1, "the others stay")
 
 
-def refused_at_the_start(folder):
+def test_refused_at_the_start(folder):
     """What is no store, and settings that would be taken for something else."""
     empty, damaged, foreign = (folder / name for name in ("empty", "damaged", "foreign"))
     for data in (empty, damaged, foreign):
@@ -419,40 +389,36 @@ def refused_at_the_start(folder):
         config.write_text(line if line.startswith("[") else f"[Server]\n{line}\n")
         cases.append((["serve", "--config", str(config)], said))
     for arguments, said in cases:
-        done = subprocess.run([TOOL, *arguments], capture_output=True, timeout=30)
-        expect(done.returncode == 2 and said in done.stderr.decode(), f"{arguments}: {done.returncode} {done.stderr}")
+        status, _, err = zforms(*arguments)
+        expect(status == 2 and said in err, arguments, (status, err))
 
 
-def imported(folder):
+def test_imported(folder):
     templates = folder / "templates"
     templates.mkdir()
-    bare = (ROOT / "samples/membership_form.pdf").read_bytes()
+    bare = (SAMPLES / "membership_form.pdf").read_bytes()
     for old, new in ((b"(ZOR)", b"(XOR)"), (b"save.cgi", b"sent.cgi"), (b"modify.cgi", b"change.cgi"), (b"/ID [", b"/IX [")):
         expect(old in bare, f"the sample has {old}")
         bare = bare.replace(old, new)
     (folder / "bare.pdf").write_bytes(bare)
-    done = subprocess.run([TOOL, "import", str(folder / "bare.pdf"), "-o", str(templates / "F1.pdf")], capture_output=True,
-                          timeout=30)
-    expect(done.returncode == 0 and done.stderr.count(b"added: ") == 4, f"import: {done.stderr.decode()}")
+    status, _, err = zforms("import", folder / "bare.pdf", "-o", templates / "F1.pdf")
+    expect(status == 0 and err.count("added: ") == 4, "import", err)
     pdf = (templates / "F1.pdf").read_bytes()
     expect(pdf.startswith(bare), "what was added is appended")
     check_pdf(folder, pdf, "imported form")
-    again = subprocess.run([TOOL, "import", str(templates / "F1.pdf"), "-o", str(folder / "again.pdf")],
-                           capture_output=True, timeout=30)
-    expect(again.returncode == 0 and not again.stderr, f"a second import: {again.stderr.decode()}")
+    same("a second import", zforms("import", templates / "F1.pdf", "-o", folder / "again.pdf")[::2], (0, ""))
     if shutil.which("qpdf"):
         # With cross-reference streams and object streams, which not every reader takes.
         modern = folder / "modern.pdf"
         subprocess.run(["qpdf", "--object-streams=generate", str(folder / "bare.pdf"), str(modern)], check=True, timeout=60)
-        done = subprocess.run([TOOL, "import", str(modern), "-o", str(templates / "F1.pdf")], capture_output=True, timeout=30)
-        expect(done.returncode == 0 and b"cross-reference table" in done.stderr, f"a modern form: {done.stderr.decode()}")
+        status, _, err = zforms("import", modern, "-o", templates / "F1.pdf")
+        expect(status == 0 and "cross-reference table" in err, "a modern form", err)
         pdf = (templates / "F1.pdf").read_bytes()
         expect(b"/ObjStm" in modern.read_bytes() and b"/ObjStm" not in pdf and b"/XRef" not in pdf, "it became classic")
         check_pdf(folder, pdf, "imported modern form")
     with Server(folder, templates=templates) as server:
-        done = subprocess.run([TOOL, "submit", "F1", "--port", str(server.port), "--set", "adherent.nom=x"],
-                              capture_output=True, timeout=30)
-        expect(done.returncode == 0 and b"saved" in done.stdout, f"an imported form is saved: {done}")
+        status, out, err = zforms("submit", "F1", "--port", server.port, "--set", "adherent.nom=x")
+        expect(status == 0 and "saved" in out, "an imported form is saved", err)
 
 
 def ended_under_load(folder, number):
@@ -500,10 +466,10 @@ def ended_under_load(folder, number):
         expect(len(server.stored()) == len(stored), f"{name}: the store opens again")
 
 
-def by_the_tool(folder):
+def test_by_the_tool(folder):
     def submit(*arguments):
-        done = subprocess.run([TOOL, "submit", "--port", str(server.port), *arguments], capture_output=True, timeout=30)
-        return done.returncode, done.stdout.decode() + done.stderr.decode()
+        status, out, err = zforms("submit", "--port", server.port, *arguments)
+        return status, out + err
 
     answer, again = str(folder / "answer.pdf"), str(folder / "again.pdf")
     with Server(folder) as server:
@@ -518,17 +484,15 @@ def by_the_tool(folder):
                 (["nothing"], 2, "status 404")):
             result = submit(*arguments)
             expect(result[0] == status and said in result[1], f"submit {arguments}: {result}")
-        done = subprocess.run([TOOL, "submissions", "--data", server.data], capture_output=True, timeout=30)
-        lines = done.stdout.decode().split("\r\n")
+        lines = zforms("submissions", "--data", server.data)[1].split("\r\n")
         expect(lines[0].startswith("id,received,code,folder,year,transaction,count,") and "adherent.nom" in lines[0]
                and "Zoé" in lines[1] and "Maë" in lines[2] and ",BE," in lines[2] and lines[3] == "", f"CSV: {lines}")
         submit("membership_form", "--set", "adherent.nom==HYPERLINK(A1)")
         for options, wanted in (([], ",'=HYPERLINK(A1),"), (["--raw"], ",=HYPERLINK(A1),")):
-            done = subprocess.run([TOOL, "submissions", "--data", server.data, *options], capture_output=True, timeout=30)
-            expect(wanted in done.stdout.decode(), f"a formula with {options}: {done.stdout}")
+            expect(wanted in zforms("submissions", "--data", server.data, *options)[1], f"a formula with {options}")
 
 
-def the_year_stays(folder):
+def test_the_year_stays(folder):
     """A year that is not said is that of the store, so that what was opened in December is saved in January."""
     with Server(folder, year=()) as server:
         now = time.gmtime().tm_year
@@ -552,7 +516,7 @@ def the_year_stays(folder):
         expect(server.ask("POST", SAVE, xfdf.encode())[0] == 409, "a year that was said holds for later starts")
 
 
-def forms_expire(folder):
+def test_forms_expire(folder):
     """Those that were never saved, after 30 days unless another time is said."""
     with Server(folder) as server:
         saved, unsaved, new = (server.open_form() for _ in range(3))
@@ -570,7 +534,7 @@ def forms_expire(folder):
     expect("expired: 1 form" in (folder / "log").read_text(), "the log tells of forms that expire")
 
 
-def who_does_not_answer(folder):
+def test_who_does_not_answer(folder):
     """A port that another program holds is named with that program, and a server that keeps silent is given up."""
     with socket.create_server(("127.0.0.1", 0)) as silent:
         port = silent.getsockname()[1]
@@ -579,26 +543,19 @@ def who_does_not_answer(folder):
                 (["serve", "--port", str(port), "--data", str(folder / "data")], [f"port {port} is in use", name, "--port"]),
                 (["submit", "F1", "--port", str(port), "--timeout", "1"], ["no answer came within 1 s"]),
                 (["submit", "F1", "--timeout", "0"], ["--timeout"])):
-            done = subprocess.run([TOOL, *arguments], capture_output=True, timeout=20)
-            said = done.stderr.decode()
-            expect(done.returncode == 2 and all(word in said for word in words), f"{arguments}: {done.returncode} {said}")
+            status, _, err = zforms(*arguments)
+            expect(status == 2 and all(word in err for word in words), arguments, (status, err))
 
 
-def main():
-    cases = [round_of_a_form, refusals, prefilled_and_restarted, templates_are_checked, fields_of_pages_alone,
-             without_the_page_for_browsers, a_store_that_fails, long_submissions, refused_at_the_start, imported, by_the_tool,
-             the_year_stays, forms_expire,
-             who_does_not_answer,
-             *[lambda folder: ended_under_load(folder, signal.SIGKILL)] * 4,
-             lambda folder: ended_under_load(folder, signal.SIGTERM)]
-    for case in cases:
-        with tempfile.TemporaryDirectory() as folder:
-            case(pathlib.Path(folder))
-    for failure in failures:
-        print(failure[:2000])
-    print("serve_test:", f"{len(failures)} failures" if failures else "passed")
-    return 1 if failures else 0
+def test_killed_under_load(folder):
+    for number in range(4):
+        (folder / str(number)).mkdir()
+        ended_under_load(folder / str(number), signal.SIGKILL)
+
+
+def test_stopped_under_load(folder):
+    ended_under_load(folder, signal.SIGTERM)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    run_tests(globals())

@@ -4,6 +4,7 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 
 sys.dont_write_bytecode = True
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -35,19 +36,22 @@ def zforms(*arguments, stdin=None):
     return done.returncode, done.stdout.decode("utf-8", "surrogateescape"), done.stderr.decode("utf-8")
 
 
-def run_tests(name, tests, folder):
-    """Runs each test in a folder of its own; the exit status of the script."""
+def run_tests(module):
+    """Runs each function test_... of a script in a folder of its own, or those that are named as arguments; ends the script."""
+    name, wanted = pathlib.Path(module["__file__"]).stem, sys.argv[1:]
     if not TOOL or not pathlib.Path(TOOL).is_file():
         print(f"{name}: no zforms program at {TOOL!r} (ZFORMS_TOOL)")
-        return SKIPPED
-    for test in tests:
-        place = pathlib.Path(folder) / test.__name__
-        place.mkdir()
-        test(place)
+        sys.exit(SKIPPED)
+    tests = [key for key in module if key.startswith("test_") and (key in wanted or not wanted)]
+    with tempfile.TemporaryDirectory() as folder:
+        for test in tests:
+            place = pathlib.Path(folder) / test
+            place.mkdir()
+            module[test](place)
     for failure in failures:
         print(failure)
     print(f"{name}:", f"{len(failures)} failures" if failures else f"{len(tests)} tests passed")
-    return 1 if failures else 0
+    sys.exit(1 if failures or not tests else 0)
 
 
 def odd_form(path):

@@ -4,11 +4,8 @@
 import csv
 import io
 import json
-import os
 import random
 import shutil
-import sys
-import tempfile
 
 import peers
 from tool_case import (ODD_VALUES, SAMPLES, Document, Name, WideText, expect, odd_form, page_fields, run_tests, same,
@@ -275,13 +272,5 @@ def test_whole_cycle(folder):
     expect(status == 2 and "maps.ini" in err, "no such section", err)
 
 
-def main():
-    tests = [test_every_format_brings_the_values_back, test_its_own_export_changes_nothing,
-             test_what_is_not_to_be_exported, test_fields_that_pages_alone_know, test_pdftk_agrees,
-             test_what_is_read, test_no_cell_runs_as_a_formula, test_many_forms_make_one_table, test_whole_cycle]
-    with tempfile.TemporaryDirectory() as folder:
-        return run_tests("tool_data_test", tests, folder)
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    run_tests(globals())

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <utility>
@@ -38,29 +38,6 @@ std::string Joined(const PTableau<Chaine>& texts) {
   std::string joined;
   for (const Chaine& text : texts) joined += text.ToString() + ";";
   return joined;
-}
-
-Chaine Saved(ZAcroForm& form) {
-  Chaine bytes;
-  ZInetChaineOStream out(bytes);
-  EXPECT_TRUE(form.Save(out));
-  return bytes;
-}
-
-ZAcroForm Loaded(const Chaine& bytes, const Chaine& password = "") {
-  ZAcroForm form;
-  ZInetChaineIStream in(bytes);
-  EXPECT_TRUE(form.Load(in, password)) << form.Diagnostics().Failure().ToString();
-  return form;
-}
-
-// "name=value " of every field that has a value, with the read-only ones marked.
-std::string ValuesOf(const ZAcroForm& form) {
-  std::string values;
-  for (const auto& [name, fields] : form.FlatFields()) {
-    if (fields[0]->HasValue()) values += PDFTextToUTF8(name).ToString() + "=" + fields[0]->ValueUTF8().ToString() + " ";
-  }
-  return values;
 }
 
 TEST(AcroFormDocument, FillingFromXFDF) {
@@ -137,6 +114,15 @@ TEST(AcroFormDocument, FillingFromXFDF) {
        "", "", ""},
       {"several choices as they are", "<</FT/Ch/Ff 2097152/T(a)/Opt[(1)(3)]/V[(3)(1)]/I[0 1]>>",
        "<field name='a'><value>3\n1</value></field>", "", "", "", ""},
+      {"several values", "<</FT/Ch/Ff 2097152/T(a)/Opt[(x)(y)(z)]>>",
+       "<field name='a'><value>y</value><value>z</value></field>",
+       "<</FT/Ch/Ff 2097152/T(a)/Opt[(x)(y)(z)]/V[(y)(z)]>>", "", "", ""},
+      {"several values where one is taken", "<</FT/Tx/T(a)>>",
+       "<field name='a'><value>1</value><value>2</value></field>", "<</FT/Tx/T(a)/V(1)>>", "", "",
+       "field \"a\": of several values the first\n"},
+      {"a widget with a value of its own", "<</FT/Tx/T(a)/V(o)/Kids[<</Rect[]/V(o)>><</Rect[]>>]>>",
+       "<field name='a'><value>n</value></field>", "<</FT/Tx/T(a)/V(n)/Kids[<</Rect[]/V(n)>><</Rect[]>>]>>", "", "",
+       ""},
       {"lines where one is taken", "<</FT/Ch/T(a)/Opt[(1)(2)]>>", "<field name='a'><value>1\n2</value></field>",
        "<</FT/Ch/T(a)/Opt[(1)(2)]/V(1\\r\\n2)>>", "", "", ""},
   };
@@ -317,40 +303,6 @@ TEST(AcroFormDocument, UpdatesAreAppendedAndChained) {
   EXPECT_EQ(Loaded(last).Parser()->SectionCount(), 4U);
 }
 
-TEST(AcroFormDocument, AFullSaveWithoutACatalogIsRefused) {
-  ZAcroForm form = Loaded(PdfText().Header().Object(1, "<</A(b)>>").Xref().Trailer("/Root 9 0 R").Bytes());
-  Chaine bytes;
-  ZInetChaineOStream out(bytes);
-  EXPECT_FALSE(form.SaveFull(out));
-  EXPECT_NE(form.Diagnostics().Failure().View().find("/Root"), std::string_view::npos);
-  EXPECT_TRUE(bytes.IsEmpty());
-}
-
-TEST(AcroFormDocument, SeveralValuesForAListBox) {
-  ZAcroForm form = Loaded(
-      FormText().Field(10, "<</FT/Ch/Ff 2097152/T(many)/Opt[(x)(y)(z)]>>").Field(11, "<</FT/Tx/T(one)>>").Bytes());
-  ZXFDF data;
-  data.Fields()["many"].SetValues({"y", "z"});
-  data.Fields()["one"].SetValues({"1", "2"});
-  form.SetValues(data);
-  EXPECT_EQ(form.Fields()["many"]->Values(), (PTableau<Chaine>{"y", "z"}));
-  EXPECT_EQ(form.Fields()["one"]->Value(), "1");
-  EXPECT_NE(WarningsOf(form).find("of several values the first"), std::string::npos);
-}
-
-TEST(AcroFormDocument, AWidgetWithAValueOfItsOwnFollows) {
-  ZAcroForm form = Loaded(FormText()
-                              .Field(10,
-                                     "<</FT/Tx/T(a)/V(old)/Kids[<</Subtype/Widget/Rect[0 0 1 1]/V(old)>>"
-                                     "<</Subtype/Widget/Rect[0 0 1 1]>>]>>")
-                              .Bytes());
-  form.SetValues(Data("a", "new"));
-  const ZAcroForm::Field& field = *form.Fields()["a"];
-  EXPECT_EQ(field.Value(), "new");
-  EXPECT_EQ(field[0]->Value(), "new");
-  EXPECT_FALSE(field[1]->HasOwnValue());
-}
-
 TEST(AcroFormDocument, SavingToFiles) {
   const std::string path = TempPath("zforms_acroform.pdf");
   const Chaine read = TwoFields().Bytes();
@@ -448,9 +400,7 @@ TEST(AcroFormDocument, FullSavesAreWhole) {
   text.Object(9, "<</FT/Tx/T(a)/V(1)>>").Xref().Trailer("/Root 1 0 R/XRefStm 5");
   text.Object(9, "<</FT/Tx/T(a)/V(2)>>").Xref().Trailer("/Root 1 0 R/XRefStm 5");
   ZAcroForm form = Loaded(text.Bytes());
-  Chaine full;
-  ZInetChaineOStream out(full);
-  ASSERT_TRUE(form.SaveFull(out));
+  const Chaine full = SavedFull(form);
   EXPECT_EQ(full.View().find("lost"), std::string_view::npos);
   ZPDFParser parser;
   ASSERT_TRUE(parser.ReadFromRaw(full, ""));
@@ -472,9 +422,7 @@ TEST(AcroFormDocument, WideGapsAreNumberedAnew) {
   form.Parser()->GetObject({80000, 0});
   EXPECT_FALSE(form.SaveFull(Chaine("/no/such/folder/x.pdf")));
   EXPECT_EQ(ObjectOf(form, 90000), field);
-  Chaine full;
-  ZInetChaineOStream out(full);
-  ASSERT_TRUE(form.SaveFull(out));
+  const Chaine full = SavedFull(form);
   ZPDFParser parser;
   ASSERT_TRUE(parser.ReadFromRaw(full, ""));
   EXPECT_EQ(InOneLine(ContentOf(parser)),
@@ -495,9 +443,7 @@ TEST(AcroFormDocument, TheFormerEncryptionDictionaryIsNotWritten) {
       Loaded(TwoFields().Object(12, LineOf(handler->Dictionary())).Trailer("/Encrypt 12 0 R/ID[(id)(id)]").Bytes());
   // The texts read as gibberish, since they stand there in clear: fields go by place.
   form.Fields()[1]->SetValue("x");
-  Chaine full;
-  ZInetChaineOStream out(full);
-  ASSERT_TRUE(form.SaveFull(out));
+  const Chaine full = SavedFull(form);
   EXPECT_EQ(full.View().find("12 0 obj"), std::string_view::npos);
   EXPECT_EQ(Loaded(full).Fields()[1]->Value(), "x");
   // What follows is enciphered for the new file.
@@ -581,9 +527,9 @@ TEST(AcroFormDocument, FillingManyFieldsTakesTimeInProportion) {
       data.Fields()[Chaine(name)] = ZVariant("x");
     }
     ZAcroForm form = text.Form();
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();
     EXPECT_EQ(form.SetValues(data), static_cast<size_t>(count));
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
   };
   EXPECT_LT(seconds(20000), 10 * seconds(4000) + 0.5);
 }

@@ -6,10 +6,8 @@
 
 #include "tests/support/form_text.h"
 #include "tests/support/temp_path.h"
-#include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/stream_node.h"
-#include "zforms/pdf/syntax/hex.h"
 
 namespace zforms {
 namespace {
@@ -34,35 +32,6 @@ PdfText Hybrid() {
   const std::string hidden = std::to_string(text.OffsetOf(6));
   text.Xref().Trailer("/Root 1 0 R/XRefStm " + hidden);
   return text;
-}
-
-Chaine Saved(ZAcroForm& form) {
-  Chaine bytes;
-  ZInetChaineOStream out(bytes);
-  EXPECT_TRUE(form.Save(out)) << form.Diagnostics().Failure().ToString();
-  return bytes;
-}
-
-Chaine SavedFull(ZAcroForm& form) {
-  Chaine bytes;
-  ZInetChaineOStream out(bytes);
-  EXPECT_TRUE(form.SaveFull(out)) << form.Diagnostics().Failure().ToString();
-  return bytes;
-}
-
-ZAcroForm Loaded(const Chaine& bytes) {
-  ZAcroForm form;
-  ZInetChaineIStream in(bytes);
-  EXPECT_TRUE(form.Load(in, "")) << form.Diagnostics().Failure().ToString();
-  return form;
-}
-
-std::string ValuesOf(const ZAcroForm& form) {
-  std::string values;
-  for (const auto& [name, fields] : form.FlatFields()) {
-    values += name.ToString() + "=" + fields[0]->Value().ToString() + " ";
-  }
-  return values;
 }
 
 void ExpectSoundForQpdf(const Chaine& bytes, const std::string& name) {
@@ -209,48 +178,6 @@ TEST(ModernTest, FullSavesAreClassic) {
     EXPECT_NE(updated.View().substr(full.size()).find("trailer"), std::string_view::npos);
     EXPECT_EQ(ValuesOf(Loaded(updated)), "a=3 b=new ");
   }
-}
-
-// Object streams are enciphered, the texts in them not once more; a cross-reference stream never is.
-TEST(ModernTest, EncryptedFiles) {
-  const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("id", "", ""));
-  const auto enciphered = [&handler](uint32_t number, const std::string& data) {
-    const std::unique_ptr<ZPDFEncrypter> encrypter(handler->AllocEncrypter({number, 0}));
-    return encrypter->Encrypt(data).ToString();
-  };
-  const std::string encrypt = InOneLine(TextOf(handler->Dictionary()));
-  PdfText text;
-  text.Header("1.5").Object(1, "<</Type/Catalog/Pages<</Type/Pages/Kids[]/Count 0>>/AcroForm 2 0 R>>");
-  const std::string header = "2 0 10 " + std::to_string(std::string_view(kForm).size() + 1) + " ";
-  const std::string body = header + kForm + " " + kA;
-  const std::string dictionary = "<</Type/ObjStm/N 2/First " + std::to_string(header.size()) + "/Filter/FlateDecode>>";
-  text.Stream(5, dictionary, enciphered(5, Deflated(body))).PlacePacked(2, 5, 0).PlacePacked(10, 5, 1);
-  const int cipher = static_cast<uint8_t>(enciphered(11, "b")[0]);
-  const std::string name{kHexDigits[cipher >> 4], kHexDigits[cipher & 15]};
-  text.Object(11, "<</FT/Tx/T<" + name + ">/V()>>").Object(7, encrypt);
-  text.XrefStream(6, "/Root 1 0 R/Encrypt 7 0 R/ID[(id)(id)]");
-  Chaine bytes = text.Bytes();
-  ZAcroForm form = Loaded(bytes);
-  EXPECT_EQ(ValuesOf(form), "a=1 b= ");
-  for (const char* value : {"first", "second"}) {
-    form.Fields()["a"]->SetValue(value);
-    form.Fields()["b"]->SetValue(value);
-    const Chaine updated = Saved(form);
-    EXPECT_EQ(updated.Mid(0, bytes.size()), bytes);
-    EXPECT_EQ(updated.View().find(value), std::string_view::npos);
-    ZAcroForm reloaded = Loaded(updated);
-    EXPECT_EQ(ValuesOf(reloaded), ValuesOf(form));
-    EXPECT_EQ(reloaded.Parser()->IDOriginal(), "id");
-    ExpectSoundForQpdf(updated, "modern_encrypted.pdf");
-    bytes = updated;
-  }
-  EXPECT_EQ(ValuesOf(form), "a=second b=second ");
-  ZPDFParser parser;
-  ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
-  const auto* section = NodeCast<ZPDFNodeStream>(parser.GetObject({6, 0})->GetDirectAt(0));
-  const std::string stored = section->Data().ToString();
-  EXPECT_NE(text.Bytes().View().find(stored), std::string_view::npos);
-  EXPECT_EQ(ValuesOf(Loaded(SavedFull(form))), "a=second b=second ");
 }
 
 TEST(ModernTest, LinearizedFilesBeginWithTheirSection) {

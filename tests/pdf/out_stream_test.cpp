@@ -145,18 +145,7 @@ TEST(OutStreamTest, NoEscapeIsCut) {
   }
 }
 
-TEST(OutStreamTest, LongStringsAndNamesReadBack) {
-  for (size_t length = 0; length < 1100; length += length % 127 < 3 || length % 254 > 248 ? 1 : 7) {
-    const std::string value = X(length);
-    ZPDFNodeArray array;
-    array.AppendValue(new ZPDFNodeHexaString(value));
-    array.AppendValue(Chaine(value));
-    array.AppendIdentifier("/" + value);
-    array.AppendIdentifier("/" + value);
-    const std::string text = Written(array);
-    ASSERT_EQ(Dump(Parse(text).get()), Dump(&array)) << text;
-    ASSERT_LE(LongestLine(text), std::max<size_t>(length + 1, 254)) << text;
-  }
+TEST(OutStreamTest, WhereLongStringsBreak) {
   // The longest value without a break in it, and the shortest with one before the parenthesis.
   EXPECT_EQ(Written(ZPDFNodeLiteralString(Chaine(252, 'x'))), "(" + X(252) + ")");
   EXPECT_EQ(Written(ZPDFNodeLiteralString(Chaine(254, 'x'))), "(\\\r" + X(254) + "\\\r)");

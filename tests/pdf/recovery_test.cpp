@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tests/support/form_text.h"
+#include "tests/support/words.h"
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/parser/file_scan.h"
@@ -33,21 +34,6 @@ std::string Modern() {
   return text.Bytes().ToString();
 }
 
-std::string Without(std::string text, std::string_view what, std::string_view by = "") {
-  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
-    text.replace(at, what.size(), by);
-  }
-  return text;
-}
-
-std::string ValuesOf(const ZAcroForm& form) {
-  std::string values;
-  for (const auto& [name, fields] : form.FlatFields()) {
-    values += name.ToString() + "=" + fields[0]->Value().ToString() + " ";
-  }
-  return values;
-}
-
 // The last `what` before `before` is replaced.
 std::string Spoilt(std::string text, std::string_view before, std::string_view what, std::string_view by) {
   return text.replace(text.rfind(what, text.find(before)), what.size(), by);
@@ -71,22 +57,22 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
   } cases[] = {
       {"sound", classic, ""},
       {"sound and modern", modern, ""},
-      {"no end", Without(classic, "%%EOF"), "(the file is cut short: \"%%EOF\" is missing): its table was"},
-      {"no startxref", Without(classic, "startxref"), "(\"startxref\" is missing)"},
-      {"startxref to nowhere", Without(classic, "startxref\n", "startxref\n9"), "rebuilt from 4 objects"},
-      {"cut off in the last table", Without(classic, "%%EOF").substr(0, classic.rfind("trailer") - 9),
+      {"no end", Replaced(classic, "%%EOF", ""), "(the file is cut short: \"%%EOF\" is missing): its table was"},
+      {"no startxref", Replaced(classic, "startxref", ""), "(\"startxref\" is missing)"},
+      {"startxref to nowhere", Replaced(classic, "startxref\n", "startxref\n9"), "rebuilt from 4 objects"},
+      {"cut off in the last table", Replaced(classic, "%%EOF", "").substr(0, classic.rfind("trailer") - 9),
        "rebuilt from 4 objects"},
-      {"no trailers", Without(classic, "trailer", "tra"), "rebuilt from 4 objects"},
+      {"no trailers", Replaced(classic, "trailer", "tra"), "rebuilt from 4 objects"},
       {"bytes before the header", "\r\n junk " + classic, "; 8 bytes before the header are left out"},
-      {"bytes taken away before the objects", Without(classic, "%\xE2\xE3\xCF\xD3\n"), "rebuilt"},
-      {"other line ends", Without(classic, "\n", "\r\n"), "rebuilt from 4 objects"},
-      {"a wrong catalog", Without(classic, "/Root 1 0 R", "/Root 9 0 R"), "leads to no document catalog"},
-      {"no catalog named", Without(classic, "/Root 1 0 R", "/Rood 1 0 R"), "leads to no document catalog"},
-      {"an object elsewhere", Without(classic, "\n11 0 obj", "\nmore\n11 0 obj"), "rebuilt"},
-      {"headers behind one another", Without(classic, "\nendobj\n", " endobj"), "rebuilt from 4 objects"},
-      {"modern without sections", Without(modern, "/XRef", "/XXXX"), "rebuilt from"},
-      {"modern and cut", Without(modern, "%%EOF").substr(0, modern.rfind("startxref") - 5), "rebuilt from"},
-      {"modern with damaged sections", Without(modern, "/W[", "/X["), "has no record widths"},
+      {"bytes taken away before the objects", Replaced(classic, "%\xE2\xE3\xCF\xD3\n", ""), "rebuilt"},
+      {"other line ends", Replaced(classic, "\n", "\r\n"), "rebuilt from 4 objects"},
+      {"a wrong catalog", Replaced(classic, "/Root 1 0 R", "/Root 9 0 R"), "leads to no document catalog"},
+      {"no catalog named", Replaced(classic, "/Root 1 0 R", "/Rood 1 0 R"), "leads to no document catalog"},
+      {"an object elsewhere", Replaced(classic, "\n11 0 obj", "\nmore\n11 0 obj"), "rebuilt"},
+      {"headers behind one another", Replaced(classic, "\nendobj\n", " endobj"), "rebuilt from 4 objects"},
+      {"modern without sections", Replaced(modern, "/XRef", "/XXXX"), "rebuilt from"},
+      {"modern and cut", Replaced(modern, "%%EOF", "").substr(0, modern.rfind("startxref") - 5), "rebuilt from"},
+      {"modern with damaged sections", Replaced(modern, "/W[", "/X["), "has no record widths"},
       {"an entry without its type", Spoilt(classic, "trailer", " n", "xx"),
        "the entry in the cross-reference table cannot be read): its table was rebuilt from 4 objects"},
       {"a subsection said to be short", Spoilt(classic, "trailer", "10 2", "10 1"), "is not a subsection header): its"},
@@ -97,11 +83,11 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
       {"the last section lost", CutAt(classic, "xref\n10 1"), "(1 object stands behind"},
       {"modern and the end lost", CutAt(modern, "startxref"), "(3 objects stand behind"},
       {"modern and the last section lost", CutAt(modern, "8 0 obj"), "(2 objects stand behind"},
-      {"a spoilt header", Without(classic, "%PDF-", "%PDF."), "it has no header and is taken for PDF 1.4"},
+      {"a spoilt header", Replaced(classic, "%PDF-", "%PDF."), "it has no header and is taken for PDF 1.4"},
       {"no header", classic.substr(9), "it has no header and is taken for PDF 1.4"},
-      {"a header inside alone", Without(classic, "%PDF-", "%PXF-") + "12 0 obj<<>>stream\n%PDF-1.7\nendstream endobj",
+      {"a header inside alone", Replaced(classic, "%PDF-", "%PXF-") + "12 0 obj<<>>stream\n%PDF-1.7\nendstream endobj",
        "it has no header and is taken for PDF 1.4"},
-      {"an older section lost", Without(modern, "/Index[1 2 5 2 10 2 ]", "/Index[1 2 5 2 10 2  "), "rebuilt"},
+      {"an older section lost", Replaced(modern, "/Index[1 2 5 2 10 2 ]", "/Index[1 2 5 2 10 2  "), "rebuilt"},
   };
   for (const auto& c : cases) {
     ZAcroForm strict, form;
@@ -114,9 +100,7 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
     EXPECT_EQ(form.SavesAnew(), *c.said != 0) << c.what;
     // What is saved is sound.
     form.Fields()["a"]->SetValue("new");
-    Chaine saved;
-    ZInetChaineOStream out(saved);
-    ASSERT_TRUE(form.Save(out)) << c.what;
+    const Chaine saved = Saved(form);
     EXPECT_FALSE(form.SavesAnew());
     ASSERT_TRUE(Load(strict, saved, false)) << c.what;
     EXPECT_EQ(ValuesOf(strict), "a=new b=2 ") << c.what;
@@ -142,8 +126,8 @@ TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
   const Odd cases[] = {
       {"a header behind a word", Spoilt(behind.Bytes().ToString(), "trailer", " n", "  "), "a=1 ", "a=1 b=2 ",
        "rebuilt from 4 objects"},
-      {"an object stream behind a word", Without(packed.Bytes().ToString(), "10 2 ]", "10 9 ]"), "a=1 b=2 ", "a=1 b=2 ",
-       "has fewer records"},
+      {"an object stream behind a word", Replaced(packed.Bytes().ToString(), "10 2 ]", "10 9 ]"), "a=1 b=2 ",
+       "a=1 b=2 ", "has fewer records"},
   };
   for (const Odd& c : cases) {
     ZAcroForm strict, form;
@@ -179,7 +163,7 @@ TEST(RecoveryTest, ObjectsBehindTheEndAreCounted) {
       {Modern(), 0},
       {CutAt(Classic(), "startxref"), 1},
       {CutAt(Modern(), "startxref"), 3},
-      {Without(CutAt(Classic(), "startxref"), "(1)>>\nendobj", "(1)>>"), 1},
+      {Replaced(CutAt(Classic(), "startxref"), "(1)>>\nendobj", "(1)>>"), 1},
       {CutAt(Classic(), "endobj"), 0},
       {Classic() + "12 0 obj<<>>endobj 0 0 obj<<>>endobj 13 0 obj<<>>", 1},
   };
@@ -227,17 +211,17 @@ TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
   text.Header("1.5").Object(7, InOneLine(TextOf(handler->Dictionary())));
   text.Stream(5, "<</Type/ObjStm/N 1/First 4/Filter/FlateDecode>>", encrypter->Encrypt(packed).ToString());
   text.PlacePacked(1, 5, 0).XrefStream(6, "/Root 1 0 R/Encrypt 7 0 R/ID[(i)(i)]");
-  const std::string bytes = Without(text.Bytes().ToString(), "startxref\n", "startxref\n9");
+  const std::string bytes = Replaced(text.Bytes().ToString(), "startxref\n", "startxref\n9");
   ZPDFParser parser;
   parser.SetRecovery(true);
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "pw")) << parser.Diagnostics().Failure().View();
   EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
   // Without the trailers the key is lost, and what is enciphered is not taken for clear.
-  ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "/XRef", "/Xxxx"), "pw"));
+  ASSERT_TRUE(parser.ReadFromRaw(Replaced(bytes, "/XRef", "/Xxxx"), "pw"));
   EXPECT_TRUE(parser.IsEncrypted());
   EXPECT_FALSE(parser.CanBeDecrypted());
   // Behind a spoilt header it is there.
-  ASSERT_TRUE(parser.ReadFromRaw(Without(bytes, "%PDF-", "%PXF-"), "pw"));
+  ASSERT_TRUE(parser.ReadFromRaw(Replaced(bytes, "%PDF-", "%PXF-"), "pw"));
   EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
   // With a wrong password nobody can tell.
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "no"));
@@ -288,7 +272,7 @@ std::string PagesBelow(const ZPDFNodeDictionary& node) {
 
 // What would be gone is named; recovery mends the page tree, and what is saved then is sound.
 TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
-  const std::string sound = Paged(), formed = Without(sound, "/Outlines 9", "/AcroForm 9");
+  const std::string sound = Paged(), formed = Replaced(sound, "/Outlines 9", "/AcroForm 9");
   const struct {
     const char* what;
     std::string bytes;
@@ -297,29 +281,29 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
     bool stays;  // recovery cannot help
   } cases[] = {
       {"sound", sound, "", false, false},
-      {"a loop", Without(sound, "[3 0 R 4", "[3 0 R 2"), "object 2 0: the page tree leads here more than once", true,
+      {"a loop", Replaced(sound, "[3 0 R 4", "[3 0 R 2"), "object 2 0: the page tree leads here more than once", true,
        false},
-      {"a page twice", Without(sound, "[5 0 R 6", "[5 0 R 5"), "object 5 0: the page tree leads here", true, false},
-      {"a wrong kid", Without(sound, "[3 0 R 4", "[9 0 R 4"), "object 2 0: element 1 of its", true, false},
-      {"a kid elsewhere", Without(sound, "[5 0 R 6", "[7 0 R 6"),
+      {"a page twice", Replaced(sound, "[5 0 R 6", "[5 0 R 5"), "object 5 0: the page tree leads here", true, false},
+      {"a wrong kid", Replaced(sound, "[3 0 R 4", "[9 0 R 4"), "object 2 0: element 1 of its", true, false},
+      {"a kid elsewhere", Replaced(sound, "[5 0 R 6", "[7 0 R 6"),
        "refers to cannot be read: 7 0\nobject 4 0: element 1", true, false},
-      {"no kids", Without(sound, "/Kids[3", "/Kidz[3"), "object 2 0: the page tree (\"/Pages\") cannot be", true,
+      {"no kids", Replaced(sound, "/Kids[3", "/Kidz[3"), "object 2 0: the page tree (\"/Pages\") cannot be", true,
        false},
-      {"no tree", Without(sound, "/Pages 2", "/Pages 8"), "object 8 0: the page tree (\"/Pages\")", true, false},
-      {"no tree is named", Without(sound, "/Pages 2", "/Pagez 2"), "the page tree (\"/Pages\")", true, false},
-      {"too few pages", Without(sound, "/Count 3", "/Count 4"), "states 4 pages, 3 are found", true, false},
-      {"neither kids nor parents", Without(Without(sound, "/Parent 4", "/Parens 4"), "/Kids[5", "/Kidz[5"),
+      {"no tree", Replaced(sound, "/Pages 2", "/Pages 8"), "object 8 0: the page tree (\"/Pages\")", true, false},
+      {"no tree is named", Replaced(sound, "/Pages 2", "/Pagez 2"), "the page tree (\"/Pages\")", true, false},
+      {"too few pages", Replaced(sound, "/Count 3", "/Count 4"), "states 4 pages, 3 are found", true, false},
+      {"neither kids nor parents", Replaced(Replaced(sound, "/Parent 4", "/Parens 4"), "/Kids[5", "/Kidz[5"),
        "object 2 0: element 2", true, false},
       {"said to be free", Spoilt(sound, "\n9 1\n", " n ", " f "), "cannot be read: 6 0", true, false},
-      {"said to be of a later generation", Without(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
-      {"no outlines", Without(sound, "/Outlines 9", "/Outlines 8"), "1 object that the document refers to", false,
+      {"said to be of a later generation", Replaced(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
+      {"no outlines", Replaced(sound, "/Outlines 9", "/Outlines 8"), "1 object that the document refers to", false,
        false},
-      {"outlines of another generation", Without(sound, "/Outlines 9 0", "/Outlines 6 7"), "read: 6 7", false, false},
-      {"no form", Without(sound, "/Outlines 9", "/AcroForm 8"), "the form (\"/AcroForm\") cannot be read", true, true},
-      {"no fields", Without(formed, "/Type/Outlines", "/Fields 8 0 R "), "list of fields (\"/Fields\") cannot", true,
+      {"outlines of another generation", Replaced(sound, "/Outlines 9 0", "/Outlines 6 7"), "read: 6 7", false, false},
+      {"no form", Replaced(sound, "/Outlines 9", "/AcroForm 8"), "the form (\"/AcroForm\") cannot be read", true, true},
+      {"no fields", Replaced(formed, "/Type/Outlines", "/Fields 8 0 R "), "list of fields (\"/Fields\") cannot", true,
        true},
-      {"a wrong field", Without(formed, "/Type/Outlines", "/Fields[7 0 R]"), "element 1 of the form's", true, true},
-      {"no catalog", Without(sound, "/Root 1", "/Root 8"), "leads to no document catalog", true, false},
+      {"a wrong field", Replaced(formed, "/Type/Outlines", "/Fields[7 0 R]"), "element 1 of the form's", true, true},
+      {"no catalog", Replaced(sound, "/Root 1", "/Root 8"), "leads to no document catalog", true, false},
   };
   for (const auto& c : cases) {
     ZAcroForm strict, form;
@@ -330,9 +314,7 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
     ASSERT_TRUE(Load(form, c.bytes, true)) << c.what;
     EXPECT_EQ(form.WouldLose(), c.stays) << c.what << WarningsOf(form);
     EXPECT_FALSE(form.Diagnostics().IsDamaged()) << c.what;
-    Chaine saved;
-    ZInetChaineOStream out(saved);
-    ASSERT_TRUE(form.SaveFull(out) && Load(strict, saved, false)) << c.what;
+    ASSERT_TRUE(Load(strict, SavedFull(form), false)) << c.what;
     const ZPDFNode* const pages = strict.Parser()->Root()->GetTarget("/Pages");
     EXPECT_EQ(PagesBelow(*NodeCast<ZPDFNodeDictionary>(pages)), "abc") << c.what;
     EXPECT_EQ(strict.WouldLose(), c.stays) << c.what << WarningsOf(strict);
@@ -344,13 +326,10 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
 TEST(RecoveryTest, HeadersWithoutAVersion) {
   for (const char* version : {"%PDF-000", "%PDF-x.4", "%PDF-1.x", "%PDF-1 4"}) {
     ZAcroForm form;
-    Chaine saved;
-    ZInetChaineOStream out(saved);
-    ASSERT_TRUE(Load(form, Without(Paged(), "%PDF-1.4", version), false));
+    ASSERT_TRUE(Load(form, Replaced(Paged(), "%PDF-1.4", version), false));
     EXPECT_EQ(WarningsOf(form),
               std::string("the header \"") + version + "\" has no version; a rewritten file gets version 1.7\n");
-    ASSERT_TRUE(form.SaveFull(out));
-    EXPECT_TRUE(saved.View().starts_with("%PDF-1.7\n")) << version;
+    EXPECT_TRUE(SavedFull(form).View().starts_with("%PDF-1.7\n")) << version;
   }
 }
 

@@ -189,29 +189,6 @@ TEST(TokensTest, PositionsAreCountedInTheView) {
   EXPECT_EQ(OpenTokens("a").FindSpecialChar(0), -1);
 }
 
-TEST(TokensTest, ViewsShareTheBytesAndNarrowAlone) {
-  const Chaine text("<< /Key (a value that is not short) >>");
-  ZPDFTokenizedString tokens(text);
-  ZPDFTokenizedString copy(tokens);
-  EXPECT_EQ(copy.ExtractFirstChars(3), "<< ");
-  const SousChaine key = copy.ExtractFirstToken();
-  EXPECT_EQ(key, "/Key");
-  EXPECT_EQ(key.View().data(), text.data() + 3);
-  EXPECT_TRUE(copy.Share(copy.View()).SharesBytesWith(text));
-  EXPECT_EQ(copy.Offset(), 8u);
-  EXPECT_EQ(tokens.GetLength(), text.size());
-  EXPECT_EQ(tokens.ExtractLastChar(), '>');
-  EXPECT_EQ(tokens.ExtractFirstChar(), '<');
-  EXPECT_EQ(tokens.ExtractLastChars(3), ") >");
-  EXPECT_EQ(tokens.ExtractLastChars(1000).GetLength(), text.size() - 5);
-  EXPECT_TRUE(tokens.IsEmpty());
-  EXPECT_EQ(tokens.ExtractFirstChars(5), "");
-  copy = ZPDFTokenizedString("short");  // lives inside the object
-  const ZPDFTokenizedString again = copy;
-  copy = ZPDFTokenizedString("other");
-  EXPECT_EQ(again.View(), "short");
-}
-
 TEST(TokensTest, AnySoupIsCutAsAFreshCursorWouldCutIt) {
   std::mt19937 random(99);
   for (int round = 0; round < 4000; round++) {

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/support/forest.h"
 #include "tests/support/pdf_text.h"
 #include "tests/support/temp_path.h"
 #include "tests/support/test_document.h"
@@ -109,22 +109,6 @@ TEST(SaverTest, WholeFileByteForByte) {
   EXPECT_EQ(stored, saver.RawData());
 }
 
-TEST(SaverTest, WithoutObjects) {
-  const NodePtr trailer = Parse("<</Info 9 0 R>>");
-  ZPDFSaver saver(nullptr);
-  saver.SetPDFVersion("%PDF-1.4");
-  saver.SetTrailer(AsDictionary(Parse("<</Old 1>>")));
-  Objects objects;
-  objects.Add({1, 0}, "(before)");
-  saver.SetObjects(objects.Map());
-  EXPECT_NE(Sent(saver).find("(before)"), std::string::npos);
-  saver.SetObjects({});
-  saver.SetTrailer(AsDictionary(trailer));
-  EXPECT_EQ(Sent(saver),
-            "%PDF-1.4\n%\xFF\xFE\xFD\xFC\nxref\r\n0 1\r\n0000000000 65535 f\r\n"
-            "trailer\n<<\n/Info 9 0 R\n/Size 1\n>>\n\nstartxref\n15\n%%EOF");
-}
-
 // Three objects, one of them with a generation, without a line end at the end.
 Chaine BaseFile() {
   PdfText text;
@@ -218,53 +202,6 @@ TEST(UpdaterTest, NothingModifiedWritesTheSameBytes) {
   EXPECT_EQ(ContentOf(again), ContentOf(parser));
 }
 
-// A document of random values, and what it is expected to hold.
-class RandomDocument {
- public:
-  explicit RandomDocument(uint32_t seed) : random_(seed) {}
-
-  size_t Below(size_t bound) { return random_() % bound; }
-
-  // Only what every reader keeps as it is: sorted keys, no null in dictionaries, canonical numbers.
-  std::string Value(int depth) {
-    switch (Below(depth > 4 ? 6 : 9)) {
-      case 0: return Written(ZPDFNodeLiteralString(Bytes(Length())));
-      case 1: return Written(ZPDFNodeHexaString(Bytes(Length())));
-      case 2: return Written(ZPDFNodeIdentifier("/" + Name()));
-      case 3: return std::to_string(static_cast<int32_t>(random_()));
-      case 4: return Below(2) == 0 ? "true" : "-0.5";
-      case 5: return "1 0 R";
-      case 6: return "<<" + Entries(depth) + ">>";
-      default: break;
-    }
-    std::string text = "[";
-    for (size_t i = Below(6); i > 0; i--) text += Value(depth + 1) + " ";
-    return text + "]";
-  }
-  std::string Entries(int depth) {
-    std::string text;
-    for (size_t i = 0, count = Below(6); i < count; i++) text += "/K" + std::to_string(i) + " " + Value(depth + 1);
-    return text;
-  }
-  std::string Bytes(size_t length) {
-    // Much of what has to be escaped, and every byte now and then.
-    constexpr std::string_view kOdd("()\\\r\n%\0<>/ ", 11);
-    std::string bytes;
-    while (bytes.size() < length) bytes += Below(2) == 0 ? kOdd[Below(kOdd.size())] : static_cast<char>(random_());
-    return bytes;
-  }
-
- private:
-  size_t Length() { return Below(8) == 0 ? 230 + Below(600) : Below(20); }
-  std::string Name() {
-    std::string name;
-    for (const char c : Bytes(1 + Below(20))) name += c == '#' || c == '\0' ? 'x' : c;
-    return name;
-  }
-
-  std::mt19937 random_;
-};
-
 std::string Values(const ZPDFObjectMap& map) {
   std::string content;
   for (const auto& [id, object] : map) {
@@ -308,13 +245,13 @@ TEST(WritersTest, RandomDocumentsAreReadBackEqual) {
   const bool qpdf = HasQpdf();
   const std::string path = TempPath("zforms_random.pdf");
   for (uint32_t seed = 0; seed < 60; seed++) {
-    RandomDocument random(seed);
+    Forest random(seed, true);
     Objects objects;
     objects.Add({1, 0}, "<</Type/Catalog/Pages 2 0 R/All[4 0 R 5 0 R]>>");
     objects.Add({2, 0}, "<</Type/Pages/Kids[3 0 R]/Count 1>>");
     objects.Add({3, 0}, "<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>");
-    objects.Add({4, 0}, "<</Value " + random.Value(0) + ">>");
-    const std::string data = random.Bytes(random.Below(300));
+    objects.Add({4, 0}, "<</Value " + random.Text() + ">>");
+    const std::string data = random.Bytes(300);
     auto* stream = new ZPDFNodeStream(data);
     stream->Dico()->SetValue("/S", random.Bytes(20));
     objects.Add({5, 0}, "0")->SetChild(stream);
@@ -338,8 +275,8 @@ TEST(WritersTest, RandomDocumentsAreReadBackEqual) {
       EXPECT_TRUE(saved.substr(offset).starts_with(std::to_string(id.Number()) + " 0 obj\n"));
     }
     DictionaryAt(parser, 4)->SetValue("/Value", random.Bytes(100));
-    DictionaryAt(parser, 4)->SetValue("/More", Parse(random.Value(0)).release());
-    parser.AddIndirectObject()->SetChild(Parse("[" + random.Value(0) + "]").release());
+    DictionaryAt(parser, 4)->SetValue("/More", Parse(random.Text()).release());
+    parser.AddIndirectObject()->SetChild(Parse("[" + random.Text() + "]").release());
     ZPDFUpdater updater;
     updater.SetRawData(saved, parser.XRefOffset());
     for (const ZPDFNodeIndirectObject* object : parser.ModifiedObjects()) updater.AddNode(object);
@@ -362,93 +299,6 @@ TEST(WritersTest, RandomDocumentsAreReadBackEqual) {
     EXPECT_EQ(RunCommand("qpdf --password=user --show-object=5 --raw-stream-data " + path).output, data) << seed;
   }
   if (!qpdf) GTEST_SKIP() << "qpdf is not installed: what it reads was not compared";
-}
-
-TEST(WritersTest, UpdatesChain) {
-  Chaine base = BaseFile();
-  ZPDFParser parser;
-  ASSERT_TRUE(parser.ReadFromRaw(base, ""));
-  ZPDFUpdater updater;
-  updater.SetRawData(base, parser.XRefOffset());
-  for (int round = 1; round <= 4; round++) {
-    DictionaryAt(parser, 4)->SetValue("/A", round);
-    ZPDFNodeIndirectObject* added = parser.AddIndirectObject();
-    added->SetChild(Parse("(" + std::to_string(round) + ")").release());
-    for (const ZPDFNodeIndirectObject* object : parser.ModifiedObjects()) updater.AddNode(object);
-    updater.SetTrailer(parser.TrailerDico());
-    const Chaine written = Sent(updater);
-    parser.ResetModifiedObjects();
-    ASSERT_TRUE(written.View().starts_with(base.View()));
-    base = written;
-    ZPDFParser again;
-    ASSERT_TRUE(again.ReadFromRaw(written, ""));
-    EXPECT_EQ(again.SectionCount(), static_cast<size_t>(round) + 1);
-    EXPECT_EQ(again.XRefOffset(), updater.XRefOffset());
-    EXPECT_EQ(ContentOf(again), ContentOf(parser));
-    EXPECT_EQ(DictionaryAt(again, 4)->GetIntValue("/A"), round);
-    EXPECT_EQ(again.TrailerDico()->GetUIntValue("/Size"), 10U + static_cast<uint32_t>(round));
-    EXPECT_EQ(WarningsOf(again), "");
-  }
-}
-
-// After a full save with a new handler the document goes on from the saved bytes.
-TEST(WritersTest, DocumentGoesOnFromAFullSave) {
-  for (const bool encrypted_before : {false, true}) {
-    const std::unique_ptr<ZPDFEncryption> before(
-        encrypted_before ? ZPDFEncryption::CreateStandard("identifier", "before", "") : nullptr);
-    Objects objects;
-    objects.Add({1, 0}, "<</Type/Catalog/Pages 2 0 R>>");
-    objects.Add({2, 0}, "<</Type/Pages/Count 0/Kids[]/T(pages)>>");
-    objects.Add({3, 0}, "<</T(loaded)>>");
-    objects.Add({4, 0}, "<</T(not loaded)>>");
-    ZPDFSaver first(before.get());
-    first.SetPDFVersion("%PDF-1.4");
-    first.SetObjects(objects.Map());
-    first.SetTrailer(AsDictionary(Parse("<</Root 1 0 R/ID[(identifier)(x)]/Keep[3 0 R 4 0 R]>>")));
-    const std::string base = Sent(first);
-    ZPDFParser parser;
-    ASSERT_TRUE(parser.ReadFromRaw(base, "before"));
-    DictionaryAt(parser, 3);
-
-    // Saved from another reading of the file, so that object 4 is not loaded in this one.
-    ZPDFParser source;
-    ASSERT_TRUE(source.ReadFromRaw(base, "before"));
-    ZPDFObjectMap used;
-    source.GetUsedObjects(used);
-    const std::string content = ContentOf(source);
-    auto handler =
-        std::unique_ptr<ZPDFEncryption>(ZPDFEncryption::CreateStandard(source.IDOriginal(), "user", "owner"));
-    auto saver = std::make_unique<ZPDFSaver>(handler.get());
-    saver->SetPDFVersion(source.PDFVersion());
-    saver->SetObjects(used);
-    saver->SetTrailer(source.TrailerDico());
-    const std::string saved = Sent(*saver);
-    parser.Rebase(saver->RawData(), saver->XRefOffset(), saver->Offsets(), handler.get());
-    saver.reset();
-    handler.reset();
-    EXPECT_FALSE(parser.TrailerDico()->IsModified());
-    EXPECT_EQ(ContentOf(parser), content);
-    DictionaryAt(parser, 3)->SetValue("/T", "changed");
-    DictionaryAt(parser, 4)->SetValue("/T", "changed as well");
-    ZPDFUpdater updater;
-    updater.SetRawData(parser.RawData(), parser.XRefOffset());
-    for (const ZPDFNodeIndirectObject* object : parser.ModifiedObjects()) updater.AddNode(object);
-    updater.SetTrailer(parser.TrailerDico());
-    const std::string updated = Sent(updater);
-    ASSERT_TRUE(updated.starts_with(saved));
-    ZPDFParser again;
-    ASSERT_TRUE(again.ReadFromRaw(updated, "user"));
-    EXPECT_TRUE(again.CanBeDecrypted());
-    EXPECT_EQ(ContentOf(again), ContentOf(parser));
-    EXPECT_EQ(DictionaryAt(again, 2)->GetStringValue("/T"), "pages");
-    EXPECT_EQ(DictionaryAt(again, 4)->GetStringValue("/T"), "changed as well");
-    EXPECT_EQ(again.SectionCount(), 2U);
-    if (!HasQpdf()) GTEST_SKIP() << "qpdf is not installed: what it reads was not compared";
-    const std::string path = TempPath("zforms_rebased.pdf");
-    const CommandResult check = RunQpdf("--password=user --check", updated, path);
-    EXPECT_EQ(check.status, 0) << check.output;
-    EXPECT_EQ(RunCommand("qpdf --password=user --show-object=3 " + path).output, "<< /T (changed) >>\n");
-  }
 }
 
 }  // namespace

@@ -47,43 +47,6 @@ TEST(ChaineTest, AppendingDisturbsNoOtherWindow) {
   EXPECT_EQ(part, kLong.substr(10, 30));
 }
 
-TEST(ChaineTest, WhatWasCutOffIsNotSeenAgain) {
-  Chaine text(kLong);
-  Chaine other = text;
-  text.Truncate(18);
-  other = Chaine();
-  // Now the only window: may reuse the bytes behind it.
-  text += "x";
-  EXPECT_EQ(text, std::string(kLong.substr(0, 18)) + "x");
-}
-
-TEST(ChaineTest, AppendsItselfAndItsParts) {
-  for (const std::string_view start : {"ab"sv, "0123456789"sv, kLong}) {
-    Chaine text(start);
-    std::string model(start);
-    for (int i = 0; i < 6; i++) {
-      text.Append(text);
-      model += std::string(model);
-      text.Append(text.View().substr(1, model.size() / 2));
-      model += model.substr(1, model.size() / 2);
-      ASSERT_EQ(text, model);
-    }
-  }
-}
-
-TEST(ChaineTest, ReserveKeepsTheBytesInPlace) {
-  Chaine text("0123456789");
-  text.Reserve(5000);
-  const char* const before = text.data();
-  std::string model = text.ToString();
-  while (model.size() < 5000) {
-    text += model.size() % 2 == 0 ? "y" : "z";
-    model += model.size() % 2 == 0 ? "y" : "z";
-  }
-  EXPECT_EQ(text, model);
-  EXPECT_EQ(text.data(), before);
-}
-
 TEST(ChaineTest, ComparesUnsignedBytes) {
   const std::string_view kOrdered[] = {"",   "\0"sv, "\0a"sv, "A",    "a",    "a\0"sv,
                                        "aa", "b",    "\x7F",  "\x80", "\xFF", "\xFF\xFF"};
@@ -244,17 +207,6 @@ TEST(ContainersTest, DictionnaryAgreesWithStdMap) {
   dictionary.Clear();
   EXPECT_EQ(dictionary.Size(), 0u);
   EXPECT_FALSE(dictionary.Exist("key1"));
-}
-
-TEST(ContainersTest, UniqueKeepsTheFirstOfEach) {
-  PUniqueT<Chaine> unique;
-  for (const char* text : {"b", "a", "b", "c", "a"}) unique.Add(text);
-  EXPECT_EQ(std::vector<Chaine>(unique.begin(), unique.end()), (std::vector<Chaine>{"b", "a", "c"}));
-  EXPECT_TRUE(unique.Exist("a"));
-  EXPECT_FALSE(unique.Exist("d"));
-  EXPECT_FALSE(unique.Add("c"));
-  EXPECT_TRUE(unique.Add("d"));
-  EXPECT_EQ(unique[3], "d");
 }
 
 }  // namespace

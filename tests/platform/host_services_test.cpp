@@ -61,7 +61,7 @@ TEST(VersionResource, DamageIsNoVersion) {
       std::string changed = program;
       changed[at] = byte;
       uint64_t version = 0;
-      ReadVersionResource(changed, &version);
+      EXPECT_TRUE(ReadVersionResource(changed, &version) || version == 0) << at;
     }
   }
 }
@@ -185,19 +185,6 @@ TEST_F(DesktopTest, ProgramsGetWhatTheyAreToGet) {
 
   ::setenv("PATH", "/nowhere", 1);
   EXPECT_FALSE(shell->Execute("/tmp/a.pdf", "open"));
-}
-
-TEST(ZSystemServices, HasAllOfThem) {
-  const ZSystemServices system("App");
-  const ZHostServices services = system.Services();
-  EXPECT_EQ(services.app_short_name, "App");
-  for (const void* service :
-       {static_cast<const void*>(services.settings), static_cast<const void*>(services.shell),
-        static_cast<const void*>(services.user_interface), static_cast<const void*>(services.mailer),
-        static_cast<const void*>(services.temp_folder), static_cast<const void*>(services.idle_messages)}) {
-    EXPECT_NE(service, nullptr);
-  }
-  EXPECT_FALSE(services.temp_folder->Path().IsEmpty());
 }
 
 }  // namespace

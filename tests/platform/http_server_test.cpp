@@ -198,28 +198,6 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   for (auto& [client, rest] : slow) EXPECT_EQ(client->Ask(rest.substr(40)).status, 200) << "was not cut";
 }
 
-TEST(ZHTTPServer, LongBodiesLeaveThreadsToOthers) {
-  Gate gate;
-  TestServer server;
-  gate.AddTo(server);
-  server.ChangeLimits([](auto& limits) {
-    limits.threads = 2;
-    limits.body_bytes = 1 << 20;
-  });
-  ASSERT_TRUE(server.Start());
-  std::vector<std::unique_ptr<RawClient>> slow;
-  for (int i = 0; i < 4; i++) {
-    slow.push_back(std::make_unique<RawClient>(server.Port()));
-    slow.back()->Send(server.Post("/wait", std::string(300'000, 'x')));
-  }
-  gate.Await(1);
-  RawClient client(server.Port());
-  for (int i = 0; i < 3; i++) EXPECT_EQ(client.Ask(server.Get("/app/echo/")).status, 200);
-  EXPECT_EQ(gate.waiting, 1);
-  gate.promise.set_value();
-  for (const auto& one : slow) EXPECT_EQ(one->Receive().status, 200);
-}
-
 TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
   const struct {
     size_t size;

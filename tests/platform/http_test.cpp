@@ -118,29 +118,6 @@ TEST(HTTPHeader, NothingEndsALineEarly) {
   }
 }
 
-TEST(HTTPSendResponse, OnlyAWholeBodyIsComplete) {
-  const struct {
-    uint64_t size;
-    std::vector<std::string> writes;
-    bool complete;
-  } kCases[] = {
-      {0, {}, true}, {5, {"he", "llo"}, true}, {5, {"hell"}, false}, {5, {"hello", "!"}, false}, {5, {"hello!"}, false},
-  };
-  for (const auto& test : kCases) {
-    ZHTTPSendResponse response;
-    ZInetOStream* const stream = response.BeginSend(test.size);
-    ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(response.BeginSend(test.size), nullptr);
-    for (const std::string& text : test.writes) stream->WriteAll(Chaine(text));
-    EXPECT_EQ(response.EndSend(), test.complete);
-    EXPECT_EQ(response.IsComplete(), test.complete);
-    EXPECT_FALSE(stream->Write("x", 1));
-    response.MakeErrorPage(409);
-    EXPECT_TRUE(response.IsComplete());
-    EXPECT_NE(response.Body().View().find("409 Conflict"), std::string_view::npos);
-  }
-}
-
 TEST(HTTPDate, AsOthersWriteIt) {
   EXPECT_EQ(HTTPDate(784111777), "Sun, 06 Nov 1994 08:49:37 GMT");
   EXPECT_EQ(HTTPDate(951782400), "Tue, 29 Feb 2000 00:00:00 GMT");
@@ -206,32 +183,6 @@ TEST(ZIdleMessageManager, WakesAHostThatHasALoopOfItsOwn) {
   manager.SetWake({});
   post();
   EXPECT_EQ(wakes, 2);
-}
-
-TEST(ZIdleMessageManager, ManyThreadsPostWhileOneDelivers) {
-  constexpr int kThreads = 8;
-  constexpr int kEach = 500;
-  std::vector<int> told;
-  ZIdleMessageManager manager;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; i++) {
-    threads.emplace_back([&, i] {
-      for (int k = 0; k < kEach; k++) {
-        const ZCountedPtr<Note> note(new Note(&told, i * kEach + k + 1));
-        manager.Post(note.get());
-      }
-    });
-  }
-  std::thread ender([&] {
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_FALSE(manager.IsHostThread());
-    EXPECT_TRUE(manager.Drain(milliseconds(10000)));
-    manager.Quit();
-  });
-  manager.Run();
-  ender.join();
-  EXPECT_TRUE(manager.IsHostThread());
-  EXPECT_EQ(told.size(), 2U * kThreads * kEach);
 }
 
 }  // namespace

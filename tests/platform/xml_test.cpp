@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <random>
 #include <string>
 #include <utility>
@@ -298,7 +298,7 @@ TEST(XML, PlacesAmongManyChildrenAreKept) {
 
 TEST(XML, ManyChildrenTakeTimeInProportion) {
   constexpr size_t kCount = 100'000;
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   ZXMLElement root(Chaine("r"));
   for (size_t i = 0; i < kCount; i++) root.Add(i % 2 == 0 ? "field" : "other").SetAttrib("n", static_cast<int64_t>(i));
   size_t wrong = 0;
@@ -314,7 +314,7 @@ TEST(XML, ManyChildrenTakeTimeInProportion) {
   EXPECT_EQ(root.Size("field"), kCount / 2);
   EXPECT_EQ(root.Size("other"), 0u);
   // A look at every child for each of them would take minutes.
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 10);
 }
 
 void Grow(std::mt19937& random, ZXMLElement* into, int depth) {

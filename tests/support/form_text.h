@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -9,6 +11,7 @@
 #include "tests/support/test_document.h"
 #include "zforms/acroform/acro_form.h"
 #include "zforms/platform/files/inet_stream.h"
+#include "zforms/platform/text/text.h"
 
 namespace zforms {
 
@@ -69,6 +72,35 @@ inline std::string LineOf(const ZPDFNode* node) { return InOneLine(TextOf(node))
 inline std::string ObjectOf(const ZAcroForm& form, uint32_t number) {
   ZPDFParser parser(*form.Parser());
   return InOneLine(ValueOf(parser, number));
+}
+
+inline Chaine Saved(ZAcroForm& form) {
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  EXPECT_TRUE(form.Save(out)) << form.Diagnostics().Failure().View();
+  return bytes;
+}
+inline Chaine SavedFull(ZAcroForm& form) {
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  EXPECT_TRUE(form.SaveFull(out)) << form.Diagnostics().Failure().View();
+  return bytes;
+}
+
+inline ZAcroForm Loaded(const Chaine& bytes, const Chaine& password = "") {
+  ZAcroForm form;
+  ZInetChaineIStream in(bytes);
+  EXPECT_TRUE(form.Load(in, password)) << form.Diagnostics().Failure().View();
+  return form;
+}
+
+// "name=value " of every field that has a value.
+inline std::string ValuesOf(const ZAcroForm& form) {
+  std::string values;
+  for (const auto& [name, fields] : form.FlatFields()) {
+    if (fields[0]->HasValue()) values += PDFTextToUTF8(name).ToString() + "=" + fields[0]->ValueUTF8().ToString() + " ";
+  }
+  return values;
 }
 
 inline std::string WarningsOf(const ZAcroForm& form) {

@@ -10,6 +10,7 @@
 
 #include "tests/support/form_text.h"
 #include "tests/support/temp_path.h"
+#include "tests/support/words.h"
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/platform/data/field_set.h"
@@ -23,10 +24,6 @@ std::string Names(const ZXFDF& xfdf) {
   std::string names;
   for (const Chaine& name : xfdf.Fields().FieldNames()) names += name.ToString() + " ";
   return names;
-}
-
-std::string Valued(const std::string& name, const std::string& value) {
-  return "<field name=\"" + name + "\"><value>" + value + "</value></field>";
 }
 
 ZXFDF WithFields(const std::string& fields) {
@@ -186,20 +183,6 @@ TEST(Mapper, TheFieldListIsThatOfTheMaps) {
   EXPECT_EQ(xfdf.AsChaine(), text);
 }
 
-TEST(Mapper, ManyFieldsTakeTimeInProportion) {
-  const ZFieldSet client;
-  ZXFDFMapper mapper;
-  mapper.AddRubric("C", &client);
-  std::string fields;
-  for (int i = 0; i < 40'000; i++) fields += Valued("g" + std::to_string(i % 100) + "." + std::to_string(i), "v");
-  ZXFDF xfdf = WithFields(fields);
-  for (int i = 0; i < 20'000; i++) mapper.DeclareMap("h" + std::to_string(i) + ".x", "C.f");
-  // Names that consist of dots lead to many others.
-  mapper.DeclareMap(Chaine(200'000, '.'), "C.f");
-  mapper.SyncFieldListOf(xfdf);
-  EXPECT_EQ(xfdf.Fields().Size(), 20'001u);
-}
-
 TEST(Mapper, DataGoIntoTheDocumentAndBack) {
   char town[8] = "Liège";
   int32_t count = -3;
@@ -356,11 +339,7 @@ TEST(Mapper, TheWholeWay) {
   PTableau<Chaine> unmatched;
   EXPECT_EQ(form.SetValues(received, &unmatched), 4u);
   EXPECT_TRUE(unmatched.empty());
-  Chaine saved;
-  ZInetChaineOStream out(saved);
-  ASSERT_TRUE(form.Save(out));
-  ZInetChaineIStream in(saved);
-  ASSERT_TRUE(form.Load(in, ""));
+  form = Loaded(Saved(form));
 
   ZXFDF back;
   ASSERT_TRUE(back.CreateFieldsFromLocalPDF(form));

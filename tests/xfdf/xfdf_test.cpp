@@ -5,12 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "tests/support/words.h"
 #include "zforms/platform/files/file_io.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/files/os_file.h"
@@ -43,14 +44,6 @@ std::string Names(const ZXFDFFieldCollection& fields) {
   return names;
 }
 
-std::string Field(const std::string& name, const std::string& content) {
-  return "<field name=\"" + name + "\">" + content + "</field>";
-}
-
-std::string Valued(const std::string& name, const std::string& value) {
-  return Field(name, "<value>" + value + "</value>");
-}
-
 TEST(XFDF, FieldsAreAddedOnce) {
   ZXFDF xfdf;
   EXPECT_FALSE(xfdf.HasFields());
@@ -69,8 +62,8 @@ TEST(XFDF, FieldsAreAddedOnce) {
 }
 
 TEST(XFDF, NamesAreTriedWholeAndThenTakenApart) {
-  ZXFDF xfdf = WithFields(Valued("a.b", "flat") + Field("a", Valued("b", "nested") + Valued("c", "c")) +
-                          Field("p.q", Valued("r", "deep")) + Field("p", ""));
+  ZXFDF xfdf = WithFields(Valued("a.b", "flat") + XFDFField("a", Valued("b", "nested") + Valued("c", "c")) +
+                          XFDFField("p.q", Valued("r", "deep")) + XFDFField("p", ""));
   const struct {
     const char* name;
     const char* value;  // null: does not exist
@@ -107,7 +100,7 @@ TEST(XFDF, OfSeveralWithOneNameTheLastIsMeantAndTheFirstRemoved) {
 }
 
 TEST(XFDF, RemovingDoesNotDescend) {
-  ZXFDF xfdf = WithFields(Field("a", Valued("b", "1")) + Valued("a.b", "2"));
+  ZXFDF xfdf = WithFields(XFDFField("a", Valued("b", "1")) + Valued("a.b", "2"));
   xfdf.Fields().RemoveField("a.b");
   EXPECT_EQ(xfdf.Fields()["a.b"].Value().AsChaine(), "1");
   xfdf.Fields()["a"].RemoveField("b");
@@ -129,7 +122,7 @@ TEST(XFDF, WhatIsNotUnderstoodIsWrittenBack) {
       "<field><value>nameless</value></field>" + Valued("a", "1"),
       "<!-- c --><?p i?><field name=\"a\" x:y=\"z\"><unknown/><value> \t </value></field>\n  ",
       Valued("a", "<![CDATA[<b>&\n]]>"),
-      Field("a", "<value-richtext><body xmlns=\"x\"><p>a <b>b</b> c</p></body></value-richtext>"),
+      XFDFField("a", "<value-richtext><body xmlns=\"x\"><p>a <b>b</b> c</p></body></value-richtext>"),
   };
   for (const std::string& fields : texts) {
     const Chaine text = Document("<annots><text page=\"0\"><contents>é</contents></text></annots><fields>" + fields +
@@ -156,19 +149,6 @@ TEST(XFDF, Identifiers) {
   xfdf.SetIDS("", "");
   EXPECT_FALSE(xfdf.HasIDS());
   EXPECT_EQ(xfdf.IDSOriginal(), "");
-}
-
-TEST(XFDF, AnEscapedReturnBeforeALineFeedIsOneLineEnd) {
-  ZXFDF data;
-  data.FromChaine(
-      "<xfdf><fields><field name='a'><value>1&#13;\n2&#xD;\n3&#13;&#10;4&#13;5</value></field></fields></xfdf>");
-  EXPECT_EQ(data.Fields()["a"].Value().AsChaine(), "1\r\n2\r\n3\r\n4\r5");
-}
-
-TEST(XFDF, ACDataSectionIsTakenAsItStands) {
-  ZXFDF data;
-  data.FromChaine("<xfdf><fields><field name='a'><value><![CDATA[&#13;\n]]></value></field></fields></xfdf>");
-  EXPECT_EQ(data.Fields()["a"].Value().AsChaine(), "&#13;\r\n");
 }
 
 TEST(XFDF, SeveralValuesAndAnotherRoot) {
@@ -335,9 +315,9 @@ TEST(XFDF, SessionIDIsAValueThatIsNotEmpty) {
     bool has;
   } kCases[] = {
       {Valued("a", "1"), false},
-      {Field("ZOR", Field("SessionID", "")), false},
-      {Field("ZOR", Valued("SessionID", "")), false},
-      {Field("ZOR", Valued("SessionID", "x")), true},
+      {XFDFField("ZOR", XFDFField("SessionID", "")), false},
+      {XFDFField("ZOR", Valued("SessionID", "")), false},
+      {XFDFField("ZOR", Valued("SessionID", "x")), true},
       {Valued("ZOR.SessionID", "x"), true},
   };
   for (const auto& c : kCases) {
@@ -350,8 +330,8 @@ TEST(XFDF, SessionIDIsAValueThatIsNotEmpty) {
 }
 
 TEST(XFDF, AFieldTakesOverAnother) {
-  ZXFDF xfdf = WithFields(Field("a", "<value>1</value>" + Field("b", "<value>2</value>" + Field("c", ""))) +
-                          Field("d", Field("e", "")));
+  ZXFDF xfdf = WithFields(XFDFField("a", "<value>1</value>" + XFDFField("b", "<value>2</value>" + XFDFField("c", ""))) +
+                          XFDFField("d", XFDFField("e", "")));
   auto& fields = xfdf.Fields();
   fields["d"] = fields["a"];
   EXPECT_EQ(Names(fields), "a a.b a.b.c d d.b d.b.c");
@@ -383,9 +363,14 @@ TEST(XFDF, LineEndsInMemoryAndOutside) {
     const char* inside;
     const char* again;
   } kCases[] = {
-      {"a\nb", "a\r\nb", "a\nb"},   {"a\r\nb", "a\r\nb", "a\nb"},       {"a\rb", "a\rb", "ab"},
-      {"\n\n", "\r\n\r\n", "\n\n"}, {"a&#13;&#10;b", "a\r\nb", "a\nb"}, {"a&#10;b", "a\nb", "a\nb"},
+      {"a\nb", "a\r\nb", "a\nb"},
+      {"a\r\nb", "a\r\nb", "a\nb"},
+      {"a\rb", "a\rb", "ab"},
+      {"\n\n", "\r\n\r\n", "\n\n"},
+      {"a&#13;&#10;b", "a\r\nb", "a\nb"},
+      {"a&#10;b", "a\nb", "a\nb"},
       {"&#13;", "\r", nullptr},
+      {"1&#13;\n2&#xD;\n3&#13;4", "1\r\n2\r\n3\r4", "1\n2\n34"},
   };
   for (const auto& c : kCases) {
     const ZXFDF xfdf = WithFields(Valued("a", c.outside));
@@ -499,17 +484,11 @@ TEST(XFDF, RandomDocumentsAreReadAsTheyWereBuilt) {
   }
 }
 
-std::string Repeated(const std::string& text, size_t count) {
-  std::string result;
-  for (size_t i = 0; i < count; i++) result += text;
-  return result;
-}
-
 TEST(XFDFSurvey, SaysWhatReadingWouldSay) {
   using Session = XFDFSurvey::Session;
   const std::string infos = "<value>&lt;Params/&gt; &#233;</value>";
-  const std::string whole = Field("ZOR.SessionID", infos);
-  const std::string nested = Field("ZOR", Field("SessionID", infos));
+  const std::string whole = XFDFField("ZOR.SessionID", infos);
+  const std::string nested = XFDFField("ZOR", XFDFField("SessionID", infos));
   const struct {
     std::string text;
     Session session;
@@ -518,14 +497,15 @@ TEST(XFDFSurvey, SaysWhatReadingWouldSay) {
       {"<xfdf><fields>" + whole + "</fields></xfdf>", Session::eFound, 6},
       {"<xfdf a='>' b=\"/>'\" ><fields>" + Valued("a", "b") + nested + "</fields></xfdf>", Session::eFound, 14},
       {"<!-- <fields/> --><xfdf>\n<annots>" + whole + "</annots><fields/></xfdf>", Session::eNone, 9},
-      {"<?xml version=\"1.0\"?><xfdf><fields>" + Field("x", whole) + "<field/></fields></xfdf>", Session::eNone, 10},
+      {"<?xml version=\"1.0\"?><xfdf><fields>" + XFDFField("x", whole) + "<field/></fields></xfdf>", Session::eNone,
+       10},
       {"<xfdf><fields>" + whole + nested + "</fields></xfdf>", Session::eUnknown, 12},
-      {"<xfdf><fields>" + nested + Field("ZOR", "") + "</fields></xfdf>", Session::eUnknown, 10},
+      {"<xfdf><fields>" + nested + XFDFField("ZOR", "") + "</fields></xfdf>", Session::eUnknown, 10},
       {"<xfdf><fields/><fields>" + whole + "</fields></xfdf>", Session::eUnknown, 7},
-      {"<xfdf><fields>" + Field("&#90;OR.SessionID", infos) + "</fields></xfdf>", Session::eUnknown, 6},
-      {"<xfdf><fields>" + Field("ZOR.SessionID", "<value/>" + infos) + "</fields></xfdf>", Session::eUnknown, 7},
-      {"<xfdf><fields>" + Field("ZOR.SessionID", "<value>a<!-- -->b</value>") + "</fields></xfdf>", Session::eUnknown,
-       8},
+      {"<xfdf><fields>" + XFDFField("&#90;OR.SessionID", infos) + "</fields></xfdf>", Session::eUnknown, 6},
+      {"<xfdf><fields>" + XFDFField("ZOR.SessionID", "<value/>" + infos) + "</fields></xfdf>", Session::eUnknown, 7},
+      {"<xfdf><fields>" + XFDFField("ZOR.SessionID", "<value>a<!-- -->b</value>") + "</fields></xfdf>",
+       Session::eUnknown, 8},
       {"<x:xfdf xmlns:x=\"http://ns.adobe.com/xfdf/\"><x:fields/></x:xfdf>", Session::eUnknown, 3},
       // What the survey does not go through is counted by its marks.
       {"<!DOCTYPE xfdf [<!ENTITY a '<'>]><xfdf><fields>" + whole + "</fields></xfdf>", Session::eUnknown, 23},
@@ -546,7 +526,7 @@ TEST(XFDFSurvey, SaysWhatReadingWouldSay) {
 }
 
 TEST(XFDF, HostileInputTakesTimeInProportion) {
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   // 50,000 fields of distinct names, and of one name, removed in any order.
   constexpr int kCount = 50'000;
   std::string distinct, same;
@@ -568,28 +548,26 @@ TEST(XFDF, HostileInputTakesTimeInProportion) {
   deep.Fields()[name] = "x";
   EXPECT_EQ(Parsed(deep.AsChaine()).Fields()[name].Value().AsChaine(), "x");
   // Names that can be taken apart in countless ways.
-  std::string lattice = Field("z", "");
-  for (int i = 0; i < 12; i++) lattice = Field("a", lattice) + Field("a.a", lattice);
+  std::string lattice = XFDFField("z", "");
+  for (int i = 0; i < 12; i++) lattice = XFDFField("a", lattice) + XFDFField("a.a", lattice);
   const ZXFDF many = WithFields(lattice);
   for (int i = 0; i < 100; i++) EXPECT_FALSE(many.Fields().Exist(Chaine(Repeated("a.", 24) + "y")));
   EXPECT_TRUE(many.Fields().Exist(Chaine(Repeated("a.", 12) + "z")));
   // Full names whose length adds up.
   std::string nested = Repeated(Valued("leaf", "x"), 1);
   for (int i = 0; i < kCount / 50; i++) nested += Valued("leaf" + std::to_string(i), "x");
-  for (int i = 0; i < 400; i++) nested = Field(std::string(1000, 'n'), nested);
+  for (int i = 0; i < 400; i++) nested = XFDFField(std::string(1000, 'n'), nested);
   EXPECT_EQ(WithFields(nested).Fields().FieldNames().Size(), 4u);
   // Names of 4,000 bytes that lead to 50,000 empty fields and one value; the names of all would take 200 MB.
   std::string leaves = Valued("z", "x");
-  for (int i = 0; i < kCount; i++) leaves += Field(std::to_string(i), "");
-  for (int i = 0; i < 400; i++) leaves = Field("nnnnnnnnn", leaves);
+  for (int i = 0; i < kCount; i++) leaves += XFDFField(std::to_string(i), "");
+  for (int i = 0; i < 400; i++) leaves = XFDFField("nnnnnnnnn", leaves);
   const ZXFDF empty = WithFields(leaves);
   EXPECT_LT(empty.Fields().FieldNames().Size(), 20'000U);
-  const auto visiting = std::chrono::steady_clock::now();
   size_t visited = 0;
   for (int i = 0; i < 20; i++) visited += empty.Fields().VisitValues([](auto, const auto&) { return false; }) ? 0 : 1;
   EXPECT_EQ(visited, 20U);
-  EXPECT_LT(std::chrono::steady_clock::now() - visiting, std::chrono::seconds(5));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+  EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 30);
 }
 
 }  // namespace
