@@ -3,9 +3,9 @@
 
 mutation_run.py [--only TEXT] [--jobs N] [--list]
 
-The changes are in mutations.txt. Each is made in a copy of the tree (build/mutation), which is built without
-optimisation and tested: the unit tests of the changed folder, all unit tests, then those of the tool. The run fails when
-fewer than 95 of 100 changes are noticed, or when one no longer fits the code.
+The changes are in mutations.txt. Each is made in a copy of the tree (build/mutation), which is built and tested: the
+unit tests of the changed folder, all unit tests, then those of the tool. The run fails when fewer than 95 of 100 changes
+are noticed, or when one no longer fits the code. Where there is ccache, the copy takes what the tree has built.
 """
 
 import argparse
@@ -59,14 +59,14 @@ def run(*command, seconds=3600):
 
 def noticed_by(name, jobs):
     """Which tests object to the copy; "" if none does."""
-    if run("cmake", "--build", "build", "--parallel", jobs, "--target", "zforms_tests"):
+    if run("cmake", "--build", "--preset", "dev", "--parallel", jobs, "--target", "zforms_tests"):
         return "the compiler"
     suites = next((suites for folder, suites in SUITES.items() if name.startswith(folder)), QUICK_SUITES)
     for suite in (suites, "*"):
-        if run("build/tests/zforms_tests", "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={suite}", seconds=600):
+        if run("build/dev/tests/zforms_tests", "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={suite}", seconds=600):
             return "a unit test"
-    if run("cmake", "--build", "build", "--parallel", jobs) or run(
-            "ctest", "--test-dir", "build", "-R", TOOL_TESTS, "--stop-on-failure", "--parallel", jobs):
+    if run("cmake", "--build", "--preset", "dev", "--parallel", jobs) or run(
+            "ctest", "--preset", "dev", "-R", TOOL_TESTS, "--stop-on-failure", "--parallel", jobs):
         return "a test of the tool"
     return ""
 
@@ -85,8 +85,7 @@ def main():
     if stale or options.list:
         return 1 if stale else 0
     update_copy()
-    if run("cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-           "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -D_GLIBCXX_ASSERTIONS") or noticed_by("", options.jobs):
+    if run("cmake", "--preset", "dev") or noticed_by("", options.jobs):
         print("the tests do not pass before any change")
         return 1
     chosen = [change for change in changes if options.only in change[0]]

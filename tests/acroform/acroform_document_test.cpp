@@ -119,7 +119,7 @@ TEST(AcroFormDocument, FillingFromXFDF) {
        "<</FT/Ch/Ff 2097152/T(a)/Opt[(x)(y)(z)]/V[(y)(z)]>>", "", "", ""},
       {"several values where one is taken", "<</FT/Tx/T(a)>>",
        "<field name='a'><value>1</value><value>2</value></field>", "<</FT/Tx/T(a)/V(1)>>", "", "",
-       "field \"a\": of several values the first\n"},
+       "field \"a\": of several values the first is taken\n"},
       {"a widget with a value of its own", "<</FT/Tx/T(a)/V(o)/Kids[<</Rect[]/V(o)>><</Rect[]>>]>>",
        "<field name='a'><value>n</value></field>", "<</FT/Tx/T(a)/V(n)/Kids[<</Rect[]/V(n)>><</Rect[]>>]>>", "", "",
        ""},
@@ -498,23 +498,6 @@ TEST(AcroFormDocument, NewObjectsAreSavedAndTheTrailerSettles) {
   EXPECT_EQ(Saved(form), bytes);
   EXPECT_EQ(ObjectOf(Loaded(bytes), 12), "<</T(new)>>");
   EXPECT_EQ(Loaded(bytes).Parser()->TrailerDico()->GetUIntValue("/Size"), 13U);
-}
-
-// Any text that XML allows is read back from the file unchanged.
-TEST(AcroFormDocument, RandomValuesComeBack) {
-  uint32_t state = 12345;
-  const auto random = [&state](uint32_t below) { return (state = state * 1664525 + 1013904223) / 65536 % below; };
-  const std::string_view pieces[] = {"a", " ",    "(",  ")", "\\", "%", "é", "€",  "Д",
-                                     "😀", "\r\n", "\t", "<", "&",  "#", "/", "þÿ", "\\)"};
-  ZAcroForm form = TwoFields().Form();
-  for (int i = 0; i < 200; i++) {
-    std::string value;
-    for (uint32_t n = random(i % 10 == 0 ? 400 : 12); n > 0; n--) value += pieces[random(std::size(pieces))];
-    form.SetValues(Data("b", Chaine(value)));
-    EXPECT_EQ(form.Fields()["b"]->ValueUTF8(), value);
-    const ZAcroForm reloaded = Loaded(Saved(form));
-    EXPECT_EQ(reloaded.Fields()["b"]->ValueUTF8(), value);
-  }
 }
 
 TEST(AcroFormDocument, FillingManyFieldsTakesTimeInProportion) {

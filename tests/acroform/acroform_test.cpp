@@ -321,18 +321,6 @@ TEST(AcroForm, WrappersFollowReplacedNodes) {
   EXPECT_EQ(field.GetAnnotation()->GetRect(), nullptr);
 }
 
-TEST(AcroForm, CopiesOfFieldsShareTheirKids) {
-  ZAcroForm form = FormText().Fields("<</T(a)/Kids[<</T(b)/V(1)>>]>>").Form();
-  auto copy = std::make_unique<ZAcroForm::FieldCollection>(form.Fields());
-  const Field field(*form.Fields()["a"]);
-  EXPECT_EQ((*copy)["a.b"], form.Fields()["a.b"]);
-  EXPECT_EQ(field["b"], form.Fields()["a.b"]);
-  *copy = field;
-  EXPECT_EQ((*copy)["b"]->Value(), "1");
-  copy.reset();
-  EXPECT_EQ(form.Fields()["a.b"]->Value(), "1");
-}
-
 TEST(AcroForm, ActionsAreReadAsTheyStand) {
   const struct {
     const char* button;

@@ -306,30 +306,6 @@ TEST(NodesTest, DictionaryChanges) {
   EXPECT_FALSE(ZPDFNodeNull::Default()->IsModified());
 }
 
-// Makes protected members of a node or leaf accessible.
-template <class Base>
-class Open : public Base {
- public:
-  using Base::AppendChild;
-  using Base::ReplaceChild;
-  Open* Clone() const override { return new Open(*this); }
-  void SendTo(ZPDFOutStream&, const ZPDFEncrypter*) const override {}
-};
-
-TEST(NodesTest, Children) {
-  Open<ZPDFNode> node;
-  for (int i = 0; i < 5; i++) node.AppendChild(new ZPDFNodeNumeric(i));
-  node.ReplaceChild(1, nullptr);
-  EXPECT_EQ(node.Size(), 4u);
-  EXPECT_EQ(node.GetDirectAt(1)->GetIntValue(), 2);
-  node.ReplaceChild(6, ZPDFNodeNull::Default());
-  EXPECT_EQ(node.Size(), 7u);
-  EXPECT_EQ(std::as_const(node).GetDirectAt(99), nullptr);
-  EXPECT_EQ(node.GetTargetAt(9), nullptr);
-  EXPECT_EQ(node.Size(), 10u);
-  EXPECT_DEATH(Open<ZPDFNodeLeaf>().AppendChild(ZPDFNodeNull::Default()), "");
-}
-
 TEST(NodesTest, CopiesAreDeepAndAssignmentsShallow) {
   const NodePtr source = Parse("<</A[1(x)null]/B 2>>");
   source->GetDirectAt(1)->SetModified(true, false);
