@@ -33,7 +33,8 @@ bool FormGuard::AllowsFilling(Console& console) const {
 
 bool FormGuard::AllowsDesigning(Console& console) const {
   Chaine fault = Rules().FaultOfDesigning();
-  if (fault.IsEmpty() && Rules().IsSigned() && saves_anew_) fault = Chaine("is signed, and in a new file ") + kNoneHolds;
+  if (fault.IsEmpty() && Rules().IsSigned() && saves_anew_)
+    fault = Chaine("is signed, and in a new file ") + kNoneHolds;
   if (fault.IsEmpty()) return true;
   if (!Options().force) {
     console.Fail(fault + "; --force writes it all the same");
