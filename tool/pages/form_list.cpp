@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "tool/office/office.h"
 #include "tool/pages/reader_page.h"
@@ -22,6 +23,13 @@ struct Texts {
   const char* fresh;
   const char* saved;
   const char* refused;
+  // What the script of the page says of this browser; "{n}" stands for a number.
+  const char* draft_here;
+  const char* saved_here;
+  const char* refused_here;
+  const char* go;
+  const char* found_one;
+  const char* found;
 };
 
 constexpr Texts kEnglish = {"en",
@@ -33,7 +41,13 @@ constexpr Texts kEnglish = {"en",
                             "Look at",
                             "New",
                             "Saved",
-                            "Refused"};
+                            "Refused",
+                            "Not saved, typed on",
+                            "Saved here on",
+                            "Refused here on",
+                            "Continue",
+                            "1 form",
+                            "{n} forms"};
 constexpr Texts kFrench = {
     "fr",
     "Formulaires",
@@ -45,7 +59,13 @@ constexpr Texts kFrench = {
     "Consulter",
     "Nouveau",
     "Enregistré",
-    "Refusé"};
+    "Refusé",
+    "Saisie non enregistrée du",
+    "Enregistré ici le",
+    "Refusé ici le",
+    "Continuer",
+    "1 formulaire",
+    "{n} formulaires"};
 
 std::string Escaped(std::string_view text) {
   std::string result;
@@ -107,6 +127,19 @@ std::string Item(Office& office, const Chaine& code, const Texts& texts, bool wi
   return item + "</div></li>\n";
 }
 
+// The texts of the script, as attributes.
+std::string ScriptTexts(const Texts& texts) {
+  const std::pair<const char*, const char*> attributes[] = {
+      {"draft", texts.draft_here},    {"saved", texts.saved_here}, {"refused", texts.refused_here}, {"go", texts.go},
+      {"found-one", texts.found_one}, {"found", texts.found},
+  };
+  std::string text;
+  for (const auto& [name, value] : attributes) {
+    text += " data-" + std::string(name) + "=\"" + Escaped(value) + "\"";
+  }
+  return text;
+}
+
 }  // namespace
 
 Language LanguageFor(std::string_view accepted) {
@@ -148,7 +181,8 @@ std::string FormList(Office& office, const ReaderPage* reader, Language language
       (with_reader ? texts.lead : texts.lead_without_reader) +
       "</p>\n<div id=\"search\" hidden><label for=\"wanted\">" + texts.search +
       "</label><input id=\"wanted\" type=\"search\" autocomplete=\"off\"><p id=\"found\" role=\"status\"></p></div>\n"
-      "<ul id=\"forms\">\n";
+      "<ul id=\"forms\"" +
+      ScriptTexts(texts) + ">\n";
   for (const Chaine& code : office.Server().Storage().Codes()) page += Item(office, code, texts, with_reader);
   return page + "</ul>\n</main>\n</body>\n</html>\n";
 }

@@ -6,12 +6,8 @@ import { make } from "./widgets.js";
 
 const MANY = 8;
 const { lang } = document.documentElement;
-const isFrench = lang === "fr";
-const texts = isFrench
-  ? { draft: "Saisie non enregistrée du", saved: "Enregistré ici le", refused: "Refusé ici le", go: "Continuer",
-      found: (n) => (n === 1 ? "1 formulaire" : `${n} formulaires`) }
-  : { draft: "Not saved, typed on", saved: "Saved here on", refused: "Refused here on", go: "Continue",
-      found: (n) => (n === 1 ? "1 form" : `${n} forms`) };
+// The server wrote the texts of this script into the page, in the language of the page.
+const texts = /** @type {HTMLElement} */ (document.getElementById("forms")).dataset;
 const style = new Intl.DateTimeFormat(localeOf(lang, navigator.languages), { dateStyle: "medium", timeStyle: "short" });
 
 const items = /** @type {HTMLElement[]} */ ([...document.querySelectorAll("#forms > li")]);
@@ -42,6 +38,9 @@ function addOwn() {
 
 const plain = (/** @type {string} */ text) => text.normalize("NFD").replace(/\p{M}/gu, "").toLowerCase();
 
+/** How many forms were found. */
+const say = (/** @type {number} */ count) => (count === 1 ? texts.foundOne : texts.found)?.replace("{n}", `${count}`) ?? "";
+
 function addSearch() {
   if (items.length < MANY) return;
   const search = /** @type {HTMLElement} */ (document.getElementById("search"));
@@ -52,7 +51,7 @@ function addSearch() {
   wanted.addEventListener("input", () => {
     const words = plain(wanted.value).split(/\s+/);
     for (const item of items) item.hidden = !words.every((word) => words_of.get(item)?.includes(word));
-    found.textContent = wanted.value.trim() ? texts.found(items.filter((item) => !item.hidden).length) : "";
+    found.textContent = wanted.value.trim() ? say(items.filter((item) => !item.hidden).length) : "";
   });
 }
 
