@@ -1,6 +1,7 @@
 # The headers that are installed: those of the classes for hosts, and the headers that these include. A test compiles
 # each of them alone against the installed package. All other headers are private and may change at any time.
 set(ZFORMS_PUBLIC_HEADERS
+    form.h
     platform/base/chaine.h
     platform/base/clock.h
     platform/base/containers.h
@@ -79,6 +80,7 @@ set(ZFORMS_PUBLIC_HEADERS
     acroform/field_collection.h
     acroform/field_option.h
     acroform/file_spec.h
+    acroform/form_field.h
     acroform/form_infos.h
     acroform/lazy_wrapper.h
     acroform/rect.h
@@ -88,11 +90,17 @@ set(ZFORMS_PUBLIC_HEADERS
     filling/byte_source.h
     filling/checked_filler.h
     filling/csv_reader.h
+    filling/csv_writer.h
     filling/data_kind.h
+    filling/export_format.h
     filling/fdf.h
     filling/field_rule.h
     filling/filling_guard.h
+    filling/form_export.h
+    filling/form_files.h
+    filling/form_message.h
     filling/form_press.h
+    filling/form_values.h
     filling/json_rows.h
     filling/row.h
     filling/row_reader.h

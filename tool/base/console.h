@@ -28,6 +28,7 @@ class Console {
   // For a damaged file, also prints how to recover it.
   void WarnAll(const ZDiagnostics& diagnostics);
   void Fail(std::string_view what);
+  bool HasFailed() const { return failed_; }
   // Returns the exit status, after printing how many warnings were not shown.
   int Finish();
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/forms/form_guard.h"
+#include "zforms/filling/filling_guard.h"
 
 namespace zforms::tool {
 

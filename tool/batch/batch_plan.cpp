@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tool/batch/batch_options.h"
+#include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/acro_form.h"
 #include "zforms/platform/text/letter_case.h"
@@ -14,12 +15,12 @@ std::string Folded(std::string_view text) { return FoldCase(text).ToString(); }
 
 }  // namespace
 
-bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, const FormGuard& guard, Console& console) {
-  const std::vector<FieldReport> order = ReportFields(form);
+bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, const FillingGuard& guard, Console& console) {
+  const std::vector<ZFormField> order = ReportFields(form);
   filler_ = std::make_unique<ZCheckedFiller>(form);
-  filler_->SetLocks([&guard](const Chaine& name) { return guard.LockOf(name); });
+  filler_->SetLocks([&guard](const Chaine& name) { return LockOf(guard, name); });
   Reports reports;
-  for (const FieldReport& report : order) {
+  for (const ZFormField& report : order) {
     if (!report.name.empty()) reports.emplace(report.name, &report);
   }
   mapped_ = !options.maps.empty();
@@ -32,8 +33,8 @@ bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, const FormGua
   return true;
 }
 
-void BatchPlan::TakeAllFields(const Reports& reports, const std::vector<FieldReport>& order) {
-  for (const FieldReport& report : order) {
+void BatchPlan::TakeAllFields(const Reports& reports, const std::vector<ZFormField>& order) {
+  for (const ZFormField& report : order) {
     const auto found = reports.find(report.name);
     if (found == reports.end() || found->second != &report) continue;  // a further widget
     BatchField field{report.name, filler_->RuleOf(report.name), report.name, {}, false, {}};
@@ -84,8 +85,8 @@ bool BatchPlan::TakeMaps(const BatchOptions& options, const Reports& reports, Co
   return true;
 }
 
-void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const FieldReport& report,
-                        const ZXFDFMapper::DataFieldRef& reference, Console& console) {
+void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, const ZXFDFMapper::DataFieldRef& reference,
+                        Console& console) {
   const std::string full = reference.rubric.ToString() + "." + reference.field.ToString();
   BatchField field{report.name, filler_->RuleOf(report.name), reference.field.ToString(), full, false, {}};
   if (field.rule == nullptr || !field.rule->IsFillable()) {

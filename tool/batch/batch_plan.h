@@ -9,12 +9,12 @@
 #include "tool/data/rubrics.h"
 #include "zforms/acroform/field_report.h"
 #include "zforms/filling/checked_filler.h"
+#include "zforms/filling/filling_guard.h"
 #include "zforms/filling/row.h"
 
 namespace zforms::tool {
 
 struct BatchOptions;
-class FormGuard;
 
 // One field that a batch fills.
 struct BatchField {
@@ -32,7 +32,7 @@ class BatchPlan {
  public:
   // The form must outlive the plan. When the maps or the rubric files cannot be read, prints the reason and returns
   // false. Warns for example of fields that maps name and the form does not have.
-  bool Make(const BatchOptions& options, ZAcroForm& form, const FormGuard& guard, Console& console);
+  bool Make(const BatchOptions& options, ZAcroForm& form, const FillingGuard& guard, Console& console);
 
   const std::vector<BatchField>& Fields() const { return fields_; }
   std::vector<std::string> FieldNames() const;
@@ -58,12 +58,12 @@ class BatchPlan {
   std::string WhyUnused(const std::string& name) const;
 
  private:
-  using Reports = std::unordered_map<std::string, const FieldReport*>;
+  using Reports = std::unordered_map<std::string, const ZFormField*>;
 
-  void TakeAllFields(const Reports& reports, const std::vector<FieldReport>& order);
+  void TakeAllFields(const Reports& reports, const std::vector<ZFormField>& order);
   bool TakeMaps(const BatchOptions& options, const Reports& reports, Console& console);
   bool ReadRubrics(const BatchOptions& options, const std::string& section, std::string* own);
-  void TakeMap(const ZXFDFMapper& mapper, const FieldReport& report, const ZXFDFMapper::DataFieldRef& reference,
+  void TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, const ZXFDFMapper::DataFieldRef& reference,
                Console& console);
 
   std::unique_ptr<ZCheckedFiller> filler_;  // for the form of the plan

@@ -1,10 +1,8 @@
 #include "tool/batch/row_filler.h"
 
-#include "tool/forms/form_guard.h"
-
 namespace zforms::tool {
 
-RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FormGuard& guard)
+RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard)
     : plan_(plan), match_(plan), press_(form, plan.FieldNames(), guard) {}
 
 Chaine RowFiller::Fill(const Row& row) {

@@ -13,7 +13,7 @@ namespace zforms::tool {
 // thread; the plan and the guard are shared and must outlive it.
 class RowFiller {
  public:
-  RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FormGuard& guard);
+  RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard);
 
   // The form filled with the values of the row, which the fields must accept.
   Chaine Fill(const Row& row);

@@ -15,7 +15,9 @@
 #include "tool/batch/row_filler.h"
 #include "tool/cli/commands.h"
 #include "tool/data/data_file.h"
+#include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
+#include "zforms/filling/form_values.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/base/diagnostics.h"
 #include "zforms/platform/files/inet_stream.h"
@@ -88,7 +90,7 @@ class BatchRun {
   const BatchOptions& options_;
   Console& console_;
   ZAcroForm form_;
-  std::unique_ptr<FormGuard> guard_;
+  std::unique_ptr<FillingGuard> guard_;
   int form_status_ = kDone;
   bool forbidden_ = false;
   BatchPlan plan_;
@@ -160,9 +162,11 @@ bool BatchRun::MakeWhole(Console& console) {
 // Prints what forbids filling once, not for each row.
 bool BatchRun::Guard() {
   Console console(options_.file);
-  guard_ = std::make_unique<FormGuard>(form_, options_.guard);
-  forbidden_ = !guard_->AllowsFilling(console);
-  if (!forbidden_) guard_->SayWhatGoes(console);
+  guard_ = std::make_unique<FillingGuard>(form_, options_.guard);
+  ZFormMessages messages;
+  forbidden_ = !guard_->AllowsFilling(&messages);
+  if (!forbidden_) guard_->SayWhatGoes(&messages);
+  Say(messages, console);
   form_status_ = console.Finish();
   return !forbidden_;
 }

@@ -47,8 +47,9 @@ std::string KindText(const ZAcroForm& form, ZAcroFormChangeRules::XFA xfa) {
 }
 
 // Adds what limits changes.
-void AddRules(const ZAcroFormChangeRules& rules, const std::vector<FieldReport>& fields, Summary* summary) {
-  const auto count = std::count_if(fields.begin(), fields.end(), [](const auto& field) { return field.type == "sig"; });
+void AddRules(const ZAcroFormChangeRules& rules, const std::vector<ZFormField>& fields, Summary* summary) {
+  const auto count = std::count_if(fields.begin(), fields.end(),
+                                   [](const auto& field) { return field.kind == ZFormField::Kind::kSignature; });
   if (count > 0) {
     const std::string of_fields = Count(static_cast<size_t>(count), "field");
     summary->Line("signatures", std::to_string(rules.Signatures().size()) + " in " + of_fields + " for them");
@@ -72,9 +73,9 @@ std::string EncryptionText(const ZPDFEncryption* encryption) {
          ", permission flags " + std::to_string(static_cast<int32_t>(encryption->StandardFlags()));
 }
 
-std::string FieldsText(const std::vector<FieldReport>& fields) {
+std::string FieldsText(const std::vector<ZFormField>& fields) {
   std::map<std::string, size_t> types;
-  for (const FieldReport& field : fields) types[field.type]++;
+  for (const ZFormField& field : fields) types[std::string(KindName(field.kind))]++;
   std::string text = std::to_string(fields.size());
   const char* separator = ": ";
   for (const auto& [type, count] : types) {
@@ -112,13 +113,13 @@ std::string ObjectText(const ZPDFObjectIdentifier& id) {
   return "object " + std::to_string(id.Number()) + " " + std::to_string(id.Generation()) + ": ";
 }
 
-void CheckFields(const std::vector<FieldReport>& fields, Console& console) {
+void CheckFields(const std::vector<ZFormField>& fields, Console& console) {
   std::map<std::string, size_t> names;
-  for (const FieldReport& field : fields) {
-    const std::string where = ObjectText(field.object);
+  for (const ZFormField& field : fields) {
+    const std::string where = ObjectText({field.object_number, field.generation});
     if (field.name.empty()) console.Warn(where + "a field has no name");
-    if (field.type == "none") console.Warn(where + "field \"" + field.name + "\" has no type");
-    if (field.widgets == 0) console.Warn(where + "field \"" + field.name + "\" is shown nowhere");
+    if (field.kind == ZFormField::Kind::kNone) console.Warn(where + "field \"" + field.name + "\" has no type");
+    if (field.widgets.empty()) console.Warn(where + "field \"" + field.name + "\" is shown nowhere");
     if (names[field.name]++ == 1) console.Warn(where + "several fields are named \"" + field.name + "\"");
   }
 }
@@ -145,7 +146,7 @@ int RunCheck(const CheckOptions& options) {
   ZPDFParser& parser = *form.Parser();
   Summary summary;
   const size_t objects = LoadAll(parser);
-  const std::vector<FieldReport> fields = ReportFields(form);
+  const std::vector<ZFormField> fields = ReportFields(form);
   const ZAcroFormChangeRules rules(form);
   summary.Line("kind", KindText(form, rules.GetXFA()));
   summary.Line("version", parser.PDFVersion().ToString());

@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "tool/batch/batch_options.h"
-#include "tool/forms/form_guard.h"
+#include "zforms/filling/export_format.h"
+#include "zforms/filling/filling_guard.h"
 
 namespace zforms::tool {
 
@@ -33,7 +34,7 @@ int RunFill(const FillOptions& options);
 
 struct ExportOptions {
   std::vector<std::string> files;
-  std::string format = "xfdf";  // xfdf, fdf, json, jsonl or csv
+  ExportFormat format = ExportFormat::kXFDF;
   std::string output;
   std::string password;
   bool all = false;

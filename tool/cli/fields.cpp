@@ -5,7 +5,6 @@
 #include "tool/base/table.h"
 #include "tool/cli/commands.h"
 #include "tool/forms/open_form.h"
-#include "zforms/acroform/field_report.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/text/text.h"
 
@@ -14,8 +13,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string ObjectText(const ZPDFObjectIdentifier& id) {
-  return std::to_string(id.Number()) + " " + std::to_string(id.Generation());
+std::string ObjectText(const ZFormField& field) {
+  return std::to_string(field.object_number) + " " + std::to_string(field.generation);
 }
 
 // A text (empty when absent), or a list of texts.
@@ -24,10 +23,10 @@ Json ValueJson(const std::vector<std::string>& texts, bool is_array) {
   return texts.empty() ? std::string() : texts.front();
 }
 
-Json FieldJson(const FieldReport& field) {
+Json FieldJson(const ZFormField& field) {
   Json json;
   json["name"] = field.name;
-  json["type"] = field.type;
+  json["type"] = KindName(field.kind);
   json["flags"] = field.flags;
   json["value"] = ValueJson(field.values, field.value_is_array);
   json["default"] = ValueJson(field.defaults, field.default_is_array);
@@ -36,22 +35,22 @@ Json FieldJson(const FieldReport& field) {
     json["options"].push_back({{"export", exported}, {"display", shown.empty() ? exported : shown}});
   }
   json["states"] = field.states;
-  json["widgets"] = field.widgets;
-  json["page"] = field.page == 0 ? Json(nullptr) : Json(field.page);
-  json["object"] = field.object.Number() == 0 ? Json(nullptr) : Json(ObjectText(field.object));
+  json["widgets"] = field.widgets.size();
+  json["page"] = field.Page() == 0 ? Json(nullptr) : Json(field.Page());
+  json["object"] = field.object_number == 0 ? Json(nullptr) : Json(ObjectText(field));
   json["listed"] = field.is_listed;
-  json["tooltip"] = field.tool_tip.empty() ? Json(nullptr) : Json(field.tool_tip);
+  json["tooltip"] = field.label.empty() ? Json(nullptr) : Json(field.label);
   json["maxlen"] = field.max_length == 0 ? Json(nullptr) : Json(field.max_length);
   return json;
 }
 
-std::string JsonText(const std::string& file, ZAcroForm& form, const std::vector<FieldReport>& fields) {
+std::string JsonText(const std::string& file, const ZAcroForm& form, const std::vector<ZFormField>& fields) {
   Json json;
   json["file"] = file;
   json["version"] = std::string(TrimBlanks(form.Parser()->PDFVersion()));
   json["encrypted"] = form.EncryptionLoad() != nullptr;
   json["fields"] = Json::array();
-  for (const FieldReport& field : fields) json["fields"].push_back(FieldJson(field));
+  for (const ZFormField& field : fields) json["fields"].push_back(FieldJson(field));
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
@@ -64,20 +63,22 @@ std::string Joined(const std::vector<std::string>& texts) {
 }
 
 // The possible values: a button's states, or the options as "export=display".
-std::string Choices(const FieldReport& field) {
+std::string Choices(const ZFormField& field) {
   std::vector<std::string> choices = field.states;
-  if (field.options.empty() || field.type == "check" || field.type == "radio") return Joined(choices);
+  if (field.options.empty() || field.kind == ZFormField::Kind::kCheckBox ||
+      field.kind == ZFormField::Kind::kRadioButton)
+    return Joined(choices);
   for (const auto& [exported, shown] : field.options) {
     choices.push_back(shown.empty() || shown == exported ? exported : exported + "=" + shown);
   }
   return Joined(choices);
 }
 
-std::string TableText(const std::vector<FieldReport>& fields) {
+std::string TableText(const std::vector<ZFormField>& fields) {
   Table table({"NAME", "TYPE", "VALUE", "DEFAULT", "CHOICES", "FLAGS", "PAGE"});
-  for (const FieldReport& field : fields) {
-    table.AddRow({field.name, field.type, Joined(field.values), Joined(field.defaults), Choices(field),
-                  FlagWords(field), field.page == 0 ? "" : std::to_string(field.page)});
+  for (const ZFormField& field : fields) {
+    table.AddRow({field.name, std::string(KindName(field.kind)), Joined(field.values), Joined(field.defaults),
+                  Choices(field), FlagWords(field), field.Page() == 0 ? "" : std::to_string(field.Page())});
   }
   return table.Text(TerminalColumns());
 }
@@ -86,13 +87,13 @@ std::string TableText(const std::vector<FieldReport>& fields) {
 
 int RunFields(const FieldsOptions& options) {
   Console console(options.file);
-  ZAcroForm form;
-  if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
-  const std::vector<FieldReport> fields = ReportFields(form);
-  const bool printed = Print(options.json ? JsonText(options.file, form, fields) : TableText(fields));
+  ZForm form;
+  if (!OpenForm(options.file, {options.password, options.recover}, form, console)) return console.Finish();
+  const std::vector<ZFormField> fields = form.Fields();
+  const bool printed = Print(options.json ? JsonText(options.file, form.Document(), fields) : TableText(fields));
   if (!printed) console.Fail("standard output cannot be written");
-  console.WarnAll(form.Diagnostics());
-  if (fields.empty()) console.Warn(WhyNoFields(form));
+  console.WarnAll(form.Document().Diagnostics());
+  if (fields.empty()) console.Warn(WhyNoFields(form.Document()));
   return console.Finish();
 }
 

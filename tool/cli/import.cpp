@@ -5,11 +5,12 @@
 #include "tool/base/console.h"
 #include "tool/base/files.h"
 #include "tool/cli/server_commands.h"
-#include "tool/forms/form_guard.h"
+#include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
 #include "tool/forms/template_check.h"
 #include "zforms/acroform/action.h"
 #include "zforms/acroform/change_rules.h"
+#include "zforms/filling/filling_guard.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
@@ -230,7 +231,10 @@ int RunImport(const ImportOptions& options) {
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
   const bool is_classic = !form.Parser()->HasXRefStreams();
   const bool writes_anew = !is_classic || NeedsPassword(form);
-  if (!FormGuard(form, {false, options.force}, writes_anew).AllowsDesigning(console)) return console.Finish();
+  ZFormMessages messages;
+  const bool allowed = FillingGuard(form, {false, options.force}, writes_anew).AllowsDesigning(&messages);
+  Say(messages, console);
+  if (!allowed) return console.Finish();
   Importer(form).Mend();
   if (!ZAcroFormChangeRules::DropXFA(form).empty()) Say("the XFA form, which readers would show instead", "removed");
   if (!ZAcroFormChangeRules::DropUsageRights(form).empty()) Say("usage rights, which end with a change", "removed");

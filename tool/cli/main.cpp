@@ -138,8 +138,13 @@ class CommandLine {
                             "  zforms export filled/*.pdf --format csv -o table.csv",
                             [this] { return RunExport(export_); });
     command->add_option("FORM", export_.files, "The PDF file, or \"-\" for standard input.")->required();
-    command->add_option("--format", export_.format, "The format; the default is xfdf.")
-        ->check(CLI::IsMember({"xfdf", "fdf", "json", "jsonl", "csv"}));
+    std::vector<std::string> formats;
+    for (const ExportFormatName& format : kExportFormats) formats.emplace_back(format.name);
+    command
+        ->add_option_function<std::string>(
+            "--format", [this](const std::string& name) { export_.format = FindExportFormat(name)->format; },
+            "The format; the default is " + std::string(NameOf(export_.format).name) + ".")
+        ->check(CLI::IsMember(formats));
     command->add_flag("--all", export_.all, "Include the fields that the form marks as not to be exported.");
     command->add_flag(
         "--spreadsheet", export_.spreadsheet,

@@ -41,21 +41,21 @@ class MapTable {
   MapTable(const ZXFDFMapper& mapper, const std::set<std::string>& with_data, Console& console)
       : mapper_(mapper), with_data_(with_data), console_(console) {}
 
-  std::string Text(const std::vector<FieldReport>& fields) {
+  std::string Text(const std::vector<ZFormField>& fields) {
     Table table({"FIELD", "TYPE", "FED BY", "VALUE"});
-    std::vector<const FieldReport*> unmapped;
+    std::vector<const ZFormField*> unmapped;
     std::unordered_set<std::string> seen;
-    for (const FieldReport& field : fields) {
+    for (const ZFormField& field : fields) {
       if (!seen.insert(field.name).second || field.name.empty()) continue;
       const auto* reference = mapper_.Maps().Find(field.name);
       if (reference == nullptr || !reference->IsMapped()) {
         unmapped.push_back(&field);
         continue;
       }
-      table.AddRow({field.name, field.type, reference->rubric.ToString() + "." + reference->field.ToString(),
-                    ValueOf(field.name, *reference)});
+      table.AddRow({field.name, std::string(KindName(field.kind)),
+                    reference->rubric.ToString() + "." + reference->field.ToString(), ValueOf(field.name, *reference)});
     }
-    for (const FieldReport* field : unmapped) table.AddRow({field->name, field->type, "-", ""});
+    for (const ZFormField* field : unmapped) table.AddRow({field->name, std::string(KindName(field->kind)), "-", ""});
     for (const auto& [name, reference] : mapper_.Maps()) {
       if (!seen.contains(name.ToString())) {
         console_.Warn("the maps name a field \"" + name.ToString() + "\", which the form does not have");

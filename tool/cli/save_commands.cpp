@@ -3,7 +3,7 @@
 #include "tool/base/files.h"
 #include "tool/cli/commands.h"
 #include "tool/forms/file_check.h"
-#include "tool/forms/form_guard.h"
+#include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/viewer_infos.h"
 #include "zforms/pdf/crypt/encryption.h"
@@ -42,11 +42,15 @@ std::string FlagsText(const ZAcroForm& form) {
 
 // Usage rights end with the change; what signatures forbid is refused.
 bool GuardChange(ZAcroForm& form, bool force, Console& console, bool writes_anew = false) {
-  const FormGuard guard(form, {true, force}, writes_anew);
-  if (!guard.AllowsDesigning(console)) return false;
-  guard.Drop(form);
-  guard.SayWhatGoes(console);
-  return true;
+  const FillingGuard guard(form, {true, force}, writes_anew);
+  ZFormMessages messages;
+  const bool allowed = guard.AllowsDesigning(&messages);
+  if (allowed) {
+    guard.Drop(form);
+    guard.SayWhatGoes(&messages);
+  }
+  Say(messages, console);
+  return allowed;
 }
 
 }  // namespace
@@ -86,7 +90,7 @@ int RunPermissions(const PermissionsOptions& options) {
   const bool loses = form.SavesAnew() && form.WouldLose();
   console.WarnAll(form.Diagnostics());
   if (MayWriteAnew(loses, options.recover, options.force, console)) {
-    SaveForm(options.file, options.output, form, console);
+    SaveForm(options.output, form, console);
   }
   return console.Finish();
 }
@@ -111,7 +115,7 @@ int RunViewer(const ViewerOptions& options) {
     if (!wanted || (!*wanted && !form.HasViewerPreferences())) continue;
     if (ZAcroFormViewerInfos* infos = form.ViewerPreferences()) (infos->*set)(*wanted);
   }
-  SaveForm(options.file, options.output, form, console);
+  SaveForm(options.output, form, console);
   console.WarnAll(form.Diagnostics());
   return console.Finish();
 }

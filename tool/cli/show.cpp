@@ -2,6 +2,7 @@
 #include "tool/base/files.h"
 #include "tool/cli/commands.h"
 #include "tool/forms/open_form.h"
+#include "zforms/filling/form_files.h"
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/crypt/encryption_method.h"
 #include "zforms/pdf/dictionary_node.h"

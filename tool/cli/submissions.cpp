@@ -6,7 +6,7 @@
 #include "tool/cli/server_commands.h"
 #include "tool/office/store.h"
 #include "tool/office/submitted_fields.h"
-#include "zforms/filling/csv_reader.h"
+#include "zforms/filling/csv_writer.h"
 #include "zforms/xfdf/xfdf.h"
 
 namespace zforms::tool {
@@ -24,29 +24,28 @@ void ReadFields(Submission* submission) {
 
 // One line for each submission, one column for each field of any submission.
 std::string AsCSV(const Submissions& submissions, bool raw) {
-  const auto cell = [raw](const std::string& content) {
-    std::string written;
-    AppendCsvCell(&written, raw ? content : ForSpreadsheet(content));
-    return written;
-  };
   std::set<std::string> names;
   for (const Submission& submission : submissions) {
     for (const auto& [name, value] : submission.fields) names.insert(name);
   }
+  std::vector<std::string> cells(std::begin(kColumns), std::end(kColumns));
+  cells.insert(cells.end(), names.begin(), names.end());
   std::string text;
-  for (const char* column : kColumns) text += (text.empty() ? "" : ",") + std::string(column);
-  for (const std::string& name : names) text += "," + cell(name);
-  text += "\r\n";
+  AppendCSVLine(&text, cells, !raw);
   for (const Submission& one : submissions) {
-    text += std::to_string(one.id) + "," + one.received + "," + cell(one.code) + "," + std::to_string(one.folder) +
-            "," + std::to_string(static_cast<int32_t>(one.year)) + "," + std::to_string(one.transaction) + "," +
-            std::to_string(one.count);
+    cells = {std::to_string(one.id),
+             one.received,
+             one.code,
+             std::to_string(one.folder),
+             std::to_string(static_cast<int32_t>(one.year)),
+             std::to_string(one.transaction),
+             std::to_string(one.count)};
     const std::map<std::string, std::string> fields(one.fields.begin(), one.fields.end());
     for (const std::string& name : names) {
       const auto found = fields.find(name);
-      text += "," + (found == fields.end() ? std::string() : cell(found->second));
+      cells.push_back(found == fields.end() ? std::string() : found->second);
     }
-    text += "\r\n";
+    AppendCSVLine(&text, cells, !raw);
   }
   return text;
 }

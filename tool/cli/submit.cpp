@@ -72,8 +72,8 @@ std::string ModeOf(const ZAcroFormServerForm& form) {
 // Fills the form; every value that is not accepted is a failure.
 void FillIn(ZAcroFormServerForm& form, const std::vector<std::string>& changes, Console& console) {
   std::set<std::string> unsent;
-  for (const FieldReport& field : ReportFields(form)) {
-    if ((field.flags & ZAcroFormField::kNoExportFlag) != 0) unsent.insert(field.name);
+  for (const ZFormField& field : ReportFields(form)) {
+    if (field.IsNoExport()) unsent.insert(field.name);
   }
   ZCheckedFiller filler(form);
   for (const std::string& change : changes) {
@@ -96,10 +96,8 @@ ZXFDF ReadValues(ZAcroFormServerForm& form, const ZInetURL& href) {
   ZXFDF data;
   data.SetPDFHRef(href);
   data.SetIDS(form.Parser()->IDOriginal(), form.Parser()->IDModified());
-  for (const FieldReport& field : ReportFields(form)) {
-    if (field.name.empty() || field.type == "push" || field.type == "sig" ||
-        (field.flags & ZAcroFormField::kNoExportFlag) != 0)
-      continue;
+  for (const ZFormField& field : ReportFields(form)) {
+    if (!field.IsExported()) continue;
     ZXFDF::Field& sent = data.Fields().AddField(field.name);
     PTableau<Chaine> values(field.values.begin(), field.values.end());
     if (!values.empty()) sent.SetValues(values);

@@ -1,35 +1,34 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "tool/base/console.h"
 #include "zforms/acroform/acro_form.h"
+#include "zforms/form.h"
 
 namespace zforms::tool {
 
-// The possible bytes of a password: up to revision 3 it is in PDFDocEncoding (ISO 32000-1 7.6.3.3), but some writers
-// used the terminal's UTF-8.
-std::vector<Chaine> PasswordForms(const std::string& password);
-
-// The end of the message about a file that could not be read: whether --recover can read it; empty when the reason is
-// not damage. `bytes` are the contents of standard input.
+// What to add to the reason why a file could not be read: whether --recover reads it,
+// nothing where the reason is no damage. `bytes` are those of standard input.
 Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::string& password, const Chaine& reason);
 
-// Loads the document from a file or standard input, with the fields of its pages. When it cannot be read or the
-// password does not open it, prints the reason and returns false. A damaged file is read only with `recover`.
+// Loads the document from a file or standard input. False, and said, when it
+// cannot be read or the password does not open it. A damaged file is read when it is
+// to be recovered. Its fields are those of its pages as well.
 bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
               bool recover = false);
 
-// The same; also fails when the document has no form.
+// The same, and false as well when the document has no form.
 bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
                         bool recover = false);
 
-// The message about a document without fields.
+// The same for the commands on fields and values; one without a form opens as well.
+bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form, Console& console);
+
+// What to say of a document that has no fields.
 std::string WhyNoFields(const ZAcroForm& form);
 
-// Saves the document: in place when `output` is its own file and only an update is appended, else to a temporary file
-// that is renamed to `output`. On failure prints the reason and returns false.
-bool SaveForm(const std::string& file, const std::string& output, ZAcroForm& form, Console& console);
+// Saves the document to a file (see zforms::SaveForm) or to standard output. False, and said, when that fails.
+bool SaveForm(const std::string& output, ZAcroForm& form, Console& console);
 
 }  // namespace zforms::tool

@@ -3,7 +3,6 @@
 #include <string_view>
 #include <utility>
 
-#include "tool/data/export_table.h"
 #include "zforms/acroform/action.h"
 #include "zforms/acroform/field_report.h"
 #include "zforms/acroform/page_index.h"
@@ -67,8 +66,8 @@ void AddReset(const ZAcroFormField& field, const std::string& name, FormCard* ca
 }
 
 void AddValues(ZAcroForm& form, FormCard* card) {
-  for (FieldReport& field : ReportFields(form)) {
-    if (IsExportable(field) && !field.values.empty()) card->values.emplace(field.name, std::move(field.values));
+  for (ZFormField& field : ReportFields(form)) {
+    if (field.IsExported() && !field.values.empty()) card->values.emplace(field.name, std::move(field.values));
   }
 }
 

@@ -162,6 +162,12 @@ void ZAcroFormField::SetValue(const Chaine& value) {
   SetTextAt("/V", value, type == eCheckBox || type == eRadioButton);
 }
 
+void ZAcroFormField::SetValueUTF8(const Chaine& text) {
+  const eFieldType type = Type();
+  const bool is_name = type == eCheckBox || type == eRadioButton;
+  SetValue(is_name ? UTF8ToPDFName(text) : UTF8ToPDFText(text));
+}
+
 void ZAcroFormField::SetValues(const PTableau<Chaine>& values) {
   if (values.size() <= 1) {
     SetValue(values.empty() ? Chaine() : values[0]);

@@ -84,8 +84,10 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   Chaine ValueUTF8() const;
   // Like Value, with one text for each element of an array.
   PTableau<Chaine> Values() const;
-  // Sets "/V": to a name for check boxes and radio buttons, else to a string. Removes "/I" of a choice field.
+  // Takes the bytes of a PDF text string, which are not UTF-8: SetValueUTF8 takes UTF-8 text. Sets "/V": to a name
+  // for check boxes and radio buttons, else to a string. Removes "/I" of a choice field.
   void SetValue(const Chaine& value);
+  void SetValueUTF8(const Chaine& text);
   // Writes several values of a list box as an array, one value as a string.
   void SetValues(const PTableau<Chaine>& values);
 

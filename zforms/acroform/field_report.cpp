@@ -1,5 +1,6 @@
 #include "zforms/acroform/field_report.h"
 
+#include <algorithm>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -19,43 +20,20 @@
 namespace zforms {
 namespace {
 
-constexpr uint32_t kComboFlag = 0x20000;
-
-struct FlagName {
-  uint32_t mask;
-  std::string_view types;  // the types for which the bit has this meaning; empty for all
-  std::string_view word;
-};
-
-// ISO 32000-1 tables 221, 226, 228 and 230.
-constexpr FlagName kFlagNames[] = {
-    {0x1, "", "read-only"},
-    {0x2, "", "required"},
-    {0x4, "", "no-export"},
-    {0x1000, "text", "multi-line"},
-    {0x2000, "text", "password"},
-    {0x100000, "text", "file"},
-    {0x1000000, "text", "comb"},
-    {0x2000000, "text", "rich"},
-    {0x4000, "radio", "no-toggle-to-off"},
-    {0x2000000, "radio", "in-unison"},
-    {0x40000, "combo", "editable"},
-    {0x80000, "combo list", "sorted"},
-    {0x200000, "list", "multi-select"},
-};
-
 std::string UTF8(const Chaine& text) { return PDFTextToUTF8(text).ToString(); }
 
-std::string TypeName(const ZAcroFormField& field) {
+ZFormField::Kind KindOf(const ZAcroFormField& field) {
+  using Kind = ZFormField::Kind;
   switch (field.InheritedType()) {
-    case ZAcroFormField::ePushButton: return "push";
-    case ZAcroFormField::eCheckBox: return "check";
-    case ZAcroFormField::eRadioButton: return "radio";
-    case ZAcroFormField::eText: return "text";
-    case ZAcroFormField::eChoice: return (field.InheritedFlags() & kComboFlag) != 0 ? "combo" : "list";
+    case ZAcroFormField::ePushButton: return Kind::kPushButton;
+    case ZAcroFormField::eCheckBox: return Kind::kCheckBox;
+    case ZAcroFormField::eRadioButton: return Kind::kRadioButton;
+    case ZAcroFormField::eText: return Kind::kText;
+    case ZAcroFormField::eChoice:
+      return (field.InheritedFlags() & ZAcroFormField::kComboFlag) != 0 ? Kind::kComboBox : Kind::kListBox;
     case ZAcroFormField::eOtherField: break;
   }
-  return field.IsSignature() ? "sig" : "none";
+  return field.IsSignature() ? Kind::kSignature : Kind::kNone;
 }
 
 // The nearest value of a key: of the field or else of an ancestor.
@@ -77,11 +55,15 @@ std::vector<std::string> Texts(const ZPDFNode* value, const Chaine& single) {
   return texts;
 }
 
-bool HasNamedKids(const ZAcroFormField& field) {
-  for (uint32_t i = 0; i < field.Size(); i++) {
-    if (field.GetAt(i)->HasName()) return true;
+ZFormField::Widget WidgetOf(const ZAcroFormField& field, uint32_t page) {
+  const auto* const rectangle = NodeCast<ZPDFNodeArray>(field.Dico()->GetTarget("/Rect"));
+  if (rectangle == nullptr || rectangle->Size() != 4) return {page};
+  double at[4];
+  for (size_t i = 0; i < 4; i++) {
+    const ZPDFNode* const number = rectangle->GetTargetAt(i);
+    at[i] = number == nullptr ? 0 : number->GetDoubleValue();
   }
-  return false;
+  return {page, std::min(at[0], at[2]), std::min(at[1], at[3]), std::max(at[0], at[2]), std::max(at[1], at[3])};
 }
 
 class Reporter {
@@ -93,7 +75,7 @@ class Reporter {
     unlisted_.insert(unlisted.begin(), unlisted.end());
   }
 
-  std::vector<FieldReport> Run() {
+  std::vector<ZFormField> Run() {
     for (uint32_t i = 0; i < form_.Fields().Size(); i++) Walk(*form_.Fields().GetAt(i), true);
     return std::move(reports_);
   }
@@ -111,22 +93,24 @@ class Reporter {
   }
 
   void Report(ZAcroFormField& field, bool is_listed) {
-    FieldReport report;
+    ZFormField report;
     report.is_listed = is_listed;
-    report.field = &field;
     report.name = field.FullNameUTF8().ToString();
-    report.type = TypeName(field);
+    report.kind = KindOf(field);
     report.flags = field.InheritedFlags();
     ReadValues(field, &report);
     ReadWidgets(field, &report);
-    if (const auto found = objects_.find(field.Dico()); found != objects_.end()) report.object = found->second;
-    report.tool_tip = UTF8(field.Dico()->GetStringValue("/TU"));
+    if (const auto found = objects_.find(field.Dico()); found != objects_.end()) {
+      report.object_number = found->second.Number();
+      report.generation = found->second.Generation();
+    }
+    report.label = UTF8(field.Dico()->GetStringValue("/TU"));
     const ZPDFNode* max_length = Inherited(field, "/MaxLen");
     report.max_length = max_length == nullptr ? 0 : max_length->GetUIntValue();
     reports_.push_back(std::move(report));
   }
 
-  static void ReadValues(const ZAcroFormField& field, FieldReport* report) {
+  static void ReadValues(const ZAcroFormField& field, ZFormField* report) {
     const ZPDFNode* value = Inherited(field, "/V");
     report->value_is_array = NodeCast<ZPDFNodeArray>(value) != nullptr;
     for (const Chaine& text : FieldValues(field)) report->values.push_back(text.ToString());
@@ -134,17 +118,18 @@ class Reporter {
     report->default_is_array = NodeCast<ZPDFNodeArray>(default_value) != nullptr;
     if (default_value != nullptr) report->defaults = Texts(default_value, field.DefaultValueUTF8());
     for (const ZAcroFormFieldOption& option : field.Options()) {
-      report->options.emplace_back(UTF8(option.ExportValue()), UTF8(option.DisplayName()));
+      report->options.push_back({UTF8(option.ExportValue()), UTF8(option.DisplayName())});
     }
   }
 
-  void ReadWidgets(const ZAcroFormField& field, FieldReport* report) {
+  void ReadWidgets(const ZAcroFormField& field, ZFormField* report) {
     const PTableau<const ZAcroFormField*> widgets = field.Widgets();
-    report->widgets = widgets.size();
     for (const ZAcroFormField* widget : widgets) {
-      if (report->page == 0) report->page = pages_.PageOf(widget->Dico());
+      report->widgets.push_back(WidgetOf(*widget, pages_.PageOf(widget->Dico())));
     }
-    if (report->type != "check" && report->type != "radio" && report->type != "push") return;
+    using Kind = ZFormField::Kind;
+    const Kind kind = report->kind;
+    if (kind != Kind::kCheckBox && kind != Kind::kRadioButton && kind != Kind::kPushButton) return;
     for (const Chaine& state : ButtonStates(field)) report->states.push_back(PDFNameToUTF8(state).ToString());
   }
 
@@ -152,12 +137,19 @@ class Reporter {
   PageIndex pages_;
   std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> objects_;
   std::unordered_set<const ZAcroFormField*> unlisted_;
-  std::vector<FieldReport> reports_;
+  std::vector<ZFormField> reports_;
 };
 
 }  // namespace
 
-std::vector<FieldReport> ReportFields(ZAcroForm& form) { return Reporter(form).Run(); }
+bool HasNamedKids(const ZAcroFormField& field) {
+  for (uint32_t i = 0; i < field.Size(); i++) {
+    if (field.GetAt(i)->HasName()) return true;
+  }
+  return false;
+}
+
+std::vector<ZFormField> ReportFields(ZAcroForm& form) { return Reporter(form).Run(); }
 
 std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const ZPDFParser& parser) {
   std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> objects;
@@ -166,17 +158,6 @@ std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const Z
     objects.emplace(std::as_const(*location.object).GetDirectAt(0), location.id);
   }
   return objects;
-}
-
-std::string FlagWords(const FieldReport& field) {
-  std::string words;
-  for (const FlagName& flag : kFlagNames) {
-    if ((field.flags & flag.mask) == 0) continue;
-    if (!flag.types.empty() && flag.types.find(field.type) == std::string_view::npos) continue;
-    if (!words.empty()) words += ", ";
-    words += flag.word;
-  }
-  return words;
 }
 
 }  // namespace zforms

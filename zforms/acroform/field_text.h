@@ -8,6 +8,9 @@ class ZAcroFormField;
 
 // How filling writes texts; for the library's sources.
 
+// The keys that filling sets or removes in fields and widgets, and, the last, in the form.
+inline constexpr const char* kFilledKeys[] = {"/V", "/AS", "/RV", "/I", "/NeedAppearances"};
+
 // True when two UTF-8 texts differ at most in the kind of their line ends.
 bool IsSameText(const Chaine& a, const Chaine& b);
 // The UTF-8 text with every line end replaced by LF.

@@ -44,11 +44,4 @@ class ZFORMS_API CsvReader : public RowReader {
   size_t record_size_ = 0;
 };
 
-// Appends the text as one cell, quoted if necessary.
-ZFORMS_API void AppendCsvCell(std::string* out, std::string_view text);
-
-// Puts "'" before a text that a spreadsheet would take for a formula: one that begins with "=", "@", a tab or a line
-// end, or with "+" or "-" when it is neither a number nor a telephone number.
-ZFORMS_API std::string ForSpreadsheet(std::string_view text);
-
 }  // namespace zforms

@@ -3,12 +3,60 @@
 #include "zforms/acroform/acro_form.h"
 
 namespace zforms {
+namespace {
 
-FillingGuard::FillingGuard(const ZAcroForm& form, const GuardOptions& options) : rules_(form), options_(options) {}
+using About = ZFormMessage::About;
+using Remedy = ZFormMessage::Remedy;
+using Severity = ZFormMessage::Severity;
+using XFA = ZAcroFormChangeRules::XFA;
+
+constexpr const char* kNoneHolds = "the signatures are no longer valid";
+
+void Add(ZFormMessages* messages, Severity severity, const Chaine& text, Remedy remedy = Remedy::kNone) {
+  messages->push_back({severity, About::kForm, text.ToString(), remedy});
+}
+
+void Warn(ZFormMessages* messages, const Chaine& text, Remedy remedy = Remedy::kNone) {
+  Add(messages, Severity::kWarning, text, remedy);
+}
+
+}  // namespace
+
+FillingGuard::FillingGuard(const ZAcroForm& form, const GuardOptions& options, bool writes_anew)
+    : rules_(form), options_(options), saves_anew_(writes_anew || form.SavesAnew()) {}
+
+bool FillingGuard::AllowsFilling(ZFormMessages* messages) const {
+  if (rules_.PermissionsForbidFilling()) Warn(messages, "the permissions forbid filling in fields");
+  if (rules_.IsSigned() && saves_anew_) {
+    Warn(messages, Chaine("is signed and is written as a new file: ") + kNoneHolds);
+  }
+  const Chaine fault = rules_.FaultOfFilling();
+  if (!options_.force) {
+    if (!fault.IsEmpty()) Warn(messages, fault + ": nothing is filled", Remedy::kForceFilling);
+    return fault.IsEmpty();
+  }
+  if (!fault.IsEmpty()) {
+    Warn(messages, fault + ": it is filled anyway, and the signature is no longer valid");
+  } else if (rules_.HasLocks()) {
+    Warn(messages, Chaine("locked fields are written anyway: ") + kNoneHolds + " where one changes");
+  }
+  return true;
+}
+
+bool FillingGuard::AllowsDesigning(ZFormMessages* messages) const {
+  Chaine fault = rules_.FaultOfDesigning();
+  if (fault.IsEmpty() && rules_.IsSigned() && saves_anew_) fault = Chaine("is signed, and in a new file ") + kNoneHolds;
+  if (fault.IsEmpty()) return true;
+  if (!options_.force) {
+    Add(messages, Severity::kFailure, fault, Remedy::kForceWriting);
+    return false;
+  }
+  Warn(messages, Chaine("is signed: ") + kNoneHolds);
+  return true;
+}
 
 bool FillingGuard::DropsXFA() const {
-  return rules_.GetXFA() != ZAcroFormChangeRules::XFA::kNone && !options_.keep_xfa &&
-         (options_.force || !rules_.IsSigned());
+  return rules_.GetXFA() != XFA::kNone && !options_.keep_xfa && (options_.force || !rules_.IsSigned());
 }
 
 PTableau<ZPDFNodeDictionary*> FillingGuard::Drop(ZAcroForm& form) const {
@@ -16,6 +64,21 @@ PTableau<ZPDFNodeDictionary*> FillingGuard::Drop(ZAcroForm& form) const {
   if (!DropsXFA()) return changed;
   for (ZPDFNodeDictionary* dictionary : ZAcroFormChangeRules::DropXFA(form)) changed.push_back(dictionary);
   return changed;
+}
+
+void FillingGuard::SayWhatGoes(ZFormMessages* messages) const {
+  if (rules_.HasUsageRights()) {
+    Add(messages, Severity::kNote, "its usage rights (\"/UR3\") end with the change and are dropped");
+  }
+  if (rules_.GetXFA() == XFA::kNone || options_.keep_xfa) return;
+  if (!DropsXFA()) {
+    Warn(messages, "the XFA form stays, since the form is signed: readers that know it show its old values",
+         Remedy::kForceXFA);
+    return;
+  }
+  Add(messages, Severity::kNote, "the XFA form is dropped: readers that know it would show its old values",
+      Remedy::kKeepXFA);
+  if (rules_.IsSigned()) Warn(messages, kNoneHolds);
 }
 
 }  // namespace zforms

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "zforms/acroform/change_rules.h"
+#include "zforms/filling/form_message.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/containers.h"
 #include "zforms/platform/base/export.h"
@@ -17,24 +18,29 @@ struct ZFORMS_API GuardOptions {
 // later changes of the form. Any thread may call const functions, each with its own form.
 class ZFORMS_API FillingGuard {
  public:
-  // Reads the rules of a loaded form, which need not outlive the guard.
-  FillingGuard(const ZAcroForm& form, const GuardOptions& options);
+  // Reads the rules of a loaded form, which need not outlive the guard. `writes_anew`: the file is written as a new
+  // one, whatever changes.
+  FillingGuard(const ZAcroForm& form, const GuardOptions& options, bool writes_anew = false);
 
-  const ZAcroFormChangeRules& Rules() const { return rules_; }
-  const GuardOptions& Options() const { return options_; }
-  // Why no field may be filled; empty when some may, or when it is forced.
-  Chaine FaultOfFilling() const { return options_.force ? Chaine() : rules_.FaultOfFilling(); }
+  // Says, before it is done, what filling breaks or must leave. False when nothing may be filled.
+  bool AllowsFilling(ZFormMessages* messages) const;
+  // The same for what is no value, such as new fields: a certification forbids it, and any signature forbids that the
+  // file is written as a new one.
+  bool AllowsDesigning(ZFormMessages* messages) const;
   // Why the field of that full name, in UTF-8, must not change; empty when it may be filled.
   Chaine LockOf(const Chaine& name) const { return options_.force ? Chaine() : rules_.FaultOfFilling(name); }
-  // True when a change removes the XFA form. In a signed form it is removed only if forced.
-  bool DropsXFA() const;
   // Removes the XFA form and usage rights from a changed form, as far as the options allow; returns the dictionaries
-  // that this changes.
+  // that this changes. The XFA form of a signed form stays unless that is forced.
   PTableau<ZPDFNodeDictionary*> Drop(ZAcroForm& form) const;
+  // Says what Drop removes, and what it must leave.
+  void SayWhatGoes(ZFormMessages* messages) const;
 
  private:
+  bool DropsXFA() const;
+
   ZAcroFormChangeRules rules_;
   GuardOptions options_;
+  bool saves_anew_;
 };
 
 }  // namespace zforms

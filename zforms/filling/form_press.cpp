@@ -4,15 +4,13 @@
 #include <set>
 
 #include "zforms/acroform/field.h"
+#include "zforms/acroform/field_text.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 
 namespace zforms {
 namespace {
-
-// The keys that filling sets or removes.
-constexpr const char* kChangedKeys[] = {"/V", "/AS", "/RV", "/I", "/NeedAppearances"};
 
 void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original, std::string_view key) {
   const ZPDFNode* value = original.GetDirect(key);
@@ -22,13 +20,13 @@ void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original,
 // False when restoring would destroy nodes to which others have pointers.
 bool RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {
   const auto is_lost = [&](const char* key) { return original.Exist(key) && !dictionary.Exist(key); };
-  if (std::none_of(std::begin(kChangedKeys), std::end(kChangedKeys), is_lost)) {
-    for (const char* key : kChangedKeys) Restore(dictionary, original, key);
+  if (std::none_of(std::begin(kFilledKeys), std::end(kFilledKeys), is_lost)) {
+    for (const char* key : kFilledKeys) Restore(dictionary, original, key);
     return true;
   }
   // Setting the key again would move it to the end, so the keys after it must follow.
   if (dictionary.Exist("/Kids")) return false;
-  for (const char* key : kChangedKeys) dictionary.RemoveValue(key);
+  for (const char* key : kFilledKeys) dictionary.RemoveValue(key);
   for (size_t i = 0; i < original.Size(); i++) {
     const std::string key(original.KeyAt(i));
     dictionary.RemoveValue(key);

@@ -4,22 +4,12 @@
 
 #include "zforms/acroform/acro_form.h"
 #include "zforms/acroform/field.h"
+#include "zforms/acroform/field_report.h"
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/platform/text/text.h"
 #include "zforms/xfdf/xfdf.h"
 
 namespace zforms {
-namespace {
-
-// Widgets of a field are kids without names.
-bool HasNamedKids(const ZAcroFormField& field) {
-  for (uint32_t i = 0; i < field.Size(); i++) {
-    if (field.GetAt(i)->HasName()) return true;
-  }
-  return false;
-}
-
-}  // namespace
 
 PTableau<FormField> ExportedFields(const ZAcroForm& form) {
   PTableau<FormField> exported;

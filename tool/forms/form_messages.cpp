@@ -1,0 +1,54 @@
+#include "tool/forms/form_messages.h"
+
+#include <algorithm>
+
+#include "zforms/filling/filling_guard.h"
+
+namespace zforms::tool {
+namespace {
+
+using Remedy = ZFormMessage::Remedy;
+
+const char* WordsOf(Remedy remedy) {
+  switch (remedy) {
+    case Remedy::kForceFilling: return "; --force fills it all the same";
+    case Remedy::kForceWriting: return "; --force writes it all the same";
+    case Remedy::kForceXFA: return "; --force drops it";
+    case Remedy::kKeepXFA: return " (--xfa keep leaves it)";
+    case Remedy::kRecover: return "; --recover reads it";
+    case Remedy::kNoRecovery: return "; --recover finds no document in it either";
+    case Remedy::kExportAll: return " (--all takes them)";
+    case Remedy::kNone: break;
+  }
+  return "";
+}
+
+}  // namespace
+
+std::string WithRemedy(const std::string& text, Remedy remedy) {
+  // A list that follows the text stays at the end.
+  const size_t at = remedy == Remedy::kExportAll ? text.find(": ") : std::string::npos;
+  return std::string(text).insert(std::min(at, text.size()), WordsOf(remedy));
+}
+
+void Say(const ZFormMessages& messages, Console& form_console, Console& data_console) {
+  for (const ZFormMessage& message : messages) {
+    if (message.about == ZFormMessage::About::kFile) continue;
+    Console& console = message.about == ZFormMessage::About::kData ? data_console : form_console;
+    const std::string text = WithRemedy(message.text, message.remedy);
+    switch (message.severity) {
+      case ZFormMessage::Severity::kNote: console.Note(text); break;
+      case ZFormMessage::Severity::kWarning: console.Warn(text); break;
+      case ZFormMessage::Severity::kFailure: console.Fail(text); break;
+    }
+  }
+}
+
+void Say(const ZFormMessages& messages, Console& console) { Say(messages, console, console); }
+
+Chaine LockOf(const FillingGuard& guard, const Chaine& name) {
+  const Chaine fault = guard.LockOf(name);
+  return fault.IsEmpty() ? fault : Chaine(WithRemedy(fault.ToString(), Remedy::kForceWriting));
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "tool/base/console.h"
+#include "zforms/filling/form_message.h"
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+class FillingGuard;
+}
+
+namespace zforms::tool {
+
+// The text of a message with the command line's option that would change the outcome.
+std::string WithRemedy(const std::string& text, ZFormMessage::Remedy remedy);
+
+// Says the messages on the console of what they are about. What is odd about the file is left to Console::WarnAll.
+void Say(const ZFormMessages& messages, Console& form_console, Console& data_console);
+void Say(const ZFormMessages& messages, Console& console);
+
+// Why the field of that full name keeps what it holds, with the option that writes it all the same.
+Chaine LockOf(const FillingGuard& guard, const Chaine& name);
+
+}  // namespace zforms::tool

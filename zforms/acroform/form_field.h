@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+// One field of a form as plain values: a field that has no named kids. Texts are UTF-8; kind, flags, values and the
+// longest text are inherited as viewers take them. A value of its own: it does not follow later changes of the form.
+struct ZFORMS_API ZFormField {
+  enum class Kind : uint8_t {
+    kText,
+    kCheckBox,
+    kRadioButton,  // all buttons of one group
+    kPushButton,
+    kComboBox,
+    kListBox,
+    kSignature,
+    kNone,  // the field has no type
+  };
+
+  // What a choice field offers, "/Opt".
+  struct Option {
+    std::string value;  // what the field holds when it is chosen
+    std::string text;   // what viewers show; empty when that is the value
+  };
+
+  // Where a page shows the field: "/Rect" in points, from the lower left corner of the page's own coordinates.
+  struct Widget {
+    uint32_t page = 0;  // from 1; 0 when no page lists the widget
+    double left = 0;
+    double bottom = 0;
+    double right = 0;
+    double top = 0;
+  };
+
+  std::string name;  // the full name, parts joined by "."
+  Kind kind = Kind::kNone;
+  uint32_t flags = 0;                 // "/Ff", ISO 32000-1 tables 221, 226, 228 and 230
+  std::vector<std::string> values;    // "/V": empty when absent; several only in an array
+  std::vector<std::string> defaults;  // "/DV"
+  bool value_is_array = false;
+  bool default_is_array = false;
+  std::vector<Option> options;
+  std::vector<std::string> states;  // of a button, over all widgets; without "Off"
+  std::vector<Widget> widgets;
+  std::string label;           // "/TU", what the field is called for users
+  uint32_t max_length = 0;     // in characters; 0 for any
+  uint32_t object_number = 0;  // 0 for a field inside another object
+  uint32_t generation = 0;
+  bool is_listed = true;  // by the form; else a page alone leads to it
+
+  // The first value; empty without one.
+  std::string Value() const { return values.empty() ? std::string() : values.front(); }
+  // The first page that shows the field; 0 when none does.
+  uint32_t Page() const;
+  bool IsReadOnly() const { return (flags & 1) != 0; }
+  bool IsRequired() const { return (flags & 2) != 0; }
+
+  // Whether the field can have a value that is data, and a name to send it by: no push button, no signature.
+  bool HasData() const { return !name.empty() && kind != Kind::kPushButton && kind != Kind::kSignature; }
+  // Whether the form marks the field as not to be sent ("NoExport", ISO 32000-1 table 221).
+  bool IsNoExport() const { return (flags & 4) != 0; }
+  // Whether a reader that submits the form sends the field, with a value or without.
+  bool IsExported() const { return HasData() && !IsNoExport(); }
+};
+
+// "text", "check", "radio", "push", "combo", "list", "sig" or "none".
+ZFORMS_API std::string_view KindName(ZFormField::Kind kind);
+
+// The flags in words, such as "read-only, required".
+ZFORMS_API std::string FlagWords(const ZFormField& field);
+
+}  // namespace zforms

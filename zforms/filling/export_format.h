@@ -1,0 +1,35 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace zforms {
+
+// What the values of forms are written as.
+enum class ExportFormat : uint8_t { kXFDF, kFDF, kJSON, kJSONLines, kCSV };
+
+struct ExportFormatName {
+  std::string_view name;
+  ExportFormat format;
+  bool takes_several;  // one row or object for each form
+};
+
+inline constexpr std::array<ExportFormatName, 5> kExportFormats = {{{"xfdf", ExportFormat::kXFDF, false},
+                                                                    {"fdf", ExportFormat::kFDF, false},
+                                                                    {"json", ExportFormat::kJSON, true},
+                                                                    {"jsonl", ExportFormat::kJSONLines, true},
+                                                                    {"csv", ExportFormat::kCSV, true}}};
+
+constexpr const ExportFormatName& NameOf(ExportFormat format) { return kExportFormats[static_cast<size_t>(format)]; }
+
+// Null for a name that is none of them.
+constexpr const ExportFormatName* FindExportFormat(std::string_view name) {
+  for (const ExportFormatName& format : kExportFormats) {
+    if (format.name == name) return &format;
+  }
+  return nullptr;
+}
+
+}  // namespace zforms

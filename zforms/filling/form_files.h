@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "zforms/filling/form_message.h"
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+class ZAcroForm;
+
+// Where a form is read from: `bytes` where they are given, else the file.
+struct ZFORMS_API FormSource {
+  std::string path;
+  const Chaine* bytes = nullptr;
+};
+
+// Loads the document, with the fields that its pages alone show. The password is UTF-8. A damaged file is read when it
+// is to be recovered. False, and said, when it cannot be read or the password does not open it; the message says
+// whether recovery would read it.
+ZFORMS_API bool OpenForm(const FormSource& source, const std::string& password, bool recover, ZAcroForm& form,
+                         ZFormMessages* messages);
+
+// Whether recovery would read what could not be read for that reason; kNone where the reason is no damage.
+ZFORMS_API ZFormMessage::Remedy RecoveryFor(const FormSource& source, const std::string& password,
+                                            const Chaine& reason);
+
+// Saves the document into the file, as an update or, when `anew`, as a new file. It is written directly when it is the
+// file that the document came from and an update is appended, else beside it and renamed. False, and said, when that
+// fails.
+ZFORMS_API bool SaveForm(ZAcroForm& form, const std::string& path, bool anew, ZFormMessages* messages);
+// The same to bytes.
+ZFORMS_API bool SaveForm(ZAcroForm& form, bool anew, Chaine* bytes, ZFormMessages* messages);
+
+// What to say of a document without fields that can be filled; empty of one that has a form.
+ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);
+
+// The bytes that a password may stand for: up to revision 3 it is in PDFDocEncoding
+// (ISO 32000-1 7.6.3.3), but some writers took the terminal's UTF-8 as it was.
+ZFORMS_API std::vector<Chaine> PasswordForms(const std::string& password);
+
+}  // namespace zforms

@@ -1,0 +1,245 @@
+#include "zforms/form.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "zforms/acroform/acro_form.h"
+#include "zforms/acroform/field_report.h"
+#include "zforms/filling/checked_filler.h"
+#include "zforms/filling/filling_guard.h"
+#include "zforms/filling/form_export.h"
+#include "zforms/filling/form_files.h"
+#include "zforms/filling/form_values.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/platform/base/number.h"
+#include "zforms/platform/files/file_io.h"
+#include "zforms/platform/text/text.h"
+#include "zforms/xfdf/xfdf.h"
+
+namespace zforms {
+namespace {
+
+using About = ZFormMessage::About;
+using Remedy = ZFormMessage::Remedy;
+using Severity = ZFormMessage::Severity;
+
+// The names of the fields with a value that the form marks as not to be sent.
+std::string NamesLeftOut(const std::vector<ZFormField>& fields) {
+  constexpr size_t kNamed = 10;
+  std::set<std::string> left_out;
+  for (const ZFormField& field : fields) {
+    if (field.HasData() && field.IsNoExport() && !field.values.empty()) left_out.insert(field.name);
+  }
+  std::string names;
+  size_t count = 0;
+  for (const std::string& name : left_out) {
+    if (++count <= kNamed) names += (count == 1 ? "\"" : ", \"") + name + "\"";
+  }
+  if (count > kNamed) names += " and " + std::to_string(count - kNamed) + " more";
+  return names;
+}
+
+}  // namespace
+
+struct ZForm::Implementation {
+  bool Open(const FormSource& source, const ZFormOptions& options);
+  bool MayFill();
+  void MakeFiller();
+  void Fill(const ZXFDF& data, uint64_t line);
+  void TakeFaults(const Chaine& where);
+  void EndFilling();
+  void Say(Severity severity, About about, std::string text, Remedy remedy = Remedy::kNone) {
+    messages.push_back({severity, about, std::move(text), remedy});
+  }
+  bool Fail(About about, std::string text) {
+    Say(Severity::kFailure, about, std::move(text));
+    return false;
+  }
+
+  ZAcroForm form;
+  ZFormMessages messages;
+  std::set<std::string> said_of_file;
+  GuardOptions guard_options;
+  std::unique_ptr<FillingGuard> guard;  // null until something is to be filled
+  bool may_fill = false;
+  bool ended = false;  // what goes with the change is gone, and said
+  // Knows the values that fields held when it was made, so each field is filled once by it.
+  std::unique_ptr<ZCheckedFiller> filler;
+  std::set<std::string> filled_names;
+  size_t faults_taken = 0;
+};
+
+bool ZForm::Implementation::Open(const FormSource& source, const ZFormOptions& options) {
+  if (!OpenForm(source, options.password, options.recover, form, &messages)) return false;
+  filler.reset();
+  guard.reset();
+  guard_options = {options.keep_xfa, options.force};
+  ended = false;
+  said_of_file.clear();
+  return true;
+}
+
+// Says why nothing may be filled, once.
+bool ZForm::Implementation::MayFill() {
+  if (guard != nullptr) return may_fill;
+  if (const std::string why = WhyNotFilled(form); !why.empty()) return Fail(About::kForm, why);
+  guard = std::make_unique<FillingGuard>(form, guard_options);
+  may_fill = guard->AllowsFilling(&messages);
+  return may_fill;
+}
+
+void ZForm::Implementation::TakeFaults(const Chaine& where) {
+  for (; faults_taken < filler->Faults().size(); faults_taken++) {
+    const ZCheckedFiller::Fault fault = filler->Faults()[faults_taken];
+    const auto rule = fault.is_unknown ? nullptr : filler->RuleOf(fault.field);
+    const bool is_lock = rule != nullptr && !rule->WhyLocked().IsEmpty() && rule->WhyLocked() == fault.what;
+    const Chaine text = where + fault.Text() + (fault.is_unknown ? filler->NearNamesOf(fault.field) : Chaine());
+    Say(Severity::kWarning, About::kData, text.ToString(), is_lock ? Remedy::kForceWriting : Remedy::kNone);
+  }
+}
+
+void ZForm::Implementation::Fill(const ZXFDF& data, uint64_t line) {
+  MakeFiller();
+  filler->Fill(data);
+  TakeFaults(line == 0 ? Chaine() : "line " + FormatUInt(line) + ": ");
+  filler.reset();
+  EndFilling();
+}
+
+void ZForm::Implementation::MakeFiller() {
+  filler = std::make_unique<ZCheckedFiller>(form);
+  filler->SetLocks([this](const Chaine& name) { return guard->LockOf(name); });
+  filled_names.clear();
+  faults_taken = 0;
+}
+
+// Takes out what the change puts out of date.
+void ZForm::Implementation::EndFilling() {
+  if (guard == nullptr || ended || form.Parser()->ModifiedObjects().empty()) return;
+  ended = true;
+  // What the fields show was drawn for their former values.
+  if (!form.NeedAppearances()) form.SetNeedAppearances(true);
+  guard->Drop(form);
+  guard->SayWhatGoes(&messages);
+}
+
+ZForm::ZForm() : implementation_(std::make_unique<Implementation>()) {}
+
+ZForm::~ZForm() = default;
+ZForm::ZForm(ZForm&& other) noexcept = default;
+ZForm& ZForm::operator=(ZForm&& other) noexcept = default;
+
+bool ZForm::Open(const std::string& path, const ZFormOptions& options) {
+  return implementation_->Open({path}, options);
+}
+
+bool ZForm::OpenBytes(std::string_view bytes, const ZFormOptions& options) {
+  const Chaine own(bytes);
+  return implementation_->Open({{}, &own}, options);
+}
+
+bool ZForm::HasForm() const { return WhyNotFilled(implementation_->form).empty(); }
+
+std::vector<ZFormField> ZForm::Fields() const {
+  if (implementation_->form.Parser() == nullptr) return {};
+  return ReportFields(implementation_->form);
+}
+
+std::vector<ZFormField> ZForm::ExportedFields(bool all) {
+  std::vector<ZFormField> fields = Fields();
+  const std::string left_out = all ? std::string() : NamesLeftOut(fields);
+  std::erase_if(fields, [all](const ZFormField& field) { return all ? !field.HasData() : !field.IsExported(); });
+  if (!left_out.empty()) {
+    implementation_->Say(Severity::kNote, About::kForm,
+                         "left out, as the form marks them as not to be exported: " + left_out, Remedy::kExportAll);
+  }
+  return fields;
+}
+
+bool ZForm::SetValue(const std::string& name, const std::string& value) { return SetValues(name, {value}); }
+
+bool ZForm::SetValues(const std::string& name, const std::vector<std::string>& values) {
+  Implementation& own = *implementation_;
+  if (!own.MayFill()) return false;
+  const bool is_filled_again = own.filler != nullptr && own.filled_names.contains(name);
+  if (own.filler == nullptr || is_filled_again) own.MakeFiller();
+  own.filled_names.insert(name);
+  PTableau<Chaine> texts;
+  for (const std::string& value : values) texts.push_back(WithLineEnds(value, "\r\n"));
+  const bool taken = own.filler->Fill(name, texts);
+  own.TakeFaults(Chaine());
+  return taken;
+}
+
+bool ZForm::Fill(std::string_view data, const std::string& name) {
+  Implementation& own = *implementation_;
+  if (const std::string why = WhyNotFilled(own.form); !why.empty()) return own.Fail(About::kForm, why);
+  ZXFDF values;
+  uint64_t line = 0;
+  std::string error;
+  if (!ReadValues(data, name, &values, &line, &error)) return own.Fail(About::kData, error);
+  if (!error.empty()) own.Say(Severity::kWarning, About::kData, error);
+  if (!HoldsValues(values)) own.Say(Severity::kNote, About::kData, kNoValues);
+  if (!own.MayFill()) return false;
+  own.Fill(values, line);
+  return true;
+}
+
+bool ZForm::FillFromFile(const std::string& path) {
+  Chaine bytes;
+  std::string error;
+  return ReadFile(path, &bytes, &error, LimitsOfValues()) ? Fill(bytes, path)
+                                                          : implementation_->Fail(About::kData, error);
+}
+
+std::string ZForm::Export(ExportFormat format, bool all) {
+  Implementation& own = *implementation_;
+  if (const std::string why = WhyNotFilled(own.form); !why.empty()) {
+    own.Fail(About::kForm, why);
+    return {};
+  }
+  FormValues form{{}, ExportedFields(all)};
+  if (NameOf(format).takes_several) return ExportTable({std::move(form)}, format, true);
+  form.file = own.form.PathName().ToString();
+  size_t replaced = 0;
+  Chaine text = ExportDocument(form, *own.form.Parser(), format, &replaced);
+  if (replaced > 0) {
+    own.Say(Severity::kWarning, About::kForm,
+            std::to_string(replaced) + " characters that XML has no place for became U+FFFD");
+  }
+  return text.ToString();
+}
+
+bool ZForm::Save(const std::string& path, SaveAs mode) {
+  Implementation& own = *implementation_;
+  if (own.form.Parser() == nullptr) return own.Fail(About::kForm, "no document is open");
+  own.EndFilling();
+  own.filler.reset();
+  return SaveForm(own.form, path, mode == SaveAs::kNewFile, &own.messages);
+}
+
+bool ZForm::SaveBytes(std::string* bytes, SaveAs mode) {
+  Implementation& own = *implementation_;
+  if (own.form.Parser() == nullptr) return own.Fail(About::kForm, "no document is open");
+  own.EndFilling();
+  own.filler.reset();
+  Chaine saved;
+  if (!SaveForm(own.form, mode == SaveAs::kNewFile, &saved, &own.messages)) return false;
+  *bytes = saved.ToString();
+  return true;
+}
+
+ZFormMessages ZForm::TakeMessages() {
+  Implementation& own = *implementation_;
+  for (const ZDiagnosticsWarning& warning : own.form.Diagnostics().Warnings()) {
+    const std::string text = ZDiagnostics::Describe(warning).ToString();
+    if (own.said_of_file.insert(text).second) own.Say(Severity::kWarning, About::kFile, text);
+  }
+  return std::exchange(own.messages, {});
+}
+
+ZAcroForm& ZForm::Document() { return implementation_->form; }
+const ZAcroForm& ZForm::Document() const { return implementation_->form; }
+
+}  // namespace zforms
