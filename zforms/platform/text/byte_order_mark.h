@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "zforms/platform/base/chaine.h"
-#include "zforms/platform/base/export.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
@@ -34,6 +33,6 @@ constexpr std::string_view WithoutUTF8Mark(std::string_view text) {
 
 // UTF-16 that begins with its mark gives UTF-8 without a mark. Any other text comes back as it is, with its bytes
 // shared.
-ZFORMS_API Chaine MarkedUTF16ToUTF8(const Chaine& text);
+Chaine MarkedUTF16ToUTF8(const Chaine& text);
 
 }  // namespace zforms
