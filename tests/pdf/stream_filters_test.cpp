@@ -91,6 +91,16 @@ TEST(StreamFiltersTest, DictionariesAndData) {
       {"<</Filter/abcdefghijklmnopqrstuvwxyz0123456789abc\xC3\xA9>>", packed, "",
        "unsupported filter /abcdefghijklmnopqrstuvwxyz0123456789abc"},
       {"<</Filter(FlateDecode)>>", packed, "", "its filter is not a name"},
+      {"<</Filter/ASCIIHexDecode>>", "61 6\n2c3 7>61", "ab\xC3p", ""},
+      {"<</Filter/ASCIIHexDecode>>", "616x62", "a`", ""},
+      {"<</Filter/ASCII85Decode>>", "87cUR\nD]j7BEbo80z~>87", "Hello world!\0\0\0\0"s, ""},
+      {"<</Filter/ASCII85Decode>>", "87cURD]j7BEbo7~>", "Hello world", ""},
+      {"<</Filter/ASCII85Decode>>", "87cUR87v", "HellH", ""},
+      {"<</Filter/ASCII85Decode>>", std::string(30000, 'z'), "", "its data exceed the size limit"},
+      {"<</Filter/RunLengthDecode>>", "\2abc\xFFx\x80zz", "abcxx", ""},
+      {"<</Filter/RunLengthDecode>>", "\5ab", "ab", ""},
+      {"<</Filter/RunLengthDecode>>", "\5", "", ""},
+      {"<</Filter[/ASCIIHexDecode/RunLengthDecode]>>", "FE61 00 62", "aaab", ""},
   };
   for (const auto& c : cases) {
     ZPDFNodeStream stream(c.data);

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/identifier_node.h"
 #include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/parser/byte_filters.h"
 #include "zforms/pdf/parser/predictor.h"
 #include "zforms/pdf/stream_node.h"
 #include "zforms/platform/text/characters.h"
@@ -113,10 +115,28 @@ ZPDFPredictor PredictorOf(const ZPDFNodeDictionary* parameters) {
   return layout;
 }
 
+// Nothing for a filter that needs more than its bytes.
+std::optional<ZPDFDecodedStream> UndoByteFilter(std::string_view name, const Chaine& data, size_t limit) {
+  std::optional<Chaine> undone;
+  if (name == "/ASCIIHexDecode") {
+    undone = UndoASCIIHex(data, limit);
+  } else if (name == "/ASCII85Decode") {
+    undone = UndoASCII85(data, limit);
+  } else if (name == "/RunLengthDecode") {
+    undone = UndoRunLength(data, limit);
+  } else {
+    return std::nullopt;
+  }
+  if (!undone) return ZPDFDecodedStream{false, {}, kTooLarge, limit};
+  return ZPDFDecodedStream{true, *undone, {}, undone->size()};
+}
+
 ZPDFDecodedStream UndoFilter(const Chaine& name, const ZPDFNodeDictionary* parameters, const Chaine& data,
                              size_t limit) {
-  if (name != "/FlateDecode")
+  if (std::optional<ZPDFDecodedStream> undone = UndoByteFilter(name, data, limit)) return std::move(*undone);
+  if (name != "/FlateDecode") {
     return {false, {}, "unsupported filter " + name.Mid(0, SizeOfWholeCharacters(name, kShownName))};
+  }
   ZPDFDecodedStream result = Inflater().Run(data, limit);
   if (!result.usable) return result;
   std::optional<Chaine> samples = UndoPredictor(PredictorOf(parameters), result.data);
@@ -145,6 +165,16 @@ ZPDFDecodedStream DecodeStream(const ZPDFNodeStream& stream, size_t limit) {
     if (!result.usable) return result;
     if (result.fault.IsEmpty()) result.fault = before.fault;
   }
+  return result;
+}
+
+Chaine FlateEncoded(std::string_view bytes) {
+  uLongf length = compressBound(static_cast<uLong>(bytes.size()));
+  Chaine result;
+  auto* const out = reinterpret_cast<Bytef*>(result.AppendUninitialized(length));
+  compress2(out, &length, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uLong>(bytes.size()),
+            Z_DEFAULT_COMPRESSION);
+  result.Truncate(length);
   return result;
 }
 

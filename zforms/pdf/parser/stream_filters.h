@@ -24,11 +24,14 @@ inline constexpr size_t kDecodedStreamBase = 8 << 20;
 inline constexpr size_t kDecodedOfStream = 64;
 inline constexpr size_t kMostDecodedOfStream = 256 << 20;
 
-// Undoes the filters of a stream that tells where the objects of a file are: Flate
-// with predictors (ISO 32000-1 7.4.4), which is what writers use there. Data that
-// would take more than `limit` bytes, or than is said above, are not usable, and
-// hardly any of them is kept while that is found out. The user's streams never come
-// here: nothing else in the library looks into them.
+// Undoes the filters of a stream that tells where the objects of a file are, of an
+// appearance or of a font: Flate with predictors (ISO 32000-1 7.4.4), ASCIIHex, ASCII85
+// and RunLength. Data that would take more than `limit` bytes, or than is said above, are
+// not usable, and hardly any of them is kept while that is found out. No other stream
+// comes here.
 ZPDFDecodedStream DecodeStream(const ZPDFNodeStream& stream, size_t limit);
+
+// The bytes as the filter FlateDecode takes them.
+Chaine FlateEncoded(std::string_view bytes);
 
 }  // namespace zforms
