@@ -1,0 +1,63 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "zforms/acroform/field.h"
+#include "zforms/appearance/field_fonts.h"
+#include "zforms/pdf/identifier_node.h"
+
+namespace zforms {
+
+// A font for tests of layout: each character is 500 wide, ascent 750, descent -250, capitals 700 high. It has the
+// characters below U+0100 except "~".
+class FakeFont : public TextFont {
+ public:
+  explicit FakeFont(bool shapes = false) : shapes_(shapes) {}
+  bool Has(char32_t c) const override { return c < 0x100 && c != U'~'; }
+  bool Shapes() const override { return shapes_; }
+  TextFontMetrics Metrics() const override { return {750, -250, 700}; }
+  void Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
+             std::vector<ShapedGlyph>* glyphs) override {
+    for (size_t i = 0; i < count; i++) {
+      const size_t at = right_to_left ? from + count - 1 - i : from + i;
+      ShapedGlyph glyph;
+      glyph.code = static_cast<uint32_t>(paragraph[at]);
+      glyph.width = glyph.advance = 500;
+      glyph.cluster = static_cast<uint32_t>(at);
+      glyphs->push_back(glyph);
+    }
+  }
+  Chaine ResourceName() const override { return "F"; }
+  ZPDFNode* AllocResource() override { return new ZPDFNodeIdentifier("/TheFont"); }
+
+ private:
+  bool shapes_;
+};
+
+// Every field is drawn in the fake font, of the size in "/DA" (a number alone), in blue.
+class FakeFonts : public FieldFonts {
+ public:
+  TextLook LookOf(const ZAcroFormField& widget) override {
+    return {&font_, std::strtod(widget.DefaultAppearance().ToString().c_str(), nullptr), "0 0 1 rg"};
+  }
+  TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) override {
+    for (const char32_t c : text) {
+      if (!font->Has(c)) *missing += c;
+    }
+    return {std::move(text), font};
+  }
+  std::optional<MarkGlyph> MarkOf(const ZAcroFormField&, uint8_t code) override {
+    MarkGlyph mark;
+    mark.font = &font_;
+    mark.glyph.code = code;
+    mark.glyph.width = mark.glyph.advance = 500;
+    return mark;
+  }
+  bool Finish() override { return true; }
+
+ private:
+  FakeFont font_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,245 @@
+#include "zforms/appearance/fonts/embedded_font.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "zforms/pdf/array_node.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/parser/stream_filters.h"
+#include "zforms/pdf/reference_node.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/platform/base/number.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+namespace {
+
+constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+
+void AppendHex16(Chaine* out, uint32_t value) {
+  for (int shift = 12; shift >= 0; shift -= 4) out->Append(kHexDigits[value >> shift & 0xF]);
+}
+
+// Six capital letters that tell subsets of a font apart (ISO 32000-1 9.6.4), from the glyphs that are in this one.
+Chaine SubsetTag(const std::vector<uint32_t>& glyphs) {
+  uint64_t hash = 14695981039346656037ULL;  // FNV-1a
+  for (const uint32_t glyph : glyphs) {
+    for (int shift = 0; shift < 32; shift += 8) hash = (hash ^ (glyph >> shift & 0xFF)) * 1099511628211ULL;
+  }
+  Chaine tag;
+  for (int i = 0; i < 6; i++, hash /= 26) tag.Append(static_cast<char>('A' + hash % 26));
+  return tag + '+';
+}
+
+// The code of each glyph with its width, where it is not the default: "code [width]" (9.7.4.3).
+ZPDFNodeArray* AllocWidths(const FontProgram& program, const std::vector<uint32_t>& glyphs) {
+  auto* const widths = new ZPDFNodeArray;
+  std::vector<std::pair<uint32_t, uint32_t>> codes;
+  for (const uint32_t glyph : glyphs) codes.emplace_back(program.CodeOf(glyph), glyph);
+  std::sort(codes.begin(), codes.end());
+  ZPDFNodeArray* run = nullptr;
+  for (size_t i = 0; i < codes.size(); i++) {
+    if (i == 0 || codes[i].first != codes[i - 1].first + 1) {
+      widths->AppendValue(codes[i].first);
+      run = new ZPDFNodeArray;
+      widths->AppendValue(run);
+    }
+    run->AppendValue(static_cast<int32_t>(std::lround(program.WidthOf(codes[i].second))));
+  }
+  return widths;
+}
+
+// For each code the index in the subset, big-endian (9.7.4.2).
+Chaine CodesToIndices(const std::vector<uint32_t>& glyphs, const std::vector<uint32_t>& indices) {
+  const uint32_t last = glyphs.empty() ? 0 : *std::max_element(glyphs.begin(), glyphs.end());
+  std::string map(2 * (size_t{last} + 1), '\0');
+  for (size_t i = 0; i < glyphs.size(); i++) {
+    map[2 * glyphs[i]] = static_cast<char>(indices[i] >> 8);
+    map[2 * glyphs[i] + 1] = static_cast<char>(indices[i] & 0xFF);
+  }
+  return map;
+}
+
+}  // namespace
+
+EmbeddedFont::EmbeddedFont(ZPDFParser* parser, std::shared_ptr<const FontProgram> program, Chaine resource_name)
+    : parser_(parser), program_(std::move(program)), resource_name_(std::move(resource_name)) {}
+
+EmbeddedFont::~EmbeddedFont() = default;
+
+void EmbeddedFont::Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
+                         std::vector<ShapedGlyph>* glyphs) {
+  const std::vector<FontProgram::Glyph> shaped = program_->Shape(paragraph, from, count, right_to_left);
+  // Clusters follow each other in the order of the text, or against it.
+  for (size_t first = 0; first < shaped.size();) {
+    size_t last = first + 1;
+    while (last < shaped.size() && shaped[last].cluster == shaped[first].cluster) last++;
+    const bool is_outermost = right_to_left ? first == 0 : last == shaped.size();
+    const size_t end = is_outermost ? from + count : shaped[right_to_left ? first - 1 : last].cluster;
+    const size_t start = shaped[first].cluster;
+    const Cluster cluster = {first, last, paragraph.substr(start, end - start)};
+    const bool is_plain = NoteTexts(shaped, cluster, right_to_left);
+    for (size_t i = first; i < last; i++) {
+      const FontProgram::Glyph& glyph = shaped[i];
+      glyphs->push_back({program_->CodeOf(glyph.index), 2, program_->WidthOf(glyph.index), glyph.advance, glyph.x,
+                         glyph.y, static_cast<uint32_t>(start), is_plain});
+    }
+    first = last;
+  }
+}
+
+// Gives each glyph of the cluster the text that it stands for: the character whose glyph it is by itself; what is left
+// goes to the first other glyph. True when readers put the cluster's text together from that.
+bool EmbeddedFont::NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, const Cluster& cluster,
+                             bool right_to_left) {
+  std::u32string rest(cluster.text);
+  std::vector<std::u32string> texts(cluster.to - cluster.from);
+  for (size_t i = 0; i < texts.size() && texts.size() > 1; i++) {
+    const uint32_t index = glyphs[cluster.from + i].index;
+    const auto own = std::find_if(rest.begin(), rest.end(), [&](char32_t c) { return program_->GlyphOf(c) == index; });
+    if (own == rest.end()) continue;
+    texts[i] = *own;
+    rest.erase(own);
+  }
+  const auto without =
+      std::find_if(texts.begin(), texts.end(), [](const std::u32string& text) { return text.empty(); });
+  if (without != texts.end()) *without = rest;
+  std::u32string read;
+  bool is_new = true;
+  for (size_t i = 0; i < texts.size(); i++) {
+    const auto [known, added] = texts_.emplace(glyphs[cluster.from + i].index, texts[i]);
+    is_new = is_new && known->second == texts[i];
+    read = right_to_left ? texts[i] + read : read + texts[i];
+  }
+  return is_new && read == cluster.text;
+}
+
+ZPDFNode* EmbeddedFont::AllocResource() {
+  if (object_ == nullptr) object_ = parser_->AddIndirectObject();
+  return object_->AllocReference();
+}
+
+ZPDFNode* EmbeddedFont::Refer(Part part) {
+  if (parts_[part] == nullptr) parts_[part] = parser_->AddIndirectObject();
+  return parts_[part]->AllocReference();
+}
+
+void EmbeddedFont::Write(Part part, ZPDFNode* value) {
+  if (parts_[part] == nullptr) parts_[part] = parser_->AddIndirectObject();
+  parts_[part]->SetChild(value);
+}
+
+void EmbeddedFont::WriteStream(Part part, const Chaine& bytes) {
+  auto* const stream = new ZPDFNodeStream(FlateEncoded(bytes), parser_);
+  stream->Dico()->SetIdentifier("/Filter", "/FlateDecode");
+  Write(part, stream);
+}
+
+void EmbeddedFont::WriteFontFile(const Chaine& bytes) {
+  auto* const stream = new ZPDFNodeStream(FlateEncoded(bytes), parser_);
+  stream->Dico()->SetIdentifier("/Filter", "/FlateDecode");
+  if (program_->IsCFF()) {
+    stream->Dico()->SetIdentifier("/Subtype", "/CIDFontType0C");
+  } else {
+    stream->Dico()->SetValue("/Length1", static_cast<uint32_t>(bytes.size()));
+  }
+  Write(kFontFile, stream);
+}
+
+void EmbeddedFont::WriteDescriptor(const Chaine& name) {
+  const FontProgram::Descriptor& program = program_->GetDescriptor();
+  auto* const descriptor = new ZPDFNodeDictionary(parser_);
+  descriptor->SetIdentifier("/Type", "/FontDescriptor");
+  descriptor->SetIdentifier("/FontName", "/" + name);
+  descriptor->SetValue("/Flags", program.flags);
+  auto* const box = new ZPDFNodeArray;
+  for (const int32_t side : program.box) box->AppendValue(side);
+  descriptor->SetValue("/FontBBox", box);
+  descriptor->SetValue("/ItalicAngle", program.italic_angle);
+  descriptor->SetValue("/Ascent", static_cast<int32_t>(std::lround(program.metrics.ascent)));
+  descriptor->SetValue("/Descent", static_cast<int32_t>(std::lround(program.metrics.descent)));
+  descriptor->SetValue("/CapHeight", static_cast<int32_t>(std::lround(program.metrics.cap_height)));
+  constexpr int32_t kUsualStem = 80;  // no table of the font tells it
+  descriptor->SetValue("/StemV", kUsualStem);
+  descriptor->SetValue(program_->IsCFF() ? "/FontFile3" : "/FontFile2", Refer(kFontFile));
+  Write(kDescriptor, descriptor);
+}
+
+void EmbeddedFont::WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs,
+                                   const std::vector<uint32_t>& indices) {
+  auto* const font = new ZPDFNodeDictionary(parser_);
+  font->SetIdentifier("/Type", "/Font");
+  font->SetIdentifier("/Subtype", program_->IsCFF() ? "/CIDFontType0" : "/CIDFontType2");
+  font->SetIdentifier("/BaseFont", "/" + name);
+  auto* const system = new ZPDFNodeDictionary(parser_);
+  system->SetValue("/Registry", "Adobe");
+  system->SetValue("/Ordering", "Identity");
+  system->SetValue("/Supplement", int32_t{0});
+  font->SetValue("/CIDSystemInfo", system);
+  font->SetValue("/FontDescriptor", Refer(kDescriptor));
+  font->SetValue("/W", AllocWidths(*program_, glyphs));
+  if (!program_->IsCFF()) {
+    font->SetValue("/CIDToGIDMap", Refer(kCodesToIndices));
+    WriteStream(kCodesToIndices, CodesToIndices(glyphs, indices));
+  }
+  Write(kDescendant, font);
+}
+
+bool EmbeddedFont::Complete() {
+  if (object_ == nullptr || written_ == texts_.size()) return true;
+  std::vector<uint32_t> glyphs, indices;
+  for (const auto& [glyph, text] : texts_) glyphs.push_back(glyph);
+  const Chaine font_file = program_->Subset(glyphs, &indices);
+  if (font_file.IsEmpty()) return false;
+  const Chaine name = SubsetTag(glyphs) + program_->PostScriptName();
+  auto* const descendants = new ZPDFNodeArray;
+  descendants->AppendValue(Refer(kDescendant));
+  auto* const font = new ZPDFNodeDictionary(parser_);
+  font->SetIdentifier("/Type", "/Font");
+  font->SetIdentifier("/Subtype", "/Type0");
+  font->SetIdentifier("/BaseFont", "/" + (program_->IsCFF() ? name + "-Identity-H" : name));
+  font->SetIdentifier("/Encoding", "/Identity-H");
+  font->SetValue("/DescendantFonts", descendants);
+  font->SetValue("/ToUnicode", Refer(kToUnicode));
+  object_->SetChild(font);
+  WriteDescendant(name, glyphs, indices);
+  WriteDescriptor(name);
+  WriteFontFile(font_file);
+  WriteStream(kToUnicode, ToUnicode());
+  written_ = texts_.size();
+  return true;
+}
+
+// A CMap from codes to UTF-16BE (ISO 32000-1 9.10.3).
+Chaine EmbeddedFont::ToUnicode() const {
+  constexpr size_t kMostInBlock = 100;
+  Chaine map =
+      "/CIDInit /ProcSet findresource begin\n12 dict begin\nbegincmap\n"
+      "/CIDSystemInfo << /Registry (Adobe) /Ordering (UCS) /Supplement 0 >> def\n"
+      "/CMapName /Adobe-Identity-UCS def\n/CMapType 2 def\n"
+      "1 begincodespacerange\n<0000> <FFFF>\nendcodespacerange\n";
+  std::vector<std::pair<uint32_t, const std::u32string*>> texts;
+  for (const auto& [glyph, text] : texts_) {
+    if (!text.empty()) texts.emplace_back(program_->CodeOf(glyph), &text);
+  }
+  for (size_t i = 0; i < texts.size(); i++) {
+    if (i % kMostInBlock == 0) map += FormatUInt(std::min(kMostInBlock, texts.size() - i)) + " beginbfchar\n";
+    map.Append('<');
+    AppendHex16(&map, texts[i].first);
+    map += "> <";
+    Chaine utf8;
+    for (const char32_t c : *texts[i].second) AppendUTF8(&utf8, c);
+    const Chaine utf16 = UTF8ToUTF16BE(utf8);
+    for (size_t k = 0; k + 1 < utf16.size(); k += 2) {
+      AppendHex16(&map,
+                  static_cast<uint32_t>(static_cast<uint8_t>(utf16[k])) << 8 | static_cast<uint8_t>(utf16[k + 1]));
+    }
+    map += ">\n";
+    if (i % kMostInBlock == kMostInBlock - 1 || i + 1 == texts.size()) map += "endbfchar\n";
+  }
+  return map + "endcmap\nCMapName currentdict /CMap defineresource pop\nend\nend\n";
+}
+
+}  // namespace zforms

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <array>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zforms/appearance/fonts/font_program.h"
+#include "zforms/appearance/fonts/text_font.h"
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+class ZPDFNodeDictionary;
+class ZPDFNodeIndirectObject;
+class ZPDFParser;
+
+// A font of the system in a document: a Type 0 font with Identity-H, "/ToUnicode" and a subset of the glyphs that were
+// shown (ISO 32000-1 9.7, 9.9). Its object is made with the first resource; Complete writes it and those below it, when
+// all texts have been shaped. The bytes depend on the glyphs and their texts alone. The document outlives it.
+class EmbeddedFont final : public TextFont {
+ public:
+  EmbeddedFont(ZPDFParser* parser, std::shared_ptr<const FontProgram> program, Chaine resource_name);
+  ~EmbeddedFont() override;
+
+  bool Has(char32_t c) const override { return program_->Has(c); }
+  bool Shapes() const override { return true; }
+  TextFontMetrics Metrics() const override { return program_->GetDescriptor().metrics; }
+  void Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
+             std::vector<ShapedGlyph>* glyphs) override;
+  Chaine ResourceName() const override { return resource_name_; }
+  ZPDFNode* AllocResource() override;
+
+  // Writes the font's objects with the glyphs that were shown. More may follow, and then this again; the same objects
+  // are used. False when the font cannot be cut.
+  bool Complete();
+
+ private:
+  // Glyphs of one cluster of characters, [from, to) of the shaped run.
+  struct Cluster {
+    size_t from, to;
+    std::u32string_view text;
+  };
+
+  bool NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, const Cluster& cluster, bool right_to_left);
+  // The objects below the font's own.
+  enum Part : size_t { kDescendant, kDescriptor, kFontFile, kCodesToIndices, kToUnicode, kParts };
+
+  void WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs, const std::vector<uint32_t>& indices);
+  void WriteDescriptor(const Chaine& name);
+  void WriteFontFile(const Chaine& bytes);
+  void WriteStream(Part part, const Chaine& bytes);
+  void Write(Part part, ZPDFNode* value);
+  // A reference to the part, which the caller owns.
+  ZPDFNode* Refer(Part part);
+  Chaine ToUnicode() const;
+
+  ZPDFParser* parser_;
+  std::shared_ptr<const FontProgram> program_;
+  Chaine resource_name_;
+  ZPDFNodeIndirectObject* object_ = nullptr;
+  std::array<ZPDFNodeIndirectObject*, kParts> parts_{};
+  size_t written_ = 0;  // how many glyphs the objects have
+  // Each glyph that was shown, with the text that readers take from it.
+  std::map<uint32_t, std::u32string> texts_;
+};
+
+}  // namespace zforms

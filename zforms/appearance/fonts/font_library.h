@@ -1,0 +1,46 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "zforms/appearance/fonts/font_program.h"
+#include "zforms/appearance/fonts/font_source.h"
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+// The fonts that stand in for a form's own: a font file that the user named, then the fonts of the system. A font is
+// opened once. What is found depends on style and characters alone, not on what was asked before. Any thread may use
+// it.
+class FontLibrary {
+ public:
+  explicit FontLibrary(std::unique_ptr<ZFontSource> source);
+  ~FontLibrary();
+  FontLibrary(const FontLibrary&) = delete;
+  FontLibrary& operator=(const FontLibrary&) = delete;
+
+  // From now on this font comes first wherever it has the characters. False when it cannot be used; the fault says why.
+  // To be called before the first Find.
+  bool AddFile(const Chaine& path, Chaine* fault);
+
+  // A font that has all the characters and may be embedded; null when there is none.
+  std::shared_ptr<const FontProgram> Find(const ZFontStyle& style, std::u32string_view characters);
+
+ private:
+  using Program = std::shared_ptr<const FontProgram>;
+
+  Program Search(const ZFontStyle& style, std::u32string_view characters);
+  const Program& Open(const ZFontFile& file);
+
+  std::mutex mutex_;
+  std::unique_ptr<ZFontSource> source_;
+  Program first_;
+  std::map<std::pair<std::string, uint32_t>, Program>
+      programs_;  // by file and face; null for those that cannot be used
+  std::map<std::pair<ZFontStyle, std::u32string>, Program> found_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "zforms/appearance/fonts/font_source.h"
+#include "zforms/appearance/fonts/text_font.h"
+#include "zforms/platform/base/chaine.h"
+
+struct hb_buffer_t;
+struct hb_face_t;
+struct hb_font_t;
+struct hb_set_t;
+
+namespace zforms {
+
+// A font file that is shaped with and embedded: TrueType or CFF outlines in an OpenType file, one face of a collection,
+// the default instance of a variable font. Immutable once it is open: documents and threads share it.
+class FontProgram {
+ public:
+  // One glyph of a shaped run, in visual order; positions in 1/1000 of the font size.
+  struct Glyph {
+    uint32_t index;
+    uint32_t cluster;
+    double advance;
+    double x, y;
+  };
+  // The numbers of a font descriptor, in 1/1000 of the font size (ISO 32000-1 table 122).
+  struct Descriptor {
+    TextFontMetrics metrics;
+    int32_t box[4] = {};
+    double italic_angle = 0;
+    uint32_t flags = 0;
+  };
+
+  // Null when the file is no such font, or when it may not be embedded (OS/2 fsType); the fault then says why.
+  static std::shared_ptr<const FontProgram> Open(const ZFontFile& file, Chaine* fault);
+  ~FontProgram();
+  FontProgram(const FontProgram&) = delete;
+  FontProgram& operator=(const FontProgram&) = delete;
+
+  bool Has(char32_t c) const { return GlyphOf(c) != 0; }
+  // 0 when there is none.
+  uint32_t GlyphOf(char32_t c) const;
+  double WidthOf(uint32_t glyph) const;
+  // The character code of a glyph in a Type 0 font with Identity-H: its CID in a CID-keyed font, else its index.
+  uint32_t CodeOf(uint32_t glyph) const;
+
+  const Chaine& PostScriptName() const { return name_; }
+  const Descriptor& GetDescriptor() const { return descriptor_; }
+  bool IsCFF() const { return is_cff_; }
+  bool IsCIDKeyed() const { return !cids_.empty(); }
+
+  // Shapes the characters [from, from + count) of the paragraph in one direction; what stands around them is context.
+  std::vector<Glyph> Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left) const;
+
+  // A font file with those glyphs alone: TrueType, or bare CFF. `indices` takes each glyph's index in it. Empty when
+  // the font cannot be cut.
+  Chaine Subset(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const;
+
+ private:
+  FontProgram() = default;
+  bool ReadTables(Chaine* fault);
+  void ReadDescriptor();
+  void ReadCIDs(const ZFontFile& file);
+
+  hb_face_t* face_ = nullptr;
+  hb_font_t* font_ = nullptr;
+  double per_unit_ = 1;  // 1000 / units per em
+  bool is_cff_ = false;
+  std::vector<uint32_t> cids_;  // by glyph; empty unless CID-keyed
+  Chaine name_;
+  Descriptor descriptor_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,86 @@
+#include "zforms/appearance/fonts/font_resources.h"
+
+#include <array>
+
+#include "zforms/acroform/field.h"
+#include "zforms/acroform/node_access.h"
+#include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/reference_node.h"
+#include "zforms/pdf/stream_node.h"
+
+namespace zforms {
+namespace {
+
+bool IsFont(const ZPDFNodeDictionary& dictionary) {
+  constexpr std::array<std::string_view, 5> kSubtypes = {"/Type1", "/TrueType", "/Type0", "/MMType1", "/Type3"};
+  const Chaine& subtype = dictionary.GetIdentifier("/Subtype");
+  for (const std::string_view known : kSubtypes) {
+    if (subtype == known) return true;
+  }
+  return subtype.IsEmpty() && dictionary.Exist("/BaseFont");
+}
+
+// The resources of the appearance stream that the widget has, null for none.
+const ZPDFNodeDictionary* AppearanceResources(const ZPDFNodeDictionary& widget) {
+  const ZPDFNodeDictionary* const appearances = DictionaryAt(widget, "/AP");
+  if (appearances == nullptr) return nullptr;
+  const auto* const stream = NodeCast<ZPDFNodeStream>(appearances->GetTarget("/N"));
+  return stream == nullptr ? nullptr : DictionaryAt(*stream->Dico(), "/Resources");
+}
+
+}  // namespace
+
+FontResources::FontResources(ZPDFParser* document) : document_(document) {}
+FontResources::~FontResources() = default;
+
+ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view name) {
+  const Chaine key = "/" + Chaine(name);
+  for (const ZAcroFormField* field = &widget; field != nullptr; field = field->Parent()) {
+    if (ResourceFont* font = FindIn(DictionaryAt(*field->Dico(), "/DR"), key)) return font;
+  }
+  if (const ZPDFNodeDictionary* const form = document_->AcroForm()) {
+    if (ResourceFont* font = FindIn(DictionaryAt(*form, "/DR"), key)) return font;
+  }
+  if (ResourceFont* font = FindIn(AppearanceResources(*widget.Dico()), key)) return font;
+  return Standard(name);
+}
+
+ResourceFont* FontResources::FindIn(const ZPDFNodeDictionary* resources, const Chaine& key) {
+  const ZPDFNodeDictionary* const fonts = resources == nullptr ? nullptr : DictionaryAt(*resources, "/Font");
+  const ZPDFNodeDictionary* const font = fonts == nullptr ? nullptr : DictionaryAt(*fonts, key);
+  return font != nullptr && IsFont(*font) ? FontOf(*font, key.Mid(1), *fonts->GetDirect(key)) : nullptr;
+}
+
+ResourceFont* FontResources::Standard(std::string_view name) {
+  const StandardFont* font = StandardFontOfResource(name);
+  if (font == nullptr) font = &StandardFontLike(name, 0);
+  ZPDFNodeIndirectObject*& object = standard_[font];
+  if (object == nullptr) object = AddStandardFont(*font);
+  const std::unique_ptr<ZPDFNode> reference(object->AllocReference());
+  return FontOf(*NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0)), name.empty() ? "Helv" : name, *reference);
+}
+
+ResourceFont* FontResources::FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value) {
+  std::unique_ptr<ResourceFont>& known = fonts_[&font][name];
+  if (known == nullptr) {
+    std::shared_ptr<const FontCodes>& codes = codes_[&font];
+    if (codes == nullptr) codes = FontCodes::Read(font);
+    known = std::make_unique<ResourceFont>(codes, name, value);
+  }
+  return known.get();
+}
+
+ZPDFNodeIndirectObject* FontResources::AddStandardFont(const StandardFont& font) {
+  auto* const dictionary = new ZPDFNodeDictionary(document_);
+  dictionary->SetIdentifier("/Type", "/Font");
+  dictionary->SetIdentifier("/Subtype", "/Type1");
+  dictionary->SetIdentifier("/BaseFont", "/" + Chaine(font.name));
+  if (!font.IsSymbolic()) dictionary->SetIdentifier("/Encoding", "/WinAnsiEncoding");
+  ZPDFNodeIndirectObject* const object = document_->AddIndirectObject();
+  object->SetChild(dictionary);
+  added_.push_back(object);
+  return object;
+}
+
+}  // namespace zforms

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "zforms/appearance/fonts/resource_font.h"
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/containers.h"
+
+namespace zforms {
+
+class ZAcroFormField;
+class ZPDFNodeIndirectObject;
+class ZPDFParser;
+
+// The fonts that the default appearances of a document's fields name. Each font dictionary is read once, and known
+// again by its address: the document, which outlives this object, keeps them all, those that were added too. The fonts
+// belong to this object. One thread at a time.
+class FontResources {
+ public:
+  explicit FontResources(ZPDFParser* document);
+  ~FontResources();
+  FontResources(const FontResources&) = delete;
+  FontResources& operator=(const FontResources&) = delete;
+
+  // The font of that name, without slash: the first one that is found in "/DR" of the field or of one of its parents,
+  // in "/DR" of the form, or in the resources of the appearance that the widget has ("/AP" "/N"). Where there is none,
+  // the standard font that the name stands for, Helvetica for any other name; a dictionary for it is added to the
+  // document when it is first asked for. Never null.
+  ResourceFont* Find(const ZAcroFormField& widget, std::string_view name);
+
+  // The dictionaries that were added, in the order in which they were.
+  const std::vector<ZPDFNodeIndirectObject*>& Added() const { return added_; }
+
+ private:
+  ResourceFont* FindIn(const ZPDFNodeDictionary* resources, const Chaine& key);
+  ResourceFont* Standard(std::string_view name);
+  ResourceFont* FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value);
+  ZPDFNodeIndirectObject* AddStandardFont(const StandardFont& font);
+
+  ZPDFParser* document_;
+  std::unordered_map<const ZPDFNodeDictionary*, std::shared_ptr<const FontCodes>> codes_;
+  // Under one dictionary the fonts by the names that lead to it, each of which is written with its own.
+  std::unordered_map<const ZPDFNodeDictionary*, FDictionnary<std::unique_ptr<ResourceFont>>> fonts_;
+  std::unordered_map<const StandardFont*, ZPDFNodeIndirectObject*> standard_;
+  std::vector<ZPDFNodeIndirectObject*> added_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace zforms {
+
+// Which list a glyph's name is looked up in first: that of ZapfDingbats has names of its own, such as "a20".
+enum class GlyphNames : uint8_t { kUsual, kDingbats };
+
+// The code point that a glyph's name stands for, by the rules of the Adobe Glyph List: a name of the list, "uni" with
+// four hexadecimal digits, "u" with four to six; what follows a period does not count. 0 for every other name.
+char32_t GlyphCharacter(std::string_view name, GlyphNames names = GlyphNames::kUsual);
+
+// The other code point that the same glyph serves, 0 where there is none: the list gives the no-break space the glyph
+// "space", the micro sign and the small mu the glyph "mu".
+char32_t SameGlyphCharacter(char32_t c);
+
+}  // namespace zforms

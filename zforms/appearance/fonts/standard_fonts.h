@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "zforms/appearance/fonts/font_encodings.h"
+#include "zforms/appearance/fonts/glyph_list.h"
+#include "zforms/appearance/fonts/text_font.h"
+
+namespace zforms {
+
+enum class FontFamily : uint8_t { kHelvetica, kTimes, kCourier, kSymbol, kZapfDingbats };
+
+// One of the 14 fonts that every reader of PDF has (ISO 32000-1 9.6.2.2), with the figures that their maker published.
+// They are constants.
+struct StandardFont {
+  std::string_view name;  // as in "/BaseFont", without slash
+  FontFamily family;
+  bool bold;
+  bool italic;
+  // The highest and lowest point of the two symbol fonts, which have no published ascent and descent.
+  TextFontMetrics metrics;
+
+  bool IsSymbolic() const { return family == FontFamily::kSymbol || family == FontFamily::kZapfDingbats; }
+  // The built-in encoding, and the list that its glyphs' names are of.
+  const FontEncoding& Encoding() const;
+  GlyphNames Names() const { return family == FontFamily::kZapfDingbats ? GlyphNames::kDingbats : GlyphNames::kUsual; }
+  // The width of the glyph, in 1/1000 of the font size; nothing where the font has no such glyph.
+  std::optional<uint16_t> Width(std::string_view glyph) const;
+};
+
+// The font of that "/BaseFont", without slash: its name, or that of its usual equals such as "ArialMT",
+// "TimesNewRoman,Bold" and "CourierNewPS-ItalicMT", with or without the tag of a subset. Null for every other name.
+const StandardFont* StandardFontNamed(std::string_view base_font);
+
+// The same by the name of a resource, without slash: "Helv", "HeBo", "TiRo", "CoBo", "ZaDb" and the like as well.
+const StandardFont* StandardFontOfResource(std::string_view resource);
+
+// The font that stands for one that the file does not have: by its name and "/Flags" of its descriptor (ISO 32000-1
+// table 123). Never one of the symbol fonts unless StandardFontNamed says so.
+const StandardFont& StandardFontLike(std::string_view base_font, uint32_t flags);
+
+}  // namespace zforms

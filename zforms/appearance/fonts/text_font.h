@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+class ZPDFNode;
+
+// One glyph of a shaped text, in the order in which it is shown from left to right.
+struct ShapedGlyph {
+  uint32_t code = 0;  // the character code in the content stream, big-endian in `code_size` bytes
+  uint8_t code_size = 1;
+  double width = 0;      // the advance that the font's "/Widths" or "/W" give, in 1/1000 of the font size
+  double advance = 0;    // the advance that shaping asks for, in the same unit; most fonts: the width
+  double x = 0, y = 0;   // where the glyph is shown, from the pen, in the same unit
+  uint32_t cluster = 0;  // the index in the paragraph of the first character that it belongs to
+  // Whether what the font's "/ToUnicode" or encoding gives for the glyphs of the cluster is the text of the cluster.
+  // Where it is not, the text is written beside them as "/ActualText".
+  bool is_plain = true;
+};
+
+// Distances from the baseline in 1/1000 of the font size; ascent and cap height above it, descent below it (negative).
+struct TextFontMetrics {
+  double ascent = 0;
+  double descent = 0;
+  double cap_height = 0;
+};
+
+// A font that appearance streams show text in: one of the form's own resources, or one that is embedded when the form's
+// own lacks a character. Characters are code points. One thread at a time.
+class TextFont {
+ public:
+  virtual ~TextFont() = default;
+
+  // Whether it has a glyph for the character.
+  virtual bool Has(char32_t c) const = 0;
+  // Whether the scripts that need shaping (Arabic, the Indic scripts, ...) come out right.
+  virtual bool Shapes() const = 0;
+  virtual TextFontMetrics Metrics() const = 0;
+
+  // Appends the glyphs of the characters [from, from + count) of the paragraph, all of which it has and which have one
+  // direction, in visual order. A font that does not shape gives one glyph for each character.
+  virtual void Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
+                     std::vector<ShapedGlyph>* glyphs) = 0;
+
+  // The name of the font in "/Resources" "/Font", without slash, and the value of that entry, which the caller owns: a
+  // reference to the font's object. An embedded font makes the object now and completes it in a later step.
+  virtual Chaine ResourceName() const = 0;
+  virtual ZPDFNode* AllocResource() = 0;
+};
+
+}  // namespace zforms
