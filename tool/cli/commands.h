@@ -71,6 +71,15 @@ struct RewriteOptions {
 };
 int RunRewrite(const RewriteOptions& options);
 
+struct DrawOptions {
+  std::string file;
+  std::string output;
+  std::string password;
+  bool recover = false;
+  bool force = false;
+};
+int RunDraw(const DrawOptions& options);
+
 struct PermissionsOptions {
   std::string file;
   std::string output;

@@ -68,6 +68,7 @@ class CommandLine {
     AddMap();
     AddBatch();
     AddCheck();
+    AddDraw();
     AddRewrite();
     AddPermissions();
     AddViewer();
@@ -232,6 +233,19 @@ class CommandLine {
     AddRecover(command, &check_.recover);
   }
 
+  void AddDraw() {
+    CLI::App* command =
+        Add("draw", "Draw the values of all fields, so that every viewer shows them.",
+            "Text fields and choice fields are drawn anew; buttons keep their appearances. What does not\n"
+            "fit, and characters that no font has, are reported. The change is appended to the file.",
+            "  zforms draw filled.pdf -o drawn.pdf", [this] { return RunDraw(draw_); });
+    AddFile(command, &draw_.file);
+    AddOutput(command, &draw_.output)->required();
+    AddPassword(command, &draw_.password);
+    AddRecover(command, &draw_.recover);
+    AddForce(command, &draw_.force);
+  }
+
   void AddRewrite() {
     CLI::App* command = Add("rewrite", "Write the whole document as a new file.",
                             "The file has every object that is in use and one cross-reference section. An encrypted\n"
@@ -305,6 +319,7 @@ class CommandLine {
   MapOptions map_;
   BatchOptions batch_;
   CheckOptions check_;
+  DrawOptions draw_;
   RewriteOptions rewrite_;
   PermissionsOptions permissions_;
   ViewerOptions viewer_;

@@ -40,19 +40,6 @@ std::string FlagsText(const ZAcroForm& form) {
   return text;
 }
 
-// Usage rights end with the change; what signatures forbid is refused.
-bool GuardChange(ZAcroForm& form, bool force, Console& console, bool writes_anew = false) {
-  const FillingGuard guard(form, {true, force}, writes_anew);
-  ZFormMessages messages;
-  const bool allowed = guard.AllowsDesigning(&messages);
-  if (allowed) {
-    guard.Drop(form);
-    guard.SayWhatGoes(&messages);
-  }
-  Say(messages, console);
-  return allowed;
-}
-
 }  // namespace
 
 int RunRewrite(const RewriteOptions& options) {
@@ -62,7 +49,7 @@ int RunRewrite(const RewriteOptions& options) {
   const bool loses = CheckFile(form, console);
   console.WarnAll(form.Diagnostics());
   if (!MayWriteAnew(loses, options.recover, options.force, console)) return console.Finish();
-  if (!GuardChange(form, options.force, console, true)) return console.Finish();
+  if (!GuardChange(form, {true, options.force}, console, true)) return console.Finish();
   Chaine bytes;
   ZInetChaineOStream stream(bytes);
   if (!form.SaveFull(stream)) {
@@ -86,7 +73,7 @@ int RunPermissions(const PermissionsOptions& options) {
     return console.Finish();
   }
   form.SetStandardUserFlags(*options.flags);
-  if (!GuardChange(form, options.force, console)) return console.Finish();
+  if (!GuardChange(form, {true, options.force}, console)) return console.Finish();
   const bool loses = form.SavesAnew() && form.WouldLose();
   console.WarnAll(form.Diagnostics());
   if (MayWriteAnew(loses, options.recover, options.force, console)) {
@@ -99,7 +86,7 @@ int RunViewer(const ViewerOptions& options) {
   Console console(options.file);
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
-  if (!GuardChange(form, options.force, console)) return console.Finish();
+  if (!GuardChange(form, {true, options.force}, console)) return console.Finish();
   const struct {
     const std::optional<bool>& wanted;
     void (ZAcroFormViewerInfos::*set)(bool) const;

@@ -51,4 +51,16 @@ Chaine LockOf(const FillingGuard& guard, const Chaine& name) {
   return fault.IsEmpty() ? fault : Chaine(WithRemedy(fault.ToString(), Remedy::kForceWriting));
 }
 
+bool GuardChange(ZAcroForm& form, const GuardOptions& options, Console& console, bool writes_anew) {
+  const FillingGuard guard(form, options, writes_anew);
+  ZFormMessages messages;
+  const bool allowed = guard.AllowsDesigning(&messages);
+  if (allowed) {
+    guard.Drop(form);
+    guard.SayWhatGoes(&messages);
+  }
+  Say(messages, console);
+  return allowed;
+}
+
 }  // namespace zforms::tool

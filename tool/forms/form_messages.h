@@ -8,7 +8,9 @@
 
 namespace zforms {
 class FillingGuard;
-}
+class ZAcroForm;
+struct GuardOptions;
+}  // namespace zforms
 
 namespace zforms::tool {
 
@@ -21,5 +23,9 @@ void Say(const ZFormMessages& messages, Console& console);
 
 // Why the field of that full name keeps what it holds, with the option that writes it all the same.
 Chaine LockOf(const FillingGuard& guard, const Chaine& name);
+
+// Removes usage rights, which end with a change of the form, and what the options say. False, with a message, when
+// signatures forbid the change. `writes_anew`: a new file is written, whatever changes.
+bool GuardChange(ZAcroForm& form, const GuardOptions& options, Console& console, bool writes_anew = false);
 
 }  // namespace zforms::tool

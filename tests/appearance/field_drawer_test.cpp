@@ -1,0 +1,55 @@
+#include "zforms/appearance/field_drawer.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/form_text.h"
+
+namespace zforms {
+namespace {
+
+// The content of the appearance of the field's widget, in one line.
+std::string ContentOf(ZAcroForm& form, uint32_t field) {
+  const auto* appearances = NodeCast<ZPDFNodeDictionary>(form.Fields()[field]->Dico()->GetTarget("/AP"));
+  const auto* stream = appearances == nullptr ? nullptr : NodeCast<ZPDFNodeStream>(appearances->GetTarget("/N"));
+  std::string content = stream == nullptr ? "none" : stream->Data().ToString();
+  for (char& c : content) c = c == '\n' ? ' ' : c;
+  return content;
+}
+
+// Widths of Helvetica are known: "A" 667, "i" 222; its ascent is 718, its descent -207.
+TEST(ZFieldDrawer, DrawsFieldsInTheFontsOfTheForm) {
+  ZAcroForm form = FormText()
+                       .Infos("/DA(/Helv 0 Tf 0 g)/NeedAppearances true")
+                       .Field(10, "<</FT/Tx/T(a)/V(Ai)/Q 2/Subtype/Widget/Rect[0 0 100 20]/DA(1 0 0 rg /Helv 10 Tf)>>")
+                       .Field(11, "<</FT/Tx/T(b)/V(A)/F 2/Subtype/Widget/Rect[0 0 10 100]>>")
+                       .Field(12, "<</FT/Tx/T(c)/V(Aiii)/Subtype/Widget/Rect[0 0 12 20]/DA(/Helv 10 Tf)>>")
+                       .Field(13, "<</T(group)/Kids[14 0 R]>>")
+                       .Object(14, "<</FT/Btn/T(d)/Parent 13 0 R/Subtype/Widget/Rect[0 0 10 10]>>")
+                       .Form();
+  const uint32_t before = form.Parser()->FreeNumber();
+  ZFieldDrawer drawer(form);
+  EXPECT_TRUE(drawer.DrawAll());
+  // 100 - (0.667 + 0.222) * 10 - 2; (20 - (0.718 - 0.207) * 10) / 2.
+  EXPECT_EQ(ContentOf(form, 0), "/Tx BMC q BT 1 0 0 rg /Helv 10 Tf 89.11 7.445 Td (Ai) Tj ET Q EMC ");
+  // 6 / 0.667 is less than 98 / 1.35.
+  EXPECT_EQ(ContentOf(form, 1), "/Tx BMC q BT 0 g /Helv 8.99 Tf 2 47.703 Td (A) Tj ET Q EMC ");
+  EXPECT_NE(LineOf(form.Fields()[3]->GetAt(0)->Dico()).find("/AS/Off"), std::string::npos);
+  ASSERT_EQ(drawer.Diagnostics().Warnings().Size(), 1U);
+  EXPECT_EQ(drawer.Diagnostics().Warnings()[0].text, "field \"c\": 2 of 4 characters do not fit");
+
+  // A font, three texts and two states.
+  EXPECT_EQ(form.Parser()->FreeNumber() - before, 7U);
+  form.ResetModified();
+  EXPECT_TRUE(drawer.DrawAll());
+  EXPECT_TRUE(form.Parser()->ModifiedObjects().empty()) << "nothing changed, so nothing is drawn anew";
+  form.Fields()[0]->SetValue("A");
+  EXPECT_TRUE(drawer.Draw(*form.Fields()[0]));
+  EXPECT_EQ(ContentOf(form, 0), "/Tx BMC q BT 1 0 0 rg /Helv 10 Tf 91.33 7.445 Td (A) Tj ET Q EMC ");
+  EXPECT_EQ(form.Parser()->FreeNumber() - before, 7U) << "the object of the first drawing serves again";
+
+  ZAcroForm empty;
+  EXPECT_FALSE(ZFieldDrawer(empty).DrawAll());
+}
+
+}  // namespace
+}  // namespace zforms

@@ -1,0 +1,131 @@
+#include "zforms/appearance/button_drawing.h"
+
+#include <algorithm>
+
+#include "zforms/acroform/field.h"
+#include "zforms/appearance/value_text.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/platform/base/number.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+namespace {
+
+// Codes of ZapfDingbats: a check mark and a circle.
+constexpr char kCheck = '4';
+constexpr char kCircle = 'l';
+// The figures of docs/appearances.md.
+constexpr double kMarkSize = 0.8;         // of the shorter side
+constexpr double kMarkHeight = 0.705;     // of the size of the mark
+constexpr double kCircleRadius = 0.3165;  // of the shorter side
+constexpr std::string_view kOff = "Off";
+
+const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeDictionary* holder, std::string_view key) {
+  return holder == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(holder->GetTarget(key));
+}
+
+Chaine NameWithoutSlash(const Chaine& name) { return !name.IsEmpty() && name[0] == '/' ? name.Mid(1) : name; }
+
+bool IsOnState(const Chaine& state) { return !state.IsEmpty() && state != kOff; }
+
+// The state that the widget shows or its value names, else a usual one.
+Chaine OnStateOf(const ZAcroFormField& widget, bool is_radio, size_t index) {
+  const Chaine shown = NameWithoutSlash(widget.Dico()->GetIdentifier("/AS"));
+  if (IsOnState(shown)) return shown;
+  if (is_radio) return FormatUInt(index);
+  const Chaine value = widget.Value();
+  return IsOnState(value) ? value : Chaine("Yes");
+}
+
+char MarkCodeOf(const WidgetStyle& style, bool is_radio) {
+  if (!style.caption.IsEmpty()) return style.caption[0];
+  return is_radio ? kCircle : kCheck;
+}
+
+}  // namespace
+
+bool ButtonDrawer::LacksLook(const ZAcroFormField& widget) {
+  const ZPDFNodeDictionary* appearances = DictionaryOf(widget.Dico(), "/AP");
+  const ZPDFNode* normal = appearances == nullptr ? nullptr : appearances->GetTarget("/N");
+  return NodeCast<ZPDFNodeStream>(normal) == nullptr && NodeCast<ZPDFNodeDictionary>(normal) == nullptr;
+}
+
+bool ButtonDrawer::LacksStates(const ZAcroFormField& widget) {
+  const ZPDFNodeDictionary* states = DictionaryOf(DictionaryOf(widget.Dico(), "/AP"), "/N");
+  return states == nullptr || states->Size() <= (states->Exist("/Off") ? 1U : 0U);
+}
+
+void ButtonDrawer::DrawPush(WidgetDrawing& drawing) {
+  drawing.style.Draw(drawing.out);
+  const std::u32string caption = LineOfText(PDFTextToUTF8(drawing.style.caption));
+  if (caption.empty() || drawing.look.font == nullptr) return;
+  drawing.box.quadding = 1;
+  std::vector<TextParagraph> paragraphs;
+  paragraphs.push_back(fonts_.MakeParagraph(caption, drawing.look.font, &drawing.missing));
+  const TextLayout layout = LayOutLine(paragraphs[0], drawing.box);
+  drawing.characters = caption.size();
+  drawing.left_out = layout.left_out;
+  drawing.out.Operator("q");
+  drawing.Clip();
+  drawing.ShowText(paragraphs, layout);
+  drawing.out.Operator("Q");
+}
+
+void ButtonDrawer::DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, size_t index) {
+  const bool is_radio = widget.InheritedType() == ZAcroFormField::eRadioButton;
+  const Chaine on = OnStateOf(widget, is_radio, index);
+  const bool is_round = is_radio && MarkCodeOf(drawing.style, is_radio) == kCircle;
+  const auto draw_ground = [&] {
+    drawing.out = ContentWriter();
+    drawing.fonts.clear();
+    if (is_round) {
+      drawing.style.DrawCircle(drawing.out);
+    } else {
+      drawing.style.Draw(drawing.out);
+    }
+  };
+  draw_ground();
+  DrawMark(drawing, is_radio);
+  StoreState(widget, drawing, on);
+  const ZPDFNodeDictionary* states = DictionaryOf(DictionaryOf(widget.Dico(), "/AP"), "/N");
+  if (states == nullptr || !states->Exist("/Off")) {
+    draw_ground();
+    StoreState(widget, drawing, Chaine(kOff));
+  }
+  if (widget.Dico()->GetIdentifier("/AS").IsEmpty()) {
+    widget.Dico()->SetIdentifier("/AS", "/" + (widget.Value() == on ? on : Chaine(kOff)));
+  }
+}
+
+void ButtonDrawer::DrawMark(WidgetDrawing& drawing, bool is_radio) {
+  const WidgetStyle& style = drawing.style;
+  ContentWriter& out = drawing.out;
+  const char code = MarkCodeOf(style, is_radio);
+  const double side = std::min(style.width, style.height);
+  if (!drawing.look.color.IsEmpty()) {
+    out.Raw(drawing.look.color).Raw("\n");
+  } else {
+    out.Operator("g", {0});
+  }
+  if (code == kCircle) {
+    FillCircle(out, style.width / 2, style.height / 2, side * kCircleRadius);
+    return;
+  }
+  std::optional<MarkGlyph> mark = fonts_.MarkOf(drawing.widget, static_cast<uint8_t>(code));
+  if (!mark) mark = fonts_.MarkOf(drawing.widget, static_cast<uint8_t>(kCheck));
+  if (!mark) return;
+  const double size = drawing.look.size > 0 ? drawing.look.size : side * kMarkSize;
+  out.BeginText();
+  out.SetFont(mark->font->ResourceName(), size);
+  out.MoveTo((style.width - mark->glyph.width * size / 1000) / 2, (style.height - kMarkHeight * size) / 2);
+  out.Show({{&mark->glyph, 1}, {}, 0, false});
+  out.EndText();
+  drawing.AddFont(mark->font);
+}
+
+void ButtonDrawer::StoreState(ZAcroFormField& widget, WidgetDrawing& drawing, const Chaine& state) {
+  store_.SetState(widget.Dico(), state, {&drawing.style, nullptr, drawing.out.Take(), drawing.fonts});
+}
+
+}  // namespace zforms

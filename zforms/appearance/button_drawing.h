@@ -1,0 +1,32 @@
+#pragma once
+
+#include "zforms/appearance/appearance_store.h"
+#include "zforms/appearance/widget_drawing.h"
+
+namespace zforms {
+
+class ZAcroFormField;
+
+// Draws the buttons that have no appearance (ISO 32000-1 12.7.4.2); what they have stays. One thread at a time.
+class ButtonDrawer {
+ public:
+  ButtonDrawer(FieldFonts& fonts, AppearanceStore& store) : fonts_(fonts), store_(store) {}
+
+  // Whether a push button, or a check box or radio button, lacks its appearance.
+  static bool LacksLook(const ZAcroFormField& widget);
+  static bool LacksStates(const ZAcroFormField& widget);
+  // Draws a push button with its caption, in the middle.
+  void DrawPush(WidgetDrawing& drawing);
+  // Gives a check box or a radio button the states on and off, and "/AS" when it has none. `widget` is that of the
+  // drawing, `index` its place among the widgets of its field.
+  void DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, size_t index);
+
+ private:
+  void DrawMark(WidgetDrawing& drawing, bool is_radio);
+  void StoreState(ZAcroFormField& widget, WidgetDrawing& drawing, const Chaine& state);
+
+  FieldFonts& fonts_;
+  AppearanceStore& store_;
+};
+
+}  // namespace zforms

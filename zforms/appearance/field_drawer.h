@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+class ZAcroForm;
+class ZAcroFormField;
+class ZDiagnostics;
+
+// ZFieldDrawer draws the values of a form's fields, so that every viewer shows them and none has to draw them anew:
+// each widget gets an appearance stream ("/AP" "/N", ISO 32000-1 12.7.3.3 and 12.5.5) from "/Rect", "/MK", "/BS" or
+// "/Border",
+// "/DA", "/Q", "/MaxLen" and its field's value.
+//
+// Text fields, combo boxes and list boxes are drawn anew; of an appearance that can be read, what stands outside
+// "/Tx BMC ... EMC" is kept. Buttons keep the appearances that they have; a button without one is drawn. Signatures are
+// never touched. Hidden widgets are drawn as well, since they may be shown later. Values do not change.
+//
+// Draw the fields that changed, or all of them, then Finish, then save the form. It neither owns the form, which
+// outlives it and is not to be loaded anew meanwhile, nor saves it. One thread at a time.
+class ZFORMS_API ZFieldDrawer {
+ public:
+  explicit ZFieldDrawer(ZAcroForm& form);
+  ~ZFieldDrawer();
+  ZFieldDrawer(const ZFieldDrawer&) = delete;
+  ZFieldDrawer& operator=(const ZFieldDrawer&) = delete;
+
+  // Draws each widget of the field. False when one was not drawn completely, because no font has a character of its
+  // value or the value cannot be read; "/NeedAppearances" should then stay (ISO 32000-1 table 218). What does not fit
+  // into the widget is a warning alone.
+  bool Draw(ZAcroFormField& field);
+  // Draws every field of the form, and finishes. False when one was not drawn completely.
+  bool DrawAll();
+  // Writes the fonts that were embedded for characters that the form's own fonts lack. More fields may be drawn later,
+  // and this called again. False when one of them cannot be written.
+  bool Finish();
+
+  // What was left out, such as `field "name": 14 of 60 characters do not fit`. Names are UTF-8.
+  const ZDiagnostics& Diagnostics() const;
+
+ private:
+  struct Hidden;
+  std::unique_ptr<Hidden> hidden_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "zforms/appearance/text_paragraph.h"
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+class TextFont;
+class ZAcroFormField;
+
+// What a widget's text looks like by its "/DA" (ISO 32000-1 12.7.3.3).
+struct TextLook {
+  TextFont* font = nullptr;
+  double size = 0;  // 0: automatic
+  Chaine color;     // operators that set it; empty for black
+};
+
+// A glyph of ZapfDingbats, with which buttons are marked.
+struct MarkGlyph {
+  TextFont* font = nullptr;
+  ShapedGlyph glyph;
+};
+
+// Where those who draw fields get fonts from: the form's own and, for characters that these lack, others. It owns the
+// fonts. One document; one thread at a time.
+class FieldFonts {
+ public:
+  virtual ~FieldFonts() = default;
+
+  virtual TextLook LookOf(const ZAcroFormField& widget) = 0;
+  // The text, which has no line ends, in the font where it has all the characters, else in others. Characters that no
+  // font has are added to `missing`, and what stands for them is shown.
+  virtual TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) = 0;
+  // The mark that "/CA" of a button names by its code in ZapfDingbats; nothing when there is none.
+  virtual std::optional<MarkGlyph> MarkOf(const ZAcroFormField& widget, uint8_t code) = 0;
+  // Completes the objects of embedded fonts with all the glyphs that were shown. More may follow, and then this again.
+  // False when a font cannot be written.
+  virtual bool Finish() = 0;
+};
+
+}  // namespace zforms

@@ -1,0 +1,66 @@
+#include "zforms/appearance/form_fonts.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "zforms/acroform/field.h"
+#include "zforms/appearance/fonts/font_encodings.h"
+#include "zforms/appearance/fonts/glyph_list.h"
+#include "zforms/appearance/paragraph_maker.h"
+
+namespace zforms {
+namespace {
+
+// Below it are Latin letters alone, each a glyph, and none of them needs the libraries for other scripts.
+constexpr char32_t kPlainEnd = 0x300;
+
+// What a font that takes the place of this one is to look like.
+ZFontStyle StyleOf(const StandardFont& font) {
+  ZFontStyle style;
+  if (font.family == FontFamily::kTimes) style.family = ZFontStyle::Family::kSerif;
+  if (font.family == FontFamily::kCourier) style.family = ZFontStyle::Family::kMono;
+  style.is_bold = font.bold;
+  style.is_italic = font.italic;
+  return style;
+}
+
+}  // namespace
+
+const DefaultAppearance& FormFonts::AppearanceOf(const Chaine& text) {
+  if (last_ != nullptr && last_text_ == text) return *last_;
+  const auto [found, is_new] = appearances_.try_emplace(text.ToString());
+  if (is_new) found->second = ParseDefaultAppearance(text);
+  last_text_ = text;
+  last_ = &found->second;
+  return *last_;
+}
+
+TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
+  const DefaultAppearance& appearance = AppearanceOf(widget.DefaultAppearance());
+  return {resources_.Find(widget, appearance.font), appearance.size, appearance.color};
+}
+
+TextParagraph FormFonts::MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) {
+  const bool is_plain =
+      std::all_of(text.begin(), text.end(), [&](char32_t c) { return c < kPlainEnd && font->Has(c); });
+  if (is_plain) return {std::move(text), font};
+  if (fallback_ == nullptr) {
+    if (library_ == nullptr) library_ = std::make_shared<FontLibrary>(ZFontSource::OfSystem());
+    fallback_ = std::make_unique<FallbackFonts>(document_, library_);
+  }
+  const ZFontStyle style = StyleOf(static_cast<const ResourceFont*>(font)->Codes().Like());
+  return zforms::MakeParagraph(std::move(text), font, style, fallback_.get(), missing);
+}
+
+std::optional<MarkGlyph> FormFonts::MarkOf(const ZAcroFormField& widget, uint8_t code) {
+  const char32_t mark = GlyphCharacter(ZapfDingbatsEncoding()[code], GlyphNames::kDingbats);
+  ResourceFont* font = resources_.Find(widget, "ZaDb");
+  if (mark == 0 || !font->Has(mark)) return std::nullopt;
+  std::vector<ShapedGlyph> glyphs;
+  font->Shape({&mark, 1}, 0, 1, false, &glyphs);
+  if (glyphs.size() != 1) return std::nullopt;
+  return MarkGlyph{font, glyphs[0]};
+}
+
+}  // namespace zforms

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "zforms/appearance/default_appearance.h"
+#include "zforms/appearance/field_fonts.h"
+#include "zforms/appearance/fonts/fallback_fonts.h"
+#include "zforms/appearance/fonts/font_resources.h"
+
+namespace zforms {
+
+// The fonts of a document's fields: those that "/DA" names, and for what these lack those of a library. It reads each
+// default appearance and each font once. The document outlives it. One thread at a time.
+class FormFonts final : public FieldFonts {
+ public:
+  // Without a library the fonts of the system are listed when they are first needed.
+  explicit FormFonts(ZPDFParser* document, std::shared_ptr<FontLibrary> library = nullptr)
+      : document_(document), resources_(document), library_(std::move(library)) {}
+
+  TextLook LookOf(const ZAcroFormField& widget) override;
+  // `font` is that of a look.
+  TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) override;
+  std::optional<MarkGlyph> MarkOf(const ZAcroFormField& widget, uint8_t code) override;
+  bool Finish() override { return fallback_ == nullptr || fallback_->Finish(); }
+
+ private:
+  const DefaultAppearance& AppearanceOf(const Chaine& text);
+
+  ZPDFParser* document_;
+  FontResources resources_;
+  std::shared_ptr<FontLibrary> library_;
+  std::unique_ptr<FallbackFonts> fallback_;
+  // By the text of "/DA", and the one that was asked for last.
+  std::unordered_map<std::string, DefaultAppearance> appearances_;
+  Chaine last_text_;
+  const DefaultAppearance* last_ = nullptr;
+};
+
+}  // namespace zforms

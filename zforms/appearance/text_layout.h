@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "zforms/appearance/text_paragraph.h"
+
+namespace zforms {
+
+class ContentWriter;
+
+// Where text goes. The rules and their figures are in docs/appearances.md.
+struct TextBox {
+  double width = 0;  // the whole box, in points
+  double height = 0;
+  double padding = 2;  // between its sides and the text
+  double edge = 0;     // how far its border reaches in
+  int quadding = 0;    // 0 left, 1 centred, 2 right
+  double size = 0;     // of the font; 0: as large as fits
+};
+
+// A part of a paragraph on one baseline, from the box's lower left corner.
+struct TextLine {
+  size_t paragraph = 0;
+  size_t from = 0;
+  size_t to = 0;
+  double x = 0;
+  double y = 0;
+};
+
+struct TextLayout {
+  double size = 0;  // of the font
+  std::vector<TextLine> lines;
+  size_t left_out = 0;  // how many characters do not fit
+};
+
+// One line, in the middle of the height.
+TextLayout LayOutLine(const TextParagraph& paragraph, const TextBox& box);
+// Lines from the top on, broken at words.
+TextLayout LayOutLines(const std::vector<TextParagraph>& paragraphs, const TextBox& box);
+// A cluster for each of `cells` cells.
+TextLayout LayOutComb(const TextParagraph& paragraph, const TextBox& box, size_t cells);
+
+// Shows the lines; between "BT" and "ET".
+void ShowLines(std::vector<TextParagraph>& paragraphs, const TextLayout& layout, ContentWriter& out);
+
+}  // namespace zforms

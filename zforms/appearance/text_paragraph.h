@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zforms/appearance/fonts/text_font.h"
+
+namespace zforms {
+
+// A stretch of a paragraph in one font and one direction.
+struct TextRun {
+  TextFont* font = nullptr;
+  size_t from = 0;
+  size_t count = 0;
+  uint8_t level = 0;  // of the bidirectional algorithm (UAX 9): odd ones run from right to left
+};
+
+// A text without line ends, ready to be laid out. One thread at a time.
+class TextParagraph {
+ public:
+  // Marks of a character.
+  static constexpr uint8_t kBreakBefore = 1;    // a line may end before it
+  static constexpr uint8_t kInsideCluster = 2;  // it belongs to the same grapheme cluster as the one before it
+
+  // In one font and from left to right, where a line may end behind blanks.
+  TextParagraph(std::u32string text, TextFont* font);
+  // `runs` are in logical order and cover the text; `marks` has one element for each character.
+  TextParagraph(std::u32string text, std::vector<TextRun> runs, std::vector<uint8_t> marks, bool right_to_left);
+
+  std::u32string_view Text() const { return text_; }
+  size_t Size() const { return text_.size(); }
+  const std::vector<TextRun>& Runs() const { return runs_; }
+  bool IsRightToLeft() const { return right_to_left_; }
+  // The width of what stands at the character, 0 within a cluster, in 1/1000 of the font size.
+  double AdvanceAt(size_t index) const { return advances_[index]; }
+  double Width() const { return width_; }
+  // Of all its fonts together, made plausible.
+  const TextFontMetrics& Metrics() const { return metrics_; }
+  bool StartsCluster(size_t index) const { return marks_.empty() || (marks_[index] & kInsideCluster) == 0; }
+  bool MayBreakBefore(size_t index) const {
+    return marks_.empty() ? text_[index - 1] == U' ' && text_[index] != U' ' : (marks_[index] & kBreakBefore) != 0;
+  }
+
+  // The parts of the runs in [from, to), in the order in which they are shown from left to right (UAX 9, rule L2).
+  std::vector<TextRun> VisualRuns(size_t from, size_t to) const;
+  // The glyphs of a part of one run, as VisualRuns gives them, in visual order. Valid until the next call.
+  const std::vector<ShapedGlyph>& GlyphsOf(const TextRun& part);
+
+ private:
+  void Measure();
+
+  std::u32string text_;
+  std::vector<TextRun> runs_;
+  std::vector<uint8_t> marks_;
+  bool right_to_left_ = false;
+  std::vector<float> advances_;
+  double width_ = 0;
+  TextFontMetrics metrics_;
+  std::vector<ShapedGlyph> glyphs_;  // of what was measured or asked for last
+  TextRun glyphs_of_;
+};
+
+}  // namespace zforms

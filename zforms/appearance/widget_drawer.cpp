@@ -1,0 +1,192 @@
+#include "zforms/appearance/widget_drawer.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+
+#include "zforms/acroform/field.h"
+#include "zforms/appearance/inherited_entry.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/parser/stream_filters.h"
+#include "zforms/pdf/stream_node.h"
+#include "zforms/platform/base/diagnostics.h"
+#include "zforms/platform/base/number.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+namespace {
+
+constexpr size_t kWorkOfDocument = 256 << 20;
+constexpr size_t kWorkOfByte = 64;
+constexpr size_t kWorkOfWritten = 16;
+constexpr size_t kMostValue = 16 << 20;
+// So many missing characters of a field are named.
+constexpr size_t kMostNamed = 8;
+
+// How messages name a field.
+Chaine NameOf(const ZAcroFormField& widget) { return "field \"" + widget.FullNameUTF8() + "\": "; }
+
+uint32_t MaxLengthOf(const ZAcroFormField& widget) {
+  const ZPDFNode* length = InheritedEntry(widget, "/MaxLen");
+  return length == nullptr || length->GetIntValue() < 0 ? 0 : length->GetUIntValue();
+}
+
+Chaine CharacterName(char32_t c) {
+  Chaine name = "\"";
+  AppendUTF8(&name, c);
+  std::array<char, 8> digits;
+  const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<uint32_t>(c), 16).ptr;
+  Chaine number;
+  for (const char* digit = digits.data(); digit < end; digit++) {
+    number += *digit >= 'a' ? static_cast<char>(*digit - 'a' + 'A') : *digit;
+  }
+  name += "\" (U+";
+  for (size_t i = number.size(); i < 4; i++) name += '0';
+  return name + number + ")";
+}
+
+void AddApart(ContentWriter& out, const std::string& content) {
+  const auto is_blank = [](char c) { return c == ' ' || c == '\n' || c == '\r'; };
+  if (!content.empty() && !out.Text().empty() && !is_blank(out.Text().back()) && !is_blank(content.front())) {
+    out.Raw("\n");
+  }
+  out.Raw(content);
+}
+
+}  // namespace
+
+WidgetDrawer::WidgetDrawer(ZPDFParser* document, FieldFonts& fonts, ZDiagnostics* notes)
+    : work_(kWorkOfDocument + kWorkOfByte * document->RawData().size()),
+      fonts_(fonts),
+      notes_(notes),
+      document_(document),
+      store_(document, &work_),
+      texts_(fonts, &work_),
+      choices_(fonts),
+      buttons_(fonts, store_) {}
+
+bool WidgetDrawer::Fail(const ZAcroFormField& widget, const char* what) {
+  notes_->Warn(NameOf(widget) + what);
+  return false;
+}
+
+bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
+  const ZAcroFormField::eFieldType type = widget.InheritedType();
+  if (type == ZAcroFormField::eOtherField) return true;
+  const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
+  // Nobody sees it.
+  if (!style.HasSize()) return true;
+  if (work_ == 0) return Fail(widget, "is not drawn, because the fields before it took too much");
+  const bool has_value = type == ZAcroFormField::eText || type == ZAcroFormField::eChoice;
+  return has_value ? DrawValue(widget, style) : DrawButton(widget, style, index);
+}
+
+WidgetDrawing WidgetDrawer::Begin(const ZAcroFormField& widget, const WidgetStyle& style, const TextLook& look,
+                                  const KeptLook* kept) const {
+  WidgetDrawing drawing{widget, style, look, {}, {}, 0, 0, {}, {}};
+  drawing.box.width = kept == nullptr ? style.width : kept->width;
+  drawing.box.height = kept == nullptr ? style.height : kept->height;
+  drawing.box.padding = style.Padding();
+  drawing.box.edge = style.Edge();
+  drawing.box.quadding = widget.Quadding();
+  drawing.box.size = look.size;
+  return drawing;
+}
+
+// --- text fields and choice fields ---
+
+bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style) {
+  const TextLook look = fonts_.LookOf(widget);
+  const uint32_t flags = widget.InheritedFlags();
+  const std::optional<KeptLook> kept = store_.KeptOf(*widget.Dico(), style);
+  WidgetDrawing drawing = Begin(widget, style, look, kept ? &*kept : nullptr);
+  ContentWriter& out = drawing.out;
+  if (kept) {
+    AddApart(out, kept->content.before);
+  } else if (style.background.IsVisible() || style.border_width > 0) {
+    out.Operator("q");
+    style.Draw(out);
+    if (widget.InheritedType() == ZAcroFormField::eText) {
+      style.DrawDividers(out, TextDrawer::CellsOf(flags, MaxLengthOf(widget)));
+    }
+    out.Operator("Q");
+  }
+  AddApart(out, "/Tx BMC\nq\n");
+  if (kept && (kept->x != 0 || kept->y != 0)) out.Operator("cm", {1, 0, 0, 1, kept->x, kept->y});
+  DrawContent(drawing, flags);
+  out.Raw("Q\nEMC");
+  AddApart(out, kept && !kept->content.after.empty() ? kept->content.after : "\n");
+  work_ -= std::min(work_, kWorkOfWritten * out.Text().size());
+  store_.SetNormal(widget.Dico(), {&style, kept ? &*kept : nullptr, out.Take(), drawing.fonts});
+  return Report(drawing);
+}
+
+void WidgetDrawer::DrawContent(WidgetDrawing& drawing, uint32_t flags) {
+  const ZAcroFormField& widget = drawing.widget;
+  if (widget.InheritedType() == ZAcroFormField::eText) {
+    Chaine value;
+    if (ReadValue(widget, &value)) texts_.Draw(drawing, value, flags, MaxLengthOf(widget));
+    const bool is_rich = (flags & TextDrawer::kRichTextFlag) != 0 && widget.HasValueRichText();
+    if (is_rich) Fail(widget, "its rich text is drawn as plain text");
+  } else if ((flags & ZAcroFormField::kComboFlag) != 0) {
+    texts_.Draw(drawing, choices_.ShownText(widget), 0, 0);
+  } else {
+    choices_.DrawList(drawing);
+  }
+}
+
+// A value may be a stream (12.7.4.3).
+bool WidgetDrawer::ReadValue(const ZAcroFormField& widget, Chaine* utf8) {
+  const auto* stream = NodeCast<ZPDFNodeStream>(InheritedEntry(widget, "/V"));
+  if (stream == nullptr || !stream->Dico()->Exist("/Filter")) {
+    *utf8 = widget.ValueUTF8();
+    return true;
+  }
+  const ZPDFDecodedStream decoded = DecodeStream(*stream, std::min(kMostValue, work_));
+  work_ -= std::min(work_, decoded.produced);
+  if (!decoded.usable) return Fail(widget, "its value is a stream that cannot be decoded");
+  *utf8 = PDFTextToUTF8(decoded.data);
+  return true;
+}
+
+// --- buttons ---
+
+bool WidgetDrawer::DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index) {
+  const bool is_push = widget.InheritedType() == ZAcroFormField::ePushButton;
+  if (is_push ? !ButtonDrawer::LacksLook(widget) : !ButtonDrawer::LacksStates(widget)) return true;
+  const TextLook look = fonts_.LookOf(widget);
+  WidgetDrawing drawing = Begin(widget, style, look, nullptr);
+  if (is_push) {
+    buttons_.DrawPush(drawing);
+    store_.SetNormal(widget.Dico(), {&style, nullptr, drawing.out.Take(), drawing.fonts});
+  } else {
+    buttons_.DrawStates(widget, drawing, index);
+  }
+  work_ -= std::min(work_, kWorkOfWritten * drawing.out.Text().size());
+  return Report(drawing);
+}
+
+// --- what is said ---
+
+bool WidgetDrawer::Report(const WidgetDrawing& drawing) {
+  const ZAcroFormField& widget = drawing.widget;
+  // Hidden fields, which carry data of programs, are often too small for them.
+  if (drawing.left_out > 0 && !widget.GetAnnotation()->IsHidden()) {
+    notes_->Warn(NameOf(widget) + FormatUInt(drawing.left_out) + " of " + FormatUInt(drawing.characters) +
+                 " characters do not fit");
+  }
+  std::u32string missing = drawing.missing;
+  std::sort(missing.begin(), missing.end());
+  missing.erase(std::unique(missing.begin(), missing.end()), missing.end());
+  for (size_t i = 0; i < std::min(missing.size(), kMostNamed); i++) {
+    notes_->Warn(NameOf(widget) + "no font has the character " + CharacterName(missing[i]));
+  }
+  if (missing.size() > kMostNamed) {
+    notes_->Warn(NameOf(widget) + "no font has " + FormatUInt(missing.size() - kMostNamed) + " more of its characters");
+  }
+  return missing.empty();
+}
+
+}  // namespace zforms

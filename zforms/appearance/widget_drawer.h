@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+
+#include "zforms/appearance/appearance_store.h"
+#include "zforms/appearance/button_drawing.h"
+#include "zforms/appearance/choice_drawing.h"
+#include "zforms/appearance/field_fonts.h"
+#include "zforms/appearance/text_drawing.h"
+
+namespace zforms {
+
+class ZAcroFormField;
+class ZDiagnostics;
+class ZPDFParser;
+
+// Draws the widgets of one document, whatever kind of field they show, and says what was left out. The document and the
+// fonts outlive it. One thread at a time.
+class WidgetDrawer {
+ public:
+  WidgetDrawer(ZPDFParser* document, FieldFonts& fonts, ZDiagnostics* notes);
+
+  // Draws a widget; `index` is its place among those of its field. False when it is not drawn completely, and said.
+  bool Draw(ZAcroFormField& widget, size_t index);
+
+ private:
+  WidgetDrawing Begin(const ZAcroFormField& widget, const WidgetStyle& style, const TextLook& look,
+                      const KeptLook* kept) const;
+  bool DrawValue(ZAcroFormField& widget, const WidgetStyle& style);
+  bool DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index);
+  void DrawContent(WidgetDrawing& drawing, uint32_t flags);
+  // The value that a text field shows, in UTF-8; false when it cannot be read.
+  bool ReadValue(const ZAcroFormField& widget, Chaine* utf8);
+  bool Report(const WidgetDrawing& drawing);
+  bool Fail(const ZAcroFormField& widget, const char* what);
+
+  // What may still be done, in bytes read, characters laid out and, sixteenfold, bytes written: a small file can have
+  // many widgets share one long value or one stream, and must not become a large one.
+  size_t work_;
+  FieldFonts& fonts_;
+  ZDiagnostics* notes_;
+  ZPDFParser* document_;
+  AppearanceStore store_;
+  TextDrawer texts_;
+  ChoiceDrawer choices_;
+  ButtonDrawer buttons_;
+};
+
+}  // namespace zforms

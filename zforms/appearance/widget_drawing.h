@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "zforms/appearance/content_writer.h"
+#include "zforms/appearance/field_fonts.h"
+#include "zforms/appearance/text_layout.h"
+#include "zforms/appearance/widget_style.h"
+
+namespace zforms {
+
+class ZAcroFormField;
+
+// What those who draw one kind of field are given, and what they have to say. Lives for one widget.
+struct WidgetDrawing {
+  const ZAcroFormField& widget;
+  const WidgetStyle& style;
+  const TextLook& look;
+  TextBox box;  // of the text, with the size and the quadding of the look
+
+  // What is drawn.
+  ContentWriter out;
+  // How many characters of the value there are, and how many of them do not fit.
+  size_t characters = 0;
+  size_t left_out = 0;
+  // Characters that no font has.
+  std::u32string missing;
+  // The fonts of what was shown, each once.
+  std::vector<TextFont*> fonts;
+
+  void AddFont(TextFont* font);
+  // Those that the lines of a layout are shown in.
+  void AddFonts(const std::vector<TextParagraph>& paragraphs, const TextLayout& layout);
+  // Limits what follows to the inside of the border.
+  void Clip();
+  // "BT" with the colour, the lines, "ET".
+  void ShowText(std::vector<TextParagraph>& paragraphs, const TextLayout& layout);
+};
+
+}  // namespace zforms

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+class ContentWriter;
+class ZPDFNodeDictionary;
+
+// A colour of "/MK" (ISO 32000-1 table 189): gray, RGB or CMYK by the number of its components, none for transparent.
+struct WidgetColor {
+  size_t count = 0;
+  std::array<double, 4> parts{};
+
+  bool IsVisible() const { return count > 0; }
+};
+
+// How a widget is to look apart from its value: its size, "/MK", and "/BS" or "/Border" (12.5.4, 12.5.6.19). Whatever
+// the file says, the numbers are finite and within bounds.
+struct WidgetStyle {
+  enum class Border : uint8_t { kSolid, kDashed, kBeveled, kInset, kUnderline };
+  // The largest page that viewers show, in points, and the widest border.
+  static constexpr double kMostSize = 14400;
+  static constexpr double kMostBorder = 100;
+
+  // The size of the box that is drawn in, in points, as the reader of the text sees it: "/Rect" turned by `rotation`.
+  // 0 where "/Rect" has no size or is none.
+  double width = 0;
+  double height = 0;
+  // "/R" of "/MK": 0, 90, 180 or 270 degrees counterclockwise.
+  int rotation = 0;
+  WidgetColor background;
+  WidgetColor border_color;
+  Border border = Border::kSolid;
+  double border_width = 0;  // 0 as well when the border has no colour, and is not drawn
+  std::vector<double> dashes;
+  Chaine caption;  // "/CA", a PDF text string
+
+  static WidgetStyle Of(const ZPDFNodeDictionary& widget);
+
+  bool HasSize() const { return width > 0 && height > 0; }
+  // How far the border reaches into the box.
+  double Edge() const;
+  // Between the sides of the box and the text: 2 points at least, and the border.
+  double Padding() const;
+  // "/Matrix" of the appearance, which turns the box into the rectangle (12.5.5, algorithm 8.1).
+  std::array<double, 6> Matrix() const;
+
+  // Draws background and border; those of a circle that touches the sides for radio buttons.
+  void Draw(ContentWriter& out) const;
+  void DrawCircle(ContentWriter& out) const;
+  // Draws the lines between `count` cells of a comb, where the border has any. Draw has set how lines look.
+  void DrawDividers(ContentWriter& out, size_t count) const;
+
+ private:
+  void SetStroke(ContentWriter& out) const;
+  void DrawEdges(ContentWriter& out) const;
+};
+
+// The operator that sets the colour, for filling or for lines; nothing for a transparent one.
+void SetFillColor(ContentWriter& out, const WidgetColor& color);
+void SetLineColor(ContentWriter& out, const WidgetColor& color);
+void FillCircle(ContentWriter& out, double x, double y, double radius);
+
+}  // namespace zforms
