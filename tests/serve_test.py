@@ -275,7 +275,7 @@ def test_without_the_page_for_browsers(folder):
 
 
 def test_a_store_that_fails(folder):
-    """Who is told 503 may submit the same again: it was not stored, and is not stale."""
+    """A submission that was answered with 503 may be sent again: it was not stored, and is not outdated."""
     with Server(folder) as server:
         forms = [server.open_form() for _ in range(6)]
         statuses = []
@@ -305,7 +305,7 @@ def test_a_store_that_fails(folder):
 
 
 def test_long_submissions(folder):
-    """Stored in steps, and whole or not at all; others get in between."""
+    """Long submissions are stored in steps, completely or not at all; other requests are served in between."""
     long_value, other = "é" * 700_000, "<&>" * 200_000
     values = {f"f{i}": f"{i}" for i in range(10_000)} | {"adherent.nom": long_value, "none": other}
 
@@ -369,7 +369,7 @@ def test_long_submissions(folder):
 
 
 def test_refused_at_the_start(folder):
-    """What is no store, and settings that would be taken for something else."""
+    """Invalid stores, and settings that could be misinterpreted."""
     empty, damaged, foreign = (folder / name for name in ("empty", "damaged", "foreign"))
     for data in (empty, damaged, foreign):
         data.mkdir()
@@ -494,7 +494,7 @@ def test_by_the_tool(folder):
 
 
 def test_the_year_stays(folder):
-    """A year that is not said is that of the store, so that what was opened in December is saved in January."""
+    """Without --year the year of the store is used, so that a form opened in December can be saved in January."""
     with Server(folder, year=()) as server:
         now = time.gmtime().tm_year
         xfdf = server.open_form()
@@ -518,7 +518,7 @@ def test_the_year_stays(folder):
 
 
 def test_forms_expire(folder):
-    """Those that were never saved, after 30 days unless another time is said."""
+    """Forms that were never saved are removed after 30 days, or the time given by an option."""
     with Server(folder) as server:
         saved, unsaved, new = (server.open_form() for _ in range(3))
         expect(server.ask("POST", SAVE, saved.encode())[0] == 200, "one is saved")
@@ -536,7 +536,7 @@ def test_forms_expire(folder):
 
 
 def test_who_does_not_answer(folder):
-    """A port that another program holds is named with that program, and a server that keeps silent is given up."""
+    """A port in use is reported with the program that uses it, and a server that does not answer is given up."""
     with socket.create_server(("127.0.0.1", 0)) as silent:
         port = silent.getsockname()[1]
         name = pathlib.Path("/proc/self/comm").read_text().strip()

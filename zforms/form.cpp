@@ -118,7 +118,7 @@ void ZForm::Implementation::MakeFiller() {
 void ZForm::Implementation::EndFilling() {
   if (guard == nullptr || ended || form.Parser()->ModifiedObjects().empty()) return;
   ended = true;
-  // What the fields show was drawn for their former values.
+  // The existing appearances show the old values.
   if (!form.NeedAppearances()) form.SetNeedAppearances(true);
   guard->Drop(form);
   guard->SayWhatGoes(&messages);

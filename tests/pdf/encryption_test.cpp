@@ -141,7 +141,7 @@ TEST(EncryptionTest, CreateStandardMakesItsDictionary) {
   const std::string text = TextOf(&dictionary);
   EXPECT_TRUE(text.starts_with("<</Filter/Standard/V 1/Length 40/R 3/P -4/EncryptMetadata true/O(")) << text;
   EXPECT_EQ(dictionary.Size(), 8U);
-  // Worked out apart from this code, with Python's hashlib.
+  // Computed independently, with Python's hashlib.
   EXPECT_EQ(Hex(made->StandardOwnerKey()), "7679ED0670F7D9647DFCD3D0AF58EF34317B2F5B6138486A9A1D64085F86F513");
   EXPECT_EQ(Hex(made->StandardUserKey()), "C855A3B240CFFB5B1F5612FD381C989C28BF4E5E4E758A4164004E56FFFA0108");
   EXPECT_EQ(Hex(made->StandardComputedUserEncryptionKey()), "278A98D190");
@@ -260,7 +260,7 @@ TEST(EncryptionTest, UnencryptedMetadataInOrOutOfTheKey) {
   }
 }
 
-// The values of the dictionary may stand in objects of their own, in clear.
+// The values of the dictionary may be indirect objects, unencrypted.
 TEST(EncryptionTest, CopiesOutliveTheDocumentThatHoldsTheirValues) {
   const QpdfFile& file = kQpdfFiles[2];
   PdfText text;

@@ -34,7 +34,7 @@ std::string Modern() {
   return text.Bytes().ToString();
 }
 
-// The last `what` before `before` is replaced.
+// The text with the last `what` before `before` replaced.
 std::string Spoilt(std::string text, std::string_view before, std::string_view what, std::string_view by) {
   return text.replace(text.rfind(what, text.find(before)), what.size(), by);
 }
@@ -216,11 +216,11 @@ TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
   parser.SetRecovery(true);
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "pw")) << parser.Diagnostics().Failure().View();
   EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
-  // Without the trailers the key is lost, and what is enciphered is not taken for clear.
+  // Without the trailers the key is lost, and encrypted data must not be read as plain data.
   ASSERT_TRUE(parser.ReadFromRaw(Replaced(bytes, "/XRef", "/Xxxx"), "pw"));
   EXPECT_TRUE(parser.IsEncrypted());
   EXPECT_FALSE(parser.CanBeDecrypted());
-  // Behind a spoilt header it is there.
+  // With only a damaged header the key is found.
   ASSERT_TRUE(parser.ReadFromRaw(Replaced(bytes, "%PDF-", "%PXF-"), "pw"));
   EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
   // With a wrong password this cannot be determined.
@@ -249,7 +249,7 @@ TEST(RecoveryTest, WhatCannotBeRecoveredSaysSo) {
   }
 }
 
-// Three pages, two of them below a node of their own.
+// Three pages, two of them below an intermediate node.
 std::string Paged(const std::string& kids = "3 0 R 4 0 R") {
   PdfText text;
   text.Header().Object(1, "<</Type/Catalog/Pages 2 0 R/Outlines 9 0 R>>");
@@ -298,8 +298,8 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
       {"said to be of a later generation", Replaced(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
       {"too many pages", Replaced(sound, "/Count 3", "/Count 0"), "states 0 pages, 3 are found", true, false},
       {"a wrong inner count", Replaced(sound, "/Count 2", "/Count 1"), "object 4 0: \"/Count\"", false, false},
-      {"an inner node for the tree", Replaced(sound, "/Pages 2 0 R/O", "/Pages 4 0 R/O"), "leads to an inner node", true,
-       false},
+      {"an inner node for the tree", Replaced(sound, "/Pages 2 0 R/O", "/Pages 4 0 R/O"), "leads to an inner node",
+       true, false},
       {"a damaged type", Replaced(sound, "/Page/Parent 2", "/Pagf/Parent 2"), "object 3 0: \"/Type\" of this page",
        false, false},
       {"no type", Replaced(sound, "<</Type/Page/Parent 2", "<</Typf/Page/Parent 2"), "object 3 0: \"/Type\"", false,

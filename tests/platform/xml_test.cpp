@@ -316,7 +316,7 @@ TEST(XML, ManyChildrenTakeTimeInProportion) {
   }
   EXPECT_EQ(root.Size("field"), kCount / 2);
   EXPECT_EQ(root.Size("other"), 0u);
-  // A look at every child for each of them would take minutes.
+  // Searching all children for each of them would take minutes.
   EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 10);
 }
 

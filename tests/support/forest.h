@@ -24,7 +24,7 @@ class Forest {
     }
     return text;
   }
-  // Names are read with "#" gone, so none holds one.
+  // A name that was read never contains "#", so none is generated.
   std::string Name() {
     std::string name = "/" + Bytes(random_() % 20 == 0 ? 300 : 12);
     std::erase(name, '#');

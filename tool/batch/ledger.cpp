@@ -20,7 +20,7 @@ uint64_t SlotCount(uint64_t bits) { return uint64_t{1} << bits; }
 // Above two thirds the table is enlarged.
 bool IsFull(uint64_t count, uint64_t bits) { return count * 3 > SlotCount(bits) * 2; }
 
-// A name is never 0, which a free slot has.
+// A hash of a name is never 0, which marks a free slot.
 uint64_t HashOfName(std::string_view name) { return StableHash(FoldFileName(name)) | 1; }
 
 Ledger::Claim ClaimOf(Ledger::State state) {

@@ -55,7 +55,7 @@ bool HoldsValues(const Row& row) {
   return false;
 }
 
-// A row that is to be filled, with the place of its file.
+// A row to be filled, and the path of its output.
 struct Task {
   Row row;
   BatchFolder::Seat seat;

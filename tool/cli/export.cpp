@@ -30,7 +30,7 @@ bool Open(const ExportOptions& options, const std::string& file, ZForm& form, Co
   return form.HasForm();
 }
 
-// One form as XFDF or FDF.
+// Exports one form as XFDF or FDF.
 int RunDocument(const ExportOptions& options) {
   Console console(options.files.front());
   ZForm form;
@@ -47,7 +47,7 @@ int RunDocument(const ExportOptions& options) {
   return console.Finish();
 }
 
-// Any number of forms as one table. A form that cannot be read leaves out its row.
+// Exports any number of forms as one table. A form that cannot be read gives no row.
 int RunTable(const ExportOptions& options) {
   std::vector<FormValues> forms;
   int status = kDone;

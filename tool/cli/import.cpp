@@ -216,7 +216,7 @@ bool NeedsPassword(const ZAcroForm& form) {
   return form.EncryptionLoad() != nullptr && !form.EncryptionLoad()->UserPassword().IsEmpty();
 }
 
-// The server gives no password; whoever has the one that was given stays the document's owner.
+// The server has no password, so the user password is removed; the given password becomes the owner password.
 void OpenWithoutPassword(ZAcroForm& form) {
   if (!NeedsPassword(form)) return;
   form.SetPasswords(Chaine(), form.EncryptionLoad()->UserPassword());

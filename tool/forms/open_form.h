@@ -8,24 +8,23 @@
 
 namespace zforms::tool {
 
-// What to add to the reason why a file could not be read: whether --recover reads it,
-// nothing where the reason is no damage. `bytes` are those of standard input.
+// The end of the message about a file that could not be read: whether --recover can read it; empty when the reason is
+// not damage. `bytes` are the contents of standard input.
 Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::string& password, const Chaine& reason);
 
-// Loads the document from a file or standard input. False, and said, when it
-// cannot be read or the password does not open it. A damaged file is read when it is
-// to be recovered. Its fields are those of its pages as well.
+// Loads the document from a file or standard input, with the fields of its pages. When it cannot be read or the
+// password does not open it, prints the reason and returns false. A damaged file is read only with `recover`.
 bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
               bool recover = false);
 
-// The same, and false as well when the document has no form.
+// The same; also fails when the document has no form.
 bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
                         bool recover = false);
 
 // The same for the commands on fields and values; one without a form opens as well.
 bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form, Console& console);
 
-// What to say of a document that has no fields.
+// The message about a document without fields.
 std::string WhyNoFields(const ZAcroForm& form);
 
 // Saves the document to a file (see zforms::SaveForm) or to standard output. False, and said, when that fails.

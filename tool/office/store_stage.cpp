@@ -33,7 +33,7 @@ size_t SizeOf(const Submission& submission) {
   return size;
 }
 
-// The pieces of rejected ones have the negative number.
+// The pieces of rejected submissions use the negative number.
 int64_t KeyOf(int64_t id, bool accepted) { return accepted ? id : -id; }
 
 }  // namespace

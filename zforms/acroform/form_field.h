@@ -65,7 +65,7 @@ struct ZFORMS_API ZFormField {
   bool HasData() const { return !name.empty() && kind != Kind::kPushButton && kind != Kind::kSignature; }
   // Whether the form marks the field as not to be sent ("NoExport", ISO 32000-1 table 221).
   bool IsNoExport() const { return (flags & 4) != 0; }
-  // Whether a reader that submits the form sends the field, with a value or without.
+  // True when a reader that submits the form sends the field, with or without a value.
   bool IsExported() const { return HasData() && !IsNoExport(); }
 };
 

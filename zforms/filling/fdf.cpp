@@ -30,8 +30,7 @@ namespace {
 constexpr int kMaxDepth = 100;
 constexpr size_t kMaxFields = 1000000;
 
-// The objects of an FDF file, which as a rule has no cross-reference section: they are
-// read one after the other.
+// The objects of an FDF file. It usually has no cross-reference section, so the objects are read one after the other.
 class FDFObjects final : public IPDFObjectProvider {
  public:
   explicit FDFObjects(const Chaine& bytes) : text_(bytes) {
@@ -115,7 +114,7 @@ class FDFEncoding {
     const std::string_view text = bytes;
     if (UTF16OrderByMark(text)) return PDFTextToUTF8(text);
     if (!is_known_ && !IsASCII(text)) is_missed_ = true;
-    // Some texts are in PDFDocEncoding after all.
+    // Some of these texts are in PDFDocEncoding anyway.
     const bool fits = mark_ == kUTF8Mark ? IsValidUTF8(text) : text.size() % 2 == 0;
     if (mark_.empty() || text.starts_with(mark_) || !fits) return PDFTextToUTF8(text);
     return PDFTextToUTF8(Chaine(mark_) + text);

@@ -109,7 +109,7 @@ void ZFieldRule::ReadChoices(const ZAcroFormField& field, ChoiceOptionsCache* op
   const uint32_t flags = field.InheritedFlags();
   const bool is_combo = (flags & ZAcroFormField::kComboFlag) != 0;
   const bool is_editable = is_combo && (flags & ZAcroFormField::kEditFlag) != 0;
-  // A list without options says nothing of its values.
+  // A list box without options accepts any value.
   is_closed_ = !is_editable && !options_->IsEmpty();
   takes_several_ = !is_combo && (flags & ZAcroFormField::kMultiSelectFlag) != 0;
   for (const ZAcroFormField* widget : field.Widgets()) {
@@ -273,7 +273,7 @@ void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) c
   PUniqueT<Chaine> taken;
   size_t more_faults = 0;
   for (const Chaine& value : is_lines ? LinesOf(given[0]) : given) {
-    // Nothing chosen, or an empty line.
+    // Nothing is chosen, or the line is empty.
     if (value.IsEmpty() && options_->BytesOf(value) == nullptr) continue;
     Chaine fault;
     const Chaine choice = ChoiceFor(value, &fault);

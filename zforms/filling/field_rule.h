@@ -73,14 +73,14 @@ class ZFORMS_API ZFieldRule {
   Chaine why_not_filled_;
   Chaine why_locked_;
   bool takes_several_ = false;
-  bool is_closed_ = false;    // takes its choices or states alone
-  size_t max_length_ = 0;     // in characters; 0 for any
+  bool is_closed_ = false;    // accepts only its options or states
+  size_t max_length_ = 0;     // in characters; 0 for no limit
   PTableau<Chaine> present_;  // of the first field, with LF for line ends
   bool is_alike_ = true;      // the other fields hold the same
   std::shared_ptr<const ChoiceOptions> options_;
   // Those of widgets that have others than the field.
   PTableau<std::shared_ptr<const ChoiceOptions>> widget_options_;
-  // What each state is called, to the bytes of its name.
+  // Maps the texts for each state to the bytes of its name.
   FDictionnary<Chaine> states_;
   PTableau<Chaine> state_names_;
   Chaine state_listing_;

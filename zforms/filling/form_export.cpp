@@ -80,7 +80,7 @@ std::string FormAsJSON(const FormValues& form, int indent) {
   return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-// The file as a reference from beside it.
+// The URL of the file relative to its folder.
 Chaine RelativeURL(const std::string& file) { return ZInetURL::Encode(file.substr(file.find_last_of("/\\") + 1)); }
 
 }  // namespace

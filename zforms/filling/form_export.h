@@ -15,7 +15,7 @@ class ZPDFParser;
 
 // The values of one form.
 struct ZFORMS_API FormValues {
-  std::string file;  // empty when the table does not say which form a row is of
+  std::string file;  // empty when the table has no column for the file
   std::vector<ZFormField> fields;
 };
 

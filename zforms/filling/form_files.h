@@ -37,8 +37,8 @@ ZFORMS_API bool SaveForm(ZAcroForm& form, bool anew, Chaine* bytes, ZFormMessage
 // What to say of a document without fields that can be filled; empty of one that has a form.
 ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);
 
-// The bytes that a password may stand for: up to revision 3 it is in PDFDocEncoding
-// (ISO 32000-1 7.6.3.3), but some writers took the terminal's UTF-8 as it was.
+// The possible bytes of a password: up to revision 3 it is in PDFDocEncoding (ISO 32000-1 7.6.3.3), but some writers
+// used the terminal's UTF-8.
 ZFORMS_API std::vector<Chaine> PasswordForms(const std::string& password);
 
 }  // namespace zforms

@@ -15,7 +15,7 @@ constexpr std::string_view kEndobj = "endobj";
 constexpr std::string_view kTrailer = "trailer";
 constexpr std::string_view kLength = "/Length";
 
-// The next place of a word, searched for anew only once it lies behind.
+// Finds the next occurrence of a word; searches again only after that place is passed.
 class NextPlace {
  public:
   NextPlace(std::string_view text, std::string_view word) : text_(text), word_(word) {}
@@ -57,7 +57,7 @@ class FileScan {
   void Skip(size_t count) { at_ += count; }
   bool SpecialAt(size_t at) const { return at >= file_.size() || Is(file_[at], kBlankOrSpecial); }
 
-  // Where the run of such characters that ends at `end` begins.
+  // The start of the run of such characters that ends at `end`.
   size_t RunBefore(size_t end, CharClass kind) const {
     while (end > 0 && Is(file_[end - 1], kind)) end--;
     return end;
@@ -78,13 +78,13 @@ class FileScan {
     inside_ = true;
   }
 
-  // The newest object ends here: writers that leave "endobj" out are read as well.
+  // Ends the newest object, also in files of writers that omit "endobj".
   void EndObject(size_t length) {
     if (!found_.objects.empty()) found_.objects.back().whole = true;
     Skip(length);
   }
 
-  // Whether an object may begin here: texts hold such words too.
+  // True when an object may begin here: strings may contain such words too.
   bool BeginsHere(size_t at) const {
     const size_t before = RunBefore(at, kBlank);
     const std::string_view blanks = file_.substr(before, at - before);
@@ -113,8 +113,8 @@ class FileScan {
     object.names_security = object.names_security || name == "/Standard";
   }
 
-  // The data of the object's stream, by its stated length where "endstream" stands
-  // behind it, else up to the next word that ends it.
+  // Skips the data of the object's stream: by its stated length when "endstream" follows there, else up to the next
+  // word that ends it.
   void SkipStream() {
     const size_t keyword = at_;
     Skip(kStream.size());
@@ -132,7 +132,8 @@ class FileScan {
     const size_t entry = dictionary.find(kLength);
     if (entry == std::string_view::npos) return 0;
     const std::string_view value = dictionary.substr(entry + kLength.size());
-    // A reference reads as its number, and hardly ever does "endstream" stand so far on.
+    // If "/Length" is a reference, its object number is read as the length; "endstream" hardly ever follows there by
+    // chance.
     const size_t data = at_ + (file_.substr(at_).starts_with("\r\n") ? 2 : 1);
     size_t end = data + ParseUInt(value.substr(0, value.find_first_of("/>")));
     while (end < file_.size() && Is(file_[end], kBlank)) end++;
@@ -143,7 +144,7 @@ class FileScan {
   NextPlace endstream_;
   NextPlace endobj_;
   size_t at_ = 0;
-  bool inside_ = false;  // the text of the newest object, up to its stream
+  bool inside_ = false;  // within the newest object, before its stream
   ZPDFFileScan found_;
 };
 

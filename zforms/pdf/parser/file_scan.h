@@ -8,15 +8,14 @@
 
 namespace zforms {
 
-// What begins in a file, in its order, as one pass over the bytes finds it where no
-// table can be trusted: headers "12 0 obj" at the front of a line or behind
-// "endobj", and the word "trailer". Nothing is parsed; the data of streams are
-// passed over.
+// The objects and trailers of a file in file order, found by one pass over the bytes when the tables cannot be trusted:
+// headers "12 0 obj" at the start of a line or after "endobj", and the word "trailer". Nothing is parsed; the data of
+// streams are skipped.
 struct ZPDFFileScan {
   struct Object {
     ZPDFObjectIdentifier id;
     uint32_t offset = 0;
-    // Names that stand in its text: "/ObjStm", "/XRef", "/Catalog", "/Standard".
+    // Names that occur in its text: "/ObjStm", "/XRef", "/Catalog", "/Standard".
     bool names_object_stream = false;
     bool names_xref_stream = false;
     bool names_catalog = false;
@@ -25,7 +24,7 @@ struct ZPDFFileScan {
     bool whole = false;
   };
   std::vector<Object> objects;
-  // Where what follows the word stands.
+  // The offsets after the word "trailer".
   std::vector<uint32_t> trailers;
 
   bool IsCutAt(uint32_t offset) const {
@@ -33,7 +32,7 @@ struct ZPDFFileScan {
   }
 };
 
-// Linear. Precondition: the file is smaller than 4 GB.
+// Takes linear time. Precondition: the file is smaller than 4 GB.
 ZPDFFileScan ScanFile(std::string_view file);
 
 }  // namespace zforms

@@ -19,7 +19,7 @@ void ZPDFLocations::MakeFreeOldest(size_t from, size_t to) {
 }
 
 void ZPDFLocations::Settle() {
-  // The first of equals is the newest, and stable sorting keeps it in front.
+  // Of equal numbers the first record is the newest, and stable sorting keeps it first.
   if (!std::is_sorted(records_.begin(), records_.end(), ByNumber)) {
     std::stable_sort(records_.begin(), records_.end(), ByNumber);
   }
@@ -32,7 +32,7 @@ void ZPDFLocations::DropFree() {
 }
 
 ZPDFObjectLocation* ZPDFLocations::Find(uint32_t number) {
-  // Most files number their objects without holes, from 0 or 1 on.
+  // Most files number their objects without gaps, from 0 or 1.
   for (const uint32_t guess : {number, number - 1}) {
     if (guess < records_.size() && records_[guess].id.Number() == number) return &records_[guess];
   }

@@ -11,44 +11,42 @@ namespace zforms {
 
 class ZPDFNodeIndirectObject;
 
-// Where one object number stands in the file, and the object once it is loaded.
+// The location of one object number in the file, and the object after it is loaded.
 struct ZPDFObjectLocation {
   ZPDFObjectIdentifier id;
-  // In bytes from the front of the file; for a packed object the number of the
-  // object stream that holds it.
+  // In bytes from the start of the file; for a packed object the number of its object stream.
   uint32_t offset = 0;
   bool in_use = false;
   bool packed = false;
-  // Set when loading starts, so that an object that leads to itself ends there.
+  // Set when loading starts, so that an object that needs itself stops there.
   bool requested = false;
   ZPDFNodeIndirectObject* object = nullptr;
 };
 
-// The locations of a document, one record an object number, in number order. The
-// newest record of a number decides; sections are added newest first.
+// The locations of a document: one record for each object number, in number order. Of several records for a number the
+// newest is used; sections are added newest first. Owned by the parser.
 class ZFORMS_API ZPDFLocations {
  public:
   using iterator = std::vector<ZPDFObjectLocation>::iterator;
   using const_iterator = std::vector<ZPDFObjectLocation>::const_iterator;
 
   void Clear();
-  // Adds a record behind those added before; it loses to them on Settle.
+  // Adds a record that is older than those added before; Settle prefers the earlier ones.
   void AddOlder(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use) { Add({id, offset, in_use}); }
   // The same for an object inside an object stream.
   void AddOlderPacked(uint32_t number, uint32_t stream) { Add({{number, 0}, stream, true, true}); }
-  // Before Settle: makes the free records among those added from place `from` up to
-  // place `to` older than all others.
+  // Call it before Settle: makes the free records added from index `from` up to `to` older than all others.
   void MakeFreeOldest(size_t from, size_t to);
-  // Sorts what was added and keeps the newest record of each number.
+  // Sorts the records and keeps the newest of each number.
   void Settle();
 
   // Removes the free records whose objects are not loaded.
   void DropFree();
 
-  // The record of that number, null when there is none. Only after Settle.
+  // The record of that number, null when there is none. Call it after Settle.
   ZPDFObjectLocation* Find(uint32_t number);
   const ZPDFObjectLocation* Find(uint32_t number) const { return const_cast<ZPDFLocations*>(this)->Find(number); }
-  // Adds a record with a number above all others.
+  // Adds a record with a number higher than all others.
   ZPDFObjectLocation* Append(const ZPDFObjectIdentifier& id);
 
   bool IsEmpty() const { return records_.empty(); }

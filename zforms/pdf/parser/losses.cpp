@@ -12,7 +12,7 @@
 namespace zforms {
 namespace {
 
-// So many objects are named in one warning.
+// The most objects that one warning names.
 constexpr size_t kMostNamed = 10;
 
 PTableau<ZPDFObjectIdentifier> MissingFrom(const ZPDFNode& node) {
@@ -66,7 +66,7 @@ bool ZPDFLosses::NeedsUnreadable(const ZPDFNode* node) const {
   });
 }
 
-// "/AcroForm" and its "/Fields"; kids of fields are told of when the fields are gathered.
+// Checks "/AcroForm" and its "/Fields"; kids of fields are checked when the fields are built.
 bool ZPDFLosses::CheckFields(ZPDFParser& parser, ZDiagnostics* notes) const {
   const auto warn = [notes](const Chaine& text) {
     if (notes != nullptr) notes->Warn(text);

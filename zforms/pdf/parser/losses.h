@@ -9,22 +9,20 @@ class ZDiagnostics;
 class ZPDFNode;
 class ZPDFParser;
 
-// What would be gone for good if a document were written anew of the objects to which its
-// trailer leads: while the file is as it is, other readers or a scan may still find it.
+// Finds what a full save of a document would lose, because it writes only the objects that are reached from the
+// trailer. In the existing file, other readers or a scan may still find the rest.
 class ZPDFLosses {
  public:
-  // Goes through all of the document. `notes`, if not null, take a warning that counts and
-  // names the objects that are referenced and cannot be read, and one for each fault of the
-  // page tree and of the form's list of fields.
+  // Checks the whole document. `notes`, if not null, gets a warning with the number and the names of the objects that
+  // are referenced but cannot be read, and one for each fault of the page tree and of the form's list of fields.
   explicit ZPDFLosses(ZPDFParser& parser, ZDiagnostics* notes = nullptr);
-  // The same for who has gone through the document: `missing` as ReferencedObjects() gives.
+  // The same when the references are known already: `missing` is the result of ReferencedObjects().
   ZPDFLosses(ZPDFParser& parser, PTableau<ZPDFObjectIdentifier> missing, ZDiagnostics* notes);
 
-  // The identifiers that are referenced and cannot be read because of damage (see
-  // ZPDFParser::IsLost), in order.
+  // The identifiers that are referenced but cannot be read because of damage (see ZPDFParser::IsLost), in order.
   const PTableau<ZPDFObjectIdentifier>& Unreadable() const { return unreadable_; }
-  // Whether pages or form lose something: they lead to what cannot be read, or a fault of
-  // the page tree or of the list of fields hides what belongs to them.
+  // True when pages or the form lose something: they refer to an unreadable object, or a fault of the page tree or of
+  // the list of fields hides a part of them.
   bool ConcernContent() const { return concern_content_; }
 
  private:

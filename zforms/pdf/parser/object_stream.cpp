@@ -12,7 +12,7 @@
 namespace zforms {
 namespace {
 
-// A number and the blanks before it, removed from the front; false when there is none.
+// Removes a number and the blanks before it from the front; false when there is none.
 bool TakeNumber(std::string_view* text, uint32_t* number) {
   size_t at = 0;
   while (at < text->size() && Is((*text)[at], kBlank)) at++;
@@ -37,10 +37,10 @@ ZPDFObjectStream::ZPDFObjectStream(const ZPDFNodeStream& stream, size_t limit) {
   if (decoded.usable) ReadHeader(dictionary.GetUIntValue("/N"), dictionary.GetUIntValue("/First"));
 }
 
-// `count` pairs of an object's number and where it begins, counted from `first`.
+// Reads `count` pairs of an object's number and its offset relative to `first`.
 void ZPDFObjectStream::ReadHeader(size_t count, size_t first) {
   std::string_view header = text_.View().substr(0, first);
-  // A pair takes four bytes, the last one three.
+  // A pair takes at least four bytes, the last one three.
   parts_.reserve(std::min(count, header.size() / 4 + 1));
   Part part{};
   uint32_t offset = 0;
@@ -49,7 +49,7 @@ void ZPDFObjectStream::ReadHeader(size_t count, size_t first) {
     parts_.push_back(part);
   }
   if (parts_.size() < count && fault_.IsEmpty()) fault_ = "the object stream lists fewer objects than it announces";
-  // Each ends where the next one begins, so that reading all of them is linear.
+  // Each object ends where the next one begins, so that reading all of them takes linear time.
   std::stable_sort(parts_.begin(), parts_.end(), [](const Part& a, const Part& b) { return a.begin < b.begin; });
   for (size_t i = 0; i < parts_.size(); i++) {
     parts_[i].end = i + 1 < parts_.size() ? parts_[i + 1].begin : text_.size();
@@ -62,7 +62,7 @@ void ZPDFObjectStream::ReadHeader(size_t count, size_t first) {
 }
 
 const ZPDFObjectStream::Part* ZPDFObjectStream::Find(uint32_t number) {
-  // Objects are often asked for in the order of their numbers.
+  // Fast path: objects are often requested in the order of their numbers.
   if (next_ >= parts_.size() || parts_[next_].number != number) {
     const auto before = [](const Part& part, uint32_t wanted) { return part.number < wanted; };
     const auto found = std::lower_bound(parts_.begin(), parts_.end(), number, before);

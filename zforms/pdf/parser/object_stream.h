@@ -11,33 +11,33 @@ namespace zforms {
 
 class ZPDFNodeStream;
 
-// The decoded text of an object stream and where in it each object stands
-// (ISO 32000-1 7.5.7). Nodes share the text and may outlive the object.
+// The decoded text of an object stream and the position of each object in it (ISO 32000-1 7.5.7). Nodes share the text
+// and may outlive this object. Owned by the parser.
 class ZPDFObjectStream {
  public:
-  // From `begin` up to the next object.
+  // The text of one object: from `begin` up to the next object.
   struct Part {
     uint32_t number;
     size_t begin;
     size_t end;
   };
 
-  // A damaged stream holds what can be made of it, and Fault() says what was wrong.
-  // It takes at most `limit` bytes.
+  // Decodes the stream, up to `limit` bytes. A damaged stream keeps the objects that can be read, and Fault() tells
+  // what is wrong.
   ZPDFObjectStream(const ZPDFNodeStream& stream, size_t limit);
 
   const Chaine& Text() const { return text_; }
-  // Empty when all is well.
+  // Empty without a fault.
   const Chaine& Fault() const { return fault_; }
-  // Whether its data could not be decoded to their end, so that any object may be spoilt.
+  // True when the data could not be decoded completely, so that any object may be damaged.
   bool IsDamaged() const { return damaged_; }
-  // How many bytes decoding took.
+  // The number of bytes that were decoded.
   size_t Decoded() const { return decoded_; }
   // The number of the stream that this one extends, 0 for none.
   uint32_t Extends() const { return extends_; }
-  // In number order; no two overlap.
+  // In number order; parts do not overlap.
   const std::vector<Part>& Parts() const { return parts_; }
-  // Null when the stream does not hold the object.
+  // Null when the stream does not have the object.
   const Part* Find(uint32_t number);
 
  private:
@@ -49,7 +49,7 @@ class ZPDFObjectStream {
   bool damaged_ = false;
   uint32_t extends_ = 0;
   std::vector<Part> parts_;
-  size_t next_ = 0;  // the part behind the one found last
+  size_t next_ = 0;  // the part after the one found last
 };
 
 }  // namespace zforms

@@ -17,7 +17,7 @@ class ZPDFParser;
 // "/Type" or "/Count" is odd.
 class ZPDFPageTree {
  public:
-  // Walks the tree of that catalog. `notes`, if not null, take a warning for each fault.
+  // Walks the tree of that catalog. `notes`, if not null, gets a warning for each fault.
   explicit ZPDFPageTree(const ZPDFNodeDictionary& catalog, ZDiagnostics* notes = nullptr);
 
   uint32_t PageCount() const { return page_count_; }
@@ -27,7 +27,7 @@ class ZPDFPageTree {
   bool IsDamaged() const { return lacks_pages_ || hides_pages_; }
   // Whether anything is wrong.
   bool IsOdd() const { return odd_; }
-  // Whether the tree leads to that node or page.
+  // True when the tree reaches that node or page.
   bool LeadsTo(const ZPDFNodeDictionary* node) const { return met_.contains(node); }
 
   // Whether a kid of `parent` may be a page, whether the dictionary is a node with kids,
@@ -35,7 +35,7 @@ class ZPDFPageTree {
   static bool IsPage(const ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& parent);
   static bool IsNode(const ZPDFNodeDictionary& dictionary);
   static bool IsBelowAnother(const ZPDFNodeDictionary& node);
-  // The depth at which a tree is taken for endless.
+  // The deepest nesting of nodes that is accepted.
   static constexpr int kMaxDepth = 200;
 
  private:

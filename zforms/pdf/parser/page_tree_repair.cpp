@@ -13,7 +13,7 @@
 namespace zforms {
 namespace {
 
-// Goes through the tree in the order of the walk, so that it keeps what that met.
+// Visits the tree in the order of ZPDFPageTree's walk, so that it keeps the same nodes.
 class Repair {
  public:
   // Pages to which the tree does not lead are looked for where it lacks some: others may
@@ -22,13 +22,13 @@ class Repair {
     if (tree.LacksPages()) FindOrphans(tree);
   }
 
-  // Whether there is a tree, or something to make one of.
+  // True when there is a tree, or something from which one can be made.
   bool HasTree() const {
     const ZPDFNodeDictionary* const root = StoredRoot();
     return !orphans_.empty() || (root != nullptr && ZPDFPageTree::IsNode(*root));
   }
 
-  // The number of pages.
+  // Repairs the tree; returns the number of pages.
   uint32_t Run() {
     Climb();
     ZPDFNodeDictionary* const root = Root();
@@ -52,7 +52,7 @@ class Repair {
     return type == "/Page" || (type == "/Pages" && ZPDFPageTree::IsNode(dictionary));
   }
 
-  // Pages and nodes to which the tree does not lead, by their parents.
+  // Finds the pages and nodes that the tree does not reach, by their parents.
   void FindOrphans(const ZPDFPageTree& tree) {
     std::vector<ZPDFObjectIdentifier> ids;
     for (const ZPDFObjectLocation& location : parser_.ObjectLocations()) {
@@ -82,7 +82,7 @@ class Repair {
     }
   }
 
-  // The root of the tree; where there is none, the first node without a parent, or a new one.
+  // The root of the tree; if it is missing, the first node without a parent, or a new one.
   ZPDFNodeDictionary* Root() {
     if (ZPDFNodeDictionary* const root = StoredRoot()) return root;
     ZPDFNodeIndirectObject* found = nullptr;
@@ -100,7 +100,7 @@ class Repair {
     return DictionaryOf(found);
   }
 
-  // Makes the kids of the node sound; the number of pages below it.
+  // Repairs the kids of the node; returns the number of pages below it.
   uint32_t Settle(ZPDFNodeDictionary& node, int depth) {
     auto* const kids = NodeCast<ZPDFNodeArray>(node.GetTarget("/Kids"));
     const Objects own = by_parent_[&node];
@@ -148,7 +148,7 @@ class Repair {
     return true;
   }
 
-  // What belongs to no node of the tree comes to its end, nodes before single pages.
+  // Appends everything that has no parent in the tree to the root, nodes before single pages.
   uint32_t AdoptRest(ZPDFNodeDictionary& root) {
     uint32_t count = 0;
     auto* const kids = NodeCast<ZPDFNodeArray>(root.GetTarget("/Kids"));
@@ -189,7 +189,7 @@ bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes, bool* lost_pages) {
   if (!tree.IsOdd()) return false;
   Repair repair(parser, tree);
   if (!repair.HasTree()) return false;
-  [[maybe_unused]] const ZPDFPageTree told(*parser.Root(), &notes);  // its faults go to the notes
+  [[maybe_unused]] const ZPDFPageTree told(*parser.Root(), &notes);  // adds the faults to the notes
   const uint32_t adopted = std::max(repair.Run(), tree.PageCount()) - tree.PageCount();
   *lost_pages = repair.HasLostPages();
   const Chaine came =

@@ -21,26 +21,24 @@ namespace {
 constexpr const char* kNoHeader = "not a PDF file: it does not begin with \"%PDF-\"";
 
 constexpr uint32_t kFirstNumberOfEmptyDocument = 1000;
-// An object's header stands close to where a sound table says.
+// The header of an object is at most this far after the offset in a correct table.
 constexpr size_t kHeaderReach = 4096;
-// Loading objects may make the parser look at so many times the file's bytes; those
-// of a sound file do not overlap.
+// Loading objects may read at most this multiple of the file's size; in an undamaged file objects do not overlap.
 constexpr uint64_t kSearchesOfWholeFile = 8;
-// Beyond that, an object is looked at no further than this.
+// After that budget is used up, at most this much is read for an object.
 constexpr size_t kShortSearch = 4096;
-// One object may need another to be loaded, as a stream its "/Length", so many deep.
+// The deepest chain of objects that need each other for loading, for example a stream its "/Length".
 constexpr int kMaxLoading = 16;
 
-// Cross-reference and object streams together may take so many bytes once they are
-// decoded, and so many times the file's.
+// The limit for all decoded cross-reference and object streams: this many bytes plus a multiple of the file's size.
 constexpr uint64_t kDecodedBase = 8 << 20;
 constexpr uint64_t kDecodedOfFile = 64;
 constexpr uint64_t kMostDecoded = 512 << 20;
 
-// Of a header that names no version so much is shown.
+// How much of a header without a version a message shows.
 constexpr size_t kShownHeader = 20;
 
-// Skips the line at `at` with its line-end bytes.
+// Skips the line at `at` with its line end.
 size_t SkipLine(std::string_view text, size_t at) {
   while (at < text.size() && !Is(text[at], kLineEnd)) at++;
   while (at < text.size() && Is(text[at], kLineEnd)) at++;
@@ -51,8 +49,8 @@ ZPDFNodeDictionary* TargetDictionary(ZPDFNodeDictionary* owner, std::string_view
   return owner == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(owner->GetTarget(key));
 }
 
-// The values of an encryption dictionary are in clear, wherever they stand: they are
-// loaded while there is no security handler yet.
+// The values of an encryption dictionary are not encrypted, even as indirect objects: they are loaded before there is a
+// security handler.
 void LoadValues(ZPDFNodeDictionary& dictionary) {
   for (size_t i = 0; i < dictionary.Size(); i++) {
     if (ZPDFNode* value = dictionary.ValueAt(i)) value->GetTarget();
@@ -196,7 +194,7 @@ bool ZPDFParser::PrepareEncryption() {
   if (ZPDFNodeDictionary* dictionary = EncryptionDico()) {
     LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
-    // Trying the password also settles how the key is derived, before any object needs it.
+    // Trying the password also finds the way in which the key is derived, which every object needs.
     if (!encryption_->CanBeDecrypted()) {
       diagnostics_.Warn("strings and streams are not decrypted: " + EncryptionRefusal(*encryption_));
     }
@@ -213,7 +211,7 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   if (loading_ >= kMaxLoading) return nullptr;
   location->requested = true;
   loading_++;
-  // Loading follows references, but adds no location: the record stays in place.
+  // Loading resolves references, but adds no location, so the record keeps its address.
   location->object = location->packed ? LoadPacked(id, location->offset) : LoadObject(id, location->offset);
   loading_--;
   return location->object;
@@ -263,7 +261,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   // Recovery settles which of two generations is meant.
   if (has_number && (head->id == id || recovered_)) {
     if (!head->is_sound) text.Warn("\"obj\" does not stand alone");
-    // A cross-reference stream is not enciphered.
+    // A cross-reference stream is not encrypted.
     const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());
   } else if (has_number) {

@@ -24,14 +24,13 @@ class ZPDFNodeIndirectReference;
 class ZPDFObjectStream;
 struct ZPDFFileScan;
 
-// ZPDFParser opens a PDF file that is held in memory once and loads its objects
-// when they are first asked for. It owns every object that it loaded or added;
-// nodes handed out become invalid when it reads again or is destroyed. Copies
-// share the bytes of the file and own clones of the loaded objects, edits
-// included. One parser, with all its nodes, belongs to one thread at a time.
+// ZPDFParser opens a PDF file, which it keeps in memory once, and loads its objects when they are first requested. It
+// owns every object that it loaded or added; nodes become invalid when it reads another file or is destroyed. Copies
+// share the bytes of the file and own clones of the loaded objects, including edits. One parser, with all its nodes, is
+// used by one thread at a time.
 //
-// Reads files with cross-reference tables, cross-reference streams or both (ISO
-// 32000-1 7.5.4, 7.5.8), and objects in object streams (7.5.7).
+// Reads files with cross-reference tables, cross-reference streams or both (ISO 32000-1 7.5.4, 7.5.8), and objects in
+// object streams (7.5.7).
 class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
  public:
   using TokenizedString = ZPDFTokenizedString;
@@ -42,45 +41,42 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   ZPDFParser& operator=(const ZPDFParser& other);
   ~ZPDFParser() override;
 
-  // The object with that identifier, loaded on first request; null when no
-  // section lists it, it is free, or no such object stands at its offset.
+  // The object with that identifier, loaded on first request; null when no section lists it, it is free, or there is no
+  // such object at its offset.
   ZPDFNodeIndirectObject* GetObject(const ZPDFObjectIdentifier& id) override;
 
-  // Read a file, or its bytes. False, with a reason in Diagnostics(), when it
-  // cannot be read or its frame is damaged; the parser is then empty. A document
-  // whose password is wrong is read all the same, with a warning: see CanBeDecrypted.
+  // Read a file, or its bytes. False, with a reason in Diagnostics(), when it cannot be read or its structure is
+  // damaged; the parser is then empty. With a wrong password the document is read anyway, with a warning: see
+  // CanBeDecrypted.
   bool Read(const Chaine& path_name, const Chaine& user_password);
   bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
 
-  // What is to be read of an input for ReadFromRaw: no more than 4 GB, and only the
-  // first 4 KB where these hold no header. To be recovered, a file of known size needs
-  // none, and another may have the beginning of an object there instead.
+  // The limits for reading an input for ReadFromRaw: at most 4 GB, and only the first 4 KB when these contain no
+  // header. With `recover`, a file of known size needs no header, and another input may have the beginning of an object
+  // instead.
   static ReadLimits InputLimits(bool recover);
 
-  // From now on a damaged file is recovered when it is read: records that do not lead
-  // to their object are put right by a scan of the file. Tables that cannot be read, in
-  // which anything is odd, that lead to no catalog or that objects stand behind are
-  // made anew of all that the scan finds, the newest whole version of each object.
-  // Diagnostics() say what was done.
+  // Sets whether the next read recovers a damaged file. Records that do not point to their object are corrected by a
+  // scan of the file. Tables are rebuilt from the scan, with the newest complete version of each object, when they
+  // cannot be read, contain any fault, lead to no catalog, or do not list objects at the end. Diagnostics() describe
+  // what was done.
   void SetRecovery(bool recover) { recovery_ = recover; }
   bool Recovers() const { return recovery_; }
-  // Whether something was done, so that no update fits the file: it has to be saved
-  // anew. RawData() then begins with the header, whatever stood before it, and with
-  // that of PDF 1.4 where there was none.
+  // True when the file was recovered. Then no update can be appended to it; it must be saved in full. RawData() then
+  // begins with the header, without the bytes before it; a missing header is replaced by that of PDF 1.4.
   bool IsRecovered() const { return recovered_; }
   // Whether recovery found fewer pages than the page tree had room for.
   bool HasLostPages() const { return lost_pages_; }
 
-  // A new empty object, numbered above all others (1000 in an empty document) and
-  // marked modified; "/Size" of the trailer is kept above it. Set its value with
-  // SetChild. Owned by the parser.
+  // Adds an empty object, numbered above all others (1000 in an empty document) and marked as modified; keeps "/Size"
+  // of the trailer above it. Set its value with SetChild. Owned by the parser.
   ZPDFNodeIndirectObject* AddIndirectObject();
 
   // The newest trailer; null before a successful read.
   ZPDFNodeDictionary* TrailerDico() { return trailer_.get(); }
   const ZPDFNodeDictionary* TrailerDico() const { return trailer_.get(); }
-  // "/Root" of the trailer, "/AcroForm" and "/ViewerPreferences" of the root,
-  // "/Encrypt" of the trailer, as dictionaries; null when absent.
+  // "/Root" of the trailer, "/AcroForm" and "/ViewerPreferences" of the root, and "/Encrypt" of the trailer, as
+  // dictionaries; null when absent.
   ZPDFNodeDictionary* Root();
   const ZPDFNodeDictionary* Root() const;
   ZPDFNodeDictionary* AcroForm();
@@ -94,13 +90,13 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   Chaine IDModified() const;
 
   bool IsEncrypted() const { return EncryptionDico() != nullptr; }
-  // Whether the password opens the document; true for one that is not encrypted.
+  // True when the password opens the document, or the document is not encrypted.
   bool CanBeDecrypted() const;
-  // The document's security handler, null when it is not encrypted. Owned here.
+  // The document's security handler, null when it is not encrypted. Owned by the parser.
   const ZPDFEncryption* Encryption() const { return encryption_.get(); }
   const Chaine& UserPassword() const { return user_password_; }
 
-  // The loaded objects that are marked anywhere in their tree, in identifier order.
+  // The loaded objects with a marked node, in identifier order.
   PTableau<const ZPDFNodeIndirectObject*> ModifiedObjects() const;
   void ResetModifiedObjects();
   // Adds every object that can be reached from the trailer.
@@ -108,47 +104,43 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
 
   // The header line, such as "%PDF-1.4".
   Chaine PDFVersion() const;
-  // Whether the header line names a version, as two digits with a point between them.
+  // True when the header line has a version: two digits with a point between them.
   bool NamesVersion() const;
-  // The byte offset of the cross-reference section in use, 0 when unknown.
+  // The byte offset of the newest cross-reference section, 0 when unknown.
   uint32_t XRefOffset() const { return xref_offset_; }
   const Chaine& RawData() const { return raw_data_; }
   const Chaine& PathName() const { return path_name_; }
-  // Why the last read failed, and what was odd; grows while objects are loaded.
+  // Why the last read failed, and warnings, to which loading objects adds more.
   const ZDiagnostics& Diagnostics() const { return diagnostics_; }
 
-  // How the file was found to be built, for tools that report on it.
+  // Facts about the structure of the file, for tools that report them.
   size_t SectionCount() const { return section_count_; }
-  // Whether the newest section is a cross-reference stream, so that an update has to
-  // be one too.
+  // True when the newest section is a cross-reference stream, so that an update must use one too.
   bool XRefIsStream() const { return xref_is_stream_; }
-  // Whether any section that was read is one, as in hybrid files too (ISO 32000-1 7.5.8.4).
+  // True when any section that was read is one, also in hybrid files (ISO 32000-1 7.5.8.4).
   bool HasXRefStreams() const { return !xref_streams_.empty(); }
-  // A number that no object of the document has, and, once something was written
-  // under it outside the parser, that it is taken.
+  // FreeNumber: a number that no object of the document has. TakeNumber: records that the number was used for an object
+  // written outside the parser.
   uint32_t FreeNumber() const;
   void TakeNumber(uint32_t number);
   bool IsLinearized() const { return linearized_; }
-  // Whether it is a fault that there is no object of that identifier: it is not where its
-  // record says, no record has its number, or its generation is yet to come; or the
-  // record says free, in tables that are odd or though it leads to the object. What was
-  // freed in order stands for null (ISO 32000-1 7.3.10).
+  // True when the absence of an object with that identifier is a fault: it is not where its record says; no record has
+  // its number; its generation is higher than the record's; or its record says free, although the tables have faults or
+  // the record points to the object. A reference to an object that was freed correctly means null (ISO 32000-1 7.3.10).
   bool IsLost(const ZPDFObjectIdentifier& id) const;
-  // How many whole objects stand behind the last "startxref" without being listed:
-  // what is left of a later revision whose end was lost. Looks through that part.
+  // The number of complete but unlisted objects after the last "startxref": the rest of a later revision whose end was
+  // lost. Scans that part of the file.
   size_t UnlistedAtEnd() const;
   const ZPDFLocations& ObjectLocations() const { return locations_; }
 
-  // Numbers the objects anew: those of the list get 1 and up, in its order, and all others,
-  // references to nothing included, the numbers behind them; generations become 0. Until a
-  // Rebase, objects that are not loaded cannot be. Returns the former identifiers in the
-  // order of the new ones, which as a list take everything back.
+  // Renumbers the objects: those in the list get 1 and up, in its order; all others, including targets of dangling
+  // references, get the numbers after them; generations become 0. Objects that are not loaded cannot be loaded until
+  // Rebase. Returns the old identifiers in the order of the new ones; TakeBack undoes the change with them.
   PTableau<ZPDFObjectIdentifier> Renumber(const PTableau<ZPDFObjectIdentifier>& first);
   void TakeBack(const PTableau<ZPDFObjectIdentifier>& former);
-  // After the document was saved anew as `raw_data`: from now on objects stand at
-  // `offsets` (others are gone), are enciphered by a copy of `encryption` (none
-  // when null) and the trailer speaks of the new file. Loaded objects stay.
-  // `offsets` are in identifier order.
+  // Call it after the document was saved in full as `raw_data`. Objects are then at `offsets`, which are in identifier
+  // order (objects not listed are gone), and encrypted by a copy of `encryption` (null: not encrypted); the trailer
+  // describes the new file. Loaded objects are kept.
   void Rebase(const Chaine& raw_data, uint32_t xref_offset,
               const PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>& offsets, const ZPDFEncryption* encryption);
 
@@ -207,21 +199,21 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   size_t section_count_ = 0;
   bool linearized_ = false;
   bool xref_is_stream_ = false;
-  Chaine oddity_;  // the first thing that was odd in the cross-reference sections
+  Chaine oddity_;  // the first fault found in the cross-reference sections
   bool recovery_ = false;
   bool recovered_ = false;
   bool lost_pages_ = false;
-  std::set<uint32_t> sections_;  // where sections were read, so that none is read twice
+  std::set<uint32_t> sections_;  // the offsets of sections that were read, so that none is read twice
   std::set<uint32_t> xref_streams_;
-  // Each is decoded once; the budget is what they and the cross-reference streams may
-  // take together, 8 MB and 64 times the file, at most 512 MB, so that the cache is
-  // bounded and a small file cannot blow up. See pdf/stream_filters.h for one stream.
+  // Each is decoded once. The budget for these and the cross-reference streams together is 8 MB and 64 times the file's
+  // size, at most 512 MB, so that a small file cannot use much memory. See pdf/stream_filters.h for the limit of one
+  // stream.
   std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams_;
   size_t decode_budget_ = 0;
-  // How many bytes may still be looked at, so that a file made of damaged or
-  // overlapping objects costs no more than a few times its size.
+  // How many more bytes may be read while loading, so that a file with damaged or overlapping objects costs at most a
+  // few times its size.
   uint64_t search_budget_ = 0;
-  int loading_ = 0;  // how many objects are being loaded, each for the one before
+  int loading_ = 0;  // how many objects are being loaded, each needed by the one before
 };
 
 }  // namespace zforms

@@ -1,4 +1,4 @@
-// The parser's side of object streams: objects that stand packed in them.
+// The parser's functions for object streams and the objects inside them.
 
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/indirect_object.h"
@@ -10,7 +10,7 @@
 namespace zforms {
 namespace {
 
-// How many streams are looked through, each extending the one before.
+// The longest chain of "/Extends" that is followed.
 constexpr int kMostExtended = 16;
 
 }  // namespace
@@ -18,7 +18,7 @@ constexpr int kMostExtended = 16;
 ZPDFObjectStream* ZPDFParser::ObjectStream(uint32_t number) {
   const auto known = object_streams_.find(number);
   if (known != object_streams_.end()) return known->second.get();
-  // Until it is read it holds nothing, should it need one of its own objects.
+  // Marked as missing until it is read, in case reading needs one of its own objects.
   object_streams_[number] = nullptr;
   const ZPDFObjectLocation* location = locations_.Find(number);
   if (location == nullptr || location->packed) return nullptr;
@@ -54,7 +54,7 @@ ZPDFNodeIndirectObject* ZPDFParser::BuildPacked(const ZPDFObjectIdentifier& id, 
   text.SetDiagnostics(&packed_diagnostics_);
   ZPDFNodeIndirectObject* object = ZPDFNodeIndirectObject::BuildPacked(text, id, this, encryption_.get());
   if (packed_diagnostics_.Warnings().Size() > 0) {
-    // Their offsets are not those of the file.
+    // Their offsets are in the stream, not in the file.
     for (ZDiagnostics::Warning warning : packed_diagnostics_.Warnings()) {
       warning.offset = ZDiagnostics::kNoOffset;
       diagnostics_.Warn(warning);

@@ -1,4 +1,4 @@
-// Recovery: the parser's locations put right, or made anew, from a scan of the file.
+// Recovery: corrects or rebuilds the parser's locations from a scan of the file.
 
 #include <algorithm>
 #include <map>
@@ -19,14 +19,14 @@
 namespace zforms {
 namespace {
 
-// So many trailers are looked at, the newest first: each may reach to the end of the file.
+// The most trailers that are read, the newest first: each may reach to the end of the file.
 constexpr size_t kMostTrailers = 64;
-// What a file without a header is taken for.
+// The header used for a file without one.
 constexpr std::string_view kAssumedHeader = "%PDF-1.4\n";
 
 using Scanned = ZPDFFileScan::Object;
 
-// Visits what was found, the newest first; an object that is cut off comes last.
+// Visits the objects found, the newest first; an incomplete object comes last.
 template <class Visit>
 void ForNewestFirst(const ZPDFFileScan& scan, Visit visit) {
   for (const bool whole : {true, false}) {
@@ -36,7 +36,7 @@ void ForNewestFirst(const ZPDFFileScan& scan, Visit visit) {
   }
 }
 
-// The dictionary at `offset`, as a classic trailer; null when none stands there.
+// The dictionary at `offset`, as a classic trailer; null when there is none.
 std::unique_ptr<ZPDFNodeDictionary> TrailerAt(const ZPDFTokenizedString& file, uint32_t offset,
                                               IPDFObjectProvider* provider) {
   ZPDFTokenizedString text = file.Part(offset, file.GetLength());
@@ -66,7 +66,7 @@ bool IsEncryption(const ZPDFNodeIndirectObject* object) {
 
 bool ZPDFParser::Recover(bool analyzed) {
   if (raw_data_.size() > UINT32_MAX) return false;
-  // What another password would show cannot be told from damage.
+  // Without the right password, damage cannot be determined.
   if (analyzed && !CanBeDecrypted()) return true;
   const bool readable = analyzed && Root() != nullptr;
   if (const Chaine damage = Damage(analyzed); !damage.IsEmpty()) {
@@ -75,7 +75,7 @@ bool ZPDFParser::Recover(bool analyzed) {
       return true;
     }
     if (!readable) return false;
-    // The tables, odd as they are, lead to more than a scan finds.
+    // The faulty tables lead to more than a scan finds, so they are kept.
     Clean();
     diagnostics_.Clear();
     SetBudgets();
@@ -86,7 +86,7 @@ bool ZPDFParser::Recover(bool analyzed) {
   return true;
 }
 
-// Why the tables cannot be relied on; empty when they can.
+// Why the tables cannot be trusted; empty when they can.
 Chaine ZPDFParser::Damage(bool analyzed) const {
   if (!analyzed) return diagnostics_.Failure();
   if (Root() == nullptr) return "the trailer leads to no document catalog";
@@ -109,8 +109,7 @@ size_t ZPDFParser::UnlistedAtEnd() const {
   }));
 }
 
-// A free record that leads to its object was one in use: those of objects that are gone
-// lead to the next free number.
+// A free record that points to its object is wrong: records of deleted objects contain the next free number.
 bool ZPDFParser::IsWrong(const ZPDFObjectLocation& location) const {
   if (location.packed || location.object != nullptr || !MayBeInUse(location.id)) return false;
   return location.in_use != LeadsToObject(location);
@@ -137,8 +136,7 @@ bool ZPDFParser::SettleGeneration(ZPDFObjectLocation& location) {
   return true;
 }
 
-// Records that do not lead to their object are made to lead to the newest one of that
-// number that the file holds.
+// Corrects records that do not point to their object: they then point to the newest object of that number in the file.
 void ZPDFParser::RepairLocations() {
   std::map<ZPDFObjectIdentifier, ZPDFObjectLocation*> wrong;
   for (ZPDFObjectLocation& location : locations_) {
@@ -158,7 +156,7 @@ void ZPDFParser::RepairLocations() {
   });
   if (repaired == 0) return;
   recovered_ = true;
-  // What stands packed in streams that were not found before can be found now.
+  // Objects in streams that were missing before can be found now.
   std::erase_if(object_streams_, [](const auto& stream) { return stream.second == nullptr; });
   for (ZPDFObjectLocation& location : locations_) {
     if (location.packed && location.object == nullptr) location.requested = false;
@@ -190,7 +188,7 @@ bool ZPDFParser::Rebuild(const Chaine& reason) {
   return true;
 }
 
-// Makes the file begin with a header. One that stands behind objects is not the file's.
+// Makes the file begin with a header. A header after objects does not belong to the file.
 bool ZPDFParser::SettleHeader(const Chaine& reason, Chaine* said) {
   const std::string_view file = raw_data_;
   const size_t header = file.find("%PDF-");
@@ -206,7 +204,7 @@ bool ZPDFParser::SettleHeader(const Chaine& reason, Chaine* said) {
   return true;
 }
 
-// What the scan found, and what it did not find where a table says it is.
+// Adds the objects that the scan found, and those that it missed but a table points to correctly.
 void ZPDFParser::AddFound(const ZPDFFileScan& scan, const ZPDFLocations& listed) {
   ForNewestFirst(scan, [this](const Scanned& found) {
     if (MayBeInUse(found.id)) locations_.AddOlder(found.id, found.offset, true);
@@ -218,9 +216,9 @@ void ZPDFParser::AddFound(const ZPDFFileScan& scan, const ZPDFLocations& listed)
   locations_.Settle();
 }
 
-// The newest trailer that names a catalog, and what older ones alone say of the document.
+// Finds the newest trailer that names a catalog, and adds entries that only older ones have.
 void ZPDFParser::FindTrailer(const ZPDFFileScan& scan) {
-  std::map<uint32_t, bool> places;  // where trailers may stand, and whether in a stream
+  std::map<uint32_t, bool> places;  // possible offsets of trailers, and whether in a stream
   for (const uint32_t offset : scan.trailers) places[offset] = false;
   for (const Scanned& object : scan.objects) {
     if (object.names_xref_stream) places[object.offset] = true;
@@ -244,7 +242,7 @@ void ZPDFParser::FindTrailer(const ZPDFFileScan& scan) {
   if (!trailer_->Exist("/Root") && !trailer_->Exist("/Encrypt")) FindEncryption(scan);
 }
 
-// Without a trailer, what is enciphered must not be taken for what it says.
+// Without a trailer, encrypted data must not be read as plain data.
 void ZPDFParser::FindEncryption(const ZPDFFileScan& scan) {
   for (size_t i = scan.objects.size(); i-- > 0;) {
     const Scanned& object = scan.objects[i];
@@ -254,10 +252,10 @@ void ZPDFParser::FindEncryption(const ZPDFFileScan& scan) {
   }
 }
 
-// Adds what the object streams hold, the newest version of each object in file order.
-// What a damaged stream holds comes after all else.
+// Adds the objects in object streams, the newest version of each by file order. Objects of a damaged stream are added
+// last.
 void ZPDFParser::AddPackedObjects(const ZPDFFileScan& scan) {
-  std::map<uint32_t, uint32_t> added, doubtful;  // number to stream
+  std::map<uint32_t, uint32_t> added, doubtful;  // object number to stream number
   for (const Scanned& scanned : scan.objects) {
     if (!scanned.names_object_stream) continue;
     const ZPDFObjectLocation* holder = locations_.Find(scanned.id.Number());
@@ -282,7 +280,7 @@ void ZPDFParser::AddPackedObjects(const ZPDFFileScan& scan) {
   locations_.Settle();
 }
 
-// The newest catalog among the objects, for a file without a trailer that leads to it.
+// Finds the newest catalog among the objects, for a file without a trailer that names it.
 void ZPDFParser::FindCatalog(const ZPDFFileScan& scan) {
   std::vector<ZPDFObjectIdentifier> candidates;
   for (const Scanned& scanned : scan.objects) {

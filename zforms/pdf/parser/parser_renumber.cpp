@@ -1,4 +1,4 @@
-// How the parser numbers its objects anew, for a file that is written anew.
+// Renumbers the parser's objects for a full save.
 
 #include <algorithm>
 #include <map>
@@ -11,7 +11,7 @@
 
 namespace zforms {
 
-// Every reference of the document once, those of loaded objects alone.
+// Every reference in loaded objects, each once.
 std::vector<ZPDFNodeIndirectReference*> ZPDFParser::LoadedReferences() const {
   std::vector<const ZPDFNodeIndirectReference*> found;
   if (trailer_ != nullptr) ZPDFReferenceWalk::Collect(*trailer_, &found);

@@ -1,4 +1,4 @@
-// How the parser finds the cross-reference sections of a file and reads their chain.
+// Finds the cross-reference sections of a file and reads the chain of them.
 
 #include <algorithm>
 
@@ -14,8 +14,7 @@
 
 namespace zforms {
 
-// The first object is looked at aside, on a parser's terms but without recording
-// it: in an encrypted or updated file it may be any object.
+// Parses the first object without recording it: in an encrypted or updated file it may be any object.
 uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
   ZPDFTokenizedString text(SousChaine(raw_data_, start, raw_data_.size() - start));
   text.SetDocument();
@@ -39,8 +38,8 @@ uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
   return xref == std::string_view::npos ? 0 : static_cast<uint32_t>(xref);
 }
 
-// Where the cross-reference stream of the first page stands, right behind the
-// linearization dictionary (ISO 32000-1 F.3); 0 when something else does.
+// The offset of the first page's cross-reference stream, which directly follows the linearization dictionary (ISO
+// 32000-1 F.3); 0 when it does not.
 uint32_t ZPDFParser::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
   ZPDFTokenizedString next = dictionary;
   next.TrimLeftComments();
@@ -58,8 +57,8 @@ uint32_t ZPDFParser::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
   return found ? static_cast<uint32_t>(offset) : 0;
 }
 
-// The offset in "/Prev", 0 when there is none. The number stands in the trailer itself:
-// while sections are read, no object can be found yet.
+// The offset in "/Prev", 0 when there is none. It must be a direct number: while sections are read, references cannot
+// be resolved.
 uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset) {
   const ZPDFNode* previous = trailer.GetDirect("/Prev");
   if (previous == nullptr) return 0;
@@ -70,8 +69,7 @@ uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t
   return 0;
 }
 
-// Reads the section at `offset`, of either kind, with what a hybrid file hides from
-// readers of tables alone.
+// Reads the section at `offset`, of either kind, including the part of a hybrid file that readers of tables ignore.
 std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadSection(const ZPDFTokenizedString& file, uint32_t offset,
                                                             Chaine* reason) {
   sections_.insert(offset);
@@ -96,8 +94,8 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadXrefStream(const ZPDFTokeniz
   return trailer;
 }
 
-// The objects that only newer readers see come before those of older sections, and
-// before the free entries that hide them (ISO 32000-1 7.5.8.4).
+// Adds the objects that only newer readers see. They take precedence over older sections, and over the free entries
+// that hide them (ISO 32000-1 7.5.8.4).
 void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer,
                                 size_t first_record) {
   const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));

@@ -10,7 +10,7 @@ namespace {
 constexpr uint32_t kTIFF = 2;
 constexpr uint32_t kFirstPNG = 10;
 constexpr uint32_t kLastPNG = 15;
-// Far above what any image has, so that products below fit.
+// Far more than any image has, so that the products below cannot overflow.
 constexpr uint32_t kMostColors = 1 << 8;
 constexpr uint32_t kMostColumns = 1 << 28;
 
@@ -34,8 +34,8 @@ Byte Paeth(Byte left, Byte above, Byte corner) {
   return to_above <= to_corner ? above : corner;
 }
 
-// One row of a PNG filter (RFC 2083, 6). `above` is the row before, all zeros for the
-// first one; `step` is how many bytes a pixel takes.
+// Decodes one row of a PNG filter (RFC 2083, 6). `above` is the previous row, all zeros for the first; `step` is the
+// number of bytes of a pixel.
 bool UndoPNGRow(Byte filter, const Byte* from, const Byte* above, Byte* row, size_t length, size_t step) {
   for (size_t i = 0; i < length; i++) {
     const Byte left = i >= step ? row[i - step] : Byte{0};
@@ -74,7 +74,7 @@ std::optional<Chaine> UndoPNG(const ZPDFPredictor& layout, const Chaine& data) {
   return result;
 }
 
-// Adds to each sample of a row the one of the same colour before it.
+// Adds to each sample of a row the previous sample of the same colour.
 void UndoTIFFRow(const ZPDFPredictor& layout, Byte* row, size_t length) {
   if (layout.bits == 8) {
     for (size_t i = layout.colors; i < length; i++) row[i] = static_cast<Byte>(row[i] + row[i - layout.colors]);

@@ -8,8 +8,8 @@
 
 namespace zforms {
 
-// How samples were laid out before a predictor replaced them by differences
-// (ISO 32000-1 7.4.4.4); the defaults are those of absent entries.
+// The layout of the samples before a predictor replaced them by differences (ISO 32000-1 7.4.4.4). The defaults are
+// those for absent entries.
 struct ZPDFPredictor {
   uint32_t predictor = 1;  // 1 none, 2 TIFF, 10 to 15 PNG
   uint32_t colors = 1;
@@ -17,8 +17,8 @@ struct ZPDFPredictor {
   uint32_t columns = 1;
 };
 
-// The samples that the differences stand for. A last row that is cut short stays so.
-// Nothing when the layout makes no sense, or a PNG row names a filter there is not.
+// Restores the samples from the differences; an incomplete last row stays incomplete. Empty when the layout is invalid,
+// or a PNG row has an unknown filter.
 std::optional<Chaine> UndoPredictor(const ZPDFPredictor& layout, const Chaine& data);
 
 }  // namespace zforms

@@ -25,12 +25,12 @@ constexpr std::string_view kDamaged = "its compressed data are damaged";
 constexpr size_t kShownName = 40;
 constexpr std::string_view kNoFilterName = "its filter is not a name";
 constexpr size_t kFirstPiece = 4096;
-// So much is inflated before it is known how much there is.
+// How much is decoded directly, before the whole length is measured.
 constexpr size_t kUnmeasured = 16 << 20;
-// No filter is named so often in a file that is meant to be read.
+// A stream with more filters is refused.
 constexpr size_t kMostFilters = 8;
 
-// The zlib state, given back in any case.
+// The zlib state; the destructor frees it.
 class Inflater {
  public:
   Inflater() : ready_(inflateInit(&state_) == Z_OK) {}
@@ -53,19 +53,19 @@ class Inflater {
         piece = Measure(allowed);
         if (piece > allowed) return {false, {}, kTooLarge, limit};
       }
-      // One byte more than allowed tells what is too large from what fits exactly.
+      // Allows one byte more than the limit, to tell data that are too long from data that fit exactly.
       status = Piece(&result.data, std::min(piece, allowed) + 1);
       if (result.data.size() > limit) return {false, {}, kTooLarge, limit};
     }
     result.produced = result.data.size();
-    // What stands before the damage is often all that there was.
+    // The data before the damage are often complete.
     if (status != Z_STREAM_END) result.fault = kDamaged;
     result.usable = status == Z_STREAM_END || !result.data.IsEmpty();
     return result;
   }
 
  private:
-  // How many bytes are still to come, at most one more than allowed; none is kept.
+  // Counts the remaining bytes, at most one more than allowed, without storing them.
   size_t Measure(size_t allowed) {
     z_stream ahead{};
     if (inflateCopy(&ahead, &state_) != Z_OK) return allowed + 1;

@@ -9,17 +9,16 @@ namespace zforms {
 
 class ZPDFNodeStream;
 
-// What a stream holds once its filters are undone. A fault beside usable data says
-// what was odd about them; without any, why there are none.
+// The data of a stream after its filters are undone. With data, a fault says what is wrong with them; without data, it
+// is the reason.
 struct ZPDFDecodedStream {
   bool usable = false;
   Chaine data;
   Chaine fault;
-  size_t produced = 0;  // how many bytes came out of all filters, `limit` when that is not enough
+  size_t produced = 0;  // the number of bytes from all filters, `limit` when that is too low
 };
 
-// A stream may take 8 MB and 64 times its own bytes once it is decoded, at most
-// 256 MB; those of real files rarely take some MB.
+// The limit for a decoded stream: 8 MB and 64 times its encoded size, at most 256 MB; in real files a few MB are rare.
 inline constexpr size_t kDecodedStreamBase = 8 << 20;
 inline constexpr size_t kDecodedOfStream = 64;
 inline constexpr size_t kMostDecodedOfStream = 256 << 20;

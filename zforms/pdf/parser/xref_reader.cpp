@@ -20,7 +20,7 @@ size_t SkipWhites(std::string_view text, size_t at) {
   return at;
 }
 
-// The first three fields of a line and how many it has.
+// The first three fields of a line, and the number of fields.
 struct Fields {
   std::array<std::string_view, 3> at;
   size_t count = 0;
@@ -62,7 +62,7 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
     reason_ = "the cross-reference section has no trailer";
     return nullptr;
   }
-  // The trailer ends where its dictionary does: a string in it may hold any word.
+  // The end of the trailer is the end of its dictionary: a string in it may contain any word.
   ZPDFTokenizedString trailer = file_.Part(offset + at_, file.size());
   trailer.TrimLeftComments();
   // The trailer is never encrypted.
@@ -112,8 +112,8 @@ bool ZPDFXrefReader::ReadTable(ZPDFLocations& locations) {
   }
 }
 
-// Takes the entry when it stands as the standard lays it out: ten digits, five
-// digits and the type, each behind one blank, in twenty bytes with the line end.
+// Reads an entry in the exact layout of the standard: ten digits, five digits and the type, separated by single blanks,
+// in twenty bytes with the line end. Otherwise takes nothing.
 bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
   const size_t start = SkipWhites(text_, at_);
   const std::string_view entry = text_.substr(start, 20);

@@ -11,19 +11,19 @@ namespace zforms {
 class IPDFObjectProvider;
 class ZPDFNodeDictionary;
 
-// Reads one classic cross-reference section and the trailer behind it
-// (ISO 32000-1 7.5.4, 7.5.5). Lines end at CR, LF or both; fields are split on
-// runs of blanks; "trailer" may share its line with the dictionary.
+// Reads one classic cross-reference section and the trailer after it (ISO 32000-1 7.5.4, 7.5.5). Lines end in CR, LF or
+// both; fields are separated by any number of blanks; "trailer" may be on the same line as the dictionary. Used by one
+// thread at a time.
 class ZPDFXrefReader {
  public:
   // `file` is the whole file.
   explicit ZPDFXrefReader(const ZPDFTokenizedString& file) : file_(file) {}
 
-  // Adds the section's records to `locations` and returns its trailer, or null
-  // when no section stands at `offset` (with the reason in Reason()).
+  // Adds the section's records to `locations` and returns its trailer, or null when there is no section at `offset`,
+  // with the reason in Reason().
   std::unique_ptr<ZPDFNodeDictionary> Read(size_t offset, IPDFObjectProvider* provider, ZPDFLocations& locations);
   std::string_view Reason() const { return reason_; }
-  // How many bytes of the file the last Read looked at.
+  // The number of bytes of the file that the last Read examined.
   size_t Scanned() const { return scanned_; }
 
  private:

@@ -16,11 +16,11 @@
 namespace zforms {
 namespace {
 
-// What ISO 32000-1 annex C gives a reader; records take little room once they are compressed.
+// The limit of ISO 32000-1 annex C; needed because compressed records are small.
 constexpr size_t kMostRecords = 1 << 23;
-// A field of a record is a number of at most so many bytes.
+// The most bytes of a field of a record.
 constexpr uint32_t kWidestField = 8;
-// The entries of the dictionary that are about the stream and its records.
+// The entries of the dictionary that describe the stream and its records, not the document.
 constexpr std::string_view kOwnEntries[] = {"/Type", "/Length", "/Filter", "/DecodeParms", "/F",           "/FFilter",
                                             "/DL",   "/W",      "/Index",  "/XRefStm",     "/FDecodeParms"};
 
@@ -40,7 +40,7 @@ std::unique_ptr<ZPDFNodeDictionary> TrailerOf(const ZPDFNodeDictionary& dictiona
   return trailer;
 }
 
-// The number itself; what a reference leads to cannot be found while sections are read.
+// True for a direct number; references cannot be resolved while sections are read.
 bool IsNumber(const ZPDFNode* node) { return NodeCast<ZPDFNodeNumeric>(node) != nullptr; }
 
 }  // namespace
@@ -51,7 +51,7 @@ bool ZPDFXrefStreamReader::StandsAt(const ZPDFTokenizedString& file, size_t offs
   return TakeObjectHead(text).has_value();
 }
 
-// The object at `offset`, which is a cross-reference stream; null when it is none.
+// The cross-reference stream at `offset`; null when there is none.
 std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t offset) {
   offset_ = offset;
   scanned_ = decoded_ = 0;
@@ -62,7 +62,7 @@ std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t 
     reason_ = "no cross-reference stream at the stated offset";
     return nullptr;
   }
-  // Without a provider: a reference can lead nowhere yet.
+  // Without an object provider: no reference can be resolved yet.
   std::unique_ptr<ZPDFNodeIndirectObject> object(ZPDFNodeIndirectObject::BuildFrom(text, head->id, nullptr, nullptr));
   scanned_ = text.Offset() - std::min(text.Offset(), offset) + text.SearchedInVain();
   const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
@@ -137,7 +137,7 @@ bool ZPDFXrefStreamReader::ReadSubsection(uint32_t first, uint64_t count, std::s
 }
 
 void ZPDFXrefStreamReader::AddRecord(uint32_t number, std::string_view record, ZPDFLocations& locations) const {
-  // Without a first field every record is one of a plain object.
+  // Without a first field every record is of type 1, an object that is not packed.
   const uint64_t type = widths_[0] == 0 ? uint64_t{kPlain} : BigEndian(record.substr(0, widths_[0]));
   const uint64_t place = BigEndian(record.substr(widths_[0], widths_[1]));
   const uint64_t third = BigEndian(record.substr(widths_[0] + widths_[1]));
@@ -146,7 +146,7 @@ void ZPDFXrefStreamReader::AddRecord(uint32_t number, std::string_view record, Z
     locations.AddOlderPacked(number, place32);
     return;
   }
-  // A record of an unknown type stands for null (ISO 32000-1 table 18).
+  // A record of an unknown type means null (ISO 32000-1 table 18).
   const auto generation = static_cast<uint32_t>(std::min<uint64_t>(third, UINT32_MAX));
   const ZPDFObjectIdentifier id(number, generation);
   locations.AddOlder(id, place32, type == kPlain && MayBeInUse(id));

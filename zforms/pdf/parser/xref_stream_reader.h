@@ -14,24 +14,23 @@ class IPDFObjectProvider;
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 
-// Reads one cross-reference stream (ISO 32000-1 7.5.8): an object whose dictionary
-// is the trailer and whose data are the records, never enciphered.
+// Reads one cross-reference stream (ISO 32000-1 7.5.8): an object whose dictionary is the trailer and whose data are
+// the records. It is never encrypted. Used by one thread at a time.
 class ZPDFXrefStreamReader {
  public:
-  // `file` is the whole file, `limit` what the records may take once decoded.
+  // `file` is the whole file, `limit` the most bytes of the decoded records.
   ZPDFXrefStreamReader(const ZPDFTokenizedString& file, size_t limit) : file_(file), limit_(limit) {}
 
-  // Whether an object begins at `offset`, so that no classic section can.
+  // True when an object begins at `offset`, so that there is no classic section.
   static bool StandsAt(const ZPDFTokenizedString& file, size_t offset);
 
-  // Adds the stream's records to `locations` and returns its trailer, without the
-  // entries that speak of the stream; null when no such stream stands at `offset`,
-  // with the reason in Reason().
+  // Adds the stream's records to `locations` and returns its trailer without the entries about the stream itself. Null
+  // when there is no such stream at `offset`, with the reason in Reason().
   std::unique_ptr<ZPDFNodeDictionary> Read(size_t offset, IPDFObjectProvider* provider, ZPDFLocations& locations);
-  // The trailer alone.
+  // Reads the trailer only.
   std::unique_ptr<ZPDFNodeDictionary> ReadTrailer(size_t offset, IPDFObjectProvider* provider);
   const Chaine& Reason() const { return reason_; }
-  // How many bytes of the file the last Read looked at, and how many were decoded.
+  // The number of bytes of the file that the last Read examined, and the number of decoded bytes.
   size_t Scanned() const { return scanned_; }
   size_t Decoded() const { return decoded_; }
 

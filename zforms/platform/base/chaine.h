@@ -233,8 +233,7 @@ class ZFORMS_API Chaine {
   size_t rep_;
 };
 
-// Removes the blanks "\r
-// \t\f " at both ends.
+// Removes the blanks "\r\n\t\f " at both ends.
 ZFORMS_API std::string_view TrimBlanks(std::string_view text);
 
 }  // namespace zforms

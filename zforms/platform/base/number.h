@@ -10,9 +10,8 @@ namespace zforms {
 
 // Reads and writes numbers as in PDF and form data, independently of the locale.
 //
-// Reading trims the blanks "\r
-// \t\f " at both ends and stops at the first character that cannot continue the number. Text without a number reads as
-// 0. A value out of range gives the nearest value in range.
+// Reading trims the blanks "\r\n\t\f " at both ends and stops at the first character that cannot continue the number.
+// Text without a number reads as 0. A value out of range gives the nearest value in range.
 
 // An optional sign and decimal digits.
 ZFORMS_API int32_t ParseInt(std::string_view text);
