@@ -75,9 +75,9 @@ class ZFORMS_API ZAcroForm {
   // rewritten as a whole by the next save. See ZPDFParser::SetRecovery.
   void SetRecovery(bool recover) { recovery_ = recover; }
   // Sets whether the next Load also searches the pages for fields: for widgets that "/Fields" does not lead to and that
-  // have a type or a parent. They come at the end of Fields(), in the order of the pages, each below its parents; one
-  // whose parent is a field of the form comes after that field's kids. Get finds them by names that no field of the
-  // form has. Reads every page and its annotations.
+  // have a type or a parent. They come at the end of Fields(), in the order of the pages, each below its parents. A
+  // widget whose parent is a field of the form comes after that field's kids. Get returns such a field only if no field
+  // of the form has its name. Reads every page and its annotations.
   void SetPageFields(bool find) { finds_page_fields_ = find; }
   // The topmost of the fields found on pages.
   PTableau<const Field*> PageFields() const;

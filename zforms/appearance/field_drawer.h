@@ -11,10 +11,9 @@ class ZAcroForm;
 class ZAcroFormField;
 class ZDiagnostics;
 
-// ZFieldDrawer draws the values of a form's fields, so that every viewer shows them and none has to draw them anew:
+// ZFieldDrawer draws the values of a form's fields, so that every viewer shows them and none has to draw them itself:
 // each widget gets an appearance stream ("/AP" "/N", ISO 32000-1 12.7.3.3 and 12.5.5) from "/Rect", "/MK", "/BS" or
-// "/Border",
-// "/DA", "/Q", "/MaxLen" and its field's value.
+// "/Border", "/DA", "/Q", "/MaxLen" and its field's value.
 //
 // Text fields, combo boxes and list boxes are drawn anew; of an appearance that can be read, what stands outside
 // "/Tx BMC ... EMC" is kept. Buttons keep the appearances that they have; a button without one is drawn. Signatures are

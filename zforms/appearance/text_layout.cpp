@@ -174,7 +174,7 @@ LineGrid GridOf(const std::vector<TextParagraph>& paragraphs, const TextBox& box
       low = middle + 1;
     }
   }
-  // A box that is lower than a line of the least size holds that, cut.
+  // In a box that is lower than one line of the smallest size, the text keeps that size and is clipped.
   const double size = std::max(size_of(low), std::min(kLeastSizeOfLines, std::max(height / kLineHeight, kLeastSize)));
   return {size, height / static_cast<double>(low)};
 }

@@ -9,7 +9,8 @@ namespace zforms {
 class ZPDFNodeIndirectReference;
 
 // Follows references and collects the objects that can be reached, each once. It keeps a work list, so a long chain of
-// objects needs no stack; only a host's class, which may do otherwise, is called from within the walk.
+// objects needs no stack; only node classes of a host
+// are called recursively, since what they refer to is not known here.
 class ZPDFReferenceWalk {
  public:
   // Objects that are in the map already are known: the walk does not pass through them.

@@ -15,10 +15,11 @@ struct ZPDFDecodedStream {
   bool usable = false;
   Chaine data;
   Chaine fault;
-  size_t produced = 0;  // the number of bytes from all filters, `limit` when that is too low
+  size_t produced = 0;  // the number of bytes from all filters; `limit` when decoding stopped there
 };
 
-// The limit for a decoded stream: 8 MB and 64 times its encoded size, at most 256 MB; in real files a few MB are rare.
+// The limit for a decoded stream: 8 MB plus 64 times its encoded size, at most 256 MB. Real files rarely need more than
+// a few MB.
 inline constexpr size_t kDecodedStreamBase = 8 << 20;
 inline constexpr size_t kDecodedOfStream = 64;
 inline constexpr size_t kMostDecodedOfStream = 256 << 20;

@@ -21,7 +21,7 @@ class ZPDFXrefStreamReader {
   // `file` is the whole file, `limit` the most bytes of the decoded records.
   ZPDFXrefStreamReader(const ZPDFTokenizedString& file, size_t limit) : file_(file), limit_(limit) {}
 
-  // True when an object begins at `offset`, so that there is no classic section.
+  // True when an indirect object begins at `offset`; then no cross-reference table does.
   static bool StandsAt(const ZPDFTokenizedString& file, size_t offset);
 
   // Adds the stream's records to `locations` and returns its trailer without the entries about the stream itself. Null

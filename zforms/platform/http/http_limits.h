@@ -18,8 +18,8 @@ struct sHTTPServerLimits {
   // Bytes of one body as received, chunked or not (413).
   uint64_t body_bytes = uint64_t{16} << 20;
   // Bytes of all bodies that are being received, wait or are being answered, and of the answers to large ones (503).
-  // Short bodies are always accepted. Large bodies are answered one at a time, or several if together they are within
-  // the limit of one.
+  // Short bodies are always accepted. Several large bodies are answered at the same time only if together they are not
+  // longer than `body_bytes`.
   uint64_t pending_body_bytes = uint64_t{128} << 20;
   // From a request's first byte to the end of its header (408).
   Duration header_time = std::chrono::seconds(10);
