@@ -140,6 +140,7 @@ class CommandLine {
                             [this] { return RunExport(export_); });
     command->add_option("FORM", export_.files, "The PDF file, or \"-\" for standard input.")->required();
     std::vector<std::string> formats;
+    formats.reserve(std::size(kExportFormats));
     for (const ExportFormatName& format : kExportFormats) formats.emplace_back(format.name);
     command
         ->add_option_function<std::string>(
