@@ -18,6 +18,7 @@ DAMAGES = [
     ("the page tree leads to itself", b"/Kids [8 0 R]", b"/Kids [4 0 R]", 2, "object 4 0: the page tree leads here"),
     ("a font is not there", b"/Helv 5 0 R", b"/Helv 5 9 R", 2, "cannot be read: 5 9"),
     ("a generation in the table", ENTRY, ENTRY[:14] + b"01 n", 3, "the header of this object has the generation 0"),
+    ("a generation that is too high", ENTRY, ENTRY[:11] + b"99999 n", 3, "has a generation above 65535"),
     ("a page's type", b"/Type /Page /Parent", b"/Type /Pagf /Parent", 3, 'object 8 0: "/Type" of this page is not'),
     ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" has no version'),
 ]

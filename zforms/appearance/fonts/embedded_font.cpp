@@ -37,6 +37,7 @@ Chaine SubsetTag(const std::vector<uint32_t>& glyphs) {
 ZPDFNodeArray* AllocWidths(const FontProgram& program, const std::vector<uint32_t>& glyphs) {
   auto* const widths = new ZPDFNodeArray;
   std::vector<std::pair<uint32_t, uint32_t>> codes;
+  codes.reserve(glyphs.size());
   for (const uint32_t glyph : glyphs) codes.emplace_back(program.CodeOf(glyph), glyph);
   std::sort(codes.begin(), codes.end());
   ZPDFNodeArray* run = nullptr;
@@ -190,6 +191,7 @@ void EmbeddedFont::WriteDescendant(const Chaine& name, const std::vector<uint32_
 bool EmbeddedFont::Complete() {
   if (object_ == nullptr || written_ == texts_.size()) return true;
   std::vector<uint32_t> glyphs, indices;
+  glyphs.reserve(texts_.size());
   for (const auto& [glyph, text] : texts_) glyphs.push_back(glyph);
   const Chaine font_file = program_->Subset(glyphs, &indices);
   if (font_file.IsEmpty()) return false;

@@ -224,7 +224,7 @@ std::optional<uint32_t> ZPDFParser::GenerationAt(const ZPDFObjectLocation& locat
   text.SetDocument();
   text.TrimLeftComments();
   const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
-  if (!head || head->id.Number() != location.id.Number()) return {};
+  if (!head || head->id.Number() != location.id.Number() || !MayBeInUse(head->id)) return {};
   return head->id.Generation();
 }
 

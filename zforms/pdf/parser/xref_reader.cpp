@@ -159,8 +159,12 @@ ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t nu
 }
 
 void ZPDFXrefReader::Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use,
-                         ZPDFLocations& locations) {
-  locations.AddOlder(id, ParseUInt(offset), in_use && MayBeInUse(id));
+                         ZPDFLocations& locations) const {
+  const bool is_damaged = in_use && id.Number() != 0 && id.Generation() > UINT16_MAX;
+  // The header of the object tells the generation.
+  const ZPDFObjectIdentifier taken = is_damaged ? ZPDFObjectIdentifier(id.Number(), 0) : id;
+  if (is_damaged) WarnObject(taken, "the entry in the cross-reference table has a generation above 65535");
+  locations.AddOlder(taken, ParseUInt(offset), in_use && MayBeInUse(taken));
 }
 
 }  // namespace zforms
