@@ -24,7 +24,7 @@ QUICK_SUITES = "-ZHTTPServer*:FormServer*"
 
 
 def read_changes():
-    """(file, what is there, what it becomes) of each change; the lines of both begin with "-" and "+"."""
+    """Reads the changes as (file, old text, new text). Lines of the old text begin with "-", of the new text with "+"."""
     changes = []
     for block in (ROOT / "tests/mutations.txt").read_text(encoding="utf-8").strip().split("\n\n"):
         lines = [line for line in block.split("\n") if not line.startswith("#")]

@@ -35,7 +35,7 @@ TEST(DefaultAppearance, SaysFontSizeColorAndSpacing) {
       {"/A 1 Tf /B 2 Tf 1 g 0.5 g 1 G 1 0 0 RG", "B 2; 0.5 g"},
       {"/Arial#2CBold 10 Tf", "Arial,Bold 10"},
       {"%/A 1 Tf 0 g\r/B 2 Tf", "B 2"},
-      // Sizes that are none are automatic.
+      // An invalid size means an automatic one.
       {"/A -12 Tf", "A 0"},
       {"/A 1000000000000000000000000 Tf", "A 0"},
       {"/A Tf", "A 0"},

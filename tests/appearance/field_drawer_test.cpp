@@ -41,7 +41,7 @@ TEST(ZFieldDrawer, DrawsFieldsInTheFontsOfTheForm) {
   EXPECT_EQ(form.Parser()->FreeNumber() - before, 7U);
   form.ResetModified();
   EXPECT_TRUE(drawer.DrawAll());
-  EXPECT_TRUE(form.Parser()->ModifiedObjects().empty()) << "nothing changed, so nothing is drawn anew";
+  EXPECT_TRUE(form.Parser()->ModifiedObjects().empty()) << "nothing changed, so nothing is drawn again";
   form.Fields()[0]->SetValue("A");
   EXPECT_TRUE(drawer.Draw(*form.Fields()[0]));
   EXPECT_EQ(ContentOf(form, 0), "/Tx BMC q BT 1 0 0 rg /Helv 10 Tf 91.33 7.445 Td (A) Tj ET Q EMC ");

@@ -158,7 +158,7 @@ TEST(WidgetDrawer, KeepsWhatStandsOutsideTheText) {
        "0 1 0 rg f /Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC 5 w", "[0 0 104 20]"},
       {"/BBox[5 5 109 25]", "/Tx BMC EMC", "/Tx BMC q 1 0 0 1 5 5 cm BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ",
        "[5 5 109 25]"},
-      // Another size, another turn, text without a section, a filter that is not known: all anew.
+      // Nothing is kept for another size or rotation, text without a marked section, or an unknown filter.
       {"/BBox[0 0 50 20]", "5 w", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ", "[0 0 104 20]"},
       {"/BBox[0 0 104 20]/Matrix[0 1 -1 0 0 0]", "5 w", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ",
        "[0 0 104 20]"},

@@ -5,8 +5,8 @@
 
 namespace zforms::tool {
 
-// The program that listens on a port of this machine: "\"python3\" (process 1234)". Empty when there is none, or the
-// system does not tell this user.
+// The program that listens on a port of this machine: "\"python3\" (process 1234)". Empty when no program
+// listens, or when the system does not name it to this user.
 std::string PortHolder(uint16_t port);
 
 }  // namespace zforms::tool

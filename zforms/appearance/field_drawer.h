@@ -15,12 +15,12 @@ class ZDiagnostics;
 // each widget gets an appearance stream ("/AP" "/N", ISO 32000-1 12.7.3.3 and 12.5.5) from "/Rect", "/MK", "/BS" or
 // "/Border", "/DA", "/Q", "/MaxLen" and its field's value.
 //
-// Text fields, combo boxes and list boxes are drawn anew; of an appearance that can be read, what stands outside
+// Text fields, combo boxes and list boxes get a new appearance. If the old one can be read, its content outside
 // "/Tx BMC ... EMC" is kept. Buttons keep the appearances that they have; a button without one is drawn. Signatures are
 // never touched. Hidden widgets are drawn as well, since they may be shown later. Values do not change.
 //
 // Draw the fields that changed, or all of them, then Finish, then save the form. It neither owns the form, which
-// outlives it and is not to be loaded anew meanwhile, nor saves it. One thread at a time.
+// outlives it and must not be loaded again meanwhile, nor saves it. One thread at a time.
 class ZFORMS_API ZFieldDrawer {
  public:
   explicit ZFieldDrawer(ZAcroForm& form);

@@ -1,6 +1,5 @@
 #include "zforms/appearance/form_fonts.h"
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -12,10 +11,7 @@
 namespace zforms {
 namespace {
 
-// Below it are Latin letters alone, each a glyph, and none of them needs the libraries for other scripts.
-constexpr char32_t kPlainEnd = 0x300;
-
-// What a font that takes the place of this one is to look like.
+// The style of a font that replaces this one.
 ZFontStyle StyleOf(const StandardFont& font) {
   ZFontStyle style;
   if (font.family == FontFamily::kTimes) style.family = ZFontStyle::Family::kSerif;
@@ -42,9 +38,6 @@ TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
 }
 
 TextParagraph FormFonts::MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) {
-  const bool is_plain =
-      std::all_of(text.begin(), text.end(), [&](char32_t c) { return c < kPlainEnd && font->Has(c); });
-  if (is_plain) return {std::move(text), font};
   if (fallback_ == nullptr) {
     if (library_ == nullptr) library_ = std::make_shared<FontLibrary>(ZFontSource::OfSystem());
     fallback_ = std::make_unique<FallbackFonts>(document_, library_);

@@ -148,7 +148,7 @@ void FillCircle(ContentWriter& out, double x, double y, double radius) {
 WidgetStyle WidgetStyle::Of(const ZPDFNodeDictionary& widget) {
   WidgetStyle style;
   if (const ZPDFNodeDictionary* characteristics = DictionaryOf(widget, "/MK")) {
-    // Whole quarters of a turn; what is none of them is no turn.
+    // Only multiples of 90 degrees rotate.
     const double turn = Bounded(characteristics->GetDoubleValue("/R"), -36000, 36000);
     if (std::fmod(turn, 90) == 0) style.rotation = ((static_cast<int>(turn) % 360) + 360) % 360;
     style.background = ColorOf(*characteristics, "/BG");

@@ -29,7 +29,7 @@ struct WidgetStyle {
   static constexpr double kMostBorder = 100;
 
   // The size of the box that is drawn in, in points, as the reader of the text sees it: "/Rect" turned by `rotation`.
-  // 0 where "/Rect" has no size or is none.
+  // 0 when "/Rect" has no size or is not a rectangle.
   double width = 0;
   double height = 0;
   // "/R" of "/MK": 0, 90, 180 or 270 degrees counterclockwise.

@@ -42,11 +42,10 @@ bool HasAll(const FcPattern* font, std::u32string_view characters) {
                      [set](char32_t c) { return FcCharSetHasChar(set, c) == FcTrue; });
 }
 
-// The fonts of fontconfig. They are sorted once for each style; a text then takes those that have its characters.
+// The fonts of fontconfig, which are loaded with the first search. They are sorted once for each style; a text then
+// takes those that have its characters.
 class FontconfigSource final : public ZFontSource {
  public:
-  FontconfigSource() : config_(FcInitLoadConfigAndFonts()) {}
-
   PTableau<ZFontFile> Find(const ZFontStyle& style, std::u32string_view characters) override {
     PTableau<ZFontFile> files;
     const FcFontSet* fonts = Sorted(style);
@@ -66,6 +65,7 @@ class FontconfigSource final : public ZFontSource {
  private:
   const FcFontSet* Sorted(const ZFontStyle& style) {
     FontSet& fonts = sorted_[style];
+    if (config_ == nullptr) config_.reset(FcInitLoadConfigAndFonts());
     if (fonts != nullptr || config_ == nullptr) return fonts.get();
     constexpr std::array<const char*, 3> kFamilies = {"sans-serif", "serif", "monospace"};
     const Pattern pattern(FcPatternCreate());
