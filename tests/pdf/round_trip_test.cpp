@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <random>
 #include <string>
 
+#include "tests/support/cpu_time.h"
 #include "tests/support/forest.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/platform/base/diagnostics.h"
@@ -92,10 +92,10 @@ TEST(RoundTripTest, AnySoupIsEatenToTheEnd) {
 }
 
 double SecondsToParse(const std::string& text) {
-  const std::clock_t start = std::clock();
+  const CpuTime time;
   const NodePtr node = Parse(text);
   if (node != nullptr) Written(*node);
-  return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+  return time.Seconds();
 }
 
 // Ten times the text must take about ten times as long; quadratic code would take a hundred times.
