@@ -10,6 +10,8 @@
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/object_head.h"
 #include "zforms/pdf/parser/object_stream.h"
+#include "zforms/pdf/parser/recovery.h"
+#include "zforms/pdf/parser/section_chain.h"
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/platform/base/number.h"
@@ -21,8 +23,6 @@ namespace {
 constexpr const char* kNoHeader = "not a PDF file: it does not begin with \"%PDF-\"";
 
 constexpr uint32_t kFirstNumberOfEmptyDocument = 1000;
-// The header of an object is at most this far after the offset in a correct table.
-constexpr size_t kHeaderReach = 4096;
 // Loading objects may read at most this multiple of the file's size; in an undamaged file objects do not overlap.
 constexpr uint64_t kSearchesOfWholeFile = 8;
 // After that budget is used up, at most this much is read for an object.
@@ -72,24 +72,18 @@ ZPDFParser& ZPDFParser::operator=(const ZPDFParser& other) {
 
 ZPDFParser::~ZPDFParser() { Clean(); }
 
+ZPDFParser::FileState::FileState(size_t file_size)
+    : decode_budget(static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * file_size, kMostDecoded))),
+      search_budget(kSearchesOfWholeFile * file_size) {}
+
 void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   raw_data_ = other.raw_data_;
   path_name_ = other.path_name_;
   user_password_ = other.user_password_;
-  xref_offset_ = other.xref_offset_;
+  recovery_ = other.recovery_;
+  file_ = other.file_;
   locations_ = other.locations_;
   diagnostics_ = other.diagnostics_;
-  section_count_ = other.section_count_;
-  linearized_ = other.linearized_;
-  search_budget_ = other.search_budget_;
-  xref_is_stream_ = other.xref_is_stream_;
-  oddity_ = other.oddity_;
-  recovery_ = other.recovery_;
-  recovered_ = other.recovered_;
-  lost_pages_ = other.lost_pages_;
-  xref_streams_ = other.xref_streams_;
-  object_streams_ = other.object_streams_;
-  decode_budget_ = other.decode_budget_;
   for (ZPDFObjectLocation& location : locations_) {
     if (location.object == nullptr) continue;
     location.object = location.object->Clone();
@@ -102,21 +96,13 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   if (other.encryption_ != nullptr) encryption_ = std::make_unique<ZPDFEncryption>(*other.encryption_);
 }
 
+// Forgets the document, and prepares to read `raw_data_`.
 void ZPDFParser::Clean() {
   for (const ZPDFObjectLocation& location : locations_) ZPDFNode::Destroy(location.object);
   locations_.Clear();
   trailer_.reset();
   encryption_.reset();
-  xref_offset_ = 0;
-  section_count_ = 0;
-  linearized_ = false;
-  xref_is_stream_ = false;
-  oddity_.Clear();
-  recovered_ = false;
-  lost_pages_ = false;
-  sections_.clear();
-  xref_streams_.clear();
-  object_streams_.clear();
+  file_ = FileState(raw_data_.size());
 }
 
 bool ZPDFParser::Fail(std::string_view reason) {
@@ -140,27 +126,21 @@ bool ZPDFParser::Read(const Chaine& path_name, const Chaine& user_password) {
   const bool found = ReadFile(path_name, &bytes, &error, InputLimits(recovery_));
   path_name_ = path_name;
   if (found) return ReadFromRaw(bytes, user_password);
-  Clean();
   raw_data_.Clear();
+  Clean();
   diagnostics_.Clear();
   return Fail(error);
 }
 
 bool ZPDFParser::ReadFromRaw(const Chaine& raw_data, const Chaine& user_password) {
-  Clean();
   raw_data_ = raw_data;
   user_password_ = user_password;
+  Clean();
   diagnostics_.Clear();
-  SetBudgets();
   bool read = Analyze();
-  if (recovery_) read = Recover(read);
+  if (recovery_) read = ZPDFRecovery(*this).Run(read);
   if (!read) Clean();
   return read;
-}
-
-void ZPDFParser::SetBudgets() {
-  search_budget_ = kSearchesOfWholeFile * raw_data_.size();
-  decode_budget_ = static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * raw_data_.size(), kMostDecoded));
 }
 
 bool ZPDFParser::Analyze() {
@@ -172,17 +152,18 @@ bool ZPDFParser::Analyze() {
   if (eof == std::string_view::npos) return Fail("the file is cut short: \"%%EOF\" is missing");
   const size_t body = SkipLine(file, SkipLine(file, 0));
   if (body >= file.size()) return Fail("the file ends after its header");
-  xref_offset_ = FindLinearizedXref(body);
-  linearized_ = xref_offset_ != 0;
-  if (!linearized_) {
+  ZPDFSectionChain chain(*this);
+  file_.xref_offset = chain.FindLinearized(body);
+  file_.linearized = file_.xref_offset != 0;
+  if (!file_.linearized) {
     const size_t startxref = file.rfind("startxref", eof);
     if (startxref == std::string_view::npos) return Fail("\"startxref\" is missing");
     const std::string_view offset = TrimBlanks(file.substr(startxref + 9, eof - startxref - 9));
     if (!AllDigits(offset)) diagnostics_.WarnAt(startxref, "no number follows \"startxref\"");
-    xref_offset_ = ParseUInt(offset);
+    file_.xref_offset = ParseUInt(offset);
   }
-  if (!FillLocations(xref_offset_)) return false;
-  if (diagnostics_.Warnings().Size() > 0) oddity_ = ZDiagnostics::Describe(*diagnostics_.Warnings().begin());
+  if (!chain.Read(file_.xref_offset)) return false;
+  if (diagnostics_.Warnings().Size() > 0) file_.oddity = ZDiagnostics::Describe(*diagnostics_.Warnings().begin());
   if (!NamesVersion()) {
     diagnostics_.Warn("the header \"" + PDFVersion().Mid(0, kShownHeader) +
                       "\" has no version; a rewritten file gets version 1.7");
@@ -217,38 +198,12 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   return location->object;
 }
 
-// The generation in the header to which a record leads, of an object of its number.
-std::optional<uint32_t> ZPDFParser::GenerationAt(const ZPDFObjectLocation& location) const {
-  if (location.packed || location.offset >= raw_data_.size()) return {};
-  ZPDFTokenizedString text(SousChaine(raw_data_, location.offset, kHeaderReach));
-  text.SetDocument();
-  text.TrimLeftComments();
-  const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
-  if (!head || head->id.Number() != location.id.Number() || !MayBeInUse(head->id)) return {};
-  return head->id.Generation();
-}
-
-// References and the object's header agree, and the record alone has another generation:
-// the object is what they mean.
-bool ZPDFParser::TakesGeneration(ZPDFObjectLocation& location, const ZPDFObjectIdentifier& id) {
-  if (!location.in_use || location.object != nullptr || GenerationAt(location) != id.Generation()) return false;
-  if (!location.requested) WarnOfGeneration(location.id, id.Generation());
-  location.id = id;
-  location.requested = false;
-  return true;
-}
-
-void ZPDFParser::WarnOfGeneration(const ZPDFObjectIdentifier& listed, uint32_t generation) {
-  diagnostics_.WarnObject(listed.Number(), listed.Generation(),
-                          "the header of this object has the generation " + FormatUInt(generation));
-}
-
 ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
   if (offset >= raw_data_.size()) {
     diagnostics_.WarnObject(id.Number(), id.Generation(), "the offset is past the end of the file", offset);
     return nullptr;
   }
-  const size_t reach = search_budget_ == 0 ? kShortSearch : raw_data_.size() - offset;
+  const size_t reach = file_.search_budget == 0 ? kShortSearch : raw_data_.size() - offset;
   ZPDFTokenizedString text(SousChaine(raw_data_, offset, reach));
   text.SetDocument(&pool_);
   text.SetDiagnostics(&diagnostics_);
@@ -259,10 +214,10 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   const bool has_number = head && head->id.Number() == id.Number();
   ZPDFNodeIndirectObject* object = nullptr;
   // Recovery settles which of two generations is meant.
-  if (has_number && (head->id == id || recovered_)) {
+  if (has_number && (head->id == id || file_.recovered)) {
     if (!head->is_sound) text.Warn("\"obj\" does not stand alone");
     // A cross-reference stream is not encrypted.
-    const bool in_clear = !xref_streams_.empty() && xref_streams_.contains(offset);
+    const bool in_clear = !file_.xref_streams.empty() && file_.xref_streams.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());
   } else if (has_number) {
     WarnOfGeneration(id, head->id.Generation());
@@ -271,7 +226,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
                             begin);
   }
   const uint64_t looked_at = text.Offset() - offset + text.SearchedInVain();
-  search_budget_ -= std::min(search_budget_, looked_at);
+  file_.SpendSearched(looked_at);
   return object;
 }
 
@@ -354,16 +309,9 @@ void ZPDFParser::Rebase(const Chaine& raw_data, uint32_t xref_offset,
                         const PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>& offsets,
                         const ZPDFEncryption* encryption) {
   raw_data_ = raw_data;
-  xref_offset_ = xref_offset;
-  section_count_ = 1;
-  linearized_ = false;
-  xref_is_stream_ = false;
-  oddity_.Clear();
-  recovered_ = false;
-  lost_pages_ = false;
-  xref_streams_.clear();
-  object_streams_.clear();
-  search_budget_ = kSearchesOfWholeFile * raw_data.size();
+  file_ = FileState(raw_data.size());
+  file_.xref_offset = xref_offset;
+  file_.section_count = 1;
   encryption_ = encryption == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*encryption);
   auto found = offsets.begin();
   std::vector<std::pair<ZPDFObjectIdentifier, uint32_t>> added;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
@@ -22,7 +23,6 @@ class ZPDFNodeArray;
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectReference;
 class ZPDFObjectStream;
-struct ZPDFFileScan;
 
 // ZPDFParser opens a PDF file, which it keeps in memory once, and loads its objects when they are first requested. It
 // owns every object that it loaded or added; nodes become invalid when it reads another file or is destroyed. Copies
@@ -64,9 +64,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool Recovers() const { return recovery_; }
   // True when the file was recovered. Then no update can be appended to it; it must be saved in full. RawData() then
   // begins with the header, without the bytes before it; a missing header is replaced by that of PDF 1.4.
-  bool IsRecovered() const { return recovered_; }
+  bool IsRecovered() const { return file_.recovered; }
   // Whether recovery found fewer pages than the page tree had room for.
-  bool HasLostPages() const { return lost_pages_; }
+  bool HasLostPages() const { return file_.lost_pages; }
 
   // Adds an empty object, numbered above all others (1000 in an empty document) and marked as modified; keeps "/Size"
   // of the trailer above it. Set its value with SetChild. Owned by the parser.
@@ -107,23 +107,23 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // True when the header line has a version: two digits with a point between them.
   bool NamesVersion() const;
   // The byte offset of the newest cross-reference section, 0 when unknown.
-  uint32_t XRefOffset() const { return xref_offset_; }
+  uint32_t XRefOffset() const { return file_.xref_offset; }
   const Chaine& RawData() const { return raw_data_; }
   const Chaine& PathName() const { return path_name_; }
   // Why the last read failed, and warnings, to which loading objects adds more.
   const ZDiagnostics& Diagnostics() const { return diagnostics_; }
 
   // Facts about the structure of the file, for tools that report them.
-  size_t SectionCount() const { return section_count_; }
+  size_t SectionCount() const { return file_.section_count; }
   // True when the newest section is a cross-reference stream, so that an update must use one too.
-  bool XRefIsStream() const { return xref_is_stream_; }
+  bool XRefIsStream() const { return file_.xref_is_stream; }
   // True when any section that was read is one, also in hybrid files (ISO 32000-1 7.5.8.4).
-  bool HasXRefStreams() const { return !xref_streams_.empty(); }
+  bool HasXRefStreams() const { return !file_.xref_streams.empty(); }
   // FreeNumber: a number that no object of the document has. TakeNumber: records that the number was used for an object
   // written outside the parser.
   uint32_t FreeNumber() const;
   void TakeNumber(uint32_t number);
-  bool IsLinearized() const { return linearized_; }
+  bool IsLinearized() const { return file_.linearized; }
   // True when the absence of an object with that identifier is a fault: it is not where its record says; no record has
   // its number; its generation is higher than the record's; or its record says free, although the tables have faults or
   // the record points to the object. A reference to an object that was freed correctly means null (ISO 32000-1 7.3.10).
@@ -145,75 +145,71 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
               const PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>& offsets, const ZPDFEncryption* encryption);
 
  private:
+  friend class ZPDFRecovery;
+  friend class ZPDFSectionChain;
+
+  // What reading the file found out, besides its nodes and their locations. It is copied, forgotten and replaced as a
+  // whole.
+  struct FileState {
+    FileState() = default;
+    // Sets the budgets for a file of that size.
+    explicit FileState(size_t file_size);
+
+    uint32_t xref_offset = 0;
+    size_t section_count = 0;
+    bool linearized = false;
+    bool xref_is_stream = false;
+    Chaine oddity;  // the first fault found in the cross-reference sections
+    bool recovered = false;
+    bool lost_pages = false;
+    std::set<uint32_t> xref_streams;
+    // Each is decoded once. The budget for these and the cross-reference streams together is 8 MB and 64 times the
+    // file's size, at most 512 MB, so that a small file cannot use much memory. See stream_filters.h for the limit of
+    // one stream.
+    std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams;
+    size_t decode_budget = 0;
+    // How many more bytes may be read while loading, so that a file with damaged or overlapping objects costs at most a
+    // few times its size.
+    uint64_t search_budget = 0;
+
+    void SpendDecoded(size_t bytes) { decode_budget -= std::min(decode_budget, bytes); }
+    void SpendSearched(uint64_t bytes) { search_budget -= std::min(search_budget, bytes); }
+  };
+
   void Clean();
   void CopyFrom(const ZPDFParser& other);
-  void SetBudgets();
   bool Analyze();
   bool PrepareEncryption();
   bool Fail(std::string_view reason);
-  uint32_t FindLinearizedXref(size_t start);
-  uint32_t XrefStreamAfter(const ZPDFTokenizedString& dictionary);
-  bool FillLocations(uint32_t offset);
-  uint32_t PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset);
-  std::unique_ptr<ZPDFNodeDictionary> ReadSection(const ZPDFTokenizedString& file, uint32_t offset, Chaine* reason);
-  std::unique_ptr<ZPDFNodeDictionary> ReadXrefStream(const ZPDFTokenizedString& file, uint32_t offset, Chaine* reason);
-  void ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer, size_t first_record);
   ZPDFNodeIndirectObject* LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset);
   ZPDFNodeIndirectObject* LoadPacked(const ZPDFObjectIdentifier& id, uint32_t stream_number);
   ZPDFNodeIndirectObject* BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part);
+  // The decoded object stream of that number, null when there is none.
+  ZPDFObjectStream* ObjectStream(uint32_t number);
   std::optional<uint32_t> GenerationAt(const ZPDFObjectLocation& location) const;
   bool TakesGeneration(ZPDFObjectLocation& location, const ZPDFObjectIdentifier& id);
   void WarnOfGeneration(const ZPDFObjectIdentifier& listed, uint32_t generation);
-  bool Recover(bool analyzed);
-  Chaine Damage(bool analyzed) const;
-  bool Rebuild(const Chaine& reason);
-  bool SettleHeader(const Chaine& reason, Chaine* said);
-  void AddFound(const ZPDFFileScan& scan, const ZPDFLocations& listed);
-  void RepairLocations();
-  std::vector<ZPDFNodeIndirectReference*> LoadedReferences() const;
-  void SetNumbers(const std::map<ZPDFObjectIdentifier, ZPDFObjectIdentifier>& numbers);
   bool IsWrong(const ZPDFObjectLocation& location) const;
   bool LeadsToObject(const ZPDFObjectLocation& location) const {
     return GenerationAt(location) == location.id.Generation();
   }
-  bool SettleGeneration(ZPDFObjectLocation& location);
-  void FindTrailer(const ZPDFFileScan& scan);
-  void FindEncryption(const ZPDFFileScan& scan);
-  void AddPackedObjects(const ZPDFFileScan& scan);
-  void FindCatalog(const ZPDFFileScan& scan);
-  // The decoded object stream of that number, null when there is none.
-  ZPDFObjectStream* ObjectStream(uint32_t number);
+  std::vector<ZPDFNodeIndirectReference*> LoadedReferences() const;
+  void SetNumbers(const std::map<ZPDFObjectIdentifier, ZPDFObjectIdentifier>& numbers);
   const ZPDFNodeArray* TrailerDicoIDS() const;
   Chaine IDString(size_t index) const;
 
   Chaine raw_data_;
   Chaine path_name_;
   Chaine user_password_;
-  uint32_t xref_offset_ = 0;
+  bool recovery_ = false;
+  FileState file_;
   ZPDFNodePool pool_;
   ZPDFLocations locations_;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   std::unique_ptr<ZPDFEncryption> encryption_;
   ZDiagnostics diagnostics_;
   ZDiagnostics packed_diagnostics_;  // of the packed object that is being loaded
-  size_t section_count_ = 0;
-  bool linearized_ = false;
-  bool xref_is_stream_ = false;
-  Chaine oddity_;  // the first fault found in the cross-reference sections
-  bool recovery_ = false;
-  bool recovered_ = false;
-  bool lost_pages_ = false;
-  std::set<uint32_t> sections_;  // the offsets of sections that were read, so that none is read twice
-  std::set<uint32_t> xref_streams_;
-  // Each is decoded once. The budget for these and the cross-reference streams together is 8 MB and 64 times the file's
-  // size, at most 512 MB, so that a small file cannot use much memory. See pdf/stream_filters.h for the limit of one
-  // stream.
-  std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams_;
-  size_t decode_budget_ = 0;
-  // How many more bytes may be read while loading, so that a file with damaged or overlapping objects costs at most a
-  // few times its size.
-  uint64_t search_budget_ = 0;
-  int loading_ = 0;  // how many objects are being loaded, each needed by the one before
+  int loading_ = 0;                  // how many objects are being loaded, each needed by the one before
 };
 
 }  // namespace zforms

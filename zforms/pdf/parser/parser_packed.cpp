@@ -16,19 +16,19 @@ constexpr int kMostExtended = 16;
 }  // namespace
 
 ZPDFObjectStream* ZPDFParser::ObjectStream(uint32_t number) {
-  const auto known = object_streams_.find(number);
-  if (known != object_streams_.end()) return known->second.get();
+  const auto known = file_.object_streams.find(number);
+  if (known != file_.object_streams.end()) return known->second.get();
   // Marked as missing until it is read, in case reading needs one of its own objects.
-  object_streams_[number] = nullptr;
+  file_.object_streams[number] = nullptr;
   const ZPDFObjectLocation* location = locations_.Find(number);
   if (location == nullptr || location->packed) return nullptr;
   const ZPDFNodeIndirectObject* object = GetObject(location->id);
   const auto* stream = object == nullptr ? nullptr : NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
   if (stream == nullptr) return nullptr;
-  auto opened = std::make_shared<ZPDFObjectStream>(*stream, decode_budget_);
-  decode_budget_ -= std::min(decode_budget_, opened->Decoded());
+  auto opened = std::make_shared<ZPDFObjectStream>(*stream, file_.decode_budget);
+  file_.SpendDecoded(opened->Decoded());
   if (!opened->Fault().IsEmpty()) diagnostics_.WarnObject(number, 0, opened->Fault());
-  object_streams_[number] = opened;
+  file_.object_streams[number] = opened;
   return opened.get();
 }
 

@@ -1,6 +1,4 @@
-// Finds the cross-reference sections of a file and reads the chain of them.
-
-#include <algorithm>
+#include "zforms/pdf/parser/section_chain.h"
 
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/forward_reader.h"
@@ -15,8 +13,8 @@
 namespace zforms {
 
 // Parses the first object without recording it: in an encrypted or updated file it may be any object.
-uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
-  ZPDFTokenizedString text(SousChaine(raw_data_, start, raw_data_.size() - start));
+uint32_t ZPDFSectionChain::FindLinearized(size_t start) {
+  ZPDFTokenizedString text(SousChaine(parser_.raw_data_, start, parser_.raw_data_.size() - start));
   text.SetDocument();
   text.TrimLeftComments();
   ZPDFTokenizedString header = text;
@@ -26,11 +24,11 @@ uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
   const size_t end = header.Offset();
   const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node);
   const bool linearized = dictionary != nullptr && dictionary->GetUIntValue("/Linearized") == 1 &&
-                          dictionary->GetUIntValue("/L") == raw_data_.size();
+                          dictionary->GetUIntValue("/L") == parser_.raw_data_.size();
   ZPDFNode::Destroy(node);
   if (!linearized) return 0;
   if (const uint32_t offset = XrefStreamAfter(header)) return offset;
-  const std::string_view file = raw_data_;
+  const std::string_view file = parser_.raw_data_;
   size_t xref = file.find("xref", end);
   while (xref != std::string_view::npos && xref >= 5 && file.substr(xref - 5, 5) == "start") {
     xref = file.find("xref", xref + 4);
@@ -40,100 +38,101 @@ uint32_t ZPDFParser::FindLinearizedXref(size_t start) {
 
 // The offset of the first page's cross-reference stream, which directly follows the linearization dictionary (ISO
 // 32000-1 F.3); 0 when it does not.
-uint32_t ZPDFParser::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
+uint32_t ZPDFSectionChain::XrefStreamAfter(const ZPDFTokenizedString& dictionary) {
   ZPDFTokenizedString next = dictionary;
   next.TrimLeftComments();
   if (!next.StartWith("endobj")) return 0;
   next.TakeFirst(6);
   next.TrimLeftComments();
   const size_t offset = next.Offset();
-  ZPDFTokenizedString file{SousChaine(raw_data_)};
+  ZPDFTokenizedString file{SousChaine(parser_.raw_data_)};
   file.SetDocument();
   if (!ZPDFXrefStreamReader::StandsAt(file, offset)) return 0;
   ZPDFLocations records;
-  ZPDFXrefStreamReader reader(file, decode_budget_);
+  ZPDFXrefStreamReader reader(file, parser_.file_.decode_budget);
   const bool found = reader.Read(offset, nullptr, records) != nullptr;
-  decode_budget_ -= std::min(decode_budget_, reader.Decoded());
+  parser_.file_.SpendDecoded(reader.Decoded());
   return found ? static_cast<uint32_t>(offset) : 0;
 }
 
 // The offset in "/Prev", 0 when there is none. It must be a direct number: while sections are read, references cannot
 // be resolved.
-uint32_t ZPDFParser::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset) {
+uint32_t ZPDFSectionChain::PreviousSection(const ZPDFNodeDictionary& trailer, uint32_t offset) {
   const ZPDFNode* previous = trailer.GetDirect("/Prev");
   if (previous == nullptr) return 0;
   if (NodeCast<ZPDFNodeNumeric>(previous) != nullptr) return previous->GetUIntValue();
   const bool is_reference = NodeCast<ZPDFNodeIndirectReference>(previous) != nullptr;
-  diagnostics_.WarnAt(offset, is_reference ? "\"/Prev\" of this section's trailer is a reference, which leads nowhere"
-                                           : "\"/Prev\" of this section's trailer is no number");
+  parser_.diagnostics_.WarnAt(offset, is_reference
+                                          ? "\"/Prev\" of this section's trailer is a reference, which leads nowhere"
+                                          : "\"/Prev\" of this section's trailer is no number");
   return 0;
 }
 
 // Reads the section at `offset`, of either kind, including the part of a hybrid file that readers of tables ignore.
-std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadSection(const ZPDFTokenizedString& file, uint32_t offset,
-                                                            Chaine* reason) {
+std::unique_ptr<ZPDFNodeDictionary> ZPDFSectionChain::ReadSection(const ZPDFTokenizedString& file, uint32_t offset,
+                                                                  Chaine* reason) {
   sections_.insert(offset);
   if (ZPDFXrefStreamReader::StandsAt(file, offset)) return ReadXrefStream(file, offset, reason);
   ZPDFXrefReader reader(file);
-  const size_t first_record = locations_.Size();
-  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
+  const size_t first_record = parser_.locations_.Size();
+  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, &parser_, parser_.locations_);
   *reason = reader.Reason();
-  search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
+  parser_.file_.SpendSearched(reader.Scanned());
   if (trailer != nullptr && trailer->Exist("/XRefStm")) ReadHybridPart(file, *trailer, first_record);
   return trailer;
 }
 
-std::unique_ptr<ZPDFNodeDictionary> ZPDFParser::ReadXrefStream(const ZPDFTokenizedString& file, uint32_t offset,
-                                                               Chaine* reason) {
-  ZPDFXrefStreamReader reader(file, decode_budget_);
-  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, this, locations_);
+std::unique_ptr<ZPDFNodeDictionary> ZPDFSectionChain::ReadXrefStream(const ZPDFTokenizedString& file, uint32_t offset,
+                                                                     Chaine* reason) {
+  ZPDFXrefStreamReader reader(file, parser_.file_.decode_budget);
+  std::unique_ptr<ZPDFNodeDictionary> trailer = reader.Read(offset, &parser_, parser_.locations_);
   *reason = reader.Reason();
-  search_budget_ -= std::min<uint64_t>(search_budget_, reader.Scanned());
-  decode_budget_ -= std::min(decode_budget_, reader.Decoded());
-  xref_streams_.insert(offset);
+  parser_.file_.SpendSearched(reader.Scanned());
+  parser_.file_.SpendDecoded(reader.Decoded());
+  parser_.file_.xref_streams.insert(offset);
   return trailer;
 }
 
 // Adds the objects that only newer readers see. They take precedence over older sections, and over the free entries
 // that hide them (ISO 32000-1 7.5.8.4).
-void ZPDFParser::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer,
-                                size_t first_record) {
+void ZPDFSectionChain::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer,
+                                      size_t first_record) {
   const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));
   const uint32_t offset = place == nullptr ? 0 : place->GetUIntValue();
-  const size_t last_record = locations_.Size();
+  const size_t last_record = parser_.locations_.Size();
   Chaine reason("the trailer has no offset for it");
   if (sections_.contains(offset)) return;
   sections_.insert(offset);
   if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
-    diagnostics_.WarnAt(offset, "the cross-reference stream of this hybrid file cannot be read: " + reason);
+    parser_.diagnostics_.WarnAt(offset, "the cross-reference stream of this hybrid file cannot be read: " + reason);
   } else {
-    locations_.MakeFreeOldest(first_record, last_record);
+    parser_.locations_.MakeFreeOldest(first_record, last_record);
   }
 }
 
-bool ZPDFParser::FillLocations(uint32_t offset) {
-  ZPDFTokenizedString file{SousChaine(raw_data_)};
+bool ZPDFSectionChain::Read(uint32_t offset) {
+  ZPDFTokenizedString file{SousChaine(parser_.raw_data_)};
   file.SetDocument();
-  file.SetDiagnostics(&diagnostics_);
+  file.SetDiagnostics(&parser_.diagnostics_);
   while (true) {
     Chaine reason;
     std::unique_ptr<ZPDFNodeDictionary> trailer = ReadSection(file, offset, &reason);
-    if (trailer == nullptr && trailer_ == nullptr) return Fail(reason);
+    if (trailer == nullptr && parser_.trailer_ == nullptr) return parser_.Fail(reason);
     if (trailer == nullptr) {
-      diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + reason);
+      parser_.diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + reason);
       break;
     }
-    section_count_++;
-    if (trailer_ == nullptr) xref_is_stream_ = xref_streams_.contains(offset);
+    parser_.file_.section_count++;
+    if (parser_.trailer_ == nullptr) parser_.file_.xref_is_stream = parser_.file_.xref_streams.contains(offset);
     offset = PreviousSection(*trailer, offset);
-    if (trailer_ == nullptr) trailer_ = std::move(trailer);
+    if (parser_.trailer_ == nullptr) parser_.trailer_ = std::move(trailer);
     if (offset == 0) break;
-    if (sections_.contains(offset) || search_budget_ == 0) {
-      diagnostics_.WarnAt(offset, "the chain of cross-reference sections forms a loop");
+    if (sections_.contains(offset) || parser_.file_.search_budget == 0) {
+      parser_.diagnostics_.WarnAt(offset, "the chain of cross-reference sections forms a loop");
       break;
     }
   }
-  locations_.Settle();
+  parser_.locations_.Settle();
   return true;
 }
 
