@@ -285,15 +285,14 @@ def test_one_batch_at_a_time(folder):
     same("files", sorted(os.listdir(out)), [".zforms-batch", "0.pdf", "1.pdf", "2.pdf"])
 
 
-HEADER = 64
-LINE_2, LINE_3 = (bytes([number]) + b"\0" * 7 for number in (2, 3))
-DAMAGES = [  # what happened to the record of the batch
-    ("cut", lambda record: record[:-1]),
-    ("emptied", lambda record: b""),
-    ("longer", lambda record: record + b"\0"),
-    ("full of rows", lambda record: record[:HEADER] + b"\7" * (len(record) - HEADER)),
-    ("one bit of a row's line", lambda record: record[:HEADER] + record[HEADER:].replace(LINE_3, LINE_2, 1)),
-    ("one bit of its size", lambda record: record[:24] + bytes([record[24] ^ 1]) + record[25:]),
+HEADER = 100
+DAMAGES = [  # what happened to the record of the batch, a database
+    ("cut", lambda record: record[:5000]),
+    ("cut within its header", lambda record: record[:60]),
+    ("overwritten", lambda record: record[:HEADER] + b"\7" * (len(record) - HEADER)),
+    ("one bit of the size of its pages", lambda record: record[:16] + bytes([record[16] ^ 1]) + record[17:]),
+    ("a record of another version", lambda record: record[:63] + b"\3" + record[64:]),
+    ("no record", lambda record: b"id,adherent.nom\n" * 100),
 ]
 
 
@@ -309,6 +308,9 @@ def test_a_damaged_record(folder):
         status, _, err = zforms(*arguments, "--resume")
         expect(status == 2 and "is damaged; --overwrite starts over" in err, label, err)
         same(f"{label}: started over", zforms(*arguments, "--overwrite")[::2], (0, ""))
+    (out / ".zforms-batch").write_bytes(b"")
+    status, _, err = zforms(*arguments, "--resume")
+    expect(status == 3 and err.count("is there already, and not of this batch") == 3, "an empty record", err)
 
 
 def test_utf16(folder):

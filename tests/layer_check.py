@@ -68,7 +68,7 @@ THIRD_PARTY = [
     ("fontconfig/", ["zforms/appearance/*_posix.cpp"]),
     ("CLI/", ["tool/cli/*"]),
     ("nlohmann/", ["zforms/filling/*.cpp", "tool/*"]),
-    ("sqlite3", ["tool/office/*"]),
+    ("sqlite3", ["tool/base/statement.h", "tool/batch/*", "tool/office/*"]),
     ("gtest/", ["tests/*"]),
     ("gmock/", ["tests/*"]),
     ("benchmark/", ["bench/*"]),

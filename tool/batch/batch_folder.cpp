@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tool/base/files.h"
+#include "tool/batch/stable_hash.h"
 #include "zforms/platform/files/file_io.h"
 
 namespace zforms::tool {

@@ -13,6 +13,7 @@
 #include "tool/batch/batch_report.h"
 #include "tool/batch/file_name.h"
 #include "tool/batch/row_filler.h"
+#include "tool/batch/stable_hash.h"
 #include "tool/cli/commands.h"
 #include "tool/data/data_file.h"
 #include "tool/forms/form_messages.h"

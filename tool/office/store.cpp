@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-#include "tool/office/statement.h"
+#include "tool/base/statement.h"
 
 namespace zforms::tool {
 namespace {

@@ -6,7 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "tool/office/statement.h"
+#include "tool/base/statement.h"
 #include "tool/office/store.h"
 #include "zforms/platform/text/characters.h"
 

@@ -83,7 +83,7 @@ std::string Place(std::string_view text, size_t at) {
 }
 
 // ZXMLParser turns a text into our tree. Simple XML, as programs write it, is read by the scanner; all other XML is
-// parsed by pugixml and copied from its tree.
+// parsed by pugixml and copied from its tree, at some 60 % of the speed.
 class ZXMLParser {
  public:
   // Nodes are allocated in `memory`, or on the heap when it is null.
