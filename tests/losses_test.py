@@ -11,6 +11,7 @@ ENTRY = SAMPLE[SAMPLE.index(b"\ntrailer") - 19:][:18]
 ADVICE = "the file is damaged; --recover may find more of it"
 CONTENT = SAMPLE[:SAMPLE.rindex(b"\nendstream")].rsplit(b"stream\n", 1)[1]
 REFUSAL = "would be lost: nothing was written. --recover looks for it in the file, --force writes the rest"
+REFUSED = "would be lost: nothing was written. --force writes the rest"
 
 # Label, damage to the sample, the status of `rewrite` and its first message.
 DAMAGES = [
@@ -59,10 +60,23 @@ def test_rewrite(folder):
 def test_recover(folder):
     """The page that the loop hides is recovered; permanent losses are still refused."""
     out = folder / "out.pdf"
+    data = folder / "data.jsonl"
+    data.write_text('{"adherent.nom": "A"}\n')
+    commands = [["rewrite"], ["fill", data], ["draw"], ["permissions", "--set", "-44"], ["viewer", "--fit-window"],
+                ["import"], ["batch", "--data", data]]
     for label, what, by, _, said in DAMAGES[1:3]:
-        status, _, err = zforms("rewrite", damaged(folder, what, by), "--recover", "-o", out)
-        expect(said in err and ADVICE not in err and "--recover" not in err, label, err)
-        same(f"{label}: status", status, 3 if "tree" in label else 2)
+        path = damaged(folder, what, by)
+        path.write_bytes(path.read_bytes().replace(b"startxref\n", b"startxref\n9"))
+        for command, *rest in commands:
+            target = ["--out", folder / label] if command == "batch" else ["-o", out]
+            out.unlink(missing_ok=True)
+            status, _, err = zforms(command, path, *rest, "--recover", *target)
+            expect(said in err and ADVICE not in err and "--recover" not in err, f"{label}: {command}", err)
+            same(f"{label}: status of {command}", (status, REFUSED in err), (3, False) if "tree" in label else (2, True))
+            same(f"{label}: {command} writes", target[1].exists(), status == 3)
+            if status == 2:
+                same(f"{label}: {command} forced", zforms(command, path, *rest, "--recover", "--force", *target)[0], 3)
+    zforms("rewrite", damaged(folder, *DAMAGES[1][1:3]), "--recover", "-o", out)
     same("fields", zforms("fields", out), zforms("fields", SAMPLES / "membership_form.pdf"))
     same("the page", "  pages           1\n" in zforms("check", out)[1], True)
 

@@ -216,7 +216,7 @@ bool ZForm::Save(const std::string& path, SaveAs mode) {
   if (own.form.Parser() == nullptr) return own.Fail(About::kForm, "no document is open");
   own.EndFilling();
   own.filler.reset();
-  return SaveForm(own.form, path, mode == SaveAs::kNewFile, &own.messages);
+  return SaveForm(own.form, path, {mode == SaveAs::kNewFile, own.guard_options.force}, &own.messages);
 }
 
 bool ZForm::SaveBytes(std::string* bytes, SaveAs mode) {
@@ -225,7 +225,8 @@ bool ZForm::SaveBytes(std::string* bytes, SaveAs mode) {
   own.EndFilling();
   own.filler.reset();
   Chaine saved;
-  if (!SaveForm(own.form, mode == SaveAs::kNewFile, &saved, &own.messages)) return false;
+  const SaveOptions options{mode == SaveAs::kNewFile, own.guard_options.force};
+  if (!SaveForm(own.form, options, &saved, &own.messages)) return false;
   *bytes = saved.ToString();
   return true;
 }

@@ -20,7 +20,9 @@ struct ZFORMS_API ZFormOptions {
   std::string password = {};  // UTF-8; opens an encrypted document
   bool recover = false;       // read a damaged file by searching it for objects; it is then saved as a new file
   bool keep_xfa = false;      // leave an XFA form that holds the former values
-  bool force = false;         // make the changes that signatures forbid; these are then no longer valid
+  // Make the changes that signatures forbid; these are then no longer valid. Write a new file even when pages or the
+  // form lose what cannot be read.
+  bool force = false;
 };
 
 // ZForm is a PDF form for the common host: open it, list its fields, fill it, save it. Texts and paths are UTF-8. The
@@ -40,7 +42,7 @@ class ZFORMS_API ZForm {
  public:
   enum class SaveAs : uint8_t {
     kUpdate,   // what changed is appended to the bytes read; a recovered or re-encrypted document is written as new
-    kNewFile,  // all objects in use are written; what cannot be read is lost, and signatures are no longer valid
+    kNewFile,  // all objects in use are written; signatures are no longer valid
   };
 
   ZForm();
@@ -79,7 +81,8 @@ class ZFORMS_API ZForm {
   std::string Export(ExportFormat format, bool all = false);
 
   // Save to a file, which is replaced in one step unless an update is appended to it, or to bytes. What was saved is
-  // then the base of the next save. False, with a failure among the messages, when that is not possible.
+  // then the base of the next save. False, with a failure among the messages, when that is not possible, or when a new
+  // file would lose parts of pages or of the form and this is not forced.
   bool Save(const std::string& path, SaveAs mode = SaveAs::kUpdate);
   bool SaveBytes(std::string* bytes, SaveAs mode = SaveAs::kUpdate);
 

@@ -21,7 +21,6 @@
 #include "zforms/filling/form_values.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/base/diagnostics.h"
-#include "zforms/platform/files/inet_stream.h"
 
 namespace zforms::tool {
 namespace {
@@ -154,9 +153,10 @@ bool BatchRun::HasNameColumns(const std::vector<std::string>& names) {
 bool BatchRun::MakeWhole(Console& console) {
   if (!form_.SavesAnew()) return true;
   Chaine whole;
-  ZInetChaineOStream out(whole);
-  if (form_.SaveFull(out)) return true;
-  console.Fail(form_.Diagnostics().Failure());
+  ZFormMessages messages;
+  if (SaveForm(form_, SaveOptions{true, options_.guard.force}, &whole, &messages)) return true;
+  console.WarnAll(form_.Diagnostics());
+  Say(messages, console);
   return false;
 }
 

@@ -18,7 +18,8 @@ inline void AddPassword(CLI::App* command, std::string* password) {
 
 inline void AddForce(CLI::App* command, bool* force) {
   command->add_flag("--force", *force,
-                    "Make changes that a signature or a certification forbids. It is then no longer valid.");
+                    "Make changes that a signature or a certification forbids; it is then no longer valid. With "
+                    "--recover, write the file even when pages or the form lose what cannot be read.");
 }
 
 inline void AddRecover(CLI::App* command, bool* recover) {

@@ -1,6 +1,5 @@
 #include "tool/base/files.h"
 #include "tool/cli/commands.h"
-#include "tool/forms/file_check.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/form_infos.h"
@@ -18,11 +17,7 @@ int RunDraw(const DrawOptions& options) {
   // Viewers are no longer asked to draw, unless they may show what could not be drawn here.
   if (drawer.DrawAll() && form.NeedAppearances()) form.Infos()->Dico()->RemoveValue("/NeedAppearances");
   console.WarnAll(drawer.Diagnostics());
-  const bool loses = form.SavesAnew() && form.WouldLose();
-  console.WarnAll(form.Diagnostics());
-  if (MayWriteAnew(loses, options.recover, options.force, console)) {
-    SaveForm(options.output, form, console);
-  }
+  SaveForm(options.output, form, {false, options.force}, console);
   return console.Finish();
 }
 

@@ -27,8 +27,7 @@ int RunFill(const FillOptions& options) {
   Say(form.TakeMessages(), console, data_console);
   // What cannot be read fills nothing.
   if (data_console.HasFailed()) return kFailed;
-  console.WarnAll(form.Document().Diagnostics());
-  SaveForm(options.output, form.Document(), console);
+  SaveForm(options.output, form.Document(), {false, options.guard.force}, console);
   const int data_status = data_console.Finish();
   const int status = console.Finish();
   return status == kDone ? data_status : status;

@@ -233,20 +233,19 @@ int RunImport(const ImportOptions& options) {
   const bool writes_anew = !is_classic || NeedsPassword(form);
   ZFormMessages messages;
   const bool allowed = FillingGuard(form, {false, options.force}, writes_anew).AllowsDesigning(&messages);
-  Say(messages, console);
+  Say(std::exchange(messages, {}), console);
   if (!allowed) return console.Finish();
   Importer(form).Mend();
   if (!ZAcroFormChangeRules::DropXFA(form).empty()) Say("the XFA form, which readers would show instead", "removed");
   if (!ZAcroFormChangeRules::DropUsageRights(form).empty()) Say("usage rights, which end with a change", "removed");
   OpenWithoutPassword(form);
   Chaine bytes;
-  ZInetChaineOStream out(bytes);
-  ZAcroFormServerForm mended;
   // Saves without object streams, so that old readers can open the file.
-  if (!(is_classic ? form.Save(out) : form.SaveFull(out))) {
-    console.Fail(form.Diagnostics().Failure());
-    return console.Finish();
-  }
+  const bool saved = SaveForm(form, SaveOptions{!is_classic, options.force}, &bytes, &messages);
+  console.WarnAll(form.Diagnostics());
+  Say(messages, console);
+  if (!saved) return console.Finish();
+  ZAcroFormServerForm mended;
   ZInetChaineIStream in(bytes);
   if (!mended.Load(in, Chaine())) {
     console.Fail(mended.Diagnostics().Failure());

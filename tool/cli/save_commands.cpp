@@ -7,7 +7,6 @@
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/viewer_infos.h"
 #include "zforms/pdf/crypt/encryption.h"
-#include "zforms/platform/files/inet_stream.h"
 
 namespace zforms::tool {
 namespace {
@@ -47,16 +46,8 @@ int RunRewrite(const RewriteOptions& options) {
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   const bool loses = CheckFile(form, console);
-  console.WarnAll(form.Diagnostics());
-  if (!MayWriteAnew(loses, options.recover, options.force, console)) return console.Finish();
   if (!GuardChange(form, {true, options.force}, console, true)) return console.Finish();
-  Chaine bytes;
-  ZInetChaineOStream stream(bytes);
-  if (!form.SaveFull(stream)) {
-    console.Fail(form.Diagnostics().Failure());
-  } else {
-    WriteOutput(options.output, bytes, console);
-  }
+  SaveForm(options.output, form, {true, options.force || !loses}, console);
   return console.Finish();
 }
 
@@ -74,11 +65,7 @@ int RunPermissions(const PermissionsOptions& options) {
   }
   form.SetStandardUserFlags(*options.flags);
   if (!GuardChange(form, {true, options.force}, console)) return console.Finish();
-  const bool loses = form.SavesAnew() && form.WouldLose();
-  console.WarnAll(form.Diagnostics());
-  if (MayWriteAnew(loses, options.recover, options.force, console)) {
-    SaveForm(options.output, form, console);
-  }
+  SaveForm(options.output, form, {false, options.force}, console);
   return console.Finish();
 }
 
@@ -102,8 +89,7 @@ int RunViewer(const ViewerOptions& options) {
     if (!wanted || (!*wanted && !form.HasViewerPreferences())) continue;
     if (ZAcroFormViewerInfos* infos = form.ViewerPreferences()) (infos->*set)(*wanted);
   }
-  SaveForm(options.output, form, console);
-  console.WarnAll(form.Diagnostics());
+  SaveForm(options.output, form, {false, options.force}, console);
   return console.Finish();
 }
 

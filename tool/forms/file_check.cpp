@@ -38,12 +38,4 @@ bool CheckFile(ZAcroForm& form, Console& console) {
   return form.WouldLose();
 }
 
-bool MayWriteAnew(bool loses, bool recover, bool force, Console& console) {
-  if (!loses || force) return true;
-  console.Fail(
-      std::string("pages or the form need objects that cannot be read and would be lost: nothing was written. ") +
-      (recover ? "" : "--recover looks for it in the file, ") + "--force writes the rest");
-  return false;
-}
-
 }  // namespace zforms::tool

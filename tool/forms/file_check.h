@@ -13,8 +13,4 @@ size_t LoadAll(ZPDFParser& parser);
 // Returns true when that belongs to pages or the form.
 bool CheckFile(ZAcroForm& form, Console& console);
 
-// Whether the document may be saved in full. When pages or the form would lose something and this is not forced, prints
-// the reason and returns false.
-bool MayWriteAnew(bool loses, bool recover, bool force, Console& console);
-
 }  // namespace zforms::tool

@@ -2,7 +2,6 @@
 
 #include "tool/base/files.h"
 #include "tool/forms/form_messages.h"
-#include "zforms/filling/form_files.h"
 #include "zforms/pdf/parser/parser.h"
 
 namespace zforms::tool {
@@ -44,12 +43,13 @@ bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form,
   return opened;
 }
 
-bool SaveForm(const std::string& output, ZAcroForm& form, Console& console) {
+bool SaveForm(const std::string& output, ZAcroForm& form, const SaveOptions& options, Console& console) {
   ZFormMessages messages;
   Chaine bytes;
   const bool is_stream = output == kStandardStream;
-  const bool saved =
-      is_stream ? zforms::SaveForm(form, false, &bytes, &messages) : zforms::SaveForm(form, output, false, &messages);
+  const bool saved = is_stream ? zforms::SaveForm(form, options, &bytes, &messages)
+                               : zforms::SaveForm(form, output, options, &messages);
+  console.WarnAll(form.Diagnostics());
   Say(messages, console);
   return saved && (!is_stream || WriteOutput(output, bytes, console));
 }

@@ -4,6 +4,7 @@
 
 #include "tool/base/console.h"
 #include "zforms/acroform/acro_form.h"
+#include "zforms/filling/form_files.h"
 #include "zforms/form.h"
 
 namespace zforms::tool {
@@ -27,7 +28,8 @@ bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form,
 // The message about a document without fields.
 std::string WhyNoFields(const ZAcroForm& form);
 
-// Saves the document to a file (see zforms::SaveForm) or to standard output. False, and said, when that fails.
-bool SaveForm(const std::string& output, ZAcroForm& form, Console& console);
+// Saves the document to a file (see zforms::SaveForm) or to standard output, and prints all warnings about it. False,
+// and said, when it cannot be saved.
+bool SaveForm(const std::string& output, ZAcroForm& form, const SaveOptions& options, Console& console);
 
 }  // namespace zforms::tool

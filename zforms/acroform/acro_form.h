@@ -74,6 +74,7 @@ class ZFORMS_API ZAcroForm {
   // Sets whether the next Load recovers a damaged file, which Diagnostics() then reports. A recovered document is
   // rewritten as a whole by the next save. See ZPDFParser::SetRecovery.
   void SetRecovery(bool recover) { recovery_ = recover; }
+  bool Recovers() const { return recovery_; }
   // Sets whether the next Load also searches the pages for fields: for widgets that "/Fields" does not lead to and that
   // have a type or a parent. They come at the end of Fields(), in the order of the pages, each below its parents. A
   // widget whose parent is a field of the form comes after that field's kids. Get returns such a field only if no field

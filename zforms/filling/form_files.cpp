@@ -65,20 +65,24 @@ bool OpenForm(const FormSource& source, const std::string& password, bool recove
   return Fail(reason, messages, recover ? Remedy::kNone : RecoveryFor(source, password, reason));
 }
 
-bool SaveForm(ZAcroForm& form, const std::string& path, bool anew, ZFormMessages* messages) {
-  if (IsSameFile(form.PathName(), path) && !anew && !form.SavesAnew()) {
+bool SaveForm(ZAcroForm& form, const std::string& path, const SaveOptions& options, ZFormMessages* messages) {
+  if (IsSameFile(form.PathName(), path) && !options.anew && !form.SavesAnew()) {
     if (form.Save(Chaine(path))) return true;
     return Fail("cannot write " + path + ": " + form.Diagnostics().Failure().ToString(), messages);
   }
   Chaine bytes;
-  if (!SaveForm(form, anew, &bytes, messages)) return false;
+  if (!SaveForm(form, options, &bytes, messages)) return false;
   std::string error;
   return ReplaceFile(path, bytes, &error) || Fail("cannot write " + path + ": " + error, messages);
 }
 
-bool SaveForm(ZAcroForm& form, bool anew, Chaine* bytes, ZFormMessages* messages) {
+bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* bytes, ZFormMessages* messages) {
+  if (!options.force && (options.anew || form.SavesAnew()) && form.WouldLose()) {
+    return Fail("pages or the form need objects that cannot be read and would be lost: nothing was written", messages,
+                form.Recovers() ? Remedy::kForceLosses : Remedy::kRecoverLosses);
+  }
   ZInetChaineOStream stream(*bytes);
-  return (anew ? form.SaveFull(stream) : form.Save(stream)) || Fail(form.Diagnostics().Failure(), messages);
+  return (options.anew ? form.SaveFull(stream) : form.Save(stream)) || Fail(form.Diagnostics().Failure(), messages);
 }
 
 std::string WhyNotFilled(const ZAcroForm& form) {

@@ -27,12 +27,18 @@ ZFORMS_API bool OpenForm(const FormSource& source, const std::string& password, 
 ZFORMS_API ZFormMessage::Remedy RecoveryFor(const FormSource& source, const std::string& password,
                                             const Chaine& reason);
 
-// Saves the document into the file, as an update or, when `anew`, as a new file. It is written directly when it is the
-// file that the document came from and an update is appended, else beside it and renamed. False, and said, when that
-// fails.
-ZFORMS_API bool SaveForm(ZAcroForm& form, const std::string& path, bool anew, ZFormMessages* messages);
+// How a document is saved.
+struct ZFORMS_API SaveOptions {
+  bool anew = false;   // as a new file, even when an update is possible
+  bool force = false;  // also when pages or the form lose something in the new file
+};
+
+// Saves the document into the file, as an update where that is possible. It is written directly when it is the file
+// that the document came from and an update is appended, else beside it and renamed. False, and said, when that fails,
+// and when a new file would lose parts of pages or of the form and this is not forced: see ZAcroForm::WouldLose.
+ZFORMS_API bool SaveForm(ZAcroForm& form, const std::string& path, const SaveOptions& options, ZFormMessages* messages);
 // The same to bytes.
-ZFORMS_API bool SaveForm(ZAcroForm& form, bool anew, Chaine* bytes, ZFormMessages* messages);
+ZFORMS_API bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* bytes, ZFormMessages* messages);
 
 // What to say of a document without fields that can be filled; empty of one that has a form.
 ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);

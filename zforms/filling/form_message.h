@@ -21,13 +21,15 @@ struct ZFormMessage {
   // The option that would change the outcome (see ZFormOptions).
   enum class Remedy : uint8_t {
     kNone,
-    kForceFilling,  // `force` fills the form
-    kForceWriting,  // `force` writes the value, or the file
-    kForceXFA,      // `force` takes the XFA form out
-    kKeepXFA,       // `keep_xfa` leaves it
-    kRecover,       // `recover` reads the file
-    kExportAll,     // `all` takes the fields that are left out
-    kNoRecovery,    // not even `recover` reads it
+    kForceFilling,   // `force` fills the form
+    kForceWriting,   // `force` writes the value, or the file
+    kForceXFA,       // `force` takes the XFA form out
+    kKeepXFA,        // `keep_xfa` leaves it
+    kRecover,        // `recover` reads the file
+    kExportAll,      // `all` takes the fields that are left out
+    kNoRecovery,     // not even `recover` reads it
+    kForceLosses,    // `force` writes a new file without what cannot be read
+    kRecoverLosses,  // `recover` looks in the file for what cannot be read, `force` writes the rest
   };
 
   Severity severity = Severity::kWarning;
