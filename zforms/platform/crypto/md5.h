@@ -16,19 +16,18 @@ class ZFORMS_API MD5 {
  public:
   using Bytes = std::array<uint8_t, 16>;
 
+  MD5();
+  MD5(const MD5& other);
+  MD5& operator=(const MD5& other);
+  ~MD5();
+
   void Update(std::string_view bytes);
   // The digest of everything added so far; more may be added afterwards.
   Bytes Digest() const;
 
  private:
-  static constexpr size_t kBlockSize = 64;
-
-  void Compress(const char* blocks, size_t count);
-
-  std::array<uint32_t, 4> state_ = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
-  uint64_t length_ = 0;
-  // The bytes of the incomplete last block: length_ % kBlockSize of them.
-  std::array<char, kBlockSize> pending_ = {};
+  // The state of the system's library.
+  alignas(8) std::array<std::byte, 104> state_;
 };
 
 // The 16 bytes of the digest of `bytes`.

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace zforms {
+
+// Fills `out` with random bytes of the operating system, fit for keys and start vectors. Throws std::system_error when
+// the system has none to give, which it always has.
+void FillRandom(char* out, size_t n);
+
+// Whether the bytes are equal. For equal lengths the time does not depend on the bytes.
+bool EqualsInConstantTime(std::string_view a, std::string_view b);
+
+// Overwrites bytes that are not needed any more, in a way that no compiler leaves out.
+void WipeBytes(void* bytes, size_t n);
+
+// A buffer for a key or a password, wiped when it is destroyed.
+template <size_t kSize>
+class SecretBytes {
+ public:
+  SecretBytes() = default;
+  SecretBytes(const SecretBytes&) = delete;
+  SecretBytes& operator=(const SecretBytes&) = delete;
+  ~SecretBytes() { WipeBytes(bytes_.data(), kSize); }
+
+  char* data() { return bytes_.data(); }
+  std::string_view View(size_t start = 0, size_t length = kSize) const {
+    return std::string_view(bytes_.data(), kSize).substr(start, length);
+  }
+
+ private:
+  std::array<char, kSize> bytes_ = {};
+};
+
+}  // namespace zforms

@@ -1,0 +1,105 @@
+#include "zforms/platform/text/sasl_prep.h"
+
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+
+#include "zforms/platform/base/ascii.h"
+#include "zforms/platform/text/characters.h"
+#include "zforms/platform/text/text.h"
+
+namespace zforms {
+namespace {
+
+// Composing takes quadratic time in the marks of one letter.
+constexpr size_t kLongest = 1024;
+
+struct Range {
+  char32_t first, last;
+};
+
+// RFC 3454 table C.1.2: spaces other than the blank.
+constexpr Range kSpaces[] = {{0xA0, 0xA0},     {0x1680, 0x1680}, {0x2000, 0x200B},
+                             {0x202F, 0x202F}, {0x205F, 0x205F}, {0x3000, 0x3000}};
+
+// Table B.1: characters that are mapped to nothing.
+constexpr Range kNothing[] = {{0xAD, 0xAD},     {0x34F, 0x34F},   {0x1806, 0x1806}, {0x180B, 0x180D},
+                              {0x200B, 0x200D}, {0x2060, 0x2060}, {0xFE00, 0xFE0F}, {0xFEFF, 0xFEFF}};
+
+// Tables C.2.1 to C.9: control characters, those of private use, non-characters, surrogates, and what changes the
+// meaning or the display of other characters. Non-characters of table C.4 end each plane and are not listed here.
+constexpr Range kProhibited[] = {
+    {0x0, 0x1F},        {0x7F, 0x9F},       {0x340, 0x341},     {0x6DD, 0x6DD},     {0x70F, 0x70F},
+    {0x180E, 0x180E},   {0x200C, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x2063},   {0x206A, 0x206F},
+    {0x2FF0, 0x2FFB},   {0xD800, 0xF8FF},   {0xFDD0, 0xFDEF},   {0xFEFF, 0xFEFF},   {0xFFF9, 0xFFFD},
+    {0x1D173, 0x1D17A}, {0xE0001, 0xE0001}, {0xE0020, 0xE007F}, {0xF0000, 0xFFFFD}, {0x100000, 0x10FFFD},
+};
+
+template <size_t kCount>
+bool IsIn(const Range (&table)[kCount], char32_t c) {
+  const auto* const found = std::lower_bound(std::begin(table), std::end(table), c,
+                                             [](const Range& range, char32_t wanted) { return range.last < wanted; });
+  return found != std::end(table) && found->first <= c;
+}
+
+bool IsProhibited(char32_t c) { return (c & 0xFFFE) == 0xFFFE || IsIn(kProhibited, c); }
+
+std::optional<std::string> Normalized(const Chaine& text) {
+  constexpr auto kNFKC = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_COMPAT);
+  utf8proc_uint8_t* mapped = nullptr;
+  const utf8proc_ssize_t size = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                             static_cast<utf8proc_ssize_t>(text.size()), &mapped, kNFKC);
+  const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owned(mapped, &std::free);
+  if (size < 0) return std::nullopt;
+  return std::string(reinterpret_cast<const char*>(mapped), static_cast<size_t>(size));
+}
+
+enum class Letter : uint8_t { kNone, kLeftToRight, kRightToLeft };
+
+Letter LetterOf(char32_t c) {
+  switch (utf8proc_get_property(static_cast<utf8proc_int32_t>(c))->bidi_class) {
+    case UTF8PROC_BIDI_CLASS_L: return Letter::kLeftToRight;
+    case UTF8PROC_BIDI_CLASS_R:
+    case UTF8PROC_BIDI_CLASS_AL: return Letter::kRightToLeft;
+    default: return Letter::kNone;
+  }
+}
+
+// No prohibited character; and with a letter of a script from right to left, none from left to right, and one of the
+// former at each end (RFC 3454 section 6).
+bool IsAllowed(std::string_view text) {
+  Letter first = Letter::kNone;
+  Letter last = Letter::kNone;
+  bool has_left_to_right = false;
+  bool has_right_to_left = false;
+  for (bool is_first = true; !text.empty(); is_first = false) {
+    const std::optional<char32_t> c = TakeCharacter(&text);
+    if (!c || IsProhibited(*c)) return false;
+    last = LetterOf(*c);
+    if (is_first) first = last;
+    has_left_to_right = has_left_to_right || last == Letter::kLeftToRight;
+    has_right_to_left = has_right_to_left || last == Letter::kRightToLeft;
+  }
+  return !has_right_to_left || (!has_left_to_right && first == Letter::kRightToLeft && last == Letter::kRightToLeft);
+}
+
+}  // namespace
+
+std::optional<std::string> SASLPrep(std::string_view utf8) {
+  if (utf8.size() > kLongest || !IsValidUTF8(utf8)) return std::nullopt;
+  Chaine mapped;
+  while (!utf8.empty()) {
+    const char32_t c = *TakeCharacter(&utf8);
+    // U+200B is in both tables.
+    if (IsIn(kNothing, c)) continue;
+    AppendUTF8(&mapped, IsIn(kSpaces, c) ? U' ' : c);
+  }
+  std::optional<std::string> prepared = Normalized(mapped);
+  if (!prepared || !IsAllowed(*prepared)) return std::nullopt;
+  return prepared;
+}
+
+}  // namespace zforms
