@@ -2,6 +2,12 @@
 # each of them alone against the installed package. All other headers are private and may change at any time.
 set(ZFORMS_PUBLIC_HEADERS
     form.h
+    zforms.h
+    zforms_batch.h
+    zforms_form.h
+    zforms_server.h
+    zforms_types.h
+    zforms_utf16.h
     platform/base/chaine.h
     platform/base/clock.h
     platform/base/containers.h
@@ -97,6 +103,8 @@ set(ZFORMS_PUBLIC_HEADERS
     filling/fdf.h
     filling/field_rule.h
     filling/filling_guard.h
+    filling/file_name.h
+    filling/form_batch.h
     filling/form_export.h
     filling/form_files.h
     filling/form_message.h

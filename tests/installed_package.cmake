@@ -1,7 +1,7 @@
 # Installs the build, then builds and runs examples/ and tests/host_program/ against the installed package alone,
 # as a host's developer would.
 #
-# cmake -DBUILD_DIR= -DSOURCE_DIR= -DWORK_DIR= -DCXX_COMPILER= -DGENERATOR= -DCXX_FLAGS= -DPYTHON= -P installed_package.cmake
+# cmake -DBUILD_DIR= -DSOURCE_DIR= -DWORK_DIR= -DCXX_COMPILER= -DC_COMPILER= -DGENERATOR= -DCXX_FLAGS= -DPYTHON= -P installed_package.cmake
 
 function(run)
   execute_process(COMMAND ${ARGV} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -47,6 +47,7 @@ file(COPY "${SOURCE_DIR}/examples" "${SOURCE_DIR}/tests/host_program" DESTINATIO
 foreach(program IN ITEMS examples host_program)
   run("${CMAKE_COMMAND}" -S "${WORK_DIR}/${program}" -B "${WORK_DIR}/build/${program}" -G "${GENERATOR}"
       "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+      "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_C_FLAGS=${CXX_FLAGS} -Wall -Wextra -Wpedantic -Werror"
       "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF")
   run("${CMAKE_COMMAND}" --build "${WORK_DIR}/build/${program}")
 endforeach()
@@ -60,12 +61,14 @@ if(NOT output MATCHES "\"adherent.nom\": \"Zoé Łoś\"")
   message(FATAL_ERROR "form_host did not set the field:\n${output}")
 endif()
 set(filled "${WORK_DIR}/filled.pdf")
-run("${WORK_DIR}/build/examples/fill_form" "${form}" "${SOURCE_DIR}/samples/membership_form.xfdf" "${filled}")
-foreach(line IN ITEMS "adherent.ville = Béziers" "accords.statuts = Oui" "formule = Étudiant")
-  string(FIND "\n${output}" "\n${line}\n" position)
-  if(position EQUAL -1)
-    message(FATAL_ERROR "fill_form did not print \"${line}\" but:\n${output}")
-  endif()
+foreach(program IN ITEMS c_fill_form fill_form)
+  run("${WORK_DIR}/build/examples/${program}" "${form}" "${SOURCE_DIR}/samples/membership_form.xfdf" "${filled}")
+  foreach(line IN ITEMS "adherent.ville = Béziers" "accords.statuts = Oui" "formule = Étudiant")
+    string(FIND "\n${output}" "\n${line}\n" position)
+    if(position EQUAL -1)
+      message(FATAL_ERROR "${program} did not print \"${line}\" but:\n${output}")
+    endif()
+  endforeach()
 endforeach()
 
 # The filled form begins with the original form's bytes.
@@ -78,8 +81,11 @@ if(NOT position EQUAL 0 OR NOT length_after GREATER length_before)
   message(FATAL_ERROR "${filled} is not ${form} with an update appended")
 endif()
 
-# The other example serves a form, which is submitted twice.
-run("${PYTHON}" "${SOURCE_DIR}/tests/form_server_example.py" "${WORK_DIR}/build/examples/form_server" "${SOURCE_DIR}/samples")
+# The other examples serve a form, which is submitted twice.
+foreach(program IN ITEMS c_form_server form_server)
+  run("${PYTHON}" "${SOURCE_DIR}/tests/form_server_example.py" "${WORK_DIR}/build/examples/${program}"
+      "${SOURCE_DIR}/samples")
+endforeach()
 
 # The program finds its installed data after everything is moved.
 file(MAKE_DIRECTORY "${WORK_DIR}/moved")

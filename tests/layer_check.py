@@ -41,6 +41,7 @@ ROOMS = {
     "zforms/filling": ["zforms/xfdf/mapping", "zforms/appearance"],
     "zforms": ["zforms/filling"],
     "zforms/server": ["zforms/filling", "zforms/platform/http", "zforms/platform/host"],
+    "zforms/c": ["zforms", "zforms/server"],
     "tool/base": ["zforms/platform/files"],
     "tool/forms": ["tool/base", "zforms", "zforms/server"],
     "tool/data": ["tool/forms"],

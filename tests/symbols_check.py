@@ -2,7 +2,8 @@
 """Checks that the shared library exports only the names of zforms, and none of the libraries that it is built from.
 
 A host may link another version of Boost; a name of Boost that this library shows would then be mixed up with its own.
-A header that exports a class is installed, or the program zforms includes it.
+A header that exports a class is installed, or the program zforms includes it. Of the C interface, exactly the functions
+that its headers declare are exported.
 """
 
 import os
@@ -26,6 +27,12 @@ def needlessly_exporting(root):
     return sorted(name for name in names if name not in public and f'"zforms/{name}"' not in tool)
 
 
+def c_functions(root):
+    """The functions that the headers of the C interface declare."""
+    headers = "".join(header.read_text() for header in (root / "zforms").glob("zforms*.h"))
+    return set(re.findall(r"^ZFORMS_API [^(;]*?\b(zforms_\w+)\(", headers, re.M))
+
+
 def main():
     library = Path(os.environ["ZFORMS_TOOL"]).resolve().parent.parent / "libzforms.so"
     names = subprocess.check_output(["nm", "--dynamic", "--defined-only", "--demangle", str(library)], text=True)
@@ -34,12 +41,16 @@ def main():
     foreign = [name for name in shown if not OWN.match(name)]
     for name in foreign[:20]:
         print(f"shown, but not a name of zforms: {name}")
-    needless = needlessly_exporting(Path(os.environ["ZFORMS_SOURCE_DIR"]))
+    root = Path(os.environ["ZFORMS_SOURCE_DIR"])
+    declared, exported = c_functions(root), {name for name in shown if name.startswith("zforms_")}
+    for name in sorted(declared ^ exported):
+        print(f"{name} of the C interface is {'not exported' if name in declared else 'in no header'}")
+    needless = needlessly_exporting(root)
     for name in needless:
         print(f"zforms/{name} exports what neither a host nor the tool can include")
     own = len(shown) - len(foreign)
-    print(f"{own} names of zforms ({LEAST} at least), {len(foreign)} others")
-    return 1 if foreign or needless or own < LEAST else 0
+    print(f"{own} names of zforms ({LEAST} at least), {len(foreign)} others, {len(declared)} functions of the C interface")
+    return 1 if foreign or needless or own < LEAST or not declared or declared != exported else 0
 
 
 if __name__ == "__main__":

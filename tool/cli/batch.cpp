@@ -11,13 +11,13 @@
 #include "tool/batch/batch_folder.h"
 #include "tool/batch/batch_plan.h"
 #include "tool/batch/batch_report.h"
-#include "tool/batch/file_name.h"
 #include "tool/batch/row_filler.h"
 #include "tool/batch/stable_hash.h"
 #include "tool/cli/commands.h"
 #include "tool/data/data_file.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
+#include "zforms/filling/file_name.h"
 #include "zforms/filling/form_values.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/base/diagnostics.h"
@@ -29,8 +29,6 @@ namespace {
 constexpr size_t kRowsAtOnce = 8;
 constexpr unsigned kMostJobs = 256;
 constexpr const char* kDefaultName = "{row}.pdf";
-constexpr const char* kRowKey = "row";  // the report's key for the number of the row
-constexpr size_t kRowDigits = 6;
 constexpr size_t kMostUnused = 1000;
 
 uint64_t HashOf(const Row& row) {
@@ -83,7 +81,6 @@ class BatchRun {
   size_t TakeTasks(std::vector<Task>* tasks);
   bool Place(Task* task);
   bool Check(const Row& row);
-  std::string NameOf(const Row& row, std::string* error) const;
   void Fill(const Task& task, RowFiller& filler, unsigned number);
   void Fail(const Row& row, const std::string& field, const std::string& file, const std::string& what);
 
@@ -142,7 +139,7 @@ bool BatchRun::Prepare() {
 // False, with a message, when the pattern of file names uses a column that does not exist.
 bool BatchRun::HasNameColumns(const std::vector<std::string>& names) {
   for (const std::string& key : pattern_.Keys()) {
-    if (key == kRowKey || std::find(names.begin(), names.end(), key) != names.end()) continue;
+    if (key == FileNamePattern::kRowKey || std::find(names.begin(), names.end(), key) != names.end()) continue;
     console_.Fail("--name: there is no column \"" + key + "\"");
     return false;
   }
@@ -200,19 +197,6 @@ void BatchRun::CheckColumns(const Row& row) {
   }
 }
 
-std::string BatchRun::NameOf(const Row& row, std::string* error) const {
-  std::string number = std::to_string(row.number);
-  if (number.size() < kRowDigits) number.insert(0, kRowDigits - number.size(), '0');
-  return pattern_.Make(
-      [&](const std::string& key) -> const std::string* {
-        const auto found = std::find(row.names->begin(), row.names->end(), key);
-        if (found == row.names->end()) return key == kRowKey ? &number : nullptr;
-        const Cell& cell = row.cells[static_cast<size_t>(found - row.names->begin())];
-        return cell.is_null ? nullptr : &cell.text;
-      },
-      error);
-}
-
 void BatchRun::Fail(const Row& row, const std::string& field, const std::string& file, const std::string& what) {
   report_.Failed(row, field, file, what);
   if (options_.stop_on_error) stopped_ = true;
@@ -243,7 +227,7 @@ bool BatchRun::Place(Task* task) {
   seat.name.clear();
   std::string error = row.fault;
   if (error.empty() && !Check(row)) return false;
-  if (error.empty()) seat.name = NameOf(row, &error);
+  if (error.empty()) seat.name = pattern_.MakeFor(row, &error);
   if (error.empty()) {
     seat.content = HashOf(row);
     folder_.Enter(&seat, row.line, &error);

@@ -68,7 +68,8 @@ ZFormField::Widget WidgetOf(const ZAcroFormField& field, uint32_t page) {
 
 class Reporter {
  public:
-  explicit Reporter(ZAcroForm& form) : form_(form), pages_(*form.Parser()) {
+  Reporter(ZAcroForm& form, std::vector<const ZAcroFormField*>* sources)
+      : form_(form), pages_(*form.Parser()), sources_(sources) {
     form.Fields();  // loads the objects that contain the fields
     objects_ = ObjectsByValue(*form.Parser());
     const PTableau<const ZAcroFormField*> unlisted = form.PageFields();
@@ -98,7 +99,8 @@ class Reporter {
     report.name = field.FullNameUTF8().ToString();
     report.kind = KindOf(field);
     report.flags = field.InheritedFlags();
-    ReadValues(field, &report);
+    ReportValues(field, &report);
+    ReadDefaults(field, &report);
     ReadWidgets(field, &report);
     if (const auto found = objects_.find(field.Dico()); found != objects_.end()) {
       report.object_number = found->second.Number();
@@ -108,12 +110,10 @@ class Reporter {
     const ZPDFNode* max_length = Inherited(field, "/MaxLen");
     report.max_length = max_length == nullptr ? 0 : max_length->GetUIntValue();
     reports_.push_back(std::move(report));
+    if (sources_ != nullptr) sources_->push_back(&field);
   }
 
-  static void ReadValues(const ZAcroFormField& field, ZFormField* report) {
-    const ZPDFNode* value = Inherited(field, "/V");
-    report->value_is_array = NodeCast<ZPDFNodeArray>(value) != nullptr;
-    for (const Chaine& text : FieldValues(field)) report->values.push_back(text.ToString());
+  static void ReadDefaults(const ZAcroFormField& field, ZFormField* report) {
     const ZPDFNode* default_value = Inherited(field, "/DV");
     report->default_is_array = NodeCast<ZPDFNodeArray>(default_value) != nullptr;
     if (default_value != nullptr) report->defaults = Texts(default_value, field.DefaultValueUTF8());
@@ -135,6 +135,7 @@ class Reporter {
 
   ZAcroForm& form_;
   PageIndex pages_;
+  std::vector<const ZAcroFormField*>* sources_;
   std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> objects_;
   std::unordered_set<const ZAcroFormField*> unlisted_;
   std::vector<ZFormField> reports_;
@@ -149,7 +150,15 @@ bool HasNamedKids(const ZAcroFormField& field) {
   return false;
 }
 
-std::vector<ZFormField> ReportFields(ZAcroForm& form) { return Reporter(form).Run(); }
+std::vector<ZFormField> ReportFields(ZAcroForm& form, std::vector<const ZAcroFormField*>* sources) {
+  return Reporter(form, sources).Run();
+}
+
+void ReportValues(const ZAcroFormField& field, ZFormField* report) {
+  report->value_is_array = NodeCast<ZPDFNodeArray>(Inherited(field, "/V")) != nullptr;
+  report->values.clear();
+  for (const Chaine& text : FieldValues(field)) report->values.push_back(text.ToString());
+}
 
 std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> ObjectsByValue(const ZPDFParser& parser) {
   std::unordered_map<const ZPDFNode*, ZPDFObjectIdentifier> objects;

@@ -14,8 +14,12 @@ class ZAcroFormField;
 class ZPDFNode;
 class ZPDFParser;
 
-// Describes the fields of a form, in the order of its tree; those of pages alone come last.
-ZFORMS_API std::vector<ZFormField> ReportFields(ZAcroForm& form);
+// Describes the fields of a form, in the order of its tree; those of pages alone come last. `sources` gets the field
+// behind each of them.
+ZFORMS_API std::vector<ZFormField> ReportFields(ZAcroForm& form, std::vector<const ZAcroFormField*>* sources = nullptr);
+
+// Reads the values of the field again, into its report.
+ZFORMS_API void ReportValues(const ZAcroFormField& field, ZFormField* report);
 
 // Whether a field is a group of others. Widgets of a field are kids without names.
 bool HasNamedKids(const ZAcroFormField& field);

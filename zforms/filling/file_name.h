@@ -5,13 +5,18 @@
 #include <string_view>
 #include <vector>
 
-namespace zforms::tool {
+#include "zforms/filling/row.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
 
 // FileNamePattern makes file names from the values of a row: "{id}-{name}.pdf". "{{" and "}}" mean braces. Characters
 // of a value that file systems refuse become "_", and names are cut at 200 bytes, so that every name is valid on every
 // system. Any thread may read it after Parse.
-class FileNamePattern {
+class ZFORMS_API FileNamePattern {
  public:
+  static constexpr const char* kRowKey = "row";
+
   // The value of a column; null when the row has none.
   using ValueOf = std::function<const std::string*(const std::string& key)>;
 
@@ -21,6 +26,8 @@ class FileNamePattern {
   const std::vector<std::string>& Keys() const { return keys_; }
   // Empty with a reason when a value is missing, or when the name would be empty.
   std::string Make(const ValueOf& value_of, std::string* error) const;
+  // The name for a row: a key is one of its columns, or "row", the number of the row with six digits at least.
+  std::string MakeFor(const Row& row, std::string* error) const;
 
  private:
   bool ParseKey(std::string_view pattern, size_t* at, std::string* error);
@@ -31,6 +38,6 @@ class FileNamePattern {
 };
 
 // A name that every file system accepts, ending in `suffix`; empty when no visible character would be left.
-std::string SafeFileName(std::string_view stem, std::string_view suffix);
+ZFORMS_API std::string SafeFileName(std::string_view stem, std::string_view suffix);
 
-}  // namespace zforms::tool
+}  // namespace zforms

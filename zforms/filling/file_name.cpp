@@ -1,15 +1,16 @@
-#include "tool/batch/file_name.h"
+#include "zforms/filling/file_name.h"
 
 #include <algorithm>
 
 #include "zforms/platform/files/file_names.h"
 #include "zforms/platform/text/characters.h"
 
-namespace zforms::tool {
+namespace zforms {
 namespace {
 
 constexpr std::string_view kSuffix = ".pdf";
 constexpr size_t kMaxName = 200;
+constexpr size_t kRowDigits = 6;
 
 }  // namespace
 
@@ -82,4 +83,17 @@ std::string FileNamePattern::Make(const ValueOf& value_of, std::string* error) c
   return name;
 }
 
-}  // namespace zforms::tool
+std::string FileNamePattern::MakeFor(const Row& row, std::string* error) const {
+  std::string number = std::to_string(row.number);
+  if (number.size() < kRowDigits) number.insert(0, kRowDigits - number.size(), '0');
+  return Make(
+      [&](const std::string& key) -> const std::string* {
+        const auto found = std::find(row.names->begin(), row.names->end(), key);
+        if (found == row.names->end()) return key == kRowKey ? &number : nullptr;
+        const Cell& cell = row.cells[static_cast<size_t>(found - row.names->begin())];
+        return cell.is_null ? nullptr : &cell.text;
+      },
+      error);
+}
+
+}  // namespace zforms

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "zforms/c/handle.h"
+#include "zforms/filling/filling_guard.h"
+#include "zforms/form.h"
+#include "zforms/zforms_form.h"
+
+namespace zforms {
+class ZAcroFormField;
+}
+
+// The handle of a form.
+struct zforms_form : zforms::c::Handle {
+  // The fields as they were last read. Only their values change until another document is opened.
+  struct Fields {
+    bool are_read = false;
+    std::vector<zforms::ZFormField> reports;
+    std::vector<const zforms::ZAcroFormField*> sources;
+    std::unordered_map<std::string, std::vector<size_t>> by_name;
+  };
+
+  // Reads the fields when they are not read.
+  const Fields& ReadFields();
+  void DropFields() { fields = {}; }
+  // Reads the values of the fields of that name again.
+  void RefreshFields(const std::string& name);
+  // Passes the messages of the form on: see zforms::c::Finish.
+  zforms_status Finish(bool done);
+
+  zforms::ZForm form;
+  zforms::GuardOptions guard_options;
+  zforms::c::Listener listener;
+  zforms::c::Pending pending;
+  Fields fields;
+};

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "zforms/acroform/acro_form.h"
+#include "zforms/filling/filling_guard.h"
+#include "zforms/filling/form_message.h"
+#include "zforms/filling/form_press.h"
+#include "zforms/filling/row.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+class ZCheckedFiller;
+class ZFieldRule;
+
+// ZFormBatch fills a form once for each row of data, each time from its original state. The column of a row fills the
+// fields of that full name.
+//
+//   ZFormBatch batch(form, {});
+//   ZFormMessages messages;
+//   Row row;
+//   Chaine bytes;
+//   for (bool ready = batch.Prepare(&messages); ready && reader->Next(&row);) {
+//     if (batch.Fill(row, &bytes, &messages)) ReplaceFile(...);
+//   }
+//
+// It fills a copy of the form. One thread at a time; different batches are independent.
+class ZFORMS_API ZFormBatch {
+ public:
+  // Copies a loaded form with its unsaved changes.
+  ZFormBatch(const ZAcroForm& form, const GuardOptions& options);
+  ZFormBatch(const ZFormBatch&) = delete;
+  ZFormBatch& operator=(const ZFormBatch&) = delete;
+  ~ZFormBatch();
+
+  // Reads the fields of the form. False, with the reason, when nothing may be filled.
+  bool Prepare(ZFormMessages* messages);
+  // Whether one of the columns fills a field. Precondition, here and below: Prepare returned true.
+  bool Feeds(const std::vector<std::string>& columns);
+  // The form filled with the row, as an update of the bytes that were read. False, with a failure about the row, when
+  // the row has a fault or a field does not accept its value. A note names each column that fills no field, once.
+  bool Fill(const Row& row, Chaine* bytes, ZFormMessages* messages);
+
+ private:
+  // Where the value of a column goes.
+  struct Feed {
+    size_t name = 0;                         // in names_
+    std::shared_ptr<const ZFieldRule> rule;  // null when the column fills no field
+  };
+
+  bool MakeWhole(ZFormMessages* messages);
+  void Match(const RowNames& columns);
+  Feed FeedOf(const std::string& column);
+  void SayUnused(ZFormMessages* messages);
+  std::string FaultsOf(const Row& row);
+
+  ZAcroForm form_;
+  GuardOptions options_;
+  std::unique_ptr<FillingGuard> guard_;
+  std::unique_ptr<ZCheckedFiller> filler_;
+  std::vector<std::string> names_;
+  std::unordered_map<std::string, size_t> index_;
+  std::unique_ptr<FormPress> press_;
+  RowNames columns_;         // of the last row
+  std::vector<Feed> feeds_;  // of these columns
+  std::set<std::string> unused_;
+  std::vector<FormPress::Value> values_;
+};
+
+}  // namespace zforms

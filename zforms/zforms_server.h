@@ -1,0 +1,66 @@
+#pragma once
+
+// A server of forms for readers on this machine, in the C interface: see zforms/zforms.h, and docs/server.md for the
+// addresses, the modes and the security of the server.
+
+#include "zforms/zforms_types.h"
+
+// NOLINTBEGIN(modernize-use-using, readability-identifier-naming, modernize-redundant-void-arg)
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct zforms_server zforms_server;
+typedef struct zforms_submission zforms_submission;
+
+// A server of the forms of a folder, CODE.pdf each, below http://localhost:PORT/APP/. Port 0 chooses a free one at the
+// start. `app` is a short name of letters and digits. Null when there is no memory, or an argument is missing.
+ZFORMS_API zforms_server* zforms_server_new(const char* folder, const char* app, uint16_t port);
+// Stops the server first.
+ZFORMS_API void zforms_server_free(zforms_server* server);
+
+// Gets each submission that is valid: of a form that this server opened, and of its newest copy. A result other than 0
+// says that it is stored; the reader then gets the form back, read-only. With 0 the reader gets an error, and can
+// submit again. Called by threads of the server, one at a time; the answer waits for it. It must not call the library
+// with the server's handle. The submission is valid until the callback returns.
+typedef int (*zforms_submission_callback)(void* user, const zforms_submission* submission);
+
+// Set them before the start. Messages name requests that were refused, with the reason.
+ZFORMS_API zforms_status zforms_server_on_submission(zforms_server* server, zforms_submission_callback callback,
+                                                     void* user);
+ZFORMS_API zforms_status zforms_server_on_message(zforms_server* server, zforms_message_callback callback, void* user);
+
+// Starts the server and its threads; needs a callback for submissions. ZFORMS_ERROR_SERVER when the port is not free.
+ZFORMS_API zforms_status zforms_server_start(zforms_server* server);
+// The port of the running server.
+ZFORMS_API zforms_status zforms_server_port(zforms_server* server, uint16_t* port);
+// Waits for the requests that are being answered, and ends the threads. It can be started again.
+ZFORMS_API zforms_status zforms_server_stop(zforms_server* server);
+
+typedef enum zforms_opened {
+  ZFORMS_OPENED_PDF = 0,  // the form itself, with its buttons leading to the server
+  ZFORMS_OPENED_XFDF = 1  // a document that leads a reader to the form on the server
+} zforms_opened;
+
+// Opens the form CODE.pdf for one submission after the other, filled with `data` (XFDF, FDF, one JSON object, or CSV
+// with one row), which may be null. Give the result to the reader. It is kept until a call has a buffer for all of it;
+// each further call opens the form again. ZFORMS_ERROR_NOT_FOUND when there is no such form.
+ZFORMS_API zforms_status zforms_server_open(zforms_server* server, const char* code, const void* data, size_t data_size,
+                                            zforms_opened what, void* buffer, size_t size, size_t* length);
+
+// The code of the submitted form; its fields with a value, by number, with several values as lines; and the submitted
+// document, XFDF.
+ZFORMS_API zforms_status zforms_submission_code(const zforms_submission* submission, char* buffer, size_t size,
+                                                size_t* length);
+ZFORMS_API zforms_status zforms_submission_count(const zforms_submission* submission, size_t* count);
+ZFORMS_API zforms_status zforms_submission_name(const zforms_submission* submission, size_t n, char* buffer,
+                                                size_t size, size_t* length);
+ZFORMS_API zforms_status zforms_submission_value(const zforms_submission* submission, size_t n, char* buffer,
+                                                 size_t size, size_t* length);
+ZFORMS_API zforms_status zforms_submission_xfdf(const zforms_submission* submission, char* buffer, size_t size,
+                                                size_t* length);
+
+#ifdef __cplusplus
+}
+#endif
+// NOLINTEND(modernize-use-using, readability-identifier-naming, modernize-redundant-void-arg)
