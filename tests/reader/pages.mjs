@@ -93,7 +93,7 @@ export async function list_of_forms() {
   }
   same(opened, [["POST", 200, "application/pdf"], ["POST", 200, "application/vnd.adobe.xfdf"]], "forms open by their buttons");
   for (const [locale, date] of [["en-GB", /^Refused \d+ [A-Z][a-z]+ \d{4}, \d\d:\d\d$/], ["en-US", /^Refused [A-Z][a-z]+ \d+, \d{4}, \d+:\d\d\s[AP]M$/],
-    ["de-DE", /^Refused \d+ [A-Z][a-z]+ \d{4}, \d\d:\d\d$/], ["fr-CA", /^Refusé \d+ \S+ \d{4}, \d\d\sh\s\d\d$/]]) {
+    ["de-DE", /^Abgelehnt \d+\.\d+\.\d{4}, \d\d:\d\d$/], ["fr-CA", /^Refusé \d+ \S+ \d{4}, \d\d\sh\s\d\d$/]]) {
     const other = await (await openWindow(server, { locale })).newPage();
     await other.goto(`${server.origin}/`);
     const text = await other.locator("li[data-code='Copie n° 1'] > .what .state").innerText();
@@ -129,7 +129,7 @@ export async function what_is_served() {
     same(got, status, `${method} ${target}`);
   }
   for (const [accepted, language] of [
-    ["fr", "fr"], ["fr-CA;q=0.5, en;q=0.4", "fr"], ["fr;q=0.1,en", "en"], ["de, fr", "fr"], ["de", "en"], ["fr;q=0", "en"], ["FR;q=x,", "fr"],
+    ["fr", "fr"], ["fr-CA;q=0.5, en;q=0.4", "fr"], ["fr;q=0.1,en", "en"], ["de, fr", "de"], ["sv, it;q=0.9", "it"], ["sv", "en"], ["fr;q=0", "en"], ["FR;q=x,", "fr"],
   ]) {
     const answer = await fetch(`${server.origin}/`, { headers: { "Accept-Language": accepted } });
     same(/lang="(..)"/.exec(await answer.text())?.[1], language, `the language for ${accepted}`);

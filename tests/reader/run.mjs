@@ -4,5 +4,6 @@ import * as drafts from "./drafts.mjs";
 import * as forms from "./forms.mjs";
 import { run } from "./harness.mjs";
 import * as pages from "./pages.mjs";
+import * as paper from "./paper.mjs";
 
-await run([forms, drafts, pages].flatMap((file) => Object.values(file)));
+await run([forms, drafts, pages, paper].flatMap((file) => Object.values(file)));

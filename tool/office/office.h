@@ -70,6 +70,8 @@ class Office {
 
   // Why the form with these session infos is not an open one; empty when it is.
   Chaine WhyNotOut(const ZXFDF::SessionInfos& infos) const;
+  // The code of the open form of that transaction; empty when there is no such form.
+  std::string CodeOf(uint64_t transaction) const;
   // Makes the data to be stored from a submitted document, on the thread that received it; long data are already stored
   // here. `failure` gets the reason of a failure.
   Submission Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, std::string* failure);
@@ -91,7 +93,6 @@ class Office {
   void FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf);
   void TakeUpForms();
   void ExpireForms();
-  std::string CodeOf(uint64_t transaction) const;
 
   Store* store_;
   ServerLog* log_;

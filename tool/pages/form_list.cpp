@@ -1,71 +1,14 @@
 #include "tool/pages/form_list.h"
 
-#include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "tool/office/office.h"
+#include "tool/pages/list_texts.h"
 #include "tool/pages/reader_page.h"
-#include "zforms/platform/base/ascii.h"
 #include "zforms/platform/host/template_storage.h"
 
 namespace zforms::tool {
 namespace {
-
-struct Texts {
-  const char* language;
-  const char* title;
-  const char* lead;
-  const char* lead_without_reader;
-  const char* search;
-  const char* open;
-  const char* look;
-  const char* fresh;
-  const char* saved;
-  const char* refused;
-  // What the script of the page says of this browser; "{n}" stands for a number.
-  const char* draft_here;
-  const char* saved_here;
-  const char* refused_here;
-  const char* go;
-  const char* found_one;
-  const char* found;
-};
-
-constexpr Texts kEnglish = {"en",
-                            "Forms",
-                            "Open a form, fill it in and save it. What was saved stays on this machine.",
-                            "Open a form in a PDF reader that submits forms, fill it in and press its button to save.",
-                            "Find a form",
-                            "Open",
-                            "Look at",
-                            "New",
-                            "Saved",
-                            "Refused",
-                            "Not saved, typed on",
-                            "Saved here on",
-                            "Refused here on",
-                            "Continue",
-                            "1 form",
-                            "{n} forms"};
-constexpr Texts kFrench = {
-    "fr",
-    "Formulaires",
-    "Ouvrez un formulaire, remplissez-le et enregistrez-le. Ce qui est enregistré reste sur cette machine.",
-    "Ouvrez un formulaire dans un lecteur PDF qui sait l’envoyer, remplissez-le et pressez son bouton pour "
-    "l’enregistrer.",
-    "Chercher un formulaire",
-    "Ouvrir",
-    "Consulter",
-    "Nouveau",
-    "Enregistré",
-    "Refusé",
-    "Saisie non enregistrée du",
-    "Enregistré ici le",
-    "Refusé ici le",
-    "Continuer",
-    "1 formulaire",
-    "{n} formulaires"};
 
 std::string Escaped(std::string_view text) {
   std::string result;
@@ -102,7 +45,7 @@ std::string Time(const std::string& stamp) {
          Escaped(stamp.substr(11, 5)) + " UTC</time>";
 }
 
-std::string State(const Store::FormState& state, const Texts& texts) {
+std::string State(const Store::FormState& state, const ListTexts& texts) {
   const bool refused = state.rejected > state.accepted;
   const std::string& when = refused ? state.rejected : state.accepted;
   if (when.empty()) return std::string("<span class=\"state new\">") + texts.fresh + "</span>";
@@ -110,7 +53,7 @@ std::string State(const Store::FormState& state, const Texts& texts) {
          (refused ? texts.refused : texts.saved) + " " + Time(when) + "</span>";
 }
 
-std::string Item(Office& office, const Chaine& code, const Texts& texts, bool with_reader) {
+std::string Item(Office& office, const Chaine& code, const ListTexts& texts, bool with_reader) {
   const std::string escaped = ZInetURL::Encode(code).ToString();
   const auto card = office.CardOf(code);
   const std::string name = card == nullptr || card->title.empty() ? code.ToString() : card->title;
@@ -128,7 +71,7 @@ std::string Item(Office& office, const Chaine& code, const Texts& texts, bool wi
 }
 
 // The texts of the script, as attributes.
-std::string ScriptTexts(const Texts& texts) {
+std::string ScriptTexts(const ListTexts& texts) {
   const std::pair<const char*, const char*> attributes[] = {
       {"draft", texts.draft_here},    {"saved", texts.saved_here}, {"refused", texts.refused_here}, {"go", texts.go},
       {"found-one", texts.found_one}, {"found", texts.found},
@@ -142,29 +85,7 @@ std::string ScriptTexts(const Texts& texts) {
 
 }  // namespace
 
-Language LanguageFor(std::string_view accepted) {
-  Language best = Language::kEnglish;
-  double best_weight = 0;
-  while (!accepted.empty()) {
-    const size_t end = std::min(accepted.find(','), accepted.size());
-    std::string one(accepted.substr(0, end));
-    accepted.remove_prefix(std::min(end + 1, accepted.size()));
-    std::erase_if(one, [](char c) { return c == ' ' || c == '\t'; });
-    double weight = 1;
-    if (const size_t q = one.find(";q="); q != std::string::npos) {
-      std::from_chars(one.data() + q + 3, one.data() + one.size(), weight);
-    }
-    const std::string tag = one.substr(0, one.find_first_of("-;"));
-    const bool is_french = SameIgnoringASCIICase(tag, "fr");
-    if ((!is_french && !SameIgnoringASCIICase(tag, "en")) || weight <= best_weight) continue;
-    best = is_french ? Language::kFrench : Language::kEnglish;
-    best_weight = weight;
-  }
-  return best;
-}
-
-std::string FormList(Office& office, const ReaderPage* reader, Language language) {
-  const Texts& texts = language == Language::kFrench ? kFrench : kEnglish;
+std::string FormList(Office& office, const ReaderPage* reader, const ListTexts& texts) {
   const bool with_reader = reader != nullptr && reader->CanShowForms();
   std::string page =
       std::string("<!DOCTYPE html>\n<html lang=\"") + texts.language +

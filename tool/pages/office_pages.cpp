@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "tool/office/office.h"
+#include "tool/pages/drawn_page.h"
 #include "tool/pages/opening_page.h"
 #include "tool/pages/reader_page.h"
 
@@ -13,7 +14,10 @@ const ReaderPage* AddPages(Office& office, const std::string& reader_folder) {
   if (reader_folder.empty() || !reader->HasPage()) reader.reset();
   ReaderPage* const shown = reader.release();
   office.Server().SetPageHandler(ZInetURL("/"), new OpeningPage(&office, shown), true);
-  if (shown != nullptr) office.Server().SetPageHandler(ZInetURL("/reader/"), shown, true);
+  if (shown != nullptr) {
+    office.Server().SetPageHandler(ZInetURL("/reader/"), shown, true);
+    office.Server().SetPageHandler(ZInetURL("/reader/print.pdf"), new DrawnPage(&office), true);
+  }
   return shown;
 }
 

@@ -4,6 +4,7 @@
 
 #include "tool/office/office.h"
 #include "tool/pages/form_list.h"
+#include "tool/pages/list_texts.h"
 #include "tool/pages/reader_page.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/http/http_response.h"
@@ -24,7 +25,7 @@ class Session : public ZHTTPServerPageSession {
     return !IsInError();
   }
   bool SetRequestHeader(const ZHTTPHeader& header) override {
-    language_ = LanguageFor(header.Get("Accept-Language").View());
+    texts_ = &ListTextsFor(header.Get("Accept-Language").View());
     return ZHTTPServerPageSession::SetRequestHeader(header);
   }
   void SendError(ZHTTPSendResponse& response) override {
@@ -34,7 +35,7 @@ class Session : public ZHTTPServerPageSession {
   void SendPage(ZHTTPSendResponse& response) override {
     if (Opens()) return SendForm(response);
     response.SetHeader("Content-Security-Policy", PagePolicy("'self'"));
-    SendRawData(response, FormList(*office_, reader_, language_), "text/html; charset=utf-8", Chaine());
+    SendRawData(response, FormList(*office_, reader_, *texts_), "text/html; charset=utf-8", Chaine());
   }
 
  private:
@@ -61,7 +62,7 @@ class Session : public ZHTTPServerPageSession {
 
   Office* office_;
   const ReaderPage* reader_;
-  Language language_ = Language::kEnglish;
+  const ListTexts* texts_ = &ListTextsFor({});
 };
 
 }  // namespace

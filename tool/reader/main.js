@@ -5,7 +5,7 @@ import { forget, forgetDraft, recallAll, recallDrafts, remember } from "./drafts
 import { FormModel, isMeant } from "./model.js";
 import { offer, tell, warn } from "./notices.js";
 import { FormView } from "./page_view.js";
-import { Refusal, fetchPDF, fetchSaved, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
+import { Refusal, fetchDrawn, fetchPDF, fetchSaved, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
 import { language, texts, timeText } from "./texts.js";
 import { writeXFDF } from "./xfdf.js";
 import { Zoom } from "./zoom.js";
@@ -14,6 +14,9 @@ import { Zoom } from "./zoom.js";
 /** @typedef {import("./server.js").SubmitButton} SubmitButton */
 /** @typedef {"modify" | "consult" | "readonly"} Mode */
 /** @typedef {import("./pdf_form.js").PDFForm} PDFForm */
+
+/** Loads when it is first needed. */
+const printing = () => import("./printing.js");
 
 /** The large module, which loads while the form is requested. */
 const pdfForm = import("./pdf_form.js");
@@ -60,6 +63,8 @@ class Reader {
     byId("larger").addEventListener("click", () => this.#zoom.step(1));
     byId("fit").addEventListener("click", () => this.#zoom.fit());
     byId("press").addEventListener("click", () => this.#pressMain());
+    byId("print-form").addEventListener("click", () => this.#print());
+    byId("download").addEventListener("click", () => this.#download());
     addEventListener("keydown", (event) => this.#onKey(event));
     addEventListener("beforeunload", (event) => this.#onLeave(event));
     addEventListener("pagehide", () => this.#drafter.keep());
@@ -177,6 +182,8 @@ class Reader {
     byId("title").textContent = this.#title;
     const main = this.#mainButton();
     mode.hidden = byId("zoom").hidden = false;
+    // A form to look at has no session, and the server draws for those that do.
+    byId("file").hidden = !this.#info.form;
     byId("press").hidden = !main;
     byId("press").textContent = main ? texts[main.does] : "";
   }
@@ -184,7 +191,13 @@ class Reader {
   // --- what the user does ---
 
   #onKey(/** @type {KeyboardEvent} */ event) {
-    if (event.key.toLowerCase() !== "s" || !(event.ctrlKey || event.metaKey) || event.altKey) return;
+    const key = event.key.toLowerCase();
+    if (!(event.ctrlKey || event.metaKey) || event.altKey || event.shiftKey) return;
+    if (key === "p" && this.#info.form) {
+      event.preventDefault();
+      this.#print();
+    }
+    if (key !== "s") return;
     event.preventDefault();
     if (this.#mode === "modify") this.#pressMain();
   }
@@ -240,6 +253,40 @@ class Reader {
     if (!missing.size) tell("");
   }
 
+  // --- printing ---
+
+  /** The form as it is on the screen, drawn by the server. */
+  #draw() {
+    const { f, ids } = this.#info;
+    return fetchDrawn(writeXFDF({ f: inMode(f, this.#mode), ids, fields: this.#model.all() }));
+  }
+
+  #print() {
+    return this.#withDrawn(async (bytes) => {
+      const { PDFForm } = await pdfForm;
+      const form = await PDFForm.open(bytes);
+      await (await printing()).printForm(form);
+      form.close();
+    }, () => this.#print());
+  }
+
+  #download() {
+    return this.#withDrawn(async (bytes) => (await printing()).download(bytes, this.#title), () => this.#download());
+  }
+
+  #withDrawn(/** @type {(bytes: Uint8Array) => Promise<void>} */ use, /** @type {() => void} */ again) {
+    return this.#alone(async () => {
+      tell(texts.drawing);
+      try {
+        await use(await this.#draw());
+        tell(this.#model.isDirty ? texts.drawnUnsaved : "");
+      } catch (error) {
+        tell("");
+        this.#onFailure(error, again);
+      }
+    });
+  }
+
   // --- submitting ---
 
   async #submit(/** @type {SubmitButton} */ button) {
@@ -282,7 +329,7 @@ class Reader {
     this.#busy = busy;
     byId("pages").inert = busy;
     byId("pages").setAttribute("aria-busy", `${busy}`);
-    byId("press").setAttribute("aria-disabled", `${busy}`);
+    for (const id of ["press", "print-form", "download"]) byId(id).setAttribute("aria-disabled", `${busy}`);
   }
 
   async #onAnswer(/** @type {SubmitButton} */ button, /** @type {{pdf: Uint8Array, mode: string}} */ { pdf, mode },
@@ -382,6 +429,8 @@ function label() {
     byId(id).title = texts[id];
   }
   byId("fit").title = texts.fit;
+  byId("print-form").textContent = texts.print;
+  byId("download").textContent = texts.download;
 }
 
 /** Opens a new form in place of one that the server no longer knows, with the values typed into that one. */

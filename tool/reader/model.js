@@ -180,6 +180,11 @@ export class FormModel {
       (field) => field.required && field.visible && this.#isSent(field) && !field.readOnly && !shown(field.values).length);
   }
 
+  /** @returns {[string, string[]][]} all fields with a value, as they are shown */
+  all() {
+    return [...this.#fields.values()].filter(({ values }) => values.length).map(({ name, values }) => [name, values]);
+  }
+
   /**
    * The fields that a button submits, in the order of the form.
    * @param {{flags: number, fields: string[]}} button

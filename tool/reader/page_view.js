@@ -18,6 +18,8 @@ class PageView {
   element;
   /** @type {Layer | null} */
   #layer = null;
+  /** @type {HTMLElement | null} */
+  #text = null;
   /** @type {HTMLCanvasElement | null} */
   #canvas = null;
   #drawnAt = 0;
@@ -27,10 +29,14 @@ class PageView {
   #cancel = null;
   #page;
   #makeLayer;
+  #go;
 
-  constructor(/** @type {PDFPage} */ page, /** @type {string} */ label, /** @type {() => Layer} */ makeLayer) {
+  /** `go` shows another page. */
+  constructor(/** @type {PDFPage} */ page, /** @type {string} */ label, /** @type {() => Layer} */ makeLayer,
+    /** @type {(page: number) => void} */ go) {
     this.#page = page;
     this.#makeLayer = makeLayer;
+    this.#go = go;
     this.element = make("section", { className: "page" });
     this.element.setAttribute("aria-label", label);
     this.element.style.setProperty("--w", `${page.width}`);
@@ -42,6 +48,25 @@ class PageView {
     this.#layer = this.#makeLayer();
     this.#layer.setFaces(this.#faces);
     this.element.append(this.#layer.element);
+    for (const link of this.#page.links) this.#layer.element.append(this.#makeLink(link));
+  }
+
+  #makeLink(/** @type {import("./pdf_form.js").Link} */ { box, url, page }) {
+    const link = url ? make("a", { href: url, target: "_blank", rel: "noopener noreferrer" }) : make("button", { type: "button" });
+    if (!url) link.addEventListener("click", () => this.#go(page));
+    link.className = "link";
+    link.title = url || texts.goTo(page + 1);
+    link.setAttribute("aria-label", link.title);
+    for (const [name, value] of Object.entries(box)) link.style.setProperty(`--${name}`, `${value}`);
+    return link;
+  }
+
+  /** Adds the text of the page, below the fields. */
+  ensureText() {
+    if (this.#text) return;
+    this.#text = make("div", { className: "text" });
+    this.element.insertBefore(this.#text, this.#layer?.element ?? null);
+    this.#page.addText(this.#text).catch(() => {});
   }
 
   /** Draws the page unless it is already drawn at that scale, in pixels per point. */
@@ -89,7 +114,7 @@ export class FormView {
   constructor(/** @type {PDFForm} */ form, /** @type {import("./model.js").FormModel} */ model,
     /** @type {import("./widgets.js").Presses} */ presses, /** @type {string} */ serial) {
     this.#views = form.pages.map((page, i) => new PageView(page, texts.page(i + 1, form.pages.length),
-      () => new Layer(page.widgets, model, presses, serial)));
+      () => new Layer(page.widgets, model, presses, serial), (to) => this.#views[to]?.element.scrollIntoView()));
     if (form.language) this.element.lang = form.language;
     this.element.append(...this.#views.map((view) => view.element));
     this.widest = Math.max(1, ...form.pages.map((page) => page.width));
@@ -103,7 +128,7 @@ export class FormView {
       if (isIntersecting) {
         this.#near.add(view);
         view.ensureLayer();
-        view.draw(this.#pixels);
+        view.draw(this.#pixels).then(() => view.ensureText());
       } else {
         this.#near.delete(view);
         view.drop();
@@ -126,7 +151,9 @@ export class FormView {
     for (const { element } of this.#views) this.#watcher.observe(element);
     const waiting = [...this.#views];
     const next = () => {
-      waiting.shift()?.ensureLayer();
+      const view = waiting.shift();
+      view?.ensureLayer();
+      view?.ensureText();
       if (waiting.length) whenIdle(next);
     };
     whenIdle(next);

@@ -1,6 +1,7 @@
 // Reads a form with pdf.js and converts it to the data structures of this page.
 
 import * as pdfjs from "./pdfjs/pdf.min.mjs";
+import { nearestText, phrasesOf } from "./labels.js";
 import { worker } from "./worker.js";
 
 const folder = (/** @type {string} */ name) => new URL(`./pdfjs/${name}/`, import.meta.url).href;
@@ -97,17 +98,23 @@ const nameLabel = (/** @type {string} */ name) => name.slice(name.lastIndexOf(".
 
 const stateOf = (annotation, kind) => stateText((kind === "radio" ? annotation.buttonValue : annotation.exportValue) ?? "");
 
+/** The label that the form gives a field; "" when it gives none. */
+const ownLabel = (annotation, /** @type {Record<string, string>} */ labels) => annotation.alternativeText?.trim() ||
+  (Object.hasOwn(labels, annotation.fieldName) && labels[annotation.fieldName].trim()) || "";
+
 /** @returns {Widget} */
-function widgetOf(annotation, kind, viewport, /** @type {Record<string, string>} */ labels) {
+function widgetOf(annotation, kind, viewport, /** @type {string} */ given, /** @type {import("./labels.js").Phrase[]} */ phrases) {
   const flags = annotation.fieldFlags ?? 0;
   const name = annotation.fieldName;
-  const label = annotation.alternativeText?.trim() || (Object.hasOwn(labels, name) && labels[name].trim()) || nameLabel(name);
+  const isToggle = kind === "check" || kind === "radio";
+  const near = given || kind === "push" ? "" : nearestText(boxOf(annotation, viewport), isToggle, phrases);
+  const label = given || near || nameLabel(name);
   const state = stateOf(annotation, kind);
   return {
     id: annotation.id,
     name,
     kind,
-    label: kind === "radio" && state ? `${label} – ${state}` : label,
+    label: kind === "radio" && state && !near ? `${label} – ${state}` : label,
     box: boxOf(annotation, viewport),
     readOnly: Boolean(annotation.readOnly),
     required: Boolean(annotation.required),
@@ -185,14 +192,25 @@ function countStates(/** @type {Widget[]} */ widgets) {
   }
 }
 
-/** One page: its size in points, and its widgets after they are read. */
+/**
+ * A link over a part of a page: to an address, or to another page of the form.
+ * @typedef {{box: import("./labels.js").Box, url: string, page: number}} Link
+ */
+
+/** One page: its size in points, and its widgets and links after they are read. */
 export class PDFPage {
   /** @type {Widget[]} */
   widgets = [];
+  /** @type {Link[]} */
+  links = [];
   #page;
 
-  constructor(page) {
+  #pageOf;
+
+  /** `pageOf` finds the index of the page to which a destination leads. */
+  constructor(page, /** @type {(destination: any) => Promise<number>} */ pageOf) {
     this.#page = page;
+    this.#pageOf = pageOf;
     this.viewport = page.getViewport({ scale: 1 });
     this.width = this.viewport.width;
     this.height = this.viewport.height;
@@ -202,13 +220,46 @@ export class PDFPage {
   async read(/** @type {import("./model.js").FormModel} */ model, /** @type {string} */ order,
     /** @type {Record<string, string>} */ labels) {
     const annotations = await this.#page.getAnnotations({ intent: "any" });
+    const isUnnamed = (annotation) => annotation.fieldType && !annotation.pushButton && !ownLabel(annotation, labels);
+    const phrases = annotations.some(isUnnamed) ? await this.#readPhrases() : [];
     for (const annotation of annotations) {
+      if (annotation.subtype === "Link") await this.#addLink(annotation);
       const kind = annotation.fieldType ? kindOf(annotation) : null;
       if (!kind || !annotation.fieldName) continue;
       if (kind !== "push") model.add(fieldOf(annotation, kind));
-      if (!annotation.hidden) this.widgets.push(widgetOf(annotation, kind, this.viewport, labels));
+      if (!annotation.hidden) this.widgets.push(widgetOf(annotation, kind, this.viewport, ownLabel(annotation, labels), phrases));
     }
     this.widgets = inTabOrder(this.widgets, order);
+  }
+
+  async #readPhrases() {
+    const { items } = await this.#page.getTextContent();
+    return phrasesOf(items.filter(({ str }) => str?.trim()).map(({ str, transform, width, height }) => {
+      const [x1, y1] = this.viewport.convertToViewportPoint(transform[4], transform[5]);
+      const [x2, y2] = this.viewport.convertToViewportPoint(transform[4] + width, transform[5] + height);
+      return { text: str, x: Math.min(x1, x2), y: Math.min(y1, y2), w: Math.abs(x2 - x1), h: Math.abs(y2 - y1) };
+    }));
+  }
+
+  async #addLink(annotation) {
+    const box = boxOf(annotation, this.viewport);
+    if (annotation.url) this.links.push({ box, url: annotation.url, page: -1 });
+    const page = annotation.dest ? await this.#pageOf(annotation.dest).catch(() => -1) : -1;
+    if (page >= 0) this.links.push({ box, url: "", page });
+  }
+
+  /** Puts the text of the page into the element, invisible: to be found, selected and read aloud. */
+  addText(/** @type {HTMLElement} */ container) {
+    const { viewport } = this;
+    return new pdfjs.TextLayer({ textContentSource: this.#page.streamTextContent(), container, viewport }).render();
+  }
+
+  /** Draws the page as it prints, with all that is on it. */
+  drawWhole(/** @type {HTMLCanvasElement} */ canvas, /** @type {number} */ scale) {
+    const viewport = this.#page.getViewport({ scale });
+    canvas.width = Math.round(viewport.width);
+    canvas.height = Math.round(viewport.height);
+    return this.#page.render({ canvas, viewport, intent: "print", annotationMode: pdfjs.AnnotationMode.ENABLE }).promise;
   }
 
   /**
@@ -241,9 +292,15 @@ export class PDFForm {
     form.#task = pdfjs.getDocument({ data: bytes, ...OPTIONS });
     form.#document = await form.#task.promise;
     const { numPages } = form.#document;
+    const pageOf = (destination) => form.#pageOf(destination);
     const numbers = Array.from({ length: numPages }, (_, i) => i + 1);
-    form.pages = await Promise.all(numbers.map(async (n) => new PDFPage(await form.#document.getPage(n))));
+    form.pages = await Promise.all(numbers.map(async (n) => new PDFPage(await form.#document.getPage(n), pageOf)));
     return form;
+  }
+
+  async #pageOf(destination) {
+    const place = typeof destination === "string" ? await this.#document.getDestination(destination) : destination;
+    return typeof place[0] === "number" ? place[0] : this.#document.getPageIndex(place[0]);
   }
 
   /** Reads all fields: those on pages, and those that no page shows. */

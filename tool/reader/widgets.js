@@ -1,5 +1,7 @@
 // The inputs over a page: one for each widget, bound to the value of its field.
 
+import { texts } from "./texts.js";
+
 /** @typedef {import("./model.js").FormModel} FormModel */
 /** @typedef {import("./pdf_form.js").Widget} Widget */
 /**
@@ -72,7 +74,32 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
     if (input.value !== text) input.value = text;
   };
   input.addEventListener("input", () => model.set(widget.name, [input.value]));
+  if (widget.maxLength) sayWhatIsLeftOut(input, widget);
   return { element: input, show };
+}
+
+/** The browser cuts text that is too long, without a word; this says beside the field what was cut. */
+function sayWhatIsLeftOut(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, /** @type {Widget} */ { maxLength, box }) {
+  let left = "";
+  const hint = make("span", { className: "hint" });
+  hint.setAttribute("role", "status");
+  for (const side of /** @type {const} */ (["x", "y", "h"])) hint.style.setProperty(`--${side}`, `${box[side]}`);
+  const clear = () => {
+    left = "";
+    hint.remove();
+  };
+  input.addEventListener("beforeinput", (event) => {
+    const { data, dataTransfer, inputType } = /** @type {InputEvent} */ (event);
+    const added = (data ?? dataTransfer?.getData("text/plain") ?? "").replace(/\r\n?/g, "\n");
+    if (!inputType.startsWith("insert") || !added) return inputType.startsWith("delete") && clear();
+    const kept = input.value.length - ((input.selectionEnd ?? 0) - (input.selectionStart ?? 0));
+    const over = kept + added.length - maxLength;
+    if (over <= 0) return;
+    left += added.slice(Math.max(added.length - over, 0));
+    hint.textContent = texts.tooLong(maxLength, left.slice(0, 40));
+    input.parentElement?.append(hint);
+  });
+  input.addEventListener("blur", clear);
 }
 
 function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {string} */ group) {

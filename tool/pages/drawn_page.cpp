@@ -1,0 +1,66 @@
+#include "tool/pages/drawn_page.h"
+
+#include "tool/office/office.h"
+#include "zforms/acroform/form_infos.h"
+#include "zforms/appearance/field_drawer.h"
+#include "zforms/pdf/dictionary_node.h"
+#include "zforms/platform/files/inet_stream.h"
+#include "zforms/platform/http/http_response.h"
+
+namespace zforms::tool {
+namespace {
+
+class Session : public ZHTTPServerPageXFDFSession {
+ public:
+  Session(const DrawnPage* page, Office* office, uint64_t folder, int32_t year)
+      : ZHTTPServerPageXFDFSession(page, folder, year), office_(office) {}
+
+  bool SetURL(const ZInetURL& url, const Chaine& method) override {
+    if (!ZHTTPServerPageXFDFSession::SetURL(url, method)) return false;
+    if (method != "POST") Refuse(405, "a form is drawn by POST");
+    return !IsInError();
+  }
+
+  bool SetFullRequest(ZHTTPReadRequest& request) override {
+    if (!ZHTTPServerPageXFDFSession::SetFullRequest(request)) return false;
+    const bool has_session = XFDFRequest().HasSessionID();
+    const Chaine why = has_session ? office_->WhyNotOut(XFDFRequest().SessionID()) : Chaine("it has no session");
+    if (!why.IsEmpty()) Refuse(409, why);
+    return !IsInError();
+  }
+
+  void SendPage(ZHTTPSendResponse& response) override {
+    const Chaine code = office_->CodeOf(XFDFRequest().SessionID().Transaction().id);
+    // Whoever gets the file must not be able to submit the form.
+    ReceivedXFDF().Fields()[ZXFDF::kSessionIDField] = "";
+    ZAcroFormServerForm form;
+    if (!office_->Server().PrepareForm(XFDFRequest(), code, ZDocument::eReadOnly, &form)) return SetStatus(404);
+    ZFieldDrawer drawer(form);
+    if (drawer.DrawAll() && form.NeedAppearances()) form.Infos()->Dico()->RemoveValue("/NeedAppearances");
+    Chaine bytes;
+    ZInetChaineOStream out(bytes);
+    if (!form.Save(out)) return SetStatus(500);
+    SendRawData(response, bytes, "application/pdf", code + ".pdf");
+  }
+
+ protected:
+  bool IsWorthReading(const ZXFDFSessionInfos* infos) override {
+    return infos != nullptr && office_->WhyNotOut(*infos).IsEmpty();
+  }
+
+ private:
+  Office* office_;
+};
+
+}  // namespace
+
+DrawnPage::DrawnPage(Office* office) : ZHTTPServerPageXFDF(0, 0, office->Server().AppShortName()), office_(office) {}
+
+DrawnPage::~DrawnPage() = default;
+
+std::unique_ptr<ZHTTPServerPageSession> DrawnPage::AllocSession() {
+  const ZXFDFFolderInfos folder = office_->Server().CurrentFolderInfos();
+  return std::make_unique<Session>(this, office_, folder.id, static_cast<int32_t>(folder.exercice));
+}
+
+}  // namespace zforms::tool

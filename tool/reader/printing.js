@@ -1,0 +1,50 @@
+// Prints a PDF, each of its pages on a sheet of its own size, and offers one for download.
+
+import { make } from "./widgets.js";
+
+/** Pixels per point of printed pages, and the most pixels of one. */
+const DENSITY = 200 / 72;
+const MAX_AREA = 12_000_000;
+
+const place = () => /** @type {HTMLElement} */ (document.getElementById("print"));
+
+async function imageOf(/** @type {import("./pdf_form.js").PDFPage} */ page) {
+  const canvas = make("canvas");
+  await page.drawWhole(canvas, Math.min(DENSITY, Math.sqrt(MAX_AREA / (page.width * page.height))));
+  /** @type {Blob | null} */
+  const blob = await new Promise((resolve) => canvas.toBlob(resolve));
+  canvas.width = canvas.height = 0;
+  if (!blob) throw new Error("a page could not be drawn for the printer");
+  const image = make("img", { src: URL.createObjectURL(blob), alt: "" });
+  await image.decode();
+  return image;
+}
+
+/** Opens the browser's window for printing; resolves when it is closed. */
+export async function printForm(/** @type {import("./pdf_form.js").PDFForm} */ form) {
+  const images = [];
+  for (const page of form.pages) images.push(await imageOf(page));
+  const sizes = new CSSStyleSheet();
+  sizes.replaceSync(form.pages.map(({ width, height }, i) =>
+    `@page sheet${i} { size: ${width}pt ${height}pt; margin: 0; }\n` +
+    // A little smaller than the sheet: rounding must not make a second one.
+    `#print img:nth-child(${i + 1}) { page: sheet${i}; width: ${width}pt; height: calc(${height}pt - 1px); }`).join("\n"));
+  place().replaceChildren(...images);
+  document.adoptedStyleSheets = [...document.adoptedStyleSheets, sizes];
+  document.documentElement.classList.add("printing");
+  try {
+    globalThis.print();
+  } finally {
+    document.documentElement.classList.remove("printing");
+    document.adoptedStyleSheets = document.adoptedStyleSheets.filter((sheet) => sheet !== sizes);
+    place().replaceChildren();
+    for (const { src } of images) URL.revokeObjectURL(src);
+  }
+}
+
+/** Offers the file to be saved. */
+export function download(/** @type {Uint8Array} */ bytes, /** @type {string} */ name) {
+  const href = URL.createObjectURL(new Blob([/** @type {BlobPart} */ (bytes)], { type: "application/pdf" }));
+  make("a", { href, download: `${name}.pdf` }).click();
+  setTimeout(() => URL.revokeObjectURL(href), 60_000);
+}

@@ -1,0 +1,56 @@
+// The texts of the page in English; the other languages have the same keys.
+
+export const english = {
+  back: "Forms",
+  untitled: "Form",
+  page: (/** @type {number} */ n, /** @type {number} */ of) => `Page ${n} of ${of}`,
+  zoom: "Zoom",
+  smaller: "Smaller",
+  larger: "Larger",
+  fit: "Fit width",
+  modes: { modify: "Editing", consult: "Saved, read-only", readonly: "Read-only" },
+  save: "Save",
+  modify: "Modify",
+  opening: "Opening the form…",
+  saving: "Saving…",
+  asking: "Asking the server…",
+  opened: (/** @type {string} */ title) => `${title} is open.`,
+  saved: (/** @type {string} */ time) => `Saved at ${time}. The form is read-only now; “Modify” opens it again.`,
+  savedUnshown: "Saved, but the form cannot be shown again just now.",
+  unsent: " Some of what you typed is not part of what is saved; it is kept in this browser alone.",
+  editable: "The form can be edited again.",
+  unsaved: "Not saved yet",
+  draft: (/** @type {string} */ time) => `You typed into this form on ${time} and did not save it.`,
+  restore: "Put it back",
+  discard: "Throw it away",
+  restored: "What you had typed is back. It is not saved yet.",
+  discarded: "What you had typed is gone.",
+  required: (/** @type {number} */ n) =>
+    n === 1 ? "A field that is required is empty. Nothing was sent." :
+    `${n} fields that are required are empty. Nothing was sent.`,
+  stale: "Not saved: a newer copy of this form was saved meanwhile, perhaps in another tab. " +
+    "What you typed is still here.",
+  showSaved: "Show what was saved",
+  again: "Try again",
+  unreachable: "The server cannot be reached. What you typed is still here; try again once it runs.",
+  reasons: {
+    403: "The server refuses this page. Open it through the list of forms.",
+    404: "The server has no such form any more.",
+    409: "The server does not know this form’s session, or works in another folder or year now. Nothing was saved; " +
+      "what you typed is still here.",
+    413: "The form holds too much for the server. Nothing was saved; what you typed is still here.",
+    503: "The server could not store it just now. What you typed is still here; try again.",
+  },
+  refused: (/** @type {number} */ status) =>
+    `The server refuses it (status ${status}). Nothing was saved; what you typed is still here.`,
+  unknown: "The server does not know this form any more.",
+  openAnew: "Open a new one",
+  unreadable: "The form cannot be read.",
+  noKeeping: "This browser keeps no drafts here: what is not saved goes when the page does.",
+  print: "Print",
+  download: "Download PDF",
+  drawing: "Preparing the PDF…",
+  drawnUnsaved: "The PDF holds what you typed. It is not saved yet.",
+  goTo: (/** @type {number} */ n) => `Go to page ${n}`,
+  tooLong: (/** @type {number} */ most, /** @type {string} */ left) => `${most} characters fit. Left out: “${left}”`,
+};

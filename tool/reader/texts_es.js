@@ -1,0 +1,56 @@
+// The texts of the page in Spanish.
+
+/** @type {typeof import("./texts_en.js").english} */
+export const spanish = {
+  back: "Formularios",
+  untitled: "Formulario",
+  page: (n, of) => `Página ${n} de ${of}`,
+  zoom: "Zoom",
+  smaller: "Reducir",
+  larger: "Ampliar",
+  fit: "Ancho completo",
+  modes: { modify: "En edición", consult: "Guardado, solo lectura", readonly: "Solo lectura" },
+  save: "Guardar",
+  modify: "Modificar",
+  opening: "Abriendo el formulario…",
+  saving: "Guardando…",
+  asking: "Consultando al servidor…",
+  opened: (title) => `${title} está abierto.`,
+  saved: (time) => `Guardado a las ${time}. El formulario es ahora de solo lectura; «Modificar» lo vuelve a abrir.`,
+  savedUnshown: "Guardado, pero el formulario no se puede mostrar de nuevo en este momento.",
+  unsent: " Una parte de lo que ha escrito no se guarda; queda solo en este navegador.",
+  editable: "El formulario se puede modificar de nuevo.",
+  unsaved: "Sin guardar",
+  draft: (time) => `Rellenó este formulario el ${time} y no lo guardó.`,
+  restore: "Recuperar",
+  discard: "Descartar",
+  restored: "Lo que escribió está de vuelta. Aún no está guardado.",
+  discarded: "Lo que escribió se ha descartado.",
+  required: (n) =>
+    n === 1 ? "Un campo obligatorio está vacío. No se ha enviado nada." : `${n} campos obligatorios están vacíos. No se ha enviado nada.`,
+  stale: "No guardado: mientras tanto se guardó una copia más reciente de este formulario, quizá en otra pestaña. " +
+    "Lo que escribió sigue aquí.",
+  showSaved: "Mostrar lo guardado",
+  again: "Intentar de nuevo",
+  unreachable: "No se puede contactar con el servidor. Lo que escribió sigue aquí; inténtelo de nuevo cuando funcione.",
+  reasons: {
+    403: "El servidor rechaza esta página. Ábrala desde la lista de formularios.",
+    404: "El servidor ya no tiene este formulario.",
+    409: "El servidor no conoce la sesión de este formulario, o trabaja ahora en otra carpeta u otro año. No se " +
+    "ha guardado nada; lo que escribió sigue aquí.",
+    413: "El formulario contiene demasiados datos para el servidor. No se ha guardado nada; lo que escribió sigue " +
+    "aquí.",
+    503: "El servidor no ha podido guardarlo en este momento. Lo que escribió sigue aquí; inténtelo de nuevo.",
+  },
+  refused: (status) => `El servidor lo rechaza (estado ${status}). No se ha guardado nada; lo que escribió sigue aquí.`,
+  unknown: "El servidor ya no conoce este formulario.",
+  openAnew: "Abrir uno nuevo",
+  unreadable: "El formulario no se puede leer.",
+  noKeeping: "Este navegador no conserva borradores aquí: lo que no se guarda se pierde con la página.",
+  print: "Imprimir",
+  download: "Descargar el PDF",
+  drawing: "Preparando el PDF…",
+  drawnUnsaved: "El PDF contiene lo que escribió. Aún no está guardado.",
+  goTo: (n) => `Ir a la página ${n}`,
+  tooLong: (most, left) => `Caben ${most} caracteres. Se omitió: «${left}»`,
+};

@@ -1,0 +1,56 @@
+// The texts of the page in Italian.
+
+/** @type {typeof import("./texts_en.js").english} */
+export const italian = {
+  back: "Moduli",
+  untitled: "Modulo",
+  page: (n, of) => `Pagina ${n} di ${of}`,
+  zoom: "Zoom",
+  smaller: "Riduci",
+  larger: "Ingrandisci",
+  fit: "Larghezza intera",
+  modes: { modify: "In compilazione", consult: "Salvato, sola lettura", readonly: "Sola lettura" },
+  save: "Salva",
+  modify: "Modifica",
+  opening: "Apertura del modulo…",
+  saving: "Salvataggio…",
+  asking: "Richiesta al server…",
+  opened: (title) => `${title} è aperto.`,
+  saved: (time) => `Salvato alle ${time}. Il modulo è ora in sola lettura; «Modifica» lo riapre.`,
+  savedUnshown: "Salvato, ma al momento il modulo non può essere mostrato di nuovo.",
+  unsent: " Una parte di ciò che ha scritto non viene salvata; resta solo in questo browser.",
+  editable: "Il modulo può essere di nuovo modificato.",
+  unsaved: "Non ancora salvato",
+  draft: (time) => `Ha compilato questo modulo il ${time} senza salvarlo.`,
+  restore: "Recupera",
+  discard: "Elimina",
+  restored: "Ciò che aveva scritto è di nuovo qui. Non è ancora salvato.",
+  discarded: "Ciò che aveva scritto è stato eliminato.",
+  required: (n) =>
+    n === 1 ? "Un campo obbligatorio è vuoto. Non è stato inviato nulla." : `${n} campi obbligatori sono vuoti. Non è stato inviato nulla.`,
+  stale: "Non salvato: nel frattempo è stata salvata una copia più recente di questo modulo, forse in un’altra " +
+    "scheda. Ciò che ha scritto è ancora qui.",
+  showSaved: "Mostra ciò che è salvato",
+  again: "Riprova",
+  unreachable: "Il server non è raggiungibile. Ciò che ha scritto è ancora qui; riprovi quando sarà attivo.",
+  reasons: {
+    403: "Il server rifiuta questa pagina. La apra dall’elenco dei moduli.",
+    404: "Il server non ha più questo modulo.",
+    409: "Il server non conosce la sessione di questo modulo, o lavora ora in un’altra cartella o in un altro " +
+    "anno. Non è stato salvato nulla; ciò che ha scritto è ancora qui.",
+    413: "Il modulo contiene troppi dati per il server. Non è stato salvato nulla; ciò che ha scritto è ancora qui.",
+    503: "Il server non ha potuto salvarlo in questo momento. Ciò che ha scritto è ancora qui; riprovi.",
+  },
+  refused: (status) =>
+    `Il server lo rifiuta (stato ${status}). Non è stato salvato nulla; ciò che ha scritto è ancora qui.`,
+  unknown: "Il server non conosce più questo modulo.",
+  openAnew: "Aprine uno nuovo",
+  unreadable: "Il modulo non può essere letto.",
+  noKeeping: "Questo browser non conserva bozze qui: ciò che non è salvato si perde con la pagina.",
+  print: "Stampa",
+  download: "Scarica il PDF",
+  drawing: "Preparazione del PDF…",
+  drawnUnsaved: "Il PDF contiene ciò che ha scritto. Non è ancora salvato.",
+  goTo: (n) => `Vai a pagina ${n}`,
+  tooLong: (most, left) => `Al massimo ${most} caratteri. Tralasciato: «${left}»`,
+};
