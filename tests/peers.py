@@ -145,7 +145,7 @@ class Objects:
         flags = flags if isinstance(flags, int) else 0
         widgets = kids or ([node] if self.text(node.get("/Subtype")) == "Widget" or "/Rect" in node else [])
         is_button = self.text(state.get("/FT")) == "Btn"
-        shown = [self._states(w) if is_button else [] for w in widgets]
+        shown = [self.states(w) if is_button else [] for w in widgets]
         states = list(dict.fromkeys(s for of_widget in shown for s in of_widget if s != "Off"))
         value, options = self.get(state.get("/V")), self.get(state.get("/Opt"))
         return {"name": name, "object": ref if isinstance(ref, str) else None, "flags": flags,
@@ -156,7 +156,7 @@ class Objects:
                 "maxlen": self.get(state.get("/MaxLen")), "shown": [self.text(w.get("/AS")) for w in widgets],
                 "widget_states": shown}
 
-    def _states(self, widget):
+    def states(self, widget):
         appearance = self.get(widget, "/AP")
         normal = appearance.get("/N") if isinstance(appearance, dict) else None
         if isinstance(normal, str) and normal in self.streams:
