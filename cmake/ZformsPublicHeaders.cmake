@@ -93,6 +93,7 @@ set(ZFORMS_PUBLIC_HEADERS
     acroform/viewer_infos.h
     xfdf/mapping/map_storage.h
     xfdf/mapping/mapper.h
+    appearance/drawing_fonts.h
     appearance/field_drawer.h
     filling/byte_source.h
     filling/checked_filler.h

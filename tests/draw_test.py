@@ -2,12 +2,14 @@
 """What zforms draws is seen on the page: other readers find the values in its text."""
 
 import json
+import pathlib
 import shutil
 
 import peers
 from tool_case import SAMPLES, expect, restricted_form, run_tests, same, zforms
 
 FORM = SAMPLES / "membership_form.pdf"
+DEJAVU = pathlib.Path("/usr/share/fonts/truetype/dejavu")
 VALUES = {  # in one direction, so that readers agree on the order
     "adherent.nom": "LEBŒUF d’Été",
     "adherent.prenom": "Ελληνικά",
@@ -29,27 +31,54 @@ def page_texts(path):
             print(f"skipped: {program} is not installed")
 
 
-def filled(folder, values):
+def fill(folder, values, *options, form=FORM, name="filled.pdf"):
+    """(the filled form, exit status, messages)"""
     (folder / "data.json").write_text(json.dumps(values))
-    same("fill", zforms("fill", FORM, folder / "data.json", "-o", folder / "filled.pdf")[0], 0)
-    return folder / "filled.pdf"
+    status, _, err = zforms("fill", form, folder / "data.json", "-o", folder / name, *options)
+    return folder / name, status, err
 
 
 def test_values_are_seen(folder):
-    form, drawn, again = filled(folder, VALUES), folder / "drawn.pdf", folder / "again.pdf"
-    same("draw", (zforms("draw", form, "-o", drawn)[0], zforms("draw", drawn, "-o", again)[0]), (0, 0))
-    before, after = form.read_bytes(), drawn.read_bytes()
-    expect(after.startswith(before) and b"/NeedAppearances true" not in after[len(before):], "an update without the flag")
-    for program, text in page_texts(drawn):
-        same(f"not seen by {program}", [part for part in SEEN if part not in text], [])
-    if shutil.which("qpdf"):
-        same("qpdf", (peers.qpdf_check(drawn), peers.qpdf_check(again)), ((0, 0), (0, 0)))
+    """Filled and drawn in one step and in two."""
+    blank, at_once, drawn = fill(folder, VALUES, "--draw", "no")[0], fill(folder, VALUES, name="1.pdf")[0], folder / "2.pdf"
+    same("draw", zforms("draw", blank, "-o", drawn)[0], 0)
+    for form, before in ((at_once, FORM.read_bytes()), (drawn, blank.read_bytes())):
+        after = form.read_bytes()
+        expect(after.startswith(before) and b"/NeedAppearances" not in after[len(before):], f"{form.name}: an update")
+        for program, text in page_texts(form):
+            same(f"{form.name}: not seen by {program}", [part for part in SEEN if part not in text], [])
+        if shutil.which("qpdf"):
+            same("qpdf", peers.qpdf_check(form), (0, 0))
+    expect(b"/Tx BMC" not in blank.read_bytes()[FORM.stat().st_size:], "left to viewers")
+
+
+def test_the_second_filling_adds_what_changed(folder):
+    first, status, err = fill(folder, VALUES)
+    same("first", (status, err), (0, ""))
+    size = first.stat().st_size
+    same("the same values", fill(folder, VALUES, form=first, name="same.pdf")[0].read_bytes(), first.read_bytes())
+    second = fill(folder, {"adherent.ville": "Paris"}, form=first, name="second.pdf")[0].read_bytes()
+    added = second[size:]
+    expect(second.startswith(first.read_bytes()) and b"FontFile" not in added and added.count(b" obj") == 2,
+           "a value and its appearance", added)
+
+
+def test_fonts_that_are_named(folder):
+    (folder / "font.ttf").write_text("no font")
+    values = {"adherent.nom": "\u03c9"}
+    path, status, err = fill(folder, values, "--font", folder / "font.ttf")
+    same("no font", (status, err, path.exists()), (2, f"zforms: {folder / 'font.ttf'}: is not a font file\n", False))
+    fonts = [font for font in (DEJAVU / "DejaVuSansMono-Bold.ttf", DEJAVU / "DejaVuSerif-Bold.ttf") if font.exists()]
+    for font in fonts:
+        others = [option for other in fonts if other != font for option in ("--font", other)]
+        path, status, err = fill(folder, values, "--font", font, *others)
+        expect(status == 0 and f"+{font.stem}".encode() in path.read_bytes(), f"in {font.stem}", err)
 
 
 def test_what_does_not_fit_is_said(folder):
-    form = filled(folder, {"adherent.nom": "W" * 60})
-    status, _, err = zforms("draw", form, "-o", folder / "drawn.pdf")
-    expect(status == 3 and 'field "adherent.nom": ' in err and "of 60 characters do not fit" in err, "said", (status, err))
+    for command in (["fill", FORM, folder / "data.json"], ["draw", fill(folder, {"adherent.nom": "W" * 60}, "--draw", "no")[0]]):
+        status, _, err = zforms(*command, "-o", folder / "drawn.pdf")
+        expect(status == 3 and 'field "adherent.nom": ' in err and "of 60 characters do not fit" in err, "said", (status, err))
 
 
 def test_signatures_are_respected(folder):

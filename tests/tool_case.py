@@ -64,7 +64,7 @@ def odd_form(path):
         return {"N": {on: document.add({}, b""), "Off": document.add({}, b"")}}
 
     def widget(**entries):
-        return {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(page), **entries}
+        return {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 90, 60], "P": Ref(page), **entries}
 
     fields = [
         document.add(widget(FT=Name("Ch"), Ff=MULTI_SELECT, T=Text("liste"), I=[1], V=Text("B"), DA=Text("/H 9 Tf"),

@@ -1,6 +1,7 @@
 #include "zforms/form.h"
 
 #include <algorithm>
+#include <functional>
 #include <set>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include "zforms/acroform/field_report.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/filling/filling_guard.h"
+#include "zforms/filling/form_drawing.h"
 #include "zforms/filling/form_export.h"
 #include "zforms/filling/form_files.h"
 #include "zforms/filling/form_values.h"
@@ -49,6 +51,9 @@ struct ZForm::Implementation {
   void Fill(const ZXFDF& data, uint64_t line);
   void TakeFaults(const Chaine& where);
   void EndFilling();
+  void EndChange();
+  FormDrawing& Drawing();
+  bool Save(const std::function<bool()>& save);
   void Say(Severity severity, About about, std::string text, Remedy remedy = Remedy::kNone) {
     messages.push_back({severity, about, std::move(text), remedy});
   }
@@ -64,6 +69,10 @@ struct ZForm::Implementation {
   std::unique_ptr<FillingGuard> guard;  // null until something is to be filled
   bool may_fill = false;
   bool ended = false;  // what goes with the change is gone, and said
+  bool draws = false;
+  ZDrawingFonts fonts;
+  std::unique_ptr<FormDrawing> drawing;  // null until something is to be drawn after Open and after Save
+  PTableau<ZAcroFormField*> changed;     // fields with a new value that is not drawn
   // Knows the values that fields held when it was made, so each field is filled once by it.
   std::unique_ptr<ZCheckedFiller> filler;
   std::set<std::string> filled_names;
@@ -73,7 +82,11 @@ struct ZForm::Implementation {
 bool ZForm::Implementation::Open(const FormSource& source, const ZFormOptions& options) {
   if (!OpenForm(source, options.password, options.recover, form, &messages)) return false;
   filler.reset();
+  drawing.reset();
+  changed.clear();
   guard.reset();
+  draws = options.draw;
+  fonts = options.fonts;
   guard_options = {options.keep_xfa, options.force};
   ended = false;
   said_of_file.clear();
@@ -89,7 +102,9 @@ bool ZForm::Implementation::MayFill() {
   return may_fill;
 }
 
+// Also takes note of what changed.
 void ZForm::Implementation::TakeFaults(const Chaine& where) {
+  for (ZAcroFormField* field : filler->TakeChanged()) changed.push_back(field);
   for (; faults_taken < filler->Faults().size(); faults_taken++) {
     const ZCheckedFiller::Fault fault = filler->Faults()[faults_taken];
     const auto rule = fault.is_unknown ? nullptr : filler->RuleOf(fault.field);
@@ -114,14 +129,37 @@ void ZForm::Implementation::MakeFiller() {
   faults_taken = 0;
 }
 
-// Takes out what the change puts out of date.
+FormDrawing& ZForm::Implementation::Drawing() {
+  if (drawing == nullptr) drawing = std::make_unique<FormDrawing>(form, fonts, guard.get());
+  return *drawing;
+}
+
+// The existing appearances show the old values.
 void ZForm::Implementation::EndFilling() {
-  if (guard == nullptr || ended || form.Parser()->ModifiedObjects().empty()) return;
-  ended = true;
-  // The existing appearances show the old values.
-  if (!form.NeedAppearances()) form.SetNeedAppearances(true);
+  if (guard == nullptr || (ended && changed.empty()) || form.Parser()->ModifiedObjects().empty()) return;
+  if (draws) {
+    Drawing().Draw(std::exchange(changed, {}), &messages);
+  } else if (!form.NeedAppearances()) {
+    form.SetNeedAppearances(true);
+  }
+  EndChange();
+}
+
+// Takes out what the change puts out of date.
+void ZForm::Implementation::EndChange() {
+  changed.clear();
+  if (std::exchange(ended, true)) return;
   guard->Drop(form);
   guard->SayWhatGoes(&messages);
+}
+
+bool ZForm::Implementation::Save(const std::function<bool()>& save) {
+  if (form.Parser() == nullptr) return Fail(About::kForm, "no document is open");
+  EndFilling();
+  filler.reset();
+  // Saving as a new file may renumber objects, which a drawing refers to.
+  drawing.reset();
+  return save();
 }
 
 ZForm::ZForm() : implementation_(std::make_unique<Implementation>()) {}
@@ -211,24 +249,29 @@ std::string ZForm::Export(ExportFormat format, bool all) {
   return text.ToString();
 }
 
+bool ZForm::Draw() {
+  Implementation& own = *implementation_;
+  if (!own.MayFill()) return false;
+  const bool is_complete = own.Drawing().DrawAll(&own.messages);
+  if (!own.form.Parser()->ModifiedObjects().empty()) own.EndChange();
+  return is_complete;
+}
+
 bool ZForm::Save(const std::string& path, SaveAs mode) {
   Implementation& own = *implementation_;
-  if (own.form.Parser() == nullptr) return own.Fail(About::kForm, "no document is open");
-  own.EndFilling();
-  own.filler.reset();
-  return SaveForm(own.form, path, {mode == SaveAs::kNewFile, own.guard_options.force}, &own.messages);
+  const SaveOptions options{mode == SaveAs::kNewFile, own.guard_options.force};
+  return own.Save([&] { return SaveForm(own.form, path, options, &own.messages); });
 }
 
 bool ZForm::SaveBytes(std::string* bytes, SaveAs mode) {
   Implementation& own = *implementation_;
-  if (own.form.Parser() == nullptr) return own.Fail(About::kForm, "no document is open");
-  own.EndFilling();
-  own.filler.reset();
-  Chaine saved;
   const SaveOptions options{mode == SaveAs::kNewFile, own.guard_options.force};
-  if (!SaveForm(own.form, options, &saved, &own.messages)) return false;
-  *bytes = saved.ToString();
-  return true;
+  return own.Save([&] {
+    Chaine saved;
+    if (!SaveForm(own.form, options, &saved, &own.messages)) return false;
+    *bytes = saved.ToString();
+    return true;
+  });
 }
 
 ZFormMessages ZForm::TakeMessages() {

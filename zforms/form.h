@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "zforms/acroform/form_field.h"
+#include "zforms/appearance/drawing_fonts.h"
 #include "zforms/filling/export_format.h"
 #include "zforms/filling/form_message.h"
 #include "zforms/platform/base/export.h"
@@ -23,6 +24,8 @@ struct ZFORMS_API ZFormOptions {
   // Make the changes that signatures forbid; these are then no longer valid. Write a new file even when pages or the
   // form lose what cannot be read.
   bool force = false;
+  bool draw = false;         // draw the fields that are filled in (see Draw), instead of asking viewers to do so
+  ZDrawingFonts fonts = {};  // for characters that the form's own fonts lack
 };
 
 // ZForm is a PDF form for the common host: open it, list its fields, fill it, save it. Texts and paths are UTF-8. The
@@ -75,6 +78,12 @@ class ZFORMS_API ZForm {
   // when nothing could be filled: the data cannot be read, the document has no form, or it forbids every change.
   bool Fill(std::string_view data, const std::string& name = {});
   bool FillFromFile(const std::string& path);
+
+  // Draws all fields, so that every viewer shows their values without drawing them itself; what does not fit or has no
+  // font is a warning. With the option `draw` what was filled in is drawn as well, after Fill and before Save: those
+  // fields, or all when the form asks viewers to draw them ("/NeedAppearances"). That request then goes; it stays where
+  // a field could not be drawn completely. False when that is so, or when the document forbids every change.
+  bool Draw();
 
   // The values of the exported fields in a format: XFDF and FDF with the identifiers of the document, and its file;
   // JSON as one object; CSV as the names and one row. Empty, with a failure, for a document without a form.

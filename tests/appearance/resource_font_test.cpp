@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tests/support/font_text.h"
 #include "tests/support/form_text.h"
+#include "zforms/appearance/fonts/added_objects.h"
 #include "zforms/appearance/fonts/font_resources.h"
 #include "zforms/platform/base/number.h"
 
@@ -51,13 +53,15 @@ class FontDocument {
     text_.Field(10, "<</FT/Tx/T(a)>>").Infos("/DR<</Font<</F 20 0 R>>>>").Object(20, font);
     for (size_t i = 0; i < objects.size(); i++) text_.Object(static_cast<uint32_t>(21 + i), objects[i]);
     form_ = text_.Form();
-    fonts_ = std::make_unique<FontResources>(form_.Parser());
+    added_.emplace(form_.Parser());
+    fonts_ = std::make_unique<FontResources>(&*added_);
   }
   ResourceFont& Font() { return *fonts_->Find(*form_.Fields().Get("a"), "F"); }
 
  private:
   FormText text_;
   ZAcroForm form_;
+  std::optional<AddedObjects> added_;
   std::unique_ptr<FontResources> fonts_;
 };
 
@@ -361,7 +365,8 @@ TEST(FontResources, FindsTheFontOfADefaultAppearance) {
           .Object(23, Stream("", "/Resources<</Font<</Own 22 0 R/Form 22 0 R>>>>"))
           .Object(25, "25 0 R")
           .Form();
-  FontResources fonts(form.Parser());
+  AddedObjects added(form.Parser());
+  FontResources fonts(&added);
   ZAcroForm::Field& widget = *form.Fields().Get("own")->GetAt(0);
   ZAcroForm::Field& odd = *form.Fields().Get("odd");
   const struct {
@@ -392,7 +397,7 @@ TEST(FontResources, FindsTheFontOfADefaultAppearance) {
         each.expected);
     EXPECT_EQ(fonts.Find(each.field, each.name), found);
   }
-  ASSERT_EQ(fonts.Added().size(), 4U);
+  ASSERT_EQ(added.Used().size(), 4U);
   EXPECT_EQ(ObjectOf(form, 26), "<</Type/Font/Subtype/Type1/BaseFont/Helvetica/Encoding/WinAnsiEncoding>>");
   EXPECT_EQ(ObjectOf(form, 29), "<</Type/Font/Subtype/Type1/BaseFont/ZapfDingbats>>");
   // A dictionary is read once, whatever name leads to it.

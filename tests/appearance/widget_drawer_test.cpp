@@ -4,6 +4,7 @@
 
 #include "tests/support/fake_font.h"
 #include "tests/support/form_text.h"
+#include "zforms/appearance/fonts/added_objects.h"
 #include "zforms/appearance/marked_text.h"
 
 namespace zforms {
@@ -75,7 +76,8 @@ struct Drawn {
   explicit Drawn(const FormText& text) : form(text.Form()) { Draw(); }
   void Draw() {
     FakeFonts fonts;
-    WidgetDrawer drawer(form.Parser(), fonts, &notes);
+    AddedObjects added(form.Parser());
+    WidgetDrawer drawer(&added, fonts, &notes);
     uint32_t index = 0;
     for (ZAcroFormField* widget : form.Fields()[0]->Widgets()) is_complete &= drawer.Draw(*widget, index++);
   }

@@ -172,6 +172,82 @@ TEST(Form, WhatCannotBeDoneIsSaid) {
   EXPECT_FALSE(unopened.SaveBytes(&saved) || unopened.SetValue("a", "b") || !unopened.Fields().empty());
 }
 
+// Three texts, two of them of one name, and a list; a signature that locks the last text.
+FormText Drawn() {
+  const std::string text = "<</FT/Tx/Subtype/Widget/Rect[0 0 100 20]/DA(/Helv 10 Tf)";
+  FormText form;
+  form.Field(10, text + "/T(a)/V(old)>>").Field(11, text + "/T(a)>>").Field(12, text + "/T(b)/V(kept)>>");
+  return std::move(form.Field(13, text + "/T(c)/V(locked)>>"));
+}
+
+// What is filled in is drawn; all is drawn where viewers were asked to draw, who are then asked no more.
+TEST(Form, WhatIsFilledInIsDrawn) {
+  const std::string lock = "/Reference[<</TransformMethod/FieldMDP/TransformParams<</Action/Include/Fields[(c)]>>>>]";
+  const struct {
+    const char* what;
+    bool asked;
+    bool draws;
+    bool all;  // by Draw
+    std::string value;
+    std::string drawn;  // the objects of the widgets with an appearance, by their last digits
+    bool asked_after;
+    const char* said;
+  } cases[] = {
+      {"what changed", false, true, false, "new", "01", false, ""},
+      {"nothing changed", true, true, false, "old", "", true, ""},
+      {"all but what is locked", true, true, false, "new", "012", false, ""},
+      {"all, by the host", false, false, true, "new", "012", false, ""},
+      {"a character without a font", true, true, false, "x\xCD\xB8", "012", true,
+       "wo0: field \"a\": no font has the character \"\xCD\xB8\" (U+0378)|no0: not all could be drawn"},
+      {"the same, never asked", false, true, false, "x\xCD\xB8", "01", false, "wo0: field \"a\": no font has"},
+      {"what does not fit", true, true, false, std::string(40, 'W'), "012", false,
+       "wo0: field \"a\": 30 of 40 characters do not fit"},
+      {"by viewers", false, false, false, "new", "", true, ""},
+  };
+  for (const auto& one : cases) {
+    SCOPED_TRACE(one.what);
+    FormText text = Drawn();
+    if (one.asked) text.Infos("/NeedAppearances true");
+    text.Field(14, "<</FT/Sig/T(s)/V 15 0 R>>").Object(15, "<</Type/Sig/Contents<00>" + lock + ">>");
+    ZForm form, again;
+    ASSERT_TRUE(form.OpenBytes(BytesOf(text), {.draw = one.draws}));
+    EXPECT_TRUE(form.SetValue("a", one.value));
+    EXPECT_TRUE(!one.all || form.Draw());
+    std::string saved;
+    ASSERT_TRUE(form.SaveBytes(&saved));
+    const std::string said = Said(form);
+    EXPECT_TRUE(*one.said == '\0' ? said.empty() : said.starts_with(one.said)) << said;
+    ASSERT_TRUE(again.OpenBytes(saved));
+    std::string drawn;
+    for (uint32_t i = 0; i < 4; i++) {
+      if (ObjectOf(again.Document(), 10 + i).find("/AP") != std::string::npos) drawn += std::to_string(i);
+    }
+    EXPECT_EQ(drawn, one.drawn);
+    EXPECT_EQ(again.Document().NeedAppearances(), one.asked_after);
+  }
+}
+
+// A value that is filled in after a drawing is drawn by the same objects, and one after a save asks viewers again.
+TEST(Form, IsDrawnAndFilledAgain) {
+  ZForm form;
+  ASSERT_TRUE(form.OpenBytes(BytesOf(Drawn()), {.draw = true}));
+  std::string saved, more;
+  EXPECT_TRUE(form.Fill("{\"b\": \"\xCE\xB1\"}"));
+  const uint32_t objects = form.Document().Parser()->FreeNumber();
+  EXPECT_TRUE(form.Fill("{\"b\": \"\xCE\xB2\"}"));
+  EXPECT_EQ(form.Document().Parser()->FreeNumber(), objects);
+  ASSERT_TRUE(form.SaveBytes(&saved) && form.SaveBytes(&more));
+  EXPECT_EQ(saved, more);
+  EXPECT_TRUE(form.Fill("{\"b\": \"kept\"}") && form.SaveBytes(&more));
+  EXPECT_TRUE(more.starts_with(saved) && more.find("FontFile", saved.size()) == std::string::npos);
+  ZForm other;
+  ASSERT_TRUE(other.OpenBytes(BytesOf(Drawn())));
+  EXPECT_TRUE(other.SetValue("b", "x") && other.Draw() && other.SaveBytes(&saved));
+  EXPECT_FALSE(other.Document().NeedAppearances());
+  EXPECT_TRUE(other.SetValue("b", "y") && other.SaveBytes(&saved));
+  EXPECT_TRUE(other.Document().NeedAppearances());
+}
+
 TEST(Form, SetValueUTF8TakesTextWhereSetValueTakesBytes) {
   ZAcroForm form = Sample().Form();
   form.Fields().Get("name")->SetValueUTF8(kName);

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/forms/drawing_options.h"
 #include "zforms/filling/filling_guard.h"
 
 namespace zforms::tool {
@@ -24,6 +25,7 @@ struct BatchOptions {
   bool overwrite = false;
   bool recover = false;
   GuardOptions guard;
+  DrawingOptions drawing;
 };
 
 }  // namespace zforms::tool

@@ -13,6 +13,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+// So many warnings are in the report; their number tells how many there were.
+constexpr size_t kMostWarnings = 10000;
 constexpr auto kProgressInterval = std::chrono::milliseconds(200);
 
 std::string Dump(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
@@ -78,6 +80,14 @@ void BatchReport::Failed(const Row& row, const std::string& field, const std::st
   failed_++;
 }
 
+void BatchReport::Warned(const Row& row, const std::string& file, const std::string& what) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  ClearProgress();
+  console_.Warn("line " + std::to_string(row.line) + ": " + what);
+  if (file_.is_open() && warnings_.size() < kMostWarnings) warnings_.push_back({row.line, row.number, file, what});
+  warned_++;
+}
+
 void BatchReport::ShowProgress() {
   if (!on_terminal_ || Clock::now() - shown_ < kProgressInterval) return;
   shown_ = Clock::now();
@@ -117,6 +127,13 @@ void BatchReport::Finish(const BatchOptions& options, bool stopped, unsigned job
   member("filled", filled_);
   member("filled_before", found_);
   member("failed", failed_);
+  member("warned", warned_);
+  Json warnings = Json::array();
+  for (const Warning& warning : warnings_) {
+    warnings.push_back(
+        {{"line", warning.line}, {"row", warning.row}, {"file", warning.file}, {"message", warning.what}});
+  }
+  member("warnings", warnings);
   member("stopped", stopped);
   member("jobs", jobs);
   member("seconds", seconds, true);

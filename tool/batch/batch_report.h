@@ -5,6 +5,7 @@
 #include <fstream>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "tool/base/console.h"
 #include "zforms/filling/row.h"
@@ -24,6 +25,8 @@ class BatchReport {
   bool Open(const std::string& path);
 
   void Filled();
+  // Prints a warning about a row that is filled.
+  void Warned(const Row& row, const std::string& file, const std::string& what);
   // Counts a row that was filled in an earlier run.
   void Found();
   void Failed(const Row& row, const std::string& field, const std::string& file, const std::string& what);
@@ -36,6 +39,12 @@ class BatchReport {
 
  private:
   using Clock = std::chrono::steady_clock;
+
+  // A row of data, for the report.
+  struct Warning {
+    uint64_t line, row;
+    std::string file, what;
+  };
 
   void ShowProgress();
   void ClearProgress();
@@ -51,6 +60,8 @@ class BatchReport {
   uint64_t filled_ = 0;
   uint64_t found_ = 0;
   uint64_t failed_ = 0;
+  uint64_t warned_ = 0;
+  std::vector<Warning> warnings_;
   std::string path_;
   std::ofstream file_;
 };

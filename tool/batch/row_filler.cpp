@@ -2,15 +2,16 @@
 
 namespace zforms::tool {
 
-RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard)
-    : plan_(plan), match_(plan), press_(form, plan.FieldNames(), guard) {}
+RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
+                     const std::optional<ZDrawingFonts>& fonts)
+    : plan_(plan), match_(plan), press_(form, plan.FieldNames(), guard, fonts) {}
 
-Chaine RowFiller::Fill(const Row& row) {
+Chaine RowFiller::Fill(const Row& row, ZFormMessages* messages) {
   values_.clear();
   for (size_t i = 0; i < plan_.Fields().size(); i++) {
     if (const Cell* value = match_.ValueOf(row, i)) values_.push_back({i, TextsOf(*value)});
   }
-  return press_.Fill(values_);
+  return press_.Fill(values_, messages);
 }
 
 }  // namespace zforms::tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,10 +14,12 @@ namespace zforms::tool {
 // thread; the plan and the guard are shared and must outlive it.
 class RowFiller {
  public:
-  RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard);
+  // See FormPress about the fonts.
+  RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
+            const std::optional<ZDrawingFonts>& fonts);
 
-  // The form filled with the values of the row, which the fields must accept.
-  Chaine Fill(const Row& row);
+  // The form filled with the values of the row, which the fields must accept. What could not be drawn is said.
+  Chaine Fill(const Row& row, ZFormMessages* messages);
 
  private:
   const BatchPlan& plan_;

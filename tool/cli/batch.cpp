@@ -5,6 +5,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "tool/base/files.h"
@@ -88,6 +89,7 @@ class BatchRun {
   Console& console_;
   ZAcroForm form_;
   std::unique_ptr<FillingGuard> guard_;
+  std::optional<ZDrawingFonts> fonts_;  // absent when viewers draw
   int form_status_ = kDone;
   bool forbidden_ = false;
   BatchPlan plan_;
@@ -106,6 +108,7 @@ class BatchRun {
 
 bool BatchRun::Prepare() {
   Console form_console(options_.file);
+  if (options_.drawing.draw && !OpenFonts(options_.drawing, &fonts_.emplace())) return false;
   if (!KeepsInputs(options_.report, {options_.data, options_.file, options_.maps}, console_)) return false;
   if (!OpenFormWithFields(options_.file, options_.password, form_, form_console, options_.recover)) return false;
   if (!Guard() || !MakeWhole(form_console)) return false;
@@ -174,6 +177,8 @@ bool BatchRun::PrepareFolder() {
   job = StableHash(options_.name, job);
   if (options_.guard.keep_xfa) job = StableHash("--xfa keep", job);
   if (options_.guard.force) job = StableHash("--force", job);
+  job = StableHash(options_.drawing.draw ? "drawn" : "--draw no", job);
+  for (const std::string& font : options_.drawing.fonts) job = StableHash(font, job);
   for (const BatchField& field : plan_.Fields()) {
     job = StableHash(field.name + "\n" + field.full_column + "\n" + field.column + "\n" + field.constant.text, job);
   }
@@ -262,8 +267,13 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
 
 void BatchRun::Fill(const Task& task, RowFiller& filler, unsigned number) {
   std::string error = "the form cannot be filled";
-  const Chaine bytes = filler.Fill(task.row);
+  ZFormMessages messages;
+  const Chaine bytes = filler.Fill(task.row, &messages);
   if (!bytes.IsEmpty() && folder_.Write(task.seat, number, bytes, &error)) {
+    for (const ZFormMessage& message : messages) {
+      if (message.severity == ZFormMessage::Severity::kNote) continue;
+      report_.Warned(task.row, task.seat.name, message.text);
+    }
     report_.Filled();
   } else {
     Fail(task.row, {}, task.seat.name, "its file \"" + task.seat.name + "\": " + error);
@@ -281,7 +291,7 @@ int BatchRun::Run() {
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
   const unsigned jobs = std::min(options_.jobs == 0 ? cores : options_.jobs, kMostJobs);
   std::deque<RowFiller> fillers;
-  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_, *guard_);
+  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_, *guard_, fonts_);
   std::vector<std::thread> threads;
   for (unsigned i = 1; i < jobs; i++) threads.emplace_back([this, i, &fillers] { Work(i, fillers[i]); });
   Work(0, fillers[0]);

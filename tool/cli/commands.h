@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tool/batch/batch_options.h"
+#include "tool/forms/drawing_options.h"
 #include "zforms/filling/export_format.h"
 #include "zforms/filling/filling_guard.h"
 
@@ -29,6 +30,7 @@ struct FillOptions {
   std::string password;
   bool recover = false;
   GuardOptions guard;
+  DrawingOptions drawing;
 };
 int RunFill(const FillOptions& options);
 
@@ -77,6 +79,7 @@ struct DrawOptions {
   std::string password;
   bool recover = false;
   bool force = false;
+  DrawingOptions drawing;
 };
 int RunDraw(const DrawOptions& options);
 

@@ -3,6 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <string>
+#include <vector>
+
+#include "tool/forms/drawing_options.h"
 
 namespace zforms::tool {
 
@@ -14,6 +17,26 @@ inline void AddFile(CLI::App* command, std::string* file) {
 
 inline void AddPassword(CLI::App* command, std::string* password) {
   command->add_option("--password", *password, "The user password that opens an encrypted file.");
+}
+
+inline void AddFonts(CLI::App* command, std::vector<std::string>* fonts) {
+  command
+      ->add_option("--font", *fonts,
+                   "A font file for characters that the form's own fonts lack; it comes before the fonts of the "
+                   "system. May be given several times.")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
+}
+
+inline void AddDrawing(CLI::App* command, DrawingOptions* drawing) {
+  command
+      ->add_option_function<std::string>(
+          "--draw", [drawing](const std::string& what) { drawing->draw = what == "yes"; },
+          "\"yes\" draws the fields that change, and all fields of a form that asks viewers to draw them; \"no\" "
+          "leaves the drawing to viewers, which not all of them do.")
+      ->check(CLI::IsMember({"yes", "no"}))
+      ->default_str("yes");
+  AddFonts(command, &drawing->fonts);
 }
 
 inline void AddForce(CLI::App* command, bool* force) {

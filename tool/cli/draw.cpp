@@ -2,21 +2,20 @@
 #include "tool/cli/commands.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
-#include "zforms/acroform/form_infos.h"
-#include "zforms/appearance/field_drawer.h"
-#include "zforms/pdf/dictionary_node.h"
+#include "zforms/filling/form_drawing.h"
 
 namespace zforms::tool {
 
 int RunDraw(const DrawOptions& options) {
   Console console(options.file);
+  ZDrawingFonts fonts;
+  if (!OpenFonts(options.drawing, &fonts)) return kFailed;
   ZAcroForm form;
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
   if (!GuardChange(form, {true, options.force}, console)) return console.Finish();
-  ZFieldDrawer drawer(form);
-  // Viewers are no longer asked to draw, unless they may show what could not be drawn here.
-  if (drawer.DrawAll() && form.NeedAppearances()) form.Infos()->Dico()->RemoveValue("/NeedAppearances");
-  console.WarnAll(drawer.Diagnostics());
+  ZFormMessages messages;
+  FormDrawing(form, fonts).DrawAll(&messages);
+  Say(messages, console);
   SaveForm(options.output, form, {false, options.force}, console);
   return console.Finish();
 }

@@ -13,9 +13,12 @@ int RunFill(const FillOptions& options) {
     return console.Finish();
   }
   if (!KeepsInputs(options.output, {options.data}, console)) return console.Finish();
+  ZDrawingFonts fonts;
+  if (!OpenFonts(options.drawing, &fonts)) return kFailed;
   ZForm form;
   Console data_console(options.data);
-  const ZFormOptions form_options{options.password, options.recover, options.guard.keep_xfa, options.guard.force};
+  const ZFormOptions form_options{options.password,    options.recover,      options.guard.keep_xfa,
+                                  options.guard.force, options.drawing.draw, fonts};
   if (!OpenForm(options.file, form_options, form, console)) return console.Finish();
   if (!form.HasForm()) {
     console.Fail(WhyNoFields(form.Document()));

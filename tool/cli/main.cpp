@@ -117,6 +117,7 @@ class CommandLine {
     AddPassword(command, &fill_.password);
     AddRecover(command, &fill_.recover);
     AddGuard(command, &fill_.guard);
+    AddDrawing(command, &fill_.drawing);
   }
 
   static void AddGuard(CLI::App* command, GuardOptions* guard) {
@@ -221,6 +222,7 @@ class CommandLine {
     AddPassword(command, &batch_.password);
     AddRecover(command, &batch_.recover);
     AddGuard(command, &batch_.guard);
+    AddDrawing(command, &batch_.drawing);
   }
 
   void AddCheck() {
@@ -245,6 +247,7 @@ class CommandLine {
     AddPassword(command, &draw_.password);
     AddRecover(command, &draw_.recover);
     AddForce(command, &draw_.force);
+    AddFonts(command, &draw_.drawing.fonts);
   }
 
   void AddRewrite() {

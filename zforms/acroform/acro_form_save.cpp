@@ -115,6 +115,16 @@ PTableau<ZPDFObjectIdentifier> IdentifiersOf(const ZPDFObjectList& objects) {
 // The header line. A header without a version is replaced, so that it is not copied from file to file.
 Chaine HeaderFor(const ZPDFParser& parser) { return parser.NamesVersion() ? parser.PDFVersion() : "%PDF-1.7"; }
 
+// The number of a new object behind those that have a value. An object without one is only there to be used again.
+uint32_t NumberBehind(const ZPDFParser& parser) {
+  const ZPDFLocations& locations = parser.ObjectLocations();
+  auto end = locations.end();
+  while (end != locations.begin() && (end - 1)->object != nullptr && (end - 1)->object->Size() == 0) --end;
+  if (end == locations.end()) return parser.FreeNumber();
+  const uint32_t next = end == locations.begin() ? 1 : (end - 1)->id.Number() + 1;
+  return std::max(next, parser.TrailerDico()->GetUIntValue("/Size"));
+}
+
 }  // namespace
 
 bool ZAcroForm::Save(const Chaine& path) {
@@ -170,7 +180,7 @@ Chaine ZAcroForm::UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects)
   ZPDFUpdater updater;
   updater.SetRawData(raw_data_, xref_offset_);
   for (const ZPDFNodeIndirectObject* object : objects) updater.AddNode(object);
-  updater.SetXrefStream(parser_->XRefIsStream() ? parser_->FreeNumber() : 0);
+  updater.SetXrefStream(parser_->XRefIsStream() ? NumberBehind(*parser_) : 0);
   updater.SetTrailer(UpdateTrailer(*parser_->TrailerDico()).get());
   Chaine bytes;
   ZInetChaineOStream out(bytes);

@@ -8,8 +8,8 @@ class ZAcroFormField;
 
 // How filling writes texts; for the library's sources.
 
-// The keys that filling sets or removes in fields and widgets, and, the last, in the form.
-inline constexpr const char* kFilledKeys[] = {"/V", "/AS", "/RV", "/I", "/NeedAppearances"};
+// The keys that filling and drawing set or remove: in fields and widgets, in the form, and, the last, in the trailer.
+inline constexpr const char* kFilledKeys[] = {"/V", "/AS", "/RV", "/I", "/AP", "/NeedAppearances", "/Size"};
 
 // True when two UTF-8 texts differ at most in the kind of their line ends.
 bool IsSameText(const Chaine& a, const Chaine& b);

@@ -169,7 +169,7 @@ void AppearanceStore::SetNormal(ZPDFNodeDictionary* widget, const NewAppearance&
   const bool is_same = IsSame(NormalStream(*widget), *stream);
   if (!is_same) {
     ZPDFNodeIndirectObject*& object = made_[widget];
-    if (object == nullptr) object = parser_->AddIndirectObject();
+    if (object == nullptr) object = added_->Add();
     object->SetChild(stream.release());
     ZPDFNodeDictionary* own = OwnAppearances(widget);
     const auto* reference = NodeCast<ZPDFNodeIndirectReference>(own->GetDirect("/N"));
@@ -190,7 +190,7 @@ void AppearanceStore::SetState(ZPDFNodeDictionary* widget, const Chaine& state, 
     states = shared == nullptr ? new ZPDFNodeDictionary(parser_) : shared->Clone();
     own->SetValue("/N", states);
   }
-  ZPDFNodeIndirectObject* object = parser_->AddIndirectObject();
+  ZPDFNodeIndirectObject* object = added_->Add();
   object->SetChild(MakeStream(appearance));
   states->SetValue("/" + state, object->AllocReference());
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "zforms/appearance/fonts/added_objects.h"
 #include "zforms/appearance/marked_text.h"
 #include "zforms/appearance/widget_style.h"
 #include "zforms/platform/base/chaine.h"
@@ -42,7 +43,7 @@ struct NewAppearance {
 class AppearanceStore {
  public:
   // `work` is what may still be done, in bytes: see FieldWork.
-  AppearanceStore(ZPDFParser* parser, size_t* work) : parser_(parser), work_(work) {}
+  AppearanceStore(AddedObjects* added, size_t* work) : added_(added), parser_(added->Document()), work_(work) {}
 
   // "/N" where it is one stream; null otherwise.
   static const ZPDFNodeStream* NormalStream(const ZPDFNodeDictionary& widget);
@@ -61,6 +62,7 @@ class AppearanceStore {
   // The widget's own "/AP", made where it is absent or may be shared.
   ZPDFNodeDictionary* OwnAppearances(ZPDFNodeDictionary* widget) const;
 
+  AddedObjects* added_;
   ZPDFParser* parser_;
   size_t* work_;
   // The objects that were made here for "/N", which are the widget's alone.

@@ -1,5 +1,8 @@
 #include "zforms/appearance/field_drawer.h"
 
+#include <optional>
+#include <utility>
+
 #include "zforms/acroform/acro_form.h"
 #include "zforms/appearance/form_fonts.h"
 #include "zforms/appearance/widget_drawer.h"
@@ -7,42 +10,55 @@
 namespace zforms {
 
 struct ZFieldDrawer::Hidden {
-  explicit Hidden(ZAcroForm& drawn) : form(drawn), fonts(drawn.Parser()), widgets(drawn.Parser(), fonts, &notes) {}
+  Hidden(ZAcroForm& drawn, std::shared_ptr<FontLibrary> library)
+      : form(drawn), added(drawn.Parser()), fonts(&added, std::move(library)) {
+    widgets.emplace(&added, fonts, &notes);
+  }
 
-  bool DrawBelow(ZAcroFormFieldCollection& fields) {
+  void Restart() {
+    notes.Clear();
+    widgets.emplace(&added, fonts, &notes);
+    fonts.Restart();
+    added.Restart();
+  }
+
+  bool Draw(ZAcroFormField& field) {
+    bool is_complete = true;
+    size_t index = 0;
+    for (ZAcroFormField* widget : field.Widgets()) is_complete &= widgets->Draw(*widget, index++);
+    return is_complete;
+  }
+
+  // Kids without a name are widgets of the field above them.
+  bool DrawBelow(ZAcroFormFieldCollection& fields, bool are_kids) {
     bool is_complete = true;
     for (uint32_t i = 0; i < fields.Size(); i++) {
       ZAcroFormField& field = *fields.GetAt(i);
-      if (field.IsWidget()) is_complete &= widgets.Draw(field, i);
-      is_complete &= DrawBelow(field);
+      if (!are_kids || !field.Name().IsEmpty()) is_complete &= Draw(field);
+      is_complete &= DrawBelow(field, true);
     }
     return is_complete;
   }
 
   ZAcroForm& form;
   ZDiagnostics notes;
+  AddedObjects added;
   FormFonts fonts;
-  WidgetDrawer widgets;
+  std::optional<WidgetDrawer> widgets;
 };
 
-ZFieldDrawer::ZFieldDrawer(ZAcroForm& form) {
+ZFieldDrawer::ZFieldDrawer(ZAcroForm& form, const ZDrawingFonts& fonts) {
   // A form that is not loaded has no fields to draw.
-  if (form.Parser() != nullptr) hidden_ = std::make_unique<Hidden>(form);
+  if (form.Parser() != nullptr) hidden_ = std::make_unique<Hidden>(form, fonts.library_);
 }
 
 ZFieldDrawer::~ZFieldDrawer() = default;
 
-bool ZFieldDrawer::Draw(ZAcroFormField& field) {
-  if (hidden_ == nullptr) return false;
-  bool is_complete = true;
-  size_t index = 0;
-  for (ZAcroFormField* widget : field.Widgets()) is_complete &= hidden_->widgets.Draw(*widget, index++);
-  return is_complete;
-}
+bool ZFieldDrawer::Draw(ZAcroFormField& field) { return hidden_ != nullptr && hidden_->Draw(field); }
 
 bool ZFieldDrawer::DrawAll() {
   if (hidden_ == nullptr) return false;
-  const bool is_complete = hidden_->DrawBelow(hidden_->form.Fields());
+  const bool is_complete = hidden_->DrawBelow(hidden_->form.Fields(), false);
   return Finish() && is_complete;
 }
 
@@ -50,6 +66,14 @@ bool ZFieldDrawer::Finish() {
   if (hidden_ == nullptr || hidden_->fonts.Finish()) return true;
   hidden_->notes.Warn("a font cannot be embedded: texts that were drawn in it are not seen");
   return false;
+}
+
+std::span<ZPDFNodeIndirectObject* const> ZFieldDrawer::Added() const {
+  return hidden_ == nullptr ? std::span<ZPDFNodeIndirectObject* const>() : hidden_->added.Used();
+}
+
+void ZFieldDrawer::Restart() {
+  if (hidden_ != nullptr) hidden_->Restart();
 }
 
 const ZDiagnostics& ZFieldDrawer::Diagnostics() const {

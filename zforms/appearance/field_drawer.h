@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
+#include "zforms/appearance/drawing_fonts.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/export.h"
 
@@ -10,6 +12,7 @@ namespace zforms {
 class ZAcroForm;
 class ZAcroFormField;
 class ZDiagnostics;
+class ZPDFNodeIndirectObject;
 
 // ZFieldDrawer draws the values of a form's fields, so that every viewer shows them and none has to draw them itself:
 // each widget gets an appearance stream ("/AP" "/N", ISO 32000-1 12.7.3.3 and 12.5.5) from "/Rect", "/MK", "/BS" or
@@ -23,7 +26,7 @@ class ZDiagnostics;
 // outlives it and must not be loaded again meanwhile, nor saves it. One thread at a time.
 class ZFORMS_API ZFieldDrawer {
  public:
-  explicit ZFieldDrawer(ZAcroForm& form);
+  explicit ZFieldDrawer(ZAcroForm& form, const ZDrawingFonts& fonts = {});
   ~ZFieldDrawer();
   ZFieldDrawer(const ZFieldDrawer&) = delete;
   ZFieldDrawer& operator=(const ZFieldDrawer&) = delete;
@@ -37,6 +40,12 @@ class ZFORMS_API ZFieldDrawer {
   // Writes the fonts that were embedded for characters that the form's own fonts lack. More fields may be drawn later,
   // and this called again. False when one of them cannot be written.
   bool Finish();
+
+  // The objects that were added to the document, in the order of their numbers.
+  std::span<ZPDFNodeIndirectObject* const> Added() const;
+  // Forgets what was drawn, and keeps what it knows of the form's fonts: when the caller takes the changes of filling
+  // and drawing back. The objects that were added are empty then, and are added again under the same numbers.
+  void Restart();
 
   // What was left out, such as `field "name": 14 of 60 characters do not fit`. Names are UTF-8.
   const ZDiagnostics& Diagnostics() const;

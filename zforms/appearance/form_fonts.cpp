@@ -38,10 +38,7 @@ TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
 }
 
 TextParagraph FormFonts::MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) {
-  if (fallback_ == nullptr) {
-    if (library_ == nullptr) library_ = std::make_shared<FontLibrary>(ZFontSource::OfSystem());
-    fallback_ = std::make_unique<FallbackFonts>(document_, library_);
-  }
+  if (fallback_ == nullptr) fallback_ = std::make_unique<FallbackFonts>(added_, library_);
   const ZFontStyle style = StyleOf(static_cast<const ResourceFont*>(font)->Codes().Like());
   return zforms::MakeParagraph(std::move(text), font, style, fallback_.get(), missing);
 }

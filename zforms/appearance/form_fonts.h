@@ -15,20 +15,24 @@ namespace zforms {
 // default appearance and each font once. The document outlives it. One thread at a time.
 class FormFonts final : public FieldFonts {
  public:
-  // Without a library the fonts of the system are listed when they are first needed.
-  explicit FormFonts(ZPDFParser* document, std::shared_ptr<FontLibrary> library = nullptr)
-      : document_(document), resources_(document), library_(std::move(library)) {}
+  FormFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library)
+      : added_(added), resources_(added), library_(std::move(library)) {}
 
   TextLook LookOf(const ZAcroFormField& widget) override;
   // `font` is that of a look.
   TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) override;
   std::optional<MarkGlyph> MarkOf(const ZAcroFormField& widget, uint8_t code) override;
+  // Forgets the fonts that were added to the document, before they are destroyed.
+  void Restart() {
+    resources_.Restart();
+    fallback_.reset();
+  }
   bool Finish() override { return fallback_ == nullptr || fallback_->Finish(); }
 
  private:
   const DefaultAppearance& AppearanceOf(const Chaine& text);
 
-  ZPDFParser* document_;
+  AddedObjects* added_;
   FontResources resources_;
   std::shared_ptr<FontLibrary> library_;
   std::unique_ptr<FallbackFonts> fallback_;

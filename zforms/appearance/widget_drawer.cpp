@@ -57,12 +57,11 @@ void AddApart(ContentWriter& out, const std::string& content) {
 
 }  // namespace
 
-WidgetDrawer::WidgetDrawer(ZPDFParser* document, FieldFonts& fonts, ZDiagnostics* notes)
-    : work_(kWorkOfDocument + kWorkOfByte * document->RawData().size()),
+WidgetDrawer::WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes)
+    : work_(kWorkOfDocument + kWorkOfByte * added->Document()->RawData().size()),
       fonts_(fonts),
       notes_(notes),
-      document_(document),
-      store_(document, &work_),
+      store_(added, &work_),
       texts_(fonts, &work_),
       choices_(fonts),
       buttons_(fonts, store_) {}

@@ -12,13 +12,12 @@ namespace zforms {
 
 class ZAcroFormField;
 class ZDiagnostics;
-class ZPDFParser;
 
 // Draws the widgets of one document, whatever kind of field they show, and says what was left out. The document and the
 // fonts outlive it. One thread at a time.
 class WidgetDrawer {
  public:
-  WidgetDrawer(ZPDFParser* document, FieldFonts& fonts, ZDiagnostics* notes);
+  WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes);
 
   // Draws a widget; `index` is its place among those of its field. False when it is not drawn completely, and said.
   bool Draw(ZAcroFormField& widget, size_t index);
@@ -39,7 +38,6 @@ class WidgetDrawer {
   size_t work_;
   FieldFonts& fonts_;
   ZDiagnostics* notes_;
-  ZPDFParser* document_;
   AppearanceStore store_;
   TextDrawer texts_;
   ChoiceDrawer choices_;

@@ -204,6 +204,7 @@ bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTable
   const bool is_new = verdict.is_taken && !verdict.is_unchanged;
   filled_++;
   for (ZAcroFormField* field : target.fields) {
+    if (is_new || is_rich) changed_.push_back(field);
     if (is_rich && !IsSameText(PDFTextToUTF8(field->ValueRichText()), rich_text)) {
       field->SetValueRichText(UTF8ToPDFText(rich_text));
     }

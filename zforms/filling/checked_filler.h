@@ -21,8 +21,8 @@ class ZXFDFFieldCollection;
 
 // ZCheckedFiller writes values into the fields of a form, by full name. A value that a field does not accept is not
 // written, and the fault is recorded. All fields of one full name get the value (ISO 32000-1 12.7.3.2). Check boxes and
-// radio buttons show their new state; viewers draw the other fields: see ZAcroForm::SetNeedAppearances. Texts are
-// UTF-8.
+// radio buttons show their new state; the other fields are to be drawn (see TakeChanged), or viewers to be asked to do
+// so (see ZAcroForm::SetNeedAppearances). Texts are UTF-8.
 //
 //   ZCheckedFiller filler(form);
 //   filler.Fill("person.country", {"France"});
@@ -64,6 +64,8 @@ class ZFORMS_API ZCheckedFiller {
   const PTableau<Fault>& Faults() const { return faults_; }
   // The number of names that got a value, changed or not.
   size_t Filled() const { return filled_; }
+  // The fields that got a new value since the last call: those that are to be drawn. One may be there twice.
+  PTableau<ZAcroFormField*> TakeChanged() { return std::exchange(changed_, {}); }
 
   // The values that the fields of that name accept; null when there is no such field.
   std::shared_ptr<const ZFieldRule> RuleOf(const Chaine& name);
@@ -96,6 +98,7 @@ class ZFORMS_API ZCheckedFiller {
   std::function<Chaine(const Chaine& name)> lock_of_;
   PTableau<Fault> faults_;
   size_t filled_ = 0;
+  PTableau<ZAcroFormField*> changed_;
   std::unique_ptr<Index> index_;
 };
 

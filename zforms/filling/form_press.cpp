@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <set>
+#include <string_view>
+#include <utility>
 
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_text.h"
+#include "zforms/filling/form_drawing.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
@@ -17,28 +20,38 @@ void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original,
   dictionary.SetValue(key, value == nullptr ? nullptr : value->Clone());
 }
 
-// False when restoring would destroy nodes to which others have pointers.
-bool RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {
-  const auto is_lost = [&](const char* key) { return original.Exist(key) && !dictionary.Exist(key); };
-  if (std::none_of(std::begin(kFilledKeys), std::end(kFilledKeys), is_lost)) {
+// How the original was restored.
+enum class Restored {
+  kInPlace,
+  kWithNewFonts,  // the nodes of fonts, which a drawing knows, are others
+  kNotAtAll,      // because others have pointers to nodes that would be destroyed
+};
+
+Restored RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {
+  const auto is_lost = [&](std::string_view key) { return original.Exist(key) && !dictionary.Exist(key); };
+  size_t lost = 0;
+  for (const char* key : kFilledKeys) lost += is_lost(key) ? 1 : 0;
+  const bool is_last = lost == 1 && is_lost(original.KeyAt(original.Size() - 1));
+  if (lost == 0 || is_last) {
     for (const char* key : kFilledKeys) Restore(dictionary, original, key);
-    return true;
+    return Restored::kInPlace;
   }
   // Setting the key again would move it to the end, so the keys after it must follow.
-  if (dictionary.Exist("/Kids")) return false;
+  if (dictionary.Exist("/Kids") || dictionary.Exist("/Fields")) return Restored::kNotAtAll;
   for (const char* key : kFilledKeys) dictionary.RemoveValue(key);
   for (size_t i = 0; i < original.Size(); i++) {
     const std::string key(original.KeyAt(i));
     dictionary.RemoveValue(key);
     Restore(dictionary, original, key);
   }
-  return true;
+  return original.Exist("/DR") ? Restored::kWithNewFonts : Restored::kInPlace;
 }
 
 }  // namespace
 
-FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard)
-    : original_(form), names_(names.begin(), names.end()), guard_(guard) {}
+FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard,
+                     std::optional<ZDrawingFonts> fonts)
+    : original_(form), names_(names.begin(), names.end()), guard_(guard), fonts_(std::move(fonts)) {}
 
 FormPress::~FormPress() = default;
 
@@ -46,53 +59,84 @@ void FormPress::Keep(ZPDFNodeDictionary* dictionary) {
   kept_.push_back({dictionary, std::unique_ptr<ZPDFNodeDictionary>(dictionary->Clone())});
 }
 
+// All fields are drawn where the form asks for it.
+void FormPress::KeepFields() {
+  const bool keeps_all = fonts_.has_value() && form_->NeedAppearances();
+  const std::set<Chaine> names(names_.begin(), names_.end());
+  for (const auto& [bytes, fields] : form_->FlatFields()) {
+    if (!keeps_all && !names.contains(fields.front()->FullNameUTF8())) continue;
+    for (ZAcroFormField* field : fields) Keep(field->Dico());
+  }
+  if (ZPDFNodeDictionary* infos = form_->Parser()->AcroForm()) Keep(infos);
+}
+
+// Those that contain what is kept or dropped.
+void FormPress::FindObjects() {
+  const auto mark = [this](bool modified) {
+    for (const Kept& kept : kept_) kept.dictionary->SetModified(modified, false);
+    for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(modified, false);
+  };
+  mark(true);
+  for (const ZPDFObjectLocation& location : form_->Parser()->ObjectLocations()) {
+    if (location.object != nullptr && location.object->IsModified()) objects_.push_back(location.object);
+  }
+  mark(false);
+}
+
 void FormPress::Prepare() {
   kept_.clear();
   objects_.clear();
   filler_.reset();
+  drawing_.reset();
   form_ = std::make_unique<ZAcroForm>(original_);
   dropped_ = guard_.Drop(*form_);
   for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
-  const std::set<Chaine> names(names_.begin(), names_.end());
-  for (const auto& [bytes, fields] : form_->FlatFields()) {
-    if (!names.contains(fields.front()->FullNameUTF8())) continue;
-    for (ZAcroFormField* field : fields) Keep(field->Dico());
+  // At the end it can be removed and restored; FormDrawing puts it there when it stays.
+  if (fonts_ && form_->NeedAppearances()) {
+    FormDrawing::RenewRequest(*form_);
+    form_->Infos()->Dico()->SetModified(false, true);
   }
-  if (ZPDFNodeDictionary* infos = form_->Parser()->AcroForm()) Keep(infos);
-  for (const Kept& kept : kept_) kept.dictionary->SetModified(true, false);
-  for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(true, false);
-  for (const ZPDFObjectLocation& location : form_->Parser()->ObjectLocations()) {
-    if (location.object != nullptr && location.object->IsModified()) objects_.push_back(location.object);
-  }
-  for (const Kept& kept : kept_) kept.dictionary->SetModified(false, false);
-  for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
+  KeepFields();
+  FindObjects();
+  Keep(form_->Parser()->TrailerDico());
   filler_ = std::make_unique<ZCheckedFiller>(*form_);
   filler_->SetLocks([this](const Chaine& name) { return guard_.LockOf(name); });
+  if (fonts_) drawing_ = std::make_unique<FormDrawing>(*form_, *fonts_, &guard_);
 }
 
 bool FormPress::IsChanged() const {
   return std::any_of(objects_.begin(), objects_.end(), [](const auto* object) { return object->IsModified(); });
 }
 
-Chaine FormPress::Fill(const std::vector<Value>& values) {
+Chaine FormPress::Fill(const std::vector<Value>& values, ZFormMessages* messages) {
   if (form_ == nullptr) Prepare();
   for (const Value& value : values) filler_->Fill(names_[value.name], value.texts);
+  PTableau<ZAcroFormField*> changed = filler_->TakeChanged();
   if (!IsChanged()) return form_->RawData();
-  if (!form_->NeedAppearances()) form_->SetNeedAppearances(true);
+  if (drawing_ != nullptr) {
+    drawing_->Draw(std::move(changed), messages);
+  } else if (!form_->NeedAppearances()) {
+    form_->SetNeedAppearances(true);
+  }
   for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(true, false);
-  Chaine bytes = form_->UpdatedBytes(objects_);
-  if (!TakeBack()) form_.reset();
+  PTableau<ZPDFNodeIndirectObject*> objects = objects_;
+  if (drawing_ != nullptr) objects.insert(objects.end(), drawing_->Added().begin(), drawing_->Added().end());
+  Chaine bytes = form_->UpdatedBytes(objects);
+  TakeBack();
   return bytes;
 }
 
-bool FormPress::TakeBack() {
+void FormPress::TakeBack() {
+  // Before the nodes that it knows are destroyed.
+  if (drawing_ != nullptr) drawing_->Restart();
+  Restored worst = Restored::kInPlace;
   // A dictionary may be inside another, so marks are removed only after all are restored.
   for (const Kept& kept : kept_) {
-    if (kept.dictionary->IsModified() && !RestoreAll(*kept.dictionary, *kept.original)) return false;
+    if (kept.dictionary->IsModified()) worst = std::max(worst, RestoreAll(*kept.dictionary, *kept.original));
   }
   for (const Kept& kept : kept_) kept.dictionary->SetModified(false, true);
   for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
-  return true;
+  if (worst == Restored::kNotAtAll || (worst == Restored::kWithNewFonts && drawing_ != nullptr)) form_.reset();
 }
 
 }  // namespace zforms

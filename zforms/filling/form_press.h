@@ -1,26 +1,33 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "zforms/acroform/acro_form.h"
+#include "zforms/appearance/drawing_fonts.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/filling/filling_guard.h"
+#include "zforms/filling/form_message.h"
 #include "zforms/platform/base/export.h"
 
 namespace zforms {
+class FormDrawing;
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 
 // FormPress fills a form many times, each time from its original state: it writes the changes as an update after the
-// original bytes, and then undoes them. The result is the same as filling a fresh copy. Created by the thread of the
-// form, of which it makes copies; then used by one thread.
+// original bytes, and then undoes them. The result is the same as filling a fresh copy. Fonts are read once. Created by
+// the thread of the form, of which it makes copies; then used by one thread.
 class ZFORMS_API FormPress {
  public:
   // `names` are the full names, in UTF-8, of the fields that will be filled. The guard has the locks of the fields and
-  // removes outdated parts; it must outlive this object.
-  FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard);
+  // removes outdated parts; it must outlive this object. With fonts the fields are drawn (see FormDrawing); without,
+  // viewers are asked to do so.
+  FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard,
+            std::optional<ZDrawingFonts> fonts = std::nullopt);
   ~FormPress();
 
   // A value for a field; `name` is its index in the constructor's `names`.
@@ -28,8 +35,8 @@ class ZFORMS_API FormPress {
     size_t name;
     PTableau<Chaine> texts;
   };
-  // The filled form; the fields must accept the values.
-  Chaine Fill(const std::vector<Value>& values);
+  // The filled form; the fields must accept the values. What could not be drawn is said.
+  Chaine Fill(const std::vector<Value>& values, ZFormMessages* messages);
 
  private:
   // A dictionary that filling may change, and its original.
@@ -39,15 +46,19 @@ class ZFORMS_API FormPress {
   };
 
   void Prepare();
+  void KeepFields();
+  void FindObjects();
   void Keep(ZPDFNodeDictionary* dictionary);
   bool IsChanged() const;
-  bool TakeBack();
+  void TakeBack();
 
   const ZAcroForm original_;
   std::vector<Chaine> names_;
   const FillingGuard& guard_;
+  const std::optional<ZDrawingFonts> fonts_;
   std::unique_ptr<ZAcroForm> form_;  // null when a new copy is needed
   std::unique_ptr<ZCheckedFiller> filler_;
+  std::unique_ptr<FormDrawing> drawing_;  // null when viewers draw
   std::vector<Kept> kept_;
   // The dictionaries from which the guard removed outdated parts: written with every form.
   PTableau<ZPDFNodeDictionary*> dropped_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zforms/appearance/fonts/added_objects.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/indirect_object.h"
@@ -65,8 +66,11 @@ Chaine CodesToIndices(const std::vector<uint32_t>& glyphs, const std::vector<uin
 
 }  // namespace
 
-EmbeddedFont::EmbeddedFont(ZPDFParser* parser, std::shared_ptr<const FontProgram> program, Chaine resource_name)
-    : parser_(parser), program_(std::move(program)), resource_name_(std::move(resource_name)) {}
+EmbeddedFont::EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgram> program, Chaine resource_name)
+    : added_(added),
+      parser_(added->Document()),
+      program_(std::move(program)),
+      resource_name_(std::move(resource_name)) {}
 
 EmbeddedFont::~EmbeddedFont() = default;
 
@@ -118,17 +122,17 @@ bool EmbeddedFont::NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, cons
 }
 
 ZPDFNode* EmbeddedFont::AllocResource() {
-  if (object_ == nullptr) object_ = parser_->AddIndirectObject();
+  if (object_ == nullptr) object_ = added_->Add();
   return object_->AllocReference();
 }
 
 ZPDFNode* EmbeddedFont::Refer(Part part) {
-  if (parts_[part] == nullptr) parts_[part] = parser_->AddIndirectObject();
+  if (parts_[part] == nullptr) parts_[part] = added_->Add();
   return parts_[part]->AllocReference();
 }
 
 void EmbeddedFont::Write(Part part, ZPDFNode* value) {
-  if (parts_[part] == nullptr) parts_[part] = parser_->AddIndirectObject();
+  if (parts_[part] == nullptr) parts_[part] = added_->Add();
   parts_[part]->SetChild(value);
 }
 

@@ -13,6 +13,7 @@
 
 namespace zforms {
 
+class AddedObjects;
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 class ZPDFParser;
@@ -22,7 +23,7 @@ class ZPDFParser;
 // all texts have been shaped. The bytes depend on the glyphs and their texts alone. The document outlives it.
 class EmbeddedFont final : public TextFont {
  public:
-  EmbeddedFont(ZPDFParser* parser, std::shared_ptr<const FontProgram> program, Chaine resource_name);
+  EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgram> program, Chaine resource_name);
   ~EmbeddedFont() override;
 
   bool Has(char32_t c) const override { return program_->Has(c); }
@@ -57,6 +58,7 @@ class EmbeddedFont final : public TextFont {
   ZPDFNode* Refer(Part part);
   Chaine ToUnicode() const;
 
+  AddedObjects* added_;
   ZPDFParser* parser_;
   std::shared_ptr<const FontProgram> program_;
   Chaine resource_name_;

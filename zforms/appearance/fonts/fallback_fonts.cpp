@@ -6,18 +6,22 @@
 
 namespace zforms {
 
-FallbackFonts::FallbackFonts(ZPDFParser* document, std::shared_ptr<FontLibrary> library)
-    : document_(document), library_(std::move(library)) {}
+FallbackFonts::FallbackFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library)
+    : added_(added), library_(std::move(library)) {}
 
 FallbackFonts::~FallbackFonts() = default;
 
 TextFont* FallbackFonts::Find(const ZFontStyle& style, std::u32string_view characters) {
   std::shared_ptr<const FontProgram> program = library_->Find(style, characters);
   if (program == nullptr) return nullptr;
-  std::unique_ptr<EmbeddedFont>& font = fonts_[program.get()];
+  for (const auto& [known, font] : fonts_) {
+    if (known == program.get()) return font.get();
+  }
   // A name that no form gives to its own fonts, since the appearance may use these as well.
-  if (font == nullptr) font = std::make_unique<EmbeddedFont>(document_, program, "ZFb" + FormatUInt(fonts_.size()));
-  return font.get();
+  const Chaine name = "ZFb" + FormatUInt(fonts_.size() + 1);
+  const FontProgram* const key = program.get();
+  fonts_.emplace_back(key, std::make_unique<EmbeddedFont>(added_, std::move(program), name));
+  return fonts_.back().second.get();
 }
 
 bool FallbackFonts::Finish() {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "zforms/appearance/fonts/embedded_font.h"
@@ -10,12 +10,12 @@
 
 namespace zforms {
 
-class ZPDFParser;
+class AddedObjects;
 
 // The fonts of a library in one document, each embedded at most once. The document outlives it. One thread at a time.
 class FallbackFonts {
  public:
-  FallbackFonts(ZPDFParser* document, std::shared_ptr<FontLibrary> library);
+  FallbackFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library);
   ~FallbackFonts();
 
   // A font that has all the characters, null when there is none. It belongs to this object.
@@ -25,9 +25,10 @@ class FallbackFonts {
   bool Finish();
 
  private:
-  ZPDFParser* document_;
+  AddedObjects* added_;
   std::shared_ptr<FontLibrary> library_;
-  std::map<const FontProgram*, std::unique_ptr<EmbeddedFont>> fonts_;
+  // In the order in which they were first needed, which is that of their objects.
+  std::vector<std::pair<const FontProgram*, std::unique_ptr<EmbeddedFont>>> fonts_;
 };
 
 }  // namespace zforms

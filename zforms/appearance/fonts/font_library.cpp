@@ -20,8 +20,11 @@ FontLibrary::FontLibrary(std::unique_ptr<ZFontSource> source) : source_(std::mov
 FontLibrary::~FontLibrary() = default;
 
 bool FontLibrary::AddFile(const Chaine& path, Chaine* fault) {
-  first_ = FontProgram::Open({path, 0}, fault);
-  return first_ != nullptr;
+  Program program = FontProgram::Open({path, 0}, fault);
+  if (program == nullptr) return false;
+  const std::lock_guard lock(mutex_);
+  named_.push_back(std::move(program));
+  return true;
 }
 
 FontLibrary::Program FontLibrary::Find(const ZFontStyle& style, std::u32string_view characters) {
@@ -29,7 +32,9 @@ FontLibrary::Program FontLibrary::Find(const ZFontStyle& style, std::u32string_v
   std::sort(set.begin(), set.end());
   set.erase(std::unique(set.begin(), set.end()), set.end());
   const std::lock_guard lock(mutex_);
-  if (first_ != nullptr && HasAll(*first_, set)) return first_;
+  for (const Program& program : named_) {
+    if (HasAll(*program, set)) return program;
+  }
   const auto known = found_.find({style, set});
   if (known != found_.end()) return known->second;
   if (found_.size() >= kMostAnswers) found_.clear();

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "zforms/appearance/fonts/font_program.h"
 #include "zforms/appearance/fonts/font_source.h"
@@ -12,7 +13,7 @@
 
 namespace zforms {
 
-// The fonts that stand in for a form's own: a font file that the user named, then the fonts of the system. A font is
+// The fonts that stand in for a form's own: font files that the user named, then the fonts of the system. A font is
 // opened once. What is found depends on style and characters alone, not on what was asked before. Any thread may use
 // it.
 class FontLibrary {
@@ -22,8 +23,8 @@ class FontLibrary {
   FontLibrary(const FontLibrary&) = delete;
   FontLibrary& operator=(const FontLibrary&) = delete;
 
-  // From now on this font comes first wherever it has the characters. False when it cannot be used; the fault says why.
-  // To be called before the first Find.
+  // Adds a font that comes before those of the system, and after those added earlier. False when it cannot be used; the
+  // fault says why. To be called before the first Find.
   bool AddFile(const Chaine& path, Chaine* fault);
 
   // A font that has all the characters and may be embedded; null when there is none.
@@ -37,7 +38,7 @@ class FontLibrary {
 
   std::mutex mutex_;
   std::unique_ptr<ZFontSource> source_;
-  Program first_;
+  std::vector<Program> named_;
   std::map<std::pair<std::string, uint32_t>, Program>
       programs_;  // by file and face; null for those that cannot be used
   std::map<std::pair<ZFontStyle, std::u32string>, Program> found_;

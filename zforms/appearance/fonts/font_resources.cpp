@@ -4,6 +4,7 @@
 
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/node_access.h"
+#include "zforms/appearance/fonts/added_objects.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/pdf/reference_node.h"
@@ -31,7 +32,7 @@ const ZPDFNodeDictionary* AppearanceResources(const ZPDFNodeDictionary& widget) 
 
 }  // namespace
 
-FontResources::FontResources(ZPDFParser* document) : document_(document) {}
+FontResources::FontResources(AddedObjects* added) : added_(added) {}
 FontResources::~FontResources() = default;
 
 ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view name) {
@@ -39,7 +40,7 @@ ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view
   for (const ZAcroFormField* field = &widget; field != nullptr; field = field->Parent()) {
     if (ResourceFont* font = FindIn(DictionaryAt(*field->Dico(), "/DR"), key)) return font;
   }
-  if (const ZPDFNodeDictionary* const form = document_->AcroForm()) {
+  if (const ZPDFNodeDictionary* const form = added_->Document()->AcroForm()) {
     if (ResourceFont* font = FindIn(DictionaryAt(*form, "/DR"), key)) return font;
   }
   if (ResourceFont* font = FindIn(AppearanceResources(*widget.Dico()), key)) return font;
@@ -55,10 +56,14 @@ ResourceFont* FontResources::FindIn(const ZPDFNodeDictionary* resources, const C
 ResourceFont* FontResources::Standard(std::string_view name) {
   const StandardFont* font = StandardFontOfResource(name);
   if (font == nullptr) font = &StandardFontLike(name, 0);
-  ZPDFNodeIndirectObject*& object = standard_[font];
-  if (object == nullptr) object = AddStandardFont(*font);
+  auto& [object, codes] = standard_[font];
+  const bool is_new = object == nullptr;
+  if (is_new) object = AddStandardFont(*font);
+  const auto& dictionary = *NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
+  if (codes == nullptr) codes = FontCodes::Read(dictionary);
+  if (is_new) codes_[&dictionary] = codes;
   const std::unique_ptr<ZPDFNode> reference(object->AllocReference());
-  return FontOf(*NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0)), name.empty() ? "Helv" : name, *reference);
+  return FontOf(dictionary, name.empty() ? "Helv" : name, *reference);
 }
 
 ResourceFont* FontResources::FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value) {
@@ -72,15 +77,24 @@ ResourceFont* FontResources::FontOf(const ZPDFNodeDictionary& font, std::string_
 }
 
 ZPDFNodeIndirectObject* FontResources::AddStandardFont(const StandardFont& font) {
-  auto* const dictionary = new ZPDFNodeDictionary(document_);
+  auto* const dictionary = new ZPDFNodeDictionary(added_->Document());
   dictionary->SetIdentifier("/Type", "/Font");
   dictionary->SetIdentifier("/Subtype", "/Type1");
   dictionary->SetIdentifier("/BaseFont", "/" + Chaine(font.name));
   if (!font.IsSymbolic()) dictionary->SetIdentifier("/Encoding", "/WinAnsiEncoding");
-  ZPDFNodeIndirectObject* const object = document_->AddIndirectObject();
+  ZPDFNodeIndirectObject* const object = added_->Add();
   object->SetChild(dictionary);
-  added_.push_back(object);
   return object;
+}
+
+void FontResources::Restart() {
+  for (auto& [font, added] : standard_) {
+    if (added.object == nullptr) continue;
+    const auto* const dictionary = NodeCast<ZPDFNodeDictionary>(added.object->GetDirectAt(0));
+    codes_.erase(dictionary);
+    fonts_.erase(dictionary);
+    added.object = nullptr;
+  }
 }
 
 }  // namespace zforms

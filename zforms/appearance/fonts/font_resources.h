@@ -3,7 +3,6 @@
 #include <memory>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "zforms/appearance/fonts/resource_font.h"
 #include "zforms/platform/base/chaine.h"
@@ -11,16 +10,16 @@
 
 namespace zforms {
 
+class AddedObjects;
 class ZAcroFormField;
 class ZPDFNodeIndirectObject;
-class ZPDFParser;
 
 // The fonts that the default appearances of a document's fields name. Each font dictionary is read once, and known
 // again by its address: the document, which outlives this object, keeps them all, those that were added too. The fonts
 // belong to this object. One thread at a time.
 class FontResources {
  public:
-  explicit FontResources(ZPDFParser* document);
+  explicit FontResources(AddedObjects* added);
   ~FontResources();
   FontResources(const FontResources&) = delete;
   FontResources& operator=(const FontResources&) = delete;
@@ -31,8 +30,8 @@ class FontResources {
   // document when it is first asked for. Never null.
   ResourceFont* Find(const ZAcroFormField& widget, std::string_view name);
 
-  // The dictionaries that were added, in the order in which they were.
-  const std::vector<ZPDFNodeIndirectObject*>& Added() const { return added_; }
+  // Forgets the dictionaries that were added, not what they say: before they are destroyed.
+  void Restart();
 
  private:
   ResourceFont* FindIn(const ZPDFNodeDictionary* resources, const Chaine& key);
@@ -40,12 +39,16 @@ class FontResources {
   ResourceFont* FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value);
   ZPDFNodeIndirectObject* AddStandardFont(const StandardFont& font);
 
-  ZPDFParser* document_;
+  AddedObjects* added_;
   std::unordered_map<const ZPDFNodeDictionary*, std::shared_ptr<const FontCodes>> codes_;
   // Under one dictionary the fonts by the names that lead to it, each of which is written with its own.
   std::unordered_map<const ZPDFNodeDictionary*, FDictionnary<std::unique_ptr<ResourceFont>>> fonts_;
-  std::unordered_map<const StandardFont*, ZPDFNodeIndirectObject*> standard_;
-  std::vector<ZPDFNodeIndirectObject*> added_;
+  // A dictionary that was added, and what it says of its codes.
+  struct Added {
+    ZPDFNodeIndirectObject* object = nullptr;  // null when it was removed again
+    std::shared_ptr<const FontCodes> codes;
+  };
+  std::unordered_map<const StandardFont*, Added> standard_;
 };
 
 }  // namespace zforms

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+
+#include "zforms/appearance/field_drawer.h"
+#include "zforms/filling/form_message.h"
+#include "zforms/platform/base/containers.h"
+#include "zforms/platform/base/export.h"
+
+namespace zforms {
+
+class FillingGuard;
+class ZAcroForm;
+class ZAcroFormField;
+class ZAcroFormFieldCollection;
+
+// FormDrawing draws the fields of a form after filling, and removes the request "/NeedAppearances" (ISO 32000-1 table
+// 218) that viewers draw them. Viewers obey it for all fields, so a form that has it is drawn as a whole. It stays when
+// a field could not be drawn completely, since a viewer may have what was lacking; it is never added.
+//
+// The form and the guard outlive it, and the form stays loaded. After the form was saved, another drawing is needed.
+// One thread at a time.
+class ZFORMS_API FormDrawing {
+ public:
+  // Fields that the guard, which may be null, says are locked are left as they are.
+  FormDrawing(ZAcroForm& form, const ZDrawingFonts& fonts, const FillingGuard* guard = nullptr);
+  ~FormDrawing();
+
+  // Draws these fields, in the order of the form; all fields when the form has the request. False when one of them was
+  // not drawn completely. What was left out is said.
+  bool Draw(PTableau<ZAcroFormField*> changed, ZFormMessages* messages);
+  bool DrawAll(ZFormMessages* messages);
+  // See ZFieldDrawer.
+  std::span<ZPDFNodeIndirectObject* const> Added() const { return drawer_.Added(); }
+  void Restart();
+
+  // Makes the request of a form that has it once more, as the last entry of its dictionary.
+  static void RenewRequest(ZAcroForm& form);
+
+ private:
+  void List(ZAcroFormFieldCollection& fields, bool are_kids);
+  bool DrawEach(const PTableau<ZAcroFormField*>& fields, ZFormMessages* messages);
+
+  ZAcroForm& form_;
+  const FillingGuard* guard_;
+  ZFieldDrawer drawer_;
+  size_t said_ = 0;
+  // The fields, each with its place in the order of the form.
+  PTableau<ZAcroFormField*> fields_;
+  std::unordered_map<const ZAcroFormField*, size_t> places_;
+};
+
+}  // namespace zforms
