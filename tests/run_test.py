@@ -35,7 +35,7 @@ def demo(folder, user):
 
 def main():
     failures = []
-    wanted = ("g++", "qpdf", "fonts-urw-base35", "npm")  # for the build, for the demo, for the page
+    wanted = ("g++", "qpdf", "mupdf-tools", "npm")  # for the build, for the demo, for the page
     with tempfile.TemporaryDirectory() as folder:
         said, calls, log = demo(pathlib.Path(folder) / "user", 1000)
         if any(call.startswith("apt-get") for call in calls) or not all(name in said.split() for name in wanted):

@@ -176,12 +176,13 @@ TEST(Form, WhatCannotBeDoneIsSaid) {
 FormText Drawn() {
   const std::string text = "<</FT/Tx/Subtype/Widget/Rect[0 0 100 20]/DA(/Helv 10 Tf)";
   FormText form;
-  form.Field(10, text + "/T(a)/V(old)>>").Field(11, text + "/T(a)>>").Field(12, text + "/T(b)/V(kept)>>");
+  form.Field(10, text + "/T(a)/V(old)>>").Field(11, text + "/T(a)/V(old)>>").Field(12, text + "/T(b)/V(kept)>>");
   return std::move(form.Field(13, text + "/T(c)/V(locked)>>"));
 }
 
 // What is filled in is drawn; all is drawn where viewers were asked to draw, who are then asked no more.
 TEST(Form, WhatIsFilledInIsDrawn) {
+  constexpr const char* kAlike = "wx0: object 11 0: several fields have this name";
   const std::string lock = "/Reference[<</TransformMethod/FieldMDP/TransformParams<</Action/Include/Fields[(c)]>>>>]";
   const struct {
     const char* what;
@@ -216,7 +217,7 @@ TEST(Form, WhatIsFilledInIsDrawn) {
     std::string saved;
     ASSERT_TRUE(form.SaveBytes(&saved));
     const std::string said = Said(form);
-    EXPECT_TRUE(*one.said == '\0' ? said.empty() : said.starts_with(one.said)) << said;
+    EXPECT_TRUE(said.starts_with(*one.said == '\0' ? kAlike : one.said)) << said;
     ASSERT_TRUE(again.OpenBytes(saved));
     std::string drawn;
     for (uint32_t i = 0; i < 4; i++) {

@@ -114,7 +114,8 @@ Chaine FormPress::Fill(const std::vector<Value>& values, ZFormMessages* messages
   PTableau<ZAcroFormField*> changed = filler_->TakeChanged();
   if (!IsChanged()) return form_->RawData();
   if (drawing_ != nullptr) {
-    drawing_->Draw(std::move(changed), messages);
+    ZFormMessages unsaid;
+    drawing_->Draw(std::move(changed), messages == nullptr ? &unsaid : messages);
   } else if (!form_->NeedAppearances()) {
     form_->SetNeedAppearances(true);
   }

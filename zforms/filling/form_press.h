@@ -35,8 +35,8 @@ class ZFORMS_API FormPress {
     size_t name;
     PTableau<Chaine> texts;
   };
-  // The filled form; the fields must accept the values. What could not be drawn is said.
-  Chaine Fill(const std::vector<Value>& values, ZFormMessages* messages);
+  // The filled form; the fields must accept the values. What could not be drawn is said, unless `messages` is null.
+  Chaine Fill(const std::vector<Value>& values, ZFormMessages* messages = nullptr);
 
  private:
   // A dictionary that filling may change, and its original.
