@@ -31,6 +31,13 @@ foreach(file IN LISTS package_files)
   endforeach()
 endforeach()
 
+foreach(file IN ITEMS man/man1/zforms.1 man/man1/zforms-fill.1 bash-completion/completions/zforms zsh/site-functions/_zforms
+                 fish/vendor_completions.d/zforms.fish)
+  if(NOT EXISTS "${prefix}/share/${file}")
+    message(FATAL_ERROR "${file} was not installed")
+  endif()
+endforeach()
+
 # The program is found on PATH, and neither it nor the library contains debugging symbols.
 run("${CMAKE_COMMAND}" -E env "PATH=${prefix}/bin:$ENV{PATH}" zforms --version)
 find_program(NM nm REQUIRED)
@@ -51,6 +58,18 @@ foreach(program IN ITEMS examples host_program)
       "-DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF")
   run("${CMAKE_COMMAND}" --build "${WORK_DIR}/build/${program}")
 endforeach()
+
+# A program in C is built with what pkg-config says, without CMake.
+find_program(PKG_CONFIG pkg-config REQUIRED)
+file(GLOB_RECURSE pc "${prefix}/zforms.pc")
+cmake_path(GET pc PARENT_PATH pc_folder)
+run("${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${pc_folder}" "${PKG_CONFIG}" --cflags --libs zforms)
+separate_arguments(by_pkg_config UNIX_COMMAND "${output} ${CXX_FLAGS}")
+run("${C_COMPILER}" -std=c99 "${WORK_DIR}/examples/c_fill_form.c" ${by_pkg_config} -o "${WORK_DIR}/by_pkg_config")
+run("${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${pc_folder}" "${PKG_CONFIG}" --variable=libdir zforms)
+string(STRIP "${output}" libdir)
+run("${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${libdir}" "${WORK_DIR}/by_pkg_config" "${SOURCE_DIR}/samples/membership_form.pdf"
+    "${SOURCE_DIR}/samples/membership_form.xfdf" "${WORK_DIR}/by_pkg_config.pdf")
 
 # The example fills the sample form, reads the saved file, and prints its values.
 set(form "${SOURCE_DIR}/samples/membership_form.pdf")

@@ -9,6 +9,7 @@
 
 #include "tool/base/console.h"
 #include "tool/base/standard_streams.h"
+#include "tool/cli/command_pages.h"
 #include "tool/cli/commands.h"
 #include "tool/cli/common_options.h"
 #include "tool/cli/help_formatter.h"
@@ -74,6 +75,7 @@ class CommandLine {
     AddViewer();
     AddShow();
     AddServerCommands(app_, &run_);
+    AddPages(app_, &run_);
   }
 
   int Run() const { return run_(); }
