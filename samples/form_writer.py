@@ -200,7 +200,7 @@ class Form:
             self.fonts[key] = self.document.add(font)
         self.top = Node(self.acroform, "")
         self.pages, self.accent = [], (0, 0, 0)
-        self.page_entries = {"Tabs": Name("S")}
+        self.page_entries, self.form_entries = {"Tabs": Name("S")}, {}
 
     def page(self):
         self.canvas = Canvas(self.HEIGHT)
@@ -348,7 +348,7 @@ class Form:
         for node in self.top.kids.values():
             self.write_field(node)
         put(self.acroform, {"Fields": [n.ref for n in self.top.kids.values()], "NeedAppearances": need_appearances,
-                            "DA": b"/Helv 10 Tf 0 g", "DR": {"Font": self.fonts}})
+                            "DA": b"/Helv 10 Tf 0 g", "DR": {"Font": self.fonts}, **self.form_entries})
         put(self.root, {"Type": Name("Catalog"), "Pages": self.tree, "AcroForm": self.acroform,
                         "Lang": b"fr-FR", "ViewerPreferences": {"DisplayDocTitle": True}})
         put(self.info, {"Title": Text(self.title), "Creator": Text("make_samples.py")})

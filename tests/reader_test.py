@@ -163,9 +163,34 @@ def thousand_fields():
     return form
 
 
+def scripted():
+    """Scripts of every kind: sums, formats, refused keys, a script of its own, a button that clears, a faulty one."""
+    form = Form("Scripted", "SCRIPTS")
+    form.page()
+
+    def script(name, **events):
+        form.node(name).entries["AA"] = {event: {"S": Name("JavaScript"), "JS": Text(code)} for event, code in events.items()}
+
+    for i, name in enumerate(("hours", "rate", "pay", "half", "date", "extra")):
+        form.text_field(name, (40, 40 + 30 * i, 120, 17), tip=name, flags=READ_ONLY if name in ("pay", "half") else 0)
+    script("hours", K="AFNumber_Keystroke(2, 0, 0, 0, '', false);", F="AFNumber_Format(2, 0, 0, 0, '', false);",
+           V="AFRange_Validate(true, 0, true, 400);")
+    script("rate", K="AFNumber_Keystroke(2, 2, 0, 0, '', false);", F="AFNumber_Format(2, 2, 0, 0, ' EUR', false);")
+    script("pay", C="AFSimple_Calculate('PRD', new Array('hours', 'rate'));", F="AFNumber_Format(2, 2, 0, 0, ' EUR', false);")
+    script("half", C="event.value = this.getField('pay').value / 2;")
+    script("date", K="AFDate_KeystrokeEx('dd/mm/yyyy');", F="AFDate_FormatEx('dd/mm/yyyy');")
+    form.check_box("more", (40, 240, 12, 12), state="Oui", tip="more")
+    script("more", U="this.getField('extra').hidden = event.target.value != 'Oui';")
+    for i, (name, code) in enumerate((("clear", "this.resetForm(['hours', 'rate']);"), ("faulty", "nothing.here();"))):
+        form.submit_button(name, (300, 80 + 30 * i, 80, 20), name, "none")
+        form.node(name).entries["A"] = {"S": Name("JavaScript"), "JS": Text(code)}
+    form.form_entries["CO"] = [form.node(name).ref for name in ("pay", "half")]
+    return save_and_modify(form)
+
+
 def make_templates(folder):
     for code, form in (("kinds", every_kind()), ("odd", odd()), ("plain", plain()), ("awkward", awkward()),
-                       ("many", thousand_fields())):
+                       ("many", thousand_fields()), ("scripted", scripted())):
         (folder / f"{code}.pdf").write_bytes(form.file()[0])
     for path in SAMPLES.glob("*.pdf"):
         shutil.copy(path, folder)

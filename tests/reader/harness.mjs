@@ -23,10 +23,10 @@ export function same(got, wantedValue, label) {
 const running = new Set();
 
 export class Server {
-  static async start(data, port = 0) {
+  static async start(data, port = 0, ...more) {
     const server = new Server();
     server.data = path.join(folder, data);
-    const options = ["--templates", path.join(folder, "templates"), "--data", server.data, "--port", `${port}`];
+    const options = ["--templates", path.join(folder, "templates"), "--data", server.data, "--port", `${port}`, ...more];
     server.process = spawn(tool, ["serve", ...options], { stdio: ["ignore", "pipe", "pipe"] });
     running.add(server.process);
     server.log = "";

@@ -5,5 +5,6 @@ import * as forms from "./forms.mjs";
 import { run } from "./harness.mjs";
 import * as pages from "./pages.mjs";
 import * as paper from "./paper.mjs";
+import * as scripts from "./scripts.mjs";
 
-await run([forms, drafts, pages, paper].flatMap((file) => Object.values(file)));
+await run([forms, drafts, pages, paper, scripts].flatMap((file) => Object.values(file)));

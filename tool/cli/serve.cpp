@@ -55,7 +55,8 @@ struct Plan {
   std::optional<int32_t> year;  // default: the year in the store
   std::string app;
   std::string data;
-  std::string reader;  // the folder of the page that shows forms in a browser
+  std::string reader;   // the folder of the page that shows forms in a browser
+  bool scripts = true;  // whether the scripts of forms run in that page
   bool json = false;
   bool scratch = false;
 };
@@ -81,6 +82,9 @@ class PlanMaker {
     const std::string log = Text(options_.log, "log");
     plan.json = log == "json";
     if (!log.empty() && log != "json" && log != "text") Refuse("log", log, "text or json");
+    const std::string scripts = Text(options_.scripts, "scripts");
+    plan.scripts = scripts != "no";
+    if (!scripts.empty() && scripts != "no" && scripts != "yes") Refuse("scripts", scripts, "yes or no");
     plan.office.port = Number(options_.port, "port", kDefaultPort, "a port: 0 to 65535");
     plan.office.folder = Number(options_.folder, "folder", uint64_t{1}, "a number");
     if (plan.office.folder == 0) Refuse("folder", "0", "a number other than 0");
@@ -96,8 +100,8 @@ class PlanMaker {
   }
   // Refuses unknown names: with a misspelt name the default would silently apply.
   void CheckNames() {
-    constexpr std::string_view kNames[] = {"templates", "data",   "reader", "app",   "log",
-                                           "port",      "folder", "year",   "expire"};
+    constexpr std::string_view kNames[] = {"templates", "data",   "reader", "app",    "log",
+                                           "port",      "folder", "year",   "expire", "scripts"};
     for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
       const std::string_view name = lines_.GetLineName(i);
       const bool known = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
@@ -218,7 +222,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   services.temp_folder = &temp;
   services.idle_messages = &messages;
   Office office(chosen, services, store.get(), &log);
-  const ReaderPage* const reader = AddPages(office, plan.reader);
+  const ReaderPage* const reader = AddPages(office, plan.reader, plan.scripts);
   if (!office.Server().Start()) {
     SayWhyNotStarted(office, chosen.port);
     return kFailed;

@@ -51,6 +51,10 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
   command->add_option("--expire", options->expire,
                       "Forget a form that was opened and never saved after this many days; the default is 30, 0 keeps "
                       "it.");
+  command
+      ->add_option("--scripts", options->scripts,
+                   "Whether the scripts of forms run in the page for browsers: yes or no; the default is yes.")
+      ->check(CLI::IsMember({"yes", "no"}));
   command->add_option("--log", options->log, "The format of the log: text or json.")
       ->check(CLI::IsMember({"text", "json"}));
 }

@@ -25,6 +25,7 @@ struct ServeOptions {
   std::optional<int32_t> year;
   std::optional<uint32_t> expire;
   std::string log;
+  std::string scripts;
 };
 int RunServe(const ServeOptions& options);
 

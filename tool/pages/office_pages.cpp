@@ -9,8 +9,8 @@
 
 namespace zforms::tool {
 
-const ReaderPage* AddPages(Office& office, const std::string& reader_folder) {
-  auto reader = std::make_unique<ReaderPage>(&office, reader_folder);
+const ReaderPage* AddPages(Office& office, const std::string& reader_folder, bool scripts) {
+  auto reader = std::make_unique<ReaderPage>(&office, reader_folder, scripts);
   if (reader_folder.empty() || !reader->HasPage()) reader.reset();
   ReaderPage* const shown = reader.release();
   office.Server().SetPageHandler(ZInetURL("/"), new OpeningPage(&office, shown), true);

@@ -8,8 +8,9 @@ class Office;
 class ReaderPage;
 
 // Adds the web pages of an office to its server: the list of its forms at "/", and below "/reader/" the page that
-// shows a form in a browser, from the files of `reader_folder`. Call it before the server starts.
+// shows a form in a browser, from the files of `reader_folder`; it runs the scripts of forms if `scripts` says so. Call
+// it before the server starts.
 // Returns the page for browsers, which the server owns; null when its files are missing.
-const ReaderPage* AddPages(Office& office, const std::string& reader_folder);
+const ReaderPage* AddPages(Office& office, const std::string& reader_folder, bool scripts);
 
 }  // namespace zforms::tool

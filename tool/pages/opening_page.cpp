@@ -34,7 +34,7 @@ class Session : public ZHTTPServerPageSession {
   }
   void SendPage(ZHTTPSendResponse& response) override {
     if (Opens()) return SendForm(response);
-    response.SetHeader("Content-Security-Policy", PagePolicy("'self'"));
+    response.SetHeader("Content-Security-Policy", PagePolicy("'self'", false));
     SendRawData(response, FormList(*office_, reader_, *texts_), "text/html; charset=utf-8", Chaine());
   }
 

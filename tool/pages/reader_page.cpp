@@ -85,7 +85,7 @@ class Session : public ZHTTPServerPageSession {
   void SendFile(ZHTTPSendResponse& response) {
     const StaticFiles::File* const file = page_->Files().Find(name_);
     if (file == nullptr) return SetStatus(404);
-    response.SetHeader("Content-Security-Policy", PagePolicy("'none'"));
+    response.SetHeader("Content-Security-Policy", PagePolicy("'none'", page_->RunsScripts() && name_ == "index.html"));
     response.SetEntityTag(file->entity_tag);
     if (known_tag_ == file->entity_tag) return SetStatus(304);
     SendRawData(response, file->bytes, file->content_type, Chaine());
@@ -136,6 +136,7 @@ class Session : public ZHTTPServerPageSession {
                  {"tabs", card->tab_orders},
                  {"unset", card->unset},
                  {"labels", card->labels},
+                 {"scripts", page_->RunsScripts()},
                  {"own", card->values},
                  {"values", ValuesOf(xfdf)}};
     if (status != ZDocument::eReadOnly) form["form"] = xfdf.SessionID().Param(kSessionParam).ToString();
@@ -151,13 +152,15 @@ class Session : public ZHTTPServerPageSession {
 
 }  // namespace
 
-std::string PagePolicy(const char* forms) {
-  return "default-src 'none'; script-src 'self'; worker-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
+std::string PagePolicy(const char* forms, bool wasm) {
+  return std::string("default-src 'none'; script-src 'self'") + (wasm ? " 'wasm-unsafe-eval'" : "") +
+         "; worker-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
          "font-src 'self' blob: data:; connect-src 'self'; form-action " +
-         std::string(forms) + "; frame-ancestors 'none'; base-uri 'none'";
+         forms + "; frame-ancestors 'none'; base-uri 'none'";
 }
 
-ReaderPage::ReaderPage(Office* office, const std::string& folder) : ZHTTPServerPageBase("GET,POST"), office_(office) {
+ReaderPage::ReaderPage(Office* office, const std::string& folder, bool scripts)
+    : ZHTTPServerPageBase("GET,POST"), office_(office), scripts_(scripts) {
   files_.Read(folder);
 }
 

@@ -18,7 +18,7 @@ class Office;
 class ReaderPage : public ZHTTPServerPageBase {
  public:
   // Reads the files of the folder.
-  ReaderPage(Office* office, const std::string& folder);
+  ReaderPage(Office* office, const std::string& folder, bool scripts);
   ~ReaderPage() override;
 
   std::unique_ptr<CSessionBase> AllocSession() override;
@@ -28,14 +28,18 @@ class ReaderPage : public ZHTTPServerPageBase {
   bool HasPage() const { return Files().Find("index.html") != nullptr; }
   bool CanShowForms() const { return HasPage() && Files().Find("pdfjs/pdf.min.mjs") != nullptr; }
   const StaticFiles& Files() const { return files_; }
+  // Whether the scripts of forms run in the page.
+  bool RunsScripts() const { return scripts_; }
 
  private:
   Office* office_;
   StaticFiles files_;
+  bool scripts_;
 };
 
 // The Content-Security-Policy of a page: no inline scripts, nothing from other origins. `forms` limits where its HTML
-// forms may be submitted: "'none'" or "'self'".
-std::string PagePolicy(const char* forms);
+// forms may be submitted: "'none'" or "'self'". `wasm` allows WebAssembly, in which the scripts of forms are
+// interpreted.
+std::string PagePolicy(const char* forms, bool wasm);
 
 }  // namespace zforms::tool

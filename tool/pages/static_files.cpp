@@ -29,6 +29,7 @@ constexpr Type kTypes[] = {
     {".bcmap", "application/octet-stream"},
     {".pfb", "application/octet-stream"},
     {".ttf", "font/ttf"},
+    {".wasm", "application/wasm"},
 };
 
 std::string_view ContentTypeOf(std::string_view name) {

@@ -6,6 +6,7 @@ import { FormModel, isMeant } from "./model.js";
 import { offer, tell, warn } from "./notices.js";
 import { FormView } from "./page_view.js";
 import { Refusal, fetchDrawn, fetchPDF, fetchSaved, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
+import { FormScripts } from "./scripts.js";
 import { language, texts, timeText } from "./texts.js";
 import { writeXFDF } from "./xfdf.js";
 import { Zoom } from "./zoom.js";
@@ -48,6 +49,8 @@ class Reader {
   #view = null;
   /** @type {Drafter} */
   #drafter;
+  /** @type {FormScripts | null} */
+  #scripts = null;
   #zoom = new Zoom(byId("pages"));
   #shown = 0;
   #busy = false;
@@ -159,6 +162,8 @@ class Reader {
     byId("pages").scrollTop = before.top;
     view.start();
     before.view?.stop();
+    this.#scripts?.stop();
+    this.#scripts = null;
     before.form?.close();
     model.onChange = () => {
       this.#showState();
@@ -171,6 +176,22 @@ class Reader {
     }
     this.#showState();
     this.#zoom.onChange(this.#zoom.scale);
+    if (mode === "modify" && this.#info.scripts) await this.#startScripts(form, model, view);
+  }
+
+  async #startScripts(/** @type {PDFForm} */ form, /** @type {FormModel} */ model, /** @type {FormView} */ view) {
+    let isSaid = false;
+    const onFailure = (/** @type {string} */ reason) => {
+      if (!isSaid) warn(texts.script(reason));
+      isSaid = true;
+    };
+    try {
+      this.#scripts = model.scripts = await FormScripts.start(form, model, {
+        onChange: (ids, change) => view.change(ids, change), onPrint: () => this.#print(), onFailure,
+      });
+    } catch (error) {
+      onFailure(`${error}`);
+    }
   }
 
   #showState() {
@@ -224,8 +245,10 @@ class Reader {
     const button = this.#info.buttons.find(({ name }) => name === widget.name);
     if (button && this.#mode !== "readonly") return () => this.#submit(button);
     const reset = this.#info.resets.find(({ name }) => name === widget.name);
-    if (!reset || this.#mode !== "modify") return null;
-    return () => this.#model.reset((name) => name !== SESSION && isMeant(reset, name));
+    if (this.#mode !== "modify") return null;
+    if (reset) return () => this.#model.reset((name) => name !== SESSION && isMeant(reset, name));
+    const hasScript = this.#info.scripts && ["Action", "Mouse Up", "Mouse Down"].some((event) => widget.actions.has(event));
+    return hasScript ? () => this.#scripts?.press(widget) : null;
   }
 
   #isComplete() {

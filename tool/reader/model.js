@@ -42,8 +42,12 @@ export class FormModel {
   #changed = new Set();
   /** @type {{flags: number, fields: string[]} | null} the button that determines what a save sends; other values stay in the browser */
   button = null;
-  /** Called after each change by the user. */
+  /** Called after each change by the user or by a script. */
   onChange = () => {};
+  /** @type {import("./scripts.js").FormScripts | null} the scripts that judge what the user enters */
+  scripts = null;
+  /** @type {Map<string, string>} what is shown in place of a value, by field */
+  #formatted = new Map();
 
   /** Adds the field; if it exists already, adds only what this widget contributes. */
   add(/** @type {Field} */ field) {
@@ -89,6 +93,26 @@ export class FormModel {
     field.nth = nth;
     this.#put(field, values);
     this.onChange();
+  }
+
+  /** Sets values by a script, also those of a field that the user cannot change. */
+  compute(/** @type {string} */ name, /** @type {string[]} */ values) {
+    const field = this.#fields.get(name);
+    if (!field || same(field.values, values)) return;
+    this.#put(field, values);
+    this.onChange();
+  }
+
+  /** What the form shows for the value of the field when the user is not typing; null when it shows the value. */
+  formatted(/** @type {string} */ name) {
+    return this.#formatted.get(name) ?? null;
+  }
+
+  format(/** @type {string} */ name, /** @type {unknown} */ text) {
+    if ((text ?? null) === this.formatted(name)) return;
+    if (text === null || text === undefined) this.#formatted.delete(name);
+    else this.#formatted.set(name, `${text}`);
+    for (const watcher of this.#watchers.get(name) ?? []) watcher();
   }
 
   /** Sets the values that the form has beside those of its file. */

@@ -61,6 +61,12 @@ class PageView {
     return link;
   }
 
+  change(/** @type {string[]} */ ids, /** @type {import("./scripts.js").WidgetChange} */ change) {
+    if (!this.#page.widgets.some(({ id }) => ids.includes(id))) return;
+    this.ensureLayer();
+    this.#layer?.change(ids, change);
+  }
+
   /** Adds the text of the page, below the fields. */
   ensureText() {
     if (this.#text) return;
@@ -170,6 +176,11 @@ export class FormView {
   /** All inputs, including those of pages that are not near. */
   ensureLayers() {
     for (const view of this.#views) view.ensureLayer();
+  }
+
+  /** Changes widgets as a script asks. */
+  change(/** @type {string[]} */ ids, /** @type {import("./scripts.js").WidgetChange} */ change) {
+    for (const view of this.#views) view.change(ids, change);
   }
 
   stop() {

@@ -2,6 +2,7 @@
 
 import * as pdfjs from "./pdfjs/pdf.min.mjs";
 import { nearestText, phrasesOf } from "./labels.js";
+import { stateText } from "./state_text.js";
 import { worker } from "./worker.js";
 
 const folder = (/** @type {string} */ name) => new URL(`./pdfjs/${name}/`, import.meta.url).href;
@@ -10,7 +11,7 @@ const OPTIONS = {
   cMapUrl: folder("cmaps"),
   standardFontDataUrl: folder("standard_fonts"),
   wasmUrl: folder("wasm"),
-  // The page's policy forbids compiling WebAssembly; pdf.js has scripts that do the same.
+  // The page's policy may forbid compiling WebAssembly; pdf.js has scripts that do the same.
   useWasm: false,
   // Makes a form look the same on every machine.
   useSystemFonts: false,
@@ -45,6 +46,7 @@ const IN_UNISON = 1 << 25;
  * @property {boolean} combo
  * @property {boolean} editable
  * @property {boolean} multiple
+ * @property {Set<string>} actions the events for which it has a script
  * @property {{size: number, family: string, bold: boolean, colour: string, align: string}} style
  * @property {{background: string, border: string, width: number}} frame
  */
@@ -53,16 +55,6 @@ const IN_UNISON = 1 << 25;
  * The appearances of buttons as drawn from the file, by widget: one canvas, or one for each of on and off.
  * @typedef {Map<string, HTMLCanvasElement | HTMLCanvasElement[]>} Faces
  */
-
-/** Decodes a name: as UTF-8 if its bytes are valid UTF-8, as the server does (ISO 32000-1 7.3.5). */
-function stateText(/** @type {string} */ name) {
-  if (!/[\x80-\xFF]/.test(name) || /[^\x00-\xFF]/.test(name)) return name;
-  try {
-    return new TextDecoder("utf-8", { fatal: true }).decode(Uint8Array.from(name, (c) => c.charCodeAt(0)));
-  } catch {
-    return name;
-  }
-}
 
 const colourText = (/** @type {Uint8ClampedArray | null} */ colour) =>
   colour && colour.length >= 3 ? `rgb(${colour[0]} ${colour[1]} ${colour[2]})` : "";
@@ -131,6 +123,7 @@ function widgetOf(annotation, kind, viewport, /** @type {string} */ given, /** @
     combo: Boolean(annotation.combo),
     editable: Boolean(annotation.combo) && Boolean(flags & EDITABLE),
     multiple: Boolean(annotation.multiSelect),
+    actions: new Set(annotation.actions?.keys()),
     style: styleOf(annotation),
     frame: {
       background: colourText(annotation.backgroundColor),
@@ -318,6 +311,17 @@ export class PDFForm {
     }
     const { info } = await this.#document.getMetadata();
     this.language = info?.Language ?? "";
+  }
+
+  /** What the scripts of the form need; null when it has none. */
+  async scripts() {
+    if (!(await this.#document.hasJSActions())) return null;
+    const [objects, calculationOrder, actions, { info }] = await Promise.all([this.#document.getFieldObjects(),
+      this.#document.getCalculationOrderIds(), this.#document.getJSActions(), this.#document.getMetadata()]);
+    return {
+      objects: objects ?? new Map(), calculationOrder, actions,
+      info: { ...info, baseURL: "", filename: "", filesize: 0, numPages: this.pages.length, URL: "" },
+    };
   }
 
   close() {

@@ -16,6 +16,7 @@
  * @property {{name: string, flags: number, fields: string[]}[]} resets buttons that reset fields
  * @property {Record<string, string[]>} own the values in the file, by full name
  * @property {Record<string, string[]>} values the saved or prefilled values, by full name
+ * @property {boolean} scripts whether the form's scripts run
  * @property {string} [form] the session, for a form that can be submitted
  */
 /**

@@ -54,4 +54,5 @@ export const german = {
   drawnUnsaved: "Das PDF enthält Ihre Eingaben. Sie sind noch nicht gespeichert.",
   goTo: (n) => `Zu Seite ${n}`,
   tooLong: (most, left) => `Höchstens ${most} Zeichen. Weggelassen: „${left}“`,
+  script: (reason) => `Ein Skript dieses Formulars läuft nicht: ${reason}`,
 };

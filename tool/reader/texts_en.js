@@ -53,4 +53,5 @@ export const english = {
   drawnUnsaved: "The PDF holds what you typed. It is not saved yet.",
   goTo: (/** @type {number} */ n) => `Go to page ${n}`,
   tooLong: (/** @type {number} */ most, /** @type {string} */ left) => `${most} characters fit. Left out: “${left}”`,
+  script: (/** @type {string} */ reason) => `A script of this form cannot run: ${reason}`,
 };

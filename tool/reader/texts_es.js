@@ -53,4 +53,5 @@ export const spanish = {
   drawnUnsaved: "El PDF contiene lo que escribió. Aún no está guardado.",
   goTo: (n) => `Ir a la página ${n}`,
   tooLong: (most, left) => `Caben ${most} caracteres. Se omitió: «${left}»`,
+  script: (reason) => `Un script de este formulario no funciona: ${reason}`,
 };

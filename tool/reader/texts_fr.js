@@ -54,4 +54,5 @@ export const french = {
   drawnUnsaved: "Le PDF contient votre saisie. Elle n’est pas encore enregistrée.",
   goTo: (n) => `Aller à la page ${n}`,
   tooLong: (most, left) => `${most} caractères au plus. Laissé de côté : « ${left} »`,
+  script: (reason) => `Un script de ce formulaire ne fonctionne pas : ${reason}`,
 };

@@ -53,4 +53,5 @@ export const italian = {
   drawnUnsaved: "Il PDF contiene ciò che ha scritto. Non è ancora salvato.",
   goTo: (n) => `Vai a pagina ${n}`,
   tooLong: (most, left) => `Al massimo ${most} caratteri. Tralasciato: «${left}»`,
+  script: (reason) => `Uno script di questo modulo non funziona: ${reason}`,
 };

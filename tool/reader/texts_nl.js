@@ -52,4 +52,5 @@ export const dutch = {
   drawnUnsaved: "De PDF bevat wat u hebt getypt. Het is nog niet opgeslagen.",
   goTo: (n) => `Naar pagina ${n}`,
   tooLong: (most, left) => `Er passen ${most} tekens. Weggelaten: “${left}”`,
+  script: (reason) => `Een script van dit formulier werkt niet: ${reason}`,
 };

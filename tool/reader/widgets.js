@@ -70,12 +70,53 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
     });
   }
   const show = () => {
-    const text = model.values(widget.name)[0] ?? "";
+    const isEdited = input === document.activeElement && !input.readOnly;
+    const formatted = isEdited ? null : model.formatted(widget.name);
+    const text = formatted ?? model.values(widget.name)[0] ?? "";
     if (input.value !== text) input.value = text;
   };
-  input.addEventListener("input", () => model.set(widget.name, [input.value]));
+  input.addEventListener("input", () => {
+    model.set(widget.name, [input.value]);
+    model.format(widget.name, null);
+  });
+  // Not the browser's event of a change: it misses what a script made of the keys.
+  let before = "";
+  const commit = () => {
+    if (input.value !== before) model.scripts?.commitText(widget, (before = input.value));
+  };
+  input.addEventListener("focus", () => {
+    const formatted = input.value;
+    show();
+    // The browser had put the cursor, or a selection, into the other text.
+    if (input.value !== formatted) input.select();
+    before = input.value;
+  });
+  input.addEventListener("keydown", (event) => /** @type {KeyboardEvent} */ (event).key === "Enter" && !widget.multiLine && commit());
+  input.addEventListener("blur", () => {
+    commit();
+    show();
+  });
+  if (widget.actions.has("Keystroke")) judgeKeys(input, widget, model);
   if (widget.maxLength) sayWhatIsLeftOut(input, widget);
   return { element: input, show };
+}
+
+/** Lets the form's script accept, change or refuse what is typed. */
+function judgeKeys(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, /** @type {Widget} */ widget, /** @type {FormModel} */ model) {
+  input.addEventListener("beforeinput", (event) => {
+    const { data, dataTransfer, inputType, isComposing } = /** @type {InputEvent} */ (event);
+    const change = data ?? dataTransfer?.getData("text/plain") ?? "";
+    // Deletions are seen when the text is complete.
+    if (!model.scripts || isComposing || !inputType.startsWith("insert") || !change) return;
+    const [from, to] = [input.selectionStart ?? 0, input.selectionEnd ?? 0];
+    if (widget.maxLength && input.value.length - (to - from) + change.length > widget.maxLength) return;
+    const answer = model.scripts.typeText(widget, { value: input.value, change, from, to });
+    if (!answer) return;
+    event.preventDefault();
+    input.value = answer.value;
+    if (answer.selection) input.setSelectionRange(...answer.selection);
+    model.set(widget.name, [input.value]);
+  });
 }
 
 /** The browser cuts text that is too long, without a word; this says beside the field what was cut. */
@@ -110,7 +151,10 @@ function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model
   const isPressed = () => widget.kind === "check" || widget.inUnison || (model.get(widget.name)?.nth ?? 0) === widget.nth;
   const isOn = () => model.values(widget.name)[0] === widget.state && isPressed();
   const set = (/** @type {boolean} */ on) => model.set(widget.name, [on ? widget.state : OFF], widget.nth);
-  input.addEventListener("change", () => set(input.checked));
+  input.addEventListener("change", () => {
+    set(input.checked);
+    model.scripts?.commitToggle(widget, input.checked);
+  });
   if (widget.kind === "radio" && widget.canBeOff) {
     // A radio button of the browser cannot be switched off by the user.
     let wasOn = false;
@@ -144,6 +188,7 @@ function makeList(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   select.addEventListener("change", () => {
     const chosen = [...select.selectedOptions].map(({ value }) => value);
     model.set(widget.name, chosen.length ? chosen : [""]);
+    model.scripts?.commitChoice(widget, select.selectedOptions[0]?.text ?? "", chosen[0] ?? "");
   });
   return { element: select, show };
 }
@@ -164,6 +209,7 @@ function makeTypedChoice(/** @type {Widget} */ widget, /** @type {FormModel} */ 
     input.setAttribute("list", id);
     extras.push(list);
     input.addEventListener("input", () => model.set(widget.name, [valueOf(input.value)]));
+    input.addEventListener("change", () => model.scripts?.commitChoice(widget, input.value, valueOf(input.value)));
   }
   return { element: input, show, extras };
 }
@@ -216,6 +262,19 @@ export class Layer {
         return typed ? makeTypedChoice(widget, model, `${this.#serial}${widget.id}`) : makeList(widget, model);
       }
       default: return makeText(widget, model);
+    }
+  }
+
+  /** Changes the widgets as a script asks. */
+  change(/** @type {string[]} */ ids, /** @type {import("./scripts.js").WidgetChange} */ { hidden, readonly, required, focus, limit }) {
+    for (const input of ids.map((id) => /** @type {any} */ (this.#inputs.get(id)))) {
+      if (!input) continue;
+      if (hidden !== undefined) input.hidden = hidden;
+      if (hidden !== undefined && input.nextElementSibling?.matches(".face")) input.nextElementSibling.hidden = hidden;
+      if (readonly !== undefined) input.matches("input:not([type=checkbox], [type=radio]), textarea") ? (input.readOnly = readonly) : (input.disabled = readonly);
+      if (required !== undefined) input.toggleAttribute("aria-required", required);
+      if (limit !== undefined) limit ? (input.maxLength = limit) : input.removeAttribute("maxlength");
+      if (focus) input.focus();
     }
   }
 
