@@ -413,6 +413,20 @@ TEST(FormServer, RoundOfAForm) {
   }
 }
 
+TEST(FormServer, DrawsBeforeItServesWhereTheHostWantsIt) {
+  for (const bool draws : {false, true}) {
+    ServerHost host;
+    host.Put("drawn", FormText().Field(10, "<</FT/Tx/T(name)/Subtype/Widget/Rect[0 0 99 20]/DA(/Helv 9 Tf)>>").Bytes());
+    if (draws) host.server->SetDrawing(ZDrawingFonts());
+    ZXFDF xfdf;
+    xfdf.Fields()["name"] = ZVariant("Zoé");
+    ZAcroFormServerForm form;
+    ASSERT_TRUE(host.server->PrepareForm(xfdf, "drawn", ZDocument::eModify, &form));
+    EXPECT_EQ(form.Fields()["name"]->Dico()->Exist("/AP"), draws);
+    EXPECT_TRUE(form.NeedAppearances());
+  }
+}
+
 void AddDeepFields(ZXFDF* xfdf, int count, bool with_values) {
   ZXFDF::Field& deepest = xfdf->Fields().AddField(Chaine(Repeated("nnnnnnn.", 400) + "n"));
   for (int i = 0; i < count; i++) {

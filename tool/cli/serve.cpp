@@ -56,6 +56,7 @@ struct Plan {
   std::string app;
   std::string data;
   std::string reader;   // the folder of the page that shows forms in a browser
+  bool draw = false;    // whether served forms are drawn
   bool scripts = true;  // whether the scripts of forms run in that page
   bool json = false;
   bool scratch = false;
@@ -82,9 +83,8 @@ class PlanMaker {
     const std::string log = Text(options_.log, "log");
     plan.json = log == "json";
     if (!log.empty() && log != "json" && log != "text") Refuse("log", log, "text or json");
-    const std::string scripts = Text(options_.scripts, "scripts");
-    plan.scripts = scripts != "no";
-    if (!scripts.empty() && scripts != "no" && scripts != "yes") Refuse("scripts", scripts, "yes or no");
+    plan.scripts = Choice(options_.scripts, "scripts", true);
+    plan.draw = Choice(options_.draw, "draw", false);
     plan.office.port = Number(options_.port, "port", kDefaultPort, "a port: 0 to 65535");
     plan.office.folder = Number(options_.folder, "folder", uint64_t{1}, "a number");
     if (plan.office.folder == 0) Refuse("folder", "0", "a number other than 0");
@@ -100,8 +100,8 @@ class PlanMaker {
   }
   // Refuses unknown names: with a misspelt name the default would silently apply.
   void CheckNames() {
-    constexpr std::string_view kNames[] = {"templates", "data",   "reader", "app",    "log",
-                                           "port",      "folder", "year",   "expire", "scripts"};
+    constexpr std::string_view kNames[] = {"templates", "data", "reader", "app",     "log", "port",
+                                           "folder",    "year", "expire", "scripts", "draw"};
     for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
       const std::string_view name = lines_.GetLineName(i);
       const bool known = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
@@ -118,6 +118,11 @@ class PlanMaker {
   }
   std::string Text(const std::string& option, const char* name) const {
     return option.empty() ? Line(name, "") : option;
+  }
+  bool Choice(const std::string& option, const char* name, bool fallback) {
+    const std::string text = Text(option, name);
+    if (!text.empty() && text != "yes" && text != "no") Refuse(name, text, "yes or no");
+    return text.empty() ? fallback : text == "yes";
   }
   template <class Type>
   Type Number(const std::optional<Type>& option, const char* name, Type fallback, const char* wanted) {
@@ -222,6 +227,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   services.temp_folder = &temp;
   services.idle_messages = &messages;
   Office office(chosen, services, store.get(), &log);
+  if (plan.draw) office.Server().SetDrawing(ZDrawingFonts());
   const ReaderPage* const reader = AddPages(office, plan.reader, plan.scripts);
   if (!office.Server().Start()) {
     SayWhyNotStarted(office, chosen.port);

@@ -55,6 +55,11 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
       ->add_option("--scripts", options->scripts,
                    "Whether the scripts of forms run in the page for browsers: yes or no; the default is yes.")
       ->check(CLI::IsMember({"yes", "no"}));
+  command
+      ->add_option("--draw", options->draw,
+                   "Whether forms are drawn before they are served, for readers that do not draw fields: yes or no; "
+                   "the default is no.")
+      ->check(CLI::IsMember({"yes", "no"}));
   command->add_option("--log", options->log, "The format of the log: text or json.")
       ->check(CLI::IsMember({"text", "json"}));
 }

@@ -26,6 +26,7 @@ struct ServeOptions {
   std::optional<uint32_t> expire;
   std::string log;
   std::string scripts;
+  std::string draw;
 };
 int RunServe(const ServeOptions& options);
 

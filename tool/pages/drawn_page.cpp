@@ -13,7 +13,7 @@ namespace {
 class Session : public ZHTTPServerPageXFDFSession {
  public:
   Session(const DrawnPage* page, Office* office, uint64_t folder, int32_t year)
-      : ZHTTPServerPageXFDFSession(page, folder, year), office_(office) {}
+      : ZHTTPServerPageXFDFSession(page, folder, year), page_(page), office_(office) {}
 
   bool SetURL(const ZInetURL& url, const Chaine& method) override {
     if (!ZHTTPServerPageXFDFSession::SetURL(url, method)) return false;
@@ -35,7 +35,7 @@ class Session : public ZHTTPServerPageXFDFSession {
     ReceivedXFDF().Fields()[ZXFDF::kSessionIDField] = "";
     ZAcroFormServerForm form;
     if (!office_->Server().PrepareForm(XFDFRequest(), code, ZDocument::eReadOnly, &form)) return SetStatus(404);
-    ZFieldDrawer drawer(form);
+    ZFieldDrawer drawer(form, page_->Fonts());
     if (drawer.DrawAll() && form.NeedAppearances()) form.Infos()->Dico()->RemoveValue("/NeedAppearances");
     Chaine bytes;
     ZInetChaineOStream out(bytes);
@@ -49,6 +49,7 @@ class Session : public ZHTTPServerPageXFDFSession {
   }
 
  private:
+  const DrawnPage* page_;
   Office* office_;
 };
 

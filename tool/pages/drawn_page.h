@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zforms/appearance/drawing_fonts.h"
 #include "zforms/platform/http/http_page.h"
 #include "zforms/server/xfdf_page.h"
 
@@ -17,9 +18,12 @@ class DrawnPage : public ZHTTPServerPageXFDF {
   ~DrawnPage() override;
 
   std::unique_ptr<CSessionBase> AllocSession() override;
+  // Reads each font once for all requests.
+  const ZDrawingFonts& Fonts() const { return fonts_; }
 
  private:
   Office* office_;
+  ZDrawingFonts fonts_;
 };
 
 }  // namespace zforms::tool

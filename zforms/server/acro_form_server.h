@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 
+#include "zforms/appearance/drawing_fonts.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/counted_unknown.h"
 #include "zforms/platform/base/critical_section.h"
@@ -84,6 +86,11 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   // content that readers would show in place of the fields. The default does nothing.
   virtual void PrepareTemplate(ZAcroForm& form) const;
 
+  // Draws the fields of each filled form before it is sent, printed or mailed, so that every viewer shows them; off at
+  // first. Viewers are asked to draw as well ("/NeedAppearances"). Do not call it while the server runs.
+  void SetDrawing(const ZDrawingFonts& fonts) { drawing_ = fonts; }
+  const std::optional<ZDrawingFonts>& Drawing() const { return drawing_; }
+
   // A builder for the code; null when its template cannot be read.
   ZCountedPtr<XFDFBuilder> GetXFDFBuilder(const Chaine& code) const;
 
@@ -101,6 +108,7 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   ZHostServices services_;
   std::atomic<ZAcroFormServerXFDFHandler*> xfdf_handler_ = nullptr;
   ZAcroFormServerPDFHandler* pdf_handler_;  // owned as a page handler
+  std::optional<ZDrawingFonts> drawing_;
   mutable CCriticalSection section_;
   FolderInfos folder_;
 };

@@ -2,8 +2,10 @@
 
 #include <string_view>
 
+#include "zforms/appearance/field_drawer.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/pdf/parser/parser.h"
+#include "zforms/platform/base/diagnostics.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/files/file_io.h"
 #include "zforms/platform/files/inet_stream.h"
@@ -108,6 +110,13 @@ bool ZAcroFormServerPDFHandler::LoadTemplate(const Chaine& path, ZAcroForm* form
   return true;
 }
 
+void ZAcroFormServerPDFHandler::Draw(ZAcroForm* form) const {
+  if (!server_->Drawing()) return;
+  ZFieldDrawer drawer(*form, *server_->Drawing());
+  drawer.DrawAll();
+  for (const ZDiagnostics::Warning& warning : drawer.Diagnostics().Warnings()) form->Warn(warning.text);
+}
+
 void ZAcroFormServerPDFHandler::SetSubmitURLs(const Chaine& code, ZAcroFormServerForm* form) const {
   form->SetSubmitURL(ZDocument::eConsult, server_->GetXFDFURL(ZDocument::eConsult, code));
   form->SetSubmitURL(ZDocument::eModify, server_->GetXFDFURL(ZDocument::eModify, code));
@@ -117,6 +126,7 @@ bool ZAcroFormServerPDFHandler::PrepareForm(const ZXFDF& xfdf, const Chaine& cod
                                             ZAcroFormServerForm* form) const {
   if (!LoadTemplate(PDFLocalFilePathName(code), form)) return false;
   Fill(xfdf, form);
+  Draw(form);
   SetSubmitURLs(code, form);
   form->SetDisplayMode(status);
   return true;
@@ -125,6 +135,7 @@ bool ZAcroFormServerPDFHandler::PrepareForm(const ZXFDF& xfdf, const Chaine& cod
 bool ZAcroFormServerPDFHandler::FillForm(const ZXFDF& xfdf, ZAcroFormServerForm* form) const {
   if (!LoadTemplate(PDFLocalFilePathName(xfdf.PDFHRef()), form)) return false;
   Fill(xfdf, form);
+  Draw(form);
   form->SetDisplayMode(ZDocument::eReadOnly);
   return true;
 }

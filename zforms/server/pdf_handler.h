@@ -64,6 +64,7 @@ class ZFORMS_API ZAcroFormServerPDFHandler : public ZHTTPServerPageBase {
 
   bool LoadTemplate(const Chaine& path, ZAcroForm* form) const;
   void SetSubmitURLs(const Chaine& code, ZAcroFormServerForm* form) const;
+  void Draw(ZAcroForm* form) const;
   bool FillForm(const ZXFDF& xfdf, ZAcroFormServerForm* form) const;
   Chaine FillTempForm(const ZXFDF& xfdf) const;
   bool ExecPDF(const ZXFDF& xfdf, const Chaine& verb) const;
