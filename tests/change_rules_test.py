@@ -37,7 +37,7 @@ CASES = [  # label, form, options, status, messages, the values of a, b and g.c,
     ("a lock of all others", {"signatures": [("S", None, listed("g", action="Exclude"), None)]}, [], 3,
      ['"a": ' + LOCKED, '"b": ' + LOCKED], ["old", None, "1"], ""),
     ("a lock of all", {"signatures": [("S", None, {"Action": Name("All")}, None)]}, ["--force"], 3,
-     ["locked fields are written anyway", "no longer valid"], "AB1", ""),
+     ["fields that a signature locks are filled too", "no longer valid"], "AB1", ""),
 ]
 
 

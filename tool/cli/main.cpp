@@ -241,7 +241,7 @@ class CommandLine {
   void AddDraw() {
     CLI::App* command =
         Add("draw", "Draw the values of all fields, so that every viewer shows them.",
-            "Text fields and choice fields are drawn anew; buttons keep their appearances. What does not\n"
+            "Text fields and choice fields get new appearances; buttons keep theirs. What does not\n"
             "fit, and characters that no font has, are reported. The change is appended to the file.",
             "  zforms draw filled.pdf -o drawn.pdf", [this] { return RunDraw(draw_); });
     AddFile(command, &draw_.file);

@@ -13,7 +13,7 @@ class ContentWriter;
 struct TextBox {
   double width = 0;  // the whole box, in points
   double height = 0;
-  double padding = 2;  // between its sides and the text
+  double padding = 0;  // between its sides and the text
   double edge = 0;     // how far its border reaches in
   int quadding = 0;    // 0 left, 1 centred, 2 right
   double size = 0;     // of the font; 0: as large as fits

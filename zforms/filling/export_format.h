@@ -22,6 +22,15 @@ inline constexpr std::array<ExportFormatName, 5> kExportFormats = {{{"xfdf", Exp
                                                                     {"jsonl", ExportFormat::kJSONLines, true},
                                                                     {"csv", ExportFormat::kCSV, true}}};
 
+static_assert(
+    [] {
+      for (size_t i = 0; i < kExportFormats.size(); i++) {
+        if (static_cast<size_t>(kExportFormats[i].format) != i) return false;
+      }
+      return true;
+    }(),
+    "the table has the order of ExportFormat");
+
 constexpr const ExportFormatName& NameOf(ExportFormat format) { return kExportFormats[static_cast<size_t>(format)]; }
 
 // Null for a name that is none of them.

@@ -38,7 +38,7 @@ bool FillingGuard::AllowsFilling(ZFormMessages* messages) const {
   if (!fault.IsEmpty()) {
     Warn(messages, fault + ": it is filled anyway, and the signature is no longer valid");
   } else if (rules_.HasLocks()) {
-    Warn(messages, Chaine("locked fields are written anyway: ") + kNoneHolds + " where one changes");
+    Warn(messages, "fields that a signature locks are filled too; that signature is then no longer valid");
   }
   return true;
 }
