@@ -408,6 +408,12 @@ def test_imported(folder):
     expect(pdf.startswith(bare), "what was added is appended")
     check_pdf(folder, pdf, "imported form")
     same("a second import", zforms("import", templates / "F1.pdf", "-o", folder / "again.pdf")[::2], (0, ""))
+    status, _, err = zforms("import", folder / "bare.pdf", "-o", folder / "labelled.pdf", "--label", "Enregistrer", "Ändern")
+    expect(status == 0 and err.count("on the first page") == 2, "import with labels", err)
+    check_pdf(folder, (folder / "labelled.pdf").read_bytes(), "labelled form")
+    if shutil.which("pdftotext"):
+        drawn = subprocess.run(["pdftotext", folder / "labelled.pdf", "-"], stdout=subprocess.PIPE, check=True, timeout=60).stdout.decode()
+        expect("Enregistrer" in drawn and "Ändern" in drawn, "the buttons show their labels", drawn)
     if shutil.which("qpdf"):
         # With cross-reference streams and object streams, which not every reader supports.
         modern = folder / "modern.pdf"

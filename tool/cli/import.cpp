@@ -10,6 +10,8 @@
 #include "tool/forms/template_check.h"
 #include "zforms/acroform/action.h"
 #include "zforms/acroform/change_rules.h"
+#include "zforms/acroform/field.h"
+#include "zforms/appearance/field_drawer.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/crypt/encryption.h"
@@ -17,13 +19,13 @@
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/pdf/reference_node.h"
-#include "zforms/pdf/stream_node.h"
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/crypto/md5.h"
 #include "zforms/platform/files/inet_stream.h"
+#include "zforms/platform/text/text.h"
 #include "zforms/server/server_form.h"
 #include "zforms/xfdf/xfdf.h"
 
@@ -34,6 +36,8 @@ namespace {
 constexpr uint32_t kOtherFormats = ZAcroFormAction::kSubmitHTMLFlag | ZAcroFormAction::kSubmitPDFFlag;
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 22;
+constexpr int kMargin = 12;
+constexpr int kSideMargin = 36;
 // The deepest page tree that is accepted.
 constexpr int kDeepestTree = 100;
 
@@ -42,29 +46,68 @@ void Say(const std::string& what, const char* done = "added") {
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-// The lower left corner of the visible part of the page, in the page's units: of the crop box, else the media box, both
-// inherited (ISO 32000-1 14.11.2).
-std::pair<int, int> Corner(const ZPDFNodeDictionary* page) {
+// A rectangle in the units of a page.
+struct Box {
+  int left = 0, bottom = 0, right = 0, top = 0;
+
+  bool Overlaps(const Box& other) const {
+    return left < other.right && other.left < right && bottom < other.top && other.bottom < top;
+  }
+  std::string Text() const {
+    return "[" + std::to_string(left) + " " + std::to_string(bottom) + " " + std::to_string(right) + " " +
+           std::to_string(top) + "]";
+  }
+};
+
+// The rectangle that an entry holds; false when it holds none.
+bool ReadBox(const ZPDFNodeDictionary& dictionary, const char* key, Box* box) {
+  const auto* edges = NodeCast<ZPDFNodeArray>(dictionary.GetTarget(key));
+  if (edges == nullptr || edges->Size() != 4) return false;
+  const auto edge = [edges](size_t i) {
+    const ZPDFNode* const value = edges->GetTargetAt(i);
+    return value == nullptr ? 0 : static_cast<int>(std::clamp(value->GetDoubleValue(), -1e6, 1e6));
+  };
+  *box = {std::min(edge(0), edge(2)), std::min(edge(1), edge(3)), std::max(edge(0), edge(2)),
+          std::max(edge(1), edge(3))};
+  return true;
+}
+
+// The visible part of the page: the crop box, else the media box, both inherited (ISO 32000-1 14.11.2).
+Box VisiblePart(const ZPDFNodeDictionary* page) {
   for (const char* key : {"/CropBox", "/MediaBox"}) {
     const ZPDFNodeDictionary* node = page;
     for (int depth = 0; node != nullptr && depth < kDeepestTree; depth++) {
-      const auto* box = NodeCast<ZPDFNodeArray>(node->GetTarget(key));
-      if (box != nullptr && box->Size() == 4) {
-        const auto edge = [box](size_t i) {
-          return static_cast<int>(std::clamp(box->GetTargetAt(i)->GetDoubleValue(), -1e6, 1e6));
-        };
-        return {std::min(edge(0), edge(2)), std::min(edge(1), edge(3))};
-      }
+      Box box;
+      if (ReadBox(*node, key, &box)) return box;
       node = NodeCast<ZPDFNodeDictionary>(node->GetTarget("/Parent"));
     }
   }
-  return {0, 0};
+  return {0, 0, 612, 792};
+}
+
+// A place for a button at the foot of the page, else at its head, that no annotation and no box of `taken` overlaps.
+bool FindPlace(const ZPDFNodeDictionary& page, std::vector<Box> taken, Box* place) {
+  if (const auto* annotations = NodeCast<ZPDFNodeArray>(page.GetTarget("/Annots"))) {
+    for (size_t i = 0; i < annotations->Size(); i++) {
+      const auto* annotation = NodeCast<ZPDFNodeDictionary>(annotations->GetTargetAt(i));
+      if (Box box; annotation != nullptr && ReadBox(*annotation, "/Rect", &box)) taken.push_back(box);
+    }
+  }
+  const Box part = VisiblePart(&page);
+  for (const int bottom : {part.bottom + kMargin, part.top - kMargin - kButtonHeight}) {
+    for (int left = part.left + kSideMargin; left + kButtonWidth <= part.right; left += kButtonWidth / 9) {
+      *place = {left, bottom, left + kButtonWidth, bottom + kButtonHeight};
+      if (std::none_of(taken.begin(), taken.end(), [&](const Box& box) { return box.Overlaps(*place); })) return true;
+    }
+  }
+  return false;
 }
 
 // Adds to a form what serving needs, and reports what it added.
 class Importer {
  public:
-  explicit Importer(ZAcroFormServerForm& form) : form_(form), parser_(*form.Parser()) {}
+  Importer(ZAcroFormServerForm& form, const std::vector<std::string>& labels)
+      : form_(form), parser_(*form.Parser()), labels_(labels) {}
 
   void Mend() {
     AddIdentifier();
@@ -72,6 +115,7 @@ class Importer {
     MendTargets();
     AddButton(ZDocument::eModify, "save.cgi", "Save", 0);
     AddButton(ZDocument::eConsult, "modify.cgi", "Modify", 1);
+    places_.clear();
     for (const auto status : {ZDocument::eModify, ZDocument::eConsult}) MendFormats(status);
   }
 
@@ -164,30 +208,28 @@ class Importer {
     }
   }
 
-  void AddButton(ZDocument::Status status, const std::string& page, const std::string& caption, int place) {
+  // Adds a submit button: to the first page when labels were given and there is a free place, else without a place,
+  // for the bar of the page that shows forms in a browser. `caption` is its name where it has no label.
+  void AddButton(ZDocument::Status status, const std::string& page, const std::string& caption, size_t index) {
     if (form_.HasSubmitFormButton(status)) return;
-    const std::string width = std::to_string(kButtonWidth);
-    const std::string height = std::to_string(kButtonHeight);
+    const std::string label = index < labels_.size() ? labels_[index] : caption;
+    Box box;
     std::string ignored;
-    const auto [corner_x, corner_y] = Corner(FirstPage(&ignored));
-    const int left = corner_x + 36 + place * (kButtonWidth + 10);
-    const int bottom = corner_y + 12;
-    auto* look = new ZPDFNodeStream(
-        Chaine("0.85 g 0 0 " + width + " " + height + " re f BT /Helv 10 Tf 0 g 10 7 Td (" + caption + ") Tj ET"),
-        &parser_);
-    look->Dico()->SetIdentifier("/Type", "/XObject");
-    look->Dico()->SetIdentifier("/Subtype", "/Form");
-    look->Dico()->SetValue("/BBox", Parse("[0 0 " + width + " " + height + "]"));
-    look->Dico()->SetValue("/Resources", Parse("<</Font<</Helv<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>>>>>"));
-    const std::string look_reference = AddObject(look);
-    const bool added =
-        AddWidget("/FT/Btn/Ff 65536/F 4/T(zforms_" + page.substr(0, page.find('.')) + ")/Rect[" + std::to_string(left) +
-                      " " + std::to_string(bottom) + " " + std::to_string(left + kButtonWidth) + " " +
-                      std::to_string(bottom + kButtonHeight) + "]/MK<</BG[0.85]/CA(" + caption +
-                      ")>>/DA(/Helv 10 Tf 0 g)/AP<</N " + look_reference +
-                      ">>/A<</S/SubmitForm/Flags 32/F<</FS/URL/F(http://localhost/" + page + ")>>>>",
-                  "");
-    if (added) Say("the button \"" + caption + "\" at the foot of the first page, which submits to \"" + page + "\"");
+    const ZPDFNodeDictionary* const first = FirstPage(&ignored);
+    const bool is_shown = !labels_.empty() && first != nullptr && FindPlace(*first, places_, &box);
+    if (is_shown) places_.push_back(box);
+    if (!is_shown) box = {};
+    auto* text = new ZPDFNodeHexaString(UTF8ToPDFText(label), &parser_);
+    const std::string label_reference = AddObject(text);
+    const bool added = AddWidget("/FT/Btn/Ff 65536/F 4/T(zforms_" + page.substr(0, page.find('.')) + ")/TU " +
+                                     label_reference + "/Rect" + box.Text() + "/MK<</BG[0.85]/CA " + label_reference +
+                                     ">>/DA(/Helv 10 Tf 0 g)/A<</S/SubmitForm/Flags 32/F<</FS/URL/F(http://localhost/" +
+                                     page + ")>>>>",
+                                 "");
+    if (!added) return;
+    const std::string where = is_shown ? "on the first page" : "for the bar of the page in a browser";
+    Say("the button \"" + label + "\" " + where + ", which submits to \"" + page + "\"");
+    if (!labels_.empty() && !is_shown) Say("place on the first page for the button \"" + label + "\"", "not found");
   }
 
   void MendFormats(ZDocument::Status status) {
@@ -210,7 +252,27 @@ class Importer {
 
   ZAcroFormServerForm& form_;
   ZPDFParser& parser_;
+  const std::vector<std::string>& labels_;
+  std::vector<Box> places_;  // of the buttons added
 };
+
+// Draws the buttons that have a place and no look yet, and appends them to the file.
+bool DrawButtons(ZAcroFormServerForm& form, Chaine* bytes) {
+  ZFieldDrawer drawer(form);
+  for (const char* name : {"zforms_save", "zforms_modify"}) {
+    ZAcroFormField* const button = form.Fields().Exist(name) ? form.Fields()[name] : nullptr;
+    Box box;
+    if (button == nullptr || button->Dico()->Exist("/AP")) continue;
+    if (ReadBox(*button->Dico(), "/Rect", &box) && box.right > box.left) drawer.Draw(*button);
+  }
+  drawer.Finish();
+  if (form.Parser()->ModifiedObjects().empty()) return true;
+  Chaine drawn;
+  ZInetChaineOStream out(drawn);
+  if (!form.Save(out)) return false;
+  *bytes = drawn;
+  return true;
+}
 
 bool NeedsPassword(const ZAcroForm& form) {
   return form.EncryptionLoad() != nullptr && !form.EncryptionLoad()->UserPassword().IsEmpty();
@@ -235,7 +297,7 @@ int RunImport(const ImportOptions& options) {
   const bool allowed = FillingGuard(form, {false, options.force}, writes_anew).AllowsDesigning(&messages);
   Say(std::exchange(messages, {}), console);
   if (!allowed) return console.Finish();
-  Importer(form).Mend();
+  Importer(form, options.labels).Mend();
   if (!ZAcroFormChangeRules::DropXFA(form).empty()) Say("the XFA form, which readers would show instead", "removed");
   if (!ZAcroFormChangeRules::DropUsageRights(form).empty()) Say("usage rights, which end with a change", "removed");
   OpenWithoutPassword(form);
@@ -253,6 +315,10 @@ int RunImport(const ImportOptions& options) {
   }
   if (!is_classic) Say("a cross-reference table, for cross-reference streams; the file is written as a new file");
   for (const std::string& fault : CheckTemplate(mended)) console.Warn(fault);
+  if (!DrawButtons(mended, &bytes)) {
+    console.Fail(mended.Diagnostics().Failure());
+    return console.Finish();
+  }
   WriteOutput(options.output, bytes, console);
   return console.Finish();
 }

@@ -68,11 +68,18 @@ void AddImport(CLI::App& app, std::function<int()>* run) {
   const auto options = std::make_shared<ImportOptions>();
   CLI::App* command = Add(app, "import", "Prepare a form for serving.",
                           "Adds what is missing: an identifier, the hidden field of the session, buttons to save and\n"
-                          "to modify, and XFDF as what they submit. The change is appended to the file. A file with\n"
+                          "to modify, and XFDF as what they submit. The buttons are in the bar of the page that shows\n"
+                          "forms in a browser; --label puts them on the first page, for PDF readers. The change is "
+                          "appended to the file. A file with\n"
                           "cross-reference streams is written as a new file without them.",
                           "  zforms import form.pdf -o forms/F1.pdf", options, RunImport, run);
   AddFile(command, &options->file);
   command->add_option("-o,--output", options->output, "The output file, or \"-\" for standard output.")->required();
+  command
+      ->add_option("--label", options->labels,
+                   "Show the button to save with this text on the first page, where no field or link is; a second "
+                   "text is for the button to modify. May cover printed text: look at the result.")
+      ->expected(1, 2);
   AddPassword(command, &options->password);
   AddRecover(command, &options->recover);
   AddForce(command, &options->force);

@@ -32,6 +32,7 @@ int RunServe(const ServeOptions& options);
 
 struct ImportOptions {
   std::string file;
+  std::vector<std::string> labels;
   std::string output;
   std::string password;
   bool recover = false;
