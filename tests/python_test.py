@@ -58,6 +58,19 @@ def test_values(folder):
          [["SEMIS", "FÊTE"], "12"])
 
 
+def test_drawing(folder):
+    size = FORM.stat().st_size
+    for title, options, draws in [("viewers draw", {}, False), ("drawn when filled", {"draw": True}, False),
+                                  ("drawn", {}, True)]:
+        with zforms.open(FORM, **options) as form:
+            form["adherent.nom"] = "Lebœuf"
+            if draws:
+                form.draw()
+            same(title, b"/BBox" in form.to_bytes()[size:], bool(options or draws))
+        row = next(zforms.batch(zforms.open(FORM, **options), [{"adherent.nom": "Lebœuf"}]))
+        same(f"{title}: a row", b"/BBox" in row.data[size:], bool(options))
+
+
 def test_data(folder):
     data = {"adherent": {"nom": "Lebœuf", "ville": None}, "activites.ateliers": ["SEMIS"], "accords.statuts": True}
     files = {"data.json": json.dumps(data).encode(), "data.csv": "adherent.nom;accords.statuts\nLebœuf;1\n".encode()}
@@ -87,6 +100,7 @@ def test_errors(folder):
              (lambda: form.fill(empty), zforms.DataError, str(empty)), (lambda: form.fill(b"{"), zforms.DataError, None),
              (lambda: form.save(folder / "no" / "f.pdf"), zforms.FormError, str(folder / "no" / "f.pdf")),
              (lambda: zforms.open(form.to_bytes()).save(), ValueError, None), (lambda: closed["a"], ValueError, None),
+             (lambda: zforms.open(FORM, fonts=[FORM]), zforms.DataError, str(FORM)),
              (lambda: form.export("pdf"), ValueError, None),
              (lambda: zforms.batch(form, b"a,b\n1,2\n"), zforms.DataError, "the rows"),
              (lambda: zforms.batch(form, folder / "no.csv"), zforms.DataError, str(folder / "no.csv"))]
@@ -110,7 +124,7 @@ def test_batches(folder):
     for title, source in {"file": folder / "people.csv", "bytes": table.encode(), "dicts": rows}.items():
         out = folder / title
         out.mkdir()
-        done = list(zforms.batch(FORM, source, out / "{id}-{adherent.nom}.pdf"))
+        done = list(zforms.batch(zforms.open(FORM, draw=True), source, out / "{id}-{adherent.nom}.pdf"))
         same(title, [row.path and row.path.name for row in done], ["1-Łoś.pdf", "_._2-Zoé.pdf", None, None])
         expect("is not one of its choices" in done[2].error and "another row" in done[3].error, title, str(done))
         same(f"{title}: a row keeps nothing of another", exported(out / "_._2-Zoé.pdf")["adherent.pays"], "FR")

@@ -1,6 +1,6 @@
 #pragma once
 
-// The C interface of zforms (C99): open a form, list and set its fields, fill it from data, save and export it, fill it
+// The C interface of zforms (C99): open a form, list and set its fields, fill it from data, draw it, save and export it, fill it
 // once for each row of a table, and serve forms to readers on this machine.
 //
 //   zforms_form* form = zforms_form_new();

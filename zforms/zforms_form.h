@@ -22,8 +22,13 @@ ZFORMS_API zforms_status zforms_on_message(zforms_form* form, zforms_message_cal
 enum {
   ZFORMS_RECOVER = 1,   // read a damaged file by searching it for objects; it is then saved as a new file
   ZFORMS_KEEP_XFA = 2,  // leave an XFA form that holds the former values
-  ZFORMS_FORCE = 4      // make the changes that signatures forbid; these are then no longer valid
+  ZFORMS_FORCE = 4,     // make the changes that signatures forbid; these are then no longer valid
+  ZFORMS_DRAW = 8       // draw the fields that are filled in, instead of leaving that to viewers
 };
+
+// Adds a font file (TrueType or OpenType) for characters that the form's own fonts lack; it precedes those that the
+// system lists. Call it before the form is opened.
+ZFORMS_API zforms_status zforms_add_font(zforms_form* form, const char* path);
 
 // Open a document: a file, or bytes, which are copied. `password` may be null. After a failure, what was open before
 // stays. A document without a form opens as well.
@@ -99,6 +104,10 @@ ZFORMS_API zforms_status zforms_set_values(zforms_form* form, const char* name, 
 // warning; the others are written.
 ZFORMS_API zforms_status zforms_fill_file(zforms_form* form, const char* path);
 ZFORMS_API zforms_status zforms_fill_bytes(zforms_form* form, const void* data, size_t size, const char* name);
+
+// Draws all fields, so that every viewer shows their values without drawing them itself. ZFORMS_ERROR_FORM when the
+// document forbids it, or a field could not be drawn completely; the others are drawn then.
+ZFORMS_API zforms_status zforms_draw(zforms_form* form);
 
 typedef enum zforms_save_mode {
   ZFORMS_UPDATE = 0,   // what changed is appended to the bytes read; a recovered document is written as new

@@ -26,7 +26,10 @@ using zforms::c::Guarded;
 
 // The handle of a batch.
 struct zforms_batch : zforms::c::Handle {
-  zforms_batch(zforms_form& form) : fill(form.form.Document(), form.guard_options), listener(form.listener) {}
+  explicit zforms_batch(zforms_form& form)
+      : fill(form.form.Document(), form.guard_options,
+             form.draws ? std::optional<zforms::ZDrawingFonts>(form.fonts) : std::nullopt),
+        listener(form.listener) {}
 
   zforms_status Open(ByteSource&& source);
   zforms_status FillRow();

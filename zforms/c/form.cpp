@@ -9,15 +9,19 @@ namespace {
 template <class Open>
 zforms_status OpenWith(zforms_form* form, const char* password, unsigned flags, Open open) {
   return Guarded(form, [&] {
-    if ((flags & ~unsigned{ZFORMS_RECOVER | ZFORMS_KEEP_XFA | ZFORMS_FORCE}) != 0) return ZFORMS_ERROR_ARGUMENT;
+    if ((flags & ~unsigned{ZFORMS_RECOVER | ZFORMS_KEEP_XFA | ZFORMS_FORCE | ZFORMS_DRAW}) != 0)
+      return ZFORMS_ERROR_ARGUMENT;
     zforms::ZFormOptions options;
     options.password = TextOr(password, "");
     options.recover = (flags & ZFORMS_RECOVER) != 0;
     options.keep_xfa = (flags & ZFORMS_KEEP_XFA) != 0;
     options.force = (flags & ZFORMS_FORCE) != 0;
+    options.draw = (flags & ZFORMS_DRAW) != 0;
+    options.fonts = form->fonts;
     const bool opened = open(options);
     if (opened) {
       form->guard_options = {options.keep_xfa, options.force};
+      form->draws = options.draw;
       form->DropFields();
       form->pending.Drop();
     }
@@ -69,6 +73,22 @@ zforms_status zforms_open_bytes(zforms_form* form, const void* bytes, size_t siz
   if (bytes == nullptr) return Guarded(form, [] { return ZFORMS_ERROR_ARGUMENT; });
   return OpenWith(form, password, flags, [&](const zforms::ZFormOptions& options) {
     return form->form.OpenBytes({static_cast<const char*>(bytes), size}, options);
+  });
+}
+
+zforms_status zforms_add_font(zforms_form* form, const char* path) {
+  return Guarded(form, [&] {
+    if (path == nullptr) return ZFORMS_ERROR_ARGUMENT;
+    zforms::Chaine fault;
+    if (form->fonts.AddFile(path, &fault)) return ZFORMS_OK;
+    return zforms::c::Fail(form, ZFORMS_ERROR_DATA, fault.ToString());
+  });
+}
+
+zforms_status zforms_draw(zforms_form* form) {
+  return Guarded(form, [&] {
+    form->pending.Drop();
+    return form->Finish(form->form.Draw());
   });
 }
 

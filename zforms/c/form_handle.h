@@ -33,6 +33,8 @@ struct zforms_form : zforms::c::Handle {
 
   zforms::ZForm form;
   zforms::GuardOptions guard_options;
+  bool draws = false;
+  zforms::ZDrawingFonts fonts;
   zforms::c::Listener listener;
   zforms::c::Pending pending;
   Fields fields;

@@ -24,7 +24,8 @@ bool Fail(About about, std::string text, ZFormMessages* messages) {
 
 }  // namespace
 
-ZFormBatch::ZFormBatch(const ZAcroForm& form, const GuardOptions& options) : form_(form), options_(options) {}
+ZFormBatch::ZFormBatch(const ZAcroForm& form, const GuardOptions& options, std::optional<ZDrawingFonts> fonts)
+    : form_(form), options_(options), fonts_(std::move(fonts)) {}
 
 ZFormBatch::~ZFormBatch() = default;
 
@@ -42,7 +43,7 @@ bool ZFormBatch::Prepare(ZFormMessages* messages) {
     index_.emplace(field.name, names_.size());
     names_.push_back(field.name);
   }
-  press_ = std::make_unique<FormPress>(form_, names_, *guard_);
+  press_ = std::make_unique<FormPress>(form_, names_, *guard_, fonts_);
   return true;
 }
 
@@ -108,7 +109,7 @@ bool ZFormBatch::Fill(const Row& row, Chaine* bytes, ZFormMessages* messages) {
   if (!fault.empty()) {
     return Fail(About::kData, (row.line == 0 ? "" : "line " + std::to_string(row.line) + ": ") + fault, messages);
   }
-  *bytes = press_->Fill(values_);
+  *bytes = press_->Fill(values_, messages);
   return !bytes->IsEmpty() || Fail(About::kForm, "the form cannot be filled", messages);
 }
 

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "zforms/acroform/acro_form.h"
+#include "zforms/appearance/drawing_fonts.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/filling/form_message.h"
 #include "zforms/filling/form_press.h"
@@ -32,8 +34,9 @@ class ZFieldRule;
 // It fills a copy of the form. One thread at a time; different batches are independent.
 class ZFORMS_API ZFormBatch {
  public:
-  // Copies a loaded form with its unsaved changes.
-  ZFormBatch(const ZAcroForm& form, const GuardOptions& options);
+  // Copies a loaded form with its unsaved changes. With fonts the fields that are filled in are drawn; without, viewers
+  // are asked to do so.
+  ZFormBatch(const ZAcroForm& form, const GuardOptions& options, std::optional<ZDrawingFonts> fonts = std::nullopt);
   ZFormBatch(const ZFormBatch&) = delete;
   ZFormBatch& operator=(const ZFormBatch&) = delete;
   ~ZFormBatch();
@@ -43,7 +46,8 @@ class ZFORMS_API ZFormBatch {
   // Whether one of the columns fills a field. Precondition, here and below: Prepare returned true.
   bool Feeds(const std::vector<std::string>& columns);
   // The form filled with the row, as an update of the bytes that were read. False, with a failure about the row, when
-  // the row has a fault or a field does not accept its value. A note names each column that fills no field, once.
+  // the row has a fault or a field does not accept its value. Warnings say what could not be drawn. A note names each
+  // column that fills no field, once.
   bool Fill(const Row& row, Chaine* bytes, ZFormMessages* messages);
 
  private:
@@ -61,6 +65,7 @@ class ZFORMS_API ZFormBatch {
 
   ZAcroForm form_;
   GuardOptions options_;
+  std::optional<ZDrawingFonts> fonts_;
   std::unique_ptr<FillingGuard> guard_;
   std::unique_ptr<ZCheckedFiller> filler_;
   std::vector<std::string> names_;

@@ -6,7 +6,7 @@ import ctypes
 import enum
 import json
 import os
-from collections.abc import Iterator, Mapping, Sequence
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from dataclasses import dataclass
 from typing import Any, Optional, Union
 
@@ -19,7 +19,7 @@ Settable = Union[str, bool, int, float, None, Sequence[str]]
 _NAME, _LABEL, _VALUE, _DEFAULT, _OPTION_VALUE, _OPTION_TEXT, _STATE = range(7)
 _FORMATS = {name: number for number, name in enumerate(["xfdf", "fdf", "json", "jsonl", "csv"])}
 _UPDATE, _NEW_FILE = range(2)
-_RECOVER, _KEEP_XFA, _FORCE = 1, 2, 4
+_RECOVER, _KEEP_XFA, _FORCE, _DRAW = 1, 2, 4, 8
 
 
 class Kind(enum.Enum):
@@ -272,6 +272,13 @@ class Form(Mapping[str, Union[str, list[str]]]):
             self._handle.call("zforms_fill_file", path_bytes(data), file=os.fspath(data))
         return [message for message in self._messages[before:] if message.severity is not Severity.NOTE]
 
+    def draw(self) -> None:
+        """Draws all fields, so that every viewer shows their values without drawing them itself.
+
+        FormError when the form forbids it, or a field could not be drawn completely; the others are drawn then.
+        """
+        self._handle.call("zforms_draw")
+
     def save(self, path: Optional[Path] = None, *, new: bool = False) -> None:
         """Saves to a file, by default to the one it was opened from, as an update of its bytes or as a new file."""
         file = self._handle.file if path is None else os.fspath(path)
@@ -298,11 +305,13 @@ class Form(Mapping[str, Union[str, list[str]]]):
 
 
 def open(file: Union[Path, bytes], *, password: Optional[str] = None, recover: bool = False, keep_xfa: bool = False,
-         force: bool = False) -> Form:
+         force: bool = False, draw: bool = False, fonts: Iterable[Path] = ()) -> Form:
     """Opens a PDF form: a file, or its bytes.
 
     `recover` reads a damaged file by searching it for objects. `keep_xfa` leaves an XFA form that holds the former
-    values. `force` makes the changes that signatures forbid. FormError when the document cannot be read.
+    values. `force` makes the changes that signatures forbid. `draw` draws the fields that are filled in, instead of leaving
+    that to viewers; `fonts` are font files for characters that the form's own fonts lack. FormError when the document
+    cannot be read.
 
     >>> import zforms
     >>> zforms.open("missing.pdf")
@@ -311,9 +320,11 @@ def open(file: Union[Path, bytes], *, password: Optional[str] = None, recover: b
     zforms.FormError: missing.pdf: No such file or directory
     """
     form = Form("" if isinstance(file, bytes) else os.fspath(file))
-    flags = recover * _RECOVER + keep_xfa * _KEEP_XFA + force * _FORCE
+    flags = recover * _RECOVER + keep_xfa * _KEEP_XFA + force * _FORCE + draw * _DRAW
     word = None if password is None else encode(password)
     try:
+        for font in fonts:
+            form._handle.call("zforms_add_font", path_bytes(font), file=os.fspath(font))
         if isinstance(file, bytes):
             form._handle.call("zforms_open_bytes", file, len(file), word, flags)
         else:

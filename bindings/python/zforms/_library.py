@@ -49,6 +49,8 @@ _CALLS: dict[str, list[Any]] = {
     "zforms_on_message": [MESSAGE_CALLBACK, c_void_p],
     "zforms_open_file": [c_char_p, c_char_p, c_uint],
     "zforms_open_bytes": [c_char_p, c_size_t, c_char_p, c_uint],
+    "zforms_add_font": [c_char_p],
+    "zforms_draw": [],
     "zforms_field_count": [_SIZE],
     "zforms_find_field": [c_char_p, _SIZE],
     "zforms_get_field": [c_size_t, POINTER(FieldInfo)],
