@@ -51,5 +51,32 @@ TEST(ZFieldDrawer, DrawsFieldsInTheFontsOfTheForm) {
   EXPECT_FALSE(ZFieldDrawer(empty).DrawAll());
 }
 
+// Widths of Helvetica: "A" 667, a blank 278.
+TEST(ZFieldDrawer, FollowsTheOperatorsOfTheDefaultAppearance) {
+  const struct {
+    const char* entries;
+    std::string_view content;
+  } cases[] = {
+      // (667 + 278 + 667 + 3 * 200 + 500) / 100 * 0.5 = 13.56
+      {"/DA(2 Tc 5 Tw 50 Tz /Helv 10 Tf)/V(A A)/Q 2", "2 Tc 5 Tw 50 Tz /Helv 10 Tf 84.44 7.445 Td (A A) Tj"},
+      {"/DA(/Helv 10 Tf 1 Tc)/V(AAAAAAAAAAAAAAA)", "1 Tc /Helv 10 Tf 2 7.445 Td (AAAAAAAAAAAAA) Tj"},
+      // (20 - 2) / 1.35
+      {"/DA(/Helv 0 Tf 2 Tc 50 Tz)/V(A)", "50 Tz /Helv 13.33 Tf 2 6.594 Td (A) Tj"},
+      {"/DA(/Helv 10 Tf 2 Tc)/V(AA)/Ff 16777216/MaxLen 2", "/Helv 10 Tf 21.665 7.445 Td (A) Tj 50 0 Td (A) Tj"},
+      {"/DA(/Cs cs .5 scn /Helv 10 Tf)/V(A)", "/Cs cs 0.5 scn /Helv 10 Tf 2 7.445 Td (A) Tj"},
+      {"/DA(/None cs .5 scn /Helv 10 Tf)/V(A)", "/Helv 10 Tf 2 7.445 Td (A) Tj"},
+  };
+  for (const auto& one : cases) {
+    ZAcroForm form = FormText()
+                         .Infos("/DR<</ColorSpace<</Cs[/Separation/Ink/DeviceGray 20 0 R]>>>>")
+                         .Field(10, "<</FT/Tx/T(a)/Subtype/Widget/Rect[0 0 100 20]" + std::string(one.entries) + ">>")
+                         .Form();
+    ZFieldDrawer(form).DrawAll();
+    EXPECT_EQ(ContentOf(form, 0), "/Tx BMC q BT " + std::string(one.content) + " ET Q EMC ");
+    const std::string look = ObjectOf(form, form.Parser()->FreeNumber() - 1);
+    EXPECT_EQ(look.find("/Cs[/Separation") != std::string::npos, one.content.starts_with("/Cs")) << look;
+  }
+}
+
 }  // namespace
 }  // namespace zforms

@@ -133,6 +133,12 @@ ZPDFNodeDictionary* AppearanceStore::MakeResources(const NewAppearance& appearan
     for (TextFont* font : appearance.fonts) fonts->SetValue("/" + font->ResourceName(), font->AllocResource());
     resources->SetValue("/Font", fonts.release());
   }
+  if (appearance.look != nullptr && appearance.look->color_space_value != nullptr) {
+    const ZPDFNodeDictionary* former = DictionaryOf(*resources, "/ColorSpace");
+    auto* spaces = former == nullptr ? new ZPDFNodeDictionary(parser_) : former->Clone();
+    spaces->SetValue("/" + appearance.look->color_space, appearance.look->color_space_value->Clone());
+    resources->SetValue("/ColorSpace", spaces);
+  }
   return resources.release();
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "zforms/appearance/field_fonts.h"
 #include "zforms/appearance/fonts/added_objects.h"
 #include "zforms/appearance/marked_text.h"
 #include "zforms/appearance/widget_style.h"
@@ -13,7 +14,6 @@
 
 namespace zforms {
 
-class TextFont;
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 class ZPDFNodeIndirectReference;
@@ -35,6 +35,7 @@ struct NewAppearance {
   const KeptLook* kept = nullptr;
   Chaine content;
   std::span<TextFont* const> fonts;
+  const TextLook* look = nullptr;  // of the text; null without
 };
 
 // AppearanceStore reads and writes the appearances of widgets, "/AP" (ISO 32000-1 12.5.5), of one document. What it

@@ -63,6 +63,7 @@ void ButtonDrawer::DrawPush(WidgetDrawing& drawing) {
   drawing.box.quadding = 1;
   std::vector<TextParagraph> paragraphs;
   paragraphs.push_back(fonts_.MakeParagraph(caption, drawing.look.font, &drawing.missing));
+  paragraphs[0].Space(drawing.Spacing());
   const TextLayout layout = LayOutLine(paragraphs[0], drawing.box);
   drawing.characters = caption.size();
   drawing.left_out = layout.left_out;
@@ -125,7 +126,7 @@ void ButtonDrawer::DrawMark(WidgetDrawing& drawing, bool is_radio) {
 }
 
 void ButtonDrawer::StoreState(ZAcroFormField& widget, WidgetDrawing& drawing, const Chaine& state) {
-  store_.SetState(widget.Dico(), state, {&drawing.style, nullptr, drawing.out.Take(), drawing.fonts});
+  store_.SetState(widget.Dico(), state, {&drawing.style, nullptr, drawing.out.Take(), drawing.fonts, &drawing.look});
 }
 
 }  // namespace zforms

@@ -95,6 +95,7 @@ void ChoiceDrawer::ShowRows(WidgetDrawing& drawing, const Options& options, cons
     std::u32string missing;
     paragraphs.push_back(fonts_.MakeParagraph(LineOfText(options.shown[i]), drawing.look.font, &missing));
     drawing.missing += missing;
+    paragraphs.back().Space(drawing.Spacing());
     const double room = (box.width - 2 * box.padding) * 1000;
     const double width = paragraphs.back().Width();
     if (box.size <= 0 && width * size > room) size = std::max(std::floor(room / width * 100) / 100, kLeastSize);

@@ -10,13 +10,22 @@
 namespace zforms {
 
 class TextFont;
+class ZPDFNode;
 class ZAcroFormField;
 
 // What a widget's text looks like by its "/DA" (ISO 32000-1 12.7.3.3).
 struct TextLook {
   TextFont* font = nullptr;
-  double size = 0;  // 0: automatic
-  Chaine color;     // operators that set it; empty for black
+  double size = 0;    // 0: automatic
+  Chaine color = {};  // operators that set it; empty for black
+  // The resource of "/ColorSpace" that these name, without slash, and its value, which the document owns; null for
+  // none.
+  Chaine color_space = {};
+  const ZPDFNode* color_space_value = nullptr;
+  // Of Tc and Tw, in points, and of Tz, 1 for none.
+  double character_spacing = 0;
+  double word_spacing = 0;
+  double scaling = 1;
 };
 
 // A glyph of ZapfDingbats, with which buttons are marked.

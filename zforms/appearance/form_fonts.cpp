@@ -4,9 +4,12 @@
 #include <vector>
 
 #include "zforms/acroform/field.h"
+#include "zforms/acroform/node_access.h"
+#include "zforms/appearance/fonts/added_objects.h"
 #include "zforms/appearance/fonts/font_encodings.h"
 #include "zforms/appearance/fonts/glyph_list.h"
 #include "zforms/appearance/paragraph_maker.h"
+#include "zforms/pdf/parser/parser.h"
 
 namespace zforms {
 namespace {
@@ -19,6 +22,21 @@ ZFontStyle StyleOf(const StandardFont& font) {
   style.is_bold = font.bold;
   style.is_italic = font.italic;
   return style;
+}
+
+const ZPDFNode* ColorSpaceIn(const ZPDFNodeDictionary& holder, std::string_view key) {
+  const ZPDFNodeDictionary* resources = DictionaryAt(holder, "/DR");
+  const ZPDFNodeDictionary* spaces = resources == nullptr ? nullptr : DictionaryAt(*resources, "/ColorSpace");
+  return spaces == nullptr ? nullptr : spaces->GetDirect(key);
+}
+
+// That of the field, of one of its parents, or of the form; null when there is none.
+const ZPDFNode* ColorSpaceOf(const ZAcroFormField& widget, std::string_view key, const ZPDFParser& document) {
+  for (const ZAcroFormField* field = &widget; field != nullptr; field = field->Parent()) {
+    if (const ZPDFNode* space = ColorSpaceIn(*field->Dico(), key)) return space;
+  }
+  const ZPDFNodeDictionary* form = document.AcroForm();
+  return form == nullptr ? nullptr : ColorSpaceIn(*form, key);
 }
 
 }  // namespace
@@ -34,7 +52,20 @@ const DefaultAppearance& FormFonts::AppearanceOf(const Chaine& text) {
 
 TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
   const DefaultAppearance& appearance = AppearanceOf(widget.DefaultAppearance());
-  return {resources_.Find(widget, appearance.font), appearance.size, appearance.color};
+  TextLook look;
+  look.font = resources_.Find(widget, appearance.font);
+  look.size = appearance.size;
+  look.character_spacing = appearance.character_spacing;
+  look.word_spacing = appearance.word_spacing;
+  look.scaling = appearance.horizontal_scaling / 100;
+  if (!appearance.color_space.IsEmpty()) {
+    look.color_space = appearance.color_space;
+    look.color_space_value = ColorSpaceOf(widget, "/" + appearance.color_space, *added_->Document());
+    // Without its colour space the colour means nothing.
+    if (look.color_space_value == nullptr) return look;
+  }
+  look.color = appearance.color;
+  return look;
 }
 
 TextParagraph FormFonts::MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) {

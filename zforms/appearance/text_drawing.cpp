@@ -20,20 +20,22 @@ size_t TextDrawer::CellsOf(uint32_t flags, uint32_t max_length) {
   return is_comb && max_length <= kMostCells ? max_length : 0;
 }
 
-void TextDrawer::Prepare(const WidgetDrawing& drawing, const Chaine& utf8, Kind kind) {
-  const bool is_same = font_ == drawing.look.font && kind_ == kind && text_.size() == utf8.size() &&
-                       (text_.data() == utf8.data() || text_ == utf8);
+void TextDrawer::Prepare(const WidgetDrawing& drawing, const Chaine& utf8, Kind kind, const TextSpacing& spacing) {
+  const bool is_same = font_ == drawing.look.font && kind_ == kind && spacing_ == spacing &&
+                       text_.size() == utf8.size() && (text_.data() == utf8.data() || text_ == utf8);
   if (is_same && font_ != nullptr) return;
   *work_ -= std::min(*work_, utf8.size());
   text_ = utf8;
   font_ = drawing.look.font;
   kind_ = kind;
+  spacing_ = spacing;
   paragraphs_.clear();
   missing_.clear();
   characters_ = 0;
   const auto add = [this](std::u32string line) {
     characters_ += line.size();
     paragraphs_.push_back(fonts_.MakeParagraph(std::move(line), font_, &missing_));
+    paragraphs_.back().Space(spacing_);
   };
   if (kind == Kind::kLines) {
     for (std::u32string& line : LinesOfText(utf8)) add(std::move(line));
@@ -56,9 +58,13 @@ void TextDrawer::Draw(WidgetDrawing& drawing, const Chaine& utf8, uint32_t flags
   if (utf8.IsEmpty() || drawing.look.font == nullptr) return;
   const bool is_password = (flags & kPasswordFlag) != 0;
   const Kind kind = is_password ? Kind::kPassword : (flags & kMultilineFlag) != 0 ? Kind::kLines : Kind::kLine;
-  Prepare(drawing, utf8, kind);
+  const size_t cells = CellsOf(flags, max_length);
+  // In a comb the cells space the text.
+  TextSpacing spacing = drawing.Spacing();
+  if (cells > 0) spacing.character = spacing.word = 0;
+  Prepare(drawing, utf8, kind, spacing);
   if (characters_ == 0) return;
-  const TextLayout layout = LayOut(drawing.box, kind, CellsOf(flags, max_length));
+  const TextLayout layout = LayOut(drawing.box, kind, cells);
   drawing.characters = characters_;
   drawing.left_out = is_password ? 0 : layout.left_out;
   drawing.missing += missing_;

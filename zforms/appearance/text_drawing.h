@@ -34,7 +34,7 @@ class TextDrawer {
   enum class Kind : uint8_t { kLine, kLines, kPassword };
 
   // Makes paragraphs_ those of the value.
-  void Prepare(const WidgetDrawing& drawing, const Chaine& utf8, Kind kind);
+  void Prepare(const WidgetDrawing& drawing, const Chaine& utf8, Kind kind, const TextSpacing& spacing);
   TextLayout LayOut(const TextBox& box, Kind kind, size_t cells);
 
   FieldFonts& fonts_;
@@ -43,6 +43,7 @@ class TextDrawer {
   Chaine text_;
   TextFont* font_ = nullptr;
   Kind kind_ = Kind::kLine;
+  TextSpacing spacing_;
   std::vector<TextParagraph> paragraphs_;
   size_t characters_ = 0;
   std::u32string missing_;

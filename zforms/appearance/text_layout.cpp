@@ -318,7 +318,7 @@ void ShowLines(std::vector<TextParagraph>& paragraphs, const TextLayout& layout,
       out.SetFont(run.font->ResourceName(), layout.size);
       out.MoveTo(x, line.y);
       out.Show({glyphs, paragraph.Text(), run.from + run.count, run.level % 2 != 0});
-      for (const ShapedGlyph& glyph : glyphs) x += glyph.advance * layout.size / 1000;
+      for (const ShapedGlyph& glyph : glyphs) x += paragraph.AdvanceOf(glyph) * layout.size / 1000;
     }
   }
 }

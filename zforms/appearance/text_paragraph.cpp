@@ -34,8 +34,15 @@ TextParagraph::TextParagraph(std::u32string text, std::vector<TextRun> runs, std
   Measure();
 }
 
+void TextParagraph::Space(const TextSpacing& spacing) {
+  if (spacing == spacing_) return;
+  spacing_ = spacing;
+  Measure();
+}
+
 void TextParagraph::Measure() {
   advances_.assign(text_.size(), 0);
+  width_ = 0;
   bool is_first = true;
   for (const TextRun& run : runs_) {
     const TextFontMetrics metrics = Plausible(run.font->Metrics());
@@ -45,7 +52,7 @@ void TextParagraph::Measure() {
     is_first = false;
     for (const ShapedGlyph& glyph : GlyphsOf(run)) {
       if (glyph.cluster >= text_.size() || !std::isfinite(glyph.advance)) continue;
-      advances_[glyph.cluster] += static_cast<float>(std::clamp(glyph.advance, -1e5, 1e5));
+      advances_[glyph.cluster] += static_cast<float>(std::clamp(AdvanceOf(glyph), -1e5, 1e5));
     }
   }
   for (float& advance : advances_) {

@@ -18,6 +18,16 @@ struct TextRun {
   uint8_t level = 0;  // of the bidirectional algorithm (UAX 9): odd ones run from right to left
 };
 
+// What the operators Tc, Tw and Tz add to the advances of a font (ISO 32000-1 9.3): Tc to each glyph and Tw to each
+// blank of one byte, in 1/1000 of the font size, and then the scaling, 1 for none.
+struct TextSpacing {
+  double character = 0;
+  double word = 0;
+  double scaling = 1;
+
+  bool operator==(const TextSpacing&) const = default;
+};
+
 // A text without line ends, ready to be laid out. One thread at a time.
 class TextParagraph {
  public:
@@ -30,6 +40,10 @@ class TextParagraph {
   // `runs` are in logical order and cover the text; `marks` has one element for each character.
   TextParagraph(std::u32string text, std::vector<TextRun> runs, std::vector<uint8_t> marks, bool right_to_left);
 
+  // Measures the text with that spacing.
+  void Space(const TextSpacing& spacing);
+  const TextSpacing& Spacing() const { return spacing_; }
+
   std::u32string_view Text() const { return text_; }
   size_t Size() const { return text_.size(); }
   const std::vector<TextRun>& Runs() const { return runs_; }
@@ -37,6 +51,11 @@ class TextParagraph {
   // The width of what stands at the character, 0 within a cluster, in 1/1000 of the font size.
   double AdvanceAt(size_t index) const { return advances_[index]; }
   double Width() const { return width_; }
+  // The advance of one of its glyphs, in the same unit.
+  double AdvanceOf(const ShapedGlyph& glyph) const {
+    const bool is_blank = glyph.code_size == 1 && glyph.code == 32;
+    return (glyph.advance + spacing_.character + (is_blank ? spacing_.word : 0)) * spacing_.scaling;
+  }
   // Of all its fonts together, made plausible.
   const TextFontMetrics& Metrics() const { return metrics_; }
   bool StartsCluster(size_t index) const { return marks_.empty() || (marks_[index] & kInsideCluster) == 0; }
@@ -56,6 +75,7 @@ class TextParagraph {
   std::vector<TextRun> runs_;
   std::vector<uint8_t> marks_;
   bool right_to_left_ = false;
+  TextSpacing spacing_;
   std::vector<float> advances_;
   double width_ = 0;
   TextFontMetrics metrics_;

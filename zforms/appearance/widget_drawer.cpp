@@ -118,7 +118,7 @@ bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style) {
   out.Raw("Q\nEMC");
   AddApart(out, kept && !kept->content.after.empty() ? kept->content.after : "\n");
   work_ -= std::min(work_, kWorkOfWritten * out.Text().size());
-  store_.SetNormal(widget.Dico(), {&style, kept ? &*kept : nullptr, out.Take(), drawing.fonts});
+  store_.SetNormal(widget.Dico(), {&style, kept ? &*kept : nullptr, out.Take(), drawing.fonts, &look});
   return Report(drawing);
 }
 
@@ -159,7 +159,7 @@ bool WidgetDrawer::DrawButton(ZAcroFormField& widget, const WidgetStyle& style, 
   WidgetDrawing drawing = Begin(widget, style, look, nullptr);
   if (is_push) {
     buttons_.DrawPush(drawing);
-    store_.SetNormal(widget.Dico(), {&style, nullptr, drawing.out.Take(), drawing.fonts});
+    store_.SetNormal(widget.Dico(), {&style, nullptr, drawing.out.Take(), drawing.fonts, &look});
   } else {
     buttons_.DrawStates(widget, drawing, index);
   }

@@ -25,10 +25,24 @@ void WidgetDrawing::Clip() {
   out.Operator("re", {edge, edge, box.width - 2 * edge, box.height - 2 * edge}).Operator("W").Operator("n");
 }
 
+TextSpacing WidgetDrawing::Spacing() const {
+  TextSpacing spacing;
+  spacing.scaling = look.scaling;
+  if (look.size > 0) {
+    spacing.character = look.character_spacing * 1000 / look.size;
+    spacing.word = look.word_spacing * 1000 / look.size;
+  }
+  return spacing;
+}
+
 void WidgetDrawing::ShowText(std::vector<TextParagraph>& paragraphs, const TextLayout& layout) {
   if (layout.lines.empty()) return;
   out.BeginText();
   if (!look.color.IsEmpty()) out.Raw(look.color).Raw("\n");
+  const TextSpacing& spacing = paragraphs[layout.lines[0].paragraph].Spacing();
+  if (spacing.character != 0) out.Operator("Tc", {spacing.character * layout.size / 1000});
+  if (spacing.word != 0) out.Operator("Tw", {spacing.word * layout.size / 1000});
+  if (spacing.scaling != 1) out.Operator("Tz", {spacing.scaling * 100});
   ShowLines(paragraphs, layout, out);
   out.EndText();
   AddFonts(paragraphs, layout);

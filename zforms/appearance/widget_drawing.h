@@ -37,6 +37,8 @@ struct WidgetDrawing {
   void Clip();
   // "BT" with the colour, the lines, "ET".
   void ShowText(std::vector<TextParagraph>& paragraphs, const TextLayout& layout);
+  // The spacing that the look asks for. Where the size is found by measuring, only the scaling counts.
+  TextSpacing Spacing() const;
 };
 
 }  // namespace zforms

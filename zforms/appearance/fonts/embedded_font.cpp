@@ -53,17 +53,6 @@ ZPDFNodeArray* AllocWidths(const FontProgram& program, const std::vector<uint32_
   return widths;
 }
 
-// For each code the index in the subset, big-endian (9.7.4.2).
-Chaine CodesToIndices(const std::vector<uint32_t>& glyphs, const std::vector<uint32_t>& indices) {
-  const uint32_t last = glyphs.empty() ? 0 : *std::max_element(glyphs.begin(), glyphs.end());
-  std::string map(2 * (size_t{last} + 1), '\0');
-  for (size_t i = 0; i < glyphs.size(); i++) {
-    map[2 * glyphs[i]] = static_cast<char>(indices[i] >> 8);
-    map[2 * glyphs[i] + 1] = static_cast<char>(indices[i] & 0xFF);
-  }
-  return map;
-}
-
 }  // namespace
 
 EmbeddedFont::EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgram> program, Chaine resource_name)
@@ -136,19 +125,19 @@ void EmbeddedFont::Write(Part part, ZPDFNode* value) {
   parts_[part]->SetChild(value);
 }
 
-void EmbeddedFont::WriteStream(Part part, const Chaine& bytes) {
-  auto* const stream = new ZPDFNodeStream(FlateEncoded(bytes), parser_);
+void EmbeddedFont::WriteStream(Part part, const Chaine& encoded) {
+  auto* const stream = new ZPDFNodeStream(encoded, parser_);
   stream->Dico()->SetIdentifier("/Filter", "/FlateDecode");
   Write(part, stream);
 }
 
-void EmbeddedFont::WriteFontFile(const Chaine& bytes) {
-  auto* const stream = new ZPDFNodeStream(FlateEncoded(bytes), parser_);
+void EmbeddedFont::WriteFontFile(const FontSubset& subset) {
+  auto* const stream = new ZPDFNodeStream(subset.file, parser_);
   stream->Dico()->SetIdentifier("/Filter", "/FlateDecode");
   if (program_->IsCFF()) {
     stream->Dico()->SetIdentifier("/Subtype", "/CIDFontType0C");
   } else {
-    stream->Dico()->SetValue("/Length1", static_cast<uint32_t>(bytes.size()));
+    stream->Dico()->SetValue("/Length1", subset.length);
   }
   Write(kFontFile, stream);
 }
@@ -172,8 +161,7 @@ void EmbeddedFont::WriteDescriptor(const Chaine& name) {
   Write(kDescriptor, descriptor);
 }
 
-void EmbeddedFont::WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs,
-                                   const std::vector<uint32_t>& indices) {
+void EmbeddedFont::WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs, const FontSubset& subset) {
   auto* const font = new ZPDFNodeDictionary(parser_);
   font->SetIdentifier("/Type", "/Font");
   font->SetIdentifier("/Subtype", program_->IsCFF() ? "/CIDFontType0" : "/CIDFontType2");
@@ -187,18 +175,18 @@ void EmbeddedFont::WriteDescendant(const Chaine& name, const std::vector<uint32_
   font->SetValue("/W", AllocWidths(*program_, glyphs));
   if (!program_->IsCFF()) {
     font->SetValue("/CIDToGIDMap", Refer(kCodesToIndices));
-    WriteStream(kCodesToIndices, CodesToIndices(glyphs, indices));
+    WriteStream(kCodesToIndices, subset.codes_to_indices);
   }
   Write(kDescendant, font);
 }
 
 bool EmbeddedFont::Complete() {
   if (object_ == nullptr || written_ == texts_.size()) return true;
-  std::vector<uint32_t> glyphs, indices;
+  std::vector<uint32_t> glyphs;
   glyphs.reserve(texts_.size());
   for (const auto& [glyph, text] : texts_) glyphs.push_back(glyph);
-  const Chaine font_file = program_->Subset(glyphs, &indices);
-  if (font_file.IsEmpty()) return false;
+  const std::shared_ptr<const FontSubset> subset = program_->Subset(glyphs);
+  if (subset->file.IsEmpty()) return false;
   const Chaine name = SubsetTag(glyphs) + program_->PostScriptName();
   auto* const descendants = new ZPDFNodeArray;
   descendants->AppendValue(Refer(kDescendant));
@@ -210,10 +198,10 @@ bool EmbeddedFont::Complete() {
   font->SetValue("/DescendantFonts", descendants);
   font->SetValue("/ToUnicode", Refer(kToUnicode));
   object_->SetChild(font);
-  WriteDescendant(name, glyphs, indices);
+  WriteDescendant(name, glyphs, *subset);
   WriteDescriptor(name);
-  WriteFontFile(font_file);
-  WriteStream(kToUnicode, ToUnicode());
+  WriteFontFile(*subset);
+  WriteStream(kToUnicode, FlateEncoded(ToUnicode()));
   written_ = texts_.size();
   return true;
 }

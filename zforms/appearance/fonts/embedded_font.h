@@ -49,10 +49,11 @@ class EmbeddedFont final : public TextFont {
   // The objects below the font's own.
   enum Part : size_t { kDescendant, kDescriptor, kFontFile, kCodesToIndices, kToUnicode, kParts };
 
-  void WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs, const std::vector<uint32_t>& indices);
+  void WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs, const FontSubset& subset);
   void WriteDescriptor(const Chaine& name);
-  void WriteFontFile(const Chaine& bytes);
-  void WriteStream(Part part, const Chaine& bytes);
+  void WriteFontFile(const FontSubset& subset);
+  // With FlateDecode.
+  void WriteStream(Part part, const Chaine& encoded);
   void Write(Part part, ZPDFNode* value);
   // A reference to the part, which the caller owns.
   ZPDFNode* Refer(Part part);

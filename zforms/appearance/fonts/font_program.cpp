@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zforms/pdf/parser/stream_filters.h"
+
 namespace zforms {
 namespace {
 
@@ -71,6 +73,17 @@ Chaine CleanName(hb_face_t* face) {
     if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-') name.Append(c);
   }
   return name.IsEmpty() ? Chaine("Font") : name;
+}
+
+// For each code the index in the subset, big-endian (9.7.4.2).
+Chaine CodesToIndices(const std::vector<uint32_t>& glyphs, const std::vector<uint32_t>& indices) {
+  const uint32_t last = glyphs.empty() ? 0 : *std::max_element(glyphs.begin(), glyphs.end());
+  std::string map(2 * (size_t{last} + 1), '\0');
+  for (size_t i = 0; i < glyphs.size(); i++) {
+    map[2 * glyphs[i]] = static_cast<char>(indices[i] >> 8);
+    map[2 * glyphs[i] + 1] = static_cast<char>(indices[i] & 0xFF);
+  }
+  return map;
 }
 
 }  // namespace
@@ -177,7 +190,20 @@ std::vector<FontProgram::Glyph> FontProgram::Shape(std::u32string_view paragraph
   return glyphs;
 }
 
-Chaine FontProgram::Subset(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const {
+std::shared_ptr<const FontSubset> FontProgram::Subset(const std::vector<uint32_t>& glyphs) const {
+  return subsets_.Get(glyphs, [&] { return MakeSubset(glyphs); });
+}
+
+FontSubset FontProgram::MakeSubset(const std::vector<uint32_t>& glyphs) const {
+  std::vector<uint32_t> indices;
+  const Chaine file = Cut(glyphs, &indices);
+  if (file.IsEmpty()) return {};
+  FontSubset subset{FlateEncoded(file), static_cast<uint32_t>(file.size()), {}};
+  if (!is_cff_) subset.codes_to_indices = FlateEncoded(CodesToIndices(glyphs, indices));
+  return subset;
+}
+
+Chaine FontProgram::Cut(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const {
   const SubsetInput input(hb_subset_input_create_or_fail());
   if (input == nullptr) return {};
   // A name-keyed CFF font has no way to say which code means which glyph, so its glyphs keep their places.

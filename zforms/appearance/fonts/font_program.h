@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "zforms/appearance/fonts/font_source.h"
+#include "zforms/appearance/fonts/subset_cache.h"
 #include "zforms/appearance/fonts/text_font.h"
 #include "zforms/platform/base/chaine.h"
 
@@ -56,15 +57,17 @@ class FontProgram {
   // Shapes the characters [from, from + count) of the paragraph in one direction; what stands around them is context.
   std::vector<Glyph> Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left) const;
 
-  // A font file with those glyphs alone: TrueType, or bare CFF. `indices` takes each glyph's index in it. Empty when
-  // the font cannot be cut.
-  Chaine Subset(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const;
+  // A font file with those glyphs alone, in rising order: TrueType, or bare CFF. Depends on the glyphs alone.
+  std::shared_ptr<const FontSubset> Subset(const std::vector<uint32_t>& glyphs) const;
 
  private:
   FontProgram() = default;
   bool ReadTables(Chaine* fault);
   void ReadDescriptor();
   void ReadCIDs(const ZFontFile& file);
+  FontSubset MakeSubset(const std::vector<uint32_t>& glyphs) const;
+  // `indices` takes each glyph's index in the file. Empty when the font cannot be cut.
+  Chaine Cut(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const;
 
   hb_face_t* face_ = nullptr;
   hb_font_t* font_ = nullptr;
@@ -73,6 +76,7 @@ class FontProgram {
   std::vector<uint32_t> cids_;  // by glyph; empty unless CID-keyed
   Chaine name_;
   Descriptor descriptor_;
+  mutable SubsetCache subsets_;
 };
 
 }  // namespace zforms

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+// A font file with some of a font's glyphs alone.
+struct FontSubset {
+  Chaine file;          // with FlateDecode applied; empty when the font cannot be cut
+  uint32_t length = 0;  // of the file without it, in bytes
+  // For each character code the glyph's index in the file, as "/CIDToGIDMap" has it (ISO 32000-1 9.7.4.2), with
+  // FlateDecode applied. Empty for CFF.
+  Chaine codes_to_indices;
+};
+
+// The subsets of one font that were made last, by their glyphs. Any thread may use it.
+class SubsetCache {
+ public:
+  using Glyphs = std::vector<uint32_t>;
+
+  // The subset of those glyphs, which `make` makes when it is not there.
+  std::shared_ptr<const FontSubset> Get(const Glyphs& glyphs, const std::function<FontSubset()>& make);
+
+ private:
+  std::mutex mutex_;
+  std::map<Glyphs, std::shared_ptr<const FontSubset>> subsets_;
+  size_t bytes_ = 0;
+};
+
+}  // namespace zforms
