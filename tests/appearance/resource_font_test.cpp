@@ -128,6 +128,11 @@ TEST(ResourceFont, NotInTheFile) {
       {"other font", verdana + "/FirstChar 65/Widths[684]>>", {}, U"AB\u20AC\u0416", "41=684 42=667 80=556 -"},
       {"other font of one width", verdana + "/FontDescriptor<</Flags 1>>>>", {}, U"Ai", "41=600 69=600"},
       {"other subset", "<</Subtype/Type1/BaseFont/ABCDEF+Foo/Encoding/WinAnsiEncoding>>", {}, U"A", "-"},
+      {"encoding of symbols",
+       "<</Subtype/TrueType/BaseFont/ArialMT/Encoding/WinAnsiEncoding/FontDescriptor<</Flags 4>>>>",
+       {},
+       U"A\u00C9'",
+       "41=667 - -"},
       {"other symbols", "<</Subtype/TrueType/BaseFont/Wingdings/FontDescriptor<</Flags 4>>>>", {}, U"A", "-"},
       {"ZapfDingbats",
        "<</Subtype/Type1/BaseFont/ZapfDingbats/Encoding/WinAnsiEncoding>>",
@@ -400,6 +405,14 @@ TEST(FontResources, FindsTheFontOfADefaultAppearance) {
   ASSERT_EQ(added.Used().size(), 4U);
   EXPECT_EQ(ObjectOf(form, 26), "<</Type/Font/Subtype/Type1/BaseFont/Helvetica/Encoding/WinAnsiEncoding>>");
   EXPECT_EQ(ObjectOf(form, 29), "<</Type/Font/Subtype/Type1/BaseFont/ZapfDingbats>>");
+  const auto stand_in = [&](const char* name, std::u32string_view text) {
+    ResourceFont* const found = fonts.StandInFor(*fonts.Find(widget, name), text);
+    return found == nullptr ? "none" : found->ResourceName().ToString();
+  };
+  EXPECT_EQ(stand_in("Both", U"\u00C9t\u00E9"), "ZTimes-Roman");
+  EXPECT_EQ(stand_in("Direct", U"\u0416"), "none");
+  EXPECT_EQ(stand_in("Own", U"A"), "none");
+  EXPECT_EQ(added.Used().size(), 5U);
   // A dictionary is read once, whatever name leads to it.
   EXPECT_EQ(&fonts.Find(odd, "Both")->Codes(), &fonts.Find(odd, "Again")->Codes());
 }

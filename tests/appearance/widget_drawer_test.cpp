@@ -214,6 +214,7 @@ TEST(WidgetDrawer, ButtonsKeepTheStatesThatTheyHave) {
       {"/FT/Btn/Ff 32768/V/0", "/AP<</N<</0 11 0 R/Off 12 0 R>>>>/AS /0"},
       {"/FT/Btn/AS/A/AP<</N<</Off 10 0 R>>>>", "/AP<</N<</Off 10 0 R/A 11 0 R>>>>/AS /A"},
       {"/FT/Btn/AS/Off/AP<</N<</A 10 0 R>>>>", "/AP<</N<</A 10 0 R>>>>/AS /Off"},
+      {"/FT/Btn/AS/Off/AP<</N<</A<<>>>>>>", "/AP<</N<</A 11 0 R/Off 12 0 R>>>>/AS /Off"},
   };
   for (const auto& c : kCases) {
     Drawn drawn(FormText().Field(10, "<<" + std::string(kWidget) + c.field + ">>"));

@@ -5,6 +5,7 @@
 #include "zforms/acroform/field.h"
 #include "zforms/appearance/value_text.h"
 #include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/stream_node.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/text/text.h"
@@ -29,8 +30,18 @@ Chaine NameWithoutSlash(const Chaine& name) { return !name.IsEmpty() && name[0] 
 
 bool IsOnState(const Chaine& state) { return !state.IsEmpty() && state != kOff; }
 
-// The state that the widget shows or its value names, else a usual one.
+const ZPDFNodeDictionary* StatesOf(const ZAcroFormField& widget) {
+  return DictionaryOf(DictionaryOf(widget.Dico(), "/AP"), "/N");
+}
+
+Chaine StateAt(const ZPDFNodeDictionary& states, size_t index) { return NameWithoutSlash(states.KeyAt(index)); }
+
+// The state that the widget has a name for, shows, or its value names, else a usual one.
 Chaine OnStateOf(const ZAcroFormField& widget, bool is_radio, size_t index) {
+  const ZPDFNodeDictionary* states = StatesOf(widget);
+  for (size_t i = 0; states != nullptr && i < states->Size(); i++) {
+    if (IsOnState(StateAt(*states, i))) return StateAt(*states, i);
+  }
   const Chaine shown = NameWithoutSlash(widget.Dico()->GetIdentifier("/AS"));
   if (IsOnState(shown)) return shown;
   if (is_radio) return FormatUInt(index);
@@ -52,8 +63,13 @@ bool ButtonDrawer::LacksLook(const ZAcroFormField& widget) {
 }
 
 bool ButtonDrawer::LacksStates(const ZAcroFormField& widget) {
-  const ZPDFNodeDictionary* states = DictionaryOf(DictionaryOf(widget.Dico(), "/AP"), "/N");
-  return states == nullptr || states->Size() <= (states->Exist("/Off") ? 1U : 0U);
+  const ZPDFNodeDictionary* states = StatesOf(widget);
+  for (size_t i = 0; states != nullptr && i < states->Size(); i++) {
+    // A stream is always an object of its own; some files have an empty dictionary in its place.
+    const bool is_object = NodeCast<ZPDFNodeIndirectReference>(states->ValueAt(i)) != nullptr;
+    if (is_object && IsOnState(StateAt(*states, i))) return false;
+  }
+  return true;
 }
 
 void ButtonDrawer::DrawPush(WidgetDrawing& drawing) {
@@ -89,7 +105,7 @@ void ButtonDrawer::DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, si
   draw_ground();
   DrawMark(drawing, is_radio);
   StoreState(widget, drawing, on);
-  const ZPDFNodeDictionary* states = DictionaryOf(DictionaryOf(widget.Dico(), "/AP"), "/N");
+  const ZPDFNodeDictionary* states = StatesOf(widget);
   if (states == nullptr || !states->Exist("/Off")) {
     draw_ground();
     StoreState(widget, drawing, Chaine(kOff));

@@ -1,5 +1,6 @@
 #include "zforms/appearance/form_fonts.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -69,6 +70,10 @@ TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
 }
 
 TextParagraph FormFonts::MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) {
+  if (!std::all_of(text.begin(), text.end(), [font](char32_t c) { return font->Has(c); })) {
+    ResourceFont* const like = resources_.StandInFor(*static_cast<const ResourceFont*>(font), text);
+    if (like != nullptr) return {std::move(text), like};
+  }
   if (fallback_ == nullptr) fallback_ = std::make_unique<FallbackFonts>(added_, library_);
   const ZFontStyle style = StyleOf(static_cast<const ResourceFont*>(font)->Codes().Like());
   return zforms::MakeParagraph(std::move(text), font, style, fallback_.get(), missing);

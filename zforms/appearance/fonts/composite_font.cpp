@@ -44,6 +44,7 @@ CompositeFont::CompositeFont(const ZPDFNodeDictionary& font) {
   SetLike(name.substr(name.starts_with('/') ? 1 : 0), descriptor);
   if (descriptor != nullptr) program_ = ProgramGlyphs::Read(*descriptor);
   SetMetrics(descriptor, program_.get());
+  SetEmbedded(program_ != nullptr);
   if (program_ == nullptr) return;
   ReadEncoding(font.GetTarget("/Encoding"));
   if (codes_ == Codes::kNone) return;

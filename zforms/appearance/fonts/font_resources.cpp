@@ -1,6 +1,8 @@
 #include "zforms/appearance/fonts/font_resources.h"
 
+#include <algorithm>
 #include <array>
+#include <string>
 
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/node_access.h"
@@ -44,7 +46,19 @@ ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view
     if (ResourceFont* font = FindIn(DictionaryAt(*form, "/DR"), key)) return font;
   }
   if (ResourceFont* font = FindIn(AppearanceResources(*widget.Dico()), key)) return font;
-  return Standard(name);
+  const StandardFont* const standard = StandardFontOfResource(name);
+  return Standard(standard == nullptr ? StandardFontLike(name, 0) : *standard, name.empty() ? "Helv" : name);
+}
+
+ResourceFont* FontResources::StandInFor(const ResourceFont& font, std::u32string_view text) {
+  const StandardFont& like = font.Codes().Like();
+  if (font.Codes().IsEmbedded() || like.IsSymbolic()) return nullptr;
+  std::shared_ptr<const FontCodes>& codes = standard_[&like].codes;
+  if (codes == nullptr) codes = FontCodes::Read(*MakeStandardFont(like));
+  const auto has = [&codes](char32_t c) { return codes->Find(c).has_value(); };
+  if (!std::all_of(text.begin(), text.end(), has)) return nullptr;
+  // A name of its own, beside those of the form.
+  return Standard(like, "Z" + std::string(like.name));
 }
 
 ResourceFont* FontResources::FindIn(const ZPDFNodeDictionary* resources, const Chaine& key) {
@@ -53,17 +67,15 @@ ResourceFont* FontResources::FindIn(const ZPDFNodeDictionary* resources, const C
   return font != nullptr && IsFont(*font) ? FontOf(*font, key.Mid(1), *fonts->GetDirect(key)) : nullptr;
 }
 
-ResourceFont* FontResources::Standard(std::string_view name) {
-  const StandardFont* font = StandardFontOfResource(name);
-  if (font == nullptr) font = &StandardFontLike(name, 0);
-  auto& [object, codes] = standard_[font];
+ResourceFont* FontResources::Standard(const StandardFont& font, std::string_view name) {
+  auto& [object, codes] = standard_[&font];
   const bool is_new = object == nullptr;
-  if (is_new) object = AddStandardFont(*font);
+  if (is_new) object = AddStandardFont(font);
   const auto& dictionary = *NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
   if (codes == nullptr) codes = FontCodes::Read(dictionary);
   if (is_new) codes_[&dictionary] = codes;
   const std::unique_ptr<ZPDFNode> reference(object->AllocReference());
-  return FontOf(dictionary, name.empty() ? "Helv" : name, *reference);
+  return FontOf(dictionary, name, *reference);
 }
 
 ResourceFont* FontResources::FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value) {
@@ -76,14 +88,18 @@ ResourceFont* FontResources::FontOf(const ZPDFNodeDictionary& font, std::string_
   return known.get();
 }
 
-ZPDFNodeIndirectObject* FontResources::AddStandardFont(const StandardFont& font) {
-  auto* const dictionary = new ZPDFNodeDictionary(added_->Document());
+std::unique_ptr<ZPDFNodeDictionary> FontResources::MakeStandardFont(const StandardFont& font) const {
+  auto dictionary = std::make_unique<ZPDFNodeDictionary>(added_->Document());
   dictionary->SetIdentifier("/Type", "/Font");
   dictionary->SetIdentifier("/Subtype", "/Type1");
   dictionary->SetIdentifier("/BaseFont", "/" + Chaine(font.name));
   if (!font.IsSymbolic()) dictionary->SetIdentifier("/Encoding", "/WinAnsiEncoding");
+  return dictionary;
+}
+
+ZPDFNodeIndirectObject* FontResources::AddStandardFont(const StandardFont& font) {
   ZPDFNodeIndirectObject* const object = added_->Add();
-  object->SetChild(dictionary);
+  object->SetChild(MakeStandardFont(font).release());
   return object;
 }
 

@@ -30,13 +30,18 @@ class FontResources {
   // document when it is first asked for. Never null.
   ResourceFont* Find(const ZAcroFormField& widget, std::string_view name);
 
+  // For a font whose glyphs the file does not have, and that lacks a character of the text: the standard font that is
+  // most like it. Null for an embedded font, a font of symbols, and where the standard font lacks one as well.
+  ResourceFont* StandInFor(const ResourceFont& font, std::u32string_view text);
+
   // Forgets the dictionaries that were added, not what they say: before they are destroyed.
   void Restart();
 
  private:
   ResourceFont* FindIn(const ZPDFNodeDictionary* resources, const Chaine& key);
-  ResourceFont* Standard(std::string_view name);
+  ResourceFont* Standard(const StandardFont& font, std::string_view name);
   ResourceFont* FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value);
+  std::unique_ptr<ZPDFNodeDictionary> MakeStandardFont(const StandardFont& font) const;
   ZPDFNodeIndirectObject* AddStandardFont(const StandardFont& font);
 
   AddedObjects* added_;
@@ -45,7 +50,7 @@ class FontResources {
   std::unordered_map<const ZPDFNodeDictionary*, FDictionnary<std::unique_ptr<ResourceFont>>> fonts_;
   // A dictionary that was added, and what it says of its codes.
   struct Added {
-    ZPDFNodeIndirectObject* object = nullptr;  // null when it was removed again
+    ZPDFNodeIndirectObject* object = nullptr;  // null when none was added, or it was removed again
     std::shared_ptr<const FontCodes> codes;
   };
   std::unordered_map<const StandardFont*, Added> standard_;

@@ -38,6 +38,8 @@ class FontCodes {
   const TextFontMetrics& Metrics() const { return metrics_; }
   // The standard font that is most like it in family, weight and slope.
   const StandardFont& Like() const { return *like_; }
+  // Whether the file has the glyphs, so that a viewer needs no other font in the place of this one.
+  bool IsEmbedded() const { return is_embedded_; }
 
   // No width or height of a font that is meant to be read is larger, in 1/1000 of the font size.
   static constexpr double kLargest = 10000;
@@ -51,10 +53,12 @@ class FontCodes {
   // standard font.
   void SetMetrics(const ZPDFNodeDictionary* descriptor, const ProgramGlyphs* program);
   void SetMetrics(const TextFontMetrics& metrics) { metrics_ = metrics; }
+  void SetEmbedded(bool is_embedded) { is_embedded_ = is_embedded; }
 
  private:
   const StandardFont* like_ = &StandardFontLike({}, 0);
   TextFontMetrics metrics_ = like_->metrics;
+  bool is_embedded_ = false;
 };
 
 // A font of the form's own resources, or one that is made in their place. It keeps a copy of the entry's value. One

@@ -80,6 +80,7 @@ class Reader {
     // A viewer puts another font in the place of one that the file does not have. It has the usual glyphs of Latin
     // text; the pictures of a symbol font are not known by their codes.
     if (standard_ == nullptr && (IsSubset() || (symbolic_ && !has_encoding_))) return false;
+    if (IsEncodingIgnored() && names_[code] != StandardEncoding()[code]) return false;
     return like.Width(names_[code]).has_value();
   }
   // Of a code that shows a glyph of that character.
@@ -108,6 +109,9 @@ class Reader {
   }
 
  private:
+  // The encoding of a symbolic TrueType font does not count (9.6.6.4), so that viewers differ on the codes of the font
+  // that they put in its place.
+  bool IsEncodingIgnored() const { return is_truetype_ && symbolic_ && program_ == nullptr; }
   bool IsSubset() const { return base_font_.size() > 7 && base_font_[6] == '+'; }
 
   // ISO 32000-1 9.6.6.1: what the codes are where "/Encoding" says nothing.
@@ -217,6 +221,7 @@ SimpleFont::SimpleFont(const ZPDFNodeDictionary& font) {
   const Reader reader(font);
   SetLike(reader.BaseFont(), reader.Descriptor());
   SetMetrics(reader.Descriptor(), reader.Program());
+  SetEmbedded(reader.Program() != nullptr || reader.IsType3());
   if (reader.IsType3()) SetMetrics(BoxMetrics(font, reader.Scale(3), Metrics()));
   for (size_t i = 0; i < widths_.size(); i++) {
     const auto code = static_cast<uint8_t>(i);
