@@ -1,4 +1,4 @@
-// Runs one of the four jobs for an instruction counter, which counts only inside RunJob: "zforms_counts JOB FORM
+// Runs one of the jobs for an instruction counter, which counts only inside RunJob: "zforms_counts JOB FORM
 // FIELDS". "zforms_counts toolchain" prints the versions that the counts depend on besides the code.
 
 #include <gnu/libc-version.h>
@@ -34,6 +34,8 @@ bool RunOnce(Library& library, std::string_view job) {
   if (job == "list") return library.List().items > 0;
   if (job == "parse") return library.Parse() > 0;
   if (job == "fill") return library.Fill(nullptr) > 0;
+  if (job == "draw") return library.Draw(nullptr) > 0;
+  if (job == "flatten") return library.Flatten(nullptr) > 0;
   if (job == "rewrite") return library.Rewrite(nullptr) > 0;
   return false;
 }
@@ -52,7 +54,8 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (argc != 4) {
-    std::cerr << "usage: zforms_counts (list | parse | fill | rewrite) FORM FIELDS\n       zforms_counts toolchain\n";
+    std::cerr << "usage: zforms_counts (list | parse | fill | draw | flatten | rewrite) FORM FIELDS\n       "
+                 "zforms_counts toolchain\n";
     return 2;
   }
   std::ifstream in(argv[2], std::ios::binary);

@@ -14,9 +14,9 @@
 namespace zforms::bench {
 namespace {
 
-enum class Job { kList, kParse, kFill, kRewrite };
+enum class Job { kList, kParse, kFill, kDraw, kRewrite };
 
-constexpr const char* kJobNames[] = {"list", "parse", "fill", "rewrite"};
+constexpr const char* kJobNames[] = {"list", "parse", "fill", "draw", "rewrite"};
 
 struct Input {
   std::string path;
@@ -33,6 +33,7 @@ Tally RunOnce(Library& library, Job job, std::string* saved) {
     case Job::kList: return library.List();
     case Job::kParse: return {library.Parse(), 0};
     case Job::kFill: return {0, library.Fill(saved)};
+    case Job::kDraw: return {0, library.Draw(saved)};
     case Job::kRewrite: return {0, library.Rewrite(saved)};
   }
   return {};
@@ -51,7 +52,7 @@ void Measure(benchmark::State& state, const Input& input, Job job, bool check) {
     const auto library = MakeLibrary(file, NewValues(input.filled_fields));
     Tally tally;
     for (auto _ : state) tally = RunOnce(*library, job, nullptr);
-    const bool saves = job == Job::kFill || job == Job::kRewrite;
+    const bool saves = job == Job::kFill || job == Job::kDraw || job == Job::kRewrite;
     if (saves) state.counters["saved"] = static_cast<double>(tally.bytes);
     if (saves && check) tally = ReadBack(*library, job);
     if (saves && !check) return;
@@ -76,7 +77,8 @@ void RegisterJobs(const std::string& folder, bool check) {
     if (name.starts_with("form-")) {
       const auto fields = static_cast<uint32_t>(std::stoul(name.substr(5)));
       const Input input{entry.path().string(), fields, fields < kLargeForm ? 0 : kLargeFormIterations};
-      for (const Job job : {Job::kList, Job::kParse, Job::kFill, Job::kRewrite}) Register(input, job, check);
+      for (const Job job : {Job::kList, Job::kParse, Job::kFill, Job::kDraw, Job::kRewrite})
+        Register(input, job, check);
     } else if (name == "big") {
       const Input input{entry.path().string(), kBigFilledFields, 1};
       for (const Job job : {Job::kParse, Job::kFill, Job::kRewrite}) Register(input, job, check);

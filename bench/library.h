@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ struct Tally {
   uint64_t bytes = 0;
 };
 
-// The four jobs for one library. A job starts from a file's bytes in memory and ends when everything that it made is
+// The jobs for one library. A job starts from a file's bytes in memory and ends when everything that it made is
 // destroyed. Throws std::runtime_error when the library fails.
 class Library {
  public:
@@ -27,6 +28,10 @@ class Library {
   // Opens the file, sets new values of the first fields in document order without drawing them, and saves to memory, as
   // an update if the library can. Returns the number of bytes saved; copies them to `saved` unless it is null.
   virtual uint64_t Fill(std::string* saved) = 0;
+  // Does the same as Fill, and draws the fields that it fills. Throws for a library that does not draw.
+  virtual uint64_t Draw(std::string*) { throw std::runtime_error("the library does not draw fields"); }
+  // Makes all fields part of the pages, of a file whose fields are drawn, and saves it. As Draw otherwise.
+  virtual uint64_t Flatten(std::string*) { throw std::runtime_error("the library does not flatten forms"); }
   // Opens the file and saves every object in use to memory, as a new file.
   virtual uint64_t Rewrite(std::string* saved) = 0;
 };

@@ -1,4 +1,5 @@
-// The four jobs with MuPDF. Values are set in the objects, because its form functions would also draw them.
+// The jobs with MuPDF. Where nothing is to be drawn, values are set in the objects, because its form functions draw
+// them.
 
 #include <mupdf/fitz.h>
 #include <mupdf/pdf.h>
@@ -70,10 +71,27 @@ class MuPDFLibrary : public Library {
   uint64_t Fill(std::string* saved) override {
     return SaveWith(saved, [&](pdf_document* document, fz_output* out) {
       size_t filled = 0;
-      SetValues(Fields(document), &filled);
+      SetValues(document, Fields(document), &filled);
       fz_write_data(context_, out, file_.data(), file_.size());
       pdf_write_options options = pdf_default_write_options;
       options.do_incremental = 1;
+      pdf_write_document(context_, document, out, &options);
+    });
+  }
+
+  uint64_t Draw(std::string* saved) override {
+    return SaveWith(saved, [&](pdf_document* document, fz_output* out) {
+      size_t filled = 0;
+      draws_ = true;
+      SetValues(document, Fields(document), &filled);
+      draws_ = false;
+      const int pages = pdf_count_pages(context_, document);
+      for (int i = 0; i < pages; i++) {
+        pdf_page* page = pdf_load_page(context_, document, i);
+        pdf_update_page(context_, page);
+        fz_drop_page(context_, &page->super);
+      }
+      pdf_write_options options = pdf_default_write_options;
       pdf_write_document(context_, document, out, &options);
     });
   }
@@ -151,23 +169,25 @@ class MuPDFLibrary : public Library {
     }
   }
 
-  void SetValues(pdf_obj* fields, size_t* filled) {
+  void SetValues(pdf_document* document, pdf_obj* fields, size_t* filled) {
     const int count = pdf_array_len(context_, fields);
     for (int i = 0; i < count && *filled < new_values_.size(); i++) {
       pdf_obj* field = pdf_array_get(context_, fields, i);
       pdf_obj* kids = pdf_dict_get(context_, field, PDF_NAME(Kids));
       if (kids != nullptr) {
-        SetValues(kids, filled);
+        SetValues(document, kids, filled);
       } else {
-        SetValue(field, new_values_[(*filled)++].c_str());
+        SetValue(document, field, new_values_[(*filled)++].c_str());
       }
     }
   }
 
-  void SetValue(pdf_obj* field, const char* value) {
+  void SetValue(pdf_document* document, pdf_obj* field, const char* value) {
     if (pdf_name_eq(context_, pdf_dict_get(context_, field, PDF_NAME(FT)), PDF_NAME(Btn))) {
       pdf_dict_put_name(context_, field, PDF_NAME(V), value);
       pdf_dict_put_name(context_, field, PDF_NAME(AS), value);
+    } else if (draws_) {
+      pdf_set_field_value(context_, document, field, value, 1);
     } else {
       pdf_dict_put_text_string(context_, field, PDF_NAME(V), value);
     }
@@ -175,6 +195,7 @@ class MuPDFLibrary : public Library {
 
   const std::string& file_;
   std::vector<std::string> new_values_;
+  bool draws_ = false;
   fz_context* context_;
 };
 

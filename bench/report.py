@@ -21,9 +21,12 @@ from pathlib import Path
 
 import picture
 
-LIBRARIES = {"zforms": "zforms", "mupdf": "MuPDF", "qpdf": "qpdf", "podofo": "PoDoFo"}
+LIBRARIES = {"zforms": "zforms", "mupdf": "MuPDF", "qpdf": "qpdf", "podofo": "PoDoFo", "pdf-lib": "pdf-lib"}
 GOALS = {"mupdf": 2.0, "qpdf": 10.0}  # how many times faster zforms must be
+DRAWING_GOALS = {"mupdf": 2.5, "pdf-lib": 20.0}  # the same where fields are drawn
 JOBS = {"list": "open and list", "parse": "parse every object", "fill": "fill and save", "rewrite": "rewrite"}
+DRAWING = {"draw": "fill, draw and save"}
+PACKAGES = Path("build/npm/bench")  # of the peer that runs in Node
 FORMS = (50, 1000, 20000)
 OBJECTS = (1000, 10_000, 100_000, 1_000_000)
 NUMBERS = (10_000, 100_000, 1_000_000)
@@ -67,6 +70,8 @@ class Bench:
 
     def run(self, library, cell, check=False):
         """One benchmark of one program: its time in milliseconds and its counters."""
+        if library == "pdf-lib":
+            return self.run_in_node(cell.split("/")[1])
         command = [self.programs[library], self.options.inputs, f"--benchmark_filter=^{cell}/",
                    f"--benchmark_min_time={self.options.min_time}", "--benchmark_format=json"]
         done = subprocess.run(command + (["--check"] if check else []), capture_output=True, text=True, check=True)
@@ -76,6 +81,12 @@ class Bench:
             self.complaints.append(f"{cell}: {LIBRARIES[library]}: {reason}")
             return None
         return {"time": found[0]["real_time"], **{key: found[0].get(key) for key in ("items", "bytes", "size")}}
+
+    def run_in_node(self, form):
+        files = [self.options.inputs / f"{form}.{ending}" for ending in ("pdf", "xfdf")]
+        command = ["node", Path(__file__).parent / "pdf_lib/bench.mjs", PACKAGES.resolve(), *files]
+        done = subprocess.run([*command, str(self.options.min_time)], capture_output=True, text=True, check=True)
+        return {"size": None, **json.loads(done.stdout)}
 
     def cell(self, cell, libraries):
         """The medians of the rounds, all programs in each round."""
@@ -127,17 +138,29 @@ def measure_processes(options):
             continue
         form, data, out = (options.inputs / f"{name}.pdf", options.inputs / f"{name}.xfdf", options.out / "filled.pdf")
         commands = {"zforms": [options.tool, "fill", form, data, "-o", out]}
-        if name != "big" and any(os.access(Path(folder) / "pdftk", os.X_OK) for folder in os.get_exec_path()):
+        has_pdftk = name != "big" and shutil.which("pdftk")
+        if has_pdftk:
             commands["pdftk"] = ["pdftk", form, "fill_form", data, "output", out]
-        runs = {tool: [] for tool in commands}
-        for _ in range(options.rounds):
-            for tool, command in commands.items():
-                runs[tool] += [run_process(command) for _ in range(1 if tool == "pdftk" or name == "big" else 5)]
-        out.unlink()
-        results[name] = {tool: {"ms": 1000 * statistics.median(seconds for seconds, _ in each),
-                                "peak": max(peak for _, peak in each)} for tool, each in runs.items()}
+        results[name] = run_in_turns(options, commands, 1 if name == "big" else 5)
         results[name]["size"] = form.stat().st_size
+        if has_pdftk:
+            drawn = options.out / "drawn.pdf"
+            subprocess.run([options.tool, "draw", form, "-o", drawn], check=True)
+            results[f"flatten-{name}"] = run_in_turns(options, {
+                "zforms": [options.tool, "flatten", drawn, "-o", out], "pdftk": ["pdftk", drawn, "output", out, "flatten"]})
+            drawn.unlink()
+        out.unlink()
     return results
+
+
+def run_in_turns(options, commands, often=5):
+    """The median time and the peak memory of each command; ours, which are short, run more often."""
+    runs = {tool: [] for tool in commands}
+    for _ in range(options.rounds):
+        for tool, command in commands.items():
+            runs[tool] += [run_process(command) for _ in range(1 if tool == "pdftk" else often)]
+    return {tool: {"ms": 1000 * statistics.median(seconds for seconds, _ in each),
+                   "peak": max(peak for _, peak in each)} for tool, each in runs.items()}
 
 
 def spread(values):
@@ -176,12 +199,16 @@ def own_lines(cells, processes):
     if "big" in processes:
         peak = processes["big"]["zforms"]["peak"] / processes["big"]["size"]
         lines.append(("peak memory of zforms fill on it, in file sizes", f"{peak:.2f}", "at most 2.2", peak <= 2.2))
-    for name in ("form-50", "form-1000"):
-        if "pdftk" in processes.get(name, {}):
-            ours, theirs = processes[name]["zforms"]["ms"], processes[name]["pdftk"]["ms"]
-            goal = ("at least 30 times", theirs / ours >= 30) if name == "form-50" else ("", None)
-            lines.append((f"zforms fill and pdftk fill_form, {name[5:]} fields",
-                          f"{ours:.1f} and {theirs:.0f} ms, {theirs / ours:.0f} times", *goal))
+    for what, prefix, goals in (("zforms fill and pdftk fill_form", "", {"50": 30}),
+                                ("zforms flatten and pdftk flatten", "flatten-", {"50": 5, "1000": 5})):
+        for fields in ("50", "1000"):
+            result = processes.get(f"{prefix}form-{fields}", {})
+            if "pdftk" not in result:
+                continue
+            ours, theirs = result["zforms"]["ms"], result["pdftk"]["ms"]
+            goal = goals.get(fields)
+            lines.append((f"{what}, {fields} fields", f"{ours:.1f} and {theirs:.0f} ms, {theirs / ours:.0f} times",
+                          f"at least {goal} times" if goal else "", theirs / ours >= goal if goal else None))
     return lines
 
 
@@ -193,17 +220,17 @@ def number(value):
     return f"{value:.0f}" if value >= 100 else f"{value:.3g}"
 
 
-def peer_rows(cells, libraries):
+def peer_rows(cells, libraries, jobs, goals):
     """The header and the rows of the table of peers, as texts."""
     rows = [["job", "fields", "zforms ms"]]
     for library in libraries[1:]:
         rows[0] += [f"{LIBRARIES[library]} ms", "times"]
     for name, result in cells.items():
         job, stem = name.split("/")
-        row = [JOBS[job], input_name(stem), number(result["ms"]["zforms"])]
+        row = [jobs[job], input_name(stem), number(result["ms"]["zforms"])]
         for library in libraries[1:]:
             ratio = result["ms"][library] / result["ms"]["zforms"]
-            short = ratio < GOALS.get(library, 0)
+            short = ratio < goals.get(library, 0)
             row += [number(result["ms"][library]), number(ratio) + (" !" if short else "  ")]
         rows.append(row)
     return rows
@@ -230,12 +257,15 @@ def machine():
             f"{platform.system()} {platform.release()}, g++ {compiler}, -O2")
 
 
-def report(cells, own, libraries, table):
+def report(cells, drawn, own, libraries, drawing, table):
     tables = []
     if cells:
-        rows = peer_rows(cells, libraries)
-        tables.append(table(rows, 2) + "\n\nTimes are medians; \"times\" is the time of the peer divided by that of zforms. "
-                      "\"!\" misses the goal\n(MuPDF 2, qpdf 10).")
+        tables.append(table(peer_rows(cells, libraries, JOBS, GOALS), 2) +
+                      "\n\nTimes are medians; \"times\" is the time of the peer divided by that of zforms. \"!\" misses the "
+                      "goal\n(MuPDF 2, qpdf 10).")
+    if drawn:
+        tables.append(table(peer_rows(drawn, drawing, DRAWING, DRAWING_GOALS), 2) +
+                      "\n\nThe goals here are MuPDF 2.5, pdf-lib 20.")
     if own:
         verdicts = {True: "holds", False: "falls short", None: ""}
         rows = [["measured", "value", "goal", ""]]
@@ -244,12 +274,12 @@ def report(cells, own, libraries, table):
     return "\n\n".join(tables)
 
 
-def write_picture(path, cells, libraries):
+def write_picture(path, cells):
     groups = []
     for name, result in cells.items():
         job, stem = name.split("/")
-        what = f"{JOBS[job]}, {input_name(stem)}" + ("" if stem == "big" else " fields")
-        groups.append((what, [(LIBRARIES[library], result["ms"][library]) for library in libraries]))
+        what = f"{(JOBS | DRAWING)[job]}, {input_name(stem)}" + ("" if stem == "big" else " fields")
+        groups.append((what, [(LIBRARIES[library], time) for library, time in result["ms"].items()]))
     path.write_text(picture.bars("Milliseconds, logarithmic; shorter is faster", groups), encoding="utf-8")
 
 
@@ -285,19 +315,23 @@ def main():
     alone += [f"parse/objects-{n}" for n in OBJECTS] + [f"parse/line-{n}" for n in NUMBERS]
     alone += [f"parse/{kind}-{BRACKETS}" for kind in ("nest", "flat")]
     cells = bench.cells(shared, libraries)
+    drawing = [library for library in libraries if library in ("zforms", "mupdf")]
+    drawing += ["pdf-lib"] if (PACKAGES / "node_modules/pdf-lib").exists() and shutil.which("node") else []
+    drawn = bench.cells([f"draw/form-{n}" for n in FORMS], drawing)
     single = {} if options.modern else bench.cells(alone, ["zforms"])
     processes = {} if options.modern else measure_processes(options)
     print(file=sys.stderr)
     own = own_lines({**cells, **single}, processes)
     about = machine()
-    print(report(cells, own, libraries, markdown_table if options.markdown else plain_table))
+    print(report(cells, drawn, own, libraries, drawing,
+                 markdown_table if options.markdown else plain_table))
     print(f"\n{about}")
     (options.out / "results.json").write_text(json.dumps(
-        {"machine": about, "cells": {**cells, **single}, "processes": processes,
+        {"machine": about, "cells": {**cells, **drawn, **single}, "processes": processes,
          "goals": [{"what": what, "value": value, "goal": goal, "holds": holds} for what, value, goal, holds in own]},
         indent=1), encoding="utf-8")
-    if cells:
-        write_picture(options.out / "results.svg", cells, libraries)
+    if cells or drawn:
+        write_picture(options.out / "results.svg", {**cells, **drawn})
     for complaint in bench.complaints:
         print(f"report: {complaint}", file=sys.stderr)
     return 1 if bench.complaints else 0

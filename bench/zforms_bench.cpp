@@ -1,4 +1,4 @@
-// The four jobs with zforms, and benchmarks of zforms only.
+// The jobs with zforms, and benchmarks of zforms only.
 
 #include <benchmark/benchmark.h>
 

@@ -4,6 +4,8 @@
 #include "bench/library.h"
 #include "zforms/acroform/acro_form.h"
 #include "zforms/acroform/field.h"
+#include "zforms/appearance/field_drawer.h"
+#include "zforms/appearance/flattener.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/xfdf/xfdf.h"
@@ -37,13 +39,23 @@ class ZformsLibrary : public Library {
 
   uint64_t Fill(std::string* saved) override {
     ZAcroForm form;
+    LoadFilled(form);
+    return Save(form, saved);
+  }
+
+  uint64_t Draw(std::string* saved) override {
+    ZAcroForm form;
+    LoadFilled(form);
+    ZFieldDrawer drawer(form);
+    if (!drawer.DrawAll()) Fail("not every field was drawn");
+    return Save(form, saved);
+  }
+
+  uint64_t Flatten(std::string* saved) override {
+    ZAcroForm form;
     Load(form);
-    if (form.SetValues(data_) != new_values_) Fail("not every field was filled");
-    Chaine bytes;
-    ZInetChaineOStream out(bytes);
-    if (!form.Save(out)) Fail(form.Diagnostics().Failure());
-    if (saved != nullptr) *saved = bytes.View();
-    return bytes.size();
+    if (!ZFormFlattener(form).FlattenAll()) Fail("the form was not flattened");
+    return Save(form, saved);
   }
 
   uint64_t Rewrite(std::string* saved) override {
@@ -62,6 +74,19 @@ class ZformsLibrary : public Library {
   void Load(ZAcroForm& form) const {
     ZInetChaineIStream in(file_);
     if (!form.Load(in, Chaine())) Fail(form.Diagnostics().Failure());
+  }
+
+  void LoadFilled(ZAcroForm& form) const {
+    Load(form);
+    if (form.SetValues(data_) != new_values_) Fail("not every field was filled");
+  }
+
+  static uint64_t Save(ZAcroForm& form, std::string* saved) {
+    Chaine bytes;
+    ZInetChaineOStream out(bytes);
+    if (!form.Save(out)) Fail(form.Diagnostics().Failure());
+    if (saved != nullptr) *saved = bytes.View();
+    return bytes.size();
   }
 
   static void AddFields(const ZAcroFormFieldCollection& fields, Tally* tally) {

@@ -95,6 +95,7 @@ set(ZFORMS_PUBLIC_HEADERS
     xfdf/mapping/mapper.h
     appearance/drawing_fonts.h
     appearance/field_drawer.h
+    appearance/flattener.h
     filling/byte_source.h
     filling/checked_filler.h
     filling/csv_reader.h
@@ -108,6 +109,7 @@ set(ZFORMS_PUBLIC_HEADERS
     filling/form_batch.h
     filling/form_export.h
     filling/form_files.h
+    filling/form_flattening.h
     filling/form_message.h
     filling/form_press.h
     filling/form_values.h

@@ -209,15 +209,17 @@ TEST(WidgetDrawer, ButtonsKeepTheStatesThatTheyHave) {
     const char* field;
     const char* widget;
   } kCases[] = {
-      {"/FT/Btn/V/On/AS/On/MK<</BC[0]>>", "/AP<</N<</On 11 0 R/Off 12 0 R>>>>/AS /On"},
-      {"/FT/Btn", "/AP<</N<</Yes 11 0 R/Off 12 0 R>>>>/AS /Off"},
-      {"/FT/Btn/Ff 32768/V/0", "/AP<</N<</0 11 0 R/Off 12 0 R>>>>/AS /0"},
-      {"/FT/Btn/AS/A/AP<</N<</Off 10 0 R>>>>", "/AP<</N<</Off 10 0 R/A 11 0 R>>>>/AS /A"},
-      {"/FT/Btn/AS/Off/AP<</N<</A 10 0 R>>>>", "/AP<</N<</A 10 0 R>>>>/AS /Off"},
-      {"/FT/Btn/AS/Off/AP<</N<</A<<>>>>>>", "/AP<</N<</A 11 0 R/Off 12 0 R>>>>/AS /Off"},
+      {"/FT/Btn/V/On/AS/On/MK<</BC[0]>>", "/AP<</N<</On 21 0 R/Off 22 0 R>>>>/AS /On"},
+      {"/FT/Btn", "/AP<</N<</Yes 21 0 R/Off 22 0 R>>>>/AS /Off"},
+      {"/FT/Btn/Ff 32768/V/0", "/AP<</N<</0 21 0 R/Off 22 0 R>>>>/AS /0"},
+      {"/FT/Btn/AS/A/AP<</N<</Off 20 0 R>>>>", "/AP<</N<</Off 20 0 R/A 21 0 R>>>>/AS /A"},
+      {"/FT/Btn/AS/Off/AP<</N<</A 20 0 R>>>>", "/AP<</N<</A 20 0 R>>>>/AS /Off"},
+      {"/FT/Btn/AS/Off/AP<</N<</A<<>>>>>>", "/AP<</N<</A 21 0 R/Off 22 0 R>>>>/AS /Off"},
   };
   for (const auto& c : kCases) {
-    Drawn drawn(FormText().Field(10, "<<" + std::string(kWidget) + c.field + ">>"));
+    FormText text;
+    text.Field(10, "<<" + std::string(kWidget) + c.field + ">>").Object(20, "<</Length 0>>stream\n\nendstream");
+    Drawn drawn(text);
     const ZPDFNodeDictionary& widget = *drawn.form.Fields()[0]->Dico();
     EXPECT_EQ("/AP" + LineOf(widget.GetDirect("/AP")) + "/AS " + widget.GetIdentifier("/AS").ToString(), c.widget);
   }

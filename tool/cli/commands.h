@@ -83,6 +83,16 @@ struct DrawOptions {
 };
 int RunDraw(const DrawOptions& options);
 
+struct FlattenOptions {
+  std::string file;
+  std::string output;
+  std::vector<std::string> fields;  // full names; all fields when empty
+  std::string password;
+  bool recover = false;
+  bool force = false;
+};
+int RunFlatten(const FlattenOptions& options);
+
 struct PermissionsOptions {
   std::string file;
   std::string output;

@@ -70,6 +70,7 @@ class CommandLine {
     AddBatch();
     AddCheck();
     AddDraw();
+    AddFlatten();
     AddRewrite();
     AddPermissions();
     AddViewer();
@@ -254,6 +255,24 @@ class CommandLine {
     AddFonts(command, &draw_.drawing.fonts);
   }
 
+  void AddFlatten() {
+    CLI::App* command =
+        Add("flatten", "Make the fields part of the pages, which cannot be filled in any more.",
+            "The pages show what viewers showed before; hidden fields are removed. Fields without an\n"
+            "appearance are drawn first. The change is appended to the file, which still contains the fields\n"
+            "as they were: \"zforms rewrite\" removes them from it.",
+            "  zforms flatten filled.pdf -o flat.pdf\n"
+            "  zforms flatten filled.pdf --field adherent.nom -o flat.pdf",
+            [this] { return RunFlatten(flatten_); });
+    AddFile(command, &flatten_.file);
+    AddOutput(command, &flatten_.output)->required();
+    command->add_option("--field", flatten_.fields, "Flatten these fields and the fields below them only")
+        ->type_name("NAME");
+    AddPassword(command, &flatten_.password);
+    AddRecover(command, &flatten_.recover);
+    AddForce(command, &flatten_.force);
+  }
+
   void AddRewrite() {
     CLI::App* command = Add("rewrite", "Write the whole document as a new file.",
                             "The file has every object that is in use and one cross-reference section. An encrypted\n"
@@ -328,6 +347,7 @@ class CommandLine {
   BatchOptions batch_;
   CheckOptions check_;
   DrawOptions draw_;
+  FlattenOptions flatten_;
   RewriteOptions rewrite_;
   PermissionsOptions permissions_;
   ViewerOptions viewer_;

@@ -66,8 +66,9 @@ bool ButtonDrawer::LacksStates(const ZAcroFormField& widget) {
   const ZPDFNodeDictionary* states = StatesOf(widget);
   for (size_t i = 0; states != nullptr && i < states->Size(); i++) {
     // A stream is always an object of its own; some files have an empty dictionary in its place.
-    const bool is_object = NodeCast<ZPDFNodeIndirectReference>(states->ValueAt(i)) != nullptr;
-    if (is_object && IsOnState(StateAt(*states, i))) return false;
+    const ZPDFNode* const look = states->ValueAt(i);
+    const bool has_look = look != nullptr && NodeCast<ZPDFNodeStream>(look->GetTarget()) != nullptr;
+    if (has_look && IsOnState(StateAt(*states, i))) return false;
   }
   return true;
 }
@@ -106,7 +107,7 @@ void ButtonDrawer::DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, si
   DrawMark(drawing, is_radio);
   StoreState(widget, drawing, on);
   const ZPDFNodeDictionary* states = StatesOf(widget);
-  if (states == nullptr || !states->Exist("/Off")) {
+  if (states == nullptr || NodeCast<ZPDFNodeStream>(states->GetTarget("/Off")) == nullptr) {
     draw_ground();
     StoreState(widget, drawing, Chaine(kOff));
   }

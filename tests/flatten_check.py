@@ -1,0 +1,209 @@
+#!/usr/bin/env python3
+"""Flattens the forms of a folder of PDF files that other programs made, and compares the pages before and after with
+those of other readers.
+
+The folder is that of corpus_check.py; without it the check is skipped (exit 77). Each form is filled, drawn and then
+flattened: the flattened file begins with the bytes of the drawn one, has no field and no widget, and the same other
+annotations; the content streams of each page are the former ones between two new ones; qpdf finds no new fault; MuPDF
+draws the same picture of each page, and poppler finds the same characters.
+"""
+
+import concurrent.futures
+import csv
+import json
+import os
+import pathlib
+import re
+import sys
+import tempfile
+
+sys.dont_write_bytecode = True
+import corpus_check
+import peers
+
+PAGES = 12  # of each file, so many are compared
+DPI = 40
+# A pixel differs when its gray does by more than this, of 255.
+LEAST_CHANGE = 80
+MOST_PIXELS = 3
+# Differences that are correct: file -> [(how the difference begins, why), ...].
+SHOWN = "poppler does not show a button whose field has no type"
+ONLY = "poppler and MuPDF show the only state of a button without \"/AS\", even when the value is another"
+ALLOWED = {
+    "made/dev-tex.pdf": [("text:", ONLY), ("pictures:", ONLY)],
+    "PyPDFForm__sample_filled_sejda_complex.pdf": [("text:", SHOWN)],
+    "PyPDFForm__test_sejda_pages_1.pdf": [("text:", SHOWN)],
+    "docassemble__testsigform.pdf": [("pictures:", "MuPDF marks signature fields that are not signed")],
+    "qpdf__button-set-broken-out.pdf": [("pictures:", "MuPDF does not show a widget that belongs to no field")],
+    "qpdf__form-document-defaults.pdf": [("pictures:", "MuPDF does not show a widget that belongs to no field")],
+}
+
+
+def pages(objects):
+    """The page dictionaries in their order."""
+    found, pending, seen = [], [(objects.get(objects.trailer, "/Root") or {}).get("/Pages")], set()
+    while pending:
+        reference = pending.pop()
+        node = objects.get(reference)
+        if not isinstance(node, dict) or str(reference) in seen:
+            continue
+        seen.add(str(reference))
+        if "/Kids" in node:
+            pending.extend(reversed(objects.get(node, "/Kids") or []))
+        else:
+            found.append(node)
+    return found
+
+
+def annotations(objects, page):
+    """The kinds of the annotations of a page, and the references of those that are no widgets."""
+    found = objects.get(page, "/Annots")
+    found = found if isinstance(found, list) else []
+    kinds = [(objects.get(objects.get(one), "/Subtype"), one) for one in found]
+    return [str(one) for kind, one in kinds if kind != "/Widget"], sum(kind == "/Widget" for kind, _ in kinds)
+
+
+def contents(objects, page):
+    """The references to the content streams of a page."""
+    direct = page.get("/Contents")
+    value = objects.get(direct)
+    return [] if direct is None else value if isinstance(value, list) else [direct]
+
+
+class Check:
+    def __init__(self, options, row, folder):
+        self.options, self.row, self.folder = options, row, folder
+        self.path = options.corpus / row["file"]
+        self.password = "" if row["password"] == "?" else row["password"]
+        self.problems, self.pages, self.worst = [], 0, 0
+
+    def problem(self, step, text):
+        self.problems.append(f"{step}: {text}")
+
+    def tool(self, *arguments):
+        word = ["--password", self.password] if self.password else []
+        done = peers.run(self.options.tool, *arguments, *word)
+        if done.status not in (0, 2, 3):
+            self.problem(arguments[0], f"exit {done.status}: {done.err.decode('utf-8', 'replace')[-300:]!r}")
+        return done
+
+    def run(self):
+        drawn, flat = self.folder / "drawn.pdf", self.folder / "flat.pdf"
+        if not self.prepare(drawn):
+            return
+        done = self.tool("flatten", drawn, "-o", flat, "--force")
+        if done.status not in (0, 3):
+            self.problem("flatten", f"exit {done.status}: {done.err.decode('utf-8', 'replace')[:300]!r}")
+            return
+        if not flat.read_bytes().startswith(drawn.read_bytes()):
+            self.problem("prefix", "the bytes before are not the same")
+        left = self.tool("fields", flat, "--json")
+        fields = json.loads(left.out)["fields"] if left.status in (0, 3) else []
+        if fields:
+            self.problem("fields", f"{len(fields)} are left")
+        before, after = peers.qpdf_check(drawn, self.password), peers.qpdf_check(flat, self.password)
+        if after[0] > before[0] or after[1] > before[1]:
+            self.problem("qpdf", f"{before} before, {after} after")
+        self.compare_objects(drawn, flat)
+        self.compare_text(drawn, flat)
+        self.compare_pictures(drawn, flat)
+
+    def prepare(self, drawn):
+        """Fills what can be filled, and draws. False for a file without a form that can be read."""
+        listed = self.tool("fields", self.path, "--json")
+        if listed.status not in (0, 3):
+            return False
+        filled, data = self.folder / "filled.pdf", self.folder / "data.xfdf"
+        source = self.path
+        data.write_bytes(corpus_check.xfdf(corpus_check.fill_values(json.loads(listed.out)["fields"])))
+        if self.tool("fill", source, data, "-o", filled, "--force").status in (0, 3):
+            source = filled
+        return self.tool("draw", source, "-o", drawn, "--force").status in (0, 3)
+
+    def compare_objects(self, drawn, flat):
+        before, after = peers.Objects(drawn, self.password), peers.Objects(flat, self.password)
+        was, now = pages(before), pages(after)
+        if len(was) != len(now):
+            self.problem("pages", f"{len(was)} before, {len(now)} after")
+        for number, (old, new) in enumerate(zip(was, now), 1):
+            kept, widgets = annotations(after, new)
+            if widgets:
+                self.problem("annotations", f"page {number} has {widgets} widgets")
+            if kept != annotations(before, old)[0]:
+                self.problem("annotations", f"page {number} has other ones: {kept}")
+            former, present = contents(before, old), contents(after, new)
+            if former != present and former and present[1:-1] != former:
+                self.problem("contents", f"page {number}: {former} became {present}")
+
+    def compare_text(self, drawn, flat):
+        texts = [peers.run("pdftotext", "-l", str(PAGES), "-upw", self.password, path, "-").out for path in (drawn, flat)]
+        before, after = (sorted(re.sub(r"\s", "", text.decode("utf-8", "replace"))) for text in texts)
+        if before != after:
+            missing = "".join(c for c in set(before) if before.count(c) > after.count(c))
+            added = "".join(c for c in set(after) if after.count(c) > before.count(c))
+            self.problem("text", f"{len(before)} characters became {len(after)}; less {missing!r}, more {added!r}")
+
+    def compare_pictures(self, drawn, flat):
+        for name, path in (("before", drawn), ("after", flat)):
+            peers.run("mutool", "draw", "-q", "-p", self.password, "-F", "pgm", "-r", str(DPI), "-o",
+                      self.folder / f"{name}-%d.pgm", path, f"1-{PAGES}")
+        for picture in sorted(self.folder.glob("before-*.pgm")):
+            other = picture.with_name(picture.name.replace("before", "after"))
+            if not other.exists():
+                self.problem("pictures", f"{other.name} is missing")
+                continue
+            self.pages += 1
+            one, two = picture.read_bytes(), other.read_bytes()
+            if one == two:
+                continue
+            differ = sum(abs(a - b) > LEAST_CHANGE for a, b in zip(one, two))
+            self.worst = max(self.worst, differ)
+            if len(one) != len(two) or differ > MOST_PIXELS:
+                self.problem("pictures", f"{picture.stem}: {differ} pixels differ")
+
+
+def check_file(options, row):
+    with tempfile.TemporaryDirectory() as folder:
+        folder = pathlib.Path(folder)
+        if options.keep:
+            folder = options.keep / row["file"].replace("/", "__")
+            folder.mkdir(parents=True, exist_ok=True)
+        check = Check(options, row, folder)
+        try:
+            check.run()
+        except Exception as error:  # a fault of the check itself must not count as agreement
+            check.problem("check", f"{type(error).__name__}: {error}")
+        return {"file": row["file"], "problems": check.problems, "pages": check.pages, "worst": check.worst}
+
+
+def main():
+    options = corpus_check.arguments()
+    missing = peers.absent(["qpdf", "mutool", "pdftotext"])
+    if not (options.corpus / "INDEX.tsv").is_file() or missing:
+        print(f"skipped: no corpus at {options.corpus} (ZFORMS_CORPUS)" if not missing else f"skipped: no {missing}")
+        return corpus_check.SKIPPED
+    with open(options.corpus / "INDEX.tsv", encoding="utf-8", newline="") as index:
+        rows = [r for r in csv.DictReader(index, delimiter="\t") if options.only in r["file"] and r["acroform"] == "1"]
+    with concurrent.futures.ProcessPoolExecutor(min(options.jobs, 2)) as pool:
+        results = list(pool.map(check_file, [options] * len(rows), rows))
+    if options.report:
+        options.report.write_text(json.dumps(results, indent=1))
+    stale = []
+    for result in results:
+        rules = [start for start, _ in ALLOWED.get(result["file"], [])]
+        stale += [f"{result['file']}: {start}" for start in rules
+                  if not any(text.startswith(start) for text in result["problems"])]
+        result["problems"] = [text for text in result["problems"] if not text.startswith(tuple(rules) or "\0")]
+    for result in results:
+        for problem in result["problems"][:3]:
+            print(f"{result['file']}: {problem}")
+    for rule in stale:
+        print(f"allowed but not met any more: {rule}")
+    flattened = [r for r in results if r["pages"]]
+    print(f"flatten_check: {len(results)} forms, {len(flattened)} flattened, {sum(r['pages'] for r in results)} pages "
+          f"compared, {sum(bool(r['problems']) for r in results)} differ")
+    return 1 if stale or any(r["problems"] for r in results) or not flattened else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

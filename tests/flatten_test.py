@@ -1,0 +1,38 @@
+#!/usr/bin/env python3
+"""What zforms flattens is part of the page: other readers find the values in its text, and no form."""
+
+import json
+import shutil
+
+import draw_test
+import peers
+from tool_case import expect, restricted_form, run_tests, same, zforms
+
+
+def test_values_stay_and_fields_go(folder):
+    form, flat, part = draw_test.filled(folder, draw_test.VALUES), folder / "flat.pdf", folder / "part.pdf"
+    same("flatten", zforms("flatten", form, "-o", flat), (0, "", ""))
+    expect(flat.read_bytes().startswith(form.read_bytes()), "an update")
+    same("fields", json.loads(zforms("fields", flat, "--json")[1])["fields"], [])
+    for program, text in draw_test.page_texts(flat):
+        same(f"not seen by {program}", [seen for seen in draw_test.SEEN if seen not in text], [])
+    if shutil.which("qpdf"):
+        same("qpdf", peers.qpdf_check(flat), (0, 0))
+
+    same("some fields", zforms("flatten", form, "--field", "adherent.nom", "adherent.pays", "-o", part)[0], 0)
+    names = [[field["name"] for field in json.loads(zforms("fields", path, "--json")[1])["fields"]] for path in (form, part)]
+    same("the others stay", names[1], [name for name in names[0] if name not in ("adherent.nom", "adherent.pays")])
+    status, _, err = zforms("flatten", form, "--field", "adherent.none", "-o", folder / "none.pdf")
+    expect(status == 2 and 'has no field "adherent.none"' in err, "said", (status, err))
+
+
+def test_signatures_are_respected(folder):
+    restricted_form(folder / "form.pdf", [("S", 0, None, None)])
+    status, _, err = zforms("flatten", folder / "form.pdf", "-o", folder / "out.pdf")
+    expect(status == 2 and "flattening changes what was signed" in err and "--force" in err, "refused", (status, err))
+    expect(not (folder / "out.pdf").exists(), "nothing is written")
+    same("forced", zforms("flatten", folder / "form.pdf", "-o", folder / "out.pdf", "--force")[0], 3)
+
+
+if __name__ == "__main__":
+    run_tests(globals())

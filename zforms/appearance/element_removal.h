@@ -1,0 +1,27 @@
+#pragma once
+
+#include <functional>
+#include <unordered_set>
+
+#include "zforms/pdf/dictionary_node.h"
+
+namespace zforms {
+
+class ZPDFNodeArray;
+
+using DictionarySet = std::unordered_set<const ZPDFNodeDictionary*>;
+
+// True when the node leads to a dictionary of the set.
+inline bool IsAmong(const DictionarySet& dictionaries, const ZPDFNode& node) {
+  const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node.GetTarget());
+  return dictionary != nullptr && dictionaries.contains(dictionary);
+}
+
+// Removes the elements of which `goes` is true; it is asked once for each, in order, with the element as stored. The
+// nodes of the array's elements stay in memory as long as the array, and those that are kept are others afterwards.
+// Returns whether there were any; the array may be null.
+bool RemoveElements(ZPDFNodeArray* array, const std::function<bool(const ZPDFNode&)>& goes);
+// The same for those that lead to a dictionary of the set.
+bool RemoveElements(ZPDFNodeArray* array, const DictionarySet& gone);
+
+}  // namespace zforms

@@ -1,0 +1,47 @@
+#include "zforms/filling/form_flattening.h"
+
+#include "zforms/acroform/acro_form.h"
+#include "zforms/appearance/flattener.h"
+
+namespace zforms {
+namespace {
+
+using Severity = ZFormMessage::Severity;
+
+void Add(ZFormMessages* messages, Severity severity, const Chaine& text,
+         ZFormMessage::Remedy remedy = ZFormMessage::Remedy::kNone) {
+  messages->push_back({severity, ZFormMessage::About::kForm, text.ToString(), remedy});
+}
+
+bool IsAllowed(const ZAcroForm& form, bool force, ZFormMessages* messages) {
+  if (!ZAcroFormChangeRules(form).IsSigned()) return true;
+  constexpr const char* kFault = "flattening changes what was signed";
+  if (force) {
+    Add(messages, Severity::kWarning, Chaine(kFault) + ": the signatures are no longer valid");
+  } else {
+    Add(messages, Severity::kFailure, kFault, ZFormMessage::Remedy::kForceWriting);
+  }
+  return force;
+}
+
+}  // namespace
+
+bool FlattenForm(ZAcroForm& form, const std::vector<std::string>& fields, const GuardOptions& options,
+                 ZFormMessages* messages) {
+  if (!IsAllowed(form, options.force, messages)) return false;
+  const FillingGuard guard(form, options);
+  ZFormFlattener flattener(form);
+  const PTableau<Chaine> names(fields.begin(), fields.end());
+  if (!(names.empty() ? flattener.FlattenAll() : flattener.Flatten(names))) {
+    Add(messages, Severity::kFailure, flattener.Diagnostics().Failure());
+    return false;
+  }
+  for (const ZDiagnostics::Warning& warning : flattener.Diagnostics().Warnings()) {
+    Add(messages, Severity::kWarning, ZDiagnostics::Describe(warning));
+  }
+  guard.SayWhatGoes(messages);
+  guard.Drop(form);
+  return true;
+}
+
+}  // namespace zforms
