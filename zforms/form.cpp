@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <functional>
 #include <set>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "zforms/acroform/acro_form.h"
 #include "zforms/acroform/field_report.h"
+#include "zforms/acroform/field_text.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/filling/form_drawing.h"
@@ -26,20 +29,41 @@ using About = ZFormMessage::About;
 using Remedy = ZFormMessage::Remedy;
 using Severity = ZFormMessage::Severity;
 
-// The names of the fields with a value that the form marks as not to be sent.
-std::string NamesLeftOut(const std::vector<ZFormField>& fields) {
+std::string Listing(const std::set<std::string>& all) {
   constexpr size_t kNamed = 10;
-  std::set<std::string> left_out;
-  for (const ZFormField& field : fields) {
-    if (field.HasData() && field.IsNoExport() && !field.values.empty()) left_out.insert(field.name);
-  }
   std::string names;
   size_t count = 0;
-  for (const std::string& name : left_out) {
+  for (const std::string& name : all) {
     if (++count <= kNamed) names += (count == 1 ? "\"" : ", \"") + name + "\"";
   }
   if (count > kNamed) names += " and " + std::to_string(count - kNamed) + " more";
   return names;
+}
+
+// The names of the fields with a value that the form marks as not to be sent.
+std::string NamesLeftOut(const std::vector<ZFormField>& fields) {
+  std::set<std::string> left_out;
+  for (const ZFormField& field : fields) {
+    if (field.HasData() && field.IsNoExport() && !field.values.empty()) left_out.insert(field.name);
+  }
+  return Listing(left_out);
+}
+
+// The names of several fields that hold different values.
+std::string NamesUnequal(const std::vector<ZFormField>& fields) {
+  const auto text_of = [](const ZFormField& field) {
+    Chaine text;
+    for (const std::string& value : field.values) text += WithLF(value) + "\n";
+    const bool is_button = field.kind == ZFormField::Kind::kCheckBox || field.kind == ZFormField::Kind::kRadioButton;
+    return is_button && field.Value() == "Off" ? Chaine() : text;
+  };
+  std::unordered_map<std::string_view, Chaine> first;
+  std::set<std::string> unequal;
+  for (const ZFormField& field : fields) {
+    const auto [found, is_new] = first.try_emplace(field.name, text_of(field));
+    if (!is_new && found->second != text_of(field)) unequal.insert(field.name);
+  }
+  return Listing(unequal);
 }
 
 }  // namespace
@@ -77,6 +101,7 @@ struct ZForm::Implementation {
   std::unique_ptr<ZCheckedFiller> filler;
   std::set<std::string> filled_names;
   size_t faults_taken = 0;
+  size_t unequal_taken = 0;
 };
 
 bool ZForm::Implementation::Open(const FormSource& source, const ZFormOptions& options) {
@@ -112,6 +137,12 @@ void ZForm::Implementation::TakeFaults(const Chaine& where) {
     const Chaine text = where + fault.Text() + (fault.is_unknown ? filler->NearNamesOf(fault.field) : Chaine());
     Say(Severity::kWarning, About::kData, text.ToString(), is_lock ? Remedy::kForceWriting : Remedy::kNone);
   }
+  for (; unequal_taken < filler->Unequal().size(); unequal_taken++) {
+    Say(Severity::kNote, About::kData,
+        (where + "field \"" + filler->Unequal()[unequal_taken] +
+         "\": the first field of the name holds this value, and the others keep theirs")
+            .ToString());
+  }
 }
 
 void ZForm::Implementation::Fill(const ZXFDF& data, uint64_t line) {
@@ -127,6 +158,7 @@ void ZForm::Implementation::MakeFiller() {
   filler->SetLocks([this](const Chaine& name) { return guard->LockOf(name); });
   filled_names.clear();
   faults_taken = 0;
+  unequal_taken = 0;
 }
 
 FormDrawing& ZForm::Implementation::Drawing() {
@@ -192,6 +224,11 @@ std::vector<ZFormField> ZForm::ExportedFields(bool all) {
     implementation_->Say(Severity::kNote, About::kForm,
                          "left out, as the form marks them as not to be exported: " + left_out, Remedy::kExportAll);
   }
+  if (const std::string unequal = NamesUnequal(fields); !unequal.empty()) {
+    implementation_->Say(
+        Severity::kWarning, About::kForm,
+        "several fields of one name hold different values, and the first one's is exported: " + unequal);
+  }
   return fields;
 }
 
@@ -218,7 +255,7 @@ bool ZForm::Fill(std::string_view data, const std::string& name) {
   std::string error;
   if (!ReadValues(data, name, &values, &line, &error)) return own.Fail(About::kData, error);
   if (!error.empty()) own.Say(Severity::kWarning, About::kData, error);
-  if (!HoldsValues(values)) own.Say(Severity::kNote, About::kData, kNoValues);
+  if (error.empty() && !HoldsValues(values)) own.Say(Severity::kNote, About::kData, kNoValues);
   if (!own.MayFill()) return false;
   own.Fill(values, line);
   return true;

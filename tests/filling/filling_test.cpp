@@ -168,11 +168,24 @@ TEST(CheckedFiller, FieldsOfOneName) {
   EXPECT_EQ(ObjectOf(form, 12), "<</FT/Btn/T(b)" + kOne + "/V/A/AS/A>>");
   EXPECT_EQ(ObjectOf(form, 13), "<</FT/Btn/T(b)/AP<</N<</C 9 0 R>>>>/Rect[]/AS/Off/V/A>>");
   EXPECT_EQ(ObjectOf(form, 14), "<</FT/Sig/T(a)>>");
+  EXPECT_TRUE(filler.Unequal().empty());
   EXPECT_FALSE(filler.Fill("nowhere", {"x"}));
   EXPECT_EQ(filler.Faults().size(), 2U);
   filler.SetIgnoresUnknown(true);
   EXPECT_TRUE(filler.Fill("nowhere", {"x"}));
   EXPECT_EQ(filler.Faults().size(), 2U);
+}
+
+TEST(CheckedFiller, RichTextAloneGivesThePlainTextAsWell) {
+  ZAcroForm form = FormText().Field(10, "<</FT/Tx/T(a)/V(old)>>").Form();
+  ZXFDF data;
+  data.FromChaine(
+      "<xfdf><fields><field name='a'><value-richtext><body>\n<p>A<b>b</b> <i>c</i>&amp;</p>\n<p>d<br/>e</p></body>"
+      "</value-richtext></field></fields></xfdf>");
+  ZCheckedFiller filler(form);
+  filler.Fill(data);
+  EXPECT_EQ(form.Fields().Get("a")->ValueUTF8(), "Ab c&\r\nd\r\ne");
+  EXPECT_TRUE(form.Fields().Get("a")->HasOwnValueRichText());
 }
 
 TEST(CheckedFiller, NamesThatMayHaveBeenMeant) {

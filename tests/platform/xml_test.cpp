@@ -138,6 +138,7 @@ TEST(XML, WhatIsNoXMLGivesNoTreeAndAReason) {
       {"<a>&#4294967296;</a>", "character that does not exist"},
       {"<a>\n&amp;&foo;</a>", "line 2, column 6: the entity \"&foo;\" is not defined"},
       {"<a b='&eacute;'/>", "line 1, column 7: the entity \"&eacute;\" is not defined"},
+      {"<a>\n<b c='1' d='2' c='3'/></a>", "line 2, column 16: a second attribute \"c\" in one element"},
       {"<a>x"s + '\0' + "y</a>", "zero byte"},
       {"<?xml version='1.0' encoding='klingon'?><v>\xE9</v>", "unknown encoding klingon"},
       {"\xFF\xFE<"s, "middle of a character"},

@@ -8,6 +8,7 @@
 #include "zforms/acroform/node_access.h"
 #include "zforms/filling/choice_options.h"
 #include "zforms/filling/near_names.h"
+#include "zforms/filling/rich_text.h"
 #include "zforms/platform/text/text.h"
 #include "zforms/platform/xml/xml.h"
 #include "zforms/xfdf/xfdf.h"
@@ -180,7 +181,8 @@ void ZCheckedFiller::FillOne(const ZXFDFField& from, const Chaine& name) {
   if (target == nullptr) {
     AddUnknown(name, "no field is named \"" + name + "\"");
   } else if (has_value || has_rich_text) {
-    FillTarget(*target, name, has_value ? from.Values() : PTableau<Chaine>(),
+    // The value is the plain text of the rich text (ISO 32000-1 12.7.3.4).
+    FillTarget(*target, name, has_value ? from.Values() : PTableau<Chaine>{PlainTextOf(from.ValueRichText())},
                has_rich_text ? RichTextOf(from) : Chaine());
   }
 }
@@ -197,6 +199,7 @@ bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTable
   const ZFieldRule& rule = RuleOf(target, name);
   const ZFieldRule::Verdict verdict = rule.Judge(values);
   for (const Chaine& fault : verdict.faults) faults_.push_back({name, fault});
+  if (verdict.is_unchanged && !rule.IsAlike()) unequal_.push_back(name);
   const ZFieldRule::Kind kind = rule.GetKind();
   const bool takes_rich = kind == ZFieldRule::Kind::kText && verdict.faults.empty();
   const bool is_rich = !rich_text.IsEmpty() && takes_rich && rule.WhyLocked().IsEmpty();

@@ -62,6 +62,8 @@ class ZFORMS_API ZCheckedFiller {
 
   // In the order of the values.
   const PTableau<Fault>& Faults() const { return faults_; }
+  // The names of several fields that hold different values and keep them, since the first one's was given.
+  const PTableau<Chaine>& Unequal() const { return unequal_; }
   // The number of names that got a value, changed or not.
   size_t Filled() const { return filled_; }
   // The fields that got a new value since the last call: those that are to be drawn. One may be there twice.
@@ -97,6 +99,7 @@ class ZFORMS_API ZCheckedFiller {
   bool ignores_unknown_ = false;
   std::function<Chaine(const Chaine& name)> lock_of_;
   PTableau<Fault> faults_;
+  PTableau<Chaine> unequal_;
   size_t filled_ = 0;
   PTableau<ZAcroFormField*> changed_;
   std::unique_ptr<Index> index_;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "zforms/filling/choice_options.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/forward_reader.h"
@@ -18,6 +19,7 @@
 #include "zforms/pdf/syntax/out_stream.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
 #include "zforms/platform/base/ascii.h"
+#include "zforms/platform/base/diagnostics.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/text/byte_order_mark.h"
 #include "zforms/platform/text/letter_case.h"
@@ -35,7 +37,20 @@ class FDFObjects final : public IPDFObjectProvider {
  public:
   explicit FDFObjects(const Chaine& bytes) : text_(bytes) {
     text_.SetDocument();
+    text_.SetDiagnostics(&diagnostics_);
     ReadAll();
+  }
+
+  // The first fault of the file, with its place; empty when it is sound. A file that is cut short has one.
+  std::string Fault() const {
+    const ZDiagnostics::WarningList& faults = diagnostics_.Warnings();
+    if (faults.Size() > 0) {
+      const ZDiagnosticsWarning& first = *faults.begin();
+      const bool adds_place = first.object_number != 0 && first.offset != ZDiagnostics::kNoOffset;
+      const std::string place = "offset " + std::to_string(first.offset) + ": ";
+      return (adds_place ? place : "") + ZDiagnostics::Describe(first).ToString();
+    }
+    return has_trailer_ ? "" : "the trailer is missing: the file may be cut short";
   }
 
   ZPDFNodeIndirectObject* GetObject(const ZPDFObjectIdentifier& id) override {
@@ -66,9 +81,14 @@ class FDFObjects final : public IPDFObjectProvider {
       ZPDFTokenizedString ahead = text_;
       const std::optional<ZPDFObjectHead> head = TakeObjectHead(ahead);
       if (!head || !head->is_sound) {
+        const size_t offset = text_.Offset();
         const std::string_view token = text_.TakeFirstToken();
         if (token.empty()) return;
-        if (token == "trailer") ReadTrailer();
+        if (token == "trailer") {
+          ReadTrailer();
+        } else if (!IsOfXRef(token)) {
+          diagnostics_.WarnAt(offset, "no object begins with " + Quoted(Chaine(token)));
+        }
         continue;
       }
       objects_[head->id].reset(ZPDFNodeIndirectObject::BuildFrom(ahead, head->id, this, nullptr));
@@ -76,10 +96,21 @@ class FDFObjects final : public IPDFObjectProvider {
     }
   }
 
+  // Whether the token may belong to a cross-reference table, which is not needed.
+  static bool IsOfXRef(std::string_view token) {
+    return token == "xref" || token == "startxref" || token == "n" || token == "f" ||
+           std::all_of(token.begin(), token.end(), IsDigitASCII);
+  }
+
   // The last trailer with "/Root" is used.
   void ReadTrailer() {
     text_.TrimLeftComments();
-    if (!text_.StartWith("<<")) return;
+    text_.SetObject(0, 0);
+    if (!text_.StartWith("<<")) {
+      text_.Warn("the trailer has no dictionary");
+      return;
+    }
+    has_trailer_ = true;
     ZPDFNode* node = ReadForward(text_, this, nullptr);
     auto* trailer = NodeCast<ZPDFNodeDictionary>(node);
     if (trailer != nullptr && trailer->Exist("/Root")) {
@@ -92,6 +123,8 @@ class FDFObjects final : public IPDFObjectProvider {
   ZPDFTokenizedString text_;
   std::map<ZPDFObjectIdentifier, std::unique_ptr<ZPDFNodeIndirectObject>> objects_;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
+  bool has_trailer_ = false;
+  ZDiagnostics diagnostics_;
 };
 
 // The encoding of texts without a byte order mark (ISO 32000-1 table 243).
@@ -133,25 +166,48 @@ class FDFEncoding {
 
 class FDFReader {
  public:
-  FDFReader(FDFEncoding* encoding, ZXFDF* data, std::string* error) : encoding_(encoding), data_(data), error_(error) {}
+  FDFReader(FDFEncoding* encoding, ZXFDF* data) : encoding_(encoding), data_(data) {}
 
-  void ReadFields(const ZPDFNode* node, const std::string& above, int depth) {
+  // False when two fields have one name and different values, or when an entry is no field.
+  bool ReadFields(const ZPDFNode* node, const std::string& above, int depth) {
     const auto* fields = NodeCast<ZPDFNodeArray>(node);
     for (size_t i = 0; fields != nullptr && i < fields->Size() && count_ < kMaxFields; i++) {
-      if (const auto* field = NodeCast<ZPDFNodeDictionary>(fields->GetTargetAt(i))) ReadField(*field, above, depth);
+      const auto* field = NodeCast<ZPDFNodeDictionary>(fields->GetTargetAt(i));
+      if (field == nullptr) {
+        fault_ = "entry " + std::to_string(i + 1) + (above.empty() ? "" : " in \"" + above + "\"") + " is no field";
+        return false;
+      }
+      if (!ReadField(*field, above, depth)) return false;
     }
+    return true;
   }
 
+  const std::string& Fault() const { return fault_; }
+  const std::string& LeftOut() const { return left_out_; }
+
  private:
-  void ReadField(const ZPDFNodeDictionary& field, const std::string& above, int depth) {
+  bool ReadField(const ZPDFNodeDictionary& field, const std::string& above, int depth) {
     count_++;
     const std::string own = encoding_->ToUTF8(field.GetStringValue("/T")).ToString();
     const std::string name = above.empty() || own.empty() ? above + own : above + "." + own;
-    if (const ZPDFNode* value = field.GetTarget("/V"); value != nullptr && !name.empty()) ReadValue(*value, name);
-    if (depth < kMaxDepth) ReadFields(field.GetTarget("/Kids"), name, depth + 1);
+    const ZPDFNode* const value = field.GetTarget("/V");
+    const ZPDFNode* const rich_text = field.GetTarget("/RV");
+    if (name.empty() && (value != nullptr || rich_text != nullptr)) {
+      LeaveOut("a field without a name (\"/T\") is left out");
+    } else {
+      if (value != nullptr && !ReadValue(*value, name)) return false;
+      if (rich_text != nullptr) ReadRichText(*rich_text, name);
+    }
+    return depth >= kMaxDepth || ReadFields(field.GetTarget("/Kids"), name, depth + 1);
   }
 
-  void ReadValue(const ZPDFNode& value, const std::string& name) {
+  void LeaveOut(const std::string& what) {
+    constexpr size_t kMostTold = 10;
+    if (told_++ < kMostTold) left_out_ += (left_out_.empty() ? "" : "; ") + what;
+    if (told_ == kMostTold + 1) left_out_ += "; and more";
+  }
+
+  bool ReadValue(const ZPDFNode& value, const std::string& name) {
     PTableau<Chaine> texts;
     if (const auto* array = NodeCast<ZPDFNodeArray>(&value)) {
       for (size_t i = 0; i < array->Size(); i++) {
@@ -159,12 +215,29 @@ class FDFReader {
       }
       if (texts.empty()) texts.emplace_back();
     } else if (NodeCast<ZPDFNodeStream>(&value) != nullptr) {
-      *error_ = "the value of \"" + name + "\" is a stream, and is left out";
-      return;
+      LeaveOut("the value of \"" + name + "\" is a stream, and is left out");
+      return true;
+    } else if (NodeCast<ZPDFNodeNull>(&value) != nullptr) {
+      return true;
+    } else if (NodeCast<ZPDFNodeString>(&value) == nullptr && NodeCast<ZPDFNodeIdentifier>(&value) == nullptr) {
+      LeaveOut("the value of \"" + name + "\" is no text and no name, and is left out");
+      return true;
     } else {
       texts.push_back(Text(value));
     }
-    data_->Fields().AddField(name).SetValues(texts);
+    ZXFDFField& field = data_->Fields().AddField(name);
+    if (field.HasValue() && field.Values() != texts) {
+      fault_ = "two fields are named \"" + name + "\", with different values";
+      return false;
+    }
+    field.SetValues(texts);
+    return true;
+  }
+
+  void ReadRichText(const ZPDFNode& node, const std::string& name) {
+    const bool is_text = NodeCast<ZPDFNodeString>(&node) != nullptr;
+    if (is_text && data_->Fields().AddField(name).ValueRichText().FromChaine(Text(node))) return;
+    LeaveOut("the rich text of \"" + name + "\" is not XML in a string, and is left out");
   }
 
   Chaine Text(const ZPDFNode& node) {
@@ -177,7 +250,9 @@ class FDFReader {
 
   FDFEncoding* encoding_;
   ZXFDF* data_;
-  std::string* error_;
+  std::string fault_;
+  std::string left_out_;
+  size_t told_ = 0;
   size_t count_ = 0;
 };
 
@@ -236,7 +311,14 @@ bool ReadFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
     return false;
   }
   FDFEncoding encoding(*root);
-  FDFReader(&encoding, data, error).ReadFields(root->GetTarget("/Fields"), std::string(), 0);
+  FDFReader reader(&encoding, data);
+  *error = objects.Fault();
+  if (!error->empty()) return false;
+  if (!reader.ReadFields(root->GetTarget("/Fields"), std::string(), 0)) {
+    *error = reader.Fault();
+    return false;
+  }
+  *error = reader.LeftOut();
   if (!encoding.IsMissed()) return true;
   *error = "the file is in the encoding \"" + encoding.Name() + "\", only Unicode is supported: save it as XFDF";
   return false;

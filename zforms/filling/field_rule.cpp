@@ -54,6 +54,10 @@ bool IsExportOf(const Chaine& given, const Chaine& present) {
   return text == in_xml;
 }
 
+bool IsOff(const PTableau<Chaine>& values) {
+  return values.empty() || (values.size() == 1 && (values[0].IsEmpty() || values[0] == kOff));
+}
+
 bool HasNamedKids(const ZAcroFormField& field) {
   for (uint32_t i = 0; i < field.Size(); i++) {
     if (field.GetAt(i)->HasName()) return true;
@@ -75,7 +79,8 @@ ZFieldRule::ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCac
   for (const Chaine& value : FieldValues(*fields.front())) present_.push_back(WithLF(value));
   for (const ZAcroFormField* field : fields) {
     const PTableau<Chaine> values = field == fields.front() ? present_ : FieldValues(*field);
-    is_alike_ = is_alike_ && std::equal(values.begin(), values.end(), present_.begin(), present_.end(), IsSameText);
+    is_alike_ = is_alike_ && (std::equal(values.begin(), values.end(), present_.begin(), present_.end(), IsSameText) ||
+                              (kind_ == Kind::kButton && IsOff(values) && IsOff(present_)));
   }
   if (kind_ == Kind::kButton) ReadStates(fields, options);
   if (kind_ == Kind::kChoice) ReadChoices(*fields.front(), options);
@@ -189,7 +194,6 @@ ZFieldRule::Verdict ZFieldRule::JudgeValues(const PTableau<Chaine>& given) const
 // Whether these are what an export of the first field gives. Several values may be the lines
 // of one text; no value and an empty text are the same in a table.
 bool ZFieldRule::IsExported(const PTableau<Chaine>& given) const {
-  if (!is_alike_) return false;
   if (given.size() == present_.size()) return std::equal(given.begin(), given.end(), present_.begin(), IsExportOf);
   if (given.size() != 1) return false;
   Chaine lines;

@@ -28,8 +28,8 @@ class ZFORMS_API ZFieldRule {
 
   // The result for given values.
   struct Verdict {
-    // Whether the fields hold what is given, as their own export has it, odd or not: nothing is to be
-    // written, and there are no faults.
+    // Whether the first field holds what is given, as its own export has it, odd or not: nothing is to be
+    // written, and there are no faults. Other fields of the name keep what they hold.
     bool is_unchanged = false;
     // Whether there is a value to write, if it is another one. It is one text, or the export values of choices,
     // or the state of a button, here as the bytes of its name.
@@ -50,6 +50,8 @@ class ZFORMS_API ZFieldRule {
   const Chaine& WhyLocked() const { return why_locked_; }
 
   Kind GetKind() const { return kind_; }
+  // Whether all fields of the name hold the same value.
+  bool IsAlike() const { return is_alike_; }
   bool IsFillable() const { return kind_ != Kind::kNotFilled; }
   // Of several values for a list box, the valid ones are accepted. Line ends may be of any kind. An empty value for a
   // field that is never filled is not a fault.
@@ -76,7 +78,7 @@ class ZFORMS_API ZFieldRule {
   bool is_closed_ = false;    // accepts only its options or states
   size_t max_length_ = 0;     // in characters; 0 for no limit
   PTableau<Chaine> present_;  // of the first field, with LF for line ends
-  bool is_alike_ = true;      // the other fields hold the same
+  bool is_alike_ = true;
   std::shared_ptr<const ChoiceOptions> options_;
   // Those of widgets that have others than the field.
   PTableau<std::shared_ptr<const ChoiceOptions>> widget_options_;

@@ -103,8 +103,9 @@ Chaine ExportDocument(const FormValues& form, const ZPDFParser& parser, ExportFo
   data.Fields();
   if (!form.file.empty()) data.SetPDFHRef(ZInetURL(RelativeURL(form.file)));
   data.SetIDS(parser.IDOriginal(), parser.IDModified());
+  std::unordered_set<std::string_view> seen;
   for (const ZFormField& field : form.fields) {
-    if (field.values.empty()) continue;
+    if (!seen.insert(field.name).second || field.values.empty()) continue;
     PTableau<Chaine> values;
     for (const std::string& value : field.values) values.push_back(WithLineEnds(value, "\r\n"));
     data.Fields().AddField(field.name).SetValues(values);

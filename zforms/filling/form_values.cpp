@@ -6,6 +6,7 @@
 #include "zforms/filling/csv_reader.h"
 #include "zforms/filling/data_kind.h"
 #include "zforms/filling/fdf.h"
+#include "zforms/filling/field_merger.h"
 #include "zforms/filling/json_rows.h"
 #include "zforms/platform/text/byte_order_mark.h"
 #include "zforms/platform/text/letter_case.h"
@@ -75,7 +76,10 @@ bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* e
 bool ReadXFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
   data->FromChaine(bytes);
   *error = data->LastError();
-  return error->empty();
+  std::string left_out;
+  if (!error->empty() || !MergeFields(data, &left_out, error)) return false;
+  *error = left_out;
+  return true;
 }
 
 bool HoldsValues(const ZXFDFFieldCollection& fields) {

@@ -124,6 +124,8 @@ const ZXFDFFieldCollection& ZXFDF::Fields() const {
 
 bool ZXFDF::HasFields() const { return fields_ != nullptr || Child("fields") != nullptr; }
 
+const ZXMLElement* ZXFDF::FieldsElement() const { return Child("fields"); }
+
 ZXMLElement& ZXFDF::Annots() { return Root()["annots"]; }
 
 const ZXMLElement& ZXFDF::Annots() const {

@@ -49,6 +49,8 @@ class ZFORMS_API ZXFDF {
   FieldCollection& Fields();
   const FieldCollection& Fields() const;
   bool HasFields() const;
+  // The element "fields" itself, with the "field" elements that the collection does not list; null when it is absent.
+  const ZXMLElement* FieldsElement() const;
 
   // The element "annots". The non-const form creates it when it is absent; the const form returns an empty element.
   ZXMLElement& Annots();

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 #include <pugixml.hpp>
+#include <unordered_set>
 
 #include "zforms/platform/base/hex.h"
 #include "zforms/platform/xml/xml.h"
@@ -154,7 +155,9 @@ class ZXMLParser {
       return false;
     }
     if (Build(source, into, levels)) return true;
-    error_ = "elements are nested too deep";
+    error_ = repeated_ == nullptr ? "elements are nested too deep"
+                                  : Place(text, static_cast<size_t>(repeated_ - bytes_.data())) +
+                                        "a second attribute \"" + repeated_ + "\" in one element";
     return false;
   }
 
@@ -164,7 +167,20 @@ class ZXMLParser {
     return length == 0 ? Chaine() : bytes_.Mid(static_cast<size_t>(text - bytes_.data()), length);
   }
 
-  // Walks pugixml's tree without recursion. False when it is deeper than `levels`.
+  // False when two attributes have one name (XML 1.0, 3.1).
+  bool CopyAttributes(const pugi::xml_node& node, ZXMLElement* into) {
+    std::unordered_set<std::string_view> names;
+    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+      if ((a.next_attribute() || !names.empty()) && !names.insert(a.name()).second) {
+        repeated_ = a.name();
+        return false;
+      }
+      builder_.AddAttribute(Share(a.name()), Share(a.value()), into);
+    }
+    return true;
+  }
+
+  // Walks pugixml's tree without recursion. False when it is deeper than `levels`, or when an attribute is repeated.
   bool Build(const pugi::xml_node& top, ZXMLElement* into, size_t levels) {
     pugi::xml_node from = top;
     pugi::xml_node node = Open(from, into);
@@ -181,9 +197,7 @@ class ZXMLParser {
       } else {
         if (between_elements_.size() > levels) return false;
         ZXMLElement* child = builder_.AddElement(Share(node.name()), into);
-        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-          builder_.AddAttribute(Share(a.name()), Share(a.value()), child);
-        }
+        if (!CopyAttributes(node, child)) return false;
         if (!node.first_child()) {
           if (*node.value() != '\0') child->Value() = ZVariant(Share(node.value()));
           node = node.next_sibling();
@@ -235,6 +249,7 @@ class ZXMLParser {
   std::vector<bool> between_elements_;
   Chaine bytes_;
   std::string error_;
+  const char* repeated_ = nullptr;  // the name of an attribute that its element has already, in bytes_
   Chaine version_;
   Chaine standalone_;
   bool is_document_ = false;  // a fragment may come from a document that defines entities

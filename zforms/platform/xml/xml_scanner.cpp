@@ -12,6 +12,9 @@ namespace zforms {
 
 namespace {
 
+// The most attributes of an element that are compared with each other.
+constexpr size_t kMostCompared = 32;
+
 enum : uint8_t { kBlank = 1, kNameStart = 2, kInName = 4 };
 
 // Every byte that is not ASCII is allowed in a name.
@@ -123,6 +126,8 @@ bool ZXMLScanner::ScanAttribute(ZXMLElement* into) {
   const char quote = *at_++;
   Chaine value;
   if (!ScanCharacters([quote](char c) { return c == quote; }, &value) || !Take(quote)) return false;
+  // The parser tells what is repeated, and compares many attributes faster.
+  if (into->Attribs().size() == kMostCompared || into->HasAttrib(name)) return false;
   builder_.AddAttribute(Share(name), std::move(value), into);
   return true;
 }
