@@ -12,6 +12,7 @@ import shutil
 import signal
 import subprocess
 import time
+import unicodedata
 
 import peers
 from tool_case import ODD_VALUES, SAMPLES, TOOL, expect, odd_form, run_tests, same, zforms
@@ -138,6 +139,8 @@ JUDGED = [  # label, values, the expected message, the values exported afterward
     ("too long", {"adherent.code_postal": "123456"}, ['"123456" has 6 characters, and it takes 5'], {}),
     ("a word", {"adherent.premiere": "OUI"}, [], {"adherent.premiere": "Oui"}),
     ("no state", {"formule": "yes"}, ['"yes" is not one of its states'], {}),
+    ("several bad ones", {"adherent.pays": "ZZ", "formule": "yes", NOM: "A"},
+     ['"ZZ" is not one of its choices', '"yes" is not one of its states'], {NOM: "A"}),
     ("a list", {NOM: ["A", "B"]}, ["it takes one value, not a list"], {}),
     ("some of several", {"activites.ateliers": ["SEMIS", "P", "Q"]},
      ['"P" is not one of its choices', '"Q" is not one of its choices'], {"activites.ateliers": "SEMIS"}),
@@ -146,7 +149,9 @@ JUDGED = [  # label, values, the expected message, the values exported afterward
 
 NONE = "the data hold no value: no field is filled"
 WITHOUT_VALUES = [  # data, the statuses of fill and batch, what both say
-    ('{"adherent.pays": null}', [0, 0], NONE), ("{}", [0, 0], NONE), ("adherent.pays\n", [0, 0], NONE),
+    ('{"adherent.pays": null}', [0, 0], NONE), ("{}", [0, 0], NONE), ("adherent.pays\n", [0, 0], NONE), ("[]", [0, 0], NONE), ("[1]", [2, 2], "object"),
+    ("[{}]", [0, 0], NONE), ('{"x": null}', [3, 3], '"x"'), ('{"": "A"}', [3, 3], "a value without a name"),
+    ("5", [2, 2], "is one JSON value without a name"), (" null\n", [2, 2], "is one JSON value without a name"),
     ('""\n""\n', [0, 0], NONE), ("adherent.email\n\"\"\n", [0, 0], ""),
     ('{"adherent": {"nom": "A"}, "\\"": 1, "adherent.nom": "B"}', [2, 3],
      'column 37: two members are named "adherent.nom"'),
@@ -177,7 +182,9 @@ def test_fill_judges_alike(folder):
         expect(all(said in err and err.count("zforms: ") <= 1 + (status == 3) for status, _, err in runs), text, runs)
         if wanted == [0, 0]:
             same(f"no value in {text!r}", {*bytes_of(out).values(), one.read_bytes()}, {SAMPLE.read_bytes()})
-    for command in (["fill", SAMPLE, data, "-o", one], ["batch", SAMPLE, "--data", data, "--out", folder / "near"]):
+    for command in (["fill", SAMPLE, data, "-o", one], ["batch", SAMPLE, "--data", data, "--out", folder / "near", "--overwrite"]):
+        data.write_text(json.dumps({unicodedata.normalize("NFD", "Numéro d'adhérent"): "A"}))
+        expect("; did you mean Numéro d'adhérent?" in zforms(*command)[2], "the near name of a decomposed one", command)
         data.write_text(json.dumps({"adherent.non": "A", "adherent.ville": "B"}))
         status, _, err = zforms(*command)
         expect(status == 3 and 'adherent.non"' in err and "; did you mean adherent.nom?" in err, "near names", err)
@@ -188,7 +195,12 @@ def test_names(folder):
         ("1", "x", "1-x.pdf"), ("../../etc", "passwd", "_._.._etc-passwd.pdf"), ("a/b\\c:d", "*?\"<>|", "a_b_c_d-______.pdf"),
         ("\tx", "end. ", "_x-end.pdf"), ("-rf", ".", "_rf-.pdf"), ("é" * 300, "z", "é" * 98 + ".pdf"),
     ]
-    for text, what in [("%FDF-1.2\n", "the file is not a table"), ("<xfdf/>", "the file is not a table"), ("[{}]", "the file is one JSON list"),
+    data = folder / "objects.json"
+    for text in ('{\n  "adherent.nom": "}\\"{"\n}\n{ "adherent.nom": "B" }', '[{"adherent.nom": "}\\"{"}, {"adherent.nom": "B"\n}]\n'):
+        data.write_text(text)
+        same(text, zforms("batch", SAMPLE, "--data", data, "--out", folder / "objects", "--overwrite")[::2], (0, ""))
+        same(f"forms of {text}", forms_in(folder / "objects"), ["000001.pdf", "000002.pdf"])
+    for text, what in [("%FDF-1.2\n", "the file is not a table"), ("<xfdf/>", "the file is not a table"),
                        ("", "is empty"), ("a,b\n1,2\n", "no column has the name of a field")]:
         (folder / "other").write_text(text)
         status, _, err = zforms("batch", SAMPLE, "--data", folder / "other", "--out", folder / "none")

@@ -38,7 +38,7 @@ DATA = [  # file name, its bytes, the message of fill and batch (batch: None whe
     ("form.pdf", b"%PDF-1.4\n", "is a PDF file", "is a PDF file"),
     ("zeros.csv", bytes(5000), "is no text", "is no text"),
     ("bad.json", '[\n {"é": 1,\n  "ü" 2}\n]'.encode(), "line 3, column 7: not valid JSON: unexpected number",
-     "the file is one JSON list"),
+     "line 2: line 3, column 7: not valid JSON: unexpected number"),
     ("bad.jsonl", '{"é": 1}\n{"é": "ü", }\n'.encode(), None, "line 2: column 12: not valid JSON: unexpected '}'"),
     ("end.json", b'{"a": 1', "line 1, column 8: not valid JSON: unexpected end of input", None),
 ]
@@ -70,8 +70,8 @@ def test_data(folder):
             one_line(f"fill {name}", zforms("fill", SAMPLE, source, "-o", target), by_fill)
             expect(not target.exists(), f"fill {name} writes nothing")
         if by_batch:
-            run = zforms("batch", SAMPLE, "--data", source, "--out", folder / "rows")
-            one_line(f"batch {name}", run, by_batch, 3 if name.endswith("jsonl") else 2)
+            run = zforms("batch", SAMPLE, "--data", source, "--out", folder / f"rows of {name}")
+            one_line(f"batch {name}", run, by_batch, 3 if "line 2: " in by_batch else 2)
     rows = folder / "rows.csv"
     rows.write_text("adherent.nom\nA\n")
     run = zforms("batch", SAMPLE, "--data", rows, "--out", folder / "named", "--name", "{row}-{nope}")

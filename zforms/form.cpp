@@ -72,7 +72,7 @@ struct ZForm::Implementation {
   bool Open(const FormSource& source, const ZFormOptions& options);
   bool MayFill();
   void MakeFiller();
-  void Fill(const ZXFDF& data, uint64_t line);
+  void Fill(ZXFDF& data, uint64_t line);
   void TakeFaults(const Chaine& where);
   void EndFilling();
   void EndChange();
@@ -145,8 +145,11 @@ void ZForm::Implementation::TakeFaults(const Chaine& where) {
   }
 }
 
-void ZForm::Implementation::Fill(const ZXFDF& data, uint64_t line) {
+void ZForm::Implementation::Fill(ZXFDF& data, uint64_t line) {
   MakeFiller();
+  for (const char* column : kFileColumns) {
+    if (line != 0 && filler->RuleOf(column) == nullptr) data.Fields().RemoveField(column);
+  }
   filler->Fill(data);
   TakeFaults(line == 0 ? Chaine() : "line " + FormatUInt(line) + ": ");
   filler.reset();

@@ -473,7 +473,10 @@ TEST(FormServer, WhichSubmissionsAreTaken) {
        [](ZXFDF& x) { x.Annots().FromChaine(Repeated("<a/>", ZHTTPServerPageXFDFSession::kMaxNodes)); }, 413, 0},
       {"more attributes", save,
        [](ZXFDF& x) {
-         x.Annots().FromChaine("<a" + Repeated(" b=\"\"", ZHTTPServerPageXFDFSession::kMaxNodes) + "/>");
+         std::string attributes;
+         for (size_t i = 0; i < ZHTTPServerPageXFDFSession::kMaxNodes; i++)
+           attributes += " b" + std::to_string(i) + "=\"\"";
+         x.Annots().FromChaine("<a" + attributes + "/>");
        },
        413, 0},
       {"a long text", save, [](ZXFDF& x) { x.Fields()["name"] = std::string(1 << 20, 'x'); }, 200, 1},

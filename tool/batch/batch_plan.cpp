@@ -6,6 +6,7 @@
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/acro_form.h"
+#include "zforms/filling/form_export.h"
 #include "zforms/platform/text/letter_case.h"
 
 namespace zforms::tool {
@@ -164,7 +165,8 @@ std::vector<std::string> BatchPlan::Unused(const std::vector<std::string>& names
   }
   std::vector<std::string> unused;
   for (size_t i = 0; i < names.size(); i++) {
-    if (!used[i] && !names[i].empty()) unused.push_back(names[i]);
+    const bool is_file = i == 0 && IsFileColumn(names[i]);
+    if (!used[i] && !names[i].empty() && !is_file) unused.push_back(names[i]);
   }
   return unused;
 }

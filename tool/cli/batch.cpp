@@ -49,7 +49,7 @@ bool IsNamed(const std::vector<std::string>& names) {
 
 bool HoldsValues(const Row& row) {
   for (size_t i = 0; i < row.cells.size(); i++) {
-    if (!row.cells[i].is_null && !(*row.names)[i].empty()) return true;
+    if (!row.cells[i].is_null && !((*row.names)[i].empty() && row.cells[i].text.empty())) return true;
   }
   return false;
 }
@@ -78,6 +78,7 @@ class BatchRun {
   bool Guard();
   bool PrepareFolder();
   void CheckColumns(const Row& row);
+  void CheckNameless(const Row& row);
   void Work(unsigned number, RowFiller& filler);
   size_t TakeTasks(std::vector<Task>* tasks);
   bool Place(Task* task);
@@ -101,6 +102,8 @@ class BatchRun {
   std::unique_ptr<RowReader> reader_;
   RowNames checked_names_;
   std::set<std::string> unused_;
+  std::vector<size_t> nameless_;  // the places of empty names among the columns
+  bool said_nameless_ = false;
   std::atomic<bool> stopped_ = false;
   bool ended_ = false;
   bool has_values_ = false;
@@ -191,10 +194,22 @@ bool BatchRun::PrepareFolder() {
   return false;
 }
 
+// Prints once that a value has no name.
+void BatchRun::CheckNameless(const Row& row) {
+  const auto is_lost = [&row](size_t i) { return !row.cells[i].text.empty(); };
+  if (said_nameless_ || std::none_of(nameless_.begin(), nameless_.end(), is_lost)) return;
+  said_nameless_ = true;
+  console_.Warn("line " + std::to_string(row.line) + ": a value without a name feeds no field");
+}
+
 // Prints once for each column that it matches no field.
 void BatchRun::CheckColumns(const Row& row) {
   if (row.names == checked_names_) return;
   checked_names_ = row.names;
+  nameless_.clear();
+  for (size_t i = 0; i < row.names->size(); i++) {
+    if ((*row.names)[i].empty()) nameless_.push_back(i);
+  }
   for (const std::string& name : plan_.Unused(*row.names)) {
     if (std::find(pattern_.Keys().begin(), pattern_.Keys().end(), name) != pattern_.Keys().end()) continue;
     if (unused_.size() >= kMostUnused || !unused_.insert(name).second) continue;
@@ -209,20 +224,24 @@ void BatchRun::Fail(const Row& row, const std::string& field, const std::string&
 
 // True when the fields accept the values of the row. A bad row does not use up a file name.
 bool BatchRun::Check(const Row& row) {
+  constexpr size_t kMostNamed = 20;
+  std::string faults;
+  std::string first;  // the field of the first fault
+  size_t count = 0;
   for (size_t i = 0; i < plan_.Fields().size(); i++) {
     const BatchField& field = plan_.Fields()[i];
     const Cell* value = field.is_constant ? nullptr : match_.ValueOf(row, i);
     if (value == nullptr) continue;
-    std::string faults;
     for (const Chaine& fault : field.rule->Judge(TextsOf(*value)).faults) {
-      faults += (faults.empty() ? "" : "; ") + fault.ToString();
-    }
-    if (!faults.empty()) {
-      Fail(row, field.name, {}, faults);
-      return false;
+      if (count++ == 0) first = field.name;
+      if (count > kMostNamed) continue;
+      const std::string where = field.name == first ? "" : "field \"" + field.name + "\": ";
+      faults += (faults.empty() ? "" : "; ") + where + fault.ToString();
     }
   }
-  return true;
+  if (count > kMostNamed) faults += "; and " + std::to_string(count - kMostNamed) + " more";
+  if (count > 0) Fail(row, first, {}, faults);
+  return count == 0;
 }
 
 // Chooses the path of a row's file; false when there is nothing to fill.
@@ -256,7 +275,10 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks) {
       ended_ = true;
       break;
     }
-    if (task.row.fault.empty()) CheckColumns(task.row);
+    if (task.row.fault.empty()) {
+      CheckColumns(task.row);
+      CheckNameless(task.row);
+    }
     has_values_ = has_values_ || !task.row.fault.empty() || HoldsValues(task.row);
     if (Place(&task)) count++;
   }

@@ -114,13 +114,11 @@ std::string ObjectText(const ZPDFObjectIdentifier& id) {
 }
 
 void CheckFields(const std::vector<ZFormField>& fields, Console& console) {
-  std::map<std::string, size_t> names;
   for (const ZFormField& field : fields) {
     const std::string where = ObjectText({field.object_number, field.generation});
     if (field.name.empty()) console.Warn(where + "a field has no name");
     if (field.kind == ZFormField::Kind::kNone) console.Warn(where + "field \"" + field.name + "\" has no type");
     if (field.widgets.empty()) console.Warn(where + "field \"" + field.name + "\" is shown nowhere");
-    if (names[field.name]++ == 1) console.Warn(where + "several fields are named \"" + field.name + "\"");
   }
 }
 

@@ -199,8 +199,9 @@ class CommandLine {
             [this] { return RunBatch(batch_); });
     AddFile(command, &batch_.file);
     command
-        ->add_option("--data", batch_.data,
-                     "The table: CSV whose first record names the columns, or one JSON object on each line.")
+        ->add_option(
+            "--data", batch_.data,
+            "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON list.")
         ->required();
     command->add_option("--out", batch_.folder, "The folder for the filled forms; it is created when missing.")
         ->required();

@@ -34,6 +34,8 @@ bool CheckFile(ZAcroForm& form, Console& console) {
   const ZPDFNodeDictionary* const acro_form = parser.AcroForm();
   if (acro_form != nullptr && !acro_form->Exist("/Fields"))
     console.Warn("the form has no list of fields (\"/Fields\")");
+  // Building the fields reports what is odd about them.
+  form.Fields();
   if (parser.IDOriginal().IsEmpty()) console.Warn("the trailer has no file identifier (\"/ID\")");
   return form.WouldLose();
 }

@@ -55,6 +55,7 @@ void ByteSource::AppendDecoded() {
   const size_t high = length - (*order_ == ByteOrder::eBigEndian ? 2 : 1);
   if (!at_end_ && length >= 2 && (static_cast<unsigned char>(undecoded_[high]) & 0xFC) == 0xD8) length -= 2;
   buffer_ += UTF16ToUTF8(std::string_view(undecoded_).substr(0, length), *order_).View();
+  if (at_end_ && undecoded_.size() > length) failure_ = kCutUTF16;
   undecoded_.erase(0, at_end_ ? undecoded_.size() : length);
 }
 

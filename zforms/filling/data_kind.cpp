@@ -1,5 +1,6 @@
 #include "zforms/filling/data_kind.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "zforms/filling/csv_reader.h"
@@ -24,6 +25,15 @@ constexpr struct {
     {"\0\0"sv, "is no text: it begins with zero bytes"},
 };
 
+// Whether the text is a number, a truth or null. As a table it would be the name of a column without rows.
+bool IsBareJSON(std::string_view text) {
+  constexpr std::string_view kWords[] = {"null", "true", "false"};
+  const bool is_number = text.find_first_not_of("+-.0123456789eE") == std::string_view::npos;
+  return std::find(std::begin(kWords), std::end(kWords), text) != std::end(kWords) ||
+         (is_number && text.find_first_of("0123456789") != std::string_view::npos && text.front() != 'e' &&
+          text.front() != 'E');
+}
+
 }  // namespace
 
 std::string FaultOfData(std::string_view head) {
@@ -35,7 +45,10 @@ std::string FaultOfData(std::string_view head) {
   for (const std::string_view mark : {kUTF8Mark, kUTF16LEMark, kUTF16BEMark}) {
     if (text.starts_with(mark)) text.remove_prefix(mark.size());
   }
-  return head.size() < kWholeHead && TrimBlanks(text).empty() ? "is empty" : "";
+  if (head.size() >= kWholeHead) return {};
+  text = TrimBlanks(text);
+  if (text.empty()) return "is empty";
+  return IsBareJSON(text) ? "is one JSON value without a name: an object names the fields" : "";
 }
 
 std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {
@@ -48,12 +61,8 @@ std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {
     *error = "the file is not a table";
     return nullptr;
   }
-  if (text.starts_with('[')) {
-    *error = "the file is one JSON list; a table has one object on each line";
-    return nullptr;
-  }
   std::unique_ptr<RowReader> reader;
-  if (text.starts_with('{')) {
+  if (text.starts_with('{') || text.starts_with('[')) {
     if (head.starts_with(kUTF8Mark)) source.Consume(kUTF8Mark.size());
     reader = std::make_unique<JsonReader>(std::move(source));
   } else {

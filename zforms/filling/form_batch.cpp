@@ -5,6 +5,7 @@
 
 #include "zforms/acroform/field_report.h"
 #include "zforms/filling/checked_filler.h"
+#include "zforms/filling/form_export.h"
 #include "zforms/filling/form_files.h"
 #include "zforms/pdf/parser/parser.h"
 
@@ -75,6 +76,7 @@ void ZFormBatch::SayUnused(ZFormMessages* messages) {
   for (size_t i = 0; i < feeds_.size(); i++) {
     const std::string& column = (*columns_)[i];
     if (feeds_[i].rule != nullptr || column.empty() || unused_.size() >= kMostUnused) continue;
+    if (i == 0 && IsFileColumn(column)) continue;
     if (!unused_.insert(column).second) continue;
     const auto rule = filler_->RuleOf(column);
     const Chaine near = rule == nullptr ? filler_->NearNamesOf(column) : Chaine(", which is not filled");

@@ -19,7 +19,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr const char* kFile = "file";
+constexpr const char* kFile = kFileColumns[0];
 
 // The columns of all forms, the file's first, and the index of each.
 struct Columns {
@@ -39,7 +39,7 @@ std::string TableAsCSV(const std::vector<FormValues>& forms, bool for_spreadshee
   const Columns columns(forms);
   const bool named = !forms.empty() && !forms.front().file.empty();
   std::vector<std::string> cells = columns.names;
-  if (named) cells.insert(cells.begin(), columns.places.contains(kFile) ? "_file" : kFile);
+  if (named) cells.insert(cells.begin(), columns.places.contains(kFile) ? kFileColumns[1] : kFile);
   std::string text;
   AppendCSVLine(&text, cells, for_spreadsheet);
   for (const FormValues& form : forms) {
@@ -72,7 +72,7 @@ std::string FormAsJSON(const FormValues& form, int indent) {
   Json json = Json::object();
   const auto is_file = [](const ZFormField& field) { return field.name == kFile; };
   const bool taken = std::any_of(form.fields.begin(), form.fields.end(), is_file);
-  if (!form.file.empty()) json[taken ? "_file" : kFile] = form.file;
+  if (!form.file.empty()) json[taken ? kFileColumns[1] : kFile] = form.file;
   std::unordered_set<std::string_view> seen;
   for (const ZFormField& field : form.fields) {
     if (seen.insert(field.name).second) json[field.name] = ValueAsJSON(field.values);

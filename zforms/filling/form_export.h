@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zforms/acroform/form_field.h"
@@ -10,6 +11,11 @@
 #include "zforms/platform/base/export.h"
 
 namespace zforms {
+
+// The first column of a table of several forms: the file of each. The second name is for forms with a field of the
+// first one. Such a column in data fills no field, and is no fault.
+inline constexpr const char* kFileColumns[] = {"file", "_file"};
+inline bool IsFileColumn(std::string_view name) { return name == kFileColumns[0] || name == kFileColumns[1]; }
 
 class ZPDFParser;
 

@@ -16,6 +16,7 @@ namespace zforms {
 namespace {
 
 constexpr const char* kSeveral = "it has more than one row; \"zforms batch\" fills a form for each";
+constexpr const char* kNameless = "a value without a name is left out";
 
 enum class Kind { kXFDF, kFDF, kJSON, kCSV };
 
@@ -29,11 +30,17 @@ Kind KindOf(const std::string& path, std::string_view text) {
   return start.empty() || start.starts_with('<') || named_xml ? Kind::kXFDF : Kind::kCSV;
 }
 
-void AddRow(const Row& row, ZXFDF* data) {
+// A name without a value is kept, so that an unknown one is told.
+void AddRow(const Row& row, ZXFDF* data, std::string* left_out) {
   for (size_t i = 0; i < row.cells.size(); i++) {
     const Cell& cell = row.cells[i];
-    if (cell.is_null || (*row.names)[i].empty()) continue;
-    data->Fields().AddField((*row.names)[i]).SetValues(TextsOf(cell));
+    const std::string& name = (*row.names)[i];
+    if (!name.empty()) {
+      ZXFDFField& field = data->Fields().AddField(name);
+      if (!cell.is_null) field.SetValues(TextsOf(cell));
+    } else if (!cell.is_null && !cell.text.empty()) {
+      *left_out = kNameless;
+    }
   }
 }
 
@@ -44,17 +51,32 @@ bool ReadCSV(std::string_view text, ZXFDF* data, uint64_t* line, std::string* er
   Row row;
   if (!reader.Next(&row)) {
     *error = reader.Failure();
+    for (const std::string& name : *reader.Header()) {
+      if (error->empty() && !name.empty()) data->Fields().AddField(name);
+    }
     return error->empty();
   }
   if (!row.fault.empty()) {
     *error = "line " + std::to_string(row.line) + ": " + row.fault;
     return false;
   }
-  AddRow(row, data);
+  std::string left_out;
+  AddRow(row, data, &left_out);
   *line = row.line;
   if (reader.Next(&row)) *error = kSeveral;
   if (error->empty()) *error = reader.Failure();
-  return error->empty();
+  if (!error->empty()) return false;
+  *error = left_out;
+  return true;
+}
+
+// Whether the text begins with two objects.
+bool HasSeveral(std::string_view text) {
+  ByteSource source;
+  source.OpenText(text);
+  JsonReader reader(std::move(source));
+  Row row;
+  return reader.Next(&row) && row.fault.empty() && reader.Next(&row) && row.fault.empty();
 }
 
 bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* error) {
@@ -63,12 +85,13 @@ bool ReadJSON(std::string_view text, ZXFDF* data, uint64_t* line, std::string* e
   text = TrimBlanks(text);
   // A list of one object is read like the object.
   if (text.starts_with('[') && text.ends_with(']')) text = TrimBlanks(text.substr(1, text.size() - 2));
+  if (text.empty()) return true;
   Row row;
   if (!ReadJsonRow(text, &row, error, whole)) {
-    if (text.find("\n{") != std::string_view::npos) *error += "; is it a table?  Then \"zforms batch\" takes it";
+    if (HasSeveral(whole)) *error = kSeveral;
     return false;
   }
-  AddRow(row, data);
+  AddRow(row, data, error);
   *line = 1 + static_cast<uint64_t>(std::count(whole.begin(), text.begin(), '\n'));
   return true;
 }
@@ -110,6 +133,10 @@ ReadLimits LimitsOfValues() {
 bool ReadValues(const Chaine& bytes, const std::string& name, ZXFDF* data, uint64_t* line, std::string* error) {
   *line = 0;
   error->clear();
+  if (UTF16OrderByMark(bytes) && bytes.size() % 2 != 0) {
+    *error = kCutUTF16;
+    return false;
+  }
   const Chaine text = MarkedUTF16ToUTF8(bytes);
   const Kind kind = KindOf(name, text);
   // XML declares its encoding itself.

@@ -124,10 +124,10 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
 };
 
 // The end of the text as line and column; the column counts characters.
-std::string PlaceOf(std::string_view text, bool is_line) {
+std::string PlaceOf(std::string_view text, bool is_line, uint64_t first_line) {
   const std::string_view line = text.substr(text.rfind('\n') + 1);
   const uint64_t column = 1 + CountCharacters(line);
-  const auto number = 1 + std::count(text.begin(), text.end(), '\n');
+  const uint64_t number = first_line + static_cast<uint64_t>(std::count(text.begin(), text.end(), '\n'));
   return (is_line ? "" : "line " + std::to_string(number) + ", ") + "column " + std::to_string(column) + ": ";
 }
 
@@ -183,12 +183,12 @@ size_t PlaceOfName(std::string_view text, size_t number) {
 
 }  // namespace
 
-bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole) {
+bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole, uint64_t first_line) {
   RowBuilder builder(row);
-  const auto place = [text, whole](size_t at) {
+  const auto place = [text, whole, first_line](size_t at) {
     const bool is_line = whole.empty();
     const size_t begin = is_line || text.empty() ? 0 : static_cast<size_t>(text.data() - whole.data());
-    return PlaceOf((is_line ? text : whole).substr(0, begin + at), is_line);
+    return PlaceOf((is_line ? text : whole).substr(0, begin + at), is_line, first_line);
   };
   if (!Json::sax_parse(text.begin(), text.end(), &builder)) {
     *error = (builder.FaultAt() ? place(*builder.FaultAt()) : std::string()) + builder.Error();
@@ -203,6 +203,16 @@ bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::strin
   }
   row->names = std::make_shared<const std::vector<std::string>>(std::move(names));
   return true;
+}
+
+JsonReader::JsonReader(ByteSource&& source) : RowReader(std::move(source)) {
+  constexpr size_t kLooked = 1 << 12;
+  const std::string_view head = TrimBlanks(source_.Look(kLooked).substr(0, kLooked));
+  const std::string_view first_line = TrimBlanks(head.substr(0, head.find('\n')));
+  is_list_ = head.starts_with('[');
+  // An object that goes on in the next line.
+  has_lines_ = !is_list_ && !first_line.ends_with('{') && !first_line.ends_with(',');
+  line_ = has_lines_ ? 0 : 1;
 }
 
 bool JsonReader::ReadLine() {
@@ -228,12 +238,92 @@ bool JsonReader::ReadLine() {
 
 bool JsonReader::Next(Row* row) {
   row->fault.clear();
+  return Failure().empty() && (has_lines_ ? NextLine(row) : NextElement(row));
+}
+
+bool JsonReader::NextLine(Row* row) {
   do {
     if (!Failure().empty() || !ReadLine()) return false;
   } while (TrimBlanks(text_).empty());
   row->number = ++count_;
   row->line = line_;
   ReadJsonRow(text_, row, &row->fault);
+  return true;
+}
+
+bool JsonReader::Fail(const std::string& what) {
+  if (Failure().empty()) failure_ = "line " + std::to_string(line_) + ": " + what;
+  return false;
+}
+
+// False at the end of the source.
+bool JsonReader::SkipBlanks() {
+  int c = source_.Peek();
+  for (; c == ' ' || c == '\t' || c == '\r' || c == '\n'; c = source_.Peek()) {
+    if (c == '\n') line_++;
+    source_.Consume(1);
+  }
+  return c >= 0;
+}
+
+// Reads up to the next element. False when there is none, or when something else follows: see Failure().
+bool JsonReader::BeginsElement() {
+  bool may_end = true;
+  if (!SkipBlanks()) return is_list_ ? Fail("the list does not end") : false;
+  if (is_list_ && !is_open_) {
+    is_open_ = true;
+    source_.Consume(1);
+    SkipBlanks();
+  } else if (is_list_ && source_.Peek() == ',') {
+    may_end = false;
+    source_.Consume(1);
+    SkipBlanks();
+  } else if (is_list_ && source_.Peek() != ']') {
+    return Fail("an element of the list is followed by neither \",\" nor \"]\"");
+  }
+  if (is_list_ && may_end && source_.Peek() == ']') {
+    source_.Consume(1);
+    return SkipBlanks() ? Fail("text follows the list") : false;
+  }
+  if (source_.Peek() == '{') return true;
+  return Fail(is_list_ ? "an element of the list is no object" : "text follows an object");
+}
+
+// Reads one object, or what is left when it does not end. False when that is too long.
+bool JsonReader::ReadElement() {
+  text_.clear();
+  size_t depth = 0;
+  bool in_string = false;
+  bool is_escaped = false;
+  while (true) {
+    const std::string_view rest = source_.Rest();
+    size_t length = 0;
+    bool ends = rest.empty();
+    while (!ends && length < rest.size()) {
+      const char c = rest[length++];
+      if (c == '\n') line_++;
+      if (in_string) {
+        in_string = is_escaped || c != '"';
+        is_escaped = !is_escaped && c == '\\';
+        continue;
+      }
+      in_string = c == '"';
+      if (c == '{') depth++;
+      ends = c == '}' && --depth == 0;
+    }
+    if (text_.size() + length > kMaxRow) return Fail("an object is longer than 16 MB");
+    text_.append(rest.substr(0, length));
+    source_.Consume(length);
+    if (ends) return true;
+  }
+}
+
+bool JsonReader::NextElement(Row* row) {
+  if (!BeginsElement()) return false;
+  row->number = ++count_;
+  row->line = line_;
+  if (!ReadElement()) return false;
+  ReadJsonRow(text_, row, &row->fault, row->line == line_ ? std::string_view() : text_, row->line);
   return true;
 }
 

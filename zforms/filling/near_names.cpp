@@ -19,9 +19,9 @@ constexpr size_t kSameLastPart = 2;
 constexpr size_t kWrongLetters = 2;
 constexpr size_t kFar = SIZE_MAX;
 
-// The characters in lower case.
+// The characters in lower case, accents composed with their letters as in the names of files.
 std::u32string Folded(const Chaine& name) {
-  const Chaine units = UTF8ToUTF16BE(FoldCase(name));
+  const Chaine units = UTF8ToUTF16BE(FoldFileName(name));
   std::u32string folded;
   for (size_t i = 0; i + 1 < units.size(); i += 2) {
     folded +=

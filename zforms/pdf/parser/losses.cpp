@@ -53,7 +53,10 @@ ZPDFLosses::ZPDFLosses(ZPDFParser& parser, PTableau<ZPDFObjectIdentifier> missin
   const ZPDFPageTree pages(*parser.Root(), notes);
   const bool pages_damaged = pages.IsDamaged() || parser.HasLostPages();
   const bool fields_damaged = CheckFields(parser, notes);
-  if (notes != nullptr && (!unreadable_.empty() || pages.IsOdd() || fields_damaged)) notes->SetDamaged(true);
+  const bool has_type = parser.Root()->GetIdentifier("/Type") == "/Catalog";
+  if (!has_type && notes != nullptr) notes->Warn("\"/Type\" of the document catalog is not \"/Catalog\"");
+  if (notes != nullptr && (!has_type || !unreadable_.empty() || pages.IsOdd() || fields_damaged))
+    notes->SetDamaged(true);
   concern_content_ = pages_damaged || fields_damaged || NeedsUnreadable(parser.Root()->GetDirect("/Pages")) ||
                      NeedsUnreadable(parser.Root()->GetDirect("/AcroForm"));
 }

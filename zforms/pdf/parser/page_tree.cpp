@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
+#include <string>
 
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/numeric_node.h"
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/stream_node.h"
 #include "zforms/platform/base/diagnostics.h"
@@ -15,6 +18,14 @@ namespace {
 
 // Fields, name trees and number trees have "/Kids" too.
 constexpr const char* kKeysOfOtherTrees[] = {"/T", "/FT", "/Limits", "/Names", "/Nums"};
+
+// "/Count" of a node; nothing when it is no number.
+std::optional<int64_t> StatedCount(const ZPDFNodeDictionary& node) {
+  const auto* const count = NodeCast<ZPDFNodeNumeric>(node.GetTarget("/Count"));
+  if (count == nullptr) return {};
+  constexpr double kMost = UINT32_MAX;
+  return static_cast<int64_t>(std::clamp(count->GetDoubleValue(), -kMost, kMost));
+}
 
 }  // namespace
 
@@ -47,7 +58,7 @@ ZPDFPageTree::ZPDFPageTree(const ZPDFNodeDictionary& catalog, ZDiagnostics* note
   if (IsBelowAnother(*root)) Fault(stored, "\"/Pages\" of the catalog leads to an inner node of the page tree");
   met_.insert(root);
   page_count_ = Walk(*root, stored, 0);
-  const uint32_t stated = root->GetUIntValue("/Count");
+  const int64_t stated = StatedCount(*root).value_or(0);
   lacks_pages_ |= stated > page_count_;
   hides_pages_ = stated < page_count_;
 }
@@ -84,10 +95,12 @@ uint32_t ZPDFPageTree::Walk(const ZPDFNodeDictionary& node, const ZPDFNode* stor
 }
 
 void ZPDFPageTree::CheckCount(const ZPDFNodeDictionary& node, const ZPDFNode* stored, uint32_t count) {
-  const uint32_t stated = node.GetUIntValue("/Count");
+  const std::optional<int64_t> stated = StatedCount(node);
   if (stated == count) return;
-  Oddity(stored, "\"/Count\" of the page tree states " + FormatUInt(stated) + (stated == 1 ? " page, " : " pages, ") +
-                     FormatUInt(count) + (count == 1 ? " is found" : " are found"));
+  const std::string states = stated ? "states " + std::to_string(*stated) + (*stated == 1 ? " page, " : " pages, ")
+                                    : "is missing or no number, ";
+  Oddity(stored,
+         "\"/Count\" of the page tree " + states + std::to_string(count) + (count == 1 ? " is found" : " are found"));
 }
 
 void ZPDFPageTree::Fault(const ZPDFNode* stored, const Chaine& what) {

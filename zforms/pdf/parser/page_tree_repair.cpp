@@ -3,6 +3,7 @@
 
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/identifier_node.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/page_tree.h"
 #include "zforms/pdf/parser/parser.h"
@@ -36,7 +37,7 @@ class Repair {
     met_.insert(root);
     const uint32_t led_to = Settle(*root, 0);
     const uint32_t count = SetCount(*root, led_to + AdoptRest(*root));
-    lost_pages_ = dropped_ > adopted_ || (dropped_ > 0 && stated > count);
+    lost_pages_ = dropped_ > adopted_ || (has_dropped_ && stated > count);
     return count;
   }
   bool HasLostPages() const { return lost_pages_; }
@@ -118,7 +119,9 @@ class Repair {
       if (kid != nullptr && Keep(*kid, node, depth, &count)) {
         settled->AppendValue(kids->GetDirectAt(i)->Clone());
       } else {
-        if (kid == nullptr || !ZPDFPageTree::IsNode(*kid)) dropped_++;
+        const bool is_null = NodeCast<ZPDFNodeNull>(kids->GetDirectAt(i)) != nullptr;
+        if (!is_null && (kid == nullptr || !ZPDFPageTree::IsNode(*kid))) dropped_++;
+        has_dropped_ = has_dropped_ || kid == nullptr || !ZPDFPageTree::IsNode(*kid);
         changed = true;
         adopt();
       }
@@ -176,8 +179,9 @@ class Repair {
   Objects orphans_;
   std::map<const ZPDFNodeDictionary*, Objects> by_parent_;
   std::unordered_set<const ZPDFNodeDictionary*> met_;
-  uint32_t dropped_ = 0;  // kids that are no node; each may have been a page
-  uint32_t adopted_ = 0;  // pages
+  uint32_t dropped_ = 0;      // kids that are no node and not null; each may have been a page
+  bool has_dropped_ = false;  // a kid that is no node
+  uint32_t adopted_ = 0;      // pages
   bool lost_pages_ = false;
 };
 

@@ -213,6 +213,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
   const bool has_number = head && head->id.Number() == id.Number();
   ZPDFNodeIndirectObject* object = nullptr;
+  if (offset == 0) diagnostics_.WarnObject(id.Number(), id.Generation(), "its offset is 0, where the file begins");
   // Recovery settles which of two generations is meant.
   if (has_number && (head->id == id || file_.recovered)) {
     if (!head->is_sound) text.Warn("\"obj\" does not stand alone");
