@@ -10,7 +10,7 @@ from tool_case import expect, restricted_form, run_tests, same, zforms
 
 
 def test_values_stay_and_fields_go(folder):
-    form, flat, part = draw_test.filled(folder, draw_test.VALUES), folder / "flat.pdf", folder / "part.pdf"
+    form, flat, part = draw_test.fill(folder, draw_test.VALUES)[0], folder / "flat.pdf", folder / "part.pdf"
     same("flatten", zforms("flatten", form, "-o", flat), (0, "", ""))
     expect(flat.read_bytes().startswith(form.read_bytes()), "an update")
     same("fields", json.loads(zforms("fields", flat, "--json")[1])["fields"], [])
