@@ -48,6 +48,9 @@ def compare(counts, recorded):
     grown, shrunk = [], []
     print(f"{'job':8}{'recorded':>14}{'now':>14}{'change':>10}")
     for job, now in counts.items():
+        if job not in recorded:
+            print(f"{job:8}{'':>14}{now:14,}{'new':>10}")
+            continue
         change = now / recorded[job] - 1
         print(f"{job:8}{recorded[job]:14,}{now:14,}{change:+10.2%}")
         if change > TOLERANCE:

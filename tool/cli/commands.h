@@ -31,6 +31,7 @@ struct FillOptions {
   bool recover = false;
   GuardOptions guard;
   DrawingOptions drawing;
+  bool flatten = false;  // the filled form; see FlattenOptions
 };
 int RunFill(const FillOptions& options);
 

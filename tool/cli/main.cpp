@@ -123,6 +123,8 @@ class CommandLine {
     AddRecover(command, &fill_.recover);
     AddGuard(command, &fill_.guard);
     AddDrawing(command, &fill_.drawing);
+    command->add_flag("--flatten", fill_.flatten,
+                      "Make all fields part of the pages after filling, as \"zforms flatten\" does.");
   }
 
   static void AddGuard(CLI::App* command, GuardOptions* guard) {
@@ -243,11 +245,10 @@ class CommandLine {
   }
 
   void AddDraw() {
-    CLI::App* command =
-        Add("draw", "Draw the values of all fields, so that every viewer shows them.",
-            "Text fields and choice fields get new appearances; buttons keep theirs. What does not\n"
-            "fit, and characters that no font has, are reported. The change is appended to the file.",
-            "  zforms draw filled.pdf -o drawn.pdf", [this] { return RunDraw(draw_); });
+    CLI::App* command = Add("draw", "Draw the values of all fields, so that every viewer shows them.",
+                            "Text fields and choice fields get new appearances; buttons keep theirs. What does not\n"
+                            "fit, and characters that no font has, are reported. The change is appended to the file.",
+                            "  zforms draw filled.pdf -o drawn.pdf", [this] { return RunDraw(draw_); });
     AddFile(command, &draw_.file);
     AddOutput(command, &draw_.output)->required();
     AddPassword(command, &draw_.password);
