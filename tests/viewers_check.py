@@ -37,6 +37,7 @@ SCRIPTS = {"Latin": "Dupont", "accented": "Éléonore", "Greek": "Ελλάδα",
            "Arabic": "سلام", "Devanagari": "नमस्ते", "Thai": "สวัสดี", "CJK": "東京都"}
 FONTS = {"Hebrew": "he", "Arabic": "ar", "Devanagari": "hi", "Thai": "th", "CJK": "ja"}
 PACKAGES = "fonts-dejavu-core, fonts-noto-core, fonts-noto-cjk"
+UNSUPPORTED = "unsupported encryption: "
 DIFFERENT = 16  # levels of gray between pixels that differ
 
 # What is not shown for a good reason: file -> [(how the line begins, why), ...].
@@ -71,7 +72,9 @@ class Form:
             done = self.tool("fill", self.path, data, "-o", filled, "--force")
             drawing = self.tool("draw", filled, "-o", drawn, "--force") if done.status in (0, 3) else done
             if drawing.status not in (0, 3):
-                self.problems.append(f"{label}: {drawing.err.decode('utf-8', 'replace').strip()[:200]}")
+                said = drawing.err.decode("utf-8", "replace").strip()
+                if UNSUPPORTED not in said:
+                    self.problems.append(f"{label}: {said[:200]}")
                 return None
             said = (done.err + drawing.err).decode("utf-8", "replace")
             cut = {n: int(count) for n, count in re.findall(r'field "(.*)": (\d+) of \d+ characters do not fit', said)}
