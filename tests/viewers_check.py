@@ -7,7 +7,8 @@ Debian's fonts-noto-core, fonts-noto-cjk and fonts-dejavu-core are needed for is
 
 A value is shown when its widget's pixels differ from those of the same form without values; MuPDF, poppler and PDFium
 also give the text that stands there. A viewer that is not installed is skipped by name, and without any the check is
-(exit 77). --measure compares where text starts, and its size, with what pdf.js draws for the same values.
+(exit 77). --flatten looks at the pages after the fields were made part of them. --measure compares where text starts,
+and its size, with what pdf.js draws for the same values.
 """
 
 import argparse
@@ -101,9 +102,25 @@ class Form:
             return False
         files = [peers.Objects(made[label], self.password) for label in ("filled", "empty")]
         self.pair(*map(form_widgets.visible_widgets, files), filling)
+        if self.options.flatten:
+            made = {label: self.flattened(made[label]) for label in made}
+            if not all(made.values()):
+                return False
         pages = sorted({w.page.number for w in self.widgets})
         self.jobs = {k: viewers.Job(made[k], self.password, pages, self.folder) for k in made} if pages else {}
         return bool(pages)
+
+    def flattened(self, drawn):
+        """The file with its fields made part of the pages, or None."""
+        flat = drawn.with_name(f"{drawn.stem}-flat.pdf")
+        done = self.tool("flatten", drawn, "-o", flat, "--force")
+        if done.status not in (0, 3):
+            self.problems.append(f"flatten: {done.err.decode('utf-8', 'replace').strip()[:200]}")
+            return None
+        left = peers.Objects(flat, self.password).fields()
+        if any(field["type"] not in ("none", "sig") for field in left):
+            self.problems.append(f"flatten: {len(left)} fields are left")
+        return flat
 
     def pair(self, after, without, filling):
         """Keeps the widgets that must differ: another text, or another state."""
@@ -360,6 +377,7 @@ def arguments():
     parser.add_argument("--only", default="", help="files whose name holds this text")
     parser.add_argument("--viewers", default="", help="the viewers to use, with commas between them")
     parser.add_argument("--measure", action="store_true", help="compare with pdf.js's own drawing instead")
+    parser.add_argument("--flatten", action="store_true", help="flatten the forms before they are shown")
     parser.add_argument("--report", type=pathlib.Path, help="write the result of every file there, as JSON")
     parser.add_argument("--keep", type=pathlib.Path, help="keep the files made in this folder")
     parser.add_argument("--verbose", action="store_true", help="print every difference")
