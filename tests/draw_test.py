@@ -6,7 +6,7 @@ import pathlib
 import shutil
 
 import peers
-from tool_case import SAMPLES, expect, restricted_form, run_tests, same, zforms
+from tool_case import SAMPLES, Name, Text, expect, restricted_form, run_tests, same, zforms
 
 FORM = SAMPLES / "membership_form.pdf"
 DEJAVU = pathlib.Path("/usr/share/fonts/truetype/dejavu")
@@ -85,6 +85,11 @@ def test_signatures_are_respected(folder):
     restricted_form(folder / "form.pdf", [("S", 1, None, None)])
     status, _, err = zforms("draw", folder / "form.pdf", "-o", folder / "out.pdf")
     expect(status == 2 and "--force" in err and not (folder / "out.pdf").exists(), "refused", (status, err))
+    lock = {"Action": Name("Include"), "Fields": [Text("a")]}
+    form = restricted_form(folder / "locked.pdf", [("S", None, lock, None)])
+    for options, drawn in (([], 2), (["--force"], 3)):
+        zforms("draw", form, "-o", folder / "out.pdf", *options)
+        same(f"locked {options}", (folder / "out.pdf").read_bytes().count(b"/Tx BMC"), drawn)
 
 
 if __name__ == "__main__":

@@ -2,6 +2,7 @@
 #include "tool/cli/commands.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
+#include "zforms/filling/filling_guard.h"
 #include "zforms/filling/form_drawing.h"
 
 namespace zforms::tool {
@@ -12,9 +13,11 @@ int RunDraw(const DrawOptions& options) {
   if (!OpenFonts(options.drawing, &fonts)) return kFailed;
   ZAcroForm form;
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
-  if (!GuardChange(form, {true, options.force}, console)) return console.Finish();
+  const GuardOptions guard_options{true, options.force};
+  if (!GuardChange(form, guard_options, console)) return console.Finish();
+  const FillingGuard guard(form, guard_options);
   ZFormMessages messages;
-  FormDrawing(form, fonts).DrawAll(&messages);
+  FormDrawing(form, fonts, &guard).DrawAll(&messages);
   Say(messages, console);
   SaveForm(options.output, form, {false, options.force}, console);
   return console.Finish();
