@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """The Python package in bindings/python: its examples (doctest), what it reads and writes, its errors, its wheel."""
 
+import ctypes
 import doctest
+import http.client
 import json
 import os
 import pathlib
@@ -133,6 +135,32 @@ def test_batches(folder):
         same(f"{title}: as fill does it", done[0].path.read_bytes(), (folder / "one.pdf").read_bytes())
     first = next(zforms.batch(zforms.open(FORM), rows))
     same("without files", [first.path, zforms.open(first.data)["adherent.nom"]], [None, "Łoś"])
+
+
+def test_a_submission_that_is_not_stored_can_be_sent_again(folder):
+    """The server of the C interface: the reader is told that the data are saved when the host says so, and only then."""
+    library = zforms._library.library
+    library.zforms_server_new.restype = ctypes.c_void_p
+    server = ctypes.c_void_p(library.zforms_server_new(os.fsencode(SAMPLES), b"App", ctypes.c_uint16(0)))
+    port, length, results = ctypes.c_uint16(), ctypes.c_size_t(), [0, 1]
+    callback = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(lambda user, form: results.pop(0))
+    library.zforms_server_on_submission(server, callback, None)
+    same("start", library.zforms_server_start(server), 0)
+    library.zforms_server_port(server, ctypes.byref(port))
+    opened = ctypes.create_string_buffer(1 << 16)
+    library.zforms_server_open(server, b"membership_form", b'{"adherent.nom": "Zo\xc3\xa9"}', ctypes.c_size_t(24), 1, opened,
+                               ctypes.c_size_t(len(opened)), ctypes.byref(length))
+    body = opened.raw[:length.value]
+    expect("Zoé".encode() in body, "the form is filled when it is opened", str(body))
+    answers = []
+    for _ in range(3):
+        connection = http.client.HTTPConnection("localhost", port.value, timeout=60)
+        connection.request("POST", "/App/xfdf/save.cgi?code=membership_form", body)
+        answer = connection.getresponse()
+        answers.append((answer.status, (answer.headers["Content-Location"] or "").rpartition("=")[2]))
+        connection.close()
+    same("not stored, stored, stale", answers, [(503, ""), (200, "consult"), (200, "modify")])
+    library.zforms_server_free(server)
 
 
 def test_wheel(folder):
