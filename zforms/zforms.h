@@ -1,7 +1,7 @@
 #pragma once
 
-// The C interface of zforms (C99): open a form, list and set its fields, fill it from data, draw it, save and export it, fill it
-// once for each row of a table, and serve forms to readers on this machine.
+// The C interface of zforms (C99): open a form, list and set its fields, fill it from data, draw it, save and export
+// it, fill it once for each row of a table, and serve forms to readers on this machine.
 //
 //   zforms_form* form = zforms_form_new();
 //   if (zforms_open_file(form, "form.pdf", NULL, 0) != ZFORMS_OK ||
