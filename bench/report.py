@@ -61,6 +61,15 @@ def make_modern(inputs, folder):
                        check=True)
 
 
+def make_encrypted(inputs, folder):
+    """The forms encrypted by qpdf with AES-128; they open without a password."""
+    folder.mkdir(parents=True, exist_ok=True)
+    for n in FORMS:
+        shutil.copy(inputs / f"form-{n}.xfdf", folder)
+        subprocess.run(["qpdf", "--encrypt", "", "owner", "128", "--use-aes=y", "--", inputs / f"form-{n}.pdf",
+                        folder / f"form-{n}.pdf"], check=True)
+
+
 class Bench:
     def __init__(self, options):
         self.options = options
@@ -292,6 +301,7 @@ def parse_arguments():
     parser.add_argument("--filter", default="", help="only the measurements whose name has this (a regular expression)")
     parser.add_argument("--rounds", type=int, help="how often each is measured (5; 3 when quick)")
     parser.add_argument("--modern", action="store_true", help="the forms with object streams alone, beside the peers")
+    parser.add_argument("--encrypted", action="store_true", help="the forms with AES-128 alone, beside MuPDF and qpdf")
     parser.add_argument("--markdown", action="store_true", help="print the tables as Markdown")
     options = parser.parse_args()
     options.inputs = options.out / "inputs"
@@ -306,20 +316,24 @@ def main():
     if options.modern:
         make_modern(options.inputs, options.out / "modern")
         options.inputs = options.out / "modern"
+    if options.encrypted:
+        make_encrypted(options.inputs, options.out / "encrypted")
+        options.inputs = options.out / "encrypted"
+    forms_only = options.modern or options.encrypted
     bench = Bench(options)
     # PoDoFo does not count cross-reference streams as objects.
-    libraries = [library for library in bench.programs if not (options.modern and library == "podofo")]
+    libraries = [library for library in bench.programs if not (forms_only and library == "podofo")]
     shared = [f"{job}/form-{n}" for job in JOBS for n in FORMS]
-    shared += [] if options.modern else [f"{job}/big" for job in JOBS if job != "list"]
+    shared += [] if forms_only else [f"{job}/big" for job in JOBS if job != "list"]
     alone = ["copy/big", "xfdf-read/form-20000", "xfdf-write/form-20000"]
     alone += [f"parse/objects-{n}" for n in OBJECTS] + [f"parse/line-{n}" for n in NUMBERS]
     alone += [f"parse/{kind}-{BRACKETS}" for kind in ("nest", "flat")]
     cells = bench.cells(shared, libraries)
     drawing = [library for library in libraries if library in ("zforms", "mupdf")]
     drawing += ["pdf-lib"] if (PACKAGES / "node_modules/pdf-lib").exists() and shutil.which("node") else []
-    drawn = bench.cells([f"draw/form-{n}" for n in FORMS], drawing)
-    single = {} if options.modern else bench.cells(alone, ["zforms"])
-    processes = {} if options.modern else measure_processes(options)
+    drawn = {} if options.encrypted else bench.cells([f"draw/form-{n}" for n in FORMS], drawing)
+    single = {} if forms_only else bench.cells(alone, ["zforms"])
+    processes = {} if forms_only else measure_processes(options)
     print(file=sys.stderr)
     own = own_lines({**cells, **single}, processes)
     about = machine()

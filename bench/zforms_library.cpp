@@ -29,6 +29,7 @@ class ZformsLibrary : public Library {
 
   uint64_t Parse() override {
     ZPDFParser parser;
+    parser.SetEncryptions(ZPDFEncryptions::kAll);
     if (!parser.ReadFromRaw(file_, Chaine())) Fail(parser.Diagnostics().Failure());
     uint64_t loaded = 0;
     for (const ZPDFObjectLocation& location : parser.ObjectLocations()) {
@@ -73,6 +74,7 @@ class ZformsLibrary : public Library {
 
   void Load(ZAcroForm& form) const {
     ZInetChaineIStream in(file_);
+    form.SetEncryptions(ZPDFEncryptions::kAll);
     if (!form.Load(in, Chaine())) Fail(form.Diagnostics().Failure());
   }
 

@@ -64,6 +64,7 @@ set(ZFORMS_PUBLIC_HEADERS
     pdf/stream_node.h
     pdf/string_node.h
     pdf/crypt/encryption.h
+    pdf/crypt/encryptions.h
     pdf/parser/locations.h
     pdf/parser/parser.h
     pdf/writer/saver.h

@@ -44,6 +44,7 @@ inline ZPDFObjectMap Used(const ZPDFParser& parser) {
 // Checks that every object of the texts exists and writes that text.
 inline void ExpectReadBack(const Chaine& bytes, const Texts& texts, const ZPDFParser& written) {
   ZPDFParser parser;
+  parser.SetEncryptions(written.Encryptions());
   if (!parser.ReadFromRaw(bytes, written.UserPassword())) std::abort();
   for (const auto& [id, text] : texts) {
     const ZPDFNodeIndirectObject* object = parser.GetObject(id);

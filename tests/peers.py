@@ -9,6 +9,7 @@ kids (ISO 32000-1, 12.7.3), as plain Python values: names and texts in Unicode, 
 import collections
 import json
 import os
+import pathlib
 import re
 import shutil
 import subprocess
@@ -297,6 +298,26 @@ def qpdf_pages(path, password=""):
     """The page count that qpdf prints, or None when it cannot open the file."""
     done = run("qpdf", "--show-npages", f"--password={password}", path)
     return int(done.out) if done.status in (0, 3) and done.out.strip().isdigit() else None
+
+
+PDFJS = pathlib.Path(__file__).resolve().parent.parent / "build/npm/reader/node_modules/pdfjs-dist"
+
+
+def has_pdfjs():
+    return shutil.which("node") is not None and (PDFJS / "legacy/build/pdf.mjs").is_file()
+
+
+def pdfjs_values(path, password=""):
+    """Full name to values as pdf.js reads them; raises ValueError when it cannot open the file."""
+    done = run("node", pathlib.Path(__file__).with_name("viewers") / "pdfjs_values.mjs", PDFJS, path, password)
+    if done.status != 0:
+        raise ValueError(f"pdf.js cannot read it: {done.err.decode('utf-8', 'replace').strip().splitlines()[-1:]}")
+    found = collections.defaultdict(list)
+    for name, value in json.loads(done.out):
+        # It gives the chosen options of a list as one.
+        for one in value if isinstance(value, list) else [value]:
+            found[name].append(plain(one) if isinstance(one, str) else "")
+    return dict(found)
 
 
 def poppler_pages(path, password=""):

@@ -2,11 +2,12 @@
 """Checks that independent readers can read what the zforms tool writes: the sample forms, plain, encrypted, with object
 streams and damaged, filled and saved.
 
-Each reader (qpdf, MuPDF, poppler, pdftk) is left out only where it is not installed, and the check says so; qpdf is
+Each reader (qpdf, MuPDF, poppler, pdftk, and pdf.js for encrypted forms) is left out only where it is not installed, and the check says so; qpdf is
 needed for the encrypted inputs, so without it the whole check is skipped (exit 77).
 """
 
 import json
+import os
 import pathlib
 import shutil
 import sys
@@ -22,11 +23,23 @@ FLAGS = 0xFFFFF0C4  # printing only
 XFDF = "{http://ns.adobe.com/xfdf/}"
 # How qpdf converts the inputs: label, user password, owner password, its arguments.
 R2, R3 = ["40"], ["128", "--use-aes=n"]
+R4_RC4, R4 = ["128", "--force-V4", "--use-aes=n"], ["128", "--use-aes=y"]
+R5, R6 = ["256", "--force-R5"], ["256"]
+CLEAR = "--cleartext-metadata"
 OBJECT_STREAMS = ["--object-streams=generate"]
 ENCRYPTIONS = [("R2", "", "", R2), ("R2 with a password", "geheim", "", R2), ("R3", "", "", R3),
-               ("R3 with two passwords", "geheim", "Meister", R3)]
+               ("R3 with two passwords", "geheim", "Meister", R3),
+               ("R4 by RC4", "geheim", "Meister", R4_RC4), ("R4", "", "Meister", [*R4, CLEAR]),
+               ("R4 with two passwords", "geheim", "Meister", R4), ("R5", "", "Meister", R5),
+               ("R5 with two passwords", "geheim", "Meister", [*R5, CLEAR]), ("R6", "", "Meister", R6),
+               ("R6 with two passwords", "geheim", "Meister", [*R6, CLEAR])]
 MODERN = [("object streams", "", "", []), ("linearized object streams", "", "", ["--linearize"]),
-          ("encrypted object streams", "geheim", "", ["--encrypt", "geheim", "", *R3, "--"])]
+          ("encrypted object streams", "geheim", "", ["--encrypt", "geheim", "", *R3, "--"]),
+          ("object streams by AES-128", "geheim", "Meister", ["--encrypt", "geheim", "Meister", *R4, "--"]),
+          ("object streams by AES-256", "geheim", "Meister", ["--encrypt", "geheim", "Meister", *R6, "--"])]
+# Documents made by the tool itself, from what qpdf or nobody encrypted: label, passwords.
+LOCKED = [("locked", "", ""), ("locked with a password", "geheim", ""), ("locked with two", "geheim", "Meister"),
+          ("locked in Unicode", "Жё 9", "Ÿ")]
 
 class Case:
     """One form with the values to fill in, and the passwords that open it."""
@@ -35,6 +48,8 @@ class Case:
         self.label, self.pdf, self.data, self.password = label, pdf, data, password
         self.passwords = [owner, password] if owner else [password]
         self.values = xfdf_values(data.read_bytes())
+        # A start vector is drawn for each string, so that no two files are the same.
+        self.by_aes = any(f"AES, {bits} bits" in zforms_check(pdf, password) for bits in (128, 256))
 
 
 def xfdf_values(data):
@@ -54,6 +69,10 @@ def xfdf_values(data):
     return values
 
 
+def zforms_check(pdf, password):
+    return peers.run(TOOL, "check", pdf, "--password", password).out.decode("utf-8", "replace")
+
+
 def message(done):
     return done.err.decode("utf-8", "replace").strip()
 
@@ -62,6 +81,7 @@ class Checker:
     def __init__(self, folder):
         self.folder = folder
         self.readers = [p for p in ("qpdf", "mutool", "pdftotext", "pdfinfo", "pdftk") if shutil.which(p)]
+        self.readers += ["pdf.js"] if peers.has_pdfjs() else []
 
     def tool(self, case, *arguments, stdin=None):
         password = ["--password", case.password] if case.password else []
@@ -92,6 +112,7 @@ class Checker:
             for text in peers.object_differences(*objects):
                 expect(False, case.label, f"rewrite: {text}")
         self.permissions(case)
+        self.owner(case)
         self.streams(case, filled)
         self.others(case)
 
@@ -135,6 +156,9 @@ class Checker:
         expect(objects.get(form, "/NeedAppearances") is not True, label, "viewers are asked to draw what is drawn")
         readers = {"mutool": lambda: peers.mutool_values(path, case.password),
                    "pdftk": lambda: peers.pdftk_values(path, case.passwords)}
+        if case.by_aes:
+            del readers["pdftk"]  # it reads AES of 128 bits at most
+            readers["pdf.js"] = lambda: peers.pdfjs_values(path, case.password)
         for reader, read in readers.items():
             if reader in self.readers:
                 try:
@@ -187,16 +211,42 @@ class Checker:
                 expect(filled.read_bytes().startswith(base), case.label, "fill-restricted: the input is no prefix")
                 self.read_back(case, "permissions, then fill", filled, case.values)
 
+    def owner(self, case):
+        """The owner password opens the document too, and alone allows taking the encryption out."""
+        if not case.passwords[0] or case.passwords[0] == case.password:
+            return
+        os.environ["ZFORMS_PASSWORD"] = case.passwords[0]
+        said = peers.run(TOOL, "check", case.pdf).out.decode("utf-8")
+        del os.environ["ZFORMS_PASSWORD"]
+        for words in ("the owner password", "print; change the contents"):
+            expect(words in said, case.label, f"check does not say {words!r}: {said[:400]}")
+        plain = self.folder / "plain.pdf"
+        done = peers.run(TOOL, "rewrite", case.pdf, "--decrypt", "-o", plain, "--password", case.password)
+        expect(done.status == 2 and "only the owner password" in message(done) and not plain.exists(), case.label,
+               f"decrypted by the user: exit {done.status}: {message(done)[:200]}")
+        done = peers.run(TOOL, "rewrite", case.pdf, "--decrypt", "-o", plain, "--password", case.passwords[0])
+        if expect(done.status == 0 and plain.is_file(), case.label, f"decrypt: exit {done.status}: {message(done)[:200]}"):
+            text = "\n".join(peers.object_differences(peers.Objects(case.pdf, case.password), peers.Objects(plain)))
+            expect(not text, case.label, f"decrypt: {text}")
+            expect(peers.qpdf_encryption(plain).strip() == "File is not encrypted", case.label, "decrypt: it is encrypted")
+            plain.unlink()
+
+    def same(self, case, bytes_of_it, filled):
+        """Whether it is the same file; of those encrypted by AES, one of that length."""
+        if case.by_aes:
+            return filled and abs(len(bytes_of_it) - filled.stat().st_size) < 64
+        return filled and bytes_of_it == filled.read_bytes()
+
     def streams(self, case, filled):
         """`-` is standard input and output; an output that is the input is saved in place."""
         done = self.tool(case, "fill", "-", case.data, "-o", "-", stdin=case.pdf.read_bytes())
-        expect(filled and done.out == filled.read_bytes(), case.label, f"fill - -o -: {message(done)[:200]}")
+        expect(self.same(case, done.out, filled), case.label, f"fill - -o -: {message(done)[:200]}")
         done = self.tool(case, "fill", case.pdf, "-", "-o", "-", stdin=case.data.read_bytes())
-        expect(filled and done.out == filled.read_bytes(), case.label, f"fill with data from -: {message(done)[:200]}")
+        expect(self.same(case, done.out, filled), case.label, f"fill with data from -: {message(done)[:200]}")
         place = self.folder / "place.pdf"
         shutil.copy(case.pdf, place)
         done = self.tool(case, "fill", place, case.data, "-o", place)
-        same = filled and place.read_bytes() == filled.read_bytes()
+        same = self.same(case, place.read_bytes(), filled)
         expect(same, case.label, f"fill in place: {message(done)[:200]}")
 
     def others(self, case):
@@ -299,6 +349,16 @@ def main():
             done = peers.run("qpdf", "--allow-weak-crypto", *arguments, base.pdf, out)
             if expect(out.is_file(), label, f"qpdf does not make it: {message(done)}"):
                 cases.append(Case(label, out, base.data, user, owner))
+        for label, user, owner in LOCKED:
+            out = folder / f"{label.replace(' ', '_')}.pdf"
+            keys = [folder / "user.key", folder / "owner.key"]
+            for key, password in zip(keys, (user, owner)):
+                key.write_text(password + "\n", encoding="utf-8")
+            done = peers.run(TOOL, "permissions", cases[0].pdf, "--encrypt", "aes-256", "--user-password-file", keys[0],
+                             "--owner-password-file", keys[1], "-o", out)
+            if expect(done.status == 0 and out.is_file(), label, f"zforms does not make it: {message(done)}"):
+                expect("R = 6" in peers.qpdf_encryption(out, user), label, "qpdf sees no revision 6")
+                cases.append(Case(label, out, cases[0].data, user, owner))
         for case in cases:
             checker.case(case)
             checker.recovery(case)

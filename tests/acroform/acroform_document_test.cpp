@@ -247,6 +247,7 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
         .Bytes();
   };
   const Chaine unsupported = "unsupported encryption: ";
+  const std::string keys = "/O(" + std::string(32, 'o') + ")/U(" + std::string(32, 'u') + ")";
   const struct {
     Chaine bytes;
     const char* password;
@@ -254,11 +255,15 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
   } cases[] = {
       {"", "", "not a PDF file: it does not begin with \"%PDF-\""},
       {secret, "wrong", "the password does not open the document"},
-      {encrypted_by("/V 2/R 3/Length 128"), "", "the document opens with a password, and none was given"},
+      {encrypted_by("/V 2/R 3/Length 128" + keys), "", "the document opens with a password, and none was given"},
+      {encrypted_by("/V 2/R 3/Length 128"), "", "the encryption dictionary is damaged: \"/O\" has 0 bytes, not 32"},
       {encrypted_by("/V 2/R 3/Length 256"), "", unsupported + "RC4, 256 bits"},
-      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/AESV2>>>>"), "wrong", unsupported + "AES, 128 bits"},
-      {encrypted_by("/V 5/R 6/StmF/Identity/StrF/F/CF<</F<</CFM/AESV3>>>>"), "", unsupported + "AES, 256 bits"},
-      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/V2>>>>"), "", unsupported + "RC4 by crypt filters"},
+      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/AESV2>>>>"), "wrong",
+       unsupported + "AES, 128 bits, streams only"},
+      {encrypted_by("/V 5/R 6/StmF/Identity/StrF/F/CF<</F<</CFM/AESV3>>>>"), "",
+       unsupported + "AES, 256 bits, strings only"},
+      {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/V2>>>>"), "",
+       unsupported + "RC4, 128 bits, by crypt filters, streams only"},
       {encrypted_by("/V 3/R 3"), "", unsupported + "algorithm 3"},
   };
   for (const auto& [bytes, password, reason] : cases) {

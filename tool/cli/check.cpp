@@ -3,6 +3,7 @@
 
 #include "tool/base/files.h"
 #include "tool/cli/commands.h"
+#include "tool/forms/encryption_text.h"
 #include "tool/forms/file_check.h"
 #include "tool/forms/open_form.h"
 #include "zforms/acroform/action.h"
@@ -71,6 +72,16 @@ std::string EncryptionText(const ZPDFEncryption* encryption) {
   if (encryption == nullptr) return "none";
   return EncryptionMethod(*encryption).ToString() + ", revision " + std::to_string(encryption->StandardRevision()) +
          ", permission flags " + std::to_string(static_cast<int32_t>(encryption->StandardFlags()));
+}
+
+void AddEncryption(const ZPDFEncryption* encryption, Summary* summary) {
+  summary->Line("encryption", EncryptionText(encryption));
+  if (encryption == nullptr) return;
+  summary->Line("opened by", OpenedByText(*encryption));
+  for (const bool granted : {true, false}) {
+    const std::string permissions = PermissionsText(*encryption, granted);
+    if (!permissions.empty()) summary->Line(granted ? "allowed" : "forbidden", permissions);
+  }
 }
 
 std::string FieldsText(const std::vector<ZFormField>& fields) {
@@ -149,7 +160,7 @@ int RunCheck(const CheckOptions& options) {
   summary.Line("kind", KindText(form, rules.GetXFA()));
   summary.Line("version", parser.PDFVersion().ToString());
   summary.Line("size", Count(parser.RawData().size(), "byte"));
-  summary.Line("encryption", EncryptionText(form.EncryptionLoad()));
+  AddEncryption(form.EncryptionLoad(), &summary);
   summary.Line("built of", SectionsText(parser) + ", " + Count(objects, "object"));
   summary.Line("pages", std::to_string(PageIndex(parser).PageCount()));
   summary.Line("fields", FieldsText(fields));

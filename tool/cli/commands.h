@@ -71,6 +71,7 @@ struct RewriteOptions {
   std::string password;
   bool recover = false;
   bool force = false;
+  bool decrypt = false;
 };
 int RunRewrite(const RewriteOptions& options);
 
@@ -101,6 +102,9 @@ struct PermissionsOptions {
   bool recover = false;
   bool force = false;
   std::optional<uint32_t> flags;
+  std::string encrypt;  // the method; empty to keep it
+  std::string user_password;
+  std::string owner_password;
 };
 int RunPermissions(const PermissionsOptions& options);
 

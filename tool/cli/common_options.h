@@ -15,10 +15,6 @@ inline void AddFile(CLI::App* command, std::string* file) {
   command->add_option("FILE", *file, "The PDF file, or \"-\" for standard input.")->required();
 }
 
-inline void AddPassword(CLI::App* command, std::string* password) {
-  command->add_option("--password", *password, "The user password that opens an encrypted file.");
-}
-
 inline void AddFonts(CLI::App* command, std::vector<std::string>* fonts) {
   command
       ->add_option("--font", *fonts,

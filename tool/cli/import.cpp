@@ -309,6 +309,7 @@ int RunImport(const ImportOptions& options) {
   if (!saved) return console.Finish();
   ZAcroFormServerForm mended;
   ZInetChaineIStream in(bytes);
+  mended.SetEncryptions(ZPDFEncryptions::kAll);
   if (!mended.Load(in, Chaine())) {
     console.Fail(mended.Diagnostics().Failure());
     return console.Finish();

@@ -13,6 +13,7 @@
 #include "tool/cli/commands.h"
 #include "tool/cli/common_options.h"
 #include "tool/cli/help_formatter.h"
+#include "tool/cli/password_options.h"
 #include "tool/cli/server_commands.h"
 #include "tool/cli/usage_error.h"
 
@@ -278,20 +279,24 @@ class CommandLine {
   void AddRewrite() {
     CLI::App* command = Add("rewrite", "Write the whole document as a new file.",
                             "The file has every object that is in use and one cross-reference section. An encrypted\n"
-                            "document stays encrypted.",
+                            "document stays encrypted, unless --decrypt is given.",
                             "  zforms rewrite form.pdf -o clean.pdf", [this] { return RunRewrite(rewrite_); });
     AddFile(command, &rewrite_.file);
     AddOutput(command, &rewrite_.output)->required();
+    command->add_flag("--decrypt", rewrite_.decrypt,
+                      "Write the document without encryption. It must be opened by the owner password, or have none.");
     AddPassword(command, &rewrite_.password);
     AddRecover(command, &rewrite_.recover);
     AddForceLosses(command, &rewrite_.force);
   }
 
   void AddPermissions() {
-    CLI::App* command = Add("permissions", "Show or set the permission flags.",
+    CLI::App* command = Add("permissions", "Show or set the permission flags, or encrypt the document.",
                             "Changing the flags encrypts the document with the password that opens it, which may be\n"
-                            "empty, and writes the document as a new file.",
-                            "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf",
+                            "empty, and writes the document as a new file. An encrypted document keeps its method\n"
+                            "unless --encrypt names another; a new one is that of old readers (RC4, 40 bits).",
+                            "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf\n"
+                            "  zforms permissions form.pdf --encrypt aes-256 --owner-password-file key -o locked.pdf",
                             [this] { return RunPermissions(permissions_); });
     AddFile(command, &permissions_.file);
     CLI::Option* set = command->add_option_function<std::string>(
@@ -302,7 +307,14 @@ class CommandLine {
         },
         "The new flags, as a decimal or 0x number. -4 allows everything; the bits are those of ISO 32000-1, table 22.");
     set->type_name("FLAGS");
-    AddOutput(command, &permissions_.output)->needs(set);
+    CLI::Option* const encrypt =
+        command->add_option("--encrypt", permissions_.encrypt, "Encrypt with this method (aes-256), revision 6.");
+    encrypt->type_name("METHOD")->check(CLI::IsMember({"aes-256"}));
+    AddSecret(command, "--user-password", &permissions_.user_password,
+              "With --encrypt: the password that opens the document; none unless given.", encrypt);
+    AddSecret(command, "--owner-password", &permissions_.owner_password,
+              "With --encrypt: the password that allows everything; the user password unless given.", encrypt);
+    AddOutput(command, &permissions_.output);
     AddPassword(command, &permissions_.password);
     AddRecover(command, &permissions_.recover);
     AddForceLosses(command, &permissions_.force);

@@ -2,6 +2,7 @@
 
 #include "tool/base/files.h"
 #include "tool/cli/commands.h"
+#include "tool/forms/encryption_text.h"
 #include "tool/forms/file_check.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
@@ -11,32 +12,37 @@
 namespace zforms::tool {
 namespace {
 
-struct Permission {
-  uint32_t mask;
-  std::string_view words;
-};
-
-// ISO 32000-1 table 22.
-constexpr Permission kPermissions[] = {
-    {0x4, "print"},
-    {0x8, "change the contents"},
-    {0x10, "copy text and graphics"},
-    {0x20, "add annotations, fill in fields"},
-    {0x100, "fill in fields"},
-    {0x200, "extract text for accessibility"},
-    {0x400, "assemble pages"},
-    {0x800, "print in high quality"},
-};
-
 std::string FlagsText(const ZAcroForm& form) {
   const uint32_t flags = form.StandardUserFlags();
+  const ZPDFEncryption* const encryption = form.EncryptionSave();
   std::string text = "permission flags: " + std::to_string(static_cast<int32_t>(flags));
-  text += form.EncryptionSave() == nullptr ? " (not encrypted: everything is allowed)\n" : "\n";
-  for (const Permission& permission : kPermissions) {
-    text += (flags & permission.mask) != 0 ? "  allowed    " : "  forbidden  ";
-    text += std::string(permission.words) + "\n";
+  text += encryption == nullptr ? " (not encrypted: everything is allowed)\n" : "\n";
+  const uint32_t revision = encryption == nullptr ? 0 : encryption->StandardRevision();
+  for (const auto& [words, granted] : PermissionsOf(flags, revision)) {
+    text += (granted ? "  allowed    " : "  forbidden  ") + words + "\n";
   }
   return text;
+}
+
+// Whether the document may be encrypted otherwise or not at all; says so if not.
+bool MayChangeEncryption(const ZAcroForm& form, Console& console) {
+  const ZPDFEncryption* const encryption = form.EncryptionLoad();
+  if (encryption == nullptr || encryption->HasOwnerRights()) return true;
+  console.Fail("only the owner password allows changing the encryption; it was opened by the user password");
+  return false;
+}
+
+// Sets what is to be changed; false, and said, when that is not allowed.
+bool SetProtection(const PermissionsOptions& options, ZAcroForm& form, Console& console) {
+  if (!options.encrypt.empty()) {
+    if (!MayChangeEncryption(form, console)) return false;
+    if (!form.EncryptWithAES256(options.user_password, options.owner_password)) {
+      console.Fail("a password has characters that are not allowed in one");
+      return false;
+    }
+  }
+  if (options.flags) form.SetStandardUserFlags(*options.flags);
+  return true;
 }
 
 }  // namespace
@@ -47,23 +53,28 @@ int RunRewrite(const RewriteOptions& options) {
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   const bool loses = CheckFile(form, console);
   if (!GuardChange(form, {true, options.force}, console, true)) return console.Finish();
+  if (options.decrypt) {
+    if (!MayChangeEncryption(form, console)) return console.Finish();
+    form.RemoveEncryption();
+  }
   SaveForm(options.output, form, {true, options.force || !loses}, console);
   return console.Finish();
 }
 
 int RunPermissions(const PermissionsOptions& options) {
   Console console(options.file);
-  if (options.flags && options.output.empty()) {
-    console.Fail("--set needs an output (-o OUT)");
+  const bool changes = options.flags || !options.encrypt.empty();
+  if (changes == options.output.empty()) {
+    console.Fail(changes ? "--set and --encrypt need an output (-o OUT)" : "--output needs --set or --encrypt");
     return console.Finish();
   }
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
-  if (!options.flags) {
+  if (!changes) {
     if (!Print(FlagsText(form))) console.Fail("standard output cannot be written");
     return console.Finish();
   }
-  form.SetStandardUserFlags(*options.flags);
+  if (!SetProtection(options, form, console)) return console.Finish();
   if (!GuardChange(form, {true, options.force}, console)) return console.Finish();
   SaveForm(options.output, form, {false, options.force}, console);
   return console.Finish();

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "tool/cli/common_options.h"
+#include "tool/cli/password_options.h"
 
 namespace zforms::tool {
 namespace {

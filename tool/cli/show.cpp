@@ -94,6 +94,7 @@ int RunShow(const ShowOptions& options) {
   Chaine bytes;
   ZPDFParser parser;
   parser.SetRecovery(options.recover);
+  parser.SetEncryptions(ZPDFEncryptions::kAll);
   if (!ReadInput(options.file, &bytes, console, ZPDFParser::InputLimits(options.recover))) return console.Finish();
   for (const Chaine& password : PasswordForms(options.password)) {
     if (!parser.ReadFromRaw(bytes, password)) {

@@ -49,6 +49,7 @@ bool Ask(const ZInetURL& url, const Chaine& body, uint32_t timeout, Chaine* pdf,
 
 bool LoadForm(const Chaine& pdf, ZAcroFormServerForm& form, Console& console) {
   ZInetChaineIStream in(pdf);
+  form.SetEncryptions(ZPDFEncryptions::kAll);
   if (form.Load(in, Chaine()) && form.IsValid()) return true;
   console.Fail("is no form: " + form.Diagnostics().Failure().ToString());
   return false;

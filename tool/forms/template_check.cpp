@@ -75,6 +75,7 @@ void CheckRules(const ZAcroFormChangeRules& rules, std::vector<std::string>* fau
 
 std::vector<std::string> CheckTemplate(const Chaine& path) {
   ZAcroFormServerForm form;
+  form.SetEncryptions(ZPDFEncryptions::kAll);
   if (!form.Load(path, Chaine())) return {"cannot be read: " + form.Diagnostics().Failure().ToString()};
   return CheckTemplate(form);
 }

@@ -85,6 +85,7 @@ void DescribeFields(const ZAcroFormServerForm& form, FormCard* card) {
 
 std::shared_ptr<const FormCard> ReadCard(const Chaine& path) {
   ZAcroFormServerForm form;
+  form.SetEncryptions(ZPDFEncryptions::kAll);
   if (!form.Load(path, Chaine()) || !form.IsValid()) return nullptr;
   const auto card = std::make_shared<FormCard>();
   const ZPDFParser& parser = *form.Parser();

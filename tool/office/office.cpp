@@ -147,6 +147,7 @@ class Office::OfficeServer : public ZAcroFormServer {
  public:
   OfficeServer(const Settings& settings, const ZHostServices& services, ServerLog* log)
       : ZAcroFormServer(settings.port, settings.templates, settings.folder, settings.year, services), log_(log) {
+    SetEncryptions(ZPDFEncryptions::kAll);
     SetRequestLog([log](const sRequestInfos& infos) { log->Request(infos); });
   }
   ~OfficeServer() override { Stop(); }

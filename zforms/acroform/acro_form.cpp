@@ -53,6 +53,8 @@ ZAcroForm::ZAcroForm(const ZAcroForm& other) : ZAcroForm() {
   raw_data_ = other.raw_data_;
   xref_offset_ = other.xref_offset_;
   recovery_ = other.recovery_;
+  encryptions_ = other.encryptions_;
+  removes_encryption_ = other.removes_encryption_;
   notes_ = other.notes_;
   const auto copy_of = [](const std::unique_ptr<ZPDFEncryption>& handler) {
     return handler == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*handler);
@@ -76,6 +78,8 @@ void ZAcroForm::Swap(ZAcroForm& other) {
   std::swap(raw_data_, other.raw_data_);
   std::swap(xref_offset_, other.xref_offset_);
   std::swap(recovery_, other.recovery_);
+  std::swap(encryptions_, other.encryptions_);
+  std::swap(removes_encryption_, other.removes_encryption_);
   std::swap(finds_page_fields_, other.finds_page_fields_);
   std::swap(notes_, other.notes_);
   std::swap(viewer_infos_, other.viewer_infos_);
@@ -92,6 +96,7 @@ void ZAcroForm::Swap(ZAcroForm& other) {
 bool ZAcroForm::Load(const Chaine& path, const Chaine& password) {
   auto parser = std::make_unique<ZPDFParser>();
   parser->SetRecovery(recovery_);
+  parser->SetEncryptions(encryptions_);
   if (!parser->Read(path, password)) return FailLoad(*parser, parser->Diagnostics().Failure());
   return Adopt(std::move(parser));
 }
@@ -99,6 +104,7 @@ bool ZAcroForm::Load(const Chaine& path, const Chaine& password) {
 bool ZAcroForm::Load(ZInetIStream& in, const Chaine& password) {
   auto parser = std::make_unique<ZPDFParser>();
   parser->SetRecovery(recovery_);
+  parser->SetEncryptions(encryptions_);
   const Chaine bytes = in.ReadAll();
   if (const std::string error = in.Error(); !error.empty()) return FailLoad(*parser, error);
   if (!parser->ReadFromRaw(bytes, password)) return FailLoad(*parser, parser->Diagnostics().Failure());
@@ -133,6 +139,7 @@ bool ZAcroForm::Adopt(std::unique_ptr<ZPDFParser> parser) {
   parser_ = std::move(parser);
   encryption_load_ = encryption == nullptr ? nullptr : std::make_unique<ZPDFEncryption>(*encryption);
   encryption_save_.reset();
+  removes_encryption_ = false;
   Wrap();
   return true;
 }
@@ -251,6 +258,7 @@ ZAcroFormViewerInfos* ZAcroForm::ViewerPreferences() {
 }
 
 const ZPDFEncryption* ZAcroForm::EncryptionSave() const {
+  if (removes_encryption_) return nullptr;
   return encryption_save_ != nullptr ? encryption_save_.get() : encryption_load_.get();
 }
 
@@ -270,10 +278,25 @@ void ZAcroForm::SetStandardUserFlags(uint32_t flags) {
   encryption_save_->SetStandardFlags(flags);
 }
 
-void ZAcroForm::SetPasswords(const Chaine& user, const Chaine& owner) {
-  if (EncryptionSave() == nullptr) return;
+bool ZAcroForm::SetPasswords(const Chaine& user, const Chaine& owner) {
+  if (EncryptionSave() == nullptr) return true;
   if (encryption_save_ == nullptr) encryption_save_ = std::make_unique<ZPDFEncryption>(*encryption_load_);
-  encryption_save_->SetPasswords(user, owner);
+  return encryption_save_->SetPasswords(user, owner);
+}
+
+bool ZAcroForm::EncryptWithAES256(const Chaine& user, const Chaine& owner) {
+  std::unique_ptr<ZPDFEncryption> handler(parser_ == nullptr ? nullptr : ZPDFEncryption::CreateAES256(user, owner));
+  if (handler == nullptr) return false;
+  handler->SetStandardFlags(StandardUserFlags());
+  EnsureDocumentIdentifier();
+  encryption_save_ = std::move(handler);
+  removes_encryption_ = false;
+  return true;
+}
+
+void ZAcroForm::RemoveEncryption() {
+  removes_encryption_ = encryption_load_ != nullptr;
+  encryption_save_.reset();
 }
 
 // An encrypted document must have "/ID", because its key depends on it (ISO 32000-1 7.5.5).

@@ -14,6 +14,7 @@
 #include "zforms/acroform/form_infos.h"
 #include "zforms/acroform/rect.h"
 #include "zforms/acroform/viewer_infos.h"
+#include "zforms/pdf/crypt/encryptions.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/containers.h"
 #include "zforms/platform/base/diagnostics.h"
@@ -75,6 +76,8 @@ class ZFORMS_API ZAcroForm {
   // rewritten as a whole by the next save. See ZPDFParser::SetRecovery.
   void SetRecovery(bool recover) { recovery_ = recover; }
   bool Recovers() const { return recovery_; }
+  // Sets which encrypted documents the next Load opens: kRC4Only at first. See ZPDFParser::SetEncryptions.
+  void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   // Sets whether the next Load also searches the pages for fields: for widgets that "/Fields" does not lead to and that
   // have a type or a parent. They come at the end of Fields(), in the order of the pages, each below its parents. A
   // widget whose parent is a field of the form comes after that field's kids. Get returns such a field only if no field
@@ -143,8 +146,12 @@ class ZFORMS_API ZAcroForm {
   uint32_t StandardUserFlags() const;
   void SetStandardUserFlags(uint32_t flags);
   // Sets the passwords of an encrypted document, in the document's encoding, and makes the next save a full one. An
-  // empty owner password is replaced by the user password.
-  void SetPasswords(const Chaine& user, const Chaine& owner);
+  // empty owner password is replaced by the user password. False when a password is not allowed by the encryption.
+  bool SetPasswords(const Chaine& user, const Chaine& owner);
+  // Make the next save a full one: with AES of 256 bits, passwords in UTF-8 as above and the present permissions; or
+  // without encryption.
+  bool EncryptWithAES256(const Chaine& user, const Chaine& owner);
+  void RemoveEncryption();
   // The security handler with which the document was read, and the one with which it is saved; null without encryption.
   // Owned by the form.
   const ZPDFEncryption* EncryptionLoad() const { return encryption_load_.get(); }
@@ -200,6 +207,8 @@ class ZFORMS_API ZAcroForm {
   uint32_t xref_offset_ = 0;
   bool recovery_ = false;
   bool finds_page_fields_ = false;
+  ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
+  bool removes_encryption_ = false;
   // The diagnostics of the form, beside those of the parser.
   ZDiagnostics notes_;
   mutable ZDiagnostics diagnostics_;

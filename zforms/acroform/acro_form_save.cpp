@@ -112,8 +112,22 @@ PTableau<ZPDFObjectIdentifier> IdentifiersOf(const ZPDFObjectList& objects) {
   return ids;
 }
 
-// The header line. A header without a version is replaced, so that it is not copied from file to file.
-Chaine HeaderFor(const ZPDFParser& parser) { return parser.NamesVersion() ? parser.PDFVersion() : "%PDF-1.7"; }
+// The header line. A header without a version is replaced, so that it is not copied from file to file. AES with 256
+// bits is an extension of version 1.7.
+Chaine HeaderFor(const ZPDFParser& parser, const ZPDFEncryption* encryption) {
+  const Chaine header = parser.PDFVersion();
+  const bool is_old = encryption != nullptr && encryption->AlgorithmCode() >= 5 && header < Chaine("%PDF-1.7");
+  return parser.NamesVersion() && !is_old ? header : "%PDF-1.7";
+}
+
+// Crypt filters of streams name filters of the old encryption.
+void DropCryptFilters(const ZPDFObjectList& objects, ZPDFParser& parser) {
+  for (const auto& [id, object] : objects) {
+    ZPDFNodeIndirectObject* const own = parser.GetObject(id);
+    if (own == nullptr) continue;
+    if (auto* const stream = NodeCast<ZPDFNodeStream>(own->GetDirectAt(0))) stream->DropCryptFilter();
+  }
+}
 
 // The number of a new object behind those that have a value. An object without one is only there to be used again.
 uint32_t NumberBehind(const ZPDFParser& parser) {
@@ -152,7 +166,7 @@ bool ZAcroForm::SaveFull(ZInetOStream& out) {
 bool ZAcroForm::SaveBy(const WriteStep& write) { return SavesAnew() ? SaveFullBy(write) : UpdateBy(write); }
 
 bool ZAcroForm::SavesAnew() const {
-  return encryption_save_ != nullptr || (parser_ != nullptr && parser_->IsRecovered());
+  return encryption_save_ != nullptr || removes_encryption_ || (parser_ != nullptr && parser_->IsRecovered());
 }
 
 bool ZAcroForm::UpdateBy(const WriteStep& write) {
@@ -203,9 +217,14 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
     objects = trailer->ReferencedObjects(&missing);
     std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
   }
+  const ZPDFEncryption* const new_method = EncryptionSave();
+  if (encryption_load_ != nullptr &&
+      (new_method == nullptr || new_method->AlgorithmCode() != encryption_load_->AlgorithmCode())) {
+    DropCryptFilters(objects, *parser_);
+  }
   const auto fillers = FillHoles(&objects, missing);
   ZPDFSaver saver(EncryptionSave());
-  saver.SetPDFVersion(HeaderFor(*parser_));
+  saver.SetPDFVersion(HeaderFor(*parser_, EncryptionSave()));
   saver.SetExpectedSize(raw_data_.size() + raw_data_.size() / 8);
   saver.SetObjectList(std::move(objects));
   saver.SetTrailer(trailer.get());
@@ -216,7 +235,8 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   raw_data_ = saver.RawData();
   xref_offset_ = saver.XRefOffset();
   parser_->Rebase(raw_data_, xref_offset_, saver.Offsets(), EncryptionSave());
-  if (encryption_save_ != nullptr) encryption_load_ = std::move(encryption_save_);
+  if (encryption_save_ != nullptr || removes_encryption_) encryption_load_ = std::move(encryption_save_);
+  removes_encryption_ = false;
   ResetModified();
   FinishSave();
   return true;

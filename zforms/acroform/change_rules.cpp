@@ -96,11 +96,12 @@ const ZPDFNodeDictionary* Perms(const ZAcroForm& form) {
   return root == nullptr ? nullptr : DictionaryAt(*root, "/Perms");
 }
 
-// At revision 2 one bit forbids both annotating and filling; later revisions have another bit for filling.
+// They bind everybody but the owner. At revision 2 one bit forbids both annotating and filling; later revisions have
+// another bit for filling.
 bool ForbidsFilling(const ZPDFEncryption* encryption) {
   if (encryption == nullptr) return false;
   const uint32_t allowing = encryption->StandardRevision() == 2 ? kAnnotateAndFill : kAnnotateAndFill | kFill;
-  return (encryption->StandardFlags() & allowing) == 0;
+  return (encryption->StandardFlags() & allowing) == 0 && !encryption->IsOpenedByOwner();
 }
 
 Chaine SignatureText(const ZAcroFormSignature& signature) {

@@ -35,7 +35,9 @@ std::string RandomToken() {
 class ServerHost::Server : public ZAcroFormServer {
  public:
   Server(ServerHost* host, uint16_t port, const std::string& folder, const ZHostServices& services)
-      : ZAcroFormServer(port, folder, kFolder, kYear, services), host_(host) {}
+      : ZAcroFormServer(port, folder, kFolder, kYear, services), host_(host) {
+    SetEncryptions(ZPDFEncryptions::kAll);
+  }
   ~Server() override { Stop(); }
 
   void PrepareTemplate(ZAcroForm& form) const override {

@@ -52,6 +52,7 @@ std::vector<Chaine> PasswordForms(const std::string& password) {
 ZFormMessage::Remedy RecoveryFor(const FormSource& source, const std::string& password, const Chaine& reason) {
   ZAcroForm form;
   form.SetRecovery(true);
+  form.SetEncryptions(ZPDFEncryptions::kAll);
   if (Load(source, password, form)) return Remedy::kRecover;
   return form.Diagnostics().Failure() == reason ? Remedy::kNone : Remedy::kNoRecovery;
 }
@@ -59,6 +60,7 @@ ZFormMessage::Remedy RecoveryFor(const FormSource& source, const std::string& pa
 bool OpenForm(const FormSource& source, const std::string& password, bool recover, ZAcroForm& form,
               ZFormMessages* messages) {
   form.SetRecovery(recover);
+  form.SetEncryptions(ZPDFEncryptions::kAll);
   form.SetPageFields(true);
   if (Load(source, password, form)) return true;
   const Chaine reason = form.Diagnostics().Failure();

@@ -43,8 +43,8 @@ ZFORMS_API bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* by
 // What to say of a document without fields that can be filled; empty of one that has a form.
 ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);
 
-// The possible bytes of a password: up to revision 3 it is in PDFDocEncoding (ISO 32000-1 7.6.3.3), but some writers
-// used the terminal's UTF-8.
+// The possible bytes of a password: up to revision 4 it is in PDFDocEncoding (ISO 32000-1 7.6.3.3), but some writers
+// used the terminal's UTF-8, in which it is from revision 5 on.
 ZFORMS_API std::vector<Chaine> PasswordForms(const std::string& password);
 
 }  // namespace zforms

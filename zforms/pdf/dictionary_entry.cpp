@@ -1,6 +1,8 @@
 #include "zforms/pdf/dictionary_entry.h"
 
 #include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/string_node.h"
+#include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/out_stream.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
 
@@ -45,12 +47,19 @@ void ZPDFNodeDictionaryEntry::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* en
 ZPDFNodeDictionaryEntry* ZPDFNodeDictionaryEntry::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                                             const ZPDFEncrypter* encrypter) {
   auto* entry = new ZPDFNodeDictionaryEntry(provider);
+  const ZPDFTokenizedString with_value = text;
   ZPDFNode* value = ZPDFNode::BuildFrom(text, provider, encrypter);
   ZPDFNode* key = nullptr;
   if (value != nullptr && !text.IsEmpty() && !text.EndWith("<<")) {
     key = ZPDFNode::BuildFrom(text, provider, encrypter);
   }
   if (key != nullptr) {
+    if (NodeCast<ZPDFNodeString>(value) != nullptr && key->GetIdentifier() == "/Contents") {
+      // The dictionary deciphers it, unless it is that of a signature.
+      ZPDFNode::Destroy(value);
+      ZPDFTokenizedString again = with_value;
+      value = ZPDFNode::BuildFrom(again, provider, ZPDFEncrypterNeutral::Default());
+    }
     entry->AppendChild(key);
   } else if (NodeCast<ZPDFNodeIdentifier>(value) != nullptr && value->GetIdentifier().View().starts_with('/')) {
     // A missing value reads as null, which means the same as an absent key.

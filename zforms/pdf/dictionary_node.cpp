@@ -243,15 +243,17 @@ size_t ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) con
   return NodeCast<ZPDFNodeString>(GetDirect("/Contents")) == nullptr ? kAbsent : FindKey("/Contents");
 }
 
-void ZPDFNodeDictionary::RestoreSignature(const ZPDFEncrypter* encrypter) {
-  const size_t at = SignatureContents(encrypter);
-  if (at == kAbsent) return;
-  // Reading deciphered the contents like any other string; enciphering restores them.
-  if (auto* contents = NodeCast<ZPDFNodeString>(ValueAt(at))) {
-    contents->SetValue(encrypter->Encrypt(contents->GetStringValue()));
+void ZPDFNodeDictionary::DecipherContents(const std::function<Chaine(const Chaine&)>& decipher) {
+  if (Exist("/ByteRange")) return;
+  for (size_t i = 0; i < Size(); i++) {
+    auto* const contents = IsContents(KeyAt(i)) ? NodeCast<ZPDFNodeString>(ValueAt(i)) : nullptr;
+    if (contents == nullptr) continue;
+    contents->SetValue(decipher(contents->GetStringValue()));
     contents->SetModified(false, false);
   }
 }
+
+bool ZPDFNodeDictionary::IsContents(std::string_view key) { return key == "/Contents"; }
 
 void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
   const ZPDFChildList* children = Children();
@@ -291,7 +293,9 @@ ZPDFNodeDictionary* ZPDFNodeDictionary::BuildFrom(ZPDFTokenizedString& text, IPD
   }
   text.TakeLastToken();
   dictionary->AdoptReversed(entries.Data(), entries.Size());
-  dictionary->RestoreSignature(encrypter);
+  if (Enciphers(encrypter)) {
+    dictionary->DecipherContents([encrypter](const Chaine& stored) { return encrypter->Decrypt(stored); });
+  }
   return dictionary;
 }
 

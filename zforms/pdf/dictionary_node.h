@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -84,8 +85,9 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   // The position of "/Contents" in a signature dictionary, which is not encrypted even in an encrypted file (ISO
   // 32000-1 7.6.1); kAbsent when this is not a signature or nothing is encrypted.
   size_t SignatureContents(const ZPDFEncrypter* encrypter) const;
-  // Restores the bytes of a signature's contents, which reading has deciphered.
-  void RestoreSignature(const ZPDFEncrypter* encrypter);
+  // Deciphers "/Contents", which is read as it is, unless this is a signature.
+  void DecipherContents(const std::function<Chaine(const Chaine&)>& decipher);
+  static bool IsContents(std::string_view key);
   // The position of the leftmost entry of that key.
   size_t FindKey(std::string_view key) const;
   size_t FindIndexed(std::string_view key) const;

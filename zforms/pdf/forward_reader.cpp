@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/child_list.h"
@@ -82,7 +83,9 @@ ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
   keys_.Shrink(first_key);
   TellRepeated(*list);
   dictionary->AdoptChildren(list);
-  if (encrypter_ != nullptr) dictionary->RestoreSignature(encrypter_);
+  if (encrypter_ != nullptr) {
+    dictionary->DecipherContents([this](const Chaine& text) { return Deciphered(text); });
+  }
   return dictionary;
 }
 
@@ -92,7 +95,7 @@ void ZPDFForwardReader::ReadEntries(int depth) {
     NameToken key;
     if (TakeName(&key)) {
       SkipBlanks();
-      ZPDFNode* const value = Value(depth + 1);
+      ZPDFNode* const value = EntryValue(key, depth);
       keys_.Push(key);
       nodes_.Push(value != nullptr ? value : MissedValue(key, depth));
     } else if (!PassKeyless(depth)) {
@@ -101,6 +104,18 @@ void ZPDFForwardReader::ReadEntries(int depth) {
     }
   }
   at_ += 2;
+}
+
+// Strings that may be a signature's contents are deciphered when the whole dictionary is known.
+ZPDFNode* ZPDFForwardReader::EntryValue(const NameToken& key, int depth) {
+  const bool may_be_clear = encrypter_ != nullptr && at_ != end_ &&
+                            (*at_ == '(' || (*at_ == '<' && !StandsHere('<', '<'))) &&
+                            ZPDFNodeDictionary::IsContents(NameText(key));
+  if (!may_be_clear) return Value(depth + 1);
+  const ZPDFEncrypter* const encrypter = std::exchange(encrypter_, nullptr);
+  ZPDFNode* const value = Value(depth + 1);
+  encrypter_ = encrypter;
+  return value;
 }
 
 ZPDFNode* ZPDFForwardReader::Array(int depth) {
@@ -279,8 +294,12 @@ Chaine ZPDFForwardReader::Text(std::string_view part) const {
   return part.size() <= Chaine::kInlineCapacity ? Chaine(part) : text_.Share(part);
 }
 
-Chaine ZPDFForwardReader::Deciphered(Chaine text) const {
-  return encrypter_ == nullptr ? std::move(text) : encrypter_->Decrypt(text);
+Chaine ZPDFForwardReader::Deciphered(Chaine text) {
+  if (encrypter_ == nullptr) return text;
+  std::string fault;
+  Chaine plain = encrypter_->DecryptChecked(text, &fault);
+  if (!fault.empty()) Warn("an encrypted string " + fault);
+  return plain;
 }
 
 bool ZPDFForwardReader::StandsHere(std::string_view word) const {

@@ -64,6 +64,7 @@ class ZPDFForwardReader {
   ZPDFNode* MakeKeyword(std::string_view word);
 
   void ReadEntries(int depth);
+  ZPDFNode* EntryValue(const NameToken& key, int depth);
   ZPDFNode* MissedValue(const NameToken& key, int depth);
   bool PassKeyless(int depth);
   bool PassStray();
@@ -75,7 +76,7 @@ class ZPDFForwardReader {
   Chaine NameText(const NameToken& name);
   Chaine DecodedName(std::string_view text);
   Chaine Text(std::string_view part) const;
-  Chaine Deciphered(Chaine text) const;
+  Chaine Deciphered(Chaine text);
   // Skips white space and comments.
   void SkipBlanks() {
     at_ = SkipClass(at_, end_, kBlank);

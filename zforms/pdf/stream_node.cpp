@@ -1,8 +1,12 @@
 #include "zforms/pdf/stream_node.h"
 
 #include <algorithm>
+#include <memory>
+#include <string>
 
+#include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
+#include "zforms/pdf/identifier_node.h"
 #include "zforms/pdf/numeric_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/element_scan.h"
@@ -49,6 +53,62 @@ size_t SearchLength(std::string_view text, size_t stated) {
   return end;
 }
 
+// The first of several filters, or of their parameters, or the only one.
+const ZPDFNode* FirstOf(const ZPDFNode* node) {
+  const auto* const array = NodeCast<ZPDFNodeArray>(node);
+  return array == nullptr ? node : array->GetTargetAt(0);
+}
+
+bool IsCryptFilter(const ZPDFNode* filter) {
+  return NodeCast<ZPDFNodeIdentifier>(filter) != nullptr && filter->GetIdentifier() == "/Crypt";
+}
+
+ZPDFStreamTraits TraitsOf(const ZPDFNodeDictionary& dictionary) {
+  ZPDFStreamTraits traits;
+  traits.type = dictionary.GetIdentifier("/Type");
+  traits.has_crypt_filter = IsCryptFilter(FirstOf(dictionary.GetTarget("/Filter")));
+  if (!traits.has_crypt_filter) return traits;
+  const auto* const parameters = NodeCast<ZPDFNodeDictionary>(FirstOf(dictionary.GetTarget("/DecodeParms")));
+  if (parameters != nullptr) traits.crypt_filter = parameters->GetIdentifier("/Name");
+  if (traits.crypt_filter.IsEmpty()) traits.crypt_filter = "/Identity";
+  return traits;
+}
+
+// The encrypter of a stream's data.
+class DataEncrypter {
+ public:
+  DataEncrypter(const ZPDFNodeDictionary& dictionary, const ZPDFEncrypter* encrypter) : encrypter_(encrypter) {
+    if (encrypter == nullptr || !encrypter->TellsStreamsApart()) return;
+    own_ = encrypter->ForStream(TraitsOf(dictionary));
+    if (own_ != nullptr) encrypter_ = own_.get();
+  }
+
+  Chaine Encrypt(const Chaine& data) const { return encrypter_ == nullptr ? data : encrypter_->Encrypt(data); }
+  Chaine Decrypt(const Chaine& data, ZPDFTokenizedString& text) const {
+    if (encrypter_ == nullptr) return data;
+    std::string fault;
+    const Chaine plain = encrypter_->DecryptChecked(data, &fault);
+    if (!fault.empty()) text.Warn("the encrypted stream " + fault);
+    return plain;
+  }
+
+ private:
+  const ZPDFEncrypter* encrypter_;
+  std::unique_ptr<const ZPDFEncrypter> own_;
+};
+
+// Removes the first of several filters, or of their parameters, or the only one.
+void DropFirst(ZPDFNodeDictionary& dictionary, const char* key) {
+  const auto* const array = NodeCast<ZPDFNodeArray>(dictionary.GetTarget(key));
+  if (array == nullptr || array->Size() < 2) {
+    dictionary.RemoveValue(key);
+    return;
+  }
+  auto* const rest = new ZPDFNodeArray(dictionary.ObjectProvider());
+  for (size_t i = 1; i < array->Size(); i++) rest->AppendValue(array->GetDirectAt(i)->Clone());
+  dictionary.SetValue(key, rest);
+}
+
 }  // namespace
 
 ZPDFNodeStreamData::ZPDFNodeStreamData(const Chaine& data, IPDFObjectProvider* provider)
@@ -62,7 +122,10 @@ void ZPDFNodeStreamData::SetData(const Chaine& data) {
 }
 
 void ZPDFNodeStreamData::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
-  const Chaine stored = encrypter == nullptr ? data_ : encrypter->Encrypt(data_);
+  Write(out, encrypter == nullptr ? data_ : encrypter->Encrypt(data_));
+}
+
+void ZPDFNodeStreamData::Write(ZPDFOutStream& out, const Chaine& stored) {
   out.WriteRaw("stream\r\n");
   out.WriteRaw(stored);
   if (stored.IsEmpty() || !Is(stored.Last(), kLineEnd)) out.WriteRaw("\r\n");
@@ -96,10 +159,31 @@ void ZPDFNodeStream::SetData(const Chaine& data) {
 }
 
 void ZPDFNodeStream::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
-  for (size_t i = 0; i < Size(); i++) {
-    if (i > 0) out.Separate();
-    if (const ZPDFNode* part = GetDirectAt(i)) part->SendTo(out, encrypter);
+  const auto* const data = NodeCast<ZPDFNodeStreamData>(GetDirectAt(1));
+  if (Dico() == nullptr || data == nullptr) {
+    for (size_t i = 0; i < Size(); i++) {
+      if (i > 0) out.Separate();
+      if (const ZPDFNode* part = GetDirectAt(i)) part->SendTo(out, encrypter);
+    }
+    return;
   }
+  const Chaine stored = DataEncrypter(*Dico(), encrypter).Encrypt(data->Data());
+  if (stored.size() == data->Data().size()) {
+    Dico()->SendTo(out, encrypter);
+  } else {
+    // AES adds to the length; the node has that of the plain data.
+    const std::unique_ptr<ZPDFNodeDictionary> dictionary(Dico()->Clone());
+    dictionary->SetValue(kLength, static_cast<uint32_t>(stored.size()));
+    dictionary->SendTo(out, encrypter);
+  }
+  out.Separate();
+  ZPDFNodeStreamData::Write(out, stored);
+}
+
+void ZPDFNodeStream::DropCryptFilter() {
+  if (!IsCryptFilter(FirstOf(Dico()->GetTarget("/Filter")))) return;
+  DropFirst(*Dico(), "/Filter");
+  DropFirst(*Dico(), "/DecodeParms");
 }
 
 bool ZPDFNodeStream::StandsAtFront(const ZPDFTokenizedString& text) {
@@ -151,10 +235,11 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
 
   auto* stream = new ZPDFNodeStream(provider);
   stream->AppendChild(dictionary);
-  stream->AppendChild(new ZPDFNodeStreamData(encrypter == nullptr ? data : encrypter->Decrypt(data), provider));
-  if (length != stated) {
+  const Chaine plain = DataEncrypter(*dictionary, encrypter).Decrypt(data, text);
+  stream->AppendChild(new ZPDFNodeStreamData(plain, provider));
+  if (plain.size() != stated) {
     // The written "/Length" must be correct; reading has not changed it yet.
-    dictionary->SetValue(kLength, static_cast<uint32_t>(length));
+    dictionary->SetValue(kLength, static_cast<uint32_t>(plain.size()));
     dictionary->SetModified(false, true);
   }
   return stream;

@@ -20,6 +20,9 @@ class ZFORMS_API ZPDFNodeStreamData final : public ZPDFNodeLeaf {
   static bool Matches(Kind kind) { return kind == Kind::kStreamData; }
 
  private:
+  friend class ZPDFNodeStream;
+  static void Write(ZPDFOutStream& out, const Chaine& stored);
+
   Chaine data_;
 };
 
@@ -39,6 +42,9 @@ class ZFORMS_API ZPDFNodeStream final : public ZPDFNode {
   const Chaine& Data() const;
   // Stores the bytes and sets "/Length" to their number.
   void SetData(const Chaine& data);
+
+  // Removes the filter /Crypt, which names a part of the document's encryption (ISO 32000-1 7.4.10).
+  void DropCryptFilter();
 
   // True when the text begins with a stream: a dictionary, then "stream". Not for text inside an array or a dictionary,
   // where a stray "endstream" is an ordinary keyword.

@@ -54,6 +54,11 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   void SetXFDFHandler(ZAcroFormServerXFDFHandler* handler, bool own);
   ZAcroFormServerPDFHandler& PDFHandler() const { return *pdf_handler_; }
 
+  // Sets which encrypted templates are served, those that open without a password: kRC4Only at first. Do not call it
+  // while the server runs.
+  void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
+  ZPDFEncryptions Encryptions() const { return encryptions_; }
+
   // Forms that were sent before keep the folder in which they were opened.
   void SetCurrentFolder(uint64_t folder, int32_t exercice);
   uint64_t CurrentFolder() const { return CurrentFolderInfos().id; }
@@ -106,6 +111,7 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
 
  private:
   ZHostServices services_;
+  ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   std::atomic<ZAcroFormServerXFDFHandler*> xfdf_handler_ = nullptr;
   ZAcroFormServerPDFHandler* pdf_handler_;  // owned as a page handler
   std::optional<ZDrawingFonts> drawing_;

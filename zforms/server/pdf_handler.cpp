@@ -105,6 +105,7 @@ bool ZAcroFormServerPDFHandler::LoadTemplate(const Chaine& path, ZAcroForm* form
     cache_->Keep(key, stamp, bytes);
   }
   ZInetChaineIStream in(bytes);
+  form->SetEncryptions(server_->Encryptions());
   if (!form->Load(in, Chaine())) return false;
   server_->PrepareTemplate(*form);
   return true;

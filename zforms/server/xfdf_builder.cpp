@@ -10,6 +10,7 @@ namespace zforms {
 ZAcroFormServerXFDFBuilder::ZAcroFormServerXFDFBuilder(const ZAcroFormServer* server, const Chaine& code)
     : server_(server), code_(code), parser_(std::make_unique<ZPDFParser>()) {
   const Chaine path = PDFLocalFilePathName();
+  parser_->SetEncryptions(server_->Encryptions());
   if (path.IsEmpty() || !parser_->Read(path, Chaine())) parser_.reset();
 }
 

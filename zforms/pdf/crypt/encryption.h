@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
+#include "zforms/pdf/crypt/encryptions.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/containers.h"
@@ -11,12 +13,18 @@ namespace zforms {
 class ZPDFNodeDictionary;
 class ZPDFObjectIdentifier;
 class ZPDFEncrypterStandard;
+class ZPDFFilterKeys;
+struct ZPDFLongKeyStrings;
+template <size_t kSize>
+class SecretBytes;
 
-// ZPDFEncryption is the standard security handler (ISO 32000-1 7.6.3): it reads and writes the entries of an encryption
-// dictionary, derives the file key from the user password, checks whether that password opens the file, and makes new
-// dictionaries. Supports RC4 with keys of 40 to 128 bits ("/V" 1 and 2, "/R" 2 and 3).
+// ZPDFEncryption is the standard security handler (ISO 32000-1 7.6.3, ISO 32000-2 7.6.4): it reads and writes the
+// entries of an encryption dictionary, derives or decrypts the file key, checks whether a password opens the file, and
+// makes new dictionaries. Supports RC4 with keys of 40 to 128 bits ("/V" 1 and 2, "/R" 2 and 3) and, where
+// SetEncryptions allows it, crypt filters with RC4 and AES ("/V" 4 and 5, "/R" 4 to 6).
 //
-// Copies are deep: each owns its dictionary. One thread at a time.
+// Copies are deep: each owns its dictionary. Keys and passwords are wiped when the last copy goes. One thread at a
+// time.
 class ZFORMS_API ZPDFEncryption {
  public:
   using Encrypter = ZPDFEncrypter;
@@ -33,6 +41,12 @@ class ZFORMS_API ZPDFEncryption {
   // password is replaced by the user password.
   static ZPDFEncryption* CreateStandard(const Chaine& file_identifier, const Chaine& user_password,
                                         const Chaine& owner_password);
+  // The same with AES of 256 bits and a random key, revision 6. Passwords are UTF-8. Null when a password has
+  // characters that are not allowed in one (RFC 4013).
+  static ZPDFEncryption* CreateAES256(const Chaine& user_password, const Chaine& owner_password);
+
+  // Sets which documents can be decrypted; kRC4Only at first.
+  void SetEncryptions(ZPDFEncryptions encryptions);
 
   // The dictionary behind all accessors.
   const ZPDFNodeDictionary* Dictionary() const { return dictionary_; }
@@ -47,44 +61,77 @@ class ZFORMS_API ZPDFEncryption {
   bool StandardEncryptMetadata() const;
   const Chaine& StandardOwnerKey() const;
   const Chaine& StandardUserKey() const;
+  // The password given, with which CanBeDecrypted tries to open the file.
   const Chaine& UserPassword() const { return user_password_; }
 
-  // Each updates "/O", "/U" and "/P" as needed.
-  void SetPasswords(const Chaine& user, const Chaine& owner);
-  void SetOwnerPassword(const Chaine& owner);
+  // Each updates "/O", "/U" and "/P" as needed; with AES of 256 bits "/OE", "/UE" and "/Perms" too, and new passwords
+  // make a new file key. False when a password is not allowed there; nothing is changed then.
+  bool SetPasswords(const Chaine& user, const Chaine& owner);
+  bool SetOwnerPassword(const Chaine& owner);
   void SetStandardFlags(uint32_t flags);
 
-  // The file key, computed on first use (ISO 32000-1 algorithm 2).
+  // The file key, computed on first use (ISO 32000-1 algorithm 2). Empty from revision 5 on, where it is random.
   const Chaine& StandardComputedUserEncryptionKey() const;
-  // True when the key has 5 to 16 bytes; files with other keys cannot be decrypted.
-  bool IsKeyLengthSupported() const { return !KeySizes().empty(); }
-  // True when handler and version are supported and the user password is right. The owner password does not open a
-  // file. When the key length stated by "/Length" fails, tries 40 bits at "/V" 1, which allows no others, and reads a
-  // "/Length" of 5 to 16 as bytes.
+  // Whether documents encrypted in this way can be opened, with the right password.
+  bool IsSupported() const;
+  // True when handler and version are supported and the password is right. The owner password opens a file only where
+  // all encryptions are allowed. When the key length stated by "/Length" fails, tries 40 bits at "/V" 1, which allows
+  // no others, and reads a "/Length" of 5 to 16 as bytes.
   bool CanBeDecrypted() const;
-  // The bits of the key in use: those of KeyLength() unless CanBeDecrypted() found another length.
+  // The bits of the key in use: those of KeyLength() unless the version or CanBeDecrypted() found another length.
   uint32_t UsedKeyLength() const { return static_cast<uint32_t>(KeyBytes() * 8); }
+  // Whether the password opens the file as the owner's and not as the user's. Precondition: CanBeDecrypted().
+  bool IsOpenedByOwner() const { return opening_.by_owner; }
+  // Whether the one who opened the file may do everything: with the owner password, or because the file has no owner
+  // password other than the user password or the empty one. Precondition: CanBeDecrypted().
+  bool HasOwnerRights() const;
+  // What is wrong with the strings of the dictionary, such as a wrong length; empty for a sound one.
+  Chaine Damage() const;
+  // Whether "/Perms" confirms the permissions; true up to revision 4, which has none. Precondition: CanBeDecrypted().
+  bool ConfirmsPermissions() const;
 
   // A new encrypter for that object; a null handler gives a neutral one. The caller owns it.
   static ZPDFEncrypter* AllocEncrypter(const ZPDFEncryption* handler, const ZPDFObjectIdentifier& id);
   ZPDFEncrypter* AllocEncrypter(const ZPDFObjectIdentifier& id) const { return AllocEncrypter(this, id); }
 
  private:
-  // The possible lengths of the key in bytes, the one stated by "/Length" first.
+  // What opening the file has found.
+  struct Opening {
+    Chaine key;                                       // up to revision 4
+    std::shared_ptr<const SecretBytes<32>> long_key;  // from revision 5 on
+    size_t key_bytes = 0;                             // 0 means the stated length
+    Chaine user_password;                             // found by the owner password
+    bool by_owner = false;
+    std::optional<bool> owner_rights;
+    std::shared_ptr<const ZPDFFilterKeys> filter_keys;  // null until they are needed, and without crypt filters
+    bool is_refused = false;                            // the password was tried in vain
+  };
+
+  static ZPDFEncryption* Create(std::unique_ptr<ZPDFNodeDictionary> dictionary, const Chaine& file_identifier);
+  bool HasLongKey() const { return StandardRevision() >= 5; }
+  void Forget();
+  const Chaine& KeyPassword() const { return opening_.by_owner ? opening_.user_password : user_password_; }
+  // The possible lengths of the key in bytes, the most likely one first.
   PTableau<size_t> KeySizes() const;
   size_t KeyBytes() const;
-  Chaine ComputeKey(bool encrypt_metadata) const;
+  Chaine ComputeKey(const Chaine& user_password, size_t length, bool encrypt_metadata) const;
   Chaine StandardComputeO(const Chaine& owner) const;
-  Chaine StandardComputeU() const;
-  bool MatchesUserKey() const;
-  bool MatchesWithEitherMetadata() const;
+  Chaine StandardComputeU(const Chaine& key) const;
+  bool MatchesUserKey(const Chaine& key) const;
+  bool OpenWith(const Chaine& user_password, Opening* opening) const;
+  PTableau<Chaine> UserPasswordsBehind(const Chaine& owner) const;
+  bool OpenShort(const Chaine& password, bool as_owner, Opening* opening) const;
+  bool OpenLong(const Chaine& password, bool as_owner, Opening* opening) const;
+  bool Open(const Chaine& password, bool as_owner, Opening* opening) const;
+  ZPDFLongKeyStrings LongKeyStrings() const;
+  bool SetLongKey(const Chaine& user, const Chaine& owner);
 
   ZPDFNodeDictionary* dictionary_;
   std::unique_ptr<ZPDFNodeDictionary> owned_dictionary_;
   Chaine user_password_;
   Chaine file_identifier_;
-  mutable Chaine user_key_;
-  mutable size_t key_bytes_ = 0;  // 0 means the length stated by "/Length"
+  ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
+  mutable Opening opening_;
 };
 
 }  // namespace zforms

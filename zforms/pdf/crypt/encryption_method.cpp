@@ -1,5 +1,6 @@
 #include "zforms/pdf/crypt/encryption_method.h"
 
+#include "zforms/pdf/crypt/crypt_filters.h"
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/platform/base/number.h"
@@ -7,8 +8,8 @@
 namespace zforms {
 namespace {
 
-// The method of the crypt filter for streams, or of the one for strings when streams are not encrypted.
-Chaine CryptFilterMethod(const ZPDFNodeDictionary& dictionary) {
+// The name of the method of a crypt filter that cannot be read; empty when it names none.
+Chaine ForeignMethod(const ZPDFNodeDictionary& dictionary) {
   const auto* const filters = NodeCast<ZPDFNodeDictionary>(dictionary.GetTarget("/CF"));
   for (const char* key : {"/StmF", "/StrF"}) {
     const Chaine& name = dictionary.GetIdentifier(key);
@@ -19,24 +20,40 @@ Chaine CryptFilterMethod(const ZPDFNodeDictionary& dictionary) {
   return {};
 }
 
+// What crypt filters leave unencrypted.
+Chaine InClear(const ZPDFCryptFilters& filters, bool encrypts_metadata) {
+  if (filters.ForStreams() == ZPDFCryptMethod::kNone && filters.ForStrings() == ZPDFCryptMethod::kNone) {
+    return ", attached files only";
+  }
+  if (filters.ForStreams() == ZPDFCryptMethod::kNone) return ", strings only";
+  if (filters.ForStrings() == ZPDFCryptMethod::kNone) return ", streams only";
+  return encrypts_metadata ? Chaine() : Chaine(", metadata not encrypted");
+}
+
 }  // namespace
 
 Chaine EncryptionMethod(const ZPDFEncryption& encryption) {
   if (encryption.Filter() != "/Standard") return "the security handler \"" + encryption.Filter() + "\"";
   const uint32_t code = encryption.AlgorithmCode();
   if (code == 1 || code == 2) return "RC4, " + FormatUInt(encryption.UsedKeyLength()) + " bits";
-  const Chaine method = code < 4 ? Chaine() : CryptFilterMethod(*encryption.Dictionary());
-  if (method == "/AESV2") return "AES, 128 bits";
-  if (method == "/AESV3") return "AES, 256 bits";
-  if (method == "/V2") return "RC4 by crypt filters";
+  const ZPDFCryptFilters filters(*encryption.Dictionary());
+  const Chaine in_clear = code < 4 ? Chaine() : InClear(filters, encryption.StandardEncryptMetadata());
+  switch (code < 4 ? ZPDFCryptMethod::kUnsupported : filters.Main()) {
+    case ZPDFCryptMethod::kNone: return "crypt filters that encrypt nothing";
+    case ZPDFCryptMethod::kRC4:
+      return "RC4, " + FormatUInt(encryption.UsedKeyLength()) + " bits, by crypt filters" + in_clear;
+    case ZPDFCryptMethod::kAESV2: return "AES, 128 bits" + in_clear;
+    case ZPDFCryptMethod::kAESV3: return "AES, 256 bits" + in_clear;
+    case ZPDFCryptMethod::kUnsupported: break;
+  }
+  const Chaine method = code < 4 ? Chaine() : ForeignMethod(*encryption.Dictionary());
   return "algorithm " + FormatUInt(code) + (method.IsEmpty() ? Chaine() : " with \"" + method + "\"");
 }
 
 Chaine EncryptionRefusal(const ZPDFEncryption& encryption) {
-  const uint32_t code = encryption.AlgorithmCode();
-  const bool is_read =
-      encryption.Filter() == "/Standard" && (code == 1 || code == 2) && encryption.IsKeyLengthSupported();
-  if (!is_read) return "unsupported encryption: " + EncryptionMethod(encryption);
+  if (!encryption.IsSupported()) return "unsupported encryption: " + EncryptionMethod(encryption);
+  const Chaine damage = encryption.Damage();
+  if (!damage.IsEmpty()) return "the encryption dictionary is damaged: " + damage;
   if (encryption.UserPassword().IsEmpty()) return "the document opens with a password, and none was given";
   return "the password does not open the document";
 }

@@ -15,6 +15,7 @@
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/crypto/secret.h"
 #include "zforms/platform/files/file_io.h"
 
 namespace zforms {
@@ -70,7 +71,10 @@ ZPDFParser& ZPDFParser::operator=(const ZPDFParser& other) {
   return *this;
 }
 
-ZPDFParser::~ZPDFParser() { Clean(); }
+ZPDFParser::~ZPDFParser() {
+  Clean();
+  WipeText(&user_password_);
+}
 
 ZPDFParser::FileState::FileState(size_t file_size)
     : decode_budget(static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * file_size, kMostDecoded))),
@@ -80,6 +84,7 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   raw_data_ = other.raw_data_;
   path_name_ = other.path_name_;
   user_password_ = other.user_password_;
+  encryptions_ = other.encryptions_;
   recovery_ = other.recovery_;
   file_ = other.file_;
   locations_ = other.locations_;
@@ -175,9 +180,12 @@ bool ZPDFParser::PrepareEncryption() {
   if (ZPDFNodeDictionary* dictionary = EncryptionDico()) {
     LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
+    encryption_->SetEncryptions(encryptions_);
     // Trying the password also finds the way in which the key is derived, which every object needs.
     if (!encryption_->CanBeDecrypted()) {
       diagnostics_.Warn("strings and streams are not decrypted: " + EncryptionRefusal(*encryption_));
+    } else if (!encryption_->ConfirmsPermissions()) {
+      diagnostics_.Warn("\"/Perms\" of the encryption dictionary does not confirm its permissions");
     }
   } else if (NodeCast<ZPDFNodeIndirectReference>(trailer_->GetDirect("/Encrypt")) != nullptr) {
     return Fail("the encryption dictionary that the trailer refers to is missing");

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "zforms/pdf/crypt/encryptions.h"
 #include "zforms/pdf/node.h"
 #include "zforms/pdf/node_pool.h"
 #include "zforms/pdf/object_provider.h"
@@ -62,6 +63,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // what was done.
   void SetRecovery(bool recover) { recovery_ = recover; }
   bool Recovers() const { return recovery_; }
+  // Sets which encrypted documents the next read opens: kRC4Only at first.
+  void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
+  ZPDFEncryptions Encryptions() const { return encryptions_; }
   // True when the file was recovered. Then no update can be appended to it; it must be saved in full. RawData() then
   // begins with the header, without the bytes before it; a missing header is replaced by that of PDF 1.4.
   bool IsRecovered() const { return file_.recovered; }
@@ -202,6 +206,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   Chaine path_name_;
   Chaine user_password_;
   bool recovery_ = false;
+  ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   FileState file_;
   ZPDFNodePool pool_;
   ZPDFLocations locations_;

@@ -6,6 +6,12 @@ ZPDFEncrypter::~ZPDFEncrypter() = default;
 
 Chaine ZPDFEncrypter::Decrypt(const Chaine& data) const { return Encrypt(data); }
 
+Chaine ZPDFEncrypter::DecryptChecked(const Chaine& data, std::string*) const { return Decrypt(data); }
+
+bool ZPDFEncrypter::TellsStreamsApart() const { return false; }
+
+std::unique_ptr<ZPDFEncrypter> ZPDFEncrypter::ForStream(const ZPDFStreamTraits&) const { return nullptr; }
+
 ZPDFEncrypterNeutral* ZPDFEncrypterNeutral::Clone() const { return new ZPDFEncrypterNeutral; }
 
 Chaine ZPDFEncrypterNeutral::Encrypt(const Chaine& data) const { return data; }

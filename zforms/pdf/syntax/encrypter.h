@@ -1,8 +1,18 @@
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "zforms/platform/base/chaine.h"
 
 namespace zforms {
+
+// What of a stream's dictionary may decide how its data are encrypted.
+struct ZPDFStreamTraits {
+  Chaine type;                    // "/Type" with its slash; empty when absent
+  bool has_crypt_filter = false;  // its first filter is /Crypt
+  Chaine crypt_filter;            // that filter's "/Name" with its slash, /Identity when absent
+};
 
 // ZPDFEncrypter (ZPDFEncryption::Encrypter) converts the plain bytes of one string or stream into the bytes of the
 // file, and back. Every string and stream passes through one, whether or not the document is encrypted. Owned by
@@ -15,6 +25,13 @@ class ZFORMS_API ZPDFEncrypter {
   virtual Chaine Encrypt(const Chaine& data) const = 0;
   // RC4 is its own inverse, so this calls Encrypt.
   virtual Chaine Decrypt(const Chaine& data) const;
+  // Decrypts bytes of a file. Of damaged ones it gives what can be read, and what is wrong with them in `fault`, which
+  // is left alone otherwise.
+  virtual Chaine DecryptChecked(const Chaine& data, std::string* fault) const;
+  // Whether the encryption of a stream depends on its dictionary; it is then that of ForStream.
+  virtual bool TellsStreamsApart() const;
+  // The encrypter for the data of such a stream of this object; null when it is this one.
+  virtual std::unique_ptr<ZPDFEncrypter> ForStream(const ZPDFStreamTraits& stream) const;
 };
 
 // ZPDFEncrypterNeutral (ZPDFEncryption::EncrypterNeutral) is used without encryption: it returns the data unchanged and

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "zforms/platform/base/chaine.h"
+
 namespace zforms {
 
 // Fills `out` with random bytes of the operating system, fit for keys and start vectors. Throws std::system_error when
@@ -16,6 +18,13 @@ bool EqualsInConstantTime(std::string_view a, std::string_view b);
 // Overwrites bytes that are not needed any more, in a way that no compiler leaves out.
 void WipeBytes(void* bytes, size_t n);
 
+// Empties a text with a key or a password. Bytes that other texts may share, as those of long texts, are not
+// overwritten.
+inline void WipeText(Chaine* text) {
+  if (text->size() <= Chaine::kInlineCapacity) WipeBytes(const_cast<char*>(text->data()), text->size());
+  text->Clear();
+}
+
 // A buffer for a key or a password, wiped when it is destroyed.
 template <size_t kSize>
 class SecretBytes {
@@ -26,6 +35,7 @@ class SecretBytes {
   ~SecretBytes() { WipeBytes(bytes_.data(), kSize); }
 
   char* data() { return bytes_.data(); }
+  const char* data() const { return bytes_.data(); }
   std::string_view View(size_t start = 0, size_t length = kSize) const {
     return std::string_view(bytes_.data(), kSize).substr(start, length);
   }

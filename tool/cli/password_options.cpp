@@ -1,0 +1,47 @@
+#include "tool/cli/password_options.h"
+
+#include <cstdlib>
+
+#include "zforms/platform/files/file_io.h"
+
+namespace zforms::tool {
+namespace {
+
+constexpr const char* kVariable = "ZFORMS_PASSWORD";
+constexpr size_t kMostOfFile = 4096;
+
+// The first line of the file, without its end.
+std::string ReadPassword(const std::string& option, const std::string& path) {
+  Chaine bytes;
+  std::string error;
+  if (!ReadFile(Chaine(path), &bytes, &error, {kMostOfFile, {}})) {
+    throw CLI::ValidationError(option, "cannot read " + path + ": " + error);
+  }
+  const std::string_view text = bytes;
+  return std::string(text.substr(0, text.find_first_of("\r\n")));
+}
+
+}  // namespace
+
+void AddSecret(CLI::App* command, const std::string& name, std::string* password, const std::string& help,
+               CLI::Option* needed) {
+  CLI::Option* const typed = command->add_option(name, *password, help);
+  const std::string from_file = name + "-file";
+  const auto read = [password, from_file](const std::string& path) { *password = ReadPassword(from_file, path); };
+  CLI::Option* const file =
+      command->add_option_function<std::string>(from_file, read, "Read that password from the first line of a file.");
+  file->type_name("FILE")->excludes(typed);
+  if (needed == nullptr) return;
+  typed->needs(needed);
+  file->needs(needed);
+}
+
+void AddPassword(CLI::App* command, std::string* password) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): read before there are other threads.
+  if (const char* const set = std::getenv(kVariable)) *password = set;
+  AddSecret(command, "--password", password,
+            "The user or owner password that opens an encrypted file. It may also be in the environment variable "
+            "ZFORMS_PASSWORD.");
+}
+
+}  // namespace zforms::tool

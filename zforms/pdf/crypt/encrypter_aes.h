@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "zforms/pdf/syntax/encrypter.h"
+
+namespace zforms {
+
+class AES;
+
+// Encrypts strings and streams with AES (ISO 32000-1 algorithm 1, ISO 32000-2 algorithm 1.A): cipher block chaining, a
+// random start vector before the data, and a padding of 1 to 16 bytes after them (RFC 8018 6.1.1). Copies share the
+// prepared key.
+class ZPDFEncrypterAES final : public ZPDFEncrypter {
+ public:
+  // For the key of a document, which has 32 bytes; prepares it, and any number of threads may use copies.
+  explicit ZPDFEncrypterAES(std::string_view key);
+  // For the key of an object, which has 16 bytes and is prepared when it is first needed.
+  static ZPDFEncrypterAES ForOneObject(const Chaine& key);
+  ZPDFEncrypterAES(const ZPDFEncrypterAES& other);
+  ZPDFEncrypterAES& operator=(const ZPDFEncrypterAES&) = delete;
+  ~ZPDFEncrypterAES() override;
+  ZPDFEncrypterAES* Clone() const override;
+  Chaine Encrypt(const Chaine& data) const override;
+  Chaine Decrypt(const Chaine& data) const override;
+  // Of data that end within a block it decrypts the whole blocks; what ends with a wrong padding keeps it. Data shorter
+  // than a start vector are returned as they are.
+  Chaine DecryptChecked(const Chaine& data, std::string* fault) const override;
+
+ private:
+  ZPDFEncrypterAES();
+
+  Chaine key_;  // empty when it is prepared
+  mutable std::shared_ptr<const AES> encrypt_, decrypt_;
+};
+
+}  // namespace zforms

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+
+#include "zforms/pdf/crypt/crypt_filters.h"
+#include "zforms/pdf/object_identifier.h"
+#include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/platform/crypto/secret.h"
+
+namespace zforms {
+
+class ZPDFEncrypterAES;
+
+// What the encrypters of a document with crypt filters have in common: the methods and the file key. Immutable; any
+// number of threads may use one.
+class ZPDFFilterKeys {
+ public:
+  // With a key of up to 16 bytes, for RC4 and AESV2, or one of 32 bytes, for AESV3.
+  ZPDFFilterKeys(ZPDFCryptFilters filters, const Chaine& file_key, bool encrypts_metadata);
+  ZPDFFilterKeys(ZPDFCryptFilters filters, const SecretBytes<32>& file_key, bool encrypts_metadata);
+  ZPDFFilterKeys(const ZPDFFilterKeys&) = delete;
+  ZPDFFilterKeys& operator=(const ZPDFFilterKeys&) = delete;
+  ~ZPDFFilterKeys();
+
+  const ZPDFCryptFilters& Filters() const { return filters_; }
+  // Which method encrypts the data of such a stream.
+  ZPDFCryptMethod MethodOf(const ZPDFStreamTraits& stream) const;
+  std::unique_ptr<ZPDFEncrypter> Make(ZPDFCryptMethod method, const ZPDFObjectIdentifier& id) const;
+
+ private:
+  ZPDFCryptFilters filters_;
+  Chaine file_key_;
+  bool encrypts_metadata_;
+  // The long key serves all objects as it is; null with a short one.
+  std::unique_ptr<const ZPDFEncrypterAES> aes_256_;
+};
+
+// The encrypter of one object in a document with crypt filters ("/V" 4 and 5; ISO 32000-1 7.6.5): strings and streams
+// may have different methods.
+class ZPDFEncrypterByFilter final : public ZPDFEncrypter {
+ public:
+  ZPDFEncrypterByFilter(std::shared_ptr<const ZPDFFilterKeys> keys, const ZPDFObjectIdentifier& id);
+  ~ZPDFEncrypterByFilter() override;
+  ZPDFEncrypterByFilter* Clone() const override;
+  // For strings.
+  Chaine Encrypt(const Chaine& data) const override;
+  Chaine Decrypt(const Chaine& data) const override;
+  Chaine DecryptChecked(const Chaine& data, std::string* fault) const override;
+
+  bool TellsStreamsApart() const override { return true; }
+  std::unique_ptr<ZPDFEncrypter> ForStream(const ZPDFStreamTraits& stream) const override;
+
+ private:
+  const ZPDFEncrypter& ForStrings() const;
+
+  std::shared_ptr<const ZPDFFilterKeys> keys_;
+  ZPDFObjectIdentifier id_;
+  mutable std::unique_ptr<ZPDFEncrypter> strings_;  // null until it is needed
+};
+
+}  // namespace zforms
