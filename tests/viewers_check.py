@@ -319,6 +319,8 @@ def report(options, found, counts):
         results = {f.path.name: [len(f.widgets), f.problems, f.elsewhere, f.unfilled] for f in found}
         options.report.write_text(json.dumps(results, indent=1))
     stale = explain(found)
+    if options.flatten or len(options.viewers) < 5:  # the rules are those of all viewers, and of form fields
+        stale = []
     for form in found:
         for text in form.problems + form.elsewhere if options.verbose else form.problems[:3]:
             print(f"{form.path.name}: {text}")
