@@ -15,6 +15,7 @@
 #include "zforms/filling/form_drawing.h"
 #include "zforms/filling/form_export.h"
 #include "zforms/filling/form_files.h"
+#include "zforms/filling/form_flattening.h"
 #include "zforms/filling/form_values.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/base/number.h"
@@ -78,6 +79,7 @@ struct ZForm::Implementation {
   void EndChange();
   FormDrawing& Drawing();
   bool Save(const std::function<bool()>& save);
+  bool Reload();
   void Say(Severity severity, About about, std::string text, Remedy remedy = Remedy::kNone) {
     messages.push_back({severity, about, std::move(text), remedy});
   }
@@ -87,6 +89,7 @@ struct ZForm::Implementation {
   }
 
   ZAcroForm form;
+  ZFormOptions opened;
   ZFormMessages messages;
   std::set<std::string> said_of_file;
   GuardOptions guard_options;
@@ -110,6 +113,7 @@ bool ZForm::Implementation::Open(const FormSource& source, const ZFormOptions& o
   drawing.reset();
   changed.clear();
   guard.reset();
+  opened = options;
   draws = options.draw;
   fonts = options.fonts;
   guard_options = {options.keep_xfa, options.force};
@@ -195,6 +199,18 @@ bool ZForm::Implementation::Save(const std::function<bool()>& save) {
   // Saving as a new file may renumber objects, which a drawing refers to.
   drawing.reset();
   return save();
+}
+
+// Reads the document from the bytes of a save, as its fields have changed in other ways than by values.
+bool ZForm::Implementation::Reload() {
+  Chaine saved;
+  const Chaine path = form.PathName();
+  const ZFormOptions options = opened;
+  const std::set<std::string> said = said_of_file;
+  if (!SaveForm(form, {false, guard_options.force}, &saved, &messages)) return false;
+  if (!Open({path.ToString(), &saved}, options)) return false;
+  said_of_file = said;
+  return true;
 }
 
 ZForm::ZForm() : implementation_(std::make_unique<Implementation>()) {}
@@ -295,6 +311,15 @@ bool ZForm::Draw() {
   const bool is_complete = own.Drawing().DrawAll(&own.messages);
   if (!own.form.Parser()->ModifiedObjects().empty()) own.EndChange();
   return is_complete;
+}
+
+bool ZForm::Flatten(const std::vector<std::string>& names) {
+  Implementation& own = *implementation_;
+  if (const std::string why = WhyNotFilled(own.form); !why.empty()) return own.Fail(About::kForm, why);
+  own.EndFilling();
+  own.filler.reset();
+  own.drawing.reset();
+  return FlattenForm(own.form, names, own.guard_options, &own.messages) && own.Reload();
 }
 
 bool ZForm::Save(const std::string& path, SaveAs mode) {

@@ -89,6 +89,12 @@ class ZFORMS_API ZForm {
   // JSON as one object; CSV as the names and one row. Empty, with a failure, for a document without a form.
   std::string Export(ExportFormat format, bool all = false);
 
+  // Make the fields of these full names, and those below them, part of the pages; all fields without names. What was
+  // filled in is drawn first if the options say so. The document is then read again as it would be saved: its fields
+  // are gone, and references to them are no longer valid. False, with a failure, when nothing was flattened; a signed
+  // form needs ZFormOptions::force.
+  bool Flatten(const std::vector<std::string>& names = {});
+
   // Save to a file, which is replaced in one step unless an update is appended to it, or to bytes. What was saved is
   // then the base of the next save. False, with a failure among the messages, when that is not possible, or when a new
   // file would lose parts of pages or of the form and this is not forced.

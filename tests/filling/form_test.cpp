@@ -249,6 +249,21 @@ TEST(Form, IsDrawnAndFilledAgain) {
   EXPECT_TRUE(other.Document().NeedAppearances());
 }
 
+TEST(Form, FlattenedFieldsAreGone) {
+  ZForm form;
+  const std::string before = BytesOf(Drawn());
+  std::string saved;
+  ASSERT_TRUE(form.OpenBytes(before, {.draw = true}));
+  EXPECT_TRUE(form.SetValue("b", "new") && form.Flatten({"a"}));
+  ASSERT_EQ(form.Fields().size(), 2U);
+  EXPECT_EQ(form.Fields()[0].name + "=" + form.Fields()[0].Value(), "b=new");
+  EXPECT_FALSE(form.Flatten({"a"}));
+  EXPECT_TRUE(form.SetValue("b", "newer") && form.Flatten());
+  EXPECT_TRUE(form.Fields().empty());
+  ASSERT_TRUE(form.SaveBytes(&saved));
+  EXPECT_TRUE(saved.starts_with(before) && saved.find("(newer)") != std::string::npos);
+}
+
 TEST(Form, SetValueUTF8TakesTextWhereSetValueTakesBytes) {
   ZAcroForm form = Sample().Form();
   form.Fields().Get("name")->SetValueUTF8(kName);

@@ -24,6 +24,7 @@ struct BatchOptions {
   bool resume = false;
   bool overwrite = false;
   bool recover = false;
+  bool flatten = false;  // the filled forms
   GuardOptions guard;
   DrawingOptions drawing;
 };

@@ -3,8 +3,10 @@
 namespace zforms::tool {
 
 RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
-                     const std::optional<ZDrawingFonts>& fonts)
-    : plan_(plan), match_(plan), press_(form, plan.FieldNames(), guard, fonts) {}
+                     const std::optional<ZDrawingFonts>& fonts, bool flattens)
+    : plan_(plan), match_(plan), press_(form, plan.FieldNames(), guard, fonts) {
+  if (flattens) press_.Flatten();
+}
 
 Chaine RowFiller::Fill(const Row& row, ZFormMessages* messages) {
   values_.clear();

@@ -16,7 +16,7 @@ class RowFiller {
  public:
   // See FormPress about the fonts.
   RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
-            const std::optional<ZDrawingFonts>& fonts);
+            const std::optional<ZDrawingFonts>& fonts, bool flattens);
 
   // The form filled with the values of the row, which the fields must accept. What could not be drawn is said.
   Chaine Fill(const Row& row, ZFormMessages* messages);

@@ -2,7 +2,6 @@
 #include "tool/cli/commands.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
-#include "zforms/filling/form_flattening.h"
 #include "zforms/filling/form_values.h"
 
 namespace zforms::tool {
@@ -28,15 +27,11 @@ int RunFill(const FillOptions& options) {
   Chaine data;
   if (!ReadInput(options.data, &data, data_console, LimitsOfValues())) return kFailed;
   form.Fill(data, options.data);
+  const bool is_flat = options.flatten && form.Flatten();
   Say(form.TakeMessages(), console, data_console);
   // What cannot be read fills nothing.
   if (data_console.HasFailed()) return kFailed;
-  if (options.flatten) {
-    ZFormMessages messages;
-    const bool is_flat = FlattenForm(form.Document(), {}, options.guard, &messages);
-    Say(messages, console);
-    if (!is_flat) return console.Finish();
-  }
+  if (options.flatten && !is_flat) return console.Finish();
   SaveForm(options.output, form.Document(), {false, options.guard.force}, console);
   const int data_status = data_console.Finish();
   const int status = console.Finish();

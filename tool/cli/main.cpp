@@ -232,6 +232,8 @@ class CommandLine {
     AddRecover(command, &batch_.recover);
     AddGuard(command, &batch_.guard);
     AddDrawing(command, &batch_.drawing);
+    command->add_flag("--flatten", batch_.flatten,
+                      "Make all fields part of the pages after filling, as \"zforms flatten\" does.");
   }
 
   void AddCheck() {

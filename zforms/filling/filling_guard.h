@@ -29,6 +29,7 @@ class ZFORMS_API FillingGuard {
   bool AllowsDesigning(ZFormMessages* messages) const;
   // Why the field of that full name, in UTF-8, must not change; empty when it may be filled.
   Chaine LockOf(const Chaine& name) const { return options_.force ? Chaine() : rules_.FaultOfFilling(name); }
+  const GuardOptions& Options() const { return options_; }
   bool HasLocks() const { return !options_.force && rules_.HasLocks(); }
   // Removes the XFA form and usage rights from a changed form, as far as the options allow; returns the dictionaries
   // that this changes. The XFA form of a signed form stays unless that is forced.

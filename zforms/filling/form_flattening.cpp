@@ -1,5 +1,8 @@
 #include "zforms/filling/form_flattening.h"
 
+#include <algorithm>
+#include <string>
+
 #include "zforms/acroform/acro_form.h"
 #include "zforms/appearance/flattener.h"
 
@@ -37,7 +40,10 @@ bool FlattenForm(ZAcroForm& form, const std::vector<std::string>& fields, const 
     return false;
   }
   for (const ZDiagnostics::Warning& warning : flattener.Diagnostics().Warnings()) {
-    Add(messages, Severity::kWarning, ZDiagnostics::Describe(warning));
+    // Drawing may have said it already.
+    const std::string text = ZDiagnostics::Describe(warning).ToString();
+    const auto is_same = [&text](const ZFormMessage& message) { return message.text == text; };
+    if (std::none_of(messages->begin(), messages->end(), is_same)) Add(messages, Severity::kWarning, Chaine(text));
   }
   guard.SayWhatGoes(messages);
   guard.Drop(form);

@@ -8,9 +8,11 @@
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_text.h"
 #include "zforms/filling/form_drawing.h"
+#include "zforms/filling/form_flattening.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
+#include "zforms/platform/files/inet_stream.h"
 
 namespace zforms {
 namespace {
@@ -108,14 +110,32 @@ bool FormPress::IsChanged() const {
   return std::any_of(objects_.begin(), objects_.end(), [](const auto* object) { return object->IsModified(); });
 }
 
+Chaine FormPress::FillFlat(const std::vector<Value>& values, ZFormMessages* messages) const {
+  ZAcroForm form(original_);
+  ZCheckedFiller filler(form);
+  filler.SetLocks([this](const Chaine& name) { return guard_.LockOf(name); });
+  for (const Value& value : values) filler.Fill(names_[value.name], value.texts);
+  PTableau<ZAcroFormField*> changed = filler.TakeChanged();
+  if (!form.Parser()->ModifiedObjects().empty()) {
+    if (fonts_) FormDrawing(form, *fonts_, &guard_).Draw(std::move(changed), messages);
+    guard_.Drop(form);
+  }
+  if (!FlattenForm(form, {}, guard_.Options(), messages)) return {};
+  Chaine bytes;
+  ZInetChaineOStream out(bytes);
+  return form.Save(out) ? bytes : Chaine();
+}
+
 Chaine FormPress::Fill(const std::vector<Value>& values, ZFormMessages* messages) {
+  ZFormMessages unsaid;
+  if (messages == nullptr) messages = &unsaid;
+  if (flattens_) return FillFlat(values, messages);
   if (form_ == nullptr) Prepare();
   for (const Value& value : values) filler_->Fill(names_[value.name], value.texts);
   PTableau<ZAcroFormField*> changed = filler_->TakeChanged();
   if (!IsChanged()) return form_->RawData();
   if (drawing_ != nullptr) {
-    ZFormMessages unsaid;
-    drawing_->Draw(std::move(changed), messages == nullptr ? &unsaid : messages);
+    drawing_->Draw(std::move(changed), messages);
   } else if (!form_->NeedAppearances()) {
     form_->SetNeedAppearances(true);
   }

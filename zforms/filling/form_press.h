@@ -35,7 +35,12 @@ class ZFORMS_API FormPress {
     size_t name;
     PTableau<Chaine> texts;
   };
+  // From now on the forms are flattened after filling (see FlattenForm). Each is then made from a copy of its own,
+  // since flattening changes many places.
+  void Flatten() { flattens_ = true; }
+
   // The filled form; the fields must accept the values. What could not be drawn is said, unless `messages` is null.
+  // Empty when the form cannot be flattened.
   Chaine Fill(const std::vector<Value>& values, ZFormMessages* messages = nullptr);
 
  private:
@@ -51,11 +56,13 @@ class ZFORMS_API FormPress {
   void Keep(ZPDFNodeDictionary* dictionary);
   bool IsChanged() const;
   void TakeBack();
+  Chaine FillFlat(const std::vector<Value>& values, ZFormMessages* messages) const;
 
   const ZAcroForm original_;
   std::vector<Chaine> names_;
   const FillingGuard& guard_;
   const std::optional<ZDrawingFonts> fonts_;
+  bool flattens_ = false;
   std::unique_ptr<ZAcroForm> form_;  // null when a new copy is needed
   std::unique_ptr<ZCheckedFiller> filler_;
   std::unique_ptr<FormDrawing> drawing_;  // null when viewers draw
