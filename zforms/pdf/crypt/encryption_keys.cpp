@@ -283,9 +283,8 @@ ZPDFEncryption* ZPDFEncryption::CreateAES256(const Chaine& user_password, const 
 
 bool ZPDFEncryption::SetPasswords(const Chaine& user, const Chaine& owner) {
   if (HasLongKey()) return SetLongKey(user, owner);
-  const Chaine opening_password = user;  // which may be the one that is forgotten
   Forget();
-  user_password_ = opening_password;
+  user_password_ = user;
   return SetOwnerPassword(owner);
 }
 
@@ -307,9 +306,8 @@ bool ZPDFEncryption::SetLongKey(const Chaine& user, const Chaine& owner) {
   auto key = std::make_shared<ZPDFLongKey>();
   FillRandom(key->data(), kLongKeyLength);
   const ZPDFLongKeyStrings strings = LockLongKey(*key, *prepared_user, *prepared_owner);
-  const Chaine opening_password = user;  // which may be the one that is forgotten
   Forget();
-  user_password_ = opening_password;
+  user_password_ = user;
   opening_.long_key = std::move(key);
   opening_.key_bytes = kLongKeyLength;
   // Those of revision 5 are no longer written.

@@ -122,7 +122,7 @@ ZPDFLongKeyStrings LockLongKey(const ZPDFLongKey& key, std::string_view user, st
 
 Chaine PermissionsFor(std::string_view key, uint32_t flags, bool encrypts_metadata) {
   AES::Block plain;
-  for (int i = 0; i < 4; i++) plain[i] = static_cast<char>((flags >> (8 * i)) & 0xFF);
+  for (size_t i = 0; i < 4; i++) plain[i] = static_cast<char>((flags >> (8 * i)) & 0xFF);
   std::fill_n(plain.begin() + 4, 4, '\xFF');
   plain[8] = encrypts_metadata ? 'T' : 'F';
   std::copy_n("adb", 3, plain.begin() + 9);
@@ -135,7 +135,7 @@ Chaine PermissionsFor(std::string_view key, uint32_t flags, bool encrypts_metada
 bool ConfirmsPermissions(const Chaine& perms, std::string_view key, uint32_t flags, bool encrypts_metadata) {
   AES::Block plain;
   AES(AES::Direction::kDecrypt, key).ECB(perms.data(), plain.data(), plain.size());
-  for (int i = 0; i < 4; i++) {
+  for (size_t i = 0; i < 4; i++) {
     if (static_cast<unsigned char>(plain[i]) != ((flags >> (8 * i)) & 0xFF)) return false;
   }
   return std::string_view(plain.data() + 8, 4) == (encrypts_metadata ? "Tadb" : "Fadb");
