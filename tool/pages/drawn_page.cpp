@@ -1,9 +1,7 @@
 #include "tool/pages/drawn_page.h"
 
 #include "tool/office/office.h"
-#include "zforms/acroform/form_infos.h"
-#include "zforms/appearance/field_drawer.h"
-#include "zforms/pdf/dictionary_node.h"
+#include "zforms/filling/form_drawing.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/http/http_response.h"
 
@@ -35,8 +33,8 @@ class Session : public ZHTTPServerPageXFDFSession {
     ReceivedXFDF().Fields()[ZXFDF::kSessionIDField] = "";
     ZAcroFormServerForm form;
     if (!office_->Server().PrepareForm(XFDFRequest(), code, ZDocument::eReadOnly, &form)) return SetStatus(404);
-    ZFieldDrawer drawer(form, page_->Fonts());
-    if (drawer.DrawAll() && form.NeedAppearances()) form.Infos()->Dico()->RemoveValue("/NeedAppearances");
+    ZFormMessages unsaid;
+    FormDrawing(form, page_->Fonts()).DrawAll(&unsaid);
     Chaine bytes;
     ZInetChaineOStream out(bytes);
     if (!form.Save(out)) return SetStatus(500);
