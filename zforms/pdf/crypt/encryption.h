@@ -23,8 +23,8 @@ class SecretBytes;
 // makes new dictionaries. Supports RC4 with keys of 40 to 128 bits ("/V" 1 and 2, "/R" 2 and 3) and, where
 // SetEncryptions allows it, crypt filters with RC4 and AES ("/V" 4 and 5, "/R" 4 to 6).
 //
-// Copies are deep: each owns its dictionary. Keys and passwords are wiped when the last copy goes. One thread at a
-// time.
+// Copies are deep: each owns its dictionary. Keys and passwords of up to 16 bytes are wiped when it is destroyed;
+// longer ones may share their bytes with other texts, and are only released. One thread at a time.
 class ZFORMS_API ZPDFEncryption {
  public:
   using Encrypter = ZPDFEncrypter;
