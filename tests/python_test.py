@@ -69,6 +69,8 @@ def test_drawing(folder):
             if draws:
                 form.draw()
             same(title, b"/BBox" in form.to_bytes()[size:], bool(options or draws))
+            form.flatten("adherent.nom")
+            same(f"{title}: flattened", ("adherent.nom" in form, form["adherent.pays"]), (False, "FR"))
         row = next(zforms.batch(zforms.open(FORM, **options), [{"adherent.nom": "Lebœuf"}]))
         same(f"{title}: a row", b"/BBox" in row.data[size:], bool(options))
 

@@ -109,6 +109,11 @@ ZFORMS_API zforms_status zforms_fill_bytes(zforms_form* form, const void* data, 
 // document forbids it, or a field could not be drawn completely; the others are drawn then.
 ZFORMS_API zforms_status zforms_draw(zforms_form* form);
 
+// Makes the fields of these full names, and those below them, part of the pages; all fields when `count` is 0. The
+// fields are gone then, and indexes of others change. ZFORMS_ERROR_FORM when nothing was flattened; a signed form needs
+// ZFORMS_FORCE.
+ZFORMS_API zforms_status zforms_flatten(zforms_form* form, const char* const* names, size_t count);
+
 typedef enum zforms_save_mode {
   ZFORMS_UPDATE = 0,   // what changed is appended to the bytes read; a recovered document is written as new
   ZFORMS_NEW_FILE = 1  // all objects in use are written; signatures are no longer valid

@@ -92,6 +92,21 @@ zforms_status zforms_draw(zforms_form* form) {
   });
 }
 
+zforms_status zforms_flatten(zforms_form* form, const char* const* names, size_t count) {
+  return Guarded(form, [&] {
+    if (names == nullptr && count != 0) return ZFORMS_ERROR_ARGUMENT;
+    std::vector<std::string> texts;
+    for (size_t i = 0; i < count; i++) {
+      if (names[i] == nullptr) return ZFORMS_ERROR_ARGUMENT;
+      texts.emplace_back(names[i]);
+    }
+    form->pending.Drop();
+    const bool is_flat = form->form.Flatten(texts);
+    form->DropFields();
+    return form->Finish(is_flat);
+  });
+}
+
 zforms_status zforms_fill_file(zforms_form* form, const char* path) {
   if (path == nullptr) return Guarded(form, [] { return ZFORMS_ERROR_ARGUMENT; });
   return FillWith(form, [&] { return form->form.FillFromFile(path); });

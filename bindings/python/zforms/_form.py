@@ -279,6 +279,14 @@ class Form(Mapping[str, Union[str, list[str]]]):
         """
         self._handle.call("zforms_draw")
 
+    def flatten(self, *names: str) -> None:
+        """Makes fields part of the pages: those of these names and below them, else all. They are gone then.
+
+        FormError when there is nothing to flatten, or the form is signed and was opened without `force`.
+        """
+        texts = (ctypes.c_char_p * len(names))(*map(encode, names))
+        self._handle.call("zforms_flatten", texts, len(names))
+
     def save(self, path: Optional[Path] = None, *, new: bool = False) -> None:
         """Saves to a file, by default to the one it was opened from, as an update of its bytes or as a new file."""
         file = self._handle.file if path is None else os.fspath(path)

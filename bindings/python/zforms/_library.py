@@ -51,6 +51,7 @@ _CALLS: dict[str, list[Any]] = {
     "zforms_open_bytes": [c_char_p, c_size_t, c_char_p, c_uint],
     "zforms_add_font": [c_char_p],
     "zforms_draw": [],
+    "zforms_flatten": [_TEXTS, c_size_t],
     "zforms_field_count": [_SIZE],
     "zforms_find_field": [c_char_p, _SIZE],
     "zforms_get_field": [c_size_t, POINTER(FieldInfo)],
