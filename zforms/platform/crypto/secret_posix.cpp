@@ -1,5 +1,5 @@
 #include <nettle/memops.h>
-#include <string.h>
+#include <string.h>  // NOLINT(modernize-deprecated-headers): explicit_bzero is not in <cstring>
 #include <unistd.h>
 
 #include <algorithm>
