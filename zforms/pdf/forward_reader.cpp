@@ -95,7 +95,7 @@ void ZPDFForwardReader::ReadEntries(int depth) {
     NameToken key;
     if (TakeName(&key)) {
       SkipBlanks();
-      ZPDFNode* const value = EntryValue(key, depth);
+      ZPDFNode* const value = encrypter_ == nullptr ? Value(depth + 1) : EntryValue(key, depth);
       keys_.Push(key);
       nodes_.Push(value != nullptr ? value : MissedValue(key, depth));
     } else if (!PassKeyless(depth)) {
@@ -106,10 +106,10 @@ void ZPDFForwardReader::ReadEntries(int depth) {
   at_ += 2;
 }
 
-// Strings that may be a signature's contents are deciphered when the whole dictionary is known.
+// In an encrypted document. Strings that may be a signature's contents are deciphered when the whole dictionary is
+// known.
 ZPDFNode* ZPDFForwardReader::EntryValue(const NameToken& key, int depth) {
-  const bool may_be_clear = encrypter_ != nullptr && at_ != end_ &&
-                            (*at_ == '(' || (*at_ == '<' && !StandsHere('<', '<'))) &&
+  const bool may_be_clear = at_ != end_ && (*at_ == '(' || (*at_ == '<' && !StandsHere('<', '<'))) &&
                             ZPDFNodeDictionary::IsContents(NameText(key));
   if (!may_be_clear) return Value(depth + 1);
   const ZPDFEncrypter* const encrypter = std::exchange(encrypter_, nullptr);
