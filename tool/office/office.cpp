@@ -2,15 +2,14 @@
 
 #include <chrono>
 #include <memory>
-#include <random>
 #include <utility>
 
 #include "tool/office/store_outcome.h"
 #include "tool/office/submitted_fields.h"
 #include "zforms/acroform/change_rules.h"
 #include "zforms/platform/base/clock.h"
-#include "zforms/platform/base/hex.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/crypto/random_token.h"
 #include "zforms/platform/data/field_set.h"
 #include "zforms/platform/host/template_storage.h"
 #include "zforms/platform/http/http_response.h"
@@ -25,16 +24,6 @@ constexpr char kMapSection[] = "Map";
 // The clock's ticks are 100 ns.
 constexpr uint64_t kTicksOfHour = uint64_t{3600} * 10'000'000;
 constexpr uint64_t kTicksOfDay = 24 * kTicksOfHour;
-
-// 128 random bits of the system, in hexadecimal.
-std::string RandomToken() {
-  std::random_device random;
-  std::string token;
-  for (int i = 0; i < 4; i++) {
-    for (unsigned bits = random(), n = 0; n < 8; n++, bits >>= 4) token += kLowerHexDigits[bits & 15];
-  }
-  return token;
-}
 
 // The INI file with the maps of a template, in the same folder.
 Chaine MapFileOf(const Chaine& path) { return path.Mid(0, path.size() - 4) + ".ini"; }

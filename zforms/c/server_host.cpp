@@ -1,12 +1,11 @@
 #include "zforms/c/server_host.h"
 
-#include <random>
 #include <system_error>
 #include <utility>
 
 #include "zforms/acroform/change_rules.h"
-#include "zforms/platform/base/hex.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/crypto/random_token.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/http/http_response.h"
 #include "zforms/xfdf/xfdf.h"
@@ -18,16 +17,6 @@ namespace {
 constexpr uint64_t kFolder = 1;
 constexpr int32_t kYear = 0;
 constexpr char kTokenParam[] = "Form.Token";
-
-// 128 random bits of the system, in hexadecimal.
-std::string RandomToken() {
-  std::random_device random;
-  std::string token;
-  for (int i = 0; i < 4; i++) {
-    for (unsigned bits = random(), n = 0; n < 8; n++, bits >>= 4) token += kLowerHexDigits[bits & 15];
-  }
-  return token;
-}
 
 }  // namespace
 

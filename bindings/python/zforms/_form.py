@@ -308,7 +308,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         'FR'
         """
         if format not in _FORMATS:
-            raise ValueError(f"the format {format!r} is none of {', '.join(_FORMATS)}")
+            raise ValueError(f"the format {format!r} is not one of {', '.join(_FORMATS)}")
         return self._handle.read("zforms_export", _FORMATS[format], int(all))
 
 
