@@ -1,8 +1,5 @@
 #include "zforms/pdf/string_node.h"
 
-#include <array>
-#include <cstdint>
-
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/out_stream.h"
@@ -122,18 +119,6 @@ size_t FindLiteralBody(std::string_view text) {
   return 0;
 }
 
-// The values of digits by a table, which is faster for long texts.
-constexpr std::array<int8_t, 256> DigitTable() {
-  std::array<int8_t, 256> table{};
-  for (int c = 0; c < 256; c++) table[static_cast<size_t>(c)] = static_cast<int8_t>(HexDigit(static_cast<char>(c)));
-  return table;
-}
-
-int DigitOf(char c) {
-  static constexpr std::array<int8_t, 256> kTable = DigitTable();
-  return kTable[static_cast<unsigned char>(c)];
-}
-
 Chaine WithoutWhites(const Chaine& text) {
   const std::string_view view = text;
   size_t i = 0;
@@ -239,8 +224,8 @@ Chaine ZPDFNodeHexaString::Decode(const Chaine& text) {
   const char* const digits = text.data();
   size_t i = 0;
   for (; i + 1 < text.size(); i += 2) {
-    const int high = DigitOf(digits[i]);
-    const int low = DigitOf(digits[i + 1]);
+    const int high = HexDigit(digits[i]);
+    const int low = HexDigit(digits[i + 1]);
     if ((high | low) < 0) break;
     *out++ = static_cast<char>(high << 4 | low);
   }
@@ -267,8 +252,7 @@ ZPDFNodeHexaString* ZPDFNodeHexaString::BuildFrom(ZPDFTokenizedString& text, IPD
 
 void ZPDFNodeHexaString::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
   out.WriteChar('<');
-  const Chaine digits = Encode(Encrypted(GetStringValue(), encrypter));
-  for (size_t i = 0; i < digits.size(); i += 2) out.WriteToken(digits.View().substr(i, 2));
+  out.WriteDigitPairs(Encode(Encrypted(GetStringValue(), encrypter)));
   out.WriteChar('>');
 }
 

@@ -1,5 +1,7 @@
 #include "zforms/appearance/fonts/font_encodings.h"
 
+#include "zforms/appearance/fonts/glyph_list.h"
+
 namespace zforms {
 namespace {
 
@@ -130,6 +132,17 @@ constexpr FontEncoding kZapfDingbats = Listed(
     "a163 a164 a196 a165 a192 a166 a167 a168 a169 a170 a171 a172 a173 a162 a174 a175 a176 a177 a178 a179 a193 a180 "
     "a199 a181 a200 a182 241 a201 a183 a184 a197 a185 a194 a198 a186 a195 a187 a188 a189 a190 a191 ");
 
+template <const FontEncoding& kEncoding>
+const EncodingCharacters& LookedUp() {
+  static const EncodingCharacters characters = [] {
+    constexpr GlyphNames kNames = &kEncoding == &kZapfDingbats ? GlyphNames::kDingbats : GlyphNames::kUsual;
+    EncodingCharacters found{};
+    for (size_t code = 0; code < found.size(); code++) found[code] = GlyphCharacter(kEncoding[code], kNames);
+    return found;
+  }();
+  return characters;
+}
+
 }  // namespace
 
 const FontEncoding& StandardEncoding() { return kStandard; }
@@ -145,6 +158,15 @@ const FontEncoding* EncodingNamed(std::string_view name) {
   if (name == "/PDFDocEncoding") return &kPDFDoc;
   if (name == "/MacExpertEncoding") return &kMacExpert;
   return nullptr;
+}
+
+const EncodingCharacters& CharactersOf(const FontEncoding& encoding) {
+  if (&encoding == &kWinAnsi) return LookedUp<kWinAnsi>();
+  if (&encoding == &kMacRoman) return LookedUp<kMacRoman>();
+  if (&encoding == &kPDFDoc) return LookedUp<kPDFDoc>();
+  if (&encoding == &kMacExpert) return LookedUp<kMacExpert>();
+  if (&encoding == &kSymbol) return LookedUp<kSymbol>();
+  return &encoding == &kZapfDingbats ? LookedUp<kZapfDingbats>() : LookedUp<kStandard>();
 }
 
 }  // namespace zforms

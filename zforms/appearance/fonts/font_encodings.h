@@ -20,4 +20,10 @@ const FontEncoding& ZapfDingbatsEncoding();
 // as older forms have it, PDFDoc. Null for every other name.
 const FontEncoding* EncodingNamed(std::string_view name);
 
+// The characters that the codes of an encoding stand for, 0 where there is none.
+using EncodingCharacters = std::array<char32_t, 256>;
+
+// Those of one of the encodings above. Looked up at the first call for each; any number of threads may call it.
+const EncodingCharacters& CharactersOf(const FontEncoding& encoding);
+
 }  // namespace zforms

@@ -64,10 +64,7 @@ class Reader {
   bool IsType3() const { return is_type3_; }
 
   // 0 where nothing tells it.
-  char32_t CharacterOf(uint8_t code) const {
-    const char32_t named = GlyphCharacter(names_[code], names_are_);
-    return named != 0 ? named : texts_[code];
-  }
+  char32_t CharacterOf(uint8_t code) const { return named_[code] != 0 ? named_[code] : texts_[code]; }
   // Whether readers of the text take the code for that character: "/ToUnicode" says nothing else.
   bool IsTakenFor(uint8_t code, char32_t c) const { return texts_[code] == 0 || texts_[code] == c; }
   // Whether the code shows a glyph of that character.
@@ -136,12 +133,19 @@ class Reader {
         by_name_ = true;
       }
     }
-    if (base != nullptr) std::copy(base->begin(), base->end(), names_.begin());
+    if (base != nullptr) {
+      std::copy(base->begin(), base->end(), names_.begin());
+      named_ = CharactersOf(*base);
+    }
     if (dictionary != nullptr) ReadDifferences(*dictionary);
+  }
+  void Name(size_t code, std::string_view name) {
+    names_[code] = name;
+    named_[code] = GlyphCharacter(name, names_are_);
   }
   void ReadBuiltInNames() {
     for (size_t code = 0; code < names_.size(); code++) {
-      names_[code] = program_->BuiltInName(static_cast<uint8_t>(code));
+      Name(code, program_->BuiltInName(static_cast<uint8_t>(code)));
     }
   }
   void ReadDifferences(const ZPDFNodeDictionary& encoding) {
@@ -156,7 +160,7 @@ class Reader {
       if (NodeCast<ZPDFNodeNumeric>(element) != nullptr) {
         code = element->GetUIntValue();
       } else if (code < names_.size()) {
-        names_[code++] = WithoutSlash(element->GetIdentifier().View());
+        Name(code++, WithoutSlash(element->GetIdentifier().View()));
       }
     }
   }
@@ -198,6 +202,7 @@ class Reader {
   GlyphNames names_are_ = GlyphNames::kUsual;
   std::unique_ptr<ProgramGlyphs> program_;
   std::array<std::string, 256> names_;
+  EncodingCharacters named_{};  // what the names stand for
   std::array<char32_t, 256> texts_{};
 };
 

@@ -7,7 +7,7 @@
 namespace zforms {
 namespace {
 
-// "GLYPH WIDTH... ", in byte order of the glyphs: of the six fonts of Latin text that are not of one width, in the
+// "GLYPH WIDTH... ": of the six fonts of Latin text that are not of one width, in the
 // order Helvetica, Helvetica-Bold, Times-Roman, Times-Bold, Times-Italic, Times-BoldItalic. The oblique Helveticas have
 // the widths of the upright ones; the Couriers have the same glyphs, each 600 wide.
 constexpr std::string_view kLatinText =
@@ -189,17 +189,38 @@ constexpr auto kLatin = Listed<6, 315>(kLatinText);
 constexpr auto kSymbols = Listed<1, 190>(kSymbolText);
 constexpr auto kDingbats = Listed<1, 202>(kDingbatsText);
 
-constexpr auto kByGlyph = [](const auto& a, const auto& b) { return a.glyph < b.glyph; };
-static_assert(std::is_sorted(kLatin.begin(), kLatin.end(), kByGlyph));
-static_assert(std::is_sorted(kSymbols.begin(), kSymbols.end(), kByGlyph));
-static_assert(std::is_sorted(kDingbats.begin(), kDingbats.end(), kByGlyph));
+// The rows by a hash of their glyphs: 1 + the row, 0 for a free slot; a glyph is in the first free slot from that of
+// its hash on.
+using RowIndex = std::array<uint16_t, 1024>;
+
+constexpr size_t SlotOf(std::string_view glyph) {
+  uint32_t hash = 2166136261;  // FNV-1a
+  for (const char c : glyph) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619;
+  return (hash ^ hash >> 15) % RowIndex().size();
+}
 
 template <class Rows>
-std::optional<uint16_t> WidthIn(const Rows& rows, std::string_view glyph, size_t column) {
-  const auto found = std::lower_bound(rows.begin(), rows.end(), glyph,
-                                      [](const auto& row, std::string_view name) { return row.glyph < name; });
-  if (found == rows.end() || found->glyph != glyph) return std::nullopt;
-  return found->widths[column];
+constexpr RowIndex Indexed(const Rows& rows) {
+  RowIndex index{};
+  for (size_t row = 0; row < rows.size(); row++) {
+    size_t slot = SlotOf(rows[row].glyph);
+    while (index[slot] != 0) slot = (slot + 1) % index.size();
+    index[slot] = static_cast<uint16_t>(row + 1);
+  }
+  return index;
+}
+
+constexpr RowIndex kLatinIndex = Indexed(kLatin);
+constexpr RowIndex kSymbolIndex = Indexed(kSymbols);
+constexpr RowIndex kDingbatIndex = Indexed(kDingbats);
+
+template <class Rows>
+std::optional<uint16_t> WidthIn(const Rows& rows, const RowIndex& index, std::string_view glyph, size_t column) {
+  for (size_t slot = SlotOf(glyph); index[slot] != 0; slot = (slot + 1) % index.size()) {
+    const auto& row = rows[index[slot] - 1];
+    if (row.glyph == glyph) return row.widths[column];
+  }
+  return std::nullopt;
 }
 
 // Upright, bold, italic, and bold and italic of each of the three families of text; then the symbol fonts.
@@ -307,13 +328,13 @@ const FontEncoding& StandardFont::Encoding() const {
 
 std::optional<uint16_t> StandardFont::Width(std::string_view glyph) const {
   switch (family) {
-    case FontFamily::kSymbol: return WidthIn(kSymbols, glyph, 0);
-    case FontFamily::kZapfDingbats: return WidthIn(kDingbats, glyph, 0);
-    case FontFamily::kHelvetica: return WidthIn(kLatin, glyph, bold ? 1 : 0);
-    case FontFamily::kTimes: return WidthIn(kLatin, glyph, 2 + (bold ? 1U : 0U) + (italic ? 2U : 0U));
+    case FontFamily::kSymbol: return WidthIn(kSymbols, kSymbolIndex, glyph, 0);
+    case FontFamily::kZapfDingbats: return WidthIn(kDingbats, kDingbatIndex, glyph, 0);
+    case FontFamily::kHelvetica: return WidthIn(kLatin, kLatinIndex, glyph, bold ? 1 : 0);
+    case FontFamily::kTimes: return WidthIn(kLatin, kLatinIndex, glyph, 2 + (bold ? 1U : 0U) + (italic ? 2U : 0U));
     case FontFamily::kCourier: break;
   }
-  if (!WidthIn(kLatin, glyph, 0)) return std::nullopt;
+  if (!WidthIn(kLatin, kLatinIndex, glyph, 0)) return std::nullopt;
   return kCourierWidth;
 }
 

@@ -100,6 +100,7 @@ class ZFORMS_API ZPDFEncryption {
     Chaine key;                                       // up to revision 4
     std::shared_ptr<const SecretBytes<32>> long_key;  // from revision 5 on
     size_t key_bytes = 0;                             // 0 means the stated length
+    Chaine confirmed_by;                              // the "/U" that the key is known to match
     Chaine user_password;                             // found by the owner password
     bool by_owner = false;
     std::optional<bool> owner_rights;
@@ -118,6 +119,7 @@ class ZFORMS_API ZPDFEncryption {
   Chaine StandardComputeO(const Chaine& owner) const;
   Chaine StandardComputeU(const Chaine& key) const;
   bool MatchesUserKey(const Chaine& key) const;
+  bool IsConfirmed() const;
   bool OpenWith(const Chaine& user_password, Opening* opening) const;
   PTableau<Chaine> UserPasswordsBehind(const Chaine& owner) const;
   bool OpenShort(const Chaine& password, bool as_owner, Opening* opening) const;

@@ -151,7 +151,10 @@ bool ZPDFEncryption::OpenWith(const Chaine& user_password, Opening* opening) con
     for (const bool encrypt_metadata : {stated, true}) {
       opening->key = ComputeKey(user_password, bytes, encrypt_metadata);
       opening->key_bytes = bytes;
-      if (MatchesUserKey(opening->key)) return true;
+      if (MatchesUserKey(opening->key)) {
+        opening->confirmed_by = StandardUserKey();
+        return true;
+      }
       if (!is_in_doubt) break;
     }
   }
@@ -196,9 +199,18 @@ bool ZPDFEncryption::Open(const Chaine& password, bool as_owner, Opening* openin
   return opens;
 }
 
+// Whether the key in use is that of "/U", which a host may have changed since the file was opened.
+bool ZPDFEncryption::IsConfirmed() const {
+  const Chaine& user_key = StandardUserKey();
+  if (!opening_.confirmed_by.IsEmpty() && opening_.confirmed_by == user_key) return true;
+  if (!MatchesUserKey(StandardComputedUserEncryptionKey())) return false;
+  opening_.confirmed_by = user_key;
+  return true;
+}
+
 bool ZPDFEncryption::CanBeDecrypted() const {
   if (!IsSupported()) return false;
-  if (opening_.key_bytes != 0 && (HasLongKey() || MatchesUserKey(StandardComputedUserEncryptionKey()))) return true;
+  if (opening_.key_bytes != 0 && (HasLongKey() || IsConfirmed())) return true;
   if (HasLongKey() && opening_.is_refused) return false;
   opening_ = Opening();
   if (Open(user_password_, false, &opening_)) return true;
@@ -212,7 +224,8 @@ bool ZPDFEncryption::HasOwnerRights() const {
   if (opening_.by_owner) return true;
   if (!opening_.owner_rights) {
     Opening ignored;
-    opening_.owner_rights = Open(user_password_, true, &ignored) || Open(Chaine(), true, &ignored);
+    opening_.owner_rights =
+        Open(user_password_, true, &ignored) || (!user_password_.IsEmpty() && Open(Chaine(), true, &ignored));
   }
   return *opening_.owner_rights;
 }

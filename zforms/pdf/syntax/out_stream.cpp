@@ -95,4 +95,15 @@ void ZPDFOutStream::WriteStringBody(std::string_view body) {
   }
 }
 
+void ZPDFOutStream::WriteDigitPairs(std::string_view digits) {
+  const Run run(*this);
+  while (!digits.empty()) {
+    if (column_ + 2 > kLastColumn) NewLine();
+    const size_t length = std::min(digits.size(), (kLastColumn - column_) / 2 * 2);
+    Put(digits.substr(0, length));
+    column_ += length;
+    digits.remove_prefix(length);
+  }
+}
+
 }  // namespace zforms

@@ -72,6 +72,8 @@ class ZFORMS_API ZPDFOutStream {
   // Writes the escaped body of a literal string; continues it on the next line with a backslash and a carriage return,
   // never inside an escape sequence.
   void WriteStringBody(std::string_view body);
+  // Writes the digits of a hexadecimal string, with line breaks between bytes only. Precondition: their number is even.
+  void WriteDigitPairs(std::string_view digits);
 
   // The number of characters since the last line end.
   size_t Column() const { return column_; }

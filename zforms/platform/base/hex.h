@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace zforms {
@@ -7,13 +10,19 @@ namespace zforms {
 inline constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 inline constexpr std::string_view kLowerHexDigits = "0123456789abcdef";
 
+// The values of all characters as digits, -1 for those that are none: a table is faster than comparing.
+inline constexpr std::array<int8_t, 256> kHexDigitValues = [] {
+  std::array<int8_t, 256> values{};
+  values.fill(-1);
+  for (size_t i = 0; i < kHexDigits.size(); i++) {
+    values[static_cast<unsigned char>(kHexDigits[i])] = static_cast<int8_t>(i);
+    values[static_cast<unsigned char>(kLowerHexDigits[i])] = static_cast<int8_t>(i);
+  }
+  return values;
+}();
+
 // The value of a hexadecimal digit in upper or lower case, -1 for any other character.
-constexpr int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
+constexpr int HexDigit(char c) { return kHexDigitValues[static_cast<unsigned char>(c)]; }
 
 // The byte written by up to two hexadecimal digits; reading stops at the first other character.
 constexpr unsigned char HexByte(std::string_view pair) {
