@@ -46,11 +46,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const ZPDFEncryption* const encryption = ZPDFEncryption::CreateStandard("0123456789abcdef", "", "");
   const Chaine text = "7 0 obj " + Chaine(std::string_view(reinterpret_cast<const char*>(data), size));
   const bool plain = text.View().find_first_of(std::string_view("\\#%\0", 4)) == std::string_view::npos;
-  ZPDFNodePool pool;
+  const ZPDFNodePool::User pool = ZPDFNodePool::Make();
   for (const ZPDFEncryption* handler : {encryption, static_cast<const ZPDFEncryption*>(nullptr)}) {
-    const Outcome forward = Read(text, &pool, handler);
+    const Outcome forward = Read(text, pool.get(), handler);
     if (plain && forward.said.empty() && forward != Read(text, nullptr, handler)) std::abort();
-    const Outcome again = Read(Chaine(forward.written), &pool, handler);
+    const Outcome again = Read(Chaine(forward.written), pool.get(), handler);
     if (again.written != forward.written || again.left != 0) std::abort();
     if (forward.said.empty() && (again.tree != forward.tree || !again.said.empty())) std::abort();
   }

@@ -13,9 +13,7 @@ namespace zforms {
 // The value with references resolved; null when the key is absent or its value is the null object, which means absent
 // (ISO 32000-1 7.3.7).
 const ZPDFNode* EntryAt(const ZPDFNodeDictionary& dictionary, std::string_view key);
-inline bool HasEntry(const ZPDFNodeDictionary& dictionary, std::string_view key) {
-  return EntryAt(dictionary, key) != nullptr;
-}
+inline bool HasEntry(const ZPDFNodeDictionary& dictionary, std::string_view key) { return dictionary.Holds(key); }
 
 // The value with references resolved; null when absent or of another kind.
 inline ZPDFNodeDictionary* DictionaryAt(ZPDFNodeDictionary& dictionary, std::string_view key) {

@@ -69,8 +69,10 @@ void ZPDFChildList::ClearKeys() {
 void ZPDFChildList::Free(ZPDFChildList* list) {
   list->ClearKeys();
   if (list->items != list->Inline()) std::free(list->items);
-  if (list->pool_offset != 0) {
-    ZPDFNodePool::GiveBack(list, list->pool_offset);
+  const uint32_t pool_offset = list->pool_offset;
+  list->~ZPDFChildList();
+  if (pool_offset != 0) {
+    ZPDFNodePool::GiveBack(list, pool_offset);
   } else {
     std::free(list);
   }

@@ -18,6 +18,9 @@ class ZPDFNode;
 //
 // A dictionary's list is "keyed" until somebody asks for its entries as nodes: the items are then the values, and the
 // keys are stored beside them. This takes a third of the memory of a node for each entry and key.
+//
+// An item of a keyed list may be "unread": the place of the value's text in the source, instead of a node. A node is
+// made of it when somebody asks for the value. See unread_value.h.
 struct ZPDFChildList {
   static ZPDFChildList* Make(size_t capacity);
   static ZPDFChildList* MakeKeyed(size_t capacity);
@@ -47,6 +50,17 @@ struct ZPDFChildList {
   // True when the entry itself, not only its value, is marked as modified. Keyed lists only.
   bool IsMarked(size_t at) const { return (Tags()[at] & kMark) != 0; }
   bool IsPlain(size_t at) const { return (Tags()[at] & kPlain) != 0; }
+  // The text of an unread item. Precondition: IsUnread(items[at]).
+  std::string_view UnreadText(size_t at) const {
+    const auto place = reinterpret_cast<uintptr_t>(items[at]);
+    return source.View().substr(place >> kOffsetShift, (place & kLengthMask) >> 1);
+  }
+  static bool IsUnread(const ZPDFNode* item) { return (reinterpret_cast<uintptr_t>(item) & 1) != 0; }
+  // The item for a text at this place of the source; null when the place does not fit into an item.
+  static ZPDFNode* MakeUnread(size_t offset, size_t length) {
+    if (offset > kLargestOffset || length > kLengthMask >> 1) return nullptr;
+    return reinterpret_cast<ZPDFNode*>(offset << kOffsetShift | length << 1 | 1);
+  }
   void SetMark(size_t at, bool marked) {
     Tags()[at] = static_cast<uint8_t>(marked ? Tags()[at] | kMark : Tags()[at] & ~kMark);
   }
@@ -63,8 +77,15 @@ struct ZPDFChildList {
   ZPDFNode** items;        // after this header until the list outgrows its first room
   Chaine* keys;            // after the room for the items, followed by the tags; null unless keyed
   ZPDFChildList* retired;  // lists replaced by an assignment, freed with this one
+  // For the unread items: the text that they are parts of, and the memory for their nodes, null for the heap.
+  Chaine source;
+  ZPDFNodePool::User pool;
 
  private:
+  // An unread item has its lowest bit set, which no pointer to a node has. It fits into 32 bits.
+  static constexpr uintptr_t kLengthMask = 0xFFFF;
+  static constexpr int kOffsetShift = 16;
+  static constexpr size_t kLargestOffset = 0xFFFF;
   // A tag is a six-bit hash of a key, so that a search compares one byte for each key; the upper two bits are flags.
   static constexpr uint8_t kMark = 0x80;
   static constexpr uint8_t kPlain = 0x40;

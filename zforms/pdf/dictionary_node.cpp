@@ -11,6 +11,7 @@
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/out_stream.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/pdf/unread_value.h"
 
 namespace zforms {
 namespace {
@@ -75,7 +76,7 @@ std::string_view ZPDFNodeDictionary::KeyAt(size_t index) const {
 
 ZPDFNode* ZPDFNodeDictionary::ValueAt(size_t index) {
   const ZPDFChildList& children = *Children();
-  if (children.keys != nullptr) return children.items[index];
+  if (children.keys != nullptr) return ReadChild(index);
   auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(children.items[index]);
   return entry == nullptr ? nullptr : entry->Value();
 }
@@ -108,6 +109,15 @@ size_t ZPDFNodeDictionary::FindIndexed(std::string_view key) const {
   }
   const size_t found = find(key);
   return found == HashIndex::kNone ? kAbsent : found;
+}
+
+bool ZPDFNodeDictionary::Holds(std::string_view key) const {
+  const size_t at = FindKey(key);
+  if (at == kAbsent) return false;
+  const ZPDFChildList& children = *Children();
+  if (ZPDFChildList::IsUnread(children.items[at]) && !ZPDFUnreadValue::MayRefer(children.UnreadText(at))) return true;
+  const ZPDFNode* const value = ValueAt(at);
+  return value != nullptr && NodeCast<ZPDFNodeNull>(value->GetTarget()) == nullptr;
 }
 
 ZPDFNode* ZPDFNodeDictionary::GetDirect(std::string_view key) {
@@ -208,7 +218,7 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
   ZPDFChildList* children = Children();
   const bool keyed = children == nullptr || children->keys != nullptr;
   if (const size_t at = FindKey(key); at != kAbsent) {
-    if (ValueAt(at) == node) return;
+    if (keyed ? children->items[at] == node : ValueAt(at) == node) return;
     if (keyed) {
       ReplaceChild(at, node);
       children->SetMark(at, true);
@@ -272,7 +282,12 @@ void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypt
       }
       out.Separate();
     }
-    item->SendTo(out, i == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter);
+    const ZPDFEncrypter* const own = i == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter;
+    if (ZPDFChildList::IsUnread(item)) {
+      ZPDFUnreadValue::Write(children->UnreadText(i), out, own);
+    } else {
+      item->SendTo(out, own);
+    }
   }
   if (size > 0) out.NewLine();
   out.WriteToken(">>");

@@ -26,6 +26,8 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
   bool Exist(std::string_view key) const { return FindKey(key) != kAbsent; }
+  // Whether the key has a value other than the null object, with references resolved (ISO 32000-1 7.3.7).
+  bool Holds(std::string_view key) const;
   // The value as stored, null when the key is absent.
   ZPDFNode* GetDirect(std::string_view key);
   const ZPDFNode* GetDirect(std::string_view key) const;

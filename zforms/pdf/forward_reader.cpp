@@ -14,6 +14,7 @@
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/pdf/unread_value.h"
 #include "zforms/platform/base/hex.h"
 #include "zforms/platform/base/number.h"
 
@@ -64,11 +65,12 @@ ZPDFNode* ZPDFForwardReader::Value(int depth) {
 }
 
 ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
+  const char* const start = at_;
   at_ += 2;
   const size_t first_node = nodes_.Size();
   const size_t first_key = keys_.Size();
   open_dictionaries_++;
-  ReadEntries(depth);
+  ReadEntries(depth, start);
   open_dictionaries_--;
   auto* const dictionary = ZPDFNode::MakeParsed<ZPDFNodeDictionary>(pool_, provider_);
   const size_t count = nodes_.Size() - first_node;
@@ -81,6 +83,10 @@ ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
   }
   nodes_.Shrink(first_node);
   keys_.Shrink(first_key);
+  if (std::any_of(list->items, list->items + count, ZPDFChildList::IsUnread)) {
+    list->source = text_.Share({start, static_cast<size_t>(at_ - start)});
+    if (pool_ != nullptr) list->pool = pool_->Share();
+  }
   TellRepeated(*list);
   dictionary->AdoptChildren(list);
   if (encrypter_ != nullptr) {
@@ -90,12 +96,13 @@ ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
 }
 
 // Pushes keys and values up to the end of the dictionary, and reads that end too.
-void ZPDFForwardReader::ReadEntries(int depth) {
+void ZPDFForwardReader::ReadEntries(int depth, const char* dictionary) {
   for (SkipBlanks(); !StandsHere('>', '>'); SkipBlanks()) {
     NameToken key;
     if (TakeName(&key)) {
       SkipBlanks();
-      ZPDFNode* const value = encrypter_ == nullptr ? Value(depth + 1) : EntryValue(key, depth);
+      ZPDFNode* value = UnreadValue(dictionary);
+      if (value == nullptr) value = encrypter_ == nullptr ? Value(depth + 1) : EntryValue(key, depth);
       keys_.Push(key);
       nodes_.Push(value != nullptr ? value : MissedValue(key, depth));
     } else if (!PassKeyless(depth)) {
@@ -104,6 +111,15 @@ void ZPDFForwardReader::ReadEntries(int depth) {
     }
   }
   at_ += 2;
+}
+
+// The place of a simple value in the text of its dictionary; null, with nothing read, for another value.
+ZPDFNode* ZPDFForwardReader::UnreadValue(const char* dictionary) {
+  const size_t length = ZPDFUnreadValue::LengthAt(at_, end_, encrypter_ != nullptr);
+  if (length == 0) return nullptr;
+  ZPDFNode* const place = ZPDFChildList::MakeUnread(static_cast<size_t>(at_ - dictionary), length);
+  if (place != nullptr) at_ += length;
+  return place;
 }
 
 // In an encrypted document. Strings that may be a signature's contents are deciphered when the whole dictionary is

@@ -63,7 +63,8 @@ class ZPDFForwardReader {
   ZPDFNode* MakeNumber(std::string_view number);
   ZPDFNode* MakeKeyword(std::string_view word);
 
-  void ReadEntries(int depth);
+  void ReadEntries(int depth, const char* dictionary);
+  ZPDFNode* UnreadValue(const char* dictionary);
   ZPDFNode* EntryValue(const NameToken& key, int depth);
   ZPDFNode* MissedValue(const NameToken& key, int depth);
   bool PassKeyless(int depth);

@@ -15,6 +15,7 @@
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/pdf/unread_value.h"
 
 namespace zforms {
 namespace {
@@ -35,13 +36,16 @@ ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(ot
   if (from == nullptr) return;
   children_ = from->keys == nullptr ? ZPDFChildList::Make(from->size) : ZPDFChildList::MakeKeyed(from->size);
   for (uint32_t i = 0; i < from->size; i++) {
-    ZPDFNode* const child = from->items[i] == nullptr ? nullptr : from->items[i]->Clone();
+    ZPDFNode* child = from->items[i];
+    if (child != nullptr && !ZPDFChildList::IsUnread(child)) child = child->Clone();
     if (from->keys == nullptr) {
       children_->Append(child);
     } else {
       children_->AppendKeyed(from->keys[i], child, from->IsPlain(i), from->IsMarked(i));
     }
   }
+  children_->source = from->source;
+  if (from->pool != nullptr) children_->pool = from->pool->Share();
 }
 
 void ZPDFNode::operator delete(ZPDFNode* node, std::destroying_delete_t) {
@@ -82,7 +86,9 @@ ZPDFNode::~ZPDFNode() { ReleaseChildren(children_); }
 void ZPDFNode::ReleaseChildren(ZPDFChildList* list) {
   while (list != nullptr) {
     if (--list->refs != 0) return;
-    for (uint32_t i = 0; i < list->size; i++) Destroy(list->items[i]);
+    for (uint32_t i = 0; i < list->size; i++) {
+      if (!ZPDFChildList::IsUnread(list->items[i])) Destroy(list->items[i]);
+    }
     ZPDFChildList* retired = list->retired;
     ZPDFChildList::Free(list);
     list = retired;
@@ -97,7 +103,8 @@ void ZPDFNode::SetObjectProvider(IPDFObjectProvider* provider) {
   if (immutable_) return;
   provider_ = provider;
   for (size_t i = 0; i < Size(); i++) {
-    if (children_->items[i] != nullptr) children_->items[i]->SetObjectProvider(provider);
+    ZPDFNode* const child = children_->items[i];
+    if (child != nullptr && !ZPDFChildList::IsUnread(child)) child->SetObjectProvider(provider);
   }
 }
 
@@ -154,7 +161,7 @@ void ZPDFNode::ReplaceChild(size_t index, ZPDFNode* node) {
   ZPDFChildList* children = EnsureChildren();
   children->GrowTo(index + 1);
   if (children->items[index] == node && node != nullptr) return;
-  Destroy(children->items[index]);
+  if (!ZPDFChildList::IsUnread(children->items[index])) Destroy(children->items[index]);
   if (node == nullptr) {
     children->Remove(index);
   } else {
@@ -162,12 +169,20 @@ void ZPDFNode::ReplaceChild(size_t index, ZPDFNode* node) {
   }
 }
 
+ZPDFNode* ZPDFNode::ReadChild(size_t index) const {
+  ZPDFNode*& child = children_->items[index];
+  if (ZPDFChildList::IsUnread(child)) {
+    child = ZPDFUnreadValue::Read(children_->UnreadText(index), children_->source, provider_, children_->pool.get());
+  }
+  return child;
+}
+
 bool ZPDFNode::SharesChildren() const { return children_ != nullptr && children_->refs > 1; }
 
 void ZPDFNode::MakeEntries() const {
   std::vector<ZPDFNode*> entries(children_->size);
   for (uint32_t i = 0; i < children_->size; i++) {
-    entries[i] = new ZPDFNodeDictionaryEntry(children_->keys[i], children_->items[i], provider_);
+    entries[i] = new ZPDFNodeDictionaryEntry(children_->keys[i], ReadChild(i), provider_);
     if (!children_->IsMarked(i)) {
       entries[i]->SetModified(false, false);
       entries[i]->children_->items[0]->SetModified(false, false);
@@ -205,8 +220,8 @@ void ZPDFNode::SetModified(bool modified, bool recursive) {
   if (!recursive || children_ == nullptr) return;
   for (uint32_t i = 0; i < children_->size; i++) {
     if (children_->keys != nullptr) children_->SetMark(i, modified);
-    ZPDFNode* const child = children_->items[i];
-    if (child == nullptr) continue;
+    ZPDFNode* const child = modified ? ReadChild(i) : children_->items[i];
+    if (child == nullptr || ZPDFChildList::IsUnread(child)) continue;
     if (child->children_ != nullptr) {
       child->SetModified(modified, true);
     } else if (child->modified_ != modified && !child->immutable_) {
@@ -221,8 +236,9 @@ bool ZPDFNode::IsModified() const {
   for (uint32_t i = 0; i < children_->size; i++) {
     const ZPDFNode* child = children_->items[i];
     if (child == nullptr) continue;
-    if (child->modified_ || (child->children_ != nullptr && child->IsModified())) return true;
     if (children_->keys != nullptr && children_->IsMarked(i)) return true;
+    if (ZPDFChildList::IsUnread(child)) continue;
+    if (child->modified_ || (child->children_ != nullptr && child->IsModified())) return true;
   }
   return false;
 }

@@ -138,6 +138,8 @@ class ZFORMS_API ZPDFNode {
   ZPDFChildList* Children() const { return children_; }
   // Precondition: there are no children yet. Takes over the list.
   void AdoptChildren(ZPDFChildList* list) { children_ = list; }
+  // The child as a node, made now if it was not read before. Null for an empty slot. Precondition: index < Size().
+  ZPDFNode* ReadChild(size_t index) const;
   // True when another node shares the list after an assignment.
   bool SharesChildren() const;
   // Marks this as the shared node, which is never changed, marked or deleted.
@@ -150,6 +152,7 @@ class ZFORMS_API ZPDFNode {
   friend const T* NodeCast(const ZPDFNode* node);
   friend class ZPDFForwardReader;
   friend class ZPDFReferenceWalk;
+  friend class ZPDFUnreadValue;
 
   ZPDFChildList* EnsureChildren();
   // Replaces the keys and values of a dictionary's list by entry nodes.

@@ -2,24 +2,36 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace zforms {
 
 // Memory for the nodes of one document, cut from slabs: the nodes of a parsed object are next to each other, and an
-// allocation costs one addition. A slab is freed when its last block is returned, so nodes may outlive the pool. One
-// pool, with its nodes, is used by one thread at a time.
+// allocation costs one addition. A slab is freed when its last block is returned, so nodes may outlive the pool. The
+// pool lives as long as it has users: its document, and the dictionaries with values that are not read yet. One pool,
+// with its nodes, is used by one thread at a time.
 class ZPDFNodePool {
  public:
+  // A user that gives the pool up when it is destroyed.
+  struct GivesUp {
+    void operator()(ZPDFNodePool* pool) const { pool->GiveUp(); }
+  };
+  using User = std::unique_ptr<ZPDFNodePool, GivesUp>;
+
+  static User Make() { return User(new ZPDFNodePool); }
+  User Share() {
+    users_++;
+    return User(this);
+  }
+
   // A block stores its offset in its slab; 0 means memory that is not from a pool.
   struct Block {
     void* memory;
     uint32_t offset;
   };
 
-  ZPDFNodePool() = default;
   ZPDFNodePool(const ZPDFNodePool&) = delete;
   ZPDFNodePool& operator=(const ZPDFNodePool&) = delete;
-  ~ZPDFNodePool() { CloseSlab(); }
 
   // Precondition: bytes <= kLargestBlock. Aligned for pointers.
   Block Take(size_t bytes) {
@@ -43,6 +55,11 @@ class ZPDFNodePool {
     size_t blocks;
   };
 
+  ZPDFNodePool() = default;
+  ~ZPDFNodePool() { CloseSlab(); }
+  void GiveUp() {
+    if (--users_ == 0) delete this;
+  }
   void OpenSlab(size_t bytes);
   void CloseSlab();
   static void Free(Slab* slab);
@@ -51,6 +68,7 @@ class ZPDFNodePool {
   uint32_t at_ = 0;
   uint32_t limit_ = 0;
   uint32_t next_size_ = 0;
+  size_t users_ = 1;
 };
 
 }  // namespace zforms

@@ -9,6 +9,7 @@
 #include "zforms/pdf/numeric_node.h"
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/string_node.h"
+#include "zforms/pdf/unread_value.h"
 
 namespace zforms {
 
@@ -24,6 +25,15 @@ bool ZPDFNode::MayBeOfHost() const {
   }
 }
 
+namespace {
+
+bool IsWithoutReference(const ZPDFChildList& list, uint32_t at) {
+  const ZPDFNode* const item = list.items[at];
+  return item == nullptr || (ZPDFChildList::IsUnread(item) && !ZPDFUnreadValue::MayRefer(list.UnreadText(at)));
+}
+
+}  // namespace
+
 void ZPDFReferenceWalk::From(const ZPDFNode& node) {
   if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(&node)) {
     pending_.push_back(reference);
@@ -36,8 +46,8 @@ void ZPDFReferenceWalk::From(const ZPDFNode& node) {
 void ZPDFReferenceWalk::AddBelow(const ZPDFNode& node) {
   const ZPDFChildList* const children = node.Children();
   for (uint32_t i = 0; children != nullptr && i < children->size; i++) {
-    const ZPDFNode* child = children->items[i];
-    if (child == nullptr) continue;
+    if (IsWithoutReference(*children, i)) continue;
+    const ZPDFNode* child = node.ReadChild(i);
     if (child->kind_ == ZPDFNode::Kind::kReference) {
       pending_.push_back(static_cast<const ZPDFNodeIndirectReference*>(child));
     } else if (child->MayBeOfHost()) {
@@ -51,8 +61,8 @@ void ZPDFReferenceWalk::AddBelow(const ZPDFNode& node) {
 void ZPDFReferenceWalk::Collect(const ZPDFNode& node, std::vector<const ZPDFNodeIndirectReference*>* found) {
   const ZPDFChildList* const children = node.Children();
   for (uint32_t i = 0; children != nullptr && i < children->size; i++) {
-    const ZPDFNode* child = children->items[i];
-    if (child == nullptr) continue;
+    if (IsWithoutReference(*children, i)) continue;
+    const ZPDFNode* child = node.ReadChild(i);
     if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(child)) found->push_back(reference);
     if (child->children_ != nullptr) Collect(*child, found);
   }

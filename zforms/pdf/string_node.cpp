@@ -191,10 +191,22 @@ ZPDFNodeLiteralString* ZPDFNodeLiteralString::BuildFrom(ZPDFTokenizedString& tex
 }
 
 void ZPDFNodeLiteralString::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  Write(out, Encode(Encrypted(GetStringValue(), encrypter)));
+}
+
+void ZPDFNodeLiteralString::Write(ZPDFOutStream& out, std::string_view body) {
   out.WriteChar('(');
-  out.WriteStringBody(Encode(Encrypted(GetStringValue(), encrypter)));
+  out.WriteStringBody(body);
   out.ContinueStringIfFull();
   out.WriteChar(')');
+}
+
+void ZPDFNodeLiteralString::WriteAsRead(ZPDFOutStream& out, std::string_view body, const ZPDFEncrypter* encrypter) {
+  if (encrypter == nullptr || encrypter == ZPDFEncrypterNeutral::Default()) {
+    Write(out, body);
+  } else {
+    Write(out, Encode(encrypter->Encrypt(body)));
+  }
 }
 
 ZPDFNodeHexaString::ZPDFNodeHexaString(IPDFObjectProvider* provider) : ZPDFNodeString(provider, Kind::kHexaString) {}

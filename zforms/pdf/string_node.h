@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string_view>
 #include <utility>
 
 #include "zforms/pdf/node.h"
@@ -45,6 +46,10 @@ class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
 
  private:
   friend class ZPDFNode;
+  friend class ZPDFUnreadValue;
+  // Write a string by its escaped body; the second one by a body that needs no escapes, before it is encrypted.
+  static void Write(ZPDFOutStream& out, std::string_view body);
+  static void WriteAsRead(ZPDFOutStream& out, std::string_view body, const ZPDFEncrypter* encrypter);
   ZPDFNodeLiteralString(Parsed, Chaine value, IPDFObjectProvider* provider)
       : ZPDFNodeString(std::move(value), provider, Kind::kLiteralString) {}
 };

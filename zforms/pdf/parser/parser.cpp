@@ -213,7 +213,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   }
   const size_t reach = file_.search_budget == 0 ? kShortSearch : raw_data_.size() - offset;
   ZPDFTokenizedString text(SousChaine(raw_data_, offset, reach));
-  text.SetDocument(&pool_);
+  text.SetDocument(pool_.get());
   text.SetDiagnostics(&diagnostics_);
   text.SetObject(id.Number(), id.Generation());
   text.TrimLeftComments();

@@ -208,7 +208,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool recovery_ = false;
   ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   FileState file_;
-  ZPDFNodePool pool_;
+  ZPDFNodePool::User pool_ = ZPDFNodePool::Make();
   ZPDFLocations locations_;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   std::unique_ptr<ZPDFEncryption> encryption_;

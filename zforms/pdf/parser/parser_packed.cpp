@@ -50,7 +50,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadPacked(const ZPDFObjectIdentifier& id, u
 
 ZPDFNodeIndirectObject* ZPDFParser::BuildPacked(const ZPDFObjectIdentifier& id, const SousChaine& part) {
   ZPDFTokenizedString text(part);
-  text.SetDocument(&pool_);
+  text.SetDocument(pool_.get());
   text.SetDiagnostics(&packed_diagnostics_);
   ZPDFNodeIndirectObject* object = ZPDFNodeIndirectObject::BuildPacked(text, id, this, encryption_.get());
   if (packed_diagnostics_.Warnings().Size() > 0) {

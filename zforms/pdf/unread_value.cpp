@@ -1,0 +1,153 @@
+#include "zforms/pdf/unread_value.h"
+
+#include "zforms/pdf/forward_reader.h"
+#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/numeric_node.h"
+#include "zforms/pdf/reference_node.h"
+#include "zforms/pdf/string_node.h"
+#include "zforms/pdf/syntax/char_class.h"
+#include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/number.h"
+
+namespace zforms {
+namespace {
+
+bool EndsToken(const char* at, const char* end) { return at == end || Is(*at, kBlankOrSpecial); }
+
+// Each of these gives the end of the token, or null when there is another one.
+
+const char* NameEnd(const char* at, const char* end) {
+  const char* const after = SkipClass(at + 1, end, kPlainName);
+  return after != at + 1 && EndsToken(after, end) ? after : nullptr;
+}
+
+const char* NumberEnd(const char* at, const char* end) {
+  if (*at == '-' || *at == '+') at++;
+  const char* after = SkipClass(at, end, kDigit);
+  if (after != end && *after == '.') after = SkipClass(after + 1, end, kDigit);
+  return after != at && Is(after[-1], kDigit) && EndsToken(after, end) ? after : nullptr;
+}
+
+// Of a reference written as usual, with one blank between its parts.
+const char* ReferenceEnd(const char* at, const char* end) {
+  const char* const number_end = SkipClass(at, end, kDigit);
+  if (number_end == at || number_end == end || *number_end != ' ') return nullptr;
+  const char* const generation_end = SkipClass(number_end + 1, end, kDigit);
+  if (generation_end == number_end + 1 || end - generation_end < 2) return nullptr;
+  const char* const after = generation_end + 2;
+  return generation_end[0] == ' ' && generation_end[1] == 'R' && EndsToken(after, end) ? after : nullptr;
+}
+
+// Of a number, unless it may be the beginning of a reference that is written in another way.
+const char* LoneNumberEnd(const char* at, const char* end) {
+  const char* const after = NumberEnd(at, end);
+  if (after == nullptr) return nullptr;
+  const char* const next = SkipClass(after, end, kBlank);
+  return next != end && (Is(*next, kDigit) || *next == '%') ? nullptr : after;
+}
+
+const char* StringEnd(const char* at, const char* end) {
+  const char* const after = FindClass(at + 1, end, kEscaped);
+  return after != end && *after == ')' ? after + 1 : nullptr;
+}
+
+const char* ArrayEnd(const char* at, const char* end) {
+  for (at = SkipClass(at + 1, end, kBlank); at != end && *at != ']'; at = SkipClass(at, end, kBlank)) {
+    const char* after = *at == '/' ? NameEnd(at, end) : ReferenceEnd(at, end);
+    if (after == nullptr && *at != '/') after = NumberEnd(at, end);
+    if (after == nullptr) return nullptr;
+    at = after;
+  }
+  return at == end ? nullptr : at + 1;
+}
+
+// A number as the node of a reference would write it.
+void WriteIntegral(std::string_view digits, ZPDFOutStream& out) {
+  if (digits.size() < 10 && (digits.size() == 1 || digits.front() != '0')) {
+    out.WriteToken(digits);
+  } else {
+    out.WriteNumber(ParseUInt(digits));
+  }
+}
+
+void WriteReference(std::string_view text, ZPDFOutStream& out) {
+  const size_t blank = text.find(' ');
+  WriteIntegral(text.substr(0, blank), out);
+  out.Separate();
+  WriteIntegral(text.substr(blank + 1, text.size() - blank - 3), out);
+  out.Separate();
+  out.WriteChar('R');
+}
+
+void WriteArray(std::string_view text, ZPDFOutStream& out) {
+  const char* const end = text.data() + text.size();
+  out.WriteChar('[');
+  for (const char* at = SkipClass(text.data() + 1, end, kBlank); *at != ']'; at = SkipClass(at, end, kBlank)) {
+    out.Separate();
+    const char* after = Is(*at, kDigit) ? ReferenceEnd(at, end) : nullptr;
+    if (after != nullptr) {
+      WriteReference({at, static_cast<size_t>(after - at)}, out);
+    } else {
+      after = FindClass(at + 1, end, kBlankOrSpecial);
+      out.WriteToken({at, static_cast<size_t>(after - at)});
+    }
+    out.Separate();
+    at = after;
+  }
+  out.WriteChar(']');
+}
+
+}  // namespace
+
+size_t ZPDFUnreadValue::LengthAt(const char* at, const char* end, bool is_encrypted) {
+  if (at == end) return 0;
+  const char* after = nullptr;
+  switch (*at) {
+    case '/': after = NameEnd(at, end); break;
+    case '(': after = is_encrypted ? nullptr : StringEnd(at, end); break;
+    case '[': after = ArrayEnd(at, end); break;
+    case '<': break;
+    default:
+      after = ReferenceEnd(at, end);
+      if (after == nullptr) after = LoneNumberEnd(at, end);
+  }
+  return after == nullptr ? 0 : static_cast<size_t>(after - at);
+}
+
+ZPDFNode* ZPDFUnreadValue::Read(std::string_view text, const Chaine& source, IPDFObjectProvider* provider,
+                                ZPDFNodePool* pool) {
+  const auto offset = static_cast<size_t>(text.data() - source.data());
+  switch (text.front()) {
+    case '/': return ZPDFNode::MakeParsed<ZPDFNodeIdentifier>(pool, source.Mid(offset, text.size()), provider);
+    case '(':
+      return ZPDFNode::MakeParsed<ZPDFNodeLiteralString>(pool, source.Mid(offset + 1, text.size() - 2), provider);
+    case '[': {
+      ZPDFTokenizedString value(SousChaine(source, offset, text.size()));
+      value.SetDocument(pool);
+      return ZPDFForwardReader(value, provider, nullptr).Read();
+    }
+    default: break;
+  }
+  if (text.back() != 'R') {
+    return ZPDFNode::MakeParsed<ZPDFNodeNumeric>(pool, source.Mid(offset, text.size()), provider);
+  }
+  const size_t blank = text.find(' ');
+  const ZPDFObjectIdentifier id(ParseUInt(text.substr(0, blank)), ParseUInt(text.substr(blank + 1)));
+  return ZPDFNode::MakeParsed<ZPDFNodeIndirectReference>(pool, id, provider);
+}
+
+void ZPDFUnreadValue::Write(std::string_view text, ZPDFOutStream& out, const ZPDFEncrypter* encrypter) {
+  if (text.front() == '(') {
+    ZPDFNodeLiteralString::WriteAsRead(out, text.substr(1, text.size() - 2), encrypter);
+  } else if (text.front() == '[') {
+    WriteArray(text, out);
+  } else if (text.front() != '/' && text.back() == 'R') {
+    WriteReference(text, out);
+  } else {
+    out.WriteToken(text);
+  }
+}
+
+}  // namespace zforms
