@@ -78,15 +78,18 @@ typedef enum zforms_field_part {
   ZFORMS_FIELD_STATE = 6          // the state of number n
 } zforms_field_part;
 
-// The fields in the order of the form's tree, those that only pages show at the end. An index is valid until the next
-// zforms_open.
+// The fields in the order of the form's tree, those that only pages show at the end. An index is valid until the form
+// is opened again or flattened.
 ZFORMS_API zforms_status zforms_field_count(zforms_form* form, size_t* count);
 // The first field of that full name.
 ZFORMS_API zforms_status zforms_find_field(zforms_form* form, const char* name, size_t* index);
+// Describes the field of that index. Its texts are read with zforms_field_text, its places with zforms_get_widget.
 ZFORMS_API zforms_status zforms_get_field(zforms_form* form, size_t index, zforms_field* field);
-// `n` is ignored for a name and a label.
+// A text of the field of that index; `n` is ignored for a name and a label. ZFORMS_ERROR_NOT_FOUND when the field has
+// no text of that number.
 ZFORMS_API zforms_status zforms_field_text(zforms_form* form, size_t index, zforms_field_part part, size_t n,
                                            char* buffer, size_t size, size_t* length);
+// The place of number n, from 0, where a page shows the field of that index.
 ZFORMS_API zforms_status zforms_get_widget(zforms_form* form, size_t index, size_t n, zforms_widget* widget);
 
 // The first value of the field of that full name; empty without a value.
