@@ -10,6 +10,7 @@
 #include "zforms/acroform/acro_form.h"
 #include "zforms/acroform/field_report.h"
 #include "zforms/acroform/field_text.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/filling/form_drawing.h"
@@ -75,6 +76,7 @@ struct ZForm::Implementation {
   void MakeFiller();
   void Fill(ZXFDF& data, uint64_t line);
   void TakeFaults(const Chaine& where);
+  void Compute(const Chaine& where);
   void EndFilling();
   void EndChange();
   FormDrawing& Drawing();
@@ -93,7 +95,8 @@ struct ZForm::Implementation {
   ZFormMessages messages;
   std::set<std::string> said_of_file;
   GuardOptions guard_options;
-  std::unique_ptr<FillingGuard> guard;  // null until something is to be filled
+  std::unique_ptr<FillingGuard> guard;    // null until something is to be filled
+  std::unique_ptr<FieldScripts> scripts;  // null for a form without any that are followed
   bool may_fill = false;
   bool ended = false;  // what goes with the change is gone, and said
   bool draws = false;
@@ -113,6 +116,7 @@ bool ZForm::Implementation::Open(const FormSource& source, const ZFormOptions& o
   drawing.reset();
   changed.clear();
   guard.reset();
+  scripts.reset();
   opened = options;
   draws = options.draw;
   fonts = options.fonts;
@@ -128,6 +132,10 @@ bool ZForm::Implementation::MayFill() {
   if (const std::string why = WhyNotFilled(form); !why.empty()) return Fail(About::kForm, why);
   guard = std::make_unique<FillingGuard>(form, guard_options);
   may_fill = guard->AllowsFilling(&messages);
+  if (may_fill && opened.calculate) {
+    scripts = std::make_unique<FieldScripts>(form);
+    if (const std::string skipped = scripts->Skipped(); !skipped.empty()) Say(Severity::kNote, About::kForm, skipped);
+  }
   return may_fill;
 }
 
@@ -149,19 +157,31 @@ void ZForm::Implementation::TakeFaults(const Chaine& where) {
   }
 }
 
+void ZForm::Implementation::Compute(const Chaine& where) {
+  if (filler == nullptr) return;
+  PTableau<Chaine> warnings;
+  filler->Compute(&warnings);
+  for (const Chaine& text : warnings) Say(Severity::kWarning, About::kData, (where + text).ToString());
+  for (ZAcroFormField* field : filler->TakeChanged()) changed.push_back(field);
+}
+
 void ZForm::Implementation::Fill(ZXFDF& data, uint64_t line) {
   MakeFiller();
   for (const char* column : kFileColumns) {
     if (line != 0 && filler->RuleOf(column) == nullptr) data.Fields().RemoveField(column);
   }
   filler->Fill(data);
-  TakeFaults(line == 0 ? Chaine() : "line " + FormatUInt(line) + ": ");
+  const Chaine where = line == 0 ? Chaine() : "line " + FormatUInt(line) + ": ";
+  TakeFaults(where);
+  Compute(where);
   filler.reset();
   EndFilling();
 }
 
 void ZForm::Implementation::MakeFiller() {
-  filler = std::make_unique<ZCheckedFiller>(form);
+  const auto former = std::exchange(filler, std::make_unique<ZCheckedFiller>(form));
+  if (former != nullptr) filler->Continue(*former);
+  filler->SetScripts(scripts.get());
   filler->SetLocks([this](const Chaine& name) { return guard->LockOf(name); });
   filled_names.clear();
   faults_taken = 0;
@@ -169,12 +189,13 @@ void ZForm::Implementation::MakeFiller() {
 }
 
 FormDrawing& ZForm::Implementation::Drawing() {
-  if (drawing == nullptr) drawing = std::make_unique<FormDrawing>(form, fonts, guard.get());
+  if (drawing == nullptr) drawing = std::make_unique<FormDrawing>(form, fonts, guard.get(), scripts.get());
   return *drawing;
 }
 
 // The existing appearances show the old values.
 void ZForm::Implementation::EndFilling() {
+  Compute(Chaine());
   if (guard == nullptr || (ended && changed.empty()) || form.Parser()->ModifiedObjects().empty()) return;
   if (draws) {
     Drawing().Draw(std::exchange(changed, {}), &messages);
@@ -308,6 +329,7 @@ std::string ZForm::Export(ExportFormat format, bool all) {
 bool ZForm::Draw() {
   Implementation& own = *implementation_;
   if (!own.MayFill()) return false;
+  own.Compute(Chaine());
   const bool is_complete = own.Drawing().DrawAll(&own.messages);
   if (!own.form.Parser()->ModifiedObjects().empty()) own.EndChange();
   return is_complete;

@@ -26,6 +26,10 @@ struct ZFORMS_API ZFormOptions {
   bool force = false;
   bool draw = false;         // draw the fields that are filled in (see Draw), instead of asking viewers to do so
   ZDrawingFonts fonts = {};  // for characters that the form's own fonts lack
+  // Follow the scripts of the form that are calls of the common functions: compute the fields that depend on what is
+  // filled in, refuse numbers that are out of range, and draw values in their formats. The data win over what is
+  // computed, and a difference is a warning.
+  bool calculate = true;
 };
 
 // ZForm is a PDF form for the common host: open it, list its fields, fill it, save it. Texts and paths are UTF-8. The

@@ -23,7 +23,10 @@ enum {
   ZFORMS_RECOVER = 1,   // read a damaged file by searching it for objects; it is then saved as a new file
   ZFORMS_KEEP_XFA = 2,  // leave an XFA form that holds the former values
   ZFORMS_FORCE = 4,     // make the changes that signatures forbid; these are then no longer valid
-  ZFORMS_DRAW = 8       // draw the fields that are filled in, instead of leaving that to viewers
+  ZFORMS_DRAW = 8,      // draw the fields that are filled in, instead of leaving that to viewers
+  // Leave the scripts of the form. Otherwise those that are calls of the common functions are followed: fields are
+  // computed from what is filled in, numbers out of range are refused, values are drawn in their formats.
+  ZFORMS_NO_CALCULATION = 16
 };
 
 // Adds a font file (TrueType or OpenType) for characters that the form's own fonts lack; it precedes those that the

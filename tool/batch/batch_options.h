@@ -24,7 +24,8 @@ struct BatchOptions {
   bool resume = false;
   bool overwrite = false;
   bool recover = false;
-  bool flatten = false;  // the filled forms
+  bool flatten = false;   // the filled forms
+  bool calculate = true;  // see ZFormOptions
   GuardOptions guard;
   DrawingOptions drawing;
 };

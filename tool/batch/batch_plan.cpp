@@ -20,6 +20,11 @@ bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, const Filling
   const std::vector<ZFormField> order = ReportFields(form);
   filler_ = std::make_unique<ZCheckedFiller>(form);
   filler_->SetLocks([&guard](const Chaine& name) { return LockOf(guard, name); });
+  if (options.calculate) {
+    scripts_ = std::make_unique<FieldScripts>(form);
+    filler_->SetScripts(scripts_.get());
+    if (const std::string skipped = scripts_->Skipped(); !skipped.empty()) console.Note(skipped);
+  }
   Reports reports;
   for (const ZFormField& report : order) {
     if (!report.name.empty()) reports.emplace(report.name, &report);

@@ -8,6 +8,7 @@
 
 #include "tool/data/rubrics.h"
 #include "zforms/acroform/field_report.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/filling/row.h"
@@ -66,6 +67,7 @@ class BatchPlan {
   void TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, const ZXFDFMapper::DataFieldRef& reference,
                Console& console);
 
+  std::unique_ptr<FieldScripts> scripts_;   // null when they are left
   std::unique_ptr<ZCheckedFiller> filler_;  // for the form of the plan
   Rubrics rubrics_;
   std::set<std::string> fixed_;  // the rubrics of files, in lower case

@@ -1,11 +1,14 @@
 #include "tool/batch/row_filler.h"
 
+#include "tool/batch/batch_options.h"
+
 namespace zforms::tool {
 
 RowFiller::RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
-                     const std::optional<ZDrawingFonts>& fonts, bool flattens)
+                     const std::optional<ZDrawingFonts>& fonts, const BatchOptions& options)
     : plan_(plan), match_(plan), press_(form, plan.FieldNames(), guard, fonts) {
-  if (flattens) press_.Flatten();
+  if (options.flatten) press_.Flatten();
+  if (!options.calculate) press_.LeaveScripts();
 }
 
 Chaine RowFiller::Fill(const Row& row, ZFormMessages* messages) {

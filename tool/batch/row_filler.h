@@ -14,9 +14,9 @@ namespace zforms::tool {
 // thread; the plan and the guard are shared and must outlive it.
 class RowFiller {
  public:
-  // See FormPress about the fonts.
+  // See FormPress about the fonts; of the options it takes those of the forms.
   RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
-            const std::optional<ZDrawingFonts>& fonts, bool flattens);
+            const std::optional<ZDrawingFonts>& fonts, const BatchOptions& options);
 
   // The form filled with the values of the row, which the fields must accept. What could not be drawn is said.
   Chaine Fill(const Row& row, ZFormMessages* messages);

@@ -182,6 +182,7 @@ bool BatchRun::PrepareFolder() {
   if (options_.guard.force) job = StableHash("--force", job);
   job = StableHash(options_.drawing.draw ? "drawn" : "--draw no", job);
   if (options_.flatten) job = StableHash("--flatten", job);
+  if (!options_.calculate) job = StableHash("--calculate no", job);
   for (const std::string& font : options_.drawing.fonts) job = StableHash(font, job);
   for (const BatchField& field : plan_.Fields()) {
     job = StableHash(field.name + "\n" + field.full_column + "\n" + field.column + "\n" + field.constant.text, job);
@@ -314,7 +315,7 @@ int BatchRun::Run() {
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
   const unsigned jobs = std::min(options_.jobs == 0 ? cores : options_.jobs, kMostJobs);
   std::deque<RowFiller> fillers;
-  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_, *guard_, fonts_, options_.flatten);
+  for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_, *guard_, fonts_, options_);
   std::vector<std::thread> threads;
   for (unsigned i = 1; i < jobs; i++) threads.emplace_back([this, i, &fillers] { Work(i, fillers[i]); });
   Work(0, fillers[0]);

@@ -11,6 +11,7 @@
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_report.h"
 #include "zforms/acroform/page_index.h"
+#include "zforms/calculation/form_scripts.h"
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/crypt/encryption_method.h"
 #include "zforms/pdf/dictionary_node.h"
@@ -166,6 +167,9 @@ int RunCheck(const CheckOptions& options) {
   summary.Line("fields", FieldsText(fields));
   summary.Line("submit buttons", std::to_string(form.SubmitFormButtonCount()));
   for (unsigned i = 0; i < form.SubmitFormButtonCount(); i++) summary.Line("", SubmitText(form.SubmitFormButton(i)));
+  const std::vector<std::string> scripts = DescribeScripts(ScriptsOf(form));
+  summary.Line("scripts", scripts.empty() ? "none" : "");
+  for (const std::string& script : scripts) summary.Line("", script);
   AddRules(rules, fields, &summary);
   if (!Print(Printable(options.file) + "\n" + summary.Text())) console.Fail("standard output cannot be written");
   CheckFile(form, console);

@@ -31,7 +31,8 @@ struct FillOptions {
   bool recover = false;
   GuardOptions guard;
   DrawingOptions drawing;
-  bool flatten = false;  // the filled form; see FlattenOptions
+  bool flatten = false;   // the filled form; see FlattenOptions
+  bool calculate = true;  // see ZFormOptions
 };
 int RunFill(const FillOptions& options);
 

@@ -35,6 +35,17 @@ inline void AddDrawing(CLI::App* command, DrawingOptions* drawing) {
   AddFonts(command, &drawing->fonts);
 }
 
+inline void AddCalculate(CLI::App* command, bool* calculate) {
+  command
+      ->add_option_function<std::string>(
+          "--calculate", [calculate](const std::string& what) { *calculate = what == "yes"; },
+          "\"yes\" computes the fields that depend on what is filled in, refuses numbers that are out of range and "
+          "draws "
+          "values in their formats, where the form's scripts do so by the common functions; \"no\" leaves the scripts.")
+      ->check(CLI::IsMember({"yes", "no"}))
+      ->default_str("yes");
+}
+
 inline void AddForce(CLI::App* command, bool* force) {
   command->add_flag("--force", *force,
                     "Make changes that a signature or a certification forbids; it is then no longer valid. With "

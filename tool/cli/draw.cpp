@@ -2,6 +2,7 @@
 #include "tool/cli/commands.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/filling/form_drawing.h"
 
@@ -17,7 +18,8 @@ int RunDraw(const DrawOptions& options) {
   if (!GuardChange(form, guard_options, console)) return console.Finish();
   const FillingGuard guard(form, guard_options);
   ZFormMessages messages;
-  FormDrawing(form, fonts, &guard).DrawAll(&messages);
+  const FieldScripts scripts(form);
+  FormDrawing(form, fonts, &guard, &scripts).DrawAll(&messages);
   Say(messages, console);
   SaveForm(options.output, form, {false, options.force}, console);
   return console.Finish();

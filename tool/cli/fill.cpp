@@ -17,8 +17,8 @@ int RunFill(const FillOptions& options) {
   if (!OpenFonts(options.drawing, &fonts)) return kFailed;
   ZForm form;
   Console data_console(options.data);
-  const ZFormOptions form_options{options.password,    options.recover,      options.guard.keep_xfa,
-                                  options.guard.force, options.drawing.draw, fonts};
+  const ZFormOptions form_options{options.password,     options.recover, options.guard.keep_xfa, options.guard.force,
+                                  options.drawing.draw, fonts,           options.calculate};
   if (!OpenForm(options.file, form_options, form, console)) return console.Finish();
   if (!form.HasForm()) {
     console.Fail(WhyNoFields(form.Document()));

@@ -12,6 +12,7 @@
 #include "zforms/acroform/change_rules.h"
 #include "zforms/acroform/field.h"
 #include "zforms/appearance/field_drawer.h"
+#include "zforms/calculation/form_scripts.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/crypt/encryption.h"
@@ -316,6 +317,7 @@ int RunImport(const ImportOptions& options) {
   }
   if (!is_classic) Say("a cross-reference table, for cross-reference streams; the file is written as a new file");
   for (const std::string& fault : CheckTemplate(mended)) console.Warn(fault);
+  for (const std::string& script : DescribeScripts(ScriptsOf(mended))) Say(script, "script");
   if (!DrawButtons(mended, &bytes)) {
     console.Fail(mended.Diagnostics().Failure());
     return console.Finish();

@@ -124,6 +124,7 @@ class CommandLine {
     AddRecover(command, &fill_.recover);
     AddGuard(command, &fill_.guard);
     AddDrawing(command, &fill_.drawing);
+    AddCalculate(command, &fill_.calculate);
     command->add_flag("--flatten", fill_.flatten,
                       "Make all fields part of the pages after filling, as \"zforms flatten\" does.");
   }
@@ -232,6 +233,7 @@ class CommandLine {
     AddRecover(command, &batch_.recover);
     AddGuard(command, &batch_.guard);
     AddDrawing(command, &batch_.drawing);
+    AddCalculate(command, &batch_.calculate);
     command->add_flag("--flatten", batch_.flatten,
                       "Make all fields part of the pages after filling, as \"zforms flatten\" does.");
   }

@@ -1,6 +1,7 @@
 #include "tool/pages/drawn_page.h"
 
 #include "tool/office/office.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/form_drawing.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/http/http_response.h"
@@ -34,7 +35,8 @@ class Session : public ZHTTPServerPageXFDFSession {
     ZAcroFormServerForm form;
     if (!office_->Server().PrepareForm(XFDFRequest(), code, ZDocument::eReadOnly, &form)) return SetStatus(404);
     ZFormMessages unsaid;
-    FormDrawing(form, page_->Fonts()).DrawAll(&unsaid);
+    const FieldScripts scripts(form);
+    FormDrawing(form, page_->Fonts(), nullptr, &scripts).DrawAll(&unsaid);
     Chaine bytes;
     ZInetChaineOStream out(bytes);
     if (!form.Save(out)) return SetStatus(500);

@@ -12,12 +12,12 @@ namespace zforms {
 struct ZFieldDrawer::Hidden {
   Hidden(ZAcroForm& drawn, std::shared_ptr<FontLibrary> library)
       : form(drawn), added(drawn.Parser()), fonts(&added, std::move(library)) {
-    widgets.emplace(&added, fonts, &notes);
+    widgets.emplace(&added, fonts, &notes, &shown_of);
   }
 
   void Restart() {
     notes.Clear();
-    widgets.emplace(&added, fonts, &notes);
+    widgets.emplace(&added, fonts, &notes, &shown_of);
     fonts.Restart();
     added.Restart();
   }
@@ -41,6 +41,7 @@ struct ZFieldDrawer::Hidden {
   }
 
   ZAcroForm& form;
+  ShownValueOf shown_of;
   ZDiagnostics notes;
   AddedObjects added;
   FormFonts fonts;
@@ -53,6 +54,10 @@ ZFieldDrawer::ZFieldDrawer(ZAcroForm& form, const ZDrawingFonts& fonts) {
 }
 
 ZFieldDrawer::~ZFieldDrawer() = default;
+
+void ZFieldDrawer::SetShownValues(ShownValueOf shown_of) {
+  if (hidden_ != nullptr) hidden_->shown_of = std::move(shown_of);
+}
 
 bool ZFieldDrawer::Draw(ZAcroFormField& field) { return hidden_ != nullptr && hidden_->Draw(field); }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 
@@ -13,6 +14,12 @@ class ZAcroForm;
 class ZAcroFormField;
 class ZDiagnostics;
 class ZPDFNodeIndirectObject;
+
+// What a widget shows in place of its field's value, for a form that formats it.
+struct ZShownValue {
+  Chaine text;  // UTF-8
+  bool is_red = false;
+};
 
 // ZFieldDrawer draws the values of a form's fields, so that every viewer shows them and none has to draw them itself:
 // each widget gets an appearance stream ("/AP" "/N", ISO 32000-1 12.7.3.3 and 12.5.5) from "/Rect", "/MK", "/BS" or
@@ -30,6 +37,11 @@ class ZFORMS_API ZFieldDrawer {
   ~ZFieldDrawer();
   ZFieldDrawer(const ZFieldDrawer&) = delete;
   ZFieldDrawer& operator=(const ZFieldDrawer&) = delete;
+
+  // Sets a function that says what the widget of a text field or combo box shows for a value in UTF-8, or returns false
+  // when it shows the value itself. Where the cells of a comb are too few for what it says, the value is shown.
+  using ShownValueOf = std::function<bool(const ZAcroFormField& widget, const Chaine& value, ZShownValue* shown)>;
+  void SetShownValues(ShownValueOf shown_of);
 
   // Draws each widget of the field. False when one was not drawn completely, because no font has a character of its
   // value or the value cannot be read; "/NeedAppearances" should then stay (ISO 32000-1 table 218). What does not fit

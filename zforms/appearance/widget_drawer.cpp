@@ -13,6 +13,7 @@
 #include "zforms/pdf/stream_node.h"
 #include "zforms/platform/base/diagnostics.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/text/characters.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
@@ -57,10 +58,12 @@ void AddApart(ContentWriter& out, const std::string& content) {
 
 }  // namespace
 
-WidgetDrawer::WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes)
+WidgetDrawer::WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
+                           const ZFieldDrawer::ShownValueOf* shown_of)
     : work_(kWorkOfDocument + kWorkOfByte * added->Document()->RawData().size()),
       fonts_(fonts),
       notes_(notes),
+      shown_of_(shown_of),
       store_(added, &work_),
       texts_(fonts, &work_),
       choices_(fonts),
@@ -97,8 +100,9 @@ WidgetDrawing WidgetDrawer::Begin(const ZAcroFormField& widget, const WidgetStyl
 // --- text fields and choice fields ---
 
 bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style) {
-  const TextLook look = fonts_.LookOf(widget);
+  TextLook look = fonts_.LookOf(widget);
   const uint32_t flags = widget.InheritedFlags();
+  const Chaine text = TextOf(widget, flags, &look);
   const std::optional<KeptLook> kept = store_.KeptOf(*widget.Dico(), style);
   WidgetDrawing drawing = Begin(widget, style, look, kept ? &*kept : nullptr);
   ContentWriter& out = drawing.out;
@@ -114,7 +118,7 @@ bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style) {
   }
   AddApart(out, "/Tx BMC\nq\n");
   if (kept && (kept->x != 0 || kept->y != 0)) out.Operator("cm", {1, 0, 0, 1, kept->x, kept->y});
-  DrawContent(drawing, flags);
+  DrawContent(drawing, flags, text);
   out.Raw("Q\nEMC");
   AddApart(out, kept && !kept->content.after.empty() ? kept->content.after : "\n");
   work_ -= std::min(work_, kWorkOfWritten * out.Text().size());
@@ -122,15 +126,35 @@ bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style) {
   return Report(drawing);
 }
 
-void WidgetDrawer::DrawContent(WidgetDrawing& drawing, uint32_t flags) {
+Chaine WidgetDrawer::TextOf(const ZAcroFormField& widget, uint32_t flags, TextLook* look) {
+  const bool is_text = widget.InheritedType() == ZAcroFormField::eText;
+  if (!is_text && (flags & ZAcroFormField::kComboFlag) == 0) return {};
+  Chaine text;
+  if (!is_text) {
+    text = choices_.ShownText(widget);
+  } else if (!ReadValue(widget, &text)) {
+    return {};
+  }
+  ZShownValue shown;
+  if (shown_of_ == nullptr || !*shown_of_ || text.IsEmpty() || !(*shown_of_)(widget, text, &shown)) return text;
+  const size_t cells = is_text ? TextDrawer::CellsOf(flags, MaxLengthOf(widget)) : 0;
+  if (cells > 0 && CountCharacters(shown.text) > cells) return text;
+  if (shown.is_red) {
+    look->color = "1 0 0 rg";
+    look->color_space = {};
+    look->color_space_value = nullptr;
+  }
+  return shown.text;
+}
+
+void WidgetDrawer::DrawContent(WidgetDrawing& drawing, uint32_t flags, const Chaine& text) {
   const ZAcroFormField& widget = drawing.widget;
   if (widget.InheritedType() == ZAcroFormField::eText) {
-    Chaine value;
-    if (ReadValue(widget, &value)) texts_.Draw(drawing, value, flags, MaxLengthOf(widget));
+    texts_.Draw(drawing, text, flags, MaxLengthOf(widget));
     const bool is_rich = (flags & TextDrawer::kRichTextFlag) != 0 && widget.HasValueRichText();
     if (is_rich) Fail(widget, "its rich text is drawn as plain text");
   } else if ((flags & ZAcroFormField::kComboFlag) != 0) {
-    texts_.Draw(drawing, choices_.ShownText(widget), 0, 0);
+    texts_.Draw(drawing, text, 0, 0);
   } else {
     choices_.DrawList(drawing);
   }

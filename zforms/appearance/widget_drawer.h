@@ -5,6 +5,7 @@
 #include "zforms/appearance/appearance_store.h"
 #include "zforms/appearance/button_drawing.h"
 #include "zforms/appearance/choice_drawing.h"
+#include "zforms/appearance/field_drawer.h"
 #include "zforms/appearance/field_fonts.h"
 #include "zforms/appearance/text_drawing.h"
 
@@ -17,7 +18,9 @@ class ZDiagnostics;
 // fonts outlive it. One thread at a time.
 class WidgetDrawer {
  public:
-  WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes);
+  // The function, which may be null or empty, says what is shown in place of values.
+  WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
+               const ZFieldDrawer::ShownValueOf* shown_of = nullptr);
 
   // Draws a widget; `index` is its place among those of its field. False when it is not drawn completely, and said.
   bool Draw(ZAcroFormField& widget, size_t index);
@@ -27,7 +30,9 @@ class WidgetDrawer {
                       const KeptLook* kept) const;
   bool DrawValue(ZAcroFormField& widget, const WidgetStyle& style);
   bool DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index);
-  void DrawContent(WidgetDrawing& drawing, uint32_t flags);
+  void DrawContent(WidgetDrawing& drawing, uint32_t flags, const Chaine& text);
+  // What a text field or combo box shows, in UTF-8; its colour may change.
+  Chaine TextOf(const ZAcroFormField& widget, uint32_t flags, TextLook* look);
   // The value that a text field shows, in UTF-8; false when it cannot be read.
   bool ReadValue(const ZAcroFormField& widget, Chaine* utf8);
   bool Report(const WidgetDrawing& drawing);
@@ -38,6 +43,7 @@ class WidgetDrawer {
   size_t work_;
   FieldFonts& fonts_;
   ZDiagnostics* notes_;
+  const ZFieldDrawer::ShownValueOf* shown_of_;
   AppearanceStore store_;
   TextDrawer texts_;
   ChoiceDrawer choices_;

@@ -29,7 +29,9 @@ struct zforms_batch : zforms::c::Handle {
   explicit zforms_batch(zforms_form& form)
       : fill(form.form.Document(), form.guard_options,
              form.draws ? std::optional<zforms::ZDrawingFonts>(form.fonts) : std::nullopt),
-        listener(form.listener) {}
+        listener(form.listener) {
+    if (!form.calculates) fill.LeaveScripts();
+  }
 
   zforms_status Open(ByteSource&& source);
   zforms_status FillRow();

@@ -9,19 +9,21 @@ namespace {
 template <class Open>
 zforms_status OpenWith(zforms_form* form, const char* password, unsigned flags, Open open) {
   return Guarded(form, [&] {
-    if ((flags & ~unsigned{ZFORMS_RECOVER | ZFORMS_KEEP_XFA | ZFORMS_FORCE | ZFORMS_DRAW}) != 0)
-      return ZFORMS_ERROR_ARGUMENT;
+    constexpr unsigned kKnown = ZFORMS_RECOVER | ZFORMS_KEEP_XFA | ZFORMS_FORCE | ZFORMS_DRAW | ZFORMS_NO_CALCULATION;
+    if ((flags & ~kKnown) != 0) return ZFORMS_ERROR_ARGUMENT;
     zforms::ZFormOptions options;
     options.password = TextOr(password, "");
     options.recover = (flags & ZFORMS_RECOVER) != 0;
     options.keep_xfa = (flags & ZFORMS_KEEP_XFA) != 0;
     options.force = (flags & ZFORMS_FORCE) != 0;
     options.draw = (flags & ZFORMS_DRAW) != 0;
+    options.calculate = (flags & ZFORMS_NO_CALCULATION) == 0;
     options.fonts = form->fonts;
     const bool opened = open(options);
     if (opened) {
       form->guard_options = {options.keep_xfa, options.force};
       form->draws = options.draw;
+      form->calculates = options.calculate;
       form->DropFields();
       form->pending.Drop();
     }

@@ -34,6 +34,7 @@ struct zforms_form : zforms::c::Handle {
   zforms::ZForm form;
   zforms::GuardOptions guard_options;
   bool draws = false;
+  bool calculates = true;
   zforms::ZDrawingFonts fonts;
   zforms::c::Listener listener;
   zforms::c::Pending pending;

@@ -6,6 +6,7 @@
 #include "zforms/acroform/button_states.h"
 #include "zforms/acroform/field_text.h"
 #include "zforms/acroform/node_access.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/choice_options.h"
 #include "zforms/filling/near_names.h"
 #include "zforms/filling/rich_text.h"
@@ -106,6 +107,7 @@ const ZFieldRule& ZCheckedFiller::RuleOf(Target& target, const Chaine& name) {
     const auto rule_of = [&](const PTableau<ZAcroFormField*>& same) {
       const auto rule = std::make_shared<ZFieldRule>(same, &index_->options, any_length);
       if (lock_of_ != nullptr) rule->Lock(lock_of_(name));
+      if (scripts_ != nullptr) rule->Limit(scripts_->RangeOf(*same.front()));
       return rule;
     };
     // The first field that can be filled determines the rule.
@@ -194,12 +196,46 @@ bool ZCheckedFiller::Fill(const Chaine& name, const PTableau<Chaine>& values) {
   return ignores_unknown_;
 }
 
+class ZCheckedFiller::Computing final : public FieldScripts::Host {
+ public:
+  Computing(ZCheckedFiller* filler, PTableau<Chaine>* warnings) : filler_(filler), warnings_(warnings) {}
+
+  bool IsGiven(const ZAcroFormField& field) const override { return filler_->given_.contains(&field); }
+
+  void Write(const Chaine& name, const Chaine& value) override {
+    Target* const target = filler_->Find(name);
+    const size_t faults = filler_->faults_.size();
+    // The rule knows what the field held before, and it may have been filled since.
+    target->rule = nullptr;
+    filler_->FillTarget(*target, name, {value}, Chaine());
+    target->rule = nullptr;
+    for (size_t i = faults; i < filler_->faults_.size(); i++) Warn("computed " + filler_->faults_[i].Text().ToString());
+    filler_->faults_.resize(faults);
+  }
+
+  void Warn(std::string text) override { warnings_->emplace_back(text); }
+
+ private:
+  ZCheckedFiller* filler_;
+  PTableau<Chaine>* warnings_;
+};
+
+void ZCheckedFiller::Compute(PTableau<Chaine>* warnings) {
+  if (given_.empty()) return;
+  Computing host(this, warnings);
+  scripts_->Compute(host);
+  given_.clear();
+}
+
 bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTableau<Chaine>& values,
                                 const Chaine& rich_text) {
   const ZFieldRule& rule = RuleOf(target, name);
   const ZFieldRule::Verdict verdict = rule.Judge(values);
   for (const Chaine& fault : verdict.faults) faults_.push_back({name, fault});
   if (verdict.is_unchanged && !rule.IsAlike()) unequal_.push_back(name);
+  if (scripts_ != nullptr && scripts_->HasSums() && verdict.faults.empty()) {
+    given_.insert(target.fields.begin(), target.fields.end());
+  }
   const ZFieldRule::Kind kind = rule.GetKind();
   const bool takes_rich = kind == ZFieldRule::Kind::kText && verdict.faults.empty();
   const bool is_rich = !rich_text.IsEmpty() && takes_rich && rule.WhyLocked().IsEmpty();

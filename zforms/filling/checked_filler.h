@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <unordered_set>
 #include <utility>
 
 #include "zforms/filling/field_rule.h"
@@ -11,6 +12,7 @@
 
 namespace zforms {
 
+class FieldScripts;
 class NearNames;
 class ZAcroForm;
 class ZAcroFormField;
@@ -55,6 +57,10 @@ class ZFORMS_API ZCheckedFiller {
   // only its present value. Set it before the first filling.
   void SetLocks(std::function<Chaine(const Chaine& name)> why) { lock_of_ = std::move(why); }
 
+  // Sets the scripts of the form, which refuse values and compute fields (see Compute); they outlive the filler. Set
+  // them before the first filling.
+  void SetScripts(const FieldScripts* scripts) { scripts_ = scripts; }
+
   // Fills from every field of the document that has a value, including rich text.
   void Fill(const ZXFDF& data);
   // Fills one field; several values are for list boxes. False when a fault was recorded.
@@ -69,6 +75,12 @@ class ZFORMS_API ZCheckedFiller {
   // The fields that got a new value since the last call: those that are to be drawn. One may be there twice.
   PTableau<ZAcroFormField*> TakeChanged() { return std::exchange(changed_, {}); }
 
+  // Computes the fields that depend on those filled since the last call (see FieldScripts::Compute), and adds what is
+  // to be told of it, in UTF-8.
+  void Compute(PTableau<Chaine>* warnings);
+  // Takes over from a filler of the same form which fields were filled.
+  void Continue(ZCheckedFiller& former) { given_ = std::move(former.given_); }
+
   // The values that the fields of that name accept; null when there is no such field.
   std::shared_ptr<const ZFieldRule> RuleOf(const Chaine& name);
   // Suggestions for an unknown name, as the end of a message: "; did you mean adherent.nom?", or nothing.
@@ -81,6 +93,7 @@ class ZFORMS_API ZCheckedFiller {
     std::shared_ptr<const ZFieldRule> rule;  // null until it is needed
   };
   struct Index;
+  class Computing;
 
   void AddUnknown(const Chaine& name, const Chaine& what);
   void FillAll(const ZXFDFFieldCollection& from, const Chaine& above);
@@ -98,6 +111,8 @@ class ZFORMS_API ZCheckedFiller {
   bool defaults_too_ = false;
   bool ignores_unknown_ = false;
   std::function<Chaine(const Chaine& name)> lock_of_;
+  const FieldScripts* scripts_ = nullptr;
+  std::unordered_set<const ZAcroFormField*> given_;
   PTableau<Fault> faults_;
   PTableau<Chaine> unequal_;
   size_t filled_ = 0;

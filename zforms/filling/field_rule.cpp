@@ -7,6 +7,7 @@
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_text.h"
 #include "zforms/acroform/field_values.h"
+#include "zforms/calculation/value_format.h"
 #include "zforms/filling/choice_options.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/platform/base/number.h"
@@ -164,6 +165,11 @@ void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptio
 ZFieldRule::Verdict ZFieldRule::Judge(const PTableau<Chaine>& given) const {
   if (given.empty()) return {};
   Verdict verdict = JudgeValues(given);
+  if (range_ != nullptr && verdict.is_taken && kind_ != Kind::kButton) {
+    const std::string why = range_->WhyNot(verdict.values.front());
+    if (!why.empty()) verdict.faults.emplace_back(why);
+    verdict.is_taken = why.empty();
+  }
   if (IsExported(given)) {
     verdict.is_unchanged = true;
     verdict.faults.clear();

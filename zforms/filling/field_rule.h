@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/containers.h"
@@ -10,6 +11,7 @@ namespace zforms {
 
 class ChoiceOptions;
 class ChoiceOptionsCache;
+class ValueRange;
 class ZAcroFormField;
 
 // ZFieldRule tells which values a field accepts, and converts given values: the display text of an option to its export
@@ -48,6 +50,8 @@ class ZFORMS_API ZFieldRule {
   // Locks the field for that reason: only its present value is accepted. An empty reason unlocks it.
   void Lock(const Chaine& why) { why_locked_ = why; }
   const Chaine& WhyLocked() const { return why_locked_; }
+  // Refuses numbers outside of the range; null for any.
+  void Limit(std::shared_ptr<const ValueRange> range) { range_ = std::move(range); }
 
   Kind GetKind() const { return kind_; }
   // Whether all fields of the name hold the same value.
@@ -74,6 +78,7 @@ class ZFORMS_API ZFieldRule {
   Kind kind_ = Kind::kText;
   Chaine why_not_filled_;
   Chaine why_locked_;
+  std::shared_ptr<const ValueRange> range_;
   bool takes_several_ = false;
   bool is_closed_ = false;    // accepts only its options or states
   size_t max_length_ = 0;     // in characters; 0 for no limit

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "zforms/acroform/field_report.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/checked_filler.h"
 #include "zforms/filling/form_export.h"
 #include "zforms/filling/form_files.h"
@@ -37,6 +38,12 @@ bool ZFormBatch::Prepare(ZFormMessages* messages) {
   guard_->SayWhatGoes(messages);
   filler_ = std::make_unique<ZCheckedFiller>(form_);
   filler_->SetLocks([this](const Chaine& name) { return guard_->LockOf(name); });
+  if (calculates_) {
+    scripts_ = std::make_unique<FieldScripts>(form_);
+    filler_->SetScripts(scripts_.get());
+    const std::string skipped = scripts_->Skipped();
+    if (!skipped.empty()) messages->push_back({Severity::kNote, About::kForm, skipped});
+  }
   for (const ZFormField& field : ReportFields(form_)) {
     if (field.name.empty() || index_.contains(field.name)) continue;
     const auto rule = filler_->RuleOf(field.name);
@@ -45,6 +52,7 @@ bool ZFormBatch::Prepare(ZFormMessages* messages) {
     names_.push_back(field.name);
   }
   press_ = std::make_unique<FormPress>(form_, names_, *guard_, fonts_);
+  if (!calculates_) press_->LeaveScripts();
   return true;
 }
 

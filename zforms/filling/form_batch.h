@@ -17,6 +17,7 @@
 
 namespace zforms {
 
+class FieldScripts;
 class ZCheckedFiller;
 class ZFieldRule;
 
@@ -41,6 +42,8 @@ class ZFORMS_API ZFormBatch {
   ZFormBatch& operator=(const ZFormBatch&) = delete;
   ~ZFormBatch();
 
+  // Leaves what the scripts of the form compute and format (see ZFormOptions::calculate). Call it before Prepare.
+  void LeaveScripts() { calculates_ = false; }
   // Reads the fields of the form. False, with the reason, when nothing may be filled.
   bool Prepare(ZFormMessages* messages);
   // Whether one of the columns fills a field. Precondition, here and below: Prepare returned true.
@@ -66,7 +69,9 @@ class ZFORMS_API ZFormBatch {
   ZAcroForm form_;
   GuardOptions options_;
   std::optional<ZDrawingFonts> fonts_;
+  bool calculates_ = true;
   std::unique_ptr<FillingGuard> guard_;
+  std::unique_ptr<FieldScripts> scripts_;  // null when they are left
   std::unique_ptr<ZCheckedFiller> filler_;
   std::vector<std::string> names_;
   std::unordered_map<std::string, size_t> index_;

@@ -3,14 +3,20 @@
 #include <algorithm>
 
 #include "zforms/acroform/acro_form.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/pdf/dictionary_node.h"
 
 namespace zforms {
 
-FormDrawing::FormDrawing(ZAcroForm& form, const ZDrawingFonts& fonts, const FillingGuard* guard)
+FormDrawing::FormDrawing(ZAcroForm& form, const ZDrawingFonts& fonts, const FillingGuard* guard,
+                         const FieldScripts* scripts)
     : form_(form), guard_(guard != nullptr && guard->HasLocks() ? guard : nullptr), drawer_(form, fonts) {
   List(form.Fields(), false);
+  if (scripts == nullptr || !scripts->HasFormats()) return;
+  drawer_.SetShownValues([this, scripts](const ZAcroFormField& widget, const Chaine& value, ZShownValue* shown) {
+    return Format(*scripts, widget, value, shown);
+  });
 }
 
 FormDrawing::~FormDrawing() = default;
@@ -59,6 +65,24 @@ void FormDrawing::Restart() {
   said_ = 0;
 }
 
+bool FormDrawing::Format(const FieldScripts& scripts, const ZAcroFormField& widget, const Chaine& value,
+                         ZShownValue* shown) {
+  const ValueFormat* const format = scripts.FormatOf(widget);
+  if (format == nullptr) return false;
+  const auto formatted = format->Apply(value);
+  if (formatted) {
+    *shown = {formatted->text, formatted->is_red};
+    return true;
+  }
+  const std::string text = "field \"" + widget.FullNameUTF8().ToString() + "\": \"" + value.ToString() + "\" is not " +
+                           format->What() + ", and is shown as it is";
+  // Several widgets may show the value.
+  if (unfit_ == text) return false;
+  unfit_ = text;
+  unfit_values_.push_back({ZFormMessage::Severity::kWarning, ZFormMessage::About::kForm, text});
+  return false;
+}
+
 bool FormDrawing::DrawEach(const PTableau<ZAcroFormField*>& fields, ZFormMessages* messages) {
   bool is_complete = true;
   for (ZAcroFormField* field : fields) {
@@ -66,6 +90,9 @@ bool FormDrawing::DrawEach(const PTableau<ZAcroFormField*>& fields, ZFormMessage
   }
   is_complete = drawer_.Finish() && is_complete;
   const ZDiagnostics::WarningList& warnings = drawer_.Diagnostics().Warnings();
+  messages->insert(messages->end(), unfit_values_.begin(), unfit_values_.end());
+  unfit_values_.clear();
+  unfit_.clear();
   for (; said_ < warnings.Size(); said_++) {
     messages->push_back(
         {ZFormMessage::Severity::kWarning, ZFormMessage::About::kForm, warnings[said_].text.ToString()});

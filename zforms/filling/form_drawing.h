@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <unordered_map>
 
 #include "zforms/appearance/field_drawer.h"
@@ -10,6 +11,7 @@
 
 namespace zforms {
 
+class FieldScripts;
 class FillingGuard;
 class ZAcroForm;
 class ZAcroFormField;
@@ -23,8 +25,10 @@ class ZAcroFormFieldCollection;
 // One thread at a time.
 class ZFORMS_API FormDrawing {
  public:
-  // Fields that the guard, which may be null, says are locked are left as they are.
-  FormDrawing(ZAcroForm& form, const ZDrawingFonts& fonts, const FillingGuard* guard = nullptr);
+  // Fields that the guard says are locked are left as they are. With the scripts of the form, values are shown in the
+  // formats of their fields. Both may be null, and outlive this object.
+  FormDrawing(ZAcroForm& form, const ZDrawingFonts& fonts, const FillingGuard* guard = nullptr,
+              const FieldScripts* scripts = nullptr);
   ~FormDrawing();
 
   // Draws these fields, in the order of the form; all fields when the form has the request. False when one of them was
@@ -40,12 +44,15 @@ class ZFORMS_API FormDrawing {
 
  private:
   void List(ZAcroFormFieldCollection& fields, bool are_kids);
+  bool Format(const FieldScripts& scripts, const ZAcroFormField& widget, const Chaine& value, ZShownValue* shown);
   bool DrawEach(const PTableau<ZAcroFormField*>& fields, ZFormMessages* messages);
 
   ZAcroForm& form_;
   const FillingGuard* guard_;
   ZFieldDrawer drawer_;
   size_t said_ = 0;
+  std::string unfit_;  // what is said of the last value that is not what its format is for
+  ZFormMessages unfit_values_;
   // The fields, each with its place in the order of the form.
   PTableau<ZAcroFormField*> fields_;
   std::unordered_map<const ZAcroFormField*, size_t> places_;

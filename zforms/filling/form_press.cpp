@@ -7,6 +7,7 @@
 
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/field_text.h"
+#include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/form_drawing.h"
 #include "zforms/filling/form_flattening.h"
 #include "zforms/pdf/dictionary_node.h"
@@ -64,7 +65,8 @@ void FormPress::Keep(ZPDFNodeDictionary* dictionary) {
 // All fields are drawn where the form asks for it.
 void FormPress::KeepFields() {
   const bool keeps_all = fonts_.has_value() && form_->NeedAppearances();
-  const std::set<Chaine> names(names_.begin(), names_.end());
+  std::set<Chaine> names(names_.begin(), names_.end());
+  if (scripts_ != nullptr) names.merge(scripts_->Computed());
   for (const auto& [bytes, fields] : form_->FlatFields()) {
     if (!keeps_all && !names.contains(fields.front()->FullNameUTF8())) continue;
     for (ZAcroFormField* field : fields) Keep(field->Dico());
@@ -90,6 +92,7 @@ void FormPress::Prepare() {
   objects_.clear();
   filler_.reset();
   drawing_.reset();
+  scripts_.reset();
   form_ = std::make_unique<ZAcroForm>(original_);
   dropped_ = guard_.Drop(*form_);
   for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
@@ -98,12 +101,28 @@ void FormPress::Prepare() {
     FormDrawing::RenewRequest(*form_);
     form_->Infos()->Dico()->SetModified(false, true);
   }
+  scripts_ = ScriptsOf(*form_);
   KeepFields();
   FindObjects();
   Keep(form_->Parser()->TrailerDico());
   filler_ = std::make_unique<ZCheckedFiller>(*form_);
   filler_->SetLocks([this](const Chaine& name) { return guard_.LockOf(name); });
-  if (fonts_) drawing_ = std::make_unique<FormDrawing>(*form_, *fonts_, &guard_);
+  filler_->SetScripts(scripts_.get());
+  if (fonts_) drawing_ = std::make_unique<FormDrawing>(*form_, *fonts_, &guard_, scripts_.get());
+}
+
+std::unique_ptr<FieldScripts> FormPress::ScriptsOf(ZAcroForm& form) const {
+  auto scripts = calculates_ ? std::make_unique<FieldScripts>(form) : nullptr;
+  return scripts == nullptr || scripts->IsEmpty() ? nullptr : std::move(scripts);
+}
+
+void FormPress::FillWith(ZCheckedFiller& filler, const std::vector<Value>& values, ZFormMessages* messages) const {
+  for (const Value& value : values) filler.Fill(names_[value.name], value.texts);
+  PTableau<Chaine> warnings;
+  filler.Compute(&warnings);
+  for (const Chaine& text : warnings) {
+    messages->push_back({ZFormMessage::Severity::kWarning, ZFormMessage::About::kData, text.ToString()});
+  }
 }
 
 bool FormPress::IsChanged() const {
@@ -114,10 +133,12 @@ Chaine FormPress::FillFlat(const std::vector<Value>& values, ZFormMessages* mess
   ZAcroForm form(original_);
   ZCheckedFiller filler(form);
   filler.SetLocks([this](const Chaine& name) { return guard_.LockOf(name); });
-  for (const Value& value : values) filler.Fill(names_[value.name], value.texts);
+  const auto scripts = ScriptsOf(form);
+  filler.SetScripts(scripts.get());
+  FillWith(filler, values, messages);
   PTableau<ZAcroFormField*> changed = filler.TakeChanged();
   if (!form.Parser()->ModifiedObjects().empty()) {
-    if (fonts_) FormDrawing(form, *fonts_, &guard_).Draw(std::move(changed), messages);
+    if (fonts_) FormDrawing(form, *fonts_, &guard_, scripts.get()).Draw(std::move(changed), messages);
     guard_.Drop(form);
   }
   if (!FlattenForm(form, {}, guard_.Options(), messages)) return {};
@@ -131,7 +152,7 @@ Chaine FormPress::Fill(const std::vector<Value>& values, ZFormMessages* messages
   if (messages == nullptr) messages = &unsaid;
   if (flattens_) return FillFlat(values, messages);
   if (form_ == nullptr) Prepare();
-  for (const Value& value : values) filler_->Fill(names_[value.name], value.texts);
+  FillWith(*filler_, values, messages);
   PTableau<ZAcroFormField*> changed = filler_->TakeChanged();
   if (!IsChanged()) return form_->RawData();
   if (drawing_ != nullptr) {

@@ -14,6 +14,7 @@
 #include "zforms/platform/base/export.h"
 
 namespace zforms {
+class FieldScripts;
 class FormDrawing;
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
@@ -38,9 +39,11 @@ class ZFORMS_API FormPress {
   // From now on the forms are flattened after filling (see FlattenForm). Each is then made from a copy of its own,
   // since flattening changes many places.
   void Flatten() { flattens_ = true; }
+  // Leaves what the scripts of the form compute and format. Call it before Fill.
+  void LeaveScripts() { calculates_ = false; }
 
-  // The filled form; the fields must accept the values. What could not be drawn is said, unless `messages` is null.
-  // Empty when the form cannot be flattened.
+  // The filled form; the fields must accept the values. What could not be drawn or computed is said, unless `messages`
+  // is null. Empty when the form cannot be flattened.
   Chaine Fill(const std::vector<Value>& values, ZFormMessages* messages = nullptr);
 
  private:
@@ -51,6 +54,8 @@ class ZFORMS_API FormPress {
   };
 
   void Prepare();
+  std::unique_ptr<FieldScripts> ScriptsOf(ZAcroForm& form) const;
+  void FillWith(ZCheckedFiller& filler, const std::vector<Value>& values, ZFormMessages* messages) const;
   void KeepFields();
   void FindObjects();
   void Keep(ZPDFNodeDictionary* dictionary);
@@ -63,7 +68,9 @@ class ZFORMS_API FormPress {
   const FillingGuard& guard_;
   const std::optional<ZDrawingFonts> fonts_;
   bool flattens_ = false;
-  std::unique_ptr<ZAcroForm> form_;  // null when a new copy is needed
+  bool calculates_ = true;
+  std::unique_ptr<ZAcroForm> form_;        // null when a new copy is needed
+  std::unique_ptr<FieldScripts> scripts_;  // null when there are none to follow
   std::unique_ptr<ZCheckedFiller> filler_;
   std::unique_ptr<FormDrawing> drawing_;  // null when viewers draw
   std::vector<Kept> kept_;

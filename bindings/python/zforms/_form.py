@@ -19,7 +19,7 @@ Settable = Union[str, bool, int, float, None, Sequence[str]]
 _NAME, _LABEL, _VALUE, _DEFAULT, _OPTION_VALUE, _OPTION_TEXT, _STATE = range(7)
 _FORMATS = {name: number for number, name in enumerate(["xfdf", "fdf", "json", "jsonl", "csv"])}
 _UPDATE, _NEW_FILE = range(2)
-_RECOVER, _KEEP_XFA, _FORCE, _DRAW = 1, 2, 4, 8
+_RECOVER, _KEEP_XFA, _FORCE, _DRAW, _NO_CALCULATION = 1, 2, 4, 8, 16
 
 
 class Kind(enum.Enum):
@@ -313,13 +313,14 @@ class Form(Mapping[str, Union[str, list[str]]]):
 
 
 def open(file: Union[Path, bytes], *, password: Optional[str] = None, recover: bool = False, keep_xfa: bool = False,
-         force: bool = False, draw: bool = False, fonts: Iterable[Path] = ()) -> Form:
+         force: bool = False, draw: bool = False, fonts: Iterable[Path] = (), calculate: bool = True) -> Form:
     """Opens a PDF form: a file, or its bytes.
 
     `recover` reads a damaged file by searching it for objects. `keep_xfa` leaves an XFA form that holds the former
     values. `force` makes the changes that signatures forbid. `draw` draws the fields that are filled in, instead of leaving
-    that to viewers; `fonts` are font files for characters that the form's own fonts lack. FormError when the document
-    cannot be read.
+    that to viewers; `fonts` are font files for characters that the form's own fonts lack. `calculate` follows the
+    scripts of the form that are calls of the common functions: fields are computed from what is filled in, numbers out
+    of range are refused, and values are drawn in their formats. FormError when the document cannot be read.
 
     >>> import zforms
     >>> zforms.open("missing.pdf")
@@ -328,7 +329,7 @@ def open(file: Union[Path, bytes], *, password: Optional[str] = None, recover: b
     zforms.FormError: missing.pdf: No such file or directory
     """
     form = Form("" if isinstance(file, bytes) else os.fspath(file))
-    flags = recover * _RECOVER + keep_xfa * _KEEP_XFA + force * _FORCE + draw * _DRAW
+    flags = recover * _RECOVER + keep_xfa * _KEEP_XFA + force * _FORCE + draw * _DRAW + (not calculate) * _NO_CALCULATION
     word = None if password is None else encode(password)
     try:
         for font in fonts:

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zforms {
+
+struct ScriptCall;
+class ScriptReader;
+
+// How a field is computed from others: by AFSimple_Calculate, or by an expression in simplified field notation ("a +
+// b * 2"), from which editors make `event.value = AFMakeNumber(getField("a").value) + ...`. Immutable.
+class FieldFormula {
+ public:
+  // The script may have comments. Nothing when it does anything else.
+  static std::optional<FieldFormula> Of(std::string_view script);
+
+  // The full names of the fields that it needs, in UTF-8. All fields below a name are meant.
+  const std::vector<std::string>& Names() const { return names_; }
+  // The result; `numbers` has those of the fields of each of the names. Nothing when it is no finite number.
+  std::optional<double> Evaluate(const std::vector<std::vector<double>>& numbers) const;
+
+ private:
+  enum class Step : unsigned char { kNumber, kField, kAdd, kSubtract, kMultiply, kDivide, kNegate };
+  struct Entry {
+    Step step;
+    double number = 0;
+    size_t name = 0;
+  };
+  enum class Total : unsigned char { kNone, kSum, kProduct, kAverage, kLeast, kMost };
+
+  bool TakeCall(const ScriptCall& call);
+  bool ReadSum(ScriptReader& reader, int depth);
+  bool ReadProduct(ScriptReader& reader, int depth);
+  bool ReadOperand(ScriptReader& reader, int depth);
+  double TotalOf(const std::vector<std::vector<double>>& numbers) const;
+
+  Total total_ = Total::kNone;
+  std::vector<Entry> entries_;  // in the order of their evaluation, operands first
+  std::vector<std::string> names_;
+};
+
+}  // namespace zforms
