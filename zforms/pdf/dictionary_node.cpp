@@ -248,11 +248,6 @@ void ZPDFNodeDictionary::RemoveValue(std::string_view key) {
   SetModified(true, false);
 }
 
-size_t ZPDFNodeDictionary::SignatureContents(const ZPDFEncrypter* encrypter) const {
-  if (!Enciphers(encrypter) || !Exist("/ByteRange")) return kAbsent;
-  return NodeCast<ZPDFNodeString>(GetDirect("/Contents")) == nullptr ? kAbsent : FindKey("/Contents");
-}
-
 void ZPDFNodeDictionary::DecipherContents(const std::function<Chaine(const Chaine&)>& decipher) {
   if (Exist("/ByteRange")) return;
   for (size_t i = 0; i < Size(); i++) {
@@ -268,10 +263,11 @@ bool ZPDFNodeDictionary::IsContents(std::string_view key) { return key == "/Cont
 void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
   const ZPDFChildList* children = Children();
   const size_t size = Size();
-  const size_t in_clear = SignatureContents(encrypter);
+  const bool is_signature = Enciphers(encrypter) && Exist("/ByteRange");
   out.WriteToken("<<");
   for (size_t i = 0; i < size; i++) {
-    const ZPDFNode* item = children->items[i];
+    const bool in_clear = is_signature && IsContents(KeyAt(i)) && NodeCast<ZPDFNodeString>(ValueAt(i)) != nullptr;
+    const ZPDFNode* const item = children->items[i];
     if (item == nullptr) continue;
     out.NewLine();
     if (children->keys != nullptr) {
@@ -282,7 +278,7 @@ void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypt
       }
       out.Separate();
     }
-    const ZPDFEncrypter* const own = i == in_clear ? ZPDFEncrypterNeutral::Default() : encrypter;
+    const ZPDFEncrypter* const own = in_clear ? ZPDFEncrypterNeutral::Default() : encrypter;
     if (ZPDFChildList::IsUnread(item)) {
       ZPDFUnreadValue::Write(children->UnreadText(i), out, own);
     } else {

@@ -84,10 +84,8 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   void SetBoolean(std::string_view key, bool value);
   template <class Node, class Value, class Getter>
   void SetScalar(std::string_view key, const Value& value, Getter getter);
-  // The position of "/Contents" in a signature dictionary, which is not encrypted even in an encrypted file (ISO
-  // 32000-1 7.6.1); kAbsent when this is not a signature or nothing is encrypted.
-  size_t SignatureContents(const ZPDFEncrypter* encrypter) const;
-  // Deciphers "/Contents", which is read as it is, unless this is a signature.
+  // Deciphers "/Contents", which is read as it is, unless this is a signature: there it is not encrypted even in an
+  // encrypted file (ISO 32000-1 7.6.1).
   void DecipherContents(const std::function<Chaine(const Chaine&)>& decipher);
   static bool IsContents(std::string_view key);
   // The position of the leftmost entry of that key.
