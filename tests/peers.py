@@ -16,7 +16,7 @@ import subprocess
 import tempfile
 import time
 
-TIMEOUT = 60
+TIMEOUT = 300  # seconds; generous, because a loaded machine is no fault of the program
 Done = collections.namedtuple("Done", "status out err seconds")
 
 TYPES = {"Tx": "text", "Sig": "sig"}
