@@ -18,6 +18,8 @@ set(ZFORMS_PUBLIC_HEADERS
     platform/base/hash.h
     platform/base/idle_messages.h
     platform/base/number.h
+    platform/base/os_memory.h
+    platform/base/secret_text.h
     platform/text/dictionary_no_case.h
     platform/text/inet_url.h
     platform/text/letter_case.h

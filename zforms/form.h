@@ -11,6 +11,7 @@
 #include "zforms/filling/export_format.h"
 #include "zforms/filling/form_message.h"
 #include "zforms/platform/base/export.h"
+#include "zforms/platform/base/secret_text.h"
 
 namespace zforms {
 
@@ -18,7 +19,7 @@ class ZAcroForm;
 
 // How a form is opened and filled.
 struct ZFORMS_API ZFormOptions {
-  std::string password = {};  // UTF-8; opens an encrypted document
+  SecretString password = {};  // UTF-8; opens an encrypted document
   bool recover = false;       // read a damaged file by searching it for objects; it is then saved as a new file
   bool keep_xfa = false;      // leave an XFA form that holds the former values
   // Make the changes that signatures forbid; these are then no longer valid. Write a new file even when pages or the

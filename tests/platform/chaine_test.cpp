@@ -29,6 +29,16 @@ TEST(ChaineTest, CopiesAndPartsShareLongTextOnly) {
   const Chaine literal = Chaine::Literal(kLong);
   EXPECT_EQ(literal.data(), kLong.data());
   EXPECT_EQ(literal.Mid(7, 30), kLong.substr(7, 30));
+  Chaine few("few");
+  Chaine literal_copy = literal;
+  for (Chaine* wiped : {&copy, &few, &literal_copy}) {
+    wiped->Wipe();
+    EXPECT_EQ(*wiped, "");
+    *wiped += "reused";
+    EXPECT_EQ(*wiped, "reused");
+  }
+  EXPECT_EQ(text, kLong);
+  EXPECT_EQ(literal, kLong);
 }
 
 TEST(ChaineTest, AppendingDisturbsNoOtherWindow) {

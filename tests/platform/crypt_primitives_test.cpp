@@ -242,7 +242,7 @@ TEST(SASLPrepTest, PreparesOrRefuses) {
       {"\x80", nullptr},
   };
   for (const auto& [typed, prepared] : cases) {
-    EXPECT_EQ(SASLPrep(typed), prepared == nullptr ? std::nullopt : std::optional<std::string>(prepared)) << typed;
+    EXPECT_EQ(SASLPrep(typed), prepared == nullptr ? std::nullopt : std::optional<SecretText>(prepared)) << typed;
   }
   EXPECT_EQ(SASLPrep(std::string(1025, 'a')), std::nullopt);
 }

@@ -5,6 +5,7 @@
 
 #include "tool/forms/drawing_options.h"
 #include "zforms/filling/filling_guard.h"
+#include "zforms/platform/base/secret_text.h"
 
 namespace zforms::tool {
 
@@ -18,7 +19,7 @@ struct BatchOptions {
   std::string folder;
   std::string name;
   std::string report;
-  std::string password;
+  SecretString password;
   unsigned jobs = 0;  // 0 for the number of cores
   bool stop_on_error = false;
   bool resume = false;

@@ -9,6 +9,7 @@
 #include "tool/forms/drawing_options.h"
 #include "zforms/filling/export_format.h"
 #include "zforms/filling/filling_guard.h"
+#include "zforms/platform/base/secret_text.h"
 
 namespace zforms::tool {
 
@@ -17,7 +18,7 @@ namespace zforms::tool {
 
 struct FieldsOptions {
   std::string file;
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool json = false;
 };
@@ -27,7 +28,7 @@ struct FillOptions {
   std::string file;
   std::string data;
   std::string output;
-  std::string password;
+  SecretString password;
   bool recover = false;
   GuardOptions guard;
   DrawingOptions drawing;
@@ -40,7 +41,7 @@ struct ExportOptions {
   std::vector<std::string> files;
   ExportFormat format = ExportFormat::kXFDF;
   std::string output;
-  std::string password;
+  SecretString password;
   bool all = false;
   bool recover = false;
   bool spreadsheet = false;
@@ -51,7 +52,7 @@ struct MapOptions {
   std::string file;
   std::string maps;
   std::string section;
-  std::string password;
+  SecretString password;
   std::vector<std::string> rubrics;  // "NAME" or "NAME=FILE"
   bool recover = false;
 };
@@ -61,7 +62,7 @@ int RunBatch(const BatchOptions& options);
 
 struct CheckOptions {
   std::string file;
-  std::string password;
+  SecretString password;
   bool recover = false;
 };
 int RunCheck(const CheckOptions& options);
@@ -69,7 +70,7 @@ int RunCheck(const CheckOptions& options);
 struct RewriteOptions {
   std::string file;
   std::string output;
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool force = false;
   bool decrypt = false;
@@ -79,7 +80,7 @@ int RunRewrite(const RewriteOptions& options);
 struct DrawOptions {
   std::string file;
   std::string output;
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool force = false;
   DrawingOptions drawing;
@@ -90,7 +91,7 @@ struct FlattenOptions {
   std::string file;
   std::string output;
   std::vector<std::string> fields;  // full names; all fields when empty
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool force = false;
 };
@@ -99,20 +100,20 @@ int RunFlatten(const FlattenOptions& options);
 struct PermissionsOptions {
   std::string file;
   std::string output;
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool force = false;
   std::optional<uint32_t> flags;
   std::string encrypt;  // the method; empty to keep it
-  std::string user_password;
-  std::string owner_password;
+  SecretString user_password;
+  SecretString owner_password;
 };
 int RunPermissions(const PermissionsOptions& options);
 
 struct ViewerOptions {
   std::string file;
   std::string output;
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool force = false;
   std::optional<bool> hide_toolbar;
@@ -127,7 +128,7 @@ int RunViewer(const ViewerOptions& options);
 struct ShowOptions {
   std::string file;
   std::string object;
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool data = false;
 };

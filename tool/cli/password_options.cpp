@@ -11,19 +11,19 @@ constexpr const char* kVariable = "ZFORMS_PASSWORD";
 constexpr size_t kMostOfFile = 4096;
 
 // The first line of the file, without its end.
-std::string ReadPassword(const std::string& option, const std::string& path) {
-  Chaine bytes;
+SecretString ReadPassword(const std::string& option, const std::string& path) {
+  SecretText bytes;
   std::string error;
   if (!ReadFile(Chaine(path), &bytes, &error, {kMostOfFile, {}})) {
     throw CLI::ValidationError(option, "cannot read " + path + ": " + error);
   }
   const std::string_view text = bytes;
-  return std::string(text.substr(0, text.find_first_of("\r\n")));
+  return SecretString(text.substr(0, text.find_first_of("\r\n")));
 }
 
 }  // namespace
 
-void AddSecret(CLI::App* command, const std::string& name, std::string* password, const std::string& help,
+void AddSecret(CLI::App* command, const std::string& name, SecretString* password, const std::string& help,
                CLI::Option* needed) {
   CLI::Option* const typed = command->add_option(name, *password, help);
   const std::string from_file = name + "-file";
@@ -36,7 +36,7 @@ void AddSecret(CLI::App* command, const std::string& name, std::string* password
   file->needs(needed);
 }
 
-void AddPassword(CLI::App* command, std::string* password) {
+void AddPassword(CLI::App* command, SecretString* password) {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): read before there are other threads.
   if (const char* const set = std::getenv(kVariable)) *password = set;
   AddSecret(command, "--password", password,

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "zforms/platform/base/secret_text.h"
+
 namespace CLI {  // NOLINT(readability-identifier-naming): that library's name.
 class App;
 }
@@ -34,7 +36,7 @@ struct ImportOptions {
   std::string file;
   std::vector<std::string> labels;
   std::string output;
-  std::string password;
+  SecretString password;
   bool recover = false;
   bool force = false;
 };

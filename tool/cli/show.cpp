@@ -96,7 +96,7 @@ int RunShow(const ShowOptions& options) {
   parser.SetRecovery(options.recover);
   parser.SetEncryptions(ZPDFEncryptions::kAll);
   if (!ReadInput(options.file, &bytes, console, ZPDFParser::InputLimits(options.recover))) return console.Finish();
-  for (const Chaine& password : PasswordForms(options.password)) {
+  for (const SecretText& password : PasswordForms(options.password)) {
     if (!parser.ReadFromRaw(bytes, password)) {
       const Chaine reason = parser.Diagnostics().Failure();
       console.Fail(reason +

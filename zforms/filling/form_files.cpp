@@ -15,7 +15,7 @@ namespace {
 using Remedy = ZFormMessage::Remedy;
 
 bool Load(const FormSource& source, const std::string& password, ZAcroForm& form) {
-  for (const Chaine& bytes_of_it : PasswordForms(password)) {
+  for (const SecretText& bytes_of_it : PasswordForms(password)) {
     if (source.bytes == nullptr) {
       if (form.Load(Chaine(source.path), bytes_of_it)) return true;
       continue;
@@ -42,9 +42,9 @@ bool IsSameFile(const Chaine& a, const std::string& b) {
 
 }  // namespace
 
-std::vector<Chaine> PasswordForms(const std::string& password) {
-  const Chaine typed(password);
-  const Chaine encoded = UTF8ToPDFText(typed);
+std::vector<SecretText> PasswordForms(const std::string& password) {
+  const SecretText typed(password);
+  const SecretText encoded = UTF8ToPDFText(typed);
   if (encoded == typed) return {typed};
   return {encoded, typed};
 }

@@ -6,6 +6,7 @@
 #include "zforms/filling/form_message.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/export.h"
+#include "zforms/platform/base/secret_text.h"
 
 namespace zforms {
 
@@ -45,6 +46,6 @@ ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);
 
 // The possible bytes of a password: up to revision 4 it is in PDFDocEncoding (ISO 32000-1 7.6.3.3), but some writers
 // used the terminal's UTF-8, in which it is from revision 5 on.
-ZFORMS_API std::vector<Chaine> PasswordForms(const std::string& password);
+ZFORMS_API std::vector<SecretText> PasswordForms(const std::string& password);
 
 }  // namespace zforms

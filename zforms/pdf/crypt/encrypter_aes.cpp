@@ -37,7 +37,7 @@ ZPDFEncrypterAES ZPDFEncrypterAES::ForOneObject(const Chaine& key) {
 }
 
 ZPDFEncrypterAES::ZPDFEncrypterAES(const ZPDFEncrypterAES& other) = default;
-ZPDFEncrypterAES::~ZPDFEncrypterAES() { WipeText(&key_); }
+ZPDFEncrypterAES::~ZPDFEncrypterAES() = default;
 
 ZPDFEncrypterAES* ZPDFEncrypterAES::Clone() const { return new ZPDFEncrypterAES(*this); }
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/platform/base/secret_text.h"
 
 namespace zforms {
 
@@ -31,7 +32,7 @@ class ZPDFEncrypterAES final : public ZPDFEncrypter {
  private:
   ZPDFEncrypterAES();
 
-  Chaine key_;  // empty when it is prepared
+  SecretText key_;  // empty when it is prepared
   mutable std::shared_ptr<const AES> encrypt_, decrypt_;
 };
 

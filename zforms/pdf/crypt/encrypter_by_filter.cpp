@@ -16,7 +16,7 @@ ZPDFFilterKeys::ZPDFFilterKeys(ZPDFCryptFilters filters, const SecretBytes<32>& 
       encrypts_metadata_(encrypts_metadata),
       aes_256_(std::make_unique<ZPDFEncrypterAES>(file_key.View())) {}
 
-ZPDFFilterKeys::~ZPDFFilterKeys() { WipeText(&file_key_); }
+ZPDFFilterKeys::~ZPDFFilterKeys() = default;
 
 ZPDFCryptMethod ZPDFFilterKeys::MethodOf(const ZPDFStreamTraits& stream) const {
   if (stream.type == "/XRef") return ZPDFCryptMethod::kNone;
@@ -29,7 +29,7 @@ std::unique_ptr<ZPDFEncrypter> ZPDFFilterKeys::Make(ZPDFCryptMethod method, cons
   const bool has_short_key = aes_256_ == nullptr;
   if (method == ZPDFCryptMethod::kRC4 && has_short_key) return std::make_unique<ZPDFEncrypterStandard>(file_key_, id);
   if (method == ZPDFCryptMethod::kAESV2 && has_short_key) {
-    const Chaine key = ObjectKeyOf(file_key_, id, true);
+    const SecretText key = ObjectKeyOf(file_key_, id, true);
     if (key.size() == 16) return std::make_unique<ZPDFEncrypterAES>(ZPDFEncrypterAES::ForOneObject(key));
   }
   if (method == ZPDFCryptMethod::kAESV3 && aes_256_ != nullptr) return std::make_unique<ZPDFEncrypterAES>(*aes_256_);

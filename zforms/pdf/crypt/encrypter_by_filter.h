@@ -5,6 +5,7 @@
 #include "zforms/pdf/crypt/crypt_filters.h"
 #include "zforms/pdf/object_identifier.h"
 #include "zforms/pdf/syntax/encrypter.h"
+#include "zforms/platform/base/secret_text.h"
 #include "zforms/platform/crypto/secret.h"
 
 namespace zforms {
@@ -29,7 +30,7 @@ class ZPDFFilterKeys {
 
  private:
   ZPDFCryptFilters filters_;
-  Chaine file_key_;
+  SecretText file_key_;
   bool encrypts_metadata_;
   // The long key serves all objects as it is; null with a short one.
   std::unique_ptr<const ZPDFEncrypterAES> aes_256_;

@@ -53,20 +53,11 @@ ZPDFEncryption& ZPDFEncryption::operator=(const ZPDFEncryption& other) {
   return *this;
 }
 
-ZPDFEncryption::~ZPDFEncryption() {
-  Forget();
-  WipeText(&user_password_);
-}
-
-void ZPDFEncryption::Forget() {
-  WipeText(&opening_.key);
-  WipeText(&opening_.user_password);
-  opening_ = Opening();
-}
+ZPDFEncryption::~ZPDFEncryption() = default;
 
 void ZPDFEncryption::SetEncryptions(ZPDFEncryptions encryptions) {
   encryptions_ = encryptions;
-  Forget();
+  opening_ = Opening();
 }
 
 const Chaine& ZPDFEncryption::Filter() const { return dictionary_->GetIdentifier("/Filter"); }

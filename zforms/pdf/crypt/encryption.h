@@ -7,6 +7,7 @@
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/containers.h"
+#include "zforms/platform/base/secret_text.h"
 
 namespace zforms {
 
@@ -23,8 +24,8 @@ class SecretBytes;
 // makes new dictionaries. Supports RC4 with keys of 40 to 128 bits ("/V" 1 and 2, "/R" 2 and 3) and, where
 // SetEncryptions allows it, crypt filters with RC4 and AES ("/V" 4 and 5, "/R" 4 to 6).
 //
-// Copies are deep: each owns its dictionary. Keys and passwords of up to 16 bytes are wiped when it is destroyed;
-// longer ones may share their bytes with other texts, and are only released. One thread at a time.
+// Copies are deep: each owns its dictionary. Keys and passwords are wiped when it is destroyed; a password that a host
+// gave is the host's to wipe (Chaine::Wipe). One thread at a time.
 class ZFORMS_API ZPDFEncryption {
  public:
   using Encrypter = ZPDFEncrypter;
@@ -97,11 +98,11 @@ class ZFORMS_API ZPDFEncryption {
  private:
   // What opening the file has found.
   struct Opening {
-    Chaine key;                                       // up to revision 4
+    SecretText key;                                   // up to revision 4
     std::shared_ptr<const SecretBytes<32>> long_key;  // from revision 5 on
     size_t key_bytes = 0;                             // 0 means the stated length
     Chaine confirmed_by;                              // the "/U" that the key is known to match
-    Chaine user_password;                             // found by the owner password
+    SecretText user_password;                         // found by the owner password
     bool by_owner = false;
     std::optional<bool> owner_rights;
     std::shared_ptr<const ZPDFFilterKeys> filter_keys;  // null until they are needed, and without crypt filters
@@ -110,18 +111,17 @@ class ZFORMS_API ZPDFEncryption {
 
   static ZPDFEncryption* Create(std::unique_ptr<ZPDFNodeDictionary> dictionary, const Chaine& file_identifier);
   bool HasLongKey() const { return StandardRevision() >= 5; }
-  void Forget();
-  const Chaine& KeyPassword() const { return opening_.by_owner ? opening_.user_password : user_password_; }
+  const SecretText& KeyPassword() const { return opening_.by_owner ? opening_.user_password : user_password_; }
   // The possible lengths of the key in bytes, the most likely one first.
   PTableau<size_t> KeySizes() const;
   size_t KeyBytes() const;
-  Chaine ComputeKey(const Chaine& user_password, size_t length, bool encrypt_metadata) const;
+  SecretText ComputeKey(const Chaine& user_password, size_t length, bool encrypt_metadata) const;
   Chaine StandardComputeO(const Chaine& owner) const;
   Chaine StandardComputeU(const Chaine& key) const;
   bool MatchesUserKey(const Chaine& key) const;
   bool IsConfirmed() const;
   bool OpenWith(const Chaine& user_password, Opening* opening) const;
-  PTableau<Chaine> UserPasswordsBehind(const Chaine& owner) const;
+  PTableau<SecretText> UserPasswordsBehind(const Chaine& owner) const;
   bool OpenShort(const Chaine& password, bool as_owner, Opening* opening) const;
   bool OpenLong(const Chaine& password, bool as_owner, Opening* opening) const;
   bool Open(const Chaine& password, bool as_owner, Opening* opening) const;
@@ -130,7 +130,7 @@ class ZFORMS_API ZPDFEncryption {
 
   ZPDFNodeDictionary* dictionary_;
   std::unique_ptr<ZPDFNodeDictionary> owned_dictionary_;
-  Chaine user_password_;
+  SecretText user_password_;
   Chaine file_identifier_;
   ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   mutable Opening opening_;

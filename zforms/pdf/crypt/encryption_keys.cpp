@@ -31,7 +31,10 @@ constexpr std::string_view kPadding =
     "\x28\xBF\x4E\x5E\x4E\x75\x8A\x41\x64\x00\x4E\x56\xFF\xFA\x01\x08"
     "\x2E\x2E\x00\xB6\xD0\x68\x3E\x80\x2F\x0C\xA9\xFE\x64\x53\x69\x7A"sv;
 
-Chaine Padded(const Chaine& password) { return (password + kPadding).Mid(0, kPaddedLength); }
+SecretText Padded(const Chaine& password) {
+  const SecretText longer = password + kPadding;
+  return longer.Mid(0, kPaddedLength);
+}
 
 Chaine RC4Of(std::string_view key, std::string_view data) { return RC4(key).Apply(data); }
 
@@ -40,8 +43,8 @@ void AppendLowBytes(Chaine* out, uint32_t value, int count) {
   for (int i = 0; i < count; i++) out->Append(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
 
-Chaine XoredWith(const Chaine& key, int value) {
-  Chaine result;
+SecretText XoredWith(const Chaine& key, int value) {
+  SecretText result;
   char* out = result.AppendUninitialized(key.size());
   for (const char c : key.View()) *out++ = static_cast<char>(static_cast<unsigned char>(c) ^ value);
   return result;
@@ -55,9 +58,9 @@ Chaine RC4Rounds(const Chaine& key, Chaine data) {
 
 // A password for revisions 5 and 6. Bytes that are not allowed are taken as they are: the file may have been written
 // so.
-Chaine PreparedForOpening(const Chaine& password) {
-  const std::optional<std::string> prepared = SASLPrep(password);
-  return prepared ? Chaine(*prepared) : password;
+SecretText PreparedForOpening(const Chaine& password) {
+  std::optional<SecretText> prepared = SASLPrep(password);
+  return prepared ? *std::move(prepared) : SecretText(password);
 }
 
 }  // namespace
@@ -80,13 +83,17 @@ size_t ZPDFEncryption::KeyBytes() const {
   return AlgorithmCode() == 4 ? kDigestLength : AlgorithmCode() == 5 ? kLongKeyLength : KeyLength() / 8;
 }
 
-Chaine ZPDFEncryption::ComputeKey(const Chaine& user_password, size_t length, bool encrypt_metadata) const {
-  Chaine material = Padded(user_password) + StandardOwnerKey();
+SecretText ZPDFEncryption::ComputeKey(const Chaine& user_password, size_t length, bool encrypt_metadata) const {
+  constexpr size_t kNumbers = 8;  // the permissions, and those of the metadata
+  SecretText material;
+  material.Reserve(kPaddedLength + StandardOwnerKey().size() + file_identifier_.size() + kNumbers);
+  material += Padded(user_password);
+  material += StandardOwnerKey();
   AppendLowBytes(&material, StandardFlags(), 4);
   material += file_identifier_;
   if (StandardRevision() > 2 && !encrypt_metadata) material += "\xFF\xFF\xFF\xFF";
   length = std::min(length, kDigestLength);
-  Chaine digest = MD5Of(material);
+  SecretText digest = MD5Of(material);
   if (StandardRevision() > 2) {
     for (int i = 0; i < kExtraRounds; i++) digest = MD5Of(digest.Mid(0, length));
   }
@@ -101,7 +108,7 @@ const Chaine& ZPDFEncryption::StandardComputedUserEncryptionKey() const {
 }
 
 Chaine ZPDFEncryption::StandardComputeO(const Chaine& owner) const {
-  Chaine digest = MD5Of(Padded(owner.IsEmpty() ? KeyPassword() : owner));
+  SecretText digest = MD5Of(Padded(owner.IsEmpty() ? KeyPassword() : owner));
   if (StandardRevision() > 2) {
     for (int i = 0; i < kExtraRounds; i++) digest = MD5Of(digest);
   }
@@ -124,17 +131,17 @@ bool ZPDFEncryption::MatchesUserKey(const Chaine& key) const {
 
 // The padded user passwords that an owner password may stand for (ISO 32000-1 algorithm 7). Writers disagree on the
 // length of the key in the rounds where it is shorter than a digest.
-PTableau<Chaine> ZPDFEncryption::UserPasswordsBehind(const Chaine& owner) const {
-  PTableau<Chaine> found;
-  Chaine digest = MD5Of(Padded(owner));
+PTableau<SecretText> ZPDFEncryption::UserPasswordsBehind(const Chaine& owner) const {
+  PTableau<SecretText> found;
+  SecretText digest = MD5Of(Padded(owner));
   const bool has_rounds = StandardRevision() > 2;
   for (int i = 0; has_rounds && i < kExtraRounds; i++) digest = MD5Of(digest);
   for (const size_t bytes : KeySizes()) {
-    const Chaine key = digest.Mid(0, bytes);
+    const SecretText key = digest.Mid(0, bytes);
     if (!has_rounds) found.push_back(RC4Of(key, StandardOwnerKey()));
     if (!has_rounds) continue;
-    for (const Chaine& round_key : {key, digest}) {
-      Chaine data = StandardOwnerKey();
+    for (const SecretText& round_key : {key, digest}) {
+      SecretText data = StandardOwnerKey();
       for (int round = kKeyRounds; round > 0; round--) data = RC4Of(XoredWith(round_key, round), data);
       found.push_back(RC4Of(key, data));
       if (bytes == kDigestLength) break;
@@ -163,7 +170,7 @@ bool ZPDFEncryption::OpenWith(const Chaine& user_password, Opening* opening) con
 
 bool ZPDFEncryption::OpenShort(const Chaine& password, bool as_owner, Opening* opening) const {
   if (!as_owner) return OpenWith(password, opening);
-  for (const Chaine& user_password : UserPasswordsBehind(password)) {
+  for (const SecretText& user_password : UserPasswordsBehind(password)) {
     if (!OpenWith(user_password, opening)) continue;
     opening->user_password = user_password;
     return true;
@@ -180,8 +187,8 @@ bool ZPDFEncryption::OpenLong(const Chaine& password, bool as_owner, Opening* op
   if (!Damage().IsEmpty()) return false;
   const ZPDFPasswordKind kind = as_owner ? ZPDFPasswordKind::kOwner : ZPDFPasswordKind::kUser;
   const ZPDFLongKeyStrings strings = LongKeyStrings();
-  const Chaine prepared = PreparedForOpening(password);
-  for (const Chaine& bytes : {prepared, password}) {
+  const SecretText prepared = PreparedForOpening(password);
+  for (const Chaine& bytes : {Chaine(prepared), password}) {
     auto key = std::make_shared<ZPDFLongKey>();
     if (OpenLongKey(strings, StandardRevision(), kind, bytes, key.get())) {
       opening->long_key = std::move(key);
@@ -296,14 +303,14 @@ ZPDFEncryption* ZPDFEncryption::CreateAES256(const Chaine& user_password, const 
 
 bool ZPDFEncryption::SetPasswords(const Chaine& user, const Chaine& owner) {
   if (HasLongKey()) return SetLongKey(user, owner);
-  Forget();
+  opening_ = Opening();
   user_password_ = user;
   return SetOwnerPassword(owner);
 }
 
 bool ZPDFEncryption::SetOwnerPassword(const Chaine& owner) {
   if (HasLongKey()) return SetLongKey(user_password_, owner);
-  WipeText(&opening_.key);
+  opening_.key.Wipe();
   opening_.owner_rights.reset();
   opening_.filter_keys.reset();
   opening_.is_refused = false;
@@ -313,13 +320,13 @@ bool ZPDFEncryption::SetOwnerPassword(const Chaine& owner) {
 }
 
 bool ZPDFEncryption::SetLongKey(const Chaine& user, const Chaine& owner) {
-  const std::optional<std::string> prepared_user = SASLPrep(user);
-  const std::optional<std::string> prepared_owner = SASLPrep(owner.IsEmpty() ? user : owner);
+  const std::optional<SecretText> prepared_user = SASLPrep(user);
+  const std::optional<SecretText> prepared_owner = SASLPrep(owner.IsEmpty() ? user : owner);
   if (!prepared_user || !prepared_owner || StandardRevision() > kNewestRevision) return false;
   auto key = std::make_shared<ZPDFLongKey>();
   FillRandom(key->data(), kLongKeyLength);
   const ZPDFLongKeyStrings strings = LockLongKey(*key, *prepared_user, *prepared_owner);
-  Forget();
+  opening_ = Opening();
   user_password_ = user;
   opening_.long_key = std::move(key);
   opening_.key_bytes = kLongKeyLength;
@@ -340,7 +347,7 @@ void ZPDFEncryption::SetStandardFlags(uint32_t flags) {
     dictionary_->SetValue("/Perms", PermissionsFor(opening_.long_key->View(), flags, StandardEncryptMetadata()));
     return;
   }
-  WipeText(&opening_.key);
+  opening_.key.Wipe();
   opening_.filter_keys.reset();
   dictionary_->SetValue("/U", StandardComputeU(StandardComputedUserEncryptionKey()));
 }

@@ -14,14 +14,14 @@ constexpr std::string_view kForAES = "sAlT";
 
 }  // namespace
 
-Chaine ObjectKeyOf(const Chaine& file_key, const ZPDFObjectIdentifier& id, bool for_aes) {
+SecretText ObjectKeyOf(const Chaine& file_key, const ZPDFObjectIdentifier& id, bool for_aes) {
   SecretBytes<kLongestFileKey + 5 + kForAES.size()> material;
   const size_t length = std::min(file_key.size(), kLongestFileKey);
   char* at = std::copy_n(file_key.data(), length, material.data());
   for (const int shift : {0, 8, 16}) *at++ = static_cast<char>((id.Number() >> shift) & 0xFF);
   for (const int shift : {0, 8}) *at++ = static_cast<char>((id.Generation() >> shift) & 0xFF);
   if (for_aes) at = std::copy(kForAES.begin(), kForAES.end(), at);
-  const Chaine digest = MD5Of(material.View(0, static_cast<size_t>(at - material.data())));
+  const SecretText digest = MD5Of(material.View(0, static_cast<size_t>(at - material.data())));
   return digest.Mid(0, std::min<size_t>(length + 5, digest.size()));
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/secret_text.h"
 
 namespace zforms {
 
@@ -8,6 +8,6 @@ class ZPDFObjectIdentifier;
 
 // The key of one object, made from the file key (ISO 32000-1 algorithm 1): five bytes longer, but 16 at most. AES adds
 // a text of its own.
-Chaine ObjectKeyOf(const Chaine& file_key, const ZPDFObjectIdentifier& id, bool for_aes);
+SecretText ObjectKeyOf(const Chaine& file_key, const ZPDFObjectIdentifier& id, bool for_aes);
 
 }  // namespace zforms

@@ -73,7 +73,6 @@ ZPDFParser& ZPDFParser::operator=(const ZPDFParser& other) {
 
 ZPDFParser::~ZPDFParser() {
   Clean();
-  WipeText(&user_password_);
 }
 
 ZPDFParser::FileState::FileState(size_t file_size)

@@ -15,6 +15,7 @@
 #include "zforms/pdf/parser/locations.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
 #include "zforms/platform/base/diagnostics.h"
+#include "zforms/platform/base/secret_text.h"
 #include "zforms/platform/files/file_io.h"
 
 namespace zforms {
@@ -204,7 +205,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
 
   Chaine raw_data_;
   Chaine path_name_;
-  Chaine user_password_;
+  SecretText user_password_;
   bool recovery_ = false;
   ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   FileState file_;

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "zforms/platform/base/os_memory.h"
+
 namespace zforms {
 namespace {
 
@@ -62,6 +64,17 @@ void Chaine::ReleaseHeap() noexcept {
   Buffer* buffer = heap_.buffer;
   if (buffer == nullptr) return;
   if (buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(buffer);
+}
+
+void Chaine::Wipe() noexcept {
+  Buffer* const buffer = IsHeap() ? heap_.buffer : nullptr;
+  if (!IsHeap()) {
+    WipeBytes(inline_, kInlineCapacity);
+  } else if (buffer != nullptr && buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    WipeBytes(buffer->Bytes(), buffer->capacity);
+    std::free(buffer);
+  }
+  SetEmpty();
 }
 
 Chaine Chaine::Mid(size_t start, size_t length) const {

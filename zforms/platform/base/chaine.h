@@ -93,6 +93,9 @@ class ZFORMS_API Chaine {
     Release();
     SetEmpty();
   }
+  // Clears a text with a key or a password, and overwrites its bytes. Bytes shared with other texts stay for these; the
+  // one that is wiped last overwrites them.
+  void Wipe() noexcept;
 
   // True when both windows show the same memory, that is, no byte was copied between them.
   bool SharesBytesWith(const Chaine& other) const {

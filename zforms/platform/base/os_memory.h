@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "zforms/platform/base/export.h"
 
 namespace zforms {
@@ -11,5 +13,8 @@ ZFORMS_API void GiveBackMemory();
 // Makes the allocator return blocks of a megabyte or more as soon as they are freed, for the whole process. For
 // programs with occasional large inputs. Call it at the start, before there are threads.
 ZFORMS_API void GiveBackLargeBlocks();
+
+// Overwrites bytes that are not needed any more, in a way that no compiler leaves out.
+ZFORMS_API void WipeBytes(void* bytes, size_t n) noexcept;
 
 }  // namespace zforms

@@ -1,3 +1,5 @@
+#include <string.h>  // NOLINT(modernize-deprecated-headers): explicit_bzero is not in <cstring>
+
 #include <cstddef>
 
 #include "zforms/platform/base/os_memory.h"
@@ -27,5 +29,7 @@ void GiveBackLargeBlocks() {
   mallopt(kTrimThreshold, 2 * kLargeBlock);
   // NOLINTEND(concurrency-mt-unsafe)
 }
+
+void WipeBytes(void* bytes, size_t n) noexcept { explicit_bzero(bytes, n); }
 
 }  // namespace zforms

@@ -1,3 +1,5 @@
+#include <windows.h>
+
 #include <malloc.h>
 
 #include "zforms/platform/base/os_memory.h"
@@ -8,5 +10,7 @@ void GiveBackMemory() { _heapmin(); }
 
 // Windows does this by itself.
 void GiveBackLargeBlocks() {}
+
+void WipeBytes(void* bytes, size_t n) noexcept { SecureZeroMemory(bytes, n); }
 
 }  // namespace zforms

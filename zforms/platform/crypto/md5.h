@@ -11,7 +11,7 @@
 namespace zforms {
 
 // The MD5 message digest (RFC 1321). Input may be added in pieces of any size. A plain value: a copy continues
-// independently from the same state.
+// independently from the same state, which is wiped when it is destroyed.
 class ZFORMS_API MD5 {
  public:
   using Bytes = std::array<uint8_t, 16>;
@@ -19,8 +19,7 @@ class ZFORMS_API MD5 {
   MD5();
   MD5(const MD5& other);
   MD5& operator=(const MD5& other);
-  // Not trivial on systems where a digest is an object of the system.
-  ~MD5();  // NOLINT(performance-trivially-destructible)
+  ~MD5();
 
   void Update(std::string_view bytes);
   // The digest of everything added so far; more may be added afterwards.

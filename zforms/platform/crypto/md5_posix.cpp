@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "zforms/platform/base/os_memory.h"
 #include "zforms/platform/crypto/md5.h"
 
 namespace zforms {
@@ -18,7 +19,7 @@ MD5::MD5() : state_{} {
 
 MD5::MD5(const MD5& other) = default;
 MD5& MD5::operator=(const MD5& other) = default;
-MD5::~MD5() = default;
+MD5::~MD5() { WipeBytes(state_.data(), state_.size()); }
 
 void MD5::Update(std::string_view bytes) {
   md5_update(reinterpret_cast<md5_ctx*>(state_.data()), bytes.size(), AsBytes(bytes));
@@ -29,6 +30,7 @@ MD5::Bytes MD5::Digest() const {
   std::memcpy(&context, state_.data(), sizeof(context));
   Bytes digest;
   md5_digest(&context, digest.size(), digest.data());
+  WipeBytes(&context, sizeof(context));
   return digest;
 }
 
@@ -38,6 +40,7 @@ Chaine MD5Of(std::string_view bytes) {
   md5_update(&context, bytes.size(), AsBytes(bytes));
   Chaine digest;
   md5_digest(&context, MD5_DIGEST_SIZE, reinterpret_cast<uint8_t*>(digest.AppendUninitialized(MD5_DIGEST_SIZE)));
+  WipeBytes(&context, sizeof(context));  // it holds the last bytes
   return digest;
 }
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/os_memory.h"
 
 namespace zforms {
 
@@ -14,16 +14,6 @@ void FillRandom(char* out, size_t n);
 
 // Whether the bytes are equal. For equal lengths the time does not depend on the bytes.
 bool EqualsInConstantTime(std::string_view a, std::string_view b);
-
-// Overwrites bytes that are not needed any more, in a way that no compiler leaves out.
-void WipeBytes(void* bytes, size_t n);
-
-// Empties a text with a key or a password. Bytes that other texts may share, as those of long texts, are not
-// overwritten.
-inline void WipeText(Chaine* text) {
-  if (text->size() <= Chaine::kInlineCapacity) WipeBytes(const_cast<char*>(text->data()), text->size());
-  text->Clear();
-}
 
 // A buffer for a key or a password, wiped when it is destroyed.
 template <size_t kSize>

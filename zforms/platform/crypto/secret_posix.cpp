@@ -1,6 +1,5 @@
 #include <nettle/memops.h>
 #include <pthread.h>
-#include <string.h>  // NOLINT(modernize-deprecated-headers): explicit_bzero is not in <cstring>
 #include <unistd.h>
 
 #include <algorithm>
@@ -68,7 +67,5 @@ void FillRandom(char* out, size_t n) {
 bool EqualsInConstantTime(std::string_view a, std::string_view b) {
   return a.size() == b.size() && memeql_sec(a.data(), b.data(), a.size()) != 0;
 }
-
-void WipeBytes(void* bytes, size_t n) { explicit_bzero(bytes, n); }
 
 }  // namespace zforms

@@ -31,6 +31,4 @@ bool EqualsInConstantTime(std::string_view a, std::string_view b) {
   return difference == 0;
 }
 
-void WipeBytes(void* bytes, size_t n) { SecureZeroMemory(bytes, n); }
-
 }  // namespace zforms

@@ -1,5 +1,6 @@
 #include <nettle/sha2.h>
 
+#include "zforms/platform/base/os_memory.h"
 #include "zforms/platform/crypto/sha2.h"
 
 namespace zforms {
@@ -12,6 +13,7 @@ void Digest(void (*init)(Context*), void (*update)(Context*, size_t, const uint8
   init(&context);
   update(&context, bytes.size(), reinterpret_cast<const uint8_t*>(bytes.data()));
   digest(&context, length, reinterpret_cast<uint8_t*>(out));
+  WipeBytes(&context, sizeof(context));  // it holds the last bytes
 }
 
 }  // namespace

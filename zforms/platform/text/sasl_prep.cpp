@@ -3,9 +3,8 @@
 #include <utf8proc.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
-#include <memory>
+#include <vector>
 
 #include "zforms/platform/base/ascii.h"
 #include "zforms/platform/text/characters.h"
@@ -47,14 +46,27 @@ bool IsIn(const Range (&table)[kCount], char32_t c) {
 
 bool IsProhibited(char32_t c) { return (c & 0xFFFE) == 0xFFFE || IsIn(kProhibited, c); }
 
-std::optional<std::string> Normalized(const Chaine& text) {
+// Wiped when it is destroyed.
+struct CodePoints {
+  explicit CodePoints(size_t count) : values(count) {}
+  CodePoints(const CodePoints&) = delete;
+  CodePoints& operator=(const CodePoints&) = delete;
+  ~CodePoints() { WipeBytes(values.data(), values.size() * sizeof(values[0])); }
+  std::vector<utf8proc_int32_t> values;
+};
+
+std::optional<SecretText> Normalized(const SecretText& text) {
   constexpr auto kNFKC = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_COMPAT);
-  utf8proc_uint8_t* mapped = nullptr;
-  const utf8proc_ssize_t size = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                             static_cast<utf8proc_ssize_t>(text.size()), &mapped, kNFKC);
-  const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owned(mapped, &std::free);
-  if (size < 0) return std::nullopt;
-  return std::string(reinterpret_cast<const char*>(mapped), static_cast<size_t>(size));
+  const auto* const bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+  const auto size = static_cast<utf8proc_ssize_t>(text.size());
+  const utf8proc_ssize_t count = utf8proc_decompose(bytes, size, nullptr, 0, kNFKC);
+  if (count < 0) return std::nullopt;
+  CodePoints characters(static_cast<size_t>(count) + 1);  // one more for the zero that ends the text
+  utf8proc_int32_t* const buffer = characters.values.data();
+  if (utf8proc_decompose(bytes, size, buffer, count, kNFKC) != count) return std::nullopt;
+  const utf8proc_ssize_t length = utf8proc_reencode(buffer, count, kNFKC);
+  if (length < 0) return std::nullopt;
+  return SecretText(reinterpret_cast<const char*>(buffer), static_cast<size_t>(length));
 }
 
 enum class Letter : uint8_t { kNone, kLeftToRight, kRightToLeft };
@@ -88,16 +100,17 @@ bool IsAllowed(std::string_view text) {
 
 }  // namespace
 
-std::optional<std::string> SASLPrep(std::string_view utf8) {
+std::optional<SecretText> SASLPrep(std::string_view utf8) {
   if (utf8.size() > kLongest || !IsValidUTF8(utf8)) return std::nullopt;
-  Chaine mapped;
+  SecretText mapped;
+  mapped.Reserve(utf8.size());  // no character grows
   while (!utf8.empty()) {
     const char32_t c = *TakeCharacter(&utf8);
     // U+200B is in both tables.
     if (IsIn(kNothing, c)) continue;
     AppendUTF8(&mapped, IsIn(kSpaces, c) ? U' ' : c);
   }
-  std::optional<std::string> prepared = Normalized(mapped);
+  std::optional<SecretText> prepared = Normalized(mapped);
   if (!prepared || !IsAllowed(*prepared)) return std::nullopt;
   return prepared;
 }

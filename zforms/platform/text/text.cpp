@@ -73,6 +73,10 @@ void AppendUTF16BE(Chaine* out, char32_t c) {
   out->Append({unit, sizeof(unit)});
 }
 
+void AppendUTF16BE(Chaine* out, std::string_view utf8) {
+  while (!utf8.empty()) AppendUTF16BE(out, TakeCharacter(&utf8).value_or(kReplacement));
+}
+
 // True when every byte is the same in ASCII, UTF-8 and the one-byte encodings here.
 bool IsPlainASCII(std::string_view text) {
   for (const char c : text) {
@@ -180,7 +184,11 @@ Chaine UTF8ToPDFText(std::string_view utf8) {
   const std::optional<Chaine> short_form = PDFDocOf(utf8);
   if (short_form && ByteOrderMarkOf(*short_form).empty()) return *short_form;
   if (!IsValidUTF8(utf8)) return utf8;
-  return kUTF16BEMark + UTF8ToUTF16BE(utf8);
+  Chaine result;
+  result.Reserve(kUTF16BEMark.size() + 2 * utf8.size());
+  result += kUTF16BEMark;
+  AppendUTF16BE(&result, utf8);
+  return result;
 }
 
 Chaine PDFTextToUTF8(std::string_view bytes) {
@@ -205,7 +213,7 @@ Chaine PDFNameToUTF8(std::string_view name) {
 Chaine UTF8ToUTF16BE(std::string_view utf8) {
   Chaine result;
   result.Reserve(2 * utf8.size());
-  while (!utf8.empty()) AppendUTF16BE(&result, TakeCharacter(&utf8).value_or(kReplacement));
+  AppendUTF16BE(&result, utf8);
   return result;
 }
 

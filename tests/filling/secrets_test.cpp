@@ -1,0 +1,112 @@
+// Passwords do not stay in memory: the whole memory of the process is searched for them.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/form_text.h"
+#include "zforms/filling/form_files.h"
+#include "zforms/form.h"
+
+namespace zforms {
+namespace {
+
+// Passwords stand in this file with the lowest bit of each byte inverted, so that they are only in memory where the
+// library has put them.
+constexpr char kMask = 1;
+
+SecretString Unmasked(std::string_view masked) {
+  SecretString text(masked.size(), '\0');
+  std::transform(masked.begin(), masked.end(), text.begin(), [](char c) { return static_cast<char>(c ^ kMask); });
+  return text;
+}
+
+size_t CountIn(std::string_view bytes, std::string_view masked) {
+  const char first = static_cast<char>(masked[0] ^ kMask);
+  const auto is_masked = [](char a, char b) { return a == static_cast<char>(b ^ kMask); };
+  size_t count = 0;
+  for (size_t at = bytes.find(first); at != std::string_view::npos; at = bytes.find(first, at + 1)) {
+    const std::string_view piece = bytes.substr(at, masked.size());
+    count += std::equal(piece.begin(), piece.end(), masked.begin(), masked.end(), is_masked) ? 1 : 0;
+  }
+  return count;
+}
+
+// How often the text is in the writable memory of the process.
+size_t CountInMemory(std::string_view masked) {
+  constexpr uint64_t kShadowOfSanitizers = uint64_t{1} << 30;
+  std::ifstream maps("/proc/self/maps");
+  const int memory = open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
+  std::vector<char> buffer;
+  size_t count = 0;
+  for (std::string line; std::getline(maps, line);) {
+    const uint64_t start = std::stoull(line, nullptr, 16);
+    const uint64_t size = std::stoull(line.substr(line.find('-') + 1), nullptr, 16) - start;
+    if (line.find(" rw") == std::string::npos || size > kShadowOfSanitizers) continue;
+    buffer.resize(size);
+    const ssize_t read = pread(memory, buffer.data(), size, static_cast<off_t>(start));
+    if (read > 0) count += CountIn({buffer.data(), static_cast<size_t>(read)}, masked);
+    std::fill(buffer.begin(), buffer.end(), '\0');
+  }
+  close(memory);
+  return count;
+}
+
+enum class Method : uint8_t { kRC4, kAES256 };
+
+std::string Locked(Method method, const SecretString& user, const SecretString& owner) {
+  ZForm form;
+  EXPECT_TRUE(form.OpenBytes(FormText().Field(10, "<</FT/Tx/T(a)/V(value)>>").Bytes()));
+  const SecretText user_text(user);
+  const SecretText owner_text(owner);
+  if (method == Method::kRC4) {
+    form.Document().SetStandardUserFlags(0xFFFFFFFC);
+    EXPECT_TRUE(form.Document().SetPasswords(PasswordForms(user).front(), PasswordForms(owner).front()));
+  } else {
+    EXPECT_TRUE(form.Document().EncryptWithAES256(user_text, owner_text));
+  }
+  std::string bytes;
+  EXPECT_TRUE(form.SaveBytes(&bytes));
+  return bytes;
+}
+
+TEST(SecretsTest, NoPasswordStaysInMemoryAfterItsFormIsClosed) {
+  if (access("/proc/self/mem", R_OK) != 0) GTEST_SKIP() << "the memory of the process cannot be read";
+  // "user's words, long enough" and "owner's words, no less long", the second time with a letter that has two bytes in
+  // UTF-8, and one that PDFDocEncoding lacks.
+  const struct {
+    std::string user, owner;
+  } cases[] = {
+      {"trds&r!vnser-!mnof!dontfi", "nvods&r!vnser-!on!mdrr!mnof"},
+      {"trds&r!vnser-!mnof!dontfi\xC2\xA8", "nvods&r!vnser-!on!mdrr!mnof\xC5\x80"},
+  };
+  for (const Method method : {Method::kRC4, Method::kAES256}) {
+    for (const auto& [user, owner] : cases) {
+      const std::string bytes = Locked(method, Unmasked(user), Unmasked(owner));
+      for (const std::string& masked : {user, owner}) {
+        const std::string_view searched = std::string_view(masked).substr(0, 25);
+        {
+          ZForm form;
+          EXPECT_TRUE(form.OpenBytes(bytes, {Unmasked(masked)}));
+          EXPECT_EQ(form.Fields().front().Value(), "value");
+          EXPECT_GT(CountInMemory(searched), 0u) << "the search finds nothing";
+          EXPECT_TRUE(form.SetValue("a", "other"));
+          std::string saved;
+          EXPECT_TRUE(form.SaveBytes(&saved, ZForm::SaveAs::kNewFile));
+        }
+        EXPECT_EQ(CountInMemory(searched), 0u) << static_cast<int>(method) << " " << (masked == owner);
+        EXPECT_FALSE(ZForm().OpenBytes(bytes, {Unmasked(masked + ' ')}));
+        EXPECT_EQ(CountInMemory(searched), 0u) << "refused";
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zforms
