@@ -101,6 +101,8 @@ class Check:
             drop_usage_rights(self.original)
             self.copy("rewrite", *self.force())
             self.copy("permissions", "--set", f"0x{FLAGS:X}", "--force")
+
+    def result(self):
         return {"file": self.row["file"], "class": self.row["class"], "steps": self.steps,
                 "problems": self.problems, "seconds": round(self.seconds, 3), "opened": self.opened}
 
@@ -349,26 +351,34 @@ def xfdf(values):
             f"<fields>{''.join(elements(tree))}</fields></xfdf>").encode("utf-8")
 
 
-def check_file(options, row, truth):
+def index_of(options):
+    """The rows of the folder's index, or None where there is no folder."""
+    if not options.corpus or not (options.corpus / "INDEX.tsv").is_file():
+        print(f"skipped: there is no corpus at {options.corpus} (ZFORMS_CORPUS)")
+        return None
+    with open(options.corpus / "INDEX.tsv", encoding="utf-8", newline="") as index:
+        return [r for r in csv.DictReader(index, delimiter="\t", quoting=csv.QUOTE_NONE) if options.only in r["file"]]
+
+
+def check_file(options, row, truth, kind=Check):
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
         if options.keep:
             folder = options.keep / row["file"].replace("/", "__")
             folder.mkdir(parents=True, exist_ok=True)
-        check = Check(options, row, truth, folder)
+        check = kind(options, row, truth, folder)
         try:
-            return check.run()
+            check.run()
         except Exception as error:  # a fault of the check itself must not count as agreement
             check.problem("check", f"{type(error).__name__}: {error}")
-            return {"file": row["file"], "class": row["class"], "steps": check.steps, "problems": check.problems,
-                    "seconds": check.seconds, "opened": check.opened}
+        return check.result()
 
 
-def explain(results):
+def explain(results, allowed):
     """Removes the allowed differences; returns the rules that matched none."""
     stale = []
     for result in results:
-        rules = ALLOWED.get(result["file"], [])
+        rules = allowed.get(result["file"], [])
         explained = {text: why for text in result["problems"] for start, why in rules if text.startswith(start)}
         result["explained"] = [f"{text} ({why})" for text, why in explained.items()]
         result["problems"] = [text for text in result["problems"] if text not in explained]
@@ -407,8 +417,8 @@ def arguments():
 
 def main():
     options = arguments()
-    if not (options.corpus / "INDEX.tsv").is_file():
-        print(f"skipped: there is no corpus at {options.corpus} (ZFORMS_CORPUS)")
+    rows = index_of(options)
+    if rows is None:
         return SKIPPED
     missing = peers.absent(["qpdf", "mutool", "pdfinfo"])
     if missing:
@@ -417,13 +427,11 @@ def main():
     if not options.tool or not os.access(options.tool, os.X_OK):
         print(f"corpus_check: no zforms program at {options.tool!r} (--tool or ZFORMS_TOOL)")
         return 1
-    with open(options.corpus / "INDEX.tsv", encoding="utf-8", newline="") as index:
-        rows = [r for r in csv.DictReader(index, delimiter="\t") if options.only in r["file"]]
     with open(options.corpus / "truth.jsonl", encoding="utf-8") as lines:
         truth = {t["file"]: t for t in map(json.loads, lines)}
     with concurrent.futures.ProcessPoolExecutor(min(options.jobs, 2)) as pool:
         results = list(pool.map(check_file, [options] * len(rows), rows, [truth.get(r["file"]) for r in rows]))
-    stale = explain(results)
+    stale = explain(results, ALLOWED)
     if options.report:
         options.report.write_text(json.dumps(results, ensure_ascii=True, indent=1))
     if results:

@@ -9,16 +9,13 @@ draws the same picture of each page, and poppler finds the same characters.
 """
 
 import concurrent.futures
-import csv
 import json
-import os
-import pathlib
 import re
 import sys
-import tempfile
 
 sys.dont_write_bytecode = True
 import corpus_check
+import form_widgets
 import peers
 
 PAGES = 12  # of each file, so many are compared
@@ -39,22 +36,6 @@ ALLOWED = {
 }
 
 
-def pages(objects):
-    """The page dictionaries in their order."""
-    found, pending, seen = [], [(objects.get(objects.trailer, "/Root") or {}).get("/Pages")], set()
-    while pending:
-        reference = pending.pop()
-        node = objects.get(reference)
-        if not isinstance(node, dict) or str(reference) in seen:
-            continue
-        seen.add(str(reference))
-        if "/Kids" in node:
-            pending.extend(reversed(objects.get(node, "/Kids") or []))
-        else:
-            found.append(node)
-    return found
-
-
 def annotations(objects, page):
     """The kinds of the annotations of a page, and the references of those that are no widgets."""
     found = objects.get(page, "/Annots")
@@ -70,15 +51,13 @@ def contents(objects, page):
     return [] if direct is None else value if isinstance(value, list) else [direct]
 
 
-class Check:
-    def __init__(self, options, row, folder):
-        self.options, self.row, self.folder = options, row, folder
-        self.path = options.corpus / row["file"]
-        self.password = "" if row["password"] == "?" else row["password"]
-        self.problems, self.pages, self.worst = [], 0, 0
+class Check(corpus_check.Check):
+    def __init__(self, options, row, truth, folder):
+        super().__init__(options, row, truth, folder)
+        self.pages, self.worst = 0, 0
 
-    def problem(self, step, text):
-        self.problems.append(f"{step}: {text}")
+    def result(self):
+        return {"file": self.row["file"], "problems": self.problems, "pages": self.pages, "worst": self.worst}
 
     def tool(self, *arguments):
         word = ["--password", self.password] if self.password else []
@@ -122,7 +101,7 @@ class Check:
 
     def compare_objects(self, drawn, flat):
         before, after = peers.Objects(drawn, self.password), peers.Objects(flat, self.password)
-        was, now = pages(before), pages(after)
+        was, now = ([node for _, node in form_widgets.pages(objects)] for objects in (before, after))
         if len(was) != len(now):
             self.problem("pages", f"{len(was)} before, {len(now)} after")
         for number, (old, new) in enumerate(zip(was, now), 1):
@@ -162,38 +141,19 @@ class Check:
                 self.problem("pictures", f"{picture.stem}: {differ} pixels differ")
 
 
-def check_file(options, row):
-    with tempfile.TemporaryDirectory() as folder:
-        folder = pathlib.Path(folder)
-        if options.keep:
-            folder = options.keep / row["file"].replace("/", "__")
-            folder.mkdir(parents=True, exist_ok=True)
-        check = Check(options, row, folder)
-        try:
-            check.run()
-        except Exception as error:  # a fault of the check itself must not count as agreement
-            check.problem("check", f"{type(error).__name__}: {error}")
-        return {"file": row["file"], "problems": check.problems, "pages": check.pages, "worst": check.worst}
-
-
 def main():
     options = corpus_check.arguments()
-    missing = peers.absent(["qpdf", "mutool", "pdftotext"])
-    if not (options.corpus / "INDEX.tsv").is_file() or missing:
-        print(f"skipped: no corpus at {options.corpus} (ZFORMS_CORPUS)" if not missing else f"skipped: no {missing}")
+    rows, missing = corpus_check.index_of(options), peers.absent(["qpdf", "mutool", "pdftotext"])
+    if rows is None or missing:
+        print(f"skipped: not installed: {missing}" if missing else "")
         return corpus_check.SKIPPED
-    with open(options.corpus / "INDEX.tsv", encoding="utf-8", newline="") as index:
-        rows = [r for r in csv.DictReader(index, delimiter="\t") if options.only in r["file"] and r["acroform"] == "1"]
+    rows = [row for row in rows if row["acroform"] == "1"]
     with concurrent.futures.ProcessPoolExecutor(min(options.jobs, 2)) as pool:
-        results = list(pool.map(check_file, [options] * len(rows), rows))
+        many = len(rows)
+        results = list(pool.map(corpus_check.check_file, [options] * many, rows, [None] * many, [Check] * many))
+    stale = corpus_check.explain(results, ALLOWED)
     if options.report:
         options.report.write_text(json.dumps(results, indent=1))
-    stale = []
-    for result in results:
-        rules = [start for start, _ in ALLOWED.get(result["file"], [])]
-        stale += [f"{result['file']}: {start}" for start in rules
-                  if not any(text.startswith(start) for text in result["problems"])]
-        result["problems"] = [text for text in result["problems"] if not text.startswith(tuple(rules) or "\0")]
     for result in results:
         for problem in result["problems"][:3]:
             print(f"{result['file']}: {problem}")

@@ -54,17 +54,35 @@ def run_tests(module):
     sys.exit(1 if failures or not tests else 0)
 
 
+class PageForm(Document):
+    """A document of one page with a form; the catalog is object 1."""
+
+    def __init__(self):
+        super().__init__()
+        self.catalog, self.page = self.reserve(), self.reserve()
+
+    def widget(self, **entries):
+        return {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(self.page), **entries}
+
+    def states(self, on):
+        return {"N": {on: self.add({}, b""), "Off": self.add({}, b"")}}
+
+    def write(self, path, form, annotations=(), **catalog):
+        pages = self.add({"Type": Name("Pages"), "Kids": [self.page], "Count": 1})
+        self.put(self.page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100], "Annots": list(annotations)})
+        self.put(self.catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": form, **catalog})
+        path.write_bytes(self.finish(self.catalog, self.add({"Title": Text("form")}))[0])
+        return path
+
+
 def odd_form(path):
     """A form with all that filling changes or removes: selected indices, rich text, states of widgets, a value with
     another encoding, fields that stand inside one another without objects of their own."""
-    document = Document()
-    catalog, form, page = document.reserve(), document.reserve(), document.reserve()
-
-    def states(on):
-        return {"N": {on: document.add({}, b""), "Off": document.add({}, b"")}}
+    document = PageForm()
+    states = document.states
 
     def widget(**entries):
-        return {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 90, 60], "P": Ref(page), **entries}
+        return document.widget(**{"Rect": [0, 0, 90, 60], **entries})
 
     fields = [
         document.add(widget(FT=Name("Ch"), Ff=MULTI_SELECT, T=Text("liste"), I=[1], V=Text("B"), DA=Text("/H 9 Tf"),
@@ -80,22 +98,15 @@ def odd_form(path):
         document.add(widget(FT=Name("Tx"), Ff=MULTILINE, T=Text("lignes"), V=WideText("a\nb\rc\r\nd"))),
         document.add(widget(FT=Name("Tx"), Ff=NO_EXPORT, T=Text("interne"), V=Text("x"))),
     ]
-    document.put(form, {"Fields": fields, "DA": Text("/H 9 Tf 0 g")})
-    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
-    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100]})
-    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": form})
-    path.write_bytes(document.finish(catalog, document.add({"Title": Text("odd")}))[0])
-    return path
+    return document.write(path, document.add({"Fields": fields, "DA": Text("/H 9 Tf 0 g")}))
 
 
 def restricted_form(path, signatures=(), xfa=False, rights=False, alone=False):
     """A form of the fields a, b and g.c, and signed fields: (name, /DocMDP level or None, /FieldMDP, /Lock)."""
-    document = Document()
-    catalog, page = document.reserve(), document.reserve()
+    document = PageForm()
 
     def field(**entries):
-        entry = {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(page)}
-        return document.add({**entry, "DA": Text("/H 9 Tf"), **entries})
+        return document.add(document.widget(**{"DA": Text("/H 9 Tf"), **entries}))
 
     fields = [field(FT=Name("Tx"), T=Text("a"), V=Text("old")), field(FT=Name("Tx"), T=Text("b")),
               field(T=Text("g"), Kids=[field(FT=Name("Tx"), T=Text("c"))])]
@@ -114,12 +125,8 @@ def restricted_form(path, signatures=(), xfa=False, rights=False, alone=False):
     entries = {"Fields": [] if alone else fields, "DA": Text("/H 9 Tf 0 g")}
     if xfa:
         entries["XFA"] = [Text("datasets"), document.add({}, b"<xfa:datasets>old</xfa:datasets>")]
-    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
-    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100], "Annots": entries["Fields"]})
-    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": entries, **({"Perms": perms} if perms else {}),
-                           **({"NeedsRendering": True} if xfa else {})})
-    path.write_bytes(document.finish(catalog, document.add({"Title": Text("rules")}))[0])
-    return path
+    return document.write(path, entries, entries["Fields"], **({"Perms": perms} if perms else {}),
+                          **({"NeedsRendering": True} if xfa else {}))
 
 
 ODD_VALUES = {  # values to set in each field of the odd form
@@ -135,22 +142,13 @@ ODD_VALUES = {  # values to set in each field of the odd form
 
 def page_fields(path):
     """A form that lists one of three radio buttons of a group, and one of two text fields; all stand on its page."""
-    document = Document()
-    catalog, page, group = document.reserve(), document.reserve(), document.reserve()
-
-    def widget(**entries):
-        return {"Type": Name("Annot"), "Subtype": Name("Widget"), "Rect": [0, 0, 10, 10], "P": Ref(page), **entries}
+    document = PageForm()
+    group = document.reserve()
 
     def radio(state):
-        looks = {"N": {state: document.add({}, b""), "Off": document.add({}, b"")}}
-        return document.add(widget(FT=Name("Btn"), Ff=RADIO, T=Text("choix"), AS=Name("Off"), AP=looks))
+        return document.add(document.widget(FT=Name("Btn"), Ff=RADIO, T=Text("choix"), AS=Name("Off"), AP=document.states(state)))
 
-    fields = [radio("un"), document.add(widget(FT=Name("Tx"), T=Text("nom")))]
-    others = [radio("deux"), radio("trois"), document.add(widget(T=Text("ville"), Parent=Ref(group)))]
+    fields = [radio("un"), document.add(document.widget(FT=Name("Tx"), T=Text("nom")))]
+    others = [radio("deux"), radio("trois"), document.add(document.widget(T=Text("ville"), Parent=Ref(group)))]
     document.put(group, {"FT": Name("Tx"), "T": Text("adresse"), "Kids": [others[2]]})
-    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
-    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100], "Annots": fields + others})
-    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages,
-                           "AcroForm": document.add({"Fields": fields, "DA": Text("/H 9 Tf 0 g")})})
-    path.write_bytes(document.finish(catalog, document.add({"Title": Text("pages")}))[0])
-    return path
+    return document.write(path, {"Fields": fields, "DA": Text("/H 9 Tf 0 g")}, fields + others)

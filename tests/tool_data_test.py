@@ -9,7 +9,7 @@ import random
 import shutil
 
 import peers
-from tool_case import (ODD_VALUES, SAMPLES, Document, Name, WideText, expect, odd_form, page_fields, run_tests, same,
+from tool_case import (ODD_VALUES, SAMPLES, Name, PageForm, WideText, expect, odd_form, page_fields, run_tests, same,
                        zforms)
 
 NONE = "the data hold no value"
@@ -65,14 +65,9 @@ def test_its_own_export_changes_nothing(folder):
 
 def test_fields_of_one_name_with_different_values(folder):
     """The first one's value is exported, with a warning; given back it changes nothing, while another value is for all."""
-    document = Document()
-    catalog, page = document.reserve(), document.reserve()
+    document = PageForm()
     fields = [document.add({"FT": Name("Tx"), "T": WideText("a"), "V": WideText(value)}) for value in ("eins", "zwei")]
-    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
-    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100]})
-    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": document.add({"Fields": fields})})
-    form = folder / "form.pdf"
-    form.write_bytes(document.finish(catalog, document.add({}))[0])
+    form = document.write(folder / "form.pdf", {"Fields": fields})
     for kind in ("xfdf", "fdf", "json", "csv"):
         status, out, err = zforms("export", form, "--format", kind)
         same(f"export as {kind}", (status, "eins" in out, "zwei" in out, 'is exported: "a"' in err), (3, True, False, True))
@@ -272,15 +267,10 @@ UNGUARDED = ["", "x=1", " =1", "-12", "+1 234,50", "-.5e-3", "-12%", "+33 (0)1 2
 
 
 def test_no_cell_runs_as_a_formula(folder):
-    document = Document()
-    catalog, form, page = document.reserve(), document.reserve(), document.reserve()
+    document = PageForm()
     fields = [document.add({"FT": Name("Tx"), "T": WideText(f"{'=' if i == 0 else ''}f{i}"), "V": WideText(value)})
               for i, value in enumerate(GUARDED + UNGUARDED)]
-    document.put(form, {"Fields": fields})
-    pages = document.add({"Type": Name("Pages"), "Kids": [page], "Count": 1})
-    document.put(page, {"Type": Name("Page"), "Parent": pages, "MediaBox": [0, 0, 100, 100]})
-    document.put(catalog, {"Type": Name("Catalog"), "Pages": pages, "AcroForm": form})
-    (folder / "form.pdf").write_bytes(document.finish(catalog, document.add({}))[0])
+    document.write(folder / "form.pdf", {"Fields": fields})
     for options, mark in (([], ""), (["--spreadsheet"], "'")):
         status, out, err = zforms("export", folder / "form.pdf", "--format", "csv", *options)
         names, values = csv.reader(io.StringIO(out, newline=""))

@@ -14,7 +14,6 @@ and its size, with what pdf.js draws for the same values.
 import argparse
 import collections
 import concurrent.futures
-import csv
 import json
 import os
 import pathlib
@@ -25,6 +24,7 @@ import tempfile
 import unicodedata
 
 sys.dont_write_bytecode = True
+import corpus_check
 import form_widgets
 import peers
 import viewer_programs as viewers
@@ -270,10 +270,8 @@ def forms(options, folder):
     """(path, password) of the forms to check."""
     if not options.corpus:
         return [(path, "") for path in sorted((ROOT / "samples").glob("*.pdf"))]
-    with open(options.corpus / "INDEX.tsv", encoding="utf-8") as index:
-        rows = list(csv.DictReader(index, delimiter="\t", quoting=csv.QUOTE_NONE))
-    return [(options.corpus / row["file"], row["password"]) for row in rows
-            if row["password"] != "?" and row["class"] != "reject" and options.only in row["file"]]
+    return [(options.corpus / row["file"], row["password"]) for row in corpus_check.index_of(options)
+            if row["password"] != "?" and row["class"] != "reject"]
 
 
 def prepare(options, path, password, folder):

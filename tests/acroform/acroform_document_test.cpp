@@ -287,27 +287,6 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
 
 FormText TwoFields() { return FormText().Field(10, "<</FT/Tx/T(a)/V(1)>>").Field(11, "<</FT/Tx/T(b)>>"); }
 
-TEST(AcroFormDocument, UpdatesAreAppendedAndChained) {
-  const Chaine read = TwoFields().Bytes();
-  ZAcroForm form = Loaded(read);
-  EXPECT_EQ(Saved(form), read);
-  Chaine last = read;
-  for (const char* value : {"2", "(3", "\xE9"}) {
-    form.Fields()["b"]->SetValue(value);
-    const Chaine bytes = Saved(form);
-    ASSERT_GT(bytes.size(), last.size());
-    EXPECT_EQ(bytes.Mid(0, last.size()), last);
-    // Saving without further changes gives the same bytes, and the next update finds the real section.
-    EXPECT_EQ(Saved(form), bytes);
-    const ZAcroForm reloaded = Loaded(bytes);
-    EXPECT_EQ(ValuesOf(reloaded), ValuesOf(form));
-    EXPECT_EQ(WarningsOf(reloaded), "");
-    EXPECT_EQ(reloaded.XRefOffset(), form.XRefOffset());
-    last = bytes;
-  }
-  EXPECT_EQ(Loaded(last).Parser()->SectionCount(), 4U);
-}
-
 TEST(AcroFormDocument, SavingToFiles) {
   const std::string path = TempPath("zforms_acroform.pdf");
   const Chaine read = TwoFields().Bytes();
@@ -487,22 +466,6 @@ TEST(AcroFormDocument, CopiesAreDeep) {
   edited.Fields()["a"]->SetValue("2");
   ZAcroForm twin(edited);
   EXPECT_EQ(Saved(twin), Saved(edited));
-}
-
-TEST(AcroFormDocument, NewObjectsAreSavedAndTheTrailerSettles) {
-  ZPDFParser parser;
-  ASSERT_TRUE(parser.ReadFromRaw(TwoFields().Bytes(), ""));
-  ZPDFNodeIndirectObject* added = parser.AddIndirectObject();
-  auto* dictionary = new ZPDFNodeDictionary(&parser);
-  dictionary->SetValue("/T", "new");
-  added->SetChild(dictionary);
-  parser.Root()->SetValue("/New", added->AllocReference());
-  ZAcroForm form;
-  ASSERT_TRUE(form.Load(&parser));
-  const Chaine bytes = Saved(form);
-  EXPECT_EQ(Saved(form), bytes);
-  EXPECT_EQ(ObjectOf(Loaded(bytes), 12), "<</T(new)>>");
-  EXPECT_EQ(Loaded(bytes).Parser()->TrailerDico()->GetUIntValue("/Size"), 13U);
 }
 
 TEST(AcroFormDocument, FillingManyFieldsTakesTimeInProportion) {

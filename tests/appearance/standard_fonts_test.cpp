@@ -15,39 +15,14 @@ TEST(GlyphList, NamesStandForCharacters) {
   const struct {
     const char* name;
     char32_t character;
-  } cases[] = {
-      {"A", 'A'},
-      {"space", ' '},
-      {"Euro", 0x20AC},
-      {"zukatakana", 0x30BA},
-      {"zeta", 0x3B6},
-      {"afii10017", 0x410},
-      {"AE", 0xC6},
-      {"a", 'a'},
-      {"Zdotaccent", 0x17B},
-      {"a.sc", 'a'},
-      {"uni20AC", 0x20AC},
-      {"u1F600", 0x1F600},
-      {"u0041", 'A'},
-      {"uni20ac", 0},
-      {"uniD800", 0},
-      {"u110000", 0},
-      {"uni20AC0041", 0},
-      {"u41", 0},
-      {".notdef", 0},
-      {"", 0},
-      {"g23", 0},
-      {"a20", 0},
-      {"uni0041.alt", 'A'},
-      {"AEs", 0},
-      {"0", 0},
-      {"A:41", 0},
-      {"Euro 20AC", 0},
-      {"~", 0},
-      {"Delta", 0x2206},
-      {"dotlessj", 0},
-  };
+  } cases[] = {{"A", 'A'},           {"space", ' '},      {"Euro", 0x20AC}, {"zukatakana", 0x30BA}, {"zeta", 0x3B6},
+               {"afii10017", 0x410}, {"AE", 0xC6},        {"a", 'a'},       {"Zdotaccent", 0x17B},  {"a.sc", 'a'},
+               {"uni20AC", 0x20AC},  {"u1F600", 0x1F600}, {"u0041", 'A'},   {"uni0041.alt", 'A'},   {"Delta", 0x2206}};
   for (const auto& each : cases) EXPECT_EQ(GlyphCharacter(each.name), each.character) << each.name;
+  for (const char* name : {"uni20ac", "uniD800", "u110000", "uni20AC0041", "u41", ".notdef", "", "g23", "a20", "AEs",
+                           "0", "A:41", "Euro 20AC", "~", "dotlessj"}) {
+    EXPECT_EQ(GlyphCharacter(name), 0U) << name;
+  }
   EXPECT_EQ(GlyphCharacter("a20", GlyphNames::kDingbats), 0x2714U);
   EXPECT_EQ(GlyphCharacter("a71", GlyphNames::kDingbats), 0x25CFU);
   for (char32_t c = 0; c < 0x3000; c++) {
@@ -135,7 +110,7 @@ TEST(StandardFonts, HaveThePublishedFigures) {
 TEST(StandardFonts, AreKnownByOtherNames) {
   const struct {
     const char* name;
-    const char* font;  // "" for none
+    const char* font;
   } cases[] = {
       {"Arial", "Helvetica"},
       {"ArialMT", "Helvetica"},
@@ -150,15 +125,13 @@ TEST(StandardFonts, AreKnownByOtherNames) {
       {"Courier New,Italic", "Courier-Oblique"},
       {"CourierNewPS-BoldMT", "Courier-Bold"},
       {"Symbol", "Symbol"},
-      {"ArialNarrow", ""},
-      {"Arial-Black", ""},
-      {"HelveticaNeue", ""},
-      {"Verdana", ""},
-      {"", ""},
   };
   for (const auto& each : cases) {
     const StandardFont* const font = StandardFontNamed(each.name);
-    EXPECT_EQ(font == nullptr ? "" : font->name, each.font) << each.name;
+    EXPECT_EQ(font == nullptr ? "none" : font->name, each.font) << each.name;
+  }
+  for (const char* name : {"ArialNarrow", "Arial-Black", "HelveticaNeue", "Verdana", ""}) {
+    EXPECT_EQ(StandardFontNamed(name), nullptr) << name;
   }
   EXPECT_EQ(StandardFontOfResource("HeBo")->name, "Helvetica-Bold");
   EXPECT_EQ(StandardFontOfResource("ZaDb")->name, "ZapfDingbats");

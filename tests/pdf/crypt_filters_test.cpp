@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "tests/support/hex_text.h"
 #include "tests/support/pdf_text.h"
 #include "tests/support/test_document.h"
 #include "zforms/pdf/crypt/encrypter_aes.h"
@@ -15,9 +16,6 @@
 
 namespace zforms {
 namespace {
-
-std::string Unhex(std::string_view digits) { return ZPDFNodeHexaString::Decode(Chaine(digits)).ToString(); }
-std::string Hex(const Chaine& bytes) { return ZPDFNodeHexaString::Encode(bytes).ToString(); }
 
 const std::string kFilters =
     "/CF<</StdCF<</CFM/AESV2/Length 16>>/Old<</CFM/V2>>/No<</CFM/None>>>>/StmF/StdCF/StrF/StdCF/Length 128/P -4";

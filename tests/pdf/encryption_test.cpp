@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/hex_text.h"
 #include "tests/support/pdf_text.h"
 #include "tests/support/test_document.h"
 #include "zforms/pdf/crypt/encrypter_standard.h"
@@ -15,9 +16,6 @@ namespace {
 
 // The first string of "/ID" that qpdf --static-id writes.
 constexpr const char* kIdentifier = "31415926535897932384626433832795";
-
-std::string Unhex(std::string_view digits) { return ZPDFNodeHexaString::Decode(Chaine(digits)).ToString(); }
-std::string Hex(const Chaine& bytes) { return ZPDFNodeHexaString::Encode(bytes).ToString(); }
 
 // A dictionary with these entries, and with "/O" and "/U" for the passwords.
 struct Handler {

@@ -186,11 +186,7 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
     slow[i].second.erase(0, at);
   }
   // These clients read no byte of a long answer.
-  std::vector<std::unique_ptr<RawClient>> deaf;
-  for (int i = 0; i < 4; i++) {
-    deaf.push_back(std::make_unique<RawClient>(server.Port()));
-    deaf.back()->Send(server.Get("/large"));
-  }
+  const auto deaf = Clients(4, server, server.Get("/large"));
   for (size_t round = 0; round < 40; round++) {
     for (auto& [client, rest] : slow) client->Send(rest.substr(round, 1));
     EXPECT_EQ(RawClient(server.Port()).Ask(server.Get("/app/echo/")).status, 200);
@@ -214,11 +210,7 @@ TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
       limits.pending_body_bytes = 2'200'000;
     });
     ASSERT_TRUE(server.Start());
-    std::vector<std::unique_ptr<RawClient>> slow;
-    for (int i = 0; i < 4; i++) {
-      slow.push_back(std::make_unique<RawClient>(server.Port()));
-      slow.back()->Send(server.Post("/wait", std::string(size, 'x')));
-    }
+    auto slow = Clients(4, server, server.Post("/wait", std::string(size, 'x')));
     // Bodies count until they are answered: one of four long ones is refused, a short one is not.
     const int refused = answered == 4 ? 503 : Refused(server, slow);
     EXPECT_EQ(refused, 503);
@@ -229,27 +221,6 @@ TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
     gate.promise.set_value();
     for (const auto& one : slow) EXPECT_EQ(one->Receive().status, 200) << size;
   }
-}
-
-TEST(ZHTTPServer, TheQueueIsBounded) {
-  Gate gate;
-  TestServer server;
-  gate.AddTo(server);
-  server.ChangeLimits([](auto& limits) { limits.threads = limits.queue = 1; });
-  ASSERT_TRUE(server.Start());
-  RawClient working(server.Port());
-  working.Send(server.Get("/wait"));
-  gate.Await(1);
-  std::vector<std::unique_ptr<RawClient>> two;
-  for (int i = 0; i < 2; i++) {
-    two.push_back(std::make_unique<RawClient>(server.Port()));
-    two.back()->Send(server.Get("/wait"));
-  }
-  RawAnswer full;
-  EXPECT_EQ(Refused(server, two, &full), 503);
-  EXPECT_NE(full.head.find("Retry-After: 1\r\n"), std::string::npos);
-  gate.promise.set_value();
-  EXPECT_EQ(two[0]->Receive().status, 200);
 }
 
 TEST(ZHTTPServer, ConnectionsAndMessagesAreBounded) {
@@ -281,11 +252,7 @@ TEST(ZHTTPServer, BodiesThatComeTogetherAreBounded) {
   server.ChangeLimits([](auto& limits) { limits.pending_body_bytes = 1500; });
   ASSERT_TRUE(server.Start());
   const std::string whole = server.Post("/app/echo/", std::string(1000, 'x'));
-  std::vector<std::unique_ptr<RawClient>> two;
-  for (int i = 0; i < 2; i++) {
-    two.push_back(std::make_unique<RawClient>(server.Port()));
-    two.back()->Send(whole.substr(0, whole.size() - 100));
-  }
+  auto two = Clients(2, server, whole.substr(0, whole.size() - 100));
   EXPECT_EQ(Refused(server, two), 503);
   EXPECT_EQ(two[0]->Ask(std::string(100, 'x')).body, "POST 1000");
   EXPECT_EQ(RawClient(server.Port()).Ask(whole).body, "POST 1000");

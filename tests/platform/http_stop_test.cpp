@@ -56,12 +56,10 @@ TEST(ZHTTPServer, StopCutsWhatTakesTooLong) {
   RawClient working(server.Port());
   working.Send(server.Get("/wait"));
   gate.Await(1);
-  std::vector<std::unique_ptr<RawClient>> queued;
-  for (int i = 0; i < 2; i++) {
-    queued.push_back(std::make_unique<RawClient>(server.Port()));
-    queued.back()->Send(server.Get("/app/echo/"));
-  }
-  EXPECT_EQ(Refused(server, queued), 503) << "one waits, so the other is too much";
+  auto queued = Clients(2, server, server.Get("/app/echo/"));
+  RawAnswer full;
+  EXPECT_EQ(Refused(server, queued, &full), 503) << "one waits, so the other is too much";
+  EXPECT_NE(full.head.find("Retry-After: 1\r\n"), std::string::npos);
   std::thread opener([&] {
     EXPECT_TRUE(working.IsEnded());
     EXPECT_EQ(queued[0]->Receive().status, 503);

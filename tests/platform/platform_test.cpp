@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/support/random_text.h"
+#include "tests/support/temp_path.h"
 #include "zforms/platform/data/variant.h"
 #include "zforms/platform/files/file_io.h"
 #include "zforms/platform/files/inet_stream.h"
@@ -21,15 +22,13 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_literals;
 
-// A folder that is removed after the test.
+// A folder for the test.
 class FolderTest : public testing::Test {
  protected:
   FolderTest() {
-    const auto* info = testing::UnitTest::GetInstance()->current_test_info();
-    folder_ = fs::temp_directory_path() / ("zforms-"s + info->name() + "-" + std::to_string(ProcessNumber()));
+    folder_ = TempPath(testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::create_directories(folder_);
   }
-  ~FolderTest() override { fs::remove_all(folder_); }
 
   Chaine At(const std::string& name) const { return Chaine((folder_ / name).string()); }
   static Chaine Content(const Chaine& path) {

@@ -143,6 +143,16 @@ class TestServer : public ZHTTPServer {
   std::vector<sRequestInfos> log;
 };
 
+// That many clients, each of which has sent these bytes.
+inline std::vector<std::unique_ptr<RawClient>> Clients(int count, TestServer& server, const std::string& bytes) {
+  std::vector<std::unique_ptr<RawClient>> clients;
+  while (count-- > 0) {
+    clients.push_back(std::make_unique<RawClient>(server.Port()));
+    clients.back()->Send(bytes);
+  }
+  return clients;
+}
+
 // Waits for the first answer of the server to any of the clients; returns its status and drops that client.
 inline int Refused(TestServer& server, std::vector<std::unique_ptr<RawClient>>& clients, RawAnswer* whole = nullptr) {
   server.AwaitLog(1);

@@ -24,9 +24,7 @@ namespace zforms {
 //       .Bytes()
 class PdfText {
  public:
-  // `line_end` separates all parts: "
-  // ", "\r" or "\r
-  // ".
+  // `line_end` separates all parts: a line feed, a carriage return, or both.
   explicit PdfText(std::string_view line_end = "\n") : line_end_(line_end) {}
 
   PdfText& Header(std::string_view version = "1.4") {
@@ -207,5 +205,10 @@ class PdfText {
   uint32_t size_ = 1;
   std::optional<size_t> previous_;
 };
+
+// A file that begins with a document catalog, object 1.
+inline PdfText Catalog(std::string_view line_end = "\n") {
+  return std::move(PdfText(line_end).Header().Object(1, "<</Type/Catalog>>"));
+}
 
 }  // namespace zforms

@@ -5,16 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "tests/support/cpu_time.h"
+#include "tests/support/temp_path.h"
 #include "tests/support/words.h"
 #include "zforms/platform/files/file_io.h"
 #include "zforms/platform/files/inet_stream.h"
-#include "zforms/platform/files/os_file.h"
 #include "zforms/xfdf/line_end_filters.h"
 #include "zforms/xfdf/survey.h"
 
@@ -202,52 +201,42 @@ TEST(XFDF, HRef) {
   }
 }
 
-class XFDFFiles : public testing::Test {
- protected:
-  XFDFFiles() { std::filesystem::create_directories(folder_); }
-  ~XFDFFiles() override { std::filesystem::remove_all(folder_); }
-  Chaine At(const std::string& name) const { return Chaine((folder_ / name).string()); }
-
-  const std::filesystem::path folder_ =
-      std::filesystem::temp_directory_path() / ("zforms-xfdf-" + std::to_string(ProcessNumber()));
-};
-
-TEST_F(XFDFFiles, IdentifiersOfALocalPDF) {
+TEST(XFDF, IdentifiersOfALocalPDF) {
   std::string pdf = "%PDF-1.4\n1 0 obj\n<</Type/Catalog>>\nendobj\n";
   const std::string offset = std::to_string(pdf.size());
   pdf +=
       "xref\n0 2\n0000000000 65535 f\r\n0000000009 00000 n\r\ntrailer\n<</Size 2/Root 1 0 "
       "R/ID[<4142>(c)]>>\nstartxref\n" +
       offset + "\n%%EOF\n";
-  ASSERT_TRUE(StoreFile(At("a b.pdf"), pdf));
+  ASSERT_TRUE(StoreFile(TempPath("a b.pdf"), pdf));
   ZXFDF xfdf;
-  EXPECT_TRUE(xfdf.SetIDSFromLocalPDF(At("a b.pdf")));
+  EXPECT_TRUE(xfdf.SetIDSFromLocalPDF(TempPath("a b.pdf")));
   EXPECT_EQ(xfdf.IDSOriginal(), "4142");
-  EXPECT_FALSE(xfdf.SetIDSFromLocalPDF(At("missing.pdf")));
+  EXPECT_FALSE(xfdf.SetIDSFromLocalPDF(TempPath("missing.pdf")));
   ZXFDF other;
-  other.SetPDFHRef(ZInetURL::FromLocalPath(At("a b.pdf")));
+  other.SetPDFHRef(ZInetURL::FromLocalPath(TempPath("a b.pdf")));
   EXPECT_EQ(other.IDSModified(), "63");
-  EXPECT_EQ(other.PDFHRef().Path(true), At("a b.pdf"));
+  EXPECT_EQ(other.PDFHRef().Path(true), TempPath("a b.pdf"));
 }
 
-TEST_F(XFDFFiles, SavedAndReadFromEverywhere) {
+TEST(XFDF, SavedAndReadFromEverywhere) {
   ZXFDF xfdf;
   xfdf.Fields()["a"] = "é\r\n<&";
-  ASSERT_TRUE(xfdf.Save(At("x.xfdf")));
+  ASSERT_TRUE(xfdf.Save(TempPath("x.xfdf")));
   sBlob blob;
   ASSERT_TRUE(xfdf.ToBlob(&blob));
   Chaine file;
-  ASSERT_TRUE(ReadFile(At("x.xfdf"), &file));
+  ASSERT_TRUE(ReadFile(TempPath("x.xfdf"), &file));
   EXPECT_EQ(file, xfdf.AsChaine());
   EXPECT_EQ(blob.bytes, file);
   ZXFDF from_file, from_blob;
-  EXPECT_TRUE(from_file.Read(At("x.xfdf")));
+  EXPECT_TRUE(from_file.Read(TempPath("x.xfdf")));
   EXPECT_TRUE(from_blob.FromBlob(&blob));
   for (const ZXFDF* read : {&from_file, &from_blob}) EXPECT_EQ(read->Fields()["a"].Value().AsChaine(), "é\r\n<&");
 
-  EXPECT_FALSE(xfdf.Save(At("no/folder.xfdf")));
+  EXPECT_FALSE(xfdf.Save(TempPath("no/folder.xfdf")));
   EXPECT_FALSE(xfdf.LastError().empty());
-  EXPECT_TRUE(from_file.Read(At("missing.xfdf")));
+  EXPECT_TRUE(from_file.Read(TempPath("missing.xfdf")));
   EXPECT_FALSE(from_file.HasFields());
   EXPECT_FALSE(from_file.LastError().empty());
 }
