@@ -69,7 +69,6 @@ class HTTPEngine {
   bool IsOwnThread() const;
 
  private:
-  class Connection;
   struct State;
 
   std::unique_ptr<State> state_;
