@@ -2,7 +2,7 @@
 
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/node_access.h"
-#include "zforms/pdf/page_tree.h"
+#include "zforms/pdf/pages.h"
 
 namespace zforms {
 

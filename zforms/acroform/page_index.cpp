@@ -2,7 +2,7 @@
 
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
-#include "zforms/pdf/page_tree.h"
+#include "zforms/pdf/pages.h"
 #include "zforms/pdf/parser/parser.h"
 
 namespace zforms {

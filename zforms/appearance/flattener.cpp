@@ -11,7 +11,7 @@
 #include "zforms/appearance/structure_pruner.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
-#include "zforms/pdf/page_tree.h"
+#include "zforms/pdf/pages.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/stream_node.h"

@@ -9,7 +9,7 @@
 #include "zforms/calculation/script_call.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
-#include "zforms/pdf/page_tree.h"
+#include "zforms/pdf/pages.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/pdf/parser/stream_filters.h"
 #include "zforms/pdf/stream_node.h"

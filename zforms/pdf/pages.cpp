@@ -1,4 +1,4 @@
-#include "zforms/pdf/page_tree.h"
+#include "zforms/pdf/pages.h"
 
 #include <unordered_set>
 #include <utility>
