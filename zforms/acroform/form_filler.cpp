@@ -4,7 +4,7 @@
 
 #include "zforms/acroform/button_states.h"
 #include "zforms/acroform/field.h"
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/acroform/node_access.h"
 #include "zforms/platform/base/ascii.h"
 #include "zforms/platform/base/diagnostics.h"

@@ -4,7 +4,7 @@
 
 #include "zforms/acroform/acro_form.h"
 #include "zforms/acroform/button_states.h"
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/acroform/node_access.h"
 #include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/choice_options.h"

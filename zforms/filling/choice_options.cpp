@@ -1,7 +1,7 @@
 #include "zforms/filling/choice_options.h"
 
 #include "zforms/acroform/field.h"
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/text/characters.h"
 #include "zforms/platform/text/text.h"

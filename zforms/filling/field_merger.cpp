@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/acroform/node_access.h"
 
 namespace zforms {

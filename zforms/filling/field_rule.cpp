@@ -5,7 +5,7 @@
 
 #include "zforms/acroform/button_states.h"
 #include "zforms/acroform/field.h"
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/acroform/field_values.h"
 #include "zforms/calculation/value_format.h"
 #include "zforms/filling/choice_options.h"

@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/filling/csv_writer.h"
 #include "zforms/filling/fdf.h"
 #include "zforms/pdf/parser/parser.h"

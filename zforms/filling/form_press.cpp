@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "zforms/acroform/field.h"
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/form_drawing.h"
 #include "zforms/filling/form_flattening.h"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 #include "zforms/platform/text/text.h"
 #include "zforms/platform/xml/xml_tree_builder.h"
 

@@ -1,4 +1,4 @@
-#include "zforms/acroform/field_text.h"
+#include "zforms/acroform/field_filling.h"
 
 #include "zforms/acroform/field.h"
 #include "zforms/pdf/dictionary_node.h"

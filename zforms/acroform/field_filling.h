@@ -6,9 +6,10 @@ namespace zforms {
 
 class ZAcroFormField;
 
-// How filling writes texts; for the library's sources.
+// What filling writes into a field; for the library's sources.
 
 // The keys that filling and drawing set or remove: in fields and widgets, in the form, and, the last, in the trailer.
+// A form that is filled once for each row is restored by this list.
 inline constexpr const char* kFilledKeys[] = {"/V", "/AS", "/RV", "/I", "/AP", "/NeedAppearances", "/Size"};
 
 // True when two UTF-8 texts differ at most in the kind of their line ends.
