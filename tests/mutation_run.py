@@ -17,6 +17,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COPY = ROOT / "build/mutation"
 LEAST_NOTICED = 0.95
+TIMED_OUT = -1000
 TOOL_TESTS = "tool_data_test|batch_test|change_rules_test|losses_test|damage_test|refusals_test|serve_test|fuzz_corpus"
 # The suites that are run first, by the beginning of the file's name.
 SUITES = {"zforms/platform/http": "ZHTTP*:HTTP*", "zforms/server": "FormServer*:XFDFBuilder*:TemplateStorage*"}
@@ -54,7 +55,7 @@ def run(*command, seconds=3600):
         return subprocess.run(command, cwd=COPY, stdout=subprocess.DEVNULL, stderr=subprocess.STDOUT, check=False,
                               env=environment, timeout=seconds).returncode
     except subprocess.TimeoutExpired:
-        return 1
+        return TIMED_OUT
 
 
 def noticed_by(name, jobs):
@@ -63,8 +64,10 @@ def noticed_by(name, jobs):
         return "the compiler"
     suites = next((suites for folder, suites in SUITES.items() if name.startswith(folder)), QUICK_SUITES)
     for suite in (suites, "*"):
-        if run("build/dev/tests/zforms_tests", "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={suite}", seconds=600):
-            return "a unit test"
+        status = run("build/dev/tests/zforms_tests", "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={suite}",
+                     seconds=1200)
+        if status:
+            return "a unit test that does not end" if status == TIMED_OUT else "a unit test"
     if run("cmake", "--build", "--preset", "dev", "--parallel", jobs) or run(
             "ctest", "--preset", "dev", "-R", TOOL_TESTS, "--stop-on-failure", "--parallel", jobs):
         return "a test of the tool"
