@@ -62,11 +62,12 @@ enum class Method : uint8_t { kRC4, kAES256 };
 
 std::string Locked(Method method, const SecretString& user, const SecretString& owner) {
   ZForm form;
-  EXPECT_TRUE(form.OpenBytes(FormText().Field(10, "<</FT/Tx/T(a)/V(value)>>").Bytes()));
+  const FormText text = FormText().Catalog("/Pages 3 0 R").Object(3, "<</Type/Pages/Kids[]/Count 0>>");
+  EXPECT_TRUE(form.OpenBytes(FormText(text).Field(10, "<</FT/Tx/T(a)/V(value)>>").Bytes()));
   const SecretText user_text(user);
   const SecretText owner_text(owner);
   if (method == Method::kRC4) {
-    form.Document().SetStandardUserFlags(0xFFFFFFFC);
+    form.Document().SetStandardUserFlags(0xFFFFFFF8);
     EXPECT_TRUE(form.Document().SetPasswords(PasswordForms(user).front(), PasswordForms(owner).front()));
   } else {
     EXPECT_TRUE(form.Document().EncryptWithAES256(user_text, owner_text));
@@ -101,7 +102,7 @@ TEST(SecretsTest, NoPasswordStaysInMemoryAfterItsFormIsClosed) {
           EXPECT_TRUE(form.SaveBytes(&saved, ZForm::SaveAs::kNewFile));
         }
         EXPECT_EQ(CountInMemory(searched), 0u) << static_cast<int>(method) << " " << (masked == owner);
-        EXPECT_FALSE(ZForm().OpenBytes(bytes, {Unmasked(masked + ' ')}));
+        EXPECT_FALSE(ZForm().OpenBytes(bytes, {Unmasked(' ' + masked)}));
         EXPECT_EQ(CountInMemory(searched), 0u) << "refused";
       }
     }

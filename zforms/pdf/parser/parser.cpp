@@ -71,9 +71,7 @@ ZPDFParser& ZPDFParser::operator=(const ZPDFParser& other) {
   return *this;
 }
 
-ZPDFParser::~ZPDFParser() {
-  Clean();
-}
+ZPDFParser::~ZPDFParser() { Clean(); }
 
 ZPDFParser::FileState::FileState(size_t file_size)
     : decode_budget(static_cast<size_t>(std::min(kDecodedBase + kDecodedOfFile * file_size, kMostDecoded))),

@@ -1,6 +1,5 @@
-#include <windows.h>
-
 #include <malloc.h>
+#include <windows.h>
 
 #include "zforms/platform/base/os_memory.h"
 
