@@ -183,6 +183,10 @@ def test_fill_judges_alike(folder):
         expect(all(said in err and err.count("zforms: ") <= 1 + (status == 3) for status, _, err in runs), text, runs)
         if wanted == [0, 0]:
             same(f"no value in {text!r}", {*bytes_of(out).values(), one.read_bytes()}, {SAMPLE.read_bytes()})
+    data.write_text("nom,ville\nA,B\n")
+    runs = [zforms("fill", SAMPLE, data, "-o", folder / "no"), zforms("batch", SAMPLE, "--data", data, "--out", folder / "no")]
+    same("no column is known", [(status, "no column has the name of a field" in err) for status, _, err in runs], [(2, True)] * 2)
+    expect(not (folder / "no").exists(), "nothing is written", "")
     for command in (["fill", SAMPLE, data, "-o", one], ["batch", SAMPLE, "--data", data, "--out", folder / "near", "--overwrite"]):
         data.write_text(json.dumps({unicodedata.normalize("NFD", "Numéro d'adhérent"): "A"}))
         expect("; did you mean Numéro d'adhérent?" in zforms(*command)[2], "the near name of a decomposed one", command)

@@ -144,7 +144,7 @@ TABLES = [  # label, bytes of a CSV file, the values or the message
      "the quote that opens a value in line 3 is not closed within 16 MB"),
     ("UTF-16", "adherent.nom\tadherent.prénom d'usage\r\nA\tŁoś\r\n".encode("utf-16"), {NAME: "A", USUAL: "Łoś"}),
     ("UTF-16 that is cut", "\ufeffadherent.nom\r\nA".encode("utf-16-le")[:-1], "the UTF-16 text ends in the middle"),
-    ("a cut name without rows", "adherent.no", ({}, "did you mean adherent.nom?")),
+    ("a cut name without rows", "adherent.no", "did you mean adherent.nom?"),
     ("UTF-16, the high byte first", "\ufeffadherent.nom\r\nŁ\r\n".encode("utf-16-be"), {NAME: "Ł"}),
     ("two columns of a name", "a,a\n1,2\n", 'two columns are named "a"'),
     ("a fault of its line", 'adherent.nom,adherent.ville\n"1\n2"x,3\n', "line 2: text follows the closing quote"),

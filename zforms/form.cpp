@@ -74,7 +74,7 @@ struct ZForm::Implementation {
   bool Open(const FormSource& source, const ZFormOptions& options);
   bool MayFill();
   void MakeFiller();
-  void Fill(ZXFDF& data, uint64_t line);
+  bool Fill(ZXFDF& data, uint64_t line, bool is_table);
   void TakeFaults(const Chaine& where);
   void Compute(const Chaine& where);
   void EndFilling();
@@ -165,7 +165,7 @@ void ZForm::Implementation::Compute(const Chaine& where) {
   for (ZAcroFormField* field : filler->TakeChanged()) changed.push_back(field);
 }
 
-void ZForm::Implementation::Fill(ZXFDF& data, uint64_t line) {
+bool ZForm::Implementation::Fill(ZXFDF& data, uint64_t line, bool is_table) {
   MakeFiller();
   for (const char* column : kFileColumns) {
     if (line != 0 && filler->RuleOf(column) == nullptr) data.Fields().RemoveField(column);
@@ -173,9 +173,11 @@ void ZForm::Implementation::Fill(ZXFDF& data, uint64_t line) {
   filler->Fill(data);
   const Chaine where = line == 0 ? Chaine() : "line " + FormatUInt(line) + ": ";
   TakeFaults(where);
-  Compute(where);
+  const bool fits = !is_table || filler->Known() > 0 || filler->Faults().empty();
+  if (fits) Compute(where);
   filler.reset();
   EndFilling();
+  return fits || Fail(About::kData, "no column has the name of a field");
 }
 
 void ZForm::Implementation::MakeFiller() {
@@ -297,8 +299,7 @@ bool ZForm::Fill(std::string_view data, const std::string& name) {
   if (!error.empty()) own.Say(Severity::kWarning, About::kData, error);
   if (error.empty() && !HoldsValues(values)) own.Say(Severity::kNote, About::kData, kNoValues);
   if (!own.MayFill()) return false;
-  own.Fill(values, line);
-  return true;
+  return own.Fill(values, line, IsTable(data, name));
 }
 
 bool ZForm::FillFromFile(const std::string& path) {

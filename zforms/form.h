@@ -20,8 +20,8 @@ class ZAcroForm;
 // How a form is opened and filled.
 struct ZFORMS_API ZFormOptions {
   SecretString password = {};  // UTF-8; opens an encrypted document
-  bool recover = false;       // read a damaged file by searching it for objects; it is then saved as a new file
-  bool keep_xfa = false;      // leave an XFA form that holds the former values
+  bool recover = false;        // read a damaged file by searching it for objects; it is then saved as a new file
+  bool keep_xfa = false;       // leave an XFA form that holds the former values
   // Make the changes that signatures forbid; these are then no longer valid. Write a new file even when pages or the
   // form lose what cannot be read.
   bool force = false;
@@ -80,7 +80,8 @@ class ZFORMS_API ZForm {
 
   // Fill from XFDF, FDF, one JSON object, or CSV with one row below the names; the first characters say which, else the
   // ending of `name`, that of the data's file. Each value that is not taken is a warning; the others are written. False
-  // when nothing could be filled: the data cannot be read, the document has no form, or it forbids every change.
+  // when nothing could be filled: the data cannot be read, no column of the CSV has the name of a field, the document
+  // has no form, or it forbids every change.
   bool Fill(std::string_view data, const std::string& name = {});
   bool FillFromFile(const std::string& path);
 

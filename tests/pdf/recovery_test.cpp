@@ -34,6 +34,47 @@ std::string Modern() {
   return text.Bytes().ToString();
 }
 
+constexpr const char* kOldFields =
+    "10 0 obj\n<</FT/Tx/T(a)/V(old)>>\nendobj\n11 0 obj\n<</FT/Tx/T(b)/V(old)>>\nendobj\n";
+
+// Older versions of the fields are behind those that the section lists.
+std::string OldOnesLast() {
+  PdfText text;
+  text.Header().Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(1)>>");
+  text.Object(11, "<</FT/Tx/T(b)/V(2)>>").Raw(kOldFields).Xref().Trailer("/Root 1 0 R");
+  return text.Bytes().ToString();
+}
+
+// The same with field "b" in an object stream; older versions are in later ones, and again plain behind these.
+std::string OldOnesLastModern() {
+  PdfText text;
+  text.Header("1.5").Object(10, "<</FT/Tx/T(a)/V(1)>>");
+  text.Pack(5, {{1, kCatalog}, {2, kForm}, {11, "<</FT/Tx/T(b)/V(2)>>"}});
+  text.Stream(7, "<</Type/ObjStm/N 1/First 5>>", "10 0 <</FT/Tx/T(a)/V(older)>>");
+  text.Stream(8, "<</Type/ObjStm/N 1/First 5>>", "11 0 <</FT/Tx/T(b)/V(older)>>");
+  return text.Raw(kOldFields).XrefStream(6, "/Root 1 0 R").Bytes().ToString();
+}
+
+// The newest section is before the one that it leads to, as in a linearized file.
+std::string NewestSectionFirst() {
+  constexpr const char* kPlace = "0000009999";
+  PdfText text;
+  text.Header().Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(1)>>");
+  text.Object(11, "<</FT/Tx/T(b)/V(2)>>")
+      .Xref()
+      .Line(std::string("trailer<</Size 12/Root 1 0 R/Prev ") + kPlace + ">>");
+  std::string bytes = text.Bytes().ToString();
+  const size_t newest = bytes.rfind("xref");
+  const size_t old = bytes.size();
+  bytes += kOldFields;
+  const size_t section = bytes.size();
+  std::string digits = std::to_string(old);
+  bytes += "xref\n10 1\n" + std::string(10 - digits.size(), '0') + digits + " 00000 n \ntrailer<</Size 12>>\n";
+  digits = std::to_string(section);
+  bytes = Replaced(bytes, kPlace, std::string(10 - digits.size(), '0') + digits);
+  return bytes + "startxref\n" + std::to_string(newest) + "\n%%EOF\n";
+}
+
 // The text with the last `what` before `before` replaced.
 std::string Spoilt(std::string text, std::string_view before, std::string_view what, std::string_view by) {
   return text.replace(text.rfind(what, text.find(before)), what.size(), by);
@@ -50,6 +91,7 @@ bool Load(ZAcroForm& form, const Chaine& bytes, bool recover) {
 
 TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
   const std::string classic = Classic(), modern = Modern();
+  const std::string old_last = OldOnesLast(), old_last_modern = OldOnesLastModern(), first = NewestSectionFirst();
   const struct {
     const char* what;
     std::string bytes;
@@ -87,6 +129,14 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
       {"no header", classic.substr(9), "it has no header and is taken for PDF 1.4"},
       {"a header inside alone", Replaced(classic, "%PDF-", "%PXF-") + "12 0 obj<<>>stream\n%PDF-1.7\nendstream endobj",
        "it has no header and is taken for PDF 1.4"},
+      {"old ones last", old_last, ""},
+      {"old ones last and modern", old_last_modern, ""},
+      {"the newest section first", first, ""},
+      {"old ones last, startxref to nowhere", Replaced(old_last, "startxref\n", "startxref\n9"), "rebuilt from 4"},
+      {"old ones last, modern, no startxref", Replaced(old_last_modern, "startxref", ""), "\"startxref\" is missing"},
+      {"the newest section first, startxref to nowhere", Replaced(first, "startxref\n", "startxref\n9"),
+       "rebuilt from 4"},
+      {"old ones last, bytes before the header", "junk " + old_last, "; 5 bytes before the header are left out"},
       {"an older section lost", Replaced(modern, "/Index[1 2 5 2 10 2 ]", "/Index[1 2 5 2 10 2  "), "rebuilt"},
   };
   for (const auto& c : cases) {
@@ -146,9 +196,13 @@ TEST(RecoveryTest, TheNewestWholeVersionWins) {
   packed.Stream(5, "<</Type/ObjStm/N 2/First 11/Filter/FlateDecode>>", data.substr(0, data.size() - 1) + "?");
   packed.Line("trailer<</Root 1 0 R>>");
   const std::pair<std::string, std::string> cases[] = {
-      {CutAt(Classic(), "endobj"), "a=old b=2 "}, {two, "a=1 b=3 "},
-      {CutAt(two, "10 0"), "a=1 b=3 "},           {CutAt(two, "endobj"), "a=1 b=2 "},
-      {packed.Bytes().ToString(), "a=1 b=2 "},    {CutAt(Modern(), "startxref") + "2 0 obj<</Fields[", "a=1 b=2 "},
+      {CutAt(Classic(), "endobj"), "a=old b=2 "},
+      {two, "a=1 b=3 "},
+      {CutAt(two, "10 0"), "a=1 b=3 "},
+      {CutAt(two, "endobj"), "a=1 b=2 "},
+      {OldOnesLast() + "12 0 obj<<>>endobj\n", "a=1 b=2 "},
+      {packed.Bytes().ToString(), "a=1 b=2 "},
+      {CutAt(Modern(), "startxref") + "2 0 obj<</Fields[", "a=1 b=2 "},
   };
   for (const auto& [bytes, values] : cases) {
     ZAcroForm form;

@@ -108,8 +108,9 @@ class CommandLine {
         Add("fill", "Fill a form from an XFDF, FDF, JSON or CSV file.",
             "The change is appended to the file; its old bytes do not change. Names that the form does\n"
             "not have, and values that a field does not take, are reported. Such a field keeps its old\n"
-            "value. null gives no value, and the field keeps the one it has; data without any value are\n"
-            "no fault. What changes is drawn, so that every viewer shows it. Text that does not fit, and\n"
+            "value. CSV without a column that names a field fills nothing; the exit status is then 2.\n"
+            "null gives no value, and the field keeps the one it has; data without any value are no\n"
+            "fault. What changes is drawn, so that every viewer shows it. Text that does not fit, and\n"
             "characters that no font has, are reported. Damage in the form is reported, and the exit\n"
             "status is 3.",
             "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",

@@ -180,6 +180,7 @@ void ZCheckedFiller::FillOne(const ZXFDFField& from, const Chaine& name) {
   const bool has_value = from.HasValue();
   if (from.Size() != 0 && !has_value && !has_rich_text) return;  // a group
   Target* const target = Find(name);
+  known_ += target != nullptr ? 1 : 0;
   if (target == nullptr) {
     AddUnknown(name, "no field is named \"" + name + "\"");
   } else if (has_value || has_rich_text) {

@@ -70,6 +70,8 @@ class ZFORMS_API ZCheckedFiller {
   const PTableau<Fault>& Faults() const { return faults_; }
   // The names of several fields that hold different values and keep them, since the first one's was given.
   const PTableau<Chaine>& Unequal() const { return unequal_; }
+  // The number of names that a field has, with or without a value for it.
+  size_t Known() const { return known_; }
   // The number of names that got a value, changed or not.
   size_t Filled() const { return filled_; }
   // The fields that got a new value since the last call: those that are to be drawn. One may be there twice.
@@ -115,6 +117,7 @@ class ZFORMS_API ZCheckedFiller {
   std::unordered_set<const ZAcroFormField*> given_;
   PTableau<Fault> faults_;
   PTableau<Chaine> unequal_;
+  size_t known_ = 0;
   size_t filled_ = 0;
   PTableau<ZAcroFormField*> changed_;
   std::unique_ptr<Index> index_;

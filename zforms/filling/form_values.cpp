@@ -143,6 +143,10 @@ bool ReadValues(const Chaine& bytes, const std::string& name, ZXFDF* data, uint6
   return Read(kind, kind == Kind::kXFDF ? bytes : text, data, line, error);
 }
 
+bool IsTable(const Chaine& bytes, const std::string& name) {
+  return KindOf(name, MarkedUTF16ToUTF8(bytes)) == Kind::kCSV;
+}
+
 bool HoldsValues(const ZXFDF& data) { return data.HasFields() && HoldsValues(data.Fields()); }
 
 }  // namespace zforms

@@ -23,6 +23,9 @@ ZFORMS_API ReadLimits LimitsOfValues();
 ZFORMS_API bool ReadValues(const Chaine& bytes, const std::string& name, ZXFDF* data, uint64_t* line,
                            std::string* error);
 
+// Whether ReadValues takes such data for CSV, whose columns are the names.
+ZFORMS_API bool IsTable(const Chaine& bytes, const std::string& name);
+
 // Whether the document has a value.
 ZFORMS_API bool HoldsValues(const ZXFDF& data);
 

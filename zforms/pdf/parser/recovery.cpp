@@ -1,6 +1,8 @@
 #include "zforms/pdf/parser/recovery.h"
 
+#include <algorithm>
 #include <map>
+#include <set>
 
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
@@ -11,6 +13,7 @@
 #include "zforms/pdf/parser/object_stream.h"
 #include "zforms/pdf/parser/page_tree.h"
 #include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/parser/section_chain.h"
 #include "zforms/pdf/parser/xref_stream_reader.h"
 #include "zforms/pdf/reference_node.h"
 #include "zforms/platform/base/number.h"
@@ -62,6 +65,9 @@ bool IsEncryption(const ZPDFNodeIndirectObject* object) {
 }
 
 }  // namespace
+
+ZPDFRecovery::ZPDFRecovery(ZPDFParser& parser) : parser_(parser) {}
+ZPDFRecovery::~ZPDFRecovery() = default;
 
 bool ZPDFRecovery::Run(bool analyzed) {
   if (parser_.raw_data_.size() > UINT32_MAX) return false;
@@ -145,8 +151,10 @@ bool ZPDFRecovery::Rebuild(const Chaine& reason) {
   parser_.Clean();
   parser_.diagnostics_.Clear();
   scan_ = ScanFile(parser_.raw_data_);
+  FindTrailers();
+  ReadSections();
   AddFound(listed);
-  FindTrailer();
+  MergeTrailers();
   if (!parser_.PrepareEncryption()) return false;
   const bool readable = parser_.CanBeDecrypted();
   if (readable) AddPackedObjects();
@@ -178,20 +186,7 @@ bool ZPDFRecovery::SettleHeader(const Chaine& reason, Chaine* said) {
   return true;
 }
 
-// Adds the objects that the scan found, and those that it missed but a table points to correctly.
-void ZPDFRecovery::AddFound(const ZPDFLocations& listed) {
-  ForNewestFirst(scan_, [this](const Scanned& found) {
-    if (MayBeInUse(found.id)) parser_.locations_.AddOlder(found.id, found.offset, true);
-  });
-  for (const ZPDFObjectLocation& location : listed) {
-    if (!location.in_use || location.packed || !parser_.LeadsToObject(location)) continue;
-    parser_.locations_.AddOlder(location.id, location.offset, true);
-  }
-  parser_.locations_.Settle();
-}
-
-// Finds the newest trailer that names a catalog, and adds entries that only older ones have.
-void ZPDFRecovery::FindTrailer() {
+void ZPDFRecovery::FindTrailers() {
   std::map<uint32_t, bool> places;  // possible offsets of trailers, and whether in a stream
   for (const uint32_t offset : scan_.trailers) places[offset] = false;
   for (const Scanned& object : scan_.objects) {
@@ -202,17 +197,81 @@ void ZPDFRecovery::FindTrailer() {
   size_t count = 0;
   for (auto place = places.rbegin(); place != places.rend() && count < kMostTrailers; ++place, ++count) {
     const auto& [offset, in_stream] = *place;
-    if (in_stream) parser_.file_.xref_streams.insert(offset);
-    const std::unique_ptr<ZPDFNodeDictionary> trailer =
+    std::unique_ptr<ZPDFNodeDictionary> trailer =
         in_stream ? ZPDFXrefStreamReader(file, 0).ReadTrailer(offset, &parser_) : TrailerAt(file, offset, &parser_);
-    if (trailer == nullptr) continue;
-    if (parser_.trailer_ == nullptr) parser_.trailer_ = std::make_unique<ZPDFNodeDictionary>(&parser_);
+    trailers_.push_back({offset, in_stream, std::move(trailer)});
+  }
+}
+
+// Where the trailer's section begins; 0 when that is not seen.
+uint32_t ZPDFRecovery::SectionOf(const Trailer& trailer) const {
+  if (trailer.in_stream) return trailer.offset;
+  constexpr std::string_view kTable = "xref";
+  const std::string_view before = parser_.raw_data_.View().substr(0, trailer.offset);
+  const size_t table = before.rfind(kTable);
+  if (table == std::string_view::npos || before.substr(0, table).ends_with("start")) return 0;
+  return before.find("obj", table) == std::string_view::npos ? static_cast<uint32_t>(table) : 0;
+}
+
+// Reads the section that no other one leads to, the last of these in the file, and what it leads to.
+void ZPDFRecovery::ReadSections() {
+  std::set<uint32_t> sections;
+  std::set<uint32_t> older;
+  for (const Trailer& trailer : trailers_) {
+    if (trailer.dictionary == nullptr) continue;
+    if (const uint32_t offset = SectionOf(trailer); offset != 0) sections.insert(offset);
+    for (const char* key : {"/Prev", "/XRefStm"}) older.insert(trailer.dictionary->GetUIntValue(key));
+  }
+  if (sections.empty()) return;
+  last_section_ = *sections.rbegin();
+  const auto newest =
+      std::find_if(sections.rbegin(), sections.rend(), [&](uint32_t at) { return !older.contains(at); });
+  if (newest != sections.rend() && ZPDFSectionChain(parser_).Read(*newest)) sections_ = parser_.locations_;
+  parser_.Clean();
+  parser_.diagnostics_.Clear();
+}
+
+bool ZPDFRecovery::IsBehindSections(const ZPDFObjectLocation& location) const {
+  if (!location.packed) return IsBehindSections(location.offset);
+  const ZPDFObjectLocation* holder = parser_.locations_.Find(location.offset);
+  return holder != nullptr && IsBehindSections(holder->offset);
+}
+
+// Adds the objects that the scan found, and those that it missed but a table points to correctly.
+void ZPDFRecovery::AddFound(const ZPDFLocations& listed) {
+  const auto add_found = [this](bool are_behind) {
+    ForNewestFirst(scan_, [this, are_behind](const Scanned& found) {
+      const bool fits = !are_behind || (found.whole && IsBehindSections(found.offset));
+      if (fits && MayBeInUse(found.id)) parser_.locations_.AddOlder(found.id, found.offset, true);
+    });
+  };
+  const auto add_listed = [this](const ZPDFLocations& records, bool are_whole) {
+    for (const ZPDFObjectLocation& location : records) {
+      if (!location.in_use || location.packed || !parser_.LeadsToObject(location)) continue;
+      if (are_whole && scan_.IsCutAt(location.offset)) continue;
+      parser_.locations_.AddOlder(location.id, location.offset, true);
+    }
+  };
+  if (!sections_.IsEmpty()) {
+    add_found(true);
+    add_listed(sections_, true);
+  }
+  add_found(false);
+  add_listed(listed, false);
+  parser_.locations_.Settle();
+}
+
+// Takes the newest trailer that names a catalog, and entries that only older ones have.
+void ZPDFRecovery::MergeTrailers() {
+  parser_.trailer_ = std::make_unique<ZPDFNodeDictionary>(&parser_);
+  for (const Trailer& trailer : trailers_) {
+    if (trailer.in_stream) parser_.file_.xref_streams.insert(trailer.offset);
+    if (trailer.dictionary == nullptr) continue;
     for (const char* key : {"/Root", "/Encrypt", "/Info", "/ID"}) {
-      const ZPDFNode* value = trailer->GetDirect(key);
+      const ZPDFNode* value = trailer.dictionary->GetDirect(key);
       if (value != nullptr && !parser_.trailer_->Exist(key)) parser_.trailer_->SetValue(key, value->Clone());
     }
   }
-  if (parser_.trailer_ == nullptr) parser_.trailer_ = std::make_unique<ZPDFNodeDictionary>(&parser_);
   if (!parser_.trailer_->Exist("/Root") && !parser_.trailer_->Exist("/Encrypt")) FindEncryption();
 }
 
@@ -226,32 +285,50 @@ void ZPDFRecovery::FindEncryption() {
   }
 }
 
-// Adds the objects in object streams, the newest version of each by file order. Objects of a damaged stream are added
-// last.
+// Adds the objects in object streams, of each the version that the sections list, else the newest by file order.
+// Objects of a damaged stream are added last.
 void ZPDFRecovery::AddPackedObjects() {
-  std::map<uint32_t, uint32_t> added, doubtful;  // object number to stream number
+  std::map<uint32_t, uint32_t> added, doubtful, confirmed;  // object number to stream number
   for (const Scanned& scanned : scan_.objects) {
     if (!scanned.names_object_stream) continue;
-    const ZPDFObjectLocation* holder = parser_.locations_.Find(scanned.id.Number());
+    const uint32_t number = scanned.id.Number();
+    const ZPDFObjectLocation* holder = parser_.locations_.Find(number);
     if (holder == nullptr || holder->packed || holder->offset != scanned.offset) continue;
-    const ZPDFObjectStream* stream = parser_.ObjectStream(scanned.id.Number());
+    const ZPDFObjectStream* stream = parser_.ObjectStream(number);
     if (stream == nullptr) continue;
     for (const ZPDFObjectStream::Part& part : stream->Parts()) {
       if (!MayBeInUse({part.number, 0})) continue;
       ZPDFObjectLocation* const location = parser_.locations_.Find(part.number);
+      const ZPDFObjectLocation* const listed = sections_.Find(part.number);
       if (stream->IsDamaged()) {
-        if (location == nullptr && part.begin < part.end) doubtful[part.number] = scanned.id.Number();
-      } else if (location == nullptr) {
-        added[part.number] = scanned.id.Number();
-      } else if (location->packed || (location->object == nullptr &&
-                                      (location->offset < scanned.offset || scan_.IsCutAt(location->offset)))) {
-        *location = {{part.number, 0}, scanned.id.Number(), true, true};
+        if (location == nullptr && part.begin < part.end) doubtful[part.number] = number;
+        continue;
+      }
+      if (listed != nullptr && listed->in_use && listed->packed && listed->offset == number) {
+        confirmed[part.number] = number;
+      }
+      if (location == nullptr) {
+        added[part.number] = number;
+      } else if (location->packed || (location->object == nullptr && IsOlder(*location, scanned))) {
+        *location = {{part.number, 0}, number, true, true};
       }
     }
   }
   added.merge(doubtful);
   for (const auto& [number, stream] : added) parser_.locations_.AddOlderPacked(number, stream);
   parser_.locations_.Settle();
+  for (const auto& [number, stream] : confirmed) {
+    ZPDFObjectLocation& location = *parser_.locations_.Find(number);
+    if (location.object == nullptr && !IsBehindSections(location)) location = {{number, 0}, stream, true, true};
+  }
+}
+
+// Whether an object of the file is older than what this object stream contains.
+bool ZPDFRecovery::IsOlder(const ZPDFObjectLocation& location, const Scanned& stream) const {
+  if (scan_.IsCutAt(location.offset)) return true;
+  const ZPDFObjectLocation* const listed = sections_.Find(location.id.Number());
+  const bool is_listed = listed != nullptr && listed->in_use && !listed->packed && listed->offset == location.offset;
+  return is_listed ? IsBehindSections(stream.offset) : location.offset < stream.offset;
 }
 
 // Finds the newest catalog among the objects, for a file without a trailer that names it.

@@ -1,39 +1,62 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
+#include <vector>
+
 #include "zforms/pdf/parser/file_scan.h"
+#include "zforms/pdf/parser/locations.h"
 #include "zforms/platform/base/chaine.h"
 
 namespace zforms {
 
-class ZPDFLocations;
+class ZPDFNodeDictionary;
 class ZPDFParser;
-struct ZPDFObjectLocation;
 
 // Recovers a damaged file for its parser, which lives longer: corrects records that do not point to their object, or
 // rebuilds the locations and the trailer from a scan of the file, and mends the page tree. Used once, right after the
 // parser has analyzed the file.
 class ZPDFRecovery {
  public:
-  explicit ZPDFRecovery(ZPDFParser& parser) : parser_(parser) {}
+  explicit ZPDFRecovery(ZPDFParser& parser);
+  ~ZPDFRecovery();
 
   // `analyzed` is the result of the analysis. Returns whether the parser now has a document; its diagnostics say what
   // was done, or why it failed.
   bool Run(bool analyzed);
 
  private:
+  // A trailer that the scan found: behind the word "trailer", or in a cross-reference stream.
+  struct Trailer {
+    uint32_t offset;
+    bool in_stream;
+    std::unique_ptr<ZPDFNodeDictionary> dictionary;
+  };
+
   Chaine Damage(bool analyzed) const;
   bool Rebuild(const Chaine& reason);
   bool SettleHeader(const Chaine& reason, Chaine* said);
+  void FindTrailers();
+  uint32_t SectionOf(const Trailer& trailer) const;
+  void ReadSections();
+  bool IsBehindSections(uint32_t offset) const { return offset >= last_section_; }
+  bool IsBehindSections(const ZPDFObjectLocation& location) const;
   void AddFound(const ZPDFLocations& listed);
-  void FindTrailer();
+  void MergeTrailers();
   void FindEncryption();
+  bool IsOlder(const ZPDFObjectLocation& location, const ZPDFFileScan::Object& stream) const;
   void AddPackedObjects();
   void FindCatalog();
   void RepairLocations();
   bool SettleGeneration(ZPDFObjectLocation& location);
 
   ZPDFParser& parser_;
-  ZPDFFileScan scan_;  // once the file was scanned
+  ZPDFFileScan scan_;              // once the file was scanned
+  std::vector<Trailer> trailers_;  // the newest first, by file order
+  // The records of the newest cross-reference section that can be read, and of those that it leads to. They say which
+  // of several versions of an object is the newest: some writers put older ones behind it.
+  ZPDFLocations sections_;
+  uint32_t last_section_ = 0;  // where the last section begins; objects behind it are newer than all records
 };
 
 }  // namespace zforms
