@@ -28,7 +28,8 @@ std::string CommandNames(const std::vector<CommandPage>& pages, std::string_view
   return Joined(names, separator);
 }
 
-// A text in single quotes for a shell; fish takes \' in them, the others close and open them.
+// A text in single quotes for a shell. In fish a quote inside it is \'; in the others the quotes are closed and opened
+// again.
 std::string Quoted(const std::string& text, std::string_view apostrophe) {
   std::string out = "'";
   for (const char c : text) {

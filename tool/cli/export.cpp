@@ -10,7 +10,7 @@
 namespace zforms::tool {
 namespace {
 
-// Such as "csv, json or jsonl".
+// For example "csv, json or jsonl".
 std::string TableFormats() {
   std::vector<std::string> names;
   for (const ExportFormatName& format : kExportFormats) {

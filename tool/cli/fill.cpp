@@ -29,7 +29,7 @@ int RunFill(const FillOptions& options) {
   form.Fill(data, options.data);
   const bool is_flat = options.flatten && form.Flatten();
   Say(form.TakeMessages(), console, data_console);
-  // What cannot be read fills nothing.
+  // Data that cannot be read fill nothing.
   if (data_console.HasFailed()) return kFailed;
   if (options.flatten && !is_flat) return console.Finish();
   SaveForm(options.output, form.Document(), {false, options.guard.force}, console);

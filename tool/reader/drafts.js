@@ -80,7 +80,7 @@ export function recallDrafts(/** @type {string} */ form) {
       if (text && memory?.form === form && memory.values) drafts.push(/** @type {Draft} */ ({ key, text, memory }));
     }
   } catch {
-    // The browser stores nothing.
+    // The browser does not allow storing.
   }
   return drafts.sort((a, b) => a.memory.when - b.memory.when);
 }
@@ -104,7 +104,7 @@ export function recallAll() {
       else forms.set(memory.form, [...(forms.get(memory.form) ?? []), memory]);
     }
   } catch {
-    // The browser stores nothing.
+    // The browser does not allow storing.
   }
   const newestFirst = (/** @type {Memory} */ a, /** @type {Memory} */ b) => b.when - a.when;
   return [...forms.values()].map((memories) => inOne(memories.sort(newestFirst))).sort(newestFirst);

@@ -21,9 +21,9 @@
 namespace zforms {
 namespace {
 
-// Appearances of fields take some hundred bytes.
+// The appearance of a field usually takes a few hundred bytes.
 constexpr size_t kMostContent = 4 << 20;
-// Boxes count as equal up to this, in points and as a part of the size.
+// Boxes that differ by no more than this count as equal: in points, and as a part of the size.
 constexpr double kBoxTolerance = 1;
 constexpr double kBoxPart = 0.05;
 
@@ -33,7 +33,7 @@ const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeDictionary& holder, std::st
 
 bool IsSameSize(double a, double b) { return std::abs(a - b) <= std::max(kBoxTolerance, kBoxPart * b); }
 
-// False when the box is none or has another size than the widget.
+// False when the entry is not a box, or when its size is not that of the widget.
 bool ReadBox(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style, KeptLook* look) {
   const auto* box = NodeCast<ZPDFNodeArray>(dictionary.GetTarget("/BBox"));
   if (box == nullptr || box->Size() < 4) return false;
@@ -50,7 +50,7 @@ bool ReadBox(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style, Kep
   return IsSameSize(look->width, style.width) && IsSameSize(look->height, style.height);
 }
 
-// Whether "/Matrix", or its absence, turns the box as the widget asks, and does no more to it than moving it.
+// True when "/Matrix" (or its absence) turns the box as the widget asks and otherwise only moves it.
 bool TurnsAlike(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style) {
   const auto* matrix = NodeCast<ZPDFNodeArray>(dictionary.GetTarget("/Matrix"));
   if (matrix == nullptr) return style.rotation == 0;
@@ -181,7 +181,7 @@ void AppearanceStore::SetNormal(ZPDFNodeDictionary* widget, const NewAppearance&
     const auto* reference = NodeCast<ZPDFNodeIndirectReference>(own->GetDirect("/N"));
     if (reference == nullptr || !(reference->GetID() == object->GetID())) own->SetValue("/N", object->AllocReference());
   }
-  // They would show the former value.
+  // Other appearances would still show the old value.
   for (const char* key : {"/D", "/R"}) {
     const ZPDFNodeDictionary* appearances = DictionaryOf(*widget, "/AP");
     if (appearances != nullptr && appearances->Exist(key)) OwnAppearances(widget)->RemoveValue(key);

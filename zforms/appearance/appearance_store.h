@@ -20,10 +20,10 @@ class ZPDFNodeIndirectReference;
 class ZPDFNodeStream;
 class ZPDFParser;
 
-// What an appearance that a widget has already gives to the new one.
+// The parts of a widget's existing appearance that the new one keeps.
 struct KeptLook {
   KeptContent content;
-  // "/BBox": where it begins, and its size.
+  // "/BBox": its lower left corner and its size.
   double x = 0, y = 0;
   double width = 0, height = 0;
   const ZPDFNodeDictionary* dictionary = nullptr;  // of the stream; the document owns it
@@ -38,35 +38,36 @@ struct NewAppearance {
   const TextLook* look = nullptr;  // of the text; null without
 };
 
-// AppearanceStore reads and writes the appearances of widgets, "/AP" (ISO 32000-1 12.5.5), of one document. What it
-// writes are objects of their own, so that widgets that shared one do not change each other's. It lives as long as
-// fields are drawn. One thread at a time.
+// AppearanceStore reads and writes the appearances ("/AP", ISO 32000-1 12.5.5) of the widgets of one document. It
+// writes each appearance as an object of its own, so that widgets that shared one no longer affect each other. It lives
+// as long as fields are drawn. One thread at a time.
 class AppearanceStore {
  public:
-  // `work` is what may still be done, in bytes: see FieldWork.
+  // `work` is the remaining budget; see WidgetDrawer.
   AppearanceStore(AddedObjects* added, size_t* work) : added_(added), parser_(added->Document()), work_(work) {}
 
   // "/N" where it is one stream; null otherwise.
   static const ZPDFNodeStream* NormalStream(const ZPDFNodeDictionary& widget);
-  // What stays of "/N": empty when there is no stream, when it cannot be decoded, when its box has another size than
-  // the widget, or when its content cannot be kept.
+  // The parts of "/N" to keep. Empty when there is no stream, when it cannot be decoded, when the size of its box is
+  // not that of the widget, or when its content cannot be kept.
   std::optional<KeptLook> KeptOf(const ZPDFNodeDictionary& widget, const WidgetStyle& style);
 
-  // Makes the appearance "/N"; "/D" and "/R" go. Nothing changes when the widget has the very same already.
+  // Makes the appearance "/N" and removes "/D" and "/R". Changes nothing when the widget already has the same
+  // appearance.
   void SetNormal(ZPDFNodeDictionary* widget, const NewAppearance& appearance);
-  // Makes the appearance that of a state in "/N", which becomes a dictionary.
+  // Makes the appearance that of one state; "/N" becomes a dictionary of states.
   void SetState(ZPDFNodeDictionary* widget, const Chaine& state, const NewAppearance& appearance);
 
  private:
   ZPDFNodeStream* MakeStream(const NewAppearance& appearance) const;
   ZPDFNodeDictionary* MakeResources(const NewAppearance& appearance) const;
-  // The widget's own "/AP", made where it is absent or may be shared.
+  // The widget's own "/AP". Creates one when it is absent or may be shared.
   ZPDFNodeDictionary* OwnAppearances(ZPDFNodeDictionary* widget) const;
 
   AddedObjects* added_;
   ZPDFParser* parser_;
   size_t* work_;
-  // The objects that were made here for "/N", which are the widget's alone.
+  // The objects created here for "/N"; no other widget uses them.
   std::unordered_map<const ZPDFNodeDictionary*, ZPDFNodeIndirectObject*> made_;
 };
 

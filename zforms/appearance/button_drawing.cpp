@@ -36,7 +36,7 @@ const ZPDFNodeDictionary* StatesOf(const ZAcroFormField& widget) {
 
 Chaine StateAt(const ZPDFNodeDictionary& states, size_t index) { return NameWithoutSlash(states.KeyAt(index)); }
 
-// The state that the widget has a name for, shows, or its value names, else a usual one.
+// The name of the state "on": the one in "/AP", else the one that is shown or set as the value, else a usual name.
 Chaine OnStateOf(const ZAcroFormField& widget, bool is_radio, size_t index) {
   const ZPDFNodeDictionary* states = StatesOf(widget);
   for (size_t i = 0; states != nullptr && i < states->Size(); i++) {

@@ -7,7 +7,8 @@ namespace zforms {
 
 class ZAcroFormField;
 
-// Draws the buttons that have no appearance (ISO 32000-1 12.7.4.2); what they have stays. One thread at a time.
+// Draws the buttons that have no appearance (ISO 32000-1 12.7.4.2). Existing appearances do not change. One thread at a
+// time.
 class ButtonDrawer {
  public:
   ButtonDrawer(FieldFonts& fonts, AppearanceStore& store) : fonts_(fonts), store_(store) {}
@@ -17,8 +18,8 @@ class ButtonDrawer {
   static bool LacksStates(const ZAcroFormField& widget);
   // Draws a push button with its caption, in the middle.
   void DrawPush(WidgetDrawing& drawing);
-  // Gives a check box or a radio button the states on and off, and "/AS" when it has none. `widget` is that of the
-  // drawing, `index` its place among the widgets of its field.
+  // Gives a check box or a radio button the states on and off, and "/AS" when it has none. `widget` is the widget of
+  // the drawing, `index` its place among the widgets of its field.
   void DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, size_t index);
 
  private:

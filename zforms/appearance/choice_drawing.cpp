@@ -20,13 +20,13 @@ constexpr double kUsualSize = 12;         // in points
 constexpr double kLeastSize = 4;          // in points
 constexpr WidgetColor kSelectedGround{3, {0.6, 0.757, 0.855}};
 
-// Which options are seen.
+// The options that are visible.
 struct Rows {
   size_t first = 0;
   size_t end = 0;
 };
 
-// From "/TI" on; when none of the selected ones is among those, from the first selected one on.
+// Begins at "/TI", or at the first selected option when no selected one would be visible from there.
 Rows VisibleRows(const ZAcroFormField& widget, size_t count, const std::vector<size_t>& selected, double rows) {
   const auto whole = static_cast<size_t>(std::max(std::floor(rows + 0.01), 1.0));
   const ZPDFNode* top = InheritedEntry(widget, "/TI");
@@ -61,7 +61,7 @@ Chaine ChoiceDrawer::ShownText(const ZAcroFormField& widget) {
   return found == options.by_value.end() ? value : options.shown[found->second];
 }
 
-// In rising order, by "/V"; by "/I" where there is no value.
+// The selected options in rising order: by "/V", or by "/I" when there is no value.
 std::vector<size_t> ChoiceDrawer::SelectedOf(const ZAcroFormField& widget, const Options& options) {
   std::vector<size_t> selected;
   for (const Chaine& value : widget.Values()) {

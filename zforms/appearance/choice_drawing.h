@@ -12,8 +12,8 @@ namespace zforms {
 
 class ZPDFNode;
 
-// Draws choice fields (ISO 32000-1 12.7.4.4). It keeps the options of each field. Lives as long as fields of one form
-// are drawn; their options are not to change. One thread at a time.
+// Draws choice fields (ISO 32000-1 12.7.4.4). It keeps the options of each field, so these must not change while it
+// lives: as long as fields of one form are drawn. One thread at a time.
 class ChoiceDrawer {
  public:
   explicit ChoiceDrawer(FieldFonts& fonts) : fonts_(fonts) {}
@@ -34,7 +34,7 @@ class ChoiceDrawer {
   void ShowRows(WidgetDrawing& drawing, const Options& options, const std::vector<size_t>& selected);
 
   FieldFonts& fonts_;
-  // By "/Opt", which fields may share.
+  // The key is "/Opt", which several fields may share.
   std::unordered_map<const ZPDFNode*, Options> options_;
 };
 

@@ -12,10 +12,10 @@ namespace {
 
 constexpr double kFarthest = 1e6;
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
-// Adjustments below a tenth of a thousandth of the size are not seen.
+// Adjustments below a tenth of a thousandth of the size are not visible.
 constexpr double kLeastAdjustment = 0.1;
 
-// Thousandths, as few digits as the value needs.
+// Rounds to thousandths and writes as few digits as the value needs.
 void AppendNumber(std::string* text, double value) {
   if (!std::isfinite(value)) value = 0;
   int64_t thousandths = std::llround(std::clamp(value, -kFarthest, kFarthest) * 1000);
@@ -96,7 +96,7 @@ void ContentWriter::BeginText() {
 
 void ContentWriter::EndText() {
   Operator("ET");
-  // The operator lasts beyond the text, but what was saved before it may come back.
+  // The font stays set after the text ends, but a "Q" may restore an earlier one.
   font_.Clear();
   size_ = 0;
 }
@@ -109,7 +109,7 @@ void ContentWriter::SetFont(const Chaine& resource, double size) {
 }
 
 void ContentWriter::MoveTo(double x, double y) {
-  // Relative to numbers as they are written, so that roundings do not add up.
+  // Relative to the numbers as they were written, so that rounding errors do not add up.
   const auto rounded = [](double value) { return std::round(value * 1000) / 1000; };
   x = rounded(x);
   y = rounded(y);
@@ -123,7 +123,7 @@ void ContentWriter::Show(const GlyphSpan& span) {
   for (size_t from = 0, to = 0; from < glyphs.size(); from = to) {
     const bool is_plain = glyphs[from].is_plain;
     while (to < glyphs.size() && glyphs[to].is_plain == is_plain) to++;
-    // A cluster is not torn apart.
+    // A cluster is never split.
     while (!is_plain && to < glyphs.size() && glyphs[to].cluster == glyphs[to - 1].cluster) to++;
     if (!is_plain) BeginActualText(span, from, to);
     ShowGlyphs(glyphs.subspan(from, to - from));
@@ -162,8 +162,8 @@ void ContentWriter::ShowGlyphs(std::span<const ShapedGlyph> glyphs) {
   }
 }
 
-// "Tj" where each glyph advances as the font says, else "TJ". A number in its array moves to the left (9.4.3), so what
-// the pen is behind of where it should be is written as its negative.
+// "Tj" when each glyph advances as the font says, else "TJ". A positive number in the array of "TJ" moves to the left
+// (9.4.3), so a pen that has to move to the right gets a negative one.
 void ContentWriter::ShowOnOneHeight(std::span<const ShapedGlyph> glyphs) {
   if (std::none_of(glyphs.begin(), glyphs.end(), IsAdjusted)) {
     String(glyphs);

@@ -11,41 +11,41 @@
 
 namespace zforms {
 
-// The glyphs of one stretch of a line in one font, in visual order.
+// The glyphs of a part of a line in one font, in visual order.
 struct GlyphSpan {
   std::span<const ShapedGlyph> glyphs;
-  // The characters that the clusters of the glyphs are indices of, and the index behind the last of them.
+  // The characters that the clusters of the glyphs refer to by index, and the index after the last of them.
   std::u32string_view paragraph;
   size_t end = 0;
   bool right_to_left = false;
 };
 
 // ContentWriter builds a content stream (ISO 32000-1 7.8.2): operands and operators as text. Numbers have at most three
-// decimals; what is not finite is 0, and nothing reaches beyond a million points. A plain value.
+// decimals. A number that is not finite becomes 0, and none is larger than a million. It can be copied.
 class ContentWriter {
  public:
   ContentWriter() { text_.reserve(kUsualSize); }
 
-  // The operands and then the operator. It ends the line.
+  // Writes the operands, then the operator and a line end.
   ContentWriter& Operator(std::string_view name, std::initializer_list<double> operands = {});
-  // Text that is content already.
+  // Adds text that is content already.
   ContentWriter& Raw(std::string_view content) {
     text_ += content;
     return *this;
   }
-  // One operand, a blank behind it.
+  // Writes one operand and a blank.
   ContentWriter& Number(double value);
-  // A name with its slash; what would end it early is escaped (7.3.5).
+  // Writes a name, which begins with its slash; characters that would end it early are escaped (7.3.5).
   ContentWriter& Name(std::string_view name);
 
-  // "BT" and "ET", between which the operators below may stand (9.4.1).
+  // Write "BT" and "ET"; the operators below are allowed only between them (9.4.1).
   void BeginText();
   void EndText();
-  // "Tf", unless font and size are set already. `resource` is the name in "/Font" without slash.
+  // Writes "Tf", unless font and size are set already. `resource` is the name in "/Font" without slash.
   void SetFont(const Chaine& resource, double size);
-  // Where the baseline of what is shown next starts, in the units in which "BT" stood.
+  // Sets the start of the baseline of the text shown next, in the units in force at "BT".
   void MoveTo(double x, double y);
-  // Shows the glyphs in the font that is set, with "/ActualText" around clusters that are not plain (14.9.4).
+  // Shows the glyphs in the current font, with "/ActualText" around clusters that are not plain (14.9.4).
   void Show(const GlyphSpan& span);
 
   const std::string& Text() const { return text_; }

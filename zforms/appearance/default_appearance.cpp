@@ -12,12 +12,12 @@
 namespace zforms {
 namespace {
 
-// What stands behind is not read: those of real forms take less than 200 bytes, and each field may have another one.
+// The rest is not read: the strings of real forms have less than 200 bytes, and each field may have another one.
 constexpr size_t kMostRead = 4096;
 constexpr double kLargestSize = 10000;
 constexpr double kLargestSpacing = 1000;
 constexpr double kLargestScaling = 1000;
-// No colour has more components (ISO 32000-1 Annex C: 32 of DeviceN).
+// The largest number of components of a colour (ISO 32000-1 Annex C: 32 of DeviceN).
 constexpr size_t kMostOperands = 32;
 
 bool IsNumber(std::string_view word) {
@@ -28,7 +28,7 @@ bool IsNumber(std::string_view word) {
          word.find_first_of("0123456789") != std::string_view::npos;
 }
 
-// The operands that stand before an operator: the last ones when there are too many.
+// The operands before an operator: only the last ones when there are too many.
 class Operands {
  public:
   void Add(std::string_view word) { words_[count_++ % kMostOperands] = word; }
@@ -110,7 +110,7 @@ class Reader {
     if (name == "Tz") return SetScaling();
   }
   void SetFont() {
-    // "/Helv Tf", without a size, is met as well.
+    // Some files have "/Helv Tf", without a size.
     const std::optional<double> size = operands_.Number();
     const size_t place = size ? 1 : 0;
     if (operands_.Count() <= place || !operands_.Last(place).starts_with('/')) return;
@@ -126,7 +126,7 @@ class Reader {
     if (value && *value > 0 && *value <= kLargestScaling) result_.horizontal_scaling = *value;
   }
 
-  // The last operands as components, the first of them first; nothing where one is no number.
+  // The last operands as components, in their order; empty when one of them is not a number.
   std::optional<Chaine> Components(size_t count, double least, double most) const {
     Chaine text;
     for (size_t back = count; back-- > 0;) {
@@ -148,7 +148,7 @@ class Reader {
     const Chaine name = ZPDFNodeIdentifier::Decode(operands_.Last());
     space_ = name == "/Pattern" ? Chaine() : name;
   }
-  // Without a colour space before it, the number of components tells the one of the device.
+  // Without a colour space before it, the number of components tells which device colour space is meant.
   void SetColor(std::string_view name) {
     const size_t count = operands_.Count();
     if (space_.IsEmpty() || space_.View().starts_with("/Device")) {

@@ -17,11 +17,11 @@ inline bool IsAmong(const DictionarySet& dictionaries, const ZPDFNode& node) {
   return dictionary != nullptr && dictionaries.contains(dictionary);
 }
 
-// Removes the elements of which `goes` is true; it is asked once for each, in order, with the element as stored. The
-// nodes of the array's elements stay in memory as long as the array, and those that are kept are others afterwards.
-// Returns whether there were any; the array may be null.
+// Removes the elements for which `goes` returns true; it is called once for each, in order, with the element as stored.
+// The remaining elements become new nodes; the old nodes stay in memory as long as the array. Returns whether any was
+// removed. The array may be null.
 bool RemoveElements(ZPDFNodeArray* array, const std::function<bool(const ZPDFNode&)>& goes);
-// The same for those that lead to a dictionary of the set.
+// The same for the elements that lead to a dictionary of the set.
 bool RemoveElements(ZPDFNodeArray* array, const DictionarySet& gone);
 
 }  // namespace zforms

@@ -13,16 +13,16 @@ class TextFont;
 class ZPDFNode;
 class ZAcroFormField;
 
-// What a widget's text looks like by its "/DA" (ISO 32000-1 12.7.3.3).
+// What a widget's text looks like according to its "/DA" (ISO 32000-1 12.7.3.3).
 struct TextLook {
   TextFont* font = nullptr;
   double size = 0;    // 0: automatic
   Chaine color = {};  // operators that set it; empty for black
-  // The resource of "/ColorSpace" that these name, without slash, and its value, which the document owns; null for
-  // none.
+  // The resource of "/ColorSpace" that the operators name, without slash, and its value, which the document owns; null
+  // when they name none.
   Chaine color_space = {};
   const ZPDFNode* color_space_value = nullptr;
-  // Of Tc and Tw, in points, and of Tz, 1 for none.
+  // Character and word spacing (Tc and Tw) in points, and horizontal scaling (Tz) as a factor.
   double character_spacing = 0;
   double word_spacing = 0;
   double scaling = 1;
@@ -34,20 +34,20 @@ struct MarkGlyph {
   ShapedGlyph glyph;
 };
 
-// Where those who draw fields get fonts from: the form's own and, for characters that these lack, others. It owns the
-// fonts. One document; one thread at a time.
+// The source of fonts for drawing fields: the form's own fonts and, for characters that these lack, others. It owns the
+// fonts. One object serves one document; one thread at a time.
 class FieldFonts {
  public:
   virtual ~FieldFonts() = default;
 
   virtual TextLook LookOf(const ZAcroFormField& widget) = 0;
-  // The text, which has no line ends, in the font where it has all the characters, else in others. Characters that no
-  // font has are added to `missing`, and what stands for them is shown.
+  // Shapes the text, which has no line ends, in the given font if it has all the characters, else in others. Characters
+  // that no font has are added to `missing` and shown by a replacement.
   virtual TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) = 0;
   // The mark that "/CA" of a button names by its code in ZapfDingbats; nothing when there is none.
   virtual std::optional<MarkGlyph> MarkOf(const ZAcroFormField& widget, uint8_t code) = 0;
-  // Completes the objects of embedded fonts with all the glyphs that were shown. More may follow, and then this again.
-  // False when a font cannot be written.
+  // Completes the objects of embedded fonts with all the glyphs that were shown. More text may follow; then call this
+  // again. False when a font cannot be written.
   virtual bool Finish() = 0;
 };
 

@@ -21,7 +21,8 @@ class TreePruner {
  public:
   explicit TreePruner(DictionarySet* gone) : gone_(gone) {}
 
-  // Takes the fields of the level out of the array that lists them, after those below them. True when a field stays.
+  // Removes the fields of this level from the array that lists them, after the fields below them. True when a field
+  // stays.
   bool Prune(ZAcroFormFieldCollection& fields, ZPDFNodeArray* listed) {
     bool any_stays = false;
     for (uint32_t i = 0; i < fields.Size(); i++) {
@@ -46,7 +47,7 @@ class TreePruner {
   bool has_signature_ = false;
 };
 
-// One in the catalog itself, to which its wrappers point, only becomes empty.
+// A form dictionary directly in the catalog only becomes empty, since wrappers still point to it.
 void RemoveForm(ZPDFNodeDictionary& catalog, ZPDFNodeDictionary& infos) {
   if (catalog.GetDirect("/AcroForm") != &infos) {
     catalog.RemoveValue("/AcroForm");

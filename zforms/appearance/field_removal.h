@@ -6,11 +6,10 @@ namespace zforms {
 
 class ZAcroForm;
 
-// Takes the fields out of the form's tree, with the groups that are empty then, and out of "/CO". With the last field,
-// the form goes; `keeps_fonts` leaves "/DR" and "/DA" of it, which other annotations use. With the last signature
-// field,
-// "/SigFlags" goes, and "/DocMDP" of the catalog's permissions. The widgets on the pages stay. Adds groups that go to
-// `gone`.
+// Removes the fields from the form's tree and from "/CO", and the groups that become empty. Removes the form with its
+// last field; `keeps_fonts` keeps its "/DR" and "/DA", which other annotations use. With the last signature field it
+// removes "/SigFlags", and "/DocMDP" from the catalog's permissions. The widgets stay on the pages. Adds the removed
+// groups to `gone`.
 void RemoveFields(ZAcroForm& form, DictionarySet* gone, bool keeps_fonts);
 
 }  // namespace zforms

@@ -19,8 +19,8 @@
 namespace zforms {
 namespace {
 
-// So many widgets, and as many as the file has bytes, may be on the pages: pages that share annotations could
-// otherwise make a large file of a small one.
+// The pages may have this many widgets plus one for each byte of the file: pages that share annotations could otherwise
+// turn a small file into a large one.
 constexpr size_t kMostPlaces = 100000;
 
 // One flattening of some fields of a form.
@@ -28,7 +28,7 @@ class Flattening {
  public:
   Flattening(ZAcroForm& form, ZDiagnostics* notes) : form_(form), notes_(notes) {}
 
-  // Takes every field when there are no names.
+  // Chooses every field when there are no names.
   bool Choose(const PTableau<Chaine>* names) {
     takes_all_ = names == nullptr;
     FDictionnary<bool> found;
@@ -47,7 +47,7 @@ class Flattening {
   bool Run() {
     if (!FindWidgets()) return false;
     DrawMissing();
-    // What is no longer reached need not be written, though it was filled or drawn.
+    // Objects that are no longer reachable need not be written, even if they were filled or drawn.
     for (ZPDFNodeDictionary* dictionary : chosen_) dictionary->SetModified(false, true);
     PaintPages();
     RemoveFromStructure(*form_.Parser()->Root(), gone_);
@@ -104,7 +104,7 @@ class Flattening {
 
   void Find(ZPDFNodeDictionary& annotation, Page* page) {
     const Chaine& type = annotation.GetIdentifier("/Subtype");
-    // Their "/DA" names fonts of the form (ISO 32000-1 12.5.6.6).
+    // Free text annotations: their "/DA" names fonts of the form (ISO 32000-1 12.5.6.6).
     keeps_fonts_ |= type == "/FreeText";
     if (takes_all_ && type == "/Widget" && gone_.insert(&annotation).second) chosen_.push_back(&annotation);
     if (gone_.contains(&annotation)) page->widgets.push_back(&annotation);
@@ -130,7 +130,7 @@ class Flattening {
     for (const ZDiagnostics::Warning& warning : drawer.Diagnostics().Warnings()) notes_->Warn(warning);
   }
 
-  // The drawer finds out itself whether a button lacks an appearance.
+  // The drawer itself checks whether a button lacks an appearance.
   static bool IsButton(const ZAcroFormField& field) {
     const ZAcroFormField::eFieldType type = field.InheritedType();
     return type == ZAcroFormField::ePushButton || type == ZAcroFormField::eCheckBox ||
@@ -157,7 +157,7 @@ class Flattening {
   bool takes_all_ = false;
   bool keeps_fonts_ = false;
   PTableau<ZAcroFormField*> fields_;
-  // The dictionaries of fields and widgets that go, in the order in which they were found, and as a set.
+  // The dictionaries of fields and widgets to remove, in the order in which they were found, and as a set.
   PTableau<ZPDFNodeDictionary*> chosen_;
   DictionarySet gone_;
   PTableau<Page> pages_;

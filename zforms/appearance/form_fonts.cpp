@@ -15,7 +15,7 @@
 namespace zforms {
 namespace {
 
-// The style of a font that replaces this one.
+// The style that a replacement for this font should have.
 ZFontStyle StyleOf(const StandardFont& font) {
   ZFontStyle style;
   if (font.family == FontFamily::kTimes) style.family = ZFontStyle::Family::kSerif;
@@ -31,7 +31,7 @@ const ZPDFNode* ColorSpaceIn(const ZPDFNodeDictionary& holder, std::string_view 
   return spaces == nullptr ? nullptr : spaces->GetDirect(key);
 }
 
-// That of the field, of one of its parents, or of the form; null when there is none.
+// The entry of the field, of one of its parents, or of the form; null when there is none.
 const ZPDFNode* ColorSpaceOf(const ZAcroFormField& widget, std::string_view key, const ZPDFParser& document) {
   for (const ZAcroFormField* field = &widget; field != nullptr; field = field->Parent()) {
     if (const ZPDFNode* space = ColorSpaceIn(*field->Dico(), key)) return space;
@@ -62,7 +62,7 @@ TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
   if (!appearance.color_space.IsEmpty()) {
     look.color_space = appearance.color_space;
     look.color_space_value = ColorSpaceOf(widget, "/" + appearance.color_space, *added_->Document());
-    // Without its colour space the colour means nothing.
+    // A colour without its colour space is useless.
     if (look.color_space_value == nullptr) return look;
   }
   look.color = appearance.color;

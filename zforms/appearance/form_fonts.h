@@ -11,15 +11,15 @@
 
 namespace zforms {
 
-// The fonts of a document's fields: those that "/DA" names, and for what these lack those of a library. It reads each
-// default appearance and each font once. The document outlives it. One thread at a time.
+// The fonts of a document's fields: those that "/DA" names and, for characters that these lack, those of a library. It
+// reads each default appearance and each font once. The document outlives it. One thread at a time.
 class FormFonts final : public FieldFonts {
  public:
   FormFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library)
       : added_(added), resources_(added), library_(std::move(library)) {}
 
   TextLook LookOf(const ZAcroFormField& widget) override;
-  // `font` is that of a look.
+  // `font` is the font of a look.
   TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) override;
   std::optional<MarkGlyph> MarkOf(const ZAcroFormField& widget, uint8_t code) override;
   // Forgets the fonts that were added to the document, before they are destroyed.
@@ -36,7 +36,7 @@ class FormFonts final : public FieldFonts {
   FontResources resources_;
   std::shared_ptr<FontLibrary> library_;
   std::unique_ptr<FallbackFonts> fallback_;
-  // By the text of "/DA", and the one that was asked for last.
+  // Default appearances by the text of "/DA", and the one that was used last.
   std::unordered_map<std::string, DefaultAppearance> appearances_;
   Chaine last_text_;
   const DefaultAppearance* last_ = nullptr;

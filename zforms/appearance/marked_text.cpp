@@ -38,7 +38,7 @@ class ContentScan {
   size_t Start() const { return start_; }
   size_t End() const { return at_; }
 
-  // Behind "ID": moves behind the "EI" that stands alone (8.9.7).
+  // After "ID": moves past the "EI" that is a token of its own (8.9.7).
   void SkipImage() {
     for (size_t found = at_; (found = content_.find("EI", found)) != std::string_view::npos; found += 2) {
       const bool is_begun = found > 0 && IsBlank(content_[found - 1]);
@@ -100,7 +100,7 @@ class ContentScan {
   size_t start_ = 0;
 };
 
-// Takes the sections out while it walks.
+// Removes the sections while it walks.
 class MarkedTextRemover {
  public:
   explicit MarkedTextRemover(std::string_view content) : content_(content), scan_(content) {}
@@ -115,7 +115,7 @@ class MarkedTextRemover {
       }
       if (token == "ID") scan_.SkipImage();
       Take(token);
-      // The properties of "BDC" may be a name or a dictionary, so a tag holds up to the next operator.
+      // The properties of "BDC" may be a name or a dictionary, so a tag is remembered until the next operator.
       if (IsOperator(token.front())) is_property_ = false;
     }
     if (depth_ > 0 || (shows_text_ && !has_section_)) return std::nullopt;
@@ -138,7 +138,8 @@ class MarkedTextRemover {
     if (token == "q") saved_++;
     if (token == "Q") saved_--;
     if (token == "EMC" && --depth_ == 0 && saved_ == 0) kept_from_ = scan_.End();
-    // What is saved inside and restored outside, or the other way round, keeps the section open for good.
+    // A graphics state that is saved inside and restored outside, or the reverse, means that the section cannot be
+    // removed.
     if (depth_ == 0 && saved_ != 0) depth_ = 1, saved_ = 1;
   }
   void Open() {

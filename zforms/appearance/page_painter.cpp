@@ -17,7 +17,7 @@
 namespace zforms {
 namespace {
 
-// Page trees are not deeper.
+// The deepest page tree that is accepted.
 constexpr int kMostLevels = 200;
 // Shorter content is not compressed.
 constexpr size_t kCompressedFrom = 1024;
@@ -33,7 +33,7 @@ const ZPDFNode* InheritedOf(const ZPDFNodeDictionary& page, std::string_view key
   return nullptr;
 }
 
-// A name that no key of the dictionary begins with.
+// A prefix that no key of the dictionary has.
 std::string FreePrefix(const ZPDFNodeDictionary& names) {
   constexpr std::string_view kStem = "/Zf";
   size_t most = 0;
@@ -69,7 +69,7 @@ std::string PagePainter::ContentOf(Resources& resources, const PTableau<PaintedL
   std::string content;
   for (const PaintedLook& look : looks) {
     auto* stream = NodeCast<ZPDFNodeStream>(const_cast<ZPDFNodeIndirectReference*>(look.shown.appearance)->GetTarget());
-    // Without it the stream is not a form XObject, which viewers take it for all the same.
+    // Viewers accept the stream as a form XObject even without this entry.
     if (!stream->Dico()->Exist("/Subtype")) stream->Dico()->SetIdentifier("/Subtype", "/Form");
     if (look.visibility != nullptr) {
       content += "/OC " + NameOf(resources, "/Properties", resources.properties, *look.visibility) + " BDC\n";

@@ -16,8 +16,8 @@ class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 class ZPDFParser;
 
-// A look to be painted. `visibility` is "/OC" of the annotation: an optional content group, or a membership (ISO
-// 32000-1 8.11.3); null for one that is always seen. The document owns it.
+// An appearance to be painted. `visibility` is "/OC" of the annotation: an optional content group, or a membership (ISO
+// 32000-1 8.11.3); null when the annotation is always visible. The document owns it.
 struct PaintedLook {
   ShownLook shown;
   const ZPDFNode* visibility = nullptr;
@@ -30,7 +30,7 @@ class PagePainter {
  public:
   explicit PagePainter(ZPDFParser& document) : document_(document) {}
 
-  // Paints the looks in their order, over what the page has.
+  // Paints the appearances in their order, over the content of the page.
   void Paint(ZPDFNodeDictionary& page, const PTableau<PaintedLook>& looks);
   // "/Rotate" of the page in degrees (table 30), which it may inherit.
   static int RotationOf(const ZPDFNodeDictionary& page);
@@ -49,7 +49,7 @@ class PagePainter {
 
   ZPDFNodeDictionary* OwnResources(ZPDFNodeDictionary& page);
   ZPDFNodeDictionary* OwnPart(ZPDFNodeDictionary& resources, std::string_view key);
-  // The name under which the node is among the resources of that category, where it is added at need.
+  // The name of the node among the resources of that category; adds the node if necessary.
   std::string NameOf(Resources& resources, std::string_view key, Category& category, const ZPDFNode& node);
   ZPDFNode* CopyOnce(const ZPDFNodeDictionary& shared, ZPDFNodeDictionary** copy);
   std::string ContentOf(Resources& resources, const PTableau<PaintedLook>& looks);
@@ -57,9 +57,9 @@ class PagePainter {
   ZPDFNode* MakeStream(std::string_view content);
 
   ZPDFParser& document_;
-  // Copies of shared dictionaries, by what they are copies of.
+  // Copies of shared dictionaries, by the original.
   std::unordered_map<const ZPDFNodeDictionary*, ZPDFNodeIndirectObject*> copies_;
-  // What names begin with in dictionaries that names were added to.
+  // The prefix of the names added to a dictionary.
   std::unordered_map<const ZPDFNodeDictionary*, std::string> prefixes_;
   std::unique_ptr<ZPDFNode> opening_;  // a reference to the stream "q", which all pages share
   uint32_t direct_nodes_ = 0;

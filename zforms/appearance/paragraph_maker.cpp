@@ -17,12 +17,12 @@ namespace {
 
 using Levels = std::vector<uint8_t>;
 
-// Below it stand Latin, Greek and Cyrillic letters alone, one glyph each, from left to right; U+00AD and the combining
-// marks apart.
+// The characters below it are Latin, Greek and Cyrillic, with one glyph each, from left to right, except U+00AD and the
+// combining marks.
 constexpr char32_t kSimpleEnd = 0x530;
 bool IsSimple(char32_t c) { return c < kSimpleEnd && !(c >= 0x300 && c < 0x370) && !(c >= 0x483 && c < 0x48A); }
 
-// Scripts that are shown one glyph a character as well.
+// Other scripts with one glyph for each character.
 bool IsSimpleScript(hb_script_t script) {
   switch (script) {
     case HB_SCRIPT_COMMON:
@@ -79,8 +79,8 @@ std::vector<uint8_t> MarksOf(const std::u32string& text) {
   return marks;
 }
 
-// The script of each character; blanks, digits and marks have that of the text before them, at the start of the text
-// behind them.
+// The script of each character. Blanks, digits and marks have the script of the text before them, or, at the start, of
+// the text after them.
 std::vector<hb_script_t> ScriptsOf(const std::u32string& text) {
   hb_unicode_funcs_t* const unicode = hb_unicode_funcs_get_default();
   std::vector<hb_script_t> scripts(text.size());
@@ -128,7 +128,7 @@ class FontChooser {
     return fallback_ == nullptr ? nullptr : fallback_->Find(style_, part);
   }
 
-  // What no font has.
+  // Characters that no font has.
   TextFont* Replace(size_t from, size_t to) {
     for (size_t i = from; i < to; i++) {
       if (font_->Has(text_[i])) continue;

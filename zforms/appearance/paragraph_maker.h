@@ -9,10 +9,10 @@ namespace zforms {
 
 class FallbackFonts;
 
-// The text, which has no line ends, in `font` where that has all the characters of a script's run and can show them,
-// else in a font of `fallback` in the style, which may be null. The order is that of UAX 9, lines end where UAX 14 lets
-// them; Thai, Lao and Khmer, whose words are not told apart, end at blanks alone. Characters that no font has are added
-// to `missing`, and "?" is shown for them.
+// Shapes the text, which has no line ends, in `font` when that has all the characters of a run and can show its script,
+// else in a font of `fallback` (may be null) in that style. The order of characters follows UAX 9, the places where
+// lines may break UAX 14; Thai, Lao and Khmer break only at blanks, since their words are not recognized. Characters
+// that no font has are added to `missing` and shown as "?".
 TextParagraph MakeParagraph(std::u32string text, TextFont* font, const ZFontStyle& style, FallbackFonts* fallback,
                             std::u32string* missing);
 

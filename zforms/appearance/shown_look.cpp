@@ -17,7 +17,7 @@ namespace {
 constexpr uint32_t kHidden = 0x2;
 constexpr uint32_t kNoRotate = 0x10;
 constexpr uint32_t kNoView = 0x20;
-// Farther away nothing is on a page, and numbers lose their fraction.
+// The largest coordinate that is accepted; beyond it numbers lose their fraction.
 constexpr double kFarthest = 1e6;
 
 using Matrix = std::array<double, 6>;
@@ -49,7 +49,7 @@ std::optional<Box> BoxOf(const ZPDFNode* node) {
   return Box{std::min(x, other_x), std::min(y, other_y), std::max(x, other_x), std::max(y, other_y)};
 }
 
-// The upright box around the box after the matrix was applied to it.
+// The bounding box of the box after the matrix was applied to it.
 Box Transformed(const Box& box, const Matrix& m) {
   Box around{INFINITY, INFINITY, -INFINITY, -INFINITY};
   for (const double x : {box.left, box.right}) {

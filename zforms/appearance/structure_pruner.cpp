@@ -10,7 +10,7 @@
 namespace zforms {
 namespace {
 
-// Number trees are not deeper.
+// The deepest number tree that is accepted.
 constexpr int kMostLevels = 64;
 
 class StructurePruner {
@@ -23,8 +23,8 @@ class StructurePruner {
 
   bool HasKeys() const { return !keys_.empty(); }
 
-  // Takes the entries of the annotations out of a node of the number tree (ISO 32000-1 7.9.7), and their objects out
-  // of the structure elements that the entries name. True when the node changes.
+  // Removes the entries of the annotations from a node of the number tree (ISO 32000-1 7.9.7), and their object
+  // references from the structure elements that the entries name. True when the node changes.
   bool Prune(ZPDFNodeDictionary& node, int level) {
     if (level > kMostLevels || !visited_.insert(&node).second) return false;
     auto* numbers = NodeCast<ZPDFNodeArray>(node.GetTarget("/Nums"));
@@ -47,13 +47,13 @@ class StructurePruner {
   }
 
  private:
-  // The leaf has keys and values in turn.
+  // A leaf has keys and values alternately.
   bool PruneLeaf(ZPDFNodeArray& numbers) {
     std::vector<bool> goes(numbers.Size(), false);
     for (size_t i = 0; i + 1 < numbers.Size(); i += 2) {
       const ZPDFNode* key = numbers.GetTargetAt(i);
       auto* element = NodeCast<ZPDFNodeDictionary>(numbers.GetTargetAt(i + 1));
-      // The content of a page has an array.
+      // The entry of a page's content is an array.
       if (key == nullptr || element == nullptr || !keys_.contains(key->GetIntValue())) continue;
       goes[i] = goes[i + 1] = true;
       if (visited_.insert(element).second) PruneElement(*element);
@@ -81,7 +81,7 @@ class StructurePruner {
     const auto* limits = dictionary == nullptr ? nullptr : NodeCast<ZPDFNodeArray>(dictionary->GetTarget("/Limits"));
     return limits == nullptr ? nullptr : limits->GetTargetAt(index);
   }
-  // The root has no limits.
+  // The root has no "/Limits".
   static void SetLimits(ZPDFNodeDictionary& node, const ZPDFNode* least, const ZPDFNode* most) {
     if (!node.Exist("/Limits") || least == nullptr || most == nullptr) return;
     auto* limits = new ZPDFNodeArray(node.ObjectProvider());

@@ -4,8 +4,8 @@
 
 namespace zforms {
 
-// Takes the object references to annotations (ISO 32000-1 14.7.4.3) out of the structure tree, and what "/ParentTree"
-// says of them.
+// Removes the object references to annotations (ISO 32000-1 14.7.4.3) from the structure tree, and their entries from
+// "/ParentTree".
 void RemoveFromStructure(ZPDFNodeDictionary& catalog, const DictionarySet& annotations);
 
 }  // namespace zforms

@@ -9,7 +9,7 @@ namespace zforms {
 namespace {
 
 constexpr char32_t kBullet = 0x2022;
-// How often a text is looked through to find the size at which its lines fit.
+// How often a text is laid out to find the size at which its lines fit.
 constexpr size_t kPasses = 12;
 
 }  // namespace
@@ -59,7 +59,7 @@ void TextDrawer::Draw(WidgetDrawing& drawing, const Chaine& utf8, uint32_t flags
   const bool is_password = (flags & kPasswordFlag) != 0;
   const Kind kind = is_password ? Kind::kPassword : (flags & kMultilineFlag) != 0 ? Kind::kLines : Kind::kLine;
   const size_t cells = CellsOf(flags, max_length);
-  // In a comb the cells space the text.
+  // In a comb the cells give the spacing.
   TextSpacing spacing = drawing.Spacing();
   if (cells > 0) spacing.character = spacing.word = 0;
   Prepare(drawing, utf8, kind, spacing);

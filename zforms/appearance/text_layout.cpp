@@ -21,7 +21,7 @@ constexpr double kLargestSize = 5000;
 // Sums of widths are compared with this tolerance, in points.
 constexpr double kTolerance = 0.01;
 
-// Sizes are cut to hundredths of a point, so that what was found to fit does.
+// Sizes are cut to hundredths of a point, so that text that was found to fit still fits when it is written.
 double CutToHundredths(double size) { return std::floor(size * 100) / 100; }
 
 double SizeOr(double size, double otherwise) { return size > 0 ? std::min(size, kLargestSize) : otherwise; }
@@ -35,7 +35,7 @@ double SizeOfLine(double text_width, const TextBox& box) {
   return std::clamp(CutToHundredths(size), kLeastSize, kLargestSize);
 }
 
-// Where the baseline is for the font's ascent and descent to be in the middle.
+// The baseline that puts the middle between the font's ascent and descent in the middle of the box.
 double MiddleBaseline(const TextFontMetrics& metrics, double size, double height) {
   return (height - (metrics.ascent + metrics.descent) * size / 1000) / 2;
 }
@@ -55,7 +55,7 @@ size_t WithoutBlanksAtEnd(const TextParagraph& paragraph, size_t from, size_t to
   return to;
 }
 
-// How much of the text there is room for, in thousandths of the size.
+// The part of the text that fits, and its width in thousandths of the size.
 struct Fitting {
   size_t end = 0;
   double width = 0;
@@ -84,13 +84,13 @@ size_t NextCluster(const TextParagraph& paragraph, size_t index) {
 
 // --- several lines ---
 
-// Breaks paragraphs into lines of at most the width at a size, until it is told that there are enough.
+// Breaks paragraphs into lines that are at most as wide as the box at a size, until the caller has enough lines.
 class LineBreaker {
  public:
   LineBreaker(const std::vector<TextParagraph>& paragraphs, const TextBox& box, double size)
       : paragraphs_(paragraphs),
         room_((box.width - 2 * box.padding + kTolerance) * 1000 / size),
-        // A line end is not worth a point or two.
+        // A paragraph that is only slightly too wide stays on one line.
         room_alone_((box.width - box.padding + kTolerance) * 1000 / size) {}
 
   // False at the end. A paragraph without text is a line without text.
@@ -111,7 +111,7 @@ class LineBreaker {
     at_ = 0;
     is_done_ = false;
   }
-  // Blanks at the end of a line hang over it.
+  // Blanks at the end of a line do not count for its width.
   size_t EndOfLine(const TextParagraph& text) const {
     double width = 0;
     size_t last_break = at_;
@@ -149,7 +149,7 @@ bool FitsAt(const std::vector<TextParagraph>& paragraphs, const TextBox& box, do
   return true;
 }
 
-// The box holds a whole number of lines. The size is that of the least number at which the text fits.
+// The box holds a whole number of lines. The size is the one for the smallest number of lines at which the text fits.
 LineGrid GridOf(const std::vector<TextParagraph>& paragraphs, const TextBox& box) {
   const double height = std::max(box.height - 2 * TopPadding(box), 0.1);
   const auto lines_at = [height](double size) {
@@ -174,7 +174,7 @@ LineGrid GridOf(const std::vector<TextParagraph>& paragraphs, const TextBox& box
       low = middle + 1;
     }
   }
-  // In a box that is lower than one line of the smallest size, the text keeps that size and is clipped.
+  // In a box that is not high enough for one line of the smallest size, the text has that size and is clipped.
   const double size = std::max(size_of(low), std::min(kLeastSizeOfLines, std::max(height / kLineHeight, kLeastSize)));
   return {size, height / static_cast<double>(low)};
 }
@@ -191,7 +191,7 @@ double WidthOf(const TextParagraph& paragraph, const TextLine& line) {
   return width;
 }
 
-// How near lines may come to each other: fonts of scripts with signs above and below need their height.
+// The smallest distance of lines: fonts of scripts with signs above and below need their full height.
 double ClosestLines(const std::vector<TextParagraph>& paragraphs) {
   double closest = kClosestLines;
   for (const TextParagraph& paragraph : paragraphs) {
@@ -213,13 +213,13 @@ TextLayout LayOutLine(const TextParagraph& paragraph, const TextBox& box) {
   const double y = MiddleBaseline(paragraph.Metrics(), layout.size, box.height);
   const double width = paragraph.Width() * scale;
   TextLine line{0, 0, paragraph.Size(), StartOf(width, box.padding, box), y};
-  // What is too wide is shown from its beginning, whatever its quadding.
+  // Text that is too wide is shown from its beginning, whatever its quadding.
   const bool is_too_wide = width > box.width - box.padding - box.edge + kTolerance;
   if (is_too_wide) {
     const Fitting fitting = FirstThatFit(paragraph, (box.width - box.padding - box.edge) / scale);
     layout.left_out = WithoutBlanksAtEnd(paragraph, 0, paragraph.Size());
     layout.left_out -= std::min(layout.left_out, fitting.end);
-    // With one cluster more, which the clipping cuts: it tells that there is more.
+    // With one more cluster, which is clipped and so shows that the text continues.
     line.to = NextCluster(paragraph, fitting.end);
     line.x = paragraph.IsRightToLeft() ? box.width - box.padding - WidthOf(paragraph, line) * scale : box.padding;
   }
@@ -238,7 +238,7 @@ TextLayout LayOutLines(const std::vector<TextParagraph>& paragraphs, const TextB
     descent = std::max(descent, std::min(-paragraphs[0].Metrics().descent / 1000, 0.5) * grid.size);
   }
   double first = box.height - top - (grid.line_height - descent);
-  // In a box that is lower than a line its middle is shown.
+  // In a box that is lower than a line, the middle of the line is shown.
   if (!paragraphs.empty() && grid.line_height < grid.size) {
     first = MiddleBaseline(paragraphs[0].Metrics(), grid.size, box.height);
   }
@@ -252,7 +252,7 @@ TextLayout LayOutLines(const std::vector<TextParagraph>& paragraphs, const TextB
   if (!layout.lines.empty() && IsTooHigh(paragraphs[0], grid.size, box)) {
     layout.left_out = CharactersFrom(paragraphs, layout.lines[0]);
   }
-  // Lines draw nearer to each other where the usual distance leaves no room for all.
+  // Lines are set closer when they do not all fit at the usual distance.
   double distance = grid.line_height;
   if (layout.lines.size() > 1) {
     distance = std::min(distance, (first - lowest) / static_cast<double>(layout.lines.size() - 1));
@@ -260,7 +260,7 @@ TextLayout LayOutLines(const std::vector<TextParagraph>& paragraphs, const TextB
   double y = first;
   for (TextLine& placed : layout.lines) {
     const double width = WidthOf(paragraphs[placed.paragraph], placed) * grid.size / 1000;
-    // A line that is a little too wide takes half of the padding.
+    // A line that is slightly too wide uses half of the padding.
     const double padding = width > box.width - 2 * box.padding + kTolerance ? box.padding / 2 : box.padding;
     placed.x = StartOf(width, padding, box);
     placed.y = y;
@@ -279,7 +279,7 @@ TextLayout LayOutComb(const TextParagraph& paragraph, const TextBox& box, size_t
     clusters.push_back({0, i, next, 0, 0});
     widest = std::max(widest, WidthOf(paragraph, clusters.back()));
   }
-  // As large as one line, but no cluster wider than its cell.
+  // As large as for one line, but no cluster is wider than its cell.
   double automatic = SizeOfLine(paragraph.Width(), box);
   if (widest > 0) automatic = std::max(std::min(automatic, CutToHundredths(cell * 1000 / widest)), kLeastSize);
   layout.size = SizeOr(box.size, automatic);

@@ -9,7 +9,7 @@ namespace zforms {
 
 class ContentWriter;
 
-// Where text goes. The rules and their figures are in docs/appearances.md.
+// The layout of text. The rules and their figures are in docs/appearances.md.
 struct TextBox {
   double width = 0;  // the whole box, in points
   double height = 0;

@@ -38,8 +38,8 @@ class WidgetDrawer {
   bool Report(const WidgetDrawing& drawing);
   bool Fail(const ZAcroFormField& widget, const char* what);
 
-  // What may still be done, in bytes read, characters laid out and, sixteenfold, bytes written: a small file can have
-  // many widgets share one long value or one stream, and must not become a large one.
+  // The remaining budget, in bytes read, characters laid out and, counted sixteen times, bytes written. It keeps a
+  // small file, in which many widgets share one long value or one stream, from becoming a large one.
   size_t work_;
   FieldFonts& fonts_;
   ZDiagnostics* notes_;

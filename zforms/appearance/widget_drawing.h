@@ -13,7 +13,7 @@ namespace zforms {
 
 class ZAcroFormField;
 
-// What those who draw one kind of field are given, and what they have to say. Lives for one widget.
+// The input for drawing one widget of any kind of field, and the results to report. Lives for one widget.
 struct WidgetDrawing {
   const ZAcroFormField& widget;
   const WidgetStyle& style;
@@ -31,13 +31,13 @@ struct WidgetDrawing {
   std::vector<TextFont*> fonts;
 
   void AddFont(TextFont* font);
-  // Those that the lines of a layout are shown in.
+  // Adds the fonts of the lines of a layout.
   void AddFonts(const std::vector<TextParagraph>& paragraphs, const TextLayout& layout);
-  // Limits what follows to the inside of the border.
+  // Clips the content that follows to the inside of the border.
   void Clip();
   // "BT" with the colour, the lines, "ET".
   void ShowText(std::vector<TextParagraph>& paragraphs, const TextLayout& layout);
-  // The spacing that the look asks for. Where the size is found by measuring, only the scaling counts.
+  // The spacing that the look asks for. When the size is automatic, only the scaling is applied.
   TextSpacing Spacing() const;
 };
 

@@ -43,7 +43,7 @@ WidgetColor ColorOf(const ZPDFNodeDictionary& characteristics, std::string_view 
   return color;
 }
 
-// Lengths of dashes and gaps (8.4.3.6); those that draw nothing or without end are left out.
+// Lengths of dashes and gaps (8.4.3.6). A pattern that draws nothing, or has invalid lengths, is left out.
 std::vector<double> DashesOf(const ZPDFNodeArray* array) {
   std::vector<double> dashes;
   double sum = 0;
@@ -62,7 +62,7 @@ WidgetStyle::Border BorderNamed(const Chaine& name) {
   return name == "/U" ? WidgetStyle::Border::kUnderline : WidgetStyle::Border::kSolid;
 }
 
-// "/BS" holds before "/Border" (table 164); without both the border is solid and one point wide.
+// "/BS" takes precedence over "/Border" (table 164); without either the border is solid and one point wide.
 void ReadBorder(const ZPDFNodeDictionary& widget, WidgetStyle* style) {
   const ZPDFNodeArray* dashes = nullptr;
   double width = 1;
@@ -89,7 +89,7 @@ void ReadSize(const ZPDFNodeDictionary& widget, WidgetStyle* style) {
   const double height = std::abs(NumberAt(*rect, 3) - NumberAt(*rect, 1));
   const auto is_size = [](double size) { return size > 0.01 && size <= WidgetStyle::kMostSize; };
   if (!is_size(width) || !is_size(height)) return;
-  // As exact as "/BBox" is written, so that a widget that is drawn again is drawn the same.
+  // Rounded as "/BBox" is written, so that drawing a widget again gives the same result.
   style->width = std::round(width * 10000) / 10000;
   style->height = std::round(height * 10000) / 10000;
   if (style->rotation % 180 != 0) std::swap(style->width, style->height);
@@ -101,7 +101,7 @@ void SetColor(ContentWriter& out, const WidgetColor& color, std::string_view gra
   if (color.IsVisible()) out.Operator(color.count == 1 ? gray : color.count == 3 ? rgb : cmyk);
 }
 
-// A circle around the middle of the box, from the angle 45 degrees on where only a half of it is wanted.
+// A circle around the middle of the box, or a half of it that starts at 45 degrees.
 void AddCircle(ContentWriter& out, double x, double y, double radius, double start_degrees, int quarters) {
   constexpr double kPi = 3.14159265358979;
   double angle = start_degrees * kPi / 180;
@@ -120,7 +120,7 @@ void AddCircle(ContentWriter& out, double x, double y, double radius, double sta
 
 WidgetColor Gray(double level) { return {1, {level}}; }
 
-// The lit and the shaded side of a border that stands out or in.
+// The light and the dark side of a bevelled or inset border.
 WidgetColor LitColor(WidgetStyle::Border border) { return Gray(border == WidgetStyle::Border::kBeveled ? 1 : 0.5); }
 WidgetColor ShadedColor(const WidgetStyle& style) {
   if (style.border == WidgetStyle::Border::kInset) return Gray(0.75);
@@ -200,7 +200,7 @@ void WidgetStyle::Draw(ContentWriter& out) const {
   }
 }
 
-// The light above and to the left, the shade below and to the right, inside the border's line.
+// The light colour above and to the left, the dark one below and to the right, inside the border's line.
 void WidgetStyle::DrawEdges(ContentWriter& out) const {
   const double w = border_width;
   const double in = std::min({2 * w, width / 2, height / 2});

@@ -20,16 +20,16 @@ struct WidgetColor {
   bool IsVisible() const { return count > 0; }
 };
 
-// How a widget is to look apart from its value: its size, "/MK", and "/BS" or "/Border" (12.5.4, 12.5.6.19). Whatever
-// the file says, the numbers are finite and within bounds.
+// What a widget looks like apart from its value: its size, "/MK", and "/BS" or "/Border" (12.5.4, 12.5.6.19). The
+// numbers are always finite and within bounds, even if those in the file are not.
 struct WidgetStyle {
   enum class Border : uint8_t { kSolid, kDashed, kBeveled, kInset, kUnderline };
   // The largest page that viewers show, in points, and the widest border.
   static constexpr double kMostSize = 14400;
   static constexpr double kMostBorder = 100;
 
-  // The size of the box that is drawn in, in points, as the reader of the text sees it: "/Rect" turned by `rotation`.
-  // 0 when "/Rect" has no size or is not a rectangle.
+  // The size of the box, in points, as the reader of the text sees it: "/Rect" turned by `rotation`. 0 when "/Rect" has
+  // no size or is not a rectangle.
   double width = 0;
   double height = 0;
   // "/R" of "/MK": 0, 90, 180 or 270 degrees counterclockwise.
@@ -44,17 +44,18 @@ struct WidgetStyle {
   static WidgetStyle Of(const ZPDFNodeDictionary& widget);
 
   bool HasSize() const { return width > 0 && height > 0; }
-  // How far the border reaches into the box.
+  // The width of the border inside the box.
   double Edge() const;
-  // Between the sides of the box and the text: 2 points at least, and the border.
+  // The distance between the sides of the box and the text: at least 2 points and the border.
   double Padding() const;
   // "/Matrix" of the appearance, which turns the box into the rectangle (12.5.5, algorithm 8.1).
   std::array<double, 6> Matrix() const;
 
-  // Draws background and border; those of a circle that touches the sides for radio buttons.
+  // Draws background and border; for radio buttons as a circle that touches the sides.
   void Draw(ContentWriter& out) const;
   void DrawCircle(ContentWriter& out) const;
-  // Draws the lines between `count` cells of a comb, where the border has any. Draw has set how lines look.
+  // Draws the lines between `count` cells of a comb, if there is a border. Draw, called before, sets the style of
+  // lines.
   void DrawDividers(ContentWriter& out, size_t count) const;
 
  private:

@@ -15,7 +15,7 @@ class ZAcroFormField;
 
 // The handle of a form.
 struct zforms_form : zforms::c::Handle {
-  // The fields as they were last read. Only their values change until another document is opened.
+  // The fields as last read. Until another document is opened, only their values change.
   struct Fields {
     bool are_read = false;
     std::vector<zforms::ZFormField> reports;
@@ -23,12 +23,12 @@ struct zforms_form : zforms::c::Handle {
     std::unordered_map<std::string, std::vector<size_t>> by_name;
   };
 
-  // Reads the fields when they are not read.
+  // Reads the fields unless they were read before.
   const Fields& ReadFields();
   void DropFields() { fields = {}; }
   // Reads the values of the fields of that name again.
   void RefreshFields(const std::string& name);
-  // Passes the messages of the form on: see zforms::c::Finish.
+  // Reports the messages of the form: see zforms::c::Finish.
   zforms_status Finish(bool done);
 
   zforms::ZForm form;

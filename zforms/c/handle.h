@@ -12,13 +12,13 @@
 
 namespace zforms::c {
 
-// The first part of everything that is handed out: why the last call with it failed.
+// The base of every handle: why the last call with it failed.
 struct Handle {
   std::string error;
   const char* fixed_error = nullptr;  // in its place when there was no memory for a text
 };
 
-// Calls a function of one handle and keeps exceptions and reasons from leaving it in any other way than by the status.
+// Calls a function of one handle. Exceptions do not leave it: they become a status and a reason.
 template <class Call>
 zforms_status Guarded(Handle* handle, Call call) noexcept {
   if (handle == nullptr) return ZFORMS_ERROR_ARGUMENT;
@@ -36,7 +36,7 @@ zforms_status Guarded(Handle* handle, Call call) noexcept {
   return status;
 }
 
-// Makes a handle, or null.
+// Creates a handle; null when that fails.
 template <class T, class... Arguments>
 T* NewHandle(Arguments&&... arguments) noexcept {
   try {
@@ -49,11 +49,11 @@ T* NewHandle(Arguments&&... arguments) noexcept {
 // Sets the reason.
 zforms_status Fail(Handle* handle, zforms_status status, std::string text);
 
-// Writes a text, with a zero byte behind it, or bytes, without one, into the buffer of the caller.
+// Writes a text with a zero byte after it, or bytes without one, into the buffer of the caller.
 zforms_status CopyText(std::string_view text, char* buffer, size_t size, size_t* length) noexcept;
 zforms_status CopyBytes(std::string_view bytes, void* buffer, size_t size, size_t* length) noexcept;
 
-// Who gets messages.
+// The receiver of messages.
 struct Listener {
   zforms_message_callback callback = nullptr;
   void* user = nullptr;
@@ -61,17 +61,17 @@ struct Listener {
   void Tell(zforms_severity severity, zforms_about about, const std::string& text) const;
 };
 
-// Passes the messages on. Unless it is `done`, the last failure among them, else the last warning, is the reason, and
-// what it is about gives the status.
+// Reports the messages. If the call was not `done`, the reason is the last failure among them, else the last warning;
+// its subject decides the status.
 zforms_status Finish(Handle* handle, const Listener& listener, const ZFormMessages& messages, bool done);
 
-// A result that waits until the caller has a buffer for all of it.
+// A result that is kept until the caller provides a buffer that is large enough.
 struct Pending {
   std::string key;  // of the call that made it; empty when nothing waits
   std::string bytes;
 
   void Drop() { *this = {}; }
-  // Hands it out, and drops it when all of it was copied.
+  // Copies the result to the caller, and drops it when all of it was copied.
   zforms_status Give(bool as_text, void* buffer, size_t size, size_t* length);
 };
 

@@ -20,7 +20,7 @@ constexpr char kTokenParam[] = "Form.Token";
 
 }  // namespace
 
-// A server without a screen: what the user would be asked is taken as agreed.
+// A server without a screen: questions to the user are answered with yes.
 class ServerHost::Server : public ZAcroFormServer {
  public:
   Server(ServerHost* host, uint16_t port, const std::string& folder, const ZHostServices& services)
@@ -69,7 +69,7 @@ class ServerHost::Session : public ZAcroFormServerXFDFSession {
     host_->Tell(ZFORMS_WARNING, "refused: " + Reason().ToString());
     return false;
   }
-  // The host takes it here, so that the answer can tell the reader about it.
+  // The host is called here, so that the answer can tell the reader the result.
   ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL&, const ZXFDF& xfdf, bool accepted) override {
     is_lost_ = accepted && !host_->Submit(xfdf);
     return nullptr;

@@ -15,7 +15,7 @@
 #include "zforms/server/xfdf_handler.h"
 #include "zforms/zforms_server.h"
 
-// A submission as the callback sees it.
+// A submission as the callback receives it.
 struct zforms_submission {
   std::string code;
   std::string xfdf;
@@ -24,8 +24,8 @@ struct zforms_submission {
 
 namespace zforms::c {
 
-// The server behind the C interface: it knows the forms that it opened, by the token in their session, and passes each
-// valid submission to the callback on the thread of the request, one at a time.
+// The server behind the C interface. It recognizes the forms that it opened by the token in their session, and passes
+// each valid submission to the callback on the thread of the request, one at a time.
 //
 // Its owner's thread starts, stops and deletes it; a thread of its own delivers the messages of the HTTP server.
 class ServerHost {

@@ -48,7 +48,7 @@ zforms_status CopyUtf16(std::string_view utf8, uint16_t* buffer, size_t size, si
   return ZFORMS_OK;
 }
 
-// Reads a text by a function with UTF-8, which gets a buffer, its size and a length.
+// Reads a text by a function for UTF-8 that takes a buffer, its size and a length.
 template <class Read>
 zforms_status ReadUtf16(Handle* handle, Read read, uint16_t* buffer, size_t size, size_t* length) {
   size_t needed = 0;

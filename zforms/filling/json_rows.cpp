@@ -210,7 +210,7 @@ JsonReader::JsonReader(ByteSource&& source) : RowReader(std::move(source)) {
   const std::string_view head = TrimBlanks(source_.Look(kLooked).substr(0, kLooked));
   const std::string_view first_line = TrimBlanks(head.substr(0, head.find('\n')));
   is_list_ = head.starts_with('[');
-  // An object that goes on in the next line.
+  // An object that continues on the next line.
   has_lines_ = !is_list_ && !first_line.ends_with('{') && !first_line.ends_with(',');
   line_ = has_lines_ ? 0 : 1;
 }

@@ -74,7 +74,7 @@ def batch(form: Union[Form, Path], rows: Union[Path, bytes, Iterable[Mapping[str
     `rows` are a file, or bytes, of CSV or of JSON with one object on each line; or mappings from names to values. `out`
     names the files: "filled/{id}-{name}.pdf" takes columns of the row, and "{row}" is its number. The folder must
     exist; the last part of the path alone may have columns. Without `out` each row has the filled form as `data`. A row
-    that is not taken does not stop the others. A file that exists is kept, and that is an error of its row, unless
+    that is not accepted does not stop the others. A file that exists is kept, and that is an error of its row, unless
     `overwrite` is true.
 
     >>> import tempfile, zforms

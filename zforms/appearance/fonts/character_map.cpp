@@ -20,7 +20,7 @@ constexpr size_t kLargestMap = size_t{16} << 20;
 constexpr int kMostMaps = 4;  // that build on one another
 constexpr uint32_t kLastCid = 0xFFFF;
 
-// The one character that UTF-16 units stand for, 0 when they are none or several.
+// The character that the UTF-16 units stand for; 0 when they stand for none or several.
 char32_t OnlyCharacter(std::string_view utf16) {
   const auto unit = [utf16](size_t at) {
     return static_cast<char32_t>(static_cast<uint8_t>(utf16[at]) << 8 | static_cast<uint8_t>(utf16[at + 1]));
@@ -90,7 +90,7 @@ class Reader {
   }
   static Chaine HexadecimalOf(std::string_view text) {
     Chaine digits;
-    // No entry of a map has a longer text.
+    // The longest text that an entry of a map can have.
     for (const char c : text.substr(0, 256)) {
       if (!Is(c, kBlank)) digits += c;
     }
@@ -112,7 +112,7 @@ class Reader {
     if (value_ == "begincidchar") list_ = List::kCid;
     if (value_ == "begincidrange") list_ = List::kCidRange;
   }
-  // Takes what is complete.
+  // Reads the entries that are complete.
   void TakeEntry() {
     switch (list_) {
       case List::kNone: count_ = 0; break;
@@ -138,7 +138,7 @@ class Reader {
     if (count_ < 3) return;
     const Operand& last = operands_[2];
     if (last.token == Token::kOpen) {
-      // The texts of the array are taken one by one, each in the place of its bracket.
+      // The texts of the array are used one by one, for one code each.
       in_array_ = true;
       next_code_ = operands_[0].Code();
       count_ = 2;

@@ -7,8 +7,8 @@ namespace zforms {
 
 class ZPDFNode;
 
-// What a CMap says of character codes: the text of "/ToUnicode", or the CIDs of the "/Encoding" of a Type 0 font (ISO
-// 32000-1 9.7.5, 9.10.3).
+// The contents of a CMap, by character code: the text of "/ToUnicode", or the CIDs of the "/Encoding" of a Type 0 font
+// (ISO 32000-1 9.7.5, 9.10.3).
 struct CharacterMap {
   struct Text {
     uint32_t code;
@@ -26,8 +26,8 @@ struct CharacterMap {
   bool vertical = false;
 };
 
-// The CMap in the stream, and those that it builds on with "/UseCMap"; of the predefined ones only Identity-H and
-// Identity-V, which a name may stand for as well. Empty for everything else. No more than 131,072 entries of a kind.
+// Reads the CMap of a stream with those that it refers to by "/UseCMap", or the one that a name stands for. Of the
+// predefined ones it knows Identity-H and Identity-V; empty for all others. Reads at most 131,072 entries of a kind.
 CharacterMap ReadCharacterMap(const ZPDFNode* map);
 
 }  // namespace zforms

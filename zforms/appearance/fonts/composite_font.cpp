@@ -18,7 +18,7 @@ namespace {
 constexpr uint32_t kLastCid = 0xFFFF;
 constexpr size_t kMostWidths = size_t{1} << 17;
 constexpr size_t kGlyphMapSize = 2 * (size_t{kLastCid} + 1);
-// From here on the scripts of East Asia, all of one width.
+// From here on the scripts of East Asia, whose characters all have one width.
 constexpr char32_t kFirstIdeograph = 0x2E80;
 
 bool IsBlank(char32_t c) { return c == 0x20 || c == 0xA0 || c == 0x3000; }
@@ -147,7 +147,7 @@ std::optional<FontCode> CompositeFont::ByProgram(char32_t c) const {
   return FontCode{cid, 2, width, false};
 }
 
-// The CIDs behind the codes are those of a character collection: of ASCII they are the same in all, in sequence.
+// The CIDs of ASCII are the same, in sequence, in all these character collections.
 std::optional<FontCode> CompositeFont::ByUnicode(char32_t c) const {
   const bool is_ascii = c >= 0x20 && c <= 0x7E;
   if (!is_ascii && (c < kFirstIdeograph || c > 0xFFFF)) return std::nullopt;

@@ -15,8 +15,8 @@ namespace zforms {
 class ZPDFNodeArray;
 
 // A Type 0 font (ISO 32000-1 9.7) whose program is in the file, written horizontally. The code for a character comes
-// from "/ToUnicode", read backwards, or from the program's map from Unicode where codes are CIDs. In a font whose
-// program is not in the file no character is found: few viewers have one to put in its place.
+// from the inverse of "/ToUnicode", or from the program's map from Unicode when codes are CIDs. A font whose program is
+// not in the file has no characters here, since few viewers have a replacement for it.
 class CompositeFont final : public FontCodes {
  public:
   explicit CompositeFont(const ZPDFNodeDictionary& font);
@@ -57,7 +57,7 @@ class CompositeFont final : public FontCodes {
   double default_width_ = 1000;
   bool has_glyph_map_ = false;
   Chaine glyph_map_;  // the glyph of each CID, in two bytes
-  // Found already, and made when it is first needed.
+  // Codes found so far, and the CID of each glyph, computed when first needed.
   mutable std::unordered_map<char32_t, std::optional<FontCode>> found_;
   mutable std::vector<uint16_t> cid_of_glyph_;
 };

@@ -23,7 +23,7 @@ void AppendHex16(Chaine* out, uint32_t value) {
   for (int shift = 12; shift >= 0; shift -= 4) out->Append(kHexDigits[value >> shift & 0xF]);
 }
 
-// Six capital letters that tell subsets of a font apart (ISO 32000-1 9.6.4), from the glyphs that are in this one.
+// Six capital letters that tell subsets of a font apart (ISO 32000-1 9.6.4), computed from the glyphs of this one.
 Chaine SubsetTag(const std::vector<uint32_t>& glyphs) {
   uint64_t hash = 14695981039346656037ULL;  // FNV-1a
   for (const uint32_t glyph : glyphs) {
@@ -34,7 +34,7 @@ Chaine SubsetTag(const std::vector<uint32_t>& glyphs) {
   return tag + '+';
 }
 
-// The code of each glyph with its width, where it is not the default: "code [width]" (9.7.4.3).
+// The code and width of each glyph whose width is not the default: "code [width]" (9.7.4.3).
 ZPDFNodeArray* AllocWidths(const FontProgram& program, const std::vector<uint32_t>& glyphs) {
   auto* const widths = new ZPDFNodeArray;
   std::vector<std::pair<uint32_t, uint32_t>> codes;
@@ -66,7 +66,7 @@ EmbeddedFont::~EmbeddedFont() = default;
 void EmbeddedFont::Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
                          std::vector<ShapedGlyph>* glyphs) {
   const std::vector<FontProgram::Glyph> shaped = program_->Shape(paragraph, from, count, right_to_left);
-  // Clusters follow each other in the order of the text, or against it.
+  // Clusters are in the order of the text, or in the reverse order.
   for (size_t first = 0; first < shaped.size();) {
     size_t last = first + 1;
     while (last < shaped.size() && shaped[last].cluster == shaped[first].cluster) last++;
@@ -84,8 +84,8 @@ void EmbeddedFont::Shape(std::u32string_view paragraph, size_t from, size_t coun
   }
 }
 
-// Gives each glyph of the cluster the text that it stands for: the character whose glyph it is by itself; what is left
-// goes to the first other glyph. True when readers put the cluster's text together from that.
+// Gives each glyph of the cluster the text that it stands for: the character that has this glyph by itself. The rest of
+// the text goes to the first other glyph. True when readers get the text of the cluster from that.
 bool EmbeddedFont::NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, const Cluster& cluster,
                              bool right_to_left) {
   std::u32string rest(cluster.text);

@@ -19,8 +19,8 @@ class ZPDFNodeIndirectObject;
 class ZPDFParser;
 
 // A font of the system in a document: a Type 0 font with Identity-H, "/ToUnicode" and a subset of the glyphs that were
-// shown (ISO 32000-1 9.7, 9.9). Its object is made with the first resource; Complete writes it and those below it, when
-// all texts have been shaped. The bytes depend on the glyphs and their texts alone. The document outlives it.
+// shown (ISO 32000-1 9.7, 9.9). Its object is made with the first resource. Complete writes it and the objects below it
+// when all texts have been shaped. The bytes depend only on the glyphs and their texts. The document outlives it.
 class EmbeddedFont final : public TextFont {
  public:
   EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgram> program, Chaine resource_name);
@@ -34,8 +34,8 @@ class EmbeddedFont final : public TextFont {
   Chaine ResourceName() const override { return resource_name_; }
   ZPDFNode* AllocResource() override;
 
-  // Writes the font's objects with the glyphs that were shown. More may follow, and then this again; the same objects
-  // are used. False when the font cannot be cut.
+  // Writes the font's objects with the glyphs that were shown. More text may follow; then call this again, and the same
+  // objects are used. False when no subset can be made.
   bool Complete();
 
  private:

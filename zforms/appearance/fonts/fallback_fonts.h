@@ -20,14 +20,14 @@ class FallbackFonts {
 
   // A font that has all the characters, null when there is none. It belongs to this object.
   TextFont* Find(const ZFontStyle& style, std::u32string_view characters);
-  // Writes the fonts with all the glyphs that were shown; more may follow, and then this again. False when one of them
-  // cannot be written.
+  // Writes the fonts with all the glyphs that were shown. More text may follow; then call this again. False when one of
+  // them cannot be written.
   bool Finish();
 
  private:
   AddedObjects* added_;
   std::shared_ptr<FontLibrary> library_;
-  // In the order in which they were first needed, which is that of their objects.
+  // In the order in which they were first needed, which is the order of their objects.
   std::vector<std::pair<const FontProgram*, std::unique_ptr<EmbeddedFont>>> fonts_;
 };
 

@@ -5,8 +5,7 @@
 namespace zforms {
 namespace {
 
-// A list as that of "/Differences" is: a number is the code of the next name, each name takes the code behind that of
-// the one before it.
+// A list in the form of "/Differences": a number is the code of the next name, and each further name has the next code.
 constexpr FontEncoding Listed(std::string_view list) {
   FontEncoding encoding{};
   size_t code = 0;
@@ -24,9 +23,9 @@ constexpr FontEncoding Listed(std::string_view list) {
   return encoding;
 }
 
-// ISO 32000-1 Annex D.2 to D.6. A code that is a second one for a glyph (the blanks at 160 and 202, the hyphen at 173,
-// the bullets of unused codes) is left out: text is written with the first. So are the brackets of ZapfDingbats at 128
-// to 141, which not every viewer shows.
+// ISO 32000-1 Annex D.2 to D.6. When a glyph has two codes (the blanks at 160 and 202, the hyphen at 173, the bullets
+// of unused codes), the second is left out, since text is written with the first. The brackets of ZapfDingbats at 128
+// to 141 are left out, because not every viewer shows them.
 constexpr FontEncoding kStandard = Listed(
     "32 space exclam quotedbl numbersign dollar percent ampersand quoteright parenleft parenright asterisk plus "
     "comma hyphen period slash zero one two three four five six seven eight nine colon semicolon less equal greater "

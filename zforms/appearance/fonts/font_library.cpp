@@ -6,7 +6,7 @@
 namespace zforms {
 namespace {
 
-// So many answers are kept.
+// The number of results that are kept.
 constexpr size_t kMostAnswers = 4096;
 
 bool HasAll(const FontProgram& program, std::u32string_view characters) {
@@ -45,7 +45,7 @@ FontLibrary::Program FontLibrary::Search(const ZFontStyle& style, std::u32string
   if (source_ == nullptr) return nullptr;
   for (const ZFontFile& file : source_->Find(style, characters)) {
     const Program& program = Open(file);
-    // What the list of fonts says of a file need not be so.
+    // The list of fonts may be wrong about a file.
     if (program != nullptr && HasAll(*program, characters)) return program;
   }
   return nullptr;

@@ -13,8 +13,8 @@
 
 namespace zforms {
 
-// The fonts that stand in for a form's own: font files that the user named, then the fonts of the system. A font is
-// opened once. What is found depends on style and characters alone, not on what was asked before. Any thread may use
+// The fonts that replace a form's own: font files that the user named, then the fonts of the system. Each font is
+// opened once. The result of a search depends only on style and characters, not on earlier searches. Any thread may use
 // it.
 class FontLibrary {
  public:

@@ -17,8 +17,8 @@ struct hb_set_t;
 
 namespace zforms {
 
-// A font file that is shaped with and embedded: TrueType or CFF outlines in an OpenType file, one face of a collection,
-// the default instance of a variable font. Immutable once it is open: documents and threads share it.
+// A font file for shaping and embedding: TrueType or CFF outlines in an OpenType file, one face of a collection, or the
+// default instance of a variable font. Immutable after it is opened; documents and threads share it.
 class FontProgram {
  public:
   // One glyph of a shaped run, in visual order; positions in 1/1000 of the font size.
@@ -36,7 +36,8 @@ class FontProgram {
     uint32_t flags = 0;
   };
 
-  // Null when the file is no such font, or when it may not be embedded (OS/2 fsType); the fault then says why.
+  // Opens a font file. Null when it is not such a font, or when it may not be embedded (OS/2 fsType); the fault then
+  // says why.
   static std::shared_ptr<const FontProgram> Open(const ZFontFile& file, Chaine* fault);
   ~FontProgram();
   FontProgram(const FontProgram&) = delete;
@@ -54,10 +55,11 @@ class FontProgram {
   bool IsCFF() const { return is_cff_; }
   bool IsCIDKeyed() const { return !cids_.empty(); }
 
-  // Shapes the characters [from, from + count) of the paragraph in one direction; what stands around them is context.
+  // Shapes the characters [from, from + count) of the paragraph in one direction; the characters around them are
+  // context.
   std::vector<Glyph> Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left) const;
 
-  // A font file with those glyphs alone, in rising order: TrueType, or bare CFF. Depends on the glyphs alone.
+  // A font file with only those glyphs, in rising order: TrueType, or bare CFF. Depends only on the glyphs.
   std::shared_ptr<const FontSubset> Subset(const std::vector<uint32_t>& glyphs) const;
 
  private:
@@ -66,7 +68,7 @@ class FontProgram {
   void ReadDescriptor();
   void ReadCIDs(const ZFontFile& file);
   FontSubset MakeSubset(const std::vector<uint32_t>& glyphs) const;
-  // `indices` takes each glyph's index in the file. Empty when the font cannot be cut.
+  // `indices` receives each glyph's index in the file. Empty when no subset can be made.
   Chaine Cut(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const;
 
   hb_face_t* face_ = nullptr;

@@ -57,7 +57,7 @@ ResourceFont* FontResources::StandInFor(const ResourceFont& font, std::u32string
   if (codes == nullptr) codes = FontCodes::Read(*MakeStandardFont(like));
   const auto has = [&codes](char32_t c) { return codes->Find(c).has_value(); };
   if (!std::all_of(text.begin(), text.end(), has)) return nullptr;
-  // A name of its own, beside those of the form.
+  // A name that differs from those of the form.
   return Standard(like, "Z" + std::string(like.name));
 }
 

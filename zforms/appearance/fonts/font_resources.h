@@ -14,9 +14,9 @@ class AddedObjects;
 class ZAcroFormField;
 class ZPDFNodeIndirectObject;
 
-// The fonts that the default appearances of a document's fields name. Each font dictionary is read once, and known
-// again by its address: the document, which outlives this object, keeps them all, those that were added too. The fonts
-// belong to this object. One thread at a time.
+// The fonts that the default appearances of a document's fields name. Each font dictionary is read once and recognized
+// by its address: the document, which outlives this object, keeps all of them, including those that were added. This
+// object owns the fonts. One thread at a time.
 class FontResources {
  public:
   explicit FontResources(AddedObjects* added);
@@ -24,17 +24,16 @@ class FontResources {
   FontResources(const FontResources&) = delete;
   FontResources& operator=(const FontResources&) = delete;
 
-  // The font of that name, without slash: the first one that is found in "/DR" of the field or of one of its parents,
-  // in "/DR" of the form, or in the resources of the appearance that the widget has ("/AP" "/N"). Where there is none,
-  // the standard font that the name stands for, Helvetica for any other name; a dictionary for it is added to the
-  // document when it is first asked for. Never null.
+  // The font of that name, without slash: the first one found in "/DR" of the field or of one of its parents, in "/DR"
+  // of the form, or in the resources of the widget's appearance ("/AP" "/N"). If there is none, the standard font that
+  // the name stands for, or Helvetica; a dictionary for it is added to the document on first use. Never null.
   ResourceFont* Find(const ZAcroFormField& widget, std::string_view name);
 
-  // For a font whose glyphs the file does not have, and that lacks a character of the text: the standard font that is
-  // most like it. Null for an embedded font, a font of symbols, and where the standard font lacks one as well.
+  // The standard font that is most like `font`, for a font that is not embedded and lacks a character of the text. Null
+  // for an embedded font, for a symbol font, and when the standard font lacks a character as well.
   ResourceFont* StandInFor(const ResourceFont& font, std::u32string_view text);
 
-  // Forgets the dictionaries that were added, not what they say: before they are destroyed.
+  // Forgets the added dictionaries, but not their contents. Call it before they are destroyed.
   void Restart();
 
  private:
@@ -46,9 +45,9 @@ class FontResources {
 
   AddedObjects* added_;
   std::unordered_map<const ZPDFNodeDictionary*, std::shared_ptr<const FontCodes>> codes_;
-  // Under one dictionary the fonts by the names that lead to it, each of which is written with its own.
+  // For one dictionary, the fonts by the names that lead to it; each is written with its own name.
   std::unordered_map<const ZPDFNodeDictionary*, FDictionnary<std::unique_ptr<ResourceFont>>> fonts_;
-  // A dictionary that was added, and what it says of its codes.
+  // A dictionary that was added, and its codes.
   struct Added {
     ZPDFNodeIndirectObject* object = nullptr;  // null when none was added, or it was removed again
     std::shared_ptr<const FontCodes> codes;

@@ -9,7 +9,7 @@
 
 namespace zforms {
 
-// How a font looks: what a font that takes the place of another should have in common with it.
+// The style of a font: what a replacement should have in common with it.
 struct ZFontStyle {
   enum class Family : uint8_t { kSans, kSerif, kMono };
 
@@ -31,8 +31,8 @@ class ZFontSource {
  public:
   virtual ~ZFontSource();
 
-  // Outline fonts (TrueType or CFF, no colour fonts) that have all the characters, those that are most like the style
-  // first. Empty when no installed font has them.
+  // Outline fonts (TrueType or CFF, no colour fonts) that have all the characters, the most similar style first. Empty
+  // when no installed font has them.
   virtual PTableau<ZFontFile> Find(const ZFontStyle& style, std::u32string_view characters) = 0;
 
   // The fonts that the system lists: on Linux by fontconfig.

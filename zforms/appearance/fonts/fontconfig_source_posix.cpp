@@ -42,8 +42,8 @@ bool HasAll(const FcPattern* font, std::u32string_view characters) {
                      [set](char32_t c) { return FcCharSetHasChar(set, c) == FcTrue; });
 }
 
-// The fonts of fontconfig, which are loaded with the first search. They are sorted once for each style; a text then
-// takes those that have its characters.
+// The fonts of fontconfig, which are loaded by the first search. They are sorted once for each style; a search then
+// selects those that have all the characters.
 class FontconfigSource final : public ZFontSource {
  public:
   PTableau<ZFontFile> Find(const ZFontStyle& style, std::u32string_view characters) override {

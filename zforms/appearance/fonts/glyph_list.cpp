@@ -732,7 +732,7 @@ char32_t HexadecimalOf(std::string_view digits) {
   return value;
 }
 
-// The code point that stands with the name in the list, 0 when it is not in it.
+// The code point of the name in the list; 0 when the name is not in it.
 char32_t Search(std::string_view list, std::string_view name) {
   size_t low = 0;
   size_t high = list.size();

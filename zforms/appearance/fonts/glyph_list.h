@@ -9,11 +9,11 @@ namespace zforms {
 enum class GlyphNames : uint8_t { kUsual, kDingbats };
 
 // The code point that a glyph's name stands for, by the rules of the Adobe Glyph List: a name of the list, "uni" with
-// four hexadecimal digits, "u" with four to six; what follows a period does not count. 0 for every other name.
+// four hexadecimal digits, or "u" with four to six; a period and the text after it are ignored. 0 for every other name.
 char32_t GlyphCharacter(std::string_view name, GlyphNames names = GlyphNames::kUsual);
 
-// The other code point that the same glyph serves, 0 where there is none: the list gives the no-break space the glyph
-// "space", the micro sign and the small mu the glyph "mu".
+// The other code point that has the same glyph; 0 when there is none. In the list, the blank and the no-break space
+// have the glyph "space", the micro sign and the small mu the glyph "mu".
 char32_t SameGlyphCharacter(char32_t c);
 
 }  // namespace zforms

@@ -44,7 +44,7 @@ struct ProgramGlyphs::Face {
       if (map->encoding == FT_ENCODING_UNICODE) unicode = unicode == nullptr ? map : unicode;
       if (map->platform_id == kMicrosoft && map->encoding_id == 0) symbol = map;
       if (map->platform_id == kMacintosh && map->encoding_id == 0) macintosh = map;
-      // The maps of a Type 1 program are from names; its own encoding is one of Adobe's.
+      // The maps of a Type 1 program are made from glyph names; its own encoding is one of Adobe's.
       if (map->encoding == FT_ENCODING_ADOBE_CUSTOM || map->encoding == FT_ENCODING_ADOBE_STANDARD) built_in = map;
     }
     FT_Bool keyed = 0;
@@ -58,7 +58,7 @@ struct ProgramGlyphs::Face {
   bool Load(uint32_t glyph) const {
     return FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE | FT_LOAD_NO_BITMAP | FT_LOAD_IGNORE_TRANSFORM) == 0;
   }
-  // FreeType takes CIDs for glyphs where the program is CFF without tables around it.
+  // FreeType treats CIDs as glyph indices when the program is CFF without tables around it.
   bool TakesCids() const { return cid_keyed && !FT_IS_SFNT(face); }
   double Thousandths(double units) const {
     return face->units_per_EM == 0 ? 0 : units * 1000 / static_cast<double>(face->units_per_EM);

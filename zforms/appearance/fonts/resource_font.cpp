@@ -12,7 +12,7 @@
 namespace zforms {
 namespace {
 
-// Ascents and cap heights below it are those of no text; many descriptors have 0.
+// Lower ascents and cap heights are not plausible; many descriptors have 0.
 constexpr double kSmallestHeight = 100;
 constexpr double kLargestHeight = 3000;
 
@@ -36,10 +36,10 @@ void FontCodes::SetMetrics(const ZPDFNodeDictionary* descriptor, const ProgramGl
   metrics_ = like_->metrics;
   const auto take = [this](const TextFontMetrics& from) {
     if (IsHeight(from.ascent)) metrics_.ascent = from.ascent;
-    // Some writers leave the sign of the descent out.
+    // Some writers omit the sign of the descent.
     const double depth = std::abs(from.descent);
     if (depth > 0 && depth <= kLargestHeight) metrics_.descent = -depth;
-    // Some have the top of the font's box there.
+    // Some writers put the top of the font's box there.
     if (IsHeight(from.cap_height) && from.cap_height <= metrics_.ascent) metrics_.cap_height = from.cap_height;
   };
   if (program != nullptr) take(program->Metrics());

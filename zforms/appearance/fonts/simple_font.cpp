@@ -29,7 +29,7 @@ const ZPDFNodeDictionary* DictionaryIn(const ZPDFNodeDictionary& parent, const c
   return NodeCast<ZPDFNodeDictionary>(parent.GetTarget(key));
 }
 
-// Whether a glyph procedure has anything behind the operator that gives its width (ISO 32000-1 9.6.5).
+// True when a glyph procedure has content after the operator that sets its width (ISO 32000-1 9.6.5).
 bool Draws(const ZPDFNode* procedure) {
   constexpr size_t kLargestProcedure = size_t{1} << 20;
   const auto* const stream = NodeCast<ZPDFNodeStream>(procedure);
@@ -63,9 +63,9 @@ class Reader {
   const ProgramGlyphs* Program() const { return program_.get(); }
   bool IsType3() const { return is_type3_; }
 
-  // 0 where nothing tells it.
+  // 0 when nothing tells the width.
   char32_t CharacterOf(uint8_t code) const { return named_[code] != 0 ? named_[code] : texts_[code]; }
-  // Whether readers of the text take the code for that character: "/ToUnicode" says nothing else.
+  // True when readers get this character from the code: "/ToUnicode" does not say otherwise.
   bool IsTakenFor(uint8_t code, char32_t c) const { return texts_[code] == 0 || texts_[code] == c; }
   // Whether the code shows a glyph of that character.
   bool Shows(uint8_t code, char32_t c, const StandardFont& like) const {
@@ -74,13 +74,13 @@ class Reader {
       const uint32_t glyph = GlyphOf(code, c);
       return glyph != 0 && (IsBlank(c) || program_->Draws(glyph));
     }
-    // A viewer puts another font in the place of one that the file does not have. It has the usual glyphs of Latin
-    // text; the pictures of a symbol font are not known by their codes.
+    // A viewer replaces a font that is not in the file. The replacement has the usual glyphs of Latin text, but the
+    // codes of a symbol font do not tell its pictures.
     if (standard_ == nullptr && (IsSubset() || (symbolic_ && !has_encoding_))) return false;
     if (IsEncodingIgnored() && names_[code] != StandardEncoding()[code]) return false;
     return like.Width(names_[code]).has_value();
   }
-  // Of a code that shows a glyph of that character.
+  // For a code that shows a glyph of that character.
   double WidthOf(uint8_t code, char32_t c, const StandardFont& like) const {
     const auto* const widths = NodeCast<ZPDFNodeArray>(font_.GetTarget("/Widths"));
     const int64_t at = int64_t{code} - font_.GetIntValue("/FirstChar");
@@ -89,7 +89,7 @@ class Reader {
       width = widths->GetTargetAt(static_cast<size_t>(at));
     }
     if (NodeCast<ZPDFNodeNumeric>(width) != nullptr) return width->GetDoubleValue() * Scale();
-    // Beside a list of widths an absent "/MissingWidth" is 0 (ISO 32000-1 table 122).
+    // When there is a list of widths, "/MissingWidth" is 0 by default (ISO 32000-1 table 122).
     if (descriptor_ != nullptr && (widths != nullptr || descriptor_->Exist("/MissingWidth"))) {
       return descriptor_->GetDoubleValue("/MissingWidth");
     }
@@ -97,7 +97,7 @@ class Reader {
     if (program_ != nullptr) return program_->Width(GlyphOf(code, c));
     return like.Width(names_[code]).value_or(0);
   }
-  // The glyphs of a Type 3 font have a space of their own.
+  // The glyphs of a Type 3 font have their own coordinate space.
   double Scale(size_t element = 0) const {
     if (!is_type3_) return 1;
     const auto* const matrix = NodeCast<ZPDFNodeArray>(font_.GetTarget("/FontMatrix"));
@@ -106,12 +106,12 @@ class Reader {
   }
 
  private:
-  // The encoding of a symbolic TrueType font does not count (9.6.6.4), so that viewers differ on the codes of the font
-  // that they put in its place.
+  // The encoding of a symbolic TrueType font is ignored (9.6.6.4), so viewers disagree on the codes of the font that
+  // replaces it.
   bool IsEncodingIgnored() const { return is_truetype_ && symbolic_ && program_ == nullptr; }
   bool IsSubset() const { return base_font_.size() > 7 && base_font_[6] == '+'; }
 
-  // ISO 32000-1 9.6.6.1: what the codes are where "/Encoding" says nothing.
+  // The encoding when "/Encoding" is absent (ISO 32000-1 9.6.6.1).
   void ReadEncoding() {
     const ZPDFNode* const encoding = font_.GetTarget("/Encoding");
     const FontEncoding* base = nullptr;
@@ -121,7 +121,7 @@ class Reader {
     has_encoding_ = base != nullptr || dictionary != nullptr;
     by_name_ = has_encoding_;
     if (standard_ != nullptr && standard_->IsSymbolic() && program_ == nullptr) {
-      // Names such as WinAnsi are often given to fonts that have none of its glyphs.
+      // Many of these fonts name an encoding such as WinAnsi although they have none of its glyphs.
       base = &standard_->Encoding();
       names_are_ = standard_->Names();
     }
@@ -152,7 +152,7 @@ class Reader {
     const auto* const differences = NodeCast<ZPDFNodeArray>(encoding.GetTarget("/Differences"));
     if (differences == nullptr) return;
     size_t code = 0;
-    // Each code has a number and a name at most in an array that is meant to be read.
+    // A plausible array has at most a number and a name for each code.
     const size_t count = std::min<size_t>(differences->Size(), 2 * names_.size());
     for (size_t i = 0; i < count; i++) {
       const ZPDFNode* const element = differences->GetTargetAt(i);
@@ -206,7 +206,7 @@ class Reader {
   std::array<char32_t, 256> texts_{};
 };
 
-// Those of a Type 3 font by its box, which is in the space of its glyphs.
+// The metrics of a Type 3 font come from its box, which is in the coordinate space of its glyphs.
 TextFontMetrics BoxMetrics(const ZPDFNodeDictionary& font, double scale, const TextFontMetrics& usual) {
   const auto* const box = NodeCast<ZPDFNodeArray>(font.GetTarget("/FontBBox"));
   if (box == nullptr || box->Size() < 4) return usual;

@@ -251,7 +251,7 @@ struct NamedFamily {
   std::string_view name;
   FontFamily family;
 };
-// A name that another one begins with comes after it.
+// Longer names come before the names that they begin with.
 constexpr std::array<NamedFamily, 10> kFamilies = {{{"Helvetica", FontFamily::kHelvetica},
                                                     {"Arial", FontFamily::kHelvetica},
                                                     {"TimesNewRoman", FontFamily::kTimes},
@@ -292,7 +292,7 @@ bool Drop(std::string_view* text, std::initializer_list<std::string_view> words)
   return false;
 }
 
-// The font by what follows the name of its family; null where that says more than weight and slope.
+// The font by the text after its family's name; null when that text names more than weight and slope.
 const StandardFont* StyledFont(FontFamily family, std::string_view style) {
   bool bold = false, italic = false;
   while (!style.empty()) {
@@ -307,7 +307,7 @@ const StandardFont* StyledFont(FontFamily family, std::string_view style) {
   return &FontOf(family, bold, italic);
 }
 
-// Without the tag of a subset (ISO 32000-1 9.6.4).
+// Removes the tag of a subset (ISO 32000-1 9.6.4).
 std::string_view WithoutTag(std::string_view name) {
   const auto is_capital = [](char c) { return c >= 'A' && c <= 'Z'; };
   const bool tagged = name.size() > 7 && name[6] == '+' && std::all_of(name.begin(), name.begin() + 6, is_capital);

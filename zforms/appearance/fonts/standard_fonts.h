@@ -23,22 +23,22 @@ struct StandardFont {
   TextFontMetrics metrics;
 
   bool IsSymbolic() const { return family == FontFamily::kSymbol || family == FontFamily::kZapfDingbats; }
-  // The built-in encoding, and the list that its glyphs' names are of.
+  // The built-in encoding, and the list that defines its glyphs' names.
   const FontEncoding& Encoding() const;
   GlyphNames Names() const { return family == FontFamily::kZapfDingbats ? GlyphNames::kDingbats : GlyphNames::kUsual; }
   // The width of the glyph, in 1/1000 of the font size; nothing where the font has no such glyph.
   std::optional<uint16_t> Width(std::string_view glyph) const;
 };
 
-// The font of that "/BaseFont", without slash: its name, or that of its usual equals such as "ArialMT",
-// "TimesNewRoman,Bold" and "CourierNewPS-ItalicMT", with or without the tag of a subset. Null for every other name.
+// The font with that "/BaseFont", without slash: its name, or a usual alias such as "ArialMT", "TimesNewRoman,Bold" and
+// "CourierNewPS-ItalicMT", with or without the tag of a subset. Null for every other name.
 const StandardFont* StandardFontNamed(std::string_view base_font);
 
 // The same by the name of a resource, without slash: "Helv", "HeBo", "TiRo", "CoBo", "ZaDb" and the like as well.
 const StandardFont* StandardFontOfResource(std::string_view resource);
 
-// The font that stands for one that the file does not have: by its name and "/Flags" of its descriptor (ISO 32000-1
-// table 123). Never one of the symbol fonts unless StandardFontNamed says so.
+// The standard font that replaces a font that is not in the file, by its name and "/Flags" of its descriptor (ISO
+// 32000-1 table 123). A symbol font only if StandardFontNamed returns one.
 const StandardFont& StandardFontLike(std::string_view base_font, uint32_t flags);
 
 }  // namespace zforms

@@ -5,7 +5,7 @@
 namespace zforms {
 namespace {
 
-// How many bytes of subsets of one font are kept, with what each takes beside its bytes.
+// How many bytes of subsets of one font are kept, and the overhead that is counted for each.
 constexpr size_t kMostBytes = 8 << 20;
 constexpr size_t kBesides = 200;
 
@@ -16,7 +16,7 @@ std::shared_ptr<const FontSubset> SubsetCache::Get(const Glyphs& glyphs, const s
     const std::lock_guard lock(mutex_);
     if (const auto known = subsets_.find(glyphs); known != subsets_.end()) return known->second;
   }
-  // Other threads make theirs meanwhile; two that make the same one get the same bytes.
+  // Other threads can make subsets at the same time; two threads that make the same one get the same bytes.
   auto subset = std::make_shared<const FontSubset>(make());
   const size_t size = subset->file.size() + subset->codes_to_indices.size() + 4 * glyphs.size() + kBesides;
   const std::lock_guard lock(mutex_);

@@ -12,7 +12,7 @@
 
 namespace zforms {
 
-// A font file with some of a font's glyphs alone.
+// A font file with only some of a font's glyphs.
 struct FontSubset {
   Chaine file;          // with FlateDecode applied; empty when the font cannot be cut
   uint32_t length = 0;  // of the file without it, in bytes
@@ -21,12 +21,12 @@ struct FontSubset {
   Chaine codes_to_indices;
 };
 
-// The subsets of one font that were made last, by their glyphs. Any thread may use it.
+// The most recent subsets of one font, by their glyphs. Any thread may use it.
 class SubsetCache {
  public:
   using Glyphs = std::vector<uint32_t>;
 
-  // The subset of those glyphs, which `make` makes when it is not there.
+  // The subset of those glyphs; calls `make` when it is not in the cache.
   std::shared_ptr<const FontSubset> Get(const Glyphs& glyphs, const std::function<FontSubset()>& make);
 
  private:

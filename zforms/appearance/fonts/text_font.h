@@ -19,8 +19,8 @@ struct ShapedGlyph {
   double advance = 0;    // the advance that shaping asks for, in the same unit; most fonts: the width
   double x = 0, y = 0;   // where the glyph is shown, from the pen, in the same unit
   uint32_t cluster = 0;  // the index in the paragraph of the first character that it belongs to
-  // Whether what the font's "/ToUnicode" or encoding gives for the glyphs of the cluster is the text of the cluster.
-  // Where it is not, the text is written beside them as "/ActualText".
+  // True when the font's "/ToUnicode" or encoding gives the text of the cluster for its glyphs. Otherwise the text is
+  // also written as "/ActualText".
   bool is_plain = true;
 };
 
@@ -31,20 +31,20 @@ struct TextFontMetrics {
   double cap_height = 0;
 };
 
-// A font that appearance streams show text in: one of the form's own resources, or one that is embedded when the form's
-// own lacks a character. Characters are code points. One thread at a time.
+// A font for the text of appearance streams: one of the form's own resources, or one that is embedded because the
+// form's own lacks a character. Characters are code points. One thread at a time.
 class TextFont {
  public:
   virtual ~TextFont() = default;
 
-  // Whether it has a glyph for the character.
+  // True when the font has a glyph for the character.
   virtual bool Has(char32_t c) const = 0;
-  // Whether the scripts that need shaping (Arabic, the Indic scripts, ...) come out right.
+  // True when the font can show scripts that need shaping (Arabic, the Indic scripts, ...).
   virtual bool Shapes() const = 0;
   virtual TextFontMetrics Metrics() const = 0;
 
-  // Appends the glyphs of the characters [from, from + count) of the paragraph, all of which it has and which have one
-  // direction, in visual order. A font that does not shape gives one glyph for each character.
+  // Appends the glyphs of the characters [from, from + count) of the paragraph in visual order. The font has all of
+  // them, and they have one direction. A font that does not shape gives one glyph for each character.
   virtual void Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
                      std::vector<ShapedGlyph>* glyphs) = 0;
 

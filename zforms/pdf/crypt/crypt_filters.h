@@ -12,8 +12,8 @@ class ZPDFNodeDictionary;
 // How strings or streams are encrypted (ISO 32000-1 table 25, ISO 32000-2 table 25).
 enum class ZPDFCryptMethod : uint8_t { kNone, kRC4, kAESV2, kAESV3, kUnsupported };
 
-// The crypt filters of an encryption dictionary, as the methods that they stand for. At "/V" 1 and 2 there are none,
-// and RC4 serves everything.
+// The methods of the crypt filters of an encryption dictionary. "/V" 1 and 2 have no crypt filters and use RC4 for
+// everything.
 class ZPDFCryptFilters {
  public:
   explicit ZPDFCryptFilters(const ZPDFNodeDictionary& encryption);

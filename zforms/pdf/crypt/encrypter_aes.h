@@ -25,8 +25,8 @@ class ZPDFEncrypterAES final : public ZPDFEncrypter {
   ZPDFEncrypterAES* Clone() const override;
   Chaine Encrypt(const Chaine& data) const override;
   Chaine Decrypt(const Chaine& data) const override;
-  // Of data that end within a block it decrypts the whole blocks; what ends with a wrong padding keeps it. Data shorter
-  // than a start vector are returned as they are.
+  // If the data end within a block, only the whole blocks are decrypted; a wrong padding is kept. Data shorter than a
+  // start vector are returned unchanged.
   Chaine DecryptChecked(const Chaine& data, std::string* fault) const override;
 
  private:

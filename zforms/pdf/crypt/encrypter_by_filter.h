@@ -12,11 +12,11 @@ namespace zforms {
 
 class ZPDFEncrypterAES;
 
-// What the encrypters of a document with crypt filters have in common: the methods and the file key. Immutable; any
+// The common part of the encrypters of a document with crypt filters: the methods and the file key. Immutable; any
 // number of threads may use one.
 class ZPDFFilterKeys {
  public:
-  // With a key of up to 16 bytes, for RC4 and AESV2, or one of 32 bytes, for AESV3.
+  // The key has up to 16 bytes for RC4 and AESV2, or 32 bytes for AESV3.
   ZPDFFilterKeys(ZPDFCryptFilters filters, const Chaine& file_key, bool encrypts_metadata);
   ZPDFFilterKeys(ZPDFCryptFilters filters, const SecretBytes<32>& file_key, bool encrypts_metadata);
   ZPDFFilterKeys(const ZPDFFilterKeys&) = delete;
@@ -32,7 +32,7 @@ class ZPDFFilterKeys {
   ZPDFCryptFilters filters_;
   SecretText file_key_;
   bool encrypts_metadata_;
-  // The long key serves all objects as it is; null with a short one.
+  // The long key is used unchanged for all objects; null with a short key.
   std::unique_ptr<const ZPDFEncrypterAES> aes_256_;
 };
 

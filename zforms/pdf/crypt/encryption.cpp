@@ -96,7 +96,7 @@ ZPDFEncrypter* ZPDFEncryption::AllocEncrypter(const ZPDFEncryption* handler, con
   if (!has_filters) return new ZPDFEncrypterStandard(handler, id);
   std::shared_ptr<const ZPDFFilterKeys>& keys = handler->opening_.filter_keys;
   if (keys == nullptr) {
-    // Not asked for each object: the answer takes long.
+    // Computed once, not for each object: it takes long.
     if (handler->opening_.is_refused || !handler->CanBeDecrypted()) return new ZPDFEncrypterNeutral;
     ZPDFCryptFilters filters(*handler->dictionary_);
     const bool encrypts_metadata = handler->StandardEncryptMetadata();

@@ -330,7 +330,7 @@ bool ZPDFEncryption::SetLongKey(const Chaine& user, const Chaine& owner) {
   user_password_ = user;
   opening_.long_key = std::move(key);
   opening_.key_bytes = kLongKeyLength;
-  // Those of revision 5 are no longer written.
+  // Entries of revision 5 are not written: it is obsolete.
   dictionary_->SetValue("/R", kNewestRevision);
   dictionary_->SetValue("/O", strings.o);
   dictionary_->SetValue("/U", strings.u);

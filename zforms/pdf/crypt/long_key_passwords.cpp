@@ -52,7 +52,7 @@ class RoundData {
   SecretBytes<kRepeats*(kLongestPassword + kLongestSHA2 + kEntry)> bytes_;
 };
 
-// Algorithm 2.B from its first digest on.
+// Algorithm 2.B, starting from its first digest.
 void Harden(std::string_view password, std::string_view user_entry, SecretBytes<kLongestSHA2>* digest) {
   constexpr SHA2 kKinds[] = {SHA2::k256, SHA2::k384, SHA2::k512};
   RoundData data(password, user_entry);

@@ -15,7 +15,7 @@ namespace zforms {
 using ZPDFLongKey = SecretBytes<32>;
 
 // The strings of the encryption dictionary. "/O" and "/U" have at least 48 bytes, "/OE" and "/UE" 32, "/Perms" 16;
-// more bytes do not count.
+// further bytes are ignored.
 struct ZPDFLongKeyStrings {
   Chaine o, u, oe, ue, perms;
 };
