@@ -68,8 +68,6 @@ TEST(OutStreamTest, Layout) {
       {"", {"C(", "Babc", "C)"}, "(abc)", 5},
       {"", {"C(", "B" + X(252), "C)"}, "(" + X(252) + ")", 254},
       {"", {"C(", "B" + X(253), "C)"}, "(\\\r" + X(253) + ")", 254},
-      // The shortest with a break before the parenthesis too.
-      {"", {"C(", "B" + X(254), "C)"}, "(\\\r" + X(254) + "\\\r)", 1},
       {"", {"C(", "B" + X(600), "C)"}, "(\\\r" + X(254) + "\\\r" + X(254) + "\\\r" + X(92) + ")", 93},
       {"ab", {"B" + X(252)}, "ab\n" + X(252), 252},
       {"ab\n", {"B" + X(255)}, "ab\n" + X(254) + "\\\rx", 1},
@@ -145,6 +143,14 @@ TEST(OutStreamTest, NoEscapeIsCut) {
       }
     }
   }
+}
+
+TEST(OutStreamTest, WhereLongStringsBreak) {
+  // The longest value without a break in it, and the shortest with one before the parenthesis.
+  EXPECT_EQ(Written(ZPDFNodeLiteralString(Chaine(252, 'x'))), "(" + X(252) + ")");
+  EXPECT_EQ(Written(ZPDFNodeLiteralString(Chaine(254, 'x'))), "(\\\r" + X(254) + "\\\r)");
+  EXPECT_EQ(Written(ZPDFNodeLiteralString(X(252) + "\\")), "(\\\r" + X(252) + "\\\\\\\r)");
+  EXPECT_EQ(Written(ZPDFNodeLiteralString(X(253) + "\\")), "(\\\r" + X(253) + "\\\r\\\\)");
 }
 
 }  // namespace
