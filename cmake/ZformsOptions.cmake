@@ -53,7 +53,10 @@ endif()
 # For tests and sources that are mostly templates: compiled without optimisation, which takes a quarter of the time
 # under the sanitizers. The library code that they call is optimised anyway.
 set(ZFORMS_UNOPTIMISED "")
-if(NOT MSVC)
+if(WIN32)
+  # The compiler for Windows has one configuration; templates without optimisation exceed its usual object files.
+  set(ZFORMS_UNOPTIMISED -O0 -Wa,-mbig-obj)
+elseif(NOT MSVC)
   set(ZFORMS_UNOPTIMISED "$<$<CONFIG:Debug>:-O0>")
 endif()
 

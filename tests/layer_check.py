@@ -67,7 +67,7 @@ THIRD_PARTY = [
     ("hb", ["zforms/appearance/*.cpp"]),
     ("fribidi", ["zforms/appearance/*.cpp"]),
     ("linebreak", ["zforms/appearance/*.cpp"]),
-    ("nettle/", ["zforms/platform/crypto/*_posix.cpp"]),
+    ("nettle/", ["zforms/platform/crypto/*_posix.cpp", "zforms/platform/crypto/rc4.cpp"]),
     ("bcrypt.h", ["zforms/platform/crypto/cng_win32.h"]),
     ("fontconfig/", ["zforms/appearance/*_posix.cpp"]),
     ("CLI/", ["tool/cli/*"]),

@@ -22,7 +22,7 @@ import time
 from xml.sax.saxutils import escape
 
 import peers
-from tool_case import SAMPLES, SANITIZED, TOOL, expect, page_fields, restricted_form, run_tests, same, zforms
+from tool_case import SAMPLES, SANITIZED, STOP, TOOL, WINDOWS, expect, page_fields, restricted_form, run_tests, same, zforms
 
 SAVE = "/App/xfdf/save.cgi?code=membership_form"
 
@@ -52,7 +52,7 @@ class Server:
     def __exit__(self, *_):
         self.stop()
 
-    def stop(self, number=signal.SIGTERM):
+    def stop(self, number=STOP):
         """The exit status."""
         if self.process.poll() is None:
             self.process.send_signal(number)
@@ -465,7 +465,7 @@ def ended_under_load(folder, number):
             one.join()
         stored = [one["fields"]["adherent.nom"] for one in server.stored()]
     name = signal.Signals(number).name
-    expect(status == (0 if number == signal.SIGTERM else -number), f"{name}: exit status {status}")
+    expect(status == (0 if number == STOP else -number), f"{name}: exit status {status}")
     expect(len(accepted) >= 60, f"{name}: only {len(accepted)} were accepted")
     expect(not set(accepted) - set(stored), f"{name}: lost {sorted(set(accepted) - set(stored))}")
     expect(len(stored) == len(set(stored)) and set(stored) <= set(sent), f"{name}: doubled")
@@ -561,7 +561,7 @@ def test_killed_under_load(folder):
 
 
 def test_stopped_under_load(folder):
-    ended_under_load(folder, signal.SIGTERM)
+    ended_under_load(folder, STOP)
 
 
 if __name__ == "__main__":

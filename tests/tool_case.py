@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -12,6 +13,9 @@ SAMPLES = ROOT / "samples"
 TOOL = os.environ.get("ZFORMS_TOOL", "")
 # True when the tool runs under sanitizers, which need more memory and time.
 SANITIZED = "ZFORMS_SANITIZED" in os.environ
+# True when the tool is the program for Windows, run by Wine. Ctrl+C is what asks it to stop.
+WINDOWS = "ZFORMS_WINDOWS" in os.environ
+STOP = signal.SIGINT if WINDOWS else signal.SIGTERM
 sys.path.insert(0, str(SAMPLES))
 from form_writer import COMBO, MULTI_SELECT, MULTILINE, NO_EXPORT, RADIO, Document, Name, Ref, Text, WideText
 
@@ -37,12 +41,16 @@ def zforms(*arguments, stdin=None):
 
 
 def run_tests(module):
-    """Runs each function test_... of a script in a folder of its own, or those that are named as arguments; ends the script."""
+    """Runs each function test_... of a script in a folder of its own, or those that are named as arguments; ends the script.
+    The script's NOT_ON_WINDOWS has the tests that the program for Windows skips, with the reasons."""
     name, wanted = pathlib.Path(module["__file__"]).stem, sys.argv[1:]
     if not TOOL or not pathlib.Path(TOOL).is_file():
         print(f"{name}: no zforms program at {TOOL!r} (ZFORMS_TOOL)")
         sys.exit(SKIPPED)
     tests = [key for key in module if key.startswith("test_") and (key in wanted or not wanted)]
+    for test, reason in module.get("NOT_ON_WINDOWS", {}).items() if WINDOWS else ():
+        tests.remove(test)
+        print(f"{name}: {test} is skipped on Windows: {reason}")
     with tempfile.TemporaryDirectory() as folder:
         for test in tests:
             place = pathlib.Path(folder) / test

@@ -1,7 +1,7 @@
 // Processor time of the test program, for checks that work grows in proportion to its input.
 #pragma once
 
-#include <ctime>
+#include "tests/support/process.h"
 
 namespace zforms {
 
@@ -10,9 +10,7 @@ namespace zforms {
 class CpuTime {
  public:
   // In seconds of a build without sanitizers, roughly.
-  [[nodiscard]] double Seconds() const {
-    return static_cast<double>(std::clock() - start_) / (CLOCKS_PER_SEC * kTimesSlower);
-  }
+  [[nodiscard]] double Seconds() const { return (ProcessSeconds() - start_) / kTimesSlower; }
 
  private:
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -21,7 +19,7 @@ class CpuTime {
   static constexpr double kTimesSlower = 1;
 #endif
 
-  std::clock_t start_ = std::clock();
+  double start_ = ProcessSeconds();
 };
 
 }  // namespace zforms

@@ -1,16 +1,12 @@
 #pragma once
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include "tests/support/raw_socket.h"
 
 namespace zforms {
 
@@ -26,29 +22,14 @@ struct RawAnswer {
 // A client that sends any bytes and follows no rule of HTTP.
 class RawClient {
  public:
-  explicit RawClient(uint16_t port, bool ipv6 = false) {
-    socket_ = ::socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM, 0);
-    sockaddr_in v4{};
-    v4.sin_family = AF_INET;
-    v4.sin_port = htons(port);
-    v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    sockaddr_in6 v6{};
-    v6.sin6_family = AF_INET6;
-    v6.sin6_port = htons(port);
-    v6.sin6_addr = in6addr_loopback;
-    connected_ = ipv6 ? ::connect(socket_, reinterpret_cast<sockaddr*>(&v6), sizeof v6) == 0
-                      : ::connect(socket_, reinterpret_cast<sockaddr*>(&v4), sizeof v4) == 0;
-  }
-  RawClient(const RawClient&) = delete;
-  RawClient& operator=(const RawClient&) = delete;
-  ~RawClient() { Close(); }
+  explicit RawClient(uint16_t port, bool ipv6 = false) : socket_(port, ipv6) {}
 
-  bool IsConnected() const { return connected_; }
+  bool IsConnected() const { return socket_.IsConnected(); }
   bool Send(std::string_view bytes) {
     while (!bytes.empty()) {
-      const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-      if (sent <= 0) return false;
-      bytes.remove_prefix(static_cast<size_t>(sent));
+      const size_t sent = socket_.Send(bytes.data(), bytes.size());
+      if (sent == 0) return false;
+      bytes.remove_prefix(sent);
     }
     return true;
   }
@@ -83,24 +64,19 @@ class RawClient {
     while (Fill(timeout_ms)) continue;
     return ended_ && unread_.empty();
   }
-  void Close() {
-    if (socket_ >= 0) ::close(socket_);
-    socket_ = -1;
-  }
+  void Close() { socket_.Close(); }
 
  private:
   bool Fill(int timeout_ms) {
-    pollfd wanted{socket_, POLLIN, 0};
-    if (::poll(&wanted, 1, timeout_ms) <= 0) return false;
+    if (!socket_.Await(timeout_ms)) return false;
     char bytes[16384];
-    const ssize_t got = ::recv(socket_, bytes, sizeof bytes, 0);
-    if (got <= 0) ended_ = true;
-    if (got > 0) unread_.append(bytes, static_cast<size_t>(got));
+    const size_t got = socket_.Receive(bytes, sizeof bytes);
+    if (got == 0) ended_ = true;
+    unread_.append(bytes, got);
     return got > 0;
   }
 
-  int socket_ = -1;
-  bool connected_ = false;
+  RawSocket socket_;
   bool ended_ = false;
   std::string unread_;
 };

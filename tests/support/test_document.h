@@ -1,13 +1,11 @@
 #pragma once
 
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
 #include "tests/support/dump.h"
+#include "tests/support/process.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/platform/files/file_io.h"
@@ -46,22 +44,6 @@ inline std::string WarningsOf(const ZPDFParser& parser) {
     all += ZDiagnostics::Describe(warning).ToString() + "\n";
   }
   return all;
-}
-
-struct CommandResult {
-  int status;  // the exit status, -1 when the command could not be run
-  std::string output;
-};
-
-inline CommandResult RunCommand(const std::string& command) {
-  CommandResult result{-1, ""};
-  std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  if (pipe == nullptr) return result;
-  char buffer[4096];
-  for (size_t got = 0; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.output.append(buffer, got);
-  const int status = pclose(pipe);
-  if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
-  return result;
 }
 
 // The output of qpdf for these bytes, with options such as "--check".

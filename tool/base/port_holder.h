@@ -9,4 +9,7 @@ namespace zforms::tool {
 // listens, or when the system does not name it to this user.
 std::string PortHolder(uint16_t port);
 
+// True for the system's error of a port that another program has.
+bool IsPortInUse(int error);
+
 }  // namespace zforms::tool

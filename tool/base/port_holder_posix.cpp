@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -64,5 +65,7 @@ std::string PortHolder(uint16_t port) {
   }
   return {};
 }
+
+bool IsPortInUse(int error) { return error == EADDRINUSE; }
 
 }  // namespace zforms::tool

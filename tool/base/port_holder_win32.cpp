@@ -45,4 +45,7 @@ std::string PortHolder(uint16_t port) {
   return {};
 }
 
+// Ports that are bound exclusively are answered with another error.
+bool IsPortInUse(int error) { return error == WSAEADDRINUSE || error == WSAEACCES; }
+
 }  // namespace zforms::tool

@@ -14,8 +14,12 @@ HANDLE StopEvent() {
   return event;
 }
 
-BOOL WINAPI OnConsole(DWORD) {
+// Windows calls this on a thread of its own.
+BOOL WINAPI OnConsole(DWORD reason) {
   SetEvent(StopEvent());
+  // When the console is closed or the user logs off, the process ends as soon as this returns, and after some seconds
+  // in any case.
+  if (reason != CTRL_C_EVENT && reason != CTRL_BREAK_EVENT) Sleep(INFINITE);
   return TRUE;
 }
 

@@ -6,8 +6,11 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "tool/base/console.h"
+#include "tool/base/program_start.h"
 #include "tool/base/standard_streams.h"
 #include "tool/cli/command_pages.h"
 #include "tool/cli/commands.h"
@@ -373,7 +376,7 @@ class CommandLine {
   ShowOptions show_;
 };
 
-int Main(int argc, char** argv) {
+int Main(int argc, const char* const* argv) {
   CLI::App app("Fills PDF forms and reads them.", "zforms");
   app.footer(kExamples);
   const size_t columns = TerminalColumns();
@@ -397,4 +400,9 @@ int Main(int argc, char** argv) {
 }  // namespace
 }  // namespace zforms::tool
 
-int main(int argc, char** argv) { return zforms::tool::Main(argc, argv); }
+int main(int argc, char** argv) {
+  const std::vector<std::string> arguments = zforms::tool::PrepareProgram(argc, argv);
+  std::vector<const char*> pointers;
+  for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
+  return zforms::tool::Main(static_cast<int>(pointers.size()), pointers.data());
+}

@@ -1,7 +1,6 @@
 #include "tool/cli/password_options.h"
 
-#include <cstdlib>
-
+#include "tool/base/program_start.h"
 #include "zforms/platform/files/file_io.h"
 
 namespace zforms::tool {
@@ -37,8 +36,7 @@ void AddSecret(CLI::App* command, const std::string& name, SecretString* passwor
 }
 
 void AddPassword(CLI::App* command, SecretString* password) {
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): read before there are other threads.
-  if (const char* const set = std::getenv(kVariable)) *password = set;
+  if (const SecretString set = EnvironmentText(kVariable); !set.empty()) *password = set;
   AddSecret(command, "--password", password,
             "The user or owner password that opens an encrypted file. It may also be in the environment variable "
             "ZFORMS_PASSWORD.");

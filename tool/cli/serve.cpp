@@ -194,7 +194,7 @@ void SayWhyNotStarted(const Office& office, uint16_t number) {
   if (!error) return;
   Console console("serve");
   const std::string port = "port " + std::to_string(number);
-  if (error != std::errc::address_in_use) {
+  if (!IsPortInUse(error.value())) {
     return console.Fail(port + " cannot be had (" + error.message() + "): choose another with --port");
   }
   const std::string holder = PortHolder(number);

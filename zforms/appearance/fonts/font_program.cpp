@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zforms/appearance/fonts/font_bytes.h"
 #include "zforms/pdf/parser/stream_filters.h"
 
 namespace zforms {
@@ -89,8 +90,7 @@ Chaine CodesToIndices(const std::vector<uint32_t>& glyphs, const std::vector<uin
 }  // namespace
 
 std::shared_ptr<const FontProgram> FontProgram::Open(const ZFontFile& file, Chaine* fault) {
-  const std::string path = file.path.ToString();
-  const Blob blob(hb_blob_create_from_file_or_fail(path.c_str()));
+  const Blob blob(OpenFontBytes(file.path));
   if (blob == nullptr || file.face >= hb_face_count(blob.get())) {
     *fault = "is not a font file";
     return nullptr;
@@ -101,7 +101,7 @@ std::shared_ptr<const FontProgram> FontProgram::Open(const ZFontFile& file, Chai
   program->font_ = hb_font_create(program->face_);
   hb_font_make_immutable(program->font_);
   program->ReadDescriptor();
-  if (program->is_cff_) program->ReadCIDs(file);
+  if (program->is_cff_) program->ReadCIDs(View(blob), file.face);
   return program;
 }
 
@@ -145,12 +145,13 @@ void FontProgram::ReadDescriptor() {
                       (descriptor_.italic_angle != 0 ? kItalic : 0);
 }
 
-void FontProgram::ReadCIDs(const ZFontFile& file) {
+void FontProgram::ReadCIDs(std::string_view bytes, uint32_t index) {
   FT_Library library = nullptr;
   FT_Face face = nullptr;
   if (FT_Init_FreeType(&library) != 0) return;
   FT_Bool is_cid_keyed = 0;
-  if (FT_New_Face(library, file.path.ToString().c_str(), static_cast<FT_Long>(file.face), &face) == 0 &&
+  if (FT_New_Memory_Face(library, reinterpret_cast<const FT_Byte*>(bytes.data()), static_cast<FT_Long>(bytes.size()),
+                         static_cast<FT_Long>(index), &face) == 0 &&
       FT_Get_CID_Is_Internally_CID_Keyed(face, &is_cid_keyed) == 0 && is_cid_keyed != 0) {
     cids_.resize(hb_face_get_glyph_count(face_));
     for (uint32_t glyph = 0; glyph < cids_.size(); glyph++) {

@@ -66,7 +66,7 @@ class FontProgram {
   FontProgram() = default;
   bool ReadTables(Chaine* fault);
   void ReadDescriptor();
-  void ReadCIDs(const ZFontFile& file);
+  void ReadCIDs(std::string_view bytes, uint32_t index);
   FontSubset MakeSubset(const std::vector<uint32_t>& glyphs) const;
   // `indices` receives each glyph's index in the file. Empty when no subset can be made.
   Chaine Cut(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const;

@@ -35,7 +35,7 @@ class ZFontSource {
   // when no installed font has them.
   virtual PTableau<ZFontFile> Find(const ZFontStyle& style, std::u32string_view characters) = 0;
 
-  // The fonts that the system lists: on Linux by fontconfig.
+  // The fonts that the system lists: by fontconfig, on Windows in the registry and the fonts folder.
   static std::unique_ptr<ZFontSource> OfSystem();
 };
 

@@ -1,13 +1,9 @@
-#include "zforms/platform/files/os_file.h"
-
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#define WIN32_LEAN_AND_MEAN
-#include <windows.h>
-
 #include <algorithm>
 #include <system_error>
+
+#include "zforms/platform/files/os_file.h"
+#include "zforms/platform/files/path_win32.h"
+#include "zforms/platform/text/wide_win32.h"
 
 namespace zforms {
 
@@ -18,20 +14,8 @@ constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 HANDLE HandleOf(intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 
-// The path in UTF-16. Empty when it is empty, contains a zero byte or is not valid UTF-8.
-std::wstring WidePath(const Chaine& path) {
-  const std::string_view text = path.View();
-  if (text.empty() || text.size() > 0x7FFF || text.find('\0') != std::string_view::npos) return {};
-  const int length = static_cast<int>(text.size());
-  const int count = ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, nullptr, 0);
-  if (count <= 0) return {};
-  std::wstring wide(static_cast<size_t>(count), L'\0');
-  ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, wide.data(), count);
-  return wide;
-}
-
 DWORD AttributesOf(const Chaine& path) {
-  const std::wstring wide = WidePath(path);
+  const std::wstring wide = SystemPath(path);
   return wide.empty() ? INVALID_FILE_ATTRIBUTES : ::GetFileAttributesW(wide.c_str());
 }
 
@@ -48,20 +32,32 @@ DWORD DispositionOf(OsFile::Mode mode) {
 
 }  // namespace
 
-std::string LastSystemError() { return std::system_category().message(static_cast<int>(::GetLastError())); }
+std::string LastSystemError() {
+  const DWORD number = ::GetLastError();
+  if (number == ERROR_SHARING_VIOLATION || number == ERROR_LOCK_VIOLATION) return "another program uses the file";
+  // The messages of C are the same in every language of Windows.
+  const std::error_condition known = std::system_category().default_error_condition(static_cast<int>(number));
+  if (known.category() == std::generic_category()) return known.message();
+  return "Windows error " + std::to_string(number);
+}
 
 bool OsFile::Open(const Chaine& path, Mode mode, std::string* error) {
   Close();
-  const std::wstring wide = WidePath(path);
+  const std::wstring wide = SystemPath(path);
   if (wide.empty()) {
     if (error != nullptr) *error = kUnusablePath;
     return false;
   }
   const DWORD access = mode == Mode::kRead ? GENERIC_READ : GENERIC_WRITE;
-  const HANDLE handle = ::CreateFileW(wide.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                      DispositionOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr);
+  // Others may read, write, rename and delete the file meanwhile, as on other systems.
+  constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  HANDLE handle;
+  int attempt = 0;
+  do {
+    handle = ::CreateFileW(wide.c_str(), access, kShared, nullptr, DispositionOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr);
+  } while (handle == INVALID_HANDLE_VALUE && ::GetLastError() == ERROR_SHARING_VIOLATION && MayTryAgain(attempt++));
   if (handle == INVALID_HANDLE_VALUE) {
-    if (error != nullptr) *error = LastSystemError();
+    if (error != nullptr) *error = KindOfFile(path) == OsFileKind::kFolder ? "Is a directory" : LastSystemError();
     return false;
   }
   // INVALID_HANDLE_VALUE is -1, the value of kClosed.
@@ -134,25 +130,28 @@ Chaine FolderOf(const Chaine& path) {
 Chaine ResolveLinks(const Chaine& path) { return path; }
 
 bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
-  const std::wstring source = WidePath(from);
-  const std::wstring target = WidePath(to);
+  const std::wstring source = SystemPath(from);
+  const std::wstring target = SystemPath(to);
   if (source.empty() || target.empty()) {
     if (error != nullptr) *error = kUnusablePath;
     return false;
   }
-  // ReplaceFile keeps the access rights and attributes of the old file.
-  const bool there = AttributesOf(to) != INVALID_FILE_ATTRIBUTES;
-  bool done = there && ::ReplaceFileW(target.c_str(), source.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr,
-                                      nullptr);
-  if (!done) {
-    done = ::MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
-  }
+  bool done;
+  int attempt = 0;
+  do {
+    // ReplaceFile keeps the access rights and attributes of the old file.
+    const bool there = AttributesOf(to) != INVALID_FILE_ATTRIBUTES;
+    done = there &&
+           ::ReplaceFileW(target.c_str(), source.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr);
+    // Where the file system has no such rights, or the file was created or deleted meanwhile.
+    done = done || ::MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+  } while (!done && KindOfFile(to) != OsFileKind::kFolder && MayTryAgain(attempt++));
   if (!done && error != nullptr) *error = LastSystemError();
   return done;
 }
 
 void DeleteFileQuietly(const Chaine& path) {
-  const std::wstring wide = WidePath(path);
+  const std::wstring wide = SystemPath(path);
   if (!wide.empty()) ::DeleteFileW(wide.c_str());
 }
 

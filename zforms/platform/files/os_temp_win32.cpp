@@ -2,6 +2,7 @@
 #include <random>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "zforms/platform/files/os_temp.h"
 #include "zforms/platform/text/wide_win32.h"
@@ -10,15 +11,38 @@
 #include <sddl.h>
 
 namespace zforms {
+namespace {
+
+// The user of this process, as a security descriptor names him; empty on failure.
+std::wstring UserName() {
+  HANDLE token = nullptr;
+  if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token)) return {};
+  DWORD size = 0;
+  ::GetTokenInformation(token, TokenUser, nullptr, 0, &size);
+  std::vector<uint64_t> bytes(size / sizeof(uint64_t) + 1);
+  const bool known = ::GetTokenInformation(token, TokenUser, bytes.data(), size, &size) != FALSE;
+  ::CloseHandle(token);
+  wchar_t* text = nullptr;
+  if (!known || !::ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER*>(bytes.data())->User.Sid, &text)) {
+    return {};
+  }
+  std::wstring name = text;
+  ::LocalFree(text);
+  return name;
+}
+
+}  // namespace
 
 Chaine MakePrivateFolder() {
   constexpr int kAttempts = 16;
   wchar_t folder[MAX_PATH + 1];
   const DWORD length = ::GetTempPathW(MAX_PATH + 1, folder);
-  if (length == 0 || length > MAX_PATH) return {};
-  // Full access for the owner, no access for others, no inherited rights.
+  const std::wstring user = UserName();
+  if (length == 0 || length > MAX_PATH || user.empty()) return {};
+  // Full access for the user, no access for others, no inherited rights.
+  const std::wstring rights = L"D:P(A;OICI;FA;;;" + user + L")";
   SECURITY_ATTRIBUTES access{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
-  if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;OICI;FA;;;OW)", SDDL_REVISION_1,
+  if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(rights.c_str(), SDDL_REVISION_1,
                                                               &access.lpSecurityDescriptor, nullptr)) {
     return {};
   }

@@ -1,4 +1,8 @@
 #include "zforms/platform/host/shell.h"
+
+#include <algorithm>
+
+#include "zforms/platform/text/inet_url.h"
 #include "zforms/platform/text/wide_win32.h"
 
 // After <windows.h>.
@@ -9,8 +13,7 @@ namespace zforms {
 
 namespace {
 
-bool Run(const Chaine& target, const Chaine& verb) {
-  const std::wstring file = Widen(target);
+bool Run(const std::wstring& file, const Chaine& verb) {
   const std::wstring wide_verb = Widen(verb);
   if (file.empty() || wide_verb.empty()) return false;
   SHELLEXECUTEINFOW info{};
@@ -25,9 +28,11 @@ bool Run(const Chaine& target, const Chaine& verb) {
 class WindowsShell : public ZShell {
  public:
   bool Execute(const Chaine& path, const Chaine& verb) override {
-    return (verb == "open" || verb == "print") && Run(path, verb);
+    std::wstring file = Widen(path);
+    std::replace(file.begin(), file.end(), L'/', L'\\');
+    return (verb == "open" || verb == "print") && Run(file, verb);
   }
-  bool OpenURL(const Chaine& url) override { return Run(url, "open"); }
+  bool OpenURL(const Chaine& url) override { return !ZInetURL(url).Protocol().IsEmpty() && Run(Widen(url), "open"); }
   Chaine ProgramFor(const Chaine& path) override {
     const std::wstring file = Widen(path);
     const size_t point = file.rfind(L'.');
@@ -39,9 +44,13 @@ class WindowsShell : public ZShell {
     return SUCCEEDED(result) ? Chaine(Narrow(program)) : Chaine();
   }
   Chaine ServerOfClass(const Chaine& class_id) override {
-    const std::wstring key = Widen("CLSID\\" + class_id + "\\InprocServer32");
-    std::wstring path;
-    return !key.empty() && ReadRegistryText(HKEY_CLASSES_ROOT, key, nullptr, &path) ? Chaine(Narrow(path)) : Chaine();
+    // The classes of 32-bit programs are listed apart for 64-bit ones.
+    for (const char* const folder : {"CLSID\\", "Wow6432Node\\CLSID\\"}) {
+      const std::wstring key = Widen(folder + class_id + "\\InprocServer32");
+      std::wstring path;
+      if (!key.empty() && ReadRegistryText(HKEY_CLASSES_ROOT, key, nullptr, &path)) return Narrow(path);
+    }
+    return {};
   }
 };
 

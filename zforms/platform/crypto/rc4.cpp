@@ -1,8 +1,9 @@
+#include "zforms/platform/crypto/rc4.h"
+
 #include <nettle/arcfour.h>
 
 #include <algorithm>
 
-#include "zforms/platform/crypto/rc4.h"
 #include "zforms/platform/crypto/secret.h"
 
 namespace zforms {

@@ -1,0 +1,112 @@
+#!/usr/bin/env python3
+"""Checks what is special about zforms for Windows: a host that loads the library while it runs, and output that is byte
+for byte that of the program for Linux.
+
+windows_check.py [--linux TOOL] [--corpus FOLDER]
+
+Without TOOL, the program of build/dev or build/release is taken; without any, outputs are not compared. Of the folder,
+every PDF file is compared.
+"""
+
+import argparse
+import concurrent.futures
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+from tool_case import ROOT, SAMPLES, SKIPPED, TOOL, WINDOWS, expect, failures, same
+
+FORM = SAMPLES / "membership_form.pdf"
+FONT = pathlib.Path("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf")
+VALUES = b"adherent.nom;adherent.ville;activites.ateliers\r\n\xc3\x89l\xc3\xa9onore;\xce\x91\xce\xb8\xce\xae\xce\xbd\xce\xb1;RUCHER\r\nZo\xc3\xa9;;\r\n"
+
+
+def run(tool, *arguments):
+    done = subprocess.run([tool, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=300)
+    return done.returncode, done.stdout, done.stderr
+
+
+def check_host(folder):
+    """A host in C loads the library by its path, fills a form, and sees an error of the library as a text."""
+    host = pathlib.Path(TOOL).parent / "c_loading_host.exe"
+    filled = folder / "rempli \N{EURO SIGN}.pdf"
+
+    def ask(field):
+        return run("/usr/lib/wine/wine64", host, host.parent / "zforms.dll", FORM, field, "Zoé Łoś", filled)
+
+    status, out, _ = ask("adherent.nom")
+    same("a host that loads the library", (status, out[:7]), (0, b"zforms "))
+    expect("Zoé Łoś" in run(TOOL, "fields", filled)[1].decode(), "the field that the host filled")
+    status, _, err = ask("no.such.field")
+    expect(status == 1 and b"no.such.field" in err, "an error of the library", (status, err))
+
+
+def commands_for(form, out, rows):
+    """Commands by name; each writes one file or folder, or standard output."""
+    yield "fields", ["fields", form, "--json"], None
+    yield "export", ["export", form, "--all"], None
+    yield "csv", ["export", form, "--format", "csv"], None
+    yield "draw", ["draw", form, "--font", FONT, "-o", out / "drawn.pdf"], out / "drawn.pdf"
+    yield "flatten", ["flatten", form, "--font", FONT, "-o", out / "flat.pdf"], out / "flat.pdf"
+    yield "rewrite", ["rewrite", form, "-o", out / "whole.pdf"], out / "whole.pdf"
+    yield "fill", ["fill", form, out.parent / "values.xfdf", "--font", FONT, "-o", out / "filled.pdf"], out / "filled.pdf"
+    if rows:
+        yield "batch", ["batch", form, "--data", rows, "--name", "{adherent.nom}.pdf", "--font", FONT, "--out", out / "many"], out / "many"
+
+
+def content_of(path):
+    if path is None or not path.exists():
+        return None
+    return {file.name: file.read_bytes() for file in path.iterdir() if file.suffix == ".pdf"} if path.is_dir() else path.read_bytes()
+
+
+def compare(linux, form, folder, rows=None):
+    """How many outputs were compared."""
+    values = run(linux, "export", form, "--all")[1]
+    (folder / "values.xfdf").write_bytes(values)
+    results = {}
+    for name, tool in (("linux", linux), ("windows", TOOL)):
+        (folder / "out").mkdir()
+        for what, arguments, output in commands_for(form, folder / "out", rows):
+            status, out, err = run(tool, *arguments)
+            results[name, what] = (status, out, err.replace(b"\\", b"/"), content_of(output))
+        (folder / "out").rename(folder / name)
+    for what in {key[1] for key in results}:
+        expect(results["linux", what] == results["windows", what], f"{form.name}: {what}",
+               [(r[0], len(r[1]), r[2][:300]) for r in (results["linux", what], results["windows", what])])
+    return len(results) // 2
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--linux", help="the zforms program for Linux")
+    parser.add_argument("--corpus", type=pathlib.Path, help="a folder of PDF files")
+    options = parser.parse_args()
+    if not WINDOWS:
+        return SKIPPED
+    built = [ROOT / "build" / preset / "bin/zforms" for preset in ("dev", "release")]
+    linux = options.linux or next((tool for tool in built if tool.is_file()), None)
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        check_host(folder)
+        forms = [*sorted(SAMPLES.glob("*.pdf")), *(sorted(options.corpus.glob("*.pdf")) if options.corpus else [])]
+        rows = folder / "rows.csv"
+        rows.write_bytes(VALUES)
+
+        def one(form):
+            place = folder / f"of {form.stem}"
+            place.mkdir()
+            return compare(linux, form, place, rows if form == FORM else None)
+
+        with concurrent.futures.ThreadPoolExecutor(int(os.environ.get("JOBS", "2"))) as pool:
+            compared = sum(pool.map(one, forms)) if linux else 0
+    print("\n".join(failures))
+    print(f"windows_check: {compared} outputs of {len(forms) if linux else 0} forms compared with {linux}, {len(failures)} failures")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zforms::tool {
+
+// Prepares the process at its start: standard streams take and give bytes as they are, and a console shows UTF-8.
+// Returns the arguments of the program in UTF-8, its name first.
+std::vector<std::string> PrepareProgram(int argc, const char* const* argv);
+
+// A variable of the environment in UTF-8; empty when it is not set. Call it before there are other threads.
+std::string EnvironmentText(const std::string& name);
+
+}  // namespace zforms::tool

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "zforms/platform/base/chaine.h"
+
+namespace zforms {
+
+// A path in UTF-8 as the functions of Windows take it. Paths longer than these functions accept otherwise get the
+// prefix that lifts the limit. Empty when the path is empty, contains a zero byte or is not valid UTF-8.
+std::wstring SystemPath(const Chaine& path);
+
+// True while the failure of a call may pass by itself: another program, such as a virus scanner, holds the file. Waits
+// before it returns true; false after about a second in all. `attempt` counts from 0.
+bool MayTryAgain(int attempt);
+
+}  // namespace zforms
