@@ -94,7 +94,10 @@ void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* enc
   out.WriteToken("obj");
   out.NewLine();
   const ZPDFNode* value = GetDirectAt(0);
-  if (value != nullptr) value->SendTo(out, encrypter != nullptr ? encrypter : Encrypter());
+  if (value != nullptr) {
+    value->SendTo(out, encrypter != nullptr ? encrypter : Encrypter());
+    Encrypter()->Rest();
+  }
   out.NewLine();
   out.WriteToken("endobj");
 }
@@ -120,6 +123,7 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
   if (dictionary != nullptr && text.StartWith("stream")) {
     value = ZPDFNodeStream::BuildFrom(text, dictionary, provider, object->Encrypter());
   }
+  object->Encrypter()->Rest();
   if (value != nullptr) object->AdoptValue(value, text.Pool());
   if (text.StartWith("endobj")) {
     const bool alone = text.TakeFirstToken() == "endobj";

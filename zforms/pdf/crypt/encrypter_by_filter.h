@@ -50,6 +50,7 @@ class ZPDFEncrypterByFilter final : public ZPDFEncrypter {
 
   bool TellsStreamsApart() const override { return true; }
   std::unique_ptr<ZPDFEncrypter> ForStream(const ZPDFStreamTraits& stream) const override;
+  void Rest() const override { strings_.reset(); }
 
  private:
   const ZPDFEncrypter& ForStrings() const;

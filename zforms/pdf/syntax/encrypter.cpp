@@ -12,6 +12,8 @@ bool ZPDFEncrypter::TellsStreamsApart() const { return false; }
 
 std::unique_ptr<ZPDFEncrypter> ZPDFEncrypter::ForStream(const ZPDFStreamTraits&) const { return nullptr; }
 
+void ZPDFEncrypter::Rest() const {}
+
 ZPDFEncrypterNeutral* ZPDFEncrypterNeutral::Clone() const { return new ZPDFEncrypterNeutral; }
 
 Chaine ZPDFEncrypterNeutral::Encrypt(const Chaine& data) const { return data; }

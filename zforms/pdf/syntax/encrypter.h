@@ -32,6 +32,8 @@ class ZFORMS_API ZPDFEncrypter {
   virtual bool TellsStreamsApart() const;
   // The encrypter for the data of such a stream of this object; null when it is this one.
   virtual std::unique_ptr<ZPDFEncrypter> ForStream(const ZPDFStreamTraits& stream) const;
+  // Called when the object was read or written: gives up what can be computed again, such as the object's key.
+  virtual void Rest() const;
 };
 
 // ZPDFEncrypterNeutral (ZPDFEncryption::EncrypterNeutral) is used without encryption: it returns the data unchanged and
