@@ -28,7 +28,7 @@ PAGES = {
     "README.md": "zforms", "docs/guide.md": "Guide", "docs/server.md": "Form server", "docs/appearances.md": "Drawing",
     "bindings/python/README.md": "Python", "docs/formats/batch_folder.md": "Batch folder", "docs/formats/store.md": "Store",
     "docs/formats/ini_files.md": "INI files", "docs/architecture.md": "Architecture", "docs/http.md": "HTTP server",
-    "docs/performance.md": "Performance", "docs/versions.md": "Versions", "docs/release.md": "Release",
+    "docs/performance.md": "Performance", "docs/windows.md": "Windows", "docs/versions.md": "Versions", "docs/release.md": "Release",
     "CHANGELOG.md": "Changes", "SECURITY.md": "Security", "CONTRIBUTING.md": "Contributing",
 }
 REFERENCE = "reference/index.html"
@@ -39,6 +39,11 @@ CSS = "style.css"
 
 def output_name(source):
     return "index.html" if source == "README.md" else re.sub(r"\.md$", ".html", source)
+
+
+def pages_left_out():
+    return [f"{page}: is no page of the site: add it to PAGES" for page in
+            (path.relative_to(ROOT).as_posix() for path in sorted((ROOT / "docs").rglob("*.md"))) if page not in PAGES]
 
 
 def public_headers():
@@ -176,7 +181,7 @@ def relative(target, page):
 def main(folder):
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
-    faults = undocumented_functions()
+    faults = undocumented_functions() + pages_left_out()
     site = Site(folder, make_reference(folder))
     site.write()
     faults += site.faults + broken_links(folder)
