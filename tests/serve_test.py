@@ -156,11 +156,49 @@ def test_round_of_a_form(folder):
         for options, wanted in ((["--rejected"], "Zoé & <Fils>"), (["--format", "xfdf", "--id", "1"], "Zoé &amp; &lt;Fils&gt;")):
             out = zforms("submissions", "--data", server.data, *options)[1]
             expect(wanted in out, f"submissions {options}", out)
+        same("one row a transaction", [one["id"] for one in server.stored("--latest")], [2])
+        check_submissions_page(server)
         expect(server.stop(signal.SIGINT) == 0, "SIGINT stops the server in peace")
     log = (folder / "log").read_text()
     expect(log.count("POST /App/xfdf/save.cgi code=membership_form 200") == 3, f"one line a request: {log}")
     expect("Zoé" not in log, "the log holds a value")
     expect(log.count("it is stale: a newer copy") == 1, f"why the stale copy was not taken: {log}")
+
+
+def check_submissions_page(server):
+    """Only who has the key reads what was submitted, and no page of another origin. Two were stored, one refused."""
+    key = re.search(r"^Saved: .*/reader/submissions.html#key=([0-9a-f]{32})$", server.started, re.M)[1]
+    own, listed = {"X-Zforms-Key": key}, "/submissions/list.json"
+    for method, target, headers, body, wanted in (
+            ("GET", listed, own, None, 200), ("HEAD", listed, own, None, 200), ("GET", listed, {}, None, 403),
+            ("GET", listed, {"X-Zforms-Key": key[:-1] + ("0" if key[-1] != "0" else "1")}, None, 403),
+            ("GET", listed, {"X-Zforms-Key": key[:-1]}, None, 403), ("GET", f"{listed}?key={key}", {}, None, 403),
+            ("GET", "/submissions/one.json?id=1", {}, None, 403), ("GET", "/submissions/export.csv", {}, None, 403),
+            ("GET", listed, {**own, "Origin": "http://example.com"}, None, 403),
+            ("GET", listed, {**own, "Origin": "null"}, None, 403),
+            ("GET", listed, {**own, "Sec-Fetch-Site": "cross-site"}, None, 403),
+            ("GET", listed, {**own, "Host": f"example.com:{server.port}"}, None, 403),
+            ("POST", listed, own, b"x", 405), ("POST", listed, own, b"x" * (1 << 20), 405), ("DELETE", listed, own, None, 405),
+            ("GET", listed + "?search=" + "x" * 70000, own, None, 0),
+            ("GET", "/submissions/", own, None, 404), ("GET", "/submissions/other", own, None, 404),
+            ("GET", "/submissions/one.json?id=99", own, None, 404), ("GET", "/submissions/export.xfdf?id=99", own, None, 404)):
+        status, answered, _ = server.ask(method, target, body, headers)
+        good = status == wanted or (wanted == 0 and (status == 0 or status >= 400))
+        expect(good and "Access-Control-Allow-Origin" not in answered, f"{method} {target[:60]} {headers}", status)
+
+    def ask(target):
+        status, headers, body = server.ask("GET", f"/submissions/{target}", headers=own)
+        expect(status == 200 and headers["Cache-Control"] == "no-store", target, status)
+        return body.decode()
+
+    for query, ids in (("", [2, 1]), ("?latest=1", [2]), ("?search=ZO%C3%89", [2, 1]), ("?search=ZO%C3%89&latest=1", [2]), ("?search=nobody", []), ("?before=2", [1]),
+                       ("?code=tax_return", []), ("?rejected=1", [1]), ("?search=%25", []), ("?id=x", [2, 1])):
+        answer = json.loads(ask("list.json" + query))
+        same(f"the list {query}", ([one["id"] for one in answer["submissions"]], answer["more"]), (ids, False))
+    expect(["adherent.nom", "Zoé & <Fils>"] in json.loads(ask("one.json?id=1"))["fields"], "one submission")
+    expect(ask("export.csv").startswith("id,received,code") and ask("export.csv").count("\r\n") == 3, "as CSV")
+    same("as JSON", json.loads(ask("export.json?latest=1")), server.stored("--latest"))
+    expect("<xfdf" in ask("export.xfdf?id=1") and "Fils&gt;" in ask("export.xfdf?id=1"), "as XFDF")
 
 
 def test_refusals(folder):
@@ -272,6 +310,7 @@ def test_without_the_page_for_browsers(folder):
         page = server.ask("GET", "/")[2].decode()
         expect("reader/" not in page and 'action="open.cgi?code=membership_form"' in page, f"links that lead nowhere: {page}")
         expect(server.ask("GET", "/reader/")[0] == 404, "a page that is not there")
+        expect("Saved:" not in server.started and server.ask("GET", "/submissions/list.json")[0] == 404, "nor the other one")
 
 
 def test_a_store_that_fails(folder):

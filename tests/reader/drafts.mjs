@@ -61,7 +61,7 @@ export async function drafts() {
   expect((await page.locator("li[data-code=kinds] .own").innerText()).includes("Saisie non enregistrée"), "the list knows the draft");
   await page.locator("li[data-code=kinds]").scrollIntoViewIfNeeded();
   await picture(page, "list-draft");
-  await page.locator("li[data-code=kinds] .own a").click();
+  await page.locator("li[data-code=kinds] .own a").first().click();
   await shown(page);
   await page.getByRole("button", { name: "Reprendre la saisie" }).click();
   await press(page, "consult");
@@ -75,7 +75,11 @@ export async function drafts() {
   await isKept(page, "thrown away");
   await page.reload();
   await shown(page);
-  await page.getByRole("button", { name: "L’abandonner" }).click();
+  const discard = page.getByRole("button", { name: "L’abandonner" });
+  await discard.click();
+  await page.getByRole("button", { name: "Annuler" }).click();
+  await isKept(page, "thrown away");
+  await discard.click();
   await page.reload();
   await shown(page);
   same(await page.locator("#said").innerText(), "", "a draft that was thrown away");

@@ -6,5 +6,6 @@ import { run } from "./harness.mjs";
 import * as pages from "./pages.mjs";
 import * as paper from "./paper.mjs";
 import * as scripts from "./scripts.mjs";
+import * as ways from "./ways.mjs";
 
-await run([forms, drafts, pages, paper, scripts].flatMap((file) => Object.values(file)));
+await run([forms, drafts, pages, paper, scripts, ways].flatMap((file) => Object.values(file)));

@@ -55,9 +55,10 @@ struct Plan {
   std::optional<int32_t> year;  // default: the year in the store
   std::string app;
   std::string data;
-  std::string reader;   // the folder of the page that shows forms in a browser
-  bool draw = false;    // whether served forms are drawn
-  bool scripts = true;  // whether the scripts of forms run in that page
+  std::string reader;       // the folder of the page that shows forms in a browser
+  bool draw = false;        // whether served forms are drawn
+  bool scripts = true;      // whether the scripts of forms run in that page
+  bool submissions = true;  // whether there is a page of the submissions
   bool json = false;
   bool scratch = false;
 };
@@ -85,6 +86,7 @@ class PlanMaker {
     if (!log.empty() && log != "json" && log != "text") Refuse("log", log, "text or json");
     plan.scripts = Choice(options_.scripts, "scripts", true);
     plan.draw = Choice(options_.draw, "draw", false);
+    plan.submissions = Choice(options_.submissions, "submissions", true);
     plan.office.port = Number(options_.port, "port", kDefaultPort, "a port: 0 to 65535");
     plan.office.folder = Number(options_.folder, "folder", uint64_t{1}, "a number");
     if (plan.office.folder == 0) Refuse("folder", "0", "a number other than 0");
@@ -100,8 +102,8 @@ class PlanMaker {
   }
   // Refuses unknown names: with a misspelt name the default would silently apply.
   void CheckNames() {
-    constexpr std::string_view kNames[] = {"templates", "data", "reader", "app",     "log", "port",
-                                           "folder",    "year", "expire", "scripts", "draw"};
+    constexpr std::string_view kNames[] = {"templates", "data", "reader", "app",     "log",  "port",
+                                           "folder",    "year", "expire", "scripts", "draw", "submissions"};
     for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
       const std::string_view name = lines_.GetLineName(i);
       const bool known = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
@@ -229,6 +231,7 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   Office office(chosen, services, store.get(), &log);
   if (plan.draw) office.Server().SetDrawing(ZDrawingFonts());
   const ReaderPage* const reader = AddPages(office, plan.reader, plan.scripts);
+  const std::string key = plan.submissions && reader != nullptr ? AddSubmissionsPage(office, data) : std::string();
   if (!office.Server().Start()) {
     SayWhyNotStarted(office, chosen.port);
     return kFailed;
@@ -241,7 +244,8 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   SayHowToGetReader(reader);
   Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
         (plan.data.empty() ? " (until the server stops)" : "") + "\n" + said_of_year + "Open:   " + office.Address() +
-        "\nStop:   Ctrl+C\n");
+        "\n" + (key.empty() ? "" : "Saved:  " + office.Address() + "reader/submissions.html#key=" + key + "\n") +
+        "Stop:   Ctrl+C\n");
   messages.Run();
   // The other thread uses the messages until then.
   has_quit->get_future().wait();

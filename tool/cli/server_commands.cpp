@@ -61,6 +61,12 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
                    "Whether forms are drawn before they are served, for readers that do not draw fields: yes or no; "
                    "the default is no.")
       ->check(CLI::IsMember({"yes", "no"}));
+  command
+      ->add_option(
+          "--submissions", options->submissions,
+          "Whether there is a page of the submissions for who runs the server. Its address, which is printed at "
+          "the start, has a key; keep it secret. yes or no; the default is yes.")
+      ->check(CLI::IsMember({"yes", "no"}));
   command->add_option("--log", options->log, "The format of the log: text or json.")
       ->check(CLI::IsMember({"text", "json"}));
 }
@@ -97,6 +103,8 @@ void AddSubmissions(CLI::App& app, std::function<int()>* run) {
   command->add_option("--code", options->code, "Only the submissions of this form.");
   command->add_option("--id", options->id, "Only the submission with this number.");
   command->add_flag("--rejected", options->rejected, "The submissions that were refused as stale.");
+  command->add_flag("--latest", options->latest,
+                    "Only the newest submission of each transaction: one row for each form that was filled in.");
   command->add_option("--format", options->format, "csv, json, or xfdf for the newest one.")
       ->check(CLI::IsMember({"csv", "json", "xfdf"}))
       ->capture_default_str();

@@ -29,6 +29,7 @@ struct ServeOptions {
   std::string log;
   std::string scripts;
   std::string draw;
+  std::string submissions;
 };
 int RunServe(const ServeOptions& options);
 
@@ -48,6 +49,7 @@ struct SubmissionsOptions {
   std::string format = "csv";
   int64_t id = 0;
   bool rejected = false;
+  bool latest = false;  // of each transaction
   bool raw = false;
 };
 int RunSubmissions(const SubmissionsOptions& options);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "tool/base/statement.h"
+#include "zforms/platform/text/letter_case.h"
 
 namespace zforms::tool {
 namespace {
@@ -62,6 +63,30 @@ bool MakeFolder(const std::string& folder, std::string* error) {
   return !code;
 }
 
+// The SQL function holds(text, wanted): whether the text has that part, which is in one letter case already.
+void Holds(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
+  const auto text_of = [](sqlite3_value* value) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+    return text == nullptr ? std::string_view()
+                           : std::string_view(text, static_cast<size_t>(sqlite3_value_bytes(value)));
+  };
+  const Chaine folded = FoldCase(text_of(values[0]));
+  sqlite3_result_int(context, folded.View().find(text_of(values[1])) == std::string_view::npos ? 0 : 1);
+}
+
+// The query for the submissions of a filter, whose parts are bound in the order of their numbers.
+std::string QueryOf(const SubmissionFilter& filter) {
+  const std::string table = filter.rejected ? "rejected" : "submissions";
+  std::string sql = "SELECT id, received, code, \"transaction\", count, folder, year, url, ";
+  sql += filter.brief ? "''" : "xfdf";
+  sql += " FROM " + table + " WHERE (?1 = '' OR code = ?1) AND (?2 = 0 OR id = ?2) AND (?3 = 0 OR id < ?3) AND ";
+  sql += "(?4 = '' OR holds(code, ?4) OR ";
+  sql += filter.rejected ? "holds(xfdf, ?4))"
+                         : "EXISTS (SELECT 1 FROM fields WHERE submission = submissions.id AND holds(value, ?4)))";
+  if (filter.latest) sql += " AND id IN (SELECT max(id) FROM " + table + " GROUP BY \"transaction\")";
+  return sql + (filter.newest_first ? " ORDER BY id DESC" : " ORDER BY id");
+}
+
 }  // namespace
 
 std::unique_ptr<Store> Store::Open(const std::string& folder, Mode mode, std::string* error) {
@@ -97,6 +122,7 @@ bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
   }
   wait_ = mode == Mode::kServe ? kServerWaitForOthers : kWaitForOthers;
   sqlite3_busy_timeout(database_, wait_);
+  sqlite3_create_function(database_, "holds", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, Holds, nullptr, nullptr);
   if (!CheckVersion(error)) return false;
   if (mode == Mode::kRead) return true;
   // Makes the file private: it contains sessions and personal data. Files that SQLite creates beside it get the same
@@ -308,10 +334,12 @@ Store::FormState Store::StateOf(const std::string& code) {
 
 bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit) {
   const std::lock_guard lock(mutex_);
-  constexpr char kColumns[] = "SELECT id, received, code, \"transaction\", count, folder, year, url, xfdf FROM ";
-  const std::string sql = std::string(kColumns) + (filter.rejected ? "rejected" : "submissions") +
-                          " WHERE (?1 = '' OR code = ?1) AND (?2 = 0 OR id = ?2) ORDER BY id";
-  Statement& rows = Get(sql.c_str()).Bind(filter.code).Bind(static_cast<uint64_t>(filter.id));
+  const std::string wanted = FoldCase(filter.search).ToString();
+  Statement& rows = Get(QueryOf(filter).c_str())
+                        .Bind(filter.code)
+                        .Bind(static_cast<uint64_t>(filter.id))
+                        .Bind(static_cast<uint64_t>(filter.before))
+                        .Bind(wanted);
   bool goes_on = true;
   while (goes_on && rows.Next()) {
     Submission found{static_cast<int64_t>(rows.Number(0)),
@@ -329,7 +357,7 @@ bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function
                               .Bind(static_cast<uint64_t>(found.id));
       while (fields.Next()) found.fields.emplace_back(fields.Text(0), fields.Text(1));
     }
-    if (found.xfdf.empty()) ReadPieces(filter.rejected ? -found.id : found.id, &found);
+    if (found.xfdf.empty() && !filter.brief) ReadPieces(filter.rejected ? -found.id : found.id, &found);
     goes_on = visit(found);
   }
   const bool done = !goes_on || rows.IsDone();

@@ -48,6 +48,13 @@ struct SubmissionFilter {
   std::string code;       // all when empty
   int64_t id = 0;         // all when 0
   bool rejected = false;  // only those that were not accepted
+  bool latest = false;    // only the newest one of each transaction
+  // Only those with the text in a value or in the code, in any letter case. Texts that are stored in pieces are not
+  // searched.
+  std::string search = {};
+  int64_t before = 0;         // only those with a smaller number; all when 0
+  bool newest_first = false;  // else the oldest
+  bool brief = false;         // without the document and the texts that are stored in pieces
 };
 
 // Store keeps the data of an office's form server in the SQLite file "zforms.db" of its data folder: open forms,
@@ -93,7 +100,7 @@ class Store {
     std::string rejected;
   };
   FormState StateOf(const std::string& code);
-  // Visits the oldest first, until the visit returns false. False when reading fails.
+  // Visits the submissions until the visit returns false. False when reading fails.
   bool VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit);
 
   using Rubrics = std::map<std::string, std::map<std::string, std::string>>;

@@ -3,6 +3,7 @@
 #include "tool/office/office.h"
 #include "zforms/calculation/field_scripts.h"
 #include "zforms/filling/form_drawing.h"
+#include "zforms/filling/form_flattening.h"
 #include "zforms/platform/files/inet_stream.h"
 #include "zforms/platform/http/http_response.h"
 
@@ -37,6 +38,7 @@ class Session : public ZHTTPServerPageXFDFSession {
     ZFormMessages unsaid;
     const FieldScripts scripts(form);
     FormDrawing(form, page_->Fonts(), nullptr, &scripts).DrawAll(&unsaid);
+    if (URL().HasParam("flat") && !FlattenForm(form, {}, {false, true}, &unsaid)) return SetStatus(500);
     Chaine bytes;
     ZInetChaineOStream out(bytes);
     if (!form.Save(out)) return SetStatus(500);

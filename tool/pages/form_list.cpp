@@ -73,8 +73,10 @@ std::string Item(Office& office, const Chaine& code, const ListTexts& texts, boo
 // The texts of the script, as attributes.
 std::string ScriptTexts(const ListTexts& texts) {
   const std::pair<const char*, const char*> attributes[] = {
-      {"draft", texts.draft_here},    {"saved", texts.saved_here}, {"refused", texts.refused_here}, {"go", texts.go},
-      {"found-one", texts.found_one}, {"found", texts.found},
+      {"opened", texts.opened_here},   {"look", texts.look},
+      {"draft", texts.draft_here},     {"saved", texts.saved_here},
+      {"refused", texts.refused_here}, {"go", texts.go},
+      {"found-one", texts.found_one},  {"found", texts.found},
   };
   std::string text;
   for (const auto& [name, value] : attributes) {
@@ -102,6 +104,7 @@ std::string FormList(Office& office, const ReaderPage* reader, const ListTexts& 
       (with_reader ? texts.lead : texts.lead_without_reader) +
       "</p>\n<div id=\"search\" hidden><label for=\"wanted\">" + texts.search +
       "</label><input id=\"wanted\" type=\"search\" autocomplete=\"off\"><p id=\"found\" role=\"status\"></p></div>\n"
+      "<p id=\"news\" role=\"status\"></p>\n"
       "<ul id=\"forms\"" +
       ScriptTexts(texts) + ">\n";
   for (const Chaine& code : office.Server().Storage().Codes()) page += Item(office, code, texts, with_reader);

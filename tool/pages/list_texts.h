@@ -17,6 +17,7 @@ struct ListTexts {
   const char* saved;
   const char* refused;
   // What the script of the page says of this browser; "{n}" stands for a number.
+  const char* opened_here;
   const char* draft_here;
   const char* saved_here;
   const char* refused_here;

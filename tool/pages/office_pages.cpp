@@ -6,6 +6,8 @@
 #include "tool/pages/drawn_page.h"
 #include "tool/pages/opening_page.h"
 #include "tool/pages/reader_page.h"
+#include "tool/pages/submissions_page.h"
+#include "zforms/platform/crypto/random_token.h"
 
 namespace zforms::tool {
 
@@ -19,6 +21,12 @@ const ReaderPage* AddPages(Office& office, const std::string& reader_folder, boo
     office.Server().SetPageHandler(ZInetURL("/reader/print.pdf"), new DrawnPage(&office), true);
   }
   return shown;
+}
+
+std::string AddSubmissionsPage(Office& office, const std::string& data) {
+  const std::string key = RandomToken();
+  office.Server().SetPageHandler(ZInetURL("/submissions/"), new SubmissionsPage(&office, data, key), true);
+  return key;
 }
 
 }  // namespace zforms::tool

@@ -1,6 +1,6 @@
 // Saves drafts of a form in the browser (values that were typed but not saved) and restores them.
 
-import { forget, forgetDraft, recall, recallDrafts, remember } from "./drafts.js";
+import { bringBack, forget, forgetDraft, recall, recallDrafts, remember } from "./drafts.js";
 
 /** @typedef {import("./model.js").FormModel} FormModel */
 /** @typedef {Map<string, string[]>} Values */
@@ -64,10 +64,17 @@ export class Drafter {
     else this.#offered.clear();
   }
 
+  /** Deletes what is offered; returns what takes that back. */
   discard() {
+    const [drafts, offered, before] = [this.#drafts, new Map(this.#offered), recall(this.#form ?? "")];
     this.#close();
     // The save was refused because another view had saved; discarding the draft settles that.
-    if (recall(this.#form ?? "")?.state === "refused") this.mark("saved");
+    if (before?.state === "refused") this.mark("saved");
+    return () => {
+      drafts.forEach(bringBack);
+      if (before) remember(before);
+      [this.#drafts, this.#offered] = [drafts, offered];
+    };
   }
 
   /** Saves the draft after a short delay, so that typing is not slowed down. */
@@ -90,8 +97,13 @@ export class Drafter {
     return kept;
   }
 
+  /** Stores that the form is open or was saved, unless more is known of it. */
+  meet(/** @type {"opened" | "saved"} */ state) {
+    if (this.#form && !recall(this.#form)) this.mark(state);
+  }
+
   /** Stores the state of the form. */
-  mark(/** @type {"saved" | "refused"} */ state) {
+  mark(/** @type {"opened" | "saved" | "refused"} */ state) {
     if (this.#form) remember({ form: this.#form, ...this.#about, when: Date.now(), state });
   }
 

@@ -8,7 +8,8 @@
  * @property {string} code
  * @property {string} title
  * @property {number} when the time of the last change, in milliseconds since 1970
- * @property {"saved" | "refused" | "draft"} state
+ * @property {"opened" | "saved" | "refused" | "draft"} state
+ * @property {boolean} [hasSaved] whether the server has values of it; only of what recallAll returns
  * @property {Record<string, string[]>} [values] for a draft: the changed fields
  */
 /**
@@ -69,6 +70,15 @@ export function forgetDraft(/** @type {Draft} */ { key, text }) {
   }
 }
 
+/** Stores a draft that was deleted once more. */
+export function bringBack(/** @type {Draft} */ { key, text }) {
+  try {
+    localStorage.setItem(key, text);
+  } catch {
+    // The browser stores nothing.
+  }
+}
+
 /** The drafts of the form from all views, the oldest first. */
 export function recallDrafts(/** @type {string} */ form) {
   /** @type {Draft[]} */
@@ -89,8 +99,9 @@ export function recallDrafts(/** @type {string} */ form) {
 function inOne(/** @type {Memory[]} */ memories) {
   const draft = memories.find(({ values, state }) => values && state === "draft");
   const standing = memories.find(({ values }) => !values) ?? memories[0];
-  if (!draft) return standing;
-  return { ...draft, state: standing.state === "refused" ? standing.state : draft.state };
+  const hasSaved = standing.state === "saved" || standing.state === "refused";
+  if (!draft) return { ...standing, hasSaved };
+  return { ...draft, hasSaved, state: standing.state === "refused" ? standing.state : draft.state };
 }
 
 /** All forms that are stored, the newest first; entries that are too old are deleted. */

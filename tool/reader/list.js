@@ -1,8 +1,10 @@
 // The list of forms: times in the user's format, the states stored in this browser, and a search field for long lists.
 
 import { recallAll } from "./drafts.js";
-import { localeOf } from "./texts.js";
+import { fetchDrawn, inMode, resumeForm } from "./server.js";
+import { all, localeOf } from "./texts.js";
 import { make } from "./widgets.js";
+import { writeXFDF } from "./xfdf.js";
 
 const MANY = 8;
 const { lang } = document.documentElement;
@@ -16,20 +18,44 @@ function sayTimes() {
   for (const time of document.querySelectorAll("time")) time.textContent = style.format(new Date(time.dateTime));
 }
 
-/** Offers to continue forms that were typed into or saved in this browser. */
+/** The PDF of a form as it was saved last. */
+async function keepPDF(/** @type {string} */ form) {
+  const news = /** @type {HTMLElement} */ (document.getElementById("news"));
+  const page = all[lang] ?? all.en;
+  news.textContent = page.drawing;
+  try {
+    const { code, title, f, ids, values } = await resumeForm(form);
+    const drawn = await fetchDrawn(writeXFDF({ f: inMode(f, "readonly"), ids, fields: Object.entries(values) }));
+    (await import("./printing.js")).download(drawn, title || code);
+    news.textContent = "";
+  } catch (error) {
+    const { status = 0 } = /** @type {any} */ (error);
+    news.textContent = status === 404 ? page.unknown : status ? page.refused(status) : page.unreachable;
+  }
+}
+
+/** The forms that were opened, typed into or saved in this browser, with what can be done with them. */
 function addOwn() {
   if (!document.querySelector("a.main")) return;
   for (const item of items) {
     const own = recallAll().filter(({ code }) => code === item.dataset.code).slice(0, 5);
     if (!own.length) continue;
     const list = make("ul", { className: "own" });
-    for (const { form, code, when, state } of own) {
-      const link = make("a", { textContent: texts.go, className: "way",
-        href: `reader/?code=${encodeURIComponent(code)}#form=${encodeURIComponent(form)}` });
+    for (const { form, code, when, state, hasSaved } of own) {
       const time = style.format(new Date(when));
-      link.append(make("span", { className: "unseen", textContent: ` ${item.querySelector("h2")?.textContent} – ${time}` }));
+      const unseen = () => make("span", { className: "unseen", textContent: ` ${item.querySelector("h2")?.textContent} – ${time}` });
+      const address = `reader/?code=${encodeURIComponent(code)}#form=${encodeURIComponent(form)}`;
+      const ways = make("div", { className: "ways" });
+      const add = (/** @type {HTMLElement} */ way) => (way.append(unseen()), ways.append(way));
+      add(make("a", { textContent: texts.go, className: "way", href: address }));
+      if (hasSaved) {
+        add(make("a", { textContent: texts.look, className: "way", href: `${address}&mode=readonly` }));
+        const button = make("button", { type: "button", textContent: "PDF", className: "way" });
+        button.addEventListener("click", () => keepPDF(form));
+        add(button);
+      }
       const entry = make("li");
-      entry.append(make("span", { className: `state ${state}`, textContent: `${texts[state]} ${time}` }), link);
+      entry.append(make("span", { className: `state ${state}`, textContent: `${texts[state]} ${time}` }), ways);
       list.append(entry);
     }
     item.append(list);

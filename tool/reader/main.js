@@ -4,6 +4,7 @@ import { Drafter } from "./drafter.js";
 import { forget, forgetDraft, recallAll, recallDrafts, remember } from "./drafts.js";
 import { FormModel, isMeant } from "./model.js";
 import { offer, tell, warn } from "./notices.js";
+import { PageList } from "./page_list.js";
 import { FormView } from "./page_view.js";
 import { Refusal, fetchDrawn, fetchPDF, fetchSaved, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
 import { FormScripts } from "./scripts.js";
@@ -52,6 +53,7 @@ class Reader {
   /** @type {FormScripts | null} */
   #scripts = null;
   #zoom = new Zoom(byId("pages"));
+  #pageList = new PageList();
   #shown = 0;
   #busy = false;
 
@@ -68,6 +70,7 @@ class Reader {
     byId("press").addEventListener("click", () => this.#pressMain());
     byId("print-form").addEventListener("click", () => this.#print());
     byId("download").addEventListener("click", () => this.#download());
+    byId("download-flat").addEventListener("click", () => this.#download(true));
     addEventListener("keydown", (event) => this.#onKey(event));
     addEventListener("beforeunload", (event) => this.#onLeave(event));
     addEventListener("pagehide", () => this.#drafter.keep());
@@ -96,6 +99,7 @@ class Reader {
     before.keep();
     this.#drafter = this.#makeDrafter(typed.secrets());
     this.#drafter.keep();
+    this.#drafter.meet(info.mode === "consult" ? "saved" : "opened");
     tell("");
     this.#showOffer();
   }
@@ -131,9 +135,18 @@ class Reader {
 
   #discard() {
     if (this.#busy) return;
-    this.#drafter.discard();
+    const drafter = this.#drafter;
+    const takeBack = drafter.discard();
+    const undo = () => {
+      takeBack();
+      tell("");
+      // The form may have been shown again meanwhile.
+      if (drafter !== this.#drafter) this.#drafter = this.#makeDrafter();
+      this.#showOffer();
+      /** @type {HTMLElement | null} */ (byId("offer").querySelector("button"))?.focus();
+    };
     this.#showOffer();
-    tell(texts.discarded);
+    tell(texts.discarded, [{ text: texts.undo, press: undo }]);
     byId("pages").focus();
   }
 
@@ -161,6 +174,7 @@ class Reader {
     byId("pages").replaceChildren(view.element);
     byId("pages").scrollTop = before.top;
     view.start();
+    this.#pageList.follow(form, view);
     before.view?.stop();
     this.#scripts?.stop();
     this.#scripts = null;
@@ -171,7 +185,7 @@ class Reader {
       this.#drafter.touch();
     };
     if (this.#info.form) {
-      const mark = new URLSearchParams({ form: this.#info.form, ...(mode === "modify" && { mode }) });
+      const mark = new URLSearchParams({ form: this.#info.form, ...(mode !== "consult" && { mode }) });
       history.replaceState(null, "", `#${mark}`);
     }
     this.#showState();
@@ -279,9 +293,9 @@ class Reader {
   // --- printing ---
 
   /** The form as it is on the screen, drawn by the server. */
-  #draw() {
+  #draw(isFlat = false) {
     const { f, ids } = this.#info;
-    return fetchDrawn(writeXFDF({ f: inMode(f, this.#mode), ids, fields: this.#model.all() }));
+    return fetchDrawn(writeXFDF({ f: inMode(f, this.#mode), ids, fields: this.#model.all() }), isFlat);
   }
 
   #print() {
@@ -293,15 +307,16 @@ class Reader {
     }, () => this.#print());
   }
 
-  #download() {
-    return this.#withDrawn(async (bytes) => (await printing()).download(bytes, this.#title), () => this.#download());
+  /** Without fields these are part of the pages, and nobody can fill them in. */
+  #download(isFlat = false) {
+    return this.#withDrawn(async (bytes) => (await printing()).download(bytes, this.#title), () => this.#download(isFlat), isFlat);
   }
 
-  #withDrawn(/** @type {(bytes: Uint8Array) => Promise<void>} */ use, /** @type {() => void} */ again) {
+  #withDrawn(/** @type {(bytes: Uint8Array) => Promise<void>} */ use, /** @type {() => void} */ again, isFlat = false) {
     return this.#alone(async () => {
       tell(texts.drawing);
       try {
-        await use(await this.#draw());
+        await use(await this.#draw(isFlat));
         tell(this.#model.isDirty ? texts.drawnUnsaved : "");
       } catch (error) {
         tell("");
@@ -352,7 +367,7 @@ class Reader {
     this.#busy = busy;
     byId("pages").inert = busy;
     byId("pages").setAttribute("aria-busy", `${busy}`);
-    for (const id of ["press", "print-form", "download"]) byId(id).setAttribute("aria-disabled", `${busy}`);
+    for (const id of ["press", "print-form", "download", "download-flat"]) byId(id).setAttribute("aria-disabled", `${busy}`);
   }
 
   async #onAnswer(/** @type {SubmitButton} */ button, /** @type {{pdf: Uint8Array, mode: string}} */ { pdf, mode },
@@ -454,6 +469,8 @@ function label() {
   byId("fit").title = texts.fit;
   byId("print-form").textContent = texts.print;
   byId("download").textContent = texts.download;
+  byId("download-flat").textContent = texts.downloadFlat;
+  byId("way").setAttribute("aria-label", texts.pageNumber);
 }
 
 /** Opens a new form in place of one that the server no longer knows, with the values typed into that one. */
@@ -478,8 +495,8 @@ async function open(/** @type {() => Promise<FormInfo>} */ ask) {
   tell(texts.opening);
   try {
     const info = await ask();
-    const wanted = info.form && info.form === form && fragment().get("mode") === "modify";
-    await new Reader(info).start(info, wanted ? "modify" : info.mode);
+    const asked = info.form === form ? fragment().get("mode") : null;
+    await new Reader(info).start(info, asked === "modify" || asked === "readonly" ? asked : info.mode);
   } catch (error) {
     const status = statusOf(error);
     if (status === 404 && form && code) {

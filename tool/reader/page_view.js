@@ -120,7 +120,7 @@ export class FormView {
   constructor(/** @type {PDFForm} */ form, /** @type {import("./model.js").FormModel} */ model,
     /** @type {import("./widgets.js").Presses} */ presses, /** @type {string} */ serial) {
     this.#views = form.pages.map((page, i) => new PageView(page, texts.page(i + 1, form.pages.length),
-      () => new Layer(page.widgets, model, presses, serial), (to) => this.#views[to]?.element.scrollIntoView()));
+      () => new Layer(page.widgets, model, presses, serial), (to) => this.go(to)));
     if (form.language) this.element.lang = form.language;
     this.element.append(...this.#views.map((view) => view.element));
     this.widest = Math.max(1, ...form.pages.map((page) => page.width));
@@ -167,10 +167,26 @@ export class FormView {
 
   /** Sets the scale in CSS pixels per point. */
   setScale(/** @type {number} */ scale) {
+    const frame = this.element.parentElement;
+    const top = (frame?.scrollTop ?? 0) * (scale / this.#scale);
     this.#scale = scale;
     this.element.style.setProperty("--scale", `${scale}`);
+    // What was at the top of the screen stays there.
+    if (frame && top) frame.scrollTop = top;
     clearTimeout(this.#timer);
     this.#timer = setTimeout(() => this.#near.forEach((view) => view.draw(this.#pixels)), SETTLED);
+  }
+
+  /** Shows the page with that index. */
+  go(/** @type {number} */ page) {
+    this.#views[page]?.element.scrollIntoView();
+  }
+
+  /** The index of the page in the middle of the screen. */
+  get current() {
+    const frame = this.element.parentElement;
+    const middle = frame ? frame.scrollTop + frame.clientHeight / 2 : 0;
+    return Math.max(0, this.#views.findLastIndex(({ element }) => element.offsetTop <= middle));
   }
 
   /** All inputs, including those of pages that are not near. */

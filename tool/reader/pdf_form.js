@@ -1,6 +1,7 @@
 // Reads a form with pdf.js and converts it to the data structures of this page.
 
 import * as pdfjs from "./pdfjs/pdf.min.mjs";
+import { helpOf } from "./input_help.js";
 import { nearestText, phrasesOf } from "./labels.js";
 import { stateText } from "./state_text.js";
 import { worker } from "./worker.js";
@@ -47,6 +48,7 @@ const IN_UNISON = 1 << 25;
  * @property {boolean} editable
  * @property {boolean} multiple
  * @property {Set<string>} actions the events for which it has a script
+ * @property {import("./input_help.js").InputHelp} help what its scripts say about its text
  * @property {{size: number, family: string, bold: boolean, colour: string, align: string}} style
  * @property {{background: string, border: string, width: number}} frame
  */
@@ -124,6 +126,7 @@ function widgetOf(annotation, kind, viewport, /** @type {string} */ given, /** @
     editable: Boolean(annotation.combo) && Boolean(flags & EDITABLE),
     multiple: Boolean(annotation.multiSelect),
     actions: new Set(annotation.actions?.keys()),
+    help: helpOf(annotation.actions),
     style: styleOf(annotation),
     frame: {
       background: colourText(annotation.backgroundColor),

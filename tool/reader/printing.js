@@ -42,9 +42,14 @@ export async function printForm(/** @type {import("./pdf_form.js").PDFForm} */ f
   }
 }
 
-/** Offers the file to be saved. */
+/** Offers the PDF to be saved. */
 export function download(/** @type {Uint8Array} */ bytes, /** @type {string} */ name) {
-  const href = URL.createObjectURL(new Blob([/** @type {BlobPart} */ (bytes)], { type: "application/pdf" }));
-  make("a", { href, download: `${name}.pdf` }).click();
+  save(new Blob([/** @type {BlobPart} */ (bytes)], { type: "application/pdf" }), `${name}.pdf`);
+}
+
+/** Offers a file to be saved under that name. */
+export function save(/** @type {Blob} */ content, /** @type {string} */ name) {
+  const href = URL.createObjectURL(content);
+  make("a", { href, download: name }).click();
   setTimeout(() => URL.revokeObjectURL(href), 60_000);
 }

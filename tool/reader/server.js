@@ -42,7 +42,8 @@ const XFDF = { "Content-Type": "application/vnd.adobe.xfdf" };
 async function ask(/** @type {string} */ target, /** @type {RequestInit} */ options = {}) {
   let answer;
   try {
-    answer = await fetch(target, { ...options, cache: "no-store", signal: AbortSignal.timeout(PATIENCE) });
+    // The list of forms, in the folder above, asks too.
+    answer = await fetch(new URL(target, import.meta.url), { ...options, cache: "no-store", signal: AbortSignal.timeout(PATIENCE) });
   } catch {
     throw new Refusal(0);
   }
@@ -86,8 +87,9 @@ export const fetchPDF = async (/** @type {string} */ target) => bodyOf(await ask
 export const inMode = (/** @type {string} */ address, /** @type {string} */ mode) =>
   address.replace(/([?&]Action=)[^&#]*/, `$1${mode}`);
 
-/** The form with these values, drawn, as bytes; nothing is stored. */
-export const fetchDrawn = async (/** @type {string} */ xfdf) => bodyOf(await ask("print.pdf", { method: "POST", body: xfdf, headers: XFDF }));
+/** The form with these values, drawn, as bytes, with or without its fields; nothing is stored. */
+export const fetchDrawn = async (/** @type {string} */ xfdf, isFlat = false) =>
+  bodyOf(await ask(isFlat ? "print.pdf?flat=yes" : "print.pdf", { method: "POST", body: xfdf, headers: XFDF }));
 
 /** Posts the form; returns the form that comes back and its mode. */
 export async function submit(/** @type {string} */ target, /** @type {string} */ xfdf) {

@@ -1,5 +1,6 @@
 // The inputs over a page: one for each widget, bound to the value of its field.
 
+import { dateText, dayOf } from "./input_help.js";
 import { texts } from "./texts.js";
 
 /** @typedef {import("./model.js").FormModel} FormModel */
@@ -98,7 +99,44 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   });
   if (widget.actions.has("Keystroke")) judgeKeys(input, widget, model);
   if (widget.maxLength) sayWhatIsLeftOut(input, widget);
-  return { element: input, show };
+  const { mask, keys, date } = widget.help;
+  if (keys) input.inputMode = keys;
+  if (mask && !widget.comb) input.placeholder = mask;
+  const choose = (/** @type {string} */ text) => {
+    input.focus();
+    input.value = text;
+    model.set(widget.name, [text]);
+    model.format(widget.name, null);
+    commit();
+  };
+  return { element: input, show, extras: date && !widget.readOnly ? makeCalendar(input, widget, choose) : [] };
+}
+
+/** The browser's calendar for a field whose script formats a date: a button beside the cursor, or Alt and the arrow down. */
+function makeCalendar(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, /** @type {Widget} */ widget, /** @type {(text: string) => void} */ choose) {
+  const button = make("button", { type: "button", className: "calendar", tabIndex: -1, textContent: "▾", title: texts.calendar });
+  button.setAttribute("aria-label", `${texts.calendar} – ${widget.label}`);
+  const days = make("input", { type: "date", className: "days", tabIndex: -1 });
+  days.setAttribute("aria-hidden", "true");
+  for (const part of [button, days]) {
+    for (const side of /** @type {const} */ (["x", "y", "w", "h"])) part.style.setProperty(`--${side}`, `${widget.box[side]}`);
+  }
+  const open = () => {
+    days.value = dayOf(input.value, widget.help.date);
+    days.showPicker();
+  };
+  input.setAttribute("aria-keyshortcuts", "Alt+ArrowDown");
+  input.addEventListener("keydown", (event) => {
+    const { key, altKey } = /** @type {KeyboardEvent} */ (event);
+    if (key !== "ArrowDown" || !altKey) return;
+    event.preventDefault();
+    open();
+  });
+  // The field keeps the cursor.
+  button.addEventListener("pointerdown", (event) => event.preventDefault());
+  button.addEventListener("click", open);
+  days.addEventListener("change", () => days.value && choose(dateText(days.value, widget.help.date)));
+  return [button, days];
 }
 
 /** Lets the form's script accept, change or refuse what is typed. */
