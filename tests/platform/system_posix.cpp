@@ -25,7 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(FileIO, ReplacingKeepsPermissionsAndFollowsLinks) {
+TEST(FilesOfPOSIX, AreReplacedWithTheirPermissionsAndLinks) {
   const ZTempFolder temp;
   const fs::path folder = temp.Path().ToString();
   const auto at = [&](const char* name) { return Chaine((folder / name).string()); };
