@@ -124,7 +124,7 @@ bool DatePattern::ReadNumber(const Part& part, size_t most, std::string_view* va
   const size_t before = value->size();
   int64_t number = TakeDigits(most, value);
   const size_t digits = before - value->size();
-  if (number < 0 || (part.kind == 'y' && digits != part.length && digits != 4)) return false;
+  if (number < 0 || (part.kind == 'y' && digits != 2 && digits != 4)) return false;
   if (part.kind == 'y' && digits == 2) number += number <= kLastOfThisCentury ? 20 * kCentury : 19 * kCentury;
   switch (part.kind) {
     case 'y': moment->year = number; break;
