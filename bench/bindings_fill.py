@@ -6,29 +6,27 @@
 import csv
 import io
 import json
-import os
 import pathlib
 import sys
 import time
 
 
-def with_zforms(form, rows, folder, mode):
+def with_zforms(form, rows, table, folder, mode):
     import zforms
 
     if mode == "batch":
-        return lambda: [row for row in zforms.batch(zforms.open(form), rows, os.path.join(folder, "{row}.pdf"), overwrite=True)
-                        if row.error]
+        return lambda: [row for row in zforms.batch(zforms.open(form), table, folder + "/{row}.pdf") if row.error]
 
     def fill():
         for number, row in enumerate(rows, 1):
             with zforms.open(form, draw=mode == "draw") as opened:
                 for name, value in row.items():
                     opened[name] = value
-                opened.save(os.path.join(folder, f"{number}.pdf"))
+                opened.save(f"{folder}/{number}.pdf")
     return fill
 
 
-def with_pypdf(form, rows, folder, _mode):
+def with_pypdf(form, rows, _table, folder, _mode):
     """It finds fields by the last part of their names, and draws nothing."""
     import pypdf
 
@@ -39,7 +37,7 @@ def with_pypdf(form, rows, folder, _mode):
             values = {name.rpartition(".")[2]: value for name, value in row.items()}
             for page in writer.pages:
                 writer.update_page_form_field_values(page, values)
-            with open(os.path.join(folder, f"{number}.pdf"), "wb") as file:
+            with open(f"{folder}/{number}.pdf", "wb") as file:
                 writer.write(file)
     return fill
 
@@ -47,7 +45,7 @@ def with_pypdf(form, rows, folder, _mode):
 def main(library, form, table, folder, mode):
     with open(table, encoding="utf-8", newline="") as file:
         rows = list(csv.DictReader(file))
-    fill = {"zforms": with_zforms, "pypdf": with_pypdf}[library](pathlib.Path(form).read_bytes(), rows, folder, mode)
+    fill = {"zforms": with_zforms, "pypdf": with_pypdf}[library](pathlib.Path(form).read_bytes(), rows, table, folder, mode)
     start = time.perf_counter(), time.process_time()
     faults = fill()
     print(json.dumps({"clock": time.perf_counter() - start[0], "processor": time.process_time() - start[1]}))

@@ -33,15 +33,14 @@ class _Batch:
             raise FormError(form.file, form._handle.fault())
         self.handle = Handle(pointer, library.zforms_batch_free, form.file)
         self._callback = form._callback  # gets the messages of the batch too
-        self._folder, self._pattern = (None, "") if out is None else os.path.split(os.fspath(out))
+        self._names = None if out is None else tuple(map(encode, os.path.split(os.fspath(out))))
         self._flags = _OVERWRITE if overwrite else 0
 
     def outcome(self, status: int, number: int, line: int) -> Row:
-        if status == OK and self._folder is None:
+        if status == OK and self._names is None:
             return Row(number, line, None, self.handle.read("zforms_batch_bytes"), None)
         if status == OK:
-            status = self.handle.status("zforms_batch_write", encode(self._folder or ""), encode(self._pattern),
-                                        self._flags)
+            status = self.handle.status("zforms_batch_write", *(self._names or ()), self._flags)
         if status == OK:
             return Row(number, line, pathlib.Path(self.handle.text("zforms_batch_path")), None, None)
         if status in (ERROR_DATA, ERROR_FORM):
@@ -63,7 +62,7 @@ class _Batch:
         for number, row in enumerate(rows, 1):
             for name, value in row.items():
                 if value is not None:
-                    self.handle.set("zforms_batch_set_values", name, values_of(value))
+                    self.handle.set("zforms_batch_set", name, values_of(value))
             yield self.outcome(self.handle.status("zforms_batch_fill"), number, 0)
 
 

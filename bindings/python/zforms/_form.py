@@ -98,11 +98,13 @@ def values_of(value: Settable) -> list[str]:
     >>> values_of("a"), values_of(True), values_of(None), values_of(["a", "b"])
     (['a'], ['yes'], [''], ['a', 'b'])
     """
+    if isinstance(value, str):
+        return [value]
     if value is None:
         return [""]
     if isinstance(value, bool):
         return ["yes" if value else "no"]
-    if isinstance(value, (str, int, float)):
+    if isinstance(value, (int, float)):
         return [str(value)]
     return list(value) or [""]
 
@@ -233,7 +235,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
 
     def __setitem__(self, name: str, value: Settable) -> None:
         """Sets all fields of that full name. DataError, with the values that it takes, when the field refuses it."""
-        self._handle.set("zforms_set_values", name, values_of(value))
+        self._handle.set("zforms_set_value", name, values_of(value))
 
     def __iter__(self) -> Iterator[str]:
         names: dict[str, None] = {}

@@ -39,6 +39,7 @@ class MessageInfo(ctypes.Structure):
 
 MESSAGE_CALLBACK = ctypes.CFUNCTYPE(None, c_void_p, POINTER(MessageInfo))
 
+_ShortBuffer = ctypes.c_char * 256
 _SIZE = POINTER(c_size_t)
 _TEXT = [c_void_p, c_size_t, _SIZE]
 _TEXTS = POINTER(c_char_p)
@@ -57,6 +58,7 @@ _CALLS: dict[str, list[Any]] = {
     "zforms_get_field": [c_size_t, POINTER(FieldInfo)],
     "zforms_field_text": [c_size_t, c_int, c_size_t, *_TEXT],
     "zforms_get_widget": [c_size_t, c_size_t, POINTER(WidgetInfo)],
+    "zforms_set_value": [c_char_p, c_char_p],
     "zforms_set_values": [c_char_p, _TEXTS, c_size_t],
     "zforms_fill_file": [c_char_p],
     "zforms_fill_bytes": [c_char_p, c_size_t, c_char_p],
@@ -66,12 +68,17 @@ _CALLS: dict[str, list[Any]] = {
     "zforms_batch_open_file": [c_char_p],
     "zforms_batch_open_bytes": [c_char_p, c_size_t],
     "zforms_batch_next": [_NUMBER, _NUMBER],
+    "zforms_batch_set": [c_char_p, c_char_p],
     "zforms_batch_set_values": [c_char_p, _TEXTS, c_size_t],
     "zforms_batch_fill": [],
     "zforms_batch_bytes": [*_TEXT],
     "zforms_batch_write": [c_char_p, c_char_p, c_uint],
     "zforms_batch_path": [*_TEXT],
 }
+
+
+# The functions that take several values, by those that take one.
+_SEVERAL = {"zforms_set_value": "zforms_set_values", "zforms_batch_set": "zforms_batch_set_values"}
 
 
 class Error(Exception):
@@ -140,7 +147,10 @@ def encode(text: str) -> bytes:
     """A text for the library: UTF-8, in which no zero character can stand."""
     if "\0" in text:
         raise ValueError("a text has a zero character")
-    return text.encode("utf-8", "surrogateescape")
+    try:
+        return text.encode()
+    except UnicodeEncodeError:
+        return text.encode("utf-8", "surrogateescape")
 
 
 def path_bytes(path: Union[str, os.PathLike[str]]) -> bytes:
@@ -192,11 +202,15 @@ class Handle:
             raise self.error(status, file)
 
     def read(self, name: str, *arguments: Any) -> bytes:
-        """Calls a function that writes a text or bytes into a buffer: for the length, then for the text."""
-        length = c_size_t()
-        self.call(name, *arguments, None, 0, ctypes.byref(length))
-        buffer = ctypes.create_string_buffer(length.value + 1)
-        self.call(name, *arguments, buffer, len(buffer), ctypes.byref(length))
+        """Calls a function that writes a text or bytes into a buffer, and again for one that needs a longer buffer."""
+        length, buffer = c_size_t(), _ShortBuffer()
+        status = self.status(name, *arguments, buffer, len(buffer), ctypes.byref(length))
+        if status == ERROR_LENGTH:
+            long_buffer = ctypes.create_string_buffer(length.value + 1)
+            self.call(name, *arguments, long_buffer, len(long_buffer), ctypes.byref(length))
+            return long_buffer.raw[:length.value]
+        if status != OK:
+            raise self.error(status)
         return buffer.raw[:length.value]
 
     def text(self, name: str, *arguments: Any) -> str:
@@ -204,6 +218,9 @@ class Handle:
         return self.read(name, *arguments).decode("utf-8", "replace")
 
     def set(self, name: str, field: str, values: list[str]) -> None:
-        """Calls a function that takes the values of a field."""
-        texts = (c_char_p * len(values))(*map(encode, values))
-        self.call(name, encode(field), texts, len(values))
+        """Calls the function that takes the value of a field, or the one that takes several."""
+        if len(values) == 1:
+            self.call(name, encode(field), encode(values[0]))
+        else:
+            texts = (c_char_p * len(values))(*map(encode, values))
+            self.call(_SEVERAL[name], encode(field), texts, len(values))
