@@ -94,7 +94,7 @@ BAD_ROWS = [  # label, line of CSV, the expected message
     ("text behind a quote", '"a"b,Oui,FR,1', "text follows the closing quote of a value"),
     ("the same file, in other letters", "GOOD É,Oui,FR,1", 'its file "GOOD É.pdf" is that of line 2'),
     ("no name", " ,Oui,FR,1", "the file name is empty"),
-    ("a file of somebody else", "theirs,Oui,FR,1", 'its file "theirs.pdf" is there already, and not of this batch'),
+    ("a file of somebody else", "theirs,Oui,FR,1", 'its file "theirs.pdf" exists already and is not from this batch'),
 ]
 HEAD = "adherent.nom,adherent.premiere,adherent.pays,adherent.code_postal"
 
@@ -342,7 +342,7 @@ def test_a_damaged_record(folder):
         same(f"{label}: started over", zforms(*arguments, "--overwrite")[::2], (0, ""))
     (out / ".zforms-batch").write_bytes(b"")
     status, _, err = zforms(*arguments, "--resume")
-    expect(status == 3 and err.count("is there already, and not of this batch") == 3, "an empty record", err)
+    expect(status == 3 and err.count("exists already and is not from this batch") == 3, "an empty record", err)
 
 
 def test_utf16(folder):

@@ -36,7 +36,7 @@ DATA = [  # file name, its bytes, the message of fill and batch (batch: None whe
     ("book.xlsx", workbook(), "is a workbook (.xlsx", "is a workbook (.xlsx"),
     ("book.xls", b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + bytes(600), "is a workbook (.xls)", "is a workbook (.xls)"),
     ("form.pdf", b"%PDF-1.4\n", "is a PDF file", "is a PDF file"),
-    ("zeros.csv", bytes(5000), "is no text", "is no text"),
+    ("zeros.csv", bytes(5000), "is not text", "is not text"),
     ("bad.json", '[\n {"é": 1,\n  "ü" 2}\n]'.encode(), "line 3, column 7: not valid JSON: unexpected number",
      "line 2: line 3, column 7: not valid JSON: unexpected number"),
     ("bad.jsonl", '{"é": 1}\n{"é": "ü", }\n'.encode(), None, "line 2: column 12: not valid JSON: unexpected '}'"),
@@ -88,7 +88,7 @@ def test_what_is_read_stays(folder):
     for arguments in (("fill", form, data, "-o", data), ("fill", form, data, "-o", folder / "link"),
                       ("export", form, "-o", form), ("export", form, "--format", "csv", "-o", form),
                       ("batch", form, "--data", data, "--out", folder / "rows", "--report", data)):
-        one_line(str(arguments[0]), zforms(*arguments), "would be written over: it is what is read")
+        one_line(str(arguments[0]), zforms(*arguments), "is the input, and would be overwritten")
     same("the files", (form.read_bytes(), data.read_bytes()), before)
     same("in place", zforms("fill", form, data, "-o", form)[0], 0)
 
@@ -109,7 +109,7 @@ def test_input_without_end(_):
     one_line("a device", run("fields", "/dev/zero"), no_header)
     one_line("a device to be recovered", run("fields", "/dev/zero", "--recover"), no_header)
     one_line("a pipe", run("check", "-", producer="yes"), no_header)
-    one_line("data", run("fill", SAMPLE, "/dev/zero", "-o", "/dev/null"), "is no text")
+    one_line("data", run("fill", SAMPLE, "/dev/zero", "-o", "/dev/null"), "is not text")
     one_line("a pipe of data", run("fill", SAMPLE, "-", "-o", "/dev/null", producer="yes"), "is larger than 256 MB")
     if not SANITIZED:
         one_line("a form without end", run("check", "-", producer="printf '%%PDF-1.4\\n'; exec yes"), "not enough memory")

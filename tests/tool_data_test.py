@@ -215,7 +215,7 @@ FORM_DATA = [
     ("two of a name", form_data("<</T(adherent.nom)/V(A)>><</T(adherent)/Kids[<</T(nom)/V(B)>>]>>"),
      'two fields are named "adherent.nom", with different values'),
     ("two of a name, alike", form_data("<</T(adherent.nom)/V(A)>><</T(adherent)/Kids[<</T(nom)/V(A)>>]>>"), {NAME: "A"}),
-    ("a number as a value", form_data("<</T(adherent.pays)/V 5>>"), ({}, "is no text and no name")),
+    ("a number as a value", form_data("<</T(adherent.pays)/V 5>>"), ({}, "is neither text nor a name")),
     ("rich text alone", form_data("<</T(adherent.nom)/RV(<?xml version=\"1.0\"?><body><p>A</p></body>)>>"), {NAME: "A"}),
     ("rich text that is none", form_data("<</T(adherent.nom)/RV(<body>)>>"), ({}, "is not XML in a string")),
     ("no name", form_data("<</V(A)>>"), ({}, 'a field without a name ("/T")')),

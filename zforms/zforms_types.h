@@ -19,7 +19,7 @@ typedef enum zforms_status {
   ZFORMS_ERROR_ARGUMENT = 2,   // a null pointer, an unknown constant, or a call in the wrong order
   ZFORMS_ERROR_LENGTH = 3,     // the buffer is too short; its text is empty, and `length` says what is needed
   ZFORMS_ERROR_FORM = 4,       // the document cannot be read, changed or written
-  ZFORMS_ERROR_DATA = 5,       // the data cannot be read, or a value is not taken
+  ZFORMS_ERROR_DATA = 5,       // the data cannot be read, or a value is not accepted
   ZFORMS_ERROR_NOT_FOUND = 6,  // no such field, column or form
   ZFORMS_ERROR_SERVER = 7,     // the server cannot start
   ZFORMS_ERROR_STOPPED = 8,    // a callback asked to stop

@@ -70,7 +70,7 @@ TEST(CheckedFiller, WhatFieldsTake) {
       {"nothing chosen", "<</FT/Ch/T(a)/Opt[(x)]/V(x)/I[0]>>", "", "<</FT/Ch/T(a)/Opt[(x)]/V()>>", ""},
       {"a choice that a widget has not, as it is", kOthers + "/V(A)>>", "A", "", ""},
       {"a choice that a widget has not", kOthers + ">>", "A", "",
-       "\"A\" is not one of the choices of a widget of it, which takes \"B\", \"C\""},
+       "\"A\" is not one of the choices of one of its widgets, which takes \"B\", \"C\""},
       {"a choice that all widgets have", kOthers + "/V(A)>>", "B",
        "<</FT/Ch/T(a)/Opt[(A)(B)]/Kids[<</Opt[(B)(C)]/V(B)/Rect[]>>]/V(B)>>", ""},
       {"choices of a widget alone", "<</FT/Ch/T(a)/Kids[<</Opt[(B)]/Rect[]>>]>>", "A", "",

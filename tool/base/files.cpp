@@ -64,7 +64,7 @@ bool IsSameFile(const std::string& a, const std::string& b) {
 bool KeepsInputs(const std::string& output, const std::vector<std::string>& inputs, Console& console) {
   for (const std::string& input : inputs) {
     if (!IsSameFile(output, input)) continue;
-    console.Fail("\"" + output + "\" would be written over: it is what is read");
+    console.Fail("\"" + output + "\" is the input, and would be overwritten");
     return false;
   }
   return true;

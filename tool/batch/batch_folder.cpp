@@ -95,7 +95,7 @@ bool BatchFolder::Open(Mode mode, uint64_t job, std::string* error) {
     }
     case Mode::kNew: break;
   }
-  *error = "the folder " + folder_ + " holds an earlier batch: --resume goes on with it, --overwrite starts over";
+  *error = "the folder " + folder_ + " holds an earlier batch: --resume continues it, --overwrite starts over";
   return false;
 }
 
@@ -127,7 +127,7 @@ void BatchFolder::Enter(Seat* seat, uint64_t line, std::string* error) {
     if (Mark(*seat, Ledger::State::kStale, 0)) seat->place = Place::kOurs;
     if (seat->place == Place::kRefused) *error = kNotRecorded;
   } else {
-    *error = "its file \"" + seat->name + "\" is there already, and not of this batch";
+    *error = "its file \"" + seat->name + "\" exists already and is not from this batch";
   }
 }
 
@@ -149,7 +149,7 @@ bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, uint64_t
   }
   if (std::filesystem::exists(to, ignored)) {
     Mark(seat, Ledger::State::kNamed, 0);
-    *error = "a file \"" + seat.name + "\" has appeared in the meantime";
+    *error = "a file \"" + seat.name + "\" was created in the meantime";
     return false;
   }
   std::filesystem::rename(from, to, failed);

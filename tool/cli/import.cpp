@@ -283,7 +283,7 @@ bool NeedsPassword(const ZAcroForm& form) {
 void OpenWithoutPassword(ZAcroForm& form) {
   if (!NeedsPassword(form)) return;
   form.SetPasswords(Chaine(), form.EncryptionLoad()->UserPassword());
-  Say("an empty user password, with which the server opens it; the one given is the owner's now");
+  Say("an empty user password, so that the server can open it; the password given is now the owner's");
 }
 
 }  // namespace

@@ -112,8 +112,8 @@ class CommandLine {
             "The change is appended to the file; its old bytes do not change. Names that the form does\n"
             "not have, and values that a field does not take, are reported. Such a field keeps its old\n"
             "value. CSV without a column that names a field fills nothing; the exit status is then 2.\n"
-            "null gives no value, and the field keeps the one it has; data without any value are no\n"
-            "fault. What changes is drawn, so that every viewer shows it. Text that does not fit, and\n"
+            "A null leaves the field unchanged; data without any value are not an error. Fields that\n"
+            "change are drawn, so that every viewer shows them. Text that does not fit, and\n"
             "characters that no font has, are reported. Damage in the form is reported, and the exit\n"
             "status is 3.",
             "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
@@ -174,14 +174,14 @@ class CommandLine {
 
   static CLI::Option* AddMaps(CLI::App* command, std::string* maps, std::string* section, const char* option) {
     CLI::Option* ini =
-        command->add_option(option, *maps, "An INI file that says which field is fed by what: \"field=rubric.name\".");
+        command->add_option(option, *maps, "An INI file that maps fields to rubrics: \"field=rubric.name\".");
     command->add_option("--section", *section, "The section with the maps; needed when there are several.");
     return ini;
   }
 
   void AddMap() {
     CLI::App* command =
-        Add("map", "Show which data feed each field.", "The values are shown too where files of rubrics are given.",
+        Add("map", "Show which data feed each field.", "With files of rubrics, the values are shown too.",
             "  zforms map form.pdf --ini maps.ini --section Member\n"
             "  zforms map form.pdf --ini maps.ini --rubric person=person.csv --rubric club=club.ini",
             [this] { return RunMap(map_); });
@@ -198,8 +198,8 @@ class CommandLine {
         Add("batch", "Fill a form once for each row of a table.",
             "A column feeds the field of its name, or the fields that the maps name. Two rows never get\n"
             "the same file, no file from elsewhere is overwritten, and no file is half written. --resume\n"
-            "continues a batch that was interrupted. null gives no value, and the field keeps the one it\n"
-            "has; data without any value are no fault. Damage in the form is reported, and the exit\n"
+            "continues a batch that was interrupted. A null leaves the field unchanged; data without any\n"
+            "value are not an error. Damage in the form is reported, and the exit\n"
             "status is 3.",
             "  zforms batch form.pdf --data rows.csv --out filled\n"
             "  zforms batch form.pdf --data rows.csv --out filled --name '{id}-{name}.pdf' --report report.json\n"
@@ -217,7 +217,7 @@ class CommandLine {
                         "The names of the files, with {column} for the row's values and {row} for its number.");
     AddMaps(command, &batch_.maps, &batch_.section, "--map");
     command->add_option("--rubric", batch_.rubrics,
-                        "NAME: the rubric that the columns are of. NAME=FILE: a rubric that is the same for all rows.");
+                        "NAME: the rubric of the columns. NAME=FILE: a rubric that is the same for all rows.");
     command->add_option("--jobs", batch_.jobs,
                         "How many forms are filled at the same time; the default is the number of "
                         "cores.");

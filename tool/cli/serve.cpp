@@ -178,7 +178,7 @@ bool CheckTemplates(const std::string& folder) {
 
 void SayHowToGetReader(const ReaderPage* reader) {
   if (reader != nullptr && reader->CanShowForms()) return;
-  Print("Forms are not shown in the browser: that takes pdf.js, which ./run build fetches (or see --reader).\n");
+  Print("Forms are not shown in the browser: this needs pdf.js, which ./run build fetches (or see --reader).\n");
 }
 
 // Without an option the year of the store is used. Forms opened in an old year can still be saved in a new one.
@@ -197,7 +197,7 @@ void SayWhyNotStarted(const Office& office, uint16_t number) {
   Console console("serve");
   const std::string port = "port " + std::to_string(number);
   if (!IsPortInUse(error.value())) {
-    return console.Fail(port + " cannot be had (" + error.message() + "): choose another with --port");
+    return console.Fail(port + " cannot be used (" + error.message() + "): choose another with --port");
   }
   const std::string holder = PortHolder(number);
   console.Fail(port + " is in use" + (holder.empty() ? ", perhaps by another zforms serve" : " by " + holder) +

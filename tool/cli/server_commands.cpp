@@ -95,7 +95,7 @@ void AddImport(CLI::App& app, std::function<int()>* run) {
 void AddSubmissions(CLI::App& app, std::function<int()>* run) {
   const auto options = std::make_shared<SubmissionsOptions>();
   CLI::App* command =
-      Add(app, "submissions", "Print what the server stored.", "The server may run meanwhile.",
+      Add(app, "submissions", "Print what the server stored.", "The server may be running.",
           "  zforms submissions --code F1 > f1.csv\n  zforms submissions --format json | jq .[].fields\n"
           "  zforms submissions --id 12 --format xfdf > 12.xfdf",
           options, RunSubmissions, run);

@@ -27,7 +27,7 @@ void CheckTargets(const ZAcroFormServerForm& form, std::vector<std::string>* fau
     for (const ZAcroFormField* field : same) {
       if (!field->IsSubmitFormButton() || field->GetAction()->HasURL()) continue;
       faults->push_back("the button \"" + field->FullNameUTF8().ToString() +
-                        "\" submits to what is not marked as a URL: it stays as it is in every mode");
+                        "\" submits to a target that is not marked as a URL: it does not change with the mode");
     }
   }
 }
@@ -42,7 +42,7 @@ void CheckButtons(const ZAcroFormServerForm& form, ZDocument::Status status, con
   for (const auto& [name, same] : buttons) {
     const bool whole = std::all_of(same.begin(), same.end(), [](const auto* button) { return SubmitsAll(*button); });
     if (!whole)
-      faults->push_back("the button \"" + name.ToString() + "\" submits some fields alone: set \"all fields\"");
+      faults->push_back("the button \"" + name.ToString() + "\" submits only some fields: set \"all fields\"");
     const bool right = std::all_of(same.begin(), same.end(), [](const auto* button) { return SubmitsXFDF(*button); });
     if (!right) {
       faults->push_back("the button \"" + name.ToString() + "\" does not submit as XFDF: set \"export format: XFDF\"");
@@ -64,9 +64,9 @@ void CheckRules(const ZAcroFormChangeRules& rules, std::vector<std::string>* fau
   if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kAlone) {
     faults->emplace_back("is a form of XFA only: it has no fields to fill in");
   } else if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kBeside) {
-    faults->emplace_back("has an XFA form beside its fields: it is left out of what is served");
+    faults->emplace_back("has an XFA form beside its fields: it is not served");
   }
-  if (rules.HasUsageRights()) faults->emplace_back("has usage rights (\"/UR3\"): they are left out of what is served");
+  if (rules.HasUsageRights()) faults->emplace_back("has usage rights (\"/UR3\"): they are not served");
   if (rules.IsSigned()) faults->emplace_back("is signed: its signatures are not valid in the form that is served");
   if (rules.PermissionsForbidFilling()) faults->emplace_back("has permissions that forbid filling in fields");
 }

@@ -149,7 +149,7 @@ bool Store::CheckVersion(std::string* error) {
   }
   const bool is_new = version.Number(0) == 0 && tables.Number(0) == 0 && !IsReadOnly();
   if (is_new || (version.Number(0) == kVersion && tables.Number(0) == 3)) return true;
-  *error = std::string("its ") + kFile + " is no store of this version of zforms";
+  *error = std::string("its ") + kFile + " is not a store of this version of zforms";
   return false;
 }
 

@@ -80,7 +80,7 @@ bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
   // Nobody sees it.
   if (!style.HasSize()) return true;
-  if (work_ == 0) return Fail(widget, "is not drawn, because the fields before it took too much");
+  if (work_ == 0) return Fail(widget, "is not drawn, because the fields before it used up the limit");
   const bool has_value = type == ZAcroFormField::eText || type == ZAcroFormField::eChoice;
   return has_value ? DrawValue(widget, style) : DrawButton(widget, style, index);
 }

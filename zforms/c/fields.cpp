@@ -29,13 +29,13 @@ zforms_status FailUnknown(zforms_form* form, const std::string& name) {
   return Fail(form, ZFORMS_ERROR_NOT_FOUND, "no field is named \"" + name + "\"");
 }
 
-// Calls `use` with the field of that index.
+// Calls `use` with the field at that index.
 template <class Use>
 zforms_status WithField(zforms_form* form, size_t index, Use use) {
   return Guarded(form, [&] {
     const std::vector<ZFormField>& fields = form->ReadFields().reports;
     if (index < fields.size()) return use(fields[index]);
-    return Fail(form, ZFORMS_ERROR_NOT_FOUND, "there is no field of that index");
+    return Fail(form, ZFORMS_ERROR_NOT_FOUND, "there is no field at that index");
   });
 }
 

@@ -74,7 +74,7 @@ const char* zforms_status_text(zforms_status status) {
     case ZFORMS_ERROR_ARGUMENT: return "an argument is missing or unknown, or the call comes in the wrong order";
     case ZFORMS_ERROR_LENGTH: return "the buffer is too short";
     case ZFORMS_ERROR_FORM: return "the document cannot be read, changed or written";
-    case ZFORMS_ERROR_DATA: return "the data cannot be read, or a value is not taken";
+    case ZFORMS_ERROR_DATA: return "the data cannot be read, or a value is not accepted";
     case ZFORMS_ERROR_NOT_FOUND: return "there is no such field, column or form";
     case ZFORMS_ERROR_SERVER: return "the server cannot start";
     case ZFORMS_ERROR_STOPPED: return "a callback stopped it";

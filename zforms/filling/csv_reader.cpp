@@ -48,7 +48,7 @@ void CsvReader::Sniff() {
 
 void CsvReader::ReadHeader() {
   if (!SkipEmptyLines()) {
-    failure_ = "the file holds no table";
+    failure_ = "the file has no table";
     return;
   }
   Sniff();

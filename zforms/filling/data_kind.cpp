@@ -22,7 +22,7 @@ constexpr struct {
     {"\xD0\xCF\x11\xE0"sv,
      "is a workbook (.xls) or another compound file: save its sheet as CSV (UTF-8), and give that"},
     {"%PDF-"sv, "is a PDF file, not data: \"zforms export\" writes the values of a form"},
-    {"\0\0"sv, "is no text: it begins with zero bytes"},
+    {"\0\0"sv, "is not text: it begins with zero bytes"},
 };
 
 // Whether the text is a number, a truth or null. As a table it would be the name of a column without rows.

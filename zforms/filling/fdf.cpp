@@ -220,7 +220,7 @@ class FDFReader {
     } else if (NodeCast<ZPDFNodeNull>(&value) != nullptr) {
       return true;
     } else if (NodeCast<ZPDFNodeString>(&value) == nullptr && NodeCast<ZPDFNodeIdentifier>(&value) == nullptr) {
-      LeaveOut("the value of \"" + name + "\" is no text and no name, and is left out");
+      LeaveOut("the value of \"" + name + "\" is neither text nor a name, and is left out");
       return true;
     } else {
       texts.push_back(Text(value));

@@ -263,7 +263,7 @@ Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
     // The widgets of a field have one value (ISO 32000-1 12.7.3.2), and each has to offer it.
     for (const auto& options : widget_options_) {
       if (options->BytesOf(choice) != nullptr) continue;
-      *fault = Quoted(given) + " is not one of the choices of a widget of it, which takes " + options->Listing();
+      *fault = Quoted(given) + " is not one of the choices of one of its widgets, which takes " + options->Listing();
       return {};
     }
     return choice;

@@ -81,7 +81,7 @@ bool ZHTTPServerPageXFDFSession::LooksOwn(const XFDFSurvey& survey) {
 }
 
 bool ZHTTPServerPageXFDFSession::Read(const Chaine& body) {
-  constexpr char kTooMuch[] = "its document is larger than those of forms";
+  constexpr char kTooMuch[] = "its document is larger than that of any form";
   Chaine text;
   std::string error;
   if (!ZXMLReader::ToUTF8(body, ZInetEncodedBuffer::eDetect, &text, &error)) {

@@ -40,7 +40,7 @@ bool ZAcroFormServerXFDFSession::SetURL(const ZInetURL& url, const Chaine& metho
   if (!IsInFolder()) {
     Refuse(404, "the host is in no folder");
   } else if (Action() == ZDocument::eReadOnly) {
-    Refuse(404, "forms are submitted to save.cgi and modify.cgi alone");
+    Refuse(404, "forms are submitted only to save.cgi and modify.cgi");
   }
   return !IsInError();
 }

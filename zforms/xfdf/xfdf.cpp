@@ -201,7 +201,7 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   if (root == nullptr) return true;
   DropPrefix(*root);
   if (root->Name() != "xfdf") {
-    last_error_ = "this is no XFDF: its root element is \"" + root->Name().ToString() + "\"";
+    last_error_ = "not XFDF: its root element is \"" + root->Name().ToString() + "\"";
     xml_.Clear();
     return true;
   }

@@ -27,7 +27,8 @@ using SubsetInput = std::unique_ptr<hb_subset_input_t, Destroyer<hb_subset_input
 using SubsetPlan = std::unique_ptr<hb_subset_plan_t, Destroyer<hb_subset_plan_t, hb_subset_plan_destroy>>;
 
 constexpr hb_tag_t kCFF = HB_TAG('C', 'F', 'F', ' ');
-// What an embedded font needs no more: characters and shaping are resolved, the descriptor has the rest.
+// The tables that an embedded font does not need: characters are mapped and shaped already, and the descriptor has the
+// rest.
 constexpr hb_tag_t kDroppedTables[] = {
     HB_TAG('G', 'S', 'U', 'B'), HB_TAG('G', 'P', 'O', 'S'), HB_TAG('G', 'D', 'E', 'F'),
     HB_TAG('k', 'e', 'r', 'n'), HB_TAG('n', 'a', 'm', 'e'), HB_TAG('p', 'o', 's', 't'),
@@ -45,7 +46,7 @@ std::string_view View(const Blob& blob) {
   return {data == nullptr ? "" : data, data == nullptr ? 0 : length};
 }
 
-// Big-endian numbers of a font table; 0 behind its end.
+// Big-endian numbers of a font table; 0 past its end.
 uint32_t U16At(std::string_view table, size_t at) {
   if (at + 2 > table.size()) return 0;
   return static_cast<uint32_t>(static_cast<uint8_t>(table[at])) << 8 | static_cast<uint8_t>(table[at + 1]);
@@ -60,11 +61,11 @@ const char* LicenceFault(std::string_view os2) {
   const uint32_t type = U16At(os2, kTypeAt);
   if ((type & 0xF) == 0x2) return "its licence forbids embedding";
   if ((type & 0x100) != 0) return "its licence forbids subsets";
-  if ((type & 0x200) != 0) return "its licence allows bitmaps alone to be embedded";
+  if ((type & 0x200) != 0) return "its licence allows embedding only bitmaps";
   return "";
 }
 
-// The postscript name without characters that a PDF name or a font name may not have.
+// The PostScript name without characters that are not allowed in a PDF name or a font name.
 Chaine CleanName(hb_face_t* face) {
   char text[64];
   unsigned length = sizeof text;
@@ -207,7 +208,7 @@ FontSubset FontProgram::MakeSubset(const std::vector<uint32_t>& glyphs) const {
 Chaine FontProgram::Cut(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const {
   const SubsetInput input(hb_subset_input_create_or_fail());
   if (input == nullptr) return {};
-  // A name-keyed CFF font has no way to say which code means which glyph, so its glyphs keep their places.
+  // A name-keyed CFF font cannot say which code means which glyph, so its glyphs keep their indices.
   const bool keeps_places = is_cff_ && !IsCIDKeyed();
   hb_subset_input_set_flags(input.get(), HB_SUBSET_FLAGS_NO_HINTING | HB_SUBSET_FLAGS_NOTDEF_OUTLINE |
                                              (keeps_places ? HB_SUBSET_FLAGS_RETAIN_GIDS : HB_SUBSET_FLAGS_DEFAULT));

@@ -198,7 +198,7 @@ bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes, bool* lost_pages) {
   *lost_pages = repair.HasLostPages();
   const Chaine came =
       FormatUInt(adopted) + (adopted == 1 ? " page" : " pages") + " to which it did not lead came into it";
-  notes.Warn("the page tree was mended" + (adopted == 0 ? Chaine() : ": " + came));
+  notes.Warn("the page tree was repaired" + (adopted == 0 ? Chaine() : ": " + came));
   return true;
 }
 

@@ -168,7 +168,7 @@ void HTTPConnection::Dispatch() {
   infos_.method = request.Method();
   infos_.url = request.URL();
   infos_.bytes_received = request.ContentLength();
-  if (share_.host->IsOverloaded()) return Refuse(503, "too much waits for the host");
+  if (share_.host->IsOverloaded()) return Refuse(503, "too many messages wait for the host");
   Enter(Phase::eWorking, Clock::duration::max());
   is_heavy_ = request.ContentLength() > kHeavyBody;
   waiting->queued = true;
