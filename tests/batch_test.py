@@ -266,7 +266,7 @@ def test_killed_and_resumed(folder):
         had = wanted
     # Without an option, an earlier batch is neither continued nor overwritten.
     status, _, err = zforms(*arguments, out)
-    expect(status == 2 and "--resume goes on" in err, "an earlier batch", err)
+    expect(status == 2 and "--resume continues it" in err, "an earlier batch", err)
     status, _, err = zforms("batch", SAMPLE, "--data", data, "--name", "x{id}.pdf", "--draw", "no", "--out", out, "--resume")
     expect(status == 2 and "differ from those of the earlier batch" in err, "another batch", err)
 
