@@ -125,6 +125,9 @@ TEST(Form, ExportsFillOtherForms) {
     EXPECT_EQ(ValueOf(other, "name") + ValueOf(other, "member") + ValueOf(other, "country"), kName + "OnFR");
     EXPECT_NE(form.Export(format.format, true).find("kept"), std::string::npos);
   }
+  ZForm lines;
+  ASSERT_TRUE(lines.OpenBytes(BytesOf(FormText().Field(10, "<</FT/Tx/T(a)/V(1\\r\\n2)>>"))));
+  EXPECT_NE(lines.Export(ExportFormat::kFDF).find("/V(1\\r2)"), std::string::npos) << "viewers end lines with CR";
 }
 
 TEST(Form, WhatCannotBeDoneIsSaid) {
