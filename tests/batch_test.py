@@ -322,6 +322,7 @@ DAMAGES = [  # what happened to the record of the batch, a database
     ("cut", lambda record: record[:5000]),
     ("cut within its header", lambda record: record[:60]),
     ("overwritten", lambda record: record[:HEADER] + b"\7" * (len(record) - HEADER)),
+    ("its last page alone", lambda record: record[:-4096] + b"\7" * 4096),
     ("one bit of the size of its pages", lambda record: record[:16] + bytes([record[16] ^ 1]) + record[17:]),
     ("a record of another version", lambda record: record[:63] + b"\3" + record[64:]),
     ("no record", lambda record: b"id,adherent.nom\n" * 100),
