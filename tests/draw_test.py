@@ -63,6 +63,21 @@ def test_the_second_filling_adds_what_changed(folder):
            "a value and its appearance", added)
 
 
+def test_drawing_again_adds_what_changed(folder):
+    once, twice, filled = folder / "once.pdf", folder / "twice.pdf", folder / "refilled.pdf"
+    for form, source, target in (("filled", fill(folder, VALUES)[0], once), ("drawn", once, twice)):
+        same(f"draw a form that is {form}", zforms("draw", source, "-o", target)[0], 0)
+    same("drawn twice", twice.read_bytes(), once.read_bytes())
+    # The first name has letters of the former one alone, the second a letter that its subset lacks.
+    for name, subsets, objects in (("Ελλην", 0, 2), ("Ελλάς", 1, 8)):
+        fill(folder, {"adherent.prenom": name}, form=once, name=filled.name)
+        added = filled.read_bytes()[once.stat().st_size:]
+        same(f"what {name} adds", (added.count(b"/FontFile2"), added.count(b" obj")), (subsets, objects))
+        expect(all(name in text for _, text in page_texts(filled)), f"{name} is seen", "")
+        same("draw", zforms("draw", filled, "-o", twice)[0], 0)
+        same(f"drawn after {name}", twice.read_bytes(), filled.read_bytes())
+
+
 def test_fonts_that_are_named(folder):
     (folder / "font.ttf").write_text("no font")
     values = {"adherent.nom": "\u03c9"}

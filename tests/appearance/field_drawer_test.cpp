@@ -51,6 +51,28 @@ TEST(ZFieldDrawer, DrawsFieldsInTheFontsOfTheForm) {
   EXPECT_FALSE(ZFieldDrawer(empty).DrawAll());
 }
 
+TEST(ZFieldDrawer, CopiesOfAFormReadItsFontsOnce) {
+  ZAcroForm first = FormText()
+                        .Infos("/DR<</Font<</F 20 0 R>>>>")
+                        .Field(10, "<</FT/Tx/T(a)/V(A)/Q 2/Subtype/Widget/Rect[0 0 100 20]/DA(/F 10 Tf)>>")
+                        .Object(20, "<</Type/Font/Subtype/Type1/BaseFont/Helvetica/FirstChar 65/Widths[500]>>")
+                        .Form();
+  ZAcroForm second(first);
+  ZAcroForm third(first);
+  for (ZAcroForm* form : {&second, &third}) {
+    auto* object = form->Parser()->GetObject({20, 0});
+    NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0))->SetValue("/FirstChar", 66);
+    object->SetModified(false, true);
+  }
+  const ZDrawingFonts fonts;
+  const ZDrawingFonts shared = fonts.ForCopiesOfOneForm();
+  EXPECT_TRUE(ZFieldDrawer(first, shared).DrawAll());
+  EXPECT_TRUE(ZFieldDrawer(second, shared).DrawAll());
+  EXPECT_EQ(ContentOf(second, 0), ContentOf(first, 0));
+  ZFieldDrawer(third, fonts).DrawAll();
+  EXPECT_NE(ContentOf(third, 0), ContentOf(first, 0)) << "it has its own";
+}
+
 // Widths of Helvetica: "A" 667, a blank 278.
 TEST(ZFieldDrawer, FollowsTheOperatorsOfTheDefaultAppearance) {
   const struct {

@@ -315,6 +315,7 @@ int BatchRun::Run() {
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
   const unsigned jobs = std::min(options_.jobs == 0 ? cores : options_.jobs, kMostJobs);
   std::deque<RowFiller> fillers;
+  if (fonts_) fonts_ = fonts_->ForCopiesOfOneForm();
   for (unsigned i = 0; i < jobs; i++) fillers.emplace_back(form_, plan_, *guard_, fonts_, options_);
   std::vector<std::thread> threads;
   for (unsigned i = 1; i < jobs; i++) threads.emplace_back([this, i, &fillers] { Work(i, fillers[i]); });

@@ -23,6 +23,11 @@ class ZFORMS_API ZDrawingFonts {
   // its licence forbids embedding; `fault` then says why. Call it before the first drawing.
   bool AddFile(const Chaine& path, Chaine* fault);
 
+  // The same fonts for copies of one form, which must be as it was loaded: what the form's own fonts say is read once
+  // for all the copies that are drawn with the result or with copies of it.
+  ZDrawingFonts ForCopiesOfOneForm() const;
+  bool AreForCopiesOfOneForm() const;
+
  private:
   friend class ZFieldDrawer;
   std::shared_ptr<FontLibrary> library_;

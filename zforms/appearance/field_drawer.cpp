@@ -10,8 +10,8 @@
 namespace zforms {
 
 struct ZFieldDrawer::Hidden {
-  Hidden(ZAcroForm& drawn, std::shared_ptr<FontLibrary> library)
-      : form(drawn), added(drawn.Parser()), fonts(&added, std::move(library)) {
+  Hidden(ZAcroForm& drawn, const std::shared_ptr<FontLibrary>& library)
+      : form(drawn), added(drawn.Parser()), fonts(&added, library) {
     widgets.emplace(&added, fonts, &notes, &shown_of);
   }
 

@@ -40,6 +40,11 @@ class FieldFonts {
  public:
   virtual ~FieldFonts() = default;
 
+  // Before a widget is drawn: fonts that its present appearance has are used again; null: they are not.
+  virtual void Begin(const ZAcroFormField* widget) { static_cast<void>(widget); }
+  // Whether these lack a glyph that was needed: then the widget is drawn again without them.
+  virtual bool LacksGlyphs() const { return false; }
+
   virtual TextLook LookOf(const ZAcroFormField& widget) = 0;
   // Shapes the text, which has no line ends, in the given font if it has all the characters, else in others. Characters
   // that no font has are added to `missing` and shown by a replacement.

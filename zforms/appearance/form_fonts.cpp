@@ -51,6 +51,11 @@ const DefaultAppearance& FormFonts::AppearanceOf(const Chaine& text) {
   return *last_;
 }
 
+void FormFonts::Begin(const ZAcroFormField* widget) {
+  widget_ = widget == nullptr ? nullptr : widget->Dico();
+  if (fallback_ != nullptr) fallback_->Begin(widget_);
+}
+
 TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
   const DefaultAppearance& appearance = AppearanceOf(widget.DefaultAppearance());
   TextLook look;
@@ -71,10 +76,13 @@ TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
 
 TextParagraph FormFonts::MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) {
   if (!std::all_of(text.begin(), text.end(), [font](char32_t c) { return font->Has(c); })) {
-    ResourceFont* const like = resources_.StandInFor(*static_cast<const ResourceFont*>(font), text);
+    ResourceFont* const like = resources_.StandInFor(*static_cast<const ResourceFont*>(font), text, widget_);
     if (like != nullptr) return {std::move(text), like};
   }
-  if (fallback_ == nullptr) fallback_ = std::make_unique<FallbackFonts>(added_, library_);
+  if (fallback_ == nullptr) {
+    fallback_ = std::make_unique<FallbackFonts>(added_, library_);
+    fallback_->Begin(widget_);
+  }
   const ZFontStyle style = StyleOf(static_cast<const ResourceFont*>(font)->Codes().Like());
   return zforms::MakeParagraph(std::move(text), font, style, fallback_.get(), missing);
 }

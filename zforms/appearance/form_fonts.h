@@ -16,8 +16,10 @@ namespace zforms {
 class FormFonts final : public FieldFonts {
  public:
   FormFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library)
-      : added_(added), resources_(added), library_(std::move(library)) {}
+      : added_(added), resources_(added, library->OfForm()), library_(std::move(library)) {}
 
+  void Begin(const ZAcroFormField* widget) override;
+  bool LacksGlyphs() const override { return fallback_ != nullptr && fallback_->LacksGlyphs(); }
   TextLook LookOf(const ZAcroFormField& widget) override;
   // `font` is the font of a look.
   TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) override;
@@ -26,6 +28,7 @@ class FormFonts final : public FieldFonts {
   void Restart() {
     resources_.Restart();
     fallback_.reset();
+    widget_ = nullptr;
   }
   bool Finish() override { return fallback_ == nullptr || fallback_->Finish(); }
 
@@ -33,6 +36,7 @@ class FormFonts final : public FieldFonts {
   const DefaultAppearance& AppearanceOf(const Chaine& text);
 
   AddedObjects* added_;
+  const ZPDFNodeDictionary* widget_ = nullptr;  // whose fonts are used again
   FontResources resources_;
   std::shared_ptr<FontLibrary> library_;
   std::unique_ptr<FallbackFonts> fallback_;

@@ -99,7 +99,8 @@ WidgetDrawing WidgetDrawer::Begin(const ZAcroFormField& widget, const WidgetStyl
 
 // --- text fields and choice fields ---
 
-bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style) {
+bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style, bool reuses_fonts) {
+  fonts_.Begin(reuses_fonts ? &widget : nullptr);
   TextLook look = fonts_.LookOf(widget);
   const uint32_t flags = widget.InheritedFlags();
   const Chaine text = TextOf(widget, flags, &look);
@@ -122,7 +123,15 @@ bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style) {
   out.Raw("Q\nEMC");
   AddApart(out, kept && !kept->content.after.empty() ? kept->content.after : "\n");
   work_ -= std::min(work_, kWorkOfWritten * out.Text().size());
+  if (fonts_.LacksGlyphs() && reuses_fonts) {
+    texts_.Forget();
+    const bool is_complete = DrawValue(widget, style, false);
+    texts_.Forget();
+    return is_complete;
+  }
   store_.SetNormal(widget.Dico(), {&style, kept ? &*kept : nullptr, out.Take(), drawing.fonts, &look});
+  const bool is_rich = widget.InheritedType() == ZAcroFormField::eText && (flags & TextDrawer::kRichTextFlag) != 0;
+  if (is_rich && widget.HasValueRichText()) Fail(widget, "its rich text is drawn as plain text");
   return Report(drawing);
 }
 
@@ -151,8 +160,6 @@ void WidgetDrawer::DrawContent(WidgetDrawing& drawing, uint32_t flags, const Cha
   const ZAcroFormField& widget = drawing.widget;
   if (widget.InheritedType() == ZAcroFormField::eText) {
     texts_.Draw(drawing, text, flags, MaxLengthOf(widget));
-    const bool is_rich = (flags & TextDrawer::kRichTextFlag) != 0 && widget.HasValueRichText();
-    if (is_rich) Fail(widget, "its rich text is drawn as plain text");
   } else if ((flags & ZAcroFormField::kComboFlag) != 0) {
     texts_.Draw(drawing, text, 0, 0);
   } else {
@@ -177,6 +184,7 @@ bool WidgetDrawer::ReadValue(const ZAcroFormField& widget, Chaine* utf8) {
 // --- buttons ---
 
 bool WidgetDrawer::DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index) {
+  fonts_.Begin(nullptr);
   const bool is_push = widget.InheritedType() == ZAcroFormField::ePushButton;
   if (is_push ? !ButtonDrawer::LacksLook(widget) : !ButtonDrawer::LacksStates(widget)) return true;
   const TextLook look = fonts_.LookOf(widget);

@@ -28,7 +28,7 @@ class WidgetDrawer {
  private:
   WidgetDrawing Begin(const ZAcroFormField& widget, const WidgetStyle& style, const TextLook& look,
                       const KeptLook* kept) const;
-  bool DrawValue(ZAcroFormField& widget, const WidgetStyle& style);
+  bool DrawValue(ZAcroFormField& widget, const WidgetStyle& style, bool reuses_fonts = true);
   bool DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index);
   void DrawContent(WidgetDrawing& drawing, uint32_t flags, const Chaine& text);
   // What a text field or combo box shows, in UTF-8; its colour may change.

@@ -54,7 +54,9 @@ Restored RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& or
 
 FormPress::FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard,
                      std::optional<ZDrawingFonts> fonts)
-    : original_(form), names_(names.begin(), names.end()), guard_(guard), fonts_(std::move(fonts)) {}
+    : original_(form), names_(names.begin(), names.end()), guard_(guard), fonts_(std::move(fonts)) {
+  if (fonts_ && !fonts_->AreForCopiesOfOneForm()) fonts_ = fonts_->ForCopiesOfOneForm();
+}
 
 FormPress::~FormPress() = default;
 

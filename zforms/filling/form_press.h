@@ -20,8 +20,9 @@ class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 
 // FormPress fills a form many times, each time from its original state: it writes the changes as an update after the
-// original bytes, and then undoes them. The result is the same as filling a fresh copy. Fonts are read once. Created by
-// the thread of the form, of which it makes copies; then used by one thread.
+// original bytes, and then undoes them. The result is the same as filling a fresh copy. Fonts are read once, also for
+// several presses of a form that share ZDrawingFonts::ForCopiesOfOneForm. Created by the thread of the form, of which
+// it makes copies; then used by one thread.
 class ZFORMS_API FormPress {
  public:
   // `names` are the full names, in UTF-8, of the fields that will be filled. The guard has the locks of the fields and
@@ -66,7 +67,7 @@ class ZFORMS_API FormPress {
   const ZAcroForm original_;
   std::vector<Chaine> names_;
   const FillingGuard& guard_;
-  const std::optional<ZDrawingFonts> fonts_;
+  std::optional<ZDrawingFonts> fonts_;
   bool flattens_ = false;
   bool calculates_ = true;
   std::unique_ptr<ZAcroForm> form_;        // null when a new copy is needed

@@ -110,6 +110,7 @@ void CompositeFont::ReadGlyphMap(const ZPDFNodeDictionary& descendant) {
 }
 
 std::optional<FontCode> CompositeFont::Find(char32_t c) const {
+  const std::lock_guard lock(mutex_);
   const auto [found, is_new] = found_.try_emplace(c);
   if (!is_new) return found->second;
   std::optional<FontCode> code = Search(c);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -57,6 +58,8 @@ class CompositeFont final : public FontCodes {
   double default_width_ = 1000;
   bool has_glyph_map_ = false;
   Chaine glyph_map_;  // the glyph of each CID, in two bytes
+  // Of what follows, and of the program.
+  mutable std::mutex mutex_;
   // Codes found so far, and the CID of each glyph, computed when first needed.
   mutable std::unordered_map<char32_t, std::optional<FontCode>> found_;
   mutable std::vector<uint16_t> cid_of_glyph_;

@@ -11,7 +11,9 @@
 #include "zforms/pdf/parser/stream_filters.h"
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/stream_node.h"
+#include "zforms/pdf/string_node.h"
 #include "zforms/platform/base/number.h"
+#include "zforms/platform/text/characters.h"
 #include "zforms/platform/text/text.h"
 
 namespace zforms {
@@ -63,6 +65,80 @@ EmbeddedFont::EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgra
 
 EmbeddedFont::~EmbeddedFont() = default;
 
+std::unique_ptr<EmbeddedFont> EmbeddedFont::Former(AddedObjects* added, std::shared_ptr<const FontProgram> program,
+                                                   Chaine resource_name, ZPDFNodeIndirectObject* object, bool* lacks) {
+  const auto* const font = NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
+  if (font == nullptr || object->IsModified()) return nullptr;
+  auto former = std::make_unique<EmbeddedFont>(added, std::move(program), std::move(resource_name));
+  former->object_ = object;
+  former->lacks_ = lacks;
+  return former->ReadFormer(*font) ? std::move(former) : nullptr;
+}
+
+// Takes the glyphs and their texts from the font. True when Complete would write the same font for these.
+bool EmbeddedFont::ReadFormer(const ZPDFNodeDictionary& font) {
+  constexpr size_t kMostToUnicode = 4 << 20;
+  const auto* const list = NodeCast<ZPDFNodeArray>(font.GetTarget("/DescendantFonts"));
+  const auto* const descendant = list == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(list->GetTargetAt(0));
+  if (descendant == nullptr) return false;
+  const auto* const descriptor = NodeCast<ZPDFNodeDictionary>(descendant->GetTarget("/FontDescriptor"));
+  const auto* const widths = NodeCast<ZPDFNodeArray>(descendant->GetTarget("/W"));
+  const auto* const map = NodeCast<ZPDFNodeStream>(font.GetTarget("/ToUnicode"));
+  if (descriptor == nullptr || widths == nullptr || map == nullptr) return false;
+  const auto* const file =
+      NodeCast<ZPDFNodeStream>(descriptor->GetTarget(program_->IsCFF() ? "/FontFile3" : "/FontFile2"));
+  const ZPDFDecodedStream texts = DecodeStream(*map, kMostToUnicode);
+  if (file == nullptr || !texts.usable) return false;
+  ReadGlyphs(*widths);
+  ReadTexts(texts.data);
+  const std::vector<uint32_t> glyphs = Glyphs();
+  const Chaine name = NameFor(glyphs);
+  return descriptor->GetIdentifier("/FontName") == "/" + name && texts.data == ToUnicode() &&
+         program_->Subset(glyphs)->file == file->Data();
+}
+
+// The codes of "/W" as AllocWidths writes them.
+void EmbeddedFont::ReadGlyphs(const ZPDFNodeArray& widths) {
+  for (size_t i = 0; i + 1 < widths.Size(); i += 2) {
+    const ZPDFNode* const first = widths.GetTargetAt(i);
+    const auto* const run = NodeCast<ZPDFNodeArray>(widths.GetTargetAt(i + 1));
+    if (first == nullptr || run == nullptr) return;
+    for (size_t k = 0; k < run->Size(); k++) {
+      const uint32_t glyph = program_->GlyphOfCode(first->GetUIntValue() + static_cast<uint32_t>(k));
+      texts_.try_emplace(glyph);
+    }
+  }
+}
+
+// The lines "<code> <UTF-16BE>" as ToUnicode writes them.
+void EmbeddedFont::ReadTexts(std::string_view map) {
+  map = map.substr(std::min(map.find("beginbfchar"), map.size()));
+  for (size_t at = map.find("\n<"); at != std::string_view::npos; at = map.find("\n<", at + 1)) {
+    const std::string_view line = map.substr(at + 2, map.find('\n', at + 2) - at - 2);
+    const size_t middle = line.find("> <");
+    if (middle == std::string_view::npos || !line.ends_with('>')) return;
+    const std::string_view utf16 = line.substr(middle + 3, line.size() - middle - 4);
+    const Chaine utf8 = UTF16ToUTF8(ZPDFNodeHexaString::Decode(Chaine(utf16)), ByteOrder::eBigEndian);
+    std::u32string text;
+    for (std::string_view rest = utf8; !rest.empty();) text += TakeCharacter(&rest).value_or(0);
+    const Chaine code = ZPDFNodeHexaString::Decode(Chaine(line.substr(0, middle)));
+    if (code.size() != 2) return;
+    const auto high = static_cast<uint32_t>(static_cast<uint8_t>(code[0]));
+    texts_[program_->GlyphOfCode(high << 8 | static_cast<uint8_t>(code[1]))] = text;
+  }
+}
+
+std::vector<uint32_t> EmbeddedFont::Glyphs() const {
+  std::vector<uint32_t> glyphs;
+  glyphs.reserve(texts_.size());
+  for (const auto& [glyph, text] : texts_) glyphs.push_back(glyph);
+  return glyphs;
+}
+
+Chaine EmbeddedFont::NameFor(const std::vector<uint32_t>& glyphs) const {
+  return SubsetTag(glyphs) + program_->PostScriptName();
+}
+
 void EmbeddedFont::Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
                          std::vector<ShapedGlyph>* glyphs) {
   const std::vector<FontProgram::Glyph> shaped = program_->Shape(paragraph, from, count, right_to_left);
@@ -103,7 +179,13 @@ bool EmbeddedFont::NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, cons
   std::u32string read;
   bool is_new = true;
   for (size_t i = 0; i < texts.size(); i++) {
-    const auto [known, added] = texts_.emplace(glyphs[cluster.from + i].index, texts[i]);
+    const uint32_t glyph = glyphs[cluster.from + i].index;
+    auto known = texts_.find(glyph);
+    if (known == texts_.end() && lacks_ != nullptr) {
+      *lacks_ = true;
+      return false;
+    }
+    if (known == texts_.end()) known = texts_.emplace(glyph, texts[i]).first;
     is_new = is_new && known->second == texts[i];
     read = right_to_left ? texts[i] + read : read + texts[i];
   }
@@ -181,13 +263,11 @@ void EmbeddedFont::WriteDescendant(const Chaine& name, const std::vector<uint32_
 }
 
 bool EmbeddedFont::Complete() {
-  if (object_ == nullptr || written_ == texts_.size()) return true;
-  std::vector<uint32_t> glyphs;
-  glyphs.reserve(texts_.size());
-  for (const auto& [glyph, text] : texts_) glyphs.push_back(glyph);
+  if (object_ == nullptr || lacks_ != nullptr || written_ == texts_.size()) return true;
+  const std::vector<uint32_t> glyphs = Glyphs();
   const std::shared_ptr<const FontSubset> subset = program_->Subset(glyphs);
   if (subset->file.IsEmpty()) return false;
-  const Chaine name = SubsetTag(glyphs) + program_->PostScriptName();
+  const Chaine name = NameFor(glyphs);
   auto* const descendants = new ZPDFNodeArray;
   descendants->AppendValue(Refer(kDescendant));
   auto* const font = new ZPDFNodeDictionary(parser_);

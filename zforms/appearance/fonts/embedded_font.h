@@ -14,6 +14,7 @@
 namespace zforms {
 
 class AddedObjects;
+class ZPDFNodeArray;
 class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 class ZPDFParser;
@@ -24,6 +25,11 @@ class ZPDFParser;
 class EmbeddedFont final : public TextFont {
  public:
   EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgram> program, Chaine resource_name);
+  // The font that an object of the document is when an earlier update wrote it, to show its glyphs again. It is never
+  // changed: `*lacks` becomes true when a text needs a glyph that it has not. Null when the object is something else,
+  // or has glyphs of another version of the program.
+  static std::unique_ptr<EmbeddedFont> Former(AddedObjects* added, std::shared_ptr<const FontProgram> program,
+                                              Chaine resource_name, ZPDFNodeIndirectObject* object, bool* lacks);
   ~EmbeddedFont() override;
 
   bool Has(char32_t c) const override { return program_->Has(c); }
@@ -39,6 +45,12 @@ class EmbeddedFont final : public TextFont {
   bool Complete();
 
  private:
+  bool ReadFormer(const ZPDFNodeDictionary& font);
+  void ReadGlyphs(const ZPDFNodeArray& widths);
+  void ReadTexts(std::string_view map);
+  // Those that were shown, in rising order, and the name of a subset of them.
+  std::vector<uint32_t> Glyphs() const;
+  Chaine NameFor(const std::vector<uint32_t>& glyphs) const;
   // Glyphs of one cluster of characters, [from, to) of the shaped run.
   struct Cluster {
     size_t from, to;
@@ -65,7 +77,8 @@ class EmbeddedFont final : public TextFont {
   Chaine resource_name_;
   ZPDFNodeIndirectObject* object_ = nullptr;
   std::array<ZPDFNodeIndirectObject*, kParts> parts_{};
-  size_t written_ = 0;  // how many glyphs the objects have
+  size_t written_ = 0;     // how many glyphs the objects have
+  bool* lacks_ = nullptr;  // null unless it is a former font
   // Each glyph that was shown, with the text that readers take from it.
   std::map<uint32_t, std::u32string> texts_;
 };

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -11,12 +12,20 @@
 namespace zforms {
 
 class AddedObjects;
+class ZPDFNodeDictionary;
+class ZPDFNodeIndirectObject;
 
 // The fonts of a library in one document, each embedded at most once. The document outlives it. One thread at a time.
 class FallbackFonts {
  public:
   FallbackFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library);
   ~FallbackFonts();
+
+  // From now on a widget is drawn. Fonts of its present appearance that earlier updates embedded are used again, so
+  // that a document does not grow when what it shows stays; null: none are.
+  void Begin(const ZPDFNodeDictionary* widget);
+  // Whether those fonts lack what was asked for or shaped since then: then nothing may be shown in them.
+  bool LacksGlyphs() const { return lacks_glyphs_; }
 
   // A font that has all the characters, null when there is none. It belongs to this object.
   TextFont* Find(const ZFontStyle& style, std::u32string_view characters);
@@ -25,10 +34,24 @@ class FallbackFonts {
   bool Finish();
 
  private:
+  struct Former {
+    const FontProgram* program;
+    std::unique_ptr<EmbeddedFont> font;  // null when the object is not that program's
+  };
+
+  void FindFormers();
+  EmbeddedFont* FormerOf(const std::shared_ptr<const FontProgram>& program);
+
   AddedObjects* added_;
   std::shared_ptr<FontLibrary> library_;
   // In the order in which they were first needed, which is the order of their objects.
   std::vector<std::pair<const FontProgram*, std::unique_ptr<EmbeddedFont>>> fonts_;
+  const ZPDFNodeDictionary* widget_ = nullptr;  // null when its fonts are listed below
+  // Those of the widget that is drawn: their names and objects.
+  std::vector<std::pair<Chaine, ZPDFNodeIndirectObject*>> of_widget_;
+  // What was found about the objects.
+  std::unordered_map<const ZPDFNodeIndirectObject*, std::vector<Former>> formers_;
+  bool lacks_glyphs_ = false;
 };
 
 }  // namespace zforms

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "zforms/appearance/fonts/shared_font_codes.h"
+
 namespace zforms {
 namespace {
 
@@ -17,9 +19,13 @@ bool HasAll(const FontProgram& program, std::u32string_view characters) {
 
 FontLibrary::FontLibrary(std::unique_ptr<ZFontSource> source) : source_(std::move(source)) {}
 
+FontLibrary::FontLibrary(std::shared_ptr<FontLibrary> fonts)
+    : fonts_(std::move(fonts)), of_form_(std::make_shared<SharedFontCodes>()) {}
+
 FontLibrary::~FontLibrary() = default;
 
 bool FontLibrary::AddFile(const Chaine& path, Chaine* fault) {
+  if (fonts_ != nullptr) return fonts_->AddFile(path, fault);
   Program program = FontProgram::Open({path, 0}, fault);
   if (program == nullptr) return false;
   const std::lock_guard lock(mutex_);
@@ -28,6 +34,7 @@ bool FontLibrary::AddFile(const Chaine& path, Chaine* fault) {
 }
 
 FontLibrary::Program FontLibrary::Find(const ZFontStyle& style, std::u32string_view characters) {
+  if (fonts_ != nullptr) return fonts_->Find(style, characters);
   std::u32string set(characters);
   std::sort(set.begin(), set.end());
   set.erase(std::unique(set.begin(), set.end()), set.end());

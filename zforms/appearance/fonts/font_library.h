@@ -13,12 +13,16 @@
 
 namespace zforms {
 
+class SharedFontCodes;
+
 // The fonts that replace a form's own: font files that the user named, then the fonts of the system. Each font is
 // opened once. The result of a search depends only on style and characters, not on earlier searches. Any thread may use
 // it.
 class FontLibrary {
  public:
   explicit FontLibrary(std::unique_ptr<ZFontSource> source);
+  // The same fonts, for copies of one form that share what its own fonts say.
+  explicit FontLibrary(std::shared_ptr<FontLibrary> fonts);
   ~FontLibrary();
   FontLibrary(const FontLibrary&) = delete;
   FontLibrary& operator=(const FontLibrary&) = delete;
@@ -30,12 +34,17 @@ class FontLibrary {
   // A font that has all the characters and may be embedded; null when there is none.
   std::shared_ptr<const FontProgram> Find(const ZFontStyle& style, std::u32string_view characters);
 
+  // What the form's own fonts say; null in a library for any form.
+  const std::shared_ptr<SharedFontCodes>& OfForm() const { return of_form_; }
+
  private:
   using Program = std::shared_ptr<const FontProgram>;
 
   Program Search(const ZFontStyle& style, std::u32string_view characters);
   const Program& Open(const ZFontFile& file);
 
+  std::shared_ptr<FontLibrary> fonts_;  // null unless it has them all
+  std::shared_ptr<SharedFontCodes> of_form_;
   std::mutex mutex_;
   std::unique_ptr<ZFontSource> source_;
   std::vector<Program> named_;

@@ -173,6 +173,12 @@ double FontProgram::WidthOf(uint32_t glyph) const { return hb_font_get_glyph_h_a
 
 uint32_t FontProgram::CodeOf(uint32_t glyph) const { return glyph < cids_.size() ? cids_[glyph] : glyph; }
 
+uint32_t FontProgram::GlyphOfCode(uint32_t code) const {
+  if (cids_.empty()) return code < hb_face_get_glyph_count(face_) ? code : 0;
+  const auto found = std::find(cids_.begin(), cids_.end(), code);
+  return found == cids_.end() ? 0 : static_cast<uint32_t>(found - cids_.begin());
+}
+
 std::vector<FontProgram::Glyph> FontProgram::Shape(std::u32string_view paragraph, size_t from, size_t count,
                                                    bool right_to_left) const {
   const Buffer buffer(hb_buffer_create());

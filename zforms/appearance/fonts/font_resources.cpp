@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
 #include "zforms/acroform/field.h"
 #include "zforms/acroform/node_access.h"
 #include "zforms/appearance/fonts/added_objects.h"
+#include "zforms/appearance/fonts/shared_font_codes.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/pdf/reference_node.h"
@@ -24,7 +26,8 @@ bool IsFont(const ZPDFNodeDictionary& dictionary) {
   return subtype.IsEmpty() && dictionary.Exist("/BaseFont");
 }
 
-// The resources of the appearance stream that the widget has, null for none.
+}  // namespace
+
 const ZPDFNodeDictionary* AppearanceResources(const ZPDFNodeDictionary& widget) {
   const ZPDFNodeDictionary* const appearances = DictionaryAt(widget, "/AP");
   if (appearances == nullptr) return nullptr;
@@ -32,9 +35,8 @@ const ZPDFNodeDictionary* AppearanceResources(const ZPDFNodeDictionary& widget) 
   return stream == nullptr ? nullptr : DictionaryAt(*stream->Dico(), "/Resources");
 }
 
-}  // namespace
-
-FontResources::FontResources(AddedObjects* added) : added_(added) {}
+FontResources::FontResources(AddedObjects* added, std::shared_ptr<SharedFontCodes> shared)
+    : added_(added), shared_(std::move(shared)) {}
 FontResources::~FontResources() = default;
 
 ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view name) {
@@ -50,7 +52,8 @@ ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view
   return Standard(standard == nullptr ? StandardFontLike(name, 0) : *standard, name.empty() ? "Helv" : name);
 }
 
-ResourceFont* FontResources::StandInFor(const ResourceFont& font, std::u32string_view text) {
+ResourceFont* FontResources::StandInFor(const ResourceFont& font, std::u32string_view text,
+                                        const ZPDFNodeDictionary* widget) {
   const StandardFont& like = font.Codes().Like();
   if (font.Codes().IsEmbedded() || like.IsSymbolic()) return nullptr;
   std::shared_ptr<const FontCodes>& codes = standard_[&like].codes;
@@ -58,7 +61,11 @@ ResourceFont* FontResources::StandInFor(const ResourceFont& font, std::u32string
   const auto has = [&codes](char32_t c) { return codes->Find(c).has_value(); };
   if (!std::all_of(text.begin(), text.end(), has)) return nullptr;
   // A name that differs from those of the form.
-  return Standard(like, "Z" + std::string(like.name));
+  const Chaine name = Chaine("Z") + like.name;
+  ResourceFont* const own = widget == nullptr ? nullptr : FindIn(AppearanceResources(*widget), "/" + name);
+  const auto own_has = [own](char32_t c) { return own->Has(c); };
+  if (own != nullptr && std::all_of(text.begin(), text.end(), own_has)) return own;
+  return Standard(like, name);
 }
 
 ResourceFont* FontResources::FindIn(const ZPDFNodeDictionary* resources, const Chaine& key) {
@@ -78,11 +85,20 @@ ResourceFont* FontResources::Standard(const StandardFont& font, std::string_view
   return FontOf(dictionary, name, *reference);
 }
 
+// Objects that were added or changed are not those of the other copies.
+std::shared_ptr<const FontCodes> FontResources::ReadCodes(const ZPDFNodeDictionary& font, const ZPDFNode& value) const {
+  const auto* const reference = NodeCast<ZPDFNodeIndirectReference>(&value);
+  const ZPDFNodeIndirectObject* const object =
+      shared_ == nullptr || reference == nullptr ? nullptr : added_->Document()->GetObject(reference->GetID());
+  if (object == nullptr || object->IsModified()) return FontCodes::Read(font);
+  return shared_->Of(reference->GetID().Number(), font);
+}
+
 ResourceFont* FontResources::FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value) {
   std::unique_ptr<ResourceFont>& known = fonts_[&font][name];
   if (known == nullptr) {
     std::shared_ptr<const FontCodes>& codes = codes_[&font];
-    if (codes == nullptr) codes = FontCodes::Read(font);
+    if (codes == nullptr) codes = ReadCodes(font, value);
     known = std::make_unique<ResourceFont>(codes, name, value);
   }
   return known.get();

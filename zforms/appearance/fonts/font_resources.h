@@ -11,15 +11,20 @@
 namespace zforms {
 
 class AddedObjects;
+class SharedFontCodes;
 class ZAcroFormField;
 class ZPDFNodeIndirectObject;
+
+// The resources of the widget's appearance stream ("/AP" "/N"), null when there are none.
+const ZPDFNodeDictionary* AppearanceResources(const ZPDFNodeDictionary& widget);
 
 // The fonts that the default appearances of a document's fields name. Each font dictionary is read once and recognized
 // by its address: the document, which outlives this object, keeps all of them, including those that were added. This
 // object owns the fonts. One thread at a time.
 class FontResources {
  public:
-  explicit FontResources(AddedObjects* added);
+  // What copies of the document know of its fonts; may be null.
+  explicit FontResources(AddedObjects* added, std::shared_ptr<SharedFontCodes> shared = nullptr);
   ~FontResources();
   FontResources(const FontResources&) = delete;
   FontResources& operator=(const FontResources&) = delete;
@@ -30,8 +35,10 @@ class FontResources {
   ResourceFont* Find(const ZAcroFormField& widget, std::string_view name);
 
   // The standard font that is most like `font`, for a font that is not embedded and lacks a character of the text. Null
-  // for an embedded font, for a symbol font, and when the standard font lacks a character as well.
-  ResourceFont* StandInFor(const ResourceFont& font, std::u32string_view text);
+  // for an embedded font, for a symbol font, and when the standard font lacks a character as well. Takes the one in the
+  // resources of the widget's appearance, if it is there; the widget may be null.
+  ResourceFont* StandInFor(const ResourceFont& font, std::u32string_view text,
+                           const ZPDFNodeDictionary* widget = nullptr);
 
   // Forgets the added dictionaries, but not their contents. Call it before they are destroyed.
   void Restart();
@@ -39,11 +46,13 @@ class FontResources {
  private:
   ResourceFont* FindIn(const ZPDFNodeDictionary* resources, const Chaine& key);
   ResourceFont* Standard(const StandardFont& font, std::string_view name);
+  std::shared_ptr<const FontCodes> ReadCodes(const ZPDFNodeDictionary& font, const ZPDFNode& value) const;
   ResourceFont* FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value);
   std::unique_ptr<ZPDFNodeDictionary> MakeStandardFont(const StandardFont& font) const;
   ZPDFNodeIndirectObject* AddStandardFont(const StandardFont& font);
 
   AddedObjects* added_;
+  std::shared_ptr<SharedFontCodes> shared_;
   std::unordered_map<const ZPDFNodeDictionary*, std::shared_ptr<const FontCodes>> codes_;
   // For one dictionary, the fonts by the names that lead to it; each is written with its own name.
   std::unordered_map<const ZPDFNodeDictionary*, FDictionnary<std::unique_ptr<ResourceFont>>> fonts_;

@@ -22,7 +22,8 @@ struct FontCode {
   bool is_plain = true;
 };
 
-// The codes of a font dictionary, read once for all the names that lead to it. It does not refer to nodes.
+// The codes of a font dictionary, read once for all the names that lead to it. It does not refer to nodes. Any thread
+// may use it.
 class FontCodes {
  public:
   virtual ~FontCodes();

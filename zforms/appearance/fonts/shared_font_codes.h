@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "zforms/appearance/fonts/resource_font.h"
+
+namespace zforms {
+
+// What the font dictionaries of a document say, by the numbers of their objects. Copies of the document, which may be
+// drawn by several threads, share it, so each font is read once for all of them. Any thread may use it.
+class SharedFontCodes {
+ public:
+  // `font` is the value of that object in one of the copies.
+  std::shared_ptr<const FontCodes> Of(uint32_t number, const ZPDFNodeDictionary& font);
+
+ private:
+  std::mutex mutex_;
+  std::unordered_map<uint32_t, std::shared_ptr<const FontCodes>> codes_;
+};
+
+}  // namespace zforms
