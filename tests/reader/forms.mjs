@@ -151,7 +151,7 @@ export async function by_keyboard_alone() {
     const ring = await page.evaluate(() => getComputedStyle(document.activeElement).outlineStyle);
     expect(ring !== "none", "no focus ring", name);
   }
-  same(order, ["back", "smaller", "fit", "larger", "print-form", "download", "press", "pages", "person.name", "person.née", "person.notes", "comb", "amount",
+  same(order, ["back", "smaller", "fit", "larger", "print-form", "download", "download-flat", "press", "pages", "person.name", "person.née", "person.notes", "comb", "amount",
     "secret", "fixed", "private", "auto.size", "boxes.0", "boxes.1", "boxes.2", "choice.radio", "choice.combo", "choice.typed",
     "choice.one", "choice.many", "buttons.reset", "last", "person.again", "buttons.save"].filter((one) => order.includes("pages") || one !== "pages"),
   "the order of Tab");
