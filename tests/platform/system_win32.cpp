@@ -62,7 +62,7 @@ TEST(FilesOfWindows, MayHaveLongPaths) {
   const ZTempFolder folder;
   Chaine path = folder.Path();
   for (int i = 0; i < 4; i++) {
-    path = path + "/" + std::string(100, static_cast<char>('a' + i));
+    path = path + "/" + Chaine(100, static_cast<char>('a' + i));
     ASSERT_TRUE(::CreateDirectoryW(SystemPath(path).c_str(), nullptr)) << LastSystemError();
   }
   path = path + "/./form.pdf";

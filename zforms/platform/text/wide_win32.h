@@ -7,6 +7,8 @@
 #define WIN32_LEAN_AND_MEAN
 #endif
 #include <windows.h>
+// A macro of that name would replace the function of file_io.h.
+#undef ReplaceFile
 
 #include <string>
 #include <string_view>
