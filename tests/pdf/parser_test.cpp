@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "tests/support/pdf_text.h"
@@ -163,6 +164,20 @@ TEST(ParserTest, CopiesShareBytesAndOwnTheirNodes) {
   EXPECT_EQ(ValueOf(assigned, 3) + ValueOf(assigned, 4) + ValueOf(assigned, 5), "<</B(edited)>><</C(old)>>5");
   EXPECT_EQ(copy.AddIndirectObject()->GetID().Number(), 6U);
   EXPECT_EQ(assigned.GetObject({6, 0}), nullptr);
+}
+
+TEST(ParserTest, CopiesAreReadByThreadsOfTheirOwn) {
+  PdfText text = Catalog();
+  for (uint32_t i = 2; i < 500; i++) text.Object(i, "<</A 1/B(text)/C/Name/D[1 2/Three]/E 1 0 R/F<</G 2/H 3>>>>");
+  ZPDFParser original;
+  ASSERT_TRUE(original.ReadFromRaw(text.Xref().Trailer("/Root 1 0 R").Bytes(), ""));
+  for (uint32_t i = 1; i < 500; i++) original.GetObject({i, 0});
+  ZPDFParser copies[3] = {original, original, original};
+  std::string contents[3];
+  std::thread threads[3];
+  for (size_t i = 0; i < 3; i++) threads[i] = std::thread([&, i] { contents[i] = ContentOf(copies[i]); });
+  for (std::thread& thread : threads) thread.join();
+  for (const std::string& content : contents) EXPECT_EQ(content, ContentOf(original));
 }
 
 }  // namespace

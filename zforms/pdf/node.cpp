@@ -44,8 +44,8 @@ ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(ot
       children_->AppendKeyed(from->keys[i], child, from->IsPlain(i), from->IsMarked(i));
     }
   }
+  // Not the pool: a copy may be used by another thread.
   children_->source = from->source;
-  if (from->pool != nullptr) children_->pool = from->pool->Share();
 }
 
 void ZPDFNode::operator delete(ZPDFNode* node, std::destroying_delete_t) {
