@@ -403,6 +403,7 @@ int Main(int argc, const char* const* argv) {
 int main(int argc, char** argv) {
   const std::vector<std::string> arguments = zforms::tool::PrepareProgram(argc, argv);
   std::vector<const char*> pointers;
+  pointers.reserve(arguments.size());
   for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
   return zforms::tool::Main(static_cast<int>(pointers.size()), pointers.data());
 }
