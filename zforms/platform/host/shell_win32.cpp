@@ -1,7 +1,6 @@
-#include "zforms/platform/host/shell.h"
-
 #include <algorithm>
 
+#include "zforms/platform/host/shell.h"
 #include "zforms/platform/text/inet_url.h"
 #include "zforms/platform/text/wide_win32.h"
 
