@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -59,7 +60,7 @@ struct ZPDFChildList {
   // The item for a text at this place of the source; null when the place does not fit into an item.
   static ZPDFNode* MakeUnread(size_t offset, size_t length) {
     if (offset > kLargestOffset || length > kLengthMask >> 1) return nullptr;
-    return reinterpret_cast<ZPDFNode*>(offset << kOffsetShift | length << 1 | 1);
+    return std::bit_cast<ZPDFNode*>(uintptr_t{offset} << kOffsetShift | length << 1 | 1);
   }
   void SetMark(size_t at, bool marked) {
     Tags()[at] = static_cast<uint8_t>(marked ? Tags()[at] | kMark : Tags()[at] & ~kMark);
