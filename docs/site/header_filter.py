@@ -112,7 +112,7 @@ class HeaderFilter:
         line = self.lines[number]
         comment = FULL.match(line) if self.scopes.is_declaration() else None
         if comment and self.column == len(comment[1]):
-            self.result.append(f"{comment[1]}///< {escaped(comment[2])}")  # goes on with the comment behind the line before
+            self.result.append(f"{comment[1]}///< {escaped(comment[2])}")  # continues the comment at the end of the previous line
             return number + 1
         self.column = None
         if comment and not NOT_DOCUMENTATION.match(comment[2]):

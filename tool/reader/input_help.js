@@ -45,7 +45,7 @@ export function dateText(/** @type {string} */ day, /** @type {string} */ patter
   return pattern.replace(PART, (part) => texts[/** @type {keyof typeof texts} */ (part)] ?? part);
 }
 
-/** The day of a text in the pattern, as "2026-11-22"; "" when it is none, or has a month by its name. */
+/** Converts a date written in the pattern to the form "2026-11-22"; "" when the text is no such date or names its month. */
 export function dayOf(/** @type {string} */ text, /** @type {string} */ pattern) {
   const parts = pattern.match(PART) ?? [];
   const escaped = (/** @type {string} */ part) => part.replace(/[^\w\s]/g, "\\$&");
