@@ -108,7 +108,10 @@ std::optional<Chaine> PDFDocOf(std::string_view utf8) {
   while (!utf8.empty()) {
     const std::optional<char32_t> c = TakeCharacter(&utf8);
     const std::optional<char> byte = c ? PDFDocByte(*c) : std::nullopt;
-    if (!byte) return std::nullopt;
+    if (!byte) {
+      result.Wipe();  // the text may be a password
+      return std::nullopt;
+    }
     result.Append(*byte);
   }
   return result;
