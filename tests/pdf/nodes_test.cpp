@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <memory>
 #include <random>
@@ -234,6 +235,36 @@ TEST(NodesTest, GettersOfTheWrongKindAreEmpty) {
   EXPECT_EQ(dictionary.GetStringValue("/A"), "");
   EXPECT_EQ(dictionary.GetIdentifier("/A"), "");
   EXPECT_EQ(dictionary.GetTarget("/B"), nullptr);
+}
+
+// Read from the text of the array or from its nodes.
+TEST(NodesTest, NumbersOfArrays) {
+  using Numbers = std::array<double, 3>;
+  const struct {
+    const char* text;
+    size_t size;
+    Numbers numbers;
+  } cases[] = {
+      {"[1 -2.5 +.5 9]", 4, {1, -2.5, 0.5}},
+      {"[ 7/Name\n8 ]", 3, {7, 0, 8}},
+      {"[]", 0, {}},
+      {"[1(2)3]", 3, {1, 0, 3}},
+      {"[3 0 R 4]", 2, {0, 4, 0}},
+      {"5", 0, {}},
+      {"/R", 0, {}},
+      {"3 0 R", 0, {}},
+  };
+  for (const auto& [text, size, numbers] : cases) {
+    const NodePtr node = Parse(std::string("<</A ") + text + ">>");
+    const auto& dictionary = As<ZPDFNodeDictionary>(node);
+    for (int i = 0; i < 2; i++) {
+      Numbers read{};
+      EXPECT_EQ(dictionary.GetNumbers("/A", read), size) << text;
+      EXPECT_EQ(read, numbers) << text;
+      dictionary.GetDirect("/A");
+    }
+    EXPECT_EQ(dictionary.GetNumbers("/B", {}), 0u);
+  }
 }
 
 // What a change does to a parsed dictionary: its dump afterwards, and "*" when it is modified.

@@ -35,14 +35,10 @@ bool IsSameSize(double a, double b) { return std::abs(a - b) <= std::max(kBoxTol
 
 // False when the entry is not a box, or when its size is not that of the widget.
 bool ReadBox(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style, KeptLook* look) {
-  const auto* box = NodeCast<ZPDFNodeArray>(dictionary.GetTarget("/BBox"));
-  if (box == nullptr || box->Size() < 4) return false;
   std::array<double, 4> corners{};
-  for (size_t i = 0; i < corners.size(); i++) {
-    const ZPDFNode* corner = box->GetTargetAt(i);
-    corners[i] = corner == nullptr ? 0 : corner->GetDoubleValue();
-    if (!(std::abs(corners[i]) <= WidgetStyle::kMostSize)) return false;
-  }
+  if (dictionary.GetNumbers("/BBox", corners) < corners.size()) return false;
+  const auto is_far = [](double corner) { return !(std::abs(corner) <= WidgetStyle::kMostSize); };
+  if (std::any_of(corners.begin(), corners.end(), is_far)) return false;
   look->x = std::min(corners[0], corners[2]);
   look->y = std::min(corners[1], corners[3]);
   look->width = std::abs(corners[2] - corners[0]);

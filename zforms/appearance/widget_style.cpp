@@ -35,11 +35,10 @@ double NumberAt(const ZPDFNodeArray& array, size_t index) {
 
 WidgetColor ColorOf(const ZPDFNodeDictionary& characteristics, std::string_view key) {
   WidgetColor color;
-  const ZPDFNodeArray* array = ArrayOf(characteristics, key);
-  const size_t count = array == nullptr ? 0 : array->Size();
-  if (count != 1 && count != 3 && count != 4) return color;
+  const size_t count = characteristics.GetNumbers(key, color.parts);
+  if (count != 1 && count != 3 && count != 4) return {};
   color.count = count;
-  for (size_t i = 0; i < count; i++) color.parts[i] = Bounded(NumberAt(*array, i), 0, 1);
+  for (double& part : color.parts) part = Bounded(part, 0, 1);
   return color;
 }
 
@@ -82,11 +81,11 @@ void ReadBorder(const ZPDFNodeDictionary& widget, WidgetStyle* style) {
 }
 
 void ReadSize(const ZPDFNodeDictionary& widget, WidgetStyle* style) {
-  const ZPDFNodeArray* rect = ArrayOf(widget, "/Rect");
-  if (rect == nullptr || rect->Size() < 4) return;
+  std::array<double, 4> rect{};
+  if (widget.GetNumbers("/Rect", rect) < rect.size()) return;
   // Any two opposite corners (7.9.5).
-  const double width = std::abs(NumberAt(*rect, 2) - NumberAt(*rect, 0));
-  const double height = std::abs(NumberAt(*rect, 3) - NumberAt(*rect, 1));
+  const double width = std::abs(rect[2] - rect[0]);
+  const double height = std::abs(rect[3] - rect[1]);
   const auto is_size = [](double size) { return size > 0.01 && size <= WidgetStyle::kMostSize; };
   if (!is_size(width) || !is_size(height)) return;
   // Rounded as "/BBox" is written, so that drawing a widget again gives the same result.

@@ -1,7 +1,9 @@
 #include "zforms/pdf/dictionary_node.h"
 
+#include <algorithm>
 #include <type_traits>
 
+#include "zforms/pdf/array_node.h"
 #include "zforms/pdf/child_list.h"
 #include "zforms/pdf/identifier_node.h"
 #include "zforms/pdf/nesting.h"
@@ -164,6 +166,24 @@ uint32_t ZPDFNodeDictionary::GetUIntValue(std::string_view key) const {
 double ZPDFNodeDictionary::GetDoubleValue(std::string_view key) const {
   const ZPDFNode* target = GetTarget(key);
   return target == nullptr ? 0 : target->GetDoubleValue();
+}
+
+size_t ZPDFNodeDictionary::GetNumbers(std::string_view key, std::span<double> numbers) const {
+  const size_t at = FindKey(key);
+  if (at == kAbsent) return 0;
+  const ZPDFChildList& children = *Children();
+  if (ZPDFChildList::IsUnread(children.items[at])) {
+    const std::string_view text = children.UnreadText(at);
+    if (text.front() != '[') return 0;
+    if (!ZPDFUnreadValue::MayRefer(text)) return ZPDFUnreadValue::ReadNumbers(text, numbers);
+  }
+  const auto* const array = NodeCast<ZPDFNodeArray>(GetTarget(key));
+  if (array == nullptr) return 0;
+  for (size_t i = 0; i < std::min(array->Size(), numbers.size()); i++) {
+    const ZPDFNode* const element = array->GetTargetAt(i);
+    numbers[i] = element == nullptr ? 0 : element->GetDoubleValue();
+  }
+  return array->Size();
 }
 
 bool ZPDFNodeDictionary::GetBoolValue(std::string_view key) const {

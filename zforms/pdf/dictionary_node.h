@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string_view>
 
 #include "zforms/pdf/dictionary_entry.h"
@@ -49,6 +50,9 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   uint32_t GetUIntValue(std::string_view key) const;
   double GetDoubleValue(std::string_view key) const;
   bool GetBoolValue(std::string_view key) const;
+  // Stores the numbers of an array, with references resolved, as far as there is room; 0 for an element of another
+  // kind. Returns the size of the array; 0 when the value is no array.
+  size_t GetNumbers(std::string_view key, std::span<double> numbers) const;
   using ZPDFNode::GetBoolValue;
   using ZPDFNode::GetDoubleValue;
   using ZPDFNode::GetIdentifier;

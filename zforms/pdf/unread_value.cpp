@@ -138,6 +138,18 @@ ZPDFNode* ZPDFUnreadValue::Read(std::string_view text, const Chaine& source, IPD
   return ZPDFNode::MakeParsed<ZPDFNodeIndirectReference>(pool, id, provider);
 }
 
+size_t ZPDFUnreadValue::ReadNumbers(std::string_view array, std::span<double> numbers) {
+  const char* const end = array.data() + array.size();
+  size_t count = 0;
+  for (const char* at = SkipClass(array.data() + 1, end, kBlank); *at != ']'; at = SkipClass(at, end, kBlank)) {
+    const char* const after = FindClass(at + 1, end, kBlankOrSpecial);
+    if (count < numbers.size()) numbers[count] = *at == '/' ? 0 : ParseDouble({at, static_cast<size_t>(after - at)});
+    count++;
+    at = after;
+  }
+  return count;
+}
+
 void ZPDFUnreadValue::Write(std::string_view text, ZPDFOutStream& out, const ZPDFEncrypter* encrypter) {
   if (text.front() == '(') {
     ZPDFNodeLiteralString::WriteAsRead(out, text.substr(1, text.size() - 2), encrypter);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string_view>
 
 namespace zforms {
@@ -27,6 +28,9 @@ class ZPDFUnreadValue {
   // The node, owned by the caller. The text is a part of the source, whose bytes the node shares. Null for the pool
   // means the heap.
   static ZPDFNode* Read(std::string_view text, const Chaine& source, IPDFObjectProvider* provider, ZPDFNodePool* pool);
+  // Stores the numbers of an array that holds no reference as far as there is room; 0 for a name. Returns the array's
+  // size.
+  static size_t ReadNumbers(std::string_view array, std::span<double> numbers);
   // Writes what the node would write.
   static void Write(std::string_view text, ZPDFOutStream& out, const ZPDFEncrypter* encrypter);
 };
