@@ -47,7 +47,8 @@ ROOMS = {
     "tool/forms": ["tool/base", "zforms", "zforms/server"],
     "tool/data": ["tool/forms"],
     "tool/batch": ["tool/data"],
-    "tool/office": ["tool/data"],
+    "tool/store": ["tool/base", "zforms/platform/crypto"],
+    "tool/office": ["tool/data", "tool/store"],
     "tool/pages": ["tool/office"],
     "tool/cli": ["tool/batch", "tool/pages"],
 }
@@ -72,7 +73,7 @@ THIRD_PARTY = [
     ("fontconfig/", ["zforms/appearance/*_posix.cpp"]),
     ("CLI/", ["tool/cli/*"]),
     ("nlohmann/", ["zforms/filling/*.cpp", "tool/*"]),
-    ("sqlite3", ["tool/base/statement.h", "tool/batch/*", "tool/office/*"]),
+    ("sqlite3", ["tool/base/statement.h", "tool/batch/*", "tool/store/*"]),
     ("gtest/", ["tests/*"]),
     ("gmock/", ["tests/*"]),
     ("benchmark/", ["bench/*"]),

@@ -54,7 +54,7 @@ def test_pages(folder):
         for option in options:
             kind = f" -l {option[2:]} " if option.startswith("--") else f" -s {option[1:]} "
             expect(re.search(rf"^ +.*{option}\b", plain, re.M), f"the manual page of {name}", option)
-            expect(re.search(rf"[ ,{{]{option}(=?\}}?'\[|,)", zsh_part), f"zsh {name}", option)
+            expect(re.search(rf"[ ,{{]{option}(=?\}}?'\[|=?,)", zsh_part), f"zsh {name}", option)
             expect(any(kind in line for line in fish_part), f"fish {name}", option)
         same(f"bash {name}", {word for word in complete(folder, *([name] if name else []), "-")}, options)
     same("bash, commands", complete(folder, "") - all_options[""], set(all_options) - {""})

@@ -433,6 +433,44 @@ def test_refused_at_the_start(folder):
         expect(status == 2 and said in err, arguments, (status, err))
 
 
+def test_versions_of_a_store(folder):
+    """A store of the version before goes on as it is until it is upgraded; one of a newer program is left alone."""
+    with Server(folder) as server:
+        xfdf = server.open_form()
+        expect(server.ask("POST", SAVE, xfdf.encode())[0] == 200, "a save")
+        same("while a server runs", zforms("store", "upgrade", server.data)[0], 2)
+    server.count("forms", "DROP INDEX submissions_once")
+    server.count("forms", 'CREATE INDEX submissions_by_transaction ON submissions("transaction")')
+    server.count("forms", "PRAGMA user_version = 1")
+    for said, count in ((("version 1; zforms store upgrade", 1)), ("Store:", 2)):
+        with Server(folder) as server:
+            expect(said in server.started and (count == 1) == ("upgrade" in server.started), "what is said", server.started)
+            xfdf = count_raised(xfdf)
+            expect(server.ask("POST", SAVE, xfdf.encode())[0] == 200, f"going on with {said}")
+            session = re.search(r'Session\.ID(?:"|&quot;)&gt;(\w+)', xfdf)[1]
+            expect(server.ask("GET", f"/reader/saved.json?form={session}")[0] == 200, "the newest copy")
+        out = zforms("store", "upgrade", server.data)
+        same("upgrade", out[0::2], (0, ""))
+        expect(("version 1 is now version 2" if count == 1 else "is of version 2 already") in out[1], "what it did", out)
+    try:
+        server.count("submissions", "INSERT INTO submissions SELECT NULL, received, code, \"transaction\", count, folder, "
+                     "year, url, xfdf FROM submissions WHERE id = 1")
+        expect(False, "the database refuses a second submission for a step of a transaction")
+    except sqlite3.IntegrityError:
+        same("submissions", server.count("submissions"), 3)
+    source = [server.stored(), server.stored("--rejected"), zforms("rubrics", "--data", server.data)]
+    same("copy", zforms("store", "copy", server.data, folder / "copy"), (0, "", ""))
+    status, _, err = zforms("store", "copy", server.data, folder / "copy")
+    expect(status == 2 and "copy: it is not empty" in err, "a second copy", err)
+    server.data, original = str(folder / "copy"), server.data
+    same("the copy", [server.stored(), server.stored("--rejected"), zforms("rubrics", "--data", server.data)], source)
+    server.data = original
+    server.count("forms", "PRAGMA user_version = 3")
+    for command in (["serve", "--port", "0"], ["submissions"], ["rubrics", "--set", "A.B=c"], ["store", "upgrade"]):
+        status, _, err = zforms(*command, *(["--data"] if command[0] != "store" else []), server.data)
+        expect(status == 2 and "of version 3, this program knows those up to version 2" in err, command, (status, err))
+
+
 def test_imported(folder):
     templates = folder / "templates"
     templates.mkdir()

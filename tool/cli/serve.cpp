@@ -16,9 +16,10 @@
 #include "tool/forms/template_check.h"
 #include "tool/office/office.h"
 #include "tool/office/server_log.h"
-#include "tool/office/store.h"
 #include "tool/pages/office_pages.h"
 #include "tool/pages/reader_page.h"
+#include "tool/store/store.h"
+#include "tool/store/store_opening.h"
 #include "zforms/platform/base/idle_messages.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/base/os_memory.h"
@@ -75,7 +76,7 @@ class PlanMaker {
     plan.office.templates = Text(options_.templates, "templates");
     plan.scratch = plan.office.templates.empty();
     if (plan.scratch) plan.office.templates = ProgramData("samples");
-    plan.data = Text(options_.data, "data");
+    plan.data = Text(options_.data, lines_.HasNamedLine("store") ? "store" : "data");
     if (plan.data.empty() && !plan.scratch) plan.data = kDefaultData;
     plan.reader = Text(options_.reader, "reader");
     if (plan.reader.empty()) plan.reader = ProgramData("reader");
@@ -102,7 +103,7 @@ class PlanMaker {
   }
   // Refuses unknown names: with a misspelt name the default would silently apply.
   void CheckNames() {
-    constexpr std::string_view kNames[] = {"templates", "data", "reader", "app",     "log",  "port",
+    constexpr std::string_view kNames[] = {"templates", "data", "store",  "reader",  "app",  "log",        "port",
                                            "folder",    "year", "expire", "scripts", "draw", "submissions"};
     for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
       const std::string_view name = lines_.GetLineName(i);
@@ -184,7 +185,9 @@ void SayHowToGetReader(const ReaderPage* reader) {
 // Without an option the year of the store is used. Forms opened in an old year can still be saved in a new one.
 bool ChooseYear(const Plan& plan, Store& store, int32_t* year, std::string* said) {
   const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
-  *year = plan.year ? *plan.year : store.Year().value_or(this_year);
+  std::optional<int32_t> stored;
+  if (!plan.year && !store.Year(&stored)) return false;
+  *year = plan.year ? *plan.year : stored.value_or(this_year);
   if (!plan.year && *year != this_year) {
     *said = "Year:   " + std::to_string(*year) + ", as before; --year " + std::to_string(this_year) + " changes it\n";
   }
@@ -204,20 +207,27 @@ void SayWhyNotStarted(const Office& office, uint16_t number) {
                ": end that program, or choose another port with --port (0 takes a free one)");
 }
 
+std::string WhyUpgrade(int version) {
+  if (version == kStoreVersion) return {};
+  return " (version " + std::to_string(version) + "; zforms store upgrade brings it to " +
+         std::to_string(kStoreVersion) + ")";
+}
+
 int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   ServerLog log(plan.json);
   const ZTempFolder temp;
   const std::string data = plan.data.empty() ? temp.Path().ToString() : plan.data;
   std::string error;
-  const std::unique_ptr<Store> store = Store::Open(data, Store::Mode::kServe, &error);
+  const std::string shown = ShownAddress(data);
+  const std::unique_ptr<Store> store = OpenStore(data, Store::Mode::kServe, &error);
   if (store == nullptr) {
-    Console(data).Fail(error);
+    Console(shown).Fail(error);
     return kFailed;
   }
   Office::Settings chosen = plan.office;
   std::string said_of_year;
   if (!ChooseYear(plan, *store, &chosen.year, &said_of_year)) {
-    Console(data).Fail(store->LastError());
+    Console(shown).Fail(store->LastError());
     return kFailed;
   }
   ServeSettings settings{Chaine(plan.app)};
@@ -242,9 +252,10 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
     has_quit->set_value();
   });
   SayHowToGetReader(reader);
-  Print("Forms:  " + plan.office.templates + "\nStore:  " + data +
-        (plan.data.empty() ? " (until the server stops)" : "") + "\n" + said_of_year + "Open:   " + office.Address() +
-        "\n" + (key.empty() ? "" : "Saved:  " + office.Address() + "reader/submissions.html#key=" + key + "\n") +
+  Print("Forms:  " + plan.office.templates + "\nStore:  " + shown +
+        (plan.data.empty() ? " (until the server stops)" : "") + WhyUpgrade(store->Version()) + "\n" + said_of_year +
+        "Open:   " + office.Address() + "\n" +
+        (key.empty() ? "" : "Saved:  " + office.Address() + "reader/submissions.html#key=" + key + "\n") +
         "Stop:   Ctrl+C\n");
   messages.Run();
   // The other thread uses the messages until then.

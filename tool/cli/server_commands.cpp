@@ -20,7 +20,7 @@ CLI::App* Add(CLI::App& app, const char* name, const char* what, const std::stri
 
 void AddData(CLI::App* command, std::string* data) {
   *data = kDefaultData;
-  command->add_option("--data", *data, "The data folder of the server.")->capture_default_str();
+  command->add_option("--data,--store", *data, "The data folder of the server.")->capture_default_str();
 }
 
 void AddServe(CLI::App& app, std::function<int()>* run) {
@@ -34,7 +34,7 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
           options, RunServe, run);
   command->add_option("--templates", options->templates,
                       "The folder of the forms: CODE.pdf, and CODE.ini for its maps.");
-  command->add_option("--data", options->data, "The folder of the store; the default is \"zforms-data\".");
+  command->add_option("--data,--store", options->data, "The folder of the store; the default is \"zforms-data\".");
   command->add_option(
       "--config", options->config,
       "An INI file with these options in its section [Server]; options on the command line take precedence.");
@@ -124,6 +124,20 @@ void AddRubrics(CLI::App& app, std::function<int()>* run) {
   command->add_option("--set", options->set, "RUBRIC.FIELD=VALUE; may be repeated.");
 }
 
+void AddStore(CLI::App& app, std::function<int()>* run) {
+  const auto options = std::make_shared<StoreOptions>();
+  CLI::App* command =
+      Add(app, "store", "Upgrade the store of a server, or copy it.",
+          "\"upgrade\" brings the tables of a data folder to the version of this program. \"copy\" copies\n"
+          "everything into another folder, which must be empty, in one transaction.",
+          "  zforms store upgrade office\n  zforms store copy office copy", options, RunStore, run);
+  command->add_option("ACTION", options->action, "\"upgrade\" or \"copy\".")
+      ->required()
+      ->check(CLI::IsMember({"upgrade", "copy"}));
+  command->add_option("STORE", options->store, "The store.")->required();
+  command->add_option("TO", options->target, "With \"copy\", the store to fill.");
+}
+
 void AddSubmit(CLI::App& app, std::function<int()>* run) {
   const auto options = std::make_shared<SubmitOptions>();
   CLI::App* command =
@@ -151,6 +165,7 @@ void AddServerCommands(CLI::App& app, std::function<int()>* run) {
   AddImport(app, run);
   AddSubmissions(app, run);
   AddRubrics(app, run);
+  AddStore(app, run);
   AddSubmit(app, run);
 }
 

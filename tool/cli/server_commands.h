@@ -69,6 +69,13 @@ struct SubmitOptions {
 };
 int RunSubmit(const SubmitOptions& options);
 
+struct StoreOptions {
+  std::string action;  // "upgrade" or "copy"
+  std::string store;
+  std::string target;
+};
+int RunStore(const StoreOptions& options);
+
 // Adds the commands to the command line; `*run` becomes the one that the user has chosen.
 void AddServerCommands(CLI::App& app, std::function<int()>* run);
 

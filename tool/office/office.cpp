@@ -18,12 +18,15 @@
 namespace zforms::tool {
 namespace {
 
+constexpr char kNotStored[] = "the submission could not be stored";
+constexpr char kNotOut[] = "its form was never opened from this store, or has expired";
 // How long an answer waits for its submission to be stored.
 constexpr std::chrono::seconds kStoreTime(30);
 constexpr char kMapSection[] = "Map";
 // The clock's ticks are 100 ns.
 constexpr uint64_t kTicksOfHour = uint64_t{3600} * 10'000'000;
-constexpr uint64_t kTicksOfDay = 24 * kTicksOfHour;
+// How many numbers of transactions are tried, when other servers have taken those of the same moment.
+constexpr int kMostNumbers = 16;
 
 // The INI file with the maps of a template, in the same folder.
 Chaine MapFileOf(const Chaine& path) { return path.Mid(0, path.size() - 4) + ".ini"; }
@@ -58,14 +61,15 @@ class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
 // Delivered after the submissions that were waiting when it was posted.
 class FlushMessage : public ZIdleMessage {
  public:
-  explicit FlushMessage(Store* store) : store_(store) {}
+  explicit FlushMessage(SubmissionQueue* queue) : queue_(queue) {}
 
-  void OnIdleMessage() override { store_->Flush(); }
+  void OnIdleMessage() override { queue_->Flush(); }
 
  private:
-  Store* store_;
+  SubmissionQueue* queue_;
 };
 
+// The session of a submission; how it is accepted and stored depends on the store.
 class OfficeSession : public ZAcroFormServerXFDFSession {
  public:
   OfficeSession(Office* office, ZAcroFormServerXFDFHandler* handler, uint64_t folder, int32_t year)
@@ -79,23 +83,45 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     return false;
   }
   bool CheckSession(const ZXFDF::SessionInfos& infos) override {
-    SetReason(office_->WhyNotOut(infos));
-    return Reason().IsEmpty();
+    const Office::Finding finding = office_->Find(infos);
+    if (finding.status == 503) Refuse(503, finding.reason);
+    SetReason(finding.reason);
+    return finding.status == 200;
   }
+  // When the store cannot be asked now, CheckSession says so after the reading.
+  bool IsWorthReading(const ZXFDF::SessionInfos* infos) override {
+    if (!ZAcroFormServerXFDFSession::IsWorthReading(infos)) return false;
+    const Office::Finding finding = office_->Find(*infos);
+    if (finding.status == 409) SetReason(finding.reason);
+    return finding.status != 409;
+  }
+
+ protected:
+  static constexpr char kStale[] = "it is stale: a newer copy of the form was saved before";
+  void AnswerError(ZHTTPSendResponse& response, int status, const char* reason) {
+    Refuse(status, reason);
+    response.MakeErrorPage(status);
+  }
+  Office* office_;
+};
+
+// With a store of its own, the server decides, and stores the submissions on its main thread.
+class QueueSession : public OfficeSession {
+ public:
+  using OfficeSession::OfficeSession;
+
   bool AcceptSave() override {
     if (TransactionManager().IncTransactionIn(ReceivedXFDF())) return true;
-    SetReason("it is stale: a newer copy of the form was saved before");
+    SetReason(kStale);
     return false;
-  }
-  bool IsWorthReading(const ZXFDF::SessionInfos* infos) override {
-    return ZAcroFormServerXFDFSession::IsWorthReading(infos) && CheckSession(*infos);
   }
   ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) override {
     outcome_ = std::make_shared<StoreOutcome>();
     accepted_ = accepted;
     submitted_ = xfdf.SessionID().Transaction();
     std::string failure;
-    Submission submission = office_->Prepare(url, xfdf, accepted, &failure);
+    Submission submission = office_->Prepare(url, xfdf);
+    office_->Stage(&submission, accepted, &failure);
     if (failure.empty()) return new OfficeMessage(office_, outcome_, url, std::move(submission), accepted);
     outcome_->Abandon();
     return nullptr;
@@ -106,15 +132,42 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     if (outcome_ == nullptr || outcome_->Wait(kStoreTime)) return;
     // Allows the same submission to be sent again.
     if (accepted_) TransactionManager().Restore(submitted_.id, submitted_.count);
-    Refuse(503, "the submission could not be stored");
-    response.MakeErrorPage(503);
+    AnswerError(response, 503, kNotStored);
   }
 
  private:
-  Office* office_;
   bool accepted_ = false;
   ZXFDFTransactionInfos submitted_;
   std::shared_ptr<StoreOutcome> outcome_;
+};
+
+// With a store that servers share, the store decides. The submission is stored by the thread that received it, since
+// the decision and the storing are one transaction of the database.
+class SharedSession : public OfficeSession {
+ public:
+  using OfficeSession::OfficeSession;
+
+  bool AcceptSave() override {
+    ZXFDF submitted = ReceivedXFDF();
+    if (const ZInetURL href = submitted.PDFHRef(); href.IsLocalFile()) {
+      const Chaine code = ZAcroFormServerXFDFHandler::CodeNameFromFileURL(href);
+      submitted.SetPDFHRef(HTTPServer()->GetPDFURL(code, Action()));
+    }
+    verdict_ = office_->Submit(office_->Prepare(URL(), submitted));
+    if (verdict_ == SharedForms::Verdict::kAccepted) ReceivedXFDF().SessionID().IncTransactionCount();
+    if (verdict_ == SharedForms::Verdict::kStale) SetReason(kStale);
+    return verdict_ == SharedForms::Verdict::kAccepted;
+  }
+  ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL&, const ZXFDF&, bool) override { return nullptr; }
+  void SendPage(ZHTTPSendResponse& response) override {
+    ZAcroFormServerXFDFSession::SendPage(response);
+    if (verdict_ == SharedForms::Verdict::kFailure) AnswerError(response, 503, kNotStored);
+    if (verdict_ == SharedForms::Verdict::kGone) AnswerError(response, 409, kNotOut);
+  }
+
+ private:
+  // Of a request to modify, nothing is stored.
+  SharedForms::Verdict verdict_ = SharedForms::Verdict::kAccepted;
 };
 
 }  // namespace
@@ -128,7 +181,8 @@ std::unique_ptr<ZHTTPServerPageSession> OfficeHandler::AllocSession() {
   uint64_t folder = 0;
   int32_t year = 0;
   GetCurrentFolder(folder, year);
-  return std::make_unique<OfficeSession>(office_, this, folder, year);
+  if (office_->SharesStore()) return std::make_unique<SharedSession>(office_, this, folder, year);
+  return std::make_unique<QueueSession>(office_, this, folder, year);
 }
 
 // A server without a screen: questions and messages for the user go to the log.
@@ -183,8 +237,10 @@ std::string Office::Address() const { return "http://localhost:" + std::to_strin
 
 // --- open forms ---
 
+// A server with a store of its own knows all its forms; with a store that servers share, it looks them up.
 void Office::TakeUpForms() {
-  for (const OpenedForm& form : store_->Forms()) {
+  if (store_->Queue() == nullptr) return;
+  for (const OpenedForm& form : store_->Queue()->Forms()) {
     handler_->TransactionManager().Restore(form.transaction, form.expected);
     TakeOut(form.transaction, {form.code, form.token, form.folder, form.year});
   }
@@ -194,10 +250,10 @@ void Office::TakeUpForms() {
 void Office::ExpireForms() {
   const uint64_t now = ZClock::System().Ticks();
   uint64_t due = next_expiry_;
-  const bool is_due = expire_days_ != 0 && expire_days_ < now / kTicksOfDay && now >= due;
+  const bool is_due = expire_days_ != 0 && now >= due;
   if (!is_due || !next_expiry_.compare_exchange_strong(due, now + kTicksOfHour)) return;
   std::vector<uint64_t> expired;
-  if (!store_->ExpireForms(now - expire_days_ * kTicksOfDay, &expired)) {
+  if (!store_->ExpireForms(expire_days_, &expired)) {
     return log_->Event("error", "forms that were never saved could not be removed: " + store_->LastError());
   }
   if (expired.empty()) return;
@@ -220,13 +276,49 @@ void Office::TakeOut(uint64_t transaction, const Out& out) {
   transactions_[out.token] = transaction;
 }
 
-Chaine Office::WhyNotOut(const ZXFDF::SessionInfos& infos) const {
-  const uint64_t transaction = infos.Transaction().id;
-  const Chaine token = infos.Param(kSessionParam);
-  const std::lock_guard lock(mutex_);
-  const auto found = out_.find(transaction);
-  if (found == out_.end()) return "its form was never opened from this store, or has expired";
-  return token == found->second.token ? Chaine() : "its session is not the one that the form was opened with";
+SharedForms::Found Office::TakeUp(SharedForms::Found found, const OpenedForm& form) {
+  if (found == SharedForms::Found::kYes) TakeOut(form.transaction, {form.code, form.token, form.folder, form.year});
+  if (found == SharedForms::Found::kFailure) log_->Event("error", "a form could not be found: " + store_->LastError());
+  return found;
+}
+
+SharedForms::Found Office::Seek(uint64_t transaction, Out* out) {
+  const auto known = [&] {
+    const std::lock_guard lock(mutex_);
+    const auto found = out_.find(transaction);
+    if (found != out_.end()) *out = found->second;
+    return found != out_.end();
+  };
+  if (known()) return SharedForms::Found::kYes;
+  if (!SharesStore()) return SharedForms::Found::kNo;
+  OpenedForm form;
+  const SharedForms::Found found = TakeUp(store_->Shared()->FindForm(transaction, &form), form);
+  *out = {form.code, form.token, form.folder, form.year};
+  return found;
+}
+
+SharedForms::Found Office::SeekToken(const std::string& token, uint64_t* transaction, Out* out) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = transactions_.find(token);
+    if (found != transactions_.end()) *transaction = found->second;
+  }
+  OpenedForm form;
+  if (*transaction == 0 && SharesStore()) {
+    const SharedForms::Found found = TakeUp(store_->Shared()->FindFormOf(token, &form), form);
+    if (found != SharedForms::Found::kYes) return found;
+    *transaction = form.transaction;
+  }
+  return *transaction == 0 ? SharedForms::Found::kNo : Seek(*transaction, out);
+}
+
+Office::Finding Office::Find(const ZXFDF::SessionInfos& infos) {
+  Out out;
+  const SharedForms::Found found = Seek(infos.Transaction().id, &out);
+  if (found == SharedForms::Found::kFailure) return {503, "the store cannot be reached"};
+  if (found == SharedForms::Found::kNo) return {409, kNotOut};
+  if (infos.Param(kSessionParam) == out.token) return {};
+  return {409, "its session is not the one that the form was opened with"};
 }
 
 std::string Office::CodeOf(uint64_t transaction) const {
@@ -235,9 +327,14 @@ std::string Office::CodeOf(uint64_t transaction) const {
   return found == out_.end() ? std::string() : found->second.code;
 }
 
-void Office::FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf) {
+bool Office::FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf) {
   std::map<std::string, ZFieldSet> sets;
-  for (const auto& [rubric, fields] : store_->ReadRubrics()) {
+  Store::Rubrics rubrics;
+  if (!store_->ReadRubrics(&rubrics)) {
+    log_->Event("error", "a form could not be filled: " + store_->LastError());
+    return false;
+  }
+  for (const auto& [rubric, fields] : rubrics) {
     ZFieldSet& set = sets[rubric];
     for (const auto& [field, value] : fields) set.Add(field, ZVariant(value));
   }
@@ -249,38 +346,42 @@ void Office::FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& b
     builder.SetAutoMap(Chaine(), false);
   }
   *xfdf = builder.CreateXFDF();
+  return true;
 }
 
 int Office::OpenForm(const Chaine& code, ZXFDF* xfdf) {
   ExpireForms();
   const auto builder = server_->GetXFDFBuilder(code);
   if (!builder) return 404;
-  FillFromRubrics(code, *builder, xfdf);
-  handler_->TransactionManager().StartTransactionFor(*xfdf);
+  if (!FillFromRubrics(code, *builder, xfdf)) return 503;
   const ZXFDFFolderInfos folder = xfdf->SessionID().Folder();
   const Out out{code.ToString(), RandomToken(), folder.id, folder.exercice};
   xfdf->SessionID().SetParam(kSessionParam, out.token);
-  const uint64_t transaction = xfdf->SessionID().Transaction().id;
-  if (!store_->AddForm({transaction, out.code, out.token, out.folder, out.year, 0})) {
+  Store::Added added = Store::Added::kTaken;
+  // A store that servers share may have the number of the transaction already: then the next one is tried.
+  for (int tries = 0; added == Store::Added::kTaken && tries < kMostNumbers; tries++) {
+    handler_->TransactionManager().StartTransactionFor(*xfdf);
+    added = store_->AddForm({xfdf->SessionID().Transaction().id, out.code, out.token, out.folder, out.year, 0});
+  }
+  if (added != Store::Added::kAdded) {
     log_->Event("error", "a form could not be opened: " + store_->LastError());
     return 503;
   }
-  TakeOut(transaction, out);
+  TakeOut(xfdf->SessionID().Transaction().id, out);
   return 200;
 }
 
 int Office::ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool* was_saved) {
   uint64_t transaction = 0;
   Out out;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto found = transactions_.find(token);
-    if (found == transactions_.end()) return 404;
-    transaction = found->second;
-    out = out_[transaction];
-  }
+  const SharedForms::Found found = SeekToken(token, &transaction, &out);
+  if (found != SharedForms::Found::kYes) return found == SharedForms::Found::kNo ? 404 : 503;
   *code = out.code;
-  const std::string saved = store_->LatestXFDF(transaction);
+  std::string saved;
+  if (!store_->LatestXFDF(transaction, &saved)) {
+    log_->Event("error", "a form could not be read: " + store_->LastError());
+    return 503;
+  }
   *was_saved = !saved.empty();
   if (*was_saved) {
     xfdf->FromChaine(saved);
@@ -289,7 +390,7 @@ int Office::ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool
   }
   const auto builder = server_->GetXFDFBuilder(*code);
   if (!builder) return 404;
-  FillFromRubrics(*code, *builder, xfdf);
+  if (!FillFromRubrics(*code, *builder, xfdf)) return 503;
   xfdf->SessionID().SetFolder(out.folder, out.year);
   xfdf->SessionID().SetTransactionID(transaction);
   xfdf->SessionID().SetParam(kSessionParam, token);
@@ -302,7 +403,7 @@ std::shared_ptr<const FormCard> Office::CardOf(const Chaine& code) {
 
 // --- submissions ---
 
-Submission Office::Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, std::string* failure) {
+Submission Office::Prepare(const ZInetURL& url, const ZXFDF& xfdf) const {
   const ZXFDFTransactionInfos transaction = xfdf.SessionID().Transaction();
   const ZXFDFFolderInfos folder = xfdf.SessionID().Folder();
   Submission submission;
@@ -315,23 +416,34 @@ Submission Office::Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted
   submission.url = url.AsChaine().ToString();
   submission.xfdf = xfdf.AsChaine().ToString();
   submission.fields = SubmittedFields(xfdf);
-  *failure = store_->Stage(&submission, accepted);
-  if (!failure->empty()) ReportFailure(*failure);
   return submission;
+}
+
+void Office::Stage(Submission* submission, bool accepted, std::string* failure) {
+  *failure = store_->Queue()->Stage(submission, accepted);
+  if (!failure->empty()) ReportFailure(*failure);
 }
 
 void Office::ReportFailure(const std::string& failure) {
   log_->Event("error", "a submission could not be stored; its sender is told so: " + failure);
 }
 
-void Office::Keep(const Submission& submission, bool accepted, Store::Done done) {
+void Office::Keep(const Submission& submission, bool accepted, SubmissionQueue::Done done) {
   const auto finish = [this, told = std::move(done)](const char* failure) {
     if (failure != nullptr) ReportFailure(failure);
     told(failure);
   };
-  if (!store_->AddSubmission(submission, accepted, finish)) return;
-  const ZCountedPtr<ZIdleMessage> message(new FlushMessage(store_));
+  SubmissionQueue* const queue = store_->Queue();
+  if (!queue->Add(submission, accepted, finish)) return;
+  const ZCountedPtr<ZIdleMessage> message(new FlushMessage(queue));
   server_->IdleMessages().Post(message.get());
+}
+
+SharedForms::Verdict Office::Submit(const Submission& submission) {
+  std::string failure;
+  const SharedForms::Verdict verdict = store_->Shared()->Submit(submission, &failure);
+  if (verdict == SharedForms::Verdict::kFailure) ReportFailure(failure);
+  return verdict;
 }
 
 }  // namespace zforms::tool

@@ -10,7 +10,7 @@
 
 #include "tool/office/form_card.h"
 #include "tool/office/server_log.h"
-#include "tool/office/store.h"
+#include "tool/store/store.h"
 #include "zforms/server/acro_form_server.h"
 #include "zforms/server/xfdf_handler.h"
 
@@ -66,19 +66,28 @@ class Office {
   int ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool* was_saved);
   // Null when the form does not exist.
   std::shared_ptr<const FormCard> CardOf(const Chaine& code);
-  Store::FormState StateOf(const Chaine& code) { return store_->StateOf(code.ToString()); }
+  bool StateOf(const Chaine& code, Store::FormState* state) { return store_->StateOf(code.ToString(), state); }
 
-  // Why the form with these session infos is not an open one; empty when it is.
-  Chaine WhyNotOut(const ZXFDF::SessionInfos& infos) const;
-  // The code of the open form of that transaction; empty when there is no such form.
+  // Why the form with these session infos is not an open one; the status is 200 when it is, else 409, or 503 when the
+  // store cannot be asked.
+  struct Finding {
+    int status = 200;
+    Chaine reason;
+  };
+  Finding Find(const ZXFDF::SessionInfos& infos);
+  // The code of the open form of that transaction, which Find has found; empty when there is no such form.
   std::string CodeOf(uint64_t transaction) const;
-  // Makes the data to be stored from a submitted document, on the thread that received it; long data are already stored
-  // here. `failure` gets the reason of a failure.
-  Submission Prepare(const ZInetURL& url, const ZXFDF& xfdf, bool accepted, std::string* failure);
+
+  // Makes the data to be stored from a submitted document, on the thread that received it.
+  Submission Prepare(const ZInetURL& url, const ZXFDF& xfdf) const;
+  // With a store of its own: stores long data in advance; `failure` gets the reason of a failure.
+  void Stage(Submission* submission, bool accepted, std::string* failure);
   // Stores a submission, together with others that arrived at the time; calls `done` with the result. Call it on the
   // main thread.
-  void Keep(const Submission& submission, bool accepted, Store::Done done);
-  void ReportFailure(const std::string& failure);
+  void Keep(const Submission& submission, bool accepted, SubmissionQueue::Done done);
+  // With a store that servers share: lets it decide on a submission, and stores it, on the calling thread.
+  SharedForms::Verdict Submit(const Submission& submission);
+  bool SharesStore() const { return store_->Shared() != nullptr; }
 
  private:
   class OfficeServer;
@@ -90,7 +99,11 @@ class Office {
   };
 
   void TakeOut(uint64_t transaction, const Out& out);
-  void FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf);
+  SharedForms::Found Seek(uint64_t transaction, Out* out);
+  SharedForms::Found SeekToken(const std::string& token, uint64_t* transaction, Out* out);
+  SharedForms::Found TakeUp(SharedForms::Found found, const OpenedForm& form);
+  void ReportFailure(const std::string& failure);
+  bool FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& builder, ZXFDF* xfdf);
   void TakeUpForms();
   void ExpireForms();
 

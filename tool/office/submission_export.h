@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/office/store.h"
+#include "tool/store/store.h"
 
 namespace zforms::tool {
 

@@ -24,8 +24,9 @@ class Session : public ZHTTPServerPageXFDFSession {
   bool SetFullRequest(ZHTTPReadRequest& request) override {
     if (!ZHTTPServerPageXFDFSession::SetFullRequest(request)) return false;
     const bool has_session = XFDFRequest().HasSessionID();
-    const Chaine why = has_session ? office_->WhyNotOut(XFDFRequest().SessionID()) : Chaine("it has no session");
-    if (!why.IsEmpty()) Refuse(409, why);
+    const Office::Finding found =
+        has_session ? office_->Find(XFDFRequest().SessionID()) : Office::Finding{409, "it has no session"};
+    if (found.status != 200) Refuse(found.status, found.reason);
     return !IsInError();
   }
 
@@ -47,7 +48,7 @@ class Session : public ZHTTPServerPageXFDFSession {
 
  protected:
   bool IsWorthReading(const ZXFDFSessionInfos* infos) override {
-    return infos != nullptr && office_->WhyNotOut(*infos).IsEmpty();
+    return infos != nullptr && office_->Find(*infos).status != 409;
   }
 
  private:

@@ -53,7 +53,8 @@ std::string State(const Store::FormState& state, const ListTexts& texts) {
          (refused ? texts.refused : texts.saved) + " " + Time(when) + "</span>";
 }
 
-std::string Item(Office& office, const Chaine& code, const ListTexts& texts, bool with_reader) {
+std::string Item(Office& office, const Chaine& code, const Store::FormState& state, const ListTexts& texts,
+                 bool with_reader) {
   const std::string escaped = ZInetURL::Encode(code).ToString();
   const auto card = office.CardOf(code);
   const std::string name = card == nullptr || card->title.empty() ? code.ToString() : card->title;
@@ -63,8 +64,7 @@ std::string Item(Office& office, const Chaine& code, const ListTexts& texts, boo
                                ? page + "&look=1"
                                : office.Server().GetPDFURL(code, ZDocument::eReadOnly).AsChaine(false, true).ToString();
   std::string item = "<li data-code=\"" + Escaped(code) + "\"><div class=\"what\"><h2>" + Escaped(name) +
-                     "</h2> <code>" + Escaped(code) + "</code>" + State(office.StateOf(code), texts) +
-                     "</div>\n<div class=\"ways\">";
+                     "</h2> <code>" + Escaped(code) + "</code>" + State(state, texts) + "</div>\n<div class=\"ways\">";
   if (with_reader) item += Link(page, texts.open, name, "main");
   item += Link(look, texts.look, name, "way") + Button(pdf, "PDF", name) + Button(pdf + "&as=xfdf", ".xfdf", name);
   return item + "</div></li>\n";
@@ -87,7 +87,7 @@ std::string ScriptTexts(const ListTexts& texts) {
 
 }  // namespace
 
-std::string FormList(Office& office, const ReaderPage* reader, const ListTexts& texts) {
+bool FormList(Office& office, const ReaderPage* reader, const ListTexts& texts, std::string* list) {
   const bool with_reader = reader != nullptr && reader->CanShowForms();
   std::string page =
       std::string("<!DOCTYPE html>\n<html lang=\"") + texts.language +
@@ -107,8 +107,13 @@ std::string FormList(Office& office, const ReaderPage* reader, const ListTexts& 
       "<p id=\"news\" role=\"status\"></p>\n"
       "<ul id=\"forms\"" +
       ScriptTexts(texts) + ">\n";
-  for (const Chaine& code : office.Server().Storage().Codes()) page += Item(office, code, texts, with_reader);
-  return page + "</ul>\n</main>\n</body>\n</html>\n";
+  for (const Chaine& code : office.Server().Storage().Codes()) {
+    Store::FormState state;
+    if (!office.StateOf(code, &state)) return false;
+    page += Item(office, code, state, texts, with_reader);
+  }
+  *list = page + "</ul>\n</main>\n</body>\n</html>\n";
+  return true;
 }
 
 }  // namespace zforms::tool

@@ -9,6 +9,7 @@
 
 #include "tool/office/office.h"
 #include "tool/office/submission_export.h"
+#include "tool/store/store_opening.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/host/template_storage.h"
 #include "zforms/platform/http/http_response.h"
@@ -55,7 +56,7 @@ class Session : public ZHTTPServerPageSession {
   void SendPage(ZHTTPSendResponse& response) override {
     std::string error;
     // Reads beside the server's own connection, which is not to wait.
-    const std::unique_ptr<Store> store = Store::Open(page_->Data(), Store::Mode::kRead, &error);
+    const std::unique_ptr<Store> store = OpenStore(page_->Data(), Store::Mode::kRead, &error);
     if (store == nullptr) return Refuse(503, error);
     const Chaine path = URL().Path();
     const std::string_view name = path.View().substr(std::min(path.size(), kRoot.size()));

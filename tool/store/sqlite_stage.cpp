@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "tool/base/statement.h"
-#include "tool/office/store.h"
+#include "tool/store/sqlite_store.h"
 #include "zforms/platform/text/characters.h"
 
 // Storing of long submissions. SQLite has one writer at a time, and must wait for the disk; storing 30 MB at once would
@@ -39,7 +39,7 @@ int64_t KeyOf(int64_t id, bool accepted) { return accepted ? id : -id; }
 }  // namespace
 
 // Reserves the number of the next submission.
-int64_t Store::Reserve(bool accepted) {
+int64_t SqliteStore::Reserve(bool accepted) {
   const std::string_view table = accepted ? "submissions" : "rejected";
   Statement& raised = Get("UPDATE sqlite_sequence SET seq = seq + 1 WHERE name = ?").Bind(table);
   if (!raised.Run()) return 0;
@@ -52,12 +52,12 @@ int64_t Store::Reserve(bool accepted) {
   return id != 0 && Get("INSERT INTO unfinished VALUES(?)").Bind(key).Run() ? id : 0;
 }
 
-bool Store::Finish(int64_t id, bool accepted) {
+bool SqliteStore::Finish(int64_t id, bool accepted) {
   return Get("DELETE FROM unfinished WHERE submission = ?").Bind(static_cast<uint64_t>(KeyOf(id, accepted))).Run();
 }
 
 // Runs the step in a transaction of its own, then lets other threads use the store.
-bool Store::RunStep(const std::function<bool()>& step, std::string* failure) {
+bool SqliteStore::RunStep(const std::function<bool()>& step, std::string* failure) {
   {
     const std::lock_guard lock(mutex_);
     FlushLocked();
@@ -74,7 +74,7 @@ bool Store::RunStep(const std::function<bool()>& step, std::string* failure) {
   return true;
 }
 
-std::string Store::Stage(Submission* submission, bool accepted) {
+std::string SqliteStore::Stage(Submission* submission, bool accepted) {
   std::string failure;
   if (SizeOf(*submission) <= kStep) return failure;
   int64_t id = 0;
@@ -132,7 +132,7 @@ std::string Store::Stage(Submission* submission, bool accepted) {
   return failure;
 }
 
-bool Store::DropUnfinished(int64_t key) {
+bool SqliteStore::DropUnfinished(int64_t key) {
   const auto number = static_cast<uint64_t>(key);
   return Get("DELETE FROM pieces WHERE submission = ?").Bind(number).Run() &&
          Get("DELETE FROM fields WHERE submission = ?").Bind(number).Run() &&
@@ -140,7 +140,7 @@ bool Store::DropUnfinished(int64_t key) {
 }
 
 // Removes what a killed server has left.
-void Store::DropAllUnfinished() {
+void SqliteStore::DropAllUnfinished() {
   std::vector<int64_t> keys;
   Statement& rows = Get("SELECT submission FROM unfinished");
   while (rows.Next()) keys.push_back(static_cast<int64_t>(rows.Number(0)));
@@ -148,7 +148,7 @@ void Store::DropAllUnfinished() {
   for (const int64_t key : keys) DropUnfinished(key);
 }
 
-void Store::ReadPieces(int64_t key, Submission* submission) {
+void SqliteStore::ReadPieces(int64_t key, Submission* submission) {
   Statement& rows =
       Get("SELECT name, text FROM pieces WHERE submission = ? ORDER BY id").Bind(static_cast<uint64_t>(key));
   while (rows.Next()) {

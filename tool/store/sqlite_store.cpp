@@ -1,4 +1,4 @@
-#include "tool/office/store.h"
+#include "tool/store/sqlite_store.h"
 
 #include <charconv>
 #include <chrono>
@@ -7,6 +7,9 @@
 #include <utility>
 
 #include "tool/base/statement.h"
+#include "tool/store/sqlite_schema.h"
+#include "tool/store/store_opening.h"
+#include "zforms/platform/base/clock.h"
 #include "zforms/platform/text/letter_case.h"
 
 namespace zforms::tool {
@@ -22,34 +25,8 @@ constexpr int kWaitForOthers = 10000;
 constexpr int kServerWaitForOthers = 2000;
 // After a wait that was too long, further attempts do not wait at all for this time.
 constexpr std::chrono::seconds kBusyTime(2);
-// The version of the tables below, stored in "user_version".
-constexpr int kVersion = 1;
-
-constexpr char kTables[] = R"(
-CREATE TABLE IF NOT EXISTS forms(
-  "transaction" INTEGER PRIMARY KEY, code TEXT NOT NULL, token TEXT NOT NULL, folder INTEGER NOT NULL,
-  year INTEGER NOT NULL, expected INTEGER NOT NULL);
-CREATE TABLE IF NOT EXISTS submissions(
-  id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
-  count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS submissions_by_code ON submissions(code);
-CREATE INDEX IF NOT EXISTS submissions_by_transaction ON submissions("transaction");
-CREATE TABLE IF NOT EXISTS fields(
-  submission INTEGER NOT NULL REFERENCES submissions(id), name TEXT NOT NULL, value TEXT NOT NULL,
-  PRIMARY KEY(submission, name)) WITHOUT ROWID;
-CREATE TABLE IF NOT EXISTS rejected(
-  id INTEGER PRIMARY KEY AUTOINCREMENT, received TEXT NOT NULL, code TEXT NOT NULL, "transaction" INTEGER NOT NULL,
-  count INTEGER NOT NULL, folder INTEGER NOT NULL, year INTEGER NOT NULL, url TEXT NOT NULL, xfdf TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS rejected_by_code ON rejected(code);
-CREATE TABLE IF NOT EXISTS pieces(
-  id INTEGER PRIMARY KEY, submission INTEGER NOT NULL, name TEXT NOT NULL, text TEXT NOT NULL);
-CREATE INDEX IF NOT EXISTS pieces_by_submission ON pieces(submission);
-CREATE TABLE IF NOT EXISTS unfinished(submission INTEGER PRIMARY KEY);
-CREATE TABLE IF NOT EXISTS rubrics(
-  rubric TEXT NOT NULL, field TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY(rubric, field)) WITHOUT ROWID;
-CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
-PRAGMA user_version = 1;
-)";
+// The clock's ticks are 100 ns.
+constexpr uint64_t kTicksOfDay = uint64_t{24} * 3600 * 10'000'000;
 
 // SQLite accepts UTF-8 paths on every system.
 std::string PathIn(const std::string& folder, const char* name) { return folder + "/" + name; }
@@ -89,13 +66,13 @@ std::string QueryOf(const SubmissionFilter& filter) {
 
 }  // namespace
 
-std::unique_ptr<Store> Store::Open(const std::string& folder, Mode mode, std::string* error) {
-  std::unique_ptr<Store> store(new Store);
+std::unique_ptr<SqliteStore> SqliteStore::Open(const std::string& folder, Mode mode, std::string* error) {
+  std::unique_ptr<SqliteStore> store(new SqliteStore);
   if (mode != Mode::kRead && !MakeFolder(folder, error)) return nullptr;
   return store->Connect(folder, mode, error) ? std::move(store) : nullptr;
 }
 
-Store::~Store() {
+SqliteStore::~SqliteStore() {
   Flush();
   statements_.clear();
   sqlite3_close(checkpointer_);
@@ -103,66 +80,76 @@ Store::~Store() {
   sqlite3_close(lock_);
 }
 
-bool Store::Connect(const std::string& folder, Mode mode, std::string* error) {
-  if (mode == Mode::kServe) {
-    // The system releases the lock when this process ends, even by a crash.
-    const int made = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
-    const bool locked = sqlite3_open_v2(PathIn(folder, kLockFile).c_str(), &lock_, made, nullptr) == SQLITE_OK &&
-                        sqlite3_exec(lock_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK;
-    if (!locked) {
-      *error = sqlite3_errcode(lock_) == SQLITE_BUSY ? "another server uses this data folder" : sqlite3_errmsg(lock_);
-      return false;
-    }
-  }
-  const std::string file = PathIn(folder, kFile);
-  const int flags = mode == Mode::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+bool SqliteStore::LockFolder(const std::string& folder, std::string* error) {
+  // The system releases the lock when this process ends, even by a crash.
+  const int made = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  const bool locked = sqlite3_open_v2(PathIn(folder, kLockFile).c_str(), &lock_, made, nullptr) == SQLITE_OK &&
+                      sqlite3_exec(lock_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK;
+  if (locked) return true;
+  *error = sqlite3_errcode(lock_) == SQLITE_BUSY ? "another server uses this data folder" : sqlite3_errmsg(lock_);
+  return false;
+}
+
+bool SqliteStore::OpenFile(const std::string& file, int flags, std::string* error) {
   if (sqlite3_open_v2(file.c_str(), &database_, flags, nullptr) != SQLITE_OK) {
     *error = sqlite3_errmsg(database_);
     return false;
   }
-  wait_ = mode == Mode::kServe ? kServerWaitForOthers : kWaitForOthers;
   sqlite3_busy_timeout(database_, wait_);
   sqlite3_create_function(database_, "holds", 2, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, Holds, nullptr, nullptr);
-  if (!CheckVersion(error)) return false;
-  if (mode == Mode::kRead) return true;
+  return ReadSqliteVersion(database_, &version_, error);
+}
+
+bool SqliteStore::Connect(const std::string& folder, Mode mode, std::string* error) {
+  if (mode == Mode::kServe && !LockFolder(folder, error)) return false;
+  const std::string file = PathIn(folder, kFile);
+  const int flags = mode == Mode::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  wait_ = mode == Mode::kServe ? kServerWaitForOthers : kWaitForOthers;
+  if (!OpenFile(file, flags, error)) return false;
+  if (mode == Mode::kRead) {
+    if (version_ == 0) *error = "its zforms.db is not a store of zforms";
+    return version_ != 0;
+  }
   // Makes the file private: it contains sessions and personal data. Files that SQLite creates beside it get the same
   // permissions.
   std::error_code ignored;
   fs::permissions(fs::path(std::u8string(file.begin(), file.end())), fs::perms::owner_read | fs::perms::owner_write,
                   ignored);
-  const bool ready = Execute("PRAGMA journal_mode = WAL") && Execute("PRAGMA synchronous = FULL") && Execute(kTables);
-  if (!ready) *error = sqlite3_errmsg(database_);
-  if (ready && mode == Mode::kServe) {
-    DropAllUnfinished();
-    sqlite3_open_v2(file.c_str(), &checkpointer_, SQLITE_OPEN_READWRITE, nullptr);
-  }
-  return ready;
-}
-
-// True when the database is a store of this version, or empty.
-bool Store::CheckVersion(std::string* error) {
-  Statement version(database_, "PRAGMA user_version");
-  Statement tables(database_, "SELECT count(*) FROM sqlite_master WHERE name IN ('forms', 'submissions', 'fields')");
-  if (!version.Next() || !tables.Next()) {
+  if (!Execute("PRAGMA journal_mode = WAL") || !Execute("PRAGMA synchronous = FULL")) {
     *error = sqlite3_errmsg(database_);
     return false;
   }
-  const bool is_new = version.Number(0) == 0 && tables.Number(0) == 0 && !IsReadOnly();
-  if (is_new || (version.Number(0) == kVersion && tables.Number(0) == 3)) return true;
-  *error = std::string("its ") + kFile + " is not a store of this version of zforms";
-  return false;
+  if (!PrepareSqliteTables(database_, 0, &version_, error)) return false;
+  if (mode == Mode::kServe) {
+    DropAllUnfinished();
+    sqlite3_open_v2(file.c_str(), &checkpointer_, SQLITE_OPEN_READWRITE, nullptr);
+  }
+  return true;
 }
 
-bool Store::IsReadOnly() const { return sqlite3_db_readonly(database_, "main") == 1; }
+bool SqliteStore::Upgrade(const std::string& folder, int* before, std::string* error) {
+  SqliteStore store;
+  store.wait_ = kWaitForOthers;
+  const std::string file = PathIn(folder, kFile);
+  if (std::error_code code; !fs::exists(fs::path(std::u8string(file.begin(), file.end())), code)) {
+    *error = "there is no store in this folder";
+    return false;
+  }
+  if (!store.LockFolder(folder, error) || !store.OpenFile(file, SQLITE_OPEN_READWRITE, error)) return false;
+  *before = store.version_;
+  return PrepareSqliteTables(store.database_, kStoreVersion, &store.version_, error);
+}
 
-std::string Store::LastError() const {
+std::string SqliteStore::LastError() const {
   const std::lock_guard lock(mutex_);
-  return sqlite3_errmsg(database_);
+  return reason_.empty() ? sqlite3_errmsg(database_) : reason_;
 }
 
-bool Store::Execute(const char* sql) { return sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+bool SqliteStore::Execute(const char* sql) {
+  return sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
 
-Statement& Store::Get(const char* sql) {
+Statement& SqliteStore::Get(const char* sql) {
   std::unique_ptr<Statement>& statement = statements_[sql];
   if (statement == nullptr) statement = std::make_unique<Statement>(database_, sql);
   return statement->Restart();
@@ -170,9 +157,7 @@ Statement& Store::Get(const char* sql) {
 
 // --- forms ---
 
-bool Store::AddForm(const OpenedForm& form) {
-  const std::lock_guard lock(mutex_);
-  FlushLocked();
+bool SqliteStore::InsertForm(const OpenedForm& form) {
   return Get("INSERT INTO forms VALUES(?, ?, ?, ?, ?, ?)")
       .Bind(form.transaction)
       .Bind(form.code)
@@ -183,8 +168,19 @@ bool Store::AddForm(const OpenedForm& form) {
       .Run();
 }
 
-std::vector<OpenedForm> Store::Forms() {
+Store::Added SqliteStore::AddForm(const OpenedForm& form) {
   const std::lock_guard lock(mutex_);
+  FlushLocked();
+  if (InsertForm(form)) return Added::kAdded;
+  return sqlite3_errcode(database_) == SQLITE_CONSTRAINT ? Added::kTaken : Added::kFailure;
+}
+
+std::vector<OpenedForm> SqliteStore::Forms() {
+  const std::lock_guard lock(mutex_);
+  return FormsLocked();
+}
+
+std::vector<OpenedForm> SqliteStore::FormsLocked() {
   std::vector<OpenedForm> forms;
   Statement& rows = Get("SELECT \"transaction\", code, token, folder, year, expected FROM forms");
   while (rows.Next()) {
@@ -195,7 +191,11 @@ std::vector<OpenedForm> Store::Forms() {
   return forms;
 }
 
-bool Store::ExpireForms(uint64_t before, std::vector<uint64_t>* expired) {
+// The number of a transaction is the time at which its form was opened, by the clock of this machine.
+bool SqliteStore::ExpireForms(uint32_t days, std::vector<uint64_t>* expired) {
+  const uint64_t now = ZClock::System().Ticks();
+  if (days >= now / kTicksOfDay) return true;
+  const uint64_t before = now - days * kTicksOfDay;
   const std::lock_guard lock(mutex_);
   FlushLocked();
   Statement& rows = Get("SELECT \"transaction\" FROM forms WHERE \"transaction\" < ? AND expected = 0").Bind(before);
@@ -205,17 +205,23 @@ bool Store::ExpireForms(uint64_t before, std::vector<uint64_t>* expired) {
   return Get("DELETE FROM forms WHERE \"transaction\" < ? AND expected = 0").Bind(before).Run();
 }
 
-std::optional<int32_t> Store::Year() {
-  const std::lock_guard lock(mutex_);
-  std::string text = TextFor(Get("SELECT value FROM settings WHERE name = 'year'"));
-  if (text.empty()) text = TextFor(Get("SELECT year FROM forms ORDER BY \"transaction\" DESC LIMIT 1"));
-  int64_t year = 0;
-  const bool is_number = std::from_chars(text.data(), text.data() + text.size(), year).ec == std::errc();
+bool SqliteStore::ReadYear(const char* sql, std::optional<int32_t>* year) {
+  std::string text;
+  if (!TextFor(Get(sql), &text)) return false;
+  int64_t number = 0;
+  const bool is_number = std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
   // Session infos store the year as 32 bits without sign.
-  return is_number ? std::optional(static_cast<int32_t>(static_cast<uint32_t>(year))) : std::nullopt;
+  if (is_number) *year = static_cast<int32_t>(static_cast<uint32_t>(number));
+  return true;
 }
 
-bool Store::KeepYear(int32_t year) {
+bool SqliteStore::Year(std::optional<int32_t>* year) {
+  const std::lock_guard lock(mutex_);
+  return ReadYear("SELECT value FROM settings WHERE name = 'year'", year) &&
+         (*year || ReadYear("SELECT year FROM forms ORDER BY \"transaction\" DESC LIMIT 1", year));
+}
+
+bool SqliteStore::KeepYear(int32_t year) {
   const std::lock_guard lock(mutex_);
   FlushLocked();
   return Get("INSERT OR REPLACE INTO settings VALUES('year', ?)").Bind(std::to_string(year)).Run();
@@ -223,7 +229,7 @@ bool Store::KeepYear(int32_t year) {
 
 // --- submissions ---
 
-bool Store::AddSubmission(const Submission& submission, bool accepted, Done done) {
+bool SqliteStore::Add(const Submission& submission, bool accepted, Done done) {
   const std::lock_guard lock(mutex_);
   const bool is_first = batch_.empty();
   const bool begun = (!is_first || Begin()) && Execute("SAVEPOINT one");
@@ -245,7 +251,7 @@ bool Store::AddSubmission(const Submission& submission, bool accepted, Done done
 }
 
 // When another process locks the database for long, all waiting submissions fail at once, not one after the other.
-bool Store::Begin() {
+bool SqliteStore::Begin() {
   using Clock = std::chrono::steady_clock;
   sqlite3_busy_timeout(database_, Clock::now() < busy_until_ ? 0 : wait_);
   const bool begun = Execute("BEGIN IMMEDIATE");
@@ -254,12 +260,12 @@ bool Store::Begin() {
   return begun;
 }
 
-void Store::Flush() {
+void SqliteStore::Flush() {
   const std::lock_guard lock(mutex_);
   FlushLocked();
 }
 
-void Store::FlushLocked() {
+void SqliteStore::FlushLocked() {
   if (batch_.empty()) return;
   if (Execute("COMMIT")) return EndBatch(nullptr);
   const std::string failure = sqlite3_errmsg(database_);
@@ -267,12 +273,12 @@ void Store::FlushLocked() {
   EndBatch(failure.c_str());
 }
 
-void Store::EndBatch(const char* failure) {
+void SqliteStore::EndBatch(const char* failure) {
   for (const Done& done : batch_) done(failure);
   batch_.clear();
 }
 
-bool Store::InsertSubmission(const Submission& submission, bool accepted) {
+bool SqliteStore::InsertSubmission(const Submission& submission, bool accepted) {
   // An id of 0 means that a new one is assigned.
   constexpr char kAccepted[] =
       "INSERT INTO submissions(id, received, code, \"transaction\", count, folder, year, url, xfdf) "
@@ -303,37 +309,50 @@ bool Store::InsertSubmission(const Submission& submission, bool accepted) {
       .Run();
 }
 
-// The first column of the first row; empty without a row.
-std::string Store::TextFor(Statement& query) {
-  std::string text = query.Next() ? query.Text(0) : std::string();
+// The first column of the first row; empty without a row. False on failure.
+bool SqliteStore::TextFor(Statement& query, std::string* text) {
+  const bool found = query.Next();
+  if (found) *text = query.Text(0);
+  const bool done = found || query.IsDone();
   query.Restart();
-  return text;
+  return done;
 }
 
-std::string Store::LatestXFDF(uint64_t transaction) {
+bool SqliteStore::LatestXFDF(uint64_t transaction, std::string* xfdf) {
+  constexpr char kByNumber[] = "SELECT id, xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY id DESC LIMIT 1";
+  constexpr char kByCount[] = "SELECT id, xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY count DESC LIMIT 1";
   const std::lock_guard lock(mutex_);
   FlushLocked();
-  Statement& newest =
-      Get("SELECT id, xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY id DESC LIMIT 1").Bind(transaction);
+  // Each version has an index for one of them.
+  Statement& newest = Get(version_ < 2 ? kByNumber : kByCount).Bind(transaction);
   Submission found;
   if (newest.Next()) {
     found.id = static_cast<int64_t>(newest.Number(0));
     found.xfdf = newest.Text(1);
   }
+  const bool done = found.id != 0 || newest.IsDone();
   newest.Restart();
   if (found.id != 0 && found.xfdf.empty()) ReadPieces(found.id, &found);
-  return found.xfdf;
+  *xfdf = found.xfdf;
+  return done;
 }
 
-Store::FormState Store::StateOf(const std::string& code) {
+bool SqliteStore::StateOf(const std::string& code, FormState* state) {
   const std::lock_guard lock(mutex_);
   FlushLocked();
-  return {TextFor(Get("SELECT received FROM submissions WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code)),
-          TextFor(Get("SELECT received FROM rejected WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code))};
+  return TextFor(Get("SELECT received FROM submissions WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code),
+                 &state->accepted) &&
+         TextFor(Get("SELECT received FROM rejected WHERE code = ? ORDER BY id DESC LIMIT 1").Bind(code),
+                 &state->rejected);
 }
 
-bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit) {
+bool SqliteStore::VisitSubmissions(const SubmissionFilter& filter,
+                                   const std::function<bool(const Submission&)>& visit) {
   const std::lock_guard lock(mutex_);
+  return VisitLocked(filter, visit);
+}
+
+bool SqliteStore::VisitLocked(const SubmissionFilter& filter, const std::function<bool(const Submission&)>& visit) {
   const std::string wanted = FoldCase(filter.search).ToString();
   Statement& rows = Get(QueryOf(filter).c_str())
                         .Bind(filter.code)
@@ -367,16 +386,20 @@ bool Store::VisitSubmissions(const SubmissionFilter& filter, const std::function
 
 // --- rubrics ---
 
-Store::Rubrics Store::ReadRubrics() {
+bool SqliteStore::ReadRubrics(Rubrics* rubrics) {
   const std::lock_guard lock(mutex_);
-  Rubrics rubrics;
-  Statement& rows = Get("SELECT rubric, field, value FROM rubrics");
-  while (rows.Next()) rubrics[rows.Text(0)][rows.Text(1)] = rows.Text(2);
-  rows.Restart();
-  return rubrics;
+  return ReadRubricsLocked(rubrics);
 }
 
-bool Store::SetRubric(const std::string& rubric, const std::string& field, const std::string& value) {
+bool SqliteStore::ReadRubricsLocked(Rubrics* rubrics) {
+  Statement& rows = Get("SELECT rubric, field, value FROM rubrics");
+  while (rows.Next()) (*rubrics)[rows.Text(0)][rows.Text(1)] = rows.Text(2);
+  const bool done = rows.IsDone();
+  rows.Restart();
+  return done;
+}
+
+bool SqliteStore::SetRubric(const std::string& rubric, const std::string& field, const std::string& value) {
   const std::lock_guard lock(mutex_);
   FlushLocked();
   return Get("INSERT OR REPLACE INTO rubrics VALUES(?, ?, ?)").Bind(rubric).Bind(field).Bind(value).Run();
