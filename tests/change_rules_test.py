@@ -109,8 +109,16 @@ def test_permissions_and_passwords(folder):
         status, _, err = zforms("fields", path, *(["--password", password] if password else []))
         expect(status == 2 and said in err and err.count("\n") == 1, f"{kind}, {password}", err)
     served = folder / "served.pdf"
-    status, _, err = zforms("import", folder / "rc4.pdf", "--password", "user", "-o", served)
+    for arguments in (["import"], ["permissions", "--set", -4], ["rewrite", "--decrypt"]):
+        status, _, err = zforms(*arguments, folder / "rc4.pdf", "--password", "user", "-o", served)
+        expect(status == 2 and "only the owner password" in err and not served.exists(), f"{arguments[0]} by the user", err)
+    status, _, err = zforms("import", folder / "rc4.pdf", "--password", "owner", "-o", served)
     same("import opens it without a password", (status, zforms("check", served)[0], "empty user" in err), (0, 0, True))
+    status, _, err = zforms("rewrite", served, "--decrypt", "-o", filled)
+    expect(status == 2 and "only the owner password" in err, "the owner stays the owner", err)
+    peers.run("qpdf", SAMPLES / "membership_form.pdf", "--encrypt", "", "owner", "256", "--modify=none", "--", served)
+    status, _, err = zforms("flatten", served, "-o", filled)
+    expect(status == 3 and "permissions forbid changing" in err, "flattened by the user", err)
 
 
 def test_other_changes(folder):

@@ -83,15 +83,15 @@ class Checker:
         self.readers = [p for p in ("qpdf", "mutool", "pdftotext", "pdfinfo", "pdftk") if shutil.which(p)]
         self.readers += ["pdf.js"] if peers.has_pdfjs() else []
 
-    def tool(self, case, *arguments, stdin=None):
-        password = ["--password", case.password] if case.password else []
-        return peers.run(TOOL, *arguments, *password, stdin=stdin)
+    def tool(self, case, *arguments, stdin=None, password=None):
+        password = password or case.password
+        return peers.run(TOOL, *arguments, *(["--password", password] if password else []), stdin=stdin)
 
-    def save(self, case, step, *arguments, warning=""):
+    def save(self, case, step, *arguments, warning="", password=None):
         """Runs a command that writes a file, with a warning where one is expected; the file, or None."""
         out = self.folder / f"{step}.pdf"
         out.unlink(missing_ok=True)
-        done = self.tool(case, step.split("-")[0], *arguments, "-o", out)
+        done = self.tool(case, step.split("-")[0], *arguments, "-o", out, password=password)
         told = warning in message(done) if warning else not done.err
         good = expect(done.status == (3 if warning else 0) and out.is_file() and told, case.label,
                       f"{step}: exit {done.status}: {message(done)[:200]}")
@@ -199,7 +199,7 @@ class Checker:
                 expect(found.get(name, "") == value, case.label, f"export: {name!r} is {found.get(name)!r}")
 
     def permissions(self, case):
-        path = self.save(case, "permissions", case.pdf, "--set", f"0x{FLAGS:X}")
+        path = self.save(case, "permissions", case.pdf, "--set", f"0x{FLAGS:X}", password=case.passwords[0])
         if path:
             flags = f"P = {FLAGS - (1 << 32)}"
             seen = peers.qpdf_encryption(path, case.password)

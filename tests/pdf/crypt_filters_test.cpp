@@ -123,6 +123,7 @@ TEST(CryptFiltersTest, WhatIsSupported) {
       {"/V 5/R 6/P -4/StmF/A/StrF/A/CF<</A<</CFM/AESV2>>>>", "AES, 128 bits", false},
       {"/V 5/R 7/P -4/StmF/A/StrF/A/CF<</A<</CFM/AESV3>>>>", "AES, 256 bits", false},
       {"/V 6/R 7/P -4/StmF/A/StrF/A/CF<</A<</CFM/AESV4>>>>", "algorithm 6 with \"/AESV4\"", false},
+      {"/V 4/R 4/P -4/StmF/A/StrF/A/CF<</A<</CFM 5>>>>", "algorithm 4 with a crypt filter that names no method", false},
       {"/V 3/R 3/P -4", "algorithm 3", false},
   };
   for (const auto& c : cases) {
@@ -248,6 +249,7 @@ TEST(CryptFiltersTest, DamagedDocuments) {
       const std::string said =
           read([&](ZPDFNodeDictionary& d) { d.SetValue(key, d.GetStringValue(key).Mid(0, shorter)); }, sound);
       EXPECT_NE(said.find(std::string("the encryption dictionary is damaged: \"") + key), std::string::npos) << said;
+      EXPECT_EQ(said.starts_with(plain), key[1] == 'O') << "the user password opens it unless its own strings are cut";
     }
     // Some writers add zeros.
     EXPECT_EQ(read([&](ZPDFNodeDictionary& d) { d.SetValue(key, d.GetStringValue(key) + "\0\0"); }, sound),

@@ -279,11 +279,11 @@ bool NeedsPassword(const ZAcroForm& form) {
   return form.EncryptionLoad() != nullptr && !form.EncryptionLoad()->UserPassword().IsEmpty();
 }
 
-// The server has no password, so the user password is removed; the given password becomes the owner password.
+// The server has no password, so the user password is removed. The given one is the owner's.
 void OpenWithoutPassword(ZAcroForm& form) {
   if (!NeedsPassword(form)) return;
   form.SetPasswords(Chaine(), form.EncryptionLoad()->UserPassword());
-  Say("an empty user password, so that the server can open it; the password given is now the owner's");
+  Say("an empty user password, so that the server can open it; the owner password is the one given");
 }
 
 }  // namespace
@@ -293,6 +293,7 @@ int RunImport(const ImportOptions& options) {
   ZAcroFormServerForm form;
   if (!OpenFormWithFields(options.file, options.password, form, console, options.recover)) return console.Finish();
   const bool is_classic = !form.Parser()->HasXRefStreams();
+  if (NeedsPassword(form) && !MayChangeEncryption(form, console)) return console.Finish();
   const bool writes_anew = !is_classic || NeedsPassword(form);
   ZFormMessages messages;
   const bool allowed = FillingGuard(form, {false, options.force}, writes_anew).AllowsDesigning(&messages);

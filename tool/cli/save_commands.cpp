@@ -24,18 +24,10 @@ std::string FlagsText(const ZAcroForm& form) {
   return text;
 }
 
-// Whether the document may be encrypted otherwise or not at all; says so if not.
-bool MayChangeEncryption(const ZAcroForm& form, Console& console) {
-  const ZPDFEncryption* const encryption = form.EncryptionLoad();
-  if (encryption == nullptr || encryption->HasOwnerRights()) return true;
-  console.Fail("only the owner password allows changing the encryption; it was opened by the user password");
-  return false;
-}
-
 // Sets what is to be changed; false, and said, when that is not allowed.
 bool SetProtection(const PermissionsOptions& options, ZAcroForm& form, Console& console) {
+  if (!MayChangeEncryption(form, console)) return false;
   if (!options.encrypt.empty()) {
-    if (!MayChangeEncryption(form, console)) return false;
     if (!form.EncryptWithAES256(options.user_password, options.owner_password)) {
       console.Fail("a password has characters that are not allowed in one");
       return false;

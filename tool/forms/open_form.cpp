@@ -2,6 +2,7 @@
 
 #include "tool/base/files.h"
 #include "tool/forms/form_messages.h"
+#include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/parser/parser.h"
 
 namespace zforms::tool {
@@ -41,6 +42,13 @@ bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form,
   const bool opened = is_stream ? form.OpenBytes(bytes, options) : form.Open(file, options);
   Say(form.TakeMessages(), console);
   return opened;
+}
+
+bool MayChangeEncryption(const ZAcroForm& form, Console& console) {
+  const ZPDFEncryption* const encryption = form.EncryptionLoad();
+  if (encryption == nullptr || encryption->HasOwnerRights()) return true;
+  console.Fail("only the owner password allows changing the encryption; it was opened by the user password");
+  return false;
 }
 
 bool SaveForm(const std::string& output, ZAcroForm& form, const SaveOptions& options, Console& console) {

@@ -25,6 +25,10 @@ bool OpenFormWithFields(const std::string& file, const std::string& password, ZA
 // The same for the commands on fields and values; one without a form opens as well.
 bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form, Console& console);
 
+// Whether the permissions and passwords of the document may be changed, or its encryption removed: only the owner may.
+// False, and said, when it was opened by the user password.
+bool MayChangeEncryption(const ZAcroForm& form, Console& console);
+
 // The message about a document without fields.
 std::string WhyNoFields(const ZAcroForm& form);
 

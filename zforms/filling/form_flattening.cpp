@@ -5,6 +5,7 @@
 
 #include "zforms/acroform/acro_form.h"
 #include "zforms/appearance/flattener.h"
+#include "zforms/pdf/crypt/encryption.h"
 
 namespace zforms {
 namespace {
@@ -14,6 +15,12 @@ using Severity = ZFormMessage::Severity;
 void Add(ZFormMessages* messages, Severity severity, const Chaine& text,
          ZFormMessage::Remedy remedy = ZFormMessage::Remedy::kNone) {
   messages->push_back({severity, ZFormMessage::About::kForm, text.ToString(), remedy});
+}
+
+// ISO 32000-1 table 22.
+bool ForbidsChanges(const ZPDFEncryption* encryption) {
+  constexpr uint32_t kModify = 1 << 3;
+  return encryption != nullptr && (encryption->StandardFlags() & kModify) == 0 && !encryption->IsOpenedByOwner();
 }
 
 bool IsAllowed(const ZAcroForm& form, bool force, ZFormMessages* messages) {
@@ -32,6 +39,9 @@ bool IsAllowed(const ZAcroForm& form, bool force, ZFormMessages* messages) {
 bool FlattenForm(ZAcroForm& form, const std::vector<std::string>& fields, const GuardOptions& options,
                  ZFormMessages* messages) {
   if (!IsAllowed(form, options.force, messages)) return false;
+  if (ForbidsChanges(form.EncryptionLoad())) {
+    Add(messages, Severity::kWarning, "the permissions forbid changing the contents");
+  }
   const FillingGuard guard(form, options);
   ZFormFlattener flattener(form);
   const PTableau<Chaine> names(fields.begin(), fields.end());

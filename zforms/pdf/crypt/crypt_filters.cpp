@@ -11,7 +11,7 @@ ZPDFCryptMethod MethodOf(const ZPDFNode* filter) {
   const auto* const entries = NodeCast<ZPDFNodeDictionary>(filter);
   if (entries == nullptr) return ZPDFCryptMethod::kUnsupported;
   const Chaine& method = entries->GetIdentifier("/CFM");
-  if (method.IsEmpty() || method == "/None") return ZPDFCryptMethod::kNone;
+  if (!entries->Holds("/CFM") || method == "/None") return ZPDFCryptMethod::kNone;
   if (method == "/V2") return ZPDFCryptMethod::kRC4;
   if (method == "/AESV2") return ZPDFCryptMethod::kAESV2;
   return method == "/AESV3" ? ZPDFCryptMethod::kAESV3 : ZPDFCryptMethod::kUnsupported;

@@ -22,6 +22,7 @@ constexpr size_t kPaddedLength = 32;
 constexpr size_t kDigestLength = 16;
 constexpr size_t kShortestKey = 5;
 constexpr size_t kLongKeyLength = 32;
+constexpr size_t kLongEntryLength = 48;  // of "/O" and "/U" from revision 5 on
 constexpr uint32_t kNewestRevision = 6;
 constexpr int kExtraRounds = 50;
 constexpr int kKeyRounds = 19;
@@ -184,9 +185,16 @@ ZPDFLongKeyStrings ZPDFEncryption::LongKeyStrings() const {
 }
 
 bool ZPDFEncryption::OpenLong(const Chaine& password, bool as_owner, Opening* opening) const {
-  if (!Damage().IsEmpty()) return false;
   const ZPDFPasswordKind kind = as_owner ? ZPDFPasswordKind::kOwner : ZPDFPasswordKind::kUser;
   const ZPDFLongKeyStrings strings = LongKeyStrings();
+  // Damage of the strings for the other password does not matter. "/U" is a part of what the owner's are made of.
+  const auto are_whole = [](const Chaine& entry, const Chaine& locked_key) {
+    return entry.size() >= kLongEntryLength && locked_key.size() >= kLongKeyLength;
+  };
+  if (as_owner ? !are_whole(strings.o, strings.oe) || strings.u.size() < kLongEntryLength
+               : !are_whole(strings.u, strings.ue)) {
+    return false;
+  }
   const SecretText prepared = PreparedForOpening(password);
   for (const Chaine& bytes : {Chaine(prepared), password}) {
     auto key = std::make_shared<ZPDFLongKey>();
@@ -238,7 +246,7 @@ bool ZPDFEncryption::HasOwnerRights() const {
 }
 
 Chaine ZPDFEncryption::Damage() const {
-  const size_t length = HasLongKey() ? 48 : kPaddedLength;
+  const size_t length = HasLongKey() ? kLongEntryLength : kPaddedLength;
   const struct {
     const char* key;
     size_t length;

@@ -46,8 +46,10 @@ Chaine EncryptionMethod(const ZPDFEncryption& encryption) {
     case ZPDFCryptMethod::kAESV3: return "AES, 256 bits" + in_clear;
     case ZPDFCryptMethod::kUnsupported: break;
   }
-  const Chaine method = code < 4 ? Chaine() : ForeignMethod(*encryption.Dictionary());
-  return "algorithm " + FormatUInt(code) + (method.IsEmpty() ? Chaine() : " with \"" + method + "\"");
+  const Chaine text = "algorithm " + FormatUInt(code);
+  if (code < 4) return text;
+  const Chaine method = ForeignMethod(*encryption.Dictionary());
+  return text + (method.IsEmpty() ? Chaine(" with a crypt filter that names no method") : " with \"" + method + "\"");
 }
 
 Chaine EncryptionRefusal(const ZPDFEncryption& encryption) {

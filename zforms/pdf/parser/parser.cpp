@@ -181,6 +181,8 @@ bool ZPDFParser::PrepareEncryption() {
     // Trying the password also finds the way in which the key is derived, which every object needs.
     if (!encryption_->CanBeDecrypted()) {
       diagnostics_.Warn("strings and streams are not decrypted: " + EncryptionRefusal(*encryption_));
+    } else if (const Chaine damage = encryption_->Damage(); !damage.IsEmpty()) {
+      diagnostics_.Warn("the encryption dictionary is damaged: " + damage);
     } else if (!encryption_->ConfirmsPermissions()) {
       diagnostics_.Warn("\"/Perms\" of the encryption dictionary does not confirm its permissions");
     }
