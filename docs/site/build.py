@@ -28,7 +28,8 @@ PAGES = {
     "README.md": "zforms", "docs/guide.md": "Guide", "docs/server.md": "Form server", "docs/appearances.md": "Drawing",
     "bindings/python/README.md": "Python", "docs/formats/batch_folder.md": "Batch folder", "docs/formats/store.md": "Store",
     "docs/formats/ini_files.md": "INI files", "docs/architecture.md": "Architecture", "docs/http.md": "HTTP server",
-    "docs/performance.md": "Performance", "docs/windows.md": "Windows", "docs/versions.md": "Versions", "docs/release.md": "Release",
+    "docs/performance.md": "Performance", "docs/scale.md": "Scale",
+    "docs/windows.md": "Windows", "docs/versions.md": "Versions", "docs/release.md": "Release",
     "CHANGELOG.md": "Changes", "SECURITY.md": "Security", "CONTRIBUTING.md": "Contributing",
 }
 REFERENCE = "reference/index.html"

@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 #include <vector>
 
 #include "tool/base/files.h"
 #include "tool/batch/stable_hash.h"
 #include "zforms/platform/files/file_io.h"
+#include "zforms/platform/files/os_file.h"
 
 namespace zforms::tool {
 namespace {
@@ -18,6 +21,7 @@ constexpr std::string_view kPart = ".zforms-part-";
 
 constexpr std::string_view kLock = ".zforms-lock";
 constexpr const char* kNotRecorded = "the record of the batch cannot be written";
+constexpr const char* kMeanwhile = "a file of that name was created in the meantime";
 constexpr size_t kPrinted = 4096;
 
 // True when the PDF is complete. After a crash of the machine a file may lack bytes that never reached the disk.
@@ -39,6 +43,7 @@ uint64_t PrintOf(std::string_view bytes) {
   return PrintOf(bytes.substr(bytes.size() - std::min(bytes.size(), kPrinted)), bytes.size());
 }
 
+// True for the file with that fingerprint. An empty one only kept the name for it: see ClaimAndRename.
 bool HasPrint(const std::filesystem::path& path, uint64_t print) {
   std::ifstream file(path, std::ios::binary | std::ios::ate);
   const std::streamoff size = file.is_open() ? static_cast<std::streamoff>(file.tellg()) : -1;
@@ -46,10 +51,17 @@ bool HasPrint(const std::filesystem::path& path, uint64_t print) {
   std::string tail(std::min(static_cast<size_t>(size), kPrinted), '\0');
   file.seekg(size - static_cast<std::streamoff>(tail.size()));
   file.read(tail.data(), static_cast<std::streamsize>(tail.size()));
-  return file.good() && PrintOf(tail, static_cast<uint64_t>(size)) == print;
+  return file.good() && (size == 0 || PrintOf(tail, static_cast<uint64_t>(size)) == print);
 }
 
 }  // namespace
+
+BatchFolder::BatchFolder(std::string folder, Mode mode, const Shard& shard)
+    : folder_(std::move(folder)), mode_(mode), shard_(shard) {}
+
+std::string BatchFolder::PartPrefix() const {
+  return std::string(kPart) + (shard_.IsPart() ? shard_.Name("-of-") + "." : "");
+}
 
 // Removes the partial files of a killed run.
 void BatchFolder::RemoveLeftOvers() const {
@@ -57,123 +69,208 @@ void BatchFolder::RemoveLeftOvers() const {
   std::vector<std::filesystem::path> left;
   std::filesystem::directory_iterator entries(FilePath(folder_), error);
   for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
-    if (PathText(entries->path().filename()).starts_with(kPart)) left.push_back(entries->path());
+    if (PathText(entries->path().filename()).starts_with(PartPrefix())) left.push_back(entries->path());
   }
   for (const std::filesystem::path& path : left) std::filesystem::remove(path, error);
 }
 
-bool BatchFolder::Take(const std::string& folder, std::string* error) {
-  folder_ = folder;
+bool BatchFolder::Take(BatchFault* fault) {
   std::error_code failed;
-  std::filesystem::create_directories(FilePath(folder), failed);
-  if (!std::filesystem::is_directory(FilePath(folder), failed)) {
-    *error = "the folder " + folder + " cannot be made";
+  std::filesystem::create_directories(FilePath(folder_), failed);
+  if (!std::filesystem::is_directory(FilePath(folder_), failed)) {
+    *fault = {"the folder " + folder_ + " cannot be made", true};
     return false;
   }
+  if (shard_.IsPart()) return true;
   std::string reason;
   switch (lock_.Take(PathOf(std::string(kLock)), &reason)) {
     case OsFileLock::Outcome::kTaken: return true;
-    case OsFileLock::Outcome::kHeldByAnother: *error = "another batch is running in the folder " + folder; break;
-    case OsFileLock::Outcome::kFailed: *error = "the folder " + folder + " cannot be locked: " + reason; break;
+    case OsFileLock::Outcome::kHeldByAnother:
+      *fault = {"another batch is running in the folder " + folder_, true};
+      break;
+    case OsFileLock::Outcome::kFailed: *fault = {"the folder " + folder_ + " cannot be locked: " + reason, true}; break;
   }
   return false;
 }
 
-bool BatchFolder::Open(Mode mode, uint64_t job, std::string* error) {
-  mode_ = mode;
+bool BatchFolder::Open(uint64_t job, BatchFault* fault) {
+  return shard_.IsPart() ? OpenShard(job, fault) : OpenLedger(job, fault);
+}
+
+bool BatchFolder::OpenShard(uint64_t job, BatchFault* fault) {
+  std::error_code failed;
+  if (std::filesystem::exists(FilePath(PathOf(std::string(kLedger))), failed)) {
+    *fault = {"the folder " + folder_ + " holds a batch without shards"};
+    return false;
+  }
+  if (!ledger_.CreateTemporary(&fault->what)) {
+    fault->is_trouble = true;
+    return false;
+  }
+  return record_.Open(folder_, shard_, mode_, job, &ledger_, fault);
+}
+
+// Only now, since an earlier run of this shard may still be alive.
+bool BatchFolder::Finish(BatchFault*) {
+  if (shard_.IsPart()) RemoveLeftOvers();
+  return true;
+}
+
+bool BatchFolder::OpenLedger(uint64_t job, BatchFault* fault) {
+  if (ShardRecord::AnyIn(folder_)) {
+    *fault = {"the folder " + folder_ + " holds a batch of shards"};
+    return false;
+  }
   RemoveLeftOvers();
   std::error_code failed;
   const std::string ledger = PathOf(std::string(kLedger));
   // A run that was killed before it began has left nothing to continue.
-  if (!std::filesystem::exists(FilePath(ledger), failed)) return ledger_.Create(ledger, job, error);
-  switch (mode) {
-    case Mode::kResume: return ledger_.Open(ledger, job, error);
+  if (!std::filesystem::exists(FilePath(ledger), failed)) {
+    fault->is_trouble = !ledger_.Create(ledger, job, &fault->what);
+    return !fault->is_trouble;
+  }
+  switch (mode_) {
+    case Mode::kResume: return ledger_.Open(ledger, job, &fault->what);
     case Mode::kOverwrite: {
       // Files of the earlier batch may still be replaced, even after an interruption.
       std::string ignored;
-      return ledger_.StartOver(ledger, job, &ignored) || ledger_.Create(ledger, job, error);
+      fault->is_trouble = !ledger_.StartOver(ledger, job, &ignored) && !ledger_.Create(ledger, job, &fault->what);
+      return !fault->is_trouble;
     }
     case Mode::kNew: break;
   }
-  *error = "the folder " + folder_ + " holds an earlier batch: --resume continues it, --overwrite starts over";
+  *fault = {"the folder " + folder_ + " holds an earlier batch: --resume continues it, --overwrite starts over"};
   return false;
+}
+
+bool BatchFolder::Record(const Seat& seat, Ledger::State state, uint64_t content) {
+  return !shard_.IsPart() || record_.Append({state, content, seat.line, seat.row, seat.name});
 }
 
 bool BatchFolder::Mark(const Seat& seat, Ledger::State state, uint64_t content) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return ledger_.Mark(seat.name, state, content);
+  return ledger_.Mark(seat.name, state, content) && Record(seat, state, content);
 }
 
-void BatchFolder::Enter(Seat* seat, uint64_t line, std::string* error) {
+void BatchFolder::Enter(Seat* seat, BatchFault* fault) {
   using Claim = Ledger::Claim;
   seat->place = Place::kRefused;
   Ledger::Holder holder;
   const auto enter = [&] {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return ledger_.Enter(seat->name, seat->content, line, &holder);
+    const Claim claim = ledger_.Enter(seat->name, seat->content, seat->line, &holder);
+    // The lines may have moved since the file was written.
+    const bool moved = claim == Claim::kSame && holder.line != seat->line;
+    return moved && !Record(*seat, Ledger::State::kWritten, seat->content) ? Claim::kBroken : claim;
   };
   const Claim claim = enter();
-  if (claim == Claim::kBroken) *error = kNotRecorded;
-  if (claim == Claim::kTaken) *error = "its file \"" + seat->name + "\" is that of line " + std::to_string(holder.line);
+  if (claim == Claim::kBroken) *fault = {kNotRecorded, true};
+  if (claim == Claim::kTaken)
+    *fault = {"its file \"" + seat->name + "\" is that of line " + std::to_string(holder.line)};
   if (claim == Claim::kBroken || claim == Claim::kTaken) return;
+  seat->place = PlaceOf(*seat, claim, holder.print, fault);
+}
 
-  const std::filesystem::path path = FilePath(PathOf(seat->name));
+BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, uint64_t print, BatchFault* fault) {
+  using Claim = Ledger::Claim;
+  const std::filesystem::path path = FilePath(PathOf(seat.name));
   std::error_code failed;
-  if (!std::filesystem::exists(path, failed)) {
-    seat->place = Place::kFree;
-  } else if (claim == Claim::kSame || claim == Claim::kOurs) {
-    seat->place = claim == Claim::kSame && IsWhole(path) ? Place::kWritten : Place::kOurs;
-  } else if (mode_ == Mode::kOverwrite || (claim == Claim::kStarted && HasPrint(path, holder.print))) {
-    if (Mark(*seat, Ledger::State::kStale, 0)) seat->place = Place::kOurs;
-    if (seat->place == Place::kRefused) *error = kNotRecorded;
-  } else {
-    *error = "its file \"" + seat->name + "\" exists already and is not from this batch";
+  if (!std::filesystem::exists(path, failed)) return Place::kFree;
+  if (claim == Claim::kSame && IsWhole(path)) return Place::kWritten;
+  if (claim == Claim::kSame || claim == Claim::kOurs) return Place::kOurs;
+  const bool is_ours = claim == Claim::kStarted && HasPrint(path, print);
+  if (is_ours || (mode_ == Mode::kOverwrite && !shard_.IsPart())) {
+    if (Mark(seat, Ledger::State::kStale, 0)) return Place::kOurs;
+    *fault = {kNotRecorded, true};
+    return Place::kRefused;
   }
+  // A run that was replaced by this one may still be alive and write the same forms.
+  if (shard_.IsPart()) return Place::kUnsure;
+  *fault = {"its file \"" + seat.name + "\" exists already and is not from this batch"};
+  return Place::kRefused;
+}
+
+// For a file that this shard has not recorded: accepts it when it is the form of this row all the same.
+bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* fault) {
+  Chaine there;
+  if (ReadFile(PathOf(seat.name), &there) && there == bytes) return true;
+  *fault = {"it exists already and is not from this shard"};
+  if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
+  return false;
+}
+
+// For file systems without hard links: takes the name by an empty file, which must not exist before.
+bool BatchFolder::ClaimAndRename(const std::string& part, const Seat& seat, BatchFault* fault) {
+  OsFile claim;
+  std::string reason;
+  if (!claim.Open(PathOf(seat.name), OsFile::Mode::kNewShared, &reason)) {
+    const std::error_code code(errno, std::generic_category());
+    std::error_code ignored;
+    const bool is_there = std::filesystem::exists(FilePath(PathOf(seat.name)), ignored);
+    *fault = is_there ? BatchFault{kMeanwhile} : BatchFault::OfSystem(reason, code);
+    return false;
+  }
+  claim.Close();
+  std::error_code failed;
+  std::filesystem::rename(FilePath(part), FilePath(PathOf(seat.name)), failed);
+  if (!failed) return true;
+  *fault = BatchFault::OfSystem(failed.message(), failed);
+  std::filesystem::remove(FilePath(PathOf(seat.name)), failed);
+  return false;
 }
 
 // Moves the file to a name that is not in use.
-bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, uint64_t print, std::string* error) {
-  if (!Mark(seat, Ledger::State::kPlacing, print)) {
-    *error = kNotRecorded;
+bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault) {
+  if (!Mark(seat, Ledger::State::kPlacing, PrintOf(bytes))) {
+    *fault = {kNotRecorded, true};
     return false;
   }
-  const std::filesystem::path from = FilePath(part);
   const std::filesystem::path to = FilePath(PathOf(seat.name));
   std::error_code failed;
   // A hard link never replaces an existing file, unlike a rename.
-  std::filesystem::create_hard_link(from, to, failed);
+  std::filesystem::create_hard_link(FilePath(part), to, failed);
   std::error_code ignored;
-  if (!failed) {
-    std::filesystem::remove(from, ignored);
-    return true;
-  }
-  if (std::filesystem::exists(to, ignored)) {
-    Mark(seat, Ledger::State::kNamed, 0);
-    *error = "a file \"" + seat.name + "\" was created in the meantime";
+  if (failed && !std::filesystem::exists(to, ignored)) {
+    if (std::filesystem::exists(FilePath(part), ignored)) return ClaimAndRename(part, seat, fault);
+    *fault = {"another run of this shard removed the unfinished file", true};
     return false;
   }
-  std::filesystem::rename(from, to, failed);
-  if (failed) *error = failed.message();
-  return !failed;
+  if (failed && shard_.IsPart()) {
+    // Over a network the link may have been made although its reply was lost.
+    if (!AcceptSame(seat, bytes, fault)) return false;
+  } else if (failed) {
+    *fault = {kMeanwhile};
+    if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
+    return false;
+  }
+  std::filesystem::remove(FilePath(part), ignored);
+  return true;
 }
 
-bool BatchFolder::Move(const std::string& part, const Seat& seat, uint64_t print, std::string* error) {
-  if (seat.place == Place::kFree) return MoveToFree(part, seat, print, error);
+bool BatchFolder::Move(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault) {
+  if (seat.place == Place::kFree) return MoveToFree(part, seat, bytes, fault);
   std::error_code failed;
   std::filesystem::rename(FilePath(part), FilePath(PathOf(seat.name)), failed);
-  if (failed) *error = failed.message();
+  if (failed) *fault = BatchFault::OfSystem(failed.message(), failed);
   return !failed;
 }
 
-bool BatchFolder::Write(const Seat& seat, unsigned number, const Chaine& bytes, std::string* error) {
-  const std::string part = PathOf(std::string(kPart) + std::to_string(number));
-  if (!StoreFile(part, bytes, error) || !Move(part, seat, PrintOf(bytes), error)) {
-    std::error_code ignored;
-    std::filesystem::remove(FilePath(part), ignored);
-    return false;
+bool BatchFolder::Write(const Seat& seat, unsigned number, const Chaine& bytes, BatchFault* fault) {
+  if (seat.place == Place::kUnsure) {
+    if (!AcceptSame(seat, bytes, fault)) return false;
+  } else {
+    const std::string thread = (shard_.IsPart() ? std::to_string(record_.Run()) + "-" : "") + std::to_string(number);
+    const std::string part = PathOf(PartPrefix() + thread);
+    const bool stored = StoreFile(part, bytes, &fault->what);
+    fault->is_trouble = !stored;
+    if (!stored || !Move(part, seat, bytes, fault)) {
+      std::error_code ignored;
+      std::filesystem::remove(FilePath(part), ignored);
+      return false;
+    }
   }
   if (Mark(seat, Ledger::State::kWritten, seat.content)) return true;
-  *error = kNotRecorded;
+  *fault = {kNotRecorded, true};
   return false;
 }
 

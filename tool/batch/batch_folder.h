@@ -4,7 +4,10 @@
 #include <mutex>
 #include <string>
 
+#include "tool/batch/batch_output.h"
 #include "tool/batch/ledger.h"
+#include "tool/batch/shard.h"
+#include "tool/batch/shard_record.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/files/os_file_lock.h"
 
@@ -12,47 +15,43 @@ namespace zforms::tool {
 
 // BatchFolder is the output folder of a batch. A form is written under a temporary name and renamed, so that its file
 // is always complete. Files that existed before, and forms of other rows, are never overwritten. The ledger marks a row
-// as done after its file is in place. Only one process at a time uses the folder.
-//
-// Take, Open and Enter are called by one thread at a time, Write by any thread.
-class BatchFolder {
+// as done after its file is in place. Only one process at a time uses the folder, except for shards: these rely on no
+// lock, and a file of a shard appears only where there is none.
+class BatchFolder final : public BatchOutput {
  public:
-  enum class Mode { kNew, kResume, kOverwrite };
-  enum class Place {
-    kFree,     // no such file
-    kOurs,     // a file that may be replaced
-    kWritten,  // the file of this row is there already
-    kRefused,  // see the reason
-  };
-  // The file of a row.
-  struct Seat {
-    std::string name;
-    uint64_t content = 0;  // a hash of the row's values
-    Place place = Place::kRefused;
-  };
+  using Mode = ShardRecord::Start;
 
-  // Creates the folder when it is missing and locks it against other batches. False with a reason when it cannot be
-  // used.
-  bool Take(const std::string& folder, std::string* error);
-  // `job` is a hash of everything that the forms have in common. Precondition: Take.
-  bool Open(Mode mode, uint64_t job, std::string* error);
-  // Reserves the file name of the seat for the row of that line.
-  void Enter(Seat* seat, uint64_t line, std::string* error);
-  // `number` distinguishes threads that write at the same time.
-  bool Write(const Seat& seat, unsigned number, const Chaine& bytes, std::string* error);
+  BatchFolder(std::string folder, Mode mode, const Shard& shard);
+
+  // Creates the folder when it is missing and locks it against other batches.
+  bool Take(BatchFault* fault) override;
+  bool Open(uint64_t job, BatchFault* fault) override;
+  void Enter(Seat* seat, BatchFault* fault) override;
+  bool Write(const Seat& seat, unsigned number, const Chaine& bytes, BatchFault* fault) override;
+  bool Finish(BatchFault* fault) override;
 
  private:
   std::string PathOf(const std::string& name) const { return folder_ + "/" + name; }
+  // The temporary names of this batch or shard begin so.
+  std::string PartPrefix() const;
   void RemoveLeftOvers() const;
+  bool OpenShard(uint64_t job, BatchFault* fault);
+  bool OpenLedger(uint64_t job, BatchFault* fault);
   bool Mark(const Seat& seat, Ledger::State state, uint64_t content);
-  bool Move(const std::string& part, const Seat& seat, uint64_t print, std::string* error);
-  bool MoveToFree(const std::string& part, const Seat& seat, uint64_t print, std::string* error);
+  bool Record(const Seat& seat, Ledger::State state, uint64_t content);
+  Place PlaceOf(const Seat& seat, Ledger::Claim claim, uint64_t print, BatchFault* fault);
+  bool Move(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault);
+  bool MoveToFree(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault);
+  bool ClaimAndRename(const std::string& part, const Seat& seat, BatchFault* fault);
+  bool AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* fault);
 
-  std::string folder_;
+  const std::string folder_;
+  const Mode mode_;
+  const Shard shard_;
   OsFileLock lock_;
-  Mode mode_ = Mode::kNew;
-  std::mutex mutex_;  // protects the ledger
+  std::mutex mutex_;  // protects the ledger and the record
   Ledger ledger_;
+  ShardRecord record_;
 };
 
 }  // namespace zforms::tool

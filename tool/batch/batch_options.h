@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/batch/shard.h"
 #include "tool/forms/drawing_options.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/platform/base/secret_text.h"
@@ -16,11 +17,14 @@ struct BatchOptions {
   std::string maps;
   std::string section;
   std::vector<std::string> rubrics;  // "NAME=FILE", or "NAME" for the rubric of the rows
-  std::string folder;
+  std::string folder;                // "-" for an archive at standard output
+  std::string merged;                // one PDF file for all rows, instead of a folder
   std::string name;
   std::string report;
   SecretString password;
-  unsigned jobs = 0;  // 0 for the number of cores
+  Shard shard;
+  std::vector<std::string> merged_reports;  // of shards; nothing is filled then
+  unsigned jobs = 0;                        // 0 for the number of cores
   bool stop_on_error = false;
   bool resume = false;
   bool overwrite = false;

@@ -43,9 +43,7 @@ bool BatchReport::Open(const std::string& path) {
   path_ = path;
   file_.open(FilePath(path + ".part"), std::ios::binary | std::ios::trunc);
   file_ << "{\n\"failures\": [";
-  if (file_.good()) return true;
-  Console(path).Fail("the report cannot be written");
-  return false;
+  return file_.good();
 }
 
 void BatchReport::Filled() {
@@ -88,6 +86,14 @@ void BatchReport::Warned(const Row& row, const std::string& file, const std::str
   warned_++;
 }
 
+void BatchReport::Trouble(const std::string& what) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (has_trouble_) return;
+  ClearProgress();
+  console_.Fail(what);
+  has_trouble_ = true;
+}
+
 void BatchReport::ShowProgress() {
   if (!on_terminal_ || Clock::now() - shown_ < kProgressInterval) return;
   shown_ = Clock::now();
@@ -106,16 +112,16 @@ void BatchReport::ClearProgress() {
   progress_shown_ = false;
 }
 
-void BatchReport::Finish(const BatchOptions& options, bool stopped, unsigned jobs) {
+bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
   ClearProgress();
   const double seconds = Seconds();
-  if (on_terminal_ || failed_ > 0) {
+  if (on_terminal_ || failed_ > 0 || outcome.stopped) {
     std::string line = "zforms: " + Rows(filled_) + " filled in " + TimeText(seconds);
     if (found_ > 0) line += ", " + Rows(found_) + " filled before";
     if (failed_ > 0) line += ", " + Rows(failed_) + " not filled";
-    std::fputs((line + (stopped ? ", stopped there\n" : "\n")).c_str(), stderr);
+    std::fputs((line + (outcome.stopped ? ", stopped there\n" : "\n")).c_str(), stderr);
   }
-  if (!file_.is_open()) return;
+  if (!file_.is_open()) return true;
   file_ << (failed_ == 0 ? "],\n" : "\n],\n");
   const auto member = [this](const char* name, const Json& value, bool last = false) {
     file_ << "\"" << name << "\": " << Dump(value) << (last ? "\n}\n" : ",\n");
@@ -134,13 +140,17 @@ void BatchReport::Finish(const BatchOptions& options, bool stopped, unsigned job
         {{"line", warning.line}, {"row", warning.row}, {"file", warning.file}, {"message", warning.what}});
   }
   member("warnings", warnings);
-  member("stopped", stopped);
-  member("jobs", jobs);
+  member("stopped", outcome.stopped);
+  if (options.shard.IsPart()) member("shard", options.shard.Text());
+  member("status", outcome.status);
+  member("jobs", outcome.jobs);
   member("seconds", seconds, true);
   file_.close();
   std::error_code error;
   if (file_.good()) std::filesystem::rename(FilePath(path_ + ".part"), FilePath(path_), error);
-  if (!file_.good() || error) Console(path_).Fail("the report cannot be written");
+  if (file_.good() && !error) return true;
+  Console(path_).Fail("the report cannot be written");
+  return false;
 }
 
 }  // namespace zforms::tool

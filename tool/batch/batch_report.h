@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <fstream>
@@ -21,7 +22,7 @@ class BatchReport {
   // `console` prints the faults of the data.
   explicit BatchReport(Console& console);
 
-  // Begins the report in a temporary file beside `path`. On failure prints the reason and returns false.
+  // Begins the report in a temporary file beside `path`; false when it cannot be written.
   bool Open(const std::string& path);
 
   void Filled();
@@ -30,12 +31,19 @@ class BatchReport {
   // Counts a row that was filled in an earlier run.
   void Found();
   void Failed(const Row& row, const std::string& field, const std::string& file, const std::string& what);
+  // Prints why the batch cannot go on. Only the first of several reasons is printed.
+  void Trouble(const std::string& what);
+  bool HasTrouble() const { return has_trouble_; }
   // Sets how much of the data was read, from 0 to 1; negative when unknown.
   void ReadSoFar(double part);
 
-  // Ends the progress line and the report. Prints how many rows failed.
-  void Finish(const BatchOptions& options, bool stopped, unsigned jobs);
-  uint64_t FailedCount() const { return failed_; }
+  // Ends the progress line and the report. Prints how many rows failed. False when the report cannot be written.
+  struct Outcome {
+    bool stopped;  // before the last row
+    unsigned jobs;
+    int status;
+  };
+  bool Finish(const BatchOptions& options, const Outcome& outcome);
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -61,6 +69,7 @@ class BatchReport {
   uint64_t found_ = 0;
   uint64_t failed_ = 0;
   uint64_t warned_ = 0;
+  std::atomic<bool> has_trouble_ = false;
   std::vector<Warning> warnings_;
   std::string path_;
   std::ofstream file_;

@@ -38,11 +38,12 @@ struct Ledger::Statements {
         enter(database,
               "INSERT INTO names VALUES(?, ?, ?, ?, ?) ON CONFLICT(name) DO UPDATE SET state = excluded.state, "
               "line = excluded.line, run = excluded.run"),
+        restore(database, "INSERT OR REPLACE INTO names VALUES(?, ?, ?, ?, ?)"),
         mark(database, "UPDATE names SET state = ?, content = ? WHERE name = ?"),
         begin(database, "BEGIN"),
         commit(database, "COMMIT") {}
 
-  Statement find, enter, mark, begin, commit;
+  Statement find, enter, restore, mark, begin, commit;
 };
 
 Ledger::Ledger() = default;
@@ -94,6 +95,31 @@ bool Ledger::Create(const std::string& path, uint64_t job, std::string* error) {
   if (MakeTables(job)) return true;
   *error = "the record of the batch, " + path + ", cannot be written: " + sqlite3_errmsg(database_);
   return false;
+}
+
+bool Ledger::CreateTemporary(std::string* error) {
+  Close();
+  path_.clear();
+  // An empty path is a file that SQLite removes.
+  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  if (sqlite3_open_v2("", &database_, flags, nullptr) == SQLITE_OK &&
+      Execute("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF") && MakeTables(0)) {
+    return true;
+  }
+  *error = std::string("a temporary file cannot be made: ") + sqlite3_errmsg(database_);
+  return false;
+}
+
+bool Ledger::Restore(std::string_view name, State state, uint64_t content, uint64_t line) {
+  const Chaine key = FoldFileName(name);
+  constexpr uint64_t kEarlierRun = 0;
+  Statement& restore = statements_->restore.Restart().Bind(key).Bind(static_cast<uint64_t>(state)).Bind(content);
+  return Begin() && restore.Bind(line).Bind(kEarlierRun).Run();
+}
+
+bool Ledger::MarkAllStale() {
+  constexpr auto kStale = static_cast<uint64_t>(State::kStale);
+  return Statement(database_, "UPDATE names SET state = ? WHERE state > ?").Bind(kStale).Bind(kStale).Run();
 }
 
 // Reads all of it: damage must not make a row look finished.

@@ -14,7 +14,8 @@ class Statement;
 // Ledger records which row of a batch has which file name, and what that file contains, so that no two rows have the
 // same and an interrupted batch can continue. It is an SQLite database with one record for each name: memory does not
 // grow with the number of rows, and what was recorded stays when the process is killed. Names that differ in letter
-// case or in how an accent is written are the same. One process at a time (see BatchFolder), one thread at a time.
+// case or in how an accent is written are the same. One process at a time (see BatchFolder), one thread at a time. A
+// shard, whose folder may be used by several machines, keeps a temporary ledger and its record apart (see ShardRecord).
 class Ledger {
  public:
   // The state of a row's file. If a run is killed at any point, at worst the file is made again.
@@ -33,7 +34,7 @@ class Ledger {
     kBroken,   // the ledger cannot be read or written
   };
   struct Holder {
-    uint64_t line = 0;   // line of the other row, with kTaken
+    uint64_t line = 0;   // line of the other row, with kTaken; of the row when it was entered, with kSame
     uint64_t print = 0;  // fingerprint of the file, with kStarted
   };
 
@@ -47,6 +48,13 @@ class Ledger {
   bool Open(const std::string& path, uint64_t job, std::string* error);
   // Opens the ledger of an earlier job for this one: its files may be replaced and are outdated.
   bool StartOver(const std::string& path, uint64_t job, std::string* error);
+
+  // Makes an empty ledger in a temporary file of the system, which is gone with the object.
+  bool CreateTemporary(std::string* error);
+  // Puts in what an earlier run recorded. Precondition, also below: CreateTemporary.
+  bool Restore(std::string_view name, State state, uint64_t content, uint64_t line);
+  // The files that are on record may be replaced and are outdated.
+  bool MarkAllStale();
 
   // Reserves the name for a row of this run.
   Claim Enter(std::string_view name, uint64_t content, uint64_t line, Holder* holder);

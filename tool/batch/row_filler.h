@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,8 +21,12 @@ class RowFiller {
 
   // The form filled with the values of the row, which the fields must accept. What could not be drawn is said.
   Chaine Fill(const Row& row, ZFormMessages* messages);
+  // The same, flattened, as a document: see FormPress::FillFlatDocument.
+  std::unique_ptr<ZAcroForm> FillFlat(const Row& row, ZFormMessages* messages);
 
  private:
+  void TakeValues(const Row& row);
+
   const BatchPlan& plan_;
   BatchPlan::Match match_;
   FormPress press_;

@@ -11,8 +11,8 @@ namespace zforms::tool {
 
 // Options that several commands share, with the same help text.
 
-inline void AddFile(CLI::App* command, std::string* file) {
-  command->add_option("FILE", *file, "The PDF file, or \"-\" for standard input.")->required();
+inline CLI::Option* AddFile(CLI::App* command, std::string* file) {
+  return command->add_option("FILE", *file, "The PDF file, or \"-\" for standard input.")->required();
 }
 
 inline void AddFonts(CLI::App* command, std::vector<std::string>* fonts) {

@@ -30,7 +30,8 @@ constexpr const char* kExamples = R"(Examples:
   curl -s http://localhost/form.pdf | zforms fill - data.xfdf -o - > filled.pdf
 
 "-" is standard input or standard output. The exit status is 0 when all is done, 3 when it
-is done with warnings, 2 when it failed. Messages go to standard error:
+is done with warnings, 2 when it failed, 75 when a batch may succeed if it is tried again.
+Messages go to standard error:
 "zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" explains each command.)";
 
 // The width of help in columns on a wider terminal, and in a file.
@@ -199,20 +200,30 @@ class CommandLine {
             "A column feeds the field of its name, or the fields that the maps name. Two rows never get\n"
             "the same file, no file from elsewhere is overwritten, and no file is half written. --resume\n"
             "continues a batch that was interrupted. A null leaves the field unchanged; data without any\n"
-            "value are not an error. Damage in the form is reported, and the exit\n"
-            "status is 3.",
+            "value are not an error. Damage in the form is reported, and the exit status is 3.\n\n"
+            "Several machines can share a batch: each makes one shard, --shard I/N, in the same folder.\n"
+            "Afterwards --merge-reports joins their reports, and names rows that wanted one file name.\n\n"
+            "The exit status is 0 when all rows are filled, 3 when some are not or there are warnings, 2\n"
+            "when the form, the data or the command are wrong: another try would give the same. It is 75\n"
+            "after trouble that may pass, such as a full disk or a missing folder, and after a request to\n"
+            "stop (SIGTERM): run the command again with --resume.",
             "  zforms batch form.pdf --data rows.csv --out filled\n"
             "  zforms batch form.pdf --data rows.csv --out filled --name '{id}-{name}.pdf' --report report.json\n"
-            "  zforms batch form.pdf --data rows.jsonl --map maps.ini --section Member --out filled --resume",
+            "  zforms batch form.pdf --data rows.jsonl --map maps.ini --section Member --out filled --resume\n"
+            "  zforms batch form.pdf --data rows.csv --out - | ssh store 'cat > filled.tar'\n"
+            "  zforms batch form.pdf --data rows.csv --merge letters.pdf\n"
+            "  zforms batch form.pdf --data rows.csv --out filled --shard 3/8 --report 3.json --resume\n"
+            "  zforms batch --merge-reports 1.json 2.json 3.json --out filled --report report.json",
             [this] { return RunBatch(batch_); });
-    AddFile(command, &batch_.file);
-    command
-        ->add_option(
-            "--data", batch_.data,
-            "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON list.")
-        ->required();
-    command->add_option("--out", batch_.folder, "The folder for the filled forms; it is created when missing.")
-        ->required();
+    CLI::Option* file = AddFile(command, &batch_.file)->required(false);
+    CLI::Option* const data = command->add_option(
+        "--data", batch_.data,
+        "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON list.");
+    CLI::Option* const out = command->add_option(
+        "--out", batch_.folder,
+        "The folder for the filled forms; it is created when missing. \"-\" writes them to standard "
+        "output as a tar archive, in the order of the rows.");
+    AddShards(command, file, data, out);
     command->add_option("--name", batch_.name,
                         "The names of the files, with {column} for the row's values and {row} for its number.");
     AddMaps(command, &batch_.maps, &batch_.section, "--map");
@@ -240,6 +251,38 @@ class CommandLine {
     AddCalculate(command, &batch_.calculate);
     command->add_flag("--flatten", batch_.flatten,
                       "Make all fields part of the pages after filling, as \"zforms flatten\" does.");
+  }
+
+  // The reports of shards are joined without form and data, which are needed otherwise.
+  void AddShards(CLI::App* command, CLI::Option* file, CLI::Option* data, CLI::Option* out) {
+    command
+        ->add_option("--merge", batch_.merged,
+                     "Write one PDF file with the pages of all rows, in their order: flattened, with the names of the "
+                     "rows as its outline.")
+        ->type_name("FILE")
+        ->excludes(out);
+    command
+        ->add_option_function<std::string>(
+            "--shard", [this](const std::string& text) { batch_.shard.Parse(text); },
+            "Fill only the rows of one of N parts, I/N: row I, I+N, I+2N and so on. The shards share the folder and "
+            "may "
+            "run on different machines at the same time.")
+        ->type_name("I/N")
+        ->check([](const std::string& text) {
+          return Shard().Parse(text) ? "" : "--shard: \"" + text + "\" is not I/N, such as 3/8";
+        });
+    CLI::Option* merge =
+        command
+            ->add_option("--merge-reports", batch_.merged_reports,
+                         "Fill nothing, but join these reports of all shards to one, in the file of --report or at "
+                         "standard output.")
+            ->type_name("REPORT...");
+    command->parse_complete_callback([this, file, data, out, merge] {
+      for (const CLI::Option* option : {file, data}) {
+        if (merge->count() == 0 && option->count() == 0) throw CLI::RequiredError(option->get_name());
+      }
+      if (out->count() == 0 && batch_.merged.empty()) throw CLI::RequiredError("--out or --merge");
+    });
   }
 
   void AddCheck() {

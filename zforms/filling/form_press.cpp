@@ -131,22 +131,28 @@ bool FormPress::IsChanged() const {
   return std::any_of(objects_.begin(), objects_.end(), [](const auto* object) { return object->IsModified(); });
 }
 
-Chaine FormPress::FillFlat(const std::vector<Value>& values, ZFormMessages* messages) const {
-  ZAcroForm form(original_);
-  ZCheckedFiller filler(form);
+std::unique_ptr<ZAcroForm> FormPress::FillFlatDocument(const std::vector<Value>& values,
+                                                       ZFormMessages* messages) const {
+  auto form = std::make_unique<ZAcroForm>(original_);
+  ZCheckedFiller filler(*form);
   filler.SetLocks([this](const Chaine& name) { return guard_.LockOf(name); });
-  const auto scripts = ScriptsOf(form);
+  const auto scripts = ScriptsOf(*form);
   filler.SetScripts(scripts.get());
   FillWith(filler, values, messages);
   PTableau<ZAcroFormField*> changed = filler.TakeChanged();
-  if (!form.Parser()->ModifiedObjects().empty()) {
-    if (fonts_) FormDrawing(form, *fonts_, &guard_, scripts.get()).Draw(std::move(changed), messages);
-    guard_.Drop(form);
+  if (!form->Parser()->ModifiedObjects().empty()) {
+    if (fonts_) FormDrawing(*form, *fonts_, &guard_, scripts.get()).Draw(std::move(changed), messages);
+    guard_.Drop(*form);
   }
-  if (!FlattenForm(form, {}, guard_.Options(), messages)) return {};
+  return FlattenForm(*form, {}, guard_.Options(), messages) ? std::move(form) : nullptr;
+}
+
+Chaine FormPress::FillFlat(const std::vector<Value>& values, ZFormMessages* messages) const {
+  const std::unique_ptr<ZAcroForm> form = FillFlatDocument(values, messages);
+  if (form == nullptr) return {};
   Chaine bytes;
   ZInetChaineOStream out(bytes);
-  return form.Save(out) ? bytes : Chaine();
+  return form->Save(out) ? bytes : Chaine();
 }
 
 Chaine FormPress::Fill(const std::vector<Value>& values, ZFormMessages* messages) {

@@ -46,6 +46,9 @@ class ZFORMS_API FormPress {
   // The filled form; the fields must accept the values. What could not be drawn or computed is said, unless `messages`
   // is null. Empty when the form cannot be flattened.
   Chaine Fill(const std::vector<Value>& values, ZFormMessages* messages = nullptr);
+  // The same, filled and flattened, as a document that is not saved: its changed objects are marked. Null when the form
+  // cannot be flattened.
+  std::unique_ptr<ZAcroForm> FillFlatDocument(const std::vector<Value>& values, ZFormMessages* messages) const;
 
  private:
   // A dictionary that filling may change, and its original.

@@ -5,12 +5,13 @@
 #include <string>
 
 #include "zforms/platform/base/chaine.h"
+#include "zforms/platform/base/export.h"
 
 namespace zforms {
 
 // OsFile is one open file of the operating system, closed by its destructor; used by one thread at a time. Implemented
 // by os_file_posix.cpp and os_file_win32.cpp. Paths are UTF-8; opening a path that contains a zero byte fails.
-class OsFile {
+class ZFORMS_API OsFile {
  public:
   enum class Mode {
     kRead,

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+#include "zforms/filling/row.h"
+
+namespace zforms {
+class ZAcroForm;
+}
+
+namespace zforms::tool {
+
+class BatchPlan;
+struct BatchOptions;
+
+// Hashes by which a later run recognizes what an earlier one made; the same on every machine.
+
+// Of the names and values of a row.
+uint64_t HashOf(const Row& row);
+// Of everything that the forms of a batch have in common.
+uint64_t JobOf(const BatchOptions& options, const ZAcroForm& form, const BatchPlan& plan);
+
+}  // namespace zforms::tool

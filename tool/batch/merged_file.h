@@ -1,0 +1,109 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "tool/batch/row_pages.h"
+
+namespace zforms::tool {
+
+// The offsets of the objects of a file that is being written, by their numbers: kept in a temporary file, so that
+// memory does not grow with their number.
+class OffsetFile {
+ public:
+  ~OffsetFile();
+  // Creates the file, which is removed with this object.
+  bool Open(const std::string& path);
+  // The next number, from `Reserve` on.
+  uint32_t Allocate();
+  void Reserve(uint32_t numbers);
+  void Set(uint32_t number, uint64_t offset);
+  uint32_t Count() const { return first_ + static_cast<uint32_t>(window_.size()); }
+  // Calls `take` with the offset of each number from 0, 0 where there is none. False when the file failed at any time.
+  bool ForEach(const std::function<bool(uint64_t offset)>& take);
+
+ private:
+  void Flush();
+
+  std::string path_;
+  std::FILE* file_ = nullptr;
+  bool failed_ = false;
+  uint32_t first_ = 0;  // the first number of the window; those before it are in the file
+  std::vector<uint64_t> window_;
+};
+
+// MergedFile writes one PDF file from the pages of many rows, one after the other: a balanced page tree, an outline
+// with an item for each row, the objects that the rows share, and a cross-reference stream (ISO 32000-1 7.5.8). Objects
+// that are equal to one of the last some thousands are written once. Memory does not grow with the number of rows. One
+// thread at a time.
+class MergedFile {
+ public:
+  // The object of the template with that number.
+  using SharedObject = std::function<LooseObject(uint32_t number)>;
+
+  explicit MergedFile(SharedObject shared);
+  ~MergedFile();
+
+  // Begins the file under a temporary name beside `path`, with this line as its header. `highest` is the highest number
+  // of an object of the template.
+  bool Open(const std::string& path, const std::string& header, uint32_t highest);
+  // Appends the pages of a row, with `title`, a PDF text string, in the outline. False when the file cannot be written.
+  bool Add(const RowPages& pages, const std::string& title);
+  // Ends the file and gives it its name. `catalog` has entries of the catalog: keys, and values of the template.
+  bool Finish(const std::vector<std::pair<std::string, LooseObject>>& catalog);
+  // The size so far, in bytes.
+  uint64_t Size() const { return size_; }
+
+ private:
+  // A node of the page tree that is not full, one for each level from the lowest.
+  struct TreeNode {
+    uint32_t number = 0;
+    uint64_t pages = 0;
+    std::vector<uint32_t> kids;
+  };
+  using Digest = std::string;
+
+  bool Put(std::string_view bytes);
+  void Begin(uint32_t number);
+  void WriteObject(uint32_t number, std::string_view text);
+  uint32_t AddToTree(size_t level, uint32_t kid, uint64_t pages);
+  uint32_t NodeOf(size_t level);
+  void CloseNode(size_t level);
+  uint32_t CloseTree();
+  void WriteItem(uint32_t next);
+  std::string Resolve(const LooseObject& object, const std::function<uint32_t(const LooseObject::Reference&)>& number);
+  void WriteShared();
+  static Digest DigestOf(const std::string& text);
+  uint32_t FindSame(const Digest& digest) const;
+  void Remember(const Digest& digest, uint32_t number);
+  bool WriteXref(uint32_t catalog);
+
+  const SharedObject shared_;
+  std::string path_;
+  std::FILE* file_ = nullptr;
+  bool failed_ = false;
+  uint64_t size_ = 0;
+  Digest identifier_;  // of the file: made from all its contents
+  OffsetFile offsets_;
+  std::vector<bool> is_shared_;  // by number: written, or going to be
+  std::vector<uint32_t> to_share_;
+  std::vector<TreeNode> tree_;
+  // Of the row whose item of the outline is not written yet.
+  struct Item {
+    uint32_t number = 0, previous = 0, page = 0;
+    std::string title;
+  } item_;
+  uint32_t outline_ = 0, first_item_ = 0;
+  uint64_t items_ = 0;
+  // Digests of the objects written last, in two generations.
+  std::array<std::unordered_map<Digest, uint32_t>, 2> written_;
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace zforms {
+class ZAcroForm;
+class ZPDFNode;
+class ZPDFNodeDictionary;
+class ZPDFNodeIndirectObject;
+}  // namespace zforms
+
+namespace zforms::tool {
+
+// The text of an object, without the numbers of the objects that it refers to.
+struct LooseObject {
+  struct Reference {
+    enum class To {
+      kShared,  // an object of the template, by its number
+      kOwn,     // an object of the row, by its number in the row's document
+      kParent,  // the node of the page tree
+    };
+    size_t at = 0;  // where the number is missing in the text
+    To to = To::kShared;
+    uint32_t number = 0;
+  };
+
+  uint32_t number = 0;  // in its document
+  std::string text;
+  std::vector<Reference> references;
+};
+
+// The pages of a row's flattened form, with all that they need and the template does not have. An object comes after
+// the objects that it refers to, except in circles.
+struct RowPages {
+  std::vector<uint32_t> pages;  // their numbers in the row's document, in order
+  std::vector<LooseObject> objects;
+};
+
+// RowPagesMaker takes the pages out of the flattened forms of rows. The objects that are as in the template, and lead
+// to nothing that is not, are left to be shared by all rows. Made from the template; then any thread may use it.
+class RowPagesMaker {
+ public:
+  explicit RowPagesMaker(ZAcroForm& form);
+
+  // `flat` is a copy of the form that was filled and flattened.
+  RowPages Make(ZAcroForm& flat) const;
+  // An object of the template, all of whose references are to shared objects.
+  static LooseObject Shared(const ZPDFNodeIndirectObject& object);
+  // The text of a value, such as an entry of the catalog, with its references to shared objects.
+  static LooseObject Shared(const ZPDFNode& value);
+  // Numbers up to this one are of objects of the template.
+  uint32_t HighestNumber() const { return highest_; }
+
+ private:
+  using Numbers = std::unordered_set<uint32_t>;
+  Numbers OwnOf(ZAcroForm& flat, std::vector<uint32_t> open) const;
+
+  uint32_t highest_ = 0;
+  // For each object that pages need, those that refer to it.
+  std::unordered_map<uint32_t, std::vector<uint32_t>> referrers_;
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/batch/batch_output.h"
+#include "tool/batch/ledger.h"
+#include "tool/batch/shard.h"
+#include "zforms/platform/files/os_file.h"
+
+namespace zforms::tool {
+
+// ShardRecord is what a shard of a batch writes down about its files, in the folder of the forms, which several
+// machines may use at the same time. Each run creates a file of its own, which must not exist before, and only appends
+// to it. A later run of the shard reads the files of the earlier ones. So no lock is needed, and a run that is still
+// alive when another one is started in its place does no harm. See docs/formats/batch_folder.md. One thread at a time.
+class ShardRecord {
+ public:
+  enum class Start { kNew, kResume, kOverwrite };
+  struct Entry {
+    Ledger::State state;
+    uint64_t content, line, row;
+    std::string_view name;
+  };
+
+  // Puts what earlier runs of this shard recorded into the ledger, and creates the file of this run. Refuses a folder
+  // with a batch that is not divided like this one, or that makes other forms.
+  bool Open(const std::string& folder, const Shard& shard, Start start, uint64_t job, Ledger* ledger,
+            BatchFault* fault);
+  bool Append(const Entry& entry);
+  // The number of this run, from 1.
+  uint64_t Run() const { return run_; }
+
+  // The files of one shard in the folder, in the order of their runs; an empty list also when the folder cannot be
+  // read.
+  static std::vector<std::string> FilesOf(const std::string& folder, const Shard& shard);
+  // True when any shard has a record in the folder.
+  static bool AnyIn(const std::string& folder);
+  // Calls `take` for each complete entry of a file. False when it is not such a file. `take` stops it by false.
+  static bool Read(const std::string& path, const std::function<bool(const Entry&)>& take);
+
+ private:
+  bool Create(const std::string& folder, const Shard& shard, Start start, BatchFault* fault);
+  static void Restore(const std::string& path, Ledger* ledger, BatchFault* fault);
+
+  uint64_t job_ = 0;
+  uint64_t run_ = 0;
+  OsFile file_;
+};
+
+}  // namespace zforms::tool
