@@ -20,7 +20,8 @@ CLI::App* Add(CLI::App& app, const char* name, const char* what, const std::stri
 
 void AddData(CLI::App* command, std::string* data) {
   *data = kDefaultData;
-  command->add_option("--data,--store", *data, "The data folder of the server.")->capture_default_str();
+  command->add_option("--data,--store", *data, "The data folder of the server, or its store as postgresql://...")
+      ->capture_default_str();
 }
 
 void AddServe(CLI::App& app, std::function<int()>* run) {
@@ -34,7 +35,9 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
           options, RunServe, run);
   command->add_option("--templates", options->templates,
                       "The folder of the forms: CODE.pdf, and CODE.ini for its maps.");
-  command->add_option("--data,--store", options->data, "The folder of the store; the default is \"zforms-data\".");
+  command->add_option("--data,--store", options->data,
+                      "The folder of the store; the default is \"zforms-data\". Or postgresql://..., a database that "
+                      "several servers share.");
   command->add_option(
       "--config", options->config,
       "An INI file with these options in its section [Server]; options on the command line take precedence.");
@@ -128,9 +131,12 @@ void AddStore(CLI::App& app, std::function<int()>* run) {
   const auto options = std::make_shared<StoreOptions>();
   CLI::App* command =
       Add(app, "store", "Upgrade the store of a server, or copy it.",
-          "\"upgrade\" brings the tables of a data folder to the version of this program. \"copy\" copies\n"
-          "everything into another folder, which must be empty, in one transaction.",
-          "  zforms store upgrade office\n  zforms store copy office copy", options, RunStore, run);
+          "A store is a data folder, or postgresql://[USER@]HOST/DATABASE. \"upgrade\" brings its tables to\n"
+          "the version of this program. \"copy\" copies everything into another store, which must be\n"
+          "empty, in one transaction. Put no password into the address: the file ~/.pgpass, a service\n"
+          "file of PostgreSQL or the variable PGPASSWORD has it.",
+          "  zforms store upgrade office\n  zforms store copy office postgresql://forms@db.example/office", options,
+          RunStore, run);
   command->add_option("ACTION", options->action, "\"upgrade\" or \"copy\".")
       ->required()
       ->check(CLI::IsMember({"upgrade", "copy"}));

@@ -1,5 +1,7 @@
 #include "tool/store/store_opening.h"
 
+#include "tool/store/postgres_address.h"
+#include "tool/store/postgres_store.h"
 #include "tool/store/sqlite_store.h"
 
 namespace zforms::tool {
@@ -14,21 +16,26 @@ std::string WhyNotUsable(int version) {
 }
 
 std::unique_ptr<Store> OpenStore(const std::string& address, Store::Mode mode, std::string* error) {
+  if (IsPostgresAddress(address)) return PostgresStore::Open(address, mode, error);
   return SqliteStore::Open(address, mode, error);
 }
 
 bool UpgradeStore(const std::string& address, int* before, std::string* error) {
+  if (IsPostgresAddress(address)) return PostgresStore::Upgrade(address, before, error);
   return SqliteStore::Upgrade(address, before, error);
 }
 
 bool CopyStore(Store& from, Store& to, std::string* error) {
   bool is_read = true;
-  const bool loaded = to.Load([&](StoreSink& sink) { return is_read = from.VisitAll(sink); });
-  // A source that cannot be read has a reason; one that was read to a sink that fails has none.
-  if (!loaded) *error = to.LastError().empty() && !is_read ? from.LastError() : to.LastError();
-  return loaded;
+  if (to.Load([&](StoreSink& sink) { return is_read = from.VisitAll(sink); })) return true;
+  // When the target has no reason, it was the source that failed.
+  *error = to.LastError();
+  if (!is_read && (error->empty() || *error == "not an error")) *error = from.LastError();
+  return false;
 }
 
-std::string ShownAddress(const std::string& address) { return address; }
+std::string ShownAddress(const std::string& address) {
+  return IsPostgresAddress(address) ? WithoutPasswords(address) : address;
+}
 
 }  // namespace zforms::tool

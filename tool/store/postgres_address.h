@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zforms::tool {
+
+// Whether the address of a store names a database of PostgreSQL: "postgresql://..." or "postgres://...".
+bool IsPostgresAddress(std::string_view address);
+
+// The address without its passwords, whether they stand before the host or among the parameters.
+std::string WithoutPasswords(std::string_view address);
+
+// False when a message of libpq could show a part of a password: the address has more than one "@", or one behind the
+// host, so that it is unclear where the password ends.
+bool IsUnambiguous(std::string_view address);
+
+}  // namespace zforms::tool

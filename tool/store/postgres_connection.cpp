@@ -1,0 +1,283 @@
+#include "tool/store/postgres_connection.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "tool/store/postgres_address.h"
+
+namespace zforms::tool {
+namespace {
+
+// Values of libpq's enumerations.
+constexpr int kConnectionOk = 0;
+constexpr int kPollingReading = 1;
+constexpr int kPollingOk = 3;
+constexpr int kCommandOk = 1;
+constexpr int kTuplesOk = 2;
+constexpr int kDiagState = 'C';
+constexpr int kDiagMessage = 'M';
+constexpr int kText = 0;
+constexpr int kBinary = 1;
+// The number of the type bytea in every database.
+constexpr uint32_t kBytea = 17;
+
+// The tables have a schema of their own. An answer is given after the commit is safe, whatever the database's default.
+constexpr char kSession[] =
+    "SET search_path = zforms; SET lock_timeout = '10s'; SET idle_in_transaction_session_timeout = '5min'; "
+    "SELECT set_config('synchronous_commit', 'on', false) WHERE current_setting('synchronous_commit') = 'off'";
+
+int MillisecondsTo(Deadline deadline) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+  return static_cast<int>(std::clamp<int64_t>(left, 0, 60'000));
+}
+
+void Ignore(void*, const char*) {}
+
+// Lines joined to one.
+std::string OneLine(std::string_view text) {
+  std::string line;
+  for (const char c : text) line += c == '\n' || c == '\t' ? ' ' : c;
+  while (line.ends_with(' ')) line.pop_back();
+  return line;
+}
+
+void AppendBigEndian(std::string* bytes, uint32_t number) {
+  for (int shift = 24; shift >= 0; shift -= 8) *bytes += static_cast<char>(number >> shift);
+}
+
+uint64_t BigEndian(std::string_view bytes) {
+  uint64_t number = 0;
+  for (const char c : bytes) number = number << 8 | static_cast<uint8_t>(c);
+  return number;
+}
+
+}  // namespace
+
+// --- parameters ---
+
+PostgresParameters& PostgresParameters::Add(std::string value, int format) {
+  values_.push_back(std::move(value));
+  formats_.push_back(format);
+  return *this;
+}
+
+PostgresParameters& PostgresParameters::Number(uint64_t number) {
+  return Add(std::to_string(static_cast<int64_t>(number)), kText);
+}
+
+PostgresParameters& PostgresParameters::Text(std::string_view text) { return Add(std::string(text), kText); }
+
+PostgresParameters& PostgresParameters::Bytes(std::string_view bytes) { return Add(std::string(bytes), kBinary); }
+
+// An array on the wire: dimensions, whether it has nulls, the type; the size and the first index of each dimension;
+// each item with its length.
+PostgresParameters& PostgresParameters::ByteArray(const std::vector<std::string_view>& items) {
+  std::string bytes;
+  for (const uint32_t number : {items.empty() ? 0U : 1U, 0U, kBytea}) AppendBigEndian(&bytes, number);
+  if (!items.empty()) {
+    AppendBigEndian(&bytes, static_cast<uint32_t>(items.size()));
+    AppendBigEndian(&bytes, 1);
+  }
+  for (const std::string_view item : items) {
+    AppendBigEndian(&bytes, static_cast<uint32_t>(item.size()));
+    bytes += item;
+  }
+  return Add(std::move(bytes), kBinary);
+}
+
+// --- results ---
+
+PostgresResult::PostgresResult(PostgresResult&& other) noexcept
+    : pq_(other.pq_), result_(std::exchange(other.result_, nullptr)) {}
+
+PostgresResult& PostgresResult::operator=(PostgresResult&& other) noexcept {
+  pq_ = other.pq_;
+  std::swap(result_, other.result_);
+  return *this;
+}
+
+PostgresResult::~PostgresResult() {
+  if (result_ != nullptr) pq_->clear(result_);
+}
+
+bool PostgresResult::IsDone() const {
+  if (result_ == nullptr) return false;
+  const int status = pq_->result_status(result_);
+  return status == kCommandOk || status == kTuplesOk;
+}
+
+std::string PostgresResult::State() const {
+  const char* const state = result_ == nullptr ? nullptr : pq_->result_error_field(result_, kDiagState);
+  return state == nullptr ? "" : state;
+}
+
+// The detail of a message has values, so it is left out.
+std::string PostgresResult::Error() const {
+  const char* const text = result_ == nullptr ? nullptr : pq_->result_error_field(result_, kDiagMessage);
+  return text == nullptr ? "" : OneLine(text);
+}
+
+int PostgresResult::Rows() const { return result_ == nullptr ? 0 : pq_->ntuples(result_); }
+
+std::string_view PostgresResult::View(int row, int column) const {
+  return {pq_->getvalue(result_, row, column), static_cast<size_t>(pq_->getlength(result_, row, column))};
+}
+
+uint64_t PostgresResult::Number(int row, int column) const { return BigEndian(View(row, column)); }
+
+std::string PostgresResult::Bytes(int row, int column) const { return std::string(View(row, column)); }
+
+std::vector<std::string> PostgresResult::ByteArray(int row, int column) const {
+  constexpr size_t kHeader = 20;
+  std::vector<std::string> items;
+  std::string_view bytes = View(row, column);
+  if (bytes.size() < kHeader) return items;
+  bytes.remove_prefix(kHeader);
+  while (bytes.size() >= 4) {
+    const auto length = static_cast<size_t>(BigEndian(bytes.substr(0, 4)));
+    items.emplace_back(bytes.substr(4, length));
+    bytes.remove_prefix(std::min(bytes.size(), 4 + length));
+  }
+  return items;
+}
+
+// --- connections ---
+
+std::unique_ptr<PostgresConnection> PostgresConnection::Open(const Libpq& pq, const std::string& address,
+                                                             Deadline deadline, std::string* error) {
+  // What libpq says of an address that it does not understand may show parts of it.
+  char* fault = nullptr;
+  void* const options = IsUnambiguous(address) ? pq.conninfo_parse(address.c_str(), &fault) : nullptr;
+  if (fault != nullptr) pq.freemem(fault);
+  if (options == nullptr) {
+    *error =
+        "the address of the store is not valid; \"@\", \"/\", \":\" and \"%\" in a user, password or path are "
+        "written as %40, %2F, %3A and %25";
+    return nullptr;
+  }
+  pq.conninfo_free(options);
+  // A later keyword overrides an earlier one; the first is the address, with whatever it sets.
+  const char* const keywords[] = {"dbname", "client_encoding", "fallback_application_name", nullptr};
+  const char* const values[] = {address.c_str(), "UTF8", "zforms", nullptr};
+  std::unique_ptr<PostgresConnection> made(new PostgresConnection(&pq, pq.connect_start(keywords, values, 1)));
+  if (made->connection_ == nullptr || !made->Connect(deadline)) {
+    *error = made->connection_ == nullptr ? "there is no memory for a connection" : made->Error();
+    return nullptr;
+  }
+  const PostgresResult session = made->Run(std::string(kSession), deadline);
+  if (session.IsDone()) return made;
+  *error = made->IsLost() ? made->Error() : session.Error();
+  return nullptr;
+}
+
+PostgresConnection::~PostgresConnection() { pq_->finish(connection_); }
+
+bool PostgresConnection::Connect(Deadline deadline) {
+  pq_->set_notice_processor(connection_, Ignore, nullptr);
+  if (pq_->status(connection_) == 1) return false;
+  // The socket may change while libpq tries one address after the other.
+  for (int state = 2; state != kPollingOk; state = pq_->connect_poll(connection_)) {
+    if (state == 0) return false;
+    const int left = MillisecondsTo(deadline);
+    if (left == 0) {
+      timeout_ = "the database does not answer";
+      return false;
+    }
+    WaitForSocket(pq_->socket(connection_), state != kPollingReading, left);
+  }
+  pq_->set_nonblocking(connection_, 1);
+  return pq_->status(connection_) == kConnectionOk;
+}
+
+std::string PostgresConnection::Error() const {
+  return timeout_.empty() ? OneLine(pq_->error_message(connection_)) : timeout_;
+}
+
+// Sends what waits and reads what comes, until a result is complete. False when the connection is lost.
+bool PostgresConnection::Pump(Deadline deadline) {
+  for (;;) {
+    const int unsent = pq_->flush(connection_);
+    if (unsent < 0 || pq_->consume_input(connection_) == 0) return false;
+    if (unsent == 0 && pq_->is_busy(connection_) == 0) return true;
+    const int left = MillisecondsTo(deadline);
+    if (left == 0) {
+      timeout_ = "the database does not answer";
+      return false;
+    }
+    WaitForSocket(pq_->socket(connection_), unsent == 1, left);
+  }
+}
+
+PostgresResult PostgresConnection::Await(bool is_sent, Deadline deadline) {
+  PostgresResult last;
+  bool failed = false;
+  while (is_sent && Pump(deadline)) {
+    PGresult* const result = pq_->get_result(connection_);
+    if (result == nullptr) {
+      // 57P01 to 57P03: the database shuts down or starts; 08: the connection; 25006: it has become a standby.
+      const std::string state = last.State();
+      is_lost_ = pq_->status(connection_) != kConnectionOk || state.starts_with("57P0") || state.starts_with("08") ||
+                 state == "25006";
+      if (is_lost_ && timeout_.empty()) timeout_ = failed ? last.Error() : "the connection to the database is lost";
+      return last;
+    }
+    PostgresResult next(pq_, result);
+    // Keeps the first failure of several statements.
+    if (!failed) last = std::move(next);
+    failed = failed || !last.IsDone();
+  }
+  is_lost_ = true;
+  return last;
+}
+
+PostgresResult PostgresConnection::Run(const std::string& sql, Deadline deadline) {
+  return Await(pq_->send_query(connection_, sql.c_str()) == 1, deadline);
+}
+
+// The statements are constants of the program, so the address of the text names them.
+std::string PostgresConnection::NameOf(const char* sql, int parameters, Deadline deadline) {
+  const std::string name = "s" + std::to_string(reinterpret_cast<uintptr_t>(sql));
+  if (prepared_.contains(sql)) return name;
+  const bool is_sent = pq_->send_prepare(connection_, name.c_str(), sql, parameters, nullptr) == 1;
+  if (!Await(is_sent, deadline).IsDone()) return {};
+  prepared_.insert(sql);
+  return name;
+}
+
+PostgresResult PostgresConnection::Run(const char* sql, const PostgresParameters& parameters, Deadline deadline,
+                                       bool is_kept) {
+  std::vector<const char*> values;
+  std::vector<int> lengths;
+  for (const std::string& value : parameters.values_) {
+    values.push_back(value.c_str());
+    lengths.push_back(static_cast<int>(value.size()));
+  }
+  const int count = static_cast<int>(values.size());
+  const int* const formats = parameters.formats_.data();
+  const std::string name = is_kept ? NameOf(sql, count, deadline) : std::string();
+  if (is_lost_) return {};
+  // A statement that cannot be prepared is run as it is, for the message of its failure.
+  if (name.empty()) {
+    return Await(
+        pq_->send_query_params(connection_, sql, count, nullptr, values.data(), lengths.data(), formats, kBinary) == 1,
+        deadline);
+  }
+  return Await(
+      pq_->send_query_prepared(connection_, name.c_str(), count, values.data(), lengths.data(), formats, kBinary) == 1,
+      deadline);
+}
+
+// An idle session has nothing to read, except that it ends.
+bool PostgresConnection::IsAlive() const { return !WaitForSocket(pq_->socket(connection_), false, 0); }
+
+bool PostgresConnection::ReadNotifications(int milliseconds, std::vector<std::string>* payloads) {
+  WaitForSocket(pq_->socket(connection_), false, milliseconds);
+  is_lost_ = pq_->consume_input(connection_) == 0 || pq_->status(connection_) != kConnectionOk;
+  while (PGnotify* const one = pq_->notifies(connection_)) {
+    payloads->emplace_back(one->payload);
+    pq_->freemem(one);
+  }
+  return !is_lost_;
+}
+
+}  // namespace zforms::tool

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tool/store/libpq.h"
+
+namespace zforms::tool {
+
+using Deadline = std::chrono::steady_clock::time_point;
+
+// The parameters of a statement, $1 and so on in the order in which they are added.
+class PostgresParameters {
+ public:
+  // As text, for a parameter of type bigint; numbers of 64 bits keep their bits.
+  PostgresParameters& Number(uint64_t number);
+  PostgresParameters& Text(std::string_view text);
+  // As bytea: any bytes.
+  PostgresParameters& Bytes(std::string_view bytes);
+  // As bytea[].
+  PostgresParameters& ByteArray(const std::vector<std::string_view>& items);
+
+ private:
+  friend class PostgresConnection;
+  PostgresParameters& Add(std::string value, int format);
+  std::vector<std::string> values_;
+  std::vector<int> formats_;
+};
+
+// The result of one statement, whose values came in binary form. Rows and columns count from 0.
+class PostgresResult {
+ public:
+  PostgresResult() = default;
+  PostgresResult(const Libpq* pq, PGresult* result) : pq_(pq), result_(result) {}
+  PostgresResult(PostgresResult&& other) noexcept;
+  PostgresResult& operator=(PostgresResult&& other) noexcept;
+  ~PostgresResult();
+
+  bool IsDone() const;
+  // The code of a failure (SQLSTATE), empty when there is none, and its text, without values of rows.
+  std::string State() const;
+  std::string Error() const;
+  int Rows() const;
+  // Of types boolean, integer and bigint.
+  uint64_t Number(int row, int column) const;
+  // Of types text and bytea.
+  std::string Bytes(int row, int column) const;
+  std::vector<std::string> ByteArray(int row, int column) const;
+
+ private:
+  std::string_view View(int row, int column) const;
+  const Libpq* pq_ = nullptr;
+  PGresult* result_ = nullptr;
+};
+
+// One session with a database. Nothing waits longer than its deadline. One thread at a time.
+class PostgresConnection {
+ public:
+  // Null, with a reason, when the database cannot be reached.
+  static std::unique_ptr<PostgresConnection> Open(const Libpq& pq, const std::string& address, Deadline deadline,
+                                                  std::string* error);
+  PostgresConnection(const PostgresConnection&) = delete;
+  PostgresConnection& operator=(const PostgresConnection&) = delete;
+  ~PostgresConnection();
+
+  // Runs statements without parameters; the result is that of the last one.
+  PostgresResult Run(const std::string& sql, Deadline deadline);
+  // Runs one statement, which is prepared at its first use if it is `kept`.
+  PostgresResult Run(const char* sql, const PostgresParameters& parameters, Deadline deadline, bool is_kept = true);
+  // Waits for notifications; adds their payloads. False when the connection is lost.
+  bool ReadNotifications(int milliseconds, std::vector<std::string>* payloads);
+
+  // Whether the database has not ended the session; for one that was idle.
+  bool IsAlive() const;
+  // After a failure: whether the connection is lost, so that the statement may have been done or not.
+  bool IsLost() const { return is_lost_; }
+  std::string Error() const;
+
+ private:
+  PostgresConnection(const Libpq* pq, PGconn* connection) : pq_(pq), connection_(connection) {}
+  bool Connect(Deadline deadline);
+  PostgresResult Await(bool is_sent, Deadline deadline);
+  bool Pump(Deadline deadline);
+  std::string NameOf(const char* sql, int parameters, Deadline deadline);
+
+  const Libpq* pq_;
+  PGconn* connection_;
+  bool is_lost_ = false;
+  std::string timeout_;
+  std::set<const char*> prepared_;
+};
+
+}  // namespace zforms::tool

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "tool/store/postgres_connection.h"
+
+namespace zforms::tool {
+
+// The version of the store's tables in the database; 0 when there are none. False, with a reason, when that cannot be
+// read.
+bool ReadPostgresVersion(PostgresConnection& connection, Deadline deadline, int* version, std::string* error);
+
+// Creates the tables when there are none, and brings them to kStoreVersion, in one transaction. `before` gets the
+// version that they had. When several servers do it at the same time, one does it and the others wait.
+bool UpgradePostgresTables(PostgresConnection& connection, Deadline deadline, int* before, std::string* error);
+
+}  // namespace zforms::tool
