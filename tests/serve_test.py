@@ -372,7 +372,8 @@ def test_a_store_that_fails(folder):
                server.stored("--rejected") == [], f"the same again: {statuses}")
         log = (folder / "log").read_text()
         expect("its sender is told so" in log and "locked" in log, "the log says why")
-    expect(os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
+    # On Windows, files have the rights of their folder.
+    expect(WINDOWS or os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
 
 
 def test_long_submissions(folder):
@@ -653,7 +654,8 @@ def test_who_does_not_answer(folder):
     """A port in use is reported with the program that uses it, and a server that does not answer is given up."""
     with socket.create_server(("127.0.0.1", 0)) as silent:
         port = silent.getsockname()[1]
-        name = pathlib.Path("/proc/self/comm").read_text().strip()
+        # Wine knows its own programs alone.
+        name = "in use" if WINDOWS else pathlib.Path("/proc/self/comm").read_text().strip()
         for arguments, words in (
                 (["serve", "--port", str(port), "--data", str(folder / "data")], [f"port {port} is in use", name, "--port"]),
                 (["submit", "F1", "--port", str(port), "--timeout", "1"], ["no answer came within 1 s"]),

@@ -12,6 +12,7 @@ import argparse
 import concurrent.futures
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -42,6 +43,26 @@ def check_host(folder):
     expect("Zoé Łoś" in run(TOOL, "fields", filled)[1].decode(), "the field that the host filled")
     status, _, err = ask("no.such.field")
     expect(status == 1 and b"no.such.field" in err, "an error of the library", (status, err))
+
+
+# Classes that the library keeps for itself; on Linux they are exported with the classes around them.
+PRIVATE = ("zforms::Chaine::Buffer::", "zforms::ZForm::Implementation::", "zforms::ZPDFParser::FileState::")
+
+
+def functions_in(symbols):
+    """Names of functions without their parameters, whose types differ between the systems."""
+    names = subprocess.run(["c++filt"], input=symbols, stdout=subprocess.PIPE, text=True, check=True).stdout.splitlines()
+    return {re.sub(r"\(.*", "", name) for name in names if re.match(r"zforms[:_]", name) and not name.startswith(PRIVATE)}
+
+
+def check_exports(linux):
+    """The DLL exports each function that the library for Linux exports."""
+    library = linux.resolve().parent.parent / "libzforms.so"
+    listed = subprocess.run(["nm", "-D", "--defined-only", library], stdout=subprocess.PIPE, text=True, check=True).stdout
+    ours = (pathlib.Path(TOOL).resolve().parent.parent / "zforms.def").read_text()
+    wanted = functions_in("\n".join(line.split()[-1] for line in listed.splitlines() if " T " in line))
+    expect(len(wanted) > 1000, "exports for Linux", len(wanted))
+    same("not exported", sorted(wanted - functions_in("\n".join(line.split()[0].strip('"') for line in ours.splitlines()[1:]))), [])
 
 
 def commands_for(form, out, rows):
@@ -92,6 +113,8 @@ def main():
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         check_host(folder)
+        if linux:
+            check_exports(pathlib.Path(linux))
         forms = [*sorted(SAMPLES.glob("*.pdf")), *(sorted(options.corpus.glob("*.pdf")) if options.corpus else [])]
         rows = folder / "rows.csv"
         rows.write_bytes(VALUES)

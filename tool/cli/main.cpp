@@ -426,6 +426,7 @@ int Main(int argc, const char* const* argv) {
   app.formatter(std::make_shared<HelpFormatter>(columns > 0 ? std::min(columns, kWidestHelp) : kHelpInFiles));
   app.set_help_flag("-h,--help", "Print this help.");
   app.set_version_flag("--version", "zforms " ZFORMS_VERSION, "Print the version.");
+  app.allow_windows_style_options(false);  // paths may begin with a slash on Windows too
   app.require_subcommand(1);
   const CommandLine command_line(app);
   try {

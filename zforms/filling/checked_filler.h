@@ -40,7 +40,7 @@ class ZFORMS_API ZCheckedFiller {
     bool is_unknown = false;  // no field has the name; then `what` is the whole message
 
     // `what`, with the name of the field in front unless `what` contains it.
-    Chaine Text() const;
+    ZFORMS_API Chaine Text() const;
   };
 
   explicit ZCheckedFiller(ZAcroForm& form);
