@@ -208,26 +208,28 @@ bool PostgresConnection::Pump(Deadline deadline) {
   }
 }
 
+// The rows of a statement come before its commit. So a result counts only when the database is ready for the next
+// statement, which it says after the commit: until then the connection may end, and the statement be undone.
 PostgresResult PostgresConnection::Await(bool is_sent, Deadline deadline) {
   PostgresResult last;
+  bool is_ready = false;
   bool failed = false;
-  while (is_sent && Pump(deadline)) {
-    PGresult* const result = pq_->get_result(connection_);
-    if (result == nullptr) {
-      // 57P01 to 57P03: the database shuts down or starts; 08: the connection; 25006: it has become a standby.
-      const std::string state = last.State();
-      is_lost_ = pq_->status(connection_) != kConnectionOk || state.starts_with("57P0") || state.starts_with("08") ||
-                 state == "25006";
-      if (is_lost_ && timeout_.empty()) timeout_ = failed ? last.Error() : "the connection to the database is lost";
-      return last;
-    }
-    PostgresResult next(pq_, result);
+  while (is_sent && !is_ready && Pump(deadline)) {
+    PostgresResult next(pq_, pq_->get_result(connection_));
+    is_ready = next.IsEnd();
     // Keeps the first failure of several statements.
-    if (!failed) last = std::move(next);
-    failed = failed || !last.IsDone();
+    if (is_ready || failed) continue;
+    last = std::move(next);
+    failed = !last.IsDone();
   }
-  is_lost_ = true;
-  return last;
+  // 57P01 to 57P03: the database shuts down or starts; 08: the connection; 25006: it has become a standby.
+  const std::string state = last.State();
+  is_lost_ = !is_ready || pq_->status(connection_) != kConnectionOk || state.starts_with("57P0") ||
+             state.starts_with("08") || state == "25006";
+  if (!is_lost_) return last;
+  if (timeout_.empty()) timeout_ = failed ? last.Error() : OneLine(pq_->error_message(connection_));
+  if (timeout_.empty()) timeout_ = "the connection to the database is lost";
+  return {};
 }
 
 PostgresResult PostgresConnection::Run(const std::string& sql, Deadline deadline) {

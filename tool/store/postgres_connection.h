@@ -42,6 +42,8 @@ class PostgresResult {
   ~PostgresResult();
 
   bool IsDone() const;
+  // Whether there is no result.
+  bool IsEnd() const { return result_ == nullptr; }
   // The code of a failure (SQLSTATE), empty when there is none, and its text, without values of rows.
   std::string State() const;
   std::string Error() const;
