@@ -56,8 +56,7 @@ ResourceFont* FontResources::StandInFor(const ResourceFont& font, std::u32string
                                         const ZPDFNodeDictionary* widget) {
   const StandardFont& like = font.Codes().Like();
   if (font.Codes().IsEmbedded() || like.IsSymbolic()) return nullptr;
-  std::shared_ptr<const FontCodes>& codes = standard_[&like].codes;
-  if (codes == nullptr) codes = FontCodes::Read(*MakeStandardFont(like));
+  const std::shared_ptr<const FontCodes>& codes = CodesOf(like);
   const auto has = [&codes](char32_t c) { return codes->Find(c).has_value(); };
   if (!std::all_of(text.begin(), text.end(), has)) return nullptr;
   // A name that differs from those of the form.
@@ -75,14 +74,16 @@ ResourceFont* FontResources::FindIn(const ZPDFNodeDictionary* resources, const C
 }
 
 ResourceFont* FontResources::Standard(const StandardFont& font, std::string_view name) {
-  auto& [object, codes] = standard_[&font];
-  const bool is_new = object == nullptr;
-  if (is_new) object = AddStandardFont(font);
-  const auto& dictionary = *NodeCast<ZPDFNodeDictionary>(object->GetDirectAt(0));
-  if (codes == nullptr) codes = FontCodes::Read(dictionary);
-  if (is_new) codes_[&dictionary] = codes;
-  const std::unique_ptr<ZPDFNode> reference(object->AllocReference());
-  return FontOf(dictionary, name, *reference);
+  const std::shared_ptr<const FontCodes>& codes = CodesOf(font);
+  std::unique_ptr<ResourceFont>& known = standard_[&font].fonts[name];
+  if (known == nullptr) known = std::make_unique<ResourceFont>(codes, name, [this, &font] { return ReferTo(font); });
+  return known.get();
+}
+
+const std::shared_ptr<const FontCodes>& FontResources::CodesOf(const StandardFont& font) {
+  std::shared_ptr<const FontCodes>& codes = standard_[&font].codes;
+  if (codes == nullptr) codes = FontCodes::Read(*MakeStandardFont(font));
+  return codes;
 }
 
 // Objects that were added or changed are not those of the other copies.
@@ -113,10 +114,15 @@ std::unique_ptr<ZPDFNodeDictionary> FontResources::MakeStandardFont(const Standa
   return dictionary;
 }
 
-ZPDFNodeIndirectObject* FontResources::AddStandardFont(const StandardFont& font) {
-  ZPDFNodeIndirectObject* const object = added_->Add();
-  object->SetChild(MakeStandardFont(font).release());
-  return object;
+ZPDFNode* FontResources::ReferTo(const StandardFont& font) {
+  Added& added = standard_[&font];
+  if (added.object == nullptr) {
+    ZPDFNodeDictionary* const dictionary = MakeStandardFont(font).release();
+    added.object = added_->Add();
+    added.object->SetChild(dictionary);
+    codes_[dictionary] = added.codes;
+  }
+  return added.object->AllocReference();
 }
 
 void FontResources::Restart() {

@@ -31,7 +31,8 @@ class FontResources {
 
   // The font of that name, without slash: the first one found in "/DR" of the field or of one of its parents, in "/DR"
   // of the form, or in the resources of the widget's appearance ("/AP" "/N"). If there is none, the standard font that
-  // the name stands for, or Helvetica; a dictionary for it is added to the document on first use. Never null.
+  // the name stands for, or Helvetica; a dictionary for it is added to the document when an appearance refers to it.
+  // Never null.
   ResourceFont* Find(const ZAcroFormField& widget, std::string_view name);
 
   // The standard font that is most like `font`, for a font that is not embedded and lacks a character of the text. Null
@@ -46,20 +47,23 @@ class FontResources {
  private:
   ResourceFont* FindIn(const ZPDFNodeDictionary* resources, const Chaine& key);
   ResourceFont* Standard(const StandardFont& font, std::string_view name);
+  const std::shared_ptr<const FontCodes>& CodesOf(const StandardFont& font);
   std::shared_ptr<const FontCodes> ReadCodes(const ZPDFNodeDictionary& font, const ZPDFNode& value) const;
   ResourceFont* FontOf(const ZPDFNodeDictionary& font, std::string_view name, const ZPDFNode& value);
   std::unique_ptr<ZPDFNodeDictionary> MakeStandardFont(const StandardFont& font) const;
-  ZPDFNodeIndirectObject* AddStandardFont(const StandardFont& font);
+  // A reference to the dictionary of a standard font, which is added on the first call.
+  ZPDFNode* ReferTo(const StandardFont& font);
 
   AddedObjects* added_;
   std::shared_ptr<SharedFontCodes> shared_;
   std::unordered_map<const ZPDFNodeDictionary*, std::shared_ptr<const FontCodes>> codes_;
   // For one dictionary, the fonts by the names that lead to it; each is written with its own name.
   std::unordered_map<const ZPDFNodeDictionary*, FDictionnary<std::unique_ptr<ResourceFont>>> fonts_;
-  // A dictionary that was added, and its codes.
+  // A font that is added when it is used, and its fonts by their names.
   struct Added {
     ZPDFNodeIndirectObject* object = nullptr;  // null when none was added, or it was removed again
     std::shared_ptr<const FontCodes> codes;
+    FDictionnary<std::unique_ptr<ResourceFont>> fonts;
   };
   std::unordered_map<const StandardFont*, Added> standard_;
 };

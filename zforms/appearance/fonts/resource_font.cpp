@@ -51,7 +51,10 @@ void FontCodes::SetMetrics(const ZPDFNodeDictionary* descriptor, const ProgramGl
 }
 
 ResourceFont::ResourceFont(std::shared_ptr<const FontCodes> codes, Chaine name, const ZPDFNode& value)
-    : codes_(std::move(codes)), name_(std::move(name)), value_(value.Clone()) {}
+    : ResourceFont(std::move(codes), std::move(name),
+                   [own = std::shared_ptr<const ZPDFNode>(value.Clone())] { return own->Clone(); }) {}
+ResourceFont::ResourceFont(std::shared_ptr<const FontCodes> codes, Chaine name, AllocValue alloc_value)
+    : codes_(std::move(codes)), name_(std::move(name)), alloc_value_(std::move(alloc_value)) {}
 ResourceFont::~ResourceFont() = default;
 
 bool ResourceFont::Has(char32_t c) const { return codes_->Find(c).has_value(); }
@@ -72,6 +75,6 @@ void ResourceFont::Shape(std::u32string_view paragraph, size_t from, size_t coun
   }
 }
 
-ZPDFNode* ResourceFont::AllocResource() { return value_->Clone(); }
+ZPDFNode* ResourceFont::AllocResource() { return alloc_value_(); }
 
 }  // namespace zforms

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -62,12 +63,16 @@ class FontCodes {
   bool is_embedded_ = false;
 };
 
-// A font of the form's own resources, or one that is added to them. It keeps a copy of the entry's value. One thread at
-// a time.
+// A font of the form's own resources, or one that is added to them. One thread at a time.
 class ResourceFont final : public TextFont {
  public:
-  // The name without slash, and the value of that entry in the resources: the dictionary or a reference to it.
+  // Makes the value of the font's entry in the resources: the dictionary or a reference to it.
+  using AllocValue = std::function<ZPDFNode*()>;
+
+  // The name without slash, and the value of that entry, which is copied.
   ResourceFont(std::shared_ptr<const FontCodes> codes, Chaine name, const ZPDFNode& value);
+  // A font that is added to the document when an appearance uses it.
+  ResourceFont(std::shared_ptr<const FontCodes> codes, Chaine name, AllocValue alloc_value);
   ~ResourceFont() override;
 
   bool Has(char32_t c) const override;
@@ -83,7 +88,7 @@ class ResourceFont final : public TextFont {
  private:
   std::shared_ptr<const FontCodes> codes_;
   Chaine name_;
-  std::unique_ptr<ZPDFNode> value_;
+  AllocValue alloc_value_;
 };
 
 }  // namespace zforms
