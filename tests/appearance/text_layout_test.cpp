@@ -139,7 +139,9 @@ TEST(TextLayout, LongTextTakesLinearTime) {
 }
 
 TEST(ValueText, LinesAndCharacters) {
-  EXPECT_EQ(LineOfText("a\r\nb\tc\x01\x7F  "), U"a b c");
+  std::u32string left_out;
+  EXPECT_EQ(LineOfText("a\r\nb\tc\x01\x7F\xC2\xAD  ", &left_out), U"a b c");
+  EXPECT_EQ(left_out, U"\x01\x7F");
   EXPECT_EQ(LinesOfText("a \r\n\rb\u2028c\n\n"), (std::vector<std::u32string>{U"a", U"", U"b", U"c"}));
   EXPECT_EQ(LineOfText("\xC3\xA9\xF0\x9F\x98\x80\xFF\xC3"), U"\u00E9\U0001F600\uFFFD\uFFFD");
 }

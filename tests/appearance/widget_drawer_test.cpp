@@ -129,6 +129,8 @@ TEST(WidgetDrawer, DrawsEachKind) {
        "field \"x\": 1 of 3 characters do not fit\n"},
       {"/FT/Tx/V(a~)/Ff 16777216/MaxLen 2147483648", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (a~) Tj ET Q EMC ",
        "field \"x\": no font has the character \"~\" (U+007E)\n"},
+      {"/FT/Tx/V(a\\001\\255b\\t)", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ",
+       "field \"x\": no font has the character U+0001\n"},
       {"/FT/Tx/V(ab)/RV(<b>ab</b>)/Ff 33554432", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ",
        "field \"x\": its rich text is drawn as plain text\n"},
       {"/FT/Ch/Ff 131072/V(1)/Opt[[(1)(One)]]", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (One) Tj ET Q EMC ", ""},

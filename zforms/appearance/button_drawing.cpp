@@ -75,7 +75,7 @@ bool ButtonDrawer::LacksStates(const ZAcroFormField& widget) {
 
 void ButtonDrawer::DrawPush(WidgetDrawing& drawing) {
   drawing.style.Draw(drawing.out);
-  const std::u32string caption = LineOfText(PDFTextToUTF8(drawing.style.caption));
+  const std::u32string caption = LineOfText(PDFTextToUTF8(drawing.style.caption), &drawing.missing);
   if (caption.empty() || drawing.look.font == nullptr) return;
   drawing.box.quadding = 1;
   std::vector<TextParagraph> paragraphs;

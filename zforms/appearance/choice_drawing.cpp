@@ -93,7 +93,7 @@ void ChoiceDrawer::ShowRows(WidgetDrawing& drawing, const Options& options, cons
   std::vector<TextParagraph> paragraphs;
   for (size_t i = rows.first; i < rows.end; i++) {
     std::u32string missing;
-    paragraphs.push_back(fonts_.MakeParagraph(LineOfText(options.shown[i]), drawing.look.font, &missing));
+    paragraphs.push_back(fonts_.MakeParagraph(LineOfText(options.shown[i], &missing), drawing.look.font, &missing));
     drawing.missing += missing;
     paragraphs.back().Space(drawing.Spacing());
     const double room = (box.width - 2 * box.padding) * 1000;

@@ -38,9 +38,9 @@ void TextDrawer::Prepare(const WidgetDrawing& drawing, const Chaine& utf8, Kind 
     paragraphs_.back().Space(spacing_);
   };
   if (kind == Kind::kLines) {
-    for (std::u32string& line : LinesOfText(utf8)) add(std::move(line));
+    for (std::u32string& line : LinesOfText(utf8, &missing_)) add(std::move(line));
   } else {
-    std::u32string line = LineOfText(utf8);
+    std::u32string line = LineOfText(utf8, kind == Kind::kPassword ? nullptr : &missing_);
     // The text of a password is never shown.
     if (kind == Kind::kPassword) line.assign(line.size(), font_->Has(kBullet) ? kBullet : U'*');
     add(std::move(line));
@@ -63,11 +63,11 @@ void TextDrawer::Draw(WidgetDrawing& drawing, const Chaine& utf8, uint32_t flags
   TextSpacing spacing = drawing.Spacing();
   if (cells > 0) spacing.character = spacing.word = 0;
   Prepare(drawing, utf8, kind, spacing);
+  drawing.missing += missing_;
   if (characters_ == 0) return;
   const TextLayout layout = LayOut(drawing.box, kind, cells);
   drawing.characters = characters_;
   drawing.left_out = is_password ? 0 : layout.left_out;
-  drawing.missing += missing_;
   drawing.Clip();
   drawing.ShowText(paragraphs_, layout);
 }

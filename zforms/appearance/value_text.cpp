@@ -29,7 +29,10 @@ char32_t TakeCharacter(std::string_view text, size_t* at) {
 
 bool IsLineEnd(char32_t c) { return c == U'\n' || c == U'\r' || c == 0x2028 || c == 0x2029; }
 
-bool IsLeftOut(char32_t c) { return c < 32 || (c >= 0x7F && c < 0xA0) || c == 0xFEFF; }
+bool IsControl(char32_t c) { return c < 32 || (c >= 0x7F && c < 0xA0); }
+
+// The soft hyphen is seen only where a line ends at it, which none does; the byte order mark never.
+bool IsInvisible(char32_t c) { return c == 0xAD || c == 0xFEFF; }
 
 void DropBlanksAtEnd(std::u32string* text) {
   while (!text->empty() && text->back() == U' ') text->pop_back();
@@ -37,7 +40,7 @@ void DropBlanksAtEnd(std::u32string* text) {
 
 // Calls `character` for each of the text that is shown and `line_end` for each line end.
 template <class Character, class LineEnd>
-void Walk(std::string_view utf8, const Character& character, const LineEnd& line_end) {
+void Walk(std::string_view utf8, std::u32string* left_out, const Character& character, const LineEnd& line_end) {
   for (size_t at = 0; at < utf8.size();) {
     const char32_t c = TakeCharacter(utf8, &at);
     if (c == U'\r' && at < utf8.size() && utf8[at] == '\n') at++;
@@ -45,7 +48,9 @@ void Walk(std::string_view utf8, const Character& character, const LineEnd& line
       line_end();
     } else if (c == U'\t') {
       character(U' ');
-    } else if (!IsLeftOut(c)) {
+    } else if (IsControl(c)) {
+      if (left_out != nullptr) *left_out += c;
+    } else if (!IsInvisible(c)) {
       character(c);
     }
   }
@@ -53,19 +58,19 @@ void Walk(std::string_view utf8, const Character& character, const LineEnd& line
 
 }  // namespace
 
-std::u32string LineOfText(std::string_view utf8) {
+std::u32string LineOfText(std::string_view utf8, std::u32string* left_out) {
   std::u32string text;
   text.reserve(utf8.size());
   const auto add = [&text](char32_t c) { text += c; };
-  Walk(utf8, add, [&text] { text += U' '; });
+  Walk(utf8, left_out, add, [&text] { text += U' '; });
   DropBlanksAtEnd(&text);
   return text;
 }
 
-std::vector<std::u32string> LinesOfText(std::string_view utf8) {
+std::vector<std::u32string> LinesOfText(std::string_view utf8, std::u32string* left_out) {
   std::vector<std::u32string> lines(1);
   const auto add = [&lines](char32_t c) { lines.back() += c; };
-  Walk(utf8, add, [&lines] { lines.emplace_back(); });
+  Walk(utf8, left_out, add, [&lines] { lines.emplace_back(); });
   for (std::u32string& line : lines) DropBlanksAtEnd(&line);
   while (lines.size() > 1 && lines.back().empty()) lines.pop_back();
   return lines;

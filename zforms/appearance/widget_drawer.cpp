@@ -35,17 +35,18 @@ uint32_t MaxLengthOf(const ZAcroFormField& widget) {
 }
 
 Chaine CharacterName(char32_t c) {
-  Chaine name = "\"";
-  AppendUTF8(&name, c);
   std::array<char, 8> digits;
   const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<uint32_t>(c), 16).ptr;
   Chaine number;
   for (const char* digit = digits.data(); digit < end; digit++) {
     number += *digit >= 'a' ? static_cast<char>(*digit - 'a' + 'A') : *digit;
   }
-  name += "\" (U+";
-  for (size_t i = number.size(); i < 4; i++) name += '0';
-  return name + number + ")";
+  while (number.size() < 4) number = "0" + number;
+  // Control characters would not be seen.
+  if (c < 32 || (c >= 0x7F && c < 0xA0)) return "U+" + number;
+  Chaine name = "\"";
+  AppendUTF8(&name, c);
+  return name + "\" (U+" + number + ")";
 }
 
 void AddApart(ContentWriter& out, const std::string& content) {
