@@ -7,6 +7,7 @@
 #include "tests/support/cpu_time.h"
 #include "tests/support/fake_font.h"
 #include "zforms/appearance/content_writer.h"
+#include "zforms/appearance/paragraph_maker.h"
 #include "zforms/appearance/value_text.h"
 
 namespace zforms {
@@ -32,7 +33,7 @@ std::vector<TextParagraph> ParagraphsOf(std::string_view text, TextFont* font) {
   return paragraphs;
 }
 
-enum Kind { kLine, kLines, kComb };
+enum Kind { kLine, kLines, kShapedLines, kComb };
 
 TEST(TextLayout, HandComputed) {
   // A character is half the size wide; boxes are width, height, padding, edge, quadding, size.
@@ -78,24 +79,29 @@ TEST(TextLayout, HandComputed) {
        0,
        "4.02 a@2 34.979 b@2 30.832 c@2 26.685 d@2 22.538 e@2 18.391 f@2 14.245 g@2 10.098 h@2 5.951 i@2 1.804 -3"},
 
+      // Marks reach 11 above the baseline and 3.5 below it; where the box is too low, both are cut alike.
+      {"high marks", kShapedLines, "a", {54, 100, 2, 0, 0, 10}, 0, "10 a@2 88"},
+      {"high marks, too many", kShapedLines, "a\nb\nc", {54, 30, 2, 0, 0, 10}, 0, "10 a@2 18 b@2 4 -1"},
+      {"high marks, low", kShapedLines, "a", {54, 14, 2, 0, 0, 10}, 0, "10 a@2 3.25"},
+
       {"comb", kComb, "abc", {100, 20, 2, 0, 0, 10}, 5, "10 a@7.5 7.5 b@27.5 7.5 c@47.5 7.5"},
       {"comb, right", kComb, "abc", {100, 20, 2, 0, 2, 10}, 5, "10 a@47.5 7.5 b@67.5 7.5 c@87.5 7.5"},
       {"comb, centred", kComb, "ab", {100, 20, 2, 0, 1, 10}, 5, "10 a@27.5 7.5 b@47.5 7.5"},
       {"comb, too long", kComb, "abc", {40, 20, 2, 0, 0, 10}, 2, "10 a@7.5 7.5 b@27.5 7.5 -1"},
       {"comb, narrow cells", kComb, "ab", {40, 20, 2, 0, 0, 0}, 10, "8 a@0 8 b@4 8"},
   };
-  FakeFont font;
+  FakeFont font, shaping(true);
   for (const auto& c : kCases) {
     std::vector<TextParagraph> paragraphs;
-    if (c.kind == kLines) {
-      paragraphs = ParagraphsOf(c.text, &font);
+    if (c.kind == kLines || c.kind == kShapedLines) {
+      paragraphs = ParagraphsOf(c.text, c.kind == kLines ? &font : &shaping);
     } else {
       const std::string_view text = c.text;
       paragraphs.emplace_back(std::u32string(text.begin(), text.end()), &font);
     }
-    const TextLayout layout = c.kind == kLine    ? LayOutLine(paragraphs[0], c.box)
-                              : c.kind == kLines ? LayOutLines(paragraphs, c.box)
-                                                 : LayOutComb(paragraphs[0], c.box, c.cells);
+    const TextLayout layout = c.kind == kLine   ? LayOutLine(paragraphs[0], c.box)
+                              : c.kind == kComb ? LayOutComb(paragraphs[0], c.box, c.cells)
+                                                : LayOutLines(paragraphs, c.box);
     EXPECT_EQ(Told(paragraphs, layout), c.told) << c.name;
   }
 }
@@ -124,12 +130,19 @@ TEST(TextLayout, DirectionsAndClusters) {
 }
 
 TEST(TextLayout, LongTextTakesLinearTime) {
-  FakeFont font;
-  for (const std::string unit : {"a", "a ", " ", "a\n"}) {
-    std::string text;
+  FakeFont font(true);
+  for (const std::string unit : {"a", "a ", " ", "a\n", "\xCC\x81"}) {
+    std::string text = "a";
     while (text.size() < 100000) text += unit;
-    const std::vector<TextParagraph> paragraphs = ParagraphsOf(text + "b", &font);
     const CpuTime time;
+    std::vector<TextParagraph> paragraphs;
+    std::u32string missing;
+    // A cluster that is too long is shaped in pieces.
+    const size_t longest = unit == "\xCC\x81" ? 64 : text.size() + 1;
+    for (std::u32string& line : LinesOfText(text + "b")) {
+      paragraphs.push_back(MakeParagraph(std::move(line), &font, {}, nullptr, &missing));
+      for (const TextRun& run : paragraphs.back().Runs()) EXPECT_LE(run.count, longest);
+    }
     for (const double size : {0.0, 4.0, 1e-3, 1e30}) {
       const TextLayout layout = LayOutLines(paragraphs, {14400, 14400, 2, 0, 0, size});
       EXPECT_LE(layout.lines.size(), 100001U);

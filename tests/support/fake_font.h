@@ -9,14 +9,14 @@
 
 namespace zforms {
 
-// A font for tests of layout: each character is 500 wide, ascent 750, descent -250, capitals 700 high. It has the
-// characters below U+0100 except "~".
+// A font for tests of layout: each character is 500 wide, ascent 750, descent -250, capitals 700 high; one that shapes
+// has ascent 1100 and descent -350. It has the characters below U+0100 except "~", and U+0301.
 class FakeFont : public TextFont {
  public:
   explicit FakeFont(bool shapes = false) : shapes_(shapes) {}
-  bool Has(char32_t c) const override { return c < 0x100 && c != U'~'; }
+  bool Has(char32_t c) const override { return (c < 0x100 && c != U'~') || c == 0x301; }
   bool Shapes() const override { return shapes_; }
-  TextFontMetrics Metrics() const override { return {750, -250, 700}; }
+  TextFontMetrics Metrics() const override { return {shapes_ ? 1100.0 : 750.0, shapes_ ? -350.0 : -250.0, 700}; }
   void Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
              std::vector<ShapedGlyph>* glyphs) override {
     for (size_t i = 0; i < count; i++) {

@@ -17,6 +17,10 @@ namespace {
 
 using Levels = std::vector<uint8_t>;
 
+// Longer clusters are split, since shaping takes time that grows with the square of their length. The normal form for
+// streams (UAX 15) allows 30 marks in a row.
+constexpr size_t kLongestCluster = 64;
+
 // The characters below it are Latin, Greek and Cyrillic, with one glyph each, from left to right, except U+00AD and the
 // combining marks.
 constexpr char32_t kSimpleEnd = 0x530;
@@ -74,7 +78,9 @@ std::vector<uint8_t> MarksOf(const std::u32string& text) {
     const std::string_view cluster = TakeCluster(&rest);
     const auto is_first_byte = [](char byte) { return (static_cast<uint8_t>(byte) & 0xC0) != 0x80; };
     auto left = std::count_if(cluster.begin(), cluster.end(), is_first_byte);
-    while (--left > 0 && i + 1 < marks.size()) marks[++i] = TextParagraph::kInsideCluster;
+    for (size_t place = 1; --left > 0 && i + 1 < marks.size(); place++) {
+      marks[++i] = place % kLongestCluster == 0 ? TextParagraph::kSplitCluster : TextParagraph::kInsideCluster;
+    }
   }
   return marks;
 }
@@ -105,13 +111,13 @@ class FontChooser {
   // The characters [from, to) have one script and one level.
   void Choose(size_t from, size_t to, hb_script_t script, uint8_t level, const std::vector<uint8_t>& marks) {
     TextFont* const one = FontOf(from, to, script);
-    if (one != nullptr) return Add(one, from, to - from, level);
+    if (one != nullptr) return Add(one, from, to - from, level, marks);
     for (size_t start = from; start < to;) {
       size_t end = start + 1;
       while (end < to && (marks[end] & TextParagraph::kInsideCluster) != 0) end++;
       TextFont* font = FontOf(start, end, script);
       if (font == nullptr) font = Replace(start, end);
-      Add(font, start, end - start, level);
+      Add(font, start, end - start, level, marks);
       start = end;
     }
   }
@@ -138,8 +144,9 @@ class FontChooser {
     return font_;
   }
 
-  void Add(TextFont* font, size_t from, size_t count, uint8_t level) {
-    if (!runs_.empty() && runs_.back().font == font && runs_.back().level == level) {
+  void Add(TextFont* font, size_t from, size_t count, uint8_t level, const std::vector<uint8_t>& marks) {
+    const bool is_split = (marks[from] & TextParagraph::kSplitCluster) != 0;
+    if (!is_split && !runs_.empty() && runs_.back().font == font && runs_.back().level == level) {
       runs_.back().count += count;
     } else {
       runs_.push_back({font, from, count, level});
@@ -168,7 +175,11 @@ TextParagraph MakeParagraph(std::u32string text, TextFont* font, const ZFontStyl
   FontChooser chooser(&text, font, style, fallback, missing);
   for (size_t from = 0; from < text.size();) {
     size_t to = from + 1;
-    while (to < text.size() && levels[to] == levels[from] && scripts[to] == scripts[from]) to++;
+    const auto is_same = [&](size_t at) {
+      return levels[at] == levels[from] && scripts[at] == scripts[from] &&
+             (marks[at] & TextParagraph::kSplitCluster) == 0;
+    };
+    while (to < text.size() && is_same(to)) to++;
     chooser.Choose(from, to, scripts[from], levels[from], marks);
     from = to;
   }

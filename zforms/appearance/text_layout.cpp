@@ -13,6 +13,7 @@ constexpr double kLineHeight = 1.35;
 constexpr double kDescentOfLine = 0.35 / 1.35;  // of the height of a line
 constexpr double kClosestLines = 0.95;
 constexpr double kDescentAtBottom = 0.2;
+constexpr double kHighestFont = 1500;    // its ascent and descent together, in 1/1000 of the size
 constexpr double kLeastPadding = 1;      // above and below the text, in points
 constexpr double kUsualSize = 12;        // of several lines, in points
 constexpr double kLeastSizeOfLines = 4;  // in points
@@ -138,12 +139,41 @@ struct LineGrid {
   double line_height = 0;
 };
 
+// The smallest distance of lines: fonts of scripts with signs above and below need their full height.
+double ClosestLines(const std::vector<TextParagraph>& paragraphs) {
+  double closest = kClosestLines;
+  for (const TextParagraph& paragraph : paragraphs) {
+    const TextFontMetrics& metrics = paragraph.Metrics();
+    const auto shapes = [](const TextRun& run) { return run.font->Shapes(); };
+    if (std::any_of(paragraph.Runs().begin(), paragraph.Runs().end(), shapes)) {
+      closest = std::max(closest, std::min(metrics.ascent - metrics.descent, kHighestFont) / 1000);
+    }
+  }
+  return closest;
+}
+
+// How far the fonts that shape reach above and below the baseline of the first line; 0 where it has none.
+TextFontMetrics ShapedMetrics(const std::vector<TextParagraph>& paragraphs, const TextBox& box, double size) {
+  TextFontMetrics highest;
+  LineBreaker breaker(paragraphs, box, size);
+  TextLine line;
+  if (!breaker.Next(&line)) return highest;
+  for (const TextRun& run : paragraphs[line.paragraph].VisualRuns(line.from, line.to)) {
+    if (!run.font->Shapes()) continue;
+    const TextFontMetrics metrics = PlausibleMetrics(*run.font);
+    highest.ascent = std::max(highest.ascent, std::min(metrics.ascent, kHighestFont));
+    highest.descent = std::min(highest.descent, metrics.descent);
+  }
+  return highest;
+}
+
 bool FitsAt(const std::vector<TextParagraph>& paragraphs, const TextBox& box, double size, double height) {
   LineBreaker breaker(paragraphs, box, size);
   TextLine line;
-  double used = kDescentAtBottom * size;
-  while (breaker.Next(&line)) {
-    used += size;
+  double used = kDescentAtBottom * size + std::max(ShapedMetrics(paragraphs, box, size).ascent / 1000 - 1, 0.0) * size;
+  const double closest = std::max(ClosestLines(paragraphs), 1.0) * size;
+  for (bool is_first = true; breaker.Next(&line); is_first = false) {
+    used += is_first ? size : closest;
     if (used > height + kTolerance) return false;
   }
   return true;
@@ -191,16 +221,19 @@ double WidthOf(const TextParagraph& paragraph, const TextLine& line) {
   return width;
 }
 
-// The smallest distance of lines: fonts of scripts with signs above and below need their full height.
-double ClosestLines(const std::vector<TextParagraph>& paragraphs) {
-  double closest = kClosestLines;
-  for (const TextParagraph& paragraph : paragraphs) {
-    for (const TextRun& run : paragraph.Runs()) {
-      const TextFontMetrics& metrics = paragraph.Metrics();
-      if (run.font->Shapes()) closest = std::max(closest, std::min(metrics.ascent - metrics.descent, 1500.0) / 1000);
-    }
-  }
-  return closest;
+// The baseline of the first line. In a box that is lower than a line, the middle of the line is shown.
+double FirstBaseline(const std::vector<TextParagraph>& paragraphs, const TextBox& box, const LineGrid& grid) {
+  const double top = std::max(box.edge, std::clamp(std::floor((box.height - grid.size) / 2), 0.0, kLeastPadding));
+  double descent = kDescentOfLine * grid.line_height;
+  if (paragraphs.empty()) return box.height - top - (grid.line_height - descent);
+  const TextFontMetrics& metrics = paragraphs[0].Metrics();
+  if (grid.line_height < grid.size) return MiddleBaseline(metrics, grid.size, box.height);
+  descent = std::max(descent, std::min(-metrics.descent / 1000, 0.5) * grid.size);
+  const double first = box.height - top - (grid.line_height - descent);
+  // Signs above the letters reach up to the ascent.
+  const TextFontMetrics shaped = ShapedMetrics(paragraphs, box, grid.size);
+  const double below_ascent = box.height - top - shaped.ascent * grid.size / 1000;
+  return std::min(first, std::max(below_ascent, MiddleBaseline(shaped, grid.size, box.height)));
 }
 
 }  // namespace
@@ -232,16 +265,7 @@ TextLayout LayOutLines(const std::vector<TextParagraph>& paragraphs, const TextB
   const LineGrid grid = GridOf(paragraphs, box);
   TextLayout layout;
   layout.size = grid.size;
-  const double top = std::max(box.edge, std::clamp(std::floor((box.height - grid.size) / 2), 0.0, kLeastPadding));
-  double descent = kDescentOfLine * grid.line_height;
-  if (!paragraphs.empty()) {
-    descent = std::max(descent, std::min(-paragraphs[0].Metrics().descent / 1000, 0.5) * grid.size);
-  }
-  double first = box.height - top - (grid.line_height - descent);
-  // In a box that is lower than a line, the middle of the line is shown.
-  if (!paragraphs.empty() && grid.line_height < grid.size) {
-    first = MiddleBaseline(paragraphs[0].Metrics(), grid.size, box.height);
-  }
+  const double first = FirstBaseline(paragraphs, box, grid);
   const double lowest = TopPadding(box) + kDescentAtBottom * grid.size;
   const double closest = ClosestLines(paragraphs) * grid.size;
   const auto most = first > lowest ? static_cast<size_t>((first - lowest + kTolerance) / closest) + 1 : 1;

@@ -11,7 +11,10 @@ namespace {
 constexpr TextFontMetrics kUsualMetrics{1000, -350, 700};
 constexpr double kMostMetric = 3000;
 
-TextFontMetrics Plausible(const TextFontMetrics& metrics) {
+}  // namespace
+
+TextFontMetrics PlausibleMetrics(const TextFont& font) {
+  const TextFontMetrics metrics = font.Metrics();
   const double height = metrics.ascent - metrics.descent;
   const bool is_plausible =
       std::isfinite(height) && height > 100 && metrics.ascent > 0 && metrics.descent <= 0 && height < kMostMetric;
@@ -20,8 +23,6 @@ TextFontMetrics Plausible(const TextFontMetrics& metrics) {
   if (!(result.cap_height > 0) || result.cap_height > result.ascent) result.cap_height = 0.7 * result.ascent;
   return result;
 }
-
-}  // namespace
 
 TextParagraph::TextParagraph(std::u32string text, TextFont* font) : text_(std::move(text)) {
   runs_.push_back({font, 0, text_.size(), 0});
@@ -45,7 +46,7 @@ void TextParagraph::Measure() {
   width_ = 0;
   bool is_first = true;
   for (const TextRun& run : runs_) {
-    const TextFontMetrics metrics = Plausible(run.font->Metrics());
+    const TextFontMetrics metrics = PlausibleMetrics(*run.font);
     metrics_.ascent = is_first ? metrics.ascent : std::max(metrics_.ascent, metrics.ascent);
     metrics_.descent = is_first ? metrics.descent : std::min(metrics_.descent, metrics.descent);
     metrics_.cap_height = is_first ? metrics.cap_height : std::max(metrics_.cap_height, metrics.cap_height);

@@ -28,12 +28,16 @@ struct TextSpacing {
   bool operator==(const TextSpacing&) const = default;
 };
 
+// The metrics of the font, or usual ones where the font has none that can be true.
+TextFontMetrics PlausibleMetrics(const TextFont& font);
+
 // A text without line ends, ready to be laid out. One thread at a time.
 class TextParagraph {
  public:
   // Marks of a character.
   static constexpr uint8_t kBreakBefore = 1;    // a line may end before it
   static constexpr uint8_t kInsideCluster = 2;  // it belongs to the same grapheme cluster as the one before it
+  static constexpr uint8_t kSplitCluster = 4;   // a cluster that is too long is split before it; a run starts here
 
   // In one font and from left to right, where a line may end behind blanks.
   TextParagraph(std::u32string text, TextFont* font);
