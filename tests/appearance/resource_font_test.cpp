@@ -283,7 +283,7 @@ TEST(FontResources, FindsTheFontOfADefaultAppearance) {
           .Object(20, font("Helvetica"))
           .Object(21, font("Times-Roman"))
           .Object(22, font("Symbol"))
-          .Object(23, Stream("", "/Resources<</Font<</Own 22 0 R/Form 22 0 R>>>>"))
+          .Object(23, Stream("", "/Resources<</Font<</Own 22 0 R/Form 22 0 R/Helv 21 0 R>>>>"))
           .Object(25, "25 0 R")
           .Form();
   AddedObjects added(form.Parser());
@@ -305,6 +305,7 @@ TEST(FontResources, FindsTheFontOfADefaultAppearance) {
       {odd, "Wrong", "Wrong Helvetica 26.0R"},
       {widget, "Loop", "Loop Helvetica 26.0R"},
       {odd, "", "Helv Helvetica 26.0R"},
+      {widget, "", "Helv Times-Roman 21.0R"},
       {odd, "HeBo", "HeBo Helvetica-Bold 27.0R"},
       {odd, "TimesNewRoman,Italic", "TimesNewRoman,Italic Times-Italic 28.0R"},
       {odd, "ZaDb", "ZaDb ZapfDingbats 29.0R"},

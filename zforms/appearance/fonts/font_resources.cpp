@@ -47,7 +47,9 @@ ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view
   if (const ZPDFNodeDictionary* const form = added_->Document()->AcroForm()) {
     if (ResourceFont* font = FindIn(DictionaryAt(*form, "/DR"), key)) return font;
   }
-  if (ResourceFont* font = FindIn(AppearanceResources(*widget.Dico()), key)) return font;
+  // Without a name, the one that an earlier drawing gave to the standard font.
+  const Chaine own_key = name.empty() ? Chaine("/Helv") : key;
+  if (ResourceFont* font = FindIn(AppearanceResources(*widget.Dico()), own_key)) return font;
   const StandardFont* const standard = StandardFontOfResource(name);
   return Standard(standard == nullptr ? StandardFontLike(name, 0) : *standard, name.empty() ? "Helv" : name);
 }
