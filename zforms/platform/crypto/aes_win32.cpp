@@ -45,6 +45,27 @@ void Run(AES::Direction direction, BCRYPT_KEY_HANDLE key, AES::Block* iv, const 
   }
 }
 
+// Decrypts without the chaining of CNG: where an initialization vector comes twice, not every implementation resets the
+// chain.
+void DecryptCBC(BCRYPT_KEY_HANDLE ecb, AES::Block* iv, const char* in, char* out, size_t n) {
+  constexpr size_t kPiece = 4096;
+  char encrypted[kPiece];  // kept, because `out` may be `in`
+  while (n > 0) {
+    const size_t piece = std::min(n, kPiece);
+    std::memcpy(encrypted, in, piece);
+    Run(AES::Direction::kDecrypt, ecb, nullptr, encrypted, out, piece);
+    for (size_t i = 0; i < piece; i++) {
+      const size_t block = iv->size();
+      const auto previous = static_cast<char>(i < block ? static_cast<char>((*iv)[i]) : encrypted[i - block]);
+      out[i] = static_cast<char>(out[i] ^ previous);
+    }
+    std::memcpy(iv->data(), encrypted + piece - iv->size(), iv->size());
+    in += piece;
+    out += piece;
+    n -= piece;
+  }
+}
+
 }  // namespace
 
 AES::AES(Direction direction, std::string_view key) : direction_(direction), is_long_(key.size() == 32), state_{} {
@@ -59,7 +80,9 @@ AES::~AES() {
 }
 
 void AES::CBC(Block* iv, const char* in, char* out, size_t n) const {
-  Run(direction_, KeysIn(state_.data()).cbc, iv, in, out, n);
+  const Keys keys = KeysIn(state_.data());
+  if (direction_ == Direction::kDecrypt) return DecryptCBC(keys.ecb, iv, in, out, n);
+  Run(direction_, keys.cbc, iv, in, out, n);
 }
 
 void AES::ECB(const char* in, char* out, size_t n) const {

@@ -42,7 +42,7 @@ inline std::string Narrow(std::wstring_view wide, UINT code_page = CP_UTF8) {
 // Reads a text value of the registry and expands references to environment variables; false when there is no such
 // value.
 inline bool ReadRegistryText(HKEY root, const std::wstring& key, const wchar_t* name, std::wstring* value) {
-  constexpr DWORD kTypes = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ;
+  constexpr DWORD kTypes = RRF_RT_REG_SZ;  // texts that were expanded are of this type too
   DWORD size = 0;
   if (::RegGetValueW(root, key.c_str(), name, kTypes, nullptr, nullptr, &size) != ERROR_SUCCESS) return false;
   // The value may change between the two calls, so expanding may need more room than was reported.
