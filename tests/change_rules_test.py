@@ -109,7 +109,7 @@ def test_permissions_and_passwords(folder):
         status, _, err = zforms("fields", path, *(["--password", password] if password else []))
         expect(status == 2 and said in err and err.count("\n") == 1, f"{kind}, {password}", err)
     served = folder / "served.pdf"
-    for arguments in (["import"], ["permissions", "--set", -4], ["rewrite", "--decrypt"]):
+    for arguments in (["import"], ["permissions", "--encrypt", "aes-256"], ["rewrite", "--decrypt"]):
         status, _, err = zforms(*arguments, folder / "rc4.pdf", "--password", "user", "-o", served)
         expect(status == 2 and "only the owner password" in err and not served.exists(), f"{arguments[0]} by the user", err)
     status, _, err = zforms("import", folder / "rc4.pdf", "--password", "owner", "-o", served)

@@ -26,8 +26,8 @@ std::string FlagsText(const ZAcroForm& form) {
 
 // Sets what is to be changed; false, and said, when that is not allowed.
 bool SetProtection(const PermissionsOptions& options, ZAcroForm& form, Console& console) {
-  if (!MayChangeEncryption(form, console)) return false;
   if (!options.encrypt.empty()) {
+    if (!MayChangeEncryption(form, console)) return false;
     if (!form.EncryptWithAES256(options.user_password, options.owner_password)) {
       console.Fail("a password has characters that are not allowed in one");
       return false;

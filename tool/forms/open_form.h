@@ -25,8 +25,8 @@ bool OpenFormWithFields(const std::string& file, const std::string& password, ZA
 // The same for the commands on fields and values; one without a form opens as well.
 bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form, Console& console);
 
-// Whether the permissions and passwords of the document may be changed, or its encryption removed: only the owner may.
-// False, and said, when it was opened by the user password.
+// Whether the passwords and the method of encryption may be changed, or the encryption removed: only the owner may do
+// that. False, and said, when the document was opened by the user password.
 bool MayChangeEncryption(const ZAcroForm& form, Console& console);
 
 // The message about a document without fields.
