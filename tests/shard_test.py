@@ -50,7 +50,7 @@ def test_shards_are_a_single_run(folder):
                         ([reports[0]] * 2, "two reports of shard 1 of 3")]:
         status, _, err = zforms("batch", "--merge-reports", *given, "--out", out)
         expect(status == (75 if len(given) == 2 and "no report" in what else 2) and what in err, what, (status, err))
-    # A later run finds what is there; a folder is divided in one way.
+    # A later run finds the files of the first one. All shards of a folder have the same N.
     other = shutil.copy(SAMPLE, folder / "other.pdf")
     with open(other, "ab") as file:
         file.write(b"\n")
@@ -64,7 +64,7 @@ def test_shards_are_a_single_run(folder):
         got, _, err = zforms(*command)
         expect(got == status and said in err, label, (got, err))
     same("and changes nothing", bytes_of(out) == wanted, True)
-    # Rows that are corrected are made anew, also over the files of a run that was killed while it started over.
+    # Corrected rows are filled again. An earlier run with --overwrite that was killed does not prevent this.
     data = people(folder, 301, "Agde")
     wanted = single_run(data, folder / "agde")
     run = start(shard_command(data, out, "1/3", "--overwrite"))

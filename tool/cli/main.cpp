@@ -265,8 +265,7 @@ class CommandLine {
         ->add_option_function<std::string>(
             "--shard", [this](const std::string& text) { batch_.shard.Parse(text); },
             "Fill only the rows of one of N parts, I/N: row I, I+N, I+2N and so on. The shards share the folder and "
-            "may "
-            "run on different machines at the same time.")
+            "may run on different machines at the same time.")
         ->type_name("I/N")
         ->check([](const std::string& text) {
           return Shard().Parse(text) ? "" : "--shard: \"" + text + "\" is not I/N, such as 3/8";
