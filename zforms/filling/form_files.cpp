@@ -80,8 +80,8 @@ bool SaveForm(ZAcroForm& form, const std::string& path, const SaveOptions& optio
 
 bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* bytes, ZFormMessages* messages) {
   if (!options.force && (options.anew || form.SavesAnew()) && form.WouldLose()) {
-    return Fail("pages or the form need objects that cannot be read and would be lost: nothing was written", messages,
-                form.Recovers() ? Remedy::kForceLosses : Remedy::kRecoverLosses);
+    return Fail("objects are missing or damaged, so parts of pages or of the form would be lost: nothing was written",
+                messages, form.Recovers() ? Remedy::kForceLosses : Remedy::kRecoverLosses);
   }
   ZInetChaineOStream stream(*bytes);
   return (options.anew ? form.SaveFull(stream) : form.Save(stream)) || Fail(form.Diagnostics().Failure(), messages);
