@@ -24,6 +24,7 @@ from xml.sax.saxutils import escape
 import peers
 from tool_case import SAMPLES, SANITIZED, STOP, TOOL, WINDOWS, expect, page_fields, restricted_form, run_tests, same, zforms
 
+NOT_ON_WINDOWS = {"test_sockets_of_a_service_manager": "its service managers hand over no sockets"}
 SAVE = "/App/xfdf/save.cgi?code=membership_form"
 
 
@@ -664,6 +665,49 @@ def test_who_does_not_answer(folder):
                 (["submit", "F1", "--timeout", "0"], ["--timeout"])):
             status, _, err = zforms(*arguments)
             expect(status == 2 and all(word in err for word in words), arguments, (status, err))
+
+
+STARTED_BY_A_MANAGER = """
+import os, sys
+sockets = [int(number) for number in sys.argv[1].split(",")]
+for place, number in enumerate(sockets, 3):
+    os.dup2(number, place)
+os.environ.update(LISTEN_PID=str(os.getpid()), LISTEN_FDS=str(len(sockets)))
+os.execv(sys.argv[2], sys.argv[2:])
+"""
+
+
+def started_by_a_manager(folder, sockets):
+    """A server that gets the sockets: (what it answers at the first one's port or None, exit status, errors)."""
+    numbers = [max(os.dup(one.fileno()) for _ in range(10)) for one in sockets]
+    command = [sys.executable, "-c", STARTED_BY_A_MANAGER, ",".join(map(str, numbers)), TOOL, "serve", "--templates",
+               str(SAMPLES), "--data", str(folder / "data"), "--port", "1"]
+    answer, (address, port, *_) = None, sockets[0].getsockname()
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, pass_fds=numbers) as server:
+        if any(line.startswith("Stop:") for line in server.stdout):
+            connection = http.client.HTTPConnection(address, port, timeout=30)
+            connection.request("GET", "/", headers={"Host": f"localhost:{port}"})
+            answer = connection.getresponse().status
+            connection.close()
+        server.send_signal(STOP)
+        _, err = server.communicate(timeout=30)
+    return answer, server.returncode, err
+
+
+def test_sockets_of_a_service_manager(folder):
+    """Sockets that listen already are served at their port; others than those of this machine's own addresses are not."""
+    for addresses, listen, is_served in ((["127.0.0.1"], True, True), (["::1"], True, True), (["0.0.0.0"], True, False),
+                                         (["127.0.0.1"], False, False), (["127.0.0.1"] * 2, True, False)):
+        with contextlib.ExitStack() as opened:
+            sockets = [opened.enter_context(socket.socket(socket.AF_INET6 if ":" in one else socket.AF_INET))
+                       for one in addresses]
+            for one, address in zip(sockets, addresses):
+                one.bind((address, 0))
+                if listen:
+                    one.listen()
+            answer, status, err = started_by_a_manager(folder, sockets)
+        wanted = answer == 200 and status == 0 if is_served else status == 2 and "socket of the service manager" in err
+        expect(wanted, f"sockets of {addresses}, listening: {listen}", (answer, status, err))
 
 
 def test_killed_under_load(folder):

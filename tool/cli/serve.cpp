@@ -11,6 +11,7 @@
 #include "tool/base/files.h"
 #include "tool/base/port_holder.h"
 #include "tool/base/program_path.h"
+#include "tool/base/service_sockets.h"
 #include "tool/base/stop_signal.h"
 #include "tool/cli/server_commands.h"
 #include "tool/forms/template_check.h"
@@ -194,10 +195,14 @@ bool ChooseYear(const Plan& plan, Store& store, int32_t* year, std::string* said
   return store.KeepYear(*year);
 }
 
-void SayWhyNotStarted(const Office& office, uint16_t number) {
+void SayWhyNotStarted(const Office& office, uint16_t number, bool has_sockets) {
   const std::error_code error(office.StartError(), std::system_category());
   if (!error) return;
   Console console("serve");
+  if (has_sockets) {
+    return console.Fail("a socket of the service manager cannot be used (" + error.message() +
+                        "): each must be a listening stream socket of 127.0.0.1 or [::1], all at one port");
+  }
   const std::string port = "port " + std::to_string(number);
   if (!IsPortInUse(error.value())) {
     return console.Fail(port + " cannot be used (" + error.message() + "): choose another with --port");
@@ -213,7 +218,7 @@ std::string WhyUpgrade(int version) {
          std::to_string(kStoreVersion) + ")";
 }
 
-int Serve(const Plan& plan, ZIdleMessageManager& messages) {
+int Serve(const Plan& plan, std::vector<uintptr_t> sockets, ZIdleMessageManager& messages) {
   ServerLog log(plan.json);
   const ZTempFolder temp;
   const std::string data = plan.data.empty() ? temp.Path().ToString() : plan.data;
@@ -242,8 +247,10 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
   if (plan.draw) office.Server().SetDrawing(ZDrawingFonts());
   const ReaderPage* const reader = AddPages(office, plan.reader, plan.scripts);
   const std::string key = plan.submissions && reader != nullptr ? AddSubmissionsPage(office, data) : std::string();
+  const bool has_sockets = !sockets.empty();
+  office.Server().SetListeners(std::move(sockets));
   if (!office.Server().Start()) {
-    SayWhyNotStarted(office, chosen.port);
+    SayWhyNotStarted(office, chosen.port, has_sockets);
     return kFailed;
   }
   const auto has_quit = std::make_shared<std::promise<void>>();
@@ -270,10 +277,11 @@ int Serve(const Plan& plan, ZIdleMessageManager& messages) {
 int RunServe(const ServeOptions& options) {
   HoldStopSignals();
   GiveBackLargeBlocks();
+  std::vector<uintptr_t> sockets = TakeServiceSockets();
   Plan plan;
   if (!MakePlan(options, &plan) || !CheckTemplates(plan.office.templates)) return kFailed;
   ZIdleMessageManager messages;
-  return Serve(plan, messages);
+  return Serve(plan, std::move(sockets), messages);
 }
 
 }  // namespace zforms::tool

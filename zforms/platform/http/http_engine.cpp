@@ -32,6 +32,7 @@ struct HTTPEngine::State : HTTPConnectionShare {
   State(const sHTTPServerLimits& wanted, IHTTPEngineHost* owner) : HTTPConnectionShare(wanted, owner), ticker(io) {}
 
   int Listen(const asio::ip::address& address, uint16_t at);
+  int Adopt(uintptr_t socket);
   void Accept(size_t index);
   void Admit(tcp::socket socket);
   bool MakeRoom();
@@ -60,6 +61,24 @@ int HTTPEngine::State::Listen(const asio::ip::address& address, uint16_t at) {
   port = acceptor.local_endpoint(error).port();
   acceptors.push_back(std::move(acceptor));
   return error.value();
+}
+
+int HTTPEngine::State::Adopt(uintptr_t socket) {
+  error_code error;
+  tcp::acceptor acceptor(io);
+  acceptor.assign(IsOfIPv6(socket) ? tcp::v6() : tcp::v4(), static_cast<tcp::acceptor::native_handle_type>(socket),
+                  error);
+  if (error) return error.value();
+  KeepFromChildren(socket);
+  const tcp::endpoint endpoint = acceptor.local_endpoint(error);
+  if (error) return error.value();
+  const bool fits = acceptors.empty() || endpoint.port() == port;
+  if (!IsListening(socket) || !endpoint.address().is_loopback() || !fits) {
+    return error_code(asio::error::invalid_argument).value();
+  }
+  port = endpoint.port();
+  acceptors.push_back(std::move(acceptor));
+  return 0;
 }
 
 void HTTPEngine::State::Accept(size_t index) {
@@ -165,6 +184,8 @@ int HTTPEngine::Open(uint16_t port) {
   state_->acceptors.clear();
   return error;
 }
+
+int HTTPEngine::Adopt(uintptr_t socket) { return state_->Adopt(socket); }
 
 uint16_t HTTPEngine::Port() const { return state_->port; }
 

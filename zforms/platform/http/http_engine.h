@@ -52,8 +52,12 @@ class HTTPEngine {
   // Binds 127.0.0.1 and, if the machine supports it, ::1 to the port; 0 chooses a free one. Returns 0 or the system's
   // error.
   int Open(uint16_t port);
+  // Takes over a socket that listens already instead; may be called for several of one port. Returns 0, or the system's
+  // error, which is that of an invalid argument when the socket does not listen on 127.0.0.1 or ::1. Closes the socket
+  // in any case.
+  int Adopt(uintptr_t socket);
   uint16_t Port() const;
-  // Starts the threads. Precondition: Open succeeded.
+  // Starts the threads. Precondition: Open or Adopt succeeded.
   void Run();
   // Stops accepting, and closes the connections that have no complete request.
   void CloseDoor();

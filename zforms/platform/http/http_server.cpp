@@ -91,10 +91,21 @@ ZHTTPServer::~ZHTTPServer() {
   intrusions_->Detach();
 }
 
+// 0 or the system's error.
+int ZHTTPServer::Open(HTTPEngine& engine) {
+  if (listeners_.empty()) return engine.Open(Port());
+  int error = 0;
+  for (const uintptr_t socket : std::exchange(listeners_, {})) {
+    const int found = engine.Adopt(socket);
+    if (error == 0) error = found;
+  }
+  return error;
+}
+
 bool ZHTTPServer::Start() {
   if (IsRunning() || !NotifyStart()) return false;
   auto engine = std::make_unique<HTTPEngine>(limits_, host_.get());
-  if (const int error = engine->Open(Port()); error != 0) {
+  if (const int error = Open(*engine); error != 0) {
     NotifyErrorStart(error);
     return false;
   }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "zforms/platform/base/export.h"
 #include "zforms/platform/http/http_engine.h"
@@ -33,7 +34,7 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
   ~ZHTTPServer() override;
 
   // Calls NotifyStart, listens and starts the threads. False when NotifyStart refuses, when the server is running
-  // already, or when the port is not available; in this case NotifyErrorStart is called first.
+  // already, or when the port or a listener is not available; in this case NotifyErrorStart is called first.
   bool Start();
   // Stops the server. Accepts no more connections, waits up to sLimits::stop_time for running requests and then closes
   // their connections, waits for the pages that still run, and empties the idle loop, so that no message of an answered
@@ -50,6 +51,9 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
   // Set the following before the server starts, not while it runs.
   const sLimits& Limits() const { return limits_; }
   void SetLimits(const sLimits& limits) { limits_ = limits; }
+  // Sockets that a service manager opened and that listen on 127.0.0.1 or ::1 already, all at one port: the next start
+  // serves them, instead of opening its own port, and they are closed at the end of the run. Values are native handles.
+  void SetListeners(std::vector<uintptr_t> sockets) { listeners_ = std::move(sockets); }
   // The log is called for every answered request, on one thread of the server, and must not wait.
   void SetRequestLog(RequestLog log) { log_ = std::move(log); }
   // The host's idle loop; by default the process's own.
@@ -67,10 +71,12 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
  private:
   class Host;
 
+  int Open(HTTPEngine& engine);
   void WaitWhileServing(const std::function<bool(std::chrono::milliseconds)>& wait, std::chrono::milliseconds time);
 
   std::atomic<uint16_t> port_;
   sLimits limits_;
+  std::vector<uintptr_t> listeners_;
   RequestLog log_;
   ZIdleMessageManager* messages_;
   std::shared_ptr<HTTPIntrusions> intrusions_;

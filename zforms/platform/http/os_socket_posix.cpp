@@ -12,6 +12,19 @@ bool MakeAddressExclusive(uintptr_t socket) {
   return ::setsockopt(static_cast<int>(socket), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0;
 }
 
+bool IsListening(uintptr_t socket) {
+  int listens = 0;
+  socklen_t size = sizeof listens;
+  return ::getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 && listens != 0;
+}
+
+bool IsOfIPv6(uintptr_t socket) {
+  sockaddr_storage address{};
+  socklen_t size = sizeof address;
+  return ::getsockname(static_cast<int>(socket), reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+         address.ss_family == AF_INET6;
+}
+
 void KeepFromChildren(uintptr_t socket) {
   const int flags = ::fcntl(static_cast<int>(socket), F_GETFD);
   if (flags >= 0) ::fcntl(static_cast<int>(socket), F_SETFD, flags | FD_CLOEXEC);

@@ -14,6 +14,21 @@ bool MakeAddressExclusive(uintptr_t socket) {
                       sizeof on) == 0;
 }
 
+bool IsListening(uintptr_t socket) {
+  BOOL listens = FALSE;
+  int size = sizeof listens;
+  return ::getsockopt(static_cast<SOCKET>(socket), SOL_SOCKET, SO_ACCEPTCONN, reinterpret_cast<char*>(&listens),
+                      &size) == 0 &&
+         listens != FALSE;
+}
+
+bool IsOfIPv6(uintptr_t socket) {
+  sockaddr_storage address{};
+  int size = sizeof address;
+  return ::getsockname(static_cast<SOCKET>(socket), reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+         address.ss_family == AF_INET6;
+}
+
 void KeepFromChildren(uintptr_t socket) {
   ::SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
 }

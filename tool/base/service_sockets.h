@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace zforms::tool {
+
+// The listening sockets that a service manager opened for this process, as systemd.socket(5) hands them over: file
+// descriptors from 3 on, counted by LISTEN_FDS when LISTEN_PID names this process. None on Windows. Call it once,
+// before other threads are started: it takes the variables from the environment, so that programs started later do not
+// use them.
+std::vector<uintptr_t> TakeServiceSockets();
+
+}  // namespace zforms::tool
