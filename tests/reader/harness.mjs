@@ -1,59 +1,20 @@
 // Shared by the tests of the page: the server, the browser, and rules that every page must keep.
 
-import { execFileSync, spawn } from "node:child_process";
 import { createRequire } from "node:module";
 import path from "node:path";
+import { PlainServer, browserPath, endServers, expect, packages, pictures, runTests } from "./basics.mjs";
 
-export const [tool, browserPath, packages, folder, pictures, ...wanted] = process.argv.slice(2);
+export { expect, pictures, same, tool } from "./basics.mjs";
+
 const require = createRequire(path.join(packages, "."));
 const { chromium } = require("playwright-core");
 const axePath = require.resolve("axe-core/axe.min.js");
 
-const failures = [];
-let test = "";
-
-export function expect(condition, label, ...details) {
-  if (!condition) failures.push([`${test}: ${label}`, ...details.map((one) => JSON.stringify(one)?.slice(0, 600))].join("\n    "));
-  return Boolean(condition);
-}
-export function same(got, wantedValue, label) {
-  return expect(JSON.stringify(got) === JSON.stringify(wantedValue), label, got, wantedValue);
-}
-
-const running = new Set();
-
-export class Server {
-  static async start(data, port = 0, ...more) {
-    const server = new Server();
-    server.data = path.join(folder, data);
-    const options = ["--templates", path.join(folder, "templates"), "--data", server.data, "--port", `${port}`, ...more];
-    server.process = spawn(tool, ["serve", ...options], { stdio: ["ignore", "pipe", "pipe"] });
-    running.add(server.process);
-    server.log = "";
-    server.process.stderr.on("data", (text) => (server.log += text));
-    let said = "";
-    await new Promise((resolve, reject) => {
-      server.process.stdout.on("data", (text) => /^Stop:/m.test((said += text)) && resolve());
-      server.process.once("exit", () => reject(new Error(`the server ended: ${server.log}`)));
-    });
-    server.port = Number(/localhost:(\d+)/.exec(said)[1]);
-    server.origin = `http://localhost:${server.port}`;
-    server.saved = /^Saved: +(\S+)/m.exec(said)?.[1];
-    return server;
-  }
+export class Server extends PlainServer {
   /** With a signal it ends while windows are open; otherwise these are closed first. */
   async stop(signal) {
     if (!signal) await closeWindows();
-    const ended = new Promise((resolve) => this.process.once("exit", resolve));
-    this.process.kill(signal ?? "SIGTERM");
-    await ended;
-    running.delete(this.process);
-    expect(!this.log.includes("Sanitizer"), "the sanitizer has a finding", this.log.slice(-3000));
-  }
-  /** The values of the newest submission of a form. */
-  stored(...options) {
-    const text = execFileSync(tool, ["submissions", "--data", this.data, "--format", "json", ...options]);
-    return JSON.parse(text);
+    await super.stop(signal);
   }
 }
 
@@ -145,24 +106,9 @@ export async function checkAccess(page, label) {
   expect(result.passes.length > 10, `${label}: hardly anything was checked`, result.passes.length);
 }
 
-export async function run(tests) {
-  for (const one of tests) {
-    if (wanted.length && !wanted.includes(one.name)) continue;
-    test = one.name;
-    const start = Date.now();
-    const before = failures.length;
-    try {
-      await one();
-    } catch (error) {
-      expect(false, "threw", String(error?.stack ?? error));
-    }
-    await closeWindows();
-    for (const left of running) left.kill("SIGKILL");
-    running.clear();
-    console.log(`${failures.length === before ? "ok  " : "FAIL"} ${one.name} ${Date.now() - start} ms`);
-  }
-  await browser.close();
-  for (const failure of failures) console.log(failure);
-  console.log(`reader_test: ${failures.length ? `${failures.length} failures` : "passed"}`);
-  process.exit(failures.length ? 1 : 0);
+async function tidy() {
+  await closeWindows();
+  endServers();
 }
+
+export const run = (tests) => runTests("reader_test", tests.map((one) => [one.name, one]), tidy, () => browser.close());

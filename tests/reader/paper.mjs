@@ -4,19 +4,8 @@ import { execFileSync } from "node:child_process";
 import path from "node:path";
 import { languageOf, all } from "../../tool/reader/texts.js";
 import { nearestText, phrasesOf } from "../../tool/reader/labels.js";
+import { inkOf, keepPrinted } from "./basics.mjs";
 import { Server, alertText, expect, field, openForm, openWindow, picture, pictures, press, same, tool } from "./harness.mjs";
-
-/** Instead of printing, keeps what would be printed, so that it can be looked at afterwards. */
-const keepPrinted = () => {
-  globalThis.print = () => {
-    const images = [...document.querySelectorAll("#print img")].map((image) => {
-      const canvas = Object.assign(document.createElement("canvas"), { width: image.naturalWidth, height: image.naturalHeight });
-      canvas.getContext("2d").drawImage(image, 0, 0);
-      return canvas.toDataURL();
-    });
-    globalThis.printed = { images, sheets: [...document.adoptedStyleSheets] };
-  };
-};
 
 const FILLED = { "adherent.nom": "Lebœuf", "adherent.prenom": "Ζωή", "adherent.ville": "Béziers" };
 
@@ -28,18 +17,7 @@ export async function printed_and_downloaded() {
   for (const [name, text] of Object.entries(FILLED)) await field(page, name).fill(text);
   await page.keyboard.press("Control+p");
   await page.waitForFunction(() => globalThis.printed && !document.documentElement.classList.contains("printing"));
-  const inked = await page.evaluate(async () => {
-    const image = Object.assign(new Image(), { src: globalThis.printed.images[0] });
-    await image.decode();
-    const canvas = Object.assign(document.createElement("canvas"), { width: image.width, height: image.height });
-    const pen = canvas.getContext("2d");
-    pen.drawImage(image, 0, 0);
-    const sheet = document.querySelector(".page").getBoundingClientRect();
-    const at = document.querySelector('[data-name="adherent.nom"]').getBoundingClientRect();
-    const scale = image.width / sheet.width;
-    const { data } = pen.getImageData((at.x - sheet.x) * scale, (at.y - sheet.y) * scale, at.width * scale, at.height * scale);
-    return data.filter((value, i) => i % 4 === 0 && value < 100).length;
-  });
+  const inked = await page.evaluate(inkOf, "adherent.nom");
   expect(inked > 200, "the printed page shows no value", inked);
   same(await page.evaluate(() => [globalThis.printed.images.length, document.querySelectorAll("#print img").length, document.adoptedStyleSheets.length]),
     [await page.locator(".page").count(), 0, 0], "each page once, and nothing left afterwards");

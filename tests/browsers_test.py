@@ -1,0 +1,84 @@
+#!/usr/bin/env python3
+"""The whole way of a form through the page, driven in Chromium and in Firefox by reader/rounds.mjs: filled in, computed,
+printed, saved, found again, changed, downloaded. It is skipped unless both browsers are there.
+
+browsers_test.py [--browser NAME] [CODE...]"""
+
+import argparse
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+from tool_case import ROOT, SAMPLES, SANITIZED, SKIPPED, TOOL
+from reader_test import PACKAGES, scripted
+
+BROWSERS = {"chrome": ("chromium",), "firefox": ("firefox-esr", "firefox")}
+
+# Of each form: what is typed (a number presses that button of the field), what the page shows afterwards, what is stored
+# beside what was typed, and what is typed at the end of a field later.
+ROUNDS = {
+    "membership_form": {
+        "typed": {"adherent.nom": "Lebœuf", "adherent.prenom": "Zoé", "adherent.naissance": "14071989", "formule": 2,
+                  "accords.statuts": 0, "activites.remarques": "à 12 € <b>"},
+        "shown": {"adherent.nom": "Lebœuf"}, "stored": {"formule": "Étudiant", "accords.statuts": "Oui"},
+        "again": ("adherent.nom", " II")},
+    "tax_return": {
+        "typed": {"declarant.siret": "12345678901234", "declarant.denomination": "Łódź & fils", "declarant.régime": 1},
+        "shown": {"declarant.siret": "12345678901234"}, "stored": {"declarant.régime": "Réel simplifié"},
+        "again": ("declarant.denomination", " 2")},
+    "scripted": {
+        "typed": {"hours": "12x.5", "rate": "20,1", "date": "1/2/2026"},
+        "shown": {"hours": "12.50", "rate": "20,10 EUR", "pay": "251,25 EUR", "half": "125.625", "date": "01/02/2026"},
+        "stored": {"hours": "12.5", "rate": "20.1", "pay": "251.25", "half": "125.625", "date": "01/02/2026"},
+        "again": ("extra", "1")},
+}
+
+
+def plan_of(code, values):
+    typed = values["typed"]
+    stored = {name: what for name, what in typed.items() if isinstance(what, str)}
+    name = values["again"][0]
+    return {"code": code, "typed": list(typed.items()), "shown": values["shown"],
+            "stored": {name: "", **stored, **values["stored"]}, "again": values["again"]}
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--browser", choices=BROWSERS, action="append")
+    parser.add_argument("codes", nargs="*")
+    options = parser.parse_args()
+    if SANITIZED:
+        print("browsers_test: sanitizers do not see the page; reader_test asks enough of the server")
+        return SKIPPED
+    node = shutil.which("node")
+    programs = {kind: next(filter(None, map(shutil.which, BROWSERS[kind])), None) for kind in options.browser or BROWSERS}
+    page = pathlib.Path(TOOL).parent.parent / "share/zforms/reader/pdfjs"
+    wanted = [("node", node), *programs.items(), (f"puppeteer-core in {PACKAGES}", (PACKAGES / "puppeteer-core").is_dir()),
+              (f"pdf.js in {page}", page.is_dir()), ("zforms (ZFORMS_TOOL)", TOOL)]
+    missing = [what for what, there in wanted if not there]
+    if missing:
+        print("browsers_test: not there:", ", ".join(missing), "(./run test fetches all)")
+        return 1 if os.environ.get("CI") else SKIPPED
+    pictures = pathlib.Path(os.environ.get("ZFORMS_SCREENSHOTS", ROOT / "build/screenshots"))
+    pictures.mkdir(parents=True, exist_ok=True)
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        (folder / "templates").mkdir()
+        (folder / "templates/scripted.pdf").write_bytes(scripted().file()[0])
+        for path in SAMPLES.glob("*.pdf"):
+            shutil.copy(path, folder / "templates")
+        failed = 0
+        for kind, program in programs.items():
+            forms = [plan_of(code, values) for code, values in ROUNDS.items()]
+            (folder / "plan.json").write_text(json.dumps({"browser": kind, "forms": forms}))
+            failed |= subprocess.run([node, ROOT / "tests/reader/rounds.mjs", TOOL, program, PACKAGES, folder, pictures,
+                                      *options.codes]).returncode
+        return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
