@@ -6,8 +6,7 @@ import ctypes
 import os
 import pathlib
 from collections.abc import Iterable, Iterator, Mapping
-from dataclasses import dataclass
-from typing import Any, Optional, Union
+from typing import Any, NamedTuple, Optional, Union
 
 from ._form import Form, Path, open, values_of
 from ._library import END, ERROR_DATA, ERROR_FORM, OK, FormError, Handle, encode, library, path_bytes
@@ -15,15 +14,19 @@ from ._library import END, ERROR_DATA, ERROR_FORM, OK, FormError, Handle, encode
 _OVERWRITE = 1
 
 
-@dataclass(frozen=True)
-class Row:
+class Row(NamedTuple):
     """The outcome of one row: `error` says why it was not filled or written."""
 
     number: int  # from 1
     line: int  # in the table, from 1; 0 for a row that was given as a mapping
-    path: Optional[pathlib.Path]
+    file: Optional[str]  # the path of the file that was written
     data: Optional[bytes]  # the filled form, when no file was wanted
     error: Optional[str]
+
+    @property
+    def path(self) -> Optional[pathlib.Path]:
+        """`file` as a path object."""
+        return None if self.file is None else pathlib.Path(self.file)
 
 
 class _Batch:
@@ -37,21 +40,23 @@ class _Batch:
         self._flags = _OVERWRITE if overwrite else 0
 
     def outcome(self, status: int, number: int, line: int) -> Row:
-        if status == OK and self._names is None:
-            return Row(number, line, None, self.handle.read("zforms_batch_bytes"), None)
+        handle, names = self.handle, self._names
+        if status == OK and names is None:
+            return Row(number, line, None, handle.read("zforms_batch_bytes"), None)
+        if status == OK and names is not None:
+            status = library.zforms_batch_write(handle.pointer, names[0], names[1], self._flags)
         if status == OK:
-            status = self.handle.status("zforms_batch_write", *(self._names or ()), self._flags)
-        if status == OK:
-            return Row(number, line, pathlib.Path(self.handle.text("zforms_batch_path")), None, None)
+            return Row(number, line, handle.text("zforms_batch_path"), None, None)
         if status in (ERROR_DATA, ERROR_FORM):
-            return Row(number, line, None, None, self.handle.fault())
-        raise self.handle.error(status)
+            return Row(number, line, None, None, handle.fault())
+        raise handle.error(status)
 
     def rows_of_table(self) -> Iterator[Row]:
         number, line = ctypes.c_uint64(), ctypes.c_uint64()
+        places = ctypes.byref(number), ctypes.byref(line)
         while True:
             before = number.value
-            status = self.handle.status("zforms_batch_next", ctypes.byref(number), ctypes.byref(line))
+            status = library.zforms_batch_next(self.handle.pointer, *places)
             if status == END:
                 return
             if status != OK and number.value == before:
