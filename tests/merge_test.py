@@ -18,7 +18,7 @@ def text_of(path, *options):
 
 
 def merged(folder, form, data, *options):
-    path = folder / "all.pdf"
+    path = folder / "Łoś €.pdf"
     status, _, err = zforms("batch", form, "--data", data, "--merge", path, *options)
     return path, status, err
 
@@ -112,7 +112,8 @@ def test_refused(folder):
         command = ["batch", form, "--data", data, *(options if "--merge" in options else ("--merge", folder / "all.pdf", *options))]
         got, _, err = zforms(*command)
         expect(got == status and said in err, label, (got, err))
-    same("files", ((folder / "all.pdf").read_text(), sorted(path.name for path in folder.glob("*part*"))), ("old", []))
+    same("files", ((folder / "all.pdf").read_text(), sorted(path.name for path in folder.iterdir())),
+         ("old", ["all.pdf", "locked.pdf", "rows.csv"]))
 
 
 def test_memory(folder):

@@ -143,6 +143,7 @@ TEST(AESTest, PublishedVectors) {
         for (size_t at = 0; at < 64; at += piece) {
           cipher.CBC(&iv, from.data() + at, out.data() + at, std::min(piece, 64 - at));
         }
+        EXPECT_EQ(Hex({iv.data(), iv.size()}), Hex(Unhex(chained).substr(48)));
       };
       run(encrypt, chained_plain);
       EXPECT_EQ(Hex(out), chained);

@@ -16,6 +16,7 @@
 #include "tests/support/http_requests.h"
 #include "tests/support/http_test_server.h"
 #include "tests/support/raw_http.h"
+#include "tests/support/raw_socket.h"
 #include "zforms/platform/http/http_request.h"
 #include "zforms/platform/http/http_response.h"
 
@@ -264,7 +265,7 @@ TEST(ZHTTPServer, PortsAreExclusive) {
   EXPECT_FALSE(first.Start());
   TestServer second(first.Port());
   EXPECT_FALSE(second.Start());
-  EXPECT_EQ(second.start_error, EADDRINUSE);
+  EXPECT_EQ(second.start_error, kAddressInUse);
   EXPECT_FALSE(second.IsRunning());
   // The port can be used again at once, although old connections are still closing.
   RawClient client(first.Port());

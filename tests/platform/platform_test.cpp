@@ -96,6 +96,19 @@ TEST_F(FileIO, SaysWhyItFails) {
   EXPECT_EQ(FileCount(), 3u) << "a temporary file is left";
 }
 
+TEST_F(FileIO, RenamesOverAFileOrToAFreeName) {
+  const Chaine a = At("a \xE2\x82\xAC"), b = At("b"), free = At("free");
+  ASSERT_TRUE(StoreFile(a, "a") && StoreFile(b, "b"));
+  EXPECT_EQ(RenameFileToFree(a, b), std::errc::file_exists);
+  EXPECT_FALSE(RenameFileToFree(a, free));
+  EXPECT_EQ(KindOfFile(a), OsFileKind::kAbsent);
+  EXPECT_FALSE(RenameFile(b, free));
+  EXPECT_EQ(KindOfFile(b), OsFileKind::kAbsent);
+  EXPECT_EQ(Content(free), "b");
+  EXPECT_EQ(RenameFile(a, free), std::errc::no_such_file_or_directory);
+  EXPECT_EQ(RenameFileToFree(a, b), std::errc::no_such_file_or_directory);
+}
+
 TEST_F(FileIO, InputsWithoutEndAreGivenUp) {
   ASSERT_TRUE(StoreFile(At("file"), Chaine(9000, 'x')));
   const auto look = [](std::string_view head, uint64_t) { return head.starts_with("x") ? "" : "no x"s; };

@@ -51,6 +51,10 @@ TEST(FilesOfWindows, AreReplacedWhileOthersRead) {
     Chaine bytes;
     EXPECT_FALSE(ReadFile(path, &bytes, &error));
     EXPECT_EQ(error, "another program uses the file");
+    const Chaine other = folder.Write("other", "other");
+    EXPECT_TRUE(RenameFile(other, path));
+    EXPECT_EQ(RenameFileToFree(path, folder.PathOf("free")).value(), ERROR_SHARING_VIOLATION);
+    DeleteFileQuietly(other);
   }
   EXPECT_EQ(ZInetFileIStream(path).ReadAll(), "new");
   EXPECT_TRUE(ReplaceFile(path, "newest", &error)) << error;
@@ -75,30 +79,30 @@ TEST(FilesOfWindows, MayHaveLongPaths) {
   EXPECT_EQ(KindOfFile(path), OsFileKind::kAbsent);
 }
 
-// Keys below HKEY_CURRENT_USER that go with the test.
+// Keys that go with the test.
 class RegistryTest : public testing::Test {
  protected:
   void TearDown() override {
-    for (const std::wstring& key : keys_) ::RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
+    for (const auto& [root, key] : keys_) ::RegDeleteTreeW(root, key.c_str());
   }
-  void Set(const std::wstring& key, const wchar_t* name, DWORD type, const void* value, size_t size) {
-    keys_.push_back(key);
-    ASSERT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, type, value, static_cast<DWORD>(size)), 0);
+  void Set(HKEY root, const std::wstring& key, const wchar_t* name, DWORD type, const void* value, size_t size) {
+    keys_.emplace_back(root, key);
+    ASSERT_EQ(::RegSetKeyValueW(root, key.c_str(), name, type, value, static_cast<DWORD>(size)), 0);
   }
-  void SetText(const std::wstring& key, const wchar_t* name, const std::wstring& text, DWORD type = REG_SZ) {
-    Set(key, name, type, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+  void SetText(HKEY root, const std::wstring& key, const wchar_t* name, const std::wstring& text, DWORD type = REG_SZ) {
+    Set(root, key, name, type, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
   }
 
-  std::vector<std::wstring> keys_;
+  std::vector<std::pair<HKEY, std::wstring>> keys_;
 };
 
 TEST_F(RegistryTest, HoldsTheSettings) {
   const std::string app = "ZFormsTest" + std::to_string(ProcessNumber());
   const std::wstring key = L"Software\\" + Widen(app) + L"\\Settings";
   const DWORD on = 1;
-  Set(key, L"IgnorePDFVersion", REG_DWORD, &on, sizeof on);
-  SetText(key, L"Name", L"\u00E9 \u20AC");
-  SetText(key, L"Off", L"0");
+  Set(HKEY_CURRENT_USER, key, L"IgnorePDFVersion", REG_DWORD, &on, sizeof on);
+  SetText(HKEY_CURRENT_USER, key, L"Name", L"\u00E9 \u20AC");
+  SetText(HKEY_CURRENT_USER, key, L"Off", L"0");
   const auto settings = OpenSystemSettings(app);
   EXPECT_TRUE(settings->Bool("Settings", "IgnorePDFVersion", false));
   EXPECT_FALSE(settings->Bool("Settings", "Off", true));
@@ -113,9 +117,10 @@ TEST_F(RegistryTest, NamesTheReader) {
   folder.Write("reader.dll", Chaine(MakeProgram(true, kVersion)));
   ::SetEnvironmentVariableW(L"ZFORMS_TEST_FOLDER", Widen(folder.Path()).c_str());
   const std::string id = "{5E5A0C1E-0000-4000-8000-" + std::to_string(100000000000 + ProcessNumber()) + "}";
-  const std::wstring key = LR"(Software\Classes\CLSID\)" + Widen(id);
-  SetText(key + LR"(\InprocServer32)", nullptr, LR"(%ZFORMS_TEST_FOLDER%\reader.dll)", REG_EXPAND_SZ);
-  keys_.push_back(key);
+  const std::wstring key = LR"(CLSID\)" + Widen(id);
+  SetText(HKEY_CLASSES_ROOT, key + LR"(\InprocServer32)", nullptr, LR"(%ZFORMS_TEST_FOLDER%\reader.dll)",
+          REG_EXPAND_SZ);
+  keys_.emplace_back(HKEY_CLASSES_ROOT, key);
   const auto shell = OpenSystemShell();
   EXPECT_EQ(shell->VersionOfClass(id), kVersion) << shell->ServerOfClass(id).View();
   EXPECT_EQ(shell->VersionOfClass("{00000000-0000-0000-0000-0000000000AB}"), 0U);

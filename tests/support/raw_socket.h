@@ -5,6 +5,9 @@
 
 namespace zforms {
 
+// The system's number for a port that another server has.
+extern const int kAddressInUse;
+
 // A socket of the operating system, connected to a port of this machine; closed by its destructor.
 class RawSocket {
  public:

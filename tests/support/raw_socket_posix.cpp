@@ -4,6 +4,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "tests/support/raw_socket.h"
 
 namespace zforms {
@@ -12,6 +14,8 @@ namespace {
 int Handle(intptr_t handle) { return static_cast<int>(handle); }
 
 }  // namespace
+
+const int kAddressInUse = EADDRINUSE;
 
 RawSocket::RawSocket(uint16_t port, bool ipv6) : handle_(::socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM, 0)) {
   sockaddr_in v4{};

@@ -18,6 +18,8 @@ intptr_t Open(int family) {
 
 }  // namespace
 
+const int kAddressInUse = WSAEADDRINUSE;
+
 RawSocket::RawSocket(uint16_t port, bool ipv6) : handle_(Open(ipv6 ? AF_INET6 : AF_INET)) {
   sockaddr_in v4{};
   v4.sin_family = AF_INET;

@@ -211,11 +211,10 @@ bool BatchFolder::ClaimAndRename(const std::string& part, const Seat& seat, Batc
     return false;
   }
   claim.Close();
-  std::error_code failed;
-  std::filesystem::rename(FilePath(part), FilePath(PathOf(seat.name)), failed);
+  const std::error_code failed = RenameFile(part, PathOf(seat.name));
   if (!failed) return true;
   *fault = BatchFault::OfSystem(failed.message(), failed);
-  std::filesystem::remove(FilePath(PathOf(seat.name)), failed);
+  DeleteFileQuietly(PathOf(seat.name));
   return false;
 }
 
@@ -225,12 +224,9 @@ bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, const Ch
     *fault = {kNotRecorded, true};
     return false;
   }
-  const std::filesystem::path to = FilePath(PathOf(seat.name));
-  std::error_code failed;
-  // A hard link never replaces an existing file, unlike a rename.
-  std::filesystem::create_hard_link(FilePath(part), to, failed);
+  const std::error_code failed = RenameFileToFree(part, PathOf(seat.name));
   std::error_code ignored;
-  if (failed && !std::filesystem::exists(to, ignored)) {
+  if (failed && !std::filesystem::exists(FilePath(PathOf(seat.name)), ignored)) {
     if (std::filesystem::exists(FilePath(part), ignored)) return ClaimAndRename(part, seat, fault);
     *fault = {"another run of this shard removed the unfinished file", true};
     return false;
@@ -243,14 +239,13 @@ bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, const Ch
     if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
     return false;
   }
-  std::filesystem::remove(FilePath(part), ignored);
+  if (failed) DeleteFileQuietly(part);
   return true;
 }
 
 bool BatchFolder::Move(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault) {
   if (seat.place == Place::kFree) return MoveToFree(part, seat, bytes, fault);
-  std::error_code failed;
-  std::filesystem::rename(FilePath(part), FilePath(PathOf(seat.name)), failed);
+  const std::error_code failed = RenameFile(part, PathOf(seat.name));
   if (failed) *fault = BatchFault::OfSystem(failed.message(), failed);
   return !failed;
 }
@@ -264,8 +259,7 @@ bool BatchFolder::Write(const Seat& seat, unsigned number, const Chaine& bytes, 
     const bool stored = StoreFile(part, bytes, &fault->what);
     fault->is_trouble = !stored;
     if (!stored || !Move(part, seat, bytes, fault)) {
-      std::error_code ignored;
-      std::filesystem::remove(FilePath(part), ignored);
+      DeleteFileQuietly(part);
       return false;
     }
   }

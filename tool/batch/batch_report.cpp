@@ -39,11 +39,16 @@ std::string Rows(uint64_t count) { return Grouped(count) + (count == 1 ? " row" 
 
 BatchReport::BatchReport(Console& console) : console_(console), on_terminal_(IsErrorTerminal()) {}
 
-bool BatchReport::Open(const std::string& path) {
+bool BatchReport::Open(const std::string& path, std::string* error) {
   path_ = path;
-  file_.open(FilePath(path + ".part"), std::ios::binary | std::ios::trunc);
-  file_ << "{\n\"failures\": [";
-  return file_.good();
+  if (!file_.Open(path, error)) return false;
+  Put("{\n\"failures\": [");
+  return true;
+}
+
+bool BatchReport::Put(std::string_view text) {
+  if (file_error_.empty()) file_.Write(text, &file_error_);
+  return file_error_.empty();
 }
 
 void BatchReport::Filled() {
@@ -68,12 +73,12 @@ void BatchReport::Failed(const Row& row, const std::string& field, const std::st
   ClearProgress();
   const std::string where = field.empty() ? std::string() : "field \"" + field + "\": ";
   console_.Warn("line " + std::to_string(row.line) + ": " + where + what);
-  if (file_.is_open()) {
+  if (file_.IsOpen()) {
     Json json{{"line", row.line}, {"row", row.number}};
     if (!field.empty()) json["field"] = field;
     if (!file.empty()) json["file"] = file;
     json["message"] = what;
-    file_ << (failed_ == 0 ? "\n" : ",\n") << Dump(json);
+    Put((failed_ == 0 ? "\n" : ",\n") + Dump(json));
   }
   failed_++;
 }
@@ -82,7 +87,7 @@ void BatchReport::Warned(const Row& row, const std::string& file, const std::str
   const std::lock_guard<std::mutex> lock(mutex_);
   ClearProgress();
   console_.Warn("line " + std::to_string(row.line) + ": " + what);
-  if (file_.is_open() && warnings_.size() < kMostWarnings) warnings_.push_back({row.line, row.number, file, what});
+  if (file_.IsOpen() && warnings_.size() < kMostWarnings) warnings_.push_back({row.line, row.number, file, what});
   warned_++;
 }
 
@@ -121,10 +126,10 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
     if (failed_ > 0) line += ", " + Rows(failed_) + " not filled";
     std::fputs((line + (outcome.stopped ? ", stopped there\n" : "\n")).c_str(), stderr);
   }
-  if (!file_.is_open()) return true;
-  file_ << (failed_ == 0 ? "],\n" : "\n],\n");
+  if (!file_.IsOpen()) return true;
+  Put(failed_ == 0 ? "],\n" : "\n],\n");
   const auto member = [this](const char* name, const Json& value, bool last = false) {
-    file_ << "\"" << name << "\": " << Dump(value) << (last ? "\n}\n" : ",\n");
+    Put("\"" + std::string(name) + "\": " + Dump(value) + (last ? "\n}\n" : ",\n"));
   };
   member("form", options.file);
   member("data", options.data);
@@ -145,11 +150,8 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
   member("status", outcome.status);
   member("jobs", outcome.jobs);
   member("seconds", seconds, true);
-  file_.close();
-  std::error_code error;
-  if (file_.good()) std::filesystem::rename(FilePath(path_ + ".part"), FilePath(path_), error);
-  if (file_.good() && !error) return true;
-  Console(path_).Fail("the report cannot be written");
+  if (file_error_.empty() && file_.Finish(&file_error_)) return true;
+  Console(path_).Fail("the report cannot be written: " + file_error_);
   return false;
 }
 

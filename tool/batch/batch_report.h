@@ -3,13 +3,13 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <fstream>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "tool/base/console.h"
 #include "zforms/filling/row.h"
+#include "zforms/platform/files/replacing_file.h"
 
 namespace zforms::tool {
 
@@ -22,8 +22,8 @@ class BatchReport {
   // `console` prints the faults of the data.
   explicit BatchReport(Console& console);
 
-  // Begins the report in a temporary file beside `path`; false when it cannot be written.
-  bool Open(const std::string& path);
+  // Begins the report in a temporary file beside `path`; false, with the reason, when it cannot be written.
+  bool Open(const std::string& path, std::string* error);
 
   void Filled();
   // Prints a warning about a row that is filled.
@@ -54,6 +54,7 @@ class BatchReport {
     std::string file, what;
   };
 
+  bool Put(std::string_view text);
   void ShowProgress();
   void ClearProgress();
   double Seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
@@ -72,7 +73,8 @@ class BatchReport {
   std::atomic<bool> has_trouble_ = false;
   std::vector<Warning> warnings_;
   std::string path_;
-  std::ofstream file_;
+  ReplacingFile file_;
+  std::string file_error_;  // of the report, once it failed
 };
 
 }  // namespace zforms::tool

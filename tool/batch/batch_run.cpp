@@ -118,8 +118,8 @@ bool BatchRun::Refuse(const BatchFault& fault) {
 bool BatchRun::OpenOutput() {
   BatchFault fault;
   if (!output_->Take(&fault)) return Refuse(fault);
-  if (!options_.report.empty() && !report_.Open(options_.report)) {
-    return Refuse({"the report " + options_.report + " cannot be written", true});
+  if (std::string error; !options_.report.empty() && !report_.Open(options_.report, &error)) {
+    return Refuse({"the report " + options_.report + " cannot be written: " + error, true});
   }
   if (merged_ != nullptr) merged_->SetForm(form_);
   return output_->Open(JobOf(options_, form_, plan_), &fault) || Refuse(fault);

@@ -11,7 +11,8 @@ namespace zforms::tool {
 namespace {
 
 constexpr size_t kMostKids = 64;
-constexpr size_t kWindow = 1 << 16;      // offsets
+constexpr size_t kWindow = 1 << 16;  // offsets, or bytes that wait
+constexpr std::streamoff kOffset = sizeof(uint64_t);
 constexpr size_t kRemembered = 1 << 13;  // digests of each generation
 constexpr size_t kOffsetWidth = 5;       // bytes
 constexpr std::string_view kBinaryComment = "%\xFF\xFE\xFD\xFC\n";
@@ -26,17 +27,11 @@ std::string HexString(std::string_view bytes) {
 
 }  // namespace
 
-OffsetFile::~OffsetFile() {
-  if (file_ == nullptr) return;
-  std::fclose(file_);
-  std::error_code ignored;
-  std::filesystem::remove(FilePath(path_), ignored);
-}
-
-bool OffsetFile::Open(const std::string& path) {
-  path_ = path;
-  file_ = std::fopen(path.c_str(), "wb+");
-  return file_ != nullptr;
+bool OffsetFile::Open(std::string* error) {
+  constexpr auto kMode = std::ios::in | std::ios::out | std::ios::trunc | std::ios::binary;
+  if (!folder_.Path().IsEmpty()) file_.open(FilePath(folder_.PathOf("offsets").ToString()), kMode);
+  if (!file_.is_open()) *error = "no temporary file can be made";
+  return file_.is_open();
 }
 
 void OffsetFile::Reserve(uint32_t numbers) {
@@ -50,8 +45,7 @@ uint32_t OffsetFile::Allocate() {
 }
 
 void OffsetFile::Flush() {
-  const bool written = std::fwrite(window_.data(), sizeof(uint64_t), window_.size(), file_) == window_.size();
-  failed_ = failed_ || !written;
+  file_.write(reinterpret_cast<const char*>(window_.data()), std::ssize(window_) * kOffset);
   first_ += static_cast<uint32_t>(window_.size());
   window_.clear();
 }
@@ -62,37 +56,26 @@ void OffsetFile::Set(uint32_t number, uint64_t offset) {
     return;
   }
   // Nodes of the page tree are written long after they got their numbers.
-  constexpr auto kSize = static_cast<long>(sizeof offset);
-  const bool written = std::fseek(file_, static_cast<long>(number) * kSize, SEEK_SET) == 0 &&
-                       std::fwrite(&offset, sizeof offset, 1, file_) == 1 && std::fseek(file_, 0, SEEK_END) == 0;
-  failed_ = failed_ || !written;
+  file_.seekp(std::streamoff{number} * kOffset);
+  file_.write(reinterpret_cast<const char*>(&offset), kOffset);
+  file_.seekp(0, std::ios::end);
 }
 
 bool OffsetFile::ForEach(const std::function<bool(uint64_t offset)>& take) {
   Flush();
-  if (failed_ || std::fflush(file_) != 0 || std::fseek(file_, 0, SEEK_SET) != 0) return false;
+  file_.seekg(0);
   uint64_t offset = 0;
-  uint32_t count = 0;
-  while (std::fread(&offset, sizeof offset, 1, file_) == 1) {
-    if (!take(offset)) return false;
-    count++;
+  for (uint32_t count = 0; count < first_; count++) {
+    file_.read(reinterpret_cast<char*>(&offset), kOffset);
+    if (!file_.good() || !take(offset)) return false;
   }
-  return count == first_;
+  return file_.good();
 }
 
 MergedFile::MergedFile(SharedObject shared) : shared_(std::move(shared)) {}
 
-MergedFile::~MergedFile() {
-  if (file_ == nullptr) return;
-  std::fclose(file_);
-  std::error_code ignored;
-  std::filesystem::remove(FilePath(path_ + ".part"), ignored);
-}
-
 bool MergedFile::Open(const std::string& path, const std::string& header, uint32_t highest) {
-  path_ = path;
-  file_ = std::fopen((path + ".part").c_str(), "wb");
-  if (file_ == nullptr || !offsets_.Open(path + ".offsets.part")) return false;
+  if (!file_.Open(path, &error_) || !offsets_.Open(&error_)) return false;
   is_shared_.assign(size_t{highest} + 1, false);
   offsets_.Reserve(highest + 1);
   outline_ = offsets_.Allocate();
@@ -101,7 +84,14 @@ bool MergedFile::Open(const std::string& path, const std::string& header, uint32
 
 bool MergedFile::Put(std::string_view bytes) {
   size_ += bytes.size();
-  failed_ = failed_ || std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size();
+  waiting_ += bytes;
+  if (waiting_.size() >= kWindow) Flush();
+  return !failed_;
+}
+
+bool MergedFile::Flush() {
+  failed_ = failed_ || !file_.Write(waiting_, &error_);
+  waiting_.clear();
   return !failed_;
 }
 
@@ -262,11 +252,7 @@ bool MergedFile::Finish(const std::vector<std::pair<std::string, LooseObject>>& 
   WriteShared();
   const uint32_t number = offsets_.Allocate();
   WriteObject(number, text + ">>");
-  if (!WriteXref(number)) return false;
-  const bool closed = std::fclose(std::exchange(file_, nullptr)) == 0;
-  std::error_code error;
-  if (closed) std::filesystem::rename(FilePath(path_ + ".part"), FilePath(path_), error);
-  return closed && !error;
+  return WriteXref(number) && Flush() && file_.Finish(&error_);
 }
 
 // A cross-reference stream: a table has no room for offsets of more than ten digits, and takes 20 bytes for each
@@ -290,6 +276,7 @@ bool MergedFile::WriteXref(uint32_t catalog) {
   });
   Put(entries);
   Put("\nendstream\nendobj\nstartxref\n" + std::to_string(start) + "\n%%EOF\n");
+  if (!all && error_.empty()) error_ = "a temporary file cannot be read";
   return all && !failed_;
 }
 

@@ -2,7 +2,7 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "tool/batch/row_pages.h"
+#include "zforms/platform/files/replacing_file.h"
+#include "zforms/platform/files/temp_folder.h"
 
 namespace zforms::tool {
 
@@ -18,9 +20,8 @@ namespace zforms::tool {
 // memory does not grow with their number.
 class OffsetFile {
  public:
-  ~OffsetFile();
   // Creates the file, which is removed with this object.
-  bool Open(const std::string& path);
+  bool Open(std::string* error);
   // The next number, from `Reserve` on.
   uint32_t Allocate();
   void Reserve(uint32_t numbers);
@@ -32,9 +33,8 @@ class OffsetFile {
  private:
   void Flush();
 
-  std::string path_;
-  std::FILE* file_ = nullptr;
-  bool failed_ = false;
+  ZTempFolder folder_;
+  std::fstream file_;
   uint32_t first_ = 0;  // the first number of the window; those before it are in the file
   std::vector<uint64_t> window_;
 };
@@ -49,17 +49,19 @@ class MergedFile {
   using SharedObject = std::function<LooseObject(uint32_t number)>;
 
   explicit MergedFile(SharedObject shared);
-  ~MergedFile();
 
   // Begins the file under a temporary name beside `path`, with this line as its header. `highest` is the highest number
   // of an object of the template.
   bool Open(const std::string& path, const std::string& header, uint32_t highest);
   // Appends the pages of a row, with `title`, a PDF text string, in the outline. False when the file cannot be written.
   bool Add(const RowPages& pages, const std::string& title);
-  // Ends the file and gives it its name. `catalog` has entries of the catalog: keys, and values of the template.
+  // Ends the file, flushes it to the disk and gives it its name. `catalog` has entries of the catalog: keys, and values
+  // of the template.
   bool Finish(const std::vector<std::pair<std::string, LooseObject>>& catalog);
   // The size so far, in bytes.
   uint64_t Size() const { return size_; }
+  // Why the file could not be written.
+  const std::string& Error() const { return error_; }
 
  private:
   // A node of the page tree that is not full, one for each level from the lowest.
@@ -71,6 +73,7 @@ class MergedFile {
   using Digest = std::string;
 
   bool Put(std::string_view bytes);
+  bool Flush();
   void Begin(uint32_t number);
   void WriteObject(uint32_t number, std::string_view text);
   uint32_t AddToTree(size_t level, uint32_t kid, uint64_t pages);
@@ -86,8 +89,9 @@ class MergedFile {
   bool WriteXref(uint32_t catalog);
 
   const SharedObject shared_;
-  std::string path_;
-  std::FILE* file_ = nullptr;
+  ReplacingFile file_;
+  std::string waiting_;  // bytes that are not in the file yet
+  std::string error_;
   bool failed_ = false;
   uint64_t size_ = 0;
   Digest identifier_;  // of the file: made from all its contents

@@ -36,7 +36,7 @@ MergedOutput::~MergedOutput() = default;
 void MergedOutput::SetForm(const ZAcroForm& form) { form_ = std::make_unique<ZAcroForm>(form); }
 
 bool MergedOutput::Fail(BatchFault* fault) const {
-  *fault = {"the file " + path_ + " cannot be written", true};
+  *fault = {"the file " + path_ + " cannot be written: " + file_->Error(), true};
   return false;
 }
 

@@ -83,6 +83,8 @@ void AES::CBC(Block* iv, const char* in, char* out, size_t n) const {
   const Keys keys = KeysIn(state_.data());
   if (direction_ == Direction::kDecrypt) return DecryptCBC(keys.ecb, iv, in, out, n);
   Run(direction_, keys.cbc, iv, in, out, n);
+  // Windows does so; not every implementation of its interface does.
+  if (n > 0) std::memcpy(iv->data(), out + n - iv->size(), iv->size());
 }
 
 void AES::ECB(const char* in, char* out, size_t n) const {

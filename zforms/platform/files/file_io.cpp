@@ -1,13 +1,12 @@
 #include "zforms/platform/files/file_io.h"
 
 #include <algorithm>
-#include <charconv>
-#include <chrono>
 #include <cstdint>
 #include <new>
 #include <utility>
 
 #include "zforms/platform/files/os_file.h"
+#include "zforms/platform/files/replacing_file.h"
 
 namespace zforms {
 
@@ -15,7 +14,6 @@ namespace {
 
 constexpr uint64_t kSpareBytes = 64 * 1024;
 constexpr uint64_t kLargestRead = SIZE_MAX / 4;
-constexpr int kNameAttempts = 64;
 
 bool Fail(std::string* error, std::string reason) {
   if (error != nullptr) *error = std::move(reason);
@@ -41,26 +39,6 @@ bool ReadPiece(const ReadStep& step, size_t wanted, Chaine* bytes, std::string* 
     wanted -= got;
   }
   return true;
-}
-
-// Creates a file with an unused name in the folder of the target.
-bool OpenBeside(const Chaine& target, OsFile::Mode mode, OsFile* file, Chaine* path, std::string* error) {
-  const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
-  uint64_t number = static_cast<uint64_t>(ticks) ^ (ProcessNumber() << 40);
-  for (int attempt = 0; attempt < kNameAttempts; attempt++, number++) {
-    char digits[16];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number, 16);
-    *path = FolderOf(target) + ".zforms-" + std::string_view(digits, static_cast<size_t>(end.ptr - digits)) + ".tmp";
-    if (file->Open(*path, mode, error)) return true;
-    if (KindOfFile(*path) == OsFileKind::kAbsent) return false;
-  }
-  return false;
-}
-
-bool FillNewFile(OsFile* file, const Chaine& bytes, const Chaine& model, std::string* error) {
-  if (!model.IsEmpty() && !file->CopyPermissions(model)) return Fail(error, LastSystemError());
-  if (!file->Write(bytes.data(), bytes.size()) || !file->Sync()) return Fail(error, LastSystemError());
-  return file->Close() || Fail(error, LastSystemError());
 }
 
 }  // namespace
@@ -110,21 +88,8 @@ bool StoreFile(const Chaine& path, const Chaine& bytes, std::string* error) {
 }
 
 bool ReplaceFile(const Chaine& path, const Chaine& bytes, std::string* error) {
-  const Chaine target = ResolveLinks(path);
-  const OsFileKind kind = KindOfFile(target);
-  if (kind == OsFileKind::kFolder) return Fail(error, "is a folder");
-  if (kind == OsFileKind::kOther || path.IsEmpty()) return StoreFile(path, bytes, error);
-  const bool there = kind == OsFileKind::kRegular;
-  if (there && !IsWritableFile(target)) return Fail(error, "the file is write-protected");
-
-  OsFile file;
-  Chaine beside;
-  const OsFile::Mode mode = there ? OsFile::Mode::kNew : OsFile::Mode::kNewShared;
-  if (!OpenBeside(target, mode, &file, &beside, error)) return false;
-  if (FillNewFile(&file, bytes, there ? target : Chaine(), error) && MoveFileOver(beside, target, error)) return true;
-  file.Close();
-  DeleteFileQuietly(beside);
-  return false;
+  ReplacingFile file;
+  return file.Open(path, error) && file.Write(bytes, error) && file.Finish(error);
 }
 
 }  // namespace zforms

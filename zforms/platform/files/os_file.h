@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <system_error>
 
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/export.h"
@@ -58,9 +59,14 @@ bool IsWritableFile(const Chaine& path);
 Chaine FolderOf(const Chaine& path);
 // The target of the chain of links at `path`; `path` itself when it is not a link.
 Chaine ResolveLinks(const Chaine& path);
-// Renames a file over another in one step.
+// Renames a file over another in one step; the new name reaches the disk before this returns.
 bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error);
-void DeleteFileQuietly(const Chaine& path);
+// Like MoveFileOver, but when the new name reaches the disk is left to the system. Returns no error on success.
+ZFORMS_API std::error_code RenameFile(const Chaine& from, const Chaine& to);
+// Gives a file another name, which must not be in use: never replaces a file. When the name is in use, the error is
+// std::errc::file_exists. Where the file system cannot do this in one step, another error; the file has its old name.
+ZFORMS_API std::error_code RenameFileToFree(const Chaine& from, const Chaine& to);
+ZFORMS_API void DeleteFileQuietly(const Chaine& path);
 // A number that is unique among the running processes.
 uint64_t ProcessNumber();
 // The system's message for the last call that failed.

@@ -156,12 +156,8 @@ Chaine ResolveLinks(const Chaine& path) {
 }
 
 bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
-  if (!IsUsable(from) || !IsUsable(to)) {
-    if (error != nullptr) *error = kUnusablePath;
-    return false;
-  }
-  if (::rename(from.ToString().c_str(), to.ToString().c_str()) != 0) {
-    if (error != nullptr) *error = LastSystemError();
+  if (const std::error_code failed = RenameFile(from, to)) {
+    if (error != nullptr) *error = IsUsable(from) && IsUsable(to) ? failed.message() : kUnusablePath;
     return false;
   }
   // The new name is on the disk after the folder is flushed. Where the file system cannot do this, the file is still
@@ -174,6 +170,20 @@ bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
     ::close(handle);
   }
   return true;
+}
+
+std::error_code RenameFile(const Chaine& from, const Chaine& to) {
+  if (!IsUsable(from) || !IsUsable(to)) return std::make_error_code(std::errc::invalid_argument);
+  if (::rename(from.ToString().c_str(), to.ToString().c_str()) == 0) return {};
+  return {errno, std::generic_category()};
+}
+
+std::error_code RenameFileToFree(const Chaine& from, const Chaine& to) {
+  if (!IsUsable(from) || !IsUsable(to)) return std::make_error_code(std::errc::invalid_argument);
+  // A hard link never replaces an existing file, unlike a rename.
+  if (::link(from.ToString().c_str(), to.ToString().c_str()) != 0) return {errno, std::generic_category()};
+  ::unlink(from.ToString().c_str());
+  return {};
 }
 
 void DeleteFileQuietly(const Chaine& path) { ::unlink(path.ToString().c_str()); }

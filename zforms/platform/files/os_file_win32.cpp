@@ -129,25 +129,47 @@ Chaine FolderOf(const Chaine& path) {
 
 Chaine ResolveLinks(const Chaine& path) { return path; }
 
-bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
+namespace {
+
+// Renames by MoveFileEx, or over a file by ReplaceFile; tries again while another program holds a file. On failure the
+// reason is the last error.
+bool Rename(const Chaine& from, const Chaine& to, bool replaces, DWORD flags) {
   const std::wstring source = SystemPath(from);
   const std::wstring target = SystemPath(to);
-  if (source.empty() || target.empty()) {
-    if (error != nullptr) *error = kUnusablePath;
-    return false;
-  }
+  ::SetLastError(ERROR_INVALID_NAME);
+  if (source.empty() || target.empty()) return false;
   bool done;
   int attempt = 0;
   do {
     // ReplaceFile keeps the access rights and attributes of the old file.
-    const bool there = AttributesOf(to) != INVALID_FILE_ATTRIBUTES;
-    done = there &&
+    const DWORD attributes = replaces ? ::GetFileAttributesW(target.c_str()) : INVALID_FILE_ATTRIBUTES;
+    done = attributes != INVALID_FILE_ATTRIBUTES &&
            ::ReplaceFileW(target.c_str(), source.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr);
     // Where the file system has no such rights, or the file was created or deleted meanwhile.
-    done = done || ::MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-  } while (!done && KindOfFile(to) != OsFileKind::kFolder && MayTryAgain(attempt++));
-  if (!done && error != nullptr) *error = LastSystemError();
+    done = done || ::MoveFileExW(source.c_str(), target.c_str(), flags);
+    if (!done && attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) return false;
+  } while (!done && MayTryAgain(attempt++));
   return done;
+}
+
+std::error_code ErrorUnless(bool done) {
+  return done ? std::error_code() : std::error_code(static_cast<int>(::GetLastError()), std::system_category());
+}
+
+}  // namespace
+
+bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
+  if (Rename(from, to, true, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
+  if (error != nullptr) *error = SystemPath(from).empty() || SystemPath(to).empty() ? kUnusablePath : LastSystemError();
+  return false;
+}
+
+std::error_code RenameFile(const Chaine& from, const Chaine& to) {
+  return ErrorUnless(Rename(from, to, true, MOVEFILE_REPLACE_EXISTING));
+}
+
+std::error_code RenameFileToFree(const Chaine& from, const Chaine& to) {
+  return ErrorUnless(Rename(from, to, false, 0));
 }
 
 void DeleteFileQuietly(const Chaine& path) {
