@@ -165,8 +165,7 @@ void BatchFolder::Enter(Seat* seat, BatchFault* fault) {
   };
   const Claim claim = enter();
   if (claim == Claim::kBroken) *fault = {kNotRecorded, true};
-  if (claim == Claim::kTaken)
-    *fault = {"its file \"" + seat->name + "\" is that of line " + std::to_string(holder.line)};
+  if (claim == Claim::kTaken) *fault = TakenBy(*seat, holder.line);
   if (claim == Claim::kBroken || claim == Claim::kTaken) return;
   seat->place = PlaceOf(*seat, claim, holder.print, fault);
 }

@@ -5,6 +5,7 @@
 
 #include "tool/batch/shard.h"
 #include "tool/forms/drawing_options.h"
+#include "tool/postgres/postgres_address.h"
 #include "zforms/filling/filling_guard.h"
 #include "zforms/platform/base/secret_text.h"
 
@@ -13,7 +14,9 @@ namespace zforms::tool {
 // The command line options of a batch, which makes one filled form for each row.
 struct BatchOptions {
   std::string file;
-  std::string data;
+  std::string data;   // a file, "-" for standard input, or the address of a database
+  std::string query;  // the rows of the database
+  std::string query_file;
   std::string maps;
   std::string section;
   std::vector<std::string> rubrics;  // "NAME=FILE", or "NAME" for the rubric of the rows
@@ -33,6 +36,10 @@ struct BatchOptions {
   bool calculate = true;  // see ZFormOptions
   GuardOptions guard;
   DrawingOptions drawing;
+
+  bool HasDatabase() const { return IsPostgresAddress(data); }
+  // The data as messages and the report name them.
+  std::string ShownData() const { return HasDatabase() ? WithoutPasswords(data) : data; }
 };
 
 }  // namespace zforms::tool

@@ -54,10 +54,20 @@ class BatchOutput {
   virtual void Enter(Seat* seat, BatchFault* fault) = 0;
   // `number` distinguishes threads that write at the same time.
   virtual bool Write(const Seat& seat, unsigned number, const Chaine& bytes, BatchFault* fault) = 0;
+  // Messages name rows by their numbers; otherwise by their lines.
+  void NameRowsByNumber() { unit_ = "row "; }
   // True when forms must be written in the order of their rows, by one thread at a time.
   virtual bool IsOrdered() const { return false; }
   // Called after the last row, unless the batch was stopped.
   virtual bool Finish(BatchFault* fault);
+
+ protected:
+  BatchFault TakenBy(const Seat& seat, uint64_t line) const {
+    return {"its file \"" + seat.name + "\" is that of " + unit_ + std::to_string(line)};
+  }
+
+ private:
+  std::string unit_ = "line ";
 };
 
 }  // namespace zforms::tool

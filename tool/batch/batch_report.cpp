@@ -7,6 +7,7 @@
 #include "tool/base/files.h"
 #include "tool/base/standard_streams.h"
 #include "tool/batch/batch_options.h"
+#include "tool/batch/stable_hash.h"
 
 namespace zforms::tool {
 namespace {
@@ -37,7 +38,8 @@ std::string Rows(uint64_t count) { return Grouped(count) + (count == 1 ? " row" 
 
 }  // namespace
 
-BatchReport::BatchReport(Console& console) : console_(console), on_terminal_(IsErrorTerminal()) {}
+BatchReport::BatchReport(Console& console, bool by_number)
+    : console_(console), unit_(by_number ? "row " : "line "), on_terminal_(IsErrorTerminal()) {}
 
 bool BatchReport::Open(const std::string& path, std::string* error) {
   path_ = path;
@@ -72,7 +74,7 @@ void BatchReport::Failed(const Row& row, const std::string& field, const std::st
   const std::lock_guard<std::mutex> lock(mutex_);
   ClearProgress();
   const std::string where = field.empty() ? std::string() : "field \"" + field + "\": ";
-  console_.Warn("line " + std::to_string(row.line) + ": " + where + what);
+  console_.Warn(PlaceOf(row) + where + what);
   if (file_.IsOpen()) {
     Json json{{"line", row.line}, {"row", row.number}};
     if (!field.empty()) json["field"] = field;
@@ -86,7 +88,7 @@ void BatchReport::Failed(const Row& row, const std::string& field, const std::st
 void BatchReport::Warned(const Row& row, const std::string& file, const std::string& what) {
   const std::lock_guard<std::mutex> lock(mutex_);
   ClearProgress();
-  console_.Warn("line " + std::to_string(row.line) + ": " + what);
+  console_.Warn(PlaceOf(row) + what);
   if (file_.IsOpen() && warnings_.size() < kMostWarnings) warnings_.push_back({row.line, row.number, file, what});
   warned_++;
 }
@@ -120,7 +122,8 @@ void BatchReport::ClearProgress() {
 bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
   ClearProgress();
   const double seconds = Seconds();
-  if (on_terminal_ || failed_ > 0 || outcome.stopped) {
+  const bool ends_early = outcome.stopped && (filled_ + found_ > 0 || outcome.status == kTrouble);
+  if (on_terminal_ || failed_ > 0 || ends_early) {
     std::string line = "zforms: " + Rows(filled_) + " filled in " + TimeText(seconds);
     if (found_ > 0) line += ", " + Rows(found_) + " filled before";
     if (failed_ > 0) line += ", " + Rows(failed_) + " not filled";
@@ -132,7 +135,8 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
     Put("\"" + std::string(name) + "\": " + Dump(value) + (last ? "\n}\n" : ",\n"));
   };
   member("form", options.file);
-  member("data", options.data);
+  member("data", options.ShownData());
+  if (options.HasDatabase()) member("query", std::to_string(StableHash(options.query)));
   member("out", options.folder);
   member("rows", filled_ + found_ + failed_);
   member("filled", filled_);
@@ -147,6 +151,7 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
   member("warnings", warnings);
   member("stopped", outcome.stopped);
   if (options.shard.IsPart()) member("shard", options.shard.Text());
+  if (!outcome.result.empty()) member("result", outcome.result);
   member("status", outcome.status);
   member("jobs", outcome.jobs);
   member("seconds", seconds, true);

@@ -19,8 +19,8 @@ struct BatchOptions;
 // report. Each failure is written at once, so that memory does not grow. Any thread may call it.
 class BatchReport {
  public:
-  // `console` prints the faults of the data.
-  explicit BatchReport(Console& console);
+  // `console` prints the faults of the data. Messages name rows by their lines, or `by_number`.
+  BatchReport(Console& console, bool by_number);
 
   // Begins the report in a temporary file beside `path`; false, with the reason, when it cannot be written.
   bool Open(const std::string& path, std::string* error);
@@ -42,6 +42,7 @@ class BatchReport {
     bool stopped;  // before the last row
     unsigned jobs;
     int status;
+    std::string result;  // a hash of all rows of a query in their order; empty when they are not known
   };
   bool Finish(const BatchOptions& options, const Outcome& outcome);
 
@@ -55,12 +56,14 @@ class BatchReport {
   };
 
   bool Put(std::string_view text);
+  std::string PlaceOf(const Row& row) const { return unit_ + std::to_string(row.line) + ": "; }
   void ShowProgress();
   void ClearProgress();
   double Seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
 
   std::mutex mutex_;
   Console& console_;
+  const std::string unit_;
   const Clock::time_point start_ = Clock::now();
   Clock::time_point shown_;
   bool on_terminal_;

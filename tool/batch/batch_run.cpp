@@ -10,8 +10,10 @@
 #include "tool/base/standard_streams.h"
 #include "tool/batch/batch_folder.h"
 #include "tool/batch/batch_job.h"
+#include "tool/batch/stable_hash.h"
 #include "tool/batch/tar_output.h"
 #include "tool/data/data_file.h"
+#include "tool/data/postgres_rows.h"
 #include "tool/forms/form_messages.h"
 #include "tool/forms/open_form.h"
 #include "zforms/filling/form_values.h"
@@ -56,7 +58,7 @@ BatchRun::BatchRun(const BatchOptions& options, Console& console, std::function<
       console_(console),
       is_asked_to_stop_(std::move(is_asked_to_stop)),
       match_(plan_),
-      report_(console) {
+      report_(console, options.HasDatabase()) {
   if (options.merged.empty()) {
     output_ = OutputOf(options);
   } else {
@@ -64,6 +66,7 @@ BatchRun::BatchRun(const BatchOptions& options, Console& console, std::function<
     merged_ = merged.get();
     output_ = std::move(merged);
   }
+  if (options.HasDatabase()) output_->NameRowsByNumber();
 }
 
 int BatchRun::StatusOfRefusal() const {
@@ -93,12 +96,13 @@ bool BatchRun::Prepare() {
 }
 
 bool BatchRun::OpenData() {
-  std::string error;
-  reader_ = OpenTable(options_.data, &error);
-  if (reader_ == nullptr) {
-    console_.Fail(error);
-    return false;
+  PostgresRows::Fault fault;
+  if (options_.HasDatabase()) {
+    reader_ = PostgresRows::Open(options_.data, options_.query, is_asked_to_stop_, &fault);
+  } else {
+    reader_ = OpenTable(options_.data, &fault.what);
   }
+  if (reader_ == nullptr) return Refuse({fault.what, fault.is_trouble});
   if (reader_->Header() != nullptr && IsNamed(*reader_->Header()) && !plan_.Feeds(*reader_->Header())) {
     console_.Fail("no column has the name of a field");
     return false;
@@ -188,7 +192,7 @@ void BatchRun::Fail(const Row& row, const std::string& field, const std::string&
 
 void BatchRun::Fail(const Task& task, const BatchFault& fault) {
   if (!fault.is_trouble) return Fail(task.row, {}, task.seat.name, fault.what);
-  report_.Trouble("line " + std::to_string(task.row.line) + ": " + fault.what);
+  report_.Trouble((options_.HasDatabase() ? "row " : "line ") + std::to_string(task.row.line) + ": " + fault.what);
   leaves_rows_ = true;
 }
 
@@ -246,6 +250,7 @@ size_t BatchRun::TakeTasks(std::vector<Task>* tasks, uint64_t* turn) {
       ended_ = true;
       break;
     }
+    if (NotesResult()) result_ = StableHash(task.row.fault, result_ + HashOf(task.row));
     if (!options_.shard.Takes(task.row.number)) continue;
     if (task.row.fault.empty()) {
       CheckColumns(task.row);
@@ -336,16 +341,16 @@ int BatchRun::Run() {
   Work(0, fillers[0]);
   for (std::thread& thread : threads) thread.join();
   const int status = FinishStatus();
-  const bool stopped = status == kTrouble || ends_at_bad_row_;
-  return report_.Finish(options_, {stopped, jobs, status}) ? status : kTrouble;
+  const bool stopped = status == kTrouble || ends_at_bad_row_ || !reader_->Failure().empty();
+  const std::string result = NotesResult() && !stopped ? std::to_string(result_) : std::string();
+  return report_.Finish(options_, {stopped, jobs, status, result}) ? status : kTrouble;
 }
 
 // Ends the output and computes the exit status.
 int BatchRun::FinishStatus() {
-  const ByteSource& source = reader_->Source();
   BatchFault fault;
-  if (!source.Failure().empty() && source.Failure() != kCutUTF16) {
-    report_.Trouble(source.Failure());
+  if (HasTrouble(*reader_)) {
+    report_.Trouble(reader_->Failure());
   } else if (!reader_->Failure().empty()) {
     console_.Fail(reader_->Failure());
   } else if (ended_ && !leaves_rows_ && !output_->Finish(&fault)) {

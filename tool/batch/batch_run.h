@@ -72,6 +72,8 @@ class BatchRun {
   bool IsStopping() const { return ends_at_bad_row_ || IsInterrupted(); }
   bool IsInterrupted() const { return report_.HasTrouble() || is_asked_to_stop_(); }
   int FinishStatus();
+  // The shards of a query must read the same rows in the same order; see MergeShardReports.
+  bool NotesResult() const { return options_.shard.IsPart() && options_.HasDatabase(); }
 
   const BatchOptions& options_;
   Console& console_;
@@ -97,6 +99,7 @@ class BatchRun {
   std::atomic<bool> leaves_rows_ = false;  // some rows that were taken are not filled
   bool ended_ = false;                     // all rows are read
   bool has_values_ = false;
+  uint64_t result_ = 0;  // a hash of all rows, in their order, of a shard of a query
   // For an output in order: each group of rows has a number, and the group with this one may be written.
   std::mutex writing_;
   std::condition_variable turn_changed_;

@@ -91,6 +91,7 @@ class ShardMerger {
       if (!ReadReport(path)) return kFailed;
     }
     CheckAllAreThere();
+    CheckResults();
     if (!JoinNames()) {
       console_.Fail("the records of the shards cannot be read");
       status_ = kTrouble;
@@ -104,6 +105,7 @@ class ShardMerger {
   bool ReadReport(const std::string& path);
   bool Take(const std::string& path, Json& report);
   void CheckAllAreThere();
+  void CheckResults();
   bool JoinNames();
   void FailRow(const WantedNames::Row& loser, const WantedNames::Row& holder, bool is_written);
   bool WriteReport();
@@ -142,6 +144,7 @@ bool ShardMerger::Take(const std::string& path, Json& report) {
   Shard shard;
   Json head;
   for (const char* key : {"form", "data"}) head[key] = report.at(key);
+  if (report.contains("query")) head["query"] = report.at("query");
   if (!shard.Parse(report.at("shard").get<std::string>()) || (count_ > 0 && (count_ != shard.count || head_ != head))) {
     Console(path).Fail("it is the report of another batch");
     return false;
@@ -159,6 +162,7 @@ bool ShardMerger::Take(const std::string& path, Json& report) {
     summary[key] = report.at(key);
   }
   for (const char* key : {"stopped", "status", "jobs", "seconds"}) summary[key] = report.at(key);
+  if (report.contains("result")) summary["result"] = report.at("result");
   for (const Json& failure : report.at("failures")) failures_[failure.at("row").get<uint64_t>()] = failure;
   for (const Json& warning : report.at("warnings")) warnings_[warning.at("row").get<uint64_t>()].push_back(warning);
   const bool stopped = report.at("stopped").get<bool>();
@@ -176,6 +180,17 @@ void ShardMerger::CheckAllAreThere() {
   }
 }
 
+// Shards whose query gave other rows, or in another order, have left rows out or filled them twice.
+void ShardMerger::CheckResults() {
+  const auto& [first, summary] = *shards_.begin();
+  for (const auto& [index, other] : shards_) {
+    if (!summary.contains("result") || !other.contains("result") || other["result"] == summary["result"]) continue;
+    console_.Warn("shards " + std::to_string(first) + " and " + Shard{index, count_}.Name(" of ") +
+                  " read different rows: the data changed, or ORDER BY does not settle the order of the query; fill "
+                  "all shards into a new folder");
+  }
+}
+
 bool ShardMerger::JoinNames() {
   if (options_.folder == kStandardStream) return true;
   WantedNames names;
@@ -188,8 +203,9 @@ bool ShardMerger::JoinNames() {
 // The row of the second shard has failed already when the files differ, for want of a name. Otherwise it found its form
 // there, which is that of the other row.
 void ShardMerger::FailRow(const WantedNames::Row& loser, const WantedNames::Row& holder, bool is_written) {
-  const std::string what = "its file \"" + loser.file + "\" is that of line " + std::to_string(holder.line);
-  console_.Warn("line " + std::to_string(loser.line) + ": " + what);
+  const std::string unit = head_.contains("query") ? "row " : "line ";
+  const std::string what = "its file \"" + loser.file + "\" is that of " + unit + std::to_string(holder.line);
+  console_.Warn(unit + std::to_string(loser.line) + ": " + what);
   if (is_written) {
     totals_[totals_["filled"] > 0 ? "filled" : "filled_before"]--;
     totals_["failed"]++;

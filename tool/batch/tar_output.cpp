@@ -85,8 +85,7 @@ void TarOutput::Enter(Seat* seat, BatchFault* fault) {
   seat->place = claim == Ledger::Claim::kNew ? Place::kFree : Place::kRefused;
   if (claim == Ledger::Claim::kNew) return;
   const bool is_taken = claim == Ledger::Claim::kTaken;
-  *fault = is_taken ? BatchFault{"its file \"" + seat->name + "\" is that of line " + std::to_string(holder.line)}
-                    : BatchFault{"the names of the files cannot be recorded", true};
+  *fault = is_taken ? TakenBy(*seat, holder.line) : BatchFault{"the names of the files cannot be recorded", true};
 }
 
 bool TarOutput::Write(const Seat& seat, unsigned, const Chaine& bytes, BatchFault* fault) {

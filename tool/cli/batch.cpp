@@ -9,14 +9,24 @@
 #include "tool/batch/batch_run.h"
 #include "tool/batch/shard_merger.h"
 #include "tool/cli/commands.h"
+#include "tool/data/postgres_rows.h"
+#include "zforms/platform/text/byte_order_mark.h"
 
 namespace zforms::tool {
 namespace {
 
 // What is wrong with the options, which the command line does not check; empty when nothing is.
 std::string FaultOf(const BatchOptions& options) {
-  if (options.file == kStandardStream && options.data == kStandardStream) {
+  if (options.file == kStandardStream && (options.data == kStandardStream || options.query_file == kStandardStream)) {
     return "the form and the data cannot both come from standard input";
+  }
+  if (options.HasDatabase() == options.query.empty()) {
+    return options.HasDatabase() ? "the rows of a database need a query: --query or --query-file"
+                                 : "--query needs the address of a database, --data postgresql://...";
+  }
+  if (options.query.find('\0') != std::string::npos) return "the query is not text in UTF-8";
+  if (options.shard.IsPart() && options.HasDatabase() && !OrdersRows(options.query)) {
+    return "--shard needs a query with ORDER BY, so that all shards read the same rows in the same order";
   }
   const bool is_archive = options.folder == kStandardStream;
   if ((is_archive || !options.merged.empty()) && (options.resume || options.overwrite)) {
@@ -26,11 +36,24 @@ std::string FaultOf(const BatchOptions& options) {
   return is_archive && TerminalColumns() > 0 ? "the archive is not written to a terminal" : "";
 }
 
+// Reads the file with the query. When it cannot be read, prints the reason and returns false.
+bool ReadQuery(BatchOptions* options) {
+  constexpr uint64_t kMost = 1 << 20;
+  if (options->query_file.empty()) return true;
+  Console console(options->query_file);
+  Chaine bytes;
+  if (!ReadInput(options->query_file, &bytes, console, {kMost})) return false;
+  options->query = WithoutUTF8Mark(bytes);
+  return true;
+}
+
 }  // namespace
 
-int RunBatch(const BatchOptions& options) {
-  if (!options.merged_reports.empty()) return MergeShardReports(options);
-  Console console(options.data);
+int RunBatch(const BatchOptions& given) {
+  if (!given.merged_reports.empty()) return MergeShardReports(given);
+  BatchOptions options = given;
+  Console console(options.ShownData());
+  if (!ReadQuery(&options)) return kFailed;
   if (const std::string fault = FaultOf(options); !fault.empty()) {
     console.Fail(fault);
     return kFailed;

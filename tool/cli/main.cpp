@@ -205,27 +205,40 @@ class CommandLine {
             "Afterwards --merge-reports joins their reports, and names rows that wanted one file name.\n\n"
             "The exit status is 0 when all rows are filled, 3 when some are not or there are warnings, 2\n"
             "when the form, the data or the command are wrong: another try would give the same. It is 75\n"
-            "after trouble that may pass, such as a full disk or a missing folder, and after a request to\n"
-            "stop (SIGTERM): run the command again with --resume.",
+            "after trouble that may pass, such as a full disk, a missing folder or a lost database, and after\n"
+            "a request to stop (SIGTERM): run the command again with --resume.",
             "  zforms batch form.pdf --data rows.csv --out filled\n"
             "  zforms batch form.pdf --data rows.csv --out filled --name '{id}-{name}.pdf' --report report.json\n"
             "  zforms batch form.pdf --data rows.jsonl --map maps.ini --section Member --out filled --resume\n"
             "  zforms batch form.pdf --data rows.csv --out - | ssh store 'cat > filled.tar'\n"
             "  zforms batch form.pdf --data rows.csv --merge letters.pdf\n"
+            "  zforms batch form.pdf --data postgresql://db.example/office --query-file members.sql --out filled\n"
             "  zforms batch form.pdf --data rows.csv --out filled --shard 3/8 --report 3.json --resume\n"
             "  zforms batch --merge-reports 1.json 2.json 3.json --out filled --report report.json",
             [this] { return RunBatch(batch_); });
     CLI::Option* file = AddFile(command, &batch_.file)->required(false);
     CLI::Option* const data = command->add_option(
         "--data", batch_.data,
-        "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON list.");
+        "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON list. Or the "
+        "address of a PostgreSQL database, postgresql://..., whose rows --query names.");
     CLI::Option* const out = command->add_option(
         "--out", batch_.folder,
         "The folder for the filled forms; it is created when missing. \"-\" writes them to standard "
         "output as a tar archive, in the order of the rows.");
+    CLI::Option* const query =
+        command
+            ->add_option(
+                "--query", batch_.query,
+                "The rows of the database: a SELECT, whose columns have the names of fields. It cannot write. A "
+                "NULL leaves the field unchanged. Shards need an ORDER BY that settles the order of all rows.")
+            ->type_name("SQL");
+    command->add_option("--query-file", batch_.query_file, "Read the query from this file.")
+        ->type_name("FILE")
+        ->excludes(query);
     AddShards(command, file, data, out);
     command->add_option("--name", batch_.name,
-                        "The names of the files, with {column} for the row's values and {row} for its number.");
+                        "The names of the files, with {column} for the row's values and {row} for its number, of six "
+                        "digits at least. The default is {row}.pdf: 000001.pdf and so on.");
     AddMaps(command, &batch_.maps, &batch_.section, "--map");
     command->add_option("--rubric", batch_.rubrics,
                         "NAME: the rubric of the columns. NAME=FILE: a rubric that is the same for all rows.");

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "tool/store/postgres_connection.h"
+#include "tool/store/postgres_schema.h"
 
 namespace zforms::tool {
 namespace {
@@ -37,7 +37,7 @@ void PostgresListener::Tell(Kind kind) {
 void PostgresListener::Run() {
   while (!stops_) {
     std::string ignored;
-    const auto connection = PostgresConnection::Open(pq_, address_, Clock::now() + kAnswerTime, &ignored);
+    const auto connection = ConnectToStore(pq_, address_, Clock::now() + kAnswerTime, &ignored);
     if (connection != nullptr) Listen(*connection);
     hears_ = false;
     for (std::atomic<uint64_t>& news : news_) news++;

@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "tool/store/libpq.h"
+#include "tool/postgres/libpq.h"
 
 namespace zforms::tool {
 

@@ -4,6 +4,8 @@
 #include <thread>
 #include <utility>
 
+#include "tool/store/postgres_schema.h"
+
 namespace zforms::tool {
 namespace {
 
@@ -42,7 +44,7 @@ std::unique_ptr<PostgresConnection> PostgresPool::Connect(Deadline deadline, std
   std::string first;
   for (;;) {
     std::string reason;
-    std::unique_ptr<PostgresConnection> connection = PostgresConnection::Open(pq_, address_, deadline, &reason);
+    std::unique_ptr<PostgresConnection> connection = ConnectToStore(pq_, address_, deadline, &reason);
     if (connection != nullptr) return connection;
     // The last attempt has little time, so its reason tells less.
     if (first.empty()) first = reason;

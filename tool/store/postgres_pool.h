@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tool/store/postgres_connection.h"
+#include "tool/postgres/postgres_connection.h"
 
 namespace zforms::tool {
 

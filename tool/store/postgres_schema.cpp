@@ -8,6 +8,11 @@
 namespace zforms::tool {
 namespace {
 
+// The tables have a schema of their own. An answer is given after the commit is safe, whatever the database's default.
+constexpr char kSession[] =
+    "SET search_path = zforms; SET lock_timeout = '10s'; SET idle_in_transaction_session_timeout = '5min'; "
+    "SELECT set_config('synchronous_commit', 'on', false) WHERE current_setting('synchronous_commit') = 'off'";
+
 // What comes from readers is bytea: text refuses NUL and what is not UTF-8. Indexes hold no names or values of fields,
 // which may be longer than an index takes.
 constexpr char kTables[] = R"(
@@ -58,6 +63,16 @@ bool Migrate(PostgresConnection& connection, Deadline deadline, int from, std::s
 }
 
 }  // namespace
+
+std::unique_ptr<PostgresConnection> ConnectToStore(const Libpq& pq, const std::string& address, Deadline deadline,
+                                                   std::string* error) {
+  auto connection = PostgresConnection::Open(pq, address, deadline, error);
+  if (connection == nullptr) return nullptr;
+  const PostgresResult session = connection->Run(std::string(kSession), deadline);
+  if (session.IsDone()) return connection;
+  *error = connection->IsLost() ? connection->Error() : session.Error();
+  return nullptr;
+}
 
 bool ReadPostgresVersion(PostgresConnection& connection, Deadline deadline, int* version, std::string* error) {
   const char* sql = "SELECT to_regclass('zforms.version') IS NOT NULL";

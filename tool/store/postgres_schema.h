@@ -1,10 +1,15 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
-#include "tool/store/postgres_connection.h"
+#include "tool/postgres/postgres_connection.h"
 
 namespace zforms::tool {
+
+// A session with the store; null, with a reason, when the database cannot be reached.
+std::unique_ptr<PostgresConnection> ConnectToStore(const Libpq& pq, const std::string& address, Deadline deadline,
+                                                   std::string* error);
 
 // The version of the store's tables in the database; 0 when there are none. False, with a reason, when that cannot be
 // read.

@@ -43,7 +43,7 @@ std::unique_ptr<PostgresStore> PostgresStore::Open(const std::string& address, M
   const Libpq* const pq = Libpq::Load(error);
   if (pq == nullptr) return nullptr;
   const Deadline deadline = Clock::now() + kPatience;
-  std::unique_ptr<PostgresConnection> connection = PostgresConnection::Open(*pq, address, deadline, error);
+  std::unique_ptr<PostgresConnection> connection = ConnectToStore(*pq, address, deadline, error);
   int version = 0;
   if (connection == nullptr || !ReadPostgresVersion(*connection, deadline, &version, error)) return nullptr;
   if (version == 0 && mode == Mode::kRead) {
@@ -64,7 +64,7 @@ std::unique_ptr<PostgresStore> PostgresStore::Open(const std::string& address, M
 bool PostgresStore::Upgrade(const std::string& address, int* before, std::string* error) {
   const Libpq* const pq = Libpq::Load(error);
   if (pq == nullptr) return false;
-  const auto connection = PostgresConnection::Open(*pq, address, Clock::now() + kPatience, error);
+  const auto connection = ConnectToStore(*pq, address, Clock::now() + kPatience, error);
   return connection != nullptr && UpgradePostgresTables(*connection, Clock::now() + kUpgradeTime, before, error);
 }
 

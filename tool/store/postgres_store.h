@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "tool/store/postgres_connection.h"
+#include "tool/postgres/postgres_connection.h"
 #include "tool/store/postgres_listener.h"
 #include "tool/store/postgres_pool.h"
 #include "tool/store/store.h"

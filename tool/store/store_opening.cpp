@@ -1,6 +1,6 @@
 #include "tool/store/store_opening.h"
 
-#include "tool/store/postgres_address.h"
+#include "tool/postgres/postgres_address.h"
 #include "tool/store/postgres_store.h"
 #include "tool/store/sqlite_store.h"
 

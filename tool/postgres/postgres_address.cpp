@@ -1,4 +1,4 @@
-#include "tool/store/postgres_address.h"
+#include "tool/postgres/postgres_address.h"
 
 #include <algorithm>
 

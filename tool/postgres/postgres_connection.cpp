@@ -1,9 +1,12 @@
-#include "tool/store/postgres_connection.h"
+#include "tool/postgres/postgres_connection.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <iterator>
 #include <utility>
 
-#include "tool/store/postgres_address.h"
+#include "tool/postgres/postgres_address.h"
+#include "zforms/platform/base/ascii.h"
 
 namespace zforms::tool {
 namespace {
@@ -14,17 +17,17 @@ constexpr int kPollingReading = 1;
 constexpr int kPollingOk = 3;
 constexpr int kCommandOk = 1;
 constexpr int kTuplesOk = 2;
+constexpr int kSingleTuple = 9;
+constexpr int kDefaultVerbosity = 1;
+constexpr int kVerbose = 2;
 constexpr int kDiagState = 'C';
 constexpr int kDiagMessage = 'M';
+constexpr int kDiagHint = 'H';
+constexpr int kDiagPosition = 'P';
 constexpr int kText = 0;
 constexpr int kBinary = 1;
 // The number of the type bytea in every database.
 constexpr uint32_t kBytea = 17;
-
-// The tables have a schema of their own. An answer is given after the commit is safe, whatever the database's default.
-constexpr char kSession[] =
-    "SET search_path = zforms; SET lock_timeout = '10s'; SET idle_in_transaction_session_timeout = '5min'; "
-    "SELECT set_config('synchronous_commit', 'on', false) WHERE current_setting('synchronous_commit') = 'off'";
 
 int MillisecondsTo(Deadline deadline) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
@@ -39,6 +42,33 @@ std::string OneLine(std::string_view text) {
   for (const char c : text) line += c == '\n' || c == '\t' ? ' ' : c;
   while (line.ends_with(' ')) line.pop_back();
   return line;
+}
+
+bool IsState(std::string_view text) {
+  return text.size() == 5 &&
+         std::all_of(text.begin(), text.end(), [](char c) { return IsDigitASCII(c) || (c >= 'A' && c <= 'Z'); });
+}
+
+// Makes one line of a verbose message, "...: FATAL:  28P01: what is wrong\nLOCATION:  ...", without the code and the
+// place in the server's sources; returns the last code, empty when there is none.
+std::string TakeState(std::string_view verbose, std::string* message) {
+  constexpr std::string_view kMark = ":  ";
+  constexpr size_t kCode = 5;
+  std::string state;
+  while (!verbose.empty()) {
+    std::string line(verbose.substr(0, verbose.find('\n')));
+    verbose.remove_prefix(std::min(verbose.size(), line.size() + 1));
+    if (line.starts_with("LOCATION:")) continue;
+    for (size_t at = line.find(kMark); at != std::string::npos; at = line.find(kMark, at + 1)) {
+      const std::string_view code = std::string_view(line).substr(at + kMark.size(), kCode);
+      if (!IsState(code) || line.compare(at + kMark.size() + kCode, 2, ": ") != 0) continue;
+      state = code;
+      line.erase(at + kMark.size(), kCode + 2);
+    }
+    *message += line + "\n";
+  }
+  *message = OneLine(*message);
+  return state;
 }
 
 void AppendBigEndian(std::string* bytes, uint32_t number) {
@@ -91,7 +121,7 @@ PostgresResult::PostgresResult(PostgresResult&& other) noexcept
     : pq_(other.pq_), result_(std::exchange(other.result_, nullptr)) {}
 
 PostgresResult& PostgresResult::operator=(PostgresResult&& other) noexcept {
-  pq_ = other.pq_;
+  std::swap(pq_, other.pq_);
   std::swap(result_, other.result_);
   return *this;
 }
@@ -100,24 +130,46 @@ PostgresResult::~PostgresResult() {
   if (result_ != nullptr) pq_->clear(result_);
 }
 
+bool MayPass(std::string_view state) {
+  constexpr std::string_view kClasses[] = {"08", "40", "53", "57", "58", "55P03", "25P03", "25P04"};
+  return std::any_of(std::begin(kClasses), std::end(kClasses), [&](auto start) { return state.starts_with(start); });
+}
+
 bool PostgresResult::IsDone() const {
   if (result_ == nullptr) return false;
   const int status = pq_->result_status(result_);
   return status == kCommandOk || status == kTuplesOk;
 }
 
-std::string PostgresResult::State() const {
-  const char* const state = result_ == nullptr ? nullptr : pq_->result_error_field(result_, kDiagState);
-  return state == nullptr ? "" : state;
+std::string PostgresResult::State() const { return Field(kDiagState); }
+
+std::string PostgresResult::Field(int which) const {
+  const char* const text = result_ == nullptr ? nullptr : pq_->result_error_field(result_, which);
+  return text == nullptr ? "" : text;
 }
 
 // The detail of a message has values, so it is left out.
 std::string PostgresResult::Error() const {
-  const char* const text = result_ == nullptr ? nullptr : pq_->result_error_field(result_, kDiagMessage);
-  return text == nullptr ? "" : OneLine(text);
+  const std::string hint = Field(kDiagHint);
+  return OneLine(Field(kDiagMessage)) + (hint.empty() ? "" : " (" + OneLine(hint) + ")");
+}
+
+size_t PostgresResult::Position() const { return std::strtoull(Field(kDiagPosition).c_str(), nullptr, 10); }
+
+bool PostgresResult::IsTable() const {
+  const int status = result_ == nullptr ? kCommandOk : pq_->result_status(result_);
+  return status == kTuplesOk || status == kSingleTuple;
 }
 
 int PostgresResult::Rows() const { return result_ == nullptr ? 0 : pq_->ntuples(result_); }
+
+int PostgresResult::Columns() const { return pq_->nfields(result_); }
+
+std::string PostgresResult::NameOf(int column) const { return pq_->fname(result_, column); }
+
+uint32_t PostgresResult::TypeOf(int column) const { return pq_->ftype(result_, column); }
+
+bool PostgresResult::IsNull(int row, int column) const { return pq_->getisnull(result_, row, column) == 1; }
 
 std::string_view PostgresResult::View(int row, int column) const {
   return {pq_->getvalue(result_, row, column), static_cast<size_t>(pq_->getlength(result_, row, column))};
@@ -144,36 +196,54 @@ std::vector<std::string> PostgresResult::ByteArray(int row, int column) const {
 // --- connections ---
 
 std::unique_ptr<PostgresConnection> PostgresConnection::Open(const Libpq& pq, const std::string& address,
-                                                             Deadline deadline, std::string* error) {
+                                                             Deadline deadline, std::string* error, bool* is_trouble) {
   // What libpq says of an address that it does not understand may show parts of it.
   char* fault = nullptr;
   void* const options = IsUnambiguous(address) ? pq.conninfo_parse(address.c_str(), &fault) : nullptr;
   if (fault != nullptr) pq.freemem(fault);
   if (options == nullptr) {
     *error =
-        "the address of the store is not valid; \"@\", \"/\", \":\" and \"%\" in a user, password or path are "
+        "the address of the database is not valid; \"@\", \"/\", \":\" and \"%\" in a user, password or path are "
         "written as %40, %2F, %3A and %25";
     return nullptr;
   }
   pq.conninfo_free(options);
-  // A later keyword overrides an earlier one; the first is the address, with whatever it sets.
-  const char* const keywords[] = {"dbname", "client_encoding", "fallback_application_name", nullptr};
-  const char* const values[] = {address.c_str(), "UTF8", "zforms", nullptr};
+  // A later keyword overrides an earlier one, so the address may set how soon a host that is gone is noticed.
+  const char* const keywords[] = {"keepalives_idle",
+                                  "keepalives_interval",
+                                  "keepalives_count",
+                                  "dbname",
+                                  "client_encoding",
+                                  "fallback_application_name",
+                                  nullptr};
+  const char* const values[] = {"30", "10", "3", address.c_str(), "UTF8", "zforms", nullptr};
   std::unique_ptr<PostgresConnection> made(new PostgresConnection(&pq, pq.connect_start(keywords, values, 1)));
   if (made->connection_ == nullptr || !made->Connect(deadline)) {
-    *error = made->connection_ == nullptr ? "there is no memory for a connection" : made->Error();
+    const bool may_pass = made->connection_ == nullptr || made->ExplainFailure(error);
+    if (made->connection_ == nullptr) *error = "there is no memory for a connection";
+    if (is_trouble != nullptr) *is_trouble = may_pass;
     return nullptr;
   }
-  const PostgresResult session = made->Run(std::string(kSession), deadline);
-  if (session.IsDone()) return made;
-  *error = made->IsLost() ? made->Error() : session.Error();
-  return nullptr;
+  return made;
+}
+
+// Why no connection was made; returns whether another try may succeed.
+bool PostgresConnection::ExplainFailure(std::string* error) const {
+  *error = timeout_;
+  if (!timeout_.empty()) return true;
+  const std::string state = TakeState(pq_->error_message(connection_), error);
+  if (!state.empty()) return MayPass(state);
+  // Without these words, libpq has refused an option before it tried to connect.
+  const bool has_tried = error->starts_with("connection to server") || error->starts_with("could not");
+  return pq_->needs_password(connection_) == 0 && has_tried;
 }
 
 PostgresConnection::~PostgresConnection() { pq_->finish(connection_); }
 
 bool PostgresConnection::Connect(Deadline deadline) {
   pq_->set_notice_processor(connection_, Ignore, nullptr);
+  // There are no results before the connection is made, so the messages have the codes: see TakeState.
+  pq_->set_error_verbosity(connection_, kVerbose);
   if (pq_->status(connection_) == 1) return false;
   // The socket may change while libpq tries one address after the other.
   for (int state = 2; state != kPollingOk; state = pq_->connect_poll(connection_)) {
@@ -186,6 +256,7 @@ bool PostgresConnection::Connect(Deadline deadline) {
     WaitForSocket(pq_->socket(connection_), state != kPollingReading, left);
   }
   pq_->set_nonblocking(connection_, 1);
+  pq_->set_error_verbosity(connection_, kDefaultVerbosity);
   return pq_->status(connection_) == kConnectionOk;
 }
 
@@ -197,6 +268,8 @@ std::string PostgresConnection::Error() const {
 bool PostgresConnection::Pump(Deadline deadline) {
   for (;;) {
     const int unsent = pq_->flush(connection_);
+    // What has come is used before more is read, so that rows do not pile up.
+    if (unsent == 0 && pq_->is_busy(connection_) == 0) return true;
     if (unsent < 0 || pq_->consume_input(connection_) == 0) return false;
     if (unsent == 0 && pq_->is_busy(connection_) == 0) return true;
     const int left = MillisecondsTo(deadline);
@@ -222,14 +295,36 @@ PostgresResult PostgresConnection::Await(bool is_sent, Deadline deadline) {
     last = std::move(next);
     failed = !last.IsDone();
   }
+  return NoteLoss(last, is_ready) ? PostgresResult() : std::move(last);
+}
+
+// `last` is the result of what was done last, whose failure may say that the connection is lost.
+bool PostgresConnection::NoteLoss(const PostgresResult& last, bool is_ready) {
   // 57P01 to 57P03: the database shuts down or starts; 08: the connection; 25006: it has become a standby.
   const std::string state = last.State();
   is_lost_ = !is_ready || pq_->status(connection_) != kConnectionOk || state.starts_with("57P0") ||
              state.starts_with("08") || state == "25006";
-  if (!is_lost_) return last;
-  if (timeout_.empty()) timeout_ = failed ? last.Error() : OneLine(pq_->error_message(connection_));
+  if (!is_lost_) return false;
+  if (timeout_.empty()) timeout_ = last.Error().empty() ? OneLine(pq_->error_message(connection_)) : last.Error();
   if (timeout_.empty()) timeout_ = "the connection to the database is lost";
-  return {};
+  return true;
+}
+
+bool PostgresConnection::StartRows(const std::string& sql) {
+  return pq_->send_query_params(connection_, sql.c_str(), 0, nullptr, nullptr, nullptr, nullptr, kText) == 1 &&
+         pq_->set_single_row_mode(connection_) == 1;
+}
+
+PostgresConnection::Step PostgresConnection::NextRow(Deadline deadline, PostgresResult* row) {
+  const bool has_come = Pump(deadline);
+  if (!has_come && !timeout_.empty()) {
+    timeout_.clear();
+    return Step::kNotYet;
+  }
+  *row = has_come ? PostgresResult(pq_, pq_->get_result(connection_)) : PostgresResult();
+  if (row->IsTable()) return row->Rows() > 0 ? Step::kRow : Step::kEnd;
+  NoteLoss(*row, has_come);
+  return Step::kError;
 }
 
 PostgresResult PostgresConnection::Run(const std::string& sql, Deadline deadline) {

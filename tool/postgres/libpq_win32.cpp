@@ -2,14 +2,14 @@
 // That header comes first.
 #include <windows.h>
 
-#include "tool/store/libpq.h"
+#include "tool/postgres/libpq.h"
 
 namespace zforms::tool {
 
 void* LoadLibpq(std::string* error) {
   const HMODULE library = LoadLibraryA("libpq.dll");
   if (library == nullptr) {
-    *error = "a store in PostgreSQL needs the library libpq.dll, which PostgreSQL's installer brings, in the PATH";
+    *error = "PostgreSQL needs the library libpq.dll, which PostgreSQL's installer brings, in the PATH";
   }
   return reinterpret_cast<void*>(library);
 }

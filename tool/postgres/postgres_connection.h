@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tool/store/libpq.h"
+#include "tool/postgres/libpq.h"
 
 namespace zforms::tool {
 
@@ -32,7 +32,10 @@ class PostgresParameters {
   std::vector<int> formats_;
 };
 
-// The result of one statement, whose values came in binary form. Rows and columns count from 0.
+// Whether a failure with this code (SQLSTATE) may pass, so that another try may succeed.
+bool MayPass(std::string_view state);
+
+// The result of one statement, whose values came in binary form unless said otherwise. Rows and columns count from 0.
 class PostgresResult {
  public:
   PostgresResult() = default;
@@ -47,15 +50,25 @@ class PostgresResult {
   // The code of a failure (SQLSTATE), empty when there is none, and its text, without values of rows.
   std::string State() const;
   std::string Error() const;
+  // At which character of the statement the failure is, from 1; 0 when unknown.
+  size_t Position() const;
+  // Whether it has columns; the precondition of what follows.
+  bool IsTable() const;
   int Rows() const;
+  int Columns() const;
+  std::string NameOf(int column) const;
+  // The number of the type in the table pg_type.
+  uint32_t TypeOf(int column) const;
+  bool IsNull(int row, int column) const;
   // Of types boolean, integer and bigint.
   uint64_t Number(int row, int column) const;
   // Of types text and bytea.
   std::string Bytes(int row, int column) const;
   std::vector<std::string> ByteArray(int row, int column) const;
+  std::string_view View(int row, int column) const;
 
  private:
-  std::string_view View(int row, int column) const;
+  std::string Field(int which) const;
   const Libpq* pq_ = nullptr;
   PGresult* result_ = nullptr;
 };
@@ -63,9 +76,9 @@ class PostgresResult {
 // One session with a database. Nothing waits longer than its deadline. One thread at a time.
 class PostgresConnection {
  public:
-  // Null, with a reason, when the database cannot be reached.
+  // Null, with a reason, when the database cannot be reached. `is_trouble` gets whether another try may succeed.
   static std::unique_ptr<PostgresConnection> Open(const Libpq& pq, const std::string& address, Deadline deadline,
-                                                  std::string* error);
+                                                  std::string* error, bool* is_trouble = nullptr);
   PostgresConnection(const PostgresConnection&) = delete;
   PostgresConnection& operator=(const PostgresConnection&) = delete;
   ~PostgresConnection();
@@ -74,6 +87,14 @@ class PostgresConnection {
   PostgresResult Run(const std::string& sql, Deadline deadline);
   // Runs one statement, which is prepared at its first use if it is `kept`.
   PostgresResult Run(const char* sql, const PostgresParameters& parameters, Deadline deadline, bool is_kept = true);
+
+  // Begins one statement without parameters, whose rows NextRow gives one at a time, as text.
+  bool StartRows(const std::string& sql);
+  enum class Step { kRow, kEnd, kError, kNotYet };
+  // The result gets the row, at the end the columns without a row, or the failure. kNotYet when the deadline comes
+  // first; ask again then.
+  Step NextRow(Deadline deadline, PostgresResult* row);
+
   // Waits for notifications; adds their payloads. False when the connection is lost.
   bool ReadNotifications(int milliseconds, std::vector<std::string>* payloads);
 
@@ -87,6 +108,8 @@ class PostgresConnection {
   PostgresConnection(const Libpq* pq, PGconn* connection) : pq_(pq), connection_(connection) {}
   bool Connect(Deadline deadline);
   PostgresResult Await(bool is_sent, Deadline deadline);
+  bool NoteLoss(const PostgresResult& last, bool is_ready);
+  bool ExplainFailure(std::string* error) const;
   bool Pump(Deadline deadline);
   std::string NameOf(const char* sql, int parameters, Deadline deadline);
 

@@ -5,7 +5,7 @@
 
 namespace zforms::tool {
 
-// Whether the address of a store names a database of PostgreSQL: "postgresql://..." or "postgres://...".
+// Whether a text is the address of a database of PostgreSQL: "postgresql://..." or "postgres://...".
 bool IsPostgresAddress(std::string_view address);
 
 // The address without its passwords, whether they stand before the host or among the parameters.

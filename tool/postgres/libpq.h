@@ -18,8 +18,8 @@ struct PGnotify {
   PGnotify* next;
 };
 
-// The functions of libpq that zforms uses. The library is loaded when a store in PostgreSQL is opened first, so the
-// program runs where it is not installed.
+// The functions of libpq that zforms uses. The library is loaded when PostgreSQL is used first, so the program runs
+// where it is not installed.
 struct Libpq {
   // Null, with a reason that names the package, when the library is missing.
   static const Libpq* Load(std::string* error);
@@ -31,6 +31,8 @@ struct Libpq {
   char* (*error_message)(const PGconn*);
   void (*finish)(PGconn*);
   int (*set_nonblocking)(PGconn*, int);
+  int (*set_error_verbosity)(PGconn*, int);
+  int (*needs_password)(const PGconn*);
   void (*(*set_notice_processor)(PGconn*, void (*)(void*, const char*), void*))(void*, const char*);
   int (*send_query)(PGconn*, const char*);
   int (*send_query_params)(PGconn*, const char*, int count, const unsigned* types, const char* const* values,
@@ -38,6 +40,7 @@ struct Libpq {
   int (*send_prepare)(PGconn*, const char* name, const char* sql, int count, const unsigned* types);
   int (*send_query_prepared)(PGconn*, const char* name, int count, const char* const* values, const int* lengths,
                              const int* formats, int result_format);
+  int (*set_single_row_mode)(PGconn*);
   int (*flush)(PGconn*);
   int (*consume_input)(PGconn*);
   int (*is_busy)(PGconn*);
@@ -47,6 +50,9 @@ struct Libpq {
   int (*result_status)(const PGresult*);
   char* (*result_error_field)(const PGresult*, int);
   int (*ntuples)(const PGresult*);
+  int (*nfields)(const PGresult*);
+  char* (*fname)(const PGresult*, int column);
+  unsigned (*ftype)(const PGresult*, int column);
   char* (*getvalue)(const PGresult*, int row, int column);
   int (*getlength)(const PGresult*, int row, int column);
   int (*getisnull)(const PGresult*, int row, int column);

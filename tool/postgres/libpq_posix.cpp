@@ -3,13 +3,13 @@
 
 #include <cerrno>
 
-#include "tool/store/libpq.h"
+#include "tool/postgres/libpq.h"
 
 namespace zforms::tool {
 
 void* LoadLibpq(std::string* error) {
   void* const library = dlopen("libpq.so.5", RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) *error = "a store in PostgreSQL needs the library libpq.so.5 (Debian's package libpq5)";
+  if (library == nullptr) *error = "PostgreSQL needs the library libpq.so.5 (Debian's package libpq5)";
   return library;
 }
 

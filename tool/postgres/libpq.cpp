@@ -1,4 +1,4 @@
-#include "tool/store/libpq.h"
+#include "tool/postgres/libpq.h"
 
 #include <optional>
 
@@ -31,11 +31,14 @@ std::string FindAll(void* library, Libpq* pq) {
   finder.Find("PQerrorMessage", &pq->error_message);
   finder.Find("PQfinish", &pq->finish);
   finder.Find("PQsetnonblocking", &pq->set_nonblocking);
+  finder.Find("PQsetErrorVerbosity", &pq->set_error_verbosity);
+  finder.Find("PQconnectionNeedsPassword", &pq->needs_password);
   finder.Find("PQsetNoticeProcessor", &pq->set_notice_processor);
   finder.Find("PQsendQuery", &pq->send_query);
   finder.Find("PQsendQueryParams", &pq->send_query_params);
   finder.Find("PQsendPrepare", &pq->send_prepare);
   finder.Find("PQsendQueryPrepared", &pq->send_query_prepared);
+  finder.Find("PQsetSingleRowMode", &pq->set_single_row_mode);
   finder.Find("PQflush", &pq->flush);
   finder.Find("PQconsumeInput", &pq->consume_input);
   finder.Find("PQisBusy", &pq->is_busy);
@@ -45,6 +48,9 @@ std::string FindAll(void* library, Libpq* pq) {
   finder.Find("PQresultStatus", &pq->result_status);
   finder.Find("PQresultErrorField", &pq->result_error_field);
   finder.Find("PQntuples", &pq->ntuples);
+  finder.Find("PQnfields", &pq->nfields);
+  finder.Find("PQfname", &pq->fname);
+  finder.Find("PQftype", &pq->ftype);
   finder.Find("PQgetvalue", &pq->getvalue);
   finder.Find("PQgetlength", &pq->getlength);
   finder.Find("PQgetisnull", &pq->getisnull);

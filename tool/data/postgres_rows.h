@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tool/postgres/postgres_connection.h"
+#include "zforms/filling/row_reader.h"
+
+namespace zforms::tool {
+
+// PostgresRows reads the rows of a query, one after the other, in a transaction that cannot write. Only one row is in
+// memory. The values are the texts that PostgreSQL casts them to, and a NULL is no value. One thread at a time.
+class PostgresRows final : public RowReader {
+ public:
+  struct Fault {
+    std::string what;
+    bool is_trouble = false;  // another try may succeed
+  };
+
+  // Starts the query and waits for its first row; `is_asked_to_stop` ends the wait. Null with the fault when the
+  // database cannot be reached, the query fails or its columns cannot feed fields.
+  static std::unique_ptr<PostgresRows> Open(const std::string& address, const std::string& query,
+                                            std::function<bool()> is_asked_to_stop, Fault* fault);
+
+  bool Next(Row* row) override;
+  RowNames Header() const override { return header_; }
+  // Whether reading failed for a reason that may pass; see Failure().
+  bool HasTrouble() const { return has_trouble_; }
+
+ private:
+  PostgresRows(std::unique_ptr<PostgresConnection> connection, const std::string& query, std::function<bool()> stop);
+
+  void Start();
+  void Fetch();
+  bool Fail(const std::string& what, bool is_trouble);
+  bool FailQuery();
+  bool ReadHeader();
+  void ReadCell(int column, Row* row) const;
+
+  const std::unique_ptr<PostgresConnection> connection_;
+  const std::string query_;
+  const std::function<bool()> is_asked_to_stop_;
+  RowNames header_;
+  std::vector<uint32_t> types_;  // of the columns
+  PostgresResult next_;          // the next row, or without a row at the end
+  uint64_t count_ = 0;
+  bool has_trouble_ = false;
+};
+
+// Whether the query says in which order the rows come, as far as its words tell.
+bool OrdersRows(std::string_view query);
+
+}  // namespace zforms::tool
