@@ -19,7 +19,7 @@ import time
 
 from batch_test import SAMPLE, bytes_of
 from shard_test import people, single_run
-from tool_case import ROOT, SANITIZED, SKIPPED, TOOL, expect, failures, run_tests, same
+from tool_case import ROOT, SANITIZED, SKIPPED, TOOL, expect, failures, run_tests, same, skip
 
 CLUSTER = ROOT / "packaging/cluster"
 PATIENCE = 300  # seconds; only a fault takes so long
@@ -155,8 +155,7 @@ def join_reports(out):
 
 def test_slurm(folder):
     if missing := missing_programs():
-        print(f"cluster_test: Slurm is not tested: {', '.join(missing)} not installed (Debian: slurm-wlm, munge)")
-        return
+        return skip(f"Slurm: {', '.join(missing)} not installed (Debian: slurm-wlm, munge)")
     data, out, rows, tasks = people(folder, 5000), folder / "out", 5000, 8
     wanted = single_run(data, folder / "whole")
     wrapper = folder / "wrapper.sh"
@@ -176,8 +175,7 @@ def test_slurm(folder):
 
 def test_parallel(folder):
     if not shutil.which("parallel"):
-        print("cluster_test: GNU parallel is not installed (Debian: parallel)")
-        return
+        return skip("GNU parallel is not installed (Debian: parallel)")
     data, out = people(folder, 301), folder / "o ut"
     wanted = single_run(data, folder / "whole")
     done = subprocess.run([CLUSTER / "parallel_batch.sh", SAMPLE, data, out, "--name", "{id}.pdf", "--draw", "no"],

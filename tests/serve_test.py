@@ -24,7 +24,8 @@ from xml.sax.saxutils import escape
 import peers
 from tool_case import SAMPLES, SANITIZED, STOP, TOOL, WINDOWS, expect, page_fields, restricted_form, run_tests, same, zforms
 
-NOT_ON_WINDOWS = {"test_sockets_of_a_service_manager": "its service managers hand over no sockets"}
+NOT_ON_WINDOWS = {"test_sockets_of_a_service_manager": "its service managers hand over no sockets",
+                  "test_without_proc": "it has no /proc"}
 SAVE = "/App/xfdf/save.cgi?code=membership_form"
 
 
@@ -465,6 +466,20 @@ def test_refused_at_the_start(folder):
     for arguments, said in cases:
         status, _, err = zforms(*arguments)
         expect(status == 2 and said in err, arguments, (status, err))
+
+
+def test_without_proc(folder):
+    """Where /proc is not mounted, the program finds its files all the same."""
+    if SANITIZED or not shutil.which("cc"):
+        return
+    code = "#include <errno.h>\nlong readlink(const char *path, char *to, unsigned long size) { errno = ENOENT; return -1; }"
+    subprocess.run(["cc", "-xc", "-", "-shared", "-fPIC", "-o", folder / "proc.so"], input=code.encode(), check=True)
+    server = subprocess.Popen([TOOL, "serve", "--port", "0"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                              env={**os.environ, "LD_PRELOAD": str(folder / "proc.so")})
+    said = server.stdout.readline()
+    server.terminate()
+    server.communicate()
+    expect(said.startswith("Forms:") and said.endswith("/share/zforms/samples\n"), "the samples", said)
 
 
 def test_versions_of_a_store(folder):

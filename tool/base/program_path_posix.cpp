@@ -1,3 +1,5 @@
+#include <sys/auxv.h>
+
 #include <filesystem>
 #include <system_error>
 
@@ -7,7 +9,11 @@ namespace zforms::tool {
 
 std::string ProgramPath() {
   std::error_code error;
-  const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
+  std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
+  if (!error) return path.string();
+  // Where /proc is not mounted: the name by which the program was started; see getauxval(3).
+  const auto* const started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  if (started != nullptr) path = std::filesystem::canonical(started, error);
   return error ? std::string() : path.string();
 }
 
