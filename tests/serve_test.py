@@ -598,7 +598,9 @@ def ended_under_load(folder, number):
     expect(not set(accepted) - set(stored), f"{name}: lost {sorted(set(accepted) - set(stored))}")
     expect(len(stored) == len(set(stored)) and set(stored) <= set(sent), f"{name}: doubled")
     with Server(folder) as server:
-        expect(len(server.stored()) == len(stored), f"{name}: the store opens again")
+        # A database may have finished a save after its server was killed.
+        later = [one["fields"]["adherent.nom"] for one in server.stored()]
+        expect(set(stored) <= set(later) <= set(sent) and len(later) == len(set(later)), f"{name}: the store opens again")
 
 
 def test_by_the_tool(folder):

@@ -21,6 +21,16 @@ void ReadType(const std::string& type, OptionPage* page) {
   page->choices = Split(type.substr(open + 1, close - open - 1), ',');
 }
 
+CommandPage ReadCommand(const CLI::App& command, const std::string& name) {
+  CommandPage page{name, command.get_description(), command.get_footer(), {}};
+  for (const CLI::Option* option : command.get_options()) {
+    if (!option->get_group().empty()) page.options.push_back(ReadOption(*option));
+  }
+  return page;
+}
+
+}  // namespace
+
 OptionPage ReadOption(const CLI::Option& option) {
   OptionPage page;
   page.text = option.get_description();
@@ -39,16 +49,6 @@ OptionPage ReadOption(const CLI::Option& option) {
   }
   return page;
 }
-
-CommandPage ReadCommand(const CLI::App& command, const std::string& name) {
-  CommandPage page{name, command.get_description(), command.get_footer(), {}};
-  for (const CLI::Option* option : command.get_options()) {
-    if (!option->get_group().empty()) page.options.push_back(ReadOption(*option));
-  }
-  return page;
-}
-
-}  // namespace
 
 std::vector<CommandPage> ReadPages(const CLI::App& app) {
   std::vector<CommandPage> pages = {ReadCommand(app, {})};

@@ -27,6 +27,8 @@ struct CommandPage {
   std::vector<OptionPage> options;
 };
 
+OptionPage ReadOption(const CLI::Option& option);
+
 // The program, then its commands. Commands and options that help does not show are left out.
 std::vector<CommandPage> ReadPages(const CLI::App& app);
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "tool/cli/command_pages.h"
+
 namespace zforms::tool {
 namespace {
 
@@ -29,7 +31,9 @@ std::string Wrapped(const std::string& text, size_t indent, size_t width) {
   return result;
 }
 
-HelpFormatter::HelpFormatter(size_t width) : width_(std::max(width, kNameColumns + kLeastText)) {}
+HelpFormatter::HelpFormatter(size_t width) : width_(std::max(width, kNameColumns + kLeastText)) {
+  label("Positionals", "Arguments");
+}
 
 std::string HelpFormatter::Entry(const std::string& name, const std::string& text, size_t columns) const {
   std::string entry = "  " + name;
@@ -45,6 +49,17 @@ std::string HelpFormatter::make_subcommand(const CLI::App* command) const {
 std::string HelpFormatter::make_option(const CLI::Option* option, bool is_positional) const {
   return Entry(make_option_name(option, is_positional) + make_option_opts(option), make_option_desc(option),
                kNameColumns);
+}
+
+std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
+  const OptionPage page = ReadOption(*option);
+  if (page.is_argument) return page.takes_several ? "..." : "";
+  std::string choices;
+  for (const std::string& choice : page.choices) choices += (choices.empty() ? "" : "|") + choice;
+  const std::string value = choices.empty() ? page.value : choices;
+  return (value.empty() ? "" : " " + value) +
+         (page.default_value.empty() ? "" : " (default: " + page.default_value + ")") +
+         (page.is_required ? " (required)" : "");
 }
 
 std::string HelpFormatter::make_footer(const CLI::App* command) const {

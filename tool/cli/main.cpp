@@ -39,9 +39,11 @@ constexpr size_t kWidestHelp = 110;
 constexpr size_t kHelpInFiles = 80;
 
 CLI::Option* AddOutput(CLI::App* command, std::string* output) {
-  return command->add_option("-o,--output", *output,
-                             "The output file, or \"-\" for standard output. The file is written under another name "
-                             "and then renamed, so it is never half written.");
+  return command
+      ->add_option("-o,--output", *output,
+                   "The output file, or \"-\" for standard output. The file is written under another name "
+                   "and then renamed, so it is never half written.")
+      ->type_name("FILE");
 }
 
 // A flag that can be left unset, set, or cleared with --no-...
@@ -175,8 +177,10 @@ class CommandLine {
 
   static CLI::Option* AddMaps(CLI::App* command, std::string* maps, std::string* section, const char* option) {
     CLI::Option* ini =
-        command->add_option(option, *maps, "An INI file that maps fields to rubrics: \"field=rubric.name\".");
-    command->add_option("--section", *section, "The section with the maps; needed when there are several.");
+        command->add_option(option, *maps, "An INI file that maps fields to rubrics: \"field=rubric.name\".")
+            ->type_name("FILE");
+    command->add_option("--section", *section, "The section with the maps; needed when there are several.")
+        ->type_name("NAME");
     return ini;
   }
 
@@ -188,8 +192,8 @@ class CommandLine {
             [this] { return RunMap(map_); });
     AddFile(command, &map_.file);
     AddMaps(command, &map_.maps, &map_.section, "--ini")->required();
-    command->add_option("--rubric", map_.rubrics,
-                        "NAME=FILE: the values of a rubric, from CSV (its first row), JSON or INI.");
+    command->add_option("--rubric", map_.rubrics, "The values of a rubric, from CSV (its first row), JSON or INI.")
+        ->type_name("NAME=FILE");
     AddPassword(command, &map_.password);
     AddRecover(command, &map_.recover);
   }
@@ -217,14 +221,19 @@ class CommandLine {
             "  zforms batch --merge-reports 1.json 2.json 3.json --out filled --report report.json",
             [this] { return RunBatch(batch_); });
     CLI::Option* file = AddFile(command, &batch_.file)->required(false);
-    CLI::Option* const data = command->add_option(
-        "--data", batch_.data,
-        "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON list. Or the "
-        "address of a PostgreSQL database, postgresql://..., whose rows --query names.");
-    CLI::Option* const out = command->add_option(
-        "--out", batch_.folder,
-        "The folder for the filled forms; it is created when missing. \"-\" writes them to standard "
-        "output as a tar archive, in the order of the rows.");
+    CLI::Option* const data =
+        command
+            ->add_option("--data", batch_.data,
+                         "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON "
+                         "list. Or the "
+                         "address of a PostgreSQL database, postgresql://..., whose rows --query names.")
+            ->type_name("FILE");
+    CLI::Option* const out =
+        command
+            ->add_option("--out", batch_.folder,
+                         "The folder for the filled forms; it is created when missing. \"-\" writes them to standard "
+                         "output as a tar archive, in the order of the rows.")
+            ->type_name("FOLDER");
     CLI::Option* const query =
         command
             ->add_option(
@@ -236,15 +245,21 @@ class CommandLine {
         ->type_name("FILE")
         ->excludes(query);
     AddShards(command, file, data, out);
-    command->add_option("--name", batch_.name,
-                        "The names of the files, with {column} for the row's values and {row} for its number, of six "
-                        "digits at least. The default is {row}.pdf: 000001.pdf and so on.");
+    command
+        ->add_option("--name", batch_.name,
+                     "The names of the files, with {column} for the row's values and {row} for its number, of six "
+                     "digits at least. The default is {row}.pdf: 000001.pdf and so on.")
+        ->type_name("PATTERN");
     AddMaps(command, &batch_.maps, &batch_.section, "--map");
-    command->add_option("--rubric", batch_.rubrics,
-                        "NAME: the rubric of the columns. NAME=FILE: a rubric that is the same for all rows.");
-    command->add_option("--jobs", batch_.jobs,
-                        "How many forms are filled at the same time; the default is the number of "
-                        "cores.");
+    command
+        ->add_option("--rubric", batch_.rubrics,
+                     "NAME: the rubric of the columns. NAME=FILE: a rubric that is the same for all rows.")
+        ->type_name("NAME[=FILE]");
+    command
+        ->add_option("--jobs", batch_.jobs,
+                     "How many forms are filled at the same time; the default is the number of "
+                     "cores.")
+        ->type_name("N");
     command
         ->add_option_function<std::string>(
             "--on-error", [this](const std::string& what) { batch_.stop_on_error = what == "stop"; },
@@ -256,7 +271,8 @@ class CommandLine {
         ->add_flag("--overwrite", batch_.overwrite,
                    "Start from the beginning and overwrite the files of an earlier batch.")
         ->excludes(resume);
-    command->add_option("--report", batch_.report, "Write the result of each row to this JSON file.");
+    command->add_option("--report", batch_.report, "Write the result of each row to this JSON file.")
+        ->type_name("FILE");
     AddPassword(command, &batch_.password);
     AddRecover(command, &batch_.recover);
     AddGuard(command, &batch_.guard);

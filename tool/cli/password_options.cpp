@@ -24,7 +24,7 @@ SecretString ReadPassword(const std::string& option, const std::string& path) {
 
 void AddSecret(CLI::App* command, const std::string& name, SecretString* password, const std::string& help,
                CLI::Option* needed) {
-  CLI::Option* const typed = command->add_option(name, *password, help);
+  CLI::Option* const typed = command->add_option(name, *password, help)->type_name("PASSWORD");
   const std::string from_file = name + "-file";
   const auto read = [password, from_file](const std::string& path) { *password = ReadPassword(from_file, path); };
   CLI::Option* const file =

@@ -21,6 +21,7 @@ CLI::App* Add(CLI::App& app, const char* name, const char* what, const std::stri
 void AddData(CLI::App* command, std::string* data) {
   *data = kDefaultData;
   command->add_option("--data,--store", *data, "The data folder of the server, or its store as postgresql://...")
+      ->type_name("FOLDER")
       ->capture_default_str();
 }
 
@@ -33,28 +34,42 @@ void AddServe(CLI::App& app, std::function<int()>* run) {
           "  zforms serve\n  zforms serve --templates forms --data office --port 8080\n"
           "  zforms serve --config office.ini --log json 2>> office.log",
           options, RunServe, run);
-  command->add_option("--templates", options->templates,
-                      "The folder of the forms: CODE.pdf, and CODE.ini for its maps.");
-  command->add_option("--data,--store", options->data,
-                      "The folder of the store; the default is \"zforms-data\". Or postgresql://..., a database that "
-                      "several servers share.");
-  command->add_option(
-      "--config", options->config,
-      "An INI file with these options in its section [Server]; options on the command line take precedence.");
-  command->add_option("--reader", options->reader,
-                      "The folder of the page for browsers; the default is \"../share/zforms/reader\" beside the "
-                      "program.");
+  command
+      ->add_option("--templates", options->templates, "The folder of the forms: CODE.pdf, and CODE.ini for its maps.")
+      ->type_name("FOLDER");
+  command
+      ->add_option("--data,--store", options->data,
+                   "The folder of the store; the default is \"zforms-data\". Or postgresql://..., a database that "
+                   "several servers share.")
+      ->type_name("FOLDER");
+  command
+      ->add_option(
+          "--config", options->config,
+          "An INI file with these options in its section [Server]; options on the command line take precedence.")
+      ->type_name("FILE");
+  command
+      ->add_option("--reader", options->reader,
+                   "The folder of the page for browsers; the default is \"../share/zforms/reader\" beside the "
+                   "program.")
+      ->type_name("FOLDER");
   command->add_option("--port", options->port, "The port on localhost; the default is 8080, 0 takes a free one.")
+      ->type_name("PORT")
       ->check(PortFrom(0));
-  command->add_option("--app", options->app, "The short name of the application; the default is \"zforms\".");
-  command->add_option("--folder", options->folder,
-                      "The number of the folder that forms are opened in; the default is 1.");
-  command->add_option("--year", options->year,
-                      "The financial year. The default is the year of the last start, which the store keeps, and this "
-                      "year for a new store.");
-  command->add_option("--expire", options->expire,
-                      "Forget a form that was opened and never saved after this many days; the default is 30, 0 keeps "
-                      "it.");
+  command->add_option("--app", options->app, "The short name of the application; the default is \"zforms\".")
+      ->type_name("NAME");
+  command
+      ->add_option("--folder", options->folder, "The number of the folder that forms are opened in; the default is 1.")
+      ->type_name("NUMBER");
+  command
+      ->add_option("--year", options->year,
+                   "The financial year. The default is the year of the last start, which the store keeps, and this "
+                   "year for a new store.")
+      ->type_name("YEAR");
+  command
+      ->add_option("--expire", options->expire,
+                   "Forget a form that was opened and never saved after this many days; the default is 30, 0 keeps "
+                   "it.")
+      ->type_name("DAYS");
   command
       ->add_option("--scripts", options->scripts,
                    "Whether the scripts of forms run in the page for browsers: yes or no; the default is yes.")
@@ -84,7 +99,9 @@ void AddImport(CLI::App& app, std::function<int()>* run) {
                           "cross-reference streams is written as a new file without them.",
                           "  zforms import form.pdf -o forms/F1.pdf", options, RunImport, run);
   AddFile(command, &options->file);
-  command->add_option("-o,--output", options->output, "The output file, or \"-\" for standard output.")->required();
+  command->add_option("-o,--output", options->output, "The output file, or \"-\" for standard output.")
+      ->type_name("FILE")
+      ->required();
   command
       ->add_option("--label", options->labels,
                    "Show the button to save with this text on the first page, where no field or link is; a second "
@@ -103,8 +120,8 @@ void AddSubmissions(CLI::App& app, std::function<int()>* run) {
           "  zforms submissions --id 12 --format xfdf > 12.xfdf",
           options, RunSubmissions, run);
   AddData(command, &options->data);
-  command->add_option("--code", options->code, "Only the submissions of this form.");
-  command->add_option("--id", options->id, "Only the submission with this number.");
+  command->add_option("--code", options->code, "Only the submissions of this form.")->type_name("CODE");
+  command->add_option("--id", options->id, "Only the submission with this number.")->type_name("NUMBER");
   command->add_flag("--rejected", options->rejected, "The submissions that were refused as stale.");
   command->add_flag("--latest", options->latest,
                     "Only the newest submission of each transaction: one row for each form that was filled in.");
@@ -124,7 +141,8 @@ void AddRubrics(CLI::App& app, std::function<int()>* run) {
           "The server fills a form from them when it opens it.",
           "  zforms rubrics --set \"Office.Name=Jardins communs\" --set Office.Town=Sète", options, RunRubrics, run);
   AddData(command, &options->data);
-  command->add_option("--set", options->set, "RUBRIC.FIELD=VALUE; may be repeated.");
+  command->add_option("--set", options->set, "The new value of a field; may be repeated.")
+      ->type_name("RUBRIC.FIELD=VALUE");
 }
 
 void AddStore(CLI::App& app, std::function<int()>* run) {
@@ -156,10 +174,14 @@ void AddSubmit(CLI::App& app, std::function<int()>* run) {
       ->add_option("FORM", options->target,
                    "The code of a form on the server at --port, a URL, or a file that -o wrote.")
       ->required();
-  command->add_option("--port", options->port, "The server's port.")->check(PortFrom(1))->capture_default_str();
-  command->add_option("--set", options->set, "NAME=VALUE of a field; may be repeated.");
-  command->add_option("-o,--output", options->output, "The file for the form that comes back.");
+  command->add_option("--port", options->port, "The server's port.")
+      ->type_name("PORT")
+      ->check(PortFrom(1))
+      ->capture_default_str();
+  command->add_option("--set", options->set, "The new value of a field; may be repeated.")->type_name("NAME=VALUE");
+  command->add_option("-o,--output", options->output, "The file for the form that comes back.")->type_name("FILE");
   command->add_option("--timeout", options->timeout, "How many seconds to wait for each answer.")
+      ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400))
       ->capture_default_str();
 }
