@@ -92,7 +92,7 @@ class Server:
         """The exit status."""
         if self.process.poll() is None:
             self.process.send_signal(number)
-        status = self.process.wait(timeout=30)
+        status = self.process.wait(timeout=120 if WINDOWS else 30)
         self.process.stdout.close()
         self.log.close()
         log = pathlib.Path(self.log.name).read_text()
@@ -102,7 +102,7 @@ class Server:
 
     def ask(self, method, target, body=None, headers=None):
         """(status, headers, body), or (0, ...) when the connection ends without an answer."""
-        connection = http.client.HTTPConnection("localhost", self.port, timeout=30)
+        connection = http.client.HTTPConnection("localhost", self.port, timeout=120 if WINDOWS else 30)
         try:
             connection.request(method, target, body, headers or {})
             answer = connection.getresponse()

@@ -21,6 +21,8 @@ void RestoreConsole() { ::SetConsoleOutputCP(old_code_page); }
 
 std::vector<std::string> PrepareProgram(int argc, const char* const* argv) {
   for (std::FILE* stream : {stdin, stdout, stderr}) SetBinary(stream);
+  // Messages reach a file or a pipe at once, whatever the runtime library does.
+  std::setvbuf(stderr, nullptr, _IONBF, 0);
   old_code_page = ::GetConsoleOutputCP();
   if (old_code_page != 0 && ::SetConsoleOutputCP(CP_UTF8)) std::atexit(RestoreConsole);
   // The arguments of main are in the system's code page.

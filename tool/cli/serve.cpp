@@ -236,7 +236,7 @@ int Serve(const Plan& plan, std::vector<uintptr_t> sockets, ZIdleMessageManager&
     return kFailed;
   }
   ServeSettings settings{Chaine(plan.app)};
-  const std::unique_ptr<ZUserInterface> interface = OpenSystemUserInterface("zforms");
+  const std::unique_ptr<ZUserInterface> interface = OpenConsoleUserInterface("zforms");
   ZHostServices services;
   services.app_short_name = plan.app;
   services.settings = &settings;

@@ -20,8 +20,11 @@ class ZFORMS_API ZUserInterface {
   virtual bool Confirm(const Chaine& text) = 0;
 };
 
-// Shows message boxes on Windows. On other systems writes one line for each message to standard error and always
-// consents, because a server without a screen has no user to ask. `title` is the application's name.
+// Writes one line for each message to standard error and always consents: for servers that nobody watches. `title` is
+// the application's name.
+ZFORMS_API std::unique_ptr<ZUserInterface> OpenConsoleUserInterface(const Chaine& title);
+
+// Shows message boxes on Windows; on other systems the same as OpenConsoleUserInterface.
 ZFORMS_API std::unique_ptr<ZUserInterface> OpenSystemUserInterface(const Chaine& title);
 
 }  // namespace zforms

@@ -265,6 +265,8 @@ void HTTPConnection::Close() {
   if (phase_ != Phase::eWorking) CountBody(0);
   Enter(Phase::eClosed, Clock::duration::max());
   error_code ignored;
+  // Not every implementation of Windows' sockets ends what waits when a socket is closed.
+  socket_.cancel(ignored);
   socket_.close(ignored);
   share_.connections.erase(shared_from_this());
 }
