@@ -213,6 +213,8 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
                                           IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
   const ZPDFNode* const stated_length = dictionary->GetTarget(kLength);
   const size_t stated = stated_length == nullptr ? 0 : stated_length->GetUIntValue();
+  // A number with other characters behind it, such as a keyword, may be written as something else.
+  const bool is_damaged = stated_length != nullptr && !IsLength(stated_length);
   text.TakeFirst(kStream.size());
   if (text.IsDocument()) {
     if (!IsLength(stated_length)) text.Warn("the stream has no valid \"/Length\"");
@@ -237,7 +239,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   stream->AppendChild(dictionary);
   const Chaine plain = DataEncrypter(*dictionary, encrypter).Decrypt(data, text);
   stream->AppendChild(new ZPDFNodeStreamData(plain, provider));
-  if (plain.size() != stated) {
+  if (plain.size() != stated || is_damaged) {
     // The written "/Length" must be correct; reading has not changed it yet.
     dictionary->SetValue(kLength, static_cast<uint32_t>(plain.size()));
     dictionary->SetModified(false, true);
