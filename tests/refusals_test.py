@@ -119,7 +119,19 @@ def test_input_without_end(_):
         one_line("5 GB", run("fields", file.name), "is larger than 4 GB")
 
 
-NOT_ON_WINDOWS = {"test_input_without_end": "there is no file without end, and the memory of Wine cannot be limited"}
+def test_output_without_room(folder):
+    """Whatever a command prints, it fails when that cannot be written."""
+    zforms("rubrics", "--data", folder, "--set", "Office.Name=A")
+    for command in (["fields", SAMPLE], ["export", SAMPLE], ["check", SAMPLE], ["permissions", SAMPLE],
+                    ["show", SAMPLE, "trailer"], ["submissions", "--data", folder],
+                    ["rubrics", "--data", folder], ["store", "upgrade", folder]):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([TOOL, *map(str, command)], stdout=full, stderr=subprocess.PIPE, timeout=60)
+        one_line(command[0], (done.returncode, "", done.stderr.decode()), "standard output cannot be written")
+
+
+NOT_ON_WINDOWS = {"test_output_without_room": "there is no device that is full",
+                  "test_input_without_end": "there is no file without end, and the memory of Wine cannot be limited"}
 
 if __name__ == "__main__":
     run_tests(globals())

@@ -466,7 +466,11 @@ int Main(int argc, const char* const* argv) {
                  CommandAsked(app, argc, argv).c_str());
     return kFailed;
   }
-  return command_line.Run();
+  const int status = command_line.Run();
+  // What was printed is lost, and the command has not said so.
+  if (std::ferror(stdout) == 0 || (status != kDone && status != kDoneWithWarnings)) return status;
+  std::fputs("zforms: standard output cannot be written\n", stderr);
+  return kFailed;
 }
 
 }  // namespace
