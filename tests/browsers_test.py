@@ -2,7 +2,9 @@
 """The whole way of a form through the page, driven in Chromium and in Firefox by reader/rounds.mjs: filled in, computed,
 printed, saved, found again, changed, downloaded. It is skipped unless both browsers are there.
 
-browsers_test.py [--browser NAME] [CODE...]"""
+browsers_test.py [--browser NAME] [--corpus DIR] [CODE...]
+
+--corpus: the forms of corpus_rounds.py, from a folder of real forms, instead of the samples."""
 
 import argparse
 import json
@@ -14,12 +16,13 @@ import sys
 import tempfile
 
 from tool_case import ROOT, SAMPLES, SANITIZED, SKIPPED, TOOL
+from corpus_rounds import rounds_of
 from reader_test import PACKAGES, scripted
 
 BROWSERS = {"chrome": ("chromium",), "firefox": ("firefox-esr", "firefox")}
 
 # Of each form: what is typed (a number presses that button of the field), what the page shows afterwards, what is stored
-# beside what was typed, and what is typed at the end of a field later.
+# beside what was typed, and what is typed at the end of a field later; "said" if a script fails.
 ROUNDS = {
     "membership_form": {
         "typed": {"adherent.nom": "Lebœuf", "adherent.prenom": "Zoé", "adherent.naissance": "14071989", "formule": 2,
@@ -43,12 +46,13 @@ def plan_of(code, values):
     stored = {name: what for name, what in typed.items() if isinstance(what, str)}
     name = values["again"][0]
     return {"code": code, "typed": list(typed.items()), "shown": values["shown"],
-            "stored": {name: "", **stored, **values["stored"]}, "again": values["again"]}
+            "stored": {name: "", **stored, **values["stored"]}, "again": values["again"], "said": values.get("said", "")}
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--browser", choices=BROWSERS, action="append")
+    parser.add_argument("--corpus", type=pathlib.Path)
     parser.add_argument("codes", nargs="*")
     options = parser.parse_args()
     if SANITIZED:
@@ -68,12 +72,16 @@ def main():
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         (folder / "templates").mkdir()
-        (folder / "templates/scripted.pdf").write_bytes(scripted().file()[0])
-        for path in SAMPLES.glob("*.pdf"):
-            shutil.copy(path, folder / "templates")
+        if options.corpus:
+            rounds = rounds_of(options.corpus, folder / "templates")
+        else:
+            rounds = ROUNDS
+            (folder / "templates/scripted.pdf").write_bytes(scripted().file()[0])
+            for path in SAMPLES.glob("*.pdf"):
+                shutil.copy(path, folder / "templates")
         failed = 0
         for kind, program in programs.items():
-            forms = [plan_of(code, values) for code, values in ROUNDS.items()]
+            forms = [plan_of(code, values) for code, values in rounds.items()]
             (folder / "plan.json").write_text(json.dumps({"browser": kind, "forms": forms}))
             failed |= subprocess.run([node, ROOT / "tests/reader/rounds.mjs", TOOL, program, PACKAGES, folder, pictures,
                                       *options.codes]).returncode

@@ -179,6 +179,8 @@ def scripted():
     script("pay", C="AFSimple_Calculate('PRD', new Array('hours', 'rate'));", F="AFNumber_Format(2, 2, 0, 0, ' EUR', false);")
     script("half", C="event.value = this.getField('pay').value / 2;")
     script("date", K="AFDate_KeystrokeEx('dd/mm/yyyy');", F="AFDate_FormatEx('dd/mm/yyyy');")
+    form.text_field("short", (300, 40, 120, 17), tip="short", max_length=9)
+    script("short", K="AFDate_KeystrokeEx('dd/mm/yyyy');", F="AFDate_FormatEx('dd/mm/yyyy');")
     form.check_box("more", (40, 240, 12, 12), state="Oui", tip="more")
     script("more", U="this.getField('extra').hidden = event.target.value != 'Oui';")
     for i, (name, code) in enumerate((("clear", "this.resetForm(['hours', 'rate']);"), ("faulty", "nothing.here();"))):

@@ -130,7 +130,7 @@ export async function help_at_fields() {
   expect(await page.locator(".calendar:visible").count() === 1, "no calendar at a date");
   await picture(page, "calendar");
   await page.locator(".calendar:visible").click();
-  await page.locator(".days").evaluate((days) => {
+  await page.locator(".days").first().evaluate((days) => {
     days.value = "2026-02-28";
     days.dispatchEvent(new Event("change"));
   });

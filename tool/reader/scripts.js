@@ -27,7 +27,7 @@ export class FormScripts {
   #sandbox;
   #model;
   #listener;
-  /** @type {Map<string, {name: string, isToggle: boolean, isDate: boolean}>} by widget */
+  /** @type {Map<string, {name: string, isToggle: boolean, isDate: boolean, limit: number}>} by widget */
   #places = new Map();
   /** @type {{value: string, selection: [number, number] | null} | null} the answer to a key that is being judged */
   #answer = null;
@@ -55,7 +55,7 @@ export class FormScripts {
       const values = this.#model.values(name);
       for (const field of fields) {
         const isToggle = field.type === "checkbox" || field.type === "radiobutton";
-        this.#places.set(field.id, { name, isToggle, isDate: Boolean(field.datetimeFormat) });
+        this.#places.set(field.id, { name, isToggle, isDate: Boolean(field.datetimeFormat), limit: field.charLimit || Infinity });
         if (!this.#model.get(name)) continue;
         const raw = fields.map(({ exportValues }) => exportValues).find((state) => stateText(`${state}`) === values[0]);
         field.value = isToggle ? (raw ?? "Off") : values.length > 1 ? values : (values[0] ?? "");
@@ -111,9 +111,14 @@ export class FormScripts {
     for (const name of ["Mouse Down", "Action", "Mouse Up"]) this.#send({ id, name, value: "" });
   }
 
+  /** The sandbox names fields by the identifiers of their widgets. */
+  #withNames(/** @type {string} */ text) {
+    return text.replace(/"(\w+)"/g, (whole, id) => (this.#places.has(id) ? `"${this.#places.get(id)?.name}"` : whole));
+  }
+
   #update({ id, siblings = [], command, value, formattedValue, selRange, ...rest }) {
     if (!id) {
-      if (command === "error") this.#listener.onFailure(`${value}`.split("\n")[0]);
+      if (command === "error") this.#listener.onFailure(this.#withNames(`${value}`.split("\n")[0]));
       if (command === "print") this.#listener.onPrint();
       return;
     }
@@ -123,12 +128,13 @@ export class FormScripts {
       this.#answer = { value: `${value}`, selection: selRange ?? null };
       return;
     }
-    const { name, isToggle, isDate } = place;
+    const { name, isToggle, isDate, limit } = place;
     const wasKnown = this.#model.values(name)[0] === `${value}`;
     if (value !== undefined && !(isDate && value)) {
       this.#model.compute(name, isToggle ? [stateText(`${value}`) || "Off"] : [value ?? ""].flat().map(String));
     }
-    if (isDate && formattedValue) this.#model.compute(name, [`${formattedValue}`]);
+    // The value of a date is a number for the scripts. Its format is stored; what was typed, if the field has no room for that.
+    if (isDate && formattedValue && `${formattedValue}`.length <= limit) this.#model.compute(name, [`${formattedValue}`]);
     // After a script has changed other fields, the sandbox sends some values a second time, not formatted.
     const isPlain = formattedValue === `${value}` && this.#model.formatted(name) !== null && wasKnown;
     if (formattedValue !== undefined && !isPlain) this.#model.format(name, formattedValue);
