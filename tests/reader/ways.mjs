@@ -55,10 +55,17 @@ export async function saved_forms_are_found() {
   expect(execFileSync("pdftotext", [await flat.path(), "-"]).includes("Lebœuf"), "its pages show no value");
   await checkLargeText(page, "reader");
   await checkHighContrast(page, "reader");
-  const stranger = await (await openWindow(server)).newPage();
-  await stranger.goto(`${server.origin}/`);
-  same(await stranger.locator(".own").count(), 0, "another session's forms");
-  await server.stop();
+  const ownForms = async (tab) => {
+    await tab.goto(`${server.origin}/`);
+    return tab.locator(".own li").allInnerTexts();
+  };
+  const own = await ownForms(page);
+  same([own.length, await ownForms(page), await ownForms(await context.newPage())], [1, own, own], "own forms, after a reload and in another tab");
+  await server.stop("SIGTERM");
+  const again = await Server.start("found", server.port);
+  same(await ownForms(page), own, "own forms, after the server was started again");
+  same(await ownForms(await (await openWindow(again)).newPage()), [], "the forms of another browser");
+  await again.stop();
 }
 
 export async function page_of_submissions() {
