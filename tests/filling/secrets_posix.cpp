@@ -109,5 +109,23 @@ TEST(SecretsTest, NoPasswordStaysInMemoryAfterItsFormIsClosed) {
   }
 }
 
+// Such a text is within the string object.
+TEST(SecretsTest, ShortPasswordsDoNotStayWhereTheyWereMoved) {
+  SecretString first = "short";
+  const std::string_view first_bytes(reinterpret_cast<const char*>(&first), sizeof first);
+  EXPECT_NE(first_bytes.find("short"), std::string_view::npos);
+  SecretString second = std::move(first);
+  EXPECT_EQ(first_bytes.find("hort"), std::string_view::npos);
+  SecretString third = "another one";
+  const std::string_view second_bytes(reinterpret_cast<const char*>(&second), sizeof second);
+  third = std::move(second);
+  EXPECT_EQ(second_bytes.find("hort"), std::string_view::npos);
+  EXPECT_EQ(std::string(third), "short");
+  const std::string_view third_bytes(reinterpret_cast<const char*>(&third), sizeof third);
+  third = SecretString("x");
+  EXPECT_EQ(third_bytes.find("hort"), std::string_view::npos);
+  EXPECT_EQ(third_bytes.find("other"), std::string_view::npos);
+}
+
 }  // namespace
 }  // namespace zforms

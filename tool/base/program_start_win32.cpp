@@ -6,7 +6,7 @@
 #include "zforms/platform/base/os_memory.h"
 #include "zforms/platform/text/wide_win32.h"
 
-// After <windows.h>.
+// Needs <windows.h>, which wide_win32.h includes.
 #include <shellapi.h>
 
 namespace zforms::tool {

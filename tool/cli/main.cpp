@@ -317,7 +317,7 @@ class CommandLine {
     CLI::App* command =
         Add("check", "Describe a file and report everything odd in it.",
             "The report covers the version, the encryption, the cross-reference sections, the fields, the\n"
-            "signatures and the submit buttons. Everything odd is named with its object number.",
+            "signatures and the submit buttons. Every irregularity is listed with its object number.",
             "  zforms check form.pdf", [this] { return RunCheck(check_); });
     AddFile(command, &check_.file);
     AddPassword(command, &check_.password);

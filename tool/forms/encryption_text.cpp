@@ -10,18 +10,20 @@ struct Permission {
   const char* words;
 };
 
+constexpr uint32_t kAnnotations = 0x20;
+
 constexpr Permission kPermissions[] = {
     {0x4, "print"},
     {0x8, "change the contents"},
     {0x10, "copy text and graphics"},
-    {0x20, "add annotations, fill in fields"},
+    {kAnnotations, "add annotations"},
     {0x100, "fill in fields"},
     {0x200, "extract text for accessibility"},
     {0x400, "assemble pages"},
     {0x800, "print in high quality"},
 };
 // The higher flags count from revision 3 on.
-constexpr uint32_t kHighestOfRevision2 = 0x20;
+constexpr uint32_t kHighestOfRevision2 = kAnnotations;
 
 }  // namespace
 
@@ -29,7 +31,9 @@ std::vector<std::pair<std::string, bool>> PermissionsOf(uint32_t flags, uint32_t
   std::vector<std::pair<std::string, bool>> permissions;
   for (const Permission& permission : kPermissions) {
     if (revision == 2 && permission.mask > kHighestOfRevision2) break;
-    permissions.emplace_back(permission.words, (flags & permission.mask) != 0);
+    const bool is_both = revision == 2 && permission.mask == kAnnotations;
+    permissions.emplace_back(is_both ? "add annotations, fill in fields" : permission.words,
+                             (flags & permission.mask) != 0);
   }
   return permissions;
 }

@@ -10,7 +10,7 @@ namespace zforms::tool {
 size_t LoadAll(ZPDFParser& parser);
 
 // Prints the faults of the file outside of its fields, and adds to the form's diagnostics what a full save would lose.
-// Returns true when that belongs to pages or the form.
+// True when the save would lose parts of pages or of the form.
 bool CheckFile(ZAcroForm& form, Console& console);
 
 }  // namespace zforms::tool

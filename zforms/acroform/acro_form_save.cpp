@@ -93,7 +93,7 @@ PTableau<std::unique_ptr<ZPDFNodeIndirectObject>> FillHoles(ZPDFObjectList* obje
   return fillers;
 }
 
-// True when an unreadable object has the number of another object, so that a null object cannot take its place.
+// True when an unreadable object has the number of another one, of another generation: no null object can replace it.
 bool SharesNumbers(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& unreadable) {
   for (size_t i = 0; i < unreadable.size(); i++) {
     const uint32_t number = unreadable[i].Number();

@@ -16,10 +16,9 @@ namespace {
 // Codes of ZapfDingbats: a check mark and a circle.
 constexpr char kCheck = '4';
 constexpr char kCircle = 'l';
-// The figures of docs/appearances.md.
-constexpr double kMarkSize = 0.8;         // of the shorter side
-constexpr double kMarkHeight = 0.705;     // of the size of the mark
-constexpr double kCircleRadius = 0.3165;  // of the shorter side
+constexpr double kMarkSize = 0.8;         // of the shorter side, as docs/appearances.md says
+constexpr double kMarkHeight = 0.705;     // of the check mark in ZapfDingbats, of its size
+constexpr double kCircleRadius = 0.3165;  // of the shorter side: the radius of ZapfDingbats' circle at that size
 constexpr std::string_view kOff = "Off";
 
 const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeDictionary* holder, std::string_view key) {

@@ -86,11 +86,15 @@ Chaine RelativeURL(const std::string& file) { return ZInetURL::Encode(file.subst
 }  // namespace
 
 std::string ExportTable(const std::vector<FormValues>& forms, ExportFormat format, bool is_one, bool for_spreadsheet) {
-  if (format == ExportFormat::kCSV) return TableAsCSV(forms, for_spreadsheet);
   std::string text;
-  if (format == ExportFormat::kJSONLines) {
-    for (const FormValues& form : forms) text += FormAsJSON(form, -1) + "\n";
-    return text;
+  switch (format) {
+    case ExportFormat::kCSV: return TableAsCSV(forms, for_spreadsheet);
+    case ExportFormat::kJSONLines:
+      for (const FormValues& form : forms) text += FormAsJSON(form, -1) + "\n";
+      return text;
+    case ExportFormat::kJSON:
+    case ExportFormat::kXFDF:  // these two by ExportDocument
+    case ExportFormat::kFDF: break;
   }
   if (is_one && !forms.empty()) return FormAsJSON(forms.front(), 2) + "\n";
   for (const FormValues& form : forms) text += (text.empty() ? "[\n" : ",\n") + FormAsJSON(form, -1);

@@ -83,7 +83,8 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   // The URL to which the form's button of that status submits: "save.cgi" for forms to be modified, else "modify.cgi";
   // includes the code when it is not empty.
   ZInetURL GetXFDFURL(ZDocument::Status status, const Chaine& code) const;
-  // Opens the form in the reader, or filled in the host's own window. False without a handler for submissions.
+  // Opens the form in the reader if `external`, else filled in the host's own window. False without a handler for
+  // submissions.
   bool ShowXFDF(const ZXFDF& xfdf, bool external) const;
   bool ShowXFDF(const ZXFDF& xfdf, ZDocument::Status status, bool external) const;
 

@@ -31,7 +31,7 @@ class ZFORMS_API ZAcroFormServerXFDFBuilder : public ZXFDFMapper, public virtual
   bool SetAutoMap(const Chaine& default_rubric, bool known_rubrics_only);
   // Empty without a template.
   ZXFDF CreateXFDF() const;
-  // Opens the form in the reader, or in the host's own window.
+  // Opens the form in the reader if `external`, else in the host's own window.
   bool ShowXFDF(bool external) const;
 
  protected:

@@ -21,9 +21,9 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   ZHTTPServerPageXFDFSession(const ZHTTPServerPageXFDF* page, uint64_t folder, int32_t exercice);
   ~ZHTTPServerPageXFDFSession() override;
 
-  // Limits of a document, far beyond the needs of forms (413). The first is the number of elements, attributes and
-  // pieces of text. The second bounds the cost of looking up each field with a value: the sum of the length of the full
-  // name times the number of its parts.
+  // Limits of a document beside sHTTPServerLimits::body_bytes, far beyond the needs of forms (413). The first is the
+  // number of elements, attributes and pieces of text. The second bounds the cost of looking up each field with a
+  // value: the sum of the length of the full name times the number of its parts.
   static constexpr size_t kMaxNodes = 210'000;
   static constexpr uint64_t kMaxNameWork = uint64_t{64} << 20;
   // The limits of the document's bytes in UTF-8, and of the length of its values in a PDF (ISO 32000-1 7.3.4.2,

@@ -23,8 +23,8 @@ struct FontCode {
   bool is_plain = true;
 };
 
-// The codes of a font dictionary, read once for all the names that lead to it. It does not refer to nodes. Any thread
-// may use it.
+// The codes of a font dictionary, which all resource names of the font share. Holds no pointers into the document. Any
+// thread may use it.
 class FontCodes {
  public:
   virtual ~FontCodes();

@@ -282,7 +282,7 @@ constexpr std::array<Alias, 14> kAliases = {{{"Helv", 0},
                                              {"Symb", 12},
                                              {"ZaDb", 13}}};
 
-// Removes the first of the words that the text begins with.
+// If the text begins with one of the words, removes that word; true then.
 bool Drop(std::string_view* text, std::initializer_list<std::string_view> words) {
   for (const std::string_view word : words) {
     if (!text->starts_with(word)) continue;

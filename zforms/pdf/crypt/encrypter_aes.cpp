@@ -64,7 +64,7 @@ Chaine ZPDFEncrypterAES::Decrypt(const Chaine& data) const {
 }
 
 Chaine ZPDFEncrypterAES::DecryptChecked(const Chaine& data, std::string* fault) const {
-  // Some writers leave empty strings empty.
+  // Some writers do not encrypt empty strings.
   if (data.IsEmpty()) return data;
   if (data.size() < AES::kBlock) {
     *fault = "is too short for AES, and is left as it is";

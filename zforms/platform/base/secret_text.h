@@ -30,17 +30,37 @@ class SecretText : public Chaine {
   ~SecretText() { Wipe(); }
 };
 
-// A password as callers give it, in UTF-8; wiped when it is destroyed.
+// A password as callers give it, in UTF-8; wiped when it is destroyed, replaced or moved.
 class SecretString : public std::string {
  public:
   using std::string::string;
   SecretString() = default;
-  SecretString(std::string text) noexcept : std::string(std::move(text)) {}
+  SecretString(std::string text) noexcept { Take(text); }
   SecretString(const SecretString& other) = default;
-  SecretString(SecretString&& other) noexcept = default;
-  SecretString& operator=(const SecretString& other) = default;
-  SecretString& operator=(SecretString&& other) noexcept = default;
-  ~SecretString() { WipeBytes(data(), size()); }
+  SecretString(SecretString&& other) noexcept { Take(other); }
+  SecretString& operator=(const SecretString& other) {
+    if (this != &other) *this = SecretString(other);
+    return *this;
+  }
+  SecretString& operator=(SecretString&& other) noexcept {
+    if (this == &other) return *this;
+    Wipe(*this);
+    Take(other);
+    return *this;
+  }
+  ~SecretString() { Wipe(*this); }
+
+ private:
+  // A short text is within the string itself, and stays there when it is moved away.
+  void Take(std::string& text) noexcept {
+    swap(text);
+    Wipe(text);
+  }
+  static void Wipe(std::string& text) noexcept {
+    text.resize(text.capacity());
+    WipeBytes(text.data(), text.size());
+    text.clear();
+  }
 };
 
 }  // namespace zforms

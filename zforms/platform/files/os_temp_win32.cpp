@@ -7,7 +7,7 @@
 #include "zforms/platform/files/os_temp.h"
 #include "zforms/platform/text/wide_win32.h"
 
-// After <windows.h>.
+// Needs <windows.h>, which wide_win32.h includes.
 #include <sddl.h>
 
 namespace zforms {

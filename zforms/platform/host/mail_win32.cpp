@@ -4,7 +4,7 @@
 #include "zforms/platform/host/mail.h"
 #include "zforms/platform/text/wide_win32.h"
 
-// After <windows.h>.
+// Needs <windows.h>, which wide_win32.h includes.
 #include <mapi.h>
 
 namespace zforms {

@@ -4,7 +4,7 @@
 #include "zforms/platform/text/inet_url.h"
 #include "zforms/platform/text/wide_win32.h"
 
-// After <windows.h>.
+// Needs <windows.h>, which wide_win32.h includes.
 #include <shellapi.h>
 #include <shlwapi.h>
 
