@@ -1,20 +1,26 @@
 #!/usr/bin/env python3
-"""Measures how batches of the sample form grow: over shards, to many rows, and into one file. Prints Markdown tables.
+"""Measures how batches of the sample form grow: over shards, to many rows, into one file, and with rows from a
+PostgreSQL database beside the same rows from CSV. Prints Markdown tables.
 
-scale.py TOOL [--rows N] [--most N] [--merged N] [--jobs N] [--folder DIR]
+scale.py TOOL [--rows N] [--most N] [--merged N] [--database N] [--jobs N] [--folder DIR]
 
 --rows: rows of the batch that is divided into shards. --most: the longest table, whose archive is thrown away; the
-shorter ones are a tenth and a hundredth of it. --merged: the same for one file. The work goes to DIR.
+shorter ones are a tenth and a hundredth of it. --merged: the same for one file. --database: the longer of two tables
+that are read from both sources, the shorter one is a tenth of it; 0 leaves a part out. The work goes to DIR.
 """
 
 import argparse
 import os
 import pathlib
 import subprocess
+import sys
 import tempfile
 import time
 
-from batch import SAMPLE, table, timed
+from batch import SAMPLE, row, table, timed
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests"))
+import postgres
 
 
 def shards(tool, folder, rows):
@@ -39,10 +45,7 @@ def growth(label, most, folder, command):
     memories = []
     for rows in (most // 100, most // 10, most):
         data = table(folder / "rows.csv", rows)
-        before = os.times()
-        seconds, memory = timed(command(data))
-        after = os.times()
-        used = after.children_user - before.children_user + after.children_system - before.children_system
+        seconds, used, memory = measured(command(data))
         memories.append(memory)
         size = f"{(folder / 'all.pdf').stat().st_size / 1e6:.1f}" if (folder / "all.pdf").exists() else ""
         print(f"| {rows:,} | {seconds:.1f} | {used:.1f} | {rows / used:,.0f} | {memory:.1f} | {size} |", flush=True)
@@ -51,12 +54,42 @@ def growth(label, most, folder, command):
         print(f"{'' if few else chr(10)}Memory of each row after the first {most // 10 ** (2 - few):,}: {more:.1f} bytes", flush=True)
 
 
+def archive(tool, jobs, *data):
+    return ["sh", "-c", 'exec "$@" >/dev/null', "-", tool, "batch", SAMPLE, "--jobs", jobs, "--out", "-", *data]
+
+
+def measured(command):
+    """(seconds, processor seconds, peak memory in MB)"""
+    before = os.times()
+    seconds, memory = timed(command)
+    after = os.times()
+    return seconds, after.children_user - before.children_user + after.children_system - before.children_system, memory
+
+
+def sources(tool, folder, most, jobs):
+    print("\n| rows from | rows | seconds | processor seconds | rows a processor second | peak memory, MB |\n"
+          "| --- | --: | --: | --: | --: | --: |", flush=True)
+    names = ", ".join(f'"{name}"' for name in row(0))
+    with postgres.cluster() as cluster:
+        address = cluster.create("bench")
+        cluster.sql("bench", f"CREATE TABLE rows(nr serial PRIMARY KEY, {names.replace(',', ' text,')} text)")
+        for count in (most // 10, most):
+            data = table(folder / "rows.csv", count)
+            cluster.sql("bench", f"TRUNCATE rows RESTART IDENTITY;\n\\copy rows({names}) FROM '{data}' CSV HEADER\n")
+            for _ in range(2):
+                for label, given in (("CSV", ["--data", data]),
+                                     ("PostgreSQL", ["--data", address, "--query", f"SELECT {names} FROM rows ORDER BY nr"])):
+                    seconds, used, memory = measured(archive(tool, jobs, *given))
+                    print(f"| {label} | {count:,} | {seconds:.1f} | {used:.1f} | {count / used:,.0f} | {memory:.1f} |", flush=True)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("tool", type=pathlib.Path)
     parser.add_argument("--rows", type=int, default=20000)
     parser.add_argument("--most", type=int, default=1000000)
     parser.add_argument("--merged", type=int, default=100000)
+    parser.add_argument("--database", type=int, default=100000)
     parser.add_argument("--jobs", default="2", help="of the archive and the file")
     parser.add_argument("--folder", default=None)
     options = parser.parse_args()
@@ -66,11 +99,12 @@ def main():
         if options.rows:
             shards(tool, folder, options.rows)
         if options.most:
-            growth("as an archive", options.most, folder, lambda data: [
-                "sh", "-c", 'exec "$0" batch "$1" --data "$2" --jobs "$3" --out - >/dev/null', tool, SAMPLE, data, options.jobs])
+            growth("as an archive", options.most, folder, lambda data: archive(tool, options.jobs, "--data", data))
         if options.merged:
             growth("as one file", options.merged, folder, lambda data: [
                 tool, "batch", SAMPLE, "--data", data, "--jobs", options.jobs, "--merge", folder / "all.pdf"])
+        if options.database:
+            sources(tool, folder, options.database, options.jobs)
 
 
 if __name__ == "__main__":

@@ -47,9 +47,10 @@ def test_shards_are_a_single_run(folder):
     joined = json.loads(text)
     same("joined", (status, err, joined["filled"], joined["failures"], len(joined["shards"])), (0, "", 301, [], 3))
     for given, what in [(reports[:2], "shard 3 of 3 has no report"), ([data], "is not the report of a shard"),
-                        ([reports[0]] * 2, "two reports of shard 1 of 3")]:
-        status, _, err = zforms("batch", "--merge-reports", *given, "--out", out)
-        expect(status == (75 if len(given) == 2 and "no report" in what else 2) and what in err, what, (status, err))
+                        ([reports[0]] * 2, "two reports of shard 1 of 3"), ([folder / "none"], "cannot be read"),
+                        ([*reports, "--out", folder], "no record of shard 3 of 3"), ([*reports, "--merge", "x"], "--merge")]:
+        status, _, err = zforms("batch", "--merge-reports", *given, *(() if "--out" in given else ("--out", out)))
+        expect(status == {"shard 3 of 3 has no report": 75, "no record of shard 3 of 3": 3}.get(what, 2) and what in err, what, (status, err))
     # A later run finds the files of the first one. All shards of a folder have the same N.
     other = shutil.copy(SAMPLE, folder / "other.pdf")
     with open(other, "ab") as file:
@@ -60,7 +61,8 @@ def test_shards_are_a_single_run(folder):
             ("other shards", shard_command(data, out, "1/4", "--resume"), 2, "holds a batch of 3 shards"),
             ("no shards", shard_command(data, out, "1/3")[:-2], 2, "holds a batch of shards"),
             ("another form", ["batch", other, *shard_command(data, out, "2/3", "--resume")[2:]], 2, "differ from those of shard 2 of 3"),
-            ("no shard", shard_command(data, out, "4/3"), 2, "is not I/N"), ("no data", ["batch", SAMPLE, "--out", out], 2, "--data")]:
+            *((shard, shard_command(data, out, shard), 2, f'zforms: --shard: "{shard}" is not I/N') for shard in ("4/3", "0/3", "1/-3", "1/3/3", "")),
+            ("no data", ["batch", SAMPLE, "--out", out], 2, "--data")]:
         got, _, err = zforms(*command)
         expect(got == status and said in err, label, (got, err))
     same("and changes nothing", bytes_of(out) == wanted, True)
@@ -153,6 +155,9 @@ def test_trouble(folder):
     for label, arguments, status, said in [
             ("no folder", [*command, folder / "file" / "out"], 75, "cannot be made"),
             ("no report", [*command, out, "--report", folder / "none" / "r.json"], 75, "cannot be written"),
+            ("a folder as report", [*command, out, "--report", folder], 2, "is a folder"),
+            ("a folder as file", [*command[:-1], "--merge", folder], 2, "is a folder"),
+            ("two streams", [*command, "-", "--report", "-"], 2, "cannot both go"),
             ("a bad value", [*command[:3], folder / "bad.csv", "--out", folder / "bad"], 3, "is not one of its choices"),
             ("ended by it", [*command[:3], folder / "bad.csv", "--out", folder / "bad2", "--on-error", "stop"], 2, "stopped"),
             ("no table", [*command[:3], folder / "none", "--out", out], 2, "No such file")]:
@@ -162,6 +167,11 @@ def test_trouble(folder):
     done = subprocess.run(["bash", "-c", "trap '' XFSZ; " + limited, "-", TOOL, *map(str, command), out, "--resume"], stderr=subprocess.PIPE)
     same("a full disk", (done.returncode, b"File too large" in done.stderr, sorted(bytes_of(out))), (75, True, []))
     same("later there is room", (zforms(*command, out, "--resume")[0], bytes_of(out) == wanted), (0, True))
+    (folder / "link").symlink_to(folder / "report.json")
+    (folder / "report.json").write_text("")
+    for report in ("-", "/dev/fd/1", folder / "link"):
+        text = zforms(*command, out, "--resume", "--report", report)[1] or (folder / "report.json").read_text()
+        same(f"the report at {report}", (json.loads(text)["filled_before"], (folder / "link").is_symlink()), (40, True))
     for label, target in (("a full disk", open("/dev/full", "wb")), ("nobody reads", subprocess.Popen(["true"], stdin=subprocess.PIPE).stdin)):
         with target:
             done = subprocess.run([TOOL, *map(str, command), "-"], stdout=target, stderr=subprocess.PIPE)

@@ -43,13 +43,20 @@ BatchReport::BatchReport(Console& console, bool by_number)
 
 bool BatchReport::Open(const std::string& path, std::string* error) {
   path_ = path;
-  if (!file_.Open(path, error)) return false;
+  has_report_ = path == kStandardStream || file_.Open(path, error);
+  if (!has_report_) return false;
+  if (path == kStandardStream) SetBinary(stdout);
   Put("{\n\"failures\": [");
   return true;
 }
 
 bool BatchReport::Put(std::string_view text) {
-  if (file_error_.empty()) file_.Write(text, &file_error_);
+  if (!file_error_.empty()) return false;
+  if (path_ != kStandardStream) {
+    file_.Write(text, &file_error_);
+  } else if (!Print(text)) {
+    file_error_ = "standard output cannot be written";
+  }
   return file_error_.empty();
 }
 
@@ -75,7 +82,7 @@ void BatchReport::Failed(const Row& row, const std::string& field, const std::st
   ClearProgress();
   const std::string where = field.empty() ? std::string() : "field \"" + field + "\": ";
   console_.Warn(PlaceOf(row) + where + what);
-  if (file_.IsOpen()) {
+  if (has_report_) {
     Json json{{"line", row.line}, {"row", row.number}};
     if (!field.empty()) json["field"] = field;
     if (!file.empty()) json["file"] = file;
@@ -89,7 +96,7 @@ void BatchReport::Warned(const Row& row, const std::string& file, const std::str
   const std::lock_guard<std::mutex> lock(mutex_);
   ClearProgress();
   console_.Warn(PlaceOf(row) + what);
-  if (file_.IsOpen() && warnings_.size() < kMostWarnings) warnings_.push_back({row.line, row.number, file, what});
+  if (has_report_ && warnings_.size() < kMostWarnings) warnings_.push_back({row.line, row.number, file, what});
   warned_++;
 }
 
@@ -129,7 +136,7 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
     if (failed_ > 0) line += ", " + Rows(failed_) + " not filled";
     std::fputs((line + (outcome.stopped ? ", stopped there\n" : "\n")).c_str(), stderr);
   }
-  if (!file_.IsOpen()) return true;
+  if (!has_report_) return true;
   Put(failed_ == 0 ? "],\n" : "\n],\n");
   const auto member = [this](const char* name, const Json& value, bool last = false) {
     Put("\"" + std::string(name) + "\": " + Dump(value) + (last ? "\n}\n" : ",\n"));
@@ -155,7 +162,7 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
   member("status", outcome.status);
   member("jobs", outcome.jobs);
   member("seconds", seconds, true);
-  if (file_error_.empty() && file_.Finish(&file_error_)) return true;
+  if (file_error_.empty() && (path_ == kStandardStream || file_.Finish(&file_error_))) return true;
   Console(path_).Fail("the report cannot be written: " + file_error_);
   return false;
 }

@@ -22,7 +22,8 @@ class BatchReport {
   // `console` prints the faults of the data. Messages name rows by their lines, or `by_number`.
   BatchReport(Console& console, bool by_number);
 
-  // Begins the report in a temporary file beside `path`; false, with the reason, when it cannot be written.
+  // Begins the report at standard output ("-") or in a temporary file beside `path`; false, with the reason, when it
+  // cannot be written.
   bool Open(const std::string& path, std::string* error);
 
   void Filled();
@@ -75,6 +76,7 @@ class BatchReport {
   uint64_t warned_ = 0;
   std::atomic<bool> has_trouble_ = false;
   std::vector<Warning> warnings_;
+  bool has_report_ = false;
   std::string path_;
   ReplacingFile file_;
   std::string file_error_;  // of the report, once it failed

@@ -43,10 +43,12 @@ class WantedNames {
         " PRIMARY KEY(name, shard)) WITHOUT ROWID");
   }
 
-  // The last entry of a shard counts.
-  bool Add(const std::string& folder, const Shard& shard) {
+  // The last entry of a shard counts. Sets whether the shard has a record there.
+  bool Add(const std::string& folder, const Shard& shard, bool* is_there) {
+    const std::vector<std::string> files = ShardRecord::FilesOf(folder, shard);
+    *is_there = !files.empty();
     Statement add(database_, "INSERT OR REPLACE INTO wanted VALUES(?, ?, ?, ?, ?, ?)");
-    for (const std::string& file : ShardRecord::FilesOf(folder, shard)) {
+    for (const std::string& file : files) {
       const bool read = ShardRecord::Read(file, [&](const ShardRecord::Entry& entry) {
         const Chaine name = FoldFileName(entry.name);
         const uint64_t written = entry.state == Ledger::State::kNamed ? 0 : 1;
@@ -195,7 +197,13 @@ bool ShardMerger::JoinNames() {
   if (options_.folder == kStandardStream) return true;
   WantedNames names;
   bool is_read = names.Create();
-  for (uint32_t index = 1; index <= count_ && is_read; index++) is_read = names.Add(options_.folder, {index, count_});
+  for (uint32_t index = 1; index <= count_ && is_read; index++) {
+    bool is_there = false;
+    is_read = names.Add(options_.folder, {index, count_}, &is_there);
+    if (is_there || !shards_.contains(index)) continue;
+    console_.Warn("the folder has no record of shard " + Shard{index, count_}.Name(" of ") +
+                  ": the names of its files are not compared");
+  }
   if (is_read) names.ForEachPair([this](const auto&... row) { FailRow(row...); });
   return is_read;
 }

@@ -1,6 +1,7 @@
 // Fills a form once for each row of a table, or joins the reports of shards.
 
 #include <atomic>
+#include <filesystem>
 #include <memory>
 
 #include "tool/base/files.h"
@@ -31,6 +32,12 @@ std::string FaultOf(const BatchOptions& options) {
   const bool is_archive = options.folder == kStandardStream;
   if ((is_archive || !options.merged.empty()) && (options.resume || options.overwrite)) {
     return "an archive or a merged file can be neither continued nor overwritten";
+  }
+  if (is_archive && options.report == kStandardStream) {
+    return "the archive and the report cannot both go to standard output";
+  }
+  for (const std::string& file : {options.merged, options.report}) {
+    if (std::error_code error; std::filesystem::is_directory(FilePath(file), error)) return file + " is a folder";
   }
   if (options.merged == kStandardStream) return "a merged file is not written to standard output";
   return is_archive && TerminalColumns() > 0 ? "the archive is not written to a terminal" : "";

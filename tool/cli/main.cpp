@@ -271,7 +271,9 @@ class CommandLine {
         ->add_flag("--overwrite", batch_.overwrite,
                    "Start from the beginning and overwrite the files of an earlier batch.")
         ->excludes(resume);
-    command->add_option("--report", batch_.report, "Write the result of each row to this JSON file.")
+    command
+        ->add_option("--report", batch_.report,
+                     "Write the result of the batch, with each row that failed, to this JSON file.")
         ->type_name("FILE");
     AddPassword(command, &batch_.password);
     AddRecover(command, &batch_.recover);
@@ -297,7 +299,7 @@ class CommandLine {
             "may run on different machines at the same time.")
         ->type_name("I/N")
         ->check([](const std::string& text) {
-          return Shard().Parse(text) ? "" : "--shard: \"" + text + "\" is not I/N, such as 3/8";
+          return Shard().Parse(text) ? "" : "\"" + text + "\" is not I/N, such as 3/8";
         });
     CLI::Option* merge =
         command
@@ -309,7 +311,8 @@ class CommandLine {
       for (const CLI::Option* option : {file, data}) {
         if (merge->count() == 0 && option->count() == 0) throw CLI::RequiredError(option->get_name());
       }
-      if (out->count() == 0 && batch_.merged.empty()) throw CLI::RequiredError("--out or --merge");
+      if (out->count() > 0 || (merge->count() == 0 && !batch_.merged.empty())) return;
+      throw CLI::RequiredError(merge->count() > 0 ? "--out" : "--out or --merge");
     });
   }
 
