@@ -506,8 +506,12 @@ def test_versions_of_a_store(folder):
         expect(False, "the database refuses a second submission for a step of a transaction")
     except (sqlite3.IntegrityError, RuntimeError):
         same("submissions", server.count("submissions"), 3)
-    source = [server.stored(), server.stored("--rejected"), zforms("rubrics", "--data", server.data)]
     target = STORES.address(folder, "copy")
+    for command in (["submissions", "--data", target], ["store", "upgrade", target], ["store", "copy", target, folder / "new"]):
+        for _ in range(2):
+            status, _, err = zforms(*command)
+            expect(status == 2 and "there is no store in this" in err, f"no store: {command}", err)
+    source = [server.stored(), server.stored("--rejected"), zforms("rubrics", "--data", server.data)]
     same("copy", zforms("store", "copy", server.data, target), (0, "", ""))
     status, _, err = zforms("store", "copy", server.data, target)
     expect(status == 2 and ": it is not empty" in err, "a second copy", err)

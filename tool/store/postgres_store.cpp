@@ -21,6 +21,7 @@ constexpr std::chrono::seconds kPatience(10);
 constexpr std::chrono::hours kUpgradeTime(12);
 // How long what was read is kept, in case that a server died before it told others of a change.
 constexpr std::chrono::seconds kLongestKept(5);
+constexpr const char* kNoStore = "there is no store in this database";
 
 constexpr char kForm[] =
     R"(SELECT "transaction", code, token, folder, year, expected FROM forms WHERE "transaction" = $1::bigint)";
@@ -47,7 +48,7 @@ std::unique_ptr<PostgresStore> PostgresStore::Open(const std::string& address, M
   int version = 0;
   if (connection == nullptr || !ReadPostgresVersion(*connection, deadline, &version, error)) return nullptr;
   if (version == 0 && mode == Mode::kRead) {
-    *error = "there is no store in this database";
+    *error = kNoStore;
     return nullptr;
   }
   if (version == 0 && (!UpgradePostgresTables(*connection, deadline, &version, error) ||
@@ -65,7 +66,12 @@ bool PostgresStore::Upgrade(const std::string& address, int* before, std::string
   const Libpq* const pq = Libpq::Load(error);
   if (pq == nullptr) return false;
   const auto connection = ConnectToStore(*pq, address, Clock::now() + kPatience, error);
-  return connection != nullptr && UpgradePostgresTables(*connection, Clock::now() + kUpgradeTime, before, error);
+  if (connection == nullptr || !ReadPostgresVersion(*connection, Clock::now() + kPatience, before, error)) return false;
+  if (*before == 0) {
+    *error = kNoStore;
+    return false;
+  }
+  return UpgradePostgresTables(*connection, Clock::now() + kUpgradeTime, before, error);
 }
 
 bool PostgresStore::Fail(const std::string& reason) {

@@ -64,10 +64,19 @@ std::string QueryOf(const SubmissionFilter& filter) {
   return sql + (filter.newest_first ? " ORDER BY id DESC" : " ORDER BY id");
 }
 
+bool HasStore(const std::string& folder, std::string* error) {
+  const std::string file = PathIn(folder, kFile);
+  std::error_code code;
+  if (fs::exists(fs::path(std::u8string(file.begin(), file.end())), code)) return true;
+  *error = code ? code.message() : "there is no store in this folder";
+  return false;
+}
+
 }  // namespace
 
 std::unique_ptr<SqliteStore> SqliteStore::Open(const std::string& folder, Mode mode, std::string* error) {
   std::unique_ptr<SqliteStore> store(new SqliteStore);
+  if (mode == Mode::kRead && !HasStore(folder, error)) return nullptr;
   if (mode != Mode::kRead && !MakeFolder(folder, error)) return nullptr;
   return store->Connect(folder, mode, error) ? std::move(store) : nullptr;
 }
@@ -131,10 +140,7 @@ bool SqliteStore::Upgrade(const std::string& folder, int* before, std::string* e
   SqliteStore store;
   store.wait_ = kWaitForOthers;
   const std::string file = PathIn(folder, kFile);
-  if (std::error_code code; !fs::exists(fs::path(std::u8string(file.begin(), file.end())), code)) {
-    *error = "there is no store in this folder";
-    return false;
-  }
+  if (!HasStore(folder, error)) return false;
   if (!store.LockFolder(folder, error) || !store.OpenFile(file, SQLITE_OPEN_READWRITE, error)) return false;
   *before = store.version_;
   return PrepareSqliteTables(store.database_, kStoreVersion, &store.version_, error);
