@@ -39,7 +39,8 @@ ReplacingFile::~ReplacingFile() {
 bool ReplacingFile::Open(const Chaine& path, std::string* error) {
   if (path.IsEmpty()) return Fail(error, "the path is empty");
   target_ = ResolveLinks(path);
-  const OsFileKind kind = KindOfFile(target_);
+  // Of the path, since a link such as /dev/stdout may lead to a pipe, which has no name.
+  const OsFileKind kind = KindOfFile(path);
   if (kind == OsFileKind::kFolder) return Fail(error, "is a folder");
   if (kind == OsFileKind::kOther) return file_.Open(path, OsFile::Mode::kOverwrite, error);
   const bool there = kind == OsFileKind::kRegular;
