@@ -85,7 +85,7 @@ def odd():
         form.text_field(name, (x, y, 120, 17), tip=name)
     form.node("a").entries["DV"] = Text("only when reset")
     twice = form.node("twice")
-    twice.entries.update(FT=Name("Tx"), DA=b"/Helv 10 Tf 0 g", TU=Text("Twice"))
+    twice.entries.update(FT=Name("Tx"), DA=b"/HelveticaLTStd-Bold 10 Tf 0 g", TU=Text("Twice"))
     for y in (150, 180):
         form.widget(twice, (40, y, 120, 17), merged=False)
     for i, state in enumerate(("left", "right")):

@@ -180,6 +180,7 @@ export async function odd_form() {
   }
   same(order, ["save", "twice", "twice", "c", "a", "side", "side", "d", "b"], "the order of Tab by rows, as the page is seen");
   same(await field(page, "a").inputValue(), "", "a default is no value");
+  same(await field(page, "twice").first().getAttribute("class"), "field sans bold", "the typeface by the name of the font");
   await field(page, "twice").first().fill("both");
   same(await field(page, "twice").nth(1).inputValue(), "both", "a field's other widget");
   await field(page, "side").first().check();

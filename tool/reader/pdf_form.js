@@ -77,7 +77,7 @@ function boxOf(annotation, viewport) {
 
 function styleOf(annotation) {
   const { fontSize = 0, fontName = "", fontColor = null } = annotation.defaultAppearanceData ?? {};
-  const family = /cour|mono/i.test(fontName) ? "mono" : /ti|times|serif|roman/i.test(fontName) ? "serif" : "sans";
+  const family = /cour|mono/i.test(fontName) ? "mono" : /^ti|times|roman|(?<!sans.?)serif/i.test(fontName) ? "serif" : "sans";
   return {
     size: fontSize,
     family,
