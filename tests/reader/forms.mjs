@@ -78,6 +78,9 @@ export async function every_kind_round() {
   same(await mode(page), "modify", "a new form is open to be filled in");
   expect(await field(page, "fixed").evaluate((one) => one.readOnly), "a read-only field can be changed");
   same(await field(page, "unseen").count() + await field(page, "ZOR.SessionID").count(), 0, "hidden fields on the screen");
+  const titleOf = async (name) => [await field(page, name).getAttribute("aria-label"), await field(page, name).getAttribute("title")];
+  await field(page, "comb").hover();
+  same([await titleOf("comb"), await titleOf("amount")], [["Eight digits", "Eight digits"], ["Amount (€)", null]], "labels, said once and shown beside the pointer");
   await field(page, "person.née").pressSequentially("Müller-Œuvre and more");
   same(await field(page, "person.née").inputValue(), "Müller-Œuvre", "more than the maximum length");
   await page.locator("#press").click();

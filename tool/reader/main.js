@@ -9,6 +9,7 @@ import { FormView } from "./page_view.js";
 import { Refusal, fetchDrawn, fetchPDF, fetchSaved, inMode, lookAtForm, openForm, resumeForm, submit } from "./server.js";
 import { FormScripts } from "./scripts.js";
 import { language, texts, timeText } from "./texts.js";
+import { showLabels } from "./widgets.js";
 import { writeXFDF } from "./xfdf.js";
 import { Zoom } from "./zoom.js";
 
@@ -462,10 +463,8 @@ function label() {
   byId("back").textContent = texts.back;
   byId("title").textContent = texts.untitled;
   byId("zoom").setAttribute("aria-label", texts.zoom);
-  for (const id of /** @type {const} */ (["smaller", "larger"])) {
-    byId(id).setAttribute("aria-label", texts[id]);
-    byId(id).title = texts[id];
-  }
+  for (const id of /** @type {const} */ (["smaller", "larger"])) byId(id).setAttribute("aria-label", texts[id]);
+  showLabels(document.body);
   byId("fit").title = texts.fit;
   byId("print-form").textContent = texts.print;
   byId("download").textContent = texts.download;

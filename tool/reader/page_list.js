@@ -25,7 +25,7 @@ export class PageList {
   constructor() {
     this.#number.setAttribute("aria-label", texts.pageNumber);
     this.#list.setAttribute("aria-label", texts.pageList);
-    this.#toggle.setAttribute("aria-label", (this.#toggle.title = texts.pageList));
+    this.#toggle.setAttribute("aria-label", texts.pageList);
     this.#number.addEventListener("change", () => this.#go(Math.trunc(Number(this.#number.value)) - 1));
     this.#number.addEventListener("focus", () => this.#number.select());
     this.#toggle.addEventListener("click", () => this.#open(this.#list.hidden));

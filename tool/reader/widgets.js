@@ -50,9 +50,18 @@ function place(/** @type {HTMLElement} */ element, /** @type {Widget} */ widget)
 
 function describe(/** @type {HTMLElement} */ element, /** @type {Widget} */ widget) {
   element.setAttribute("aria-label", widget.label);
-  element.title = widget.label;
   element.dataset.name = widget.name;
   if (widget.required && !widget.readOnly && widget.kind !== "radio") element.setAttribute("aria-required", "true");
+}
+
+/** Shows labels beside the pointer. They are no titles all the time: screen readers would say each label twice. */
+export function showLabels(/** @type {HTMLElement} */ place) {
+  const labelOf = (/** @type {any} */ target) => (target.matches("button, input, select, textarea") ? target.getAttribute("aria-label") : null);
+  place.addEventListener("pointerover", ({ target }) => {
+    const label = labelOf(target);
+    if (label) /** @type {HTMLElement} */ (target).title = label;
+  });
+  place.addEventListener("pointerout", ({ target }) => labelOf(target) && /** @type {HTMLElement} */ (target).removeAttribute("title"));
 }
 
 function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) {
@@ -114,7 +123,7 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
 
 /** The browser's calendar for a field whose script formats a date: a button beside the cursor, or Alt and the arrow down. */
 function makeCalendar(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, /** @type {Widget} */ widget, /** @type {(text: string) => void} */ choose) {
-  const button = make("button", { type: "button", className: "calendar", tabIndex: -1, textContent: "▾", title: texts.calendar });
+  const button = make("button", { type: "button", className: "calendar", tabIndex: -1, textContent: "▾" });
   button.setAttribute("aria-label", `${texts.calendar} – ${widget.label}`);
   const days = make("input", { type: "date", className: "days", tabIndex: -1 });
   days.setAttribute("aria-hidden", "true");
