@@ -1,7 +1,7 @@
 // Nothing that was typed is lost: drafts, outdated tabs, and servers that fail.
 
 import {
-  Server, alertText, expect, field, inMode, isKept, kept, openForm, openWindow, picture, press, same, shown, shownValues,
+  Server, alertText, checkAccess, expect, field, inMode, isKept, kept, openForm, openWindow, picture, press, same, shown, shownValues,
 } from "./harness.mjs";
 
 export async function stale_tab() {
@@ -15,6 +15,7 @@ export async function stale_tab() {
   await second.locator("#press").click();
   expect((await alertText(second)).includes("Pas enregistré"), "a stale tab is not told");
   same(await field(second, "person.name").inputValue(), "second", "what was typed into the stale tab");
+  await checkAccess(second, "a stale tab");
   await picture(second, "stale");
   same([server.stored().length, server.stored("--rejected").length], [1, 1], "the store tells them apart");
   await second.locator("#trouble button").click();
@@ -47,6 +48,7 @@ export async function drafts() {
   expect(!kept.includes("not to be kept"), "a draft keeps a password");
   same(await field(page, "person.name").inputValue(), "", "a draft comes back unasked");
   expect((await page.locator("#offer").innerText()).includes("Vous avez rempli ce formulaire"), "the draft is not offered");
+  await checkAccess(page, "a draft is offered");
   await picture(page, "draft-offered");
   await field(page, "last").fill("typed before answering");
   await isKept(page, "typed before answering");

@@ -5,7 +5,7 @@ import path from "node:path";
 import { languageOf, all } from "../../tool/reader/texts.js";
 import { nearestText, phrasesOf } from "../../tool/reader/labels.js";
 import { inkOf, keepPrinted } from "./basics.mjs";
-import { Server, alertText, expect, field, openForm, openWindow, picture, pictures, press, same, tool } from "./harness.mjs";
+import { Server, alertText, checkAccess, expect, field, openForm, openWindow, picture, pictures, press, same, tool } from "./harness.mjs";
 
 const FILLED = { "adherent.nom": "Lebœuf", "adherent.prenom": "Ζωή", "adherent.ville": "Béziers" };
 
@@ -64,6 +64,7 @@ export async function text_of_the_page() {
   const comb = field(page, "adherent.code_postal");
   await comb.pressSequentially("FR-34500");
   expect(/: « .*500/.test(await page.locator(".hint").innerText()), "what did not fit", await page.locator(".hint").innerText());
+  await checkAccess(page, "what did not fit");
   await picture(page, "hint");
   await field(page, "adherent.nom").focus();
   same(await page.locator(".hint").count(), 0, "the hint goes with the focus");

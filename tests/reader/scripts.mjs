@@ -1,6 +1,6 @@
 // Forms with scripts: sums, formats, keys that are refused, buttons.
 
-import { Server, alertText, expect, field, openForm, openWindow, picture, press, same } from "./harness.mjs";
+import { Server, alertText, checkAccess, expect, field, openForm, openWindow, picture, press, same } from "./harness.mjs";
 
 export async function scripts_run() {
   const server = await Server.start("scripted");
@@ -44,6 +44,7 @@ export async function scripts_run() {
   context.trouble.expected = /nothing/;
   await field(page, "faulty").click();
   expect(/"faulty"/.test(await alertText(page)), "a faulty script is told", await alertText(page));
+  await checkAccess(page, "a script failed");
   await press(page, "consult");
   const [{ fields }] = server.stored();
   same([fields.hours, fields.rate, fields.pay, fields.half, fields.date, fields.short, fields.extra], ["2", "20.1", "40.2", "20.1", "01/02/2026", "1/2/2026", "kept"], "what is stored");
