@@ -7,7 +7,6 @@
 
 #include "zforms/platform/base/ascii.h"
 #include "zforms/platform/text/characters.h"
-#include "zforms/platform/text/text.h"
 
 namespace zforms::tool {
 namespace {
@@ -145,10 +144,6 @@ void PostgresRows::ReadCell(int column, Row* row) const {
     return;
   }
   cell.text = type == kCharacter ? text.substr(0, text.find_last_not_of(' ') + 1) : text;
-  // A database of the encoding SQL_ASCII holds any bytes.
-  if (row->fault.empty() && !IsASCII(cell.text) && !IsValidUTF8(cell.text)) {
-    row->fault = "column \"" + (*header_)[static_cast<size_t>(column)] + "\": the text is not valid UTF-8";
-  }
 }
 
 bool PostgresRows::Next(Row* row) {
@@ -159,11 +154,12 @@ bool PostgresRows::Next(Row* row) {
   row->names = header_;
   row->cells.resize(header_->size());
   size_t size = 0;
-  for (int i = 0; i < next_.Columns(); i++) {
-    ReadCell(i, row);
-    size += row->cells[static_cast<size_t>(i)].text.size();
+  for (int i = 0; i < next_.Columns(); i++) size += next_.View(0, i).size();
+  if (size > kMaxRow) {
+    row->fault = "it is longer than 16 MB";
+    return true;
   }
-  if (size > kMaxRow) row->fault = "it is longer than 16 MB";
+  for (int i = 0; i < next_.Columns(); i++) ReadCell(i, row);
   return true;
 }
 
