@@ -6,7 +6,8 @@ scale.py TOOL [--rows N] [--most N] [--merged N] [--database N] [--jobs N] [--fo
 
 --rows: rows of the batch that is divided into shards. --most: the longest table, whose archive is thrown away; the
 shorter ones are a tenth and a hundredth of it. --merged: the same for one file. --database: the longer of two tables
-that are read from both sources, the shorter one is a tenth of it; 0 leaves a part out. The work goes to DIR.
+that are read from both sources, without drawing; the shorter one is a tenth of it, and drawn. 0 leaves a part out. The
+work goes to DIR.
 """
 
 import argparse
@@ -67,20 +68,20 @@ def measured(command):
 
 
 def sources(tool, folder, most, jobs):
-    print("\n| rows from | rows | seconds | processor seconds | rows a processor second | peak memory, MB |\n"
-          "| --- | --: | --: | --: | --: | --: |", flush=True)
+    print("\n| rows from | rows | drawn | seconds | processor seconds | rows a processor second | peak memory, MB |\n"
+          "| --- | --: | --- | --: | --: | --: | --: |", flush=True)
     names = ", ".join(f'"{name}"' for name in row(0))
     with postgres.cluster() as cluster:
         address = cluster.create("bench")
         cluster.sql("bench", f"CREATE TABLE rows(nr serial PRIMARY KEY, {names.replace(',', ' text,')} text)")
-        for count in (most // 10, most):
+        for count, drawing in ((most // 10, "yes"), (most, "no")):
             data = table(folder / "rows.csv", count)
             cluster.sql("bench", f"TRUNCATE rows RESTART IDENTITY;\n\\copy rows({names}) FROM '{data}' CSV HEADER\n")
             for _ in range(2):
                 for label, given in (("CSV", ["--data", data]),
                                      ("PostgreSQL", ["--data", address, "--query", f"SELECT {names} FROM rows ORDER BY nr"])):
-                    seconds, used, memory = measured(archive(tool, jobs, *given))
-                    print(f"| {label} | {count:,} | {seconds:.1f} | {used:.1f} | {count / used:,.0f} | {memory:.1f} |", flush=True)
+                    seconds, used, memory = measured(archive(tool, jobs, *given, "--draw", drawing))
+                    print(f"| {label} | {count:,} | {drawing} | {seconds:.1f} | {used:.1f} | {count / used:,.0f} | {memory:.1f} |", flush=True)
 
 
 def main():

@@ -56,12 +56,12 @@ bool ReadQuery(BatchOptions* options) {
 
 }  // namespace
 
-int RunBatch(const BatchOptions& given) {
-  if (!given.merged_reports.empty()) return MergeShardReports(given);
-  BatchOptions options = given;
+int RunBatch(const BatchOptions& options) {
+  if (!options.merged_reports.empty()) return MergeShardReports(options);
   Console console(options.ShownData());
-  if (!ReadQuery(&options)) return kFailed;
-  if (const std::string fault = FaultOf(options); !fault.empty()) {
+  BatchOptions complete = options;
+  if (!ReadQuery(&complete)) return kFailed;
+  if (const std::string fault = FaultOf(complete); !fault.empty()) {
     console.Fail(fault);
     return kFailed;
   }
@@ -69,7 +69,7 @@ int RunBatch(const BatchOptions& given) {
   // Shared with the thread that waits for signals, which outlives the run.
   const auto is_asked = std::make_shared<std::atomic<bool>>(false);
   WhenStopped([is_asked] { *is_asked = true; });
-  BatchRun run(options, console, [is_asked] { return is_asked->load(); });
+  BatchRun run(complete, console, [is_asked] { return is_asked->load(); });
   return run.Prepare() ? run.Run() : run.StatusOfRefusal();
 }
 
