@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Makes the ZIP and the installer for Windows from a build: packaging/windows/package.sh BUILD DEPENDENCIES CPU PLACE
 set -euo pipefail
-build=$1
-deps=$2
+build=$(realpath "$1")
+deps=$(realpath "$2")
 cpu=$3
-place=$4
+place=$(realpath "$4")
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$here/../..
 triple=$cpu-w64-mingw32
