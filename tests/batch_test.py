@@ -76,7 +76,8 @@ def check_against_fill(form, folder, count, values=ODD_VALUES, options=()):
     zforms("batch", form, "--data", data, "--out", folder / "back", "--jobs", "2", *options)
     same("nor does the order of rows", list(reversed(bytes_of(folder / "back").values())) == list(made.values()), True)
     same("forms", len(made), len(rows))
-    for number, row in enumerate(rows, 1):
+    # Wine takes longer to start than a form takes.
+    for number, row in list(enumerate(rows, 1))[::10 if WINDOWS else 1]:
         single = folder / "row.json"
         single.write_text(json.dumps(row), encoding="utf-8")
         zforms("fill", form, single, "-o", folder / "single.pdf", *options)

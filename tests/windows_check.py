@@ -91,16 +91,20 @@ def compare(linux, form, folder, rows=None):
     values = run(linux, "export", form, "--all")[1]
     (folder / "values.xfdf").write_bytes(values)
     results = {}
-    for name, tool in (("linux", linux), ("windows", TOOL)):
+    # Twice for Linux: an encrypted form gets other random bytes each time.
+    for name, tool in (("linux", linux), ("windows", TOOL), ("again", linux)):
+        if name == "again" and b"/Encrypt" not in form.read_bytes():
+            break
         (folder / "out").mkdir()
         for what, arguments, output in commands_for(form, folder / "out", rows):
             status, out, err = run(tool, *arguments)
             results[name, what] = (status, out, err.replace(b"\\", b"/"), content_of(output))
         (folder / "out").rename(folder / name)
-    for what in {key[1] for key in results}:
+    whats = {what for name, what in results if name == "linux" and results.get(("again", what), results["linux", what]) == results["linux", what]}
+    for what in whats:
         expect(results["linux", what] == results["windows", what], f"{form.name}: {what}",
                [(r[0], len(r[1]), r[2][:300]) for r in (results["linux", what], results["windows", what])])
-    return len(results) // 2
+    return len(whats)
 
 
 def main():
