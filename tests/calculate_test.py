@@ -77,7 +77,8 @@ def test_fill_and_batch_follow_the_scripts(folder):
 def test_scripts_are_named(folder):
     form = scripted_form(folder / "form.pdf")
     said = zforms("check", form)[1]
-    for line in ('AFNumber_Format (format) of "total", "net", "tax"', "a script of its own (calculate) of", "AFRange_Validate (validate)"):
+    for line in ('AFNumber_Format (format) of "total", "net", "tax"', 'a script of its own (calculate) of "own"',
+                 'an expression in simplified field notation (calculate) of "tax"', "AFRange_Validate (validate)"):
         expect(line in said, "check", said)
     said = zforms("import", form, "-o", folder / "served.pdf")[2]
     expect('script: AFSimple_Calculate (calculate) of "total"' in said, "import", said)

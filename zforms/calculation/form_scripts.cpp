@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "zforms/acroform/acro_form.h"
+#include "zforms/calculation/field_formula.h"
 #include "zforms/calculation/script_call.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
@@ -129,8 +130,13 @@ class Collector {
 // What a kind of script is called: the function that it calls, if it does nothing else.
 std::string KindOf(const FormScript& script) {
   const auto call = ParseCall(WithoutComments(script.text));
-  const bool is_common = call && call->function.starts_with("AF");
-  return (is_common ? call->function : "a script of its own") + " (" + script.event + ")";
+  std::string kind = "a script of its own";
+  if (call && call->function.starts_with("AF")) {
+    kind = call->function;
+  } else if (FieldFormula::Of(script.text)) {
+    kind = "an expression in simplified field notation";
+  }
+  return kind + " (" + script.event + ")";
 }
 
 }  // namespace
