@@ -703,7 +703,7 @@ def started_by_a_manager(folder, sockets):
     numbers = [max(os.dup(one.fileno()) for _ in range(10)) for one in sockets]
     command = [sys.executable, "-c", STARTED_BY_A_MANAGER, ",".join(map(str, numbers)), TOOL, "serve", "--templates",
                str(SAMPLES), "--data", str(folder / "data"), "--port", "1"]
-    answer, (address, port, *_) = None, sockets[0].getsockname()
+    answer, (address, port) = None, (*sockets[0].getsockname(), 0)[:2]
     with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, pass_fds=numbers) as server:
         if any(line.startswith("Stop:") for line in server.stdout):
             connection = http.client.HTTPConnection(address, port, timeout=30)
@@ -718,12 +718,14 @@ def started_by_a_manager(folder, sockets):
 def test_sockets_of_a_service_manager(folder):
     """Sockets that listen already are served at their port; others than those of this machine's own addresses are not."""
     for addresses, listen, is_served in ((["127.0.0.1"], True, True), (["::1"], True, True), (["0.0.0.0"], True, False),
-                                         (["127.0.0.1"], False, False), (["127.0.0.1"] * 2, True, False)):
+                                         (["127.0.0.1"], False, False), (["127.0.0.1"] * 2, True, False),
+                                         ([str(folder / ("long-name" * 6))], True, False)):
         with contextlib.ExitStack() as opened:
-            sockets = [opened.enter_context(socket.socket(socket.AF_INET6 if ":" in one else socket.AF_INET))
-                       for one in addresses]
-            for one, address in zip(sockets, addresses):
-                one.bind((address, 0))
+            kinds = {":": socket.AF_INET6, "/": socket.AF_UNIX}
+            families = [next((kinds[mark] for mark in kinds if mark in one), socket.AF_INET) for one in addresses]
+            sockets = [opened.enter_context(socket.socket(family)) for family in families]
+            for one, family, address in zip(sockets, families, addresses):
+                one.bind(address if family == socket.AF_UNIX else (address, 0))
                 if listen:
                     one.listen()
             answer, status, err = started_by_a_manager(folder, sockets)

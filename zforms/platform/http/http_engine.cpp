@@ -64,18 +64,17 @@ int HTTPEngine::State::Listen(const asio::ip::address& address, uint16_t at) {
 }
 
 int HTTPEngine::State::Adopt(uintptr_t socket) {
+  const int version = IPVersionOf(socket);
+  if (version == 0 || !IsListening(socket)) return error_code(asio::error::invalid_argument).value();
   error_code error;
   tcp::acceptor acceptor(io);
-  acceptor.assign(IsOfIPv6(socket) ? tcp::v6() : tcp::v4(), static_cast<tcp::acceptor::native_handle_type>(socket),
-                  error);
+  acceptor.assign(version == 6 ? tcp::v6() : tcp::v4(), static_cast<tcp::acceptor::native_handle_type>(socket), error);
   if (error) return error.value();
   KeepFromChildren(socket);
   const tcp::endpoint endpoint = acceptor.local_endpoint(error);
   if (error) return error.value();
   const bool fits = acceptors.empty() || endpoint.port() == port;
-  if (!IsListening(socket) || !endpoint.address().is_loopback() || !fits) {
-    return error_code(asio::error::invalid_argument).value();
-  }
+  if (!endpoint.address().is_loopback() || !fits) return error_code(asio::error::invalid_argument).value();
   port = endpoint.port();
   acceptors.push_back(std::move(acceptor));
   return 0;

@@ -53,8 +53,7 @@ class HTTPEngine {
   // error.
   int Open(uint16_t port);
   // Takes over a socket that listens already instead; may be called for several of one port. Returns 0, or the system's
-  // error, which is that of an invalid argument when the socket does not listen on 127.0.0.1 or ::1. Closes the socket
-  // in any case.
+  // error, which is that of an invalid argument when the socket does not listen on 127.0.0.1 or ::1.
   int Adopt(uintptr_t socket);
   uint16_t Port() const;
   // Starts the threads. Precondition: Open or Adopt succeeded.

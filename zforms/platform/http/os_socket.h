@@ -15,8 +15,8 @@ bool MakeAddressExclusive(uintptr_t socket);
 // True for a stream socket that listens already.
 bool IsListening(uintptr_t socket);
 
-// True for a socket that is bound to an address of IPv6.
-bool IsOfIPv6(uintptr_t socket);
+// 4 or 6 for a socket that is bound to an address of IPv4 or IPv6, 0 for others.
+int IPVersionOf(uintptr_t socket);
 
 // Prevents programs that this process starts from inheriting the socket.
 void KeepFromChildren(uintptr_t socket);

@@ -22,11 +22,11 @@ bool IsListening(uintptr_t socket) {
          listens != FALSE;
 }
 
-bool IsOfIPv6(uintptr_t socket) {
+int IPVersionOf(uintptr_t socket) {
   sockaddr_storage address{};
   int size = sizeof address;
-  return ::getsockname(static_cast<SOCKET>(socket), reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
-         address.ss_family == AF_INET6;
+  if (::getsockname(static_cast<SOCKET>(socket), reinterpret_cast<sockaddr*>(&address), &size) != 0) return 0;
+  return address.ss_family == AF_INET6 ? 6 : address.ss_family == AF_INET ? 4 : 0;
 }
 
 void KeepFromChildren(uintptr_t socket) {
