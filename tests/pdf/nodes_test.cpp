@@ -120,6 +120,7 @@ TEST(NodesTest, Layout) {
       {"(\\e\\200)", "(e\x80)"},
       {"<</Length 4>>stream\nabc\nendstream", "<<\n/Length 4\n>>stream\r\nabc\nendstream"},
       {"<</Length 0>>stream\n\nendstream", "<<\n/Length 0\n>>stream\r\n\r\nendstream"},
+      {"<</Length stream2>>stream\n\nendstream", "<<\n/Length 0\n>>stream\r\n\r\nendstream"},
       {"<</Length 2stream>>stream\nab\nendstream", "<<\n/Length 2\n>>stream\r\nab\r\nendstream"},
   };
   for (const auto& [text, written] : kCases) EXPECT_EQ(Written(*Parse(text)), written) << text;

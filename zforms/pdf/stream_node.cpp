@@ -213,7 +213,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
                                           IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
   const ZPDFNode* const stated_length = dictionary->GetTarget(kLength);
   const size_t stated = stated_length == nullptr ? 0 : stated_length->GetUIntValue();
-  // A number with other characters behind it, such as a keyword, may be written as something else.
+  // A keyword with digits counts as a number, and may be written as something else.
   const bool is_damaged = stated_length != nullptr && !IsLength(stated_length);
   text.TakeFirst(kStream.size());
   if (text.IsDocument()) {
@@ -241,6 +241,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   stream->AppendChild(new ZPDFNodeStreamData(plain, provider));
   if (plain.size() != stated || is_damaged) {
     // The written "/Length" must be correct; reading has not changed it yet.
+    if (is_damaged) dictionary->RemoveValue(kLength);  // a keyword may have the same value
     dictionary->SetValue(kLength, static_cast<uint32_t>(plain.size()));
     dictionary->SetModified(false, true);
   }
