@@ -15,9 +15,11 @@ constexpr uintptr_t kMostSockets = 64;
 
 // The number that the variable holds, 0 when it holds none; removes the variable.
 uintptr_t TakeNumber(const char* name) {
+  // NOLINTBEGIN(concurrency-mt-unsafe): called at the start, before there are other threads.
   const char* const value = std::getenv(name);
   const std::string text = value == nullptr ? "" : value;
   ::unsetenv(name);
+  // NOLINTEND(concurrency-mt-unsafe)
   uintptr_t number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;

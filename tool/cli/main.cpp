@@ -208,7 +208,7 @@ class CommandLine {
             "Several machines can share a batch: each makes one shard, --shard I/N, in the same folder.\n"
             "Afterwards --merge-reports joins their reports, and names rows that wanted one file name.\n\n"
             "The exit status is 0 when all rows are filled, 3 when some are not or there are warnings, 2\n"
-            "when the form, the data or the command are wrong: another try would give the same. It is 75\n"
+            "when the form, the data or the command is wrong: trying again gives the same result. It is 75\n"
             "after trouble that may pass, such as a full disk, a missing folder or a lost database, and after\n"
             "a request to stop (SIGTERM): run the command again with --resume.",
             "  zforms batch form.pdf --data rows.csv --out filled\n"
@@ -221,29 +221,13 @@ class CommandLine {
             "  zforms batch --merge-reports 1.json 2.json 3.json --out filled --report report.json",
             [this] { return RunBatch(batch_); });
     CLI::Option* file = AddFile(command, &batch_.file)->required(false);
-    CLI::Option* const data =
-        command
-            ->add_option("--data", batch_.data,
-                         "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON "
-                         "list. Or the "
-                         "address of a PostgreSQL database, postgresql://..., whose rows --query names.")
-            ->type_name("FILE");
+    CLI::Option* const data = AddRows(command);
     CLI::Option* const out =
         command
             ->add_option("--out", batch_.folder,
                          "The folder for the filled forms; it is created when missing. \"-\" writes them to standard "
                          "output as a tar archive, in the order of the rows.")
             ->type_name("FOLDER");
-    CLI::Option* const query =
-        command
-            ->add_option(
-                "--query", batch_.query,
-                "The rows of the database: a SELECT, whose columns have the names of fields. It cannot write. A "
-                "NULL leaves the field unchanged. Shards need an ORDER BY that settles the order of all rows.")
-            ->type_name("SQL");
-    command->add_option("--query-file", batch_.query_file, "Read the query from this file.")
-        ->type_name("FILE")
-        ->excludes(query);
     AddShards(command, file, data, out);
     command
         ->add_option("--name", batch_.name,
@@ -260,6 +244,38 @@ class CommandLine {
                      "How many forms are filled at the same time; the default is the number of "
                      "cores.")
         ->type_name("N");
+    AddProgress(command);
+    AddPassword(command, &batch_.password);
+    AddRecover(command, &batch_.recover);
+    AddGuard(command, &batch_.guard);
+    AddDrawing(command, &batch_.drawing);
+    AddCalculate(command, &batch_.calculate);
+    command->add_flag("--flatten", batch_.flatten,
+                      "Make all fields part of the pages after filling, as \"zforms flatten\" does.");
+  }
+
+  CLI::Option* AddRows(CLI::App* command) {
+    CLI::Option* const data =
+        command
+            ->add_option("--data", batch_.data,
+                         "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON "
+                         "list. Or the address of a PostgreSQL database, postgresql://..., whose rows --query names.")
+            ->type_name("FILE");
+    CLI::Option* const query =
+        command
+            ->add_option(
+                "--query", batch_.query,
+                "The rows of the database: a SELECT, whose columns have the names of fields. It cannot write. A "
+                "NULL leaves the field unchanged. Shards need an ORDER BY that settles the order of all rows.")
+            ->type_name("SQL");
+    command->add_option("--query-file", batch_.query_file, "Read the query from this file.")
+        ->type_name("FILE")
+        ->excludes(query);
+    return data;
+  }
+
+  // What happens to bad rows, and to batches that were interrupted.
+  void AddProgress(CLI::App* command) {
     command
         ->add_option_function<std::string>(
             "--on-error", [this](const std::string& what) { batch_.stop_on_error = what == "stop"; },
@@ -275,13 +291,6 @@ class CommandLine {
         ->add_option("--report", batch_.report,
                      "Write the result of the batch, with each row that failed, to this JSON file.")
         ->type_name("FILE");
-    AddPassword(command, &batch_.password);
-    AddRecover(command, &batch_.recover);
-    AddGuard(command, &batch_.guard);
-    AddDrawing(command, &batch_.drawing);
-    AddCalculate(command, &batch_.calculate);
-    command->add_flag("--flatten", batch_.flatten,
-                      "Make all fields part of the pages after filling, as \"zforms flatten\" does.");
   }
 
   // The reports of shards are joined without form and data, which are needed otherwise.
