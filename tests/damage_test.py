@@ -2,10 +2,12 @@
 """Damage inside the objects of a sample form is reported by check, rewrite and fill, with the object's number, wherever
 qpdf reports it too."""
 
+import os
 import shutil
 import subprocess
+import time
 
-from tool_case import SAMPLES, expect, run_tests, same, zforms
+from tool_case import SAMPLES, TOOL, expect, run_tests, same, zforms
 
 FORM, DATA = SAMPLES / "membership_form.pdf", SAMPLES / "membership_form.xfdf"
 # In the field of object 14, by bytes of the same number: the old bytes, the new bytes, the warning.
@@ -38,6 +40,24 @@ def test_damage_is_told(folder):
             peer = subprocess.run(["qpdf", "--check", form], capture_output=True, check=False)
             expect(b"WARNING" in peer.stderr, f"{what}: qpdf", peer.stderr)
 
+def test_file_cut_short_while_read(folder):
+    """A large form is mapped. It becomes shorter while the tool waits for the data."""
+    form, out = folder / "large.pdf", folder / "out.pdf"
+    whole = FORM.read_bytes()
+    at = whole.rindex(b"startxref")
+    form.write_bytes(whole[:at] + b"%" + b"x" * (2 << 20) + b"\n" + whole[at:])
+    fill = subprocess.Popen([TOOL, "fill", form, "-", "-o", out], stdin=subprocess.PIPE, stderr=subprocess.PIPE)
+    maps, until = f"/proc/{fill.pid}/maps", time.monotonic() + 60
+    while "large.pdf" not in open(maps, encoding="utf-8").read() and time.monotonic() < until:
+        time.sleep(0.01)
+    os.truncate(form, 4096)
+    errors = fill.communicate(DATA.read_bytes(), timeout=60)[1].decode()
+    same("status", fill.returncode, 2)
+    expect(f"{form}: the file was cut short by another program" in errors, "message", errors)
+    expect(not out.exists(), "no output")
+
+
+NOT_ON_WINDOWS = {"test_file_cut_short_while_read": "files are read there, not mapped"}
 
 if __name__ == "__main__":
     run_tests(globals())

@@ -100,6 +100,7 @@ struct ZForm::Implementation {
   bool may_fill = false;
   bool ended = false;  // what goes with the change is gone, and said
   bool draws = false;
+  bool maps_file = false;
   ZDrawingFonts fonts;
   std::unique_ptr<FormDrawing> drawing;  // null until something is to be drawn after Open and after Save
   PTableau<ZAcroFormField*> changed;     // fields with a new value that is not drawn
@@ -243,13 +244,15 @@ ZForm::ZForm(ZForm&& other) noexcept = default;
 ZForm& ZForm::operator=(ZForm&& other) noexcept = default;
 
 bool ZForm::Open(const std::string& path, const ZFormOptions& options) {
-  return implementation_->Open({path}, options);
+  return implementation_->Open({path, nullptr, implementation_->maps_file}, options);
 }
 
 bool ZForm::OpenBytes(std::string_view bytes, const ZFormOptions& options) {
   const Chaine own(bytes);
   return implementation_->Open({{}, &own}, options);
 }
+
+void ZForm::SetFileMapping(bool map) { implementation_->maps_file = map; }
 
 bool ZForm::HasForm() const { return WhyNotFilled(implementation_->form).empty(); }
 

@@ -62,6 +62,11 @@ class ZFORMS_API ZForm {
   // read or the password does not open it; what was open before then stays. A document without a form opens as well.
   bool Open(const std::string& path, const ZFormOptions& options = {});
   bool OpenBytes(std::string_view bytes, const ZFormOptions& options = {});
+  // Sets whether the next Open maps a file of 1 MB or more into memory instead of reading it, where the system can do
+  // this: listing or filling some fields then costs time and memory for the form, not for the whole file. No other
+  // program may change the file while the form is open; one that cuts it short makes this process fail with SIGBUS,
+  // which the host may handle (see MappedFileAt). Saving over the file is safe.
+  void SetFileMapping(bool map);
   // Whether the document has a form whose fields can be read and filled.
   bool HasForm() const;
 

@@ -11,9 +11,11 @@
 #include <iterator>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "zforms/platform/files/file_io.h"
 #include "zforms/platform/files/inet_stream.h"
+#include "zforms/platform/files/mapped_file.h"
 #include "zforms/platform/files/os_file.h"
 #include "zforms/platform/files/temp_folder.h"
 #include "zforms/platform/host/host_settings.h"
@@ -68,6 +70,77 @@ TEST(ZTempFolder, IsPrivateAndGoesWithItsOwner) {
   }
   EXPECT_FALSE(fs::exists(path));
   EXPECT_TRUE(fs::exists("/bin"));
+}
+
+size_t OpenFiles() {
+  return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+// What is appended to a mapped text, or written over its file, changes the one and not the other.
+TEST(MappedFiles, AreTextsOfTheirOwn) {
+  const ZTempFolder temp;
+  const fs::path folder = temp.Path().ToString();
+  const Chaine path((folder / "a").string());
+  const Chaine copy((folder / "b").string());
+  const size_t files_before = OpenFiles();
+  for (const size_t size : {size_t{1} << 20, (size_t{1} << 20) + 1, (size_t{5} << 20) - 1}) {
+    Chaine bytes;
+    for (size_t i = 0; bytes.size() < size; i++) bytes += std::to_string(i * i);
+    bytes.Truncate(size);
+    const auto map = [&] {
+      Chaine text;
+      EXPECT_TRUE(StoreFile(path, bytes) && MapFile(path, &text, nullptr));
+      EXPECT_STREQ(MappedFileAt(text.data()), path.ToString().c_str());
+      EXPECT_EQ(text, bytes);
+      return text;
+    };
+    const auto content = [](const Chaine& of) {
+      Chaine read;
+      EXPECT_TRUE(ReadFile(of, &read));
+      return read;
+    };
+    Chaine text = map();
+    const Chaine before = text;
+    text += Chaine(100'000, 't');
+    EXPECT_TRUE(text.SharesBytesWith(before));
+    EXPECT_EQ(content(path), bytes);
+    for (const Chaine& target : {copy, path}) {
+      for (const bool in_place : {true, false}) {
+        EXPECT_TRUE(in_place ? StoreFile(target, text) : ReplaceFile(target, text));
+        EXPECT_EQ(content(target), text);
+      }
+    }
+    EXPECT_EQ(before, bytes);
+    text.Clear();
+    for (const Chaine& other : {Chaine("short"), Chaine(2 * size, 'o')}) {
+      const Chaine overwritten = map();
+      EXPECT_TRUE(StoreFile(path, other));
+      EXPECT_EQ(overwritten, bytes);
+      EXPECT_EQ(content(path), other);
+    }
+    const Chaine cut = map();
+    fs::resize_file(path.ToString(), size / 2);
+    std::string error;
+    EXPECT_FALSE(ReplaceFile(copy, cut, &error));
+    EXPECT_EQ(error, "a file that is being read was cut short");
+  }
+  EXPECT_EQ(OpenFiles(), files_before);
+}
+
+TEST(MappedFiles, AreReadWhenTooManyAreMapped) {
+  const ZTempFolder temp;
+  const fs::path folder = temp.Path().ToString();
+  const Chaine path((folder / "a").string());
+  const Chaine bytes(size_t{1} << 20, 'x');
+  ASSERT_TRUE(StoreFile(path, bytes));
+  std::vector<Chaine> texts(70);
+  size_t mapped = 0;
+  for (Chaine& text : texts) {
+    EXPECT_TRUE(MapFile(path, &text, nullptr));
+    EXPECT_EQ(text, bytes);
+    mapped += MappedFileAt(text.data()) == nullptr ? 0U : 1U;
+  }
+  EXPECT_EQ(mapped, 64U);
 }
 
 TEST(HostSettings, AreReadFromTheUsersFile) {

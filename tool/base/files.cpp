@@ -5,6 +5,7 @@
 
 #include "tool/base/standard_streams.h"
 #include "zforms/platform/files/file_io.h"
+#include "zforms/platform/files/mapped_file.h"
 
 namespace zforms::tool {
 namespace {
@@ -35,7 +36,7 @@ bool ReadInput(const std::string& path, Chaine* bytes, Console& console, const R
   std::string error;
   if (path == kStandardStream) {
     if (ReadToEnd(StandardInput(), 0, bytes, &error, limits)) return true;
-  } else if (ReadFile(path, bytes, &error, limits)) {
+  } else if (MapFile(path, bytes, &error, limits)) {
     return true;
   }
   console.Fail(error);

@@ -5,7 +5,8 @@
 
 namespace zforms::tool {
 
-// Prepares the process at its start: standard streams take and give bytes as they are, and a console shows UTF-8.
+// Prepares the process at its start: standard streams take and give bytes as they are, and a console shows UTF-8; a
+// mapped file that is cut short ends the process with a message and status 2.
 // Returns the arguments of the program in UTF-8, its name first.
 std::vector<std::string> PrepareProgram(int argc, const char* const* argv);
 

@@ -1,10 +1,43 @@
-#include <cstdlib>
+#include <signal.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <string_view>
+
+#include "tool/base/console.h"
 #include "tool/base/program_start.h"
+#include "zforms/platform/files/mapped_file.h"
 
 namespace zforms::tool {
+namespace {
 
-std::vector<std::string> PrepareProgram(int argc, const char* const* argv) { return {argv, argv + argc}; }
+void Tell(std::string_view text) {
+  // Nothing can be done when standard error cannot be written.
+  [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+// Handles SIGBUS. It cannot return: the bytes that were asked for do not exist.
+void EndOnLostBytes(int signal, siginfo_t* info, void* /*context*/) {
+  const char* const path = MappedFileAt(info->si_addr);
+  if (path == nullptr) {
+    ::raise(signal);
+    return;
+  }
+  Tell("zforms: ");
+  Tell(path);
+  Tell(": the file was cut short by another program while it was read\n");
+  ::_exit(kFailed);
+}
+
+}  // namespace
+
+std::vector<std::string> PrepareProgram(int argc, const char* const* argv) {
+  struct sigaction action = {};
+  action.sa_sigaction = EndOnLostBytes;
+  action.sa_flags = SA_SIGINFO | SA_RESETHAND;
+  ::sigaction(SIGBUS, &action, nullptr);
+  return {argv, argv + argc};
+}
 
 std::string EnvironmentText(const std::string& name) {
   // NOLINTNEXTLINE(concurrency-mt-unsafe): read before there are other threads.

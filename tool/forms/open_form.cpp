@@ -8,7 +8,7 @@
 namespace zforms::tool {
 
 Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::string& password, const Chaine& reason) {
-  const FormSource source{file, file == kStandardStream ? &bytes : nullptr};
+  const FormSource source{file, file == kStandardStream ? &bytes : nullptr, true};
   return WithRemedy({}, RecoveryFor(source, password, reason));
 }
 
@@ -17,7 +17,7 @@ bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& f
   const bool is_stream = file == kStandardStream;
   if (is_stream && !ReadInput(file, &bytes, console, ZPDFParser::InputLimits(recover))) return false;
   ZFormMessages messages;
-  const bool opened = zforms::OpenForm({file, is_stream ? &bytes : nullptr}, password, recover, form, &messages);
+  const bool opened = zforms::OpenForm({file, is_stream ? &bytes : nullptr, true}, password, recover, form, &messages);
   Say(messages, console);
   return opened;
 }
@@ -36,6 +36,7 @@ std::string WhyNoFields(const ZAcroForm& form) {
 }
 
 bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form, Console& console) {
+  form.SetFileMapping(true);
   Chaine bytes;
   const bool is_stream = file == kStandardStream;
   if (is_stream && !ReadInput(file, &bytes, console, ZPDFParser::InputLimits(options.recover))) return false;

@@ -53,6 +53,7 @@ ZAcroForm::ZAcroForm(const ZAcroForm& other) : ZAcroForm() {
   raw_data_ = other.raw_data_;
   xref_offset_ = other.xref_offset_;
   recovery_ = other.recovery_;
+  maps_file_ = other.maps_file_;
   encryptions_ = other.encryptions_;
   removes_encryption_ = other.removes_encryption_;
   notes_ = other.notes_;
@@ -78,6 +79,7 @@ void ZAcroForm::Swap(ZAcroForm& other) {
   std::swap(raw_data_, other.raw_data_);
   std::swap(xref_offset_, other.xref_offset_);
   std::swap(recovery_, other.recovery_);
+  std::swap(maps_file_, other.maps_file_);
   std::swap(encryptions_, other.encryptions_);
   std::swap(removes_encryption_, other.removes_encryption_);
   std::swap(finds_page_fields_, other.finds_page_fields_);
@@ -97,6 +99,7 @@ bool ZAcroForm::Load(const Chaine& path, const Chaine& password) {
   auto parser = std::make_unique<ZPDFParser>();
   parser->SetRecovery(recovery_);
   parser->SetEncryptions(encryptions_);
+  parser->SetFileMapping(maps_file_);
   if (!parser->Read(path, password)) return FailLoad(*parser, parser->Diagnostics().Failure());
   return Adopt(std::move(parser));
 }

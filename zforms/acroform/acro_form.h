@@ -76,6 +76,8 @@ class ZFORMS_API ZAcroForm {
   // rewritten as a whole by the next save. See ZPDFParser::SetRecovery.
   void SetRecovery(bool recover) { recovery_ = recover; }
   bool Recovers() const { return recovery_; }
+  // Sets whether the next load from a path maps a large file into memory: see ZPDFParser::SetFileMapping.
+  void SetFileMapping(bool map) { maps_file_ = map; }
   // Sets which encrypted documents the next Load opens: kRC4Only at first. See ZPDFParser::SetEncryptions.
   void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   // Sets whether the next Load also searches the pages for fields: for widgets that "/Fields" does not lead to and that
@@ -206,6 +208,7 @@ class ZFORMS_API ZAcroForm {
   Chaine raw_data_;
   uint32_t xref_offset_ = 0;
   bool recovery_ = false;
+  bool maps_file_ = false;
   bool finds_page_fields_ = false;
   ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   bool removes_encryption_ = false;

@@ -15,6 +15,7 @@ namespace {
 using Remedy = ZFormMessage::Remedy;
 
 bool Load(const FormSource& source, const std::string& password, ZAcroForm& form) {
+  form.SetFileMapping(source.map);
   for (const SecretText& bytes_of_it : PasswordForms(password)) {
     if (source.bytes == nullptr) {
       if (form.Load(Chaine(source.path), bytes_of_it)) return true;

@@ -16,6 +16,7 @@ class ZAcroForm;
 struct ZFORMS_API FormSource {
   std::string path;
   const Chaine* bytes = nullptr;
+  bool map = false;  // map a large file into memory: see MapFile
 };
 
 // Loads the document, with the fields that its pages alone show. The password is UTF-8. A damaged file is read when it

@@ -16,7 +16,7 @@
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/platform/base/number.h"
 #include "zforms/platform/crypto/secret.h"
-#include "zforms/platform/files/file_io.h"
+#include "zforms/platform/files/mapped_file.h"
 
 namespace zforms {
 namespace {
@@ -83,6 +83,7 @@ void ZPDFParser::CopyFrom(const ZPDFParser& other) {
   user_password_ = other.user_password_;
   encryptions_ = other.encryptions_;
   recovery_ = other.recovery_;
+  maps_file_ = other.maps_file_;
   file_ = other.file_;
   locations_ = other.locations_;
   diagnostics_ = other.diagnostics_;
@@ -125,7 +126,8 @@ ReadLimits ZPDFParser::InputLimits(bool recover) {
 bool ZPDFParser::Read(const Chaine& path_name, const Chaine& user_password) {
   Chaine bytes;
   std::string error;
-  const bool found = ReadFile(path_name, &bytes, &error, InputLimits(recovery_));
+  const auto read = maps_file_ ? MapFile : ReadFile;
+  const bool found = read(path_name, &bytes, &error, InputLimits(recovery_));
   path_name_ = path_name;
   if (found) return ReadFromRaw(bytes, user_password);
   raw_data_.Clear();

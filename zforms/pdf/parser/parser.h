@@ -26,7 +26,7 @@ class ZPDFNodeDictionary;
 class ZPDFNodeIndirectReference;
 class ZPDFObjectStream;
 
-// ZPDFParser opens a PDF file, which it keeps in memory once, and loads its objects when they are first requested. It
+// ZPDFParser opens a PDF file, which it keeps in memory once or maps, and loads its objects when they are first requested. It
 // owns every object that it loaded or added; nodes become invalid when it reads another file or is destroyed. Copies
 // share the bytes of the file and own clones of the loaded objects, including edits. One parser, with all its nodes, is
 // used by one thread at a time.
@@ -64,6 +64,8 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // what was done.
   void SetRecovery(bool recover) { recovery_ = recover; }
   bool Recovers() const { return recovery_; }
+  // Sets whether Read maps large files into memory instead of reading them: see MapFile.
+  void SetFileMapping(bool map) { maps_file_ = map; }
   // Sets which encrypted documents the next read opens: kRC4Only at first.
   void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   ZPDFEncryptions Encryptions() const { return encryptions_; }
@@ -207,6 +209,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   Chaine path_name_;
   SecretText user_password_;
   bool recovery_ = false;
+  bool maps_file_ = false;
   ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   FileState file_;
   ZPDFNodePool::User pool_ = ZPDFNodePool::Make();

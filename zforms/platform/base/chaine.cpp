@@ -17,7 +17,21 @@ constexpr size_t kLargestText = SIZE_MAX / 4;
 Chaine::Buffer* Chaine::Buffer::Alloc(size_t capacity) {
   void* memory = capacity > kLargestText ? nullptr : std::malloc(sizeof(Buffer) + capacity);
   if (memory == nullptr) throw std::bad_alloc();
-  return new (memory) Buffer{1, 0, capacity};
+  return new (memory) Buffer{1, 0, 0, capacity};
+}
+
+void Chaine::Buffer::Free() {
+  if (in_room == 0) return std::free(this);
+  char* const room = Bytes() - kRoomHead;
+  reinterpret_cast<RoomHead*>(room)->give_back(room);
+}
+
+Chaine Chaine::InRoom(char* room, size_t length, size_t capacity, GiveBack give_back) noexcept {
+  static_assert(sizeof(RoomHead) == kRoomHead);
+  auto* const head = new (room) RoomHead{{}, give_back, {1, 1, length, capacity}};
+  Chaine result;
+  result.SetHeap(head->buffer.Bytes(), &head->buffer, length);
+  return result;
 }
 
 Chaine::Chaine(size_t count, char c) : Chaine() {
@@ -63,7 +77,7 @@ void Chaine::Retain() const noexcept {
 void Chaine::ReleaseHeap() noexcept {
   Buffer* buffer = heap_.buffer;
   if (buffer == nullptr) return;
-  if (buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(buffer);
+  if (buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) buffer->Free();
 }
 
 void Chaine::Wipe() noexcept {
@@ -71,8 +85,8 @@ void Chaine::Wipe() noexcept {
   if (!IsHeap()) {
     WipeBytes(inline_, kInlineCapacity);
   } else if (buffer != nullptr && buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-    WipeBytes(buffer->Bytes(), buffer->capacity);
-    std::free(buffer);
+    if (buffer->in_room == 0) WipeBytes(buffer->Bytes(), buffer->capacity);
+    buffer->Free();
   }
   SetEmpty();
 }
@@ -100,8 +114,8 @@ bool Chaine::ExtendInPlace(size_t count) {
 
 void Chaine::MoveToRoomFor(size_t capacity) {
   const size_t length = size();
-  const bool sole = IsHeap() && heap_.buffer != nullptr && heap_.data == heap_.buffer->Bytes() &&
-                    heap_.buffer->refs.load(std::memory_order_acquire) == 1;
+  const bool sole = IsHeap() && heap_.buffer != nullptr && heap_.buffer->in_room == 0 &&
+                    heap_.data == heap_.buffer->Bytes() && heap_.buffer->refs.load(std::memory_order_acquire) == 1;
   Buffer* buffer;
   if (sole) {
     // A large block grows by remapping its pages, so its bytes stay where they are.

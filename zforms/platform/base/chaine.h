@@ -42,6 +42,13 @@ class ZFORMS_API Chaine {
   // A Chaine over text that lives as long as the process. Copies no bytes.
   static Chaine Literal(std::string_view text) noexcept;
 
+  // A Chaine over `length` bytes at `room + kRoomHead`, which the caller provides, with `capacity` bytes for them and
+  // for what is appended. The first kRoomHead bytes are for its own use. `give_back(room)` is called after the last
+  // window onto the bytes is gone. Precondition: length > kInlineCapacity, `room` aligned as by malloc.
+  using GiveBack = void (*)(char* room);
+  static constexpr size_t kRoomHead = 64;
+  static Chaine InRoom(char* room, size_t length, size_t capacity, GiveBack give_back) noexcept;
+
   size_t GetLength() const { return rep_ >> 1; }
   size_t size() const { return rep_ >> 1; }
   bool IsEmpty() const { return rep_ < 2; }
@@ -141,12 +148,20 @@ class ZFORMS_API Chaine {
   // `used` counts the bytes that are covered by a window. A window that ends there can claim more by raising `used`;
   // the compare-and-exchange makes sure that only one of several sharing windows succeeds.
   struct Buffer {
-    std::atomic<size_t> refs;
+    std::atomic<uint32_t> refs;
+    uint32_t in_room;  // 1 when it stands in a room: see InRoom
     std::atomic<size_t> used;
     size_t capacity;
 
     char* Bytes() { return reinterpret_cast<char*>(this + 1); }
+    void Free();
     static Buffer* Alloc(size_t capacity);
+  };
+  // What stands before the bytes of a room.
+  struct RoomHead {
+    char unused[kRoomHead - sizeof(GiveBack) - sizeof(Buffer)];
+    GiveBack give_back;
+    Buffer buffer;
   };
   struct Window {
     const char* data;

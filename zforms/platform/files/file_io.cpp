@@ -83,7 +83,7 @@ bool StoreFile(const Chaine& path, const Chaine& bytes, std::string* error) {
   if (!folder.IsEmpty() && KindOfFile(folder) != OsFileKind::kFolder) return Fail(error, "the folder does not exist");
   OsFile file;
   if (!file.Open(path, OsFile::Mode::kOverwrite, error)) return false;
-  if (!file.Write(bytes.data(), bytes.size()) || !file.Cut(bytes.size())) return Fail(error, LastSystemError());
+  if (!file.Replace(bytes)) return Fail(error, LastSystemError());
   return file.Close() || Fail(error, LastSystemError());
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "zforms/platform/base/chaine.h"
@@ -34,8 +35,10 @@ class ZFORMS_API OsFile {
   uint64_t Size() const;
   // Reads up to `size` bytes; returns 0 at the end, and on failure with `*failed` set.
   size_t Read(char* to, size_t size, bool* failed);
-  // True when all bytes were written.
+  // True when all bytes were written. The system copies bytes of a mapped file from file to file, where it can.
   bool Write(const char* from, size_t size);
+  // Replaces the contents of a file that was just opened by kOverwrite. Texts mapped from this file keep their bytes.
+  bool Replace(std::string_view bytes);
   // Truncates a regular file to `size`; does nothing to other files.
   bool Cut(uint64_t size);
   // Flushes the written bytes to the disk.

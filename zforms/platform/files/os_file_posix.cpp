@@ -10,6 +10,7 @@
 #include <limits>
 #include <system_error>
 
+#include "zforms/platform/files/mapped_files_posix.h"
 #include "zforms/platform/files/os_file.h"
 
 namespace zforms {
@@ -38,7 +39,11 @@ bool StatOf(const Chaine& path, struct stat* facts) {
 
 }  // namespace
 
-std::string LastSystemError() { return std::generic_category().message(errno); }
+std::string LastSystemError() {
+  // Writing memory that cannot be read fails like this. Only that of a mapped file can become unreadable.
+  if (errno == EFAULT) return "a file that is being read was cut short";
+  return std::generic_category().message(errno);
+}
 
 bool OsFile::Open(const Chaine& path, Mode mode, std::string* error) {
   Close();
@@ -76,6 +81,9 @@ size_t OsFile::Read(char* to, size_t size, bool* failed) {
 }
 
 bool OsFile::Write(const char* from, size_t size) {
+  const size_t copied = CopyMapped({from, size}, static_cast<int>(handle_));
+  from += copied;
+  size -= copied;
   while (size != 0) {
     const ssize_t put = ::write(static_cast<int>(handle_), from, std::min(size, kLargestTransfer));
     if (put < 0 && errno == EINTR) continue;
@@ -84,6 +92,13 @@ bool OsFile::Write(const char* from, size_t size) {
     size -= static_cast<size_t>(put);
   }
   return true;
+}
+
+bool OsFile::Replace(std::string_view bytes) {
+  const size_t there = MappedFrom(static_cast<int>(handle_), bytes);
+  if (there == 0 && !DetachMapped(static_cast<int>(handle_))) return false;
+  if (there != 0 && ::lseek(static_cast<int>(handle_), static_cast<off_t>(there), SEEK_SET) < 0) return false;
+  return Write(bytes.data() + there, bytes.size() - there) && Cut(bytes.size());
 }
 
 bool OsFile::Cut(uint64_t size) {

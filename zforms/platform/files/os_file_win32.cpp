@@ -98,6 +98,8 @@ bool OsFile::Cut(uint64_t size) {
   return ::SetFilePointerEx(HandleOf(handle_), end, nullptr, FILE_BEGIN) && ::SetEndOfFile(HandleOf(handle_));
 }
 
+bool OsFile::Replace(std::string_view bytes) { return Write(bytes.data(), bytes.size()) && Cut(bytes.size()); }
+
 bool OsFile::Sync() { return ::FlushFileBuffers(HandleOf(handle_)) != 0; }
 
 // Files inherit the rights of their folder; MoveFileOver keeps the other rights of the target.
