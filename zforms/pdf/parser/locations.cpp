@@ -11,6 +11,12 @@ bool ByNumber(const ZPDFObjectLocation& a, const ZPDFObjectLocation& b) { return
 
 void ZPDFLocations::Clear() { records_.clear(); }
 
+// At least doubles the room, so that many small sections do not copy all records each time.
+void ZPDFLocations::ExpectMore(size_t count) {
+  const size_t wanted = records_.size() + count;
+  if (wanted > records_.capacity()) records_.reserve(std::max(wanted, 2 * records_.capacity()));
+}
+
 void ZPDFLocations::MakeFreeOldest(size_t from, size_t to) {
   const auto at = [this](size_t place) { return records_.begin() + static_cast<std::ptrdiff_t>(place); };
   const auto first_free =

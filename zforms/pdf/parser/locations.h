@@ -31,6 +31,8 @@ class ZFORMS_API ZPDFLocations {
   using const_iterator = std::vector<ZPDFObjectLocation>::const_iterator;
 
   void Clear();
+  // Makes room for that many more records.
+  void ExpectMore(size_t count);
   // Adds a record that is older than those added before; Settle prefers the earlier ones.
   void AddOlder(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use) { Add({id, offset, in_use}); }
   // The same for an object inside an object stream.

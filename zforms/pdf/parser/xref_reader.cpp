@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/forward_reader.h"
@@ -14,6 +16,7 @@ namespace zforms {
 namespace {
 
 constexpr std::string_view kTrailer = "trailer";
+constexpr size_t kEntrySize = 20;  // with the line end
 
 size_t SkipWhites(std::string_view text, size_t at) {
   while (at < text.size() && Is(text[at], kBlank)) at++;
@@ -37,6 +40,25 @@ Fields Split(std::string_view line) {
     if (fields.count < fields.at.size()) fields.at[fields.count] = line.substr(start, i - start);
     fields.count++;
   }
+}
+
+// The value of eight characters, the first in the lowest byte; false when one is no digit. All are added up at once:
+// pairs of digits, then pairs of these, then both halves.
+bool ReadEightDigits(uint64_t text, uint32_t* value) {
+  constexpr uint64_t kEach = 0x0101010101010101;
+  uint64_t sums = text ^ (kEach * '0');
+  const uint64_t above_nine = (sums | (sums + kEach * 6)) & (kEach * 0xF0);
+  sums = (sums * 10 + (sums >> 8)) & 0x00FF00FF00FF00FF;
+  sums = (sums * 100 + (sums >> 16)) & 0x0000FFFF0000FFFF;
+  *value = static_cast<uint32_t>(sums * 10000 + (sums >> 32));
+  return above_nine == 0;
+}
+
+uint64_t EightBytes(const char* from) {
+  static_assert(std::endian::native == std::endian::little);
+  uint64_t bytes;
+  std::memcpy(&bytes, from, sizeof(bytes));
+  return bytes;
 }
 
 }  // namespace
@@ -116,17 +138,27 @@ bool ZPDFXrefReader::ReadTable(ZPDFLocations& locations) {
 // in twenty bytes with the line end. Otherwise takes nothing.
 bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
   const size_t start = SkipWhites(text_, at_);
-  const std::string_view entry = text_.substr(start, 20);
-  if (entry.size() < 20 || entry[10] != ' ' || entry[16] != ' ' || (entry[17] != 'n' && entry[17] != 'f')) return false;
+  const std::string_view entry = text_.substr(start, kEntrySize);
+  if (entry.size() < kEntrySize || entry[10] != ' ' || entry[16] != ' ' || (entry[17] != 'n' && entry[17] != 'f'))
+    return false;
   if (!Is(entry[18], kBlank) || !Is(entry[19], kLineEnd)) return false;
-  if (!AllDigits(entry.substr(0, 10)) || !AllDigits(entry.substr(11, 5))) return false;
-  Add({number, ParseUInt(entry.substr(11, 5))}, entry.substr(0, 10), entry[17] == 'n', locations);
-  at_ = start + 19;
+  uint32_t high = 0;
+  uint32_t generation = 0;
+  // The five digits of the generation follow two digits of the offset and a blank, which are replaced by zeros.
+  const uint64_t before = EightBytes("000\0\0\0\0");
+  const uint64_t five = (EightBytes(&entry[8]) & ~uint64_t{0xFFFFFF}) | before;
+  if (!ReadEightDigits(EightBytes(entry.data()), &high) || !ReadEightDigits(five, &generation)) return false;
+  if (!Is(entry[8], kDigit) || !Is(entry[9], kDigit)) return false;
+  const uint64_t offset =
+      uint64_t{high} * 100 + static_cast<uint64_t>(entry[8] - '0') * 10 + static_cast<uint64_t>(entry[9] - '0');
+  Add({number, generation}, static_cast<uint32_t>(std::min<uint64_t>(offset, UINT32_MAX)), entry[17] == 'n', locations);
+  at_ = start + kEntrySize - 1;
   return true;
 }
 
 bool ZPDFXrefReader::ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations) {
   if (first > kHighestObjectNumber) Warn("object numbers are too high");
+  locations.ExpectMore(std::min<size_t>(count, (text_.size() - at_) / kEntrySize));
   for (uint32_t i = 0; i < count; i++) {
     if (first <= kHighestObjectNumber && i <= kHighestObjectNumber - first && TakePlainEntry(first + i, locations))
       continue;
@@ -154,17 +186,16 @@ ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t nu
   if (!in_use && fields.at[2] != "f") {
     WarnObject(id, "the entry in the cross-reference table is neither in use (n) nor free (f)");
   }
-  Add(id, fields.at[0], in_use, locations);
+  Add(id, ParseUInt(fields.at[0]), in_use, locations);
   return Line::kEntry;
 }
 
-void ZPDFXrefReader::Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use,
-                         ZPDFLocations& locations) const {
+void ZPDFXrefReader::Add(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use, ZPDFLocations& locations) const {
   const bool is_damaged = in_use && id.Number() != 0 && id.Generation() > UINT16_MAX;
   // The header of the object tells the generation.
   const ZPDFObjectIdentifier taken = is_damaged ? ZPDFObjectIdentifier(id.Number(), 0) : id;
   if (is_damaged) WarnObject(taken, "the entry in the cross-reference table has a generation above 65535");
-  locations.AddOlder(taken, ParseUInt(offset), in_use && MayBeInUse(taken));
+  locations.AddOlder(taken, offset, in_use && MayBeInUse(taken));
 }
 
 }  // namespace zforms

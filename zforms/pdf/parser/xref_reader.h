@@ -33,7 +33,7 @@ class ZPDFXrefReader {
   Line AddEntry(std::string_view line, uint32_t number, ZPDFLocations& locations);
   bool TakePlainEntry(uint32_t number, ZPDFLocations& locations);
   void WarnObject(const ZPDFObjectIdentifier& id, std::string_view what) const;
-  void Add(const ZPDFObjectIdentifier& id, std::string_view offset, bool in_use, ZPDFLocations& locations) const;
+  void Add(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use, ZPDFLocations& locations) const;
   std::string_view NextLine();
   bool AtTrailer() const;
   void Warn(std::string_view what) const;
