@@ -151,8 +151,9 @@ def measure_processes(options):
         has_pdftk = name != "big" and shutil.which("pdftk")
         if has_pdftk:
             commands["pdftk"] = ["pdftk", form, "fill_form", data, "output", out]
-        results[name] = run_in_turns(options, commands, 1 if name == "big" else 5)
-        results[name]["size"] = form.stat().st_size
+        results[name] = run_in_turns(options, commands)
+        if name != "form-1000":
+            results[f"list-{name}"] = run_in_turns(options, {"zforms": [options.tool, "fields", form]})
         if has_pdftk:
             drawn = options.out / "drawn.pdf"
             subprocess.run([options.tool, "draw", form, "-o", drawn], check=True)
@@ -204,11 +205,16 @@ def own_lines(cells, processes):
         lines.append(("copying the 108 MB file's bytes once", f"{ms('copy/big'):.0f} ms", "", None))
         if "fill/big" in cells:
             ratio = ms("fill/big") / ms("copy/big")
-            lines.append(("its open, fill 50 and save, in copies", f"{ratio:.2f}", "at most 2.5 and the write",
+            lines.append(("its open, fill 50 and save in memory, in copies", f"{ratio:.2f}", "at most 2.5 and the write",
                           ratio <= 2.5))
-    if "big" in processes:
-        peak = processes["big"]["zforms"]["peak"] / processes["big"]["size"]
-        lines.append(("peak memory of zforms fill on it, in file sizes", f"{peak:.2f}", "at most 2.2", peak <= 2.2))
+    for what, prefix in (("zforms fields", "list-"), ("zforms fill", "")):
+        if not {f"{prefix}big", f"{prefix}form-50"} <= processes.keys():
+            continue
+        large, small = (processes[f"{prefix}{name}"]["zforms"] for name in ("big", "form-50"))
+        lines.append((f"{what}, 108 MB and 50 fields alone", f"{large['ms']:.0f} and {small['ms']:.0f} ms", "", None))
+        more = (large["peak"] - small["peak"]) / 1e6
+        lines.append(("its memory for the 108 MB, with the pages of the file that it used", f"{more:.0f} MB more",
+                      "at most 10 MB and the pages", None))
     for what, prefix, goals in (("zforms fill and pdftk fill_form", "", {"50": 30}),
                                 ("zforms flatten and pdftk flatten", "flatten-", {"50": 5, "1000": 5})):
         for fields in ("50", "1000"):

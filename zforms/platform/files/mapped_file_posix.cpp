@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -140,6 +141,12 @@ int OpenLarge(const Chaine& path, const ReadLimits& limits, size_t* size) {
   return kNoFile;
 }
 
+// Some systems copy between files of one file system only, but send from any file to any other.
+ssize_t CopyStep(int from, off_t* at, int to, size_t wanted) {
+  const ssize_t copied = ::copy_file_range(from, at, to, nullptr, wanted, 0);
+  return copied >= 0 || errno == EINTR ? copied : ::sendfile(to, from, at, wanted);
+}
+
 }  // namespace
 
 bool MapFile(const Chaine& path, Chaine* out, std::string* error, const ReadLimits& limits) {
@@ -181,7 +188,7 @@ size_t CopyMapped(std::string_view bytes, int file) noexcept {
   auto at = static_cast<off_t>(start);
   size_t copied = 0;
   while (copied < wanted) {
-    const ssize_t step = ::copy_file_range(from, &at, file, nullptr, wanted - copied, 0);
+    const ssize_t step = CopyStep(from, &at, file, wanted - copied);
     if (step < 0 && errno == EINTR) continue;
     if (step <= 0) break;
     copied += static_cast<size_t>(step);
