@@ -248,7 +248,7 @@ def test_killed_and_resumed(folder):
     out = folder / "killed"
     had = {}
     for how, town in (("--resume", "Sète"), ("--resume", "Agde"), ("--overwrite", "Agde"), ("--overwrite", "Lodève")):
-        rows = [[f"{i:05}", f"Lebœuf {i}", town] for i in range(3000)]
+        rows = [[f"{i:05}", f"Lebœuf {i}", town] for i in range(500 if WINDOWS else 3000)]  # Wine writes files slowly
         data = table(folder / "rows.csv", ["id", "adherent.nom", "adherent.ville"], rows)
         arguments = ["batch", SAMPLE, "--data", data, "--name", "{id}.pdf", "--jobs", "2", "--draw", "no", "--out"]
         shutil.rmtree(folder / "whole", ignore_errors=True)

@@ -13,20 +13,21 @@ import concurrent.futures
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
 
-from tool_case import ROOT, SAMPLES, SKIPPED, TOOL, WINDOWS, expect, failures, same
+from tool_case import ROOT, SAMPLES, SKIPPED, STOP, TOOL, WINDOWS, expect, failures, same
 
 FORM = SAMPLES / "membership_form.pdf"
 FONT = pathlib.Path("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf")
 VALUES = b"adherent.nom;adherent.ville;activites.ateliers\r\n\xc3\x89l\xc3\xa9onore;\xce\x91\xce\xb8\xce\xae\xce\xbd\xce\xb1;RUCHER\r\nZo\xc3\xa9;;\r\n"
 
 
-def run(tool, *arguments):
+def run(tool, *arguments, cwd=None):
     done = subprocess.run([tool, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.PIPE, timeout=300)
+                          stderr=subprocess.PIPE, timeout=300, cwd=cwd)
     return done.returncode, done.stdout, done.stderr
 
 
@@ -45,6 +46,16 @@ def check_host(folder):
     expect("Zoé Łoś" in run(TOOL, "fields", filled)[1].decode(), "the field that the host filled")
     status, _, err = ask("no.such.field")
     expect(status == 1 and b"no.such.field" in err, "an error of the library", (status, err))
+
+
+def check_libraries(folder):
+    """A library is loaded from the PATH, but not from the current folder, where it may be a stranger's."""
+    shutil.copy(pathlib.Path(TOOL).parent / "zforms.dll", folder / "libpq.dll")
+    for place, said in (("C:", b"PostgreSQL needs the library libpq.dll"), (f"Z:{folder}", b"the library libpq lacks")):
+        os.environ["WINEPATH"] = place.replace("/", "\\")
+        _, _, err = run(TOOL, "batch", FORM, "--data", "postgresql://localhost/x", "--query", "SELECT 1", "--out", "out", cwd=folder)
+        expect(said in err, f"a library, with {place} in the PATH", err)
+    del os.environ["WINEPATH"]
 
 
 # Classes that the library keeps for itself; on Linux they are exported with the classes around them.
@@ -76,8 +87,8 @@ def commands_for(form, out, rows):
     yield "flatten", ["flatten", form, "--font", FONT, "-o", out / "flat.pdf"], out / "flat.pdf"
     yield "rewrite", ["rewrite", form, "-o", out / "whole.pdf"], out / "whole.pdf"
     yield "fill", ["fill", form, out.parent / "values.xfdf", "--font", FONT, "-o", out / "filled.pdf"], out / "filled.pdf"
-    if rows:
-        yield "batch", ["batch", form, "--data", rows, "--name", "{adherent.nom}.pdf", "--font", FONT, "--out", out / "many"], out / "many"
+    names = ["--name", "{adherent.nom}.pdf"] if form == FORM else []
+    yield "batch", ["batch", form, "--data", rows, *names, "--font", FONT, "--out", out / "many"], out / "many"
 
 
 def content_of(path):
@@ -90,6 +101,9 @@ def compare(linux, form, folder, rows=None):
     """How many outputs were compared."""
     values = run(linux, "export", form, "--all")[1]
     (folder / "values.xfdf").write_bytes(values)
+    if rows is None:
+        rows = folder / "values.csv"
+        rows.write_bytes(run(linux, "export", form, "--format", "csv")[1])
     results = {}
     # Twice for Linux: an encrypted form gets other random bytes each time.
     for name, tool in (("linux", linux), ("windows", TOOL), ("again", linux)):
@@ -107,6 +121,36 @@ def compare(linux, form, folder, rows=None):
     return len(whats)
 
 
+# What differs from one server to the next: its port, its session, the numbers and times of its forms.
+RANDOM = re.compile(rb'localhost:\d+|Session\.ID">\w+|\b\d{18}\b|\d{4}-\d\d-\d\dT[\d:.]+Z|/ID \[[^]]*\]')
+
+
+def round_of(tool, folder):
+    """A server opens a form, saves it, lets it be changed and saves it again: what was said, and the forms."""
+    folder.mkdir()
+    saved, changed = folder / "saved.pdf", folder / "changed.pdf"
+    serve = ["serve", "--templates", SAMPLES, "--data", folder / "data", "--port", "0", "--year", "2025"]
+    with subprocess.Popen([tool, *map(str, serve)], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as server:
+        port = next((re.search(r":(\d+)/", line)[1] for line in server.stdout if line.startswith("Open:")), "1")
+        said = [run(tool, "submit", *words) for words in (
+            [FORM.stem, "--port", port, "--set", "adherent.nom=Lebœuf", "-o", saved], [saved, "-o", changed],
+            [changed, "--set", "adherent.nom=Łoś"], [changed, "--set", "adherent.nom=x"])]
+        server.send_signal(STOP)
+    said.append((server.returncode, *run(tool, "submissions", "--data", folder / "data")))
+    for form in (saved, changed):
+        text = run("qpdf", "--qdf", "--no-original-object-ids", form, "-")[1]
+        said.append((len(text), *text.splitlines()))
+    shutil.rmtree(folder)
+    return [[RANDOM.sub(b"", part) if isinstance(part, bytes) else part for part in one] for one in said]
+
+
+def check_round(linux, folder):
+    ours, theirs = (round_of(tool, folder / "round") for tool in (TOOL, linux))
+    expect([one[0] for one in ours[:5]] == [0, 0, 0, 2, 0] and min(one[0] for one in ours[5:]) > 30000, "a round with the server", ours[:5])
+    for number, (one, other) in enumerate(zip(ours, theirs)):
+        same(f"step {number} of a round with the server", [a for a, b in zip(one, other) if a != b], [])
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--linux", help="the zforms program for Linux")
@@ -119,8 +163,10 @@ def main():
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         check_host(folder)
+        check_libraries(folder)
         if linux:
             check_exports(pathlib.Path(linux))
+            check_round(linux, folder)
         forms = [*sorted(SAMPLES.glob("*.pdf")), *(sorted(options.corpus.glob("*.pdf")) if options.corpus else [])]
         rows = folder / "rows.csv"
         rows.write_bytes(VALUES)

@@ -2,12 +2,31 @@
 // That header comes first.
 #include <windows.h>
 
+#include <iterator>
+#include <string>
+
 #include "tool/postgres/libpq.h"
 
 namespace zforms::tool {
+namespace {
+
+// The library in the folders of the PATH; empty when none has it. Windows by itself also looks in the current folder,
+// which may have files of others.
+std::wstring PathOfLibpq() {
+  std::wstring folders(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
+  folders.resize(GetEnvironmentVariableW(L"PATH", folders.data(), static_cast<DWORD>(folders.size())));
+  wchar_t file[4096];
+  const DWORD size =
+      folders.empty() ? 0 : SearchPathW(folders.c_str(), L"libpq.dll", nullptr, std::size(file), file, nullptr);
+  return size < std::size(file) ? std::wstring(file, size) : std::wstring();
+}
+
+}  // namespace
 
 void* LoadLibpq(std::string* error) {
-  const HMODULE library = LoadLibraryA("libpq.dll");
+  const std::wstring path = PathOfLibpq();
+  // The libraries that it needs are beside it.
+  const HMODULE library = path.empty() ? nullptr : LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (library == nullptr) {
     *error = "PostgreSQL needs the library libpq.dll, which PostgreSQL's installer brings, in the PATH";
   }
