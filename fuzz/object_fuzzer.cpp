@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "tests/support/dump.h"
+#include "tests/support/raw_value.h"
 #include "zforms/pdf/indirect_object.h"
 
 using namespace zforms;
@@ -36,6 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string written = Written(*value);
     if (Written(*Parse(written)) != written) std::abort();
   }
+  if (!FaultOfRaw(std::string(input)).empty()) std::abort();
   ZPDFTokenizedString tokens(Chaine("1 0 obj ") + input);
   const NodePtr object(ZPDFNodeIndirectObject::BuildFrom(tokens, nullptr, nullptr));
   if (HoldsObjKeyword(object.get())) return 0;

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 
 #include "tests/support/cpu_time.h"
 #include "tests/support/forest.h"
+#include "tests/support/raw_value.h"
 #include "zforms/pdf/forward_reader.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/node_pool.h"
@@ -64,6 +66,36 @@ TEST(RoundTripTest, WhatIsWrittenIsReadBack) {
       ASSERT_EQ(Dump(whole->GetDirectAt(0)), dump) << "seed " << seed;
     }
   }
+}
+
+TEST(RoundTripTest, ValuesAreWrittenFromTheirTextAsByNodes) {
+  const char* const kTexts[] = {
+      "<</A[1 2 0 R(a)/B<</C 12 0 R>>]/D<414a>/E(\\(\\))/F null/G -.5/H true>>",
+      "<< /A\t[ 1\r\n2 0\nR ]\n/B /C /D(x)/E[[1]2[/A]] >>",
+      "<</A(a\nb)/B(a\\\nb)/C(a(b)c)/D<41 42>>>",
+      "<</A<4>/B<>>>",
+      "<</A 1/A 2>>",
+      "<</A 007 0 R>>",
+      "<</A 1 % comment\n0 R>>",
+      "[1 0 R 2 0 R]",
+      "12 0 R",
+      "<<>>",
+      "[]",
+      "<</A>>",
+      "[<</A<<>>>>[]]",
+  };
+  size_t count = 0;
+  for (const char* text : kTexts) EXPECT_EQ(FaultOfRaw(text, &count), "");
+  EXPECT_EQ(count, 8U);
+  const size_t few = count;
+  for (uint32_t seed = 0; seed < 1500; seed++) {
+    Forest forest(seed);
+    std::string text = Written(*NodePtr(forest.Tree(5)));
+    if (seed % 2 == 0) std::replace(text.begin(), text.end(), '\n', ' ');
+    ASSERT_EQ(FaultOfRaw(text, &count), "") << "seed " << seed;
+    ASSERT_EQ(FaultOfRaw("[" + text + " " + std::string(seed % 300, '1') + "]", &count), "") << "seed " << seed;
+  }
+  EXPECT_GT(count, few + 500);
 }
 
 TEST(RoundTripTest, NestingIsLimited) {

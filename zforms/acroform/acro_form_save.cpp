@@ -8,6 +8,7 @@
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/losses.h"
 #include "zforms/pdf/parser/parser.h"
+#include "zforms/pdf/parser/used_objects.h"
 #include "zforms/pdf/stream_node.h"
 #include "zforms/pdf/writer/saver.h"
 #include "zforms/pdf/writer/updater.h"
@@ -45,10 +46,14 @@ std::unique_ptr<ZPDFNodeDictionary> UpdateTrailer(const ZPDFNodeDictionary& newe
 // True for a cross-reference stream and an object stream. Nothing in a document should refer to one, and a full save
 // does not need it.
 bool IsStructureStream(const ZPDFNodeIndirectObject* object) {
-  const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
+  const auto* stream = object == nullptr ? nullptr : NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
   if (stream == nullptr) return false;
   const Chaine& type = stream->Dico()->GetIdentifier("/Type");
   return type == "/XRef" || type == "/ObjStm";
+}
+
+void DropStructureStreams(ZPDFObjectList* objects) {
+  std::erase_if(*objects, [](const auto& object) { return IsStructureStream(object.second); });
 }
 
 uint32_t HighestNumber(const ZPDFObjectList& objects, const PTableau<ZPDFObjectIdentifier>& missing) {
@@ -206,27 +211,31 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   // Objects in use are found from the catalog: without it everything would be lost.
   if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
   std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
-  PTableau<ZPDFObjectIdentifier> missing;
-  ZPDFObjectList objects = trailer->ReferencedObjects(&missing);
-  const ZPDFLosses losses(*parser_, missing, &notes_);
-  std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
+  ZPDFUsedObjects used =
+      EncryptionSave() == nullptr ? ZPDFUsedObjects::Find(*parser_, *trailer) : ZPDFUsedObjects::FindNodes(*trailer);
+  const ZPDFLosses losses(*parser_, used.missing, &notes_);
+  DropStructureStreams(&used.objects);
   PTableau<ZPDFObjectIdentifier> former;
-  if (HasWideGaps(objects, missing) || SharesNumbers(objects, losses.Unreadable())) {
-    former = parser_->Renumber(IdentifiersOf(objects));
+  if (HasWideGaps(used.objects, used.missing) || SharesNumbers(used.objects, losses.Unreadable())) {
+    // References are renumbered as nodes.
+    if (!used.raw.empty()) used = ZPDFUsedObjects::FindNodes(*trailer);
+    DropStructureStreams(&used.objects);
+    former = parser_->Renumber(IdentifiersOf(used.objects));
     trailer = BareTrailer(*parser_);
-    objects = trailer->ReferencedObjects(&missing);
-    std::erase_if(objects, [](const auto& object) { return IsStructureStream(object.second); });
+    used = ZPDFUsedObjects::FindNodes(*trailer);
+    DropStructureStreams(&used.objects);
   }
   const ZPDFEncryption* const new_method = EncryptionSave();
   if (encryption_load_ != nullptr &&
       (new_method == nullptr || new_method->AlgorithmCode() != encryption_load_->AlgorithmCode())) {
-    DropCryptFilters(objects, *parser_);
+    DropCryptFilters(used.objects, *parser_);
   }
-  const auto fillers = FillHoles(&objects, missing);
+  const auto fillers = FillHoles(&used.objects, used.missing);
   ZPDFSaver saver(EncryptionSave());
   saver.SetPDFVersion(HeaderFor(*parser_, EncryptionSave()));
   saver.SetExpectedSize(raw_data_.size() + raw_data_.size() / 8);
-  saver.SetObjectList(std::move(objects));
+  saver.SetObjectList(std::move(used.objects));
+  saver.SetRawValues(std::move(used.raw));
   saver.SetTrailer(trailer.get());
   if (!write(saver)) {
     if (!former.empty()) parser_->TakeBack(former);
@@ -242,7 +251,12 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   return true;
 }
 
-bool ZAcroForm::WouldLose() { return parser_ != nullptr && ZPDFLosses(*parser_, &notes_).ConcernContent(); }
+bool ZAcroForm::WouldLose() {
+  if (parser_ == nullptr) return false;
+  if (parser_->TrailerDico() == nullptr) return ZPDFLosses(*parser_, {}, &notes_).ConcernContent();
+  const ZPDFUsedObjects used = ZPDFUsedObjects::Find(*parser_, *parser_->TrailerDico());
+  return ZPDFLosses(*parser_, used.missing, &notes_).ConcernContent();
+}
 
 void ZAcroForm::FinishSave() {
   parser_->TrailerDico()->SetModified(false, true);

@@ -85,21 +85,29 @@ ZPDFNodeIndirectReference* ZPDFNodeIndirectObject::AllocReference() const {
   return new ZPDFNodeIndirectReference(id_, ObjectProvider());
 }
 
-void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
-  const ZPDFOutStream::Run run(out);
-  out.WriteNumber(id_.Number());
+void ZPDFNodeIndirectObject::WriteHead(ZPDFOutStream& out, const ZPDFObjectIdentifier& id) {
+  out.WriteNumber(id.Number());
   out.Separate();
-  out.WriteNumber(id_.Generation());
+  out.WriteNumber(id.Generation());
   out.Separate();
   out.WriteToken("obj");
   out.NewLine();
+}
+
+void ZPDFNodeIndirectObject::WriteEnd(ZPDFOutStream& out) {
+  out.NewLine();
+  out.WriteToken("endobj");
+}
+
+void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const {
+  const ZPDFOutStream::Run run(out);
+  WriteHead(out, id_);
   const ZPDFNode* value = GetDirectAt(0);
   if (value != nullptr) {
     value->SendTo(out, encrypter != nullptr ? encrypter : Encrypter());
     Encrypter()->Rest();
   }
-  out.NewLine();
-  out.WriteToken("endobj");
+  WriteEnd(out);
 }
 
 ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

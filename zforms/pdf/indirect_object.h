@@ -23,6 +23,10 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   // Writes with the given encrypter, or with the object's own when it is null.
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
+  // What SendTo writes before the value and after it.
+  static void WriteHead(ZPDFOutStream& out, const ZPDFObjectIdentifier& id);
+  static void WriteEnd(ZPDFOutStream& out);
+
   const ZPDFObjectIdentifier& GetID() const { return id_; }
   // The neutral encrypter in a document that is not encrypted.
   const ZPDFEncrypter* Encrypter() const;

@@ -58,14 +58,17 @@ void ZPDFReferenceWalk::AddBelow(const ZPDFNode& node) {
   }
 }
 
-void ZPDFReferenceWalk::Collect(const ZPDFNode& node, std::vector<const ZPDFNodeIndirectReference*>* found) {
+bool ZPDFReferenceWalk::Collect(const ZPDFNode& node, std::vector<const ZPDFNodeIndirectReference*>* found) {
   const ZPDFChildList* const children = node.Children();
+  bool is_complete = true;
   for (uint32_t i = 0; children != nullptr && i < children->size; i++) {
     if (IsWithoutReference(*children, i)) continue;
     const ZPDFNode* child = node.ReadChild(i);
     if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(child)) found->push_back(reference);
-    if (child->children_ != nullptr) Collect(*child, found);
+    if (child->MayBeOfHost()) is_complete = false;
+    if (child->children_ != nullptr) is_complete = Collect(*child, found) && is_complete;
   }
+  return is_complete;
 }
 
 void ZPDFReferenceWalk::Follow() {

@@ -18,8 +18,8 @@ class ZPDFReferenceWalk {
 
   // Starts at the target of a reference, or at the nodes below any other node.
   void From(const ZPDFNode& node);
-  // Adds the references in the node and below it, except inside nodes of a host's classes.
-  static void Collect(const ZPDFNode& node, std::vector<const ZPDFNodeIndirectReference*>* found);
+  // Adds the references in the node and below it, except inside nodes of a host's classes: false when there are some.
+  static bool Collect(const ZPDFNode& node, std::vector<const ZPDFNodeIndirectReference*>* found);
   // All objects found, in identifier order. Precondition: the map was empty at first.
   ZPDFObjectList List() const;
   // The identifiers of references whose object is missing, in order.

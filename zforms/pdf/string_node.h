@@ -46,6 +46,7 @@ class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
 
  private:
   friend class ZPDFNode;
+  friend class ZPDFRawValueWriter;
   friend class ZPDFUnreadValue;
   // Write a string by its escaped body; the second one by a body that needs no escapes, before it is encrypted.
   static void Write(ZPDFOutStream& out, std::string_view body);

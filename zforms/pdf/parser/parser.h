@@ -154,6 +154,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
  private:
   friend class ZPDFRecovery;
   friend class ZPDFSectionChain;
+  friend class ZPDFUsedObjectSearch;
 
   // What reading the file found out, besides its nodes and their locations. It is copied, forgotten and replaced as a
   // whole.

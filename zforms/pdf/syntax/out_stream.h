@@ -67,6 +67,16 @@ class ZFORMS_API ZPDFOutStream {
   void WriteChar(char c) { WriteToken({&c, 1}); }
   // Writes the number in decimal, as a token.
   void WriteNumber(uint32_t value);
+  // For text that the caller lays out itself, during a Run: Room gives the address of `count` free bytes at the end of
+  // the target, and Accept tells how many of them it wrote.
+  char* Room(size_t count) {
+    if (static_cast<size_t>(limit_ - at_) < count) Extend(count);
+    return at_;
+  }
+  void Accept(size_t count, size_t column) {
+    at_ += count;
+    column_ = column;
+  }
   // Writes the bytes unchanged; the column becomes 0.
   void WriteRaw(std::string_view bytes);
   // Writes the escaped body of a literal string; continues it on the next line with a backslash and a carriage return,

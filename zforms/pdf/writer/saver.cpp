@@ -41,6 +41,17 @@ void ZPDFSaver::AppendNode(ZPDFOutStream& out, const ZPDFNodeIndirectObject* obj
   out.NewLine();
 }
 
+void ZPDFSaver::AppendRaw(ZPDFOutStream& out, const ZPDFObjectIdentifier& id, std::string_view value) {
+  out.NewLine();
+  {
+    const ZPDFOutStream::Run run(out);
+    ZPDFNodeIndirectObject::WriteHead(out, id);
+    ZPDFRawValue::Write(value, out);
+    ZPDFNodeIndirectObject::WriteEnd(out);
+  }
+  out.NewLine();
+}
+
 void ZPDFSaver::PrepareData() {
   const size_t former_size = raw_data_.size();
   raw_data_ = version_ + '\n';
@@ -48,9 +59,15 @@ void ZPDFSaver::PrepareData() {
   raw_data_ += kBinaryComment;
   xref_.Reset();
   ZPDFOutStream out(&raw_data_);
+  auto raw = raw_values_.begin();
   for (const auto& [id, object] : objects_) {
     xref_.Record(id, static_cast<uint32_t>(raw_data_.size()));
-    AppendNode(out, object, true);
+    if (object != nullptr) {
+      AppendNode(out, object, true);
+    } else {
+      while (raw->first != id) ++raw;
+      AppendRaw(out, id, raw->second);
+    }
   }
   xref_offset_ = static_cast<uint32_t>(raw_data_.size());
   raw_data_ += xref_.BuildSection();

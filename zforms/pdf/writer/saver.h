@@ -1,9 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "zforms/pdf/node.h"
+#include "zforms/pdf/raw_value.h"
 #include "zforms/pdf/writer/writer.h"
 
 namespace zforms {
@@ -27,6 +29,9 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
   void SetObjects(const ZPDFObjectMap& objects) { objects_.assign(objects.begin(), objects.end()); }
   // The same from a list in identifier order.
   void SetObjectList(ZPDFObjectList objects) { objects_ = std::move(objects); }
+  // Objects without nodes: the list then has a null pointer for the identifier. Each value is written from its text,
+  // which ZPDFRawValue::LengthAt has checked; in identifier order. Not for a saver with an encryption.
+  void SetRawValues(ZPDFRawObjects values) { raw_values_ = std::move(values); }
   // The whole header line, such as "%PDF-1.4"; must be set before writing.
   void SetPDFVersion(const Chaine& version) { version_ = version; }
   // An estimate of the file's size in bytes, so that its buffer need not grow.
@@ -42,11 +47,13 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
   virtual void PrepareData();
   void AppendNode(ZPDFOutStream& out, const ZPDFNode* node);
   void AppendNode(ZPDFOutStream& out, const ZPDFNodeIndirectObject* object, bool encrypt);
+  static void AppendRaw(ZPDFOutStream& out, const ZPDFObjectIdentifier& id, std::string_view value);
 
  private:
   const ZPDFEncryption* encryption_;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   ZPDFObjectList objects_;
+  ZPDFRawObjects raw_values_;
   Chaine version_;
   size_t expected_size_ = 0;
   Chaine raw_data_;
