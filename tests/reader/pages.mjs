@@ -26,7 +26,7 @@ export async function sample_form_looks_good() {
     await field(page, "adherent.adresse").fill("Résidence « Le Chêne »\n12 bis, allée des Hêtres");
     await field(page, "adherent.code_postal").fill("34500");
     await field(page, "adherent.ville").fill("Béziers");
-    await page.getByLabel("Formule d’adhésion – Étudiant").check();
+    await page.getByRole("radiogroup", { name: "Formule d’adhésion" }).getByRole("radio", { name: "Étudiant" }).check();
     await field(page, "adherent.premiere").check();
     await field(page, "paiement.total").fill("27,50 €");
     await field(page, "adherent.telephone").focus();

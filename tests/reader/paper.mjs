@@ -3,7 +3,7 @@
 import { execFileSync } from "node:child_process";
 import path from "node:path";
 import { languageOf, all } from "../../tool/reader/texts.js";
-import { nearestText, phrasesOf } from "../../tool/reader/labels.js";
+import { nearestText, phrasesOf, questionOf, wordsOfGroup } from "../../tool/reader/labels.js";
 import { inkOf, keepPrinted } from "./basics.mjs";
 import { Server, alertText, checkAccess, expect, field, openForm, openWindow, picture, pictures, press, same, tool } from "./harness.mjs";
 
@@ -81,6 +81,14 @@ export async function words_near_fields() {
     [{ x: 200, y: 172, w: 100, h: 16 }, false, "Town"], [{ x: 500, y: 600, w: 50, h: 16 }, false, ""],
   ]) {
     same(nearestText(box, isToggle, phrases), wanted, `the words near ${JSON.stringify(box)}`);
+  }
+  const button = (x, y) => ({ x, y, w: 10, h: 10 });
+  const questions = phrasesOf([at("Married? .... 7", 40, 200, 70), at("Yes", 120, 200, 15), at("No", 160, 200, 12), at("Pay by", 40, 230), at("card", 55, 250, 20), at("cheque", 55, 270)]);
+  for (const [boxes, words, question] of [
+    [[button(138, 200), button(175, 200)], ["Yes", "No"], "Married?"], [[button(40, 250), button(40, 270)], ["card", "cheque"], "Pay by"],
+    [[button(40, 400), button(300, 400)], ["", ""], ""],
+  ]) {
+    same([wordsOfGroup(boxes, questions), questionOf(boxes, new Set(["Yes", "No"]), questions)], [words, question], `the words of the buttons ${JSON.stringify(boxes)}`);
   }
 }
 

@@ -9,6 +9,7 @@ const AFTER = 24;
 const ABOVE = 16;
 const TOUCHING = 4;
 const LONGEST = 80;
+const LETTER = /\p{L}/u;
 
 /** Joins pieces of text on one line, as a PDF has them, into phrases. */
 export function phrasesOf(/** @type {Phrase[]} */ pieces) {
@@ -34,8 +35,8 @@ function withoutLeaders(/** @type {Phrase} */ piece) {
   return { ...piece, text, w: (piece.w * text.length) / piece.text.length };
 }
 
-/** Without colons and blanks at its ends. */
-const tidy = (/** @type {string} */ text) => text.replace(/\s+/g, " ").replace(/^[\s:]+|[\s:]+$/g, "").slice(0, LONGEST);
+/** Without colons and blanks at its ends, and without what follows a row of dots. */
+const tidy = (/** @type {string} */ text) => text.replace(/(?<=\S)\s*[._…]{4,}.*$/, "").replace(/\s+/g, " ").replace(/^[\s:]+|[\s:]+$/g, "").slice(0, LONGEST);
 
 const isBeside = (/** @type {Phrase} */ a, /** @type {Box} */ b) =>
   Math.min(a.y + a.h, b.y + b.h) - Math.max(a.y, b.y) > 0.5 * Math.min(a.h, b.h);
@@ -57,4 +58,50 @@ export function nearestText(/** @type {Box} */ box, /** @type {boolean} */ isTog
     }
   }
   return best.text;
+}
+
+/**
+ * The sides of a button where its words can be: how far a phrase is away there, how far it may be, and how much farther than
+ * words of another side it counts.
+ */
+const SIDES = [
+  { most: AFTER, more: 0, gapOf: (/** @type {Box} */ a, /** @type {Box} */ b) => (isBeside(a, b) ? a.x - b.x - b.w : Infinity) },
+  { most: BEFORE, more: 8, gapOf: (/** @type {Box} */ a, /** @type {Box} */ b) => (isBeside(a, b) ? b.x - a.x - a.w : Infinity) },
+  { most: ABOVE, more: 8, gapOf: (/** @type {Box} */ a, /** @type {Box} */ b) => (isOver(a, b) ? b.y - a.y - a.h : Infinity) },
+  { most: ABOVE, more: 12, gapOf: (/** @type {Box} */ a, /** @type {Box} */ b) => (isOver(a, b) ? a.y - b.y - b.h : Infinity) },
+];
+
+/** The nearest words on one side of each button, and how well they tell the buttons apart. */
+function textsOnSide(/** @type {typeof SIDES[0]} */ { most, more, gapOf }, /** @type {Box[]} */ boxes, /** @type {Phrase[]} */ phrases) {
+  let far = 0;
+  const texts = boxes.map((box) => {
+    let best = { gap: most, text: "" };
+    for (const phrase of phrases) {
+      const gap = gapOf(phrase, box);
+      if (gap > -TOUCHING && gap < best.gap) best = { gap, text: phrase.text };
+    }
+    far += Math.max(best.gap, 0) + more;
+    return best.text;
+  });
+  const different = new Set(texts.filter(Boolean));
+  const words = [...different].filter((text) => LETTER.test(text)).length;
+  return { texts, isWhole: different.size >= (boxes.length > 3 ? boxes.length - 1 : boxes.length), rank: [words, different.size, -far] };
+}
+
+/** The words of the radio buttons of one group, all on the same side of them; "" where none are found. */
+export function wordsOfGroup(/** @type {Box[]} */ boxes, /** @type {Phrase[]} */ phrases) {
+  const [after, ...others] = SIDES.map((side) => textsOnSide(side, boxes, phrases));
+  // Before, above or below a button are also words that are not its own.
+  const best = [after, ...others.filter(({ isWhole }) => isWhole)].reduce((one, two) => {
+    const i = one.rank.findIndex((value, nth) => value !== two.rank[nth]);
+    return i >= 0 && two.rank[i] > one.rank[i] ? two : one;
+  });
+  return best.texts;
+}
+
+/** The words beside or above a group of radio buttons, without those in `taken`; "" when none are near. */
+export function questionOf(/** @type {Box[]} */ boxes, /** @type {Set<string>} */ taken, /** @type {Phrase[]} */ phrases) {
+  const [x, y] = [Math.min(...boxes.map((box) => box.x)), Math.min(...boxes.map((box) => box.y))];
+  const around = { x, y, w: Math.max(...boxes.map((box) => box.x + box.w)) - x, h: Math.max(...boxes.map((box) => box.y + box.h)) - y };
+  return nearestText(around, false, phrases.filter(({ text }) => /\p{L}{2}/u.test(text) && !taken.has(text)));
 }

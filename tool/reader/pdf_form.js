@@ -2,7 +2,7 @@
 
 import * as pdfjs from "./pdfjs/pdf.min.mjs";
 import { helpOf } from "./input_help.js";
-import { nearestText, phrasesOf } from "./labels.js";
+import { nearestText, phrasesOf, questionOf, wordsOfGroup } from "./labels.js";
 import { stateText } from "./state_text.js";
 import { worker } from "./worker.js";
 
@@ -32,6 +32,7 @@ const IN_UNISON = 1 << 25;
  * @property {string} name the full name of its field
  * @property {"text" | "check" | "radio" | "choice" | "push"} kind
  * @property {string} label
+ * @property {string} group the label of a radio button's group; "" when it has none
  * @property {{x: number, y: number, w: number, h: number, turn: number}} box in points from the top left of the page
  * @property {boolean} readOnly
  * @property {boolean} required
@@ -101,18 +102,17 @@ function widgetOf(annotation, kind, viewport, /** @type {string} */ given, /** @
   const flags = annotation.fieldFlags ?? 0;
   const name = annotation.fieldName;
   const isToggle = kind === "check" || kind === "radio";
-  const near = given || kind === "push" ? "" : nearestText(boxOf(annotation, viewport), isToggle, phrases);
-  const label = given || near || nameLabel(name);
-  const state = stateOf(annotation, kind);
+  const near = given || kind === "push" || kind === "radio" ? "" : nearestText(boxOf(annotation, viewport), isToggle, phrases);
   return {
     id: annotation.id,
     name,
     kind,
-    label: kind === "radio" && state && !near ? `${label} – ${state}` : label,
+    label: given || near || nameLabel(name),
+    group: "",
     box: boxOf(annotation, viewport),
     readOnly: Boolean(annotation.readOnly),
     required: Boolean(annotation.required),
-    state,
+    state: stateOf(annotation, kind),
     canBeOff: kind === "check" || !(flags & NO_TOGGLE_TO_OFF),
     inUnison: Boolean(flags & IN_UNISON),
     nth: 0,
@@ -178,6 +178,35 @@ function inTabOrder(/** @type {Widget[]} */ widgets, /** @type {string} */ order
   return lines.flatMap((line) => line.sort((a, b) => a.box[along] - b.box[along]));
 }
 
+/**
+ * Labels radio buttons with tool tips of their own, the words beside them, or their states, in that order; and their groups
+ * with the tool tip of the field, else the words before or above. `tips` are the tool tips of the widgets.
+ */
+function labelRadioButtons(/** @type {Widget[]} */ widgets, /** @type {Map<string, string>} */ tips,
+  /** @type {Record<string, string>} */ labels, /** @type {import("./labels.js").Phrase[]} */ phrases) {
+  const radios = widgets.filter(({ kind }) => kind === "radio");
+  /** @type {Map<string, Widget[]>} */
+  const groups = new Map(radios.map(({ name }) => [name, []]));
+  for (const button of radios) groups.get(button.name)?.push(button);
+  for (const [name, buttons] of groups) {
+    const own = buttons.map(({ id }) => tips.get(id) ?? "");
+    const hasOwn = new Set(own.filter(Boolean)).size === buttons.length;
+    const words = hasOwn ? own : wordsOfGroup(buttons.map(({ box }) => box), phrases);
+    for (const [i, button] of buttons.entries()) {
+      const isShared = words.indexOf(words[i]) !== words.lastIndexOf(words[i]);
+      button.label = [words[i], (isShared || !words[i]) && button.state].filter(Boolean).join(" – ") || nameLabel(name);
+      button.group = (Object.hasOwn(labels, name) && labels[name].trim()) || own.find(Boolean) || "";
+    }
+  }
+  const taken = new Set(radios.map(({ label }) => label));
+  for (const buttons of groups.values()) {
+    const boxes = buttons.map(({ box }) => box);
+    const isButtons = buttons.some(({ label, group }) => label === group);
+    const question = buttons[0].group && !isButtons ? buttons[0].group : questionOf(boxes, taken, phrases);
+    for (const button of buttons) button.group = question;
+  }
+}
+
 function countStates(/** @type {Widget[]} */ widgets) {
   /** @type {Map<string, number>} */
   const counts = new Map();
@@ -216,8 +245,8 @@ export class PDFPage {
   async read(/** @type {import("./model.js").FormModel} */ model, /** @type {string} */ order,
     /** @type {Record<string, string>} */ labels) {
     const annotations = await this.#page.getAnnotations({ intent: "any" });
-    const isUnnamed = (annotation) => annotation.fieldType && !annotation.pushButton && !ownLabel(annotation, labels);
-    const phrases = annotations.some(isUnnamed) ? await this.#readPhrases() : [];
+    const needsWords = (annotation) => annotation.fieldType && !annotation.pushButton && (annotation.radioButton || !ownLabel(annotation, labels));
+    const phrases = annotations.some(needsWords) ? await this.#readPhrases() : [];
     for (const annotation of annotations) {
       if (annotation.subtype === "Link") await this.#addLink(annotation);
       const kind = annotation.fieldType ? kindOf(annotation) : null;
@@ -225,6 +254,8 @@ export class PDFPage {
       if (kind !== "push") model.add(fieldOf(annotation, kind));
       if (!annotation.hidden) this.widgets.push(widgetOf(annotation, kind, this.viewport, ownLabel(annotation, labels), phrases));
     }
+    const tips = new Map(annotations.map(({ id, alternativeText }) => [id, alternativeText?.trim() ?? ""]));
+    labelRadioButtons(this.widgets, tips, labels, phrases);
     this.widgets = inTabOrder(this.widgets, order);
   }
 

@@ -278,10 +278,24 @@ export class Layer {
   constructor(/** @type {Widget[]} */ widgets, /** @type {FormModel} */ model, /** @type {Presses} */ presses,
     /** @type {string} */ serial) {
     this.#serial = serial;
-    for (const widget of widgets) this.#add(widget, model, presses);
+    for (const widget of widgets) this.#add(widget, this.#placeFor(widget), model, presses);
   }
 
-  #add(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {Presses} */ presses) {
+  /** Where the elements of a widget go: the group of radio buttons, or the layer. */
+  #placeFor(/** @type {Widget} */ { kind, name, group, required, readOnly }) {
+    const last = /** @type {HTMLElement | null} */ (this.element.lastElementChild);
+    if (kind !== "radio" || !group) return this.element;
+    if (last?.dataset.group === name) return last;
+    const place = make("div");
+    place.dataset.group = name;
+    place.setAttribute("role", "radiogroup");
+    place.setAttribute("aria-label", group);
+    if (required && !readOnly) place.setAttribute("aria-required", "true");
+    this.element.append(place);
+    return place;
+  }
+
+  #add(/** @type {Widget} */ widget, /** @type {HTMLElement} */ parent, /** @type {FormModel} */ model, /** @type {Presses} */ presses) {
     const { element, show, extras = [] } = this.#make(widget, model, presses);
     place(element, widget);
     describe(element, widget);
@@ -293,9 +307,9 @@ export class Layer {
       const face = make("span", { className: "face" });
       place(face, widget);
       face.dataset.of = widget.id;
-      this.element.append(element, face);
+      parent.append(element, face);
     } else {
-      this.element.append(element, ...extras);
+      parent.append(element, ...extras);
     }
   }
 
