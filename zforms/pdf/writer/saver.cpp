@@ -5,6 +5,7 @@
 #include "zforms/pdf/crypt/encryption.h"
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/indirect_object.h"
+#include "zforms/pdf/raw_value.h"
 
 namespace zforms {
 namespace {

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "zforms/pdf/node.h"
-#include "zforms/pdf/raw_value.h"
 #include "zforms/pdf/writer/writer.h"
 
 namespace zforms {
@@ -30,8 +29,9 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
   // The same from a list in identifier order.
   void SetObjectList(ZPDFObjectList objects) { objects_ = std::move(objects); }
   // Objects without nodes: the list then has a null pointer for the identifier. Each value is written from its text,
-  // which ZPDFRawValue::LengthAt has checked; in identifier order. Not for a saver with an encryption.
-  void SetRawValues(ZPDFRawObjects values) { raw_values_ = std::move(values); }
+  // which ZPDFUsedObjects has checked; in identifier order. Not for a saver with an encryption.
+  using RawValues = PTableau<std::pair<ZPDFObjectIdentifier, std::string_view>>;
+  void SetRawValues(RawValues values) { raw_values_ = std::move(values); }
   // The whole header line, such as "%PDF-1.4"; must be set before writing.
   void SetPDFVersion(const Chaine& version) { version_ = version; }
   // An estimate of the file's size in bytes, so that its buffer need not grow.
@@ -53,7 +53,7 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
   const ZPDFEncryption* encryption_;
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   ZPDFObjectList objects_;
-  ZPDFRawObjects raw_values_;
+  RawValues raw_values_;
   Chaine version_;
   size_t expected_size_ = 0;
   Chaine raw_data_;
