@@ -28,7 +28,7 @@ class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
  public:
   using ZAcroFormServerSaveXFDFMessage::ZAcroFormServerSaveXFDFMessage;
   void OnIdleMessage() override {
-    std::cout << (DataIsOK() ? "saved" : "refused as stale") << std::endl;
+    std::cout << (DataIsOK() ? "saved" : "refused, because a newer copy was saved before") << std::endl;
     if (!DataIsOK()) return;
     // Visits the document's values once. If storing takes long, do it on another thread: this one handles all
     // submissions.

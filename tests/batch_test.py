@@ -86,16 +86,16 @@ def check_against_fill(form, folder, count, values=ODD_VALUES, options=()):
 
 NOM = "adherent.nom"
 BAD_ROWS = [  # label, line of CSV, the expected message
-    ("too few values", "a", "it has 1 value where the first record names 4"),
-    ("too many values", "a,Oui,FR,1,2", "it has 5 values where the first record names 4"),
-    ("no state", "a,Peut-être,FR,1", 'field "adherent.premiere": "Peut-être" is not one of its states; it takes "Oui" or "Off"'),
-    ("no choice", "a,Oui,XX,1", 'field "adherent.pays": "XX" is not one of its choices; it takes "FR" (France), "BE" (Belgique), '
+    ("too few values", "a", "the row has 1 value, but the first line names 4 columns"),
+    ("too many values", "a,Oui,FR,1,2", "the row has 5 values, but the first line names 4 columns"),
+    ("no state", "a,Peut-être,FR,1", 'field "adherent.premiere": "Peut-être" is not a state of the button; its states are "Oui" or "Off"'),
+    ("no choice", "a,Oui,XX,1", 'field "adherent.pays": "XX" is not a choice of the field; its choices are "FR" (France), "BE" (Belgique), '
      '"CH" (Suisse), "LU" (Luxembourg), "CI" (Côte d’Ivoire)'),
-    ("too long", "a,Oui,FR,123456", 'field "adherent.code_postal": "123456" has 6 characters, and it takes 5'),
+    ("too long", "a,Oui,FR,123456", 'field "adherent.code_postal": "123456" has 6 characters; the field takes 5'),
     ("text behind a quote", '"a"b,Oui,FR,1', "text follows the closing quote of a value"),
-    ("the same file, in other letters", "GOOD É,Oui,FR,1", 'its file "GOOD É.pdf" is that of line 2'),
+    ("the same file, in other letters", "GOOD É,Oui,FR,1", 'the file name "GOOD É.pdf" is already used by line 2'),
     ("no name", " ,Oui,FR,1", "the file name is empty"),
-    ("a file of somebody else", "theirs,Oui,FR,1", 'its file "theirs.pdf" exists already and is not from this batch'),
+    ("a file of somebody else", "theirs,Oui,FR,1", 'the file "theirs.pdf" already exists and does not belong to this batch'),
 ]
 HEAD = "adherent.nom,adherent.premiere,adherent.pays,adherent.code_postal"
 
@@ -136,24 +136,24 @@ def test_bad_rows_are_named(folder):
 
 
 JUDGED = [  # label, values, the expected message, the values exported afterwards
-    ("no choice", {"adherent.pays": "ZZ", NOM: "A"}, ['"ZZ" is not one of its choices'], {"adherent.pays": "FR", NOM: "A"}),
+    ("no choice", {"adherent.pays": "ZZ", NOM: "A"}, ['"ZZ" is not a choice of the field'], {"adherent.pays": "FR", NOM: "A"}),
     ("what is shown", {"adherent.pays": "Belgique"}, [], {"adherent.pays": "BE"}),
-    ("too long", {"adherent.code_postal": "123456"}, ['"123456" has 6 characters, and it takes 5'], {}),
+    ("too long", {"adherent.code_postal": "123456"}, ['"123456" has 6 characters; the field takes 5'], {}),
     ("a word", {"adherent.premiere": "OUI"}, [], {"adherent.premiere": "Oui"}),
-    ("no state", {"formule": "yes"}, ['"yes" is not one of its states'], {}),
+    ("no state", {"formule": "yes"}, ['"yes" is not a state of the button'], {}),
     ("several bad ones", {"adherent.pays": "ZZ", "formule": "yes", NOM: "A"},
-     ['"ZZ" is not one of its choices', '"yes" is not one of its states'], {NOM: "A"}),
-    ("a list", {NOM: ["A", "B"]}, ["it takes one value, not a list"], {}),
+     ['"ZZ" is not a choice of the field', '"yes" is not a state of the button'], {NOM: "A"}),
+    ("a list", {NOM: ["A", "B"]}, ["the field takes one value, not a list"], {}),
     ("some of several", {"activites.ateliers": ["SEMIS", "P", "Q"]},
-     ['"P" is not one of its choices', '"Q" is not one of its choices'], {"activites.ateliers": "SEMIS"}),
+     ['"P" is not a choice of the field', '"Q" is not a choice of the field'], {"activites.ateliers": "SEMIS"}),
 ]
 
 
-NONE = "the data hold no value: no field is filled"
+NONE = "the data contain no value: no field is filled"
 WITHOUT_VALUES = [  # data, the statuses of fill and batch, what both say
     ('{"adherent.pays": null}', [0, 0], NONE), ("{}", [0, 0], NONE), ("adherent.pays\n", [0, 0], NONE), ("[]", [0, 0], NONE), ("[1]", [2, 2], "object"),
     ("[{}]", [0, 0], NONE), ('{"x": null}', [3, 3], '"x"'), ('{"": "A"}', [3, 3], "a value without a name"),
-    ("5", [2, 2], "is one JSON value without a name"), (" null\n", [2, 2], "is one JSON value without a name"),
+    ("5", [2, 2], "is a JSON value without a field name"), (" null\n", [2, 2], "is a JSON value without a field name"),
     ('""\n""\n', [0, 0], NONE), ("adherent.email\n\"\"\n", [0, 0], ""),
     ('{"adherent": {"nom": "A"}, "\\"": 1, "adherent.nom": "B"}', [2, 3],
      'column 37: two members are named "adherent.nom"'),
@@ -218,7 +218,7 @@ def test_names(folder):
     data = table(folder / "device.csv", ["a", "adherent.nom"], [["con", ""], ["LPT1", ""], ["console", ""]])
     zforms("batch", SAMPLE, "--data", data, "--out", folder / "device", "--name", "{a}.pdf")
     same("devices of Windows", forms_in(folder / "device"), ["_LPT1.pdf", "_con.pdf", "console.pdf"])
-    for pattern, what in [("x.pdf", "the name has no column"), ("{a", 'a "{" that opens'), ("a}", 'a "}" without'),
+    for pattern, what in [("x.pdf", "the name has no column"), ("{a", 'a "{" without a column name'), ("a}", 'a "}" without'),
                           ("d/{a}", 'a file name cannot contain "/"'), ("{nobody}", 'there is no column "nobody"')]:
         status, _, err = zforms("batch", SAMPLE, "--data", data, "--out", folder / "none", "--name", pattern)
         expect(status != 0 and what in err, f"the pattern {pattern}", err)
@@ -344,7 +344,7 @@ def test_a_damaged_record(folder):
         same(f"{label}: started over", zforms(*arguments, "--overwrite")[::2], (0, ""))
     (out / ".zforms-batch").write_bytes(b"")
     status, _, err = zforms(*arguments, "--resume")
-    expect(status == 3 and err.count("exists already and is not from this batch") == 3, "an empty record", err)
+    expect(status == 3 and err.count("already exists and does not belong to this batch") == 3, "an empty record", err)
 
 
 def test_utf16(folder):
@@ -373,7 +373,7 @@ def test_maps(folder):
     same("exit status", status, 3)
     said = [line.split(": ", 2)[2] for line in err.splitlines()]
     same("warnings", said, ['the maps name a field "adherent.nulle", which the form does not have; did you mean adherent.ville?',
-                            'column "adherent.pays" feeds no field'])
+                            'column "adherent.pays" fills no field and is ignored'])
     values = json.loads(zforms("export", folder / "out" / "000001.pdf", "--format", "json")[1])
     same("values", [values["adherent." + key] for key in ("nom", "prénom d'usage", "ville", "email", "pays")],
          ["Lebœuf", "Maé", "Béziers", "m@x", "FR"])

@@ -42,7 +42,7 @@ CASES = (  # values, options, (values after), (seen on the page), what is said, 
     ({"date": "2024-03-04"}, (), {"date": "2024-03-04", "total": ""}, ["04/03/2024"], "", 0),
     ({"date": "soon"}, (), {"date": "soon"}, ["soon"], '"soon" is not a date (dd/mm/yyyy), and is shown as it is', 3),
     ({"net": "10", "tax": "5"}, (), {"tax": "5", "total": "16"}, ["16,00 EUR"],
-     'the data give "5", which stays, but the form computes 2', 3),
+     'the data contain "5", which is kept; the form computes 2', 3),
     ({"net": "10", "tax": "2.000", "total": ""}, (), {"tax": "2.000", "total": "13"}, ["13,00 EUR"], "", 0),
     ({"lines.b": "two"}, (), {"lines.b": "two", "total": ""}, ["two"], 'not computed, because field "lines.b" holds "two"', 3),
     ({"lines.b": "2"}, ("--draw", "no"), {"lines.b": "2", "total": "3"}, [], "", 0),
@@ -56,7 +56,7 @@ def test_fill_and_batch_follow_the_scripts(folder):
         data, filled, rows = folder / "data.json", folder / "filled.pdf", folder / f"rows{number}"
         data.write_text(json.dumps(values))
         status, _, err = zforms("fill", form, data, "-o", filled, *options)
-        skipped = 'not run: the scripts of "own" (format), "own" (calculate)'
+        skipped = 'these scripts use more than the common functions and were not run: "own" (format), "own" (calculate)'
         lines = [line for line in err.splitlines() if skipped not in line]
         same(f"{values} {options}: status", status, wanted)
         expect(bool(lines) == bool(said) and (said or "") in err, f"{values}: messages", err)
@@ -77,7 +77,7 @@ def test_fill_and_batch_follow_the_scripts(folder):
 def test_scripts_are_named(folder):
     form = scripted_form(folder / "form.pdf")
     said = zforms("check", form)[1]
-    for line in ('AFNumber_Format (format) of "total", "net", "tax"', 'a script of its own (calculate) of "own"',
+    for line in ('AFNumber_Format (format) of "total", "net", "tax"', 'a custom script (calculate) of "own"',
                  'an expression in simplified field notation (calculate) of "tax"', "AFRange_Validate (validate)"):
         expect(line in said, "check", said)
     said = zforms("import", form, "-o", folder / "served.pdf")[2]

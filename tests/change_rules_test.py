@@ -12,16 +12,16 @@ def listed(*names, action="Include"):
     return {"Action": Name(action), "Fields": [Text(name) for name in names]}
 
 
-LOCKED = "is locked by the signature \"S\"; --force writes it all the same"
+LOCKED = "is locked by the signature \"S\"; --force writes it anyway"
 CERTIFIED = 'is certified by the signature "S", which allows no change'
 CASES = [  # label, form, options, status, messages, the values of a, b and g.c, the remaining /XFA, /UR3
     ("nothing forbids", {}, [], 0, [], "AB1", ""),
-    ("XFA", {"xfa": True}, [], 0, ["the XFA form is dropped"], "AB1", ""),
+    ("XFA", {"xfa": True}, [], 0, ["the XFA form is removed"], "AB1", ""),
     ("XFA is kept", {"xfa": True}, ["--xfa", "keep"], 0, [], "AB1", "/XFA/NeedsRendering"),
     ("XFA of a signed form", {"xfa": True, "signatures": [("S", None, None, None)]}, [], 3,
-     ["the XFA form stays, since the form is signed", "--force"], "AB1", "/XFA/NeedsRendering"),
+     ["the XFA form is kept, because the document is signed", "--force"], "AB1", "/XFA/NeedsRendering"),
     ("XFA of a signed form, forced", {"xfa": True, "signatures": [("S", None, None, None)]}, ["--force"], 3,
-     ["the XFA form is dropped", "no longer valid"], "AB1", ""),
+     ["the XFA form is removed", "no longer valid"], "AB1", ""),
     ("usage rights", {"rights": True}, [], 0, ["usage rights"], "AB1", ""),
     ("usage rights beside a certification", {"rights": True, "signatures": [("S", 2, None, None)]}, [], 0,
      ["usage rights"], "AB1", "/Perms/DocMDP"),
@@ -80,13 +80,13 @@ def test_what_check_says(folder):
              ["1 in 1 field", '"S" certifies, allows filling in and signing; locks "a", "b"', "end with the first change"]),
             ({"signatures": [("S", None, None, listed("a", action="Exclude"))], "xfa": True},
              ['"S" signs; locks every field but "a"', "with an XFA form beside it"]),
-            ({"xfa": True, "alone": True}, ["PDF form of XFA alone, without fields"])):
+            ({"xfa": True, "alone": True}, ["PDF form of XFA only, without fields"])):
         out = zforms("check", form(folder / "form.pdf", **parts))[1]
         expect(all(text in out for text in said), str(said), out)
     for command in (["fields"], ["fill", "-", "-o", "-"], ["export"]):
         status, _, err = zforms(command[0], folder / "form.pdf", *command[1:], stdin=b'{"a": 1}')
         wanted = 3 if command == ["fields"] else 2
-        expect(status == wanted and "is one of XFA alone" in err, f"{command[0]} of XFA alone", err)
+        expect(status == wanted and "is an XFA form without fields" in err, f"{command[0]} of XFA alone", err)
 
 
 def test_permissions_and_passwords(folder):

@@ -50,7 +50,7 @@ ALLOWED = {
 
 FLAGS = 0xFFFFF0C4  # printing only
 SKIPPED = 77
-NO_VALUES = "the data hold no value"
+NO_VALUES = "the data contain no value"
 MAX_REPORTED = 20
 
 

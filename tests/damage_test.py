@@ -12,13 +12,13 @@ from tool_case import SAMPLES, TOOL, expect, run_tests, same, zforms
 FORM, DATA = SAMPLES / "membership_form.pdf", SAMPLES / "membership_form.xfdf"
 # In the field of object 14, by bytes of the same number: the old bytes, the new bytes, the warning.
 DAMAGE = [
-    ("a stray parenthesis", b"[140 687 340 704]", b"[140 6) 340 704 ]", '")" does not belong here'),
+    ("a stray parenthesis", b"[140 687 340 704]", b"[140 6) 340 704 ]", '")" is unexpected here'),
     ("an array left open", b"[140 687 340 704]", b"[140 687 340 704 ", "an array is not closed"),
-    ("a key twice", b"/TU (Nom *)", b"/FT (Nom *)", '"/FT" is in its dictionary more than once'),
+    ("a key twice", b"/TU (Nom *)", b"/FT (Nom *)", '"/FT" occurs more than once in its dictionary'),
     ("a key lost", b"/Ff 2", b"Ff  2", "a dictionary holds a value without a key"),
     ("a value lost", b"/Ff 2", b"/Ff  ", "a dictionary holds a value without a key"),
-    ("a spoilt hexadecimal string", b"(nom)", b"<6G2>", "a hexadecimal string has a character that is no digit"),
-    ("a spoilt escape", b"/Widget", b"/Wi#get", "without two hexadecimal digits"),
+    ("a spoilt hexadecimal string", b"(nom)", b"<6G2>", "a hexadecimal string has a character that is not a hexadecimal digit"),
+    ("a spoilt escape", b"/Widget", b"/Wi#get", "not followed by two hexadecimal digits"),
     ("an unknown word", b"/Ff 2", b"/Ff X", '"X" is not a word of PDF'),
     ("a malformed number", b"/Ff 2", b"/F 2e", '"2e" is not a word of PDF'),
 ]

@@ -51,7 +51,7 @@ def main(program, folder):
         shown = ("°_membership_form.pdf", b"%PDF-") if in_c else show(program, folder, pathlib.Path(scratch))
     print(said, answers, shown)
     right = (shown and shown[0].endswith("°_membership_form.pdf") and shown[1] == b"%PDF-" and answers == [(200, "consult", b"%PDF-"), (200, "modify", b"%PDF-")] and process.returncode == 0
-             and "\nsaved\n" in said and "  adherent.nom = Zoé\n" in said and re.search("\n(refused as stale|refused: it is stale.*)\n$", said))
+             and "\nsaved\n" in said and "  adherent.nom = Zoé\n" in said and re.search("\n(refused, because a newer copy was saved before|refused: the submission is outdated.*)\n$", said))
     return 0 if right else 1
 
 

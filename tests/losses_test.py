@@ -16,15 +16,15 @@ REFUSED = "would be lost: nothing was written. --force writes the rest"
 # Label, damage to the sample, the status of `rewrite` and its first message.
 DAMAGES = [
     ("nothing", b"", b"", 0, ""),
-    ("the page tree leads to itself", b"/Kids [8 0 R]", b"/Kids [4 0 R]", 2, "object 4 0: the page tree leads here"),
+    ("the page tree leads to itself", b"/Kids [8 0 R]", b"/Kids [4 0 R]", 2, "object 4 0: the page tree contains this page or node"),
     ("a font is not there", b"/Helv 5 0 R", b"/Helv 5 9 R", 2, "cannot be read: 5 9"),
     ("a generation in the table", ENTRY, ENTRY[:14] + b"01 n", 3, "the header of this object has the generation 0"),
     ("a generation that is too high", ENTRY, ENTRY[:11] + b"99999 n", 3, "has a generation above 65535"),
     ("a page's type", b"/Type /Page /Parent", b"/Type /Pagf /Parent", 3, 'object 8 0: "/Type" of this page is not'),
     ("the catalog's type", b"/Type /Catalog", b"/Type /Catalox", 3, '"/Type" of the document catalog is not'),
     ("a negative count", b"/Kids [8 0 R] /Count 1", b"/Kids[8 0 R ]/Count -1", 2, "states -1 pages, 1 is found"),
-    ("no count", b"/Count 1>>", b"/Caunt 1>>", 2, "is missing or no number, 1 is found"),
-    ("an offset of 0", b"0000000015 00000 n", b"0000000000 00000 n", 3, "object 1 0: its offset is 0"),
+    ("no count", b"/Count 1>>", b"/Caunt 1>>", 2, "is missing or not a number, 1 is found"),
+    ("an offset of 0", b"0000000015 00000 n", b"0000000000 00000 n", 3, "object 1 0: the cross-reference table gives this object the offset 0"),
     ("two fields of a name", b"/T (prenom)", b"/T (nom)   ", 3, "several fields have this name"),
     ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" has no version'),
 ]

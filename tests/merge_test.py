@@ -105,8 +105,8 @@ def test_refused(folder):
     zforms("permissions", SAMPLE, "--encrypt", "aes-256", "-o", locked)
     (folder / "all.pdf").write_text("old")
     for label, form, options, status, said in [
-            ("encrypted", locked, (), 2, "rewrite --decrypt"), ("with --resume", SAMPLE, ("--resume",), 2, "neither continued"),
-            ("over the form", SAMPLE, ("--merge", SAMPLE), 2, "would be overwritten"),
+            ("encrypted", locked, (), 2, "rewrite --decrypt"), ("with --resume", SAMPLE, ("--resume",), 2, "need a folder"),
+            ("over the form", SAMPLE, ("--merge", SAMPLE), 2, "both the input and the output"),
             ("into no folder", SAMPLE, ("--merge", folder / "none" / "x.pdf"), 75, "cannot be written"),
             ("with --out", SAMPLE, ("--merge", folder / "all.pdf", "--out", folder), 2, "--out")]:
         command = ["batch", form, "--data", data, *(options if "--merge" in options else ("--merge", folder / "all.pdf", *options))]

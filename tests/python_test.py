@@ -130,7 +130,7 @@ def test_batches(folder):
         out.mkdir()
         done = list(zforms.batch(zforms.open(FORM, draw=True), source, out / "{id}-{adherent.nom}.pdf"))
         same(title, [row.path and row.path.name for row in done], ["1-Łoś.pdf", "_._2-Zoé.pdf", None, None])
-        expect("is not one of its choices" in done[2].error and "another row" in done[3].error, title, str(done))
+        expect("is not a choice of the field" in done[2].error and "another row" in done[3].error, title, str(done))
         same(f"{title}: a row keeps nothing of another", exported(out / "_._2-Zoé.pdf")["adherent.pays"], "FR")
         same(f"{title}: lines", [row.line for row in done], [0] * 4 if title == "dicts" else [2, 3, 4, 5])
         tool("fill", FORM, "-", "-o", folder / "one.pdf", stdin=json.dumps(rows[0]).encode())

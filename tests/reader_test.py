@@ -164,7 +164,7 @@ def thousand_fields():
 
 
 def scripted():
-    """Scripts of every kind: sums, formats, refused keys, a script of its own, a button that clears, a faulty one."""
+    """Scripts of every kind: sums, formats, refused keys, a custom script, a button that clears, a faulty one."""
     form = Form("Scripted", "SCRIPTS")
     form.page()
 

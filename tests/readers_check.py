@@ -275,7 +275,7 @@ class Checker:
         done = self.tool(case, "fill", damaged, case.data, "-o", out)
         expect(done.status == 2 and not out.exists(), label, f"filled without being asked to: exit {done.status}")
         done = self.tool(case, "fill", damaged, case.data, "--recover", "-o", out)
-        expect(done.status == 3 and "its table was rebuilt" in message(done), label, f"fill: {message(done)[:200]}")
+        expect(done.status == 3 and "its cross-reference table was rebuilt" in message(done), label, f"fill: {message(done)[:200]}")
         if out.is_file():
             self.read_back(case, "recovered", out, case.values)
             out.unlink()

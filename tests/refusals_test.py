@@ -88,7 +88,7 @@ def test_what_is_read_stays(folder):
     for arguments in (("fill", form, data, "-o", data), ("fill", form, data, "-o", folder / "link"),
                       ("export", form, "-o", form), ("export", form, "--format", "csv", "-o", form),
                       ("batch", form, "--data", data, "--out", folder / "rows", "--report", data)):
-        one_line(str(arguments[0]), zforms(*arguments), "is the input, and would be overwritten")
+        one_line(str(arguments[0]), zforms(*arguments), "is both the input and the output")
     same("the files", (form.read_bytes(), data.read_bytes()), before)
     same("in place", zforms("fill", form, data, "-o", form)[0], 0)
 

@@ -195,7 +195,7 @@ def test_round_of_a_form(folder):
     log = (folder / "log").read_text()
     expect(log.count("POST /App/xfdf/save.cgi code=membership_form 200") == 3, f"one line a request: {log}")
     expect("Zoé" not in log, "the log holds a value")
-    expect(log.count("it is stale: a newer copy") == 1, f"why the stale copy was not taken: {log}")
+    expect(log.count("the submission is outdated: a newer copy") == 1, f"why the stale copy was not taken: {log}")
 
 
 def check_submissions_page(server):
@@ -245,12 +245,12 @@ def test_refusals(folder):
             return result
 
         cases = [
-            (409, "it is of the folder 13, the server is in 12", changed(r"Folder\.ID", "12", "13"), {}),
-            (409, "it is of the year 2024, the server is in 2025", changed("Exercice", "2025", "2024"), {}),
+            (409, "the submission is for the folder 13, the server is in 12", changed(r"Folder\.ID", "12", "13"), {}),
+            (409, "the submission is for the year 2024, the server is in 2025", changed("Exercice", "2025", "2024"), {}),
             (409, "another application", changed("Shortname", "App", "Other"), {}),
-            (409, "its session is not", changed(r"Session\.ID", "[0-9a-f]", "x"), {}),
+            (409, "the session is not", changed(r"Session\.ID", "[0-9a-f]", "x"), {}),
             (409, "never opened", changed(r"Transaction\.ID", r"\d", "9"), {}),
-            (409, "it has no session", xfdf.replace("ZOR", "ZOX"), {}),
+            (409, "the submission has no session", xfdf.replace("ZOR", "ZOX"), {}),
             (409, "not an XFDF document with the identifiers", "hello", {}),
             (403, "another origin", xfdf, {"Origin": "http://example.com"}),
             (403, "another site", xfdf, {"Sec-Fetch-Site": "cross-site"}),
@@ -317,8 +317,8 @@ def test_templates_are_checked(folder):
     expect("PDF form" in checked and "XFA" not in checked and "usage" not in checked, f"what is served: {checked}")
     log = (folder / "log").read_text()
     for said in ("none.pdf: cannot be read", "rules.pdf: has an XFA form beside its fields", "rules.pdf: is signed",
-                 'rules.pdf: has usage rights ("/UR3")', 'plain.pdf: has no text field "ZOR.SessionID"',
-                 'plain.pdf: no button submits the form to a URL that ends in "modify.cgi"', 'has no identifier ("/ID")'):
+                 'rules.pdf: has usage rights ("/UR3")', 'plain.pdf: has no hidden text field "ZOR.SessionID"',
+                 'plain.pdf: no button submits the form to a URL that ends in "modify.cgi"', 'has no file identifier ("/ID")'):
         expect(said in log, f"the check does not say {said!r}: {log}")
     status, _, err = zforms("serve", "--templates", folder)
     expect(status == 2 and "there are no forms" in err, "an empty folder", err)
@@ -373,7 +373,7 @@ def test_a_store_that_fails(folder):
         expect([status for status, _ in statuses] == [200] * len(forms) and len(server.stored()) == len(forms) and
                server.stored("--rejected") == [], f"the same again: {statuses}")
         log = (folder / "log").read_text()
-        expect("its sender is told so" in log and "locked" in log, "the log says why")
+        expect("its sender was told" in log and "locked" in log, "the log says why")
     # On Windows, files have the rights of their folder.
     expect(WINDOWS or os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
 
@@ -514,14 +514,14 @@ def test_versions_of_a_store(folder):
     source = [server.stored(), server.stored("--rejected"), zforms("rubrics", "--data", server.data)]
     same("copy", zforms("store", "copy", server.data, target), (0, "", ""))
     status, _, err = zforms("store", "copy", server.data, target)
-    expect(status == 2 and ": it is not empty" in err, "a second copy", err)
+    expect(status == 2 and ": the store is not empty" in err, "a second copy", err)
     server.data, original = target, server.data
     same("the copy", [server.stored(), server.stored("--rejected"), zforms("rubrics", "--data", server.data)], source)
     server.data = original
     STORES.make_new(server.data)
     for command in (["serve", "--port", "0"], ["submissions"], ["rubrics", "--set", "A.B=c"], ["store", "upgrade"]):
         status, _, err = zforms(*command, *(["--data"] if command[0] != "store" else []), server.data)
-        expect(status == 2 and "of version 3, this program knows those up to version 2" in err, command, (status, err))
+        expect(status == 2 and "has version 3, and this program knows versions up to 2" in err, command, (status, err))
 
 
 def test_imported(folder):
@@ -618,10 +618,10 @@ def test_by_the_tool(folder):
                 (["membership_form", "--set", "adherent.nom=Zoé", "-o", answer], 0, "saved; the form comes back in mode consult"),
                 ([answer, "-o", again], 0, "asked to modify; the form comes back in mode modify"),
                 ([again, "--set", "adherent.nom=Maë", "--set", "adherent.pays=Belgique"], 0, "saved; the form comes back in mode consult"),
-                ([again], 2, "refused as stale; the form comes back in mode modify"),
+                ([again], 2, "refused, because a newer copy was saved before; the form comes back in mode modify"),
                 ([again, "--set", "nowhere=1"], 2, 'no field is named "nowhere"'),
                 ([again, "--set", "adherent.non=1"], 2, 'no field is named "adherent.non"; did you mean adherent.nom?'),
-                ([again, "--set", "adherent.pays=ZZ"], 2, 'field "adherent.pays": "ZZ" is not one of its choices'),
+                ([again, "--set", "adherent.pays=ZZ"], 2, 'field "adherent.pays": "ZZ" is not a choice of the field'),
                 (["nothing"], 2, "status 404")):
             result = submit(*arguments)
             expect(result[0] == status and said in result[1], f"submit {arguments}: {result}")

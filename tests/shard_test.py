@@ -46,7 +46,7 @@ def test_shards_are_a_single_run(folder):
     status, text, err = zforms("batch", "--merge-reports", *reports, "--out", out)
     joined = json.loads(text)
     same("joined", (status, err, joined["filled"], joined["failures"], len(joined["shards"])), (0, "", 301, [], 3))
-    for given, what in [(reports[:2], "shard 3 of 3 has no report"), ([data], "is not the report of a shard"),
+    for given, what in [(reports[:2], "shard 3 of 3 has no report"), ([data], "not the report of a shard"),
                         ([reports[0]] * 2, "two reports of shard 1 of 3"), ([folder / "none"], "cannot be read"),
                         ([*reports, "--out", folder], "no record of shard 3 of 3"), ([*reports, "--merge", "x"], "--merge")]:
         status, _, err = zforms("batch", "--merge-reports", *given, *(() if "--out" in given else ("--out", out)))
@@ -58,8 +58,8 @@ def test_shards_are_a_single_run(folder):
     for label, command, status, said in [
             ("again", shard_command(data, out, "2/3"), 2, "--resume continues it"),
             ("resumed", shard_command(data, out, "2/3", "--resume"), 0, ""),
-            ("other shards", shard_command(data, out, "1/4", "--resume"), 2, "holds a batch of 3 shards"),
-            ("no shards", shard_command(data, out, "1/3")[:-2], 2, "holds a batch of shards"),
+            ("other shards", shard_command(data, out, "1/4", "--resume"), 2, "contains a batch of 3 shards"),
+            ("no shards", shard_command(data, out, "1/3")[:-2], 2, "contains a batch with --shard; use another folder"),
             ("another form", ["batch", other, *shard_command(data, out, "2/3", "--resume")[2:]], 2, "differ from those of shard 2 of 3"),
             *((shard, shard_command(data, out, shard), 2, f'zforms: --shard: "{shard}" is not I/N') for shard in ("4/3", "0/3", "1/-3", "1/3/3", "")),
             ("no data", ["batch", SAMPLE, "--out", out], 2, "--data")]:
@@ -109,11 +109,11 @@ def test_rows_that_want_one_name(folder):
     reports = [folder / "1.json", folder / "2.json"]
     got = [zforms(*shard_command(data, out, f"{i}/2", "--report", report))[::2] for i, report in enumerate(reports, 1)]
     same("statuses", [status for status, _ in got], [0, 3])
-    expect('line 7: its file "q.pdf": it exists already' in got[1][1], "refused", got)
+    expect('line 7: its file "q.pdf": the file already exists' in got[1][1], "refused", got)
     status, text, err = zforms("batch", "--merge-reports", *reports, "--out", out)
     joined = json.loads(text)
     said = [(failure["line"], failure["message"]) for failure in joined["failures"]]
-    same("joined", (status, said), (3, [(line, f'its file "{name}.pdf" is that of line {of}')
+    same("joined", (status, said), (3, [(line, f'the file name "{name}.pdf" is already used by line {of}')
                                         for line, name, of in ((3, "A", 2), (5, "b", 4), (7, "q", 6))]))
     same("counted", (joined["rows"], joined["filled"], joined["failed"]), (8, 5, 3))
     expect(all(message in err for _, message in said), "said", err)
@@ -153,12 +153,12 @@ def test_trouble(folder):
     (folder / "bad.csv").write_text("id,adherent.nom,adherent.pays\n1,A,ZZ\n")
     command = ["batch", SAMPLE, "--data", data, "--name", "{id}.pdf", "--draw", "no", "--out"]
     for label, arguments, status, said in [
-            ("no folder", [*command, folder / "file" / "out"], 75, "cannot be made"),
+            ("no folder", [*command, folder / "file" / "out"], 75, "cannot be created"),
             ("no report", [*command, out, "--report", folder / "none" / "r.json"], 75, "cannot be written"),
             ("a folder as report", [*command, out, "--report", folder], 2, "is a folder"),
             ("a folder as file", [*command[:-1], "--merge", folder], 2, "is a folder"),
             ("two streams", [*command, "-", "--report", "-"], 2, "cannot both go"),
-            ("a bad value", [*command[:3], folder / "bad.csv", "--out", folder / "bad"], 3, "is not one of its choices"),
+            ("a bad value", [*command[:3], folder / "bad.csv", "--out", folder / "bad"], 3, "is not a choice of the field"),
             ("ended by it", [*command[:3], folder / "bad.csv", "--out", folder / "bad2", "--on-error", "stop"], 2, "stopped"),
             ("no table", [*command[:3], folder / "none", "--out", out], 2, "No such file")]:
         got, _, err = zforms(*arguments)
@@ -222,9 +222,9 @@ def test_archives(folder):
     same("in shards", sum((tarfile.open(fileobj=io.BytesIO(part)).getnames() for part in parts), []), [*list(got)[::2], *list(got)[1::2]])
     done = subprocess.run([TOOL, *map(str, command[:5]), "{id}.pdf", *map(str, command[6:]), "-"],
                           stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-    same("names that are taken", (done.returncode, done.stderr.count(b"is that of line")), (3, 100))
+    same("names that are taken", (done.returncode, done.stderr.count(b"is already used by line")), (3, 100))
     status, _, err = zforms(*command, "-", "--resume")
-    expect(status == 2 and "neither continued" in err, "not continued", err)
+    expect(status == 2 and "need a folder" in err, "not continued", err)
 
 
 if __name__ == "__main__":

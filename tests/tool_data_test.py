@@ -12,7 +12,7 @@ import peers
 from tool_case import (ODD_VALUES, SAMPLES, Name, PageForm, WideText, expect, odd_form, page_fields, run_tests, same,
                        zforms)
 
-NONE = "the data hold no value"
+NONE = "the data contain no value"
 SAMPLE = SAMPLES / "membership_form.pdf"
 NAME, USUAL, CITY = "adherent.nom", "adherent.prénom d'usage", "adherent.ville"
 
@@ -134,14 +134,14 @@ TABLES = [  # label, bytes of a CSV file, the values or the message
     ("a mark", "\ufeffadherent.prénom d'usage\nMaé\n", {USUAL: "Maé"}),
     ("windows-1252", "adherent.prénom d'usage;adherent.nom\nMaé;Œuf €\n".encode("cp1252"), {USUAL: "Maé", NAME: "Œuf €"}),
     ("damaged UTF-8", b"adherent.nom,adherent.ville\n\xc3\xa9,\xe9\n", 'line 2: column "adherent.ville": the text is not'),
-    ("two rows", "adherent.nom\nA\nB\n", "it has more than one row"),
+    ("two rows", "adherent.nom\nA\nB\n", "the data have more than one row"),
     ("no row", "adherent.nom,adherent.ville\n", {}),
     ("an open quote", 'adherent.nom\n"A\nB\n',
-     "quote that opens a value in line 2 is not closed, and all that follows, up to line 3, was taken into that value"),
+     "opening quote of a value in line 2 has no closing quote: everything up to line 3 became part of the value"),
     ("an open quote, closed by the next one", 'adherent.nom\n"A\nB\n"C"\n',
-     "line 2: text follows the closing quote of a value; the quote that opens it is in line 2"),
+     "line 2: text follows the closing quote of a value; its opening quote is in line 2"),
     ("an open quote and much behind it", 'adherent.nom\nA\n"' + 'B\n' * (9 << 20),
-     "the quote that opens a value in line 3 is not closed within 16 MB"),
+     "the opening quote of a value in line 3 has no closing quote within 16 MB"),
     ("UTF-16", "adherent.nom\tadherent.prénom d'usage\r\nA\tŁoś\r\n".encode("utf-16"), {NAME: "A", USUAL: "Łoś"}),
     ("UTF-16 that is cut", "\ufeffadherent.nom\r\nA".encode("utf-16-le")[:-1], "the UTF-16 text ends in the middle"),
     ("a cut name without rows", "adherent.no", "did you mean adherent.nom?"),
@@ -164,8 +164,8 @@ OBJECTS = [
     ("a list of lists", '{"adherent.nom": [["A"]]}', "a list holds a list"),
     ("broken off", '{"adherent.nom": "A"', "line 1, column 21: not valid JSON: unexpected end of input"),
     ("too deep", '{"a":' * 5000, "objects nested too deeply"),
-    ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" fills a form for each'),
-    ("a list of two", '[{"adherent.nom": "A"},\n {"adherent.nom": "B"}]', '"zforms batch" fills a form for each'),
+    ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" fills one form for each row'),
+    ("a list of two", '[{"adherent.nom": "A"},\n {"adherent.nom": "B"}]', '"zforms batch" fills one form for each row'),
     ("an empty list", "[ ]", {}),
     ("the column of the file in our tables", '{"file": "a.pdf", "adherent.nom": "A"}', {NAME: "A"}),
     ("no name", '{"": "A"}', ({}, "a value without a name is left out")),
@@ -209,8 +209,8 @@ FORM_DATA = [
     ("cut short before the trailer", form_data("<</T(adherent.nom)/V(A)>>", end=""), "the trailer is missing"),
     ("cut short in the trailer", form_data("<</T(adherent.nom)/V(A)>>")[:-2], "offset "),
     ("cut short in the word", form_data("<</T(adherent.nom)/V(A)>>", end="trail"), 'no object begins with "trail"'),
-    ("a token out of place", form_data("<</T(adherent.nom)/V(A)>> ) <</T(a)>>"), "offset 58: object 1 0: \")\" does not belong here"),
-    ("no field", form_data("<</T(adherent.nom)/V(A)>> 5 0 R"), "entry 2 is no field"),
+    ("a token out of place", form_data("<</T(adherent.nom)/V(A)>> ) <</T(a)>>"), "offset 58: object 1 0: \")\" is unexpected here"),
+    ("no field", form_data("<</T(adherent.nom)/V(A)>> 5 0 R"), "entry 2 is not a field"),
     ("a key twice", form_data("<</T(adherent.nom)/V(A)/V(B)>>"), "object 1 0: "),
     ("two of a name", form_data("<</T(adherent.nom)/V(A)>><</T(adherent)/Kids[<</T(nom)/V(B)>>]>>"),
      'two fields are named "adherent.nom", with different values'),

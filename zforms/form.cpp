@@ -153,7 +153,7 @@ void ZForm::Implementation::TakeFaults(const Chaine& where) {
   for (; unequal_taken < filler->Unequal().size(); unequal_taken++) {
     Say(Severity::kNote, About::kData,
         (where + "field \"" + filler->Unequal()[unequal_taken] +
-         "\": the first field of the name holds this value, and the others keep theirs")
+         "\": several fields have this name; the first one has this value already, and the others keep theirs")
             .ToString());
   }
 }
@@ -267,12 +267,12 @@ std::vector<ZFormField> ZForm::ExportedFields(bool all) {
   std::erase_if(fields, [all](const ZFormField& field) { return all ? !field.HasData() : !field.IsExported(); });
   if (!left_out.empty()) {
     implementation_->Say(Severity::kNote, About::kForm,
-                         "left out, as the form marks them as not to be exported: " + left_out, Remedy::kExportAll);
+                         "not exported, because the form marks them as \"no export\": " + left_out, Remedy::kExportAll);
   }
   if (const std::string unequal = NamesUnequal(fields); !unequal.empty()) {
     implementation_->Say(
         Severity::kWarning, About::kForm,
-        "several fields of one name hold different values, and the first one's is exported: " + unequal);
+        "several fields with the same name have different values, and only the first value is exported: " + unequal);
   }
   return fields;
 }
@@ -325,7 +325,7 @@ std::string ZForm::Export(ExportFormat format, bool all) {
   Chaine text = ExportDocument(form, *own.form.Parser(), format, &replaced);
   if (replaced > 0) {
     own.Say(Severity::kWarning, About::kForm,
-            std::to_string(replaced) + " characters that XML has no place for became U+FFFD");
+            std::to_string(replaced) + " characters that XML does not allow were replaced by U+FFFD");
   }
   return text.ToString();
 }

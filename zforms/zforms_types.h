@@ -24,7 +24,7 @@ typedef enum zforms_status {
   ZFORMS_ERROR_SERVER = 7,     // the server cannot start
   ZFORMS_ERROR_STOPPED = 8,    // a callback asked to stop
   ZFORMS_ERROR_MEMORY = 9,     // there is not enough memory; the handle can only be freed
-  ZFORMS_ERROR_INTERNAL = 10   // a fault of the library; the handle can only be freed
+  ZFORMS_ERROR_INTERNAL = 10   // an internal error of the library; the handle can only be freed
 } zforms_status;
 
 // A function that reads a text takes `buffer`, the size of the buffer in bytes, and `length`. It writes the text and a

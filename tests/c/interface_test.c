@@ -122,7 +122,7 @@ static void test_values(void) {
   } cases[] = {
       {"adherent.nom", "Lebœuf", ZFORMS_OK, "Lebœuf"},
       {"adherent.pays", "Belgique", ZFORMS_OK, "BE"},
-      {"adherent.pays", "ZZ", ZFORMS_ERROR_DATA, "is not one of its choices"},
+      {"adherent.pays", "ZZ", ZFORMS_ERROR_DATA, "is not a choice of the field"},
       {"accords.statuts", "yes", ZFORMS_OK, "Oui"},
       {"formule", "Étudiant", ZFORMS_OK, "Étudiant"},
       {"adherent.viles", "Sète", ZFORMS_ERROR_NOT_FOUND, "did you mean adherent.ville?"},
@@ -204,7 +204,7 @@ static void test_batch(void) {
   } cases[] = {
       {1, ZFORMS_OVERWRITE, ZFORMS_ERROR_STOPPED, "1 1-Łoś.pdf|"},
       {0, ZFORMS_OVERWRITE, ZFORMS_ERROR_DATA,
-       "1 1-Łoś.pdf|2 line 3: field \"adherent.pays\": \"XX\" is not one of its choices|3 _._3-Zoé.pdf|4 1-Noé.pdf|"},
+       "1 1-Łoś.pdf|2 line 3: field \"adherent.pays\": \"XX\" is not a choice of the field|3 _._3-Zoé.pdf|4 1-Noé.pdf|"},
       {0, 0, ZFORMS_ERROR_DATA, "1 the file \"1-Łoś.pdf\" exists|"},
   };
   int count = 0;
@@ -230,7 +230,7 @@ static void test_batch(void) {
     CHECK(*expected == 0, rows);
     zforms_batch_free(batch);
   }
-  CHECK(strstr(messages, "01 column \"id\" feeds no field|") != NULL, messages);
+  CHECK(strstr(messages, "01 column \"id\" fills no field and is ignored|") != NULL, messages);
   zforms_form_free(form);
 }
 

@@ -113,11 +113,11 @@ TEST(Calculation, ScriptsAreListed) {
   std::string all;
   for (const std::string& line : DescribeScripts(ScriptsOf(text.Form()))) all += line + "\n";
   EXPECT_EQ(all,
-            "a script of its own (open) of the document, the document\n"
-            "a script of its own (page open) of the document\n"
+            "a custom script (open) of the document, the document\n"
+            "a custom script (page open) of the document\n"
             "AFNumber_Format (format) of \"a\"\n"
-            "a script of its own (calculate) of \"b\"\n"
-            "a script of its own (press) of \"b\"\n");
+            "a custom script (calculate) of \"b\"\n"
+            "a custom script (press) of \"b\"\n");
 }
 
 }  // namespace

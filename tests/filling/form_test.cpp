@@ -73,10 +73,11 @@ TEST(Form, ValuesAreSetAndSaved) {
     const char* said;  // the beginning
   } cases[] = {
       {"name", kName, kName, ""},
-      {"name", "more than ten", "", "wd0: field \"name\": \"more than ten\" has 13 characters, and it takes 10"},
+      {"name", "more than ten", "", "wd0: field \"name\": \"more than ten\" has 13 characters; the field takes 10"},
       {"member", "yes", "On", ""},
       {"country", "Belgique", "BE", ""},
-      {"country", "XX", "", "wd0: field \"country\": \"XX\" is not one of its choices; it takes \"FR\" (France)"},
+      {"country", "XX", "",
+       "wd0: field \"country\": \"XX\" is not a choice of the field; its choices are \"FR\" (France)"},
       {"nane", "x", "no such field", "wd0: no field is named \"nane\"; did you mean name?"},
   };
   const std::string before = BytesOf(Sample());
@@ -118,7 +119,7 @@ TEST(Form, ExportsFillOtherForms) {
     ASSERT_TRUE(form.OpenBytes(BytesOf(Sample())) && other.OpenBytes(BytesOf(Sample())));
     EXPECT_TRUE(form.SetValue("name", kName) && form.SetValue("member", "On") && form.SetValue("country", "FR"));
     const std::string data = form.Export(format.format);
-    EXPECT_EQ(Said(form), "no6: left out, as the form marks them as not to be exported: \"note\"");
+    EXPECT_EQ(Said(form), "no6: not exported, because the form marks them as \"no export\": \"note\"");
     EXPECT_EQ(data.find("kept"), std::string::npos);
     EXPECT_TRUE(other.Fill(data)) << data;
     EXPECT_EQ(Said(other), "");
@@ -151,8 +152,8 @@ TEST(Form, WhatCannotBeDoneIsSaid) {
       {"no form", PdfText().Header().Object(1, "<</Type/Catalog>>").Xref().Trailer("/Root 1 0 R").Bytes().ToString(),
        "{}", true, "fo0: the document has no form"},
       {"no data", good, "%FDF-1.2", true, "fd0: not an FDF file"},
-      {"two rows", good, "name\nA\nB\n", true, "fd0: it has more than one row"},
-      {"no values", good, "{}", true, "nd0: the data hold no value"},
+      {"two rows", good, "name\nA\nB\n", true, "fd0: the data have more than one row"},
+      {"no values", good, "{}", true, "nd0: the data contain no value"},
       {"the line of a row", good, "name\n\n12345678901\n", true, "wd0: line 3: field \"name\": "},
       {"certified", signed_form, "{\"name\":\"x\"}", true, "wo1: is certified"},
   };
@@ -202,7 +203,7 @@ TEST(Form, WhatIsFilledInIsDrawn) {
       {"all but what is locked", true, true, false, "new", "012", false, ""},
       {"all, by the host", false, false, true, "new", "012", false, ""},
       {"a character without a font", true, true, false, "x\xCD\xB8", "012", true,
-       "wo0: field \"a\": no font has the character \"\xCD\xB8\" (U+0378)|no0: not all could be drawn"},
+       "wo0: field \"a\": no font has the character \"\xCD\xB8\" (U+0378)|no0: some fields could not be drawn"},
       {"the same, never asked", false, true, false, "x\xCD\xB8", "01", false, "wo0: field \"a\": no font has"},
       {"what does not fit", true, true, false, std::string(40, 'W'), "012", false,
        "wo0: field \"a\": 30 of 40 characters do not fit"},

@@ -173,10 +173,10 @@ TEST(ModernTest, DamagedSections) {
       {"/W[1 2 1]/Filter/LZWDecode", records,
        "the cross-reference stream cannot be read: unsupported filter /LZWDecode", ""},
       {"/W[1 2 1]/Filter/FlateDecode", records,
-       "the cross-reference stream cannot be read: its compressed data are damaged", ""},
-      {"/W[1 2 1]/Filter/FlateDecode/Index[1 1]", Deflated(records).substr(0, 14), "", "compressed data are damaged"},
+       "the cross-reference stream cannot be read: its compressed data is damaged", ""},
+      {"/W[1 2 1]/Filter/FlateDecode/Index[1 1]", Deflated(records).substr(0, 14), "", "compressed data is damaged"},
       {"/W[1 2 1]/Filter/FlateDecode", Deflated(std::string(20 << 20, '\1')),
-       "the cross-reference stream cannot be read: its data exceed the size limit", ""},
+       "the cross-reference stream cannot be read: its data is larger than the limit", ""},
       {"/Type/Other/W[1 2 1]", records, "the object at the cross-reference offset is not a cross-reference stream", ""},
   };
   for (const auto& c : cases) {
@@ -208,19 +208,19 @@ TEST(ModernTest, DamagedObjectStreams) {
       {"/N 2/First 11", "10 2 11 0  7 (x)", "(x)", "7", ""},
       {"/N 2/First 11", "10 0 10 2  7 (x)", "7", "none",
        "object 5 0: the object stream lists an object more than once"},
-      {"/N 2/First 11", "10 0 11 0  7 (x)", "", "7", "the text after its value"},
+      {"/N 2/First 11", "10 0 11 0  7 (x)", "", "7", "text after the value"},
       {"/N 2/First 11", "10 0 11 9  7    ", "7", "", ""},
       {"/N 2/First 11", "10 0 11 99 7    ", "7", "", ""},
-      {"/N 1/First 11", "10 0 11 2  7 (x)", "7", "none", "does not hold it"},
-      {"/N 9/First 11", "10 0 11 2  7 (x)", "7", "(x)", "lists fewer objects than it announces"},
+      {"/N 1/First 11", "10 0 11 2  7 (x)", "7", "none", "does not contain it"},
+      {"/N 9/First 11", "10 0 11 2  7 (x)", "7", "(x)", "lists fewer objects than \"/N\" says"},
       {"/N 2/First 99", "10 0 11 2  7 (x)", "", "", ""},
-      {"/N 2", "10 0 11 2  7 (x)", "none", "none", "lists fewer objects than it announces"},
-      {"/First 11", "10 0 11 2  7 (x)", "none", "none", "does not hold it"},
-      {"/N 2/First 11", "10 0 x1 2  7 (x)", "7", "none", "lists fewer objects than it announces"},
-      {"/N 2/First 11/Filter/FlateDecode", "10 0 11 2  7 (x)", "none", "none", "compressed data are damaged"},
+      {"/N 2", "10 0 11 2  7 (x)", "none", "none", "lists fewer objects than \"/N\" says"},
+      {"/First 11", "10 0 11 2  7 (x)", "none", "none", "does not contain it"},
+      {"/N 2/First 11", "10 0 x1 2  7 (x)", "7", "none", "lists fewer objects than \"/N\" says"},
+      {"/N 2/First 11/Filter/FlateDecode", "10 0 11 2  7 (x)", "none", "none", "compressed data is damaged"},
       {"/N 1/First 5/Extends 7 0 R", "10 0 7", "7", "(extended)", ""},
-      {"/N 1/First 5/Extends 5 0 R", "10 0 7", "7", "none", "does not hold it"},
-      {"/N 1/First 5/Extends 10 0 R", "10 0 7", "7", "none", "does not hold it"},
+      {"/N 1/First 5/Extends 5 0 R", "10 0 7", "7", "none", "does not contain it"},
+      {"/N 1/First 5/Extends 10 0 R", "10 0 7", "7", "none", "does not contain it"},
   };
   for (const auto& c : cases) {
     PdfText text;
@@ -248,7 +248,7 @@ TEST(ModernTest, BombsAndLoopsEnd) {
   ZPDFParser parser;
   ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
   EXPECT_EQ(ValueOf(parser, 30), "none");
-  EXPECT_NE(WarningsOf(parser).find("object 20 0: the object stream is damaged: its data exceed"), std::string::npos)
+  EXPECT_NE(WarningsOf(parser).find("object 20 0: the object stream is damaged: its data is larger"), std::string::npos)
       << WarningsOf(parser);
   // The length of stream 7 is stored in stream 7 itself.
   EXPECT_EQ(ValueOf(parser, 8), "3");

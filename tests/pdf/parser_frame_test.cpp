@@ -25,7 +25,7 @@ TEST(ParserFrame, FrameChecksFailWithTheirReason) {
       {good + "junk after the end\n", ""},
       {"", "not a PDF file: it does not begin with \"%PDF-\""},
       {" " + good, "not a PDF file: it does not begin with \"%PDF-\""},
-      {"%PDF-1.4 startxref 0 %%EOF", "the header line does not end"},
+      {"%PDF-1.4 startxref 0 %%EOF", "no line end follows the header (\"%PDF-\")"},
       {Replaced(good, "%%EOF", "%%E0F"), "the file is cut short: \"%%EOF\" is missing"},
       {"%PDF-1.4\n%%EOF\n", "the file ends after its header"},
       {"%PDF-1.4\r\n\r\nstartxref 0 %%EOF\n", "the file ends after its header"},

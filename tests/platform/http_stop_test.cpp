@@ -70,7 +70,7 @@ TEST(ZHTTPServer, StopCutsWhatTakesTooLong) {
   opener.join();
   EXPECT_EQ(server.served, 0) << "a request was served after its connection was cut";
   ASSERT_EQ(server.Log().size(), 3U);
-  EXPECT_EQ(server.Log()[1].reason, "the server stops");
+  EXPECT_EQ(server.Log()[1].reason, "the server is stopping");
 }
 
 // A page may ask the host's thread for something while that thread stops the server.

@@ -55,7 +55,7 @@ void Console::Fail(std::string_view what) {
 }
 
 int Console::Finish() {
-  if (warnings_ > kShownWarnings) Print("and " + std::to_string(warnings_ - kShownWarnings) + " more like these");
+  if (warnings_ > kShownWarnings) Print("and " + std::to_string(warnings_ - kShownWarnings) + " more warnings");
   if (failed_) return kFailed;
   return warnings_ > 0 ? kDoneWithWarnings : kDone;
 }

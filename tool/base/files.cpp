@@ -65,7 +65,7 @@ bool IsSameFile(const std::string& a, const std::string& b) {
 bool KeepsInputs(const std::string& output, const std::vector<std::string>& inputs, Console& console) {
   for (const std::string& input : inputs) {
     if (!IsSameFile(output, input)) continue;
-    console.Fail("\"" + output + "\" is the input, and would be overwritten");
+    console.Fail("\"" + output + "\" is both the input and the output; write to another file");
     return false;
   }
   return true;

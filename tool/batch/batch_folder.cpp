@@ -20,8 +20,8 @@ constexpr std::string_view kLedger = ".zforms-batch";
 constexpr std::string_view kPart = ".zforms-part-";
 
 constexpr std::string_view kLock = ".zforms-lock";
-constexpr const char* kNotRecorded = "the record of the batch cannot be written";
-constexpr const char* kMeanwhile = "a file of that name was created in the meantime";
+constexpr const char* kNotRecorded = "cannot write the record of the batch";
+constexpr const char* kMeanwhile = "another program has created a file with this name in the meantime";
 constexpr size_t kPrinted = 4096;
 
 // True when the PDF is complete. After a crash of the machine a file may lack bytes that never reached the disk.
@@ -78,7 +78,7 @@ bool BatchFolder::Take(BatchFault* fault) {
   std::error_code failed;
   std::filesystem::create_directories(FilePath(folder_), failed);
   if (!std::filesystem::is_directory(FilePath(folder_), failed)) {
-    *fault = {"the folder " + folder_ + " cannot be made", true};
+    *fault = {"the folder " + folder_ + " cannot be created", true};
     return false;
   }
   if (shard_.IsPart()) return true;
@@ -100,7 +100,7 @@ bool BatchFolder::Open(uint64_t job, BatchFault* fault) {
 bool BatchFolder::OpenShard(uint64_t job, BatchFault* fault) {
   std::error_code failed;
   if (std::filesystem::exists(FilePath(PathOf(std::string(kLedger))), failed)) {
-    *fault = {"the folder " + folder_ + " holds a batch without shards"};
+    *fault = {"the folder " + folder_ + " contains a batch without --shard; use another folder"};
     return false;
   }
   if (!ledger_.CreateTemporary(&fault->what)) {
@@ -118,7 +118,7 @@ bool BatchFolder::Finish(BatchFault*) {
 
 bool BatchFolder::OpenLedger(uint64_t job, BatchFault* fault) {
   if (ShardRecord::AnyIn(folder_)) {
-    *fault = {"the folder " + folder_ + " holds a batch of shards"};
+    *fault = {"the folder " + folder_ + " contains a batch with --shard; use another folder"};
     return false;
   }
   RemoveLeftOvers();
@@ -139,7 +139,7 @@ bool BatchFolder::OpenLedger(uint64_t job, BatchFault* fault) {
     }
     case Mode::kNew: break;
   }
-  *fault = {"the folder " + folder_ + " holds an earlier batch: --resume continues it, --overwrite starts over"};
+  *fault = {"the folder " + folder_ + " contains an earlier batch: --resume continues it, --overwrite starts over"};
   return false;
 }
 
@@ -185,7 +185,7 @@ BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, u
   }
   // A run that was replaced by this one may still be alive and write the same forms.
   if (shard_.IsPart()) return Place::kUnsure;
-  *fault = {"its file \"" + seat.name + "\" exists already and is not from this batch"};
+  *fault = {"the file \"" + seat.name + "\" already exists and does not belong to this batch"};
   return Place::kRefused;
 }
 
@@ -193,7 +193,7 @@ BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, u
 bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* fault) {
   Chaine there;
   if (ReadFile(PathOf(seat.name), &there) && there == bytes) return true;
-  *fault = {"it exists already and is not from this shard"};
+  *fault = {"the file already exists and does not belong to this shard"};
   if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
   return false;
 }

@@ -63,7 +63,7 @@ class BatchOutput {
 
  protected:
   BatchFault TakenBy(const Seat& seat, uint64_t line) const {
-    return {"its file \"" + seat.name + "\" is that of " + unit_ + std::to_string(line)};
+    return {"the file name \"" + seat.name + "\" is already used by " + unit_ + std::to_string(line)};
   }
 
  private:

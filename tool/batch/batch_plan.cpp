@@ -32,7 +32,7 @@ bool BatchPlan::Make(const BatchOptions& options, ZAcroForm& form, const Filling
   mapped_ = !options.maps.empty();
   if (mapped_) return TakeMaps(options, reports, console);
   if (!options.rubrics.empty()) {
-    console.Fail("--rubric needs maps (--map)");
+    console.Fail("--rubric needs --map");
     return false;
   }
   TakeAllFields(reports, order);
@@ -96,13 +96,13 @@ void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, con
   const std::string full = reference.rubric.ToString() + "." + reference.field.ToString();
   BatchField field{report.name, filler_->RuleOf(report.name), reference.field.ToString(), full, false, {}};
   if (field.rule == nullptr || !field.rule->IsFillable()) {
-    console.Warn("field \"" + field.name + "\" is a signature or a push button, and is not filled");
+    console.Warn("field \"" + field.name + "\" is a signature or a push button, which cannot be filled");
     return;
   }
   if (fixed_.contains(Folded(reference.rubric))) {
     const ZField* data = mapper.Rubric(reference.rubric)->Find(reference.field);
     if (data == nullptr) {
-      console.Warn("field \"" + field.name + "\": there is no \"" + full + "\"");
+      console.Warn("field \"" + field.name + "\": the rubric has no value \"" + full + "\"");
       return;
     }
     field.is_constant = true;
@@ -177,7 +177,7 @@ std::vector<std::string> BatchPlan::Unused(const std::vector<std::string>& names
 }
 
 std::string BatchPlan::WhyUnused(const std::string& name) const {
-  const std::string what = "column \"" + name + "\" feeds no field";
+  const std::string what = "column \"" + name + "\" fills no field and is ignored";
   if (mapped_) return what;
   const std::shared_ptr<const ZFieldRule> rule = filler_->RuleOf(name);
   if (rule == nullptr) return what + filler_->NearNamesOf(name).ToString();

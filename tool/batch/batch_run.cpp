@@ -167,7 +167,7 @@ void BatchRun::CheckNameless(const Row& row) {
   const auto is_lost = [&row](size_t i) { return !row.cells[i].text.empty(); };
   if (said_nameless_ || std::none_of(nameless_.begin(), nameless_.end(), is_lost)) return;
   said_nameless_ = true;
-  console_.Warn("line " + std::to_string(row.line) + ": a value without a name feeds no field");
+  console_.Warn("line " + std::to_string(row.line) + ": a value without a name is left out");
 }
 
 // Prints once for each column that it matches no field.

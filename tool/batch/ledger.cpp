@@ -106,7 +106,7 @@ bool Ledger::CreateTemporary(std::string* error) {
       Execute("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF") && MakeTables(0)) {
     return true;
   }
-  *error = std::string("a temporary file cannot be made: ") + sqlite3_errmsg(database_);
+  *error = std::string("cannot create a temporary file: ") + sqlite3_errmsg(database_);
   return false;
 }
 
@@ -163,7 +163,7 @@ bool Ledger::Open(const std::string& path, uint64_t job, std::string* error) {
     return false;
   }
   if (job_ != job) {
-    *error = "the form, the maps or the file names differ from those of the earlier batch";
+    *error = "the form, the maps or the file names differ from those of the earlier batch; --overwrite starts over";
     return false;
   }
   return StartRun(job, since_, error);

@@ -30,7 +30,7 @@ std::string HexString(std::string_view bytes) {
 bool OffsetFile::Open(std::string* error) {
   constexpr auto kMode = std::ios::in | std::ios::out | std::ios::trunc | std::ios::binary;
   if (!folder_.Path().IsEmpty()) file_.open(FilePath(folder_.PathOf("offsets").ToString()), kMode);
-  if (!file_.is_open()) *error = "no temporary file can be made";
+  if (!file_.is_open()) *error = "cannot create a temporary file";
   return file_.is_open();
 }
 

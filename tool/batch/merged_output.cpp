@@ -49,7 +49,8 @@ LooseObject MergedOutput::Shared(uint32_t number) {
 
 bool MergedOutput::Open(uint64_t, BatchFault* fault) {
   if (form_->Parser()->IsEncrypted() || form_->Parser()->Root() == nullptr) {
-    *fault = {"an encrypted form is not merged; \"zforms rewrite --decrypt\" decrypts it"};
+    *fault = {
+        "the form is encrypted, and --merge needs one without encryption; \"zforms rewrite --decrypt\" decrypts it"};
     return false;
   }
   maker_ = std::make_unique<RowPagesMaker>(*form_);

@@ -138,7 +138,7 @@ bool ShardMerger::ReadReport(const std::string& path) {
     if (report.is_object() && report.contains("shard")) return Take(path, report);
   } catch (const Json::exception&) {
   }
-  Console(path).Fail(file.is_open() ? "it is not the report of a shard" : "the report cannot be read");
+  Console(path).Fail(file.is_open() ? "not the report of a shard" : "the report cannot be read");
   return false;
 }
 
@@ -148,7 +148,7 @@ bool ShardMerger::Take(const std::string& path, Json& report) {
   for (const char* key : {"form", "data"}) head[key] = report.at(key);
   if (report.contains("query")) head["query"] = report.at("query");
   if (!shard.Parse(report.at("shard").get<std::string>()) || (count_ > 0 && (count_ != shard.count || head_ != head))) {
-    Console(path).Fail("it is the report of another batch");
+    Console(path).Fail("the report belongs to another batch");
     return false;
   }
   count_ = shard.count;
@@ -188,8 +188,8 @@ void ShardMerger::CheckResults() {
   for (const auto& [index, other] : shards_) {
     if (!summary.contains("result") || !other.contains("result") || other["result"] == summary["result"]) continue;
     console_.Warn("shards " + std::to_string(first) + " and " + Shard{index, count_}.Name(" of ") +
-                  " read different rows: the data changed, or ORDER BY does not settle the order of the query; fill "
-                  "all shards into a new folder");
+                  " read different rows: the data changed, or ORDER BY does not fix the order of all rows; fill "
+                  "all shards again, into a new folder");
   }
 }
 
@@ -202,7 +202,7 @@ bool ShardMerger::JoinNames() {
     is_read = names.Add(options_.folder, {index, count_}, &is_there);
     if (is_there || !shards_.contains(index)) continue;
     console_.Warn("the folder has no record of shard " + Shard{index, count_}.Name(" of ") +
-                  ": the names of its files are not compared");
+                  ": its file names were not compared with those of the other shards");
   }
   if (is_read) names.ForEachPair([this](const auto&... row) { FailRow(row...); });
   return is_read;
@@ -212,7 +212,8 @@ bool ShardMerger::JoinNames() {
 // there, which is that of the other row.
 void ShardMerger::FailRow(const WantedNames::Row& loser, const WantedNames::Row& holder, bool is_written) {
   const std::string unit = head_.contains("query") ? "row " : "line ";
-  const std::string what = "its file \"" + loser.file + "\" is that of " + unit + std::to_string(holder.line);
+  const std::string what =
+      "the file name \"" + loser.file + "\" is already used by " + unit + std::to_string(holder.line);
   console_.Warn(unit + std::to_string(loser.line) + ": " + what);
   if (is_written) {
     totals_[totals_["filled"] > 0 ? "filled" : "filled_before"]--;

@@ -131,7 +131,7 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
   std::vector<std::string> own;
   for (const RecordName& record : RecordsIn(folder)) {
     if (record.shard.count != shard.count) {
-      *fault = {"the folder " + folder + " holds a batch of " + std::to_string(record.shard.count) + " shards"};
+      *fault = {"the folder " + folder + " contains a batch of " + std::to_string(record.shard.count) + " shards"};
       return false;
     }
     const std::string path = PathOf(folder, record.shard, record.run);
@@ -145,16 +145,17 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
     if (!is_own && differs && own.empty()) other = record.shard.Name(" of ");
   }
   if (start == Start::kNew && !own.empty()) {
-    *fault = {"the folder " + folder + " holds an earlier run of shard " + shard.Name(" of ") +
+    *fault = {"the folder " + folder + " contains an earlier run of shard " + shard.Name(" of ") +
               ": --resume continues it, --overwrite starts over"};
   } else if (start != Start::kOverwrite && !other.empty()) {
-    *fault = {"the form, the maps or the file names differ from those of shard " + other};
+    *fault = {"the form, the maps or the file names differ from those of shard " + other +
+              "; give all shards the same"};
   }
   for (const std::string& path : own) {
     if (fault->what.empty()) Restore(path, ledger, fault);
   }
   if (fault->what.empty() && start == Start::kOverwrite && !ledger->MarkAllStale()) {
-    *fault = {"the record of the shard cannot be made", true};
+    *fault = {"cannot create the record of the shard", true};
   }
   return fault->what.empty() && Create(folder, shard, start, fault);
 }

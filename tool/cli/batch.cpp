@@ -31,7 +31,7 @@ std::string FaultOf(const BatchOptions& options) {
   }
   const bool is_archive = options.folder == kStandardStream;
   if ((is_archive || !options.merged.empty()) && (options.resume || options.overwrite)) {
-    return "an archive or a merged file can be neither continued nor overwritten";
+    return "--resume and --overwrite need a folder; an archive or a merged file is always written from the beginning";
   }
   if (is_archive && options.report == kStandardStream) {
     return "the archive and the report cannot both go to standard output";
@@ -39,8 +39,10 @@ std::string FaultOf(const BatchOptions& options) {
   for (const std::string& file : {options.merged, options.report}) {
     if (std::error_code error; std::filesystem::is_directory(FilePath(file), error)) return file + " is a folder";
   }
-  if (options.merged == kStandardStream) return "a merged file is not written to standard output";
-  return is_archive && TerminalColumns() > 0 ? "the archive is not written to a terminal" : "";
+  if (options.merged == kStandardStream) return "--merge needs a file; it cannot write to standard output";
+  return is_archive && TerminalColumns() > 0
+             ? "--out - needs a file or a pipe; it cannot write the archive to a terminal"
+             : "";
 }
 
 // Reads the file with the query. When it cannot be read, prints the reason and returns false.

@@ -42,7 +42,7 @@ std::string Count(size_t count, const char* thing) {
 
 std::string KindText(const ZAcroForm& form, ZAcroFormChangeRules::XFA xfa) {
   std::string kind = form.IsValid() ? "PDF form" : "PDF document without a form";
-  if (xfa == ZAcroFormChangeRules::XFA::kAlone) kind += " of XFA alone, without fields";
+  if (xfa == ZAcroFormChangeRules::XFA::kAlone) kind += " of XFA only, without fields";
   if (form.Parser()->IsLinearized()) kind += ", linearized";
   if (xfa == ZAcroFormChangeRules::XFA::kBeside) kind += ", with an XFA form beside it";
   return kind;
@@ -66,7 +66,7 @@ void AddRules(const ZAcroFormChangeRules& rules, const std::vector<ZFormField>& 
 std::string SectionsText(const ZPDFParser& parser) {
   if (parser.SectionCount() == 0) return "a rebuilt table";
   return Count(parser.SectionCount(), "cross-reference section") +
-         (parser.XRefIsStream() ? (parser.SectionCount() == 1 ? " (a stream)" : " (the newest a stream)") : "");
+         (parser.XRefIsStream() ? (parser.SectionCount() == 1 ? " (a stream)" : " (the newest is a stream)") : "");
 }
 
 std::string EncryptionText(const ZPDFEncryption* encryption) {
@@ -130,7 +130,7 @@ void CheckFields(const std::vector<ZFormField>& fields, Console& console) {
     const std::string where = ObjectText({field.object_number, field.generation});
     if (field.name.empty()) console.Warn(where + "a field has no name");
     if (field.kind == ZFormField::Kind::kNone) console.Warn(where + "field \"" + field.name + "\" has no type");
-    if (field.widgets.empty()) console.Warn(where + "field \"" + field.name + "\" is shown nowhere");
+    if (field.widgets.empty()) console.Warn(where + "field \"" + field.name + "\" has no widget on any page");
   }
 }
 
@@ -142,7 +142,7 @@ void CheckPageFields(const ZAcroForm& form, Console& console) {
     const auto object = objects.find(field->Dico());
     const std::string name = "\"" + field->FullNameUTF8().ToString() + "\"";
     console.Warn(ObjectText(object == objects.end() ? ZPDFObjectIdentifier() : object->second) +
-                 (field->HasParent() ? "a page shows a widget of field " + name + ", which does not list it (\"/Kids\")"
+                 (field->HasParent() ? "a page shows a widget that is not in \"/Kids\" of its field " + name
                                      : "a page shows field " + name + ", which the form does not list (\"/Fields\")"));
   }
 }

@@ -29,7 +29,7 @@ inline void AddDrawing(CLI::App* command, DrawingOptions* drawing) {
       ->add_option_function<std::string>(
           "--draw", [drawing](const std::string& what) { drawing->draw = what == "yes"; },
           "\"yes\" draws the fields that change, and all fields of a form that asks viewers to draw them; \"no\" "
-          "leaves the drawing to viewers, which not all of them do.")
+          "leaves the drawing to viewers, and not all viewers draw fields.")
       ->check(CLI::IsMember({"yes", "no"}))
       ->default_str("yes");
   AddFonts(command, &drawing->fonts);
@@ -39,17 +39,17 @@ inline void AddCalculate(CLI::App* command, bool* calculate) {
   command
       ->add_option_function<std::string>(
           "--calculate", [calculate](const std::string& what) { *calculate = what == "yes"; },
-          "\"yes\" computes the fields that depend on what is filled in, refuses numbers that are out of range and "
-          "draws "
-          "values in their formats, where the form's scripts do so by the common functions; \"no\" leaves the scripts.")
+          "\"yes\" does what the common functions in the scripts of the form say: it computes fields from others, "
+          "refuses numbers that are out of range and draws values in their formats. \"no\" ignores the scripts.")
       ->check(CLI::IsMember({"yes", "no"}))
       ->default_str("yes");
 }
 
 inline void AddForce(CLI::App* command, bool* force) {
-  command->add_flag("--force", *force,
-                    "Make changes that a signature or a certification forbids; it is then no longer valid. With "
-                    "--recover, write the file even when pages or the form lose what cannot be read.");
+  command->add_flag(
+      "--force", *force,
+      "Make changes that a signature or a certification forbids; the signature is then no longer valid. With "
+      "--recover, write the file even when pages or the form lose what cannot be read.");
 }
 
 inline void AddRecover(CLI::App* command, bool* recover) {

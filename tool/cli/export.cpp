@@ -75,7 +75,7 @@ int RunExport(const ExportOptions& options) {
   if (Console output(options.output); !KeepsInputs(options.output, options.files, output)) return kFailed;
   if (options.spreadsheet && options.format != ExportFormat::kCSV) {
     Console console("export");
-    console.Fail("--spreadsheet goes with --format csv");
+    console.Fail("--spreadsheet needs --format csv");
     return console.Finish();
   }
   if (NameOf(options.format).takes_several) return RunTable(options);

@@ -204,7 +204,7 @@ class Importer {
         const Chaine target = action == nullptr ? Chaine() : action->GetStringValue("/F");
         if (target.IsEmpty()) continue;
         field->GetAction()->SetURL(ZInetURL(target));
-        Say("the mark that \"" + name.ToString() + "\" submits to a URL");
+        Say("the file system \"/URL\" to the address of the button \"" + name.ToString() + "\"");
       }
     }
   }
@@ -228,7 +228,7 @@ class Importer {
                                      page + ")>>>>",
                                  "");
     if (!added) return;
-    const std::string where = is_shown ? "on the first page" : "for the bar of the page in a browser";
+    const std::string where = is_shown ? "on the first page" : "in the tool bar of the page for browsers";
     Say("the button \"" + label + "\" " + where + ", which submits to \"" + page + "\"");
     if (!labels_.empty() && !is_shown) Say("place on the first page for the button \"" + label + "\"", "not found");
   }
@@ -242,11 +242,11 @@ class Importer {
           action->RemoveValue("/Fields");
           flags &= ~ZAcroFormAction::kSubmitAllButFlag;
           action->SetValue("/Flags", flags);
-          Say("all fields to what \"" + name.ToString() + "\" submits");
+          Say("all fields to the submission of the button \"" + name.ToString() + "\"");
         }
         if ((flags & ZAcroFormAction::kSubmitXFDFFlag) != 0) continue;
         action->SetValue("/Flags", (flags & ~kOtherFormats) | ZAcroFormAction::kSubmitXFDFFlag);
-        Say("XFDF as what \"" + name.ToString() + "\" submits");
+        Say("XFDF as the format of the button \"" + name.ToString() + "\"");
       }
     }
   }
@@ -283,7 +283,7 @@ bool NeedsPassword(const ZAcroForm& form) {
 void OpenWithoutPassword(ZAcroForm& form) {
   if (!NeedsPassword(form)) return;
   form.SetPasswords(Chaine(), form.EncryptionLoad()->UserPassword());
-  Say("an empty user password, so that the server can open it; the owner password is the one given");
+  Say("an empty user password, so that the server can open the form; the given password is now the owner password");
 }
 
 }  // namespace
@@ -316,7 +316,8 @@ int RunImport(const ImportOptions& options) {
     console.Fail(mended.Diagnostics().Failure());
     return console.Finish();
   }
-  if (!is_classic) Say("a cross-reference table, for cross-reference streams; the file is written as a new file");
+  if (!is_classic)
+    Say("a cross-reference table in place of the cross-reference streams; the file is written as a new file");
   for (const std::string& fault : CheckTemplate(mended)) console.Warn(fault);
   for (const std::string& script : DescribeScripts(ScriptsOf(mended))) Say(script, "script");
   if (!DrawButtons(mended, &bytes)) {

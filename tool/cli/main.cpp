@@ -112,19 +112,21 @@ class CommandLine {
   void AddFill() {
     CLI::App* command =
         Add("fill", "Fill a form from an XFDF, FDF, JSON or CSV file.",
-            "The change is appended to the file; its old bytes do not change. Names that the form does\n"
-            "not have, and values that a field does not take, are reported. Such a field keeps its old\n"
-            "value. CSV without a column that names a field fills nothing; the exit status is then 2.\n"
-            "A null leaves the field unchanged; data without any value are not an error. Fields that\n"
-            "change are drawn, so that every viewer shows them. Text that does not fit, and\n"
-            "characters that no font has, are reported. Damage in the form is reported, and the exit\n"
-            "status is 3.",
+            "The change is appended to the file; its old bytes do not change. The command reports names\n"
+            "that the form does not have, and values that a field does not take; such a field keeps its\n"
+            "old value. If no column of a CSV file has the name of a field, nothing is filled and the exit\n"
+            "status is 2. A null leaves the field unchanged. Data without any value is not an error.\n"
+            "Fields that change are drawn, so that every viewer shows them. Text that does not fit, and\n"
+            "characters that no font has, are reported. Damage in the form is reported too, and the exit\n"
+            "status is then 3.",
             "  zforms fill form.pdf data.xfdf -o filled.pdf\n  zforms fill form.pdf row.csv -o form.pdf",
             [this] { return RunFill(fill_); });
     AddFile(command, &fill_.file);
     command
-        ->add_option("DATA", fill_.data,
-                     "The file with the values, CSV with one row below the names, or \"-\" for standard input.")
+        ->add_option(
+            "DATA", fill_.data,
+            "The file with the values, or \"-\" for standard input. CSV has the names of the fields in its first "
+            "line and the values in its second.")
         ->required();
     AddOutput(command, &fill_.output)->required();
     AddPassword(command, &fill_.password);
@@ -142,15 +144,15 @@ class CommandLine {
         ->add_option_function<std::string>(
             "--xfa", [guard](const std::string& what) { guard->keep_xfa = what == "keep"; },
             "An XFA form beside the fields still holds the old values, and some readers show those. \"drop\" removes "
-            "it when a value changes (in a signed form only with --force), \"keep\" leaves it.")
+            "it when a value changes (in a signed form only with --force); \"keep\" keeps it.")
         ->check(CLI::IsMember({"keep", "drop"}))
         ->default_str("drop");
   }
 
   void AddExport() {
     CLI::App* command = Add("export", "Write the values of forms as XFDF, FDF, JSON or CSV.",
-                            "The text is UTF-8. CSV, JSON and JSONL (one object on each line) take several forms: one\n"
-                            "row or object for each.",
+                            "The text is UTF-8. CSV, JSON and JSONL (one object on each line) can hold several forms:\n"
+                            "one row or object for each form.",
                             "  zforms export filled.pdf > values.xfdf\n"
                             "  zforms export filled.pdf --format fdf -o values.fdf\n"
                             "  zforms export filled/*.pdf --format csv -o table.csv",
@@ -167,8 +169,8 @@ class CommandLine {
     command->add_flag("--all", export_.all, "Include the fields that the form marks as not to be exported.");
     command->add_flag(
         "--spreadsheet", export_.spreadsheet,
-        "CSV for a spreadsheet: a \"'\" before every text that would run as a formula. Leave it out for a "
-        "table that batch reads again.");
+        "Make CSV safe for a spreadsheet: write a \"'\" before every text that would run as a formula. Do not use "
+        "this option for a table that \"zforms batch\" will read.");
     AddOutput(command, &export_.output)->default_str("-");
     export_.output = "-";
     AddPassword(command, &export_.password);
@@ -176,23 +178,32 @@ class CommandLine {
   }
 
   static CLI::Option* AddMaps(CLI::App* command, std::string* maps, std::string* section, const char* option) {
-    CLI::Option* ini =
-        command->add_option(option, *maps, "An INI file that maps fields to rubrics: \"field=rubric.name\".")
-            ->type_name("FILE");
-    command->add_option("--section", *section, "The section with the maps; needed when there are several.")
+    CLI::Option* ini = command
+                           ->add_option(option, *maps,
+                                        "An INI file that says which value fills which field, one line for each field: "
+                                        "\"field=rubric.name\". A "
+                                        "rubric is a named group of values, such as \"person\" with \"person.name\".")
+                           ->type_name("FILE");
+    command->add_option("--section", *section, "The section of that file to use; needed when the file has several.")
         ->type_name("NAME");
     return ini;
   }
 
   void AddMap() {
     CLI::App* command =
-        Add("map", "Show which data feed each field.", "With files of rubrics, the values are shown too.",
+        Add("map", "Show which data fill each field.",
+            "A rubric is a named group of values, such as \"person\" with \"person.name\" and\n"
+            "\"person.town\". The maps in the INI file say which value of which rubric fills a field. With\n"
+            "--rubric, the values are shown too.",
             "  zforms map form.pdf --ini maps.ini --section Member\n"
             "  zforms map form.pdf --ini maps.ini --rubric person=person.csv --rubric club=club.ini",
             [this] { return RunMap(map_); });
     AddFile(command, &map_.file);
     AddMaps(command, &map_.maps, &map_.section, "--ini")->required();
-    command->add_option("--rubric", map_.rubrics, "The values of a rubric, from CSV (its first row), JSON or INI.")
+    command
+        ->add_option(
+            "--rubric", map_.rubrics,
+            "Read the values of a rubric from this file: CSV (the first row), JSON or INI. May be given several times.")
         ->type_name("NAME=FILE");
     AddPassword(command, &map_.password);
     AddRecover(command, &map_.recover);
@@ -201,12 +212,13 @@ class CommandLine {
   void AddBatch() {
     CLI::App* command =
         Add("batch", "Fill a form once for each row of a table.",
-            "A column feeds the field of its name, or the fields that the maps name. Two rows never get\n"
-            "the same file, no file from elsewhere is overwritten, and no file is half written. --resume\n"
-            "continues a batch that was interrupted. A null leaves the field unchanged; data without any\n"
-            "value are not an error. Damage in the form is reported, and the exit status is 3.\n\n"
+            "A column fills the field that has the same name, or the fields that --map gives. Two rows never\n"
+            "get the same file. A file that the batch did not write is never overwritten, and no file is\n"
+            "half written. --resume continues a batch that was interrupted. A null leaves the field\n"
+            "unchanged. Data without any value is not an error. Damage in the form is reported, and the\n"
+            "exit status is then 3.\n\n"
             "Several machines can share a batch: each makes one shard, --shard I/N, in the same folder.\n"
-            "Afterwards --merge-reports joins their reports, and names rows that wanted one file name.\n\n"
+            "Afterwards --merge-reports joins their reports, and lists the rows that have the same file name.\n\n"
             "The exit status is 0 when all rows are filled, 3 when some are not or there are warnings, 2\n"
             "when the form, the data or the command is wrong: trying again gives the same result. It is 75\n"
             "after trouble that may pass, such as a full disk, a missing folder or a lost database, and after\n"
@@ -230,14 +242,17 @@ class CommandLine {
             ->type_name("FOLDER");
     AddShards(command, file, data, out);
     command
-        ->add_option("--name", batch_.name,
-                     "The names of the files, with {column} for the row's values and {row} for its number, of six "
-                     "digits at least. The default is {row}.pdf: 000001.pdf and so on.")
+        ->add_option(
+            "--name", batch_.name,
+            "How the files are named: {column} stands for the row's value in that column, {row} for the row's number "
+            "with at least six digits. The default is {row}.pdf: 000001.pdf and so on.")
         ->type_name("PATTERN");
     AddMaps(command, &batch_.maps, &batch_.section, "--map");
     command
         ->add_option("--rubric", batch_.rubrics,
-                     "NAME: the rubric of the columns. NAME=FILE: a rubric that is the same for all rows.")
+                     "NAME: the columns of the table are the values of this rubric (see --map). NAME=FILE: a rubric "
+                     "from a file, "
+                     "with the same values for all rows.")
         ->type_name("NAME[=FILE]");
     command
         ->add_option("--jobs", batch_.jobs,
@@ -257,16 +272,17 @@ class CommandLine {
   CLI::Option* AddRows(CLI::App* command) {
     CLI::Option* const data =
         command
-            ->add_option("--data", batch_.data,
-                         "The table: CSV whose first record names the columns, one JSON object on each line, or a JSON "
-                         "list. Or the address of a PostgreSQL database, postgresql://..., whose rows --query names.")
+            ->add_option(
+                "--data", batch_.data,
+                "The table: CSV whose first line names the columns, JSON with one object on each line, or a JSON "
+                "list. Or the address of a PostgreSQL database, postgresql://..., whose rows --query names.")
             ->type_name("FILE");
     CLI::Option* const query =
         command
-            ->add_option(
-                "--query", batch_.query,
-                "The rows of the database: a SELECT, whose columns have the names of fields. It cannot write. A "
-                "NULL leaves the field unchanged. Shards need an ORDER BY that settles the order of all rows.")
+            ->add_option("--query", batch_.query,
+                         "The rows of the database: a SELECT, whose columns have the names of fields. It cannot change "
+                         "the database. A "
+                         "NULL leaves the field unchanged. Shards need an ORDER BY that fixes the order of all rows.")
             ->type_name("SQL");
     command->add_option("--query-file", batch_.query_file, "Read the query from this file.")
         ->type_name("FILE")
@@ -312,9 +328,10 @@ class CommandLine {
         });
     CLI::Option* merge =
         command
-            ->add_option("--merge-reports", batch_.merged_reports,
-                         "Fill nothing, but join these reports of all shards to one, in the file of --report or at "
-                         "standard output.")
+            ->add_option(
+                "--merge-reports", batch_.merged_reports,
+                "Fill nothing. Join these reports, one for each shard, to one report, in the file of --report or on "
+                "standard output.")
             ->type_name("REPORT...");
     command->parse_complete_callback([this, file, data, out, merge] {
       for (const CLI::Option* option : {file, data}) {
@@ -327,7 +344,7 @@ class CommandLine {
 
   void AddCheck() {
     CLI::App* command =
-        Add("check", "Describe a file and report everything odd in it.",
+        Add("check", "Describe a file and report everything irregular in it.",
             "The report covers the version, the encryption, the cross-reference sections, the fields, the\n"
             "signatures and the submit buttons. Every irregularity is listed with its object number.",
             "  zforms check form.pdf", [this] { return RunCheck(check_); });
@@ -351,16 +368,16 @@ class CommandLine {
 
   void AddFlatten() {
     CLI::App* command =
-        Add("flatten", "Make the fields part of the pages, which cannot be filled in any more.",
-            "The pages show what viewers showed before; hidden fields are removed. Fields without an\n"
-            "appearance are drawn first. The change is appended to the file, which still contains the fields\n"
-            "as they were: \"zforms rewrite\" removes them from it.",
+        Add("flatten", "Make the fields part of the pages: nobody can fill them in any more.",
+            "The pages look as before; hidden fields are removed. Fields without an appearance are drawn\n"
+            "first. The change is appended to the file, so the file still contains the fields as they\n"
+            "were: \"zforms rewrite\" removes them.",
             "  zforms flatten filled.pdf -o flat.pdf\n"
             "  zforms flatten filled.pdf --field adherent.nom -o flat.pdf",
             [this] { return RunFlatten(flatten_); });
     AddFile(command, &flatten_.file);
     AddOutput(command, &flatten_.output)->required();
-    command->add_option("--field", flatten_.fields, "Flatten these fields and the fields below them only")
+    command->add_option("--field", flatten_.fields, "Flatten only these fields and the fields below them.")
         ->type_name("NAME");
     AddPassword(command, &flatten_.password);
     AddRecover(command, &flatten_.recover);
@@ -375,7 +392,7 @@ class CommandLine {
     AddFile(command, &rewrite_.file);
     AddOutput(command, &rewrite_.output)->required();
     command->add_flag("--decrypt", rewrite_.decrypt,
-                      "Write the document without encryption. It must be opened by the owner password, or have none.");
+                      "Write the document without encryption. This needs the owner password, if the document has one.");
     AddPassword(command, &rewrite_.password);
     AddRecover(command, &rewrite_.recover);
     AddForceLosses(command, &rewrite_.force);
@@ -384,8 +401,9 @@ class CommandLine {
   void AddPermissions() {
     CLI::App* command = Add("permissions", "Show or set the permission flags, or encrypt the document.",
                             "Changing the flags encrypts the document with the password that opens it, which may be\n"
-                            "empty, and writes the document as a new file. An encrypted document keeps its method\n"
-                            "unless --encrypt names another; a new one is that of old readers (RC4, 40 bits).",
+                            "empty, and writes the document as a new file. An encrypted document keeps its method,\n"
+                            "unless --encrypt names another. A document without encryption gets RC4 with 40 bits,\n"
+                            "which is weak but which all readers know; --encrypt aes-256 is safe.",
                             "  zforms permissions form.pdf\n  zforms permissions form.pdf --set -44 -o locked.pdf\n"
                             "  zforms permissions form.pdf --encrypt aes-256 --owner-password-file key -o locked.pdf",
                             [this] { return RunPermissions(permissions_); });
@@ -402,9 +420,10 @@ class CommandLine {
         command->add_option("--encrypt", permissions_.encrypt, "Encrypt with this method (aes-256), revision 6.");
     encrypt->type_name("METHOD")->check(CLI::IsMember({"aes-256"}));
     AddSecret(command, "--user-password", &permissions_.user_password,
-              "With --encrypt: the password that opens the document; none unless given.", encrypt);
+              "With --encrypt: the password that opens the document. Without this option, no password is needed.",
+              encrypt);
     AddSecret(command, "--owner-password", &permissions_.owner_password,
-              "With --encrypt: the password that allows everything; the user password unless given.", encrypt);
+              "With --encrypt: the password that allows everything. The default is the user password.", encrypt);
     AddOutput(command, &permissions_.output);
     AddPassword(command, &permissions_.password);
     AddRecover(command, &permissions_.recover);
@@ -420,7 +439,7 @@ class CommandLine {
     AddSwitch(command, "hide-toolbar", &viewer_.hide_toolbar, "Hide the viewer's tool bars.");
     AddSwitch(command, "hide-menubar", &viewer_.hide_menubar, "Hide its menu bar.");
     AddSwitch(command, "hide-window-ui", &viewer_.hide_window_ui, "Hide scroll bars and other controls.");
-    AddSwitch(command, "fit-window", &viewer_.fit_window, "Make the window as large as the first page.");
+    AddSwitch(command, "fit-window", &viewer_.fit_window, "Fit the window to the size of the first page.");
     AddSwitch(command, "center-window", &viewer_.center_window, "Put the window in the middle of the screen.");
     AddSwitch(command, "display-doc-title", &viewer_.display_doc_title,
               "Show the document's title, not the file's name.");
@@ -436,9 +455,13 @@ class CommandLine {
                             "  zforms show form.pdf 12 --data > stream.bin",
                             [this] { return RunShow(show_); });
     AddFile(command, &show_.file);
-    command->add_option("OBJECT", show_.object, "The object's number, with its generation if not 0, or \"trailer\".")
+    command
+        ->add_option("OBJECT", show_.object,
+                     "The number of the object, and its generation if that is not 0; or \"trailer\".")
         ->required();
-    command->add_flag("--data", show_.data, "Write the bytes of the object's stream, filters still applied.");
+    command->add_flag(
+        "--data", show_.data,
+        "Write the bytes of the object's stream as they are in the file: decrypted, but still compressed.");
     AddPassword(command, &show_.password);
     AddRecover(command, &show_.recover);
   }
@@ -460,7 +483,7 @@ class CommandLine {
 };
 
 int Main(int argc, const char* const* argv) {
-  CLI::App app("Fills PDF forms and reads them.", "zforms");
+  CLI::App app("Fill PDF forms and read their values.", "zforms");
   app.footer(kExamples);
   const size_t columns = TerminalColumns();
   app.formatter(std::make_shared<HelpFormatter>(columns > 0 ? std::min(columns, kWidestHelp) : kHelpInFiles));

@@ -28,7 +28,7 @@ void AddSecret(CLI::App* command, const std::string& name, SecretString* passwor
   const std::string from_file = name + "-file";
   const auto read = [password, from_file](const std::string& path) { *password = ReadPassword(from_file, path); };
   CLI::Option* const file =
-      command->add_option_function<std::string>(from_file, read, "Read that password from the first line of a file.");
+      command->add_option_function<std::string>(from_file, read, "Read this password from the first line of a file.");
   file->type_name("FILE")->excludes(typed);
   if (needed == nullptr) return;
   typed->needs(needed);

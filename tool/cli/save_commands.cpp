@@ -29,7 +29,7 @@ bool SetProtection(const PermissionsOptions& options, ZAcroForm& form, Console& 
   if (!options.encrypt.empty()) {
     if (!MayChangeEncryption(form, console)) return false;
     if (!form.EncryptWithAES256(options.user_password, options.owner_password)) {
-      console.Fail("a password has characters that are not allowed in one");
+      console.Fail("the password has characters that are not allowed in passwords");
       return false;
     }
   }

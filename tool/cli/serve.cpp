@@ -201,7 +201,7 @@ void SayWhyNotStarted(const Office& office, uint16_t number, bool has_sockets) {
   Console console("serve");
   if (has_sockets) {
     return console.Fail("a socket of the service manager cannot be used (" + error.message() +
-                        "): each must be a listening stream socket of 127.0.0.1 or [::1], all at one port");
+                        "): each must be a listening stream socket of 127.0.0.1 or [::1], all with the same port");
   }
   const std::string port = "port " + std::to_string(number);
   if (!IsPortInUse(error.value())) {

@@ -81,7 +81,7 @@ int ShowObject(ZPDFParser& parser, const ShowOptions& options, Console& console)
   if (const auto* stream = NodeCast<ZPDFNodeStream>(value)) return ShowStream(*stream, options, console);
   if (options.data) {
     console.Fail("object " + std::to_string(id->Number()) + " " + std::to_string(id->Generation()) +
-                 ": it is no stream");
+                 ": it is not a stream");
     return console.Finish();
   }
   return PrintResult(TextOf(*value), console);

@@ -22,10 +22,10 @@ constexpr char kOpen[] = "open.cgi";
 // Explains a status of the server to the user.
 std::string Meaning(int status) {
   switch (status) {
-    case 404: return "the server has no such form, or is in no folder";
+    case 404: return "the server has no such form, or no folder is open";
     case 409: return "the server does not know this form's session, or is in another folder or year";
-    case 503: return "the server could not store it now; the same may be submitted again";
-    default: return "the server refuses it";
+    case 503: return "the server could not store the submission now; submit it again later";
+    default: return "the server refuses the submission";
   }
 }
 
@@ -51,7 +51,7 @@ bool LoadForm(const Chaine& pdf, ZAcroFormServerForm& form, Console& console) {
   ZInetChaineIStream in(pdf);
   form.SetEncryptions(ZPDFEncryptions::kAll);
   if (form.Load(in, Chaine()) && form.IsValid()) return true;
-  console.Fail("is no form: " + form.Diagnostics().Failure().ToString());
+  console.Fail("not a form: " + form.Diagnostics().Failure().ToString());
   return false;
 }
 
@@ -138,7 +138,8 @@ int RunSubmit(const SubmitOptions& options) {
   ZAcroFormServerForm answer;
   if (!LoadForm(pdf, answer, console)) return console.Finish();
   const std::string next = ModeOf(answer);
-  Print((mode == "modify" ? (next == "consult" ? "saved" : "refused as stale") : "asked to modify") +
+  Print((mode == "modify" ? (next == "consult" ? "saved" : "refused, because a newer copy was saved before")
+                          : "asked to modify") +
         std::string("; the form comes back in mode ") + next + "\n");
   if (!options.output.empty()) WriteOutput(options.output, pdf, console);
   if (mode == "modify" && next != "consult") console.Fail("a newer copy of the form was saved before");

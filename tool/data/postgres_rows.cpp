@@ -75,7 +75,7 @@ bool PostgresRows::FailQuery() {
   const std::string state = next_.State();
   if (state.empty() && connection_->IsLost()) return Fail(connection_->Error(), true);
   // Results of other kinds are those of statements that give no rows.
-  if (state.empty()) return Fail("the query gives no rows: it must be a SELECT", false);
+  if (state.empty()) return Fail("the query returns no rows: it must be a SELECT", false);
   size_t position = next_.Position();
   size_t line = 1;
   for (std::string_view rest = query_; position > 1 && !rest.empty(); position--) {
@@ -123,9 +123,9 @@ bool PostgresRows::ReadHeader() {
     const std::string quoted = "\"" + names->back() + "\"";
     if (!known.insert(names->back()).second) return Fail("two columns are named " + quoted, false);
     if (types_.back() == kBytea) {
-      return Fail(
-          "column " + quoted + " has the type bytea, which is no text: leave it out, or convert it, as by encode()",
-          false);
+      return Fail("column " + quoted +
+                      " has the type bytea, which is not text: leave it out or convert it, for example with encode()",
+                  false);
     }
   }
   if (names->empty()) return Fail("the query has no columns", false);
@@ -156,7 +156,7 @@ bool PostgresRows::Next(Row* row) {
   size_t size = 0;
   for (int i = 0; i < next_.Columns(); i++) size += next_.View(0, i).size();
   if (size > kMaxRow) {
-    row->fault = "it is longer than 16 MB";
+    row->fault = "the row is longer than 16 MB";
     return true;
   }
   for (int i = 0; i < next_.Columns(); i++) ReadCell(i, row);

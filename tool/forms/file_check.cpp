@@ -27,9 +27,9 @@ bool CheckFile(ZAcroForm& form, Console& console) {
                  std::to_string(parser.ObjectLocations().HighestNumber()));
   }
   if (const size_t count = parser.UnlistedAtEnd(); count > 0) {
-    console.Warn(std::to_string(count) + (count == 1 ? " object stands" : " objects stand") +
-                 " behind the last \"startxref\", where no section lists them: the end of the newest version of the "
-                 "file may be lost; --recover reads it");
+    console.Warn(std::to_string(count) + (count == 1 ? " object follows" : " objects follow") +
+                 " the last \"startxref\" and are in no cross-reference section: the newest version of the file may be "
+                 "cut short; --recover reads them");
   }
   const ZPDFNodeDictionary* const acro_form = parser.AcroForm();
   if (acro_form != nullptr && !acro_form->Exist("/Fields"))

@@ -11,15 +11,15 @@ using Remedy = ZFormMessage::Remedy;
 
 const char* WordsOf(Remedy remedy) {
   switch (remedy) {
-    case Remedy::kForceFilling: return "; --force fills it all the same";
-    case Remedy::kForceWriting: return "; --force writes it all the same";
+    case Remedy::kForceFilling: return "; --force fills it anyway";
+    case Remedy::kForceWriting: return "; --force writes it anyway";
     case Remedy::kForceLosses: return ". --force writes the rest";
-    case Remedy::kForceXFA: return "; --force drops it";
-    case Remedy::kKeepXFA: return " (--xfa keep leaves it)";
+    case Remedy::kForceXFA: return "; --force removes it";
+    case Remedy::kKeepXFA: return " (--xfa keep keeps it)";
     case Remedy::kRecover: return "; --recover reads it";
     case Remedy::kRecoverLosses: return ". --recover looks for it in the file, --force writes the rest";
     case Remedy::kNoRecovery: return "; --recover finds no document in it either";
-    case Remedy::kExportAll: return " (--all takes them)";
+    case Remedy::kExportAll: return " (--all includes them)";
     case Remedy::kNone: break;
   }
   return "";

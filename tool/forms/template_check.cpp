@@ -26,8 +26,9 @@ void CheckTargets(const ZAcroFormServerForm& form, std::vector<std::string>* fau
   for (const auto& [name, same] : form.FlatFields()) {
     for (const ZAcroFormField* field : same) {
       if (!field->IsSubmitFormButton() || field->GetAction()->HasURL()) continue;
-      faults->push_back("the button \"" + field->FullNameUTF8().ToString() +
-                        "\" submits to a target that is not marked as a URL: it does not change with the mode");
+      faults->push_back(
+          "the button \"" + field->FullNameUTF8().ToString() +
+          "\" submits to an address that is not marked as a URL (\"/FS\"), so the server cannot replace it");
     }
   }
 }
@@ -55,18 +56,19 @@ void CheckNames(const ZAcroFormServerForm& form, std::vector<std::string>* fault
     const auto named = std::count_if(same.begin(), same.end(), [](const auto* field) { return field->HasName(); });
     if (named > 1) {
       faults->push_back(std::to_string(named) + " fields are named \"" + same[0]->FullNameUTF8().ToString() +
-                        "\": all of them get its value");
+                        "\": all of them get the same value");
     }
   }
 }
 
 void CheckRules(const ZAcroFormChangeRules& rules, std::vector<std::string>* faults) {
   if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kAlone) {
-    faults->emplace_back("is a form of XFA only: it has no fields to fill in");
+    faults->emplace_back("is an XFA form without fields: it cannot be filled in");
   } else if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kBeside) {
-    faults->emplace_back("has an XFA form beside its fields: it is not served");
+    faults->emplace_back("has an XFA form beside its fields: only the fields are served");
   }
-  if (rules.HasUsageRights()) faults->emplace_back("has usage rights (\"/UR3\"): they are not served");
+  if (rules.HasUsageRights())
+    faults->emplace_back("has usage rights (\"/UR3\"), which are not in the form that is served");
   if (rules.IsSigned()) faults->emplace_back("is signed: its signatures are not valid in the form that is served");
   if (rules.PermissionsForbidFilling()) faults->emplace_back("has permissions that forbid filling in fields");
 }
@@ -84,14 +86,15 @@ std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
   if (!form.IsValid()) return {"is a document without form fields"};
   std::vector<std::string> faults;
   if (form.Parser()->IDOriginal().IsEmpty()) {
-    faults.emplace_back("has no identifier (\"/ID\"): what is submitted from it is refused");
+    faults.emplace_back("has no file identifier (\"/ID\"): submissions are refused");
   }
   const ZAcroFormField* const session = form.Fields().Get(ZXFDF::kSessionIDField);
   if (session == nullptr || session->Type() != ZAcroFormField::eText) {
-    faults.push_back(std::string("has no text field \"") + ZXFDF::kSessionIDField +
-                     "\", which is hidden and carries the session: what is submitted is refused");
+    faults.push_back(std::string("has no hidden text field \"") + ZXFDF::kSessionIDField +
+                     "\" for the session: submissions are refused");
   } else if (session->IsNoExport()) {
-    faults.push_back(std::string("does not export \"") + ZXFDF::kSessionIDField + "\": what is submitted is refused");
+    faults.push_back(std::string("does not export the field \"") + ZXFDF::kSessionIDField +
+                     "\": submissions are refused");
   }
   CheckButtons(form, ZDocument::eModify, "save.cgi", &faults);
   CheckButtons(form, ZDocument::eConsult, "modify.cgi", &faults);

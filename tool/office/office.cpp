@@ -19,7 +19,7 @@ namespace zforms::tool {
 namespace {
 
 constexpr char kNotStored[] = "the submission could not be stored";
-constexpr char kNotOut[] = "its form was never opened from this store, or has expired";
+constexpr char kNotOut[] = "the form was never opened from this store, or it has expired";
 // How long an answer waits for its submission to be stored.
 constexpr std::chrono::seconds kStoreTime(30);
 constexpr char kMapSection[] = "Map";
@@ -79,7 +79,7 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
   bool SetURL(const ZInetURL& url, const Chaine& method) override {
     if (!ZAcroFormServerXFDFSession::SetURL(url, method)) return false;
     if (method == "POST") return true;
-    Refuse(405, "a form is submitted by POST");
+    Refuse(405, "only POST can submit a form");
     return false;
   }
   bool CheckSession(const ZXFDF::SessionInfos& infos) override {
@@ -97,7 +97,7 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
   }
 
  protected:
-  static constexpr char kStale[] = "it is stale: a newer copy of the form was saved before";
+  static constexpr char kStale[] = "the submission is outdated: a newer copy of the form was saved before";
   void AnswerError(ZHTTPSendResponse& response, int status, const char* reason) {
     Refuse(status, reason);
     response.MakeErrorPage(status);
@@ -318,7 +318,7 @@ Office::Finding Office::Find(const ZXFDF::SessionInfos& infos) {
   if (found == SharedForms::Found::kFailure) return {503, "the store cannot be reached"};
   if (found == SharedForms::Found::kNo) return {409, kNotOut};
   if (infos.Param(kSessionParam) == out.token) return {};
-  return {409, "its session is not the one that the form was opened with"};
+  return {409, "the session is not the one that the form was opened with"};
 }
 
 std::string Office::CodeOf(uint64_t transaction) const {
@@ -425,7 +425,7 @@ void Office::Stage(Submission* submission, bool accepted, std::string* failure) 
 }
 
 void Office::ReportFailure(const std::string& failure) {
-  log_->Event("error", "a submission could not be stored; its sender is told so: " + failure);
+  log_->Event("error", "a submission could not be stored, and its sender was told: " + failure);
 }
 
 void Office::Keep(const Submission& submission, bool accepted, SubmissionQueue::Done done) {

@@ -17,7 +17,7 @@ class Session : public ZHTTPServerPageXFDFSession {
 
   bool SetURL(const ZInetURL& url, const Chaine& method) override {
     if (!ZHTTPServerPageXFDFSession::SetURL(url, method)) return false;
-    if (method != "POST") Refuse(405, "a form is drawn by POST");
+    if (method != "POST") Refuse(405, "only POST can draw a form");
     return !IsInError();
   }
 
@@ -25,7 +25,7 @@ class Session : public ZHTTPServerPageXFDFSession {
     if (!ZHTTPServerPageXFDFSession::SetFullRequest(request)) return false;
     const bool has_session = XFDFRequest().HasSessionID();
     const Office::Finding found =
-        has_session ? office_->Find(XFDFRequest().SessionID()) : Office::Finding{409, "it has no session"};
+        has_session ? office_->Find(XFDFRequest().SessionID()) : Office::Finding{409, "the submission has no session"};
     if (found.status != 200) Refuse(found.status, found.reason);
     return !IsInError();
   }

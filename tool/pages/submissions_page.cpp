@@ -49,7 +49,8 @@ class Session : public ZHTTPServerPageSession {
   explicit Session(const SubmissionsPage* page) : ZHTTPServerPageSession(page), page_(page) {}
 
   bool SetRequestHeader(const ZHTTPHeader& header) override {
-    if (!page_->HasKey(header.Get("X-Zforms-Key").View())) Refuse(403, "it lacks the key of the submissions");
+    if (!page_->HasKey(header.Get("X-Zforms-Key").View()))
+      Refuse(403, "the request does not have the key of the submissions page");
     return ZHTTPServerPageSession::SetRequestHeader(header);
   }
 

@@ -28,7 +28,7 @@ void* LoadLibpq(std::string* error) {
   // The libraries that it needs are beside it.
   const HMODULE library = path.empty() ? nullptr : LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (library == nullptr) {
-    *error = "PostgreSQL needs the library libpq.dll, which PostgreSQL's installer brings, in the PATH";
+    *error = "PostgreSQL needs the library libpq.dll in the PATH; the installer of PostgreSQL contains it";
   }
   return reinterpret_cast<void*>(library);
 }

@@ -222,7 +222,7 @@ std::unique_ptr<PostgresConnection> PostgresConnection::Open(const Libpq& pq, co
   std::unique_ptr<PostgresConnection> made(new PostgresConnection(&pq, pq.connect_start(keywords, values, 1)));
   if (made->connection_ == nullptr || !made->Connect(deadline)) {
     const bool may_pass = made->connection_ == nullptr || made->ExplainFailure(error);
-    if (made->connection_ == nullptr) *error = "there is no memory for a connection";
+    if (made->connection_ == nullptr) *error = "not enough memory for a connection";
     if (is_trouble != nullptr) *is_trouble = may_pass;
     return nullptr;
   }
@@ -308,7 +308,7 @@ bool PostgresConnection::NoteLoss(const PostgresResult& last, bool is_ready) {
              state.starts_with("08") || state == "25006";
   if (!is_lost_) return false;
   if (timeout_.empty()) timeout_ = last.Error().empty() ? OneLine(pq_->error_message(connection_)) : last.Error();
-  if (timeout_.empty()) timeout_ = "the connection to the database is lost";
+  if (timeout_.empty()) timeout_ = "the connection to the database was lost";
   return true;
 }
 

@@ -64,7 +64,7 @@ bool ReadSqliteVersion(sqlite3* database, int* version, std::string* error) {
   }
   *version = static_cast<int>(stored.Number(0));
   if (tables.Number(0) != (*version == 0 ? 0 : 3)) {
-    *error = "its zforms.db is not a store of zforms";
+    *error = "the file zforms.db in the folder is not a store of zforms";
     return false;
   }
   const std::string why = *version == 0 ? std::string() : WhyNotUsable(*version);

@@ -116,7 +116,7 @@ bool SqliteStore::Connect(const std::string& folder, Mode mode, std::string* err
   wait_ = mode == Mode::kServe ? kServerWaitForOthers : kWaitForOthers;
   if (!OpenFile(file, flags, error)) return false;
   if (mode == Mode::kRead) {
-    if (version_ == 0) *error = "its zforms.db is not a store of zforms";
+    if (version_ == 0) *error = "the file zforms.db in the folder is not a store of zforms";
     return version_ != 0;
   }
   // Makes the file private: it contains sessions and personal data. Files that SQLite creates beside it get the same

@@ -8,11 +8,11 @@ namespace zforms::tool {
 
 std::string WhyNotUsable(int version) {
   if (version > kStoreVersion) {
-    return "its tables are of version " + std::to_string(version) + ", this program knows those up to version " +
-           std::to_string(kStoreVersion) + ": use the newer zforms that wrote them";
+    return "the store has version " + std::to_string(version) + ", and this program knows versions up to " +
+           std::to_string(kStoreVersion) + ": use a newer zforms";
   }
   if (version >= kOldestStoreVersion) return {};
-  return "its tables are of version " + std::to_string(version) + ": zforms store upgrade makes them usable";
+  return "the store has the old version " + std::to_string(version) + ": \"zforms store upgrade\" updates it";
 }
 
 std::unique_ptr<Store> OpenStore(const std::string& address, Store::Mode mode, std::string* error) {

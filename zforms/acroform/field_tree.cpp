@@ -62,14 +62,15 @@ bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* ele
   if (levels_above_ + path_.size() >= kMaxDepth)
     return Refuse(element, "the field is nested too deeply and is left out");
   if (!seen_.Add(dictionary)) {
-    if (IsOnPath(dictionary)) return Refuse(element, "the field is among its own kids, where it is left out");
+    if (IsOnPath(dictionary)) return Refuse(element, "the field is one of its own \"/Kids\", where it is left out");
     if (++repeated_ > seen_.Size() + kRepeatsAtLeast) {
       return Refuse(element, "the field is listed too often and is left out");
     }
     Warn(element, "the field is listed more than once");
   }
   name_bytes_ += dictionary->GetStringValue("/T").size() + NameLength();
-  return name_bytes_ <= kMaxNameBytes || Refuse(element, "the field names are too long, the field is left out");
+  return name_bytes_ <= kMaxNameBytes ||
+         Refuse(element, "the names of the fields are too long; this field is left out");
 }
 
 bool FieldTreeBuilder::IsOnPath(const ZPDFNodeDictionary* dictionary) const {

@@ -53,7 +53,8 @@ void FormFiller::Fill(const ZXFDFFieldCollection& from, const Chaine& above) {
     Chaine name = above;
     AppendPartialName(&name, true, field.Name());
     if (name.size() > ZXFDFFieldCollection::kMaxFullName) {
-      diagnostics_->Warn("field name too long, it and the fields below it are left out: " + name.Mid(0, 60) + "...");
+      diagnostics_->Warn(
+          "a field name is too long; the field and the fields below it are left out: " + name.Mid(0, 60) + "...");
       continue;
     }
     FillField(field, name);
@@ -123,7 +124,8 @@ void FormFiller::SetRichText(ZAcroFormField& field, const ZXFDFField& from) {
 Chaine FormFiller::ButtonState(const ZAcroFormField& field, const Chaine& value) {
   bool known = false;
   Chaine state = ButtonStateFor(field, value, &known);
-  if (!known) diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": \"" + value + "\" is not one of its states");
+  if (!known)
+    diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": \"" + value + "\" is not a state of the button");
   return state;
 }
 
@@ -142,7 +144,8 @@ void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values,
     return;
   }
   if (values.size() > 1) {
-    diagnostics_->Warn("field \"" + field.FullNameUTF8() + "\": of several values the first is taken");
+    diagnostics_->Warn("field \"" + field.FullNameUTF8() +
+                       "\": the data contain several values; only the first is used");
   }
   FillText(field, value, has_rich_text, LineEnds::kWritten);
 }

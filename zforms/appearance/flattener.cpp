@@ -92,7 +92,7 @@ class Flattening {
       Page page{dictionary, {}};
       for (size_t i = 0; annotations != nullptr && i < annotations->Size(); i++) {
         if (++places > most) {
-          notes_->SetFailure("its pages share annotations too often");
+          notes_->SetFailure("too many pages share the same annotations");
           return false;
         }
         if (auto* annotation = NodeCast<ZPDFNodeDictionary>(annotations->GetTargetAt(i))) Find(*annotation, &page);

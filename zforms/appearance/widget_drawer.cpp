@@ -81,7 +81,8 @@ bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
   // Nobody sees it.
   if (!style.HasSize()) return true;
-  if (work_ == 0) return Fail(widget, "is not drawn, because the fields before it used up the limit");
+  if (work_ == 0)
+    return Fail(widget, "is not drawn: the fields before it are so large that the limit for drawing is reached");
   const bool has_value = type == ZAcroFormField::eText || type == ZAcroFormField::eChoice;
   return has_value ? DrawValue(widget, style) : DrawButton(widget, style, index);
 }

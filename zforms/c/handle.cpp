@@ -77,11 +77,11 @@ const char* zforms_status_text(zforms_status status) {
     case ZFORMS_ERROR_DATA: return "the data cannot be read, or a value is not accepted";
     case ZFORMS_ERROR_NOT_FOUND: return "there is no such field, column or form";
     case ZFORMS_ERROR_SERVER: return "the server cannot start";
-    case ZFORMS_ERROR_STOPPED: return "a callback stopped it";
+    case ZFORMS_ERROR_STOPPED: return "a callback stopped the operation";
     case ZFORMS_ERROR_MEMORY: return "there is not enough memory";
     case ZFORMS_ERROR_INTERNAL: break;
   }
-  return "a fault of the library";
+  return "an internal error of the library";
 }
 
 const char* zforms_last_error(const void* handle) {

@@ -56,7 +56,7 @@ class ServerHost::Session : public ZAcroFormServerXFDFSession {
 
   bool CheckSession(const ZXFDF::SessionInfos& infos) override {
     if (host_->IsOut(infos)) return true;
-    SetReason("its form was not opened by this server");
+    SetReason("the form was not opened by this server");
     return false;
   }
   bool IsWorthReading(const ZXFDF::SessionInfos* infos) override {
@@ -65,7 +65,7 @@ class ServerHost::Session : public ZAcroFormServerXFDFSession {
   bool AcceptSave() override {
     submitted_ = XFDFRequest().SessionID().Transaction();
     if (TransactionManager().IncTransactionIn(ReceivedXFDF())) return true;
-    SetReason("it is stale: a newer copy of the form was saved before");
+    SetReason("the submission is outdated: a newer copy of the form was saved before");
     host_->Tell(ZFORMS_WARNING, "refused: " + Reason().ToString());
     return false;
   }

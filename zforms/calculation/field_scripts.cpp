@@ -127,7 +127,7 @@ std::shared_ptr<const ValueRange> FieldScripts::RangeOf(const ZAcroFormField& fi
 
 std::string FieldScripts::Skipped() const {
   if (skipped_.empty()) return {};
-  std::string text = "not run: the scripts of ";
+  std::string text = "these scripts use more than the common functions and were not run: ";
   for (size_t i = 0; i < std::min(skipped_.size(), kNamed); i++) text += (i == 0 ? "" : ", ") + skipped_[i];
   if (skipped_.size() > kNamed) text += " and " + std::to_string(skipped_.size() - kNamed) + " more";
   return text;
@@ -199,8 +199,8 @@ void FieldScripts::Compute(Host& host) const {
       host.Write(sum.name, ValueOfNumber(*result));
       computed.insert(sum.field);
     } else if (!IsSame(sum, *result)) {
-      host.Warn("field \"" + sum.name.ToString() + "\": the data give \"" + sum.field->ValueUTF8().ToString() +
-                "\", which stays, but the form computes " + ValueOfNumber(*result));
+      host.Warn("field \"" + sum.name.ToString() + "\": the data contain \"" + sum.field->ValueUTF8().ToString() +
+                "\", which is kept; the form computes " + ValueOfNumber(*result));
     }
   }
 }

@@ -40,8 +40,8 @@ class ZFORMS_API FieldScripts {
   // The limits of the field's value; null for none.
   std::shared_ptr<const ValueRange> RangeOf(const ZAcroFormField& field) const;
 
-  // What is to be noted of the scripts that format, check or compute fields in other ways: `not run: the scripts of "a"
-  // (calculate), "b" (format) and 3 more`. Empty when there are none.
+  // What is to be noted of the scripts that format, check or compute fields in other ways: `these scripts use more than
+  // the common functions and were not run: "a" (calculate), "b" (format) and 3 more`. Empty when there are none.
   std::string Skipped() const;
 
   // What computing does with fields. The names are full names in UTF-8.

@@ -130,7 +130,7 @@ class Collector {
 // What a kind of script is called: the function that it calls, if it does nothing else.
 std::string KindOf(const FormScript& script) {
   const auto call = ParseCall(WithoutComments(script.text));
-  std::string kind = "a script of its own";
+  std::string kind = "a custom script";
   if (call && call->function.starts_with("AF")) {
     kind = call->function;
   } else if (FieldFormula::Of(script.text)) {

@@ -40,7 +40,7 @@ bool ByteSource::ReadBytes(std::string* to, size_t size) {
   while (got < size && !at_end_) {
     bool failed = false;
     const size_t more = step_(to->data() + before + got, size - got, &failed);
-    if (failed) failure_ = "it cannot be read to its end";
+    if (failed) failure_ = "the data cannot be read to the end";
     at_end_ = more == 0;
     got += more;
   }

@@ -15,7 +15,7 @@ constexpr std::string_view kSeparators = ",;\t";
 // How much of the first record is examined to find the separator.
 constexpr size_t kSniffed = 1 << 16;
 
-std::string QuoteIn(uint64_t line) { return "the quote that opens a value in line " + std::to_string(line); }
+std::string QuoteIn(uint64_t line) { return "the opening quote of a value in line " + std::to_string(line); }
 
 }  // namespace
 
@@ -88,8 +88,8 @@ void CsvReader::CheckCells(Row* row) {
   std::vector<Cell>& cells = row->cells;
   while (cells.size() > header_->size() && cells.back().text.empty()) cells.pop_back();
   if (cells.size() == header_->size()) return;
-  row->fault = "it has " + std::to_string(cells.size()) + (cells.size() == 1 ? " value" : " values") +
-               " where the first record names " + std::to_string(header_->size());
+  row->fault = "the row has " + std::to_string(cells.size()) + (cells.size() == 1 ? " value" : " values") +
+               ", but the first line names " + std::to_string(header_->size()) + " columns";
 }
 
 void CsvReader::ReadRecord(std::vector<Cell>* cells, std::string* fault) {
@@ -117,7 +117,7 @@ CsvReader::Stop CsvReader::ReadCell(std::string* text, std::string* fault) {
   const Stop stop = ReadPlain(&surplus);
   if (surplus.empty() || !fault->empty()) return stop;
   *fault = "text follows the closing quote of a value";
-  if (is_long) *fault += "; the quote that opens it is in line " + std::to_string(line);
+  if (is_long) *fault += "; its opening quote is in line " + std::to_string(line);
   return stop;
 }
 
@@ -139,14 +139,14 @@ void CsvReader::ReadQuoted(std::string* text, std::string* fault) {
     const std::string_view rest = source_.Rest();
     if (rest.empty()) {
       const uint64_t last = line_ - (text->ends_with('\n') ? 1 : 0);
-      *fault = QuoteIn(line) + " is not closed, and all that follows, up to line " + std::to_string(last) +
-               ", was taken into that value";
+      *fault = QuoteIn(line) + " has no closing quote: everything up to line " + std::to_string(last) +
+               " became part of the value";
       return;
     }
     const std::string_view part = rest.substr(0, rest.find('"'));
     line_ += static_cast<uint64_t>(std::count(part.begin(), part.end(), '\n'));
     if (!Grow(text, part)) {
-      failure_ = QuoteIn(line) + " is not closed within 16 MB";
+      failure_ = QuoteIn(line) + " has no closing quote within 16 MB";
       return;
     }
     const bool at_quote = part.size() < rest.size();

@@ -48,7 +48,7 @@ std::string FaultOfData(std::string_view head) {
   if (head.size() >= kWholeHead) return {};
   text = TrimBlanks(text);
   if (text.empty()) return "is empty";
-  return IsBareJSON(text) ? "is one JSON value without a name: an object names the fields" : "";
+  return IsBareJSON(text) ? "is a JSON value without a field name; write an object such as {\"name\": \"value\"}" : "";
 }
 
 std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {

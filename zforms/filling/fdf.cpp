@@ -174,7 +174,7 @@ class FDFReader {
     for (size_t i = 0; fields != nullptr && i < fields->Size() && count_ < kMaxFields; i++) {
       const auto* field = NodeCast<ZPDFNodeDictionary>(fields->GetTargetAt(i));
       if (field == nullptr) {
-        fault_ = "entry " + std::to_string(i + 1) + (above.empty() ? "" : " in \"" + above + "\"") + " is no field";
+        fault_ = "entry " + std::to_string(i + 1) + (above.empty() ? "" : " in \"" + above + "\"") + " is not a field";
         return false;
       }
       if (!ReadField(*field, above, depth)) return false;

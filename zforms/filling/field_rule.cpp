@@ -99,13 +99,13 @@ void ZFieldRule::ReadKind(const ZAcroFormField& field) {
   if (type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton) kind_ = Kind::kButton;
   if (type == ZAcroFormField::eChoice) kind_ = Kind::kChoice;
   if (field.IsSignature()) {
-    why_not_filled_ = "it is a signature, which only signing fills";
+    why_not_filled_ = "the field is a signature, which is filled by signing only";
   } else if (type == ZAcroFormField::ePushButton) {
-    why_not_filled_ = "it is a push button, which has no value";
+    why_not_filled_ = "the field is a push button, which has no value";
   } else if (NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/V")) != nullptr) {
-    why_not_filled_ = "its value is an object such as a signature, and it is not filled";
+    why_not_filled_ = "the value of the field is an object, such as a signature, which cannot be filled";
   } else if (HasNamedKids(field)) {
-    why_not_filled_ = "it is a group of fields, which has no value";
+    why_not_filled_ = "the name is that of a group of fields, which has no value";
   }
   if (!why_not_filled_.IsEmpty()) kind_ = Kind::kNotFilled;
 }
@@ -186,7 +186,7 @@ ZFieldRule::Verdict ZFieldRule::JudgeValues(const PTableau<Chaine>& given) const
     const bool is_empty = std::all_of(given.begin(), given.end(), [](const Chaine& value) { return value.IsEmpty(); });
     if (!is_empty) verdict.faults.push_back(why_not_filled_);
   } else if (given.size() > 1 && !takes_several_) {
-    verdict.faults.emplace_back("it takes one value, not a list");
+    verdict.faults.emplace_back("the field takes one value, not a list");
   } else if (kind_ == Kind::kChoice) {
     JudgeChoices(given, &verdict);
   } else if (kind_ == Kind::kButton) {
@@ -222,7 +222,7 @@ bool ZFieldRule::Holds(const Chaine& value) const {
 void ZFieldRule::JudgeText(const Chaine& given, Verdict* verdict) const {
   const size_t count = max_length_ == 0 || given.size() <= max_length_ ? 0 : CharacterCount(given);
   if (count > max_length_) {
-    verdict->faults.push_back(Quoted(given) + " has " + FormatUInt(count) + " characters, and it takes " +
+    verdict->faults.push_back(Quoted(given) + " has " + FormatUInt(count) + " characters; the field takes " +
                               FormatUInt(max_length_));
     return;
   }
@@ -249,7 +249,7 @@ void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
     verdict->is_taken = true;
     verdict->values = {state};
   } else {
-    verdict->faults.push_back(Quoted(given) + " is not one of its states; it takes " + state_listing_);
+    verdict->faults.push_back(Quoted(given) + " is not a state of the button; its states are " + state_listing_);
   }
 }
 
@@ -263,15 +263,15 @@ Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
     // The widgets of a field have one value (ISO 32000-1 12.7.3.2), and each has to offer it.
     for (const auto& options : widget_options_) {
       if (options->BytesOf(choice) != nullptr) continue;
-      *fault = Quoted(given) + " is not one of the choices of one of its widgets, which takes " + options->Listing();
+      *fault = Quoted(given) + " is missing in one of the field's widgets, which offers only " + options->Listing();
       return {};
     }
     return choice;
   }
-  *fault = Quoted(given) +
-           (match == ChoiceOptions::Match::kSeveral ? " is what viewers show for several of its choices"
-                                                    : " is not one of its choices") +
-           "; it takes " + options_->Listing();
+  *fault =
+      Quoted(given) +
+      (match == ChoiceOptions::Match::kSeveral ? " is the text of several choices" : " is not a choice of the field") +
+      "; its choices are " + options_->Listing();
   return {};
 }
 
@@ -295,7 +295,7 @@ void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) c
       more_faults++;
     }
   }
-  if (more_faults > 0) verdict->faults.push_back(FormatUInt(more_faults) + " more values are not among its choices");
+  if (more_faults > 0) verdict->faults.push_back(FormatUInt(more_faults) + " more values are not choices of the field");
   verdict->values.assign(taken.begin(), taken.end());
   if (verdict->values.empty() && verdict->faults.empty()) verdict->values = {Chaine()};
   verdict->is_taken = !verdict->values.empty();

@@ -42,7 +42,7 @@ bool FileNamePattern::Parse(std::string_view pattern, std::string* error) {
       if (!ParseKey(pattern, &at, error)) return false;
       continue;
     } else if (c == '}') {
-      *error = "a \"}\" without \"{\"; \"}}\" stands for the brace itself";
+      *error = "a \"}\" without \"{\"; write \"}}\" for the character itself";
       return false;
     }
     if (IsRefusedInFileName(c)) {
@@ -59,7 +59,7 @@ bool FileNamePattern::Parse(std::string_view pattern, std::string* error) {
 bool FileNamePattern::ParseKey(std::string_view pattern, size_t* at, std::string* error) {
   const size_t end = pattern.find('}', *at);
   if (end == std::string_view::npos || end == *at + 1) {
-    *error = "a \"{\" that opens no column's name; \"{{\" stands for the brace itself";
+    *error = "a \"{\" without a column name and \"}\"; write \"{{\" for the character itself";
     return false;
   }
   keys_.emplace_back(pattern.substr(*at + 1, end - *at - 1));
@@ -73,7 +73,7 @@ std::string FileNamePattern::Make(const ValueOf& value_of, std::string* error) c
   for (size_t i = 0; i < keys_.size(); i++) {
     const std::string* value = value_of(keys_[i]);
     if (value == nullptr) {
-      *error = "it has no \"" + keys_[i] + "\" for the name of its file";
+      *error = "the row has no value \"" + keys_[i] + "\" for its file name";
       return {};
     }
     stem += *value + literals_[i + 1];

@@ -36,7 +36,7 @@ bool FillingGuard::AllowsFilling(ZFormMessages* messages) const {
     return fault.IsEmpty();
   }
   if (!fault.IsEmpty()) {
-    Warn(messages, fault + ": it is filled anyway, and the signature is no longer valid");
+    Warn(messages, fault + ": the form is filled anyway, and the signature is no longer valid");
   } else if (rules_.HasLocks()) {
     Warn(messages, "fields that a signature locks are filled too; that signature is then no longer valid");
   }
@@ -68,15 +68,15 @@ PTableau<ZPDFNodeDictionary*> FillingGuard::Drop(ZAcroForm& form) const {
 
 void FillingGuard::SayWhatGoes(ZFormMessages* messages) const {
   if (rules_.HasUsageRights()) {
-    Add(messages, Severity::kNote, "its usage rights (\"/UR3\") end with the change and are dropped");
+    Add(messages, Severity::kNote, "the usage rights (\"/UR3\") of the form end with the change and are removed");
   }
   if (rules_.GetXFA() == XFA::kNone || options_.keep_xfa) return;
   if (!DropsXFA()) {
-    Warn(messages, "the XFA form stays, since the form is signed: readers that know it show its old values",
+    Warn(messages, "the XFA form is kept, because the document is signed: readers that know XFA show the old values",
          Remedy::kForceXFA);
     return;
   }
-  Add(messages, Severity::kNote, "the XFA form is dropped: readers that know it would show its old values",
+  Add(messages, Severity::kNote, "the XFA form is removed: readers that know XFA would show the old values",
       Remedy::kKeepXFA);
   if (rules_.IsSigned()) Warn(messages, kNoneHolds);
 }

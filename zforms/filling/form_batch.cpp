@@ -87,8 +87,8 @@ void ZFormBatch::SayUnused(ZFormMessages* messages) {
     if (i == 0 && IsFileColumn(column)) continue;
     if (!unused_.insert(column).second) continue;
     const auto rule = filler_->RuleOf(column);
-    const Chaine near = rule == nullptr ? filler_->NearNamesOf(column) : Chaine(", which is not filled");
-    const std::string text = "column \"" + column + "\" feeds no field" + near.ToString();
+    const Chaine near = rule == nullptr ? filler_->NearNamesOf(column) : Chaine(": the field cannot be filled");
+    const std::string text = "column \"" + column + "\" fills no field and is ignored" + near.ToString();
     messages->push_back({Severity::kNote, About::kData, text});
   }
 }

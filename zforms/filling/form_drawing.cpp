@@ -50,7 +50,7 @@ bool FormDrawing::DrawAll(ZFormMessages* messages) {
   } else {
     RenewRequest(form_);
     messages->push_back({ZFormMessage::Severity::kNote, ZFormMessage::About::kForm,
-                         "not all could be drawn, so the form still asks viewers to draw its fields"});
+                         "some fields could not be drawn, so the form still asks viewers to draw its fields"});
   }
   return is_complete;
 }

@@ -90,7 +90,7 @@ bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* bytes, ZFormM
 
 std::string WhyNotFilled(const ZAcroForm& form) {
   if (ZAcroFormChangeRules::XFAOf(form) == ZAcroFormChangeRules::XFA::kAlone) {
-    return "the form is one of XFA alone: it has no fields that can be read or filled";
+    return "the document is an XFA form without fields: nothing can be read or filled";
   }
   return form.IsValid() ? "" : "the document has no form";
 }

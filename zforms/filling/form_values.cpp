@@ -15,7 +15,7 @@
 namespace zforms {
 namespace {
 
-constexpr const char* kSeveral = "it has more than one row; \"zforms batch\" fills a form for each";
+constexpr const char* kSeveral = "the data have more than one row; \"zforms batch\" fills one form for each row";
 constexpr const char* kNameless = "a value without a name is left out";
 
 enum class Kind { kXFDF, kFDF, kJSON, kCSV };

@@ -11,7 +11,7 @@
 namespace zforms {
 
 // What is to be noted of data without any value, which are no fault.
-inline constexpr const char* kNoValues = "the data hold no value: no field is filled";
+inline constexpr const char* kNoValues = "the data contain no value: no field is filled";
 
 // How much of such data is read, and what none can begin with.
 ZFORMS_API ReadLimits LimitsOfValues();

@@ -286,7 +286,7 @@ bool JsonReader::BeginsElement() {
     return SkipBlanks() ? Fail("text follows the list") : false;
   }
   if (source_.Peek() == '{') return true;
-  return Fail(is_list_ ? "an element of the list is no object" : "text follows an object");
+  return Fail(is_list_ ? "an element of the list is not an object" : "text follows an object");
 }
 
 // Reads one object, or what is left when it does not end. False when that is too long.

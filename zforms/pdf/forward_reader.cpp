@@ -298,7 +298,7 @@ Chaine ZPDFForwardReader::DecodedName(std::string_view text) {
   for (; escape != std::string_view::npos; escape = text.find('#', from)) {
     name += text.substr(from, escape - from);
     const bool whole = text.size() - escape > 2 && HexDigit(text[escape + 1]) >= 0 && HexDigit(text[escape + 2]) >= 0;
-    if (!whole) WarnOfName(text, "holds a \"#\" without two hexadecimal digits behind it");
+    if (!whole) WarnOfName(text, "has a \"#\" that is not followed by two hexadecimal digits");
     name += whole ? static_cast<char>(HexByte(text.substr(escape + 1, 2))) : '#';
     from = escape + (whole ? 3 : 1);
   }

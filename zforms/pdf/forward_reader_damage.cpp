@@ -69,14 +69,14 @@ bool ZPDFForwardReader::PassStray() {
     case '}': break;
     default: return false;
   }
-  WarnOfName({at_, length}, "does not belong here");
+  WarnOfName({at_, length}, "is unexpected here and is left out");
   at_ += length;
   return true;
 }
 
 // Returns an empty array or dictionary for one that is nested too deeply, and skips its contents.
 ZPDFNode* ZPDFForwardReader::LeaveOut() {
-  Warn("nested too deeply, the inner part is left out");
+  Warn("arrays or dictionaries are nested too deeply; the inner part is left out");
   const bool is_array = *at_ == '[';
   at_ += FirstElementLength({at_, static_cast<size_t>(end_ - at_)}, ScanStop::kEndobj);
   if (is_array) return ZPDFNode::MakeParsed<ZPDFNodeArray>(pool_, provider_);
@@ -107,7 +107,8 @@ ZPDFNode* ZPDFForwardReader::OddHexadecimal() {
     closed = stop < rest.size() && rest[stop] == '>' && rest.substr(0, stop).find("endobj") == std::string_view::npos;
     length = closed ? stop : sound;
     searched_in_vain_ += stop - length;
-    Warn(closed ? "a hexadecimal string has a character that is no digit" : "a hexadecimal string is not closed");
+    Warn(closed ? "a hexadecimal string has a character that is not a hexadecimal digit"
+                : "a hexadecimal string is not closed");
   }
   Chaine digits;
   for (const char c : rest.substr(0, length)) {
@@ -159,7 +160,7 @@ bool ZPDFForwardReader::BeginsNextObject() {
 
 void ZPDFForwardReader::TellRepeated(const ZPDFChildList& list) {
   const auto tell = [&](size_t at) {
-    WarnOfName(list.keys[at], "is in its dictionary more than once, the first one counts");
+    WarnOfName(list.keys[at], "occurs more than once in its dictionary; the first one counts");
   };
   if (list.size <= ZPDFChildList::kFewKeys) {
     for (size_t i = list.FindRepeated(0); i < list.size; i = list.FindRepeated(i + 1)) tell(i);
@@ -180,7 +181,8 @@ void ZPDFForwardReader::TellRepeated(const ZPDFChildList& list) {
 void ZPDFForwardReader::Warn(std::string_view what) {
   if (text_.Diagnostics() == nullptr || warnings_ == kMostWarnings) return;
   const bool last = ++warnings_ == kMostWarnings;
-  text_.Part(static_cast<size_t>(at_ - begin_), 0).Warn(last ? "more in it is damaged" : what);
+  text_.Part(static_cast<size_t>(at_ - begin_), 0)
+      .Warn(last ? "the object has more damage, which is not listed" : what);
 }
 
 void ZPDFForwardReader::WarnOfName(std::string_view name, std::string_view what) {

@@ -135,7 +135,7 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
   if (value != nullptr) object->AdoptValue(value, text.Pool());
   if (text.StartWith("endobj")) {
     const bool alone = text.TakeFirstToken() == "endobj";
-    if (!alone && text.IsDocument()) text.Warn("\"endobj\" does not stand alone");
+    if (!alone && text.IsDocument()) text.Warn("other text follows \"endobj\" without a blank");
   } else {
     text.Warn("\"endobj\" is missing");
   }
@@ -155,7 +155,7 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildPacked(ZPDFTokenizedString&
   auto* object = MakeParsed<ZPDFNodeIndirectObject>(text.Pool(), encryption, id, provider);
   ZPDFNode* value = ReadValue(text, provider, ZPDFEncrypterNeutral::Default());
   if (value != nullptr) object->AdoptValue(value, text.Pool());
-  if (text.IsDocument() && !text.IsEmpty()) text.Warn("the text after its value is left out");
+  if (text.IsDocument() && !text.IsEmpty()) text.Warn("text after the value of the object is left out");
   return object;
 }
 

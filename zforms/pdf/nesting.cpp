@@ -3,7 +3,7 @@
 namespace zforms {
 
 void SkipLastBracketed(ZPDFTokenizedString& text) {
-  text.Warn("nested too deeply, the inner part is left out");
+  text.Warn("arrays or dictionaries are nested too deeply; the inner part is left out");
   size_t depth = 0;
   while (!text.IsEmpty()) {
     const std::string_view token = text.TakeLastToken();

@@ -218,19 +218,19 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   text.TakeFirst(kStream.size());
   if (text.IsDocument()) {
     if (!IsLength(stated_length)) text.Warn("the stream has no valid \"/Length\"");
-    if (!text.StartWith('\n') && !text.StartWith("\r\n")) text.Warn("\"stream\" does not end its line");
+    if (!text.StartWith('\n') && !text.StartWith("\r\n")) text.Warn("\"stream\" is not followed by a line end");
   }
   text.TakeFirst(LineEndLength(text.View()));
   size_t length = std::min(stated, text.GetLength());
   if (length != stated || !EndsHere(text.View().substr(length), text.IsDocument() ? kBlank : kWhite)) {
     length = SearchLength(text.View(), stated);
-    text.Warn("\"endstream\" does not stand where \"/Length\" says");
+    text.Warn("\"endstream\" is not at the position that \"/Length\" gives");
   }
   const Chaine data = text.Share(text.TakeFirst(length));
   text.TrimLeftComments();
   if (text.StartWith(kEndstream)) {
     const bool alone = text.TakeFirstToken() == kEndstream;
-    if (!alone && text.IsDocument()) text.Warn("\"endstream\" does not stand alone");
+    if (!alone && text.IsDocument()) text.Warn("other text follows \"endstream\" without a blank");
   } else {
     text.NoteSearchInVain(text.GetLength());
   }

@@ -55,18 +55,18 @@ ZHTTPServerPageXFDFSession::~ZHTTPServerPageXFDFSession() = default;
 
 Chaine ZHTTPServerPageXFDFSession::WhyForeign(const ZXFDF& xfdf) const {
   if (xfdf.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().size() > kMaxSessionInfos) {
-    return "its session infos are too long";
+    return "the session information is too long";
   }
   const ZXFDFSessionInfos& infos = xfdf.SessionID();
   const ZXFDFFolderInfos folder = infos.Folder();
   const auto differs = [](const char* what, const Chaine& its, const Chaine& own) {
-    return Chaine("it is of the ") + what + " " + its + ", the server is in " + own;
+    return Chaine("the submission is for the ") + what + " " + its + ", the server is in " + own;
   };
   if (folder.id != folder_) return differs("folder", FormatUInt(folder.id), FormatUInt(folder_));
   if (static_cast<int32_t>(folder.exercice) != exercice_) {
     return differs("year", FormatInt(static_cast<int32_t>(folder.exercice)), FormatInt(exercice_));
   }
-  return infos.Software() == page_->Software() ? Chaine() : "it is of another application";
+  return infos.Software() == page_->Software() ? Chaine() : "the submission is for another application";
 }
 
 bool ZHTTPServerPageXFDFSession::IsWorthReading(const ZXFDFSessionInfos*) { return true; }
@@ -81,7 +81,7 @@ bool ZHTTPServerPageXFDFSession::LooksOwn(const XFDFSurvey& survey) {
 }
 
 bool ZHTTPServerPageXFDFSession::Read(const Chaine& body) {
-  constexpr char kTooMuch[] = "its document is larger than that of any form";
+  constexpr char kTooMuch[] = "the submission is too large";
   Chaine text;
   std::string error;
   if (!ZXMLReader::ToUTF8(body, ZInetEncodedBuffer::eDetect, &text, &error)) {
@@ -106,7 +106,7 @@ bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
   if (request.ContentLength() != 0) {
     // Only POST may change anything (RFC 9110 9.3.1, 9.3.3).
     if (Method() != kPost) {
-      Refuse(405, "a form is submitted by POST");
+      Refuse(405, "only POST can submit a form");
       return false;
     }
     if (!Read(request.Body())) return false;

@@ -11,7 +11,7 @@ namespace {
 // A filled form contains each value twice, and may need four bytes for a character of one byte.
 constexpr size_t kLong = size_t{1} << 20;
 constexpr size_t kGrowth = 8;
-constexpr char kNoSession[] = "it has no session";
+constexpr char kNoSession[] = "the submission has no session";
 
 }  // namespace
 
@@ -38,7 +38,7 @@ void ZAcroFormServerXFDFSession::UpdatePDFHRef(ZXFDF& xfdf, ZDocument::Status st
 bool ZAcroFormServerXFDFSession::SetURL(const ZInetURL& url, const Chaine& method) {
   if (!ZHTTPServerPageXFDFSession::SetURL(url, method)) return false;
   if (!IsInFolder()) {
-    Refuse(404, "the host is in no folder");
+    Refuse(404, "no folder is open in the host");
   } else if (Action() == ZDocument::eReadOnly) {
     Refuse(404, "forms are submitted only to save.cgi and modify.cgi");
   }
@@ -51,7 +51,8 @@ bool ZAcroFormServerXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
   const bool is_live = has_session && CheckSession(XFDFRequest().SessionID());
   if (!is_live && !IsInError()) {
     SetStatus(409);
-    if (Reason().IsEmpty()) SetReason(has_session ? "the host does not know its session" : kNoSession);
+    if (Reason().IsEmpty())
+      SetReason(has_session ? "the host does not know the session of the submission" : kNoSession);
   }
   return !IsInError();
 }
@@ -95,7 +96,7 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
 // The message is posted before the answer is made, so a failed answer cannot lose it.
 bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
   const bool accepted = AcceptSave();
-  if (!accepted && Reason().IsEmpty()) SetReason("the host does not accept it");
+  if (!accepted && Reason().IsEmpty()) SetReason("the host does not accept the submission");
   const ZCountedPtr<CSaveXFDFMessage> message(CreateSaveMessage(URL(), submitted, accepted));
   if (message) HTTPServer()->IdleMessages().Post(message.get());
   return accepted;

@@ -87,7 +87,7 @@ def batch(form: Union[Form, Path], rows: Union[Path, bytes, Iterable[Mapping[str
     ...     for row in zforms.batch("samples/membership_form.pdf", people, folder + "/{id}-{adherent.nom}.pdf"):
     ...         print(row.number, row.path.name if row.path else row.error.split(";")[0])
     1 7-Łoś.pdf
-    2 field "adherent.pays": "ZZ" is not one of its choices
+    2 field "adherent.pays": "ZZ" is not a choice of the field
     """
     opened = form if isinstance(form, Form) else open(form)
     made = _Batch(opened, out, overwrite)

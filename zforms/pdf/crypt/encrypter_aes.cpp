@@ -67,7 +67,7 @@ Chaine ZPDFEncrypterAES::DecryptChecked(const Chaine& data, std::string* fault) 
   // Some writers do not encrypt empty strings.
   if (data.IsEmpty()) return data;
   if (data.size() < AES::kBlock) {
-    *fault = "is too short for AES, and is left as it is";
+    *fault = "is too short for AES, and is read without decryption";
     return data;
   }
   const size_t stored = data.size() - AES::kBlock;

@@ -45,7 +45,7 @@ ZPDFLosses::ZPDFLosses(ZPDFParser& parser, PTableau<ZPDFObjectIdentifier> missin
     concern_content_ = true;
     if (notes == nullptr) return;
     notes->SetDamaged(true);
-    notes->Warn("the trailer leads to no document catalog (\"/Root\")");
+    notes->Warn("the trailer refers to no document catalog (\"/Root\")");
     return;
   }
   std::erase_if(unreadable_, [&parser](const ZPDFObjectIdentifier& id) { return !parser.IsLost(id); });
@@ -84,7 +84,7 @@ bool ZPDFLosses::CheckFields(ZPDFParser& parser, ZDiagnostics* notes) const {
   bool damaged = false;
   for (size_t i = 0; i < fields->Size(); i++) {
     if (NodeCast<ZPDFNodeDictionary>(fields->GetTargetAt(i)) != nullptr) continue;
-    damaged = warn("element " + FormatUInt(i + 1) + " of the form's list of fields (\"/Fields\") is no field");
+    damaged = warn("element " + FormatUInt(i + 1) + " of the form's list of fields (\"/Fields\") is not a field");
   }
   return damaged;
 }

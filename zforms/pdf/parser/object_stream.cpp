@@ -48,7 +48,7 @@ void ZPDFObjectStream::ReadHeader(size_t count, size_t first) {
     part.begin = std::min(first + offset, text_.size());
     parts_.push_back(part);
   }
-  if (parts_.size() < count && fault_.IsEmpty()) fault_ = "the object stream lists fewer objects than it announces";
+  if (parts_.size() < count && fault_.IsEmpty()) fault_ = "the object stream lists fewer objects than \"/N\" says";
   // Each object ends where the next one begins, so that reading all of them takes linear time.
   std::stable_sort(parts_.begin(), parts_.end(), [](const Part& a, const Part& b) { return a.begin < b.begin; });
   for (size_t i = 0; i < parts_.size(); i++) {

@@ -55,7 +55,8 @@ ZPDFPageTree::ZPDFPageTree(const ZPDFNodeDictionary& catalog, ZDiagnostics* note
     Fault(stored, "the page tree (\"/Pages\") cannot be read");
     return;
   }
-  if (IsBelowAnother(*root)) Fault(stored, "\"/Pages\" of the catalog leads to an inner node of the page tree");
+  if (IsBelowAnother(*root))
+    Fault(stored, "\"/Pages\" of the catalog refers to an inner node of the page tree, not to its root");
   met_.insert(root);
   page_count_ = Walk(*root, stored, 0);
   const int64_t stated = StatedCount(*root).value_or(0);
@@ -78,11 +79,11 @@ uint32_t ZPDFPageTree::Walk(const ZPDFNodeDictionary& node, const ZPDFNode* stor
     const auto* const dictionary = NodeCast<ZPDFNodeDictionary>(kids->GetTargetAt(i));
     const bool is_node = dictionary != nullptr && IsNode(*dictionary);
     if (dictionary == nullptr || (!is_node && !IsPage(*dictionary, node))) {
-      Fault(stored, "element " + FormatUInt(i + 1) + " of its \"/Kids\" is no page");
+      Fault(stored, "element " + FormatUInt(i + 1) + " of its \"/Kids\" is not a page");
     } else if (depth >= kMaxDepth) {
-      Fault(kid, "the page tree is nested too deep");
+      Fault(kid, "the page tree is nested too deeply");
     } else if (!met_.insert(dictionary).second) {
-      Fault(kid, "the page tree leads here more than once");
+      Fault(kid, "the page tree contains this page or node more than once");
     } else if (is_node) {
       count += Walk(*dictionary, kid, depth + 1);
     } else {
@@ -98,7 +99,7 @@ void ZPDFPageTree::CheckCount(const ZPDFNodeDictionary& node, const ZPDFNode* st
   const std::optional<int64_t> stated = StatedCount(node);
   if (stated == count) return;
   const std::string states = stated ? "states " + std::to_string(*stated) + (*stated == 1 ? " page, " : " pages, ")
-                                    : "is missing or no number, ";
+                                    : "is missing or not a number, ";
   Oddity(stored,
          "\"/Count\" of the page tree " + states + std::to_string(count) + (count == 1 ? " is found" : " are found"));
 }

@@ -196,8 +196,7 @@ bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes, bool* lost_pages) {
   [[maybe_unused]] const ZPDFPageTree told(*parser.Root(), &notes);  // adds the faults to the notes
   const uint32_t adopted = std::max(repair.Run(), tree.PageCount()) - tree.PageCount();
   *lost_pages = repair.HasLostPages();
-  const Chaine came =
-      FormatUInt(adopted) + (adopted == 1 ? " page" : " pages") + " to which it did not lead came into it";
+  const Chaine came = FormatUInt(adopted) + (adopted == 1 ? " page" : " pages") + " that it did not contain were added";
   notes.Warn("the page tree was repaired" + (adopted == 0 ? Chaine() : ": " + came));
   return true;
 }

@@ -151,7 +151,8 @@ bool ZPDFParser::Analyze() {
   const std::string_view file = raw_data_;
   if (file.size() > UINT32_MAX) return Fail("the file is larger than 4 GB");
   if (!file.starts_with("%PDF-")) return Fail(kNoHeader);
-  if (file.find_first_of("\r\n", 1) == std::string_view::npos) return Fail("the header line does not end");
+  if (file.find_first_of("\r\n", 1) == std::string_view::npos)
+    return Fail("no line end follows the header (\"%PDF-\")");
   const size_t eof = file.rfind("%%EOF");
   if (eof == std::string_view::npos) return Fail("the file is cut short: \"%%EOF\" is missing");
   const size_t body = SkipLine(file, SkipLine(file, 0));
@@ -186,7 +187,8 @@ bool ZPDFParser::PrepareEncryption() {
     } else if (const Chaine damage = encryption_->Damage(); !damage.IsEmpty()) {
       diagnostics_.Warn("the encryption dictionary is damaged: " + damage);
     } else if (!encryption_->ConfirmsPermissions()) {
-      diagnostics_.Warn("\"/Perms\" of the encryption dictionary does not confirm its permissions");
+      diagnostics_.Warn(
+          "\"/Perms\" of the encryption dictionary does not agree with \"/P\": the permissions may have been changed");
     }
   } else if (NodeCast<ZPDFNodeIndirectReference>(trailer_->GetDirect("/Encrypt")) != nullptr) {
     return Fail("the encryption dictionary that the trailer refers to is missing");
@@ -222,10 +224,12 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   const std::optional<ZPDFObjectHead> head = TakeObjectHead(text);
   const bool has_number = head && head->id.Number() == id.Number();
   ZPDFNodeIndirectObject* object = nullptr;
-  if (offset == 0) diagnostics_.WarnObject(id.Number(), id.Generation(), "its offset is 0, where the file begins");
+  if (offset == 0)
+    diagnostics_.WarnObject(id.Number(), id.Generation(),
+                            "the cross-reference table gives this object the offset 0, where the file begins");
   // Recovery settles which of two generations is meant.
   if (has_number && (head->id == id || file_.recovered)) {
-    if (!head->is_sound) text.Warn("\"obj\" does not stand alone");
+    if (!head->is_sound) text.Warn("other text follows \"obj\" without a blank");
     // A cross-reference stream is not encrypted.
     const bool in_clear = !file_.xref_streams.empty() && file_.xref_streams.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());

@@ -93,12 +93,12 @@ bool ZPDFRecovery::Run(bool analyzed) {
 // Why the tables cannot be trusted; empty when they can.
 Chaine ZPDFRecovery::Damage(bool analyzed) const {
   if (!analyzed) return parser_.diagnostics_.Failure();
-  if (parser_.Root() == nullptr) return "the trailer leads to no document catalog";
+  if (parser_.Root() == nullptr) return "the trailer refers to no document catalog";
   if (!parser_.file_.oddity.IsEmpty()) return parser_.file_.oddity;
   const size_t unlisted = parser_.UnlistedAtEnd();
   if (unlisted == 0) return {};
-  return FormatUInt(unlisted) + (unlisted == 1 ? " object stands" : " objects stand") +
-         " behind the end of its last cross-reference section";
+  return FormatUInt(unlisted) + (unlisted == 1 ? " object follows" : " objects follow") +
+         " its last cross-reference section";
 }
 
 // A record and the header to which it leads have one number and two generations: the
@@ -139,9 +139,9 @@ void ZPDFRecovery::RepairLocations() {
   for (ZPDFObjectLocation& location : parser_.locations_) {
     if (location.packed && location.object == nullptr) location.requested = false;
   }
-  parser_.diagnostics_.Warn("the file is damaged: " + FormatUInt(repaired) +
-                            (repaired == 1 ? " object was" : " objects were") +
-                            " not where the table says, and found by a scan of the file");
+  parser_.diagnostics_.Warn(
+      "the file is damaged: " + FormatUInt(repaired) + (repaired == 1 ? " object was" : " objects were") +
+      " not where the cross-reference table says; a scan of the file found " + (repaired == 1 ? "it" : "them"));
 }
 
 bool ZPDFRecovery::Rebuild(const Chaine& reason) {
@@ -164,7 +164,7 @@ bool ZPDFRecovery::Rebuild(const Chaine& reason) {
   parser_.file_.recovered = true;
   parser_.trailer_->SetValue("/Size", parser_.locations_.HighestNumber() + 1);
   parser_.trailer_->SetModified(false, true);
-  parser_.diagnostics_.Warn("the file is damaged (" + reason + "): its table was rebuilt from " +
+  parser_.diagnostics_.Warn("the file is damaged (" + reason + "): its cross-reference table was rebuilt from " +
                             FormatUInt(parser_.locations_.Size()) + " objects found by a scan of the file" +
                             about_header);
   return true;
@@ -181,7 +181,7 @@ bool ZPDFRecovery::SettleHeader(const Chaine& reason, Chaine* said) {
     return true;
   }
   if (!has_objects || file.size() > UINT32_MAX - kAssumedHeader.size()) return parser_.Fail(reason);
-  *said = "; it has no header and is taken for PDF 1.4";
+  *said = "; it has no header and is read as PDF 1.4";
   parser_.raw_data_ = Chaine(kAssumedHeader) + parser_.raw_data_;
   return true;
 }

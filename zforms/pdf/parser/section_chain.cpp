@@ -62,9 +62,11 @@ uint32_t ZPDFSectionChain::PreviousSection(const ZPDFNodeDictionary& trailer, ui
   if (previous == nullptr) return 0;
   if (NodeCast<ZPDFNodeNumeric>(previous) != nullptr) return previous->GetUIntValue();
   const bool is_reference = NodeCast<ZPDFNodeIndirectReference>(previous) != nullptr;
-  parser_.diagnostics_.WarnAt(offset, is_reference
-                                          ? "\"/Prev\" of this section's trailer is a reference, which leads nowhere"
-                                          : "\"/Prev\" of this section's trailer is no number");
+  parser_.diagnostics_.WarnAt(
+      offset,
+      is_reference
+          ? "\"/Prev\" of this section's trailer is a reference; it must be a number, and older sections are not read"
+          : "\"/Prev\" of this section's trailer is not a number; older sections are not read");
   return 0;
 }
 
@@ -100,7 +102,7 @@ void ZPDFSectionChain::ReadHybridPart(const ZPDFTokenizedString& file, const ZPD
   const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));
   const uint32_t offset = place == nullptr ? 0 : place->GetUIntValue();
   const size_t last_record = parser_.locations_.Size();
-  Chaine reason("the trailer has no offset for it");
+  Chaine reason("\"/XRefStm\" of the trailer is not a number");
   if (sections_.contains(offset)) return;
   sections_.insert(offset);
   if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {

@@ -19,8 +19,8 @@
 namespace zforms {
 namespace {
 
-constexpr std::string_view kTooLarge = "its data exceed the size limit";
-constexpr std::string_view kDamaged = "its compressed data are damaged";
+constexpr std::string_view kTooLarge = "its data is larger than the limit";
+constexpr std::string_view kDamaged = "its compressed data is damaged";
 // Of the name of an unsupported filter so much is shown.
 constexpr size_t kShownName = 40;
 constexpr std::string_view kNoFilterName = "its filter is not a name";
@@ -140,7 +140,7 @@ ZPDFDecodedStream UndoFilter(const Chaine& name, const ZPDFNodeDictionary* param
   ZPDFDecodedStream result = Inflater().Run(data, limit);
   if (!result.usable) return result;
   std::optional<Chaine> samples = UndoPredictor(PredictorOf(parameters), result.data);
-  if (!samples) return {false, {}, "its predictor cannot be undone", result.produced};
+  if (!samples) return {false, {}, "its data does not fit its predictor (\"/DecodeParms\")", result.produced};
   result.data = std::move(*samples);
   return result;
 }

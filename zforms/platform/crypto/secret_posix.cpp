@@ -17,7 +17,7 @@ constexpr size_t kMostAtOnce = 256;  // getentropy(3)
 
 void AskSystem(char* out, size_t n) {
   if (getentropy(out, n) != 0) {
-    throw std::system_error(errno, std::generic_category(), "the system gives no random bytes");
+    throw std::system_error(errno, std::generic_category(), "the operating system gives no random bytes");
   }
 }
 

@@ -13,7 +13,7 @@ void FillRandom(char* out, size_t n) {
     const NTSTATUS status =
         BCryptGenRandom(nullptr, reinterpret_cast<UCHAR*>(out), piece, BCRYPT_USE_SYSTEM_PREFERRED_RNG);
     if (!BCRYPT_SUCCESS(status)) {
-      throw std::system_error(std::make_error_code(std::errc::io_error), "the system gives no random bytes");
+      throw std::system_error(std::make_error_code(std::errc::io_error), "the operating system gives no random bytes");
     }
     out += piece;
     n -= piece;

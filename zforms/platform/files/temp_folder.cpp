@@ -32,7 +32,7 @@ Chaine ZTempFolder::PathOf(const Chaine& name) const {
 Chaine ZTempFolder::Write(const Chaine& name, const Chaine& bytes, std::string* error) const {
   const Chaine path = PathOf(name);
   if (path.IsEmpty()) {
-    if (error != nullptr) *error = path_.IsEmpty() ? "there is no folder for temporary files" : "is no file name";
+    if (error != nullptr) *error = path_.IsEmpty() ? "no folder for temporary files was found" : "is not a file name";
     return {};
   }
   return ReplaceFile(path, bytes, error) ? path : Chaine();

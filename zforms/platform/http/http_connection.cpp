@@ -30,9 +30,9 @@ constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 const char* TextOf(eHTTPIntrusion intrusion) {
   switch (intrusion) {
-    case eHTTPIntrusion::eHost: return "it is addressed to another server";
-    case eHTTPIntrusion::eOrigin: return "a page of another origin sent it";
-    case eHTTPIntrusion::eFetchSite: return "another site sent it";
+    case eHTTPIntrusion::eHost: return "the request is addressed to another server";
+    case eHTTPIntrusion::eOrigin: return "a page of another origin sent the request";
+    case eHTTPIntrusion::eFetchSite: return "another site sent the request";
     case eHTTPIntrusion::eNone:
     case eHTTPIntrusion::eNoPage: break;
   }
@@ -57,7 +57,7 @@ void HTTPConnectionShare::AddBusy(int change) {
 // A request that waits for a thread. If it is dropped from the queue, the client gets an error.
 struct HTTPConnection::Waiting {
   ~Waiting() {
-    if (queued) asio::post(connection->share_.io, [self = connection] { self->Refuse(503, "the server stops"); });
+    if (queued) asio::post(connection->share_.io, [self = connection] { self->Refuse(503, "the server is stopping"); });
   }
   std::shared_ptr<HTTPConnection> connection;
   ZHTTPReadRequest request;
@@ -142,7 +142,7 @@ void HTTPConnection::OnBody() {
   // Short bodies are always accepted: all of them together take little memory.
   const uint64_t limit = share_.limits.pending_body_bytes;
   if (share_.pending_body_bytes > limit && body_bytes_ > limit / kShortBody) {
-    return Refuse(503, "too many long bodies come at the same time");
+    return Refuse(503, "too many requests with long bodies at the same time");
   }
   const bool begins = !in_body_;
   in_body_ = true;
@@ -168,7 +168,7 @@ void HTTPConnection::Dispatch() {
   infos_.method = request.Method();
   infos_.url = request.URL();
   infos_.bytes_received = request.ContentLength();
-  if (share_.host->IsOverloaded()) return Refuse(503, "too many messages wait for the host");
+  if (share_.host->IsOverloaded()) return Refuse(503, "too many messages are waiting for the host");
   Enter(Phase::eWorking, Clock::duration::max());
   is_heavy_ = request.ContentLength() > kHeavyBody;
   waiting->queued = true;
@@ -178,7 +178,7 @@ void HTTPConnection::Dispatch() {
   };
   if (share_.pool.Post(work, is_heavy_ ? request.ContentLength() : 0)) return;
   waiting->queued = false;
-  Refuse(503, "too many requests wait");
+  Refuse(503, "too many requests are waiting");
 }
 
 void HTTPConnection::Work(ZHTTPReadRequest& request, bool keep) {

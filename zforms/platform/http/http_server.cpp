@@ -32,7 +32,7 @@ class ZHTTPServer::Host : public IHTTPEngineHost {
   std::unique_ptr<ZHTTPSendResponse> Answer(ZHTTPReadRequest& request) override {
     auto response = std::make_unique<ZHTTPSendResponse>();
     // A page is the host's code. An exception from it fails this request only.
-    Chaine failure = "the page made no complete answer";
+    Chaine failure = "the page gave an incomplete answer";
     try {
       Serve(request, response.get());
     } catch (const std::exception& error) {

@@ -155,7 +155,7 @@ class ZXMLParser {
       return false;
     }
     if (Build(source, into, levels)) return true;
-    error_ = repeated_ == nullptr ? "elements are nested too deep"
+    error_ = repeated_ == nullptr ? "elements are nested too deeply"
                                   : Place(text, static_cast<size_t>(repeated_ - bytes_.data())) +
                                         "a second attribute \"" + repeated_ + "\" in one element";
     return false;
