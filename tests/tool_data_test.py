@@ -161,7 +161,7 @@ OBJECTS = [
      'line 2, column 15: two members are named "adherent.ville"'),
     ("UTF-16", '{"adherent.nom": "Ł"}'.encode("utf-16"), {NAME: "Ł"}),
     ("no object", "[1]", "not a JSON object"),
-    ("a list of lists", '{"adherent.nom": [["A"]]}', "a list holds a list"),
+    ("a list of lists", '{"adherent.nom": [["A"]]}', "a list contains a list"),
     ("broken off", '{"adherent.nom": "A"', "line 1, column 21: not valid JSON: unexpected end of input"),
     ("too deep", '{"a":' * 5000, "objects nested too deeply"),
     ("two rows", '{"adherent.nom": "A"}\n{"adherent.nom": "B"}\n', '"zforms batch" fills one form for each row'),

@@ -6,6 +6,13 @@ using zforms::c::TextOr;
 
 namespace {
 
+static_assert(static_cast<int>(zforms::ExportFormat::kXFDF) == ZFORMS_XFDF &&
+                  static_cast<int>(zforms::ExportFormat::kFDF) == ZFORMS_FDF &&
+                  static_cast<int>(zforms::ExportFormat::kJSON) == ZFORMS_JSON &&
+                  static_cast<int>(zforms::ExportFormat::kJSONLines) == ZFORMS_JSON_LINES &&
+                  static_cast<int>(zforms::ExportFormat::kCSV) == ZFORMS_CSV && zforms::kExportFormats.size() == 5,
+              "the C interface has the same formats");
+
 template <class Open>
 zforms_status OpenWith(zforms_form* form, const char* password, unsigned flags, Open open) {
   return Guarded(form, [&] {

@@ -13,6 +13,17 @@ constexpr double kMostDecimals = 30;
 
 size_t DecimalsOf(double number) { return static_cast<size_t>(std::clamp(number, 0.0, kMostDecimals)); }
 
+// The formats of AFSpecial_Format, by number.
+struct SpecialFormat {
+  std::string_view mask;  // "9" stands for a digit
+  const char* what;
+};
+
+constexpr SpecialFormat kSpecials[] = {{"99999", "a postal code of 5 digits"},
+                                       {"99999-9999", "a postal code of 9 digits"},
+                                       {"(999) 999-9999", "a telephone number of 7 or 10 digits"},
+                                       {"999-99-9999", "a number of 9 digits"}};
+
 // The pattern with a digit of the value in place of each "9".
 std::string Placed(std::string_view pattern, std::string_view digits) {
   std::string text;
@@ -56,10 +67,8 @@ std::string ValueFormat::What() const {
     const bool is_time = pattern->Text().find_first_of("dmy") == std::string::npos;
     return (is_time ? "a time (" : "a date (") + pattern->Text() + ")";
   }
-  constexpr const char* kSpecials[] = {"a postal code of 5 digits", "a postal code of 9 digits",
-                                       "a telephone number of 7 or 10 digits", "a number of 9 digits"};
   const auto* special = std::get_if<Special>(&kind_);
-  return special == nullptr ? "a number" : kSpecials[static_cast<size_t>(*special)];
+  return special == nullptr ? "a number" : kSpecials[static_cast<size_t>(*special)].what;
 }
 
 Separators ValueFormat::NumberSeparators() const {
@@ -100,8 +109,7 @@ std::optional<FormattedValue> ValueFormat::Print(Special format, std::string_vie
   const bool has_others = std::any_of(value.begin(), value.end(), [&](char c) {
     return !IsDigitASCII(c) && kPunctuation.find(c) == std::string_view::npos;
   });
-  constexpr std::string_view kPatterns[] = {"99999", "99999-9999", "(999) 999-9999", "999-99-9999"};
-  std::string_view pattern = kPatterns[static_cast<size_t>(format)];
+  std::string_view pattern = kSpecials[static_cast<size_t>(format)].mask;
   if (format == Special::kPhone && digits.size() == 7) pattern = "999-9999";
   const auto places = static_cast<size_t>(std::count(pattern.begin(), pattern.end(), '9'));
   if (has_others || digits.size() != places) return std::nullopt;

@@ -31,10 +31,10 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   bool number_unsigned(number_unsigned_t number) override { return AddText(std::to_string(number)); }
   bool number_float(number_float_t, const string_t& digits) override { return AddText(digits); }
   bool string(string_t& text) override { return AddText(std::move(text)); }
-  bool binary(binary_t&) override { return Fail("the object holds binary data"); }
+  bool binary(binary_t&) override { return Fail("the object contains binary data"); }
 
   bool start_object(size_t) override {
-    if (in_list_) return Fail("a list holds an object");
+    if (in_list_) return Fail("a list contains an object");
     if (depth_++ > kMaxDepth) return Fail("objects nested too deeply");
     starts_.push_back(prefix_.size());
     if (depth_ > 1) prefix_ += key_ + ".";
@@ -53,7 +53,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   }
   bool start_array(size_t) override {
     if (depth_ == 0) return Fail("the row is a list, not an object");
-    if (in_list_) return Fail("a list holds a list");
+    if (in_list_) return Fail("a list contains a list");
     in_list_ = true;
     list_started_ = false;
     return true;
@@ -131,7 +131,7 @@ std::string PlaceOf(std::string_view text, bool is_line, uint64_t first_line) {
   return (is_line ? "" : "line " + std::to_string(number) + ", ") + "column " + std::to_string(column) + ": ";
 }
 
-// Which name stands there a second time; as many as there are when none does.
+// The index of the first name that occurred before; the number of names when none did.
 size_t FirstRepeated(const std::vector<std::string>& names) {
   std::unordered_set<std::string_view> known;
   size_t i = 0;
@@ -269,7 +269,7 @@ bool JsonReader::SkipBlanks() {
 // Reads up to the next element. False when there is none, or when something else follows: see Failure().
 bool JsonReader::BeginsElement() {
   bool may_end = true;
-  if (!SkipBlanks()) return is_list_ ? Fail("the list does not end") : false;
+  if (!SkipBlanks()) return is_list_ ? Fail("the list has no closing \"]\"") : false;
   if (is_list_ && !is_open_) {
     is_open_ = true;
     source_.Consume(1);
@@ -289,7 +289,7 @@ bool JsonReader::BeginsElement() {
   return Fail(is_list_ ? "an element of the list is not an object" : "text follows an object");
 }
 
-// Reads one object, or what is left when it does not end. False when that is too long.
+// Reads one object, or the rest of the text when the object does not end. False when the object is too long.
 bool JsonReader::ReadElement() {
   text_.clear();
   size_t depth = 0;

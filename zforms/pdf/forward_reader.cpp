@@ -192,7 +192,7 @@ ZPDFNode* ZPDFForwardReader::Hexadecimal() {
   const char* const start = at_ + 1;
   const char* at = start;
   while (at != end_ && HexDigit(*at) >= 0) at++;
-  if (at == end_ || *at != '>') return OddHexadecimal();
+  if (at == end_ || *at != '>') return IrregularHexadecimal();
   at_ = at + 1;
   return MakeHexadecimal(Text({start, static_cast<size_t>(at - start)}));
 }

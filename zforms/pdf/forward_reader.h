@@ -53,7 +53,7 @@ class ZPDFForwardReader {
   ZPDFNode* UnclosedLiteral();
   ZPDFNode* MakeLiteral(std::string_view body, bool as_it_stands);
   ZPDFNode* Hexadecimal();
-  ZPDFNode* OddHexadecimal();
+  ZPDFNode* IrregularHexadecimal();
   ZPDFNode* MakeHexadecimal(const Chaine& digits);
   ZPDFNode* Name();
   ZPDFNode* Number();

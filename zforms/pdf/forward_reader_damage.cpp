@@ -95,7 +95,7 @@ ZPDFNode* ZPDFForwardReader::UnclosedLiteral() {
 }
 
 // A hexadecimal string that contains blanks or other characters, or is not closed.
-ZPDFNode* ZPDFForwardReader::OddHexadecimal() {
+ZPDFNode* ZPDFForwardReader::IrregularHexadecimal() {
   const auto in_body = [](char c) { return HexDigit(c) >= 0 || Is(c, kBlank); };
   const std::string_view rest(at_ + 1, static_cast<size_t>(end_ - at_ - 1));
   auto sound = static_cast<size_t>(std::find_if_not(rest.begin(), rest.end(), in_body) - rest.begin());
