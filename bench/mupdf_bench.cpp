@@ -1,5 +1,5 @@
-// The jobs with MuPDF. Where nothing is to be drawn, values are set in the objects, because its form functions draw
-// them.
+// The jobs with MuPDF. The job that fills without drawing sets values in the objects, because MuPDF's form functions
+// also draw them.
 
 #include <mupdf/fitz.h>
 #include <mupdf/pdf.h>

@@ -1,6 +1,7 @@
-// A form server by the C interface: opens one form, prints each submission, and stops when its input ends:
+// A form server with the C interface: opens one form, prints each submission, and stops when its input ends:
 //   c_form_server FOLDER CODE OPENED.xfdf
-// FOLDER contains the form CODE.pdf. It writes the XFDF document that leads a reader to the form.
+// FOLDER contains the form CODE.pdf. Writes the file OPENED.xfdf; a PDF reader that opens it shows the form from this
+// server.
 
 #include <stdio.h>
 #include <stdlib.h>

@@ -21,8 +21,8 @@ from reader_test import PACKAGES, scripted
 
 BROWSERS = {"chrome": ("chromium",), "firefox": ("firefox-esr", "firefox")}
 
-# Of each form: what is typed (a number presses that button of the field), what the page shows afterwards, what is stored
-# beside what was typed, and what is typed at the end of a field later; "said" if a script fails.
+# For each form: the values to type (a number presses that button of the field), what the page shows afterwards, values
+# that are stored in addition, and text to append to a field later; "said" if a script fails.
 ROUNDS = {
     "membership_form": {
         "typed": {"adherent.nom": "Lebœuf", "adherent.prenom": "Zoé", "adherent.naissance": "14071989", "formule": 2,

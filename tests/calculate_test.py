@@ -36,7 +36,7 @@ def scripted_form(path, order=("tax", "total", "own")):
     return path
 
 
-CASES = (  # values, options, (values after), (seen on the page), what is said, exit status
+CASES = (  # values, options, (values afterwards), (texts on the page), messages, exit status
     ({"net": "100,5"}, (), {"net": "100,5", "tax": "20.1", "total": "121.6"}, ["100,50 EUR", "20,10 EUR", "121,60 EUR"], "", 0),
     ({"net": "100,5"}, ("--calculate", "no"), {"net": "100,5", "tax": "", "total": ""}, ["100,5"], None, 0),
     ({"date": "2024-03-04"}, (), {"date": "2024-03-04", "total": ""}, ["04/03/2024"], "", 0),

@@ -55,7 +55,7 @@ NodeName=node2 NodeHostname={host} NodeAddr=127.0.0.1 Port={ports[2]} CPUs={cpus
 PartitionName=main Nodes=node1,node2 Default=YES MaxTime=INFINITE State=UP
 """
 
-# The program of the tasks: at their first start, shard 3 is killed midway, and shard 6 stands still until it is requeued.
+# The program of the tasks: at their first start, shard 3 is killed midway, and shard 6 waits until it is requeued.
 WRAPPER = """#!/bin/bash
 if [ "${{SLURM_RESTART_COUNT:-0}}" -gt 0 ] || {{ [ "$SLURM_ARRAY_TASK_ID" != 3 ] && [ "$SLURM_ARRAY_TASK_ID" != 6 ]; }}; then
   exec {tool} "$@"

@@ -194,7 +194,7 @@ class Check:
         except ValueError as error:
             return self.problem("fill", str(error))
         for name, value in values.items():
-            # Bytes that are UTF-8 MuPDF takes for such, whatever the standard says.
+            # MuPDF reads bytes that are valid UTF-8 as UTF-8, which differs from the standard.
             said = found.get(name) or found.get(as_utf8(name)) or []
             if value not in said:
                 self.problem("fill", f"{name!r} reads {said!r} by MuPDF, not {value!r}")

@@ -18,7 +18,7 @@ import corpus_check
 import form_widgets
 import peers
 
-PAGES = 12  # of each file, so many are compared
+PAGES = 12  # how many pages of each file are compared
 DPI = 40
 # A pixel differs when its gray does by more than this, of 255.
 LEAST_CHANGE = 80

@@ -48,7 +48,7 @@ def test_rewrite(folder):
         out.unlink(missing_ok=True)
         status, _, err = zforms("rewrite", path, "-o", out)
         same(f"{label}: status of rewrite", (status, out.exists()), (wanted, wanted != 2))
-        # Fields that share a name are odd, but no damage.
+        # Fields with the same name give a warning, but are not damage.
         expect(said in err and (ADVICE in err) == (said not in ("", "several fields have this name")), label, err)
         expect((REFUSAL in err) == (wanted == 2), label, err)
         checked, _, found = zforms("check", path)

@@ -16,7 +16,7 @@ import subprocess
 import tempfile
 import time
 
-TIMEOUT = 300  # seconds; generous, because a loaded machine is no fault of the program
+TIMEOUT = 300  # seconds; long, because the machine may be busy
 Done = collections.namedtuple("Done", "status out err seconds")
 
 TYPES = {"Tx": "text", "Sig": "sig"}

@@ -37,7 +37,7 @@ MODERN = [("object streams", "", "", []), ("linearized object streams", "", "", 
           ("encrypted object streams", "geheim", "", ["--encrypt", "geheim", "", *R3, "--"]),
           ("object streams by AES-128", "geheim", "Meister", ["--encrypt", "geheim", "Meister", *R4, "--"]),
           ("object streams by AES-256", "geheim", "Meister", ["--encrypt", "geheim", "Meister", *R6, "--"])]
-# Documents made by the tool itself, from what qpdf or nobody encrypted: label, passwords.
+# Documents that the tool encrypted, from originals with and without encryption by qpdf: label, passwords.
 LOCKED = [("locked", "", ""), ("locked with a password", "geheim", ""), ("locked with two", "geheim", "Meister"),
           ("locked in Unicode", "Жё 9", "Ÿ")]
 

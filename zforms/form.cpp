@@ -98,7 +98,7 @@ struct ZForm::Implementation {
   std::unique_ptr<FillingGuard> guard;    // null until something is to be filled
   std::unique_ptr<FieldScripts> scripts;  // null for a form without any that are followed
   bool may_fill = false;
-  bool ended = false;  // what goes with the change is gone, and said
+  bool ended = false;  // parts that the change makes outdated are removed, and messages say so
   bool draws = false;
   bool maps_file = false;
   ZDrawingFonts fonts;

@@ -21,20 +21,20 @@ class ZAcroForm;
 struct ZFORMS_API ZFormOptions {
   SecretString password = {};  // UTF-8; opens an encrypted document
   bool recover = false;        // read a damaged file by searching it for objects; it is then saved as a new file
-  bool keep_xfa = false;       // leave an XFA form that holds the former values
-  // Make the changes that signatures forbid; these are then no longer valid. Write a new file even when pages or the
-  // form lose what cannot be read.
+  bool keep_xfa = false;       // keep an XFA form although it has the old values
+  // Make changes that signatures forbid; the signatures are then no longer valid. Write a new file even when pages or
+  // the form lose what cannot be read.
   bool force = false;
   bool draw = false;         // draw the fields that are filled in (see Draw), instead of asking viewers to do so
   ZDrawingFonts fonts = {};  // for characters that the form's own fonts lack
-  // Follow the scripts of the form that are calls of the common functions: compute the fields that depend on what is
-  // filled in, refuse numbers that are out of range, and draw values in their formats. The data win over what is
-  // computed, and a difference is a warning.
+  // Follow the scripts of the form that only call the common functions, such as AFSimple_Calculate: compute fields from
+  // others, refuse numbers that are out of range, and draw values in their formats. A value in the data is kept even
+  // where a script computes another one; a warning tells the difference.
   bool calculate = true;
 };
 
-// ZForm is a PDF form for the common host: open it, list its fields, fill it, save it. Texts and paths are UTF-8. The
-// classes below it stay at hand for hosts that need more (see Document); session infos are a matter of ZXFDF.
+// ZForm is a PDF form for the common host: open it, list its fields, fill it, save it. Texts and paths are UTF-8. Hosts
+// that need more use the classes behind it: see Document().
 //
 //   zforms::ZForm form;
 //   if (form.Open("form.pdf")) {
@@ -44,8 +44,8 @@ struct ZFORMS_API ZFormOptions {
 //   }
 //   for (const zforms::ZFormMessage& message : form.TakeMessages()) std::cerr << message.text << "\n";
 //
-// It owns the document. Everything that it returns is a value of the caller's. One thread at a time; different forms
-// are independent. A form can be moved; one that was moved from can only be destroyed or assigned to.
+// It owns the document. What it returns are copies, except Document(). One thread at a time; different forms are
+// independent. A form can be moved; after that, the old object can only be destroyed or assigned to.
 class ZFORMS_API ZForm {
  public:
   enum class SaveAs : uint8_t {
@@ -58,8 +58,8 @@ class ZFORMS_API ZForm {
   ZForm(ZForm&& other) noexcept;
   ZForm& operator=(ZForm&& other) noexcept;
 
-  // Open a document: a file, or bytes, which are copied. False, with a failure among the messages, when it cannot be
-  // read or the password does not open it; what was open before then stays. A document without a form opens as well.
+  // Open a document: a file, or bytes, which are copied. False when it cannot be read or the password does not open it:
+  // the messages say why, and the former document stays open. A document without a form can be opened too.
   bool Open(const std::string& path, const ZFormOptions& options = {});
   bool OpenBytes(std::string_view bytes, const ZFormOptions& options = {});
   // Sets whether the next Open maps a file of 1 MB or more into memory instead of reading it, where the system can do
@@ -70,52 +70,56 @@ class ZFORMS_API ZForm {
   // Whether the document has a form whose fields can be read and filled.
   bool HasForm() const;
 
-  // The fields in the order of the form's tree, those that only pages show at the end. Each call reads all of them.
+  // The fields in the order of the form's tree. Fields that a page shows but the form does not list come last. Each
+  // call reads all fields again.
   std::vector<ZFormField> Fields() const;
-  // The fields with data, without those that the form marks as not to be sent, unless `all` is wanted. A note names
-  // the fields with a value that are left out.
+  // The fields whose values are exported. Without `all`, fields with the flag NoExport are left out, and a note names
+  // those of them that have a value.
   std::vector<ZFormField> ExportedFields(bool all = false);
 
-  // Set all fields of that full name. A choice takes its value or the text that viewers show for it; a check box
-  // "yes", "no" and the like too; radio buttons and check boxes then show their new state. Several values are for a
-  // list box. False, with a warning that says why and names what the field takes, when a value is not taken: the field
-  // then keeps what it holds.
+  // Set the value of all fields with this full name. A choice field takes the value of an option or the text that
+  // viewers show for it. A check box takes the name of its state, or a word such as "yes" or "no". Several values are
+  // for a list box. False when the field does not take a value: it then keeps its old value, and a warning says what it
+  // takes.
   bool SetValue(const std::string& name, const std::string& value);
   bool SetValues(const std::string& name, const std::vector<std::string>& values);
 
-  // Fill from XFDF, FDF, one JSON object, or CSV with one row below the names; the first characters say which, else the
-  // ending of `name`, that of the data's file. Each value that is not taken is a warning; the others are written. False
-  // when nothing could be filled: the data cannot be read, no column of the CSV has the name of a field, the document
-  // has no form, or it forbids every change.
+  // Fill the form from XFDF, FDF, one JSON object, or CSV with the names in its first line and the values in its
+  // second. The format is found by the first characters of the data, or else by the suffix of `name`, the name of the
+  // data's file. A value that a field does not take gives a warning; the other values are written. False when nothing
+  // could be filled: the data cannot be read, no column of the CSV has the name of a field, the document has no form,
+  // or it forbids every change.
   bool Fill(std::string_view data, const std::string& name = {});
   bool FillFromFile(const std::string& path);
 
-  // Draws all fields, so that every viewer shows their values without drawing them itself; what does not fit or has no
-  // font is a warning. With the option `draw` what was filled in is drawn as well, after Fill and before Save: those
-  // fields, or all when the form asks viewers to draw them ("/NeedAppearances"). That request then goes; it stays where
-  // a field could not be drawn completely. False when that is so, or when the document forbids every change.
+  // Draws all fields, so that every viewer shows their values. Text that does not fit, and characters that no font has,
+  // give warnings. With the option `draw` this is not needed for fields that were filled in: they are drawn before the
+  // form is saved, and so are all fields if the form asks viewers to draw them ("/NeedAppearances"). That key is then
+  // removed, unless a field could not be drawn completely. False when a field could not be drawn completely, or when
+  // the document forbids every change.
   bool Draw();
 
-  // The values of the exported fields in a format: XFDF and FDF with the identifiers of the document, and its file;
-  // JSON as one object; CSV as the names and one row. Empty, with a failure, for a document without a form.
+  // The values of the exported fields in a format. XFDF and FDF also contain the identifiers and the file name of the
+  // document. JSON is one object; CSV has a line with the names and a line with the values. Empty for a document
+  // without a form; the messages say so.
   std::string Export(ExportFormat format, bool all = false);
 
-  // Make the fields of these full names, and those below them, part of the pages; all fields without names. What was
-  // filled in is drawn first if the options say so. The document is then read again as it would be saved: its fields
-  // are gone, and references to them are no longer valid. False, with a failure, when nothing was flattened; a signed
-  // form needs ZFormOptions::force.
+  // Make the fields with these full names, and the fields below them, part of the pages; without names, all fields.
+  // With the option `draw`, fields that were filled in are drawn first. The document is then read again without these
+  // fields, so pointers to its fields are no longer valid. False when nothing was flattened: the messages say why. A
+  // signed form needs ZFormOptions::force.
   bool Flatten(const std::vector<std::string>& names = {});
 
-  // Save to a file, which is replaced in one step unless an update is appended to it, or to bytes. What was saved is
-  // then the base of the next save. False, with a failure among the messages, when that is not possible, or when a new
-  // file would lose parts of pages or of the form and this is not forced.
+  // Save to a file or to bytes. A file is replaced in one step, unless an update is appended to it. The saved bytes are
+  // then the base of the next save. False when saving fails, or when a new file would lose parts of pages or of the
+  // form and ZFormOptions::force is not set; the messages say why.
   bool Save(const std::string& path, SaveAs mode = SaveAs::kUpdate);
   bool SaveBytes(std::string* bytes, SaveAs mode = SaveAs::kUpdate);
 
-  // What was to say since the last call, in its order; what is odd about the file comes last.
+  // The messages since the last call, in their order; faults of the file come last.
   ZFormMessages TakeMessages();
 
-  // The document itself, of which this is the owner. Do not load another one into it.
+  // The document itself, which this object owns. Do not load another document into it.
   ZAcroForm& Document();
   const ZAcroForm& Document() const;
 

@@ -16,21 +16,22 @@ extern "C" {
 
 typedef struct zforms_batch zforms_batch;
 
-// A batch of the form as it is now; later changes of the form, and freeing it, do not matter. Messages go to the
+// A batch that fills copies of the form as it is now; the form may be changed or freed later. Messages go to the
 // callback of the form. Null, with the reason in zforms_last_error(form), when the form cannot be filled.
 ZFORMS_API zforms_batch* zforms_batch_new(zforms_form* form);
 ZFORMS_API void zforms_batch_free(zforms_batch* batch);
 
-// Open a table: CSV, or JSON with one object on each line. The bytes are copied. A column fills the field of its name;
-// a message names each column that fills none.
+// Open a table: CSV, or JSON with one object on each line. The bytes are copied. A column fills the field that has its
+// name; a message lists each column that fills no field.
 ZFORMS_API zforms_status zforms_batch_open_file(zforms_batch* batch, const char* path);
 ZFORMS_API zforms_status zforms_batch_open_bytes(zforms_batch* batch, const void* data, size_t size);
 
 // Reads the next row of the table and fills the form with it. ZFORMS_END after the last row. ZFORMS_ERROR_DATA when a
-// field does not take its value, or the row is malformed: nothing is filled then, and the next call goes on with the
-// next row. `number` (from 1) and `line` (in the table, from 1) may be null.
+// field does not take its value, or when the row is malformed: the row is not filled, and the next call reads the next
+// row. `number` (from 1) and `line` (in the table, from 1) may be null.
 ZFORMS_API zforms_status zforms_batch_next(zforms_batch* batch, uint64_t* number, uint64_t* line);
-// Say a row without a table: set its values, then fill the form with all that were set since the last row.
+// Fill the form without a table: set the values of a row one by one, then fill the form with the values that were set
+// since the last row.
 ZFORMS_API zforms_status zforms_batch_set(zforms_batch* batch, const char* name, const char* value);
 ZFORMS_API zforms_status zforms_batch_set_values(zforms_batch* batch, const char* name, const char* const* values,
                                                  size_t count);
@@ -39,14 +40,15 @@ ZFORMS_API zforms_status zforms_batch_fill(zforms_batch* batch);
 // The value of a column of the row that was filled last.
 ZFORMS_API zforms_status zforms_batch_cell(zforms_batch* batch, const char* column, char* buffer, size_t size,
                                            size_t* length);
-// The form filled with that row; no zero byte is written behind it.
+// The form filled with the last row, as the bytes of a PDF file. No zero byte is added.
 ZFORMS_API zforms_status zforms_batch_bytes(zforms_batch* batch, void* buffer, size_t size, size_t* length);
 
 enum { ZFORMS_OVERWRITE = 1 };
 
-// Writes that form into a folder, which must exist, under a name made from the row: "{id}-{name}.pdf", where "{row}" is
-// the number of the row. Characters that file systems refuse in names become "_". ZFORMS_ERROR_DATA when another row of
-// the batch had the name, or the file exists and `flags` has no ZFORMS_OVERWRITE. The path can be read afterwards.
+// Writes the form filled with the last row into a folder, which must exist, under a name made from the row:
+// "{id}-{name}.pdf", where "{row}" is the number of the row. Characters that file systems refuse in names become "_".
+// ZFORMS_ERROR_DATA when another row of the batch has the same file name, or when the file exists and `flags` does not
+// contain ZFORMS_OVERWRITE. The path can be read afterwards.
 ZFORMS_API zforms_status zforms_batch_write(zforms_batch* batch, const char* folder, const char* pattern,
                                             unsigned flags);
 ZFORMS_API zforms_status zforms_batch_path(zforms_batch* batch, char* buffer, size_t size, size_t* length);
@@ -61,11 +63,12 @@ typedef struct zforms_row {
   double share;          // of the table that has been read: 0 to 1; 0 when its size is unknown
 } zforms_row;
 
-// Called after each row, with the pointer that was given with it. A result other than 0 stops the run.
+// Called after each row. `user` is the pointer that was passed with the callback. A result other than 0 stops the run.
 typedef int (*zforms_row_callback)(void* user, const zforms_row* row);
 
-// Fills and writes the form for all rows that follow. A row that is not taken does not stop it. ZFORMS_ERROR_DATA when
-// the table cannot be read to its end, or a row was not written; ZFORMS_ERROR_STOPPED when the callback stopped it.
+// Fills and writes the form for all rows that follow. A row that cannot be filled does not stop the run.
+// ZFORMS_ERROR_DATA when the table cannot be read to its end, or when a row was not written; ZFORMS_ERROR_STOPPED when
+// the callback stopped the run.
 ZFORMS_API zforms_status zforms_batch_run(zforms_batch* batch, const char* folder, const char* pattern, unsigned flags,
                                           zforms_row_callback callback, void* user);
 

@@ -15,7 +15,7 @@ typedef struct zforms_form zforms_form;
 ZFORMS_API zforms_form* zforms_form_new(void);
 ZFORMS_API void zforms_form_free(zforms_form* form);
 
-// Sets who gets the messages from now on; null for nobody.
+// Sets the function that gets the messages from now on; null for none.
 ZFORMS_API zforms_status zforms_on_message(zforms_form* form, zforms_message_callback callback, void* user);
 
 // Flags of opening, which can be added.
@@ -24,17 +24,17 @@ enum {
   ZFORMS_KEEP_XFA = 2,  // leave an XFA form that holds the former values
   ZFORMS_FORCE = 4,     // make the changes that signatures forbid; these are then no longer valid
   ZFORMS_DRAW = 8,      // draw the fields that are filled in, instead of leaving that to viewers
-  // Leave the scripts of the form. Otherwise those that are calls of the common functions are followed: fields are
-  // computed from what is filled in, numbers out of range are refused, values are drawn in their formats.
+  // Ignore the scripts of the form. Without this flag, scripts that only call the common functions are followed: fields
+  // are computed from others, numbers out of range are refused, and values are drawn in their formats.
   ZFORMS_NO_CALCULATION = 16
 };
 
-// Adds a font file (TrueType or OpenType) for characters that the form's own fonts lack; it precedes those that the
-// system lists. Call it before the form is opened.
+// Adds a font file (TrueType or OpenType) for characters that the form's own fonts do not have. It is tried before the
+// fonts of the system. Call this before the form is opened.
 ZFORMS_API zforms_status zforms_add_font(zforms_form* form, const char* path);
 
-// Open a document: a file, or bytes, which are copied. `password` may be null. After a failure, what was open before
-// stays. A document without a form opens as well.
+// Open a document: a file, or bytes, which are copied. `password` may be null. After a failure, the former document
+// stays open. A document without a form can be opened too.
 ZFORMS_API zforms_status zforms_open_file(zforms_form* form, const char* path, const char* password, unsigned flags);
 ZFORMS_API zforms_status zforms_open_bytes(zforms_form* form, const void* bytes, size_t size, const char* password,
                                            unsigned flags);
@@ -81,8 +81,8 @@ typedef enum zforms_field_part {
   ZFORMS_FIELD_STATE = 6          // the state of number n
 } zforms_field_part;
 
-// The fields in the order of the form's tree, those that only pages show at the end. An index is valid until the form
-// is opened again or flattened.
+// The fields in the order of the form's tree. Fields that a page shows but the form does not list come last. An index
+// is valid until the form is opened again or flattened.
 ZFORMS_API zforms_status zforms_field_count(zforms_form* form, size_t* count);
 // The first field of that full name.
 ZFORMS_API zforms_status zforms_find_field(zforms_form* form, const char* name, size_t* index);
@@ -98,26 +98,27 @@ ZFORMS_API zforms_status zforms_get_widget(zforms_form* form, size_t index, size
 // The first value of the field of that full name; empty without a value.
 ZFORMS_API zforms_status zforms_get_value(zforms_form* form, const char* name, char* buffer, size_t size,
                                           size_t* length);
-// Set all fields of that full name. A choice takes its value or the text that viewers show for it; a check box "yes",
-// "no" and the like too. Several values are for a list box. ZFORMS_ERROR_DATA when a value is not taken: the field then
-// keeps what it holds. ZFORMS_ERROR_NOT_FOUND when there is no such field.
+// Set the value of all fields with this full name. A choice field takes the value of an option or the text that viewers
+// show for it. A check box takes the name of its state, or a word such as "yes" or "no". Several values are for a list
+// box. ZFORMS_ERROR_DATA when the field does not take a value: it then keeps its old value. ZFORMS_ERROR_NOT_FOUND when
+// there is no such field.
 ZFORMS_API zforms_status zforms_set_value(zforms_form* form, const char* name, const char* value);
 ZFORMS_API zforms_status zforms_set_values(zforms_form* form, const char* name, const char* const* values,
                                            size_t count);
 
-// Fill from XFDF, FDF, one JSON object, or CSV with one row below the names. The first characters of the data say
-// which, else the ending of `name`, that of the data's file, which may be null. Each value that is not taken is a
-// warning; the others are written.
+// Fill the form from XFDF, FDF, one JSON object, or CSV with the names in its first line and the values in its second.
+// The format is found by the first characters of the data, or else by the suffix of `name`, the name of the data's
+// file, which may be null. A value that a field does not take gives a warning; the other values are written.
 ZFORMS_API zforms_status zforms_fill_file(zforms_form* form, const char* path);
 ZFORMS_API zforms_status zforms_fill_bytes(zforms_form* form, const void* data, size_t size, const char* name);
 
-// Draws all fields, so that every viewer shows their values without drawing them itself. ZFORMS_ERROR_FORM when the
-// document forbids it, or a field could not be drawn completely; the others are drawn then.
+// Draws all fields, so that every viewer shows their values. ZFORMS_ERROR_FORM when the document forbids every change,
+// or when a field could not be drawn completely; all other fields are drawn.
 ZFORMS_API zforms_status zforms_draw(zforms_form* form);
 
-// Makes the fields of these full names, and those below them, part of the pages; all fields when `count` is 0. The
-// fields are gone then, and indexes of others change. ZFORMS_ERROR_FORM when nothing was flattened; a signed form needs
-// ZFORMS_FORCE.
+// Makes the fields with these full names, and the fields below them, part of the pages; all fields when `count` is 0.
+// These fields then no longer exist, and the indexes of the other fields change. ZFORMS_ERROR_FORM when nothing was
+// flattened; a signed form needs ZFORMS_FORCE.
 ZFORMS_API zforms_status zforms_flatten(zforms_form* form, const char* const* names, size_t count);
 
 typedef enum zforms_save_mode {
@@ -125,8 +126,8 @@ typedef enum zforms_save_mode {
   ZFORMS_NEW_FILE = 1  // all objects in use are written; signatures are no longer valid
 } zforms_save_mode;
 
-// Save to a file, or to bytes. What was saved is then the base of the next save. The saved bytes are kept until a call
-// has a buffer for all of them, or another call changes the form; no zero byte is written behind them.
+// Save to a file or to bytes. The saved bytes are then the base of the next save. The form keeps the saved bytes until
+// a call passes a buffer that is large enough, or until another call changes the form. No zero byte is added.
 ZFORMS_API zforms_status zforms_save_file(zforms_form* form, const char* path, zforms_save_mode mode);
 ZFORMS_API zforms_status zforms_save_bytes(zforms_form* form, zforms_save_mode mode, void* buffer, size_t size,
                                            size_t* length);
@@ -139,7 +140,7 @@ typedef enum zforms_format {
   ZFORMS_CSV = 4
 } zforms_format;
 
-// The values of the fields. `all` also takes those that the form marks as not to be exported.
+// The values of the fields in a format. `all` includes fields with the flag NoExport.
 ZFORMS_API zforms_status zforms_export(zforms_form* form, zforms_format format, int all, char* buffer, size_t size,
                                        size_t* length);
 

@@ -19,13 +19,13 @@ ZFORMS_API zforms_server* zforms_server_new(const char* folder, const char* app,
 // Stops the server first.
 ZFORMS_API void zforms_server_free(zforms_server* server);
 
-// Gets each submission that is valid: of a form that this server opened, and of its newest copy. A result other than 0
-// says that it is stored; the reader then gets the form back, read-only. With 0 the reader gets an error, and can
-// submit again. Called by threads of the server, one at a time; the answer waits for it. It must not call the library
-// with the server's handle. The submission is valid until the callback returns.
+// Called for each valid submission: one of a form that this server opened, from the newest copy of that form. Return a
+// value other than 0 when the submission is stored: the reader then gets the form back, read-only. After 0 the reader
+// gets an error and can submit again. The threads of the server call it one at a time, and answer the reader when it
+// returns. It must not call the library with the server's handle. The submission is valid until the callback returns.
 typedef int (*zforms_submission_callback)(void* user, const zforms_submission* submission);
 
-// Set them before the start. Messages name requests that were refused, with the reason.
+// Set both callbacks before the start. Messages tell which requests were refused, and why.
 ZFORMS_API zforms_status zforms_server_on_submission(zforms_server* server, zforms_submission_callback callback,
                                                      void* user);
 ZFORMS_API zforms_status zforms_server_on_message(zforms_server* server, zforms_message_callback callback, void* user);
@@ -34,7 +34,7 @@ ZFORMS_API zforms_status zforms_server_on_message(zforms_server* server, zforms_
 ZFORMS_API zforms_status zforms_server_start(zforms_server* server);
 // The port of the running server.
 ZFORMS_API zforms_status zforms_server_port(zforms_server* server, uint16_t* port);
-// Waits for the requests that are being answered, and ends the threads. It can be started again.
+// Waits for the requests that are being answered, and ends the threads. The server can be started again.
 ZFORMS_API zforms_status zforms_server_stop(zforms_server* server);
 
 typedef enum zforms_opened {
@@ -42,14 +42,14 @@ typedef enum zforms_opened {
   ZFORMS_OPENED_XFDF = 1  // a document that leads a reader to the form on the server
 } zforms_opened;
 
-// Opens the form CODE.pdf for one submission after the other, filled with `data` (XFDF, FDF, one JSON object, or CSV
-// with one row), which may be null. Give the result to the reader. It is kept until a call has a buffer for all of it;
-// each further call opens the form again. ZFORMS_ERROR_NOT_FOUND when there is no such form.
+// Opens the form CODE.pdf, so that a user can submit it. `data` (XFDF, FDF, one JSON object, or CSV with one row) is
+// filled in and may be null. Give the result to the reader. The server keeps the result until a call passes a buffer
+// that is large enough; each further call opens the form again. ZFORMS_ERROR_NOT_FOUND when there is no such form.
 ZFORMS_API zforms_status zforms_server_open(zforms_server* server, const char* code, const void* data, size_t data_size,
                                             zforms_opened what, void* buffer, size_t size, size_t* length);
 
-// The code of the submitted form; its fields with a value, by number, with several values as lines; and the submitted
-// document, XFDF.
+// The parts of a submission: the code of the form; its fields that have a value, by number from 0, several values as
+// lines of one text; and the whole document, XFDF.
 ZFORMS_API zforms_status zforms_submission_code(const zforms_submission* submission, char* buffer, size_t size,
                                                 size_t* length);
 ZFORMS_API zforms_status zforms_submission_count(const zforms_submission* submission, size_t* count);

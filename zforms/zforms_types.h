@@ -1,6 +1,6 @@
 #pragma once
 
-// What all parts of the C interface share: see zforms/zforms.h.
+// Types and functions that all parts of the C interface use: see zforms/zforms.h.
 
 #include <stddef.h>  // NOLINT(modernize-deprecated-headers): this is C
 #include <stdint.h>  // NOLINT(modernize-deprecated-headers)
@@ -39,8 +39,8 @@ ZFORMS_API int zforms_version_number(void);
 // A short English text for a status, such as "the buffer is too short".
 ZFORMS_API const char* zforms_status_text(zforms_status status);
 
-// Why the last call with this handle failed, whatever kind of handle it is; empty when it succeeded. Owned by the
-// handle, and valid until the next call with it.
+// Why the last call with this handle failed; empty when it succeeded. Takes a handle of any kind. The text belongs to
+// the handle and is valid until the next call with it.
 ZFORMS_API const char* zforms_last_error(const void* handle);
 
 typedef enum zforms_severity {
@@ -63,8 +63,8 @@ typedef struct zforms_message {
   const char* text;
 } zforms_message;
 
-// Gets each message. `user` is the pointer that was given with the callback. It must not call the library with the
-// handle that it was set for. A callback of a server is called by a thread of the server.
+// Called for each message. `user` is the pointer that was passed with the callback. The callback must not call the
+// library with the handle for which it was set. A callback of a server is called by a thread of the server.
 typedef void (*zforms_message_callback)(void* user, const zforms_message* message);
 
 #ifdef __cplusplus

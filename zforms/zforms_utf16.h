@@ -21,9 +21,9 @@ ZFORMS_API zforms_status zforms_fill_file_utf16(zforms_form* form, const uint16_
 ZFORMS_API zforms_status zforms_save_file_utf16(zforms_form* form, const uint16_t* path, zforms_save_mode mode);
 ZFORMS_API zforms_status zforms_last_error_utf16(const void* handle, uint16_t* buffer, size_t size, size_t* length);
 
-// Converts any other text; bytes that are not UTF-8 become U+FFFD.
+// Converts UTF-8 to UTF-16, for functions without a UTF-16 form. Bytes that are not UTF-8 become U+FFFD.
 ZFORMS_API zforms_status zforms_utf16_from_utf8(const char* text, uint16_t* buffer, size_t size, size_t* length);
-// Converts any other text; surrogates without partner become U+FFFD.
+// Converts UTF-16 to UTF-8. Surrogates that are not in a pair become U+FFFD.
 ZFORMS_API zforms_status zforms_utf8_from_utf16(const uint16_t* text, char* buffer, size_t size, size_t* length);
 
 #ifdef __cplusplus

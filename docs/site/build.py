@@ -100,7 +100,7 @@ class Site:
     def __init__(self, folder, headers):
         self.folder, self.headers = folder, headers
         self.markdown = MarkdownIt("commonmark").enable("table")
-        self.sources = set()  # files that pages link to and that are no pages
+        self.sources = set()  # files that pages link to, other than pages
         self.faults = []
 
     def write(self):

@@ -63,7 +63,7 @@ TEST(DefaultAppearance, SaysFontSizeColorAndSpacing) {
   for (const auto& each : cases) EXPECT_EQ(Described(each.text), each.expected) << each.text;
 }
 
-// Each field may have one of its own, so of a long one the beginning counts.
+// Every field may have its own "/DA", so only the beginning of a long one is read.
 TEST(DefaultAppearance, IsReadUpToABound) {
   for (const char* const repeated : {"1 g ", "/B 2 Tf ", "(", "1 ", "% ", "/"}) {
     std::string text = "/A 1 Tf ";

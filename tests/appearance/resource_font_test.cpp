@@ -331,7 +331,7 @@ TEST(FontResources, FindsTheFontOfADefaultAppearance) {
   EXPECT_EQ(stand_in("Own", U"A"), "none");
   // A font that nothing refers to is not added.
   EXPECT_EQ(added.Used().size(), 4U);
-  // A dictionary is read once, whatever name leads to it.
+  // A dictionary is read once, even if several names refer to it.
   EXPECT_EQ(&fonts.Find(odd, "Both")->Codes(), &fonts.Find(odd, "Again")->Codes());
 }
 

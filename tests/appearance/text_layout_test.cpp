@@ -184,7 +184,7 @@ TEST(ContentWriter, NumbersAndGlyphs) {
   } kCases[] = {
       {{glyph('(', 500, 0, 0, 0, true), glyph(233, 500, 0, 0, 1, true)}, false, "(\\(\\351) Tj\n"},
       {{glyph('a', 450, 0, 0, 0, true), glyph('b', 500, 0, 0, 1, true)}, false, "[(a)50(b)] TJ\n"},
-      // Shown 30 to the right, the pen goes on from where it was.
+      // A glyph that is shown 30 units to the right does not move the pen.
       {{glyph('a', 500, 30, 0, 0, true), glyph('b', 500, 0, 0, 1, true)}, false, "[-30(a)30(b)] TJ\n"},
       {{glyph('a', 500, 0, 100, 0, true), glyph('b', 500, 0, 0, 1, true)}, false, "1 Ts\n(a) Tj\n0 Ts\n(b) Tj\n"},
       {{glyph(0x123, 500, 0, 0, 0, false), glyph('b', 500, 0, 0, 2, true)},

@@ -230,7 +230,7 @@ TEST(WidgetDrawer, ButtonsKeepTheStatesThatTheyHave) {
   EXPECT_NE(ObjectOf(drawn.form, 11).find("BT/F 10 Tf49.5 6.475 Td(8) TjET"), std::string::npos);
 }
 
-// One long value that many widgets show, each in lines of its own size: what is done and written stays in proportion.
+// Many widgets show the same long value in different sizes: work and output stay in proportion to the size of the file.
 TEST(WidgetDrawer, SharedValuesAreNotDrawnWithoutEnd) {
   FormText text;
   std::string kids;

@@ -8,7 +8,8 @@
 namespace zforms {
 namespace {
 
-// What is shown for the value; "?" when it is not what the format is for, "none" for a script that is no format.
+// The text that is shown for the value; "?" when the format does not apply to it, "none" for a script that is not a
+// format.
 std::string Shown(const std::string& script, const std::string& value) {
   const auto call = ParseCall(WithoutComments(script));
   const auto format = call ? ValueFormat::Of(*call) : std::nullopt;

@@ -218,7 +218,7 @@ TEST(EncrypterAESTest, DamagedDataGiveWhatCanBeRead) {
   EXPECT_EQ(fault, "does not end with the padding of AES");
 }
 
-// A document is read, with warnings, as far as it is sound; damaged dictionaries are told from wrong passwords.
+// The undamaged parts of a document are read, with warnings. A damaged dictionary is not reported as a wrong password.
 TEST(CryptFiltersTest, DamagedDocuments) {
   const std::unique_ptr<ZPDFEncryption> made(ZPDFEncryption::CreateAES256("user", "owner"));
   const std::unique_ptr<ZPDFEncrypter> encrypter(made->AllocEncrypter({3, 0}));

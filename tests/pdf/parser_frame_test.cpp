@@ -203,7 +203,7 @@ TEST(ParserFrame, ChainOfSections) {
     EXPECT_EQ(!WarningsOf(parser).empty(), c.warns) << c.prev << WarningsOf(parser);
     EXPECT_EQ(parser.SectionCount(), c.older ? 2 : 1);
   }
-  // The older section leads back to the newer one.
+  // "/Prev" of the older section refers to the newer one.
   PdfText loop = Catalog();
   loop.Object(2, "(old)").Xref("1 2\n@1 00000 n \n@2 00000 n \n").Line("trailer<</Prev NNNN>>").End();
   loop.Object(3, "(new)").Xref().Trailer("/Root 1 0 R");

@@ -1,4 +1,4 @@
-// The objects of a file, sound and damaged.
+// Reading the objects of a file, with and without damage.
 
 #include <gtest/gtest.h>
 

@@ -55,7 +55,7 @@ std::string OldOnesLastModern() {
   return text.Raw(kOldFields).XrefStream(6, "/Root 1 0 R").Bytes().ToString();
 }
 
-// The newest section is before the one that it leads to, as in a linearized file.
+// The newest section is before the section that its "/Prev" refers to, as in a linearized file.
 std::string NewestSectionFirst() {
   constexpr const char* kPlace = "0000009999";
   PdfText text;
@@ -167,7 +167,7 @@ struct Odd {
   const char* said;
 };
 
-// An object that the scan does not find is kept if a table leads to it, even a damaged one.
+// An object that the scan does not find is kept if a table refers to it, even a damaged table.
 TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
   PdfText behind, packed;
   behind.Header().Object(1, kCatalog).Object(2, kForm).Raw("x ").Object(10, "<</FT/Tx/T(a)/V(1)>>");

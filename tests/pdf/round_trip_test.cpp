@@ -28,7 +28,7 @@ class XorEncrypter final : public ZPDFEncrypter {
   }
 };
 
-// In a document simple values are read when they are asked for, even when the document is gone by then.
+// Simple values in a document are read when they are first requested, even if the document was destroyed before.
 void ExpectUnreadValuesToLast(const std::string& text, const std::string& dump, const ZPDFEncrypter* encrypter) {
   ZPDFTokenizedString tokens{Chaine(text)};
   ZPDFNodePool::User pool = ZPDFNodePool::Make();

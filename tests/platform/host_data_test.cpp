@@ -230,7 +230,7 @@ TEST(LetterCase, CapitalsOfSeveralAlphabets) {
       // Armenian, Georgian, Cherokee, Deseret, full width.
       {"\u0531\u1C90\uAB70\U00010400\uFF21", "\u0561\u10D0\u13A0\U00010428\uFF41",
        "\u0561\u10D0\u13A0\U00010428\uFF41"},
-      // An accent as a character of its own, and Hangul by its letters.
+      // An accent as a separate character, and a Hangul syllable as separate letters.
       {"E\u0301 \u1112\u1161\u11AB", "e\u0301 \u1112\u1161\u11AB", "\u00E9 \uD55C"},
       {"", "", ""},
       {"\xC3", "\xC3", "\xC3"},

@@ -539,8 +539,8 @@ TEST(FormServer, AFolderChangesForLaterRequestsOnly) {
   EXPECT_EQ(host.Post(save, host.Open().AsChaine().ToString()).status, 404);
 }
 
-// Sixteen clients save at a time, each from a form of its own, while they fetch forms. Some hang up before the answer,
-// and the server is stopped under them, by the host's thread or by another one.
+// Sixteen clients fetch forms and save them at the same time, each its own form. Some close the connection before the
+// answer. Meanwhile the server is stopped, by the host's thread or by another one.
 TEST(FormServer, StoppingUnderLoadLosesNoSubmission) {
   constexpr size_t kClients = 16;
   for (const bool by_host : {true, false}) {

@@ -11,8 +11,8 @@ namespace zforms::tool {
 inline constexpr int kDone = 0;
 inline constexpr int kFailed = 2;
 inline constexpr int kDoneWithWarnings = 3;
-// Not all is done, and the input is not to blame: another try may succeed. EX_TEMPFAIL of <sysexits.h>, which mail
-// systems and schedulers know.
+// Not everything was done, for a reason outside of the input, such as a full disk: another try may succeed. EX_TEMPFAIL
+// of <sysexits.h>, which mail systems and schedulers know.
 inline constexpr int kTrouble = 75;
 
 // Makes text from a file safe for a terminal: control characters become "\xNN".

@@ -5,7 +5,7 @@
 
 namespace zforms::tool {
 
-// The listening sockets that a service manager opened for this process, as systemd.socket(5) hands them over: file
+// The listening sockets that a service manager opened for this process, passed as described in systemd.socket(5): file
 // descriptors from 3 on, counted by LISTEN_FDS when LISTEN_PID names this process. None on Windows. Call it once,
 // before other threads are started: it takes the variables from the environment, so that programs started later do not
 // use them.

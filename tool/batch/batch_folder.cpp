@@ -110,7 +110,7 @@ bool BatchFolder::OpenShard(uint64_t job, BatchFault* fault) {
   return record_.Open(folder_, shard_, mode_, job, &ledger_, fault);
 }
 
-// Only now, since an earlier run of this shard may still be alive.
+// Removes old temporary files only at the end, because an earlier run of this shard may still be running.
 bool BatchFolder::Finish(BatchFault*) {
   if (shard_.IsPart()) RemoveLeftOvers();
   return true;
@@ -183,13 +183,13 @@ BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, u
     *fault = {kNotRecorded, true};
     return Place::kRefused;
   }
-  // A run that was replaced by this one may still be alive and write the same forms.
+  // An earlier run of this shard may still be running and writing the same forms.
   if (shard_.IsPart()) return Place::kUnsure;
   *fault = {"the file \"" + seat.name + "\" already exists and does not belong to this batch"};
   return Place::kRefused;
 }
 
-// For a file that this shard has not recorded: accepts it when it is the form of this row all the same.
+// For a file that this shard has not recorded: accepts the file if it has the same bytes as the form of this row.
 bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* fault) {
   Chaine there;
   if (ReadFile(PathOf(seat.name), &there) && there == bytes) return true;
@@ -198,7 +198,7 @@ bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* 
   return false;
 }
 
-// For file systems without hard links: takes the name by an empty file, which must not exist before.
+// For file systems without hard links: reserves the name by creating an empty file, which fails if the file exists.
 bool BatchFolder::ClaimAndRename(const std::string& part, const Seat& seat, BatchFault* fault) {
   OsFile claim;
   std::string reason;

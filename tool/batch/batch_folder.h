@@ -32,7 +32,7 @@ class BatchFolder final : public BatchOutput {
 
  private:
   std::string PathOf(const std::string& name) const { return folder_ + "/" + name; }
-  // The temporary names of this batch or shard begin so.
+  // The prefix of the temporary file names of this batch or shard.
   std::string PartPrefix() const;
   void RemoveLeftOvers() const;
   bool OpenShard(uint64_t job, BatchFault* fault);

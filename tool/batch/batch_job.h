@@ -15,9 +15,9 @@ struct BatchOptions;
 
 // Hashes by which a later run recognizes what an earlier one made; the same on every machine.
 
-// Of the names and values of a row.
+// The hash of the names and values of a row.
 uint64_t HashOf(const Row& row);
-// Of everything that the forms of a batch have in common.
+// The hash of everything that the forms of a batch have in common: the form, the maps and the options.
 uint64_t JobOf(const BatchOptions& options, const ZAcroForm& form, const BatchPlan& plan);
 
 }  // namespace zforms::tool

@@ -26,13 +26,13 @@ struct BatchOptions {
   std::string report;
   SecretString password;
   Shard shard;
-  std::vector<std::string> merged_reports;  // of shards; nothing is filled then
+  std::vector<std::string> merged_reports;  // the reports of shards to join; with them nothing is filled
   unsigned jobs = 0;                        // 0 for the number of cores
   bool stop_on_error = false;
   bool resume = false;
   bool overwrite = false;
   bool recover = false;
-  bool flatten = false;   // the filled forms
+  bool flatten = false;   // flatten each form after filling it
   bool calculate = true;  // see ZFormOptions
   GuardOptions guard;
   DrawingOptions drawing;

@@ -28,15 +28,15 @@ class BatchOutput {
   enum class Place {
     kFree,     // no such file
     kOurs,     // a file that may be replaced
-    kUnsure,   // a file that is of this row if it has the same bytes
-    kWritten,  // the file of this row is there already
-    kRefused,  // see the fault
+    kUnsure,   // a file that belongs to this row only if it has the same bytes
+    kWritten,  // the complete file of this row exists
+    kRefused,  // the row cannot be written; the fault says why
   };
   // The file of a row.
   struct Seat {
     std::string name;
     uint64_t content = 0;  // a hash of the row's values
-    uint64_t line = 0;     // where the row is in the table
+    uint64_t line = 0;     // the line of the table in which the row starts
     uint64_t row = 0;
     Place place = Place::kRefused;
   };
@@ -48,13 +48,14 @@ class BatchOutput {
 
   // Makes sure that no other batch uses the output.
   virtual bool Take(BatchFault* fault);
-  // `job` is a hash of everything that the forms have in common. Precondition: Take.
+  // Starts or continues the batch. `job` is a hash of everything that the forms have in common. Precondition: Take
+  // returned true.
   virtual bool Open(uint64_t job, BatchFault* fault) = 0;
   // Reserves the file name of the seat.
   virtual void Enter(Seat* seat, BatchFault* fault) = 0;
   // `number` distinguishes threads that write at the same time.
   virtual bool Write(const Seat& seat, unsigned number, const Chaine& bytes, BatchFault* fault) = 0;
-  // Messages name rows by their numbers; otherwise by their lines.
+  // Makes messages identify rows by number. Without this call they give the line in the table.
   void NameRowsByNumber() { unit_ = "row "; }
   // True when forms must be written in the order of their rows, by one thread at a time.
   virtual bool IsOrdered() const { return false; }

@@ -24,7 +24,7 @@ struct BatchField {
   std::string column;       // the column with its values
   std::string full_column;  // tried first: the column with its rubric; empty without maps
   bool is_constant = false;
-  Cell constant;  // the same for every form, from the rubric of a file
+  Cell constant;  // the value for every form, when its rubric comes from a file
 };
 
 // BatchPlan assigns the columns of the data to the fields of the form. Made before the work begins, then read by all
@@ -55,7 +55,7 @@ class BatchPlan {
   bool Feeds(const std::vector<std::string>& names) const;
   // The names that match no field.
   std::vector<std::string> Unused(const std::vector<std::string>& names) const;
-  // The message about such a name; for the thread that reads the rows.
+  // The message about a name that matches no field. Only the thread that reads the rows may call it.
   std::string WhyUnused(const std::string& name) const;
 
  private:
@@ -67,7 +67,7 @@ class BatchPlan {
   void TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, const ZXFDFMapper::DataFieldRef& reference,
                Console& console);
 
-  std::unique_ptr<FieldScripts> scripts_;   // null when they are left
+  std::unique_ptr<FieldScripts> scripts_;   // null when scripts are ignored
   std::unique_ptr<ZCheckedFiller> filler_;  // for the form of the plan
   Rubrics rubrics_;
   std::set<std::string> fixed_;  // the rubrics of files, in lower case

@@ -19,7 +19,7 @@ struct BatchOptions;
 // report. Each failure is written at once, so that memory does not grow. Any thread may call it.
 class BatchReport {
  public:
-  // `console` prints the faults of the data. Messages name rows by their lines, or `by_number`.
+  // `console` prints the faults of the data. Messages give the line of a row, or its number with `by_number`.
   BatchReport(Console& console, bool by_number);
 
   // Begins the report at standard output ("-") or in a temporary file beside `path`; false, with the reason, when it
@@ -32,7 +32,7 @@ class BatchReport {
   // Counts a row that was filled in an earlier run.
   void Found();
   void Failed(const Row& row, const std::string& field, const std::string& file, const std::string& what);
-  // Prints why the batch cannot go on. Only the first of several reasons is printed.
+  // Prints why the batch cannot continue. When it is called again, nothing more is printed.
   void Trouble(const std::string& what);
   bool HasTrouble() const { return has_trouble_; }
   // Sets how much of the data was read, from 0 to 1; negative when unknown.
@@ -40,7 +40,7 @@ class BatchReport {
 
   // Ends the progress line and the report. Prints how many rows failed. False when the report cannot be written.
   struct Outcome {
-    bool stopped;  // before the last row
+    bool stopped;  // the batch ended before the last row
     unsigned jobs;
     int status;
     std::string result;  // a hash of all rows of a query in their order; empty when they are not known
@@ -79,7 +79,7 @@ class BatchReport {
   bool has_report_ = false;
   std::string path_;
   ReplacingFile file_;
-  std::string file_error_;  // of the report, once it failed
+  std::string file_error_;  // why the report could not be written
 };
 
 }  // namespace zforms::tool

@@ -29,13 +29,15 @@ namespace zforms::tool {
 // output and the report.
 class BatchRun {
  public:
-  // Once `is_asked_to_stop` is true, no row is begun; it is called by any thread. The arguments must outlive the run.
+  // When `is_asked_to_stop` returns true, no further row is started. Any thread may call it. The arguments must outlive
+  // the run.
   BatchRun(const BatchOptions& options, Console& console, std::function<bool()> is_asked_to_stop);
 
   bool Prepare();
   // The exit status.
   int Run();
-  // The exit status after Prepare returned false: what the form forbids is a warning.
+  // The exit status when Prepare has returned false: that of the form when it forbids filling, 75 after a temporary
+  // failure, else 2.
   int StatusOfRefusal() const;
 
  private:
@@ -46,7 +48,7 @@ class BatchRun {
   };
   struct Filled {
     Chaine bytes;
-    std::optional<RowPages> pages;  // when they are merged
+    std::optional<RowPages> pages;  // the pages, when all rows go into one file
     ZFormMessages messages;
   };
 
@@ -72,7 +74,8 @@ class BatchRun {
   bool IsStopping() const { return ends_at_bad_row_ || IsInterrupted(); }
   bool IsInterrupted() const { return report_.HasTrouble() || is_asked_to_stop_(); }
   int FinishStatus();
-  // The shards of a query must read the same rows in the same order; see MergeShardReports.
+  // True when the report must contain a hash of all rows: the shards of a query must read the same rows in the same
+  // order, which MergeShardReports checks.
   bool NotesResult() const { return options_.shard.IsPart() && options_.HasDatabase(); }
 
   const BatchOptions& options_;
@@ -87,7 +90,7 @@ class BatchRun {
   BatchPlan::Match match_;
   FileNamePattern pattern_;
   std::unique_ptr<BatchOutput> output_;
-  MergedOutput* merged_ = nullptr;  // the output, when it is one
+  MergedOutput* merged_ = nullptr;  // the output, if it is one merged file; else null
   BatchReport report_;
   std::mutex reading_;
   std::unique_ptr<RowReader> reader_;
@@ -96,10 +99,10 @@ class BatchRun {
   std::vector<size_t> nameless_;  // the places of empty names among the columns
   bool said_nameless_ = false;
   std::atomic<bool> ends_at_bad_row_ = false;
-  std::atomic<bool> leaves_rows_ = false;  // some rows that were taken are not filled
+  std::atomic<bool> leaves_rows_ = false;  // some rows that were read could not be filled; a later run may fill them
   bool ended_ = false;                     // all rows are read
   bool has_values_ = false;
-  uint64_t result_ = 0;  // a hash of all rows, in their order, of a shard of a query
+  uint64_t result_ = 0;  // for a shard of a query: a hash of all rows in their order
   // For an output in order: each group of rows has a number, and the group with this one may be written.
   std::mutex writing_;
   std::condition_variable turn_changed_;

@@ -59,8 +59,8 @@ void Ledger::Close() {
 
 bool Ledger::Execute(const char* sql) { return sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
 
-// The folder has a lock of its own, so no other connection has to see changes: exclusive mode needs no shared memory.
-// A kill loses nothing that was recorded; after a crash of the machine the last records may be missing.
+// The folder is locked, so no other connection has to see changes: exclusive mode needs no shared memory. A kill loses
+// nothing that was recorded; after a crash of the machine the last records may be missing.
 bool Ledger::OpenFile(const std::string& path, std::string* error) {
   Close();
   path_ = path;

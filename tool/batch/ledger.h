@@ -20,13 +20,13 @@ class Ledger {
  public:
   // The state of a row's file. If a run is killed at any point, at worst the file is made again.
   enum class State : uint32_t {
-    kNamed,    // we have not written the file
-    kPlacing,  // our file may be there for the first time; `content` is then its fingerprint
-    kStale,    // our file is there, with old or unknown content
-    kWritten,  // our file is there, with this content
+    kNamed,    // this batch has not written the file
+    kPlacing,  // the file was perhaps just written for the first time; `content` is its fingerprint
+    kStale,    // this batch wrote the file; its content is old or unknown
+    kWritten,  // this batch wrote the file with this content
   };
   enum class Claim {
-    kNew,      // we have not written a file of that name
+    kNew,      // this batch has not written a file with this name
     kStarted,  // an earlier run was moving the row's file into place
     kOurs,     // an earlier run wrote the file, with other content
     kSame,     // an earlier run wrote the file, with this content
@@ -44,16 +44,16 @@ class Ledger {
   // Creates a ledger for the job and replaces an old one.
   bool Create(const std::string& path, uint64_t job, std::string* error);
   // Opens the ledger of an earlier run of the same job. False with a reason when it belongs to another job, is damaged
-  // or is not a ledger. Of a run that was killed before it began, nothing is recorded.
+  // or is not a ledger. A run that was killed before its first row has left an empty ledger.
   bool Open(const std::string& path, uint64_t job, std::string* error);
   // Opens the ledger of an earlier job for this one: its files may be replaced and are outdated.
   bool StartOver(const std::string& path, uint64_t job, std::string* error);
 
-  // Makes an empty ledger in a temporary file of the system, which is gone with the object.
+  // Makes an empty ledger in a temporary file, which is removed with this object.
   bool CreateTemporary(std::string* error);
-  // Puts in what an earlier run recorded. Precondition, also below: CreateTemporary.
+  // Adds a record of an earlier run. Precondition, also of MarkAllStale: CreateTemporary was called.
   bool Restore(std::string_view name, State state, uint64_t content, uint64_t line);
-  // The files that are on record may be replaced and are outdated.
+  // Marks all recorded files as outdated: they may be replaced.
   bool MarkAllStale();
 
   // Reserves the name for a row of this run.
@@ -71,8 +71,8 @@ class Ledger {
   bool ReadJob();
   bool StartRun(uint64_t job, uint64_t since, std::string* error);
   bool Execute(const char* sql);
-  // What must be on record before a file changes ends a transaction. That a name is reserved or a file written is
-  // committed with it: after a kill, such a row is only made again.
+  // Begins a transaction. It ends when a record must be on the disk before a file changes. Reserved names and written
+  // files are committed with it: if the process is killed before, these rows are only filled again.
   bool Begin();
   bool Commit();
 

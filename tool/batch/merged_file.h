@@ -27,7 +27,8 @@ class OffsetFile {
   void Reserve(uint32_t numbers);
   void Set(uint32_t number, uint64_t offset);
   uint32_t Count() const { return first_ + static_cast<uint32_t>(window_.size()); }
-  // Calls `take` with the offset of each number from 0, 0 where there is none. False when the file failed at any time.
+  // Calls `take` with the offset of each number from 0 on; the offset is 0 for a number without an object. False when
+  // the temporary file could not be read or written.
   bool ForEach(const std::function<bool(uint64_t offset)>& take);
 
  private:
@@ -40,9 +41,9 @@ class OffsetFile {
 };
 
 // MergedFile writes one PDF file from the pages of many rows, one after the other: a balanced page tree, an outline
-// with an item for each row, the objects that the rows share, and a cross-reference stream (ISO 32000-1 7.5.8). Objects
-// that are equal to one of the last some thousands are written once. Memory does not grow with the number of rows. One
-// thread at a time.
+// with an item for each row, the objects that the rows share, and a cross-reference stream (ISO 32000-1 7.5.8). An
+// object that equals one of the last few thousand objects is not written again. Memory does not grow with the number of
+// rows. One thread at a time.
 class MergedFile {
  public:
   // The object of the template with that number.
@@ -94,12 +95,12 @@ class MergedFile {
   std::string error_;
   bool failed_ = false;
   uint64_t size_ = 0;
-  Digest identifier_;  // of the file: made from all its contents
+  Digest identifier_;  // the identifier of the file, a digest of its contents
   OffsetFile offsets_;
-  std::vector<bool> is_shared_;  // by number: written, or going to be
+  std::vector<bool> is_shared_;  // for each object number of the template: true when the object is written or will be
   std::vector<uint32_t> to_share_;
   std::vector<TreeNode> tree_;
-  // Of the row whose item of the outline is not written yet.
+  // The outline item of the last row, which is written when the next item is known.
   struct Item {
     uint32_t number = 0, previous = 0, page = 0;
     std::string title;

@@ -19,7 +19,7 @@ class MergedOutput final : public BatchOutput {
   // The form that is filled. Call it before Open.
   void SetForm(const ZAcroForm& form);
   bool Open(uint64_t job, BatchFault* fault) override;
-  // Several rows may have one name, which is only their title.
+  // Accepts every name: here the name is only the title of the row in the outline, so several rows may have the same.
   void Enter(Seat* seat, BatchFault* fault) override;
   // Any thread may call it.
   RowPages PagesOf(ZAcroForm& flat) const { return maker_->Make(flat); }

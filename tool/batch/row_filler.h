@@ -15,13 +15,13 @@ namespace zforms::tool {
 // thread; the plan and the guard are shared and must outlive it.
 class RowFiller {
  public:
-  // See FormPress about the fonts; of the options it takes those of the forms.
+  // The fonts are those of FormPress. Uses the options that concern forms, such as `flatten`.
   RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
             const std::optional<ZDrawingFonts>& fonts, const BatchOptions& options);
 
-  // The form filled with the values of the row, which the fields must accept. What could not be drawn is said.
+  // The form filled with the values of the row, which the fields must accept. `messages` gets what could not be drawn.
   Chaine Fill(const Row& row, ZFormMessages* messages);
-  // The same, flattened, as a document: see FormPress::FillFlatDocument.
+  // The form filled and flattened, as a document: see FormPress::FillFlatDocument.
   std::unique_ptr<ZAcroForm> FillFlat(const Row& row, ZFormMessages* messages);
 
  private:

@@ -178,7 +178,8 @@ RowPagesMaker::RowPagesMaker(ZAcroForm& form) : highest_(form.Parser()->ObjectLo
   }
 }
 
-// The objects of a row that it cannot share: its pages, what was changed, and what leads to these.
+// The objects that a row cannot share with others: its pages, objects that were changed, and objects that refer to
+// these.
 RowPagesMaker::Numbers RowPagesMaker::OwnOf(ZAcroForm& flat, std::vector<uint32_t> open) const {
   Numbers own;
   for (const Object* object : flat.Parser()->ModifiedObjects()) open.push_back(object->GetID().Number());

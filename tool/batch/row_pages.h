@@ -29,7 +29,7 @@ struct LooseObject {
     uint32_t number = 0;
   };
 
-  uint32_t number = 0;  // in its document
+  uint32_t number = 0;  // its number in its document
   std::string text;
   std::vector<Reference> references;
 };
@@ -41,8 +41,9 @@ struct RowPages {
   std::vector<LooseObject> objects;
 };
 
-// RowPagesMaker takes the pages out of the flattened forms of rows. The objects that are as in the template, and lead
-// to nothing that is not, are left to be shared by all rows. Made from the template; then any thread may use it.
+// RowPagesMaker takes the pages out of the flattened forms of rows. Objects that are the same as in the template, with
+// everything that they refer to, are not copied: all rows share them. Made from the template; then any thread may use
+// it.
 class RowPagesMaker {
  public:
   explicit RowPagesMaker(ZAcroForm& form);
@@ -53,7 +54,7 @@ class RowPagesMaker {
   static LooseObject Shared(const ZPDFNodeIndirectObject& object);
   // The text of a value, such as an entry of the catalog, with its references to shared objects.
   static LooseObject Shared(const ZPDFNode& value);
-  // Numbers up to this one are of objects of the template.
+  // The highest object number of the template.
   uint32_t HighestNumber() const { return highest_; }
 
  private:
@@ -61,7 +62,7 @@ class RowPagesMaker {
   Numbers OwnOf(ZAcroForm& flat, std::vector<uint32_t> open) const;
 
   uint32_t highest_ = 0;
-  // For each object that pages need, those that refer to it.
+  // Maps each object that pages need to the objects that refer to it.
   std::unordered_map<uint32_t, std::vector<uint32_t>> referrers_;
 };
 

@@ -18,9 +18,9 @@ struct Shard {
   bool IsPart() const { return count > 0; }
   // `row` is the number of the row in the table, from 1.
   bool Takes(uint64_t row) const { return count == 0 || (row - 1) % count == index - 1; }
-  // As it is given: "3/8".
+  // As in the option --shard: "3/8".
   std::string Text() const { return std::to_string(index) + "/" + std::to_string(count); }
-  // As it is said and used in file names.
+  // For messages and file names: "3 of 8", "3-of-8".
   std::string Name(const char* between) const { return std::to_string(index) + between + std::to_string(count); }
 
   // False when the text is not "I/N" with 1 <= I <= N.

@@ -60,7 +60,7 @@ class WantedNames {
     return true;
   }
 
-  // Calls `take` for each row that wanted the name of another one.
+  // Calls `take` for each row whose file name another row has already.
   void ForEachPair(const TakePair& take) {
     Statement pairs(database_,
                     "SELECT name, written, line, row, file FROM wanted WHERE name IN"
@@ -122,7 +122,7 @@ class ShardMerger {
   const BatchOptions& options_;
   Console console_;
   int status_ = kDone;
-  Json head_;  // what is the same in all reports
+  Json head_;  // the members that are the same in all reports
   uint32_t count_ = 0;
   std::map<uint32_t, Json> shards_;
   std::map<uint64_t, Json> failures_;  // by row
@@ -133,7 +133,7 @@ class ShardMerger {
 bool ShardMerger::ReadReport(const std::string& path) {
   std::ifstream file(FilePath(path), std::ios::binary);
   Json report = Json::parse(file, nullptr, false);
-  // A report that was changed by hand may have values of other kinds.
+  // A report that was edited by hand may have values of wrong types.
   try {
     if (report.is_object() && report.contains("shard")) return Take(path, report);
   } catch (const Json::exception&) {
@@ -182,7 +182,7 @@ void ShardMerger::CheckAllAreThere() {
   }
 }
 
-// Shards whose query gave other rows, or in another order, have left rows out or filled them twice.
+// If the query gave other rows to another shard, or another order, rows were left out or filled twice.
 void ShardMerger::CheckResults() {
   const auto& [first, summary] = *shards_.begin();
   for (const auto& [index, other] : shards_) {
@@ -208,8 +208,8 @@ bool ShardMerger::JoinNames() {
   return is_read;
 }
 
-// The row of the second shard has failed already when the files differ, for want of a name. Otherwise it found its form
-// there, which is that of the other row.
+// When the files differ, the second row has already failed, because its file name was in use. Otherwise the second
+// shard took the file of the other row for its own.
 void ShardMerger::FailRow(const WantedNames::Row& loser, const WantedNames::Row& holder, bool is_written) {
   const std::string unit = head_.contains("query") ? "row " : "line ";
   const std::string what =

@@ -4,9 +4,9 @@ namespace zforms::tool {
 
 struct BatchOptions;
 
-// Joins the reports of the shards of a batch to one report, which it writes to a file or prints. Names the shards whose
-// report is missing or that were stopped, and the rows of different shards that wanted one file name, by the records in
-// the folder of the forms. Returns the exit status: the worst of the shards.
+// Joins the reports of the shards of a batch to one report, which it writes to a file or prints. Warns about shards
+// that were stopped or have no report, and about rows of different shards with the same file name, which it finds in
+// the records in the folder of the forms. Returns the exit status: the worst of the shards.
 int MergeShardReports(const BatchOptions& options);
 
 }  // namespace zforms::tool

@@ -39,7 +39,8 @@ class ShardRecord {
   static std::vector<std::string> FilesOf(const std::string& folder, const Shard& shard);
   // True when any shard has a record in the folder.
   static bool AnyIn(const std::string& folder);
-  // Calls `take` for each complete entry of a file. False when it is not such a file. `take` stops it by false.
+  // Calls `take` for each complete entry of a file. False when the file is not a record of a shard. Reading stops when
+  // `take` returns false.
   static bool Read(const std::string& path, const std::function<bool(const Entry&)>& take);
 
  private:

@@ -16,7 +16,7 @@
 namespace zforms::tool {
 namespace {
 
-// What is wrong with the options, which the command line does not check; empty when nothing is.
+// Faults of the options that the parser of the command line does not find; empty when there are none.
 std::string FaultOf(const BatchOptions& options) {
   if (options.file == kStandardStream && (options.data == kStandardStream || options.query_file == kStandardStream)) {
     return "the form and the data cannot both come from standard input";

@@ -7,12 +7,12 @@
 
 namespace zforms::tool {
 
-// What manual pages and completions say of the commands, read from the tree of the command line.
+// The contents of manual pages and completions, read from the definition of the command line.
 
 struct OptionPage {
-  std::vector<std::string> names;    // "-o", "--output"; of an argument its name
-  std::string value;                 // what stands for its value, such as "FILE"; empty for a flag
-  std::vector<std::string> choices;  // its values, where there are few
+  std::vector<std::string> names;    // such as "-o" and "--output"; for a positional argument its name
+  std::string value;                 // the placeholder of its value, such as "FILE"; empty for a flag
+  std::vector<std::string> choices;  // the allowed values, if there is a fixed list
   std::string default_value;
   std::string text;
   bool is_argument = false;

@@ -32,7 +32,7 @@ struct FillOptions {
   bool recover = false;
   GuardOptions guard;
   DrawingOptions drawing;
-  bool flatten = false;   // the filled form; see FlattenOptions
+  bool flatten = false;   // flatten the form after filling; see FlattenOptions
   bool calculate = true;  // see ZFormOptions
 };
 int RunFill(const FillOptions& options);

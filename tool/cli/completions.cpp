@@ -53,7 +53,7 @@ std::string WithBackslashes(const std::string& text, std::string_view before) {
 }
 
 std::string ZshOption(const OptionPage& option) {
-  // The name stands outside the quotes, where zsh expands {-o,--output}.
+  // The names are outside of the quotes, so that zsh expands {-o,--output}.
   std::string line = "        ";
   std::vector<std::string> names;
   for (const std::string& name : option.names) {

@@ -13,7 +13,7 @@ class HelpFormatter final : public CLI::Formatter {
 
   std::string make_subcommand(const CLI::App* command) const override;
   std::string make_option(const CLI::Option* option, bool is_positional) const override;
-  // What stands for the value, as in the manual pages.
+  // The placeholder of the option's value, as in the manual pages.
   std::string make_option_opts(const CLI::Option* option) const override;
   std::string make_footer(const CLI::App* command) const override;
 

@@ -104,7 +104,7 @@ bool FindPlace(const ZPDFNodeDictionary& page, std::vector<Box> taken, Box* plac
   return false;
 }
 
-// Adds to a form what serving needs, and reports what it added.
+// Adds the parts that a form needs for serving, and reports them.
 class Importer {
  public:
   Importer(ZAcroFormServerForm& form, const std::vector<std::string>& labels)
@@ -209,8 +209,8 @@ class Importer {
     }
   }
 
-  // Adds a submit button: to the first page when labels were given and there is a free place, else without a place,
-  // for the bar of the page that shows forms in a browser. `caption` is its name where it has no label.
+  // Adds a submit button: on the first page when labels were given and there is a free place, else without a place, so
+  // that only the tool bar of the page for browsers shows it. `caption` is its name when it has no label.
   void AddButton(ZDocument::Status status, const std::string& page, const std::string& caption, size_t index) {
     if (form_.HasSubmitFormButton(status)) return;
     const std::string label = index < labels_.size() ? labels_[index] : caption;
@@ -257,7 +257,7 @@ class Importer {
   std::vector<Box> places_;  // of the buttons added
 };
 
-// Draws the buttons that have a place and no look yet, and appends them to the file.
+// Draws the new buttons that are on the first page, and appends them to the file.
 bool DrawButtons(ZAcroFormServerForm& form, Chaine* bytes) {
   ZFieldDrawer drawer(form);
   for (const char* name : {"zforms_save", "zforms_modify"}) {
@@ -279,7 +279,8 @@ bool NeedsPassword(const ZAcroForm& form) {
   return form.EncryptionLoad() != nullptr && !form.EncryptionLoad()->UserPassword().IsEmpty();
 }
 
-// The server has no password, so the user password is removed. The given one is the owner's.
+// The server opens forms without a password, so the user password is removed. The given password becomes the owner
+// password.
 void OpenWithoutPassword(ZAcroForm& form) {
   if (!NeedsPassword(form)) return;
   form.SetPasswords(Chaine(), form.EncryptionLoad()->UserPassword());

@@ -502,7 +502,7 @@ int Main(int argc, const char* const* argv) {
     return kFailed;
   }
   const int status = command_line.Run();
-  // What was printed is lost, and the command has not said so.
+  // Some output was lost, and the command has not reported it.
   if (std::ferror(stdout) == 0 || (status != kDone && status != kDoneWithWarnings)) return status;
   std::fputs("zforms: standard output cannot be written\n", stderr);
   return kFailed;

@@ -75,7 +75,7 @@ std::string Options(const CommandPage& page, bool arguments) {
   return entries;
 }
 
-// Paragraphs as running text; lines that begin with a space, such as examples, as they are.
+// Writes paragraphs as running text; lines that begin with a space, such as examples, are not changed.
 std::string Footer(const std::string& footer) {
   std::string out;
   bool is_literal = false;

@@ -24,7 +24,7 @@ std::string FlagsText(const ZAcroForm& form) {
   return text;
 }
 
-// Sets what is to be changed; false, and said, when that is not allowed.
+// Sets the permissions and the encryption; false, with a message, when that is not allowed.
 bool SetProtection(const PermissionsOptions& options, ZAcroForm& form, Console& console) {
   if (!options.encrypt.empty()) {
     if (!MayChangeEncryption(form, console)) return false;

@@ -49,7 +49,7 @@ struct SubmissionsOptions {
   std::string format = "csv";
   int64_t id = 0;
   bool rejected = false;
-  bool latest = false;  // of each transaction
+  bool latest = false;  // only the newest submission of each transaction
   bool raw = false;
 };
 int RunSubmissions(const SubmissionsOptions& options);

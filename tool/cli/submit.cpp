@@ -131,7 +131,8 @@ int RunSubmit(const SubmitOptions& options) {
   }
   const ZInetURL target = button->GetAction()->URL();
   FillIn(form, options.set, console);
-  // A reader sends the address that the form came from; for a file that is unknown, so the target is used.
+  // A reader sends the address from which the form came. For a file it is unknown, so the address of the button is
+  // used.
   const ZXFDF data = ReadValues(form, is_file ? target : url);
   if (console.Finish() == kFailed || !Ask(target, data.AsChaine(), options.timeout, &pdf, console))
     return console.Finish();

@@ -11,8 +11,8 @@ namespace zforms::tool {
 // a table.
 std::unique_ptr<RowReader> OpenTable(const std::string& path, std::string* error);
 
-// Whether a table was not read to its end for a reason that may pass, such as a lost connection; otherwise what it
-// holds is wrong. See RowReader::Failure.
+// True when a table was not read to its end for a temporary reason, such as a lost connection. False when its contents
+// are wrong. See RowReader::Failure.
 bool HasTrouble(const RowReader& reader);
 
 }  // namespace zforms::tool

@@ -12,7 +12,7 @@
 namespace zforms::tool {
 
 // PostgresRows reads the rows of a query, one after the other, in a transaction that cannot write. Only one row is in
-// memory. The values are the texts that PostgreSQL casts them to, and a NULL is no value. One thread at a time.
+// memory. Each value is read as text, as PostgreSQL casts it; a NULL is a missing value. One thread at a time.
 class PostgresRows final : public RowReader {
  public:
   struct Fault {
@@ -27,7 +27,7 @@ class PostgresRows final : public RowReader {
 
   bool Next(Row* row) override;
   RowNames Header() const override { return header_; }
-  // Whether reading failed for a reason that may pass; see Failure().
+  // True when reading failed for a temporary reason; see Failure().
   bool HasTrouble() const { return has_trouble_; }
 
  private:
@@ -45,12 +45,12 @@ class PostgresRows final : public RowReader {
   const std::function<bool()> is_asked_to_stop_;
   RowNames header_;
   std::vector<uint32_t> types_;  // of the columns
-  PostgresResult next_;          // the next row, or without a row at the end
+  PostgresResult next_;          // the next row; has no row at the end
   uint64_t count_ = 0;
   bool has_trouble_ = false;
 };
 
-// Whether the query says in which order the rows come, as far as its words tell.
+// True when the query contains the words ORDER BY.
 bool OrdersRows(std::string_view query);
 
 }  // namespace zforms::tool

@@ -34,7 +34,7 @@ bool CheckFile(ZAcroForm& form, Console& console) {
   const ZPDFNodeDictionary* const acro_form = parser.AcroForm();
   if (acro_form != nullptr && !acro_form->Exist("/Fields"))
     console.Warn("the form has no list of fields (\"/Fields\")");
-  // Building the fields reports what is odd about them.
+  // Building the fields reports their faults.
   form.Fields();
   if (parser.IDOriginal().IsEmpty()) console.Warn("the trailer has no file identifier (\"/ID\")");
   return form.WouldLose();

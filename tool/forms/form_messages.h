@@ -17,15 +17,17 @@ namespace zforms::tool {
 // The text of a message with the command line's option that would change the outcome.
 std::string WithRemedy(const std::string& text, ZFormMessage::Remedy remedy);
 
-// Says the messages on the console of what they are about. What is odd about the file is left to Console::WarnAll.
+// Prints each message on the console of the form or of the data, depending on its subject. Leaves out faults of the
+// file, which Console::WarnAll prints.
 void Say(const ZFormMessages& messages, Console& form_console, Console& data_console);
 void Say(const ZFormMessages& messages, Console& console);
 
-// Why the field of that full name keeps what it holds, with the option that writes it all the same.
+// Why the field with this full name keeps its value, with the option that writes the new one anyway.
 Chaine LockOf(const FillingGuard& guard, const Chaine& name);
 
-// Removes usage rights, which end with a change of the form, and what the options say. False, with a message, when
-// signatures forbid the change. `writes_anew`: a new file is written, whatever changes.
+// Prepares the form for a change: removes usage rights, which end with it, and the XFA form if the options say so.
+// False, with a message, when signatures forbid the change. `writes_anew` says that a new file is written and not an
+// update.
 bool GuardChange(ZAcroForm& form, const GuardOptions& options, Console& console, bool writes_anew = false);
 
 }  // namespace zforms::tool

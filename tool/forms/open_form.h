@@ -18,22 +18,22 @@ Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::s
 bool OpenForm(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
               bool recover = false);
 
-// The same; also fails when the document has no form.
+// Like OpenForm, but also fails when the document has no form.
 bool OpenFormWithFields(const std::string& file, const std::string& password, ZAcroForm& form, Console& console,
                         bool recover = false);
 
-// The same for the commands on fields and values; one without a form opens as well.
+// Like OpenForm, for the commands that read or fill fields. A document without a form is opened too.
 bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form, Console& console);
 
 // Whether the passwords and the method of encryption may be changed, or the encryption removed: only the owner may do
-// that. False, and said, when the document was opened by the user password.
+// that. False, with a message, when the document was opened by the user password.
 bool MayChangeEncryption(const ZAcroForm& form, Console& console);
 
 // The message about a document without fields.
 std::string WhyNoFields(const ZAcroForm& form);
 
 // Saves the document to a file (see zforms::SaveForm) or to standard output, and prints all warnings about it. False,
-// and said, when it cannot be saved.
+// with a message, when it cannot be saved.
 bool SaveForm(const std::string& output, ZAcroForm& form, const SaveOptions& options, Console& console);
 
 }  // namespace zforms::tool

@@ -12,7 +12,7 @@ class ZAcroFormServerForm;
 
 namespace zforms::tool {
 
-// What a form lacks for serving, in words for its designer; empty when nothing is missing.
+// The faults of a form that is to be served, as messages for its designer; empty when there are none.
 std::vector<std::string> CheckTemplate(const Chaine& path);
 std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form);
 

@@ -19,23 +19,23 @@ struct FormCard {
   struct Button {
     std::string name;
     ZDocument::Status status = ZDocument::eModify;
-    uint32_t flags = 0;               // of the action, ISO 32000-1 table 237
+    uint32_t flags = 0;               // "/Flags" of the submit action, ISO 32000-1 table 237
     std::vector<std::string> fields;  // full names that "/Fields" lists
   };
   // A button that resets fields; a listed field includes the fields below it.
   struct Reset {
     std::string name;
-    uint32_t flags = 0;  // of the action, ISO 32000-1 table 239
+    uint32_t flags = 0;  // "/Flags" of the reset action, ISO 32000-1 table 239
     std::vector<std::string> fields;
   };
 
-  std::string title;  // of the document information; empty when there is none
+  std::string title;  // from the document information; empty when there is none
   // The two strings of "/ID", in hexadecimal.
   std::string id_original;
   std::string id_modified;
   std::vector<Button> buttons;
   std::vector<Reset> resets;
-  std::map<std::string, std::vector<std::string>> values;  // of the exported fields, by full name
+  std::map<std::string, std::vector<std::string>> values;  // the values of the exported fields, by full name
   std::vector<std::string> tab_orders;                     // see PageIndex
   std::vector<std::string> unset;                          // full names of the fields that have no value
   std::map<std::string, std::string> labels;               // the fields' names for users, "/TU", by full name

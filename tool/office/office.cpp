@@ -88,7 +88,7 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     SetReason(finding.reason);
     return finding.status == 200;
   }
-  // When the store cannot be asked now, CheckSession says so after the reading.
+  // When the store cannot be read now, CheckSession refuses the submission later.
   bool IsWorthReading(const ZXFDF::SessionInfos* infos) override {
     if (!ZAcroFormServerXFDFSession::IsWorthReading(infos)) return false;
     const Office::Finding finding = office_->Find(*infos);
@@ -105,7 +105,7 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
   Office* office_;
 };
 
-// With a store of its own, the server decides, and stores the submissions on its main thread.
+// For a store that no other server uses: the server decides about submissions, and stores them on its main thread.
 class QueueSession : public OfficeSession {
  public:
   using OfficeSession::OfficeSession;
@@ -237,7 +237,8 @@ std::string Office::Address() const { return "http://localhost:" + std::to_strin
 
 // --- open forms ---
 
-// A server with a store of its own knows all its forms; with a store that servers share, it looks them up.
+// Loads the open forms from the store, if no other server uses it. In a shared store each form is looked up when it is
+// needed.
 void Office::TakeUpForms() {
   if (store_->Queue() == nullptr) return;
   for (const OpenedForm& form : store_->Queue()->Forms()) {

@@ -18,8 +18,8 @@ namespace zforms::tool {
 
 class Office;
 
-// OfficeHandler receives submissions. It accepts those of forms that this office has opened and that are still open,
-// each step once.
+// OfficeHandler receives submissions. It accepts a submission when this office has opened the form, the form is still
+// open, and the same submission was not accepted before.
 class OfficeHandler : public ZAcroFormServerXFDFHandler {
  public:
   OfficeHandler(Office* office, ZAcroFormServer* server);
@@ -43,7 +43,7 @@ class Office {
     uint16_t port = 0;
     uint64_t folder = 1;
     int32_t year = 0;
-    uint32_t expire_days = 0;  // after which a form that was never saved is removed; 0: never
+    uint32_t expire_days = 0;  // days after which a form that was never saved is removed; 0 means never
   };
 
   Office(const Settings& settings, const ZHostServices& services, Store* store, ServerLog* log);
@@ -61,15 +61,15 @@ class Office {
   // Starts a transaction for the form, fills it from the store, and records that it is open. Returns 200, 404 when the
   // form does not exist, or 503 on failure.
   int OpenForm(const Chaine& code, ZXFDF* xfdf);
-  // The same for an open form, found by the parameter kSessionParam of its session. Gives it as it was saved last, if
-  // it was, ready to be saved again.
+  // Like OpenForm, for a form that is already open; it is found by the parameter kSessionParam of its session. Returns
+  // the values that were saved last, if any; the form can be saved again.
   int ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool* was_saved);
   // Null when the form does not exist.
   std::shared_ptr<const FormCard> CardOf(const Chaine& code);
   bool StateOf(const Chaine& code, Store::FormState* state) { return store_->StateOf(code.ToString(), state); }
 
-  // Why the form with these session infos is not an open one; the status is 200 when it is, else 409, or 503 when the
-  // store cannot be asked.
+  // Tells whether the form with these session infos is open. The status is 200 when it is, 409 when it is not, and 503
+  // when the store cannot be read; `reason` says why.
   struct Finding {
     int status = 200;
     Chaine reason;
@@ -80,12 +80,13 @@ class Office {
 
   // Makes the data to be stored from a submitted document, on the thread that received it.
   Submission Prepare(const ZInetURL& url, const ZXFDF& xfdf) const;
-  // With a store of its own: stores long data in advance; `failure` gets the reason of a failure.
+  // For a store that no other server uses: stores long data in advance; `failure` gets the reason of a failure.
   void Stage(Submission* submission, bool accepted, std::string* failure);
-  // Stores a submission, together with others that arrived at the time; calls `done` with the result. Call it on the
-  // main thread.
+  // Stores a submission, together with others that arrived at the same time; calls `done` with the result. Call it on
+  // the main thread.
   void Keep(const Submission& submission, bool accepted, SubmissionQueue::Done done);
-  // With a store that servers share: lets it decide on a submission, and stores it, on the calling thread.
+  // For a store that several servers share: the store decides whether the submission is accepted, and stores it, on the
+  // calling thread.
   SharedForms::Verdict Submit(const Submission& submission);
   bool SharesStore() const { return store_->Shared() != nullptr; }
 
@@ -119,7 +120,7 @@ class Office {
   std::unique_ptr<OfficeServer> server_;
 };
 
-// The parameter of a form's session infos with a random token that nobody can guess.
+// The parameter of a form's session infos that contains a random token.
 inline constexpr char kSessionParam[] = "Session.ID";
 
 }  // namespace zforms::tool

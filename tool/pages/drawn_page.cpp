@@ -32,7 +32,7 @@ class Session : public ZHTTPServerPageXFDFSession {
 
   void SendPage(ZHTTPSendResponse& response) override {
     const Chaine code = office_->CodeOf(XFDFRequest().SessionID().Transaction().id);
-    // Whoever gets the file must not be able to submit the form.
+    // The file has no session, so that nobody who gets it can submit the form.
     ReceivedXFDF().Fields()[ZXFDF::kSessionIDField] = "";
     ZAcroFormServerForm form;
     if (!office_->Server().PrepareForm(XFDFRequest(), code, ZDocument::eReadOnly, &form)) return SetStatus(404);

@@ -6,7 +6,7 @@ namespace zforms::tool {
 
 // The texts of the page that lists the forms, in one language.
 struct ListTexts {
-  const char* language;  // as HTML names it
+  const char* language;  // the language code for HTML
   const char* title;
   const char* lead;
   const char* lead_without_reader;
@@ -16,7 +16,7 @@ struct ListTexts {
   const char* fresh;
   const char* saved;
   const char* refused;
-  // What the script of the page says of this browser; "{n}" stands for a number.
+  // Texts about what this browser has opened and saved, shown by the script of the page; "{n}" stands for a number.
   const char* opened_here;
   const char* draft_here;
   const char* saved_here;

@@ -13,8 +13,8 @@ class ReaderPage;
 // Returns the page for browsers, which the server owns; null when its files are missing.
 const ReaderPage* AddPages(Office& office, const std::string& reader_folder, bool scripts);
 
-// Adds the addresses below "/submissions/" for who runs the server: what is stored in the data folder. Returns the key
-// without which they answer nothing.
+// Adds the addresses below "/submissions/", which show the stored submissions to the person who runs the server.
+// Requests need the key that is returned.
 std::string AddSubmissionsPage(Office& office, const std::string& data);
 
 }  // namespace zforms::tool

@@ -17,12 +17,12 @@
 namespace zforms::tool {
 namespace {
 
-// Of nlohmann's kinds of objects the one that keeps the order of the fields.
+// The object type of nlohmann-json that keeps the order of the fields.
 using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kRoot = "/submissions/";
 constexpr size_t kListed = 50;
-// Of each submission in the list.
+// How many values the list shows of each submission.
 constexpr size_t kShownValues = 4;
 
 std::string Dump(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
@@ -56,7 +56,7 @@ class Session : public ZHTTPServerPageSession {
 
   void SendPage(ZHTTPSendResponse& response) override {
     std::string error;
-    // Reads beside the server's own connection, which is not to wait.
+    // Opens a second connection to the store, so that the server's own connection does not wait.
     const std::unique_ptr<Store> store = OpenStore(page_->Data(), Store::Mode::kRead, &error);
     if (store == nullptr) return Refuse(503, error);
     const Chaine path = URL().Path();
@@ -89,7 +89,7 @@ class Session : public ZHTTPServerPageSession {
 
   void SendList(Store& store, ZHTTPSendResponse& response) {
     SubmissionFilter filter = Filter();
-    // The store has no fields of those that were refused.
+    // The store has no fields for submissions that were refused.
     filter.brief = !filter.rejected;
     Json list = Json::array();
     bool has_more = false;

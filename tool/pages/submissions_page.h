@@ -9,7 +9,7 @@ namespace zforms::tool {
 
 class Office;
 
-// SubmissionsPage gives who runs the server what was submitted, below "/submissions/":
+// SubmissionsPage gives the stored submissions to the person who runs the server, below "/submissions/":
 //
 //   list.json    the newest submissions in brief, and whether there are more
 //   one.json     all of one submission
@@ -26,7 +26,7 @@ class SubmissionsPage : public ZHTTPServerPageBase {
   std::unique_ptr<CSessionBase> AllocSession() override;
   Office& GetOffice() const { return *office_; }
   const std::string& Data() const { return data_; }
-  // Takes the same time for every key of the same length.
+  // True when the key is right. The time depends only on the length of the key, not on its characters.
   bool HasKey(std::string_view key) const;
 
  private:

@@ -65,9 +65,9 @@ struct Libpq {
 
 // The library, which stays loaded; null, with a reason that names the package, when it is missing.
 void* LoadLibpq(std::string* error);
-// Null when the library lacks it.
+// A function of the library; null when it has none with this name.
 void* FindInLibrary(void* library, const char* function);
-// Waits until the socket can be read, or also written, or the time is over. False when the time is over.
+// Waits until the socket can be read, or with `or_write` read or written. False when the time is over before.
 bool WaitForSocket(int socket, bool or_write, int milliseconds);
 
 }  // namespace zforms::tool

@@ -8,7 +8,7 @@ namespace zforms::tool {
 // Whether a text is the address of a database of PostgreSQL: "postgresql://..." or "postgres://...".
 bool IsPostgresAddress(std::string_view address);
 
-// The address without its passwords, whether they stand before the host or among the parameters.
+// The address without its passwords, which may be before the host or among the parameters.
 std::string WithoutPasswords(std::string_view address);
 
 // False when a message of libpq could show a part of a password: the address has more than one "@", or one behind the

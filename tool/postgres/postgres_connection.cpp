@@ -210,7 +210,7 @@ std::unique_ptr<PostgresConnection> PostgresConnection::Open(const Libpq& pq, co
     return nullptr;
   }
   pq.conninfo_free(options);
-  // A later keyword overrides an earlier one, so the address may set how soon a host that is gone is noticed.
+  // A later keyword overrides an earlier one, so the address may change how soon a lost host is noticed.
   const char* const keywords[] = {"keepalives_idle",
                                   "keepalives_interval",
                                   "keepalives_count",
@@ -244,7 +244,8 @@ PostgresConnection::~PostgresConnection() { pq_->finish(connection_); }
 
 bool PostgresConnection::Connect(Deadline deadline) {
   pq_->set_notice_processor(connection_, Ignore, nullptr);
-  // There are no results before the connection is made, so the messages have the codes: see TakeState.
+  // Without a connection there are no results that contain error codes. So the codes are taken from verbose messages:
+  // see TakeState.
   pq_->set_error_verbosity(connection_, kVerbose);
   if (pq_->status(connection_) == 1) return false;
   // The socket may change while libpq tries one address after the other.
@@ -300,7 +301,7 @@ PostgresResult PostgresConnection::Await(bool is_sent, Deadline deadline) {
   return NoteLoss(last, is_ready) ? PostgresResult() : std::move(last);
 }
 
-// `last` is the result of what was done last, whose failure may say that the connection is lost.
+// `last` is the last result; its failure may show that the connection is lost.
 bool PostgresConnection::NoteLoss(const PostgresResult& last, bool is_ready) {
   // 57P01 to 57P03: the database shuts down or starts; 08: the connection; 25006: it has become a standby.
   const std::string state = last.State();
@@ -355,7 +356,7 @@ PostgresResult PostgresConnection::Run(const char* sql, const PostgresParameters
   const int* const formats = parameters.formats_.data();
   const std::string name = is_kept ? NameOf(sql, count, deadline) : std::string();
   if (is_lost_) return {};
-  // A statement that cannot be prepared is run as it is, for the message of its failure.
+  // A statement that cannot be prepared is run directly, to get the message of its failure.
   if (name.empty()) {
     return Await(
         pq_->send_query_params(connection_, sql, count, nullptr, values.data(), lengths.data(), formats, kBinary) == 1,

@@ -32,10 +32,10 @@ class PostgresParameters {
   std::vector<int> formats_;
 };
 
-// Whether a failure with this code (SQLSTATE) may pass, so that another try may succeed.
+// True when a failure with this code (SQLSTATE) is temporary, so that another try may succeed.
 bool MayPass(std::string_view state);
 
-// The result of one statement, whose values came in binary form unless said otherwise. Rows and columns count from 0.
+// The result of one statement. Values are in binary form, except those of NextRow. Rows and columns count from 0.
 class PostgresResult {
  public:
   PostgresResult() = default;
@@ -52,7 +52,7 @@ class PostgresResult {
   std::string Error() const;
   // At which character of the statement the failure is, from 1; 0 when unknown.
   size_t Position() const;
-  // Whether it has columns; the precondition of what follows.
+  // True when it has columns. Precondition of the functions below.
   bool IsTable() const;
   int Rows() const;
   int Columns() const;
@@ -98,9 +98,10 @@ class PostgresConnection {
   // Waits for notifications; adds their payloads. False when the connection is lost.
   bool ReadNotifications(int milliseconds, std::vector<std::string>* payloads);
 
-  // Whether the database has not ended the session; for one that was idle.
+  // False when the database has ended the session. For a connection that was idle.
   bool IsAlive() const;
-  // After a failure: whether the connection is lost, so that the statement may have been done or not.
+  // True when the last failure was the loss of the connection. It is then unknown whether the statement was carried
+  // out.
   bool IsLost() const { return is_lost_; }
   std::string Error() const;
 

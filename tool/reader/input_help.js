@@ -1,5 +1,5 @@
-// What the scripts of a field say about its text: a date, a number, digits at fixed places. The page offers a calendar, a
-// keyboard and a mask for it; the scripts themselves run elsewhere.
+// Finds out from the scripts of a field what its text is: a date, a number, or digits at fixed places. The page then
+// offers a calendar, a keyboard or a mask. The scripts are run in scripts.js.
 
 /** The patterns of AFDate_Format, by number. */
 const DATES = ["m/d", "m/d/yy", "mm/dd/yy", "mm/yy", "d-mmm", "d-mmm-yy", "dd-mmm-yy", "yy-mm-dd", "mmm-yy", "mmmm-yy",

@@ -96,7 +96,7 @@ class Reader {
     const [typed, before] = [this.#model, this.#drafter];
     this.#info = info;
     await this.#show(pdf, mode, info.values);
-    // The previous drafter saves what was typed until now; passwords are taken over from the screen only.
+    // The previous drafter saves what was typed so far. Passwords are never saved; they are copied from the screen.
     before.keep();
     this.#drafter = this.#makeDrafter(typed.secrets());
     this.#drafter.keep();
@@ -119,7 +119,7 @@ class Reader {
     await this.#alone(async () => {
       try {
         if (this.#mode !== "modify") {
-          // Values that were saved meanwhile are kept below the restored ones.
+          // Values that were saved in the meantime are kept, except where restored values replace them.
           this.#info = await resumeForm(this.#info.form ?? "");
           await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
         }

@@ -1,5 +1,5 @@
-// Runs the scripts of a form in the sandbox of pdf.js: an interpreter of its own (QuickJS as WebAssembly) that has the
-// fields of this form, and reaches neither this page nor the network. Loads only for forms that have scripts.
+// Runs the scripts of a form in the sandbox of pdf.js: a separate interpreter (QuickJS as WebAssembly) that has the
+// fields of this form, but no access to this page or the network. It is loaded only for forms that have scripts.
 
 import { stateText } from "./state_text.js";
 

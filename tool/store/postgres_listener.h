@@ -24,10 +24,10 @@ class PostgresListener {
   PostgresListener& operator=(const PostgresListener&) = delete;
   ~PostgresListener();
 
-  // What was read after a call is current as long as further calls return the same number. 0 while no news arrive, when
-  // nothing may be kept.
+  // A counter of changes. Data read after a call is current as long as further calls return the same number. 0 while
+  // the connection is lost: then nothing may be cached.
   uint64_t News(Kind kind) const;
-  // This server has changed something.
+  // Tells the other servers that this one has changed something.
   void Tell(Kind kind);
 
  private:

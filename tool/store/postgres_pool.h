@@ -18,7 +18,7 @@ class PostgresPool {
   // Takes over a first connection.
   PostgresPool(const Libpq& pq, std::string address, size_t most, std::unique_ptr<PostgresConnection> first);
 
-  // Null, with a reason, when no connection can be had until the deadline.
+  // Null, with a reason, when no connection is available before the deadline.
   std::unique_ptr<PostgresConnection> Take(Deadline deadline, std::string* error);
   // A connection that is lost is closed, and the idle ones with it, since they are probably lost too.
   void Give(std::unique_ptr<PostgresConnection> connection);

@@ -13,8 +13,8 @@ constexpr char kSession[] =
     "SET search_path = zforms; SET lock_timeout = '10s'; SET idle_in_transaction_session_timeout = '5min'; "
     "SELECT set_config('synchronous_commit', 'on', false) WHERE current_setting('synchronous_commit') = 'off'";
 
-// What comes from readers is bytea: text refuses NUL and what is not UTF-8. Indexes hold no names or values of fields,
-// which may be longer than an index takes.
+// Columns with data from PDF readers are bytea, because the type text refuses NUL and invalid UTF-8. Indexes hold no
+// names or values of fields, which may be longer than an index takes.
 constexpr char kTables[] = R"(
 CREATE SCHEMA IF NOT EXISTS zforms;
 CREATE TABLE zforms.version(version integer NOT NULL);

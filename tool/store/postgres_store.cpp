@@ -19,7 +19,7 @@ constexpr std::chrono::seconds kWait(2);
 constexpr std::chrono::seconds kPatience(10);
 // Creating an index on many rows takes long.
 constexpr std::chrono::hours kUpgradeTime(12);
-// How long what was read is kept, in case that a server died before it told others of a change.
+// How long data from the store is cached at most: a server may have died before it told the others of a change.
 constexpr std::chrono::seconds kLongestKept(5);
 constexpr const char* kNoStore = "there is no store in this database";
 

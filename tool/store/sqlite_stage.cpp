@@ -56,7 +56,7 @@ bool SqliteStore::Finish(int64_t id, bool accepted) {
   return Get("DELETE FROM unfinished WHERE submission = ?").Bind(static_cast<uint64_t>(KeyOf(id, accepted))).Run();
 }
 
-// Runs the step in a transaction of its own, then lets other threads use the store.
+// Runs the step in a separate transaction, then lets other threads use the store.
 bool SqliteStore::RunStep(const std::function<bool()>& step, std::string* failure) {
   {
     const std::lock_guard lock(mutex_);

@@ -105,7 +105,7 @@ class ZFORMS_API ZAcroForm {
   // them, widgets after their field.
   FieldMap FlatFields();
   ConstFieldMap FlatFields() const;
-  // The same without submit buttons and the fields below them.
+  // Like FlatFields, without submit buttons and the fields below them.
   FieldMap FlatRegularFields();
   ConstFieldMap FlatRegularFields() const;
 
@@ -128,15 +128,16 @@ class ZFORMS_API ZAcroForm {
   ViewerInfos* ViewerPreferences();
   const ViewerInfos* ViewerPreferences() const { return viewer_infos_.get(); }
 
-  // Writes the values of the document's fields, including rich text, into the form's fields of the same full names. A
-  // field without a value changes nothing; signatures and push buttons are never filled. Check boxes and radio groups
-  // show the new state; the appearance of other fields is left to the viewer. A value that is not a state of its button
-  // is written too, with a warning.
+  // Writes the values of the XFDF document's fields, including rich text, into the form's fields with the same full
+  // names. A field without a value changes nothing; signatures and push buttons are never filled. Check boxes and radio
+  // groups show the new state; the appearance of other fields is left to the viewer. A value that is not a state of its
+  // button is written too, with a warning.
   //
   // Returns the number of fields that were given a value. `unmatched` gets the full names that no field of the form
-  // has, `refused` those of signatures and push buttons for which there was a value; both in UTF-8; both may be null.
+  // has. `refused` gets the full names of signatures and push buttons for which the document has a value. Both are
+  // UTF-8 and may be null.
   size_t SetValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatched = nullptr, PTableau<Chaine>* refused = nullptr);
-  // The same for the default values; rich text is ignored.
+  // Like SetValues, but writes the default values; rich text is ignored.
   size_t SetDefaultValues(const ZXFDF& xfdf, PTableau<Chaine>* unmatched = nullptr,
                           PTableau<Chaine>* refused = nullptr);
 
@@ -150,8 +151,8 @@ class ZFORMS_API ZAcroForm {
   // Sets the passwords of an encrypted document, in the document's encoding, and makes the next save a full one. An
   // empty owner password is replaced by the user password. False when a password is not allowed by the encryption.
   bool SetPasswords(const Chaine& user, const Chaine& owner);
-  // Make the next save a full one: with AES of 256 bits, passwords in UTF-8 as above and the present permissions; or
-  // without encryption.
+  // Make the next save a full one. The first function encrypts with AES of 256 bits and keeps the permissions; the
+  // passwords are UTF-8. The second function removes the encryption.
   bool EncryptWithAES256(const Chaine& user, const Chaine& owner);
   void RemoveEncryption();
   // The security handler with which the document was read, and the one with which it is saved; null without encryption.
@@ -176,8 +177,9 @@ class ZFORMS_API ZAcroForm {
   // list of fields is damaged. Diagnostics() then name them.
   bool WouldLose();
   void ResetModified();
-  // The bytes of an update with those of these objects that are marked as modified. Changes nothing here: for filling
-  // one form many times, and undoing the changes after each call. Empty on failure. Precondition: a document is loaded.
+  // The original bytes with an update that contains those of the given objects that are marked as modified. The form
+  // itself does not change, so a caller can fill it, get the bytes, undo its changes and fill it again. Empty on
+  // failure. Precondition: a document is loaded.
   Chaine UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const;
 
   // Why the last load or save failed, and warnings about the document, its form and the values filled in. Valid until

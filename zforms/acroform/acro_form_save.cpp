@@ -188,7 +188,7 @@ bool ZAcroForm::UpdateBy(const WriteStep& write) {
   if (!write(updater)) return FailSave(updater.Failure());
   raw_data_ = updater.RawData();
   if (xref_number != 0 && updater.SectionWritten()) parser_->TakeNumber(xref_number);
-  // After an empty update the updater's offset leads to no section.
+  // After an empty update there is no section at the updater's offset.
   if (updater.SectionWritten()) xref_offset_ = updater.XRefOffset();
   for (ZPDFNodeIndirectObject* object : added) object->SetModified(false, true);
   FinishSave();

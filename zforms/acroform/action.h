@@ -31,7 +31,7 @@ class ZFORMS_API ZAcroFormAction {
   // The name "/S" with its slash, such as "/SubmitForm"; empty when absent.
   Chaine Type() const;
   bool IsSubmitForm() const;
-  // True when other actions follow, in "/Next".
+  // True when "/Next" has further actions.
   bool HasNext() const;
 
   // True when "/F" is a file specification dictionary; false when it is absent or a string.

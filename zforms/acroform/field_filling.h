@@ -17,7 +17,7 @@ bool IsSameText(const Chaine& a, const Chaine& b);
 // The UTF-8 text with every line end replaced by LF.
 Chaine WithLF(const Chaine& text);
 
-// What happens when the new text differs from the old one only in its line ends: it is written, or the old one is kept.
+// Whether a new text that differs from the old one only in its line ends is written.
 enum class LineEnds { kWritten, kKept };
 
 // Sets "/V" of the field, and of its widgets that have their own "/V", to the UTF-8 text. The same text in another

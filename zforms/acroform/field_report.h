@@ -14,8 +14,8 @@ class ZAcroFormField;
 class ZPDFNode;
 class ZPDFParser;
 
-// Describes the fields of a form, in the order of its tree; those of pages alone come last. `sources` gets the field
-// behind each of them.
+// Describes the fields of a form, in the order of its tree; fields that only pages show come last. `sources` gets the
+// field for each description.
 ZFORMS_API std::vector<ZFormField> ReportFields(ZAcroForm& form, std::vector<const ZAcroFormField*>* sources = nullptr);
 
 // Reads the values of the field again, into its report.

@@ -10,7 +10,7 @@
 namespace zforms {
 
 // One field of a form as plain values: a field that has no named kids. Texts are UTF-8; kind, flags, values and the
-// longest text are inherited as viewers take them. A value of its own: it does not follow later changes of the form.
+// longest text are inherited as viewers take them. A copy: it does not follow later changes of the form.
 struct ZFORMS_API ZFormField {
   enum class Kind : uint8_t {
     kText,
@@ -23,7 +23,7 @@ struct ZFORMS_API ZFormField {
     kNone,  // the field has no type
   };
 
-  // What a choice field offers, "/Opt".
+  // One option of a choice field, from "/Opt".
   struct Option {
     std::string value;  // what the field holds when it is chosen
     std::string text;   // what viewers show; empty when that is the value
@@ -52,7 +52,7 @@ struct ZFORMS_API ZFormField {
   uint32_t max_length = 0;     // in characters; 0 for any
   uint32_t object_number = 0;  // 0 for a field inside another object
   uint32_t generation = 0;
-  bool is_listed = true;  // by the form; else a page alone leads to it
+  bool is_listed = true;  // false when only a page shows the field and the form does not list it
 
   // The first value; empty without one.
   std::string Value() const { return values.empty() ? std::string() : values.front(); }
@@ -61,7 +61,7 @@ struct ZFORMS_API ZFormField {
   bool IsReadOnly() const { return (flags & 1) != 0; }
   bool IsRequired() const { return (flags & 2) != 0; }
 
-  // Whether the field can have a value that is data, and a name to send it by: no push button, no signature.
+  // True when the field has a name and can have a value: push buttons and signatures cannot.
   bool HasData() const { return !name.empty() && kind != Kind::kPushButton && kind != Kind::kSignature; }
   // Whether the form marks the field as not to be sent ("NoExport", ISO 32000-1 table 221).
   bool IsNoExport() const { return (flags & 4) != 0; }

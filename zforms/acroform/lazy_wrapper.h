@@ -7,7 +7,8 @@ namespace zforms {
 
 // Holds a wrapper that is built over a node on first use. The wrapper is kept as long as the node is the same; when the
 // key that leads to the node gets another value, a new wrapper replaces it. Copies share the wrapper. A wrapper class
-// with a protected constructor declares this one a friend; an abstract one selects the class in its Alloc.
+// with a protected constructor must declare this class a friend; an abstract wrapper class chooses the concrete class
+// in its function Alloc.
 template <class Wrapper>
 class LazyWrapper {
  public:

@@ -44,7 +44,7 @@ void PageFieldFinder::Add(ZPDFNodeDictionary* widget, const ZPDFNode* element) {
   hopeless_.insert(chain.begin(), chain.end());
 }
 
-// Null when there is no parent, or when "/Parent" is not a field: some widgets have their page there.
+// Null when there is no parent, or when "/Parent" is not a field: in some files it is the page of the widget.
 ZPDFNodeDictionary* PageFieldFinder::ParentOf(ZPDFNodeDictionary& dictionary) const {
   ZPDFNodeDictionary* parent = DictionaryAt(dictionary, "/Parent");
   const bool is_field =

@@ -42,7 +42,7 @@ class PageFieldFinder {
   // Built when the first field is found.
   bool is_indexed_ = false;
   std::unordered_map<const ZPDFNodeDictionary*, Place> places_;
-  // Dictionaries that were tried without success.
+  // Dictionaries that turned out to be no fields.
   std::unordered_set<const ZPDFNodeDictionary*> hopeless_;
   PTableau<const ZAcroFormField*> added_;
 };

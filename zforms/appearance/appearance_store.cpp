@@ -83,7 +83,7 @@ ZPDFNodeArray* MakeArray(ZPDFParser* parser, std::initializer_list<double> numbe
   return array;
 }
 
-// The entry with its references, as a node of its own; null when absent.
+// A copy of the entry, with its references; null when absent.
 ZPDFNode* CloneOf(const ZPDFNodeDictionary& holder, std::string_view key) {
   const ZPDFNode* value = holder.GetDirect(key);
   return value == nullptr ? nullptr : value->Clone();

@@ -26,7 +26,7 @@ struct KeptLook {
   // "/BBox": its lower left corner and its size.
   double x = 0, y = 0;
   double width = 0, height = 0;
-  const ZPDFNodeDictionary* dictionary = nullptr;  // of the stream; the document owns it
+  const ZPDFNodeDictionary* dictionary = nullptr;  // the dictionary of the stream; the document owns it
 };
 
 // An appearance to be written.
@@ -35,7 +35,7 @@ struct NewAppearance {
   const KeptLook* kept = nullptr;
   Chaine content;
   std::span<TextFont* const> fonts;
-  const TextLook* look = nullptr;  // of the text; null without
+  const TextLook* look = nullptr;  // the look of the text; null without text
 };
 
 // AppearanceStore reads and writes the appearances ("/AP", ISO 32000-1 12.5.5) of the widgets of one document. It
@@ -46,7 +46,7 @@ class AppearanceStore {
   // `work` is the remaining budget; see WidgetDrawer.
   AppearanceStore(AddedObjects* added, size_t* work) : added_(added), parser_(added->Document()), work_(work) {}
 
-  // "/N" where it is one stream; null otherwise.
+  // The stream "/N"; null when "/N" is not a single stream.
   static const ZPDFNodeStream* NormalStream(const ZPDFNodeDictionary& widget);
   // The parts of "/N" to keep. Empty when there is no stream, when it cannot be decoded, when the size of its box is
   // not that of the widget, or when its content cannot be kept.
@@ -55,7 +55,7 @@ class AppearanceStore {
   // Makes the appearance "/N" and removes "/D" and "/R". Changes nothing when the widget already has the same
   // appearance.
   void SetNormal(ZPDFNodeDictionary* widget, const NewAppearance& appearance);
-  // Makes the appearance that of one state; "/N" becomes a dictionary of states.
+  // Sets the appearance of one state; "/N" becomes a dictionary of states.
   void SetState(ZPDFNodeDictionary* widget, const Chaine& state, const NewAppearance& appearance);
 
  private:

@@ -64,7 +64,7 @@ bool ButtonDrawer::LacksLook(const ZAcroFormField& widget) {
 bool ButtonDrawer::LacksStates(const ZAcroFormField& widget) {
   const ZPDFNodeDictionary* states = StatesOf(widget);
   for (size_t i = 0; states != nullptr && i < states->Size(); i++) {
-    // A stream is always an object of its own; some files have an empty dictionary in its place.
+    // A stream is always an indirect object; some files have an empty dictionary instead.
     const ZPDFNode* const look = states->ValueAt(i);
     const bool has_look = look != nullptr && NodeCast<ZPDFNodeStream>(look->GetTarget()) != nullptr;
     if (has_look && IsOnState(StateAt(*states, i))) return false;

@@ -13,7 +13,7 @@ class ButtonDrawer {
  public:
   ButtonDrawer(FieldFonts& fonts, AppearanceStore& store) : fonts_(fonts), store_(store) {}
 
-  // Whether a push button, or a check box or radio button, lacks its appearance.
+  // True when a button has no appearance, or no appearances for its states.
   static bool LacksLook(const ZAcroFormField& widget);
   static bool LacksStates(const ZAcroFormField& widget);
   // Draws a push button with its caption, in the middle.

@@ -28,7 +28,7 @@ class ContentWriter {
 
   // Writes the operands, then the operator and a line end.
   ContentWriter& Operator(std::string_view name, std::initializer_list<double> operands = {});
-  // Adds text that is content already.
+  // Appends content unchanged.
   ContentWriter& Raw(std::string_view content) {
     text_ += content;
     return *this;
@@ -43,7 +43,7 @@ class ContentWriter {
   void EndText();
   // Writes "Tf", unless font and size are set already. `resource` is the name in "/Font" without slash.
   void SetFont(const Chaine& resource, double size);
-  // Sets the start of the baseline of the text shown next, in the units in force at "BT".
+  // Sets where the baseline of the next text starts, in the units that apply at "BT".
   void MoveTo(double x, double y);
   // Shows the glyphs in the current font, with "/ActualText" around clusters that are not plain (14.9.4).
   void Show(const GlyphSpan& span);

@@ -9,9 +9,9 @@ namespace zforms {
 
 class FontLibrary;
 
-// The fonts for characters that a form's own fonts lack: font files that were named, in their order, then the fonts
-// that the system lists. Copies share the fonts, and each is opened once, so use one object for many forms. Any thread
-// may draw with it.
+// The fonts for characters that a form's own fonts do not have: first the font files that were added, in their order,
+// then the fonts of the system. Copies share the fonts. Each font is opened once, so use one object for many forms. Any
+// thread may draw with it.
 class ZFORMS_API ZDrawingFonts {
  public:
   ZDrawingFonts();
@@ -23,8 +23,8 @@ class ZFORMS_API ZDrawingFonts {
   // its licence forbids embedding; `fault` then says why. Call it before the first drawing.
   bool AddFile(const Chaine& path, Chaine* fault);
 
-  // The same fonts for copies of one form, which must be as it was loaded: what the form's own fonts say is read once
-  // for all the copies that are drawn with the result or with copies of it.
+  // The same fonts, for drawing many copies of one form: the form's own fonts are then read only once for all copies.
+  // The copies must have the same fonts as the form.
   ZDrawingFonts ForCopiesOfOneForm() const;
   bool AreForCopiesOfOneForm() const;
 

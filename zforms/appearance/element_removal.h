@@ -21,7 +21,7 @@ inline bool IsAmong(const DictionarySet& dictionaries, const ZPDFNode& node) {
 // The remaining elements become new nodes; the old nodes stay in memory as long as the array. Returns whether any was
 // removed. The array may be null.
 bool RemoveElements(ZPDFNodeArray* array, const std::function<bool(const ZPDFNode&)>& goes);
-// The same for the elements that lead to a dictionary of the set.
+// Removes the elements that are, or refer to, a dictionary of the set.
 bool RemoveElements(ZPDFNodeArray* array, const DictionarySet& gone);
 
 }  // namespace zforms

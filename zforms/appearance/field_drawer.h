@@ -21,16 +21,16 @@ struct ZShownValue {
   bool is_red = false;
 };
 
-// ZFieldDrawer draws the values of a form's fields, so that every viewer shows them and none has to draw them itself:
-// each widget gets an appearance stream ("/AP" "/N", ISO 32000-1 12.7.3.3 and 12.5.5) from "/Rect", "/MK", "/BS" or
-// "/Border", "/DA", "/Q", "/MaxLen" and its field's value.
+// ZFieldDrawer draws the values of a form's fields, so that every viewer shows them: each widget gets an appearance
+// stream ("/AP" "/N", ISO 32000-1 12.7.3.3 and 12.5.5) from "/Rect", "/MK", "/BS" or "/Border", "/DA", "/Q", "/MaxLen"
+// and its field's value.
 //
 // Text fields, combo boxes and list boxes get a new appearance. If the old one can be read, its content outside
 // "/Tx BMC ... EMC" is kept. Buttons keep the appearances that they have; a button without one is drawn. Signatures are
 // never touched. Hidden widgets are drawn as well, since they may be shown later. Values do not change.
 //
-// Draw the fields that changed, or all of them, then Finish, then save the form. It neither owns the form, which
-// outlives it and must not be loaded again meanwhile, nor saves it. One thread at a time.
+// Draw the fields that changed, or all of them, then Finish, then save the form. It does not own or save the form. The
+// form must outlive it and must not be loaded again meanwhile. One thread at a time.
 class ZFORMS_API ZFieldDrawer {
  public:
   explicit ZFieldDrawer(ZAcroForm& form, const ZDrawingFonts& fonts = {});
@@ -38,14 +38,15 @@ class ZFORMS_API ZFieldDrawer {
   ZFieldDrawer(const ZFieldDrawer&) = delete;
   ZFieldDrawer& operator=(const ZFieldDrawer&) = delete;
 
-  // Sets a function that says what the widget of a text field or combo box shows for a value in UTF-8, or returns false
-  // when it shows the value itself. Where the cells of a comb are too few for what it says, the value is shown.
+  // Sets a function that formats values: it gets the value of a text field or combo box in UTF-8 and sets the text that
+  // the widget shows, or returns false when the widget shows the value itself. When a formatted text has more
+  // characters than the field has comb cells, the value itself is shown.
   using ShownValueOf = std::function<bool(const ZAcroFormField& widget, const Chaine& value, ZShownValue* shown)>;
   void SetShownValues(ShownValueOf shown_of);
 
   // Draws each widget of the field. False when one was not drawn completely, because no font has a character of its
-  // value or the value cannot be read; "/NeedAppearances" should then stay (ISO 32000-1 table 218). What does not fit
-  // into the widget is a warning alone.
+  // value or the value cannot be read; "/NeedAppearances" should then stay (ISO 32000-1 table 218). Text that does not
+  // fit into the widget only gives a warning.
   bool Draw(ZAcroFormField& field);
   // Draws every field of the form, and finishes. False when one was not drawn completely.
   bool DrawAll();
@@ -55,8 +56,8 @@ class ZFORMS_API ZFieldDrawer {
 
   // The objects that were added to the document, in the order of their numbers.
   std::span<ZPDFNodeIndirectObject* const> Added() const;
-  // Forgets what was drawn, and keeps what it knows of the form's fonts: when the caller takes the changes of filling
-  // and drawing back. The objects that were added are empty then, and are added again under the same numbers.
+  // Call this after undoing the changes of filling and drawing: forgets what was drawn, but keeps what is known of the
+  // form's fonts. Objects that were added become empty, and the next drawing uses their numbers again.
   void Restart();
 
   // What was left out, such as `field "name": 14 of 60 characters do not fit`. Names are UTF-8.

@@ -40,9 +40,11 @@ class FieldFonts {
  public:
   virtual ~FieldFonts() = default;
 
-  // Before a widget is drawn: fonts that its present appearance has are used again; null: they are not.
+  // Call this before a widget is drawn: the fonts of its present appearance are used again. Null means that they are
+  // not.
   virtual void Begin(const ZAcroFormField* widget) { static_cast<void>(widget); }
-  // Whether these lack a glyph that was needed: then the widget is drawn again without them.
+  // True when the fonts of the present appearance lack a glyph that was needed: the widget must then be drawn again
+  // without them.
   virtual bool LacksGlyphs() const { return false; }
 
   virtual TextLook LookOf(const ZAcroFormField& widget) = 0;

@@ -12,17 +12,18 @@ class ZAcroForm;
 class ZDiagnostics;
 
 // ZFormFlattener makes what the fields of a form show part of its pages (ISO 32000-1 12.5.5), and takes the fields out:
-// their widgets leave "/Annots", they leave the form, and the structure tree no longer refers to them. With the last
-// field the form itself goes, with the last signature field what the form says of signatures. Other annotations stay.
+// their widgets leave "/Annots", they leave the form, and the structure tree no longer refers to them. When no field is
+// left, the form itself is removed; when no signature field is left, the keys of the form that concern signatures are
+// removed. Other annotations stay.
 //
-// A page gets what viewers show on the screen: widgets that are hidden or have the flag NoView go without a trace,
-// whether or not they would be printed. Widgets without an appearance are drawn first, and all of them where the form
-// asks for that ("/NeedAppearances"). The content streams that a page has do not change, and neither do resources
-// that pages share.
+// A page gets what viewers show on the screen: widgets that are hidden or have the flag NoView are removed and leave
+// nothing on the page, even if they would be printed. Widgets without an appearance are drawn first; if the form asks
+// viewers to draw its fields ("/NeedAppearances"), all widgets are drawn. The content streams that a page has do not
+// change, and neither do resources that pages share.
 //
 // It does not ask whether the form is signed; signatures are no longer valid afterwards. Nothing is saved. It does not
-// own the form, which outlives it. The form's fields and infos, where they were read before, do not follow: save the
-// document and load it again to see it as it is then. One thread at a time.
+// own the form, which outlives it. Fields and infos that were read from the form before still show the old state: save
+// the document and load it again to read the new one. One thread at a time.
 class ZFORMS_API ZFormFlattener {
  public:
   explicit ZFormFlattener(ZAcroForm& form);
@@ -34,8 +35,8 @@ class ZFORMS_API ZFormFlattener {
   bool FlattenAll();
   // Flattens the fields of these full names, in UTF-8, and the fields below them.
   //
-  // Both return false when nothing changed, with the reason in Diagnostics(): the document has no form, or no field
-  // of one of the names, or its pages share annotations too often.
+  // Both return false when nothing changed, with the reason in Diagnostics(): the document has no form, or no field of
+  // one of the names, or too many pages share the same annotations.
   bool Flatten(const PTableau<Chaine>& names);
 
   // Why the last call failed, and what could not be drawn (see ZFieldDrawer).

@@ -36,7 +36,7 @@ class FormFonts final : public FieldFonts {
   const DefaultAppearance& AppearanceOf(const Chaine& text);
 
   AddedObjects* added_;
-  const ZPDFNodeDictionary* widget_ = nullptr;  // whose fonts are used again
+  const ZPDFNodeDictionary* widget_ = nullptr;  // the widget whose fonts are used again
   FontResources resources_;
   std::shared_ptr<FontLibrary> library_;
   std::unique_ptr<FallbackFonts> fallback_;

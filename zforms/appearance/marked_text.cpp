@@ -38,7 +38,7 @@ class ContentScan {
   size_t Start() const { return start_; }
   size_t End() const { return at_; }
 
-  // After "ID": moves past the "EI" that is a token of its own (8.9.7).
+  // After "ID": moves past the token "EI", which ends the image (8.9.7).
   void SkipImage() {
     for (size_t found = at_; (found = content_.find("EI", found)) != std::string_view::npos; found += 2) {
       const bool is_begun = found > 0 && IsBlank(content_[found - 1]);
@@ -85,7 +85,7 @@ class ContentScan {
     }
     at_ = std::min(at_, content_.size());
   }
-  // "<<" is a token of its own, else this is a hexadecimal string.
+  // "<<" is one token; a single "<" begins a hexadecimal string.
   void SkipBracket(char closing) {
     at_++;
     if (at_ < content_.size() && content_[at_] == '<') {

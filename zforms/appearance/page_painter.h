@@ -39,7 +39,7 @@ class PagePainter {
   // A kind of named resource of a page, such as "/XObject".
   struct Category {
     ZPDFNodeDictionary* names = nullptr;  // null until one is added
-    std::string prefix;                   // no name that was there begins with it
+    std::string prefix;                   // a prefix that no existing name has
   };
   struct Resources {
     ZPDFNodeDictionary* dictionary = nullptr;

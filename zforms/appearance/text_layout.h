@@ -16,7 +16,7 @@ struct TextBox {
   double padding = 0;  // between its sides and the text
   double edge = 0;     // how far its border reaches in
   int quadding = 0;    // 0 left, 1 centred, 2 right
-  double size = 0;     // of the font; 0: as large as fits
+  double size = 0;     // the size the size of the font; 0 means as large as fits
 };
 
 // A part of a paragraph on one baseline, from the box's lower left corner.
@@ -34,14 +34,14 @@ struct TextLayout {
   size_t left_out = 0;  // how many characters do not fit
 };
 
-// One line, in the middle of the height.
+// Lays out one line, centred in the height of the box.
 TextLayout LayOutLine(const TextParagraph& paragraph, const TextBox& box);
-// Lines from the top on, broken at words.
+// Lays out several lines from the top, broken between words.
 TextLayout LayOutLines(const std::vector<TextParagraph>& paragraphs, const TextBox& box);
-// A cluster for each of `cells` cells.
+// Lays out one cluster in each of `cells` cells of the same width.
 TextLayout LayOutComb(const TextParagraph& paragraph, const TextBox& box, size_t cells);
 
-// Shows the lines; between "BT" and "ET".
+// Writes the lines. Call it between "BT" and "ET".
 void ShowLines(std::vector<TextParagraph>& paragraphs, const TextLayout& layout, ContentWriter& out);
 
 }  // namespace zforms

@@ -82,7 +82,7 @@ std::vector<TextRun> TextParagraph::VisualRuns(size_t from, size_t to) const {
     highest = std::max(highest, run->level);
     if (run->level % 2 != 0) lowest_odd = std::min(lowest_odd, run->level);
   }
-  // From the highest level down to the lowest odd one, what is at that level or above is turned round.
+  // For each level from the highest down to the lowest odd one: reverses every sequence of runs at this level or above.
   for (int level = highest; level >= lowest_odd; level--) {
     for (size_t i = 0; i < parts.size(); i++) {
       size_t end = i;

@@ -28,7 +28,7 @@ struct TextSpacing {
   bool operator==(const TextSpacing&) const = default;
 };
 
-// The metrics of the font, or usual ones where the font has none that can be true.
+// The metrics of the font; implausible values are replaced by usual ones.
 TextFontMetrics PlausibleMetrics(const TextFont& font);
 
 // A text without line ends, ready to be laid out. One thread at a time.
@@ -39,7 +39,7 @@ class TextParagraph {
   static constexpr uint8_t kInsideCluster = 2;  // it belongs to the same grapheme cluster as the one before it
   static constexpr uint8_t kSplitCluster = 4;   // a cluster that is too long is split before it; a run starts here
 
-  // In one font and from left to right, where a line may end behind blanks.
+  // A text in one font, from left to right. A line may end after a blank.
   TextParagraph(std::u32string text, TextFont* font);
   // `runs` are in logical order and cover the text; `marks` has one element for each character.
   TextParagraph(std::u32string text, std::vector<TextRun> runs, std::vector<uint8_t> marks, bool right_to_left);
@@ -52,7 +52,7 @@ class TextParagraph {
   size_t Size() const { return text_.size(); }
   const std::vector<TextRun>& Runs() const { return runs_; }
   bool IsRightToLeft() const { return right_to_left_; }
-  // The width of what stands at the character, 0 within a cluster, in 1/1000 of the font size.
+  // The width of the cluster that starts at this character, in 1/1000 of the font size; 0 inside a cluster.
   double AdvanceAt(size_t index) const { return advances_[index]; }
   double Width() const { return width_; }
   // The advance of one of its glyphs, in the same unit.
@@ -60,7 +60,7 @@ class TextParagraph {
     const bool is_blank = glyph.code_size == 1 && glyph.code == 32;
     return (glyph.advance + spacing_.character + (is_blank ? spacing_.word : 0)) * spacing_.scaling;
   }
-  // Of all its fonts together, made plausible.
+  // The largest metrics of all its fonts; see PlausibleMetrics.
   const TextFontMetrics& Metrics() const { return metrics_; }
   bool StartsCluster(size_t index) const { return marks_.empty() || (marks_[index] & kInsideCluster) == 0; }
   bool MayBreakBefore(size_t index) const {
@@ -83,7 +83,7 @@ class TextParagraph {
   std::vector<float> advances_;
   double width_ = 0;
   TextFontMetrics metrics_;
-  std::vector<ShapedGlyph> glyphs_;  // of what was measured or asked for last
+  std::vector<ShapedGlyph> glyphs_;  // the result of the last GlyphsOf
   TextRun glyphs_of_;
 };
 

@@ -10,7 +10,7 @@ namespace zforms {
 // is not null, added to `left_out`. Soft hyphens and blanks at the end are left out. Bytes that are not valid UTF-8
 // become U+FFFD.
 
-// In one line: each line end (CR, LF, CR LF, U+2028, U+2029) becomes a blank.
+// The text as one line: each line end (CR, LF, CR LF, U+2028, U+2029) becomes a blank.
 std::u32string LineOfText(std::string_view utf8, std::u32string* left_out = nullptr);
 // One text for each line; line ends at the end of the whole are left out.
 std::vector<std::u32string> LinesOfText(std::string_view utf8, std::u32string* left_out = nullptr);

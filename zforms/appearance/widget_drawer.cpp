@@ -79,7 +79,7 @@ bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const ZAcroFormField::eFieldType type = widget.InheritedType();
   if (type == ZAcroFormField::eOtherField) return true;
   const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
-  // Nobody sees it.
+  // A widget without size is not visible.
   if (!style.HasSize()) return true;
   if (work_ == 0)
     return Fail(widget, "is not drawn: the fields before it are so large that the limit for drawing is reached");
@@ -201,11 +201,11 @@ bool WidgetDrawer::DrawButton(ZAcroFormField& widget, const WidgetStyle& style, 
   return Report(drawing);
 }
 
-// --- what is said ---
+// --- warnings ---
 
 bool WidgetDrawer::Report(const WidgetDrawing& drawing) {
   const ZAcroFormField& widget = drawing.widget;
-  // Hidden fields, which carry data of programs, are often too small for them.
+  // Hidden fields contain data for programs and are often too small for it, so they give no warning.
   if (drawing.left_out > 0 && !widget.GetAnnotation()->IsHidden()) {
     notes_->Warn(NameOf(widget) + FormatUInt(drawing.left_out) + " of " + FormatUInt(drawing.characters) +
                  " characters do not fit");

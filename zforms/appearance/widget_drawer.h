@@ -22,7 +22,8 @@ class WidgetDrawer {
   WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
                const ZFieldDrawer::ShownValueOf* shown_of = nullptr);
 
-  // Draws a widget; `index` is its place among those of its field. False when it is not drawn completely, and said.
+  // Draws a widget; `index` is its place among those of its field. False, with a warning, when it is not drawn
+  // completely.
   bool Draw(ZAcroFormField& widget, size_t index);
 
  private:

@@ -18,7 +18,7 @@ struct WidgetDrawing {
   const ZAcroFormField& widget;
   const WidgetStyle& style;
   const TextLook& look;
-  TextBox box;  // of the text, with the size and the quadding of the look
+  TextBox box;  // the box of the text, with the size and the quadding of the look
 
   // What is drawn.
   ContentWriter out;

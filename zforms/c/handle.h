@@ -15,7 +15,7 @@ namespace zforms::c {
 // The base of every handle: why the last call with it failed.
 struct Handle {
   std::string error;
-  const char* fixed_error = nullptr;  // in its place when there was no memory for a text
+  const char* fixed_error = nullptr;  // a constant text, used instead of `error` when there was no memory for it
 };
 
 // Calls a function of one handle. Exceptions do not leave it: they become a status and a reason.
@@ -67,7 +67,7 @@ zforms_status Finish(Handle* handle, const Listener& listener, const ZFormMessag
 
 // A result that is kept until the caller provides a buffer that is large enough.
 struct Pending {
-  std::string key;  // of the call that made it; empty when nothing waits
+  std::string key;  // identifies the call that made the result; empty when there is none
   std::string bytes;
 
   void Drop() { *this = {}; }

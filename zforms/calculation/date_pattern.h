@@ -14,7 +14,7 @@ namespace zforms {
 // to 2049; a date in such a pattern may have all four. Immutable.
 class DatePattern {
  public:
-  // Nothing for a text with other letters.
+  // Nothing when the text contains other letters.
   static std::optional<DatePattern> Of(std::string_view pattern);
   // The patterns that AFDate_Format and AFTime_Format have by number.
   static std::optional<DatePattern> OfDate(double number);

@@ -9,7 +9,7 @@ namespace zforms {
 namespace {
 
 constexpr int kDeepest = 100;
-// AFSimple_Calculate keeps so many decimals.
+// AFSimple_Calculate rounds its result to six decimals.
 constexpr double kKeptDecimals = 1e6;
 
 // The text between "BVCALC" and "EVCALC", with the operands in the form that scripts have: names become strings.

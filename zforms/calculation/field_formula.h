@@ -21,7 +21,7 @@ class FieldFormula {
 
   // The full names of the fields that it needs, in UTF-8. All fields below a name are meant.
   const std::vector<std::string>& Names() const { return names_; }
-  // The result; `numbers` has those of the fields of each of the names. Nothing when it is no finite number.
+  // The result; `numbers` has those of the fields of each of the names. Nothing when it is not a finite number.
   std::optional<double> Evaluate(const std::vector<std::vector<double>>& numbers) const;
 
  private:

@@ -40,11 +40,12 @@ class ZFORMS_API FieldScripts {
   // The limits of the field's value; null for none.
   std::shared_ptr<const ValueRange> RangeOf(const ZAcroFormField& field) const;
 
-  // What is to be noted of the scripts that format, check or compute fields in other ways: `these scripts use more than
-  // the common functions and were not run: "a" (calculate), "b" (format) and 3 more`. Empty when there are none.
+  // The note about scripts that format, check or compute fields and do more than call the common functions: `these
+  // scripts use more than the common functions and were not run: "a" (calculate), "b" (format) and 3 more`. Empty when
+  // there are none.
   std::string Skipped() const;
 
-  // What computing does with fields. The names are full names in UTF-8.
+  // The fields that are read and written by Compute. The names are full names in UTF-8.
   class ZFORMS_API Host {
    public:
     virtual ~Host();
@@ -52,7 +53,7 @@ class ZFORMS_API FieldScripts {
     virtual bool IsGiven(const ZAcroFormField& field) const = 0;
     // Writes the value that was computed.
     virtual void Write(const Chaine& name, const Chaine& value) = 0;
-    // A field was not computed, or holds a value of the data that is not what is computed.
+    // Gets a warning: a field was not computed, or its value from the data differs from the computed one.
     virtual void Warn(std::string text) = 0;
   };
   // Computes the fields that depend on others that the data have filled or that were computed, in the order of "/CO" of

@@ -22,7 +22,7 @@ struct FormScript {
 // The scripts of the document, its pages, its fields and their widgets, in this order.
 ZFORMS_API std::vector<FormScript> ScriptsOf(const ZAcroForm& form);
 
-// What the scripts are, a line for each kind: `AFNumber_Format (format) of "a", "b" and 12 more`, "a custom script
+// Describes the scripts, one line for each kind: `AFNumber_Format (format) of "a", "b" and 12 more`, "a custom script
 // (calculate) of \"total\"".
 ZFORMS_API std::vector<std::string> DescribeScripts(const std::vector<FormScript>& scripts);
 

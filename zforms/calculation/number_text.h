@@ -8,7 +8,8 @@ namespace zforms {
 
 // Numbers as the scripts of forms read and write them.
 
-// How AFNumber_Format and AFPercent_Format part a number; the values are those of their argument "sepStyle".
+// The separators of thousands and decimals in AFNumber_Format and AFPercent_Format; the values are those of their
+// argument "sepStyle".
 enum class Separators {
   kCommaPoint = 0,       // 1,234.56
   kPoint = 1,            // 1234.56
@@ -18,15 +19,15 @@ enum class Separators {
 };
 Separators SeparatorsOf(double style);
 
-// The number that a value is: a sign, digits and one decimal separator, a point or a comma. Nothing for any other text:
-// "1,234.50", or "1,234" in a field whose thousands are parted by commas, since readers take it for 1.234.
+// Reads a number: a sign, digits and one decimal separator, a point or a comma. Nothing for any other text, such as
+// "1,234.50". Nothing for "1,234" in a field that separates thousands by commas, since readers take it for 1.234.
 std::optional<double> ReadNumber(std::string_view text, Separators separators = Separators::kComma);
 
 // The value for a computed number, rounded to 15 significant digits so that sums of cents have no binary remainder; the
 // decimal separator is a point.
 std::string ValueOfNumber(double number);
 
-// The number without its sign, with so many decimals. Halves are rounded away from zero, by the digits of
+// The number without its sign, with the given number of decimals. Halves are rounded away from zero, by the digits of
 // ValueOfNumber.
 std::string PrintNumber(double number, size_t decimals, Separators separators);
 

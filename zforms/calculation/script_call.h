@@ -16,8 +16,8 @@ struct ScriptCall {
   std::string function;
   std::vector<Argument> arguments;
 
-  // The argument as a number (true is 1), a text, or a list, for which a text is parted at its commas. 0 or empty when
-  // it is absent or of another kind.
+  // The argument as a number (true is 1), a text, or a list; a text is split at its commas. 0 or empty when it is
+  // absent or of another kind.
   double NumberAt(size_t index) const;
   bool FlagAt(size_t index) const { return NumberAt(index) != 0; }
   std::string TextAt(size_t index) const;
@@ -29,13 +29,13 @@ std::string WithoutComments(std::string_view script);
 // The call; nothing when the script is anything else. The text is UTF-8 without comments.
 std::optional<ScriptCall> ParseCall(std::string_view script);
 
-// Reads the literals of a script from its front; each function takes what it found out of the text.
+// Reads the literals of a script from its front. Each function removes what it has read from the text.
 class ScriptReader {
  public:
   explicit ScriptReader(std::string_view text) : text_(text) { SkipBlanks(); }
 
   bool AtEnd() const { return text_.empty(); }
-  // Whether the text begins with the word or sign, which is then taken.
+  // True when the text begins with the word or sign, which is then removed.
   bool Take(std::string_view word);
   std::string_view TakeName();
   std::optional<std::string> TakeString();

@@ -24,15 +24,15 @@ struct FormattedValue {
 // Immutable.
 class ValueFormat {
  public:
-  // Nothing when the call is of another function, or has arguments that it does not know.
+  // Nothing when the call is of another function, or has arguments that are not supported.
   static std::optional<ValueFormat> Of(const ScriptCall& call);
 
-  // What is shown for a value in UTF-8, for an empty one nothing. Nothing at all when the value is not what the format
-  // is for (see What).
+  // The text that is shown for a value in UTF-8; empty for an empty value. std::nullopt when the format does not apply
+  // to the value (see What).
   std::optional<FormattedValue> Apply(std::string_view value) const;
   // For example "a number" or "a date (dd/mm/yyyy)".
   std::string What() const;
-  // How a number in this field is parted; by default a comma is a decimal separator.
+  // The separators of numbers in this field; by default a comma is a decimal separator.
   Separators NumberSeparators() const;
 
  private:
@@ -64,8 +64,8 @@ class ValueFormat {
 class ValueRange {
  public:
   static std::optional<ValueRange> Of(const ScriptCall& call);
-  // Why the value is refused, such as "\"12\" is not between 1 and 10"; empty when it is not. A text that is no number
-  // is not refused.
+  // Why the value is refused, such as "\"12\" is not between 1 and 10"; empty when it is not. A text that is not a
+  // number is not refused.
   std::string WhyNot(std::string_view value) const;
 
  private:

@@ -12,7 +12,7 @@
 
 namespace zforms {
 
-// What is wrong with UTF-16 of an odd number of bytes.
+// The fault of UTF-16 text with an odd number of bytes.
 inline constexpr const char* kCutUTF16 = "the UTF-16 text ends in the middle of a character";
 
 // ByteSource reads a file or stream in pieces, so that data of any length need the memory of one piece. UTF-16 with a

@@ -265,7 +265,7 @@ void ZCheckedFiller::WriteState(const Target& target, const Chaine& state, bool 
     // An empty value says that nothing is chosen, as no value and an empty text in the form do.
     const bool is_unset = field->Value().IsEmpty() && (was_empty || (state == "Off" && field->HasValue()));
     if (field->Value() != state && !is_unset) field->Dico()->SetIdentifier("/V", "/" + state);
-    // A widget that carries a value of its own would go on telling it.
+    // A widget with its own "/V" would keep showing the old value.
     for (ZAcroFormField* widget : field->Widgets()) {
       if (widget != field && widget->HasOwnValue() && widget->Value() != state)
         widget->Dico()->SetIdentifier("/V", "/" + state);

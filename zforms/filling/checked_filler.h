@@ -23,8 +23,8 @@ class ZXFDFFieldCollection;
 
 // ZCheckedFiller writes values into the fields of a form, by full name. A value that a field does not accept is not
 // written, and the fault is recorded. All fields of one full name get the value (ISO 32000-1 12.7.3.2). Check boxes and
-// radio buttons show their new state; the other fields are to be drawn (see TakeChanged), or viewers to be asked to do
-// so (see ZAcroForm::SetNeedAppearances). Texts are UTF-8.
+// radio buttons show their new state. The caller draws the other fields (see TakeChanged), or asks viewers to draw them
+// (see ZAcroForm::SetNeedAppearances). Texts are UTF-8.
 //
 //   ZCheckedFiller filler(form);
 //   filler.Fill("person.country", {"France"});
@@ -68,17 +68,19 @@ class ZFORMS_API ZCheckedFiller {
 
   // In the order of the values.
   const PTableau<Fault>& Faults() const { return faults_; }
-  // The names of several fields that hold different values and keep them, since the first one's was given.
+  // Full names that several fields with different values have, and for which the data contain the value of the first of
+  // these fields: all of them keep their values.
   const PTableau<Chaine>& Unequal() const { return unequal_; }
-  // The number of names that a field has, with or without a value for it.
+  // How many names of the data belong to a field of the form, with or without a value.
   size_t Known() const { return known_; }
   // The number of names that got a value, changed or not.
   size_t Filled() const { return filled_; }
-  // The fields that got a new value since the last call: those that are to be drawn. One may be there twice.
+  // The fields that got a new value since the last call, so that the caller can draw them. A field may be in the list
+  // twice.
   PTableau<ZAcroFormField*> TakeChanged() { return std::exchange(changed_, {}); }
 
-  // Computes the fields that depend on those filled since the last call (see FieldScripts::Compute), and adds what is
-  // to be told of it, in UTF-8.
+  // Computes the fields that depend on those filled since the last call (see FieldScripts::Compute), and appends
+  // warnings in UTF-8.
   void Compute(PTableau<Chaine>* warnings);
   // Takes over from a filler of the same form which fields were filled.
   void Continue(ZCheckedFiller& former) { given_ = std::move(former.given_); }

@@ -13,8 +13,8 @@ namespace zforms {
 // when it may contain values.
 ZFORMS_API std::string FaultOfData(std::string_view head);
 
-// Opens a table: objects of JSON when the first character is "{" or "[", else CSV. Null with a reason when the source
-// cannot be read or is neither.
+// Opens a table: objects of JSON when the first character is "{" or "[", else CSV. Null, with a reason, when the source
+// cannot be read or is not a table.
 ZFORMS_API std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error);
 
 }  // namespace zforms

@@ -7,7 +7,7 @@
 
 namespace zforms {
 
-// What the values of forms are written as.
+// The formats of an export.
 enum class ExportFormat : uint8_t { kXFDF, kFDF, kJSON, kJSONLines, kCSV };
 
 struct ExportFormatName {
@@ -33,7 +33,7 @@ static_assert(
 
 constexpr const ExportFormatName& NameOf(ExportFormat format) { return kExportFormats[static_cast<size_t>(format)]; }
 
-// Null for a name that is none of them.
+// The format with this name; null when there is none.
 constexpr const ExportFormatName* FindExportFormat(std::string_view name) {
   for (const ExportFormatName& format : kExportFormats) {
     if (format.name == name) return &format;

@@ -41,7 +41,7 @@ class FDFObjects final : public IPDFObjectProvider {
     ReadAll();
   }
 
-  // The first fault of the file, with its place; empty when it is sound. A file that is cut short has one.
+  // The first fault of the file, with its place; empty when there is none. A missing end of the file is a fault.
   std::string Fault() const {
     const ZDiagnostics::WarningList& faults = diagnostics_.Warnings();
     if (faults.Size() > 0) {
@@ -168,7 +168,7 @@ class FDFReader {
  public:
   FDFReader(FDFEncoding* encoding, ZXFDF* data) : encoding_(encoding), data_(data) {}
 
-  // False when two fields have one name and different values, or when an entry is no field.
+  // False when two fields have the same name and different values, or when an entry is not a field.
   bool ReadFields(const ZPDFNode* node, const std::string& above, int depth) {
     const auto* fields = NodeCast<ZPDFNodeArray>(node);
     for (size_t i = 0; fields != nullptr && i < fields->Size() && count_ < kMaxFields; i++) {

@@ -40,8 +40,8 @@ size_t CharacterCount(std::string_view text) {
   return count;
 }
 
-// Whether a text that was given is the present one, which has LF for line ends. In XML there
-// is no place for most control characters, and U+FFFD stands for them.
+// True when a given text is what an export of the present text contains. The present text has LF as line ends. XML does
+// not allow most control characters, so an export has U+FFFD instead.
 bool IsExportOf(const Chaine& given, const Chaine& present) {
   constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
   const Chaine text = WithLF(given);

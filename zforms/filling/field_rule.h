@@ -30,20 +30,21 @@ class ZFORMS_API ZFieldRule {
 
   // The result for given values.
   struct Verdict {
-    // Whether the first field holds what is given, as its own export has it, odd or not: nothing is to be
-    // written, and there are no faults. Other fields of the name keep what they hold.
+    // True when the given values are those that an export of the first field contains. Then nothing is written and
+    // nothing is a fault, even if the values are not valid for the field; other fields with the same name keep their
+    // values.
     bool is_unchanged = false;
-    // Whether there is a value to write, if it is another one. It is one text, or the export values of choices,
-    // or the state of a button, here as the bytes of its name.
+    // True when the values are accepted; `values` is then what to write: one text, the export values of choices, or the
+    // state of a button as the bytes of its name.
     bool is_taken = false;
     PTableau<Chaine> values;
-    // Why values are refused, such as "\"x\" is not one of its choices": one text for each of the first kMaxFaults, and
-    // one for all others.
+    // Why values are refused, such as "\"x\" is not a choice of the field": one text for each of the first kMaxFaults
+    // values, and one text for all others.
     PTableau<Chaine> faults;
   };
 
-  // At least one field. What the first one exports now they take as well. A text may be of any
-  // length when `any_length`.
+  // Needs at least one field. The rule also accepts the values that an export of the first field contains now. With
+  // `any_length`, a text may be longer than "/MaxLen".
   ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length = false);
   ~ZFieldRule();
 
@@ -54,7 +55,7 @@ class ZFORMS_API ZFieldRule {
   void Limit(std::shared_ptr<const ValueRange> range) { range_ = std::move(range); }
 
   Kind GetKind() const { return kind_; }
-  // Whether all fields of the name hold the same value.
+  // True when all fields with this name have the same value.
   bool IsAlike() const { return is_alike_; }
   bool IsFillable() const { return kind_ != Kind::kNotFilled; }
   // Of several values for a list box, the valid ones are accepted. Line ends may be of any kind. An empty value for a
@@ -85,7 +86,7 @@ class ZFORMS_API ZFieldRule {
   PTableau<Chaine> present_;  // of the first field, with LF for line ends
   bool is_alike_ = true;
   std::shared_ptr<const ChoiceOptions> options_;
-  // Those of widgets that have others than the field.
+  // The options of widgets whose options differ from those of the field.
   PTableau<std::shared_ptr<const ChoiceOptions>> widget_options_;
   // Maps the texts for each state to the bytes of its name.
   FDictionnary<Chaine> states_;

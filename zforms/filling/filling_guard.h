@@ -18,23 +18,24 @@ struct ZFORMS_API GuardOptions {
 // later changes of the form. Any thread may call const functions, each with its own form.
 class ZFORMS_API FillingGuard {
  public:
-  // Reads the rules of a loaded form, which need not outlive the guard. `writes_anew`: the file is written as a new
-  // one, whatever changes.
+  // Reads the rules of a loaded form, which need not outlive the guard. `writes_anew` says that the document will be
+  // written as a new file and not as an update.
   FillingGuard(const ZAcroForm& form, const GuardOptions& options, bool writes_anew = false);
 
-  // Says, before it is done, what filling breaks or must leave. False when nothing may be filled.
+  // Call this before filling: adds messages about what filling makes invalid or cannot change. False when nothing may
+  // be filled.
   bool AllowsFilling(ZFormMessages* messages) const;
-  // The same for what is no value, such as new fields: a certification forbids it, and any signature forbids that the
-  // file is written as a new one.
+  // Like AllowsFilling, for changes other than values, such as new fields: a certification forbids them, and any
+  // signature forbids writing a new file.
   bool AllowsDesigning(ZFormMessages* messages) const;
   // Why the field of that full name, in UTF-8, must not change; empty when it may be filled.
   Chaine LockOf(const Chaine& name) const { return options_.force ? Chaine() : rules_.FaultOfFilling(name); }
   const GuardOptions& Options() const { return options_; }
   bool HasLocks() const { return !options_.force && rules_.HasLocks(); }
   // Removes the XFA form and usage rights from a changed form, as far as the options allow; returns the dictionaries
-  // that this changes. The XFA form of a signed form stays unless that is forced.
+  // that this changes. The XFA form of a signed document is kept unless GuardOptions::force is set.
   PTableau<ZPDFNodeDictionary*> Drop(ZAcroForm& form) const;
-  // Says what Drop removes, and what it must leave.
+  // Adds messages about what Drop removes and what it must keep.
   void SayWhatGoes(ZFormMessages* messages) const;
 
  private:

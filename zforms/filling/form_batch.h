@@ -35,14 +35,14 @@ class ZFieldRule;
 // It fills a copy of the form. One thread at a time; different batches are independent.
 class ZFORMS_API ZFormBatch {
  public:
-  // Copies a loaded form with its unsaved changes. With fonts the fields that are filled in are drawn; without, viewers
-  // are asked to do so.
+  // Copies a loaded form with its unsaved changes. With fonts, the fields that are filled in are drawn; without fonts,
+  // viewers are asked to draw them.
   ZFormBatch(const ZAcroForm& form, const GuardOptions& options, std::optional<ZDrawingFonts> fonts = std::nullopt);
   ZFormBatch(const ZFormBatch&) = delete;
   ZFormBatch& operator=(const ZFormBatch&) = delete;
   ~ZFormBatch();
 
-  // Leaves what the scripts of the form compute and format (see ZFormOptions::calculate). Call it before Prepare.
+  // Ignores the scripts of the form (see ZFormOptions::calculate). Call it before Prepare.
   void LeaveScripts() { calculates_ = false; }
   // Reads the fields of the form. False, with the reason, when nothing may be filled.
   bool Prepare(ZFormMessages* messages);
@@ -54,7 +54,7 @@ class ZFORMS_API ZFormBatch {
   bool Fill(const Row& row, Chaine* bytes, ZFormMessages* messages);
 
  private:
-  // Where the value of a column goes.
+  // The field that the value of a column fills.
   struct Feed {
     size_t name = 0;                         // in names_
     std::shared_ptr<const ZFieldRule> rule;  // null when the column fills no field

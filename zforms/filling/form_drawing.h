@@ -25,21 +25,21 @@ class ZAcroFormFieldCollection;
 // One thread at a time.
 class ZFORMS_API FormDrawing {
  public:
-  // Fields that the guard says are locked are left as they are. With the scripts of the form, values are shown in the
-  // formats of their fields. Both may be null, and outlive this object.
+  // Fields that the guard locks do not change. With the scripts of the form, values are shown in the formats of their
+  // fields. Both may be null, and outlive this object.
   FormDrawing(ZAcroForm& form, const ZDrawingFonts& fonts, const FillingGuard* guard = nullptr,
               const FieldScripts* scripts = nullptr);
   ~FormDrawing();
 
   // Draws these fields, in the order of the form; all fields when the form has the request. False when one of them was
-  // not drawn completely. What was left out is said.
+  // not drawn completely. `messages` gets what was left out.
   bool Draw(PTableau<ZAcroFormField*> changed, ZFormMessages* messages);
   bool DrawAll(ZFormMessages* messages);
   // See ZFieldDrawer.
   std::span<ZPDFNodeIndirectObject* const> Added() const { return drawer_.Added(); }
   void Restart();
 
-  // Makes the request of a form that has it once more, as the last entry of its dictionary.
+  // Writes "/NeedAppearances" of a form that has the key again, as the last entry of its dictionary.
   static void RenewRequest(ZAcroForm& form);
 
  private:
@@ -51,7 +51,7 @@ class ZFORMS_API FormDrawing {
   const FillingGuard* guard_;
   ZFieldDrawer drawer_;
   size_t said_ = 0;
-  std::string unfit_;  // what is said of the last value that is not what its format is for
+  std::string unfit_;  // the warning about the last value to which its format does not apply
   ZFormMessages unfit_values_;
   // The fields, each with its place in the order of the form.
   PTableau<ZAcroFormField*> fields_;

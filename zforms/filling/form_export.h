@@ -12,8 +12,8 @@
 
 namespace zforms {
 
-// The first column of a table of several forms: the file of each. The second name is for forms with a field of the
-// first one. Such a column in data fills no field, and is no fault.
+// The name of the first column in a table of several forms, which has the file of each form. The second name is used
+// when a form has a field with the first name. When data contain such a column, it fills no field and gives no message.
 inline constexpr const char* kFileColumns[] = {"file", "_file"};
 inline bool IsFileColumn(std::string_view name) { return name == kFileColumns[0] || name == kFileColumns[1]; }
 
@@ -28,15 +28,15 @@ struct ZFORMS_API FormValues {
 // The forms as a table in one of the formats that take several, UTF-8.
 //
 // CSV has a column for each field that one of them has, in the order in which they appear. Several values are the lines
-// of one cell. For a spreadsheet no cell is a formula (see ForSpreadsheet). JSON has an object for each form, with
-// texts, lists where a field has several values, null without a value; a list of them unless `is_one`. The first of
-// several fields with one name counts.
+// of one cell. For a spreadsheet, no cell is a formula (see ForSpreadsheet). JSON has an object for each form: a field
+// with one value is a text, a field with several values a list, a field without a value null. The objects are in a
+// list, unless `is_one`. When several fields have the same name, the value of the first is used.
 ZFORMS_API std::string ExportTable(const std::vector<FormValues>& forms, ExportFormat format, bool is_one,
                                    bool for_spreadsheet = false);
 
 // One form as XFDF or FDF, with the identifiers of its document. Fields without a value are left out. `file` is the
-// name of the form's file, by which data refer to it; empty for none. `replaced` becomes the number of characters that
-// XML has no place for.
+// name of the form's file, to which XFDF and FDF refer; it may be empty. `replaced` becomes the number of characters
+// that XML does not allow.
 ZFORMS_API Chaine ExportDocument(const FormValues& form, const ZPDFParser& parser, ExportFormat format,
                                  size_t* replaced);
 

@@ -12,20 +12,20 @@ namespace zforms {
 
 class ZAcroForm;
 
-// Where a form is read from: `bytes` where they are given, else the file.
+// Where a form is read from: `bytes` if they are given, else the file.
 struct ZFORMS_API FormSource {
   std::string path;
   const Chaine* bytes = nullptr;
   bool map = false;  // map a large file into memory: see MapFile
 };
 
-// Loads the document, with the fields that its pages alone show. The password is UTF-8. A damaged file is read when it
-// is to be recovered. False, and said, when it cannot be read or the password does not open it; the message says
-// whether recovery would read it.
+// Loads the document, including fields that only its pages show. The password is UTF-8. With `recover`, a damaged file
+// is read too. False, with a message, when the document cannot be read or the password does not open it; the message
+// says whether recovery could read the file.
 ZFORMS_API bool OpenForm(const FormSource& source, const std::string& password, bool recover, ZAcroForm& form,
                          ZFormMessages* messages);
 
-// Whether recovery would read what could not be read for that reason; kNone where the reason is no damage.
+// Tells whether recovery could read a file that failed for this reason; kNone when the reason is not damage.
 ZFORMS_API ZFormMessage::Remedy RecoveryFor(const FormSource& source, const std::string& password,
                                             const Chaine& reason);
 
@@ -35,14 +35,15 @@ struct ZFORMS_API SaveOptions {
   bool force = false;  // also when pages or the form lose something in the new file
 };
 
-// Saves the document into the file, as an update where that is possible. It is written directly when it is the file
-// that the document came from and an update is appended, else beside it and renamed. False, and said, when that fails,
-// and when a new file would lose parts of pages or of the form and this is not forced: see ZAcroForm::WouldLose.
+// Saves the document into the file, as an update where that is possible. An update of the document's own file is
+// appended in place. Any other file is written under a temporary name and then renamed. False, with a message, when
+// writing fails, or when a new file would lose parts of pages or of the form and `force` is not set: see
+// ZAcroForm::WouldLose.
 ZFORMS_API bool SaveForm(ZAcroForm& form, const std::string& path, const SaveOptions& options, ZFormMessages* messages);
 // The same to bytes.
 ZFORMS_API bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* bytes, ZFormMessages* messages);
 
-// What to say of a document without fields that can be filled; empty of one that has a form.
+// Why a document has no fields that can be filled; empty when it has a form.
 ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);
 
 // The possible bytes of a password: up to revision 4 it is in PDFDocEncoding (ISO 32000-1 7.6.3.3), but some writers

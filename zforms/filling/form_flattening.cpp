@@ -50,7 +50,7 @@ bool FlattenForm(ZAcroForm& form, const std::vector<std::string>& fields, const 
     return false;
   }
   for (const ZDiagnostics::Warning& warning : flattener.Diagnostics().Warnings()) {
-    // Drawing may have said it already.
+    // Drawing may have given the same warning before.
     const std::string text = ZDiagnostics::Describe(warning).ToString();
     const auto is_same = [&text](const ZFormMessage& message) { return message.text == text; };
     if (std::none_of(messages->begin(), messages->end(), is_same)) Add(messages, Severity::kWarning, Chaine(text));

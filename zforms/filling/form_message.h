@@ -6,7 +6,7 @@
 
 namespace zforms {
 
-// What is to be said of a form, or of the data that it is filled with.
+// A message about a form, or about the data with which it is filled.
 struct ZFormMessage {
   enum class Severity : uint8_t {
     kNote,     // worth knowing, though nothing is wrong
@@ -16,17 +16,17 @@ struct ZFormMessage {
   enum class About : uint8_t {
     kForm,
     kData,  // the values to fill in; the text names the field
-    kFile,  // something odd in the file of the form, with its object number where that is known
+    kFile,  // a fault in the file of the form, with its object number if known
   };
   // The option that would change the outcome (see ZFormOptions).
   enum class Remedy : uint8_t {
     kNone,
     kForceFilling,   // `force` fills the form
     kForceWriting,   // `force` writes the value, or the file
-    kForceXFA,       // `force` takes the XFA form out
-    kKeepXFA,        // `keep_xfa` leaves it
+    kForceXFA,       // `force` removes the XFA form
+    kKeepXFA,        // `keep_xfa` keeps the XFA form
     kRecover,        // `recover` reads the file
-    kExportAll,      // `all` takes the fields that are left out
+    kExportAll,      // `all` includes the fields that are left out
     kNoRecovery,     // not even `recover` reads it
     kForceLosses,    // `force` writes a new file without what cannot be read
     kRecoverLosses,  // `recover` looks in the file for what cannot be read, `force` writes the rest

@@ -76,7 +76,7 @@ void FormPress::KeepFields() {
   if (ZPDFNodeDictionary* infos = form_->Parser()->AcroForm()) Keep(infos);
 }
 
-// Those that contain what is kept or dropped.
+// Finds the objects that contain the dictionaries in kept_ and dropped_.
 void FormPress::FindObjects() {
   const auto mark = [this](bool modified) {
     for (const Kept& kept : kept_) kept.dictionary->SetModified(modified, false);

@@ -26,8 +26,8 @@ class ZPDFNodeIndirectObject;
 class ZFORMS_API FormPress {
  public:
   // `names` are the full names, in UTF-8, of the fields that will be filled. The guard has the locks of the fields and
-  // removes outdated parts; it must outlive this object. With fonts the fields are drawn (see FormDrawing); without,
-  // viewers are asked to do so.
+  // removes outdated parts; it must outlive this object. With fonts, the fields are drawn (see FormDrawing); without
+  // fonts, viewers are asked to draw them.
   FormPress(const ZAcroForm& form, const std::vector<std::string>& names, const FillingGuard& guard,
             std::optional<ZDrawingFonts> fonts = std::nullopt);
   ~FormPress();
@@ -37,17 +37,17 @@ class ZFORMS_API FormPress {
     size_t name;
     PTableau<Chaine> texts;
   };
-  // From now on the forms are flattened after filling (see FlattenForm). Each is then made from a copy of its own,
-  // since flattening changes many places.
+  // From now on the forms are flattened after filling (see FlattenForm). Each form is then made from a new copy, since
+  // flattening makes changes that cannot be undone here.
   void Flatten() { flattens_ = true; }
-  // Leaves what the scripts of the form compute and format. Call it before Fill.
+  // Ignores the scripts of the form. Call it before Fill.
   void LeaveScripts() { calculates_ = false; }
 
-  // The filled form; the fields must accept the values. What could not be drawn or computed is said, unless `messages`
-  // is null. Empty when the form cannot be flattened.
+  // The filled form; the fields must accept the values. `messages`, which may be null, gets what could not be drawn or
+  // computed. Empty when the form cannot be flattened.
   Chaine Fill(const std::vector<Value>& values, ZFormMessages* messages = nullptr);
-  // The same, filled and flattened, as a document that is not saved: its changed objects are marked. Null when the form
-  // cannot be flattened.
+  // The form filled and flattened, as a document that is not saved; its changed objects are marked as modified. Null
+  // when the form cannot be flattened.
   std::unique_ptr<ZAcroForm> FillFlatDocument(const std::vector<Value>& values, ZFormMessages* messages) const;
 
  private:

@@ -10,20 +10,20 @@
 
 namespace zforms {
 
-// What is to be noted of data without any value, which are no fault.
+// The note about data without any value; such data are not an error.
 inline constexpr const char* kNoValues = "the data contain no value: no field is filled";
 
-// How much of such data is read, and what none can begin with.
+// The limits for reading such data: the most bytes, and a check of the first ones.
 ZFORMS_API ReadLimits LimitsOfValues();
 
-// Reads the values for one form: XFDF, FDF, one JSON object, or CSV with one row; what it is shows in its first
-// characters, else in the ending of `name`, that of its file. `line` becomes the line in which the object or the row
-// starts, 0 for data without rows. False, with a reason, when it cannot be read; with a true result `error` may say
-// what was left out.
+// Reads the values for one form: XFDF, FDF, one JSON object, or CSV with one row. The format is found by the first
+// characters, or else by the suffix of `name`, the name of the data's file. `line` becomes the line in which the object
+// or the row starts, 0 for XFDF and FDF. False, with a reason, when the data cannot be read. When the result is true,
+// `error` may say what was left out.
 ZFORMS_API bool ReadValues(const Chaine& bytes, const std::string& name, ZXFDF* data, uint64_t* line,
                            std::string* error);
 
-// Whether ReadValues takes such data for CSV, whose columns are the names.
+// True when ReadValues would read these data as CSV.
 ZFORMS_API bool IsTable(const Chaine& bytes, const std::string& name);
 
 // Whether the document has a value.

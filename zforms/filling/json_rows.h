@@ -8,11 +8,11 @@
 
 namespace zforms {
 
-// Reads one JSON object into the names and values of the row, in place of what it held; fault, number and line are left
-// to the caller. Members of an object within have its name and a "." before their own; the elements of a list are
-// values of one name; numbers keep their digits; null says nothing. False, with a reason and its place, when the text
-// is something else or two members have one name. `whole` is all that the text is a part of, and `first_line` the
-// number of its first line; empty for a text of one line, whose number the caller knows.
+// Reads one JSON object and replaces the names and values of the row; fault, number and line are not changed. A member
+// of a nested object gets the name "outer.inner". The elements of a list are several values of one name. Numbers keep
+// their digits; null is a missing value. False, with the reason and its place, when the text is not an object or two
+// members have the same name. `whole` is the text that contains `text`, and `first_line` the number of its first line;
+// both are used to state the place. `whole` is empty for a text of one line, whose number the caller knows.
 ZFORMS_API bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::string_view whole = {},
                             uint64_t first_line = 1);
 
@@ -34,7 +34,7 @@ class ZFORMS_API JsonReader : public RowReader {
   bool Fail(const std::string& what);
 
   std::string text_;
-  uint64_t line_;  // in which the next byte stands, or, of a table of lines, that of the last one
+  uint64_t line_;  // the line of the next byte, or of the last row in a table with one object on each line
   uint64_t count_ = 0;
   bool is_list_ = false;
   bool has_lines_ = true;  // each line is an object

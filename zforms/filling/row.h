@@ -11,7 +11,7 @@
 
 namespace zforms {
 
-// A value of a row of data, UTF-8. For a list, `more` has the further values.
+// A value of a row of data, UTF-8. When the value is a list, `more` has all elements after the first.
 struct ZFORMS_API Cell {
   std::string text;
   std::vector<std::string> more;

@@ -17,8 +17,8 @@ class ZPDFNode;
 // The children of a node, in one block with spare room. Shared, with a reference count, only after one node was
 // assigned from another. Private to the node classes.
 //
-// A dictionary's list is "keyed" until somebody asks for its entries as nodes: the items are then the values, and the
-// keys are stored beside them. This takes a third of the memory of a node for each entry and key.
+// A dictionary's list is "keyed" until its entries are needed as nodes: the items are then the values, and the keys are
+// stored beside them. This takes a third of the memory of a node for each entry and key.
 //
 // An item of a keyed list may be "unread": the place of the value's text in the source, instead of a node. A node is
 // made of it when somebody asks for the value. See unread_value.h.

@@ -50,8 +50,8 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   uint32_t GetUIntValue(std::string_view key) const;
   double GetDoubleValue(std::string_view key) const;
   bool GetBoolValue(std::string_view key) const;
-  // Stores the numbers of an array, with references resolved, as far as there is room; 0 for an element of another
-  // kind. Returns the size of the array; 0 when the value is no array.
+  // Reads the numbers of an array into `numbers`, with references resolved, until `numbers` is full. An element of
+  // another kind reads as 0. Returns the size of the array; 0 when the value is not an array.
   size_t GetNumbers(std::string_view key, std::span<double> numbers) const;
   using ZPDFNode::GetBoolValue;
   using ZPDFNode::GetDoubleValue;
@@ -88,8 +88,8 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   void SetBoolean(std::string_view key, bool value);
   template <class Node, class Value, class Getter>
   void SetScalar(std::string_view key, const Value& value, Getter getter);
-  // Deciphers "/Contents", which is read as it is, unless this is a signature: there it is not encrypted even in an
-  // encrypted file (ISO 32000-1 7.6.1).
+  // Decrypts the string "/Contents", which the reader leaves encrypted. Does nothing in the dictionary of a signature,
+  // where "/Contents" is never encrypted (ISO 32000-1 7.6.1).
   void DecipherContents(const std::function<Chaine(const Chaine&)>& decipher);
   static bool IsContents(std::string_view key);
   // The position of the leftmost entry of that key.

@@ -12,7 +12,7 @@ namespace zforms {
 // with its nodes, is used by one thread at a time.
 class ZPDFNodePool {
  public:
-  // A user that gives the pool up when it is destroyed.
+  // A deleter that releases one use of the pool.
   struct GivesUp {
     void operator()(ZPDFNodePool* pool) const { pool->GiveUp(); }
   };

@@ -43,7 +43,7 @@ class ZFORMS_API ZPDFNodeStream final : public ZPDFNode {
   // Stores the bytes and sets "/Length" to their number.
   void SetData(const Chaine& data);
 
-  // Removes the filter /Crypt, which names a part of the document's encryption (ISO 32000-1 7.4.10).
+  // Removes the filter /Crypt, which selects how this stream is encrypted (ISO 32000-1 7.4.10).
   void DropCryptFilter();
 
   // True when the text begins with a stream: a dictionary, then "stream". Not for text inside an array or a dictionary,

@@ -48,7 +48,8 @@ class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
   friend class ZPDFNode;
   friend class ZPDFRawValueWriter;
   friend class ZPDFUnreadValue;
-  // Write a string by its escaped body; the second one by a body that needs no escapes, before it is encrypted.
+  // Write a string. The first function takes its escaped body, the second its plain body, which needs no escapes, and
+  // encrypts it.
   static void Write(ZPDFOutStream& out, std::string_view body);
   static void WriteAsRead(ZPDFOutStream& out, std::string_view body, const ZPDFEncrypter* encrypter);
   ZPDFNodeLiteralString(Parsed, Chaine value, IPDFObjectProvider* provider)

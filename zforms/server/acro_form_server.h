@@ -89,7 +89,7 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   bool ShowXFDF(const ZXFDF& xfdf, ZDocument::Status status, bool external) const;
 
   // Called for each template after it was loaded, before it is filled and sent; on any thread. A host may remove
-  // content that readers would show in place of the fields. The default does nothing.
+  // content that readers would show in place of the fields, such as an XFA form. The default does nothing.
   virtual void PrepareTemplate(ZAcroForm& form) const;
 
   // Draws the fields of each filled form before it is sent, printed or mailed, so that every viewer shows them; off at

@@ -57,7 +57,7 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   // Why the session infos are not from this host; empty when they are.
   Chaine WhyForeign(const ZXFDF& xfdf) const;
   bool LooksOwn(const XFDFSurvey& survey);
-  // False when it is refused.
+  // Reads the document. False when it is refused.
   bool Read(const Chaine& body);
 
   const ZHTTPServerPageXFDF* page_;

@@ -31,8 +31,8 @@ struct ZFORMS_API ZXFDFTransactionInfos {
 
 // ZXFDFSessionInfos contains the data by which the host recognizes its session when a form is submitted: named
 // parameters, stored as XML text in the value of the reserved field ZXFDF::kSessionIDField. A view owned by its
-// document; invalid after the document is read or assigned to. Text is UTF-8. A damaged text reads as no parameters,
-// and setting one replaces it. One thread at a time.
+// document; invalid after the document is read or assigned to. Text is UTF-8. A damaged text is read as an empty list;
+// setting a parameter replaces the text. One thread at a time.
 class ZFORMS_API ZXFDFSessionInfos {
  public:
   using FolderInfos = ZXFDFFolderInfos;

@@ -38,8 +38,8 @@ bool MayHoldCarriageReturns(std::string_view text) {
   return text.find('\r') != std::string_view::npos || text.find("&#") != std::string_view::npos;
 }
 
-// Many writers escape the carriage return of a line end but not its line feed, and the filter inserts another carriage
-// return before that. Such a group of three is one line end.
+// Many writers escape the carriage return of a line end but not its line feed; the filter then inserts another carriage
+// return before the line feed. These three characters are one line end.
 void FoldLineEnds(ZXMLElement& root) {
   constexpr std::string_view kDoubled = "\r\r\n";
   for (ZXMLElement* element = &root; element != nullptr; element = Following(element, root)) {

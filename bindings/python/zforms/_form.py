@@ -214,7 +214,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         return (self._field(index) for index in range(self._count()))
 
     def field(self, name: str) -> Field:
-        """The first field of that full name; FieldNotFoundError, a KeyError, when there is none.
+        """The first field with this full name. Raises FieldNotFoundError, a KeyError, when there is none.
 
         >>> import zforms
         >>> with zforms.open("samples/membership_form.pdf") as form:
@@ -254,8 +254,8 @@ class Form(Mapping[str, Union[str, list[str]]]):
     def fill(self, data: Union[Mapping[str, Any], Path, bytes]) -> list[Message]:
         """Fills the form from a dict, a file, or bytes of XFDF, FDF, JSON or CSV with one row.
 
-        A nested dict gives names with dots, and None keeps the value of a field. Values that are not taken are left
-        out; the result has a warning for each.
+        A nested dict gives names with dots, and None keeps the value of a field. A value that a field does not take is
+        not written; the result has a warning for it.
 
         >>> import zforms
         >>> with zforms.open("samples/membership_form.pdf") as form:
@@ -275,16 +275,17 @@ class Form(Mapping[str, Union[str, list[str]]]):
         return [message for message in self._messages[before:] if message.severity is not Severity.NOTE]
 
     def draw(self) -> None:
-        """Draws all fields, so that every viewer shows their values without drawing them itself.
+        """Draws all fields, so that every viewer shows their values.
 
-        FormError when the form forbids it, or a field could not be drawn completely; the others are drawn then.
+        Raises FormError when the form forbids it, or when a field could not be drawn completely; all others are drawn.
         """
         self._handle.call("zforms_draw")
 
     def flatten(self, *names: str) -> None:
-        """Makes fields part of the pages: those of these names and below them, else all. They are gone then.
+        """Makes fields part of the pages, so that they are no longer fields: those with these names and the fields below them;
+        without names, all fields.
 
-        FormError when there is nothing to flatten, or the form is signed and was opened without `force`.
+        Raises FormError when there is nothing to flatten, or when the form is signed and was opened without `force`.
         """
         texts = (ctypes.c_char_p * len(names))(*map(encode, names))
         self._handle.call("zforms_flatten", texts, len(names))
@@ -318,10 +319,10 @@ def open(file: Union[Path, bytes], *, password: Optional[str] = None, recover: b
          force: bool = False, draw: bool = False, fonts: Iterable[Path] = (), calculate: bool = True) -> Form:
     """Opens a PDF form: a file, or its bytes.
 
-    `recover` reads a damaged file by searching it for objects. `keep_xfa` leaves an XFA form that holds the former
-    values. `force` makes the changes that signatures forbid. `draw` draws the fields that are filled in, instead of leaving
-    that to viewers; `fonts` are font files for characters that the form's own fonts lack. `calculate` follows the
-    scripts of the form that are calls of the common functions: fields are computed from what is filled in, numbers out
+    `recover` reads a damaged file by searching it for objects. `keep_xfa` keeps an XFA form although it has the old
+    values. `force` makes changes that signatures forbid. `draw` draws the fields that are filled in, instead of leaving
+    that to viewers; `fonts` are font files for characters that the form's own fonts do not have. `calculate` follows
+    scripts of the form that only call the common functions: fields are computed from others, numbers out
     of range are refused, and values are drawn in their formats. FormError when the document cannot be read.
 
     >>> import zforms

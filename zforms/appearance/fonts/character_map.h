@@ -16,8 +16,8 @@ struct CharacterMap {
   };
   struct Cids {
     uint32_t first, last;  // codes
-    uint32_t cid;          // that of the first code
-    uint8_t size;          // of a code, in bytes
+    uint32_t cid;          // the CID of the first code
+    uint8_t size;          // the size of a code in bytes
   };
 
   // In the order of the file. Codes that stand for several characters are left out.

@@ -58,7 +58,7 @@ class CompositeFont final : public FontCodes {
   double default_width_ = 1000;
   bool has_glyph_map_ = false;
   Chaine glyph_map_;  // the glyph of each CID, in two bytes
-  // Of what follows, and of the program.
+  // Protects the members below, and the program.
   mutable std::mutex mutex_;
   // Codes found so far, and the CID of each glyph, computed when first needed.
   mutable std::unordered_map<char32_t, std::optional<FontCode>> found_;

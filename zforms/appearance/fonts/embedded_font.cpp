@@ -160,8 +160,8 @@ void EmbeddedFont::Shape(std::u32string_view paragraph, size_t from, size_t coun
   }
 }
 
-// Gives each glyph of the cluster the text that it stands for: the character that has this glyph by itself. The rest of
-// the text goes to the first other glyph. True when readers get the text of the cluster from that.
+// Assigns text to each glyph of the cluster: the character that has this glyph when it is alone. The rest of the text
+// is assigned to the first other glyph. True when readers get the text of the cluster from these assignments.
 bool EmbeddedFont::NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, const Cluster& cluster,
                              bool right_to_left) {
   std::u32string rest(cluster.text);

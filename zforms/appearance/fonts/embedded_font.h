@@ -25,9 +25,9 @@ class ZPDFParser;
 class EmbeddedFont final : public TextFont {
  public:
   EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgram> program, Chaine resource_name);
-  // The font that an object of the document is when an earlier update wrote it, to show its glyphs again. It is never
-  // changed: `*lacks` becomes true when a text needs a glyph that it has not. Null when the object is something else,
-  // or has glyphs of another version of the program.
+  // A font that an earlier update wrote into the document as this object, so that its glyphs are used again. The object
+  // never changes: when a text needs a glyph that it does not have, `*lacks` becomes true. Null when the object is
+  // something else, or has glyphs of another version of the program.
   static std::unique_ptr<EmbeddedFont> Former(AddedObjects* added, std::shared_ptr<const FontProgram> program,
                                               Chaine resource_name, ZPDFNodeIndirectObject* object, bool* lacks);
   ~EmbeddedFont() override;
@@ -48,7 +48,7 @@ class EmbeddedFont final : public TextFont {
   bool ReadFormer(const ZPDFNodeDictionary& font);
   void ReadGlyphs(const ZPDFNodeArray& widths);
   void ReadTexts(std::string_view map);
-  // Those that were shown, in rising order, and the name of a subset of them.
+  // The glyphs that were shown, in rising order; and the font name with the tag of that subset.
   std::vector<uint32_t> Glyphs() const;
   Chaine NameFor(const std::vector<uint32_t>& glyphs) const;
   // Glyphs of one cluster of characters, [from, to) of the shaped run.
@@ -64,7 +64,7 @@ class EmbeddedFont final : public TextFont {
   void WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs, const FontSubset& subset);
   void WriteDescriptor(const Chaine& name);
   void WriteFontFile(const FontSubset& subset);
-  // With FlateDecode.
+  // Writes a stream whose data is already compressed with FlateDecode.
   void WriteStream(Part part, const Chaine& encoded);
   void Write(Part part, ZPDFNode* value);
   // A reference to the part, which the caller owns.

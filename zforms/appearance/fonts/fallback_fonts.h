@@ -21,10 +21,11 @@ class FallbackFonts {
   FallbackFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library);
   ~FallbackFonts();
 
-  // From now on a widget is drawn. Fonts of its present appearance that earlier updates embedded are used again, so
-  // that a document does not grow when what it shows stays; null: none are.
+  // Call this before a widget is drawn. Fonts that earlier updates embedded for its present appearance are used again,
+  // so that drawing the same text again does not enlarge the document. Null means that none are used.
   void Begin(const ZPDFNodeDictionary* widget);
-  // Whether those fonts lack what was asked for or shaped since then: then nothing may be shown in them.
+  // True when the fonts that are used again lack a glyph that was needed since Begin: then no text may be shown in
+  // them.
   bool LacksGlyphs() const { return lacks_glyphs_; }
 
   // A font that has all the characters, null when there is none. It belongs to this object.
@@ -36,7 +37,7 @@ class FallbackFonts {
  private:
   struct Former {
     const FontProgram* program;
-    std::unique_ptr<EmbeddedFont> font;  // null when the object is not that program's
+    std::unique_ptr<EmbeddedFont> font;  // null when the object was not made from that program
   };
 
   void FindFormers();
@@ -47,9 +48,9 @@ class FallbackFonts {
   // In the order in which they were first needed, which is the order of their objects.
   std::vector<std::pair<const FontProgram*, std::unique_ptr<EmbeddedFont>>> fonts_;
   const ZPDFNodeDictionary* widget_ = nullptr;  // null when its fonts are listed below
-  // Those of the widget that is drawn: their names and objects.
+  // The fonts of the widget that is being drawn: their names and objects.
   std::vector<std::pair<Chaine, ZPDFNodeIndirectObject*>> of_widget_;
-  // What was found about the objects.
+  // The fonts that were recognized in the objects.
   std::unordered_map<const ZPDFNodeIndirectObject*, std::vector<Former>> formers_;
   bool lacks_glyphs_ = false;
 };

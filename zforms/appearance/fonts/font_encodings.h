@@ -23,7 +23,8 @@ const FontEncoding* EncodingNamed(std::string_view name);
 // The characters that the codes of an encoding stand for, 0 where there is none.
 using EncodingCharacters = std::array<char32_t, 256>;
 
-// Those of one of the encodings above. Looked up at the first call for each; any number of threads may call it.
+// The characters of one of the encodings above. Looked up at the first call for each; any number of threads may call
+// it.
 const EncodingCharacters& CharactersOf(const FontEncoding& encoding);
 
 }  // namespace zforms

@@ -21,7 +21,7 @@ class SharedFontCodes;
 class FontLibrary {
  public:
   explicit FontLibrary(std::unique_ptr<ZFontSource> source);
-  // The same fonts, for copies of one form that share what its own fonts say.
+  // The same fonts, for copies of one form, whose own fonts are then read only once.
   explicit FontLibrary(std::shared_ptr<FontLibrary> fonts);
   ~FontLibrary();
   FontLibrary(const FontLibrary&) = delete;
@@ -34,7 +34,7 @@ class FontLibrary {
   // A font that has all the characters and may be embedded; null when there is none.
   std::shared_ptr<const FontProgram> Find(const ZFontStyle& style, std::u32string_view characters);
 
-  // What the form's own fonts say; null in a library for any form.
+  // The codes of the form's own fonts; null in a library that is not made for one form.
   const std::shared_ptr<SharedFontCodes>& OfForm() const { return of_form_; }
 
  private:
@@ -43,7 +43,7 @@ class FontLibrary {
   Program Search(const ZFontStyle& style, std::u32string_view characters);
   const Program& Open(const ZFontFile& file);
 
-  std::shared_ptr<FontLibrary> fonts_;  // null unless it has them all
+  std::shared_ptr<FontLibrary> fonts_;  // has the fonts; null if this object has them itself
   std::shared_ptr<SharedFontCodes> of_form_;
   std::mutex mutex_;
   std::unique_ptr<ZFontSource> source_;

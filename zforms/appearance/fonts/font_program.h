@@ -49,7 +49,7 @@ class FontProgram {
   double WidthOf(uint32_t glyph) const;
   // The character code of a glyph in a Type 0 font with Identity-H: its CID in a CID-keyed font, else its index.
   uint32_t CodeOf(uint32_t glyph) const;
-  // The other way round; 0 when there is none.
+  // The glyph of a character code: the inverse of CodeOf. 0 when there is none.
   uint32_t GlyphOfCode(uint32_t code) const;
 
   const Chaine& PostScriptName() const { return name_; }

@@ -23,7 +23,7 @@ const ZPDFNodeDictionary* AppearanceResources(const ZPDFNodeDictionary& widget);
 // object owns the fonts. One thread at a time.
 class FontResources {
  public:
-  // What copies of the document know of its fonts; may be null.
+  // `shared` has the codes of the document's fonts for all its copies; may be null.
   explicit FontResources(AddedObjects* added, std::shared_ptr<SharedFontCodes> shared = nullptr);
   ~FontResources();
   FontResources(const FontResources&) = delete;

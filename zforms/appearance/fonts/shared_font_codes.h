@@ -9,8 +9,8 @@
 
 namespace zforms {
 
-// What the font dictionaries of a document say, by the numbers of their objects. Copies of the document, which may be
-// drawn by several threads, share it, so each font is read once for all of them. Any thread may use it.
+// The character codes of the fonts of a document, by the object numbers of the fonts. Copies of the document, which may
+// be drawn by several threads, share it, so each font is read once for all of them. Any thread may use it.
 class SharedFontCodes {
  public:
   // `font` is the value of that object in one of the copies.

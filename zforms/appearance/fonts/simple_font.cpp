@@ -198,7 +198,7 @@ class Reader {
   bool is_truetype_;
   bool symbolic_ = false;
   bool has_encoding_ = false;
-  bool by_name_ = false;  // whether the name of a code leads to the glyph of a TrueType program
+  bool by_name_ = false;  // true when a TrueType glyph is found by the name of its code
   GlyphNames names_are_ = GlyphNames::kUsual;
   std::unique_ptr<ProgramGlyphs> program_;
   std::array<std::string, 256> names_;

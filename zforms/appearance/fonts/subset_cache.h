@@ -15,7 +15,7 @@ namespace zforms {
 // A font file with only some of a font's glyphs.
 struct FontSubset {
   Chaine file;          // with FlateDecode applied; empty when the font cannot be cut
-  uint32_t length = 0;  // of the file without it, in bytes
+  uint32_t length = 0;  // the size of the file without FlateDecode, in bytes
   // For each character code the glyph's index in the file, as "/CIDToGIDMap" has it (ISO 32000-1 9.7.4.2), with
   // FlateDecode applied. Empty for CFF.
   Chaine codes_to_indices;

@@ -24,8 +24,8 @@ class SecretBytes;
 // makes new dictionaries. Supports RC4 with keys of 40 to 128 bits ("/V" 1 and 2, "/R" 2 and 3) and, where
 // SetEncryptions allows it, crypt filters with RC4 and AES ("/V" 4 and 5, "/R" 4 to 6).
 //
-// Copies are deep: each owns its dictionary. Keys and passwords are wiped when it is destroyed; a password that a host
-// gave is the host's to wipe (Chaine::Wipe). One thread at a time.
+// Copies are deep: each owns its dictionary. The destructor wipes keys and passwords; a host wipes its own copy of a
+// password with Chaine::Wipe. One thread at a time.
 class ZFORMS_API ZPDFEncryption {
  public:
   using Encrypter = ZPDFEncrypter;
@@ -43,7 +43,7 @@ class ZFORMS_API ZPDFEncryption {
   static ZPDFEncryption* CreateStandard(const Chaine& file_identifier, const Chaine& user_password,
                                         const Chaine& owner_password);
   // The same with AES of 256 bits and a random key, revision 6. Passwords are UTF-8. Null when a password has
-  // characters that are not allowed in one (RFC 4013).
+  // characters that are not allowed in passwords (RFC 4013).
   static ZPDFEncryption* CreateAES256(const Chaine& user_password, const Chaine& owner_password);
 
   // Sets which documents can be decrypted; kRC4Only at first.
@@ -62,7 +62,7 @@ class ZFORMS_API ZPDFEncryption {
   bool StandardEncryptMetadata() const;
   const Chaine& StandardOwnerKey() const;
   const Chaine& StandardUserKey() const;
-  // The password given, with which CanBeDecrypted tries to open the file.
+  // The password that was passed to the constructor, with which CanBeDecrypted tries to open the file.
   const Chaine& UserPassword() const { return user_password_; }
 
   // Each updates "/O", "/U" and "/P" as needed; with AES of 256 bits "/OE", "/UE" and "/Perms" too, and new passwords
@@ -73,7 +73,7 @@ class ZFORMS_API ZPDFEncryption {
 
   // The file key, computed on first use (ISO 32000-1 algorithm 2). Empty from revision 5 on, where it is random.
   const Chaine& StandardComputedUserEncryptionKey() const;
-  // Whether documents encrypted in this way can be opened, with the right password.
+  // True when this kind of encryption is supported; opening also needs the right password.
   bool IsSupported() const;
   // True when handler and version are supported and the password is right. The owner password opens a file only where
   // all encryptions are allowed. When the key length stated by "/Length" fails, tries 40 bits at "/V" 1, which allows
@@ -81,12 +81,12 @@ class ZFORMS_API ZPDFEncryption {
   bool CanBeDecrypted() const;
   // The bits of the key in use: those of KeyLength() unless the version or CanBeDecrypted() found another length.
   uint32_t UsedKeyLength() const { return static_cast<uint32_t>(KeyBytes() * 8); }
-  // Whether the password opens the file as the owner's and not as the user's. Precondition: CanBeDecrypted().
+  // True when the password is the owner password and not the user password. Precondition: CanBeDecrypted().
   bool IsOpenedByOwner() const { return opening_.by_owner; }
-  // Whether the one who opened the file may do everything: with the owner password, or because the file has no owner
-  // password other than the user password or the empty one. Precondition: CanBeDecrypted().
+  // True when no permission limits the changes: the file was opened by the owner password, or it has no owner password
+  // other than the user password or the empty one. Precondition: CanBeDecrypted().
   bool HasOwnerRights() const;
-  // What is wrong with the strings of the dictionary, such as a wrong length; empty for a sound one.
+  // What is wrong with the strings of the dictionary, such as a wrong length; empty when nothing is wrong.
   Chaine Damage() const;
   // Whether "/Perms" confirms the permissions; true up to revision 4, which has none. Precondition: CanBeDecrypted().
   bool ConfirmsPermissions() const;

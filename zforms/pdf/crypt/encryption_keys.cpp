@@ -57,8 +57,8 @@ Chaine RC4Rounds(const Chaine& key, Chaine data) {
   return data;
 }
 
-// A password for revisions 5 and 6. Bytes that are not allowed are taken as they are: the file may have been written
-// so.
+// A password for revisions 5 and 6. Bytes that are not allowed are used unchanged, since the writer of the file may
+// have used them.
 SecretText PreparedForOpening(const Chaine& password) {
   std::optional<SecretText> prepared = SASLPrep(password);
   return prepared ? *std::move(prepared) : SecretText(password);

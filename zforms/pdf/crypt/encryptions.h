@@ -4,7 +4,7 @@
 
 namespace zforms {
 
-// The encrypted documents that are opened.
+// Which encrypted documents are opened.
 enum class ZPDFEncryptions : uint8_t {
   kRC4Only,  // "/V" 1 and 2, by the user password
   kAll,      // also crypt filters and AES ("/V" 4 and 5, revisions 4 to 6); the owner password opens a document too

@@ -19,7 +19,7 @@ namespace {
 // Fields, name trees and number trees have "/Kids" too.
 constexpr const char* kKeysOfOtherTrees[] = {"/T", "/FT", "/Limits", "/Names", "/Nums"};
 
-// "/Count" of a node; nothing when it is no number.
+// "/Count" of a node; nothing when it is not a number.
 std::optional<int64_t> StatedCount(const ZPDFNodeDictionary& node) {
   const auto* const count = NodeCast<ZPDFNodeNumeric>(node.GetTarget("/Count"));
   if (count == nullptr) return {};
@@ -36,8 +36,8 @@ bool ZPDFPageTree::IsNode(const ZPDFNodeDictionary& dictionary) {
           std::none_of(std::begin(kKeysOfOtherTrees), std::end(kKeysOfOtherTrees), stands));
 }
 
-// Where "/Type" is missing or damaged, other entries tell: annotations and fields have
-// "/Parent" and "/Contents" too, but that leads to no node of the tree, and this is a text.
+// When "/Type" is missing or damaged, other entries decide. Annotations and fields have "/Parent" and "/Contents" too,
+// but their "/Parent" is not a node of the page tree, and their "/Contents" is a text.
 bool ZPDFPageTree::IsPage(const ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& parent) {
   const Chaine& type = dictionary.GetIdentifier("/Type");
   if (type == "/Page") return true;

@@ -74,7 +74,7 @@ class Repair {
     return is_node ? root : nullptr;
   }
 
-  // Where the catalog leads to an inner node, makes it lead to the root above.
+  // If the catalog refers to an inner node, makes it refer to the root of the tree.
   void Climb() {
     for (int depth = 0; depth < ZPDFPageTree::kMaxDepth; depth++) {
       const ZPDFNodeDictionary* const node = StoredRoot();
@@ -179,8 +179,8 @@ class Repair {
   Objects orphans_;
   std::map<const ZPDFNodeDictionary*, Objects> by_parent_;
   std::unordered_set<const ZPDFNodeDictionary*> met_;
-  uint32_t dropped_ = 0;      // kids that are no node and not null; each may have been a page
-  bool has_dropped_ = false;  // a kid that is no node
+  uint32_t dropped_ = 0;      // elements of "/Kids" that are neither nodes nor null; each may have been a page
+  bool has_dropped_ = false;  // an element of "/Kids" is not a node
   uint32_t adopted_ = 0;      // pages
   bool lost_pages_ = false;
 };

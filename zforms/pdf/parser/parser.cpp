@@ -181,7 +181,7 @@ bool ZPDFParser::PrepareEncryption() {
     LoadValues(*dictionary);
     encryption_ = std::make_unique<ZPDFEncryption>(dictionary, IDOriginal(), user_password_);
     encryption_->SetEncryptions(encryptions_);
-    // Trying the password also finds the way in which the key is derived, which every object needs.
+    // Trying the password also finds out how the key is derived, which is needed to decrypt every object.
     if (!encryption_->CanBeDecrypted()) {
       diagnostics_.Warn("strings and streams are not decrypted: " + EncryptionRefusal(*encryption_));
     } else if (const Chaine damage = encryption_->Damage(); !damage.IsEmpty()) {

@@ -26,10 +26,10 @@ class ZPDFNodeDictionary;
 class ZPDFNodeIndirectReference;
 class ZPDFObjectStream;
 
-// ZPDFParser opens a PDF file, which it keeps in memory once or maps, and loads its objects when they are first requested. It
-// owns every object that it loaded or added; nodes become invalid when it reads another file or is destroyed. Copies
-// share the bytes of the file and own clones of the loaded objects, including edits. One parser, with all its nodes, is
-// used by one thread at a time.
+// ZPDFParser opens a PDF file, which it keeps in memory once or maps, and loads its objects when they are first
+// requested. It owns every object that it loaded or added; nodes become invalid when it reads another file or is
+// destroyed. Copies share the bytes of the file and own clones of the loaded objects, including edits. One parser, with
+// all its nodes, is used by one thread at a time.
 //
 // Reads files with cross-reference tables, cross-reference streams or both (ISO 32000-1 7.5.4, 7.5.8), and objects in
 // object streams (7.5.7).
@@ -54,8 +54,8 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool ReadFromRaw(const Chaine& raw_data, const Chaine& user_password);
 
   // The limits for reading an input for ReadFromRaw: at most 4 GB, and only the first 4 KB when these contain no
-  // header. With `recover`, a file of known size needs no header, and another input may have the beginning of an object
-  // instead.
+  // header. With `recover`, a file of known size is read even without a header; an input of unknown size must begin
+  // with a header or an object.
   static ReadLimits InputLimits(bool recover);
 
   // Sets whether the next read recovers a damaged file. Records that do not point to their object are corrected by a
@@ -70,9 +70,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   ZPDFEncryptions Encryptions() const { return encryptions_; }
   // True when the file was recovered. Then no update can be appended to it; it must be saved in full. RawData() then
-  // begins with the header, without the bytes before it; a missing header is replaced by that of PDF 1.4.
+  // begins with the header: bytes before the header are removed, and a file without a header gets that of PDF 1.4.
   bool IsRecovered() const { return file_.recovered; }
-  // Whether recovery found fewer pages than the page tree had room for.
+  // True when recovery found fewer pages than the page tree should have.
   bool HasLostPages() const { return file_.lost_pages; }
 
   // Adds an empty object, numbered above all others (1000 in an empty document) and marked as modified; keeps "/Size"
@@ -124,7 +124,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   size_t SectionCount() const { return file_.section_count; }
   // True when the newest section is a cross-reference stream, so that an update must use one too.
   bool XRefIsStream() const { return file_.xref_is_stream; }
-  // True when any section that was read is one, also in hybrid files (ISO 32000-1 7.5.8.4).
+  // True when any section that was read is a cross-reference stream, also in a hybrid file (ISO 32000-1 7.5.8.4).
   bool HasXRefStreams() const { return !file_.xref_streams.empty(); }
   // FreeNumber: a number that no object of the document has. TakeNumber: records that the number was used for an object
   // written outside the parser.
@@ -156,8 +156,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   friend class ZPDFSectionChain;
   friend class ZPDFUsedObjectSearch;
 
-  // What reading the file found out, besides its nodes and their locations. It is copied, forgotten and replaced as a
-  // whole.
+  // What is known of the file besides its nodes and their locations. Copied, cleared and replaced as a whole.
   struct FileState {
     FileState() = default;
     // Sets the budgets for a file of that size.
@@ -171,9 +170,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
     bool recovered = false;
     bool lost_pages = false;
     std::set<uint32_t> xref_streams;
-    // Each is decoded once. The budget for these and the cross-reference streams together is 8 MB and 64 times the
-    // file's size, at most 512 MB, so that a small file cannot use much memory. See stream_filters.h for the limit of
-    // one stream.
+    // The object streams that were decoded; each is decoded once. Object streams and cross-reference streams together
+    // may have 8 MB plus 64 times the file's size, at most 512 MB, so that a small file cannot use much memory. See
+    // stream_filters.h for the limit of one stream.
     std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams;
     size_t decode_budget = 0;
     // How many more bytes may be read while loading, so that a file with damaged or overlapping objects costs at most a

@@ -16,7 +16,7 @@ constexpr size_t kHeaderReach = 4096;
 
 }  // namespace
 
-// The generation in the header to which a record leads, of an object of its number.
+// The generation in the object header at the place of the record; nothing when the header has another number.
 std::optional<uint32_t> ZPDFParser::GenerationAt(const ZPDFObjectLocation& location) const {
   if (location.packed || location.offset >= raw_data_.size()) return {};
   ZPDFTokenizedString text(SousChaine(raw_data_, location.offset, kHeaderReach));

@@ -18,7 +18,7 @@ constexpr int kMostExtended = 16;
 ZPDFObjectStream* ZPDFParser::ObjectStream(uint32_t number) {
   const auto known = file_.object_streams.find(number);
   if (known != file_.object_streams.end()) return known->second.get();
-  // Marked as missing until it is read, in case reading needs one of its own objects.
+  // Marks the stream as missing until it is read: reading it could need an object that it contains itself.
   file_.object_streams[number] = nullptr;
   const ZPDFObjectLocation* location = locations_.Find(number);
   if (location == nullptr || location->packed) return nullptr;

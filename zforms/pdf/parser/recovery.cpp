@@ -101,8 +101,8 @@ Chaine ZPDFRecovery::Damage(bool analyzed) const {
          " its last cross-reference section";
 }
 
-// A record and the header to which it leads have one number and two generations: the
-// lower is meant, since damage to a 0 raises it and few files have another.
+// A record and the object header at its place have the same number but different generations. The lower one is used:
+// nearly all generations are 0, and damage to a 0 makes it higher.
 bool ZPDFRecovery::SettleGeneration(ZPDFObjectLocation& location) {
   const std::optional<uint32_t> generation = location.in_use ? parser_.GenerationAt(location) : std::nullopt;
   if (!generation) return false;
@@ -203,7 +203,7 @@ void ZPDFRecovery::FindTrailers() {
   }
 }
 
-// Where the trailer's section begins; 0 when that is not seen.
+// The offset of the section to which the trailer belongs; 0 when it is not found.
 uint32_t ZPDFRecovery::SectionOf(const Trailer& trailer) const {
   if (trailer.in_stream) return trailer.offset;
   constexpr std::string_view kTable = "xref";
@@ -213,7 +213,7 @@ uint32_t ZPDFRecovery::SectionOf(const Trailer& trailer) const {
   return before.find("obj", table) == std::string_view::npos ? static_cast<uint32_t>(table) : 0;
 }
 
-// Reads the section that no other one leads to, the last of these in the file, and what it leads to.
+// Reads the last section in the file that no "/Prev" refers to, and the sections to which it refers.
 void ZPDFRecovery::ReadSections() {
   std::set<uint32_t> sections;
   std::set<uint32_t> older;

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::string_view kTooLarge = "its data is larger than the limit";
 constexpr std::string_view kDamaged = "its compressed data is damaged";
-// Of the name of an unsupported filter so much is shown.
+// Messages show at most this many bytes of the name of an unsupported filter.
 constexpr size_t kShownName = 40;
 constexpr std::string_view kNoFilterName = "its filter is not a name";
 constexpr size_t kFirstPiece = 4096;

@@ -7,7 +7,7 @@
 
 namespace zforms {
 
-// What of a stream's dictionary may decide how its data are encrypted.
+// The properties of a stream that decide how its data is encrypted.
 struct ZPDFStreamTraits {
   Chaine type;                    // "/Type" with its slash; empty when absent
   bool has_crypt_filter = false;  // its first filter is /Crypt
@@ -25,14 +25,14 @@ class ZFORMS_API ZPDFEncrypter {
   virtual Chaine Encrypt(const Chaine& data) const = 0;
   // RC4 is its own inverse, so this calls Encrypt.
   virtual Chaine Decrypt(const Chaine& data) const;
-  // Decrypts bytes of a file. Of damaged ones it gives what can be read, and what is wrong with them in `fault`, which
-  // is left alone otherwise.
+  // Decrypts bytes of a file. When the bytes are damaged, returns the part that can be decrypted and sets `fault` to
+  // the reason; otherwise `fault` is unchanged.
   virtual Chaine DecryptChecked(const Chaine& data, std::string* fault) const;
-  // Whether the encryption of a stream depends on its dictionary; it is then that of ForStream.
+  // True when the encryption of a stream depends on its dictionary: use ForStream then.
   virtual bool TellsStreamsApart() const;
-  // The encrypter for the data of such a stream of this object; null when it is this one.
+  // The encrypter for the data of a stream with these properties; null when this encrypter is the right one.
   virtual std::unique_ptr<ZPDFEncrypter> ForStream(const ZPDFStreamTraits& stream) const;
-  // Called when the object was read or written: gives up what can be computed again, such as the object's key.
+  // Called after the object was read or written: frees what can be computed again, such as the object's key.
   virtual void Rest() const;
 };
 

@@ -98,9 +98,9 @@ class ZFORMS_API ZPDFTokenizedString {
   std::string_view TakeFirstToken();
   std::string_view TakeFirst(size_t count);
   std::string_view TakeLast(size_t count);
-  // Removes the first complete element and returns it as a separate cursor. Comments can be told from strings only when
-  // reading forwards: when the element contains comments, the cursor is over a copy in which they are replaced by
-  // blanks.
+  // Removes the first complete element and returns it as a separate cursor. Only a reader that starts at the front can
+  // tell comments from strings: when the element contains comments, the cursor is over a copy in which they are
+  // replaced by blanks.
   ZPDFTokenizedString TakeFirstElement(ScanStop stop);
   // Removes white space and comments at the front only.
   void TrimLeftComments();

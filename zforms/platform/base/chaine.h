@@ -100,8 +100,8 @@ class ZFORMS_API Chaine {
     Release();
     SetEmpty();
   }
-  // Clears a text with a key or a password, and overwrites its bytes. Bytes shared with other texts stay for these; the
-  // one that is wiped last overwrites them.
+  // Clears a text that contains a key or a password, and overwrites its bytes in memory. Bytes that other Chaine
+  // objects share are overwritten only when the last of these is wiped.
   void Wipe() noexcept;
 
   // True when both windows show the same memory, that is, no byte was copied between them.

@@ -4,7 +4,7 @@
 
 namespace zforms {
 
-// CCriticalSection is a recursive lock: one thread at a time is inside, and that thread may enter again.
+// CCriticalSection is a recursive lock: one thread at a time holds it, and that thread may take it again.
 class CCriticalSection {
  public:
   void Lock() { mutex_.lock(); }

@@ -8,8 +8,8 @@
 
 namespace zforms {
 
-// A text with a key or a password, wiped when it is destroyed or replaced. Where a copy of type Chaine is destroyed
-// after it, the bytes that both share stay.
+// A text with a key or a password, wiped when it is destroyed or replaced. A copy of type Chaine is not wiped: if it is
+// destroyed later, the bytes that both share stay in memory.
 class SecretText : public Chaine {
  public:
   using Chaine::Chaine;
@@ -51,7 +51,7 @@ class SecretString : public std::string {
   ~SecretString() { Wipe(*this); }
 
  private:
-  // A short text is within the string itself, and stays there when it is moved away.
+  // Moving a short text copies it: its bytes stay in the old string, so they are overwritten here.
   void Take(std::string& text) noexcept {
     swap(text);
     Wipe(text);

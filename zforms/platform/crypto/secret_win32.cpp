@@ -20,7 +20,7 @@ void FillRandom(char* out, size_t n) {
   }
 }
 
-// CNG has no comparison of its own.
+// CNG has no function for this.
 bool EqualsInConstantTime(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   volatile unsigned char difference = 0;

@@ -17,7 +17,7 @@ class ZFORMS_API ZPDFEmail {
   void SetSubject(const Chaine& subject) { subject_ = subject; }
   const Chaine& Text() const { return text_; }
   void SetText(const Chaine& text) { text_ = text; }
-  // True when it is to be sent without showing it to the user first.
+  // True when the e-mail is sent at once, without showing it to the user.
   bool WithoutDialog() const { return without_dialog_; }
   void SetWithoutDialog(bool without) { without_dialog_ = without; }
 

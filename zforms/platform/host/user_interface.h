@@ -20,8 +20,8 @@ class ZFORMS_API ZUserInterface {
   virtual bool Confirm(const Chaine& text) = 0;
 };
 
-// Writes one line for each message to standard error and always consents: for servers that nobody watches. `title` is
-// the application's name.
+// Writes one line for each message to standard error, and answers every question with OK: for servers without a user.
+// `title` is the application's name.
 ZFORMS_API std::unique_ptr<ZUserInterface> OpenConsoleUserInterface(const Chaine& title);
 
 // Shows message boxes on Windows; on other systems the same as OpenConsoleUserInterface.

@@ -185,7 +185,7 @@ void HTTPConnection::Work(ZHTTPReadRequest& request, bool keep) {
   auto response = share_.host->Answer(request);
   const bool kept = keep && !share_.draining.load(std::memory_order_relaxed);
   const bool with_body = request.Method() != "HEAD";
-  // Frees the request now: it may be large, and the bytes counted after the answer assume that it is gone.
+  // Frees the request now: it may be large, and the count of bytes in use after the answer does not include it.
   request = ZHTTPReadRequest();
   Chaine head = response->Head(kept, HTTPDateNow());
   asio::post(share_.io, [self = shared_from_this(), response = std::move(response), head = std::move(head), with_body,

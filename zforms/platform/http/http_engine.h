@@ -32,8 +32,8 @@ class IHTTPEngineHost {
 
   // Answers a request, on one of the worker threads.
   virtual std::unique_ptr<ZHTTPSendResponse> Answer(ZHTTPReadRequest& request) = 0;
-  // The other functions run on the engine's own thread and must not wait.
-  // True when requests must be refused for now.
+  // This and the following functions are called on the engine's own thread and must not wait. True when requests must
+  // be refused for now.
   virtual bool IsOverloaded() = 0;
   // Reports a request that was refused because of its header.
   virtual void Refused(const HTTPVerdict& verdict, const ZHTTPReadRequest& request) = 0;
@@ -52,8 +52,8 @@ class HTTPEngine {
   // Binds 127.0.0.1 and, if the machine supports it, ::1 to the port; 0 chooses a free one. Returns 0 or the system's
   // error.
   int Open(uint16_t port);
-  // Takes over a socket that listens already instead; may be called for several of one port. Returns 0, or the system's
-  // error, which is that of an invalid argument when the socket does not listen on 127.0.0.1 or ::1.
+  // Call it in place of Open: takes over a socket that already listens. May be called for several sockets with the same
+  // port. Returns 0 or the system's error; EINVAL when the socket does not listen on 127.0.0.1 or ::1.
   int Adopt(uintptr_t socket);
   uint16_t Port() const;
   // Starts the threads. Precondition: Open or Adopt succeeded.

@@ -30,8 +30,8 @@ ZFORMS_API bool IsOwnAuthority(std::string_view authority, uint16_t port);
 
 // Judges the request line and header before the body is read. Ambiguous framing gives 400 (RFC 9112 6.3), a body of
 // unknown length 411, an expectation other than "100-continue" 417. A request that is not addressed to this server, or
-// comes from another site or port, gives 403. Links on other sites may lead to "/" only: to a page that is displayed
-// and requests everything else itself. On success `*url` gets the path and parameters of the target.
+// comes from another site or port, gives 403. A link on another site may only open "/": the browser displays that page,
+// and the page requests everything else. On success `*url` gets the path and parameters of the target.
 ZFORMS_API HTTPVerdict JudgeHead(std::string_view method, std::string_view target, const ZHTTPHeader& header,
                                  bool http11, uint16_t port, ZInetURL* url);
 

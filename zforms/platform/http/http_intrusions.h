@@ -37,7 +37,7 @@ class HTTPIntrusions : public std::enable_shared_from_this<HTTPIntrusions> {
   explicit HTTPIntrusions(ZHTTPServer* server) : server_(server) {}
 
   void Report(const HTTPVerdict& verdict, const ZHTTPReadRequest& request, ZIdleMessageManager* messages);
-  // Stops reporting; waits for a report that another thread is just delivering.
+  // Stops reporting. If another thread is delivering a report at this moment, waits until it has finished.
   void Detach();
 
  private:

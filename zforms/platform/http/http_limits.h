@@ -39,7 +39,7 @@ struct sHTTPServerLimits {
   size_t threads = 4;
   // Messages that may wait for the host's idle loop. Beyond that the host is too slow, and requests are refused (503).
   size_t pending_messages = 10000;
-  // For requests that are running when the server is stopped; then their connections are closed.
+  // How long Stop waits for requests that are being answered; after that their connections are closed.
   Duration stop_time = std::chrono::seconds(5);
 };
 

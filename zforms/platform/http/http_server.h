@@ -51,8 +51,8 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
   // Set the following before the server starts, not while it runs.
   const sLimits& Limits() const { return limits_; }
   void SetLimits(const sLimits& limits) { limits_ = limits; }
-  // Sockets that a service manager opened and that listen on 127.0.0.1 or ::1 already, all at one port: the next start
-  // serves them, instead of opening its own port, and they are closed at the end of the run. Values are native handles.
+  // Sets sockets that a service manager opened and that already listen on 127.0.0.1 or ::1, all with the same port. The
+  // next start uses these sockets and opens no port; Stop closes them. Values are native handles.
   void SetListeners(std::vector<uintptr_t> sockets) { listeners_ = std::move(sockets); }
   // The log is called for every answered request, on one thread of the server, and must not wait.
   void SetRequestLog(RequestLog log) { log_ = std::move(log); }

@@ -61,7 +61,7 @@ class ZFORMS_API ZInetURL {
   // Replaces the value, or appends the parameter when it is missing.
   void SetParam(std::string_view name, std::string_view value);
   void RemoveParam(std::string_view name);
-  // Replaces this URL by the target of a reference that is relative to it (RFC 3986 5.2).
+  // Resolves a relative reference against this URL, and replaces this URL by the result (RFC 3986 5.2).
   void MoveTo(const Chaine& relative);
 
   // The URL of a file: "C:\dir\a.pdf" gives "file:///C:/dir/a.pdf".

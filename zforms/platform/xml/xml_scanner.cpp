@@ -126,7 +126,7 @@ bool ZXMLScanner::ScanAttribute(ZXMLElement* into) {
   const char quote = *at_++;
   Chaine value;
   if (!ScanCharacters([quote](char c) { return c == quote; }, &value) || !Take(quote)) return false;
-  // The parser tells what is repeated, and compares many attributes faster.
+  // The full parser reports repeated attributes, and compares many attributes faster.
   if (into->Attribs().size() == kMostCompared || into->HasAttrib(name)) return false;
   builder_.AddAttribute(Share(name), std::move(value), into);
   return true;
