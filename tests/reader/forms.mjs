@@ -95,6 +95,10 @@ export async function every_kind_round() {
     "a full comb shows its first character");
   same(await mode(page), "unsaved", "what is typed is not saved yet");
   await picture(page, "kinds-filled");
+  await page.emulateMedia({ forcedColors: "active", colorScheme: "dark" });
+  const [ink, paper] = await field(page, "choice.one").evaluate((one) => [getComputedStyle(one.options[0]).color, getComputedStyle(one).backgroundColor]);
+  expect(ink !== paper, "a list in the user's colours cannot be read", ink, paper);
+  await page.emulateMedia({ forcedColors: "none", colorScheme: "light" });
   const posted = page.waitForRequest(/save\.cgi/);
   await press(page, "consult");
   expect((await page.locator("#news").innerText()).startsWith("Saved at "), "the save is told");

@@ -1,6 +1,7 @@
 // The pages as served, and how they look.
 
 import http from "node:http";
+import { all } from "../../tool/reader/texts.js";
 import {
   Server, alertText, checkAccess, expect, field, kept, mode, openForm, openWindow, picture, press, same, shown,
 } from "./harness.mjs";
@@ -48,6 +49,7 @@ export async function sample_form_looks_good() {
   await picture(page, "narrow");
   const wide = await page.evaluate(() => document.documentElement.scrollWidth);
   expect(wide <= 390, "a narrow window scrolls sideways", wide);
+  expect(await page.locator("#bar").evaluate((one) => one.clientHeight < innerHeight / 4), "the bar leaves little of a narrow window");
   const before = await page.locator(".page").evaluate((one) => one.clientWidth);
   for (let i = 0; i < 4; i++) await page.getByRole("button", { name: "Agrandir" }).click();
   expect(await page.locator(".page").evaluate((one) => one.clientWidth) > before * 1.5, "the zoom");
@@ -92,6 +94,13 @@ export async function list_of_forms() {
     await answered;
   }
   same(opened, [["POST", 200, "application/pdf"], ["POST", 200, "application/vnd.adobe.xfdf"]], "forms open by their buttons");
+  const empty = await context.newPage();
+  await empty.route(`${server.origin}/`, async (route) => {
+    const body = await (await route.fetch()).text();
+    await route.fulfill({ body: body.replace(/<li [^]*<\/li>/, ""), contentType: "text/html" });
+  });
+  await empty.goto(`${server.origin}/`);
+  await empty.getByText(all.fr.noForms).waitFor();
   for (const [locale, date] of [["en-GB", /^Refused \d+ [A-Z][a-z]+ \d{4}, \d\d:\d\d$/], ["en-US", /^Refused [A-Z][a-z]+ \d+, \d{4}, \d+:\d\d\s[AP]M$/],
     ["de-DE", /^Abgelehnt \d+\.\d+\.\d{4}, \d\d:\d\d$/], ["fr-CA", /^Refusé \d+ \S+ \d{4}, \d\d\sh\s\d\d$/]]) {
     const other = await (await openWindow(server, { locale })).newPage();

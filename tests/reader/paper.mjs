@@ -99,6 +99,9 @@ export async function languages() {
   for (const [name, texts] of Object.entries(all)) same(shapeOf(texts), shapeOf(english), `the texts in ${name}`);
   same(["de-AT", "sv", "pt", "it"].map((one) => languageOf([one])), ["de", "en", "en", "it"], "languages chosen");
   const server = await Server.start("languages");
+  const bare = await (await openWindow(server, { javaScriptEnabled: false })).newPage();
+  await bare.goto(`${server.origin}/reader/`);
+  same(await bare.locator("noscript p:visible").count(), Object.keys(all).length, "languages that say that scripts are needed");
   for (const locale of ["de-DE", "es-ES", "it-IT", "nl-NL"]) {
     const page = await openForm(await openWindow(server, { locale, viewport: { width: 700, height: 700 } }), server, "?code=plain");
     const language = locale.slice(0, 2);

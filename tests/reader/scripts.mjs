@@ -60,6 +60,7 @@ export async function scripts_switched_off() {
   await field(page, "rate").fill("3");
   await page.keyboard.press("Tab");
   same([await field(page, "pay").inputValue(), await field(page, "clear").isDisabled()], ["", true], "scripts run although they are switched off");
+  expect(await field(page, "clear").evaluate((one) => getComputedStyle(one.nextElementSibling).opacity < 1), "a button without use looks as if it had one");
   const policy = (await fetch(`${server.origin}/reader/`)).headers.get("content-security-policy") ?? "";
   expect(!policy.includes("wasm"), "the policy without scripts", policy);
   await server.stop();

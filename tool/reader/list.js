@@ -81,6 +81,7 @@ function addSearch() {
   });
 }
 
+if (!items.length) /** @type {HTMLElement} */ (document.getElementById("news")).textContent = (all[lang] ?? all.en).noForms;
 sayTimes();
 addOwn();
 addSearch();

@@ -4,6 +4,7 @@
 export const german = {
   back: "Formulare",
   untitled: "Formular",
+  noForms: "Hier gibt es noch keine Formulare.",
   page: (n, of) => `Seite ${n} von ${of}`,
   zoom: "Zoom",
   smaller: "Kleiner",

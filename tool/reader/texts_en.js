@@ -3,6 +3,7 @@
 export const english = {
   back: "Forms",
   untitled: "Form",
+  noForms: "There are no forms here yet.",
   page: (/** @type {number} */ n, /** @type {number} */ of) => `Page ${n} of ${of}`,
   zoom: "Zoom",
   smaller: "Smaller",

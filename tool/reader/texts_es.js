@@ -4,6 +4,7 @@
 export const spanish = {
   back: "Formularios",
   untitled: "Formulario",
+  noForms: "Aquí todavía no hay formularios.",
   page: (n, of) => `Página ${n} de ${of}`,
   zoom: "Zoom",
   smaller: "Reducir",

@@ -4,6 +4,7 @@
 export const french = {
   back: "Formulaires",
   untitled: "Formulaire",
+  noForms: "Il n’y a pas encore de formulaire ici.",
   page: (n, of) => `Page ${n} sur ${of}`,
   zoom: "Zoom",
   smaller: "Réduire",

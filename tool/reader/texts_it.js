@@ -4,6 +4,7 @@
 export const italian = {
   back: "Moduli",
   untitled: "Modulo",
+  noForms: "Qui non ci sono ancora moduli.",
   page: (n, of) => `Pagina ${n} di ${of}`,
   zoom: "Zoom",
   smaller: "Riduci",

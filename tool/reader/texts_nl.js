@@ -4,6 +4,7 @@
 export const dutch = {
   back: "Formulieren",
   untitled: "Formulier",
+  noForms: "Er zijn hier nog geen formulieren.",
   page: (n, of) => `Pagina ${n} van ${of}`,
   zoom: "Zoom",
   smaller: "Kleiner",
