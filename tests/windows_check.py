@@ -2,10 +2,11 @@
 """Checks what is special about zforms for Windows: a host that loads the library while it runs, and output that is byte
 for byte that of the program for Linux.
 
-windows_check.py [--linux TOOL] [--corpus FOLDER]
+windows_check.py [--linux TOOL] [--corpus FOLDER] [--font FILE]
 
 Without TOOL, the program of build/dev or build/release is taken; without any, outputs are not compared. Of the folder,
-every PDF file is compared.
+every PDF file is compared. The font serves letters that a form's fonts lack; letters that it lacks, too, are drawn with
+what each system has installed.
 """
 
 import argparse
@@ -78,17 +79,17 @@ def check_exports(linux):
     same("not exported", sorted(wanted - functions_in("\n".join(line.split()[0].strip('"') for line in ours.splitlines()[1:]))), [])
 
 
-def commands_for(form, out, rows):
+def commands_for(form, out, rows, font):
     """Commands by name; each writes one file or folder, or standard output."""
     yield "fields", ["fields", form, "--json"], None
     yield "export", ["export", form, "--all"], None
     yield "csv", ["export", form, "--format", "csv"], None
-    yield "draw", ["draw", form, "--font", FONT, "-o", out / "drawn.pdf"], out / "drawn.pdf"
-    yield "flatten", ["flatten", form, "--font", FONT, "-o", out / "flat.pdf"], out / "flat.pdf"
+    yield "draw", ["draw", form, "--font", font, "-o", out / "drawn.pdf"], out / "drawn.pdf"
+    yield "flatten", ["flatten", form, "--font", font, "-o", out / "flat.pdf"], out / "flat.pdf"
     yield "rewrite", ["rewrite", form, "-o", out / "whole.pdf"], out / "whole.pdf"
-    yield "fill", ["fill", form, out.parent / "values.xfdf", "--font", FONT, "-o", out / "filled.pdf"], out / "filled.pdf"
+    yield "fill", ["fill", form, out.parent / "values.xfdf", "--font", font, "-o", out / "filled.pdf"], out / "filled.pdf"
     names = ["--name", "{adherent.nom}.pdf"] if form == FORM else []
-    yield "batch", ["batch", form, "--data", rows, *names, "--font", FONT, "--out", out / "many"], out / "many"
+    yield "batch", ["batch", form, "--data", rows, *names, "--font", font, "--out", out / "many"], out / "many"
 
 
 def content_of(path):
@@ -97,7 +98,7 @@ def content_of(path):
     return {file.name: file.read_bytes() for file in path.iterdir() if file.suffix == ".pdf"} if path.is_dir() else path.read_bytes()
 
 
-def compare(linux, form, folder, rows=None):
+def compare(linux, form, folder, font, rows=None):
     """How many outputs were compared."""
     values = run(linux, "export", form, "--all")[1]
     (folder / "values.xfdf").write_bytes(values)
@@ -110,7 +111,7 @@ def compare(linux, form, folder, rows=None):
         if name == "again" and b"/Encrypt" not in form.read_bytes():
             break
         (folder / "out").mkdir()
-        for what, arguments, output in commands_for(form, folder / "out", rows):
+        for what, arguments, output in commands_for(form, folder / "out", rows, font):
             status, out, err = run(tool, *arguments)
             results[name, what] = (status, out, err.replace(b"\\", b"/"), content_of(output))
         (folder / "out").rename(folder / name)
@@ -155,6 +156,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--linux", help="the zforms program for Linux")
     parser.add_argument("--corpus", type=pathlib.Path, help="a folder of PDF files")
+    parser.add_argument("--font", type=pathlib.Path, default=FONT, help="the font for letters that a form's fonts lack")
     options = parser.parse_args()
     if not WINDOWS:
         return SKIPPED
@@ -174,7 +176,7 @@ def main():
         def one(form):
             place = folder / f"of {form.stem}"
             place.mkdir()
-            return compare(linux, form, place, rows if form == FORM else None)
+            return compare(linux, form, place, options.font, rows if form == FORM else None)
 
         with concurrent.futures.ThreadPoolExecutor(int(os.environ.get("JOBS", "2"))) as pool:
             compared = sum(pool.map(one, forms)) if linux else 0
