@@ -15,7 +15,7 @@ import tempfile
 import xml.etree.ElementTree
 
 import peers
-from tool_case import SAMPLES, SKIPPED, TOOL, expect, failures
+from tool_case import SAMPLES, SKIPPED, TOOL, WINDOWS, expect, failures
 from form_writer import MULTILINE, Form
 
 MAX_REPORTED = 40
@@ -362,13 +362,14 @@ def main():
             if expect(done.status == 0 and out.is_file(), label, f"zforms does not make it: {message(done)}"):
                 expect("R = 6" in peers.qpdf_encryption(out, user), label, "qpdf sees no revision 6")
                 cases.append(Case(label, out, cases[0].data, user, owner))
-        for case in cases:
+        checked = cases[2::3] if WINDOWS else cases  # Wine takes long for each run of the program
+        for case in checked:
             checker.case(case)
             checker.recovery(case)
         checker.refusals(cases[0], folder / "R3_with_two_passwords.pdf")
     for failure in failures[:MAX_REPORTED]:
         print(failure)
-    print(f"readers_check: {len(cases)} forms, " + (f"{len(failures)} failures" if failures else "passed"))
+    print(f"readers_check: {len(checked)} forms, " + (f"{len(failures)} failures" if failures else "passed"))
     return 1 if failures else 0
 
 
