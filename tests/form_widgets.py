@@ -41,7 +41,7 @@ class Widget:
     kind: str  # as in peers.field_type
     flags: int
     page: Page
-    areas: list  # where it may be seen, as Page.shown gives them; viewers differ on "NoRotate"
+    areas: list  # the possible places of the widget, from Page.shown; with "NoRotate" viewers use different ones
     rect: tuple
     value: object
     state: str  # of buttons: "/AS"

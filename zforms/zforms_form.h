@@ -21,8 +21,8 @@ ZFORMS_API zforms_status zforms_on_message(zforms_form* form, zforms_message_cal
 // Flags of opening, which can be added.
 enum {
   ZFORMS_RECOVER = 1,   // read a damaged file by searching it for objects; it is then saved as a new file
-  ZFORMS_KEEP_XFA = 2,  // leave an XFA form that holds the former values
-  ZFORMS_FORCE = 4,     // make the changes that signatures forbid; these are then no longer valid
+  ZFORMS_KEEP_XFA = 2,  // keep an XFA form although it has the old values
+  ZFORMS_FORCE = 4,     // make changes that signatures forbid; the signatures are then no longer valid
   ZFORMS_DRAW = 8,      // draw the fields that are filled in, instead of leaving that to viewers
   // Ignore the scripts of the form. Without this flag, scripts that only call the common functions are followed: fields
   // are computed from others, numbers out of range are refused, and values are drawn in their formats.

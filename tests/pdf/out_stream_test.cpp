@@ -112,7 +112,7 @@ TEST(OutStreamTest, CopiesOfTheTargetStayAsTheyAre) {
   }
 }
 
-// The backslash that joins two lines of a string is not counted.
+// The length of the longest line, without the backslash that continues a string on the next line.
 size_t LongestLine(std::string_view text) {
   size_t longest = 0;
   while (!text.empty()) {

@@ -537,7 +537,7 @@ TEST(XFDF, HostileInputTakesTimeInProportion) {
   const Chaine name(Repeated("a.", 100'000) + "z");
   deep.Fields()[name] = "x";
   EXPECT_EQ(Parsed(deep.AsChaine()).Fields()[name].Value().AsChaine(), "x");
-  // Names that can be split in very many ways.
+  // A dotted name that can be split into field names in very many ways.
   std::string lattice = XFDFField("z", "");
   for (int i = 0; i < 12; i++) lattice = XFDFField("a", lattice) + XFDFField("a.a", lattice);
   const ZXFDF many = WithFields(lattice);

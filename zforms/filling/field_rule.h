@@ -83,7 +83,7 @@ class ZFORMS_API ZFieldRule {
   bool takes_several_ = false;
   bool is_closed_ = false;    // accepts only its options or states
   size_t max_length_ = 0;     // in characters; 0 for no limit
-  PTableau<Chaine> present_;  // of the first field, with LF for line ends
+  PTableau<Chaine> present_;  // the values of the first field, with LF as line ends
   bool is_alike_ = true;
   std::shared_ptr<const ChoiceOptions> options_;
   // The options of widgets whose options differ from those of the field.

@@ -11,7 +11,7 @@ namespace zforms {
 // The user's options for a form that limits changes.
 struct ZFORMS_API GuardOptions {
   bool keep_xfa = false;
-  bool force = false;  // make the changes that signatures forbid
+  bool force = false;  // make changes that signatures forbid; the signatures are then no longer valid
 };
 
 // FillingGuard applies a form's limits to filling, and removes parts that the change makes outdated. It does not follow

@@ -39,7 +39,7 @@ struct MappedFile {
   std::atomic<const char*> begin = nullptr;  // the file's bytes; null while there are none
   size_t size = 0;                           // bytes of the file
   size_t spare = 0;                          // bytes of the spare pages
-  std::atomic<int> file = kNoFile;           // kNoFile also when the text has bytes of its own
+  std::atomic<int> file = kNoFile;           // the mapped file; kNoFile when the text is not mapped
   std::string path;
 
   bool Holds(const void* address) const {
