@@ -29,7 +29,7 @@ class HashIndex {
   template <class Equal>
   size_t Find(uint64_t hash, Equal equal) const {
     if (slots_.empty()) return kNone;
-    for (size_t at = hash & mask_; slots_[at].position != kEmpty; at = (at + 1) & mask_) {
+    for (size_t at = static_cast<size_t>(hash) & mask_; slots_[at].position != kEmpty; at = (at + 1) & mask_) {
       if (slots_[at].hash == Short(hash) && equal(size_t{slots_[at].position})) return slots_[at].position;
     }
     return kNone;
@@ -71,7 +71,7 @@ class HashIndex {
 
   static uint32_t Short(uint64_t hash) { return static_cast<uint32_t>(hash); }
   size_t SlotOf(uint64_t hash, size_t position) const {
-    size_t at = hash & mask_;
+    size_t at = static_cast<size_t>(hash) & mask_;
     while (slots_[at].position != position) at = (at + 1) & mask_;
     return at;
   }
