@@ -204,7 +204,8 @@ static void test_batch(void) {
   } cases[] = {
       {1, ZFORMS_OVERWRITE, ZFORMS_ERROR_STOPPED, "1 1-Łoś.pdf|"},
       {0, ZFORMS_OVERWRITE, ZFORMS_ERROR_DATA,
-       "1 1-Łoś.pdf|2 line 3: field \"adherent.pays\": \"XX\" is not a choice of the field|3 _._3-Zoé.pdf|4 1-Noé.pdf|"},
+       "1 1-Łoś.pdf|2 line 3: field \"adherent.pays\": \"XX\" is not a choice of the field|3 _._3-Zoé.pdf|4 "
+       "1-Noé.pdf|"},
       {0, 0, ZFORMS_ERROR_DATA, "1 the file \"1-Łoś.pdf\" exists|"},
   };
   int count = 0;
