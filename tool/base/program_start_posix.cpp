@@ -1,6 +1,6 @@
-#include <signal.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <string_view>
 
@@ -34,7 +34,7 @@ void EndOnLostBytes(int signal, siginfo_t* info, void* /*context*/) {
 std::vector<std::string> PrepareProgram(int argc, const char* const* argv) {
   struct sigaction action = {};
   action.sa_sigaction = EndOnLostBytes;
-  action.sa_flags = SA_SIGINFO | SA_RESETHAND;
+  action.sa_flags = static_cast<int>(SA_SIGINFO | SA_RESETHAND);
   ::sigaction(SIGBUS, &action, nullptr);
   return {argv, argv + argc};
 }

@@ -26,6 +26,7 @@ void Chaine::Buffer::Free() {
   reinterpret_cast<RoomHead*>(room)->give_back(room);
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the room is written to.
 Chaine Chaine::InRoom(char* room, size_t length, size_t capacity, GiveBack give_back) noexcept {
   static_assert(sizeof(RoomHead) == kRoomHead);
   auto* const head = new (room) RoomHead{{}, give_back, {1, 1, length, capacity}};
