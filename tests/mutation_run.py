@@ -35,7 +35,10 @@ def read_changes():
 
 
 def update_copy():
-    """Copies what has changed since, so that little is built again."""
+    """Copies what has changed since, so that little is built again; uses the npm packages of the tree."""
+    (COPY / "build").mkdir(parents=True, exist_ok=True)
+    if not (COPY / "build/npm").exists():
+        (COPY / "build/npm").symlink_to(ROOT / "build/npm")
     names = subprocess.check_output(["git", "ls-files", "-z"], cwd=ROOT, text=True).split("\0")
     for name in filter(lambda name: name and (ROOT / name).is_file(), names):
         target, data = COPY / name, (ROOT / name).read_bytes()
