@@ -43,7 +43,7 @@ def key_of(directory, arguments, rules):
 
 
 def check(build, rules, path, directory, arguments):
-    """What clang-tidy says of the source, "" when it is clean, and whether this was known."""
+    """What clang-tidy reports about the source, "" when it finds nothing, and whether an earlier run recorded this."""
     key = key_of(directory, arguments, rules)
     if key and (RECORD / key).exists():
         return "", True

@@ -3,8 +3,9 @@
 
 batch.py TOOL [--rows N] [--memory-rows N] [--loop N] [--folder DIR]
 
-Prints rows a second of zforms batch with one and two jobs, of zforms fill, pdftk and qpdf called once for each row
-(those that are installed), and the peak memory of zforms batch for a short and a long table. The work goes to DIR.
+Prints the rows per second of zforms batch with one and two jobs, and of zforms fill, pdftk and qpdf (those that are
+installed) called once for each row. Also prints the peak memory of zforms batch for a short and a long table. Files are
+written below DIR.
 """
 
 import argparse
@@ -49,7 +50,8 @@ def timed(command):
 
 
 def batch(tool, data, folder, jobs):
-    # Files are removed only at the end: ext4 creates files slowly for some seconds after many were removed.
+    # The files are removed only at the end of all measurements: after many removals, ext4 creates files slowly for some
+    # seconds.
     out = tempfile.mkdtemp(dir=folder)
     return timed([tool, "batch", SAMPLE, "--data", data, "--out", out, "--jobs", jobs])
 
@@ -85,7 +87,7 @@ def qpdf_names(objects):
 
 
 def loops(tool, folder, count):
-    """(label, seconds) of calling a program once for each row, without the time for making its input."""
+    """(label, seconds) for each program that is called once for each row. Making its input is not measured."""
     rows = [row(i) for i in range(count)]
     objects = names = None
     if shutil.which("qpdf"):

@@ -3,9 +3,9 @@
 
     bench/bindings.py    needs build/release; ./run bench --bindings builds it first
 
-Each form is opened from bytes in memory, filled, and saved to a file, on a memory disk where there is one. C++ and Python
-take turns; the peers, which are much slower, run once. What is compared is the time of the processor, and the least of
-the rounds, because other work on the machine only adds to it. The last file of each program is read back.
+Each form is opened from bytes in memory, filled, and saved to a file, on a memory disk where there is one. C++ and
+Python take turns; the peers, which are much slower, run once. The smallest processor time of all rounds is compared,
+because other work on the machine can only increase it. The last file of each program is read back.
 """
 
 import argparse
@@ -42,7 +42,7 @@ def make_rows(folder, count):
 
 
 def commands(folder, out):
-    """{(program, mode): its command}, of those that are installed."""
+    """{(program, mode): its command}, for the programs that are installed."""
     table = folder / "rows.csv"
     found = {}
     for mode in MODES:
@@ -86,7 +86,7 @@ def verdicts(times):
 
 
 def measure(programs, out, rows, rounds):
-    """{(program, mode): its least times}"""
+    """{(program, mode): its smallest times}"""
     best = {}
     out.mkdir()
     for turn in range(rounds):

@@ -1,7 +1,7 @@
-// Fills a form for each row of a table in C++: the measure for the same in other languages (bench/bindings.py).
+// Fills a form for each row of a table in C++, for comparison with other languages (bench/bindings.py).
 //   bindings_bench FORM.pdf ROWS.csv FOLDER fill|draw|batch
-// "batch" opens the form once, and reads the table row by row; the others have read it before. Prints the seconds that
-// it took, by the clock and of the processor; reading the form and the table is not counted.
+// "batch" opens the form once, and reads the table row by row, which is measured too. "fill" and "draw" read the table
+// before the measurement. Prints the seconds of the clock and of the processor. Reading the form's file is not counted.
 
 #include <chrono>
 #include <cstdio>

@@ -27,7 +27,7 @@ def with_zforms(form, rows, table, folder, mode):
 
 
 def with_pypdf(form, rows, _table, folder, _mode):
-    """It finds fields by the last part of their names, and draws nothing."""
+    """Fills with pypdf, which finds fields by the last part of their names; it draws nothing here."""
     import pypdf
 
     def fill():

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Measures many desks that share a store in PostgreSQL, and counts what they stored.
+"""Measures many servers ("desks") that share a store in PostgreSQL, and counts the submissions that they stored.
 
 desks.py TOOL [--desks N] [--minutes M] [--restarts R]   saves from N desks, each a server of its own, while the database
                                                          is stopped hard and started R times and one desk is killed; then
@@ -89,7 +89,7 @@ class Client(threading.Thread):
             number += 1
             value = f"{self.label}.{number}"
             filled = form.replace("<fields>", f'<fields><field name="adherent.nom"><value>{value}</value></field>', 1)
-            # The same submission again, as the page for browsers does, until it is answered.
+            # Sends the same submission until it is answered, as the page that shows forms in a browser does.
             for attempt in range(1000):
                 start = time.monotonic()
                 status, mode, _ = self.ask(f"/zforms/xfdf/save.cgi?code={CODE}", filled.encode())
@@ -123,7 +123,8 @@ def percentile(times, part):
 
 
 def endure(options, cluster, folder):
-    """Exit status 1 when an accepted submission is missing or there twice."""
+    """Runs the clients while the database is restarted. Exit status 1 when an accepted submission is missing or stored
+    twice."""
     store = cluster.create("office")
     desks = [Desk(options.tool, store, folder / f"desk{i}.log") for i in range(options.desks)]
     begin = time.monotonic()

@@ -39,7 +39,7 @@ Tally RunOnce(Library& library, Job job, std::string* saved) {
   return {};
 }
 
-// The contents of the file that the library saved, as read by the library itself.
+// Runs the job, and returns the fields of the saved file as the same library reads them.
 Tally ReadBack(Library& library, Job job) {
   std::string saved;
   RunOnce(library, job, &saved);

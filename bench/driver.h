@@ -13,8 +13,9 @@ namespace zforms::bench {
 // The contents of the file; throws std::runtime_error when it cannot be read.
 std::string ReadFile(const std::string& path);
 
-// Registers a benchmark "job/input" of wall time, run `iterations` times in a process, or for 0 as long as the command
-// line says. A benchmark of the large file runs once, because its memory is equally fresh for all libraries only then.
+// Registers a benchmark "job/input" of wall time. It runs `iterations` times in a process; with 0, as long as the
+// command line says. A benchmark of the large file runs only once: otherwise a library could use memory of an earlier
+// run again.
 void RegisterMeasure(const std::string& name, const std::function<void(benchmark::State&)>& measure,
                      int64_t iterations);
 

@@ -24,7 +24,7 @@ std::string OldValue(uint32_t field);
 std::string NewValue(uint32_t field);
 // The new values of the first `count` fields.
 std::vector<std::string> NewValues(uint32_t count);
-// The same as an XFDF document.
+// The new values of the first `count` fields as an XFDF document.
 std::string XFDFText(uint32_t count);
 
 }  // namespace zforms::bench

@@ -30,14 +30,15 @@ class Library {
   virtual uint64_t Fill(std::string* saved) = 0;
   // Does the same as Fill, and draws the fields that it fills. Throws for a library that does not draw.
   virtual uint64_t Draw(std::string*) { throw std::runtime_error("the library does not draw fields"); }
-  // Makes all fields part of the pages, of a file whose fields are drawn, and saves it. As Draw otherwise.
+  // Opens a file whose fields are drawn, makes all fields part of the pages, and saves it to memory. Returns the number
+  // of bytes as Fill does. Throws for a library that does not flatten.
   virtual uint64_t Flatten(std::string*) { throw std::runtime_error("the library does not flatten forms"); }
   // Opens the file and saves every object in use to memory, as a new file.
   virtual uint64_t Rewrite(std::string* saved) = 0;
 };
 
-// Defined by each program for its library. The file must outlive the result. Prepares what the library needs beside the
-// file (its copy of the new values, UTF-8).
+// Makes the jobs for a file with these new values (UTF-8). Each program defines this function for its library. The file
+// must outlive the result.
 std::unique_ptr<Library> MakeLibrary(const std::string& file, const std::vector<std::string>& new_values);
 
 }  // namespace zforms::bench

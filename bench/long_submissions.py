@@ -4,9 +4,10 @@
 long_submissions.py TOOL [--data DIR] [--only NAME]...
 
 Serves the sample forms and posts documents that take much time or memory to read, fill or store, most of them of 16 MB.
-Prints for each the status and the time of its answer, the processor's time that the server took, by how much the server's memory grows at most and what it still
-holds a second later, and the longest that another client's saves of 4 KB took meanwhile (and in between, with nothing
-else going on). Then eight long ones are posted at the same time. DIR decides on what disk they end. Linux only.
+Prints for each document the status and the time of its answer, the processor time of the server, by how much the
+server's memory grew at most and how much of that it still holds a second later. Also prints the longest time that a
+save of 4 KB by another client took meanwhile, and without any other request. Then eight long documents are posted at
+the same time. DIR is the folder in which they are stored, and so selects the disk. Linux only.
 """
 
 import argparse
@@ -92,7 +93,7 @@ class Clerk(threading.Thread):
             time.sleep(0.005)
 
     def longest(self):
-        # Includes the request that is running.
+        # Waits for a complete request, if there is none yet.
         while not self.times:
             time.sleep(0.001)
         times, self.times = self.times, []
@@ -116,7 +117,8 @@ def numbered(count, value=None):
 
 
 def cases():
-    """(name, the text before the other fields, or a function that makes the document from the opened one)"""
+    """(name, text of fields that is inserted before the other fields); instead of the text also a function that makes
+    the document from the opened one."""
     def latin(xfdf):
         text = with_fields(xfdf, field("adherent.nom", "é" * (FULL - 8000))).replace("UTF-8", "ISO-8859-1", 1)
         return text.encode("latin-1")

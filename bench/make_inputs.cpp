@@ -107,7 +107,7 @@ class FormMaker {
     first_field_ = document.Reserve(fields);
   }
 
-  // The entries of the catalog.
+  // Adds the form and its pages to the document; returns the entries of the catalog.
   std::string Make() {
     for (uint32_t group = 0; group < Parts(kFieldsInGroup); group++) PutGroup(group);
     for (uint32_t field = 0; field < fields_; field++) PutField(field);
@@ -173,7 +173,7 @@ std::string Record(uint32_t i, const std::string& extra) {
          ".25] /Mark <0a1b2c3d4e5f> /Tags [/One /Two /Three] /Next null" + extra + ">>";
 }
 
-// Random bytes, which contain a PDF keyword only by chance.
+// Pseudo-random bytes, which contain a PDF keyword only by chance.
 std::string Noise(size_t size, uint32_t seed) {
   std::string bytes(size, '\0');
   for (char& c : bytes) {
@@ -233,7 +233,7 @@ std::string MakeWith(std::string_view body) {
   return document.Finish(document.Add(Catalog(kNoPages + (" /Extra " + Ref(object)))));
 }
 
-// Many numbers on one line.
+// A document with many numbers on one line.
 std::string MakeLine(uint32_t count) {
   std::string line = "[";
   for (uint32_t i = 0; i < count; i++) line += std::to_string(i % 1000) + (i % 3 == 0 ? ".5 " : " ");
@@ -246,7 +246,7 @@ std::string Repeated(std::string_view text, uint32_t count) {
   return result;
 }
 
-// The same number of brackets, nested and side by side.
+// Documents with the same number of brackets, nested or side by side.
 std::string MakeNest(uint32_t depth) { return MakeWith(Repeated("[ ", depth) + Repeated("] ", depth)); }
 std::string MakeFlat(uint32_t count) { return MakeWith("[ " + Repeated("[ ] ", count - 1) + "] "); }
 

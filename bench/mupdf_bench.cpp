@@ -1,5 +1,5 @@
-// The jobs with MuPDF. The job that fills without drawing sets values in the objects, because MuPDF's form functions
-// also draw them.
+// The jobs with MuPDF. The job that fills without drawing sets the values directly in the objects, because MuPDF's form
+// functions also draw the fields.
 
 #include <mupdf/fitz.h>
 #include <mupdf/pdf.h>
@@ -27,7 +27,7 @@ void WriteSaved(fz_context* context, void* state, const void* data, size_t size)
 
 int64_t TellSaved(fz_context*, void* state) { return static_cast<int64_t>(static_cast<Saved*>(state)->buffer->len); }
 
-// MuPDF only seeks to the end of its output and truncates there.
+// Accepts only a seek to the end of the output, since MuPDF needs no other.
 void SeekSaved(fz_context* context, void* state, int64_t offset, int whence) {
   const bool to_end = whence == SEEK_END ? offset == 0 : whence == SEEK_SET && offset == TellSaved(context, state);
   if (!to_end) fz_throw(context, FZ_ERROR_GENERIC, "the output cannot go back");
@@ -35,7 +35,7 @@ void SeekSaved(fz_context* context, void* state, int64_t offset, int whence) {
 
 void TruncateSaved(fz_context*, void*) {}
 
-// MuPDF reads its output to complete signatures.
+// Opens the output for reading, which MuPDF needs to complete signatures.
 fz_stream* ReadSaved(fz_context* context, void* state) {
   return fz_open_buffer(context, static_cast<Saved*>(state)->buffer);
 }

@@ -1,4 +1,5 @@
-// The four jobs with PoDoFo. It has no full names, so they are built while walking the tree.
+// The four jobs with PoDoFo. It has no function for the full name of a field, so the names are built while the tree is
+// walked.
 
 #include <podofo/podofo.h>
 

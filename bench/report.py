@@ -2,9 +2,9 @@
 """Runs the benchmark programs side by side and reports.
 
 Prints a plain table, and writes results.json and results.svg. Programs take
-turns cell by cell and the medians of several rounds count, so that what
-else the machine does hits all of them alike. Fails when two programs that did
-the same job came across different things.
+turns for each measurement, and the medians of several rounds are used, so that
+other work on the machine affects all of them equally. Fails when two programs
+that did the same job counted different numbers of fields, objects or bytes.
 """
 
 import argparse
@@ -99,7 +99,7 @@ class Bench:
         return {"size": None, **result, "time": result["cpu_time" if self.options.cpu else "time"]}
 
     def cell(self, cell, libraries):
-        """The medians of the rounds, all programs in each round."""
+        """The medians of several rounds. In each round all programs run."""
         times = {library: [] for library in libraries}
         facts = {}
         for turn in range(self.options.rounds):
@@ -165,7 +165,8 @@ def measure_processes(options):
 
 
 def run_in_turns(options, commands, often=5):
-    """The median time and the peak memory of each command; ours, which are short, run more often."""
+    """The median time and the peak memory of each command. Commands other than pdftk are short, so they run `often`
+    times in each round."""
     runs = {tool: [] for tool in commands}
     for _ in range(options.rounds):
         for tool, command in commands.items():

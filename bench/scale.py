@@ -4,10 +4,10 @@ PostgreSQL database beside the same rows from CSV. Prints Markdown tables.
 
 scale.py TOOL [--rows N] [--most N] [--merged N] [--database N] [--jobs N] [--folder DIR]
 
---rows: rows of the batch that is divided into shards. --most: the longest table, whose archive is thrown away; the
-shorter ones are a tenth and a hundredth of it. --merged: the same for one file. --database: the longer of two tables
-that are read from both sources, without drawing; the shorter one is a tenth of it, and drawn. 0 leaves a part out. The
-work goes to DIR.
+--rows: the rows of the batch that is divided into shards. --most: the rows of the longest table that is filled into an
+archive, which is not stored; two other tables have a tenth and a hundredth of its rows. --merged: likewise for one
+file. --database: the rows of the longer of two tables that are read from both sources, which is filled without drawing;
+the shorter one has a tenth of its rows, and is drawn. 0 leaves a part out. Files are written below DIR.
 """
 
 import argparse

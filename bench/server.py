@@ -74,7 +74,7 @@ def free_port():
 
 @contextlib.contextmanager
 def running(command, log, url):
-    """Runs a server at the address until the block ends."""
+    """Starts a server, waits until it answers at the address, and stops it at the end of the block."""
     with open(log, "wb") as output:
         process = subprocess.Popen([str(part) for part in command], stdout=output, stderr=subprocess.STDOUT)
     try:
@@ -149,7 +149,8 @@ class Bench:
         script.write_text(POSTS % {"folder": self.folder, "mark": f"'{COUNT}'"}, encoding="utf-8")
         run = self.line("save, stored", wrk(f"{self.base}/zforms/xfdf/save.cgi?code={CODE}", self.options, script))
         accepted, rejected = stored(data)
-        # At the end, wrk closes its connections, each with a request running.
+        # When wrk ends, it closes each connection while a request is running. So some saves were stored that wrk did
+        # not count.
         if rejected or not run[3] <= accepted <= run[3] + self.options.connections:
             sys.exit(f"{run[3]} saves were answered, {accepted} stored, {rejected} rejected")
         print(f"{'':24}{accepted:12} stored, none rejected")

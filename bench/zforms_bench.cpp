@@ -13,7 +13,7 @@
 namespace zforms::bench {
 namespace {
 
-// Measures copying the file's bytes once into fresh memory.
+// Measures copying the file's bytes once into newly allocated memory.
 void MeasureCopy(benchmark::State& state, const std::string& path) {
   const std::string file = ReadFile(path);
   for (auto _ : state) {

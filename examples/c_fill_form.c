@@ -1,5 +1,5 @@
 // Fills a PDF form from an XFDF, FDF, JSON or CSV file, saves it under another name, and prints the values of the saved
-// file, by the C interface:
+// file. Uses the C interface:
 //   c_fill_form FORM.pdf DATA FILLED.pdf
 
 #include <stdio.h>
@@ -34,7 +34,7 @@ static void print_values(zforms_form* form) {
   zforms_field_count(form, &count);
   for (size_t i = 0; i < count; i++) {
     char* const name = text_of(form, i, ZFORMS_FIELD_NAME);
-    char* const value = text_of(form, i, ZFORMS_FIELD_VALUE);  // null without a value
+    char* const value = text_of(form, i, ZFORMS_FIELD_VALUE);  // null when the field has no value
     if (name != NULL && value != NULL) printf("%s = %s\n", name, value);
     free(name);
     free(value);

@@ -11,7 +11,7 @@
 typedef zforms_status (*text_reader)(const zforms_submission* submission, size_t n, char* buffer, size_t size,
                                      size_t* length);
 
-// The caller frees it.
+// Reads a text of a submission: first its length, then the text. The caller frees it.
 static char* text_of(text_reader read, const zforms_submission* submission, size_t n) {
   size_t length = 0;
   if (read(submission, n, NULL, 0, &length) != ZFORMS_OK) return NULL;
@@ -20,7 +20,7 @@ static char* text_of(text_reader read, const zforms_submission* submission, size
   return text;
 }
 
-// Store the data here: the reader is told that they are saved when the result is 1.
+// Receives each submission. Store the data here: the result 1 makes the server tell the PDF reader that they are saved.
 static int take(void* user, const zforms_submission* submission) {
   size_t count = 0;
   (void)user;
@@ -43,7 +43,7 @@ static void print_message(void* user, const zforms_message* message) {
   fflush(stdout);
 }
 
-// Writes the document that opens the form.
+// Opens the form, and writes the XFDF document that shows it in a PDF reader.
 static zforms_status open_form(zforms_server* server, const char* code, const char* path) {
   size_t size = 0;
   zforms_status status = zforms_server_open(server, code, NULL, 0, ZFORMS_OPENED_XFDF, NULL, 0, &size);

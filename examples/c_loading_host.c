@@ -1,5 +1,5 @@
-// A host for Windows that loads the library while it runs: sets one field of a form, and saves it under another name.
-// It needs no import library, and may go on where the library is missing.
+// A host for Windows that loads the library while it runs. It sets one field of a form, and saves the form under
+// another name. Such a host needs no import library, and can run without the library.
 //   c_loading_host ZFORMS.dll FORM.pdf FIELD VALUE FILLED.pdf
 
 #include <stdio.h>
@@ -7,7 +7,7 @@
 #include <string.h>
 #include <windows.h>
 
-// After <windows.h>.
+// This header must be included after <windows.h>.
 #include <shellapi.h>
 
 #include "zforms/zforms.h"
@@ -55,7 +55,7 @@ static int fill(const struct library* library, char** arguments) {
   return done;
 }
 
-// The library takes UTF-8. The caller frees the text.
+// Converts a text to UTF-8, which the library needs. The caller frees the result.
 static char* to_utf8(const wchar_t* wide) {
   const int size = WideCharToMultiByte(CP_UTF8, 0, wide, -1, NULL, 0, NULL, NULL);
   char* const text = malloc((size_t)size + 1);

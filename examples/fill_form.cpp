@@ -11,7 +11,7 @@ namespace {
 using zforms::ZForm;
 using zforms::ZFormMessage;
 
-// Prints what went wrong, and what is worth knowing.
+// Prints the failures, warnings and notes of the form.
 void PrintMessages(ZForm& form) {
   for (const ZFormMessage& message : form.TakeMessages()) {
     const char* const kind = message.severity == ZFormMessage::Severity::kFailure   ? "error: "

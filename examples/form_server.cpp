@@ -1,7 +1,8 @@
 // A host with a form server: opens one form, prints each saved value, and stops when its input ends:
 //   form_server FOLDER CODE [OPENED.xfdf]
-// FOLDER contains the form CODE.pdf. Opens the form in the desktop's program for PDF. With a third argument it opens
-// nothing, and writes the XFDF document that leads a reader to the form. Fill the form in and press its save button.
+// FOLDER contains the form CODE.pdf. Opens the form in the desktop's program for PDF. With a third argument, it does
+// not open that program: it writes the XFDF document from which a PDF reader opens the form. Fill in the form and press
+// its save button.
 
 #include <iostream>
 #include <memory>
@@ -20,10 +21,10 @@ using zforms::ZXFDF;
 
 constexpr uint64_t kFolder = 1;
 constexpr int32_t kYear = 2025;
-// A real host makes a different token, which nobody can guess, for each form.
+// The token of the session. A real host makes a new one for each form, which nobody can guess.
 constexpr char kSession[] = "4bc7f3";
 
-// Handled on the host's thread: store the data here.
+// A message about a submission, which is handled on the host's thread. Store the data here.
 class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
  public:
   using ZAcroFormServerSaveXFDFMessage::ZAcroFormServerSaveXFDFMessage;
@@ -39,7 +40,7 @@ class Message : public zforms::ZAcroFormServerXFDFHandler::CSaveXFDFMessage {
   }
 };
 
-// Used on one of the server's threads, for one submission.
+// Checks and answers one submission, on one of the server's threads.
 class Session : public zforms::ZAcroFormServerXFDFHandler::CSession {
  public:
   using ZAcroFormServerXFDFSession::ZAcroFormServerXFDFSession;
@@ -63,15 +64,16 @@ class Handler : public zforms::ZAcroFormServerXFDFHandler {
   }
 };
 
-// On Windows, Start first looks for a reader of version 8 or later, and asks the user; see docs/server.md.
+// The form server. On Windows, Start first looks for a PDF reader of version 8 or later, and asks the user; see
+// docs/server.md.
 class Server : public zforms::ZAcroFormServer {
  public:
   using ZAcroFormServer::ZAcroFormServer;
   ~Server() override { Stop(); }
 };
 
-// Opens the form. ShowXFDF(xfdf, true) would open the document in the program for XFDF instead: the reader on Windows;
-// few desktops on other systems have one.
+// Opens the form in the program for PDF. ShowXFDF(xfdf, true) would open the XFDF document in the program for XFDF
+// instead. On Windows that is the PDF reader; few desktops on other systems have such a program.
 bool Show(const Server& server, const ZXFDF& xfdf, const char* opened) {
   if (opened == nullptr) return server.ShowXFDF(xfdf, false);
   if (!xfdf.Save(opened)) return false;
@@ -100,7 +102,8 @@ int Run(const char* folder, const char* code, const char* opened) {
     return 1;
   }
 
-  // A host with its own event loop passes SetWake a function that wakes the loop, and calls RunPending there.
+  // A host with its own event loop does not call Run: it passes SetWake a function that wakes the loop, and calls
+  // RunPending in the loop.
   zforms::ZIdleMessageManager& messages = server.IdleMessages();
   std::thread input([&messages] {
     while (std::cin.get() != std::char_traits<char>::eof()) continue;

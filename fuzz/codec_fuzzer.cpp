@@ -1,5 +1,5 @@
-// Takes the input as a string and as a name, at any column of a line, and checks that the written form is read back
-// equal.
+// Takes the input as a PDF string and as a PDF name. Writes them at any column of a line, and checks that they are read
+// back equal.
 
 #include <algorithm>
 #include <cstdint>
@@ -12,7 +12,7 @@ using namespace zforms;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-  // A name that was read never contains "#".
+  // Replaces "#", because a name that was read from a file never contains it.
   std::string name = "/" + std::string(bytes);
   std::replace(name.begin(), name.end(), '#', '_');
 

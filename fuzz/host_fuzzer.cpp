@@ -42,10 +42,11 @@ void TakeAsMaps(const Chaine& text) {
   }
 }
 
-// XML allows no other control characters.
+// True unless it is a control character that XML does not allow.
 bool IsPlain(char c) { return static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n' || c == '\r'; }
 
-// Checks that a parameter that is set can be read back, repeatedly, whatever the field contained before.
+// Checks that a parameter of the session that was set can be read back, also after the document was written and read
+// again, whatever the session field contained before.
 void TakeAsSession(const Chaine& text) {
   const bool plain = std::all_of(text.begin(), text.end(), IsPlain) && zforms::IsValidUTF8(text);
   ZXFDF xfdf;

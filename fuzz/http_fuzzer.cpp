@@ -29,7 +29,7 @@ struct Outcome {
   std::string request;
 };
 
-// Passes the bytes to the reader in pieces of the size, as a connection would.
+// Passes the bytes to the request reader in pieces of this size, as a connection does.
 Outcome Read(std::string_view bytes, size_t piece) {
   const zforms::sHTTPServerLimits limits = Limits();
   HTTPRequestReader reader(limits, kPort);
@@ -39,7 +39,7 @@ Outcome Read(std::string_view bytes, size_t piece) {
     shown = std::min(shown + piece, bytes.size());
     outcome.taken += reader.Take(bytes.substr(outcome.taken, shown - outcome.taken));
     if (outcome.taken > shown || reader.BodySize() > limits.body_bytes) std::abort();
-    // The bytes that are not taken are bounded, because a connection's buffer is.
+    // Checks that not too many bytes remain untaken, because they must fit into a connection's buffer.
     if (reader.GetState() < State::eComplete && shown - outcome.taken > limits.header_bytes) std::abort();
   }
   outcome.status = reader.Verdict().status;
@@ -47,7 +47,7 @@ Outcome Read(std::string_view bytes, size_t piece) {
   if (outcome.complete == (outcome.status != 0) && reader.GetState() >= State::eComplete) std::abort();
   if (!outcome.complete) return outcome;
   const zforms::ZHTTPReadRequest request = reader.TakeRequest();
-  // An accepted request names this server, and only once.
+  // Checks that an accepted request names this server, and only once.
   if (request.Header().CountOf("Host") != 1 || !zforms::IsOwnAuthority(request.Host(), kPort)) std::abort();
   if (!request.URL().Server().IsEmpty() || !request.URL().Path().View().starts_with('/')) std::abort();
   outcome.request = (request.Method() + " " + request.URL().AsChaine()).ToString();
@@ -62,13 +62,15 @@ Outcome Read(std::string_view bytes, size_t piece) {
 
 }  // namespace
 
-// A request gives the same result in pieces of any size: complete, with the same number of bytes taken, or refused.
+// Checks that a request gives the same result in pieces of any size: it is complete with the same number of bytes
+// taken, or refused.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   const Outcome whole = Read(bytes, size + 1);
   for (const size_t piece : {size_t{1}, size_t{5}}) {
     const Outcome pieces = Read(bytes, piece);
-    // Lines at the limit are accepted only in one piece, which a connection's buffer bounds.
+    // Skips requests with too long headers (status 431): a line near the limit may be accepted in one piece and refused
+    // in several.
     if (whole.status == 431 || pieces.status == 431) continue;
     if (whole.complete != pieces.complete) std::abort();
     if (whole.complete && (whole.taken != pieces.taken || whole.request != pieces.request)) std::abort();

@@ -1,5 +1,5 @@
-// Takes the input as one object, and checks that its written form is read back completely and written the same. Only
-// damaged text can leave a keyword that contains "obj", which would end the object early when read again.
+// Takes the input as one object. Writes it, and checks that the text is read back completely and written the same
+// again. Skips objects with a keyword that contains "obj", which would end the object early: only damaged text has one.
 
 #include <cstdint>
 #include <cstdlib>

@@ -25,7 +25,7 @@ struct Outcome {
   bool operator==(const Outcome&) const = default;
 };
 
-// Reading from the end uses no pool.
+// Reads the object from its end when `pool` is null, else forward.
 Outcome Read(const Chaine& text, ZPDFNodePool* pool, const ZPDFEncryption* encryption) {
   ZDiagnostics diagnostics;
   ZPDFTokenizedString tokens{text};
@@ -34,7 +34,7 @@ Outcome Read(const Chaine& text, ZPDFNodePool* pool, const ZPDFEncryption* encry
   const NodePtr object(ZPDFNodeIndirectObject::BuildFrom(tokens, nullptr, encryption));
   Outcome outcome{"", Written(*object, nullptr), tokens.GetLength(), ""};
   for (size_t i = 0; i < object->Size(); i++) outcome.tree += Dump(object->GetDirectAt(i));
-  // Reading the entries has made nodes of them, which must be written the same.
+  // Reading the entries has made nodes from their text. Checks that they are written the same.
   if (Written(*object, nullptr) != outcome.written || object->IsModified()) std::abort();
   for (const ZDiagnostics::Warning& warning : diagnostics.Warnings()) outcome.said += ZDiagnostics::Describe(warning);
   return outcome;

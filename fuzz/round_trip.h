@@ -33,7 +33,7 @@ inline ZPDFNodeString* FirstString(ZPDFNode* root) {
 inline ZPDFObjectMap Used(const ZPDFParser& parser) {
   ZPDFObjectMap map;
   parser.GetUsedObjects(map);
-  // A section written as a stream may take the number of a missing object.
+  // Leaves out cross-reference streams, because a new one may use the number of a missing object.
   std::erase_if(map, [](const auto& item) {
     const auto* stream = NodeCast<ZPDFNodeStream>(item.second->GetDirectAt(0));
     return stream != nullptr && stream->Dico()->GetIdentifier("/Type") == "/XRef";
@@ -41,7 +41,7 @@ inline ZPDFObjectMap Used(const ZPDFParser& parser) {
   return map;
 }
 
-// Checks that every object of the texts exists and writes that text.
+// Reads the bytes, and checks that every object in `texts` exists and is written as that text.
 inline void ExpectReadBack(const Chaine& bytes, const Texts& texts, const ZPDFParser& written) {
   ZPDFParser parser;
   parser.SetEncryptions(written.Encryptions());
@@ -73,13 +73,14 @@ inline Chaine Updated(const ZPDFParser& parser) {
 // Saves the reachable objects of the document, as an update with one string changed in each object and in full, and
 // checks that both are read back equal; otherwise aborts.
 inline void RoundTrip(ZPDFParser& parser) {
-  // The objects that the encryption key depends on are not changed.
+  // The objects on which the encryption key depends. They must not be changed.
   ZPDFObjectMap fixed;
   for (const char* key : {"/Encrypt", "/ID"}) {
     if (const ZPDFNode* value = parser.TrailerDico()->GetDirect(key)) value->GetReferencedObjects(fixed);
   }
   const ZPDFObjectMap used_objects = Used(parser);
-  // A damaged object may reach beyond the end of the file; it is written even if it was not changed.
+  // The numbers of damaged objects. They are written even if they were not changed, because they may reach beyond the
+  // end of the file.
   std::set<uint32_t> damaged;
   for (const ZDiagnosticsWarning& warning : parser.Diagnostics().Warnings()) damaged.insert(warning.object_number);
   Texts texts;
@@ -92,7 +93,7 @@ inline void RoundTrip(ZPDFParser& parser) {
     texts[id] = Written(*object);
   }
   const ZPDFParser copy(parser);
-  // A recovered document is only saved in full.
+  // Saves no update of a recovered document, because it is always saved in full.
   if (!parser.IsRecovered()) ExpectReadBack(Updated(copy), texts, parser);
 
   ZPDFSaver saver(nullptr);

@@ -1,8 +1,8 @@
 // Tests cross-reference streams, object streams, and the recovery that works without them. The first character of the
 // input selects its format. "0" to "3": one line with dictionary entries of a cross-reference stream, one line with
-// those of an object stream, then the data of both, separated by a line "--"; 1 and 2 are flags for compressing the
-// data of the cross-reference stream and of the object stream. Any other character: a file to be recovered. The objects
-// found must be read back equal after saving.
+// those of an object stream, then the data of both, separated by a line "--". Bit 1 of the digit compresses the data of
+// the cross-reference stream, bit 2 that of the object stream. Any other character: a file to be recovered. The objects
+// that are found must be read back equal after saving.
 
 #include <cstdint>
 #include <cstdlib>
@@ -23,7 +23,8 @@ std::string_view TakeUpTo(std::string_view mark, std::string_view* text) {
   return taken;
 }
 
-// Object 1 is at offset 15 and object stream 5 at offset 48, whatever the records say.
+// Makes the file from the input. Object 1 is always at offset 15 and object stream 5 at offset 48, so that the records
+// of the input can refer to them.
 Chaine FileOf(int kind, std::string_view input) {
   const std::string section_entries(TakeUpTo("\n", &input));
   const std::string entries(TakeUpTo("\n", &input));

@@ -1,4 +1,5 @@
-// Takes the input as the body of a submission. It must be refused, or lead to one message and a form that can be read.
+// Takes the input as the body of a submission. Checks that it is refused, or that it causes one message and is answered
+// with a form that can be read.
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,8 +1,9 @@
 #!/bin/sh
-# Installs the packages of a folder in a bare Debian made by debootstrap, with apt and nothing else, and runs their tests
-# there, each with the packages that debian/tests/control says:
+# Installs the packages of a folder with apt in a minimal Debian made by debootstrap, and runs their tests there. Before
+# each test, installs the packages that debian/tests/control names for it:
 #   packaging/bare_debian.sh build/package [ROOT]
-# ROOT is kept when it is given; it is used again when it is there already. As root; needs debootstrap and the network.
+# ROOT is the folder of that Debian. When it is given, it is kept, and used again if it exists already. Must run as
+# root; needs debootstrap and the network.
 set -eu
 packages=$(realpath "$1")
 here=$(dirname "$(realpath "$0")")
@@ -28,7 +29,7 @@ rm -rf "$root/packages" "$root/tests" && mkdir "$root/packages"
 cp "$packages"/*.deb "$root/packages"
 cp -r "$here/debian/tests" "$root/tests"
 
-# apt takes files by their path, and the rest from Debian.
+# Gives apt our packages by their paths; it downloads the packages that they need from Debian.
 inside apt-get update -qq
 {
   inside sh -c 'apt-get install -qq -y /packages/*.deb' </dev/null

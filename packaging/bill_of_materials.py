@@ -20,14 +20,14 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-# The licence of each source package of Debian; one that is missing here stops the script.
+# The licence of each source package of Debian. The script fails for a package that is not in this list.
 LICENCES = {
     "boost1.74": "BSL-1.0", "cli11": "BSD-3-Clause", "fontconfig": "MIT-Modern-Variant", "freetype": "FTL OR GPL-2.0-or-later",
     "fribidi": "LGPL-2.1-or-later", "gcc-12": "GPL-3.0-or-later WITH GCC-exception-3.1", "glibc": "LGPL-2.1-or-later",
     "harfbuzz": "MIT-Modern-Variant", "libunibreak": "Zlib", "nettle": "LGPL-3.0-or-later OR GPL-2.0-or-later",
     "nlohmann-json3": "MIT", "pugixml": "MIT", "sqlite3": "blessing", "utf8proc": "MIT", "zlib": "Zlib",
 }
-# Libraries of headers alone: how an include of them begins, and Debian's package.
+# Libraries that consist only of headers: how the path in an #include begins, and the Debian package.
 HEADERS = {"boost/": "libboost1.74-dev", "nlohmann/": "nlohmann-json3-dev", "CLI/": "libcli11-dev"}
 CODE = ("zforms", "tool")
 PDFJS_LICENCE = "Apache-2.0 AND BSD-3-Clause AND MIT AND (GPL-2.0-only WITH Font-exception-2.0)"
@@ -47,7 +47,7 @@ def package_of_library(name):
     path = re.search(rf"^\s*{re.escape(name)} \(.*\) => (\S+)$", listing, re.M)
     if path is None:
         sys.exit(f"bill_of_materials: the library {name} is not installed")
-    # A path may be known to dpkg with or without "/usr" in front.
+    # Asks dpkg for several paths, because it may know the file with or without "/usr" in front.
     for candidate in (path[1], "/usr" + path[1], os.path.realpath(path[1])):
         done = subprocess.run(["dpkg-query", "-S", candidate], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         if done.returncode == 0:
@@ -78,7 +78,8 @@ def included_headers():
 
 
 def pdfjs(folder):
-    """An entry for pdf.js, whose files are in the page for browsers; the folder must have the version of the lock file."""
+    """An entry for pdf.js, which the page that shows forms in a browser contains. Fails unless the folder has the
+    version in the lock file."""
     locked = json.loads((ROOT / "tool/reader/package-lock.json").read_text())["packages"]["node_modules/pdfjs-dist"]
     version = json.loads((folder / "package.json").read_text())["version"]
     if version != locked["version"]:

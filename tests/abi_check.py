@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Compares the binary interface that docs/versions.md promises with the one on record in packaging/abi/zforms.abi.
+"""Compares the binary interface that docs/versions.md promises with the recorded one, packaging/abi/zforms.abi.
 
     abi_check.py --update    records the present one
 
-The promise is made by the C interface and zforms/form.h. So their objects alone are read, which takes a second; those of
-the whole library would take minutes. Needs abidw and abidiff (Debian: abigail-tools).
+The promise covers only the C interface and zforms/form.h. So only their object files are read, which takes a second;
+those of the whole library would take minutes. Needs abidw and abidiff (Debian: abigail-tools).
 """
 
 import os
@@ -23,7 +23,7 @@ OBJECTS = BUILD / "CMakeFiles/zforms_objects.dir/zforms"
 HEADERS = ["form.h", "zforms_batch.h", "zforms_form.h", "zforms_server.h", "zforms_types.h", "zforms_utf16.h",
            "platform/base/secret_text.h", "acroform/form_field.h", "appearance/drawing_fonts.h", "filling/export_format.h",
            "filling/form_message.h"]
-# Each makes programs fail that were compiled before: the check must see it.
+# Each of these changes breaks programs that were compiled before: the check must report it.
 CHANGES = [("a member is larger", "<class-decl name='zforms_row' size-in-bits='384'", "<class-decl name='zforms_row' size-in-bits='448'"),
            ("an enumerator has another number", "name='ZFORMS_ERROR_DATA' value='5'", "name='ZFORMS_ERROR_DATA' value='6'"),
            ("a function is gone", "<elf-symbol name='zforms_draw'", "<elf-symbol name='zforms_drew'"),
@@ -54,7 +54,7 @@ def write_interface(folder, out):
 
 
 def differences(before, after):
-    """What abidiff says; empty when both interfaces are the same."""
+    """The output of abidiff; empty when both interfaces are the same."""
     status, said = run("abidiff", "--no-show-locs", before, after)
     return said if status != 0 else ""
 

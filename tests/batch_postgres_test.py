@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""zforms batch with rows from a PostgreSQL database: the forms are those of the same rows in a file, also in shards and
-after a loss of the database; what is wrong is named, and no message shows a password."""
+"""zforms batch with rows from a PostgreSQL database: the forms are the same as with these rows in a file, also in
+shards and after the connection was lost. Messages name the fault, and show no password."""
 
 import json
 import os
@@ -28,7 +28,7 @@ def test_rows_are_not_held(folder):
     """A result of 200 MB needs no more memory than a small one."""
     query = f"SELECT repeat('x', 1000) AS file, 'x' AS \"adherent.nom\" FROM generate_series(1, 200000) i ORDER BY i"
     run = subprocess.Popen([TOOL, *map(str, command(query, folder / "out", "--shard", "1/100000"))])
-    # Linux counts this script's own memory too, which is small in the first test.
+    # Linux counts the memory of this script too. It is small, because this is the first test.
     _, status, usage = os.wait4(run.pid, 0)
     expect(status == 0 and (SANITIZED or usage.ru_maxrss < 100 << 10), "status and memory, KB", (status, usage.ru_maxrss))
 
@@ -57,7 +57,7 @@ def test_rows_are_those_of_a_file(folder):
 
 
 def test_shards(folder):
-    """Shards of rows whose order is settled are a single run; otherwise joining their reports says so."""
+    """Shards make the forms of a single run if the query orders its rows; otherwise --merge-reports says so."""
     for label, order, said in (("settled", "id", ""), ("not settled", "random()", "shards 1 and 2 of 3 read different rows")):
         query, reports = f"SELECT {COLUMNS} FROM people WHERE id % 3 > 0 ORDER BY {order}", [folder / f"{i}.json" for i in (1, 2, 3)]
         for i, report in enumerate(reports, 1):
@@ -100,7 +100,7 @@ def test_refusals(folder):
 
 
 def test_database_away_and_stopped(folder):
-    """A run that loses the database, and one that is asked to stop while the query works, are continued."""
+    """A run that loses the database can be continued, and so can one that is stopped while its query runs."""
     query = f"SELECT repeat('x', 2000) AS file, {COLUMNS[4:]} FROM people, generate_series(1, 15) n ORDER BY n, id"
     wanted = zforms(*command(query, folder / "whole")) and bytes_of(folder / "whole")
     run = subprocess.Popen([TOOL, *map(str, command(query, folder / "out", "--jobs", "1"))], stderr=subprocess.PIPE)

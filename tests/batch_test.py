@@ -76,7 +76,7 @@ def check_against_fill(form, folder, count, values=ODD_VALUES, options=()):
     zforms("batch", form, "--data", data, "--out", folder / "back", "--jobs", "2", *options)
     same("nor does the order of rows", list(reversed(bytes_of(folder / "back").values())) == list(made.values()), True)
     same("forms", len(made), len(rows))
-    # Wine takes longer to start than a form takes.
+    # Under Wine only every tenth row is compared: starting Wine takes longer than filling a form.
     for number, row in list(enumerate(rows, 1))[::10 if WINDOWS else 1]:
         single = folder / "row.json"
         single.write_text(json.dumps(row), encoding="utf-8")
@@ -152,7 +152,7 @@ JUDGED = [  # label, values, the expected message, the values exported afterward
 NONE = "the data contain no value: no field is filled"
 WITHOUT_VALUES = [  # data, the statuses of fill and batch, what both say
     ('{"adherent.pays": null}', [0, 0], NONE), ("{}", [0, 0], NONE), ("adherent.pays\n", [0, 0], NONE), ("[]", [0, 0], NONE), ("[1]", [2, 2], "object"),
-    ("[{}]", [0, 0], NONE), ('{"x": null}', [3, 3], '"x"'), ('{"": "A"}', [3, 3], "a value without a name"),
+    ("[{}]", [0, 0], NONE), ('{"x": null}', [3, 3], '"x"'), ('{"": "A"}', [3, 3], "a value has no field name"),
     ("5", [2, 2], "is a JSON value without a field name"), (" null\n", [2, 2], "is a JSON value without a field name"),
     ('""\n""\n', [0, 0], NONE), ("adherent.email\n\"\"\n", [0, 0], ""),
     ('{"adherent": {"nom": "A"}, "\\"": 1, "adherent.nom": "B"}', [2, 3],
@@ -225,8 +225,8 @@ def test_names(folder):
 
 
 def kill_until_done(first, then, out, allowed):
-    """Runs and kills the first command, then the others, each a little later than the one before. Checks that existing
-    files are always complete. Returns the number of kills."""
+    """Runs the command `first` and kills it, then runs and kills `then` again and again, each time a little later,
+    until it ends by itself. Checks that existing files are always complete. Returns the number of kills."""
     kills = 0
     for attempt in range(60):
         batch = subprocess.Popen([TOOL, *map(str, then if attempt else first)], stderr=subprocess.DEVNULL)
@@ -243,8 +243,8 @@ def kill_until_done(first, then, out, allowed):
 
 
 def test_killed_and_resumed(folder):
-    """After a kill at any time, existing forms are complete, and resuming makes the others; also when rows were
-    changed, or when a new start was killed."""
+    """After a kill at any time, existing forms are complete, and --resume makes the others. This also holds when rows
+    were changed, or when a run with --overwrite was killed."""
     out = folder / "killed"
     had = {}
     for how, town in (("--resume", "Sète"), ("--resume", "Agde"), ("--overwrite", "Agde"), ("--overwrite", "Lodève")):
@@ -294,7 +294,8 @@ def test_a_row_is_done_when_its_file_is(folder):
 
 
 def is_locked(path):
-    """As the system says; to try it would be to lock it. On Windows it is locked as soon as it exists."""
+    """Whether a process has locked the file, according to /proc: locking it here as a test could disturb the tool.
+    On Windows the file is locked as soon as it exists."""
     return path.exists() and (WINDOWS or f":{path.stat().st_ino} " in pathlib.Path("/proc/locks").read_text())
 
 
@@ -319,7 +320,7 @@ def test_one_batch_at_a_time(folder):
 
 
 HEADER = 100
-DAMAGES = [  # what happened to the record of the batch, a database
+DAMAGES = [  # how the record of the batch (a database) was damaged, and the damage
     ("cut", lambda record: record[:5000]),
     ("cut within its header", lambda record: record[:60]),
     ("overwritten", lambda record: record[:HEADER] + b"\7" * (len(record) - HEADER)),
@@ -348,7 +349,7 @@ def test_a_damaged_record(folder):
 
 
 def test_utf16(folder):
-    """UTF-16 as saved by spreadsheets; surrogate pairs cross the boundaries of the pieces in which it is read."""
+    """Reads UTF-16 as spreadsheets save it, also when a surrogate pair is split between two reads."""
     for encoding, mark in (("utf-16-le", b"\xff\xfe"), ("utf-16-be", b"\xfe\xff")):
         for padding in ("", "x"):
             text = padding + "\U0001F600" * 100000
@@ -361,7 +362,7 @@ def test_utf16(folder):
 
 
 def test_maps(folder):
-    """Columns of one rubric, a rubric of a file for all rows, a column with its rubric before its name."""
+    """Maps take values from columns of --rubric, from an INI file for all rows, and from columns "rubric.name"."""
     maps = folder / "maps.ini"
     maps.write_text("; who feeds what\n[adhésion]\nadherent.nom = personne.Nom\nadherent.prénom d'usage=surnom\n"
                     "adherent.ville=club.Ville\nadherent.email=autre.mail\nadherent.nulle=personne.x\n", encoding="cp1252")
@@ -380,7 +381,7 @@ def test_maps(folder):
 
 
 def test_a_damaged_form(folder):
-    """A damaged form is refused, and with --recover repaired once; each row is then appended to the repaired form."""
+    """A damaged form is refused. With --recover it is repaired once, and each row is an update of the repaired form."""
     damaged = folder / "damaged.pdf"
     damaged.write_bytes(SAMPLE.read_bytes().replace(b"startxref\n", b"startxref\n9"))
     data = table(folder / "rows.csv", ["adherent.nom"], [["Łoś"]])

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The whole way of a form through the page, driven in Chromium and in Firefox by reader/rounds.mjs: filled in, computed,
-printed, saved, found again, changed, downloaded. It is skipped unless both browsers are there.
+"""Fills in, computes, prints, saves, finds again, changes and downloads forms on the page, in Chromium and in Firefox,
+by reader/rounds.mjs. The test is skipped unless both browsers are installed.
 
 browsers_test.py [--browser NAME] [--corpus DIR] [CODE...]
 
@@ -21,8 +21,9 @@ from reader_test import PACKAGES, scripted
 
 BROWSERS = {"chrome": ("chromium",), "firefox": ("firefox-esr", "firefox")}
 
-# For each form: the values to type (a number presses that button of the field), what the page shows afterwards, values
-# that are stored in addition, and text to append to a field later; "said" if a script fails.
+# For each form: the values to type (a number clicks the button of the field with this index), the values that the page
+# then shows, other values that are stored, and a text to append to a field later. "said" is a part of the message of
+# the page when a script fails.
 ROUNDS = {
     "membership_form": {
         "typed": {"adherent.nom": "Lebœuf", "adherent.prenom": "Zoé", "adherent.naissance": "14071989", "formule": 2,

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the scripts of a form compute, check and format is done by fill and batch, and seen by other readers."""
+"""fill and batch compute, check and format values as the scripts of a form say, and other readers see the results."""
 
 import json
 import shutil
@@ -9,7 +9,7 @@ from tool_case import Name, Text, expect, run_tests, same, zforms
 from form_writer import READ_ONLY, Form
 
 MONEY = "AFNumber_Format(2, 2, 0, 0, ' EUR', false);"
-FIELDS = (  # name, value, scripts; in the order of the form, while sums are computed in the order of "/CO"
+FIELDS = (  # name, value, scripts; in the order of the form; sums are computed in the order of "/CO"
     ("total", "", {"C": "AFSimple_Calculate('SUM', ['net', 'tax', 'lines']);", "F": MONEY}),
     ("net", "", {"F": MONEY}),
     ("tax", "", {"C": "/** BVCALC net * 0.2 EVCALC **/ event.value = AFMakeNumber(getField('net').value) * 0.2;", "F": MONEY}),

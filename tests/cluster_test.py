@@ -2,7 +2,7 @@
 """The recipes for several machines (packaging/cluster): a Slurm of one controller and two nodes on this machine, GNU
 parallel, and the manifest for Kubernetes as text.
 
-cluster_test.py [ROWS [TASKS]]   runs the Slurm recipe by itself, with so many rows, and prints how long it took
+cluster_test.py [ROWS [TASKS]]   runs only the Slurm recipe with this many rows and tasks, and prints how long it took
 """
 
 import getpass
@@ -22,7 +22,7 @@ from shard_test import people, single_run
 from tool_case import ROOT, SANITIZED, SKIPPED, TOOL, expect, failures, run_tests, same, skip
 
 CLUSTER = ROOT / "packaging/cluster"
-PATIENCE = 300  # seconds; only a fault takes so long
+PATIENCE = 300  # seconds; only a fault takes this long
 os.environ["PATH"] += ":/usr/sbin:/sbin"
 
 CONFIGURATION = """
@@ -96,7 +96,7 @@ def free_ports(count):
 
 
 class Slurm:
-    """A cluster of two nodes on this machine, with all that it keeps in a folder; ended by the with statement."""
+    """A Slurm cluster of two nodes on this machine, with all its files in a folder; the with statement ends it."""
 
     def __init__(self, folder):
         self.folder, self.processes = folder, []
@@ -186,7 +186,7 @@ def test_parallel(folder):
 
 
 def test_kubernetes_manifest(folder):
-    """The manifest as text: what must agree agrees, and its command is one that the program takes."""
+    """Without Kubernetes: checks that the numbers in the manifest agree, and that the tool accepts its command."""
     lines = [line.split(" #")[0].rstrip() for line in (CLUSTER / "kubernetes_batch.yaml").read_text().splitlines()]
     values = {line.split(":")[0].strip(" -"): line.split(":", 1)[1].strip(' "') for line in lines if ":" in line}
     same("indexed", (values["completionMode"], values["restartPolicy"], values["completions"]), ("Indexed", "Never", values["value"]))
@@ -205,7 +205,7 @@ def test_kubernetes_manifest(folder):
 
 
 def measure(rows, tasks):
-    """Runs the Slurm recipe alone and prints its figures."""
+    """Runs only the Slurm recipe, and prints the times of a single run and of the tasks."""
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         data, out = people(folder, rows), folder / "out"

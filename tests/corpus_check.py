@@ -4,11 +4,10 @@ other readers.
 
 The folder (ZFORMS_CORPUS, else shared/corpus beside the repository) holds INDEX.tsv, one line a file, and
 truth.jsonl, one form a line. Without it the check is skipped (exit 77). For every file: `fields` agrees with the
-truth; `fill` leaves the bytes read as a prefix, and qpdf and MuPDF read every value back; a form's own export given
-back changes nothing;
-`rewrite` and `permissions` give files that hold the same objects and that qpdf, MuPDF and poppler open. Damaged files,
-and those whose password is not known, end in one clear line; with `--recover` what is made of a damaged
-file is a sound one.
+truth; `fill` appends to the bytes of the file, and qpdf and MuPDF read every value back; filling a form with its own
+export changes nothing; `rewrite` and `permissions` write files with the same objects, which qpdf, MuPDF and poppler
+open. For damaged files, and files whose password is not known, the tool prints one message; with `--recover` it
+writes a file without damage.
 """
 
 import argparse
@@ -117,12 +116,12 @@ class Check:
             self.problem(step, f"the message is not one line that names the file: {lines[:3]}")
 
     def force(self):
-        """What `rewrite` needs to write a signed document."""
+        """The option that `rewrite` needs for a signed document."""
         return ["--force"] if "signatures" in self.tool("check", "check", self.path).out.decode("utf-8", "replace") else []
 
     def recover(self):
-        """A file that opens with --recover is saved as one that opens without, with the pages that other readers find.
-        """
+        """A file that opens with --recover is saved as a file that opens without it, with the pages that other readers
+        find."""
         self.steps.append("recover")
         out = self.folder / "recover.pdf"
         done = self.tool("recover", "rewrite", self.path, "--recover", "-o", out)
@@ -200,7 +199,7 @@ class Check:
                 self.problem("fill", f"{name!r} reads {said!r} by MuPDF, not {value!r}")
 
     def round_trip(self):
-        """The form's own values, in every format, change nothing, filled alone or as a table."""
+        """Filling the form with its own exported values changes nothing, in every format, with fill and with batch."""
         if not any(field["listed"] for field in self.said):
             return
         for kind in ("xfdf", "fdf", "json", "csv", "jsonl"):
@@ -270,7 +269,7 @@ class Check:
 
 
 def drop_usage_rights(objects):
-    """Removes the entries from the catalog that a change invalidates (ISO 32000-1 12.8.2.3)."""
+    """Removes the usage rights from the catalog, which a change invalidates (ISO 32000-1 12.8.2.3)."""
     catalog = objects.get(objects.trailer, "/Root")
     perms = objects.get(catalog, "/Perms")
     if isinstance(perms, dict) and not perms.keys() - {"/UR3", "/UR"}:
@@ -369,7 +368,7 @@ def check_file(options, row, truth, kind=Check):
         check = kind(options, row, truth, folder)
         try:
             check.run()
-        except Exception as error:  # a fault of the check itself must not count as agreement
+        except Exception as error:  # an error in the check itself must not count as success
             check.problem("check", f"{type(error).__name__}: {error}")
         return check.result()
 
@@ -388,7 +387,7 @@ def explain(results, allowed):
 
 
 def summary(results):
-    """Of each step how many files are right, by the classes of the index."""
+    """Prints for each class of the index how many files are right in each step."""
     for kind in dict.fromkeys(r["class"] for r in results):
         rows = [r for r in results if r["class"] == kind]
         ran = collections.Counter(step for r in rows for step in r["steps"])

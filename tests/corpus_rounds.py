@@ -1,7 +1,8 @@
 """Real forms for browsers_test.py: what is typed into them, and what their scripts must make of it.
 
-No form computes what its lines ask for ("Add lines 4 and 5"), so SUMS adds this to a copy of ten, in the order of the lines;
-the results are computed by hand. How they are shown is up to the scripts of the form."""
+No form has scripts that compute what its lines ask for ("Add lines 4 and 5"). So SUMS adds such scripts to copies of
+ten forms, in the order of the lines, and has the results, computed by hand. The scripts of the form decide how they are
+shown."""
 
 import json
 import re
@@ -9,8 +10,8 @@ import subprocess
 
 from tool_case import zforms
 
-# By file: what is typed, the computed fields with their formulas, and for these: the value, and the shown text. A formula is
-# a kind of AFSimple_Calculate with its fields, or one in simplified field notation.
+# For each file: what is typed; and for each computed field its formula, its value and the text that is shown. A formula
+# is a function of AFSimple_Calculate with its fields, or has simplified field notation.
 SUMS = {
     "pdf2json__F8846": ({"L1": "1234.5", "L2": "0.25", "L4": "100", "L5": "50.5"}, {
         "L3": ("L1 - L2", "1234.25", "1,234.25"), "SUBTOT2": ("SUM L4 L5", "150.5", "150.50")}),
@@ -38,17 +39,18 @@ SUMS = {
         "L4": ("SUM L1A L2 L3", "2050", "2,050"), "SUBTOT1": ("QDIV / L4", "0.2", "20.000%")}),
 }
 
-# What is stored where a script makes something else of the text, or where its format has no room, and what is told when the form lacks the functions that it calls.
+# For forms whose scripts do more: the values that are stored when a script changes the text or its format is too long
+# for the field, and a part of the message of the page when a script calls functions that the form lacks.
 SCRIPTED = {"pdf2json__A1040": ({"TPDOD": "7/4/2013"}, ""), "pdf2json__ia_scr_1040": ({"ZIP": "123450000"}, "SPLASTNAME")}
 
-# Into these is typed what their own scripts, named in TYPED, say, and some text.
+# Other forms. The texts for fields with scripts are those of TYPED; fields without scripts get some text.
 OTHERS = [f"pdf2json__{name}" for name in (
     "A1040", "DCSCHH", "DCSCHNS", "F46842", "F8833", "F8863P2", "FSCHSELS", "ND1CR", "F2210", "SE", "VASCR", "ia_scr_1040",
     "ia_scr_4136", "OR40")] + [
     "vita-min__az301-TY2024", "pdf-lib__with_update_sections", "vita-min__f13614c-TY2024", "vita-min__nj_additional_dependents",
     "pdffiller__2018-2019_Acceptance", "pdffiller-script__f1040"]
 
-TYPED = {  # by the script for the format: what is typed, shown, stored
+TYPED = {  # for each format script: the text that is typed, shown, stored
     'AFNumber_Format(2, 0, 0, 0, "", true)': ("1234.5", "1,234.50", "1234.5"),
     'AFNumber_Format(0, 0, 0, 0, "", true)': ("1234", "1,234", "1234"),
     'AFNumber_Format(0, 1, 0, 0, "", true)': ("1234", "1234", "1234"),
@@ -63,7 +65,7 @@ READ_ONLY, REQUIRED, PASSWORD = 1, 2, 1 << 13
 
 
 class Objects:
-    """The objects of a form, as qpdf gives and takes them."""
+    """The objects of a form, in the JSON format of qpdf, and changes to them."""
 
     def __init__(self, path):
         self.header, self.all = json.loads(qpdf("--json=2", "--json-key=qpdf", path))["qpdf"]
@@ -100,7 +102,7 @@ def qpdf(*arguments):
 
 def add_sums(source, computed, target):
     plain = target.with_suffix(".plain")
-    # Changes do not reach objects in object streams.
+    # Removes object streams, because qpdf does not change the objects in them.
     qpdf("--object-streams=disable", source, plain)
     objects, fields = Objects(plain), fields_of(plain)
     order = []
@@ -124,14 +126,15 @@ def fields_of(path):
 
 
 def again_of(typed):
-    """A change at the end of a field; a number stays what it is."""
+    """(name, text to append): a field with free text, else one with a number, whose value does not change."""
     free = [name for name, text in typed.items() if text == TEXTS[0]]
     name = free[0] if free else next((name for name, text in typed.items() if re.fullmatch(r"-?[\d.]+", text) and len(text) < 9))
     return (name, " x") if free else (name, "0" if "." in typed[name] else ".0")
 
 
 def round_of_scripts(source):
-    """One field for each script of TYPED, and some without scripts, on the first page that has any."""
+    """What to type: one field for each script of TYPED and a few without scripts, on the first page with usable fields,
+    and all required fields."""
     objects, fields = Objects(source), fields_of(source)
     names = [one["name"] for one in fields]
     usable = [one for one in fields if one["type"] == "text" and one["listed"] and one["widgets"] == 1 and names.count(one["name"]) == 1
@@ -158,7 +161,7 @@ def round_of_scripts(source):
 
 
 def rounds_of(corpus, templates):
-    """Puts the forms into the folder of templates; by code what browsers_test.py wants."""
+    """Puts the forms into the folder of templates; returns the rounds of browsers_test.py, by form code."""
     rounds = {}
     for code in [*SUMS, *OTHERS]:
         source, copy = corpus / f"{code}.pdf", templates / f"{code}.tmp"
@@ -185,7 +188,7 @@ def rounds_of(corpus, templates):
 
 
 def check_on_terminal(code, form, typed, results):
-    """What fill computes."""
+    """Prints whether fill computes the same results."""
     data, filled = form.with_suffix(".json"), form.with_suffix(".filled")
     data.write_text(json.dumps(typed))
     zforms("fill", form, data, "-o", filled)

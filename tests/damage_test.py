@@ -10,7 +10,7 @@ import time
 from tool_case import SAMPLES, TOOL, expect, run_tests, same, zforms
 
 FORM, DATA = SAMPLES / "membership_form.pdf", SAMPLES / "membership_form.xfdf"
-# In the field of object 14, by bytes of the same number: the old bytes, the new bytes, the warning.
+# Damage in the field of object 14, which keeps the length of the file: label, old bytes, new bytes, warning.
 DAMAGE = [
     ("a stray parenthesis", b"[140 687 340 704]", b"[140 6) 340 704 ]", '")" is unexpected here'),
     ("an array left open", b"[140 687 340 704]", b"[140 687 340 704 ", "an array is not closed"),
@@ -41,7 +41,7 @@ def test_damage_is_told(folder):
             expect(b"WARNING" in peer.stderr, f"{what}: qpdf", peer.stderr)
 
 def test_file_cut_short_while_read(folder):
-    """A large form is mapped. It becomes shorter while the tool waits for the data."""
+    """A large form is mapped into memory, and truncated while the tool waits for the data."""
     form, out = folder / "large.pdf", folder / "out.pdf"
     whole = FORM.read_bytes()
     at = whole.rindex(b"startxref")

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""The documentation: the guide runs as it stands, from the tool, Python, C and C++; Doxygen gets the comments of headers where
-they belong; links that lead nowhere are found; the names in the pages on formats are those of the databases."""
+"""The documentation: the guide's examples for the tool, Python, C and C++ run unchanged; Doxygen assigns each comment
+of a header to the right declaration; broken links are found; the pages on formats name the tables and columns as the
+databases do."""
 
 import os
 import pathlib
@@ -20,7 +21,7 @@ BUILD = pathlib.Path(TOOL).resolve().parent.parent
 
 
 def steps_of(page):
-    """The programs of the page: the language and the text of each fenced block."""
+    """(language, text) of each fenced block of the page."""
     return re.findall(r"^```(\w+)\n(.*?)^```$", (ROOT / page).read_text(encoding="utf-8"), re.M | re.S)
 
 
@@ -107,7 +108,7 @@ def test_formats(folder):
 
 
 def test_site(folder):
-    """All pages, and the reference without a warning of Doxygen."""
+    """The site has all pages, and Doxygen makes the reference without a warning."""
     python = "/usr/bin/python3"  # has the packages of Debian
     if SANITIZED:
         return

@@ -10,7 +10,7 @@ from tool_case import SAMPLES, Name, Text, expect, restricted_form, run_tests, s
 
 FORM = SAMPLES / "membership_form.pdf"
 DEJAVU = pathlib.Path("/usr/share/fonts/truetype/dejavu")
-VALUES = {  # in one direction, so that readers agree on the order
+VALUES = {  # only left to right, so that readers agree on the order
     "adherent.nom": "LEBŒUF d’Été",
     "adherent.prenom": "Ελληνικά",
     "adherent.ville": "Москва Łódź",
@@ -22,7 +22,7 @@ SEEN = ["LEBŒUF d’Été", "Ελληνικά", "Москва Łódź", "12, ru
 
 
 def page_texts(path):
-    """The text of the first page by each reader."""
+    """(reader, its text of the first page) for each installed reader."""
     for program, command in (("mutool", ["mutool", "draw", "-q", "-F", "txt", path, "1"]),
                              ("pdftotext", ["pdftotext", "-l", "1", path, "-"])):
         if shutil.which(program):
@@ -32,14 +32,14 @@ def page_texts(path):
 
 
 def fill(folder, values, *options, form=FORM, name="filled.pdf"):
-    """(the filled form, exit status, messages)"""
+    """Fills the form; returns (path of the filled form, exit status, messages)."""
     (folder / "data.json").write_text(json.dumps(values))
     status, _, err = zforms("fill", form, folder / "data.json", "-o", folder / name, *options)
     return folder / name, status, err
 
 
 def test_values_are_seen(folder):
-    """Filled and drawn in one step and in two."""
+    """Readers find the values, drawn by fill itself or by draw afterwards."""
     blank, at_once, drawn = fill(folder, VALUES, "--draw", "no")[0], fill(folder, VALUES, name="1.pdf")[0], folder / "2.pdf"
     same("draw", zforms("draw", blank, "-o", drawn)[0], 0)
     for form, before in ((at_once, FORM.read_bytes()), (drawn, blank.read_bytes())):
@@ -68,7 +68,7 @@ def test_drawing_again_adds_what_changed(folder):
     for form, source, target in (("filled", fill(folder, VALUES)[0], once), ("drawn", once, twice)):
         same(f"draw a form that is {form}", zforms("draw", source, "-o", target)[0], 0)
     same("drawn twice", twice.read_bytes(), once.read_bytes())
-    # The first name has letters of the former one alone, the second a letter that its subset lacks.
+    # The first name has only letters of the former one; the second has a letter that its subset lacks.
     for name, subsets, objects in (("Ελλην", 0, 2), ("Ελλάς", 1, 8)):
         fill(folder, {"adherent.prenom": name}, form=once, name=filled.name)
         added = filled.read_bytes()[once.stat().st_size:]

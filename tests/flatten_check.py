@@ -3,9 +3,9 @@
 those of other readers.
 
 The folder is that of corpus_check.py; without it the check is skipped (exit 77). Each form is filled, drawn and then
-flattened: the flattened file begins with the bytes of the drawn one, has no field and no widget, and the same other
-annotations; the content streams of each page are the former ones between two new ones; qpdf finds no new fault; MuPDF
-draws the same picture of each page, and poppler finds the same characters.
+flattened. The flattened file begins with the bytes of the drawn one. It has no field and no widget, and the same other
+annotations. The content streams of each page are those from before, between two new ones. qpdf finds no new fault,
+MuPDF draws the same picture of each page, and poppler finds the same characters.
 """
 
 import concurrent.futures
@@ -20,7 +20,7 @@ import peers
 
 PAGES = 12  # how many pages of each file are compared
 DPI = 40
-# A pixel differs when its gray does by more than this, of 255.
+# Two pixels differ when their gray levels (0 to 255) do by more than this.
 LEAST_CHANGE = 80
 MOST_PIXELS = 3
 # Differences that are correct: file -> [(how the difference begins, why), ...].
@@ -37,7 +37,7 @@ ALLOWED = {
 
 
 def annotations(objects, page):
-    """The kinds of the annotations of a page, and the references of those that are no widgets."""
+    """The references of the annotations of a page that are not widgets, and the number of widgets."""
     found = objects.get(page, "/Annots")
     found = found if isinstance(found, list) else []
     kinds = [(objects.get(objects.get(one), "/Subtype"), one) for one in found]
@@ -88,7 +88,7 @@ class Check(corpus_check.Check):
         self.compare_pictures(drawn, flat)
 
     def prepare(self, drawn):
-        """Fills what can be filled, and draws. False for a file without a form that can be read."""
+        """Fills and draws the form. Returns False for a file without a readable form."""
         listed = self.tool("fields", self.path, "--json")
         if listed.status not in (0, 3):
             return False

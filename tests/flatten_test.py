@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What zforms flattens is part of the page: other readers find the values in its text, and no form."""
+"""After zforms flatten, other readers find the values in the text of the page, and no form."""
 
 import json
 import shutil

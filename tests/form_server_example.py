@@ -13,8 +13,7 @@ import time
 
 
 def show(program, folder, scratch):
-    """The name and first bytes of the file that the example opens on a desktop; a script replaces the desktop's opener.
-    """
+    """The name and first bytes of the file that the example opens. A script replaces xdg-open of the desktop."""
     opener = scratch / "xdg-open"
     opener.write_text('#!/bin/sh\ncp "$1" "$0.copy" && basename "$1" > "$0.new" && mv "$0.new" "$0.name"\n')
     opener.chmod(0o755)
@@ -46,7 +45,7 @@ def main(program, folder):
             answers.append((answer.status, answer.headers["Content-Location"].rpartition("=")[2], answer.read()[:5]))
             connection.close()
         said += process.communicate("", timeout=60)[0]
-        # The example in C leaves the showing to its host.
+        # The example in C opens no file: it leaves this to its host.
         in_c = pathlib.Path(program).name.startswith("c_")
         shown = ("°_membership_form.pdf", b"%PDF-") if in_c else show(program, folder, pathlib.Path(scratch))
     print(said, answers, shown)

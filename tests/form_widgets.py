@@ -12,7 +12,7 @@ MAX_DEPTH = 60
 @dataclasses.dataclass
 class Page:
     number: int  # from 1
-    box: tuple  # what is shown of it, in points
+    box: tuple  # the visible part of the page, in points
     rotate: int  # clockwise
 
     def size(self):
@@ -20,13 +20,13 @@ class Page:
         return (height, width) if self.rotate % 180 else (width, height)
 
     def point(self, x, y):
-        """A point of the page's space as viewers show it: from the upper left corner, down."""
+        """The place of a point on the rotated page that viewers show: x right and y down from the upper left corner."""
         x, y = x - self.box[0], y - self.box[1]
         width, height = self.box[2] - self.box[0], self.box[3] - self.box[1]
         return {0: (x, height - y), 90: (y, x), 180: (width - x, y), 270: (height - y, width - x)}[self.rotate]
 
     def shown(self, rect):
-        """The part of a rectangle that is seen, as (left, top, right, bottom), or None."""
+        """The visible part of a rectangle, as (left, top, right, bottom); None when it is smaller than 1 point."""
         one, other = self.point(rect[0], rect[1]), self.point(rect[2], rect[3])
         size = self.size()
         left, right = (min(max(x, 0), size[0]) for x in sorted((one[0], other[0])))
@@ -53,7 +53,7 @@ class Widget:
         return f"{self.kind} {self.name!r} ({self.ref}, page {self.page.number}, {self.text()[:20]!r})"
 
     def text(self):
-        """What a viewer shows: the value, of choices the option that has it."""
+        """The text that a viewer shows: the value, or for choice fields the text of the option that has this value."""
         value = self.value[0] if isinstance(self.value, list) and self.value else self.value
         if not isinstance(value, str):
             return ""
@@ -62,7 +62,7 @@ class Widget:
 
 
 def numbers(objects, value, count):
-    """An array of that many numbers, or None."""
+    """The elements of an array of `count` numbers; None for any other value."""
     value = objects.get(value)
     found = [objects.get(one) for one in value] if isinstance(value, list) else []
     good = len(found) == count and all(isinstance(one, (int, float)) for one in found)
@@ -115,7 +115,7 @@ def field_of(objects, widget):
 
 
 def visible_widgets(objects):
-    """The widgets of fields that viewers show, each at its place."""
+    """The widgets that viewers show, each with the places where it can be."""
     found, seen = [], set()
     for page, node in pages(objects):
         annotations = objects.get(node, "/Annots")
@@ -139,7 +139,7 @@ def visible_widgets(objects):
 
 
 def overlap(one, other):
-    """Whether two widgets share ground, by more than their borders."""
+    """Whether two widgets overlap by more than 1 point in both directions, so not only with their borders."""
     a, b = one.areas[0], other.areas[0]
     return one.page.number == other.page.number and (
         min(a[2], b[2]) - max(a[0], b[0]) > 1 and min(a[3], b[3]) - max(a[1], b[1]) > 1)

@@ -1,4 +1,4 @@
-# Installs the build, then builds and runs examples/ and tests/host_program/ against the installed package alone,
+# Installs the build, then builds and runs examples/ and tests/host_program/ against only the installed package,
 # as a host's developer would.
 #
 # cmake -DBUILD_DIR= -DSOURCE_DIR= -DWORK_DIR= -DCXX_COMPILER= -DC_COMPILER= -DGENERATOR= -DCXX_FLAGS= -DPYTHON= -P installed_package.cmake

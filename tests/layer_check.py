@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Checks that the sources keep to the rooms of docs/architecture.md.
+"""Checks that the sources follow the rules of docs/architecture.md for its rooms (folders of sources).
 
 layer_check.py [ROOT]        checks a tree (by default the one that holds this script)
 layer_check.py --self-test   checks the checker, on small trees made to break each rule
 
 What is checked: a file includes only its own room and the rooms that it may know; no include cycle; no room
 with more than 25 units (a header with its sources is one unit); third-party headers only where they belong;
-quoted includes name a file from the root; a source includes its own header first; operating systems are told
-apart by file, not by #ifdef.
+quoted includes name a file from the root; a source includes its own header first; code for one operating
+system is in a file of its own, not in #ifdef.
 """
 
 import fnmatch
@@ -17,8 +17,8 @@ import sys
 import tempfile
 from pathlib import Path
 
-# Each room with the rooms that it may include, and through these the rooms that they may include. A room can list only
-# rooms above it in this table, so there is no cycle among rooms.
+# For each room the rooms that it may include; it may also include whatever these may include. A room can list only
+# rooms above it in this table, so that there is no cycle among rooms.
 ROOMS = {
     "zforms/platform/base": [],
     "zforms/platform/text": ["zforms/platform/base"],
@@ -53,7 +53,7 @@ ROOMS = {
     "tool/pages": ["tool/office"],
     "tool/cli": ["tool/batch", "tool/pages"],
 }
-# Not rooms of the product: these may include everything.
+# Folders that are not rooms of the product; they may include everything.
 AROUND = ["tests", "bench", "fuzz", "examples"]
 MOST_UNITS = 25
 
@@ -92,7 +92,7 @@ def matches(name, patterns):
 
 
 def room_of(name):
-    """The room of a file: its folder, or the top folder for tests and the like; None for other files."""
+    """The room of a file: its folder, or the top folder if that is in AROUND; None for other files."""
     folder = name.rpartition("/")[0]
     top = folder.split("/")[0]
     return folder if folder in ROOMS else top if top in AROUND else None
@@ -112,7 +112,7 @@ def known_by(room):
 
 
 def unit_of(name):
-    """A header, its source and the sources for one system each are one unit."""
+    """The unit of a file. A header, its source and its sources for one system are one unit."""
     return re.sub(r"(_posix|_win32)?\.[a-z]+$", "", name)
 
 
@@ -166,7 +166,7 @@ def check_file(name, lines, tree):
 
 
 def find_cycles(tree):
-    """One message, for one of the circles."""
+    """A message for one include cycle, if there is any."""
     known_by_name = {name: [to for _, to, _ in includes_of(lines) if to in tree] for name, lines in tree.items()}
     try:
         graphlib.TopologicalSorter(known_by_name).prepare()
@@ -175,7 +175,7 @@ def find_cycles(tree):
 
 
 def find_order_faults(rooms):
-    """Rooms that list a later room, or one that is not in the table."""
+    """Messages for rooms that list a room that is not above them in the table."""
     above = set()
     for room, knows in rooms.items():
         for other in knows:

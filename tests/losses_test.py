@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Messages about damaged files, and refusals: `rewrite` and `check` report the same, each message about damage names
---recover, and pages and form lose nothing unless that is forced."""
+"""Messages about damaged files: `rewrite` and `check` report the same, and name --recover when there is damage.
+Commands write nothing when a part of the pages or the form would be lost, unless --force is given."""
 
 
 from tool_case import SAMPLES, run_tests, expect, same, zforms
 
 SAMPLE = (SAMPLES / "membership_form.pdf").read_bytes()
-# The entry of object 110, the content of the page.
+# The cross-reference entry of object 110, the content stream of the page. It is the last one of the table.
 ENTRY = SAMPLE[SAMPLE.index(b"\ntrailer") - 19:][:18]
 ADVICE = "the file is damaged; --recover may find more of it"
 CONTENT = SAMPLE[:SAMPLE.rindex(b"\nendstream")].rsplit(b"stream\n", 1)[1]
@@ -64,7 +64,7 @@ def test_rewrite(folder):
 
 
 def test_recover(folder):
-    """The page that the loop hides is recovered; permanent losses are still refused."""
+    """--recover finds the page that a loop in the page tree hides. Losses that it cannot repair are still refused."""
     out = folder / "out.pdf"
     data = folder / "data.jsonl"
     data.write_text('{"adherent.nom": "A"}\n')

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The bill of materials: each library that the program and the library are linked with is in it, and it is sound SPDX."""
+"""The bill of materials is valid SPDX, and lists each library that the program or libzforms is linked with."""
 
 import json
 import pathlib

@@ -76,7 +76,7 @@ def test_pages_are_those_of_single_forms(folder):
         same("qpdf", peers.qpdf_check(path), (0, 0))
         text = objects_of(path)
         same("nothing is left to fill in", (b"/AcroForm" in text, b"/Widget" in text), (False, False))
-        # The text of the template is in the file once, and so are fonts: some subsets for the names.
+        # The page content of the form is in the file only once. So is each font; the names need a few subsets of them.
         expect(len(first) / len(rows) < 0.3 * len(singles[0].read_bytes()), "what rows share", len(first))
     same("our own check", zforms("check", path)[0], 0)
 
@@ -117,7 +117,7 @@ def test_refused(folder):
 
 
 def test_memory(folder):
-    """A row costs no memory that stays; so the limit for ten times as many rows is that of a few."""
+    """Rows keep no memory after they are written: ten times as many rows need hardly more memory."""
     if SANITIZED or WINDOWS:
         return
     peaks = []

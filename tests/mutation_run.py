@@ -5,7 +5,7 @@ mutation_run.py [--only TEXT] [--jobs N] [--list]
 
 The changes are in mutations.txt. Each is made in a copy of the tree (build/mutation), which is built and tested: the
 unit tests of the changed folder, all unit tests, then those of the tool. The run fails when fewer than 95 of 100 changes
-are noticed, or when one no longer fits the code. Where there is ccache, the copy takes what the tree has built.
+are noticed, or when one no longer fits the code. With ccache, the copy uses the objects that were built for the tree.
 """
 
 import argparse
@@ -19,7 +19,7 @@ COPY = ROOT / "build/mutation"
 LEAST_NOTICED = 0.95
 TIMED_OUT = -1000
 TOOL_TESTS = "tool_data_test|batch_test|change_rules_test|losses_test|damage_test|refusals_test|serve_test|fuzz_corpus"
-# The suites that are run first, by the beginning of the file's name.
+# The test suites that are run first, for changed files in this folder.
 SUITES = {"zforms/platform/http": "ZHTTP*:HTTP*", "zforms/server": "FormServer*:XFDFBuilder*:TemplateStorage*"}
 QUICK_SUITES = "-ZHTTPServer*:FormServer*"
 
@@ -35,7 +35,7 @@ def read_changes():
 
 
 def update_copy():
-    """Copies what has changed since, so that little is built again; uses the npm packages of the tree."""
+    """Copies the files that differ from the copy, so that little has to be built again. Links the npm packages."""
     (COPY / "build").mkdir(parents=True, exist_ok=True)
     if not (COPY / "build/npm").exists():
         (COPY / "build/npm").symlink_to(ROOT / "build/npm")
@@ -62,7 +62,7 @@ def run(*command, seconds=3600):
 
 
 def noticed_by(name, jobs):
-    """Which tests object to the copy; "" if none does."""
+    """The first suite that fails for the changed copy; "" if none does."""
     if run("cmake", "--build", "--preset", "dev", "--parallel", jobs, "--target", "zforms_tests"):
         return "the compiler"
     suites = next((suites for folder, suites in SUITES.items() if name.startswith(folder)), QUICK_SUITES)

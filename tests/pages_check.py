@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The manual pages and the completions have every command and every option that --help shows; man, bash, zsh and fish
-take them, as far as they are installed."""
+"""The manual pages and the completions have every command and every option that --help shows. man, bash, zsh and fish
+accept them; programs that are not installed are left out."""
 
 import os
 import re
@@ -11,7 +11,7 @@ from tool_case import expect, run_tests, same, zforms
 
 
 def commands():
-    """{command: the names of its options}, from its help; "" is the program."""
+    """{command: the names of its options}, from its help; the key "" has the options of the program itself."""
     listing = zforms("--help")[1].partition("Subcommands:")[2].partition("Examples:")[0]
     found = {"": options_of(zforms("--help")[1])}
     for name in re.findall(r"^  ([a-z]+)\s", listing, re.M):
@@ -30,7 +30,7 @@ def run(*command, **more):
 
 
 def complete(folder, *words):
-    """What bash completes after the words, of which the last is begun."""
+    """The words that bash offers as completions of the last word."""
     script = 'source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _zforms; echo "${COMPREPLY[@]}"'
     return set(run("bash", "-c", script, folder / "bash/zforms", "zforms", *words)[1].split())
 

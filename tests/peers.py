@@ -28,7 +28,7 @@ PDF_DOC = dict(zip(list(range(0x18, 0x20)) + list(range(0x80, 0x9F)) + [0xA0],
 
 
 def run(*command, stdin=None, timeout=None):
-    """Runs a program; a negative status is a signal, 'timeout' one that did not end."""
+    """Runs a program. A negative status is the signal that ended it; 'timeout' means that it did not end in time."""
     start = time.monotonic()
     try:
         done = subprocess.run([os.fspath(c) for c in command], input=stdin, stdout=subprocess.PIPE,
@@ -40,12 +40,12 @@ def run(*command, stdin=None, timeout=None):
 
 
 def plain(text):
-    """A value as every reader gives it: line ends unified."""
+    """A value with line feeds as line ends, as every reader here gives it."""
     return text.replace("\r\n", "\n").replace("\r", "\n")
 
 
 def name_text(name):
-    """The text of a name as qpdf's JSON holds it: UTF-8 where that is what its bytes are, else PDFDocEncoding."""
+    """The text of a name from qpdf's JSON: its bytes are decoded as UTF-8 if they are valid, else as PDFDocEncoding."""
     raw = name[1:].encode("utf-8", "surrogateescape")
     try:
         return raw.decode("utf-8")
@@ -181,7 +181,7 @@ def field_type(form_type, flags):
 
 
 def object_differences(before, after):
-    """How the objects of two files differ; null is absence.
+    """How the objects of two files differ. A null value counts as absent.
 
     Ignores what describes the file rather than the document: encryption dictionaries, stream lengths, and
     cross-reference streams, which are never encrypted (ISO 32000-1, 7.5.8.2). Also ignores objects without references
@@ -208,7 +208,7 @@ def object_differences(before, after):
 
 
 def difference(before, after):
-    """Where two values differ first, in a line."""
+    """Describes the first difference between two values, in one line."""
     if isinstance(before, dict) and isinstance(after, dict):
         for key in sorted(set(before) | set(after)):
             if before.get(key) != after.get(key):
@@ -219,7 +219,7 @@ def difference(before, after):
 
 
 def by_name(fields):
-    """Full name to the values of the fields of that name."""
+    """{full name: the values of all fields with this name}."""
     found = collections.defaultdict(list)
     for field in fields:
         found[field["name"]].append(field["value"])
@@ -269,12 +269,12 @@ print("pages", doc.countPages());
 
 
 def mutool_values(path, password=""):
-    """Full name to values as MuPDF reads them; raises ValueError when it cannot open the file."""
+    """{full name: values} as MuPDF reads them; raises ValueError when it cannot open the file."""
     with tempfile.NamedTemporaryFile("w", suffix=".js") as script:
         script.write(MUTOOL_SCRIPT)
         script.flush()
         done = run("mutool", "run", script.name, path, password)
-    # The bytes of a name are not always UTF-8.
+    # Bytes that are not UTF-8 are decoded as PDFDocEncoding: names may have them.
     text = "".join(PDF_DOC.get(ord(c) - 0xDC00, chr(ord(c) - 0xDC00)) if 0xDC80 <= ord(c) <= 0xDCFF else c
                    for c in done.out.decode("utf-8", "surrogateescape"))
     lines = text.splitlines()
@@ -308,13 +308,13 @@ def has_pdfjs():
 
 
 def pdfjs_values(path, password=""):
-    """Full name to values as pdf.js reads them; raises ValueError when it cannot open the file."""
+    """{full name: values} as pdf.js reads them; raises ValueError when it cannot open the file."""
     done = run("node", pathlib.Path(__file__).with_name("viewers") / "pdfjs_values.mjs", PDFJS, path, password)
     if done.status != 0:
         raise ValueError(f"pdf.js cannot read it: {done.err.decode('utf-8', 'replace').strip().splitlines()[-1:]}")
     found = collections.defaultdict(list)
     for name, value in json.loads(done.out):
-        # It gives the chosen options of a list as one.
+        # The value of a list box is a list of the selected options.
         for one in value if isinstance(value, list) else [value]:
             found[name].append(plain(one) if isinstance(one, str) else "")
     return dict(found)
@@ -328,8 +328,8 @@ def poppler_pages(path, password=""):
 
 
 def pdftk_values(path, passwords=("",)):
-    """Maps full names to values as dumped by pdftk, without fields that have no value; pdftk needs the owner password.
-    """
+    """{full name: values} as dumped by pdftk, without fields that have no value. `passwords` are tried in turn; pdftk
+    needs the owner password."""
     for password in passwords:
         done = run("pdftk", path, *(["input_pw", password] if password else []), "dump_data_fields_utf8")
         if done.status == 0:

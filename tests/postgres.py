@@ -1,4 +1,4 @@
-"""A PostgreSQL of its own for tests: Debian's programs, in a new folder, as a user without rights, on a Unix socket."""
+"""A PostgreSQL server for tests: Debian's programs in a new folder, run by an ordinary user, on a Unix socket."""
 
 import contextlib
 import os
@@ -10,17 +10,17 @@ import tempfile
 
 
 def programs():
-    """The folder of the newest installed PostgreSQL; None without one."""
+    """The folder with the programs of the newest installed PostgreSQL; None when there is none."""
     found = sorted(pathlib.Path("/usr/lib/postgresql").glob("*/bin/postgres"), key=lambda path: int(path.parts[-3]))
     return found[-1].parent if found else None
 
 
 class Cluster:
-    """Runs until stop(). PostgreSQL refuses to run as root, so as root it gets the user "postgres", or "nobody"."""
+    """A server that runs until stop(). PostgreSQL refuses to run as root: then the user is "postgres" or "nobody"."""
 
     def __init__(self, *settings):
         self.bin = programs()
-        # Not below the folder of a test, which the other user cannot enter. Paths of sockets have at most 107 bytes.
+        # Not in the folder of a test, which the other user cannot enter. The path of a socket has at most 107 bytes.
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zforms-pg-", dir="/tmp"))
         self.as_user = []
         if os.geteuid() == 0:
@@ -52,7 +52,7 @@ class Cluster:
         return f"postgresql://{user}@/{database}?host={self.folder}"
 
     def sql(self, database, text):
-        """The rows as lists of texts."""
+        """Runs the statements; returns their rows as lists of texts."""
         command = [self.bin / "psql", "-XAtqF", "\t", "-v", "ON_ERROR_STOP=1", "-h", self.folder, "-U", "zforms", database]
         out = subprocess.run(command, input=text, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=60)
         if out.returncode != 0:

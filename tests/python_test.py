@@ -16,7 +16,7 @@ from tool_case import ROOT, SAMPLES, SANITIZED, SKIPPED, TOOL, expect, run_tests
 LIBRARY = pathlib.Path(TOOL).resolve().parent.parent / "libzforms.so"
 PACKAGE = ROOT / "bindings/python"
 if SANITIZED or not LIBRARY.is_file():
-    sys.exit(SKIPPED)  # an interpreter without sanitizers cannot load the library; c_interface tests what is below
+    sys.exit(SKIPPED)  # an interpreter without sanitizers cannot load the library; c_interface tests the C functions
 os.environ["ZFORMS_LIBRARY"] = str(LIBRARY)
 sys.path[:0] = [str(PACKAGE)]
 import zforms
@@ -142,7 +142,7 @@ def test_batches(folder):
 
 
 def test_a_submission_that_is_not_stored_can_be_sent_again(folder):
-    """The server of the C interface: the reader is told that the data are saved when the host says so, and only then."""
+    """The server of the C interface reports a submission as saved to the reader only when the host has stored it."""
     library = zforms._library.library
     library.zforms_server_new.restype = ctypes.c_void_p
     server = ctypes.c_void_p(library.zforms_server_new(os.fsencode(SAMPLES), b"App", ctypes.c_uint16(0)))

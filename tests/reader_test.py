@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """zforms serve's page for browsers, driven in headless Chromium by reader/run.mjs on forms that are made here.
 
-ZFORMS_SCREENSHOTS names the folder of the pictures; build/screenshots if not said.
+ZFORMS_SCREENSHOTS names the folder for the screenshots, by default build/screenshots.
 """
 
 import os
@@ -76,8 +76,9 @@ def every_kind():
 
 
 def odd():
-    """Fields in another order than the rows that the page asks for, on a page that is turned; a field with two widgets,
-    boxes of one name with states of their own, a default without a value; no page lists the field of the session."""
+    """A form with: fields in another order than that of their rows, which "/Tabs" asks for; a rotated page; a field
+    with two widgets; check boxes of one name with different states; a default value without a value; a session field
+    that no page lists."""
     form = Form("Odd & ends", "ODD")
     form.page_entries = {"Tabs": Name("R"), "Rotate": 90}
     form.page()
@@ -118,9 +119,9 @@ def plain():
 
 
 def awkward():
-    """Difficult cases: names that JavaScript objects have already, states shared by several buttons, a value that the
-    appearance contradicts, required fields that cannot be filled in, fields that are not sent, and fields that no page
-    shows."""
+    """A form with difficult cases: field names that are also properties of JavaScript objects, states shared by several
+    buttons, a value that contradicts the appearance, required fields that cannot be filled in, fields that are not
+    sent, and fields that no page shows."""
     form = Form("Awkward", "AWKWARD")
     form.page()
     for i, name in enumerate(("constructor", "__proto__", "group.a", "group.b", "other", "unsent")):
@@ -164,7 +165,8 @@ def thousand_fields():
 
 
 def scripted():
-    """Scripts of every kind: sums, formats, refused keys, a custom script, a button that clears, a faulty one."""
+    """A form with scripts of every kind: sums, formats, refused keys, a custom script, a button that clears, a faulty
+    script."""
     form = Form("Scripted", "SCRIPTS")
     form.page()
 
@@ -200,7 +202,7 @@ def make_templates(folder):
         shutil.copy(SAMPLES / "membership_form.pdf", folder / f"Copie n° {i}.pdf")
 
 
-# Under the sanitizers, which do not see the page, the scenarios that ask most of the server are enough.
+# The scenarios that run with sanitizers: those that use the server most. Sanitizers do not check the page.
 SERVED = ["every_kind_round", "failures_lose_nothing", "stored_all_the_same", "what_is_served", "printed_and_downloaded",
           "saved_forms_are_found", "page_of_submissions"]
 

@@ -2,8 +2,8 @@
 """Checks that independent readers can read what the zforms tool writes: the sample forms, plain, encrypted, with object
 streams and damaged, filled and saved.
 
-Each reader (qpdf, MuPDF, poppler, pdftk, and pdf.js for encrypted forms) is left out only where it is not installed, and the check says so; qpdf is
-needed for the encrypted inputs, so without it the whole check is skipped (exit 77).
+The readers are qpdf, MuPDF, poppler, pdftk, and pdf.js for encrypted forms. One that is not installed is left out, and
+the check says so. qpdf makes the encrypted inputs, so without it the whole check is skipped (exit 77).
 """
 
 import json
@@ -37,7 +37,7 @@ MODERN = [("object streams", "", "", []), ("linearized object streams", "", "", 
           ("encrypted object streams", "geheim", "", ["--encrypt", "geheim", "", *R3, "--"]),
           ("object streams by AES-128", "geheim", "Meister", ["--encrypt", "geheim", "Meister", *R4, "--"]),
           ("object streams by AES-256", "geheim", "Meister", ["--encrypt", "geheim", "Meister", *R6, "--"])]
-# Documents that the tool encrypted, from originals with and without encryption by qpdf: label, passwords.
+# Documents that the tool encrypts, some of which qpdf had encrypted before: label, passwords.
 LOCKED = [("locked", "", ""), ("locked with a password", "geheim", ""), ("locked with two", "geheim", "Meister"),
           ("locked in Unicode", "Жё 9", "Ÿ")]
 
@@ -48,12 +48,12 @@ class Case:
         self.label, self.pdf, self.data, self.password = label, pdf, data, password
         self.passwords = [owner, password] if owner else [password]
         self.values = xfdf_values(data.read_bytes())
-        # A start vector is drawn for each string, so that no two files are the same.
+        # AES takes a random initialization vector for each string, so that no two files are the same.
         self.by_aes = any(f"AES, {bits} bits" in zforms_check(pdf, password) for bits in (128, 256))
 
 
 def xfdf_values(data):
-    """Full name to value of an XFDF document, read by an XML parser of its own."""
+    """{full name: value} of an XFDF document, read by Python's XML parser."""
     values = {}
 
     def walk(element, prefix):
@@ -88,7 +88,7 @@ class Checker:
         return peers.run(TOOL, *arguments, *(["--password", password] if password else []), stdin=stdin)
 
     def save(self, case, step, *arguments, warning="", password=None):
-        """Runs a command that writes a file, with a warning where one is expected; the file, or None."""
+        """Runs a command that writes a file, and checks the expected warning. Returns the file, or None on failure."""
         out = self.folder / f"{step}.pdf"
         out.unlink(missing_ok=True)
         done = self.tool(case, step.split("-")[0], *arguments, "-o", out, password=password)
@@ -212,7 +212,7 @@ class Checker:
                 self.read_back(case, "permissions, then fill", filled, case.values)
 
     def owner(self, case):
-        """The owner password opens the document too, and alone allows taking the encryption out."""
+        """The owner password opens the document too, and only it allows removing the encryption."""
         if not case.passwords[0] or case.passwords[0] == case.password:
             return
         os.environ["ZFORMS_PASSWORD"] = case.passwords[0]
@@ -232,7 +232,7 @@ class Checker:
             plain.unlink()
 
     def same(self, case, bytes_of_it, filled):
-        """Whether it is the same file; of those encrypted by AES, whose bytes are random, one with the same objects."""
+        """Whether the bytes are those of the file `filled`. AES makes bytes random: then the objects must be equal."""
         if not filled or not case.by_aes:
             return filled and bytes_of_it == filled.read_bytes()
         other = self.folder / "other.pdf"
@@ -241,7 +241,7 @@ class Checker:
         return not list(peers.object_differences(left, right))
 
     def streams(self, case, filled):
-        """`-` is standard input and output; an output that is the input is saved in place."""
+        """`-` stands for standard input or output. A form is saved in place when the output is the input file."""
         done = self.tool(case, "fill", "-", case.data, "-o", "-", stdin=case.pdf.read_bytes())
         expect(self.same(case, done.out, filled), case.label, f"fill - -o -: {message(done)[:200]}")
         done = self.tool(case, "fill", case.pdf, "-", "-o", "-", stdin=case.data.read_bytes())
@@ -267,7 +267,7 @@ class Checker:
             expect(good, case.label, f"{arguments[0]}: exit {done.status}, no {word!r}: {message(done)[:200]}")
 
     def recovery(self, case):
-        """A form whose end is lost is read with --recover, and then saved in full."""
+        """A form whose end is damaged is read only with --recover, and then saved as a full file, not as an update."""
         damaged, out = self.folder / "damaged.pdf", self.folder / "recovered.pdf"
         data = case.pdf.read_bytes()
         damaged.write_bytes(data[:data.rindex(b"startxref")].replace(b"startxref", b"startxxxx"))
@@ -362,7 +362,7 @@ def main():
             if expect(done.status == 0 and out.is_file(), label, f"zforms does not make it: {message(done)}"):
                 expect("R = 6" in peers.qpdf_encryption(out, user), label, "qpdf sees no revision 6")
                 cases.append(Case(label, out, cases[0].data, user, owner))
-        checked = cases[2::3] if WINDOWS else cases  # Wine takes long for each run of the program
+        checked = cases[2::3] if WINDOWS else cases  # only some, because Wine takes long for each run of the program
         for case in checked:
             checker.case(case)
             checker.recovery(case)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Input that the tool refuses, with one message and before it does anything."""
+"""The tool refuses such input with one message, before it writes anything."""
 
 import io
 import os
@@ -94,7 +94,8 @@ def test_what_is_read_stays(folder):
 
 
 def test_input_without_end(_):
-    """Devices, pipes and files of many GB, with 1 GB of memory; not under sanitizers, which need more address space."""
+    """Endless devices and pipes, and files of many GB, are refused with 1 GB of address space. Sanitizers need more, so
+    they run without this limit."""
     def run(*arguments, producer=None):
         limit = None if SANITIZED else lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30))
         source = producer and subprocess.Popen(producer, shell=True, stdout=subprocess.PIPE)
@@ -120,7 +121,7 @@ def test_input_without_end(_):
 
 
 def test_output_without_room(folder):
-    """Whatever a command prints, it fails when that cannot be written."""
+    """Every command fails when its standard output cannot be written."""
     zforms("rubrics", "--data", folder, "--set", "Office.Name=A")
     for command in (["fields", SAMPLE], ["export", SAMPLE], ["check", SAMPLE], ["permissions", SAMPLE],
                     ["show", SAMPLE, "trailer"], ["submissions", "--data", folder],

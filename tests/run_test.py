@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""./run on a bare machine: missing packages are installed in one step, or all named; the demo builds no benchmarks.
+"""Without the needed packages, ./run installs them in one step, or names all; the demo builds no benchmarks.
 
 The programs that it calls are replaced by scripts that record their arguments."""
 
@@ -16,7 +16,7 @@ STUBS = {"dpkg-query": "exit 1", "apt-get": 'echo "apt-get $*" >>"$CALLS"; echo 
 
 
 def demo(folder, user):
-    """(what was printed, the calls, the log of apt)"""
+    """Runs the demo as this user; returns (what it printed, the calls of programs, the log of apt)."""
     programs = folder / "programs"
     programs.mkdir(parents=True)
     for name in NEEDED:

@@ -2,7 +2,7 @@
 """Tests zforms serve from the view of a reader and of an office: forms are opened and submitted, and no confirmed
 submission is lost.
 
-Every request is written here byte by byte or by http.client; what comes back is read by qpdf where it is installed.
+The tests write requests byte by byte or with http.client. The returned forms are read by qpdf where it is installed.
 """
 
 import contextlib
@@ -30,13 +30,13 @@ SAVE = "/App/xfdf/save.cgi?code=membership_form"
 
 
 class Folders:
-    """Stores in a data folder, which is the store of every test unless POSTGRES is set."""
+    """The stores of the tests when they are data folders; store_postgres_test.py replaces this class by databases."""
 
     def address(self, folder, name="data"):
         return str(folder / name)
 
     def run(self, address, *statements):
-        """Runs the statements; gives the rows of the last one."""
+        """Runs the statements; returns the rows of the last one."""
         with contextlib.closing(sqlite3.connect(pathlib.Path(address) / "zforms.db", isolation_level=None)) as store:
             for statement in statements:
                 rows = store.execute(statement).fetchall()
@@ -50,7 +50,7 @@ class Folders:
         self.run(address, "PRAGMA user_version = 3")
 
     def age(self, address, ids, days):
-        """Makes forms older; gives their numbers."""
+        """Makes forms older by this many days; returns their new numbers."""
         ago = days * 86400 * 10**7
         self.run(address, f'UPDATE forms SET "transaction" = "transaction" - {ago} WHERE "transaction" IN {tuple(ids)}')
         return [one - ago for one in ids]
@@ -64,7 +64,7 @@ def is_shared():
 
 
 class Server:
-    """A server over the sample forms; it is asked to stop at the end, unless it was killed before."""
+    """A server that serves the sample forms. The with statement stops it at its end, unless it was killed before."""
 
     def __init__(self, folder, *options, templates=None, port=0, year=("--year", "2025")):
         self.data = STORES.address(folder)
@@ -89,7 +89,7 @@ class Server:
         self.stop()
 
     def stop(self, number=STOP):
-        """The exit status."""
+        """Stops the server by a signal; returns its exit status."""
         if self.process.poll() is None:
             self.process.send_signal(number)
         status = self.process.wait(timeout=120 if WINDOWS else 30)
@@ -101,7 +101,7 @@ class Server:
         return status
 
     def ask(self, method, target, body=None, headers=None):
-        """(status, headers, body), or (0, ...) when the connection ends without an answer."""
+        """Sends a request; returns (status, headers, body). The status is 0 when the connection ends without answer."""
         connection = http.client.HTTPConnection("localhost", self.port, timeout=120 if WINDOWS else 30)
         try:
             connection.request(method, target, body, headers or {})
@@ -136,12 +136,13 @@ class Server:
 
 
 def with_value(xfdf, name, value):
-    """The document with a value for a field, which may hold one already, by full name; a flat field before the others."""
+    """The XFDF document with this value for the field of that full name, added as the first field. The document may
+    also have an older value."""
     return xfdf.replace("<fields>", f'<fields><field name="{name}"><value>{escape(value)}</value></field>', 1)
 
 
 def count_raised(xfdf):
-    """The form that is returned after its first save."""
+    """The XFDF document as the server returns it after a save: Transaction.Count is 1 higher."""
     return re.sub(r'(Transaction\.Count"&gt;|Transaction\.Count&quot;&gt;)(\d+)',
                   lambda match: match[1] + str(int(match[2]) + 1), xfdf)
 
@@ -199,7 +200,8 @@ def test_round_of_a_form(folder):
 
 
 def check_submissions_page(server):
-    """Only who has the key reads what was submitted, and no page of another origin. Two were stored, one refused."""
+    """Only requests with the key, and from no page of another origin, can read the submissions. Two were stored, one
+    refused."""
     key = re.search(r"^Saved: .*/reader/submissions.html#key=([0-9a-f]{32})$", server.started, re.M)[1]
     own, listed = {"X-Zforms-Key": key}, "/submissions/list.json"
     for method, target, headers, body, wanted in (
@@ -235,7 +237,7 @@ def check_submissions_page(server):
 
 
 def test_refusals(folder):
-    """Why a request is refused stands in the log; nothing is opened or stored by it."""
+    """The log says why a request is refused; a refused request opens and stores nothing."""
     with Server(folder, "--log", "json") as server:
         xfdf = server.open_form()
 
@@ -374,7 +376,7 @@ def test_a_store_that_fails(folder):
                server.stored("--rejected") == [], f"the same again: {statuses}")
         log = (folder / "log").read_text()
         expect("its sender was told" in log and "locked" in log, "the log says why")
-    # On Windows, files have the rights of their folder.
+    # Other users may not read the store. On Windows, files inherit the rights of their folder.
     expect(WINDOWS or os.stat(pathlib.Path(server.data) / "zforms.db").st_mode & 0o077 == 0, "the store is nobody else's")
 
 
@@ -411,15 +413,16 @@ def test_long_submissions(folder):
         expect(not saved or saved["none"] == [other], "what was saved, for the page")
         expect(server.ask("POST", SAVE, long_one.replace("Session.ID&quot;&gt;", "Session.ID&quot;&gt;x")
                           .replace('Session.ID"&gt;', 'Session.ID"&gt;x').encode())[0] == 409, "a long one of nobody")
-        # Names of 4,000 bytes that no form has.
+        # Fields that no form has, with full names of 4,000 bytes.
         deep = '<field name="nnnnnnnn">' * 440 + "".join(f'<field name="f{i}"/>' for i in range(20_000)) + "</field>" * 440
         most = memory(server)
         expect(server.ask("POST", SAVE, server.open_form().replace("<fields>", "<fields>" + deep, 1).encode())[0] == 200,
                "deep fields without value")
         # A sanitizer delays the release of memory.
         expect(SANITIZED or memory(server) - most < 150, f"they take {memory(server) - most} MB")
-        # Killed while it stores a submission: no part of it is visible, and the next start removes the rest. The
-        # database is inspected while the server is stopped; if storing had ended already, another submission is sent.
+        # When the server is killed while it stores a submission, no part of it is visible, and the next start removes
+        # the rest. Each round sends a submission, pauses the server and inspects the database, until it finds the
+        # submission half stored.
         number, later = 4, count_raised(long_one)
         while server.process.poll() is None:
             number, later = number + 1, count_raised(later)
@@ -469,7 +472,7 @@ def test_refused_at_the_start(folder):
 
 
 def test_without_proc(folder):
-    """Where /proc is not mounted, the program finds its files all the same."""
+    """The program finds its installed files even where /proc is not mounted."""
     if SANITIZED or not shutil.which("cc"):
         return
     code = "#include <errno.h>\nlong readlink(const char *path, char *to, unsigned long size) { errno = ENOENT; return -1; }"
@@ -483,7 +486,8 @@ def test_without_proc(folder):
 
 
 def test_versions_of_a_store(folder):
-    """A store of the version before goes on as it is until it is upgraded; one of a newer program is left alone."""
+    """A store of the previous version can be used without change until it is upgraded. A store of a newer version is
+    refused and not changed."""
     with Server(folder) as server:
         xfdf = server.open_form()
         expect(server.ask("POST", SAVE, xfdf.encode())[0] == 200, "a save")
@@ -545,7 +549,7 @@ def test_imported(folder):
         drawn = subprocess.run(["pdftotext", folder / "labelled.pdf", "-"], stdout=subprocess.PIPE, check=True, timeout=60).stdout.decode()
         expect("Enregistrer" in drawn and "Ändern" in drawn, "the buttons show their labels", drawn)
     if shutil.which("qpdf"):
-        # With cross-reference streams and object streams, which not every reader supports.
+        # A form with cross-reference streams and object streams, which not every reader supports.
         modern = folder / "modern.pdf"
         subprocess.run(["qpdf", "--object-streams=generate", str(folder / "bare.pdf"), str(modern)], check=True, timeout=60)
         status, _, err = zforms("import", modern, "-o", templates / "F1.pdf")
@@ -559,8 +563,8 @@ def test_imported(folder):
 
 
 def ended_under_load(folder, number):
-    """Sixteen clients read and save until the server ends, four of them without waiting for an answer; what was
-    answered as accepted is stored, and nothing twice."""
+    """Sixteen clients read and save until the server ends; four of them do not wait for answers. Each submission that
+    was answered as accepted is stored, and none is stored twice."""
     accepted, sent = [], []
     with Server(folder) as server:
         forms = [server.open_form() for _ in range(12)]
@@ -602,7 +606,7 @@ def ended_under_load(folder, number):
     expect(not set(accepted) - set(stored), f"{name}: lost {sorted(set(accepted) - set(stored))}")
     expect(len(stored) == len(set(stored)) and set(stored) <= set(sent), f"{name}: doubled")
     with Server(folder) as server:
-        # A database may have finished a save after its server was killed.
+        # The database may have committed one more save after the server was killed.
         later = [one["fields"]["adherent.nom"] for one in server.stored()]
         expect(set(stored) <= set(later) <= set(sent) and len(later) == len(set(later)), f"{name}: the store opens again")
 
@@ -640,7 +644,7 @@ def test_the_year_stays(folder):
         xfdf = server.open_form()
         expect(re.search(rf'Exercice(?:"|&quot;)&gt;{now}&lt;', xfdf) and "Year:" not in server.started, f"this year for a new store: {server.started}")
         expect(server.count("settings WHERE value = '%d'" % now) == 1, "the year is kept")
-    # A store by a program that kept no year, opened a year ago.
+    # A store of an older program, which stored no year, with forms that were opened a year ago.
     server.count("forms", "DELETE FROM settings")
     server.count("forms", f"UPDATE forms SET year = {now - 1}")
     xfdf = re.sub(r'(Exercice(?:"|&quot;)&gt;)\d+', rf"\g<1>{now - 1}", xfdf)
@@ -675,10 +679,10 @@ def test_forms_expire(folder):
 
 
 def test_who_does_not_answer(folder):
-    """A port in use is reported with the program that uses it, and a server that does not answer is given up."""
+    """The message about a port in use names the program that uses it. submit waits for an answer up to --timeout."""
     with socket.create_server(("127.0.0.1", 0)) as silent:
         port = silent.getsockname()[1]
-        # Wine knows its own programs alone.
+        # Under Wine the tool sees only programs that Wine runs, so it cannot name this one.
         name = "in use" if WINDOWS else pathlib.Path("/proc/self/comm").read_text().strip()
         for arguments, words in (
                 (["serve", "--port", str(port), "--data", str(folder / "data")], [f"port {port} is in use", name, "--port"]),
@@ -699,7 +703,8 @@ os.execv(sys.argv[2], sys.argv[2:])
 
 
 def started_by_a_manager(folder, sockets):
-    """A server that gets the sockets: (what it answers at the first one's port or None, exit status, errors)."""
+    """Starts a server that inherits these sockets. Returns (its answer at the port of the first one, or None; exit
+    status; errors)."""
     numbers = [max(os.dup(one.fileno()) for _ in range(10)) for one in sockets]
     command = [sys.executable, "-c", STARTED_BY_A_MANAGER, ",".join(map(str, numbers)), TOOL, "serve", "--templates",
                str(SAMPLES), "--data", str(folder / "data"), "--port", "1"]
@@ -716,7 +721,7 @@ def started_by_a_manager(folder, sockets):
 
 
 def test_sockets_of_a_service_manager(folder):
-    """Sockets that listen already are served at their port; others than those of this machine's own addresses are not."""
+    """A server uses one inherited socket that listens at a loopback address; it refuses other sockets and several."""
     try:
         with socket.socket(socket.AF_INET6) as probe:
             probe.bind(("::1", 0))

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Batches in shards and as archives: the forms are those of a single run, also after kills and with two runs of one
-shard; the exit status tells bad data from trouble that may pass."""
+"""Batches in shards and as archives make the forms of a single run, also after kills and with two runs of one shard.
+The exit status distinguishes bad data from trouble that may be temporary."""
 
 import io
 import json
@@ -79,7 +79,7 @@ def test_shards_are_a_single_run(folder):
 
 
 def test_killed_and_doubled_shards(folder):
-    """Runs that are killed, and runs of one shard beside each other, as when a node comes back that was given up."""
+    """Runs that are killed, and two runs of one shard at the same time, as after a node is wrongly taken for lost."""
     data, out = people(folder, 1500), folder / "out"
     wanted = single_run(data, folder / "whole")
     kills = 0
@@ -95,14 +95,14 @@ def test_killed_and_doubled_shards(folder):
     expect(kills >= 6, "killed midway", kills)
     runs = [start(shard_command(data, out, shard, "--resume")) for shard in ("1/2", "2/2", "2/2", "1/2")]
     statuses = [run.wait() for run in runs]
-    # Of two runs of a shard one may take away the other's unfinished file; it then has to be run again.
+    # One of two runs of a shard may remove the other's unfinished file; the other must then be run again.
     expect(set(statuses) <= {0, 75}, "statuses", statuses)
     same("the end", [zforms(*shard_command(data, out, shard, "--resume"))[::2] for shard in ("1/2", "2/2")], [(0, "")] * 2)
     same("every form once", bytes_of(out) == wanted, True)
 
 
 def test_rows_that_want_one_name(folder):
-    """Of two shards the first one has the name; joining the reports names the row of the other one."""
+    """If rows of two shards have the same file name, the first one gets it; --merge-reports names the other row."""
     out = folder / "out"
     rows = [["a", "A"], ["A", "B"], ["b", "C"], ["b", "C"], ["q", "F"], ["q", "G"], ["c", "D"], ["x", "E"]]
     data = table(folder / "rows.csv", NAMES, rows)
@@ -119,14 +119,14 @@ def test_rows_that_want_one_name(folder):
     expect(all(message in err for _, message in said), "said", err)
 
 
-LINKS = [  # label, what link() of such a file system does
+LINKS = [  # label, the body of link() on such a file system
     ("no hard links", "errno = EPERM; return -1;"),
     ("a reply that is lost", "syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0); errno = EIO; return -1;"),
 ]
 
 
 def test_other_file_systems(folder):
-    """Files appear whole and replace none, on file systems that do not link as others do."""
+    """Files appear only when they are complete, and replace no other file, even where link() does not work as usual."""
     if SANITIZED or not shutil.which("cc"):
         return
     data = people(folder, 60)
@@ -146,7 +146,8 @@ def test_other_file_systems(folder):
 
 
 def test_trouble(folder):
-    """75 is for what may pass, 2 and 3 are for the command and the data; a later run completes the batch."""
+    """The status is 75 for trouble that may be temporary, 2 for a wrong command and 3 for bad data. A later run
+    completes the batch."""
     data, out = people(folder, 40), folder / "out"
     wanted = single_run(data, folder / "whole")
     (folder / "file").write_text("")
@@ -179,7 +180,7 @@ def test_trouble(folder):
 
 
 def test_asked_to_stop(folder):
-    """The rows that were begun are finished; --resume makes the others, also from another copy of the data."""
+    """A run that is asked to stop finishes the rows it began. --resume makes the others, also from a copy of the data."""
     data, out = people(folder, 12000), folder / "out"
     wanted = single_run(data, folder / "whole")
     text = data.read_bytes()

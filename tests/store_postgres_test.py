@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The tests of zforms serve with a store in PostgreSQL, which several servers share; and what only such a store has: loss
-of the database, replies that are lost, passwords, copies between both kinds of stores."""
+"""The tests of zforms serve with a store in PostgreSQL; and tests for which it is needed: several servers with one
+store, loss of the database, lost replies, passwords, copies between both kinds of stores."""
 
 import contextlib
 import os
@@ -17,14 +17,14 @@ import postgres
 import serve_test
 from serve_test import SAVE, Folders, Server, count_raised, location, with_value
 from tool_case import SAMPLES, SKIPPED, TOOL, WINDOWS, expect, run_tests, same, zforms
-# The same tests as with a data folder.
+# Tests that also run with a data folder; here they use the stores of this file.
 from serve_test import (test_by_the_tool, test_forms_expire, test_killed_under_load, test_prefilled_and_restarted,
                         test_refusals, test_round_of_a_form, test_stopped_under_load, test_the_year_stays,
                         test_versions_of_a_store)
 
 
 class Databases:
-    """A database for each folder of a test."""
+    """The stores of the tests: a database for each data folder that a test names."""
 
     def __init__(self, cluster):
         self.cluster, self.names = cluster, {}
@@ -53,7 +53,7 @@ class Databases:
 
 
 def wait_for(condition, label):
-    """Waits for an event; a test that waits longer than any event takes has failed."""
+    """Waits up to 30 s until the condition holds; then the test fails."""
     for _ in range(600):
         if condition():
             return
@@ -62,13 +62,13 @@ def wait_for(condition, label):
 
 
 def save(server, form):
-    """The status of a submission, and the mode in which the form comes back."""
+    """Submits a form; returns the status, and the mode in which the server returns the form."""
     status, headers, _ = server.ask("POST", SAVE, form.encode())
     return status, location(headers).rpartition("=")[2]
 
 
 def test_two_servers(folder):
-    """A form that one server opened is saved once, whatever server gets it; each hears what the other changed."""
+    """A form that one server opened is saved once, by any server. Each server notices the changes of the other."""
     templates = folder / "templates"
     templates.mkdir()
     shutil.copy(SAMPLES / "membership_form.pdf", templates)
@@ -101,7 +101,7 @@ def test_two_servers(folder):
 
 
 def test_database_away(folder):
-    """While the database is away the answer is 503 and nothing is accepted; when it is back, so are the servers."""
+    """While the database cannot be reached, nothing is accepted, and the answer is 503. Afterwards all works again."""
     cluster = serve_test.STORES.cluster
     with Server(folder) as server:
         form, saved = server.open_form(), server.open_form()
@@ -121,8 +121,8 @@ def test_database_away(folder):
 
 
 class Proxy:
-    """Stands between a server and its database; loses the reply to the statement that has a text, or with `cut` passes
-    the reply and ends the connection before the database commits."""
+    """A proxy between a server and its database. It drops the reply to the statement that contains the text `mark`.
+    With `cut` it forwards the reply instead, and ends the connection before the database commits."""
 
     def __init__(self, cluster, folder):
         self.target = str(cluster.folder / ".s.PGSQL.5432")
@@ -153,7 +153,7 @@ class Proxy:
         with contextlib.suppress(OSError):
             while data := source.recv(1 << 16):
                 if source is ends[0] and self.mark and self.mark in data:
-                    # The reply must not pass, so nothing is read from the database any more.
+                    # The client must not get the reply, so nothing more is read from the database.
                     self.mark, self.away = None, self.away_then
                     if self.cut:
                         # Asks for the rows (Flush) instead of ending the transaction (Sync).
@@ -179,7 +179,7 @@ class Proxy:
 
 
 def test_replies_that_are_lost(folder):
-    """The database commits and the reply is lost: the server asks again, and stores nothing twice."""
+    """When the database commits but the reply is lost, the server asks again, and stores nothing twice."""
     stores = serve_test.STORES
     real = stores.address(folder)
     proxy = Proxy(stores.cluster, folder)
@@ -194,7 +194,7 @@ def test_replies_that_are_lost(folder):
     serve_test.STORES = Through(stores.cluster)
     try:
         with Server(folder) as server:
-            # A result comes before the commit, which a database that is shut down does not make.
+            # The database sends results before it commits; "not committed" ends the connection in between.
             for text, stays_away, wanted in (("not committed", False, (200, "consult")),
                                              ("lost once", False, (200, "consult")), ("lost and away", True, (503, ""))):
                 form = with_value(server.open_form(), "adherent.nom", text)
@@ -250,7 +250,8 @@ def test_passwords_and_what_is_missing(folder):
 
 
 def test_copies_between_both_kinds(folder):
-    """What a folder holds comes back from a database byte by byte, also what is no text; servers go on with the copy."""
+    """A store copied from a folder to a database and back is the same byte by byte, even values that are not valid
+    text. Servers can continue with the copy."""
     databases, folders = serve_test.STORES, Folders()
     serve_test.STORES = folders
     try:

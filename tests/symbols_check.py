@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Checks that the shared library exports only the names of zforms, and none of the libraries that it is built from.
 
-A host may link another version of Boost; a name of Boost that this library shows would then be mixed up with its own.
-A header that exports a class is installed, or the program zforms includes it. Of the C interface, exactly the functions
-that its headers declare are exported, and listed in the symbols of the Debian package.
+A host may link another version of Boost: if this library exported names of Boost, the host could call the wrong ones.
+A header that exports symbols must be installed, or included by the tool. The functions of the C interface that are
+exported, those that its headers declare, and those in the symbols file of the Debian package must be the same.
 """
 
 import os
@@ -14,7 +14,7 @@ from pathlib import Path
 
 OWN = re.compile(r"((vtable|typeinfo|typeinfo name|VTT|construction vtable|guard variable) for |"
                  r"((non-)?virtual|covariant return) thunk to )?zforms::|zforms_\w+$")
-# Far fewer than the library has; with fewer than this its interface is missing.
+# The library exports many more symbols. With fewer than this, its interface is missing.
 LEAST = 500
 
 

@@ -13,7 +13,7 @@ SAMPLES = ROOT / "samples"
 TOOL = os.environ.get("ZFORMS_TOOL", "")
 # True when the tool runs under sanitizers, which need more memory and time.
 SANITIZED = "ZFORMS_SANITIZED" in os.environ
-# True when the tool is the program for Windows, run by Wine. Ctrl+C is what asks it to stop.
+# True when the tool is the program for Windows, run by Wine. It stops at Ctrl+C, which SIGINT stands for here.
 WINDOWS = "ZFORMS_WINDOWS" in os.environ
 STOP = signal.SIGINT if WINDOWS else signal.SIGTERM
 sys.path.insert(0, str(SAMPLES))
@@ -25,7 +25,7 @@ skipped = []
 
 
 def skip(reason):
-    """Notes that a test was left out. If nothing fails, its script ends as one that was skipped."""
+    """Records that a test was skipped. If no test fails, the script then ends with the status SKIPPED."""
     skipped.append(reason)
 
 
@@ -40,15 +40,16 @@ def same(label, got, wanted):
 
 
 def zforms(*arguments, stdin=None):
-    """(exit status, standard output, standard error); bytes that are no UTF-8 come as surrogates."""
+    """Runs the tool; returns (exit status, standard output, standard error). Bytes that are not UTF-8 become
+    surrogates."""
     done = subprocess.run([TOOL, *map(str, arguments)], input=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                           timeout=300)
     return done.returncode, done.stdout.decode("utf-8", "surrogateescape"), done.stderr.decode("utf-8")
 
 
 def run_tests(module):
-    """Runs each function test_... of a script in a folder of its own, or those that are named as arguments; ends the script.
-    The script's NOT_ON_WINDOWS has the tests that the program for Windows skips, with the reasons."""
+    """Runs the functions test_... of a script that its arguments name, or all, each in a folder of its own; ends the
+    script. NOT_ON_WINDOWS in the script is {test that is skipped with the program for Windows: reason}."""
     name, wanted = pathlib.Path(module["__file__"]).stem, sys.argv[1:]
     if not TOOL or not pathlib.Path(TOOL).is_file():
         print(f"{name}: no zforms program at {TOOL!r} (ZFORMS_TOOL)")
@@ -91,8 +92,8 @@ class PageForm(Document):
 
 
 def odd_form(path):
-    """A form with all that filling changes or removes: selected indices, rich text, states of widgets, a value with
-    another encoding, fields that stand inside one another without objects of their own."""
+    """A form with everything that filling changes or removes: selected indices, rich text, states of widgets, a value
+    in another encoding, and fields that are direct objects inside their parents."""
     document = PageForm()
     states = document.states
 
@@ -156,7 +157,7 @@ ODD_VALUES = {  # values to set in each field of the odd form
 
 
 def page_fields(path):
-    """A form that lists one of three radio buttons of a group, and one of two text fields; all stand on its page."""
+    """A form that lists one of three radio buttons of a group and one of two text fields; its page shows them all."""
     document = PageForm()
     group = document.reserve()
 

@@ -24,7 +24,7 @@ def export(form, kind="json"):
 
 
 def fill(form, data, folder, suffix, wanted=0):
-    """The filled form, from data of that kind."""
+    """Fills the form from data in this format; returns the path of the filled form."""
     source, target = folder / f"data.{suffix}", folder / f"from_{suffix}.pdf"
     source.write_bytes(data if isinstance(data, bytes) else data.encode("utf-8", "surrogateescape"))
     target.unlink(missing_ok=True)
@@ -64,7 +64,8 @@ def test_its_own_export_changes_nothing(folder):
 
 
 def test_fields_of_one_name_with_different_values(folder):
-    """The first one's value is exported, with a warning; given back it changes nothing, while another value is for all."""
+    """The value of the first field is exported, with a warning. Filling it in again changes nothing; another value sets
+    all fields of the name."""
     document = PageForm()
     fields = [document.add({"FT": Name("Tx"), "T": WideText("a"), "V": WideText(value)}) for value in ("eins", "zwei")]
     form = document.write(folder / "form.pdf", {"Fields": fields})
@@ -130,7 +131,7 @@ TABLES = [  # label, bytes of a CSV file, the values or the message
      {NAME: 'a "b", c', "adherent.adresse": "1\n2\n3"}),
     ("a quoted name, a quote inside a value", '"adherent.nom"\na"b\n', {NAME: 'a"b'}),
     ("a column without a name, a separator at the end", "adherent.nom,\nA,\n", {NAME: "A"}),
-    ("a value without a name", "adherent.nom,\nA,B\n", ({NAME: "A"}, "a value without a name is left out")),
+    ("a value without a name", "adherent.nom,\nA,B\n", ({NAME: "A"}, "a value has no field name and is left out")),
     ("a mark", "\ufeffadherent.prénom d'usage\nMaé\n", {USUAL: "Maé"}),
     ("windows-1252", "adherent.prénom d'usage;adherent.nom\nMaé;Œuf €\n".encode("cp1252"), {USUAL: "Maé", NAME: "Œuf €"}),
     ("damaged UTF-8", b"adherent.nom,adherent.ville\n\xc3\xa9,\xe9\n", 'line 2: column "adherent.ville": the text is not'),
@@ -168,7 +169,7 @@ OBJECTS = [
     ("a list of two", '[{"adherent.nom": "A"},\n {"adherent.nom": "B"}]', '"zforms batch" fills one form for each row'),
     ("an empty list", "[ ]", {}),
     ("the column of the file in our tables", '{"file": "a.pdf", "adherent.nom": "A"}', {NAME: "A"}),
-    ("no name", '{"": "A"}', ({}, "a value without a name is left out")),
+    ("no name", '{"": "A"}', ({}, "a value has no field name and is left out")),
 ]
 ONE_OF_EACH = "%FDF-1.2\n" + " ".join(f"{number} 0 obj<</FDF<</Fields[<</T(adherent.nom)/V({value})>>]>>>>endobj"
                                       for number, value in ((1, "first"), (2, "last")))

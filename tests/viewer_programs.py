@@ -1,4 +1,4 @@
-"""Five programs that show PDF pages: each turns pages into gray pixels, 72 to the inch, and where it can into text."""
+"""Five programs that render PDF pages: each makes gray pixels at 72 dpi, and some also give the characters."""
 
 import dataclasses
 import html
@@ -21,7 +21,7 @@ class Picture:
     gray: bytes
 
     def rows(self, area):
-        """The rows of an area (left, top, right, bottom)."""
+        """The rows of pixels of an area (left, top, right, bottom)."""
         left, right = (min(max(round(x), 0), self.width) for x in (area[0], area[2]))
         top, bottom = (min(max(round(y), 0), self.height) for y in (area[1], area[3]))
         return [self.gray[y * self.width + left:y * self.width + right] for y in range(top, bottom)]
@@ -34,7 +34,7 @@ def read_picture(path):
 
 
 class Job:
-    """The pages of a file that a viewer is to show."""
+    """The pages of a file that viewers have to render."""
 
     def __init__(self, pdf, password, pages, folder):
         self.pdf, self.password, self.pages, self.folder = pdf, password, pages, folder
@@ -43,7 +43,7 @@ class Job:
         return self.folder / f"{self.pdf.stem}-{viewer}"
 
     def pictures(self, viewer):
-        """Page number to Picture."""
+        """{page number: Picture}."""
         found = {page: read_picture(pathlib.Path(f"{self.out(viewer)}-{page}.pgm")) for page in self.pages}
         return {page: picture for page, picture in found.items() if picture}
 
@@ -52,7 +52,7 @@ class Job:
 
 
 def mutool(job):
-    """Pixels and, as structured text, characters."""
+    """Makes the pixels and, as structured text, the characters."""
     pages = ",".join(map(str, job.pages))
     command = ["mutool", "draw", "-q", "-p", job.password]
     picture = ["-c", "gray", "-r", "72", "-o", f"{job.out('mutool')}-%d.pgm"]
@@ -62,7 +62,7 @@ def mutool(job):
 
 
 def mutool_characters(job):
-    """Page number to (text, x, y) of its characters, as they are shown."""
+    """{page number: [(character, x, y), ...]}, with positions on the page as it is shown."""
     found = {}
     text = pathlib.Path(f"{job.out('mutool')}.xml").read_bytes()
     for number, match in zip(job.pages, re.finditer(rb"<page .*?</page>", text, re.S)):
@@ -86,7 +86,7 @@ def poppler(job):
 
 
 def poppler_characters(job):
-    """The characters of each word at the middle of the part of the word that they take."""
+    """As mutool_characters. poppler gives only the box of a word, so it is divided equally among its characters."""
     found = {}
     path = pathlib.Path(f"{job.out('poppler')}.html")
     text = path.read_text("utf-8", "replace") if path.is_file() else ""
@@ -141,7 +141,7 @@ def pdfjs(jobs, folder, name="pdfjs", **more):
 
 
 def pdfjs_measures(job):
-    """The object number of a widget to where its text starts: {"stream": [x, y, size], "own": [x, y, size]}."""
+    """{object number of a widget: {"stream": [x, y, size], "own": [x, y, size]}}, measured by viewers/pdfjs.mjs."""
     found = {}
     for number in job.pages:
         path = pathlib.Path(f"{job.out('measure')}-{number}.json")
@@ -150,7 +150,7 @@ def pdfjs_measures(job):
 
 
 def available():
-    """The viewers of this machine, and why the others are not."""
+    """(the viewers that can run here, {another viewer: what it lacks})."""
     there, missing = [], {}
     for viewer, programs, folders in [
             ("mutool", ["mutool"], []), ("poppler", ["pdftoppm", "pdftotext"], []), ("ghostscript", ["gs"], []),

@@ -2,13 +2,13 @@
 """Fills forms with text of nine scripts, draws the fields with the zforms tool, and checks that five viewers show every
 value in its place: MuPDF, poppler, Ghostscript, PDFium and pdf.js (with its own form fields switched off).
 
-Without arguments the forms are the shipped samples. --corpus takes a folder as corpus_check.py does; the text that
-Debian's fonts-noto-core, fonts-noto-cjk and fonts-dejavu-core are needed for is left out where they are not installed.
+Without arguments the forms are the samples. --corpus takes a folder as corpus_check.py does. Scripts that need Debian's
+fonts-noto-core, fonts-noto-cjk or fonts-dejavu-core are left out where these are not installed.
 
 A value is shown when its widget's pixels differ from those of the same form without values; MuPDF, poppler and PDFium
-also give the text that stands there. A viewer that is not installed is skipped by name, and without any the check is
-(exit 77). --flatten looks at the pages after the fields were made part of them. --measure compares where text starts,
-and its size, with what pdf.js draws for the same values.
+also give the text at this place. Viewers that are not installed are named and left out; without any viewer the check
+is skipped (exit 77). --flatten examines the pages after the fields were flattened. --measure compares the start and the
+size of the text with what pdf.js draws for the same values.
 """
 
 import argparse
@@ -33,15 +33,15 @@ from form_widgets import MULTILINE, PASSWORD, overlap
 SKIPPED = 77
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 GOAL = 0.995
-# Script: the text of one line, and whether readers give its characters as they were (not ligatures and conjuncts).
+# For each script, a text of one line.
 SCRIPTS = {"Latin": "Dupont", "accented": "Éléonore", "Greek": "Ελλάδα", "Cyrillic": "Жуков", "Hebrew": "שלום",
            "Arabic": "سلام", "Devanagari": "नमस्ते", "Thai": "สวัสดี", "CJK": "東京都"}
 FONTS = {"Hebrew": "he", "Arabic": "ar", "Devanagari": "hi", "Thai": "th", "CJK": "ja"}
 PACKAGES = "fonts-dejavu-core, fonts-noto-core, fonts-noto-cjk"
 UNSUPPORTED = "unsupported encryption: "
-DIFFERENT = 16  # levels of gray between pixels that differ
+DIFFERENT = 16  # pixels differ when their gray levels do by more than this
 
-# What is not shown for a good reason: file -> [(how the line begins, why), ...].
+# Allowed problems: file -> [(how the line begins, why), ...].
 OWN_MARK = "the mark is the form's own, and poppler does not draw it"
 NO_FONT = "the mark is the form's own; its font has no name and is in no resources"
 ALLOWED = {
@@ -54,7 +54,7 @@ ALLOWED = {
 
 
 class Form:
-    """One form: filled and drawn with values and without, and what each viewer shows of both."""
+    """One form, filled and drawn with values and without, and what each viewer shows of both files."""
 
     def __init__(self, options, path, password, folder):
         self.options, self.path, self.password, self.folder = options, path, password, folder
@@ -65,7 +65,7 @@ class Form:
         return peers.run(self.options.tool, *arguments, *password)
 
     def make(self, label, values, texts):
-        """Fills and draws, and shortens the texts that do not fit; the file drawn, or None."""
+        """Fills and draws the form, with shorter texts where they do not fit. Returns the drawn file, or None."""
         filled, drawn = self.folder / f"{label}-filled.pdf", self.folder / f"{label}.pdf"
         for _ in range(4):
             data = self.folder / "data.json"
@@ -111,7 +111,7 @@ class Form:
         return bool(pages)
 
     def flattened(self, drawn):
-        """The file with its fields made part of the pages, or None."""
+        """Flattens the drawn file; returns the flattened one, or None."""
         flat = drawn.with_name(f"{drawn.stem}-flat.pdf")
         done = self.tool("flatten", drawn, "-o", flat, "--force")
         if done.status not in (0, 3):
@@ -123,7 +123,7 @@ class Form:
         return flat
 
     def pair(self, after, without, filling):
-        """Keeps the widgets that must differ: another text, or another state."""
+        """Keeps the widgets that must look different in both files, because their text or state differs."""
         others = {w.ref: w for w in without}
         for widget in after:
             other = others.get(widget.ref)
@@ -139,7 +139,7 @@ class Form:
                     self.unfilled.append(widget.name)
 
     def show(self):
-        """The viewers that take one file at a time."""
+        """Runs the viewers that take one file at a time."""
         for job in self.jobs.values():
             for viewer in ("mutool", "poppler", "ghostscript"):
                 if viewer in self.options.viewers:
@@ -148,7 +148,7 @@ class Form:
     # Comparing --------------------------------------------------------------------------------------------------
 
     def compare(self):
-        """Viewer to the number of widgets; the differences become problems."""
+        """Adds a problem for each value that a viewer does not show; returns {viewer: the number of widgets}."""
         counts, boxes = collections.Counter(), {}
         for viewer in self.options.viewers:
             pictures = [self.jobs[k].pictures(viewer) for k in ("filled", "empty")]
@@ -168,8 +168,8 @@ class Form:
         return counts
 
     def alike(self, boxes, counts):
-        """Viewers put the same ink to the same place, within 3 points; the middle one of the viewers is right. Left out
-        are widgets over one another, and buttons, whose appearances are mostly the form's own."""
+        """Checks that all viewers draw a value at the same place, within 3 points of the median of the viewers. Leaves
+        out widgets that overlap, and buttons, whose appearances are mostly the form's own."""
         for widget in self.widgets:
             if widget.kind in ("check", "radio") or len(widget.areas) > 1:
                 continue
@@ -187,7 +187,7 @@ class Form:
 
 
 def seen(widget, filled, empty):
-    """The box of the pixels that differ within a widget, and why the value is not shown."""
+    """(the box of the pixels of the widget that differ, or None; why the value is not shown, or None)."""
     if not filled or not empty:
         return None, "no picture of the page"
     boxes = [difference(filled.rows(area), empty.rows(area)) for area in widget.areas]
@@ -208,13 +208,13 @@ def difference(filled, empty):
 
 
 def folded(text):
-    """The letters of a text, without presentation forms, marks and blanks."""
+    """Counts the letters, digits and symbols of a text, after compatibility decomposition (NFKD)."""
     text = unicodedata.normalize("NFKD", text).replace("ſ", "s")
     return collections.Counter(c for c in text if unicodedata.category(c)[0] in "LNS")
 
 
 def missing_text(widget, viewer, characters, cut):
-    """What text of a value does not stand in its widget, beyond the characters that the tool said it cut."""
+    """The problem if the widget lacks more characters of the value than the tool said it left out; else None."""
     if widget.kind in ("check", "radio") or widget.flags & PASSWORD and widget.kind == "text":
         return None
     areas = [widget.rect] if viewer == "pdfium" else widget.areas
@@ -228,7 +228,7 @@ def missing_text(widget, viewer, characters, cut):
 
 
 def values_for(widgets, scripts, only_latin):
-    """Values that fill the fields, and values that empty them."""
+    """(values that fill the fields, values that empty them)."""
     filling, empty = {}, {}
     texts = [("Latin", SCRIPTS["Latin"]), ("accented", SCRIPTS["accented"])] if only_latin else list(scripts.items())
     for widget in widgets:
@@ -255,7 +255,7 @@ def values_for(widgets, scripts, only_latin):
 
 
 def usable_scripts():
-    """The scripts that an installed font has."""
+    """The scripts for which a font is installed."""
     found = dict(SCRIPTS)
     for script, language in FONTS.items():
         if not peers.run("fc-list", f":lang={language}", "family").out.strip():
@@ -317,7 +317,7 @@ def report(options, found, counts):
         results = {f.path.name: [len(f.widgets), f.problems, f.elsewhere, f.unfilled] for f in found}
         options.report.write_text(json.dumps(results, indent=1))
     stale = explain(found)
-    if options.flatten or len(options.viewers) < 5:  # the rules are those of all viewers, and of form fields
+    if options.flatten or len(options.viewers) < 5:  # the rules are for all five viewers, and for form fields
         stale = []
     for form in found:
         for text in form.problems + form.elsewhere if options.verbose else form.problems[:3]:
@@ -343,7 +343,7 @@ def report(options, found, counts):
 
 
 def measure(options, shown, folder):
-    """How far from pdf.js's own drawing text starts, and its size beside its."""
+    """Prints how far text starts from where pdf.js itself would draw it, and how often the sizes are equal."""
     jobs = [form.jobs["filled"] for form in shown]
     said = viewers.pdfjs(jobs, folder, "measure", measure=True)
     if said:

@@ -4,9 +4,9 @@ for byte that of the program for Linux.
 
 windows_check.py [--linux TOOL] [--corpus FOLDER] [--font FILE]
 
-Without TOOL, the program of build/dev or build/release is taken; without any, outputs are not compared. Of the folder,
-every PDF file is compared. The font serves letters that a form's fonts lack; letters that it lacks, too, are drawn with
-what each system has installed.
+The outputs are compared with those of TOOL, by default the program in build/dev or build/release; if there is none,
+they are not compared. --corpus compares every PDF file of the folder too. The font is for letters that the fonts of a
+form lack. Letters that it lacks too are drawn with the fonts that are installed on each system.
 """
 
 import argparse
@@ -33,12 +33,12 @@ def run(tool, *arguments, cwd=None):
 
 
 def check_host(folder):
-    """A host in C loads the library by its path, fills a form, and sees an error of the library as a text."""
+    """A host in C loads the library by its path, fills a form, and gets the message of an error."""
     host = pathlib.Path(TOOL).parent / "c_loading_host.exe"
     filled = folder / "rempli \N{EURO SIGN}.pdf"
 
     def ask(field):
-        # LoadLibrary takes backslashes alone.
+        # LoadLibrary accepts only backslashes.
         library = f"Z:{host.parent / 'zforms.dll'}".replace("/", "\\")
         return run("/usr/lib/wine/wine64", host, library, FORM, field, "Zoé Łoś", filled)
 
@@ -50,7 +50,7 @@ def check_host(folder):
 
 
 def check_libraries(folder):
-    """A library is loaded from the PATH, but not from the current folder, where it may be a stranger's."""
+    """The tool loads libraries from the PATH, but not from the current folder, where anybody may have put them."""
     shutil.copy(pathlib.Path(TOOL).parent / "zforms.dll", folder / "libpq.dll")
     for place, said in (("C:", b"PostgreSQL needs the library libpq.dll"), (f"Z:{folder}", b"the library libpq lacks")):
         os.environ["WINEPATH"] = place.replace("/", "\\")
@@ -59,12 +59,12 @@ def check_libraries(folder):
     del os.environ["WINEPATH"]
 
 
-# Classes that the library keeps for itself; on Linux they are exported with the classes around them.
+# Private classes of the library. On Linux they are exported with the classes that contain them.
 PRIVATE = ("zforms::Chaine::Buffer::", "zforms::ZForm::Implementation::", "zforms::ZPDFParser::FileState::")
 
 
 def functions_in(symbols):
-    """Names of functions without their parameters, whose types differ between the systems."""
+    """The names of the functions, without their parameters, because the types of these differ between the systems."""
     names = subprocess.run(["c++filt"], input=symbols, stdout=subprocess.PIPE, text=True, check=True).stdout.splitlines()
     return {re.sub(r"\(.*", "", name) for name in names if re.match(r"zforms[:_]", name) and not name.startswith(PRIVATE)}
 
@@ -80,7 +80,7 @@ def check_exports(linux):
 
 
 def commands_for(form, out, rows, font):
-    """Commands by name; each writes one file or folder, or standard output."""
+    """(name, arguments, the file or folder that is written, or None for standard output) of each command to compare."""
     yield "fields", ["fields", form, "--json"], None
     yield "export", ["export", form, "--all"], None
     yield "csv", ["export", form, "--format", "csv"], None
@@ -99,14 +99,14 @@ def content_of(path):
 
 
 def compare(linux, form, folder, font, rows=None):
-    """How many outputs were compared."""
+    """Compares the outputs of both programs for this form; returns how many were compared."""
     values = run(linux, "export", form, "--all")[1]
     (folder / "values.xfdf").write_bytes(values)
     if rows is None:
         rows = folder / "values.csv"
         rows.write_bytes(run(linux, "export", form, "--format", "csv")[1])
     results = {}
-    # Twice for Linux: an encrypted form gets other random bytes each time.
+    # For an encrypted form the program for Linux runs twice: what differs between its two outputs is random.
     for name, tool in (("linux", linux), ("windows", TOOL), ("again", linux)):
         if name == "again" and b"/Encrypt" not in form.read_bytes():
             break
@@ -122,12 +122,12 @@ def compare(linux, form, folder, font, rows=None):
     return len(whats)
 
 
-# What differs from one server to the next: its port, its session, the numbers and times of its forms.
+# Parts of the output that differ in each run: the port, the session, the numbers and times of the forms.
 RANDOM = re.compile(rb'localhost:\d+|Session\.ID">\w+|\b\d{18}\b|\d{4}-\d\d-\d\dT[\d:.]+Z|/ID \[[^]]*\]')
 
 
 def round_of(tool, folder):
-    """A server opens a form, saves it, lets it be changed and saves it again: what was said, and the forms."""
+    """Opens a form on a server, saves it, and changes and saves it again. Returns the outputs and the forms."""
     folder.mkdir()
     saved, changed = folder / "saved.pdf", folder / "changed.pdf"
     serve = ["serve", "--templates", SAMPLES, "--data", folder / "data", "--port", "0", "--year", "2025"]

@@ -42,7 +42,7 @@ std::string Listing(const std::set<std::string>& all) {
   return names;
 }
 
-// The names of the fields with a value that the form marks as not to be sent.
+// The names of the fields that have a value and the flag NoExport.
 std::string NamesLeftOut(const std::vector<ZFormField>& fields) {
   std::set<std::string> left_out;
   for (const ZFormField& field : fields) {
@@ -51,7 +51,7 @@ std::string NamesLeftOut(const std::vector<ZFormField>& fields) {
   return Listing(left_out);
 }
 
-// The names of several fields that hold different values.
+// The names that several fields with different values have.
 std::string NamesUnequal(const std::vector<ZFormField>& fields) {
   const auto text_of = [](const ZFormField& field) {
     Chaine text;
@@ -96,15 +96,15 @@ struct ZForm::Implementation {
   std::set<std::string> said_of_file;
   GuardOptions guard_options;
   std::unique_ptr<FillingGuard> guard;    // null until something is to be filled
-  std::unique_ptr<FieldScripts> scripts;  // null for a form without any that are followed
+  std::unique_ptr<FieldScripts> scripts;  // null until the form may be filled, and when scripts are not followed
   bool may_fill = false;
-  bool ended = false;  // parts that the change makes outdated are removed, and messages say so
+  bool ended = false;  // EndChange has removed what the change makes invalid
   bool draws = false;
   bool maps_file = false;
   ZDrawingFonts fonts;
-  std::unique_ptr<FormDrawing> drawing;  // null until something is to be drawn after Open and after Save
+  std::unique_ptr<FormDrawing> drawing;  // null after Open and Save, until something is to be drawn
   PTableau<ZAcroFormField*> changed;     // fields with a new value that is not drawn
-  // Knows the values that fields held when it was made, so each field is filled once by it.
+  // Compares with the values that the fields had when it was made, so it can fill each field only once.
   std::unique_ptr<ZCheckedFiller> filler;
   std::set<std::string> filled_names;
   size_t faults_taken = 0;
@@ -127,7 +127,8 @@ bool ZForm::Implementation::Open(const FormSource& source, const ZFormOptions& o
   return true;
 }
 
-// Says why nothing may be filled, once.
+// Whether the form may be filled; messages say why not. The first call makes the guard, whose refusal is reported only
+// once, and the scripts.
 bool ZForm::Implementation::MayFill() {
   if (guard != nullptr) return may_fill;
   if (const std::string why = WhyNotFilled(form); !why.empty()) return Fail(About::kForm, why);
@@ -140,7 +141,7 @@ bool ZForm::Implementation::MayFill() {
   return may_fill;
 }
 
-// Also takes note of what changed.
+// Reports the new faults of the filler, and collects the fields that it changed.
 void ZForm::Implementation::TakeFaults(const Chaine& where) {
   for (ZAcroFormField* field : filler->TakeChanged()) changed.push_back(field);
   for (; faults_taken < filler->Faults().size(); faults_taken++) {
@@ -196,7 +197,7 @@ FormDrawing& ZForm::Implementation::Drawing() {
   return *drawing;
 }
 
-// The existing appearances show the old values.
+// Draws the changed fields, or asks viewers to draw them, because the existing appearances show the old values.
 void ZForm::Implementation::EndFilling() {
   Compute(Chaine());
   if (guard == nullptr || (ended && changed.empty()) || form.Parser()->ModifiedObjects().empty()) return;
@@ -208,7 +209,7 @@ void ZForm::Implementation::EndFilling() {
   EndChange();
 }
 
-// Takes out what the change puts out of date.
+// Removes what the change makes invalid: usage rights and, unless it is kept, the XFA form.
 void ZForm::Implementation::EndChange() {
   changed.clear();
   if (std::exchange(ended, true)) return;
@@ -220,12 +221,12 @@ bool ZForm::Implementation::Save(const std::function<bool()>& save) {
   if (form.Parser() == nullptr) return Fail(About::kForm, "no document is open");
   EndFilling();
   filler.reset();
-  // Saving as a new file may renumber objects, which a drawing refers to.
+  // Drops the drawing: it refers to objects, and saving as a new file may renumber them.
   drawing.reset();
   return save();
 }
 
-// Reads the document from the bytes of a save, as its fields have changed in other ways than by values.
+// Saves the document to memory and opens it again, because flattening changes more than the values of fields.
 bool ZForm::Implementation::Reload() {
   Chaine saved;
   const Chaine path = form.PathName();

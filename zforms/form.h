@@ -21,20 +21,20 @@ class ZAcroForm;
 struct ZFORMS_API ZFormOptions {
   SecretString password = {};  // UTF-8; opens an encrypted document
   bool recover = false;        // read a damaged file by searching it for objects; it is then saved as a new file
-  bool keep_xfa = false;       // keep an XFA form although it has the old values
-  // Make changes that signatures forbid; the signatures are then no longer valid. Write a new file even when pages or
-  // the form lose what cannot be read.
+  bool keep_xfa = false;       // keep the XFA form, which filling would remove: it still has the old values
+  // Make changes that signatures forbid; the signatures are then no longer valid. Write a new file even when it lacks
+  // parts of pages or of the form that cannot be read.
   bool force = false;
   bool draw = false;         // draw the fields that are filled in (see Draw), instead of asking viewers to do so
   ZDrawingFonts fonts = {};  // for characters that the form's own fonts lack
   // Follow the scripts of the form that only call the common functions, such as AFSimple_Calculate: compute fields from
   // others, refuse numbers that are out of range, and draw values in their formats. A value in the data is kept even
-  // where a script computes another one; a warning tells the difference.
+  // where a script computes another one; a warning reports the difference.
   bool calculate = true;
 };
 
-// ZForm is a PDF form for the common host: open it, list its fields, fill it, save it. Texts and paths are UTF-8. Hosts
-// that need more use the classes behind it: see Document().
+// ZForm is a PDF form for hosts with common needs: open it, list its fields, fill it, save it. Texts and paths are
+// UTF-8. Hosts that need more use the classes behind it: see Document().
 //
 //   zforms::ZForm form;
 //   if (form.Open("form.pdf")) {
@@ -44,13 +44,13 @@ struct ZFORMS_API ZFormOptions {
 //   }
 //   for (const zforms::ZFormMessage& message : form.TakeMessages()) std::cerr << message.text << "\n";
 //
-// It owns the document. What it returns are copies, except Document(). One thread at a time; different forms are
+// It owns the document, and returns copies, except for Document(). One thread at a time uses it; different forms are
 // independent. A form can be moved; after that, the old object can only be destroyed or assigned to.
 class ZFORMS_API ZForm {
  public:
   enum class SaveAs : uint8_t {
-    kUpdate,   // what changed is appended to the bytes read; a recovered or re-encrypted document is written as new
-    kNewFile,  // all objects in use are written; signatures are no longer valid
+    kUpdate,   // appends the changes to the bytes read; writes a recovered or re-encrypted document as a new file
+    kNewFile,  // writes all objects in use to a new file; signatures are no longer valid
   };
 
   ZForm();
@@ -64,8 +64,8 @@ class ZFORMS_API ZForm {
   bool OpenBytes(std::string_view bytes, const ZFormOptions& options = {});
   // Sets whether the next Open maps a file of 1 MB or more into memory instead of reading it, where the system can do
   // this: listing or filling some fields then costs time and memory for the form, not for the whole file. No other
-  // program may change the file while the form is open; one that cuts it short makes this process fail with SIGBUS,
-  // which the host may handle (see MappedFileAt). Saving over the file is safe.
+  // program may change the file while the form is open: if one truncates it, this process receives SIGBUS, which the
+  // host may handle (see MappedFileAt). Saving over the file is safe.
   void SetFileMapping(bool map);
   // Whether the document has a form whose fields can be read and filled.
   bool HasForm() const;
@@ -74,21 +74,21 @@ class ZFORMS_API ZForm {
   // call reads all fields again.
   std::vector<ZFormField> Fields() const;
   // The fields whose values are exported. Without `all`, fields with the flag NoExport are left out, and a note names
-  // those of them that have a value.
+  // those of them that have a value. A warning lists the names that several fields with different values have.
   std::vector<ZFormField> ExportedFields(bool all = false);
 
   // Set the value of all fields with this full name. A choice field takes the value of an option or the text that
-  // viewers show for it. A check box takes the name of its state, or a word such as "yes" or "no". Several values are
-  // for a list box. False when the field does not take a value: it then keeps its old value, and a warning says what it
-  // takes.
+  // viewers show for it. A check box takes the name of its state, or a word such as "yes" or "no". Only a list box
+  // takes several values. False when no field has the name, or when the field does not take a value: it then keeps its
+  // old value, and a warning gives the reason.
   bool SetValue(const std::string& name, const std::string& value);
   bool SetValues(const std::string& name, const std::vector<std::string>& values);
 
   // Fill the form from XFDF, FDF, one JSON object, or CSV with the names in its first line and the values in its
-  // second. The format is found by the first characters of the data, or else by the suffix of `name`, the name of the
-  // data's file. A value that a field does not take gives a warning; the other values are written. False when nothing
-  // could be filled: the data cannot be read, no column of the CSV has the name of a field, the document has no form,
-  // or it forbids every change.
+  // second. The format is recognized by the first characters of the data, or else by the suffix of `name`, the name of
+  // the data's file. A value that a field does not take gives a warning; the other values are written. False when
+  // nothing could be filled: the data cannot be read, no column of the CSV has the name of a field, the document has no
+  // form, or it forbids every change.
   bool Fill(std::string_view data, const std::string& name = {});
   bool FillFromFile(const std::string& path);
 
@@ -99,9 +99,9 @@ class ZFORMS_API ZForm {
   // the document forbids every change.
   bool Draw();
 
-  // The values of the exported fields in a format. XFDF and FDF also contain the identifiers and the file name of the
-  // document. JSON is one object; CSV has a line with the names and a line with the values. Empty for a document
-  // without a form; the messages say so.
+  // Returns the values of the exported fields in this format. XFDF and FDF also contain the identifiers and the file
+  // name of the document. JSON is one object; CSV has a line with the names and a line with the values. Empty for a
+  // document without a form; the messages say so.
   std::string Export(ExportFormat format, bool all = false);
 
   // Make the fields with these full names, and the fields below them, part of the pages; without names, all fields.
@@ -116,7 +116,7 @@ class ZFORMS_API ZForm {
   bool Save(const std::string& path, SaveAs mode = SaveAs::kUpdate);
   bool SaveBytes(std::string* bytes, SaveAs mode = SaveAs::kUpdate);
 
-  // The messages since the last call, in their order; faults of the file come last.
+  // The messages since the last call, in the order in which they arose; messages about faults of the file come last.
   ZFormMessages TakeMessages();
 
   // The document itself, which this object owns. Do not load another document into it.

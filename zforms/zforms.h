@@ -11,9 +11,9 @@
 //   }
 //   zforms_form_free(form);
 //
-// A handle is opaque; the function with `_free` deletes it. Texts and paths are UTF-8 and end with a zero byte. A text
-// is read into a buffer of the caller's: see ZFORMS_ERROR_LENGTH. No exception leaves the library, and nothing that it
-// allocates has to be freed by the caller, apart from handles.
+// A handle is opaque; the function with `_free` deletes it. Texts and paths are UTF-8 and end with a zero byte. A
+// function that returns a text writes it into a buffer of the caller: see ZFORMS_ERROR_LENGTH. No exception leaves the
+// library, and nothing that it allocates has to be freed by the caller, apart from handles.
 //
 // A handle is used by one thread at a time; different handles are independent.
 

@@ -12,7 +12,7 @@
 extern "C" {
 #endif
 
-// What a function returns. The reason of an error is in zforms_last_error.
+// The result of a function. zforms_last_error gives the reason of an error.
 typedef enum zforms_status {
   ZFORMS_OK = 0,
   ZFORMS_END = 1,              // there is no further row
@@ -29,10 +29,10 @@ typedef enum zforms_status {
 
 // A function that reads a text takes `buffer`, the size of the buffer in bytes, and `length`. It writes the text and a
 // zero byte into the buffer, and the length of the text in bytes, without the zero byte, to `length`, which may be
-// null. Call it with a null buffer of size 0 to get the length alone: that is ZFORMS_OK.
+// null. Call it with a null buffer of size 0 to get only the length; the status is then ZFORMS_OK.
 
-// The version of the library that runs, such as "0.1.0"; and as a number, 100 for 0.1.0 (major * 10000 + minor * 100 +
-// patch).
+// The version of the loaded library: as a text, such as "0.1.0", and as a number, such as 100 for 0.1.0 (major * 10000
+// + minor * 100 + patch).
 ZFORMS_API const char* zforms_version(void);
 ZFORMS_API int zforms_version_number(void);
 
@@ -44,7 +44,7 @@ ZFORMS_API const char* zforms_status_text(zforms_status status);
 ZFORMS_API const char* zforms_last_error(const void* handle);
 
 typedef enum zforms_severity {
-  ZFORMS_NOTE = 0,     // worth knowing, though nothing is wrong
+  ZFORMS_NOTE = 0,     // information; nothing is wrong
   ZFORMS_WARNING = 1,  // done, but not all of it or not as it should be
   ZFORMS_FAILURE = 2   // not done
 } zforms_severity;

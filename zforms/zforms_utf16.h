@@ -1,7 +1,7 @@
 #pragma once
 
-// Forms of the C interface with UTF-16 texts in the byte order of the machine, for Windows: a wchar_t of Windows is a
-// uint16_t here. Texts end with a zero unit, and lengths count units. All else is as in zforms/zforms_form.h.
+// Variants of the functions in zforms/zforms_form.h that take UTF-16 texts in the byte order of the machine. They are
+// for Windows, whose wchar_t is a uint16_t here. Texts end with a zero unit, and lengths count units.
 
 #include "zforms/zforms_form.h"
 
@@ -21,7 +21,7 @@ ZFORMS_API zforms_status zforms_fill_file_utf16(zforms_form* form, const uint16_
 ZFORMS_API zforms_status zforms_save_file_utf16(zforms_form* form, const uint16_t* path, zforms_save_mode mode);
 ZFORMS_API zforms_status zforms_last_error_utf16(const void* handle, uint16_t* buffer, size_t size, size_t* length);
 
-// Converts UTF-8 to UTF-16, for functions without a UTF-16 form. Bytes that are not UTF-8 become U+FFFD.
+// Converts UTF-8 to UTF-16, for functions that have no UTF-16 variant. Bytes that are not UTF-8 become U+FFFD.
 ZFORMS_API zforms_status zforms_utf16_from_utf8(const char* text, uint16_t* buffer, size_t size, size_t* length);
 // Converts UTF-16 to UTF-8. Surrogates that are not in a pair become U+FFFD.
 ZFORMS_API zforms_status zforms_utf8_from_utf16(const uint16_t* text, char* buffer, size_t size, size_t* length);

@@ -2,8 +2,8 @@
 
     python3 wheel_builder.py LIBRARY FOLDER    makes the wheel in FOLDER and prints its name
 
-Other front ends, such as pip wheel, find the library in the file that ZFORMS_LIBRARY names. The library needs those that
-it is linked with, which a wheel for other machines would have to hold too.
+Other front ends, such as pip wheel, find the library in the file that ZFORMS_LIBRARY names. The wheel
+holds no other library. A wheel for other machines would also have to hold the libraries that this one is linked with.
 """
 
 from __future__ import annotations
@@ -21,7 +21,7 @@ import tempfile
 import zipfile
 
 HERE = pathlib.Path(__file__).resolve().parent
-# The date of all files, so that two builds give the same bytes; ZIP has none before.
+# The date of all files, so that two builds give the same bytes. It is the earliest date that ZIP can store.
 DATE = (1980, 1, 1, 0, 0, 0)
 EXECUTABLE, PLAIN = 0o755 << 16, 0o644 << 16
 
@@ -40,7 +40,7 @@ def _library_name(version: str) -> str:
 
 
 def _library_bytes(path: str) -> bytes:
-    """The library without the symbols of debuggers, where the system can remove them."""
+    """The bytes of the library, without debugging symbols where the system has the program strip."""
     with tempfile.TemporaryDirectory() as folder:
         copy = pathlib.Path(folder) / "library"
         shutil.copy(path, copy)
@@ -56,7 +56,7 @@ def _metadata(version: str) -> str:
 
 
 def _files(library: str, version: str, tag: str) -> dict[str, bytes]:
-    """The contents of the wheel by name, without the record of them."""
+    """The files of the wheel by name, without RECORD, which lists them."""
     files = {f"zforms/{path.name}": path.read_bytes() for path in sorted((HERE / "zforms").iterdir()) if path.is_file()}
     files[f"zforms/{_library_name(version)}"] = _library_bytes(library)
     info = f"zforms-{version}.dist-info"
@@ -67,7 +67,7 @@ def _files(library: str, version: str, tag: str) -> dict[str, bytes]:
 
 
 def build(library: str, folder: str) -> str:
-    """Makes the wheel and returns its name."""
+    """Writes the wheel into the folder and returns its name."""
     version = _version()
     tag = "py3-none-" + re.sub(r"[-.]", "_", sysconfig.get_platform())
     files = _files(library, version, tag)
@@ -88,7 +88,7 @@ def build(library: str, folder: str) -> str:
 
 
 def build_wheel(wheel_directory: str, config_settings: object = None, metadata_directory: object = None) -> str:
-    """The hook of PEP 517."""
+    """Builds the wheel for a front end (PEP 517)."""
     library = os.environ.get("ZFORMS_LIBRARY")
     if not library:
         raise SystemExit("wheel_builder: ZFORMS_LIBRARY must name the shared library")

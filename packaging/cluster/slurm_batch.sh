@@ -8,8 +8,8 @@
 #
 #   zforms batch --merge-reports FOLDER.reports/*.json --out FOLDER --report report.json
 #
-# A task that is killed, or ends with trouble that may pass (status 75), is queued again and continues where it was. Bad
-# rows and wrong options (statuses 2 and 3) are not tried again.
+# A task that is killed or fails for a temporary reason (status 75) is queued again and continues where it stopped. A
+# task with bad rows or wrong options (statuses 3 and 2) is not tried again.
 #SBATCH --job-name=zforms
 #SBATCH --requeue
 #SBATCH --open-mode=append
@@ -20,7 +20,7 @@ form=$1 data=$2 folder=$3
 shift 3
 mkdir -p "$folder.reports"
 
-# Slurm asks the script to stop; it passes the request on, and zforms finishes the rows that it has begun.
+# Slurm sends SIGTERM to the script. The script passes it to zforms, which finishes the rows that it has begun.
 trap 'kill -TERM "$child"' TERM
 "${ZFORMS:-zforms}" batch "$form" --data "$data" --out "$folder" --resume \
   --shard "$SLURM_ARRAY_TASK_ID/$SLURM_ARRAY_TASK_COUNT" --jobs "${SLURM_CPUS_PER_TASK:-1}" \

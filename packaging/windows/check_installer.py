@@ -21,7 +21,7 @@ def wine(*arguments):
 
 
 def is_on_path():
-    # Without the last letter, which is printed in the code page of the console.
+    # Leaves out the last letter, which is printed in the code page of the console.
     return f"C:\\{FOLDER[:-1]}".lower() in wine("reg", "query", ENVIRONMENT, "/v", "Path")[1].lower()
 
 

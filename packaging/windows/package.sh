@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Makes the ZIP and the installer for Windows from a build: packaging/windows/package.sh BUILD DEPENDENCIES CPU PLACE
+# Makes the ZIP file and the installer for Windows from a build:
+#   packaging/windows/package.sh BUILD DEPENDENCIES CPU PLACE
 set -euo pipefail
 build=$(realpath "$1")
 deps=$(realpath "$2")
@@ -20,11 +21,11 @@ rm -rf "$tree" "$tree".*
 mkdir -p "$tree/licences" "$tree/lib"
 cmake --install "$build" --prefix "$tree" --strip >"$place/install.log"
 
-# For compilers other than MinGW: they call the C interface.
+# Makes the import library of zforms.dll for compilers other than MinGW, which can call only the C interface.
 cp "$build/zforms.def" "$tree/lib/"
 "$triple-dlltool" --input-def "$build/zforms.def" --dllname zforms.dll --output-lib "$tree/lib/zforms.lib"
 
-# All that is linked, or shipped beside it.
+# Copies the licences of zforms and of all libraries that are linked or shipped with it.
 cp "$root/LICENSE" "$tree/LICENSE.txt"
 cp "$root/README.md" "$tree/README.md"
 rm -rf "$tree/share/doc"

@@ -11,7 +11,7 @@ TEST = re.compile(r"^TEST(?:_F|_P)?\(", re.MULTILINE)
 
 
 def tests_for(system):
-    """How many tests are for that system alone."""
+    """The number of tests that are only for that system."""
     return sum(len(TEST.findall(path.read_text(encoding="utf-8"))) for path in ROOT.glob(f"tests/*/*_{system}.cpp"))
 
 

@@ -45,7 +45,7 @@ TEST(AcroFormDocument, FillingFromXFDF) {
   const std::string box = "/Subtype/Widget/AP<</N<</Oui 9 0 R/Off 9 0 R>>>>";
   const struct {
     const char* name;
-    std::string field;  // object 10, in "/Fields"; its kids are in it
+    std::string field;  // object 10, which "/Fields" lists; its kids are direct objects
     const char* data;
     std::string after;  // empty when nothing is written
     const char *unmatched, *refused, *warning;
@@ -313,7 +313,7 @@ TEST(AcroFormDocument, SavingToFiles) {
   EXPECT_EQ(ValuesOf(again), "a=1 b=Prénom ");
 }
 
-// A destination that accepts a given number of bytes.
+// A destination that accepts no bytes.
 class FullStream : public ZInetOStream {
  public:
   bool Write(const char*, size_t) override { return false; }
@@ -378,7 +378,7 @@ TEST(AcroFormDocument, PermissionsAreAFullSaveAndThenUpdates) {
 }
 
 TEST(AcroFormDocument, FullSavesAreWhole) {
-  // Object 5 is an old encryption dictionary that is not used; object 7 is unused.
+  // The trailers have an invalid "/XRefStm", and nothing refers to object 7: a full save drops both.
   PdfText text;
   text.Header().Object(1, "<</AcroForm<</Fields[9 0 R]>>/N 3 1 R>>").Object(3, "(g)", 1).Object(7, "(lost)");
   text.Object(9, "<</FT/Tx/T(a)/V(1)>>").Xref().Trailer("/Root 1 0 R/XRefStm 5");
@@ -425,12 +425,12 @@ TEST(AcroFormDocument, TheFormerEncryptionDictionaryIsNotWritten) {
   const std::unique_ptr<ZPDFEncryption> handler(ZPDFEncryption::CreateStandard("id", "", ""));
   ZAcroForm form =
       Loaded(TwoFields().Object(12, LineOf(handler->Dictionary())).Trailer("/Encrypt 12 0 R/ID[(id)(id)]").Bytes());
-  // The texts read as gibberish, because the file has them unencrypted; so fields are found by position.
+  // The names of the fields are unreadable, because the file has not encrypted them: the test finds fields by position.
   form.Fields()[1]->SetValue("x");
   const Chaine full = SavedFull(form);
   EXPECT_EQ(full.View().find("12 0 obj"), std::string_view::npos);
   EXPECT_EQ(Loaded(full).Fields()[1]->Value(), "x");
-  // Later values are enciphered for the new file.
+  // Values that are set later are encrypted with the key of the new file.
   form.Fields()[1]->SetValue("y");
   EXPECT_EQ(Loaded(Saved(form)).Fields()[1]->Value(), "y");
 }

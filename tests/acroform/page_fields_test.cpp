@@ -90,7 +90,7 @@ TEST(PageFields, ANameStaysWithTheFieldOfTheForm) {
   EXPECT_EQ(form.FlatFields()["a"].size(), 2U);
 }
 
-// Each widget is a child of the one before it, but is not listed as its kid.
+// "/Parent" of each widget is the widget before it, whose "/Kids" does not list it.
 TEST(PageFields, LongChainsStayShort) {
   FormText text;
   std::string annotations;

@@ -40,14 +40,14 @@ TEST(DefaultAppearance, SaysFontSizeColorAndSpacing) {
       {"/A 1000000000000000000000000 Tf", "A 0"},
       {"/A Tf", "A 0"},
       {"/A x Tf /B Tf", "B 0"},
-      // What is not whole counts for nothing.
+      // Operators with missing or malformed operands are ignored.
       {"", " 0"},
       {"12 Tf 1 0 rg Tf g k sc", " 0"},
       {"/A 12 Tf (B) 9 Tf 9", "A 12"},
       {"/A 12 Tf [/B 9] << /C 9 >> (\\) /D 9 Tf", "A 12"},
       {"/A 12 Tf - g . g +- g 1e5 g", "A 12"},
       {"/A 1 2 Tf /A 3 4", " 0"},
-      // Colours: in bounds, by colour space, of the device's when there is no other.
+      // Colours: device components are limited to [0, 1]; without "cs" their number selects the device colour space.
       {"/A 1 Tf 7 -1 .5 rg", "A 1; 1 0 0.5 rg"},
       {"/A 1 Tf 1 0 0 sc", "A 1; 1 0 0 rg"},
       {"/A 1 Tf /DeviceCMYK cs 1 0 0 0 scn", "A 1; 1 0 0 0 k"},

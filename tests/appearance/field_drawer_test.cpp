@@ -16,7 +16,7 @@ std::string ContentOf(ZAcroForm& form, uint32_t field) {
   return content;
 }
 
-// Widths of Helvetica are known: "A" 667, "i" 222; its ascent is 718, its descent -207.
+// Helvetica, in 1/1000 of its size: the widths of "A" and "i" are 667 and 222, the ascent is 718, the descent -207.
 TEST(ZFieldDrawer, DrawsFieldsInTheFontsOfTheForm) {
   ZAcroForm form = FormText()
                        .Infos("/DA(/Helv 0 Tf 0 g)/NeedAppearances true")
@@ -29,15 +29,15 @@ TEST(ZFieldDrawer, DrawsFieldsInTheFontsOfTheForm) {
   const uint32_t before = form.Parser()->FreeNumber();
   ZFieldDrawer drawer(form);
   EXPECT_TRUE(drawer.DrawAll());
-  // 100 - (0.667 + 0.222) * 10 - 2; (20 - (0.718 - 0.207) * 10) / 2.
+  // The text starts at x = 100 - (0.667 + 0.222) * 10 - 2 and y = (20 - (0.718 - 0.207) * 10) / 2.
   EXPECT_EQ(ContentOf(form, 0), "/Tx BMC q BT 1 0 0 rg /Helv 10 Tf 89.11 7.445 Td (Ai) Tj ET Q EMC ");
-  // 6 / 0.667 is less than 98 / 1.35.
+  // The width of the box limits the size: 6 / 0.667 is less than 98 / 1.35.
   EXPECT_EQ(ContentOf(form, 1), "/Tx BMC q BT 0 g /Helv 8.99 Tf 2 47.703 Td (A) Tj ET Q EMC ");
   EXPECT_NE(LineOf(form.Fields()[3]->GetAt(0)->Dico()).find("/AS/Off"), std::string::npos);
   ASSERT_EQ(drawer.Diagnostics().Warnings().Size(), 1U);
   EXPECT_EQ(drawer.Diagnostics().Warnings()[0].text, "field \"c\": 2 of 4 characters do not fit");
 
-  // A font, three texts and two states.
+  // New objects: two fonts (Helvetica, ZapfDingbats), three texts and two states.
   EXPECT_EQ(form.Parser()->FreeNumber() - before, 7U);
   form.ResetModified();
   EXPECT_TRUE(drawer.DrawAll());
@@ -73,16 +73,16 @@ TEST(ZFieldDrawer, CopiesOfAFormReadItsFontsOnce) {
   EXPECT_NE(ContentOf(third, 0), ContentOf(first, 0)) << "it has its own";
 }
 
-// Widths of Helvetica: "A" 667, a blank 278.
+// The widths of "A" and a blank in Helvetica are 667 and 278.
 TEST(ZFieldDrawer, FollowsTheOperatorsOfTheDefaultAppearance) {
   const struct {
     const char* entries;
     std::string_view content;
   } cases[] = {
-      // (667 + 278 + 667 + 3 * 200 + 500) / 100 * 0.5 = 13.56
+      // The text is (667 + 278 + 667 + 3 * 200 + 500) / 100 * 0.5 = 13.56 wide.
       {"/DA(2 Tc 5 Tw 50 Tz /Helv 10 Tf)/V(A A)/Q 2", "2 Tc 5 Tw 50 Tz /Helv 10 Tf 84.44 7.445 Td (A A) Tj"},
       {"/DA(/Helv 10 Tf 1 Tc)/V(AAAAAAAAAAAAAAA)", "1 Tc /Helv 10 Tf 2 7.445 Td (AAAAAAAAAAAAA) Tj"},
-      // (20 - 2) / 1.35
+      // The automatic size is (20 - 2) / 1.35.
       {"/DA(/Helv 0 Tf 2 Tc 50 Tz)/V(A)", "50 Tz /Helv 13.33 Tf 2 6.594 Td (A) Tj"},
       {"/DA(/Helv 10 Tf 2 Tc)/V(AA)/Ff 16777216/MaxLen 2", "/Helv 10 Tf 21.665 7.445 Td (A) Tj 50 0 Td (A) Tj"},
       {"/DA(/Cs cs .5 scn /Helv 10 Tf)/V(A)", "/Cs cs 0.5 scn /Helv 10 Tf 2 7.445 Td (A) Tj"},

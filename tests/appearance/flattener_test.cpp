@@ -15,7 +15,8 @@ std::string Stream(std::string_view entries, std::string_view data = "f") {
          "\nendstream";
 }
 
-// One page, object 4, with one content stream, and what the case adds; field 10 with its appearance, object 11.
+// A page (object 4) with one content stream, and a field (object 10). The field has the appearance in object 11, unless
+// it is a button. The arguments add entries to the page, the field and the appearance.
 FormText OnePage(std::string_view page, std::string_view widget, std::string_view look) {
   const bool is_button = widget.starts_with("/FT/Btn");
   FormText text;
@@ -31,7 +32,7 @@ FormText OnePage(std::string_view page, std::string_view widget, std::string_vie
   return text;
 }
 
-// The data of all content streams of the page, a blank between them.
+// The data of all content streams of the page, with blanks between them.
 std::string ContentOf(ZAcroForm& form, uint32_t page) {
   auto* dictionary = NodeCast<ZPDFNodeDictionary>(form.Parser()->GetObject({page, 0})->GetDirectAt(0));
   ZPDFNode* contents = dictionary->GetTarget("/Contents");
@@ -45,7 +46,8 @@ std::string ContentOf(ZAcroForm& form, uint32_t page) {
   return content;
 }
 
-// Where "/BBox", "/Matrix" and "/Rect" put an appearance (ISO 32000-1 12.5.5, algorithm 8.1), by hand.
+// "/BBox", "/Matrix" and "/Rect" give the place of an appearance (ISO 32000-1 12.5.5, algorithm 8.1). The expected
+// matrices were computed by hand.
 TEST(ZFormFlattener, PaintsWhatViewersShow) {
   const struct {
     const char *page, *widget, *look, *painted;
@@ -124,7 +126,7 @@ TEST(ZFormFlattener, TakesTheFieldsOutOfTheDocument) {
   EXPECT_FALSE(ZFormFlattener(flat).FlattenAll());
 }
 
-// Pages share lists of annotations, content and resources; others have none.
+// Two pages share annotations, contents and resources, which a third page does not use: only copies are changed.
 TEST(ZFormFlattener, KeepsWhatPagesShareApart) {
   FormText text;
   text.Catalog("/Pages 3 0 R")

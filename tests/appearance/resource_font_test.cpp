@@ -21,8 +21,8 @@ std::string Hexadecimal(uint32_t value) {
   return digits;
 }
 
-// Code, size where it is not one byte, and width of each character; "~" where readers take the code for other text, "-"
-// where the font does not have the character.
+// For each character its code, the size of the code unless it is one byte, and its width. "~" marks a code that readers
+// map to another text; "-" stands for a character that the font does not have.
 std::string Codes(ResourceFont& font, std::u32string_view text) {
   std::string all;
   for (size_t i = 0; i < text.size(); i++) {
@@ -65,7 +65,7 @@ class FontDocument {
   std::unique_ptr<FontResources> fonts_;
 };
 
-// The objects from 21 on.
+// The objects of a FontDocument from number 21 on.
 template <class... Texts>
 std::vector<std::string> With(const Texts&... objects) {
   return {std::string(objects)...};
@@ -139,7 +139,7 @@ TEST(ResourceFont, NotInTheFile) {
 const std::string kDescriptor = "/FontDescriptor<</Flags 32/FontFile2 21 0 R>>";
 
 TEST(ResourceFont, ProgramsInTheFile) {
-  // Glyphs 1 to 4 are 100 to 400 wide; glyph 3 draws nothing, as those left out of a subset do.
+  // Glyphs 1 to 4 are 100 to 400 wide; glyph 3 is empty, like the glyphs that a subset leaves out.
   TrueTypeText program{{true, true, false, true}, {}};
   program.maps = {{{3, 1}, {{' ', 3}, {'A', 1}, {'B', 2}, {'C', 3}, {0xE9, 4}}}};
   const std::string unicode = Stream(program.Bytes());

@@ -33,7 +33,7 @@ TEST(GlyphList, NamesStandForCharacters) {
   }
 }
 
-// Each code gives the character that the text module gives, which knows the encodings in another way.
+// Each code gives the same character as the text module, which does not use these tables.
 TEST(FontEncodings, AgreeWithTheTextModule) {
   const auto text_of = [](const FontEncoding& encoding, size_t code) {
     Chaine text;

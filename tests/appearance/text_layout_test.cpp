@@ -13,7 +13,7 @@
 namespace zforms {
 namespace {
 
-// "size: text@x,y text@x,y -left out".
+// The layout as "size text@x y text@x y -n", where n characters do not fit.
 std::string Told(const std::vector<TextParagraph>& paragraphs, const TextLayout& layout) {
   ContentWriter out;
   out.Number(layout.size);
@@ -36,7 +36,7 @@ std::vector<TextParagraph> ParagraphsOf(std::string_view text, TextFont* font) {
 enum Kind { kLine, kLines, kShapedLines, kComb };
 
 TEST(TextLayout, HandComputed) {
-  // A character is half the size wide; boxes are width, height, padding, edge, quadding, size.
+  // A character is half the font size wide. A box is: width, height, padding, edge, quadding, size.
   const struct {
     const char* name;
     Kind kind;
@@ -45,30 +45,30 @@ TEST(TextLayout, HandComputed) {
     size_t cells;
     const char* told;
   } kCases[] = {
-      // The baseline is (20 - (0.75 - 0.25) * 10) / 2 high.
+      // The baseline is at y = (20 - (0.75 - 0.25) * 10) / 2.
       {"left", kLine, "abcd", {104, 20, 2, 0, 0, 10}, 0, "10 abcd@2 7.5"},
       {"centred", kLine, "abcd", {104, 20, 2, 0, 1, 10}, 0, "10 abcd@42 7.5"},
       {"right", kLine, "abcd", {104, 20, 2, 0, 2, 10}, 0, "10 abcd@82 7.5"},
       {"unknown quadding", kLine, "abcd", {104, 20, 2, 0, 7, 10}, 0, "10 abcd@2 7.5"},
-      // (20 - 2) / 1.35, cut to hundredths; then (24 - 4) / 2.
+      // The height gives the size (20 - 2) / 1.35, rounded down to hundredths; then the width gives (24 - 4) / 2.
       {"as high as fits", kLine, "abcd", {104, 20, 2, 0, 0, 0}, 0, "13.33 abcd@2 6.668"},
       {"as wide as fits", kLine, "abcd", {24, 20, 2, 0, 0, 0}, 0, "10 abcd@2 7.5"},
       {"border of 3", kLine, "abcd", {104, 20, 3, 3, 0, 0}, 0, "10.37 abcd@3 7.408"},
-      // There is room for 14 - 2 points; one more is shown and cut.
+      // There is room for 14 - 2 points: two characters. A third one is shown in part, and counts as not fitting.
       {"too wide", kLine, "abcd", {14, 20, 2, 0, 2, 10}, 0, "10 abc@2 7.5 -2"},
       {"blanks that do not fit", kLine, "ab  ", {14, 20, 2, 0, 0, 10}, 0, "10 ab @2 7.5"},
       {"too high", kLine, "ab", {104, 6, 2, 0, 0, 10}, 0, "10 ab@2 .5 -2"},
       {"nothing", kLine, "", {104, 20, 2, 0, 0, 10}, 0, "10"},
       {"no room at all", kLine, "abcd", {1, 1, 2, 0, 0, 0}, 0, "1 a@2 .25 -4"},
 
-      // 98 / 13.5 is seven lines of 14; the first baseline is 14 * (1 - 0.35 / 1.35) below 99.
+      // Seven lines of 13.5 fit into 98, so each is 14 high. The first baseline is 14 * (1 - 0.35 / 1.35) below 99.
       {"words", kLines, "aaaa bbbb cccc dddd", {54, 100, 2, 0, 0, 10}, 0, "10 aaaa bbbb@2 88.63 cccc dddd@2 74.63"},
       {"hard ends", kLines, "a\r\n\nb\n", {54, 100, 2, 0, 2, 10}, 0, "10 a@47 88.63 @52 74.63 b@47 60.63"},
       {"long word", kLines, "a bbbbbbbbbbbb", {34, 100, 2, 0, 0, 10}, 0, "10 a@2 88.63 bbbbbb@2 74.63 bbbbbb@2 60.63"},
       {"a point too wide", kLines, "aaaa aaaaa", {53, 100, 2, 0, 0, 10}, 0, "10 aaaa aaaaa@1 88.63"},
-      // Two lines of 14 are usual in 28; a third would have to come too near.
+      // Two lines of 14 fit into 28. A third would bring the lines too close together.
       {"too many", kLines, "a\nb\nc\ndd", {54, 30, 2, 0, 0, 10}, 0, "10 a@2 18.63 b@2 4.63 -3"},
-      // 98 / (12 * 1.35) is six lines; 98 / 6 / 1.35 is over 12.
+      // Automatic size: six lines of 12 * 1.35 fit into 98, and 98 / 6 / 1.35 would be more than the maximum, 12.
       {"lower than a line", kLines, "a", {54, 8.4, 2, 0, 0, 10}, 0, "10 a@2 1.7"},
       {"automatic", kLines, "a", {54, 100, 2, 0, 0, 0}, 0, "12 a@2 86.901"},
       // Twelve lines in 38 points: 38 / 7 / 1.35 is the least size that is not below 4, at which nine lines fit.
@@ -79,7 +79,7 @@ TEST(TextLayout, HandComputed) {
        0,
        "4.02 a@2 34.979 b@2 30.832 c@2 26.685 d@2 22.538 e@2 18.391 f@2 14.245 g@2 10.098 h@2 5.951 i@2 1.804 -3"},
 
-      // Marks reach 11 above the baseline and 3.5 below it; where the box is too low, both are cut alike.
+      // Marks reach 11 above the baseline and 3.5 below it; in a box that is too low, both lose the same height.
       {"high marks", kShapedLines, "a", {54, 100, 2, 0, 0, 10}, 0, "10 a@2 88"},
       {"high marks, too many", kShapedLines, "a\nb\nc", {54, 30, 2, 0, 0, 10}, 0, "10 a@2 18 b@2 4 -1"},
       {"high marks, low", kShapedLines, "a", {54, 14, 2, 0, 0, 10}, 0, "10 a@2 3.25"},
@@ -106,7 +106,7 @@ TEST(TextLayout, HandComputed) {
   }
 }
 
-// "abcd" of which "bc" runs from right to left: the parts of a line, and the line cut within them.
+// "abc1d", where "bc1d" runs from right to left except for the digit: the visual order of the line and of its parts.
 TEST(TextLayout, DirectionsAndClusters) {
   FakeFont font;
   const std::vector<TextRun> runs = {{&font, 0, 1, 0}, {&font, 1, 2, 1}, {&font, 3, 1, 2}, {&font, 4, 1, 1}};

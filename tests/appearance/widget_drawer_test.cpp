@@ -11,7 +11,7 @@ namespace zforms {
 namespace {
 
 TEST(WidgetStyle, IsReadWithinBounds) {
-  // Told as width, height, rotation, edge, padding, components of the background, "/Matrix".
+  // The result as text: width, height, rotation, edge, padding, components of the background, "/Matrix".
   const struct {
     const char* widget;
     const char* told;
@@ -44,7 +44,7 @@ TEST(WidgetStyle, IsReadWithinBounds) {
 }
 
 TEST(MarkedText, IsTakenOut) {
-  // "before|after"; "-" where the content cannot be kept.
+  // The content before and after the marked text, as "before|after"; "-" when it cannot be kept.
   const struct {
     const char* content;
     const char* kept;
@@ -109,7 +109,7 @@ struct Drawn {
 constexpr char kWidget[] = "/Subtype/Widget/Rect[0 0 104 20]/DA(10)/T(x)";
 
 TEST(WidgetDrawer, DrawsEachKind) {
-  // Of a text: "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC".
+  // A text is drawn as "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC".
   const struct {
     const char* field;
     const char* content;
@@ -151,7 +151,7 @@ TEST(WidgetDrawer, DrawsEachKind) {
 }
 
 TEST(WidgetDrawer, KeepsWhatStandsOutsideTheText) {
-  // The stream's entries and content before; the content after, and "/BBox".
+  // The entries and the content of the old stream; the content and "/BBox" of the new one.
   const struct {
     const char* entries;
     const char* before;
@@ -162,7 +162,7 @@ TEST(WidgetDrawer, KeepsWhatStandsOutsideTheText) {
        "0 1 0 rg f /Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC 5 w", "[0 0 104 20]"},
       {"/BBox[5 5 109 25]", "/Tx BMC EMC", "/Tx BMC q 1 0 0 1 5 5 cm BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ",
        "[5 5 109 25]"},
-      // Nothing is kept for another size or rotation, text without a marked section, or an unknown filter.
+      // The old content is not kept when it has another size or rotation, text without marks, or an unknown filter.
       {"/BBox[0 0 50 20]", "5 w", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ", "[0 0 104 20]"},
       {"/BBox[0 0 104 20]/Matrix[0 1 -1 0 0 0]", "5 w", "/Tx BMC q BT 0 0 1 rg /F 10 Tf 2 7.5 Td (ab) Tj ET Q EMC ",
        "[0 0 104 20]"},
@@ -182,7 +182,7 @@ TEST(WidgetDrawer, KeepsWhatStandsOutsideTheText) {
     const ZPDFNodeDictionary* dictionary = drawn.Normal();
     EXPECT_EQ(LineOf(dictionary->GetDirect("/BBox")), c.box);
     EXPECT_EQ(LineOf(dictionary->GetTarget("/Resources")), "<</Font<</F/TheFont>>>>");
-    // The old stream is as it was, and what was drawn is drawn the same again.
+    // The old stream is unchanged, and drawing a second time changes nothing.
     EXPECT_NE(ObjectOf(drawn.form, 11).find(c.before), std::string::npos);
     const std::string appearance = LineOf(drawn.form.Fields()[0]->Dico()->GetDirect("/AP"));
     EXPECT_EQ(appearance, "<</N 12 0 R>>");
@@ -226,7 +226,7 @@ TEST(WidgetDrawer, ButtonsKeepTheStatesThatTheyHave) {
     EXPECT_EQ("/AP" + LineOf(widget.GetDirect("/AP")) + "/AS " + widget.GetIdentifier("/AS").ToString(), c.widget);
   }
   Drawn drawn(FormText().Field(10, "<<" + std::string(kWidget) + "/FT/Btn/MK<</CA(8)/BC[0]>>>>"));
-  // The mark is as large as "/DA" says, in the middle.
+  // The mark has the size in "/DA", and is in the middle of the box.
   EXPECT_NE(ObjectOf(drawn.form, 11).find("BT/F 10 Tf49.5 6.475 Td(8) TjET"), std::string::npos);
 }
 

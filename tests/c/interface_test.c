@@ -32,7 +32,7 @@ static zforms_form* open_sample(void) {
   return form;
 }
 
-// A value, and that a buffer without room for the zero byte gets nothing.
+// The value of a field, or the error. Checks that the call fails when the buffer has no room for the zero byte.
 static const char* value_of(zforms_form* form, const char* name) {
   static char text[256];
   size_t length = 0;
@@ -46,7 +46,7 @@ static const char* value_of(zforms_form* form, const char* name) {
   return text;
 }
 
-// The bytes of the form as they are saved, or its export; the caller frees them.
+// The export of the form in this format, or the saved form when `format` is negative. The caller frees the bytes.
 static char* bytes_of(zforms_form* form, int format, size_t* size) {
   zforms_status status = format < 0 ? zforms_save_bytes(form, ZFORMS_UPDATE, NULL, 0, size)
                                     : zforms_export(form, (zforms_format)format, 1, NULL, 0, size);
@@ -134,7 +134,7 @@ static void test_values(void) {
   zforms_form* const form = open_sample();
   size_t before = 0, size = 0, index = 0;
   for (size_t i = 0; i < sizeof cases / sizeof *cases; i++) {
-    value_of(form, cases[i].name);  // reads all fields, which the next call makes out of date
+    value_of(form, cases[i].name);  // reads all fields, so that the next call has to update them
     CHECK(zforms_set_value(form, cases[i].name, cases[i].value) == cases[i].status, cases[i].name);
     const char* const after = cases[i].status == ZFORMS_OK ? value_of(form, cases[i].name) : zforms_last_error(form);
     CHECK(cases[i].status == ZFORMS_OK ? strcmp(after, cases[i].after) == 0 : strstr(after, cases[i].after) != NULL,
@@ -151,7 +151,8 @@ static void test_values(void) {
   field.size = sizeof field;
   zforms_find_field(saved, "activites.ateliers", &index);
   CHECK(zforms_get_field(saved, index, &field) == ZFORMS_OK && field.value_count == 2, "two values");
-  // What is exported fills another copy of the form, which then exports the same; CSV has several values in one cell.
+  // Each export fills another copy of the form, which then exports the same. CSV is left out here, because it has
+  // several values in one cell.
   for (int format = ZFORMS_XFDF; format <= ZFORMS_JSON_LINES; format++) {
     size_t exported = 0, again = 0;
     char* const data = bytes_of(saved, format, &exported);
@@ -218,7 +219,7 @@ static void test_batch(void) {
     CHECK(zforms_batch_run(batch, folder, "{id}-{adherent.nom}.pdf", cases[i].flags, keep_row,
                            (void*)&cases[i].stop_at) == cases[i].status,
           zforms_last_error(batch));
-    // The rows have the folder before the file, and the choices behind the reason.
+    // Skips what the expected rows omit: the folder before a file name, and the choices after a reason.
     const char* expected = cases[i].rows;
     for (const char* at = rows; *expected != 0 && *at != 0;) {
       if (strncmp(at, folder, strlen(folder)) == 0)
@@ -235,7 +236,7 @@ static void test_batch(void) {
   zforms_form_free(form);
 }
 
-// Rows without a table, each from the original state; they outlive the form.
+// Rows that the host fills value by value. Each begins from the original state; the batch outlives the form.
 static void test_rows_of_the_host(void) {
   static const struct {
     const char *name, *value;

@@ -96,12 +96,12 @@ TEST(Calculation, FormulasAreEvaluated) {
     const auto result = formula ? formula->Evaluate(one.numbers) : std::nullopt;
     EXPECT_EQ(!formula ? "none" : !result ? "infinite" : ValueOfNumber(*result), one.result) << one.script;
   }
-  // The depth of what is read is bounded.
+  // Formulas that are nested too deeply are not read.
   EXPECT_FALSE(FieldFormula::Of("event.value = " + std::string(100000, '(')));
   EXPECT_FALSE(FieldFormula::Of("event.value = " + std::string(100000, '-') + "AFMakeNumber(getField('a').value)"));
 }
 
-// Every place that may have scripts, each named once; actions that lead back to themselves end.
+// Scripts are found in every place that may have them, and each is named once. Cycles of actions are left.
 TEST(Calculation, ScriptsAreListed) {
   const std::string script = "<</S/JavaScript/JS(own();)/Next 20 0 R>>";
   FormText text;

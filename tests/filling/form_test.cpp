@@ -28,7 +28,7 @@ FormText Sample() {
 
 std::string BytesOf(const FormText& text) { return text.Bytes().ToString(); }
 
-// Each message as "severity about remedy: text", parted by "|".
+// Each message as "severity about remedy: text", separated by "|".
 std::string Said(ZForm& form) {
   std::string all;
   for (const ZFormMessage& message : form.TakeMessages()) {
@@ -64,7 +64,7 @@ TEST(Form, FieldsAreValues) {
   EXPECT_TRUE(fields[3].HasData() && !fields[3].IsExported());
 }
 
-// What is set is what is read again, from an update as from a new file, and the form's old bytes stay in an update.
+// Values that were set are read back, from an update and from a new file. An update keeps the form's old bytes.
 TEST(Form, ValuesAreSetAndSaved) {
   const struct {
     const char* name;
@@ -111,7 +111,7 @@ TEST(Form, AFieldIsSetAgain) {
   EXPECT_EQ(Said(form), "");
 }
 
-// What a form is exported as fills another one; the field that is not to be sent is left out.
+// The exported file of a form fills another form; the field that is not to be sent is left out.
 TEST(Form, ExportsFillOtherForms) {
   for (const ExportFormatName& format : kExportFormats) {
     SCOPED_TRACE(format.name);
@@ -176,7 +176,7 @@ TEST(Form, WhatCannotBeDoneIsSaid) {
   EXPECT_FALSE(unopened.SaveBytes(&saved) || unopened.SetValue("a", "b") || !unopened.Fields().empty());
 }
 
-// Three texts, two of them of one name, and a list; a signature that locks the last text.
+// Four text fields, of which the first two have the same name.
 FormText Drawn() {
   const std::string text = "<</FT/Tx/Subtype/Widget/Rect[0 0 100 20]/DA(/Helv 10 Tf)";
   FormText form;
@@ -184,7 +184,7 @@ FormText Drawn() {
   return std::move(form.Field(13, text + "/T(c)/V(locked)>>"));
 }
 
-// What is filled in is drawn; all is drawn where viewers were asked to draw, who are then asked no more.
+// Fields that are filled in are drawn. If viewers were asked to draw, all fields are drawn and the request is removed.
 TEST(Form, WhatIsFilledInIsDrawn) {
   constexpr const char* kAlike = "wx0: object 11 0: several fields have this name";
   const std::string lock = "/Reference[<</TransformMethod/FieldMDP/TransformParams<</Action/Include/Fields[(c)]>>>>]";
@@ -192,7 +192,7 @@ TEST(Form, WhatIsFilledInIsDrawn) {
     const char* what;
     bool asked;
     bool draws;
-    bool all;  // by Draw
+    bool all;  // whether Draw is called
     std::string value;
     std::string drawn;  // the objects of the widgets with an appearance, by their last digits
     bool asked_after;
@@ -232,7 +232,8 @@ TEST(Form, WhatIsFilledInIsDrawn) {
   }
 }
 
-// A value that is filled in after a drawing is drawn by the same objects, and one after a save asks viewers again.
+// Filling again after a drawing uses the same objects. A form that was drawn only by Draw asks viewers to draw values
+// that are set later.
 TEST(Form, IsDrawnAndFilledAgain) {
   ZForm form;
   ASSERT_TRUE(form.OpenBytes(BytesOf(Drawn()), {.draw = true}));

@@ -17,7 +17,7 @@
 namespace zforms {
 namespace {
 
-// Passwords stand in this file with the lowest bit of each byte inverted, so that they are only in memory where the
+// The passwords in this file have the lowest bit of each byte inverted. So the plain ones are in memory only where the
 // library has put them.
 constexpr char kMask = 1;
 
@@ -79,8 +79,8 @@ std::string Locked(Method method, const SecretString& user, const SecretString& 
 
 TEST(SecretsTest, NoPasswordStaysInMemoryAfterItsFormIsClosed) {
   if (access("/proc/self/mem", R_OK) != 0) GTEST_SKIP() << "the memory of the process cannot be read";
-  // "user's words, long enough" and "owner's words, no less long", the second time with a letter that has two bytes in
-  // UTF-8, and one that PDFDocEncoding lacks.
+  // The passwords "user's words, long enough" and "owner's words, no less long". The second case appends a letter that
+  // has two bytes in UTF-8 to the one, and a letter that PDFDocEncoding lacks to the other.
   const struct {
     std::string user, owner;
   } cases[] = {
@@ -109,7 +109,7 @@ TEST(SecretsTest, NoPasswordStaysInMemoryAfterItsFormIsClosed) {
   }
 }
 
-// Such a text is within the string object.
+// A short text is stored in the string object itself.
 TEST(SecretsTest, ShortPasswordsDoNotStayWhereTheyWereMoved) {
   SecretString first = "short";
   const std::string_view first_bytes(reinterpret_cast<const char*>(&first), sizeof first);

@@ -14,7 +14,7 @@ using namespace zforms;
 
 namespace {
 
-// A node that overrides a virtual function to add one more object, and counts the calls.
+// A node whose GetReferencedObjects also adds the object given to its constructor, and counts the calls.
 template <class Base>
 class Leading : public Base {
  public:
@@ -39,7 +39,7 @@ class Fixed final : public ZPDFNodeNumeric {
   void SetText(const Chaine& text) { SetValue(text); }
 };
 
-// The objects refer to each other in a cycle, through nodes of each kind: 0 to 1, 1 to 2 and 3, these to 0.
+// The objects refer to each other in cycles, through nodes of each kind: 0 to 1, 1 to 2 and 3, 2 and 3 to 0.
 bool OverridesAreCalled(ZPDFParser& parser) {
   ZPDFNodeIndirectObject* objects[4];
   for (auto& object : objects) object = parser.AddIndirectObject();

@@ -72,7 +72,7 @@ TEST(LongKeyPasswordsTest, PublishedVectors) {
 TEST(CryptFiltersTest, EitherPasswordOpensAndChangesKeepThat) {
   for (const char* entries :
        {"/V 1/R 2/P -4", "/V 1/R 3/P -4", "/V 2/R 3/Length 128/P -4", "/V 2/R 3/Length 40/P -4"}) {
-    // Without the option only the user password opens.
+    // Unless owner passwords are allowed, only the user password opens the document.
     const Handler handler(entries);
     EXPECT_FALSE(ZPDFEncryption(handler.dictionary, "identifier", "owner").CanBeDecrypted());
   }
@@ -137,7 +137,7 @@ TEST(CryptFiltersTest, WhatIsSupported) {
   }
 }
 
-// Which data of a document are encrypted, told from a stored form that differs from the plain one.
+// Which data of a document are encrypted: those whose stored form differs from the plain one.
 TEST(CryptFiltersTest, StreamsHaveTheirOwnRules) {
   const std::string file_filter = "/EFF/Identity" + kFilters;
   const struct {
@@ -176,7 +176,7 @@ TEST(CryptFiltersTest, StreamsHaveTheirOwnRules) {
     EXPECT_EQ(text.View().find("(text)"), std::string_view::npos) << "strings are encrypted";
     PdfText file;
     file.Header().Object(1, "<<>>");
-    // A length is that of the stored data, and the node's that of the plain ones.
+    // "/Length" is the size of the encrypted data in the file, and of the decrypted data in the node.
     ZPDFTokenizedString written{text};
     const std::unique_ptr<ZPDFNodeIndirectObject> again(
         ZPDFNodeIndirectObject::BuildFrom(written, nullptr, handler.encryption.get()));
@@ -251,7 +251,7 @@ TEST(CryptFiltersTest, DamagedDocuments) {
       EXPECT_NE(said.find(std::string("the encryption dictionary is damaged: \"") + key), std::string::npos) << said;
       EXPECT_EQ(said.starts_with(plain), key[1] == 'O') << "the user password opens it unless its own strings are cut";
     }
-    // Some writers add zeros.
+    // Some writers append zero bytes to these strings.
     EXPECT_EQ(read([&](ZPDFNodeDictionary& d) { d.SetValue(key, d.GetStringValue(key) + "\0\0"); }, sound),
               plain + " ");
   }
@@ -263,7 +263,7 @@ TEST(CryptFiltersTest, DamagedDocuments) {
   }
 }
 
-// Signatures are not encrypted, whatever the order of their entries; other contents are.
+// "/Contents" of a signature is not encrypted, in any order of the entries. Other "/Contents" are encrypted.
 TEST(CryptFiltersTest, SignaturesStayInClear) {
   const std::unique_ptr<ZPDFEncryption> made(ZPDFEncryption::CreateAES256("", "owner"));
   const std::string note = Hex(std::unique_ptr<ZPDFEncrypter>(made->AllocEncrypter({3, 0}))->Encrypt("note"));
@@ -284,7 +284,7 @@ TEST(CryptFiltersTest, SignaturesStayInClear) {
     ASSERT_TRUE(parser.ReadFromRaw(file.Bytes(), ""));
     EXPECT_EQ(ValueOf(parser, 3), c.plain);
     EXPECT_EQ(WarningsOf(parser), "");
-    // Written and read back, by both ways of reading.
+    // The object is written, and read back in both ways of reading.
     Chaine text;
     ZPDFOutStream out(&text);
     parser.GetObject({3, 0})->SendTo(out, nullptr);

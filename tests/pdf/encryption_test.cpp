@@ -92,15 +92,15 @@ TEST(EncryptionTest, DerivesWhatQpdfDerived) {
     dictionary->SetValue("/U", "");
     encryption.SetPasswords(file.user, file.owner);
     EXPECT_EQ(Hex(encryption.StandardOwnerKey()), file.o) << file.dictionary;
-    // At revision 3 only the first half is defined.
+    // At revision 3 only the first half of "/U" is defined.
     const size_t digits = encryption.StandardRevision() == 2 ? 64 : 32;
     EXPECT_EQ(Hex(encryption.StandardUserKey()).substr(0, digits), std::string(file.u).substr(0, digits));
     EXPECT_EQ(encryption.StandardUserKey().size(), 32U);
   }
 }
 
-// At "/V" 1 the key has 40 bits whatever "/Length" says, and some writers state bytes. The dictionaries are those above
-// with another length.
+// With "/V" 1 the key has 40 bits, and "/Length" does not matter. Some writers give "/Length" in bytes. The
+// dictionaries are those above, with another length.
 TEST(EncryptionTest, KeyLengthsThatAreNotStated) {
   const struct {
     int file;
@@ -127,7 +127,7 @@ TEST(EncryptionTest, KeyLengthsThatAreNotStated) {
     handler.SetStandardFlags(0);
     handler.SetOwnerPassword("other");
     EXPECT_TRUE(ZPDFEncryption(handler).CanBeDecrypted()) << dictionary;
-    // After a wrong password the key length is again the stated one.
+    // After a wrong password, the key length is again the one in "/Length".
     ASSERT_TRUE(parser.ReadFromRaw(FileOf(file, true), "wrong"));
     EXPECT_FALSE(parser.CanBeDecrypted());
   }
@@ -230,9 +230,9 @@ TEST(EncryptionTest, WhatCanBeDecrypted) {
   EXPECT_TRUE(ZPDFEncryption(&empty, "", "").StandardEncryptMetadata());
 }
 
-// At revision 3, some writers include unencrypted metadata in the key, some do not.
+// With unencrypted metadata at revision 3, some writers use this setting to compute the key, and others do not.
 TEST(EncryptionTest, UnencryptedMetadataInOrOutOfTheKey) {
-  // At revision 2 the key never depends on it.
+  // At revision 2 the key never depends on "/EncryptMetadata".
   EXPECT_EQ(Handler("/V 1/R 2/P -4/EncryptMetadata false", "user", "").encryption.StandardUserKey(),
             Handler("/V 1/R 2/P -4", "user", "").encryption.StandardUserKey());
   for (const char* declared : {"/EncryptMetadata false", "/EncryptMetadata true"}) {
@@ -258,7 +258,7 @@ TEST(EncryptionTest, UnencryptedMetadataInOrOutOfTheKey) {
   }
 }
 
-// The values of the dictionary may be indirect objects, unencrypted.
+// The values of the encryption dictionary may be indirect objects, which are not encrypted.
 TEST(EncryptionTest, CopiesOutliveTheDocumentThatHoldsTheirValues) {
   const QpdfFile& file = kQpdfFiles[2];
   PdfText text;
@@ -296,7 +296,7 @@ TEST(EncrypterTest, EachObjectHasItsKey) {
       for (const Chaine& earlier : all) EXPECT_NE(earlier, encrypted);
       all.push_back(encrypted);
     }
-    // The key depends on three bytes of the number and two of the generation.
+    // The key depends only on the low three bytes of the number and the low two of the generation.
     const std::unique_ptr<ZPDFEncrypter> high(handler.encryption.AllocEncrypter({0x7F000001, 0x10000}));
     EXPECT_EQ(high->Encrypt(data), all[0]);
   }

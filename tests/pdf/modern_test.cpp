@@ -24,7 +24,7 @@ PdfText Modern(std::string_view entries = "/Root 1 0 R") {
   return text;
 }
 
-// The same for readers that support only tables; they see no form.
+// The same form in a hybrid file. Readers that support only cross-reference tables see no form.
 PdfText Hybrid() {
   PdfText text;
   text.Header().Object(1, "<</Type/Catalog/Pages<</Type/Pages/Kids[]/Count 0>>/AcroForm 2 0 R>>").Object(12, "(seen)");
@@ -61,7 +61,7 @@ TEST(ModernTest, TheNewestRecordWinsInEitherKind) {
   EXPECT_TRUE(parser.ModifiedObjects().empty());
   ZPDFParser copy(parser);
   EXPECT_EQ(ContentOf(copy), ContentOf(parser));
-  // A table that points back to a stream, and the opposite.
+  // "/Prev" of a table may point to a cross-reference stream, and the reverse.
   PdfText mixed = Modern();
   mixed.Object(10, "(table)").Xref().Trailer("/Root 1 0 R").Object(11, "(stream)").XrefStream(15, "/Root 1 0 R");
   ASSERT_TRUE(parser.ReadFromRaw(mixed.Bytes(), ""));
@@ -110,7 +110,7 @@ TEST(ModernTest, UpdatesAreSectionsOfTheSameKind) {
       EXPECT_EQ(tail.find("trailer") == std::string_view::npos, c.stream) << Visible(tail);
       EXPECT_EQ(tail.find("/XRefStm"), std::string_view::npos) << Visible(tail);
       ExpectSoundForQpdf(updated, "modern_update.pdf");
-      // Saved without further changes it is the same, and the next update finds the real section.
+      // A save without further changes gives the same bytes, and the next update finds the real section.
       EXPECT_EQ(Saved(form), updated);
       const ZAcroForm reloaded = Loaded(updated);
       EXPECT_EQ(ValuesOf(reloaded), ValuesOf(form));
@@ -128,7 +128,7 @@ TEST(ModernTest, UpdatesAreSectionsOfTheSameKind) {
 }
 
 TEST(ModernTest, FullSavesAreClassic) {
-  // References to the streams do not keep them.
+  // A full save drops object streams and cross-reference streams, even when objects refer to them.
   PdfText odd;
   odd.Header("1.5").Object(1, "<</Type/Catalog/AcroForm 2 0 R/Odd[5 0 R 6 0 R]>>");
   ZAcroForm leads = Loaded(odd.Pack(5, {{2, "<</Fields[]>>"}}).XrefStream(6, "/Root 1 0 R").Bytes());
@@ -150,7 +150,7 @@ TEST(ModernTest, FullSavesAreClassic) {
   }
 }
 
-// Files whose cross-reference section is this object 6; its records of objects 1 and 10 are correct.
+// Files whose cross-reference stream, object 6, is odd or damaged. Its records of objects 1 and 10 are correct.
 TEST(ModernTest, DamagedSections) {
   const std::string records("\1\0\xF\0\1\0\xF\0\2\0\5\0", 12);
   const struct {

@@ -189,7 +189,7 @@ TEST(NodesTest, HexAndNameCodecs) {
       {"/#x1#y#x1", "/\0\0"sv},
   };
   for (const auto& [text, value] : kNames) EXPECT_EQ(ZPDFNodeIdentifier::Decode(text), value) << text;
-  // Names that are too long for repeated passes are decoded the same.
+  // Long names are decoded in one pass, with the same result as repeated passes give.
   std::string text = "/", value = "/";
   for (int i = 0; i < 30000; i++) {
     text += i % 3 == 0 ? "#232341" : "#41z";
@@ -239,7 +239,7 @@ TEST(NodesTest, GettersOfTheWrongKindAreEmpty) {
   EXPECT_EQ(dictionary.GetTarget("/B"), nullptr);
 }
 
-// Read from the text of the array or from its nodes.
+// The first three numbers of an array, read from its text and from its nodes.
 TEST(NodesTest, NumbersOfArrays) {
   using Numbers = std::array<double, 3>;
   const struct {
@@ -269,7 +269,7 @@ TEST(NodesTest, NumbersOfArrays) {
   }
 }
 
-// What a change does to a parsed dictionary: its dump afterwards, and "*" when it is modified.
+// The dump of a parsed dictionary after a change, with "*" when it counts as modified.
 TEST(NodesTest, DictionaryChanges) {
   Objects objects;
   objects.Add("8 0 obj (abc) endobj");
@@ -317,7 +317,7 @@ TEST(NodesTest, DictionaryChanges) {
        "{/A null}*"},
   };
   for (const auto& [text, change, after] : kCases) {
-    // The same with so many other keys that an index is used.
+    // With 60 more keys the dictionary uses an index; the result is the same.
     for (const size_t more : {0u, 60u}) {
       std::string padded(text);
       for (size_t i = 0; i < more; i++) padded.insert(2, "/Pad" + std::to_string(i) + " 0");
@@ -348,7 +348,7 @@ TEST(NodesTest, CopiesAreDeepAndAssignmentsShallow) {
   As<ZPDFNodeDictionary>(copy).RemoveValue("/A");
   EXPECT_EQ(Dump(source.get()) + Dump(copy.get()), "{/A [1 (x) null]; /B 2}{/B 3}");
 
-  // Replaced child lists stay alive with their replacements, however often these are assigned.
+  // Dictionaries find all their entries after any sequence of changes, copies and assignments to each other.
   std::mt19937 random(3);
   std::vector<ZPDFNodeDictionary> nodes(6);
   for (int step = 0; step < 1000; step++) {

@@ -96,7 +96,7 @@ TEST(OutStreamTest, ASecondStreamContinuesTheLine) {
   EXPECT_EQ(text, pieces);
 }
 
-// The removed blanks are still visible to another text that shares the bytes.
+// The stream removes blanks at the end of its target. A copy that shares the bytes of the target keeps them.
 TEST(OutStreamTest, CopiesOfTheTargetStayAsTheyAre) {
   for (const bool one_run : {false, true}) {
     Chaine text(X(20) + "  ");
@@ -146,7 +146,7 @@ TEST(OutStreamTest, NoEscapeIsCut) {
 }
 
 TEST(OutStreamTest, WhereLongStringsBreak) {
-  // The longest value without a break in it, and the shortest with one before the parenthesis.
+  // The longest value that is written without a break, and the shortest with a break before the closing parenthesis.
   EXPECT_EQ(Written(ZPDFNodeLiteralString(Chaine(252, 'x'))), "(" + X(252) + ")");
   EXPECT_EQ(Written(ZPDFNodeLiteralString(Chaine(254, 'x'))), "(\\\r" + X(254) + "\\\r)");
   EXPECT_EQ(Written(ZPDFNodeLiteralString(X(252) + "\\")), "(\\\r" + X(252) + "\\\\\\\r)");

@@ -77,7 +77,8 @@ TEST(ParserFrame, AccessorsOfTheFrame) {
   EXPECT_TRUE(parser.IDOriginal().IsEmpty());
 }
 
-// Two sections, tables or streams; the first one in the file is used only when the file is linearized.
+// Files with two sections, as tables or as streams. The section that is first in the file is used only when the file is
+// linearized.
 TEST(ParserFrame, LinearizedOnlyWhereTheFirstObjectSaysSo) {
   const struct {
     const char *first, *before_xref;
@@ -124,7 +125,7 @@ TEST(ParserFrame, TableVariants) {
   constexpr const char* kFree = "0000000000 65535 f \n";
   const struct {
     std::string before, table, trailer;
-    const char* objects;  // 1, 2, 5: found or not
+    const char* objects;  // which of the objects 1, 2 and 5 are found
     bool warns;
   } cases[] = {
       {"", std::string("0 3\n") + kFree + "@1 00000 n \n@2 00000 n \n", kTrailer, "12-", false},

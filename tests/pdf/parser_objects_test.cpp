@@ -52,7 +52,7 @@ TEST(ParserObjects, ObjectTexts) {
   }
 }
 
-// The value that is read, and the warnings for each guess. An object is read the same at any place of the file.
+// The value that is read, and a warning for each repair. The place of the object in the file makes no difference.
 TEST(ParserObjects, SoundAndDamagedObjects) {
   const std::string deep(600, '[');
   const struct {
@@ -150,7 +150,7 @@ TEST(ParserObjects, Streams) {
   }
 }
 
-// Files in which reading one object could read far into the others, or search in vain.
+// Files in which reading one object could read or search far into the others.
 TEST(ParserObjects, DamagedObjectsCostNoMoreThanAFewTimesTheFile) {
   constexpr uint32_t kCount = 50000;
   const struct {

@@ -94,7 +94,7 @@ TEST(ParserTest, AddIndirectObjectNumbersAboveAll) {
   EXPECT_EQ(empty.AddIndirectObject()->GetID().Number(), 1000U);
   EXPECT_EQ(empty.AddIndirectObject()->GetID().Number(), 1001U);
   EXPECT_EQ(empty.TrailerDico()->GetUIntValue("/Size"), 1002U);
-  // Numbers near the limit still leave room for more.
+  // Object numbers near the limit still allow new objects.
   ZPDFParser high;
   ASSERT_TRUE(
       high.ReadFromRaw(Catalog().Xref("4294967294 1\n@1 0 n\n1 1\n@1 0 n\n").Trailer("/Root 1 0 R").Bytes(), ""));

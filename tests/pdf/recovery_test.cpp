@@ -16,7 +16,7 @@ namespace {
 constexpr const char* kForm = "<</Fields[10 0 R 11 0 R]>>";
 constexpr const char* kCatalog = "<</Type/Catalog/AcroForm 2 0 R>>";
 
-// Field "a" has two versions.
+// A file with tables and an update: field "a" has two versions.
 std::string Classic() {
   PdfText text;
   text.Header().Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(old)>>");
@@ -25,7 +25,8 @@ std::string Classic() {
   return text.Bytes().ToString();
 }
 
-// The same with a catalog in an object stream; field "b" is packed twice, and plain before that.
+// The same form with cross-reference streams. The catalog is in an object stream; field "b" is first a plain object and
+// then in two object streams.
 std::string Modern() {
   PdfText text;
   text.Header("1.5").Object(11, "<</FT/Tx/T(b)/V(plain)>>").Object(10, "<</FT/Tx/T(a)/V(old)>>");
@@ -37,7 +38,7 @@ std::string Modern() {
 constexpr const char* kOldFields =
     "10 0 obj\n<</FT/Tx/T(a)/V(old)>>\nendobj\n11 0 obj\n<</FT/Tx/T(b)/V(old)>>\nendobj\n";
 
-// Older versions of the fields are behind those that the section lists.
+// After the versions of the fields that the section lists, the file has older ones.
 std::string OldOnesLast() {
   PdfText text;
   text.Header().Object(1, kCatalog).Object(2, kForm).Object(10, "<</FT/Tx/T(a)/V(1)>>");
@@ -45,7 +46,8 @@ std::string OldOnesLast() {
   return text.Bytes().ToString();
 }
 
-// The same with field "b" in an object stream; older versions are in later ones, and again plain behind these.
+// The same with field "b" in an object stream. Older versions of the fields follow, in other object streams and then as
+// plain objects.
 std::string OldOnesLastModern() {
   PdfText text;
   text.Header("1.5").Object(10, "<</FT/Tx/T(a)/V(1)>>");
@@ -80,7 +82,7 @@ std::string Spoilt(std::string text, std::string_view before, std::string_view w
   return text.replace(text.rfind(what, text.find(before)), what.size(), by);
 }
 
-// Up to the last `what`.
+// The text up to the last `what`.
 std::string CutAt(const std::string& text, std::string_view what) { return text.substr(0, text.rfind(what)); }
 
 bool Load(ZAcroForm& form, const Chaine& bytes, bool recover) {
@@ -162,7 +164,7 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
 struct Odd {
   const char* what;
   std::string bytes;
-  const char* values;  // by its tables only
+  const char* values;  // read without recovery
   const char* recovered;
   const char* said;
 };
@@ -275,10 +277,10 @@ TEST(RecoveryTest, EncryptedFilesKeepTheirKey) {
   ASSERT_TRUE(parser.ReadFromRaw(Replaced(bytes, "/XRef", "/Xxxx"), "pw"));
   EXPECT_TRUE(parser.IsEncrypted());
   EXPECT_FALSE(parser.CanBeDecrypted());
-  // With only a damaged header the key is found.
+  // When the header of the file is damaged too, the key is still found.
   ASSERT_TRUE(parser.ReadFromRaw(Replaced(bytes, "%PDF-", "%PXF-"), "pw"));
   EXPECT_EQ(TextOf(parser.Root()), "<</Secret(text)>>");
-  // With a wrong password this cannot be determined.
+  // With a wrong password the file is read, but cannot be decrypted.
   ASSERT_TRUE(parser.ReadFromRaw(bytes, "no"));
   EXPECT_FALSE(parser.CanBeDecrypted());
 }
@@ -325,7 +327,7 @@ std::string PagesBelow(const ZPDFNodeDictionary& node) {
   return pages;
 }
 
-// Losses are named; recovery repairs the page tree, and the saved file has no faults.
+// Losses are reported. Recovery repairs the page tree, and the saved file then has no faults.
 TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
   const std::string sound = Paged(), formed = Replaced(sound, "/Outlines 9", "/AcroForm 9");
   const struct {
@@ -418,8 +420,8 @@ TEST(RecoveryTest, HeadersWithoutAVersion) {
   }
 }
 
-// Headers of objects as "number.generation@offset", with "s", "x" and "c" for names in the objects and "-" for one that
-// is cut off.
+// Each object as "number.generation@offset", followed by "s", "x" or "c" if it contains "/ObjStm", "/XRef" or
+// "/Catalog", and by "-" if its end is missing.
 TEST(RecoveryTest, Scan) {
   const std::pair<std::string, std::string> cases[] = {
       {"1 0 obj", "1.0@0-"},

@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// The key stream depends on the position, so that wrongly joined parts are detected.
+// Encrypts each byte by its position, so that the test detects parts that are joined wrongly.
 class XorEncrypter final : public ZPDFEncrypter {
  public:
   XorEncrypter* Clone() const override { return new XorEncrypter; }
@@ -28,7 +28,7 @@ class XorEncrypter final : public ZPDFEncrypter {
   }
 };
 
-// Simple values in a document are read when they are first requested, even if the document was destroyed before.
+// Simple values of a document are parsed when they are first requested, even after the document was destroyed.
 void ExpectUnreadValuesToLast(const std::string& text, const std::string& dump, const ZPDFEncrypter* encrypter) {
   ZPDFTokenizedString tokens{Chaine(text)};
   ZPDFNodePool::User pool = ZPDFNodePool::Make();

@@ -37,7 +37,7 @@ TEST(PredictorTest, RowsOfEachFilter) {
       // row, the byte above (8).
       {{15, 1, 8, 2}, "\0\x0A\x0B\4\xFE\0"s, "\\0A\\0B\\08\\08"},
       {{15, 1, 8, 2}, "\0\x0A\x08\4\1\0"s, "\\0A\\08\\0B\\08"},
-      // A last row that is cut short, down to its tag alone.
+      // A last row that is truncated, even to only its tag.
       {png, "\0abcd\2\1\1"s, "abcdbc"},
       {png, "\0abcd\2"s, "abcd"},
       {png, "\0"s, ""},

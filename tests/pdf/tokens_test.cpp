@@ -19,7 +19,7 @@ std::string SoupOf(std::mt19937& random, std::string_view alphabet, size_t most)
   return text;
 }
 
-// Removes white space and comments at both ends, step by step by the rule.
+// Removes white space and comments at both ends, in a simple way that the code under test is compared with.
 std::string PlainTrim(std::string text) {
   constexpr std::string_view kWhites = "\t\n\f\r ";
   const auto trim_left = [&] { text.erase(0, text.find_first_not_of(kWhites)); };
@@ -38,7 +38,7 @@ std::string PlainTrim(std::string text) {
   return text;
 }
 
-// In the tables a bar marks where a text is cut; without one it is cut at its end.
+// In the tables a bar divides the text into two parts. Without a bar, the second part is empty.
 struct Cut {
   explicit Cut(std::string_view text) : front(text.substr(0, text.find('|'))), back(text.substr(front.size())) {
     back.erase(0, 1);

@@ -109,7 +109,7 @@ TEST(SaverTest, WholeFileByteForByte) {
   EXPECT_EQ(stored, saver.RawData());
 }
 
-// Three objects, one of them with a generation, without a line end at the end.
+// Four objects, one of them with generation 3. The file has no line end at its end.
 Chaine BaseFile() {
   PdfText text;
   text.Header().Object(1, "<</Type/Catalog/Pages 2 0 R>>").Object(2, "<</Type/Pages/Count 0/Kids[]>>");
@@ -187,7 +187,7 @@ TEST(UpdaterTest, NothingModifiedWritesTheSameBytes) {
   EXPECT_EQ(Sent(updater), base.ToString());
   EXPECT_FALSE(updater.SectionWritten());
   EXPECT_FALSE(parser.TrailerDico()->Exist("/Prev"));
-  // A changed trailer is written even without objects.
+  // A changed trailer is written even when no object has changed.
   updater.SetRawData(base, parser.XRefOffset());
   parser.TrailerDico()->SetValue("/Note", 5);
   updater.SetTrailer(parser.TrailerDico());
@@ -232,7 +232,7 @@ bool SameValue(const ZPDFNode* a, const ZPDFNode* b) {
   return a->Size() > 0 || Dump(a) == Dump(b);
 }
 
-// The encryption of the saved files: none, a newly made handler, and one of 128 bits.
+// The encryption of the saved files: none, a new handler, or a handler with the 128-bit key of the dictionary.
 std::unique_ptr<ZPDFEncryption> MakeHandler(int kind, const NodePtr& dictionary) {
   if (kind == 0) return nullptr;
   if (kind == 1) return std::unique_ptr<ZPDFEncryption>(ZPDFEncryption::CreateStandard("identifier", "user", "owner"));

@@ -158,7 +158,7 @@ TEST(ChaineTest, NoTextIsLongerThanMemory) {
   EXPECT_EQ(text, "some bytes that stand in a block");
 }
 
-// The system's allocator maps such blocks, and moves them as a whole.
+// The system's allocator maps such large blocks into memory, and can move them without copying.
 TEST(ChaineTest, LargeTextsGrowAndShrink) {
   constexpr size_t kMiB = size_t{1} << 20;
   const auto piece = [](size_t i) { return std::string(kMiB, static_cast<char>('a' + i)); };

@@ -134,7 +134,7 @@ TEST(AESTest, PublishedVectors) {
     EXPECT_EQ(Hex(out.substr(0, 16)), block);
     AES(AES::Direction::kDecrypt, Unhex(key)).ECB(out.data(), out.data(), 16);
     EXPECT_EQ(out.substr(0, 16), plain_block);
-    for (const size_t piece : {size_t{16}, size_t{48}, size_t{64}}) {  // the start vector is kept between calls
+    for (const size_t piece : {size_t{16}, size_t{48}, size_t{64}}) {  // the initialization vector stays between calls
       AES::Block iv;
       const AES encrypt(AES::Direction::kEncrypt, Unhex(chained_key));
       const AES decrypt(AES::Direction::kDecrypt, Unhex(chained_key));

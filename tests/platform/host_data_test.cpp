@@ -95,7 +95,7 @@ TEST(VariantBuffer, TextIsCutToItsBufferAfterAWholeCharacter) {
     EXPECT_EQ(memory.back(), '#');
     EXPECT_LT(memory.find('\0'), c.size);
   }
-  // A host may leave out the zero byte.
+  // The text in the buffer of a host may have no zero byte.
   char full[] = {'a', 'b', 'c'};
   EXPECT_EQ(ZVariantBuffer::Chars(full, 2).Read().AsChaine(), "ab");
   EXPECT_TRUE(ZVariantBuffer(ZVariantBuffer::Type::eInt, full, 3).IsNone());
@@ -158,7 +158,7 @@ TEST(FieldSet, NamesAreFoundExactlyAndThenInAnyCase) {
   EXPECT_TRUE(fields["été"].Set("Namur"));
   EXPECT_STREQ(town, "Namur");
   EXPECT_FALSE(fields["none"].Set("x"));
-  // Fields stay where they are.
+  // Fields keep their addresses when others are added, and when the set is moved.
   const ZField* name = fields.Find("Name");
   for (int i = 0; i < 1000; i++) fields.Add("f" + std::to_string(i), i);
   const ZFieldSet moved = std::move(fields);
@@ -224,7 +224,7 @@ TEST(LetterCase, CapitalsOfSeveralAlphabets) {
   } kCases[] = {
       {"AZ[@ÀÖ×ØÞŒŸŽ", "az[@àö×øþœÿž", "az[@àö×øþœÿž"},
       {"ΆΩΣς ЁЖЯ €\U0001F600", "άωσσ ёжя €\U0001F600", "άωσσ ёжя €\U0001F600"},
-      // One letter gives several.
+      // Letters that become several letters.
       {"Straße STRASSE \u1E9E", "strasse strasse ss", "strasse strasse ss"},
       {"\uFB01n \u0130", "fin i\u0307", "fin i\u0307"},
       // Armenian, Georgian, Cherokee, Deseret, full width.
@@ -287,7 +287,7 @@ TEST(IniFile, LinesAreReadExactly) {
   }
   ZIniFile file;
   file.FromChaine("[b]\n[a]\n[b]\n[a]b]\n[]\n");
-  // A recursion for each mark would overflow the stack.
+  // Many byte order marks: a recursion for each would overflow the stack.
   std::string marks;
   for (int i = 0; i < 500'000; i++) marks += kUTF8Mark;
   ZIniFile marked;

@@ -29,7 +29,8 @@ TEST(VersionResource, ReadsBothKindsOfPrograms) {
   EXPECT_EQ(GetAppVersionValue("/bin/sh"), 0U);
 }
 
-// A program that is cut anywhere, or has any byte changed, gives its version or none, and no byte outside is read.
+// A program file that is truncated anywhere, or has any byte changed, gives its version or none. No byte outside of the
+// file is read.
 TEST(VersionResource, DamageIsNoVersion) {
   const std::string program = MakeProgram(true, kVersion);
   size_t read = 0;

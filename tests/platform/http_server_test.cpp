@@ -33,7 +33,7 @@ TEST(ZHTTPServer, EveryRequestComesToItsStatus) {
   for (const HTTPRequestCase& test : HTTPRequestCases()) {
     RawClient client(server.Port());
     ASSERT_TRUE(client.IsConnected());
-    // After a refused request nothing is read as a request: it may be the rest of the refused one.
+    // After a refused request the server reads no other one, because the bytes may be the rest of the refused one.
     const bool goes_on = test.status == 200 || test.status == 404 || test.status == 405;
     const bool is_open = test.title.starts_with("endless");
     client.Send(WithPort(test.bytes, server.Port()) + (is_open ? "" : server.Get("/app/echo/")));
@@ -70,7 +70,7 @@ TEST(ZHTTPServer, ServesByBothAddressesAndKeepsOrder) {
   EXPECT_EQ(client.Receive().body, "POST 5");
   EXPECT_EQ(client.Receive().body, "deep");
   EXPECT_EQ(client.Receive().body, "POST 2");
-  // A decoded escape never reaches a header.
+  // Decoded escapes of a URL never get into a header of the answer.
   const RawAnswer split = client.Ask(server.Get("/app/echo/deep/?code=a%0D%0ASet-Cookie:%20b"));
   EXPECT_EQ(split.status, 200);
   EXPECT_EQ(split.head.find("Set-Cookie"), std::string::npos);
@@ -155,8 +155,8 @@ TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
   RawClient slow(server.Port());
   slow.Send(server.Get("/large"));
   const auto start = Clock::now();
-  // The system reports free room to the server only when there is much of it, so a client that reads too slowly counts
-  // as one that reads nothing.
+  // The slow client reads large pieces, because the system tells the server only about much free room. A client that
+  // reads even more slowly counts as one that reads nothing.
   while (server.Log().empty()) {
     std::this_thread::sleep_for(milliseconds(20));
     slow.Take(500'000);
@@ -168,7 +168,8 @@ TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
   EXPECT_EQ(slow.Receive().body.size(), size_t{64} << 20);
 }
 
-// No time is measured: anyone who waited for an unfinished client would wait until that is disconnected.
+// The test measures no time. If a request waited for a slow client, the server would disconnect that client before, and
+// the last check would fail.
 TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   TestServer server;
   server.AddPage("/large", "GET",
@@ -181,7 +182,7 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
   std::vector<std::pair<std::unique_ptr<RawClient>, std::string>> slow;
   for (int i = 0; i < 8; i++) {
     slow.emplace_back(std::make_unique<RawClient>(server.Port()), server.Post("/app/echo/", std::string(900, 'x')));
-    // Every second client is within its body.
+    // Every second client has sent its header, and goes on with the body.
     const size_t at = i % 2 == 0 ? 0 : slow[i].second.size() - 900;
     slow[i].first->Send(slow[i].second.substr(0, at));
     slow[i].second.erase(0, at);
@@ -198,7 +199,7 @@ TEST(ZHTTPServer, EightDrippingClientsDelayNobody) {
 TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
   const struct {
     size_t size;
-    int at_work;  // running requests, of four
+    int at_work;  // how many of four requests run
     int answered;
   } kCases[] = {{300'000, 2, 4}, {700'000, 1, 3}};
   for (const auto& [size, at_work, answered] : kCases) {
@@ -212,7 +213,7 @@ TEST(ZHTTPServer, LongBodiesShareARoomThatIsBounded) {
     });
     ASSERT_TRUE(server.Start());
     auto slow = Clients(4, server, server.Post("/wait", std::string(size, 'x')));
-    // Bodies count until they are answered: one of four long ones is refused, a short one is not.
+    // A body takes room until its request is answered: one of four long bodies is refused, a short one is not.
     const int refused = answered == 4 ? 503 : Refused(server, slow);
     EXPECT_EQ(refused, 503);
     gate.Await(at_work);
@@ -234,7 +235,7 @@ TEST(ZHTTPServer, ConnectionsAndMessagesAreBounded) {
   RawClient idle(server.Port());
   RawClient second_idle(server.Port());
   EXPECT_EQ(RawClient(server.Port()).Receive().status, 503) << "connections";
-  // A connection that was silent is closed in favour of a new one.
+  // An idle connection is closed to make room for a new one.
   std::this_thread::sleep_for(milliseconds(1200));
   RawClient late(server.Port());
   EXPECT_TRUE(idle.IsEnded());
@@ -312,7 +313,7 @@ TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
   ASSERT_TRUE(server.Start());
   RawClient broken(server.Port());
   broken.Send("POST /app/echo/broken HTTP/1.1\r\n" + server.Host() + "Content-Length: 9\r\n\r\nhell");
-  // The message has arrived when other requests are answered.
+  // When these requests are answered, the server has also received the broken one.
   RawClient(server.Port()).Ask(server.Post("/app/echo/?code=F1", "hello"));
   RawClient(server.Port()).Ask("GET / HTTP/1.1\r\n\r\n");
   RawClient(server.Port()).Ask(server.Get("/app/echo/"));

@@ -28,7 +28,7 @@ sHTTPServerLimits SmallLimits() {
   return limits;
 }
 
-// Passes the bytes in pieces of the given size; returns the results in one line.
+// Passes the bytes to a reader in pieces of this size; returns its results in one line.
 std::string Read(std::string_view bytes, size_t piece) {
   const sHTTPServerLimits limits = SmallLimits();
   HTTPRequestReader reader(limits, kPort);
@@ -75,7 +75,7 @@ TEST(HTTPRequestReader, WhatIsRead) {
       {"GET / HTTP/1.0\r\n" + host + "Connection: keep-alive\r\n\r\n", "GET / keep|Host|Connection||rest 0"},
       {"GET http://LOCALHOST:54321?x HTTP/1.1\r\n" + host + "\r\n", "400"},
       {"GET http://LOCALHOST:54321 HTTP/1.1\r\n" + host + "\r\n", "GET / keep|Host||rest 0"},
-      // A trailer changes nothing, and the next request is not touched.
+      // A trailer changes nothing, and the bytes of the next request are kept.
       {"POST / HTTP/1.1\r\n" + host + "Transfer-Encoding: Chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\nX: 1\r\n\r\nGET",
        "POST / keep|Host|Transfer-Encoding|abcde|rest 3"},
       {"POST / HTTP/1.1\r\n" + host + "Content-Length: 3\r\n\r\nab", "incomplete"},

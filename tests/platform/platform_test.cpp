@@ -230,7 +230,7 @@ TEST(Variant, Text) {
   EXPECT_FALSE(ZVariant(1) == ZVariant(true));
 }
 
-// The parts, each after its separator.
+// The parts, joined by "|".
 std::string Parts(const ZInetURL& url) {
   std::string text = url.Protocol().ToString() + "|" + url.User().ToString() + "|" + url.Server().ToString() + "|" +
                      std::to_string(url.Port()) + "|" + url.Path().ToString();
@@ -262,7 +262,7 @@ TEST(InetURL, Parts) {
     const ZInetURL url(c.text);
     EXPECT_EQ(Parts(url), c.parts);
     EXPECT_EQ(url.AsChaine(false, false), c.text);
-    // Built again from its parts it is the same, except for "/" before a query.
+    // A URL that is built again from its parts is the same, except for "/" before a query.
     ZInetURL rebuilt = url;
     rebuilt.SetReference(url.Reference());
     EXPECT_EQ(Parts(ZInetURL(rebuilt.AsChaine())), Parts(rebuilt)) << rebuilt.AsChaine().View();

@@ -76,7 +76,7 @@ size_t OpenFiles() {
   return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
-// What is appended to a mapped text, or written over its file, changes the one and not the other.
+// Appending to a mapped text does not change its file, and writing over the file does not change the text.
 TEST(MappedFiles, AreTextsOfTheirOwn) {
   const ZTempFolder temp;
   const fs::path folder = temp.Path().ToString();
@@ -179,7 +179,7 @@ class DesktopTest : public testing::Test {
   }
   void TearDown() override { ::setenv("PATH", old_path_.c_str(), 1); }
 
-  // The arguments of the program; waits for it.
+  // Waits until the program was called; returns its arguments.
   std::string Told(const std::string& name) {
     const fs::path told = fs::path(folder_.Path().ToString()) / (name + ".told");
     for (int i = 0; i < 500 && !fs::exists(told); i++) std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -1,4 +1,4 @@
-// Services of Windows: files that others hold, long paths, the registry, installed fonts.
+// Services of Windows: files that other programs have open, long paths, the registry, installed fonts.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@
 namespace zforms {
 namespace {
 
-// A handle of another program.
+// A file that is open in another program, with these sharing rights.
 class Holder {
  public:
   Holder(const Chaine& path, DWORD shared)
@@ -79,7 +79,7 @@ TEST(FilesOfWindows, MayHaveLongPaths) {
   EXPECT_EQ(KindOfFile(path), OsFileKind::kAbsent);
 }
 
-// Keys that go with the test.
+// Registry keys that are deleted after the test.
 class RegistryTest : public testing::Test {
  protected:
   void TearDown() override {

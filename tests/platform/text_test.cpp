@@ -47,7 +47,7 @@ TEST(TextTest, UTF8BecomesPDFText) {
       {"\x7F", "\xFE\xFF\0\x7F"sv},
       {"\x18", "\xFE\xFF\0\x18"sv},
       {"a\u00A0\u00AD\u009F", "\xFE\xFF\0a\0\xA0\0\xAD\0\x9F"sv},
-      // Would look like a byte order mark.
+      // Texts that would begin like a byte order mark in PDFDocEncoding.
       {"þÿ", "\xFE\xFF\0\xFE\0\xFF"sv},
       {"ÿþx", "\xFE\xFF\0\xFF\0\xFE\0x"sv},
       {"ï»¿", "\xFE\xFF\0\xEF\0\xBB\0\xBF"sv},
@@ -97,7 +97,7 @@ TEST(TextTest, EveryCharacterComesBack) {
     ASSERT_EQ(PDFTextToUTF8(bytes), text) << static_cast<uint32_t>(c);
     ASSERT_EQ(UTF16ToUTF8(UTF8ToUTF16BE(text), ByteOrder::eBigEndian), text) << static_cast<uint32_t>(c);
   }
-  // The bytes that have a character, among them the controls below 0x18.
+  // All bytes but three have a character, also the control characters below 0x18.
   EXPECT_EQ(in_one_byte, 256u - 3u);
 }
 

@@ -158,7 +158,7 @@ TEST(XML, WhatIsNoXMLGivesNoTreeAndAReason) {
   EXPECT_EQ(reader.LastError(), "");
 }
 
-// Programs may build trees that the reader would refuse.
+// Programs may build trees that are deeper than the reader accepts.
 TEST(XML, DeepTreesAreCopiedWrittenAndFreed) {
   ZXMLReader reader;
   ZXMLElement* element = &reader.Create("a");
@@ -189,7 +189,7 @@ TEST(XML, RawLineEndsAreForAFilter) {
   EXPECT_TRUE(Written(reader, 0).View().starts_with("<v a=\"&#13;&#13;&#10;&#10;\">&#13;x&#13;\n<!"));
 }
 
-// Compares the scanner with the XML parser; a comment forces any text to the parser.
+// Compares the scanner with the XML parser. A comment in the text makes the reader use the parser.
 TEST(XML, TheShortWayAndTheLongWayGiveTheSameTree) {
   const std::string plain =
       "<?xml version='1.0' standalone=\"yes\"?>\n"
@@ -206,7 +206,7 @@ TEST(XML, TheShortWayAndTheLongWayGiveTheSameTree) {
     ZXMLReader commented;
     const bool is_xml = plainly.Read(Chaine(text)) != nullptr;
     if (is_xml) read++;
-    // A comment that the text leaves open ends with this one.
+    // Skips texts with an open comment, which the added comment would close.
     if (!is_xml && text.find("<!-") != std::string::npos) continue;
     ASSERT_EQ(commented.Read(Chaine(text + "<!---->")) != nullptr, is_xml) << text;
     if (is_xml) {
@@ -275,7 +275,7 @@ TEST(XML, ChildrenByName) {
   EXPECT_EQ(fixed["none"]["none"].Attrib("x"), ZVariant());
 }
 
-// Compares with a plain list of names, for calls in any order.
+// Compares the children with a plain list of them, after calls in any order.
 TEST(XML, PlacesAmongManyChildrenAreKept) {
   std::mt19937 random(5);
   ZXMLElement root(Chaine("r"));

@@ -18,7 +18,7 @@ export function same(got, wantedValue, label) {
 
 const running = new Set();
 
-/** Ends the servers that a failed test has left. */
+/** Kills the servers that a failed test left running. */
 export function endServers() {
   for (const left of running) left.kill("SIGKILL");
   running.clear();
@@ -57,7 +57,10 @@ export class PlainServer {
   }
 }
 
-/** Runs the functions whose names are wanted; `tidy` closes what each left open, `end` the browser. Ends the process. */
+/**
+ * Runs the tests that the command line names, or all; then ends the process. `tidy` closes what a test left open, `end`
+ * closes the browser.
+ */
 export async function runTests(name, tests, tidy, end) {
   for (const [title, one] of tests) {
     if (wanted.length && !wanted.includes(title)) continue;
@@ -78,7 +81,7 @@ export async function runTests(name, tests, tidy, end) {
   process.exit(failures.length ? 1 : 0);
 }
 
-/** Instead of printing, keeps what would be printed, so that it can be looked at afterwards. */
+/** Replaces print() by a function that keeps the images and style sheets to be printed, in globalThis.printed. */
 export function keepPrinted() {
   globalThis.print = () => {
     const images = [...document.querySelectorAll("#print img")].map((image) => {
@@ -90,7 +93,7 @@ export function keepPrinted() {
   };
 }
 
-/** Runs in the page: the number of dark pixels that the field has on its printed page. */
+/** Runs in the page; returns the number of dark pixels that the field has on its printed page. */
 export async function inkOf(name) {
   const input = document.querySelector(`[data-name=${JSON.stringify(name)}]`);
   const sheet = input.closest(".page");

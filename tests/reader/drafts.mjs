@@ -88,7 +88,7 @@ export async function drafts() {
   await server.stop();
 }
 
-/** The effect of each way to continue on an hour of unsaved typing. */
+/** Each way to continue keeps the draft of an hour of typing that was not saved. */
 export async function drafts_survive() {
   const server = await Server.start("survive");
   const ways = {

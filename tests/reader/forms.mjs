@@ -142,6 +142,8 @@ export async function by_keyboard_alone() {
   const server = await Server.start("keyboard");
   const context = await openWindow(server);
   const page = await openForm(context, server, "?code=kinds");
+  // The fields of the second page are created after those of the first.
+  await field(page, "buttons.save").waitFor({ state: "attached" });
   const type = { "person.name": "Zoé", "choice.typed": "Sète", last: "z" };
   const order = [];
   for (let i = 0; i < 60; i++) {

@@ -11,7 +11,7 @@ const { chromium } = require("playwright-core");
 const axePath = require.resolve("axe-core/axe.min.js");
 
 export class Server extends PlainServer {
-  /** With a signal it ends while windows are open; otherwise these are closed first. */
+  /** Stops the server. Without a signal, closes all windows first. */
   async stop(signal) {
     if (!signal) await closeWindows();
     await super.stop(signal);
@@ -24,7 +24,7 @@ async function closeWindows() {
   for (const context of browser.contexts()) await context.close();
 }
 
-/** A new window; any error on its page that the test does not expect fails the test. */
+/** Opens a window; any error on its page that the test does not expect fails the test. */
 export async function openWindow(server, options = {}) {
   const context = await browser.newContext({ locale: "fr-FR", viewport: { width: 1100, height: 900 }, ...options });
   context.setDefaultTimeout(60000);
@@ -60,7 +60,7 @@ export async function press(page, wantedMode) {
 }
 /** What the browser has stored about forms. */
 export const kept = (page) => page.evaluate(() => JSON.stringify({ ...localStorage }));
-/** Waits until that is stored. */
+/** Waits until the browser has stored this text. */
 export const isKept = (page, text) => page.waitForFunction((one) => JSON.stringify({ ...localStorage }).includes(one), text);
 
 /** The displayed values of the form's fields. */
@@ -89,11 +89,11 @@ export async function picture(page, name) {
   await page.screenshot({ path: path.join(pictures, `${name}.png`) });
 }
 
-/** Nothing may be found by axe-core. */
+/** Checks that axe-core finds no fault in the accessibility of the page. */
 export async function checkAccess(page, label) {
   const source = require("node:fs").readFileSync(axePath, "utf8");
-  // Injected as a debugger does, which bypasses the page's policy; the policy still blocks the styles that axe would
-  // set.
+  // Scripts that are injected as by a debugger bypass the Content-Security-Policy of the page. It still blocks the
+  // styles that axe sets, and the browser reports this as an error.
   const { trouble } = page.context();
   trouble.expected = /Content Security Policy/;
   await page.evaluate(source);

@@ -111,7 +111,7 @@ export async function list_of_forms() {
   await server.stop();
 }
 
-/** The status and fields of the answer to a raw request. */
+/** Sends a raw request; resolves to the status and the header fields of the answer. */
 function ask(server, method, target, headers = {}) {
   return new Promise((resolve, reject) => {
     const options = { host: "localhost", port: server.port, method, path: target, headers };

@@ -1,6 +1,6 @@
-// The whole way of a form in one browser: opened from the list, filled in, computed, printed, saved, found again, changed,
-// saved and downloaded. rounds.mjs TOOL PROGRAM PACKAGES FOLDER PICTURES [CODE...]; FOLDER/plan.json names the browser and
-// has the forms, see browsers_test.py.
+// Uses each form in one browser from start to end: opens it from the list, fills it in, checks computed values, prints,
+// saves, finds it again, changes, saves and downloads it. rounds.mjs TOOL PROGRAM PACKAGES FOLDER PICTURES [CODE...];
+// FOLDER/plan.json names the browser and has the forms, see browsers_test.py.
 
 import { execFileSync } from "node:child_process";
 import { mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
@@ -14,7 +14,7 @@ import {
 const { default: puppeteer } = await import(createRequire(path.join(packages, ".")).resolve("puppeteer-core"));
 const { browser: kind, forms } = JSON.parse(readFileSync(path.join(folder, "plan.json")));
 
-// Only a browser that hangs reaches this; a slow machine does not.
+// In milliseconds. Only a browser that hangs reaches this limit; a slow machine does not.
 const PATIENCE = 180_000;
 const downloads = path.join(folder, `downloads-${kind}`);
 mkdirSync(downloads);
@@ -24,7 +24,7 @@ const browser = await puppeteer.launch({
   args: kind === "chrome" ? ["--no-sandbox"] : [],
   extraPrefsFirefox: {
     "browser.download.folderList": 2, "browser.download.dir": downloads, "browser.download.useDownloadDir": true,
-    // The panel of the downloads would take the focus away from the page.
+    // Keeps the downloads panel closed, which would take the focus away from the page.
     "browser.download.alwaysOpenPanel": false, "browser.download.always_ask_before_handling_new_types": false, "browser.helperApps.neverAsk.saveToDisk": "application/pdf",
     "browser.download.open_pdf_attachments_inline": false, "pdfjs.disabled": true,
   },
@@ -64,7 +64,7 @@ const press = async (page, mode) => {
   same(await troubleOf(page), "", `pressing the button for ${mode}`);
 };
 
-/** Types into a field, or presses its button of that number. */
+/** Types a text into a field; a number clicks the button of the field with this index. */
 async function enter(page, [name, what]) {
   // Pages get their fields shortly before they come into view.
   for (let i = 0; !(await page.$(at(name))); i++) {
@@ -78,7 +78,7 @@ async function enter(page, [name, what]) {
   await page.keyboard.press("Tab");
 }
 
-/** What the page shows of fields once the scripts have run. */
+/** Checks what the page shows in these fields once the scripts have run. */
 async function checkShown(page, { shown, said }) {
   const all = Object.entries(shown);
   const wait = page.waitForFunction((wanted) => wanted.every(([name, text]) =>
@@ -101,7 +101,7 @@ async function print(page, { code, typed }) {
   writeFileSync(path.join(pictures, `round-${code}-${kind}-printed.png`), Buffer.from(first.split(",")[1], "base64"));
 }
 
-/** The downloaded file, once it is complete. */
+/** Downloads the form and returns the path of the file once it is complete. */
 async function download(page) {
   await page.click("#download");
   for (;;) {

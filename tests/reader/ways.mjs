@@ -1,4 +1,4 @@
-// The ways to a form that was saved, through a form of many pages, and the help at fields with scripts.
+// Finding a saved form again, moving through a form of many pages, and the help at fields with scripts.
 
 import { execFileSync, spawnSync } from "node:child_process";
 import { readFileSync } from "node:fs";
@@ -7,7 +7,7 @@ import {
   Server, checkAccess, expect, field, inMode, mode, openForm, openWindow, picture, press, same, shown, tool,
 } from "./harness.mjs";
 
-/** The page must not need more than the width of the window, with text of twice the size too. */
+/** Checks that the page is not wider than the window when its text has twice the size. */
 async function checkLargeText(page, label) {
   await page.evaluate(() => (document.documentElement.style.fontSize = "200%"));
   for (const width of [1100, 640]) {

@@ -27,8 +27,8 @@ ZAcroFormServerForm Served(const std::string& pdf) {
   return form;
 }
 
-// The state of each field and button as a reader computes it, sorted by name: "way:49153", with "hidden" and the target
-// of a button's action.
+// The fields and buttons as a reader sees them, sorted by name. Each is "name:flags", with "radio", "to" and the URL of
+// a submit button, and "hidden" where they apply.
 std::string Summary(ZAcroFormServerForm& form) {
   std::string text;
   for (const auto& [name, fields] : form.FlatFields()) {
@@ -178,7 +178,7 @@ TEST(FormServer, ReaderVersionRule) {
   EXPECT_FALSE(host.server->Start());
   host.interface.consents = true;
   ASSERT_TRUE(host.server->Start());
-  // On systems without a registry of readers, none is looked for.
+  // On a system without a registry, the version of the reader is not checked.
   const std::unique_ptr<ZShell> system = OpenSystemShell();
   host.settings.ignore_version = "";
   host.services.shell = system.get();
@@ -408,7 +408,7 @@ TEST(FormServer, RoundOfAForm) {
     second.Fields()["name"] = ZVariant("Maë");
     EXPECT_EQ(host.Post(save, second.AsChaine().ToString()).status, 200);
 
-    // A copy of the first form again: it comes back in modify mode.
+    // The first form is submitted again: it is outdated, and is returned in modify mode.
     const RawAnswer stale = host.Post(save, first.AsChaine().ToString());
     ASSERT_EQ(stale.status, 200);
     EXPECT_NE(stale.head.find("Action=modify\r\n"), std::string::npos);

@@ -5,11 +5,11 @@
 
 namespace zforms {
 
-// Measures from its construction on. Other programs on the machine do not count, a slow machine does: compare with the
-// time of a smaller input, or with a limit that only work in another proportion can reach.
+// Measures the time since its construction. Other programs on the machine do not change the result, but a slow machine
+// does. So compare it with the time for a smaller input, or with a limit that only faster growth can exceed.
 class CpuTime {
  public:
-  // In seconds of a build without sanitizers, roughly.
+  // Roughly the seconds that a build without sanitizers would take.
   [[nodiscard]] double Seconds() const { return (ProcessSeconds() - start_) / kTimesSlower; }
 
  private:

@@ -16,7 +16,7 @@ inline std::string Deflated(std::string_view bytes) {
   return packed;
 }
 
-// Encodes rows of `columns` bytes with the PNG filter Up: each row is its tag and the differences to the row above.
+// Encodes rows of `columns` bytes with the PNG filter Up: each row is the tag 2 and the differences to the row above.
 inline std::string PngUp(std::string_view bytes, size_t columns) {
   std::string rows;
   for (size_t i = 0; i < bytes.size(); i++) {

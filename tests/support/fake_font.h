@@ -9,8 +9,8 @@
 
 namespace zforms {
 
-// A font for tests of layout: each character is 500 wide, ascent 750, descent -250, capitals 700 high; one that shapes
-// has ascent 1100 and descent -350. It has the characters below U+0100 except "~", and U+0301.
+// A font for tests of layout. Each character is 500 wide, capitals are 700 high; the ascent is 750 and the descent
+// -250, or 1100 and -350 when the font shapes text. It has the characters below U+0100 except "~", and U+0301.
 class FakeFont : public TextFont {
  public:
   explicit FakeFont(bool shapes = false) : shapes_(shapes) {}
@@ -35,7 +35,7 @@ class FakeFont : public TextFont {
   bool shapes_;
 };
 
-// Every field is drawn in the fake font, of the size in "/DA" (a number alone), in blue.
+// Gives every field the fake font in blue. Its size is "/DA", which in these tests is only a number.
 class FakeFonts : public FieldFonts {
  public:
   TextLook LookOf(const ZAcroFormField& widget) override {

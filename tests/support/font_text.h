@@ -9,7 +9,7 @@
 
 namespace zforms {
 
-// Font programs under construction, for tests: each glyph is a square or nothing, 1000 units to the em.
+// Builds font programs for tests. Each glyph is a square or empty; the em has 1000 units.
 
 inline std::string BigEndian(uint64_t value, size_t bytes) {
   std::string text;
@@ -17,8 +17,8 @@ inline std::string BigEndian(uint64_t value, size_t bytes) {
   return text;
 }
 
-// A TrueType program. Glyph 0 draws; those after it draw where `drawn` says so, and are 100, 200, ... wide. The maps
-// are lists of platform, encoding, and characters with their glyphs.
+// A TrueType program. Glyph 0 is a square and 0 wide; glyph i is a square if drawn[i - 1], and 100 * i wide. Each map
+// has a platform and an encoding, and lists characters with their glyphs.
 struct TrueTypeText {
   using Map = std::vector<std::pair<uint16_t, uint16_t>>;
   std::vector<bool> drawn;
@@ -55,7 +55,7 @@ struct TrueTypeText {
     for (const int y : {0, 0, 500, 0}) glyph += BigEndian(static_cast<uint64_t>(y), 2);
     return glyph + std::string(glyph.size() % 4 == 0 ? 0 : 4 - glyph.size() % 4, '\0');
   }
-  // Each map in format 12, which knows no ranges that have to be ordered by their glyphs.
+  // The table "cmap". All maps have format 12, where each character is written as a group of its own.
   std::string Maps() const {
     std::string directory = BigEndian(0, 2) + BigEndian(maps.size(), 2), body;
     for (const auto& [kind, map] : maps) {
@@ -78,7 +78,7 @@ struct TrueTypeText {
   }
 };
 
-// A Type 1 program with these glyphs, each drawn and 100, 200, ... wide, and this encoding built in.
+// A Type 1 program with these glyphs, which are drawn and 100, 200, ... wide. `encoding` is its built-in encoding.
 inline std::string Type1Text(const std::vector<std::string>& glyphs, const std::map<int, std::string>& encoding) {
   const auto encrypted = [](std::string_view bytes, uint16_t key) {
     std::string result;
@@ -96,7 +96,7 @@ inline std::string Type1Text(const std::vector<std::string>& glyphs, const std::
   head += "readonly def\ncurrentdict end\ncurrentfile eexec\n";
   std::string body = "dup /Private 2 dict dup begin /lenIV 4 def\n2 index /CharStrings " +
                      std::to_string(glyphs.size() + 1) + " dict dup begin\n";
-  // A number in five bytes; then 0 width hsbw, a line, closepath, endchar.
+  // Numbers take five bytes. A glyph is: 0 width hsbw, two lines, closepath, endchar.
   const auto number = [](uint64_t value) { return "\xFF" + BigEndian(value, 4); };
   const auto add = [&](const std::string& name, uint64_t width) {
     const std::string drawing =

@@ -8,8 +8,8 @@
 
 namespace zforms {
 
-// Random values, from a seed. Those for all readers have no duplicate or empty names, no references to other objects
-// and no null, which others leave out or read as they like.
+// Random values from a seed. Values for all readers have no duplicate or empty names, no references and no null,
+// because readers differ in how they treat these.
 class Forest {
  public:
   explicit Forest(uint32_t seed, bool for_all_readers = false) : for_all_readers_(for_all_readers), random_(seed) {}

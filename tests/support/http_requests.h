@@ -107,7 +107,7 @@ inline std::vector<HTTPRequestCase> HTTPRequestCases() {
       {"zero byte in the target", std::string("GET /app/echo/") + '\0' + " HTTP/1.1\r\n" + host + "\r\n", 400},
       {"no protocol", "GET /app/echo/\r\n" + host + "\r\n", 400},
       {"TLS", "\x16\x03\x01\x02" + std::string(40, 'z'), 400},
-      // Not addressed to this server, or not from its own pages.
+      // Requests that are not addressed to this server, or do not come from its own pages.
       {"foreign host", get + "Host: zqx.example:PORT\r\n\r\n", 403},
       {"other port", get + "Host: localhost:1\r\n\r\n", 403},
       {"no port", get + "Host: localhost\r\n\r\n", 403},

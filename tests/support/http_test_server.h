@@ -32,7 +32,7 @@ class Call : public ZIdleMessage {
   std::function<void()> call_;
 };
 
-// Answers by a function; records the session's calls for it.
+// A request as the session received it; FunctionPage passes it to the function that answers.
 struct Exchange {
   Chaine method;
   ZInetURL url;
@@ -143,7 +143,7 @@ class TestServer : public ZHTTPServer {
   std::vector<sRequestInfos> log;
 };
 
-// That many clients, each of which has sent these bytes.
+// Connects this many clients, each of which sends these bytes.
 inline std::vector<std::unique_ptr<RawClient>> Clients(int count, TestServer& server, const std::string& bytes) {
   std::vector<std::unique_ptr<RawClient>> clients;
   while (count-- > 0) {
@@ -166,7 +166,7 @@ inline int Refused(TestServer& server, std::vector<std::unique_ptr<RawClient>>& 
   return 0;
 }
 
-// Requests to "/wait" are kept running until the gate is opened.
+// Adds a page "/wait", whose requests are not answered until the gate is opened.
 struct Gate {
   std::promise<void> promise;
   std::shared_future<void> opened{promise.get_future()};

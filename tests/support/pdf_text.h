@@ -128,8 +128,8 @@ class PdfText {
     xref_ = offsets_[number];
     return XrefStreamOf(number, pending_, entries, width).End();
   }
-  // The same for a hybrid file, with the packed objects only: the next table lists them as free, and "/XRefStm" of its
-  // trailer must point here.
+  // Adds the cross-reference stream of a hybrid file, which has only the packed objects. The next table lists these as
+  // free; its trailer must have the offset of this stream as "/XRefStm".
   PdfText& HiddenXrefStream(uint32_t number) {
     std::map<uint32_t, Place> packed;
     for (auto& [packed_number, place] : pending_) {

@@ -17,7 +17,7 @@ CommandResult RunCommand(const std::string& command) {
   return result;
 }
 
-// clock() counts the time on the wall here.
+// On Windows clock() measures elapsed time, not processor time.
 double ProcessSeconds() {
   FILETIME unused;
   FILETIME kernel;

@@ -12,7 +12,7 @@ inline void Put(std::string* bytes, size_t offset, uint64_t value, size_t width)
   for (size_t i = 0; i < width; i++) (*bytes)[offset + i] = static_cast<char>(value >> (8 * i) & 0xFF);
 }
 
-// A program of 32 or 64 bits that contains only a version resource.
+// A Windows program file of 32 or 64 bits that contains only a version resource.
 inline std::string MakeProgram(bool wide, uint64_t version) {
   constexpr size_t kHeader = 0x80;
   constexpr size_t kResources = 0x400;

@@ -33,7 +33,7 @@ class RawClient {
     }
     return true;
   }
-  // The next answer. Its body is read by its length unless the request was HEAD.
+  // Reads the next answer, with as many bytes of body as Content-Length says. The answer to HEAD has no body.
   RawAnswer Receive(bool with_body = true, int timeout_ms = kPatience) {
     RawAnswer answer;
     while (unread_.find("\r\n\r\n") == std::string::npos) {

@@ -5,7 +5,7 @@
 
 namespace zforms {
 
-// The system's number for a port that another server has.
+// The system's error number for a port that is already in use.
 extern const int kAddressInUse;
 
 // A socket of the operating system, connected to a port of this machine; closed by its destructor.
@@ -21,7 +21,7 @@ class RawSocket {
   size_t Send(const char* bytes, size_t size);
   // True when there are bytes to receive, or the connection has ended.
   bool Await(int timeout_ms);
-  // How many bytes came; 0 when the connection has ended.
+  // How many bytes were received; 0 when the connection has ended.
   size_t Receive(char* to, size_t size);
   void Close();
 

@@ -13,9 +13,9 @@
 
 namespace zforms {
 
-// A value at the front of the text that is written without nodes must be read by nodes in silence and completely, with
-// the same references, and be written by them as the same bytes. Empty when that is so; else what is wrong. Counts the
-// values that could be written so.
+// Compares the two ways to write the value at the beginning of the text: with and without nodes. Nodes must read the
+// value completely and without a warning, find the same references, and write the same bytes. Returns what is wrong,
+// empty when nothing is. `count` is incremented when the value can be written without nodes.
 inline std::string FaultOfRaw(const std::string& input, size_t* count = nullptr) {
   std::vector<ZPDFObjectIdentifier> references;
   const size_t length = ZPDFRawValue::LengthAt(input, &references);

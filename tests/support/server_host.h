@@ -134,14 +134,14 @@ class ServerHost {
     return client.Receive(method != "HEAD");
   }
 
-  // The document with which the host opens the form F1.
+  // The XFDF document with which the host opens the form.
   ZXFDF Open(const std::string& code = "F1") {
     ZXFDF xfdf = server->GetXFDFBuilder(code)->CreateXFDF();
     handler->TransactionManager().StartTransactionFor(xfdf);
     xfdf.SessionID().SetParam("Live", "yes");
     return xfdf;
   }
-  // The document that a reader posts from this form: the values of its fields.
+  // The XFDF document that a reader posts from this form, with the values of its fields.
   static ZXFDF Submitted(const std::string& pdf, const std::string& href) {
     ZAcroForm form;
     ZInetChaineIStream in{Chaine(pdf)};

@@ -1,8 +1,8 @@
 // Renders pages with pdf.js in Chromium: pdfjs.mjs CHROMIUM PLAYWRIGHT PDFJS JOBS. JOBS is a JSON file: [{pdf, password,
 // pages, out}]. Page N (from 1) becomes out-N.pgm at 72 dpi, annotations as their appearance streams show them. With
-// "measure" it becomes out-N.json instead: for each widget where its text starts and its size, as {"name": {"stream":
-// [x, y, size], "own": [x, y, size]}}: by the appearance stream, and by what pdf.js itself draws for the value. An error
-// becomes out.error.
+// "measure" the page becomes out-N.json instead, {"id": {"stream": [x, y, size], "own": [x, y, size]}}: where the text
+// of each widget starts, and its font size. "stream" measures the appearance stream, "own" what pdf.js itself draws for
+// the value. An error becomes out.error.
 
 import { createReadStream, readFileSync, writeFileSync } from "node:fs";
 import { createServer } from "node:http";
@@ -23,7 +23,7 @@ const server = createServer((request, response) => {
 });
 await new Promise((resolve) => server.listen(0, "127.0.0.1", resolve));
 
-/** Runs in the browser: one job, its pages as base64 of gray pixels, or as the measures of their widgets. */
+/** Runs one job in the browser; returns its pages as gray pixels in base64, or the measures of their widgets. */
 async function show({ index, password, pages, measure }) {
   const pdfjs = await import("/pdfjs/build/pdf.min.mjs");
   pdfjs.GlobalWorkerOptions.workerSrc = "/pdfjs/build/pdf.worker.min.mjs";

@@ -3,7 +3,7 @@
 
 import { readFileSync } from "node:fs";
 
-// Newer than this Node may be.
+// Defines the functions that pdf.js needs and older versions of Node lack.
 Promise.withResolvers ??= function () {
   const made = {};
   made.promise = new this((resolve, reject) => Object.assign(made, { resolve, reject }));
@@ -13,7 +13,7 @@ Promise.try ??= function (work, ...args) { return new this((resolve) => resolve(
 
 const [place, file, password] = process.argv.slice(2);
 const warn = console.warn;
-console.warn = () => {};  // what it lacks for drawing
+console.warn = () => {};  // hides warnings about packages that pdf.js would need to draw
 const { getDocument } = await import(`${place}/legacy/build/pdf.mjs`);
 console.warn = warn;
 const document = await getDocument({ data: new Uint8Array(readFileSync(file)), password, verbosity: 0 }).promise;

@@ -51,7 +51,7 @@ std::string Entries(ZXFDFMapStorage& storage) {
   return entries;
 }
 
-// A group, a field with two widgets, kids with marks, names that are repeated or missing.
+// A group, a field with two widgets, kids with mapping names ("/TM"), names that are repeated or missing.
 FormText Form() {
   return FormText()
       .Field(10, "<</T(group)/Kids[11 0 R 12 0 R 13 0 R]/FT/Tx/V(inherited)>>")
@@ -150,7 +150,7 @@ TEST(Mapper, DeclaredMaps) {
   ZXFDFMapper known;
   known.AddRubric("Client", &client);
   known.ReadMaps(storage, true);
-  // A reference without "." is declared when it names a rubric, but has no data.
+  // A reference without "." is kept when it names a known rubric, but it maps no data.
   EXPECT_EQ(MapsOf(known), "a:CLIENT.Name b:client.x.y f: ");
   known.AddRubric("CLIENT", &place);
   EXPECT_EQ(known.Rubric("client"), &place);
@@ -314,7 +314,7 @@ TEST_F(AttachedBuffers, TakeWhatIsReadLater) {
   EXPECT_EQ(count_, 79);
 }
 
-// From the data into a form and back, with accents on every side.
+// Data are put into a form and read back, with accents in names and values.
 TEST(Mapper, TheWholeWay) {
   const Chaine ini(TempPath("way.ini"));
   ASSERT_TRUE(StoreFile(ini, "\xEF\xBB\xBF[fiche]\ngroup.a=société.Raison\nété=Saison\ntwo=Société.Œuvre\n"));

@@ -51,7 +51,7 @@ TEST(SessionInfos, ParametersOfEveryTextSurviveFiveRounds) {
       xfdf.SessionID().SetParam("p" + text, text);
     }
   }
-  // Contains no line end, which a single-line field would lose.
+  // The value contains no line end, which a single-line field would lose.
   EXPECT_EQ(xfdf.Fields()[ZXFDF::kSessionIDField].Value().AsChaine().View().find_first_of("\r\n"),
             std::string_view::npos);
 }
@@ -107,7 +107,7 @@ TEST(SessionInfos, Numbers) {
   ZXFDF back = SentBack(xfdf);
   EXPECT_EQ(back.SessionID().Folder(), (ZXFDFFolderInfos{UINT64_MAX, static_cast<uint32_t>(-1)}));
   EXPECT_EQ(back.SessionID().Software(), "Café");
-  // For a host that takes the year as signed.
+  // A negative year reaches a host that uses a signed type for it.
   back.SessionID().SetParam("Folder.Exercice", "-1");
   EXPECT_EQ(static_cast<int32_t>(back.SessionID().Folder().exercice), -1);
   EXPECT_EQ(session.SetTransactionID(0, StoppedClock(0)), 1u);

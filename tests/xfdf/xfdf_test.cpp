@@ -26,7 +26,7 @@ using namespace std::string_literals;
 constexpr char kHead[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 constexpr char kRoot[] = "<xfdf xml:space=\"preserve\" xmlns=\"http://ns.adobe.com/xfdf/\">";
 
-// A document of these children of the root.
+// A document whose root has these children.
 Chaine Document(const std::string& children) { return Chaine(kHead + ""s + kRoot + children + "</xfdf>"); }
 
 ZXFDF Parsed(const Chaine& text) {
@@ -78,7 +78,7 @@ TEST(XFDF, NamesAreTriedWholeAndThenTakenApart) {
   EXPECT_EQ(&xfdf.Fields()["a.b"], xfdf.Fields().Get("a.b"));
   EXPECT_EQ(fixed.Fields()["none"].Name(), "");
   EXPECT_FALSE(fixed.Fields()["none"].HasName());
-  // By position in the order of bytes.
+  // Positions follow the names in the order of their bytes.
   EXPECT_EQ(fixed.Fields()[1].Name(), "a.b");
 }
 
@@ -462,7 +462,7 @@ TEST(XFDF, RandomDocumentsAreReadAsTheyWereBuilt) {
       ASSERT_EQ(read.Fields()[name].Value().AsChaine(), fields[name].Value().AsChaine()) << text.View();
       ASSERT_EQ(read.Fields()[name].HasValue(), fields[name].HasValue());
     }
-    // When a full name can be reached in two ways, the search uses one.
+    // When two paths of field names give the same full name, the search uses one of them.
     EXPECT_TRUE(read.Fields().VisitValues([&](std::string_view name, const ZXFDF::Field& field) {
       EXPECT_TRUE(field.HasValue() && read.Fields()[Chaine(name)].HasValue()) << name;
       return true;
@@ -497,7 +497,7 @@ TEST(XFDFSurvey, SaysWhatReadingWouldSay) {
       {"<xfdf><fields>" + XFDFField("ZOR.SessionID", "<value>a<!-- -->b</value>") + "</fields></xfdf>",
        Session::eUnknown, 8},
       {"<x:xfdf xmlns:x=\"http://ns.adobe.com/xfdf/\"><x:fields/></x:xfdf>", Session::eUnknown, 3},
-      // Text that the survey cannot parse is counted by its markup characters.
+      // In a text that the survey cannot parse, it counts the markup characters.
       {"<!DOCTYPE xfdf [<!ENTITY a '<'>]><xfdf><fields>" + whole + "</fields></xfdf>", Session::eUnknown, 23},
   };
   for (const auto& [text, session, nodes] : kCases) {

@@ -11,8 +11,8 @@ namespace zforms::tool {
 inline constexpr int kDone = 0;
 inline constexpr int kFailed = 2;
 inline constexpr int kDoneWithWarnings = 3;
-// Not everything was done, for a reason outside of the input, such as a full disk: another try may succeed. EX_TEMPFAIL
-// of <sysexits.h>, which mail systems and schedulers know.
+// Not everything was done, for a reason outside of the input, such as a full disk. Another try may succeed. The value
+// is EX_TEMPFAIL of <sysexits.h>, which mail systems and schedulers know.
 inline constexpr int kTrouble = 75;
 
 // Makes text from a file safe for a terminal: control characters become "\xNN".
@@ -24,15 +24,15 @@ class Console {
  public:
   explicit Console(std::string file);
 
-  // Prints each line once; after the first hundred, lines are only counted.
+  // Prints a warning. After the first hundred, warnings are only counted.
   void Warn(std::string_view what);
   // Prints information that is not a fault; it does not change the exit status.
   void Note(std::string_view what) const { Print(what); }
-  // For a damaged file, also prints how to recover it.
+  // Prints all warnings of the diagnostics and, for a damaged file, how to recover it.
   void WarnAll(const ZDiagnostics& diagnostics);
   void Fail(std::string_view what);
   bool HasFailed() const { return failed_; }
-  // Returns the exit status, after printing how many warnings were not shown.
+  // Prints how many warnings were not shown, and returns the exit status.
   int Finish();
 
  private:

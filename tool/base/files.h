@@ -19,11 +19,11 @@ ReadStep StandardInput();
 // Reads a file or standard input. When it cannot be read, prints the reason and returns false.
 bool ReadInput(const std::string& path, Chaine* bytes, Console& console, const ReadLimits& limits = {});
 
-// Writes the bytes to standard output, or to a new file that then replaces the target, so that nobody sees half a file.
-// On failure prints the reason and returns false.
+// Writes the bytes to standard output, or to a temporary file that then replaces the target, so that no reader sees an
+// incomplete file. On failure prints the reason and returns false.
 bool WriteOutput(const std::string& path, const Chaine& bytes, Console& console);
 
-// The path of UTF-8 text.
+// Conversions between UTF-8 text and a path.
 std::filesystem::path FilePath(const std::string& utf8);
 std::string PathText(const std::filesystem::path& path);
 

@@ -1,9 +1,9 @@
 #include "tool/base/port_holder.h"
 
-// Before <windows.h>.
+// <winsock2.h> must be included before <windows.h>.
 #include <winsock2.h>
 #include <ws2tcpip.h>
-// After it.
+// <iphlpapi.h> must be included after <winsock2.h>.
 #include <iphlpapi.h>
 
 #include <filesystem>
@@ -45,7 +45,7 @@ std::string PortHolder(uint16_t port) {
   return {};
 }
 
-// Ports that are bound exclusively are answered with another error.
+// If another program has bound the port exclusively, the error is WSAEACCES.
 bool IsPortInUse(int error) { return error == WSAEADDRINUSE || error == WSAEACCES; }
 
 }  // namespace zforms::tool

@@ -11,7 +11,7 @@ std::string ProgramPath() {
   std::error_code error;
   std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
   if (!error) return path.string();
-  // Where /proc is not mounted: the name by which the program was started; see getauxval(3).
+  // If /proc is not mounted, uses the path by which the program was started; see getauxval(3).
   // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface gives the address as a number.
   const auto* const started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
   if (started != nullptr) path = std::filesystem::canonical(started, error);

@@ -12,11 +12,11 @@ namespace zforms::tool {
 namespace {
 
 void Tell(std::string_view text) {
-  // Nothing can be done when standard error cannot be written.
+  // Ignores a failure to write to standard error, since there is nowhere else to report it.
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-// Handles SIGBUS. It cannot return: the bytes that were asked for do not exist.
+// Handles SIGBUS. Must not return for a mapped file: the bytes that the program tried to read no longer exist.
 void EndOnLostBytes(int signal, siginfo_t* info, void* /*context*/) {
   const char* const path = MappedFileAt(info->si_addr);
   if (path == nullptr) {

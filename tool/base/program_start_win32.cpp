@@ -12,7 +12,7 @@
 namespace zforms::tool {
 namespace {
 
-// The code page of the console, which belongs to the console and not to this process.
+// The code page that the console had before. It is restored at the end, because the console outlives this process.
 UINT old_code_page = 0;
 
 void RestoreConsole() { ::SetConsoleOutputCP(old_code_page); }
@@ -21,11 +21,11 @@ void RestoreConsole() { ::SetConsoleOutputCP(old_code_page); }
 
 std::vector<std::string> PrepareProgram(int argc, const char* const* argv) {
   for (std::FILE* stream : {stdin, stdout, stderr}) SetBinary(stream);
-  // Messages reach a file or a pipe at once, whatever the runtime library does.
+  // Turns off the buffer of standard error, so that messages reach a file or a pipe at once.
   std::setvbuf(stderr, nullptr, _IONBF, 0);
   old_code_page = ::GetConsoleOutputCP();
   if (old_code_page != 0 && ::SetConsoleOutputCP(CP_UTF8)) std::atexit(RestoreConsole);
-  // The arguments of main are in the system's code page.
+  // Reads the command line again as UTF-16, because the arguments of main are in the system's code page.
   int count = 0;
   wchar_t** const wide = ::CommandLineToArgvW(::GetCommandLineW(), &count);
   if (wide == nullptr) return {argv, argv + argc};

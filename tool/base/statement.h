@@ -8,8 +8,9 @@
 
 namespace zforms::tool {
 
-// A prepared statement of SQLite, which can be run many times. Parameters are bound in order; 64-bit numbers keep their
-// bits, signed or not. A statement that cannot be prepared gives no row, and Run fails. One thread at a time.
+// A prepared statement of SQLite, which can be run many times. Parameters are bound in order. 64-bit numbers keep their
+// bits: SQLite stores them as signed numbers. A statement that cannot be prepared returns no row, and its Run fails.
+// One thread at a time.
 class Statement {
  public:
   Statement(sqlite3* database, const char* sql) { sqlite3_prepare_v2(database, sql, -1, &statement_, nullptr); }
@@ -28,7 +29,7 @@ class Statement {
     sqlite3_bind_int64(statement_, next_++, static_cast<sqlite3_int64>(number));
     return *this;
   }
-  // The text must be valid until the run ends.
+  // The text is not copied: it must stay valid until the statement has run.
   Statement& Bind(std::string_view text) {
     sqlite3_bind_text(statement_, next_++, text.data() == nullptr ? "" : text.data(), static_cast<int>(text.size()),
                       SQLITE_STATIC);

@@ -18,7 +18,8 @@ sigset_t StopSignals() {
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
-  // SIGHUP means that the terminal was closed; it stays ignored if it was, as under nohup.
+  // SIGHUP means that the terminal was closed. If the process was started with SIGHUP ignored, as by nohup, it stays
+  // so.
   struct sigaction hangup = {};
   if (sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN) sigaddset(&signals, SIGHUP);
   return signals;
@@ -38,7 +39,8 @@ void WhenStopped(std::function<void()> stop) {
     int number = 0;
     sigwait(&signals, &number);
     stop();
-    // A signal to a process and its group arrives twice; only a later one counts as a second request.
+    // A signal that is sent to the process and to its group arrives twice. So signals within kOneRequest of the first
+    // one do not count as a second request.
     const auto first = std::chrono::steady_clock::now();
     do {
       sigwait(&signals, &number);

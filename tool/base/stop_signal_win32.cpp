@@ -8,17 +8,17 @@
 namespace zforms::tool {
 namespace {
 
-// A global event, because the handler has no argument for it.
+// The event that a request to stop sets. It is global, because Windows passes no user data to OnConsole.
 HANDLE StopEvent() {
   static const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
   return event;
 }
 
-// Windows calls this on a thread of its own.
+// Handles events of the console. Windows calls it on a new thread.
 BOOL WINAPI OnConsole(DWORD reason) {
   SetEvent(StopEvent());
-  // When the console is closed or the user logs off, the process ends as soon as this returns, and after some seconds
-  // in any case.
+  // When the console is closed or the user logs off, Windows ends the process as soon as this function returns, and
+  // after some seconds in any case. So the function waits, to leave the program these seconds to stop.
   if (reason != CTRL_C_EVENT && reason != CTRL_BREAK_EVENT) Sleep(INFINITE);
   return TRUE;
 }

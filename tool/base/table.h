@@ -5,12 +5,12 @@
 
 namespace zforms::tool {
 
-// Replaces a line end in a cell.
+// The character that is shown in place of a line end in a cell.
 inline constexpr char kLineEndSign[] = "\u21B5";
 
-// Table formats rows of UTF-8 texts in columns for a terminal. When they do not fit into `width` columns (0:
-// unlimited), the widest columns are cut with an ellipsis. Control characters are made visible; empty columns are left
-// out.
+// Table formats rows of UTF-8 texts in columns for a terminal. When they do not fit into `width` columns of the
+// terminal (0: unlimited), the texts in the widest columns are shortened and end in an ellipsis. Control characters are
+// made visible; empty columns are left out.
 class Table {
  public:
   explicit Table(std::vector<std::string> head);

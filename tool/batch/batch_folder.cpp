@@ -124,7 +124,7 @@ bool BatchFolder::OpenLedger(uint64_t job, BatchFault* fault) {
   RemoveLeftOvers();
   std::error_code failed;
   const std::string ledger = PathOf(std::string(kLedger));
-  // A run that was killed before it began has left nothing to continue.
+  // Without a ledger there is nothing to continue: an earlier run was killed before it created one.
   if (!std::filesystem::exists(FilePath(ledger), failed)) {
     fault->is_trouble = !ledger_.Create(ledger, job, &fault->what);
     return !fault->is_trouble;

@@ -13,7 +13,7 @@ namespace zforms::tool {
 class BatchPlan;
 struct BatchOptions;
 
-// Hashes by which a later run recognizes what an earlier one made; the same on every machine.
+// Hashes by which a later run recognizes the files of an earlier one. They are the same on every machine.
 
 // The hash of the names and values of a row.
 uint64_t HashOf(const Row& row);

@@ -11,18 +11,19 @@ namespace zforms::tool {
 // Why something was not written.
 struct BatchFault {
   std::string what;
-  // True when another try may succeed, as after a full disk: the data are not to blame.
+  // True when another try with the same data may succeed, for example after a full disk.
   bool is_trouble = false;
 
-  // A failure of the system. A file name that the file system refuses is the fault of the data.
+  // Describes an error of the system. It is trouble, except when the file system refuses the name: that comes from the
+  // data.
   static BatchFault OfSystem(const std::string& what, const std::error_code& error) {
     return {what, error != std::errc::filename_too_long && error != std::errc::invalid_argument &&
                       error != std::errc::illegal_byte_sequence};
   }
 };
 
-// BatchOutput is where the forms of a batch go. Take, Open, Enter and Finish are called by one thread at a time, Write
-// by any thread. Each function that can fail returns false and sets the fault.
+// BatchOutput writes the forms of a batch. Take, Open, Enter and Finish are called by one thread at a time, Write by
+// any thread. Each function that can fail sets the fault, and returns false if it has a result.
 class BatchOutput {
  public:
   enum class Place {
@@ -30,7 +31,7 @@ class BatchOutput {
     kOurs,     // a file that may be replaced
     kUnsure,   // a file that belongs to this row only if it has the same bytes
     kWritten,  // the complete file of this row exists
-    kRefused,  // the row cannot be written; the fault says why
+    kRefused,  // the row must not be written; the fault says why
   };
   // The file of a row.
   struct Seat {
@@ -46,14 +47,14 @@ class BatchOutput {
   BatchOutput& operator=(const BatchOutput&) = delete;
   virtual ~BatchOutput();
 
-  // Makes sure that no other batch uses the output.
+  // Reserves the output for this batch; false when another batch uses it.
   virtual bool Take(BatchFault* fault);
   // Starts or continues the batch. `job` is a hash of everything that the forms have in common. Precondition: Take
   // returned true.
   virtual bool Open(uint64_t job, BatchFault* fault) = 0;
-  // Reserves the file name of the seat.
+  // Reserves the file name of the seat, and sets its place.
   virtual void Enter(Seat* seat, BatchFault* fault) = 0;
-  // `number` distinguishes threads that write at the same time.
+  // Writes the form of a row. `number` is different for each thread that writes at the same time.
   virtual bool Write(const Seat& seat, unsigned number, const Chaine& bytes, BatchFault* fault) = 0;
   // Makes messages identify rows by number. Without this call they give the line in the table.
   void NameRowsByNumber() { unit_ = "row "; }

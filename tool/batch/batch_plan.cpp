@@ -48,8 +48,8 @@ void BatchPlan::TakeAllFields(const Reports& reports, const std::vector<ZFormFie
   }
 }
 
-// Reads the rubrics of files, and makes those whose values come from the rows. `own` is the rubric whose columns need
-// no rubric before their names.
+// Reads the rubrics that files give, and adds those whose values come from the rows. `own` gets the name of the rubric
+// to which columns without a rubric in their names belong.
 bool BatchPlan::ReadRubrics(const BatchOptions& options, const std::string& section, std::string* own) {
   for (const std::string& text : options.rubrics) {
     const RubricOption rubric = ParseRubric(text);
@@ -102,7 +102,7 @@ void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, con
   if (fixed_.contains(Folded(reference.rubric))) {
     const ZField* data = mapper.Rubric(reference.rubric)->Find(reference.field);
     if (data == nullptr) {
-      console.Warn("field \"" + field.name + "\": the rubric has no value \"" + full + "\"");
+      console.Warn("field \"" + field.name + "\": the rubric has no value named \"" + full + "\"");
       return;
     }
     field.is_constant = true;
@@ -120,7 +120,7 @@ std::vector<std::string> BatchPlan::FieldNames() const {
   return names;
 }
 
-// Columns named in maps are found in any letter case, like the fields of a set.
+// Finds columns that maps name in any letter case, because the fields of a rubric are found so too.
 std::vector<size_t> BatchPlan::Places(const std::vector<std::string>& names) const {
   std::unordered_map<std::string, size_t> exact;
   std::unordered_map<std::string, size_t> folded;
@@ -144,7 +144,7 @@ std::vector<size_t> BatchPlan::Places(const std::vector<std::string>& names) con
   return places;
 }
 
-// Rows usually share their names, so the columns are looked up once.
+// Looks up the columns only when the row has other names than the row before.
 const Cell* BatchPlan::Match::ValueOf(const Row& row, size_t field) {
   if (plan_.fields_[field].is_constant) return &plan_.fields_[field].constant;
   if (row.names != names_) {

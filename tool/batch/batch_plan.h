@@ -22,7 +22,7 @@ struct BatchField {
   std::string name;
   std::shared_ptr<const ZFieldRule> rule;
   std::string column;       // the column with its values
-  std::string full_column;  // tried first: the column with its rubric; empty without maps
+  std::string full_column;  // "RUBRIC.COLUMN", which is tried before `column`; empty without maps
   bool is_constant = false;
   Cell constant;  // the value for every form, when its rubric comes from a file
 };
@@ -32,15 +32,15 @@ struct BatchField {
 class BatchPlan {
  public:
   // The form must outlive the plan. When the maps or the rubric files cannot be read, prints the reason and returns
-  // false. Warns for example of fields that maps name and the form does not have.
+  // false. Prints warnings, for example about a field that the maps name and the form does not have.
   bool Make(const BatchOptions& options, ZAcroForm& form, const FillingGuard& guard, Console& console);
 
   const std::vector<BatchField>& Fields() const { return fields_; }
   std::vector<std::string> FieldNames() const;
-  // The index of each field's column among the names, kNone when there is none.
+  // For each field, the index of its column in `names`; kNone when it has none.
   static constexpr size_t kNone = SIZE_MAX;
   std::vector<size_t> Places(const std::vector<std::string>& names) const;
-  // The cell of a row for each field; null when the row has no value for it.
+  // Finds the cell of a row for a field; null when the row has no value for it.
   class Match {
    public:
     explicit Match(const BatchPlan& plan) : plan_(plan) {}
@@ -49,11 +49,11 @@ class BatchPlan {
    private:
     const BatchPlan& plan_;
     RowNames names_;
-    std::vector<size_t> places_;  // indices of the fields' columns among the names
+    std::vector<size_t> places_;  // the result of Places for `names_`
   };
-  // True when a row with these names can fill a field.
+  // True when a row with these names can fill at least one field.
   bool Feeds(const std::vector<std::string>& names) const;
-  // The names that match no field.
+  // The names that match no field, except empty names and a first column with file names.
   std::vector<std::string> Unused(const std::vector<std::string>& names) const;
   // The message about a name that matches no field. Only the thread that reads the rows may call it.
   std::string WhyUnused(const std::string& name) const;
@@ -70,7 +70,7 @@ class BatchPlan {
   std::unique_ptr<FieldScripts> scripts_;   // null when scripts are ignored
   std::unique_ptr<ZCheckedFiller> filler_;  // for the form of the plan
   Rubrics rubrics_;
-  std::set<std::string> fixed_;  // the rubrics of files, in lower case
+  std::set<std::string> fixed_;  // the names of the rubrics that files give, in lower case
   std::vector<BatchField> fields_;
   bool mapped_ = false;
 };

@@ -14,7 +14,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// So many warnings are in the report; their number tells how many there were.
+// The report lists at most this many warnings, and gives the number of all.
 constexpr size_t kMostWarnings = 10000;
 constexpr auto kProgressInterval = std::chrono::milliseconds(200);
 

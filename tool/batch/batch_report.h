@@ -38,19 +38,19 @@ class BatchReport {
   // Sets how much of the data was read, from 0 to 1; negative when unknown.
   void ReadSoFar(double part);
 
-  // Ends the progress line and the report. Prints how many rows failed. False when the report cannot be written.
   struct Outcome {
     bool stopped;  // the batch ended before the last row
     unsigned jobs;
     int status;
-    std::string result;  // a hash of all rows of a query in their order; empty when they are not known
+    std::string result;  // for a shard of a query, a hash of all rows in their order; empty when not all were read
   };
+  // Ends the progress line and the report. Prints how many rows failed. False when the report cannot be written.
   bool Finish(const BatchOptions& options, const Outcome& outcome);
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  // A row of data, for the report.
+  // A warning about a row, for the report.
   struct Warning {
     uint64_t line, row;
     std::string file, what;

@@ -23,7 +23,7 @@
 namespace zforms::tool {
 namespace {
 
-// How many rows a thread takes at a time.
+// The number of rows that a thread reads and fills as one group.
 constexpr size_t kRowsAtOnce = 8;
 constexpr unsigned kMostJobs = 256;
 constexpr const char* kDefaultName = "{row}.pdf";
@@ -139,7 +139,7 @@ bool BatchRun::HasNameColumns(const std::vector<std::string>& names) {
   return true;
 }
 
-// Saves a recovered form as a whole once, so that each row can be appended to it.
+// Saves a recovered form as a whole new file, once, so that the values of each row can be appended to it.
 bool BatchRun::MakeWhole(Console& console) {
   if (!form_.SavesAnew()) return true;
   Chaine whole;
@@ -150,7 +150,7 @@ bool BatchRun::MakeWhole(Console& console) {
   return false;
 }
 
-// Prints what forbids filling once, not for each row.
+// Checks whether the form may be filled. Prints the messages about it here, once, and not for each row.
 bool BatchRun::Guard() {
   Console console(options_.file);
   guard_ = std::make_unique<FillingGuard>(form_, options_.guard);
@@ -162,15 +162,15 @@ bool BatchRun::Guard() {
   return !forbidden_;
 }
 
-// Prints once that a value has no name.
+// Prints a warning when the row has a value in a column without a name, for the first such row only.
 void BatchRun::CheckNameless(const Row& row) {
   const auto is_lost = [&row](size_t i) { return !row.cells[i].text.empty(); };
   if (said_nameless_ || std::none_of(nameless_.begin(), nameless_.end(), is_lost)) return;
   said_nameless_ = true;
-  console_.Warn("line " + std::to_string(row.line) + ": a value without a name is left out");
+  console_.Warn("line " + std::to_string(row.line) + ": a value has no field name and is left out");
 }
 
-// Prints once for each column that it matches no field.
+// Prints a warning about each column that matches no field, once for each name.
 void BatchRun::CheckColumns(const Row& row) {
   if (row.names == checked_names_) return;
   checked_names_ = row.names;
@@ -196,7 +196,8 @@ void BatchRun::Fail(const Task& task, const BatchFault& fault) {
   leaves_rows_ = true;
 }
 
-// True when the fields accept the values of the row. A bad row does not use up a file name.
+// True when the fields accept the values of the row. Rows are checked before they get a file name, so that a bad row
+// does not take the name of a later one.
 bool BatchRun::Check(const Row& row) {
   constexpr size_t kMostNamed = 20;
   std::string faults;
@@ -239,8 +240,8 @@ bool BatchRun::Place(Task* task) {
   return task->seat.place != BatchOutput::Place::kWritten;
 }
 
-// One thread at a time reads and names rows, in order. So the first of two rows with the same name gets it, with any
-// number of threads. `turn` is the number of the group of rows.
+// Reads a group of rows and reserves their file names; one thread at a time, in the order of the rows. So the first of
+// two rows with the same file name gets it, with any number of threads. `turn` gets the number of the group.
 size_t BatchRun::TakeTasks(std::vector<Task>* tasks, uint64_t* turn) {
   const std::lock_guard<std::mutex> lock(reading_);
   size_t count = 0;
@@ -295,8 +296,8 @@ void BatchRun::Write(const Task& task, const Filled& filled, unsigned number) {
   }
 }
 
-// Fills a group of rows, then waits until the groups before it are written. A group that was begun is written also when
-// the batch is asked to stop.
+// Fills a group of rows, waits until the groups before it are written, and writes it. A group that was read is written
+// even when the batch is asked to stop meanwhile.
 void BatchRun::WorkInOrder(size_t count, uint64_t turn, std::vector<Task>* tasks, unsigned number, RowFiller& filler) {
   std::vector<Filled> filled;
   for (size_t i = 0; i < count; i++) filled.push_back(Fill((*tasks)[i], filler));

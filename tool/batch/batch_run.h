@@ -34,14 +34,14 @@ class BatchRun {
   BatchRun(const BatchOptions& options, Console& console, std::function<bool()> is_asked_to_stop);
 
   bool Prepare();
-  // The exit status.
+  // Fills the rows and returns the exit status.
   int Run();
   // The exit status when Prepare has returned false: that of the form when it forbids filling, 75 after a temporary
   // failure, else 2.
   int StatusOfRefusal() const;
 
  private:
-  // A row to be filled, and the path of its output.
+  // A row to be filled, and its place in the output.
   struct Task {
     Row row;
     BatchOutput::Seat seat;
@@ -70,7 +70,7 @@ class BatchRun {
   void Write(const Task& task, const Filled& filled, unsigned number);
   void Fail(const Row& row, const std::string& field, const std::string& file, const std::string& what);
   void Fail(const Task& task, const BatchFault& fault);
-  // True when no further row is to be begun.
+  // True when no further row may be started.
   bool IsStopping() const { return ends_at_bad_row_ || IsInterrupted(); }
   bool IsInterrupted() const { return report_.HasTrouble() || is_asked_to_stop_(); }
   int FinishStatus();
@@ -96,14 +96,15 @@ class BatchRun {
   std::unique_ptr<RowReader> reader_;
   RowNames checked_names_;
   std::set<std::string> unused_;
-  std::vector<size_t> nameless_;  // the places of empty names among the columns
+  std::vector<size_t> nameless_;  // the indices of the columns with empty names
   bool said_nameless_ = false;
   std::atomic<bool> ends_at_bad_row_ = false;
   std::atomic<bool> leaves_rows_ = false;  // some rows that were read could not be filled; a later run may fill them
   bool ended_ = false;                     // all rows are read
   bool has_values_ = false;
   uint64_t result_ = 0;  // for a shard of a query: a hash of all rows in their order
-  // For an output in order: each group of rows has a number, and the group with this one may be written.
+  // For an output that is written in the order of the rows: `turns_` counts the groups of rows that were read, and the
+  // group with the number `turn_` is written next.
   std::mutex writing_;
   std::condition_variable turn_changed_;
   uint64_t turns_ = 0;

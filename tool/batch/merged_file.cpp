@@ -11,9 +11,9 @@ namespace zforms::tool {
 namespace {
 
 constexpr size_t kMostKids = 64;
-constexpr size_t kWindow = 1 << 16;  // offsets, or bytes that wait
+constexpr size_t kWindow = 1 << 16;  // the most offsets, or bytes of the file, that are kept in memory
 constexpr std::streamoff kOffset = sizeof(uint64_t);
-constexpr size_t kRemembered = 1 << 13;  // digests of each generation
+constexpr size_t kRemembered = 1 << 13;  // the most digests of a generation
 constexpr size_t kOffsetWidth = 5;       // bytes
 constexpr std::string_view kBinaryComment = "%\xFF\xFE\xFD\xFC\n";
 
@@ -55,7 +55,7 @@ void OffsetFile::Set(uint32_t number, uint64_t offset) {
     window_[number - first_] = offset;
     return;
   }
-  // Nodes of the page tree are written long after they got their numbers.
+  // Nodes of the page tree are written long after their numbers were allocated, so their offsets go into the file.
   file_.seekp(std::streamoff{number} * kOffset);
   file_.write(reinterpret_cast<const char*>(&offset), kOffset);
   file_.seekp(0, std::ios::end);
@@ -120,7 +120,7 @@ MergedFile::Digest MergedFile::DigestOf(const std::string& text) {
   return digest;
 }
 
-// Returns the number of the node.
+// Adds a kid to the unfinished node of the level, and returns the number of that node.
 uint32_t MergedFile::AddToTree(size_t level, uint32_t kid, uint64_t pages) {
   if (tree_.size() > level && tree_[level].kids.size() >= kMostKids) CloseNode(level);
   const uint32_t number = NodeOf(level);
@@ -129,7 +129,7 @@ uint32_t MergedFile::AddToTree(size_t level, uint32_t kid, uint64_t pages) {
   return number;
 }
 
-// Writes a full node below a node of the next level.
+// Writes the node of the level, as a kid of the node of the next level.
 void MergedFile::CloseNode(size_t level) {
   const TreeNode node = std::exchange(tree_[level], {});
   const uint32_t parent = AddToTree(level + 1, node.number, node.pages);
@@ -139,7 +139,7 @@ void MergedFile::CloseNode(size_t level) {
                                "/Kids[" + kids + "]>>");
 }
 
-// Writes all nodes and returns the number of the root.
+// Writes the unfinished nodes of all levels, and returns the number of the root.
 uint32_t MergedFile::CloseTree() {
   NodeOf(0);
   for (size_t level = 0; level + 1 < tree_.size(); level++) {
@@ -203,8 +203,8 @@ void MergedFile::Remember(const Digest& digest, uint32_t number) {
 }
 
 bool MergedFile::Add(const RowPages& pages, const std::string& title) {
-  std::unordered_map<uint32_t, uint32_t> numbers;  // of the row's objects in the file
-  std::unordered_map<uint32_t, uint32_t> parents;  // of its pages
+  std::unordered_map<uint32_t, uint32_t> numbers;  // from an object number of the row to the number in the file
+  std::unordered_map<uint32_t, uint32_t> parents;  // from a page number of the row to the parent's number in the file
   for (const uint32_t page : pages.pages) {
     numbers[page] = offsets_.Allocate();
     parents[page] = AddToTree(0, numbers[page], 1);
@@ -218,7 +218,7 @@ bool MergedFile::Add(const RowPages& pages, const std::string& title) {
     };
     const std::string text = Resolve(object, number_of);
     uint32_t& number = numbers[object.number];
-    // An object that others refer to already has its number.
+    // An object to which earlier ones refer has a number already, so it cannot be replaced by an equal one.
     if (number == 0) {
       const Digest digest = DigestOf(text);
       identifier_ = DigestOf(identifier_ + digest);
@@ -255,8 +255,8 @@ bool MergedFile::Finish(const std::vector<std::pair<std::string, LooseObject>>& 
   return WriteXref(number) && Flush() && file_.Finish(&error_);
 }
 
-// A cross-reference stream: a table has no room for offsets of more than ten digits, and takes 20 bytes for each
-// object.
+// Writes a cross-reference stream. A cross-reference table would have no room for offsets of more than ten digits, and
+// would take 20 bytes for each object.
 bool MergedFile::WriteXref(uint32_t catalog) {
   const uint64_t start = size_;
   const uint32_t number = offsets_.Allocate();

@@ -16,14 +16,15 @@
 
 namespace zforms::tool {
 
-// The offsets of the objects of a file that is being written, by their numbers: kept in a temporary file, so that
-// memory does not grow with their number.
+// Maps the numbers of the objects of a file that is being written to their offsets. They are kept in a temporary file,
+// so that memory does not grow with the number of objects.
 class OffsetFile {
  public:
   // Creates the file, which is removed with this object.
   bool Open(std::string* error);
-  // The next number, from `Reserve` on.
+  // Returns the lowest number that is not in use.
   uint32_t Allocate();
+  // Makes Allocate return only numbers from `numbers` on.
   void Reserve(uint32_t numbers);
   void Set(uint32_t number, uint64_t offset);
   uint32_t Count() const { return first_ + static_cast<uint32_t>(window_.size()); }
@@ -36,11 +37,11 @@ class OffsetFile {
 
   ZTempFolder folder_;
   std::fstream file_;
-  uint32_t first_ = 0;  // the first number of the window; those before it are in the file
+  uint32_t first_ = 0;  // the number of the first offset in the window; offsets of lower numbers are in the file
   std::vector<uint64_t> window_;
 };
 
-// MergedFile writes one PDF file from the pages of many rows, one after the other: a balanced page tree, an outline
+// MergedFile writes one PDF file with the pages of many rows, one row after the other: a balanced page tree, an outline
 // with an item for each row, the objects that the rows share, and a cross-reference stream (ISO 32000-1 7.5.8). An
 // object that equals one of the last few thousand objects is not written again. Memory does not grow with the number of
 // rows. One thread at a time.
@@ -51,13 +52,14 @@ class MergedFile {
 
   explicit MergedFile(SharedObject shared);
 
-  // Begins the file under a temporary name beside `path`, with this line as its header. `highest` is the highest number
-  // of an object of the template.
+  // Begins the file under a temporary name beside `path`, with `header` as its first line. `highest` is the highest
+  // object number of the template.
   bool Open(const std::string& path, const std::string& header, uint32_t highest);
-  // Appends the pages of a row, with `title`, a PDF text string, in the outline. False when the file cannot be written.
+  // Appends the pages of a row. `title`, a PDF text string, is its title in the outline. False when the file cannot be
+  // written.
   bool Add(const RowPages& pages, const std::string& title);
-  // Ends the file, flushes it to the disk and gives it its name. `catalog` has entries of the catalog: keys, and values
-  // of the template.
+  // Ends the file, flushes it to the disk and renames it to `path`. `catalog` has keys and values of the template's
+  // catalog, which are written to the catalog of this file.
   bool Finish(const std::vector<std::pair<std::string, LooseObject>>& catalog);
   // The size so far, in bytes.
   uint64_t Size() const { return size_; }
@@ -65,7 +67,7 @@ class MergedFile {
   const std::string& Error() const { return error_; }
 
  private:
-  // A node of the page tree that is not full, one for each level from the lowest.
+  // An unfinished node of the page tree. `tree_` has one for each level, the lowest level first.
   struct TreeNode {
     uint32_t number = 0;
     uint64_t pages = 0;
@@ -107,7 +109,8 @@ class MergedFile {
   } item_;
   uint32_t outline_ = 0, first_item_ = 0;
   uint64_t items_ = 0;
-  // Digests of the objects written last, in two generations.
+  // The numbers of the objects written last, by digest, in two generations: when the newer one is full, it replaces the
+  // older one.
   std::array<std::unordered_map<Digest, uint32_t>, 2> written_;
 };
 

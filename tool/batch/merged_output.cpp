@@ -14,12 +14,13 @@ namespace zforms::tool {
 namespace {
 
 constexpr std::string_view kSuffix = ".pdf";
-// The first version with cross-reference streams.
+// The first version of PDF with cross-reference streams.
 constexpr const char* kLeastVersion = "%PDF-1.5";
-// What the catalog says about all pages.
+// Entries of the template's catalog that apply to all its pages.
 constexpr std::string_view kKeptKeys[] = {"/OCProperties", "/OutputIntents", "/Lang"};
 
-// The header line: the template's version, in its header or its catalog, or the one that this file needs.
+// The header line, with the highest of three versions: that in the template's header, that in its catalog, and the one
+// that this file needs.
 std::string HeaderOf(ZAcroForm& form) {
   const std::string version = form.Parser()->Root()->GetIdentifier("/Version").ToString();
   const std::string in_catalog = version.empty() ? "" : "%PDF-" + version.substr(1);

@@ -16,12 +16,12 @@ class MergedOutput final : public BatchOutput {
   explicit MergedOutput(std::string path);
   ~MergedOutput() override;
 
-  // The form that is filled. Call it before Open.
+  // Sets the form that is filled. Call it before Open.
   void SetForm(const ZAcroForm& form);
   bool Open(uint64_t job, BatchFault* fault) override;
   // Accepts every name: here the name is only the title of the row in the outline, so several rows may have the same.
   void Enter(Seat* seat, BatchFault* fault) override;
-  // Any thread may call it.
+  // The pages of a filled and flattened copy of the form. Any thread may call it.
   RowPages PagesOf(ZAcroForm& flat) const { return maker_->Make(flat); }
   bool WritePages(const Seat& seat, const RowPages& pages, BatchFault* fault);
   bool Write(const Seat& seat, unsigned number, const Chaine& bytes, BatchFault* fault) override;

@@ -11,17 +11,18 @@
 
 namespace zforms::tool {
 
-// RowFiller fills a copy of the form from one row after the other. Created by the thread of the form, then used by one
-// thread; the plan and the guard are shared and must outlive it.
+// RowFiller fills a copy of the form from one row after the other. It is created on the thread that uses the form, then
+// used by one thread. The plan and the guard are shared and must outlive it.
 class RowFiller {
  public:
   // The fonts are those of FormPress. Uses the options that concern forms, such as `flatten`.
   RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
             const std::optional<ZDrawingFonts>& fonts, const BatchOptions& options);
 
-  // The form filled with the values of the row, which the fields must accept. `messages` gets what could not be drawn.
+  // The form filled with the values of the row. `messages` gets what could not be drawn. Precondition: the fields
+  // accept the values.
   Chaine Fill(const Row& row, ZFormMessages* messages);
-  // The form filled and flattened, as a document: see FormPress::FillFlatDocument.
+  // Like Fill, but returns the form filled and flattened, as a document: see FormPress::FillFlatDocument.
   std::unique_ptr<ZAcroForm> FillFlat(const Row& row, ZFormMessages* messages);
 
  private:

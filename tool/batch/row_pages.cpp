@@ -21,11 +21,11 @@ namespace {
 using Object = ZPDFNodeIndirectObject;
 using Numbers = std::unordered_set<uint32_t>;
 
-// Keys of a page that lead to parts of the document which the pages of rows do not have.
+// Keys of a page that are left out, because they refer to parts of the document that the merged file does not have.
 constexpr std::string_view kDropped[] = {"/Parent", "/StructParents", "/B"};
-// Keys that a page takes from the nodes of the page tree (ISO 32000-1 7.7.3.4).
+// Keys that a page inherits from the nodes of the page tree (ISO 32000-1 7.7.3.4).
 constexpr std::string_view kInherited[] = {"/Resources", "/MediaBox", "/CropBox", "/Rotate"};
-// Nodes of a page tree in a row are followed up to this level.
+// At most this many nodes are followed from a page up to the root of the page tree.
 constexpr int kMostLevels = 200;
 
 template <size_t Count>
@@ -46,7 +46,7 @@ const ZPDFNode* InheritedValue(const ZPDFNodeDictionary& page, std::string_view 
 // Writes values as text. The nodes of a parsed document are nested to a limited depth.
 class LooseWriter {
  public:
-  // `refer` is asked for each reference to an object that exists.
+  // Calls `refer` for each reference to an object that exists.
   using MakeReference = std::function<LooseObject::Reference(uint32_t number)>;
   LooseWriter(LooseObject* object, MakeReference refer) : object_(object), refer_(std::move(refer)) {}
 
@@ -197,7 +197,7 @@ RowPagesMaker::Numbers RowPagesMaker::OwnOf(ZAcroForm& flat, std::vector<uint32_
 RowPages RowPagesMaker::Make(ZAcroForm& flat) const {
   struct Visit {
     LooseObject loose;
-    std::vector<uint32_t> own;  // which it refers to
+    std::vector<uint32_t> own;  // the row's own objects to which it refers
     size_t next = 0;
   };
   RowPages pages;

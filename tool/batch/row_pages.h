@@ -22,35 +22,35 @@ struct LooseObject {
     enum class To {
       kShared,  // an object of the template, by its number
       kOwn,     // an object of the row, by its number in the row's document
-      kParent,  // the node of the page tree
+      kParent,  // the parent of a page in the page tree
     };
-    size_t at = 0;  // where the number is missing in the text
+    size_t at = 0;  // the position in the text where the number is to be inserted
     To to = To::kShared;
     uint32_t number = 0;
   };
 
-  uint32_t number = 0;  // its number in its document
+  uint32_t number = 0;  // the object's number in its document
   std::string text;
   std::vector<Reference> references;
 };
 
-// The pages of a row's flattened form, with all that they need and the template does not have. An object comes after
-// the objects that it refers to, except in circles.
+// The pages of a row's flattened form, with all objects that they need and that the template does not have. An object
+// follows the objects to which it refers, except where references form a cycle.
 struct RowPages {
-  std::vector<uint32_t> pages;  // their numbers in the row's document, in order
+  std::vector<uint32_t> pages;  // the object numbers of the pages in the row's document, in order
   std::vector<LooseObject> objects;
 };
 
-// RowPagesMaker takes the pages out of the flattened forms of rows. Objects that are the same as in the template, with
-// everything that they refer to, are not copied: all rows share them. Made from the template; then any thread may use
-// it.
+// RowPagesMaker copies the pages of the flattened forms of rows. It does not copy objects that are the same as in the
+// template, with everything that they refer to: all rows share them. It is made from the template; then any thread may
+// use it.
 class RowPagesMaker {
  public:
   explicit RowPagesMaker(ZAcroForm& form);
 
   // `flat` is a copy of the form that was filled and flattened.
   RowPages Make(ZAcroForm& flat) const;
-  // An object of the template, all of whose references are to shared objects.
+  // The text of an object of the template. All its references are to shared objects.
   static LooseObject Shared(const ZPDFNodeIndirectObject& object);
   // The text of a value, such as an entry of the catalog, with its references to shared objects.
   static LooseObject Shared(const ZPDFNode& value);

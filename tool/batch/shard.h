@@ -16,14 +16,14 @@ struct Shard {
   uint32_t count = 0;
 
   bool IsPart() const { return count > 0; }
-  // `row` is the number of the row in the table, from 1.
+  // True when this shard fills the row with this number in the table, from 1.
   bool Takes(uint64_t row) const { return count == 0 || (row - 1) % count == index - 1; }
-  // As in the option --shard: "3/8".
+  // The shard as the option --shard gives it: "3/8".
   std::string Text() const { return std::to_string(index) + "/" + std::to_string(count); }
-  // For messages and file names: "3 of 8", "3-of-8".
+  // The shard as messages and file names give it, with the text `between`: "3 of 8", "3-of-8".
   std::string Name(const char* between) const { return std::to_string(index) + between + std::to_string(count); }
 
-  // False when the text is not "I/N" with 1 <= I <= N.
+  // Reads the text of the option --shard. False when it is not "I/N" with 1 <= I <= N <= kMost.
   bool Parse(std::string_view text) {
     const size_t slash = text.find('/');
     if (slash == std::string_view::npos) return false;

@@ -22,7 +22,8 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* kCounts[] = {"rows", "filled", "filled_before", "failed", "warned"};
 
-// Which shards wanted which file names. It is a temporary file, so memory does not grow with the number of rows.
+// The file names that each shard has recorded, whether or not it wrote the files. They are kept in a temporary file, so
+// that memory does not grow with the number of rows.
 class WantedNames {
  public:
   struct Row {
@@ -43,7 +44,8 @@ class WantedNames {
         " PRIMARY KEY(name, shard)) WITHOUT ROWID");
   }
 
-  // The last entry of a shard counts. Sets whether the shard has a record there.
+  // Adds the entries that the shard has recorded in the folder; of several with the same name, the last one is kept.
+  // Sets whether the shard has a record there.
   bool Add(const std::string& folder, const Shard& shard, bool* is_there) {
     const std::vector<std::string> files = ShardRecord::FilesOf(folder, shard);
     *is_there = !files.empty();
@@ -111,7 +113,7 @@ class ShardMerger {
   bool JoinNames();
   void FailRow(const WantedNames::Row& loser, const WantedNames::Row& holder, bool is_written);
   bool WriteReport();
-  // Trouble comes before failure, and that before warnings.
+  // Keeps the most serious status: trouble, then failure, then warnings.
   void Raise(int status) {
     const auto rank = [](int one) {
       return one == kTrouble ? 3 : one == kFailed ? 2 : one == kDoneWithWarnings ? 1 : 0;
@@ -133,7 +135,7 @@ class ShardMerger {
 bool ShardMerger::ReadReport(const std::string& path) {
   std::ifstream file(FilePath(path), std::ios::binary);
   Json report = Json::parse(file, nullptr, false);
-  // A report that was edited by hand may have values of wrong types.
+  // Catches exceptions, because a report that was edited by hand may have values of wrong types.
   try {
     if (report.is_object() && report.contains("shard")) return Take(path, report);
   } catch (const Json::exception&) {
@@ -182,7 +184,8 @@ void ShardMerger::CheckAllAreThere() {
   }
 }
 
-// If the query gave other rows to another shard, or another order, rows were left out or filled twice.
+// Warns when the query gave different rows to the shards, or the same rows in different orders: then some rows were
+// left out or filled twice.
 void ShardMerger::CheckResults() {
   const auto& [first, summary] = *shards_.begin();
   for (const auto& [index, other] : shards_) {
@@ -208,8 +211,9 @@ bool ShardMerger::JoinNames() {
   return is_read;
 }
 
-// When the files differ, the second row has already failed, because its file name was in use. Otherwise the second
-// shard took the file of the other row for its own.
+// Reports that a row failed because another row has its file name. When the contents of the two files differed, the row
+// has failed already. When they were the same (`is_written`), its shard took the other row's file for its own and
+// counted the row as filled, which is corrected here.
 void ShardMerger::FailRow(const WantedNames::Row& loser, const WantedNames::Row& holder, bool is_written) {
   const std::string unit = head_.contains("query") ? "row " : "line ";
   const std::string what =

@@ -16,7 +16,7 @@ constexpr std::string_view kPrefix = ".zforms-shard-";
 constexpr std::string_view kMark = "zforms-shard 1 ";
 constexpr std::string_view kOverwrites = " overwrite";
 
-// What the name of a record tells: ".zforms-shard-I-of-N.RUN".
+// The parts of the name of a record file, ".zforms-shard-I-of-N.RUN".
 struct RecordName {
   Shard shard;
   uint64_t run = 0;
@@ -64,7 +64,7 @@ std::string Hex(uint64_t number) {
   return {digits, end.ptr};
 }
 
-// The first part of a line, up to a blank, which is removed with it.
+// Removes the first word and the blank after it from the line. Returns the word.
 std::string_view TakeWord(std::string_view* line) {
   const size_t blank = std::min(line->find(' '), line->size());
   const std::string_view word = line->substr(0, blank);
@@ -72,7 +72,8 @@ std::string_view TakeWord(std::string_view* line) {
   return word;
 }
 
-// An entry is "CHECK STATE CONTENT LINE ROW NAME"; a line that a killed run left incomplete has another check.
+// Reads the line "CHECK STATE CONTENT LINE ROW NAME". CHECK is a hash of the rest: it does not match when a killed run
+// left the line incomplete.
 std::optional<ShardRecord::Entry> ParseEntry(std::string_view line) {
   const auto check = NumberOf(TakeWord(&line), 16);
   if (!check || *check != StableHash(line)) return std::nullopt;
@@ -84,7 +85,7 @@ std::optional<ShardRecord::Entry> ParseEntry(std::string_view line) {
   return ShardRecord::Entry{static_cast<Ledger::State>(*state), *content, *at, *row, line};
 }
 
-// The first line; empty when the file is not a record, or its run was killed before it began.
+// The first line; empty when the file is not a record, or its run was killed before the line was complete.
 std::string HeadOf(const std::string& path) {
   std::ifstream file(FilePath(path), std::ios::binary);
   std::string head;
@@ -127,7 +128,7 @@ void ShardRecord::Restore(const std::string& path, Ledger* ledger, BatchFault* f
 bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start start, uint64_t job, Ledger* ledger,
                        BatchFault* fault) {
   job_ = job;
-  std::string other;  // a shard that makes other forms
+  std::string other;  // the name of a shard that makes other forms; empty if there is none
   std::vector<std::string> own;
   for (const RecordName& record : RecordsIn(folder)) {
     if (record.shard.count != shard.count) {
@@ -139,7 +140,7 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
     std::string_view rest = head;
     const bool is_own = record.shard.index == shard.index;
     if (is_own && (run_ = record.run) > 0) own.push_back(path);
-    // The last run of this shard decides; the other shards do so for the first one.
+    // Compares the job with that of this shard's last run. For the first run, compares it with those of other shards.
     const bool differs = !head.empty() && TakeWord(&rest) != Hex(job);
     if (is_own && !head.empty()) other = differs ? record.shard.Name(" of ") : "";
     if (!is_own && differs && own.empty()) other = record.shard.Name(" of ");
@@ -160,7 +161,7 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
   return fault->what.empty() && Create(folder, shard, start, fault);
 }
 
-// Takes the next number that no other run has.
+// Creates the file of this run, under the next number that no other run has.
 bool ShardRecord::Create(const std::string& folder, const Shard& shard, Start start, BatchFault* fault) {
   constexpr int kMostAttempts = 1000;
   std::string reason;

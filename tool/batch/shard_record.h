@@ -13,7 +13,7 @@
 
 namespace zforms::tool {
 
-// ShardRecord is what a shard of a batch writes down about its files, in the folder of the forms, which several
+// ShardRecord records the files that a shard of a batch has written. It is in the folder of the forms, which several
 // machines may use at the same time. Each run creates a file of its own, which must not exist before, and only appends
 // to it. A later run of the shard reads the files of the earlier ones. So no lock is needed, and a run that is still
 // alive when another one is started in its place does no harm. See docs/formats/batch_folder.md. One thread at a time.
@@ -26,21 +26,21 @@ class ShardRecord {
     std::string_view name;
   };
 
-  // Puts what earlier runs of this shard recorded into the ledger, and creates the file of this run. Refuses a folder
-  // with a batch that is not divided like this one, or that makes other forms.
+  // Adds the entries of this shard's earlier runs to the ledger, and creates the file of this run. False when the
+  // folder contains a batch that is divided into another number of shards or makes other forms, or when that fails.
   bool Open(const std::string& folder, const Shard& shard, Start start, uint64_t job, Ledger* ledger,
             BatchFault* fault);
   bool Append(const Entry& entry);
   // The number of this run, from 1.
   uint64_t Run() const { return run_; }
 
-  // The files of one shard in the folder, in the order of their runs; an empty list also when the folder cannot be
-  // read.
+  // The record files of one shard in the folder, in the order of their runs; empty when there are none or the folder
+  // cannot be read.
   static std::vector<std::string> FilesOf(const std::string& folder, const Shard& shard);
   // True when any shard has a record in the folder.
   static bool AnyIn(const std::string& folder);
-  // Calls `take` for each complete entry of a file. False when the file is not a record of a shard. Reading stops when
-  // `take` returns false.
+  // Calls `take` for each complete entry of a record file. False when the file cannot be read, or when `take` returns
+  // false, which ends the reading.
   static bool Read(const std::string& path, const std::function<bool(const Entry&)>& take);
 
  private:

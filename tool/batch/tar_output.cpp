@@ -8,7 +8,7 @@ namespace zforms::tool {
 namespace {
 
 constexpr size_t kBlock = 512;
-// Archives end at a multiple of 20 blocks.
+// The size of an archive is a multiple of 20 blocks.
 constexpr size_t kRecord = 20 * kBlock;
 constexpr size_t kLongestName = 100;
 constexpr char kFile = '0';
@@ -19,14 +19,14 @@ bool IsPlain(std::string_view name) {
          std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c < '\x7F'; });
 }
 
-// The name for readers that do not know extended headers.
+// The name of a file for readers of the archive that do not know extended headers.
 std::string PlainName(std::string_view name) {
   std::string plain;
   for (const char c : name.substr(0, kLongestName)) plain += IsPlain({&c, 1}) ? c : '_';
   return plain;
 }
 
-// Digits of a number with leading zeros.
+// The number in `width` octal digits, with leading zeros.
 std::string Octal(uint64_t number, size_t width) {
   std::string digits(width, '0');
   for (size_t i = width; i > 0 && number > 0; number /= 8) digits[--i] = static_cast<char>('0' + number % 8);
@@ -42,7 +42,7 @@ std::string Header(std::string_view name, uint64_t size, char type) {
   put(116, "0000000");  // the group
   put(124, Octal(size, 11));
   put(136, Octal(0, 11));         // the time
-  put(148, std::string(8, ' '));  // the sum counts itself as blanks
+  put(148, std::string(8, ' '));  // the checksum, which is computed with blanks in its own place
   block[156] = type;
   put(257, std::string_view("ustar\0"
                             "00",
@@ -52,7 +52,7 @@ std::string Header(std::string_view name, uint64_t size, char type) {
   return block;
 }
 
-// A record of an extended header begins with its own length.
+// A "path" record of an extended header. It begins with its own length, whose digits are counted too.
 std::string PathRecord(std::string_view name) {
   const std::string rest = " path=" + std::string(name) + "\n";
   size_t length = rest.size() + 1;

@@ -12,7 +12,7 @@ namespace zforms::tool {
 
 // TarOutput writes the forms as a tar archive to a stream, such as standard output: in the format ustar of POSIX.1-2017
 // (pax, "ustar Interchange Format"), with an extended header before a file whose name is long or not ASCII. Times are 0
-// and owners are empty, so that equal forms give equal archives. The end of the archive is written by Finish alone.
+// and owners are empty, so that equal forms give equal archives. Only Finish writes the end of the archive.
 class TarOutput final : public BatchOutput {
  public:
   // The stream must outlive this object.
@@ -26,7 +26,7 @@ class TarOutput final : public BatchOutput {
 
  private:
   bool Put(std::string_view bytes, BatchFault* fault);
-  // Zero bytes up to a multiple of `size`.
+  // Writes zero bytes up to a multiple of `size`.
   bool Pad(uint64_t size, BatchFault* fault);
 
   std::FILE* to_;

@@ -16,7 +16,8 @@
 namespace zforms::tool {
 namespace {
 
-// Faults of the options that the parser of the command line does not find; empty when there are none.
+// The message about options that do not fit together, which the parser of the command line does not check; empty when
+// there is no fault.
 std::string FaultOf(const BatchOptions& options) {
   if (options.file == kStandardStream && (options.data == kStandardStream || options.query_file == kStandardStream)) {
     return "the form and the data cannot both come from standard input";
@@ -68,7 +69,7 @@ int RunBatch(const BatchOptions& options) {
     return kFailed;
   }
   HoldStopSignals();
-  // Shared with the thread that waits for signals, which outlives the run.
+  // A shared pointer, because the thread that waits for signals uses the flag and outlives the run.
   const auto is_asked = std::make_shared<std::atomic<bool>>(false);
   WhenStopped([is_asked] { *is_asked = true; });
   BatchRun run(complete, console, [is_asked] { return is_asked->load(); });

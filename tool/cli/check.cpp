@@ -48,7 +48,7 @@ std::string KindText(const ZAcroForm& form, ZAcroFormChangeRules::XFA xfa) {
   return kind;
 }
 
-// Adds what limits changes.
+// Adds what limits changes of the document: signatures, usage rights and permissions.
 void AddRules(const ZAcroFormChangeRules& rules, const std::vector<ZFormField>& fields, Summary* summary) {
   const auto count = std::count_if(fields.begin(), fields.end(),
                                    [](const auto& field) { return field.kind == ZFormField::Kind::kSignature; });
@@ -103,7 +103,7 @@ std::string FormatText(uint32_t flags) {
   return (flags & ZAcroFormAction::kSubmitHTMLFlag) != 0 ? "HTML" : "FDF";
 }
 
-// The address in an action's file specification, which may be a string.
+// The address in an action's file specification, which is a dictionary or a string.
 std::string AddressText(const ZPDFNodeDictionary& action) {
   const ZPDFNode* file = action.GetTarget("/F");
   const auto* specification = NodeCast<ZPDFNodeDictionary>(file);

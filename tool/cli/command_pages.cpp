@@ -37,7 +37,7 @@ OptionPage ReadOption(const CLI::Option& option) {
   page.is_argument = option.get_positional();
   page.is_required = option.get_required();
   page.takes_several = option.get_items_expected_max() > 1;
-  // "-o,--output", or "--hide,--no-hide{false}" for a flag with its opposite.
+  // The name is a list, such as "-o,--output", or "--hide,--no-hide{false}" for a flag with its opposite.
   for (const std::string& name : Split(option.get_name(page.is_argument, true), ',')) {
     page.names.push_back(name.substr(0, name.find('{')));
   }

@@ -28,8 +28,8 @@ std::string CommandNames(const std::vector<CommandPage>& pages, std::string_view
   return Joined(names, separator);
 }
 
-// A text in single quotes for a shell. In fish a quote inside it is \'; in the others the quotes are closed and opened
-// again.
+// A text in single quotes for a shell. `apostrophe` replaces a single quote inside it: in fish \', in other shells
+// '\'', which ends the quotes, adds a quote and begins new quotes.
 std::string Quoted(const std::string& text, std::string_view apostrophe) {
   std::string out = "'";
   for (const char c : text) {
@@ -42,7 +42,7 @@ std::string Quoted(const std::string& text, std::string_view apostrophe) {
   return out + "'";
 }
 
-// The text with a backslash before each of these characters.
+// The text with a backslash before each of the characters in `before`.
 std::string WithBackslashes(const std::string& text, std::string_view before) {
   std::string out;
   for (const char c : text) {

@@ -10,7 +10,7 @@
 namespace zforms::tool {
 namespace {
 
-// For example "csv, json or jsonl".
+// The names of the formats for several forms, such as "csv, json or jsonl".
 std::string TableFormats() {
   std::vector<std::string> names;
   for (const ExportFormatName& format : kExportFormats) {

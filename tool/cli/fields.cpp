@@ -17,7 +17,7 @@ std::string ObjectText(const ZFormField& field) {
   return std::to_string(field.object_number) + " " + std::to_string(field.generation);
 }
 
-// A text (empty when absent), or a list of texts.
+// The values as a JSON array, or the first one as a JSON string, empty when there is none.
 Json ValueJson(const std::vector<std::string>& texts, bool is_array) {
   if (is_array) return texts;
   return texts.empty() ? std::string() : texts.front();
@@ -62,7 +62,7 @@ std::string Joined(const std::vector<std::string>& texts) {
   return joined;
 }
 
-// The possible values: a button's states, or the options as "export=display".
+// The possible values of the field: a button's states, or the options of a choice field as "export=display".
 std::string Choices(const ZFormField& field) {
   std::vector<std::string> choices = field.states;
   if (field.options.empty() || field.kind == ZFormField::Kind::kCheckBox ||

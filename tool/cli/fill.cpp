@@ -29,7 +29,7 @@ int RunFill(const FillOptions& options) {
   form.Fill(data, options.data);
   const bool is_flat = options.flatten && form.Flatten();
   Say(form.TakeMessages(), console, data_console);
-  // Data that cannot be read fill nothing.
+  // Writes no file when the data could not be read.
   if (data_console.HasFailed()) return kFailed;
   if (options.flatten && !is_flat) return console.Finish();
   SaveForm(options.output, form.Document(), {false, options.guard.force}, console);

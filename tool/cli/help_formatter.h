@@ -18,7 +18,8 @@ class HelpFormatter final : public CLI::Formatter {
   std::string make_footer(const CLI::App* command) const override;
 
  private:
-  // A name, and its text starting at column `columns`: on the same line, or on the next one if the name is too long.
+  // A name and its text. The text starts at column `columns`, on the line of the name, or on the next one if the name
+  // is too long.
   std::string Entry(const std::string& name, const std::string& text, size_t columns) const;
 
   size_t width_;

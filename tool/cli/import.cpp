@@ -33,13 +33,13 @@
 namespace zforms::tool {
 namespace {
 
-// Flags of formats other than XFDF.
+// The flags of a submit action whose format is HTML or PDF.
 constexpr uint32_t kOtherFormats = ZAcroFormAction::kSubmitHTMLFlag | ZAcroFormAction::kSubmitPDFFlag;
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 22;
 constexpr int kMargin = 12;
 constexpr int kSideMargin = 36;
-// The deepest page tree that is accepted.
+// The largest depth of a page tree that is searched.
 constexpr int kDeepestTree = 100;
 
 void Say(const std::string& what, const char* done = "added") {
@@ -60,7 +60,7 @@ struct Box {
   }
 };
 
-// The rectangle that an entry holds; false when it holds none.
+// Reads the rectangle in an entry of the dictionary; false when the entry has none.
 bool ReadBox(const ZPDFNodeDictionary& dictionary, const char* key, Box* box) {
   const auto* edges = NodeCast<ZPDFNodeArray>(dictionary.GetTarget(key));
   if (edges == nullptr || edges->Size() != 4) return false;
@@ -86,7 +86,8 @@ Box VisiblePart(const ZPDFNodeDictionary* page) {
   return {0, 0, 612, 792};
 }
 
-// A place for a button at the foot of the page, else at its head, that no annotation and no box of `taken` overlaps.
+// Finds a place for a button that overlaps no annotation and no box of `taken`: at the bottom of the page, else at its
+// top. False when there is none.
 bool FindPlace(const ZPDFNodeDictionary& page, std::vector<Box> taken, Box* place) {
   if (const auto* annotations = NodeCast<ZPDFNodeArray>(page.GetTarget("/Annots"))) {
     for (size_t i = 0; i < annotations->Size(); i++) {
@@ -146,7 +147,7 @@ class Importer {
     const Chaine digest = MD5Of(parser_.RawData());
     for (int i = 0; i < 2; i++) ids->AppendValue(new ZPDFNodeHexaString(digest, &parser_));
     parser_.TrailerDico()->SetValue("/ID", ids);
-    // Marks the catalog: the trailer is written only when an object has changed.
+    // Marks the catalog as changed, because the trailer is written only when an object has changed.
     parser_.Root()->SetModified(true, false);
     Say("an identifier (\"/ID\")");
   }
@@ -166,7 +167,8 @@ class Importer {
     }
     return nullptr;
   }
-  // Adds the widget to the fields of the form, or of the group, and shows it on the first page.
+  // Adds a field with this widget to the form, and the widget to the first page. With `group`, the field is a kid of a
+  // new field of that name.
   bool AddWidget(const std::string& entries, const std::string& group) {
     std::string page_reference;
     ZPDFNodeDictionary* const page = FirstPage(&page_reference);
@@ -189,13 +191,13 @@ class Importer {
 
   void AddSessionField() {
     if (form_.Fields().Exist(ZXFDF::kSessionIDField) || form_.Fields().Exist("ZOR")) return;
-    // A partial name cannot contain a period, so the dotted name is a field in a group.
+    // A partial name cannot contain a period, so "ZOR.SessionID" needs a field "SessionID" below a field "ZOR".
     if (AddWidget("/FT/Tx/T(SessionID)/F 2/Rect[0 0 0 0]/DA(/Helv 0 Tf 0 g)", "ZOR")) {
       Say("the hidden field \"ZOR.SessionID\"");
     }
   }
 
-  // Converts targets that are strings to URL specifications.
+  // Converts the address of each submit button that is a string to a URL specification.
   void MendTargets() {
     for (const auto& [name, fields] : form_.FlatFields()) {
       for (ZAcroFormField* field : fields) {
@@ -209,8 +211,9 @@ class Importer {
     }
   }
 
-  // Adds a submit button: on the first page when labels were given and there is a free place, else without a place, so
-  // that only the tool bar of the page for browsers shows it. `caption` is its name when it has no label.
+  // Adds a submit button, unless the form has one for this status. When labels were given and the first page has a free
+  // place, the button is visible there. Else it has no area, and only the tool bar of the page that shows forms in a
+  // browser shows it. `caption` is the button's name when no label was given for it.
   void AddButton(ZDocument::Status status, const std::string& page, const std::string& caption, size_t index) {
     if (form_.HasSubmitFormButton(status)) return;
     const std::string label = index < labels_.size() ? labels_[index] : caption;
@@ -254,10 +257,10 @@ class Importer {
   ZAcroFormServerForm& form_;
   ZPDFParser& parser_;
   const std::vector<std::string>& labels_;
-  std::vector<Box> places_;  // of the buttons added
+  std::vector<Box> places_;  // the places of the added buttons
 };
 
-// Draws the new buttons that are on the first page, and appends them to the file.
+// Draws the new buttons that are visible on the first page, and appends the drawings to the file.
 bool DrawButtons(ZAcroFormServerForm& form, Chaine* bytes) {
   ZFieldDrawer drawer(form);
   for (const char* name : {"zforms_save", "zforms_modify"}) {
@@ -279,7 +282,7 @@ bool NeedsPassword(const ZAcroForm& form) {
   return form.EncryptionLoad() != nullptr && !form.EncryptionLoad()->UserPassword().IsEmpty();
 }
 
-// The server opens forms without a password, so the user password is removed. The given password becomes the owner
+// Removes the user password, because the server opens forms without a password. The given password becomes the owner
 // password.
 void OpenWithoutPassword(ZAcroForm& form) {
   if (!NeedsPassword(form)) return;

@@ -34,7 +34,7 @@ is done with warnings, 2 when it failed, 75 when a batch may succeed if it is tr
 Messages go to standard error:
 "zforms: FILE: object 12 0: what is wrong". "zforms COMMAND --help" explains each command.)";
 
-// The width of help in columns on a wider terminal, and in a file.
+// The largest width of help on a terminal, and its width in a file, in columns.
 constexpr size_t kWidestHelp = 110;
 constexpr size_t kHelpInFiles = 80;
 
@@ -46,7 +46,7 @@ CLI::Option* AddOutput(CLI::App* command, std::string* output) {
       ->type_name("FILE");
 }
 
-// A flag that can be left unset, set, or cleared with --no-...
+// Adds a flag with three states: set by --NAME, cleared by --no-NAME, or not given.
 void AddSwitch(CLI::App* command, const std::string& name, std::optional<bool>* value, const std::string& what) {
   command->add_flag_function(
       "--" + name + ",!--no-" + name, [value](int64_t count) { *value = count > 0; }, what);
@@ -66,7 +66,7 @@ std::string ParseFlags(const std::string& text, std::optional<uint32_t>* flags) 
   return {};
 }
 
-// All commands with their options; `run` becomes the one that the user has chosen.
+// All commands with their options. Run runs the one that the user has chosen.
 class CommandLine {
  public:
   explicit CommandLine(CLI::App& app) : app_(app) {
@@ -89,7 +89,7 @@ class CommandLine {
   int Run() const { return run_(); }
 
  private:
-  // `what` is the line in the list of commands; `more` follows the options in the command's own help.
+  // Adds a command. `what` is its line in the list of commands; `more` follows the options in the command's own help.
   CLI::App* Add(const std::string& name, const std::string& what, const std::string& more, const std::string& examples,
                 const std::function<int()>& run) {
     CLI::App* command = app_.add_subcommand(name, what);
@@ -290,7 +290,7 @@ class CommandLine {
     return data;
   }
 
-  // What happens to bad rows, and to batches that were interrupted.
+  // Adds the options for bad rows, and for batches that were interrupted.
   void AddProgress(CLI::App* command) {
     command
         ->add_option_function<std::string>(
@@ -309,12 +309,13 @@ class CommandLine {
         ->type_name("FILE");
   }
 
-  // The reports of shards are joined without form and data, which are needed otherwise.
+  // Adds the options for shards and merged files. A form and data are required, except for joining the reports of
+  // shards.
   void AddShards(CLI::App* command, CLI::Option* file, CLI::Option* data, CLI::Option* out) {
     command
         ->add_option("--merge", batch_.merged,
-                     "Write one PDF file with the pages of all rows, in their order: flattened, with the names of the "
-                     "rows as its outline.")
+                     "Write one PDF file with the flattened pages of all rows, in their order. Its outline lists the "
+                     "rows by the names that --name gives.")
         ->type_name("FILE")
         ->excludes(out);
     command
@@ -502,7 +503,7 @@ int Main(int argc, const char* const* argv) {
     return kFailed;
   }
   const int status = command_line.Run();
-  // Some output was lost, and the command has not reported it.
+  // Reports output that was lost, except when the command has failed and so has printed a message.
   if (std::ferror(stdout) == 0 || (status != kDone && status != kDoneWithWarnings)) return status;
   std::fputs("zforms: standard output cannot be written\n", stderr);
   return kFailed;

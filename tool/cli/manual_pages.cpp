@@ -13,7 +13,7 @@ std::string Upper(std::string text) {
 
 std::string ProgramName(const CommandPage& page) { return page.name.empty() ? "zforms" : "zforms-" + page.name; }
 
-// A text whose characters mean themselves, also at the start of a line.
+// The text with escapes, so that no character has a special meaning for man(7), even at the start of a line.
 std::string Escaped(const std::string& text) {
   std::string out = text.starts_with('.') || text.starts_with('\'') ? "\\&" : "";
   for (const char c : text) {
@@ -31,7 +31,7 @@ std::string Escaped(const std::string& text) {
 std::string Bold(const std::string& text) { return "\\fB" + Escaped(text) + "\\fR"; }
 std::string Italic(const std::string& text) { return "\\fI" + Escaped(text) + "\\fR"; }
 
-// A description without its full stop, as the section NAME has it.
+// A description without its full stop, for the section NAME.
 std::string Title(const std::string& text) {
   return Escaped(text.ends_with('.') ? text.substr(0, text.size() - 1) : text);
 }
@@ -93,7 +93,7 @@ std::string Footer(const std::string& footer) {
   return out + (is_literal ? ".EE\n" : "");
 }
 
-// The paragraphs before the examples, and the rest.
+// Splits the footer into the paragraphs before the examples, and the examples with what follows.
 std::pair<std::string, std::string> SplitFooter(const std::string& footer) {
   const size_t at = footer.starts_with("Examples:") ? 0 : footer.find("\nExamples:");
   if (at == std::string::npos) return {footer, {}};

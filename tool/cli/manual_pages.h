@@ -7,8 +7,8 @@
 
 namespace zforms::tool {
 
-// The manual page of a command in the language of man(7); `all` has the pages of all commands; the first is the page of
-// the program itself.
+// The manual page of a command, as source text for man(7). `all` has the pages of all commands; the first one is that
+// of the program itself.
 std::string ManualPage(const CommandPage& page, const std::vector<CommandPage>& all);
 
 }  // namespace zforms::tool

@@ -1,4 +1,4 @@
-// Shows the data field for each field of a form.
+// Shows from which data each field of a form is filled.
 
 #include <set>
 #include <unordered_set>
@@ -30,7 +30,7 @@ bool ReadRubrics(const MapOptions& options, const std::string& section, Rubrics*
       return false;
     }
   }
-  // When the user names rubrics, maps to other rubrics have no effect.
+  // When the user gives rubrics, maps to other rubrics have no effect, so those are not added.
   if (!options.rubrics.empty()) return true;
   for (const std::string& name : RubricsOfMaps(options.maps, section)) rubrics->AddEmpty(name);
   return true;

@@ -1,4 +1,4 @@
-// Writes the manual pages and the completions of shells, for the installation. Help does not show this command.
+// Writes the manual pages and the completions of shells, for the installation. The help does not show this command.
 
 #include <memory>
 

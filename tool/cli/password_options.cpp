@@ -9,7 +9,7 @@ namespace {
 constexpr const char* kVariable = "ZFORMS_PASSWORD";
 constexpr size_t kMostOfFile = 4096;
 
-// The first line of the file, without its end.
+// The first line of the file, without the end of line.
 SecretString ReadPassword(const std::string& option, const std::string& path) {
   SecretText bytes;
   std::string error;

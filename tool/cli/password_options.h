@@ -7,12 +7,14 @@
 
 namespace zforms::tool {
 
-// Adds the option `name` (such as "--password") for a password, and one that reads it from a file ("--password-file"):
-// other users of the machine can see a command line. Both need the option `needed`, if there is one.
+// Adds the option `name` (such as "--password") for a password, and one that reads it from a file ("--password-file"),
+// because other users of the machine can see a command line. Both options may only be given together with the option
+// `needed`, if that is not null.
 void AddSecret(CLI::App* command, const std::string& name, SecretString* password, const std::string& help,
                CLI::Option* needed = nullptr);
 
-// The password that opens the file; without the option, that in the environment (ZFORMS_PASSWORD).
+// Adds the options for the password that opens the file. Without them, the environment variable ZFORMS_PASSWORD gives
+// the password.
 void AddPassword(CLI::App* command, SecretString* password);
 
 }  // namespace zforms::tool

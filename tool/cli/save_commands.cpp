@@ -1,4 +1,4 @@
-// Commands that change something else than values and save the document.
+// Commands that save a document with changes of other things than values.
 
 #include "tool/base/files.h"
 #include "tool/cli/commands.h"

@@ -35,8 +35,8 @@ namespace {
 
 constexpr char kSection[] = "Server";
 
-// The user's settings for the application, then the defaults of this host: it accepts any reader, so it does not search
-// for one.
+// The user's settings for the application, and defaults for settings that the user has not made: this host accepts any
+// PDF reader, so it does not look for an installed one.
 class ServeSettings : public ZHostSettings {
  public:
   explicit ServeSettings(const Chaine& app) : own_(OpenSystemSettings(app)) {}
@@ -65,7 +65,7 @@ struct Plan {
   bool scratch = false;
 };
 
-// Combines the options: the command line first, then the configuration file, then defaults.
+// Makes the plan from the options. The command line overrides the configuration file, which overrides the defaults.
 class PlanMaker {
  public:
   PlanMaker(const ServeOptions& options, const ZIniFileSection& lines) : options_(options), lines_(lines) {}
@@ -102,7 +102,7 @@ class PlanMaker {
   void Refuse(const std::string& name, const std::string& value, const char* wanted) {
     if (reason_.empty()) reason_ = "\"" + name + "\" is " + wanted + ", not \"" + value + "\"";
   }
-  // Refuses unknown names: with a misspelt name the default would silently apply.
+  // Refuses unknown names of settings: for a misspelt name, the default would be used without notice.
   void CheckNames() {
     constexpr std::string_view kNames[] = {"templates", "data", "store",  "reader",  "app",  "log",        "port",
                                            "folder",    "year", "expire", "scripts", "draw", "submissions"};
@@ -112,7 +112,7 @@ class PlanMaker {
       if (!known && reason_.empty()) reason_ = "there is no setting \"" + std::string(name) + "\"";
     }
   }
-  // The application's name is a segment of the URLs' paths, so it must be valid there.
+  // True when the text can be the application's name, which is a segment in the paths of URLs.
   static bool IsPathPart(const std::string& name) {
     return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos;
   }
@@ -161,7 +161,7 @@ bool MakePlan(const ServeOptions& options, Plan* plan) {
   return reason.empty();
 }
 
-// False when there is no template to serve.
+// Prints the faults of the templates. False, with a message, when there is no template to serve.
 bool CheckTemplates(const std::string& folder) {
   const ZTemplateStorage storage{Chaine(folder)};
   if (std::error_code error; !std::filesystem::is_directory(FilePath(folder), error)) {
@@ -183,7 +183,8 @@ void SayHowToGetReader(const ReaderPage* reader) {
   Print("Forms are not shown in the browser: this needs pdf.js, which ./run build fetches (or see --reader).\n");
 }
 
-// Without an option the year of the store is used. Forms opened in an old year can still be saved in a new one.
+// Chooses the financial year: that of the option, else that of the store, else the current year. Forms that were opened
+// in an earlier year can still be saved.
 bool ChooseYear(const Plan& plan, Store& store, int32_t* year, std::string* said) {
   const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
   std::optional<int32_t> stored;
@@ -265,7 +266,7 @@ int Serve(const Plan& plan, std::vector<uintptr_t> sockets, ZIdleMessageManager&
         (key.empty() ? "" : "Saved:  " + office.Address() + "reader/submissions.html#key=" + key + "\n") +
         "Stop:   Ctrl+C\n");
   messages.Run();
-  // The other thread uses the messages until then.
+  // Waits until the thread of the stop signal no longer uses `messages`.
   has_quit->get_future().wait();
   office.Server().Stop();
   log.Event("stopped", "every submission that was answered is stored");

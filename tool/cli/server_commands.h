@@ -76,7 +76,7 @@ struct StoreOptions {
 };
 int RunStore(const StoreOptions& options);
 
-// Adds the commands to the command line; `*run` becomes the one that the user has chosen.
+// Adds the commands to the command line. `*run` is set to the one that the user chooses.
 void AddServerCommands(CLI::App& app, std::function<int()>* run);
 
 inline constexpr char kDefaultData[] = "zforms-data";

@@ -16,7 +16,7 @@
 namespace zforms::tool {
 namespace {
 
-// Accepts "12", "12 0", "12 0 R" and "12 0 obj" only.
+// Reads the number of an object: only "12", "12 0", "12 0 R" and "12 0 obj" are accepted.
 std::optional<ZPDFObjectIdentifier> ParseIdentifier(std::string_view text) {
   text = TrimBlanks(text);
   for (const std::string_view word : {" R", " obj"}) {
@@ -32,7 +32,7 @@ std::optional<ZPDFObjectIdentifier> ParseIdentifier(std::string_view text) {
   return ZPDFObjectIdentifier(ParseUInt(number), ParseUInt(generation));
 }
 
-// The node's text without encryption, each line safe for a terminal.
+// The node as PDF text without encryption. Control characters are replaced, so that it is safe for a terminal.
 std::string TextOf(const ZPDFNode& node) {
   Chaine text;
   ZPDFOutStream out(&text);

@@ -29,7 +29,7 @@ int Copy(const std::string& from, const std::string& to) {
   std::string error;
   const std::unique_ptr<Store> source = OpenStore(from, Store::Mode::kRead, &error);
   if (source == nullptr) return Fail(from, error);
-  // No server may use the folder that is filled.
+  // Opens the target like a server, so that no server can use the folder meanwhile.
   const std::unique_ptr<Store> target = OpenStore(to, Store::Mode::kServe, &error);
   if (target == nullptr) return Fail(to, error);
   return CopyStore(*source, *target, &error) ? kDone : Fail(to, error);

@@ -55,7 +55,7 @@ bool LoadForm(const Chaine& pdf, ZAcroFormServerForm& form, Console& console) {
   return false;
 }
 
-// The submit button that is visible; null when there is none.
+// The first visible submit button for this status; null when there is none.
 const ZAcroFormField* ShownButton(const ZAcroFormServerForm& form, ZDocument::Status status) {
   for (const auto& [name, buttons] : form.FindSubmitFormButtons(status)) {
     for (const ZAcroFormField* button : buttons) {
@@ -70,7 +70,7 @@ std::string ModeOf(const ZAcroFormServerForm& form) {
   return ShownButton(form, ZDocument::eConsult) != nullptr ? "consult" : "readonly";
 }
 
-// Fills the form; every value that is not accepted is a failure.
+// Fills the form with the values. Reports each value that is not accepted as a failure.
 void FillIn(ZAcroFormServerForm& form, const std::vector<std::string>& changes, Console& console) {
   std::set<std::string> unsent;
   for (const ZFormField& field : ReportFields(form)) {
@@ -92,7 +92,7 @@ void FillIn(ZAcroFormServerForm& form, const std::vector<std::string>& changes, 
   }
 }
 
-// The values of the form, as a reader sends them.
+// The values of the form, as a PDF reader submits them.
 ZXFDF ReadValues(ZAcroFormServerForm& form, const ZInetURL& href) {
   ZXFDF data;
   data.SetPDFHRef(href);
@@ -131,8 +131,8 @@ int RunSubmit(const SubmitOptions& options) {
   }
   const ZInetURL target = button->GetAction()->URL();
   FillIn(form, options.set, console);
-  // A reader sends the address from which the form came. For a file it is unknown, so the address of the button is
-  // used.
+  // A PDF reader sends the address from which it loaded the form. For a file that address is unknown, so the address of
+  // the button is used.
   const ZXFDF data = ReadValues(form, is_file ? target : url);
   if (console.Finish() == kFailed || !Ask(target, data.AsChaine(), options.timeout, &pdf, console))
     return console.Finish();

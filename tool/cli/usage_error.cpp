@@ -10,7 +10,7 @@
 namespace zforms::tool {
 namespace {
 
-// The edit distance: how many letters must be added, removed or changed to turn one word into the other.
+// The edit distance: how many characters must be added, removed or changed to turn one word into the other.
 size_t Distance(std::string_view a, std::string_view b) {
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -24,7 +24,7 @@ size_t Distance(std::string_view a, std::string_view b) {
   return row[b.size()];
 }
 
-// The known word nearest to a misspelt one; empty when none is near.
+// The end of a message that suggests the known word nearest to a misspelt one; empty when none is near.
 std::string MeantBy(const std::string& word, const std::vector<std::string>& known) {
   constexpr size_t kLongest = 60;
   constexpr size_t kNear = 2;

@@ -13,18 +13,19 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// For a connection, and for the statements before the query.
+// How long connecting may take, and each statement before the query.
 constexpr std::chrono::seconds kPatience(10);
-// A request to stop is heard after so long.
+// How long it takes at most to notice a request to stop.
 constexpr std::chrono::milliseconds kPause(200);
 
-// Numbers of types in every database (pg_type.dat of PostgreSQL).
+// The numbers of types. They are the same in every database (pg_type.dat of PostgreSQL).
 constexpr uint32_t kBoolean = 16;
 constexpr uint32_t kBytea = 17;
 constexpr uint32_t kCharacter = 1042;
 
-// The limits that a database sets by default are for queries that end soon, while rows are read only as fast as forms
-// are filled; limits in the address stay. The server looks whether its client is still there while a query works.
+// Turns off the time limits that a database sets by default, because a query lasts as long as its rows are read, only
+// as fast as forms are filled. Keeps limits that the address sets. While a query runs, the server checks every 5 s that
+// its client is still connected.
 constexpr char kSession[] =
     "SELECT set_config(name, CASE name WHEN 'client_connection_check_interval' THEN '5s' ELSE '0' END, false)"
     " FROM pg_settings WHERE source <> 'client' AND name IN ('statement_timeout', 'transaction_timeout',"
@@ -70,11 +71,11 @@ bool PostgresRows::Fail(const std::string& what, bool is_trouble) {
   return false;
 }
 
-// Of a query of several lines, says also in which one the server found the fault.
+// For a query of several lines, the message also says in which line the server found the error.
 bool PostgresRows::FailQuery() {
   const std::string state = next_.State();
   if (state.empty() && connection_->IsLost()) return Fail(connection_->Error(), true);
-  // Results of other kinds are those of statements that give no rows.
+  // Without an error, the result is that of a statement that returns no rows.
   if (state.empty()) return Fail("the query returns no rows: it must be a SELECT", false);
   size_t position = next_.Position();
   size_t line = 1;
@@ -133,7 +134,7 @@ bool PostgresRows::ReadHeader() {
   return true;
 }
 
-// As PostgreSQL casts to text: "true" and "false", and character(n) without the blanks that fill it.
+// Reads a value as PostgreSQL casts it to text: boolean as "true" or "false", character(n) without its padding.
 void PostgresRows::ReadCell(int column, Row* row) const {
   Cell& cell = row->cells[static_cast<size_t>(column)];
   const std::string_view text = next_.View(0, column);

@@ -44,8 +44,8 @@ class PostgresRows final : public RowReader {
   const std::string query_;
   const std::function<bool()> is_asked_to_stop_;
   RowNames header_;
-  std::vector<uint32_t> types_;  // of the columns
-  PostgresResult next_;          // the next row; has no row at the end
+  std::vector<uint32_t> types_;  // the types of the columns
+  PostgresResult next_;          // the next row; without a row at the end
   uint64_t count_ = 0;
   bool has_trouble_ = false;
 };

@@ -69,7 +69,7 @@ bool Rubrics::ReadIni(const std::string& path, ZFieldSet& set, Console& console)
     console.Fail(ini.LastError());
     return false;
   }
-  // When there is only one section, its name is left out.
+  // When there is only one section, the names of the values do not contain its name.
   const bool one = ini.SectionNames().size() == 1;
   for (const Chaine& name : ini.SectionNames()) {
     const ZIniFileSection section = ini.Section(name);

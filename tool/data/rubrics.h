@@ -10,21 +10,21 @@
 
 namespace zforms::tool {
 
-// An option for the host's data: "NAME=FILE" for a rubric with values from a file, or "NAME" alone. The file is CSV or
-// lines of JSON, of which the first row is used, or an INI file, where "line" names a line of the only section, else
-// "section.line".
+// An option that gives a rubric: "NAME=FILE" for one with values from a file, or only "NAME". The file is CSV or lines
+// of JSON, of which the first row is used, or an INI file. In an INI file with one section, a value has the name of its
+// line; with several sections, "section.line".
 struct RubricOption {
   std::string name;
-  std::string file;  // empty without one
+  std::string file;  // empty for "NAME"
 };
 RubricOption ParseRubric(const std::string& text);
 
-// Rubrics owns the sets read from rubric files. One thread at a time.
+// Rubrics owns the sets of values that are read from rubric files. One thread at a time.
 class Rubrics {
  public:
   // Reads the file into a new set. On failure prints the reason and returns false.
   bool Read(const RubricOption& rubric);
-  // Adds a set without fields, for a rubric whose data come later.
+  // Adds an empty set, for a rubric whose values do not come from a file.
   void AddEmpty(const std::string& name);
   void RegisterIn(ZXFDFMapper& mapper) const;
   bool Has(const std::string& name) const;
@@ -44,10 +44,10 @@ class Rubrics {
 bool ReadMaps(const std::string& path, const std::string& section, const std::string& default_rubric,
               ZXFDFMapper& mapper);
 
-// The section itself; when it is empty, the only section of the file.
+// The given section; when it is empty and the file has only one section, that one.
 std::string SectionOf(const std::string& path, const std::string& section);
 
-// The rubrics in the references of a section, each once.
+// The names of the rubrics to which the maps of a section refer, each once.
 std::vector<std::string> RubricsOfMaps(const std::string& path, const std::string& section);
 
 }  // namespace zforms::tool

@@ -22,7 +22,7 @@ constexpr Permission kPermissions[] = {
     {0x400, "assemble pages"},
     {0x800, "print in high quality"},
 };
-// The higher flags count from revision 3 on.
+// Higher flags are defined only from revision 3 on.
 constexpr uint32_t kHighestOfRevision2 = kAnnotations;
 
 }  // namespace

@@ -28,7 +28,7 @@ const char* WordsOf(Remedy remedy) {
 }  // namespace
 
 std::string WithRemedy(const std::string& text, Remedy remedy) {
-  // A list that follows the text stays at the end.
+  // Inserts the option before a list that ends the text.
   const size_t at = remedy == Remedy::kExportAll ? text.find(": ") : std::string::npos;
   return std::string(text).insert(std::min(at, text.size()), WordsOf(remedy));
 }

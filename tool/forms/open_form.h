@@ -9,8 +9,8 @@
 
 namespace zforms::tool {
 
-// The end of the message about a file that could not be read: whether --recover can read it; empty when the reason is
-// not damage. `bytes` are the contents of standard input.
+// The end of the message about a file that could not be read: whether --recover can read it. Empty when the reason is
+// not damage. `bytes` are the contents of standard input, which are used when `file` is "-".
 Chaine RecoveryAdvice(const std::string& file, const Chaine& bytes, const std::string& password, const Chaine& reason);
 
 // Loads the document from a file or standard input, with the fields of its pages. When it cannot be read or the
@@ -25,8 +25,8 @@ bool OpenFormWithFields(const std::string& file, const std::string& password, ZA
 // Like OpenForm, for the commands that read or fill fields. A document without a form is opened too.
 bool OpenForm(const std::string& file, const ZFormOptions& options, ZForm& form, Console& console);
 
-// Whether the passwords and the method of encryption may be changed, or the encryption removed: only the owner may do
-// that. False, with a message, when the document was opened by the user password.
+// True when the encryption may be removed, or its passwords or method changed: only the owner may do that. False, with
+// a message, when the document was opened by the user password.
 bool MayChangeEncryption(const ZAcroForm& form, Console& console);
 
 // The message about a document without fields.

@@ -25,7 +25,7 @@ std::string TitleOf(const ZPDFParser& parser) {
   return title == nullptr ? std::string() : PDFTextToUTF8(title->GetStringValue()).ToString();
 }
 
-// The full name of the field or widget, with the names of its ancestors (ISO 32000-1 12.7.3.2).
+// The full name of a field or widget: its partial name after those of its ancestors (ISO 32000-1 12.7.3.2).
 std::string FullNameOf(const ZPDFNodeDictionary* at) {
   std::string name;
   for (int depth = 0; at != nullptr && depth < kMaxDepth; depth++) {
@@ -109,7 +109,7 @@ std::shared_ptr<const FormCard> FormCards::Of(const Chaine& path) {
     const auto found = entries_.find(path);
     if (found != entries_.end() && found->second.stamp == stamp) return found->second.card;
   }
-  // Reads without the lock: two threads may read the same card, but do not wait for each other.
+  // Reads without the lock, so that threads do not wait for each other. Two threads may then read the same card.
   std::shared_ptr<const FormCard> card = ReadCard(path);
   const std::lock_guard lock(mutex_);
   entries_[path] = {stamp, card};

@@ -13,7 +13,7 @@
 
 namespace zforms::tool {
 
-// The facts about a template that the pages around a form show. Texts are UTF-8.
+// The data about a template that the web pages around its form need. Texts are UTF-8.
 struct FormCard {
   // A button that submits the form to be saved, or to be modified again.
   struct Button {
@@ -41,7 +41,7 @@ struct FormCard {
   std::map<std::string, std::string> labels;               // the fields' names for users, "/TU", by full name
 };
 
-// FormCards reads the card of each template once, and again when its file changes. Any thread may use it.
+// FormCards reads the FormCard of each template once, and again when its file changes. Any thread may use it.
 class FormCards {
  public:
   // Null when the file does not exist or contains no form.

@@ -20,19 +20,19 @@ namespace {
 
 constexpr char kNotStored[] = "the submission could not be stored";
 constexpr char kNotOut[] = "the form was never opened from this store, or it has expired";
-// How long an answer waits for its submission to be stored.
+// How long the answer to a submission waits until the submission is stored.
 constexpr std::chrono::seconds kStoreTime(30);
 constexpr char kMapSection[] = "Map";
 // The clock's ticks are 100 ns.
 constexpr uint64_t kTicksOfHour = uint64_t{3600} * 10'000'000;
-// How many numbers of transactions are tried, when other servers have taken those of the same moment.
+// How many numbers are tried for a transaction. Other servers may have used the numbers of the same moment.
 constexpr int kMostNumbers = 16;
 
 // The INI file with the maps of a template, in the same folder.
 Chaine MapFileOf(const Chaine& path) { return path.Mid(0, path.size() - 4) + ".ini"; }
 
-// Carries the data to be stored instead of the document, which would have to be copied and searched on the main thread,
-// where all submissions pass.
+// A message with the data to be stored. It does not contain the document, which would have to be copied and searched on
+// the main thread: that thread stores all submissions.
 class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
  public:
   OfficeMessage(Office* office, std::shared_ptr<StoreOutcome> outcome, const ZInetURL& url, Submission submission,
@@ -58,7 +58,8 @@ class OfficeMessage : public ZAcroFormServerSaveXFDFMessage {
   Submission submission_;
 };
 
-// Delivered after the submissions that were waiting when it was posted.
+// Flushes the queue. The message is delivered after the submissions that were waiting when it was posted, so they are
+// stored together.
 class FlushMessage : public ZIdleMessage {
  public:
   explicit FlushMessage(SubmissionQueue* queue) : queue_(queue) {}
@@ -69,7 +70,7 @@ class FlushMessage : public ZIdleMessage {
   SubmissionQueue* queue_;
 };
 
-// The session of a submission; how it is accepted and stored depends on the store.
+// The part of a submission's session that is the same for all stores. Accepting and storing depend on the store.
 class OfficeSession : public ZAcroFormServerXFDFSession {
  public:
   OfficeSession(Office* office, ZAcroFormServerXFDFHandler* handler, uint64_t folder, int32_t year)
@@ -88,7 +89,8 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
     SetReason(finding.reason);
     return finding.status == 200;
   }
-  // When the store cannot be read now, CheckSession refuses the submission later.
+  // False when the form is not open. When the store cannot be read, returns true: CheckSession refuses the submission
+  // later, with the right status.
   bool IsWorthReading(const ZXFDF::SessionInfos* infos) override {
     if (!ZAcroFormServerXFDFSession::IsWorthReading(infos)) return false;
     const Office::Finding finding = office_->Find(*infos);
@@ -105,7 +107,8 @@ class OfficeSession : public ZAcroFormServerXFDFSession {
   Office* office_;
 };
 
-// For a store that no other server uses: the server decides about submissions, and stores them on its main thread.
+// For a store that no other server uses: the server decides which submissions it accepts, and stores them on its main
+// thread.
 class QueueSession : public OfficeSession {
  public:
   using OfficeSession::OfficeSession;
@@ -126,11 +129,11 @@ class QueueSession : public OfficeSession {
     outcome_->Abandon();
     return nullptr;
   }
-  // The answer confirms that the data are stored, so it waits until they are.
+  // Waits until the data are stored, because the answer confirms that.
   void SendPage(ZHTTPSendResponse& response) override {
     ZAcroFormServerXFDFSession::SendPage(response);
     if (outcome_ == nullptr || outcome_->Wait(kStoreTime)) return;
-    // Allows the same submission to be sent again.
+    // Restores the count of the transaction, so that the same submission can be sent again.
     if (accepted_) TransactionManager().Restore(submitted_.id, submitted_.count);
     AnswerError(response, 503, kNotStored);
   }
@@ -141,8 +144,8 @@ class QueueSession : public OfficeSession {
   std::shared_ptr<StoreOutcome> outcome_;
 };
 
-// With a store that servers share, the store decides. The submission is stored by the thread that received it, since
-// the decision and the storing are one transaction of the database.
+// For a store that several servers share: the store decides which submissions are accepted. The thread that received a
+// submission stores it, since the decision and the storing are one transaction of the database.
 class SharedSession : public OfficeSession {
  public:
   using OfficeSession::OfficeSession;
@@ -166,7 +169,7 @@ class SharedSession : public OfficeSession {
   }
 
  private:
-  // Of a request to modify, nothing is stored.
+  // Stays kAccepted for a request to modify, which stores nothing.
   SharedForms::Verdict verdict_ = SharedForms::Verdict::kAccepted;
 };
 
@@ -185,7 +188,7 @@ std::unique_ptr<ZHTTPServerPageSession> OfficeHandler::AllocSession() {
   return std::make_unique<QueueSession>(office_, this, folder, year);
 }
 
-// A server without a screen: questions and messages for the user go to the log.
+// A server without a user interface: it writes messages for the user to the log.
 class Office::OfficeServer : public ZAcroFormServer {
  public:
   OfficeServer(const Settings& settings, const ZHostServices& services, ServerLog* log)
@@ -247,7 +250,7 @@ void Office::TakeUpForms() {
   }
 }
 
-// Called at the start, and once an hour when forms are opened.
+// Removes the forms that have expired, at most once an hour. Called at the start and whenever a form is opened.
 void Office::ExpireForms() {
   const uint64_t now = ZClock::System().Ticks();
   uint64_t due = next_expiry_;
@@ -359,7 +362,7 @@ int Office::OpenForm(const Chaine& code, ZXFDF* xfdf) {
   const Out out{code.ToString(), RandomToken(), folder.id, folder.exercice};
   xfdf->SessionID().SetParam(kSessionParam, out.token);
   Store::Added added = Store::Added::kTaken;
-  // A store that servers share may have the number of the transaction already: then the next one is tried.
+  // In a store that servers share, another server may have used the number of the transaction. Then tries the next one.
   for (int tries = 0; added == Store::Added::kTaken && tries < kMostNumbers; tries++) {
     handler_->TransactionManager().StartTransactionFor(*xfdf);
     added = store_->AddForm({xfdf->SessionID().Transaction().id, out.code, out.token, out.folder, out.year, 0});

@@ -61,26 +61,28 @@ class Office {
   // Starts a transaction for the form, fills it from the store, and records that it is open. Returns 200, 404 when the
   // form does not exist, or 503 on failure.
   int OpenForm(const Chaine& code, ZXFDF* xfdf);
-  // Like OpenForm, for a form that is already open; it is found by the parameter kSessionParam of its session. Returns
-  // the values that were saved last, if any; the form can be saved again.
+  // Like OpenForm, for a form that is already open. `token` is the parameter kSessionParam of its session infos. `xfdf`
+  // gets the values that were saved last, if any; the form can be saved again.
   int ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool* was_saved);
   // Null when the form does not exist.
   std::shared_ptr<const FormCard> CardOf(const Chaine& code);
   bool StateOf(const Chaine& code, Store::FormState* state) { return store_->StateOf(code.ToString(), state); }
 
-  // Tells whether the form with these session infos is open. The status is 200 when it is, 409 when it is not, and 503
-  // when the store cannot be read; `reason` says why.
+  // Finds out whether the form with these session infos is open. The HTTP status is 200 when it is, 409 when it is not,
+  // and 503 when the store cannot be read; `reason` says why it is not 200.
   struct Finding {
     int status = 200;
     Chaine reason;
   };
   Finding Find(const ZXFDF::SessionInfos& infos);
-  // The code of the open form of that transaction, which Find has found; empty when there is no such form.
+  // The code of the open form of that transaction; empty when there is none. Call Find first: it may have to load the
+  // form from the store.
   std::string CodeOf(uint64_t transaction) const;
 
   // Makes the data to be stored from a submitted document, on the thread that received it.
   Submission Prepare(const ZInetURL& url, const ZXFDF& xfdf) const;
-  // For a store that no other server uses: stores long data in advance; `failure` gets the reason of a failure.
+  // For a store that no other server uses: stores the long texts of a submission in advance (see
+  // SubmissionQueue::Stage). `failure` gets the reason of a failure.
   void Stage(Submission* submission, bool accepted, std::string* failure);
   // Stores a submission, together with others that arrived at the same time; calls `done` with the result. Call it on
   // the main thread.

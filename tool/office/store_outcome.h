@@ -7,12 +7,12 @@
 
 namespace zforms::tool {
 
-// StoreOutcome passes the result of storing one submission from the main thread to the thread that answers it. It
-// guarantees that a submission reported as not stored is not stored later.
+// StoreOutcome passes the result of storing one submission from the main thread to the thread that answers the request.
+// It guarantees that a submission that was reported as not stored is not stored later.
 class StoreOutcome {
  public:
-  // True when the submission is stored. If storing has not begun after `time`, it returns false and storing is
-  // prevented; if it has begun, waits until it ends.
+  // Waits for the result: true when the submission is stored. If storing has not begun after `time`, prevents it and
+  // returns false. If it has begun, waits until it ends.
   bool Wait(std::chrono::milliseconds time) {
     std::unique_lock lock(mutex_);
     told_.wait_for(lock, time, [this] { return IsDecided(); });
@@ -21,7 +21,7 @@ class StoreOutcome {
     return state_ == State::kStored;
   }
 
-  // Marks that storing begins. False when it is too late.
+  // Marks that storing begins. False when Wait or Abandon has prevented it.
   bool Begin() {
     const std::lock_guard lock(mutex_);
     if (state_ == State::kWaits) state_ = State::kBegun;
@@ -32,7 +32,7 @@ class StoreOutcome {
     state_ = stored ? State::kStored : State::kFailed;
     told_.notify_all();
   }
-  // Gives up a submission whose storing has not begun.
+  // Prevents storing, unless it has begun, and ends the wait.
   void Abandon() {
     const std::lock_guard lock(mutex_);
     if (state_ == State::kWaits) state_ = State::kFailed;

@@ -53,7 +53,7 @@ std::string SubmissionsAsJSON(const std::vector<Submission>& submissions) {
   for (const Submission& one : submissions) {
     auto fields = nlohmann::ordered_json::object();
     for (const auto& [name, value] : one.fields) fields[name] = value;
-    // 64-bit numbers are written as strings, because other JSON readers would lose digits.
+    // Writes 64-bit numbers as strings, because JSON readers that use double precision would lose digits.
     list.push_back({{"id", one.id},
                     {"received", one.received},
                     {"code", one.code},

@@ -32,7 +32,7 @@ class Session : public ZHTTPServerPageXFDFSession {
 
   void SendPage(ZHTTPSendResponse& response) override {
     const Chaine code = office_->CodeOf(XFDFRequest().SessionID().Transaction().id);
-    // The file has no session, so that nobody who gets it can submit the form.
+    // Removes the session, so that nobody who gets the file can submit the form.
     ReceivedXFDF().Fields()[ZXFDF::kSessionIDField] = "";
     ZAcroFormServerForm form;
     if (!office_->Server().PrepareForm(XFDFRequest(), code, ZDocument::eReadOnly, &form)) return SetStatus(404);

@@ -24,7 +24,8 @@ std::string Escaped(std::string_view text) {
   return result;
 }
 
-// Includes the form's name for users of screen readers, who hear only the link.
+// The text of a link or button, with the form's name for screen readers only: they may read a link without the text
+// around it.
 std::string Label(std::string_view text, std::string_view name) {
   return Escaped(text) + "<span class=\"unseen\"> " + Escaped(name) + "</span>";
 }
@@ -33,7 +34,7 @@ std::string Link(std::string_view target, std::string_view text, std::string_vie
   return "<a class=\"" + std::string(kind) + "\" href=\"" + Escaped(target) + "\">" + Label(text, name) + "</a>";
 }
 
-// Opening a form needs POST.
+// A button that posts to `target`, because opening a form needs POST.
 std::string Button(std::string_view target, std::string_view text, std::string_view name) {
   return "<form method=\"post\" action=\"" + Escaped(target) + "\"><button class=\"way\">" + Label(text, name) +
          "</button></form>";
@@ -70,7 +71,7 @@ std::string Item(Office& office, const Chaine& code, const Store::FormState& sta
   return item + "</div></li>\n";
 }
 
-// The texts of the script, as attributes.
+// The texts that the script of the page shows, as HTML attributes.
 std::string ScriptTexts(const ListTexts& texts) {
   const std::pair<const char*, const char*> attributes[] = {
       {"opened", texts.opened_here},   {"look", texts.look},

@@ -16,7 +16,8 @@ struct ListTexts {
   const char* fresh;
   const char* saved;
   const char* refused;
-  // Texts about what this browser has opened and saved, shown by the script of the page; "{n}" stands for a number.
+  // Texts about forms that this browser has opened and saved. The script of the page shows them; "{n}" stands for a
+  // number.
   const char* opened_here;
   const char* draft_here;
   const char* saved_here;

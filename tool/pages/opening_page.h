@@ -10,7 +10,7 @@ class Office;
 class ReaderPage;
 
 // OpeningPage lists the forms and their states at "/", and opens one by POST to "/open.cgi?code=CODE": as a filled PDF,
-// or with "as=xfdf" as the XFDF document that leads a reader to it. Owned by the server.
+// or with "as=xfdf" as an XFDF document that refers a PDF reader to it. Owned by the server.
 class OpeningPage : public ZHTTPServerPageBase {
  public:
   // `reader` is the page that shows forms in a browser; may be null.

@@ -13,7 +13,7 @@
 namespace zforms::tool {
 namespace {
 
-// Not ordered_json, whose lookup is linear.
+// The type with sorted members, because a lookup in ordered_json takes linear time.
 using Json = nlohmann::json;
 
 constexpr std::string_view kRoot = "/reader/";

@@ -14,6 +14,7 @@ class Office;
 //   POST open.json?code=CODE   opens the form, as the opening page does
 //   GET form.json?form=TOKEN   an open form, found by its session, as it was saved last
 //   GET form.json?code=CODE    a form for viewing only
+//   GET saved.json?form=TOKEN  the values of an open form that were saved last
 // The server owns it; the office must outlive it.
 class ReaderPage : public ZHTTPServerPageBase {
  public:
@@ -23,8 +24,8 @@ class ReaderPage : public ZHTTPServerPageBase {
 
   std::unique_ptr<CSessionBase> AllocSession() override;
 
-  // HasPage: the files of the page exist, so the list of forms can use its style sheet. The second: it can also show
-  // forms.
+  // HasPage: the files of the page exist, so the list of forms can use its style sheet. CanShowForms: the library that
+  // shows PDF exists too.
   bool HasPage() const { return Files().Find("index.html") != nullptr; }
   bool CanShowForms() const { return HasPage() && Files().Find("pdfjs/pdf.min.mjs") != nullptr; }
   const StaticFiles& Files() const { return files_; }

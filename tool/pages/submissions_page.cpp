@@ -22,7 +22,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kRoot = "/submissions/";
 constexpr size_t kListed = 50;
-// How many values the list shows of each submission.
+// The number of values of a submission that the list shows.
 constexpr size_t kShownValues = 4;
 
 std::string Dump(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
@@ -34,7 +34,7 @@ Json Brief(const Submission& one, Office& office) {
   }
   const auto card = office.CardOf(Chaine(one.code));
   const std::string title = card == nullptr || card->title.empty() ? one.code : card->title;
-  // Numbers of 64 bits are texts, since scripts would lose digits.
+  // Writes a 64-bit number as a string, because numbers in JavaScript would lose digits.
   return {{"id", one.id},
           {"received", one.received},
           {"code", one.code},
@@ -89,7 +89,8 @@ class Session : public ZHTTPServerPageSession {
 
   void SendList(Store& store, ZHTTPSendResponse& response) {
     SubmissionFilter filter = Filter();
-    // The store has no fields for submissions that were refused.
+    // The fields of a refused submission are read from its document, because the store does not have them. So a list of
+    // refused submissions needs the documents.
     filter.brief = !filter.rejected;
     Json list = Json::array();
     bool has_more = false;

@@ -15,9 +15,9 @@ class Office;
 //   one.json     all of one submission
 //   export.csv, export.json, export.xfdf   submissions as a file; as XFDF the newest one
 //
-// The parameters "code", "id", "search", "before", and "latest" and "rejected" with any value limit what is given (see
-// SubmissionFilter). A request needs the key in its field "X-Zforms-Key", which a page of another origin cannot send;
-// without it the answer is 403. Owned by the server; the office must outlive it.
+// The parameters "code", "id", "search" and "before", and "latest" and "rejected" with any value, limit the result (see
+// SubmissionFilter). A request needs the key in the header field "X-Zforms-Key", which a page of another origin cannot
+// send; without it the answer is 403. Owned by the server; the office must outlive it.
 class SubmissionsPage : public ZHTTPServerPageBase {
  public:
   SubmissionsPage(Office* office, std::string data, std::string key);

@@ -5,7 +5,7 @@
 namespace zforms::tool {
 namespace {
 
-// Finds functions by name, and remembers whether one was missing.
+// Finds functions by name, and remembers the first one that is missing.
 class Finder {
  public:
   explicit Finder(void* library) : library_(library) {}

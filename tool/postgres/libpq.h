@@ -10,7 +10,7 @@ namespace zforms::tool {
 struct PGconn;
 struct PGresult;
 
-// What PQnotifies returns.
+// A notification, as PQnotifies returns it.
 struct PGnotify {
   char* channel;
   int server_process;
@@ -18,8 +18,8 @@ struct PGnotify {
   PGnotify* next;
 };
 
-// The functions of libpq that zforms uses. The library is loaded when PostgreSQL is used first, so the program runs
-// where it is not installed.
+// The functions of libpq that zforms uses. The library is loaded when PostgreSQL is first used, so the program also
+// runs on systems without it.
 struct Libpq {
   // Null, with a reason that names the package, when the library is missing.
   static const Libpq* Load(std::string* error);
@@ -67,7 +67,7 @@ struct Libpq {
 void* LoadLibpq(std::string* error);
 // A function of the library; null when it has none with this name.
 void* FindInLibrary(void* library, const char* function);
-// Waits until the socket can be read, or with `or_write` read or written. False when the time is over before.
+// Waits until the socket can be read, or with `or_write` read or written. False when the time ends first.
 bool WaitForSocket(int socket, bool or_write, int milliseconds);
 
 }  // namespace zforms::tool

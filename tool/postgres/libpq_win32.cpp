@@ -1,5 +1,5 @@
 #include <winsock2.h>
-// That header comes first.
+// <windows.h> must be included after <winsock2.h>.
 #include <windows.h>
 
 #include <iterator>
@@ -10,8 +10,8 @@
 namespace zforms::tool {
 namespace {
 
-// The library in the folders of the PATH; empty when none has it. Windows by itself also looks in the current folder,
-// which may have files of others.
+// The path of the library in the folders of the PATH; empty when none has it. By default Windows also searches the
+// current folder, which may contain files of other users.
 std::wstring PathOfLibpq() {
   std::wstring folders(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
   folders.resize(GetEnvironmentVariableW(L"PATH", folders.data(), static_cast<DWORD>(folders.size())));
@@ -25,7 +25,7 @@ std::wstring PathOfLibpq() {
 
 void* LoadLibpq(std::string* error) {
   const std::wstring path = PathOfLibpq();
-  // The libraries that it needs are beside it.
+  // Makes Windows search the folder of libpq.dll for the libraries that it needs.
   const HMODULE library = path.empty() ? nullptr : LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (library == nullptr) {
     *error = "PostgreSQL needs the library libpq.dll in the PATH; the installer of PostgreSQL contains it";

@@ -18,7 +18,7 @@ std::string WithoutPasswords(std::string_view address) {
   const size_t start = address.find(kScheme) + kScheme.size();
   std::string shown(address.substr(0, start));
   std::string_view rest = address.substr(start);
-  // The last "@" of all, so that nothing is shown of a password that has one.
+  // Takes the last "@" as the end of the password, so that no part of a password with "@" is shown.
   if (const size_t at = rest.rfind('@'); at != std::string_view::npos) {
     const std::string_view user = rest.substr(0, at);
     const size_t colon = user.find(':');

@@ -26,7 +26,7 @@ constexpr int kDiagHint = 'H';
 constexpr int kDiagPosition = 'P';
 constexpr int kText = 0;
 constexpr int kBinary = 1;
-// The number of the type bytea in every database.
+// The number of the type bytea. It is the same in every database.
 constexpr uint32_t kBytea = 17;
 
 int MillisecondsTo(Deadline deadline) {
@@ -36,7 +36,7 @@ int MillisecondsTo(Deadline deadline) {
 
 void Ignore(void*, const char*) {}
 
-// Lines joined to one.
+// Joins the lines of a text to one line.
 std::string OneLine(std::string_view text) {
   std::string line;
   for (const char c : text) line += c == '\n' || c == '\t' ? ' ' : c;
@@ -49,8 +49,8 @@ bool IsState(std::string_view text) {
          std::all_of(text.begin(), text.end(), [](char c) { return IsDigitASCII(c) || (c >= 'A' && c <= 'Z'); });
 }
 
-// Makes one line of a verbose message, "...: FATAL:  28P01: what is wrong\nLOCATION:  ...", without the code and the
-// place in the server's sources; returns the last code, empty when there is none.
+// Makes one line of a verbose message, "...: FATAL:  28P01: what is wrong\nLOCATION:  ...", and removes the error codes
+// and the place in the server's sources. Returns the last code, empty when there is none.
 std::string TakeState(std::string_view verbose, std::string* message) {
   constexpr std::string_view kMark = ":  ";
   constexpr size_t kCode = 5;
@@ -99,8 +99,8 @@ PostgresParameters& PostgresParameters::Text(std::string_view text) { return Add
 
 PostgresParameters& PostgresParameters::Bytes(std::string_view bytes) { return Add(std::string(bytes), kBinary); }
 
-// An array on the wire: dimensions, whether it has nulls, the type; the size and the first index of each dimension;
-// each item with its length.
+// The binary format of an array: the number of dimensions, whether it has nulls, the type of its items; the size and
+// the first index of each dimension; each item after its length.
 PostgresParameters& PostgresParameters::ByteArray(const std::vector<std::string_view>& items) {
   std::string bytes;
   for (const uint32_t number : {items.empty() ? 0U : 1U, 0U, kBytea}) AppendBigEndian(&bytes, number);
@@ -131,7 +131,7 @@ PostgresResult::~PostgresResult() {
 }
 
 bool MayPass(std::string_view state) {
-  // A query with parameters, such as $1.
+  // A query with a parameter that has no value, such as $1, fails with 08P01. Another try would fail too.
   if (state == "08P01") return false;
   constexpr std::string_view kClasses[] = {"08", "40", "53", "57", "58", "55P03", "25P03", "25P04"};
   return std::any_of(std::begin(kClasses), std::end(kClasses), [&](auto start) { return state.starts_with(start); });
@@ -150,7 +150,7 @@ std::string PostgresResult::Field(int which) const {
   return text == nullptr ? "" : text;
 }
 
-// The detail of a message has values, so it is left out.
+// Leaves out the detail of the message, because it contains values of rows.
 std::string PostgresResult::Error() const {
   const std::string hint = Field(kDiagHint);
   return OneLine(Field(kDiagMessage)) + (hint.empty() ? "" : " (" + OneLine(hint) + ")");
@@ -199,7 +199,7 @@ std::vector<std::string> PostgresResult::ByteArray(int row, int column) const {
 
 std::unique_ptr<PostgresConnection> PostgresConnection::Open(const Libpq& pq, const std::string& address,
                                                              Deadline deadline, std::string* error, bool* is_trouble) {
-  // What libpq says of an address that it does not understand may show parts of it.
+  // Ignores the message of libpq about an invalid address, because it may show a part of a password.
   char* fault = nullptr;
   void* const options = IsUnambiguous(address) ? pq.conninfo_parse(address.c_str(), &fault) : nullptr;
   if (fault != nullptr) pq.freemem(fault);
@@ -210,7 +210,7 @@ std::unique_ptr<PostgresConnection> PostgresConnection::Open(const Libpq& pq, co
     return nullptr;
   }
   pq.conninfo_free(options);
-  // A later keyword overrides an earlier one, so the address may change how soon a lost host is noticed.
+  // The keepalive values come before the address, so that the address can override them.
   const char* const keywords[] = {"keepalives_idle",
                                   "keepalives_interval",
                                   "keepalives_count",
@@ -229,13 +229,13 @@ std::unique_ptr<PostgresConnection> PostgresConnection::Open(const Libpq& pq, co
   return made;
 }
 
-// Why no connection was made; returns whether another try may succeed.
+// Sets why no connection was made, and returns whether another try may succeed.
 bool PostgresConnection::ExplainFailure(std::string* error) const {
   *error = timeout_;
   if (!timeout_.empty()) return true;
   const std::string state = TakeState(pq_->error_message(connection_), error);
   if (!state.empty()) return MayPass(state);
-  // Without these words, libpq has refused an option before it tried to connect.
+  // A message without these words means that libpq refused an option before it tried to connect.
   const bool has_tried = error->starts_with("connection to server") || error->starts_with("could not");
   return pq_->needs_password(connection_) == 0 && has_tried;
 }
@@ -244,11 +244,11 @@ PostgresConnection::~PostgresConnection() { pq_->finish(connection_); }
 
 bool PostgresConnection::Connect(Deadline deadline) {
   pq_->set_notice_processor(connection_, Ignore, nullptr);
-  // Without a connection there are no results that contain error codes. So the codes are taken from verbose messages:
-  // see TakeState.
+  // A failure to connect has no result, which would contain the error code. So TakeState takes the code from the
+  // message, which contains it only when messages are verbose.
   pq_->set_error_verbosity(connection_, kVerbose);
   if (pq_->status(connection_) == 1) return false;
-  // The socket may change while libpq tries one address after the other.
+  // Asks for the socket each time, because it may change when libpq tries the next address of the host.
   for (int state = 2; state != kPollingOk; state = pq_->connect_poll(connection_)) {
     if (state == 0) return false;
     const int left = MillisecondsTo(deadline);
@@ -267,11 +267,11 @@ std::string PostgresConnection::Error() const {
   return timeout_.empty() ? OneLine(pq_->error_message(connection_)) : timeout_;
 }
 
-// Sends what waits and reads what comes, until a result is complete. False when the connection is lost.
+// Sends pending data and reads replies, until a result is complete. False when the connection is lost.
 bool PostgresConnection::Pump(Deadline deadline) {
   for (;;) {
     const int unsent = pq_->flush(connection_);
-    // What has come is used before more is read, so that rows do not pile up.
+    // Uses the data received so far before it reads more, so that rows do not pile up.
     if (unsent == 0 && pq_->is_busy(connection_) == 0) return true;
     if (unsent < 0 || pq_->consume_input(connection_) == 0) return false;
     if (unsent == 0 && pq_->is_busy(connection_) == 0) return true;
@@ -284,8 +284,9 @@ bool PostgresConnection::Pump(Deadline deadline) {
   }
 }
 
-// The rows of a statement come before its commit. So a result counts only when the database is ready for the next
-// statement, which it says after the commit: until then the connection may end, and the statement be undone.
+// Waits for the result of a statement. The database sends its rows before the commit, and reports that it is ready for
+// the next statement after the commit. If the connection ends between them, the statement may be undone, so the result
+// is used only when the database is ready.
 PostgresResult PostgresConnection::Await(bool is_sent, Deadline deadline) {
   PostgresResult last;
   bool is_ready = false;
@@ -301,9 +302,11 @@ PostgresResult PostgresConnection::Await(bool is_sent, Deadline deadline) {
   return NoteLoss(last, is_ready) ? PostgresResult() : std::move(last);
 }
 
-// `last` is the last result; its failure may show that the connection is lost.
+// Returns whether the connection is lost, and sets `is_lost_` and the message. The failure in the last result may show
+// that, too.
 bool PostgresConnection::NoteLoss(const PostgresResult& last, bool is_ready) {
-  // 57P01 to 57P03: the database shuts down or starts; 08: the connection; 25006: it has become a standby.
+  // 57P01 to 57P03: the database shuts down or starts. 08: failure of the connection. 25006: the database is read-only,
+  // since it has become a standby.
   const std::string state = last.State();
   is_lost_ = !is_ready || pq_->status(connection_) != kConnectionOk || state.starts_with("57P0") ||
              state.starts_with("08") || state == "25006";
@@ -334,7 +337,8 @@ PostgresResult PostgresConnection::Run(const std::string& sql, Deadline deadline
   return Await(pq_->send_query(connection_, sql.c_str()) == 1, deadline);
 }
 
-// The statements are constants of the program, so the address of the text names them.
+// Prepares the statement at its first use, and returns its name; empty on failure. Statements are constants of the
+// program, so the address of the text is the name.
 std::string PostgresConnection::NameOf(const char* sql, int parameters, Deadline deadline) {
   const std::string name = "s" + std::to_string(reinterpret_cast<uintptr_t>(sql));
   if (prepared_.contains(sql)) return name;
@@ -367,7 +371,7 @@ PostgresResult PostgresConnection::Run(const char* sql, const PostgresParameters
       deadline);
 }
 
-// An idle session has nothing to read, except that it ends.
+// An idle connection has nothing to read, unless the database has ended the session.
 bool PostgresConnection::IsAlive() const { return !WaitForSocket(pq_->socket(connection_), false, 0); }
 
 bool PostgresConnection::ReadNotifications(int milliseconds, std::vector<std::string>* payloads) {

@@ -17,12 +17,13 @@ using Deadline = std::chrono::steady_clock::time_point;
 // The parameters of a statement, $1 and so on in the order in which they are added.
 class PostgresParameters {
  public:
-  // As text, for a parameter of type bigint; numbers of 64 bits keep their bits.
+  // Adds a number as text, for a parameter of type bigint. Numbers from 2^63 on are passed as negative ones with the
+  // same bits.
   PostgresParameters& Number(uint64_t number);
   PostgresParameters& Text(std::string_view text);
-  // As bytea: any bytes.
+  // Adds any bytes, as type bytea.
   PostgresParameters& Bytes(std::string_view bytes);
-  // As bytea[].
+  // Adds an array, as type bytea[].
   PostgresParameters& ByteArray(const std::vector<std::string_view>& items);
 
  private:
@@ -45,14 +46,14 @@ class PostgresResult {
   ~PostgresResult();
 
   bool IsDone() const;
-  // Whether there is no result.
+  // True when there is no result.
   bool IsEnd() const { return result_ == nullptr; }
   // The code of a failure (SQLSTATE), empty when there is none, and its text, without values of rows.
   std::string State() const;
   std::string Error() const;
   // At which character of the statement the failure is, from 1; 0 when unknown.
   size_t Position() const;
-  // True when it has columns. Precondition of the functions below.
+  // True when the result has columns. Precondition of the functions below.
   bool IsTable() const;
   int Rows() const;
   int Columns() const;
@@ -60,9 +61,9 @@ class PostgresResult {
   // The number of the type in the table pg_type.
   uint32_t TypeOf(int column) const;
   bool IsNull(int row, int column) const;
-  // Of types boolean, integer and bigint.
+  // A value of type boolean, integer or bigint.
   uint64_t Number(int row, int column) const;
-  // Of types text and bytea.
+  // A value of type text or bytea.
   std::string Bytes(int row, int column) const;
   std::vector<std::string> ByteArray(int row, int column) const;
   std::string_view View(int row, int column) const;
@@ -85,23 +86,23 @@ class PostgresConnection {
 
   // Runs statements without parameters; the result is that of the last one.
   PostgresResult Run(const std::string& sql, Deadline deadline);
-  // Runs one statement, which is prepared at its first use if it is `kept`.
+  // Runs one statement. With `is_kept`, it is prepared at its first use and kept for further uses; `sql` must then be a
+  // constant, whose address names the statement.
   PostgresResult Run(const char* sql, const PostgresParameters& parameters, Deadline deadline, bool is_kept = true);
 
   // Begins one statement without parameters, whose rows NextRow gives one at a time, as text.
   bool StartRows(const std::string& sql);
   enum class Step { kRow, kEnd, kError, kNotYet };
-  // The result gets the row, at the end the columns without a row, or the failure. kNotYet when the deadline comes
-  // first; ask again then.
+  // `row` gets the next row; at the end, a result with columns but no row; or the failure. Returns kNotYet when no row
+  // arrives before the deadline: then call it again.
   Step NextRow(Deadline deadline, PostgresResult* row);
 
-  // Waits for notifications; adds their payloads. False when the connection is lost.
+  // Waits for notifications and appends their payloads. False when the connection is lost.
   bool ReadNotifications(int milliseconds, std::vector<std::string>* payloads);
 
-  // False when the database has ended the session. For a connection that was idle.
+  // Checks a connection that was idle: false when the database has ended the session.
   bool IsAlive() const;
-  // True when the last failure was the loss of the connection. It is then unknown whether the statement was carried
-  // out.
+  // True when the last failure was the loss of the connection. It is then unknown whether the statement was executed.
   bool IsLost() const { return is_lost_; }
   std::string Error() const;
 

@@ -8,7 +8,7 @@ import { bringBack, forget, forgetDraft, recall, recallDrafts, remember } from "
 const DELAY = 300;
 
 export class Drafter {
-  /** @type {import("./drafts.js").Draft[]} earlier drafts, offered to the user until he restores or discards them */
+  /** @type {import("./drafts.js").Draft[]} earlier drafts, offered until the user restores or discards them */
   #drafts = [];
   /** @type {Values} their values, the newest of each field */
   #offered = new Map();
@@ -35,11 +35,11 @@ export class Drafter {
       for (const [name, values] of Object.entries(memory.values)) this.#offered.set(name, values);
     }
     for (const [name, values] of more) this.#offered.set(name, values);
-    // If a pending save has stored all these values after all, there is nothing to offer.
+    // A save whose answer was lost may have stored all offered values. Then there is nothing to offer.
     if (![...this.#offered].some(([name, values]) => !model.get(name) || model.differs(name, values))) this.#close();
   }
 
-  /** When the newest of the offered values was typed. */
+  /** The time at which the newest of the offered values was typed, in milliseconds since 1970. */
   get when() {
     return this.#drafts.at(-1)?.memory.when ?? Date.now();
   }
@@ -56,7 +56,7 @@ export class Drafter {
     this.#offered.clear();
   }
 
-  /** Puts the offered values into the model; a draft of them exists all the time. */
+  /** Puts the offered values into the model. Deletes the earlier drafts only after this view's draft has been saved. */
   restore(/** @type {FormModel} */ model) {
     this.model = model;
     for (const [name, values] of this.#offered) model.set(name, values);
@@ -64,11 +64,12 @@ export class Drafter {
     else this.#offered.clear();
   }
 
-  /** Deletes what is offered; returns what takes that back. */
+  /** Deletes the offered drafts; returns a function that restores them. */
   discard() {
     const [drafts, offered, before] = [this.#drafts, new Map(this.#offered), recall(this.#form ?? "")];
     this.#close();
-    // The save was refused because another view had saved; discarding the draft settles that.
+    // In the state "refused", a save was refused because another view had saved the form. Without the draft, the form
+    // is only saved.
     if (before?.state === "refused") this.mark("saved");
     return () => {
       drafts.forEach(bringBack);
@@ -97,7 +98,7 @@ export class Drafter {
     return kept;
   }
 
-  /** Stores that the form is open or was saved, unless more is known of it. */
+  /** Stores that the form is open or was saved, unless a state of it is stored already. */
   meet(/** @type {"opened" | "saved"} */ state) {
     if (this.#form && !recall(this.#form)) this.mark(state);
   }
@@ -107,7 +108,7 @@ export class Drafter {
     if (this.#form) remember({ form: this.#form, ...this.#about, when: Date.now(), state });
   }
 
-  /** Call it after a save, when the model is settled. An offer that the user has not answered is kept. */
+  /** Call it after a save, after FormModel.settle. An offer that the user has not answered remains. */
   settle() {
     if (!this.#offered.size) this.#close();
     this.mark("saved");

@@ -1,6 +1,6 @@
-// Stores in the browser, for each form it has opened, the form's state and drafts of values that were typed but not
-// saved. The browser stores them by origin, and this module by the form's session, which nobody else knows. Each view
-// of a form has its own draft, so two tabs with the same form do not overwrite each other's.
+// Stores in the browser, for each form that it has opened, the form's state and drafts of values that were typed but
+// not saved. The browser separates the data of different origins. This module finds them by the form's session, which
+// is secret. Each view of a form has its own draft, so two tabs with the same form do not overwrite each other's.
 
 /**
  * @typedef {object} Memory
@@ -9,7 +9,7 @@
  * @property {string} title
  * @property {number} when the time of the last change, in milliseconds since 1970
  * @property {"opened" | "saved" | "refused" | "draft"} state
- * @property {boolean} [hasSaved] whether the server has values of it; only of what recallAll returns
+ * @property {boolean} [hasSaved] true when the server has saved values of the form; set only by recallAll
  * @property {Record<string, string[]>} [values] for a draft: the changed fields
  */
 /**
@@ -70,7 +70,7 @@ export function forgetDraft(/** @type {Draft} */ { key, text }) {
   }
 }
 
-/** Stores a draft that was deleted once more. */
+/** Stores a deleted draft again. */
 export function bringBack(/** @type {Draft} */ { key, text }) {
   try {
     localStorage.setItem(key, text);
@@ -95,7 +95,7 @@ export function recallDrafts(/** @type {string} */ form) {
   return drafts.sort((a, b) => a.memory.when - b.memory.when);
 }
 
-/** Summarizes what is known of the form: the state "refused" takes precedence over "draft". */
+/** Combines the state and the drafts of one form. The state "refused" takes precedence over "draft". */
 function inOne(/** @type {Memory[]} */ memories) {
   const draft = memories.find(({ values, state }) => values && state === "draft");
   const standing = memories.find(({ values }) => !values) ?? memories[0];

@@ -1,5 +1,5 @@
 // Finds out from the scripts of a field what its text is: a date, a number, or digits at fixed places. The page then
-// offers a calendar, a keyboard or a mask. The scripts are run in scripts.js.
+// offers a calendar, a keyboard for numbers or a mask. The scripts are run in scripts.js.
 
 /** The patterns of AFDate_Format, by number. */
 const DATES = ["m/d", "m/d/yy", "mm/dd/yy", "mm/yy", "d-mmm", "d-mmm-yy", "dd-mmm-yy", "yy-mm-dd", "mmm-yy", "mmmm-yy",
@@ -11,19 +11,19 @@ const PART = /yyyy|yy|mmmm|mmm|mm|m|dd|d|[^a-zA-Z]+|./g;
 
 /**
  * @typedef {object} InputHelp
- * @property {string} date the pattern of a day, "" for other fields
+ * @property {string} date the pattern of a date with day, month and year; "" for other fields
  * @property {string} mask "_" at the place of each digit, "" for none
  * @property {"decimal" | "numeric" | ""} keys
  */
 
-/** Whether the pattern is that of a whole day, and nothing else. */
+/** True when the pattern has a day, a month and a year, each once, and no time. */
 const isDay = (/** @type {string} */ pattern) => {
   const parts = pattern.match(PART) ?? [];
   return ["y", "m", "d"].every((kind) => parts.filter((part) => part[0] === kind).length === 1) &&
     parts.every((part) => /^[ymd]|^[^a-zA-Z]/.test(part));
 };
 
-/** @returns {InputHelp} by the scripts of a field, by event */
+/** @returns {InputHelp} what the scripts of a field, given by event, say about its text */
 export function helpOf(/** @type {Map<string, string[]> | undefined | null} */ actions) {
   const code = (/** @type {string} */ event) => [actions?.get(event) ?? []].flat().join("\n");
   const [format, keys] = [code("Format"), code("Keystroke")];
@@ -37,7 +37,7 @@ export function helpOf(/** @type {Map<string, string[]> | undefined | null} */ a
   };
 }
 
-/** The day, as "2026-11-22", in the pattern. */
+/** Converts a day in the form "2026-11-22" to a date in the pattern. */
 export function dateText(/** @type {string} */ day, /** @type {string} */ pattern) {
   const [year, month, date] = day.split("-");
   const texts = { yyyy: year, yy: year.slice(-2), mmmm: MONTHS[Number(month) - 1], mmm: MONTHS[Number(month) - 1]?.slice(0, 3), mm: month,
@@ -45,7 +45,7 @@ export function dateText(/** @type {string} */ day, /** @type {string} */ patter
   return pattern.replace(PART, (part) => texts[/** @type {keyof typeof texts} */ (part)] ?? part);
 }
 
-/** Converts a date written in the pattern to the form "2026-11-22"; "" when the text is no such date or names its month. */
+/** Converts a date in the pattern to the form "2026-11-22"; "" for another text, or a pattern with a month's name. */
 export function dayOf(/** @type {string} */ text, /** @type {string} */ pattern) {
   const parts = pattern.match(PART) ?? [];
   const escaped = (/** @type {string} */ part) => part.replace(/[^\w\s]/g, "\\$&");

@@ -1,4 +1,4 @@
-// Finds the words that a page prints for a field: the label of fields that have none of their own.
+// Finds the words that are printed beside a field, to label fields that have no label of their own.
 
 /** @typedef {{x: number, y: number, w: number, h: number}} Box in points from the top left of the page */
 /** @typedef {Box & {text: string}} Phrase */
@@ -29,20 +29,20 @@ export function phrasesOf(/** @type {Phrase[]} */ pieces) {
   return phrases.map((phrase) => ({ ...phrase, text: tidy(phrase.text) })).filter(({ text }) => /[\p{L}\p{N}]/u.test(text));
 }
 
-/** Without the dots or dashes at its end that lead to a field, or lie below it. */
+/** The piece without the dots or dashes at its end, which lead to a field or are under it. */
 function withoutLeaders(/** @type {Phrase} */ piece) {
   const text = piece.text.replace(/[\s_.…-]+$/, "");
   return { ...piece, text, w: (piece.w * text.length) / piece.text.length };
 }
 
-/** Without colons and blanks at its ends, and without what follows a row of dots. */
+/** The text without colons and blanks at its ends, and without what follows a row of dots. */
 const tidy = (/** @type {string} */ text) => text.replace(/(?<=\S)\s*[._…]{4,}.*$/, "").replace(/\s+/g, " ").replace(/^[\s:]+|[\s:]+$/g, "").slice(0, LONGEST);
 
 const isBeside = (/** @type {Phrase} */ a, /** @type {Box} */ b) =>
   Math.min(a.y + a.h, b.y + b.h) - Math.max(a.y, b.y) > 0.5 * Math.min(a.h, b.h);
 const isOver = (/** @type {Phrase} */ a, /** @type {Box} */ b) => a.x < b.x + b.w && a.x + a.w > b.x;
 
-/** The nearest phrase; words follow a check box and precede or stand above other fields. "" when none is near. */
+/** The text of the nearest phrase: after a check box, before or above another field; "" when none is near. */
 export function nearestText(/** @type {Box} */ box, /** @type {boolean} */ isToggle, /** @type {Phrase[]} */ phrases) {
   let best = { far: Infinity, text: "" };
   const offer = (/** @type {number} */ gap, /** @type {number} */ most, /** @type {number} */ rank, /** @type {string} */ text) => {
@@ -61,8 +61,8 @@ export function nearestText(/** @type {Box} */ box, /** @type {boolean} */ isTog
 }
 
 /**
- * The sides of a button where its words can be: how far a phrase is away there, how far it may be, and how much farther than
- * words of another side it counts.
+ * The sides of a button where its words can be: after, before, below and above it. `gapOf` gives the distance of a
+ * phrase, `most` the largest distance allowed, and `more` is added to the distance when sides are compared.
  */
 const SIDES = [
   { most: AFTER, more: 0, gapOf: (/** @type {Box} */ a, /** @type {Box} */ b) => (isBeside(a, b) ? a.x - b.x - b.w : Infinity) },
@@ -71,7 +71,7 @@ const SIDES = [
   { most: ABOVE, more: 12, gapOf: (/** @type {Box} */ a, /** @type {Box} */ b) => (isOver(a, b) ? a.y - b.y - b.h : Infinity) },
 ];
 
-/** The nearest words on one side of each button, and how well they tell the buttons apart. */
+/** The nearest words on one side of each button, and how well they distinguish the buttons. */
 function textsOnSide(/** @type {typeof SIDES[0]} */ { most, more, gapOf }, /** @type {Box[]} */ boxes, /** @type {Phrase[]} */ phrases) {
   let far = 0;
   const texts = boxes.map((box) => {
@@ -91,7 +91,8 @@ function textsOnSide(/** @type {typeof SIDES[0]} */ { most, more, gapOf }, /** @
 /** The words of the radio buttons of one group, all on the same side of them; "" where none are found. */
 export function wordsOfGroup(/** @type {Box[]} */ boxes, /** @type {Phrase[]} */ phrases) {
   const [after, ...others] = SIDES.map((side) => textsOnSide(side, boxes, phrases));
-  // Before, above or below a button are also words that are not its own.
+  // Words before, above or below a button may belong to something else. So these sides are used only if they have
+  // different words for the buttons.
   const best = [after, ...others.filter(({ isWhole }) => isWhole)].reduce((one, two) => {
     const i = one.rank.findIndex((value, nth) => value !== two.rank[nth]);
     return i >= 0 && two.rank[i] > one.rank[i] ? two : one;

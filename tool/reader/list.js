@@ -18,7 +18,7 @@ function sayTimes() {
   for (const time of document.querySelectorAll("time")) time.textContent = style.format(new Date(time.dateTime));
 }
 
-/** The PDF of a form as it was saved last. */
+/** Downloads a PDF of the form with the values that were saved last. */
 async function keepPDF(/** @type {string} */ form) {
   const news = /** @type {HTMLElement} */ (document.getElementById("news"));
   const page = all[lang] ?? all.en;
@@ -34,7 +34,7 @@ async function keepPDF(/** @type {string} */ form) {
   }
 }
 
-/** The forms that were opened, typed into or saved in this browser, with what can be done with them. */
+/** Adds the forms that were opened, typed into or saved in this browser, with links and buttons for them. */
 function addOwn() {
   if (!document.querySelector("a.main")) return;
   for (const item of items) {
@@ -64,7 +64,7 @@ function addOwn() {
 
 const plain = (/** @type {string} */ text) => text.normalize("NFD").replace(/\p{M}/gu, "").toLowerCase();
 
-/** How many forms were found. */
+/** The text that says how many forms were found. */
 const say = (/** @type {number} */ count) => (count === 1 ? texts.foundOne : texts.found)?.replace("{n}", `${count}`) ?? "";
 
 function addSearch() {

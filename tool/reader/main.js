@@ -1,4 +1,4 @@
-// The page: opens a form, submits what the user fills in, and shows the form that comes back.
+// The page: opens a form, submits what the user fills in, and shows the form that the server returns.
 
 import { Drafter } from "./drafter.js";
 import { forget, forgetDraft, recallAll, recallDrafts, remember } from "./drafts.js";
@@ -18,18 +18,18 @@ import { Zoom } from "./zoom.js";
 /** @typedef {"modify" | "consult" | "readonly"} Mode */
 /** @typedef {import("./pdf_form.js").PDFForm} PDFForm */
 
-/** Loads when it is first needed. */
+/** The module for printing, which is loaded when it is first needed. */
 const printing = () => import("./printing.js");
 
-/** The large module, which loads while the form is requested. */
+/** The largest module. It loads while the form is requested. */
 const pdfForm = import("./pdf_form.js");
 
 const byId = (/** @type {string} */ id) => /** @type {HTMLElement} */ (document.getElementById(id));
 
-/** The address of the page without the fragment, which has the form's session and is never sent to a server. */
+/** The parameters in the fragment of the page's address. It has the form's session and is never sent to a server. */
 const fragment = () => new URLSearchParams(location.hash.slice(1));
 
-/** The server's status, 0 without an answer; -1 for an error of another kind, which is reported. */
+/** The status of the server's answer, 0 without an answer; -1 for another error, which is written to the console. */
 function statusOf(/** @type {unknown} */ error) {
   if (error instanceof Refusal) return error.status;
   console.error(error);
@@ -96,7 +96,8 @@ class Reader {
     const [typed, before] = [this.#model, this.#drafter];
     this.#info = info;
     await this.#show(pdf, mode, info.values);
-    // The previous drafter saves what was typed so far. Passwords are never saved; they are copied from the screen.
+    // The previous drafter saves what was typed so far. Passwords are never saved in drafts, so they are taken from the
+    // previous model.
     before.keep();
     this.#drafter = this.#makeDrafter(typed.secrets());
     this.#drafter.keep();
@@ -105,7 +106,7 @@ class Reader {
     this.#showOffer();
   }
 
-  /** Offers to restore the draft until the user answers, whatever other notices appear. */
+  /** Offers to restore the draft. The offer remains until the user answers, also when other notices appear. */
   #showOffer() {
     if (!this.#drafter.hasOffer) return offer("");
     offer(texts.draft(timeText(new Date(this.#drafter.when), true)), [
@@ -119,7 +120,7 @@ class Reader {
     await this.#alone(async () => {
       try {
         if (this.#mode !== "modify") {
-          // Values that were saved in the meantime are kept, except where restored values replace them.
+          // Loads the form again, to keep values that were saved in the meantime. Restored values replace some of them.
           this.#info = await resumeForm(this.#info.form ?? "");
           await this.#show(await fetchPDF(inMode(this.#info.pdf, "modify")), "modify", this.#info.values);
         }
@@ -141,7 +142,7 @@ class Reader {
     const undo = () => {
       takeBack();
       tell("");
-      // The form may have been shown again meanwhile.
+      // If the form was shown again meanwhile, makes a new drafter, which reads the restored drafts.
       if (drafter !== this.#drafter) this.#drafter = this.#makeDrafter();
       this.#showOffer();
       /** @type {HTMLElement | null} */ (byId("offer").querySelector("button"))?.focus();
@@ -218,7 +219,8 @@ class Reader {
     byId("title").textContent = this.#title;
     const main = this.#mainButton();
     mode.hidden = byId("zoom").hidden = false;
-    // A form to look at has no session, and the server draws for those that do.
+    // Hides printing and downloading for a form without a session, which is for viewing only: the server draws only
+    // forms with a session.
     byId("file").hidden = !this.#info.form;
     byId("press").hidden = !main;
     byId("press").textContent = main ? texts[main.does] : "";
@@ -241,7 +243,7 @@ class Reader {
   #onLeave(/** @type {BeforeUnloadEvent} */ event) {
     if (!this.#model.isDirty) return;
     event.preventDefault();
-    // Older browsers need this to ask.
+    // Older browsers ask the user only when this is set.
     event.returnValue = "";
   }
 
@@ -280,7 +282,7 @@ class Reader {
     return false;
   }
 
-  /** Removes the marks from missing fields. */
+  /** Removes the marks of missing fields that have a value now. */
   #showWhatIsFilled() {
     const marked = /** @type {NodeListOf<HTMLElement>} */ (byId("pages").querySelectorAll("[aria-invalid]"));
     if (!marked.length) return;
@@ -308,7 +310,7 @@ class Reader {
     }, () => this.#print());
   }
 
-  /** Without fields these are part of the pages, and nobody can fill them in. */
+  /** Downloads the drawn form. With `isFlat` the fields are part of the pages, and nobody can fill them in. */
   #download(isFlat = false) {
     return this.#withDrawn(async (bytes) => (await printing()).download(bytes, this.#title), () => this.#download(isFlat), isFlat);
   }
@@ -344,7 +346,7 @@ class Reader {
     });
   }
 
-  /** Runs one action at a time: until it ends, the user can type and press nothing. */
+  /** Runs one action at a time: until it ends, the user can neither type nor press a button. */
   async #alone(/** @type {() => Promise<void>} */ work) {
     if (this.#busy) return;
     const focused = /** @type {HTMLElement | null} */ (document.activeElement);
@@ -353,7 +355,7 @@ class Reader {
     await work();
     this.#setBusy(false);
     if (focused?.isConnected && !focused.hidden) focused.focus();
-    // The form was displayed again meanwhile.
+    // If the form was displayed again meanwhile, moves the focus to the new input.
     else if (name) this.#inputs(name).at(place)?.focus();
   }
 
@@ -375,7 +377,7 @@ class Reader {
     /** @type {[string, string[]][]} */ fields) {
     const isSave = button.does === "save";
     if (isSave && mode !== "consult") return (await this.#isStored(fields)) ? this.#showStored(fields) : this.#onStale();
-    // Now the values are stored, even if the page fails later.
+    // Marks the values as stored now, because showing the answer may fail.
     if (isSave) this.#settle(fields);
     try {
       await this.#showAnswer(pdf, /** @type {Mode} */ (mode), fields);
@@ -405,7 +407,7 @@ class Reader {
     this.#drafter.settle();
   }
 
-  /** True when the sent values are those saved last: the answer to that save may have been lost. */
+  /** True when the sent values are those saved last: then they are stored, although the answer may have been lost. */
   async #isStored(/** @type {[string, string[]][]} */ fields) {
     const saved = new Map(Object.entries(await fetchSaved(this.#info.form ?? "").catch(() => ({}))));
     const isOwn = (/** @type {import("./model.js").Field | undefined} */ field) => field?.visible && !field.readOnly;

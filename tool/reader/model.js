@@ -13,7 +13,7 @@
  * @property {boolean} noExport
  * @property {boolean} secret a password, which is never saved in a draft
  * @property {boolean} [visible] true when a widget shows it
- * @property {Set<string>} [states] of a button
+ * @property {Set<string>} [states] the states of a button's widgets
  * @property {string[]} [own] the stored value of a button if no widget has that state; kept until the user changes the button
  * @property {number} [nth] the index of the pressed widget among a radio button's widgets of the same state
  */
@@ -24,7 +24,7 @@ const WITH_NO_VALUE = 2;
 
 const same = (/** @type {string[]} */ a, /** @type {string[]} */ b) =>
   a.length === b.length && a.every((value, i) => value === b[i]);
-/** No value and an empty text look the same to the user. */
+/** The values that the user can see: no value, an empty text and "Off" look the same. */
 const shown = (/** @type {string[]} */ values) => values.filter((value) => value !== "" && value !== "Off");
 
 /** True when the action includes the field; a listed field includes all fields below it. */
@@ -44,9 +44,9 @@ export class FormModel {
   button = null;
   /** Called after each change by the user or by a script. */
   onChange = () => {};
-  /** @type {import("./scripts.js").FormScripts | null} the scripts that judge what the user enters */
+  /** @type {import("./scripts.js").FormScripts | null} the scripts that check what the user enters */
   scripts = null;
-  /** @type {Map<string, string>} what is shown in place of a value, by field */
+  /** @type {Map<string, string>} the text that is shown in place of a value, by field */
   #formatted = new Map();
 
   /** Adds the field; if it exists already, adds only what this widget contributes. */
@@ -95,7 +95,7 @@ export class FormModel {
     this.onChange();
   }
 
-  /** Sets values by a script, also those of a field that the user cannot change. */
+  /** Sets values by a script, even those of a field that the user cannot change. */
   compute(/** @type {string} */ name, /** @type {string[]} */ values) {
     const field = this.#fields.get(name);
     if (!field || same(field.values, values)) return;
@@ -103,7 +103,7 @@ export class FormModel {
     this.onChange();
   }
 
-  /** What the form shows for the value of the field when the user is not typing; null when it shows the value. */
+  /** The text that the field shows in place of its value while the user is not typing; null when it shows the value. */
   formatted(/** @type {string} */ name) {
     return this.#formatted.get(name) ?? null;
   }
@@ -115,7 +115,7 @@ export class FormModel {
     for (const watcher of this.#watchers.get(name) ?? []) watcher();
   }
 
-  /** Sets the values that the form has beside those of its file. */
+  /** Sets saved or prefilled values, which replace those of the file. */
   load(/** @type {Record<string, string[]>} */ values) {
     for (const [name, texts] of Object.entries(values)) {
       const field = this.#fields.get(name);
@@ -128,7 +128,7 @@ export class FormModel {
     }
   }
 
-  /** Sets the values that the file has for buttons, whatever they look like, and for fields that no page shows. */
+  /** Sets the file's values of buttons, whose appearance may show another state, and adds fields that no page shows. */
   take(/** @type {Record<string, string[]>} */ own) {
     for (const [name, values] of Object.entries(own)) {
       const field = this.#fields.get(name);
@@ -139,7 +139,7 @@ export class FormModel {
     }
   }
 
-  /** Copies values that a save does not send into the model of the form displayed next. */
+  /** Copies the changed values that a save does not send from the model of the form displayed before. */
   carry(/** @type {FormModel} */ from) {
     for (const { name, values } of from.#changed) {
       const field = this.#fields.get(name);
@@ -198,13 +198,13 @@ export class FormModel {
     return new Map(secret.map(({ name, values }) => [name, values]));
   }
 
-  /** Required fields without a value that can be filled in and are sent. */
+  /** The required fields that have no value, among those that can be filled in and are sent. */
   missing() {
     return [...this.#fields.values()].filter(
       (field) => field.required && field.visible && this.#isSent(field) && !field.readOnly && !shown(field.values).length);
   }
 
-  /** @returns {[string, string[]][]} all fields with a value, as they are shown */
+  /** @returns {[string, string[]][]} the names and current values of all fields with a value */
   all() {
     return [...this.#fields.values()].filter(({ values }) => values.length).map(({ name, values }) => [name, values]);
   }

@@ -1,5 +1,5 @@
-// The notices of the page: information politely, errors assertively (for screen readers), each with buttons for what
-// the user can do.
+// The notices of the page: information, which screen readers read later ("polite"), and errors, which they read at once
+// ("assertive"). Each may have buttons for what the user can do.
 
 import { make } from "./widgets.js";
 

@@ -1,9 +1,9 @@
-// The way through a form of several pages: the number of the page that is shown, and a list of small pictures.
+// Navigation in a form of several pages: the number of the page that is shown, and a list of small pictures.
 
 import { texts } from "./texts.js";
 import { make } from "./widgets.js";
 
-/** From how many pages on there is something to choose. */
+/** The number of pages from which on the navigation is shown. */
 const SEVERAL = 3;
 const WIDTH = 120;
 
@@ -32,7 +32,7 @@ export class PageList {
     this.#frame.addEventListener("scroll", () => this.#mark(), { passive: true });
   }
 
-  /** Follows the form that is shown now. */
+  /** Sets the form that is shown now. */
   follow(/** @type {import("./pdf_form.js").PDFForm} */ form, /** @type {import("./page_view.js").FormView} */ view) {
     [this.#view, this.#pages, this.#now] = [view, form.pages, -1];
     byId("way").hidden = this.#pages.length < SEVERAL;

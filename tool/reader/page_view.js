@@ -67,7 +67,7 @@ class PageView {
     this.#layer?.change(ids, change);
   }
 
-  /** Adds the text of the page, below the fields. */
+  /** Adds the text of the page, under the inputs of its fields. */
   ensureText() {
     if (this.#text) return;
     this.#text = make("div", { className: "text" });
@@ -83,21 +83,21 @@ class PageView {
     this.#drawnAt = scale;
     const canvas = make("canvas");
     canvas.setAttribute("aria-hidden", "true");
-    const { done, cancel } = this.#page.draw(canvas, scale);
-    this.#cancel = cancel;
     try {
+      const { done, cancel } = this.#page.draw(canvas, scale);
+      this.#cancel = cancel;
       this.#faces = await done;
       this.#canvas?.remove();
       this.#canvas = canvas;
       this.element.prepend(canvas);
       this.#layer?.setFaces(this.#faces);
     } catch {
-      // The drawing was cancelled, or failed; it is repeated when the page comes near again.
+      // The drawing was cancelled or failed, or the document was closed. It is repeated when the page comes near again.
       if (this.#drawnAt === scale) this.#drawnAt = 0;
     }
   }
 
-  /** Frees the memory of a canvas. */
+  /** Removes the drawing of the page, to free its memory. */
   drop() {
     this.#cancel?.();
     this.#drawnAt = 0;
@@ -151,7 +151,7 @@ export class FormView {
     return this.#views[0]?.draw(this.#pixels);
   }
 
-  /** Called when the form is on the screen. */
+  /** Call it when the form is on the screen. Begins to draw pages that come near, and makes the inputs of all pages. */
   start() {
     this.#views[0]?.ensureLayer();
     for (const { element } of this.#views) this.#watcher.observe(element);
@@ -171,7 +171,7 @@ export class FormView {
     const top = (frame?.scrollTop ?? 0) * (scale / this.#scale);
     this.#scale = scale;
     this.element.style.setProperty("--scale", `${scale}`);
-    // What was at the top of the screen stays there.
+    // Scrolls so that the same part of the form stays at the top of the screen.
     if (frame && top) frame.scrollTop = top;
     clearTimeout(this.#timer);
     this.#timer = setTimeout(() => this.#near.forEach((view) => view.draw(this.#pixels)), SETTLED);
@@ -189,7 +189,7 @@ export class FormView {
     return Math.max(0, this.#views.findLastIndex(({ element }) => element.offsetTop <= middle));
   }
 
-  /** All inputs, including those of pages that are not near. */
+  /** Makes all inputs, including those of pages that are not near. */
   ensureLayers() {
     for (const view of this.#views) view.ensureLayer();
   }

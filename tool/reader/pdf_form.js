@@ -12,7 +12,7 @@ const OPTIONS = {
   cMapUrl: folder("cmaps"),
   standardFontDataUrl: folder("standard_fonts"),
   wasmUrl: folder("wasm"),
-  // The page's policy may forbid compiling WebAssembly; pdf.js has scripts that do the same.
+  // Uses the decoders of pdf.js in JavaScript, because the page's policy may forbid compiling WebAssembly.
   useWasm: false,
   // Makes a form look the same on every machine.
   useSystemFonts: false,
@@ -55,7 +55,7 @@ const IN_UNISON = 1 << 25;
  */
 
 /**
- * The appearances of buttons as drawn from the file, by widget: one canvas, or one for each of on and off.
+ * The appearances of buttons as drawn from the file, by widget: one canvas, or two for the states on and off.
  * @typedef {Map<string, HTMLCanvasElement | HTMLCanvasElement[]>} Faces
  */
 
@@ -162,7 +162,7 @@ function fieldOf(annotation, kind) {
   };
 }
 
-/** Sorts by rows or columns when the page asks for it (ISO 32000-1 table 30), else keeps the order of the file. */
+/** Sorts the widgets by rows or columns as "/Tabs" of the page says (ISO 32000-1 table 30), else keeps their order. */
 function inTabOrder(/** @type {Widget[]} */ widgets, /** @type {string} */ order) {
   if (order !== "R" && order !== "C") return widgets;
   const [along, across, size] = order === "R" ? ["x", "y", "h"] : ["y", "x", "w"];
@@ -179,8 +179,9 @@ function inTabOrder(/** @type {Widget[]} */ widgets, /** @type {string} */ order
 }
 
 /**
- * Labels radio buttons with tool tips of their own, the words beside them, or their states, in that order; and their groups
- * with the tool tip of the field, else the words before or above. `tips` are the tool tips of the widgets.
+ * Labels radio buttons with their own tool tips if these all differ, else with the words beside them. Adds the state
+ * to a label that is missing or the same for two buttons. Labels their groups with the tool tip of the field, unless a
+ * button has it as its label, else with the words before or above. `tips` are the tool tips of the widgets.
  */
 function labelRadioButtons(/** @type {Widget[]} */ widgets, /** @type {Map<string, string>} */ tips,
   /** @type {Record<string, string>} */ labels, /** @type {import("./labels.js").Phrase[]} */ phrases) {
@@ -275,13 +276,16 @@ export class PDFPage {
     if (page >= 0) this.links.push({ box, url: "", page });
   }
 
-  /** Puts the text of the page into the element, invisible: to be found, selected and read aloud. */
-  addText(/** @type {HTMLElement} */ container) {
+  /**
+   * Puts the text of the page into the element, invisible: to be found, selected and read aloud. Rejects when the
+   * document was closed.
+   */
+  async addText(/** @type {HTMLElement} */ container) {
     const { viewport } = this;
     return new pdfjs.TextLayer({ textContentSource: this.#page.streamTextContent(), container, viewport }).render();
   }
 
-  /** Draws the page as it prints, with all that is on it. */
+  /** Draws the page as it is printed, with all its annotations. */
   drawWhole(/** @type {HTMLCanvasElement} */ canvas, /** @type {number} */ scale) {
     const viewport = this.#page.getViewport({ scale });
     canvas.width = Math.round(viewport.width);
@@ -347,7 +351,7 @@ export class PDFForm {
     this.language = info?.Language ?? "";
   }
 
-  /** What the scripts of the form need; null when it has none. */
+  /** The data that the sandbox needs to run the scripts of the form; null when it has none. */
   async scripts() {
     if (!(await this.#document.hasJSActions())) return null;
     const [objects, calculationOrder, actions, { info }] = await Promise.all([this.#document.getFieldObjects(),

@@ -1,8 +1,8 @@
-// Prints a PDF, each of its pages on a sheet of its own size, and offers one for download.
+// Prints a PDF, with each page on a sheet of the page's size, and offers files for download.
 
 import { make } from "./widgets.js";
 
-/** Pixels per point of printed pages, and the most pixels of one. */
+/** The pixels per point of a printed page, and the largest number of its pixels. */
 const DENSITY = 200 / 72;
 const MAX_AREA = 12_000_000;
 
@@ -27,7 +27,7 @@ export async function printForm(/** @type {import("./pdf_form.js").PDFForm} */ f
   const sizes = new CSSStyleSheet();
   sizes.replaceSync(form.pages.map(({ width, height }, i) =>
     `@page sheet${i} { size: ${width}pt ${height}pt; margin: 0; }\n` +
-    // A little smaller than the sheet: rounding must not make a second one.
+    // Makes the picture a little smaller than the sheet, because rounding must not add a second sheet.
     `#print img:nth-child(${i + 1}) { page: sheet${i}; width: ${width}pt; height: calc(${height}pt - 1px); }`).join("\n"));
   place().replaceChildren(...images);
   document.adoptedStyleSheets = [...document.adoptedStyleSheets, sizes];

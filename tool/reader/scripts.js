@@ -5,14 +5,14 @@ import { stateText } from "./state_text.js";
 
 /** @typedef {import("./pdf_form.js").Widget} Widget */
 /**
- * What a script may change about widgets, beside values.
+ * The properties of widgets that a script may change, besides their values.
  * @typedef {{hidden?: boolean, readonly?: boolean, required?: boolean, focus?: boolean, limit?: number}} WidgetChange
  */
 /**
  * @typedef {object} Listener
  * @property {(ids: string[], change: WidgetChange) => void} onChange
- * @property {() => void} onPrint a script asks to print
- * @property {(reason: string) => void} onFailure a script failed
+ * @property {() => void} onPrint called when a script asks to print
+ * @property {(reason: string) => void} onFailure called when a script has failed
  */
 
 const folder = new URL("./pdfjs/", import.meta.url).href;
@@ -29,7 +29,7 @@ export class FormScripts {
   #listener;
   /** @type {Map<string, {name: string, isToggle: boolean, isDate: boolean, limit: number}>} by widget */
   #places = new Map();
-  /** @type {{value: string, selection: [number, number] | null} | null} the answer to a key that is being judged */
+  /** @type {{value: string, selection: [number, number] | null} | null} the result of the scripts for typeText */
   #answer = null;
   #receive = (/** @type {any} */ { detail }) => this.#update(detail);
 
@@ -80,14 +80,14 @@ export class FormScripts {
     this.#sandbox?.dispatchEvent(event);
   }
 
-  /** The user has entered a text: it is checked, formatted, and what depends on it is computed. */
+  /** Call it when the user has entered a text. Scripts check and format it, and compute fields that depend on it. */
   commitText(/** @type {Widget} */ { id }, /** @type {string} */ value) {
     this.#send({ id, name: "Keystroke", value, willCommit: true, commitKey: 1, selStart: value.length, selEnd: value.length });
   }
 
   /**
-   * The user types, pastes or deletes; returns the text and the selection that the form wants instead. Null when it has no
-   * wish.
+   * Call it when the user types or pastes. Returns the text and the selection that the form's scripts want instead;
+   * null when they change nothing.
    */
   typeText(/** @type {Widget} */ { id }, /** @type {{value: string, change: string, from: number, to: number}} */ { value, change, from, to }) {
     this.#answer = null;
@@ -111,7 +111,7 @@ export class FormScripts {
     for (const name of ["Mouse Down", "Action", "Mouse Up"]) this.#send({ id, name, value: "" });
   }
 
-  /** The sandbox names fields by the identifiers of their widgets. */
+  /** Replaces the identifiers of widgets in a message of the sandbox by the names of their fields. */
   #withNames(/** @type {string} */ text) {
     return text.replace(/"(\w+)"/g, (whole, id) => (this.#places.has(id) ? `"${this.#places.get(id)?.name}"` : whole));
   }
@@ -133,9 +133,11 @@ export class FormScripts {
     if (value !== undefined && !(isDate && value)) {
       this.#model.compute(name, isToggle ? [stateText(`${value}`) || "Off"] : [value ?? ""].flat().map(String));
     }
-    // The value of a date is a number for the scripts. Its format is stored; what was typed, if the field has no room for that.
+    // For the scripts the value of a date is a number, so the formatted text is stored as the value. If it is longer
+    // than the field allows, the typed text is kept.
     if (isDate && formattedValue && `${formattedValue}`.length <= limit) this.#model.compute(name, [`${formattedValue}`]);
-    // After a script has changed other fields, the sandbox sends some values a second time, not formatted.
+    // After a script has changed other fields, the sandbox sends some values a second time, not formatted. These must
+    // not replace the formatted texts.
     const isPlain = formattedValue === `${value}` && this.#model.formatted(name) !== null && wasKnown;
     if (formattedValue !== undefined && !isPlain) this.#model.format(name, formattedValue);
     const change = changeOf(rest);

@@ -11,7 +11,7 @@
  * @property {{original: string, modified: string}} ids
  * @property {SubmitButton[]} buttons
  * @property {string[]} tabs the tab order of each page ("/Tabs")
- * @property {string[]} unset the names of buttons without a value
+ * @property {string[]} unset the full names of fields without a value
  * @property {Record<string, string>} labels the fields' tool tips, by full name
  * @property {{name: string, flags: number, fields: string[]}[]} resets buttons that reset fields
  * @property {Record<string, string[]>} own the values in the file, by full name
@@ -28,7 +28,7 @@
  * @property {string[]} fields
  */
 
-/** The server answered with an error status, or (without a status) did not answer. */
+/** The server answered with an error status, or did not answer (status 0). */
 export class Refusal extends Error {
   constructor(/** @type {number} */ status) {
     super(`status ${status}`);
@@ -42,7 +42,7 @@ const XFDF = { "Content-Type": "application/vnd.adobe.xfdf" };
 async function ask(/** @type {string} */ target, /** @type {RequestInit} */ options = {}) {
   let answer;
   try {
-    // The list of forms, in the folder above, asks too.
+    // The address is relative to this module, because the list of forms, in the folder above, uses this function too.
     answer = await fetch(new URL(target, import.meta.url), { ...options, cache: "no-store", signal: AbortSignal.timeout(PATIENCE) });
   } catch {
     throw new Refusal(0);
@@ -76,22 +76,22 @@ export const resumeForm = (/** @type {string} */ form) =>
 export const lookAtForm = (/** @type {string} */ code) =>
   askJSON(`form.json?code=${encodeURIComponent(code)}`, "GET");
 
-/** The saved values of a form, which may no longer be displayable. */
+/** The saved values of a form, even if the server can no longer show the form. */
 export const fetchSaved = async (/** @type {string} */ form) =>
   (await askJSON(`saved.json?form=${encodeURIComponent(form)}`, "GET")).values;
 
 /** The bytes of a form. */
 export const fetchPDF = async (/** @type {string} */ target) => bodyOf(await ask(target));
 
-/** The address of a form's file in another mode; everything else in it is kept. */
+/** The address of a form's file in another mode; the other parts of the address are kept. */
 export const inMode = (/** @type {string} */ address, /** @type {string} */ mode) =>
   address.replace(/([?&]Action=)[^&#]*/, `$1${mode}`);
 
-/** The form with these values, drawn, as bytes, with or without its fields; nothing is stored. */
+/** The bytes of a PDF of the form with these values drawn. With `isFlat` it has no fields. Nothing is stored. */
 export const fetchDrawn = async (/** @type {string} */ xfdf, isFlat = false) =>
   bodyOf(await ask(isFlat ? "print.pdf?flat=yes" : "print.pdf", { method: "POST", body: xfdf, headers: XFDF }));
 
-/** Posts the form; returns the form that comes back and its mode. */
+/** Posts the form; returns the form in the server's answer, and its mode. */
 export async function submit(/** @type {string} */ target, /** @type {string} */ xfdf) {
   const answer = await ask(target, { method: "POST", body: xfdf, headers: XFDF });
   const address = new URL(answer.headers.get("Content-Location") ?? target, location.href);

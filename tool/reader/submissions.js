@@ -1,5 +1,5 @@
-// The page of the submissions, for who runs the server. The address has the key in its fragment, which browsers do not
-// send; this script sends it as a field of each request.
+// The page of the submissions, for the person who runs the server. The address has the key in its fragment, which
+// browsers do not send. This script sends the key in a header field of each request.
 
 import { save } from "./printing.js";
 import { language, texts, timeText } from "./texts.js";
@@ -11,7 +11,7 @@ const own = texts.submissions;
 const byId = (/** @type {string} */ id) => /** @type {any} */ (document.getElementById(id));
 const key = () => new URLSearchParams(location.hash.slice(1)).get("key") ?? "";
 
-/** The answer to a request; null when there is none, which is told. */
+/** The answer to a request; null on failure, with a message on the page. */
 async function ask(/** @type {string} */ name, /** @type {URLSearchParams} */ wanted) {
   const target = new URL(`../submissions/${name}?${wanted}`, import.meta.url);
   const answer = await fetch(target, { headers: { "X-Zforms-Key": key() }, cache: "no-store" }).catch(() => null);
@@ -20,7 +20,7 @@ async function ask(/** @type {string} */ name, /** @type {URLSearchParams} */ wa
   return null;
 }
 
-/** What the user looks for, as parameters of the request. */
+/** The user's search, as parameters of the request. */
 function wantedNow() {
   const wanted = new URLSearchParams();
   if (byId("words").value) wanted.set("search", byId("words").value);
@@ -29,7 +29,7 @@ function wantedNow() {
   return wanted;
 }
 
-/** The last request that was made; the answers to former ones are not shown. */
+/** The number of the last request for a list. Answers to earlier requests are ignored. */
 let turn = 0;
 
 async function list(before = 0) {

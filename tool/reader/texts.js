@@ -22,7 +22,7 @@ const wanted = globalThis.navigator?.languages ?? [];
 export const language = languageOf(wanted);
 export const texts = all[language];
 
-/** The language with the region of the browser's user, for the format of dates and times. */
+/** The locale for the format of dates and times: the language, with the region of the user's preferred language. */
 export function localeOf(/** @type {string} */ spoken, /** @type {readonly string[]} */ languages) {
   const { region } = new Intl.Locale(languages[0] ?? spoken).maximize();
   return region ? `${spoken}-${region}` : spoken;

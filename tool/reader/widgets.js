@@ -11,7 +11,7 @@ import { texts } from "./texts.js";
  */
 
 const OFF = "Off";
-/** The largest font size for a text without its own size, which otherwise fits the height of its field. */
+/** The font size of a text without its own size: this part of the field's height, but at most MAX_AUTO_SIZE. */
 const FULL_HEIGHT = 0.7;
 const MAX_AUTO_SIZE = 12;
 
@@ -54,7 +54,7 @@ function describe(/** @type {HTMLElement} */ element, /** @type {Widget} */ widg
   if (widget.required && !widget.readOnly && widget.kind !== "radio") element.setAttribute("aria-required", "true");
 }
 
-/** Shows labels beside the pointer. They are no titles all the time: screen readers would say each label twice. */
+/** Shows labels beside the pointer. Sets the titles only then, because screen readers would read each label twice. */
 export function showLabels(/** @type {HTMLElement} */ place) {
   const labelOf = (/** @type {any} */ target) => (target.matches("button, input, select, textarea") ? target.getAttribute("aria-label") : null);
   place.addEventListener("pointerover", ({ target }) => {
@@ -69,12 +69,13 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   input.readOnly = widget.readOnly;
   input.autocomplete = "off";
   input.dir = "auto";
-  // Typed text must not be sent to a spelling service.
+  // Turns off spell checking, because typed text must not be sent to a spelling service.
   input.spellcheck = false;
   if (widget.maxLength) input.maxLength = widget.maxLength;
   if (widget.comb) {
     input.classList.add("comb");
-    // The browser scrolls to show a cursor after the last position, which would cut off the first character.
+    // Undoes the scrolling by which the browser shows a cursor after the last position: it would hide the first
+    // character.
     input.addEventListener("scroll", () => {
       if (input.value.length <= widget.comb) input.scrollLeft = 0;
     });
@@ -89,7 +90,7 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
     model.set(widget.name, [input.value]);
     model.format(widget.name, null);
   });
-  // Not the browser's event of a change: it misses what a script made of the keys.
+  // Compares the texts, because the browser's "change" event does not notice texts that a script has set.
   let before = "";
   const commit = () => {
     if (input.value !== before) model.scripts?.commitText(widget, (before = input.value));
@@ -97,7 +98,7 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   input.addEventListener("focus", () => {
     const formatted = input.value;
     show();
-    // The browser had put the cursor, or a selection, into the other text.
+    // Selects the whole text, because the browser has set the cursor or the selection in the formatted text.
     if (input.value !== formatted) input.select();
     before = input.value;
   });
@@ -121,7 +122,7 @@ function makeText(/** @type {Widget} */ widget, /** @type {FormModel} */ model) 
   return { element: input, show, extras: date && !widget.readOnly ? makeCalendar(input, widget, choose) : [] };
 }
 
-/** The browser's calendar for a field whose script formats a date: a button beside the cursor, or Alt and the arrow down. */
+/** The browser's calendar for a field whose script formats a date. A button or Alt+ArrowDown in the field opens it. */
 function makeCalendar(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, /** @type {Widget} */ widget, /** @type {(text: string) => void} */ choose) {
   const button = make("button", { type: "button", className: "calendar", tabIndex: -1, textContent: "▾" });
   button.setAttribute("aria-label", `${texts.calendar} – ${widget.label}`);
@@ -141,7 +142,7 @@ function makeCalendar(/** @type {HTMLInputElement | HTMLTextAreaElement} */ inpu
     event.preventDefault();
     open();
   });
-  // The field keeps the cursor.
+  // Keeps the focus in the field.
   button.addEventListener("pointerdown", (event) => event.preventDefault());
   button.addEventListener("click", open);
   days.addEventListener("change", () => days.value && choose(dateText(days.value, widget.help.date)));
@@ -153,7 +154,7 @@ function judgeKeys(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, 
   input.addEventListener("beforeinput", (event) => {
     const { data, dataTransfer, inputType, isComposing } = /** @type {InputEvent} */ (event);
     const change = data ?? dataTransfer?.getData("text/plain") ?? "";
-    // Deletions are seen when the text is complete.
+    // Deletions are not checked here: the scripts check the whole text when it is entered.
     if (!model.scripts || isComposing || !inputType.startsWith("insert") || !change) return;
     const [from, to] = [input.selectionStart ?? 0, input.selectionEnd ?? 0];
     if (widget.maxLength && input.value.length - (to - from) + change.length > widget.maxLength) return;
@@ -166,7 +167,7 @@ function judgeKeys(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, 
   });
 }
 
-/** The browser cuts text that is too long, without a word; this says beside the field what was cut. */
+/** Shows beside the field the part of a text that the browser left out because the text is too long. */
 function sayWhatIsLeftOut(/** @type {HTMLInputElement | HTMLTextAreaElement} */ input, /** @type {Widget} */ { maxLength, box }) {
   let left = "";
   const hint = make("span", { className: "hint" });
@@ -192,7 +193,7 @@ function sayWhatIsLeftOut(/** @type {HTMLInputElement | HTMLTextAreaElement} */ 
 
 function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model, /** @type {string} */ group) {
   const input = make("input", { type: widget.kind === "radio" ? "radio" : "checkbox", disabled: widget.readOnly });
-  // In one group the browser allows only one button to be on. So buttons that are on together get different groups.
+  // Puts buttons that are on together into different groups, because in one group the browser allows only one to be on.
   const apart = widget.inUnison ? widget.nth : 0;
   if (widget.kind === "radio") input.name = `${group}${apart}.${widget.name}`;
   const isPressed = () => widget.kind === "check" || widget.inUnison || (model.get(widget.name)?.nth ?? 0) === widget.nth;
@@ -203,7 +204,7 @@ function makeToggle(/** @type {Widget} */ widget, /** @type {FormModel} */ model
     model.scripts?.commitToggle(widget, input.checked);
   });
   if (widget.kind === "radio" && widget.canBeOff) {
-    // A radio button of the browser cannot be switched off by the user.
+    // Switches the button off when it is pressed again. The browser's radio buttons do not do that.
     let wasOn = false;
     input.addEventListener("pointerdown", () => (wasOn = input.checked));
     input.addEventListener("keydown", ({ key }) => (wasOn = key === " " && input.checked));
@@ -268,7 +269,7 @@ function makeButton(/** @type {Widget} */ widget, /** @type {Presses} */ presses
   return { element: button, show: () => {} };
 }
 
-/** The elements of a page's widgets, in order; their names are different for each displayed form. */
+/** The elements of a page's widgets, in order. `serial` is a part of their names, different for each displayed form. */
 export class Layer {
   element = make("div", { className: "layer" });
   /** @type {Map<string, HTMLElement>} */
@@ -281,7 +282,7 @@ export class Layer {
     for (const widget of widgets) this.#add(widget, this.#placeFor(widget), model, presses);
   }
 
-  /** Where the elements of a widget go: the group of radio buttons, or the layer. */
+  /** The parent of the elements of a widget: the group of radio buttons, or the layer. */
   #placeFor(/** @type {Widget} */ { kind, name, group, required, readOnly }) {
     const last = /** @type {HTMLElement | null} */ (this.element.lastElementChild);
     if (kind !== "radio" || !group) return this.element;
@@ -303,7 +304,7 @@ export class Layer {
     if (widget.kind !== "push") model.watch(widget.name, show);
     this.#inputs.set(widget.id, element);
     if (widget.kind === "check" || widget.kind === "radio" || widget.kind === "push") {
-      // The button's appearance from the file is drawn behind it.
+      // Adds an element for the button's appearance from the file, which is drawn behind the button.
       const face = make("span", { className: "face" });
       place(face, widget);
       face.dataset.of = widget.id;

@@ -1,5 +1,5 @@
-// Writes XFDF as readers submit it (ISO 19444-1): fields nested by the periods of their names, UTF-8, lines ending in
-// LF.
+// Writes XFDF as PDF readers submit it (ISO 19444-1): in UTF-8, with LF as the end of line. Fields are nested: a period
+// in a full name separates the levels.
 
 /**
  * @typedef {object} Submission

@@ -46,10 +46,10 @@ void PostgresListener::Run() {
 }
 
 void PostgresListener::Listen(PostgresConnection& connection) {
-  // A notification has nothing to lose, so its commit need not wait for the disk.
+  // A notification stores no data, so its commit need not wait for the disk.
   const std::string sql = "SET synchronous_commit = off; LISTEN zforms";
   if (!connection.Run(sql, Clock::now() + kAnswerTime).IsDone()) return;
-  // What is told from now on is heard.
+  // From now on no notification is missed. Earlier ones may have been missed, so all data counts as changed.
   for (std::atomic<uint64_t>& news : news_) news++;
   hears_ = true;
   std::vector<std::string> heard;
@@ -61,7 +61,7 @@ void PostgresListener::Listen(PostgresConnection& connection) {
     }
     heard.clear();
   }
-  // The last changes of a server that stops.
+  // Announces the last changes of a server that stops.
   if (stops_ && !connection.IsLost()) TellOthers(connection);
 }
 

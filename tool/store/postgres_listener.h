@@ -12,9 +12,10 @@ namespace zforms::tool {
 
 class PostgresConnection;
 
-// PostgresListener tells the other servers of a store what this one changed, and hears what they changed (LISTEN and
-// NOTIFY), with a connection and a thread of its own. A submission is not told in its own transaction, because the
-// database commits transactions with NOTIFY one after the other; it is told up to 100 ms later. Any thread may use it.
+// PostgresListener notifies the other servers of a store of changes by this one, and receives their notifications
+// (LISTEN and NOTIFY). It has a connection and a thread of its own. A submission is announced up to 100 ms later, not
+// in its own transaction, because the database commits transactions with NOTIFY one after the other. Any thread may use
+// it.
 class PostgresListener {
  public:
   enum Kind : uint8_t { kStates, kRubrics };
@@ -24,10 +25,10 @@ class PostgresListener {
   PostgresListener& operator=(const PostgresListener&) = delete;
   ~PostgresListener();
 
-  // A counter of changes. Data read after a call is current as long as further calls return the same number. 0 while
-  // the connection is lost: then nothing may be cached.
+  // A counter of changes by any server. Data that is read after a call is up to date as long as further calls return
+  // the same number. 0 while the connection is lost: then nothing may be cached.
   uint64_t News(Kind kind) const;
-  // Tells the other servers that this one has changed something.
+  // Counts a change by this server, and notifies the other servers of it.
   void Tell(Kind kind);
 
  private:

@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Between two attempts to reach a database that is not there.
+// The pause between two attempts to reach a database that does not answer.
 constexpr std::chrono::milliseconds kPause(100);
 
 }  // namespace
@@ -46,7 +46,7 @@ std::unique_ptr<PostgresConnection> PostgresPool::Connect(Deadline deadline, std
     std::string reason;
     std::unique_ptr<PostgresConnection> connection = ConnectToStore(pq_, address_, deadline, &reason);
     if (connection != nullptr) return connection;
-    // The last attempt has little time, so its reason tells less.
+    // Keeps the reason of the first attempt: the last one has little time, so it may fail only for that.
     if (first.empty()) first = reason;
     std::this_thread::sleep_until(std::min(deadline, Clock::now() + kPause));
     if (Clock::now() < deadline) continue;

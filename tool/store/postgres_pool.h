@@ -11,20 +11,21 @@
 
 namespace zforms::tool {
 
-// PostgresPool keeps some connections to one database for the threads of a server. After a loss it connects again by
-// itself. Any thread may use it.
+// PostgresPool keeps up to `most` connections to one database for the threads of a server. After the loss of a
+// connection it makes a new one. Any thread may use it.
 class PostgresPool {
  public:
-  // Takes over a first connection.
+  // `first` is a connection that the pool takes over.
   PostgresPool(const Libpq& pq, std::string address, size_t most, std::unique_ptr<PostgresConnection> first);
 
   // Null, with a reason, when no connection is available before the deadline.
   std::unique_ptr<PostgresConnection> Take(Deadline deadline, std::string* error);
-  // A connection that is lost is closed, and the idle ones with it, since they are probably lost too.
+  // Returns a connection to the pool. When it is lost, closes it and the idle ones, since they are probably lost too.
   void Give(std::unique_ptr<PostgresConnection> connection);
 
-  // Runs the work with a connection, again with another one when it is lost, until the deadline; so the work must do no
-  // harm when it is done twice. The work returns false on failure. `error` gets the reason when there is no connection.
+  // Runs the work with a connection. When the work fails and the connection is lost, runs it again with another one,
+  // until the deadline; so a repetition must do no harm. The work returns false on failure. `error` gets the reason
+  // when there is no connection or it is lost.
   bool Run(Deadline deadline, const std::function<bool(PostgresConnection&)>& work, std::string* error);
 
  private:

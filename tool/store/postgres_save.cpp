@@ -5,24 +5,24 @@
 #include "tool/store/postgres_store.h"
 #include "zforms/platform/crypto/random_token.h"
 
-// Storing of submissions. One statement, which is one transaction, raises the count of the form and adds the submission
-// with its fields. It locks the row of the form, so of two servers that save the same step one is first, and the other
-// finds the count raised.
+// Storing of submissions. One statement, which is one transaction, increases the count of the form and adds the
+// submission with its fields. It locks the row of the form. So when two servers save the same step, one is first, and
+// the other finds the increased count.
 //
-// When the connection is lost before the reply, nobody knows whether the statement was done. So each submission has a
-// random key. The next attempt waits until the row of the form is not locked, hence the lost attempt has ended, and
-// looks for the key before it stores anything.
+// When the connection is lost before the reply, it is unknown whether the statement was executed. So each submission
+// has a random key. The next attempt first locks the row of the form, and so waits until the lost attempt has ended.
+// Then it looks for the key before it stores anything.
 namespace zforms::tool {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How long a submission waits for a database that is not there; longer when a reply was lost, since then only the
-// database knows the outcome.
+// How long a submission waits for a database that does not answer; kDoubtTime when a reply was lost, since then only
+// the database knows the outcome.
 constexpr std::chrono::seconds kWait(2);
 constexpr std::chrono::seconds kDoubtTime(10);
 constexpr std::chrono::seconds kStatementTime(20);
-// The documents of submissions whose outcome is unknown, together.
+// The largest total size in bytes of the documents of submissions whose outcome is unknown.
 constexpr size_t kMostDoubt = size_t{32} << 20;
 
 constexpr char kAccept[] = R"(
@@ -52,10 +52,10 @@ std::string NameOf(const Submission& submission) {
 
 }  // namespace
 
-// The storing of one submission, over as many connections as it takes.
+// Stores one submission, over several connections if some are lost.
 class PostgresStore::Save {
  public:
-  // With a key, a former attempt may have stored the submission.
+  // `key` is empty, except when an earlier attempt with that key may have stored the submission.
   Save(const Submission& submission, const std::string& key)
       : submission_(submission), key_(key.empty() ? RandomToken() : key), in_doubt_(!key.empty()) {
     // When a name is repeated, its last value is used.
@@ -72,7 +72,7 @@ class PostgresStore::Save {
   Verdict Result() const { return verdict_; }
   const std::string& Failure() const { return failure_; }
 
-  // False on failure, when it may be tried again on another connection if this one is lost.
+  // False on failure. If the connection is lost, Run may be called again with another one.
   bool Run(PostgresConnection& connection) {
     if (in_doubt_) {
       bool ignored = false;

@@ -8,13 +8,14 @@
 namespace zforms::tool {
 namespace {
 
-// The tables have a schema of their own. An answer is given after the commit is safe, whatever the database's default.
+// The settings of a session. The tables are in the schema "zforms". A commit returns only when its data is safe on the
+// disk, even when the database turns synchronous_commit off by default.
 constexpr char kSession[] =
     "SET search_path = zforms; SET lock_timeout = '10s'; SET idle_in_transaction_session_timeout = '5min'; "
     "SELECT set_config('synchronous_commit', 'on', false) WHERE current_setting('synchronous_commit') = 'off'";
 
-// Columns with data from PDF readers are bytea, because the type text refuses NUL and invalid UTF-8. Indexes hold no
-// names or values of fields, which may be longer than an index takes.
+// Columns with data from PDF readers are bytea, because the type text refuses NUL and invalid UTF-8. No index contains
+// names or values of fields, because they may be longer than an entry of an index can be.
 constexpr char kTables[] = R"(
 CREATE SCHEMA IF NOT EXISTS zforms;
 CREATE TABLE zforms.version(version integer NOT NULL);
@@ -42,7 +43,7 @@ CREATE TABLE zforms.rubrics(
 CREATE TABLE zforms.settings(name text PRIMARY KEY, value text NOT NULL);
 )";
 
-// Each brings the tables to the next version; the same versions as those of SQLite.
+// Each step upgrades the tables by one version. The versions are the same as those of SQLite.
 constexpr const char* kSteps[] = {
     R"(CREATE INDEX submissions_by_transaction ON zforms.submissions("transaction"))",
     R"(DROP INDEX zforms.submissions_by_transaction;
@@ -50,7 +51,7 @@ constexpr const char* kSteps[] = {
 };
 static_assert(std::size(kSteps) == kStoreVersion);
 
-// One server at a time, until the end of the transaction.
+// Begins a transaction with a lock, so that only one server at a time upgrades the tables.
 constexpr char kBegin[] = "BEGIN; SELECT pg_advisory_xact_lock(7012201501)";
 
 bool Migrate(PostgresConnection& connection, Deadline deadline, int from, std::string* error) {

@@ -15,8 +15,8 @@ std::unique_ptr<PostgresConnection> ConnectToStore(const Libpq& pq, const std::s
 // read.
 bool ReadPostgresVersion(PostgresConnection& connection, Deadline deadline, int* version, std::string* error);
 
-// Creates the tables when there are none, and brings them to kStoreVersion, in one transaction. `before` gets the
-// version that they had. When several servers do it at the same time, one does it and the others wait.
+// Creates the tables when there are none, and upgrades them to kStoreVersion, in one transaction. `before` gets the
+// version that they had. When several servers call this at the same time, one does the work and the others wait.
 bool UpgradePostgresTables(PostgresConnection& connection, Deadline deadline, int* before, std::string* error);
 
 }  // namespace zforms::tool

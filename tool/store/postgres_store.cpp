@@ -11,15 +11,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// As many as a server has threads that answer requests.
+// The number of connections of a server: as many as it has threads that answer requests.
 constexpr size_t kConnections = 4;
-// How long a request waits for a database that is not there.
+// How long a request waits for a database that does not answer.
 constexpr std::chrono::seconds kWait(2);
-// How long a command waits.
+// How long a command waits for the database.
 constexpr std::chrono::seconds kPatience(10);
-// Creating an index on many rows takes long.
+// How long an upgrade may take: creating an index on many rows takes long.
 constexpr std::chrono::hours kUpgradeTime(12);
-// How long data from the store is cached at most: a server may have died before it told the others of a change.
+// How long data from the store is cached at most, since a server may have died before it announced a change.
 constexpr std::chrono::seconds kLongestKept(5);
 constexpr const char* kNoStore = "there is no store in this database";
 
@@ -85,7 +85,7 @@ std::string PostgresStore::LastError() const {
   return error_;
 }
 
-// Runs a statement that does no harm when it is done twice.
+// Runs a statement, and runs it again when the connection is lost. So a repetition of the statement must do no harm.
 bool PostgresStore::Ask(const char* sql, const PostgresParameters& parameters, PostgresResult* result) {
   std::string error;
   const Deadline deadline = Clock::now() + (listener_ == nullptr ? kPatience : kWait);
@@ -118,7 +118,7 @@ SharedForms::Found PostgresStore::FindForm(uint64_t transaction, OpenedForm* for
 }
 
 SharedForms::Found PostgresStore::FindFormOf(const std::string& token, OpenedForm* form) {
-  // A text of PostgreSQL takes no NUL and nothing that is not UTF-8; tokens are hexadecimal.
+  // Tokens are hexadecimal. Other texts are refused here, because PostgreSQL fails for NUL and invalid UTF-8.
   if (token.find_first_not_of(kLowerHexDigits) != std::string::npos) return Found::kNo;
   return FindBy(kFormOfToken, PostgresParameters().Text(token), form);
 }
@@ -129,14 +129,14 @@ Store::Added PostgresStore::AddForm(const OpenedForm& form) {
   PostgresResult added;
   if (!Ask(kAddForm, values.Number(form.expected), &added)) return Added::kFailure;
   if (added.Rows() > 0) return Added::kAdded;
-  // It may have been added by an attempt whose reply was lost.
+  // The form exists already. It may have been added by an earlier attempt of this call, whose reply was lost.
   OpenedForm found;
   const Found known = FindForm(form.transaction, &found);
   if (known == Found::kFailure) return Added::kFailure;
   return known == Found::kYes && found.token == form.token ? Added::kAdded : Added::kTaken;
 }
 
-// By the clock of the database, since those of the servers may differ.
+// Uses the clock of the database, since those of the servers may differ.
 bool PostgresStore::ExpireForms(uint32_t days, std::vector<uint64_t>* expired) {
   constexpr char kExpire[] =
       R"(DELETE FROM forms WHERE expected = 0 AND

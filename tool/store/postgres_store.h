@@ -62,14 +62,15 @@ class PostgresStore : public Store, public SharedForms {
   void Tell(PostgresListener::Kind kind);
 
   PostgresPool pool_;
-  std::unique_ptr<PostgresListener> listener_;  // of a server
+  std::unique_ptr<PostgresListener> listener_;  // null unless the store was opened to serve
   int version_ = 0;
   mutable std::mutex mutex_;
   std::string error_;
-  // The keys of submissions that may have been stored though no reply came, by transaction, count and document.
+  // The keys of submissions that may have been stored although no reply arrived. Indexed by transaction, count and
+  // document.
   std::map<std::string, std::string> doubts_;
   size_t doubt_size_ = 0;
-  // What was read at a number of News, and since when it is kept.
+  // Data that was read when News returned `news`. It may be used until News changes, at most until `until`.
   struct {
     uint64_t news = 0;
     Deadline until;

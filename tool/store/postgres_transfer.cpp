@@ -12,12 +12,12 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kWait(10);
 constexpr std::chrono::minutes kLoadTime(30);
-// Rows that are read at a time: few where a row may have megabytes.
+// How many rows are read at a time: few when a row may have megabytes.
 constexpr int kBriefRows = 100;
 constexpr int kWholeRows = 8;
-// Longer texts are left out of brief lists, and not searched.
+// The length in bytes above which texts are left out of brief lists.
 constexpr char kLongText[] = "524288";
-// From the clock's ticks of 100 ns since 1601 to seconds since 1970.
+// Converts the clock's ticks, 100 ns each since 1601, to seconds since 1970.
 constexpr char kOpened[] = "to_timestamp($1::bigint / 10000000.0 - 11644473600)";
 
 std::string CursorOf(const SubmissionFilter& filter) {
@@ -57,8 +57,8 @@ Submission SubmissionOf(const PostgresResult& rows, int row) {
   return one;
 }
 
-// Whether the submission has the text, which is in one letter case already. The database's own letter case depends on
-// how it was installed.
+// True when a value or the code of the submission contains the text `wanted`, which is case-folded already. This is not
+// done by the database, because its rules for letter case depend on its installation.
 bool HasText(const Submission& one, std::string_view wanted, bool rejected) {
   constexpr size_t kSearched = size_t{512} << 10;
   const auto holds = [wanted](std::string_view text) {
@@ -126,7 +126,7 @@ class PostgresStore::Sink : public StoreSink {
   std::string failure_;
 };
 
-// Visits within the open transaction of the connection.
+// Visits the submissions in the open transaction of the connection. Sets `visited` when any was visited.
 bool PostgresStore::Visit(PostgresConnection& connection, const SubmissionFilter& filter,
                           const std::function<bool(const Submission&)>& visit, bool* visited) {
   PostgresParameters values;
@@ -158,7 +158,8 @@ bool PostgresStore::VisitSubmissions(const SubmissionFilter& filter,
     done = connection.Run(std::string("BEGIN READ ONLY"), Clock::now() + kWait).IsDone() &&
            Visit(connection, filter, visit, &visited);
     if (!connection.IsLost()) connection.Run(std::string("ROLLBACK"), Clock::now() + kWait);
-    // What was visited is not visited again.
+    // Returns true after a visit, also on failure, so that the pool does not repeat the work: no submission may be
+    // visited twice.
     return done || visited;
   };
   return (pool_.Run(Clock::now() + kWait, work, &error) && done) || Fail(error.empty() ? LastError() : error);
@@ -214,7 +215,7 @@ bool PostgresStore::VisitAll(StoreSink& sink) {
   if (connection == nullptr) return Fail(error);
   Fail({});
   const std::string begin = "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY";
-  // The connection is not used again.
+  // Leaves the transaction open: the connection is not used again.
   return connection->Run(begin, Clock::now() + kWait).IsDone() && VisitAllBy(*connection, sink);
 }
 
@@ -224,7 +225,7 @@ bool PostgresStore::Load(const std::function<bool(StoreSink& sink)>& fill) {
   constexpr char kAny[] =
       "SELECT EXISTS (SELECT 1 FROM forms) OR EXISTS (SELECT 1 FROM submissions) OR EXISTS (SELECT 1 FROM rejected) OR "
       "EXISTS (SELECT 1 FROM rubrics) OR EXISTS (SELECT 1 FROM settings)";
-  // The next numbers follow those that were copied.
+  // Makes the numbers of new submissions follow the copied ones.
   constexpr char kEnd[] =
       "SELECT setval(pg_get_serial_sequence('submissions', 'id'), coalesce(max(id), 0) + 1, false) FROM submissions; "
       "SELECT setval(pg_get_serial_sequence('rejected', 'id'), coalesce(max(id), 0) + 1, false) FROM rejected; COMMIT";

@@ -7,7 +7,7 @@
 namespace zforms::tool {
 namespace {
 
-// What every version has.
+// The tables that every version has.
 constexpr char kTables[] = R"(
 CREATE TABLE IF NOT EXISTS forms(
   "transaction" INTEGER PRIMARY KEY, code TEXT NOT NULL, token TEXT NOT NULL, folder INTEGER NOT NULL,
@@ -32,10 +32,10 @@ CREATE TABLE IF NOT EXISTS rubrics(
 CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
 )";
 
-// Each brings the tables to the next version.
+// Each step upgrades the tables by one version.
 constexpr const char* kSteps[] = {
     R"(CREATE INDEX submissions_by_transaction ON submissions("transaction"))",
-    // The database itself refuses a second submission for the same step of a transaction.
+    // Makes the database refuse a second submission with the same count in a transaction.
     R"(DROP INDEX submissions_by_transaction;
        CREATE UNIQUE INDEX submissions_once ON submissions("transaction", count))",
 };
@@ -75,7 +75,7 @@ bool ReadSqliteVersion(sqlite3* database, int* version, std::string* error) {
 bool PrepareSqliteTables(sqlite3* database, int wanted, int* version, std::string* error) {
   int before = 0;
   bool done = Execute(database, "BEGIN IMMEDIATE");
-  // Another process may have created or upgraded them.
+  // Reads the version again, because another process may have created or upgraded the tables meanwhile.
   if (done && !ReadSqliteVersion(database, &before, error)) {
     Execute(database, "ROLLBACK");
     return false;

@@ -10,21 +10,23 @@
 #include "tool/store/sqlite_store.h"
 #include "zforms/platform/text/characters.h"
 
-// Storing of long submissions. SQLite has one writer at a time, and must wait for the disk; storing 30 MB at once would
-// block everybody for as long. So the texts of a long submission are stored in advance, in steps: its fields under its
-// future number, and texts longer than a step in rows of "pieces", with the name of the field (none for the XFDF),
-// where the text itself is left empty. The submission itself is stored last, so that nobody sees it before it is
-// complete. Until then its number is in "unfinished"; the server removes unfinished submissions when it starts.
+// Storing of long submissions. SQLite has one writer at a time, which must wait for the disk; storing 30 MB at once
+// would block all other threads. So the texts of a long submission are stored in advance, in steps. Its fields are
+// stored under its future number. A text longer than a step is stored in several rows of "pieces" with the name of its
+// field (an empty name for the XFDF), and the column for the text itself is left empty. The submission is stored last,
+// so that it is not visible before it is complete. Until then its number is in "unfinished"; the server removes
+// unfinished submissions when it starts.
 namespace zforms::tool {
 namespace {
 
 // The approximate number of bytes written in one step.
 constexpr size_t kStep = size_t{512} << 10;
-// Checkpoints before the log is so long that SQLite itself would stop writers for that.
+// The number of steps after which a checkpoint is made: before the write-ahead log is so long that SQLite makes one by
+// itself, which would block writers.
 constexpr unsigned kStepsToCheckpoint = 4;
-// The size of a row beside its texts.
+// The approximate size of a row without its texts, in bytes.
 constexpr size_t kRow = 100;
-// Long enough for a waiting thread to get the store.
+// The pause between two steps, long enough for a waiting thread to get the store.
 constexpr std::chrono::milliseconds kPause(1);
 
 size_t SizeOf(const Submission& submission) {
@@ -33,7 +35,8 @@ size_t SizeOf(const Submission& submission) {
   return size;
 }
 
-// The pieces of rejected submissions use the negative number.
+// The number of a submission in "pieces" and "unfinished": negative for a rejected one, since the numbers of accepted
+// and rejected submissions overlap.
 int64_t KeyOf(int64_t id, bool accepted) { return accepted ? id : -id; }
 
 }  // namespace
@@ -139,7 +142,7 @@ bool SqliteStore::DropUnfinished(int64_t key) {
          Get("DELETE FROM unfinished WHERE submission = ?").Bind(number).Run();
 }
 
-// Removes what a killed server has left.
+// Removes the unfinished submissions that a killed server has left.
 void SqliteStore::DropAllUnfinished() {
   std::vector<int64_t> keys;
   Statement& rows = Get("SELECT submission FROM unfinished");

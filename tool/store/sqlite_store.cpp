@@ -19,11 +19,11 @@ namespace fs = std::filesystem;
 
 constexpr char kFile[] = "zforms.db";
 constexpr char kLockFile[] = "serving.lock";
-// How long to wait, in milliseconds, while another process locks the database. The server answers nobody during this
-// time.
+// How long to wait, in milliseconds, while another process locks the database. The wait of a server is shorter, because
+// it blocks the answers to all requests.
 constexpr int kWaitForOthers = 10000;
 constexpr int kServerWaitForOthers = 2000;
-// After a wait that was too long, further attempts do not wait at all for this time.
+// After a wait that ended without success, further attempts during this time do not wait at all.
 constexpr std::chrono::seconds kBusyTime(2);
 // The clock's ticks are 100 ns.
 constexpr uint64_t kTicksOfDay = uint64_t{24} * 3600 * 10'000'000;
@@ -40,7 +40,8 @@ bool MakeFolder(const std::string& folder, std::string* error) {
   return !code;
 }
 
-// The SQL function holds(text, wanted): whether the text has that part, which is in one letter case already.
+// The SQL function holds(text, wanted): true when the text contains `wanted`, in any letter case. `wanted` is
+// case-folded already.
 void Holds(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
   const auto text_of = [](sqlite3_value* value) {
     const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
@@ -51,7 +52,8 @@ void Holds(sqlite3_context* context, int /*count*/, sqlite3_value** values) {
   sqlite3_result_int(context, folded.View().find(text_of(values[1])) == std::string_view::npos ? 0 : 1);
 }
 
-// The query for the submissions of a filter, whose parts are bound in the order of their numbers.
+// The query for the submissions of a filter. Its parameters are ?1 the code, ?2 the number, ?3 the number before which
+// they are, ?4 the case-folded text to search.
 std::string QueryOf(const SubmissionFilter& filter) {
   const std::string table = filter.rejected ? "rejected" : "submissions";
   std::string sql = "SELECT id, received, code, \"transaction\", count, folder, year, url, ";
@@ -256,7 +258,8 @@ bool SqliteStore::Add(const Submission& submission, bool accepted, Done done) {
   return false;
 }
 
-// When another process locks the database for long, all waiting submissions fail at once, not one after the other.
+// Begins a transaction. When another process locks the database for long, only the first attempt waits: so the waiting
+// submissions fail together, not each after a wait of its own.
 bool SqliteStore::Begin() {
   using Clock = std::chrono::steady_clock;
   sqlite3_busy_timeout(database_, Clock::now() < busy_until_ ? 0 : wait_);
@@ -315,7 +318,7 @@ bool SqliteStore::InsertSubmission(const Submission& submission, bool accepted) 
       .Run();
 }
 
-// The first column of the first row; empty without a row. False on failure.
+// Gets the first column of the first row; leaves `text` unchanged when there is no row. False on failure.
 bool SqliteStore::TextFor(Statement& query, std::string* text) {
   const bool found = query.Next();
   if (found) *text = query.Text(0);
@@ -329,7 +332,7 @@ bool SqliteStore::LatestXFDF(uint64_t transaction, std::string* xfdf) {
   constexpr char kByCount[] = "SELECT id, xfdf FROM submissions WHERE \"transaction\" = ? ORDER BY count DESC LIMIT 1";
   const std::lock_guard lock(mutex_);
   FlushLocked();
-  // Each version has an index for one of them.
+  // Uses the query for which this version of the tables has an index.
   Statement& newest = Get(version_ < 2 ? kByNumber : kByCount).Bind(transaction);
   Submission found;
   if (newest.Next()) {

@@ -81,17 +81,17 @@ class SqliteStore : public Store, public SubmissionQueue {
   mutable std::mutex mutex_;
   sqlite3* database_ = nullptr;
   int version_ = 0;
-  std::string reason_;  // of the last failure, where it is not SQLite's
-  // Locked while this process serves; see Open.
+  std::string reason_;  // the reason of the last failure; empty when SQLite has it
+  // The connection that locks the data folder while this process serves; see LockFolder.
   sqlite3* lock_ = nullptr;
-  // A second connection, which checkpoints the write-ahead log beside the writers.
+  // A second connection, which makes checkpoints of the write-ahead log while other threads use the first one.
   sqlite3* checkpointer_ = nullptr;
   std::atomic<unsigned> steps_ = 0;
   int wait_ = 0;  // how long to wait for other processes, in milliseconds
   std::chrono::steady_clock::time_point busy_until_;
-  // Of the submissions in the open transaction.
+  // The callbacks of the submissions in the open transaction.
   std::vector<Done> batch_;
-  // Prepared once; the key is the SQL text.
+  // Prepared statements, by their SQL text.
   std::map<std::string, std::unique_ptr<Statement>, std::less<>> statements_;
   Statement& Get(const char* sql);
 };

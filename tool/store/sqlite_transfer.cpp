@@ -3,10 +3,11 @@
 #include "tool/base/statement.h"
 #include "tool/store/sqlite_store.h"
 
-// Copying of whole stores: everything that a store has, given to a sink, and a sink that fills a store.
+// Copying of whole stores: passing all data of a store to a sink, and a sink that fills a store.
 namespace zforms::tool {
 
-// Fills the store within its open transaction. Long texts are stored as a whole, since nobody waits for the store.
+// Fills the store within its open transaction. Long texts are stored in one step, since no other thread waits for the
+// store.
 class SqliteStore::Sink : public StoreSink {
  public:
   explicit Sink(SqliteStore* store) : store_(store) {}

@@ -48,12 +48,12 @@ struct SubmissionFilter {
   bool brief = false;         // without the document and the texts above 512 KiB
 };
 
-// Receives the content of a store, or is a store that is filled. A function returns false on failure.
+// Receives the content of a store, for example to fill another store. A function returns false on failure.
 class StoreSink {
  public:
   virtual ~StoreSink();
   virtual bool AddForm(const OpenedForm& form) = 0;
-  // With its number.
+  // The submission keeps its number.
   virtual bool AddSubmission(const Submission& submission, bool accepted) = 0;
   virtual bool SetRubric(const std::string& rubric, const std::string& field, const std::string& value) = 0;
   virtual bool KeepYear(int32_t year) = 0;
@@ -64,12 +64,12 @@ class SubmissionQueue {
  public:
   virtual ~SubmissionQueue();
   virtual std::vector<OpenedForm> Forms() = 0;
-  // Called with the reason why a submission is not stored, or with null when it is.
+  // The type of a callback that gets the reason why a submission is not stored, or null when it is stored.
   using Done = std::function<void(const char* failure)>;
-  // Stores the long parts of a submission in advance, on the calling thread, in short steps between which other threads
-  // can use the store; Add has little left to write then. Texts that are stored are removed from the submission, which
-  // gets its id. Does nothing for a short submission. Returns the reason of a failure, after which nothing is kept, or
-  // an empty text.
+  // Stores the long texts of a submission in advance, so that Add has little left to write. Works on the calling
+  // thread, in short steps between which other threads can use the store. Removes the stored texts from the submission
+  // and sets its id. Does nothing for a short submission. Returns an empty text, or the reason of a failure, after
+  // which nothing remains stored.
   virtual std::string Stage(Submission* submission, bool accepted) = 0;
   // Queues a submission to be stored, as a whole and field by field, together with the increased count of its form;
   // rejected submissions are kept apart. Flush writes the queue, so that submissions that arrive together wait for the
@@ -101,7 +101,7 @@ class Store {
   enum class Mode : uint8_t { kRead, kServe, kEdit };
   virtual ~Store();
 
-  // Exactly one of these is not null, for a store that was opened to serve. The store owns it.
+  // For a store that was opened to serve, exactly one of these is not null. The store owns it.
   virtual SubmissionQueue* Queue() { return nullptr; }
   virtual SharedForms* Shared() { return nullptr; }
 
@@ -116,7 +116,7 @@ class Store {
 
   // The XFDF of the transaction's newest accepted submission; empty when there is none.
   virtual bool LatestXFDF(uint64_t transaction, std::string* xfdf) = 0;
-  // The time of the last submission of a form; empty when there is none.
+  // The times of the last accepted and the last rejected submission of a form; empty when there is none.
   struct FormState {
     std::string accepted;
     std::string rejected;
@@ -130,19 +130,19 @@ class Store {
   virtual bool ReadRubrics(Rubrics* rubrics) = 0;
   virtual bool SetRubric(const std::string& rubric, const std::string& field, const std::string& value) = 0;
 
-  // Gives everything to the sink, as it is at one moment.
+  // Passes all data to the sink, as it is at one moment.
   virtual bool VisitAll(StoreSink& sink) = 0;
-  // Lets `fill` fill the store through a sink, in one transaction: when it returns false, nothing is changed. Fails
-  // when the store is not empty.
+  // Calls `fill` with a sink that fills this store, in one transaction: when `fill` returns false, nothing is changed.
+  // Fails when the store is not empty.
   virtual bool Load(const std::function<bool(StoreSink& sink)>& fill) = 0;
 
-  // The version of its tables; see kStoreVersion.
+  // The version of the store's tables; see kStoreVersion.
   virtual int Version() const = 0;
   // Why the last function failed.
   virtual std::string LastError() const = 0;
 };
 
-// The version of the tables that new stores get, and the oldest one that this program uses as it is.
+// The version of the tables of a new store, and the oldest version that this program can use without an upgrade.
 inline constexpr int kStoreVersion = 2;
 inline constexpr int kOldestStoreVersion = 1;
 

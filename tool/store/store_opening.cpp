@@ -28,7 +28,7 @@ bool UpgradeStore(const std::string& address, int* before, std::string* error) {
 bool CopyStore(Store& from, Store& to, std::string* error) {
   bool is_read = true;
   if (to.Load([&](StoreSink& sink) { return is_read = from.VisitAll(sink); })) return true;
-  // When the target has no error, the source has failed.
+  // Takes the error of the source when the target has none: then reading the source has failed.
   *error = to.LastError();
   if (!is_read && (error->empty() || *error == "not an error")) *error = from.LastError();
   return false;

@@ -12,8 +12,8 @@ namespace zforms::tool {
 // the folder, or when the store has tables of a newer version.
 std::unique_ptr<Store> OpenStore(const std::string& address, Store::Mode mode, std::string* error);
 
-// Brings the tables of a store to kStoreVersion, in one transaction; `before` gets the version that they had. No server
-// may use a folder meanwhile.
+// Upgrades the tables of a store to kStoreVersion, in one transaction; `before` gets the version that they had. When
+// the store is a folder, no server may use it meanwhile.
 bool UpgradeStore(const std::string& address, int* before, std::string* error);
 
 // Copies everything into an empty store, in one transaction.

@@ -48,7 +48,7 @@ ZAcroForm::ZAcroForm() = default;
 ZAcroForm::ZAcroForm(const ZAcroForm& other) : ZAcroForm() {
   finds_page_fields_ = other.finds_page_fields_;
   if (other.parser_ != nullptr) Adopt(std::make_unique<ZPDFParser>(*other.parser_));
-  // Not taken from the other's parser, which may still have the bytes from before the last update.
+  // Copies these from the other form, not from its parser, which may still have the bytes from before the last update.
   path_name_ = other.path_name_;
   raw_data_ = other.raw_data_;
   xref_offset_ = other.xref_offset_;
@@ -302,7 +302,7 @@ void ZAcroForm::RemoveEncryption() {
   encryption_save_.reset();
 }
 
-// An encrypted document must have "/ID", because its key depends on it (ISO 32000-1 7.5.5).
+// Adds "/ID" when it is absent: an encrypted document must have it, because the key depends on it (ISO 32000-1 7.5.5).
 void ZAcroForm::EnsureDocumentIdentifier() {
   if (!parser_->IDOriginal().IsEmpty()) return;
   const Chaine digest = MD5Of(raw_data_);

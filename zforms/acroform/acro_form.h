@@ -78,18 +78,18 @@ class ZFORMS_API ZAcroForm {
   bool Recovers() const { return recovery_; }
   // Sets whether the next load from a path maps a large file into memory: see ZPDFParser::SetFileMapping.
   void SetFileMapping(bool map) { maps_file_ = map; }
-  // Sets which encrypted documents the next Load opens: kRC4Only at first. See ZPDFParser::SetEncryptions.
+  // Sets which encrypted documents the next Load opens: kRC4Only by default. See ZPDFParser::SetEncryptions.
   void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   // Sets whether the next Load also searches the pages for fields: for widgets that "/Fields" does not lead to and that
-  // have a type or a parent. They come at the end of Fields(), in the order of the pages, each below its parents. A
-  // widget whose parent is a field of the form comes after that field's kids. Get returns such a field only if no field
-  // of the form has its name. Reads every page and its annotations.
+  // have a type or a parent. They are added at the end of Fields(), in the order of the pages, each below its parents.
+  // A widget whose parent is a field of the form is added after that field's kids. Get returns such a field only if no
+  // field of the form has its name. The search reads every page and its annotations.
   void SetPageFields(bool find) { finds_page_fields_ = find; }
-  // The topmost of the fields found on pages.
+  // The fields that were found on pages, without those below them.
   PTableau<const Field*> PageFields() const;
   // True when a document with a form is loaded and can be decrypted.
   bool IsValid() const;
-  // The path it was loaded from or last saved to; empty for a stream.
+  // The path that the document was loaded from or last saved to; empty for a stream.
   const Chaine& PathName() const { return path_name_; }
   // The bytes of the document as loaded or last saved.
   const Chaine& RawData() const { return raw_data_; }
@@ -101,8 +101,8 @@ class ZFORMS_API ZAcroForm {
   // The fields of "/Fields"; an empty collection without a form. Built on first use.
   FieldCollection& Fields();
   const FieldCollection& Fields() const { return const_cast<ZAcroForm*>(this)->Fields(); }
-  // Every field by its full name, in document order where several have the same name: groups as well as the fields in
-  // them, widgets after their field.
+  // All fields by their full names: groups, the fields in them, and widgets. Fields with the same name are in document
+  // order, widgets after their field.
   FieldMap FlatFields();
   ConstFieldMap FlatFields() const;
   // Like FlatFields, without submit buttons and the fields below them.
@@ -119,11 +119,12 @@ class ZFORMS_API ZAcroForm {
   // "/AcroForm"; null without a form.
   FormInfos* Infos() { return form_infos_.get(); }
   const FormInfos* Infos() const { return form_infos_.get(); }
-  // True when viewers must draw the values again; set it after filling.
+  // "/NeedAppearances": true when viewers must draw the values again. Set it after filling.
   bool NeedAppearances() const;
   void SetNeedAppearances(bool need);
 
-  // "/ViewerPreferences" of the catalog. The non-const form creates it when it is absent; null without a catalog.
+  // "/ViewerPreferences" of the catalog. The non-const overload creates it when it is absent, and returns null without
+  // a catalog.
   bool HasViewerPreferences() const { return viewer_infos_ != nullptr; }
   ViewerInfos* ViewerPreferences();
   const ViewerInfos* ViewerPreferences() const { return viewer_infos_.get(); }
@@ -145,11 +146,12 @@ class ZFORMS_API ZAcroForm {
   static void SetFieldsReadOnly(const PTableau<Field*>& fields, bool read_only);
 
   // The permissions "/P" with which the document is saved (ISO 32000-1 table 22). Changing them makes the next save a
-  // full one.
+  // full one; a document without encryption is then encrypted with RC4 of 40 bits.
   uint32_t StandardUserFlags() const;
   void SetStandardUserFlags(uint32_t flags);
-  // Sets the passwords of an encrypted document, in the document's encoding, and makes the next save a full one. An
-  // empty owner password is replaced by the user password. False when a password is not allowed by the encryption.
+  // Sets the passwords of an encrypted document, in the document's encoding, and makes the next save a full one. Does
+  // nothing without encryption. An empty owner password is replaced by the user password. False when a password is not
+  // allowed by the encryption.
   bool SetPasswords(const Chaine& user, const Chaine& owner);
   // Make the next save a full one. The first function encrypts with AES of 256 bits and keeps the permissions; the
   // passwords are UTF-8. The second function removes the encryption.
@@ -174,12 +176,12 @@ class ZFORMS_API ZAcroForm {
   bool SaveFull(const Chaine& path);
   bool SaveFull(ZInetOStream& out);
   // True when SaveFull would lose parts of pages or of the form, because objects cannot be read or the page tree or the
-  // list of fields is damaged. Diagnostics() then name them.
+  // list of fields is damaged. Diagnostics() then says which.
   bool WouldLose();
   void ResetModified();
-  // The original bytes with an update that contains those of the given objects that are marked as modified. The form
-  // itself does not change, so a caller can fill it, get the bytes, undo its changes and fill it again. Empty on
-  // failure. Precondition: a document is loaded.
+  // The bytes as loaded or last saved, with an update that contains those of the given objects that are marked as
+  // modified. The form itself does not change, so a caller can fill it, get the bytes, undo its changes and fill it
+  // again. Empty on failure. Precondition: a document is loaded.
   Chaine UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const;
 
   // Why the last load or save failed, and warnings about the document, its form and the values filled in. Valid until
@@ -214,7 +216,7 @@ class ZFORMS_API ZAcroForm {
   bool finds_page_fields_ = false;
   ZPDFEncryptions encryptions_ = ZPDFEncryptions::kRC4Only;
   bool removes_encryption_ = false;
-  // The diagnostics of the form, beside those of the parser.
+  // The diagnostics of the form, without those of the parser.
   ZDiagnostics notes_;
   mutable ZDiagnostics diagnostics_;
   std::unique_ptr<ViewerInfos> viewer_infos_;

@@ -34,7 +34,7 @@ class ZFORMS_API ZAcroFormAction {
   // True when "/Next" has further actions.
   bool HasNext() const;
 
-  // True when "/F" is a file specification dictionary; false when it is absent or a string.
+  // True when "/F" is present: a file specification, as a dictionary or a string. File returns null for a string.
   bool HasFile() const;
   ZAcroFormFileSpec* File();
   const ZAcroFormFileSpec* File() const;
@@ -43,7 +43,7 @@ class ZFORMS_API ZAcroFormAction {
   bool HasURL() const;
   // Empty without a file specification.
   ZInetURL URL() const;
-  // Creates the file specification when "/F" is not one.
+  // Sets the URL. Creates the file specification dictionary when "/F" is not one.
   void SetURL(const ZInetURL& url);
 
  protected:

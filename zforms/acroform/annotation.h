@@ -26,10 +26,10 @@ class ZFORMS_API ZAcroFormAnnotation {
   uint32_t Flags() const;
   bool HasFlags() const;
   void SetFlags(uint32_t flags);
-  // Bit 2.
+  // The flag Hidden, bit 2.
   bool IsHidden() const;
   void Hide(bool hide);
-  // Bit 7; not the same as the read-only flag of the field.
+  // The flag ReadOnly of the annotation, bit 7; not the same as the read-only flag of the field.
   bool IsReadOnly() const;
   void SetReadOnly(bool read_only);
 

@@ -12,8 +12,8 @@ namespace zforms {
 class ZPDFNode;
 class ZPDFNodeDictionary;
 
-// One entry of an appearance dictionary (ISO 32000-1 12.5.5): the appearance of a widget, a single stream or one for
-// each state. These classes are views onto nodes, which the document owns. One thread at a time.
+// One entry of an appearance dictionary (ISO 32000-1 12.5.5): the appearance of a widget, either a single stream or one
+// stream for each state. These classes are views onto nodes, which the document owns. One thread at a time.
 class ZFORMS_API ZAcroFormAppearance {
  public:
   virtual ~ZAcroFormAppearance();
@@ -34,7 +34,7 @@ class ZFORMS_API ZAcroFormAppearance {
   ZPDFNode* node_;
 };
 
-// One appearance, over its stream.
+// A single appearance: a view onto its stream.
 class ZFORMS_API ZAcroFormAppearanceSingle : public ZAcroFormAppearance {
  public:
   ~ZAcroFormAppearanceSingle() override;

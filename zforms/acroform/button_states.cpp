@@ -116,14 +116,14 @@ void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& stat
     if (HasOnStates(widget)) return HasState(widget, state);
     return !is_radio || widgets.size() == 1 || NamedState(widget) == state;
   };
-  const ZAcroFormField* chosen = nullptr;  // the only one to be switched on
+  const ZAcroFormField* chosen = nullptr;  // the only widget to switch on; null when several may be on
   for (const ZAcroFormField* widget : widgets) {
     if (!one_by_one || state == kOff || !can_show(*widget)) continue;
     if (chosen == nullptr || (NamedState(*widget) == state && NamedState(*chosen) != state)) chosen = widget;
   }
   for (ZAcroFormField* widget : widgets) {
     const bool shows = can_show(*widget);
-    // Without an appearance for the state that it has, the widget does not count as off.
+    // Leaves the widget unchanged when "/AS" already is the state, although it has no appearance for the state.
     if (!shows && NamedState(*widget) == state) continue;
     const bool goes_on = shows && (chosen == nullptr || chosen == widget);
     SetShownState(*widget, goes_on ? state : Chaine(kOff));

@@ -15,7 +15,7 @@ namespace {
 using Lock = ZAcroFormSignature::Lock;
 
 constexpr const char* kUsageRights[] = {"/UR3", "/UR"};
-// A list with more references is not taken for a signature's.
+// At most this many references of a signature are read.
 constexpr size_t kMostReferences = 100;
 constexpr uint32_t kAnnotateAndFill = 0x20;
 constexpr uint32_t kFill = 0x100;
@@ -38,7 +38,7 @@ void AddLock(const ZPDFNodeDictionary* lock, ZAcroFormSignature* signature) {
     const ZPDFNode* const name = fields->GetTargetAt(i);
     if (name != nullptr) added.fields.push_back(PDFTextToUTF8(name->GetStringValue()));
   }
-  // The signature may repeat the lock of its field.
+  // Adds each lock once: the signature may repeat the lock of its field.
   PTableau<Lock>& locks = signature->locks;
   if (std::find(locks.begin(), locks.end(), added) == locks.end()) locks.push_back(std::move(added));
 }
@@ -68,7 +68,8 @@ void ReadReferences(const ZPDFNodeDictionary& value, ZAcroFormSignature* signatu
   }
 }
 
-// Reads the signatures of signed fields, and whether one of them is the certification.
+// Reads the signatures of signed fields. `*certification` is the certifying signature; it becomes null when a field has
+// it.
 void ReadFields(const ZAcroFormFieldCollection& fields, const ZPDFNodeDictionary** certification,
                 PTableau<ZAcroFormSignature>* signatures) {
   for (uint32_t i = 0; i < fields.Size(); i++) {
@@ -96,8 +97,8 @@ const ZPDFNodeDictionary* Perms(const ZAcroForm& form) {
   return root == nullptr ? nullptr : DictionaryAt(*root, "/Perms");
 }
 
-// They bind everybody but the owner. At revision 2 one bit forbids both annotating and filling; later revisions have
-// another bit for filling.
+// Whether the permissions forbid filling in. They do not bind the owner. At revision 2 one bit allows both annotating
+// and filling in; later revisions have another bit for filling in.
 bool ForbidsFilling(const ZPDFEncryption* encryption) {
   if (encryption == nullptr) return false;
   const uint32_t allowing = encryption->StandardRevision() == 2 ? kAnnotateAndFill : kAnnotateAndFill | kFill;

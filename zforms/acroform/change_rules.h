@@ -13,7 +13,8 @@ class ZPDFNodeDictionary;
 
 // A signed signature field, and the changes that its signature allows.
 struct ZFORMS_API ZAcroFormSignature {
-  // The fields that it locks, by "/FieldMDP" (ISO 32000-1 12.8.2.4) or by the "/Lock" of its field (table 233).
+  // The fields that a signature locks, by "/FieldMDP" (ISO 32000-1 12.8.2.4) or by "/Lock" of the signature field
+  // (table 233).
   struct Lock {
     enum Which : uint8_t { kAll, kListed, kOthers };
     Which which = kAll;
@@ -28,17 +29,17 @@ struct ZFORMS_API ZAcroFormSignature {
   static constexpr int kAnnotating = 3;
 
   Chaine field;  // the full name in UTF-8; empty for a certification without a field in the form
-  // 0 for a signature that does not certify the document.
+  // One of the values above; 0 for a signature that does not certify the document.
   int level = 0;
   PTableau<Lock> locks;
 
   bool Certifies() const { return level != 0; }
   bool Locks(const Chaine& name) const;
-  // For messages, such as "certifies, allows filling in; locks every field".
+  // A description for messages, such as "certifies, allows filling in; locks every field".
   Chaine Describe() const;
 };
 
-// ZAcroFormChangeRules tells which changes a document allows. Changes are limited by signatures and certification
+// ZAcroFormChangeRules says which changes a document allows. Changes are limited by signatures and certification
 // ("/DocMDP", "/FieldMDP", "/Lock"), by the permissions of its encryption, by usage rights ("/Perms" "/UR3") and by an
 // XFA form beside the fields. The rules are read from the document once and do not follow later changes. They enforce
 // nothing: a forbidden change is possible, but invalidates the signatures concerned. A plain value; any number of
@@ -51,10 +52,10 @@ class ZFORMS_API ZAcroFormChangeRules {
     kAlone,   // there are no fields
   };
 
-  // Reads the rules of a loaded document; reads its fields and loads the objects of signatures.
+  // Reads the rules of a loaded document. This builds the fields of the form and loads the objects of signatures.
   explicit ZAcroFormChangeRules(const ZAcroForm& form);
 
-  // The signatures, in the order of the form's fields.
+  // The signatures, in the order of the form's fields. A certification without a field in the form is the last.
   const PTableau<ZAcroFormSignature>& Signatures() const { return signatures_; }
   bool IsSigned() const { return !signatures_.empty(); }
   bool IsCertified() const;
@@ -63,18 +64,20 @@ class ZFORMS_API ZAcroFormChangeRules {
   bool HasUsageRights() const { return has_usage_rights_; }
   XFA GetXFA() const { return xfa_; }
   static XFA XFAOf(const ZAcroForm& form);
-  // True when the permissions forbid a user with the user password to fill in fields (ISO 32000-1 table 22).
+  // True when the permissions forbid filling in fields (ISO 32000-1 table 22) and the document was not opened with the
+  // owner password.
   bool PermissionsForbidFilling() const { return permissions_forbid_filling_; }
 
-  // Each returns why something is forbidden, such as "is certified by the signature ...", or an empty text when it is
-  // allowed. The first is about filling all fields, the second about one field, by its full name in UTF-8, the third
-  // about other changes than values, such as new fields.
+  // Each returns why a change is forbidden, such as "is certified by the signature ...", or an empty text when it is
+  // allowed. The first is about filling in the form as a whole, the second about filling in the field with that full
+  // name in UTF-8. The third is about other changes, such as new fields.
   Chaine FaultOfFilling() const;
   Chaine FaultOfFilling(const Chaine& name) const;
   Chaine FaultOfDesigning() const;
 
-  // Remove "/UR3" from "/Perms", and "/XFA" from the form together with the catalog's request to lay it out. Each
-  // returns the dictionaries that changed, none when there was nothing to remove.
+  // The first removes the usage rights ("/UR3" and "/UR") from "/Perms". The second removes "/XFA" from the form and
+  // "/NeedsRendering" from the catalog. Both return the dictionaries that changed, none when there was nothing to
+  // remove.
   static PTableau<ZPDFNodeDictionary*> DropUsageRights(ZAcroForm& form);
   static PTableau<ZPDFNodeDictionary*> DropXFA(ZAcroForm& form);
 

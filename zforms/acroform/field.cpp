@@ -43,7 +43,8 @@ Chaine ZAcroFormField::MappingName() const { return dictionary_->GetStringValue(
 
 bool ZAcroFormField::HasMappingName() const { return HasEntry(*dictionary_, "/TM"); }
 
-// Puts the names of the ancestors first. Recursion is safe: FieldTreeBuilder bounds the depth of the tree.
+// Appends the names of the ancestors, then that of this field. Recursion is safe: FieldTreeBuilder bounds the depth of
+// the tree.
 template <class NameOf>
 void ZAcroFormField::JoinNames(Chaine* full_name, NameOf name_of) const {
   if (parent_ != nullptr) parent_->JoinNames(full_name, name_of);
@@ -120,7 +121,7 @@ void ZAcroFormField::SetReadOnly(bool read_only) {
 
 // --- values ---
 
-// The text of the key, of this field or its nearest ancestor that has it.
+// The nearest value of the key, as text.
 Chaine ZAcroFormField::TextAt(const char* key) const { return BestText(Nearest(key).value); }
 
 Chaine ZAcroFormField::UTF8At(const char* key) const {
@@ -264,7 +265,7 @@ bool ZAcroFormField::HasOwnAnnotation() const {
   return annotation_.IsBuilt() || dictionary_->GetIdentifier("/Subtype") == "/Widget";
 }
 
-// Some producers omit "/Subtype"; others write it in fields whose widgets are their kids.
+// "/Subtype" does not decide by itself: some producers omit it, others write it in fields whose widgets are their kids.
 bool ZAcroFormField::IsWidget() const {
   const bool is_placed = HasEntry(*dictionary_, "/Rect") || HasEntry(*dictionary_, "/AP");
   if (!HasEntry(*dictionary_, "/Subtype")) return is_placed;

@@ -42,7 +42,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   static constexpr uint32_t kRadiosInUnisonFlag = 0x2000000;
 
   ~ZAcroFormField() override;
-  // Sets bit 1 of "/Ff" of this field and all fields below it.
+  // Sets or clears bit 1 of "/Ff" in this field and in all fields below it.
   void SetReadOnly(bool read_only) override;
   ZAcroFormField(const ZAcroFormField&);
   ZAcroFormField& operator=(const ZAcroFormField&);
@@ -57,11 +57,11 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   Chaine FullName() const;
   Chaine FullNameUTF8() const;
 
-  // From the nearest "/FT" and this field's own flags; eOtherField without "/FT".
+  // The type by the nearest "/FT" and the flags of the field that has this "/FT"; eOtherField without "/FT".
   eFieldType Type() const;
   bool HasType() const;
   bool HasOwnType() const;
-  // From the nearest "/FT" and the nearest flags, as in viewers.
+  // The type by the nearest "/FT" and the nearest flags, as in viewers.
   eFieldType InheritedType() const;
   // True when the nearest "/FT" is "/Sig".
   bool IsSignature() const;
@@ -84,21 +84,22 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   Chaine ValueUTF8() const;
   // Like Value, with one text for each element of an array.
   PTableau<Chaine> Values() const;
-  // Takes the bytes of a PDF text string, which are not UTF-8: SetValueUTF8 takes UTF-8 text. Sets "/V": to a name
-  // for check boxes and radio buttons, else to a string. Removes "/I" of a choice field.
+  // Set "/V": to a name for check boxes and radio buttons, else to a string. Remove "/I" of a choice field. `value` has
+  // the bytes of a PDF text string or of a name; `text` is UTF-8.
   void SetValue(const Chaine& value);
   void SetValueUTF8(const Chaine& text);
   // Writes several values of a list box as an array, one value as a string.
   void SetValues(const PTableau<Chaine>& values);
 
-  // "/DV", read and written like the value, except that of all buttons only a check box gets a name.
+  // "/DV", read and written like the value, but written as a name only for check boxes.
   Chaine DefaultValue() const;
   bool HasDefaultValue() const;
   bool HasOwnDefaultValue() const;
   Chaine DefaultValueUTF8() const;
   void SetDefaultValue(const Chaine& value);
 
-  // "/RV"; only the predicate checks ancestors. The setter writes nothing when the rich text equals the plain value.
+  // "/RV". Only HasValueRichText checks the ancestors. The setter writes nothing when the rich text equals the plain
+  // value.
   Chaine ValueRichText() const;
   bool HasValueRichText() const;
   bool HasOwnValueRichText() const;
@@ -109,7 +110,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   bool HasOptions() const;
   bool HasOwnOptions() const;
 
-  // The nearest "/DA" and "/Q", else the form's.
+  // The nearest "/DA" and "/Q"; when there is none, that of the form.
   Chaine DefaultAppearance() const;
   bool HasOwnDefaultAppearance() const;
   int32_t Quadding() const;
@@ -126,13 +127,14 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   const ZAcroFormAnnotation* GetAnnotation() const;
   // True when GetAnnotation was called before or "/Subtype" is "/Widget".
   bool HasOwnAnnotation() const;
-  // True when the dictionary is a widget that is on a page.
+  // True when this field's own dictionary is also that of a widget.
   bool IsWidget() const;
   // The widgets that show this field: itself if it is a widget, and the widgets among its kids without a name, at every
   // depth.
   PTableau<ZAcroFormField*> Widgets();
   PTableau<const ZAcroFormField*> Widgets() const;
-  // Each changes this field and its widgets.
+  // Each changes the widgets of this field. Hide also changes the field itself; a caption is also set in the field when
+  // it has no widgets or has "/MK".
   void Hide(bool hide);
   void SetNormalCaption(const Chaine& caption);
   void SetRolloverCaption(const Chaine& caption);
@@ -144,7 +146,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   void SetParent(const ZAcroFormField* parent) { parent_ = parent; }
   // The form-wide defaults; null in a field that was created without them.
   const ZAcroFormFormInfos* Form() const { return form_; }
-  // Does not descend to the kids.
+  // Changes only this field, not its kids.
   void SetForm(const ZAcroFormFormInfos* form) { form_ = form; }
 
   ZPDFNodeDictionary* Dico() { return dictionary_; }
@@ -153,7 +155,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
  protected:
   friend class FieldTreeBuilder;
   friend class ZAcroForm;
-  // Builds the kids too, which get the form infos and this parent.
+  // Also builds the kids, with the same form infos and this field as their parent.
   ZAcroFormField(ZPDFNodeDictionary* dictionary, const ZAcroFormFormInfos* form, const ZAcroFormField* parent);
 
  private:

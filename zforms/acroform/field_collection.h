@@ -29,7 +29,7 @@ class ZFORMS_API ZAcroFormFieldCollection {
   ZAcroFormFieldCollection& operator=(const ZAcroFormFieldCollection&);
 
   uint32_t Size() const;
-  // The member at that index of the array; null past the end.
+  // The member at that index; null past the end.
   Field* GetAt(uint32_t index);
   const Field* GetAt(uint32_t index) const;
   template <std::integral Index>
@@ -41,8 +41,8 @@ class ZFORMS_API ZAcroFormFieldCollection {
     return GetAt(static_cast<uint32_t>(index));
   }
 
-  // The member or descendant of that name, relative to this collection; null when there is none. Of members with the
-  // same partial name, the last one is returned.
+  // The member or descendant of that name, relative to this collection; null when there is none. If several members
+  // have the same partial name, the last one is returned.
   Field* Get(const Chaine& name);
   const Field* Get(const Chaine& name) const;
   Field* Get(const char* name) { return Get(Chaine(name)); }
@@ -60,7 +60,7 @@ class ZFORMS_API ZAcroFormFieldCollection {
   friend class FieldTreeBuilder;
   // An empty collection.
   ZAcroFormFieldCollection();
-  // Built from the dictionaries of the array, without form infos; a null array gives an empty collection.
+  // Builds the fields over the dictionaries of the array, without form infos. A null array gives an empty collection.
   explicit ZAcroFormFieldCollection(ZPDFNodeArray* array);
 
  private:

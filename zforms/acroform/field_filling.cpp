@@ -29,11 +29,11 @@ Chaine WithLF(const Chaine& text) {
 
 void FillText(ZAcroFormField& field, const Chaine& utf8, bool has_rich_text, LineEnds line_ends) {
   const bool changed = SetText(field, utf8, line_ends);
-  // A widget with its own value would still show it.
+  // Also fills in the widgets that have their own value: they would still show the old one.
   for (ZAcroFormField* widget : field.Widgets()) {
     if (widget != &field && widget->HasOwnValue()) SetText(*widget, utf8, line_ends);
   }
-  // Viewers would still show the rich text of the old value.
+  // Removes the rich text of the old value, which viewers would still show.
   if (changed && !has_rich_text) field.Dico()->RemoveValue("/RV");
 }
 

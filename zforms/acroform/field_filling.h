@@ -6,10 +6,10 @@ namespace zforms {
 
 class ZAcroFormField;
 
-// What filling writes into a field; for the library's sources.
+// Functions that fill in fields; only for the sources of the library.
 
-// The keys that filling and drawing set or remove: in fields and widgets, in the form, and, the last, in the trailer.
-// A form that is filled once for each row is restored by this list.
+// The keys that filling and drawing set or remove, in fields and widgets, in the form ("/NeedAppearances") and in the
+// trailer ("/Size"). They are restored before a form is filled with the next row of a table.
 inline constexpr const char* kFilledKeys[] = {"/V", "/AS", "/RV", "/I", "/AP", "/NeedAppearances", "/Size"};
 
 // True when two UTF-8 texts differ at most in the kind of their line ends.
@@ -17,11 +17,13 @@ bool IsSameText(const Chaine& a, const Chaine& b);
 // The UTF-8 text with every line end replaced by LF.
 Chaine WithLF(const Chaine& text);
 
-// Whether a new text that differs from the old one only in its line ends is written.
+// What happens to a new text that differs from the old one only in its line ends: it is written, or the old one is
+// kept.
 enum class LineEnds { kWritten, kKept };
 
-// Sets "/V" of the field, and of its widgets that have their own "/V", to the UTF-8 text. The same text in another
-// encoding is not changed. Removes "/RV" of the old value unless `has_rich_text` says that it belongs to the new one.
+// Sets "/V" of the field, and of its widgets that have their own "/V", to the UTF-8 text. A value that is the same text
+// in another encoding is not changed. Removes "/RV" of the old value unless `has_rich_text` says that it belongs to the
+// new one.
 void FillText(ZAcroFormField& field, const Chaine& utf8, bool has_rich_text, LineEnds line_ends);
 
 }  // namespace zforms

@@ -14,14 +14,14 @@ class ZAcroFormField;
 class ZPDFNode;
 class ZPDFParser;
 
-// Describes the fields of a form, in the order of its tree; fields that only pages show come last. `sources` gets the
-// field for each description.
+// Describes the fields of a form, in the order of its tree. Fields that are found only on pages (see
+// ZAcroForm::SetPageFields) follow the other fields of their level. `sources` gets the field for each description.
 ZFORMS_API std::vector<ZFormField> ReportFields(ZAcroForm& form, std::vector<const ZAcroFormField*>* sources = nullptr);
 
 // Reads the values of the field again, into its report.
 ZFORMS_API void ReportValues(const ZAcroFormField& field, ZFormField* report);
 
-// Whether a field is a group of others. Widgets of a field are kids without names.
+// Whether the field is a group of other fields. Kids without names are widgets of the field.
 bool HasNamedKids(const ZAcroFormField& field);
 
 // Maps values that have been read to the objects that contain them.

@@ -13,9 +13,9 @@
 namespace zforms {
 namespace {
 
-// The least number of repeated listings of fields that is accepted.
+// In total, fields may be listed again this many times, and once more for each field of the tree.
 constexpr size_t kRepeatsAtLeast = 16;
-// The limit on the length of all full names together.
+// The largest length of all full names together, in bytes.
 constexpr size_t kMaxNameBytes = size_t{64} << 20;
 
 }  // namespace

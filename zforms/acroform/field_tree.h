@@ -31,11 +31,11 @@ class FieldTreeBuilder {
   // `parent` is the field whose kids they are, or null.
   void Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* array, const ZAcroFormField* parent);
 
-  // True when the dictionary is in the tree or was refused.
+  // True when the dictionary is in the tree, or was refused for another reason than its depth.
   bool HasMet(const ZPDFNodeDictionary* dictionary) const { return seen_.Exist(dictionary); }
   // Adds the field of one dictionary, and everything below it, to a collection that was built before. `depth` is the
-  // number of levels above it, `name_length` the length of their full name. When another member has the same name,
-  // lookups still find that one. Null when the field is refused.
+  // number of levels above the field, `name_length` the length of its parent's full name. If another member has the
+  // same name, lookups still find that member. Null when the field is refused.
   ZAcroFormField* AddBelow(ZAcroFormFieldCollection& into, ZPDFNodeDictionary* dictionary, const ZPDFNode* element,
                            const ZAcroFormField* parent, size_t depth, size_t name_length);
 
@@ -66,7 +66,7 @@ class FieldTreeBuilder {
   ZDiagnostics* diagnostics_;
   // The path from the top to the field whose kids are being built.
   std::vector<Level> path_;
-  // The number of levels above the first one.
+  // The number of levels above the first level of path_.
   size_t levels_above_ = 0;
   size_t name_length_above_ = 0;
   PUniqueT<const ZPDFNodeDictionary*, PointerHash> seen_;

@@ -19,7 +19,7 @@ const ZAcroFormField* HolderOfValue(const ZAcroFormField& field) {
   const ZAcroFormField* holder = nullptr;
   for (const ZAcroFormField* widget : field.Widgets()) {
     if (!widget->HasOwnValue()) continue;
-    // Of several buttons the one that is on counts.
+    // Among several buttons, the value of the one that is on takes precedence.
     if (holder == nullptr || (IsButton(field) && holder->Value() == "Off")) holder = widget;
   }
   return holder;

@@ -7,9 +7,9 @@ namespace zforms {
 
 class ZAcroFormField;
 
-// The value of the field, as readers show it and as it is exported: "/V" of the field or of an ancestor; else "/V" of a
-// widget without a name, where some producers write it; else the state that "/AS" of a check box or radio button shows.
-// UTF-8. Several values are those of an array; empty for a field without a value.
+// The values of the field in UTF-8, as viewers show them and as they are exported. They are taken from "/V" of the
+// field or of an ancestor; else from "/V" of a widget without a name, where some producers write it; else from the
+// state in "/AS" of a check box or radio button. An array gives several values, a field without a value gives none.
 PTableau<Chaine> FieldValues(const ZAcroFormField& field);
 
 }  // namespace zforms

@@ -19,7 +19,7 @@ class ZFORMS_API ZAcroFormFileSpec {
 
   // True when "/FS" is the name "/URL".
   bool IsURL() const;
-  // From the string "/F"; empty when absent.
+  // The URL in the string "/F"; empty when absent.
   ZInetURL URL() const;
   // Sets "/FS" to "/URL" and "/F" to the URL's text; keeps other keys.
   void SetURL(const ZInetURL& url);

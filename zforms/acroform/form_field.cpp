@@ -5,7 +5,7 @@ namespace {
 
 struct FlagName {
   uint32_t mask;
-  std::string_view kinds;  // those for which the bit means this; empty for all
+  std::string_view kinds;  // the kinds of field in which the bit has this meaning; empty for all
   std::string_view word;
 };
 

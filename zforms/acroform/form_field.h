@@ -9,8 +9,8 @@
 
 namespace zforms {
 
-// One field of a form as plain values: a field that has no named kids. Texts are UTF-8; kind, flags, values and the
-// longest text are inherited as viewers take them. A copy: it does not follow later changes of the form.
+// One field of a form that has no named kids, as plain values. Texts are UTF-8. Kind, flags, values and the maximum
+// length are inherited as in viewers. A copy: it does not follow later changes of the form.
 struct ZFORMS_API ZFormField {
   enum class Kind : uint8_t {
     kText,
@@ -25,8 +25,8 @@ struct ZFORMS_API ZFormField {
 
   // One option of a choice field, from "/Opt".
   struct Option {
-    std::string value;  // what the field holds when it is chosen
-    std::string text;   // what viewers show; empty when that is the value
+    std::string value;  // the value of the field when the option is chosen
+    std::string text;   // the text that viewers show; empty when they show the value
   };
 
   // Where a page shows the field: "/Rect" in points, from the lower left corner of the page's own coordinates.
@@ -46,9 +46,9 @@ struct ZFORMS_API ZFormField {
   bool value_is_array = false;
   bool default_is_array = false;
   std::vector<Option> options;
-  std::vector<std::string> states;  // of a button, over all widgets; without "Off"
+  std::vector<std::string> states;  // the states of a button in all its widgets, without "Off"
   std::vector<Widget> widgets;
-  std::string label;           // "/TU", what the field is called for users
+  std::string label;           // "/TU", the name of the field for users
   uint32_t max_length = 0;     // in characters; 0 for any
   uint32_t object_number = 0;  // 0 for a field inside another object
   uint32_t generation = 0;
@@ -63,9 +63,9 @@ struct ZFORMS_API ZFormField {
 
   // True when the field has a name and can have a value: push buttons and signatures cannot.
   bool HasData() const { return !name.empty() && kind != Kind::kPushButton && kind != Kind::kSignature; }
-  // Whether the form marks the field as not to be sent ("NoExport", ISO 32000-1 table 221).
+  // True when the flag NoExport is set: the field is not to be sent (ISO 32000-1 table 221).
   bool IsNoExport() const { return (flags & 4) != 0; }
-  // True when a reader that submits the form sends the field, with or without a value.
+  // True when a viewer that submits the form sends the field, with or without a value.
   bool IsExported() const { return HasData() && !IsNoExport(); }
 };
 

@@ -21,8 +21,8 @@ bool IsToggle(const ZAcroFormField& field) {
   return type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton;
 }
 
-// The values for a list box with multiple selection: given one by one, or as the lines of one text, if each is one of
-// its options; else empty.
+// The options that the given values, or the lines of a single one, select in a choice field with multiple selection.
+// Empty when there are fewer than two, or when one of them is not an option.
 PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, const PTableau<Chaine>& given) {
   if (field.Type() != ZAcroFormField::eChoice || (field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) {
     return {};
@@ -110,7 +110,7 @@ void FormFiller::AddToIndex(ZAcroFormFieldCollection& fields, const Chaine& abov
   }
 }
 
-// Signatures are made by signing only, and push buttons have no value.
+// Signatures are made only by signing, and push buttons have no value.
 bool FormFiller::IsRefused(const ZAcroFormField& field, const ZXFDFField& from) const {
   if (field.IsSignature() || field.InheritedType() == ZAcroFormField::ePushButton) return true;
   const bool holds_signature = NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/V")) != nullptr;
@@ -133,7 +133,7 @@ void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values,
   const Chaine& value = values.front();
   if (IsToggle(field)) {
     const Chaine state = ButtonState(field, value);
-    // An empty value means that nothing is chosen; so does an absent value.
+    // Does not write an empty value where there is none: both mean that nothing is chosen.
     if (!value.IsEmpty() || field.HasValue()) field.SetValue(state);
     ShowButtonState(field, state);
     return;

@@ -20,15 +20,15 @@ class FormFiller {
 
   FormFiller(ZAcroFormFieldCollection& fields, Target target, ZDiagnostics* diagnostics);
 
-  // Skips fields of the data without a value and does not build their full names, which are expensive for deep fields.
-  // They are then not among the unmatched ones.
+  // Makes Fill skip the fields of the data that have neither a value nor fields below them, because building full names
+  // is expensive for deep fields. Unmatched then does not contain the skipped fields.
   void SkipEmpty() { skips_empty_ = true; }
   // Fills from every field of the collection, parents before children.
   void Fill(const ZXFDFFieldCollection& from) { Fill(from, Chaine()); }
 
   // The number of fields that were given a value, changed or not.
   size_t Filled() const { return filled_; }
-  // The full names that no field of the form has, and those of fields that are never filled.
+  // The full names in the data that no field of the form has, and those of fields that are never filled.
   PTableau<Chaine> Unmatched() const { return {unmatched_.begin(), unmatched_.end()}; }
   PTableau<Chaine> Refused() const { return {refused_.begin(), refused_.end()}; }
 
@@ -52,7 +52,7 @@ class FormFiller {
   size_t filled_ = 0;
   PUniqueT<Chaine> unmatched_;
   PUniqueT<Chaine> refused_;
-  // Built when a name is first compared by characters.
+  // The fields by their full names in UTF-8. Built when it is first needed, see Find.
   std::unique_ptr<NameIndex> index_;
 };
 

@@ -9,7 +9,7 @@ namespace zforms {
 PTableau<const ZAcroFormField*> PageFieldFinder::Find(ZPDFNodeDictionary& catalog) {
   for (ZPDFNodeDictionary* page : PagesOf(catalog)) {
     ZPDFNodeArray* annotations = ArrayAt(*page, "/Annots");
-    // Several pages may share one list.
+    // Several pages may share one array of annotations.
     if (!lists_.insert(annotations).second) continue;
     for (size_t i = 0; annotations != nullptr && i < annotations->Size(); i++) {
       auto* annotation = NodeCast<ZPDFNodeDictionary>(annotations->GetTargetAt(i));

@@ -25,7 +25,7 @@ void PageIndex::AddPage(const ZPDFNodeDictionary& page) {
   count_++;
   tabs_.push_back(NameAt(page, "/Tabs"));
   const auto* annotations = NodeCast<ZPDFNodeArray>(page.GetTarget("/Annots"));
-  // Several pages may share one list.
+  // Several pages may share one array of annotations.
   if (!lists_.insert(annotations).second) return;
   for (size_t i = 0; annotations != nullptr && i < annotations->Size(); i++) {
     pages_.emplace(annotations->GetTargetAt(i), count_);

@@ -20,8 +20,8 @@ class ZFORMS_API PageIndex {
   explicit PageIndex(const ZPDFParser& parser);
 
   uint32_t PageCount() const { return count_; }
-  // "/Tabs" of each page, without the slash: "R" for rows, "C" for columns, "S" for the
-  // structure (ISO 32000-1 table 30); empty where absent.
+  // "/Tabs" of each page, without slash: "R" for rows, "C" for columns, "S" for the structure (ISO 32000-1 table 30);
+  // empty when absent.
   const std::vector<std::string>& TabOrders() const { return tabs_; }
   // The first page that lists the annotation, from 1; 0 when none does.
   uint32_t PageOf(const ZPDFNodeDictionary* annotation) const;

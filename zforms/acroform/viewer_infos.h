@@ -16,7 +16,7 @@ class ZFORMS_API ZAcroFormViewerInfos {
   ZAcroFormViewerInfos(const ZAcroFormViewerInfos&) = default;
   ZAcroFormViewerInfos& operator=(const ZAcroFormViewerInfos&) = default;
 
-  // Each reads the key of the same name.
+  // Each pair of functions reads and sets the key of the same name.
   bool HideToolbar() const { return Get("/HideToolbar"); }
   void SetHideToolbar(bool hide) const { Set("/HideToolbar", hide); }
   bool HideMenubar() const { return Get("/HideMenubar"); }
@@ -32,7 +32,7 @@ class ZFORMS_API ZAcroFormViewerInfos {
 
   ZPDFNodeDictionary* Dico() { return dictionary_; }
   const ZPDFNodeDictionary* Dico() const { return dictionary_; }
-  // True when the dictionary or a node below it is marked.
+  // True when the dictionary or a node below it is marked as modified.
   bool IsModified() const;
   // Marks only the dictionary itself, not the nodes below it.
   void SetModified(bool modified);

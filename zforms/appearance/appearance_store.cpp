@@ -21,9 +21,10 @@
 namespace zforms {
 namespace {
 
-// The appearance of a field usually takes a few hundred bytes.
+// An old appearance with more bytes than this is not kept. Usual ones have a few hundred.
 constexpr size_t kMostContent = 4 << 20;
-// Boxes that differ by no more than this count as equal: in points, and as a part of the size.
+// Sizes of boxes count as equal when they differ by no more than the larger of these: in points, and as a part of the
+// size.
 constexpr double kBoxTolerance = 1;
 constexpr double kBoxPart = 0.05;
 
@@ -33,7 +34,7 @@ const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeDictionary& holder, std::st
 
 bool IsSameSize(double a, double b) { return std::abs(a - b) <= std::max(kBoxTolerance, kBoxPart * b); }
 
-// False when the entry is not a box, or when its size is not that of the widget.
+// Reads "/BBox". False when it is not a rectangle, or when its size is not that of the widget.
 bool ReadBox(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style, KeptLook* look) {
   std::array<double, 4> corners{};
   if (dictionary.GetNumbers("/BBox", corners) < corners.size()) return false;
@@ -46,7 +47,8 @@ bool ReadBox(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style, Kep
   return IsSameSize(look->width, style.width) && IsSameSize(look->height, style.height);
 }
 
-// True when "/Matrix" (or its absence) turns the box as the widget asks and otherwise only moves it.
+// True when "/Matrix" rotates the box as the widget asks and does nothing else but move it. Without "/Matrix" there is
+// no rotation.
 bool TurnsAlike(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style) {
   const auto* matrix = NodeCast<ZPDFNodeArray>(dictionary.GetTarget("/Matrix"));
   if (matrix == nullptr) return style.rotation == 0;
@@ -177,7 +179,7 @@ void AppearanceStore::SetNormal(ZPDFNodeDictionary* widget, const NewAppearance&
     const auto* reference = NodeCast<ZPDFNodeIndirectReference>(own->GetDirect("/N"));
     if (reference == nullptr || !(reference->GetID() == object->GetID())) own->SetValue("/N", object->AllocReference());
   }
-  // Other appearances would still show the old value.
+  // Removes the other appearances, which would still show the old value.
   for (const char* key : {"/D", "/R"}) {
     const ZPDFNodeDictionary* appearances = DictionaryOf(*widget, "/AP");
     if (appearances != nullptr && appearances->Exist(key)) OwnAppearances(widget)->RemoveValue(key);

@@ -48,12 +48,11 @@ class AppearanceStore {
 
   // The stream "/N"; null when "/N" is not a single stream.
   static const ZPDFNodeStream* NormalStream(const ZPDFNodeDictionary& widget);
-  // The parts of "/N" to keep. Empty when there is no stream, when it cannot be decoded, when the size of its box is
-  // not that of the widget, or when its content cannot be kept.
+  // The parts of "/N" to keep. Empty when there is no stream, when it cannot be decoded, when the size or rotation of
+  // its box is not that of the widget, or when its content cannot be kept.
   std::optional<KeptLook> KeptOf(const ZPDFNodeDictionary& widget, const WidgetStyle& style);
 
-  // Makes the appearance "/N" and removes "/D" and "/R". Changes nothing when the widget already has the same
-  // appearance.
+  // Makes the appearance "/N", unless the widget already has the same one. Removes "/D" and "/R".
   void SetNormal(ZPDFNodeDictionary* widget, const NewAppearance& appearance);
   // Sets the appearance of one state; "/N" becomes a dictionary of states.
   void SetState(ZPDFNodeDictionary* widget, const Chaine& state, const NewAppearance& appearance);
@@ -67,7 +66,7 @@ class AppearanceStore {
   AddedObjects* added_;
   ZPDFParser* parser_;
   size_t* work_;
-  // The objects created here for "/N"; no other widget uses them.
+  // Maps each widget to the object that was created here for its "/N". No other widget uses that object.
   std::unordered_map<const ZPDFNodeDictionary*, ZPDFNodeIndirectObject*> made_;
 };
 

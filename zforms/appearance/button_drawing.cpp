@@ -16,9 +16,9 @@ namespace {
 // Codes of ZapfDingbats: a check mark and a circle.
 constexpr char kCheck = '4';
 constexpr char kCircle = 'l';
-constexpr double kMarkSize = 0.8;         // of the shorter side, as docs/appearances.md says
-constexpr double kMarkHeight = 0.705;     // of the check mark in ZapfDingbats, of its size
-constexpr double kCircleRadius = 0.3165;  // of the shorter side: the radius of ZapfDingbats' circle at that size
+constexpr double kMarkSize = 0.8;         // in parts of the shorter side; see docs/appearances.md
+constexpr double kMarkHeight = 0.705;     // the height of ZapfDingbats' check mark, in parts of the font size
+constexpr double kCircleRadius = 0.3165;  // the radius of ZapfDingbats' circle, in parts of the shorter side
 constexpr std::string_view kOff = "Off";
 
 const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeDictionary* holder, std::string_view key) {
@@ -35,7 +35,8 @@ const ZPDFNodeDictionary* StatesOf(const ZAcroFormField& widget) {
 
 Chaine StateAt(const ZPDFNodeDictionary& states, size_t index) { return NameWithoutSlash(states.KeyAt(index)); }
 
-// The name of the state "on": the one in "/AP", else the one that is shown or set as the value, else a usual name.
+// The name of the state "on": the one in "/AP", else the one in "/AS". Else a radio button gets its index, and a check
+// box its value or "Yes".
 Chaine OnStateOf(const ZAcroFormField& widget, bool is_radio, size_t index) {
   const ZPDFNodeDictionary* states = StatesOf(widget);
   for (size_t i = 0; states != nullptr && i < states->Size(); i++) {
@@ -64,7 +65,7 @@ bool ButtonDrawer::LacksLook(const ZAcroFormField& widget) {
 bool ButtonDrawer::LacksStates(const ZAcroFormField& widget) {
   const ZPDFNodeDictionary* states = StatesOf(widget);
   for (size_t i = 0; states != nullptr && i < states->Size(); i++) {
-    // A stream is always an indirect object; some files have an empty dictionary instead.
+    // Some files have an empty dictionary in place of the stream.
     const ZPDFNode* const look = states->ValueAt(i);
     const bool has_look = look != nullptr && NodeCast<ZPDFNodeStream>(look->GetTarget()) != nullptr;
     if (has_look && IsOnState(StateAt(*states, i))) return false;

@@ -13,13 +13,13 @@ class ButtonDrawer {
  public:
   ButtonDrawer(FieldFonts& fonts, AppearanceStore& store) : fonts_(fonts), store_(store) {}
 
-  // True when a button has no appearance, or no appearances for its states.
+  // The first is true when a button has no appearance, the second when it has none for a state other than "Off".
   static bool LacksLook(const ZAcroFormField& widget);
   static bool LacksStates(const ZAcroFormField& widget);
-  // Draws a push button with its caption, in the middle.
+  // Draws a push button with its caption centred.
   void DrawPush(WidgetDrawing& drawing);
-  // Gives a check box or a radio button the states on and off, and "/AS" when it has none. `widget` is the widget of
-  // the drawing, `index` its place among the widgets of its field.
+  // Draws a check box or a radio button in the states on and off; an existing appearance for off is kept. Sets "/AS"
+  // when it is absent. `widget` is the widget of the drawing, `index` its place among the widgets of its field.
   void DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, size_t index);
 
  private:

@@ -26,7 +26,8 @@ struct Rows {
   size_t end = 0;
 };
 
-// Begins at "/TI", or at the first selected option when no selected one would be visible from there.
+// The first visible option is the one in "/TI", or the first selected one when no selected one would be visible
+// otherwise.
 Rows VisibleRows(const ZAcroFormField& widget, size_t count, const std::vector<size_t>& selected, double rows) {
   const auto whole = static_cast<size_t>(std::max(std::floor(rows + 0.01), 1.0));
   const ZPDFNode* top = InheritedEntry(widget, "/TI");

@@ -12,15 +12,15 @@ namespace zforms {
 
 class ZPDFNode;
 
-// Draws choice fields (ISO 32000-1 12.7.4.4). It keeps the options of each field, so these must not change while it
-// lives: as long as fields of one form are drawn. One thread at a time.
+// Draws choice fields (ISO 32000-1 12.7.4.4). It lives as long as fields of one form are drawn. It keeps the options of
+// each field, so these must not change meanwhile. One thread at a time.
 class ChoiceDrawer {
  public:
   explicit ChoiceDrawer(FieldFonts& fonts) : fonts_(fonts) {}
 
-  // What a combo box shows for its value, in UTF-8: the text of the option, else the value itself.
+  // The text that a combo box shows, in UTF-8: that of the option with its value, else the value itself.
   Chaine ShownText(const ZAcroFormField& widget);
-  // Draws the options of a list box from "/TI" on, the selected ones on a coloured ground.
+  // Draws the visible options of a list box, usually from "/TI" on. The selected ones get a coloured background.
   void DrawList(WidgetDrawing& drawing);
 
  private:

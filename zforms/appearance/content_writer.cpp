@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kFarthest = 1e6;
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
-// Adjustments below a tenth of a thousandth of the size are not visible.
+// The smallest adjustment that is written, in 1/1000 of the font size. Smaller ones are not visible.
 constexpr double kLeastAdjustment = 0.1;
 
 // Rounds to thousandths and writes as few digits as the value needs.
@@ -96,7 +96,7 @@ void ContentWriter::BeginText() {
 
 void ContentWriter::EndText() {
   Operator("ET");
-  // The font stays set after the text ends, but a "Q" may restore an earlier one.
+  // Forgets the font: it stays set after "ET", but a "Q" may restore an earlier one.
   font_.Clear();
   size_ = 0;
 }
@@ -109,7 +109,7 @@ void ContentWriter::SetFont(const Chaine& resource, double size) {
 }
 
 void ContentWriter::MoveTo(double x, double y) {
-  // Relative to the numbers as they were written, so that rounding errors do not add up.
+  // Computes the move from the rounded numbers that were written, so that rounding errors do not add up.
   const auto rounded = [](double value) { return std::round(value * 1000) / 1000; };
   x = rounded(x);
   y = rounded(y);
@@ -123,7 +123,7 @@ void ContentWriter::Show(const GlyphSpan& span) {
   for (size_t from = 0, to = 0; from < glyphs.size(); from = to) {
     const bool is_plain = glyphs[from].is_plain;
     while (to < glyphs.size() && glyphs[to].is_plain == is_plain) to++;
-    // A cluster is never split.
+    // Adds the rest of the last cluster, since a cluster is never split.
     while (!is_plain && to < glyphs.size() && glyphs[to].cluster == glyphs[to - 1].cluster) to++;
     if (!is_plain) BeginActualText(span, from, to);
     ShowGlyphs(glyphs.subspan(from, to - from));
@@ -131,7 +131,8 @@ void ContentWriter::Show(const GlyphSpan& span) {
   }
 }
 
-// The text of the clusters of the glyphs [from, to), as UTF-16BE in hexadecimal.
+// Begins marked content whose "/ActualText" is the text of the clusters of the glyphs [from, to), as UTF-16BE in
+// hexadecimal.
 void ContentWriter::BeginActualText(const GlyphSpan& span, size_t from, size_t to) {
   const std::span<const ShapedGlyph> glyphs = span.glyphs;
   size_t start = span.right_to_left ? glyphs[to - 1].cluster : glyphs[from].cluster;
@@ -162,8 +163,8 @@ void ContentWriter::ShowGlyphs(std::span<const ShapedGlyph> glyphs) {
   }
 }
 
-// "Tj" when each glyph advances as the font says, else "TJ". A positive number in the array of "TJ" moves to the left
-// (9.4.3), so a pen that has to move to the right gets a negative one.
+// Writes "Tj" when each glyph advances as the font says, else "TJ". A positive number in the array of "TJ" moves to the
+// left (9.4.3), so a move to the right is written as a negative number.
 void ContentWriter::ShowOnOneHeight(std::span<const ShapedGlyph> glyphs) {
   if (std::none_of(glyphs.begin(), glyphs.end(), IsAdjusted)) {
     String(glyphs);

@@ -14,14 +14,14 @@ namespace zforms {
 // The glyphs of a part of a line in one font, in visual order.
 struct GlyphSpan {
   std::span<const ShapedGlyph> glyphs;
-  // The characters that the clusters of the glyphs refer to by index, and the index after the last of them.
+  // The clusters of the glyphs are indices into `paragraph`. `end` is the index after their last character.
   std::u32string_view paragraph;
   size_t end = 0;
   bool right_to_left = false;
 };
 
 // ContentWriter builds a content stream (ISO 32000-1 7.8.2): operands and operators as text. Numbers have at most three
-// decimals. A number that is not finite becomes 0, and none is larger than a million. It can be copied.
+// decimals. A number that is not finite becomes 0. Numbers beyond a million are limited to it. It can be copied.
 class ContentWriter {
  public:
   ContentWriter() { text_.reserve(kUsualSize); }
@@ -35,10 +35,10 @@ class ContentWriter {
   }
   // Writes one operand and a blank.
   ContentWriter& Number(double value);
-  // Writes a name, which begins with its slash; characters that would end it early are escaped (7.3.5).
+  // Writes a slash, the name and a blank. Escapes the characters that would end the name early (7.3.5).
   ContentWriter& Name(std::string_view name);
 
-  // Write "BT" and "ET"; the operators below are allowed only between them (9.4.1).
+  // Write "BT" and "ET". Call the functions below only between the two (9.4.1).
   void BeginText();
   void EndText();
   // Writes "Tf", unless font and size are set already. `resource` is the name in "/Font" without slash.

@@ -12,12 +12,13 @@
 namespace zforms {
 namespace {
 
-// The rest is not read: the strings of real forms have less than 200 bytes, and each field may have another one.
+// At most this many bytes are read. The strings of real forms have less than 200. A limit is needed because each field
+// may have a different string.
 constexpr size_t kMostRead = 4096;
 constexpr double kLargestSize = 10000;
 constexpr double kLargestSpacing = 1000;
 constexpr double kLargestScaling = 1000;
-// The largest number of components of a colour (ISO 32000-1 Annex C: 32 of DeviceN).
+// The largest number of components of a colour (ISO 32000-1 Annex C: 32 in DeviceN).
 constexpr size_t kMostOperands = 32;
 
 bool IsNumber(std::string_view word) {
@@ -28,13 +29,13 @@ bool IsNumber(std::string_view word) {
          word.find_first_of("0123456789") != std::string_view::npos;
 }
 
-// The operands before an operator: only the last ones when there are too many.
+// The operands before an operator; only the last kMostOperands are kept.
 class Operands {
  public:
   void Add(std::string_view word) { words_[count_++ % kMostOperands] = word; }
   void Clear() { count_ = 0; }
   size_t Count() const { return std::min(count_, kMostOperands); }
-  // Counted from the last one, which is 0. Precondition: back < Count().
+  // The operand at that place, counted back from the last one, which has place 0. Precondition: back < Count().
   std::string_view Last(size_t back = 0) const { return words_[(count_ - 1 - back) % kMostOperands]; }
   std::optional<double> Number(size_t back = 0) const {
     if (back >= Count() || !IsNumber(Last(back))) return std::nullopt;
@@ -66,7 +67,7 @@ class Reader {
   }
 
  private:
-  // False at the end of the text.
+  // Skips blanks and comments; false at the end of the text.
   bool SkipBlanks() {
     for (;;) {
       at_ = SkipClass(at_, end_, kBlank);
@@ -126,7 +127,7 @@ class Reader {
     if (value && *value > 0 && *value <= kLargestScaling) result_.horizontal_scaling = *value;
   }
 
-  // The last operands as components, in their order; empty when one of them is not a number.
+  // The last `count` operands in their order, each limited to [least, most]; empty when one of them is not a number.
   std::optional<Chaine> Components(size_t count, double least, double most) const {
     Chaine text;
     for (size_t back = count; back-- > 0;) {
@@ -148,7 +149,8 @@ class Reader {
     const Chaine name = ZPDFNodeIdentifier::Decode(operands_.Last());
     space_ = name == "/Pattern" ? Chaine() : name;
   }
-  // Without a colour space before it, the number of components tells which device colour space is meant.
+  // When no "cs" precedes, or one with a device colour space, the number of components decides which device colour
+  // space is meant.
   void SetColor(std::string_view name) {
     const size_t count = operands_.Count();
     if (space_.IsEmpty() || space_.View().starts_with("/Device")) {

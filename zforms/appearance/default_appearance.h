@@ -7,7 +7,8 @@
 namespace zforms {
 
 // The contents of a default appearance string, "/DA", which says what a field's text looks like (ISO 32000-1 12.7.3.3).
-// Of each kind of operator, the last one with valid operands counts; their order does not matter.
+// If there are several operators of one kind, the last one with valid operands counts. The order of different kinds
+// does not matter.
 struct DefaultAppearance {
   // The operand of Tf: the name of a resource, without slash and decoded. Empty when no font is named.
   Chaine font;
@@ -24,8 +25,8 @@ struct DefaultAppearance {
   double horizontal_scaling = 100;
 };
 
-// Reads no more than 4,096 bytes. Ignores everything else: the position of the text, its leading, rise and rendering
-// mode, stroke colours, patterns.
+// Reads no more than 4,096 bytes. Ignores all other operators: those for the position of the text, its leading, rise
+// and rendering mode, stroke colours and patterns.
 DefaultAppearance ParseDefaultAppearance(std::string_view text);
 
 }  // namespace zforms

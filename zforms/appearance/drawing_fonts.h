@@ -19,7 +19,7 @@ class ZFORMS_API ZDrawingFonts {
   ZDrawingFonts(const ZDrawingFonts&);
   ZDrawingFonts& operator=(const ZDrawingFonts&);
 
-  // Adds a font file (TrueType or OpenType; of a collection the first face). False when it cannot be used, such as when
+  // Adds a font file (TrueType or OpenType; the first face of a collection). False when it cannot be used, such as when
   // its licence forbids embedding; `fault` then says why. Call it before the first drawing.
   bool AddFile(const Chaine& path, Chaine* fault);
 

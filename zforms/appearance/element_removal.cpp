@@ -17,7 +17,7 @@ bool RemoveElements(ZPDFNodeArray* array, const std::function<bool(const ZPDFNod
   if (kept.size() == size) return false;
   ZPDFNodeArray rest(array->ObjectProvider());
   for (const ZPDFNode* element : kept) rest.AppendValue(element->Clone());
-  // Assigning keeps the former elements.
+  // The assignment keeps the former elements in memory.
   *array = rest;
   array->SetModified(true, false);
   return true;

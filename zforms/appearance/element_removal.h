@@ -17,9 +17,9 @@ inline bool IsAmong(const DictionarySet& dictionaries, const ZPDFNode& node) {
   return dictionary != nullptr && dictionaries.contains(dictionary);
 }
 
-// Removes the elements for which `goes` returns true; it is called once for each, in order, with the element as stored.
-// The remaining elements become new nodes; the old nodes stay in memory as long as the array. Returns whether any was
-// removed. The array may be null.
+// Removes the elements for which `goes` returns true. `goes` is called once for each element, in order; a reference is
+// passed unresolved. The remaining elements become new nodes; the old nodes stay in memory as long as the array.
+// Returns whether any was removed. The array may be null.
 bool RemoveElements(ZPDFNodeArray* array, const std::function<bool(const ZPDFNode&)>& goes);
 // Removes the elements that are, or refer to, a dictionary of the set.
 bool RemoveElements(ZPDFNodeArray* array, const DictionarySet& gone);

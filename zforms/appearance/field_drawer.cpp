@@ -29,7 +29,7 @@ struct ZFieldDrawer::Hidden {
     return is_complete;
   }
 
-  // Kids without a name are widgets of the field above them.
+  // Draws the fields and those below them. Skips kids without a name: they are widgets, and are drawn with their field.
   bool DrawBelow(ZAcroFormFieldCollection& fields, bool are_kids) {
     bool is_complete = true;
     for (uint32_t i = 0; i < fields.Size(); i++) {

@@ -15,7 +15,7 @@ class ZAcroFormField;
 class ZDiagnostics;
 class ZPDFNodeIndirectObject;
 
-// What a widget shows in place of its field's value, for a form that formats it.
+// What a widget shows in place of its field's value, in a form that formats values.
 struct ZShownValue {
   Chaine text;  // UTF-8
   bool is_red = false;
@@ -29,8 +29,8 @@ struct ZShownValue {
 // "/Tx BMC ... EMC" is kept. Buttons keep the appearances that they have; a button without one is drawn. Signatures are
 // never touched. Hidden widgets are drawn as well, since they may be shown later. Values do not change.
 //
-// Draw the fields that changed, or all of them, then Finish, then save the form. It does not own or save the form. The
-// form must outlive it and must not be loaded again meanwhile. One thread at a time.
+// Call Draw for the fields that changed and then Finish, or call DrawAll; then save the form. The drawer does not own
+// or save the form. The form must outlive the drawer and must not be loaded again meanwhile. One thread at a time.
 class ZFORMS_API ZFieldDrawer {
  public:
   explicit ZFieldDrawer(ZAcroForm& form, const ZDrawingFonts& fonts = {});
@@ -45,18 +45,18 @@ class ZFORMS_API ZFieldDrawer {
   void SetShownValues(ShownValueOf shown_of);
 
   // Draws each widget of the field. False when one was not drawn completely, because no font has a character of its
-  // value or the value cannot be read; "/NeedAppearances" should then stay (ISO 32000-1 table 218). Text that does not
-  // fit into the widget only gives a warning.
+  // value or the value cannot be read; "/NeedAppearances" should then stay set (ISO 32000-1 table 218). Text that does
+  // not fit into the widget only gives a warning.
   bool Draw(ZAcroFormField& field);
-  // Draws every field of the form, and finishes. False when one was not drawn completely.
+  // Draws every field of the form and calls Finish. False when one was not drawn completely.
   bool DrawAll();
-  // Writes the fonts that were embedded for characters that the form's own fonts lack. More fields may be drawn later,
-  // and this called again. False when one of them cannot be written.
+  // Writes the fonts that were embedded for characters that the form's own fonts lack. More fields may be drawn later;
+  // then call this again. False when one of them cannot be written.
   bool Finish();
 
   // The objects that were added to the document, in the order of their numbers.
   std::span<ZPDFNodeIndirectObject* const> Added() const;
-  // Call this after undoing the changes of filling and drawing: forgets what was drawn, but keeps what is known of the
+  // Call this after undoing the changes of filling and drawing: forgets what was drawn, but not what was read from the
   // form's fonts. Objects that were added become empty, and the next drawing uses their numbers again.
   void Restart();
 

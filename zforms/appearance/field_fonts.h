@@ -17,7 +17,7 @@ class ZAcroFormField;
 struct TextLook {
   TextFont* font = nullptr;
   double size = 0;    // 0: automatic
-  Chaine color = {};  // operators that set it; empty for black
+  Chaine color = {};  // the operators that set the colour; empty for black
   // The resource of "/ColorSpace" that the operators name, without slash, and its value, which the document owns; null
   // when they name none.
   Chaine color_space = {};
@@ -28,7 +28,7 @@ struct TextLook {
   double scaling = 1;
 };
 
-// A glyph of ZapfDingbats, with which buttons are marked.
+// A glyph of ZapfDingbats that marks a button.
 struct MarkGlyph {
   TextFont* font = nullptr;
   ShapedGlyph glyph;
@@ -40,8 +40,8 @@ class FieldFonts {
  public:
   virtual ~FieldFonts() = default;
 
-  // Call this before a widget is drawn: the fonts of its present appearance are used again. Null means that they are
-  // not.
+  // Call this before a widget is drawn, so that the fonts of its present appearance are used again. Null means that no
+  // fonts are used again.
   virtual void Begin(const ZAcroFormField* widget) { static_cast<void>(widget); }
   // True when the fonts of the present appearance lack a glyph that was needed: the widget must then be drawn again
   // without them.
@@ -51,7 +51,7 @@ class FieldFonts {
   // Shapes the text, which has no line ends, in the given font if it has all the characters, else in others. Characters
   // that no font has are added to `missing` and shown by a replacement.
   virtual TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) = 0;
-  // The mark that "/CA" of a button names by its code in ZapfDingbats; nothing when there is none.
+  // The mark with that code in ZapfDingbats, as "/CA" of a button has it; nothing when there is none.
   virtual std::optional<MarkGlyph> MarkOf(const ZAcroFormField& widget, uint8_t code) = 0;
   // Completes the objects of embedded fonts with all the glyphs that were shown. More text may follow; then call this
   // again. False when a font cannot be written.

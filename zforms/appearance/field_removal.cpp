@@ -21,8 +21,8 @@ class TreePruner {
  public:
   explicit TreePruner(DictionarySet* gone) : gone_(gone) {}
 
-  // Removes the fields of this level from the array that lists them, after the fields below them. True when a field
-  // stays.
+  // Removes the fields of the set at this level and below it, and the groups that become empty. `listed` is the array
+  // that lists this level. True when a field of this level stays.
   bool Prune(ZAcroFormFieldCollection& fields, ZPDFNodeArray* listed) {
     bool any_stays = false;
     for (uint32_t i = 0; i < fields.Size(); i++) {
@@ -47,7 +47,8 @@ class TreePruner {
   bool has_signature_ = false;
 };
 
-// A form dictionary directly in the catalog only becomes empty, since wrappers still point to it.
+// Removes the form. A form dictionary that is a direct value in the catalog is only emptied, since wrappers still point
+// to it.
 void RemoveForm(ZPDFNodeDictionary& catalog, ZPDFNodeDictionary& infos) {
   if (catalog.GetDirect("/AcroForm") != &infos) {
     catalog.RemoveValue("/AcroForm");

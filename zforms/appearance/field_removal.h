@@ -6,10 +6,10 @@ namespace zforms {
 
 class ZAcroForm;
 
-// Removes the fields from the form's tree and from "/CO", and the groups that become empty. Removes the form with its
-// last field; `keeps_fonts` keeps its "/DR" and "/DA", which other annotations use. With the last signature field it
-// removes "/SigFlags", and "/DocMDP" from the catalog's permissions. The widgets stay on the pages. Adds the removed
-// groups to `gone`.
+// Removes the fields in `gone`, and the groups that become empty, from the form's tree and from "/CO". Adds these
+// groups to `gone`. The widgets stay on the pages. When no signature field is left, removes "/SigFlags" of the form and
+// "/DocMDP" of the catalog's permissions. When no field is left, removes the form, unless `keeps_fonts` says that other
+// annotations use its "/DR" and "/DA".
 void RemoveFields(ZAcroForm& form, DictionarySet* gone, bool keeps_fonts);
 
 }  // namespace zforms

@@ -19,8 +19,8 @@
 namespace zforms {
 namespace {
 
-// The pages may have this many widgets plus one for each byte of the file: pages that share annotations could otherwise
-// turn a small file into a large one.
+// All pages together may list this many annotations, and one more for each byte of the file. Without a limit, pages
+// that share annotations could turn a small file into a large one.
 constexpr size_t kMostPlaces = 100000;
 
 // One flattening of some fields of a form.
@@ -28,7 +28,7 @@ class Flattening {
  public:
   Flattening(ZAcroForm& form, ZDiagnostics* notes) : form_(form), notes_(notes) {}
 
-  // Chooses every field when there are no names.
+  // Chooses the fields of the names, or every field when `names` is null. False when a name has no field.
   bool Choose(const PTableau<Chaine>* names) {
     takes_all_ = names == nullptr;
     FDictionnary<bool> found;
@@ -47,7 +47,8 @@ class Flattening {
   bool Run() {
     if (!FindWidgets()) return false;
     DrawMissing();
-    // Objects that are no longer reachable need not be written, even if they were filled or drawn.
+    // Marks the chosen dictionaries as not modified, even if they were filled or drawn: they are no longer reachable
+    // and need not be written.
     for (ZPDFNodeDictionary* dictionary : chosen_) dictionary->SetModified(false, true);
     PaintPages();
     RemoveFromStructure(*form_.Parser()->Root(), gone_);
@@ -104,13 +105,13 @@ class Flattening {
 
   void Find(ZPDFNodeDictionary& annotation, Page* page) {
     const Chaine& type = annotation.GetIdentifier("/Subtype");
-    // Free text annotations: their "/DA" names fonts of the form (ISO 32000-1 12.5.6.6).
+    // Keeps the fonts of the form when there are free text annotations, whose "/DA" names them (ISO 32000-1 12.5.6.6).
     keeps_fonts_ |= type == "/FreeText";
     if (takes_all_ && type == "/Widget" && gone_.insert(&annotation).second) chosen_.push_back(&annotation);
     if (gone_.contains(&annotation)) page->widgets.push_back(&annotation);
   }
 
-  // Draws the fields that viewers would draw.
+  // Draws the visible widgets that have no appearance; all visible ones when the form asks viewers to draw its fields.
   void DrawMissing() {
     DictionarySet seen;
     for (const Page& page : pages_) {
@@ -130,7 +131,7 @@ class Flattening {
     for (const ZDiagnostics::Warning& warning : drawer.Diagnostics().Warnings()) notes_->Warn(warning);
   }
 
-  // The drawer itself checks whether a button lacks an appearance.
+  // Buttons are always passed to the drawer: it checks itself whether they lack an appearance.
   static bool IsButton(const ZAcroFormField& field) {
     const ZAcroFormField::eFieldType type = field.InheritedType();
     return type == ZAcroFormField::ePushButton || type == ZAcroFormField::eCheckBox ||

@@ -31,7 +31,7 @@ const ZPDFNode* ColorSpaceIn(const ZPDFNodeDictionary& holder, std::string_view 
   return spaces == nullptr ? nullptr : spaces->GetDirect(key);
 }
 
-// The entry of the field, of one of its parents, or of the form; null when there is none.
+// The colour space of that name in "/DR" of the field, of one of its parents, or of the form; null when there is none.
 const ZPDFNode* ColorSpaceOf(const ZAcroFormField& widget, std::string_view key, const ZPDFParser& document) {
   for (const ZAcroFormField* field = &widget; field != nullptr; field = field->Parent()) {
     if (const ZPDFNode* space = ColorSpaceIn(*field->Dico(), key)) return space;
@@ -67,7 +67,7 @@ TextLook FormFonts::LookOf(const ZAcroFormField& widget) {
   if (!appearance.color_space.IsEmpty()) {
     look.color_space = appearance.color_space;
     look.color_space_value = ColorSpaceOf(widget, "/" + appearance.color_space, *added_->Document());
-    // A colour without its colour space is useless.
+    // Leaves the text black: a colour without its colour space cannot be used.
     if (look.color_space_value == nullptr) return look;
   }
   look.color = appearance.color;

@@ -21,10 +21,10 @@ class FormFonts final : public FieldFonts {
   void Begin(const ZAcroFormField* widget) override;
   bool LacksGlyphs() const override { return fallback_ != nullptr && fallback_->LacksGlyphs(); }
   TextLook LookOf(const ZAcroFormField& widget) override;
-  // `font` is the font of a look.
+  // `font` must be the font of a TextLook from LookOf.
   TextParagraph MakeParagraph(std::u32string text, TextFont* font, std::u32string* missing) override;
   std::optional<MarkGlyph> MarkOf(const ZAcroFormField& widget, uint8_t code) override;
-  // Forgets the fonts that were added to the document, before they are destroyed.
+  // Forgets the fonts that were added to the document. Call it before these are destroyed.
   void Restart() {
     resources_.Restart();
     fallback_.reset();
@@ -36,7 +36,7 @@ class FormFonts final : public FieldFonts {
   const DefaultAppearance& AppearanceOf(const Chaine& text);
 
   AddedObjects* added_;
-  const ZPDFNodeDictionary* widget_ = nullptr;  // the widget whose fonts are used again
+  const ZPDFNodeDictionary* widget_ = nullptr;  // the widget whose fonts are used again; may be null
   FontResources resources_;
   std::shared_ptr<FontLibrary> library_;
   std::unique_ptr<FallbackFonts> fallback_;

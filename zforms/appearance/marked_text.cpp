@@ -7,8 +7,8 @@
 namespace zforms {
 namespace {
 
-// Walks over the tokens of a content stream. Operands are told from operators by their first byte, which is enough
-// here.
+// Walks over the tokens of a content stream. The first byte decides whether a token is an operand or an operator, which
+// is enough here.
 class ContentScan {
  public:
   explicit ContentScan(std::string_view content) : content_(content) {}
@@ -38,7 +38,7 @@ class ContentScan {
   size_t Start() const { return start_; }
   size_t End() const { return at_; }
 
-  // After "ID": moves past the token "EI", which ends the image (8.9.7).
+  // Call this after the token "ID": moves past the token "EI", which ends the image (8.9.7).
   void SkipImage() {
     for (size_t found = at_; (found = content_.find("EI", found)) != std::string_view::npos; found += 2) {
       const bool is_begun = found > 0 && IsBlank(content_[found - 1]);
@@ -100,7 +100,7 @@ class ContentScan {
   size_t start_ = 0;
 };
 
-// Removes the sections while it walks.
+// Walks over the content and collects the parts outside the sections.
 class MarkedTextRemover {
  public:
   explicit MarkedTextRemover(std::string_view content) : content_(content), scan_(content) {}
@@ -138,8 +138,8 @@ class MarkedTextRemover {
     if (token == "q") saved_++;
     if (token == "Q") saved_--;
     if (token == "EMC" && --depth_ == 0 && saved_ == 0) kept_from_ = scan_.End();
-    // A graphics state that is saved inside and restored outside, or the reverse, means that the section cannot be
-    // removed.
+    // A section cannot be removed when a graphics state is saved inside and restored outside, or the reverse. It then
+    // counts as a section without end.
     if (depth_ == 0 && saved_ != 0) depth_ = 1, saved_ = 1;
   }
   void Open() {

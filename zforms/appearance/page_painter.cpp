@@ -69,7 +69,7 @@ std::string PagePainter::ContentOf(Resources& resources, const PTableau<PaintedL
   std::string content;
   for (const PaintedLook& look : looks) {
     auto* stream = NodeCast<ZPDFNodeStream>(const_cast<ZPDFNodeIndirectReference*>(look.shown.appearance)->GetTarget());
-    // Viewers accept the stream as a form XObject even without this entry.
+    // Adds the entry that a form XObject must have: viewers show an appearance even without it.
     if (!stream->Dico()->Exist("/Subtype")) stream->Dico()->SetIdentifier("/Subtype", "/Form");
     if (look.visibility != nullptr) {
       content += "/OC " + NameOf(resources, "/Properties", resources.properties, *look.visibility) + " BDC\n";

@@ -59,7 +59,7 @@ class PagePainter {
   ZPDFParser& document_;
   // Copies of shared dictionaries, by the original.
   std::unordered_map<const ZPDFNodeDictionary*, ZPDFNodeIndirectObject*> copies_;
-  // The prefix of the names added to a dictionary.
+  // The prefix of the names that are added to each dictionary.
   std::unordered_map<const ZPDFNodeDictionary*, std::string> prefixes_;
   std::unique_ptr<ZPDFNode> opening_;  // a reference to the stream "q", which all pages share
   uint32_t direct_nodes_ = 0;

@@ -17,16 +17,16 @@ namespace {
 
 using Levels = std::vector<uint8_t>;
 
-// Longer clusters are split, since shaping takes time that grows with the square of their length. The normal form for
-// streams (UAX 15) allows 30 marks in a row.
+// Longer clusters are split, since shaping takes time that grows with the square of their length. The Stream-Safe Text
+// Format (UAX 15) allows 30 combining marks in a row.
 constexpr size_t kLongestCluster = 64;
 
-// The characters below it are Latin, Greek and Cyrillic, with one glyph each, from left to right, except U+00AD and the
-// combining marks.
+// Characters below this are Latin, Greek and Cyrillic. Each has one glyph, and they run from left to right. Only U+00AD
+// and the combining marks are different.
 constexpr char32_t kSimpleEnd = 0x530;
 bool IsSimple(char32_t c) { return c < kSimpleEnd && !(c >= 0x300 && c < 0x370) && !(c >= 0x483 && c < 0x48A); }
 
-// Other scripts with one glyph for each character.
+// True for scripts with one glyph for each character.
 bool IsSimpleScript(hb_script_t script) {
   switch (script) {
     case HB_SCRIPT_COMMON:
@@ -108,7 +108,7 @@ class FontChooser {
               std::u32string* missing)
       : text_(*text), font_(font), style_(style), fallback_(fallback), missing_(*missing) {}
 
-  // The characters [from, to) have one script and one level.
+  // Chooses the fonts for the characters [from, to), which have one script and one level.
   void Choose(size_t from, size_t to, hb_script_t script, uint8_t level, const std::vector<uint8_t>& marks) {
     TextFont* const one = FontOf(from, to, script);
     if (one != nullptr) return Add(one, from, to - from, level, marks);
@@ -134,7 +134,7 @@ class FontChooser {
     return fallback_ == nullptr ? nullptr : fallback_->Find(style_, part);
   }
 
-  // Characters that no font has.
+  // Replaces the characters that `font_` lacks by "?" or a blank, and adds them to `missing_`.
   TextFont* Replace(size_t from, size_t to) {
     for (size_t i = from; i < to; i++) {
       if (font_->Has(text_[i])) continue;

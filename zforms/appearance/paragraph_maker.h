@@ -9,10 +9,10 @@ namespace zforms {
 
 class FallbackFonts;
 
-// Shapes the text, which has no line ends, in `font` when that has all the characters of a run and can show its script,
-// else in a font of `fallback` (may be null) in that style. The order of characters follows UAX 9, the places where
-// lines may break UAX 14; Thai, Lao and Khmer break only at blanks, since their words are not recognized. Characters
-// that no font has are added to `missing` and shown as "?".
+// Shapes the text, which has no line ends, run by run: in `font` when that has all the characters of the run and can
+// show its script, else in a font of `fallback` (may be null) with that style. The order of characters follows UAX 9,
+// the places where lines may break UAX 14; Thai, Lao and Khmer break only at blanks, since their words are not
+// recognized. Characters that no font has are added to `missing` and shown as "?".
 TextParagraph MakeParagraph(std::u32string text, TextFont* font, const ZFontStyle& style, FallbackFonts* fallback,
                             std::u32string* missing);
 

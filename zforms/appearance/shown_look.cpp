@@ -41,7 +41,7 @@ std::optional<std::array<double, count>> NumbersOf(const ZPDFNode* node) {
   return numbers;
 }
 
-// A rectangle by any two opposite corners (7.9.5).
+// Reads a rectangle, which is given by any two opposite corners (7.9.5).
 std::optional<Box> BoxOf(const ZPDFNode* node) {
   const auto corners = NumbersOf<4>(node);
   if (!corners) return std::nullopt;
@@ -49,7 +49,7 @@ std::optional<Box> BoxOf(const ZPDFNode* node) {
   return Box{std::min(x, other_x), std::min(y, other_y), std::max(x, other_x), std::max(y, other_y)};
 }
 
-// The bounding box of the box after the matrix was applied to it.
+// The bounding box of the corners of the box, transformed by the matrix.
 Box Transformed(const Box& box, const Matrix& m) {
   Box around{INFINITY, INFINITY, -INFINITY, -INFINITY};
   for (const double x : {box.left, box.right}) {
@@ -62,13 +62,14 @@ Box Transformed(const Box& box, const Matrix& m) {
   return around;
 }
 
-// The second matrix applied to the result of the first.
+// The matrix that applies `a` first and then `b`.
 Matrix Product(const Matrix& a, const Matrix& b) {
   return {a[0] * b[0] + a[1] * b[2], a[0] * b[1] + a[1] * b[3],        a[2] * b[0] + a[3] * b[2],
           a[2] * b[1] + a[3] * b[3], a[4] * b[0] + a[5] * b[2] + b[4], a[4] * b[1] + a[5] * b[3] + b[5]};
 }
 
-// Turns the annotation back around the upper left corner of its rectangle (table 165, NoRotate).
+// Rotates the annotation around the upper left corner of its rectangle, so that it does not follow the rotation of the
+// page (table 165, NoRotate).
 Matrix TurnedBack(const Matrix& place, const Box& rect, int rotation) {
   const int quarter = ((rotation / 90) % 4 + 4) % 4;
   const double sine = quarter == 1 ? 1 : quarter == 3 ? -1 : 0;
@@ -82,7 +83,7 @@ const ZPDFNodeIndirectReference* ReferenceAt(const ZPDFNodeDictionary& holder, s
   return NodeCast<ZPDFNodeIndirectReference>(holder.GetDirect(key));
 }
 
-// "/AS"; where it is missing, the state that the value of the field names.
+// The state "/AS"; when it is absent, the state that the value of the field ("/V") names.
 Chaine StateOf(const ZPDFNodeDictionary& annotation) {
   if (annotation.Exist("/AS")) return annotation.GetIdentifier("/AS");
   if (annotation.Exist("/V")) return annotation.GetIdentifier("/V");
@@ -90,7 +91,7 @@ Chaine StateOf(const ZPDFNodeDictionary& annotation) {
   return parent == nullptr ? Chaine() : parent->GetIdentifier("/V");
 }
 
-// "/N" of "/AP", or the one of its streams that the state names.
+// The stream "/N" of "/AP". When "/N" has one stream for each state, the one for the shown state.
 const ZPDFNodeIndirectReference* AppearanceOf(const ZPDFNodeDictionary& annotation) {
   const auto* appearances = NodeCast<ZPDFNodeDictionary>(annotation.GetTarget("/AP"));
   if (appearances == nullptr) return nullptr;

@@ -17,9 +17,9 @@ struct ShownLook {
   std::array<double, 6> place{};
 };
 
-// Empty when nothing is visible on the screen: the annotation is hidden, or has no appearance for its state ("/AS"), or
-// one without size. `rotation` is the rotation of the page in degrees; annotations with the flag NoRotate do not follow
-// it.
+// The appearance that viewers show on the screen. Empty when there is none: the annotation is hidden, or has no
+// appearance for its state ("/AS"), or the appearance or the annotation has no size. `rotation` is the rotation of the
+// page in degrees; annotations with the flag NoRotate do not follow it.
 std::optional<ShownLook> ShownLookOf(const ZPDFNodeDictionary& annotation, int rotation);
 
 // False when a viewer does not show the annotation on the screen, whatever its appearance is.

@@ -47,13 +47,13 @@ class StructurePruner {
   }
 
  private:
-  // A leaf has keys and values alternately.
+  // Prunes "/Nums" of a leaf, which has keys and values alternately. True when it changes.
   bool PruneLeaf(ZPDFNodeArray& numbers) {
     std::vector<bool> goes(numbers.Size(), false);
     for (size_t i = 0; i + 1 < numbers.Size(); i += 2) {
       const ZPDFNode* key = numbers.GetTargetAt(i);
       auto* element = NodeCast<ZPDFNodeDictionary>(numbers.GetTargetAt(i + 1));
-      // The entry of a page's content is an array.
+      // Keeps the entries that are arrays: they belong to the content of pages.
       if (key == nullptr || element == nullptr || !keys_.contains(key->GetIntValue())) continue;
       goes[i] = goes[i + 1] = true;
       if (visited_.insert(element).second) PruneElement(*element);
@@ -81,7 +81,7 @@ class StructurePruner {
     const auto* limits = dictionary == nullptr ? nullptr : NodeCast<ZPDFNodeArray>(dictionary->GetTarget("/Limits"));
     return limits == nullptr ? nullptr : limits->GetTargetAt(index);
   }
-  // The root has no "/Limits".
+  // Updates "/Limits"; the root has none.
   static void SetLimits(ZPDFNodeDictionary& node, const ZPDFNode* least, const ZPDFNode* most) {
     if (!node.Exist("/Limits") || least == nullptr || most == nullptr) return;
     auto* limits = new ZPDFNodeArray(node.ObjectProvider());

@@ -9,7 +9,7 @@ namespace zforms {
 namespace {
 
 constexpr char32_t kBullet = 0x2022;
-// How often a text is laid out to find the size at which its lines fit.
+// How many layouts of a text are charged to the budget when its size is automatic: several sizes are tried.
 constexpr size_t kPasses = 12;
 
 }  // namespace
@@ -41,7 +41,7 @@ void TextDrawer::Prepare(const WidgetDrawing& drawing, const Chaine& utf8, Kind 
     for (std::u32string& line : LinesOfText(utf8, &missing_)) add(std::move(line));
   } else {
     std::u32string line = LineOfText(utf8, kind == Kind::kPassword ? nullptr : &missing_);
-    // The text of a password is never shown.
+    // Shows bullets or asterisks in place of a password.
     if (kind == Kind::kPassword) line.assign(line.size(), font_->Has(kBullet) ? kBullet : U'*');
     add(std::move(line));
   }
@@ -59,7 +59,7 @@ void TextDrawer::Draw(WidgetDrawing& drawing, const Chaine& utf8, uint32_t flags
   const bool is_password = (flags & kPasswordFlag) != 0;
   const Kind kind = is_password ? Kind::kPassword : (flags & kMultilineFlag) != 0 ? Kind::kLines : Kind::kLine;
   const size_t cells = CellsOf(flags, max_length);
-  // In a comb the cells give the spacing.
+  // In a comb the cells space the text, so Tc and Tw do not apply.
   TextSpacing spacing = drawing.Spacing();
   if (cells > 0) spacing.character = spacing.word = 0;
   Prepare(drawing, utf8, kind, spacing);

@@ -29,7 +29,7 @@ class TextDrawer {
   static size_t CellsOf(uint32_t flags, uint32_t max_length);
   // Draws a value, in UTF-8, according to the flags of the field.
   void Draw(WidgetDrawing& drawing, const Chaine& utf8, uint32_t flags, uint32_t max_length);
-  // Forgets the text that was drawn last and its fonts, which the next widget with the same text would have too.
+  // Forgets the text that was drawn last. Otherwise the next widget with the same text is drawn with the same fonts.
   void Forget() { font_ = nullptr; }
 
  private:

@@ -10,26 +10,26 @@ namespace {
 
 // The figures of docs/appearances.md, in parts of the font size where no unit is named.
 constexpr double kLineHeight = 1.35;
-constexpr double kDescentOfLine = 0.35 / 1.35;  // of the height of a line
+constexpr double kDescentOfLine = 0.35 / 1.35;  // in parts of the height of a line
 constexpr double kClosestLines = 0.95;
 constexpr double kDescentAtBottom = 0.2;
-constexpr double kHighestFont = 1500;    // its ascent and descent together, in 1/1000 of the size
+constexpr double kHighestFont = 1500;    // the largest ascent and the largest height that count, in 1/1000 of the size
 constexpr double kLeastPadding = 1;      // above and below the text, in points
-constexpr double kUsualSize = 12;        // of several lines, in points
+constexpr double kUsualSize = 12;        // the largest automatic size of several lines, in points
 constexpr double kLeastSizeOfLines = 4;  // in points
-constexpr double kLeastSize = 1;         // of one line, in points
+constexpr double kLeastSize = 1;         // the smallest automatic size of one line, in points
 constexpr double kLargestSize = 5000;
 // Sums of widths are compared with this tolerance, in points.
 constexpr double kTolerance = 0.01;
 
-// Sizes are cut to hundredths of a point, so that text that was found to fit still fits when it is written.
+// Rounds a size down to hundredths of a point, so that text that was found to fit still fits when the size is written.
 double CutToHundredths(double size) { return std::floor(size * 100) / 100; }
 
 double SizeOr(double size, double otherwise) { return size > 0 ? std::min(size, kLargestSize) : otherwise; }
 
 double TopPadding(const TextBox& box) { return std::max(kLeastPadding, box.edge); }
 
-// As large as height and width allow.
+// The largest size at which one line fits into the height and width of the box.
 double SizeOfLine(double text_width, const TextBox& box) {
   double size = (box.height - 2 * TopPadding(box)) / kLineHeight;
   if (text_width > 0) size = std::min(size, (box.width - 2 * box.padding) * 1000 / text_width);
@@ -85,7 +85,7 @@ size_t NextCluster(const TextParagraph& paragraph, size_t index) {
 
 // --- several lines ---
 
-// Breaks paragraphs into lines that are at most as wide as the box at a size, until the caller has enough lines.
+// Breaks paragraphs into lines, one for each call of Next. At the given size, lines are at most as wide as the box.
 class LineBreaker {
  public:
   LineBreaker(const std::vector<TextParagraph>& paragraphs, const TextBox& box, double size)
@@ -94,7 +94,7 @@ class LineBreaker {
         // A paragraph that is only slightly too wide stays on one line.
         room_alone_((box.width - box.padding + kTolerance) * 1000 / size) {}
 
-  // False at the end. A paragraph without text is a line without text.
+  // Sets the next line; false at the end. A paragraph without text gives a line without text.
   bool Next(TextLine* line) {
     while (paragraph_ < paragraphs_.size() && is_done_) StartParagraph();
     if (is_done_) return false;
@@ -112,7 +112,7 @@ class LineBreaker {
     at_ = 0;
     is_done_ = false;
   }
-  // Blanks at the end of a line do not count for its width.
+  // The index after the line that starts at at_. Blanks at the end of a line do not count for its width.
   size_t EndOfLine(const TextParagraph& text) const {
     double width = 0;
     size_t last_break = at_;
@@ -129,7 +129,7 @@ class LineBreaker {
 
   const std::vector<TextParagraph>& paragraphs_;
   double room_, room_alone_;
-  size_t paragraph_ = 0;  // one more than the current one
+  size_t paragraph_ = 0;  // the index after the current paragraph
   size_t at_ = 0;
   bool is_done_ = true;
 };
@@ -139,7 +139,8 @@ struct LineGrid {
   double line_height = 0;
 };
 
-// The smallest distance of lines: fonts of scripts with signs above and below need their full height.
+// The smallest distance between lines, in parts of the size. Fonts that shape complex scripts need their full height,
+// for signs above and below the letters.
 double ClosestLines(const std::vector<TextParagraph>& paragraphs) {
   double closest = kClosestLines;
   for (const TextParagraph& paragraph : paragraphs) {
@@ -152,7 +153,8 @@ double ClosestLines(const std::vector<TextParagraph>& paragraphs) {
   return closest;
 }
 
-// How far the fonts that shape reach above and below the baseline of the first line; 0 where it has none.
+// How far the fonts of the first line reach above and below its baseline. Counts only fonts that shape complex scripts;
+// 0 when there are none.
 TextFontMetrics ShapedMetrics(const std::vector<TextParagraph>& paragraphs, const TextBox& box, double size) {
   TextFontMetrics highest;
   LineBreaker breaker(paragraphs, box, size);
@@ -179,7 +181,8 @@ bool FitsAt(const std::vector<TextParagraph>& paragraphs, const TextBox& box, do
   return true;
 }
 
-// The box holds a whole number of lines. The size is the one for the smallest number of lines at which the text fits.
+// Divides the height of the box into a whole number of lines. An automatic size is the one for the smallest number of
+// lines at which the text fits.
 LineGrid GridOf(const std::vector<TextParagraph>& paragraphs, const TextBox& box) {
   const double height = std::max(box.height - 2 * TopPadding(box), 0.1);
   const auto lines_at = [height](double size) {
@@ -230,7 +233,7 @@ double FirstBaseline(const std::vector<TextParagraph>& paragraphs, const TextBox
   if (grid.line_height < grid.size) return MiddleBaseline(metrics, grid.size, box.height);
   descent = std::max(descent, std::min(-metrics.descent / 1000, 0.5) * grid.size);
   const double first = box.height - top - (grid.line_height - descent);
-  // Signs above the letters reach up to the ascent.
+  // Moves the baseline down if necessary: signs above the letters reach up to the ascent.
   const TextFontMetrics shaped = ShapedMetrics(paragraphs, box, grid.size);
   const double below_ascent = box.height - top - shaped.ascent * grid.size / 1000;
   return std::min(first, std::max(below_ascent, MiddleBaseline(shaped, grid.size, box.height)));
@@ -252,7 +255,7 @@ TextLayout LayOutLine(const TextParagraph& paragraph, const TextBox& box) {
     const Fitting fitting = FirstThatFit(paragraph, (box.width - box.padding - box.edge) / scale);
     layout.left_out = WithoutBlanksAtEnd(paragraph, 0, paragraph.Size());
     layout.left_out -= std::min(layout.left_out, fitting.end);
-    // With one more cluster, which is clipped and so shows that the text continues.
+    // Adds one more cluster. It is clipped, which shows that the text continues.
     line.to = NextCluster(paragraph, fitting.end);
     line.x = paragraph.IsRightToLeft() ? box.width - box.padding - WidthOf(paragraph, line) * scale : box.padding;
   }
@@ -303,7 +306,7 @@ TextLayout LayOutComb(const TextParagraph& paragraph, const TextBox& box, size_t
     clusters.push_back({0, i, next, 0, 0});
     widest = std::max(widest, WidthOf(paragraph, clusters.back()));
   }
-  // As large as for one line, but no cluster is wider than its cell.
+  // The automatic size is that of one line, reduced so that no cluster is wider than its cell.
   double automatic = SizeOfLine(paragraph.Width(), box);
   if (widest > 0) automatic = std::max(std::min(automatic, CutToHundredths(cell * 1000 / widest)), kLeastSize);
   layout.size = SizeOr(box.size, automatic);
@@ -311,7 +314,7 @@ TextLayout LayOutComb(const TextParagraph& paragraph, const TextBox& box, size_t
   layout.left_out = paragraph.Size() - clusters.back().to;
   if (IsTooHigh(paragraph, layout.size, box)) layout.left_out = paragraph.Size();
 
-  // In the order in which they are shown.
+  // Puts the clusters in the order in which they are shown.
   std::vector<TextLine> shown;
   for (const TextRun& run : paragraph.VisualRuns(0, clusters.back().to)) {
     const auto is_before = [](const TextLine& cluster, size_t from) { return cluster.from < from; };

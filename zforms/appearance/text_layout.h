@@ -9,17 +9,18 @@ namespace zforms {
 
 class ContentWriter;
 
-// The layout of text. The rules and their figures are in docs/appearances.md.
+// The box in which a text is laid out. The rules of the layout are in docs/appearances.md.
 struct TextBox {
   double width = 0;  // the whole box, in points
   double height = 0;
-  double padding = 0;  // between its sides and the text
-  double edge = 0;     // how far its border reaches in
+  double padding = 0;  // between the sides of the box and the text
+  double edge = 0;     // how far the border reaches into the box
   int quadding = 0;    // 0 left, 1 centred, 2 right
-  double size = 0;     // the size the size of the font; 0 means as large as fits
+  double size = 0;     // the size of the font; 0 means as large as fits
 };
 
-// A part of a paragraph on one baseline, from the box's lower left corner.
+// A part of a paragraph on one baseline: the characters [from, to). They start at (x, y), measured from the box's lower
+// left corner.
 struct TextLine {
   size_t paragraph = 0;
   size_t from = 0;
@@ -29,7 +30,7 @@ struct TextLine {
 };
 
 struct TextLayout {
-  double size = 0;  // of the font
+  double size = 0;  // the size of the font
   std::vector<TextLine> lines;
   size_t left_out = 0;  // how many characters do not fit
 };

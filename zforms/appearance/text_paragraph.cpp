@@ -7,7 +7,7 @@
 namespace zforms {
 namespace {
 
-// What is taken for ascent and descent where a font does not tell, and what a font may claim.
+// The ascent and descent of a font that states none, and the largest height that is plausible.
 constexpr TextFontMetrics kUsualMetrics{1000, -350, 700};
 constexpr double kMostMetric = 3000;
 

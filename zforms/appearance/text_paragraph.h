@@ -15,11 +15,12 @@ struct TextRun {
   TextFont* font = nullptr;
   size_t from = 0;
   size_t count = 0;
-  uint8_t level = 0;  // of the bidirectional algorithm (UAX 9): odd ones run from right to left
+  uint8_t level = 0;  // the embedding level (UAX 9); odd levels run from right to left
 };
 
-// What the operators Tc, Tw and Tz add to the advances of a font (ISO 32000-1 9.3): Tc to each glyph and Tw to each
-// blank of one byte, in 1/1000 of the font size, and then the scaling, 1 for none.
+// How the operators Tc, Tw and Tz change the advances of a font (ISO 32000-1 9.3): Tc is added to each glyph and Tw to
+// each blank of one byte, in 1/1000 of the font size. The sum is then multiplied by the scaling (Tz), which is 1 for
+// none.
 struct TextSpacing {
   double character = 0;
   double word = 0;
@@ -55,7 +56,7 @@ class TextParagraph {
   // The width of the cluster that starts at this character, in 1/1000 of the font size; 0 inside a cluster.
   double AdvanceAt(size_t index) const { return advances_[index]; }
   double Width() const { return width_; }
-  // The advance of one of its glyphs, in the same unit.
+  // The advance of a glyph of the text with the spacing, in the same unit.
   double AdvanceOf(const ShapedGlyph& glyph) const {
     const bool is_blank = glyph.code_size == 1 && glyph.code == 32;
     return (glyph.advance + spacing_.character + (is_blank ? spacing_.word : 0)) * spacing_.scaling;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-// The character at the place, which moves behind it.
+// Returns the character at `*at` and moves `*at` past it; U+FFFD for bytes that are not valid UTF-8.
 char32_t TakeCharacter(std::string_view text, size_t* at) {
   const auto first = static_cast<uint8_t>(text[(*at)++]);
   if (first < 0x80) return first;
@@ -31,14 +31,15 @@ bool IsLineEnd(char32_t c) { return c == U'\n' || c == U'\r' || c == 0x2028 || c
 
 bool IsControl(char32_t c) { return c < 32 || (c >= 0x7F && c < 0xA0); }
 
-// The soft hyphen is seen only where a line ends at it, which none does; the byte order mark never.
+// A soft hyphen is visible only where a line is broken at it, and lines are never broken there. A byte order mark is
+// never visible.
 bool IsInvisible(char32_t c) { return c == 0xAD || c == 0xFEFF; }
 
 void DropBlanksAtEnd(std::u32string* text) {
   while (!text->empty() && text->back() == U' ') text->pop_back();
 }
 
-// Calls `character` for each of the text that is shown and `line_end` for each line end.
+// Calls `character` for each character that is shown, and `line_end` for each line end.
 template <class Character, class LineEnd>
 void Walk(std::string_view utf8, std::u32string* left_out, const Character& character, const LineEnd& line_end) {
   for (size_t at = 0; at < utf8.size();) {

@@ -23,10 +23,10 @@ constexpr size_t kWorkOfDocument = 256 << 20;
 constexpr size_t kWorkOfByte = 64;
 constexpr size_t kWorkOfWritten = 16;
 constexpr size_t kMostValue = 16 << 20;
-// So many missing characters of a field are named.
+// At most this many missing characters of a field are named; the others are counted.
 constexpr size_t kMostNamed = 8;
 
-// How messages name a field.
+// The beginning of a message about a field.
 Chaine NameOf(const ZAcroFormField& widget) { return "field \"" + widget.FullNameUTF8() + "\": "; }
 
 uint32_t MaxLengthOf(const ZAcroFormField& widget) {
@@ -42,7 +42,7 @@ Chaine CharacterName(char32_t c) {
     number += *digit >= 'a' ? static_cast<char>(*digit - 'a' + 'A') : *digit;
   }
   while (number.size() < 4) number = "0" + number;
-  // Control characters would not be seen.
+  // Returns only the code of a control character, which is not visible.
   if (c < 32 || (c >= 0x7F && c < 0xA0)) return "U+" + number;
   Chaine name = "\"";
   AppendUTF8(&name, c);
@@ -79,7 +79,7 @@ bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const ZAcroFormField::eFieldType type = widget.InheritedType();
   if (type == ZAcroFormField::eOtherField) return true;
   const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
-  // A widget without size is not visible.
+  // Draws nothing in a widget without size, which is not visible.
   if (!style.HasSize()) return true;
   if (work_ == 0)
     return Fail(widget, "is not drawn: the fields before it are so large that the limit for drawing is reached");
@@ -169,7 +169,7 @@ void WidgetDrawer::DrawContent(WidgetDrawing& drawing, uint32_t flags, const Cha
   }
 }
 
-// A value may be a stream (12.7.4.3).
+// Also reads a value that is a stream (12.7.4.3).
 bool WidgetDrawer::ReadValue(const ZAcroFormField& widget, Chaine* utf8) {
   const auto* stream = NodeCast<ZPDFNodeStream>(InheritedEntry(widget, "/V"));
   if (stream == nullptr || !stream->Dico()->Exist("/Filter")) {
@@ -205,7 +205,7 @@ bool WidgetDrawer::DrawButton(ZAcroFormField& widget, const WidgetStyle& style, 
 
 bool WidgetDrawer::Report(const WidgetDrawing& drawing) {
   const ZAcroFormField& widget = drawing.widget;
-  // Hidden fields contain data for programs and are often too small for it, so they give no warning.
+  // Gives no such warning for hidden fields: they contain data for programs and are often too small for it.
   if (drawing.left_out > 0 && !widget.GetAnnotation()->IsHidden()) {
     notes_->Warn(NameOf(widget) + FormatUInt(drawing.left_out) + " of " + FormatUInt(drawing.characters) +
                  " characters do not fit");

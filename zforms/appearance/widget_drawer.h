@@ -14,11 +14,11 @@ namespace zforms {
 class ZAcroFormField;
 class ZDiagnostics;
 
-// Draws the widgets of one document, whatever kind of field they show, and says what was left out. The document and the
+// Draws the widgets of one document, of all kinds of fields. Reports what was left out in `notes`. The document and the
 // fonts outlive it. One thread at a time.
 class WidgetDrawer {
  public:
-  // The function, which may be null or empty, says what is shown in place of values.
+  // `shown_of` formats values, see ZFieldDrawer::SetShownValues. It may be null or empty.
   WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
                const ZFieldDrawer::ShownValueOf* shown_of = nullptr);
 
@@ -32,15 +32,16 @@ class WidgetDrawer {
   bool DrawValue(ZAcroFormField& widget, const WidgetStyle& style, bool reuses_fonts = true);
   bool DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index);
   void DrawContent(WidgetDrawing& drawing, uint32_t flags, const Chaine& text);
-  // What a text field or combo box shows, in UTF-8; its colour may change.
+  // The text that a text field or combo box shows, in UTF-8. May change the colour in `look`.
   Chaine TextOf(const ZAcroFormField& widget, uint32_t flags, TextLook* look);
   // The value that a text field shows, in UTF-8; false when it cannot be read.
   bool ReadValue(const ZAcroFormField& widget, Chaine* utf8);
   bool Report(const WidgetDrawing& drawing);
   bool Fail(const ZAcroFormField& widget, const char* what);
 
-  // The remaining budget, in bytes read, characters laid out and, counted sixteen times, bytes written. It keeps a
-  // small file, in which many widgets share one long value or one stream, from becoming a large one.
+  // The remaining budget: 1 for each byte that is read and each character that is laid out, 16 for each byte that is
+  // written. Without a budget, a small file in which many widgets share one long value or stream could become a large
+  // one.
   size_t work_;
   FieldFonts& fonts_;
   ZDiagnostics* notes_;

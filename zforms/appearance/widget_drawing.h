@@ -20,14 +20,14 @@ struct WidgetDrawing {
   const TextLook& look;
   TextBox box;  // the box of the text, with the size and the quadding of the look
 
-  // What is drawn.
+  // The content that is drawn.
   ContentWriter out;
   // How many characters of the value there are, and how many of them do not fit.
   size_t characters = 0;
   size_t left_out = 0;
   // Characters that no font has.
   std::u32string missing;
-  // The fonts of what was shown, each once.
+  // The fonts of the text that was shown, each once.
   std::vector<TextFont*> fonts;
 
   void AddFont(TextFont* font);
@@ -35,7 +35,7 @@ struct WidgetDrawing {
   void AddFonts(const std::vector<TextParagraph>& paragraphs, const TextLayout& layout);
   // Clips the content that follows to the inside of the border.
   void Clip();
-  // "BT" with the colour, the lines, "ET".
+  // Writes "BT", the colour, the spacing, the lines and "ET".
   void ShowText(std::vector<TextParagraph>& paragraphs, const TextLayout& layout);
   // The spacing that the look asks for. When the size is automatic, only the scaling is applied.
   TextSpacing Spacing() const;

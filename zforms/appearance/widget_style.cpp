@@ -13,7 +13,8 @@ namespace zforms {
 namespace {
 
 constexpr size_t kMostDashes = 10;
-// A Bezier curve with its control points at this part of the radius is a quarter of a circle.
+// A quarter of a circle is drawn as a Bezier curve. Its control points are this far from its ends, in parts of the
+// radius.
 constexpr double kCurve = 0.5523;
 
 double Bounded(double value, double least, double most) {
@@ -42,7 +43,8 @@ WidgetColor ColorOf(const ZPDFNodeDictionary& characteristics, std::string_view 
   return color;
 }
 
-// Lengths of dashes and gaps (8.4.3.6). A pattern that draws nothing, or has invalid lengths, is left out.
+// Lengths of dashes and gaps (8.4.3.6). Invalid lengths are replaced by the nearest valid ones, and a pattern that
+// draws nothing by the default, one dash length of 3.
 std::vector<double> DashesOf(const ZPDFNodeArray* array) {
   std::vector<double> dashes;
   double sum = 0;
@@ -83,12 +85,12 @@ void ReadBorder(const ZPDFNodeDictionary& widget, WidgetStyle* style) {
 void ReadSize(const ZPDFNodeDictionary& widget, WidgetStyle* style) {
   std::array<double, 4> rect{};
   if (widget.GetNumbers("/Rect", rect) < rect.size()) return;
-  // Any two opposite corners (7.9.5).
+  // The corners may be any two opposite ones (7.9.5).
   const double width = std::abs(rect[2] - rect[0]);
   const double height = std::abs(rect[3] - rect[1]);
   const auto is_size = [](double size) { return size > 0.01 && size <= WidgetStyle::kMostSize; };
   if (!is_size(width) || !is_size(height)) return;
-  // Rounded as "/BBox" is written, so that drawing a widget again gives the same result.
+  // Rounds the size as "/BBox" is written, so that drawing a widget again gives the same result.
   style->width = std::round(width * 10000) / 10000;
   style->height = std::round(height * 10000) / 10000;
   if (style->rotation % 180 != 0) std::swap(style->width, style->height);
@@ -100,7 +102,7 @@ void SetColor(ContentWriter& out, const WidgetColor& color, std::string_view gra
   if (color.IsVisible()) out.Operator(color.count == 1 ? gray : color.count == 3 ? rgb : cmyk);
 }
 
-// A circle around the middle of the box, or a half of it that starts at 45 degrees.
+// Adds an arc around (x, y) to the path: `quarters` quarters of a circle, counterclockwise from `start_degrees`.
 void AddCircle(ContentWriter& out, double x, double y, double radius, double start_degrees, int quarters) {
   constexpr double kPi = 3.14159265358979;
   double angle = start_degrees * kPi / 180;
@@ -119,7 +121,7 @@ void AddCircle(ContentWriter& out, double x, double y, double radius, double sta
 
 WidgetColor Gray(double level) { return {1, {level}}; }
 
-// The light and the dark side of a bevelled or inset border.
+// The colours of the light and the dark sides of a beveled or inset border.
 WidgetColor LitColor(WidgetStyle::Border border) { return Gray(border == WidgetStyle::Border::kBeveled ? 1 : 0.5); }
 WidgetColor ShadedColor(const WidgetStyle& style) {
   if (style.border == WidgetStyle::Border::kInset) return Gray(0.75);
@@ -147,7 +149,7 @@ void FillCircle(ContentWriter& out, double x, double y, double radius) {
 WidgetStyle WidgetStyle::Of(const ZPDFNodeDictionary& widget) {
   WidgetStyle style;
   if (const ZPDFNodeDictionary* characteristics = DictionaryOf(widget, "/MK")) {
-    // Only multiples of 90 degrees rotate.
+    // Ignores angles that are not multiples of 90 degrees.
     const double turn = Bounded(characteristics->GetDoubleValue("/R"), -36000, 36000);
     if (std::fmod(turn, 90) == 0) style.rotation = ((static_cast<int>(turn) % 360) + 360) % 360;
     style.background = ColorOf(*characteristics, "/BG");
@@ -199,7 +201,8 @@ void WidgetStyle::Draw(ContentWriter& out) const {
   }
 }
 
-// The light colour above and to the left, the dark one below and to the right, inside the border's line.
+// Draws the light colour at the top and on the left, the dark one at the bottom and on the right, inside the border's
+// line.
 void WidgetStyle::DrawEdges(ContentWriter& out) const {
   const double w = border_width;
   const double in = std::min({2 * w, width / 2, height / 2});

@@ -24,7 +24,8 @@ struct WidgetColor {
 // numbers are always finite and within bounds, even if those in the file are not.
 struct WidgetStyle {
   enum class Border : uint8_t { kSolid, kDashed, kBeveled, kInset, kUnderline };
-  // The largest page that viewers show, in points, and the widest border.
+  // The largest width or height of a widget (that of the largest page that viewers show) and the largest width of a
+  // border, in points.
   static constexpr double kMostSize = 14400;
   static constexpr double kMostBorder = 100;
 
@@ -37,24 +38,25 @@ struct WidgetStyle {
   WidgetColor background;
   WidgetColor border_color;
   Border border = Border::kSolid;
-  double border_width = 0;  // 0 as well when the border has no colour, and is not drawn
+  double border_width = 0;  // also 0 when the border has no colour and so is not drawn
   std::vector<double> dashes;
   Chaine caption;  // "/CA", a PDF text string
 
   static WidgetStyle Of(const ZPDFNodeDictionary& widget);
 
   bool HasSize() const { return width > 0 && height > 0; }
-  // The width of the border inside the box.
+  // How far the border reaches into the box, in points.
   double Edge() const;
   // The distance between the sides of the box and the text: at least 2 points and the border.
   double Padding() const;
   // "/Matrix" of the appearance, which turns the box into the rectangle (12.5.5, algorithm 8.1).
   std::array<double, 6> Matrix() const;
 
-  // Draws background and border; for radio buttons as a circle that touches the sides.
+  // Both draw the background and the border: the first as a rectangle, the second, for radio buttons, as a circle that
+  // touches the sides.
   void Draw(ContentWriter& out) const;
   void DrawCircle(ContentWriter& out) const;
-  // Draws the lines between `count` cells of a comb, if there is a border. Draw, called before, sets the style of
+  // Draws the lines between `count` cells of a comb, if there is a border. Call Draw before: it sets the style of the
   // lines.
   void DrawDividers(ContentWriter& out, size_t count) const;
 
@@ -63,7 +65,7 @@ struct WidgetStyle {
   void DrawEdges(ContentWriter& out) const;
 };
 
-// The operator that sets the colour, for filling or for lines; nothing for a transparent one.
+// Write the operator that sets the colour, for filling or for lines; nothing for a transparent colour.
 void SetFillColor(ContentWriter& out, const WidgetColor& color);
 void SetLineColor(ContentWriter& out, const WidgetColor& color);
 void FillCircle(ContentWriter& out, double x, double y, double radius);

@@ -41,15 +41,15 @@ struct zforms_batch : zforms::c::Handle {
   ZFormBatch fill;
   zforms::c::Listener listener;
   std::unique_ptr<zforms::RowReader> reader;  // null without a table
-  Row row;                                    // that was filled last
+  Row row;                                    // the row that was filled last
   bool is_filled = false;
   Chaine bytes;
-  std::vector<std::string> next_names;  // of a row without a table
+  std::vector<std::string> next_names;  // the names and values set for the next row without a table
   std::vector<zforms::Cell> next_cells;
   uint64_t next_number = 1;
   std::string pattern_text;
   FileNamePattern pattern;
-  std::string path;                         // that was written last
+  std::string path;                         // the file that was written last
   std::unordered_set<std::string> written;  // the names of this batch's files, in one letter case
 };
 
@@ -111,7 +111,7 @@ double ShareOf(const ByteSource& source) {
   return source.Size() == 0 ? 0 : static_cast<double>(source.Position()) / static_cast<double>(source.Size());
 }
 
-// Fills and writes the next row; sets `ended` after the last one.
+// Fills and writes the next row; sets `ended` after the last row, or when the table cannot be read further.
 zforms_status RunRow(zforms_batch* batch, const char* folder, const char* pattern, unsigned flags, bool* ended) {
   batch->path.clear();
   const zforms_status status = zforms_batch_next(batch, nullptr, nullptr);
@@ -192,7 +192,7 @@ zforms_status zforms_batch_set_values(zforms_batch* batch, const char* name, con
 zforms_status zforms_batch_fill(zforms_batch* batch) {
   return Guarded(batch, [&] {
     Row& row = batch->row;
-    // Rows with the same names share them, so that their fields are looked up once.
+    // Rows with the same names share one list of names, so that the fields are looked up only once.
     if (row.names == nullptr || *row.names != batch->next_names) {
       row.names = std::make_shared<const std::vector<std::string>>(batch->next_names);
     }

@@ -95,7 +95,7 @@ zforms_status zforms_field_text(zforms_form* form, size_t index, zforms_field_pa
     if (part < ZFORMS_FIELD_NAME || part > ZFORMS_FIELD_STATE) return ZFORMS_ERROR_ARGUMENT;
     const std::string* const text = TextOf(field, part, n);
     if (text != nullptr) return CopyText(*text, buffer, size, length);
-    return Fail(form, ZFORMS_ERROR_NOT_FOUND, "field \"" + field.name + "\" has fewer such texts");
+    return Fail(form, ZFORMS_ERROR_NOT_FOUND, "field \"" + field.name + "\" has fewer texts of this kind");
   });
 }
 

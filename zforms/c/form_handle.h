@@ -15,7 +15,7 @@ class ZAcroFormField;
 
 // The handle of a form.
 struct zforms_form : zforms::c::Handle {
-  // The fields as last read. Until another document is opened, only their values change.
+  // The fields as they were last read. Until a document is opened or fields are flattened, only their values change.
   struct Fields {
     bool are_read = false;
     std::vector<zforms::ZFormField> reports;

@@ -15,10 +15,10 @@ namespace zforms::c {
 // The base of every handle: why the last call with it failed.
 struct Handle {
   std::string error;
-  const char* fixed_error = nullptr;  // a constant text, used instead of `error` when there was no memory for it
+  const char* fixed_error = nullptr;  // the text of the status, used instead of `error` when a failed call has set none
 };
 
-// Calls a function of one handle. Exceptions do not leave it: they become a status and a reason.
+// Runs the body of a function of the C interface. Exceptions do not leave it: they become a status and a reason.
 template <class Call>
 zforms_status Guarded(Handle* handle, Call call) noexcept {
   if (handle == nullptr) return ZFORMS_ERROR_ARGUMENT;
@@ -46,10 +46,10 @@ T* NewHandle(Arguments&&... arguments) noexcept {
   }
 }
 
-// Sets the reason.
+// Sets the reason of the error, and returns the status.
 zforms_status Fail(Handle* handle, zforms_status status, std::string text);
 
-// Writes a text with a zero byte after it, or bytes without one, into the buffer of the caller.
+// Write a text with a zero byte after it, or bytes without one, into the caller's buffer: see ZFORMS_ERROR_LENGTH.
 zforms_status CopyText(std::string_view text, char* buffer, size_t size, size_t* length) noexcept;
 zforms_status CopyBytes(std::string_view bytes, void* buffer, size_t size, size_t* length) noexcept;
 
@@ -61,8 +61,8 @@ struct Listener {
   void Tell(zforms_severity severity, zforms_about about, const std::string& text) const;
 };
 
-// Reports the messages. If the call was not `done`, the reason is the last failure among them, else the last warning;
-// its subject decides the status.
+// Reports the messages to the listener. Returns ZFORMS_OK when the call was `done`. Otherwise the reason is the last
+// failure among the messages, or else the last warning, and its subject decides the status.
 zforms_status Finish(Handle* handle, const Listener& listener, const ZFormMessages& messages, bool done);
 
 // A result that is kept until the caller provides a buffer that is large enough.

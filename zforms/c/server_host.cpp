@@ -20,7 +20,7 @@ constexpr char kTokenParam[] = "Form.Token";
 
 }  // namespace
 
-// A server without a screen: questions to the user are answered with yes.
+// A server without a user interface: it never refuses to start, and refusals are reported as messages.
 class ServerHost::Server : public ZAcroFormServer {
  public:
   Server(ServerHost* host, uint16_t port, const std::string& folder, const ZHostServices& services)
@@ -48,7 +48,7 @@ class ServerHost::Server : public ZAcroFormServer {
   int start_error_ = 0;
 };
 
-// One submission, on a thread of the server.
+// Handles one submission, on a thread of the server.
 class ServerHost::Session : public ZAcroFormServerXFDFSession {
  public:
   Session(ServerHost* host, ZAcroFormServerXFDFHandler* handler)
@@ -69,7 +69,7 @@ class ServerHost::Session : public ZAcroFormServerXFDFSession {
     host_->Tell(ZFORMS_WARNING, "refused: " + Reason().ToString());
     return false;
   }
-  // The host is called here, so that the answer can tell the reader the result.
+  // Passes the submission to the host before the answer is sent, so that the answer can say whether it was stored.
   ZAcroFormServerSaveXFDFMessage* CreateSaveMessage(const ZInetURL&, const ZXFDF& xfdf, bool accepted) override {
     is_lost_ = accepted && !host_->Submit(xfdf);
     return nullptr;

@@ -24,10 +24,10 @@ struct zforms_submission {
 
 namespace zforms::c {
 
-// The server behind the C interface. It recognizes the forms that it opened by the token in their session, and passes
-// each valid submission to the callback on the thread of the request, one at a time.
+// The server behind the C interface. A token in the session of a submission shows that this server opened the form.
+// Each valid submission is passed to the callback on the thread of the request, one at a time.
 //
-// Its owner's thread starts, stops and deletes it; a thread of its own delivers the messages of the HTTP server.
+// The thread of the owner starts, stops and deletes it. Another thread delivers the messages of the HTTP server.
 class ServerHost {
  public:
   ServerHost(const std::string& folder, const std::string& app, uint16_t port);
@@ -45,9 +45,9 @@ class ServerHost {
   bool IsRunning() const;
   uint16_t Port() const;
 
-  // Opens the form of the code for submissions, with these values. False when there is no such form.
+  // Opens the form with this code for a submission, filled with these values. False when there is no such form.
   bool Open(const std::string& code, const ZXFDF& values, ZXFDF* opened);
-  // The opened form as a document.
+  // Makes the PDF file of a form that Open opened. False when the form cannot be filled.
   bool MakePDF(const std::string& code, const ZXFDF& opened, std::string* bytes) const;
 
  private:
@@ -69,7 +69,7 @@ class ServerHost {
     std::string code;
     std::string token;
   };
-  std::map<uint64_t, Out> out_;  // by transaction
+  std::map<uint64_t, Out> out_;  // the forms that were opened, by transaction
   ZIdleMessageManager messages_;
   std::thread deliverer_;
   ZSystemServices system_;

@@ -12,7 +12,7 @@ using zforms::c::Handle;
 
 namespace {
 
-// UTF-8 of a text that ends with a zero unit; null stays null.
+// Converts a UTF-16 text that ends with a zero unit to UTF-8; null stays null.
 class Utf8 {
  public:
   explicit Utf8(const uint16_t* text) : is_null_(text == nullptr) {
@@ -48,7 +48,7 @@ zforms_status CopyUtf16(std::string_view utf8, uint16_t* buffer, size_t size, si
   return ZFORMS_OK;
 }
 
-// Reads a text by a function for UTF-8 that takes a buffer, its size and a length.
+// Calls `read`, which stores a UTF-8 text in a buffer, and converts the text to UTF-16.
 template <class Read>
 zforms_status ReadUtf16(Handle* handle, Read read, uint16_t* buffer, size_t size, size_t* length) {
   size_t needed = 0;
@@ -61,7 +61,7 @@ zforms_status ReadUtf16(Handle* handle, Read read, uint16_t* buffer, size_t size
   });
 }
 
-// Calls a function of the form with UTF-8 texts.
+// Converts the texts to UTF-8 and calls a function of the form with them; a null text stays null.
 template <class Call, class... Texts>
 zforms_status WithUtf8(zforms_form* form, Call call, const Texts*... texts) {
   zforms_status status = ZFORMS_ERROR_ARGUMENT;

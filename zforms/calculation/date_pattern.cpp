@@ -20,7 +20,7 @@ constexpr size_t kShortName = 3;
 constexpr int64_t kCentury = 100;
 constexpr int64_t kLastOfThisCentury = 49;
 
-// The longest part of each letter.
+// How often a letter may be repeated in one part of a pattern; 0 for a letter that patterns do not have.
 constexpr size_t LongestOf(char letter) {
   switch (letter) {
     case 'd':
@@ -114,7 +114,7 @@ bool DatePattern::ReadPart(size_t index, std::string_view* value, Moment* moment
   }
   const bool is_named = part.length > 2 && part.kind != 'y';
   if (is_named || part.kind == 't') return ReadName(part, value, moment);
-  // Beside another number each takes as many digits as it has letters.
+  // A number directly before another part with letters takes only as many digits as its own part has letters.
   const bool is_tight = index + 1 < parts_.size() && parts_[index + 1].kind != 0;
   const size_t most = is_tight ? part.length : part.kind == 'y' ? 4 : 2;
   return ReadNumber(part, most, value, moment);
@@ -164,7 +164,7 @@ bool DatePattern::Settle(Moment* moment) const {
   const bool is_half = Has('t');
   if (is_half && (moment->hour > 12 || (Has('h') && moment->hour < 1))) return false;
   if (is_half) moment->hour = moment->hour % 12 + (moment->is_afternoon ? 12 : 0);
-  // Without a year the 29th of February is a day.
+  // Without a year, 29 February is valid: the default year 2000 has it.
   const std::chrono::year_month_day day{std::chrono::year(static_cast<int>(moment->year)),
                                         std::chrono::month(static_cast<unsigned>(moment->month)),
                                         std::chrono::day(static_cast<unsigned>(moment->day))};

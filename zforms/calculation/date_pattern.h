@@ -10,19 +10,20 @@ namespace zforms {
 
 // The pattern of AFDate_FormatEx and AFTime_FormatEx, such as "dd/mm/yyyy HH:MM". Its parts are d, dd, ddd, dddd, m,
 // mm, mmm, mmmm, yy, yyyy, H, HH (to 24), h, hh (to 12), M, MM (minutes), s, ss, t and tt ("am"); names are English; a
-// character after a backslash, and all that is no letter, stand for themselves. Years of two digits are those from 1950
-// to 2049; a date in such a pattern may have all four. Immutable.
+// character after a backslash, and every character that is not a letter, stand for themselves. Years of two digits are
+// those from 1950 to 2049; for "yy", a date may also have all four digits. Immutable.
 class DatePattern {
  public:
-  // Nothing when the text contains other letters.
+  // Reads a pattern. Nothing when the text contains other letters.
   static std::optional<DatePattern> Of(std::string_view pattern);
   // The patterns that AFDate_Format and AFTime_Format have by number.
   static std::optional<DatePattern> OfDate(double number);
   static std::optional<DatePattern> OfTime(double number);
 
   const std::string& Text() const { return text_; }
-  // The date or time in this pattern, as exactly as the pattern says: "4/3/24" is "04/03/2024" in "dd/mm/yyyy". The
-  // value is written in the pattern or as ISO 8601 does; nothing when it is neither, or no day of the calendar.
+  // The date or time as this pattern writes it: "4/3/24" gives "04/03/2024" with "dd/mm/yyyy". The value must follow
+  // the pattern, perhaps with fewer digits, or ISO 8601. Nothing when it follows neither, or is not a day of the
+  // calendar.
   std::optional<std::string> Print(std::string_view value) const;
 
  private:

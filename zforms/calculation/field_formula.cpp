@@ -12,7 +12,7 @@ constexpr int kDeepest = 100;
 // AFSimple_Calculate rounds its result to six decimals.
 constexpr double kKeptDecimals = 1e6;
 
-// The text between "BVCALC" and "EVCALC", with the operands in the form that scripts have: names become strings.
+// The expression between "BVCALC" and "EVCALC", with the names of fields written as string literals.
 std::optional<std::string> NotationIn(std::string_view script) {
   constexpr std::string_view kBegin = "BVCALC", kEnd = "EVCALC";
   const size_t from = script.find(kBegin);

@@ -16,12 +16,13 @@ class ScriptReader;
 // b * 2"), from which editors make `event.value = AFMakeNumber(getField("a").value) + ...`. Immutable.
 class FieldFormula {
  public:
-  // The script may have comments. Nothing when it does anything else.
+  // Reads the formula from a script, which may have comments. Nothing when the script does anything else.
   static std::optional<FieldFormula> Of(std::string_view script);
 
-  // The full names of the fields that it needs, in UTF-8. All fields below a name are meant.
+  // The full names of the fields that the formula needs, in UTF-8. A name stands for all fields below it.
   const std::vector<std::string>& Names() const { return names_; }
-  // The result; `numbers` has those of the fields of each of the names. Nothing when it is not a finite number.
+  // The result of the formula. `numbers` has, for each name, the numbers of its fields. Nothing when the result is not
+  // a finite number.
   std::optional<double> Evaluate(const std::vector<std::vector<double>>& numbers) const;
 
  private:

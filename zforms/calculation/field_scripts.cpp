@@ -15,7 +15,7 @@ namespace zforms {
 namespace {
 
 constexpr size_t kNamed = 5;
-// Two numbers whose difference is a smaller part of them than this are the same.
+// Two numbers count as the same when their difference is at most this part of the greater one.
 constexpr double kSame = 1e-9;
 
 bool IsButton(const ZAcroFormField& field) {
@@ -23,13 +23,13 @@ bool IsButton(const ZAcroFormField& field) {
   return type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton;
 }
 
-// The field that a widget, or it itself, belongs to.
+// The nearest field with a name, at or above this one: for a widget, its field.
 const ZAcroFormField* NamedOf(const ZAcroFormField* field) {
   while (field->Parent() != nullptr && !field->HasName()) field = field->Parent();
   return field;
 }
 
-// Adds the fields with values, at and below this one.
+// Adds the fields that can have a value, at and below this one: those without named kids.
 void AddFieldsBelow(const ZAcroFormField& field, PTableau<const ZAcroFormField*>* fields) {
   bool is_group = false;
   for (uint32_t i = 0; i < field.Size(); i++) {
@@ -88,7 +88,7 @@ void FieldScripts::ReadActions(ZAcroFormField& field, ZAcroFormField* named) {
   }
 }
 
-// Viewers compute those alone that the form lists.
+// Adds the formulas of the fields that "/CO" of the form lists: viewers compute only these.
 void FieldScripts::AddSums(ZAcroForm& form) {
   const auto* order =
       form.Infos() == nullptr ? nullptr : NodeCast<ZPDFNodeArray>(form.Infos()->Dico()->GetTarget("/CO"));
@@ -178,7 +178,7 @@ std::optional<double> FieldScripts::ResultOf(const Sum& sum, Host& host) const {
   return result;
 }
 
-// Whether the field shows this result.
+// Whether the field has this result: as its number, or as the text that its format shows.
 bool FieldScripts::IsSame(const Sum& sum, double result) const {
   const Chaine value = sum.field->ValueUTF8();
   const auto number = NumberOf(*sum.field);

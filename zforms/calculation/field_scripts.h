@@ -45,7 +45,7 @@ class ZFORMS_API FieldScripts {
   // there are none.
   std::string Skipped() const;
 
-  // The fields that are read and written by Compute. The names are full names in UTF-8.
+  // The functions of the caller that Compute calls. Names are full names in UTF-8.
   class ZFORMS_API Host {
    public:
     virtual ~Host();
@@ -81,7 +81,7 @@ class ZFORMS_API FieldScripts {
 
   std::unordered_map<const ZAcroFormField*, ValueFormat> formats_;
   std::unordered_map<const ZAcroFormField*, std::shared_ptr<const ValueRange>> ranges_;
-  // Those with a script that computes them, before "/CO" is known.
+  // The formulas of all fields that have one, until "/CO" is read.
   std::unordered_map<const ZAcroFormField*, FieldFormula> formulas_;
   std::unordered_map<const ZPDFNode*, ZAcroFormField*> by_dictionary_;
   std::vector<Sum> sums_;

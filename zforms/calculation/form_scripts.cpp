@@ -29,7 +29,7 @@ struct Event {
   const char* key;
   const char* name;
 };
-// Of a field or widget (ISO 32000-1 tables 194 and 196), a page (195) and the document (197).
+// The events of a field or widget (ISO 32000-1 tables 194 and 196), a page (195) and the document (197).
 constexpr Event kFieldEvents[] = {
     {"/K", "keystroke"},  {"/F", "format"},      {"/V", "validate"},    {"/C", "calculate"},   {"/E", "enter"},
     {"/X", "leave"},      {"/D", "mouse down"},  {"/U", "mouse up"},    {"/Fo", "focus"},      {"/Bl", "focus lost"},
@@ -66,7 +66,7 @@ class Collector {
     AddChain(holder.GetTarget(key), event, field, kDeepest);
   }
 
-  // An action, and those that follow it.
+  // Adds the scripts of an action or a list of actions, and of the actions that follow them ("/Next").
   void AddChain(const ZPDFNode* action, const char* event, const std::string& field, int depth) {
     if (action == nullptr || depth == 0 || steps_++ >= kMostSteps) return;
     if (const auto* list = NodeCast<ZPDFNodeArray>(action)) {
@@ -95,7 +95,7 @@ class Collector {
     for (const ZPDFNodeDictionary* page : PagesOf(root)) AddAll(*page, kPageEvents, {});
   }
 
-  // The scripts that run when the document is opened, in a tree of names (7.7.4).
+  // Adds the scripts in a name tree (7.7.4), which run when the document is opened.
   void AddTree(const ZPDFNodeDictionary* tree, int depth) {
     if (tree == nullptr || depth == 0 || !trees_.insert(tree).second) return;
     if (const auto* names = NodeCast<ZPDFNodeArray>(tree->GetTarget("/Names"))) {
@@ -123,11 +123,11 @@ class Collector {
   const ZAcroForm& form_;
   std::vector<FormScript> scripts_;
   size_t steps_ = 0;
-  std::unordered_set<const ZPDFNodeDictionary*> seen_;  // of the action that is followed
+  std::unordered_set<const ZPDFNodeDictionary*> seen_;  // the actions in the chain that is being followed
   std::unordered_set<const ZPDFNodeDictionary*> trees_;
 };
 
-// What a kind of script is called: the function that it calls, if it does nothing else.
+// A description of the kind of a script: the function that it calls, if it does nothing else.
 std::string KindOf(const FormScript& script) {
   const auto call = ParseCall(WithoutComments(script.text));
   std::string kind = "a custom script";

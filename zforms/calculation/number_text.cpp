@@ -49,7 +49,7 @@ void Increment(std::string* number) {
   number->insert(0, "1");
 }
 
-// Cuts the number after so many decimals, or adds zeros.
+// Rounds the number to that many decimals (5 rounds up), or adds zeros.
 void RoundTo(size_t decimals, std::string* number) {
   if (number->find('.') == std::string::npos) *number += '.';
   const size_t end = number->find('.') + 1 + decimals;

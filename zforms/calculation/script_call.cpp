@@ -22,7 +22,7 @@ std::string_view Trimmed(std::string_view text, std::string_view what) {
   return text.substr(from, text.find_last_not_of(what) - from + 1);
 }
 
-// The end of the string that begins at the place; the size of the text for one that does not end.
+// The end of the string literal that begins at `at`; the size of the text when the literal does not end.
 size_t EndOfString(std::string_view text, size_t at) {
   const char quote = text[at++];
   while (at < text.size() && text[at] != quote) at += text[at] == '\\' ? 2 : 1;
@@ -132,7 +132,7 @@ bool ScriptReader::TakeCode(size_t digits, std::string* to) {
   return true;
 }
 
-// Takes what follows a backslash.
+// Reads an escape sequence, after its backslash, and appends its character.
 bool ScriptReader::TakeEscape(std::string* to) {
   if (text_.empty()) return false;
   const char kind = text_[0];

@@ -30,7 +30,7 @@ class ValueFormat {
   // The text that is shown for a value in UTF-8; empty for an empty value. std::nullopt when the format does not apply
   // to the value (see What).
   std::optional<FormattedValue> Apply(std::string_view value) const;
-  // For example "a number" or "a date (dd/mm/yyyy)".
+  // What the format applies to, such as "a number" or "a date (dd/mm/yyyy)".
   std::string What() const;
   // The separators of numbers in this field; by default a comma is a decimal separator.
   Separators NumberSeparators() const;
@@ -64,8 +64,8 @@ class ValueFormat {
 class ValueRange {
  public:
   static std::optional<ValueRange> Of(const ScriptCall& call);
-  // Why the value is refused, such as "\"12\" is not between 1 and 10"; empty when it is not. A text that is not a
-  // number is not refused.
+  // Why the value is refused, such as "\"12\" is not between 1 and 10"; empty when it is accepted. A text that is not a
+  // number is accepted.
   std::string WhyNot(std::string_view value) const;
 
  private:

@@ -49,7 +49,8 @@ bool ByteSource::ReadBytes(std::string* to, size_t size) {
   return got > 0;
 }
 
-// Keeps an incomplete character for the next piece; only at the end of the file it stays incomplete.
+// Decodes the bytes read so far, and keeps an incomplete character for the next piece. At the end of the file, an odd
+// byte is a failure.
 void ByteSource::AppendDecoded() {
   size_t length = undecoded_.size() - undecoded_.size() % 2;
   const size_t high = length - (*order_ == ByteOrder::eBigEndian ? 2 : 1);
@@ -67,7 +68,7 @@ void ByteSource::RecogniseUTF16() {
   AppendDecoded();
 }
 
-// Appends to the buffer; false at the end.
+// Reads a piece and appends it to the buffer; false at the end.
 bool ByteSource::ReadMore() {
   const bool is_first = read_ == 0;
   if (!ReadBytes(order_ ? &undecoded_ : &buffer_, kPiece)) return false;

@@ -58,7 +58,7 @@ class ZFORMS_API ByteSource {
   bool at_end_ = false;
   std::string buffer_;
   size_t at_ = 0;
-  std::optional<ByteOrder> order_;  // of UTF-16; else unset
+  std::optional<ByteOrder> order_;  // set when the data are UTF-16
   std::string undecoded_;
   uint64_t read_ = 0;
   uint64_t passed_ = 0;

@@ -30,7 +30,8 @@ void KeepThoseLike(const ZAcroFormField& model, PTableau<ZAcroFormField*>* field
   });
 }
 
-// The rich text as XML with lines ending in LF: in memory values have CR LF, and XML would write the CR as "&#13;".
+// The rich text as XML with LF as line ends. In memory, values have CR LF, and the CR is written as "&#13;"; this
+// function removes it.
 Chaine RichTextOf(const ZXFDFField& from) {
   constexpr std::string_view kReturn = "&#13;";
   const Chaine text = from.ValueRichText().AsChaine();
@@ -53,7 +54,7 @@ PTableau<Chaine> TextsOf(const ZAcroFormField& field) {
 
 struct ZCheckedFiller::Index {
   PTableau<Target> targets;
-  // Indices by full name, as characters and as the bytes in the form.
+  // The indices in `targets` by full name: in UTF-8, and as the bytes in the form.
   FDictionnary<size_t> by_name;
   FDictionnary<size_t> by_bytes;
   ChoiceOptionsCache options;
@@ -87,7 +88,7 @@ void ZCheckedFiller::BuildIndex(ZAcroFormFieldCollection& fields, const Chaine& 
         index_->targets.emplace_back();
       }
       index_->targets[at].fields.push_back(field);
-      // Some forms contain UTF-8 in place of PDFDocEncoding.
+      // A name is also found by its bytes: some forms have names in UTF-8 in place of PDFDocEncoding.
       if (bytes != name) index_->by_bytes.Set(bytes, at);
     }
     BuildIndex(*field, name, bytes);
@@ -103,7 +104,7 @@ ZCheckedFiller::Target* ZCheckedFiller::Find(const Chaine& name) {
 const ZFieldRule& ZCheckedFiller::RuleOf(Target& target, const Chaine& name) {
   if (target.rule == nullptr) {
     PTableau<ZAcroFormField*>& fields = target.fields;
-    const bool any_length = name == ZXFDF::kSessionIDField;  // the host writes it
+    const bool any_length = name == ZXFDF::kSessionIDField;  // the host writes this field
     const auto rule_of = [&](const PTableau<ZAcroFormField*>& same) {
       const auto rule = std::make_shared<ZFieldRule>(same, &index_->options, any_length);
       if (lock_of_ != nullptr) rule->Lock(lock_of_(name));
@@ -162,7 +163,7 @@ void ZCheckedFiller::FillAll(const ZXFDFFieldCollection& from, const Chaine& abo
   for (unsigned i = 0; i < from.Size(); i++) {
     const ZXFDFField& field = from[i];
     const bool is_empty = field.Size() == 0 && !field.HasValue() && !field.HasValueRichText();
-    // Building the name of a deep field is expensive.
+    // Skips empty fields early, because building the name of a deep field is expensive.
     if (is_empty && ignores_unknown_) continue;
     Chaine name = above;
     AppendPartialName(&name, true, field.Name());
@@ -206,7 +207,7 @@ class ZCheckedFiller::Computing final : public FieldScripts::Host {
   void Write(const Chaine& name, const Chaine& value) override {
     Target* const target = filler_->Find(name);
     const size_t faults = filler_->faults_.size();
-    // The rule knows what the field held before, and it may have been filled since.
+    // Makes a new rule: the old one has the field's former values, and the field may have been filled since.
     target->rule = nullptr;
     filler_->FillTarget(*target, name, {value}, Chaine());
     target->rule = nullptr;
@@ -262,10 +263,11 @@ bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTable
 
 void ZCheckedFiller::WriteState(const Target& target, const Chaine& state, bool was_empty) {
   for (ZAcroFormField* field : target.fields) {
-    // An empty value says that nothing is chosen, as no value and an empty text in the form do.
+    // Keeps a missing or empty value when the given value is empty, and an empty value when the state is "Off": in both
+    // cases, nothing was chosen and nothing is chosen.
     const bool is_unset = field->Value().IsEmpty() && (was_empty || (state == "Off" && field->HasValue()));
     if (field->Value() != state && !is_unset) field->Dico()->SetIdentifier("/V", "/" + state);
-    // A widget with its own "/V" would keep showing the old value.
+    // Changes the "/V" of widgets that have their own: they would keep showing the old value.
     for (ZAcroFormField* widget : field->Widgets()) {
       if (widget != field && widget->HasOwnValue() && widget->Value() != state)
         widget->Dico()->SetIdentifier("/V", "/" + state);
@@ -274,7 +276,8 @@ void ZCheckedFiller::WriteState(const Target& target, const Chaine& state, bool 
   ShowButtonState(target.fields, state);
 }
 
-// The bytes of the option, because readers compare bytes.
+// The bytes that "/Opt" has for this option, because readers compare bytes. For a value that is not an option, its PDF
+// text string.
 Chaine ZCheckedFiller::BytesOf(const ZAcroFormField& field, const Chaine& choice) {
   const Chaine* const bytes = index_->options.Of(field)->BytesOf(choice);
   return bytes == nullptr ? UTF8ToPDFText(choice) : *bytes;
@@ -289,7 +292,7 @@ void ZCheckedFiller::WriteChoices(ZAcroFormField& field, const PTableau<Chaine>&
     to.SetValues(bytes);
   };
   write(field);
-  // A widget with its own value would still show it.
+  // Changes the "/V" of widgets that have their own: they would keep showing the old value.
   for (ZAcroFormField* widget : field.Widgets()) {
     if (widget != &field && widget->HasOwnValue()) write(*widget);
   }

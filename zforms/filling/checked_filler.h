@@ -66,10 +66,10 @@ class ZFORMS_API ZCheckedFiller {
   // Fills one field; several values are for list boxes. False when a fault was recorded.
   bool Fill(const Chaine& name, const PTableau<Chaine>& values);
 
-  // In the order of the values.
+  // The faults, in the order of the values.
   const PTableau<Fault>& Faults() const { return faults_; }
-  // Full names that several fields with different values have, and for which the data contain the value of the first of
-  // these fields: all of them keep their values.
+  // Full names of several fields with different values, where the data contain the value of the first of these fields.
+  // All of these fields keep their values.
   const PTableau<Chaine>& Unequal() const { return unequal_; }
   // How many names of the data belong to a field of the form, with or without a value.
   size_t Known() const { return known_; }
@@ -82,7 +82,7 @@ class ZFORMS_API ZCheckedFiller {
   // Computes the fields that depend on those filled since the last call (see FieldScripts::Compute), and appends
   // warnings in UTF-8.
   void Compute(PTableau<Chaine>* warnings);
-  // Takes over from a filler of the same form which fields were filled.
+  // Takes from an earlier filler of the same form the list of filled fields, from which Compute starts.
   void Continue(ZCheckedFiller& former) { given_ = std::move(former.given_); }
 
   // The values that the fields of that name accept; null when there is no such field.

@@ -57,7 +57,7 @@ const Chaine* ChoiceOptions::BytesOf(const Chaine& export_value) const { return 
 std::shared_ptr<const ChoiceOptions> ChoiceOptionsCache::Of(const ZAcroFormField& field) {
   const ZAcroFormField* holder = &field;
   while (holder != nullptr && !holder->HasOwnOptions()) holder = holder->Parent();
-  // Some producers put them in the widget.
+  // Some producers put the options in a widget.
   const PTableau<const ZAcroFormField*> widgets = holder == nullptr ? field.Widgets() : decltype(field.Widgets())();
   for (const ZAcroFormField* widget : widgets) {
     if (holder == nullptr && widget->HasOwnOptions()) holder = widget;

@@ -12,7 +12,7 @@ namespace zforms {
 class ZAcroFormField;
 class ZPDFNodeDictionary;
 
-// The text, shortened if it is long; the second form adds quotes.
+// The text, shortened if it is long; Quoted also adds quotes.
 Chaine Shortened(const Chaine& utf8);
 Chaine Quoted(const Chaine& utf8);
 
@@ -32,7 +32,7 @@ class ChoiceOptions {
   Match Find(const Chaine& given, Chaine* export_value) const;
   // The bytes of the export value in "/Opt"; null when there is no such option.
   const Chaine* BytesOf(const Chaine& export_value) const;
-  // For messages, such as: "FR" (France), "BE" (Belgique) and 9 others.
+  // The first options, for messages: "FR" (France), "BE" (Belgique) and 9 others.
   const Chaine& Listing() const { return listing_; }
 
  private:

@@ -27,7 +27,8 @@ CsvReader::CsvReader(ByteSource&& source) : RowReader(std::move(source)) {
   ReadHeader();
 }
 
-// Counts the possible separators in the first record, outside quotes.
+// Finds the separator: from a line such as "sep=;", or by counting the possible ones outside quotes in the first
+// record.
 void CsvReader::Sniff() {
   const std::string_view text = source_.Look(kSniffed);
   if (text.starts_with("sep=") && text.size() > 5 && (text[5] == '\r' || text[5] == '\n')) {
@@ -83,7 +84,7 @@ bool CsvReader::Next(Row* row) {
   return Failure().empty();
 }
 
-// A separator at the end of the line adds an empty cell.
+// Checks the number of cells. Extra empty cells are removed, because a separator at the end of the line adds one.
 void CsvReader::CheckCells(Row* row) {
   std::vector<Cell>& cells = row->cells;
   while (cells.size() > header_->size() && cells.back().text.empty()) cells.pop_back();
@@ -158,7 +159,7 @@ void CsvReader::ReadQuoted(std::string* text, std::string* fault) {
   }
 }
 
-// Reads what ends a value: a separator, a line end or the end of the file.
+// Reads the end of a value: a separator, a line end or the end of the file.
 CsvReader::Stop CsvReader::TakeStop() {
   const int c = source_.Peek();
   if (c < 0) return Stop::kEnd;
@@ -179,7 +180,8 @@ bool CsvReader::Grow(std::string* text, std::string_view more) {
   return true;
 }
 
-// The first text that is not ASCII determines the encoding of the file.
+// Converts a text to UTF-8; false when it is not valid. The first text that is not ASCII determines the encoding of the
+// file.
 bool CsvReader::ToUTF8(std::string* text) {
   if (IsASCII(*text)) return true;
   if (encoding_ != Encoding::kWindows1252) {

@@ -8,10 +8,10 @@
 
 namespace zforms {
 
-// CsvReader reads comma-separated values (RFC 4180) whose first record names the columns. The separator is given by a
-// line "sep=;" before it; else it is ",", ";" or a tab, whichever is most frequent in the first record. Lines end in CR
-// LF, LF or CR; empty lines are skipped. Text is UTF-8, with or without byte order mark, or windows-1252 when the first
-// text that is not ASCII is not valid UTF-8.
+// CsvReader reads comma-separated values (RFC 4180) whose first record names the columns. A line such as "sep=;" before
+// that record gives the separator; else the separator is ",", ";" or a tab, whichever is most frequent in the first
+// record. Lines end in CR LF, LF or CR; empty lines are skipped. Text is UTF-8, with or without byte order mark, or
+// windows-1252 when the first text that is not ASCII is not valid UTF-8.
 class ZFORMS_API CsvReader : public RowReader {
  public:
   // Reads the first record; see Failure().

@@ -20,7 +20,7 @@ bool IsUnsignedNumber(std::string_view text) {
   }
   bool any = false;
   while (!text.empty()) {
-    // Blanks between groups of digits, including no-break spaces.
+    // Decimal points and commas, and separators between groups of digits, including no-break spaces.
     size_t taken = 0;
     for (const std::string_view mark : {".", ",", " ", "\xC2\xA0", "\xE2\x80\xAF"}) {
       if (text.starts_with(mark)) taken = mark.size();
@@ -33,7 +33,7 @@ bool IsUnsignedNumber(std::string_view text) {
   return any;
 }
 
-// After "+": at least a country code and a number of four digits.
+// Whether the text after a "+" can be a telephone number: at least five digits, for a country code and four more.
 bool IsInternationalTelephoneNumber(std::string_view text) {
   constexpr std::ptrdiff_t kFewestDigits = 5;
   return !text.empty() && IsDigitASCII(text[0]) &&
@@ -82,7 +82,7 @@ void AppendCSVLine(std::string* out, const std::vector<std::string>& cells, bool
     if (i > 0) out->push_back(',');
     AppendCell(out, for_spreadsheet ? ForSpreadsheet(cells[i]) : cells[i]);
   }
-  // An empty line would not count as a row.
+  // A row with one empty cell is written as "", because an empty line would not count as a row.
   if (out->size() == start) out->append("\"\"");
   out->append("\r\n");
 }

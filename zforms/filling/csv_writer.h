@@ -8,8 +8,9 @@
 
 namespace zforms {
 
-// Appends the texts as one record of CSV (RFC 4180), with "," between them and CR LF behind. A text is quoted when CSV
-// needs it, or when it begins or ends with a blank. With `for_spreadsheet`, each cell is changed by ForSpreadsheet.
+// Appends the texts as one record of CSV (RFC 4180), with "," between them and CR LF at the end. A text is quoted when
+// it contains a separator (",", ";" or a tab), a quote or a line end, or when it begins or ends with a blank. With
+// `for_spreadsheet`, each cell is changed by ForSpreadsheet.
 ZFORMS_API void AppendCSVLine(std::string* out, const std::vector<std::string>& cells, bool for_spreadsheet);
 
 // Puts "'" before a text that a spreadsheet would take for a formula: one that begins with "=", "@", a tab or a line

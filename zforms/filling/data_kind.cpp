@@ -25,7 +25,7 @@ constexpr struct {
     {"\0\0"sv, "is not text: it begins with zero bytes"},
 };
 
-// Whether the text is a number, a truth or null. As a table it would be the name of a column without rows.
+// Whether the text is a JSON number, true, false or null. Read as CSV, it would be the name of a column without rows.
 bool IsBareJSON(std::string_view text) {
   constexpr std::string_view kWords[] = {"null", "true", "false"};
   const bool is_number = text.find_first_not_of("+-.0123456789eE") == std::string_view::npos;

@@ -13,7 +13,7 @@ enum class ExportFormat : uint8_t { kXFDF, kFDF, kJSON, kJSONLines, kCSV };
 struct ExportFormatName {
   std::string_view name;
   ExportFormat format;
-  bool takes_several;  // one row or object for each form
+  bool takes_several;  // can contain several forms, as rows or objects
 };
 
 inline constexpr std::array<ExportFormatName, 5> kExportFormats = {{{"xfdf", ExportFormat::kXFDF, false},

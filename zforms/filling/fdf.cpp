@@ -28,7 +28,7 @@
 namespace zforms {
 namespace {
 
-// Kids may refer to each other in cycles.
+// Limits on the fields that are read, because kids may refer to each other in cycles.
 constexpr int kMaxDepth = 100;
 constexpr size_t kMaxFields = 1000000;
 
@@ -102,7 +102,7 @@ class FDFObjects final : public IPDFObjectProvider {
            std::all_of(token.begin(), token.end(), IsDigitASCII);
   }
 
-  // The last trailer with "/Root" is used.
+  // Reads a trailer. The last trailer with "/Root" is used.
   void ReadTrailer() {
     text_.TrimLeftComments();
     text_.SetObject(0, 0);
@@ -142,12 +142,12 @@ class FDFEncoding {
     }
   }
 
-  // In an unknown encoding only ASCII can be read.
+  // Converts a text to UTF-8. In an unknown encoding only ASCII can be read; other text sets IsMissed.
   Chaine ToUTF8(const Chaine& bytes) {
     const std::string_view text = bytes;
     if (UTF16OrderByMark(text)) return PDFTextToUTF8(text);
     if (!is_known_ && !IsASCII(text)) is_missed_ = true;
-    // Some of these texts are in PDFDocEncoding anyway.
+    // A text that is not valid in the encoding of the file is read as PDFDocEncoding.
     const bool fits = mark_ == kUTF8Mark ? IsValidUTF8(text) : text.size() % 2 == 0;
     if (mark_.empty() || text.starts_with(mark_) || !fits) return PDFTextToUTF8(text);
     return PDFTextToUTF8(Chaine(mark_) + text);
@@ -256,7 +256,7 @@ class FDFReader {
   size_t count_ = 0;
 };
 
-// A text in the format of viewers, with lines ending in CR.
+// A text string with CR in place of CR LF, as viewers write it.
 ZPDFNode* TextNode(const Chaine& utf8) {
   std::string text;
   for (size_t i = 0; i < utf8.size(); i++) {

@@ -36,7 +36,7 @@ class FieldMerger {
 
   bool HasRepeated() const { return has_repeated_; }
   size_t Nameless() const { return nameless_; }
-  // After Collect returned false.
+  // The full name of the fields with different values, after Collect returned false.
   const Chaine& Contradiction() const { return contradiction_; }
 
   ZXFDF Merged() const {
@@ -57,7 +57,7 @@ class FieldMerger {
     }
     Entry entry{above, {}};
     AppendPartialName(&entry.name, true, element.Attrib("name").AsChaine());
-    // The filler says which names are too long.
+    // Skips a name that is too long; ZCheckedFiller reports it.
     if (entry.name.size() > ZXFDFFieldCollection::kMaxFullName) return true;
     for (const ZXMLElement* child = element.FirstChild(); child != nullptr; child = child->NextSibling()) {
       if (child->Name() == Chaine("value")) entry.values.push_back(child->Value().AsChaine());

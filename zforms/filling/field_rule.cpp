@@ -30,7 +30,7 @@ bool IsOneOf(const Chaine& text, const std::string_view (&words)[N]) {
   return std::find(std::begin(words), std::end(words), text.View()) != std::end(words);
 }
 
-// A line end counts as one character, CR LF too.
+// The number of characters. A line end counts as one, CR LF too.
 size_t CharacterCount(std::string_view text) {
   size_t count = 0;
   for (size_t i = 0; i < text.size(); i++) {
@@ -115,7 +115,7 @@ void ZFieldRule::ReadChoices(const ZAcroFormField& field, ChoiceOptionsCache* op
   const uint32_t flags = field.InheritedFlags();
   const bool is_combo = (flags & ZAcroFormField::kComboFlag) != 0;
   const bool is_editable = is_combo && (flags & ZAcroFormField::kEditFlag) != 0;
-  // A list box without options accepts any value.
+  // An editable combo box, and a choice field without options, accept any value.
   is_closed_ = !is_editable && !options_->IsEmpty();
   takes_several_ = !is_combo && (flags & ZAcroFormField::kMultiSelectFlag) != 0;
   for (const ZAcroFormField* widget : field.Widgets()) {
@@ -131,7 +131,7 @@ void ZFieldRule::ReadStates(const PTableau<ZAcroFormField*>& fields, ChoiceOptio
     for (const Chaine& state : ButtonStates(*field)) names.Add(state);
   }
   is_closed_ = names.Size() > 0;
-  // Widgets without appearances: their states are the names in "/AS" and in the values.
+  // For widgets without appearances, the names in "/AS" and in the values are states.
   for (const ZAcroFormField* field : fields) {
     for (const Chaine& state : StatesWithoutAppearance(*field)) names.Add(state);
     for (const Chaine& state : {field->Value(), field->DefaultValue()}) {
@@ -197,8 +197,8 @@ ZFieldRule::Verdict ZFieldRule::JudgeValues(const PTableau<Chaine>& given) const
   return verdict;
 }
 
-// Whether these are what an export of the first field gives. Several values may be the lines
-// of one text; no value and an empty text are the same in a table.
+// Whether an export of the first field contains these values. Several values may be the lines of one text. No value and
+// an empty text are the same, because a table has an empty cell for both.
 bool ZFieldRule::IsExported(const PTableau<Chaine>& given) const {
   if (given.size() == present_.size()) return std::equal(given.begin(), given.end(), present_.begin(), IsExportOf);
   if (given.size() != 1) return false;
@@ -207,7 +207,7 @@ bool ZFieldRule::IsExported(const PTableau<Chaine>& given) const {
   return IsExportOf(given[0], lines);
 }
 
-// Whether the values mean what the fields hold.
+// Whether the fields hold these values already. For fields without a value, an empty text or "Off" is the same.
 bool ZFieldRule::IsPresent(const PTableau<Chaine>& values) const {
   if (present_.empty()) return values.size() == 1 && (values[0].IsEmpty() || values[0] == kOff);
   if (kind_ == Kind::kButton) return Holds(values[0]) || Holds(PDFNameToUTF8(values[0]));
@@ -243,7 +243,7 @@ void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
   const Chaine* const exact = states_.Find(given);
   Chaine state = exact != nullptr ? *exact : given.IsEmpty() || given == kOff ? Chaine(kOff) : Chaine();
   if (state.IsEmpty()) state = StateOfTruth(given);
-  // Without appearances any name may be a state.
+  // In a button without appearances, any name may be a state.
   if (state.IsEmpty() && !is_closed_) state = UTF8ToPDFName(given);
   if (!state.IsEmpty()) {
     verdict->is_taken = true;
@@ -253,14 +253,15 @@ void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
   }
 }
 
-// The export value of the option for that text; sets the fault when there is none.
+// The export value of the option with that export value or display text. Where any text is accepted, a text without an
+// option is returned as it is; else `fault` is set.
 Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
   Chaine choice;
   const ChoiceOptions::Match match = options_->Find(given, &choice);
   const bool is_one = match == ChoiceOptions::Match::kOne;
   if (!is_closed_ || Holds(given)) return is_one ? choice : given;
   if (is_one) {
-    // The widgets of a field have one value (ISO 32000-1 12.7.3.2), and each has to offer it.
+    // All widgets of a field have one value (ISO 32000-1 12.7.3.2), so each of them must offer it.
     for (const auto& options : widget_options_) {
       if (options->BytesOf(choice) != nullptr) continue;
       *fault = Quoted(given) + " is missing in one of the field's widgets, which offers only " + options->Listing();
@@ -283,7 +284,7 @@ void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) c
   PUniqueT<Chaine> taken;
   size_t more_faults = 0;
   for (const Chaine& value : is_lines ? LinesOf(given[0]) : given) {
-    // Nothing is chosen, or the line is empty.
+    // An empty value says that nothing is chosen, unless an option has it; empty lines are skipped too.
     if (value.IsEmpty() && options_->BytesOf(value) == nullptr) continue;
     Chaine fault;
     const Chaine choice = ChoiceFor(value, &fault);

@@ -51,15 +51,15 @@ class ZFORMS_API ZFieldRule {
   // Locks the field for that reason: only its present value is accepted. An empty reason unlocks it.
   void Lock(const Chaine& why) { why_locked_ = why; }
   const Chaine& WhyLocked() const { return why_locked_; }
-  // Refuses numbers outside of the range; null for any.
+  // Refuses numbers outside of the range; null accepts all numbers.
   void Limit(std::shared_ptr<const ValueRange> range) { range_ = std::move(range); }
 
   Kind GetKind() const { return kind_; }
   // True when all fields with this name have the same value.
   bool IsAlike() const { return is_alike_; }
   bool IsFillable() const { return kind_ != Kind::kNotFilled; }
-  // Of several values for a list box, the valid ones are accepted. Line ends may be of any kind. An empty value for a
-  // field that is never filled is not a fault.
+  // Checks the given values and converts them. When a list box gets several values, the valid ones are accepted. Line
+  // ends may be of any kind. An empty value for a field that is never filled is not a fault.
   Verdict Judge(const PTableau<Chaine>& given) const;
 
  private:

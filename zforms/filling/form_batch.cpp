@@ -16,7 +16,7 @@ namespace {
 using About = ZFormMessage::About;
 using Severity = ZFormMessage::Severity;
 
-// Rows of JSON may each have columns of their own.
+// The limit on the columns that are reported as unused: each row of JSON may have other columns.
 constexpr size_t kMostUnused = 1000;
 
 bool Fail(About about, std::string text, ZFormMessages* messages) {

@@ -21,8 +21,8 @@ class FieldScripts;
 class ZCheckedFiller;
 class ZFieldRule;
 
-// ZFormBatch fills a form once for each row of data, each time from its original state. The column of a row fills the
-// fields of that full name.
+// ZFormBatch fills a form once for each row of data, each time from its original state. A column fills the fields whose
+// full name is the name of the column.
 //
 //   ZFormBatch batch(form, {});
 //   ZFormMessages messages;
@@ -56,7 +56,7 @@ class ZFORMS_API ZFormBatch {
  private:
   // The field that the value of a column fills.
   struct Feed {
-    size_t name = 0;                         // in names_
+    size_t name = 0;                         // the index in names_
     std::shared_ptr<const ZFieldRule> rule;  // null when the column fills no field
   };
 
@@ -71,13 +71,13 @@ class ZFORMS_API ZFormBatch {
   std::optional<ZDrawingFonts> fonts_;
   bool calculates_ = true;
   std::unique_ptr<FillingGuard> guard_;
-  std::unique_ptr<FieldScripts> scripts_;  // null when they are left
+  std::unique_ptr<FieldScripts> scripts_;  // null when scripts are ignored
   std::unique_ptr<ZCheckedFiller> filler_;
   std::vector<std::string> names_;
   std::unordered_map<std::string, size_t> index_;
   std::unique_ptr<FormPress> press_;
-  RowNames columns_;         // of the last row
-  std::vector<Feed> feeds_;  // of these columns
+  RowNames columns_;         // the columns of the last row
+  std::vector<Feed> feeds_;  // one for each of these columns
   std::set<std::string> unused_;
   std::vector<FormPress::Value> values_;
 };

@@ -76,7 +76,7 @@ bool FormDrawing::Format(const FieldScripts& scripts, const ZAcroFormField& widg
   }
   const std::string text = "field \"" + widget.FullNameUTF8().ToString() + "\": \"" + value.ToString() + "\" is not " +
                            format->What() + ", and is shown as it is";
-  // Several widgets may show the value.
+  // Gives one warning when several widgets show the value.
   if (unfit_ == text) return false;
   unfit_ = text;
   unfit_values_.push_back({ZFormMessage::Severity::kWarning, ZFormMessage::About::kForm, text});

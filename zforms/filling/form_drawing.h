@@ -17,9 +17,10 @@ class ZAcroForm;
 class ZAcroFormField;
 class ZAcroFormFieldCollection;
 
-// FormDrawing draws the fields of a form after filling, and removes the request "/NeedAppearances" (ISO 32000-1 table
-// 218) that viewers draw them. Viewers obey it for all fields, so a form that has it is drawn as a whole. It stays when
-// a field could not be drawn completely, since a viewer may have what was lacking; it is never added.
+// FormDrawing draws the fields of a form after filling, and removes the request to viewers to draw them,
+// "/NeedAppearances" (ISO 32000-1 table 218). When a form has this request, all its fields are drawn, as viewers would
+// do. The request stays when a field could not be drawn completely, since a viewer may have the missing fonts. It is
+// never added.
 //
 // The form and the guard outlive it, and the form stays loaded. After the form was saved, another drawing is needed.
 // One thread at a time.
@@ -31,15 +32,15 @@ class ZFORMS_API FormDrawing {
               const FieldScripts* scripts = nullptr);
   ~FormDrawing();
 
-  // Draws these fields, in the order of the form; all fields when the form has the request. False when one of them was
-  // not drawn completely. `messages` gets what was left out.
+  // Draws these fields, in the order of the form; draws all fields when the form has the request. False when one of
+  // them was not drawn completely. `messages` gets what was left out.
   bool Draw(PTableau<ZAcroFormField*> changed, ZFormMessages* messages);
   bool DrawAll(ZFormMessages* messages);
   // See ZFieldDrawer.
   std::span<ZPDFNodeIndirectObject* const> Added() const { return drawer_.Added(); }
   void Restart();
 
-  // Writes "/NeedAppearances" of a form that has the key again, as the last entry of its dictionary.
+  // Moves the existing "/NeedAppearances" of a form to the end of its dictionary.
   static void RenewRequest(ZAcroForm& form);
 
  private:

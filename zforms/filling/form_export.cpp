@@ -21,7 +21,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* kFile = kFileColumns[0];
 
-// The columns of all forms, the file's first, and the index of each.
+// The names of the fields of all forms, each once and in order, and the index of each name.
 struct Columns {
   std::vector<std::string> names;
   std::unordered_map<std::string, size_t> places;
@@ -57,7 +57,7 @@ std::string TableAsCSV(const std::vector<FormValues>& forms, bool for_spreadshee
   return text;
 }
 
-// A text, a list of several, null without one.
+// One value as a text, several values as a list, no value as null.
 Json ValueAsJSON(const std::vector<std::string>& values) {
   Json value;
   if (values.size() == 1) value = WithLF(values[0]).ToString();
@@ -67,7 +67,7 @@ Json ValueAsJSON(const std::vector<std::string>& values) {
   return value;
 }
 
-// `indent` is negative for one line.
+// A negative `indent` writes all on one line.
 std::string FormAsJSON(const FormValues& form, int indent) {
   Json json = Json::object();
   const auto is_file = [](const ZFormField& field) { return field.name == kFile; };
@@ -93,7 +93,7 @@ std::string ExportTable(const std::vector<FormValues>& forms, ExportFormat forma
       for (const FormValues& form : forms) text += FormAsJSON(form, -1) + "\n";
       return text;
     case ExportFormat::kJSON:
-    case ExportFormat::kXFDF:  // these two by ExportDocument
+    case ExportFormat::kXFDF:  // ExportDocument writes XFDF and FDF
     case ExportFormat::kFDF: break;
   }
   if (is_one && !forms.empty()) return FormAsJSON(forms.front(), 2) + "\n";

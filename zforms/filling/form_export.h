@@ -12,8 +12,9 @@
 
 namespace zforms {
 
-// The name of the first column in a table of several forms, which has the file of each form. The second name is used
-// when a form has a field with the first name. When data contain such a column, it fills no field and gives no message.
+// The name of the first column in a table of several forms; this column contains the file of each form. The second name
+// is used when a form has a field with the first name. When data contain such a column, it fills no field and gives no
+// message.
 inline constexpr const char* kFileColumns[] = {"file", "_file"};
 inline bool IsFileColumn(std::string_view name) { return name == kFileColumns[0] || name == kFileColumns[1]; }
 
@@ -25,12 +26,12 @@ struct ZFORMS_API FormValues {
   std::vector<ZFormField> fields;
 };
 
-// The forms as a table in one of the formats that take several, UTF-8.
+// The forms as a table in UTF-8, in a format that takes several forms (see ExportFormatName).
 //
-// CSV has a column for each field that one of them has, in the order in which they appear. Several values are the lines
-// of one cell. For a spreadsheet, no cell is a formula (see ForSpreadsheet). JSON has an object for each form: a field
-// with one value is a text, a field with several values a list, a field without a value null. The objects are in a
-// list, unless `is_one`. When several fields have the same name, the value of the first is used.
+// CSV has a column for each field that any of the forms has, in the order in which the fields appear. Several values
+// are the lines of one cell. For a spreadsheet, no cell is a formula (see ForSpreadsheet). JSON has an object for each
+// form: a field with one value is a text, a field with several values a list, a field without a value null. The objects
+// are in a list, unless `is_one`. When several fields have the same name, the value of the first is used.
 ZFORMS_API std::string ExportTable(const std::vector<FormValues>& forms, ExportFormat format, bool is_one,
                                    bool for_spreadsheet = false);
 

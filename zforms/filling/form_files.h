@@ -40,14 +40,14 @@ struct ZFORMS_API SaveOptions {
 // writing fails, or when a new file would lose parts of pages or of the form and `force` is not set: see
 // ZAcroForm::WouldLose.
 ZFORMS_API bool SaveForm(ZAcroForm& form, const std::string& path, const SaveOptions& options, ZFormMessages* messages);
-// The same to bytes.
+// Saves the document into `bytes` in the same way.
 ZFORMS_API bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* bytes, ZFormMessages* messages);
 
 // Why a document has no fields that can be filled; empty when it has a form.
 ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);
 
-// The possible bytes of a password: up to revision 4 it is in PDFDocEncoding (ISO 32000-1 7.6.3.3), but some writers
-// used the terminal's UTF-8, in which it is from revision 5 on.
+// The byte strings to try for a password. Up to revision 4 of the encryption, it is in PDFDocEncoding (ISO 32000-1
+// 7.6.3.3), but some writers used UTF-8, as the terminal gave it. From revision 5 on, it is in UTF-8.
 ZFORMS_API std::vector<SecretText> PasswordForms(const std::string& password);
 
 }  // namespace zforms

@@ -17,7 +17,7 @@ void Add(ZFormMessages* messages, Severity severity, const Chaine& text,
   messages->push_back({severity, ZFormMessage::About::kForm, text.ToString(), remedy});
 }
 
-// ISO 32000-1 table 22.
+// Whether the permissions forbid changing the contents (ISO 32000-1 table 22, bit 4).
 bool ForbidsChanges(const ZPDFEncryption* encryption) {
   constexpr uint32_t kModify = 1 << 3;
   return encryption != nullptr && (encryption->StandardFlags() & kModify) == 0 && !encryption->IsOpenedByOwner();
@@ -50,7 +50,7 @@ bool FlattenForm(ZAcroForm& form, const std::vector<std::string>& fields, const 
     return false;
   }
   for (const ZDiagnostics::Warning& warning : flattener.Diagnostics().Warnings()) {
-    // Drawing may have given the same warning before.
+    // Skips a warning that drawing has given already.
     const std::string text = ZDiagnostics::Describe(warning).ToString();
     const auto is_same = [&text](const ZFormMessage& message) { return message.text == text; };
     if (std::none_of(messages->begin(), messages->end(), is_same)) Add(messages, Severity::kWarning, Chaine(text));

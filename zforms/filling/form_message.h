@@ -9,7 +9,7 @@ namespace zforms {
 // A message about a form, or about the data with which it is filled.
 struct ZFormMessage {
   enum class Severity : uint8_t {
-    kNote,     // worth knowing, though nothing is wrong
+    kNote,     // information; nothing is wrong
     kWarning,  // done, but not all of it or not as it should be
     kFailure,  // not done
   };

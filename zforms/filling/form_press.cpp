@@ -26,8 +26,8 @@ void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original,
 // How the original was restored.
 enum class Restored {
   kInPlace,
-  kWithNewFonts,  // the nodes of fonts, which a drawing knows, are others
-  kNotAtAll,      // because others have pointers to nodes that would be destroyed
+  kWithNewFonts,  // as before, but the nodes of fonts, to which a drawing points, are new
+  kNotAtAll,      // because the field tree points to nodes that would be destroyed
 };
 
 Restored RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {
@@ -39,7 +39,7 @@ Restored RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& or
     for (const char* key : kFilledKeys) Restore(dictionary, original, key);
     return Restored::kInPlace;
   }
-  // Setting the key again would move it to the end, so the keys after it must follow.
+  // Sets all keys again, in their order: setting only the lost key would put it at the end.
   if (dictionary.Exist("/Kids") || dictionary.Exist("/Fields")) return Restored::kNotAtAll;
   for (const char* key : kFilledKeys) dictionary.RemoveValue(key);
   for (size_t i = 0; i < original.Size(); i++) {
@@ -64,7 +64,8 @@ void FormPress::Keep(ZPDFNodeDictionary* dictionary) {
   kept_.push_back({dictionary, std::unique_ptr<ZPDFNodeDictionary>(dictionary->Clone())});
 }
 
-// All fields are drawn where the form asks for it.
+// Keeps the originals of the fields that filling may change. These are all fields when the form asks viewers to draw
+// its fields, since all are then drawn.
 void FormPress::KeepFields() {
   const bool keeps_all = fonts_.has_value() && form_->NeedAppearances();
   std::set<Chaine> names(names_.begin(), names_.end());
@@ -98,7 +99,8 @@ void FormPress::Prepare() {
   form_ = std::make_unique<ZAcroForm>(original_);
   dropped_ = guard_.Drop(*form_);
   for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
-  // At the end it can be removed and restored; FormDrawing puts it there when it stays.
+  // Moves "/NeedAppearances" to the end: only the last key can be removed and restored in place. FormDrawing puts it
+  // there too, when it stays.
   if (fonts_ && form_->NeedAppearances()) {
     FormDrawing::RenewRequest(*form_);
     form_->Infos()->Dico()->SetModified(false, true);
@@ -177,10 +179,10 @@ Chaine FormPress::Fill(const std::vector<Value>& values, ZFormMessages* messages
 }
 
 void FormPress::TakeBack() {
-  // Before the nodes that it knows are destroyed.
+  // Makes the drawing forget its nodes before they are destroyed.
   if (drawing_ != nullptr) drawing_->Restart();
   Restored worst = Restored::kInPlace;
-  // A dictionary may be inside another, so marks are removed only after all are restored.
+  // A dictionary may be inside another, so the modified marks are removed only after all are restored.
   for (const Kept& kept : kept_) {
     if (kept.dictionary->IsModified()) worst = std::max(worst, RestoreAll(*kept.dictionary, *kept.original));
   }

@@ -21,8 +21,8 @@ class ZPDFNodeIndirectObject;
 
 // FormPress fills a form many times, each time from its original state: it writes the changes as an update after the
 // original bytes, and then undoes them. The result is the same as filling a fresh copy. Fonts are read once, also for
-// several presses of a form that share ZDrawingFonts::ForCopiesOfOneForm. Created by the thread of the form, of which
-// it makes copies; then used by one thread.
+// several presses of a form that share ZDrawingFonts::ForCopiesOfOneForm. The constructor copies the form, so call it
+// in the form's thread; then any one thread may use the object.
 class ZFORMS_API FormPress {
  public:
   // `names` are the full names, in UTF-8, of the fields that will be filled. The guard has the locks of the fields and

@@ -16,7 +16,7 @@ namespace zforms {
 namespace {
 
 constexpr const char* kSeveral = "the data have more than one row; \"zforms batch\" fills one form for each row";
-constexpr const char* kNameless = "a value without a name is left out";
+constexpr const char* kNameless = "a value has no field name and is left out";
 
 enum class Kind { kXFDF, kFDF, kJSON, kCSV };
 
@@ -30,7 +30,7 @@ Kind KindOf(const std::string& path, std::string_view text) {
   return start.empty() || start.starts_with('<') || named_xml ? Kind::kXFDF : Kind::kCSV;
 }
 
-// A name without a value is kept, so that an unknown one is told.
+// Adds the values of the row to the document. A name without a value is added too, so that an unknown name is reported.
 void AddRow(const Row& row, ZXFDF* data, std::string* left_out) {
   for (size_t i = 0; i < row.cells.size(); i++) {
     const Cell& cell = row.cells[i];
@@ -139,7 +139,7 @@ bool ReadValues(const Chaine& bytes, const std::string& name, ZXFDF* data, uint6
   }
   const Chaine text = MarkedUTF16ToUTF8(bytes);
   const Kind kind = KindOf(name, text);
-  // XML declares its encoding itself.
+  // XFDF is read from the original bytes, because XML declares its encoding itself.
   return Read(kind, kind == Kind::kXFDF ? bytes : text, data, line, error);
 }
 

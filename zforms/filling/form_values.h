@@ -13,7 +13,7 @@ namespace zforms {
 // The note about data without any value; such data are not an error.
 inline constexpr const char* kNoValues = "the data contain no value: no field is filled";
 
-// The limits for reading such data: the most bytes, and a check of the first ones.
+// The limits for reading data with values: the maximum size, and a check of the first bytes.
 ZFORMS_API ReadLimits LimitsOfValues();
 
 // Reads the values for one form: XFDF, FDF, one JSON object, or CSV with one row. The format is found by the first

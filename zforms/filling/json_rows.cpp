@@ -72,12 +72,12 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
                 (dash == std::string_view::npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
   }
 
-  // From now on the member of that number ends the parsing; `furthest` is what the parser has read.
+  // Makes the parsing end at the member with that number; `furthest` is how far the parser has read.
   void StopAt(size_t number, const char* const* furthest) {
     stop_ = number;
     furthest_ = furthest;
   }
-  // Of the member at which it stopped.
+  // The end of the name of the member at which the parsing stopped.
   const char* EndOfName() const { return end_of_name_; }
 
   std::vector<std::string> TakeNames() { return std::move(names_); }
@@ -139,7 +139,7 @@ size_t FirstRepeated(const std::vector<std::string>& names) {
   return i;
 }
 
-// Says how far the parser has read.
+// An iterator that records how far the parser has read.
 struct CountingIterator {
   using iterator_category = std::forward_iterator_tag;
   using value_type = char;
@@ -163,7 +163,7 @@ struct CountingIterator {
   bool operator==(const CountingIterator& other) const { return at == other.at; }
 };
 
-// Where the name of the member of that number begins: its quote.
+// The offset of the opening quote of the name of the member with that number.
 size_t PlaceOfName(std::string_view text, size_t number) {
   const char* furthest = text.data();
   Row row;
@@ -172,7 +172,7 @@ size_t PlaceOfName(std::string_view text, size_t number) {
   const CountingIterator begin{text.data(), &furthest};
   Json::sax_parse(begin, CountingIterator{text.data() + text.size(), &furthest}, &builder);
   auto at = static_cast<size_t>(builder.EndOfName() - text.data()) - 1;
-  // A quote within the name has an odd number of backslashes before it.
+  // Searches backwards for the opening quote. A quote within the name has an odd number of backslashes before it.
   for (bool is_quoted = true; is_quoted;) {
     at = text.rfind('"', at - 1);
     const size_t before = at == 0 ? std::string_view::npos : text.find_last_not_of('\\', at - 1);
@@ -195,7 +195,7 @@ bool ReadJsonRow(std::string_view text, Row* row, std::string* error, std::strin
     return false;
   }
   std::vector<std::string> names = builder.TakeNames();
-  // The rows of a table usually have the same names.
+  // Keeps the names of the previous row when they are the same, as usual in a table: they have been checked.
   if (row->names != nullptr && *row->names == names) return true;
   if (const size_t repeated = FirstRepeated(names); repeated < names.size()) {
     *error = place(PlaceOfName(text, repeated)) + "two members are named \"" + names[repeated] + "\"";
@@ -210,7 +210,7 @@ JsonReader::JsonReader(ByteSource&& source) : RowReader(std::move(source)) {
   const std::string_view head = TrimBlanks(source_.Look(kLooked).substr(0, kLooked));
   const std::string_view first_line = TrimBlanks(head.substr(0, head.find('\n')));
   is_list_ = head.starts_with('[');
-  // An object that continues on the next line.
+  // A first line that ends with "{" or "," begins an object of several lines.
   has_lines_ = !is_list_ && !first_line.ends_with('{') && !first_line.ends_with(',');
   line_ = has_lines_ ? 0 : 1;
 }

@@ -13,13 +13,13 @@ constexpr size_t kMost = 3;
 constexpr size_t kLongestName = 200;
 // The limit on comparison steps; they take some tenths of a second.
 constexpr size_t kWork = 50'000'000;
-// The distance of a name that differs only in separators or first parts: less than for a wrong letter.
+// The distances of names that differ only in separators, or only before the last part: less than for a wrong letter.
 constexpr size_t kSameLetters = 1;
 constexpr size_t kSameLastPart = 2;
 constexpr size_t kWrongLetters = 2;
 constexpr size_t kFar = SIZE_MAX;
 
-// The characters in lower case, accents composed with their letters as in the names of files.
+// The characters in lower case, with accents and letters composed as in file names (see FoldFileName).
 std::u32string Folded(const Chaine& name) {
   const Chaine units = UTF8ToUTF16BE(FoldFileName(name));
   std::u32string folded;
@@ -87,7 +87,7 @@ NearNames::NearNames(const PTableau<Chaine>& names) : work_left_(kWork) {
 PTableau<Chaine> NearNames::Of(const Chaine& name) {
   if (name.IsEmpty() || name.size() > kLongestName) return {};
   const std::u32string folded = Folded(name);
-  // One wrong letter for each three of the last part is accepted.
+  // Accepts one wrong letter for every three letters of the last part: at least one, at most three.
   const size_t limit = std::clamp<size_t>((LastPart(folded).size() + 1) / 3, 1, 3);
   size_t nearest = kFar;
   PTableau<Chaine> found;

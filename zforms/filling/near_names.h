@@ -6,8 +6,8 @@
 namespace zforms {
 
 // NearNames suggests existing names for an unknown one: the same in other letter case or without separators, with the
-// same last part, or with one or a few wrong letters. Names are UTF-8. The work is bounded: after many questions about
-// many names, nothing is found any more. One thread at a time.
+// same last part, or with one or a few wrong letters. Names are UTF-8. The work is bounded: after many calls for a long
+// list of names, Of returns no names any more. One thread at a time.
 class NearNames {
  public:
   explicit NearNames(const PTableau<Chaine>& names);

@@ -34,7 +34,7 @@ void ZPDFNodeArray::AppendIdentifier(const Chaine& identifier) {
 
 void ZPDFNodeArray::AppendValue(ZPDFNode* node) {
   AppendChild(node);
-  // Called on this node, because the new child may be the shared null node, which is never marked.
+  // Marks the array, not the child: the child may be the shared null node, which is never marked.
   SetModified(true, false);
 }
 

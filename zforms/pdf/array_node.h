@@ -13,13 +13,13 @@ class ZFORMS_API ZPDFNodeArray final : public ZPDFNode {
   ZPDFNodeArray* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
-  // Each appends an element.
+  // These functions append an element.
   void AppendValue(const Chaine& value);
   void AppendValue(const char* value);
   void AppendValue(int32_t value);
   void AppendValue(uint32_t value);
   void AppendValue(double value);
-  // A template, so that no pointer is converted to a boolean.
+  // A template, so that a pointer is not converted to a boolean.
   void AppendValue(std::same_as<bool> auto value) { AppendBoolean(value); }
   void AppendIdentifier(const Chaine& identifier);
   // Takes ownership of the node.

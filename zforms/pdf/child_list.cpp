@@ -18,7 +18,7 @@ void* Allocate(size_t bytes) {
 
 constexpr size_t kTagsAtOnce = sizeof(uint64_t);
 
-// Tags are compared in groups, so memory is allocated for whole groups.
+// Tags are compared in groups of eight, so memory is allocated for whole groups.
 size_t TagBytes(size_t count) { return (count + kTagsAtOnce - 1) / kTagsAtOnce * kTagsAtOnce; }
 
 size_t RoomFor(size_t count, bool keyed) {
@@ -107,8 +107,8 @@ void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool ma
   AppendKeyedInRoom(std::move(key), value, plain, marked);
 }
 
-// Compares eight tags at a time: a byte of `other` is zero where a tag matches. The usual bit trick marks zero bytes,
-// and sometimes the byte above one, which comparing the key then rules out.
+// Compares eight tags at a time: a byte of `other` is zero where a tag matches. `hits` marks each zero byte, and
+// sometimes also the byte above it; comparing the keys then excludes that byte.
 size_t ZPDFChildList::Find(std::string_view key) const {
   static_assert(std::endian::native == std::endian::little);
   constexpr uint64_t kEach = 0x0101010101010101;

@@ -14,25 +14,27 @@ namespace zforms {
 
 class ZPDFNode;
 
-// The children of a node, in one block with spare room. Shared, with a reference count, only after one node was
-// assigned from another. Private to the node classes.
+// The children of a node, in one block of memory with spare room. Several nodes share a list, with a reference count,
+// only after one node was assigned to another. Private to the node classes.
 //
-// A dictionary's list is "keyed" until its entries are needed as nodes: the items are then the values, and the keys are
-// stored beside them. This takes a third of the memory of a node for each entry and key.
+// A dictionary's list is "keyed" at first: the items are the values, and the keys are stored beside them. This takes a
+// third of the memory that nodes for the entries and keys would take. The list becomes an ordinary one when its entries
+// are needed as nodes.
 //
-// An item of a keyed list may be "unread": the place of the value's text in the source, instead of a node. A node is
-// made of it when somebody asks for the value. See unread_value.h.
+// An item of a keyed list may be "unread": instead of a node, it holds the place of the value's text in `source`. The
+// node is made when the value is first needed. See unread_value.h.
 struct ZPDFChildList {
   static ZPDFChildList* Make(size_t capacity);
   static ZPDFChildList* MakeKeyed(size_t capacity);
-  // The same, allocated in the pool if it is small enough.
+  // Make a list in the memory of the pool, or on the heap when it is too large for the pool.
   static ZPDFChildList* Make(size_t capacity, ZPDFNodePool& pool);
   static ZPDFChildList* MakeKeyed(size_t capacity, ZPDFNodePool& pool);
   static void Free(ZPDFChildList* list);
 
   void Insert(size_t at, ZPDFNode* node);
   void Append(ZPDFNode* node) { Insert(size, node); }
-  // `plain` means that the key is a name that needs no escaping. Precondition of the second form: size < capacity.
+  // `plain` means that the key is written without escapes, `marked` that the entry is modified. Precondition of the
+  // second function: size < capacity.
   void AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked);
   void AppendKeyedInRoom(Chaine key, ZPDFNode* value, bool plain, bool marked) {
     items[size] = value;
@@ -42,7 +44,7 @@ struct ZPDFChildList {
   }
   void Remove(size_t at);
   void GrowTo(size_t new_size);
-  // The position of the leftmost such key, `size` when there is none. Keyed lists only.
+  // The position of the first item with this key; `size` when there is none. Keyed lists only.
   size_t Find(std::string_view key) const;
   // The first position at or after `from` whose key also occurs earlier; `size` when there is none. Keyed lists of at
   // most kFewKeys only.
@@ -65,29 +67,30 @@ struct ZPDFChildList {
   void SetMark(size_t at, bool marked) {
     Tags()[at] = static_cast<uint8_t>(marked ? Tags()[at] | kMark : Tags()[at] & ~kMark);
   }
-  // Replaces each key and value by one entry node; the list is not keyed any more.
+  // Replaces each key and value by one entry node; the list is then no longer keyed.
   void Unkey(ZPDFNode* const* entries);
-  // Takes over the caller's reference to a list, to be released together with this one. False when the retired lists of
-  // the two have a list in common.
+  // Keeps a list that a node no longer uses, and its reference, until this list is released. False, with nothing
+  // changed, when a list would then be kept twice.
   bool Retire(ZPDFChildList* given_up);
 
   uint32_t refs;
   uint32_t size;
   uint32_t capacity;
-  uint32_t pool_offset;    // the offset of the block in its slab, 0 for a block of its own
-  ZPDFNode** items;        // after this header until the list outgrows its first room
-  Chaine* keys;            // after the room for the items, followed by the tags; null unless keyed
+  uint32_t pool_offset;    // the offset of the block in its slab, 0 when it is on the heap
+  ZPDFNode** items;        // directly after this header until the list outgrows its first room
+  Chaine* keys;            // between the room for the items and the tags; null unless the list is keyed
   ZPDFChildList* retired;  // lists replaced by an assignment, freed with this one
-  // For the unread items: the text that they are parts of, and the memory for their nodes, null for the heap.
+  // For the unread items: the text that contains them, and the memory for their nodes (null: the heap).
   Chaine source;
   ZPDFNodePool::User pool;
 
  private:
-  // An unread item has its lowest bit set, which no pointer to a node has. It fits into 32 bits.
+  // An unread item has 32 bits: the offset in the upper 16, the length in the next 15, and the lowest bit set, which is
+  // never set in a pointer to a node.
   static constexpr uintptr_t kLengthMask = 0xFFFF;
   static constexpr int kOffsetShift = 16;
   static constexpr size_t kLargestOffset = 0xFFFF;
-  // A tag is a six-bit hash of a key, so that a search compares one byte for each key; the upper two bits are flags.
+  // A tag is one byte for a key: a hash of six bits, so that a search compares bytes instead of keys, and two flags.
   static constexpr uint8_t kMark = 0x80;
   static constexpr uint8_t kPlain = 0x40;
   static uint8_t TagOf(std::string_view key) {

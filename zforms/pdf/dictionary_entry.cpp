@@ -55,7 +55,8 @@ ZPDFNodeDictionaryEntry* ZPDFNodeDictionaryEntry::BuildFrom(ZPDFTokenizedString&
   }
   if (key != nullptr) {
     if (NodeCast<ZPDFNodeString>(value) != nullptr && key->GetIdentifier() == "/Contents") {
-      // The dictionary deciphers it, unless it is that of a signature.
+      // Reads the string again without decrypting it. The dictionary decrypts it later, unless it is the dictionary of
+      // a signature.
       ZPDFNode::Destroy(value);
       ZPDFTokenizedString again = with_value;
       value = ZPDFNode::BuildFrom(again, provider, ZPDFEncrypterNeutral::Default());

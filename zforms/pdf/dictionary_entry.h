@@ -6,8 +6,8 @@
 
 namespace zforms {
 
-// One key and value of a dictionary (ZPDFNodeDictionary::ZPDFNodeDictionaryEntry):
-// child 0 is the key, a name with its "/", child 1 the value.
+// One key and value of a dictionary (ZPDFNodeDictionary::ZPDFNodeDictionaryEntry). Child 0 is the key, a name with its
+// "/"; child 1 is the value.
 class ZFORMS_API ZPDFNodeDictionaryEntry final : public ZPDFNode {
  public:
   explicit ZPDFNodeDictionaryEntry(IPDFObjectProvider* provider = nullptr);
@@ -20,7 +20,8 @@ class ZFORMS_API ZPDFNodeDictionaryEntry final : public ZPDFNode {
   std::string_view Key() const;
   ZPDFNode* Value();
   const ZPDFNode* Value() const;
-  // Takes ownership (null means the null node), destroys the old value and marks the entry and the node.
+  // Takes ownership of the value; null means the null node. Destroys the old value, and marks the entry and the new
+  // value as modified.
   void SetValue(ZPDFNode* value);
 
   static ZPDFNodeDictionaryEntry* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

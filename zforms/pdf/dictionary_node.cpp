@@ -23,7 +23,8 @@ constexpr size_t kSearchedInOrder = 24;
 // The room for entries in a new dictionary.
 constexpr size_t kFirstRoom = 4;
 
-// The node if it has this kind; null and booleans are subclasses of identifiers, but not accepted as such.
+// The node as a Node; null when it has another kind. The null object and booleans are subclasses of identifiers, but
+// are not accepted as identifiers.
 template <class Node>
 Node* MatchingKind(ZPDFNode* node) {
   if constexpr (std::is_same_v<Node, ZPDFNodeIdentifier>) {
@@ -32,7 +33,7 @@ Node* MatchingKind(ZPDFNode* node) {
   return NodeCast<Node>(node);
 }
 
-// Makes a new node when the old one is missing or of another kind; strings become literal strings.
+// The class of a new node for a value: a new string becomes a literal string.
 template <class Node>
 struct NewNode {
   using Type = Node;
@@ -86,7 +87,7 @@ ZPDFNode* ZPDFNodeDictionary::ValueAt(size_t index) {
 size_t ZPDFNodeDictionary::FindKey(std::string_view key) const {
   const ZPDFChildList* const children = Children();
   if (children == nullptr || key.empty()) return kAbsent;
-  // A key that has its own node may change without notice to the dictionary.
+  // Uses tags and the index only for a keyed list: a key in a node may change without the dictionary knowing.
   if (children->keys != nullptr) {
     if (children->size > kSearchedInOrder && !SharesChildren()) return FindIndexed(key);
     const size_t found = children->Find(key);

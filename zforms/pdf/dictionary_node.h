@@ -37,8 +37,8 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   const ZPDFNode* GetTarget(std::string_view key) const;
   using ZPDFNode::GetTarget;
 
-  // The key and the value of an entry by position, without making a node of it. In a damaged file the key may be empty
-  // or the value null. Precondition: index < Size().
+  // The key and the value of an entry by position, without making a node for the entry. In a damaged file the key may
+  // be empty or the value null. Precondition: index < Size().
   std::string_view KeyAt(size_t index) const;
   ZPDFNode* ValueAt(size_t index);
   const ZPDFNode* ValueAt(size_t index) const { return const_cast<ZPDFNodeDictionary*>(this)->ValueAt(index); }
@@ -60,19 +60,20 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   using ZPDFNode::GetStringValue;
   using ZPDFNode::GetUIntValue;
 
-  // Set a scalar. When the value, with references resolved, is already equal, nothing changes and nothing is marked. A
-  // value of the same kind changes in place. An object behind a reference is never changed.
+  // Set a scalar value. When the present value, with references resolved, is equal, nothing changes and nothing is
+  // marked. A direct value of the same kind changes in place; any other value is replaced. The object that a reference
+  // points to is never changed.
   void SetValue(std::string_view key, const Chaine& value);
   void SetValue(std::string_view key, const char* value);
   void SetValue(std::string_view key, int32_t value);
   void SetValue(std::string_view key, uint32_t value);
   void SetValue(std::string_view key, double value);
-  // A template, so that no pointer is converted to a boolean.
+  // A template, so that a pointer is not converted to a boolean.
   void SetValue(std::string_view key, std::same_as<bool> auto value) { SetBoolean(key, value); }
   void SetIdentifier(std::string_view key, const Chaine& identifier);
   // Takes ownership of the node; null removes the key.
   void SetValue(std::string_view key, ZPDFNode* node);
-  // Removes every entry of that key and marks the dictionary; does nothing when the key is absent.
+  // Removes every entry with this key, and marks the dictionary; does nothing when the key is absent.
   void RemoveValue(std::string_view key);
 
   static ZPDFNodeDictionary* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
@@ -92,12 +93,12 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   // where "/Contents" is never encrypted (ISO 32000-1 7.6.1).
   void DecipherContents(const std::function<Chaine(const Chaine&)>& decipher);
   static bool IsContents(std::string_view key);
-  // The position of the leftmost entry of that key.
+  // The position of the first entry with this key; kAbsent when there is none.
   size_t FindKey(std::string_view key) const;
   size_t FindIndexed(std::string_view key) const;
   void ForgetIndex() const { index_.reset(); }
 
-  // Built on the first search of a large dictionary; small ones are searched in order.
+  // Made by the first search in a large dictionary; small ones are searched from front to back.
   mutable std::unique_ptr<HashIndex> index_;
 };
 

@@ -95,7 +95,7 @@ ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
   return dictionary;
 }
 
-// Pushes keys and values up to the end of the dictionary, and reads that end too.
+// Reads the entries of a dictionary onto the stacks of keys and values, and the ">>" after them.
 void ZPDFForwardReader::ReadEntries(int depth, const char* dictionary) {
   for (SkipBlanks(); !StandsHere('>', '>'); SkipBlanks()) {
     NameToken key;
@@ -113,7 +113,8 @@ void ZPDFForwardReader::ReadEntries(int depth, const char* dictionary) {
   at_ += 2;
 }
 
-// The place of a simple value in the text of its dictionary; null, with nothing read, for another value.
+// Skips a simple value and returns its place in the text of its dictionary, without making a node. For another value,
+// returns null and skips nothing.
 ZPDFNode* ZPDFForwardReader::UnreadValue(const char* dictionary) {
   const size_t length = ZPDFUnreadValue::LengthAt(at_, end_, encrypter_ != nullptr);
   if (length == 0) return nullptr;
@@ -122,8 +123,8 @@ ZPDFNode* ZPDFForwardReader::UnreadValue(const char* dictionary) {
   return place;
 }
 
-// In an encrypted document. Strings that may be a signature's contents are deciphered when the whole dictionary is
-// known.
+// Reads a value in a dictionary of an encrypted document. A string under "/Contents" is not decrypted yet: it is plain
+// in the dictionary of a signature, which is recognized only when the whole dictionary is known.
 ZPDFNode* ZPDFForwardReader::EntryValue(const NameToken& key, int depth) {
   const bool may_be_clear = at_ != end_ && (*at_ == '(' || (*at_ == '<' && !StandsHere('<', '<'))) &&
                             ZPDFNodeDictionary::IsContents(NameText(key));
@@ -229,8 +230,8 @@ ZPDFNode* ZPDFForwardReader::Number() {
   return MakeNumber({start, static_cast<size_t>(at_ - start)});
 }
 
-// Reads the rest of a reference after its number; null, with nothing more read, when a generation and an "R" do not
-// follow.
+// Reads the generation and the "R" of a reference after its number. When they do not follow, returns null and reads
+// nothing more.
 ZPDFNode* ZPDFForwardReader::Reference(std::string_view number) {
   const char* const after_number = at_;
   SkipBlanks();
@@ -264,7 +265,7 @@ ZPDFNode* ZPDFForwardReader::Keyword() {
   return Word();
 }
 
-// The loops use a local pointer: through the member, the compiler would reload it after every byte.
+// The loops use a local pointer, because the compiler would load the member `at_` again after every byte.
 bool ZPDFForwardReader::TakeName(NameToken* name) {
   if (at_ == end_ || *at_ != '/') return false;
   const char* at = SkipClass(at_ + 1, end_, kPlainName);
@@ -289,7 +290,7 @@ Chaine ZPDFForwardReader::NameText(const NameToken& name) {
   return name.plain ? Text(text) : DecodedName(text);
 }
 
-// Each "#" with two digits becomes a byte (ISO 32000-1 7.3.5), which is not decoded again.
+// Replaces each "#" with two hexadecimal digits by their byte (ISO 32000-1 7.3.5). The byte is not decoded again.
 Chaine ZPDFForwardReader::DecodedName(std::string_view text) {
   size_t escape = text.find('#');
   if (escape == std::string_view::npos) return Text(text);

@@ -17,13 +17,13 @@ class ZPDFNodePool;
 class ZPDFTokenizedString;
 struct ZPDFChildList;
 
-// Reads one value of a document from its front, in one pass (ISO 32000-1 7.3). (The node factories read the text of a
-// single node from its end. For well-formed text without backslash, "#", NUL and comments, both give the same tree.)
-// Used once, by one thread.
+// Reads one value of a document in one pass, from the front of its text (ISO 32000-1 7.3). Used once, by one thread.
+// (The functions BuildFrom of the node classes read a value from the end of its text. For well-formed text without
+// backslash, "#", NUL and comments, both give the same tree.)
 //
 // For malformed text it makes the best possible node, with a warning for each guess: an unclosed array or dictionary
-// ends with the enclosing one or with the object; an unmatched closing delimiter is skipped; a key without a value gets
-// null; a value without a key is dropped.
+// ends where the enclosing one or the object ends; an unmatched closing delimiter is skipped; a key without a value
+// gets null; a value without a key is dropped.
 class ZPDFForwardReader {
  public:
   // Reads from the front of the text, without changing it.
@@ -33,7 +33,7 @@ class ZPDFForwardReader {
 
   // The value, owned by the caller; null when the object ends before a value begins.
   ZPDFNode* Read();
-  // The number of bytes read, and the number of further bytes inspected.
+  // The number of bytes read, and the number of bytes that were searched but not read.
   size_t Length() const { return static_cast<size_t>(at_ - begin_); }
   size_t SearchedInVain() const { return searched_in_vain_; }
 
@@ -41,10 +41,10 @@ class ZPDFForwardReader {
   struct NameToken {
     const char* text;
     uint32_t length;
-    bool plain;  // it is written without escapes
+    bool plain;  // the name is written without escapes
   };
 
-  // Null, with nothing read, when no value begins here.
+  // Reads any value; null, with nothing read, when no value begins here.
   ZPDFNode* Value(int depth);
   ZPDFNode* Dictionary(int depth);
   ZPDFNode* Array(int depth);

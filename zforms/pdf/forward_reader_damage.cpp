@@ -18,13 +18,13 @@
 namespace zforms {
 namespace {
 
-// The most warnings for one object, so that a badly damaged one does not flood the list.
+// An object gives at most this many warnings, so that a badly damaged one does not flood the list.
 constexpr int kMostWarnings = 20;
-// The most bytes of a name that a warning quotes.
+// A warning shows at most this many bytes of a name.
 constexpr size_t kMostOfName = 60;
 
-// Digits followed by a point are a number too (ISO 32000-1 7.3.3). It becomes a keyword node, which reads as the
-// number.
+// True for digits followed by a point, such as "5.", which are a number too (ISO 32000-1 7.3.3). The word becomes a
+// keyword node, which has the value of the number.
 bool IsNumberWithPoint(std::string_view word) {
   if (word.starts_with('+') || word.starts_with('-')) word.remove_prefix(1);
   return word.ends_with('.') && AllDigits(word.substr(0, word.size() - 1));
@@ -32,7 +32,8 @@ bool IsNumberWithPoint(std::string_view word) {
 
 }  // namespace
 
-// The value of a key that is followed by something that is not a value.
+// Looks for the value of a key when something else follows the key: skips stray delimiters. Without a value, returns
+// the null node, with a warning.
 ZPDFNode* ZPDFForwardReader::MissedValue(const NameToken& key, int depth) {
   while (PassStray()) {
     SkipBlanks();
@@ -52,8 +53,8 @@ bool ZPDFForwardReader::PassKeyless(int depth) {
   return true;
 }
 
-// Skips an unmatched closing delimiter. False before one that matches, before a structure word of the file, and at the
-// end.
+// Skips an unmatched closing delimiter or a brace, with a warning. False before anything else, such as a delimiter that
+// closes an open array, a structure word of the file, or the end.
 bool ZPDFForwardReader::PassStray() {
   if (at_ == end_) return false;
   const size_t length = StandsHere('>', '>') ? 2 : 1;
@@ -83,7 +84,7 @@ ZPDFNode* ZPDFForwardReader::LeaveOut() {
   return ZPDFNode::MakeParsed<ZPDFNodeDictionary>(pool_, provider_);
 }
 
-// A literal string that is not closed before the end of the file; it is cut at the end of its object.
+// Reads a literal string that is not closed before the end of the file. It ends before the next "endobj".
 ZPDFNode* ZPDFForwardReader::UnclosedLiteral() {
   Warn("a string is not closed");
   const std::string_view rest(at_ + 1, static_cast<size_t>(end_ - at_ - 1));
@@ -94,7 +95,7 @@ ZPDFNode* ZPDFForwardReader::UnclosedLiteral() {
   return MakeLiteral(body, false);
 }
 
-// A hexadecimal string that contains blanks or other characters, or is not closed.
+// Reads a hexadecimal string that contains blanks or other characters, or is not closed.
 ZPDFNode* ZPDFForwardReader::IrregularHexadecimal() {
   const auto in_body = [](char c) { return HexDigit(c) >= 0 || Is(c, kBlank); };
   const std::string_view rest(at_ + 1, static_cast<size_t>(end_ - at_ - 1));
@@ -122,7 +123,7 @@ ZPDFNode* ZPDFForwardReader::MakeKeyword(std::string_view word) {
   return ZPDFNode::MakeParsed<ZPDFNodeIdentifier>(pool_, Text(word), provider_);
 }
 
-// Any other word; null, with nothing read, for a structure word of the file.
+// Reads any other word; null, with nothing read, for a structure word of the file, such as "endobj".
 ZPDFNode* ZPDFForwardReader::Word() {
   const char* const start = at_;
   const char* const end = FindClass(start, end_, kBlankOrSpecial);
@@ -137,7 +138,7 @@ ZPDFNode* ZPDFForwardReader::Word() {
   const bool reads_as_number = Is(word.back(), kDigit);
   WarnOfName(word, reads_as_number ? "is not a number" : "is not a word of PDF");
   if (reads_as_number) return MakeNumber(word);
-  // Only words of such characters can be written unchanged.
+  // Keeps the keyword only when all its characters can be written unchanged.
   return SkipClass(start, end, kPlainName) == end ? MakeKeyword(word) : ZPDFNodeNull::Default();
 }
 

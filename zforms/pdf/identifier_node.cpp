@@ -46,11 +46,11 @@ Chaine WrittenText(const Chaine& identifier) {
   return result;
 }
 
-// The budget of Decode's repeated passes, in bytes: enough for any name of a few hundred bytes.
+// Decode makes repeated passes over at most this many bytes, which is enough for any name of a few hundred bytes.
 constexpr size_t kRoundsBudget = size_t{1} << 16;
 
-// The same decoding in one pass, which replaces each "#" once. The result differs from the repeated passes only where
-// malformed escapes overlap.
+// Decodes the escapes in one pass, which replaces each "#" once. The result differs from that of repeated passes only
+// where malformed escapes overlap.
 Chaine DecodeInOnePass(const Chaine& text) {
   std::string bytes = text.ToString();
   size_t length = 0;
@@ -100,7 +100,7 @@ void ZPDFNodeIdentifier::SendTo(ZPDFOutStream& out, const ZPDFEncrypter*) const 
 
 void ZPDFNodeIdentifier::Write(ZPDFOutStream& out, const Chaine& identifier) {
   if (identifier == "/") {
-    // The blank keeps the empty name apart from a number or keyword after it.
+    // Writes a blank after the empty name, to separate it from a number or keyword that follows.
     out.WriteToken("/ ");
   } else if (identifier.IsEmpty() || (identifier[0] != '/' && IsStructureWord(identifier))) {
     out.WriteToken(NullText());
@@ -139,7 +139,7 @@ Chaine ZPDFNodeIdentifier::Decode(const Chaine& text) {
   for (size_t spent = 0; spent <= kRoundsBudget; spent += result.size()) {
     const size_t found = result.View().find('#');
     if (found == std::string_view::npos) return result;
-    // Terminates: every pass shortens the text or removes a lone "#" at its end.
+    // The loop ends, because every pass shortens the text or removes a lone "#" at its end.
     const Chaine escape(result.View().substr(found, 3));
     result = ReplaceAll(result, escape, static_cast<char>(HexByte(escape.View().substr(1))));
   }

@@ -24,15 +24,16 @@ class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
   // Marks the node only when the identifier changes.
   void SetIdentifier(const Chaine& identifier);
 
-  // Writes the identifier: escapes characters that would end the name early, and writes null for a keyword that could
-  // be mistaken for the file's structure.
+  // Writes the identifier. Characters that a name cannot contain directly are escaped. An empty identifier, and a
+  // keyword that could be mistaken for the file's structure, are written as null.
   static void Write(ZPDFOutStream& out, const Chaine& identifier);
   // True when Write would not escape anything.
   static bool IsWrittenAsIs(std::string_view identifier);
   // "#" becomes "#23"; bytes below 33 and from 127 on become "#" and two digits.
   static Chaine Encode(const Chaine& identifier);
-  // Replaces the first "#" and its two characters by their byte, everywhere that sequence occurs, and repeats until no
-  // "#" is left; so the "#" of a decoded "#23" is decoded again.
+  // Decodes the escapes of a name: replaces the first "#" and its two characters by their byte, everywhere that
+  // sequence occurs, and repeats until no "#" is left. So the "#" that "#23" gives is decoded again. A text that needs
+  // many passes is finished in a single pass.
   static Chaine Decode(const Chaine& text);
   // Reads a name or keyword; "true" and "false" give a boolean, "null" the shared null node.
   static ZPDFNodeIdentifier* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

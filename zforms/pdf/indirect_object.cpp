@@ -19,8 +19,8 @@ std::unique_ptr<ZPDFEncrypter> EncrypterFor(const ZPDFEncryption* encryption, co
   return encryption == nullptr ? nullptr : MakeObjectEncrypter(encryption, id);
 }
 
-// The value's text, cut from the front. When the next object begins before "endobj", its number and generation are not
-// included.
+// Removes the text of the value from the front, and returns it. If "endobj" is missing and the next object follows, the
+// number and generation of that object are not a part of the value.
 ZPDFTokenizedString TakeValue(ZPDFTokenizedString& text) {
   ZPDFTokenizedString value = text.TakeFirstElement(ScanStop::kEndobjOrObj);
   text.TrimLeftComments();
@@ -112,7 +112,8 @@ void ZPDFNodeIndirectObject::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* enc
 
 ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                                           const ZPDFEncryption* encryption) {
-  // Trims only the front: the text may reach to the end of the file, which should not be scanned for every object.
+  // Trims only the front. The text may reach to the end of the file, and trimming its end for every object would take
+  // too long.
   text.TrimLeftComments();
   const uint32_t number = ParseUInt(text.TakeFirstToken());
   const uint32_t generation = ParseUInt(text.TakeFirstToken());

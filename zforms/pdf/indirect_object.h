@@ -9,11 +9,11 @@ namespace zforms {
 class ZPDFEncryption;
 class ZPDFNodeIndirectReference;
 
-// An indirect object (ISO 32000-1 7.3.10): the unit that the parser loads and the writers write. Child 0 is its value,
-// absent until it is set. It owns the encrypter of this object's strings and streams. Owned by its document.
+// An indirect object (ISO 32000-1 7.3.10), which the parser loads and the writers write as a whole. Child 0 is its
+// value, absent until it is set. It owns the encrypter of its strings and streams. Its document owns it.
 class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
  public:
-  // A null encryption gives a neutral encrypter.
+  // When `encryption` is null, the object gets a neutral encrypter, which changes nothing.
   ZPDFNodeIndirectObject(const ZPDFEncryption* encryption, const ZPDFObjectIdentifier& id,
                          IPDFObjectProvider* provider);
   ZPDFNodeIndirectObject(const ZPDFNodeIndirectObject& other);
@@ -30,7 +30,7 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   const ZPDFObjectIdentifier& GetID() const { return id_; }
   // The neutral encrypter in a document that is not encrypted.
   const ZPDFEncrypter* Encrypter() const;
-  // Moves the object to a document with that security handler.
+  // Sets the security handler of the document that now contains the object; null when it is not encrypted.
   void SetEncryption(const ZPDFEncryption* encryption);
 
   // Takes ownership of the value, destroys the old one and marks the object.
@@ -41,11 +41,11 @@ class ZFORMS_API ZPDFNodeIndirectObject final : public ZPDFNode {
   // Reads from the front: number, generation, "obj", the value, "endobj". Never null.
   static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                            const ZPDFEncryption* encryption);
-  // The same after "obj", when number and generation have been read.
+  // Reads the rest of an object from the value on; its number, its generation and "obj" were read before. Never null.
   static ZPDFNodeIndirectObject* BuildFrom(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
                                            IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
-  // Reads an object of an object stream. Its text is the value only, and was enciphered together with the stream; when
-  // the object is written, it is enciphered on its own.
+  // Reads an object of an object stream. `text` is only the value; it was decrypted together with the stream. When the
+  // object is written, it is encrypted on its own.
   static ZPDFNodeIndirectObject* BuildPacked(ZPDFTokenizedString& text, const ZPDFObjectIdentifier& id,
                                              IPDFObjectProvider* provider, const ZPDFEncryption* encryption);
   static bool Matches(Kind kind) { return kind == Kind::kIndirectObject; }

@@ -4,8 +4,8 @@
 
 namespace zforms {
 
-// Counts how deep parsing is inside arrays and dictionaries, so that hostile
-// nesting cannot exhaust the stack.
+// Counts how deeply arrays and dictionaries are nested while they are parsed, so that a hostile file cannot exhaust the
+// stack.
 class NestingGuard {
  public:
   explicit NestingGuard(ZPDFTokenizedString& text) : text_(text), allowed_(text.EnterNesting()) {}

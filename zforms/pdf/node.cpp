@@ -44,7 +44,7 @@ ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(ot
       children_->AppendKeyed(from->keys[i], child, from->IsPlain(i), from->IsMarked(i));
     }
   }
-  // Not the pool: a copy may be used by another thread.
+  // The pool is not copied, because a copy may be used by another thread.
   children_->source = from->source;
 }
 
@@ -60,8 +60,8 @@ void ZPDFNode::operator delete(ZPDFNode* node, std::destroying_delete_t) {
 
 ZPDFNode& ZPDFNode::operator=(const ZPDFNode& other) {
   if (this == &other || immutable_) return *this;
-  // From now on entries may change through either node, so both drop their index. Only dictionaries handle keyed lists,
-  // so for another kind of node the list gets entry nodes.
+  // Drops the index of both nodes, because entries may now change through either node. Only dictionaries handle keyed
+  // lists, so for another kind of node the list gets entry nodes.
   for (const ZPDFNode* node : {static_cast<const ZPDFNode*>(this), &other}) {
     if (const auto* dictionary = NodeCast<ZPDFNodeDictionary>(node)) dictionary->ForgetIndex();
   }
@@ -72,7 +72,7 @@ ZPDFNode& ZPDFNode::operator=(const ZPDFNode& other) {
     children_->refs++;
     if (given_up != nullptr && !children_->Retire(given_up)) ReleaseChildren(given_up);
   } else if (children_ == nullptr && given_up != nullptr) {
-    // The old children are not shared; they are kept beside an empty list.
+    // There is no list to share: the old children are kept by a new, empty list.
     children_ = ZPDFChildList::Make(1);
     children_->Retire(given_up);
   }
@@ -111,7 +111,7 @@ void ZPDFNode::SetObjectProvider(IPDFObjectProvider* provider) {
 ZPDFNode* ZPDFNode::GetTarget() { return this; }
 const ZPDFNode* ZPDFNode::GetTarget() const { return this; }
 
-// The target of a node is never a reference, so these do not recurse further.
+// GetTarget never returns a reference, so these functions recurse only once.
 const Chaine& ZPDFNode::GetStringValue() const {
   const ZPDFNode* target = GetTarget();
   return target == this ? EmptyText() : target->GetStringValue();

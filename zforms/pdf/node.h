@@ -22,7 +22,7 @@ class ZPDFTokenizedString;
 struct ZPDFChildList;
 
 using ZPDFObjectMap = FSortedMap<ZPDFObjectIdentifier, const ZPDFNodeIndirectObject*>;
-// The same as a list, in identifier order.
+// The same objects as a list, in identifier order.
 using ZPDFObjectList = PTableau<std::pair<ZPDFObjectIdentifier, const ZPDFNodeIndirectObject*>>;
 
 // ZPDFNode is the base class of the tree that represents PDF objects. A node owns its children (but never the shared
@@ -36,8 +36,8 @@ class ZFORMS_API ZPDFNode {
   explicit ZPDFNode(IPDFObjectProvider* provider = nullptr);
   // A deep copy: clones of the children, the same provider and modified flag.
   ZPDFNode(const ZPDFNode& other);
-  // Shallow copy: both nodes then share one child list. The old children stay alive as long as that list, unless this
-  // would make a cycle of lists; they are destroyed with the last node that shares it.
+  // Makes a shallow copy: both nodes then share one child list. The old children are kept until the last node that
+  // shares this list is destroyed. If keeping them would make a cycle of lists, this node releases them at once.
   ZPDFNode& operator=(const ZPDFNode& other);
 
   // Parsed nodes are allocated in their document's pool, others on the heap. A node knows its kind of memory, so
@@ -50,13 +50,13 @@ class ZFORMS_API ZPDFNode {
   virtual ZPDFNode* Clone() const = 0;
   // Stores the provider in this node and in all nodes below it.
   virtual void SetObjectProvider(IPDFObjectProvider* provider);
-  // The node at the end of a chain of references; any other node is its own target. The shared null node when the chain
-  // ends nowhere.
+  // The node at the end of a chain of references; a node that is no reference is its own target. The shared null node
+  // when the chain leads to no object.
   virtual ZPDFNode* GetTarget();
   virtual const ZPDFNode* GetTarget() const;
-  // Adds every indirect object that can be reached through references. Does not recurse along chains of objects. A
-  // host's class may override this to add more objects; its override is called for nodes below the start too, with the
-  // objects found so far in the map.
+  // Adds every indirect object that can be reached through references. A long chain of objects causes no deep
+  // recursion. A host's class may override this to add more objects. The override is also called for nodes below this
+  // one; the map then contains the objects found so far.
   virtual void GetReferencedObjects(ZPDFObjectMap& map) const;
   virtual const Chaine& GetStringValue() const;
   virtual uint32_t GetUIntValue() const;
@@ -74,11 +74,11 @@ class ZFORMS_API ZPDFNode {
 
  public:
   size_t Size() const;
-  // The child as stored. The non-const form extends the list with empty slots up to `index`; the const form returns
-  // null past the end.
+  // The child as stored, a reference included. The non-const form extends the list with empty slots up to `index`; the
+  // const form returns null past the end.
   ZPDFNode* GetDirectAt(size_t index);
   const ZPDFNode* GetDirectAt(size_t index) const;
-  // The child with references resolved, null for an empty slot.
+  // The child with references resolved; null for an empty slot.
   ZPDFNode* GetTargetAt(size_t index);
   const ZPDFNode* GetTargetAt(size_t index) const;
 
@@ -87,15 +87,15 @@ class ZFORMS_API ZPDFNode {
   ZPDFObjectList ReferencedObjects(PTableau<ZPDFObjectIdentifier>* missing = nullptr) const;
 
   IPDFObjectProvider* ObjectProvider() const { return provider_; }
-  // Sets the flag of this node and, when recursive, of all nodes below it.
+  // Sets the modified flag of this node and, when `recursive` is set, of all nodes below it.
   void SetModified(bool modified, bool recursive);
-  // True when this node or one below it is marked.
+  // True when this node or a node below it is marked as modified.
   bool IsModified() const;
 
   // Parses one object from the end of the text and removes it; the text before it is kept. Null when the text contains
   // only blanks and comments. The caller owns the result and must free it with Destroy.
   static ZPDFNode* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter);
-  // Deletes the node unless it is null or the shared null node.
+  // Deletes the node; does nothing for null and for the shared null node.
   static void Destroy(ZPDFNode* node);
 
  protected:
@@ -118,7 +118,7 @@ class ZFORMS_API ZPDFNode {
   };
   ZPDFNode(IPDFObjectProvider* provider, Kind kind) : provider_(provider), kind_(kind) {}
 
-  // Selects the constructor of a parsed node, which is not marked.
+  // Selects the constructor for a parsed node, which does not mark the node as modified.
   struct Parsed {};
   // Makes a parsed node in the memory of the pool, or on the heap without a pool.
   template <class T, class... Arguments>
@@ -130,15 +130,16 @@ class ZFORMS_API ZPDFNode {
     return node;
   }
 
-  // Destroys the child at `index` and stores the node in its place; null removes the slot.
+  // Destroys the child at `index` and stores the node there; a null `node` removes the slot.
   void ReplaceChild(size_t index, ZPDFNode* node);
-  // Takes ownership of children in reverse order, as parsing from the end produces them.
+  // Appends the nodes, last one first, and takes ownership: parsing from the end gives them in reverse order.
   void AdoptReversed(ZPDFNode* const* nodes, size_t count);
   // The list as it is stored, null while there are no children.
   ZPDFChildList* Children() const { return children_; }
-  // Precondition: there are no children yet. Takes over the list.
+  // Takes over the list. Precondition: there are no children yet.
   void AdoptChildren(ZPDFChildList* list) { children_ = list; }
-  // The child as a node, made now if it was not read before. Null for an empty slot. Precondition: index < Size().
+  // The child as a node, which is made now if the child is unread (see child_list.h). Null for an empty slot.
+  // Precondition: index < Size().
   ZPDFNode* ReadChild(size_t index) const;
   // True when another node shares the list after an assignment.
   bool SharesChildren() const;
@@ -158,12 +159,12 @@ class ZFORMS_API ZPDFNode {
   // Replaces the keys and values of a dictionary's list by entry nodes.
   void MakeEntries() const;
   static void ReleaseChildren(ZPDFChildList* list);
-  // True when the node may belong to a host's class: it was not made by parsing, and its class is not final.
+  // True when the node's class is not one of this library, so that the host must have defined it.
   bool MayBeOfHost() const;
 
   ZPDFChildList* children_ = nullptr;
   IPDFObjectProvider* provider_;
-  uint32_t pool_offset_ = 0;  // the offset of the node in its slab, 0 for the heap
+  uint32_t pool_offset_ = 0;  // the offset of the node in its slab, 0 when it is on the heap
   Kind kind_ = Kind::kOther;
   bool modified_ = false;
   bool immutable_ = false;

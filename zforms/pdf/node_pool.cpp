@@ -12,8 +12,8 @@ namespace {
 constexpr uint32_t kFirstSlab = 0;
 constexpr uint32_t kLargestSlab = 0;
 #else
-// The first slab suits a small form. Later slabs grow, but stay below the size from which the system's allocator maps
-// and unmaps memory each time.
+// The first slab is large enough for a small form. Later slabs grow, but stay below the size from which the system's
+// allocator maps and unmaps memory each time.
 constexpr uint32_t kFirstSlab = 16 * 1024;
 constexpr uint32_t kLargestSlab = 120 * 1024;
 #endif

@@ -6,13 +6,13 @@
 
 namespace zforms {
 
-// Memory for the nodes of one document, cut from slabs: the nodes of a parsed object are next to each other, and an
-// allocation costs one addition. A slab is freed when its last block is returned, so nodes may outlive the pool. The
-// pool lives as long as it has users: its document, and the dictionaries with values that are not read yet. One pool,
-// with its nodes, is used by one thread at a time.
+// Memory for the nodes of one document, taken from large slabs: the nodes of a parsed object are next to each other,
+// and an allocation costs one addition. A slab is freed when its last block is returned, so nodes may outlive the pool.
+// The pool lives as long as it has users: its document, and the dictionaries with values that are not read yet. One
+// pool, with its nodes, is used by one thread at a time.
 class ZPDFNodePool {
  public:
-  // A deleter that releases one use of the pool.
+  // A deleter that ends one use of the pool.
   struct GivesUp {
     void operator()(ZPDFNodePool* pool) const { pool->GiveUp(); }
   };
@@ -24,7 +24,8 @@ class ZPDFNodePool {
     return User(this);
   }
 
-  // A block stores its offset in its slab; 0 means memory that is not from a pool.
+  // A block of memory and its offset in its slab in bytes. Nodes store the offset; there, 0 means memory that is not
+  // from a pool.
   struct Block {
     void* memory;
     uint32_t offset;
@@ -33,7 +34,7 @@ class ZPDFNodePool {
   ZPDFNodePool(const ZPDFNodePool&) = delete;
   ZPDFNodePool& operator=(const ZPDFNodePool&) = delete;
 
-  // Precondition: bytes <= kLargestBlock. Aligned for pointers.
+  // Returns a block, aligned for pointers. Precondition: bytes <= kLargestBlock.
   Block Take(size_t bytes) {
     const size_t rounded = (bytes + alignof(void*) - 1) & ~(alignof(void*) - 1);
     if (rounded > size_t{limit_} - at_) OpenSlab(rounded);
@@ -50,7 +51,7 @@ class ZPDFNodePool {
   static constexpr size_t kLargestBlock = 8 * 1024;
 
  private:
-  // The header of a slab's memory. The pool that still cuts from it counts as a block.
+  // The header of a slab's memory. `blocks` counts the blocks in use, and 1 more while the pool takes blocks from it.
   struct Slab {
     size_t blocks;
   };

@@ -6,8 +6,8 @@
 
 namespace zforms {
 
-// A number, stored as its text, so that a number that was read is written back byte for byte until it is set (ISO
-// 32000-1 7.3.3).
+// A number, stored as text, so that a number from a file is written back byte for byte unless it was set (ISO 32000-1
+// 7.3.3).
 class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
  public:
   explicit ZPDFNodeNumeric(IPDFObjectProvider* provider = nullptr);
@@ -16,8 +16,8 @@ class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
   explicit ZPDFNodeNumeric(double value, IPDFObjectProvider* provider = nullptr);
   ZPDFNodeNumeric* Clone() const override;
 
-  // Reads up to the first character that cannot continue the number; a value out of range gives the nearest value in
-  // range.
+  // The value of the text up to the first character that cannot continue the number. A value out of range gives the
+  // nearest value in range.
   uint32_t GetUIntValue() const override;
   int32_t GetIntValue() const override;
   double GetDoubleValue() const override;
@@ -36,7 +36,8 @@ class ZFORMS_API ZPDFNodeNumeric : public ZPDFNodeLeaf {
   static bool Matches(Kind kind) { return kind == Kind::kNumeric; }
 
  protected:
-  // Stores this text and marks the node when it differs. For a host's classes that format numbers in their own way.
+  // Stores this text; marks the node when it differs from the old text. For classes of a host that format numbers in
+  // their own way.
   void SetValue(const Chaine& text);
 
  private:

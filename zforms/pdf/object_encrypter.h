@@ -8,8 +8,8 @@ class ZPDFEncrypter;
 class ZPDFEncryption;
 class ZPDFObjectIdentifier;
 
-// The encrypter for one indirect object of a document with that security handler, or a neutral one when the handler is
-// null. Declared here for the nodes, which do not depend on the handler, and defined beside
+// Makes the encrypter for one indirect object. `handler` is the security handler of the document; when it is null, the
+// encrypter changes nothing. Declared here so that the nodes do not depend on the handler; defined beside
 // ZPDFEncryption::AllocEncrypter.
 std::unique_ptr<ZPDFEncrypter> MakeObjectEncrypter(const ZPDFEncryption* handler, const ZPDFObjectIdentifier& id);
 

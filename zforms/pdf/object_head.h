@@ -11,21 +11,21 @@ class ZPDFTokenizedString;
 // The head of an indirect object, such as "12 0 obj" (ISO 32000-1 7.3.10).
 struct ZPDFObjectHead {
   ZPDFObjectIdentifier id;
-  // False when more characters follow "obj" without a blank or delimiter between, as in "objx"; they are taken too.
+  // False when other characters directly follow "obj", as in "objx"; they are part of the head.
   bool is_sound = true;
 };
 
-// Higher numbers are taken for damage, so that there are always numbers for new objects.
+// A higher number counts as damage, so that unused numbers always remain for new objects.
 inline constexpr uint32_t kHighestObjectNumber = INT32_MAX;
 
-// False for object 0, which heads the list of free objects, for numbers that are too high and for generations above
-// 65535, the last one (ISO 32000-1 7.5.4).
+// Whether an object in use may have this identifier. False for object 0, the head of the list of free objects; for a
+// number above kHighestObjectNumber; and for a generation above 65535, the highest one (ISO 32000-1 7.5.4).
 constexpr bool MayBeInUse(const ZPDFObjectIdentifier& id) {
   return id.Number() != 0 && id.Number() <= kHighestObjectNumber && id.Generation() <= UINT16_MAX;
 }
 
-// Takes the head of an object off the front of the text. Nothing when the text begins with something else; up to three
-// tokens are then taken.
+// Removes the head of an object from the front of the text and returns it. When the text begins with something else,
+// returns nothing, and has removed up to three tokens.
 std::optional<ZPDFObjectHead> TakeObjectHead(ZPDFTokenizedString& text);
 
 }  // namespace zforms

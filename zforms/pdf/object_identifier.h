@@ -5,8 +5,8 @@
 
 namespace zforms {
 
-// The number and generation of an indirect object (ISO 32000-1 7.3.10): the key
-// of every map of objects. Ordered by number, then by generation.
+// The number and generation of an indirect object (ISO 32000-1 7.3.10): the key of every map of objects. Ordered by
+// number, then by generation.
 class ZPDFObjectIdentifier {
  public:
   constexpr ZPDFObjectIdentifier() = default;

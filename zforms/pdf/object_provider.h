@@ -7,8 +7,8 @@ namespace zforms {
 class ZPDFNodeIndirectObject;
 class ZPDFObjectIdentifier;
 
-// The interface through which a reference finds its target. Usually the document parser implements it; the provider
-// owns the objects it returns.
+// The interface that gives a reference its target. Usually the document parser implements it. The provider owns the
+// objects that it returns.
 class ZFORMS_API IPDFObjectProvider {
  public:
   // The indirect object with that identifier, or null when there is none.

@@ -10,11 +10,11 @@
 
 namespace zforms {
 
-// Maps identifiers to the objects found while following references: a table of pages for the usual object numbers, and
-// a map for the other numbers of damaged files.
+// Maps identifiers to the objects found while following references. Usual identifiers, of generation 0, are in a table
+// made of pages; others, as in damaged files, are in a map.
 class ZPDFObjectTable {
  public:
-  // The slot of that identifier, null until an object is stored.
+  // The slot for this identifier; it holds null until an object is stored.
   const ZPDFNodeIndirectObject*& operator[](const ZPDFObjectIdentifier& id) {
     if (id.Generation() != 0 || id.Number() >= kMostNumbers) return others_[id];
     const size_t page = id.Number() / kPageSize;
@@ -41,7 +41,8 @@ class ZPDFObjectTable {
   }
 
  private:
-  // The limit of ISO 32000-1 annex C, so that hostile numbers cost at most 64 MB.
+  // The table has at most this many numbers (ISO 32000-1 annex C), so that high numbers in a hostile file cost at most
+  // 64 MB.
   static constexpr uint32_t kMostNumbers = 1 << 23;
   static constexpr size_t kPageSize = 1024;
   using Page = std::array<const ZPDFNodeIndirectObject*, kPageSize>;

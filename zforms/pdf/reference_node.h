@@ -4,8 +4,8 @@
 
 namespace zforms {
 
-// A reference to an indirect object (ISO 32000-1 7.3.10). The provider is asked for the target on first use; the result
-// is kept as long as the provider is the same.
+// A reference to an indirect object (ISO 32000-1 7.3.10). It asks the provider for the target when it is first used,
+// and keeps the target until the provider changes.
 class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
  public:
   explicit ZPDFNodeIndirectReference(IPDFObjectProvider* provider = nullptr);
@@ -14,7 +14,7 @@ class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
   void SetObjectProvider(IPDFObjectProvider* provider) override;
   ZPDFNode* GetTarget() override;
   const ZPDFNode* GetTarget() const override;
-  // Adds the target and the objects that it leads to, unless the map has the target.
+  // Adds the target and all objects that can be reached from it; does nothing when the map contains the target.
   void GetReferencedObjects(ZPDFObjectMap& map) const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 

@@ -88,8 +88,8 @@ void ZPDFReferenceWalk::Follow() {
   }
 }
 
-// A host's class adds its objects to a map. The map must contain everything found before, or the class would follow a
-// cycle of references forever.
+// Calls a node of a host's class, which adds its objects to the map. The map must contain everything found before, or
+// the class would follow a cycle of references forever.
 void ZPDFReferenceWalk::AskHost(const ZPDFNode& node) {
   if (!has_map_) {
     for (const auto& [id, object] : found_.List()) map_.emplace(id, object);

@@ -8,19 +8,20 @@ namespace zforms {
 
 class ZPDFNodeIndirectReference;
 
-// Follows references and collects the objects that can be reached, each once. It keeps a work list, so a long chain of
-// objects needs no stack; only node classes of a host
-// are called recursively, since what they refer to is not known here.
+// Follows references and collects the objects that can be reached, each once. A work list replaces recursion, so a long
+// chain of objects needs no deep stack. Only nodes of a host's class are called recursively, since their references are
+// not known here.
 class ZPDFReferenceWalk {
  public:
-  // Objects that are in the map already are known: the walk does not pass through them.
+  // The walk does not visit objects that the map already contains.
   explicit ZPDFReferenceWalk(ZPDFObjectMap& map) : map_(map) {}
 
   // Starts at the target of a reference, or at the nodes below any other node.
   void From(const ZPDFNode& node);
-  // Adds the references in the node and below it, except inside nodes of a host's classes: false when there are some.
+  // Adds the references below the node to `found`. False when there is a node of a host's class, which may lead to
+  // further objects.
   static bool Collect(const ZPDFNode& node, std::vector<const ZPDFNodeIndirectReference*>* found);
-  // All objects found, in identifier order. Precondition: the map was empty at first.
+  // All objects found, in identifier order. Precondition: the map was empty when the walk was made.
   ZPDFObjectList List() const;
   // The identifiers of references whose object is missing, in order.
   PTableau<ZPDFObjectIdentifier> Missing() const;
@@ -33,7 +34,7 @@ class ZPDFReferenceWalk {
   void AskHost(const ZPDFNode& node);
 
   ZPDFObjectMap& map_;
-  bool has_map_ = false;  // true when the map is kept up to date, which takes time
+  bool has_map_ = false;  // true when each object found is added to the map at once, which takes time
   ZPDFObjectTable found_;
   std::vector<const ZPDFNodeIndirectReference*> pending_;
   PTableau<ZPDFObjectIdentifier> missing_;

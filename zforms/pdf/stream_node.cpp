@@ -22,7 +22,7 @@ constexpr std::string_view kStream = "stream";
 constexpr std::string_view kEndstream = "endstream";
 
 // The length of the line end between "stream" and the data: CR LF or a line feed. Some writers put blanks before it, or
-// write a carriage return alone.
+// write only a carriage return.
 size_t LineEndLength(std::string_view text) {
   size_t i = 0;
   while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) i++;
@@ -42,8 +42,8 @@ bool IsLength(const ZPDFNode* node) {
   return number != nullptr && AllDigits(number->Text());
 }
 
-// The length of the data before the next "endstream" (or "endobj"), without the one line end that belongs to the
-// keyword.
+// The length of the data before the next "endstream", or else "endobj", without the one line end before the keyword.
+// When neither follows, the stated length, up to the end of the text.
 size_t SearchLength(std::string_view text, size_t stated) {
   size_t end = text.find(kEndstream);
   if (end == std::string_view::npos) end = text.find("endobj");
@@ -53,7 +53,7 @@ size_t SearchLength(std::string_view text, size_t stated) {
   return end;
 }
 
-// The first of several filters, or of their parameters, or the only one.
+// The first element of a value that is an array, else the value itself: the first filter, or its parameters.
 const ZPDFNode* FirstOf(const ZPDFNode* node) {
   const auto* const array = NodeCast<ZPDFNodeArray>(node);
   return array == nullptr ? node : array->GetTargetAt(0);
@@ -74,7 +74,7 @@ ZPDFStreamTraits TraitsOf(const ZPDFNodeDictionary& dictionary) {
   return traits;
 }
 
-// The encrypter of a stream's data.
+// Encrypts and decrypts the data of one stream.
 class DataEncrypter {
  public:
   DataEncrypter(const ZPDFNodeDictionary& dictionary, const ZPDFEncrypter* encrypter) : encrypter_(encrypter) {
@@ -97,7 +97,7 @@ class DataEncrypter {
   std::unique_ptr<const ZPDFEncrypter> own_;
 };
 
-// Removes the first of several filters, or of their parameters, or the only one.
+// Removes the first filter, or its parameters, from the value of the key; removes the key when nothing else is left.
 void DropFirst(ZPDFNodeDictionary& dictionary, const char* key) {
   const auto* const array = NodeCast<ZPDFNodeArray>(dictionary.GetTarget(key));
   if (array == nullptr || array->Size() < 2) {
@@ -171,7 +171,8 @@ void ZPDFNodeStream::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) 
   if (stored.size() == data->Data().size()) {
     Dico()->SendTo(out, encrypter);
   } else {
-    // AES adds to the length; the node has that of the plain data.
+    // AES makes the data longer than "/Length" of the node says, so a copy of the dictionary with the right length is
+    // written.
     const std::unique_ptr<ZPDFNodeDictionary> dictionary(Dico()->Clone());
     dictionary->SetValue(kLength, static_cast<uint32_t>(stored.size()));
     dictionary->SendTo(out, encrypter);
@@ -201,7 +202,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, IPDFObjectP
   ZPDFNode* parsed = element.EndWith(">>") ? ZPDFNode::BuildFrom(element, provider, encrypter) : nullptr;
   auto* dictionary = NodeCast<ZPDFNodeDictionary>(parsed);
   if (dictionary == nullptr) {
-    // This is not a stream: the caller must parse the whole text from its end.
+    // Not a dictionary: reads the stream with an empty dictionary instead, from "stream" on.
     Destroy(parsed);
     dictionary = new ZPDFNodeDictionary(provider);
     text.TakeFirst(text.View().find(kStream));
@@ -213,7 +214,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
                                           IPDFObjectProvider* provider, const ZPDFEncrypter* encrypter) {
   const ZPDFNode* const stated_length = dictionary->GetTarget(kLength);
   const size_t stated = stated_length == nullptr ? 0 : stated_length->GetUIntValue();
-  // A keyword with digits counts as a number, and may be written as something else.
+  // A "/Length" that is not only digits, such as "12x", may give a number, but may be written as something else.
   const bool is_damaged = stated_length != nullptr && !IsLength(stated_length);
   text.TakeFirst(kStream.size());
   if (text.IsDocument()) {
@@ -240,8 +241,8 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   const Chaine plain = DataEncrypter(*dictionary, encrypter).Decrypt(data, text);
   stream->AppendChild(new ZPDFNodeStreamData(plain, provider));
   if (plain.size() != stated || is_damaged) {
-    // The written "/Length" must be correct; reading has not changed it yet.
-    if (is_damaged) dictionary->RemoveValue(kLength);  // a keyword may have the same value
+    // Corrects "/Length" for writing. The dictionary is not marked as modified, since reading is no change.
+    if (is_damaged) dictionary->RemoveValue(kLength);  // else SetValue keeps it when its value is equal
     dictionary->SetValue(kLength, static_cast<uint32_t>(plain.size()));
     dictionary->SetModified(false, true);
   }

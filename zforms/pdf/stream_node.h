@@ -31,23 +31,24 @@ class ZFORMS_API ZPDFNodeStream final : public ZPDFNode {
  public:
   using ZPDFNodeStreamData = zforms::ZPDFNodeStreamData;
 
-  // A new stream with those bytes, in a dictionary with "/Length" only.
+  // Makes a new stream with these bytes, and a dictionary with only "/Length".
   explicit ZPDFNodeStream(const Chaine& data, IPDFObjectProvider* provider = nullptr);
   ZPDFNodeStream* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 
-  // Never null for a stream that was parsed or made with data.
+  // The dictionary; never null for a stream that was parsed or made with data.
   ZPDFNodeDictionary* Dico();
   const ZPDFNodeDictionary* Dico() const;
   const Chaine& Data() const;
   // Stores the bytes and sets "/Length" to their number.
   void SetData(const Chaine& data);
 
-  // Removes the filter /Crypt, which selects how this stream is encrypted (ISO 32000-1 7.4.10).
+  // Removes the filter /Crypt when it is the first filter. It selects how this stream is encrypted (ISO 32000-1
+  // 7.4.10).
   void DropCryptFilter();
 
-  // True when the text begins with a stream: a dictionary, then "stream". Not for text inside an array or a dictionary,
-  // where a stray "endstream" is an ordinary keyword.
+  // True when the text begins with a stream: a dictionary, then "stream". False for text inside an array or a
+  // dictionary, where "endstream" is an ordinary keyword.
   static bool StandsAtFront(const ZPDFTokenizedString& text);
   // Reads a text that starts with the stream's dictionary.
   static ZPDFNodeStream* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

@@ -9,7 +9,7 @@
 namespace zforms {
 namespace {
 
-// The letter after the backslash for a byte that is escaped.
+// The character that is written after the backslash for an escaped byte.
 constexpr char EscapeLetter(char c) {
   switch (c) {
     case '\b': return 'b';
@@ -103,8 +103,8 @@ class LiteralDecoder {
   Chaine out_;
 };
 
-// The start of a literal string's body: after the opening parenthesis that matches the closing one just removed. A
-// parenthesis counts as escaped when the byte before it is a backslash.
+// The start of the body of a literal string whose closing parenthesis has just been removed: the position after the
+// matching opening parenthesis. A parenthesis counts as escaped when the byte before it is a backslash.
 size_t FindLiteralBody(std::string_view text) {
   size_t depth = 0;
   for (size_t i = text.size(); i > 0; i--) {

@@ -16,7 +16,7 @@ namespace {
 
 bool EndsToken(const char* at, const char* end) { return at == end || Is(*at, kBlankOrSpecial); }
 
-// Each of these gives the end of the token, or null when there is another one.
+// Each of the next functions returns the end of the token at `at`, or null when there is another token.
 
 const char* NameEnd(const char* at, const char* end) {
   const char* const after = SkipClass(at + 1, end, kPlainName);
@@ -30,7 +30,7 @@ const char* NumberEnd(const char* at, const char* end) {
   return after != at && Is(after[-1], kDigit) && EndsToken(after, end) ? after : nullptr;
 }
 
-// Of a reference written as usual, with one blank between its parts.
+// The end of a reference written as usual, with one blank between its parts; null when there is none.
 const char* ReferenceEnd(const char* at, const char* end) {
   const char* const number_end = SkipClass(at, end, kDigit);
   if (number_end == at || number_end == end || *number_end != ' ') return nullptr;
@@ -40,7 +40,7 @@ const char* ReferenceEnd(const char* at, const char* end) {
   return generation_end[0] == ' ' && generation_end[1] == 'R' && EndsToken(after, end) ? after : nullptr;
 }
 
-// Of a number, unless it may be the beginning of a reference that is written in another way.
+// The end of a number; null when there is none, or when it may begin a reference that is written in another way.
 const char* LoneNumberEnd(const char* at, const char* end) {
   const char* const after = NumberEnd(at, end);
   if (after == nullptr) return nullptr;
@@ -63,7 +63,7 @@ const char* ArrayEnd(const char* at, const char* end) {
   return at == end ? nullptr : at + 1;
 }
 
-// A number as the node of a reference would write it.
+// Writes a number as a reference node does: without leading zeros, and at most UINT32_MAX.
 void WriteIntegral(std::string_view digits, ZPDFOutStream& out) {
   if (digits.size() < 10 && (digits.size() == 1 || digits.front() != '0')) {
     out.WriteToken(digits);

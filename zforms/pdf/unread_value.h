@@ -13,25 +13,25 @@ class ZPDFNode;
 class ZPDFNodePool;
 class ZPDFOutStream;
 
-// The simple values of a dictionary that are not read before somebody asks for them: numbers, names and strings without
-// escapes, references, and arrays of numbers, names and references. Most of them are only written again, or never used,
-// so that no node needs to be made. Private to the node classes.
+// The simple values of a dictionary, for which nodes are made only when they are needed: numbers, names and strings
+// without escapes, references, and arrays of numbers, names and references. Most of them are only written again or
+// never used. Private to the node classes.
 class ZPDFUnreadValue {
  public:
-  // The length of such a value at the front of the text, 0 when there is another one. The reader of nodes would read
-  // the same bytes without a warning. In an encrypted document strings are not left unread.
+  // The length in bytes of a simple value that begins at `at`; 0 for another value, and for a string in an encrypted
+  // document. ZPDFForwardReader would read the same bytes, without a warning.
   static size_t LengthAt(const char* at, const char* end, bool is_encrypted);
-  // True when nodes that are made of the text may be references or contain some.
+  // True when the value may be a reference or may contain references.
   static bool MayRefer(std::string_view text) {
     return text.back() == 'R' || (text.front() == '[' && text.find('R') != std::string_view::npos);
   }
-  // The node, owned by the caller. The text is a part of the source, whose bytes the node shares. Null for the pool
-  // means the heap.
+  // Makes the node of the value, owned by the caller, in the pool, or on the heap when `pool` is null. `text` is a part
+  // of `source`, and the node shares its bytes.
   static ZPDFNode* Read(std::string_view text, const Chaine& source, IPDFObjectProvider* provider, ZPDFNodePool* pool);
-  // Stores the numbers of an array that holds no reference as far as there is room; 0 for a name. Returns the array's
-  // size.
+  // Stores the numbers of an array without references in `numbers`, until it is full; a name reads as 0. Returns the
+  // size of the array.
   static size_t ReadNumbers(std::string_view array, std::span<double> numbers);
-  // Writes what the node would write.
+  // Writes the same bytes as the node of the value would.
   static void Write(std::string_view text, ZPDFOutStream& out, const ZPDFEncrypter* encrypter);
 };
 

@@ -54,12 +54,12 @@ class ZFORMS_API ZAcroFormServer : public ZHTTPServer {
   void SetXFDFHandler(ZAcroFormServerXFDFHandler* handler, bool own);
   ZAcroFormServerPDFHandler& PDFHandler() const { return *pdf_handler_; }
 
-  // Sets which encrypted templates are served, those that open without a password: kRC4Only at first. Do not call it
-  // while the server runs.
+  // Sets the encryptions of templates that are served; kRC4Only at first. An encrypted template must open without a
+  // password. Do not call it while the server runs.
   void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   ZPDFEncryptions Encryptions() const { return encryptions_; }
 
-  // Forms that were sent before keep the folder in which they were opened.
+  // Sets the current folder. Forms that were sent before keep the folder in which they were opened.
   void SetCurrentFolder(uint64_t folder, int32_t exercice);
   uint64_t CurrentFolder() const { return CurrentFolderInfos().id; }
   int32_t CurrentExercice() const { return static_cast<int32_t>(CurrentFolderInfos().exercice); }

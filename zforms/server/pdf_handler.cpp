@@ -29,7 +29,7 @@ const char* ActionOf(ZDocument::Status status) {
   return status == ZDocument::eConsult ? "consult" : "readonly";
 }
 
-// Values that fields refuse are left out and reported in the form's diagnostics.
+// Fills the form. Values that fields refuse are left out and reported in the form's diagnostics.
 void Fill(const ZXFDF& xfdf, ZAcroForm* form) {
   ZCheckedFiller filler(*form);
   filler.SetDefaultsToo(true);

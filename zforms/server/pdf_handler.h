@@ -20,7 +20,8 @@ class ZXFDF;
 
 // ZAcroFormServerPDFHandler answers a reader's GET of a form: it finds the template of the parameter "code", sets the
 // display mode of the parameter "Action", makes its submit buttons post to the server and sends it. It also fills
-// templates for printing, mailing and saving; only the host's thread may call these, any thread the rest.
+// templates for printing, mailing and saving; only the host's thread may call these functions. Any thread may call the
+// others.
 //
 // The server owns it. Failures return false; nothing is shown to the user.
 class ZFORMS_API ZAcroFormServerPDFHandler : public ZHTTPServerPageBase {

@@ -6,8 +6,8 @@
 namespace zforms {
 namespace {
 
-// Bits 2 to 5 and 9 to 11, counted from 0: printing, changing, copying, annotating and related permissions (ISO 32000-1
-// table 22).
+// Clears the permissions that filling in does not need: bits 3 to 6 and 10 to 12 of ISO 32000-1 table 22, for printing,
+// changing, copying, annotating and related actions.
 constexpr uint32_t kModifyPermissions = 0xFFFFF1C3;
 
 bool IsButtonOf(const ZAcroFormField& field, ZDocument::Status status) {
@@ -36,8 +36,9 @@ bool Submits(const ZAcroFormField& field) {
   return false;
 }
 
-// `inherited` are the flags inherited from above before the change. A field without its own flags gets these with the
-// bit set, because the flags above it change as well.
+// Makes the fields read-only, except those that submit the form. `inherited` are the flags that the fields inherited
+// before the change: a field without its own flags gets these with the read-only bit, because the flags above it change
+// too.
 void SetReadOnlyBelow(ZAcroFormFieldCollection& fields, uint32_t inherited) {
   for (uint32_t i = 0; i < fields.Size(); i++) {
     ZAcroFormField& field = *fields.GetAt(i);

@@ -17,7 +17,7 @@
 namespace zforms {
 namespace {
 
-// "°_" in UTF-8, and in windows-1252, whose bytes are the end of the UTF-8 ones.
+// The mark "°_" in UTF-8 and in windows-1252. The bytes in UTF-8 end with those in windows-1252.
 constexpr std::string_view kMarkUTF8 = "\xC2\xB0_";
 constexpr std::string_view kMark = "\xB0_";
 // The file name extension by which shells choose a program.

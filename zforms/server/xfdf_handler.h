@@ -50,9 +50,9 @@ class ZFORMS_API ZAcroFormServerXFDFSession : public ZHTTPServerPageXFDFSession 
   ZAcroFormServerXFDFSession(ZAcroFormServerXFDFHandler* handler, uint64_t folder, int32_t exercice);
   ~ZAcroFormServerXFDFSession() override;
 
-  // 404 outside a folder and for other pages than "save.cgi" and "modify.cgi".
+  // Refuses with 404 when the host has no current folder, and for other pages than "save.cgi" and "modify.cgi".
   bool SetURL(const ZInetURL& url, const Chaine& method) override;
-  // 409 for a document without session infos, or refused by CheckSession.
+  // Refuses with 409 a document without session infos, or one that CheckSession refuses.
   bool SetFullRequest(ZHTTPReadRequest& request) override;
   // Posts the message of a save exactly once, then answers; 404 when the template is missing.
   void SendPage(ZHTTPSendResponse& response) override;

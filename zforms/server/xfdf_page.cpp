@@ -17,10 +17,11 @@ namespace {
 // Session infos are parsed again for each of their parameters, so their length is limited; a host's are short.
 constexpr size_t kMaxSessionInfos = size_t{64} << 10;
 constexpr char kPost[] = "POST";
-// A shorter text is read without a survey first, as that is cheaper.
+// The session infos of a longer text are checked before the document is read. Reading a shorter text at once is
+// cheaper.
 constexpr size_t kLongText = size_t{64} << 10;
 
-// The length of a literal string of the text in a PDF: in PDFDocEncoding when all characters are in Latin-1, else in
+// The length of the text as a literal string in a PDF: in PDFDocEncoding when all characters are in Latin-1, else in
 // UTF-16, plus backslashes.
 uint64_t SizeInPDF(std::string_view text) {
   const uint64_t characters = CountCharacters(text);

@@ -26,8 +26,8 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   // value: the sum of the length of the full name times the number of its parts.
   static constexpr size_t kMaxNodes = 210'000;
   static constexpr uint64_t kMaxNameWork = uint64_t{64} << 20;
-  // The limits of the document's bytes in UTF-8, and of the length of its values in a PDF (ISO 32000-1 7.3.4.2,
-  // 7.9.2.2).
+  // The limit on the bytes of the document in UTF-8, and on the total length of its values in a PDF (ISO 32000-1
+  // 7.3.4.2, 7.9.2.2).
   static constexpr uint64_t kMaxText = uint64_t{24} << 20;
 
   // Reads the document. 405 for another method than POST. 409 when it has no "ids", or has session infos of another

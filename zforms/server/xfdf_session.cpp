@@ -93,7 +93,7 @@ void ZAcroFormServerXFDFSession::SendPage(ZHTTPSendResponse& response) {
   SendRawData(response, bytes, "application/pdf", Chaine());
 }
 
-// The message is posted before the answer is made, so a failed answer cannot lose it.
+// Posts the message before the answer is made, so that a failed answer cannot lose it.
 bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
   const bool accepted = AcceptSave();
   if (!accepted && Reason().IsEmpty()) SetReason("the host does not accept the submission");
@@ -102,7 +102,8 @@ bool ZAcroFormServerXFDFSession::AcceptAndPost(const ZXFDF& submitted) {
   return accepted;
 }
 
-// The returned form gets the increased count; otherwise its next save would be refused as outdated.
+// Copies the session infos into the returned form, with the increased count: otherwise its next save would be refused
+// as outdated.
 void ZAcroFormServerXFDFSession::CopySession(ZXFDF* to, const ZXFDFTransactionInfos& before) const {
   to->Fields().AddField(ZXFDF::kSessionIDField) = XFDFRequest().Fields()[ZXFDF::kSessionIDField].Value();
   if (to->SessionID().Transaction() == before) to->SessionID().IncTransactionCount();

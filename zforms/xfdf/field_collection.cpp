@@ -83,8 +83,8 @@ ZXFDFField* ZXFDFFieldCollection::FindHere(std::string_view name) const {
   return field == nullptr ? nullptr : field->get();
 }
 
-// Tries the whole name, then each prefix that ends at a dot, with the rest looked up below it, the shortest first. The
-// number of lookups is bounded, because names may be hostile.
+// Tries the whole name. Then tries each prefix that ends at a dot, the shortest first, and looks up the rest of the
+// name below its field. The number of lookups is bounded, because names may be hostile.
 ZXFDFField* ZXFDFFieldCollection::Find(std::string_view name, int* lookups) const {
   if (--*lookups < 0) return nullptr;
   if (Field* field = FindHere(name)) return field;
@@ -161,7 +161,7 @@ bool ZXFDFFieldCollection::VisitValues(const ValueVisit& visit) const {
   return VisitValuesBelow(&name, visit);
 }
 
-// On entry and exit `name` is the full name of this field followed by a dot.
+// On entry and exit `name` is the full name of this field followed by a dot; empty at the top level.
 bool ZXFDFFieldCollection::VisitValuesBelow(std::string* name, const ValueVisit& visit) const {
   if (listing_ == nullptr) return true;
   const size_t size = name->size();

@@ -28,7 +28,7 @@ class ZFORMS_API ZXFDFFieldCollection {
 
   // The deepest nesting that AddField creates; the rest of the name becomes one name, dots included.
   static constexpr unsigned kMaxDepth = 450;
-  // FieldNames leaves out longer full names, and stops when the names together exceed its total.
+  // FieldNames leaves out full names longer than kMaxFullName, and stops when all names together exceed kMaxAllNames.
   static constexpr size_t kMaxFullName = 4096;
   static constexpr size_t kMaxAllNames = size_t{64} << 20;
 

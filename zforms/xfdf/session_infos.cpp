@@ -37,7 +37,7 @@ void AddParam(ZXMLElement& root, const ZVariant& name, const ZVariant& value) {
   param.Value() = value;
 }
 
-// The list with its parameters only, so that every line feed in its text is part of a value.
+// A copy of the list with only its parameters, so that every line feed in its text is part of a value.
 ZXMLReader OnlyParams(const ZXMLElement& from) {
   ZXMLReader params;
   ZXMLElement& root = params.Create(kRoot);
@@ -47,8 +47,8 @@ ZXMLReader OnlyParams(const ZXMLElement& from) {
   return params;
 }
 
-// The text is stored in a field's value, where line ends may be converted and the field may be a single line. So line
-// ends are written as references.
+// Writes the list in one line, with line ends as character references: the value of the field that stores it may be a
+// single line, and its line ends may be converted.
 Chaine InOneLine(const ZXMLReader& params) {
   Chaine text;
   ZInetChaineOStream target(text);
@@ -74,7 +74,8 @@ ZXFDFSessionInfos::ZXFDFSessionInfos(ZXFDFFieldCollection& fields) : fields_(fie
 
 ZXFDFSessionInfos::~ZXFDFSessionInfos() = default;
 
-// The text was decoded as UTF-8 before, so an encoding in its XML declaration is ignored.
+// Reads the list from the field. Its text was converted to UTF-8 before, so an encoding in its XML declaration is
+// ignored.
 void ZXFDFSessionInfos::InitXML(ZXMLReader* params) const {
   const ZXFDFField* field = std::as_const(fields_).Get(ZXFDF::kSessionIDField);
   if (field == nullptr) return;

@@ -22,7 +22,7 @@ constexpr size_t kMaxSession = size_t{1} << 20;
 // Searches the tags for the reserved field by the same rules as a document's lookup.
 class SessionSeeker {
  public:
-  // False when the document must be read to find out.
+  // Takes the next tag. False when the document must be read to find the field.
   bool Take(Kind kind, const XMLTags& tags) {
     if (kind == Kind::eOther) return Innermost() != Role::eValue;
     if (kind != Kind::eEnd && !Enter(tags)) return false;
@@ -88,7 +88,7 @@ class SessionSeeker {
   }
 
   size_t level_ = 0;
-  std::array<Role, 5> roles_{};  // of the outermost open elements
+  std::array<Role, 5> roles_{};  // the roles of the outermost open elements
   size_t fields_ = 0;
   size_t outers_ = 0;
   size_t found_ = 0;

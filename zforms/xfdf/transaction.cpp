@@ -45,8 +45,8 @@ void ZXFDFTransaction::Restore(uint64_t id, uint64_t expected) {
   expected_[id] = expected;
 }
 
-// One lookup finds the end of a run of used ids, however long it is. After the greatest number the search continues
-// from 1.
+// The first unused id from `id` on. One lookup finds the end of a run of used ids, whatever its length. After the
+// greatest number the search continues from 1.
 uint64_t ZXFDFTransaction::NextFree(uint64_t id) const {
   const auto after = runs_.upper_bound(id);
   if (after == runs_.begin()) return id;

@@ -18,8 +18,8 @@ ZXMLElement* Following(ZXMLElement* element, const ZXMLElement& root) {
   return nullptr;
 }
 
-// Some writers bind the namespace to a prefix, as in <ns0:xfdf xmlns:ns0="...">. Changes the tree to use the default
-// namespace.
+// Changes the tree to use the default namespace. Some writers bind the namespace to a prefix, as in <ns0:xfdf
+// xmlns:ns0="...">.
 void DropPrefix(ZXMLElement& root) {
   const std::string name = root.Name().ToString();
   if (!name.ends_with(":xfdf")) return;
@@ -38,8 +38,8 @@ bool MayHoldCarriageReturns(std::string_view text) {
   return text.find('\r') != std::string_view::npos || text.find("&#") != std::string_view::npos;
 }
 
-// Many writers escape the carriage return of a line end but not its line feed; the filter then inserts another carriage
-// return before the line feed. These three characters are one line end.
+// Replaces CR CR LF in values by CR LF. Many writers escape the carriage return of a line end but not its line feed;
+// the filter then inserts another carriage return before the line feed.
 void FoldLineEnds(ZXMLElement& root) {
   constexpr std::string_view kDoubled = "\r\r\n";
   for (ZXMLElement* element = &root; element != nullptr; element = Following(element, root)) {
@@ -188,7 +188,7 @@ bool ZXFDF::Read(ZInetIStream* in, ZInetEncodedBuffer::eType encoding) {
   xml_.Clear();
   last_error_.clear();
   misfits_.clear();
-  // Line ends are single bytes only after conversion to UTF-8.
+  // Converts to UTF-8 first, because the filter needs line ends that are single bytes.
   const Chaine bytes = in->ReadAll();
   last_error_ = in->Error();
   Chaine text;
@@ -226,7 +226,7 @@ void ZXFDF::DetachBuffers() {
   buffers_.Clear();
 }
 
-// A field without a value does not change its buffer.
+// Writes the values to the attached buffers. A field without a value does not change its buffer.
 void ZXFDF::ReadIntoBuffers() {
   if (buffers_.Size() == 0 || !HasFields()) return;
   for (const auto& [name, buffer] : buffers_) {

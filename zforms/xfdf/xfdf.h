@@ -60,7 +60,7 @@ class ZFORMS_API ZXFDF {
 
   // Sets the element "ids" to the two strings of the PDF's "/ID", in hexadecimal; removes it when both are empty.
   void SetIDS(const Chaine& original, const Chaine& modified);
-  // As in the element "ids", in hexadecimal; empty when absent.
+  // The strings of the element "ids", in hexadecimal; empty when absent.
   Chaine IDSOriginal() const;
   Chaine IDSModified() const;
   bool HasIDS() const;
@@ -70,7 +70,7 @@ class ZFORMS_API ZXFDF {
   // Sets the "href" of the element "f"; removes "f" when the URL is empty. For a readable local file also sets the
   // identifiers. The colon after a drive letter is written as "|".
   void SetPDFHRef(const ZInetURL& url);
-  // Empty when absent; in a "file:" URL every "|" is read as ":".
+  // The "href" of the element "f"; empty when absent. In a "file:" URL every "|" is read as ":".
   ZInetURL PDFHRef() const;
   bool HasPDFHRef() const;
 
@@ -84,7 +84,7 @@ class ZFORMS_API ZXFDF {
   // field of that full name is marked no-export. When no document is loaded or it cannot be decrypted, returns false
   // and changes nothing.
   bool CreateFieldsFromLocalPDF(const ZAcroForm& form);
-  // The same from a file; the password is UTF-8.
+  // Does the same with the form in a file; the password is UTF-8.
   bool CreateFieldsFromLocalPDF(const Chaine& path, const Chaine& password);
 
   // Attaches the value of a field to a buffer of the host, so that both have the same value; false when there is no
@@ -127,7 +127,7 @@ class ZFORMS_API ZXFDF {
   mutable ZXMLReader xml_;
   mutable std::unique_ptr<FieldCollection> fields_;
   mutable std::unique_ptr<SessionInfos> session_;
-  FDictionnary<ZVariantBuffer> buffers_;  // by full name
+  FDictionnary<ZVariantBuffer> buffers_;  // by full name of the field
   PTableau<Chaine> misfits_;
   mutable std::string last_error_;
   mutable size_t last_replaced_ = 0;

@@ -1,4 +1,4 @@
-"""A form filled once for each row."""
+"""Filling a form once for each row."""
 
 from __future__ import annotations
 
@@ -15,7 +15,7 @@ _OVERWRITE = 1
 
 
 class Row(NamedTuple):
-    """The outcome of one row: `error` says why it was not filled or written."""
+    """The outcome of one row. `error` says why the row was not filled or its file not written."""
 
     number: int  # from 1
     line: int  # in the table, from 1; 0 for a row that was given as a mapping
@@ -75,11 +75,11 @@ def batch(form: Union[Form, Path], rows: Union[Path, bytes, Iterable[Mapping[str
           overwrite: bool = False) -> Iterator[Row]:
     """Fills the form once for each row, each time from its state at the call, and yields the outcome of each.
 
-    `rows` are a file, or bytes, of CSV or of JSON with one object on each line; or mappings from names to values. `out`
-    names the files: "filled/{id}-{name}.pdf" takes columns of the row, and "{row}" is its number. The folder must
-    exist; the last part of the path alone may have columns. Without `out` each row has the filled form as `data`. A row
-    that is not accepted does not stop the others. A file that exists is kept, and that is an error of its row, unless
-    `overwrite` is true.
+    `rows` is a file or bytes (CSV, or JSON with one object on each line), or mappings from field names to values.
+    `out` names the files: in "filled/{id}-{name}.pdf" the columns "id" and "name" of the row are inserted; "{row}"
+    inserts the number of the row. The folder must exist; only the last part of the path may contain columns. Without
+    `out` each Row has the filled form as `data`. A row that is not accepted does not stop the others. An existing file
+    is kept, and its row has an error, unless `overwrite` is true.
 
     >>> import tempfile, zforms
     >>> people = [{"id": 7, "adherent.nom": "Łoś"}, {"id": 8, "adherent.pays": "ZZ"}]

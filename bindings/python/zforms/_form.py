@@ -36,7 +36,7 @@ class Kind(enum.Enum):
 
 
 class Severity(enum.Enum):
-    """How bad it is what a message says."""
+    """How serious a message is."""
 
     NOTE = 0
     WARNING = 1
@@ -45,7 +45,7 @@ class Severity(enum.Enum):
 
 @dataclass(frozen=True)
 class Message:
-    """What the library has to say of a form or its data."""
+    """A message of the library about a form or its data."""
 
     severity: Severity
     text: str
@@ -53,7 +53,10 @@ class Message:
 
 @dataclass(frozen=True)
 class Widget:
-    """A place where a page shows a field, in points from the lower left corner; `page` is from 1, or 0 for none."""
+    """A place where a page shows a field, in points from the lower left corner.
+
+    `page` counts from 1; it is 0 for a widget that is on no page.
+    """
 
     page: int
     left: float
@@ -72,10 +75,10 @@ class Field:
     values: tuple[str, ...]
     defaults: tuple[str, ...]
     options: tuple[tuple[str, str], ...]  # the value of each choice, and the text that viewers show for it
-    states: tuple[str, ...]  # of a button, without "Off"
+    states: tuple[str, ...]  # the states of a button, without "Off"
     widgets: tuple[Widget, ...]
     page: int
-    max_length: int  # in characters; 0 for any
+    max_length: int  # in characters; 0 without a limit
     read_only: bool
     required: bool
     exported: bool
@@ -87,12 +90,12 @@ class Field:
 
     @property
     def has_data(self) -> bool:
-        """Whether the field can have a value that is data."""
+        """Whether the field can have a value: it has a name, and is neither a push button nor a signature."""
         return bool(self.name) and self.kind not in (Kind.PUSH_BUTTON, Kind.SIGNATURE)
 
 
 def values_of(value: Settable) -> list[str]:
-    """The texts that a value stands for.
+    """The texts that a field is set to for this value.
 
     >>> from zforms._form import values_of
     >>> values_of("a"), values_of(True), values_of(None), values_of(["a", "b"])
@@ -113,7 +116,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
     """A PDF form: a mapping from the full names of its fields to their values.
 
     Open one with zforms.open. A list box has a list of values, every other field one text. Fields without data, such as
-    push buttons and signatures, are in `fields` alone. One thread at a time.
+    push buttons and signatures, are only in `fields`. Only one thread at a time may use a form.
 
     >>> import zforms
     >>> with zforms.open("samples/membership_form.pdf") as form:
@@ -128,7 +131,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         self._handle = Handle(library.zforms_form_new(), library.zforms_form_free, file)
         messages: list[Message] = []
 
-        # It must not refer to the form, which would then live until the next collection of cycles.
+        # Must not refer to the form: this cycle of references would keep it alive until the garbage collector runs.
         def keep(_user: Any, message: Any) -> None:
             said = message.contents
             messages.append(Message(Severity(said.severity), said.text.decode("utf-8", "replace")))
@@ -156,7 +159,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         return self._handle.file
 
     def take_messages(self) -> list[Message]:
-        """The messages since the last call: warnings, notes, and what is odd about the file."""
+        """Returns and removes the messages since the last call: notes, warnings, and faults found in the file."""
         taken = list(self._messages)
         self._messages.clear()
         return taken
@@ -234,7 +237,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         return values[0] if values else ""
 
     def __setitem__(self, name: str, value: Settable) -> None:
-        """Sets all fields of that full name. DataError, with the values that it takes, when the field refuses it."""
+        """Sets all fields of that full name. Raises DataError when a field refuses the value, with those it accepts."""
         self._handle.set("zforms_set_value", name, values_of(value))
 
     def __iter__(self) -> Iterator[str]:
@@ -282,9 +285,9 @@ class Form(Mapping[str, Union[str, list[str]]]):
         self._handle.call("zforms_draw")
 
     def flatten(self, *names: str) -> None:
-        """Makes fields part of the pages, so that they are no longer fields: those with these names and the fields below them;
-        without names, all fields.
+        """Makes fields part of the page contents, so that they are no longer fields.
 
+        Takes the fields with these full names and all fields below them; without names, every field.
         Raises FormError when there is nothing to flatten, or when the form is signed and was opened without `force`.
         """
         texts = (ctypes.c_char_p * len(names))(*map(encode, names))
@@ -303,7 +306,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         return self._handle.read("zforms_save_bytes", _NEW_FILE if new else _UPDATE)
 
     def export(self, format: str = "json", *, all: bool = False) -> bytes:
-        """The values as "xfdf", "fdf", "json", "jsonl" or "csv"; with `all` also those not to be exported.
+        """The values as "xfdf", "fdf", "json", "jsonl" or "csv"; `all` includes fields with the flag NoExport.
 
         >>> import json, zforms
         >>> with zforms.open("samples/membership_form.pdf") as form:
@@ -319,11 +322,11 @@ def open(file: Union[Path, bytes], *, password: Optional[str] = None, recover: b
          force: bool = False, draw: bool = False, fonts: Iterable[Path] = (), calculate: bool = True) -> Form:
     """Opens a PDF form: a file, or its bytes.
 
-    `recover` reads a damaged file by searching it for objects. `keep_xfa` keeps an XFA form although it has the old
+    `recover` reads a damaged file by searching it for objects. `keep_xfa` keeps the XFA form, which still has the old
     values. `force` makes changes that signatures forbid. `draw` draws the fields that are filled in, instead of leaving
     that to viewers; `fonts` are font files for characters that the form's own fonts do not have. `calculate` follows
     scripts of the form that only call the common functions: fields are computed from others, numbers out
-    of range are refused, and values are drawn in their formats. FormError when the document cannot be read.
+    of range are refused, and values are drawn in their formats. Raises FormError when the document cannot be read.
 
     >>> import zforms
     >>> zforms.open("missing.pdf")

@@ -9,7 +9,7 @@ import sys
 from ctypes import POINTER, c_char_p, c_double, c_int, c_size_t, c_uint, c_uint32, c_uint64, c_void_p
 from typing import Any, Callable, Optional, Union
 
-# Functions of the same major and minor version fit these prototypes.
+# The major and minor version of the library that these prototypes belong to.
 VERSION = "0.1"
 
 OK, END, ERROR_ARGUMENT, ERROR_LENGTH, ERROR_FORM, ERROR_DATA, ERROR_NOT_FOUND = range(7)
@@ -17,7 +17,7 @@ ERROR_MEMORY = 9
 
 
 class FieldInfo(ctypes.Structure):
-    """zforms_field."""
+    """The C structure zforms_field."""
 
     _fields_ = [("size", c_size_t), ("kind", c_int), ("flags", c_uint32), ("page", c_uint32),
                 ("max_length", c_uint32), ("is_exported", c_int), ("value_count", c_size_t),
@@ -26,13 +26,13 @@ class FieldInfo(ctypes.Structure):
 
 
 class WidgetInfo(ctypes.Structure):
-    """zforms_widget."""
+    """The C structure zforms_widget."""
 
     _fields_ = [("page", c_uint32), ("left", c_double), ("bottom", c_double), ("right", c_double), ("top", c_double)]
 
 
 class MessageInfo(ctypes.Structure):
-    """zforms_message."""
+    """The C structure zforms_message."""
 
     _fields_ = [("severity", c_int), ("about", c_int), ("text", c_char_p)]
 
@@ -45,7 +45,7 @@ _TEXT = [c_void_p, c_size_t, _SIZE]
 _TEXTS = POINTER(c_char_p)
 _NUMBER = POINTER(c_uint64)
 
-# The arguments of each function after its handle; it returns a status.
+# The types of the arguments that follow the handle. All these functions return a status.
 _CALLS: dict[str, list[Any]] = {
     "zforms_on_message": [MESSAGE_CALLBACK, c_void_p],
     "zforms_open_file": [c_char_p, c_char_p, c_uint],
@@ -77,12 +77,12 @@ _CALLS: dict[str, list[Any]] = {
 }
 
 
-# The functions that take several values, by those that take one.
+# For each function that sets one value, the function that sets several.
 _SEVERAL = {"zforms_set_value": "zforms_set_values", "zforms_batch_set": "zforms_batch_set_values"}
 
 
 class Error(Exception):
-    """What a form, its data or a file does not allow. `file` is what it is about, `fault` what is wrong."""
+    """An error in a form, its data or a file. `file` names the file, `fault` says what is wrong."""
 
     def __init__(self, file: str, fault: str) -> None:
         super().__init__(file, fault)
@@ -144,7 +144,7 @@ def version() -> str:
 
 
 def encode(text: str) -> bytes:
-    """A text for the library: UTF-8, in which no zero character can stand."""
+    """A text for the library, in UTF-8. Raises ValueError when it has a zero character."""
     if "\0" in text:
         raise ValueError("a text has a zero character")
     try:
@@ -214,7 +214,7 @@ class Handle:
         return buffer.raw[:length.value]
 
     def text(self, name: str, *arguments: Any) -> str:
-        """The same as a text."""
+        """Calls `read` and decodes the bytes as UTF-8."""
         return self.read(name, *arguments).decode("utf-8", "replace")
 
     def set(self, name: str, field: str, values: list[str]) -> None:

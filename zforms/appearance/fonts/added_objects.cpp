@@ -15,7 +15,7 @@ ZPDFNodeIndirectObject* AddedObjects::Add() {
   }
   ZPDFNodeIndirectObject* const object = objects_[used_++];
   object->SetModified(true, false);
-  // The same value that AddIndirectObject sets.
+  // Sets "/Size" to the same value as AddIndirectObject.
   ZPDFNodeDictionary& trailer = *document_->TrailerDico();
   trailer.SetValue("/Size", std::max(trailer.GetUIntValue("/Size"), object->GetID().Number()) + 1);
   return object;

@@ -20,8 +20,8 @@ class AddedObjects {
   ZPDFNodeIndirectObject* Add();
   // The objects added since the last Restart, in the order of their numbers.
   std::span<ZPDFNodeIndirectObject* const> Used() const { return {objects_.data(), used_}; }
-  // Destroys the values of the objects; they count as absent until they are added again. Nobody else may add objects
-  // between two calls. The caller restores "/Size".
+  // Destroys the values of the objects; they count as absent until they are added again. Nothing else may add objects
+  // to the document between two calls of Restart. The caller restores "/Size".
   void Restart();
 
  private:

@@ -17,7 +17,7 @@ namespace {
 
 constexpr size_t kMostEntries = size_t{1} << 17;
 constexpr size_t kLargestMap = size_t{16} << 20;
-constexpr int kMostMaps = 4;  // that build on one another
+constexpr int kMostMaps = 4;  // CMaps that refer to one another by "/UseCMap"
 constexpr uint32_t kLastCid = 0xFFFF;
 
 // The character that the UTF-16 units stand for; 0 when they stand for none or several.
@@ -90,7 +90,7 @@ class Reader {
   }
   static Chaine HexadecimalOf(std::string_view text) {
     Chaine digits;
-    // The longest text that an entry of a map can have.
+    // Reads at most 256 characters, the longest text that an entry of a CMap can have.
     for (const char c : text.substr(0, 256)) {
       if (!Is(c, kBlank)) digits += c;
     }
@@ -112,7 +112,7 @@ class Reader {
     if (value_ == "begincidchar") list_ = List::kCid;
     if (value_ == "begincidrange") list_ = List::kCidRange;
   }
-  // Reads the entries that are complete.
+  // Adds the entry to the map when its operands are complete.
   void TakeEntry() {
     switch (list_) {
       case List::kNone: count_ = 0; break;
@@ -138,7 +138,7 @@ class Reader {
     if (count_ < 3) return;
     const Operand& last = operands_[2];
     if (last.token == Token::kOpen) {
-      // The texts of the array are used one by one, for one code each.
+      // Takes the texts of the array one by one, each for the next code.
       in_array_ = true;
       next_code_ = operands_[0].Code();
       count_ = 2;
@@ -158,7 +158,7 @@ class Reader {
     const uint32_t first = operands_[0].Code();
     const uint32_t last = operands_[1].Code();
     const char32_t character = OnlyCharacter(text.value);
-    if (character == 0 && text.value.size() != 2) return;  // the range of Identity begins with U+0000
+    if (character == 0 && text.value.size() != 2) return;  // U+0000 is allowed: the range of Identity begins with it
     for (uint32_t i = 0; first + i <= last && i <= kLastCid && map_->texts.size() < kMostEntries; i++) {
       AddText(first + i, character + i);
       if (first + i == UINT32_MAX) return;

@@ -20,14 +20,14 @@ struct CharacterMap {
     uint8_t size;          // the size of a code in bytes
   };
 
-  // In the order of the file. Codes that stand for several characters are left out.
+  // Both lists are in the order of the file. Codes that stand for several characters are left out.
   std::vector<Text> texts;
   std::vector<Cids> cids;
   bool vertical = false;
 };
 
-// Reads the CMap of a stream with those that it refers to by "/UseCMap", or the one that a name stands for. Of the
-// predefined ones it knows Identity-H and Identity-V; empty for all others. Reads at most 131,072 entries of a kind.
+// Reads the CMap of a stream, and those that it refers to by "/UseCMap". A name gives the predefined CMap Identity-H or
+// Identity-V; all other names give an empty map. Reads at most 131,072 entries of each kind.
 CharacterMap ReadCharacterMap(const ZPDFNode* map);
 
 }  // namespace zforms

@@ -18,7 +18,7 @@ namespace {
 constexpr uint32_t kLastCid = 0xFFFF;
 constexpr size_t kMostWidths = size_t{1} << 17;
 constexpr size_t kGlyphMapSize = 2 * (size_t{kLastCid} + 1);
-// From here on the scripts of East Asia, whose characters all have one width.
+// The first character of the East Asian scripts, whose characters all have the same width.
 constexpr char32_t kFirstIdeograph = 0x2E80;
 
 bool IsBlank(char32_t c) { return c == 0x20 || c == 0xA0 || c == 0x3000; }
@@ -75,7 +75,8 @@ void CompositeFont::ReadTexts(const ZPDFNode* map) {
   std::sort(texts_.begin(), texts_.end());
 }
 
-// ISO 32000-1 9.7.4.3: "c [w1 w2 ...]" from c on, or "c1 c2 w".
+// Reads "/W" (ISO 32000-1 9.7.4.3): "c [w1 w2 ...]" gives the widths of the CIDs from c on, "c1 c2 w" one width for all
+// CIDs from c1 to c2.
 void CompositeFont::ReadWidths(const ZPDFNodeArray& list) {
   const auto add = [this](uint32_t first, uint32_t last, double width) {
     if (first <= last && first <= kLastCid && widths_.size() < kMostWidths) widths_.push_back({first, last, width});
@@ -148,7 +149,7 @@ std::optional<FontCode> CompositeFont::ByProgram(char32_t c) const {
   return FontCode{cid, 2, width, false};
 }
 
-// The CIDs of ASCII are the same, in sequence, in all these character collections.
+// In the character collections of all these CMaps, the CIDs of ASCII are the same: 1 for U+0020 and so on.
 std::optional<FontCode> CompositeFont::ByUnicode(char32_t c) const {
   const bool is_ascii = c >= 0x20 && c <= 0x7E;
   if (!is_ascii && (c < kFirstIdeograph || c > 0xFFFF)) return std::nullopt;

@@ -15,7 +15,7 @@ namespace zforms {
 
 class ZPDFNodeArray;
 
-// A Type 0 font (ISO 32000-1 9.7) whose program is in the file, written horizontally. The code for a character comes
+// A Type 0 font (ISO 32000-1 9.7) for horizontal writing whose program is in the file. The code for a character comes
 // from the inverse of "/ToUnicode", or from the program's map from Unicode when codes are CIDs. A font whose program is
 // not in the file has no characters here, since few viewers have a replacement for it.
 class CompositeFont final : public FontCodes {
@@ -33,7 +33,7 @@ class CompositeFont final : public FontCodes {
   };
   struct Cid {
     uint32_t cid;
-    uint8_t size;  // of the code, in bytes
+    uint8_t size;  // the size of the code, in bytes
   };
 
   void ReadEncoding(const ZPDFNode* encoding);
@@ -52,9 +52,9 @@ class CompositeFont final : public FontCodes {
 
   Codes codes_ = Codes::kNone;
   std::unique_ptr<ProgramGlyphs> program_;
-  std::vector<std::pair<char32_t, uint32_t>> texts_;  // characters and their codes, in order
-  std::vector<CharacterMap::Cids> cids_;              // in the order of the first codes
-  std::vector<Widths> widths_;                        // in the order of the first CIDs
+  std::vector<std::pair<char32_t, uint32_t>> texts_;  // characters and their codes, sorted
+  std::vector<CharacterMap::Cids> cids_;              // sorted by the first codes
+  std::vector<Widths> widths_;                        // sorted by the first CIDs
   double default_width_ = 1000;
   bool has_glyph_map_ = false;
   Chaine glyph_map_;  // the glyph of each CID, in two bytes

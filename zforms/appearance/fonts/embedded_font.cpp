@@ -25,7 +25,8 @@ void AppendHex16(Chaine* out, uint32_t value) {
   for (int shift = 12; shift >= 0; shift -= 4) out->Append(kHexDigits[value >> shift & 0xF]);
 }
 
-// Six capital letters that tell subsets of a font apart (ISO 32000-1 9.6.4), computed from the glyphs of this one.
+// Six capital letters and "+", which distinguish the subsets of a font (ISO 32000-1 9.6.4). Computed from the glyphs of
+// this subset.
 Chaine SubsetTag(const std::vector<uint32_t>& glyphs) {
   uint64_t hash = 14695981039346656037ULL;  // FNV-1a
   for (const uint32_t glyph : glyphs) {
@@ -36,7 +37,8 @@ Chaine SubsetTag(const std::vector<uint32_t>& glyphs) {
   return tag + '+';
 }
 
-// The code and width of each glyph whose width is not the default: "code [width]" (9.7.4.3).
+// The array "/W" with the widths of the glyphs: "code [width width ...]" for each sequence of consecutive codes
+// (9.7.4.3).
 ZPDFNodeArray* AllocWidths(const FontProgram& program, const std::vector<uint32_t>& glyphs) {
   auto* const widths = new ZPDFNodeArray;
   std::vector<std::pair<uint32_t, uint32_t>> codes;
@@ -97,7 +99,7 @@ bool EmbeddedFont::ReadFormer(const ZPDFNodeDictionary& font) {
          program_->Subset(glyphs)->file == file->Data();
 }
 
-// The codes of "/W" as AllocWidths writes them.
+// Reads the glyphs from "/W" in the form that AllocWidths writes.
 void EmbeddedFont::ReadGlyphs(const ZPDFNodeArray& widths) {
   for (size_t i = 0; i + 1 < widths.Size(); i += 2) {
     const ZPDFNode* const first = widths.GetTargetAt(i);
@@ -110,7 +112,7 @@ void EmbeddedFont::ReadGlyphs(const ZPDFNodeArray& widths) {
   }
 }
 
-// The lines "<code> <UTF-16BE>" as ToUnicode writes them.
+// Reads the texts from the lines "<code> <UTF-16BE>" in the form that ToUnicode writes.
 void EmbeddedFont::ReadTexts(std::string_view map) {
   map = map.substr(std::min(map.find("beginbfchar"), map.size()));
   for (size_t at = map.find("\n<"); at != std::string_view::npos; at = map.find("\n<", at + 1)) {
@@ -142,7 +144,7 @@ Chaine EmbeddedFont::NameFor(const std::vector<uint32_t>& glyphs) const {
 void EmbeddedFont::Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
                          std::vector<ShapedGlyph>* glyphs) {
   const std::vector<FontProgram::Glyph> shaped = program_->Shape(paragraph, from, count, right_to_left);
-  // Clusters are in the order of the text, or in the reverse order.
+  // Clusters are in the order of the text, or in the reverse order when it runs from right to left.
   for (size_t first = 0; first < shaped.size();) {
     size_t last = first + 1;
     while (last < shaped.size() && shaped[last].cluster == shaped[first].cluster) last++;
@@ -160,8 +162,9 @@ void EmbeddedFont::Shape(std::u32string_view paragraph, size_t from, size_t coun
   }
 }
 
-// Assigns text to each glyph of the cluster: the character that has this glyph when it is alone. The rest of the text
-// is assigned to the first other glyph. True when readers get the text of the cluster from these assignments.
+// Assigns text to each glyph of the cluster: the character that the font shows by this glyph when the character stands
+// by itself. The rest of the text is assigned to the first other glyph. True when readers get the text of the cluster
+// from these assignments.
 bool EmbeddedFont::NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, const Cluster& cluster,
                              bool right_to_left) {
   std::u32string rest(cluster.text);
@@ -237,7 +240,7 @@ void EmbeddedFont::WriteDescriptor(const Chaine& name) {
   descriptor->SetValue("/Ascent", static_cast<int32_t>(std::lround(program.metrics.ascent)));
   descriptor->SetValue("/Descent", static_cast<int32_t>(std::lround(program.metrics.descent)));
   descriptor->SetValue("/CapHeight", static_cast<int32_t>(std::lround(program.metrics.cap_height)));
-  constexpr int32_t kUsualStem = 80;  // no table of the font tells it
+  constexpr int32_t kUsualStem = 80;  // no table of the font contains it
   descriptor->SetValue("/StemV", kUsualStem);
   descriptor->SetValue(program_->IsCFF() ? "/FontFile3" : "/FontFile2", Refer(kFontFile));
   Write(kDescriptor, descriptor);

@@ -19,15 +19,16 @@ class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 class ZPDFParser;
 
-// A font of the system in a document: a Type 0 font with Identity-H, "/ToUnicode" and a subset of the glyphs that were
-// shown (ISO 32000-1 9.7, 9.9). Its object is made with the first resource. Complete writes it and the objects below it
-// when all texts have been shaped. The bytes depend only on the glyphs and their texts. The document outlives it.
+// A font that drawing embeds in a document: a Type 0 font with Identity-H, "/ToUnicode" and a subset of the glyphs that
+// were shown (ISO 32000-1 9.7, 9.9). The first AllocResource adds its object. Complete writes that object and those it
+// refers to, after all texts have been shaped. The bytes depend only on the glyphs and their texts. The document
+// outlives it.
 class EmbeddedFont final : public TextFont {
  public:
   EmbeddedFont(AddedObjects* added, std::shared_ptr<const FontProgram> program, Chaine resource_name);
-  // A font that an earlier update wrote into the document as this object, so that its glyphs are used again. The object
-  // never changes: when a text needs a glyph that it does not have, `*lacks` becomes true. Null when the object is
-  // something else, or has glyphs of another version of the program.
+  // The font that an earlier update wrote into the document as `object`, whose glyphs are used again. The object never
+  // changes: when a text needs a glyph that it does not have, `*lacks` becomes true. Null when the object is not such a
+  // font, or was made from another version of the program.
   static std::unique_ptr<EmbeddedFont> Former(AddedObjects* added, std::shared_ptr<const FontProgram> program,
                                               Chaine resource_name, ZPDFNodeIndirectObject* object, bool* lacks);
   ~EmbeddedFont() override;
@@ -48,17 +49,17 @@ class EmbeddedFont final : public TextFont {
   bool ReadFormer(const ZPDFNodeDictionary& font);
   void ReadGlyphs(const ZPDFNodeArray& widths);
   void ReadTexts(std::string_view map);
-  // The glyphs that were shown, in rising order; and the font name with the tag of that subset.
+  // The glyphs that were shown, in rising order; and the font name with the tag of their subset.
   std::vector<uint32_t> Glyphs() const;
   Chaine NameFor(const std::vector<uint32_t>& glyphs) const;
-  // Glyphs of one cluster of characters, [from, to) of the shaped run.
+  // The glyphs [from, to) of a shaped run, which show one cluster of characters, and the text of the cluster.
   struct Cluster {
     size_t from, to;
     std::u32string_view text;
   };
 
   bool NoteTexts(const std::vector<FontProgram::Glyph>& glyphs, const Cluster& cluster, bool right_to_left);
-  // The objects below the font's own.
+  // The objects to which the font's own object leads.
   enum Part : size_t { kDescendant, kDescriptor, kFontFile, kCodesToIndices, kToUnicode, kParts };
 
   void WriteDescendant(const Chaine& name, const std::vector<uint32_t>& glyphs, const FontSubset& subset);

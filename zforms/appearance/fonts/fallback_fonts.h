@@ -45,12 +45,13 @@ class FallbackFonts {
 
   AddedObjects* added_;
   std::shared_ptr<FontLibrary> library_;
-  // In the order in which they were first needed, which is the order of their objects.
+  // The fonts that are embedded, in the order in which they were first needed. Their objects have the same order.
   std::vector<std::pair<const FontProgram*, std::unique_ptr<EmbeddedFont>>> fonts_;
-  const ZPDFNodeDictionary* widget_ = nullptr;  // null when its fonts are listed below
-  // The fonts of the widget that is being drawn: their names and objects.
+  const ZPDFNodeDictionary* widget_ = nullptr;  // null for no widget, or when of_widget_ lists its fonts
+  // The names and objects of the fonts that earlier updates embedded for the widget that is being drawn.
   std::vector<std::pair<Chaine, ZPDFNodeIndirectObject*>> of_widget_;
-  // The fonts that were recognized in the objects.
+  // Maps each font object of an earlier update to the programs that it was compared with. The font is null unless it
+  // was made from that program.
   std::unordered_map<const ZPDFNodeIndirectObject*, std::vector<Former>> formers_;
   bool lacks_glyphs_ = false;
 };

@@ -5,7 +5,7 @@
 #include "zforms/appearance/fonts/font_bytes.h"
 #include "zforms/platform/files/path_win32.h"
 
-// After the headers that set how it is included.
+// Comes last: it includes <windows.h>, whose macros could change other headers.
 #include "zforms/platform/text/wide_win32.h"
 
 namespace zforms {
@@ -13,7 +13,7 @@ namespace {
 
 void Unmap(void* view) { ::UnmapViewOfFile(view); }
 
-// HarfBuzz itself takes paths in the system's code page.
+// Maps the file into memory. HarfBuzz's own function takes paths in the system's code page, not in UTF-8.
 hb_blob_t* Map(HANDLE file) {
   LARGE_INTEGER size;
   if (!::GetFileSizeEx(file, &size) || size.QuadPart <= 0 || size.QuadPart > std::numeric_limits<int>::max()) {
@@ -22,7 +22,7 @@ hb_blob_t* Map(HANDLE file) {
   const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
   if (mapping == nullptr) return nullptr;
   void* const view = ::MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
-  ::CloseHandle(mapping);  // the view keeps it
+  ::CloseHandle(mapping);  // the view keeps the mapping
   if (view == nullptr) return nullptr;
   return hb_blob_create_or_fail(static_cast<const char*>(view), static_cast<unsigned>(size.QuadPart),
                                 HB_MEMORY_MODE_READONLY, view, Unmap);

@@ -23,9 +23,9 @@ constexpr FontEncoding Listed(std::string_view list) {
   return encoding;
 }
 
-// ISO 32000-1 Annex D.2 to D.6. When a glyph has two codes (the blanks at 160 and 202, the hyphen at 173, the bullets
-// of unused codes), the second is left out, since text is written with the first. The brackets of ZapfDingbats at 128
-// to 141 are left out, because not every viewer shows them.
+// The encodings of ISO 32000-1 Annex D.2 to D.6. When a glyph has two codes (the blanks at 160 and 202, the hyphen at
+// 173, the bullets of unused codes), the second is left out, since text is written with the first. The brackets of
+// ZapfDingbats at 128 to 141 are left out, because not every viewer shows them.
 constexpr FontEncoding kStandard = Listed(
     "32 space exclam quotedbl numbersign dollar percent ampersand quoteright parenleft parenright asterisk plus "
     "comma hyphen period slash zero one two three four five six seven eight nine colon semicolon less equal greater "

@@ -8,7 +8,7 @@
 namespace zforms {
 namespace {
 
-// The number of results that are kept.
+// At most this many results of searches are kept.
 constexpr size_t kMostAnswers = 4096;
 
 bool HasAll(const FontProgram& program, std::u32string_view characters) {
@@ -52,7 +52,7 @@ FontLibrary::Program FontLibrary::Search(const ZFontStyle& style, std::u32string
   if (source_ == nullptr) return nullptr;
   for (const ZFontFile& file : source_->Find(style, characters)) {
     const Program& program = Open(file);
-    // The list of fonts may be wrong about a file.
+    // Checks the characters again: the list of the system may be wrong about a file.
     if (program != nullptr && HasAll(*program, characters)) return program;
   }
   return nullptr;

@@ -27,8 +27,8 @@ class FontLibrary {
   FontLibrary(const FontLibrary&) = delete;
   FontLibrary& operator=(const FontLibrary&) = delete;
 
-  // Adds a font that comes before those of the system, and after those added earlier. False when it cannot be used; the
-  // fault says why. To be called before the first Find.
+  // Adds a font that is tried before those of the system, and after those that were added earlier. False when it cannot
+  // be used; `fault` then says why. Call it before the first Find.
   bool AddFile(const Chaine& path, Chaine* fault);
 
   // A font that has all the characters and may be embedded; null when there is none.
@@ -43,7 +43,7 @@ class FontLibrary {
   Program Search(const ZFontStyle& style, std::u32string_view characters);
   const Program& Open(const ZFontFile& file);
 
-  std::shared_ptr<FontLibrary> fonts_;  // has the fonts; null if this object has them itself
+  std::shared_ptr<FontLibrary> fonts_;  // the library that has the fonts; null if this object has them
   std::shared_ptr<SharedFontCodes> of_form_;
   std::mutex mutex_;
   std::unique_ptr<ZFontSource> source_;

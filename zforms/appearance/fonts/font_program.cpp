@@ -55,7 +55,7 @@ int32_t I16At(std::string_view table, size_t at) { return static_cast<int16_t>(U
 
 Blob TableOf(hb_face_t* face, hb_tag_t tag) { return Blob(hb_face_reference_table(face, tag)); }
 
-// Why OS/2 fsType forbids to embed a subset; empty when it does not (OpenType, OS/2 table).
+// Why fsType of the OS/2 table (OpenType) forbids embedding a subset; empty when it does not.
 const char* LicenceFault(std::string_view os2) {
   constexpr size_t kTypeAt = 8;
   const uint32_t type = U16At(os2, kTypeAt);
@@ -65,7 +65,7 @@ const char* LicenceFault(std::string_view os2) {
   return "";
 }
 
-// The PostScript name without characters that are not allowed in a PDF name or a font name.
+// The PostScript name, reduced to letters, digits and hyphens, which are allowed in every PDF name and font name.
 Chaine CleanName(hb_face_t* face) {
   char text[64];
   unsigned length = sizeof text;
@@ -77,7 +77,7 @@ Chaine CleanName(hb_face_t* face) {
   return name.IsEmpty() ? Chaine("Font") : name;
 }
 
-// For each code the index in the subset, big-endian (9.7.4.2).
+// The contents of "/CIDToGIDMap": for each code, the index of its glyph in the subset, big-endian (9.7.4.2).
 Chaine CodesToIndices(const std::vector<uint32_t>& glyphs, const std::vector<uint32_t>& indices) {
   const uint32_t last = glyphs.empty() ? 0 : *std::max_element(glyphs.begin(), glyphs.end());
   std::string map(2 * (size_t{last} + 1), '\0');

@@ -36,15 +36,15 @@ class FontProgram {
     uint32_t flags = 0;
   };
 
-  // Opens a font file. Null when it is not such a font, or when it may not be embedded (OS/2 fsType); the fault then
-  // says why.
+  // Opens a font file. Null when it is not such a font, or when it may not be embedded (OS/2 fsType); `fault` then says
+  // why.
   static std::shared_ptr<const FontProgram> Open(const ZFontFile& file, Chaine* fault);
   ~FontProgram();
   FontProgram(const FontProgram&) = delete;
   FontProgram& operator=(const FontProgram&) = delete;
 
   bool Has(char32_t c) const { return GlyphOf(c) != 0; }
-  // 0 when there is none.
+  // The glyph of a character; 0 when there is none.
   uint32_t GlyphOf(char32_t c) const;
   double WidthOf(uint32_t glyph) const;
   // The character code of a glyph in a Type 0 font with Identity-H: its CID in a CID-keyed font, else its index.
@@ -61,7 +61,8 @@ class FontProgram {
   // context.
   std::vector<Glyph> Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left) const;
 
-  // A font file with only those glyphs, in rising order: TrueType, or bare CFF. Depends only on the glyphs.
+  // Makes a font file with only those glyphs: TrueType, or bare CFF. The glyphs must be in rising order. Depends only
+  // on the glyphs.
   std::shared_ptr<const FontSubset> Subset(const std::vector<uint32_t>& glyphs) const;
 
  private:
@@ -70,7 +71,7 @@ class FontProgram {
   void ReadDescriptor();
   void ReadCIDs(std::string_view bytes, uint32_t index);
   FontSubset MakeSubset(const std::vector<uint32_t>& glyphs) const;
-  // `indices` receives each glyph's index in the file. Empty when no subset can be made.
+  // Makes the file of a subset; empty when that fails. `indices` receives each glyph's index in the file.
   Chaine Cut(const std::vector<uint32_t>& glyphs, std::vector<uint32_t>* indices) const;
 
   hb_face_t* face_ = nullptr;

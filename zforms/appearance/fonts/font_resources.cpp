@@ -47,7 +47,7 @@ ResourceFont* FontResources::Find(const ZAcroFormField& widget, std::string_view
   if (const ZPDFNodeDictionary* const form = added_->Document()->AcroForm()) {
     if (ResourceFont* font = FindIn(DictionaryAt(*form, "/DR"), key)) return font;
   }
-  // Without a name, the one that an earlier drawing gave to the standard font.
+  // Without a name, uses the one that an earlier drawing gave to the standard font.
   const Chaine own_key = name.empty() ? Chaine("/Helv") : key;
   if (ResourceFont* font = FindIn(AppearanceResources(*widget.Dico()), own_key)) return font;
   const StandardFont* const standard = StandardFontOfResource(name);
@@ -88,7 +88,8 @@ const std::shared_ptr<const FontCodes>& FontResources::CodesOf(const StandardFon
   return codes;
 }
 
-// Objects that were added or changed are not those of the other copies.
+// Shares the codes with the other copies, unless the object was added or changed: the other copies may then have
+// another font there.
 std::shared_ptr<const FontCodes> FontResources::ReadCodes(const ZPDFNodeDictionary& font, const ZPDFNode& value) const {
   const auto* const reference = NodeCast<ZPDFNodeIndirectReference>(&value);
   const ZPDFNodeIndirectObject* const object =

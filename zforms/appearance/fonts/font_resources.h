@@ -36,12 +36,13 @@ class FontResources {
   ResourceFont* Find(const ZAcroFormField& widget, std::string_view name);
 
   // The standard font that is most like `font`, for a font that is not embedded and lacks a character of the text. Null
-  // for an embedded font, for a symbol font, and when the standard font lacks a character as well. Takes the one in the
-  // resources of the widget's appearance, if it is there; the widget may be null.
+  // for an embedded font, for a symbol font, and when the standard font lacks a character as well. Returns the one that
+  // is already in the resources of the widget's appearance, if any; the widget may be null.
   ResourceFont* StandInFor(const ResourceFont& font, std::u32string_view text,
                            const ZPDFNodeDictionary* widget = nullptr);
 
-  // Forgets the added dictionaries, but not their contents. Call it before they are destroyed.
+  // Forgets the added dictionaries, but not the codes that were read from them. Call it before the dictionaries are
+  // destroyed.
   void Restart();
 
  private:
@@ -57,9 +58,10 @@ class FontResources {
   AddedObjects* added_;
   std::shared_ptr<SharedFontCodes> shared_;
   std::unordered_map<const ZPDFNodeDictionary*, std::shared_ptr<const FontCodes>> codes_;
-  // For one dictionary, the fonts by the names that lead to it; each is written with its own name.
+  // Maps each font dictionary to its fonts, by the resource names that lead to it. Each font is written under its own
+  // name.
   std::unordered_map<const ZPDFNodeDictionary*, FDictionnary<std::unique_ptr<ResourceFont>>> fonts_;
-  // A font that is added when it is used, and its fonts by their names.
+  // A standard font, whose dictionary is added when it is used, and its fonts by their resource names.
   struct Added {
     ZPDFNodeIndirectObject* object = nullptr;  // null when none was added, or it was removed again
     std::shared_ptr<const FontCodes> codes;

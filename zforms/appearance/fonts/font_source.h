@@ -31,11 +31,11 @@ class ZFontSource {
  public:
   virtual ~ZFontSource();
 
-  // Outline fonts (TrueType or CFF, no colour fonts) that have all the characters, the most similar style first. Empty
-  // when no installed font has them.
+  // Outline fonts (TrueType or CFF, no colour fonts and no variable fonts) that have all the characters, the most
+  // similar style first. Empty when no installed font has them.
   virtual PTableau<ZFontFile> Find(const ZFontStyle& style, std::u32string_view characters) = 0;
 
-  // The fonts that the system lists: by fontconfig, on Windows in the registry and the fonts folder.
+  // The fonts that fontconfig lists; on Windows those in the registry and in the fonts folder.
   static std::unique_ptr<ZFontSource> OfSystem();
 };
 

@@ -26,7 +26,7 @@ bool IsTrue(const FcPattern* font, const char* property) {
   return FcPatternGetBool(font, property, 0, &value) == FcResultMatch && value == FcTrue;
 }
 
-// Only TrueType and CFF outlines can be embedded as a subset.
+// False for bitmap, colour and variable fonts: only TrueType and CFF outlines can be embedded as a subset.
 bool IsUsable(const FcPattern* font) {
   FcChar8* format = nullptr;
   if (FcPatternGetString(font, FC_FONTFORMAT, 0, &format) != FcResultMatch) return false;
@@ -56,7 +56,7 @@ class FontconfigSource final : public ZFontSource {
       if (!IsUsable(font) || !HasAll(font, characters)) continue;
       if (FcPatternGetString(font, FC_FILE, 0, &path) != FcResultMatch) continue;
       FcPatternGetInteger(font, FC_INDEX, 0, &face);
-      // The upper half of the number names an instance of a variable font.
+      // Keeps the lower 16 bits, the face. The upper ones name an instance of a variable font.
       files.push_back({Chaine(reinterpret_cast<const char*>(path)), static_cast<uint32_t>(face) & 0xFFFF});
     }
     return files;

@@ -6,8 +6,8 @@
 namespace zforms {
 namespace {
 
-// "NAME:CODE ", the code point in hexadecimal digits, in byte order of the names. The facts are those of the Adobe
-// Glyph List; names whose code points are for private use are left out, since nobody writes those.
+// Entries "NAME:CODE " with the code point in hexadecimal digits, in byte order of the names. The facts are those of
+// the Adobe Glyph List; names whose code points are for private use are left out, since nobody writes those.
 constexpr std::string_view kCapitals =
     "A:41 AE:C6 AEacute:1FC AEmacron:1E2 Aacute:C1 Abreve:102 Abreveacute:1EAE Abrevecyrillic:4D0 "
     "Abrevedotbelow:1EB6 Abrevegrave:1EB0 Abrevehookabove:1EB2 Abrevetilde:1EB4 Acaron:1CD Acircle:24B6 "
@@ -759,7 +759,7 @@ bool IsUpperHexadecimal(std::string_view text) {
 
 bool IsScalar(char32_t c) { return c > 0 && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF); }
 
-// "uni" and four digits, "u" and four to six.
+// The character of a name "uni" with four hexadecimal digits, or "u" with four to six; 0 for every other name.
 char32_t NumberedCharacter(std::string_view name) {
   std::string_view digits;
   if (name.size() == 7 && name.starts_with("uni")) {
@@ -775,7 +775,7 @@ char32_t NumberedCharacter(std::string_view name) {
 }  // namespace
 
 char32_t GlyphCharacter(std::string_view name, GlyphNames names) {
-  // A variant of a glyph is named after it, with a suffix: "a.sc", "one.oldstyle".
+  // Removes the suffix that names a variant of a glyph: "a.sc", "one.oldstyle".
   name = name.substr(0, name.find('.'));
   if (name.empty()) return 0;
   if (names == GlyphNames::kDingbats) {

@@ -32,7 +32,7 @@ using Set = std::unique_ptr<hb_set_t, Destroyer<hb_set_t, hb_set_destroy>>;
 constexpr size_t kMostFonts = 8;
 constexpr unsigned kMostFaces = 64;
 
-// Families that come first, by the family of the style.
+// For each family of the style, the font families that are preferred.
 constexpr std::array<std::array<const char*, 4>, 3> kKnownFamilies = {{
     {"Arial", "Segoe UI", "DejaVu Sans", "Liberation Sans"},
     {"Times New Roman", "Cambria", "DejaVu Serif", "Liberation Serif"},
@@ -52,16 +52,16 @@ bool HasTable(hb_face_t* face, hb_tag_t tag) {
   return hb_blob_get_length(Blob(hb_face_reference_table(face, tag)).get()) != 0;
 }
 
-// A big-endian number of a table; 0 behind its end.
+// A big-endian number of a table; 0 past its end.
 uint32_t U16At(const Blob& table, unsigned at) {
   unsigned length = 0;
   const auto* const bytes = reinterpret_cast<const uint8_t*>(hb_blob_get_data(table.get(), &length));
   return at + 2 <= length ? static_cast<uint32_t>(bytes[at] << 8 | bytes[at + 1]) : 0;
 }
 
-// OpenType, tables OS/2 and post.
+// The family, by the tables OS/2 and post (OpenType).
 ZFontStyle::Family FamilyOf(hb_face_t* face, const Blob& os2) {
-  constexpr uint32_t kLatinText = 2;  // of PANOSE
+  constexpr uint32_t kLatinText = 2;  // PANOSE values
   constexpr uint32_t kMonospaced = 9;
   constexpr uint32_t kFirstSans = 11;
   const Blob post(hb_face_reference_table(face, HB_TAG('p', 'o', 's', 't')));
@@ -77,7 +77,8 @@ ZFontStyle::Family FamilyOf(hb_face_t* face, const Blob& os2) {
   return has_serifs ? ZFontStyle::Family::kSerif : ZFontStyle::Family::kSans;
 }
 
-// Empty when the face cannot be embedded as a subset: it has no outlines, colours, or several instances.
+// Empty when the face cannot be embedded as a subset: it has no outlines, it is a colour font, or it is a variable
+// font.
 std::optional<InstalledFace> Describe(hb_face_t* face, const ZFontFile& file) {
   const bool has_outlines = HasTable(face, HB_TAG('g', 'l', 'y', 'f')) || HasTable(face, HB_TAG('C', 'F', 'F', ' '));
   const bool has_colours = HasTable(face, HB_TAG('C', 'O', 'L', 'R')) || HasTable(face, HB_TAG('C', 'B', 'D', 'T'));
@@ -96,7 +97,8 @@ std::optional<InstalledFace> Describe(hb_face_t* face, const ZFontFile& file) {
   return result;
 }
 
-// The files that the registry lists for the system and the user, then the others of the fonts folder.
+// The files that the registry lists for the system and the user, and the files of the fonts folder. Each file once,
+// sorted by path.
 std::vector<std::wstring> FontFiles() {
   wchar_t windows[MAX_PATH] = {};
   ::GetWindowsDirectoryW(windows, MAX_PATH);
@@ -128,7 +130,7 @@ std::vector<std::wstring> FontFiles() {
   return {files.begin(), files.end()};
 }
 
-// The fonts that Windows lists; they are described with the first search, and sorted once for each style.
+// The fonts that Windows lists. The first search reads their tables. They are sorted once for each style.
 class InstalledFonts final : public ZFontSource {
  public:
   PTableau<ZFontFile> Find(const ZFontStyle& style, std::u32string_view characters) override {

@@ -19,7 +19,7 @@ namespace {
 constexpr size_t kLargestProgram = size_t{64} << 20;
 constexpr uint16_t kMicrosoft = 3;
 constexpr uint16_t kMacintosh = 1;
-// Where symbol fonts have their codes (ISO 32000-1 9.6.6.4).
+// The map of a symbol font adds one of these to its codes (ISO 32000-1 9.6.6.4).
 constexpr std::array<uint32_t, 4> kSymbolRanges = {0xF000, 0x0000, 0xF100, 0xF200};
 
 }  // namespace
@@ -44,7 +44,8 @@ struct ProgramGlyphs::Face {
       if (map->encoding == FT_ENCODING_UNICODE) unicode = unicode == nullptr ? map : unicode;
       if (map->platform_id == kMicrosoft && map->encoding_id == 0) symbol = map;
       if (map->platform_id == kMacintosh && map->encoding_id == 0) macintosh = map;
-      // The maps of a Type 1 program are made from glyph names; its own encoding is one of Adobe's.
+      // In a Type 1 program, the map with one of these two encodings is the program's own; FreeType makes the others
+      // from the glyph names.
       if (map->encoding == FT_ENCODING_ADOBE_CUSTOM || map->encoding == FT_ENCODING_ADOBE_STANDARD) built_in = map;
     }
     FT_Bool keyed = 0;

@@ -42,7 +42,7 @@ class ProgramGlyphs {
 
   // Whether the glyph has an outline.
   bool Draws(uint32_t glyph) const;
-  // Its advance in 1/1000 of the font size.
+  // The advance of the glyph in 1/1000 of the font size.
   double Width(uint32_t glyph) const;
   TextFontMetrics Metrics() const;
 

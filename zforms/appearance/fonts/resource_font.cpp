@@ -12,7 +12,7 @@
 namespace zforms {
 namespace {
 
-// Lower ascents and cap heights are not plausible; many descriptors have 0.
+// Ascents and cap heights outside these limits are not plausible; many descriptors have 0.
 constexpr double kSmallestHeight = 100;
 constexpr double kLargestHeight = 3000;
 
@@ -39,7 +39,7 @@ void FontCodes::SetMetrics(const ZPDFNodeDictionary* descriptor, const ProgramGl
     // Some writers omit the sign of the descent.
     const double depth = std::abs(from.descent);
     if (depth > 0 && depth <= kLargestHeight) metrics_.descent = -depth;
-    // Some writers put the top of the font's box there.
+    // Ignores a cap height above the ascent: some writers put the top of the font's box there.
     if (IsHeight(from.cap_height) && from.cap_height <= metrics_.ascent) metrics_.cap_height = from.cap_height;
   };
   if (program != nullptr) take(program->Metrics());

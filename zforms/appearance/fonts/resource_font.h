@@ -49,7 +49,7 @@ class FontCodes {
 
  protected:
   FontCodes() = default;
-  // From the base font's name, without slash, and the descriptor; each may be absent.
+  // Sets Like() by the base font's name, without slash, and the descriptor. Each may be absent.
   void SetLike(std::string_view base_font, const ZPDFNodeDictionary* descriptor);
   // Reads "/Ascent", "/Descent" and "/CapHeight". Missing or implausible values come from the font program, else from
   // the standard font.
@@ -69,9 +69,9 @@ class ResourceFont final : public TextFont {
   // Makes the value of the font's entry in the resources: the dictionary or a reference to it.
   using AllocValue = std::function<ZPDFNode*()>;
 
-  // The name without slash, and the value of that entry, which is copied.
+  // `name` has no slash. `value` is the value of the font's entry in the resources and is copied.
   ResourceFont(std::shared_ptr<const FontCodes> codes, Chaine name, const ZPDFNode& value);
-  // A font that is added to the document when an appearance uses it.
+  // A font that is added to the document when an appearance uses it: `alloc_value` then adds it.
   ResourceFont(std::shared_ptr<const FontCodes> codes, Chaine name, AllocValue alloc_value);
   ~ResourceFont() override;
 

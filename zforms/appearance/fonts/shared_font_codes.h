@@ -13,7 +13,7 @@ namespace zforms {
 // be drawn by several threads, share it, so each font is read once for all of them. Any thread may use it.
 class SharedFontCodes {
  public:
-  // `font` is the value of that object in one of the copies.
+  // The codes of the font with that object number. `font` is the value of the object in one of the copies.
   std::shared_ptr<const FontCodes> Of(uint32_t number, const ZPDFNodeDictionary& font);
 
  private:

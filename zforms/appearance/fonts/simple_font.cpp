@@ -39,7 +39,7 @@ bool Draws(const ZPDFNode* procedure) {
   return decoded.usable && !drawing.empty() && !drawing.ends_with(" d0") && !drawing.ends_with(" d1");
 }
 
-// The parts of the dictionary while it is read.
+// Reads the dictionary of a simple font.
 class Reader {
  public:
   explicit Reader(const ZPDFNodeDictionary& font)
@@ -63,7 +63,7 @@ class Reader {
   const ProgramGlyphs* Program() const { return program_.get(); }
   bool IsType3() const { return is_type3_; }
 
-  // 0 when nothing tells the width.
+  // 0 when the character is not known.
   char32_t CharacterOf(uint8_t code) const { return named_[code] != 0 ? named_[code] : texts_[code]; }
   // True when readers get this character from the code: "/ToUnicode" does not say otherwise.
   bool IsTakenFor(uint8_t code, char32_t c) const { return texts_[code] == 0 || texts_[code] == c; }
@@ -75,12 +75,12 @@ class Reader {
       return glyph != 0 && (IsBlank(c) || program_->Draws(glyph));
     }
     // A viewer replaces a font that is not in the file. The replacement has the usual glyphs of Latin text, but the
-    // codes of a symbol font do not tell its pictures.
+    // codes of a symbol font do not say which pictures they show.
     if (standard_ == nullptr && (IsSubset() || (symbolic_ && !has_encoding_))) return false;
     if (IsEncodingIgnored() && names_[code] != StandardEncoding()[code]) return false;
     return like.Width(names_[code]).has_value();
   }
-  // For a code that shows a glyph of that character.
+  // The width of the code in 1/1000 of the font size. Precondition: the code shows a glyph of that character.
   double WidthOf(uint8_t code, char32_t c, const StandardFont& like) const {
     const auto* const widths = NodeCast<ZPDFNodeArray>(font_.GetTarget("/Widths"));
     const int64_t at = int64_t{code} - font_.GetIntValue("/FirstChar");
@@ -97,7 +97,8 @@ class Reader {
     if (program_ != nullptr) return program_->Width(GlyphOf(code, c));
     return like.Width(names_[code]).value_or(0);
   }
-  // The glyphs of a Type 3 font have their own coordinate space.
+  // The factor that converts widths to 1/1000 of the font size. It is 1 except in a Type 3 font, whose glyphs have
+  // their own coordinate space.
   double Scale(size_t element = 0) const {
     if (!is_type3_) return 1;
     const auto* const matrix = NodeCast<ZPDFNodeArray>(font_.GetTarget("/FontMatrix"));
@@ -111,7 +112,8 @@ class Reader {
   bool IsEncodingIgnored() const { return is_truetype_ && symbolic_ && program_ == nullptr; }
   bool IsSubset() const { return base_font_.size() > 7 && base_font_[6] == '+'; }
 
-  // The encoding when "/Encoding" is absent (ISO 32000-1 9.6.6.1).
+  // Sets the glyph names of the codes from "/Encoding". Without a base encoding there, they come from the program, or
+  // from the default encoding for the kind of font (ISO 32000-1 9.6.6.1).
   void ReadEncoding() {
     const ZPDFNode* const encoding = font_.GetTarget("/Encoding");
     const FontEncoding* base = nullptr;
@@ -121,7 +123,8 @@ class Reader {
     has_encoding_ = base != nullptr || dictionary != nullptr;
     by_name_ = has_encoding_;
     if (standard_ != nullptr && standard_->IsSymbolic() && program_ == nullptr) {
-      // Many of these fonts name an encoding such as WinAnsi although they have none of its glyphs.
+      // Uses the font's built-in encoding: many of these fonts name another one, such as WinAnsi, although they have
+      // none of its glyphs.
       base = &standard_->Encoding();
       names_are_ = standard_->Names();
     }
@@ -192,7 +195,7 @@ class Reader {
   const ZPDFNodeDictionary& font_;
   const ZPDFNodeDictionary* descriptor_;
   std::string base_font_;
-  const StandardFont* standard_;  // null for every other font
+  const StandardFont* standard_;  // null when the font is not a standard font
   const ZPDFNodeDictionary* glyph_procedures_;
   bool is_type3_;
   bool is_truetype_;
@@ -202,7 +205,7 @@ class Reader {
   GlyphNames names_are_ = GlyphNames::kUsual;
   std::unique_ptr<ProgramGlyphs> program_;
   std::array<std::string, 256> names_;
-  EncodingCharacters named_{};  // what the names stand for
+  EncodingCharacters named_{};  // the characters that the names stand for
   std::array<char32_t, 256> texts_{};
 };
 

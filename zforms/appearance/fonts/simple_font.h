@@ -10,9 +10,9 @@
 
 namespace zforms {
 
-// A font with codes of one byte: Type 1, MMType1, TrueType or Type 3 (ISO 32000-1 9.6). The glyph name of a code tells
-// its character; the name comes from "/Differences", the base encoding, or the encoding built into the program. Without
-// a name, "/ToUnicode" tells the character.
+// A font with codes of one byte: Type 1, MMType1, TrueType or Type 3 (ISO 32000-1 9.6). The glyph name of a code
+// determines its character. The name comes from "/Differences", the base encoding, or the encoding built into the
+// program. Without a name, "/ToUnicode" determines the character.
 class SimpleFont final : public FontCodes {
  public:
   explicit SimpleFont(const ZPDFNodeDictionary& font);
@@ -26,7 +26,7 @@ class SimpleFont final : public FontCodes {
 
   std::array<double, 256> widths_{};
   std::bitset<256> plain_;
-  // The code of each character up to U+00FF, -1 for none; then the other characters in order.
+  // The code of each character up to U+00FF, -1 for none; then the other characters, sorted.
   std::array<int16_t, 256> latin_{};
   std::vector<std::pair<char32_t, uint8_t>> others_;
 };

@@ -7,9 +7,9 @@
 namespace zforms {
 namespace {
 
-// "GLYPH WIDTH... ": of the six fonts of Latin text that are not of one width, in the
-// order Helvetica, Helvetica-Bold, Times-Roman, Times-Bold, Times-Italic, Times-BoldItalic. The oblique Helveticas have
-// the widths of the upright ones; the Couriers have the same glyphs, each 600 wide.
+// Entries "GLYPH WIDTH..." with the widths in the six fonts for Latin text that are not monospaced, in the order
+// Helvetica, Helvetica-Bold, Times-Roman, Times-Bold, Times-Italic, Times-BoldItalic. The oblique Helveticas have the
+// widths of the upright ones; the Couriers have the same glyphs, each 600 wide.
 constexpr std::string_view kLatinText =
     "A 667 722 722 722 611 667 AE 1000 1000 889 1000 889 944 Aacute 667 722 722 722 611 667 "
     "Abreve 667 722 722 722 611 667 Acircumflex 667 722 722 722 611 667 Adieresis 667 722 722 722 611 667 "
@@ -189,8 +189,8 @@ constexpr auto kLatin = Listed<6, 315>(kLatinText);
 constexpr auto kSymbols = Listed<1, 190>(kSymbolText);
 constexpr auto kDingbats = Listed<1, 202>(kDingbatsText);
 
-// The rows by a hash of their glyphs: 1 + the row, 0 for a free slot; a glyph is in the first free slot from that of
-// its hash on.
+// A hash table of the rows by their glyphs. A slot has 1 + the index of a row, or 0 when it is free. A row is in the
+// slot of its glyph's hash, or, when that was taken, in the next free slot.
 using RowIndex = std::array<uint16_t, 1024>;
 
 constexpr size_t SlotOf(std::string_view glyph) {
@@ -223,7 +223,7 @@ std::optional<uint16_t> WidthIn(const Rows& rows, const RowIndex& index, std::st
   return std::nullopt;
 }
 
-// Upright, bold, italic, and bold and italic of each of the three families of text; then the symbol fonts.
+// For each of the three text families the upright, bold, italic and bold italic font; then the two symbol fonts.
 constexpr std::array<StandardFont, 14> kFonts = {{
     {"Helvetica", FontFamily::kHelvetica, false, false, {718, -207, 718}},
     {"Helvetica-Bold", FontFamily::kHelvetica, true, false, {718, -207, 718}},
@@ -282,7 +282,7 @@ constexpr std::array<Alias, 14> kAliases = {{{"Helv", 0},
                                              {"Symb", 12},
                                              {"ZaDb", 13}}};
 
-// If the text begins with one of the words, removes that word; true then.
+// Removes the first of the words that the text begins with; false when there is none.
 bool Drop(std::string_view* text, std::initializer_list<std::string_view> words) {
   for (const std::string_view word : words) {
     if (!text->starts_with(word)) continue;

@@ -12,14 +12,14 @@ namespace zforms {
 
 enum class FontFamily : uint8_t { kHelvetica, kTimes, kCourier, kSymbol, kZapfDingbats };
 
-// One of the 14 fonts that every reader of PDF has (ISO 32000-1 9.6.2.2), with the figures that their maker published.
-// They are constants.
+// One of the 14 fonts that every PDF viewer has (ISO 32000-1 9.6.2.2), with the metrics that their maker published. All
+// objects are constants.
 struct StandardFont {
   std::string_view name;  // as in "/BaseFont", without slash
   FontFamily family;
   bool bold;
   bool italic;
-  // The highest and lowest point of the two symbol fonts, which have no published ascent and descent.
+  // For the two symbol fonts, which have no published ascent and descent, these are their highest and lowest points.
   TextFontMetrics metrics;
 
   bool IsSymbolic() const { return family == FontFamily::kSymbol || family == FontFamily::kZapfDingbats; }
@@ -34,7 +34,8 @@ struct StandardFont {
 // "CourierNewPS-ItalicMT", with or without the tag of a subset. Null for every other name.
 const StandardFont* StandardFontNamed(std::string_view base_font);
 
-// The same by the name of a resource, without slash: "Helv", "HeBo", "TiRo", "CoBo", "ZaDb" and the like as well.
+// The font that the name of a resource stands for, without slash: a usual abbreviation such as "Helv", "HeBo", "TiRo",
+// "CoBo" and "ZaDb", or a name that StandardFontNamed knows.
 const StandardFont* StandardFontOfResource(std::string_view resource);
 
 // The standard font that replaces a font that is not in the file, by its name and "/Flags" of its descriptor (ISO

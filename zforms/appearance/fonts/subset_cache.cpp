@@ -16,8 +16,8 @@ std::shared_ptr<const FontSubset> SubsetCache::Get(const Glyphs& glyphs, const s
     const std::lock_guard lock(mutex_);
     if (const auto known = subsets_.find(glyphs); known != subsets_.end()) return known->second;
   }
-  // Without the lock, so that several threads can make subsets at the same time. Two threads that make the same subset
-  // get the same bytes.
+  // Makes the subset without the lock, so that several threads can make subsets at the same time. Two threads that make
+  // the same subset get the same bytes.
   auto subset = std::make_shared<const FontSubset>(make());
   const size_t size = subset->file.size() + subset->codes_to_indices.size() + 4 * glyphs.size() + kBesides;
   const std::lock_guard lock(mutex_);

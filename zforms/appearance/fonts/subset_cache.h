@@ -14,14 +14,14 @@ namespace zforms {
 
 // A font file with only some of a font's glyphs.
 struct FontSubset {
-  Chaine file;          // with FlateDecode applied; empty when the font cannot be cut
-  uint32_t length = 0;  // the size of the file without FlateDecode, in bytes
-  // For each character code the glyph's index in the file, as "/CIDToGIDMap" has it (ISO 32000-1 9.7.4.2), with
-  // FlateDecode applied. Empty for CFF.
+  Chaine file;          // compressed for FlateDecode; empty when no subset can be made
+  uint32_t length = 0;  // the size of the uncompressed file, in bytes
+  // The contents of "/CIDToGIDMap" (ISO 32000-1 9.7.4.2): for each character code, the index of its glyph in the file.
+  // Compressed for FlateDecode; empty for CFF.
   Chaine codes_to_indices;
 };
 
-// The most recent subsets of one font, by their glyphs. Any thread may use it.
+// Subsets of one font, by their glyphs. When they take too much memory, all are removed. Any thread may use it.
 class SubsetCache {
  public:
   using Glyphs = std::vector<uint32_t>;

@@ -16,9 +16,9 @@ struct ShapedGlyph {
   uint32_t code = 0;  // the character code in the content stream, big-endian in `code_size` bytes
   uint8_t code_size = 1;
   double width = 0;      // the advance that the font's "/Widths" or "/W" give, in 1/1000 of the font size
-  double advance = 0;    // the advance that shaping asks for, in the same unit; most fonts: the width
-  double x = 0, y = 0;   // where the glyph is shown, from the pen, in the same unit
-  uint32_t cluster = 0;  // the index in the paragraph of the first character that it belongs to
+  double advance = 0;    // the advance that shaping asks for, in the same unit; usually the width
+  double x = 0, y = 0;   // the offset of the glyph from the pen, in the same unit
+  uint32_t cluster = 0;  // the index in the paragraph of the first character of its cluster
   // True when the font's "/ToUnicode" or encoding gives the text of the cluster for its glyphs. Otherwise the text is
   // also written as "/ActualText".
   bool is_plain = true;

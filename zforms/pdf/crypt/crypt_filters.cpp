@@ -36,7 +36,7 @@ ZPDFCryptFilters::ZPDFCryptFilters(const ZPDFNodeDictionary& encryption) : versi
 }
 
 ZPDFCryptMethod ZPDFCryptFilters::Named(const Chaine& name) const {
-  // The standard name cannot be given another meaning.
+  // An entry in "/CF" cannot change the meaning of the standard name /Identity.
   if (name == kIdentity) return ZPDFCryptMethod::kNone;
   const auto found = named_.find(name);
   return found == named_.end() ? ZPDFCryptMethod::kUnsupported : found->second;
@@ -52,7 +52,7 @@ ZPDFCryptMethod ZPDFCryptFilters::Main() const {
 bool ZPDFCryptFilters::AreSupported() const {
   for (const ZPDFCryptMethod method : {streams_, strings_, embedded_files_}) {
     if (method == ZPDFCryptMethod::kUnsupported) return false;
-    // Only AES with 256 bits takes the long key of "/V" 5.
+    // "/V" 5 has a key of 256 bits, which only AESV3 uses; AESV3 needs that key.
     if (method != ZPDFCryptMethod::kNone && (method == ZPDFCryptMethod::kAESV3) != (version_ == 5)) return false;
   }
   return true;

@@ -18,15 +18,16 @@ class ZPDFCryptFilters {
  public:
   explicit ZPDFCryptFilters(const ZPDFNodeDictionary& encryption);
 
-  // "/StmF" and "/StrF"; /Identity, which encrypts nothing, when absent. "/EFF"; that of other streams when absent.
+  // The methods of the filters that "/StmF", "/StrF" and "/EFF" name. Without "/StmF", streams are not encrypted;
+  // without "/StrF", strings are not. Without "/EFF", embedded files have the method of other streams.
   ZPDFCryptMethod ForStreams() const { return streams_; }
   ZPDFCryptMethod ForStrings() const { return strings_; }
   ZPDFCryptMethod ForEmbeddedFiles() const { return embedded_files_; }
-  // The filter of that name in "/CF"; kUnsupported when there is none.
+  // The method of the filter with this name in "/CF": kNone for /Identity, kUnsupported when there is no such filter.
   ZPDFCryptMethod Named(const Chaine& name) const;
-  // The method that encrypts most: of streams, else of strings, else of embedded files.
+  // The first method other than kNone of those for streams, strings and embedded files; kNone when there is none.
   ZPDFCryptMethod Main() const;
-  // False when a filter in use has a method that cannot be read, or that "/V" does not allow.
+  // False when a filter in use has an unknown method, or one that "/V" does not allow.
   bool AreSupported() const;
 
  private:

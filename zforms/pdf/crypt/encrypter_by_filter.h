@@ -24,7 +24,7 @@ class ZPDFFilterKeys {
   ~ZPDFFilterKeys();
 
   const ZPDFCryptFilters& Filters() const { return filters_; }
-  // Which method encrypts the data of such a stream.
+  // The method that encrypts the data of a stream with these properties.
   ZPDFCryptMethod MethodOf(const ZPDFStreamTraits& stream) const;
   std::unique_ptr<ZPDFEncrypter> Make(ZPDFCryptMethod method, const ZPDFObjectIdentifier& id) const;
 
@@ -32,7 +32,7 @@ class ZPDFFilterKeys {
   ZPDFCryptFilters filters_;
   SecretText file_key_;
   bool encrypts_metadata_;
-  // The long key is used unchanged for all objects; null with a short key.
+  // The encrypter for the key of 32 bytes, which is the same for all objects; null when the key is shorter.
   std::unique_ptr<const ZPDFEncrypterAES> aes_256_;
 };
 
@@ -43,7 +43,7 @@ class ZPDFEncrypterByFilter final : public ZPDFEncrypter {
   ZPDFEncrypterByFilter(std::shared_ptr<const ZPDFFilterKeys> keys, const ZPDFObjectIdentifier& id);
   ~ZPDFEncrypterByFilter() override;
   ZPDFEncrypterByFilter* Clone() const override;
-  // For strings.
+  // These functions are for strings; see ForStream for streams.
   Chaine Encrypt(const Chaine& data) const override;
   Chaine Decrypt(const Chaine& data) const override;
   Chaine DecryptChecked(const Chaine& data, std::string* fault) const override;
@@ -57,7 +57,7 @@ class ZPDFEncrypterByFilter final : public ZPDFEncrypter {
 
   std::shared_ptr<const ZPDFFilterKeys> keys_;
   ZPDFObjectIdentifier id_;
-  mutable std::unique_ptr<ZPDFEncrypter> strings_;  // null until it is needed
+  mutable std::unique_ptr<ZPDFEncrypter> strings_;  // the encrypter for strings, null until it is needed
 };
 
 }  // namespace zforms

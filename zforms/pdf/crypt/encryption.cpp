@@ -14,7 +14,7 @@
 namespace zforms {
 namespace {
 
-constexpr uint32_t kFirstWithFilters = 4;  // "/V"
+constexpr uint32_t kFirstWithFilters = 4;  // the lowest "/V" with crypt filters
 
 // A copy that does not depend on a document: values in other indirect objects are copied into it.
 ZPDFNodeDictionary* CloneDetached(const ZPDFNodeDictionary& dictionary) {
@@ -96,7 +96,7 @@ ZPDFEncrypter* ZPDFEncryption::AllocEncrypter(const ZPDFEncryption* handler, con
   if (!has_filters) return new ZPDFEncrypterStandard(handler, id);
   std::shared_ptr<const ZPDFFilterKeys>& keys = handler->opening_.filter_keys;
   if (keys == nullptr) {
-    // Computed once, not for each object: it takes long.
+    // Makes the keys once, not for each object, because this takes long.
     if (handler->opening_.is_refused || !handler->CanBeDecrypted()) return new ZPDFEncrypterNeutral;
     ZPDFCryptFilters filters(*handler->dictionary_);
     const bool encrypts_metadata = handler->StandardEncryptMetadata();

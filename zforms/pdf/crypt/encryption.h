@@ -42,18 +42,17 @@ class ZFORMS_API ZPDFEncryption {
   // password is replaced by the user password.
   static ZPDFEncryption* CreateStandard(const Chaine& file_identifier, const Chaine& user_password,
                                         const Chaine& owner_password);
-  // The same with AES of 256 bits and a random key, revision 6. Passwords are UTF-8. Null when a password has
-  // characters that are not allowed in passwords (RFC 4013).
+  // A handler as above, but with AES of 256 bits, a random key and revision 6. Passwords are UTF-8. Null when a
+  // password has characters that are not allowed in passwords (RFC 4013).
   static ZPDFEncryption* CreateAES256(const Chaine& user_password, const Chaine& owner_password);
 
   // Sets which documents can be decrypted; kRC4Only at first.
   void SetEncryptions(ZPDFEncryptions encryptions);
 
-  // The dictionary behind all accessors.
+  // The dictionary that all accessors read.
   const ZPDFNodeDictionary* Dictionary() const { return dictionary_; }
-  // "/Filter" with its slash; "/V", 0 when absent; "/Length" in bits, 40 when
-  // absent; "/R"; "/P" as unsigned; "/EncryptMetadata", true when absent; the
-  // bytes of "/O" and "/U".
+  // "/Filter" with its slash; "/V", 0 when absent; "/Length" in bits, 40 when absent; "/R"; "/P" as unsigned;
+  // "/EncryptMetadata", true when absent; the bytes of "/O" and "/U".
   const Chaine& Filter() const;
   uint32_t AlgorithmCode() const;
   uint32_t KeyLength() const;
@@ -65,8 +64,9 @@ class ZFORMS_API ZPDFEncryption {
   // The password that was passed to the constructor, with which CanBeDecrypted tries to open the file.
   const Chaine& UserPassword() const { return user_password_; }
 
-  // Each updates "/O", "/U" and "/P" as needed; with AES of 256 bits "/OE", "/UE" and "/Perms" too, and new passwords
-  // make a new file key. False when a password is not allowed there; nothing is changed then.
+  // Each updates "/O", "/U" and "/P" as needed; with AES of 256 bits also "/OE", "/UE" and "/Perms", and new passwords
+  // make a new file key. False, with nothing changed, when AES of 256 bits does not allow a character of a password
+  // (RFC 4013), or when the revision is above 6.
   bool SetPasswords(const Chaine& user, const Chaine& owner);
   bool SetOwnerPassword(const Chaine& owner);
   void SetStandardFlags(uint32_t flags);
@@ -75,11 +75,12 @@ class ZFORMS_API ZPDFEncryption {
   const Chaine& StandardComputedUserEncryptionKey() const;
   // True when this kind of encryption is supported; opening also needs the right password.
   bool IsSupported() const;
-  // True when handler and version are supported and the password is right. The owner password opens a file only where
-  // all encryptions are allowed. When the key length stated by "/Length" fails, tries 40 bits at "/V" 1, which allows
-  // no others, and reads a "/Length" of 5 to 16 as bytes.
+  // True when this kind of encryption is supported and the password is right. The owner password opens a file only
+  // where all encryptions are allowed. When the expected key length fails, tries others: 40 bits at "/V" 1, the only
+  // length that it allows, and "/Length" as a number of bytes when it is 5 to 16.
   bool CanBeDecrypted() const;
-  // The bits of the key in use: those of KeyLength() unless the version or CanBeDecrypted() found another length.
+  // The length of the key in use, in bits: KeyLength(), unless the version sets another length or CanBeDecrypted()
+  // found one.
   uint32_t UsedKeyLength() const { return static_cast<uint32_t>(KeyBytes() * 8); }
   // True when the password is the owner password and not the user password. Precondition: CanBeDecrypted().
   bool IsOpenedByOwner() const { return opening_.by_owner; }
@@ -96,17 +97,17 @@ class ZFORMS_API ZPDFEncryption {
   ZPDFEncrypter* AllocEncrypter(const ZPDFObjectIdentifier& id) const { return AllocEncrypter(this, id); }
 
  private:
-  // What opening the file has found.
+  // What is known after the file was opened with a password.
   struct Opening {
-    SecretText key;                                   // up to revision 4
-    std::shared_ptr<const SecretBytes<32>> long_key;  // from revision 5 on
+    SecretText key;                                   // the file key up to revision 4
+    std::shared_ptr<const SecretBytes<32>> long_key;  // the file key from revision 5 on
     size_t key_bytes = 0;                             // 0 means the stated length
-    Chaine confirmed_by;                              // the "/U" that the key is known to match
-    SecretText user_password;                         // found by the owner password
+    Chaine confirmed_by;                              // the "/U" that matched the key
+    SecretText user_password;                         // the user password, decrypted with the owner password
     bool by_owner = false;
     std::optional<bool> owner_rights;
-    std::shared_ptr<const ZPDFFilterKeys> filter_keys;  // null until they are needed, and without crypt filters
-    bool is_refused = false;                            // the password was tried in vain
+    std::shared_ptr<const ZPDFFilterKeys> filter_keys;  // null until needed, and when there are no crypt filters
+    bool is_refused = false;                            // the password was tried and does not open the file
   };
 
   static ZPDFEncryption* Create(std::unique_ptr<ZPDFNodeDictionary> dictionary, const Chaine& file_identifier);

@@ -22,7 +22,7 @@ constexpr size_t kPaddedLength = 32;
 constexpr size_t kDigestLength = 16;
 constexpr size_t kShortestKey = 5;
 constexpr size_t kLongKeyLength = 32;
-constexpr size_t kLongEntryLength = 48;  // of "/O" and "/U" from revision 5 on
+constexpr size_t kLongEntryLength = 48;  // the length of "/O" and "/U" from revision 5 on
 constexpr uint32_t kNewestRevision = 6;
 constexpr int kExtraRounds = 50;
 constexpr int kKeyRounds = 19;
@@ -51,14 +51,14 @@ SecretText XoredWith(const Chaine& key, int value) {
   return result;
 }
 
-// Nineteen more passes of RC4; in each, every byte of the key is XORed with the number of the pass.
+// Applies RC4 nineteen more times; in each pass, every byte of the key is XORed with the number of the pass.
 Chaine RC4Rounds(const Chaine& key, Chaine data) {
   for (int round = 1; round <= kKeyRounds; round++) data = RC4Of(XoredWith(key, round), data);
   return data;
 }
 
-// A password for revisions 5 and 6. Bytes that are not allowed are used unchanged, since the writer of the file may
-// have used them.
+// Prepares a password for revisions 5 and 6 (RFC 4013). A password with characters that are not allowed is used
+// unchanged, since the writer of the file may have used it so.
 SecretText PreparedForOpening(const Chaine& password) {
   std::optional<SecretText> prepared = SASLPrep(password);
   return prepared ? *std::move(prepared) : SecretText(password);
@@ -70,7 +70,7 @@ PTableau<size_t> ZPDFEncryption::KeySizes() const {
   PTableau<size_t> sizes;
   const size_t length = KeyLength();
   // By ISO 32000-1 table 20 "/Length" is in bits and applies at "/V" 2 only; crypt filters have 128 bits. Some writers
-  // count bytes.
+  // state it in bytes.
   const size_t by_version = AlgorithmCode() == 1 ? kShortestKey : AlgorithmCode() == 4 ? kDigestLength : 0;
   const bool is_fixed = AlgorithmCode() == 4;
   for (const size_t bytes : {is_fixed ? by_version : length / 8, is_fixed ? length / 8 : by_version, length}) {
@@ -85,7 +85,7 @@ size_t ZPDFEncryption::KeyBytes() const {
 }
 
 SecretText ZPDFEncryption::ComputeKey(const Chaine& user_password, size_t length, bool encrypt_metadata) const {
-  constexpr size_t kNumbers = 8;  // the permissions, and those of the metadata
+  constexpr size_t kNumbers = 8;  // 4 bytes for the permissions, and 4 that say that metadata are not encrypted
   SecretText material;
   material.Reserve(kPaddedLength + StandardOwnerKey().size() + file_identifier_.size() + kNumbers);
   material += Padded(user_password);
@@ -130,8 +130,8 @@ bool ZPDFEncryption::MatchesUserKey(const Chaine& key) const {
   return EqualsInConstantTime(computed.Mid(0, kDigestLength), StandardUserKey().Mid(0, kDigestLength));
 }
 
-// The padded user passwords that an owner password may stand for (ISO 32000-1 algorithm 7). Writers disagree on the
-// length of the key in the rounds where it is shorter than a digest.
+// The padded user passwords that an owner password may give (ISO 32000-1 algorithm 7). When the key is shorter than a
+// digest, writers disagree on the length of the key in the rounds, so both lengths are tried.
 PTableau<SecretText> ZPDFEncryption::UserPasswordsBehind(const Chaine& owner) const {
   PTableau<SecretText> found;
   SecretText digest = MD5Of(Padded(owner));
@@ -151,7 +151,8 @@ PTableau<SecretText> ZPDFEncryption::UserPasswordsBehind(const Chaine& owner) co
   return found;
 }
 
-// Finds the length of the key, and whether it depends on unencrypted metadata: writers disagree on both at revision 3.
+// Tries the user password with each possible length of the key. When metadata are not encrypted, writers disagree from
+// revision 3 on whether the key depends on this, so both are tried.
 bool ZPDFEncryption::OpenWith(const Chaine& user_password, Opening* opening) const {
   const bool stated = StandardEncryptMetadata();
   const bool is_in_doubt = StandardRevision() >= 3 && !stated;
@@ -187,7 +188,7 @@ ZPDFLongKeyStrings ZPDFEncryption::LongKeyStrings() const {
 bool ZPDFEncryption::OpenLong(const Chaine& password, bool as_owner, Opening* opening) const {
   const ZPDFPasswordKind kind = as_owner ? ZPDFPasswordKind::kOwner : ZPDFPasswordKind::kUser;
   const ZPDFLongKeyStrings strings = LongKeyStrings();
-  // Damage of the strings for the other password does not matter. "/U" is a part of what the owner's are made of.
+  // Ignores damage in the strings of the other password, except in "/U", on which the owner's strings depend.
   const auto are_whole = [](const Chaine& entry, const Chaine& locked_key) {
     return entry.size() >= kLongEntryLength && locked_key.size() >= kLongKeyLength;
   };
@@ -214,7 +215,7 @@ bool ZPDFEncryption::Open(const Chaine& password, bool as_owner, Opening* openin
   return opens;
 }
 
-// Whether the key in use is that of "/U", which a host may have changed since the file was opened.
+// Whether the key in use matches "/U", which a host may have changed since the file was opened.
 bool ZPDFEncryption::IsConfirmed() const {
   const Chaine& user_key = StandardUserKey();
   if (!opening_.confirmed_by.IsEmpty() && opening_.confirmed_by == user_key) return true;
@@ -338,7 +339,7 @@ bool ZPDFEncryption::SetLongKey(const Chaine& user, const Chaine& owner) {
   user_password_ = user;
   opening_.long_key = std::move(key);
   opening_.key_bytes = kLongKeyLength;
-  // Entries of revision 5 are not written: it is obsolete.
+  // Writes entries of revision 6 in place of revision 5, which is obsolete.
   dictionary_->SetValue("/R", kNewestRevision);
   dictionary_->SetValue("/O", strings.o);
   dictionary_->SetValue("/U", strings.u);

@@ -8,7 +8,8 @@
 namespace zforms {
 namespace {
 
-// The name of the method of a crypt filter that cannot be read; empty when it names none.
+// The method ("/CFM") of the crypt filter for streams, else for strings; empty when there is none. For methods that are
+// not supported.
 Chaine ForeignMethod(const ZPDFNodeDictionary& dictionary) {
   const auto* const filters = NodeCast<ZPDFNodeDictionary>(dictionary.GetTarget("/CF"));
   for (const char* key : {"/StmF", "/StrF"}) {
@@ -20,7 +21,8 @@ Chaine ForeignMethod(const ZPDFNodeDictionary& dictionary) {
   return {};
 }
 
-// What crypt filters leave unencrypted.
+// Says what the crypt filters encrypt, or leave unencrypted, as the end of a message; empty when they encrypt
+// everything.
 Chaine InClear(const ZPDFCryptFilters& filters, bool encrypts_metadata) {
   if (filters.ForStreams() == ZPDFCryptMethod::kNone && filters.ForStrings() == ZPDFCryptMethod::kNone) {
     return ", attached files only";

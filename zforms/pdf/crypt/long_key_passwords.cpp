@@ -14,7 +14,7 @@ namespace {
 constexpr size_t kLongestPassword = 127;
 constexpr size_t kHash = 32;
 constexpr size_t kSalt = 8;
-// "/O" and "/U": a hash, the salt for it, and the salt for the key.
+// The length of "/O" and "/U": a hash, the salt for it, and the salt for the key.
 constexpr size_t kEntry = kHash + 2 * kSalt;
 constexpr int kRepeats = 64;
 constexpr int kLeastRounds = 64;
@@ -23,7 +23,7 @@ constexpr int kMostRounds = 288;
 std::string_view Validation(std::string_view entry) { return entry.substr(kHash, kSalt); }
 std::string_view KeySalt(std::string_view entry) { return entry.substr(kHash + kSalt, kSalt); }
 
-// Encrypts or decrypts a file key, from a start vector of zeros and without padding.
+// Encrypts or decrypts a file key, with an initialization vector of zeros and without padding.
 void Cross(AES::Direction direction, const ZPDFLongKey& key, const char* in, char* out) {
   AES::Block start = {};
   AES(direction, key.View()).CBC(&start, in, out, kHash);
@@ -52,7 +52,7 @@ class RoundData {
   SecretBytes<kRepeats*(kLongestPassword + kLongestSHA2 + kEntry)> bytes_;
 };
 
-// Algorithm 2.B, starting from its first digest.
+// Applies the rounds of algorithm 2.B to `digest`, which holds the first digest.
 void Harden(std::string_view password, std::string_view user_entry, SecretBytes<kLongestSHA2>* digest) {
   constexpr SHA2 kKinds[] = {SHA2::k256, SHA2::k384, SHA2::k512};
   RoundData data(password, user_entry);
@@ -60,7 +60,7 @@ void Harden(std::string_view password, std::string_view user_entry, SecretBytes<
   int last = 0;
   for (int round = 0; round < kMostRounds && (round < kLeastRounds || last > round - 32); round++) {
     const std::string_view enciphered = data.Encipher(digest->View(0, length));
-    // The first 16 bytes as a number modulo 3: 256 leaves 1.
+    // The first 16 bytes as one number, modulo 3. Their sum has the same remainder, because 256 modulo 3 is 1.
     const int sum = std::accumulate(enciphered.begin(), enciphered.begin() + AES::kBlock, 0,
                                     [](int so_far, char c) { return so_far + static_cast<unsigned char>(c); });
     last = static_cast<unsigned char>(enciphered.back());
@@ -72,7 +72,7 @@ std::string_view UserEntry(const ZPDFLongKeyStrings& strings, ZPDFPasswordKind k
   return kind == ZPDFPasswordKind::kUser ? std::string_view() : strings.u.View().substr(0, kEntry);
 }
 
-// One of "/U" and "/O", with the file key encrypted for it.
+// Makes "/U" or "/O", and the file key encrypted for this password ("/UE" or "/OE").
 std::pair<Chaine, Chaine> Lock(const ZPDFLongKey& key, std::string_view password, std::string_view user_entry) {
   Chaine entry;
   char* const at = entry.AppendUninitialized(kEntry);

@@ -22,21 +22,21 @@ struct ZPDFLongKeyStrings {
 
 enum class ZPDFPasswordKind : uint8_t { kUser, kOwner };
 
-// Whether the password is the one of that kind; the file key is then written to `key`. Algorithm 2.A. Precondition: the
+// Whether this is the password of that kind; if so, writes the file key to `key`. Algorithm 2.A. Precondition: the
 // strings are long enough.
 bool OpenLongKey(const ZPDFLongKeyStrings& strings, uint32_t revision, ZPDFPasswordKind kind, std::string_view password,
                  ZPDFLongKey* key);
 
-// The strings of revision 6 for a file key, all but "/Perms". Algorithms 8 and 9, with random salts.
+// Makes the strings of revision 6 for a file key, except "/Perms", with random salts. Algorithms 8 and 9.
 ZPDFLongKeyStrings LockLongKey(const ZPDFLongKey& key, std::string_view user, std::string_view owner);
 
-// "/Perms" for these permissions. Algorithm 10.
+// Makes "/Perms" for these permissions. Algorithm 10.
 Chaine PermissionsFor(std::string_view key, uint32_t flags, bool encrypts_metadata);
-// Whether "/Perms" confirms them. Algorithm 13.
+// Whether "/Perms" agrees with these permissions. Algorithm 13. Precondition: it has at least 16 bytes.
 bool ConfirmsPermissions(const Chaine& perms, std::string_view key, uint32_t flags, bool encrypts_metadata);
 
-// The hash of a password with a salt, and for an owner's with "/U": SHA-256 at revision 5, else algorithm 2.B, which
-// runs 288 rounds at most.
+// Computes the hash of a password with a salt, and for the owner password also with "/U" (`user_entry`): SHA-256 at
+// revision 5, algorithm 2.B at revision 6, which runs at most 288 rounds.
 void HashPassword(uint32_t revision, std::string_view password, std::string_view salt, std::string_view user_entry,
                   ZPDFLongKey* hash);
 

@@ -58,7 +58,7 @@ std::optional<Chaine> UndoASCII85(std::string_view bytes, size_t limit) {
     group = 0;
     count = 0;
   }
-  // The last group may be short by some of its digits, which count as the highest one.
+  // The last group may have fewer than five digits; each missing one counts as the highest digit.
   if (count > 1) {
     for (size_t i = count; i < 5; i++) group = group * 85 + 84;
     AppendBigEndian(group, count - 1, &result);

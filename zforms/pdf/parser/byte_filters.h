@@ -8,8 +8,8 @@
 
 namespace zforms {
 
-// The filters of streams that need no library (ISO 32000-1 7.4.2, 7.4.3, 7.4.5). Each gives what the bytes stand for,
-// up to the first one that makes no sense; nothing where that takes more than `limit` bytes.
+// Decode the filters of streams that need no library (ISO 32000-1 7.4.2, 7.4.3, 7.4.5). Each returns the decoded bytes,
+// up to the first byte that is not valid; nothing when they are more than `limit` bytes.
 std::optional<Chaine> UndoASCIIHex(std::string_view bytes, size_t limit);
 std::optional<Chaine> UndoASCII85(std::string_view bytes, size_t limit);
 std::optional<Chaine> UndoRunLength(std::string_view bytes, size_t limit);

@@ -57,7 +57,7 @@ class FileScan {
   void Skip(size_t count) { at_ += count; }
   bool SpecialAt(size_t at) const { return at >= file_.size() || Is(file_[at], kBlankOrSpecial); }
 
-  // The start of the run of such characters that ends at `end`.
+  // The start of the run of characters of this class that ends at `end`.
   size_t RunBefore(size_t end, CharClass kind) const {
     while (end > 0 && Is(file_[end - 1], kind)) end--;
     return end;
@@ -78,13 +78,15 @@ class FileScan {
     inside_ = true;
   }
 
-  // Ends the newest object, also in files of writers that omit "endobj".
+  // Marks the newest object as complete. Also called where the next object or a trailer begins, because some writers
+  // omit "endobj".
   void EndObject(size_t length) {
     if (!found_.objects.empty()) found_.objects.back().whole = true;
     Skip(length);
   }
 
-  // True when an object may begin here: strings may contain such words too.
+  // True when an object may begin at `at`: at the start of the file or of a line, or after "endobj". Elsewhere, the
+  // words may be part of a string.
   bool BeginsHere(size_t at) const {
     const size_t before = RunBefore(at, kBlank);
     const std::string_view blanks = file_.substr(before, at - before);
@@ -132,8 +134,8 @@ class FileScan {
     const size_t entry = dictionary.find(kLength);
     if (entry == std::string_view::npos) return 0;
     const std::string_view value = dictionary.substr(entry + kLength.size());
-    // If "/Length" is a reference, its object number is read as the length; "endstream" hardly ever follows there by
-    // chance.
+    // If "/Length" is a reference, its object number is used as the length. This does no harm: "endstream" hardly ever
+    // follows there by chance.
     const size_t data = at_ + (file_.substr(at_).starts_with("\r\n") ? 2 : 1);
     size_t end = data + ParseUInt(value.substr(0, value.find_first_of("/>")));
     while (end < file_.size() && Is(file_[end], kBlank)) end++;
@@ -144,7 +146,7 @@ class FileScan {
   NextPlace endstream_;
   NextPlace endobj_;
   size_t at_ = 0;
-  bool inside_ = false;  // within the newest object, before its stream
+  bool inside_ = false;  // true within the newest object, before its stream
   ZPDFFileScan found_;
 };
 

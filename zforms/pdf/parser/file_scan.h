@@ -15,16 +15,16 @@ struct ZPDFFileScan {
   struct Object {
     ZPDFObjectIdentifier id;
     uint32_t offset = 0;
-    // Names that occur in its text: "/ObjStm", "/XRef", "/Catalog", "/Standard".
+    // Whether its text contains the names "/ObjStm", "/XRef", "/Catalog" and "/Standard".
     bool names_object_stream = false;
     bool names_xref_stream = false;
     bool names_catalog = false;
     bool names_security = false;
-    // False when the file ends before "endobj": the end of the object was cut off.
+    // False when the file ends before "endobj", so that the end of the object is missing.
     bool whole = false;
   };
   std::vector<Object> objects;
-  // The offsets after the word "trailer".
+  // The offset after each word "trailer".
   std::vector<uint32_t> trailers;
 
   bool IsCutAt(uint32_t offset) const {

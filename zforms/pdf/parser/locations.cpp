@@ -25,7 +25,7 @@ void ZPDFLocations::MakeFreeOldest(size_t from, size_t to) {
 }
 
 void ZPDFLocations::Settle() {
-  // Of equal numbers the first record is the newest, and stable sorting keeps it first.
+  // Among records with equal numbers the first is the newest, and stable sorting keeps it first.
   if (!std::is_sorted(records_.begin(), records_.end(), ByNumber)) {
     std::stable_sort(records_.begin(), records_.end(), ByNumber);
   }

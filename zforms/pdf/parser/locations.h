@@ -14,28 +14,28 @@ class ZPDFNodeIndirectObject;
 // The location of one object number in the file, and the object after it is loaded.
 struct ZPDFObjectLocation {
   ZPDFObjectIdentifier id;
-  // In bytes from the start of the file; for a packed object the number of its object stream.
+  // The offset from the start of the file in bytes; for a packed object, the number of its object stream.
   uint32_t offset = 0;
   bool in_use = false;
   bool packed = false;
-  // Set when loading starts, so that an object that needs itself stops there.
+  // Set when loading starts, so that loading does not recurse when the object needs itself.
   bool requested = false;
   ZPDFNodeIndirectObject* object = nullptr;
 };
 
-// The locations of a document: one record for each object number, in number order. Of several records for a number the
-// newest is used; sections are added newest first. Owned by the parser.
+// The locations of a document: one record for each object number, in number order. When a number has several records,
+// the newest is used; sections are added newest first. Owned by the parser.
 class ZFORMS_API ZPDFLocations {
  public:
   using iterator = std::vector<ZPDFObjectLocation>::iterator;
   using const_iterator = std::vector<ZPDFObjectLocation>::const_iterator;
 
   void Clear();
-  // Makes room for that many more records.
+  // Reserves memory for this many more records.
   void ExpectMore(size_t count);
-  // Adds a record that is older than those added before; Settle prefers the earlier ones.
+  // Adds a record that is older than those added before. Settle keeps the record that was added first.
   void AddOlder(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use) { Add({id, offset, in_use}); }
-  // The same for an object inside an object stream.
+  // Adds such a record for an object inside an object stream.
   void AddOlderPacked(uint32_t number, uint32_t stream) { Add({{number, 0}, stream, true, true}); }
   // Call it before Settle: makes the free records added from index `from` up to `to` older than all others.
   void MakeFreeOldest(size_t from, size_t to);

@@ -9,14 +9,14 @@ class ZDiagnostics;
 class ZPDFNode;
 class ZPDFParser;
 
-// Finds what a full save of a document would lose, because it writes only the objects that are reached from the
-// trailer. In the existing file, other readers or a scan may still find the rest.
+// Finds what a full save of a document would lose. A full save writes only the objects that are reached from the
+// trailer; in the existing file, other readers or a scan may still find the rest.
 class ZPDFLosses {
  public:
-  // Checks the whole document. `notes`, if not null, gets a warning with the number and the names of the objects that
-  // are referenced but cannot be read, and one for each fault of the page tree and of the form's list of fields.
+  // Checks the whole document. `notes`, if not null, gets a warning that counts and lists the objects that are
+  // referenced but cannot be read, and one for each fault of the page tree and of the form's list of fields.
   explicit ZPDFLosses(ZPDFParser& parser, ZDiagnostics* notes = nullptr);
-  // The same when the references are known already: `missing` is the result of ReferencedObjects().
+  // Makes the same checks when the references are known already: `missing` is the result of ReferencedObjects().
   ZPDFLosses(ZPDFParser& parser, PTableau<ZPDFObjectIdentifier> missing, ZDiagnostics* notes);
 
   // The identifiers that are referenced but cannot be read because of damage (see ZPDFParser::IsLost), in order.

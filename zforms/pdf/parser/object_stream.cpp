@@ -40,7 +40,7 @@ ZPDFObjectStream::ZPDFObjectStream(const ZPDFNodeStream& stream, size_t limit) {
 // Reads `count` pairs of an object's number and its offset relative to `first`.
 void ZPDFObjectStream::ReadHeader(size_t count, size_t first) {
   std::string_view header = text_.View().substr(0, first);
-  // A pair takes at least four bytes, the last one three.
+  // Reserves no more than the header can contain: a pair takes at least four bytes, the last one three.
   parts_.reserve(std::min(count, header.size() / 4 + 1));
   Part part{};
   uint32_t offset = 0;

@@ -22,12 +22,12 @@ class ZPDFObjectStream {
     size_t end;
   };
 
-  // Decodes the stream, up to `limit` bytes. A damaged stream keeps the objects that can be read, and Fault() tells
-  // what is wrong.
+  // Decodes the stream, up to `limit` bytes. Of a damaged stream, the objects that can be read are kept, and Fault()
+  // says what is wrong.
   ZPDFObjectStream(const ZPDFNodeStream& stream, size_t limit);
 
   const Chaine& Text() const { return text_; }
-  // Empty without a fault.
+  // What is wrong with the stream; empty when nothing is.
   const Chaine& Fault() const { return fault_; }
   // True when the data could not be decoded completely, so that any object may be damaged.
   bool IsDamaged() const { return damaged_; }
@@ -35,9 +35,9 @@ class ZPDFObjectStream {
   size_t Decoded() const { return decoded_; }
   // The number of the stream that this one extends, 0 for none.
   uint32_t Extends() const { return extends_; }
-  // In number order; parts do not overlap.
+  // The objects in number order; parts do not overlap.
   const std::vector<Part>& Parts() const { return parts_; }
-  // Null when the stream does not have the object.
+  // The part of the object with this number; null when the stream does not contain it.
   const Part* Find(uint32_t number);
 
  private:

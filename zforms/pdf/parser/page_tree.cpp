@@ -16,7 +16,7 @@
 namespace zforms {
 namespace {
 
-// Fields, name trees and number trees have "/Kids" too.
+// Fields, name trees and number trees have "/Kids" too. These keys distinguish them from nodes of the page tree.
 constexpr const char* kKeysOfOtherTrees[] = {"/T", "/FT", "/Limits", "/Names", "/Nums"};
 
 // "/Count" of a node; nothing when it is not a number.

@@ -12,26 +12,27 @@ class ZPDFNode;
 class ZPDFNodeDictionary;
 class ZPDFParser;
 
-// The page tree of a document (ISO 32000-1 7.7.3.2), walked once. Below a node, what is
-// no page, what was met before and what is nested too deep counts as a fault. A wrong
-// "/Type" or "/Count" is odd.
+// The page tree of a document (ISO 32000-1 7.7.3.2); the constructor walks it once. Faults are: a root that cannot be
+// read or has a parent node, a kid that is neither a page nor a node, a page or node that occurs twice, and nesting
+// that is too deep. The tree is odd when it has a fault or a wrong "/Type" or "/Count".
 class ZPDFPageTree {
  public:
   // Walks the tree of that catalog. `notes`, if not null, gets a warning for each fault.
   explicit ZPDFPageTree(const ZPDFNodeDictionary& catalog, ZDiagnostics* notes = nullptr);
 
   uint32_t PageCount() const { return page_count_; }
-  // Whether pages may be missing: there is a fault, or "/Count" of the root states more.
+  // Whether pages may be missing: there is a fault, or "/Count" of the root states more pages than were found.
   bool LacksPages() const { return lacks_pages_; }
-  // Whether that is so, or "/Count" of the root states fewer, which hides pages from readers.
+  // Whether pages may be missing, or "/Count" of the root states fewer pages than were found, which hides pages from
+  // readers.
   bool IsDamaged() const { return lacks_pages_ || hides_pages_; }
-  // Whether anything is wrong.
+  // Whether the tree is odd: it has a fault, or a wrong "/Type" or "/Count".
   bool IsOdd() const { return odd_; }
   // True when the tree reaches that node or page.
   bool LeadsTo(const ZPDFNodeDictionary* node) const { return met_.contains(node); }
 
-  // Whether a kid of `parent` may be a page, whether the dictionary is a node with kids,
-  // and whether such a node has another one as its parent.
+  // Whether the dictionary, a kid of `parent`, may be a page; whether it is a node with kids; and whether the parent of
+  // this node is another node.
   static bool IsPage(const ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& parent);
   static bool IsNode(const ZPDFNodeDictionary& dictionary);
   static bool IsBelowAnother(const ZPDFNodeDictionary& node);
@@ -52,10 +53,10 @@ class ZPDFPageTree {
   bool odd_ = false;
 };
 
-// Mends an odd tree: faulty kids go, and each page of the document to which it does
-// not lead comes below the node that is its "/Parent", else below the root. "/Type" and
-// "/Count" are corrected. Returns whether anything changed, and says what in `notes`.
-// Sets `lost_pages` when fewer pages came into the tree than kids that were no node went.
+// Repairs an odd tree: removes faulty kids, and adds each page of the document that the tree does not reach, below the
+// node that is its "/Parent", else below the root. Corrects "/Type" and "/Count". Returns whether anything changed, and
+// names the changes in `notes`. Sets `lost_pages` when more kids that may have been pages were removed than pages were
+// added, or when kids were removed and "/Count" of the root stated more pages than there are.
 bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes, bool* lost_pages);
 
 }  // namespace zforms

@@ -14,16 +14,16 @@
 namespace zforms {
 namespace {
 
-// Visits the tree in the order of ZPDFPageTree's walk, so that it keeps the same nodes.
+// Repairs the tree in the order of ZPDFPageTree's walk, so that it keeps the same nodes.
 class Repair {
  public:
-  // Pages to which the tree does not lead are looked for where it lacks some: others may
-  // have been removed in order.
+  // Looks for pages that the tree does not reach only when the tree lacks pages: otherwise they may have been removed
+  // on purpose.
   Repair(ZPDFParser& parser, const ZPDFPageTree& tree) : parser_(parser) {
     if (tree.LacksPages()) FindOrphans(tree);
   }
 
-  // True when there is a tree, or something from which one can be made.
+  // True when there is a tree, or there are pages or nodes from which a tree can be made.
   bool HasTree() const {
     const ZPDFNodeDictionary* const root = StoredRoot();
     return !orphans_.empty() || (root != nullptr && ZPDFPageTree::IsNode(*root));
@@ -53,7 +53,7 @@ class Repair {
     return type == "/Page" || (type == "/Pages" && ZPDFPageTree::IsNode(dictionary));
   }
 
-  // Finds the pages and nodes that the tree does not reach, by their parents.
+  // Finds the pages and nodes that the tree does not reach, and groups them by "/Parent".
   void FindOrphans(const ZPDFPageTree& tree) {
     std::vector<ZPDFObjectIdentifier> ids;
     for (const ZPDFObjectLocation& location : parser_.ObjectLocations()) {
@@ -151,7 +151,7 @@ class Repair {
     return true;
   }
 
-  // Appends everything that has no parent in the tree to the root, nodes before single pages.
+  // Appends to the root the pages and nodes that were not added below their parents, nodes before single pages.
   uint32_t AdoptRest(ZPDFNodeDictionary& root) {
     uint32_t count = 0;
     auto* const kids = NodeCast<ZPDFNodeArray>(root.GetTarget("/Kids"));
@@ -179,9 +179,9 @@ class Repair {
   Objects orphans_;
   std::map<const ZPDFNodeDictionary*, Objects> by_parent_;
   std::unordered_set<const ZPDFNodeDictionary*> met_;
-  uint32_t dropped_ = 0;      // elements of "/Kids" that are neither nodes nor null; each may have been a page
-  bool has_dropped_ = false;  // an element of "/Kids" is not a node
-  uint32_t adopted_ = 0;      // pages
+  uint32_t dropped_ = 0;      // removed kids that are neither nodes nor null; each may have been a page
+  bool has_dropped_ = false;  // true when a kid that is not a node was removed
+  uint32_t adopted_ = 0;      // the number of pages that were added
   bool lost_pages_ = false;
 };
 

@@ -26,20 +26,21 @@ constexpr const char* kNoHeader = "not a PDF file: it does not begin with \"%PDF
 constexpr uint32_t kFirstNumberOfEmptyDocument = 1000;
 // Loading objects may read at most this multiple of the file's size; in an undamaged file objects do not overlap.
 constexpr uint64_t kSearchesOfWholeFile = 8;
-// After that budget is used up, at most this much is read for an object.
+// After this budget is used up, at most this many bytes are read for an object.
 constexpr size_t kShortSearch = 4096;
-// The deepest chain of objects that need each other for loading, for example a stream its "/Length".
+// The longest chain of objects that need each other for loading, such as a stream and its "/Length".
 constexpr int kMaxLoading = 16;
 
-// The limit for all decoded cross-reference and object streams: this many bytes plus a multiple of the file's size.
+// The limit for all decoded cross-reference and object streams: this many bytes plus a multiple of the file's size, up
+// to the maximum below.
 constexpr uint64_t kDecodedBase = 8 << 20;
 constexpr uint64_t kDecodedOfFile = 64;
 constexpr uint64_t kMostDecoded = 512 << 20;
 
-// How much of a header without a version a message shows.
+// A message shows at most this many bytes of a header without a version.
 constexpr size_t kShownHeader = 20;
 
-// Skips the line at `at` with its line end.
+// The position after the line at `at` and the line ends that follow it.
 size_t SkipLine(std::string_view text, size_t at) {
   while (at < text.size() && !Is(text[at], kLineEnd)) at++;
   while (at < text.size() && Is(text[at], kLineEnd)) at++;
@@ -50,8 +51,8 @@ ZPDFNodeDictionary* TargetDictionary(ZPDFNodeDictionary* owner, std::string_view
   return owner == nullptr ? nullptr : NodeCast<ZPDFNodeDictionary>(owner->GetTarget(key));
 }
 
-// The values of an encryption dictionary are not encrypted, even as indirect objects: they are loaded before there is a
-// security handler.
+// Loads the values of an encryption dictionary before there is a security handler: they are not encrypted, even as
+// indirect objects.
 void LoadValues(ZPDFNodeDictionary& dictionary) {
   for (size_t i = 0; i < dictionary.Size(); i++) {
     if (ZPDFNode* value = dictionary.ValueAt(i)) value->GetTarget();
@@ -203,7 +204,7 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
   if (loading_ >= kMaxLoading) return nullptr;
   location->requested = true;
   loading_++;
-  // Loading resolves references, but adds no location, so the record keeps its address.
+  // Loading resolves references, but adds no location, so `location` stays valid.
   location->object = location->packed ? LoadPacked(id, location->offset) : LoadObject(id, location->offset);
   loading_--;
   return location->object;
@@ -227,7 +228,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   if (offset == 0)
     diagnostics_.WarnObject(id.Number(), id.Generation(),
                             "the cross-reference table gives this object the offset 0, where the file begins");
-  // Recovery settles which of two generations is meant.
+  // After a recovery the header may have another generation: recovery has chosen between the two.
   if (has_number && (head->id == id || file_.recovered)) {
     if (!head->is_sound) text.Warn("other text follows \"obj\" without a blank");
     // A cross-reference stream is not encrypted.

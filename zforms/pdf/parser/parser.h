@@ -26,10 +26,10 @@ class ZPDFNodeDictionary;
 class ZPDFNodeIndirectReference;
 class ZPDFObjectStream;
 
-// ZPDFParser opens a PDF file, which it keeps in memory once or maps, and loads its objects when they are first
-// requested. It owns every object that it loaded or added; nodes become invalid when it reads another file or is
-// destroyed. Copies share the bytes of the file and own clones of the loaded objects, including edits. One parser, with
-// all its nodes, is used by one thread at a time.
+// ZPDFParser opens a PDF file, which it reads into memory or maps, and loads its objects when they are first requested.
+// It owns every object that it loaded or added; nodes become invalid when it reads another file or is destroyed. Copies
+// share the bytes of the file and own clones of the loaded objects, including edits. One parser, with all its nodes, is
+// used by one thread at a time.
 //
 // Reads files with cross-reference tables, cross-reference streams or both (ISO 32000-1 7.5.4, 7.5.8), and objects in
 // object streams (7.5.7).
@@ -59,9 +59,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   static ReadLimits InputLimits(bool recover);
 
   // Sets whether the next read recovers a damaged file. Records that do not point to their object are corrected by a
-  // scan of the file. Tables are rebuilt from the scan, with the newest complete version of each object, when they
-  // cannot be read, contain any fault, lead to no catalog, or do not list objects at the end. Diagnostics() describe
-  // what was done.
+  // scan of the file. The tables are rebuilt from the scan, with the newest complete version of each object, when they
+  // cannot be read, contain any fault, lead to no catalog, or do not list objects at the end of the file. Diagnostics()
+  // describes what was done.
   void SetRecovery(bool recover) { recovery_ = recover; }
   bool Recovers() const { return recovery_; }
   // Sets whether Read maps large files into memory instead of reading them: see MapFile.
@@ -69,14 +69,14 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // Sets which encrypted documents the next read opens: kRC4Only at first.
   void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   ZPDFEncryptions Encryptions() const { return encryptions_; }
-  // True when the file was recovered. Then no update can be appended to it; it must be saved in full. RawData() then
+  // True when the file was recovered. Then no update can be appended to it: it must be saved in full. RawData() then
   // begins with the header: bytes before the header are removed, and a file without a header gets that of PDF 1.4.
   bool IsRecovered() const { return file_.recovered; }
   // True when recovery found fewer pages than the page tree should have.
   bool HasLostPages() const { return file_.lost_pages; }
 
-  // Adds an empty object, numbered above all others (1000 in an empty document) and marked as modified; keeps "/Size"
-  // of the trailer above it. Set its value with SetChild. Owned by the parser.
+  // Adds an empty object, marked as modified. Its number is higher than all others (1000 in an empty document), and
+  // "/Size" of the trailer is kept above it. Set the value with SetChild. Owned by the parser.
   ZPDFNodeIndirectObject* AddIndirectObject();
 
   // The newest trailer; null before a successful read.
@@ -103,7 +103,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   const ZPDFEncryption* Encryption() const { return encryption_.get(); }
   const Chaine& UserPassword() const { return user_password_; }
 
-  // The loaded objects with a marked node, in identifier order.
+  // The loaded objects that are modified, in identifier order.
   PTableau<const ZPDFNodeIndirectObject*> ModifiedObjects() const;
   void ResetModifiedObjects();
   // Adds every object that can be reached from the trailer.
@@ -117,7 +117,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   uint32_t XRefOffset() const { return file_.xref_offset; }
   const Chaine& RawData() const { return raw_data_; }
   const Chaine& PathName() const { return path_name_; }
-  // Why the last read failed, and warnings, to which loading objects adds more.
+  // Why the last read failed, and the warnings. Loading objects adds more warnings.
   const ZDiagnostics& Diagnostics() const { return diagnostics_; }
 
   // Facts about the structure of the file, for tools that report them.
@@ -131,23 +131,25 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   uint32_t FreeNumber() const;
   void TakeNumber(uint32_t number);
   bool IsLinearized() const { return file_.linearized; }
-  // True when the absence of an object with that identifier is a fault: it is not where its record says; no record has
-  // its number; its generation is higher than the record's; or its record says free, although the tables have faults or
-  // the record points to the object. A reference to an object that was freed correctly means null (ISO 32000-1 7.3.10).
+  // True when it is a fault that there is no object with this identifier. It is one when the object is not where its
+  // record says; no record has the number; the generation is higher than the record's; or the record says free,
+  // although the tables have faults or the record points to the object. A reference to an object that was freed
+  // correctly means null (ISO 32000-1 7.3.10).
   bool IsLost(const ZPDFObjectIdentifier& id) const;
-  // The number of complete but unlisted objects after the last "startxref": the rest of a later revision whose end was
-  // lost. Scans that part of the file.
+  // The number of complete objects after the last "startxref" that no table lists: they belong to a later revision
+  // whose end was lost. Scans that part of the file.
   size_t UnlistedAtEnd() const;
   const ZPDFLocations& ObjectLocations() const { return locations_; }
 
-  // Renumbers the objects: those in the list get 1 and up, in its order; all others, including targets of dangling
-  // references, get the numbers after them; generations become 0. Objects that are not loaded cannot be loaded until
-  // Rebase. Returns the old identifiers in the order of the new ones; TakeBack undoes the change with them.
+  // Renumbers the objects. Those in the list get the numbers from 1 on, in the order of the list; all others, including
+  // targets of dangling references, get the numbers after them. Generations become 0. Objects that are not loaded
+  // cannot be loaded until Rebase. Returns the old identifiers in the order of the new ones; TakeBack undoes the change
+  // with them.
   PTableau<ZPDFObjectIdentifier> Renumber(const PTableau<ZPDFObjectIdentifier>& first);
   void TakeBack(const PTableau<ZPDFObjectIdentifier>& former);
   // Call it after the document was saved in full as `raw_data`. Objects are then at `offsets`, which are in identifier
-  // order (objects not listed are gone), and encrypted by a copy of `encryption` (null: not encrypted); the trailer
-  // describes the new file. Loaded objects are kept.
+  // order and list every object of the file, and are encrypted by a copy of `encryption` (null: not encrypted). The
+  // trailer describes the new file. Loaded objects are kept.
   void Rebase(const Chaine& raw_data, uint32_t xref_offset,
               const PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>& offsets, const ZPDFEncryption* encryption);
 
@@ -170,9 +172,9 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
     bool recovered = false;
     bool lost_pages = false;
     std::set<uint32_t> xref_streams;
-    // The object streams that were decoded; each is decoded once. Object streams and cross-reference streams together
-    // may have 8 MB plus 64 times the file's size, at most 512 MB, so that a small file cannot use much memory. See
-    // stream_filters.h for the limit of one stream.
+    // The object streams that were decoded, by number; each is decoded once. The decoded bytes of all object streams
+    // and cross-reference streams together are limited to 8 MB plus 64 times the file's size, at most 512 MB, so that a
+    // small file cannot use much memory. See stream_filters.h for the limit of one stream.
     std::unordered_map<uint32_t, std::shared_ptr<ZPDFObjectStream>> object_streams;
     size_t decode_budget = 0;
     // How many more bytes may be read while loading, so that a file with damaged or overlapping objects costs at most a
@@ -217,8 +219,8 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   std::unique_ptr<ZPDFNodeDictionary> trailer_;
   std::unique_ptr<ZPDFEncryption> encryption_;
   ZDiagnostics diagnostics_;
-  ZDiagnostics packed_diagnostics_;  // of the packed object that is being loaded
-  int loading_ = 0;                  // how many objects are being loaded, each needed by the one before
+  ZDiagnostics packed_diagnostics_;  // the warnings about the packed object that is being loaded
+  int loading_ = 0;                  // how many objects are being loaded, each because the one before needs it
 };
 
 }  // namespace zforms

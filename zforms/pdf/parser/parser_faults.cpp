@@ -11,12 +11,13 @@
 namespace zforms {
 namespace {
 
-// The header of an object is at most this far after the offset in a correct table.
+// In a correct table, the header of an object is at most this many bytes after the offset.
 constexpr size_t kHeaderReach = 4096;
 
 }  // namespace
 
-// The generation in the object header at the place of the record; nothing when the header has another number.
+// The generation in the object header at the place of the record; nothing when there is no header with the record's
+// number.
 std::optional<uint32_t> ZPDFParser::GenerationAt(const ZPDFObjectLocation& location) const {
   if (location.packed || location.offset >= raw_data_.size()) return {};
   ZPDFTokenizedString text(SousChaine(raw_data_, location.offset, kHeaderReach));
@@ -27,8 +28,8 @@ std::optional<uint32_t> ZPDFParser::GenerationAt(const ZPDFObjectLocation& locat
   return head->id.Generation();
 }
 
-// References and the object's header agree, and the record alone has another generation:
-// the object is what they mean.
+// Corrects the generation of a record when the reference and the object's header agree on another one. Returns whether
+// it did.
 bool ZPDFParser::TakesGeneration(ZPDFObjectLocation& location, const ZPDFObjectIdentifier& id) {
   if (!location.in_use || location.object != nullptr || GenerationAt(location) != id.Generation()) return false;
   if (!location.requested) WarnOfGeneration(location.id, id.Generation());
@@ -55,7 +56,8 @@ size_t ZPDFParser::UnlistedAtEnd() const {
       }));
 }
 
-// A free record that points to its object is wrong: records of deleted objects contain the next free number.
+// Whether a record contradicts the file: it is in use but does not point to its object, or it is free but points to
+// one. A correct free record contains the next free number in place of an offset.
 bool ZPDFParser::IsWrong(const ZPDFObjectLocation& location) const {
   if (location.packed || location.object != nullptr || !MayBeInUse(location.id)) return false;
   return location.in_use != LeadsToObject(location);

@@ -54,7 +54,7 @@ ZPDFNodeIndirectObject* ZPDFParser::BuildPacked(const ZPDFObjectIdentifier& id, 
   text.SetDiagnostics(&packed_diagnostics_);
   ZPDFNodeIndirectObject* object = ZPDFNodeIndirectObject::BuildPacked(text, id, this, encryption_.get());
   if (packed_diagnostics_.Warnings().Size() > 0) {
-    // Their offsets are in the stream, not in the file.
+    // Drops the offsets of the warnings, because they are offsets in the stream, not in the file.
     for (ZDiagnostics::Warning warning : packed_diagnostics_.Warnings()) {
       warning.offset = ZDiagnostics::kNoOffset;
       diagnostics_.Warn(warning);

@@ -11,14 +11,14 @@
 
 namespace zforms {
 
-// Every reference in loaded objects, each once.
+// Every reference in the trailer and in loaded objects, each once.
 std::vector<ZPDFNodeIndirectReference*> ZPDFParser::LoadedReferences() const {
   std::vector<const ZPDFNodeIndirectReference*> found;
   if (trailer_ != nullptr) ZPDFReferenceWalk::Collect(*trailer_, &found);
   for (const ZPDFObjectLocation& location : locations_) {
     if (location.object != nullptr) ZPDFReferenceWalk::Collect(*location.object, &found);
   }
-  // Nodes may share their children.
+  // Removes repeated references: nodes may share their children.
   std::sort(found.begin(), found.end());
   found.erase(std::unique(found.begin(), found.end()), found.end());
   std::vector<ZPDFNodeIndirectReference*> references;

@@ -8,8 +8,8 @@
 
 namespace zforms {
 
-// The layout of the samples before a predictor replaced them by differences (ISO 32000-1 7.4.4.4). The defaults are
-// those for absent entries.
+// The layout of the samples that a predictor replaced by differences (ISO 32000-1 7.4.4.4). The defaults are the values
+// of absent entries.
 struct ZPDFPredictor {
   uint32_t predictor = 1;  // 1 none, 2 TIFF, 10 to 15 PNG
   uint32_t colors = 1;
@@ -17,8 +17,8 @@ struct ZPDFPredictor {
   uint32_t columns = 1;
 };
 
-// Restores the samples from the differences; an incomplete last row stays incomplete. Empty when the layout is invalid,
-// or a PNG row has an unknown filter.
+// Restores the samples from the differences; an incomplete last row stays incomplete. Nothing when the layout is
+// invalid, or when a PNG row has an unknown filter.
 std::optional<Chaine> UndoPredictor(const ZPDFPredictor& layout, const Chaine& data);
 
 }  // namespace zforms

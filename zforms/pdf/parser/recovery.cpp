@@ -21,14 +21,14 @@
 namespace zforms {
 namespace {
 
-// The most trailers that are read, the newest first: each may reach to the end of the file.
+// At most this many trailers are read, the newest first, because reading each of them may go to the end of the file.
 constexpr size_t kMostTrailers = 64;
 // The header used for a file without one.
 constexpr std::string_view kAssumedHeader = "%PDF-1.4\n";
 
 using Scanned = ZPDFFileScan::Object;
 
-// Visits the objects found, the newest first; an incomplete object comes last.
+// Visits the objects found, the newest first; an incomplete object is visited last.
 template <class Visit>
 void ForNewestFirst(const ZPDFFileScan& scan, Visit visit) {
   for (const bool whole : {true, false}) {
@@ -71,7 +71,7 @@ ZPDFRecovery::~ZPDFRecovery() = default;
 
 bool ZPDFRecovery::Run(bool analyzed) {
   if (parser_.raw_data_.size() > UINT32_MAX) return false;
-  // Without the right password, damage cannot be determined.
+  // Without the right password, damage cannot be found.
   if (analyzed && !parser_.CanBeDecrypted()) return true;
   const bool readable = analyzed && parser_.Root() != nullptr;
   if (const Chaine damage = Damage(analyzed); !damage.IsEmpty()) {
@@ -80,7 +80,7 @@ bool ZPDFRecovery::Run(bool analyzed) {
       return true;
     }
     if (!readable) return false;
-    // The faulty tables lead to more than a scan finds, so they are kept.
+    // The tables cannot be rebuilt. Reads the faulty ones again, because they lead to a catalog.
     parser_.Clean();
     parser_.diagnostics_.Clear();
     if (!parser_.Analyze()) return false;
@@ -101,8 +101,8 @@ Chaine ZPDFRecovery::Damage(bool analyzed) const {
          " its last cross-reference section";
 }
 
-// A record and the object header at its place have the same number but different generations. The lower one is used:
-// nearly all generations are 0, and damage to a 0 makes it higher.
+// Corrects a record when the object header at its place has the same number but another generation. Uses the lower
+// generation: nearly all generations are 0, and damage to a 0 makes it higher. Returns whether there was such a header.
 bool ZPDFRecovery::SettleGeneration(ZPDFObjectLocation& location) {
   const std::optional<uint32_t> generation = location.in_use ? parser_.GenerationAt(location) : std::nullopt;
   if (!generation) return false;
@@ -114,7 +114,8 @@ bool ZPDFRecovery::SettleGeneration(ZPDFObjectLocation& location) {
   return true;
 }
 
-// Corrects records that do not point to their object: they then point to the newest object of that number in the file.
+// Corrects records that do not point to their object: makes them point to the newest object with that number and
+// generation in the file.
 void ZPDFRecovery::RepairLocations() {
   std::map<ZPDFObjectIdentifier, ZPDFObjectLocation*> wrong;
   for (ZPDFObjectLocation& location : parser_.locations_) {
@@ -134,7 +135,8 @@ void ZPDFRecovery::RepairLocations() {
   });
   if (repaired == 0) return;
   parser_.file_.recovered = true;
-  // Objects in streams that were missing before can be found now.
+  // Object streams that were missing before may be found now, so objects in them are loaded when they are next
+  // requested.
   std::erase_if(parser_.file_.object_streams, [](const auto& stream) { return stream.second == nullptr; });
   for (ZPDFObjectLocation& location : parser_.locations_) {
     if (location.packed && location.object == nullptr) location.requested = false;
@@ -170,7 +172,8 @@ bool ZPDFRecovery::Rebuild(const Chaine& reason) {
   return true;
 }
 
-// Makes the file begin with a header. A header after objects does not belong to the file.
+// Makes the file begin with a header: removes the bytes before it, or adds one. A header after objects does not belong
+// to the file.
 bool ZPDFRecovery::SettleHeader(const Chaine& reason, Chaine* said) {
   const std::string_view file = parser_.raw_data_;
   const size_t header = file.find("%PDF-");
@@ -187,7 +190,7 @@ bool ZPDFRecovery::SettleHeader(const Chaine& reason, Chaine* said) {
 }
 
 void ZPDFRecovery::FindTrailers() {
-  std::map<uint32_t, bool> places;  // possible offsets of trailers, and whether in a stream
+  std::map<uint32_t, bool> places;  // possible offsets of trailers, and whether each is in a stream
   for (const uint32_t offset : scan_.trailers) places[offset] = false;
   for (const Scanned& object : scan_.objects) {
     if (object.names_xref_stream) places[object.offset] = true;
@@ -237,7 +240,7 @@ bool ZPDFRecovery::IsBehindSections(const ZPDFObjectLocation& location) const {
   return holder != nullptr && IsBehindSections(holder->offset);
 }
 
-// Adds the objects that the scan found, and those that it missed but a table points to correctly.
+// Adds the objects that the scan found, and objects that the scan missed but a table points to correctly.
 void ZPDFRecovery::AddFound(const ZPDFLocations& listed) {
   const auto add_found = [this](bool are_behind) {
     ForNewestFirst(scan_, [this, are_behind](const Scanned& found) {
@@ -261,7 +264,7 @@ void ZPDFRecovery::AddFound(const ZPDFLocations& listed) {
   parser_.locations_.Settle();
 }
 
-// Takes the newest trailer that names a catalog, and entries that only older ones have.
+// Makes one trailer of all that were found: each entry comes from the newest trailer that has it.
 void ZPDFRecovery::MergeTrailers() {
   parser_.trailer_ = std::make_unique<ZPDFNodeDictionary>(&parser_);
   for (const Trailer& trailer : trailers_) {
@@ -275,7 +278,7 @@ void ZPDFRecovery::MergeTrailers() {
   if (!parser_.trailer_->Exist("/Root") && !parser_.trailer_->Exist("/Encrypt")) FindEncryption();
 }
 
-// Without a trailer, encrypted data must not be read as plain data.
+// Looks for the encryption dictionary of a file without a trailer, so that encrypted data are not read as plain data.
 void ZPDFRecovery::FindEncryption() {
   for (size_t i = scan_.objects.size(); i-- > 0;) {
     const Scanned& object = scan_.objects[i];
@@ -285,10 +288,10 @@ void ZPDFRecovery::FindEncryption() {
   }
 }
 
-// Adds the objects in object streams, of each the version that the sections list, else the newest by file order.
-// Objects of a damaged stream are added last.
+// Adds the objects in object streams. When an object has several versions, uses the one that the sections list, or else
+// the newest by file order. An object in a damaged stream is used only when there is no other version.
 void ZPDFRecovery::AddPackedObjects() {
-  std::map<uint32_t, uint32_t> added, doubtful, confirmed;  // object number to stream number
+  std::map<uint32_t, uint32_t> added, doubtful, confirmed;  // from object number to the number of the object stream
   for (const Scanned& scanned : scan_.objects) {
     if (!scanned.names_object_stream) continue;
     const uint32_t number = scanned.id.Number();
@@ -323,7 +326,7 @@ void ZPDFRecovery::AddPackedObjects() {
   }
 }
 
-// Whether an object of the file is older than what this object stream contains.
+// Whether the object at the location is older than the objects in this object stream.
 bool ZPDFRecovery::IsOlder(const ZPDFObjectLocation& location, const Scanned& stream) const {
   if (scan_.IsCutAt(location.offset)) return true;
   const ZPDFObjectLocation* const listed = sections_.Find(location.id.Number());
@@ -331,7 +334,7 @@ bool ZPDFRecovery::IsOlder(const ZPDFObjectLocation& location, const Scanned& st
   return is_listed ? IsBehindSections(stream.offset) : location.offset < stream.offset;
 }
 
-// Finds the newest catalog among the objects, for a file without a trailer that names it.
+// Finds the newest catalog among the objects, and makes the trailer refer to it.
 void ZPDFRecovery::FindCatalog() {
   std::vector<ZPDFObjectIdentifier> candidates;
   for (const Scanned& scanned : scan_.objects) {

@@ -13,8 +13,8 @@ namespace zforms {
 class ZPDFNodeDictionary;
 class ZPDFParser;
 
-// Recovers a damaged file for its parser, which lives longer: corrects records that do not point to their object, or
-// rebuilds the locations and the trailer from a scan of the file, and mends the page tree. Used once, right after the
+// Recovers a damaged file for its parser, which must outlive it: corrects records that do not point to their object, or
+// rebuilds the locations and the trailer from a scan of the file, and repairs the page tree. Used once, right after the
 // parser has analyzed the file.
 class ZPDFRecovery {
  public:
@@ -26,7 +26,7 @@ class ZPDFRecovery {
   bool Run(bool analyzed);
 
  private:
-  // A trailer that the scan found: behind the word "trailer", or in a cross-reference stream.
+  // A trailer that the scan found: after the word "trailer", or in a cross-reference stream.
   struct Trailer {
     uint32_t offset;
     bool in_stream;
@@ -51,12 +51,12 @@ class ZPDFRecovery {
   bool SettleGeneration(ZPDFObjectLocation& location);
 
   ZPDFParser& parser_;
-  ZPDFFileScan scan_;              // once the file was scanned
-  std::vector<Trailer> trailers_;  // the newest first, by file order
-  // The records of the newest cross-reference section that can be read, and of those that it leads to. They say which
-  // of several versions of an object is the newest: some writers put older ones behind it.
+  ZPDFFileScan scan_;              // empty until the file is scanned
+  std::vector<Trailer> trailers_;  // in file order, the last one first
+  // The records of the newest cross-reference section that can be read, and of those that it leads to. They decide
+  // which of several versions of an object is the newest, because some writers put older versions later in the file.
   ZPDFLocations sections_;
-  uint32_t last_section_ = 0;  // where the last section begins; objects behind it are newer than all records
+  uint32_t last_section_ = 0;  // where the last section in the file begins; objects after it are newer than all records
 };
 
 }  // namespace zforms

@@ -12,7 +12,7 @@
 
 namespace zforms {
 
-// Parses the first object without recording it: in an encrypted or updated file it may be any object.
+// Parses the first object, but does not keep it: it may be any object, encrypted or replaced by an update.
 uint32_t ZPDFSectionChain::FindLinearized(size_t start) {
   ZPDFTokenizedString text(SousChaine(parser_.raw_data_, start, parser_.raw_data_.size() - start));
   text.SetDocument();
@@ -70,7 +70,8 @@ uint32_t ZPDFSectionChain::PreviousSection(const ZPDFNodeDictionary& trailer, ui
   return 0;
 }
 
-// Reads the section at `offset`, of either kind, including the part of a hybrid file that readers of tables ignore.
+// Reads the section at `offset`, a table or a stream. For the table of a hybrid file, also reads the stream to which
+// "/XRefStm" refers.
 std::unique_ptr<ZPDFNodeDictionary> ZPDFSectionChain::ReadSection(const ZPDFTokenizedString& file, uint32_t offset,
                                                                   Chaine* reason) {
   sections_.insert(offset);
@@ -95,8 +96,8 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFSectionChain::ReadXrefStream(const ZPDFT
   return trailer;
 }
 
-// Adds the objects that only newer readers see. They take precedence over older sections, and over the free entries
-// that hide them (ISO 32000-1 7.5.8.4).
+// Adds the objects of a hybrid file that only readers of cross-reference streams see. They take precedence over older
+// sections, and over the free entries that hide them (ISO 32000-1 7.5.8.4).
 void ZPDFSectionChain::ReadHybridPart(const ZPDFTokenizedString& file, const ZPDFNodeDictionary& trailer,
                                       size_t first_record) {
   const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));

@@ -12,17 +12,17 @@ class ZPDFNodeDictionary;
 class ZPDFParser;
 class ZPDFTokenizedString;
 
-// Reads the chain of cross-reference sections of a file into the locations and the trailer of its parser, which lives
-// longer. Used once for a file.
+// Reads the chain of cross-reference sections of a file into the locations and the trailer of its parser, which must
+// outlive it. Used once for a file.
 class ZPDFSectionChain {
  public:
   explicit ZPDFSectionChain(ZPDFParser& parser) : parser_(parser) {}
 
-  // The offset of the first page's section when the object at or after `start` is the linearization dictionary of the
-  // whole file (ISO 32000-1 annex F), otherwise 0.
+  // The offset of the cross-reference section of the first page, when the object at or after `start` is the
+  // linearization dictionary of the whole file (ISO 32000-1 annex F); otherwise 0.
   uint32_t FindLinearized(size_t start);
-  // Reads the section at `offset` and all older ones. False, with a reason in the parser's diagnostics, when the first
-  // one cannot be read; a fault further back is a warning.
+  // Reads the section at `offset` and all older ones. False, with a reason in the parser's diagnostics, when the
+  // section at `offset` cannot be read; a fault in an older one gives a warning.
   bool Read(uint32_t offset);
 
  private:

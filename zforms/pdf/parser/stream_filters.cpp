@@ -25,7 +25,7 @@ constexpr std::string_view kDamaged = "its compressed data is damaged";
 constexpr size_t kShownName = 40;
 constexpr std::string_view kNoFilterName = "its filter is not a name";
 constexpr size_t kFirstPiece = 4096;
-// How much is decoded directly, before the whole length is measured.
+// From this many decoded bytes on, the remaining length is measured before memory is allocated for it.
 constexpr size_t kUnmeasured = 16 << 20;
 // A stream with more filters is refused.
 constexpr size_t kMostFilters = 8;
@@ -53,12 +53,12 @@ class Inflater {
         piece = Measure(allowed);
         if (piece > allowed) return {false, {}, kTooLarge, limit};
       }
-      // Allows one byte more than the limit, to tell data that are too long from data that fit exactly.
+      // Allows one byte more than the limit, to distinguish data that are too long from data that fit exactly.
       status = Piece(&result.data, std::min(piece, allowed) + 1);
       if (result.data.size() > limit) return {false, {}, kTooLarge, limit};
     }
     result.produced = result.data.size();
-    // The data before the damage are often complete.
+    // Keeps the data before the damage: they are often complete.
     if (status != Z_STREAM_END) result.fault = kDamaged;
     result.usable = status == Z_STREAM_END || !result.data.IsEmpty();
     return result;
@@ -115,7 +115,7 @@ ZPDFPredictor PredictorOf(const ZPDFNodeDictionary* parameters) {
   return layout;
 }
 
-// Nothing for a filter that needs more than its bytes.
+// Undoes one of the filters in byte_filters.h; nothing for another filter.
 std::optional<ZPDFDecodedStream> UndoByteFilter(std::string_view name, const Chaine& data, size_t limit) {
   std::optional<Chaine> undone;
   if (name == "/ASCIIHexDecode") {

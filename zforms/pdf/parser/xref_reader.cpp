@@ -16,7 +16,7 @@ namespace zforms {
 namespace {
 
 constexpr std::string_view kTrailer = "trailer";
-constexpr size_t kEntrySize = 20;  // with the line end
+constexpr size_t kEntrySize = 20;  // the size of an entry in bytes, with its line end
 
 size_t SkipWhites(std::string_view text, size_t at) {
   while (at < text.size() && Is(text[at], kBlank)) at++;
@@ -42,8 +42,8 @@ Fields Split(std::string_view line) {
   }
 }
 
-// The value of eight characters, the first in the lowest byte; false when one is no digit. All are added up at once:
-// pairs of digits, then pairs of these, then both halves.
+// Reads the value of eight digits, the first in the lowest byte; false when a character is no digit. Adds all digits at
+// once: pairs of digits, then pairs of these sums, then both halves.
 bool ReadEightDigits(uint64_t text, uint32_t* value) {
   constexpr uint64_t kEach = 0x0101010101010101;
   uint64_t sums = text ^ (kEach * '0');
@@ -84,7 +84,8 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefReader::Read(size_t offset, IPDFObje
     reason_ = "the cross-reference section has no trailer";
     return nullptr;
   }
-  // The end of the trailer is the end of its dictionary: a string in it may contain any word.
+  // Reads the trailer to the end of its dictionary, not to "startxref": a string in the dictionary may contain any
+  // word.
   ZPDFTokenizedString trailer = file_.Part(offset + at_, file.size());
   trailer.TrimLeftComments();
   // The trailer is never encrypted.
@@ -144,7 +145,8 @@ bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
   if (!Is(entry[18], kBlank) || !Is(entry[19], kLineEnd)) return false;
   uint32_t high = 0;
   uint32_t generation = 0;
-  // The five digits of the generation follow two digits of the offset and a blank, which are replaced by zeros.
+  // The five digits of the generation are the last of eight bytes. The three bytes before them, two digits of the
+  // offset and a blank, are replaced by zeros.
   const uint64_t before = EightBytes("000\0\0\0\0");
   const uint64_t five = (EightBytes(&entry[8]) & ~uint64_t{0xFFFFFF}) | before;
   if (!ReadEightDigits(EightBytes(entry.data()), &high) || !ReadEightDigits(five, &generation)) return false;
@@ -192,7 +194,7 @@ ZPDFXrefReader::Line ZPDFXrefReader::AddEntry(std::string_view line, uint32_t nu
 
 void ZPDFXrefReader::Add(const ZPDFObjectIdentifier& id, uint32_t offset, bool in_use, ZPDFLocations& locations) const {
   const bool is_damaged = in_use && id.Number() != 0 && id.Generation() > UINT16_MAX;
-  // The header of the object tells the generation.
+  // A damaged generation is replaced by 0; the header of the object gives the real one.
   const ZPDFObjectIdentifier taken = is_damaged ? ZPDFObjectIdentifier(id.Number(), 0) : id;
   if (is_damaged) WarnObject(taken, "the entry in the cross-reference table has a generation above 65535");
   locations.AddOlder(taken, offset, in_use && MayBeInUse(taken));

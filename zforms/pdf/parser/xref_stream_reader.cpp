@@ -16,9 +16,10 @@
 namespace zforms {
 namespace {
 
-// The limit of ISO 32000-1 annex C; needed because compressed records are small.
+// At most this many records are read (ISO 32000-1 annex C). The limit is needed, because a small compressed stream may
+// contain very many records.
 constexpr size_t kMostRecords = 1 << 23;
-// The most bytes of a field of a record.
+// A field of a record has at most this many bytes.
 constexpr uint32_t kWidestField = 8;
 // The entries of the dictionary that describe the stream and its records, not the document.
 constexpr std::string_view kOwnEntries[] = {"/Type", "/Length", "/Filter", "/DecodeParms", "/F",           "/FFilter",
@@ -40,7 +41,7 @@ std::unique_ptr<ZPDFNodeDictionary> TrailerOf(const ZPDFNodeDictionary& dictiona
   return trailer;
 }
 
-// True for a direct number; references cannot be resolved while sections are read.
+// True for a direct number. A reference is not accepted: references cannot be resolved while sections are read.
 bool IsNumber(const ZPDFNode* node) { return NodeCast<ZPDFNodeNumeric>(node) != nullptr; }
 
 }  // namespace
@@ -62,7 +63,7 @@ std::unique_ptr<ZPDFNodeIndirectObject> ZPDFXrefStreamReader::ReadStream(size_t 
     reason_ = "no cross-reference stream at the stated offset";
     return nullptr;
   }
-  // Without an object provider: no reference can be resolved yet.
+  // Reads the stream without an object provider, because no reference can be resolved yet.
   std::unique_ptr<ZPDFNodeIndirectObject> object(ZPDFNodeIndirectObject::BuildFrom(text, head->id, nullptr, nullptr));
   scanned_ = text.Offset() - std::min(text.Offset(), offset) + text.SearchedInVain();
   const auto* stream = NodeCast<ZPDFNodeStream>(object->GetDirectAt(0));
@@ -146,7 +147,7 @@ void ZPDFXrefStreamReader::AddRecord(uint32_t number, std::string_view record, Z
     locations.AddOlderPacked(number, place32);
     return;
   }
-  // A record of an unknown type means null (ISO 32000-1 table 18).
+  // A record that is free or of an unknown type is not in use, so its object is null (ISO 32000-1 table 18).
   const auto generation = static_cast<uint32_t>(std::min<uint64_t>(third, UINT32_MAX));
   const ZPDFObjectIdentifier id(number, generation);
   locations.AddOlder(id, place32, type == kPlain && MayBeInUse(id));

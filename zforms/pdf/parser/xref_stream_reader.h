@@ -21,13 +21,13 @@ class ZPDFXrefStreamReader {
   // `file` is the whole file, `limit` the most bytes of the decoded records.
   ZPDFXrefStreamReader(const ZPDFTokenizedString& file, size_t limit) : file_(file), limit_(limit) {}
 
-  // True when an indirect object begins at `offset`; then no cross-reference table does.
+  // True when an indirect object begins at `offset`; a cross-reference table would begin with "xref".
   static bool StandsAt(const ZPDFTokenizedString& file, size_t offset);
 
   // Adds the stream's records to `locations` and returns its trailer without the entries about the stream itself. Null
   // when there is no such stream at `offset`, with the reason in Reason().
   std::unique_ptr<ZPDFNodeDictionary> Read(size_t offset, IPDFObjectProvider* provider, ZPDFLocations& locations);
-  // Reads the trailer only.
+  // Reads only the trailer, not the records.
   std::unique_ptr<ZPDFNodeDictionary> ReadTrailer(size_t offset, IPDFObjectProvider* provider);
   const Chaine& Reason() const { return reason_; }
   // The number of bytes of the file that the last Read examined, and the number of decoded bytes.

@@ -54,8 +54,8 @@ inline constexpr std::array<uint16_t, 256> kCharClasses = MakeCharClasses();
 
 constexpr bool Is(char c, CharClass kind) { return (internal::kCharClasses[static_cast<uint8_t>(c)] & kind) != 0; }
 
-// SkipClass returns the end of the run of characters of that class that starts at `at`; FindClass the first character
-// of that class.
+// SkipClass returns the end of the characters of that class that begin at `at`. FindClass returns the first character
+// of that class, or `end`.
 constexpr const char* SkipClass(const char* at, const char* end, CharClass kind) {
   while (at != end && Is(*at, kind)) at++;
   return at;

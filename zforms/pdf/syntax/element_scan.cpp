@@ -61,7 +61,7 @@ class ElementScan {
     if (comments_ != nullptr) comments_->emplace_back(start, at_);
   }
 
-  // A leaf element ends at `end`; at the outermost level it is the whole element.
+  // Ends an element without children at `end`. At the outermost level, it is the whole element.
   void EndLeaf(size_t end) {
     at_ = end;
     done_ = open_.empty();

@@ -12,7 +12,7 @@ namespace zforms {
 // ZPDFOutStream (ZPDFWriter::OutStream) is the output to which every PDF object writes its text. It appends to a Chaine
 // that its caller owns and takes care of the line layout: separators between tokens, line breaks before a line grows
 // past 254 columns, continuations inside long strings. It is used for one run of writing by one thread; the constructor
-// finds the column from the target.
+// takes the column from the end of the target.
 class ZFORMS_API ZPDFOutStream {
  public:
   explicit ZPDFOutStream(Chaine* target);
@@ -20,8 +20,8 @@ class ZFORMS_API ZPDFOutStream {
   ZPDFOutStream(const ZPDFOutStream&) = delete;
   ZPDFOutStream& operator=(const ZPDFOutStream&) = delete;
 
-  // Makes several writing steps fast: while it lives, room is reserved in the target, so that a step is only a store.
-  // When the outermost Run ends, the target is cut to the bytes written. Do not read the target before.
+  // Makes several writing steps fast: while it lives, free room in the target is reserved, so that a step only stores
+  // bytes. When the outermost Run ends, the target is shortened to the bytes written. Do not read the target before.
   class Run {
    public:
     explicit Run(ZPDFOutStream& out) : begun_(out.at_ == nullptr ? &out : nullptr) {
@@ -67,8 +67,8 @@ class ZFORMS_API ZPDFOutStream {
   void WriteChar(char c) { WriteToken({&c, 1}); }
   // Writes the number in decimal, as a token.
   void WriteNumber(uint32_t value);
-  // For text that the caller lays out itself, during a Run: Room gives the address of `count` free bytes at the end of
-  // the target, and Accept tells how many of them it wrote.
+  // Used during a Run for text whose lines the caller breaks. Room returns the address of at least `count` free bytes
+  // at the end of the target. Accept takes the number of bytes written there, and the new column.
   char* Room(size_t count) {
     if (static_cast<size_t>(limit_ - at_) < count) Extend(count);
     return at_;

@@ -164,7 +164,7 @@ size_t ZPDFTokenizedString::LastTokenLength() const {
   const int64_t special = ReverseFindSpecialChar(-1);
   if (special < 0) return GetLength();
   const size_t after = GetLength() - static_cast<size_t>(special) - 1;
-  // A special character that is a token itself ({ or }, stray blanks) is taken too, so that there is always progress.
+  // Takes also a special character that is a token itself ({ or }, stray blanks), so that there is always progress.
   return (*this)[static_cast<size_t>(special)] == '/' || after == 0 ? after + 1 : after;
 }
 

@@ -92,15 +92,15 @@ class ZFORMS_API ZPDFTokenizedString {
   // follows it.
   void TrimComments();
 
-  // The same steps without shared parts, for the node factories: the views are valid as long as the text.
+  // The same steps for the node classes, which need no shared parts: the views are valid as long as the text.
   std::string_view PeekLastToken() const;
   std::string_view TakeLastToken();
   std::string_view TakeFirstToken();
   std::string_view TakeFirst(size_t count);
   std::string_view TakeLast(size_t count);
-  // Removes the first complete element and returns it as a separate cursor. Only a reader that starts at the front can
-  // tell comments from strings: when the element contains comments, the cursor is over a copy in which they are
-  // replaced by blanks.
+  // Removes the first complete element and returns it as a separate cursor. When the element contains comments, the
+  // cursor is over a copy in which blanks replace them, because a reader that starts at the end cannot distinguish
+  // comments from strings.
   ZPDFTokenizedString TakeFirstElement(ScanStop stop);
   // Removes white space and comments at the front only.
   void TrimLeftComments();
@@ -109,7 +109,7 @@ class ZFORMS_API ZPDFTokenizedString {
   // A cursor over a part of this one, with the same diagnostics.
   ZPDFTokenizedString Part(size_t offset, size_t length) const;
 
-  // The deepest nesting of arrays and dictionaries that the node factories accept.
+  // The deepest nesting of arrays and dictionaries that is parsed.
   static constexpr int kMaxNesting = 500;
   bool EnterNesting() { return ++nesting_ <= kMaxNesting; }
   void LeaveNesting() { --nesting_; }
@@ -126,7 +126,7 @@ class ZFORMS_API ZPDFTokenizedString {
   bool IsDocument() const { return white_ == kBlank; }
   ZPDFNodePool* Pool() const { return pool_; }
 
-  // Where faults are reported, with the object that is being parsed; null by default.
+  // Sets where faults are reported, with the object that is being parsed; null, the default, reports none.
   void SetDiagnostics(ZDiagnostics* diagnostics) { diagnostics_ = diagnostics; }
   ZDiagnostics* Diagnostics() const { return diagnostics_; }
   void SetObject(uint32_t number, uint32_t generation);
@@ -146,9 +146,9 @@ class ZFORMS_API ZPDFTokenizedString {
   const char* base_;
   size_t begin_;
   size_t end_;
-  // A cache for searching comments: the range [clear_from_, clear_to_) contains no line end, "%" or ")", and one is
-  // just before it unless it reaches the front. So a line of a million numbers is searched once, not once for each
-  // token. Empty while nothing is known.
+  // A cache for searching comments: the range [clear_from_, clear_to_) contains no line end, "%" or ")", and one of
+  // these is just before it, unless it reaches the front. So a line of a million numbers is searched once, not once for
+  // each token. Empty while nothing is known.
   mutable size_t clear_from_ = 0;
   mutable size_t clear_to_ = 0;
   size_t origin_ = 0;  // where the text starts in the file, for warnings

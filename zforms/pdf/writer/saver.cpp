@@ -75,7 +75,7 @@ void ZPDFSaver::PrepareData() {
   raw_data_ += "trailer\n";
   if (trailer_ == nullptr) trailer_ = std::make_unique<ZPDFNodeDictionary>();
   SetNumber(*trailer_, "/Size", static_cast<uint32_t>(objects_.size() + 1));
-  // The new file has only one section.
+  // Removes the offsets of older sections: the new file has only one section.
   trailer_->RemoveValue("/Prev");
   trailer_->RemoveValue("/XRefStm");
   ZPDFOutStream end(&raw_data_);

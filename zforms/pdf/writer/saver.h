@@ -26,24 +26,25 @@ class ZFORMS_API ZPDFSaver : public ZPDFWriter {
   bool Write(const Chaine& path) override;
 
   void SetObjects(const ZPDFObjectMap& objects) { objects_.assign(objects.begin(), objects.end()); }
-  // The same from a list in identifier order.
+  // Sets the objects from a list in identifier order.
   void SetObjectList(ZPDFObjectList objects) { objects_ = std::move(objects); }
-  // Objects without nodes: the list then has a null pointer for the identifier. Each value is written from its text,
-  // which ZPDFUsedObjects has checked; in identifier order. Not for a saver with an encryption.
+  // Sets the values of objects that have no nodes, in identifier order; the list of objects has a null pointer for each
+  // of them. Each value is written from its text, which ZPDFUsedObjects has checked. Not for a saver with an
+  // encryption.
   using RawValues = PTableau<std::pair<ZPDFObjectIdentifier, std::string_view>>;
   void SetRawValues(RawValues values) { raw_values_ = std::move(values); }
   // The whole header line, such as "%PDF-1.4"; must be set before writing.
   void SetPDFVersion(const Chaine& version) { version_ = version; }
   // An estimate of the file's size in bytes, so that its buffer need not grow.
   void SetExpectedSize(size_t bytes) { expected_size_ = bytes; }
-  // Keeps a copy. "/Encrypt" is set to the encryption's dictionary, as a direct object, or removed when there is no
-  // encryption.
+  // Keeps a copy of the trailer. In it, "/Encrypt" is set to the encryption's dictionary, as a direct object, or
+  // removed when there is no encryption.
   void SetTrailer(const ZPDFNodeDictionary* trailer);
   // The offset of each object in the last output.
   const ZPDFXrefManager::OffsetList& Offsets() const { return xref_.Offsets(); }
 
  protected:
-  // Produces the output.
+  // Writes the whole file to raw_data_.
   virtual void PrepareData();
   void AppendNode(ZPDFOutStream& out, const ZPDFNode* node);
   void AppendNode(ZPDFOutStream& out, const ZPDFNodeIndirectObject* object, bool encrypt);

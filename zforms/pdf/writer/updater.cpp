@@ -60,7 +60,7 @@ void ZPDFUpdater::SetTrailer(const ZPDFNodeDictionary* trailer) {
   SetNumber(*trailer_, "/Prev", previous_xref_);
 }
 
-// Appends the section as an indirect object, which also lists itself; it is not enciphered.
+// Appends the section as a cross-reference stream: an indirect object that lists itself too, and is not encrypted.
 void ZPDFUpdater::AppendXrefStream(Chaine* tail, uint32_t offset) const {
   ZPDFXrefManager xref = xref_;
   xref.Record({xref_stream_number_, 0}, offset);

@@ -19,9 +19,9 @@ class ZPDFNodeIndirectObject;
 // Order of use: SetRawData, AddNode for each object, SetTrailer, Write. After a successful Write the bytes written are
 // the new base.
 //
-// A Write without changes returns the bytes unchanged; XRefOffset() is then their length, where no section is. The
-// "/Prev" of a further update would point there, and readers would lose all older objects. So check SectionWritten(),
-// and if it is false, pass the offset of the last section to SetRawData again.
+// A Write without changes writes the bytes unchanged. XRefOffset() is then the length of the file, where no section is.
+// The "/Prev" of a further update would point there, and readers would lose all older objects. So check
+// SectionWritten(), and if it is false, pass the offset of the last section to SetRawData again.
 class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
  public:
   ZPDFUpdater();
@@ -35,13 +35,13 @@ class ZFORMS_API ZPDFUpdater final : public ZPDFWriter {
   bool Write(const Chaine& path) override;
 
   void SetRawData(const Chaine& data, uint32_t xref_offset);
-  // Appends the object if it is marked as modified, enciphered as it was read, and returns whether it is.
+  // Appends the object, encrypted as it was read, if it is marked as modified. Returns whether it is.
   bool AddNode(const ZPDFNodeIndirectObject* object);
-  // Keeps the trailer's text with "/Prev" set. A trailer that is marked as modified makes Write append a section even
-  // without objects.
+  // Keeps a copy of the trailer with "/Prev" set. A trailer that is marked as modified makes Write append a section
+  // even without objects.
   void SetTrailer(const ZPDFNodeDictionary* trailer);
   // Sets the object number of the section when it is to be written as a stream. 0, the default and the value after each
-  // Write, means a classic section. No object of the document may have the number.
+  // Write, means a cross-reference table. No object of the document may have the number.
   void SetXrefStream(uint32_t number) { xref_stream_number_ = number; }
   // True when the last Write appended anything.
   bool SectionWritten() const { return section_written_; }

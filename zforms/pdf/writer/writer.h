@@ -23,7 +23,7 @@ class ZFORMS_API ZPDFWriter {
   virtual ~ZPDFWriter();
   // The bytes produced so far, or the original bytes.
   virtual Chaine RawData() const = 0;
-  // The offset of the cross-reference section written last, or else the given offset.
+  // The offset of the cross-reference section that was written last; before that, the offset that the writer was given.
   virtual uint32_t XRefOffset() const = 0;
   // Produces the output and writes it; false when the stream did not accept all of it.
   virtual bool Write(ZInetOStream& out) = 0;
@@ -35,8 +35,8 @@ class ZFORMS_API ZPDFWriter {
   const std::string& Failure() const { return failure_; }
 
  protected:
-  // Sets a number in a trailer as a direct object: while a trailer is read, references cannot be resolved yet. A
-  // reference to the same number is replaced.
+  // Sets a number in a trailer as a direct object, because references cannot be resolved while a trailer is read. A
+  // reference to the same number is replaced too.
   static void SetNumber(ZPDFNodeDictionary& trailer, std::string_view key, uint32_t value);
   static bool Send(ZInetOStream& out, const Chaine& bytes);
   bool Store(const Chaine& path, const Chaine& bytes);

@@ -59,7 +59,7 @@ void ZPDFXrefManager::Reset() {
 const ZPDFXrefManager::OffsetList& ZPDFXrefManager::Offsets() const {
   if (sorted_) return offsets_;
   std::stable_sort(offsets_.begin(), offsets_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  // std::unique runs from the back, so that of equal identifiers the one recorded last is kept.
+  // Runs std::unique from the back, so that of equal identifiers the one recorded last is kept.
   const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
   offsets_.erase(offsets_.begin(), std::unique(offsets_.rbegin(), offsets_.rend(), same).base());
   sorted_ = true;

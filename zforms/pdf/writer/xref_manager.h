@@ -14,11 +14,11 @@ namespace zforms {
 // cross-reference section from them.
 class ZFORMS_API ZPDFXrefManager {
  public:
-  // In identifier order.
+  // Identifiers and offsets, in identifier order.
   using OffsetList = PTableau<std::pair<ZPDFObjectIdentifier, uint32_t>>;
 
   virtual ~ZPDFXrefManager();
-  // Inserts or overwrites.
+  // Sets the offset of an object; replaces an earlier one.
   void Record(const ZPDFObjectIdentifier& id, uint32_t offset);
   void Reset();
   const OffsetList& Offsets() const;
@@ -27,8 +27,8 @@ class ZFORMS_API ZPDFXrefManager {
   // numbers that were not recorded are absent.
   Chaine BuildSection() const;
 
-  // The same as the parts of a cross-reference stream (ISO 32000-1 7.5.8): the width of each field in bytes, the
-  // numbers that have records ("/Index": pairs of first number and count), and the records. The free list is not
+  // The parts of a cross-reference stream with the same records (ISO 32000-1 7.5.8): the width of each field in bytes,
+  // the numbers that have records ("/Index": pairs of first number and count), and the records. The free list is not
   // included.
   struct StreamSection {
     std::array<uint32_t, 3> widths;
@@ -38,7 +38,7 @@ class ZFORMS_API ZPDFXrefManager {
   StreamSection BuildStreamSection() const;
 
  private:
-  // Sorted when needed; of two records for one identifier the later one is kept.
+  // The records, sorted when needed. Of two records for one identifier, the later one is kept.
   mutable OffsetList offsets_;
   mutable bool sorted_ = true;
 };

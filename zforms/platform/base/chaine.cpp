@@ -119,7 +119,7 @@ void Chaine::MoveToRoomFor(size_t capacity) {
                     heap_.data == heap_.buffer->Bytes() && heap_.buffer->refs.load(std::memory_order_acquire) == 1;
   Buffer* buffer;
   if (sole) {
-    // A large block grows by remapping its pages, so its bytes stay where they are.
+    // realloc grows a large block by remapping its pages, which copies no bytes.
     static_assert(std::is_trivially_destructible_v<Buffer>);
     const size_t bytes = sizeof(Buffer) + capacity;
     void* memory = capacity > kLargestText ? nullptr : std::realloc(static_cast<void*>(heap_.buffer), bytes);

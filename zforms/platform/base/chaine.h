@@ -18,8 +18,8 @@ namespace zforms {
 // Up to 16 bytes are stored inside the object, padded with zeros, so that two short texts compare as 16 bytes. Longer
 // text is stored in a reference-counted buffer, and a Chaine is a window onto it: copies and substrings share the
 // bytes, so cutting an object out of a 100 MB file copies nothing. The bytes inside a window never change. Appending to
-// the window that ends where the used part of its buffer ends extends the buffer in place; other windows onto it are
-// not affected. Every other append copies the text to a new buffer.
+// a window that ends at the end of the used bytes extends the buffer in place, and other windows do not change. Every
+// other append copies the text to a new buffer.
 //
 // Distinct Chaine objects may be used from distinct threads even when they share a buffer; one object must be used by
 // one thread at a time.
@@ -42,9 +42,10 @@ class ZFORMS_API Chaine {
   // A Chaine over text that lives as long as the process. Copies no bytes.
   static Chaine Literal(std::string_view text) noexcept;
 
-  // A Chaine over `length` bytes at `room + kRoomHead`, which the caller provides, with `capacity` bytes for them and
-  // for what is appended. The first kRoomHead bytes are for its own use. `give_back(room)` is called after the last
-  // window onto the bytes is gone. Precondition: length > kInlineCapacity, `room` aligned as by malloc.
+  // A Chaine over `length` bytes at `room + kRoomHead`, in memory of the caller. `capacity` counts these bytes and the
+  // free bytes after them, which appending uses. The class itself uses the first kRoomHead bytes of `room`.
+  // `give_back(room)` is called when no window onto the bytes is left. Precondition: length > kInlineCapacity, `room`
+  // aligned as by malloc.
   using GiveBack = void (*)(char* room);
   static constexpr size_t kRoomHead = 64;
   static Chaine InRoom(char* room, size_t length, size_t capacity, GiveBack give_back) noexcept;
@@ -104,7 +105,7 @@ class ZFORMS_API Chaine {
   // objects share are overwritten only when the last of these is wiped.
   void Wipe() noexcept;
 
-  // True when both windows show the same memory, that is, no byte was copied between them.
+  // True when both are windows onto the same buffer: no byte was copied between them.
   bool SharesBytesWith(const Chaine& other) const {
     return IsHeap() && other.IsHeap() && heap_.buffer == other.heap_.buffer && heap_.buffer != nullptr;
   }
@@ -149,7 +150,7 @@ class ZFORMS_API Chaine {
   // the compare-and-exchange makes sure that only one of several sharing windows succeeds.
   struct Buffer {
     std::atomic<uint32_t> refs;
-    uint32_t in_room;  // 1 when it stands in a room: see InRoom
+    uint32_t in_room;  // 1 when it is in memory of the caller: see InRoom
     std::atomic<size_t> used;
     size_t capacity;
 
@@ -157,7 +158,7 @@ class ZFORMS_API Chaine {
     void Free();
     static Buffer* Alloc(size_t capacity);
   };
-  // What stands before the bytes of a room.
+  // The first kRoomHead bytes of a room, which are before the text: see InRoom.
   struct RoomHead {
     char unused[kRoomHead - sizeof(GiveBack) - sizeof(Buffer)];
     GiveBack give_back;

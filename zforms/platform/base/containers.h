@@ -90,7 +90,7 @@ class FDictionnary {
     index_.Clear();
     sorted_ = true;
   }
-  // In key order.
+  // The item at that position in the order of the keys.
   const Item& At(size_t position) const {
     Sort();
     return items_[position];

@@ -44,7 +44,7 @@ class HashIndex {
   void Move(uint64_t hash, size_t from, size_t to) { slots_[SlotOf(hash, from)].position = static_cast<uint32_t>(to); }
   // Precondition: the item at `position` is in the index.
   void Erase(uint64_t hash, size_t position) {
-    // The items that follow without a gap move up, but never before their home slot.
+    // Closes the gap: moves the items that follow it towards it, but never before their home slot.
     size_t gap = SlotOf(hash, position);
     for (size_t at = (gap + 1) & mask_; slots_[at].position != kEmpty; at = (at + 1) & mask_) {
       if (((at - slots_[at].hash) & mask_) < ((at - gap) & mask_)) continue;

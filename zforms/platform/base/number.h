@@ -13,7 +13,7 @@ namespace zforms {
 // Reading trims the blanks "\r\n\t\f " at both ends and stops at the first character that cannot continue the number.
 // Text without a number reads as 0. A value out of range gives the nearest value in range.
 
-// An optional sign and decimal digits.
+// Reads an optional sign and decimal digits.
 ZFORMS_API int32_t ParseInt(std::string_view text);
 
 // As ParseInt. A leading "-" gives the number modulo 2^32, so "-4" reads as 4294967292. A value out of range gives

@@ -6,8 +6,8 @@
 
 namespace zforms {
 
-// Returns freed memory to the system, which allocators delay. Takes milliseconds, so call it after large work only. Any
-// thread may call it.
+// Returns freed memory to the system at once, which allocators would do later. Takes milliseconds, so call it only
+// after large work. Any thread may call it.
 ZFORMS_API void GiveBackMemory();
 
 // Makes the allocator return blocks of a megabyte or more as soon as they are freed, for the whole process. For

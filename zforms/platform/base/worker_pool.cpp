@@ -65,7 +65,8 @@ void WorkerPool::RunJobs() {
   while (true) {
     wake_.wait(lock, [this] { return finishing_ || !queue_.empty() || CanTakeHeavy(); });
     const bool is_heavy = queue_.empty();
-    // When finishing, the threads that run heavy jobs take the remaining ones.
+    // Ends this thread when the pool is finishing and no job can start. The threads that run heavy jobs then run the
+    // heavy jobs that remain.
     if (is_heavy && !CanTakeHeavy()) break;
     std::deque<WeightedJob>& queue = is_heavy ? heavy_ : queue_;
     WeightedJob next = std::move(queue.front());

@@ -13,9 +13,9 @@
 namespace zforms {
 
 // A pool of threads that run jobs from a bounded queue, in order. A heavy job has a weight, such as the number of bytes
-// it works on. Heavy jobs never take more than half of the threads, and together never weigh more than `max_weight`,
-// except that a heavier job may run alone. They start only when no other job waits, so they delay no light job and
-// memory stays bounded.
+// it works on. Heavy jobs never take more than half of the threads (but always one), and together never weigh more than
+// `max_weight`, except that a heavier job may run without other heavy jobs. They start only when no other job waits, so
+// they delay no light job and memory stays bounded.
 //
 // The constructor starts no thread. Any thread may call any function, except that a worker must not call Join.
 class WorkerPool {
@@ -25,7 +25,7 @@ class WorkerPool {
   WorkerPool(size_t threads, size_t max_queue, uint64_t max_weight);
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
-  // Finishes and joins.
+  // Drops the queued jobs, and waits until the running ones have ended.
   ~WorkerPool();
 
   void Start();
@@ -60,7 +60,7 @@ class WorkerPool {
   std::deque<WeightedJob> queue_;
   std::deque<WeightedJob> heavy_;
   size_t heavy_running_ = 0;
-  uint64_t weight_ = 0;  // of the heavy jobs that run
+  uint64_t weight_ = 0;  // the total weight of the heavy jobs that run
   std::vector<std::thread> threads_;
   size_t running_ = 0;
   bool finishing_ = false;

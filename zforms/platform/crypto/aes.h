@@ -7,9 +7,9 @@
 
 namespace zforms {
 
-// The AES block cipher with one key for one direction (FIPS 197; the modes are those of NIST SP 800-38A). Data come in
-// whole blocks: padding is up to the caller. The key is wiped when it is destroyed. Any number of threads may use one
-// at the same time.
+// The AES block cipher with one key for one direction (FIPS 197; the modes are those of NIST SP 800-38A). The length of
+// the data is a multiple of the block size: the caller pads them. The key is wiped when it is destroyed. Any number of
+// threads may use one at the same time.
 class AES {
  public:
   enum class Direction : uint8_t { kEncrypt, kDecrypt };
@@ -23,10 +23,10 @@ class AES {
   AES& operator=(const AES&) = delete;
   ~AES();
 
-  // Cipher block chaining from the start vector `*iv`, which becomes the one with which the next blocks go on. `out`
-  // may be `in`; otherwise the two must not overlap. Precondition: n is a multiple of kBlock.
+  // Cipher block chaining (CBC). `*iv` is the initialization vector, and becomes the one for the blocks that follow.
+  // `out` may be `in`; otherwise the two must not overlap. Precondition: n is a multiple of kBlock.
   void CBC(Block* iv, const char* in, char* out, size_t n) const;
-  // The same without chaining (ECB).
+  // Encrypts or decrypts each block by itself, without chaining (ECB).
   void ECB(const char* in, char* out, size_t n) const;
 
  private:

@@ -45,8 +45,8 @@ void Run(AES::Direction direction, BCRYPT_KEY_HANDLE key, AES::Block* iv, const 
   }
 }
 
-// Decrypts without the chaining of CNG: where an initialization vector comes twice, not every implementation resets the
-// chain.
+// Decrypts without the chaining of CNG: when the same initialization vector is passed again, not every implementation
+// starts a new chain.
 void DecryptCBC(BCRYPT_KEY_HANDLE ecb, AES::Block* iv, const char* in, char* out, size_t n) {
   constexpr size_t kPiece = 4096;
   char encrypted[kPiece];  // kept, because `out` may be `in`
@@ -83,7 +83,7 @@ void AES::CBC(Block* iv, const char* in, char* out, size_t n) const {
   const Keys keys = KeysIn(state_.data());
   if (direction_ == Direction::kDecrypt) return DecryptCBC(keys.ecb, iv, in, out, n);
   Run(direction_, keys.cbc, iv, in, out, n);
-  // Windows does so; not every implementation of its interface does.
+  // Sets the vector for the next blocks: Windows has done this, but not every implementation of its interface does.
   if (n > 0) std::memcpy(iv->data(), out + n - iv->size(), iv->size());
 }
 

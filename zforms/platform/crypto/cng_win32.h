@@ -12,7 +12,7 @@
 // Shared by the sources that use Cryptography API: Next Generation.
 namespace zforms {
 
-// Ends the process when the system's cryptography fails: going on would give wrong digests or write unencrypted data.
+// Ends the process when the system's cryptography fails: continuing would give wrong digests or write unencrypted data.
 void RequireCNG(NTSTATUS status);
 
 // A provider of that algorithm (such as BCRYPT_MD5_ALGORITHM), opened once for the whole process. Any thread may call

@@ -40,7 +40,7 @@ Chaine MD5Of(std::string_view bytes) {
   md5_update(&context, bytes.size(), AsBytes(bytes));
   Chaine digest;
   md5_digest(&context, MD5_DIGEST_SIZE, reinterpret_cast<uint8_t*>(digest.AppendUninitialized(MD5_DIGEST_SIZE)));
-  WipeBytes(&context, sizeof(context));  // it holds the last bytes
+  WipeBytes(&context, sizeof(context));  // it contains the last bytes of the input
   return digest;
 }
 

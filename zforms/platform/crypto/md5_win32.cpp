@@ -52,7 +52,7 @@ MD5::~MD5() { BCryptDestroyHash(HandleIn(state_.data())); }
 void MD5::Update(std::string_view bytes) { AddTo(HandleIn(state_.data()), bytes); }
 
 MD5::Bytes MD5::Digest() const {
-  // Finishing ends a hash, so that a copy is finished.
+  // Finishes a copy, because a finished hash takes no more bytes.
   const BCRYPT_HASH_HANDLE copy = CopyOf(HandleIn(state_.data()));
   Bytes digest;
   RequireCNG(BCryptFinishHash(copy, digest.data(), static_cast<ULONG>(digest.size()), 0));

@@ -8,8 +8,8 @@
 
 namespace zforms {
 
-// Fills `out` with random bytes of the operating system, fit for keys and start vectors. Throws std::system_error when
-// the system has none to give, which it always has.
+// Fills `out` with random bytes of the operating system, fit for keys and initialization vectors. Throws
+// std::system_error when the system gives none, which does not happen in practice.
 void FillRandom(char* out, size_t n);
 
 // Whether the bytes are equal. For equal lengths the time does not depend on the bytes.

@@ -21,7 +21,8 @@ void AskSystem(char* out, size_t n) {
   }
 }
 
-// How often this process was forked off; a child must not give out the bytes that its parent has in store.
+// The number of forks that led to this process. A child must not use the stored random bytes, because its parent has
+// them too. When forks cannot be counted, each call returns another number.
 unsigned Forks() {
   static std::atomic<unsigned> forks = 0;
   static const int registered = pthread_atfork(nullptr, nullptr, [] { forks++; });

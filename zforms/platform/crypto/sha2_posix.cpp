@@ -13,7 +13,7 @@ void Digest(void (*init)(Context*), void (*update)(Context*, size_t, const uint8
   init(&context);
   update(&context, bytes.size(), reinterpret_cast<const uint8_t*>(bytes.data()));
   digest(&context, length, reinterpret_cast<uint8_t*>(out));
-  WipeBytes(&context, sizeof(context));  // it holds the last bytes
+  WipeBytes(&context, sizeof(context));  // it contains the last bytes of the input
 }
 
 }  // namespace

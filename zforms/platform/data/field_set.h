@@ -78,7 +78,7 @@ class ZFORMS_API ZFieldSet {
   // Gives a field without name and value when there is no such field.
   const ZField& operator[](const Chaine& name) const;
 
-  // In the order in which they were added.
+  // The fields, in the order in which they were added.
   size_t Size() const { return fields_.size(); }
   // Precondition: index < Size().
   const ZField& At(size_t index) const { return fields_[index]; }

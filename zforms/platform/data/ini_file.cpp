@@ -24,7 +24,8 @@ std::string_view TakeLine(std::string_view* text) {
   return line;
 }
 
-// Names may start with "[": a line with a "=" after its first "]" is not a section heading.
+// Whether the line is a section heading. Names of values may start with "[" too, so a line with a "=" after its first
+// "]" is not a heading.
 bool IsHeading(std::string_view line) {
   if (!line.starts_with('[')) return false;
   const size_t close = line.find(']');

@@ -51,7 +51,7 @@ class ZFORMS_API ZIniFile {
   bool SectionExist(std::string_view name) const { return sections_.Exist(name); }
   // An empty section when there is no section of that name.
   ZIniFileSection Section(std::string_view name) const;
-  // In the order of the file.
+  // The names of the sections, in the order of the file.
   const PTableau<Chaine>& SectionNames() const { return names_; }
 
   const std::string& LastError() const { return last_error_; }

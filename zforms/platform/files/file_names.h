@@ -4,7 +4,7 @@
 
 namespace zforms {
 
-// What a file name may hold so that every system takes it for an ordinary file.
+// Checks by which a file name is made valid on every system.
 
 // Whether some system refuses the character in a file name, or takes it for something else.
 bool IsRefusedInFileName(char c);

@@ -14,12 +14,12 @@ namespace zforms {
 // fails, the file is read.
 //
 // Another program must not change the file while the text is in use: parts that were not used before would show the
-// change. If it cuts the file short, reading the lost part raises SIGBUS (see MappedFileAt). Renaming another file over
+// change. If it truncates the file, reading the lost part raises SIGBUS (see MappedFileAt). Renaming another file over
 // this one does no harm, and OsFile::Replace by this process keeps the text as it was read.
 ZFORMS_API bool MapFile(const Chaine& path, Chaine* out, std::string* error, const ReadLimits& limits = {});
 
-// For a handler of SIGBUS: the path of the mapped file to which the address belongs, null when there is none. May be
-// called in a signal handler.
+// The path of the mapped file to which the address belongs; null when there is none. For a handler of the signal
+// SIGBUS, which may call it.
 ZFORMS_API const char* MappedFileAt(const void* address) noexcept;
 
 }  // namespace zforms

@@ -22,7 +22,7 @@ constexpr size_t kLeastMapped = size_t{1} << 20;
 // Address space behind the file, for what is appended. It takes no memory before it is used.
 constexpr size_t kLeastSpare = size_t{16} << 20;
 constexpr size_t kSpareOfFile = 8;
-// At most so many files are mapped at a time; others are read.
+// At most this many files are mapped at a time; others are read.
 constexpr size_t kMostMapped = 64;
 constexpr int kNoFile = -1;
 
@@ -53,7 +53,7 @@ struct MappedFile {
   void Unmap();
 };
 
-// A table of fixed places, since the handler of a signal reads it.
+// A table of fixed size, because a signal handler reads it.
 std::array<MappedFile, kMostMapped>& MappedFiles() {
   static auto* const files = new std::array<MappedFile, kMostMapped>;
   return *files;
@@ -81,7 +81,8 @@ bool MappedFile::Map(int from, size_t length) {
   if (memory == MAP_FAILED) return false;
   char* const bytes = static_cast<char*>(memory) + PageSize();
   const size_t tail = length % PageSize();
-  // The page that the file ends in is writable, since what is appended begins there. The file does not change by it.
+  // Makes the last page of the file writable, because appended bytes begin there. The mapping is private, so the file
+  // does not change.
   if (::mmap(bytes, length, PROT_READ, MAP_PRIVATE | MAP_FIXED, from, 0) == MAP_FAILED ||
       (tail != 0 && ::mprotect(bytes + length - tail, PageSize(), PROT_READ | PROT_WRITE) != 0)) {
     ::munmap(memory, MemorySize());
@@ -92,7 +93,8 @@ bool MappedFile::Map(int from, size_t length) {
   return true;
 }
 
-// Puts a copy in the place of the mapped pages. Pages of the mapping would go when the file is cut, written ones too.
+// Replaces the mapped pages by a copy. When the file is truncated, its mapped pages disappear, even those that were
+// written.
 bool MappedFile::Detach() {
   const size_t length = ToPages(size);
   void* const copy = ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -126,7 +128,7 @@ bool IsSame(int a, int b) {
          one.st_ino == other.st_ino;
 }
 
-// The descriptor of a regular file of that size or more and the size; kNoFile for all others.
+// The descriptor of a regular file of kLeastMapped bytes or more, and its size; kNoFile for all other files.
 int OpenLarge(const Chaine& path, const ReadLimits& limits, size_t* size) {
   if (path.View().find('\0') != std::string_view::npos) return kNoFile;
   const int file = ::open(path.ToString().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -141,7 +143,8 @@ int OpenLarge(const Chaine& path, const ReadLimits& limits, size_t* size) {
   return kNoFile;
 }
 
-// Some systems copy between files of one file system only, but send from any file to any other.
+// Copies bytes from file to file in the system. Some systems copy only between files of one file system, but send from
+// any file to any other.
 ssize_t CopyStep(int from, off_t* at, int to, size_t wanted) {
   const ssize_t copied = ::copy_file_range(from, at, to, nullptr, wanted, 0);
   return copied >= 0 || errno == EINTR ? copied : ::sendfile(to, from, at, wanted);

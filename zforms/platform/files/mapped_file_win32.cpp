@@ -2,7 +2,7 @@
 
 namespace zforms {
 
-// A mapped file could be neither replaced nor cut, by this program or any other, as long as the text is in use.
+// Reads the file instead of mapping it: as long as a file is mapped, no program can replace or truncate it.
 bool MapFile(const Chaine& path, Chaine* out, std::string* error, const ReadLimits& limits) {
   return ReadFile(path, out, error, limits);
 }

@@ -17,7 +17,7 @@ class ZFORMS_API OsFile {
  public:
   enum class Mode {
     kRead,
-    kOverwrite,  // created when missing; old contents stay until overwritten or cut
+    kOverwrite,  // created when missing; old contents stay until overwritten or truncated
     kTruncate,   // created when missing; truncated
     kNew,        // fails when it exists; readable by its owner only until CopyPermissions
     kNewShared,  // fails when it exists; with the default permissions of new files
@@ -35,7 +35,8 @@ class ZFORMS_API OsFile {
   uint64_t Size() const;
   // Reads up to `size` bytes; returns 0 at the end, and on failure with `*failed` set.
   size_t Read(char* to, size_t size, bool* failed);
-  // True when all bytes were written. The system copies bytes of a mapped file from file to file, where it can.
+  // True when all bytes were written. Bytes of a mapped file are copied from file to file by the system, where it can
+  // do this.
   bool Write(const char* from, size_t size);
   // Replaces the contents of a file that was just opened by kOverwrite. Texts mapped from this file keep their bytes.
   bool Replace(std::string_view bytes);
@@ -64,10 +65,11 @@ Chaine FolderOf(const Chaine& path);
 Chaine ResolveLinks(const Chaine& path);
 // Renames a file over another in one step; the new name reaches the disk before this returns.
 bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error);
-// Like MoveFileOver, but when the new name reaches the disk is left to the system. Returns no error on success.
+// Like MoveFileOver, but does not wait until the new name is on the disk. Returns no error on success.
 ZFORMS_API std::error_code RenameFile(const Chaine& from, const Chaine& to);
 // Gives a file another name, which must not be in use: never replaces a file. When the name is in use, the error is
-// std::errc::file_exists. Where the file system cannot do this in one step, another error; the file has its old name.
+// std::errc::file_exists. Where the file system cannot do this in one step, returns another error, and the file keeps
+// its old name.
 ZFORMS_API std::error_code RenameFileToFree(const Chaine& from, const Chaine& to);
 ZFORMS_API void DeleteFileQuietly(const Chaine& path);
 // A number that is unique among the running processes.

@@ -40,7 +40,7 @@ bool StatOf(const Chaine& path, struct stat* facts) {
 }  // namespace
 
 std::string LastSystemError() {
-  // Writing memory that cannot be read fails like this. Only that of a mapped file can become unreadable.
+  // The memory to write cannot be read: only the memory of a mapped file can become unreadable.
   if (errno == EFAULT) return "a file that is being read was cut short";
   return std::generic_category().message(errno);
 }
@@ -114,7 +114,7 @@ bool OsFile::Sync() { return ::fsync(static_cast<int>(handle_)) == 0; }
 bool OsFile::CopyPermissions(const Chaine& path) {
   struct stat facts;
   if (!StatOf(path, &facts)) return false;
-  // Only a privileged process may change the owner. For all others this fails, and the file stays theirs.
+  // Sets the owner too, which only a privileged process may do. For all others this fails, and the file stays theirs.
   const int owner = ::fchown(static_cast<int>(handle_), facts.st_uid, facts.st_gid);
   const mode_t kept = owner == 0 ? 07777 : 0777;
   return ::fchmod(static_cast<int>(handle_), facts.st_mode & kept) == 0;
@@ -175,7 +175,7 @@ bool MoveFileOver(const Chaine& from, const Chaine& to, std::string* error) {
     if (error != nullptr) *error = IsUsable(from) && IsUsable(to) ? failed.message() : kUnusablePath;
     return false;
   }
-  // The new name is on the disk after the folder is flushed. Where the file system cannot do this, the file is still
+  // Flushes the folder, so that the new name is on the disk. Where the file system cannot do this, the file is still
   // written.
   const Chaine folder = FolderOf(to);
   const std::string opened = folder.IsEmpty() ? "." : folder.ToString();

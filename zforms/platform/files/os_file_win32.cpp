@@ -35,7 +35,7 @@ DWORD DispositionOf(OsFile::Mode mode) {
 std::string LastSystemError() {
   const DWORD number = ::GetLastError();
   if (number == ERROR_SHARING_VIOLATION || number == ERROR_LOCK_VIOLATION) return "another program uses the file";
-  // The messages of C are the same in every language of Windows.
+  // The messages of the C library are the same in every language of Windows.
   const std::error_condition known = std::system_category().default_error_condition(static_cast<int>(number));
   if (known.category() == std::generic_category()) return known.message();
   return "Windows error " + std::to_string(number);
@@ -102,7 +102,7 @@ bool OsFile::Replace(std::string_view bytes) { return Write(bytes.data(), bytes.
 
 bool OsFile::Sync() { return ::FlushFileBuffers(HandleOf(handle_)) != 0; }
 
-// Files inherit the rights of their folder; MoveFileOver keeps the other rights of the target.
+// Does nothing: a new file inherits the rights of its folder, and MoveFileOver keeps the rights of the target.
 bool OsFile::CopyPermissions(const Chaine&) { return true; }
 
 bool OsFile::Close() {
@@ -147,7 +147,8 @@ bool Rename(const Chaine& from, const Chaine& to, bool replaces, DWORD flags) {
     const DWORD attributes = replaces ? ::GetFileAttributesW(target.c_str()) : INVALID_FILE_ATTRIBUTES;
     done = attributes != INVALID_FILE_ATTRIBUTES &&
            ::ReplaceFileW(target.c_str(), source.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr);
-    // Where the file system has no such rights, or the file was created or deleted meanwhile.
+    // MoveFileEx is used when there is no old file, when the file system has no such rights, or when the old file was
+    // created or deleted meanwhile.
     done = done || ::MoveFileExW(source.c_str(), target.c_str(), flags);
     if (!done && attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) return false;
   } while (!done && MayTryAgain(attempt++));

@@ -14,7 +14,7 @@ Chaine MakePrivateFolder() {
   const char* const wanted = std::getenv("TMPDIR");
   std::string path = wanted != nullptr && wanted[0] == '/' ? wanted : "/tmp";
   path += "/zforms-XXXXXX";
-  // With the permissions 0700.
+  // mkdtemp creates the folder with the permissions 0700.
   return ::mkdtemp(path.data()) == nullptr ? Chaine() : Chaine(path);
 }
 

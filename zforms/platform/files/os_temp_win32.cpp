@@ -13,7 +13,7 @@
 namespace zforms {
 namespace {
 
-// The user of this process, as a security descriptor names him; empty on failure.
+// The security identifier (SID) of the user of this process, as text; empty on failure.
 std::wstring UserName() {
   HANDLE token = nullptr;
   if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token)) return {};

@@ -5,7 +5,7 @@
 namespace zforms {
 namespace {
 
-// CreateDirectory takes no longer ones, the other functions a few characters more.
+// The limit of CreateDirectory; the other functions accept a few characters more.
 constexpr size_t kLongestPath = MAX_PATH - 12;
 
 // The absolute path, with backslashes and without "." and "..", as the prefix requires.

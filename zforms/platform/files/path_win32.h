@@ -10,8 +10,8 @@ namespace zforms {
 // prefix that lifts the limit. Empty when the path is empty, contains a zero byte or is not valid UTF-8.
 std::wstring SystemPath(const Chaine& path);
 
-// True while the failure of a call may pass by itself: another program, such as a virus scanner, holds the file. Waits
-// before it returns true; false after about a second in all. `attempt` counts from 0.
+// Whether a call that failed should be tried again, because another program, such as a virus scanner, holds the file
+// for a moment. Waits before it returns true; returns false after about a second in all. `attempt` counts from 0.
 bool MayTryAgain(int attempt);
 
 }  // namespace zforms

@@ -39,7 +39,7 @@ ReplacingFile::~ReplacingFile() {
 bool ReplacingFile::Open(const Chaine& path, std::string* error) {
   if (path.IsEmpty()) return Fail(error, "the path is empty");
   target_ = ResolveLinks(path);
-  // Of the path, since a link such as /dev/stdout may lead to a pipe, which has no name.
+  // The kind of the path, not of `target_`: a link such as /dev/stdout may lead to a pipe, which has no name.
   const OsFileKind kind = KindOfFile(path);
   if (kind == OsFileKind::kFolder) return Fail(error, "is a folder");
   if (kind == OsFileKind::kOther) return file_.Open(path, OsFile::Mode::kOverwrite, error);

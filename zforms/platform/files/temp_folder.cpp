@@ -20,7 +20,7 @@ bool ZTempFolder::IsPlainName(const Chaine& name) {
   constexpr size_t kMaxLength = 200;
   const std::string_view text = name;
   if (text.empty() || text.size() > kMaxLength || !IsValidUTF8(text) || IsDeviceName(text)) return false;
-  // This includes "." and "..".
+  // This also refuses "." and "..".
   if (text.back() == '.' || text.back() == ' ') return false;
   return std::none_of(text.begin(), text.end(), IsRefusedInFileName);
 }

@@ -39,9 +39,9 @@ class ZFORMS_API ZIniSettings : public ZHostSettings {
   ZIniFile file_;
 };
 
-// The settings of an application in the place of this system: the file "settings.ini" in the folder of the
-// application's name below $XDG_CONFIG_HOME (default ~/.config); on Windows the registry below HKEY_CURRENT_USER, then
-// HKEY_LOCAL_MACHINE, "Software\\APP\\SECTION".
+// The settings of an application, from the place where this system keeps them: the file "settings.ini" in the folder of
+// the application's name below $XDG_CONFIG_HOME (default ~/.config); on Windows the registry below HKEY_CURRENT_USER,
+// then HKEY_LOCAL_MACHINE, "Software\\APP\\SECTION".
 ZFORMS_API std::unique_ptr<ZHostSettings> OpenSystemSettings(const Chaine& app);
 
 }  // namespace zforms

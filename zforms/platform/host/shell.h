@@ -18,10 +18,10 @@ class ZFORMS_API ZShell {
   virtual bool Execute(const Chaine& path, const Chaine& verb) = 0;
   // Opens a URL in the user's browser.
   virtual bool OpenURL(const Chaine& url) = 0;
-  // The program that opens such a file; empty when there is none or it is unknown.
+  // The program that opens files of the kind of this file; empty when there is none or it is unknown.
   virtual Chaine ProgramFor(const Chaine& path) = 0;
-  // The file of the server that is registered for a class ("{...}"), with environment variables expanded; empty when it
-  // is not registered, or the system has no such registry.
+  // The file of the COM server that is registered for a class id ("{...}"), with environment variables expanded; empty
+  // when it is not registered, or the system has no such registry.
   virtual Chaine ServerOfClass(const Chaine& class_id) = 0;
   // The version of that file as a GetAppVersionValue result; 0 when there is none. On systems without such a registry,
   // the system's shell returns the greatest version, so that any reader is accepted.

@@ -43,7 +43,7 @@ class WindowsShell : public ZShell {
     return SUCCEEDED(result) ? Chaine(Narrow(program)) : Chaine();
   }
   Chaine ServerOfClass(const Chaine& class_id) override {
-    // The classes of 32-bit programs are listed apart for 64-bit ones.
+    // A 64-bit program finds the classes of 32-bit programs under a separate key.
     for (const char* const folder : {"CLSID\\", "Wow6432Node\\CLSID\\"}) {
       const std::wstring key = Widen(folder + class_id + "\\InprocServer32");
       std::wstring path;

@@ -51,8 +51,8 @@ PTableau<Chaine> ZTemplateStorage::Codes() const {
   return codes;
 }
 
-// A folder that was changed just now may change again within the resolution of its time stamp. So it is listed again
-// until its time stamp is old enough.
+// Lists the folder when it has changed. A folder that was changed just now may change again within the resolution of
+// its time stamp, so it is listed at each call until its time stamp is old enough.
 void ZTemplateStorage::Refresh() const {
   if (path_.empty()) return;
   std::error_code error;

@@ -12,8 +12,8 @@ namespace zforms {
 
 // ZTemplateStorage finds the form templates of a folder by their code names: the template of "F1" is the file "F1.pdf".
 // A code is looked up in a list of the folder and never becomes part of a path. Links that lead out of the folder, and
-// subfolders, are not templates. Files that are added or removed later are noticed. Texts are UTF-8. Any thread may
-// ask.
+// subfolders, are not templates. Files that are added or removed later are noticed. Texts are UTF-8. Any thread may use
+// it.
 class ZFORMS_API ZTemplateStorage {
  public:
   // A missing folder has no templates.
@@ -25,7 +25,7 @@ class ZFORMS_API ZTemplateStorage {
   const Chaine& Folder() const { return folder_; }
   // The path of the template of that code; empty when there is none.
   Chaine PathOf(const Chaine& code) const;
-  // In byte order.
+  // The codes of all templates, in byte order.
   PTableau<Chaine> Codes() const;
 
  private:

@@ -28,7 +28,7 @@ class Bytes {
   }
   std::optional<uint32_t> U16(uint64_t offset) const { return Number(offset, 2); }
   std::optional<uint32_t> U32(uint64_t offset) const { return Number(offset, 4); }
-  // A part of these bytes, cut at the end; empty when it begins past the end.
+  // A part of these bytes, shorter where they end before it; empty when it begins past their end.
   Bytes Part(uint64_t offset, uint64_t length) const {
     if (offset > bytes_.size()) return Bytes({});
     return Bytes(bytes_.substr(static_cast<size_t>(offset), static_cast<size_t>(length)));

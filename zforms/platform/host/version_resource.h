@@ -11,7 +11,7 @@ namespace zforms {
 // bits each, the major one in the highest. False when the bytes are not such a program or have no version resource.
 bool ReadVersionResource(std::string_view program, uint64_t* version);
 
-// The same for a file; 0 when it has none. `path` is UTF-8.
+// The file version of the program or library at `path` (UTF-8); 0 when it has none.
 uint64_t GetAppVersionValue(const Chaine& path);
 
 // The major part of a version.

@@ -40,7 +40,7 @@ http::request<http::string_body> RequestFor(const ZInetURL& url, const Chaine& m
   return request;
 }
 
-// The address in "[::1]" is used without its brackets.
+// The name or address of the server; an IPv6 address such as "[::1]" loses its brackets.
 std::string HostOf(const ZInetURL& url) {
   std::string host = url.Server().ToString();
   if (host.size() > 2 && host.front() == '[') host = host.substr(1, host.size() - 2);

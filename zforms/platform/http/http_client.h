@@ -20,7 +20,7 @@ struct ZFORMS_API ZHTTPAnswer {
 
 // Sends a request to an "http:" URL and waits for the whole answer of any status; "POST" also sends a body. False with
 // a reason in `*error` when no answer arrives in time, or when it has more than 256 MiB. Resolving the name of another
-// machine may take longer than the time.
+// machine may take longer than `time`.
 ZFORMS_API bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_type, const Chaine& body,
                         ZHTTPAnswer* answer, std::string* error, std::chrono::seconds time = std::chrono::seconds(60));
 

@@ -17,7 +17,7 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
-// How long a client may continue to send after the last answer, so that it can read that answer.
+// How long the server waits for the client to close after the last answer; see Linger.
 constexpr auto kLingerTime = std::chrono::seconds(2);
 // How many bytes of an answer are sent at a time.
 constexpr size_t kSendSize = 64 * 1024;
@@ -196,7 +196,7 @@ void HTTPConnection::Refuse(int status, const char* reason) {
   if (phase_ == Phase::eClosed) return;
   infos_.reason = reason;
   CountBody(0);
-  // The error page is sent at once, whatever the client may still send.
+  // Drops the received bytes: the error page is sent at once, whatever the client may still send.
   filled_ = 0;
   if (infos_.method.IsEmpty()) {
     infos_.method = reader_->Request().Method();
@@ -213,9 +213,10 @@ void HTTPConnection::Send(std::unique_ptr<ZHTTPSendResponse> response, const Cha
   head_ = head;
   with_body_ = with_body;
   keep_ = keep;
-  // The request is freed already. The answer to a large request is likely to be large.
+  // Counts only the answer, because the request is freed already. The answer to a short request is not counted: it is
+  // unlikely to be large.
   CountBody(is_heavy_ ? response_->Body().size() : 0);
-  // The connection was closed while a worker made the answer.
+  // The connection may have been closed while a worker made the answer.
   if (phase_ == Phase::eClosed) return OnSent(asio::error::operation_aborted);
   Enter(Phase::eSending, share_.limits.send_time);
   const std::string_view body = with_body ? response_->Body().View() : std::string_view();
@@ -261,11 +262,11 @@ void HTTPConnection::Linger() {
 void HTTPConnection::Close() {
   if (phase_ == Phase::eClosed) return;
   if (phase_ == Phase::eReading && in_body_) LogBroken();
-  // While a worker answers, the request is still in memory.
+  // While a worker answers, the request is still in memory and stays counted.
   if (phase_ != Phase::eWorking) CountBody(0);
   Enter(Phase::eClosed, Clock::duration::max());
   error_code ignored;
-  // Not every implementation of Windows' sockets ends what waits when a socket is closed.
+  // Cancels pending operations: not every implementation of Windows' sockets ends them when the socket is closed.
   socket_.cancel(ignored);
   socket_.close(ignored);
   share_.connections.erase(shared_from_this());

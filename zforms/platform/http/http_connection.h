@@ -23,7 +23,7 @@ struct HTTPConnectionShare {
   HTTPConnectionShare(const sHTTPServerLimits& wanted, IHTTPEngineHost* owner)
       : limits(wanted), host(owner), pool(wanted.threads, wanted.queue, wanted.body_bytes) {}
 
-  // Counts the requests that are being answered.
+  // Changes the number of requests that are being answered.
   void AddBusy(int change);
 
   const sHTTPServerLimits limits;
@@ -36,7 +36,7 @@ struct HTTPConnectionShare {
   std::atomic<bool> draining{false};
   WorkerPool pool;
 
-  // Protects the members shared with the thread that waits for the end.
+  // Protects the members below, which are shared with the thread that waits for the end.
   std::mutex mutex;
   std::condition_variable quiet;
   int busy = 0;
@@ -93,8 +93,8 @@ class HTTPConnection : public std::enable_shared_from_this<HTTPConnection> {
   Chaine remote_;
   bool in_read_ = false;
   bool in_body_ = false;
-  uint64_t body_bytes_ = 0;  // as counted in pending_body_bytes
-  bool is_heavy_ = false;    // of the request that is being answered
+  uint64_t body_bytes_ = 0;  // the bytes that this connection adds to pending_body_bytes
+  bool is_heavy_ = false;    // true when the request that is being answered has a long body
 
   // The answer that is being sent, and facts about its request.
   std::unique_ptr<ZHTTPSendResponse> response_;

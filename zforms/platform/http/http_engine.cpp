@@ -214,7 +214,7 @@ bool HTTPEngine::WaitWorkers(std::chrono::milliseconds time) { return state_->po
 void HTTPEngine::Join() {
   state_->pool.Join();
   if (!state_->thread.joinable()) return;
-  // Queued after the workers' last answers, so that these are logged before the end.
+  // Stops the loop after the workers' last answers, which are queued before this, so that these are logged.
   asio::post(state_->io, [state = state_.get()] { state->io.stop(); });
   state_->thread.join();
 }

@@ -19,7 +19,7 @@ struct sHTTPRequestInfos {
   int status = 0;                         // 0 when the connection ended within the body
   uint64_t bytes_received = 0;            // of the body
   uint64_t bytes_sent = 0;                // of the body
-  std::chrono::microseconds duration{0};  // from the request's last byte to the answer's
+  std::chrono::microseconds duration{0};  // from the last byte of the request to that of the answer
   bool delivered = false;                 // false when the client had disconnected
   // Why the request was refused, or what its page reported (ZHTTPServerPageSession::Refuse).
   Chaine reason;
@@ -41,8 +41,8 @@ class IHTTPEngineHost {
 };
 
 // HTTPEngine does the network input and output. Its own thread accepts connections, reads requests and sends answers,
-// and never waits for a single client. Complete requests are answered by worker threads. The owner's functions are
-// called by one thread.
+// and never waits for a single client. Complete requests are answered by worker threads. The owner calls the functions
+// of this class from one thread.
 class HTTPEngine {
  public:
   // The host must outlive the engine.

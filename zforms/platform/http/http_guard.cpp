@@ -77,7 +77,7 @@ HTTPVerdict JudgeTarget(std::string_view target, uint16_t port, ZInetURL* url) {
     target.remove_prefix(end);
     if (target.empty()) target = "/";
   }
-  // "//name" would be read as a server, and clients never send a "#".
+  // Refuses "//name", which would be read as a server, and "#", which clients never send.
   const bool plain = target.starts_with('/') && !target.starts_with("//") &&
                      target.find_first_of("#\\") == std::string_view::npos &&
                      std::none_of(target.begin(), target.end(), [](char c) { return IsControlASCII(c) || c == ' '; });

@@ -17,7 +17,8 @@ class ZHTTPServer;
 class ZHTTPReadRequest;
 class ZIdleMessageManager;
 
-// A kind of refused request, and how often it came. Texts are as sent by the client, cut at 256 bytes.
+// A kind of refused request, and how many requests of this kind arrived. Texts are as sent by the client, cut at 256
+// bytes.
 struct ZFORMS_API sHTTPIntrusionInfos {
   eHTTPIntrusion reason = eHTTPIntrusion::eNone;
   int status = 0;

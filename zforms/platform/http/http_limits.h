@@ -25,9 +25,10 @@ struct sHTTPServerLimits {
   Duration header_time = std::chrono::seconds(10);
   // From the end of the header to the end of the body (408).
   Duration body_time = std::chrono::seconds(60);
-  // Until the first or next request of a connection begins; then it is closed.
+  // From the start of a connection, or from its last answer, to the next request; then the connection is closed.
   Duration idle_time = std::chrono::seconds(30);
-  // For the client to accept the whole answer, and to accept any bytes of it; then the connection is closed.
+  // How long the client may take to accept the whole answer, and how long it may accept no bytes of it. Then the
+  // connection is closed.
   Duration send_time = std::chrono::seconds(60);
   Duration stall_time = std::chrono::seconds(5);
   // Connections at a time. A further one replaces the connection that has been silent longest; when all are busy it is

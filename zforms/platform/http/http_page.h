@@ -31,9 +31,9 @@ class ZFORMS_API ZHTTPServerPageSession {
   ZHTTPServerPageSession& operator=(const ZHTTPServerPageSession&) = delete;
   virtual ~ZHTTPServerPageSession();
 
-  // Each returns false when the request cannot be served; the base class does so when the session is in error. A false
-  // without a status means 400.
-  // The base class stores both arguments and refuses methods that the page does not accept (405).
+  // Each returns false when the request cannot be served; the base class does so when the session is in error. When one
+  // returns false without an error status, the status becomes 400. The base class stores both arguments and refuses
+  // methods that the page does not accept (405).
   virtual bool SetURL(const ZInetURL& url, const Chaine& method);
   virtual bool SetRequestHeader(const ZHTTPHeader& header);
   // The request is valid until the session ends.

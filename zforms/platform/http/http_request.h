@@ -20,9 +20,9 @@ class ZFORMS_API ZHTTPReadRequest {
   ZHTTPReadRequest(const Chaine& method, const ZInetURL& url, const ZHTTPHeader& header, const Chaine& body)
       : method_(method), url_(url), header_(header), body_(body) {}
 
-  // As sent, such as "GET" or "POST".
+  // The method as it was sent, such as "GET" or "POST".
   const Chaine& Method() const { return method_; }
-  // Path and parameters as sent; protocol, server and reference are empty.
+  // The path and the parameters as they were sent; protocol, server and reference are empty.
   const ZInetURL& URL() const { return url_; }
   const ZHTTPHeader& Header() const { return header_; }
   // The "Host" field: the name and, if given, the port.

@@ -17,10 +17,11 @@ using boost::beast::string_view;
 
 std::string_view ViewOf(string_view text) { return {text.data(), text.size()}; }
 
-// The error that ends parsing when a limit or a check of ours fails; verdict_ has the details.
+// The error that ends parsing when a check of this class refuses the request; verdict_ has the details.
 error_code Refusal() { return http::make_error_code(http::error::bad_value); }
 
-// True when the first line ends with an HTTP version. As the parser has refused it, the version is not supported.
+// True when the first line ends with an HTTP version. Called when the parser has refused the version, which is then not
+// supported.
 bool NamesVersion(std::string_view data) {
   const std::string_view line = data.substr(0, data.find('\n'));
   const size_t at = line.rfind(" HTTP/");
@@ -101,7 +102,7 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
   // The request without body, for use while the body is received.
   ZHTTPReadRequest MakeHead() const { return {method_, url_, header_, Chaine()}; }
   ZHTTPReadRequest MakeRequest() const {
-    // A request may be refused before its target was judged.
+    // A request may be refused before its target was judged. The log then gets the target as it was sent.
     const bool is_path = target_.View().starts_with('/') && !target_.View().starts_with("//");
     return ZHTTPReadRequest(method_, url_.IsEmpty() && is_path ? ZInetURL(target_) : url_, header_, body_);
   }
@@ -134,7 +135,7 @@ class HTTPRequestReader::Parser : public http::basic_parser<true> {
     body_.Append(ViewOf(bytes));
     return bytes.size();
   }
-  // The parser accepts control characters between quotes.
+  // Checks the extensions, because the parser accepts control characters between quotes.
   void on_chunk_header_impl(std::uint64_t, string_view extension, error_code& error) override {
     if (!IsChunkExtension(ViewOf(extension))) Refuse({400, eHTTPIntrusion::eNone}, &error);
   }
@@ -196,7 +197,7 @@ size_t HTTPRequestReader::Take(std::string_view data) {
 size_t HTTPRequestReader::Parse(std::string_view data) {
   size_t taken = 0;
   error_code error;
-  // The parser stops at the end of each part of the message.
+  // Calls the parser repeatedly, because it stops at the end of each part of the message.
   for (size_t step = 1; step != 0 && !error && !parser_->is_done(); taken += step) {
     const size_t left = data.size() - taken;
     if (left < (parser_->IsInChunks() ? kLastChunk : 1)) break;

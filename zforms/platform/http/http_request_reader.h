@@ -57,7 +57,7 @@ class HTTPRequestReader {
   ZHTTPReadRequest request_;
   bool skipped_line_ = false;
   size_t scanned_ = 0;              // how many of the bytes that were not taken have been checked
-  bool chunk_line_judged_ = false;  // the first line of these bytes
+  bool chunk_line_judged_ = false;  // the first chunk line in these bytes has been checked
   std::unique_ptr<Parser> parser_;
 };
 

@@ -104,7 +104,7 @@ ZInetOStream* ZHTTPSendResponse::BeginSend(uint64_t size) {
   constexpr uint64_t kMaxReserved = uint64_t{1} << 20;
   if (HasBegun()) return nullptr;
   stream_ = std::make_unique<BodyStream>(&body_, size);
-  // Limits the memory that a session's wrong size could reserve.
+  // Limits the memory that a wrong size from a session could reserve.
   body_.Reserve(static_cast<size_t>(std::min(size, kMaxReserved)));
   return stream_.get();
 }
@@ -112,7 +112,7 @@ ZInetOStream* ZHTTPSendResponse::BeginSend(uint64_t size) {
 bool ZHTTPSendResponse::EndSend() {
   if (!HasBegun() || complete_) return false;
   complete_ = stream_->IsFull();
-  // Whoever still has a pointer to the stream cannot write any more.
+  // Closes the stream, so that a session that kept the pointer cannot write any more.
   stream_->Close();
   return complete_;
 }

@@ -14,7 +14,7 @@ class ZInetOStream;
 
 // ZHTTPSendResponse is the answer to one request. A session sets the header, calls BeginSend, writes the body and calls
 // EndSend. The bytes are sent afterwards, by a thread of the framework, so that a slow client does not block a session.
-// The framework owns the response; until then only the session's thread uses it.
+// The framework owns the response. Only the session's thread uses it until the session has ended.
 //
 // The framework itself writes the fields that frame the message ("Content-Length", "Connection", "Date") and those that
 // protect it, such as "Cache-Control: no-store" and "X-Content-Type-Options: nosniff".

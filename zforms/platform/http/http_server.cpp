@@ -24,7 +24,7 @@ void RunSession(ZHTTPServerPageSession* session, ZHTTPReadRequest& request, ZHTT
 
 }  // namespace
 
-// The server's functions for the engine.
+// The functions of the server that the engine calls.
 class ZHTTPServer::Host : public IHTTPEngineHost {
  public:
   explicit Host(ZHTTPServer* server) : server_(server) {}
@@ -91,7 +91,7 @@ ZHTTPServer::~ZHTTPServer() {
   intrusions_->Detach();
 }
 
-// 0 or the system's error.
+// Opens the port, or adopts the listeners. Returns 0 or the system's error.
 int ZHTTPServer::Open(HTTPEngine& engine) {
   if (listeners_.empty()) return engine.Open(Port());
   int error = 0;

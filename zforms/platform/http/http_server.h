@@ -34,7 +34,7 @@ class ZFORMS_API ZHTTPServer : public ZHTTPServerPageNode {
   ~ZHTTPServer() override;
 
   // Calls NotifyStart, listens and starts the threads. False when NotifyStart refuses, when the server is running
-  // already, or when the port or a listener is not available; in this case NotifyErrorStart is called first.
+  // already, or when the port or a listener is not available; in the last case NotifyErrorStart is called first.
   bool Start();
   // Stops the server. Accepts no more connections, waits up to sLimits::stop_time for running requests and then closes
   // their connections, waits for the pages that still run, and empties the idle loop, so that no message of an answered

@@ -8,7 +8,8 @@
 
 namespace zforms {
 
-// The byte order mark at the front of a text tells its encoding: U+FEFF in that encoding (RFC 3629 6, RFC 2781 3.2).
+// The byte order mark at the front of a text is U+FEFF in the encoding of the text, and so identifies the encoding (RFC
+// 3629 6, RFC 2781 3.2).
 
 inline constexpr std::string_view kUTF8Mark = "\xEF\xBB\xBF";
 inline constexpr std::string_view kUTF16BEMark = "\xFE\xFF";
@@ -31,8 +32,8 @@ constexpr std::string_view WithoutUTF8Mark(std::string_view text) {
   return text.starts_with(kUTF8Mark) ? text.substr(kUTF8Mark.size()) : text;
 }
 
-// UTF-16 that begins with its mark gives UTF-8 without a mark. Any other text comes back as it is, with its bytes
-// shared.
+// Converts UTF-16 that begins with its mark to UTF-8 without a mark. Any other text is returned unchanged, and shares
+// its bytes.
 Chaine MarkedUTF16ToUTF8(const Chaine& text);
 
 }  // namespace zforms

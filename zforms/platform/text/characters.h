@@ -17,8 +17,8 @@ namespace zforms {
 // Whether the byte continues a character, rather than begins one.
 constexpr bool IsTrailByte(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
-// Takes one character off the front of the text. Malformed text loses one byte and gives nothing.
-// Precondition: the text is not empty.
+// Removes one character from the front of the text and returns it. When the bytes there are not UTF-8, removes one byte
+// and returns nothing. Precondition: the text is not empty.
 constexpr std::optional<char32_t> TakeCharacter(std::string_view* text) {
   const uint8_t lead = static_cast<uint8_t>(text->front());
   const size_t length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
@@ -43,7 +43,7 @@ constexpr uint64_t CountCharacters(std::string_view text) {
   return static_cast<uint64_t>(std::count_if(text.begin(), text.end(), [](char c) { return !IsTrailByte(c); }));
 }
 
-// The length of the longest front of the text that has up to `size` bytes and cuts no character. Bytes that are not
+// The length of the longest beginning of the text that has up to `size` bytes and cuts no character. Bytes that are not
 // UTF-8 are cut anywhere.
 ZFORMS_API size_t SizeOfWholeCharacters(std::string_view text, size_t size);
 

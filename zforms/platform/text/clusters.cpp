@@ -9,7 +9,7 @@
 namespace zforms {
 namespace {
 
-// Asks for the form of the character before it as an emoji, which is wide.
+// Variation selector 16: the character before it is shown as an emoji, which is wide.
 constexpr char32_t kEmojiStyle = 0xFE0F;
 
 // Two of these letters are a flag.

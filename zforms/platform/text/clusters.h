@@ -7,9 +7,9 @@
 
 namespace zforms {
 
-// Takes what a reader sees as one character off the front of UTF-8 text, and returns it: an extended grapheme cluster
-// (Unicode UAX 29), such as a letter with its accents or a flag. A byte that is not UTF-8 is one by itself.
-// Precondition: the text is not empty.
+// Removes the first extended grapheme cluster (Unicode UAX 29) from the front of UTF-8 text, and returns it. Readers
+// see a cluster as one character, such as a letter with its accents or a flag. A byte that is not UTF-8 is a cluster by
+// itself. Precondition: the text is not empty.
 ZFORMS_API std::string_view TakeCluster(std::string_view* text);
 
 // How many columns of a terminal the cluster takes: 2 for wide East Asian characters and emoji, 0 for combining marks

@@ -298,7 +298,7 @@ void ZInetURL::MoveTo(const Chaine& relative) {
     path_ = RemoveDotSegments(path_);
   } else {
     if (!target.path_.IsEmpty()) {
-      // Relative to the folder of this path; the folder is "/" for a server without a path.
+      // The new path is relative to the folder of this path; the folder is "/" for a server without a path.
       const size_t slash = path_.View().rfind('/');
       Chaine folder = slash == std::string_view::npos ? Chaine() : path_.Mid(0, slash + 1);
       if (has_authority_ && path_.IsEmpty()) folder = "/";

@@ -23,13 +23,13 @@ class ZFORMS_API ZInetURL {
   // reference, as in the first line of an HTTP request.
   Chaine AsChaine(bool without_user = false, bool path_only = false) const;
 
-  // In lower case, without ":"; empty when absent. A single letter before ":" is a drive, not a protocol.
+  // The protocol in lower case, without ":"; empty when absent. A single letter before ":" is a drive, not a protocol.
   Chaine Protocol() const;
   // User name and password: the text before "@", not decoded.
   const Chaine& User() const { return user_; }
-  // Without the port; an IPv6 address keeps its brackets.
+  // The server without the port; an IPv6 address keeps its brackets.
   const Chaine& Server() const { return server_; }
-  // 0 when absent or not a number up to 65535.
+  // The port; 0 when it is absent or not a number up to 65535.
   uint16_t Port() const { return port_; }
   // With `as_file` false, the path as in the text. With true, the path for the operating system: percent escapes are
   // decoded, and a path that starts with a drive letter ("/C:/...", "/C|/...") becomes "C:/...".

@@ -12,7 +12,7 @@
 namespace zforms {
 namespace {
 
-// Composing takes quadratic time in the marks of one letter, so it is for short texts alone.
+// Composing takes quadratic time in the marks of one letter, so only short texts are composed.
 constexpr size_t kLongestFileName = 1024;
 
 constexpr auto kFold = UTF8PROC_CASEFOLD;

@@ -13,7 +13,7 @@
 namespace zforms {
 namespace {
 
-// Composing takes quadratic time in the marks of one letter.
+// Longer texts are refused: composing takes quadratic time in the marks of one letter.
 constexpr size_t kLongest = 1024;
 
 struct Range {
@@ -80,8 +80,8 @@ Letter LetterOf(char32_t c) {
   }
 }
 
-// No prohibited character; and with a letter of a script from right to left, none from left to right, and one of the
-// former at each end (RFC 3454 section 6).
+// True when the text has no prohibited character. If it has a right-to-left letter, it must also begin and end with
+// one, and have no left-to-right letter (RFC 3454 section 6).
 bool IsAllowed(std::string_view text) {
   Letter first = Letter::kNone;
   Letter last = Letter::kNone;

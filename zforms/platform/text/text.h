@@ -45,7 +45,8 @@ ZFORMS_API Chaine UTF8ToUTF16BE(std::string_view utf8);
 // U+FFFD; an odd last byte is dropped.
 ZFORMS_API Chaine UTF16ToUTF8(std::string_view bytes, ByteOrder order);
 
-// Bytes without a character in windows-1252 (81, 8D, 8F, 90, 9D) give the control characters of the same number.
+// Converts windows-1252 to UTF-8. Bytes without a character (81, 8D, 8F, 90, 9D) give the control characters of the
+// same number.
 ZFORMS_API Chaine Windows1252ToUTF8(std::string_view bytes);
 ZFORMS_API Chaine Latin1ToUTF8(std::string_view bytes);
 

@@ -19,7 +19,7 @@ namespace zforms {
 
 // Conversions between UTF-8 and the text of Windows functions; only for sources named *_win32.
 
-// Empty when the text is empty, contains a zero byte or is not valid UTF-8.
+// Converts from UTF-8. Empty when the text is empty, contains a zero byte or is not valid UTF-8.
 inline std::wstring Widen(std::string_view text) {
   if (text.empty() || text.size() > 0x7FFF || text.find('\0') != std::string_view::npos) return {};
   const int length = static_cast<int>(text.size());
@@ -45,7 +45,7 @@ inline bool ReadRegistryText(HKEY root, const std::wstring& key, const wchar_t* 
   constexpr DWORD kTypes = RRF_RT_REG_SZ;  // texts that were expanded are of this type too
   DWORD size = 0;
   if (::RegGetValueW(root, key.c_str(), name, kTypes, nullptr, nullptr, &size) != ERROR_SUCCESS) return false;
-  // The value may change between the two calls, so expanding may need more room than was reported.
+  // If the value becomes longer between the two calls, the second call fails.
   std::wstring text(size / sizeof(wchar_t) + 1, L'\0');
   size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
   if (::RegGetValueW(root, key.c_str(), name, kTypes, nullptr, text.data(), &size) != ERROR_SUCCESS) return false;

@@ -9,7 +9,7 @@ namespace {
 // With fewer nodes, a linear search is cheaper than a cursor.
 constexpr size_t kFewNodes = 12;
 
-// Memory that the document's nodes share is freed with the document.
+// Destroys a node. Memory that the document's nodes share is freed later, with the document.
 template <class Node>
 void Destroy(Node* node) {
   if (node->in_shared_memory) {
@@ -171,7 +171,7 @@ ZXMLElement* ZXMLElement::LocateNear(std::string_view name, size_t index) const 
     }
     at = backwards ? at - 1 : at + 1;
   }
-  // The search has passed the last child of the name.
+  // The search has passed the last child of the name, so the number of these children is known.
   cursor.count = at;
   return nullptr;
 }

@@ -97,7 +97,7 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   // The shared empty element, returned in place of a missing one.
   static const ZXMLElement& None();
 
-  // Includes the prefix.
+  // The name with its prefix.
   const Chaine& Name() const { return name_; }
   void SetName(const Chaine& name);
 

@@ -16,8 +16,8 @@ namespace {
 constexpr unsigned kParseFlags = (pugi::parse_full & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) |
                                  pugi::parse_ws_pcdata | pugi::parse_embed_pcdata | pugi::parse_fragment;
 
-// The name of the entity that a reference at `at` names and XML does not define, such as "nbsp" of
-// "&nbsp;"; else empty. Entities that a document type declares are not known either.
+// The name of the entity when there is a reference at `at` to an entity that XML does not define, such as "nbsp" for
+// "&nbsp;"; else empty. Entities that a document type declares are unknown too.
 std::string_view UnknownEntity(std::string_view text, size_t at) {
   constexpr std::string_view kKnown[] = {"lt", "gt", "amp", "quot", "apos"};
   if (text.substr(at, 1) != "&") return {};
@@ -252,7 +252,7 @@ class ZXMLParser {
   const char* repeated_ = nullptr;  // the name of an attribute that its element has already, in bytes_
   Chaine version_;
   Chaine standalone_;
-  bool is_document_ = false;  // a fragment may come from a document that defines entities
+  bool is_document_ = false;  // else unknown entities are kept: the document of a fragment may define them
 };
 
 // An estimate of the nodes' memory for each byte of dense XML. It is allocated as one block, which the allocator keeps

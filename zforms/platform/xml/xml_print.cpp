@@ -221,7 +221,8 @@ class ZXMLPrinter {
     }
   }
 
-  // Dropping carriage returns first makes sure that no "]]>" forms afterwards.
+  // Writes a CDATA section. With raw line ends, it drops carriage returns first: a filter that drops them later could
+  // join a "]]>".
   void PutCData(const Chaine& text) {
     constexpr std::string_view kEnd = "]]>";
     const bool drop = raw_ && text.View().find('\r') != std::string_view::npos;
@@ -236,7 +237,8 @@ class ZXMLPrinter {
     out_.Put(kEnd);
   }
 
-  // A lone carriage return becomes a line feed, so that "-\r->" does not end a comment.
+  // Writes a node such as a comment. With raw line ends, carriage returns become line feeds, so that "-\r->" does not
+  // end a comment when a filter drops the carriage return.
   void PutWhole(std::string_view start, const Chaine& text, std::string_view end) {
     out_.Put(start);
     out_.Put(raw_ && text.View().find('\r') != std::string_view::npos ? WithLineEnds(text, "\n").View() : text.View());
@@ -252,7 +254,7 @@ class ZXMLPrinter {
   const bool raw_;
   const bool short_empty_;
   size_t replaced_ = 0;
-  std::vector<OpenValue> values_;  // of the open elements
+  std::vector<OpenValue> values_;  // one for each open element
 };
 
 Chaine ZXMLElement::AsChaine() const {

@@ -55,7 +55,7 @@ void ZXMLScanner::SkipBlanks() {
   while (at_ != end_ && Is(*at_, kBlank)) at_++;
 }
 
-// Empty when the text here is not a name.
+// Reads a name; empty when the text here is not a name.
 std::string_view ZXMLScanner::ScanName() {
   const char* const start = at_;
   if (at_ == end_ || !Is(*at_, kNameStart)) return {};
@@ -115,7 +115,7 @@ bool ZXMLScanner::ScanStartTag() {
   return Take('/') && Take('>');
 }
 
-// The caller checks that a blank or the end of the tag follows the attribute.
+// Reads an attribute. The caller checks that a blank or the end of the tag follows it.
 bool ZXMLScanner::ScanAttribute(ZXMLElement* into) {
   const std::string_view name = ScanName();
   if (name.empty()) return false;
@@ -126,7 +126,7 @@ bool ZXMLScanner::ScanAttribute(ZXMLElement* into) {
   const char quote = *at_++;
   Chaine value;
   if (!ScanCharacters([quote](char c) { return c == quote; }, &value) || !Take(quote)) return false;
-  // The full parser reports repeated attributes, and compares many attributes faster.
+  // Leaves these cases to the full parser: it reports repeated attributes, and compares many attributes faster.
   if (into->Attribs().size() == kMostCompared || into->HasAttrib(name)) return false;
   builder_.AddAttribute(Share(name), std::move(value), into);
   return true;

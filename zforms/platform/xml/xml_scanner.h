@@ -43,7 +43,7 @@ class ZXMLScanner {
     at_++;
     return true;
   }
-  // Long texts are windows onto the source.
+  // The part as a Chaine; a long part is a window onto the source.
   Chaine Share(std::string_view part) const {
     if (part.size() <= Chaine::kInlineCapacity) return Chaine(part);
     return source_.Mid(static_cast<size_t>(part.data() - source_.data()), part.size());

@@ -28,7 +28,7 @@ XMLTags::Kind XMLTags::Skip(std::string_view start, std::string_view end) {
   const size_t from = at_ + start.size();
   const size_t to = text_.find(end, from);
   if (to == std::string_view::npos) return Kind::eLost;
-  // Only a declaration has attributes.
+  // Limits the attributes of a declaration; comments and CDATA sections have none.
   const std::string_view content = text_.substr(from, to - from);
   if (start == "<?" && static_cast<size_t>(std::count(content.begin(), content.end(), '=')) > kMaxAttributes) {
     return Kind::eLost;

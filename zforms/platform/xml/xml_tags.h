@@ -29,9 +29,9 @@ class XMLTags {
   explicit XMLTags(std::string_view text) : text_(text) {}
 
   Kind Next();
-  // Of a start, empty or end tag.
+  // The name of a start, empty or end tag.
   std::string_view Name() const { return name_; }
-  // Of a start or empty tag.
+  // The attributes of a start or empty tag.
   const std::vector<Attribute>& Attributes() const { return attributes_; }
   // The text between the previous tag and this one, not decoded.
   std::string_view TextBefore() const { return before_; }

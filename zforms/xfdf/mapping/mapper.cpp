@@ -10,15 +10,15 @@ namespace {
 // Adds the name and the names of the fields above it.
 void AddWithAncestors(const Chaine& name, PUniqueT<Chaine>* names) {
   names->Add(name);
-  // Longer names cannot match a listed field.
+  // Ignores dots beyond this length: longer names cannot match a listed field.
   const std::string_view front = name.View().substr(0, ZXFDFFieldCollection::kMaxFullName);
   for (size_t dot = front.find('.'); dot != std::string_view::npos; dot = front.find('.', dot + 1)) {
     names->Add(name.Mid(0, dot));
   }
 }
 
-// Removes every field whose name is not in the list, through its parent. `prefix` is the start of the full names of
-// these fields. Recurses only into kept fields, so never deeper than the names.
+// Removes every field whose full name is not in `kept`. `prefix` is the start of the full names of these fields.
+// Recurses only into kept fields, so never deeper than the names.
 void RemoveOthers(ZXFDFFieldCollection& fields, const Chaine& prefix, const PUniqueT<Chaine>& kept) {
   PTableau<Chaine> others;
   for (unsigned int i = 0; i < fields.Size(); i++) {
@@ -31,7 +31,7 @@ void RemoveOthers(ZXFDFFieldCollection& fields, const Chaine& prefix, const PUni
     }
   }
   for (const Chaine& name : others) {
-    // Also removes other fields of the same name.
+    // Repeats the call, because several fields may have this name.
     while (fields.RemoveField(name)) {
     }
   }
@@ -42,7 +42,7 @@ void SetOnlyValue(ZXFDFField& field, const ZVariant& value) {
   if (field.Values().size() > 1) field.SetValues({Chaine()});
   field = value;
   if (!field.HasValueRichText() || former == value.AsChaine()) return;
-  // Viewers would show it in place of the new value.
+  // Removes the rich text: viewers would show it in place of the new value.
   ZXMLElement& rich_text = field.ValueRichText();
   rich_text.parent->Remove(rich_text);
 }

@@ -48,11 +48,12 @@ class ZFORMS_API ZXFDFMapper {
 
   // Maps the XFDF field to a data field; declares it unmapped when the rubric is not registered.
   void DeclareMap(const Chaine& xfdf_name, const Chaine& rubric, const Chaine& field);
-  // The same with a reference "rubric.field", where the rubric ends at the first "."; unmapped without one.
+  // Does the same with a reference "rubric.field", where the rubric ends at the first "."; declares the field unmapped
+  // when there is no ".".
   void DeclareMap(const Chaine& xfdf_name, const Chaine& reference);
   // Declares a field without data.
   void DeclareUnmapped(const Chaine& xfdf_name);
-  // In byte order of the XFDF names.
+  // All maps, in byte order of the XFDF names.
   const FDictionnary<DataFieldRef>& Maps() const { return maps_; }
 
   // Declares every entry of the storage; with `known_rubrics_only`, only those whose rubric is registered. When there
