@@ -211,8 +211,9 @@ bool ZAcroForm::SaveFullBy(const WriteStep& write) {
   // Objects in use are found from the catalog: without it everything would be lost.
   if (parser_->Root() == nullptr) return FailSave("the document's catalog (\"/Root\") cannot be read");
   std::unique_ptr<ZPDFNodeDictionary> trailer = BareTrailer(*parser_);
+  const bool keeps_encryption = encryption_save_ == nullptr && !removes_encryption_;
   ZPDFUsedObjects used =
-      EncryptionSave() == nullptr ? ZPDFUsedObjects::Find(*parser_, *trailer) : ZPDFUsedObjects::FindNodes(*trailer);
+      keeps_encryption ? ZPDFUsedObjects::Find(*parser_, *trailer) : ZPDFUsedObjects::FindNodes(*trailer);
   const ZPDFLosses losses(*parser_, used.missing, &notes_);
   DropStructureStreams(&used.objects);
   PTableau<ZPDFObjectIdentifier> former;

@@ -1,6 +1,8 @@
 #include "zforms/filling/form_press.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -31,12 +33,18 @@ enum class Restored {
 };
 
 Restored RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {
-  const auto is_lost = [&](std::string_view key) { return original.Exist(key) && !dictionary.Exist(key); };
+  std::array<const char*, std::size(kFilledKeys)> changed;
+  auto changed_end = changed.begin();
   size_t lost = 0;
-  for (const char* key : kFilledKeys) lost += is_lost(key) ? 1 : 0;
-  const bool is_last = lost == 1 && is_lost(original.KeyAt(original.Size() - 1));
-  if (lost == 0 || is_last) {
-    for (const char* key : kFilledKeys) Restore(dictionary, original, key);
+  bool keeps_order = true;
+  for (const char* key : kFilledKeys) {
+    const bool was_there = original.Exist(key);
+    const ZPDFNode* const value = dictionary.GetDirect(key);
+    if (was_there && value == nullptr) keeps_order = ++lost == 1 && original.KeyAt(original.Size() - 1) == key;
+    if (value == nullptr ? was_there : !was_there || value->IsModified()) *changed_end++ = key;
+  }
+  if (keeps_order) {
+    std::for_each(changed.begin(), changed_end, [&](const char* key) { Restore(dictionary, original, key); });
     return Restored::kInPlace;
   }
   // Sets all keys again, in their order: setting only the lost key would put it at the end.

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <array>
 
+#include "zforms/pdf/forward_reader.h"
+#include "zforms/pdf/node.h"
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/hex.h"
 #include "zforms/platform/base/number.h"
@@ -155,103 +158,8 @@ class Scanner {
   std::vector<ZPDFObjectIdentifier>* references_;
 };
 
-}  // namespace
-
-// Writes the value at the front of a text that was checked.
-class ZPDFRawValueWriter {
- public:
-  ZPDFRawValueWriter(std::string_view text, ZPDFOutStream& out)
-      : at_(text.data()), end_(text.data() + text.size()), out_(out) {}
-
-  void Value() {
-    switch (*at_) {
-      case '(': Literal(); break;
-      case '[': Array(); break;
-      case '<': at_[1] == '<' ? Dictionary() : Hexadecimal(); break;
-      default: Token(); break;
-    }
-  }
-
- private:
-  void SkipBlanks() { at_ = SkipClass(at_, end_, kBlank); }
-
-  // A name, a word, a number or a reference.
-  void Token() {
-    if (Is(*at_, kDigit)) {
-      if (const Reference reference = ReferenceAt(at_, end_); reference.end != nullptr) {
-        out_.WriteNumber(ParseUInt(reference.number));
-        out_.Separate();
-        out_.WriteNumber(ParseUInt(reference.generation));
-        out_.Separate();
-        out_.WriteChar('R');
-        at_ = reference.end;
-        return;
-      }
-    }
-    const char* const after = FindClass(at_ + 1, end_, kBlankOrSpecial);
-    out_.WriteToken(Between(at_, after));
-    at_ = after;
-  }
-
-  void Literal() {
-    bool escaped = false;
-    const char* const after = LiteralEnd(at_, end_, &escaped);
-    const std::string_view body = Between(at_ + 1, after - 1);
-    if (FindClass(body.data(), body.data() + body.size(), kEscaped) == body.data() + body.size()) {
-      ZPDFNodeLiteralString::WriteAsRead(out_, body, nullptr);
-    } else {
-      ZPDFNodeLiteralString::Write(
-          out_, ZPDFNodeLiteralString::Encode(escaped ? ZPDFNodeLiteralString::Decode(body) : Chaine(body)));
-    }
-    at_ = after;
-  }
-
-  void Hexadecimal() {
-    const char* const after = std::find(at_, end_, '>');
-    out_.WriteChar('<');
-    out_.WriteDigitPairs(ZPDFNodeHexaString::Encode(ZPDFNodeHexaString::Decode(Between(at_ + 1, after))));
-    out_.WriteChar('>');
-    at_ = after + 1;
-  }
-
-  void Array() {
-    at_++;
-    out_.WriteChar('[');
-    for (SkipBlanks(); *at_ != ']'; SkipBlanks()) {
-      out_.Separate();
-      Value();
-      out_.Separate();
-    }
-    out_.WriteChar(']');
-    at_++;
-  }
-
-  void Dictionary() {
-    at_ += 2;
-    out_.WriteToken("<<");
-    SkipBlanks();
-    const bool has_entries = *at_ == '/';
-    for (; *at_ == '/'; SkipBlanks()) {
-      out_.NewLine();
-      Token();
-      out_.Separate();
-      SkipBlanks();
-      Value();
-    }
-    if (has_entries) out_.NewLine();
-    out_.WriteToken(">>");
-    at_ += 2;
-  }
-
-  const char* at_;
-  const char* end_;
-  ZPDFOutStream& out_;
-};
-
-namespace {
-
-// The same for values whose lines all stay short, which are nearly all: does the steps of ZPDFOutStream on a pointer of
-// its own, and need not look for the end of a line.
+// Writes a value that was checked and whose lines all stay short, as nearly all do. Takes the same steps as
+// ZPDFOutStream, but on a pointer, and without looking for the end of a line.
 class ShortLineWriter {
  public:
   // `to` is behind the line feed of the line before, with room for kMostGrowth bytes for each byte of the text.
@@ -361,6 +269,15 @@ class ShortLineWriter {
   bool fits_ = true;
 };
 
+// Writes a value with longer lines.
+void WriteByNodes(std::string_view text, ZPDFOutStream& out) {
+  ZPDFTokenizedString tokens{Chaine(text)};
+  tokens.SetDocument();
+  ZPDFNode* const node = ReadForward(tokens, nullptr, nullptr);
+  if (node != nullptr) node->SendTo(out, nullptr);
+  ZPDFNode::Destroy(node);
+}
+
 }  // namespace
 
 size_t ZPDFRawValue::LengthAt(std::string_view text, std::vector<ZPDFObjectIdentifier>* references) {
@@ -376,7 +293,7 @@ void ZPDFRawValue::Write(std::string_view text, ZPDFOutStream& out) {
   if (const char* const end = out.Column() == 0 ? writer.Write() : nullptr) {
     out.Accept(static_cast<size_t>(end - to), static_cast<size_t>(writer.Column()));
   } else {
-    ZPDFRawValueWriter(text, out).Value();
+    WriteByNodes(text, out);
   }
 }
 

@@ -15,13 +15,14 @@ class ZPDFOutStream;
 using ZPDFRawObjects = PTableau<std::pair<ZPDFObjectIdentifier, std::string_view>>;
 
 // Values that are written again straight from their text in the file, without nodes: those that nobody has read or
-// changed, in a document that is not encrypted. Private to the parser and the writers.
+// changed. Encrypted strings stay encrypted as they are. Private to the parser and the writers.
 class ZPDFRawValue {
  public:
   // The length of the value at the front of the text; 0 when the reader of nodes would make a guess or a warning about
   // it, and for what is rare: comments, names with escapes, and deep nesting. Adds the references in it, in order.
   static size_t LengthAt(std::string_view text, std::vector<ZPDFObjectIdentifier>* references);
-  // Writes what the nodes of the value would write. Precondition: LengthAt found the value, which is the whole text.
+  // Writes the same text as the nodes of the value, without encryption. Precondition: LengthAt found the value, which
+  // is the whole text.
   static void Write(std::string_view text, ZPDFOutStream& out);
 };
 

@@ -46,7 +46,6 @@ class ZFORMS_API ZPDFNodeLiteralString final : public ZPDFNodeString {
 
  private:
   friend class ZPDFNode;
-  friend class ZPDFRawValueWriter;
   friend class ZPDFUnreadValue;
   // Write a string. The first function takes its escaped body, the second its plain body, which needs no escapes, and
   // encrypts it.

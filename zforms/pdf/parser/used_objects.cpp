@@ -27,8 +27,8 @@ ZPDFUsedObjects ZPDFUsedObjects::FindNodes(const ZPDFNodeDictionary& trailer) {
 
 ZPDFUsedObjects ZPDFUsedObjects::Find(ZPDFParser& parser, const ZPDFNodeDictionary& trailer) {
   ZPDFUsedObjects found;
-  const bool may_be_raw = parser.Encryption() == nullptr && !parser.IsRecovered();
-  return may_be_raw && ZPDFUsedObjectSearch(parser).Run(trailer, &found) ? std::move(found) : FindNodes(trailer);
+  const bool has_raw = !parser.IsRecovered() && ZPDFUsedObjectSearch(parser).Run(trailer, &found);
+  return has_raw ? std::move(found) : FindNodes(trailer);
 }
 
 bool ZPDFUsedObjectSearch::Run(const ZPDFNodeDictionary& trailer, ZPDFUsedObjects* found) {
@@ -89,7 +89,9 @@ bool ZPDFUsedObjectSearch::Take(const ZPDFObjectIdentifier& id) {
 std::string_view ZPDFUsedObjectSearch::RawValue(const ZPDFObjectLocation& location) {
   if (location.requested || location.object != nullptr || !location.in_use) return {};
   references_.clear();
-  return location.packed ? RawValueInStream(location) : RawValueInFile(location);
+  if (!location.packed) return RawValueInFile(location);
+  // The strings in object streams are not encrypted, those in the new file are.
+  return parser_.Encryption() == nullptr ? RawValueInStream(location) : std::string_view();
 }
 
 std::string_view ZPDFUsedObjectSearch::RawValueInFile(const ZPDFObjectLocation& location) {

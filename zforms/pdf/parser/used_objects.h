@@ -21,7 +21,8 @@ struct ZPDFUsedObjects {
   ZPDFRawObjects raw;                      // valid as long as the parser keeps the document
   PTableau<ZPDFObjectIdentifier> missing;  // the identifiers of references whose object is missing, in order
 
-  // Precondition: the trailer's provider is the parser. Encrypted and recovered documents have no raw objects.
+  // Precondition: the trailer's provider is the parser. Recovered documents have no raw objects. The raw objects of an
+  // encrypted document can only be written with the same encryption: their strings stay as they are.
   static ZPDFUsedObjects Find(ZPDFParser& parser, const ZPDFNodeDictionary& trailer);
   // The same without raw objects.
   static ZPDFUsedObjects FindNodes(const ZPDFNodeDictionary& trailer);
