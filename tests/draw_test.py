@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What zforms draws is seen on the page: other readers find the values in its text."""
+"""Other readers find the values that zforms draws in the text of the page."""
 
 import json
 import pathlib

@@ -180,7 +180,7 @@ def test_trouble(folder):
 
 
 def test_asked_to_stop(folder):
-    """A run that is asked to stop finishes the rows it began. --resume makes the others, also from a copy of the data."""
+    """A run that is asked to stop finishes rows that it began. --resume makes the others, also from copied data."""
     data, out = people(folder, 12000), folder / "out"
     wanted = single_run(data, folder / "whole")
     text = data.read_bytes()

@@ -125,6 +125,7 @@ TABLES = [  # label, bytes of a CSV file, the values or the message
     ("separator ;", "adherent.nom;adherent.ville\nA;B, C\n", {NAME: "A", CITY: "B, C"}),
     ("tabs", "adherent.nom\tadherent.ville\nA\tB;C", {NAME: "A", CITY: "B;C"}),
     ("a word on the separator", "sep=|\r\nadherent.nom|adherent.ville\r\nA|B\r\n", {NAME: "A", CITY: "B"}),
+    ("other separators within a quoted name", '"x;y;z",adherent.nom\n1,A\n', ({NAME: "A"}, '"x;y;z"')),
     ("one column", "adherent.nom\n\n\nA\n\n", {NAME: "A"}),
     ("lines ended by CR", "adherent.nom,adherent.ville\rA,B\r", {NAME: "A", CITY: "B"}),
     ("quotes, line ends and separators in a value", 'adherent.nom,adherent.adresse\n"a ""b"", c","1\r\n2\n3"\n',

@@ -374,6 +374,28 @@ TEST(AcroFormDocument, PermissionsAreAFullSaveAndThenUpdates) {
     EXPECT_EQ(last.StandardUserFlags(), 4U);
     EXPECT_EQ(ValuesOf(last), "a=1 b=after ");
     EXPECT_EQ(ObjectOf(last, 12), "[(\xE9 secret\\(\\))]");
+
+    // A full save with the same encryption keeps the encrypted strings of an object that was not read.
+    ASSERT_TRUE(last.EncryptWithAES256("", "owner"));
+    const auto load = [](const Chaine& file) {
+      ZAcroForm loaded;
+      loaded.SetEncryptions(ZPDFEncryptions::kAll);
+      ZInetChaineIStream in(file);
+      EXPECT_TRUE(loaded.Load(in, ""));
+      return loaded;
+    };
+    ZAcroForm unread = load(Saved(last));
+    const auto stored = [](const Chaine& file) {
+      const std::string_view object = file.View().substr(file.View().find("\n12 0 obj"));
+      return std::string(object.substr(0, object.find("endobj")));
+    };
+    const std::string former = stored(unread.RawData());
+    EXPECT_EQ(stored(SavedFull(unread)), former);
+    ZAcroForm opened = load(unread.RawData());
+    EXPECT_EQ(ValuesOf(opened), "a=1 b=after ");
+    EXPECT_EQ(ObjectOf(opened, 12), "[(\xE9 secret\\(\\))]");
+    opened.RemoveEncryption();
+    EXPECT_EQ(stored(SavedFull(opened)), "\n12 0 obj\n[(\xE9 secret\\(\\))]\n");
   }
 }
 
@@ -399,7 +421,8 @@ TEST(AcroFormDocument, FullSavesAreWhole) {
   EXPECT_EQ(WarningsOf(Loaded(updated)), "");
 }
 
-// When the gaps are too wide to fill, the objects get new numbers. A dangling reference gets a null object.
+// When the gaps between object numbers are too wide to fill, the objects get new numbers. A dangling reference gets a
+// null object.
 TEST(AcroFormDocument, WideGapsAreNumberedAnew) {
   const char* const field = "<</FT/Tx/T(a)/V(1)/X 95000 0 R/Y 90000 0 R/Z[7 3 R 7 3 R]>>";
   ZAcroForm form = FormText().Field(90000, field).Object(80000, "(unused)").Form();

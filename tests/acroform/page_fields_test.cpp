@@ -10,7 +10,7 @@
 namespace zforms {
 namespace {
 
-// Opens the form, with the fields of its pages if `find` is true.
+// Opens the form; with `find`, also its fields that are only on its pages.
 ZAcroForm Opened(const FormText& text, bool find = true) {
   ZAcroForm form;
   form.SetPageFields(find);

@@ -101,7 +101,7 @@ TEST(Calculation, FormulasAreEvaluated) {
   EXPECT_FALSE(FieldFormula::Of("event.value = " + std::string(100000, '-') + "AFMakeNumber(getField('a').value)"));
 }
 
-// Scripts are found in every place that may have them, and each is named once. Cycles of actions are left.
+// Scripts are found in every place that may have them, and each is named once. A cycle of actions is followed once.
 TEST(Calculation, ScriptsAreListed) {
   const std::string script = "<</S/JavaScript/JS(own();)/Next 20 0 R>>";
   FormText text;

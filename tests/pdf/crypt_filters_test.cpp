@@ -72,7 +72,7 @@ TEST(LongKeyPasswordsTest, PublishedVectors) {
 TEST(CryptFiltersTest, EitherPasswordOpensAndChangesKeepThat) {
   for (const char* entries :
        {"/V 1/R 2/P -4", "/V 1/R 3/P -4", "/V 2/R 3/Length 128/P -4", "/V 2/R 3/Length 40/P -4"}) {
-    // Unless owner passwords are allowed, only the user password opens the document.
+    // Without SetEncryptions(kAll), only the user password opens the document.
     const Handler handler(entries);
     EXPECT_FALSE(ZPDFEncryption(handler.dictionary, "identifier", "owner").CanBeDecrypted());
   }
@@ -252,7 +252,8 @@ TEST(CryptFiltersTest, DamagedDocuments) {
       EXPECT_EQ(said.starts_with(plain), key[1] == 'O') << "the user password opens it unless its own strings are cut";
     }
     // Some writers append zero bytes to these strings.
-    EXPECT_EQ(read([&](ZPDFNodeDictionary& d) { d.SetValue(key, d.GetStringValue(key) + "\0\0"); }, sound),
+    EXPECT_EQ(read([&](ZPDFNodeDictionary& d) { d.SetValue(key, d.GetStringValue(key) + std::string_view("\0\0", 2)); },
+                   sound),
               plain + " ");
   }
   for (const char* perms : {"", "sixteen bytes of"}) {

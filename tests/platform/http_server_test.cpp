@@ -130,7 +130,7 @@ TEST(ZHTTPServer, DeadlinesEndWhatDoesNotCome) {
     ASSERT_TRUE(server.Start());
     Clock::time_point start;
     int status = 0;
-    // On a busy machine the client may be disconnected as idle before it sends; then it tries again.
+    // On a busy machine the server may disconnect the client as idle before it sends. Then the test tries again.
     do {
       start = Clock::now();
       RawClient client(server.Port());

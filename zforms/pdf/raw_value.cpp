@@ -8,6 +8,7 @@
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/token_end.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/hex.h"
@@ -18,8 +19,6 @@ namespace {
 
 constexpr int kDeepest = 32;
 constexpr size_t kMostKeys = 64;
-
-bool EndsToken(const char* at, const char* end) { return at == end || Is(*at, kBlankOrSpecial); }
 
 std::string_view Between(const char* begin, const char* end) { return {begin, static_cast<size_t>(end - begin)}; }
 
@@ -39,16 +38,6 @@ Reference ReferenceAt(const char* at, const char* end) {
   if (generation_end == generation || letter == generation_end || letter == end || *letter != 'R') return {};
   if (!EndsToken(letter + 1, end)) return {};
   return {Between(at, number_end), Between(generation, generation_end), letter + 1};
-}
-
-// True for digits that are written as they are.
-bool IsUsual(std::string_view digits) { return digits.size() == 1 || (digits.size() < 10 && digits.front() != '0'); }
-
-const char* NumberEnd(const char* at, const char* end) {
-  if (*at == '-' || *at == '+') at++;
-  const char* after = SkipClass(at, end, kDigit);
-  if (after != end && *after == '.') after = SkipClass(after + 1, end, kDigit);
-  return after != at && Is(after[-1], kDigit) && EndsToken(after, end) ? after : nullptr;
 }
 
 // The end of a string, behind its closing parenthesis; null when it is not closed. `escaped` tells whether its bytes
@@ -78,7 +67,7 @@ class Scanner {
   // Each gives the end of what begins at `at`, or null. Precondition for Value: at != end.
   const char* Value(const char* at, int depth) {
     switch (*at) {
-      case '/': return Name(at);
+      case '/': return NameEnd(at, end_);
       case '(': {
         bool escaped = false;
         return LiteralEnd(at, end_, &escaped);
@@ -95,11 +84,6 @@ class Scanner {
   }
 
  private:
-  const char* Name(const char* at) const {
-    const char* const after = SkipClass(at + 1, end_, kPlainName);
-    return after != at + 1 && EndsToken(after, end_) ? after : nullptr;
-  }
-
   const char* Word(const char* at, std::string_view word) const {
     if (!Between(at, end_).starts_with(word)) return nullptr;
     at += word.size();
@@ -114,7 +98,7 @@ class Scanner {
   const char* Number(const char* at) {
     if (const Reference reference = ReferenceAt(at, end_); reference.end != nullptr) {
       references_->emplace_back(ParseUInt(reference.number), ParseUInt(reference.generation));
-      return IsUsual(reference.number) && IsUsual(reference.generation) ? reference.end : nullptr;
+      return AreWrittenAsIs(reference.number) && AreWrittenAsIs(reference.generation) ? reference.end : nullptr;
     }
     const char* const after = NumberEnd(at, end_);
     if (after == nullptr) return nullptr;
@@ -136,7 +120,7 @@ class Scanner {
     size_t count = 0;
     uint64_t seen = 0;
     for (at = SkipClass(at + 2, end_, kBlank); at != end_ && *at == '/'; at = SkipClass(at, end_, kBlank)) {
-      const char* const key_end = Name(at);
+      const char* const key_end = NameEnd(at, end_);
       if (key_end == nullptr || count == kMostKeys) return nullptr;
       const std::string_view key = Between(at, key_end);
       // Most keys differ in their length, second and last characters.

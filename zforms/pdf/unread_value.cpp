@@ -7,28 +7,13 @@
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/token_end.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
 #include "zforms/platform/base/chaine.h"
 #include "zforms/platform/base/number.h"
 
 namespace zforms {
 namespace {
-
-bool EndsToken(const char* at, const char* end) { return at == end || Is(*at, kBlankOrSpecial); }
-
-// Each of the next functions returns the end of the token at `at`, or null when there is another token.
-
-const char* NameEnd(const char* at, const char* end) {
-  const char* const after = SkipClass(at + 1, end, kPlainName);
-  return after != at + 1 && EndsToken(after, end) ? after : nullptr;
-}
-
-const char* NumberEnd(const char* at, const char* end) {
-  if (*at == '-' || *at == '+') at++;
-  const char* after = SkipClass(at, end, kDigit);
-  if (after != end && *after == '.') after = SkipClass(after + 1, end, kDigit);
-  return after != at && Is(after[-1], kDigit) && EndsToken(after, end) ? after : nullptr;
-}
 
 // The end of a reference written as usual, with one blank between its parts; null when there is none.
 const char* ReferenceEnd(const char* at, const char* end) {
@@ -65,7 +50,7 @@ const char* ArrayEnd(const char* at, const char* end) {
 
 // Writes a number as a reference node does: without leading zeros, and at most UINT32_MAX.
 void WriteIntegral(std::string_view digits, ZPDFOutStream& out) {
-  if (digits.size() < 10 && (digits.size() == 1 || digits.front() != '0')) {
+  if (AreWrittenAsIs(digits)) {
     out.WriteToken(digits);
   } else {
     out.WriteNumber(ParseUInt(digits));
