@@ -72,7 +72,7 @@ def check(folder, present):
         if old not in text or not differences(present, changed):
             unseen.append(title)
     for title in unseen:
-        print(f"the check does not see that {title}")
+        print(f"the check does not detect this change: {title}")
     return 1 if said or unseen else 0
 
 

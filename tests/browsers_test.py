@@ -57,7 +57,7 @@ def main():
     parser.add_argument("codes", nargs="*")
     options = parser.parse_args()
     if SANITIZED:
-        print("browsers_test: sanitizers do not see the page; reader_test asks enough of the server")
+        print("browsers_test: skipped with sanitizers, which do not check the page; reader_test covers the server")
         return SKIPPED
     node = shutil.which("node")
     programs = {kind: next(filter(None, map(shutil.which, BROWSERS[kind])), None) for kind in options.browser or BROWSERS}
@@ -66,7 +66,7 @@ def main():
               (f"pdf.js in {page}", page.is_dir()), ("zforms (ZFORMS_TOOL)", TOOL)]
     missing = [what for what, there in wanted if not there]
     if missing:
-        print("browsers_test: not there:", ", ".join(missing), "(./run test fetches all)")
+        print("browsers_test: missing:", ", ".join(missing), "(./run test installs them)")
         return 1 if os.environ.get("CI") else SKIPPED
     pictures = pathlib.Path(os.environ.get("ZFORMS_SCREENSHOTS", ROOT / "build/screenshots"))
     pictures.mkdir(parents=True, exist_ok=True)

@@ -77,7 +77,7 @@ def test_its_own_export_changes_nothing(folder):
 def test_what_check_says(folder):
     for parts, said in (
             ({"signatures": [("S", 2, listed("a", "b"), None)], "rights": True},
-             ["1 in 1 field", '"S" certifies, allows filling in and signing; locks "a", "b"', "end with the first change"]),
+             ["1 in 1 signature field", '"S" certifies, allows filling in and signing; locks "a", "b"', "makes them invalid"]),
             ({"signatures": [("S", None, None, listed("a", action="Exclude"))], "xfa": True},
              ['"S" signs; locks every field but "a"', "with an XFA form beside it"]),
             ({"xfa": True, "alone": True}, ["PDF form of XFA only, without fields"])):
@@ -124,7 +124,7 @@ def test_permissions_and_passwords(folder):
 def test_other_changes(folder):
     source, out = form(folder / "form.pdf", [("S", 2, None, None)], xfa=True, rights=True), folder / "F.pdf"
     status, _, err = zforms("import", source, "-o", out)
-    expect(status == 2 and "which allows filling in and signing alone; --force" in err and not out.exists(), "certified", err)
+    expect(status == 2 and "which allows only filling in and signing; --force" in err and not out.exists(), "certified", err)
     status, _, err = zforms("import", source, "-o", out, "--force")
     expect(status == 3 and "removed: the XFA form" in err and "its signatures are not valid" in err, "forced", err)
     signed = form(folder / "signed.pdf", [("S", None, None, None)], rights=True)

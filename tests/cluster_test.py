@@ -83,7 +83,7 @@ def wait_for(label, is_there):
     end = time.monotonic() + PATIENCE
     while not is_there():
         if time.monotonic() > end:
-            sys.exit(f"cluster_test: waited in vain: {label}")
+            sys.exit(f"cluster_test: timed out waiting for {label}")
         time.sleep(0.1)
 
 

@@ -448,7 +448,7 @@ def main():
         print(f"... and {len(differing) - MAX_REPORTED} more files")
     steps = collections.Counter(text.split(":")[0] for r in results for text in r["problems"])
     for rule in stale:
-        print(f"allowed but not met any more: {rule}")
+        print(f"allowed difference that no longer occurs: {rule}")
     print(f"corpus_check: {len(results)} files, {len(differing)} differ {dict(steps) if steps else ''}")
     return 1 if differing or stale or not results else 0
 

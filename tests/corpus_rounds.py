@@ -166,7 +166,7 @@ def rounds_of(corpus, templates):
     for code in [*SUMS, *OTHERS]:
         source, copy = corpus / f"{code}.pdf", templates / f"{code}.tmp"
         if not source.is_file():
-            print(f"{code}: not there")
+            print(f"{code}: missing in the corpus")
             continue
         if code in SUMS:
             typed, computed = SUMS[code]

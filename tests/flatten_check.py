@@ -158,7 +158,7 @@ def main():
         for problem in result["problems"][:3]:
             print(f"{result['file']}: {problem}")
     for rule in stale:
-        print(f"allowed but not met any more: {rule}")
+        print(f"allowed difference that no longer occurs: {rule}")
     flattened = [r for r in results if r["pages"]]
     print(f"flatten_check: {len(results)} forms, {len(flattened)} flattened, {sum(r['pages'] for r in results)} pages "
           f"compared, {sum(bool(r['problems']) for r in results)} differ")

@@ -26,7 +26,7 @@ def test_values_stay_and_fields_go(folder):
              for path in (form, part)]
     same("the others stay", names[1], [name for name in names[0] if name not in ("adherent.nom", "adherent.pays")])
     status, _, err = zforms("flatten", form, "--field", "adherent.none", "-o", folder / "none.pdf")
-    expect(status == 2 and 'has no field "adherent.none"' in err, "said", (status, err))
+    expect(status == 2 and 'has no field named "adherent.none"' in err, "said", (status, err))
 
 
 def test_signatures_are_respected(folder):

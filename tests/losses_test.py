@@ -25,7 +25,7 @@ DAMAGES = [
     ("a negative count", b"/Kids [8 0 R] /Count 1", b"/Kids[8 0 R ]/Count -1", 2, "states -1 pages, 1 is found"),
     ("no count", b"/Count 1>>", b"/Caunt 1>>", 2, "is missing or not a number, 1 is found"),
     ("an offset of 0", b"0000000015 00000 n", b"0000000000 00000 n", 3, "object 1 0: the cross-reference table gives this object the offset 0"),
-    ("two fields of a name", b"/T (prenom)", b"/T (nom)   ", 3, "several fields have this name"),
+    ("two fields of a name", b"/T (prenom)", b"/T (nom)   ", 3, "another field has the same name"),
     ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" has no version'),
 ]
 
@@ -49,7 +49,7 @@ def test_rewrite(folder):
         status, _, err = zforms("rewrite", path, "-o", out)
         same(f"{label}: status of rewrite", (status, out.exists()), (wanted, wanted != 2))
         # Fields with the same name give a warning, but are not damage.
-        expect(said in err and (ADVICE in err) == (said not in ("", "several fields have this name")), label, err)
+        expect(said in err and (ADVICE in err) == (said not in ("", "another field has the same name")), label, err)
         expect((REFUSAL in err) == (wanted == 2), label, err)
         checked, _, found = zforms("check", path)
         same(f"{label}: check", checked, 3 if said else 0)

@@ -87,12 +87,12 @@ def main():
     stale = [change for change in changes
              if not (ROOT / change[0]).is_file() or (ROOT / change[0]).read_text(encoding="utf-8").count(change[1]) != 1]
     for name, old, _ in stale:
-        print(f"not in the code once: {name}: {old}")
+        print(f"does not occur exactly once in the code: {name}: {old}")
     if stale or options.list:
         return 1 if stale else 0
     update_copy()
     if run("cmake", "--preset", "dev") or noticed_by("", options.jobs):
-        print("the tests do not pass before any change")
+        print("the build or a test fails even without a change")
         return 1
     chosen = [change for change in changes if options.only in change[0]]
     missed = 0

@@ -213,7 +213,7 @@ def main():
     missing = [what for what, there in (("node", node), ("chromium", chromium), (f"packages in {PACKAGES}",
                                         PACKAGES.is_dir()), (f"pdf.js in {page}", page.is_dir()), ("zforms (ZFORMS_TOOL)", TOOL)) if not there]
     if missing:
-        print("reader_test: not there:", ", ".join(missing), "(./run test fetches all)")
+        print("reader_test: missing:", ", ".join(missing), "(./run test installs them)")
         return 1 if os.environ.get("CI") else SKIPPED
     pictures = pathlib.Path(os.environ.get("ZFORMS_SCREENSHOTS", ROOT / "build/screenshots"))
     pictures.mkdir(parents=True, exist_ok=True)

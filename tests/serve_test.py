@@ -247,8 +247,8 @@ def test_refusals(folder):
             return result
 
         cases = [
-            (409, "the submission is for the folder 13, the server is in 12", changed(r"Folder\.ID", "12", "13"), {}),
-            (409, "the submission is for the year 2024, the server is in 2025", changed("Exercice", "2025", "2024"), {}),
+            (409, "the submission is for the folder 13, but the server uses the folder 12", changed(r"Folder\.ID", "12", "13"), {}),
+            (409, "the submission is for the year 2024, but the server uses the year 2025", changed("Exercice", "2025", "2024"), {}),
             (409, "another application", changed("Shortname", "App", "Other"), {}),
             (409, "the session is not", changed(r"Session\.ID", "[0-9a-f]", "x"), {}),
             (409, "never opened", changed(r"Transaction\.ID", r"\d", "9"), {}),
@@ -619,10 +619,10 @@ def test_by_the_tool(folder):
     answer, again = str(folder / "answer.pdf"), str(folder / "again.pdf")
     with Server(folder) as server:
         for arguments, status, said in (
-                (["membership_form", "--set", "adherent.nom=Zoé", "-o", answer], 0, "saved; the form comes back in mode consult"),
-                ([answer, "-o", again], 0, "asked to modify; the form comes back in mode modify"),
-                ([again, "--set", "adherent.nom=Maë", "--set", "adherent.pays=Belgique"], 0, "saved; the form comes back in mode consult"),
-                ([again], 2, "refused, because a newer copy was saved before; the form comes back in mode modify"),
+                (["membership_form", "--set", "adherent.nom=Zoé", "-o", answer], 0, "saved; the server returned the form in mode consult"),
+                ([answer, "-o", again], 0, "asked to modify; the server returned the form in mode modify"),
+                ([again, "--set", "adherent.nom=Maë", "--set", "adherent.pays=Belgique"], 0, "saved; the server returned the form in mode consult"),
+                ([again], 2, "refused, because a newer copy was saved before; the server returned the form in mode modify"),
                 ([again, "--set", "nowhere=1"], 2, 'no field is named "nowhere"'),
                 ([again, "--set", "adherent.non=1"], 2, 'no field is named "adherent.non"; did you mean adherent.nom?'),
                 ([again, "--set", "adherent.pays=ZZ"], 2, 'field "adherent.pays": "ZZ" is not a choice of the field'),

@@ -40,7 +40,7 @@ def main():
     shown = [line.split(" ", 2)[2] for line in names.splitlines()]
     foreign = [name for name in shown if not OWN.match(name)]
     for name in foreign[:20]:
-        print(f"shown, but not a name of zforms: {name}")
+        print(f"exported, but not a name of zforms: {name}")
     root = Path(os.environ["ZFORMS_SOURCE_DIR"])
     declared, exported = c_functions(root), {name for name in shown if name.startswith("zforms_")}
     packaged = set(re.findall(r"^ (zforms_\w+)@Base", (root / "packaging/debian/libzforms0.symbols").read_text(), re.M))

@@ -204,7 +204,7 @@ FORM_DATA = [
     ("UTF-16 where it is UTF-8", encoded("utf_8", "\ufeffŁoś".encode("utf-16-be")), {NAME: "Łoś"}),
     ("no UTF-8 after all", encoded("utf-8", "é".encode("latin-1")), {NAME: "é"}),
     ("PDFDocEncoding", encoded("PDFDocEncoding", "é".encode("latin-1")), {NAME: "é"}),
-    ("Shift_JIS", encoded("Shift_JIS", "表".encode("shift-jis")), 'encoding "Shift_JIS", only Unicode is supported'),
+    ("Shift_JIS", encoded("Shift_JIS", "表".encode("shift-jis")), 'encoding "Shift_JIS", which is not supported'),
     ("Shift_JIS that is ASCII", encoded("Shift_JIS", b"A"), {NAME: "A"}),
     ("no FDF", "%FDF-1.2\n1 0 obj<</FD", 'no root with "/FDF"'),
     ("cut short in a value", form_data("<</T(adherent.nom)/V(A)>>")[:54], "offset 52: object 1 0: a string is not closed"),
@@ -215,7 +215,7 @@ FORM_DATA = [
     ("no field", form_data("<</T(adherent.nom)/V(A)>> 5 0 R"), "entry 2 is not a field"),
     ("a key twice", form_data("<</T(adherent.nom)/V(A)/V(B)>>"), "object 1 0: "),
     ("two of a name", form_data("<</T(adherent.nom)/V(A)>><</T(adherent)/Kids[<</T(nom)/V(B)>>]>>"),
-     'two fields are named "adherent.nom", with different values'),
+     'two fields have the name "adherent.nom" but different values'),
     ("two of a name, alike", form_data("<</T(adherent.nom)/V(A)>><</T(adherent)/Kids[<</T(nom)/V(A)>>]>>"), {NAME: "A"}),
     ("a number as a value", form_data("<</T(adherent.pays)/V 5>>"), ({}, "is neither text nor a name")),
     ("rich text alone", form_data("<</T(adherent.nom)/RV(<?xml version=\"1.0\"?><body><p>A</p></body>)>>"), {NAME: "A"}),
@@ -235,7 +235,7 @@ DOCUMENTS = [
     ("an attribute twice", "<xfdf>\n<fields><field name='a' name='b'/></fields></xfdf>",
      'line 2, column 25: a second attribute "name" in one element'),
     ("two of a name", xfdf("<field name='adherent.nom'><value>A</value></field><field name='adherent'><field name='nom'>"
-                           "<value>B</value></field></field>"), 'two fields are named "adherent.nom", with different'),
+                           "<value>B</value></field></field>"), 'two fields have the name "adherent.nom" but different'),
     ("two groups of a name", xfdf("<field name='adherent'><field name='nom'><value>A</value></field></field>"
                                   "<field name='adherent'><field name='ville'><value>B</value></field></field>"),
      {NAME: "A", CITY: "B"}),

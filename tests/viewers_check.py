@@ -337,7 +337,7 @@ def report(options, found, counts):
               f"{counts[f'{viewer} elsewhere']} of {counts[f'{viewer} placed']} not where the others have them")
     unexplained = sum(len(form.problems) for form in found)
     for rule in stale:
-        print(f"allowed but not met any more: {rule}")
+        print(f"allowed difference that no longer occurs: {rule}")
     print(f"viewers_check: {len(shown)} forms, {unexplained} differences")
     return 0 if good and not unexplained and not stale and shown else 1
 
@@ -403,7 +403,7 @@ def main():
         return SKIPPED
     options.scripts = usable_scripts()
     if len(options.scripts) < len(SCRIPTS):
-        print(f"without {', '.join(set(SCRIPTS) - set(options.scripts))}: install {PACKAGES}")
+        print(f"scripts without a font: {', '.join(set(SCRIPTS) - set(options.scripts))}; install {PACKAGES}")
     with tempfile.TemporaryDirectory() as folder:
         return check(options, options.keep or pathlib.Path(folder))
 

@@ -255,7 +255,7 @@ TEST(AcroFormDocument, WhatCannotBeLoadedLeavesWhatIsLoaded) {
   } cases[] = {
       {"", "", "not a PDF file: it does not begin with \"%PDF-\""},
       {secret, "wrong", "the password does not open the document"},
-      {encrypted_by("/V 2/R 3/Length 128" + keys), "", "the document opens with a password, and none was given"},
+      {encrypted_by("/V 2/R 3/Length 128" + keys), "", "the document needs a password, and none was given"},
       {encrypted_by("/V 2/R 3/Length 128"), "", "the encryption dictionary is damaged: \"/O\" has 0 bytes, not 32"},
       {encrypted_by("/V 2/R 3/Length 256"), "", unsupported + "RC4, 256 bits"},
       {encrypted_by("/V 4/R 4/StmF/StdCF/CF<</StdCF<</CFM/AESV2>>>>"), "wrong",

@@ -207,7 +207,7 @@ static void test_batch(void) {
       {0, ZFORMS_OVERWRITE, ZFORMS_ERROR_DATA,
        "1 1-Łoś.pdf|2 line 3: field \"adherent.pays\": \"XX\" is not a choice of the field|3 _._3-Zoé.pdf|4 "
        "1-Noé.pdf|"},
-      {0, 0, ZFORMS_ERROR_DATA, "1 the file \"1-Łoś.pdf\" exists|"},
+      {0, 0, ZFORMS_ERROR_DATA, "1 the file \"1-Łoś.pdf\" already exists|"},
   };
   int count = 0;
   zforms_form* const form = open_sample();

@@ -186,7 +186,7 @@ FormText Drawn() {
 
 // Fields that are filled in are drawn. If viewers were asked to draw, all fields are drawn and the request is removed.
 TEST(Form, WhatIsFilledInIsDrawn) {
-  constexpr const char* kAlike = "wx0: object 11 0: several fields have this name";
+  constexpr const char* kAlike = "wx0: object 11 0: another field has the same name";
   const std::string lock = "/Reference[<</TransformMethod/FieldMDP/TransformParams<</Action/Include/Fields[(c)]>>>>]";
   const struct {
     const char* what;

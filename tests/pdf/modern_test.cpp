@@ -211,16 +211,16 @@ TEST(ModernTest, DamagedObjectStreams) {
       {"/N 2/First 11", "10 0 11 0  7 (x)", "", "7", "text after the value"},
       {"/N 2/First 11", "10 0 11 9  7    ", "7", "", ""},
       {"/N 2/First 11", "10 0 11 99 7    ", "7", "", ""},
-      {"/N 1/First 11", "10 0 11 2  7 (x)", "7", "none", "does not contain it"},
+      {"/N 1/First 11", "10 0 11 2  7 (x)", "7", "none", "does not contain this object"},
       {"/N 9/First 11", "10 0 11 2  7 (x)", "7", "(x)", "lists fewer objects than \"/N\" says"},
       {"/N 2/First 99", "10 0 11 2  7 (x)", "", "", ""},
       {"/N 2", "10 0 11 2  7 (x)", "none", "none", "lists fewer objects than \"/N\" says"},
-      {"/First 11", "10 0 11 2  7 (x)", "none", "none", "does not contain it"},
+      {"/First 11", "10 0 11 2  7 (x)", "none", "none", "does not contain this object"},
       {"/N 2/First 11", "10 0 x1 2  7 (x)", "7", "none", "lists fewer objects than \"/N\" says"},
       {"/N 2/First 11/Filter/FlateDecode", "10 0 11 2  7 (x)", "none", "none", "compressed data is damaged"},
       {"/N 1/First 5/Extends 7 0 R", "10 0 7", "7", "(extended)", ""},
-      {"/N 1/First 5/Extends 5 0 R", "10 0 7", "7", "none", "does not contain it"},
-      {"/N 1/First 5/Extends 10 0 R", "10 0 7", "7", "none", "does not contain it"},
+      {"/N 1/First 5/Extends 5 0 R", "10 0 7", "7", "none", "does not contain this object"},
+      {"/N 1/First 5/Extends 10 0 R", "10 0 7", "7", "none", "does not contain this object"},
   };
   for (const auto& c : cases) {
     PdfText text;

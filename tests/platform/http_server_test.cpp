@@ -332,7 +332,7 @@ TEST(ZHTTPServer, EveryRequestIsLoggedOnce) {
   EXPECT_EQ(log["/"].status, 400);
   EXPECT_EQ(log["/"].reason, "Bad Request");
   EXPECT_EQ(log["/app/echo/broken"].bytes_received, 4U);
-  EXPECT_EQ(log["/app/echo/broken"].reason, "the connection ended within the body");
+  EXPECT_EQ(log["/app/echo/broken"].reason, "the connection ended before the body was complete");
 }
 
 TEST(ZHTTPServer, PagesAreReplacedWhileRequestsRun) {

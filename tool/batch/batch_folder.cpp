@@ -37,8 +37,8 @@ bool IsWhole(const std::filesystem::path& path) {
   return file.good() && std::string_view(tail.data(), tail.size()).find(kEnd) != std::string_view::npos;
 }
 
-// The fingerprint by which a file of a killed run is recognized: made from the length and the end, which contains the
-// values. Takes eight bytes at a time.
+// The fingerprint by which a later run recognizes a file of a killed run. It is a hash of the file's length and of its
+// last bytes, which contain the values. Takes eight bytes at a time.
 uint64_t PrintOf(std::string_view tail, uint64_t size) {
   uint64_t print = size;
   for (; tail.size() >= sizeof(uint64_t); tail.remove_prefix(sizeof(uint64_t))) {
@@ -53,7 +53,7 @@ uint64_t PrintOf(std::string_view bytes) {
   return PrintOf(bytes.substr(bytes.size() - std::min(bytes.size(), kPrinted)), bytes.size());
 }
 
-// True for the file with that fingerprint. An empty one only kept the name for it: see ClaimAndRename.
+// True when the file has that fingerprint. Also true for an empty file: ClaimAndRename created it to reserve the name.
 bool HasPrint(const std::filesystem::path& path, uint64_t print) {
   std::ifstream file(path, std::ios::binary | std::ios::ate);
   const std::streamoff size = file.is_open() ? static_cast<std::streamoff>(file.tellg()) : -1;
@@ -84,7 +84,7 @@ std::string BatchFolder::PartPrefix() const {
   return std::string(kPart) + (shard_.IsPart() ? shard_.Name("-of-") + "." : "");
 }
 
-// Removes the partial files of a killed run.
+// Removes the temporary files that earlier runs have left.
 void BatchFolder::RemoveLeftOvers() const {
   std::error_code error;
   std::vector<std::filesystem::path> left;
@@ -180,7 +180,7 @@ void BatchFolder::Enter(Seat* seat, BatchFault* fault) {
   const auto enter = [&] {
     const std::lock_guard<std::mutex> lock(mutex_);
     const Claim claim = ledger_.Enter(seat->name, seat->content, seat->line, &holder);
-    // The lines may have moved since the file was written.
+    // Records the row again when it is on another line than before.
     const bool moved = claim == Claim::kSame && holder.line != seat->line;
     return moved && !Record(*seat, Ledger::State::kWritten, seat->content) ? Claim::kBroken : claim;
   };
@@ -204,13 +204,13 @@ BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, u
     *fault = {kNotRecorded, true};
     return Place::kRefused;
   }
-  // An earlier run of this shard may still be running and writing the same forms.
+  // Leaves the decision to Write: an earlier run of this shard may still be running and writing the same forms.
   if (shard_.IsPart()) return Place::kUnsure;
   *fault = {"the file \"" + seat.name + "\" already exists and does not belong to this batch"};
   return Place::kRefused;
 }
 
-// For a file that this shard has not recorded: accepts the file if it has the same bytes as the form of this row.
+// Accepts an existing file that this shard has not recorded, if it has the same bytes as the form of this row.
 bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* fault) {
   Chaine there;
   if (ReadFile(PathOf(seat.name), &there) && there == bytes) return true;
@@ -219,7 +219,8 @@ bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* 
   return false;
 }
 
-// For file systems without hard links: reserves the name by creating an empty file, which fails if the file exists.
+// Moves the file on a file system without hard links. First reserves the name by creating an empty file, which fails if
+// a file with this name exists.
 bool BatchFolder::ClaimAndRename(const std::string& part, const Seat& seat, BatchFault* fault) {
   OsFile claim;
   std::string reason;
@@ -252,7 +253,7 @@ bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, const Ch
     return false;
   }
   if (failed && shard_.IsPart()) {
-    // Over a network the link may have been made although its reply was lost.
+    // On a network file system, the hard link may have been made although the reply was lost.
     if (!AcceptSame(seat, bytes, fault)) return false;
   } else if (failed) {
     *fault = {kMeanwhile};

@@ -59,8 +59,8 @@ void Ledger::Close() {
 
 bool Ledger::Execute(const char* sql) { return sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
 
-// The folder is locked, so no other connection has to see changes: exclusive mode needs no shared memory. A kill loses
-// nothing that was recorded; after a crash of the machine the last records may be missing.
+// Uses exclusive locking, which needs no shared memory: the folder is locked, so there are no other connections. When
+// the process is killed, committed records remain; after a crash of the machine the last ones may be missing.
 bool Ledger::OpenFile(const std::string& path, std::string* error) {
   Close();
   path_ = path;
@@ -100,7 +100,7 @@ bool Ledger::Create(const std::string& path, uint64_t job, std::string* error) {
 bool Ledger::CreateTemporary(std::string* error) {
   Close();
   path_.clear();
-  // An empty path is a file that SQLite removes.
+  // An empty path makes SQLite create a temporary file, and delete it when the database is closed.
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
   if (sqlite3_open_v2("", &database_, flags, nullptr) == SQLITE_OK &&
       Execute("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF") && MakeTables(0)) {
@@ -122,7 +122,7 @@ bool Ledger::MarkAllStale() {
   return Statement(database_, "UPDATE names SET state = ? WHERE state > ?").Bind(kStale).Bind(kStale).Run();
 }
 
-// Reads all of it: damage must not make a row look finished.
+// Checks the whole database, because damage must not make a row look finished.
 bool Ledger::IsSound() {
   Statement check(database_, "PRAGMA quick_check(1)");
   return check.Next() && check.Text(0) == "ok";

@@ -53,13 +53,13 @@ void AddRules(const ZAcroFormChangeRules& rules, const std::vector<ZFormField>& 
   const auto count = std::count_if(fields.begin(), fields.end(),
                                    [](const auto& field) { return field.kind == ZFormField::Kind::kSignature; });
   if (count > 0) {
-    const std::string of_fields = Count(static_cast<size_t>(count), "field");
-    summary->Line("signatures", std::to_string(rules.Signatures().size()) + " in " + of_fields + " for them");
+    const std::string of_fields = Count(static_cast<size_t>(count), "signature field");
+    summary->Line("signatures", std::to_string(rules.Signatures().size()) + " in " + of_fields);
   }
   for (const ZAcroFormSignature& signature : rules.Signatures()) {
     summary->Line("", "\"" + signature.field.ToString() + "\" " + signature.Describe().ToString());
   }
-  if (rules.HasUsageRights()) summary->Line("usage rights", "they end with the first change");
+  if (rules.HasUsageRights()) summary->Line("usage rights", "the first change makes them invalid");
   if (rules.PermissionsForbidFilling()) summary->Line("permissions", "forbid filling in fields");
 }
 

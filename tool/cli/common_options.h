@@ -18,7 +18,7 @@ inline CLI::Option* AddFile(CLI::App* command, std::string* file) {
 inline void AddFonts(CLI::App* command, std::vector<std::string>* fonts) {
   command
       ->add_option("--font", *fonts,
-                   "A font file for characters that the form's own fonts lack; it comes before the fonts of the "
+                   "A font file for characters that the form's own fonts lack; it is tried before the fonts of the "
                    "system. May be given several times.")
       ->type_name("FILE")
       ->allow_extra_args(false);
@@ -39,7 +39,7 @@ inline void AddCalculate(CLI::App* command, bool* calculate) {
   command
       ->add_option_function<std::string>(
           "--calculate", [calculate](const std::string& what) { *calculate = what == "yes"; },
-          "\"yes\" does what the common functions in the scripts of the form say: it computes fields from others, "
+          "\"yes\" applies the common functions in the scripts of the form: it computes fields from others, "
           "refuses numbers that are out of range and draws values in their formats. \"no\" ignores the scripts.")
       ->check(CLI::IsMember({"yes", "no"}))
       ->default_str("yes");
@@ -49,7 +49,7 @@ inline void AddForce(CLI::App* command, bool* force) {
   command->add_flag(
       "--force", *force,
       "Make changes that a signature or a certification forbids; the signature is then no longer valid. With "
-      "--recover, write the file even when pages or the form lose what cannot be read.");
+      "--recover, write the file even when parts of the pages or of the form cannot be read and are lost.");
 }
 
 inline void AddRecover(CLI::App* command, bool* recover) {

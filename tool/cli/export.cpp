@@ -81,7 +81,7 @@ int RunExport(const ExportOptions& options) {
   if (NameOf(options.format).takes_several) return RunTable(options);
   if (options.files.size() == 1) return RunDocument(options);
   Console console(options.files[1]);
-  console.Fail(std::string(NameOf(options.format).name) + " holds one form; several make a table with --format " +
+  console.Fail(std::string(NameOf(options.format).name) + " holds one form; for several forms use --format " +
                TableFormats());
   return console.Finish();
 }

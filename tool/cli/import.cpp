@@ -304,8 +304,10 @@ int RunImport(const ImportOptions& options) {
   Say(std::exchange(messages, {}), console);
   if (!allowed) return console.Finish();
   Importer(form, options.labels).Mend();
-  if (!ZAcroFormChangeRules::DropXFA(form).empty()) Say("the XFA form, which readers would show instead", "removed");
-  if (!ZAcroFormChangeRules::DropUsageRights(form).empty()) Say("usage rights, which end with a change", "removed");
+  if (!ZAcroFormChangeRules::DropXFA(form).empty())
+    Say("the XFA form, which some readers would show instead of the fields", "removed");
+  if (!ZAcroFormChangeRules::DropUsageRights(form).empty())
+    Say("usage rights, which a change makes invalid", "removed");
   OpenWithoutPassword(form);
   Chaine bytes;
   // Saves without object streams, so that old readers can open the file.

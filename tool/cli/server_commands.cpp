@@ -178,7 +178,7 @@ void AddSubmit(CLI::App& app, std::function<int()>* run) {
   CLI::App* command =
       Add(app, "submit", "Fetch a form from the server, fill it in and submit it.",
           "This does what a PDF reader does: it presses the button that the form shows, and prints the\n"
-          "mode in which the form comes back.",
+          "mode of the form that the server returns.",
           "  zforms submit F1 --set name=Zoé -o answer.pdf\n  zforms submit answer.pdf -o form.pdf", options, RunSubmit,
           run);
   command
@@ -190,7 +190,8 @@ void AddSubmit(CLI::App& app, std::function<int()>* run) {
       ->check(PortFrom(1))
       ->capture_default_str();
   command->add_option("--set", options->set, "The new value of a field; may be repeated.")->type_name("NAME=VALUE");
-  command->add_option("-o,--output", options->output, "The file for the form that comes back.")->type_name("FILE");
+  command->add_option("-o,--output", options->output, "The file for the form that the server returns.")
+      ->type_name("FILE");
   command->add_option("--timeout", options->timeout, "How many seconds to wait for each answer.")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400))

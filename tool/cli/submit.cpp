@@ -23,7 +23,7 @@ constexpr char kOpen[] = "open.cgi";
 std::string Meaning(int status) {
   switch (status) {
     case 404: return "the server has no such form, or no folder is open";
-    case 409: return "the server does not know this form's session, or is in another folder or year";
+    case 409: return "the server does not know this form's session, or uses another folder or year";
     case 503: return "the server could not store the submission now; submit it again later";
     default: return "the server refuses the submission";
   }
@@ -141,7 +141,7 @@ int RunSubmit(const SubmitOptions& options) {
   const std::string next = ModeOf(answer);
   Print((mode == "modify" ? (next == "consult" ? "saved" : "refused, because a newer copy was saved before")
                           : "asked to modify") +
-        std::string("; the form comes back in mode ") + next + "\n");
+        std::string("; the server returned the form in mode ") + next + "\n");
   if (!options.output.empty()) WriteOutput(options.output, pdf, console);
   if (mode == "modify" && next != "consult") console.Fail("a newer copy of the form was saved before");
   return console.Finish();

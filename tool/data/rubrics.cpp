@@ -50,7 +50,9 @@ bool Rubrics::ReadRows(const std::string& path, ZFieldSet& set, Console& console
   const std::unique_ptr<RowReader> reader = OpenTable(path, &error);
   Row row;
   if (reader == nullptr || !reader->Next(&row)) {
-    console.Fail(reader == nullptr ? error : reader->Failure().empty() ? "the file has no row" : reader->Failure());
+    console.Fail(reader == nullptr           ? error
+                 : reader->Failure().empty() ? "the file has no row of values"
+                                             : reader->Failure());
     return false;
   }
   if (!row.fault.empty()) {

@@ -15,7 +15,7 @@ const char* WordsOf(Remedy remedy) {
     case Remedy::kForceWriting: return "; --force writes it anyway";
     case Remedy::kForceLosses: return ". --force writes the rest";
     case Remedy::kForceXFA: return "; --force removes it";
-    case Remedy::kKeepXFA: return " (--xfa keep keeps it)";
+    case Remedy::kKeepXFA: return " (with --xfa keep it stays)";
     case Remedy::kRecover: return "; --recover reads it";
     case Remedy::kRecoverLosses: return ". --recover looks for it in the file, --force writes the rest";
     case Remedy::kNoRecovery: return "; --recover finds no document in it either";

@@ -93,8 +93,8 @@ std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
     faults.push_back(std::string("has no hidden text field \"") + ZXFDF::kSessionIDField +
                      "\" for the session: submissions are refused");
   } else if (session->IsNoExport()) {
-    faults.push_back(std::string("does not export the field \"") + ZXFDF::kSessionIDField +
-                     "\": submissions are refused");
+    faults.push_back(std::string("has a field \"") + ZXFDF::kSessionIDField +
+                     "\" with the flag NoExport: submissions are refused");
   }
   CheckButtons(form, ZDocument::eModify, "save.cgi", &faults);
   CheckButtons(form, ZDocument::eConsult, "modify.cgi", &faults);

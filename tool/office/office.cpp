@@ -429,7 +429,7 @@ void Office::Stage(Submission* submission, bool accepted, std::string* failure) 
 }
 
 void Office::ReportFailure(const std::string& failure) {
-  log_->Event("error", "a submission could not be stored, and its sender was told: " + failure);
+  log_->Event("error", "a submission could not be stored (its sender was told): " + failure);
 }
 
 void Office::Keep(const Submission& submission, bool accepted, SubmissionQueue::Done done) {

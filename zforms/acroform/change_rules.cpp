@@ -184,8 +184,8 @@ Chaine ZAcroFormChangeRules::FaultOfFilling(const Chaine& name) const {
 Chaine ZAcroFormChangeRules::FaultOfDesigning() const {
   for (const ZAcroFormSignature& signature : signatures_) {
     if (!signature.Certifies()) continue;
-    return "is certified by " + SignatureText(signature) + ", which allows " + AllowanceText(signature.level) +
-           (signature.level == ZAcroFormSignature::kNoChange ? "" : " alone");
+    return "is certified by " + SignatureText(signature) + ", which allows " +
+           (signature.level == ZAcroFormSignature::kNoChange ? "" : "only ") + AllowanceText(signature.level);
   }
   return {};
 }

@@ -30,7 +30,7 @@ void FieldTreeBuilder::Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* arra
     std::unique_ptr<ZAcroFormField> field = Make(dictionary, array->GetDirectAt(i), parent);
     if (field == nullptr) continue;
     if (!into.Append(std::move(field))) {
-      Warn(array->GetDirectAt(i), "several fields have this name, and all are filled as one");
+      Warn(array->GetDirectAt(i), "another field has the same name; both are filled with the same value");
     }
   }
 }
@@ -62,7 +62,8 @@ bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* ele
   if (levels_above_ + path_.size() >= kMaxDepth)
     return Refuse(element, "the field is nested too deeply and is left out");
   if (!seen_.Add(dictionary)) {
-    if (IsOnPath(dictionary)) return Refuse(element, "the field is one of its own \"/Kids\", where it is left out");
+    if (IsOnPath(dictionary))
+      return Refuse(element, "the field is listed below itself in \"/Kids\"; this entry is left out");
     if (++repeated_ > seen_.Size() + kRepeatsAtLeast) {
       return Refuse(element, "the field is listed too often and is left out");
     }
@@ -70,7 +71,7 @@ bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* ele
   }
   name_bytes_ += dictionary->GetStringValue("/T").size() + NameLength();
   return name_bytes_ <= kMaxNameBytes ||
-         Refuse(element, "the names of the fields are too long; this field is left out");
+         Refuse(element, "the names of all fields together are too long; this field is left out");
 }
 
 bool FieldTreeBuilder::IsOnPath(const ZPDFNodeDictionary* dictionary) const {

@@ -69,7 +69,7 @@ bool ZFieldDrawer::DrawAll() {
 
 bool ZFieldDrawer::Finish() {
   if (hidden_ == nullptr || hidden_->fonts.Finish()) return true;
-  hidden_->notes.Warn("a font cannot be embedded: texts that were drawn in it are not visible");
+  hidden_->notes.Warn("a font cannot be embedded, so texts that were drawn in it are not visible");
   return false;
 }
 

@@ -38,7 +38,7 @@ class Flattening {
     ChooseBelow(form_.Fields(), takes_all_, &found);
     for (const auto& [name, is_found] : found) {
       if (is_found) continue;
-      notes_->SetFailure("has no field \"" + name + "\"");
+      notes_->SetFailure("has no field named \"" + name + "\"");
       return false;
     }
     return true;
@@ -93,7 +93,7 @@ class Flattening {
       Page page{dictionary, {}};
       for (size_t i = 0; annotations != nullptr && i < annotations->Size(); i++) {
         if (++places > most) {
-          notes_->SetFailure("too many pages share the same annotations");
+          notes_->SetFailure("the pages list too many annotations");
           return false;
         }
         if (auto* annotation = NodeCast<ZPDFNodeDictionary>(annotations->GetTargetAt(i))) Find(*annotation, &page);

@@ -36,7 +36,7 @@ class ZFORMS_API ZFormFlattener {
   // Flattens the fields of these full names, in UTF-8, and the fields below them.
   //
   // Both return false when nothing changed, with the reason in Diagnostics(): the document has no form, a name has no
-  // field, or too many pages share the same annotations.
+  // field, or the pages list too many annotations.
   bool Flatten(const PTableau<Chaine>& names);
 
   // Why the last call failed, and what could not be drawn (see ZFieldDrawer).

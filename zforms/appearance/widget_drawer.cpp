@@ -81,8 +81,7 @@ bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
   // Draws nothing in a widget without size, which is not visible.
   if (!style.HasSize()) return true;
-  if (work_ == 0)
-    return Fail(widget, "is not drawn: the fields before it are so large that the limit for drawing is reached");
+  if (work_ == 0) return Fail(widget, "is not drawn: drawing the fields before it reached the limit for one document");
   const bool has_value = type == ZAcroFormField::eText || type == ZAcroFormField::eChoice;
   return has_value ? DrawValue(widget, style) : DrawButton(widget, style, index);
 }
@@ -217,7 +216,7 @@ bool WidgetDrawer::Report(const WidgetDrawing& drawing) {
     notes_->Warn(NameOf(widget) + "no font has the character " + CharacterName(missing[i]));
   }
   if (missing.size() > kMostNamed) {
-    notes_->Warn(NameOf(widget) + "no font has " + FormatUInt(missing.size() - kMostNamed) + " more of its characters");
+    notes_->Warn(NameOf(widget) + FormatUInt(missing.size() - kMostNamed) + " more of its characters are in no font");
   }
   return missing.empty();
 }

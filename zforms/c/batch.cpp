@@ -77,15 +77,15 @@ zforms_status zforms_batch::WriteTo(const std::string& folder, unsigned flags) {
   const std::string file = folder.empty() ? name : folder + "/" + name;
   const std::string folded = zforms::FoldCase(file).ToString();
   if (written.contains(folded)) {
-    return Fail(this, ZFORMS_ERROR_DATA, "another row has the same file \"" + name + "\"");
+    return Fail(this, ZFORMS_ERROR_DATA, "the file name \"" + name + "\" is already used by another row");
   }
   std::error_code ignored;
   const auto at = std::filesystem::path(reinterpret_cast<const char8_t*>(file.c_str()));
   if ((flags & ZFORMS_OVERWRITE) == 0 && std::filesystem::exists(at, ignored)) {
-    return Fail(this, ZFORMS_ERROR_DATA, "the file \"" + name + "\" exists");
+    return Fail(this, ZFORMS_ERROR_DATA, "the file \"" + name + "\" already exists");
   }
   if (!zforms::ReplaceFile(file, bytes, &reason)) {
-    return Fail(this, ZFORMS_ERROR_FORM, "its file \"" + name + "\": " + reason);
+    return Fail(this, ZFORMS_ERROR_FORM, "the file \"" + name + "\" cannot be written: " + reason);
   }
   written.insert(folded);
   path = file;

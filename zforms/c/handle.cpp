@@ -71,7 +71,7 @@ const char* zforms_status_text(zforms_status status) {
   switch (status) {
     case ZFORMS_OK: return "";
     case ZFORMS_END: return "there is no further row";
-    case ZFORMS_ERROR_ARGUMENT: return "an argument is missing or unknown, or the call comes in the wrong order";
+    case ZFORMS_ERROR_ARGUMENT: return "an argument is missing or unknown, or functions are called in the wrong order";
     case ZFORMS_ERROR_LENGTH: return "the buffer is too short";
     case ZFORMS_ERROR_FORM: return "the document cannot be read, changed or written";
     case ZFORMS_ERROR_DATA: return "the data cannot be read, or a value is not accepted";

@@ -113,7 +113,7 @@ bool ServerHost::Start(std::string* error) {
   if (!server_->Start()) {
     const int reason = server_->StartError();
     *error = "port " + std::to_string(server_->Port()) + ": " +
-             (reason == 0 ? "the server runs already" : std::system_category().message(reason));
+             (reason == 0 ? "the server is already running" : std::system_category().message(reason));
     return false;
   }
   deliverer_ = std::thread([this] { messages_.Run(); });

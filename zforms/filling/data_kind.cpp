@@ -18,9 +18,9 @@ constexpr struct {
   std::string_view fault;
 } kKinds[] = {
     {"PK\x03\x04"sv,
-     "is a workbook (.xlsx, .ods) or another ZIP archive: save its sheet as CSV (UTF-8), and give that"},
+     "is a workbook (.xlsx, .ods) or another ZIP archive: save its sheet as CSV (UTF-8), and use that file"},
     {"\xD0\xCF\x11\xE0"sv,
-     "is a workbook (.xls) or another compound file: save its sheet as CSV (UTF-8), and give that"},
+     "is a workbook (.xls) or another compound file: save its sheet as CSV (UTF-8), and use that file"},
     {"%PDF-"sv, "is a PDF file, not data: \"zforms export\" writes the values of a form"},
     {"\0\0"sv, "is not text: it begins with zero bytes"},
 };

@@ -50,7 +50,7 @@ class FDFObjects final : public IPDFObjectProvider {
       const std::string place = "offset " + std::to_string(first.offset) + ": ";
       return (adds_place ? place : "") + ZDiagnostics::Describe(first).ToString();
     }
-    return has_trailer_ ? "" : "the trailer is missing: the file may be cut short";
+    return has_trailer_ ? "" : "the trailer is missing: the file may be incomplete";
   }
 
   ZPDFNodeIndirectObject* GetObject(const ZPDFObjectIdentifier& id) override {
@@ -227,7 +227,7 @@ class FDFReader {
     }
     ZXFDFField& field = data_->Fields().AddField(name);
     if (field.HasValue() && field.Values() != texts) {
-      fault_ = "two fields are named \"" + name + "\", with different values";
+      fault_ = "two fields have the name \"" + name + "\" but different values";
       return false;
     }
     field.SetValues(texts);
@@ -320,7 +320,7 @@ bool ReadFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
   }
   *error = reader.LeftOut();
   if (!encoding.IsMissed()) return true;
-  *error = "the file is in the encoding \"" + encoding.Name() + "\", only Unicode is supported: save it as XFDF";
+  *error = "the file is in the encoding \"" + encoding.Name() + "\", which is not supported: save the data as XFDF";
   return false;
 }
 

@@ -98,7 +98,7 @@ bool MergeFields(ZXFDF* data, std::string* left_out, std::string* error) {
   if (fields == nullptr) return true;
   FieldMerger merger;
   if (!merger.Collect(*fields, Chaine())) {
-    *error = "two fields are named \"" + merger.Contradiction().ToString() + "\", with different values";
+    *error = "two fields have the name \"" + merger.Contradiction().ToString() + "\" but different values";
     return false;
   }
   if (merger.Nameless() > 0) {

@@ -264,15 +264,16 @@ Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
     // All widgets of a field have one value (ISO 32000-1 12.7.3.2), so each of them must offer it.
     for (const auto& options : widget_options_) {
       if (options->BytesOf(choice) != nullptr) continue;
-      *fault = Quoted(given) + " is missing in one of the field's widgets, which offers only " + options->Listing();
+      *fault =
+          Quoted(given) + " is not a choice in one of the field's widgets, which offers only " + options->Listing();
       return {};
     }
     return choice;
   }
-  *fault =
-      Quoted(given) +
-      (match == ChoiceOptions::Match::kSeveral ? " is the text of several choices" : " is not a choice of the field") +
-      "; its choices are " + options_->Listing();
+  *fault = Quoted(given) +
+           (match == ChoiceOptions::Match::kSeveral ? " is the text of several choices: give the export value of one"
+                                                    : " is not a choice of the field") +
+           "; its choices are " + options_->Listing();
   return {};
 }
 

@@ -68,7 +68,8 @@ PTableau<ZPDFNodeDictionary*> FillingGuard::Drop(ZAcroForm& form) const {
 
 void FillingGuard::SayWhatGoes(ZFormMessages* messages) const {
   if (rules_.HasUsageRights()) {
-    Add(messages, Severity::kNote, "the usage rights (\"/UR3\") of the form end with the change and are removed");
+    Add(messages, Severity::kNote,
+        "the usage rights (\"/UR3\") of the form are removed, because the change makes them invalid");
   }
   if (rules_.GetXFA() == XFA::kNone || options_.keep_xfa) return;
   if (!DropsXFA()) {

@@ -136,7 +136,7 @@ ZPDFNodeIndirectObject* ZPDFNodeIndirectObject::BuildFrom(ZPDFTokenizedString& t
   if (value != nullptr) object->AdoptValue(value, text.Pool());
   if (text.StartWith("endobj")) {
     const bool alone = text.TakeFirstToken() == "endobj";
-    if (!alone && text.IsDocument()) text.Warn("other text follows \"endobj\" without a blank");
+    if (!alone && text.IsDocument()) text.Warn("a blank is missing after \"endobj\"");
   } else {
     text.Warn("\"endobj\" is missing");
   }

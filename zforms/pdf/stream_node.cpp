@@ -231,7 +231,7 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   text.TrimLeftComments();
   if (text.StartWith(kEndstream)) {
     const bool alone = text.TakeFirstToken() == kEndstream;
-    if (!alone && text.IsDocument()) text.Warn("other text follows \"endstream\" without a blank");
+    if (!alone && text.IsDocument()) text.Warn("a blank is missing after \"endstream\"");
   } else {
     text.NoteSearchInVain(text.GetLength());
   }

@@ -61,7 +61,7 @@ Chaine ZHTTPServerPageXFDFSession::WhyForeign(const ZXFDF& xfdf) const {
   const ZXFDFSessionInfos& infos = xfdf.SessionID();
   const ZXFDFFolderInfos folder = infos.Folder();
   const auto differs = [](const char* what, const Chaine& its, const Chaine& own) {
-    return Chaine("the submission is for the ") + what + " " + its + ", the server is in " + own;
+    return Chaine("the submission is for the ") + what + " " + its + ", but the server uses the " + what + " " + own;
   };
   if (folder.id != folder_) return differs("folder", FormatUInt(folder.id), FormatUInt(folder_));
   if (static_cast<int32_t>(folder.exercice) != exercice_) {

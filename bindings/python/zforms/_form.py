@@ -230,7 +230,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         index = self._index(name)
         info = self._info(index)
         if Kind(info.kind) in (Kind.PUSH_BUTTON, Kind.SIGNATURE):
-            raise FieldNotFoundError(self.file, f'field "{name}" has no data')
+            raise FieldNotFoundError(self.file, f'field "{name}" is a push button or a signature and has no value')
         values = [self._handle.text("zforms_field_text", index, _VALUE, n) for n in range(info.value_count)]
         if Kind(info.kind) is Kind.LIST_BOX:
             return values
@@ -297,7 +297,7 @@ class Form(Mapping[str, Union[str, list[str]]]):
         """Saves to a file, by default to the one it was opened from, as an update of its bytes or as a new file."""
         file = self._handle.file if path is None else os.fspath(path)
         if not file:
-            raise ValueError("the form was opened from bytes: name a file")
+            raise ValueError("the form was opened from bytes: save() needs a path")
         self._handle.call("zforms_save_file", encode(file), _NEW_FILE if new else _UPDATE, file=file)
         self._handle.file = file
 

@@ -116,14 +116,14 @@ def _load() -> ctypes.CDLL:
             return ctypes.CDLL(name)
         except OSError as error:
             reasons.append(str(error))
-    raise ImportError("the library of zforms is missing (ZFORMS_LIBRARY may name its file): " + "; ".join(reasons))
+    raise ImportError("the zforms library cannot be loaded (ZFORMS_LIBRARY can give its path): " + "; ".join(reasons))
 
 
 def _prepare(library: ctypes.CDLL) -> ctypes.CDLL:
     library.zforms_version.restype = c_char_p
     version: str = library.zforms_version().decode()
     if not version.startswith(VERSION + "."):
-        raise ImportError(f"the library of zforms has version {version}, and {VERSION} is needed")
+        raise ImportError(f"the zforms library has version {version}, but version {VERSION} is needed")
     for name in ("zforms_form_new", "zforms_batch_new"):
         getattr(library, name).restype = c_void_p
     for name in ("zforms_batch_new", "zforms_form_free", "zforms_batch_free", "zforms_last_error"):
@@ -144,9 +144,9 @@ def version() -> str:
 
 
 def encode(text: str) -> bytes:
-    """A text for the library, in UTF-8. Raises ValueError when it has a zero character."""
+    """A text for the library, in UTF-8. Raises ValueError when it contains U+0000."""
     if "\0" in text:
-        raise ValueError("a text has a zero character")
+        raise ValueError("a text contains the character U+0000")
     try:
         return text.encode()
     except UnicodeEncodeError:

@@ -60,7 +60,7 @@ const char* LicenceFault(std::string_view os2) {
   constexpr size_t kTypeAt = 8;
   const uint32_t type = U16At(os2, kTypeAt);
   if ((type & 0xF) == 0x2) return "its licence forbids embedding";
-  if ((type & 0x100) != 0) return "its licence forbids subsets";
+  if ((type & 0x100) != 0) return "its licence forbids embedding a part of it";
   if ((type & 0x200) != 0) return "its licence allows embedding only bitmaps";
   return "";
 }

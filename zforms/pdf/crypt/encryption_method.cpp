@@ -58,7 +58,7 @@ Chaine EncryptionRefusal(const ZPDFEncryption& encryption) {
   if (!encryption.IsSupported()) return "unsupported encryption: " + EncryptionMethod(encryption);
   const Chaine damage = encryption.Damage();
   if (!damage.IsEmpty()) return "the encryption dictionary is damaged: " + damage;
-  if (encryption.UserPassword().IsEmpty()) return "the document opens with a password, and none was given";
+  if (encryption.UserPassword().IsEmpty()) return "the document needs a password, and none was given";
   return "the password does not open the document";
 }
 

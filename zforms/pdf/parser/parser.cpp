@@ -230,7 +230,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
                             "the cross-reference table gives this object the offset 0, where the file begins");
   // After a recovery the header may have another generation: recovery has chosen between the two.
   if (has_number && (head->id == id || file_.recovered)) {
-    if (!head->is_sound) text.Warn("other text follows \"obj\" without a blank");
+    if (!head->is_sound) text.Warn("a blank is missing after \"obj\"");
     // A cross-reference stream is not encrypted.
     const bool in_clear = !file_.xref_streams.empty() && file_.xref_streams.contains(offset);
     object = ZPDFNodeIndirectObject::BuildFrom(text, id, this, in_clear ? nullptr : encryption_.get());

@@ -44,7 +44,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadPacked(const ZPDFObjectIdentifier& id, u
     number = stream->Extends();
   }
   diagnostics_.WarnObject(id.Number(), id.Generation(),
-                          "object stream " + FormatUInt(stream_number) + " does not contain it");
+                          "object stream " + FormatUInt(stream_number) + " does not contain this object");
   return nullptr;
 }
 

@@ -130,7 +130,7 @@ bool ZPDFXrefReader::ReadTable(ZPDFLocations& locations) {
       continue;
     }
     if (!ReadSubsection(ParseUInt(fields.at[0]), ParseUInt(fields.at[1]), locations)) {
-      Warn("a cross-reference subsection has fewer entries than it announces");
+      Warn("a cross-reference subsection has fewer entries than its header states");
     }
   }
 }
@@ -159,7 +159,7 @@ bool ZPDFXrefReader::TakePlainEntry(uint32_t number, ZPDFLocations& locations) {
 }
 
 bool ZPDFXrefReader::ReadSubsection(uint32_t first, uint32_t count, ZPDFLocations& locations) {
-  if (first > kHighestObjectNumber) Warn("object numbers are too high");
+  if (first > kHighestObjectNumber) Warn("a cross-reference subsection has object numbers that are too high");
   locations.ExpectMore(std::min<size_t>(count, (text_.size() - at_) / kEntrySize));
   for (uint32_t i = 0; i < count; i++) {
     if (first <= kHighestObjectNumber && i <= kHighestObjectNumber - first && TakePlainEntry(first + i, locations))

@@ -122,7 +122,7 @@ bool ZPDFXrefStreamReader::ReadRecords(const ZPDFNodeDictionary& dictionary, std
     whole = IsNumber(first) && IsNumber(count) &&
             ReadSubsection(first->GetUIntValue(), count->GetUIntValue(), &data, locations);
   }
-  if (!whole) Warn("the cross-reference stream has fewer records than it announces");
+  if (!whole) Warn("the cross-reference stream has fewer records than its dictionary states");
   return true;
 }
 

@@ -17,7 +17,7 @@ namespace zforms {
 
 namespace {
 
-constexpr char kUnusablePath[] = "the path is empty or holds a zero byte";
+constexpr char kUnusablePath[] = "the path is empty or contains a zero byte";
 constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 bool IsUsable(const Chaine& path) { return !path.IsEmpty() && path.View().find('\0') == std::string_view::npos; }
@@ -41,7 +41,7 @@ bool StatOf(const Chaine& path, struct stat* facts) {
 
 std::string LastSystemError() {
   // The memory to write cannot be read: only the memory of a mapped file can become unreadable.
-  if (errno == EFAULT) return "a file that is being read was cut short";
+  if (errno == EFAULT) return "a file became shorter while it was read";
   return std::generic_category().message(errno);
 }
 

@@ -9,7 +9,7 @@ namespace zforms {
 
 namespace {
 
-constexpr char kUnusablePath[] = "the path is empty, holds a zero byte or is not UTF-8";
+constexpr char kUnusablePath[] = "the path is empty, contains a zero byte or is not UTF-8";
 constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 HANDLE HandleOf(intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }

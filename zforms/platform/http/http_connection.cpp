@@ -276,7 +276,7 @@ void HTTPConnection::LogBroken() {
   infos_.method = reader_->Request().Method();
   infos_.url = reader_->Request().URL();
   infos_.bytes_received = body_bytes_;
-  infos_.reason = "the connection ended within the body";
+  infos_.reason = "the connection ended before the body was complete";
   share_.host->Done(infos_);
 }
 

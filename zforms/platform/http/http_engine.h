@@ -16,7 +16,7 @@ struct sHTTPRequestInfos {
   Chaine remote_address;
   Chaine method;                          // empty, like the path, when the request was refused before it was known
   ZInetURL url;                           // path and parameters
-  int status = 0;                         // 0 when the connection ended within the body
+  int status = 0;                         // 0 when the connection ended before the body was complete
   uint64_t bytes_received = 0;            // of the body
   uint64_t bytes_sent = 0;                // of the body
   std::chrono::microseconds duration{0};  // from the last byte of the request to that of the answer
