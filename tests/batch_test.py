@@ -320,7 +320,7 @@ def test_one_batch_at_a_time(folder):
 
 
 HEADER = 100
-DAMAGES = [  # how the record of the batch (a database) was damaged, and the damage
+DAMAGES = [  # label, a function that damages the record of the batch (a database)
     ("cut", lambda record: record[:5000]),
     ("cut within its header", lambda record: record[:60]),
     ("overwritten", lambda record: record[:HEADER] + b"\7" * (len(record) - HEADER)),

@@ -39,8 +39,9 @@ SUMS = {
         "L4": ("SUM L1A L2 L3", "2050", "2,050"), "SUBTOT1": ("QDIV / L4", "0.2", "20.000%")}),
 }
 
-# For forms whose scripts do more: the values that are stored when a script changes the text or its format is too long
-# for the field, and a part of the message of the page when a script calls functions that the form lacks.
+# Forms with other results, because of their scripts. First the values that are stored: a script changes the text, or
+# the formatted text is too long for the field. Then a part of the message of the page: a script calls functions that
+# the form lacks.
 SCRIPTED = {"pdf2json__A1040": ({"TPDOD": "7/4/2013"}, ""), "pdf2json__ia_scr_1040": ({"ZIP": "123450000"}, "SPLASTNAME")}
 
 # Other forms. The texts for fields with scripts are those of TYPED; fields without scripts get some text.

@@ -242,6 +242,9 @@ DOCUMENTS = [
     ("rich text alone", xfdf("<field name='adherent.nom'><value-richtext><body><p>A</p></body></value-richtext></field>"),
      {NAME: "A"}),
     ("no name", xfdf("<field><value>A</value></field>"), ({}, "a field without a name is left out")),
+    ("a name that is too long beside two of a name",
+     xfdf("<field name='adherent.nom'><value>A</value></field>" * 2 + f"<field name='{'n' * 5000}'><value>B</value></field>"),
+     ({NAME: "A"}, "the name of a field is too long: nnn")),
 ]
 
 

@@ -28,8 +28,8 @@ ZFORMS_API zforms_status zforms_batch_open_bytes(zforms_batch* batch, const void
 
 // Reads the next row of the table and fills the form with it. ZFORMS_END after the last row. ZFORMS_ERROR_DATA when a
 // field does not take its value, or when the row is malformed: the row is not filled, and the next call reads the next
-// row. Also ZFORMS_ERROR_DATA, for this and each further call, when the table cannot be read further. `number` (from 1)
-// and `line` (in the table, from 1) may be null.
+// row. Also ZFORMS_ERROR_DATA, once, when the table cannot be read further: `number` and `line` keep their values, and
+// the next call returns ZFORMS_END. `number` (from 1) and `line` (in the table, from 1) may be null.
 ZFORMS_API zforms_status zforms_batch_next(zforms_batch* batch, uint64_t* number, uint64_t* line);
 // Fill the form without a table: set the values of a row one by one, then fill the form with the values that were set
 // since the last call of zforms_batch_fill.

@@ -271,6 +271,26 @@ static void test_rows_of_the_host(void) {
   zforms_form_free(form);
 }
 
+// A table that cannot be read further: the quote of its second row has no end.
+static void test_damaged_table(void) {
+  static const char start[] = "adherent.nom\nA\n\"";
+  const size_t size = 17U << 20;
+  char* const table = malloc(size);
+  memset(table, 'B', size);
+  memcpy(table, start, sizeof start - 1);
+  zforms_form* const form = open_sample();
+  zforms_batch* const batch = zforms_batch_new(form);
+  CHECK(zforms_batch_open_bytes(batch, table, size) == ZFORMS_OK, zforms_last_error(batch));
+  const zforms_status statuses[] = {ZFORMS_OK, ZFORMS_ERROR_DATA, ZFORMS_END, ZFORMS_END};
+  uint64_t number = 0;
+  for (size_t i = 0; i < sizeof statuses / sizeof *statuses; i++) {
+    CHECK(zforms_batch_next(batch, &number, NULL) == statuses[i] && number == 1, zforms_last_error(batch));
+  }
+  zforms_batch_free(batch);
+  zforms_form_free(form);
+  free(table);
+}
+
 static void test_missing_handles(void) {
   size_t n = 0;
   CHECK(zforms_version_number() > 0 && strchr(zforms_version(), '.') != NULL, zforms_version());
@@ -297,6 +317,7 @@ int main(int argc, char** argv) {
   test_utf16();
   test_batch();
   test_rows_of_the_host();
+  test_damaged_table();
   fprintf(stderr, "%d checks failed\n", failures);
   return failures == 0 ? 0 : 1;
 }

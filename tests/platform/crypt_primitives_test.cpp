@@ -134,7 +134,8 @@ TEST(AESTest, PublishedVectors) {
     EXPECT_EQ(Hex(out.substr(0, 16)), block);
     AES(AES::Direction::kDecrypt, Unhex(key)).ECB(out.data(), out.data(), 16);
     EXPECT_EQ(out.substr(0, 16), plain_block);
-    for (const size_t piece : {size_t{16}, size_t{48}, size_t{64}}) {  // the initialization vector stays between calls
+    // Several calls continue one chain: each call leaves the initialization vector for the next one.
+    for (const size_t piece : {size_t{16}, size_t{48}, size_t{64}}) {
       AES::Block iv;
       const AES encrypt(AES::Direction::kEncrypt, Unhex(chained_key));
       const AES decrypt(AES::Direction::kDecrypt, Unhex(chained_key));

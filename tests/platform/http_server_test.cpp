@@ -155,8 +155,8 @@ TEST(ZHTTPServer, ClientsThatTakeNoAnswerAreCut) {
   RawClient slow(server.Port());
   slow.Send(server.Get("/large"));
   const auto start = Clock::now();
-  // The slow client reads large pieces, because the system tells the server only about much free room. A client that
-  // reads even more slowly counts as one that reads nothing.
+  // The slow client reads large pieces: the system tells the server about free room only when there is a lot of it.
+  // With smaller pieces, the server would take the client for one that reads nothing.
   while (server.Log().empty()) {
     std::this_thread::sleep_for(milliseconds(20));
     slow.Take(500'000);

@@ -120,7 +120,7 @@ std::vector<std::string> BatchPlan::FieldNames() const {
   return names;
 }
 
-// Finds columns that maps name in any letter case, because the fields of a rubric are found so too.
+// Finds the columns that the maps name. Letter case is ignored, as for the fields of a rubric.
 std::vector<size_t> BatchPlan::Places(const std::vector<std::string>& names) const {
   std::unordered_map<std::string, size_t> exact;
   std::unordered_map<std::string, size_t> folded;

@@ -109,8 +109,8 @@ class MergedFile {
   } item_;
   uint32_t outline_ = 0, first_item_ = 0;
   uint64_t items_ = 0;
-  // The numbers of the objects written last, by digest, in two generations: when the newer one is full, it replaces the
-  // older one.
+  // The numbers of the objects written last, by digest, in two maps. New ones go into the first. When it is full, it
+  // replaces the second.
   std::array<std::unordered_map<Digest, uint32_t>, 2> written_;
 };
 

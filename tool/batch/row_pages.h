@@ -41,8 +41,8 @@ struct RowPages {
   std::vector<LooseObject> objects;
 };
 
-// RowPagesMaker copies the pages of the flattened forms of rows. It does not copy objects that are the same as in the
-// template, with everything that they refer to: all rows share them. It is made from the template; then any thread may
+// RowPagesMaker copies the pages of the flattened forms of rows. An object is not copied if it and everything that it
+// refers to are the same as in the template: all rows share it. The maker is made from the template; then any thread may
 // use it.
 class RowPagesMaker {
  public:

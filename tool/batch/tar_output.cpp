@@ -42,7 +42,7 @@ std::string Header(std::string_view name, uint64_t size, char type) {
   put(116, "0000000");  // the group
   put(124, Octal(size, 11));
   put(136, Octal(0, 11));         // the time
-  put(148, std::string(8, ' '));  // the checksum, which is computed with blanks in its own place
+  put(148, std::string(8, ' '));  // blanks in place of the checksum while it is computed
   block[156] = type;
   put(257, std::string_view("ustar\0"
                             "00",

@@ -23,9 +23,9 @@ constexpr uint32_t kBoolean = 16;
 constexpr uint32_t kBytea = 17;
 constexpr uint32_t kCharacter = 1042;
 
-// Turns off the time limits that a database sets by default, because a query lasts as long as its rows are read, only
-// as fast as forms are filled. Keeps limits that the address sets. While a query runs, the server checks every 5 s that
-// its client is still connected.
+// Turns off the time limits that a database sets by default: a query lasts until its last row is read, and rows are
+// read only as fast as forms are filled. Keeps limits that the address sets. While a query runs, the server checks
+// every 5 s that its client is still connected.
 constexpr char kSession[] =
     "SELECT set_config(name, CASE name WHEN 'client_connection_check_interval' THEN '5s' ELSE '0' END, false)"
     " FROM pg_settings WHERE source <> 'client' AND name IN ('statement_timeout', 'transaction_timeout',"

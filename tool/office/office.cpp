@@ -25,7 +25,8 @@ constexpr std::chrono::seconds kStoreTime(30);
 constexpr char kMapSection[] = "Map";
 // The clock's ticks are 100 ns.
 constexpr uint64_t kTicksOfHour = uint64_t{3600} * 10'000'000;
-// How many numbers are tried for a transaction. Other servers may have used the numbers of the same moment.
+// At most this many numbers are tried for a new transaction. The number comes from the clock, so another server of the
+// store may have used it already.
 constexpr int kMostNumbers = 16;
 
 // The INI file with the maps of a template, in the same folder.

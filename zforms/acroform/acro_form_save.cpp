@@ -17,8 +17,9 @@
 namespace zforms {
 namespace {
 
-// The most null objects for unused numbers, as a multiple of the number of objects, plus that many again. Beyond this,
-// and above the numbers that readers accept (ISO 32000-1 annex C), all objects are renumbered.
+// A full save writes null objects for unused numbers. It renumbers all objects instead when the highest number is more
+// than kMaxSpread times the number of objects plus kMaxSpreadBase, or when readers do not accept a number that high
+// (ISO 32000-1 annex C).
 constexpr uint64_t kMaxSpread = 4;
 constexpr uint64_t kMaxSpreadBase = 1000;
 constexpr uint32_t kHighestNumber = 8388607;
@@ -134,7 +135,8 @@ void DropCryptFilters(const ZPDFObjectList& objects, ZPDFParser& parser) {
   }
 }
 
-// The number of a new object behind those that have a value. An object without one is only there to be used again.
+// A number for a new object, higher than those of all objects with a value. Objects without a value at the end of the
+// list are not in use: they are kept only to be used again later.
 uint32_t NumberBehind(const ZPDFParser& parser) {
   const ZPDFLocations& locations = parser.ObjectLocations();
   auto end = locations.end();

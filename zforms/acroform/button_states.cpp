@@ -123,7 +123,7 @@ void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& stat
   }
   for (ZAcroFormField* widget : widgets) {
     const bool shows = can_show(*widget);
-    // Leaves the widget unchanged when "/AS" already is the state, although it has no appearance for the state.
+    // Leaves the widget unchanged when "/AS" already is the state, even if the widget has no appearance for it.
     if (!shows && NamedState(*widget) == state) continue;
     const bool goes_on = shows && (chosen == nullptr || chosen == widget);
     SetShownState(*widget, goes_on ? state : Chaine(kOff));

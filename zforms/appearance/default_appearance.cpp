@@ -12,8 +12,8 @@
 namespace zforms {
 namespace {
 
-// At most this many bytes are read. The strings of real forms have less than 200. A limit is needed because each field
-// may have a different string.
+// At most this many bytes of a string are read, so that a form with a different long string in each field does not take
+// long. The strings of real forms have less than 200.
 constexpr size_t kMostRead = 4096;
 constexpr double kLargestSize = 10000;
 constexpr double kLargestSpacing = 1000;

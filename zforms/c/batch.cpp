@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "zforms/c/form_handle.h"
@@ -43,6 +44,7 @@ struct zforms_batch : zforms::c::Handle {
   std::unique_ptr<zforms::RowReader> reader;  // null without a table
   Row row;                                    // the row that was filled last
   bool is_filled = false;
+  bool has_reported_failure = false;  // of the reader
   Chaine bytes;
   std::vector<std::string> next_names;  // the names and values set for the next row without a table
   std::vector<zforms::Cell> next_cells;
@@ -55,7 +57,7 @@ struct zforms_batch : zforms::c::Handle {
 
 zforms_status zforms_batch::Open(ByteSource&& source) {
   std::string reason;
-  is_filled = false;
+  is_filled = has_reported_failure = false;
   reader = zforms::OpenRows(std::move(source), &reason);
   if (reader == nullptr) return Fail(this, ZFORMS_ERROR_DATA, reason);
   const zforms::RowNames columns = reader->Header();
@@ -162,7 +164,8 @@ zforms_status zforms_batch_next(zforms_batch* batch, uint64_t* number, uint64_t*
     batch->is_filled = false;
     if (!batch->reader->Next(&batch->row)) {
       const std::string& failure = batch->reader->Failure();
-      return failure.empty() ? ZFORMS_END : Fail(batch, ZFORMS_ERROR_DATA, failure);
+      if (failure.empty() || std::exchange(batch->has_reported_failure, true)) return ZFORMS_END;
+      return Fail(batch, ZFORMS_ERROR_DATA, failure);
     }
     if (number != nullptr) *number = batch->row.number;
     if (line != nullptr) *line = batch->row.line;

@@ -57,8 +57,8 @@ class FieldMerger {
     }
     Entry entry{above, {}};
     AppendPartialName(&entry.name, true, element.Attrib("name").AsChaine());
-    // Skips a name that is too long; ZCheckedFiller reports it.
-    if (entry.name.size() > ZXFDFFieldCollection::kMaxFullName) return true;
+    // Keeps a name that is too long, without its values and the fields below it: ZCheckedFiller reports it.
+    if (entry.name.size() > ZXFDFFieldCollection::kMaxFullName) return Add(std::move(entry));
     for (const ZXMLElement* child = element.FirstChild(); child != nullptr; child = child->NextSibling()) {
       if (child->Name() == Chaine("value")) entry.values.push_back(child->Value().AsChaine());
     }

@@ -28,8 +28,8 @@ void Restore(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original,
 // How the original was restored.
 enum class Restored {
   kInPlace,
-  kWithNewFonts,  // as before, but the nodes of fonts, to which a drawing points, are new
-  kNotAtAll,      // because the field tree points to nodes that would be destroyed
+  kWithNewFonts,  // restored, but the fonts have new nodes; a drawing still points to the old ones
+  kNotAtAll,      // not restored: this would destroy nodes to which the field tree points
 };
 
 Restored RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& original) {

@@ -40,8 +40,8 @@ Reference ReferenceAt(const char* at, const char* end) {
   return {Between(at, number_end), Between(generation, generation_end), letter + 1};
 }
 
-// The end of a string, behind its closing parenthesis; null when it is not closed. `escaped` tells whether its bytes
-// are not those between the parentheses.
+// The end of a string, after its closing parenthesis; null when it is not closed. `*escaped` becomes true when the
+// bytes between the parentheses are not exactly the bytes of the string.
 const char* LiteralEnd(const char* at, const char* end, bool* escaped) {
   *escaped = false;
   int open = 0;
@@ -146,7 +146,7 @@ class Scanner {
 // ZPDFOutStream, but on a pointer, and without looking for the end of a line.
 class ShortLineWriter {
  public:
-  // `to` is behind the line feed of the line before, with room for kMostGrowth bytes for each byte of the text.
+  // `to` is the start of a line. It must have room for kMostGrowth bytes for each byte of the text.
   ShortLineWriter(std::string_view text, char* to)
       : at_(text.data()), end_(text.data() + text.size()), line_(to), to_(to) {}
 

@@ -13,8 +13,8 @@ namespace zforms {
 class ZInetOStream;
 class ZPDFNodeDictionary;
 
-// ZPDFWriter is the base class of the full saver and the incremental updater. Output is built in memory and written to
-// its destination in one piece.
+// ZPDFWriter is the base class of the full saver and the incremental updater. It builds the whole output in
+// memory before it writes the first byte to the destination.
 class ZFORMS_API ZPDFWriter {
  public:
   using OutStream = ZPDFOutStream;

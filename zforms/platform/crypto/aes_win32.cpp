@@ -49,7 +49,7 @@ void Run(AES::Direction direction, BCRYPT_KEY_HANDLE key, AES::Block* iv, const 
 // starts a new chain.
 void DecryptCBC(BCRYPT_KEY_HANDLE ecb, AES::Block* iv, const char* in, char* out, size_t n) {
   constexpr size_t kPiece = 4096;
-  char encrypted[kPiece];  // kept, because `out` may be `in`
+  char encrypted[kPiece];  // a copy of the input, because `out` may be the same buffer as `in`
   while (n > 0) {
     const size_t piece = std::min(n, kPiece);
     std::memcpy(encrypted, in, piece);

@@ -25,7 +25,7 @@ struct ReadLimits {
   std::function<std::string(std::string_view head, uint64_t size)> look = nullptr;
 };
 
-// Reads the whole file into `*out`, in one piece, with spare room for appending. `*out` is unchanged on failure.
+// Reads the whole file into one buffer, `*out`, with spare room for appending. `*out` is unchanged on failure.
 ZFORMS_API bool ReadFile(const Chaine& path, Chaine* out, std::string* error = nullptr, const ReadLimits& limits = {});
 
 // Reads up to `size` bytes; 0 at the end and on failure, which sets `*failed`.

@@ -10,8 +10,8 @@ namespace zforms {
 
 // Like ReadFile, but a regular file of 1 MB or more is mapped into memory where the system can do this (implemented by
 // mapped_file_posix.cpp; mapped_file_win32.cpp reads): only the parts that are used are read, and the memory for them
-// is shared with the system's cache. The text has room behind it, so appending to it copies nothing. Where mapping
-// fails, the file is read.
+// is shared with the system's cache. The text has room at its end, so appending to it copies nothing. Where
+// mapping fails, the file is read.
 //
 // Another program must not change the file while the text is in use: parts that were not used before would show the
 // change. If it truncates the file, reading the lost part raises SIGBUS (see MappedFileAt). Renaming another file over

@@ -19,7 +19,7 @@ namespace zforms {
 namespace {
 
 constexpr size_t kLeastMapped = size_t{1} << 20;
-// Address space behind the file, for what is appended. It takes no memory before it is used.
+// Address space after the file, for bytes that are appended. It takes no memory before it is used.
 constexpr size_t kLeastSpare = size_t{16} << 20;
 constexpr size_t kSpareOfFile = 8;
 // At most this many files are mapped at a time; others are read.
