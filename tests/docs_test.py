@@ -119,7 +119,7 @@ def test_site(folder):
                           stderr=subprocess.STDOUT, text=True)
     same(f"the site: {done.stdout}", done.returncode, 0)
     for page, text in {"index.html": "form server", "docs/guide.html": "pkg-config", "reference/zforms__form_8h.html":
-                       "Describes the field of that index", "reference/classzforms_1_1ZForm.html": "Zoé"}.items():
+                       "Describes the field at this index", "reference/classzforms_1_1ZForm.html": "Zoé"}.items():
         expect(text in (folder / "site" / page).read_text(encoding="utf-8"), page, text)
 
 

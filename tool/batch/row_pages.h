@@ -42,8 +42,8 @@ struct RowPages {
 };
 
 // RowPagesMaker copies the pages of the flattened forms of rows. An object is not copied if it and everything that it
-// refers to are the same as in the template: all rows share it. The maker is made from the template; then any thread may
-// use it.
+// refers to are the same as in the template: all rows share it. The maker is made from the template; then any thread
+// may use it.
 class RowPagesMaker {
  public:
   explicit RowPagesMaker(ZAcroForm& form);

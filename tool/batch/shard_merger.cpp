@@ -212,8 +212,8 @@ bool ShardMerger::JoinNames() {
 }
 
 // Reports that a row failed because another row has its file name. When the contents of the two files differed, the row
-// has failed already. When they were the same (`is_written`), the shard of this row found the other row's file, regarded
-// it as its own, and counted the row as filled. This is corrected here.
+// has failed already. When they were the same (`is_written`), the shard of this row found the other row's file,
+// regarded it as its own, and counted the row as filled. This is corrected here.
 void ShardMerger::FailRow(const WantedNames::Row& loser, const WantedNames::Row& holder, bool is_written) {
   const std::string unit = head_.contains("query") ? "row " : "line ";
   const std::string what =
