@@ -95,7 +95,7 @@ BAD_ROWS = [  # label, line of CSV, the expected message
     ("text behind a quote", '"a"b,Oui,FR,1', "text follows the closing quote of a value"),
     ("the same file, in other letters", "GOOD É,Oui,FR,1", 'the file name "GOOD É.pdf" is already used by line 2'),
     ("no name", " ,Oui,FR,1", "the file name is empty"),
-    ("a file of somebody else", "theirs,Oui,FR,1", 'the file "theirs.pdf" already exists and does not belong to this batch'),
+    ("a file of somebody else", "theirs,Oui,FR,1", 'the file "theirs.pdf" already exists and does not belong to this batch; --overwrite replaces it'),
 ]
 HEAD = "adherent.nom,adherent.premiere,adherent.pays,adherent.code_postal"
 
@@ -206,7 +206,7 @@ def test_names(folder):
         data.write_text(text)
         same(text, zforms("batch", SAMPLE, "--data", data, "--out", folder / "objects", "--overwrite")[::2], (0, ""))
         same(f"forms of {text}", forms_in(folder / "objects"), ["000001.pdf", "000002.pdf"])
-    for text, what in [("%FDF-1.2\n", "the file is not a table"), ("<xfdf/>", "the file is not a table"),
+    for text, what in [("%FDF-1.2\n", "begins like XML, XFDF or FDF; rows must be in CSV or JSON"), ("<xfdf/>", "begins like XML, XFDF or FDF; rows must be in CSV or JSON"),
                        ("", "is empty"), ("a,b\n1,2\n", "no column has the name of a field")]:
         (folder / "other").write_text(text)
         status, _, err = zforms("batch", SAMPLE, "--data", folder / "other", "--out", folder / "none")

@@ -52,7 +52,7 @@ def check_host(folder):
 def check_libraries(folder):
     """The tool loads libraries from the PATH, but not from the current folder, where anybody may have put them."""
     shutil.copy(pathlib.Path(TOOL).parent / "zforms.dll", folder / "libpq.dll")
-    for place, said in (("C:", b"PostgreSQL needs the library libpq.dll"), (f"Z:{folder}", b"the library libpq lacks")):
+    for place, said in (("C:", b"cannot load the library libpq.dll"), (f"Z:{folder}", b"the library libpq lacks")):
         os.environ["WINEPATH"] = place.replace("/", "\\")
         _, _, err = run(TOOL, "batch", FORM, "--data", "postgresql://localhost/x", "--query", "SELECT 1", "--out", "out", cwd=folder)
         expect(said in err, f"a library, with {place} in the PATH", err)

@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <memory>
 #include <random>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/support/dump.h"
+#include "zforms/pdf/forward_reader.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/node.h"
 #include "zforms/pdf/object_provider.h"
@@ -391,6 +394,38 @@ TEST(NodesTest, KeysAreFoundAfterEveryChange) {
     }
     EXPECT_EQ(searched.GetIntValue("/New"), 7) << count;
     EXPECT_FALSE(searched.Exist("/S49"));
+  }
+}
+
+// The keys of a dictionary that was read stay in the text of the document; keys that are set later do not.
+TEST(NodesTest, KeysThatWereReadAndKeysSetLater) {
+  ZPDFTokenizedString tokens{Chaine("<</A 1/B#20C(x)/LongerThanSixteenBytes[1 2]/D<</E 3>>>>")};
+  tokens.SetDocument();
+  const NodePtr read(ReadForward(tokens, nullptr, nullptr));
+  auto& dictionary = As<ZPDFNodeDictionary>(read);
+  std::vector<std::pair<std::string, int>> model = {{"/A", 1}, {"/B C", 0}, {"/LongerThanSixteenBytes", 0}, {"/D", 0}};
+  std::mt19937 random(5);
+  for (int step = 1; step <= 2000; step++) {
+    const std::string key = random() % 8 == 0 ? "/B C" : "/A name of " + std::to_string(random() % 20);
+    const auto known = std::find_if(model.begin(), model.end(), [&](const auto& entry) { return entry.first == key; });
+    if (random() % 2 == 0) {
+      dictionary.RemoveValue(key);
+      if (known != model.end()) model.erase(known);
+    } else {
+      dictionary.SetValue(key, step);
+      if (known == model.end()) {
+        model.emplace_back(key, step);
+      } else {
+        known->second = step;
+      }
+    }
+    const ZPDFNodeDictionary copy(dictionary);
+    ASSERT_EQ(copy.Size(), model.size());
+    for (size_t i = 0; i < model.size(); i++) {
+      ASSERT_EQ(copy.KeyAt(i), model[i].first);
+      ASSERT_EQ(dictionary.GetIntValue(model[i].first), model[i].second);
+    }
+    ASSERT_EQ(Written(copy), Written(dictionary));
   }
 }
 

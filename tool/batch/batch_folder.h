@@ -14,9 +14,9 @@
 namespace zforms::tool {
 
 // BatchFolder is the output folder of a batch. A form is written under a temporary name and then renamed, so that its
-// file is always complete. Files that existed before, and forms of other rows, are never overwritten. The ledger marks
-// a row as done after its file is in place. Only one process at a time uses the folder, except for shards: they take no
-// lock, and a shard replaces only files that it has recorded as its own.
+// file is always complete. Forms of other rows are never overwritten, and files that existed before only in the mode
+// kOverwrite. The ledger marks a row as done after its file is in place. Only one process at a time uses the folder,
+// except for shards: they take no lock, and a shard replaces only files that it has recorded as its own.
 class BatchFolder final : public BatchOutput {
  public:
   using Mode = ShardRecord::Start;

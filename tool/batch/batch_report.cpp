@@ -134,7 +134,7 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
     std::string line = "zforms: " + Rows(filled_) + " filled in " + TimeText(seconds);
     if (found_ > 0) line += ", " + Rows(found_) + " filled before";
     if (failed_ > 0) line += ", " + Rows(failed_) + " not filled";
-    std::fputs((line + (outcome.stopped ? ", stopped there\n" : "\n")).c_str(), stderr);
+    std::fputs((line + (outcome.stopped ? "; the batch stopped early\n" : "\n")).c_str(), stderr);
   }
   if (!has_report_) return true;
   Put(failed_ == 0 ? "],\n" : "\n],\n");

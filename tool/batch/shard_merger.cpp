@@ -140,7 +140,7 @@ bool ShardMerger::ReadReport(const std::string& path) {
     if (report.is_object() && report.contains("shard")) return Take(path, report);
   } catch (const Json::exception&) {
   }
-  Console(path).Fail(file.is_open() ? "not the report of a shard" : "the report cannot be read");
+  Console(path).Fail(file.is_open() ? "is not the report of a shard" : "the report cannot be read");
   return false;
 }
 

@@ -132,7 +132,8 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
   std::vector<std::string> own;
   for (const RecordName& record : RecordsIn(folder)) {
     if (record.shard.count != shard.count) {
-      *fault = {"the folder " + folder + " contains a batch of " + std::to_string(record.shard.count) + " shards"};
+      *fault = {"the folder " + folder + " contains a batch of " + std::to_string(record.shard.count) +
+                " shards: use another folder, or the same number of shards"};
       return false;
     }
     const std::string path = PathOf(folder, record.shard, record.run);
@@ -150,7 +151,7 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
               ": --resume continues it, --overwrite starts over"};
   } else if (start != Start::kOverwrite && !other.empty()) {
     *fault = {"the form, the maps or the file names differ from those of shard " + other +
-              "; give all shards the same"};
+              "; use the same form, maps and --name for all shards"};
   }
   for (const std::string& path : own) {
     if (fault->what.empty()) Restore(path, ledger, fault);

@@ -57,7 +57,9 @@ void AddRules(const ZAcroFormChangeRules& rules, const std::vector<ZFormField>& 
     summary->Line("signatures", std::to_string(rules.Signatures().size()) + " in " + of_fields);
   }
   for (const ZAcroFormSignature& signature : rules.Signatures()) {
-    summary->Line("", "\"" + signature.field.ToString() + "\" " + signature.Describe().ToString());
+    const std::string name = signature.field.ToString();
+    summary->Line("", (name.empty() ? "a signature without a field" : "\"" + name + "\"") + " " +
+                          signature.Describe().ToString());
   }
   if (rules.HasUsageRights()) summary->Line("usage rights", "the first change makes them invalid");
   if (rules.PermissionsForbidFilling()) summary->Line("permissions", "forbid filling in fields");

@@ -231,9 +231,10 @@ class Importer {
                                      page + ")>>>>",
                                  "");
     if (!added) return;
-    const std::string where = is_shown ? "on the first page" : "in the tool bar of the page for browsers";
-    Say("the button \"" + label + "\" " + where + ", which submits to \"" + page + "\"");
-    if (!labels_.empty() && !is_shown) Say("place on the first page for the button \"" + label + "\"", "not found");
+    const std::string where = is_shown ? "on the first page" : "in the tool bar that the browser shows";
+    Say("the button \"" + label + "\", which submits to \"" + page + "\", " + where);
+    if (!labels_.empty() && !is_shown)
+      Say("a free place for the button \"" + label + "\" on the first page", "not found");
   }
 
   void MendFormats(ZDocument::Status status) {

@@ -213,8 +213,8 @@ class CommandLine {
     CLI::App* command =
         Add("batch", "Fill a form once for each row of a table.",
             "A column fills the field that has the same name, or the fields that --map gives. Two rows never\n"
-            "get the same file. A file that the batch did not write is never overwritten, and no file is\n"
-            "half written. --resume continues a batch that was interrupted. A null leaves the field\n"
+            "get the same file. Only --overwrite replaces files that the batch did not write, and no file\n"
+            "is half written. --resume continues a batch that was interrupted. A null leaves the field\n"
             "unchanged. Data without any value is not an error. Damage in the form is reported, and the\n"
             "exit status is then 3.\n\n"
             "Several machines can share a batch: each makes one shard, --shard I/N, in the same folder.\n"
@@ -301,7 +301,7 @@ class CommandLine {
     CLI::Option* resume = command->add_flag("--resume", batch_.resume, "Continue a batch that was interrupted.");
     command
         ->add_flag("--overwrite", batch_.overwrite,
-                   "Start from the beginning and overwrite the files of an earlier batch.")
+                   "Start from the beginning and replace files that have the name of a form.")
         ->excludes(resume);
     command
         ->add_option("--report", batch_.report,

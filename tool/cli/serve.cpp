@@ -180,7 +180,9 @@ bool CheckTemplates(const std::string& folder) {
 
 void SayHowToGetReader(const ReaderPage* reader) {
   if (reader != nullptr && reader->CanShowForms()) return;
-  Print("Forms are not shown in the browser: this needs pdf.js, which ./run build fetches (or see --reader).\n");
+  Print(
+      "Forms are not shown in the browser, because pdf.js is missing. Name a folder that contains it with\n"
+      "--reader, or fetch it with \"./run build\" in the folder of the source code.\n");
 }
 
 // Chooses the financial year: that of the option, else that of the store, else the current year. Forms that were opened
@@ -215,7 +217,7 @@ void SayWhyNotStarted(const Office& office, uint16_t number, bool has_sockets) {
 
 std::string WhyUpgrade(int version) {
   if (version == kStoreVersion) return {};
-  return " (version " + std::to_string(version) + "; zforms store upgrade brings it to " +
+  return " (version " + std::to_string(version) + "; \"zforms store upgrade\" updates it to version " +
          std::to_string(kStoreVersion) + ")";
 }
 

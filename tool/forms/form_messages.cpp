@@ -18,7 +18,7 @@ const char* WordsOf(Remedy remedy) {
     case Remedy::kKeepXFA: return " (with --xfa keep it stays)";
     case Remedy::kRecover: return "; --recover reads it";
     case Remedy::kRecoverLosses: return ". --recover looks for it in the file, --force writes the rest";
-    case Remedy::kNoRecovery: return "; --recover finds no document in it either";
+    case Remedy::kNoRecovery: return "; --recover also finds no document in the file";
     case Remedy::kExportAll: return " (--all includes them)";
     case Remedy::kNone: break;
   }

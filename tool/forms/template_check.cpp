@@ -38,15 +38,18 @@ void CheckButtons(const ZAcroFormServerForm& form, ZDocument::Status status, con
   const ZAcroForm::ConstFieldMap buttons = form.FindSubmitFormButtons(status);
   if (buttons.Size() == 0) {
     faults->push_back("no button submits the form to a URL that ends in \"" + page + "\": users cannot " +
-                      (status == ZDocument::eModify ? "save it" : "ask to modify it again"));
+                      (status == ZDocument::eModify ? "save it" : "change a saved form") +
+                      "; \"zforms import\" adds the button");
   }
   for (const auto& [name, same] : buttons) {
     const bool whole = std::all_of(same.begin(), same.end(), [](const auto* button) { return SubmitsAll(*button); });
     if (!whole)
-      faults->push_back("the button \"" + name.ToString() + "\" submits only some fields: set \"all fields\"");
+      faults->push_back("the button \"" + name.ToString() +
+                        "\" submits only some fields: set \"all fields\" in its action");
     const bool right = std::all_of(same.begin(), same.end(), [](const auto* button) { return SubmitsXFDF(*button); });
     if (!right) {
-      faults->push_back("the button \"" + name.ToString() + "\" does not submit as XFDF: set \"export format: XFDF\"");
+      faults->push_back("the button \"" + name.ToString() +
+                        "\" does not submit as XFDF: set \"export format: XFDF\" in its action");
     }
   }
 }
@@ -67,8 +70,7 @@ void CheckRules(const ZAcroFormChangeRules& rules, std::vector<std::string>* fau
   } else if (rules.GetXFA() == ZAcroFormChangeRules::XFA::kBeside) {
     faults->emplace_back("has an XFA form beside its fields: only the fields are served");
   }
-  if (rules.HasUsageRights())
-    faults->emplace_back("has usage rights (\"/UR3\"), which are not in the form that is served");
+  if (rules.HasUsageRights()) faults->emplace_back("has usage rights (\"/UR3\"); the server removes them");
   if (rules.IsSigned()) faults->emplace_back("is signed: its signatures are not valid in the form that is served");
   if (rules.PermissionsForbidFilling()) faults->emplace_back("has permissions that forbid filling in fields");
 }

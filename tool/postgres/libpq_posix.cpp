@@ -9,7 +9,9 @@ namespace zforms::tool {
 
 void* LoadLibpq(std::string* error) {
   void* const library = dlopen("libpq.so.5", RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) *error = "PostgreSQL needs the library libpq.so.5 (Debian's package libpq5)";
+  if (library == nullptr) {
+    *error = "cannot load the library libpq.so.5, which zforms needs for PostgreSQL (Debian's package libpq5)";
+  }
   return library;
 }
 

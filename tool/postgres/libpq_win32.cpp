@@ -28,7 +28,9 @@ void* LoadLibpq(std::string* error) {
   // Makes Windows search the folder of libpq.dll for the libraries that it needs.
   const HMODULE library = path.empty() ? nullptr : LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   if (library == nullptr) {
-    *error = "PostgreSQL needs the library libpq.dll in the PATH; the installer of PostgreSQL contains it";
+    *error =
+        "cannot load the library libpq.dll, which zforms needs for PostgreSQL; install PostgreSQL, and add its "
+        "folder \"bin\" to the PATH";
   }
   return reinterpret_cast<void*>(library);
 }

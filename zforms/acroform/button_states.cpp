@@ -91,42 +91,52 @@ bool HasState(const ZAcroFormField& widget, const Chaine& state) {
   return states != nullptr && states->Exist("/" + state);
 }
 
-void SetShownState(ZAcroFormField& widget, const Chaine& state) {
-  const Chaine shown = NamedState(widget);
-  if (shown == state || (shown.IsEmpty() && state == kOff)) return;
-  widget.Dico()->SetIdentifier("/AS", "/" + state);
+// True when only one of several radio buttons with the same state may be on.
+bool IsOneByOne(const ZAcroFormField& radio) {
+  return (radio.InheritedFlags() & ZAcroFormField::kRadiosInUnisonFlag) == 0;
 }
 
-// True when only one of several buttons with the same state may be on.
-bool IsOneByOne(const ZAcroFormField& field) {
-  return field.InheritedType() == ZAcroFormField::eRadioButton &&
-         (field.InheritedFlags() & ZAcroFormField::kRadiosInUnisonFlag) == 0;
+// A widget, with what it shows and whether it can show the wanted state.
+struct ShownWidget {
+  ZAcroFormField* widget;
+  Chaine named;
+  bool can_show;
+};
+
+PTableau<ShownWidget> WidgetsFor(const PTableau<ZAcroFormField*>& fields, const Chaine& state, bool is_radio) {
+  PTableau<ShownWidget> shown;
+  for (ZAcroFormField* field : fields) {
+    for (ZAcroFormField* widget : field->Widgets()) shown.push_back({widget, NamedState(*widget), true});
+  }
+  for (ShownWidget& each : shown) {
+    if (HasOnStates(*each.widget)) {
+      each.can_show = HasState(*each.widget, state);
+    } else {
+      each.can_show = !is_radio || shown.size() == 1 || each.named == state;
+    }
+  }
+  return shown;
 }
 
 }  // namespace
 
 void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& state) {
-  PTableau<ZAcroFormField*> widgets;
-  for (ZAcroFormField* field : fields) {
-    for (ZAcroFormField* widget : field->Widgets()) widgets.push_back(widget);
-  }
   const bool is_radio = !fields.empty() && fields[0]->InheritedType() == ZAcroFormField::eRadioButton;
-  const bool one_by_one = !fields.empty() && IsOneByOne(*fields[0]);
-  const auto can_show = [&](const ZAcroFormField& widget) {
-    if (HasOnStates(widget)) return HasState(widget, state);
-    return !is_radio || widgets.size() == 1 || NamedState(widget) == state;
-  };
-  const ZAcroFormField* chosen = nullptr;  // the only widget to switch on; null when several may be on
-  for (const ZAcroFormField* widget : widgets) {
-    if (!one_by_one || state == kOff || !can_show(*widget)) continue;
-    if (chosen == nullptr || (NamedState(*widget) == state && NamedState(*chosen) != state)) chosen = widget;
+  const PTableau<ShownWidget> widgets = WidgetsFor(fields, state, is_radio);
+  const ShownWidget* chosen = nullptr;  // the only widget to switch on; null when several may be on
+  if (is_radio && state != kOff && IsOneByOne(*fields[0])) {
+    for (const ShownWidget& each : widgets) {
+      if (!each.can_show) continue;
+      if (chosen == nullptr || (each.named == state && chosen->named != state)) chosen = &each;
+    }
   }
-  for (ZAcroFormField* widget : widgets) {
-    const bool shows = can_show(*widget);
+  for (const ShownWidget& each : widgets) {
+    const bool goes_on = each.can_show && (chosen == nullptr || chosen == &each);
     // Leaves the widget unchanged when "/AS" already is the state, even if the widget has no appearance for it.
-    if (!shows && NamedState(*widget) == state) continue;
-    const bool goes_on = shows && (chosen == nullptr || chosen == widget);
-    SetShownState(*widget, goes_on ? state : Chaine(kOff));
+    if (!each.can_show && each.named == state) continue;
+    const Chaine shown = goes_on ? state : Chaine(kOff);
+    if (each.named == shown || (each.named.IsEmpty() && shown == kOff)) continue;
+    each.widget->Dico()->SetIdentifier("/AS", "/" + shown);
   }
 }
 

@@ -130,13 +130,13 @@ Chaine ZAcroFormField::UTF8At(const char* key) const {
   return is_name ? PDFNameToUTF8(BestText(value)) : PDFTextToUTF8(BestText(value));
 }
 
-void ZAcroFormField::SetTextAt(const char* key, const Chaine& value, bool as_name) {
+void ZAcroFormField::SetTextAt(const char* key, const Chaine& value, eFieldType type, bool as_name) {
   if (as_name) {
     dictionary_->SetIdentifier(key, "/" + value);
   } else {
     dictionary_->SetValue(key, value);
   }
-  if (Type() == eChoice) dictionary_->RemoveValue("/I");
+  if (type == eChoice) dictionary_->RemoveValue("/I");
 }
 
 Chaine ZAcroFormField::Value() const { return TextAt("/V"); }
@@ -160,7 +160,7 @@ PTableau<Chaine> ZAcroFormField::Values() const {
 void ZAcroFormField::SetValue(const Chaine& value) {
   if (value == Value()) return;
   const eFieldType type = Type();
-  SetTextAt("/V", value, type == eCheckBox || type == eRadioButton);
+  SetTextAt("/V", value, type, type == eCheckBox || type == eRadioButton);
 }
 
 void ZAcroFormField::SetValueUTF8(const Chaine& text) {
@@ -190,7 +190,9 @@ bool ZAcroFormField::HasDefaultValue() const { return HasNearest("/DV"); }
 bool ZAcroFormField::HasOwnDefaultValue() const { return HasEntry(*dictionary_, "/DV"); }
 
 void ZAcroFormField::SetDefaultValue(const Chaine& value) {
-  if (value != DefaultValue()) SetTextAt("/DV", value, Type() == eCheckBox);
+  if (value == DefaultValue()) return;
+  const eFieldType type = Type();
+  SetTextAt("/DV", value, type, type == eCheckBox);
 }
 
 Chaine ZAcroFormField::ValueRichText() const { return BestText(dictionary_->GetTarget("/RV")); }
@@ -268,8 +270,9 @@ bool ZAcroFormField::HasOwnAnnotation() const {
 // "/Subtype" does not decide by itself: some producers omit it, others write it in fields whose widgets are their kids.
 bool ZAcroFormField::IsWidget() const {
   const bool is_placed = HasEntry(*dictionary_, "/Rect") || HasEntry(*dictionary_, "/AP");
-  if (!HasEntry(*dictionary_, "/Subtype")) return is_placed;
-  return dictionary_->GetIdentifier("/Subtype") == "/Widget" && (is_placed || Size() == 0);
+  const ZPDFNode* const subtype = EntryAt(*dictionary_, "/Subtype");
+  if (subtype == nullptr) return is_placed;
+  return subtype->GetIdentifier() == "/Widget" && (is_placed || Size() == 0);
 }
 
 void ZAcroFormField::CollectWidgets(PTableau<ZAcroFormField*>* widgets) {

@@ -178,7 +178,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   void JoinNames(Chaine* full_name, NameOf name_of) const;
   Chaine TextAt(const char* key) const;
   Chaine UTF8At(const char* key) const;
-  void SetTextAt(const char* key, const Chaine& value, bool as_name);
+  void SetTextAt(const char* key, const Chaine& value, eFieldType type, bool as_name);
   void CollectWidgets(PTableau<ZAcroFormField*>* widgets);
   void SetCaption(CaptionSetter setter, const Chaine& caption);
 

@@ -16,17 +16,14 @@
 namespace zforms {
 namespace {
 
-bool IsToggle(const ZAcroFormField& field) {
-  const ZAcroFormField::eFieldType type = field.Type();
+bool IsToggle(ZAcroFormField::eFieldType type) {
   return type == ZAcroFormField::eCheckBox || type == ZAcroFormField::eRadioButton;
 }
 
 // The options that the given values, or the lines of a single one, select in a choice field with multiple selection.
 // Empty when there are fewer than two, or when one of them is not an option.
 PTableau<Chaine> SelectedOptions(const ZAcroFormField& field, const PTableau<Chaine>& given) {
-  if (field.Type() != ZAcroFormField::eChoice || (field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) {
-    return {};
-  }
+  if ((field.InheritedFlags() & ZAcroFormField::kMultiSelectFlag) == 0) return {};
   PTableau<Chaine> values = given.size() == 1 ? LinesOf(given[0]) : given;
   if (values.size() < 2) return {};
   FDictionnary<Chaine> options;
@@ -112,7 +109,9 @@ void FormFiller::AddToIndex(ZAcroFormFieldCollection& fields, const Chaine& abov
 
 // Signatures are made only by signing, and push buttons have no value.
 bool FormFiller::IsRefused(const ZAcroFormField& field, const ZXFDFField& from) const {
-  if (field.IsSignature() || field.InheritedType() == ZAcroFormField::ePushButton) return true;
+  const ZAcroFormField::eFieldType type = field.InheritedType();
+  if (type == ZAcroFormField::ePushButton) return true;
+  if (type == ZAcroFormField::eOtherField && field.IsSignature()) return true;
   const bool holds_signature = NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/V")) != nullptr;
   return holds_signature && from.HasValue();
 }
@@ -131,17 +130,20 @@ Chaine FormFiller::ButtonState(const ZAcroFormField& field, const Chaine& value)
 
 void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values, bool has_rich_text) {
   const Chaine& value = values.front();
-  if (IsToggle(field)) {
+  const ZAcroFormField::eFieldType type = field.Type();
+  if (IsToggle(type)) {
     const Chaine state = ButtonState(field, value);
     // Does not write an empty value where there is none: both mean that nothing is chosen.
     if (!value.IsEmpty() || field.HasValue()) field.SetValue(state);
     ShowButtonState(field, state);
     return;
   }
-  const PTableau<Chaine> selected = SelectedOptions(field, values);
-  if (!selected.empty()) {
-    field.SetValues(selected);
-    return;
+  if (type == ZAcroFormField::eChoice) {
+    const PTableau<Chaine> selected = SelectedOptions(field, values);
+    if (!selected.empty()) {
+      field.SetValues(selected);
+      return;
+    }
   }
   if (values.size() > 1) {
     diagnostics_->Warn("field \"" + field.FullNameUTF8() +
@@ -151,7 +153,7 @@ void FormFiller::SetValue(ZAcroFormField& field, const PTableau<Chaine>& values,
 }
 
 void FormFiller::SetDefaultValue(ZAcroFormField& field, const Chaine& value) {
-  if (IsToggle(field)) {
+  if (IsToggle(field.Type())) {
     field.SetDefaultValue(ButtonState(field, value));
   } else if (field.DefaultValueUTF8() != value) {
     field.SetDefaultValue(UTF8ToPDFText(value));

@@ -81,7 +81,8 @@ bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
   // Draws nothing in a widget without size, which is not visible.
   if (!style.HasSize()) return true;
-  if (work_ == 0) return Fail(widget, "is not drawn: drawing the fields before it reached the limit for one document");
+  if (work_ == 0)
+    return Fail(widget, "is not drawn: the fields of this document need more work than the limit for drawing allows");
   const bool has_value = type == ZAcroFormField::eText || type == ZAcroFormField::eChoice;
   return has_value ? DrawValue(widget, style) : DrawButton(widget, style, index);
 }

@@ -49,7 +49,7 @@ void CsvReader::Sniff() {
 
 void CsvReader::ReadHeader() {
   if (!SkipEmptyLines()) {
-    failure_ = "the file has no table";
+    failure_ = "the file has only empty lines; the first line must name the columns";
     return;
   }
   Sniff();

@@ -58,7 +58,7 @@ std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {
   if (!error->empty()) return nullptr;
   const std::string_view text = TrimBlanks(WithoutUTF8Mark(head));
   if (text.starts_with('<') || text.starts_with("%FDF")) {
-    *error = "the file is not a table";
+    *error = "begins like XML, XFDF or FDF; rows must be in CSV or JSON";
     return nullptr;
   }
   std::unique_ptr<RowReader> reader;

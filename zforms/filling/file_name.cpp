@@ -73,7 +73,7 @@ std::string FileNamePattern::Make(const ValueOf& value_of, std::string* error) c
   for (size_t i = 0; i < keys_.size(); i++) {
     const std::string* value = value_of(keys_[i]);
     if (value == nullptr) {
-      *error = "the row has no value for {" + keys_[i] + "} in its file name";
+      *error = "the row has no value for {" + keys_[i] + "}, which the name of its file needs";
       return {};
     }
     stem += *value + literals_[i + 1];

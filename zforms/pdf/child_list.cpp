@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace zforms {
 namespace {
@@ -22,17 +23,26 @@ constexpr size_t kTagsAtOnce = sizeof(uint64_t);
 size_t TagBytes(size_t count) { return (count + kTagsAtOnce - 1) / kTagsAtOnce * kTagsAtOnce; }
 
 size_t RoomFor(size_t count, bool keyed) {
-  return count * sizeof(ZPDFNode*) + (keyed ? count * sizeof(Chaine) + TagBytes(count) : 0);
+  return count * sizeof(ZPDFNode*) + (keyed ? count * sizeof(ZPDFChildList::Key) + TagBytes(count) : 0);
 }
+
+size_t BlockFor(size_t count, bool keyed) {
+  return sizeof(ZPDFChildList) + (keyed ? sizeof(ZPDFChildList::KeyedPart) : 0) + RoomFor(count, keyed);
+}
+
+// Keys that are not in use any more are dropped when the added keys have more bytes than this.
+constexpr size_t kManyAddedBytes = 256;
 
 }  // namespace
 
 ZPDFChildList* ZPDFChildList::Place(ZPDFNodePool::Block block, size_t capacity, bool keyed) {
   auto* list = new (block.memory) ZPDFChildList;
   list->refs = 1;
+  list->made_keyed = keyed ? 1 : 0;
   list->size = 0;
   list->pool_offset = block.offset;
   list->retired = nullptr;
+  if (keyed) new (list + 1) KeyedPart;
   list->SetRoom(list->Inline(), capacity, keyed);
   return list;
 }
@@ -40,37 +50,32 @@ ZPDFChildList* ZPDFChildList::Place(ZPDFNodePool::Block block, size_t capacity, 
 void ZPDFChildList::SetRoom(void* memory, size_t room, bool keyed) {
   capacity = static_cast<uint32_t>(room);
   items = static_cast<ZPDFNode**>(memory);
-  keys = keyed ? reinterpret_cast<Chaine*>(items + room) : nullptr;
+  keys = keyed ? reinterpret_cast<Key*>(items + room) : nullptr;
   if (keyed) std::fill_n(Tags(), TagBytes(room), uint8_t{0});
 }
 
 ZPDFChildList* ZPDFChildList::Make(size_t capacity) {
-  return Place({Allocate(sizeof(ZPDFChildList) + RoomFor(capacity, false)), 0}, capacity, false);
+  return Place({Allocate(BlockFor(capacity, false)), 0}, capacity, false);
 }
 
 ZPDFChildList* ZPDFChildList::MakeKeyed(size_t capacity) {
-  return Place({Allocate(sizeof(ZPDFChildList) + RoomFor(capacity, true)), 0}, capacity, true);
+  return Place({Allocate(BlockFor(capacity, true)), 0}, capacity, true);
 }
 
 ZPDFChildList* ZPDFChildList::Make(size_t capacity, ZPDFNodePool& pool) {
-  const size_t bytes = sizeof(ZPDFChildList) + RoomFor(capacity, false);
+  const size_t bytes = BlockFor(capacity, false);
   return bytes > ZPDFNodePool::kLargestBlock ? Make(capacity) : Place(pool.Take(bytes), capacity, false);
 }
 
 ZPDFChildList* ZPDFChildList::MakeKeyed(size_t capacity, ZPDFNodePool& pool) {
-  const size_t bytes = sizeof(ZPDFChildList) + RoomFor(capacity, true);
+  const size_t bytes = BlockFor(capacity, true);
   return bytes > ZPDFNodePool::kLargestBlock ? MakeKeyed(capacity) : Place(pool.Take(bytes), capacity, true);
 }
 
-void ZPDFChildList::ClearKeys() {
-  if (keys != nullptr) std::destroy_n(keys, size);
-}
-
 void ZPDFChildList::Free(ZPDFChildList* list) {
-  list->ClearKeys();
+  if (list->made_keyed != 0) std::destroy_at(&list->Keyed());
   if (list->items != list->Inline()) std::free(list->items);
   const uint32_t pool_offset = list->pool_offset;
-  list->~ZPDFChildList();
   if (pool_offset != 0) {
     ZPDFNodePool::GiveBack(list, pool_offset);
   } else {
@@ -83,13 +88,12 @@ void ZPDFChildList::Reserve(size_t wanted) {
   if (wanted > UINT32_MAX / 2) throw std::bad_alloc();
   const size_t room = std::max<size_t>(wanted, size_t{capacity} * 2);
   ZPDFNode** const old_items = items;
-  Chaine* const old_keys = keys;
+  const Key* const old_keys = keys;
   const uint8_t* const old_tags = keys == nullptr ? nullptr : Tags();
   SetRoom(Allocate(RoomFor(room, keys != nullptr)), room, keys != nullptr);
   std::copy(old_items, old_items + size, items);
   if (old_keys != nullptr) {
-    std::uninitialized_move_n(old_keys, size, keys);
-    std::destroy_n(old_keys, size);
+    std::copy(old_keys, old_keys + size, keys);
     std::copy(old_tags, old_tags + size, Tags());
   }
   if (old_items != Inline()) std::free(old_items);
@@ -102,9 +106,25 @@ void ZPDFChildList::Insert(size_t at, ZPDFNode* node) {
   size++;
 }
 
-void ZPDFChildList::AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked) {
+void ZPDFChildList::AppendKeyed(std::string_view key, ZPDFNode* value, bool plain) {
   Reserve(size_t{size} + 1);
-  AppendKeyedInRoom(std::move(key), value, plain, marked);
+  AppendRead(AddKey(key), value, plain);
+  SetMark(size_t{size} - 1, true);
+}
+
+ZPDFChildList::Key ZPDFChildList::AddKey(std::string_view key) {
+  Chaine& added = Keyed().added;
+  const auto offset = static_cast<uint32_t>(added.size());
+  added.Append(key);
+  return {offset, static_cast<uint32_t>(key.size()) & INT32_MAX, 1};
+}
+
+void ZPDFChildList::CopyKeys(const ZPDFChildList& from) {
+  // The pool is not copied, because a copy may be used by another thread.
+  Keyed().source = from.Keyed().source;
+  Keyed().added = from.Keyed().added;
+  std::copy(from.keys, from.keys + from.size, keys);
+  std::copy(from.Tags(), from.Tags() + from.size, Tags());
 }
 
 // Compares eight tags at a time: a byte of `other` is zero where a tag matches. `hits` marks each zero byte, and
@@ -120,7 +140,7 @@ size_t ZPDFChildList::Find(std::string_view key) const {
     other = (other & (kEach * (kPlain - 1))) ^ wanted;
     for (uint64_t hits = (other - kEach) & ~other & (kEach << 7); hits != 0; hits &= hits - 1) {
       const size_t i = first + static_cast<size_t>(std::countr_zero(hits)) / 8;
-      if (i < size && keys[i].HasBytes(key)) return i;
+      if (i < size && Chaine::AreSame(KeyAt(i), key)) return i;
     }
   }
   return size;
@@ -131,7 +151,7 @@ size_t ZPDFChildList::FindRepeated(size_t from) const {
   uint64_t seen = 0;  // a bit for each tag
   for (size_t i = 0; i < size; i++) {
     const uint64_t tag = uint64_t{1} << (tags[i] % kPlain);
-    if (i >= from && (seen & tag) != 0 && Find(keys[i]) < i) return i;
+    if (i >= from && (seen & tag) != 0 && Find(KeyAt(i)) < i) return i;
     seen |= tag;
   }
   return size;
@@ -140,11 +160,23 @@ size_t ZPDFChildList::FindRepeated(size_t from) const {
 void ZPDFChildList::Remove(size_t at) {
   std::copy(items + at + 1, items + size, items + at);
   if (keys != nullptr) {
-    std::move(keys + at + 1, keys + size, keys + at);
-    std::destroy_at(keys + size - 1);
+    std::copy(keys + at + 1, keys + size, keys + at);
     std::copy(Tags() + at + 1, Tags() + size, Tags() + at);
   }
   size--;
+  if (keys != nullptr && Keyed().added.size() > kManyAddedBytes) DropUnusedKeys();
+}
+
+// Without this, the text would grow each time that a host removes a key and sets it again.
+void ZPDFChildList::DropUnusedKeys() {
+  size_t used = 0;
+  for (uint32_t i = 0; i < size; i++) used += keys[i].is_added != 0 ? keys[i].length : 0;
+  if (used > Keyed().added.size() / 2) return;
+  const Chaine old = std::move(Keyed().added);
+  Keyed().added.Clear();
+  for (uint32_t i = 0; i < size; i++) {
+    if (keys[i].is_added != 0) keys[i] = AddKey(old.View().substr(keys[i].offset, keys[i].length));
+  }
 }
 
 void ZPDFChildList::GrowTo(size_t new_size) {
@@ -155,7 +187,6 @@ void ZPDFChildList::GrowTo(size_t new_size) {
 }
 
 void ZPDFChildList::Unkey(ZPDFNode* const* entries) {
-  ClearKeys();
   keys = nullptr;
   std::copy(entries, entries + size, items);
 }

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <new>
 #include <string_view>
-#include <utility>
 
 #include "zforms/pdf/node_pool.h"
 #include "zforms/platform/base/chaine.h"
@@ -17,13 +16,27 @@ class ZPDFNode;
 // The children of a node, in one block of memory with spare room. Several nodes share a list, with a reference count,
 // only after one node was assigned to another. Private to the node classes.
 //
-// A dictionary's list is "keyed" at first: the items are the values, and the keys are stored beside them. This takes a
-// third of the memory that nodes for the entries and keys would take. The list becomes an ordinary one when its entries
-// are needed as nodes.
+// A dictionary's list is "keyed" at first: the items are the values, and beside them are the places of the keys in the
+// text of the dictionary. This takes a fifth of the memory that nodes for the entries and keys would take. The list
+// becomes an ordinary one when its entries are needed as nodes.
 //
-// An item of a keyed list may be "unread": instead of a node, it holds the place of the value's text in `source`. The
-// node is made when the value is first needed. See unread_value.h.
+// An item of a keyed list may be "unread": instead of a node, it holds the place of the value's text. The node is made
+// when the value is first needed. See unread_value.h.
 struct ZPDFChildList {
+  // The place of a key: in `added` when the key was set later or is written with escapes, else in `source`.
+  struct Key {
+    uint32_t offset;
+    uint32_t length : 31;
+    uint32_t is_added : 1;
+  };
+  // The part that only keyed lists have: the text of the dictionary, the added keys, and the memory for the nodes of
+  // unread items (null: the heap).
+  struct KeyedPart {
+    Chaine source;
+    Chaine added;
+    ZPDFNodePool::User pool;
+  };
+
   static ZPDFChildList* Make(size_t capacity);
   static ZPDFChildList* MakeKeyed(size_t capacity);
   // Make a list in the memory of the pool, or on the heap when it is too large for the pool.
@@ -33,15 +46,18 @@ struct ZPDFChildList {
 
   void Insert(size_t at, ZPDFNode* node);
   void Append(ZPDFNode* node) { Insert(size, node); }
-  // `plain` means that the key is written without escapes, `marked` that the entry is modified. Precondition of the
-  // second function: size < capacity.
-  void AppendKeyed(Chaine key, ZPDFNode* value, bool plain, bool marked);
-  void AppendKeyedInRoom(Chaine key, ZPDFNode* value, bool plain, bool marked) {
+  // Appends a new entry, which is marked as modified. `plain` means that the key is written without escapes.
+  void AppendKeyed(std::string_view key, ZPDFNode* value, bool plain);
+  // Appends an entry that was read. Preconditions: the key is in `source`, or AddKey returned it; size < capacity.
+  void AppendRead(Key key, ZPDFNode* value, bool plain) {
     items[size] = value;
-    Tags()[size] = static_cast<uint8_t>(TagOf(key) | (plain ? kPlain : 0) | (marked ? kMark : 0));
-    new (keys + size) Chaine(std::move(key));
+    keys[size] = key;
+    Tags()[size] = static_cast<uint8_t>(TagOf(KeyAt(size)) | (plain ? kPlain : 0));
     size++;
   }
+  Key AddKey(std::string_view key);
+  // Copies the keys and marks of a list of this capacity, for the items appended next.
+  void CopyKeys(const ZPDFChildList& from);
   void Remove(size_t at);
   void GrowTo(size_t new_size);
   // The position of the first item with this key; `size` when there is none. Keyed lists only.
@@ -50,13 +66,17 @@ struct ZPDFChildList {
   // most kFewKeys only.
   size_t FindRepeated(size_t from) const;
   static constexpr size_t kFewKeys = 64;
+  std::string_view KeyAt(size_t at) const {
+    const Key key = keys[at];
+    return {(key.is_added != 0 ? Keyed().added : Keyed().source).data() + key.offset, key.length};
+  }
   // True when the entry itself, not only its value, is marked as modified. Keyed lists only.
   bool IsMarked(size_t at) const { return (Tags()[at] & kMark) != 0; }
   bool IsPlain(size_t at) const { return (Tags()[at] & kPlain) != 0; }
   // The text of an unread item. Precondition: IsUnread(items[at]).
   std::string_view UnreadText(size_t at) const {
     const auto place = reinterpret_cast<uintptr_t>(items[at]);
-    return source.View().substr(place >> kOffsetShift, (place & kLengthMask) >> 1);
+    return Keyed().source.View().substr(place >> kOffsetShift, (place & kLengthMask) >> 1);
   }
   static bool IsUnread(const ZPDFNode* item) { return (reinterpret_cast<uintptr_t>(item) & 1) != 0; }
   // The item for a text at this place of the source; null when the place does not fit into an item.
@@ -73,16 +93,18 @@ struct ZPDFChildList {
   // changed, when a list would then be kept twice.
   bool Retire(ZPDFChildList* given_up);
 
-  uint32_t refs;
+  // Precondition: the list was made as a keyed one.
+  KeyedPart& Keyed() { return *reinterpret_cast<KeyedPart*>(this + 1); }
+  const KeyedPart& Keyed() const { return *reinterpret_cast<const KeyedPart*>(this + 1); }
+
+  uint32_t refs : 31;
+  uint32_t made_keyed : 1;
   uint32_t size;
   uint32_t capacity;
   uint32_t pool_offset;    // the offset of the block in its slab, 0 when it is on the heap
-  ZPDFNode** items;        // directly after this header until the list outgrows its first room
-  Chaine* keys;            // between the room for the items and the tags; null unless the list is keyed
+  ZPDFNode** items;        // after this header and the keyed part, until the list outgrows its first room
+  Key* keys;               // between the room for the items and the tags; null unless the list is keyed
   ZPDFChildList* retired;  // lists replaced by an assignment, freed with this one
-  // For the unread items: the text that contains them, and the memory for their nodes (null: the heap).
-  Chaine source;
-  ZPDFNodePool::User pool;
 
  private:
   // An unread item has 32 bits: the offset in the upper 16, the length in the next 15, and the lowest bit set, which is
@@ -104,8 +126,10 @@ struct ZPDFChildList {
   static ZPDFChildList* Place(ZPDFNodePool::Block block, size_t capacity, bool keyed);
   void Reserve(size_t wanted);
   void SetRoom(void* memory, size_t room, bool keyed);
-  void ClearKeys();
-  ZPDFNode** Inline() { return reinterpret_cast<ZPDFNode**>(this + 1); }
+  void DropUnusedKeys();
+  ZPDFNode** Inline() {
+    return made_keyed != 0 ? reinterpret_cast<ZPDFNode**>(&Keyed() + 1) : reinterpret_cast<ZPDFNode**>(this + 1);
+  }
 };
 
 }  // namespace zforms

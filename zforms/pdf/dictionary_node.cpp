@@ -72,7 +72,7 @@ ZPDFNodeDictionary* ZPDFNodeDictionary::Clone() const { return new ZPDFNodeDicti
 
 std::string_view ZPDFNodeDictionary::KeyAt(size_t index) const {
   const ZPDFChildList& children = *Children();
-  if (children.keys != nullptr) return children.keys[index];
+  if (children.keys != nullptr) return children.KeyAt(index);
   const auto* entry = NodeCast<ZPDFNodeDictionaryEntry>(children.items[index]);
   return entry == nullptr ? std::string_view() : entry->Key();
 }
@@ -252,7 +252,7 @@ void ZPDFNodeDictionary::SetValue(std::string_view key, ZPDFNode* node) {
   if (index_ != nullptr) index_->Insert(KeyedHash(key), Size());
   if (children == nullptr) AdoptChildren(children = ZPDFChildList::MakeKeyed(kFirstRoom));
   if (keyed) {
-    children->AppendKeyed(key, node, ZPDFNodeIdentifier::IsWrittenAsIs(key), true);
+    children->AppendKeyed(key, node, ZPDFNodeIdentifier::IsWrittenAsIs(key));
   } else {
     AppendChild(new ZPDFNodeDictionaryEntry(key, node, ObjectProvider()));
   }
@@ -285,22 +285,27 @@ void ZPDFNodeDictionary::SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypt
   const ZPDFChildList* children = Children();
   const size_t size = Size();
   const bool is_signature = Enciphers(encrypter) && Exist("/ByteRange");
+  const ZPDFOutStream::Run run(out);
   out.WriteToken("<<");
   for (size_t i = 0; i < size; i++) {
     const bool in_clear = is_signature && IsContents(KeyAt(i)) && NodeCast<ZPDFNodeString>(ValueAt(i)) != nullptr;
     const ZPDFNode* const item = children->items[i];
     if (item == nullptr) continue;
     out.NewLine();
+    const ZPDFEncrypter* const own = in_clear ? ZPDFEncrypterNeutral::Default() : encrypter;
+    const bool is_unread = ZPDFChildList::IsUnread(item);
     if (children->keys != nullptr) {
-      if (children->IsPlain(i)) {
-        out.WriteToken(children->keys[i]);
+      const std::string_view key = children->KeyAt(i);
+      const bool is_plain = children->IsPlain(i);
+      if (is_unread && is_plain && ZPDFUnreadValue::WriteEntry(key, children->UnreadText(i), out, own)) continue;
+      if (is_plain) {
+        out.WriteToken(key);
       } else {
-        ZPDFNodeIdentifier::Write(out, children->keys[i]);
+        ZPDFNodeIdentifier::Write(out, key);
       }
       out.Separate();
     }
-    const ZPDFEncrypter* const own = in_clear ? ZPDFEncrypterNeutral::Default() : encrypter;
-    if (ZPDFChildList::IsUnread(item)) {
+    if (is_unread) {
       ZPDFUnreadValue::Write(children->UnreadText(i), out, own);
     } else {
       item->SendTo(out, own);

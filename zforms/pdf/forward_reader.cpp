@@ -77,15 +77,15 @@ ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
   if (count == 0) return dictionary;
   ZPDFChildList* const list =
       pool_ == nullptr ? ZPDFChildList::MakeKeyed(count) : ZPDFChildList::MakeKeyed(count, *pool_);
+  list->Keyed().source = text_.Share({start, static_cast<size_t>(at_ - start)});
   for (size_t i = 0; i < count; i++) {
     const NameToken& key = keys_.Data()[first_key + i];
-    list->AppendKeyedInRoom(NameText(key), nodes_.Data()[first_node + i], key.plain, false);
+    list->AppendRead(KeyFor(key, start, list), nodes_.Data()[first_node + i], key.plain);
   }
   nodes_.Shrink(first_node);
   keys_.Shrink(first_key);
-  if (std::any_of(list->items, list->items + count, ZPDFChildList::IsUnread)) {
-    list->source = text_.Share({start, static_cast<size_t>(at_ - start)});
-    if (pool_ != nullptr) list->pool = pool_->Share();
+  if (pool_ != nullptr && std::any_of(list->items, list->items + count, ZPDFChildList::IsUnread)) {
+    list->Keyed().pool = pool_->Share();
   }
   TellRepeated(*list);
   dictionary->AdoptChildren(list);
@@ -93,6 +93,13 @@ ZPDFNode* ZPDFForwardReader::Dictionary(int depth) {
     dictionary->DecipherContents([this](const Chaine& text) { return Deciphered(text); });
   }
   return dictionary;
+}
+
+// The key for the list of a dictionary that begins at `dictionary`.
+ZPDFChildList::Key ZPDFForwardReader::KeyFor(const NameToken& name, const char* dictionary, ZPDFChildList* list) {
+  const auto offset = static_cast<size_t>(name.text - dictionary);
+  if (!name.plain || offset > UINT32_MAX) return list->AddKey(NameText(name));
+  return {static_cast<uint32_t>(offset), name.length & INT32_MAX, 0};
 }
 
 // Reads the entries of a dictionary onto the stacks of keys and values, and the ">>" after them.

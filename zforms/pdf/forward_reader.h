@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "zforms/pdf/child_list.h"
 #include "zforms/pdf/node_stack.h"
 #include "zforms/pdf/syntax/char_class.h"
 
@@ -15,7 +16,6 @@ class ZPDFEncrypter;
 class ZPDFNode;
 class ZPDFNodePool;
 class ZPDFTokenizedString;
-struct ZPDFChildList;
 
 // Reads one value of a document in one pass, from the front of its text (ISO 32000-1 7.3). Used once, by one thread.
 // (The functions BuildFrom of the node classes read a value from the end of its text. For well-formed text without
@@ -63,6 +63,7 @@ class ZPDFForwardReader {
   ZPDFNode* MakeNumber(std::string_view number);
   ZPDFNode* MakeKeyword(std::string_view word);
 
+  ZPDFChildList::Key KeyFor(const NameToken& name, const char* dictionary, ZPDFChildList* list);
   void ReadEntries(int depth, const char* dictionary);
   ZPDFNode* UnreadValue(const char* dictionary);
   ZPDFNode* EntryValue(const NameToken& key, int depth);

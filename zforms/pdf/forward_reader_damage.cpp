@@ -161,7 +161,7 @@ bool ZPDFForwardReader::BeginsNextObject() {
 
 void ZPDFForwardReader::TellRepeated(const ZPDFChildList& list) {
   const auto tell = [&](size_t at) {
-    WarnOfName(list.keys[at], "occurs more than once in its dictionary; the first one counts");
+    WarnOfName(list.KeyAt(at), "occurs more than once in its dictionary; the first one counts");
   };
   if (list.size <= ZPDFChildList::kFewKeys) {
     for (size_t i = list.FindRepeated(0); i < list.size; i = list.FindRepeated(i + 1)) tell(i);
@@ -169,9 +169,9 @@ void ZPDFForwardReader::TellRepeated(const ZPDFChildList& list) {
   }
   HashIndex index;
   for (size_t i = 0; i < list.size; i++) {
-    const std::string_view key = list.keys[i];
+    const std::string_view key = list.KeyAt(i);
     const uint64_t hash = KeyedHash(key);
-    if (index.Find(hash, [&](size_t at) { return list.keys[at] == key; }) == HashIndex::kNone) {
+    if (index.Find(hash, [&](size_t at) { return list.KeyAt(at) == key; }) == HashIndex::kNone) {
       index.Insert(hash, i);
     } else {
       tell(i);

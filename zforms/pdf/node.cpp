@@ -35,17 +35,12 @@ ZPDFNode::ZPDFNode(const ZPDFNode& other) : provider_(other.provider_), kind_(ot
   ZPDFChildList* const from = other.children_;
   if (from == nullptr) return;
   children_ = from->keys == nullptr ? ZPDFChildList::Make(from->size) : ZPDFChildList::MakeKeyed(from->size);
+  if (from->keys != nullptr) children_->CopyKeys(*from);
   for (uint32_t i = 0; i < from->size; i++) {
     ZPDFNode* child = from->items[i];
     if (child != nullptr && !ZPDFChildList::IsUnread(child)) child = child->Clone();
-    if (from->keys == nullptr) {
-      children_->Append(child);
-    } else {
-      children_->AppendKeyed(from->keys[i], child, from->IsPlain(i), from->IsMarked(i));
-    }
+    children_->Append(child);
   }
-  // The pool is not copied, because a copy may be used by another thread.
-  children_->source = from->source;
 }
 
 void ZPDFNode::operator delete(ZPDFNode* node, std::destroying_delete_t) {
@@ -172,7 +167,8 @@ void ZPDFNode::ReplaceChild(size_t index, ZPDFNode* node) {
 ZPDFNode* ZPDFNode::ReadChild(size_t index) const {
   ZPDFNode*& child = children_->items[index];
   if (ZPDFChildList::IsUnread(child)) {
-    child = ZPDFUnreadValue::Read(children_->UnreadText(index), children_->source, provider_, children_->pool.get());
+    const ZPDFChildList::KeyedPart& keyed = children_->Keyed();
+    child = ZPDFUnreadValue::Read(children_->UnreadText(index), keyed.source, provider_, keyed.pool.get());
   }
   return child;
 }
@@ -182,7 +178,7 @@ bool ZPDFNode::SharesChildren() const { return children_ != nullptr && children_
 void ZPDFNode::MakeEntries() const {
   std::vector<ZPDFNode*> entries(children_->size);
   for (uint32_t i = 0; i < children_->size; i++) {
-    entries[i] = new ZPDFNodeDictionaryEntry(children_->keys[i], ReadChild(i), provider_);
+    entries[i] = new ZPDFNodeDictionaryEntry(children_->KeyAt(i), ReadChild(i), provider_);
     if (!children_->IsMarked(i)) {
       entries[i]->SetModified(false, false);
       entries[i]->children_->items[0]->SetModified(false, false);

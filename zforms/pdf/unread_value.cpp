@@ -6,6 +6,7 @@
 #include "zforms/pdf/reference_node.h"
 #include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/char_class.h"
+#include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/out_stream.h"
 #include "zforms/pdf/syntax/token_end.h"
 #include "zforms/pdf/syntax/tokenized_string.h"
@@ -84,6 +85,49 @@ void WriteArray(std::string_view text, ZPDFOutStream& out) {
   out.WriteChar(']');
 }
 
+// True when a number as part of a reference may be written with other digits.
+bool MayBeRewritten(std::string_view number) {
+  return number.size() > 9 || (number.size() > 1 && number.front() == '0' && number[1] != '.');
+}
+
+// Copies an array in the way that WriteArray writes it. Returns the end of the copy, or null when a number may be
+// written with other digits. The copy has at most twice the length of the array.
+char* CopyArray(std::string_view text, char* to) {
+  const char* const end = text.data() + text.size();
+  *to++ = '[';
+  for (const char* at = SkipClass(text.data() + 1, end, kBlank); *at != ']'; at = SkipClass(at, end, kBlank)) {
+    const char* const after = FindClass(at + 1, end, kBlankOrSpecial);
+    const std::string_view token(at, static_cast<size_t>(after - at));
+    if (MayBeRewritten(token) && Is(*at, kDigit)) return nullptr;
+    if (*at == '/' && to[-1] == ' ') to--;
+    Chaine::CopyBytes(to, token);
+    to += token.size();
+    *to++ = ' ';
+    at = after;
+  }
+  *to++ = ']';
+  return to;
+}
+
+// Copies a value other than an array; null as for CopyArray.
+char* CopySimple(std::string_view text, char* to) {
+  if (text.back() == 'R' && Is(text.front(), kDigit)) {
+    const size_t blank = text.find(' ');
+    if (MayBeRewritten(text.substr(0, blank)) || MayBeRewritten(text.substr(blank + 1, text.size() - blank - 3))) {
+      return nullptr;
+    }
+  }
+  Chaine::CopyBytes(to, text);
+  return to + text.size();
+}
+
+// An entry of this length, with a value of twice its length, still fits into a line.
+constexpr size_t kShortEntry = 240;
+
+bool IsEncrypted(std::string_view text, const ZPDFEncrypter* encrypter) {
+  return text.front() == '(' && encrypter != nullptr && encrypter != ZPDFEncrypterNeutral::Default();
+}
+
 }  // namespace
 
 size_t ZPDFUnreadValue::LengthAt(const char* at, const char* end, bool is_encrypted) {
@@ -145,6 +189,21 @@ void ZPDFUnreadValue::Write(std::string_view text, ZPDFOutStream& out, const ZPD
   } else {
     out.WriteToken(text);
   }
+}
+
+bool ZPDFUnreadValue::WriteEntry(std::string_view key, std::string_view text, ZPDFOutStream& out,
+                                 const ZPDFEncrypter* encrypter) {
+  const size_t most = key.size() + 1 + 2 * text.size();
+  if (most > kShortEntry || out.Column() != 0 || IsEncrypted(text, encrypter)) return false;
+  char* const start = out.Room(most);
+  Chaine::CopyBytes(start, key);
+  char* to = start + key.size();
+  // An opening delimiter needs no blank before it.
+  if (!Is(text.front(), kOpening)) *to++ = ' ';
+  to = text.front() == '[' ? CopyArray(text, to) : CopySimple(text, to);
+  if (to == nullptr) return false;
+  out.Accept(static_cast<size_t>(to - start), static_cast<size_t>(to - start));
+  return true;
 }
 
 }  // namespace zforms

@@ -33,6 +33,11 @@ class ZPDFUnreadValue {
   static size_t ReadNumbers(std::string_view array, std::span<double> numbers);
   // Writes the same bytes as the node of the value would.
   static void Write(std::string_view text, ZPDFOutStream& out, const ZPDFEncrypter* encrypter);
+  // Writes a whole entry of a dictionary in one step. False, with nothing written, when this is not possible: at the
+  // end of a long line, for an encrypted string, or for a number that is written in another way. Preconditions: the key
+  // is written without escapes, and a Run of the output is open.
+  static bool WriteEntry(std::string_view key, std::string_view text, ZPDFOutStream& out,
+                         const ZPDFEncrypter* encrypter);
 };
 
 }  // namespace zforms

@@ -34,17 +34,20 @@ ZPDFObjectStream* ZPDFParser::ObjectStream(uint32_t number) {
 
 ZPDFNodeIndirectObject* ZPDFParser::LoadPacked(const ZPDFObjectIdentifier& id, uint32_t stream_number) {
   uint32_t number = stream_number;
+  const char* fault = " does not contain this object";
   for (int i = 0; i < kMostExtended && number != 0; i++) {
     ZPDFObjectStream* const stream = ObjectStream(number);
-    if (stream == nullptr) break;
+    if (stream == nullptr) {
+      if (i == 0) fault = " cannot be read";
+      break;
+    }
     if (const ZPDFObjectStream::Part* part = stream->Find(id.Number())) {
       const SousChaine text(stream->Text(), part->begin, part->end - part->begin);
       return BuildPacked(id, text);
     }
     number = stream->Extends();
   }
-  diagnostics_.WarnObject(id.Number(), id.Generation(),
-                          "object stream " + FormatUInt(stream_number) + " does not contain this object");
+  diagnostics_.WarnObject(id.Number(), id.Generation(), "object stream " + FormatUInt(stream_number) + fault);
   return nullptr;
 }
 

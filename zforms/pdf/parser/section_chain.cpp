@@ -103,11 +103,11 @@ void ZPDFSectionChain::ReadHybridPart(const ZPDFTokenizedString& file, const ZPD
   const auto* place = NodeCast<ZPDFNodeNumeric>(trailer.GetDirect("/XRefStm"));
   const uint32_t offset = place == nullptr ? 0 : place->GetUIntValue();
   const size_t last_record = parser_.locations_.Size();
-  Chaine reason("\"/XRefStm\" of the trailer is not a number");
+  Chaine reason("it is not a number");
   if (sections_.contains(offset)) return;
   sections_.insert(offset);
   if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
-    parser_.diagnostics_.WarnAt(offset, "the cross-reference stream of this hybrid file cannot be read: " + reason);
+    parser_.diagnostics_.WarnAt(offset, "\"/XRefStm\" of this hybrid file is not used: " + reason);
   } else {
     parser_.locations_.MakeFreeOldest(first_record, last_record);
   }

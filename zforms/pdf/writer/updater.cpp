@@ -90,8 +90,8 @@ void ZPDFUpdater::AppendXrefStream(Chaine* tail, uint32_t offset) const {
 ZPDFUpdater::NewEnd ZPDFUpdater::BuildEnd() const {
   NewEnd end{base_, Length()};
   if (!modified_) return end;
-  Chaine tail = appended_;
-  if (tail.IsEmpty() && !base_.IsEmpty() && !Is(base_.Last(), kLineEnd)) {
+  Chaine tail;
+  if (appended_.IsEmpty() && !base_.IsEmpty() && !Is(base_.Last(), kLineEnd)) {
     tail += '\n';
     end.xref_offset++;
   }
@@ -105,8 +105,9 @@ ZPDFUpdater::NewEnd ZPDFUpdater::BuildEnd() const {
   }
   AppendEnd(&tail, end.xref_offset);
   // Reserves room for a next, smaller update.
-  const size_t length = end.bytes.size() + tail.size();
-  if (!end.bytes.IsEmpty()) end.bytes.Reserve(length + tail.size() / 8);
+  const size_t update = appended_.size() + tail.size();
+  if (!end.bytes.IsEmpty()) end.bytes.Reserve(end.bytes.size() + update + update / 8);
+  end.bytes += appended_;
   end.bytes += tail;
   return end;
 }

@@ -129,12 +129,11 @@ class ZFORMS_API Chaine {
 
   static Chaine Concat(std::string_view a, std::string_view b);
 
-  // Compares with `bytes`. Optimized for few bytes.
-  bool HasBytes(std::string_view bytes) const {
-    const std::string_view own = View();
-    if (own.size() != bytes.size()) return false;
-    return own.size() <= 16 ? AreSameFew(own.data(), bytes.data(), own.size())
-                            : std::memcmp(own.data(), bytes.data(), own.size()) == 0;
+  // Compare bytes. Optimized for few bytes.
+  bool HasBytes(std::string_view bytes) const { return AreSame(View(), bytes); }
+  static bool AreSame(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    return a.size() <= 16 ? AreSameFew(a.data(), b.data(), a.size()) : std::memcmp(a.data(), b.data(), a.size()) == 0;
   }
   // Like memcpy. Optimized for few bytes.
   static void CopyBytes(char* to, std::string_view bytes) {
