@@ -35,7 +35,7 @@ ZAcroFormField::Inherited ZAcroFormField::Nearest(std::string_view key) const {
 
 // --- names ---
 
-Chaine ZAcroFormField::Name() const { return dictionary_->GetStringValue("/T"); }
+Chaine ZAcroFormField::Name() const { return dictionary_->StringText("/T"); }
 
 bool ZAcroFormField::HasName() const { return HasEntry(*dictionary_, "/T"); }
 
@@ -48,8 +48,7 @@ bool ZAcroFormField::HasMappingName() const { return HasEntry(*dictionary_, "/TM
 template <class NameOf>
 void ZAcroFormField::JoinNames(Chaine* full_name, NameOf name_of) const {
   if (parent_ != nullptr) parent_->JoinNames(full_name, name_of);
-  const ZPDFNode* name = EntryAt(*dictionary_, "/T");
-  if (name != nullptr) AppendPartialName(full_name, true, name_of(name->GetStringValue()));
+  if (HasName()) AppendPartialName(full_name, true, name_of(Name()));
 }
 
 Chaine ZAcroFormField::FullName() const {
@@ -66,9 +65,17 @@ Chaine ZAcroFormField::FullNameUTF8() const {
 
 // --- type and flags ---
 
+ZAcroFormField::NearestType ZAcroFormField::TypeName() const {
+  for (const ZAcroFormField* field = this; field != nullptr; field = field->parent_) {
+    const std::string_view name = field->dictionary_->IdentifierText("/FT");
+    if (name.starts_with('/') || field->HasOwnType()) return {field, name};
+  }
+  return {};
+}
+
 // Calls `flags_of` only for buttons, whose kinds the flags distinguish.
 template <class FlagsOf>
-ZAcroFormField::eFieldType ZAcroFormField::TypeOf(const Chaine& type, FlagsOf flags_of) {
+ZAcroFormField::eFieldType ZAcroFormField::TypeOf(std::string_view type, FlagsOf flags_of) {
   if (type == "/Tx") return eText;
   if (type == "/Btn") {
     const uint32_t flags = flags_of();
@@ -79,25 +86,19 @@ ZAcroFormField::eFieldType ZAcroFormField::TypeOf(const Chaine& type, FlagsOf fl
 }
 
 ZAcroFormField::eFieldType ZAcroFormField::Type() const {
-  const Inherited type = Nearest("/FT");
-  if (type.holder == nullptr) return eOtherField;
-  return TypeOf(type.value->GetIdentifier(), [&] { return type.holder->Flags(); });
+  const NearestType type = TypeName();
+  return TypeOf(type.name, [&] { return type.holder->Flags(); });
 }
 
 ZAcroFormField::eFieldType ZAcroFormField::InheritedType() const {
-  const Inherited type = Nearest("/FT");
-  if (type.holder == nullptr) return eOtherField;
-  return TypeOf(type.value->GetIdentifier(), [&] { return InheritedFlags(); });
+  return TypeOf(TypeName().name, [&] { return InheritedFlags(); });
 }
 
 bool ZAcroFormField::HasType() const { return HasNearest("/FT"); }
 
 bool ZAcroFormField::HasOwnType() const { return HasEntry(*dictionary_, "/FT"); }
 
-bool ZAcroFormField::IsSignature() const {
-  const Inherited type = Nearest("/FT");
-  return type.holder != nullptr && type.value->GetIdentifier() == "/Sig";
-}
+bool ZAcroFormField::IsSignature() const { return TypeName().name == "/Sig"; }
 
 uint32_t ZAcroFormField::Flags() const { return dictionary_->GetUIntValue("/Ff"); }
 
@@ -125,6 +126,7 @@ void ZAcroFormField::SetReadOnly(bool read_only) {
 Chaine ZAcroFormField::TextAt(const char* key) const { return BestText(Nearest(key).value); }
 
 Chaine ZAcroFormField::UTF8At(const char* key) const {
+  if (const Chaine own = dictionary_->StringText(key); !own.IsEmpty()) return PDFTextToUTF8(own);
   const ZPDFNode* value = Nearest(key).value;
   const bool is_name = NodeCast<ZPDFNodeIdentifier>(value) != nullptr;
   return is_name ? PDFNameToUTF8(BestText(value)) : PDFTextToUTF8(BestText(value));
@@ -270,9 +272,9 @@ bool ZAcroFormField::HasOwnAnnotation() const {
 // "/Subtype" does not decide by itself: some producers omit it, others write it in fields whose widgets are their kids.
 bool ZAcroFormField::IsWidget() const {
   const bool is_placed = HasEntry(*dictionary_, "/Rect") || HasEntry(*dictionary_, "/AP");
-  const ZPDFNode* const subtype = EntryAt(*dictionary_, "/Subtype");
-  if (subtype == nullptr) return is_placed;
-  return subtype->GetIdentifier() == "/Widget" && (is_placed || Size() == 0);
+  const std::string_view subtype = dictionary_->IdentifierText("/Subtype");
+  if (!subtype.starts_with('/') && !HasEntry(*dictionary_, "/Subtype")) return is_placed;
+  return subtype == "/Widget" && (is_placed || Size() == 0);
 }
 
 void ZAcroFormField::CollectWidgets(PTableau<ZAcroFormField*>* widgets) {

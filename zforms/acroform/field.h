@@ -165,15 +165,21 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
     const ZAcroFormField* holder = nullptr;
     const ZPDFNode* value = nullptr;
   };
+  // The field that has the nearest "/FT", and its name; null when there is none.
+  struct NearestType {
+    const ZAcroFormField* holder = nullptr;
+    std::string_view name;
+  };
   using CaptionSetter = void (ZAcroFormAnnotation::*)(const Chaine&);
 
   // Does not build the kids.
   ZAcroFormField(ZPDFNodeDictionary* dictionary, const ZAcroFormFormInfos* form, const ZAcroFormField* parent, Bare);
   Inherited Nearest(std::string_view key) const;
+  NearestType TypeName() const;
   bool HasNearest(std::string_view key) const { return Nearest(key).holder != nullptr; }
   const ZAcroFormFormInfos* NearestForm() const;
   template <class FlagsOf>
-  static eFieldType TypeOf(const Chaine& type, FlagsOf flags_of);
+  static eFieldType TypeOf(std::string_view type, FlagsOf flags_of);
   template <class NameOf>
   void JoinNames(Chaine* full_name, NameOf name_of) const;
   Chaine TextAt(const char* key) const;

@@ -69,7 +69,7 @@ bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* ele
     }
     Warn(element, "the field is listed more than once");
   }
-  name_bytes_ += dictionary->GetStringValue("/T").size() + NameLength();
+  name_bytes_ += dictionary->StringText("/T").size() + NameLength();
   return name_bytes_ <= kMaxNameBytes ||
          Refuse(element, "the names of all fields together are too long; this field is left out");
 }

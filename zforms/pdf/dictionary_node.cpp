@@ -154,6 +154,31 @@ const Chaine& ZPDFNodeDictionary::GetIdentifier(std::string_view key) const {
   return target == nullptr ? ZPDFNode::GetIdentifier() : target->GetIdentifier();
 }
 
+Chaine ZPDFNodeDictionary::StringText(std::string_view key) const {
+  const size_t at = FindKey(key);
+  if (at == kAbsent) return {};
+  const ZPDFChildList& children = *Children();
+  if (ZPDFChildList::IsUnread(children.items[at])) {
+    const std::string_view text = children.UnreadText(at);
+    const Chaine& source = children.Keyed().source;
+    if (text.front() == '(') return source.Mid(static_cast<size_t>(text.data() - source.data()) + 1, text.size() - 2);
+  }
+  const ZPDFNode* const value = ValueAt(at);
+  return value == nullptr ? Chaine() : value->GetStringValue();
+}
+
+std::string_view ZPDFNodeDictionary::IdentifierText(std::string_view key) const {
+  const size_t at = FindKey(key);
+  if (at == kAbsent) return {};
+  const ZPDFChildList& children = *Children();
+  if (ZPDFChildList::IsUnread(children.items[at])) {
+    const std::string_view text = children.UnreadText(at);
+    if (text.front() == '/') return text;
+  }
+  const ZPDFNode* const value = ValueAt(at);
+  return value == nullptr ? std::string_view() : value->GetIdentifier().View();
+}
+
 int32_t ZPDFNodeDictionary::GetIntValue(std::string_view key) const {
   const ZPDFNode* target = GetTarget(key);
   return target == nullptr ? 0 : target->GetIntValue();
