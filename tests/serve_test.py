@@ -494,7 +494,7 @@ def test_versions_of_a_store(folder):
         if not is_shared():
             same("while a server runs", zforms("store", "upgrade", server.data)[0], 2)
     STORES.make_old(server.data)
-    for said, count in ((("version 1; zforms store upgrade", 1)), ("Store:", 2)):
+    for said, count in ((('version 1; "zforms store upgrade"', 1)), ("Store:", 2)):
         with Server(folder) as server:
             expect(said in server.started and (count == 1) == ("upgrade" in server.started), "what is said", server.started)
             xfdf = count_raised(xfdf)

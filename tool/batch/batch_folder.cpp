@@ -23,12 +23,8 @@ constexpr std::string_view kPart = ".zforms-part-";
 
 constexpr std::string_view kLock = ".zforms-lock";
 constexpr const char* kNotRecorded = "cannot write the record of the batch";
+constexpr const char* kMeanwhile = "another program created a file with this name while the batch ran";
 constexpr size_t kPrinted = 4096;
-
-// The fault of a file that was created after the batch had found the name free.
-BatchFault CreatedMeanwhile(const std::string& name) {
-  return {"another program created the file \"" + name + "\" while the batch ran"};
-}
 
 // True when the PDF is complete. After a crash of the machine a file may lack bytes that never reached the disk.
 bool IsWhole(const std::filesystem::path& path) {
@@ -218,7 +214,7 @@ BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, u
 bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* fault) {
   Chaine there;
   if (ReadFile(PathOf(seat.name), &there) && there == bytes) return true;
-  *fault = {"the file \"" + seat.name + "\" already exists and does not belong to this shard"};
+  *fault = {"the file already exists and does not belong to this shard"};
   if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
   return false;
 }
@@ -232,7 +228,7 @@ bool BatchFolder::ClaimAndRename(const std::string& part, const Seat& seat, Batc
     const std::error_code code(errno, std::generic_category());
     std::error_code ignored;
     const bool is_there = std::filesystem::exists(FilePath(PathOf(seat.name)), ignored);
-    *fault = is_there ? CreatedMeanwhile(seat.name) : BatchFault::OfSystem(reason, code);
+    *fault = is_there ? BatchFault{kMeanwhile} : BatchFault::OfSystem(reason, code);
     return false;
   }
   claim.Close();
@@ -260,7 +256,7 @@ bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, const Ch
     // On a network file system, the hard link may have been made although the reply was lost.
     if (!AcceptSame(seat, bytes, fault)) return false;
   } else if (failed) {
-    *fault = CreatedMeanwhile(seat.name);
+    *fault = {kMeanwhile};
     if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
     return false;
   }
