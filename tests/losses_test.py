@@ -91,7 +91,7 @@ def test_recover(folder):
 
 def test_unreadable(folder):
     broken = damaged(folder, b"startxref\n", b"startxref\n9")
-    cases = [(broken, "; --recover reads it\n"), (SAMPLES / "membership_form.xfdf", 'begin with "%PDF-"\n')]
+    cases = [(broken, "; --recover reads the file\n"), (SAMPLES / "membership_form.xfdf", 'begin with "%PDF-"\n')]
     cases.append((folder / "no catalog.pdf", "; --recover also finds no document in the file\n"))
     cases[-1][0].write_bytes(b"%PDF-1.4\n%c\n1 0 obj<<>>endobj\n%%EOF")
     for path, end in cases:

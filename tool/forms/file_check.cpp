@@ -27,9 +27,11 @@ bool CheckFile(ZAcroForm& form, Console& console) {
                  std::to_string(parser.ObjectLocations().HighestNumber()));
   }
   if (const size_t count = parser.UnlistedAtEnd(); count > 0) {
-    console.Warn(std::to_string(count) + (count == 1 ? " object follows" : " objects follow") +
-                 " the last \"startxref\" and are in no cross-reference section: the newest version of the file may be "
-                 "cut short; --recover reads them");
+    console.Warn(std::to_string(count) +
+                 (count == 1 ? " object follows the last \"startxref\" and is"
+                             : " objects follow the last \"startxref\" and are") +
+                 " in no cross-reference section: the newest version of the file may be cut short; --recover reads " +
+                 (count == 1 ? "it" : "them"));
   }
   const ZPDFNodeDictionary* const acro_form = parser.AcroForm();
   if (acro_form != nullptr && !acro_form->Exist("/Fields"))

@@ -16,7 +16,7 @@ const char* WordsOf(Remedy remedy) {
     case Remedy::kForceLosses: return ". --force writes the rest";
     case Remedy::kForceXFA: return "; --force removes it";
     case Remedy::kKeepXFA: return " (with --xfa keep it stays)";
-    case Remedy::kRecover: return "; --recover reads it";
+    case Remedy::kRecover: return "; --recover reads the file";
     case Remedy::kRecoverLosses: return ". --recover looks for it in the file, --force writes the rest";
     case Remedy::kNoRecovery: return "; --recover also finds no document in the file";
     case Remedy::kExportAll: return " (--all includes them)";

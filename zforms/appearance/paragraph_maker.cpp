@@ -63,8 +63,11 @@ Levels LevelsOf(const std::u32string& text, bool* right_to_left) {
 
 std::vector<uint8_t> MarksOf(const std::u32string& text) {
   static_assert(sizeof(utf32_t) == sizeof(char32_t));
+  // libunibreak reads U+FFFF as the end of the text, and aborts when more text follows.
+  std::u32string readable = text;
+  std::replace(readable.begin(), readable.end(), U'\uFFFF', U'\uFFFD');
   std::vector<char> breaks(text.size());
-  set_linebreaks_utf32(reinterpret_cast<const utf32_t*>(text.data()), text.size(), "", breaks.data());
+  set_linebreaks_utf32(reinterpret_cast<const utf32_t*>(readable.data()), readable.size(), "", breaks.data());
   std::vector<uint8_t> marks(text.size(), 0);
   for (size_t i = 1; i < text.size(); i++) {
     if (breaks[i - 1] == LINEBREAK_ALLOWBREAK || breaks[i - 1] == LINEBREAK_MUSTBREAK) {

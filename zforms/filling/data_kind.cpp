@@ -18,11 +18,11 @@ constexpr struct {
   std::string_view fault;
 } kKinds[] = {
     {"PK\x03\x04"sv,
-     "is a workbook (.xlsx, .ods) or another ZIP archive: save its sheet as CSV (UTF-8), and use that file"},
+     "this is a workbook (.xlsx, .ods) or another ZIP archive: save its sheet as CSV (UTF-8), and use the CSV file"},
     {"\xD0\xCF\x11\xE0"sv,
-     "is a workbook (.xls) or another compound file: save its sheet as CSV (UTF-8), and use that file"},
-    {"%PDF-"sv, "is a PDF file, not data: \"zforms export\" writes the values of a form"},
-    {"\0\0"sv, "is not text: it begins with zero bytes"},
+     "this is a workbook (.xls) or another compound file: save its sheet as CSV (UTF-8), and use the CSV file"},
+    {"%PDF-"sv, "this is a PDF file, not data: \"zforms export\" writes the values of a form to a data file"},
+    {"\0\0"sv, "this is not text: it begins with zero bytes"},
 };
 
 // Whether the text is a JSON number, true, false or null. Read as CSV, it would be the name of a column without rows.
@@ -47,8 +47,9 @@ std::string FaultOfData(std::string_view head) {
   }
   if (head.size() >= kWholeHead) return {};
   text = TrimBlanks(text);
-  if (text.empty()) return "is empty";
-  return IsBareJSON(text) ? "is a JSON value without a field name; write an object such as {\"name\": \"value\"}" : "";
+  if (text.empty()) return "the input is empty";
+  return IsBareJSON(text) ? "this is a JSON value without a field name; write an object such as {\"name\": \"value\"}"
+                          : "";
 }
 
 std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {
@@ -58,7 +59,7 @@ std::unique_ptr<RowReader> OpenRows(ByteSource&& source, std::string* error) {
   if (!error->empty()) return nullptr;
   const std::string_view text = TrimBlanks(WithoutUTF8Mark(head));
   if (text.starts_with('<') || text.starts_with("%FDF")) {
-    *error = "begins like XML, XFDF or FDF; rows must be in CSV or JSON";
+    *error = "this begins like XML, XFDF or FDF; rows must be in CSV or JSON";
     return nullptr;
   }
   std::unique_ptr<RowReader> reader;

@@ -231,19 +231,20 @@ Chaine ZPDFNodeHexaString::Encode(const Chaine& value) {
 }
 
 Chaine ZPDFNodeHexaString::Decode(const Chaine& text) {
+  // Views the text once: the bytes written could be its own, as far as the compiler knows.
+  const std::string_view digits = text;
   Chaine result;
-  char* out = result.AppendUninitialized((text.size() + 1) / 2);
-  const char* const digits = text.data();
+  char* out = result.AppendUninitialized((digits.size() + 1) / 2);
   size_t i = 0;
-  for (; i + 1 < text.size(); i += 2) {
+  for (; i + 1 < digits.size(); i += 2) {
     const int high = HexDigit(digits[i]);
     const int low = HexDigit(digits[i + 1]);
     if ((high | low) < 0) break;
     *out++ = static_cast<char>(high << 4 | low);
   }
-  for (; i < text.size(); i += 2) {
+  for (; i < digits.size(); i += 2) {
     // A missing last digit counts as 0.
-    const char pair[2] = {text[i], i + 1 < text.size() ? text[i + 1] : '0'};
+    const char pair[2] = {digits[i], i + 1 < digits.size() ? digits[i + 1] : '0'};
     *out++ = static_cast<char>(HexByte({pair, 2}));
   }
   return result;
