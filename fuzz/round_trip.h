@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -73,6 +74,9 @@ inline Chaine Updated(const ZPDFParser& parser) {
 // Saves the reachable objects of the document, as an update with one string changed in each object and in full, and
 // checks that both are read back equal; otherwise aborts.
 inline void RoundTrip(ZPDFParser& parser) {
+  // In a document that cannot be decrypted, the objects that the encryption dictionary refers to are read before the
+  // encryption is known, and all others after it. So what is read depends on where an object is stored.
+  if (!parser.CanBeDecrypted()) return;
   // The objects on which the encryption key depends. They must not be changed.
   ZPDFObjectMap fixed;
   for (const char* key : {"/Encrypt", "/ID"}) {
@@ -93,8 +97,13 @@ inline void RoundTrip(ZPDFParser& parser) {
     texts[id] = Written(*object);
   }
   const ZPDFParser copy(parser);
-  // Saves no update of a recovered document, because it is always saved in full.
-  if (!parser.IsRecovered()) ExpectReadBack(Updated(copy), texts, parser);
+  // Saves no update of a recovered document, because it is always saved in full. Neither when the cross-reference
+  // stream is damaged: without a valid "/Length" it may seem to end elsewhere when an update follows.
+  const size_t at = std::min<size_t>(parser.XRefOffset(), parser.RawData().size());
+  const std::string section(parser.RawData().View().substr(at, 16));
+  const auto number = static_cast<uint32_t>(std::strtoul(section.c_str(), nullptr, 10));
+  const bool is_damaged = parser.XRefIsStream() && damaged.contains(number);
+  if (!parser.IsRecovered() && !is_damaged) ExpectReadBack(Updated(copy), texts, parser);
 
   ZPDFSaver saver(nullptr);
   saver.SetPDFVersion("%PDF-1.4");

@@ -91,10 +91,13 @@ BAD_ROWS = [  # label, line of CSV, the expected message
     ("no state", "a,Peut-être,FR,1", 'field "adherent.premiere": "Peut-être" is not a state of the button; its states are "Oui" or "Off"'),
     ("no choice", "a,Oui,XX,1", 'field "adherent.pays": "XX" is not a choice of the field; its choices are "FR" (France), "BE" (Belgique), '
      '"CH" (Suisse), "LU" (Luxembourg), "CI" (Côte d’Ivoire)'),
-    ("too long", "a,Oui,FR,123456", 'field "adherent.code_postal": "123456" has 6 characters; the field takes 5'),
-    ("text behind a quote", '"a"b,Oui,FR,1', "text follows the closing quote of a value"),
+    ("too long", "a,Oui,FR,123456",
+     'field "adherent.code_postal": "123456" has 6 characters; the field takes at most 5'),
+    ("text behind a quote", '"a"b,Oui,FR,1',
+     'text follows the closing quote of a value; inside a value, a quote is written as ""'),
     ("the same file, in other letters", "GOOD É,Oui,FR,1", 'the file name "GOOD É.pdf" is already used by line 2'),
-    ("no name", " ,Oui,FR,1", "the file name is empty"),
+    ("no name", " ,Oui,FR,1",
+     "the file name is empty: its columns are empty or contain only spaces and dots"),
     ("a file of somebody else", "theirs,Oui,FR,1", 'the file "theirs.pdf" already exists and does not belong to this batch; --overwrite replaces it'),
 ]
 HEAD = "adherent.nom,adherent.premiere,adherent.pays,adherent.code_postal"
@@ -138,7 +141,8 @@ def test_bad_rows_are_named(folder):
 JUDGED = [  # label, values, the expected message, the values exported afterwards
     ("no choice", {"adherent.pays": "ZZ", NOM: "A"}, ['"ZZ" is not a choice of the field'], {"adherent.pays": "FR", NOM: "A"}),
     ("what is shown", {"adherent.pays": "Belgique"}, [], {"adherent.pays": "BE"}),
-    ("too long", {"adherent.code_postal": "123456"}, ['"123456" has 6 characters; the field takes 5'], {}),
+    ("too long", {"adherent.code_postal": "123456"},
+     ['"123456" has 6 characters; the field takes at most 5'], {}),
     ("a word", {"adherent.premiere": "OUI"}, [], {"adherent.premiere": "Oui"}),
     ("no state", {"formule": "yes"}, ['"yes" is not a state of the button'], {}),
     ("several bad ones", {"adherent.pays": "ZZ", "formule": "yes", NOM: "A"},
@@ -341,7 +345,8 @@ def test_a_damaged_record(folder):
         expect(damage(record) != record, f"{label}: it is damaged")
         (out / ".zforms-batch").write_bytes(damage(record))
         status, _, err = zforms(*arguments, "--resume")
-        expect(status == 2 and "is damaged; --overwrite starts over" in err, label, err)
+        said = "is damaged" in err and "; --overwrite starts over" in err
+        expect(status == 2 and said, label, err)
         same(f"{label}: started over", zforms(*arguments, "--overwrite")[::2], (0, ""))
     (out / ".zforms-batch").write_bytes(b"")
     status, _, err = zforms(*arguments, "--resume")

@@ -79,7 +79,7 @@ def test_what_check_says(folder):
             ({"signatures": [("S", 2, listed("a", "b"), None)], "rights": True},
              ["1 in 1 signature field", '"S" certifies, allows filling in and signing; locks "a", "b"', "makes them invalid"]),
             ({"signatures": [("S", None, None, listed("a", action="Exclude"))], "xfa": True},
-             ['"S" signs; locks every field but "a"', "with an XFA form beside it"]),
+             ['"S" signs; locks every field except "a"', "with an XFA form beside it"]),
             ({"xfa": True, "alone": True}, ["PDF form of XFA only, without fields"])):
         out = zforms("check", form(folder / "form.pdf", **parts))[1]
         expect(all(text in out for text in said), str(said), out)

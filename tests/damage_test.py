@@ -19,8 +19,8 @@ DAMAGE = [
     ("a value lost", b"/Ff 2", b"/Ff  ", "a dictionary holds a value without a key"),
     ("a spoilt hexadecimal string", b"(nom)", b"<6G2>", "a hexadecimal string has a character that is not a hexadecimal digit"),
     ("a spoilt escape", b"/Widget", b"/Wi#get", "not followed by two hexadecimal digits"),
-    ("an unknown word", b"/Ff 2", b"/Ff X", '"X" is not a word of PDF'),
-    ("a malformed number", b"/Ff 2", b"/F 2e", '"2e" is not a word of PDF'),
+    ("an unknown word", b"/Ff 2", b"/Ff X", '"X" is not a PDF keyword'),
+    ("a malformed number", b"/Ff 2", b"/F 2e", '"2e" is not a PDF keyword'),
 ]
 
 

@@ -26,13 +26,14 @@ def test_values_stay_and_fields_go(folder):
              for path in (form, part)]
     same("the others stay", names[1], [name for name in names[0] if name not in ("adherent.nom", "adherent.pays")])
     status, _, err = zforms("flatten", form, "--field", "adherent.none", "-o", folder / "none.pdf")
-    expect(status == 2 and 'has no field named "adherent.none"' in err, "said", (status, err))
+    expect(status == 2 and 'no field is named "adherent.none"' in err, "said", (status, err))
 
 
 def test_signatures_are_respected(folder):
     restricted_form(folder / "form.pdf", [("S", 0, None, None)])
     status, _, err = zforms("flatten", folder / "form.pdf", "-o", folder / "out.pdf")
-    expect(status == 2 and "flattening changes what was signed" in err and "--force" in err, "refused", (status, err))
+    expect(status == 2 and "flattening makes its signatures invalid" in err and "--force" in err,
+           "refused", (status, err))
     expect(not (folder / "out.pdf").exists(), "nothing is written")
     same("forced", zforms("flatten", folder / "form.pdf", "-o", folder / "out.pdf", "--force")[0], 3)
 

@@ -10,7 +10,8 @@ SAMPLE = (SAMPLES / "membership_form.pdf").read_bytes()
 ENTRY = SAMPLE[SAMPLE.index(b"\ntrailer") - 19:][:18]
 ADVICE = "the file is damaged; --recover may find more of it"
 CONTENT = SAMPLE[:SAMPLE.rindex(b"\nendstream")].rsplit(b"stream\n", 1)[1]
-REFUSAL = "would be lost: nothing was written. --recover looks for it in the file, --force writes the rest"
+REFUSAL = ("would be lost: nothing was written. --recover looks for them in the file, "
+           "--force writes the rest")
 REFUSED = "would be lost: nothing was written. --force writes the rest"
 
 # Label, damage to the sample, the status of `rewrite` and its first message.
@@ -22,8 +23,9 @@ DAMAGES = [
     ("a generation that is too high", ENTRY, ENTRY[:11] + b"99999 n", 3, "has a generation above 65535"),
     ("a page's type", b"/Type /Page /Parent", b"/Type /Pagf /Parent", 3, 'object 8 0: "/Type" of this page is not'),
     ("the catalog's type", b"/Type /Catalog", b"/Type /Catalox", 3, '"/Type" of the document catalog is not'),
-    ("a negative count", b"/Kids [8 0 R] /Count 1", b"/Kids[8 0 R ]/Count -1", 2, "states -1 pages, 1 is found"),
-    ("no count", b"/Count 1>>", b"/Caunt 1>>", 2, "is missing or not a number, 1 is found"),
+    ("a negative count", b"/Kids [8 0 R] /Count 1", b"/Kids[8 0 R ]/Count -1", 2,
+     "states -1 pages; 1 page is found"),
+    ("no count", b"/Count 1>>", b"/Caunt 1>>", 2, "is missing or not a number; 1 page is found"),
     ("an offset of 0", b"0000000015 00000 n", b"0000000000 00000 n", 3, "object 1 0: the cross-reference table gives this object the offset 0"),
     ("two fields of a name", b"/T (prenom)", b"/T (nom)   ", 3, "another field has the same name"),
     ("the version", b"%PDF-1.4", b"%PDF-000", 3, 'the header "%PDF-000" has no version'),

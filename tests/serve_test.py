@@ -253,7 +253,7 @@ def test_refusals(folder):
             (409, "the session is not", changed(r"Session\.ID", "[0-9a-f]", "x"), {}),
             (409, "never opened", changed(r"Transaction\.ID", r"\d", "9"), {}),
             (409, "the submission has no session", xfdf.replace("ZOR", "ZOX"), {}),
-            (409, "not an XFDF document with the identifiers", "hello", {}),
+            (409, "the submission is not an XFDF document", "hello", {}),
             (403, "another origin", xfdf, {"Origin": "http://example.com"}),
             (403, "another site", xfdf, {"Sec-Fetch-Site": "cross-site"}),
             (403, "another server", xfdf, {"Host": f"example.com:{server.port}"}),
@@ -273,7 +273,7 @@ def test_refusals(folder):
         expect(server.stored() == [] and server.stored("--rejected") == [], "nothing of this is stored")
         if not is_shared():
             status, _, err = zforms("serve", "--templates", SAMPLES, "--data", server.data, "--port", "0")
-            expect(status == 2 and "another server uses this data folder" in err, "a second server", err)
+            expect(status == 2 and "uses this data folder: end it" in err, "a second server", err)
     lines = [json.loads(line) for line in (folder / "log").read_text().splitlines()]
     requests = [line for line in lines if line["kind"] == "request"]
     for line, (wanted, why, _, _) in zip(requests[1:], cases):

@@ -46,7 +46,8 @@ def test_shards_are_a_single_run(folder):
     status, text, err = zforms("batch", "--merge-reports", *reports, "--out", out)
     joined = json.loads(text)
     same("joined", (status, err, joined["filled"], joined["failures"], len(joined["shards"])), (0, "", 301, [], 3))
-    for given, what in [(reports[:2], "shard 3 of 3 has no report"), ([data], "not the report of a shard"),
+    for given, what in [(reports[:2], "shard 3 of 3 has no report"),
+                        ([data], "is not the report of a batch with --shard"),
                         ([reports[0]] * 2, "two reports of shard 1 of 3"), ([folder / "none"], "cannot be read"),
                         ([*reports, "--out", folder], "no record of shard 3 of 3"), ([*reports, "--merge", "x"], "--merge")]:
         status, _, err = zforms("batch", "--merge-reports", *given, *(() if "--out" in given else ("--out", out)))
@@ -60,7 +61,8 @@ def test_shards_are_a_single_run(folder):
             ("resumed", shard_command(data, out, "2/3", "--resume"), 0, ""),
             ("other shards", shard_command(data, out, "1/4", "--resume"), 2, "contains a batch of 3 shards"),
             ("no shards", shard_command(data, out, "1/3")[:-2], 2, "contains a batch with --shard; use another folder"),
-            ("another form", ["batch", other, *shard_command(data, out, "2/3", "--resume")[2:]], 2, "differ from those of shard 2 of 3"),
+            ("another form", ["batch", other, *shard_command(data, out, "2/3", "--resume")[2:]],
+             2, "differ from those of the earlier run of shard 2 of 3"),
             *((shard, shard_command(data, out, shard), 2, f'zforms: --shard: "{shard}" is not I/N') for shard in ("4/3", "0/3", "1/-3", "1/3/3", "")),
             ("no data", ["batch", SAMPLE, "--out", out], 2, "--data")]:
         got, _, err = zforms(*command)
@@ -109,7 +111,7 @@ def test_rows_that_want_one_name(folder):
     reports = [folder / "1.json", folder / "2.json"]
     got = [zforms(*shard_command(data, out, f"{i}/2", "--report", report))[::2] for i, report in enumerate(reports, 1)]
     same("statuses", [status for status, _ in got], [0, 3])
-    expect('line 7: its file "q.pdf": the file already exists' in got[1][1], "refused", got)
+    expect('line 7: its file "q.pdf": another shard or another program' in got[1][1], "refused", got)
     status, text, err = zforms("batch", "--merge-reports", *reports, "--out", out)
     joined = json.loads(text)
     said = [(failure["line"], failure["message"]) for failure in joined["failures"]]

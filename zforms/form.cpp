@@ -154,7 +154,7 @@ void ZForm::Implementation::TakeFaults(const Chaine& where) {
   for (; unequal_taken < filler->Unequal().size(); unequal_taken++) {
     Say(Severity::kNote, About::kData,
         (where + "field \"" + filler->Unequal()[unequal_taken] +
-         "\": several fields have this name; the first one has this value already, and the others keep theirs")
+         "\": several fields have this name; the first one has this value already, and the others keep their values")
             .ToString());
   }
 }
@@ -267,8 +267,8 @@ std::vector<ZFormField> ZForm::ExportedFields(bool all) {
   const std::string left_out = all ? std::string() : NamesLeftOut(fields);
   std::erase_if(fields, [all](const ZFormField& field) { return all ? !field.HasData() : !field.IsExported(); });
   if (!left_out.empty()) {
-    implementation_->Say(Severity::kNote, About::kForm,
-                         "not exported, because the form marks them as \"no export\": " + left_out, Remedy::kExportAll);
+    const std::string said = "fields that the form marks as \"no export\" are not exported: " + left_out;
+    implementation_->Say(Severity::kNote, About::kForm, said, Remedy::kExportAll);
   }
   if (const std::string unequal = NamesUnequal(fields); !unequal.empty()) {
     implementation_->Say(
@@ -325,8 +325,11 @@ std::string ZForm::Export(ExportFormat format, bool all) {
   size_t replaced = 0;
   Chaine text = ExportDocument(form, *own.form.Parser(), format, &replaced);
   if (replaced > 0) {
-    own.Say(Severity::kWarning, About::kForm,
-            std::to_string(replaced) + " characters that XML does not allow were replaced by U+FFFD");
+    own.Say(
+        Severity::kWarning, About::kForm,
+        std::to_string(replaced) +
+            (replaced == 1 ? " character that XML does not allow was" : " characters that XML does not allow were") +
+            " replaced by U+FFFD in the export");
   }
   return text.ToString();
 }

@@ -99,7 +99,7 @@ TEST(ZFormFlattener, TakesTheFieldsOutOfTheDocument) {
   ZFormFlattener flattener(form);
 
   EXPECT_FALSE(flattener.Flatten({"a", "group.none"}));
-  EXPECT_EQ(flattener.Diagnostics().Failure(), "has no field named \"group.none\"");
+  EXPECT_EQ(flattener.Diagnostics().Failure(), "no field is named \"group.none\"");
   EXPECT_TRUE(form.Parser()->ModifiedObjects().empty());
 
   EXPECT_TRUE(flattener.Flatten({"a"}));

@@ -38,7 +38,8 @@ TEST(CheckedFiller, WhatFieldsTake) {
     std::string after;  // empty when nothing is written
     const char* fault;  // the start of the message
   } cases[] = {
-      {"too long", "<</FT/Tx/T(a)/MaxLen 3/V(old)>>", "1234", "", "\"1234\" has 4 characters; the field takes 3"},
+      {"too long", "<</FT/Tx/T(a)/MaxLen 3/V(old)>>", "1234", "",
+       "\"1234\" has 4 characters; the field takes at most 3"},
       {"characters, not bytes", "<</FT/Tx/T(a)/MaxLen 2>>", "\xC3\xA9\r\n", "<</FT/Tx/T(a)/MaxLen 2/V(\xE9\\r\\n)>>",
        ""},
       {"what is too long already", "<</FT/Tx/T(a)/MaxLen 2/V(old)>>", "old", "", ""},
@@ -62,7 +63,8 @@ TEST(CheckedFiller, WhatFieldsTake) {
       {"an export value before what is shown", "<</FT/Ch/T(a)" + kSame + ">>", "1", "<</FT/Ch/T(a)" + kSame + "/V(1)>>",
        ""},
       {"what is shown for two", "<</FT/Ch/T(a)" + kSame + ">>", "Town", "",
-       "\"Town\" is the text of several choices: give the export value of one; its choices are \"1\" (Town), "},
+       "\"Town\" is the text of several choices of the field: give the export value of one; "
+       "its choices are \"1\" (Town), "},
       {"a choice of two lines", "<</FT/Ch/T(a)/Opt[(1\\n2)]/V(1\\r2)>>", "1\r\n2", "", ""},
       {"a choice of two lines, in its bytes", "<</FT/Ch/T(a)/Opt[(1\\n2)]>>", "1\r\n2",
        "<</FT/Ch/T(a)/Opt[(1\\n2)]/V(1\\n2)>>", ""},
@@ -70,7 +72,7 @@ TEST(CheckedFiller, WhatFieldsTake) {
       {"nothing chosen", "<</FT/Ch/T(a)/Opt[(x)]/V(x)/I[0]>>", "", "<</FT/Ch/T(a)/Opt[(x)]/V()>>", ""},
       {"a choice that a widget has not, as it is", kOthers + "/V(A)>>", "A", "", ""},
       {"a choice that a widget has not", kOthers + ">>", "A", "",
-       "\"A\" is not a choice in one of the field's widgets, which offers only \"B\", \"C\""},
+       "\"A\" is not a choice in every widget of the field: one offers only \"B\", \"C\""},
       {"a choice that all widgets have", kOthers + "/V(A)>>", "B",
        "<</FT/Ch/T(a)/Opt[(A)(B)]/Kids[<</Opt[(B)(C)]/V(B)/Rect[]>>]/V(B)>>", ""},
       {"choices of a widget alone", "<</FT/Ch/T(a)/Kids[<</Opt[(B)]/Rect[]>>]>>", "A", "",

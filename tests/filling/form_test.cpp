@@ -73,7 +73,8 @@ TEST(Form, ValuesAreSetAndSaved) {
     const char* said;  // the beginning
   } cases[] = {
       {"name", kName, kName, ""},
-      {"name", "more than ten", "", "wd0: field \"name\": \"more than ten\" has 13 characters; the field takes 10"},
+      {"name", "more than ten", "",
+       "wd0: field \"name\": \"more than ten\" has 13 characters; the field takes at most 10"},
       {"member", "yes", "On", ""},
       {"country", "Belgique", "BE", ""},
       {"country", "XX", "",
@@ -119,7 +120,7 @@ TEST(Form, ExportsFillOtherForms) {
     ASSERT_TRUE(form.OpenBytes(BytesOf(Sample())) && other.OpenBytes(BytesOf(Sample())));
     EXPECT_TRUE(form.SetValue("name", kName) && form.SetValue("member", "On") && form.SetValue("country", "FR"));
     const std::string data = form.Export(format.format);
-    EXPECT_EQ(Said(form), "no6: not exported, because the form marks them as \"no export\": \"note\"");
+    EXPECT_EQ(Said(form), "no6: fields that the form marks as \"no export\" are not exported: \"note\"");
     EXPECT_EQ(data.find("kept"), std::string::npos);
     EXPECT_TRUE(other.Fill(data)) << data;
     EXPECT_EQ(Said(other), "");
@@ -151,11 +152,11 @@ TEST(Form, WhatCannotBeDoneIsSaid) {
       {"damage that recovery reads", damaged, "", false, "fo5: "},
       {"no form", PdfText().Header().Object(1, "<</Type/Catalog>>").Xref().Trailer("/Root 1 0 R").Bytes().ToString(),
        "{}", true, "fo0: the document has no form"},
-      {"no data", good, "%FDF-1.2", true, "fd0: not an FDF file"},
+      {"no data", good, "%FDF-1.2", true, "fd0: the file has no catalog"},
       {"two rows", good, "name\nA\nB\n", true, "fd0: the data have more than one row"},
       {"no values", good, "{}", true, "nd0: the data contain no value"},
       {"the line of a row", good, "name\n\n12345678901\n", true, "wd0: line 3: field \"name\": "},
-      {"certified", signed_form, "{\"name\":\"x\"}", true, "wo1: is certified"},
+      {"certified", signed_form, "{\"name\":\"x\"}", true, "wo1: the document is certified"},
   };
   for (const auto& one : cases) {
     SCOPED_TRACE(one.what);

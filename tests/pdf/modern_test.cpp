@@ -88,7 +88,7 @@ TEST(ModernTest, HybridFilesShowWhatTheyHide) {
     lost.Header().Object(1, "<<>>").Xref().Trailer("/Root 1 0 R/XRefStm " + std::string(place));
     ASSERT_TRUE(parser.ReadFromRaw(lost.Bytes(), ""));
     EXPECT_EQ(ValueOf(parser, 1), "<<>>");
-    EXPECT_NE(WarningsOf(parser).find("hybrid file is not used"), std::string::npos) << WarningsOf(parser);
+    EXPECT_NE(WarningsOf(parser).find("hybrid-reference file is not used"), std::string::npos) << WarningsOf(parser);
   }
 }
 
@@ -158,25 +158,25 @@ TEST(ModernTest, DamagedSections) {
     const char* warning;
   } cases[] = {
       {"/W[1 2 1]/Index[1 1]", records, "", ""},
-      {"/W[1 2 1]/Index[1 9]", records, "", "has fewer records"},
-      {"/W[1 2 1]/Index[1 1 2147483647 9]", records, "", "has fewer records"},
-      {"/W[1 2 1]/Index[1 1 (x) 9]", records, "", "has fewer records"},
+      {"/W[1 2 1]/Index[1 9]", records, "", "not all entries"},
+      {"/W[1 2 1]/Index[1 1 2147483647 9]", records, "", "not all entries"},
+      {"/W[1 2 1]/Index[1 1 (x) 9]", records, "", "not all entries"},
       {"/W[1 2 1]/Index[1 1 7]", records, "", ""},
       {"/W[1 2 1]/Index 7", records, "", ""},
       {"/W[0 2 1]/Index[1 1]", records.substr(1), "", ""},
       {"/W[0 2 0]/Index[1 1]", records.substr(1), "", ""},
       {"/W[8 8 8]/Index[1 1]", std::string("\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\xF\0\0\0\0\0\0\0\0", 24), "", ""},
-      {"/W[1 2]", records, "the cross-reference stream has no record widths (\"/W\")", ""},
-      {"/W[1 0 1]", records, "the cross-reference stream has no record widths (\"/W\")", ""},
-      {"/W[1 9 1]", records, "the cross-reference stream has no record widths (\"/W\")", ""},
-      {"/W[1 -1 1]", records, "the cross-reference stream has no record widths (\"/W\")", ""},
+      {"/W[1 2]", records, "the cross-reference stream has no valid field widths (\"/W\")", ""},
+      {"/W[1 0 1]", records, "the cross-reference stream has no valid field widths (\"/W\")", ""},
+      {"/W[1 9 1]", records, "the cross-reference stream has no valid field widths (\"/W\")", ""},
+      {"/W[1 -1 1]", records, "the cross-reference stream has no valid field widths (\"/W\")", ""},
       {"/W[1 2 1]/Filter/LZWDecode", records,
        "the cross-reference stream cannot be read: unsupported filter /LZWDecode", ""},
       {"/W[1 2 1]/Filter/FlateDecode", records,
        "the cross-reference stream cannot be read: its compressed data is damaged", ""},
       {"/W[1 2 1]/Filter/FlateDecode/Index[1 1]", Deflated(records).substr(0, 14), "", "compressed data is damaged"},
       {"/W[1 2 1]/Filter/FlateDecode", Deflated(std::string(20 << 20, '\1')),
-       "the cross-reference stream cannot be read: its data is larger than the limit", ""},
+       "the cross-reference stream cannot be read: its decoded data is larger than zforms allows", ""},
       {"/Type/Other/W[1 2 1]", records, "the object at the cross-reference offset is not a cross-reference stream", ""},
   };
   for (const auto& c : cases) {
@@ -248,7 +248,9 @@ TEST(ModernTest, BombsAndLoopsEnd) {
   ZPDFParser parser;
   ASSERT_TRUE(parser.ReadFromRaw(text.Bytes(), ""));
   EXPECT_EQ(ValueOf(parser, 30), "none");
-  EXPECT_NE(WarningsOf(parser).find("object 20 0: the object stream is damaged: its data is larger"), std::string::npos)
+  EXPECT_NE(WarningsOf(parser).find("object 20 0: the object stream cannot be read completely: "
+                                    "its decoded data is larger"),
+            std::string::npos)
       << WarningsOf(parser);
   // The length of stream 7 is stored in stream 7 itself.
   EXPECT_EQ(ValueOf(parser, 8), "3");

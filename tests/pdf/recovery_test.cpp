@@ -117,7 +117,7 @@ TEST(RecoveryTest, DamagedFilesAreReadOnlyWhenAsked) {
       {"headers behind one another", Replaced(classic, "\nendobj\n", " endobj"), "rebuilt from 4 objects"},
       {"modern without sections", Replaced(modern, "/XRef", "/XXXX"), "rebuilt from"},
       {"modern and cut", Replaced(modern, "%%EOF", "").substr(0, modern.rfind("startxref") - 5), "rebuilt from"},
-      {"modern with damaged sections", Replaced(modern, "/W[", "/X["), "has no record widths"},
+      {"modern with damaged sections", Replaced(modern, "/W[", "/X["), "has no valid field widths"},
       {"an entry without its type", Spoilt(classic, "trailer", " n", "xx"),
        "the entry in the cross-reference table cannot be read): its cross-reference table was rebuilt from 4 objects"},
       {"a subsection said to be short", Spoilt(classic, "trailer", "10 2", "10 1"), "is not a subsection header): its"},
@@ -180,7 +180,7 @@ TEST(RecoveryTest, OddTablesAreKeptWhereTheyLeadToMore) {
       {"a header behind a word", Spoilt(behind.Bytes().ToString(), "trailer", " n", "  "), "a=1 ", "a=1 b=2 ",
        "rebuilt from 4 objects"},
       {"an object stream behind a word", Replaced(packed.Bytes().ToString(), "10 2 ]", "10 9 ]"), "a=1 b=2 ",
-       "a=1 b=2 ", "has fewer records"},
+       "a=1 b=2 ", "not all entries of the cross-reference stream"},
   };
   for (const Odd& c : cases) {
     ZAcroForm strict, form;
@@ -349,12 +349,12 @@ TEST(RecoveryTest, DamageThatWouldBecomePermanent) {
        false},
       {"no tree", Replaced(sound, "/Pages 2", "/Pages 8"), "object 8 0: the page tree (\"/Pages\")", true, false},
       {"no tree is named", Replaced(sound, "/Pages 2", "/Pagez 2"), "the page tree (\"/Pages\")", true, false},
-      {"too few pages", Replaced(sound, "/Count 3", "/Count 4"), "states 4 pages, 3 are found", true, false},
+      {"too few pages", Replaced(sound, "/Count 3", "/Count 4"), "states 4 pages; 3 pages are found", true, false},
       {"neither kids nor parents", Replaced(Replaced(sound, "/Parent 4", "/Parens 4"), "/Kids[5", "/Kidz[5"),
        "object 2 0: element 2", true, false},
       {"said to be free", Spoilt(sound, "\n9 1\n", " n ", " f "), "cannot be read: 6 0", true, false},
       {"said to be of a later generation", Replaced(sound, "6 0 R", "6 1 R"), "cannot be read: 6 1", true, false},
-      {"too many pages", Replaced(sound, "/Count 3", "/Count 0"), "states 0 pages, 3 are found", true, false},
+      {"too many pages", Replaced(sound, "/Count 3", "/Count 0"), "states 0 pages; 3 pages are found", true, false},
       {"a wrong inner count", Replaced(sound, "/Count 2", "/Count 1"), "object 4 0: \"/Count\"", false, false},
       {"an inner node for the tree", Replaced(sound, "/Pages 2 0 R/O", "/Pages 4 0 R/O"), "refers to an inner node",
        true, false},

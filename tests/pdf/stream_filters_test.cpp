@@ -96,7 +96,7 @@ TEST(StreamFiltersTest, DictionariesAndData) {
       {"<</Filter/ASCII85Decode>>", "87cUR\nD]j7BEbo80z~>87", "Hello world!\0\0\0\0"s, ""},
       {"<</Filter/ASCII85Decode>>", "87cURD]j7BEbo7~>", "Hello world", ""},
       {"<</Filter/ASCII85Decode>>", "87cUR87v", "HellH", ""},
-      {"<</Filter/ASCII85Decode>>", std::string(30000, 'z'), "", "its data is larger than the limit"},
+      {"<</Filter/ASCII85Decode>>", std::string(30000, 'z'), "", "its decoded data is larger than zforms allows"},
       {"<</Filter/RunLengthDecode>>", "\2abc\xFFx\x80zz", "abcxx", ""},
       {"<</Filter/RunLengthDecode>>", "\5ab", "ab", ""},
       {"<</Filter/RunLengthDecode>>", "\5", "", ""},

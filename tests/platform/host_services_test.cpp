@@ -64,7 +64,7 @@ TEST(ZTempFolder, TakesPlainNamesOnly) {
         std::string("\xFF"), std::string(201, 'a')}) {
     std::string error;
     EXPECT_TRUE(folder.Write(name, "x", &error).IsEmpty()) << name;
-    EXPECT_EQ(error, "is not a file name");
+    EXPECT_EQ(error, "the name cannot be used as a file name");
   }
 }
 

@@ -122,7 +122,7 @@ TEST(MappedFiles, AreTextsOfTheirOwn) {
     fs::resize_file(path.ToString(), size / 2);
     std::string error;
     EXPECT_FALSE(ReplaceFile(copy, cut, &error));
-    EXPECT_EQ(error, "a file became shorter while it was read");
+    EXPECT_EQ(error, "an input file became shorter while it was read");
   }
   EXPECT_EQ(OpenFiles(), files_before);
 }

@@ -1,7 +1,9 @@
 #include "tool/base/files.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <system_error>
 
 #include "tool/base/standard_streams.h"
 #include "zforms/platform/files/file_io.h"
@@ -47,7 +49,7 @@ bool WriteOutput(const std::string& path, const Chaine& bytes, Console& console)
   if (path == kStandardStream) {
     SetBinary(stdout);
     if (Print(bytes)) return true;
-    console.Fail("standard output cannot be written");
+    console.Fail(OutputFault());
     return false;
   }
   std::string error;
@@ -74,6 +76,12 @@ bool KeepsInputs(const std::string& output, const std::vector<std::string>& inpu
 bool Print(std::string_view text) {
   const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   return std::fflush(stdout) == 0 && written;
+}
+
+std::string OutputFault() {
+  const int reason = errno;
+  const std::string text = "standard output cannot be written";
+  return reason == 0 ? text : text + ": " + std::generic_category().message(reason);
 }
 
 }  // namespace zforms::tool

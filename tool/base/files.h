@@ -36,4 +36,8 @@ bool KeepsInputs(const std::string& output, const std::vector<std::string>& inpu
 // Writes text to standard output; false when not all of it could be written.
 bool Print(std::string_view text);
 
+// The message that standard output cannot be written, with the system's reason (`errno`). Call it right after the
+// failure.
+std::string OutputFault();
+
 }  // namespace zforms::tool

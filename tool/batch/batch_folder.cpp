@@ -22,7 +22,6 @@ constexpr std::string_view kLedger = ".zforms-batch";
 constexpr std::string_view kPart = ".zforms-part-";
 
 constexpr std::string_view kLock = ".zforms-lock";
-constexpr const char* kNotRecorded = "cannot write the record of the batch";
 constexpr const char* kMeanwhile = "another program created a file with this name while the batch ran";
 constexpr size_t kPrinted = 4096;
 
@@ -98,8 +97,10 @@ void BatchFolder::RemoveLeftOvers() const {
 bool BatchFolder::Take(BatchFault* fault) {
   std::error_code failed;
   std::filesystem::create_directories(FilePath(folder_), failed);
-  if (!std::filesystem::is_directory(FilePath(folder_), failed)) {
-    *fault = {"the folder " + folder_ + " cannot be created", true};
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(FilePath(folder_), ignored)) {
+    const std::string reason = failed ? ": " + failed.message() : "";
+    *fault = {"the folder " + folder_ + " cannot be created" + reason, true};
     return false;
   }
   if (shard_.IsPart()) return true;
@@ -173,6 +174,13 @@ bool BatchFolder::Mark(const Seat& seat, Ledger::State state, uint64_t content) 
   return ledger_.Mark(seat.name, state, content) && Record(seat, state, content);
 }
 
+BatchFault BatchFolder::NotRecorded() const {
+  const std::string record = shard_.IsPart()
+                                 ? "the record of shard " + shard_.Name(" of ") + ", in the folder " + folder_
+                                 : "the record of the batch, " + PathOf(std::string(kLedger));
+  return {record + ", cannot be written", true};
+}
+
 void BatchFolder::Enter(Seat* seat, BatchFault* fault) {
   using Claim = Ledger::Claim;
   seat->place = Place::kRefused;
@@ -185,7 +193,7 @@ void BatchFolder::Enter(Seat* seat, BatchFault* fault) {
     return moved && !Record(*seat, Ledger::State::kWritten, seat->content) ? Claim::kBroken : claim;
   };
   const Claim claim = enter();
-  if (claim == Claim::kBroken) *fault = {kNotRecorded, true};
+  if (claim == Claim::kBroken) *fault = NotRecorded();
   if (claim == Claim::kTaken) *fault = TakenBy(*seat, holder.line);
   if (claim == Claim::kBroken || claim == Claim::kTaken) return;
   seat->place = PlaceOf(*seat, claim, holder.print, fault);
@@ -201,7 +209,7 @@ BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, u
   const bool is_ours = claim == Claim::kStarted && HasPrint(path, print);
   if (is_ours || (mode_ == Mode::kOverwrite && !shard_.IsPart())) {
     if (Mark(seat, Ledger::State::kStale, 0)) return Place::kOurs;
-    *fault = {kNotRecorded, true};
+    *fault = NotRecorded();
     return Place::kRefused;
   }
   // Leaves the decision to Write: an earlier run of this shard may still be running and writing the same forms.
@@ -214,8 +222,8 @@ BatchOutput::Place BatchFolder::PlaceOf(const Seat& seat, Ledger::Claim claim, u
 bool BatchFolder::AcceptSame(const Seat& seat, const Chaine& bytes, BatchFault* fault) {
   Chaine there;
   if (ReadFile(PathOf(seat.name), &there) && there == bytes) return true;
-  *fault = {"the file already exists and does not belong to this shard"};
-  if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
+  *fault = {"another shard or another program has already written a file with this name"};
+  if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = NotRecorded();
   return false;
 }
 
@@ -242,14 +250,14 @@ bool BatchFolder::ClaimAndRename(const std::string& part, const Seat& seat, Batc
 // Moves the file to a name that is not in use.
 bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault) {
   if (!Mark(seat, Ledger::State::kPlacing, PrintOf(bytes))) {
-    *fault = {kNotRecorded, true};
+    *fault = NotRecorded();
     return false;
   }
   const std::error_code failed = RenameFileToFree(part, PathOf(seat.name));
   std::error_code ignored;
   if (failed && !std::filesystem::exists(FilePath(PathOf(seat.name)), ignored)) {
     if (std::filesystem::exists(FilePath(part), ignored)) return ClaimAndRename(part, seat, fault);
-    *fault = {"another run of this shard removed the unfinished file", true};
+    *fault = {"another run of the same shard, which works at the same time, removed the unfinished file", true};
     return false;
   }
   if (failed && shard_.IsPart()) {
@@ -257,7 +265,7 @@ bool BatchFolder::MoveToFree(const std::string& part, const Seat& seat, const Ch
     if (!AcceptSame(seat, bytes, fault)) return false;
   } else if (failed) {
     *fault = {kMeanwhile};
-    if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = {kNotRecorded, true};
+    if (!Mark(seat, Ledger::State::kNamed, 0)) *fault = NotRecorded();
     return false;
   }
   if (failed) DeleteFileQuietly(part);
@@ -285,7 +293,7 @@ bool BatchFolder::Write(const Seat& seat, unsigned number, const Chaine& bytes, 
     }
   }
   if (Mark(seat, Ledger::State::kWritten, seat.content)) return true;
-  *fault = {kNotRecorded, true};
+  *fault = NotRecorded();
   return false;
 }
 

@@ -39,6 +39,8 @@ class BatchFolder final : public BatchOutput {
   bool OpenLedger(uint64_t job, BatchFault* fault);
   bool Mark(const Seat& seat, Ledger::State state, uint64_t content);
   bool Record(const Seat& seat, Ledger::State state, uint64_t content);
+  // The fault that the record of the batch, or of this shard, cannot be written.
+  BatchFault NotRecorded() const;
   Place PlaceOf(const Seat& seat, Ledger::Claim claim, uint64_t print, BatchFault* fault);
   bool Move(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault);
   bool MoveToFree(const std::string& part, const Seat& seat, const Chaine& bytes, BatchFault* fault);

@@ -96,7 +96,10 @@ void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, con
   const std::string full = reference.rubric.ToString() + "." + reference.field.ToString();
   BatchField field{report.name, filler_->RuleOf(report.name), reference.field.ToString(), full, false, {}};
   if (field.rule == nullptr || !field.rule->IsFillable()) {
-    console.Warn("field \"" + field.name + "\" is a signature or a push button, which cannot be filled");
+    const PTableau<Chaine> faults =
+        field.rule == nullptr ? PTableau<Chaine>() : field.rule->Judge({Chaine("x")}).faults;
+    const std::string why = faults.empty() ? "" : ": " + faults.front().ToString();
+    console.Warn("the maps name field \"" + field.name + "\", which cannot be filled" + why);
     return;
   }
   if (fixed_.contains(Folded(reference.rubric))) {

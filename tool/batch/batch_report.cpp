@@ -55,7 +55,7 @@ bool BatchReport::Put(std::string_view text) {
   if (path_ != kStandardStream) {
     file_.Write(text, &file_error_);
   } else if (!Print(text)) {
-    file_error_ = "standard output cannot be written";
+    file_error_ = OutputFault();
   }
   return file_error_.empty();
 }
@@ -163,7 +163,8 @@ bool BatchReport::Finish(const BatchOptions& options, const Outcome& outcome) {
   member("jobs", outcome.jobs);
   member("seconds", seconds, true);
   if (file_error_.empty() && (path_ == kStandardStream || file_.Finish(&file_error_))) return true;
-  Console(path_).Fail("the report cannot be written: " + file_error_);
+  const std::string what = path_ == kStandardStream ? "" : "the report cannot be written: ";
+  Console(path_).Fail(what + file_error_);
   return false;
 }
 

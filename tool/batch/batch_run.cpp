@@ -104,7 +104,7 @@ bool BatchRun::OpenData() {
   }
   if (reader_ == nullptr) return Refuse({fault.what, fault.is_trouble});
   if (reader_->Header() != nullptr && IsNamed(*reader_->Header()) && !plan_.Feeds(*reader_->Header())) {
-    console_.Fail("no column has the name of a field");
+    console_.Fail(options_.maps.empty() ? "no column has the name of a field" : "the maps use none of the columns");
     return false;
   }
   return reader_->Header() == nullptr || HasNameColumns(*reader_->Header());
@@ -167,7 +167,9 @@ void BatchRun::CheckNameless(const Row& row) {
   const auto is_lost = [&row](size_t i) { return !row.cells[i].text.empty(); };
   if (said_nameless_ || std::none_of(nameless_.begin(), nameless_.end(), is_lost)) return;
   said_nameless_ = true;
-  console_.Warn("line " + std::to_string(row.line) + ": a value has no field name and is left out");
+  console_.Warn("line " + std::to_string(row.line) +
+                ": a value has no field name and is left out; "
+                "such values in later rows are left out without a message");
 }
 
 // Prints a warning about each column that matches no field, once for each name.
@@ -284,6 +286,10 @@ bool BatchRun::Put(const Task& task, const Filled& filled, unsigned number, Batc
 
 void BatchRun::Write(const Task& task, const Filled& filled, unsigned number) {
   BatchFault fault{"the form cannot be filled"};
+  for (const ZFormMessage& message : filled.messages) {
+    const bool is_failure = message.severity == ZFormMessage::Severity::kFailure;
+    if (is_failure) fault.what = WithRemedy(message.text, message.remedy);
+  }
   if (Put(task, filled, number, &fault)) {
     for (const ZFormMessage& message : filled.messages) {
       if (message.severity == ZFormMessage::Severity::kNote) continue;

@@ -106,7 +106,7 @@ bool Ledger::CreateTemporary(std::string* error) {
       Execute("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF") && MakeTables(0)) {
     return true;
   }
-  *error = std::string("cannot create a temporary file: ") + sqlite3_errmsg(database_);
+  *error = std::string("cannot create a file in the system's folder for temporary files: ") + sqlite3_errmsg(database_);
   return false;
 }
 
@@ -155,15 +155,20 @@ bool Ledger::Open(const std::string& path, uint64_t job, std::string* error) {
   Statement tables(database_, "SELECT count(*) FROM sqlite_master");
   if (tables.Next() && tables.Number(0) == 0) {
     tables.Restart();
-    return MakeTables(job);
+    if (MakeTables(job)) return true;
+    *error = "the record of the batch, " + path + ", cannot be written: " + sqlite3_errmsg(database_);
+    return false;
   }
   tables.Restart();
   if (!ReadJob()) {
-    *error = "the record of the earlier batch, " + path + ", is damaged; --overwrite starts over";
+    *error = "the record of the earlier batch, " + path +
+             ", is damaged or was written by another version of zforms; --overwrite starts over";
     return false;
   }
   if (job_ != job) {
-    *error = "the form, the maps or the file names differ from those of the earlier batch; --overwrite starts over";
+    *error =
+        "the form, the maps, the file names or options such as --draw differ from those of the "
+        "earlier batch; --overwrite starts over";
     return false;
   }
   return StartRun(job, since_, error);

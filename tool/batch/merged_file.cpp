@@ -30,7 +30,7 @@ std::string HexString(std::string_view bytes) {
 bool OffsetFile::Open(std::string* error) {
   constexpr auto kMode = std::ios::in | std::ios::out | std::ios::trunc | std::ios::binary;
   if (!folder_.Path().IsEmpty()) file_.open(FilePath(folder_.PathOf("offsets").ToString()), kMode);
-  if (!file_.is_open()) *error = "cannot create a temporary file";
+  if (!file_.is_open()) *error = "no file can be created in the folder for temporary files";
   return file_.is_open();
 }
 
@@ -276,7 +276,7 @@ bool MergedFile::WriteXref(uint32_t catalog) {
   });
   Put(entries);
   Put("\nendstream\nendobj\nstartxref\n" + std::to_string(start) + "\n%%EOF\n");
-  if (!all && error_.empty()) error_ = "a temporary file cannot be read";
+  if (!all && error_.empty()) error_ = "a temporary file cannot be written or read";
   return all && !failed_;
 }
 

@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "tool/base/statement.h"
 #include "tool/batch/batch_options.h"
 #include "tool/batch/shard_record.h"
+#include "zforms/platform/files/file_io.h"
 #include "zforms/platform/text/letter_case.h"
 
 namespace zforms::tool {
@@ -97,7 +97,7 @@ class ShardMerger {
     CheckAllAreThere();
     CheckResults();
     if (!JoinNames()) {
-      console_.Fail("the records of the shards cannot be read");
+      console_.Fail("the records of the shards cannot be read, or a temporary file cannot be written");
       status_ = kTrouble;
     }
     const int said = console_.Finish();
@@ -133,14 +133,19 @@ class ShardMerger {
 };
 
 bool ShardMerger::ReadReport(const std::string& path) {
-  std::ifstream file(FilePath(path), std::ios::binary);
-  Json report = Json::parse(file, nullptr, false);
+  Chaine text;
+  std::string error;
+  if (!ReadFile(path, &text, &error)) {
+    Console(path).Fail("the report cannot be read: " + error);
+    return false;
+  }
+  Json report = Json::parse(text.View(), nullptr, false);
   // Catches exceptions, because a report that was edited by hand may have values of wrong types.
   try {
     if (report.is_object() && report.contains("shard")) return Take(path, report);
   } catch (const Json::exception&) {
   }
-  Console(path).Fail(file.is_open() ? "is not the report of a shard" : "the report cannot be read");
+  Console(path).Fail("the file is damaged, or is not the report of a batch with --shard");
   return false;
 }
 
@@ -150,7 +155,9 @@ bool ShardMerger::Take(const std::string& path, Json& report) {
   for (const char* key : {"form", "data"}) head[key] = report.at(key);
   if (report.contains("query")) head["query"] = report.at("query");
   if (!shard.Parse(report.at("shard").get<std::string>()) || (count_ > 0 && (count_ != shard.count || head_ != head))) {
-    Console(path).Fail("the report belongs to another batch");
+    Console(path).Fail(
+        "the report belongs to another batch: its form, data, query or number of shards differs "
+        "from that of the first report");
     return false;
   }
   count_ = shard.count;

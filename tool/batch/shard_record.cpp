@@ -118,11 +118,15 @@ bool ShardRecord::Read(const std::string& path, const std::function<bool(const E
 }
 
 void ShardRecord::Restore(const std::string& path, Ledger* ledger, BatchFault* fault) {
-  if (HeadOf(path).ends_with(kOverwrites) && !ledger->MarkAllStale()) *fault = {"the record cannot be read", true};
+  if (HeadOf(path).ends_with(kOverwrites) && !ledger->MarkAllStale()) {
+    *fault = {"a temporary file cannot be written", true};
+  }
   const auto restore = [ledger](const Entry& entry) {
     return entry.state == Ledger::State::kNamed || ledger->Restore(entry.name, entry.state, entry.content, entry.line);
   };
-  if (fault->what.empty() && !Read(path, restore)) *fault = {"the record " + path + " cannot be read", true};
+  if (fault->what.empty() && !Read(path, restore)) {
+    *fault = {"the record of an earlier run of the shard, " + path + ", cannot be read", true};
+  }
 }
 
 bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start start, uint64_t job, Ledger* ledger,
@@ -150,14 +154,16 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
     *fault = {"the folder " + folder + " contains an earlier run of shard " + shard.Name(" of ") +
               ": --resume continues it, --overwrite starts over"};
   } else if (start != Start::kOverwrite && !other.empty()) {
-    *fault = {"the form, the maps or the file names differ from those of shard " + other +
-              "; use the same form, maps and --name for all shards"};
+    const bool is_own = other == shard.Name(" of ");
+    *fault = {"the form, the maps, the file names or options such as --draw differ from those of " +
+              std::string(is_own ? "the earlier run of " : "") + "shard " + other +
+              (is_own ? "; --overwrite starts over" : "; use the same ones for all shards")};
   }
   for (const std::string& path : own) {
     if (fault->what.empty()) Restore(path, ledger, fault);
   }
   if (fault->what.empty() && start == Start::kOverwrite && !ledger->MarkAllStale()) {
-    *fault = {"cannot create the record of the shard", true};
+    *fault = {"a temporary file cannot be written", true};
   }
   return fault->what.empty() && Create(folder, shard, start, fault);
 }
@@ -176,7 +182,8 @@ bool ShardRecord::Create(const std::string& folder, const Shard& shard, Start st
   if (start == Start::kOverwrite) head += kOverwrites;
   head += "\n";
   if (file_.IsOpen() && file_.Write(head.data(), head.size())) return true;
-  *fault = {"the record of the shard, " + PathOf(folder, shard, run_) + ", cannot be created: " + reason, true};
+  const std::string what = file_.IsOpen() ? ", cannot be written" : ", cannot be created: " + reason;
+  *fault = {"the record of the shard, " + PathOf(folder, shard, run_) + what, true};
   return false;
 }
 

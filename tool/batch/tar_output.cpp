@@ -4,6 +4,8 @@
 #include <array>
 #include <numeric>
 
+#include "tool/base/files.h"
+
 namespace zforms::tool {
 namespace {
 
@@ -13,6 +15,7 @@ constexpr size_t kRecord = 20 * kBlock;
 constexpr size_t kLongestName = 100;
 constexpr char kFile = '0';
 constexpr char kExtended = 'x';
+constexpr const char* kNoNames = "the temporary file that lists the file names cannot be written";
 
 bool IsPlain(std::string_view name) {
   return name.size() <= kLongestName &&
@@ -65,7 +68,7 @@ std::string PathRecord(std::string_view name) {
 bool TarOutput::Put(std::string_view bytes, BatchFault* fault) {
   written_ += bytes.size();
   if (std::fwrite(bytes.data(), 1, bytes.size(), to_) == bytes.size()) return true;
-  *fault = {"standard output cannot be written", true};
+  *fault = {OutputFault(), true};
   return false;
 }
 
@@ -85,7 +88,7 @@ void TarOutput::Enter(Seat* seat, BatchFault* fault) {
   seat->place = claim == Ledger::Claim::kNew ? Place::kFree : Place::kRefused;
   if (claim == Ledger::Claim::kNew) return;
   const bool is_taken = claim == Ledger::Claim::kTaken;
-  *fault = is_taken ? TakenBy(*seat, holder.line) : BatchFault{"the names of the files cannot be recorded", true};
+  *fault = is_taken ? TakenBy(*seat, holder.line) : BatchFault{kNoNames, true};
 }
 
 bool TarOutput::Write(const Seat& seat, unsigned, const Chaine& bytes, BatchFault* fault) {
@@ -101,7 +104,7 @@ bool TarOutput::Write(const Seat& seat, unsigned, const Chaine& bytes, BatchFaul
 bool TarOutput::Finish(BatchFault* fault) {
   if (!Put(std::string(2 * kBlock, '\0'), fault) || !Pad(kRecord, fault)) return false;
   if (std::fflush(to_) == 0) return true;
-  *fault = {"standard output cannot be written", true};
+  *fault = {OutputFault(), true};
   return false;
 }
 

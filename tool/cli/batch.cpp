@@ -26,7 +26,9 @@ std::string FaultOf(const BatchOptions& options) {
     return options.HasDatabase() ? "the rows of a database need a query: --query or --query-file"
                                  : "--query needs the address of a database, --data postgresql://...";
   }
-  if (options.query.find('\0') != std::string::npos) return "the query is not text in UTF-8";
+  if (options.query.find('\0') != std::string::npos) {
+    return "the query contains a zero byte; save its file as text in UTF-8";
+  }
   if (options.shard.IsPart() && options.HasDatabase() && !OrdersRows(options.query)) {
     return "--shard needs a query with ORDER BY, so that all shards read the same rows in the same order";
   }

@@ -173,7 +173,7 @@ int RunCheck(const CheckOptions& options) {
   summary.Line("scripts", scripts.empty() ? "none" : "");
   for (const std::string& script : scripts) summary.Line("", script);
   AddRules(rules, fields, &summary);
-  if (!Print(Printable(options.file) + "\n" + summary.Text())) console.Fail("standard output cannot be written");
+  if (!Print(Printable(options.file) + "\n" + summary.Text())) console.Fail(OutputFault());
   CheckFile(form, console);
   CheckFields(fields, console);
   CheckPageFields(form, console);

@@ -91,7 +91,7 @@ int RunFields(const FieldsOptions& options) {
   if (!OpenForm(options.file, {options.password, options.recover}, form, console)) return console.Finish();
   const std::vector<ZFormField> fields = form.Fields();
   const bool printed = Print(options.json ? JsonText(options.file, form.Document(), fields) : TableText(fields));
-  if (!printed) console.Fail("standard output cannot be written");
+  if (!printed) console.Fail(OutputFault());
   console.WarnAll(form.Document().Diagnostics());
   if (fields.empty()) console.Warn(WhyNoFields(form.Document()));
   return console.Finish();

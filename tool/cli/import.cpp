@@ -206,7 +206,9 @@ class Importer {
         const Chaine target = action == nullptr ? Chaine() : action->GetStringValue("/F");
         if (target.IsEmpty()) continue;
         field->GetAction()->SetURL(ZInetURL(target));
-        Say("the file system \"/URL\" to the address of the button \"" + name.ToString() + "\"");
+        Say("the address of the button \"" + name.ToString() +
+                "\", from a string to a file specification with \"/FS /URL\"",
+            "changed");
       }
     }
   }

@@ -41,8 +41,9 @@ constexpr size_t kHelpInFiles = 80;
 CLI::Option* AddOutput(CLI::App* command, std::string* output) {
   return command
       ->add_option("-o,--output", *output,
-                   "The output file, or \"-\" for standard output. The file is written under another name "
-                   "and then renamed, so it is never half written.")
+                   "The output file, or \"-\" for standard output. A new file is written under "
+                   "another name and then renamed, so it is never half written. A change to the "
+                   "input file itself is appended to it.")
       ->type_name("FILE");
 }
 
@@ -275,7 +276,7 @@ class CommandLine {
             ->add_option(
                 "--data", batch_.data,
                 "The table: CSV whose first line names the columns, JSON with one object on each line, or a JSON "
-                "list. Or the address of a PostgreSQL database, postgresql://..., whose rows --query names.")
+                "list. Or the address of a PostgreSQL database, postgresql://...; --query selects its rows.")
             ->type_name("FILE");
     CLI::Option* const query =
         command
@@ -301,7 +302,7 @@ class CommandLine {
     CLI::Option* resume = command->add_flag("--resume", batch_.resume, "Continue a batch that was interrupted.");
     command
         ->add_flag("--overwrite", batch_.overwrite,
-                   "Start from the beginning and replace files that have the name of a form.")
+                   "Start from the beginning, and replace existing files that have the name of a row's file.")
         ->excludes(resume);
     command
         ->add_option("--report", batch_.report,
@@ -325,14 +326,15 @@ class CommandLine {
             "may run on different machines at the same time.")
         ->type_name("I/N")
         ->check([](const std::string& text) {
-          return Shard().Parse(text) ? "" : "\"" + text + "\" is not I/N, such as 3/8";
+          if (Shard().Parse(text)) return std::string();
+          return "\"" + text + "\" is not I/N, such as 3/8: I is at least 1 and at most N, and " + "N is at most " +
+                 std::to_string(Shard::kMost);
         });
     CLI::Option* merge =
         command
-            ->add_option(
-                "--merge-reports", batch_.merged_reports,
-                "Fill nothing. Join these reports, one for each shard, to one report, in the file of --report or on "
-                "standard output.")
+            ->add_option("--merge-reports", batch_.merged_reports,
+                         "Fill no form. Join these reports, one for each shard, into one report. It is "
+                         "written to the file that --report names, or to standard output.")
             ->type_name("REPORT...");
     command->parse_complete_callback([this, file, data, out, merge] {
       for (const CLI::Option* option : {file, data}) {
@@ -460,9 +462,8 @@ class CommandLine {
         ->add_option("OBJECT", show_.object,
                      "The number of the object, and its generation if that is not 0; or \"trailer\".")
         ->required();
-    command->add_flag(
-        "--data", show_.data,
-        "Write the bytes of the object's stream as they are in the file: decrypted, but still compressed.");
+    command->add_flag("--data", show_.data,
+                      "Write the bytes of the object's stream to standard output: decrypted, but still compressed.");
     AddPassword(command, &show_.password);
     AddRecover(command, &show_.recover);
   }

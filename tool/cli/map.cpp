@@ -94,7 +94,7 @@ int RunMap(const MapOptions& options) {
   const std::string default_rubric = options.rubrics.size() == 1 ? ParseRubric(options.rubrics[0]).name : "";
   if (!ReadMaps(options.maps, section, default_rubric, mapper)) return kFailed;
   MapTable table(mapper, with_data, console);
-  if (!Print(table.Text(ReportFields(form)))) console.Fail("standard output cannot be written");
+  if (!Print(table.Text(ReportFields(form)))) console.Fail(OutputFault());
   console.WarnAll(form.Diagnostics());
   return console.Finish();
 }

@@ -63,7 +63,7 @@ int RunPermissions(const PermissionsOptions& options) {
   ZAcroForm form;
   if (!OpenForm(options.file, options.password, form, console, options.recover)) return console.Finish();
   if (!changes) {
-    if (!Print(FlagsText(form))) console.Fail("standard output cannot be written");
+    if (!Print(FlagsText(form))) console.Fail(OutputFault());
     return console.Finish();
   }
   if (!SetProtection(options, form, console)) return console.Finish();

@@ -47,7 +47,7 @@ std::string TextOf(const ZPDFNode& node) {
 }
 
 int PrintResult(const std::string& text, Console& console) {
-  if (!Print(text)) console.Fail("standard output cannot be written");
+  if (!Print(text)) console.Fail(OutputFault());
   return console.Finish();
 }
 

@@ -11,13 +11,13 @@ using Remedy = ZFormMessage::Remedy;
 
 const char* WordsOf(Remedy remedy) {
   switch (remedy) {
-    case Remedy::kForceFilling: return "; --force fills it anyway";
+    case Remedy::kForceFilling: return "; --force fills the form anyway";
     case Remedy::kForceWriting: return "; --force writes it anyway";
     case Remedy::kForceLosses: return ". --force writes the rest";
     case Remedy::kForceXFA: return "; --force removes it";
     case Remedy::kKeepXFA: return " (with --xfa keep it stays)";
     case Remedy::kRecover: return "; --recover reads the file";
-    case Remedy::kRecoverLosses: return ". --recover looks for it in the file, --force writes the rest";
+    case Remedy::kRecoverLosses: return ". --recover looks for them in the file, --force writes the rest";
     case Remedy::kNoRecovery: return "; --recover also finds no document in the file";
     case Remedy::kExportAll: return " (--all includes them)";
     case Remedy::kNone: break;

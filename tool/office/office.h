@@ -55,6 +55,8 @@ class Office {
   // The system's error when the port was not available; 0 otherwise.
   int StartError() const;
   ServerLog& Log() { return *log_; }
+  // Why the last access to the store failed.
+  std::string StoreError() const { return store_->LastError(); }
   // The address of the page that lists the forms.
   std::string Address() const;
 

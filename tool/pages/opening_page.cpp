@@ -35,7 +35,9 @@ class Session : public ZHTTPServerPageSession {
   void SendPage(ZHTTPSendResponse& response) override {
     if (Opens()) return SendForm(response);
     std::string list;
-    if (!FormList(*office_, reader_, *texts_, &list)) return Refuse(503, "the store cannot be read");
+    if (!FormList(*office_, reader_, *texts_, &list)) {
+      return Refuse(503, "the store cannot be read: " + office_->StoreError());
+    }
     response.SetHeader("Content-Security-Policy", PagePolicy("'self'", false));
     SendRawData(response, list, "text/html; charset=utf-8", Chaine());
   }

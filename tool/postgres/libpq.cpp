@@ -72,7 +72,9 @@ const Libpq* Libpq::Load(std::string* error) {
     void* const library = LoadLibpq(&result.error);
     if (library == nullptr) return result;
     const std::string missing = FindAll(library, &result.functions);
-    if (!missing.empty()) result.error = "the library libpq lacks " + missing;
+    if (!missing.empty()) {
+      result.error = "the library libpq lacks the function " + missing + ": install a newer version of it";
+    }
     return result;
   }();
   if (!loaded.error.empty()) *error = loaded.error;

@@ -25,7 +25,7 @@ std::unique_ptr<PostgresConnection> PostgresPool::Take(Deadline deadline, std::s
   {
     std::unique_lock lock(mutex_);
     if (!given_.wait_until(lock, deadline, [this] { return taken_ < most_; })) {
-      *error = "all connections to the database are in use";
+      *error = "all connections of this program to the database are in use";
       return nullptr;
     }
     taken_++;

@@ -21,7 +21,8 @@ constexpr std::chrono::seconds kPatience(10);
 constexpr std::chrono::hours kUpgradeTime(12);
 // How long data from the store is cached at most, since a server may have died before it announced a change.
 constexpr std::chrono::seconds kLongestKept(5);
-constexpr const char* kNoStore = "there is no store in this database";
+constexpr const char* kNoStore =
+    "there is no store in this database: it has no tables of zforms, which \"zforms serve\" creates";
 
 constexpr char kForm[] =
     R"(SELECT "transaction", code, token, folder, year, expected FROM forms WHERE "transaction" = $1::bigint)";

@@ -239,7 +239,7 @@ bool PostgresStore::Load(const std::function<bool(StoreSink& sink)>& fill) {
   if (!begun.IsDone()) return failure(begun);
   const PostgresResult any = connection->Run(kAny, {}, Clock::now() + kWait);
   if (!any.IsDone()) return failure(any);
-  if (any.Number(0, 0) != 0) return Fail("the store is not empty");
+  if (any.Number(0, 0) != 0) return Fail("the store is not empty: copy to a new or empty one");
   Sink sink(connection.get());
   if (!fill(sink)) return Fail(sink.Failure());
   const PostgresResult ended = connection->Run(std::string(kEnd), Clock::now() + kLoadTime);

@@ -70,7 +70,8 @@ bool HasStore(const std::string& folder, std::string* error) {
   const std::string file = PathIn(folder, kFile);
   std::error_code code;
   if (fs::exists(fs::path(std::u8string(file.begin(), file.end())), code)) return true;
-  *error = code ? code.message() : "there is no store in this folder";
+  *error = code ? code.message()
+                : "there is no store in this folder: it has no file zforms.db, which \"zforms serve\" creates";
   return false;
 }
 
@@ -97,7 +98,9 @@ bool SqliteStore::LockFolder(const std::string& folder, std::string* error) {
   const bool locked = sqlite3_open_v2(PathIn(folder, kLockFile).c_str(), &lock_, made, nullptr) == SQLITE_OK &&
                       sqlite3_exec(lock_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK;
   if (locked) return true;
-  *error = sqlite3_errcode(lock_) == SQLITE_BUSY ? "another server uses this data folder" : sqlite3_errmsg(lock_);
+  *error = sqlite3_errcode(lock_) == SQLITE_BUSY
+               ? "another zforms program, such as a server, uses this data folder: end it first"
+               : sqlite3_errmsg(lock_);
   return false;
 }
 

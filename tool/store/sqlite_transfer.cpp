@@ -73,7 +73,7 @@ bool SqliteStore::Load(const std::function<bool(StoreSink& sink)>& fill) {
   Sink sink(this);
   const bool is_empty = IsEmpty();
   if (is_empty && fill(sink) && Execute("COMMIT")) return true;
-  reason_ = is_empty ? sqlite3_errmsg(database_) : "the store is not empty";
+  reason_ = is_empty ? sqlite3_errmsg(database_) : "the store is not empty: copy to a new or empty one";
   if (sqlite3_get_autocommit(database_) == 0) Execute("ROLLBACK");
   return false;
 }

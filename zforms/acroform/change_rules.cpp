@@ -125,9 +125,11 @@ bool ZAcroFormSignature::Locks(const Chaine& name) const {
 Chaine ZAcroFormSignature::Describe() const {
   Chaine text = Certifies() ? Chaine("certifies, allows ") + AllowanceText(level) : Chaine("signs");
   for (const Lock& lock : locks) {
-    text += lock.which == Lock::kListed ? "; locks "
-            : lock.which == Lock::kAll  ? "; locks every field"
-                                        : "; locks every field but ";
+    const bool is_all = lock.which == Lock::kAll || (lock.which == Lock::kOthers && lock.fields.empty());
+    text += is_all                        ? "; locks every field"
+            : lock.which == Lock::kOthers ? "; locks every field except "
+            : lock.fields.empty()         ? "; locks no field"
+                                          : "; locks ";
     for (size_t i = 0; lock.which != Lock::kAll && i < lock.fields.size(); i++) {
       text += (i == 0 ? "\"" : ", \"") + lock.fields[i] + "\"";
     }
@@ -168,7 +170,7 @@ bool ZAcroFormChangeRules::HasLocks() const {
 Chaine ZAcroFormChangeRules::FaultOfFilling() const {
   for (const ZAcroFormSignature& signature : signatures_) {
     if (signature.level == ZAcroFormSignature::kNoChange) {
-      return "is certified by " + SignatureText(signature) + ", which allows no change";
+      return "the document is certified by " + SignatureText(signature) + ", which allows no change";
     }
   }
   return {};
@@ -184,7 +186,7 @@ Chaine ZAcroFormChangeRules::FaultOfFilling(const Chaine& name) const {
 Chaine ZAcroFormChangeRules::FaultOfDesigning() const {
   for (const ZAcroFormSignature& signature : signatures_) {
     if (!signature.Certifies()) continue;
-    return "is certified by " + SignatureText(signature) + ", which allows " +
+    return "the document is certified by " + SignatureText(signature) + ", which allows " +
            (signature.level == ZAcroFormSignature::kNoChange ? "" : "only ") + AllowanceText(signature.level);
   }
   return {};

@@ -68,9 +68,9 @@ class ZFORMS_API ZAcroFormChangeRules {
   // owner password.
   bool PermissionsForbidFilling() const { return permissions_forbid_filling_; }
 
-  // Each returns why a change is forbidden, such as "is certified by the signature ...", or an empty text when it is
-  // allowed. The first is about filling in the form as a whole, the second about filling in the field with that full
-  // name in UTF-8. The third is about other changes, such as new fields.
+  // Each returns why a change is forbidden, such as "the document is certified by the signature ...", or an
+  // empty text when it is allowed. The first is about filling in the form as a whole, the second about filling in the
+  // field with that full name in UTF-8. The third is about other changes, such as new fields.
   Chaine FaultOfFilling() const;
   Chaine FaultOfFilling(const Chaine& name) const;
   Chaine FaultOfDesigning() const;

@@ -30,7 +30,9 @@ void FieldTreeBuilder::Build(ZAcroFormFieldCollection& into, ZPDFNodeArray* arra
     std::unique_ptr<ZAcroFormField> field = Make(dictionary, array->GetDirectAt(i), parent);
     if (field == nullptr) continue;
     if (!into.Append(std::move(field))) {
-      Warn(array->GetDirectAt(i), "another field has the same name; both are filled with the same value");
+      const Chaine name = into.GetAt(into.Size() - 1)->FullNameUTF8();
+      Warn(array->GetDirectAt(i),
+           "another field has the same name, \"" + name + "\": both are filled with the same value");
     }
   }
 }
@@ -65,9 +67,9 @@ bool FieldTreeBuilder::Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* ele
     if (IsOnPath(dictionary))
       return Refuse(element, "the field is listed below itself in \"/Kids\"; this entry is left out");
     if (++repeated_ > seen_.Size() + kRepeatsAtLeast) {
-      return Refuse(element, "the field is listed too often and is left out");
+      return Refuse(element, "too many fields are listed more than once; this entry is left out");
     }
-    Warn(element, "the field is listed more than once");
+    Warn(element, "the field is listed more than once in \"/Fields\" or \"/Kids\"");
   }
   name_bytes_ += dictionary->StringText("/T").size() + NameLength();
   return name_bytes_ <= kMaxNameBytes ||
@@ -80,7 +82,7 @@ bool FieldTreeBuilder::IsOnPath(const ZPDFNodeDictionary* dictionary) const {
 }
 
 // Names the object in the warning when the element is a reference.
-void FieldTreeBuilder::Warn(const ZPDFNode* element, const char* text) {
+void FieldTreeBuilder::Warn(const ZPDFNode* element, const Chaine& text) {
   if (diagnostics_ == nullptr) return;
   if (const auto* reference = NodeCast<ZPDFNodeIndirectReference>(element)) {
     diagnostics_->WarnObject(reference->GetID().Number(), reference->GetID().Generation(), text);

@@ -59,7 +59,7 @@ class FieldTreeBuilder {
   size_t NameLength() const { return path_.empty() ? name_length_above_ : path_.back().name_length; }
   bool Admit(ZPDFNodeDictionary* dictionary, const ZPDFNode* element);
   bool IsOnPath(const ZPDFNodeDictionary* dictionary) const;
-  void Warn(const ZPDFNode* element, const char* text);
+  void Warn(const ZPDFNode* element, const Chaine& text);
   bool Refuse(const ZPDFNode* element, const char* reason);
 
   const ZAcroFormFormInfos* form_;

@@ -38,7 +38,7 @@ class Flattening {
     ChooseBelow(form_.Fields(), takes_all_, &found);
     for (const auto& [name, is_found] : found) {
       if (is_found) continue;
-      notes_->SetFailure("has no field named \"" + name + "\"");
+      notes_->SetFailure("no field is named \"" + name + "\"");
       return false;
     }
     return true;

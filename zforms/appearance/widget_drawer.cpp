@@ -217,7 +217,9 @@ bool WidgetDrawer::Report(const WidgetDrawing& drawing) {
     notes_->Warn(NameOf(widget) + "no font has the character " + CharacterName(missing[i]));
   }
   if (missing.size() > kMostNamed) {
-    notes_->Warn(NameOf(widget) + FormatUInt(missing.size() - kMostNamed) + " more of its characters are in no font");
+    const size_t more = missing.size() - kMostNamed;
+    notes_->Warn(NameOf(widget) + FormatUInt(more) +
+                 (more == 1 ? " more character is in no font" : " more characters are in no font"));
   }
   return missing.empty();
 }

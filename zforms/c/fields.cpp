@@ -95,7 +95,7 @@ zforms_status zforms_field_text(zforms_form* form, size_t index, zforms_field_pa
     if (part < ZFORMS_FIELD_NAME || part > ZFORMS_FIELD_STATE) return ZFORMS_ERROR_ARGUMENT;
     const std::string* const text = TextOf(field, part, n);
     if (text != nullptr) return CopyText(*text, buffer, size, length);
-    return Fail(form, ZFORMS_ERROR_NOT_FOUND, "field \"" + field.name + "\" has fewer texts of this kind");
+    return Fail(form, ZFORMS_ERROR_NOT_FOUND, "field \"" + field.name + "\" has no text of this kind at that index");
   });
 }
 
@@ -103,7 +103,7 @@ zforms_status zforms_get_widget(zforms_form* form, size_t index, size_t n, zform
   return WithField(form, index, [&](const ZFormField& field) {
     if (widget == nullptr) return ZFORMS_ERROR_ARGUMENT;
     if (n >= field.widgets.size()) {
-      return Fail(form, ZFORMS_ERROR_NOT_FOUND, "field \"" + field.name + "\" has fewer widgets");
+      return Fail(form, ZFORMS_ERROR_NOT_FOUND, "field \"" + field.name + "\" has no widget at that index");
     }
     const ZFormField::Widget& from = field.widgets[n];
     *widget = {from.page, from.left, from.bottom, from.right, from.top};

@@ -127,7 +127,9 @@ std::shared_ptr<const ValueRange> FieldScripts::RangeOf(const ZAcroFormField& fi
 
 std::string FieldScripts::Skipped() const {
   if (skipped_.empty()) return {};
-  std::string text = "these scripts use more than the common functions and were not run: ";
+  std::string text =
+      "the scripts of these fields were not run, because they do more than call a common "
+      "function, such as AFNumber_Format: ";
   for (size_t i = 0; i < std::min(skipped_.size(), kNamed); i++) text += (i == 0 ? "" : ", ") + skipped_[i];
   if (skipped_.size() > kNamed) text += " and " + std::to_string(skipped_.size() - kNamed) + " more";
   return text;

@@ -40,9 +40,8 @@ class ZFORMS_API FieldScripts {
   // The limits of the field's value; null for none.
   std::shared_ptr<const ValueRange> RangeOf(const ZAcroFormField& field) const;
 
-  // The note about scripts that format, check or compute fields and do more than call the common functions: `these
-  // scripts use more than the common functions and were not run: "a" (calculate), "b" (format) and 3 more`. Empty when
-  // there are none.
+  // The note about scripts that format, check or compute fields and do more than call the common functions. It ends
+  // with their fields, such as `"a" (calculate), "b" (format) and 3 more`. Empty when there are none.
   std::string Skipped() const;
 
   // The functions of the caller that Compute calls. Names are full names in UTF-8.

@@ -119,6 +119,7 @@ CsvReader::Stop CsvReader::ReadCell(std::string* text, std::string* fault) {
   if (surplus.empty() || !fault->empty()) return stop;
   *fault = "text follows the closing quote of a value";
   if (is_long) *fault += "; its opening quote is in line " + std::to_string(line);
+  *fault += "; inside a value, a quote is written as \"\"";
   return stop;
 }
 

@@ -87,7 +87,7 @@ class FDFObjects final : public IPDFObjectProvider {
         if (token == "trailer") {
           ReadTrailer();
         } else if (!IsOfXRef(token)) {
-          diagnostics_.WarnAt(offset, "no object begins with " + Quoted(Chaine(token)));
+          diagnostics_.WarnAt(offset, Quoted(Chaine(token)) + " is not the start of an object");
         }
         continue;
       }
@@ -174,7 +174,10 @@ class FDFReader {
     for (size_t i = 0; fields != nullptr && i < fields->Size() && count_ < kMaxFields; i++) {
       const auto* field = NodeCast<ZPDFNodeDictionary>(fields->GetTargetAt(i));
       if (field == nullptr) {
-        fault_ = "entry " + std::to_string(i + 1) + (above.empty() ? "" : " in \"" + above + "\"") + " is not a field";
+        const std::string list = depth == 0      ? "\"/Fields\""
+                                 : above.empty() ? "\"/Kids\" of a field without a name"
+                                                 : "\"/Kids\" of the field \"" + above + "\"";
+        fault_ = "entry " + std::to_string(i + 1) + " of " + list + " is not a field";
         return false;
       }
       if (!ReadField(*field, above, depth)) return false;
@@ -237,7 +240,7 @@ class FDFReader {
   void ReadRichText(const ZPDFNode& node, const std::string& name) {
     const bool is_text = NodeCast<ZPDFNodeString>(&node) != nullptr;
     if (is_text && data_->Fields().AddField(name).ValueRichText().FromChaine(Text(node))) return;
-    LeaveOut("the rich text of \"" + name + "\" is not XML in a string, and is left out");
+    LeaveOut("the rich text of \"" + name + "\" is not a string of well-formed XML, and is left out");
   }
 
   Chaine Text(const ZPDFNode& node) {
@@ -307,7 +310,7 @@ bool ReadFDF(const Chaine& bytes, ZXFDF* data, std::string* error) {
   FDFObjects objects(bytes);
   const ZPDFNodeDictionary* root = objects.Root();
   if (root == nullptr) {
-    *error = "not an FDF file: no root with \"/FDF\"";
+    *error = "the file has no catalog with an \"/FDF\" dictionary: it is damaged or not an FDF file";
     return false;
   }
   FDFEncoding encoding(*root);

@@ -103,7 +103,7 @@ void ZFieldRule::ReadKind(const ZAcroFormField& field) {
   } else if (type == ZAcroFormField::ePushButton) {
     why_not_filled_ = "the field is a push button, which has no value";
   } else if (NodeCast<ZPDFNodeDictionary>(field.Dico()->GetTarget("/V")) != nullptr) {
-    why_not_filled_ = "the value of the field is an object, such as a signature, which cannot be filled";
+    why_not_filled_ = "the value of the field is a dictionary, such as a signature, and cannot be replaced";
   } else if (HasNamedKids(field)) {
     why_not_filled_ = "the name is that of a group of fields, which has no value";
   }
@@ -222,7 +222,7 @@ bool ZFieldRule::Holds(const Chaine& value) const {
 void ZFieldRule::JudgeText(const Chaine& given, Verdict* verdict) const {
   const size_t count = max_length_ == 0 || given.size() <= max_length_ ? 0 : CharacterCount(given);
   if (count > max_length_) {
-    verdict->faults.push_back(Quoted(given) + " has " + FormatUInt(count) + " characters; the field takes " +
+    verdict->faults.push_back(Quoted(given) + " has " + FormatUInt(count) + " characters; the field takes at most " +
                               FormatUInt(max_length_));
     return;
   }
@@ -264,15 +264,15 @@ Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
     // All widgets of a field have one value (ISO 32000-1 12.7.3.2), so each of them must offer it.
     for (const auto& options : widget_options_) {
       if (options->BytesOf(choice) != nullptr) continue;
-      *fault =
-          Quoted(given) + " is not a choice in one of the field's widgets, which offers only " + options->Listing();
+      *fault = Quoted(given) + " is not a choice in every widget of the field: one offers only " + options->Listing();
       return {};
     }
     return choice;
   }
+  const bool is_several = match == ChoiceOptions::Match::kSeveral;
   *fault = Quoted(given) +
-           (match == ChoiceOptions::Match::kSeveral ? " is the text of several choices: give the export value of one"
-                                                    : " is not a choice of the field") +
+           (is_several ? " is the text of several choices of the field: give the export value of one"
+                       : " is not a choice of the field") +
            "; its choices are " + options_->Listing();
   return {};
 }
@@ -297,7 +297,10 @@ void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) c
       more_faults++;
     }
   }
-  if (more_faults > 0) verdict->faults.push_back(FormatUInt(more_faults) + " more values are not choices of the field");
+  if (more_faults == 1) verdict->faults.emplace_back("1 more value is not a choice of the field");
+  if (more_faults > 1) {
+    verdict->faults.push_back(FormatUInt(more_faults) + " more values are not choices of the field");
+  }
   verdict->values.assign(taken.begin(), taken.end());
   if (verdict->values.empty() && verdict->faults.empty()) verdict->values = {Chaine()};
   verdict->is_taken = !verdict->values.empty();

@@ -79,7 +79,9 @@ std::string FileNamePattern::Make(const ValueOf& value_of, std::string* error) c
     stem += *value + literals_[i + 1];
   }
   std::string name = SafeFileName(stem, kSuffix);
-  if (name.empty()) *error = "the file name is empty";
+  if (name.empty()) {
+    *error = "the file name is empty: its columns are empty or contain only spaces and dots";
+  }
   return name;
 }
 

@@ -26,11 +26,13 @@ FillingGuard::FillingGuard(const ZAcroForm& form, const GuardOptions& options, b
     : rules_(form), options_(options), saves_anew_(writes_anew || form.SavesAnew()) {}
 
 bool FillingGuard::AllowsFilling(ZFormMessages* messages) const {
-  if (rules_.PermissionsForbidFilling()) Warn(messages, "the permissions forbid filling in fields");
-  if (rules_.IsSigned() && saves_anew_) {
-    Warn(messages, Chaine("is signed and is written as a new file: ") + kNoneHolds);
-  }
   const Chaine fault = rules_.FaultOfFilling();
+  if (rules_.PermissionsForbidFilling() && (fault.IsEmpty() || options_.force)) {
+    Warn(messages, "the permissions forbid filling in fields; the form is filled anyway");
+  }
+  if (rules_.IsSigned() && saves_anew_) {
+    Warn(messages, Chaine("the document is signed and is written as a new file: ") + kNoneHolds);
+  }
   if (!options_.force) {
     if (!fault.IsEmpty()) Warn(messages, fault + ": nothing is filled", Remedy::kForceFilling);
     return fault.IsEmpty();
@@ -45,13 +47,15 @@ bool FillingGuard::AllowsFilling(ZFormMessages* messages) const {
 
 bool FillingGuard::AllowsDesigning(ZFormMessages* messages) const {
   Chaine fault = rules_.FaultOfDesigning();
-  if (fault.IsEmpty() && rules_.IsSigned() && saves_anew_) fault = Chaine("is signed, and in a new file ") + kNoneHolds;
+  if (fault.IsEmpty() && rules_.IsSigned() && saves_anew_) {
+    fault = "the document is signed, and its signatures would not be valid in the new file";
+  }
   if (fault.IsEmpty()) return true;
   if (!options_.force) {
     Add(messages, Severity::kFailure, fault, Remedy::kForceWriting);
     return false;
   }
-  Warn(messages, Chaine("is signed: ") + kNoneHolds);
+  Warn(messages, Chaine("the document is signed: ") + kNoneHolds);
   return true;
 }
 
@@ -73,11 +77,11 @@ void FillingGuard::SayWhatGoes(ZFormMessages* messages) const {
   }
   if (rules_.GetXFA() == XFA::kNone || options_.keep_xfa) return;
   if (!DropsXFA()) {
-    Warn(messages, "the XFA form is kept, because the document is signed: readers that know XFA show the old values",
+    Warn(messages, "the XFA form is kept, because the document is signed: viewers that support XFA show the old values",
          Remedy::kForceXFA);
     return;
   }
-  Add(messages, Severity::kNote, "the XFA form is removed: readers that know XFA would show the old values",
+  Add(messages, Severity::kNote, "the XFA form is removed: viewers that support XFA would show the old values",
       Remedy::kKeepXFA);
   if (rules_.IsSigned()) Warn(messages, kNoneHolds);
 }

@@ -87,8 +87,13 @@ void ZFormBatch::SayUnused(ZFormMessages* messages) {
     if (i == 0 && IsFileColumn(column)) continue;
     if (!unused_.insert(column).second) continue;
     const auto rule = filler_->RuleOf(column);
-    const Chaine near = rule == nullptr ? filler_->NearNamesOf(column) : Chaine(": the field cannot be filled");
-    const std::string text = "column \"" + column + "\" fills no field and is ignored" + near.ToString();
+    std::string text = "column \"" + column + "\" fills no field and is ignored";
+    if (rule == nullptr) {
+      text += filler_->NearNamesOf(column).ToString();
+    } else if (!rule->IsFillable()) {
+      const PTableau<Chaine> faults = rule->Judge({Chaine("x")}).faults;
+      if (!faults.empty()) text += ": " + faults.front().ToString();
+    }
     messages->push_back({Severity::kNote, About::kData, text});
   }
 }

@@ -25,9 +25,9 @@ bool ForbidsChanges(const ZPDFEncryption* encryption) {
 
 bool IsAllowed(const ZAcroForm& form, bool force, ZFormMessages* messages) {
   if (!ZAcroFormChangeRules(form).IsSigned()) return true;
-  constexpr const char* kFault = "flattening changes what was signed";
+  constexpr const char* kFault = "the document is signed, and flattening makes its signatures invalid";
   if (force) {
-    Add(messages, Severity::kWarning, Chaine(kFault) + ": the signatures are no longer valid");
+    Add(messages, Severity::kWarning, kFault);
   } else {
     Add(messages, Severity::kFailure, kFault, ZFormMessage::Remedy::kForceWriting);
   }
@@ -40,7 +40,7 @@ bool FlattenForm(ZAcroForm& form, const std::vector<std::string>& fields, const 
                  ZFormMessages* messages) {
   if (!IsAllowed(form, options.force, messages)) return false;
   if (ForbidsChanges(form.EncryptionLoad())) {
-    Add(messages, Severity::kWarning, "the permissions forbid changing the contents");
+    Add(messages, Severity::kWarning, "the permissions forbid changing the contents; the form is flattened anyway");
   }
   const FillingGuard guard(form, options);
   ZFormFlattener flattener(form);

@@ -34,8 +34,8 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   bool binary(binary_t&) override { return Fail("the object contains binary data"); }
 
   bool start_object(size_t) override {
-    if (in_list_) return Fail("a list contains an object");
-    if (depth_++ > kMaxDepth) return Fail("objects nested too deeply");
+    if (in_list_) return FailInList("an object");
+    if (depth_++ > kMaxDepth) return Fail("objects are nested too deeply");
     starts_.push_back(prefix_.size());
     if (depth_ > 1) prefix_ += key_ + ".";
     return true;
@@ -53,7 +53,7 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   }
   bool start_array(size_t) override {
     if (depth_ == 0) return Fail("the row is a list, not an object");
-    if (in_list_) return Fail("a list contains a list");
+    if (in_list_) return FailInList("a list");
     in_list_ = true;
     list_started_ = false;
     return true;
@@ -89,6 +89,10 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
   bool Fail(std::string error) {
     error_ = std::move(error);
     return false;
+  }
+  bool FailInList(const char* what) {
+    return Fail("the list \"" + prefix_ + key_ + "\" contains " + what +
+                "; its elements must be simple values such as texts and numbers");
   }
   bool AddText(std::string text) {
     Cell cell;
@@ -283,10 +287,10 @@ bool JsonReader::BeginsElement() {
   }
   if (is_list_ && may_end && source_.Peek() == ']') {
     source_.Consume(1);
-    return SkipBlanks() ? Fail("text follows the list") : false;
+    return SkipBlanks() ? Fail("text follows the end of the list") : false;
   }
   if (source_.Peek() == '{') return true;
-  return Fail(is_list_ ? "an element of the list is not an object" : "text follows an object");
+  return Fail(is_list_ ? "an element of the list is not an object" : "the text after an object is not another object");
 }
 
 // Reads one object, or the rest of the text when the object does not end. False when the object is too long.

@@ -49,7 +49,7 @@ bool ZPDFForwardReader::PassKeyless(int depth) {
   ZPDFNode* const value = Value(depth + 1);
   if (value == nullptr) return PassStray();
   ZPDFNode::Destroy(value);
-  Warn("a dictionary holds a value without a key, which is left out");
+  Warn("a dictionary holds a value without a key; the value is left out");
   return true;
 }
 
@@ -136,7 +136,7 @@ ZPDFNode* ZPDFForwardReader::Word() {
     return ZPDFNodeNull::Default();
   }
   const bool reads_as_number = Is(word.back(), kDigit);
-  WarnOfName(word, reads_as_number ? "is not a number" : "is not a word of PDF");
+  WarnOfName(word, reads_as_number ? "is not a number" : "is not a PDF keyword");
   if (reads_as_number) return MakeNumber(word);
   // Keeps the keyword only when all its characters can be written unchanged.
   return SkipClass(start, end, kPlainName) == end ? MakeKeyword(word) : ZPDFNodeNull::Default();

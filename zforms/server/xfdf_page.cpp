@@ -112,7 +112,9 @@ bool ZHTTPServerPageXFDFSession::SetFullRequest(ZHTTPReadRequest& request) {
     }
     if (!Read(request.Body())) return false;
   }
-  if (!IsInError() && !xfdf_.HasIDS()) Refuse(409, "not an XFDF document with the identifiers of a form");
+  if (!IsInError() && !xfdf_.HasIDS()) {
+    Refuse(409, "the submission is not an XFDF document or has no file identifiers (\"ids\")");
+  }
   if (!IsInError() && !xfdf_.HasPDFHRef()) {
     ZInetURL href;
     href.SetProtocol("http");

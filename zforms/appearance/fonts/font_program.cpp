@@ -60,7 +60,7 @@ const char* LicenceFault(std::string_view os2) {
   constexpr size_t kTypeAt = 8;
   const uint32_t type = U16At(os2, kTypeAt);
   if ((type & 0xF) == 0x2) return "its licence forbids embedding";
-  if ((type & 0x100) != 0) return "its licence forbids embedding a part of it";
+  if ((type & 0x100) != 0) return "its licence forbids embedding a subset of the font";
   if ((type & 0x200) != 0) return "its licence allows embedding only bitmaps";
   return "";
 }
@@ -93,7 +93,7 @@ Chaine CodesToIndices(const std::vector<uint32_t>& glyphs, const std::vector<uin
 std::shared_ptr<const FontProgram> FontProgram::Open(const ZFontFile& file, Chaine* fault) {
   const Blob blob(OpenFontBytes(file.path));
   if (blob == nullptr || file.face >= hb_face_count(blob.get())) {
-    *fault = "is not a font file";
+    *fault = blob == nullptr ? "cannot be read" : "is not a font file";
     return nullptr;
   }
   const std::shared_ptr<FontProgram> program(new FontProgram);

@@ -30,7 +30,7 @@ ZPDFObjectStream::ZPDFObjectStream(const ZPDFNodeStream& stream, size_t limit) {
   decoded_ = decoded.produced;
   text_ = std::move(decoded.data);
   damaged_ = !decoded.fault.IsEmpty();
-  if (damaged_) fault_ = "the object stream is damaged: " + decoded.fault;
+  if (damaged_) fault_ = "the object stream cannot be read completely: " + decoded.fault;
   const ZPDFNodeDictionary& dictionary = *stream.Dico();
   const auto* extends = NodeCast<ZPDFNodeIndirectReference>(dictionary.GetDirect("/Extends"));
   if (extends != nullptr) extends_ = extends->GetID().Number();

@@ -98,10 +98,10 @@ uint32_t ZPDFPageTree::Walk(const ZPDFNodeDictionary& node, const ZPDFNode* stor
 void ZPDFPageTree::CheckCount(const ZPDFNodeDictionary& node, const ZPDFNode* stored, uint32_t count) {
   const std::optional<int64_t> stated = StatedCount(node);
   if (stated == count) return;
-  const std::string states = stated ? "states " + std::to_string(*stated) + (*stated == 1 ? " page, " : " pages, ")
-                                    : "is missing or not a number, ";
-  Oddity(stored,
-         "\"/Count\" of the page tree " + states + std::to_string(count) + (count == 1 ? " is found" : " are found"));
+  const std::string states = stated ? "states " + std::to_string(*stated) + (*stated == 1 ? " page; " : " pages; ")
+                                    : "is missing or not a number; ";
+  Oddity(stored, "\"/Count\" of this node of the page tree " + states + std::to_string(count) +
+                     (count == 1 ? " page is found" : " pages are found"));
 }
 
 void ZPDFPageTree::Fault(const ZPDFNode* stored, const Chaine& what) {

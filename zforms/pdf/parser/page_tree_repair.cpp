@@ -196,7 +196,8 @@ bool RepairPageTree(ZPDFParser& parser, ZDiagnostics& notes, bool* lost_pages) {
   [[maybe_unused]] const ZPDFPageTree told(*parser.Root(), &notes);  // adds the faults to the notes
   const uint32_t adopted = std::max(repair.Run(), tree.PageCount()) - tree.PageCount();
   *lost_pages = repair.HasLostPages();
-  const Chaine came = FormatUInt(adopted) + (adopted == 1 ? " page" : " pages") + " that it did not contain were added";
+  const Chaine came = FormatUInt(adopted) + (adopted == 1 ? " page that it did not contain was added"
+                                                          : " pages that it did not contain were added");
   notes.Warn("the page tree was repaired" + (adopted == 0 ? Chaine() : ": " + came));
   return true;
 }

@@ -212,7 +212,8 @@ ZPDFNodeIndirectObject* ZPDFParser::GetObject(const ZPDFObjectIdentifier& id) {
 
 ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, uint32_t offset) {
   if (offset >= raw_data_.size()) {
-    diagnostics_.WarnObject(id.Number(), id.Generation(), "the offset is past the end of the file", offset);
+    diagnostics_.WarnObject(id.Number(), id.Generation(),
+                            "the cross-reference table gives this object an offset past the end of the file", offset);
     return nullptr;
   }
   const size_t reach = file_.search_budget == 0 ? kShortSearch : raw_data_.size() - offset;
@@ -237,8 +238,8 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   } else if (has_number) {
     WarnOfGeneration(id, head->id.Generation());
   } else {
-    diagnostics_.WarnObject(id.Number(), id.Generation(), "the cross-reference table does not point to the object",
-                            begin);
+    diagnostics_.WarnObject(id.Number(), id.Generation(),
+                            "this object is not at the offset that the cross-reference table gives", begin);
   }
   const uint64_t looked_at = text.Offset() - offset + text.SearchedInVain();
   file_.SpendSearched(looked_at);

@@ -40,7 +40,8 @@ bool ZPDFParser::TakesGeneration(ZPDFObjectLocation& location, const ZPDFObjectI
 
 void ZPDFParser::WarnOfGeneration(const ZPDFObjectIdentifier& listed, uint32_t generation) {
   diagnostics_.WarnObject(listed.Number(), listed.Generation(),
-                          "the header of this object has the generation " + FormatUInt(generation));
+                          "the header of this object has the generation " + FormatUInt(generation) +
+                              ", the cross-reference table gives another one");
 }
 
 size_t ZPDFParser::UnlistedAtEnd() const {

@@ -166,8 +166,12 @@ bool ZPDFRecovery::Rebuild(const Chaine& reason) {
   parser_.file_.recovered = true;
   parser_.trailer_->SetValue("/Size", parser_.locations_.HighestNumber() + 1);
   parser_.trailer_->SetModified(false, true);
-  parser_.diagnostics_.Warn("the file is damaged (" + reason + "): its cross-reference table was rebuilt from " +
-                            FormatUInt(parser_.locations_.Size()) + " objects found by a scan of the file" +
+  // Leaves out what is not true of a file that could be read.
+  constexpr std::string_view kNotPDF = "not a PDF file: ";
+  const Chaine why = reason.Mid(reason.View().starts_with(kNotPDF) ? kNotPDF.size() : 0);
+  const size_t count = parser_.locations_.Size();
+  parser_.diagnostics_.Warn("the file is damaged (" + why + "): its cross-reference table was rebuilt from " +
+                            FormatUInt(count) + (count == 1 ? " object" : " objects") + " found by a scan of the file" +
                             about_header);
   return true;
 }
@@ -179,7 +183,10 @@ bool ZPDFRecovery::SettleHeader(const Chaine& reason, Chaine* said) {
   const size_t header = file.find("%PDF-");
   const bool has_objects = header != 0 && !ScanFile(file.substr(0, header)).objects.empty();
   if (header != std::string_view::npos && !has_objects) {
-    if (header > 0) *said = "; " + FormatUInt(header) + " bytes before the header are left out";
+    if (header > 0) {
+      *said = "; " + FormatUInt(header) +
+              (header == 1 ? " byte before the header is left out" : " bytes before the header are left out");
+    }
     parser_.raw_data_ = parser_.raw_data_.Mid(header);
     return true;
   }

@@ -63,10 +63,9 @@ uint32_t ZPDFSectionChain::PreviousSection(const ZPDFNodeDictionary& trailer, ui
   if (NodeCast<ZPDFNodeNumeric>(previous) != nullptr) return previous->GetUIntValue();
   const bool is_reference = NodeCast<ZPDFNodeIndirectReference>(previous) != nullptr;
   parser_.diagnostics_.WarnAt(
-      offset,
-      is_reference
-          ? "\"/Prev\" of this section's trailer is a reference; it must be a number, and older sections are not read"
-          : "\"/Prev\" of this section's trailer is not a number; older sections are not read");
+      offset, is_reference ? "\"/Prev\" of this cross-reference section is a reference instead of a number; "
+                             "older sections are not read"
+                           : "\"/Prev\" of this cross-reference section is not a number; older sections are not read");
   return 0;
 }
 
@@ -107,7 +106,8 @@ void ZPDFSectionChain::ReadHybridPart(const ZPDFTokenizedString& file, const ZPD
   if (sections_.contains(offset)) return;
   sections_.insert(offset);
   if (place == nullptr || ReadXrefStream(file, offset, &reason) == nullptr) {
-    parser_.diagnostics_.WarnAt(offset, "\"/XRefStm\" of this hybrid file is not used: " + reason);
+    parser_.diagnostics_.WarnAt(place == nullptr ? ZDiagnostics::kNoOffset : offset,
+                                "\"/XRefStm\" of this hybrid-reference file is not used: " + reason);
   } else {
     parser_.locations_.MakeFreeOldest(first_record, last_record);
   }
@@ -122,7 +122,7 @@ bool ZPDFSectionChain::Read(uint32_t offset) {
     std::unique_ptr<ZPDFNodeDictionary> trailer = ReadSection(file, offset, &reason);
     if (trailer == nullptr && parser_.trailer_ == nullptr) return parser_.Fail(reason);
     if (trailer == nullptr) {
-      parser_.diagnostics_.WarnAt(offset, "an older cross-reference section cannot be read: " + reason);
+      parser_.diagnostics_.WarnAt(offset, "older cross-reference sections are not used: " + reason);
       break;
     }
     parser_.file_.section_count++;
@@ -131,7 +131,10 @@ bool ZPDFSectionChain::Read(uint32_t offset) {
     if (parser_.trailer_ == nullptr) parser_.trailer_ = std::move(trailer);
     if (offset == 0) break;
     if (sections_.contains(offset) || parser_.file_.search_budget == 0) {
-      parser_.diagnostics_.WarnAt(offset, "the chain of cross-reference sections forms a loop");
+      parser_.diagnostics_.WarnAt(offset, sections_.contains(offset)
+                                              ? "the chain of cross-reference sections forms a loop"
+                                              : "too many bytes were read for newer cross-reference sections; "
+                                                "this section and older ones are not read");
       break;
     }
   }

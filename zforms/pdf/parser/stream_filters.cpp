@@ -19,7 +19,7 @@
 namespace zforms {
 namespace {
 
-constexpr std::string_view kTooLarge = "its data is larger than the limit";
+constexpr std::string_view kTooLarge = "its decoded data is larger than zforms allows";
 constexpr std::string_view kDamaged = "its compressed data is damaged";
 // Messages show at most this many bytes of the name of an unsupported filter.
 constexpr size_t kShownName = 40;

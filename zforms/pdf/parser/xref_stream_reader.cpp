@@ -83,7 +83,9 @@ std::unique_ptr<ZPDFNodeDictionary> ZPDFXrefStreamReader::Read(size_t offset, IP
     reason_ = "the cross-reference stream cannot be read: " + decoded.fault;
     return nullptr;
   }
-  if (!decoded.fault.IsEmpty()) Warn(decoded.fault);
+  if (!decoded.fault.IsEmpty()) {
+    Warn("the cross-reference stream cannot be read completely: " + decoded.fault);
+  }
   if (!ReadRecords(*stream->Dico(), decoded.data, locations)) return nullptr;
   return TrailerOf(*stream->Dico(), provider);
 }
@@ -108,7 +110,7 @@ bool ZPDFXrefStreamReader::ReadWidths(const ZPDFNodeDictionary& dictionary) {
 bool ZPDFXrefStreamReader::ReadRecords(const ZPDFNodeDictionary& dictionary, std::string_view data,
                                        ZPDFLocations& locations) {
   if (!ReadWidths(dictionary)) {
-    reason_ = "the cross-reference stream has no record widths (\"/W\")";
+    reason_ = "the cross-reference stream has no valid field widths (\"/W\")";
     return false;
   }
   bool whole = true;
@@ -122,7 +124,9 @@ bool ZPDFXrefStreamReader::ReadRecords(const ZPDFNodeDictionary& dictionary, std
     whole = IsNumber(first) && IsNumber(count) &&
             ReadSubsection(first->GetUIntValue(), count->GetUIntValue(), &data, locations);
   }
-  if (!whole) Warn("the cross-reference stream has fewer records than its dictionary states");
+  if (!whole) {
+    Warn("not all entries of the cross-reference stream can be read: its data, \"/Index\" or \"/Size\" is damaged");
+  }
   return true;
 }
 

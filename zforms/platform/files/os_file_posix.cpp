@@ -41,7 +41,7 @@ bool StatOf(const Chaine& path, struct stat* facts) {
 
 std::string LastSystemError() {
   // The memory to write cannot be read: only the memory of a mapped file can become unreadable.
-  if (errno == EFAULT) return "a file became shorter while it was read";
+  if (errno == EFAULT) return "an input file became shorter while it was read";
   return std::generic_category().message(errno);
 }
 

@@ -32,7 +32,10 @@ Chaine ZTempFolder::PathOf(const Chaine& name) const {
 Chaine ZTempFolder::Write(const Chaine& name, const Chaine& bytes, std::string* error) const {
   const Chaine path = PathOf(name);
   if (path.IsEmpty()) {
-    if (error != nullptr) *error = path_.IsEmpty() ? "no folder for temporary files was found" : "is not a file name";
+    if (error != nullptr) {
+      *error = path_.IsEmpty() ? "the folder for temporary files could not be created"
+                               : "the name cannot be used as a file name";
+    }
     return {};
   }
   return ReplaceFile(path, bytes, error) ? path : Chaine();

@@ -101,7 +101,7 @@ class TimedSocket {
 bool AskHTTP(const ZInetURL& url, const Chaine& method, const Chaine& content_type, const Chaine& body,
              ZHTTPAnswer* answer, std::string* error, std::chrono::seconds time) {
   if (url.Protocol() != "http" || url.Server().IsEmpty()) {
-    *error = "not an http URL";
+    *error = "the address must begin with \"http://\" and name a server";
     return false;
   }
   boost::system::error_code code;

@@ -39,6 +39,7 @@ class ZHTTPServer::Host : public IHTTPEngineHost {
       failure = Chaine("the page failed: ") + error.what();
       response = std::make_unique<ZHTTPSendResponse>();
     } catch (...) {
+      failure = "the page failed with an exception of an unknown type";
       response = std::make_unique<ZHTTPSendResponse>();
     }
     const bool sound = response->IsComplete() && response->Status() >= 200 && response->Status() <= 599;

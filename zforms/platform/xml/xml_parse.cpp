@@ -102,8 +102,11 @@ class ZXMLParser {
       if (node->kind == ZXMLNode::Kind::kElement) roots++;
       if (node->kind == ZXMLNode::Kind::kText || node->kind == ZXMLNode::Kind::kCData) has_text = true;
     }
-    if (roots != 1) return Fail(roots == 0 ? "there is no root element" : "there is more than one root element");
-    if (has_text) return Fail("there is text outside the root element");
+    if (roots != 1) {
+      return Fail(roots == 0 ? "the XML document has no root element"
+                             : "the XML document has more than one root element");
+    }
+    if (has_text) return Fail("the XML document has text outside the root element");
     return document;
   }
 

@@ -45,7 +45,7 @@ ZXFDFMapStoragePDF::ZXFDFMapStoragePDF(const ZAcroForm& form, const Chaine& defa
 
 void ZXFDFMapStoragePDF::ReadForm(const ZAcroForm& form, const Chaine& default_rubric) {
   if (!IsReadable(form)) {
-    last_error_ = "there is no document that can be read";
+    last_error_ = "no document is loaded";
     return;
   }
   for (const FormField& field : ExportedFields(form)) {
@@ -60,7 +60,8 @@ ZXFDFMapStorageIni::ZXFDFMapStorageIni(const Chaine& path, const Chaine& section
   if (!file.Open(path)) {
     last_error_ = file.LastError();
   } else if (!file.SectionExist(section)) {
-    last_error_ = "there is no section [" + section.ToString() + "]";
+    last_error_ = file.SectionNames().empty() ? "the file has no section (a line such as [Map])"
+                                              : "there is no section [" + section.ToString() + "]";
   } else {
     lines_ = file.Section(section);
   }
