@@ -222,7 +222,7 @@ FORM_DATA = [
     ("two of a name, alike", form_data("<</T(adherent.nom)/V(A)>><</T(adherent)/Kids[<</T(nom)/V(A)>>]>>"), {NAME: "A"}),
     ("a number as a value", form_data("<</T(adherent.pays)/V 5>>"), ({}, "is neither text nor a name")),
     ("rich text alone", form_data("<</T(adherent.nom)/RV(<?xml version=\"1.0\"?><body><p>A</p></body>)>>"), {NAME: "A"}),
-    ("rich text that is none", form_data("<</T(adherent.nom)/RV(<body>)>>"),
+    ("rich text that is not XML", form_data("<</T(adherent.nom)/RV(<body>)>>"),
      ({}, "is not a string of well-formed XML")),
     ("no name", form_data("<</V(A)>>"), ({}, 'a field without a name ("/T")')),
 ]
