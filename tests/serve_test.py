@@ -459,9 +459,9 @@ def test_refused_at_the_start(folder):
              for data in (empty, damaged, foreign)]
     cases += [(["serve", "--port", "0", "--data", str(data)], said)
               for data, said in ((damaged, "not a database"), (foreign, "zforms.db"))]
-    for number, (line, said) in enumerate((("port=99999", '"port" is'), ("port=abc", '"port" is'), ("folder=-3", '"folder" is'),
-                                           ("folder=12abc", '"folder" is'), ("year=20x25", '"year" is'), ("log=JSON", '"log" is'),
-                                           ("template=x", 'no setting "template"'), ("app=..", '"app" is'),
+    for number, (line, said) in enumerate((("port=99999", '"port" must be'), ("port=abc", '"port" must be'), ("folder=-3", '"folder" must be'),
+                                           ("folder=12abc", '"folder" must be'), ("year=20x25", '"year" must be'), ("log=JSON", '"log" must be'),
+                                           ("template=x", 'no setting "template"'), ("app=..", '"app" must be'),
                                            ("[server]", "no section [Server]"))):
         config = folder / f"{number}.ini"
         config.write_text(line if line.startswith("[") else f"[Server]\n{line}\n")

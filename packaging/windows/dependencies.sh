@@ -3,13 +3,16 @@
 #
 #   packaging/windows/dependencies.sh CPU PLACE     (CPU: x86_64 or i686)
 #
-# The libraries go to PLACE/CPU, what was fetched to PLACE/archives. Does nothing when they are built already.
+# The libraries go to PLACE/CPU. The archives are kept below $XDG_CACHE_HOME or ~/.cache, for all checkouts of this
+# machine, as are the results of the compiler when ccache is installed. Does nothing when the libraries are built already.
 set -euo pipefail
 cpu=$1
 place=$(realpath -m "$2")
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 prefix=$place/$cpu
+archives=${XDG_CACHE_HOME:-$HOME/.cache}/zforms-windows
 jobs=${JOBS:-$(nproc)}
+export CCACHE_BASEDIR=$place CCACHE_NOHASHDIR=1
 
 fail() {
   printf 'dependencies: %s\n' "$*" >&2
@@ -18,7 +21,7 @@ fail() {
 
 # Fetches one archive unless it is there with the right checksum.
 fetch() {
-  local sum=$1 address=$2 file=$place/archives/${2##*/}
+  local sum=$1 address=$2 file=$archives/${2##*/}
   if ! sha256sum --check --status <<<"$sum  $file" 2>/dev/null; then
     printf 'dependencies: fetching %s\n' "$address"
     curl --fail --silent --show-error --location --retry 3 --max-time 300 --output "$file.part" "$address" ||
@@ -33,9 +36,9 @@ unpack() {
   local name=$1 tree=$place/sources/$1 patch
   shift
   rm -rf "$tree" && mkdir -p "$tree"
-  tar --extract --strip-components=1 --directory="$tree" --file="$place/archives/$1"
+  tar --extract --strip-components=1 --directory="$tree" --file="$archives/$1"
   [ $# -gt 1 ] || return 0
-  tar --extract --directory="$tree" --file="$place/archives/$2" debian/patches
+  tar --extract --directory="$tree" --file="$archives/$2" debian/patches
   while read -r patch _; do
     [[ -n $patch && $patch != \#* && " ${*:3} " != *" $patch "* ]] || continue
     patch --directory="$tree" --strip=1 --silent --force --input="debian/patches/$patch" ||
@@ -52,7 +55,7 @@ amalgamate_sqlite() {
 unpack_all() {
   local name sum address left_out names=()
   declare -A files=()
-  mkdir -p "$place/archives"
+  mkdir -p "$archives" "$place"
   while read -r name sum address left_out; do
     [[ -n $name && $name != \#* ]] || continue
     fetch "$sum" "$address"

@@ -122,7 +122,7 @@ TEST(MapStorage, SectionsOfAnIniFile) {
   } kCases[] = {
       {"s", "", "z=Client.Name a=Town b= f[0].x=Client.a.b ", ""},
       {"s", "Place", "z=Client.Name a=Place.Town b= f[0].x=Client.a.b ", ""},
-      {"S", "", "", "there is no section [S]"},
+      {"S", "", "", "the file has no section [S]"},
   };
   for (const auto& c : kCases) {
     ZXFDFMapStorageIni storage(path, c.section, c.default_rubric);

@@ -96,9 +96,7 @@ void BatchPlan::TakeMap(const ZXFDFMapper& mapper, const ZFormField& report, con
   const std::string full = reference.rubric.ToString() + "." + reference.field.ToString();
   BatchField field{report.name, filler_->RuleOf(report.name), reference.field.ToString(), full, false, {}};
   if (field.rule == nullptr || !field.rule->IsFillable()) {
-    const PTableau<Chaine> faults =
-        field.rule == nullptr ? PTableau<Chaine>() : field.rule->Judge({Chaine("x")}).faults;
-    const std::string why = faults.empty() ? "" : ": " + faults.front().ToString();
+    const std::string why = field.rule == nullptr ? "" : ": " + field.rule->WhyNotFilled().ToString();
     console.Warn("the maps name field \"" + field.name + "\", which cannot be filled" + why);
     return;
   }
@@ -184,8 +182,7 @@ std::string BatchPlan::WhyUnused(const std::string& name) const {
   if (mapped_) return what;
   const std::shared_ptr<const ZFieldRule> rule = filler_->RuleOf(name);
   if (rule == nullptr) return what + filler_->NearNamesOf(name).ToString();
-  const ZFieldRule::Verdict verdict = rule->Judge({Chaine("x")});
-  return rule->IsFillable() || verdict.faults.empty() ? what : what + ": " + verdict.faults.front().ToString();
+  return rule->IsFillable() ? what : what + ": " + rule->WhyNotFilled().ToString();
 }
 
 }  // namespace zforms::tool

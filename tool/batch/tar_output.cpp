@@ -72,8 +72,8 @@ bool TarOutput::Put(std::string_view bytes, BatchFault* fault) {
   return false;
 }
 
-bool TarOutput::Pad(uint64_t size, BatchFault* fault) {
-  const std::string zeros((size - written_ % size) % size, '\0');
+bool TarOutput::Pad(size_t size, BatchFault* fault) {
+  const std::string zeros((size - static_cast<size_t>(written_ % size)) % size, '\0');
   return Put(zeros, fault);
 }
 

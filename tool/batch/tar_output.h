@@ -27,7 +27,7 @@ class TarOutput final : public BatchOutput {
  private:
   bool Put(std::string_view bytes, BatchFault* fault);
   // Writes zero bytes up to a multiple of `size`.
-  bool Pad(uint64_t size, BatchFault* fault);
+  bool Pad(size_t size, BatchFault* fault);
 
   std::FILE* to_;
   uint64_t written_ = 0;

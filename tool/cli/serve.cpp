@@ -89,7 +89,7 @@ class PlanMaker {
     plan.scripts = Choice(options_.scripts, "scripts", true);
     plan.draw = Choice(options_.draw, "draw", false);
     plan.submissions = Choice(options_.submissions, "submissions", true);
-    plan.office.port = Number(options_.port, "port", kDefaultPort, "a port: 0 to 65535");
+    plan.office.port = Number(options_.port, "port", kDefaultPort, "a port number from 0 to 65535");
     plan.office.folder = Number(options_.folder, "folder", uint64_t{1}, "a number");
     if (plan.office.folder == 0) Refuse("folder", "0", "a number other than 0");
     if (options_.year || lines_.HasNamedLine("year")) plan.year = Number(options_.year, "year", 0, "a number");
@@ -100,7 +100,7 @@ class PlanMaker {
 
  private:
   void Refuse(const std::string& name, const std::string& value, const char* wanted) {
-    if (reason_.empty()) reason_ = "\"" + name + "\" is " + wanted + ", not \"" + value + "\"";
+    if (reason_.empty()) reason_ = "\"" + name + "\" must be " + wanted + ", not \"" + value + "\"";
   }
   // Refuses unknown names of settings: for a misspelt name, the default would be used without notice.
   void CheckNames() {
@@ -109,7 +109,8 @@ class PlanMaker {
     for (size_t i = 0; i < lines_.GetNamedLinesNB(); i++) {
       const std::string_view name = lines_.GetLineName(i);
       const bool known = std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
-      if (!known && reason_.empty()) reason_ = "there is no setting \"" + std::string(name) + "\"";
+      if (!known && reason_.empty())
+        reason_ = "section [" + std::string(kSection) + "] has no setting \"" + std::string(name) + "\"";
     }
   }
   // True when the text can be the application's name, which is a segment in the paths of URLs.
@@ -151,7 +152,7 @@ bool MakePlan(const ServeOptions& options, Plan* plan) {
     return false;
   }
   if (!options.config.empty() && !config.SectionExist(kSection)) {
-    console.Fail(std::string("there is no section [") + kSection + "]");
+    console.Fail(std::string("the file has no section [") + kSection + "]");
     return false;
   }
   const ZIniFileSection lines = config.Section(kSection);

@@ -101,7 +101,7 @@ bool ReadMaps(const std::string& path, const std::string& section, const std::st
   if (section.empty() && ini.Open(path) && !ini.SectionNames().empty()) {
     std::string names;
     for (const Chaine& name : ini.SectionNames()) names += (names.empty() ? "" : ", ") + name.ToString();
-    console.Fail("the file has several sections, choose one with --section: " + names);
+    console.Fail("the file has several sections; choose one with --section: " + names);
   } else {
     console.Fail(storage.LastError());
   }

@@ -23,8 +23,8 @@ bool CheckFile(ZAcroForm& form, Console& console) {
   LoadAll(parser);
   const uint32_t size = parser.TrailerDico()->GetUIntValue("/Size");
   if (size != parser.ObjectLocations().HighestNumber() + 1) {
-    console.Warn("\"/Size\" of the trailer is " + std::to_string(size) + ", the highest object number is " +
-                 std::to_string(parser.ObjectLocations().HighestNumber()));
+    console.Warn("\"/Size\" of the trailer is " + std::to_string(size) + "; it should be " +
+                 std::to_string(parser.ObjectLocations().HighestNumber() + 1) + ", the highest object number plus 1");
   }
   if (const size_t count = parser.UnlistedAtEnd(); count > 0) {
     console.Warn(std::to_string(count) +

@@ -85,7 +85,7 @@ std::vector<std::string> CheckTemplate(const Chaine& path) {
 }
 
 std::vector<std::string> CheckTemplate(const ZAcroFormServerForm& form) {
-  if (!form.IsValid()) return {"is a document without form fields"};
+  if (!form.IsValid()) return {"has no form fields"};
   std::vector<std::string> faults;
   if (form.Parser()->IDOriginal().IsEmpty()) {
     faults.emplace_back("has no file identifier (\"/ID\"): submissions are refused");

@@ -283,7 +283,8 @@ void Office::TakeOut(uint64_t transaction, const Out& out) {
 
 SharedForms::Found Office::TakeUp(SharedForms::Found found, const OpenedForm& form) {
   if (found == SharedForms::Found::kYes) TakeOut(form.transaction, {form.code, form.token, form.folder, form.year});
-  if (found == SharedForms::Found::kFailure) log_->Event("error", "a form could not be found: " + store_->LastError());
+  if (found == SharedForms::Found::kFailure)
+    log_->Event("error", "a form cannot be looked up in the store: " + store_->LastError());
   return found;
 }
 
@@ -336,7 +337,7 @@ bool Office::FillFromRubrics(const Chaine& code, ZAcroFormServer::XFDFBuilder& b
   std::map<std::string, ZFieldSet> sets;
   Store::Rubrics rubrics;
   if (!store_->ReadRubrics(&rubrics)) {
-    log_->Event("error", "a form could not be filled: " + store_->LastError());
+    log_->Event("error", "the rubrics for form \"" + code.ToString() + "\" cannot be read: " + store_->LastError());
     return false;
   }
   for (const auto& [rubric, fields] : rubrics) {
@@ -369,7 +370,7 @@ int Office::OpenForm(const Chaine& code, ZXFDF* xfdf) {
     added = store_->AddForm({xfdf->SessionID().Transaction().id, out.code, out.token, out.folder, out.year, 0});
   }
   if (added != Store::Added::kAdded) {
-    log_->Event("error", "a form could not be opened: " + store_->LastError());
+    log_->Event("error", "form \"" + out.code + "\" cannot be opened: " + store_->LastError());
     return 503;
   }
   TakeOut(xfdf->SessionID().Transaction().id, out);
@@ -384,7 +385,7 @@ int Office::ResumeForm(const std::string& token, Chaine* code, ZXFDF* xfdf, bool
   *code = out.code;
   std::string saved;
   if (!store_->LatestXFDF(transaction, &saved)) {
-    log_->Event("error", "a form could not be read: " + store_->LastError());
+    log_->Event("error", "the saved values of form \"" + out.code + "\" cannot be read: " + store_->LastError());
     return 503;
   }
   *was_saved = !saved.empty();

@@ -156,7 +156,7 @@ std::string PostgresResult::Error() const {
   return OneLine(Field(kDiagMessage)) + (hint.empty() ? "" : " (" + OneLine(hint) + ")");
 }
 
-size_t PostgresResult::Position() const { return std::strtoull(Field(kDiagPosition).c_str(), nullptr, 10); }
+size_t PostgresResult::Position() const { return std::strtoul(Field(kDiagPosition).c_str(), nullptr, 10); }
 
 bool PostgresResult::IsTable() const {
   const int status = result_ == nullptr ? kCommandOk : pq_->result_status(result_);

@@ -58,6 +58,8 @@ class ZFORMS_API ZFieldRule {
   // True when all fields with this name have the same value.
   bool IsAlike() const { return is_alike_; }
   bool IsFillable() const { return kind_ != Kind::kNotFilled; }
+  // Why the field is never filled, such as "the field is a push button, which has no value"; empty when IsFillable().
+  const Chaine& WhyNotFilled() const { return why_not_filled_; }
   // Checks the given values and converts them. When a list box gets several values, the valid ones are accepted. Line
   // ends may be of any kind. An empty value for a field that is never filled is not a fault.
   Verdict Judge(const PTableau<Chaine>& given) const;

@@ -91,8 +91,7 @@ void ZFormBatch::SayUnused(ZFormMessages* messages) {
     if (rule == nullptr) {
       text += filler_->NearNamesOf(column).ToString();
     } else if (!rule->IsFillable()) {
-      const PTableau<Chaine> faults = rule->Judge({Chaine("x")}).faults;
-      if (!faults.empty()) text += ": " + faults.front().ToString();
+      text += ": " + rule->WhyNotFilled().ToString();
     }
     messages->push_back({Severity::kNote, About::kData, text});
   }

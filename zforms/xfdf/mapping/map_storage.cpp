@@ -61,7 +61,7 @@ ZXFDFMapStorageIni::ZXFDFMapStorageIni(const Chaine& path, const Chaine& section
     last_error_ = file.LastError();
   } else if (!file.SectionExist(section)) {
     last_error_ = file.SectionNames().empty() ? "the file has no section (a line such as [Map])"
-                                              : "there is no section [" + section.ToString() + "]";
+                                              : "the file has no section [" + section.ToString() + "]";
   } else {
     lines_ = file.Section(section);
   }
