@@ -126,7 +126,8 @@ TEST(ZFormFlattener, TakesTheFieldsOutOfTheDocument) {
   EXPECT_FALSE(ZFormFlattener(flat).FlattenAll());
 }
 
-// Two pages share annotations, contents and resources, which a third page does not use: only copies are changed.
+// Two pages share annotations, contents and resources, and a third page does not use them. Flattening leaves the shared
+// objects unchanged: it gives the two pages one changed copy.
 TEST(ZFormFlattener, KeepsWhatPagesShareApart) {
   FormText text;
   text.Catalog("/Pages 3 0 R")

@@ -128,7 +128,7 @@ TEST(NodesTest, Layout) {
   };
   for (const auto& [text, written] : kCases) EXPECT_EQ(Written(*Parse(text)), written) << text;
   EXPECT_EQ(Written(ZPDFNodeDictionary()), "<<>>");
-  // A node that writes no text must not swallow the text after it.
+  // A node that writes no text must not remove the text after it.
   ZPDFNodeArray blanks;
   blanks.AppendIdentifier("");
   blanks.AppendValue(new ZPDFNodeNumeric());

@@ -17,8 +17,8 @@ inline std::string BigEndian(uint64_t value, size_t bytes) {
   return text;
 }
 
-// A TrueType program. Glyph 0 is a square and 0 wide; glyph i is a square if drawn[i - 1], and 100 * i wide. Each map
-// has a platform and an encoding, and lists characters with their glyphs.
+// A TrueType program. Glyph i has the advance width 100 * i. Glyph 0 is drawn as a square; glyph i is drawn as a square
+// if drawn[i - 1], else it is empty. Each map has a platform and an encoding, and lists characters with their glyphs.
 struct TrueTypeText {
   using Map = std::vector<std::pair<uint16_t, uint16_t>>;
   std::vector<bool> drawn;

@@ -100,7 +100,7 @@ bool BatchFolder::Take(BatchFault* fault) {
   std::error_code ignored;
   if (!std::filesystem::is_directory(FilePath(folder_), ignored)) {
     const std::string reason = failed ? ": " + failed.message() : "";
-    *fault = {"the folder " + folder_ + " cannot be created" + reason, true};
+    *fault = {"the folder \"" + folder_ + "\" cannot be created" + reason, true};
     return false;
   }
   if (shard_.IsPart()) return true;
@@ -110,7 +110,9 @@ bool BatchFolder::Take(BatchFault* fault) {
     case OsFileLock::Outcome::kHeldByAnother:
       *fault = {"another batch is running in the folder " + folder_, true};
       break;
-    case OsFileLock::Outcome::kFailed: *fault = {"the folder " + folder_ + " cannot be locked: " + reason, true}; break;
+    case OsFileLock::Outcome::kFailed:
+      *fault = {"the folder \"" + folder_ + "\" cannot be locked: " + reason, true};
+      break;
   }
   return false;
 }
@@ -122,7 +124,7 @@ bool BatchFolder::Open(uint64_t job, BatchFault* fault) {
 bool BatchFolder::OpenShard(uint64_t job, BatchFault* fault) {
   std::error_code failed;
   if (std::filesystem::exists(FilePath(PathOf(std::string(kLedger))), failed)) {
-    *fault = {"the folder " + folder_ + " contains a batch without --shard; use another folder"};
+    *fault = {"the folder \"" + folder_ + "\" contains a batch without --shard; use another folder"};
     return false;
   }
   if (!ledger_.CreateTemporary(&fault->what)) {
@@ -140,7 +142,7 @@ bool BatchFolder::Finish(BatchFault*) {
 
 bool BatchFolder::OpenLedger(uint64_t job, BatchFault* fault) {
   if (ShardRecord::AnyIn(folder_)) {
-    *fault = {"the folder " + folder_ + " contains a batch with --shard; use another folder"};
+    *fault = {"the folder \"" + folder_ + "\" contains a batch with --shard; use another folder"};
     return false;
   }
   RemoveLeftOvers();
@@ -161,7 +163,7 @@ bool BatchFolder::OpenLedger(uint64_t job, BatchFault* fault) {
     }
     case Mode::kNew: break;
   }
-  *fault = {"the folder " + folder_ + " contains an earlier batch: --resume continues it, --overwrite starts over"};
+  *fault = {"the folder \"" + folder_ + "\" contains an earlier batch: --resume continues it, --overwrite starts over"};
   return false;
 }
 

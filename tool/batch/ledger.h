@@ -44,8 +44,8 @@ class Ledger {
 
   // Creates a ledger for the job; deletes an older one at this path.
   bool Create(const std::string& path, uint64_t job, std::string* error);
-  // Opens the ledger of an earlier run of the same job. False with a reason when it belongs to another job, is damaged
-  // or is not a ledger. A run that was killed before its first row has left an empty ledger.
+  // Opens the ledger of an earlier run of the same job; also an empty file, which a run leaves when it is killed before
+  // its first row. False with a reason when the ledger belongs to another job, is damaged or is not a ledger.
   bool Open(const std::string& path, uint64_t job, std::string* error);
   // Opens the ledger of an earlier job for this one. The files of that job count as outdated and may be replaced.
   bool StartOver(const std::string& path, uint64_t job, std::string* error);

@@ -136,7 +136,7 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
   std::vector<std::string> own;
   for (const RecordName& record : RecordsIn(folder)) {
     if (record.shard.count != shard.count) {
-      *fault = {"the folder " + folder + " contains a batch of " + std::to_string(record.shard.count) +
+      *fault = {"the folder \"" + folder + "\" contains a batch of " + std::to_string(record.shard.count) +
                 " shards: use another folder, or the same number of shards"};
       return false;
     }
@@ -151,7 +151,7 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
     if (!is_own && differs && own.empty()) other = record.shard.Name(" of ");
   }
   if (start == Start::kNew && !own.empty()) {
-    *fault = {"the folder " + folder + " contains an earlier run of shard " + shard.Name(" of ") +
+    *fault = {"the folder \"" + folder + "\" contains an earlier run of shard " + shard.Name(" of ") +
               ": --resume continues it, --overwrite starts over"};
   } else if (start != Start::kOverwrite && !other.empty()) {
     const bool is_own = other == shard.Name(" of ");

@@ -65,8 +65,8 @@ class ZFORMS_API ZPDFNodeHexaString final : public ZPDFNodeString {
 
   // Two upper-case digits for each byte.
   static Chaine Encode(const Chaine& value);
-  // Reads each pair of characters as a byte; a missing last digit is 0. A pair is read up to its first character that
-  // is not a digit. White space is not skipped here.
+  // Reads each pair of hexadecimal digits as a byte; a missing last digit is 0. Other characters are damage, white
+  // space too: the digits before them in their pair give the byte, so "4G" gives 04, and "G4" gives 00.
   static Chaine Decode(const Chaine& text);
   static ZPDFNodeHexaString* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,
                                        const ZPDFEncrypter* encrypter);

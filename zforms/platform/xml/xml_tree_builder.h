@@ -12,8 +12,8 @@ inline bool IsXMLWhiteSpace(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
 }
 
-// ZXMLTreeBuilder appends the nodes that its readers find to the elements of a tree. Nodes are allocated in `memory`,
-// which must outlive the tree, or on the heap when it is null.
+// ZXMLTreeBuilder builds a tree of elements: ZXMLScanner and ZXMLParser call it for each element, attribute and text
+// that they read. Nodes are allocated in `memory`, which must outlive the tree; without `memory`, on the heap.
 class ZXMLTreeBuilder {
  public:
   explicit ZXMLTreeBuilder(std::pmr::memory_resource* memory) : memory_(memory) {}
