@@ -62,6 +62,7 @@ export class PlainServer {
  * closes the browser.
  */
 export async function runTests(name, tests, tidy, end) {
+  for (const title of wanted) expect(tests.some(([known]) => known === title), "no test has this name", title);
   for (const [title, one] of tests) {
     if (wanted.length && !wanted.includes(title)) continue;
     test = title;
