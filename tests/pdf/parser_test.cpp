@@ -153,7 +153,7 @@ TEST(ParserTest, CopiesShareBytesAndOwnTheirNodes) {
   EXPECT_EQ(ContentOf(copy), ContentOf(*original));
   EXPECT_EQ(copy.ModifiedObjects().size(), 2U);
   EXPECT_EQ(assigned.GetObject({8, 0}), nullptr);
-  // Edits, and references resolved before and after, affect only their own document.
+  // An edit affects only its own document. So does resolving a reference, before the copy was made or afterwards.
   set(*original, 2, "/A", "original");
   set(copy, 3, "/B", "copy");
   original.reset();

@@ -21,8 +21,8 @@ using Levels = std::vector<uint8_t>;
 // Format (UAX 15) allows 30 combining marks in a row.
 constexpr size_t kLongestCluster = 64;
 
-// Characters below this are Latin, Greek and Cyrillic. Each has one glyph, and they run from left to right. Only U+00AD
-// and the combining marks are different.
+// Characters below this are Latin, Greek and Cyrillic. Except for the combining marks, each has a glyph of its own, and
+// they run from left to right. U+00AD, which is invisible, is already removed.
 constexpr char32_t kSimpleEnd = 0x530;
 bool IsSimple(char32_t c) { return c < kSimpleEnd && !(c >= 0x300 && c < 0x370) && !(c >= 0x483 && c < 0x48A); }
 
