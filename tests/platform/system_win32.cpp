@@ -79,6 +79,14 @@ TEST(FilesOfWindows, MayHaveLongPaths) {
   EXPECT_EQ(KindOfFile(path), OsFileKind::kAbsent);
 }
 
+TEST(FilesOfWindows, ThatAreDevicesAreWrittenDirectly) {
+  for (const char* path : {"nul", "NUL", "sub/../nul", "\\\\.\\nul"}) {
+    std::string error;
+    EXPECT_EQ(KindOfFile(path), OsFileKind::kOther) << path;
+    EXPECT_TRUE(ReplaceFile(path, "text", &error)) << path << ": " << error;
+  }
+}
+
 // Registry keys that are deleted after the test.
 class RegistryTest : public testing::Test {
  protected:

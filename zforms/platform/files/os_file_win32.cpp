@@ -113,6 +113,8 @@ bool OsFile::Close() {
 }
 
 OsFileKind KindOfFile(const Chaine& path) {
+  // GetFileAttributes says that "nul" is a file.
+  if (IsDevicePath(SystemPath(path))) return OsFileKind::kOther;
   const DWORD attributes = AttributesOf(path);
   if (attributes == INVALID_FILE_ATTRIBUTES) return OsFileKind::kAbsent;
   if (attributes & FILE_ATTRIBUTE_DIRECTORY) return OsFileKind::kFolder;

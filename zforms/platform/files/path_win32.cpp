@@ -30,6 +30,9 @@ std::wstring SystemPath(const Chaine& path) {
   return full.starts_with(LR"(\\)") ? LR"(\\?\UNC)" + full.substr(1) : LR"(\\?\)" + full;
 }
 
+// GetFullPathName puts "\\.\" before the name of a device, whatever its folder is.
+bool IsDevicePath(const std::wstring& path) { return FullPath(path).starts_with(LR"(\\.\)"); }
+
 bool MayTryAgain(int attempt) {
   constexpr int kAttempts = 10;
   constexpr DWORD kFirstWait = 2;  // milliseconds; the waits double
