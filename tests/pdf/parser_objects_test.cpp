@@ -55,6 +55,12 @@ TEST(ParserObjects, ObjectTexts) {
 // The value that is read, and a warning for each repair. The place of the object in the file makes no difference.
 TEST(ParserObjects, SoundAndDamagedObjects) {
   const std::string deep(600, '[');
+  // A hexadecimal string may have any length.
+  const auto hexadecimal = [](size_t bytes, std::string_view byte) {
+    std::string digits;
+    while (bytes-- > 0) digits += byte;
+    return "<" + digits;
+  };
   const struct {
     std::string text, value;
     std::vector<std::string> warnings;
@@ -74,6 +80,9 @@ TEST(ParserObjects, SoundAndDamagedObjects) {
       {"<</A /B 1/C>>", "<</A/B/C null>>", {"a value without a key", "\"/C\" has no value"}},
       {"<</A ) 1 2/B]3>>", "<</A 1/B 3>>", {"\")\" is unexpected", "a value without a key", "\"]\" is unexpected"}},
       {"<</A 1/B 2/A 3>>", "<</A 1/B 2/A 3>>", {"\"/A\" occurs more than once in its dictionary"}},
+      {hexadecimal(127, "4a") + "5 >", hexadecimal(127, "4A") + "50>", {}},
+      {hexadecimal(128, "4a") + ">", hexadecimal(128, "4A") + ">", {}},
+      {hexadecimal(128, "4a") + "5>", hexadecimal(128, "4A") + "50>", {}},
       {"<41G2>", "<4100>", {"a hexadecimal string has a character that is not a hexadecimal digit"}},
       {"[<41 4 /B<42>]", "[<4140>/B<42>]", {"a hexadecimal string is not closed"}},
       {"[<41", "[<41>]", {"a hexadecimal string is not closed", "an array is not closed"}},

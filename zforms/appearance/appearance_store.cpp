@@ -9,7 +9,7 @@
 #include "zforms/appearance/fonts/text_font.h"
 #include "zforms/pdf/array_node.h"
 #include "zforms/pdf/dictionary_node.h"
-#include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/forward_reader.h"
 #include "zforms/pdf/indirect_object.h"
 #include "zforms/pdf/parser/parser.h"
 #include "zforms/pdf/parser/stream_filters.h"
@@ -17,6 +17,8 @@
 #include "zforms/pdf/stream_node.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/out_stream.h"
+#include "zforms/pdf/syntax/tokenized_string.h"
+#include "zforms/platform/base/number.h"
 
 namespace zforms {
 namespace {
@@ -72,17 +74,16 @@ bool IsSame(const ZPDFNodeStream* before, const ZPDFNodeStream& after) {
          WrittenText(*before->Dico()) == WrittenText(*after.Dico());
 }
 
-ZPDFNodeArray* MakeArray(ZPDFParser* parser, std::initializer_list<double> numbers) {
-  auto* array = new ZPDFNodeArray(parser);
+// Adds a key and an array of numbers, rounded to four decimal places.
+void AddArray(Chaine* text, std::string_view key, std::span<const double> numbers) {
+  text->Append(key);
+  text->Append('[');
   for (const double number : numbers) {
     const double rounded = std::round(number * 10000) / 10000;
-    if (rounded == std::floor(rounded)) {
-      array->AppendValue(static_cast<int32_t>(rounded));
-    } else {
-      array->AppendValue(rounded);
-    }
+    if (text->Last() != '[') text->Append(' ');
+    text->Append(FormatDouble(rounded));
   }
-  return array;
+  text->Append(']');
 }
 
 // A copy of the entry, with its references; null when absent.
@@ -140,24 +141,29 @@ ZPDFNodeDictionary* AppearanceStore::MakeResources(const NewAppearance& appearan
   return resources.release();
 }
 
+// Writes the dictionary as text and reads it back: nodes for its simple values are then never made, because they are
+// only written.
 ZPDFNodeStream* AppearanceStore::MakeStream(const NewAppearance& appearance) const {
-  auto* stream = new ZPDFNodeStream(appearance.content, parser_);
-  ZPDFNodeDictionary& dictionary = *stream->Dico();
-  dictionary.SetIdentifier("/Type", "/XObject");
-  dictionary.SetIdentifier("/Subtype", "/Form");
-  if (const KeptLook* kept = appearance.kept) {
-    dictionary.SetValue("/BBox", MakeArray(parser_, {kept->x, kept->y, kept->x + kept->width, kept->y + kept->height}));
-    if (ZPDFNode* matrix = CloneOf(*kept->dictionary, "/Matrix")) dictionary.SetValue("/Matrix", matrix);
+  Chaine text = "<</Length ";
+  text.Append(FormatUInt(appearance.content.size()));
+  text.Append("/Type/XObject/Subtype/Form");
+  const KeptLook* const kept = appearance.kept;
+  const WidgetStyle& style = *appearance.style;
+  if (kept != nullptr) {
+    AddArray(&text, "/BBox", std::array{kept->x, kept->y, kept->x + kept->width, kept->y + kept->height});
   } else {
-    const WidgetStyle& style = *appearance.style;
-    dictionary.SetValue("/BBox", MakeArray(parser_, {0, 0, style.width, style.height}));
-    const std::array<double, 6> m = style.Matrix();
-    if (style.rotation != 0) {
-      dictionary.SetValue("/Matrix", MakeArray(parser_, {m[0], m[1], m[2], m[3], m[4], m[5]}));
-    }
+    AddArray(&text, "/BBox", std::array{0.0, 0.0, style.width, style.height});
+    if (style.rotation != 0) AddArray(&text, "/Matrix", style.Matrix());
   }
-  dictionary.SetValue("/Resources", MakeResources(appearance));
-  return stream;
+  text.Append(">>");
+  ZPDFTokenizedString tokens(text);
+  std::unique_ptr<ZPDFNode> read(ReadForward(tokens, parser_, nullptr));
+  auto* const dictionary = NodeCast<ZPDFNodeDictionary>(read.get());
+  ZPDFNode* const matrix = kept == nullptr ? nullptr : CloneOf(*kept->dictionary, "/Matrix");
+  if (matrix != nullptr) dictionary->SetValue("/Matrix", matrix);
+  dictionary->SetValue("/Resources", MakeResources(appearance));
+  read.release();
+  return new ZPDFNodeStream(dictionary, appearance.content, parser_);
 }
 
 ZPDFNodeDictionary* AppearanceStore::OwnAppearances(ZPDFNodeDictionary* widget) const {

@@ -17,7 +17,7 @@ struct ZFieldDrawer::Hidden {
 
   void Restart() {
     notes.Clear();
-    widgets.emplace(&added, fonts, &notes, &shown_of);
+    widgets.emplace(&added, fonts, &notes, &shown_of, &known);
     fonts.Restart();
     added.Restart();
   }
@@ -45,6 +45,7 @@ struct ZFieldDrawer::Hidden {
   ZDiagnostics notes;
   AddedObjects added;
   FormFonts fonts;
+  KnownWidgets known;  // filled after the first Restart: only then are the widgets drawn again
   std::optional<WidgetDrawer> widgets;
 };
 

@@ -57,7 +57,8 @@ class ZFORMS_API ZFieldDrawer {
   // The objects that were added to the document, in the order of their numbers.
   std::span<ZPDFNodeIndirectObject* const> Added() const;
   // Call this after undoing the changes of filling and drawing: forgets what was drawn, but not what was read from the
-  // form's fonts. Objects that were added become empty, and the next drawing uses their numbers again.
+  // form: its fonts, and the sizes, borders, colours and appearances of its widgets. Objects that were added become
+  // empty, and the next drawing uses their numbers again.
   void Restart();
 
   // What was left out, such as `field "name": 14 of 60 characters do not fit`. Names are UTF-8.

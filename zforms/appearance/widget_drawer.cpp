@@ -60,11 +60,12 @@ void AddApart(ContentWriter& out, const std::string& content) {
 }  // namespace
 
 WidgetDrawer::WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
-                           const ZFieldDrawer::ShownValueOf* shown_of)
+                           const ZFieldDrawer::ShownValueOf* shown_of, KnownWidgets* known)
     : work_(kWorkOfDocument + kWorkOfByte * added->Document()->RawData().size()),
       fonts_(fonts),
       notes_(notes),
       shown_of_(shown_of),
+      known_(known),
       store_(added, &work_),
       texts_(fonts, &work_),
       choices_(fonts),
@@ -78,13 +79,27 @@ bool WidgetDrawer::Fail(const ZAcroFormField& widget, const char* what) {
 bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const ZAcroFormField::eFieldType type = widget.InheritedType();
   if (type == ZAcroFormField::eOtherField) return true;
-  const WidgetStyle style = WidgetStyle::Of(*widget.Dico());
+  WidgetFacts drawn_once;
+  WidgetFacts& facts = known_ == nullptr ? drawn_once : (*known_)[widget.Dico()];
+  if (!facts.style) facts.style = WidgetStyle::Of(*widget.Dico());
   // Draws nothing in a widget without size, which is not visible.
-  if (!style.HasSize()) return true;
+  if (!facts.style->HasSize()) return true;
   if (work_ == 0)
     return Fail(widget, "is not drawn: the fields of this document need more work than the limit for drawing allows");
   const bool has_value = type == ZAcroFormField::eText || type == ZAcroFormField::eChoice;
-  return has_value ? DrawValue(widget, style) : DrawButton(widget, style, index);
+  return has_value ? DrawValue(widget, &facts) : DrawButton(widget, *facts.style, index);
+}
+
+const KeptLook* WidgetDrawer::KeptOf(const ZAcroFormField& widget, WidgetFacts* facts) {
+  if (facts->knows_kept) {
+    work_ -= std::min(work_, facts->kept_work);
+  } else {
+    const size_t work_before = work_;
+    facts->kept = store_.KeptOf(*widget.Dico(), *facts->style);
+    facts->kept_work = work_before - work_;
+    facts->knows_kept = true;
+  }
+  return facts->kept ? &*facts->kept : nullptr;
 }
 
 WidgetDrawing WidgetDrawer::Begin(const ZAcroFormField& widget, const WidgetStyle& style, const TextLook& look,
@@ -101,15 +116,16 @@ WidgetDrawing WidgetDrawer::Begin(const ZAcroFormField& widget, const WidgetStyl
 
 // --- text fields and choice fields ---
 
-bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style, bool reuses_fonts) {
+bool WidgetDrawer::DrawValue(ZAcroFormField& widget, WidgetFacts* facts, bool reuses_fonts) {
+  const WidgetStyle& style = *facts->style;
   fonts_.Begin(reuses_fonts ? &widget : nullptr);
   TextLook look = fonts_.LookOf(widget);
   const uint32_t flags = widget.InheritedFlags();
   const Chaine text = TextOf(widget, flags, &look);
-  const std::optional<KeptLook> kept = store_.KeptOf(*widget.Dico(), style);
-  WidgetDrawing drawing = Begin(widget, style, look, kept ? &*kept : nullptr);
+  const KeptLook* const kept = KeptOf(widget, facts);
+  WidgetDrawing drawing = Begin(widget, style, look, kept);
   ContentWriter& out = drawing.out;
-  if (kept) {
+  if (kept != nullptr) {
     AddApart(out, kept->content.before);
   } else if (style.background.IsVisible() || style.border_width > 0) {
     out.Operator("q");
@@ -120,18 +136,18 @@ bool WidgetDrawer::DrawValue(ZAcroFormField& widget, const WidgetStyle& style, b
     out.Operator("Q");
   }
   AddApart(out, "/Tx BMC\nq\n");
-  if (kept && (kept->x != 0 || kept->y != 0)) out.Operator("cm", {1, 0, 0, 1, kept->x, kept->y});
+  if (kept != nullptr && (kept->x != 0 || kept->y != 0)) out.Operator("cm", {1, 0, 0, 1, kept->x, kept->y});
   DrawContent(drawing, flags, text);
   out.Raw("Q\nEMC");
-  AddApart(out, kept && !kept->content.after.empty() ? kept->content.after : "\n");
+  AddApart(out, kept != nullptr && !kept->content.after.empty() ? kept->content.after : "\n");
   work_ -= std::min(work_, kWorkOfWritten * out.Text().size());
   if (fonts_.LacksGlyphs() && reuses_fonts) {
     texts_.Forget();
-    const bool is_complete = DrawValue(widget, style, false);
+    const bool is_complete = DrawValue(widget, facts, false);
     texts_.Forget();
     return is_complete;
   }
-  store_.SetNormal(widget.Dico(), {&style, kept ? &*kept : nullptr, out.Take(), drawing.fonts, &look});
+  store_.SetNormal(widget.Dico(), {&style, kept, out.Take(), drawing.fonts, &look});
   const bool is_rich = widget.InheritedType() == ZAcroFormField::eText && (flags & TextDrawer::kRichTextFlag) != 0;
   if (is_rich && widget.HasValueRichText()) Fail(widget, "its rich text is drawn as plain text");
   return Report(drawing);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <unordered_map>
 
 #include "zforms/appearance/appearance_store.h"
 #include "zforms/appearance/button_drawing.h"
@@ -14,13 +16,25 @@ namespace zforms {
 class ZAcroFormField;
 class ZDiagnostics;
 
+// What drawing reads from a widget apart from its value and its font.
+struct WidgetFacts {
+  std::optional<WidgetStyle> style;
+  bool knows_kept = false;
+  std::optional<KeptLook> kept;
+  size_t kept_work = 0;  // what reading `kept` took from the budget
+};
+
+// The facts of the widgets of a document, which is drawn again and again after its changes were undone.
+using KnownWidgets = std::unordered_map<const ZPDFNodeDictionary*, WidgetFacts>;
+
 // Draws the widgets of one document, of all kinds of fields. Reports what was left out in `notes`. The document and the
 // fonts outlive it. One thread at a time.
 class WidgetDrawer {
  public:
-  // `shown_of` formats values, see ZFieldDrawer::SetShownValues. It may be null or empty.
+  // `shown_of` formats values, see ZFieldDrawer::SetShownValues. It may be null or empty. `known` keeps the facts of
+  // the widgets for the next drawing; null when there is none.
   WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
-               const ZFieldDrawer::ShownValueOf* shown_of = nullptr);
+               const ZFieldDrawer::ShownValueOf* shown_of = nullptr, KnownWidgets* known = nullptr);
 
   // Draws a widget; `index` is its place among those of its field. False, with a warning, when it is not drawn
   // completely.
@@ -29,7 +43,9 @@ class WidgetDrawer {
  private:
   WidgetDrawing Begin(const ZAcroFormField& widget, const WidgetStyle& style, const TextLook& look,
                       const KeptLook* kept) const;
-  bool DrawValue(ZAcroFormField& widget, const WidgetStyle& style, bool reuses_fonts = true);
+  // The parts of the widget's appearance to keep; null when there are none.
+  const KeptLook* KeptOf(const ZAcroFormField& widget, WidgetFacts* facts);
+  bool DrawValue(ZAcroFormField& widget, WidgetFacts* facts, bool reuses_fonts = true);
   bool DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index);
   void DrawContent(WidgetDrawing& drawing, uint32_t flags, const Chaine& text);
   // The text that a text field or combo box shows, in UTF-8. May change the colour in `look`.
@@ -46,6 +62,7 @@ class WidgetDrawer {
   FieldFonts& fonts_;
   ZDiagnostics* notes_;
   const ZFieldDrawer::ShownValueOf* shown_of_;
+  KnownWidgets* known_;
   AppearanceStore store_;
   TextDrawer texts_;
   ChoiceDrawer choices_;

@@ -1,6 +1,7 @@
 #include "zforms/pdf/forward_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 
@@ -196,17 +197,27 @@ ZPDFNode* ZPDFForwardReader::MakeLiteral(std::string_view body, bool as_it_stand
   return ZPDFNode::MakeParsed<ZPDFNodeLiteralString>(pool_, Deciphered(std::move(value)), provider_);
 }
 
+// Short strings are decoded while their end is searched; longer ones are decoded after it is found.
 ZPDFNode* ZPDFForwardReader::Hexadecimal() {
   const char* const start = at_ + 1;
   const char* at = start;
+  std::array<char, 128> bytes;
+  size_t count = 0;
+  for (; count < bytes.size() && end_ - at >= 2; at += 2) {
+    const int byte = HexDigit(at[0]) * 16 | HexDigit(at[1]);
+    if (byte < 0) break;
+    bytes[count++] = static_cast<char>(byte);
+  }
+  const bool is_decoded = at != end_ && *at == '>';
   while (at != end_ && HexDigit(*at) >= 0) at++;
   if (at == end_ || *at != '>') return IrregularHexadecimal();
   at_ = at + 1;
-  return MakeHexadecimal(Text({start, static_cast<size_t>(at - start)}));
+  if (is_decoded) return MakeHexadecimal(Chaine(std::string_view(bytes.data(), count)));
+  return MakeHexadecimal(ZPDFNodeHexaString::Decode(Text({start, static_cast<size_t>(at - start)})));
 }
 
-ZPDFNode* ZPDFForwardReader::MakeHexadecimal(const Chaine& digits) {
-  return ZPDFNode::MakeParsed<ZPDFNodeHexaString>(pool_, Deciphered(ZPDFNodeHexaString::Decode(digits)), provider_);
+ZPDFNode* ZPDFForwardReader::MakeHexadecimal(Chaine stored) {
+  return ZPDFNode::MakeParsed<ZPDFNodeHexaString>(pool_, Deciphered(std::move(stored)), provider_);
 }
 
 ZPDFNode* ZPDFForwardReader::Name() {

@@ -54,7 +54,7 @@ class ZPDFForwardReader {
   ZPDFNode* MakeLiteral(std::string_view body, bool as_it_stands);
   ZPDFNode* Hexadecimal();
   ZPDFNode* IrregularHexadecimal();
-  ZPDFNode* MakeHexadecimal(const Chaine& digits);
+  ZPDFNode* MakeHexadecimal(Chaine stored);
   ZPDFNode* Name();
   ZPDFNode* Number();
   ZPDFNode* Reference(std::string_view number);

@@ -8,6 +8,7 @@
 #include "zforms/pdf/dictionary_node.h"
 #include "zforms/pdf/forward_reader.h"
 #include "zforms/pdf/identifier_node.h"
+#include "zforms/pdf/string_node.h"
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/element_scan.h"
 #include "zforms/pdf/syntax/structure_word.h"
@@ -116,7 +117,7 @@ ZPDFNode* ZPDFForwardReader::IrregularHexadecimal() {
     if (!Is(c, kBlank)) digits.Append(c);
   }
   at_ += 1 + length + (closed ? 1 : 0);
-  return MakeHexadecimal(digits);
+  return MakeHexadecimal(ZPDFNodeHexaString::Decode(digits));
 }
 
 ZPDFNode* ZPDFForwardReader::MakeKeyword(std::string_view word) {

@@ -134,11 +134,17 @@ void ZPDFNodeStreamData::Write(ZPDFOutStream& out, const Chaine& stored) {
 
 ZPDFNodeStream::ZPDFNodeStream(IPDFObjectProvider* provider) : ZPDFNode(provider, Kind::kStream) {}
 
-ZPDFNodeStream::ZPDFNodeStream(const Chaine& data, IPDFObjectProvider* provider) : ZPDFNodeStream(provider) {
-  AppendChild(new ZPDFNodeDictionary(provider));
-  AppendChild(new ZPDFNodeStreamData(data, provider));
+ZPDFNodeStream::ZPDFNodeStream(const Chaine& data, IPDFObjectProvider* provider)
+    : ZPDFNodeStream(new ZPDFNodeDictionary(provider), data, provider) {
   Dico()->SetValue(kLength, static_cast<uint32_t>(data.size()));
   SetModified(true, true);
+}
+
+ZPDFNodeStream::ZPDFNodeStream(ZPDFNodeDictionary* dictionary, const Chaine& data, IPDFObjectProvider* provider)
+    : ZPDFNodeStream(provider) {
+  AppendChild(dictionary);
+  AppendChild(new ZPDFNodeStreamData(data, provider));
+  SetModified(true, false);
 }
 
 ZPDFNodeStream* ZPDFNodeStream::Clone() const { return new ZPDFNodeStream(*this); }

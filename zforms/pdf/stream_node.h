@@ -33,6 +33,8 @@ class ZFORMS_API ZPDFNodeStream final : public ZPDFNode {
 
   // Makes a new stream with these bytes, and a dictionary with only "/Length".
   explicit ZPDFNodeStream(const Chaine& data, IPDFObjectProvider* provider = nullptr);
+  // Takes ownership of the dictionary. Precondition: its "/Length" is the number of bytes of the data.
+  ZPDFNodeStream(ZPDFNodeDictionary* dictionary, const Chaine& data, IPDFObjectProvider* provider = nullptr);
   ZPDFNodeStream* Clone() const override;
   void SendTo(ZPDFOutStream& out, const ZPDFEncrypter* encrypter) const override;
 

@@ -1,5 +1,7 @@
 #include "zforms/pdf/string_node.h"
 
+#include <cstring>
+
 #include "zforms/pdf/syntax/char_class.h"
 #include "zforms/pdf/syntax/encrypter.h"
 #include "zforms/pdf/syntax/out_stream.h"
@@ -223,9 +225,8 @@ Chaine ZPDFNodeHexaString::Encode(const Chaine& value) {
   Chaine result;
   char* out = result.AppendUninitialized(value.size() * 2);
   for (const char c : value.View()) {
-    const auto byte = static_cast<unsigned char>(c);
-    *out++ = kHexDigits[byte >> 4];
-    *out++ = kHexDigits[byte & 15];
+    std::memcpy(out, kHexPairs[static_cast<unsigned char>(c)].data(), 2);
+    out += 2;
   }
   return result;
 }

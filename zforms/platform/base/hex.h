@@ -24,6 +24,13 @@ inline constexpr std::array<int8_t, 256> kHexDigitValues = [] {
 // The value of a hexadecimal digit in upper or lower case, -1 for any other character.
 constexpr int HexDigit(char c) { return kHexDigitValues[static_cast<unsigned char>(c)]; }
 
+// The two digits of each byte, in upper case: one copy of a pair is faster than two of a digit.
+inline constexpr std::array<std::array<char, 2>, 256> kHexPairs = [] {
+  std::array<std::array<char, 2>, 256> pairs{};
+  for (size_t i = 0; i < pairs.size(); i++) pairs[i] = {kHexDigits[i >> 4], kHexDigits[i & 15]};
+  return pairs;
+}();
+
 // The byte written by up to two hexadecimal digits; reading stops at the first other character.
 constexpr unsigned char HexByte(std::string_view pair) {
   int value = 0;
