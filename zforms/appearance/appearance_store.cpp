@@ -157,12 +157,10 @@ ZPDFNodeStream* AppearanceStore::MakeStream(const NewAppearance& appearance) con
   }
   text.Append(">>");
   ZPDFTokenizedString tokens(text);
-  std::unique_ptr<ZPDFNode> read(ReadForward(tokens, parser_, nullptr));
-  auto* const dictionary = NodeCast<ZPDFNodeDictionary>(read.get());
+  auto* const dictionary = NodeCast<ZPDFNodeDictionary>(ReadForward(tokens, parser_, nullptr));
   ZPDFNode* const matrix = kept == nullptr ? nullptr : CloneOf(*kept->dictionary, "/Matrix");
   if (matrix != nullptr) dictionary->SetValue("/Matrix", matrix);
   dictionary->SetValue("/Resources", MakeResources(appearance));
-  read.release();
   return new ZPDFNodeStream(dictionary, appearance.content, parser_);
 }
 

@@ -79,8 +79,10 @@ bool WidgetDrawer::Fail(const ZAcroFormField& widget, const char* what) {
 bool WidgetDrawer::Draw(ZAcroFormField& widget, size_t index) {
   const ZAcroFormField::eFieldType type = widget.InheritedType();
   if (type == ZAcroFormField::eOtherField) return true;
+  // A field that is listed twice is drawn twice. The second time it has another appearance than the document gave it.
+  const bool is_as_read = known_ != nullptr && !store_.HasMade(*widget.Dico());
   WidgetFacts drawn_once;
-  WidgetFacts& facts = known_ == nullptr ? drawn_once : (*known_)[widget.Dico()];
+  WidgetFacts& facts = is_as_read ? (*known_)[widget.Dico()] : drawn_once;
   if (!facts.style) facts.style = WidgetStyle::Of(*widget.Dico());
   // Draws nothing in a widget without size, which is not visible.
   if (!facts.style->HasSize()) return true;
