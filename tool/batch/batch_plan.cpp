@@ -48,8 +48,8 @@ void BatchPlan::TakeAllFields(const Reports& reports, const std::vector<ZFormFie
   }
 }
 
-// Reads the rubrics that files give, and adds those whose values come from the rows. `own` gets the name of the rubric
-// to which columns without a rubric in their names belong.
+// Reads the groups of values (rubrics) that files give, and adds empty groups for the other names in the maps. `own`
+// gets the name of the group of the rows: a column "x" counts as "own.x".
 bool BatchPlan::ReadRubrics(const BatchOptions& options, const std::string& section, std::string* own) {
   for (const std::string& text : options.rubrics) {
     const RubricOption rubric = ParseRubric(text);

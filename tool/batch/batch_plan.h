@@ -24,15 +24,15 @@ struct BatchField {
   std::string column;       // the column with its values
   std::string full_column;  // "RUBRIC.COLUMN", which is tried before `column`; empty without maps
   bool is_constant = false;
-  Cell constant;  // the value for every form, when its rubric comes from a file
+  Cell constant;  // the value for every form, when it does not come from the rows
 };
 
 // BatchPlan assigns the columns of the data to the fields of the form. Made before the work begins, then read by all
 // threads.
 class BatchPlan {
  public:
-  // The form must outlive the plan. When the maps or the rubric files cannot be read, prints the reason and returns
-  // false. Prints warnings, for example about a field that the maps name and the form does not have.
+  // The form must outlive the plan. When the maps or the files with values cannot be read, prints the reason and
+  // returns false. Prints warnings, for example about a field that the maps name and the form does not have.
   bool Make(const BatchOptions& options, ZAcroForm& form, const FillingGuard& guard, Console& console);
 
   const std::vector<BatchField>& Fields() const { return fields_; }
@@ -70,7 +70,7 @@ class BatchPlan {
   std::unique_ptr<FieldScripts> scripts_;   // null when scripts are ignored
   std::unique_ptr<ZCheckedFiller> filler_;  // for the form of the plan
   Rubrics rubrics_;
-  std::set<std::string> fixed_;  // the names of the rubrics that files give, in lower case
+  std::set<std::string> fixed_;  // the names of the rubrics (groups of values) from files, in lower case
   std::vector<BatchField> fields_;
   bool mapped_ = false;
 };

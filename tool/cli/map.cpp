@@ -17,7 +17,7 @@
 namespace zforms::tool {
 namespace {
 
-// Reads rubrics from files, and makes empty ones for those without a file.
+// Reads rubrics (named groups of values) from files, and makes empty ones for those without a file.
 bool ReadRubrics(const MapOptions& options, const std::string& section, Rubrics* rubrics,
                  std::set<std::string>* with_data) {
   for (const std::string& text : options.rubrics) {

@@ -10,21 +10,21 @@
 
 namespace zforms::tool {
 
-// An option that gives a rubric: "NAME=FILE" for one with values from a file, or only "NAME". The file is CSV or lines
-// of JSON, of which the first row is used, or an INI file. In an INI file with one section, a value has the name of its
-// line; with several sections, "section.line".
+// An option that gives a rubric, which is a named group of values: "NAME=FILE" for one with values from a file, or only
+// "NAME". The file is CSV or lines of JSON, of which the first row is used, or an INI file. In an INI file with one
+// section, a value has the name of its line; with several sections, "section.line".
 struct RubricOption {
   std::string name;
   std::string file;  // empty for "NAME"
 };
 RubricOption ParseRubric(const std::string& text);
 
-// Rubrics owns the sets of values that are read from rubric files. One thread at a time.
+// Rubrics owns the named groups of values (the rubrics) that are read from files. One thread at a time.
 class Rubrics {
  public:
   // Reads the file into a new set. On failure prints the reason and returns false.
   bool Read(const RubricOption& rubric);
-  // Adds an empty set, for a rubric whose values do not come from a file.
+  // Adds a group without values.
   void AddEmpty(const std::string& name);
   void RegisterIn(ZXFDFMapper& mapper) const;
   bool Has(const std::string& name) const;
@@ -47,7 +47,8 @@ bool ReadMaps(const std::string& path, const std::string& section, const std::st
 // The given section; when it is empty and the file has only one section, that one.
 std::string SectionOf(const std::string& path, const std::string& section);
 
-// The names of the rubrics to which the maps of a section refer, each once.
+// The maps of an INI section connect fields of the form to values in "rubric.name". Returns the names of these rubrics
+// (groups of values), each once.
 std::vector<std::string> RubricsOfMaps(const std::string& path, const std::string& section);
 
 }  // namespace zforms::tool

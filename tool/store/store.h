@@ -93,9 +93,9 @@ class SharedForms {
   virtual Verdict Submit(const Submission& submission, std::string* failure) = 0;
 };
 
-// Store keeps the data of an office's form server: open forms, submissions, and the rubrics from which forms are
-// filled. When a function returns success, its change is safe on the disk, unless noted otherwise; the others return
-// false or kFailure, and LastError has the reason. Any thread may use it.
+// Store keeps the data of an office's form server: open forms, submissions, and the values from which forms are filled,
+// in named groups (rubrics). When a function returns success, its change is safe on the disk, unless noted otherwise;
+// the others return false or kFailure, and LastError has the reason. Any thread may use it.
 class Store {
  public:
   enum class Mode : uint8_t { kRead, kServe, kEdit };

@@ -26,8 +26,8 @@ class ZFORMS_API ZAcroFormServerXFDFBuilder : public ZXFDFMapper, public virtual
   ZInetURL PDFURL() const;
   // Whether the template was read.
   bool HasPDF() const;
-  // Reads the maps from the mapping names of the template's fields; names without a rubric get the default one. False
-  // without a template or form.
+  // Reads the maps from the mapping names ("rubric.field") of the template's fields. A name without "." is a field of
+  // the default rubric. False without a template or form.
   bool SetAutoMap(const Chaine& default_rubric, bool known_rubrics_only);
   // Empty without a template.
   ZXFDF CreateXFDF() const;

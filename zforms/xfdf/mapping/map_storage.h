@@ -12,7 +12,8 @@ namespace zforms {
 class ZAcroForm;
 
 // ZXFDFMapStorage is the source from which a mapper reads its maps: pairs of the full name of an XFDF field and a
-// reference "rubric.field" to the host's data. One thread at a time.
+// reference "rubric.field" to the host's data. A rubric is the name of one of the host's sets of fields. One thread at
+// a time.
 class ZFORMS_API ZXFDFMapStorage {
  public:
   virtual ~ZXFDFMapStorage();
@@ -42,8 +43,8 @@ class ZFORMS_API ZXFDFMapStorageDictionnary : public ZXFDFMapStorage {
 };
 
 // One entry for each field that a form exports, in byte order of the full names; its reference is the mapping name
-// "/TM". A mapping name without "." gets the default rubric. Without a mapping name, or without "." and default rubric,
-// the reference is empty.
+// "/TM", "rubric.field", or "field" for a field of the default rubric (set of fields). The reference is empty without a
+// mapping name, and for "field" when there is no default rubric.
 class ZFORMS_API ZXFDFMapStoragePDF : public ZXFDFMapStorageDictionnary {
  public:
   // Reads a file; the password is UTF-8. There are no entries when it cannot be loaded.
@@ -61,7 +62,7 @@ class ZFORMS_API ZXFDFMapStoragePDF : public ZXFDFMapStorageDictionnary {
 };
 
 // One entry for each named line of a section of an INI file, in its order:
-// "field=rubric.field", or "field=field" for the default rubric.
+// "name=rubric.field", or "name=field" for a field of the default rubric (set of fields).
 class ZFORMS_API ZXFDFMapStorageIni : public ZXFDFMapStorage {
  public:
   // There are no entries when the file or section does not exist.

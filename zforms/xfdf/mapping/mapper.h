@@ -14,8 +14,8 @@ class ZField;
 class ZFieldSet;
 class ZInetURL;
 
-// The data field for an XFDF field: a field of the set registered under the rubric. Both are empty for an XFDF field
-// that is declared without data.
+// The data field for an XFDF field: the name of one of the host's sets of fields (its rubric), and the name of a field
+// in this set. Both are empty for an XFDF field that is declared without data.
 struct ZFORMS_API ZXFDFMapperDataFieldRef {
   Chaine rubric;
   Chaine field;
@@ -24,10 +24,10 @@ struct ZFORMS_API ZXFDFMapperDataFieldRef {
   bool operator==(const ZXFDFMapperDataFieldRef&) const = default;
 };
 
-// ZXFDFMapper connects the fields of XFDF documents to the fields of the host's sets. Sets are registered under a
-// rubric, whose letter case is ignored, and are not owned: they must outlive the mapper. Maps are stored by the exact
-// full name of the XFDF field. Text is UTF-8. Copies have the same sets and maps. A mapper, its sets and its documents
-// are used by one thread at a time.
+// ZXFDFMapper connects the fields of XFDF documents to the fields of the host's sets. Each set is registered under a
+// name, called its rubric; letter case is ignored. Sets are not owned: they must outlive the mapper. Maps are stored by
+// the exact full name of the XFDF field. Text is UTF-8. Copies have the same sets and maps. A mapper, its sets and its
+// documents are used by one thread at a time.
 class ZFORMS_API ZXFDFMapper {
  public:
   using DataFieldRef = ZXFDFMapperDataFieldRef;
@@ -43,10 +43,10 @@ class ZFORMS_API ZXFDFMapper {
 
   // Registers the set and replaces an earlier one of that name.
   void AddRubric(const Chaine& name, const ZFieldSet* fields);
-  // The set of the rubric, or null.
+  // The set of this name, or null.
   const ZFieldSet* Rubric(const Chaine& name) const;
 
-  // Maps the XFDF field to a data field; declares it unmapped when the rubric is not registered.
+  // Maps the XFDF field to a data field; declares it unmapped when no set is registered under the rubric.
   void DeclareMap(const Chaine& xfdf_name, const Chaine& rubric, const Chaine& field);
   // Does the same with a reference "rubric.field", where the rubric ends at the first "."; declares the field unmapped
   // when there is no ".".
@@ -56,7 +56,7 @@ class ZFORMS_API ZXFDFMapper {
   // All maps, in byte order of the XFDF names.
   const FDictionnary<DataFieldRef>& Maps() const { return maps_; }
 
-  // Declares every entry of the storage; with `known_rubrics_only`, only those whose rubric is registered. When there
+  // Declares every entry of the storage; with `known_rubrics_only`, only those whose set is registered. When there
   // are no entries, the storage has the reason.
   void ReadMaps(MapStorage& storage, bool known_rubrics_only);
   void ReadMapsIni(const Chaine& ini_path, const Chaine& section, const Chaine& default_rubric,
