@@ -97,8 +97,9 @@ inline void RoundTrip(ZPDFParser& parser) {
     texts[id] = Written(*object);
   }
   const ZPDFParser copy(parser);
-  // Saves no update of a recovered document, because it is always saved in full. Neither when the cross-reference
-  // stream is damaged: without a valid "/Length" it may seem to end elsewhere when an update follows.
+  // Saves no update of a recovered document, because it is always saved in full. Saves none of a document with a
+  // damaged cross-reference stream either: a stream without a valid "/Length" may seem to end elsewhere when an update
+  // follows.
   const size_t at = std::min<size_t>(parser.XRefOffset(), parser.RawData().size());
   const std::string section(parser.RawData().View().substr(at, 16));
   const auto number = static_cast<uint32_t>(std::strtoul(section.c_str(), nullptr, 10));

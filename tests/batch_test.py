@@ -42,7 +42,7 @@ def test_forms_are_those_of_fill(folder):
     check_against_fill(odd_form(folder / "odd.pdf"), folder / "viewers", 20, options=("--draw", "no"))
     # All fields are drawn, some in fonts that the form does not have.
     check_against_fill(SAMPLE, folder / "drawn", 40, SCRIPTS)
-    # The same with appearances of which parts are kept.
+    # The same for a form that was drawn before: parts of its appearances are kept.
     zforms("draw", SAMPLE, "-o", folder / "drawn.pdf")
     check_against_fill(folder / "drawn.pdf", folder / "kept", 12, SCRIPTS)
     check_against_fill(SAMPLE, folder / "flat", 6, SCRIPTS, ("--flatten",))

@@ -76,7 +76,7 @@ def test_pages_are_those_of_single_forms(folder):
         same("qpdf", peers.qpdf_check(path), (0, 0))
         text = objects_of(path)
         same("nothing is left to fill in", (b"/AcroForm" in text, b"/Widget" in text), (False, False))
-        # The page content of the form is in the file only once. So is each font; the names need a few subsets of them.
+        # The file has the page content of the form only once. It has each font once too, in a few subsets for the names.
         expect(len(first) / len(rows) < 0.3 * len(singles[0].read_bytes()), "what rows share", len(first))
     same("our own check", zforms("check", path)[0], 0)
 

@@ -274,7 +274,7 @@ def mutool_values(path, password=""):
         script.write(MUTOOL_SCRIPT)
         script.flush()
         done = run("mutool", "run", script.name, path, password)
-    # Bytes that are not UTF-8 are decoded as PDFDocEncoding: names may have them.
+    # Names may contain bytes that are not UTF-8: these are decoded as PDFDocEncoding.
     text = "".join(PDF_DOC.get(ord(c) - 0xDC00, chr(ord(c) - 0xDC00)) if 0xDC80 <= ord(c) <= 0xDCFF else c
                    for c in done.out.decode("utf-8", "surrogateescape"))
     lines = text.splitlines()

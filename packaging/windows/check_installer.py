@@ -45,14 +45,14 @@ def main():
     check(any(name.startswith("licences/") for name in files), "no licences are installed")
     check(is_on_path(), "the PATH lacks the program")
     check(wine("reg", "query", UNINSTALL, "/v", "DisplayVersion")[1].find(version) >= 0, "Windows does not list the program")
-    # By the PATH, as a new console has it.
+    # Finds the program by the PATH, as a new console does.
     check(version in wine("cmd", "/c", "zforms", "--version")[1], "the program does not run")
     status, fields = wine("cmd", "/c", "zforms", "fields", f"C:\\{FOLDER}\\share\\zforms\\samples\\membership_form.pdf")
     check(status == 0 and "adherent.nom" in fields, "the program does not list the fields of a sample")
     other = place / "lib/of another program.txt"
     other.write_text("kept")
     check(wine(f"C:\\{FOLDER}\\uninstall.exe", "/S")[0] == 0, "the uninstaller failed")
-    # It runs from a copy of itself and returns at once.
+    # The uninstaller returns at once: a copy of it does the work.
     for _ in range(120):
         left = [path for path in place.rglob("*") if path.is_file()]
         if left == [other]:

@@ -6,7 +6,7 @@
 #include <wchar.h>
 #include <windows.h>
 
-// After <windows.h>.
+// Must be included after <windows.h>.
 #include <shellapi.h>
 
 static const wchar_t kKey[] = L"SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";

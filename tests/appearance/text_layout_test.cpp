@@ -71,7 +71,8 @@ TEST(TextLayout, HandComputed) {
       // Automatic size: six lines of 12 * 1.35 fit into 98, and 98 / 6 / 1.35 would be more than the maximum, 12.
       {"lower than a line", kLines, "a", {54, 8.4, 2, 0, 0, 10}, 0, "10 a@2 1.7"},
       {"automatic", kLines, "a", {54, 100, 2, 0, 0, 0}, 0, "12 a@2 86.901"},
-      // Twelve lines in 38 points: 38 / 7 / 1.35 is the least size that is not below 4, at which nine lines fit.
+      // Twelve lines do not fit into 38 points. The size is 38 / 7 / 1.35, because 38 / 8 / 1.35 would be below the
+      // minimum, 4. At this size nine lines can be seen.
       {"automatic, least",
        kLines,
        "a\nb\nc\nd\ne\nf\ng\nh\ni\nj\nk\nl",

@@ -78,7 +78,8 @@ struct TrueTypeText {
   }
 };
 
-// A Type 1 program with these glyphs, which are drawn and 100, 200, ... wide. `encoding` is its built-in encoding.
+// A Type 1 program with these glyphs. Each is a square; the first is 100 wide, the next 200, and so on. `encoding` is
+// the encoding built into the program.
 inline std::string Type1Text(const std::vector<std::string>& glyphs, const std::map<int, std::string>& encoding) {
   const auto encrypted = [](std::string_view bytes, uint16_t key) {
     std::string result;

@@ -13,7 +13,7 @@ namespace {
 constexpr size_t kMostKids = 64;
 constexpr size_t kWindow = 1 << 16;  // the most offsets, or bytes of the file, that are kept in memory
 constexpr std::streamoff kOffset = sizeof(uint64_t);
-constexpr size_t kRemembered = 1 << 13;  // the most digests in one map of written_
+constexpr size_t kRemembered = 1 << 13;  // the most digests in one of the two maps of written_
 constexpr size_t kOffsetWidth = 5;       // bytes
 constexpr std::string_view kBinaryComment = "%\xFF\xFE\xFD\xFC\n";
 

@@ -141,8 +141,8 @@ ZPDFNodeDictionary* AppearanceStore::MakeResources(const NewAppearance& appearan
   return resources.release();
 }
 
-// Writes the dictionary as text and reads it back: nodes for its simple values are then never made, because they are
-// only written.
+// Makes the dictionary by reading a text. The simple values of a dictionary that was read get nodes only when somebody
+// uses them, and these are only written.
 ZPDFNodeStream* AppearanceStore::MakeStream(const NewAppearance& appearance) const {
   Chaine text = "<</Length ";
   text.Append(FormatUInt(appearance.content.size()));

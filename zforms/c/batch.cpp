@@ -44,7 +44,7 @@ struct zforms_batch : zforms::c::Handle {
   std::unique_ptr<zforms::RowReader> reader;  // null without a table
   Row row;                                    // the row that was filled last
   bool is_filled = false;
-  bool has_reported_failure = false;  // of the reader
+  bool has_reported_failure = false;  // the host was told why the reader failed
   Chaine bytes;
   std::vector<std::string> next_names;  // the names and values set for the next row without a table
   std::vector<zforms::Cell> next_cells;

@@ -11,9 +11,10 @@ namespace {
 
 constexpr size_t kMost = 3;
 constexpr size_t kLongestName = 200;
-// The limit on comparison steps; they take some tenths of a second.
+// The most steps that all comparisons together may take: some tenths of a second.
 constexpr size_t kWork = 50'000'000;
-// The distances of names that differ only in separators, or only before the last part: less than for a wrong letter.
+// The distance of a name that differs only in separators; of one that differs only before its last part; and of one
+// with wrong letters, to which their number is added.
 constexpr size_t kSameLetters = 1;
 constexpr size_t kSameLastPart = 2;
 constexpr size_t kWrongLetters = 2;

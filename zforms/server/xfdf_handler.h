@@ -67,7 +67,7 @@ class ZFORMS_API ZAcroFormServerXFDFSession : public ZHTTPServerPageXFDFSession 
   // Creates a message; the caller takes over its reference.
   virtual CSaveXFDFMessage* CreateSaveMessage(const ZInetURL& url, const ZXFDF& xfdf, bool accepted) = 0;
 
-  // The status that the request's URL belongs to.
+  // What the request asks for, by its URL: to save the form, or to modify it again.
   ZDocument::Status Action() const;
   ZAcroFormServer* HTTPServer() const;
   ZXFDFTransaction& TransactionManager() const;
