@@ -32,7 +32,7 @@ using KnownWidgets = std::unordered_map<const ZPDFNodeDictionary*, WidgetFacts>;
 class WidgetDrawer {
  public:
   // `shown_of` formats values, see ZFieldDrawer::SetShownValues. It may be null or empty. `known` keeps the facts of
-  // the widgets for the next drawing; null when there is none.
+  // the widgets for the next drawing; null when the document is drawn only once.
   WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
                const ZFieldDrawer::ShownValueOf* shown_of = nullptr, KnownWidgets* known = nullptr);
 
