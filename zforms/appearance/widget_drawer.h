@@ -43,7 +43,7 @@ class WidgetDrawer {
  private:
   WidgetDrawing Begin(const ZAcroFormField& widget, const WidgetStyle& style, const TextLook& look,
                       const KeptLook* kept) const;
-  // The parts of the widget's appearance to keep; null when there are none.
+  // What the new appearance keeps of the present one; null when it keeps nothing.
   const KeptLook* KeptOf(const ZAcroFormField& widget, WidgetFacts* facts);
   bool DrawValue(ZAcroFormField& widget, WidgetFacts* facts, bool reuses_fonts = true);
   bool DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index);
