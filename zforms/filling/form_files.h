@@ -32,7 +32,7 @@ ZFORMS_API ZFormMessage::Remedy RecoveryFor(const FormSource& source, const std:
 // How a document is saved.
 struct ZFORMS_API SaveOptions {
   bool anew = false;   // as a new file, even when an update is possible
-  bool force = false;  // also when pages or the form lose something in the new file
+  bool force = false;  // save also when pages, fields or their objects would be missing from the new file
 };
 
 // Saves the document into the file, as an update where that is possible. An update of the document's own file is

@@ -28,7 +28,7 @@ class ZFORMS_API ZPDFNodeIndirectReference final : public ZPDFNode {
 
  private:
   friend class ZPDFNode;
-  friend class ZPDFParser;  // which renumbers objects
+  friend class ZPDFParser;  // it renumbers objects
   ZPDFNodeIndirectReference(Parsed, const ZPDFObjectIdentifier& id, IPDFObjectProvider* provider)
       : ZPDFNode(provider, Kind::kReference), id_(id) {}
   const ZPDFNode* Follow() const;

@@ -248,7 +248,8 @@ ZPDFNodeStream* ZPDFNodeStream::BuildFrom(ZPDFTokenizedString& text, ZPDFNodeDic
   stream->AppendChild(new ZPDFNodeStreamData(plain, provider));
   if (plain.size() != stated || is_damaged) {
     // Corrects "/Length" for writing. The dictionary is not marked as modified, since reading is no change.
-    if (is_damaged) dictionary->RemoveValue(kLength);  // else SetValue keeps it when its value is equal
+    // SetValue would keep a damaged value that reads as the same number.
+    if (is_damaged) dictionary->RemoveValue(kLength);
     dictionary->SetValue(kLength, static_cast<uint32_t>(plain.size()));
     dictionary->SetModified(false, true);
   }

@@ -14,7 +14,7 @@ class ZFORMS_API ZAcroFormServerForm : public ZAcroForm {
   ZAcroFormServerForm();
   ~ZAcroFormServerForm() override;
 
-  // The submit buttons whose own URL is the page of that status, by full name; all widgets of a name that has several.
+  // The buttons that submit to the page of that status, by full name: all widgets of each such field.
   FieldMap FindSubmitFormButtons(ZDocument::Status status);
   ConstFieldMap FindSubmitFormButtons(ZDocument::Status status) const;
   bool HasSubmitFormButton(ZDocument::Status status) const;

@@ -21,8 +21,8 @@ class ZPDFLosses {
 
   // The identifiers that are referenced but cannot be read because of damage (see ZPDFParser::IsLost), in order.
   const PTableau<ZPDFObjectIdentifier>& Unreadable() const { return unreadable_; }
-  // True when pages or the form lose something: they refer to an unreadable object, or a fault of the page tree or of
-  // the list of fields hides a part of them.
+  // True when pages or the form are incomplete: they refer to an unreadable object, or a part of them cannot be found
+  // because of a fault of the page tree or of the list of fields.
   bool ConcernContent() const { return concern_content_; }
 
  private:

@@ -229,7 +229,7 @@ ZPDFNodeIndirectObject* ZPDFParser::LoadObject(const ZPDFObjectIdentifier& id, u
   if (offset == 0)
     diagnostics_.WarnObject(id.Number(), id.Generation(),
                             "the cross-reference table gives this object the offset 0, where the file begins");
-  // After a recovery the header may have another generation: recovery has chosen between the two.
+  // After a recovery the record may have another generation than the header: recovery has chosen one of them.
   if (has_number && (head->id == id || file_.recovered)) {
     if (!head->is_sound) text.Warn("a blank is missing after \"obj\"");
     // A cross-reference stream is not encrypted.

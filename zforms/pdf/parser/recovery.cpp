@@ -166,7 +166,7 @@ bool ZPDFRecovery::Rebuild(const Chaine& reason) {
   parser_.file_.recovered = true;
   parser_.trailer_->SetValue("/Size", parser_.locations_.HighestNumber() + 1);
   parser_.trailer_->SetModified(false, true);
-  // Leaves out what is not true of a file that could be read.
+  // Removes this beginning of the reason: it is not true, because the file can be read after all.
   constexpr std::string_view kNotPDF = "not a PDF file: ";
   const Chaine why = reason.Mid(reason.View().starts_with(kNotPDF) ? kNotPDF.size() : 0);
   const size_t count = parser_.locations_.Size();

@@ -47,9 +47,9 @@ class ZPDFUsedObjectSearch {
 
   ZPDFParser& parser_;
   std::vector<ZPDFObjectIdentifier> pending_;
-  std::vector<ZPDFObjectIdentifier> references_;                   // of the raw object that was read last
-  std::vector<const ZPDFNodeIndirectReference*> reference_nodes_;  // of the node that was read last
-  // For each location what was found there.
+  std::vector<ZPDFObjectIdentifier> references_;  // the references of the raw object that was read last
+  std::vector<const ZPDFNodeIndirectReference*> reference_nodes_;  // the references of the node that was read last
+  // What was found at a location.
   struct Found {
     bool is_known = false;
     const ZPDFNodeIndirectObject* object = nullptr;

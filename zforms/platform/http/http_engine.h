@@ -14,11 +14,11 @@ namespace zforms {
 // The outcome of one request.
 struct sHTTPRequestInfos {
   Chaine remote_address;
-  Chaine method;                          // empty, like the path, when the request was refused before it was known
-  ZInetURL url;                           // path and parameters
+  Chaine method;                          // empty when the request was refused before its first line was read
+  ZInetURL url;                           // path and parameters; empty in the same case
   int status = 0;                         // 0 when the connection ended before the body was complete
-  uint64_t bytes_received = 0;            // of the body
-  uint64_t bytes_sent = 0;                // of the body
+  uint64_t bytes_received = 0;            // bytes of the body
+  uint64_t bytes_sent = 0;                // bytes of the body
   std::chrono::microseconds duration{0};  // from the last byte of the request to that of the answer
   bool delivered = false;                 // false when the client had disconnected
   // Why the request was refused, or what its page reported (ZHTTPServerPageSession::Refuse).

@@ -255,7 +255,8 @@ class ZXMLParser {
   const char* repeated_ = nullptr;  // the name of an attribute that its element has already, in bytes_
   Chaine version_;
   Chaine standalone_;
-  bool is_document_ = false;  // else unknown entities are kept: the document of a fragment may define them
+  // False for a fragment: its unknown entities are kept, because the document that contains it may define them.
+  bool is_document_ = false;
 };
 
 // An estimate of the nodes' memory for each byte of dense XML. It is allocated as one block, which the allocator keeps
