@@ -217,6 +217,8 @@ TEST(WidgetDrawer, ButtonsKeepTheStatesThatTheyHave) {
       {"/FT/Btn/AS/A/AP<</N<</Off 20 0 R>>>>", "/AP<</N<</Off 20 0 R/A 21 0 R>>>>/AS /A"},
       {"/FT/Btn/AS/Off/AP<</N<</A 20 0 R>>>>", "/AP<</N<</A 20 0 R>>>>/AS /Off"},
       {"/FT/Btn/AS/Off/AP<</N<</A<<>>>>>>", "/AP<</N<</A 21 0 R/Off 22 0 R>>>>/AS /Off"},
+      {"/FT/Btn/V/A/AP<</N<</A 20 0 R>>>>", "/AP<</N<</A 20 0 R>>>>/AS /A"},
+      {"/FT/Btn/V/B/AP<</N<</A 20 0 R>>>>", "/AP<</N<</A 20 0 R>>>>/AS /Off"},
   };
   for (const auto& c : kCases) {
     FormText text;

@@ -120,7 +120,7 @@ TEST(CheckedFiller, WhatFieldsTake) {
        kRadio + "<</AS/C/Rect[]>><</AS/Off/Rect[]>>]/V/C>>", ""},
 
       {"one of those with a state", kRadio + "<<" + kOne + ">><<" + kOne + ">>]>>", "A",
-       kRadio + "<<" + kOne + "/AS/A>><<" + kOne + ">>]/V/A>>", ""},
+       kRadio + "<<" + kOne + "/AS/A>><<" + kOne + "/AS/Off>>]/V/A>>", ""},
       {"the one that was on", kRadio + "<</AS/Off" + kOne + ">><</AS/A" + kOne + ">>]/V/Off>>", "A",
        kRadio + "<</AS/Off" + kOne + ">><</AS/A" + kOne + ">>]/V/A>>", ""},
       {"in unison", "<</FT/Btn/Ff 33587200/T(a)/Kids[<<" + kOne + ">><<" + kOne + ">>]>>", "A",

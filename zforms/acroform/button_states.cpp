@@ -135,7 +135,8 @@ void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& stat
     // Leaves the widget unchanged when "/AS" already is the state, even if the widget has no appearance for it.
     if (!each.can_show && each.named == state) continue;
     const Chaine shown = goes_on ? state : Chaine(kOff);
-    if (each.named == shown || (each.named.IsEmpty() && shown == kOff)) continue;
+    if (each.named == shown) continue;
+    if (each.named.IsEmpty() && shown == kOff && !HasOnStates(*each.widget)) continue;
     each.widget->Dico()->SetIdentifier("/AS", "/" + shown);
   }
 }

@@ -111,9 +111,14 @@ void ButtonDrawer::DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, si
     draw_ground();
     StoreState(widget, drawing, Chaine(kOff));
   }
-  if (widget.Dico()->GetIdentifier("/AS").IsEmpty()) {
-    widget.Dico()->SetIdentifier("/AS", "/" + (widget.Value() == on ? on : Chaine(kOff)));
-  }
+  NameState(widget);
+}
+
+void ButtonDrawer::NameState(ZAcroFormField& widget) {
+  const ZPDFNodeDictionary* const states = StatesOf(widget);
+  if (states == nullptr || !widget.Dico()->GetIdentifier("/AS").IsEmpty()) return;
+  const Chaine value = "/" + widget.Value();
+  widget.Dico()->SetIdentifier("/AS", states->Exist(value) ? value : "/" + Chaine(kOff));
 }
 
 void ButtonDrawer::DrawMark(WidgetDrawing& drawing, bool is_radio) {

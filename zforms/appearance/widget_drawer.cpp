@@ -206,7 +206,10 @@ bool WidgetDrawer::ReadValue(const ZAcroFormField& widget, Chaine* utf8) {
 bool WidgetDrawer::DrawButton(ZAcroFormField& widget, const WidgetStyle& style, size_t index) {
   fonts_.Begin(nullptr);
   const bool is_push = widget.InheritedType() == ZAcroFormField::ePushButton;
-  if (is_push ? !ButtonDrawer::LacksLook(widget) : !ButtonDrawer::LacksStates(widget)) return true;
+  if (is_push ? !ButtonDrawer::LacksLook(widget) : !ButtonDrawer::LacksStates(widget)) {
+    if (!is_push) ButtonDrawer::NameState(widget);
+    return true;
+  }
   const TextLook look = fonts_.LookOf(widget);
   WidgetDrawing drawing = Begin(widget, style, look, nullptr);
   if (is_push) {
