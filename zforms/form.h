@@ -73,8 +73,8 @@ class ZFORMS_API ZForm {
   // The fields in the order of the form's tree. Fields that a page shows but the form does not list come last. Each
   // call reads all fields again.
   std::vector<ZFormField> Fields() const;
-  // The fields whose values are exported. Without `all`, fields with the flag NoExport are left out, and a note names
-  // those of them that have a value. A warning lists the names that several fields with different values have.
+  // The fields whose values are exported. Without `all`, fields with the flag NoExport are left out, and a note lists
+  // those with a value. A warning lists the names that several fields with different values have.
   std::vector<ZFormField> ExportedFields(bool all = false);
 
   // Set the value of all fields with this full name. A choice field takes the value of an option or the text that

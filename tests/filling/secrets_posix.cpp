@@ -79,8 +79,8 @@ std::string Locked(Method method, const SecretString& user, const SecretString& 
 
 TEST(SecretsTest, NoPasswordStaysInMemoryAfterItsFormIsClosed) {
   if (access("/proc/self/mem", R_OK) != 0) GTEST_SKIP() << "the memory of the process cannot be read";
-  // The passwords "user's words, long enough" and "owner's words, no less long". The second case appends a letter that
-  // has two bytes in UTF-8 to the one, and a letter that PDFDocEncoding lacks to the other.
+  // The passwords "user's words, long enough" and "owner's words, no less long". The second case appends to
+  // the first password a letter of two bytes in UTF-8, and to the second a letter that PDFDocEncoding lacks.
   const struct {
     std::string user, owner;
   } cases[] = {

@@ -36,8 +36,8 @@ class BatchRun {
   bool Prepare();
   // Fills the rows and returns the exit status.
   int Run();
-  // The exit status when Prepare has returned false: that of the form when it forbids filling, 75 after a temporary
-  // failure, else 2.
+  // The exit status when Prepare has returned false: 75 after a temporary failure, the status for a form that forbids
+  // filling, else 2.
   int StatusOfRefusal() const;
 
  private:

@@ -19,8 +19,8 @@ constexpr const char* kLeastVersion = "%PDF-1.5";
 // Entries of the template's catalog that apply to all its pages.
 constexpr std::string_view kKeptKeys[] = {"/OCProperties", "/OutputIntents", "/Lang"};
 
-// The header line, with the highest of three versions: that in the template's header, that in its catalog, and the one
-// that this file needs.
+// The header line, with the highest of three versions: in the template's header, in its catalog, and needed by this
+// file.
 std::string HeaderOf(ZAcroForm& form) {
   const std::string version = form.Parser()->Root()->GetIdentifier("/Version").ToString();
   const std::string in_catalog = version.empty() ? "" : "%PDF-" + version.substr(1);

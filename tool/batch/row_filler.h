@@ -15,7 +15,8 @@ namespace zforms::tool {
 // used by one thread. The plan and the guard are shared and must outlive it.
 class RowFiller {
  public:
-  // The fonts are those of FormPress. Uses the options that concern forms, such as `flatten`.
+  // Draws the fields with `fonts`; without fonts, asks viewers to draw them. Uses the options that concern forms, such
+  // as `flatten`.
   RowFiller(const ZAcroForm& form, const BatchPlan& plan, const FillingGuard& guard,
             const std::optional<ZDrawingFonts>& fonts, const BatchOptions& options);
 

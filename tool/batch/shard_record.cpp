@@ -145,7 +145,8 @@ bool ShardRecord::Open(const std::string& folder, const Shard& shard, Start star
     std::string_view rest = head;
     const bool is_own = record.shard.index == shard.index;
     if (is_own && (run_ = record.run) > 0) own.push_back(path);
-    // Compares the job with that of this shard's last run. For the first run, compares it with those of other shards.
+    // Compares the job with the job of this shard's last run. For the first run, compares it with the jobs of other
+    // shards.
     const bool differs = !head.empty() && TakeWord(&rest) != Hex(job);
     if (is_own && !head.empty()) other = differs ? record.shard.Name(" of ") : "";
     if (!is_own && differs && own.empty()) other = record.shard.Name(" of ");

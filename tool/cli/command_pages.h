@@ -29,7 +29,8 @@ struct CommandPage {
 
 OptionPage ReadOption(const CLI::Option& option);
 
-// The page of the program, then those of its commands. Commands and options that the help does not show are left out.
+// The page of the program, then the pages of its commands. Commands and options that the help does not show are left
+// out.
 std::vector<CommandPage> ReadPages(const CLI::App& app);
 
 // Adds the hidden command that writes all pages into a folder. When the user chooses it, `*run` is set to it.

@@ -186,8 +186,8 @@ void SayHowToGetReader(const ReaderPage* reader) {
       "--reader, or fetch it with \"./run build\" in the folder of the source code.\n");
 }
 
-// Chooses the financial year: that of the option, else that of the store, else the current year. Forms that were opened
-// in an earlier year can still be saved.
+// Takes the financial year from the option, else from the store, else uses the current year. Forms that were opened in
+// an earlier year can still be saved.
 bool ChooseYear(const Plan& plan, Store& store, int32_t* year, std::string* said) {
   const int32_t this_year = ParseInt(TimeStamp().substr(0, 4));
   std::optional<int32_t> stored;

@@ -75,7 +75,7 @@ bool PostgresRows::Fail(const std::string& what, bool is_trouble) {
 bool PostgresRows::FailQuery() {
   const std::string state = next_.State();
   if (state.empty() && connection_->IsLost()) return Fail(connection_->Error(), true);
-  // Without an error, the result is that of a statement that returns no rows.
+  // Without an error, the statement was one that returns no rows.
   if (state.empty()) return Fail("the query returns no rows: it must be a SELECT", false);
   size_t position = next_.Position();
   size_t line = 1;

@@ -25,7 +25,7 @@ std::string TitleOf(const ZPDFParser& parser) {
   return title == nullptr ? std::string() : PDFTextToUTF8(title->GetStringValue()).ToString();
 }
 
-// The full name of a field or widget: its partial name after those of its ancestors (ISO 32000-1 12.7.3.2).
+// The full name of a field or widget: its partial name after the names of its ancestors (ISO 32000-1 12.7.3.2).
 std::string FullNameOf(const ZPDFNodeDictionary* at) {
   std::string name;
   for (int depth = 0; at != nullptr && depth < kMaxDepth; depth++) {

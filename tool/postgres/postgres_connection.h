@@ -84,7 +84,7 @@ class PostgresConnection {
   PostgresConnection& operator=(const PostgresConnection&) = delete;
   ~PostgresConnection();
 
-  // Runs statements without parameters; the result is that of the last one.
+  // Runs statements without parameters; returns the result of the last one.
   PostgresResult Run(const std::string& sql, Deadline deadline);
   // Runs one statement. With `is_kept`, it is prepared at its first use and kept for further uses; `sql` must then be a
   // constant, whose address names the statement.

@@ -137,7 +137,7 @@ Store::Added PostgresStore::AddForm(const OpenedForm& form) {
   return known == Found::kYes && found.token == form.token ? Added::kAdded : Added::kTaken;
 }
 
-// Uses the clock of the database, since those of the servers may differ.
+// Uses the clock of the database, since the clocks of the servers may differ.
 bool PostgresStore::ExpireForms(uint32_t days, std::vector<uint64_t>* expired) {
   constexpr char kExpire[] =
       R"(DELETE FROM forms WHERE expected = 0 AND

@@ -39,7 +39,7 @@ struct Submission {
 struct SubmissionFilter {
   std::string code;       // all when empty
   int64_t id = 0;         // all when 0
-  bool rejected = false;  // only those that were not accepted
+  bool rejected = false;  // only submissions that were not accepted
   bool latest = false;    // only the newest one of each transaction
   // Only those with the text in a value or in the code, in any letter case. Texts above 512 KiB are not searched.
   std::string search = {};
@@ -110,7 +110,7 @@ class Store {
   virtual Added AddForm(const OpenedForm& form) = 0;
   // Removes the forms that were opened more than `days` days ago and never saved; `expired` gets their transactions.
   virtual bool ExpireForms(uint32_t days, std::vector<uint64_t>* expired) = 0;
-  // The financial year that was stored last; else that of the newest form, if there is one.
+  // The financial year that was stored last; else the year of the newest form, if there is one.
   virtual bool Year(std::optional<int32_t>* year) = 0;
   virtual bool KeepYear(int32_t year) = 0;
 

@@ -179,7 +179,7 @@ class ZFORMS_API ZAcroForm {
   // list of fields is damaged. Diagnostics() then says which.
   bool WouldLose();
   void ResetModified();
-  // The bytes as loaded or last saved, with an update that contains those of the given objects that are marked as
+  // The bytes as loaded or last saved, with an update that contains the given objects if they are marked as
   // modified. The form itself does not change, so a caller can fill it, get the bytes, undo its changes and fill it
   // again. Empty on failure. Precondition: a document is loaded.
   Chaine UpdatedBytes(const PTableau<ZPDFNodeIndirectObject*>& objects) const;

@@ -135,8 +135,8 @@ void DropCryptFilters(const ZPDFObjectList& objects, ZPDFParser& parser) {
   }
 }
 
-// A number for a new object, higher than those of all objects with a value. Objects without a value at the end of the
-// list are not in use: they are kept only to be used again later.
+// A number for a new object, higher than the numbers of all objects with a value. Objects without a value at the end of
+// the list are not in use: they are kept only to be used again later.
 uint32_t NumberBehind(const ZPDFParser& parser) {
   const ZPDFLocations& locations = parser.ObjectLocations();
   auto end = locations.end();

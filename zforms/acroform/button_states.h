@@ -26,8 +26,8 @@ Chaine ButtonStateFor(const ZAcroFormField& field, const Chaine& value, bool* kn
 // A widget with appearances for states is switched on when it has one for this state, else off; it does not change when
 // "/AS" already is this state. A widget without them is switched on for every state; but among several radio buttons,
 // only one that already shows the state stays on. When several radio buttons that are not in unison (ISO 32000-1 table
-// 226) have the state, only one is switched on: the one that was on, else the first. An absent "/AS" of a widget without
-// appearances for states is not set to "/Off".
+// 226) have the state, only one is switched on: the one that was on, else the first. An absent "/AS" of a widget
+// without appearances for states is not set to "/Off".
 void ShowButtonState(const PTableau<ZAcroFormField*>& fields, const Chaine& state);
 void ShowButtonState(ZAcroFormField& field, const Chaine& state);
 

@@ -43,8 +43,8 @@ Chaine ZAcroFormField::MappingName() const { return dictionary_->GetStringValue(
 
 bool ZAcroFormField::HasMappingName() const { return HasEntry(*dictionary_, "/TM"); }
 
-// Appends the names of the ancestors, then that of this field. Recursion is safe: FieldTreeBuilder bounds the depth of
-// the tree.
+// Appends the names of the ancestors, then the name of this field. Recursion is safe: FieldTreeBuilder bounds the depth
+// of the tree.
 template <class NameOf>
 void ZAcroFormField::JoinNames(Chaine* full_name, NameOf name_of) const {
   if (parent_ != nullptr) parent_->JoinNames(full_name, name_of);

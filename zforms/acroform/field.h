@@ -110,7 +110,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   bool HasOptions() const;
   bool HasOwnOptions() const;
 
-  // The nearest "/DA" and "/Q"; when there is none, that of the form.
+  // The nearest "/DA" and "/Q"; when there is none, the entry of the form.
   Chaine DefaultAppearance() const;
   bool HasOwnDefaultAppearance() const;
   int32_t Quadding() const;
@@ -127,7 +127,7 @@ class ZFORMS_API ZAcroFormField : public ZAcroFormFieldCollection {
   const ZAcroFormAnnotation* GetAnnotation() const;
   // True when GetAnnotation was called before or "/Subtype" is "/Widget".
   bool HasOwnAnnotation() const;
-  // True when this field's own dictionary is also that of a widget.
+  // True when this field's own dictionary is also the dictionary of a widget.
   bool IsWidget() const;
   // The widgets that show this field: itself if it is a widget, and the widgets among its kids without a name, at every
   // depth.

@@ -28,7 +28,8 @@ class FormFiller {
 
   // The number of fields that were given a value, changed or not.
   size_t Filled() const { return filled_; }
-  // The full names in the data that no field of the form has, and those of fields that are never filled.
+  // Full names in the data: the first list are names that no field has, the second are names of fields that are never
+  // filled.
   PTableau<Chaine> Unmatched() const { return {unmatched_.begin(), unmatched_.end()}; }
   PTableau<Chaine> Refused() const { return {refused_.begin(), refused_.end()}; }
 

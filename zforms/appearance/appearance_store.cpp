@@ -36,7 +36,7 @@ const ZPDFNodeDictionary* DictionaryOf(const ZPDFNodeDictionary& holder, std::st
 
 bool IsSameSize(double a, double b) { return std::abs(a - b) <= std::max(kBoxTolerance, kBoxPart * b); }
 
-// Reads "/BBox". False when it is not a rectangle, or when its size is not that of the widget.
+// Reads "/BBox". False when it is not a rectangle, or when the widget has another size.
 bool ReadBox(const ZPDFNodeDictionary& dictionary, const WidgetStyle& style, KeptLook* look) {
   std::array<double, 4> corners{};
   if (dictionary.GetNumbers("/BBox", corners) < corners.size()) return false;

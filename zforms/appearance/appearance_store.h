@@ -50,8 +50,8 @@ class AppearanceStore {
   static const ZPDFNodeStream* NormalStream(const ZPDFNodeDictionary& widget);
   // True when "/N" of the widget was made here.
   bool HasMade(const ZPDFNodeDictionary& widget) const { return made_.contains(&widget); }
-  // The parts of "/N" to keep. Empty when there is no stream, when it cannot be decoded, when the size or rotation of
-  // its box is not that of the widget, or when its content cannot be kept.
+  // The parts of "/N" to keep. Empty when there is no stream, when it cannot be decoded, when its
+  // box has another size or rotation than the widget, or when its content cannot be kept.
   std::optional<KeptLook> KeptOf(const ZPDFNodeDictionary& widget, const WidgetStyle& style);
 
   // Makes the appearance "/N", unless the widget already has the same one. Removes "/D" and "/R".

@@ -21,8 +21,9 @@ class ButtonDrawer {
   // Draws a check box or a radio button in the states on and off; an existing appearance for off is kept. Sets "/AS"
   // when it is absent. `widget` is the widget of the drawing, `index` its place among the widgets of its field.
   void DrawStates(ZAcroFormField& widget, WidgetDrawing& drawing, size_t index);
-  // Sets an absent "/AS" of a widget that has appearances for states to its value, or to "Off" when it has no appearance
-  // for its value. Without "/AS", some viewers show the only state (ISO 32000-1 table 164 requires the entry).
+  // Sets an absent "/AS" of a widget that has appearances for states to its value, or to "Off" when it has no
+  // appearance for its value. Without "/AS", some viewers show the only state (ISO 32000-1 table 164 requires the
+  // entry).
   static void NameState(ZAcroFormField& widget);
 
  private:

@@ -26,8 +26,7 @@ struct Rows {
   size_t end = 0;
 };
 
-// The first visible option is the one in "/TI", or the first selected one when no selected one would be visible
-// otherwise.
+// Begins with the option in "/TI". When no selected option would be visible then, begins with the first selected one.
 Rows VisibleRows(const ZAcroFormField& widget, size_t count, const std::vector<size_t>& selected, double rows) {
   const auto whole = static_cast<size_t>(std::max(std::floor(rows + 0.01), 1.0));
   const ZPDFNode* top = InheritedEntry(widget, "/TI");

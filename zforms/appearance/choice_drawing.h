@@ -18,7 +18,7 @@ class ChoiceDrawer {
  public:
   explicit ChoiceDrawer(FieldFonts& fonts) : fonts_(fonts) {}
 
-  // The text that a combo box shows, in UTF-8: that of the option with its value, else the value itself.
+  // The text that a combo box shows, in UTF-8: the text of the option with its value, else the value itself.
   Chaine ShownText(const ZAcroFormField& widget);
   // Draws the visible options of a list box, usually from "/TI" on. The selected ones get a coloured background.
   void DrawList(WidgetDrawing& drawing);

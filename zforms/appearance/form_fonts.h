@@ -11,8 +11,8 @@
 
 namespace zforms {
 
-// The fonts of a document's fields: those that "/DA" names and, for characters that these lack, those of a library. It
-// reads each default appearance and each font once. The document outlives it. One thread at a time.
+// The fonts of a document's fields: the fonts that "/DA" names and, for characters that these lack, fonts of a library.
+// It reads each default appearance and each font once. The document outlives it. One thread at a time.
 class FormFonts final : public FieldFonts {
  public:
   FormFonts(AddedObjects* added, std::shared_ptr<FontLibrary> library)

@@ -35,7 +35,7 @@ class TextDrawer {
  private:
   enum class Kind : uint8_t { kLine, kLines, kPassword };
 
-  // Sets paragraphs_ to those of the value.
+  // Sets paragraphs_ to the paragraphs of the value.
   void Prepare(const WidgetDrawing& drawing, const Chaine& utf8, Kind kind, const TextSpacing& spacing);
   TextLayout LayOut(const TextBox& box, Kind kind, size_t cells);
 

@@ -181,7 +181,7 @@ bool FitsAt(const std::vector<TextParagraph>& paragraphs, const TextBox& box, do
   return true;
 }
 
-// Divides the height of the box into a whole number of lines. An automatic size is the one for the smallest number of
+// Divides the height of the box into a whole number of lines. With an automatic size, uses the smallest number of
 // lines at which the text fits.
 LineGrid GridOf(const std::vector<TextParagraph>& paragraphs, const TextBox& box) {
   const double height = std::max(box.height - 2 * TopPadding(box), 0.1);
@@ -306,7 +306,7 @@ TextLayout LayOutComb(const TextParagraph& paragraph, const TextBox& box, size_t
     clusters.push_back({0, i, next, 0, 0});
     widest = std::max(widest, WidthOf(paragraph, clusters.back()));
   }
-  // The automatic size is that of one line, reduced so that no cluster is wider than its cell.
+  // The automatic size is the size for one line, reduced so that no cluster is wider than its cell.
   double automatic = SizeOfLine(paragraph.Width(), box);
   if (widest > 0) automatic = std::max(std::min(automatic, CutToHundredths(cell * 1000 / widest)), kLeastSize);
   layout.size = SizeOr(box.size, automatic);

@@ -36,7 +36,7 @@ class WidgetDrawer {
   WidgetDrawer(AddedObjects* added, FieldFonts& fonts, ZDiagnostics* notes,
                const ZFieldDrawer::ShownValueOf* shown_of = nullptr, KnownWidgets* known = nullptr);
 
-  // Draws a widget; `index` is its place among those of its field. False, with a warning, when it is not drawn
+  // Draws a widget; `index` is its place among the field's widgets. False, with a warning, when it is not drawn
   // completely.
   bool Draw(ZAcroFormField& widget, size_t index);
 

@@ -24,8 +24,8 @@ struct WidgetColor {
 // numbers are always finite and within bounds, even if those in the file are not.
 struct WidgetStyle {
   enum class Border : uint8_t { kSolid, kDashed, kBeveled, kInset, kUnderline };
-  // The largest width or height of a widget (that of the largest page that viewers show) and the largest width of a
-  // border, in points.
+  // The largest width or height of a widget, which is the size of the largest page that viewers show; and the largest
+  // width of a border. In points.
   static constexpr double kMostSize = 14400;
   static constexpr double kMostBorder = 100;
 

@@ -8,8 +8,8 @@ namespace zforms {
 
 // Numbers as the scripts of forms read and write them.
 
-// The separators of thousands and decimals in AFNumber_Format and AFPercent_Format; the values are those of their
-// argument "sepStyle".
+// The separators of thousands and decimals in AFNumber_Format and AFPercent_Format; the numbers are the
+// values of their argument "sepStyle".
 enum class Separators {
   kCommaPoint = 0,       // 1,234.56
   kPoint = 1,            // 1234.56

@@ -30,7 +30,7 @@ class ZFORMS_API ZFieldRule {
 
   // The result for given values.
   struct Verdict {
-    // True when the given values are those that an export of the first field contains. Then nothing is written and
+    // True when the given values equal the values in an export of the first field. Then nothing is written and
     // nothing is a fault, even if the values are not valid for the field; other fields with the same name keep their
     // values.
     bool is_unchanged = false;

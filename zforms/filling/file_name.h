@@ -32,7 +32,7 @@ class ZFORMS_API FileNamePattern {
  private:
   bool ParseKey(std::string_view pattern, size_t* at, std::string* error);
 
-  // The literal text before each key, and the one after the last.
+  // The literal text before each key, and the text after the last key.
   std::vector<std::string> literals_;
   std::vector<std::string> keys_;
 };

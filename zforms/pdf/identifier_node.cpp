@@ -49,8 +49,8 @@ Chaine WrittenText(const Chaine& identifier) {
 // Decode makes repeated passes over at most this many bytes, which is enough for any name of a few hundred bytes.
 constexpr size_t kRoundsBudget = size_t{1} << 16;
 
-// Decodes the escapes in one pass, which replaces each "#" once. The result differs from that of repeated passes only
-// where malformed escapes overlap.
+// Decodes the escapes in one pass, which replaces each "#" once. The result differs from the result of repeated passes
+// only where malformed escapes overlap.
 Chaine DecodeInOnePass(const Chaine& text) {
   std::string bytes = text.ToString();
   size_t length = 0;

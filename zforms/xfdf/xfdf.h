@@ -64,7 +64,7 @@ class ZFORMS_API ZXFDF {
   Chaine IDSOriginal() const;
   Chaine IDSModified() const;
   bool HasIDS() const;
-  // Sets the identifiers to those of a PDF; false when it cannot be read.
+  // Copies the identifiers of a PDF; false when it cannot be read.
   bool SetIDSFromLocalPDF(const Chaine& path);
 
   // Sets the "href" of the element "f"; removes "f" when the URL is empty. For a readable local file also sets the

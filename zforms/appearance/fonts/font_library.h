@@ -27,8 +27,8 @@ class FontLibrary {
   FontLibrary(const FontLibrary&) = delete;
   FontLibrary& operator=(const FontLibrary&) = delete;
 
-  // Adds a font that is tried before those of the system, and after those that were added earlier. False when it cannot
-  // be used; `fault` then says why. Call it before the first Find.
+  // Adds a font. Added fonts are tried before the fonts of the system, in the order in which they were added. False
+  // when it cannot be used; `fault` then says why. Call it before the first Find.
   bool AddFile(const Chaine& path, Chaine* fault);
 
   // A font that has all the characters and may be embedded; null when there is none.

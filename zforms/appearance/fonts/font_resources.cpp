@@ -61,7 +61,7 @@ ResourceFont* FontResources::StandInFor(const ResourceFont& font, std::u32string
   const std::shared_ptr<const FontCodes>& codes = CodesOf(like);
   const auto has = [&codes](char32_t c) { return codes->Find(c).has_value(); };
   if (!std::all_of(text.begin(), text.end(), has)) return nullptr;
-  // A name that differs from those of the form.
+  // A name that none of the form's fonts has.
   const Chaine name = Chaine("Z") + like.name;
   ResourceFont* const own = widget == nullptr ? nullptr : FindIn(AppearanceResources(*widget), "/" + name);
   const auto own_has = [own](char32_t c) { return own->Has(c); };

@@ -5,7 +5,7 @@
 
 namespace zforms {
 
-// Which list a glyph's name is looked up in first: that of ZapfDingbats has names of its own, such as "a20".
+// The list in which a glyph's name is looked up first. The list of ZapfDingbats has its own names, such as "a20".
 enum class GlyphNames : uint8_t { kUsual, kDingbats };
 
 // The code point that a glyph's name stands for, by the rules of the Adobe Glyph List: a name of the list, "uni" with

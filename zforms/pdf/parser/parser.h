@@ -70,7 +70,7 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   void SetEncryptions(ZPDFEncryptions encryptions) { encryptions_ = encryptions; }
   ZPDFEncryptions Encryptions() const { return encryptions_; }
   // True when the file was recovered. Then no update can be appended to it: it must be saved in full. RawData() then
-  // begins with the header: bytes before the header are removed, and a file without a header gets that of PDF 1.4.
+  // begins with the header: bytes before the header are removed, and a file without one gets the header of PDF 1.4.
   bool IsRecovered() const { return file_.recovered; }
   // True when recovery found fewer pages than the page tree should have.
   bool HasLostPages() const { return file_.lost_pages; }

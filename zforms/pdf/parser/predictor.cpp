@@ -10,7 +10,7 @@ namespace {
 constexpr uint32_t kTIFF = 2;
 constexpr uint32_t kFirstPNG = 10;
 constexpr uint32_t kLastPNG = 15;
-// Limits far above those of any image, so that the products below cannot overflow.
+// Limits far above the needs of any image, so that the products below cannot overflow.
 constexpr uint32_t kMostColors = 1 << 8;
 constexpr uint32_t kMostColumns = 1 << 28;
 

@@ -59,7 +59,7 @@ void ZPDFXrefManager::Reset() {
 const ZPDFXrefManager::OffsetList& ZPDFXrefManager::Offsets() const {
   if (sorted_) return offsets_;
   std::stable_sort(offsets_.begin(), offsets_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  // Runs std::unique from the back, so that of equal identifiers the one recorded last is kept.
+  // Runs std::unique from the back, which keeps the last record of each identifier.
   const auto same = [](const auto& a, const auto& b) { return a.first == b.first; };
   offsets_.erase(offsets_.begin(), std::unique(offsets_.rbegin(), offsets_.rend(), same).base());
   sorted_ = true;
@@ -99,7 +99,7 @@ ZPDFXrefManager::StreamSection ZPDFXrefManager::BuildStreamSection() const {
   StreamSection section{{1, BytesFor(highest_offset), 2}, {}, {}};
   for (size_t i = 0; i < offsets.size(); i++) {
     const auto& [id, offset] = offsets[i];
-    // A number has one record: that of its highest generation.
+    // A number has one record, for its highest generation.
     if (i + 1 < offsets.size() && offsets[i + 1].first.Number() == id.Number()) continue;
     const size_t groups = section.index.size();
     if (groups == 0 || section.index[groups - 2] + section.index[groups - 1] != id.Number()) {

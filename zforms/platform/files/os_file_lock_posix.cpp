@@ -21,7 +21,7 @@ int LockFile(int file) {
   return result;
 }
 
-// True when the path is still that of the open file. The previous owner of the lock may have removed it.
+// True when the open file is still at the path. The previous owner of the lock may have removed it.
 bool IsAt(const std::string& path, int file) {
   struct stat there;
   struct stat open;

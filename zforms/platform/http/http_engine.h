@@ -19,7 +19,7 @@ struct sHTTPRequestInfos {
   int status = 0;                         // 0 when the connection ended before the body was complete
   uint64_t bytes_received = 0;            // bytes of the body
   uint64_t bytes_sent = 0;                // bytes of the body
-  std::chrono::microseconds duration{0};  // from the last byte of the request to that of the answer
+  std::chrono::microseconds duration{0};  // from the last byte of the request to the last byte of the answer
   bool delivered = false;                 // false when the client had disconnected
   // Why the request was refused, or what its page reported (ZHTTPServerPageSession::Refuse).
   Chaine reason;

@@ -129,7 +129,7 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   // Replaces the content by parsed XML text; an XML declaration at its start is dropped. When it is not XML or is
   // nested too deeply, returns false and changes nothing.
   bool FromChaine(const Chaine& markup);
-  // Replaces attributes, value and content by copies of those of the other element.
+  // Replaces attributes, value and content by copies from the other element.
   void CopyContentOf(const ZXMLElement& other);
   std::unique_ptr<ZXMLElement> Clone() const;
 
