@@ -56,7 +56,7 @@ class PdfText {
     pending_[number] = {text_.size(), generation, 'n'};
     return *this;
   }
-  // Makes the next section list the object as free.
+  // Marks the object as free in the next section.
   PdfText& Free(uint32_t number, uint32_t generation = 1) {
     pending_[number] = {0, generation, 'f'};
     return *this;
