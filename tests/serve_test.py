@@ -611,6 +611,17 @@ def ended_under_load(folder, number):
         expect(set(stored) <= set(later) <= set(sent) and len(later) == len(set(later)), f"{name}: the store opens again")
 
 
+def test_a_form_that_cannot_be_modified_is_saved(folder):
+    templates = folder / "templates"
+    templates.mkdir()
+    sample = (SAMPLES / "membership_form.pdf").read_bytes()
+    (templates / "F1.pdf").write_bytes(sample.replace(b"modify.cgi", b"change.cgi"))
+    with Server(folder, templates=templates) as server:
+        status, out, err = zforms("submit", "F1", "--port", server.port, "--set", "adherent.nom=Zoé")
+        expect(status == 0 and out == "saved; the server returned the form in mode readonly\n", f"{status} {out} {err}")
+        expect([one["fields"]["adherent.nom"] for one in server.stored()] == ["Zoé"], "the submission is stored")
+
+
 def test_by_the_tool(folder):
     def submit(*arguments):
         status, out, err = zforms("submit", "--port", server.port, *arguments)

@@ -19,7 +19,8 @@ struct BatchOptions;
 // report. Each failure is written at once, so that memory does not grow. Any thread may call it.
 class BatchReport {
  public:
-  // `console` prints the faults of the data. Messages give the line of a row, or its number with `by_number`.
+  // `console` prints the faults of the data. A message about a row gives the number of its line in the data or, with
+  // `by_number`, the number of the row.
   BatchReport(Console& console, bool by_number);
 
   // Begins the report at standard output ("-") or in a temporary file beside `path`; false, with the reason, when it

@@ -139,11 +139,14 @@ int RunSubmit(const SubmitOptions& options) {
   ZAcroFormServerForm answer;
   if (!LoadForm(pdf, answer, console)) return console.Finish();
   const std::string next = ModeOf(answer);
-  Print((mode == "modify" ? (next == "consult" ? "saved" : "refused, because a newer copy was saved before")
-                          : "asked to modify") +
+  // The server returns a refused form in mode modify. A saved form without a button to modify it is in mode readonly.
+  const bool is_refused = mode == "modify" && next == "modify";
+  Print((is_refused         ? "refused, because a newer copy was saved before"
+         : mode == "modify" ? "saved"
+                            : "asked to modify") +
         std::string("; the server returned the form in mode ") + next + "\n");
   if (!options.output.empty()) WriteOutput(options.output, pdf, console);
-  if (mode == "modify" && next != "consult") console.Fail("a newer copy of the form was saved before");
+  if (is_refused) console.Fail("a newer copy of the form was saved before");
   return console.Finish();
 }
 

@@ -48,9 +48,10 @@ class TextFont {
   virtual void Shape(std::u32string_view paragraph, size_t from, size_t count, bool right_to_left,
                      std::vector<ShapedGlyph>* glyphs) = 0;
 
-  // The name of the font in "/Resources" "/Font", without slash, and the value of that entry, which the caller owns: a
-  // reference to the font's object. An embedded font makes the object now and completes it in a later step.
+  // The name of the font in the dictionary "/Font" of the resources, without slash.
   virtual Chaine ResourceName() const = 0;
+  // The entry with this name: a reference to the font's object, owned by the caller. For an embedded font, the first
+  // call adds an empty object; the font program is written into it after all texts were drawn.
   virtual ZPDFNode* AllocResource() = 0;
 };
 
