@@ -51,7 +51,7 @@ std::string NamesLeftOut(const std::vector<ZFormField>& fields) {
   return Listing(left_out);
 }
 
-// The names that several fields with different values have.
+// The names that are shared by several fields with different values.
 std::string NamesUnequal(const std::vector<ZFormField>& fields) {
   const auto text_of = [](const ZFormField& field) {
     Chaine text;
@@ -104,7 +104,8 @@ struct ZForm::Implementation {
   ZDrawingFonts fonts;
   std::unique_ptr<FormDrawing> drawing;  // null after Open and Save, until something is to be drawn
   PTableau<ZAcroFormField*> changed;     // fields with a new value that is not drawn
-  // Compares with the values that the fields had when it was made, so it can fill each field only once.
+  // The filler compares new values with the values that the fields had when the filler was made. So each filler can
+  // fill a field only once.
   std::unique_ptr<ZCheckedFiller> filler;
   std::set<std::string> filled_names;
   size_t faults_taken = 0;

@@ -19,9 +19,10 @@ class ZAcroForm;
 
 // How a form is opened and filled.
 struct ZFORMS_API ZFormOptions {
-  SecretString password = {};  // UTF-8; opens an encrypted document
+  SecretString password = {};  // of an encrypted document; UTF-8
   bool recover = false;        // read a damaged file by searching it for objects; it is then saved as a new file
-  bool keep_xfa = false;       // keep the XFA form, which filling would remove: it still has the old values
+  // Keep the XFA form. Filling would otherwise remove it, because it still has the old values.
+  bool keep_xfa = false;
   // Make changes that signatures forbid; the signatures are then no longer valid. Write a new file even when it lacks
   // parts of pages or of the form that cannot be read.
   bool force = false;
@@ -74,7 +75,8 @@ class ZFORMS_API ZForm {
   // call reads all fields again.
   std::vector<ZFormField> Fields() const;
   // The fields whose values are exported. Without `all`, fields with the flag NoExport are left out, and a note lists
-  // those with a value. A warning lists the names that several fields with different values have.
+  // those with a value. A warning lists the names that are shared by several fields with different
+  // values.
   std::vector<ZFormField> ExportedFields(bool all = false);
 
   // Set the value of all fields with this full name. A choice field takes the value of an option or the text that

@@ -127,7 +127,8 @@ class Collector {
   std::unordered_set<const ZPDFNodeDictionary*> trees_;
 };
 
-// A description of the kind of a script: the function that it calls, if it does nothing else.
+// Describes the kind of a script: the name of the function if the script is a single call of it, else "a custom
+// script".
 std::string KindOf(const FormScript& script) {
   const auto call = ParseCall(WithoutComments(script.text));
   std::string kind = "a custom script";

@@ -16,8 +16,8 @@ struct ScriptCall {
   std::string function;
   std::vector<Argument> arguments;
 
-  // The argument as a number (true is 1), as a text, or as a list, for which a text is split at its commas. 0 or empty
-  // when it is absent or of another kind.
+  // The argument in three types: as a number (true is 1), as a text, or as a list (a text is split at its commas). Each
+  // function returns 0 or an empty result when the argument is absent or of another kind.
   double NumberAt(size_t index) const;
   bool FlagAt(size_t index) const { return NumberAt(index) != 0; }
   std::string TextAt(size_t index) const;

@@ -30,8 +30,8 @@ void KeepThoseLike(const ZAcroFormField& model, PTableau<ZAcroFormField*>* field
   });
 }
 
-// The rich text as XML with LF as line ends. In memory, values have CR LF, and the CR is written as "&#13;"; this
-// function removes it.
+// The rich text as XML with LF as line ends. Values in memory have CR LF, and as XML each CR is written as "&#13;".
+// This function removes every "&#13;".
 Chaine RichTextOf(const ZXFDFField& from) {
   constexpr std::string_view kReturn = "&#13;";
   const Chaine text = from.ValueRichText().AsChaine();
@@ -54,9 +54,9 @@ PTableau<Chaine> TextsOf(const ZAcroFormField& field) {
 
 struct ZCheckedFiller::Index {
   PTableau<Target> targets;
-  // The indices in `targets` by full name: in UTF-8, and as the bytes in the form.
-  FDictionnary<size_t> by_name;
-  FDictionnary<size_t> by_bytes;
+  // Indices in `targets` by the full name.
+  FDictionnary<size_t> by_name;   // with names in UTF-8
+  FDictionnary<size_t> by_bytes;  // with names as the form stores them
   ChoiceOptionsCache options;
   std::unique_ptr<NearNames> near_names;
 };
@@ -207,7 +207,7 @@ class ZCheckedFiller::Computing final : public FieldScripts::Host {
   void Write(const Chaine& name, const Chaine& value) override {
     Target* const target = filler_->Find(name);
     const size_t faults = filler_->faults_.size();
-    // Makes a new rule: the old one has the field's former values, and the field may have been filled since.
+    // Drops the rule, so that a new one is made: this rule has the values from before the field was filled.
     target->rule = nullptr;
     filler_->FillTarget(*target, name, {value}, Chaine());
     target->rule = nullptr;
@@ -263,8 +263,8 @@ bool ZCheckedFiller::FillTarget(Target& target, const Chaine& name, const PTable
 
 void ZCheckedFiller::WriteState(const Target& target, const Chaine& state, bool was_empty) {
   for (ZAcroFormField* field : target.fields) {
-    // Keeps a missing or empty value when the given value is empty, and an empty value when the state is "Off": in both
-    // cases, nothing was chosen and nothing is chosen.
+    // Nothing was chosen and nothing is chosen now, so the field does not change: a missing or empty value stays when
+    // the given value is empty, and an empty value stays when the given state is "Off".
     const bool is_unset = field->Value().IsEmpty() && (was_empty || (state == "Off" && field->HasValue()));
     if (field->Value() != state && !is_unset) field->Dico()->SetIdentifier("/V", "/" + state);
     // Changes the "/V" of widgets that have their own: they would keep showing the old value.

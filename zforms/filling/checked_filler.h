@@ -51,7 +51,8 @@ class ZFORMS_API ZCheckedFiller {
   // Sets whether values also become the default values.
   void SetDefaultsToo(bool defaults_too) { defaults_too_ = defaults_too; }
 
-  // Sets whether unknown names are ignored instead of recorded as faults: for data that may have any number of them.
+  // Sets whether unknown names are ignored instead of recorded as faults. Use this for data that may contain many
+  // unknown names.
   void SetIgnoresUnknown(bool ignores_unknown) { ignores_unknown_ = ignores_unknown; }
   // Sets a function that returns why a field, given by full name, is locked, or an empty text. A locked field accepts
   // only its present value. Set it before the first filling.
@@ -68,10 +69,10 @@ class ZFORMS_API ZCheckedFiller {
 
   // The faults, in the order of the values.
   const PTableau<Fault>& Faults() const { return faults_; }
-  // Full names of several fields with different values, where the data contain the value of the first of these fields.
-  // All of these fields keep their values.
+  // Full names that several fields share, whose values differ. The data contain the value that the first of these
+  // fields has, so all of them keep their values.
   const PTableau<Chaine>& Unequal() const { return unequal_; }
-  // How many names of the data belong to a field of the form, with or without a value.
+  // The number of names in the data that are names of fields. Names without a value in the data are counted too.
   size_t Known() const { return known_; }
   // The number of names that got a value, changed or not.
   size_t Filled() const { return filled_; }

@@ -27,8 +27,8 @@ CsvReader::CsvReader(ByteSource&& source) : RowReader(std::move(source)) {
   ReadHeader();
 }
 
-// Finds the separator: from a line such as "sep=;", or by counting the possible ones outside quotes in the first
-// record.
+// Finds the separator: from a line such as "sep=;", or by counting the possible separators outside quotes in the
+// first record.
 void CsvReader::Sniff() {
   const std::string_view text = source_.Look(kSniffed);
   if (text.starts_with("sep=") && text.size() > 5 && (text[5] == '\r' || text[5] == '\n')) {

@@ -9,8 +9,8 @@
 
 namespace zforms {
 
-// Why data cannot contain values, judged by its first 4 KB: it is empty, a workbook, a PDF file, a JSON value without a
-// field name, or not text. Empty when it may contain values.
+// Why data cannot contain values, judged by the first 4 KB: they are empty, a workbook, a PDF file, a JSON value
+// without a field name, or not text. The result is empty when the data may contain values.
 ZFORMS_API std::string FaultOfData(std::string_view head);
 
 // Opens a table: objects of JSON when the first character is "{" or "[", else CSV. Null, with a reason, when the source

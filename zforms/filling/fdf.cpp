@@ -58,8 +58,8 @@ class FDFObjects final : public IPDFObjectProvider {
     return found == objects_.end() ? nullptr : found->second.get();
   }
 
-  // "/FDF" of the catalog named by the last trailer; without a trailer, of the last object that has it. Null when there
-  // is none.
+  // The value of "/FDF" in the catalog to which the last trailer refers. Without a trailer, the value in the last
+  // object with this key. Null when there is none.
   const ZPDFNodeDictionary* Root() const {
     if (trailer_ != nullptr) {
       const auto* catalog = NodeCast<ZPDFNodeDictionary>(std::as_const(*trailer_).GetTarget("/Root"));
@@ -96,7 +96,7 @@ class FDFObjects final : public IPDFObjectProvider {
     }
   }
 
-  // Whether the token may belong to a cross-reference table, which is not needed.
+  // Whether the token may belong to a cross-reference table. Such tokens are skipped.
   static bool IsOfXRef(std::string_view token) {
     return token == "xref" || token == "startxref" || token == "n" || token == "f" ||
            std::all_of(token.begin(), token.end(), IsDigitASCII);
@@ -142,7 +142,7 @@ class FDFEncoding {
     }
   }
 
-  // Converts a text to UTF-8. In an unknown encoding only ASCII can be read; other text sets IsMissed.
+  // Converts a text to UTF-8. In an unknown encoding only ASCII can be read; after other text, IsMissed() is true.
   Chaine ToUTF8(const Chaine& bytes) {
     const std::string_view text = bytes;
     if (UTF16OrderByMark(text)) return PDFTextToUTF8(text);

@@ -40,8 +40,8 @@ size_t CharacterCount(std::string_view text) {
   return count;
 }
 
-// True when a given text is what an export of the present text contains. The present text has LF as line ends. XML does
-// not allow most control characters, so an export has U+FFFD instead.
+// True when `given` is the present text as an export writes it. `present` has LF as line ends. XML does not allow most
+// control characters, so an export replaces each of them by U+FFFD.
 bool IsExportOf(const Chaine& given, const Chaine& present) {
   constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
   const Chaine text = WithLF(given);
@@ -253,8 +253,8 @@ void ZFieldRule::JudgeButton(const Chaine& given, Verdict* verdict) const {
   }
 }
 
-// The export value of the option with that export value or display text. Where any text is accepted, a text without an
-// option is returned as it is; else `fault` is set.
+// Finds the option whose export value or display text is `given`, and returns its export value. When there is none,
+// returns `given` where any text is accepted, else sets `fault`.
 Chaine ZFieldRule::ChoiceFor(const Chaine& given, Chaine* fault) const {
   Chaine choice;
   const ChoiceOptions::Match match = options_->Find(given, &choice);
@@ -285,7 +285,7 @@ void ZFieldRule::JudgeChoices(const PTableau<Chaine>& given, Verdict* verdict) c
   PUniqueT<Chaine> taken;
   size_t more_faults = 0;
   for (const Chaine& value : is_lines ? LinesOf(given[0]) : given) {
-    // An empty value says that nothing is chosen, unless an option has it; empty lines are skipped too.
+    // An empty value or line chooses nothing, unless an option has the empty text as its value.
     if (value.IsEmpty() && options_->BytesOf(value) == nullptr) continue;
     Chaine fault;
     const Chaine choice = ChoiceFor(value, &fault);

@@ -39,7 +39,7 @@ class ZFORMS_API ZFieldRule {
     bool is_taken = false;
     PTableau<Chaine> values;
     // Why values are refused, such as "\"x\" is not a choice of the field": one text for each of the first kMaxFaults
-    // values, and one text for all others.
+    // refused values, then one text for all further ones.
     PTableau<Chaine> faults;
   };
 
@@ -48,7 +48,7 @@ class ZFORMS_API ZFieldRule {
   ZFieldRule(const PTableau<ZAcroFormField*>& fields, ChoiceOptionsCache* options, bool any_length = false);
   ~ZFieldRule();
 
-  // Locks the field for that reason: only its present value is accepted. An empty reason unlocks it.
+  // Locks the field: only its present value is accepted. `why` is the reason for messages. An empty reason unlocks it.
   void Lock(const Chaine& why) { why_locked_ = why; }
   const Chaine& WhyLocked() const { return why_locked_; }
   // Refuses numbers outside of the range; null accepts all numbers.

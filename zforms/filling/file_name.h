@@ -26,7 +26,8 @@ class ZFORMS_API FileNamePattern {
   const std::vector<std::string>& Keys() const { return keys_; }
   // Empty with a reason when a value is missing, or when the name would be empty.
   std::string Make(const ValueOf& value_of, std::string* error) const;
-  // The name for a row: a key is one of its columns, or "row", the number of the row with six digits at least.
+  // The name for a row. A key is the name of a column, or "row", which stands for the number of the row in at least six
+  // digits.
   std::string MakeFor(const Row& row, std::string* error) const;
 
  private:

@@ -12,9 +12,8 @@
 
 namespace zforms {
 
-// The name of the first column in a table of several forms; this column contains the file of each form. The second name
-// is used when a form has a field with the first name. When data contain such a column, it fills no field and gives no
-// message.
+// The names of the first column in a table of several forms, which contains the file of each form: "_file" is used when
+// a form has a field named "file". When data contain such a column, it fills no field and gives no message.
 inline constexpr const char* kFileColumns[] = {"file", "_file"};
 inline bool IsFileColumn(std::string_view name) { return name == kFileColumns[0] || name == kFileColumns[1]; }
 

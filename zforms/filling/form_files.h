@@ -46,8 +46,9 @@ ZFORMS_API bool SaveForm(ZAcroForm& form, const SaveOptions& options, Chaine* by
 // Why a document has no fields that can be filled; empty when it has a form.
 ZFORMS_API std::string WhyNotFilled(const ZAcroForm& form);
 
-// The byte strings to try for a password. Up to revision 4 of the encryption, it is in PDFDocEncoding (ISO 32000-1
-// 7.6.3.3), but some writers used UTF-8, as the terminal gave it. From revision 5 on, it is in UTF-8.
+// The byte strings to try for a password. Up to revision 4 of the encryption, a password is in PDFDocEncoding
+// (ISO 32000-1 7.6.3.3), but some programs used the bytes that a user typed at a terminal, which are UTF-8. From
+// revision 5 on, it is in UTF-8.
 ZFORMS_API std::vector<SecretText> PasswordForms(const std::string& password);
 
 }  // namespace zforms

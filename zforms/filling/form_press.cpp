@@ -47,7 +47,7 @@ Restored RestoreAll(ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& or
     std::for_each(changed.begin(), changed_end, [&](const char* key) { Restore(dictionary, original, key); });
     return Restored::kInPlace;
   }
-  // Sets all keys again, in their order: setting only the lost key would put it at the end.
+  // Sets all keys again, in their order. If only the key that was removed were set, it would come last.
   if (dictionary.Exist("/Kids") || dictionary.Exist("/Fields")) return Restored::kNotAtAll;
   for (const char* key : kFilledKeys) dictionary.RemoveValue(key);
   for (size_t i = 0; i < original.Size(); i++) {
@@ -72,8 +72,8 @@ void FormPress::Keep(ZPDFNodeDictionary* dictionary) {
   kept_.push_back({dictionary, std::unique_ptr<ZPDFNodeDictionary>(dictionary->Clone())});
 }
 
-// Keeps the originals of the fields that filling may change. These are all fields when the form asks viewers to draw
-// its fields, since all are then drawn.
+// Keeps the originals of the fields that filling may change. When the form asks viewers to draw its fields, all fields
+// are drawn, so the originals of all are kept.
 void FormPress::KeepFields() {
   const bool keeps_all = fonts_.has_value() && form_->NeedAppearances();
   std::set<Chaine> names(names_.begin(), names_.end());
@@ -107,8 +107,8 @@ void FormPress::Prepare() {
   form_ = std::make_unique<ZAcroForm>(original_);
   dropped_ = guard_.Drop(*form_);
   for (ZPDFNodeDictionary* dictionary : dropped_) dictionary->SetModified(false, false);
-  // Moves "/NeedAppearances" to the end: only the last key can be removed and restored in place. FormDrawing puts it
-  // there too, when it stays.
+  // Moves "/NeedAppearances" to the end: only the last key can be removed and restored in place. If the
+  // key is kept, FormDrawing moves it to the end as well.
   if (fonts_ && form_->NeedAppearances()) {
     FormDrawing::RenewRequest(*form_);
     form_->Infos()->Dico()->SetModified(false, true);

@@ -20,8 +20,9 @@ class ZPDFNodeDictionary;
 class ZPDFNodeIndirectObject;
 
 // FormPress fills a form many times, each time from its original state: it writes the changes as an update after the
-// original bytes, and then undoes them. The result is the same as filling a fresh copy. Fonts are read once, also for
-// several presses of a form that share ZDrawingFonts::ForCopiesOfOneForm. The constructor copies the form, so call it
+// original bytes, and then undoes them. The result is the same as filling a fresh copy. Fonts are read once;
+// several objects for the same form share them when they get the result of ZDrawingFonts::ForCopiesOfOneForm. The
+// constructor copies the form, so call it
 // in the form's thread; then any one thread may use the object.
 class ZFORMS_API FormPress {
  public:

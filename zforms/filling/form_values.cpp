@@ -139,7 +139,7 @@ bool ReadValues(const Chaine& bytes, const std::string& name, ZXFDF* data, uint6
   }
   const Chaine text = MarkedUTF16ToUTF8(bytes);
   const Kind kind = KindOf(name, text);
-  // XFDF is read from the original bytes, because XML declares its encoding itself.
+  // XFDF is read from `bytes`, not from the text in UTF-8, because XML declares its encoding itself.
   return Read(kind, kind == Kind::kXFDF ? bytes : text, data, line, error);
 }
 

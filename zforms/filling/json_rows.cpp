@@ -72,7 +72,8 @@ class RowBuilder final : public nlohmann::json_sax<Json> {
                 (dash == std::string_view::npos ? std::string() : ": " + std::string(text.substr(dash + 3))));
   }
 
-  // Makes the parsing end at the member with that number; `furthest` is how far the parser has read.
+  // Makes the parser stop at member `number` of the object, counted from 0. `furthest` points to the end of what the
+  // parser has read.
   void StopAt(size_t number, const char* const* furthest) {
     stop_ = number;
     furthest_ = furthest;
@@ -167,7 +168,7 @@ struct CountingIterator {
   bool operator==(const CountingIterator& other) const { return at == other.at; }
 };
 
-// The offset of the opening quote of the name of the member with that number.
+// The offset at which the name of member `number` begins, at its opening quote.
 size_t PlaceOfName(std::string_view text, size_t number) {
   const char* furthest = text.data();
   Row row;

@@ -13,10 +13,11 @@ constexpr size_t kMost = 3;
 constexpr size_t kLongestName = 200;
 // The most steps that all comparisons together may take: some tenths of a second.
 constexpr size_t kWork = 50'000'000;
-// The distance of a name that differs only in separators; of one that differs only before its last part; and of one
-// with wrong letters, to which their number is added.
+// The distance of a name that differs only in separators.
 constexpr size_t kSameLetters = 1;
+// The distance of a name that differs only before its last part.
 constexpr size_t kSameLastPart = 2;
+// The distance of a name with wrong letters is this plus the number of wrong letters.
 constexpr size_t kWrongLetters = 2;
 constexpr size_t kFar = SIZE_MAX;
 

@@ -30,7 +30,7 @@ size_t BlockFor(size_t count, bool keyed) {
   return sizeof(ZPDFChildList) + (keyed ? sizeof(ZPDFChildList::KeyedPart) : 0) + RoomFor(count, keyed);
 }
 
-// Keys that are not in use any more are dropped when the added keys have more bytes than this.
+// When the text of the keys that were added later (`added`) has more bytes than this, unused keys are removed from it.
 constexpr size_t kManyAddedBytes = 256;
 
 }  // namespace
@@ -167,7 +167,7 @@ void ZPDFChildList::Remove(size_t at) {
   if (keys != nullptr && Keyed().added.size() > kManyAddedBytes) DropUnusedKeys();
 }
 
-// Without this, the text would grow each time that a host removes a key and sets it again.
+// Removes unused keys from `added`, which would otherwise grow each time that a host removes a key and sets it again.
 void ZPDFChildList::DropUnusedKeys() {
   size_t used = 0;
   for (uint32_t i = 0; i < size; i++) used += keys[i].is_added != 0 ? keys[i].length : 0;

@@ -89,8 +89,9 @@ struct ZPDFChildList {
   }
   // Replaces each key and value by one entry node; the list is then no longer keyed.
   void Unkey(ZPDFNode* const* entries);
-  // Keeps a list that a node no longer uses, and its reference, until this list is released. False, with nothing
-  // changed, when a list would then be kept twice.
+  // Takes over a list that a node has given up, with the node's reference to it, and releases it together with this
+  // list. False, with nothing changed, when this list already keeps `given_up` or a list
+  // that `given_up` keeps.
   bool Retire(ZPDFChildList* given_up);
 
   // Precondition: the list was made as a keyed one.
@@ -112,7 +113,8 @@ struct ZPDFChildList {
   static constexpr uintptr_t kLengthMask = 0xFFFF;
   static constexpr int kOffsetShift = 16;
   static constexpr size_t kLargestOffset = 0xFFFF;
-  // A tag is one byte for a key: a hash of six bits, so that a search compares bytes instead of keys, and two flags.
+  // A tag is one byte for a key: a hash of six bits and two flags. A search compares tags first, and then only the keys
+  // with the same tag.
   static constexpr uint8_t kMark = 0x80;
   static constexpr uint8_t kPlain = 0x40;
   static uint8_t TagOf(std::string_view key) {

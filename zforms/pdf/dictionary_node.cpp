@@ -33,7 +33,7 @@ Node* MatchingKind(ZPDFNode* node) {
   return NodeCast<Node>(node);
 }
 
-// The class of a new node for a value: a new string becomes a literal string.
+// The class to create when a value needs a new node of the class Node: for strings, the literal string.
 template <class Node>
 struct NewNode {
   using Type = Node;
@@ -144,13 +144,13 @@ const ZPDFNode* ZPDFNodeDictionary::GetTarget(std::string_view key) const {
 
 const Chaine& ZPDFNodeDictionary::GetStringValue(std::string_view key) const {
   const ZPDFNode* target = GetTarget(key);
-  // The base class returns the empty text.
+  // For an absent key, the function of ZPDFNode returns the empty text.
   return target == nullptr ? ZPDFNode::GetStringValue() : target->GetStringValue();
 }
 
 const Chaine& ZPDFNodeDictionary::GetIdentifier(std::string_view key) const {
   const ZPDFNode* target = GetTarget(key);
-  // The base class returns the empty text.
+  // For an absent key, the function of ZPDFNode returns the empty text.
   return target == nullptr ? ZPDFNode::GetIdentifier() : target->GetIdentifier();
 }
 

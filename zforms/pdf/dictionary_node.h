@@ -46,8 +46,8 @@ class ZFORMS_API ZPDFNodeDictionary final : public ZPDFNode {
   // The value's text, number or boolean; empty, 0 or false when the key is absent or its value has another kind.
   const Chaine& GetStringValue(std::string_view key) const;
   const Chaine& GetIdentifier(std::string_view key) const;
-  // The same texts, without making a node for a value that nobody has used yet. The view is valid until the dictionary
-  // changes.
+  // StringText and IdentifierText give the same results as GetStringValue and GetIdentifier, but make no node for a
+  // value that nobody has used yet. The view of IdentifierText is valid until the dictionary changes.
   Chaine StringText(std::string_view key) const;
   std::string_view IdentifierText(std::string_view key) const;
   int32_t GetIntValue(std::string_view key) const;

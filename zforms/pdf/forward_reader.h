@@ -33,8 +33,9 @@ class ZPDFForwardReader {
 
   // The value, owned by the caller; null when the object ends before a value begins.
   ZPDFNode* Read();
-  // The number of bytes read, and the number of bytes that were searched but not read.
+  // The number of bytes read.
   size_t Length() const { return static_cast<size_t>(at_ - begin_); }
+  // The number of further bytes that were examined, for example to find the end of a string that is not closed.
   size_t SearchedInVain() const { return searched_in_vain_; }
 
  private:

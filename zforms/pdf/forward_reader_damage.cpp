@@ -44,7 +44,7 @@ ZPDFNode* ZPDFForwardReader::MissedValue(const NameToken& key, int depth) {
   return ZPDFNodeNull::Default();
 }
 
-// Skips text where a key should be; false when the dictionary must end here.
+// Skips what is in the place of a key. False when it cannot be skipped, so that the dictionary ends here.
 bool ZPDFForwardReader::PassKeyless(int depth) {
   if (BeginsNextObject()) return false;
   ZPDFNode* const value = Value(depth + 1);

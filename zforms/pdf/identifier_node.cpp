@@ -139,7 +139,7 @@ Chaine ZPDFNodeIdentifier::Decode(const Chaine& text) {
   for (size_t spent = 0; spent <= kRoundsBudget; spent += result.size()) {
     const size_t found = result.View().find('#');
     if (found == std::string_view::npos) return result;
-    // The loop ends, because every pass shortens the text or removes a lone "#" at its end.
+    // The loop ends, because every pass shortens the text, or replaces a lone "#" at the end of the text.
     const Chaine escape(result.View().substr(found, 3));
     result = ReplaceAll(result, escape, static_cast<char>(HexByte(escape.View().substr(1))));
   }

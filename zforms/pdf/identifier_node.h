@@ -31,9 +31,9 @@ class ZFORMS_API ZPDFNodeIdentifier : public ZPDFNodeLeaf {
   static bool IsWrittenAsIs(std::string_view identifier);
   // "#" becomes "#23"; bytes below 33 and from 127 on become "#" and two digits.
   static Chaine Encode(const Chaine& identifier);
-  // Decodes the escapes of a name: replaces the first "#" and its two characters by their byte, everywhere that
-  // sequence occurs, and repeats until no "#" is left. So the "#" that "#23" gives is decoded again. A text that needs
-  // many passes is finished in a single pass.
+  // Decodes the escapes of a name. Takes the first escape, which is "#" and two characters, and replaces this escape
+  // everywhere in the text by its byte; repeats this until no "#" is left. So the "#" that "#23" gives is decoded
+  // again. A text that needs many passes is finished in a single pass.
   static Chaine Decode(const Chaine& text);
   // Reads a name or keyword; "true" and "false" give a boolean, "null" the shared null node.
   static ZPDFNodeIdentifier* BuildFrom(ZPDFTokenizedString& text, IPDFObjectProvider* provider,

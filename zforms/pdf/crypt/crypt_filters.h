@@ -25,7 +25,8 @@ class ZPDFCryptFilters {
   ZPDFCryptMethod ForEmbeddedFiles() const { return embedded_files_; }
   // The method of the filter with this name in "/CF": kNone for /Identity, kUnsupported when there is no such filter.
   ZPDFCryptMethod Named(const Chaine& name) const;
-  // The first method other than kNone of those for streams, strings and embedded files; kNone when there is none.
+  // Of the methods for streams, strings and embedded files, in this order, the first that is not kNone; kNone when all
+  // are.
   ZPDFCryptMethod Main() const;
   // False when a filter in use has an unknown method, or one that "/V" does not allow.
   bool AreSupported() const;

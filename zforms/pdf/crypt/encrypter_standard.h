@@ -13,7 +13,7 @@ class ZPDFObjectIdentifier;
 class ZPDFEncrypterStandard final : public ZPDFEncrypter {
  public:
   ZPDFEncrypterStandard(const ZPDFEncryption* handler, const ZPDFObjectIdentifier& id);
-  // The same, with the key made from the file key.
+  // Makes the encrypter of an object from the file key.
   ZPDFEncrypterStandard(const Chaine& file_key, const ZPDFObjectIdentifier& id);
   ZPDFEncrypterStandard* Clone() const override;
   Chaine Encrypt(const Chaine& data) const override;

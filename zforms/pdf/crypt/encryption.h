@@ -51,22 +51,20 @@ class ZFORMS_API ZPDFEncryption {
 
   // The dictionary that all accessors read.
   const ZPDFNodeDictionary* Dictionary() const { return dictionary_; }
-  // "/Filter" with its slash; "/V", 0 when absent; "/Length" in bits, 40 when absent; "/R"; "/P" as unsigned;
-  // "/EncryptMetadata", true when absent; the bytes of "/O" and "/U".
-  const Chaine& Filter() const;
-  uint32_t AlgorithmCode() const;
-  uint32_t KeyLength() const;
-  uint32_t StandardRevision() const;
-  uint32_t StandardFlags() const;
-  bool StandardEncryptMetadata() const;
-  const Chaine& StandardOwnerKey() const;
-  const Chaine& StandardUserKey() const;
+  const Chaine& Filter() const;            // "/Filter" with its slash
+  uint32_t AlgorithmCode() const;          // "/V"; 0 when absent
+  uint32_t KeyLength() const;              // "/Length" in bits; 40 when absent
+  uint32_t StandardRevision() const;       // "/R"
+  uint32_t StandardFlags() const;          // "/P" as an unsigned number
+  bool StandardEncryptMetadata() const;    // "/EncryptMetadata"; true when absent
+  const Chaine& StandardOwnerKey() const;  // the bytes of "/O"
+  const Chaine& StandardUserKey() const;   // the bytes of "/U"
   // The password that was passed to the constructor, with which CanBeDecrypted tries to open the file.
   const Chaine& UserPassword() const { return user_password_; }
 
-  // Each updates "/O", "/U" and "/P" as needed; with AES of 256 bits also "/OE", "/UE" and "/Perms", and new passwords
-  // make a new file key. False, with nothing changed, when AES of 256 bits does not allow a character of a password
-  // (RFC 4013), or when the revision is above 6.
+  // Change the passwords or the permissions. Each function updates "/O", "/U" and "/P" as needed; with AES of 256 bits
+  // also "/OE", "/UE" and "/Perms". With AES of 256 bits, a new password also makes a new file key. False, with nothing
+  // changed, when AES of 256 bits does not allow a character of a password (RFC 4013), or when the revision is above 6.
   bool SetPasswords(const Chaine& user, const Chaine& owner);
   bool SetOwnerPassword(const Chaine& owner);
   void SetStandardFlags(uint32_t flags);
@@ -76,8 +74,8 @@ class ZFORMS_API ZPDFEncryption {
   // True when this kind of encryption is supported; opening also needs the right password.
   bool IsSupported() const;
   // True when this kind of encryption is supported and the password is right. The owner password opens a file only
-  // where all encryptions are allowed. When the expected key length fails, tries others: 40 bits at "/V" 1, the only
-  // length that it allows, and "/Length" as a number of bytes when it is 5 to 16.
+  // where all encryptions are allowed. When the expected key length fails, tries others: at "/V" 1 the length of 40
+  // bits, which is the only one allowed there; and the value of "/Length" as a number of bytes, if it is 5 to 16.
   bool CanBeDecrypted() const;
   // The length of the key in use, in bits: KeyLength(), unless the version sets another length or CanBeDecrypted()
   // found one.
@@ -101,8 +99,8 @@ class ZFORMS_API ZPDFEncryption {
   struct Opening {
     SecretText key;                                   // the file key up to revision 4
     std::shared_ptr<const SecretBytes<32>> long_key;  // the file key from revision 5 on
-    size_t key_bytes = 0;                             // 0 means the stated length
-    Chaine confirmed_by;                              // the "/U" that matched the key
+    size_t key_bytes = 0;                             // 0 means KeyLength()
+    Chaine confirmed_by;                              // the value of "/U" with which the key was checked
     SecretText user_password;                         // the user password, decrypted with the owner password
     bool by_owner = false;
     std::optional<bool> owner_rights;

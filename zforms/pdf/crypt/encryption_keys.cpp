@@ -69,8 +69,8 @@ SecretText PreparedForOpening(const Chaine& password) {
 PTableau<size_t> ZPDFEncryption::KeySizes() const {
   PTableau<size_t> sizes;
   const size_t length = KeyLength();
-  // By ISO 32000-1 table 20 "/Length" is in bits and applies at "/V" 2 only; crypt filters have 128 bits. Some writers
-  // state it in bytes.
+  // By ISO 32000-1 table 20 "/Length" is in bits and applies at "/V" 2 only; the keys of crypt filters have 128 bits.
+  // Some writers state "/Length" in bytes.
   const size_t by_version = AlgorithmCode() == 1 ? kShortestKey : AlgorithmCode() == 4 ? kDigestLength : 0;
   const bool is_fixed = AlgorithmCode() == 4;
   for (const size_t bytes : {is_fixed ? by_version : length / 8, is_fixed ? length / 8 : by_version, length}) {
@@ -130,8 +130,9 @@ bool ZPDFEncryption::MatchesUserKey(const Chaine& key) const {
   return EqualsInConstantTime(computed.Mid(0, kDigestLength), StandardUserKey().Mid(0, kDigestLength));
 }
 
-// The padded user passwords that an owner password may give (ISO 32000-1 algorithm 7). When the key is shorter than a
-// digest, writers disagree on the length of the key in the rounds, so both lengths are tried.
+// Decrypts "/O" with an owner password, and returns the possible results: padded user passwords (ISO 32000-1 algorithm
+// 7). When the key is shorter than a digest, some writers repeat RC4 with the whole digest as the key, so both lengths
+// are tried.
 PTableau<SecretText> ZPDFEncryption::UserPasswordsBehind(const Chaine& owner) const {
   PTableau<SecretText> found;
   SecretText digest = MD5Of(Padded(owner));
@@ -151,8 +152,8 @@ PTableau<SecretText> ZPDFEncryption::UserPasswordsBehind(const Chaine& owner) co
   return found;
 }
 
-// Tries the user password with each possible length of the key. When metadata are not encrypted, writers disagree from
-// revision 3 on whether the key depends on this, so both are tried.
+// Tries the user password with each possible length of the key. The key may depend on whether metadata are encrypted:
+// writers disagree about this in files of revision 3 and later, so both ways are tried.
 bool ZPDFEncryption::OpenWith(const Chaine& user_password, Opening* opening) const {
   const bool stated = StandardEncryptMetadata();
   const bool is_in_doubt = StandardRevision() >= 3 && !stated;
@@ -188,7 +189,7 @@ ZPDFLongKeyStrings ZPDFEncryption::LongKeyStrings() const {
 bool ZPDFEncryption::OpenLong(const Chaine& password, bool as_owner, Opening* opening) const {
   const ZPDFPasswordKind kind = as_owner ? ZPDFPasswordKind::kOwner : ZPDFPasswordKind::kUser;
   const ZPDFLongKeyStrings strings = LongKeyStrings();
-  // Ignores damage in the strings of the other password, except in "/U", on which the owner's strings depend.
+  // Checks only the strings of the given kind of password. The owner's strings depend on "/U", so it is checked too.
   const auto are_whole = [](const Chaine& entry, const Chaine& locked_key) {
     return entry.size() >= kLongEntryLength && locked_key.size() >= kLongKeyLength;
   };

@@ -8,8 +8,8 @@
 namespace zforms {
 namespace {
 
-// The method ("/CFM") of the crypt filter for streams, else for strings; empty when there is none. For methods that are
-// not supported.
+// The method ("/CFM") of the crypt filter for streams, else of the one for strings; empty when there is none. Messages
+// about methods that are not supported use it.
 Chaine ForeignMethod(const ZPDFNodeDictionary& dictionary) {
   const auto* const filters = NodeCast<ZPDFNodeDictionary>(dictionary.GetTarget("/CF"));
   for (const char* key : {"/StmF", "/StrF"}) {

@@ -22,8 +22,8 @@ struct ZPDFLongKeyStrings {
 
 enum class ZPDFPasswordKind : uint8_t { kUser, kOwner };
 
-// Whether this is the password of that kind; if so, writes the file key to `key`. Algorithm 2.A. Precondition: the
-// strings are long enough.
+// Whether `password` is the user password or the owner password, as `kind` says. If so, writes the file key to `key`.
+// Algorithm 2.A. Precondition: the strings are long enough.
 bool OpenLongKey(const ZPDFLongKeyStrings& strings, uint32_t revision, ZPDFPasswordKind kind, std::string_view password,
                  ZPDFLongKey* key);
 
