@@ -196,7 +196,7 @@ bool ZAcroFormServerPDFSession::SetURL(const ZInetURL& url, const Chaine& method
   const Chaine path = handler_->PDFLocalFilePathName(code);
   if (path.IsEmpty() || !StampOfFile(path, &stamp_)) return Fail(404);
   const ZDocument::Status status = ZAcroFormServerPDFHandler::StatusFromURL(url);
-  // The submit URL contains everything else that the form depends on.
+  // The form also depends on its code and on the server's address: the submit URL contains both.
   key_ = "form " + FormatInt(status) + " " + HTTPServer()->GetXFDFURL(status, code).AsChaine() + " " + path;
   is_made_ = handler_->cache_->Find(key_, stamp_, &bytes_);
   if (is_made_) return true;

@@ -44,7 +44,7 @@ class ZFORMS_API ZAcroFormServerPDFHandler : public ZHTTPServerPageBase {
   static ZDocument::Status StatusFromURL(const ZInetURL& url);
   // The URL at which the form of the code is served in that status.
   ZInetURL GetPDFURL(const Chaine& code, ZDocument::Status status) const;
-  // Adds server and "Action" to the URL of a form; does not change a local file's URL.
+  // Adds this server and the parameter "Action" to the URL of a form. Does not change the URL of a local file.
   void UpdateURLPDF(ZInetURL& url, ZDocument::Status status) const;
   // The path of the code's template; empty when there is none.
   Chaine PDFLocalFilePathName(const Chaine& code) const;
@@ -57,7 +57,7 @@ class ZFORMS_API ZAcroFormServerPDFHandler : public ZHTTPServerPageBase {
   // Saves the filled form, read-only, to the path.
   bool BuildPDFFromXFDF(const ZXFDF& xfdf, const Chaine& path) const;
   bool PrintXFDF(const ZXFDF& xfdf) const;
-  // False at once when the host runs on a server for a remote user.
+  // Fails without doing anything when the host runs on a server for a remote user.
   bool EmailXFDF(const ZXFDF& xfdf, const ZPDFEmail& mail) const;
 
  private:

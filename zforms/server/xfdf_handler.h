@@ -87,7 +87,7 @@ class ZFORMS_API ZAcroFormServerXFDFHandler : public ZHTTPServerPageXFDF {
   using CSession = ZAcroFormServerXFDFSession;
   using CSaveXFDFMessage = ZAcroFormServerSaveXFDFMessage;
 
-  // `root` is the path below which it is registered, the server's XFDFRoot().
+  // `root` is the path below which this handler is registered, which is the server's XFDFRoot().
   ZAcroFormServerXFDFHandler(ZAcroFormServer* server, const Chaine& root, uint64_t folder, int32_t exercice);
   ~ZAcroFormServerXFDFHandler() override;
 
@@ -102,9 +102,9 @@ class ZFORMS_API ZAcroFormServerXFDFHandler : public ZHTTPServerPageXFDF {
   // empty for other URLs.
   static Chaine CodeNameFromFileURL(const ZInetURL& url);
 
-  // Sets the document's reference to this server, or to the form in that status; a reference to a local file is not
-  // changed.
+  // Makes the document's reference to its form a URL of this server. A reference to a local file is not changed.
   void UpdatePDFHRef(ZXFDF& xfdf) const;
+  // Does the same with the URL at which the form is served in this status.
   void UpdatePDFHRef(ZXFDF& xfdf, ZDocument::Status status) const;
 
   // Opens the document in the program for XFDF, which fetches the form from this server; or, if not external, fills the

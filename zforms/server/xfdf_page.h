@@ -30,14 +30,14 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   // 7.3.4.2, 7.9.2.2).
   static constexpr uint64_t kMaxText = uint64_t{24} << 20;
 
-  // Reads the document. 405 for another method than POST. 409 when it has no "ids", or has session infos of another
-  // folder, financial year or application, or longer than 64 KiB; a document without session infos is accepted. A
-  // document without a reference to a PDF gets the request's own URL.
+  // Reads the document. Refuses other methods than POST (405). Refuses a document without "ids", and one whose session
+  // infos are of another folder, financial year or application, or longer than 64 KiB (409). Accepts a document without
+  // session infos. A document without a reference to a PDF gets the request's own URL as the reference.
   bool SetFullRequest(ZHTTPReadRequest& request) override;
   void SendError(ZHTTPSendResponse& response) override;
 
   const ZXFDF& XFDFRequest() const { return xfdf_; }
-  // The length of its text in bytes.
+  // The length of the document's text in bytes.
   size_t XFDFSize() const { return xfdf_size_; }
   uint64_t Folder() const { return folder_; }
   int32_t Exercice() const { return exercice_; }
@@ -48,9 +48,10 @@ class ZFORMS_API ZHTTPServerPageXFDFSession : public ZHTTPServerPageSession {
   // The received document, which a derived session may change.
   ZXFDF& ReceivedXFDF() { return xfdf_; }
   static bool SendXFDF(ZHTTPSendResponse& response, const ZXFDF& xfdf);
-  // Whether to read a long document at all (409 if not). `infos` are the session infos found in its text, of this
-  // folder, financial year and application; null when it has none. Not called when the infos cannot be found without
-  // reading the document. XFDFRequest() is still empty. Pass the reason for the log to SetReason.
+  // Called before a long document is read. Returns false to refuse it (409) without reading it. `infos` are the session
+  // infos found in its text, which are of this folder, financial year and application; null when it has none. Not
+  // called when the infos cannot be found without reading the document. XFDFRequest() is still empty. Pass the reason
+  // for the log to SetReason.
   virtual bool IsWorthReading(const ZXFDFSessionInfos* infos);
 
  private:

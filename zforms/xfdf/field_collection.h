@@ -58,14 +58,14 @@ class ZFORMS_API ZXFDFFieldCollection {
   // The field of the full name, or null.
   Field* Get(const Chaine& name);
   const Field* Get(const Chaine& name) const;
-  // Removes the field of that name at this level, and from the XML the first "field" of that name. Does not split
-  // dotted names. False when there was none.
+  // Removes the field of this name at this level, and the first element "field" of this name from the XML. Does not
+  // split dotted names. False when there is no such field.
   bool RemoveField(const Chaine& name);
   // The full names of all fields below, parents before children.
   PUniqueT<Chaine> FieldNames() const;
-  // Calls `visit` with every field below that has a value, and its full name, until it returns false. Needs no lookups,
-  // so this is the fast way to store a document: fields without a value cost nothing. Names longer than kMaxFullName
-  // are left out. False when the visit stopped it.
+  // Calls `visit` with every field below that has a value, and its full name, until it returns false. Looks up no
+  // name, so this is the fast way to store a document. Names longer than kMaxFullName are left out. False when `visit`
+  // returned false.
   using ValueVisit = std::function<bool(std::string_view full_name, const Field& field)>;
   bool VisitValues(const ValueVisit& visit) const;
   // Removes every "field", named or not, from the XML.

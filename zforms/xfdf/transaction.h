@@ -27,13 +27,15 @@ class ZFORMS_API ZXFDFTransaction {
   // Stamps the document with a new transaction of count 0; its id is the time of the clock, or the next free number
   // above it. Ids are unique.
   bool StartTransactionFor(ZXFDF& xfdf);
-  // True when the document's transaction was started here and its count is not below the next expected one.
+  // True when the document's transaction was started here and its count is at least the lowest
+  // acceptable one.
   bool IsAcceptable(const ZXFDF& xfdf) const;
-  // If the document is acceptable, adds 1 to its count, which becomes the next expected one; after the greatest count
-  // nothing is acceptable any more. Otherwise returns false and changes nothing.
+  // If the document is acceptable, adds 1 to its count; the new count is then the lowest acceptable one. After the
+  // greatest count nothing is acceptable any more. If the document is not acceptable, returns false and changes
+  // nothing.
   bool IncTransactionIn(ZXFDF& xfdf);
-  // Registers a transaction that was started earlier, here or elsewhere: counts below `expected` are not acceptable.
-  // For a host that stores transactions, and for one that failed to store an accepted submission.
+  // Registers a transaction that was started earlier, here or elsewhere: counts below `expected` are not acceptable. A
+  // host that stores transactions needs this, and also a host that could not store an accepted submission.
   void Restore(uint64_t id, uint64_t expected);
 
  private:

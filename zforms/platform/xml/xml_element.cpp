@@ -50,15 +50,14 @@ void ZXMLData::RemoveAttrib(std::string_view name) {
   if (const Attribute* found = FindAttrib(name)) attribs_.erase(attribs_.begin() + (found - attribs_.data()));
 }
 
-// The place where the last search by name ended. `found` is the child at `index` among the children of that name, or
-// null when no place is known; `count` is kUnknown until it is needed.
+// The place where the last search by name ended.
 struct ZXMLElement::Cursor {
   static constexpr size_t kUnknown = std::numeric_limits<size_t>::max();
 
   Chaine name;
-  size_t count = kUnknown;
-  size_t index = 0;
-  ZXMLElement* found = nullptr;
+  size_t count = kUnknown;       // of the children of this name; counted when it is first needed
+  size_t index = 0;              // of the child found, among the children of this name
+  ZXMLElement* found = nullptr;  // null when no place is known
 };
 
 ZXMLElement::ZXMLElement(Chaine name) : ZXMLNode(Kind::kElement), name_(std::move(name)) {}

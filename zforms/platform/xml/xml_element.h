@@ -84,9 +84,9 @@ class ZFORMS_API ZXMLData {
 };
 
 // ZXMLElement is an element of a tree. It owns its child nodes; pointers and references to elements are valid until the
-// element is removed. Children are found by name and position among those of that name; a loop over all of them by
-// position takes linear time. No function recurses. Reading moves an internal cursor, so even const use is limited to
-// one thread at a time.
+// element is removed. A child is found by its name and its position among the children of this name; a loop over
+// all positions takes linear time. No function recurses. Reading moves an internal cursor, so even const use is limited
+// to one thread at a time.
 class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
  public:
   explicit ZXMLElement(Chaine name);
@@ -107,20 +107,22 @@ class ZFORMS_API ZXMLElement : public ZXMLNode, public ZXMLData {
   const ZXMLElement& operator[](std::string_view name) const;
   // Appends a new child.
   ZXMLElement& Add(std::string_view name);
-  // The child at that position among those of the name, or null.
+  // The child at this position among the children of this name, or null.
   ZXMLElement* Sub(std::string_view name, size_t index = 0) { return Locate(name, index); }
   const ZXMLElement* Get(std::string_view name, size_t index = 0) const { return Locate(name, index); }
   // The number of children of the name.
   size_t Size(std::string_view name) const;
   bool Exist(std::string_view name, size_t index = 0) const { return Locate(name, index) != nullptr; }
-  // Removes the child at that position among those of the name; -1 means the first. False when there is no such child.
+  // Removes the child at this position among the children of this name; -1 means the first. False when there is no such
+  // child.
   bool Remove(std::string_view name, int index = -1);
   void Remove(ZXMLElement& child);
   void RemoveAll(std::string_view name);
 
-  // The first child element, and the next sibling of this element, of any name; null at the end.
+  // The first child element of any name; null when there is none.
   ZXMLElement* FirstChild() { return ElementFrom(first_); }
   const ZXMLElement* FirstChild() const { return ElementFrom(first_); }
+  // The next element of any name with the same parent; null at the end.
   ZXMLElement* NextSibling() { return ElementFrom(next); }
   const ZXMLElement* NextSibling() const { return ElementFrom(next); }
 

@@ -11,8 +11,8 @@ namespace zforms {
 
 // ZXMLScanner reads simple XML, as programs write data: a declaration, elements, attributes, text and references, each
 // well-formed. It scans the text once and keeps windows onto it. At anything else (comments, CDATA, instructions,
-// document types, any fault) it gives up, and the XML parser must read the text. For XML that the scanner reads, both
-// give the same tree. Used once, by one thread.
+// document types, any fault) it gives up, and the XML parser must read the text. For XML that the scanner can
+// read, the scanner and the parser give the same tree. Used once, by one thread.
 class ZXMLScanner {
  public:
   // The text must not contain a zero byte. `levels` is the deepest nesting of elements allowed.
@@ -22,7 +22,7 @@ class ZXMLScanner {
   // Adds the parsed content to `top`. False when it gave up; `top` is then incomplete.
   bool Scan(ZXMLElement* top);
 
-  // The version in the XML declaration; empty without a declaration.
+  // "version" and "standalone" in the XML declaration; empty without a declaration.
   const Chaine& Version() const { return version_; }
   const Chaine& Standalone() const { return standalone_; }
 

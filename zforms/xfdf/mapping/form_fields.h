@@ -16,11 +16,12 @@ struct FormField {
   const ZAcroFormField* field;
 };
 
-// The fields that the form exports, in byte order of their names in the form: those with a name and without named kids.
-// Of several with the same full name the first decides: when it is marked no-export, all are left out.
+// The fields that the form exports, in byte order of their names in the form: the fields with a name and without named
+// kids. When several fields have the same full name and the first of them is marked no-export, all of them are left
+// out.
 PTableau<FormField> ExportedFields(const ZAcroForm& form);
 
-// Loads the form; a UTF-8 password is tried as PDF text and unchanged.
+// Loads the form; a UTF-8 password is tried twice, as PDF text and unchanged.
 bool LoadForm(const Chaine& path, const Chaine& password, ZAcroForm* form);
 
 // True when a document is loaded and its texts can be read.

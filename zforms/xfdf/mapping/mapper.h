@@ -41,9 +41,9 @@ class ZFORMS_API ZXFDFMapper {
   ZXFDFMapper& operator=(const ZXFDFMapper&);
   virtual ~ZXFDFMapper();
 
-  // Registers the set and replaces an earlier one of that name.
+  // Registers the set under this name, and replaces an earlier set of the same name.
   void AddRubric(const Chaine& name, const ZFieldSet* fields);
-  // The set of this name, or null.
+  // The set registered under this name, or null.
   const ZFieldSet* Rubric(const Chaine& name) const;
 
   // Maps the XFDF field to a data field; declares it unmapped when no set is registered under the rubric.
@@ -56,8 +56,8 @@ class ZFORMS_API ZXFDFMapper {
   // All maps, in byte order of the XFDF names.
   const FDictionnary<DataFieldRef>& Maps() const { return maps_; }
 
-  // Declares every entry of the storage; with `known_rubrics_only`, only those whose set is registered. When there
-  // are no entries, the storage has the reason.
+  // Declares every entry of the storage; with `known_rubrics_only`, only the entries whose set is registered. When
+  // there are no entries, the storage has the reason.
   void ReadMaps(MapStorage& storage, bool known_rubrics_only);
   void ReadMapsIni(const Chaine& ini_path, const Chaine& section, const Chaine& default_rubric,
                    bool known_rubrics_only);
