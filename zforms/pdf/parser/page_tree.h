@@ -28,13 +28,14 @@ class ZPDFPageTree {
   bool IsDamaged() const { return lacks_pages_ || hides_pages_; }
   // Whether the tree is odd: it has a fault, or a wrong "/Type" or "/Count".
   bool IsOdd() const { return odd_; }
-  // True when the tree reaches that node or page.
+  // True when the tree has this node or page.
   bool LeadsTo(const ZPDFNodeDictionary* node) const { return met_.contains(node); }
 
-  // Whether the dictionary, a kid of `parent`, may be a page; whether it is a node with kids; and whether the parent of
-  // this node is another node.
+  // True when the dictionary, which is a kid of `parent`, may be a page.
   static bool IsPage(const ZPDFNodeDictionary& dictionary, const ZPDFNodeDictionary& parent);
+  // True when the dictionary is an inner node: it has kids, which are pages or nodes.
   static bool IsNode(const ZPDFNodeDictionary& dictionary);
+  // True when the node has a parent that is a node too.
   static bool IsBelowAnother(const ZPDFNodeDictionary& node);
   // The deepest nesting of nodes that is accepted.
   static constexpr int kMaxDepth = 200;

@@ -82,17 +82,19 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   // The newest trailer; null before a successful read.
   ZPDFNodeDictionary* TrailerDico() { return trailer_.get(); }
   const ZPDFNodeDictionary* TrailerDico() const { return trailer_.get(); }
-  // "/Root" of the trailer, "/AcroForm" and "/ViewerPreferences" of the root, and "/Encrypt" of the trailer, as
-  // dictionaries; null when absent.
+  // The document catalog: "/Root" of the trailer. Null when absent.
   ZPDFNodeDictionary* Root();
   const ZPDFNodeDictionary* Root() const;
+  // "/AcroForm" of the catalog; null when absent.
   ZPDFNodeDictionary* AcroForm();
   const ZPDFNodeDictionary* AcroForm() const;
+  // "/ViewerPreferences" of the catalog; null when absent.
   ZPDFNodeDictionary* ViewerPreferences();
   const ZPDFNodeDictionary* ViewerPreferences() const;
+  // "/Encrypt" of the trailer; null when absent.
   ZPDFNodeDictionary* EncryptionDico();
   const ZPDFNodeDictionary* EncryptionDico() const;
-  // The bytes of the two strings of "/ID"; empty when absent.
+  // The bytes of the first and of the second string of "/ID" in the trailer; empty when absent.
   Chaine IDOriginal() const;
   Chaine IDModified() const;
 
@@ -126,15 +128,15 @@ class ZFORMS_API ZPDFParser final : public IPDFObjectProvider {
   bool XRefIsStream() const { return file_.xref_is_stream; }
   // True when any section that was read is a cross-reference stream, also in a hybrid file (ISO 32000-1 7.5.8.4).
   bool HasXRefStreams() const { return !file_.xref_streams.empty(); }
-  // FreeNumber: a number that no object of the document has. TakeNumber: records that the number was used for an object
-  // written outside the parser.
+  // A number that no object of the document has.
   uint32_t FreeNumber() const;
+  // Records that the number was used for an object written outside the parser.
   void TakeNumber(uint32_t number);
   bool IsLinearized() const { return file_.linearized; }
-  // True when it is a fault that there is no object with this identifier. It is one when the object is not where its
-  // record says; no record has the number; the generation is higher than the record's; or the record says free,
-  // although the tables have faults or the record points to the object. A reference to an object that was freed
-  // correctly means null (ISO 32000-1 7.3.10).
+  // True when the object with this identifier is missing because of damage. That is so when the object is not where its
+  // record says; no record has the number; the generation is higher than the record's; or the record says that the
+  // object is free, although the tables have faults or the record points to the object. A reference to an object that
+  // was freed correctly means null (ISO 32000-1 7.3.10).
   bool IsLost(const ZPDFObjectIdentifier& id) const;
   // The number of complete objects after the last "startxref" that no table lists: they belong to a later revision
   // whose end was lost. Scans that part of the file.

@@ -118,12 +118,11 @@ class ZFORMS_API ZPDFOutStream {
 
   Chaine* target_;
   size_t column_;
-  // The start of the target's text, the place where this run began to write (the text before it may be shared and is
-  // never overwritten), the end of the text, and the end of its room; null between two runs.
-  char* front_ = nullptr;
-  char* written_ = nullptr;
-  char* at_ = nullptr;
-  char* limit_ = nullptr;
+  // Places in the target's text; null between two runs.
+  char* front_ = nullptr;    // its start
+  char* written_ = nullptr;  // where this run began to write; the text before it may be shared and is never overwritten
+  char* at_ = nullptr;       // the end of the text
+  char* limit_ = nullptr;    // the end of the room for the text
 };
 
 }  // namespace zforms

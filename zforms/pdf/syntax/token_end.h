@@ -6,8 +6,9 @@
 
 namespace zforms {
 
-// The ends of the commonest tokens, for readers that leave a value as text. The text ends at `end`. NameEnd and
-// NumberEnd return null when another token is at `at`, or a name with escapes. Precondition of both: at != end.
+// Functions that find the ends of the most common tokens, for readers that leave a value as text. The text ends at
+// `end`. NameEnd and NumberEnd return null when another token, or a name with escapes, is at `at`. Precondition of
+// both: at != end.
 
 inline bool EndsToken(const char* at, const char* end) { return at == end || Is(*at, kBlankOrSpecial); }
 

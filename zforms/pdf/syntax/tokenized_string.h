@@ -92,7 +92,8 @@ class ZFORMS_API ZPDFTokenizedString {
   // follows it.
   void TrimComments();
 
-  // The same steps for the node classes, which need no shared parts: the views are valid as long as the text.
+  // Like the functions above, but for the node classes, which need no shared parts: the views are valid as long as the
+  // text.
   std::string_view PeekLastToken() const;
   std::string_view TakeLastToken();
   std::string_view TakeFirstToken();
