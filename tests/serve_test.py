@@ -618,7 +618,7 @@ def test_a_form_that_cannot_be_modified_is_saved(folder):
     (templates / "F1.pdf").write_bytes(sample.replace(b"modify.cgi", b"change.cgi"))
     with Server(folder, templates=templates) as server:
         status, out, err = zforms("submit", "F1", "--port", server.port, "--set", "adherent.nom=Zoé")
-        expect(status == 0 and out == "saved; the server returned the form in mode readonly\n", f"{status} {out} {err}")
+        expect(status == 0 and "saved; the server returned the form in mode readonly" in out, f"{status} {out} {err}")
         expect([one["fields"]["adherent.nom"] for one in server.stored()] == ["Zoé"], "the submission is stored")
 
 
