@@ -4,10 +4,12 @@
 desks.py TOOL [--desks N] [--minutes M] [--restarts R]   saves from N desks, each a server of its own, while the database
                                                          is stopped hard and started R times and one desk is killed; then
                                                          compares what clients were told with the rows of the store
-desks.py TOOL --rates [--seconds S]                      saves a second and their 99th percentile with 1, 4 and 16 desks:
-                                                         servers of a database, and clients of one server with a folder
+desks.py TOOL --rates [--seconds S]                      saves per second, and the 99th percentile of the time of a
+                                                         save, with 1, 4 and 16 clients: first each client has its own
+                                                         server and all servers share a database; then all clients use
+                                                         one server that stores in a folder
 
-The database is Debian's, with its defaults; it and the folder are below /tmp. A client opens a form, saves it step by
+The database is Debian's PostgreSQL with default settings; it and the folder are below /tmp. A client opens a form, saves it step by
 step, and opens a new one when a save is refused or its desk is gone.
 """
 
@@ -163,7 +165,8 @@ def endure(options, cluster, folder):
 
 
 def rate(options, stores, folder, number):
-    """(saves a second, their median and 99th percentile in ms) of clients, each at a desk of its own if stores are shared."""
+    """(saves per second, median and 99th percentile of the time of a save in ms). There is one desk for each of `stores`;
+    the clients are divided among the desks."""
     desks = [Desk(options.tool, store, folder / "desk.log") for store in stores]
     clients = [Client(f"client{i}", desks[i % len(desks)], time.monotonic() + options.seconds) for i in range(number)]
     for client in clients:

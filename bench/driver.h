@@ -19,9 +19,10 @@ std::string ReadFile(const std::string& path);
 void RegisterMeasure(const std::string& name, const std::function<void(benchmark::State&)>& measure,
                      int64_t iterations);
 
-// The main function of a benchmark program: registers the jobs (see library.h) for each form in the folder of
-// inputs, "job/form-N", and all except listing for the large file, "job/big". Reports the tallies of each job as
-// counters; with --check also those of the saved file, read back. `add` registers more benchmarks; it gets the folder.
+// The main function of a benchmark program: registers every job (see library.h) for each form in the folder of
+// inputs, "job/form-N", and every job except List for the large file, "job/big". Reports the tallies of each job as
+// counters; with --check also the tallies of the saved file, read back. `add` registers more benchmarks; it gets the
+// folder.
 int RunBenchmarks(int argc, char** argv, void (*add)(const std::string& folder) = nullptr);
 
 }  // namespace zforms::bench

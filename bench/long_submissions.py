@@ -5,9 +5,10 @@ long_submissions.py TOOL [--data DIR] [--only NAME]...
 
 Serves the sample forms and posts documents that take much time or memory to read, fill or store, most of them of 16 MB.
 Prints for each document the status and the time of its answer, the processor time of the server, by how much the
-server's memory grew at most and how much of that it still holds a second later. Also prints the longest time that a
-save of 4 KB by another client took meanwhile, and without any other request. Then eight long documents are posted at
-the same time. DIR is the folder in which they are stored, and so selects the disk. Linux only.
+server's memory grew at most and how much of that it still holds a second later. Also prints the longest time of a save
+of 4 KB by another client, both while the long document is handled and without any other request. Then eight long
+documents are posted at the same time. DIR is the folder in which the server stores all submissions; it decides which
+disk is measured. Linux only.
 """
 
 import argparse
@@ -117,8 +118,8 @@ def numbered(count, value=None):
 
 
 def cases():
-    """(name, text of fields that is inserted before the other fields); instead of the text also a function that makes
-    the document from the opened one."""
+    """Pairs (name, content). The content is a text of fields, which is inserted before the other fields, or a function
+    that makes the whole document from the opened one."""
     def latin(xfdf):
         text = with_fields(xfdf, field("adherent.nom", "é" * (FULL - 8000))).replace("UTF-8", "ISO-8859-1", 1)
         return text.encode("latin-1")

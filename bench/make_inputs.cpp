@@ -183,8 +183,8 @@ std::string Noise(size_t size, uint32_t seed) {
   return bytes;
 }
 
-// Fills the document up to `total` objects with records, `streams` of which refer to a stream, and with tables of the
-// records. Returns the catalog entry that refers to them.
+// Adds records, and tables that refer to the records, until the document has `total` objects. `streams` is the number
+// of records that refer to a stream. Returns the catalog entry that refers to the tables.
 std::string AddArchive(Document& document, uint32_t total, uint32_t streams) {
   const uint32_t left = total - document.Count() - 2 - streams;  // without the catalog and the list of tables
   const uint32_t tables = (left + kRefsInTable) / (kRefsInTable + 1);
@@ -246,8 +246,9 @@ std::string Repeated(std::string_view text, uint32_t count) {
   return result;
 }
 
-// Documents with the same number of brackets, nested or side by side.
+// A document with `depth` nested arrays.
 std::string MakeNest(uint32_t depth) { return MakeWith(Repeated("[ ", depth) + Repeated("] ", depth)); }
+// A document with `count` arrays, one of which contains the others side by side.
 std::string MakeFlat(uint32_t count) { return MakeWith("[ " + Repeated("[ ] ", count - 1) + "] "); }
 
 int Usage() {

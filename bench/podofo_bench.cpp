@@ -1,5 +1,5 @@
-// The four jobs with PoDoFo. It has no function for the full name of a field, so the names are built while the tree is
-// walked.
+// The jobs of library.h with PoDoFo, without drawing and flattening. It has no function for the full name of a field,
+// so the names are built while the tree is walked.
 
 #include <podofo/podofo.h>
 
@@ -44,7 +44,7 @@ class PoDoFoLibrary : public Library {
   uint64_t Parse() override {
     uint64_t loaded = 0;
     WithDocument(false, [&](PdfMemDocument& document) {
-      // Asking for the type loads the object.
+      // IsNull loads the object.
       for (const PdfObject* object : document.GetObjects()) loaded += object->IsNull() ? 0 : 1;
     });
     return loaded;

@@ -1,4 +1,5 @@
-// The four jobs with qpdf. It cannot write updates, so filling saves the whole file.
+// The jobs of library.h with qpdf, without drawing and flattening. It cannot write updates, so filling saves the whole
+// file.
 
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFAcroFormDocumentHelper.hh>

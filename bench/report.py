@@ -141,7 +141,7 @@ def run_process(command):
 
 
 def measure_processes(options):
-    """Measures filling from file to file by whole processes."""
+    """Measures whole processes that read a form from a file, fill it and write it to a file."""
     results = {}
     names = [name for name in ("form-50", "form-1000", "big") if re.search(options.filter, "process/" + name)]
     for name in names:
@@ -166,8 +166,8 @@ def measure_processes(options):
 
 
 def run_in_turns(options, commands, often=5):
-    """The median time and the peak memory of each command. Commands other than pdftk are short, so they run `often`
-    times in each round."""
+    """The median time and the peak memory of each command. pdftk runs once in each round; the other
+    commands take less time and run `often` times."""
     runs = {tool: [] for tool in commands}
     for _ in range(options.rounds):
         for tool, command in commands.items():

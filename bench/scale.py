@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""Measures how batches of the sample form grow: over shards, to many rows, into one file, and with rows from a
-PostgreSQL database beside the same rows from CSV. Prints Markdown tables.
+"""Measures the time and memory of batches of the sample form: divided into shards, with many rows, written to one file,
+and with rows from a PostgreSQL database compared with the same rows from CSV. Prints Markdown tables.
 
 scale.py TOOL [--rows N] [--most N] [--merged N] [--database N] [--jobs N] [--folder DIR]
 
---rows: the rows of the batch that is divided into shards. --most: the rows of the longest table that is filled into an
-archive, which is not stored; two other tables have a tenth and a hundredth of its rows. --merged: likewise for one
-file. --database: the rows of the longer of two tables that are read from both sources, which is filled without drawing;
-the shorter one has a tenth of its rows, and is drawn. 0 leaves a part out. Files are written below DIR.
+--rows: the rows of the batch that is divided into shards. --most: the rows of the longest of three tables that
+are filled into an archive; the others have a tenth and a hundredth of these rows. The archive is discarded. --merged:
+likewise for tables that are filled into one file. --database: the rows of the longer of two tables that are read from
+both sources; its forms are not drawn. The shorter table has a tenth of these rows, and its forms are drawn. 0 leaves a
+part out. Files are written below DIR.
 """
 
 import argparse

@@ -3,12 +3,11 @@
 
 server.py TOOL [--seconds S] [--connections N] [--flat REQUESTS] [--data DIR]
 
-Serves the sample forms and lets wrk ask for one, over as many connections that stay open: as a static file of nginx, as
-a form to be read only, as one to be modified, and by posting it back to be saved, each post a further step of its own
-transaction. Prints requests a second, their ratio to nginx, and the 50th and 99th percentiles of the time an answer
-takes. The saves are counted in the store. With --flat the server then answers that many further requests, and what
-memory it holds is printed beside. DIR, the data folder, decides on what disk the saves end; nginx, wrk and sqlite3 of
-Python are needed.
+Serves the sample forms. wrk sends four kinds of requests over N open connections: for a static file of nginx, for a
+form to be read, for a form to be modified, and posts that save a form (each connection saves its own transaction step
+by step). Prints requests per second, their ratio to nginx, and the 50th and 99th percentiles of the time an answer
+takes. The saves are counted in the store. With --flat the server then answers REQUESTS more requests, and its memory is
+printed too. DIR, the data folder, decides which disk the saves are written to. Needs nginx, wrk and sqlite3 of Python.
 """
 
 import argparse

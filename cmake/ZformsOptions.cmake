@@ -33,7 +33,7 @@ if(ZFORMS_SANITIZE MATCHES "address")
   add_compile_definitions(ZFORMS_SEPARATE_BLOCKS)
 endif()
 if(ZFORMS_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # Asio uses fences, which the sanitizer does not support; their data are also protected by locks.
+  # Asio uses fences, which ThreadSanitizer does not support; g++ warns about it. The data are also protected by locks.
   add_compile_options(-Wno-tsan)
 endif()
 if(ZFORMS_COVERAGE)
@@ -54,7 +54,8 @@ endif()
 # under the sanitizers. The library code that they call is optimised anyway.
 set(ZFORMS_UNOPTIMISED "")
 if(WIN32)
-  # The compiler for Windows has one configuration; templates without optimisation exceed its usual object files.
+  # Builds for Windows always have these flags, whatever their configuration. Templates without optimisation need more
+  # sections than a usual object file can have.
   set(ZFORMS_UNOPTIMISED -O0 -Wa,-mbig-obj)
 elseif(NOT MSVC)
   set(ZFORMS_UNOPTIMISED "$<$<CONFIG:Debug>:-O0>")
@@ -71,8 +72,8 @@ function(zforms_target_defaults target)
                       -fno-semantic-interposition $<$<BOOL:${ZFORMS_WERROR}>:-Werror>)
 endfunction()
 
-# Makes a shared library with an undefined symbol fail when it is linked, not when it is loaded. Under a sanitizer the
-# runtime's symbols are only in the program.
+# Makes a shared library with an undefined symbol fail when it is linked, not when it is loaded. Does nothing
+# under a sanitizer, whose symbols only the program defines.
 function(zforms_refuse_undefined_symbols target)
   if(NOT WIN32 AND NOT APPLE AND NOT ZFORMS_INSTRUMENTATION)
     target_link_options(${target} PRIVATE -Wl,--no-undefined)

@@ -1,4 +1,4 @@
-# The headers that are installed: those of the classes for hosts, and the headers that these include. A test compiles
+# The installed headers: headers for programs that use the library, and the headers that they include. A test compiles
 # each of them alone against the installed package. All other headers are private and may change at any time.
 set(ZFORMS_PUBLIC_HEADERS
     form.h

@@ -16,7 +16,8 @@ if(EXISTS "${PDFJS_DIR}/package.json")
   file(COPY "${PDFJS_DIR}/legacy/build/pdf.min.mjs" "${PDFJS_DIR}/legacy/build/pdf.worker.min.mjs"
             "${PDFJS_DIR}/legacy/build/pdf.sandbox.min.mjs"
             "${PDFJS_DIR}/cmaps" "${PDFJS_DIR}/standard_fonts" DESTINATION "${pdfjs}")
-  # The interpreter of forms' scripts is WebAssembly; the decoders of images are not, where scripts are switched off.
+  # The interpreter for scripts of forms is WebAssembly. The decoders of images are copied as JavaScript, which also works
+  # where WebAssembly is switched off.
   file(GLOB scripts "${PDFJS_DIR}/wasm/*_nowasm_fallback.js" "${PDFJS_DIR}/wasm/quickjs-eval.*" "${PDFJS_DIR}/wasm/LICENSE*")
   file(COPY ${scripts} DESTINATION "${pdfjs}/wasm")
   configure_file("${PDFJS_DIR}/LICENSE" "${pdfjs}/LICENSE.txt" COPYONLY)

@@ -21,7 +21,7 @@ foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static")
 endforeach()
 
-# Libraries of packaging/windows/dependencies.sh; nothing of the system that builds.
+# Finds only the libraries that packaging/windows/dependencies.sh made, and none of the system that builds.
 get_filename_component(deps "${CMAKE_CURRENT_LIST_DIR}/../build/windows/deps/${ZFORMS_WINDOWS_CPU}" ABSOLUTE)
 set(CMAKE_FIND_ROOT_PATH "${deps}" "/usr/${triple}")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

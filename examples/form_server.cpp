@@ -21,7 +21,7 @@ using zforms::ZXFDF;
 
 constexpr uint64_t kFolder = 1;
 constexpr int32_t kYear = 2025;
-// The token of the session. A real host makes a new one for each form, which nobody can guess.
+// The token of the session. A real host makes a new token for each form, one that nobody can guess.
 constexpr char kSession[] = "4bc7f3";
 
 // A message about a submission, which is handled on the host's thread. Store the data here.
@@ -64,8 +64,8 @@ class Handler : public zforms::ZAcroFormServerXFDFHandler {
   }
 };
 
-// The form server. On Windows, Start first looks for a PDF reader of version 8 or later, and asks the user; see
-// docs/server.md.
+// The form server. On Windows, Start first looks for a PDF reader of version 8 or later. Without one, it shows the
+// user a question; see docs/server.md.
 class Server : public zforms::ZAcroFormServer {
  public:
   using ZAcroFormServer::ZAcroFormServer;

@@ -1,5 +1,5 @@
-// Takes the input as a file. Saves its reachable objects, as an update with one string changed in each object and in
-// full, and checks that both are read back equal.
+// Takes the input as a file. Saves its reachable objects twice: as an update in which one string of each object is
+// changed, and as a complete new file. Checks that both are read back equal.
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // Takes the input as a file that may be encrypted by any method, and opens it with the password "user" and without one.
-// Saves its reachable objects, as an update with one string changed in each object and in full, and checks that both
-// are read back equal.
+// Saves its reachable objects twice: as an update in which one string of each object is changed, and as a complete new
+// file. Checks that both are read back equal.
 
 #include <cstdint>
 #include <cstdlib>

@@ -18,7 +18,8 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-// Checks that every named line is found and gives the document a field, and that the second run changes nothing.
+// Reads the text as an INI file. Takes each section as a map of lines "name=value", and applies the map to an XFDF
+// document twice. Checks that each line is found and sets a field, and that the second time changes nothing.
 void TakeAsMaps(const Chaine& text) {
   zforms::ZIniFile file;
   file.FromChaine(text);

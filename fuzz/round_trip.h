@@ -71,8 +71,8 @@ inline Chaine Updated(const ZPDFParser& parser) {
   return updated;
 }
 
-// Saves the reachable objects of the document, as an update with one string changed in each object and in full, and
-// checks that both are read back equal; otherwise aborts.
+// Saves the reachable objects of the document twice: as an update in which one string of each object is changed, and as
+// a complete new file. Checks that both are read back equal; otherwise aborts.
 inline void RoundTrip(ZPDFParser& parser) {
   // In a document that cannot be decrypted, the objects that the encryption dictionary refers to are read before the
   // encryption is known, and all others after it. So what is read depends on where an object is stored.

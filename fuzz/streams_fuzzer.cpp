@@ -1,8 +1,8 @@
 // Tests cross-reference streams, object streams, and the recovery that works without them. The first character of the
 // input selects its format. "0" to "3": one line with dictionary entries of a cross-reference stream, one line with
-// those of an object stream, then the data of both, separated by a line "--". Bit 1 of the digit compresses the data of
-// the cross-reference stream, bit 2 that of the object stream. Any other character: a file to be recovered. The objects
-// that are found must be read back equal after saving.
+// those of an object stream, then the data of both, separated by a line "--". With "1" and "3" the data of the
+// cross-reference stream are compressed, with "2" and "3" the data of the object stream. Any other character: a file to
+// be recovered. The objects that are found must be read back equal after saving.
 
 #include <cstdint>
 #include <cstdlib>

@@ -8,7 +8,7 @@ import { pathToFileURL } from "node:url";
 const [packages, formPath, dataPath, seconds] = process.argv.slice(2);
 const { PDFDocument, PDFTextField, PDFCheckBox } = createRequire(pathToFileURL(`${packages}/`))("pdf-lib");
 
-// The generated data have one group level and no other markup in values.
+// This simple reader is enough: the generated data have only one level of groups, and values contain no markup.
 function readValues(text) {
   const plain = (escaped) => escaped.replaceAll("&lt;", "<").replaceAll("&amp;", "&");
   const values = [];
@@ -43,7 +43,7 @@ async function tally(bytes) {
 
 const form = readFileSync(formPath);
 const values = readValues(readFileSync(dataPath, "utf8"));
-let saved = await fill(form, values); // not measured, so that the code is compiled before
+let saved = await fill(form, values); // this run is not measured: it compiles the code
 const times = [];
 const processorTimes = [];
 for (const end = performance.now() + 1000 * Number(seconds); times.length < 3 || performance.now() < end; ) {

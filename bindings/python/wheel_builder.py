@@ -2,8 +2,8 @@
 
     python3 wheel_builder.py LIBRARY FOLDER    makes the wheel in FOLDER and prints its name
 
-Other front ends, such as pip wheel, find the library in the file that ZFORMS_LIBRARY names. The wheel
-holds no other library. A wheel for other machines would also have to hold the libraries that this one is linked with.
+When pip or another front end builds the wheel, the environment variable ZFORMS_LIBRARY gives the path of the library.
+The wheel holds no other library. A wheel for other machines would also have to hold the libraries that this one is linked with.
 """
 
 from __future__ import annotations

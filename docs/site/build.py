@@ -33,7 +33,7 @@ PAGES = {
     "CHANGELOG.md": "Changes", "SECURITY.md": "Security", "CONTRIBUTING.md": "Contributing",
 }
 REFERENCE = "reference/index.html"
-# The headers that promise a binary interface; each function in them is described.
+# The headers whose binary interface stays compatible. Each of their functions must have a description.
 PROMISED = sorted((ROOT / "zforms").glob("zforms*.h")) + [ROOT / "zforms/form.h"]
 CSS = "style.css"
 
@@ -61,7 +61,7 @@ def undocumented_functions():
     for header in PROMISED:
         parsed = HeaderFilter(header.read_text(encoding="utf-8"))
         parsed.run()
-        # Those with UTF-16 texts are described by the comment of their header.
+        # Functions with UTF-16 texts need no description: the comment of their header describes all of them.
         found += [f"{header.relative_to(ROOT)}: {name} has no description" for name in parsed.undocumented
                   if re.match(r"zforms_(?!.*_utf16$)|[A-Z][a-z]+[A-Z]*", name)]
     return found
@@ -90,7 +90,8 @@ def make_reference(folder):
 
 
 def drop_empty_links(page):
-    """Removes Doxygen 1.9.4's link to a list of nested classes, which it leaves out where all are private."""
+    """Removes a broken link: Doxygen 1.9.4 links to the list of nested classes even when all of them are private and the
+    page has no such list."""
     text = page.read_text(encoding="utf-8")
     if 'name="nested-classes"' not in text:
         page.write_text(re.sub(r'<a href="#nested-classes">Classes</a>( &#124;\s*)?', "", text), encoding="utf-8")

@@ -27,7 +27,7 @@ class Scopes:
     """Says of each line whether it is a declaration, not the inside of a function."""
 
     def __init__(self):
-        self.containers = []  # of the open braces
+        self.containers = []  # for each open brace: whether it contains declarations
         self.parentheses = 0
         self.statement = ""
 
@@ -56,7 +56,7 @@ class Scopes:
 
 
 def comment_block(lines, begin):
-    """The end of the comment that begins there, and its texts."""
+    """The line after the comment that begins at line `begin`, and the texts of the comment."""
     end = begin
     texts = []
     while end < len(lines) and (found := FULL.match(lines[end])):
@@ -85,7 +85,7 @@ def function_name(line):
 
 
 def begin_alike(first, second):
-    """Whether all words of the two names but the last are the same, or one has only the first word of the other."""
+    """Whether two names differ only in their last word, or one of them is only the first word of the other."""
     words = [re.findall(r"[A-Z]?[a-z0-9]+|[A-Z]+", name) for name in (first, second)]
     count = max(1, min(map(len, words)) - 1)
     return bool(first and second) and words[0][:count] == words[1][:count]
@@ -108,7 +108,7 @@ class HeaderFilter:
         return "\n".join(self.result)
 
     def read(self, number):
-        """Converts the line, or the comment that begins there; returns the number of the next line."""
+        """Converts a line, or the whole comment that begins at this line. Returns the number of the next line."""
         line = self.lines[number]
         comment = FULL.match(line) if self.scopes.is_declaration() else None
         if comment and self.column == len(comment[1]):

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Finds the links within a static site that lead nowhere: to a missing file, or to a missing place in a page.
+"""Finds the links within a static site that lead nowhere: to a missing file, or to a missing anchor in a page.
 
     link_check.py FOLDER    prints them
 """
@@ -12,7 +12,7 @@ import urllib.parse
 
 
 class Page(html.parser.HTMLParser):
-    """The links of a page, and the names of its places."""
+    """The links of a page, and the names of its anchors (`places`)."""
 
     def __init__(self, path):
         super().__init__()
@@ -26,7 +26,7 @@ class Page(html.parser.HTMLParser):
 
 
 def broken_links(folder):
-    """One line for each link within the folder that leads nowhere; links to other sites are not looked at."""
+    """One line for each link within the folder that leads nowhere; links to other sites are not checked."""
     pages = {path: Page(path) for path in sorted(folder.rglob("*.html"))}
     faults = []
     for path, page in pages.items():

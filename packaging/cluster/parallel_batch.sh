@@ -4,8 +4,8 @@
 #   SHARDS=8 parallel_batch.sh FORM DATA FOLDER [OPTION of zforms batch...]
 #   SHARDS=64 PARALLEL="--sshloginfile machines --workdir ." parallel_batch.sh FORM DATA FOLDER
 #
-# A shard that fails for a temporary reason (status 75) or is killed is tried again, at most five times. A shard with
-# bad rows or wrong options is not tried again. The exit status is that of "zforms batch --merge-reports".
+# A shard that fails for a temporary reason (status 75) or is killed is run again, at most five times in all. A
+# shard with bad rows or wrong options is not run again. The exit status is that of "zforms batch --merge-reports".
 form=$1 data=$2 folder=$3
 shift 3
 shards=${SHARDS:-$(nproc)}

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""check_installer.py SETUP VERSION: installs zforms by Wine without questions, uses it, and removes it. WINEPREFIX names
-the Windows."""
+"""check_installer.py SETUP VERSION: installs zforms under Wine without showing dialogs, uses it, and removes it.
+WINEPREFIX is the folder of the Wine installation."""
 
 import os
 import pathlib

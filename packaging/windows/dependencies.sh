@@ -69,8 +69,8 @@ unpack_all() {
   amalgamate_sqlite
 }
 
-# Headers alone, and zlib, which Debian has for this target. A folder of their own keeps the headers of this system's C
-# library out.
+# Makes links to the header-only libraries, and to zlib, which Debian provides for this target. The links are in a
+# separate folder, so that the compiler does not find the headers of this system's C library.
 link_packages() {
   local target=/usr/$cpu-w64-mingw32 name
   mkdir -p "$prefix/include" "$prefix/lib" "$prefix/share/cmake"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""test_counts.py BUILD: counts the C++ tests that ran for Windows, beside those of POSIX systems."""
+"""test_counts.py BUILD: prints how many C++ tests ran for Windows, and how many tests there are for Linux."""
 
 import pathlib
 import re

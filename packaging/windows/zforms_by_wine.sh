@@ -1,3 +1,3 @@
 #!/bin/sh
-# Stands for the program in tests: runs the zforms.exe beside it by Wine.
+# Tests run this script in place of the program. It runs the zforms.exe in its folder under Wine.
 exec /usr/lib/wine/wine64 "${0%/*}/zforms.exe" "$@"

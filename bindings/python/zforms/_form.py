@@ -237,7 +237,8 @@ class Form(Mapping[str, Union[str, list[str]]]):
         return values[0] if values else ""
 
     def __setitem__(self, name: str, value: Settable) -> None:
-        """Sets all fields of that full name. Raises DataError when a field refuses the value, with those it accepts."""
+        """Sets all fields of that full name. Raises DataError when a field refuses the value; the
+        message lists the accepted values."""
         self._handle.set("zforms_set_value", name, values_of(value))
 
     def __iter__(self) -> Iterator[str]:
@@ -294,7 +295,8 @@ class Form(Mapping[str, Union[str, list[str]]]):
         self._handle.call("zforms_flatten", texts, len(names))
 
     def save(self, path: Optional[Path] = None, *, new: bool = False) -> None:
-        """Saves to a file, by default to the one it was opened from, as an update of its bytes or as a new file."""
+        """Saves the form to a file, as an update of its bytes or as a new file. The default is the file that it was opened
+        from, or last saved to."""
         file = self._handle.file if path is None else os.fspath(path)
         if not file:
             raise ValueError("the form was opened from bytes: save() needs a path")
@@ -323,9 +325,9 @@ def open(file: Union[Path, bytes], *, password: Optional[str] = None, recover: b
     """Opens a PDF form: a file, or its bytes.
 
     `recover` reads a damaged file by searching it for objects. `keep_xfa` keeps the XFA form, which still has the old
-    values. `force` makes changes that signatures forbid. `draw` draws the fields that are filled in, instead of leaving
+    values. `force` allows changes that signatures forbid. `draw` draws the fields that are filled in, instead of leaving
     that to viewers; `fonts` are font files for characters that the form's own fonts do not have. `calculate` follows
-    scripts of the form that only call the common functions: fields are computed from others, numbers out
+    scripts of the form that only call standard functions such as AFSimple_Calculate: fields are computed from others, numbers out
     of range are refused, and values are drawn in their formats. Raises FormError when the document cannot be read.
 
     >>> import zforms

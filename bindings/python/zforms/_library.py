@@ -202,7 +202,8 @@ class Handle:
             raise self.error(status, file)
 
     def read(self, name: str, *arguments: Any) -> bytes:
-        """Calls a function that writes a text or bytes into a buffer, and again for one that needs a longer buffer."""
+        """Calls a function that writes a text or bytes into a buffer. Calls it again with a longer buffer when the first is
+        too short."""
         length, buffer = c_size_t(), _ShortBuffer()
         status = self.status(name, *arguments, buffer, len(buffer), ctypes.byref(length))
         if status == ERROR_LENGTH:
